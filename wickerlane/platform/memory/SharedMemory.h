@@ -1,0 +1,44 @@
+// Memory that several processes share.
+#ifndef WICKERLANE_PLATFORM_MEMORY_SHAREDMEMORY_H
+#define WICKERLANE_PLATFORM_MEMORY_SHAREDMEMORY_H
+
+#include <cstddef>
+
+#include "wickerlane/platform/file/UniqueFd.h"
+#include "wickerlane/platform/object/Object.h"
+
+namespace wickerlane {
+
+/// A memory file of fixed size. What is received from another process is accepted only when it can neither
+/// shrink nor be written any more (or is copied out, see open()).
+class WL_EXPORT SharedMemory final : public Object {
+    WL_OBJECT
+public:
+    /// Zero-filled memory, writable through writableBytes() until seal(). Null when there is no memory for it.
+    [[nodiscard]] static Ref<SharedMemory> create(std::size_t length);
+    /// Takes a received descriptor. Null, with nothing mapped, when it is not a memory file, is empty or longer
+    /// than `limit`, or may still shrink. One that may still be written is copied into one that may not.
+    [[nodiscard]] static Ref<SharedMemory> open(UniqueFd descriptor, std::size_t limit);
+
+    [[nodiscard]] std::size_t length() const noexcept { return size; }
+    /// Start of this object's own mapping; lives as long as the object. Null after seal().
+    [[nodiscard]] void *writableBytes() const noexcept { return writable; }
+    /// Ends writing for good and seals the size: from now on it may be sent. False on failure.
+    [[nodiscard]] bool seal();
+    /// The descriptor; stays the object's.
+    [[nodiscard]] int descriptor() const noexcept { return fd.get(); }
+    /// Maps it read-only anew. The caller unmaps `*length` bytes with munmap(). Null, with 0, on failure.
+    [[nodiscard]] void *map(std::size_t *length) const;
+
+    ~SharedMemory() override;
+
+private:
+    SharedMemory(UniqueFd descriptor, std::size_t length, void *mapping) noexcept;
+    UniqueFd fd;
+    std::size_t size;
+    void *writable;
+};
+
+} // namespace wickerlane
+
+#endif

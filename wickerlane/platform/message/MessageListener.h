@@ -1,0 +1,83 @@
+// The daemon's end of the message service.
+#ifndef WICKERLANE_PLATFORM_MESSAGE_MESSAGELISTENER_H
+#define WICKERLANE_PLATFORM_MESSAGE_MESSAGELISTENER_H
+
+#include <sys/types.h>
+
+#include <string>
+
+#include "wickerlane/platform/message/MessageValue.h"
+#include "wickerlane/platform/queue/WorkQueue.h"
+
+namespace wickerlane {
+
+/// Who a peer is, by the kernel's word, fixed when it connected.
+struct PeerIdentity {
+    uid_t user;
+    gid_t group;
+    pid_t process;
+    std::uint64_t startTime; ///< Of the process, in clock ticks since boot: tells reused process ids apart. 0 if gone.
+    std::string executable;  ///< Absolute path; empty when the kernel would not say.
+};
+
+/// One connected client, as a daemon sees it. Thread-safe.
+class WL_EXPORT MessagePeer : public Object {
+    WL_OBJECT
+public:
+    [[nodiscard]] virtual const PeerIdentity &identity() const noexcept = 0;
+    /// True as long as the process that connected still runs (told by its pidfd, so never a reused id).
+    [[nodiscard]] virtual bool isAlive() const noexcept = 0;
+    /// Sends a message of the daemon's own accord.
+    virtual void send(MessageDictionary *message) = 0;
+    /// Ends the connection after what was sent before has left.
+    virtual void cancel() = 0;
+};
+
+/// A message that a daemon received. Owns the right to answer: if it wants a reply and goes away unanswered, the
+/// client gets an error. Thread-safe.
+class WL_EXPORT ReceivedMessage : public Object {
+    WL_OBJECT
+public:
+    [[nodiscard]] virtual MessageDictionary *message() const noexcept = 0; ///< Lives as long as this.
+    [[nodiscard]] virtual MessagePeer *peer() const noexcept = 0;          ///< Lives as long as this.
+    [[nodiscard]] virtual bool wantsReply() const noexcept = 0;
+    /// Answers: once; what comes later, or for a message that wants no reply, is dropped.
+    virtual void reply(MessageDictionary *answer) = 0;
+    virtual void replyError(std::string_view description) = 0;
+};
+
+/// A named service. Handlers run on the listener's queue: on a serial queue one at a time, in the order of
+/// arrival; on a concurrent queue messages of one peer may overlap.
+class WL_EXPORT MessageListener : public Object {
+    WL_OBJECT
+public:
+    struct Options {
+        /// End (call `idle`) after this long without a connection and without a transaction; 0 means never.
+        std::chrono::milliseconds idleTime{0};
+        /// Called on the queue once, when the service has been idle: nobody is connected, nobody stands in the
+        /// socket's queue, and a new client starts the service anew. The process is then to exit.
+        Handler<void()> idle;
+    };
+
+    /// Takes the service's name: binds its socket under the root's run-time folder, or takes the socket that the
+    /// starter handed over. Null, with a reason in `error` when not null, when the name is taken by a living
+    /// service or the socket can't be made.
+    [[nodiscard]] static Ref<MessageListener> create(const char *serviceName, WorkQueue *queue,
+                                                     Handler<void(ReceivedMessage *)> handler, Options options,
+                                                     std::string *error = nullptr);
+    /// Called on the queue for each new peer; false refuses it.
+    virtual void setPeerHandler(Handler<bool(MessagePeer *)> handler) = 0;
+    virtual void resume() = 0;
+    /// Takes no more, and ends all connections.
+    virtual void cancel() = 0;
+};
+
+/// The process-wide count of open transactions: while it is above zero the process is busy and no listener in
+/// it becomes idle. Thread-safe.
+WL_EXPORT void beginProcessTransaction() noexcept;
+WL_EXPORT void endProcessTransaction() noexcept;
+[[nodiscard]] WL_EXPORT std::size_t processTransactionCount() noexcept;
+
+} // namespace wickerlane
+
+#endif

@@ -1,0 +1,189 @@
+// The root of every reference-counted object, the owning pointer, and run-time classes.
+//
+// Conventions that hold for all object types of the platform:
+//  - `Ref<T>` owns a reference, `T *` borrows one. A null pointer is a valid "no object" wherever a parameter
+//    or result says "or null"; elsewhere pointers are never null.
+//  - Functions named `create...` give an owned result. Every other object result is borrowed and lives until
+//    the current ReleaseScope of the calling thread ends, or as long as the object it was read from says.
+//  - Immutable objects may be shared between threads freely. Mutable ones belong to one thread at a time.
+//  - Reference counts may be changed from any thread.
+#ifndef WICKERLANE_PLATFORM_OBJECT_OBJECT_H
+#define WICKERLANE_PLATFORM_OBJECT_OBJECT_H
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+
+#include "wickerlane/platform/object/Export.h"
+
+namespace wickerlane {
+
+class Object;
+class String;
+
+/// A class at run time: its name, its parent, and how to make an instance without arguments.
+/// Instances of this type are constants that are never destroyed.
+struct Class {
+    const char *name;               ///< Never null; unique among registered classes.
+    const Class *superclass;        ///< Null for the root class only.
+    Object *(*instantiate)();       ///< Makes an owned instance; null when the class needs arguments.
+
+    [[nodiscard]] bool isSubclassOf(const Class *other) const noexcept {
+        for (const Class *c = this; c != nullptr; c = c->superclass)
+            if (c == other)
+                return true;
+        return false;
+    }
+};
+
+/// Finds a class by its name: first the built-in ones, then the registered ones. Null when there is none. Thread-safe.
+WL_EXPORT const Class *classNamed(std::string_view name);
+
+/// Adds a class that must never be destroyed. False when the name is taken by another class. Thread-safe.
+WL_EXPORT bool registerClass(const Class *added);
+
+/// Inside a class declaration: gives the class its run-time class object, which its source file defines.
+#define WL_OBJECT                                                                                                \
+public:                                                                                                          \
+    static const ::wickerlane::Class classInfo;                                                                  \
+    [[nodiscard]] const ::wickerlane::Class *classObject() const noexcept override {                             \
+        return &classInfo;                                                                                       \
+    }
+
+/// The root class. Destroying an object never recurses, however deep the objects it held were nested.
+class WL_EXPORT Object {
+public:
+    static const Class classInfo;
+
+    Object(const Object &) = delete;
+    Object &operator=(const Object &) = delete;
+
+    void retain() const noexcept {
+        if (!isImmortal())
+            references.fetch_add(1, std::memory_order_relaxed);
+    }
+    void release() const noexcept {
+        if (isImmortal())
+            return;
+        if (references.fetch_sub(1, std::memory_order_release) == 1) {
+            std::atomic_thread_fence(std::memory_order_acquire);
+            destroy();
+        }
+    }
+
+    /// The object's run-time class.
+    [[nodiscard]] virtual const Class *classObject() const noexcept { return &classInfo; }
+    [[nodiscard]] bool isKindOf(const Class *c) const noexcept { return classObject()->isSubclassOf(c); }
+
+    /// Equality by value; by identity where a class does not say otherwise. False for null.
+    [[nodiscard]] virtual bool isEqual(const Object *other) const { return this == other; }
+    /// Equal objects have equal hashes.
+    [[nodiscard]] virtual std::size_t hash() const { return std::hash<const void *>{}(this); }
+    /// The text that "%@" shows, borrowed. "<Class: address>" where a class does not say otherwise.
+    [[nodiscard]] virtual String *description() const;
+    /// The text for a developer, borrowed; the description where a class does not say otherwise.
+    [[nodiscard]] virtual String *debugDescription() const { return description(); }
+
+protected:
+    struct ImmortalTag {};
+    constexpr Object() noexcept : references(1) {}
+    /// For objects in static storage: counting does not touch them and they are never destroyed.
+    constexpr explicit Object(ImmortalTag) noexcept : references(immortalBit) {}
+    virtual ~Object() = default;
+
+private:
+    static constexpr std::uintptr_t immortalBit = std::uintptr_t{1} << (sizeof(std::uintptr_t) * 8 - 1);
+    [[nodiscard]] bool isImmortal() const noexcept {
+        return (references.load(std::memory_order_relaxed) & immortalBit) != 0;
+    }
+    void destroy() const noexcept;
+
+    // Counts references while the object lives; links it into its thread's list of the dying afterwards.
+    mutable std::atomic<std::uintptr_t> references;
+};
+
+/// Storage for an object that is initialised at compile time and never destroyed.
+template <class T>
+union Immortal {
+    T value;
+    template <class... Arguments>
+    constexpr explicit Immortal(Arguments... arguments) : value(arguments...) {}
+    constexpr ~Immortal() {}
+};
+
+/// Owns one reference to an object, or none.
+template <class T>
+class Ref {
+public:
+    constexpr Ref() noexcept = default;
+    constexpr Ref(std::nullptr_t) noexcept {}
+    /// Takes a reference of its own.
+    Ref(T *object) noexcept : pointer(object) {
+        if (pointer != nullptr)
+            pointer->retain();
+    }
+    Ref(const Ref &other) noexcept : Ref(other.pointer) {}
+    Ref(Ref &&other) noexcept : pointer(std::exchange(other.pointer, nullptr)) {}
+    template <class U>
+        requires std::is_convertible_v<U *, T *>
+    Ref(const Ref<U> &other) noexcept : Ref(other.get()) {}
+    template <class U>
+        requires std::is_convertible_v<U *, T *>
+    Ref(Ref<U> &&other) noexcept : pointer(other.leak()) {}
+    ~Ref() {
+        if (pointer != nullptr)
+            pointer->release();
+    }
+    Ref &operator=(Ref other) noexcept {
+        std::swap(pointer, other.pointer);
+        return *this;
+    }
+
+    /// Takes over a reference that the caller owns, such as the result of a C function with `Create` in its name.
+    [[nodiscard]] static Ref adopt(T *owned) noexcept {
+        Ref result;
+        result.pointer = owned;
+        return result;
+    }
+    /// Gives up ownership: the caller owns the reference.
+    [[nodiscard]] T *leak() noexcept { return std::exchange(pointer, nullptr); }
+
+    [[nodiscard]] T *get() const noexcept { return pointer; }
+    T *operator->() const noexcept { return pointer; }
+    T &operator*() const noexcept { return *pointer; }
+    explicit operator bool() const noexcept { return pointer != nullptr; }
+    friend bool operator==(const Ref &a, const Ref &b) noexcept { return a.pointer == b.pointer; }
+    friend bool operator==(const Ref &a, std::nullptr_t) noexcept { return a.pointer == nullptr; }
+
+private:
+    T *pointer = nullptr;
+};
+
+/// Makes an object with the given constructor arguments.
+template <class T, class... Arguments>
+[[nodiscard]] Ref<T> makeRef(Arguments &&...arguments) {
+    return Ref<T>::adopt(new T(std::forward<Arguments>(arguments)...));
+}
+
+/// The object as a T when it is one by its run-time class, else null. Null gives null.
+template <class T>
+[[nodiscard]] T *as(Object *object) noexcept {
+    return object != nullptr && object->isKindOf(&T::classInfo) ? static_cast<T *>(object) : nullptr;
+}
+template <class T>
+[[nodiscard]] const T *as(const Object *object) noexcept {
+    return object != nullptr && object->isKindOf(&T::classInfo) ? static_cast<const T *>(object) : nullptr;
+}
+
+/// Equality by value in which null equals null only.
+[[nodiscard]] inline bool areEqual(const Object *a, const Object *b) {
+    return a == b || (a != nullptr && a->isEqual(b));
+}
+
+} // namespace wickerlane
+
+#endif
