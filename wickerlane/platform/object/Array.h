@@ -21,8 +21,8 @@ struct ArrayCallBacks {
     bool (*equal)(const void *a, const void *b);
 };
 
-/// An immutable ordered collection of objects, or of whatever its callbacks say. Elements are never null unless
-/// made with callbacks.
+/// An immutable ordered collection of objects, or of whatever its callbacks say. Elements are never null
+/// unless made with callbacks.
 class WL_EXPORT Array : public Object {
     WL_OBJECT
 public:
@@ -52,7 +52,7 @@ public:
     ~Array() override;
 
 protected:
-    explicit Array(const ArrayCallBacks *callBacks) noexcept : callBacks(callBacks) {}
+    explicit Array(const ArrayCallBacks *used) noexcept : callBacks(used) {}
     void appendRetained(const void *value);
     void releaseAll() noexcept;
 

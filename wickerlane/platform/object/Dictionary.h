@@ -11,8 +11,8 @@
 
 namespace wickerlane {
 
-/// An immutable mapping. Keys are compared by isEqual() and hash(); keys and values are never null. Walking it
-/// gives the entries in the order in which the keys were first set.
+/// An immutable mapping. Keys are compared by isEqual() and hash(); keys and values are never null. Walking
+/// it gives the entries in the order in which the keys were first set.
 class WL_EXPORT Dictionary : public Object {
     WL_OBJECT
 public:
@@ -56,7 +56,7 @@ protected:
     [[nodiscard]] std::size_t find(std::size_t hash, Matches matches) const;
 
     std::vector<Entry> entries;
-    std::vector<std::size_t> hashes;      // of the keys, position by position
+    std::vector<std::size_t> hashes;  // of the keys, position by position
     std::vector<std::uint32_t> index; // open addressing over positions plus one; empty for few entries
 };
 

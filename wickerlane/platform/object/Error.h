@@ -22,11 +22,14 @@ class WL_EXPORT Error final : public Object {
 public:
     [[nodiscard]] static Ref<Error> create(String *domain, std::int64_t code, Dictionary *userInfo = nullptr);
     /// With a localized description as its only user information.
-    [[nodiscard]] static Ref<Error> createWithDescription(String *domain, std::int64_t code, String *description);
+    [[nodiscard]] static Ref<Error> createWithDescription(String *domain, std::int64_t code,
+                                                          String *description);
 
     [[nodiscard]] String *domain() const noexcept { return errorDomain.get(); }
     [[nodiscard]] std::int64_t code() const noexcept { return errorCode; }
-    [[nodiscard]] Dictionary *userInfo() const noexcept { return information.get(); } ///< Null when there is none.
+    [[nodiscard]] Dictionary *userInfo() const noexcept {
+        return information.get();
+    } ///< Null when there is none.
     /// The one in the user information, else a text made of domain and code; never null.
     [[nodiscard]] String *localizedDescription() const;
 
@@ -41,8 +44,8 @@ private:
     Ref<Dictionary> information;
 };
 
-/// The base of what the platform throws: a name and a reason. Platform code throws it for errors of programming
-/// only; no call of the library throws to an application.
+/// The base of what the platform throws: a name and a reason. Platform code throws it for errors of
+/// programming only; no call of the library throws to an application.
 class WL_EXPORT Exception : public std::exception {
 public:
     /// Either may be null.

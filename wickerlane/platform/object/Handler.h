@@ -14,7 +14,8 @@ class Handler;
 
 /// A nullable, shared callable. Copies share one callable, which is destroyed with the last copy; it may be
 /// move-only. A null pointer, an empty std::function and a default-made Handler are all the null handler.
-/// Calling a null handler is a fault of the caller. Copying is thread-safe; calling is as safe as the callable.
+/// Calling a null handler is a fault of the caller. Copying is thread-safe; calling is as safe as the
+/// callable.
 template <class Result, class... Arguments>
 class Handler<Result(Arguments...)> {
 public:
@@ -22,9 +23,9 @@ public:
     constexpr Handler(std::nullptr_t) noexcept {}
 
     template <class Callable>
-        requires(!std::same_as<std::remove_cvref_t<Callable>, Handler> &&
-                 std::is_invocable_r_v<Result, std::decay_t<Callable> &, Arguments...>)
-    Handler(Callable &&callable) {
+    requires(!std::same_as<std::remove_cvref_t<Callable>, Handler> &&
+             std::is_invocable_r_v<Result, std::decay_t<Callable> &, Arguments...>)
+        Handler(Callable &&callable) {
         using Held = std::decay_t<Callable>;
         if constexpr (std::is_constructible_v<bool, const Held &> && !std::is_class_v<Held>) {
             if (!static_cast<bool>(callable))
@@ -68,7 +69,8 @@ private:
         Held held;
         explicit Closure(auto &&callable) : held(std::forward<decltype(callable)>(callable)) {
             this->invoke = [](Block *block, Arguments... arguments) -> Result {
-                return std::invoke(static_cast<Closure *>(block)->held, std::forward<Arguments>(arguments)...);
+                return std::invoke(static_cast<Closure *>(block)->held,
+                                   std::forward<Arguments>(arguments)...);
             };
             this->destroy = [](Block *block) { delete static_cast<Closure *>(block); };
         }
@@ -77,12 +79,12 @@ private:
     Block *block = nullptr;
 };
 
-/// Binds objects to a callable and keeps them alive as long as it lives. A lambda alone does not retain what it
-/// captures; `queue->async(keeping([](String *s) { ... }, string))` does.
+/// Binds objects to a callable and keeps them alive as long as it lives. A lambda alone does not retain what
+/// it captures; `queue->async(keeping([](String *s) { ... }, string))` does.
 template <class Callable, class... Objects>
 [[nodiscard]] auto keeping(Callable callable, Objects *...objects) {
-    return [callable = std::move(callable), kept = std::make_tuple(Ref<Objects>(objects)...)](
-               auto &&...arguments) mutable {
+    return [callable = std::move(callable),
+            kept = std::make_tuple(Ref<Objects>(objects)...)](auto &&...arguments) mutable {
         return std::apply(
             [&](auto &...each) {
                 return callable(each.get()..., std::forward<decltype(arguments)>(arguments)...);

@@ -20,7 +20,7 @@ public:
     [[nodiscard]] String *description() const override; ///< The URI's text.
 
 private:
-    ManagedObjectID(URL *uri, bool isTemporary) : uri(uri), temporary(isTemporary) {}
+    ManagedObjectID(URL *named, bool isTemporary) : uri(named), temporary(isTemporary) {}
     Ref<URL> uri;
     bool temporary;
 };

@@ -26,8 +26,7 @@ public:
         return createSigned(value);
     }
     template <std::unsigned_integral T>
-        requires(!std::same_as<T, bool>)
-    [[nodiscard]] static Ref<Number> create(T value) {
+    requires(!std::same_as<T, bool>) [[nodiscard]] static Ref<Number> create(T value) {
         return createUnsigned(value);
     }
     template <std::floating_point T>
@@ -42,8 +41,8 @@ public:
 
     [[nodiscard]] Kind kind() const noexcept { return numberKind; }
     [[nodiscard]] bool boolValue() const noexcept;
-    /// Converted as C converts integers; a real is cut towards zero and clipped to the range, and not-a-number
-    /// gives 0.
+    /// Converted as C converts integers; a real is cut towards zero and clipped to the range, and
+    /// not-a-number gives 0.
     [[nodiscard]] std::int64_t int64Value() const noexcept;
     [[nodiscard]] std::uint64_t uint64Value() const noexcept;
     [[nodiscard]] double doubleValue() const noexcept;
@@ -55,7 +54,8 @@ public:
     /// Booleans show as 1 and 0; reals with the fewest digits that give the same value back.
     [[nodiscard]] String *description() const override;
 
-    constexpr Number(ImmortalTag tag, bool value) noexcept : Object(tag), numberKind(Kind::boolean), u(value) {}
+    constexpr Number(ImmortalTag tag, bool value) noexcept
+        : Object(tag), numberKind(Kind::boolean), u(value) {}
 
 private:
     explicit Number(std::int64_t value) noexcept : numberKind(Kind::signedInteger), s(value) {}

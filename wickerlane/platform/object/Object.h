@@ -28,9 +28,9 @@ class String;
 /// A class at run time: its name, its parent, and how to make an instance without arguments.
 /// Instances of this type are constants that are never destroyed.
 struct Class {
-    const char *name;               ///< Never null; unique among registered classes.
-    const Class *superclass;        ///< Null for the root class only.
-    Object *(*instantiate)();       ///< Makes an owned instance; null when the class needs arguments.
+    const char *name;         ///< Never null; unique among registered classes.
+    const Class *superclass;  ///< Null for the root class only.
+    Object *(*instantiate)(); ///< Makes an owned instance; null when the class needs arguments.
 
     [[nodiscard]] bool isSubclassOf(const Class *other) const noexcept {
         for (const Class *c = this; c != nullptr; c = c->superclass)
@@ -40,18 +40,19 @@ struct Class {
     }
 };
 
-/// Finds a class by its name: first the built-in ones, then the registered ones. Null when there is none. Thread-safe.
+/// Finds a class by its name: first the built-in ones, then the registered ones. Null when there is none.
+/// Thread-safe.
 WL_EXPORT const Class *classNamed(std::string_view name);
 
 /// Adds a class that must never be destroyed. False when the name is taken by another class. Thread-safe.
 WL_EXPORT bool registerClass(const Class *added);
 
 /// Inside a class declaration: gives the class its run-time class object, which its source file defines.
-#define WL_OBJECT                                                                                                \
-public:                                                                                                          \
-    static const ::wickerlane::Class classInfo;                                                                  \
-    [[nodiscard]] const ::wickerlane::Class *classObject() const noexcept override {                             \
-        return &classInfo;                                                                                       \
+#define WL_OBJECT                                                                    \
+public:                                                                              \
+    static const ::wickerlane::Class classInfo;                                      \
+    [[nodiscard]] const ::wickerlane::Class *classObject() const noexcept override { \
+        return &classInfo;                                                           \
     }
 
 /// The root class. Destroying an object never recurses, however deep the objects it held were nested.
@@ -129,11 +130,11 @@ public:
     Ref(const Ref &other) noexcept : Ref(other.pointer) {}
     Ref(Ref &&other) noexcept : pointer(std::exchange(other.pointer, nullptr)) {}
     template <class U>
-        requires std::is_convertible_v<U *, T *>
-    Ref(const Ref<U> &other) noexcept : Ref(other.get()) {}
+    requires std::is_convertible_v<U *, T *> Ref(const Ref<U> &other)
+    noexcept : Ref(other.get()) {}
     template <class U>
-        requires std::is_convertible_v<U *, T *>
-    Ref(Ref<U> &&other) noexcept : pointer(other.leak()) {}
+    requires std::is_convertible_v<U *, T *> Ref(Ref<U> &&other)
+    noexcept : pointer(other.leak()) {}
     ~Ref() {
         if (pointer != nullptr)
             pointer->release();
@@ -143,7 +144,8 @@ public:
         return *this;
     }
 
-    /// Takes over a reference that the caller owns, such as the result of a C function with `Create` in its name.
+    /// Takes over a reference that the caller owns, such as the result of a C function with `Create` in its
+    /// name.
     [[nodiscard]] static Ref adopt(T *owned) noexcept {
         Ref result;
         result.pointer = owned;

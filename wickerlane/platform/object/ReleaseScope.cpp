@@ -18,7 +18,6 @@ void drain(Pending &pending, std::size_t mark) noexcept {
     }
 }
 
-
 thread_local constinit Pending *current = nullptr;
 
 void endThread(void *value) {
@@ -50,7 +49,8 @@ Pending &pendingOfThread() {
 
 } // namespace
 
-ReleaseScope::ReleaseScope() noexcept : mark(pendingOfThread().size()) {}
+ReleaseScope::ReleaseScope() noexcept : mark(pendingOfThread().size()) {
+}
 
 ReleaseScope::~ReleaseScope() {
     end();

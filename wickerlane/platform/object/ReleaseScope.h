@@ -16,8 +16,8 @@ public:
     ReleaseScope(const ReleaseScope &) = delete;
     ReleaseScope &operator=(const ReleaseScope &) = delete;
 
-    /// Ends the scope now and passes one object on to the scope outside it: the way to return a borrowed result
-    /// from a function that cleans up after itself. Null gives null.
+    /// Ends the scope now and passes one object on to the scope outside it: the way to return a borrowed
+    /// result from a function that cleans up after itself. Null gives null.
     template <class T>
     [[nodiscard]] T *handOver(T *object) {
         return static_cast<T *>(handOverObject(object));

@@ -149,7 +149,7 @@ private:
 /// A text constant of ASCII characters in static storage: `constinit Immortal<ConstantString> x("text");`
 class WL_EXPORT ConstantString final : public String {
 public:
-    consteval explicit ConstantString(const char *ascii) : String(ImmortalTag{}), text(ascii) {
+    constexpr explicit ConstantString(const char *ascii) : String(ImmortalTag{}), text(ascii) {
         for (unsigned char c : text)
             if (c >= 0x80)
                 throw "a constant string holds ASCII only";
