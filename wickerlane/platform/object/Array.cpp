@@ -65,10 +65,12 @@ Array::~Array() {
 }
 
 void Array::appendRetained(const void *value) {
+    ++changes;
     elements.push_back(callBacks->retain != nullptr ? callBacks->retain(nullptr, value) : value);
 }
 
 void Array::releaseAll() noexcept {
+    ++changes;
     if (callBacks->release != nullptr)
         for (const void *element : elements)
             callBacks->release(nullptr, element);
@@ -169,6 +171,7 @@ void MutableArray::replace(std::size_t index, Object *element) {
 }
 
 void MutableArray::remove(std::size_t index) {
+    ++changes;
     const void *removed = elements[index];
     elements.erase(elements.begin() + static_cast<std::ptrdiff_t>(index));
     if (callBacks->release != nullptr)

@@ -44,6 +44,9 @@ public:
     /// First position of an equal element; String::notFound when there is none.
     [[nodiscard]] std::size_t indexOf(const void *value) const;
     [[nodiscard]] bool contains(const void *value) const;
+    /// Differs after every change of a mutable array: whoever walks one can tell that it was changed
+    /// meanwhile.
+    [[nodiscard]] std::size_t changeCount() const noexcept { return changes; }
 
     [[nodiscard]] bool isEqual(const Object *other) const override;
     [[nodiscard]] std::size_t hash() const override;
@@ -58,6 +61,7 @@ protected:
 
     const ArrayCallBacks *callBacks;
     std::vector<const void *> elements;
+    std::size_t changes = 0;
 };
 
 /// A collection that its owner may change.

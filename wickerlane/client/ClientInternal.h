@@ -1,0 +1,21 @@
+// What the operations' source files share.
+#ifndef WICKERLANE_CLIENT_CLIENTINTERNAL_H
+#define WICKERLANE_CLIENT_CLIENTINTERNAL_H
+
+#include "wickerlane/client/JXGatekeeperClient.h"
+#include "wickerlane/client/Request.h"
+#include "wickerlane/platform/console/Console.h"
+#include "wickerlane/platform/object/ReleaseScope.h"
+
+namespace wickerlane::client {
+
+/// Stops the process: a caller broke the contract of an operation. `condition` is the text of what does not
+/// hold.
+[[noreturn]] void failParameter(const JXGatekeeperClient *client, const char *method, const char *condition);
+
+/// An error in WickerlaneErrorDomain without user information, borrowed.
+[[nodiscard]] Error *errorWithCode(std::int64_t code);
+
+} // namespace wickerlane::client
+
+#endif

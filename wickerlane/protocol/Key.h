@@ -1,0 +1,148 @@
+// Typed keys: what stands under a key of a request or reply, and how it is written and read.
+#ifndef WICKERLANE_PROTOCOL_KEY_H
+#define WICKERLANE_PROTOCOL_KEY_H
+
+#include <cstdlib>
+
+#include "wickerlane/message/JXJobDictionary.h"
+#include "wickerlane/message/JXMsgUtilities.h"
+#include "wickerlane/platform/console/Console.h"
+#include "wickerlane/platform/object/ReleaseScope.h"
+
+namespace wickerlane::protocol {
+
+/// A key's text and how the value under it is coded. The coding's Write is what a writer takes and its Read
+/// what a reader gets, so that a mismatch does not compile. Readers are total: any other reply reads as
+/// absence.
+template <class Coding>
+struct Key {
+    const char *text;
+};
+
+// Each coding names the message kinds that it accepts, how to store a value, and how to read one.
+
+namespace coding {
+
+/// A coding whose values are object pointers; null stores nothing and absence reads as null.
+template <class Object, auto set, auto get, MessageKind... accepted>
+struct ObjectCoding {
+    using Write = Object *;
+    static constexpr MessageKind kinds[] = {accepted...};
+    static void write(MessageDictionary *message, const char *key, Write value) { set(message, key, value); }
+    static auto read(MessageValue *message, const char *key) { return get(message, key); }
+};
+
+/// A coding whose values are plain numbers; absence reads as zero.
+template <class Value, auto set, auto get, MessageKind accepted>
+struct ScalarCoding {
+    using Write = Value;
+    static constexpr MessageKind kinds[] = {accepted};
+    static void write(MessageDictionary *message, const char *key, Value value) {
+        (message->*set)(key, value);
+    }
+    static Value read(MessageValue *message, const char *key) {
+        const auto *dictionary = as<MessageDictionary>(message);
+        return dictionary != nullptr ? (dictionary->*get)(key) : Value{};
+    }
+};
+
+using Int64 = ScalarCoding<std::int64_t, &MessageDictionary::setInt64, &MessageDictionary::getInt64,
+                           MessageKind::int64>;
+using UInt64 = ScalarCoding<std::uint64_t, &MessageDictionary::setUInt64, &MessageDictionary::getUInt64,
+                            MessageKind::uint64>;
+using Bool =
+    ScalarCoding<bool, &MessageDictionary::setBool, &MessageDictionary::getBool, MessageKind::boolean>;
+
+using Text = ObjectCoding<String, JXMsgDictionarySetString, JXStringFromMsgDictionary, MessageKind::string>;
+using Location = ObjectCoding<URL, JXMsgDictionarySetURL, JXURLFromMsgDictionary, MessageKind::string>;
+using ByteData = ObjectCoding<Data, JXMsgDictionarySetData, JXDataFromMsgDictionary, MessageKind::data,
+                              MessageKind::sharedMemory>;
+/// Property lists, as binary data.
+using List = ObjectCoding<Array, JXMsgDictionarySetArray, JXArrayFromMsgDictionary, MessageKind::data>;
+using Mapping =
+    ObjectCoding<Dictionary, JXMsgDictionarySetDictionary, JXDictionaryFromMsgDictionary, MessageKind::data>;
+
+/// A managed object ID's URI; its reader needs a resolver: JXManagedObjectIDFromMsgValue().
+struct ObjectID {
+    using Write = ManagedObjectID *;
+    static constexpr MessageKind kinds[] = {MessageKind::data};
+    static void write(MessageDictionary *message, const char *key, Write value) {
+        JXMsgDictionarySetManagedObjectID(message, key, value);
+    }
+};
+
+/// A surface's own message object; the surface that is read is borrowed.
+struct Surface {
+    using Write = ImageSurface *;
+    static constexpr MessageKind kinds[] = {MessageKind::dictionary};
+    static void write(MessageDictionary *message, const char *key, Write value) {
+        JXMsgDictionarySetImageSurface(message, key, value);
+    }
+    static ImageSurface *read(MessageValue *message, const char *key) {
+        return autorelease(Ref<ImageSurface>::adopt(JXCreateImageSurfaceFromMsgDictionary(message, key)));
+    }
+};
+
+/// A job dictionary, value by value.
+struct Job {
+    using Write = Dictionary *;
+    static constexpr MessageKind kinds[] = {MessageKind::dictionary};
+    static void write(MessageDictionary *message, const char *key, Write value) {
+        if (const auto job = Ref<MessageDictionary>::adopt(JXJobCreateMsgDictionaryFromDictionary(value)))
+            message->set(key, job.get());
+    }
+    static MutableDictionary *read(MessageValue *message, const char *key) {
+        const auto *dictionary = as<MessageDictionary>(message);
+        return JXJobDictionaryFromMsgDictionary(dictionary != nullptr ? dictionary->get(key) : nullptr);
+    }
+};
+
+/// An array of job dictionaries. Those that can't be coded are left out on either side.
+struct Jobs {
+    using Write = Array *;
+    static constexpr MessageKind kinds[] = {MessageKind::array};
+    static void write(MessageDictionary *message, const char *key, Write value) {
+        const auto jobs = MessageArray::create();
+        message->set(key, jobs.get());
+        const std::size_t changes = value->changeCount();
+        for (std::size_t i = 0; i < value->count(); ++i) {
+            ReleaseScope scope;
+            auto *job = as<Dictionary>(value->at(i));
+            if (const auto coded = Ref<MessageDictionary>::adopt(JXJobCreateMsgDictionaryFromDictionary(job)))
+                jobs->append(coded.get());
+            if (value->changeCount() != changes) {
+                consoleLog("*** Collection <%p> was changed while it was being walked.",
+                           static_cast<void *>(value));
+                std::abort();
+            }
+        }
+    }
+    static MutableArray *read(MessageValue *message, const char *key) {
+        const auto *dictionary = as<MessageDictionary>(message);
+        const auto *jobs = dictionary != nullptr ? dictionary->getArray(key) : nullptr;
+        auto result = MutableArray::create();
+        for (std::size_t i = 0; jobs != nullptr && i < jobs->count(); ++i)
+            if (auto *job = JXJobDictionaryFromMsgDictionary(jobs->at(i)))
+                result->append(job);
+        return autorelease(std::move(result));
+    }
+};
+
+/// An open file. Reading gives a duplicate that the caller closes, or -1.
+struct Descriptor {
+    using Write = int;
+    static constexpr MessageKind kinds[] = {MessageKind::fileDescriptor};
+    static void write(MessageDictionary *message, const char *key, int descriptor) {
+        message->setDescriptor(key, descriptor);
+    }
+    static int read(MessageValue *message, const char *key) {
+        const auto *dictionary = as<MessageDictionary>(message);
+        return dictionary != nullptr ? dictionary->duplicateDescriptor(key) : -1;
+    }
+};
+
+} // namespace coding
+
+} // namespace wickerlane::protocol
+
+#endif

@@ -1,0 +1,3 @@
+#include "wickerlane/protocol/ServiceName.h"
+
+const char *const WickerlaneGatekeeperName = "org.wickerlane.hoardd.Gatekeeper";

@@ -1,0 +1,10 @@
+// The daemon's name.
+#ifndef WICKERLANE_PROTOCOL_SERVICENAME_H
+#define WICKERLANE_PROTOCOL_SERVICENAME_H
+
+#include "wickerlane/platform/object/Export.h"
+
+/// The name of hoardd's gatekeeper service: "org.wickerlane.hoardd.Gatekeeper".
+WL_EXPORT extern const char *const WickerlaneGatekeeperName;
+
+#endif
