@@ -4,18 +4,29 @@
 
 #include <cstdarg>
 #include <string>
+#include <string_view>
 
 #include "wickerlane/platform/object/Export.h"
 
 namespace wickerlane {
 
 /// Formats into UTF-8. Takes every conversion, flag, width, precision and length modifier of C's printf,
-/// positional arguments ("%2$@"), and "%@" with an `Object *` whose description is shown ("(null)" for null;
-/// "%s" shows a null pointer so, too). "%C" takes a UTF-16 unit, "%S" a NUL-terminated UTF-16 text. "%n" writes nothing
-/// and only skips its argument. An unknown conversion is shown as it stands. Never fails and never
-/// writes outside its result; results are capped at 64 MiB, widths and precisions at 1 MiB.
+/// positional arguments ("%2$@", "%1$*3$d"), and "%@" with an `Object *` whose description is shown ("(null)"
+/// for null; "%s" shows a null pointer so, too). "%C" takes a UTF-16 unit, "%S" a NUL-terminated UTF-16 text,
+/// "%m" shows the text of errno. "%n" writes nothing and only skips its argument. An unknown conversion is
+/// shown as it stands, and takes no argument; so is a whole format that mixes positional with other
+/// conversions, leaves out a position, or asks for one argument as two types.
+///
+/// Numbers look the same in every locale. A precision cuts text by bytes, never inside a character, and
+/// nothing is read past it. Ill-formed UTF-8 becomes U+FFFD, so that the result is always valid. Results are
+/// cut at 64 MiB, widths and precisions at 1 MiB.
 WL_EXPORT std::string formatUTF8(const char *format, ...);
 WL_EXPORT std::string formatUTF8Arguments(const char *format, va_list arguments);
+
+/// The same, with the text of each "%s", "%@", "%c", "%C" and "%S" passed through `escape` before it is
+/// padded.
+WL_EXPORT std::string formatUTF8Escaping(const char *format, va_list arguments,
+                                         std::string (*escape)(std::string_view text));
 
 } // namespace wickerlane
 

@@ -21,12 +21,12 @@ struct Range {
 
 /// How strings are compared; combine with `|`.
 enum class CompareOptions : unsigned {
-    none = 0,               ///< By code units.
-    caseInsensitive = 1,    ///< Full Unicode case folding.
-    numeric = 2,            ///< Runs of digits compare by value: "Photo 9" before "Photo 10".
+    none = 0,            ///< By code units.
+    caseInsensitive = 1, ///< Full Unicode case folding.
+    numeric = 2,         ///< Runs of digits compare by value: "Photo 9" before "Photo 10".
     diacriticInsensitive = 4,
-    backwards = 8,          ///< Searches only: the last occurrence.
-    anchored = 16,          ///< Searches only: at the start (or the end, backwards).
+    backwards = 8, ///< Searches only: the last occurrence.
+    anchored = 16, ///< Searches only: at the start (or the end, backwards).
 };
 constexpr CompareOptions operator|(CompareOptions a, CompareOptions b) {
     return static_cast<CompareOptions>(static_cast<unsigned>(a) | static_cast<unsigned>(b));
@@ -35,8 +35,9 @@ constexpr bool operator&(CompareOptions a, CompareOptions b) {
     return (static_cast<unsigned>(a) & static_cast<unsigned>(b)) != 0;
 }
 
-/// An immutable text (a MutableString is one whose owner may change it). Abstract: a subclass supplies length()
-/// and characterAt(); everything else works through these two unless the subclass knows a faster way.
+/// An immutable text (a MutableString is one whose owner may change it). Abstract: a subclass supplies
+/// length() and characterAt(); everything else works through these two unless the subclass knows a faster
+/// way.
 class WL_EXPORT String : public Object {
     WL_OBJECT
 public:
@@ -49,8 +50,8 @@ public:
     [[nodiscard]] static Ref<String> create(const char *utf8);
     /// From UTF-16; a lone surrogate becomes U+FFFD.
     [[nodiscard]] static Ref<String> createWithUTF16(std::u16string_view text);
-    /// Takes over a malloc'ed, NUL-terminated UTF-8 text without copying it and frees it with free() in the end.
-    /// Null, and the text freed, when it is not valid UTF-8.
+    /// Takes over a malloc'ed, NUL-terminated UTF-8 text without copying it and frees it with free() in the
+    /// end. Null, and the text freed, when it is not valid UTF-8.
     [[nodiscard]] static Ref<String> createAdopting(char *mallocedUTF8);
     /// Formats as formatUTF8() in Format.h does: C conversions, and "%@" for objects (Object *, or null).
     [[nodiscard]] static Ref<String> createWithFormat(const char *format, ...);
@@ -69,9 +70,9 @@ public:
 
     // What follows from it.
 
-    /// The text as UTF-8, with a NUL behind it that is not counted; lone surrogates appear as U+FFFD. Valid as
-    /// long as the string is neither changed nor destroyed; for subclasses that do not keep UTF-8 themselves,
-    /// also only until the current release scope ends.
+    /// The text as UTF-8, with a NUL behind it that is not counted; lone surrogates appear as U+FFFD. Valid
+    /// as long as the string is neither changed nor destroyed; for subclasses that do not keep UTF-8
+    /// themselves, also only until the current release scope ends.
     [[nodiscard]] virtual std::string_view utf8() const;
     [[nodiscard]] const char *cString() const { return utf8().data(); }
 
@@ -87,12 +88,13 @@ public:
     [[nodiscard]] std::size_t hash() const override;
     [[nodiscard]] static std::size_t hashOfUTF8(std::string_view utf8) noexcept;
 
-    [[nodiscard]] virtual std::strong_ordering compare(const String *other) const;
+    [[nodiscard]] std::strong_ordering compare(const String *other) const;
     [[nodiscard]] std::strong_ordering compare(const String *other, CompareOptions options) const;
     /// Compares a range of this string (clipped to it) with the whole of the other. `locale` is an identifier
-    /// such as "de_DE": the order is then that locale's collation; null compares without a locale.
-    [[nodiscard]] std::strong_ordering compare(const String *other, CompareOptions options, Range range,
-                                               const char *locale = nullptr) const;
+    /// such as "de_DE": the order is then that locale's collation; null compares without a locale. All other
+    /// comparisons end here.
+    [[nodiscard]] virtual std::strong_ordering compare(const String *other, CompareOptions options,
+                                                       Range range, const char *locale = nullptr) const;
     /// The order a person expects in a list of file names: case-insensitive, numeric, in the user's locale.
     [[nodiscard]] std::strong_ordering localizedStandardCompare(const String *other) const;
 
@@ -122,6 +124,10 @@ public:
 protected:
     constexpr String() noexcept = default;
     constexpr explicit String(ImmortalTag tag) noexcept : Object(tag) {}
+
+    /// True when utf8() costs nothing and says all: the text holds no lone surrogate. Lets the comparisons
+    /// work on bytes.
+    [[nodiscard]] virtual bool hasExactUTF8() const noexcept { return false; }
 };
 
 /// A text that its owner may change.
@@ -157,6 +163,9 @@ public:
     [[nodiscard]] std::size_t length() const override;
     [[nodiscard]] char16_t characterAt(std::size_t index) const override;
     [[nodiscard]] std::string_view utf8() const override;
+
+protected:
+    [[nodiscard]] bool hasExactUTF8() const noexcept override { return true; }
 
 private:
     std::string_view text;
