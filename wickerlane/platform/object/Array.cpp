@@ -85,6 +85,10 @@ Object *Array::at(std::size_t index) const noexcept {
     return begin()[index];
 }
 
+bool Array::holdsObjects() const noexcept {
+    return callBacks == &objectCallBacks;
+}
+
 Object *const *Array::begin() const noexcept {
     // The elements are objects that were handed in as such; they are kept as plain pointers for the
     // callbacks.

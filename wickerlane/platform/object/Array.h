@@ -38,6 +38,8 @@ public:
     /// The element at an index below count(); lives as long as the array holds it.
     [[nodiscard]] Object *at(std::size_t index) const noexcept;
     [[nodiscard]] const void *valueAt(std::size_t index) const noexcept;
+    /// False for an array that was made with callbacks.
+    [[nodiscard]] bool holdsObjects() const noexcept;
     /// Of objects only.
     [[nodiscard]] Object *const *begin() const noexcept;
     [[nodiscard]] Object *const *end() const noexcept { return begin() + count(); }
