@@ -1,6 +1,8 @@
 // Runs the tests. Each test runs below a root of its own and must leave as many open descriptors as it found.
 #include <gtest/gtest.h>
 
+#include "tests/support/LastingDescriptors.h"
+
 #include <cstdlib>
 #include <filesystem>
 #include <string>
@@ -33,7 +35,8 @@ class RootAndDescriptors : public ::testing::EmptyTestEventListener {
     }
     void OnTestEnd(const ::testing::TestInfo &) override {
         const std::size_t after = openDescriptors();
-        // Descriptors that a process opens once and keeps are opened by a warm-up in the test that needs them.
+        // Descriptors that a process opens once and keeps are opened by a warm-up in the test that needs
+        // them.
         if (after > before + allowance)
             ADD_FAILURE() << "open descriptors: " << before << " before the test, " << after << " after it";
         allowance = 0;
@@ -45,7 +48,6 @@ public:
     static inline std::size_t allowance = 0;
 };
 
-/// Says that the running test opens `count` descriptors that the process keeps.
 void allowLastingDescriptors(std::size_t count) {
     RootAndDescriptors::allowance += count;
 }

@@ -2,7 +2,9 @@
 #ifndef WICKERLANE_PLATFORM_QUEUE_DESCRIPTORSOURCE_H
 #define WICKERLANE_PLATFORM_QUEUE_DESCRIPTORSOURCE_H
 
+#include <condition_variable>
 #include <cstdint>
+#include <mutex>
 
 #include "wickerlane/platform/object/Handler.h"
 #include "wickerlane/platform/object/Object.h"
@@ -10,23 +12,37 @@
 namespace wickerlane {
 
 /// Watches one descriptor on the process's one reader thread, which starts with the first source. The handler
-/// runs on that thread, inside a ReleaseScope, and must neither block nor take long: what takes long goes to a
-/// queue. Thread-safe.
+/// runs on that thread, inside a ReleaseScope, and must neither block nor take long: what takes long goes to
+/// a queue. A source lives until it is cancelled, whoever lets go of it before. Thread-safe.
 class WL_EXPORT DescriptorSource : public Object {
     WL_OBJECT
 public:
     /// `descriptor` stays the caller's and stays open until the source is cancelled. `handler` gets the epoll
-    /// events that occurred. Nothing is watched until arm().
+    /// events that occurred; EPOLLERR also when the kernel refuses to watch the descriptor. Nothing is
+    /// watched until arm().
     [[nodiscard]] static Ref<DescriptorSource> create(int descriptor, Handler<void(std::uint32_t)> handler);
-    /// Watches for `events` (EPOLLIN, EPOLLOUT; hang-up and errors are always watched) until the next time the
-    /// handler is called: sources are one-shot.
+    /// Watches for `events` (EPOLLIN, EPOLLOUT, or none; hang-up and errors are always watched) until the
+    /// next time the handler is called: sources are one-shot. Replaces what was watched for before, though a
+    /// call of the handler that is already on its way still comes. Does nothing once cancelled.
     void arm(std::uint32_t events);
-    /// Ends it. When this returns on another thread than the reader's, the handler runs no more and the
-    /// descriptor may be closed; called from the handler itself, that holds once the handler has returned.
+    /// Ends it and lets go of the handler. When this returns on another thread than the reader's, the handler
+    /// runs no more and the descriptor may be closed; called on the reader's thread, from the handler itself,
+    /// that holds once the handler has returned. Never called with a lock held that the handler takes.
     void cancel();
 
-protected:
-    DescriptorSource() = default;
+private:
+    friend class DescriptorReader;
+    DescriptorSource(int watched, Handler<void(std::uint32_t)> called)
+        : descriptor(watched), handler(std::move(called)) {}
+
+    const int descriptor;
+    std::uint64_t number = 0; // among the reader's sources
+    std::mutex mutex;
+    std::condition_variable handled;
+    Handler<void(std::uint32_t)> handler;
+    bool added = false;
+    bool cancelled = false;
+    bool handling = false;
 };
 
 } // namespace wickerlane

@@ -1,0 +1,189 @@
+#include "wickerlane/platform/file/Files.h"
+
+#include <fcntl.h>
+#include <pwd.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+
+namespace wickerlane {
+namespace {
+
+// Environment variables are the caller's own, but a set-user-ID program must not let its caller choose.
+std::string environment(const char *name) {
+    const char *value = secure_getenv(name);
+    return value != nullptr ? value : "";
+}
+
+std::string homeFolder() {
+    if (std::string home = environment("HOME"); home.starts_with('/'))
+        return home;
+    std::array<char, 4096> buffer;
+    passwd entry{}, *found = nullptr;
+    if (getpwuid_r(geteuid(), &entry, buffer.data(), buffer.size(), &found) == 0 && found != nullptr)
+        return found->pw_dir;
+    return "/";
+}
+
+std::string absolute(std::string path) {
+    if (!path.starts_with('/')) {
+        std::array<char, PATH_MAX> current;
+        path.insert(0, getcwd(current.data(), current.size()) != nullptr ? std::string(current.data()) + "/"
+                                                                         : "/");
+    }
+    while (path.size() > 1 && path.ends_with('/'))
+        path.pop_back();
+    return path;
+}
+
+std::string folderOf(const std::string &path) {
+    const std::size_t slash = path.rfind('/');
+    if (slash == std::string::npos)
+        return ".";
+    return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+bool syncFolderOpenedWith(const std::string &path, int flags) {
+    const UniqueFd folder(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | flags));
+    return folder && fsync(folder.get()) == 0;
+}
+
+// Removes a file again unless told to keep it; leaves errno alone.
+class Removal {
+public:
+    explicit Removal(std::string removed) : path(std::move(removed)) {}
+    Removal(const Removal &) = delete;
+    Removal &operator=(const Removal &) = delete;
+    ~Removal() {
+        if (!path.empty()) {
+            const int error = errno;
+            unlink(path.c_str());
+            errno = error;
+        }
+    }
+    void keep() { path.clear(); }
+
+private:
+    std::string path;
+};
+
+} // namespace
+
+std::string rootPath() {
+    if (std::string chosen = environment("WICKERLANE_ROOT"); !chosen.empty())
+        return absolute(std::move(chosen));
+    if (access("/etc/wickerlane/device", F_OK) == 0)
+        return "/";
+    std::string data = environment("XDG_DATA_HOME");
+    if (!data.starts_with('/')) // relative ones are to be ignored
+        data = absolute(homeFolder()) + "/.local/share";
+    return absolute(data + "/wickerlane");
+}
+
+std::string pathUnderRoot(std::string_view systemPath) {
+    std::string path = rootPath();
+    if (path == "/")
+        path.clear();
+    if (!systemPath.starts_with('/'))
+        path += '/';
+    return path.append(systemPath);
+}
+
+bool makeFolders(const std::string &path) {
+    std::size_t end = 0;
+    do {
+        end = path.find('/', end + 1);
+        if (mkdir(path.substr(0, end).c_str(), 0700) != 0 && errno != EEXIST)
+            return false;
+    } while (end != std::string::npos);
+    struct stat status {};
+    if (lstat(path.c_str(), &status) != 0)
+        return false;
+    if (!S_ISDIR(status.st_mode))
+        errno = S_ISLNK(status.st_mode) ? ELOOP : ENOTDIR;
+    return S_ISDIR(status.st_mode);
+}
+
+UniqueFd openFile(const std::string &path, int flags) {
+    int opened = -1;
+    do
+        opened = open(path.c_str(), flags | O_NOFOLLOW | O_CLOEXEC, 0600);
+    while (opened < 0 && errno == EINTR);
+    return UniqueFd(opened);
+}
+
+bool readFile(const std::string &path, std::vector<std::byte> &contents, std::size_t limit) {
+    contents.clear();
+    // Non-blocking, so that a pipe put in the file's place can't hold the caller up.
+    const UniqueFd file = openFile(path, O_RDONLY | O_NONBLOCK | O_NOCTTY);
+    struct stat status {};
+    if (!file || fstat(file.get(), &status) != 0)
+        return false;
+    if (!S_ISREG(status.st_mode)) {
+        errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
+        return false;
+    }
+    // The size is a first guess only, since the file may grow or shrink meanwhile; one byte more shows the
+    // end.
+    limit = std::min(limit, SIZE_MAX / 2);
+    std::size_t room = std::min(static_cast<std::size_t>(status.st_size), limit) + 1, length = 0;
+    for (;;) {
+        contents.resize(room);
+        const ssize_t count = read(file.get(), contents.data() + length, room - length);
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count <= 0) {
+            contents.resize(count == 0 ? length : 0);
+            return count == 0;
+        }
+        length += static_cast<std::size_t>(count);
+        if (length > limit) {
+            contents.clear();
+            errno = EFBIG;
+            return false;
+        }
+        if (length == room)
+            room = std::min(limit + 1, room * 2);
+    }
+}
+
+bool writeAll(int descriptor, std::span<const std::byte> bytes) {
+    while (!bytes.empty()) {
+        const ssize_t count = write(descriptor, bytes.data(), bytes.size());
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0)
+            return false;
+        bytes = bytes.subspan(static_cast<std::size_t>(count));
+    }
+    return true;
+}
+
+bool replaceFile(const std::string &path, std::span<const std::byte> contents) {
+    static constinit std::atomic<unsigned> counter{0};
+    UniqueFd file;
+    std::string temporary;
+    do {
+        temporary = path + ".new-" + std::to_string(getpid()) + "-" + std::to_string(counter.fetch_add(1));
+        file = openFile(temporary, O_WRONLY | O_CREAT | O_EXCL);
+    } while (!file && errno == EEXIST); // left behind by a process that died
+    if (!file)
+        return false;
+    Removal removal(temporary);
+    if (!writeAll(file.get(), contents) || fsync(file.get()) != 0 ||
+        rename(temporary.c_str(), path.c_str()) != 0)
+        return false;
+    removal.keep();
+    return syncFolderOpenedWith(folderOf(path), 0);
+}
+
+bool syncFolder(const std::string &path) {
+    return syncFolderOpenedWith(path, O_NOFOLLOW);
+}
+
+} // namespace wickerlane

@@ -1,0 +1,166 @@
+#include "wickerlane/platform/queue/DescriptorReader.h"
+
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+
+#include "wickerlane/platform/object/ReleaseScope.h"
+#include "wickerlane/platform/queue/Thread.h"
+
+namespace wickerlane {
+
+constinit const Class DescriptorSource::classInfo{"DescriptorSource", &Object::classInfo, nullptr};
+
+Ref<DescriptorSource> DescriptorSource::create(int descriptor, Handler<void(std::uint32_t)> handler) {
+    auto made = Ref<DescriptorSource>::adopt(new DescriptorSource(descriptor, std::move(handler)));
+    DescriptorReader::shared().add(*made);
+    return made;
+}
+
+void DescriptorSource::arm(std::uint32_t events) {
+    DescriptorReader::shared().arm(*this, events);
+}
+
+void DescriptorSource::cancel() {
+    DescriptorReader::shared().cancel(*this);
+}
+
+namespace {
+
+int opened(int descriptor) {
+    if (descriptor < 0) {
+        std::perror("wickerlane: no descriptor for the reader thread");
+        std::abort();
+    }
+    return descriptor;
+}
+
+constexpr std::uint64_t ownNumber = 0;
+
+} // namespace
+
+DescriptorReader &DescriptorReader::shared() {
+    static DescriptorReader &reader = *new DescriptorReader;
+    return reader;
+}
+
+DescriptorReader::DescriptorReader()
+    : poller(opened(epoll_create1(EPOLL_CLOEXEC))), event(opened(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))) {
+    epoll_event own{};
+    own.events = EPOLLIN;
+    own.data.u64 = ownNumber;
+    epoll_ctl(poller, EPOLL_CTL_ADD, event, &own);
+    startThreadOrEnd(
+        "wl-reader", [](void *reader) { static_cast<DescriptorReader *>(reader)->run(); }, this);
+}
+
+bool DescriptorReader::isThisThread() const noexcept {
+    return thread.load(std::memory_order_relaxed) == gettid();
+}
+
+void DescriptorReader::add(DescriptorSource &source) {
+    std::lock_guard guard(lock);
+    source.number = ++lastNumber;
+    sources.emplace(source.number, &source);
+}
+
+void DescriptorReader::arm(DescriptorSource &source, std::uint32_t events) {
+    std::lock_guard guard(source.mutex);
+    if (source.cancelled)
+        return;
+    epoll_event wanted{};
+    wanted.events = events | EPOLLONESHOT;
+    wanted.data.u64 = source.number;
+    if (epoll_ctl(poller, source.added ? EPOLL_CTL_MOD : EPOLL_CTL_ADD, source.descriptor, &wanted) == 0) {
+        source.added = true;
+        return;
+    }
+    std::lock_guard tableGuard(lock);
+    refused.push_back(source.number);
+    eventfd_write(event, 1);
+}
+
+void DescriptorReader::cancel(DescriptorSource &source) {
+    Ref<DescriptorSource> kept;
+    Handler<void(std::uint32_t)> dropped;
+    {
+        std::unique_lock guard(source.mutex);
+        if (!source.cancelled) {
+            source.cancelled = true;
+            if (source.added)
+                epoll_ctl(poller, EPOLL_CTL_DEL, source.descriptor, nullptr);
+            std::lock_guard tableGuard(lock);
+            if (const auto found = sources.find(source.number); found != sources.end()) {
+                kept = std::move(found->second);
+                sources.erase(found);
+            }
+        }
+        if (!source.handling)
+            dropped = std::move(source.handler);
+        else if (!isThisThread())
+            source.handled.wait(guard, [&source] { return !source.handling; });
+    }
+}
+
+void DescriptorReader::handle(std::uint64_t number, std::uint32_t events) {
+    Ref<DescriptorSource> source;
+    {
+        std::lock_guard guard(lock);
+        const auto found = sources.find(number);
+        if (found == sources.end())
+            return;
+        source = found->second;
+    }
+    ReleaseScope scope;
+    Handler<void(std::uint32_t)> dropped;
+    std::unique_lock guard(source->mutex);
+    if (source->cancelled || !source->handler)
+        return;
+    source->handling = true;
+    guard.unlock();
+    source->handler(events);
+    guard.lock();
+    if (source->cancelled)
+        dropped = std::move(source->handler);
+    guard.unlock();
+    // Gone before the canceller goes on, since what the handler holds may be what the canceller is about to
+    // end.
+    dropped = nullptr;
+    guard.lock();
+    source->handling = false;
+    source->handled.notify_all();
+}
+
+void DescriptorReader::handleRefused() {
+    eventfd_t ignored = 0;
+    eventfd_read(event, &ignored);
+    std::vector<std::uint64_t> numbers;
+    {
+        std::lock_guard guard(lock);
+        std::swap(numbers, refused);
+    }
+    for (const std::uint64_t number : numbers)
+        handle(number, EPOLLERR);
+}
+
+void DescriptorReader::run() noexcept {
+    thread.store(gettid(), std::memory_order_relaxed);
+    std::array<epoll_event, 64> events;
+    for (;;) {
+        const int count = epoll_wait(poller, events.data(), static_cast<int>(events.size()), -1);
+        for (int i = 0; i < count; ++i) {
+            const epoll_event &each = events[static_cast<std::size_t>(i)];
+            if (each.data.u64 == ownNumber)
+                handleRefused();
+            else
+                handle(each.data.u64, each.events);
+        }
+    }
+}
+
+} // namespace wickerlane

@@ -1,0 +1,58 @@
+#include "wickerlane/platform/queue/SerialQueue.h"
+
+#include <mutex>
+
+#include "wickerlane/platform/queue/RunItem.h"
+#include "wickerlane/platform/queue/WorkerPool.h"
+
+namespace wickerlane {
+namespace {
+
+constexpr std::size_t turn = 256;             // items after which a busy queue lets others have its worker
+constexpr std::size_t lastingCapacity = 4096; // items for which room is kept after a rush
+
+} // namespace
+
+SerialQueue::SerialQueue(const char *label)
+    : name(label != nullptr ? label : ""), turnWork([this] { runTurn(); }) {
+}
+
+void SerialQueue::async(Work work) {
+    asyncBatch({&work, 1});
+}
+
+void SerialQueue::asyncBatch(std::span<Work> batch) {
+    {
+        std::lock_guard guard(lock);
+        for (Work &work : batch)
+            if (work)
+                pending.push_back(std::move(work));
+        if (pending.empty() || std::exchange(scheduled, true))
+            return;
+    }
+    retain(); // until a turn finds nothing left to do
+    WorkerPool::shared().submit(turnWork);
+}
+
+void SerialQueue::runTurn() {
+    for (std::size_t ran = 0; ran < turn; ran += running.size()) {
+        running.clear();
+        if (running.capacity() > lastingCapacity)
+            running.shrink_to_fit();
+        {
+            std::lock_guard guard(lock);
+            std::swap(running, pending);
+            if (running.empty())
+                scheduled = false;
+        }
+        if (running.empty()) {
+            release();
+            return;
+        }
+        for (Work &work : running)
+            runItem(std::move(work));
+    }
+    WorkerPool::shared().submit(turnWork);
+}
+
+} // namespace wickerlane

@@ -1,0 +1,34 @@
+// Queues that run one item at a time.
+#ifndef WICKERLANE_PLATFORM_QUEUE_SERIALQUEUE_H
+#define WICKERLANE_PLATFORM_QUEUE_SERIALQUEUE_H
+
+#include <string>
+#include <vector>
+
+#include "wickerlane/platform/queue/Lock.h"
+#include "wickerlane/platform/queue/WorkQueue.h"
+
+namespace wickerlane {
+
+/// A serial queue. While it has items, one turn of it stands in the worker pool or runs.
+class SerialQueue final : public WorkQueue {
+public:
+    explicit SerialQueue(const char *label);
+    [[nodiscard]] const char *label() const noexcept override { return name.c_str(); }
+    void async(Work work) override;
+    void asyncBatch(std::span<Work> batch) override;
+
+private:
+    void runTurn();
+
+    const std::string name;
+    const Work turnWork; // made once, so that submitting a turn allocates nothing
+    Lock lock;
+    std::vector<Work> pending;
+    std::vector<Work> running; // belongs to the turn that runs
+    bool scheduled = false;
+};
+
+} // namespace wickerlane
+
+#endif

@@ -1,0 +1,82 @@
+#include "wickerlane/platform/queue/Timer.h"
+
+#include <algorithm>
+
+#include "wickerlane/platform/queue/Thread.h"
+
+namespace wickerlane {
+namespace {
+
+constexpr auto laterFirst = [](const auto &a, const auto &b) { return a.isLaterThan(b); };
+
+} // namespace
+
+Timer &Timer::shared() {
+    static Timer &timer = *new Timer;
+    return timer;
+}
+
+Timer::Timer() {
+    startThreadOrEnd(
+        "wl-timer", [](void *timer) { static_cast<Timer *>(timer)->run(); }, this);
+}
+
+void Timer::submitAt(Clock::time_point due, Ref<WorkQueue> queue, WorkQueue::Work work) {
+    std::lock_guard guard(mutex);
+    const bool first = entries.empty() || due < entries.front().due;
+    entries.push_back({due, ++lastNumber, std::move(queue), std::move(work)});
+    std::push_heap(entries.begin(), entries.end(), laterFirst);
+    if (first)
+        changed.notify_one();
+}
+
+void Timer::startTicking(Clock::duration length, bool (*added)()) {
+    std::lock_guard guard(mutex);
+    tick = added;
+    tickLength = length;
+    nextTick = Clock::now() + length;
+    changed.notify_one();
+}
+
+Timer::Entry Timer::takeFirst() {
+    std::pop_heap(entries.begin(), entries.end(), laterFirst);
+    Entry first = std::move(entries.back());
+    entries.pop_back();
+    return first;
+}
+
+void Timer::run() noexcept {
+    std::unique_lock guard(mutex);
+    for (;;) {
+        const Clock::time_point now = Clock::now();
+        if (tick != nullptr && nextTick <= now) {
+            bool (*const due)() = std::exchange(tick, nullptr);
+            guard.unlock();
+            const bool again = due();
+            guard.lock();
+            // When the ticking was started anew meanwhile, that stands.
+            if (again && tick == nullptr) {
+                tick = due;
+                nextTick = Clock::now() + tickLength;
+            }
+        } else if (!entries.empty() && entries.front().due <= now) {
+            Entry entry = takeFirst();
+            guard.unlock();
+            entry.queue->async(std::move(entry.work));
+            entry.queue = nullptr; // whose last reference this may be
+            guard.lock();
+        } else {
+            Clock::time_point wake = Clock::time_point::max();
+            if (!entries.empty())
+                wake = entries.front().due;
+            if (tick != nullptr)
+                wake = std::min(wake, nextTick);
+            if (wake == Clock::time_point::max())
+                changed.wait(guard);
+            else
+                changed.wait_until(guard, wake);
+        }
+    }
+}
+
+} // namespace wickerlane

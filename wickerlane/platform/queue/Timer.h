@@ -1,0 +1,50 @@
+// Delayed work.
+#ifndef WICKERLANE_PLATFORM_QUEUE_TIMER_H
+#define WICKERLANE_PLATFORM_QUEUE_TIMER_H
+
+#include <condition_variable>
+#include <mutex>
+#include <vector>
+
+#include "wickerlane/platform/queue/Futex.h"
+#include "wickerlane/platform/queue/WorkQueue.h"
+
+namespace wickerlane {
+
+/// One thread, started with the first use, that submits delayed items when they are due, and ticks for the
+/// worker pool.
+class Timer {
+public:
+    [[nodiscard]] static Timer &shared();
+
+    void submitAt(Clock::time_point due, Ref<WorkQueue> queue, WorkQueue::Work work);
+    /// Calls `tick` on the timer's thread again and again until it returns false.
+    void startTicking(Clock::duration length, bool (*tick)());
+
+private:
+    struct Entry {
+        Clock::time_point due;
+        std::uint64_t number; // of entries that are due at once the elder goes first
+        Ref<WorkQueue> queue;
+        WorkQueue::Work work;
+        [[nodiscard]] bool isLaterThan(const Entry &other) const noexcept {
+            return due != other.due ? due > other.due : number > other.number;
+        }
+    };
+
+    Timer();
+    void run() noexcept;
+    Entry takeFirst();
+
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::vector<Entry> entries; // a heap, the first due at its front
+    std::uint64_t lastNumber = 0;
+    bool (*tick)() = nullptr;
+    Clock::duration tickLength{};
+    Clock::time_point nextTick;
+};
+
+} // namespace wickerlane
+
+#endif

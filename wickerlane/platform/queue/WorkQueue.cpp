@@ -1,0 +1,75 @@
+#include "wickerlane/platform/queue/WorkQueue.h"
+
+#include "wickerlane/platform/queue/Futex.h"
+#include "wickerlane/platform/queue/MainQueue.h"
+#include "wickerlane/platform/queue/RunItem.h"
+#include "wickerlane/platform/queue/SerialQueue.h"
+#include "wickerlane/platform/queue/Timer.h"
+#include "wickerlane/platform/queue/WorkerPool.h"
+
+namespace wickerlane {
+
+constinit const Class WorkQueue::classInfo{"WorkQueue", &Object::classInfo, nullptr};
+
+namespace {
+
+class GlobalQueue final : public WorkQueue {
+public:
+    [[nodiscard]] const char *label() const noexcept override { return "global"; }
+    void async(Work work) override { pool.submit(std::move(work)); }
+    void asyncBatch(std::span<Work> batch) override { pool.submit(batch); }
+
+private:
+    WorkerPool &pool = WorkerPool::shared();
+};
+
+} // namespace
+
+WorkQueue *WorkQueue::global() {
+    static WorkQueue &queue = *new GlobalQueue;
+    return &queue;
+}
+
+WorkQueue *WorkQueue::main() {
+    return &MainQueue::shared();
+}
+
+Ref<WorkQueue> WorkQueue::create(const char *label) {
+    return makeRef<SerialQueue>(label);
+}
+
+void WorkQueue::sync(Work work) {
+    if (!work)
+        return;
+    if (this == global() || (this == main() && MainQueue::shared().isServedByThisThread()))
+        return runItem(std::move(work));
+    const Ref<Semaphore> done = Semaphore::create(0);
+    async([work = std::move(work), done]() mutable {
+        runItem(std::move(work)); // here, so that all of it is over before the caller goes on
+        done->signal();
+    });
+    done->wait();
+}
+
+void WorkQueue::after(std::chrono::nanoseconds delay, Work work) {
+    if (work)
+        Timer::shared().submitAt(timeAfter(delay), this, std::move(work));
+}
+
+void WorkQueue::runMain() {
+    MainQueue::shared().run();
+}
+
+void WorkQueue::stopMain() {
+    MainQueue::shared().stop();
+}
+
+std::size_t WorkQueue::drainMain() {
+    return MainQueue::shared().drain();
+}
+
+int WorkQueue::mainDescriptor() {
+    return MainQueue::shared().descriptor();
+}
+
+} // namespace wickerlane
