@@ -1,0 +1,42 @@
+// What the store knows of one asset.
+#ifndef WICKERLANE_STORE_ASSETRECORD_H
+#define WICKERLANE_STORE_ASSETRECORD_H
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace wickerlane::store {
+
+/// The numbers are those that travel in requests and stand in the database.
+enum class AssetKind : std::uint8_t { photo = 0, video = 1 };
+
+using Sha256 = std::array<std::byte, 32>;
+
+/// A row of the asset table.
+struct AssetRecord {
+    std::int64_t primaryKey = 0; ///< 0 until the asset is stored; never used again for another one.
+    std::string uuid;            ///< 36 characters, upper case.
+    AssetKind kind = AssetKind::photo;
+    std::string directory;        ///< Of the original, relative to the library's folder.
+    std::string filename;         ///< Of the original in that directory.
+    std::string originalFilename; ///< What its sender called it; may be empty.
+    std::string format;           ///< Media type, told by content: "image/jpeg".
+    std::uint32_t width = 0;      ///< Pixels, with the orientation applied; 0 when it could not be decoded.
+    std::uint32_t height = 0;
+    std::uint32_t orientation = 1;   ///< 1 to 8, as EXIF counts them.
+    double dateCreated = 0;          ///< Seconds since 2001-01-01 00:00:00 UTC.
+    double dateAdded = 0;            ///< The same, of its saving.
+    std::optional<double> latitude;  ///< Degrees; north is positive. With a longitude or not at all.
+    std::optional<double> longitude; ///< Degrees; east is positive.
+    std::uint64_t byteSize = 0;      ///< Of the original.
+    Sha256 sha256{};                 ///< Of the original's bytes.
+    std::int64_t thumbnailIndex = 0; ///< 0 without thumbnails; counts up with each making of them.
+    std::string problem;             ///< Why it could not be decoded; empty when it could.
+};
+
+} // namespace wickerlane::store
+
+#endif

@@ -1,0 +1,59 @@
+// Where a library keeps what.
+#ifndef WICKERLANE_STORE_LIBRARYPATHS_H
+#define WICKERLANE_STORE_LIBRARYPATHS_H
+
+#include <string>
+#include <string_view>
+
+#include "wickerlane/platform/object/Export.h"
+#include "wickerlane/store/AssetRecord.h"
+
+namespace wickerlane::store {
+
+/// The thumbnails that are kept of each asset that can be decoded.
+enum class ThumbnailSize { small, preview };
+
+/// Longest side of a thumbnail, in pixels.
+constexpr std::uint32_t longestSideOf(ThumbnailSize size) {
+    return size == ThumbnailSize::small ? 256 : 1024;
+}
+
+/// The paths of one library's folders and files, as they are in the file system. An immutable value.
+class WL_EXPORT LibraryPaths {
+public:
+    /// The library of the current root: "/var/mobile/Media" below it.
+    LibraryPaths();
+    explicit LibraryPaths(std::string libraryFolder) : library(std::move(libraryFolder)) {}
+
+    [[nodiscard]] const std::string &folder() const noexcept { return library; }
+    /// The store's SQLite database.
+    [[nodiscard]] std::string database() const { return library + "/PhotoData/Pixhold.sqlite"; }
+    /// Held locked, with the process id in it, by the daemon that serves the library.
+    [[nodiscard]] std::string lock() const { return library + "/PhotoData/hoardd.lock"; }
+    /// What is being saved: one folder an asset, named as its original will be.
+    [[nodiscard]] std::string saving() const { return library + "/PhotoData/Saving"; }
+    /// Where callers put new files that they then ask to be saved.
+    [[nodiscard]] std::string incoming() const { return library + "/PhotoData/Incoming"; }
+
+    /// An original's directory, relative to folder(): "DCIM/3F".
+    [[nodiscard]] static std::string directoryOfOriginal(std::string_view uuid) {
+        return "DCIM/" + std::string(uuid.substr(0, 2));
+    }
+    [[nodiscard]] std::string original(const AssetRecord &asset) const {
+        return library + '/' + asset.directory + '/' + asset.filename;
+    }
+    [[nodiscard]] std::string thumbnailFolder(std::string_view uuid) const {
+        return library + "/PhotoData/Thumbnails/" + std::string(uuid.substr(0, 2));
+    }
+    [[nodiscard]] std::string thumbnail(std::string_view uuid, ThumbnailSize size) const {
+        return thumbnailFolder(uuid) + '/' + std::string(uuid) + '-' + std::to_string(longestSideOf(size)) +
+               ".JPG";
+    }
+
+private:
+    std::string library;
+};
+
+} // namespace wickerlane::store
+
+#endif

@@ -1,0 +1,137 @@
+#include "wickerlane/store/ObjectStore.h"
+
+#include <algorithm>
+#include <mutex>
+
+#include "wickerlane/store/AssetURL.h"
+#include "wickerlane/store/Schema.h"
+
+namespace wickerlane::store {
+
+/// The connection, and who may use it. A statement lives only as long as the lock is held, so that no read
+/// transaction stays open between calls: that would keep the daemon's write-ahead log growing.
+struct ObjectStore::Connection {
+    std::mutex lock;
+    sqlite::Database database;
+
+    explicit Connection(sqlite::Database opened) : database(std::move(opened)) {}
+
+    /// The records that a statement made of `selectAssets` and `narrowing` gives; nothing on failure.
+    template <class... Values>
+    std::optional<std::vector<AssetRecord>> select(std::string_view narrowing, const Values &...values) {
+        const std::lock_guard guard(lock);
+        sqlite::Statement statement = database.prepare(std::string(selectAssets).append(narrowing));
+        statement.bind(values...);
+        std::vector<AssetRecord> records;
+        while (statement.next())
+            records.push_back(readRecord(statement));
+        if (statement.failed())
+            return std::nullopt;
+        return records;
+    }
+};
+
+constinit const Class ObjectStore::classInfo{"ObjectStore", &Object::classInfo, nullptr};
+
+ObjectStore::ObjectStore(LibraryPaths paths, std::string uuid, std::unique_ptr<Connection> opened)
+    : libraryPaths(std::move(paths)), identity(std::move(uuid)), connection(std::move(opened)) {
+}
+
+ObjectStore::~ObjectStore() = default;
+
+Ref<ObjectStore> ObjectStore::open(const LibraryPaths &paths, std::string *problem) {
+    std::string unwanted;
+    std::string &reason = problem != nullptr ? *problem : unwanted;
+    auto database = sqlite::Database::open(paths.database(), sqlite::Database::Access::read, reason);
+    if (!database)
+        return nullptr;
+    const auto version = database->integer("PRAGMA user_version");
+    if (!version) {
+        reason = "can't read " + paths.database() + ": " + database->problem();
+        return nullptr;
+    }
+    if (*version != modelVersion) {
+        reason = paths.database() + " has model version " + std::to_string(*version) + ", not " +
+                 std::to_string(modelVersion);
+        return nullptr;
+    }
+    std::string uuid;
+    {
+        sqlite::Statement statement = database->prepare("SELECT uuid FROM zlibrary");
+        if (statement.next())
+            uuid = statement.text(0);
+    }
+    if (uuid.empty()) {
+        reason = "can't read " + paths.database() + ": it has no identity";
+        return nullptr;
+    }
+    return Ref<ObjectStore>::adopt(
+        new ObjectStore(paths, std::move(uuid), std::make_unique<Connection>(std::move(*database))));
+}
+
+Array *ObjectStore::assets(const AssetQuery &query) {
+    constexpr auto most = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
+    std::string narrowing;
+    if (query.kind)
+        narrowing = *query.kind == AssetKind::photo ? "WHERE kind = 0 " : "WHERE kind = 1 ";
+    narrowing += query.newestFirst ? "ORDER BY datecreated DESC, pk DESC" : "ORDER BY datecreated, pk";
+    narrowing += " LIMIT ? OFFSET ?";
+    auto records = connection->select(narrowing, std::min<std::uint64_t>(query.limit, most),
+                                      std::min<std::uint64_t>(query.offset, most));
+    if (!records)
+        return nullptr;
+    auto result = MutableArray::create();
+    for (AssetRecord &record : *records)
+        result->append(ManagedAsset::create(std::move(record), libraryPaths.folder(), identity).get());
+    return autorelease(std::move(result));
+}
+
+std::optional<AssetCounts> ObjectStore::counts() {
+    const std::lock_guard guard(connection->lock);
+    sqlite::Statement statement =
+        connection->database.prepare("SELECT kind, count(*) FROM zgenericasset GROUP BY kind");
+    AssetCounts counts;
+    while (statement.next())
+        (statement.integer(0) == 0 ? counts.photos : counts.videos) =
+            static_cast<std::uint64_t>(statement.integer(1));
+    if (statement.failed())
+        return std::nullopt;
+    return counts;
+}
+
+ManagedAsset *ObjectStore::assetWithUUID(std::string_view uuid) {
+    const auto parsed = UUID::createWithText(uuid);
+    if (!parsed)
+        return nullptr;
+    auto records = connection->select("WHERE uuid = ?", parsed->uuidString()->utf8());
+    if (!records || records->empty())
+        return nullptr;
+    return autorelease(ManagedAsset::create(std::move(records->front()), libraryPaths.folder(), identity));
+}
+
+ManagedAsset *ObjectStore::assetWithURL(const URL *assetURL) {
+    return assetWithUUID(uuidOfAssetURL(assetURL));
+}
+
+ManagedAsset *ObjectStore::assetWithKey(std::int64_t primaryKey) {
+    auto records = connection->select("WHERE pk = ?", primaryKey);
+    if (!records || records->empty())
+        return nullptr;
+    return autorelease(ManagedAsset::create(std::move(records->front()), libraryPaths.folder(), identity));
+}
+
+ManagedAsset *ObjectStore::assetWithObjectID(const ManagedObjectID *objectID) {
+    if (objectID == nullptr || objectID->isTemporary())
+        return nullptr;
+    const std::int64_t key =
+        primaryKeyInURI(objectID->uriRepresentation()->absoluteString()->utf8(), identity);
+    return key != 0 ? assetWithKey(key) : nullptr;
+}
+
+ManagedObjectID *ObjectStore::managedObjectIDForURI(const char *uri, std::size_t length) {
+    const std::int64_t key = primaryKeyInURI({uri, length}, identity);
+    const ManagedAsset *asset = key != 0 ? assetWithKey(key) : nullptr;
+    return asset != nullptr ? asset->objectID() : nullptr;
+}
+
+} // namespace wickerlane::store

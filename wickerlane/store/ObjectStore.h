@@ -1,0 +1,71 @@
+// Reading a library's store without going through the daemon.
+#ifndef WICKERLANE_STORE_OBJECTSTORE_H
+#define WICKERLANE_STORE_OBJECTSTORE_H
+
+#include <limits>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "wickerlane/platform/object/Array.h"
+#include "wickerlane/store/LibraryPaths.h"
+#include "wickerlane/store/ManagedAsset.h"
+
+namespace wickerlane::store {
+
+/// Which assets, in which order.
+struct AssetQuery {
+    std::optional<AssetKind> kind{}; ///< All kinds when there is none.
+    bool newestFirst = false;        ///< By date of creation, those of one date by age in the library.
+    std::size_t offset = 0;          ///< How many of the first to leave out.
+    std::size_t limit = std::numeric_limits<std::size_t>::max();
+};
+
+struct AssetCounts {
+    std::uint64_t photos = 0;
+    std::uint64_t videos = 0;
+};
+
+/// A library's store, open for reading: finds assets, and resolves object IDs. It sees what the daemon has
+/// committed at the time of each call, and never hinders or changes the store. Thread-safe; calls on one
+/// object take turns. Results are borrowed from the current release scope.
+class WL_EXPORT ObjectStore final : public Object, public ObjectIDResolver {
+    WL_OBJECT
+public:
+    /// Opens a library's store; by default, that of the current root. Null, with the reason in `problem` when
+    /// that is not null, when there is none yet, or it can't be read, or its model is another version.
+    [[nodiscard]] static Ref<ObjectStore> open(const LibraryPaths &paths, std::string *problem = nullptr);
+    [[nodiscard]] static Ref<ObjectStore> open(std::string *problem = nullptr) { return open({}, problem); }
+
+    [[nodiscard]] const LibraryPaths &paths() const noexcept { return libraryPaths; }
+    /// The identity of this store, which its object IDs carry.
+    [[nodiscard]] const std::string &storeUUID() const noexcept { return identity; }
+
+    /// ManagedAssets; null on failure.
+    [[nodiscard]] Array *assets(const AssetQuery &query = {});
+    /// Nothing on failure.
+    [[nodiscard]] std::optional<AssetCounts> counts();
+
+    // Null when there is no such asset, or on failure.
+    [[nodiscard]] ManagedAsset *assetWithUUID(std::string_view uuid); ///< In either case of letters.
+    [[nodiscard]] ManagedAsset *assetWithURL(const URL *assetURL);
+    [[nodiscard]] ManagedAsset *assetWithObjectID(const ManagedObjectID *objectID);
+
+    /// Only of an asset that is in the store.
+    ManagedObjectID *managedObjectIDForURI(const char *uri, std::size_t length) override;
+
+    ~ObjectStore() override;
+
+private:
+    struct Connection;
+    ObjectStore(LibraryPaths paths, std::string uuid, std::unique_ptr<Connection> opened);
+    ManagedAsset *assetWithKey(std::int64_t primaryKey);
+
+    LibraryPaths libraryPaths;
+    std::string identity;
+    std::unique_ptr<Connection> connection;
+};
+
+} // namespace wickerlane::store
+
+#endif

@@ -1,0 +1,144 @@
+// SQLite behind owning types: what the store's readers and its one writer share.
+//
+// The version in use can damage a database when two connections write or checkpoint at once. So one
+// connection, the daemon's, is opened with Access::write; all others are opened with Access::read, and those
+// neither write nor checkpoint, not even when they close last.
+//
+// Failures are values: what failed says so, and Database::problem() says why. A connection and its statements
+// belong to one thread at a time.
+#ifndef WICKERLANE_STORE_SQLITE_H
+#define WICKERLANE_STORE_SQLITE_H
+
+#include <concepts>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "wickerlane/platform/object/Data.h"
+
+struct sqlite3;
+struct sqlite3_stmt;
+
+namespace wickerlane::sqlite {
+
+/// A prepared statement. Values are bound in order with bind(), rows read by next():
+///
+///     Statement statement = database.prepare("SELECT a FROM t WHERE b = ?");
+///     statement.bind(17);
+///     while (statement.next())
+///         use(statement.integer(0));
+///     if (statement.failed()) ...
+class WL_EXPORT Statement {
+public:
+    Statement(Statement &&other) noexcept
+        : handle(std::exchange(other.handle, nullptr)), code(other.code), bound(other.bound) {}
+    Statement &operator=(Statement &&) = delete;
+    ~Statement();
+
+    /// Binds the next parameters. Texts and bytes must stay unchanged until the statement is reset.
+    template <class... Values>
+    Statement &bind(const Values &...values) {
+        (bindNext(values), ...);
+        return *this;
+    }
+    /// Steps to the next row. False when there is none, or on failure, which failed() tells.
+    [[nodiscard]] bool next();
+    /// Runs a statement without rows, and resets it. False on failure.
+    [[nodiscard]] bool run();
+    [[nodiscard]] bool failed() const noexcept;
+    /// Makes the statement ready to be bound and run again.
+    void reset();
+
+    // Columns of the current row, counted from 0. Views live until the next step or reset.
+    [[nodiscard]] std::int64_t integer(int column) const;
+    [[nodiscard]] double real(int column) const;
+    [[nodiscard]] std::string_view text(int column) const;
+    [[nodiscard]] Bytes blob(int column) const;
+    [[nodiscard]] bool isNull(int column) const;
+
+private:
+    friend class Database;
+    Statement(sqlite3_stmt *prepared, int result) noexcept : handle(prepared), code(result) {}
+
+    template <std::integral Integer>
+    void bindNext(Integer value) {
+        bindInteger(static_cast<std::int64_t>(value));
+    }
+    void bindNext(double value);
+    void bindNext(std::string_view value);
+    void bindNext(Bytes value);
+    template <class Value>
+    void bindNext(const std::optional<Value> &value) {
+        if (value)
+            bindNext(*value);
+        else
+            bindNull();
+    }
+    void bindInteger(std::int64_t value);
+    void bindNull();
+    void note(int result) noexcept;
+
+    sqlite3_stmt *handle;
+    int code; // the first failure; stays until reset() when it came from running
+    int bound = 0;
+};
+
+/// A connection to a database file.
+class WL_EXPORT Database {
+public:
+    enum class Access {
+        read,  ///< Reads a file that exists; never writes it and never checkpoints.
+        write, ///< Creates the file if need be; in write-ahead mode, each commit synced. The one writer.
+    };
+
+    /// Opens a file, whose folder must exist, without following a link in its last component. Nothing, and
+    /// the reason in `problem`, on failure.
+    [[nodiscard]] static std::optional<Database> open(const std::string &path, Access access,
+                                                      std::string &problem);
+    Database(Database &&other) noexcept : handle(std::exchange(other.handle, nullptr)) {}
+    Database &operator=(Database &&other) noexcept {
+        std::swap(handle, other.handle);
+        return *this;
+    }
+    ~Database();
+
+    /// A statement that failed to prepare fails when it is run.
+    [[nodiscard]] Statement prepare(std::string_view sql);
+    /// Runs statements, separated by semicolons, whose rows do not matter. False on failure.
+    [[nodiscard]] bool execute(const char *sql);
+    /// The single number that a query gives; nothing on failure or without a row.
+    [[nodiscard]] std::optional<std::int64_t> integer(std::string_view sql);
+    [[nodiscard]] std::int64_t lastRowID() const noexcept;
+    /// What failed last on this connection.
+    [[nodiscard]] std::string problem() const;
+    /// Moves the whole write-ahead log into the database file. The writer's alone. False on failure.
+    [[nodiscard]] bool checkpoint();
+
+private:
+    explicit Database(sqlite3 *opened) noexcept : handle(opened) {}
+    sqlite3 *handle;
+};
+
+/// A transaction that rolls back unless it is committed.
+class WL_EXPORT Transaction {
+public:
+    /// Takes the right to write at once, so that a later statement cannot fail for want of it.
+    explicit Transaction(Database &database);
+    Transaction(const Transaction &) = delete;
+    Transaction &operator=(const Transaction &) = delete;
+    ~Transaction();
+
+    [[nodiscard]] bool isOpen() const noexcept { return open; }
+    /// False on failure; everything is then rolled back.
+    [[nodiscard]] bool commit();
+
+private:
+    Database &database;
+    bool open;
+};
+
+} // namespace wickerlane::sqlite
+
+#endif
