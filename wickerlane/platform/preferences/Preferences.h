@@ -12,7 +12,7 @@ namespace wickerlane {
 inline constexpr std::string_view globalPreferencesDomain = ".GlobalPreferences";
 
 /// The value of a key: from the domain, else from the global domain, else null. Each domain is a property-list
-/// file below the mobile user's home (Library/Preferences/<domain>.plist). Files are read again when they have
+/// file below the mobile user's home (Library/Preferences/DOMAIN.plist). Files are read again when they have
 /// changed. A damaged file reads as empty and stays as it is. Borrowed. Thread-safe.
 [[nodiscard]] WL_EXPORT Object *preferenceValue(std::string_view key, std::string_view domain);
 
