@@ -68,11 +68,10 @@ private:
     struct Closure : Block {
         Held held;
         explicit Closure(auto &&callable) : held(std::forward<decltype(callable)>(callable)) {
-            this->invoke = [](Block *block, Arguments... arguments) -> Result {
-                return std::invoke(static_cast<Closure *>(block)->held,
-                                   std::forward<Arguments>(arguments)...);
+            this->invoke = [](Block *self, Arguments... arguments) -> Result {
+                return std::invoke(static_cast<Closure *>(self)->held, std::forward<Arguments>(arguments)...);
             };
-            this->destroy = [](Block *block) { delete static_cast<Closure *>(block); };
+            this->destroy = [](Block *self) { delete static_cast<Closure *>(self); };
         }
     };
 

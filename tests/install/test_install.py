@@ -1,0 +1,88 @@
+"""Installs a build below a folder of its own and uses it as an application outside the tree would: by pkg-config,
+by the CMake package, and each installed header by itself."""
+
+import argparse
+import concurrent.futures
+import os
+import pathlib
+import shutil
+import subprocess
+import sys
+import tempfile
+
+arguments = argparse.ArgumentParser()
+for name in ('build', 'cmake', 'cc', 'cxx', 'sanitize'):
+    arguments.add_argument('--' + name, required=True)
+options = arguments.parse_args()
+application = pathlib.Path(__file__).parent / 'application'
+sanitizers = [f'-fsanitize={options.sanitize}'] if options.sanitize else []
+
+
+def run(*command, **more):
+    """The command's output. A command that fails ends the test with what it said."""
+    result = subprocess.run([str(part) for part in command], stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
+                            text=True, check=False, **more)
+    if result.returncode != 0:
+        sys.exit(f"{' '.join(map(str, command))}\n{result.stdout}")
+    return result.stdout
+
+
+def check_application(program, environment):
+    output = run(program, env=environment)
+    assert output == 'Sommer: 3\n', output
+
+
+def build_with_pkg_config(folder, environment):
+    flags = run('pkg-config', '--cflags', '--libs', 'wickerlane', env=environment).split()
+    run(options.cxx, '-std=c++20', *sanitizers, folder / 'main.cpp', '-o', folder / 'by-pkg-config', *flags)
+    check_application(folder / 'by-pkg-config', environment)
+
+
+def build_with_cmake(folder, prefix, environment):
+    build = folder / 'build'
+    run(options.cmake, '-S', folder, '-B', build, f'-DCMAKE_PREFIX_PATH={prefix}',
+        f'-DCMAKE_CXX_COMPILER={options.cxx}', f"-DCMAKE_CXX_FLAGS={' '.join(sanitizers)}")
+    run(options.cmake, '--build', build)
+    check_application(build / 'application', environment)
+
+
+def compile_header(include, header):
+    """What the compilers say about the header; nothing when it can be included by itself."""
+    # A header that looks whether it is C++ that reads it promises to be C as well.
+    languages = [[options.cxx, '-x', 'c++', '-std=c++20']]
+    if '__cplusplus' in (include / header).read_text(encoding='utf-8'):
+        languages.append([options.cc, '-x', 'c', '-std=c11'])
+    said = ''
+    for language in languages:
+        command = [*language, '-Wall', '-Wextra', '-Werror', '-fsyntax-only', f'-I{include}', '-']
+        said += subprocess.run(command, input=f'#include <{header}>\n', stdout=subprocess.PIPE,
+                               stderr=subprocess.STDOUT, text=True, check=False).stdout
+    return said
+
+
+def check_headers(include):
+    headers = sorted(file.relative_to(include).as_posix() for file in include.rglob('*.h'))
+    assert len(headers) > 20, headers
+    assert not [header for header in headers if header.endswith('Internal.h')]
+    with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
+        faults = [said for said in pool.map(lambda header: compile_header(include, header), headers) if said]
+    if faults:
+        sys.exit('headers that cannot be included by themselves:\n' + '\n'.join(faults))
+
+
+def main():
+    with tempfile.TemporaryDirectory(prefix='wickerlane-install-') as made:
+        top = pathlib.Path(made)
+        prefix = top / 'usr'
+        run(options.cmake, '--install', options.build, '--prefix', prefix)
+        folder = top / 'application'
+        shutil.copytree(application, folder)
+        pkgconfig = next(prefix.rglob('wickerlane.pc')).parent
+        environment = {**os.environ, 'PKG_CONFIG_PATH': str(pkgconfig), 'LD_LIBRARY_PATH': str(pkgconfig.parent),
+                       'WICKERLANE_ROOT': str(top / 'root')}
+        build_with_pkg_config(folder, environment)
+        build_with_cmake(folder, prefix, environment)
+        check_headers(prefix / 'include')
+
+
+main()
