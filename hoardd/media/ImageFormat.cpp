@@ -1,0 +1,83 @@
+#include "hoardd/media/ImageFormat.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+namespace hoardd {
+
+namespace {
+
+struct FormatNames {
+    const char *name;
+    const char *mediaType;
+};
+
+constexpr std::array<FormatNames, 8> names{{
+    {"unknown", "application/octet-stream"},
+    {"jpeg", "image/jpeg"},
+    {"png", "image/png"},
+    {"webp", "image/webp"},
+    {"tiff", "image/tiff"},
+    {"gif", "image/gif"},
+    {"heif", "image/heif"},
+    {"avif", "image/avif"},
+}};
+
+// A file of the ISO base media family lists its brands in a first box "ftyp": size, "ftyp", major brand,
+// version, compatible brands.
+ImageFormat formatOfBrands(std::string_view start) noexcept {
+    const auto byteAt = [&](std::size_t index) {
+        return std::size_t{static_cast<unsigned char>(start[index])};
+    };
+    const std::size_t boxSize = byteAt(0) << 24 | byteAt(1) << 16 | byteAt(2) << 8 | byteAt(3);
+    ImageFormat found = ImageFormat::unknown;
+    for (std::size_t at = 8; at + 4 <= std::min(boxSize, start.size()); at += 4) {
+        if (at == 12) // the version
+            continue;
+        const std::string_view brand = start.substr(at, 4);
+        if (brand == "avif" || brand == "avis")
+            return ImageFormat::avif;
+        if (brand == "heic" || brand == "heix" || brand == "heim" || brand == "heis" || brand == "mif1")
+            found = ImageFormat::heif;
+    }
+    return found;
+}
+
+} // namespace
+
+ImageFormat imageFormatOf(std::span<const std::byte> bytes) noexcept {
+    using namespace std::string_view_literals;
+    const std::string_view start(reinterpret_cast<const char *>(bytes.data()),
+                                 std::min(bytes.size(), imageFormatBytes));
+    if (start.starts_with("\xFF\xD8\xFF"sv))
+        return ImageFormat::jpeg;
+    if (start.starts_with("\x89PNG\r\n\x1A\n"sv))
+        return ImageFormat::png;
+    if (start.starts_with("GIF87a"sv) || start.starts_with("GIF89a"sv))
+        return ImageFormat::gif;
+    if (start.starts_with("II*\0"sv) || start.starts_with("MM\0*"sv) || start.starts_with("II+\0"sv) ||
+        start.starts_with("MM\0+"sv))
+        return ImageFormat::tiff;
+    if (start.size() < 16)
+        return ImageFormat::unknown;
+    if (start.starts_with("RIFF"sv) && start.substr(8, 4) == "WEBP"sv)
+        return ImageFormat::webp;
+    if (start.substr(4, 4) == "ftyp"sv)
+        return formatOfBrands(start);
+    return ImageFormat::unknown;
+}
+
+const char *imageFormatName(ImageFormat format) noexcept {
+    return names[static_cast<std::size_t>(format)].name;
+}
+
+const char *imageFormatMediaType(ImageFormat format) noexcept {
+    return names[static_cast<std::size_t>(format)].mediaType;
+}
+
+bool imageFormatIsRisky(ImageFormat format) noexcept {
+    return format == ImageFormat::tiff || format == ImageFormat::heif || format == ImageFormat::avif;
+}
+
+} // namespace hoardd

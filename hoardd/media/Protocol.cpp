@@ -1,0 +1,70 @@
+#include "hoardd/media/Protocol.h"
+
+#include <sys/socket.h>
+#include <sys/uio.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace hoardd::media {
+
+namespace {
+
+struct ControlBuffer {
+    alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int) * mostDescriptors)> bytes{};
+};
+
+} // namespace
+
+bool sendPacket(int socket, std::span<const std::byte> packet, std::span<const int> descriptors) {
+    iovec part{const_cast<std::byte *>(packet.data()), packet.size()};
+    ControlBuffer control;
+    msghdr message{};
+    message.msg_iov = &part;
+    message.msg_iovlen = 1;
+    if (!descriptors.empty()) {
+        message.msg_control = control.bytes.data();
+        message.msg_controllen = CMSG_SPACE(descriptors.size_bytes());
+        cmsghdr *header = CMSG_FIRSTHDR(&message);
+        header->cmsg_level = SOL_SOCKET;
+        header->cmsg_type = SCM_RIGHTS;
+        header->cmsg_len = CMSG_LEN(descriptors.size_bytes());
+        std::memcpy(CMSG_DATA(header), descriptors.data(), descriptors.size_bytes());
+    }
+    ssize_t sent = 0;
+    do
+        sent = sendmsg(socket, &message, MSG_NOSIGNAL);
+    while (sent < 0 && errno == EINTR);
+    return sent == static_cast<ssize_t>(packet.size());
+}
+
+bool receivePacket(int socket, std::span<std::byte> packet, std::vector<wickerlane::UniqueFd> &descriptors) {
+    iovec part{packet.data(), packet.size()};
+    ControlBuffer control;
+    msghdr message{};
+    message.msg_iov = &part;
+    message.msg_iovlen = 1;
+    message.msg_control = control.bytes.data();
+    message.msg_controllen = control.bytes.size();
+    ssize_t received = 0;
+    do
+        received = recvmsg(socket, &message, MSG_CMSG_CLOEXEC);
+    while (received < 0 && errno == EINTR);
+    if (received < 0)
+        return false;
+    for (cmsghdr *header = CMSG_FIRSTHDR(&message); header != nullptr;
+         header = CMSG_NXTHDR(&message, header)) {
+        if (header->cmsg_level != SOL_SOCKET || header->cmsg_type != SCM_RIGHTS)
+            continue;
+        const std::size_t count = (header->cmsg_len - CMSG_LEN(0)) / sizeof(int);
+        for (std::size_t index = 0; index < count; ++index) {
+            int descriptor = -1;
+            std::memcpy(&descriptor, CMSG_DATA(header) + index * sizeof(int), sizeof descriptor);
+            descriptors.emplace_back(descriptor);
+        }
+    }
+    return received == static_cast<ssize_t>(packet.size()) &&
+           (message.msg_flags & (MSG_TRUNC | MSG_CTRUNC)) == 0;
+}
+
+} // namespace hoardd::media

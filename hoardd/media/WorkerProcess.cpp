@@ -1,0 +1,152 @@
+#include "hoardd/media/WorkerProcess.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+
+namespace hoardd::media {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// A busy machine may take long to load the libraries; a worker that fails to start hangs up at once.
+constexpr std::chrono::seconds startDeadline{30};
+
+// Waits until there is something to read, or the end of the stream. False at the deadline.
+bool waitReadable(int socket, std::chrono::milliseconds deadline) {
+    const auto end = Clock::now() + deadline;
+    for (;;) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count();
+        pollfd waiting{socket, POLLIN, 0};
+        const int ready = poll(&waiting, 1, left > 0 ? static_cast<int>(left) : 0);
+        if (ready > 0)
+            return true;
+        if (ready == 0 || errno != EINTR)
+            return false;
+    }
+}
+
+class SpawnActions {
+public:
+    SpawnActions() { posix_spawn_file_actions_init(&actions); }
+    SpawnActions(const SpawnActions &) = delete;
+    SpawnActions &operator=(const SpawnActions &) = delete;
+    ~SpawnActions() { posix_spawn_file_actions_destroy(&actions); }
+    posix_spawn_file_actions_t *get() { return &actions; }
+
+private:
+    posix_spawn_file_actions_t actions{};
+};
+
+// Nothing is inherited but the socket: no open files, no environment. What a decoder prints about a hostile
+// file goes nowhere; only the sanitizers are heard.
+int spawn(const std::string &program, WorkerProcess::Mode mode, int socket, pid_t &process) {
+    SpawnActions actions;
+    posix_spawn_file_actions_addopen(actions.get(), 0, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_addopen(actions.get(), 1, "/dev/null", O_WRONLY, 0);
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+    posix_spawn_file_actions_addopen(actions.get(), 2, "/dev/null", O_WRONLY, 0);
+#endif
+    posix_spawn_file_actions_adddup2(actions.get(), socket, workerSocket);
+    posix_spawn_file_actions_addclosefrom_np(actions.get(), workerSocket + 1);
+
+    posix_spawnattr_t attributes{};
+    posix_spawnattr_init(&attributes);
+    sigset_t none;
+    sigset_t all;
+    sigemptyset(&none);
+    sigfillset(&all);
+    posix_spawnattr_setsigmask(&attributes, &none);
+    posix_spawnattr_setsigdefault(&attributes, &all);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+
+    std::string name = program;
+    std::string modeName = mode == WorkerProcess::Mode::apart ? "serve-apart" : "serve";
+    std::string locale = "LC_ALL=C.UTF-8";
+    char *arguments[] = {name.data(), modeName.data(), nullptr};
+    char *environment[] = {locale.data(), nullptr};
+    const int error =
+        posix_spawn(&process, program.c_str(), actions.get(), &attributes, arguments, environment);
+    posix_spawnattr_destroy(&attributes);
+    return error;
+}
+
+} // namespace
+
+std::unique_ptr<WorkerProcess> WorkerProcess::start(const std::string &program, Mode mode,
+                                                    std::string &whyNot) {
+    int ends[2];
+    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) {
+        whyNot = "no socket for the media worker: " + std::string(strerrordesc_np(errno));
+        return nullptr;
+    }
+    wickerlane::UniqueFd near(ends[0]);
+    wickerlane::UniqueFd far(ends[1]);
+    // A descriptor moved onto its own number would keep its close-on-exec flag.
+    if (far.get() == workerSocket)
+        far.reset(fcntl(far.get(), F_DUPFD_CLOEXEC, workerSocket + 1));
+    pid_t process = 0;
+    if (const int error = spawn(program, mode, far.get(), process); error != 0) {
+        whyNot = program + " cannot be started: " + strerrordesc_np(error);
+        return nullptr;
+    }
+    far.reset();
+    std::unique_ptr<WorkerProcess> worker(new WorkerProcess(process, std::move(near)));
+    std::vector<wickerlane::UniqueFd> none;
+    if (!waitReadable(worker->socket.get(), startDeadline) ||
+        !receivePacket(worker->socket.get(), worker->greeting, none) ||
+        worker->greeting.version != protocolVersion) {
+        whyNot = program + " does not answer as a media worker";
+        return nullptr;
+    }
+    if (worker->greeting.hasSystemCallFilter == 0) {
+        whyNot = "the kernel cannot filter the system calls of media workers: pictures are not decoded";
+        return nullptr;
+    }
+    return worker;
+}
+
+WorkerProcess::~WorkerProcess() {
+    endingSignal();
+}
+
+WorkerProcess::Exchange WorkerProcess::exchange(const Request &request, std::span<const int> descriptors,
+                                                std::chrono::milliseconds deadline, Answer &answer) {
+    usable = false;
+    if (!sendPacket(socket.get(), request, descriptors))
+        return Exchange::notDelivered;
+    if (!waitReadable(socket.get(), deadline))
+        return Exchange::timedOut;
+    std::vector<wickerlane::UniqueFd> unwanted;
+    if (!receivePacket(socket.get(), answer, unwanted))
+        return Exchange::died;
+    ++requestCount;
+    usable = true;
+    return Exchange::answered;
+}
+
+int WorkerProcess::endingSignal() {
+    if (reaped)
+        return signal;
+    reaped = true;
+    // The number is ours until it is waited for. A worker that has ended by itself keeps its own way of
+    // ending.
+    kill(process, SIGKILL);
+    int status = 0;
+    pid_t waited = 0;
+    do
+        waited = waitpid(process, &status, 0);
+    while (waited < 0 && errno == EINTR);
+    signal = waited == process && WIFSIGNALED(status) ? WTERMSIG(status) : 0;
+    return signal;
+}
+
+} // namespace hoardd::media

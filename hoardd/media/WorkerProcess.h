@@ -1,0 +1,64 @@
+// One media worker: a confined child process and the socket to it.
+#ifndef HOARDD_MEDIA_WORKERPROCESS_H
+#define HOARDD_MEDIA_WORKERPROCESS_H
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <memory>
+#include <span>
+#include <string>
+
+#include "hoardd/media/Protocol.h"
+
+namespace hoardd::media {
+
+/// Ends its process when it goes away. Used by one thread at a time.
+class WorkerProcess {
+public:
+    enum class Mode {
+        shared, ///< one process for all requests
+        apart,  ///< a fresh process for each request
+    };
+
+    /// Starts a worker and waits until it is ready and confined. Null on failure, with the reason. The worker
+    /// ends with the calling thread, should that end first.
+    static std::unique_ptr<WorkerProcess> start(const std::string &program, Mode mode, std::string &whyNot);
+
+    WorkerProcess(const WorkerProcess &) = delete;
+    WorkerProcess &operator=(const WorkerProcess &) = delete;
+    ~WorkerProcess();
+
+    /// How an exchange ended. After anything but `answered` the worker is of no more use.
+    enum class Exchange {
+        answered,
+        notDelivered, ///< it had ended before: another worker may be asked
+        timedOut,
+        died, ///< see endingSignal()
+    };
+    Exchange exchange(const Request &request, std::span<const int> descriptors,
+                      std::chrono::milliseconds deadline, Answer &answer);
+
+    /// Ends the process unless it has ended by itself; the number of the signal that ended it, or 0.
+    int endingSignal();
+
+    [[nodiscard]] pid_t processID() const noexcept { return process; }
+    [[nodiscard]] const Hello &hello() const noexcept { return greeting; }
+    [[nodiscard]] unsigned requests() const noexcept { return requestCount; } ///< answered so far
+    [[nodiscard]] bool isUsable() const noexcept { return usable; }           ///< no exchange has gone wrong
+
+private:
+    WorkerProcess(pid_t child, wickerlane::UniqueFd end) : process(child), socket(std::move(end)) {}
+
+    pid_t process;
+    wickerlane::UniqueFd socket;
+    Hello greeting;
+    unsigned requestCount = 0;
+    bool usable = true;
+    bool reaped = false;
+    int signal = 0;
+};
+
+} // namespace hoardd::media
+
+#endif

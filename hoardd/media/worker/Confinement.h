@@ -1,0 +1,23 @@
+// Gives up everything that decoding a picture does not need.
+#ifndef HOARDD_MEDIA_WORKER_CONFINEMENT_H
+#define HOARDD_MEDIA_WORKER_CONFINEMENT_H
+
+#include <cstdint>
+#include <string>
+
+#include "hoardd/media/Protocol.h"
+
+namespace hoardd::media {
+
+/// Confines the calling process for good: limits of memory and descriptors, no new privileges, a Landlock
+/// rule set that allows no path, and a filter of system calls without any that opens, connects, executes or
+/// signals. Call it with one thread, after everything that reads files has been loaded. Tells what the kernel
+/// granted.
+Hello confine();
+
+/// Tries what confinement must forbid. Empty when nothing got through, else what did.
+std::string confinementBreach();
+
+} // namespace hoardd::media
+
+#endif

@@ -1,0 +1,43 @@
+// Owning handles of the image library's objects, and its failures as an exception inside the worker.
+#ifndef HOARDD_MEDIA_WORKER_IMAGE_H
+#define HOARDD_MEDIA_WORKER_IMAGE_H
+
+#include <vips/vips.h>
+
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+#include "hoardd/media/Picture.h"
+
+namespace hoardd::media {
+
+struct Unref {
+    void operator()(void *object) const noexcept { g_object_unref(object); }
+};
+using Image = std::unique_ptr<VipsImage, Unref>;
+using Target = std::unique_ptr<VipsTarget, Unref>;
+
+/// Ends a request; becomes its answer.
+class MediaError : public std::runtime_error {
+public:
+    MediaError(MediaFailure kind, const std::string &reason) : std::runtime_error(reason), failure(kind) {}
+    MediaFailure failure;
+};
+
+/// A "damaged" error with what the image library has to say.
+[[nodiscard]] MediaError imageLibraryError();
+
+/// Runs an operation of the image library that hands out one image:
+/// `made([&](VipsImage **out) { return vips_flip(in, out, VIPS_DIRECTION_VERTICAL, nullptr); })`.
+template <typename Operation>
+Image made(const Operation &operation) {
+    VipsImage *out = nullptr;
+    if (operation(&out) != 0)
+        throw imageLibraryError();
+    return Image(out);
+}
+
+} // namespace hoardd::media
+
+#endif

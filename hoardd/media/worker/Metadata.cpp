@@ -1,0 +1,251 @@
+#include "hoardd/media/worker/Metadata.h"
+
+#include <charconv>
+#include <chrono>
+#include <cmath>
+#include <exiv2/exiv2.hpp>
+#include <initializer_list>
+#include <string_view>
+
+namespace hoardd::media {
+
+namespace {
+
+// The text of the first of some tags that is there; empty when none is.
+std::string exifText(const Exiv2::ExifData &exif, std::initializer_list<const char *> tags) {
+    for (const char *tag : tags) {
+        const auto found = exif.findKey(Exiv2::ExifKey(tag));
+        if (found != exif.end() && found->count() > 0 && found->size() <= 4096)
+            return found->toString();
+    }
+    return {};
+}
+
+std::string xmpText(const Exiv2::XmpData &xmp, std::initializer_list<const char *> tags) {
+    for (const char *tag : tags) {
+        const auto found = xmp.findKey(Exiv2::XmpKey(tag));
+        if (found != xmp.end() && found->count() > 0 && found->size() <= 4096)
+            return found->toString();
+    }
+    return {};
+}
+
+// Reads along a text; every step answers whether it found what it looks for.
+class Scanner {
+public:
+    explicit Scanner(std::string_view text) : rest(text) {}
+
+    bool digits(std::size_t count, int &value) {
+        if (rest.size() < count)
+            return false;
+        const auto [end, error] = std::from_chars(rest.data(), rest.data() + count, value);
+        if (error != std::errc() || end != rest.data() + count || rest.front() == '-')
+            return false;
+        rest.remove_prefix(count);
+        return true;
+    }
+    bool oneOf(std::string_view characters) {
+        if (rest.empty() || characters.find(rest.front()) == std::string_view::npos)
+            return false;
+        rest.remove_prefix(1);
+        return true;
+    }
+    bool number(double &value) {
+        if (rest.empty() || rest.front() < '0' || rest.front() > '9')
+            return false;
+        const auto [end, error] = std::from_chars(rest.data(), rest.data() + rest.size(), value);
+        if (error != std::errc())
+            return false;
+        rest.remove_prefix(static_cast<std::size_t>(end - rest.data()));
+        return true;
+    }
+    [[nodiscard]] std::string_view remaining() const { return rest; }
+
+private:
+    std::string_view rest;
+};
+
+// "5", "50", "500123": the digits after the point of a second.
+std::uint32_t nanosecondsOf(std::string_view digits) {
+    std::uint32_t value = 0;
+    std::uint32_t unit = 100'000'000;
+    for (const char digit : digits) {
+        if (digit < '0' || digit > '9' || unit == 0)
+            break;
+        value += static_cast<std::uint32_t>(digit - '0') * unit;
+        unit /= 10;
+    }
+    return value;
+}
+
+// "+02:00", "-0530" or "Z".
+std::optional<int> zoneOf(std::string_view text) {
+    if (text.starts_with('Z'))
+        return 0;
+    Scanner scanner(text);
+    const bool west = text.starts_with('-');
+    int hours = 0;
+    int minutes = 0;
+    if (!scanner.oneOf("+-") || !scanner.digits(2, hours))
+        return std::nullopt;
+    scanner.oneOf(":");
+    if (!scanner.digits(2, minutes) || hours > 14 || minutes > 59)
+        return std::nullopt;
+    const int offset = hours * 60 + minutes;
+    return west ? -offset : offset;
+}
+
+// "2021:06:15 10:20:30" as EXIF writes it, or "2021-06-15T10:20:30.25+02:00" as XMP does. EXIF keeps the
+// fraction and the zone in tags of their own.
+std::optional<CaptureDate> dateOf(std::string_view text, std::string_view subSeconds, std::string_view zone) {
+    Scanner scanner(text);
+    int year = 0;
+    int month = 0;
+    int day = 0;
+    int hour = 0;
+    int minute = 0;
+    int second = 0;
+    if (!(scanner.digits(4, year) && scanner.oneOf(":-") && scanner.digits(2, month) && scanner.oneOf(":-") &&
+          scanner.digits(2, day) && scanner.oneOf(" T") && scanner.digits(2, hour) && scanner.oneOf(":") &&
+          scanner.digits(2, minute)))
+        return std::nullopt;
+    if (scanner.oneOf(":") && !scanner.digits(2, second))
+        return std::nullopt;
+    const std::chrono::year_month_day date(std::chrono::year(year),
+                                           std::chrono::month(static_cast<unsigned>(month)),
+                                           std::chrono::day(static_cast<unsigned>(day)));
+    // Photography began in the 1820s; cameras without a set clock write year 0.
+    if (!date.ok() || year < 1820 || hour > 23 || minute > 59 || second > 60)
+        return std::nullopt;
+    if (scanner.oneOf(".")) {
+        subSeconds = scanner.remaining();
+        int ignored = 0;
+        while (scanner.digits(1, ignored)) {
+        }
+    }
+    if (zone.empty())
+        zone = scanner.remaining();
+    CaptureDate result;
+    result.seconds = std::chrono::sys_days(date).time_since_epoch() / std::chrono::seconds(1) + hour * 3600 +
+                     minute * 60 + second;
+    result.nanoseconds = nanosecondsOf(subSeconds);
+    result.zoneMinutes = zoneOf(zone);
+    if (result.zoneMinutes)
+        result.seconds -= *result.zoneMinutes * 60;
+    return result;
+}
+
+std::optional<CaptureDate> captureDate(const Exiv2::ExifData &exif, const Exiv2::XmpData &xmp) {
+    if (const auto date = dateOf(exifText(exif, {"Exif.Photo.DateTimeOriginal"}),
+                                 exifText(exif, {"Exif.Photo.SubSecTimeOriginal"}),
+                                 exifText(exif, {"Exif.Photo.OffsetTimeOriginal"})))
+        return date;
+    if (const auto date = dateOf(exifText(exif, {"Exif.Photo.DateTimeDigitized"}),
+                                 exifText(exif, {"Exif.Photo.SubSecTimeDigitized"}),
+                                 exifText(exif, {"Exif.Photo.OffsetTimeDigitized"})))
+        return date;
+    return dateOf(
+        xmpText(xmp, {"Xmp.exif.DateTimeOriginal", "Xmp.photoshop.DateCreated", "Xmp.xmp.CreateDate"}), {},
+        {});
+}
+
+// A part that is there but cannot be divided makes the whole nonsense.
+std::optional<double> exifDegrees(const Exiv2::ExifData &exif, const char *tag) {
+    const auto found = exif.findKey(Exiv2::ExifKey(tag));
+    if (found == exif.end() || found->typeId() != Exiv2::unsignedRational || found->count() != 3)
+        return std::nullopt;
+    double degrees = 0;
+    double unit = 1;
+    for (long part = 0; part < 3; ++part, unit *= 60) {
+        const auto [numerator, denominator] = found->toRational(part);
+        const double value = static_cast<double>(static_cast<std::uint32_t>(numerator)) /
+                             static_cast<std::uint32_t>(denominator);
+        if (denominator == 0 || (part > 0 && value >= 60.5))
+            return std::nullopt;
+        degrees += value / unit;
+    }
+    return degrees;
+}
+
+// A coordinate without its hemisphere could be on either side of the world.
+std::optional<double> exifCoordinate(const Exiv2::ExifData &exif, const char *tag, const char *hemisphereTag,
+                                     char positive, char negative, double most) {
+    const std::string hemisphere = exifText(exif, {hemisphereTag});
+    const auto degrees = exifDegrees(exif, tag);
+    if (!degrees || *degrees > most || hemisphere.empty())
+        return std::nullopt;
+    if (hemisphere.front() == positive)
+        return *degrees;
+    if (hemisphere.front() == negative)
+        return -*degrees;
+    return std::nullopt;
+}
+
+// "48,51.5N" or "48,51,30N".
+std::optional<double> xmpCoordinate(const std::string &text, char positive, char negative, double most) {
+    Scanner scanner(text);
+    double degrees = 0;
+    double minutes = 0;
+    double seconds = 0;
+    if (!scanner.number(degrees) || !scanner.oneOf(",") || !scanner.number(minutes))
+        return std::nullopt;
+    if (scanner.oneOf(",") && !scanner.number(seconds))
+        return std::nullopt;
+    degrees += minutes / 60 + seconds / 3600;
+    if (minutes >= 60.5 || seconds >= 60.5 || degrees > most || scanner.remaining().size() != 1)
+        return std::nullopt;
+    const char hemisphere = scanner.remaining().front();
+    if (hemisphere != positive && hemisphere != negative)
+        return std::nullopt;
+    return hemisphere == positive ? degrees : -degrees;
+}
+
+std::optional<Place> place(const Exiv2::ExifData &exif, const Exiv2::XmpData &xmp) {
+    auto latitude =
+        exifCoordinate(exif, "Exif.GPSInfo.GPSLatitude", "Exif.GPSInfo.GPSLatitudeRef", 'N', 'S', 90);
+    auto longitude =
+        exifCoordinate(exif, "Exif.GPSInfo.GPSLongitude", "Exif.GPSInfo.GPSLongitudeRef", 'E', 'W', 180);
+    if (!latitude || !longitude) {
+        latitude = xmpCoordinate(xmpText(xmp, {"Xmp.exif.GPSLatitude"}), 'N', 'S', 90);
+        longitude = xmpCoordinate(xmpText(xmp, {"Xmp.exif.GPSLongitude"}), 'E', 'W', 180);
+    }
+    if (!latitude || !longitude)
+        return std::nullopt;
+    return Place{*latitude, *longitude};
+}
+
+std::uint32_t orientation(const Exiv2::ExifData &exif, const Exiv2::XmpData &xmp) {
+    std::string text = exifText(exif, {"Exif.Image.Orientation"});
+    if (text.empty())
+        text = xmpText(xmp, {"Xmp.tiff.Orientation"});
+    return text.size() == 1 && text.front() >= '1' && text.front() <= '8'
+               ? static_cast<std::uint32_t>(text.front() - '0')
+               : 1;
+}
+
+} // namespace
+
+void prepareMetadata() {
+    Exiv2::LogMsg::setLevel(Exiv2::LogMsg::mute);
+    Exiv2::XmpParser::initialize();
+    Exiv2::enableBMFF();
+}
+
+void readMetadata(std::span<const std::byte> file, PictureFacts &facts) {
+    try {
+        const auto image = Exiv2::ImageFactory::open(reinterpret_cast<const Exiv2::byte *>(file.data()),
+                                                     static_cast<long>(file.size()));
+        image->readMetadata();
+        const Exiv2::ExifData &exif = image->exifData();
+        const Exiv2::XmpData &xmp = image->xmpData();
+        facts.captureDate = captureDate(exif, xmp);
+        facts.place = place(exif, xmp);
+        facts.orientation = orientation(exif, xmp);
+        facts.cameraMake = exifText(exif, {"Exif.Image.Make"});
+        facts.cameraModel = exifText(exif, {"Exif.Image.Model"});
+    } catch (const std::exception &) {
+        // Broken metadata never keep a picture from being shown.
+    }
+}
+
+} // namespace hoardd::media

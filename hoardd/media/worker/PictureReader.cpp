@@ -1,0 +1,212 @@
+#include "hoardd/media/worker/PictureReader.h"
+
+#include <turbojpeg.h>
+
+#include <algorithm>
+#include <cstring>
+
+namespace hoardd::media {
+
+namespace {
+
+struct DestroyDecoder {
+    void operator()(void *decoder) const noexcept { tjDestroy(decoder); }
+};
+using JpegDecoder = std::unique_ptr<void, DestroyDecoder>;
+
+const unsigned char *jpegBytes(std::span<const std::byte> bytes) {
+    return reinterpret_cast<const unsigned char *>(bytes.data());
+}
+
+// Turns an image by an EXIF orientation. `image` must be readable in any order when it is turned.
+Image upright(Image image, std::uint32_t orientation) {
+    Image turned = made([&](VipsImage **out) { return vips_copy(image.get(), out, nullptr); });
+    vips_image_set_int(turned.get(), VIPS_META_ORIENTATION, static_cast<int>(orientation));
+    return made([&](VipsImage **out) { return vips_autorot(turned.get(), out, nullptr); });
+}
+
+Image inMemory(const Image &image) {
+    VipsImage *copy = vips_image_copy_memory(image.get());
+    if (copy == nullptr)
+        throw imageLibraryError();
+    return Image(copy);
+}
+
+// Brings any colours to 8-bit sRGB, through the embedded profile when there is one.
+Image inStandardColours(Image image) {
+    if (vips_image_get_typeof(image.get(), VIPS_META_ICC_NAME) != 0 && vips_icc_present()) {
+        VipsImage *out = nullptr;
+        if (vips_icc_transform(image.get(), &out, "srgb", "embedded", TRUE, "intent", VIPS_INTENT_RELATIVE,
+                               nullptr) == 0)
+            return Image(out);
+        vips_error_clear(); // a broken profile: the colours count as ordinary ones
+    }
+    return made([&](VipsImage **out) {
+        return vips_colourspace(image.get(), out, VIPS_INTERPRETATION_sRGB, nullptr);
+    });
+}
+
+Image onWhite(Image image) {
+    if (!vips_image_hasalpha(image.get()))
+        return image;
+    VipsArrayDouble *white = vips_array_double_newv(1, 255.0);
+    VipsImage *flat = nullptr;
+    const int failed = vips_flatten(image.get(), &flat, "background", white, nullptr);
+    vips_area_unref(VIPS_AREA(white));
+    if (failed != 0)
+        throw imageLibraryError();
+    return Image(flat);
+}
+
+// A frame header: marker SOF0 to SOF15 but for DHT, JPG and DAC.
+bool isFrameHeader(unsigned marker) {
+    return marker >= 0xC0 && marker <= 0xCF && marker != 0xC4 && marker != 0xC8 && marker != 0xCC;
+}
+
+// Whether a JPEG is stored in several passes, so that a decoder must hold all its coefficients at once.
+bool isProgressive(std::span<const std::byte> file) {
+    const unsigned char *bytes = jpegBytes(file);
+    for (std::size_t at = 2; at + 4 <= file.size();) {
+        if (bytes[at] != 0xFF)
+            return false;
+        const unsigned marker = bytes[at + 1];
+        if (marker == 0xFF) { // fill byte
+            ++at;
+            continue;
+        }
+        if (isFrameHeader(marker))
+            return marker == 0xC2 || marker == 0xC6 || marker == 0xCA || marker == 0xCE;
+        if (marker == 0xDA)
+            return false;
+        at += 2 + (std::size_t{bytes[at + 2]} << 8 | bytes[at + 3]);
+    }
+    return false;
+}
+
+void checkSize(std::uint64_t width, std::uint64_t height) {
+    if (width == 0 || height == 0)
+        throw MediaError(MediaFailure::damaged, "the picture has no size");
+    if (width > pictureLimits.side || height > pictureLimits.side || width * height > pictureLimits.pixels)
+        throw MediaError(MediaFailure::tooLarge, "the picture says it has " + std::to_string(width) + " x " +
+                                                     std::to_string(height) +
+                                                     " pixels, more than are allowed");
+}
+
+} // namespace
+
+PictureReader::PictureReader(std::span<const std::byte> file, ImageFormat format) : bytes(file) {
+    if (format == ImageFormat::jpeg) {
+        const JpegDecoder decoder(tjInitDecompress());
+        int width = 0;
+        int height = 0;
+        int subsampling = 0;
+        int colours = 0;
+        if (tjDecompressHeader3(decoder.get(), jpegBytes(bytes), bytes.size(), &width, &height, &subsampling,
+                                &colours) != 0)
+            throw MediaError(MediaFailure::damaged, tjGetErrorStr2(decoder.get()));
+        storedWidth = static_cast<std::uint32_t>(width);
+        storedHeight = static_cast<std::uint32_t>(height);
+        checkSize(storedWidth, storedHeight);
+        // Two bytes a coefficient, at most one coefficient a pixel and colour.
+        const std::uint64_t samples = subsampling == TJSAMP_GRAY ? 2 : subsampling == TJSAMP_444 ? 6 : 4;
+        if (isProgressive(bytes) && samples * storedWidth * storedHeight > pictureLimits.memoryBytes / 4 * 3)
+            throw MediaError(MediaFailure::tooLarge,
+                             "the progressive picture takes more memory than is allowed");
+        isPlainJpeg = colours == TJCS_YCbCr || colours == TJCS_GRAY || colours == TJCS_RGB;
+    }
+    if (vips_foreign_find_load_buffer(bytes.data(), bytes.size()) == nullptr) {
+        vips_error_clear();
+        throw MediaError(MediaFailure::noDecoder,
+                         std::string("there is no decoder here for ") + imageFormatName(format));
+    }
+    header = Image(vips_image_new_from_buffer(bytes.data(), bytes.size(), "", nullptr));
+    if (!header)
+        throw imageLibraryError();
+    storedWidth = static_cast<std::uint32_t>(vips_image_get_width(header.get()));
+    storedHeight = static_cast<std::uint32_t>(vips_image_get_height(header.get()));
+    checkSize(storedWidth, storedHeight);
+}
+
+// Decodes at the smallest of the scales that the format offers for free, then shrinks the rest of the way.
+Image PictureReader::decodedJpegSmall(std::uint32_t longestSide) const {
+    int count = 0;
+    const tjscalingfactor *factors = tjGetScalingFactors(&count);
+    int width = static_cast<int>(storedWidth);
+    int height = static_cast<int>(storedHeight);
+    for (int index = 0; index < count; ++index) {
+        const int scaledWidth = TJSCALED(static_cast<int>(storedWidth), factors[index]);
+        const int scaledHeight = TJSCALED(static_cast<int>(storedHeight), factors[index]);
+        if (std::max(scaledWidth, scaledHeight) >= static_cast<int>(longestSide) && scaledWidth < width) {
+            width = scaledWidth;
+            height = scaledHeight;
+        }
+    }
+    Image image(vips_image_new_memory());
+    const bool grey = vips_image_get_bands(header.get()) == 1;
+    const int bands = grey ? 1 : 3;
+    vips_image_init_fields(image.get(), width, height, bands, VIPS_FORMAT_UCHAR, VIPS_CODING_NONE,
+                           grey ? VIPS_INTERPRETATION_B_W : VIPS_INTERPRETATION_sRGB, 1, 1);
+    if (vips_image_write_prepare(image.get()) != 0)
+        throw imageLibraryError();
+    const JpegDecoder decoder(tjInitDecompress());
+    // A damaged file is shown as far as it goes, as viewers do: only what is no picture at all is an error.
+    if (tjDecompress2(decoder.get(), jpegBytes(bytes), bytes.size(), image->data, width, width * bands,
+                      height, grey ? TJPF_GRAY : TJPF_RGB, TJFLAG_LIMITSCANS) != 0 &&
+        tjGetErrorCode(decoder.get()) != TJERR_WARNING)
+        throw MediaError(MediaFailure::damaged, tjGetErrorStr2(decoder.get()));
+
+    const void *profile = nullptr;
+    std::size_t profileSize = 0;
+    if (vips_image_get_typeof(header.get(), VIPS_META_ICC_NAME) != 0 &&
+        vips_image_get_blob(header.get(), VIPS_META_ICC_NAME, &profile, &profileSize) == 0)
+        vips_image_set_blob_copy(image.get(), VIPS_META_ICC_NAME, profile, profileSize);
+    return image;
+}
+
+Image PictureReader::decodedSmall(std::uint32_t longestSide) const {
+    if (isPlainJpeg) {
+        const Image decoded = decodedJpegSmall(longestSide);
+        return shrunk(decoded.get(), longestSide);
+    }
+    const int side = static_cast<int>(longestSide);
+    const Image image = made([&](VipsImage **out) {
+        return vips_thumbnail_buffer(const_cast<std::byte *>(bytes.data()), bytes.size(), out, side, "height",
+                                     side, "size", VIPS_SIZE_DOWN, "no_rotate", TRUE, nullptr);
+    });
+    return inMemory(image);
+}
+
+Image PictureReader::thumbnail(std::uint32_t longestSide, std::uint32_t orientation) const {
+    Image image = inStandardColours(decodedSmall(longestSide));
+    return inMemory(upright(onWhite(std::move(image)), orientation));
+}
+
+Image PictureReader::picture(std::uint32_t longestSide, std::uint32_t orientation) const {
+    Image image;
+    if (longestSide != 0 && longestSide < std::max(storedWidth, storedHeight)) {
+        image = decodedSmall(longestSide);
+    } else {
+        // A picture that is not turned is decoded row by row while it is written.
+        const VipsAccess access = orientation == 1 ? VIPS_ACCESS_SEQUENTIAL : VIPS_ACCESS_RANDOM;
+        image.reset(vips_image_new_from_buffer(bytes.data(), bytes.size(), "", "access", access, nullptr));
+        if (!image)
+            throw imageLibraryError();
+    }
+    const VipsInterpretation colours = vips_image_get_interpretation(image.get());
+    const bool ordinary = colours == VIPS_INTERPRETATION_sRGB || colours == VIPS_INTERPRETATION_RGB ||
+                          colours == VIPS_INTERPRETATION_B_W || colours == VIPS_INTERPRETATION_RGB16 ||
+                          colours == VIPS_INTERPRETATION_GREY16;
+    if (!ordinary)
+        image = inStandardColours(std::move(image));
+    return upright(std::move(image), orientation);
+}
+
+Image shrunk(VipsImage *image, std::uint32_t longestSide) {
+    const int side = static_cast<int>(longestSide);
+    return inMemory(made([&](VipsImage **out) {
+        return vips_thumbnail_image(image, out, side, "height", side, "size", VIPS_SIZE_DOWN, "no_rotate",
+                                    TRUE, nullptr);
+    }));
+}
+
+} // namespace hoardd::media

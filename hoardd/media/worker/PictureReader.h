@@ -1,0 +1,46 @@
+// Decodes a picture file, once, at the size that is needed.
+#ifndef HOARDD_MEDIA_WORKER_PICTUREREADER_H
+#define HOARDD_MEDIA_WORKER_PICTUREREADER_H
+
+#include <cstddef>
+#include <span>
+
+#include "hoardd/media/worker/Image.h"
+
+namespace hoardd::media {
+
+/// A picture file in memory whose header has been read and found within the limits. The bytes must outlive it
+/// and every image made from it.
+class PictureReader {
+public:
+    /// Reads the header. Throws MediaError when it cannot be read, or promises too much.
+    PictureReader(std::span<const std::byte> file, ImageFormat format);
+
+    [[nodiscard]] std::uint32_t width() const noexcept { return storedWidth; }   ///< as stored, not turned
+    [[nodiscard]] std::uint32_t height() const noexcept { return storedHeight; } ///< as stored, not turned
+
+    /// The picture in sRGB, turned upright, without alpha (white shows through), its longest side at most
+    /// `longestSide`; in memory, so that smaller ones can be made from it.
+    [[nodiscard]] Image thumbnail(std::uint32_t longestSide, std::uint32_t orientation) const;
+
+    /// The picture with its own colours and profile, turned upright; its longest side at most `longestSide`,
+    /// or as stored for 0. Colours that are not RGB or grey become sRGB.
+    [[nodiscard]] Image picture(std::uint32_t longestSide, std::uint32_t orientation) const;
+
+private:
+    [[nodiscard]] Image decodedSmall(std::uint32_t longestSide) const;
+    [[nodiscard]] Image decodedJpegSmall(std::uint32_t longestSide) const;
+
+    std::span<const std::byte> bytes;
+    Image header;
+    bool isPlainJpeg = false; ///< a JPEG of grey or ordinary colour
+    std::uint32_t storedWidth = 0;
+    std::uint32_t storedHeight = 0;
+};
+
+/// An image made smaller, so that its longest side is at most `longestSide`; in memory.
+[[nodiscard]] Image shrunk(VipsImage *image, std::uint32_t longestSide);
+
+} // namespace hoardd::media
+
+#endif

@@ -1,0 +1,193 @@
+#include "hoardd/media/worker/RequestHandler.h"
+
+#include <sys/mman.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <numeric>
+#include <string_view>
+
+#include "hoardd/media/worker/Confinement.h"
+#include "hoardd/media/worker/Metadata.h"
+#include "hoardd/media/worker/PictureReader.h"
+#include "hoardd/media/worker/PictureWriter.h"
+
+namespace hoardd::media {
+
+namespace {
+
+constexpr std::uint32_t thumbnailQuality = 85;
+
+// A file in memory, read-only. One that shrinks meanwhile ends the worker, not hoardd.
+class MappedFile {
+public:
+    explicit MappedFile(int descriptor) {
+        struct stat status {};
+        if (fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode))
+            throw MediaError(MediaFailure::badRequest, "the input is not a file");
+        length = static_cast<std::size_t>(status.st_size);
+        if (length == 0)
+            throw MediaError(MediaFailure::unknownFormat, "the file is empty");
+        if (length > pictureLimits.fileBytes)
+            throw MediaError(MediaFailure::tooLarge, "the file has more bytes than are allowed");
+        start = mmap(nullptr, length, PROT_READ, MAP_PRIVATE, descriptor, 0);
+        if (start == MAP_FAILED)
+            throw MediaError(MediaFailure::badRequest, "the input cannot be mapped");
+    }
+    MappedFile(const MappedFile &) = delete;
+    MappedFile &operator=(const MappedFile &) = delete;
+    ~MappedFile() { munmap(start, length); }
+
+    [[nodiscard]] std::span<const std::byte> bytes() const {
+        return {static_cast<const std::byte *>(start), length};
+    }
+
+private:
+    void *start = nullptr;
+    std::size_t length = 0;
+};
+
+template <std::size_t size>
+void copyText(std::string_view text, std::array<char, size> &out) {
+    out.fill('\0');
+    std::copy_n(text.begin(), std::min(text.size(), size - 1), out.begin());
+}
+
+void put(const PictureFacts &facts, Answer &answer) {
+    answer.format = facts.format;
+    answer.width = facts.width;
+    answer.height = facts.height;
+    answer.orientation = facts.orientation;
+    if (facts.captureDate) {
+        answer.hasDate = 1;
+        answer.dateSeconds = facts.captureDate->seconds;
+        answer.dateNanoseconds = facts.captureDate->nanoseconds;
+        answer.hasZone = facts.captureDate->zoneMinutes ? 1 : 0;
+        answer.zoneMinutes = facts.captureDate->zoneMinutes.value_or(0);
+    }
+    if (facts.place) {
+        answer.hasPlace = 1;
+        answer.latitude = facts.place->latitude;
+        answer.longitude = facts.place->longitude;
+    }
+    copyText(facts.cameraMake, answer.cameraMake);
+    copyText(facts.cameraModel, answer.cameraModel);
+}
+
+// The format and the metadata, as good as they can be had.
+PictureFacts factsOf(std::span<const std::byte> file) {
+    PictureFacts facts;
+    facts.format = imageFormatOf(file);
+    if (facts.format == ImageFormat::unknown)
+        throw MediaError(MediaFailure::unknownFormat, "the file is not a picture of a known format");
+    readMetadata(file, facts);
+    // Decoders of these formats turn the picture by its container and leave nothing to do.
+    if (facts.format == ImageFormat::heif || facts.format == ImageFormat::avif)
+        facts.orientation = 1;
+    return facts;
+}
+
+void probe(const Request &request, std::span<const wickerlane::UniqueFd> descriptors, Answer &answer) {
+    const MappedFile file(descriptors[0].get());
+    PictureFacts facts = factsOf(file.bytes());
+    put(facts, answer);
+    const PictureReader reader(file.bytes(), facts.format);
+    const bool lies = facts.orientation >= 5;
+    answer.width = lies ? reader.height() : reader.width();
+    answer.height = lies ? reader.width() : reader.height();
+
+    std::vector<std::uint32_t> largestFirst(request.thumbnailCount);
+    std::iota(largestFirst.begin(), largestFirst.end(), 0U);
+    std::ranges::sort(largestFirst, std::greater(),
+                      [&](auto index) { return request.thumbnailSides[index]; });
+    Image image; // each is made from the next larger one
+    for (const std::uint32_t index : largestFirst) {
+        const std::uint32_t side = request.thumbnailSides[index];
+        image = image ? shrunk(image.get(), side) : reader.thumbnail(side, facts.orientation);
+        writePicture(image.get(), descriptors[1 + index].get(), ImageFormat::jpeg, thumbnailQuality, false);
+    }
+}
+
+void render(const Request &request, std::span<const wickerlane::UniqueFd> descriptors, Answer &answer) {
+    const MappedFile file(descriptors[0].get());
+    const PictureFacts facts = factsOf(file.bytes());
+    const PictureReader reader(file.bytes(), facts.format);
+    const Image image = reader.picture(request.longestSide, facts.orientation);
+    writePicture(image.get(), descriptors[1].get(), request.format, request.quality, true);
+    answer.format = request.format;
+    answer.width = static_cast<std::uint32_t>(vips_image_get_width(image.get()));
+    answer.height = static_cast<std::uint32_t>(vips_image_get_height(image.get()));
+}
+
+void encode(const Request &request, std::span<const wickerlane::UniqueFd> descriptors, Answer &answer) {
+    const SurfacePixels surface{-1, request.surfaceWidth, request.surfaceHeight, request.surfaceFormat,
+                                request.surfaceBytesPerRow};
+    const MappedFile pixels(descriptors[0].get());
+    if (pixels.bytes().size() / surface.bytesPerRow < surface.height)
+        throw MediaError(MediaFailure::badRequest, "the memory is smaller than the surface says");
+    const Image image = imageOfSurface(pixels.bytes().data(), surface);
+    writePicture(image.get(), descriptors[1].get(), request.format, request.quality, false);
+    answer.format = request.format;
+    answer.width = request.surfaceWidth;
+    answer.height = request.surfaceHeight;
+}
+
+void handleOrThrow(const Request &request, std::span<const wickerlane::UniqueFd> descriptors,
+                   Answer &answer) {
+    const bool probes = request.kind == RequestKind::probe;
+    const std::size_t expected = request.kind == RequestKind::selfTest ? 0
+                                 : probes                              ? 1 + request.thumbnailCount
+                                                                       : 2;
+    if (request.thumbnailCount > mostThumbnails || descriptors.size() != expected)
+        throw MediaError(MediaFailure::badRequest, "the request has the wrong descriptors");
+    switch (request.kind) {
+    case RequestKind::probe:
+        return probe(request, descriptors, answer);
+    case RequestKind::render:
+        return render(request, descriptors, answer);
+    case RequestKind::encode:
+        return encode(request, descriptors, answer);
+    case RequestKind::selfTest:
+        if (const std::string breach = confinementBreach(); !breach.empty())
+            throw MediaError(MediaFailure::unavailable, "the worker " + breach);
+        return;
+    }
+    throw MediaError(MediaFailure::badRequest, "the request is unknown");
+}
+
+void fail(Answer &answer, MediaFailure failure, std::string_view reason) {
+    answer.failure = failure;
+    copyText(reason, answer.reason);
+}
+
+} // namespace
+
+bool prepareHandling(const char *program) {
+    // Images are kept in memory, whose limit they then meet: there is no disk to spill to.
+    setenv("VIPS_DISC_THRESHOLD", "1024g", 1);
+    setenv("VIPS_WARNING", "1", 1);
+    setenv("VIPS_BLOCK_UNTRUSTED", "1", 1);
+    if (VIPS_INIT(program) != 0)
+        return false;
+    vips_block_untrusted_set(TRUE);
+    vips_concurrency_set(1); // the pool has a worker for each processor
+    vips_cache_set_max(0);
+    prepareMetadata();
+    return true;
+}
+
+Answer handle(const Request &request, std::span<const wickerlane::UniqueFd> descriptors) {
+    Answer answer;
+    try {
+        handleOrThrow(request, descriptors, answer);
+    } catch (const MediaError &error) {
+        fail(answer, error.failure, error.what());
+    } catch (const std::bad_alloc &) {
+        fail(answer, MediaFailure::tooLarge, "the picture takes more memory than is allowed");
+    } catch (const std::exception &error) {
+        fail(answer, MediaFailure::damaged, error.what());
+    }
+    return answer;
+}
+
+} // namespace hoardd::media

@@ -1,0 +1,20 @@
+// Carries out one request.
+#ifndef HOARDD_MEDIA_WORKER_REQUESTHANDLER_H
+#define HOARDD_MEDIA_WORKER_REQUESTHANDLER_H
+
+#include <span>
+
+#include "hoardd/media/Protocol.h"
+
+namespace hoardd::media {
+
+/// Loads everything that requests need from files; once, before confinement. False when the libraries cannot
+/// start.
+bool prepareHandling(const char *program);
+
+/// Never throws; what goes wrong is in the answer.
+Answer handle(const Request &request, std::span<const wickerlane::UniqueFd> descriptors);
+
+} // namespace hoardd::media
+
+#endif

@@ -1,0 +1,144 @@
+// What a picture file says of itself, and what it had better not be believed.
+#include <gmock/gmock.h>
+
+#include "tests/hoardd/media/MediaTest.h"
+
+namespace hoardd {
+namespace {
+
+using namespace wickerlane::test;
+
+WorkerPool &pool() {
+    static WorkerPool &shared = *new WorkerPool(testOptions());
+    return shared;
+}
+
+class Metadata : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() { ASSERT_EQ(pool().testConfinement().reason, ""); }
+
+    static PictureFacts factsOf(const Bytes &file) {
+        const ProbeResult result = pool().probe(fileOf(file).get(), {});
+        EXPECT_EQ(result.reason, "");
+        return result.facts;
+    }
+    static PictureFacts factsOf(const TestExif &exif) { return factsOf(jpegOf(fourCorners(16, 16), exif)); }
+};
+
+TestExif complete() {
+    TestExif exif;
+    exif.make = "Maker";
+    exif.model = "Model 7";
+    exif.dateTimeOriginal = "2021:06:15 10:20:30";
+    exif.subSecTimeOriginal = "25";
+    exif.offsetTimeOriginal = "+02:00";
+    exif.latitude = {{48, 51, 30}};
+    exif.longitude = {{2, 17, 40}};
+    exif.latitudeRef = "N";
+    exif.longitudeRef = "W";
+    return exif;
+}
+
+TEST_F(Metadata, AreReadInBothByteOrders) {
+    for (const bool bigEndian : {false, true}) {
+        TestExif exif = complete();
+        exif.bigEndian = bigEndian;
+        const PictureFacts facts = factsOf(exif);
+        EXPECT_EQ(facts.cameraMake, "Maker");
+        EXPECT_EQ(facts.cameraModel, "Model 7");
+        ASSERT_TRUE(facts.captureDate);
+        EXPECT_EQ(facts.captureDate->seconds, 1'623'745'230); // 08:20:30 UTC
+        EXPECT_EQ(facts.captureDate->nanoseconds, 250'000'000U);
+        EXPECT_EQ(facts.captureDate->zoneMinutes, 120);
+        ASSERT_TRUE(facts.place);
+        EXPECT_NEAR(facts.place->latitude, 48.858333, 1e-6);
+        EXPECT_NEAR(facts.place->longitude, -2.294444, 1e-6);
+    }
+}
+
+TEST_F(Metadata, DatesThatMakeNoSenseAreNone) {
+    struct Case {
+        const char *date;
+        const char *zone;
+        std::optional<std::int64_t> seconds;
+        std::optional<int> zoneMinutes;
+    };
+    for (const Case &expected : {
+             Case{"2021:06:15 10:20:30", "", 1'623'752'430, std::nullopt},
+             Case{"2021:06:15 10:20:30", "-05:30", 1'623'772'230, -330},
+             Case{"2021:06:15 10:20:30", "Z", 1'623'752'430, 0},
+             Case{"2021:06:15 10:20:30", "+2:00", 1'623'752'430, std::nullopt},
+             Case{"2021:06:15 10:20:30", "+99:00", 1'623'752'430, std::nullopt},
+             Case{"1960:01:01 00:00:00", "", -315'619'200, std::nullopt},
+             Case{"2020:02:29 00:00:00", "", 1'582'934'400, std::nullopt},
+             Case{"2021:02:29 00:00:00", "", std::nullopt, std::nullopt},
+             Case{"0000:00:00 00:00:00", "", std::nullopt, std::nullopt},
+             Case{"    :  :     :  :  ", "", std::nullopt, std::nullopt},
+             Case{"2021:13:01 00:00:00", "", std::nullopt, std::nullopt},
+             Case{"2021:06:15 24:20:30", "", std::nullopt, std::nullopt},
+             Case{"2021:06:15", "", std::nullopt, std::nullopt},
+             Case{"-021:06:15 10:20:30", "", std::nullopt, std::nullopt},
+             Case{"yesterday", "", std::nullopt, std::nullopt},
+         }) {
+        SCOPED_TRACE(std::string(expected.date) + expected.zone);
+        TestExif exif;
+        exif.dateTimeOriginal = expected.date;
+        exif.offsetTimeOriginal = expected.zone;
+        const PictureFacts facts = factsOf(exif);
+        ASSERT_EQ(facts.captureDate.has_value(), expected.seconds.has_value());
+        if (!facts.captureDate)
+            continue;
+        EXPECT_EQ(facts.captureDate->seconds, *expected.seconds);
+        EXPECT_EQ(facts.captureDate->zoneMinutes, expected.zoneMinutes);
+    }
+}
+
+TEST_F(Metadata, PlacesThatMakeNoSenseAreNone) {
+    const std::vector<std::pair<const char *, void (*)(TestExif &)>> spoilers{
+        {"no hemisphere", [](TestExif &exif) { exif.latitudeRef = ""; }},
+        {"unknown hemisphere", [](TestExif &exif) { exif.longitudeRef = "N"; }},
+        {"one coordinate", [](TestExif &exif) { exif.longitude.reset(); }},
+        {"beyond the pole",
+         [](TestExif &exif) {
+             exif.latitude = {{90, 0, 1}};
+         }},
+        {"beyond the date line",
+         [](TestExif &exif) {
+             exif.longitude = {{4'000'000'000, 0, 0}};
+         }},
+        {"61 minutes",
+         [](TestExif &exif) {
+             exif.latitude = {{48, 61, 0}};
+         }},
+        {"divided by zero", [](TestExif &exif) { exif.gpsDenominator = 0; }},
+    };
+    for (const auto &[name, spoil] : spoilers) {
+        SCOPED_TRACE(name);
+        TestExif exif = complete();
+        spoil(exif);
+        const PictureFacts facts = factsOf(exif);
+        EXPECT_FALSE(facts.place);
+        EXPECT_TRUE(facts.captureDate) << "the rest stands";
+    }
+}
+
+TEST_F(Metadata, WrongByteOrderAndForeignTextDoNoHarm) {
+    // Says little-endian, is big-endian.
+    TestExif exif = complete();
+    exif.bigEndian = true;
+    Bytes file = jpegOf(fourCorners(16, 16), exif);
+    file[12] = file[13] = std::byte{'I'};
+    const PictureFacts wrong = factsOf(file);
+    EXPECT_FALSE(wrong.captureDate);
+    EXPECT_FALSE(wrong.place);
+    EXPECT_EQ(wrong.width, 16U);
+
+    exif = complete();
+    exif.make = "A\nB\x1B[2J\xFF" + std::string(500, 'x');
+    const std::string make = factsOf(exif).cameraMake;
+    EXPECT_THAT(make, ::testing::StartsWith("A?B?[2J?xxx"));
+    EXPECT_LT(make.size(), 64U);
+}
+
+} // namespace
+} // namespace hoardd

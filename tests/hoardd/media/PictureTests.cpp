@@ -1,0 +1,177 @@
+// What the workers make of pictures: formats, sizes, orientation, colours.
+#include <gmock/gmock.h>
+
+#include "tests/hoardd/media/MediaTest.h"
+
+namespace hoardd {
+namespace {
+
+using namespace wickerlane::test;
+
+// One pool for all tests of the file; it holds its sockets between them.
+WorkerPool &pool() {
+    static WorkerPool &shared = *new WorkerPool(testOptions());
+    return shared;
+}
+
+class Pictures : public ::testing::Test {
+protected:
+    // Has both kinds of worker started before the first test counts descriptors.
+    static void SetUpTestSuite() {
+        ASSERT_EQ(pool().testConfinement().reason, "");
+        ASSERT_EQ(pool().probe(fileOf(tiffOf(fourCorners(8, 8))).get(), {}).reason, "");
+    }
+
+    ProbeResult probe(const Bytes &file, std::initializer_list<std::uint32_t> sides) {
+        thumbnails.clear();
+        std::vector<ThumbnailTarget> targets;
+        for (const std::uint32_t side : sides) {
+            thumbnails.push_back(fileOf({}));
+            targets.push_back({side, thumbnails.back().get()});
+        }
+        return pool().probe(fileOf(file).get(), targets);
+    }
+    Pixels thumbnail(std::size_t index) { return decodedPicture(contentsOf(thumbnails.at(index))); }
+
+    ImageResult render(const Bytes &file, const ImageSettings &settings, Bytes &image) {
+        const UniqueFd output = fileOf({});
+        const ImageResult result = pool().render(fileOf(file).get(), settings, output.get());
+        image = contentsOf(output);
+        return result;
+    }
+
+    std::vector<UniqueFd> thumbnails;
+};
+
+TEST_F(Pictures, ThumbnailsAreUprightWithTheLongestSideAsAsked) {
+    struct Case {
+        std::uint16_t orientation;
+        bool lies;
+        const char *corners;
+    };
+    // As stored the corners are RGBY. What an orientation does to them is laid down by EXIF.
+    for (const Case &expected :
+         {Case{0, false, "RGBY"}, Case{1, false, "RGBY"}, Case{2, false, "GRYB"}, Case{3, false, "BYRG"},
+          Case{4, false, "YBGR"}, Case{5, true, "RYBG"}, Case{6, true, "YRGB"}, Case{7, true, "BGRY"},
+          Case{8, true, "GBYR"}, Case{9, false, "RGBY"}}) {
+        SCOPED_TRACE(expected.orientation);
+        TestExif exif;
+        exif.orientation = expected.orientation;
+        exif.bigEndian = expected.orientation % 2 == 0;
+        const ProbeResult result = probe(jpegOf(fourCorners(1200, 800), exif), {64, 300});
+        ASSERT_TRUE(result.succeeded()) << result.reason;
+        EXPECT_EQ(result.facts.width, expected.lies ? 800U : 1200U);
+        EXPECT_EQ(result.facts.height, expected.lies ? 1200U : 800U);
+        EXPECT_EQ(result.facts.orientation, expected.orientation % 9 == 0 ? 1U : expected.orientation);
+        for (const std::size_t index : {0U, 1U}) {
+            const Pixels made = thumbnail(index);
+            EXPECT_EQ(std::max(made.width, made.height), index == 0 ? 64U : 300U);
+            EXPECT_EQ(std::min(made.width, made.height), index == 0 ? 43U : 200U);
+            EXPECT_EQ(made.height > made.width, expected.lies);
+            EXPECT_EQ(cornersOf(made), expected.corners);
+        }
+    }
+}
+
+TEST_F(Pictures, EveryFormatIsToldByContentAndDecoded) {
+    const Pixels corners = fourCorners(400, 300);
+    Bytes webp;
+    ASSERT_TRUE(render(pngOf(corners), {.format = ImageFormat::webp}, webp).succeeded());
+    const std::vector<std::pair<ImageFormat, Bytes>> files{
+        {ImageFormat::jpeg, jpegOf(corners)}, {ImageFormat::jpeg, jpegOf(corners, 90, false, true)},
+        {ImageFormat::png, pngOf(corners)},   {ImageFormat::webp, webp},
+        {ImageFormat::tiff, tiffOf(corners)}, {ImageFormat::gif, gifOf(400, 300, cornerGreen)}};
+    for (const auto &[format, file] : files) {
+        SCOPED_TRACE(imageFormatName(format));
+        const ProbeResult result = probe(file, {100});
+        ASSERT_TRUE(result.succeeded()) << result.reason;
+        EXPECT_EQ(result.facts.format, format);
+        EXPECT_EQ(result.facts.width, 400U);
+        EXPECT_EQ(result.facts.height, 300U);
+        EXPECT_EQ(thumbnail(0).width, 100U);
+        EXPECT_EQ(cornersOf(thumbnail(0)), format == ImageFormat::gif ? "GGGG" : "RGBY");
+    }
+}
+
+TEST_F(Pictures, SmallPicturesAreNotEnlargedAndGreyOnesStayGrey) {
+    const ProbeResult result = probe(jpegOf(fourCorners(40, 20), 90, true), {256, 1024});
+    ASSERT_TRUE(result.succeeded()) << result.reason;
+    const Pixels made = thumbnail(1);
+    EXPECT_EQ(made.width, 40U);
+    EXPECT_EQ(made.height, 20U);
+    EXPECT_TRUE(isLike(made.at(3, 3), {87, 87, 87})) << int{made.at(3, 3).red}; // the brightness of cornerRed
+}
+
+TEST_F(Pictures, ThumbnailsShowWhiteThroughAlpha) {
+    Pixels pixels = fourCorners(64, 64);
+    for (Colour &colour : pixels.colours)
+        colour.alpha = 0;
+    ASSERT_TRUE(probe(pngOf(pixels), {32}).succeeded());
+    EXPECT_TRUE(isLike(thumbnail(0).at(16, 16), {255, 255, 255}));
+}
+
+TEST_F(Pictures, RenderedImagesAreUprightInTheWantedFormatAndSize) {
+    TestExif exif;
+    exif.orientation = 6;
+    exif.make = "Maker";
+    const Bytes picture = jpegOf(fourCorners(600, 400), exif);
+    for (const ImageFormat format : {ImageFormat::jpeg, ImageFormat::png, ImageFormat::webp})
+        for (const std::uint32_t side : {0U, 150U, 5000U}) {
+            SCOPED_TRACE(std::string(imageFormatName(format)) + " " + std::to_string(side));
+            Bytes image;
+            const ImageResult result = render(picture, {.format = format, .longestSide = side}, image);
+            ASSERT_TRUE(result.succeeded()) << result.reason;
+            EXPECT_EQ(result.width, side == 150 ? 100U : 400U);
+            EXPECT_EQ(result.height, side == 150 ? 150U : 600U);
+            EXPECT_EQ(imageFormatOf(image), format);
+            // The result needs turning no more, and says nothing of the camera.
+            const ProbeResult again = probe(image, {100});
+            EXPECT_EQ(again.facts.width, result.width);
+            EXPECT_EQ(again.facts.cameraMake, "");
+            EXPECT_EQ(cornersOf(thumbnail(0)), "YRGB");
+        }
+}
+
+TEST_F(Pictures, SurfacesAreEncodedFromEveryLayout) {
+    constexpr std::uint32_t width = 50;
+    constexpr std::uint32_t height = 30;
+    for (const SurfaceFormat format : {SurfaceFormat::bgra, SurfaceFormat::rgba, SurfaceFormat::gray})
+        for (const std::uint32_t padding : {0U, 56U})
+            for (const ImageFormat output : {ImageFormat::png, ImageFormat::jpeg}) {
+                const std::uint32_t pixelBytes = format == SurfaceFormat::gray ? 1 : 4;
+                const std::uint32_t row = width * pixelBytes + padding;
+                Bytes memory(std::size_t{row} * height, std::byte{0xEE});
+                for (std::uint32_t y = 0; y < height; ++y)
+                    for (std::uint32_t x = 0; x < width; ++x) {
+                        std::byte *pixel = &memory[std::size_t{y} * row + std::size_t{x} * pixelBytes];
+                        // Half-transparent orange, premultiplied.
+                        constexpr std::array<int, 4> orange{100, 50, 0, 128};
+                        for (std::uint32_t part = 0; part < pixelBytes; ++part)
+                            pixel[part] = static_cast<std::byte>(
+                                format == SurfaceFormat::bgra && part != 3 ? orange[2 - part] : orange[part]);
+                    }
+                const UniqueFd shared = fileOf(memory);
+                const UniqueFd image = fileOf({});
+                const SurfacePixels surface{shared.get(), width, height, format, row};
+                const ImageResult result = pool().encode(surface, {.format = output}, image.get());
+                ASSERT_TRUE(result.succeeded()) << result.reason;
+                const Pixels decoded = decodedPicture(contentsOf(image));
+                ASSERT_EQ(decoded.width, width);
+                ASSERT_EQ(decoded.height, height);
+                const Colour expected = format == SurfaceFormat::gray ? Colour{100, 100, 100}
+                                        : output == ImageFormat::png  ? Colour{199, 100, 0, 128}
+                                                                      : Colour{227, 177, 127};
+                const Colour found = decoded.at(width - 1, height - 1);
+                EXPECT_TRUE(isLike(found, expected, 4)) << int{found.red} << " " << int{found.green} << " "
+                                                        << int{found.blue} << " " << int{found.alpha};
+            }
+    const UniqueFd small = fileOf(Bytes(100));
+    const UniqueFd image = fileOf({});
+    EXPECT_EQ(pool().encode({small.get(), width, height, SurfaceFormat::bgra, 200}, {}, image.get()).failure,
+              MediaFailure::badRequest);
+    EXPECT_EQ(pool().encode({small.get(), width, height, SurfaceFormat::bgra, 60}, {}, image.get()).failure,
+              MediaFailure::badRequest);
+}
+
+} // namespace
+} // namespace hoardd

@@ -1,0 +1,227 @@
+// Hostile files, lost workers and limits: what may cost one request, and never more.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <sys/wait.h>
+
+#include <atomic>
+#include <csignal>
+#include <cstring>
+#include <random>
+#include <thread>
+
+#include "tests/hoardd/media/MediaTest.h"
+
+namespace hoardd {
+namespace {
+
+using namespace wickerlane::test;
+
+Bytes goodPicture() {
+    return jpegOf(fourCorners(64, 48));
+}
+
+MediaResult probe(WorkerPool &pool, const Bytes &file) {
+    const UniqueFd output = fileOf({});
+    const ThumbnailTarget thumbnail{32, output.get()};
+    return pool.probe(fileOf(file).get(), std::span(&thumbnail, 1));
+}
+
+// The only worker of a pool, once it is idle.
+pid_t idleWorker(const WorkerPool &pool) {
+    while (pool.status().idle == 0)
+        std::this_thread::yield();
+    return pool.status().processes.at(0);
+}
+
+bool isGone(pid_t process) {
+    return kill(process, 0) != 0 && errno == ESRCH;
+}
+
+// Stops a process and waits until it has stopped, without reaping it.
+void stop(pid_t process) {
+    kill(process, SIGSTOP);
+    siginfo_t info{};
+    ASSERT_EQ(waitid(P_PID, static_cast<id_t>(process), &info, WSTOPPED), 0);
+}
+
+TEST(WorkerPool, ConfinesItsWorkers) {
+    WorkerPool pool(testOptions());
+    EXPECT_EQ(pool.testConfinement().reason, "");
+    EXPECT_TRUE(pool.status().isConfined);
+}
+
+TEST(WorkerPool, DamagedFilesCostOnlyThemselves) {
+    WorkerPool pool(testOptions());
+    TestExif exif;
+    exif.dateTimeOriginal = "2021:06:15 10:20:30";
+    exif.latitude = {{48, 51, 30}};
+    exif.longitude = {{2, 17, 40}};
+    exif.latitudeRef = "N";
+    exif.longitudeRef = "E";
+    std::mt19937 random(20'210'615);
+    for (const Bytes &whole :
+         {jpegOf(fourCorners(60, 40), exif), jpegOf(fourCorners(60, 40), 90, false, true),
+          pngOf(fourCorners(60, 40)), gifOf(60, 40, cornerBlue), tiffOf(fourCorners(60, 40))}) {
+        for (std::size_t cut = 0; cut < 40; ++cut)
+            probe(pool,
+                  Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(whole.size() * cut / 40)));
+        for (int round = 0; round < 40; ++round) {
+            Bytes flipped = whole;
+            for (int flip = 0; flip < 6; ++flip)
+                flipped[random() % std::min<std::size_t>(flipped.size(), 600)] ^=
+                    std::byte(1U << random() % 8);
+            probe(pool, flipped);
+        }
+        EXPECT_EQ(probe(pool, whole).reason, "");
+    }
+}
+
+TEST(WorkerPool, SaysWhyAFileIsRefused) {
+    WorkerPool pool(testOptions());
+    const Bytes good = goodPicture();
+    Bytes heif(64);
+    std::memcpy(heif.data(),
+                "\0\0\0\x18"
+                "ftypheic\0\0\0\0mif1heic",
+                24);
+    struct Case {
+        const char *name;
+        Bytes file;
+        MediaFailure failure;
+    };
+    for (const Case &refused :
+         {Case{"empty", {}, MediaFailure::unknownFormat},
+          Case{"text", Bytes(100, std::byte{'x'}), MediaFailure::unknownFormat},
+          Case{"a JPEG's first bytes", Bytes(good.begin(), good.begin() + 20), MediaFailure::damaged},
+          Case{"a HEIF without a picture", heif, MediaFailure::damaged},
+          Case{"too many pixels", pngThatClaims(60'000, 60'000), MediaFailure::tooLarge},
+          Case{"too wide", pngThatClaims(70'000, 1), MediaFailure::tooLarge}}) {
+        SCOPED_TRACE(refused.name);
+        const MediaResult result = probe(pool, refused.file);
+        EXPECT_EQ(result.failure, refused.failure) << result.reason;
+        EXPECT_NE(result.reason, "");
+    }
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    const UniqueFd reading(ends[0]);
+    const UniqueFd writing(ends[1]);
+    EXPECT_EQ(pool.probe(reading.get(), {}).failure, MediaFailure::badRequest) << "a pipe is no file";
+    EXPECT_EQ(pool.render(fileOf(good).get(), {.format = ImageFormat::gif}, writing.get()).failure,
+              MediaFailure::badRequest);
+    // An output that takes nothing.
+    const UniqueFd full(open("/dev/full", O_WRONLY | O_CLOEXEC));
+    EXPECT_EQ(pool.render(fileOf(good).get(), {}, full.get()).failure, MediaFailure::outputFailed);
+    EXPECT_EQ(pool.status().started, 2U) << "no refusal cost a worker";
+}
+
+TEST(WorkerPool, ReplacesAWorkerThatDiesAtWork) {
+    WorkerPool pool(testOptions());
+    const pid_t worker = idleWorker(pool);
+    stop(worker);
+    MediaResult result;
+    std::thread job([&] { result = probe(pool, goodPicture()); });
+    while (pool.status().busy == 0)
+        std::this_thread::yield();
+    kill(worker, SIGSEGV);
+    kill(worker, SIGCONT);
+    job.join();
+    // The request may have come just after its end; then another worker has done it.
+    if (!result.succeeded()) {
+        EXPECT_EQ(result.failure, MediaFailure::workerDied);
+        EXPECT_EQ(result.reason, "the media worker was ended by: Segmentation fault");
+    }
+    EXPECT_TRUE(isGone(worker));
+    EXPECT_EQ(probe(pool, goodPicture()).reason, "");
+}
+
+TEST(WorkerPool, AnIdleWorkerThatDiesCostsNothing) {
+    WorkerPool pool(testOptions());
+    const pid_t worker = idleWorker(pool);
+    kill(worker, SIGKILL);
+    siginfo_t info{};
+    waitid(P_PID, static_cast<id_t>(worker), &info, WEXITED | WNOWAIT);
+    EXPECT_EQ(probe(pool, goodPicture()).reason, "");
+}
+
+TEST(WorkerPool, ReplacesAWorkerThatStandsStill) {
+    WorkerPoolOptions options = testOptions();
+    options.deadline = std::chrono::seconds(2);
+    WorkerPool pool(options);
+    const Bytes apart = tiffOf(fourCorners(8, 8));
+    ASSERT_EQ(probe(pool, goodPicture()).reason, "");
+    ASSERT_EQ(probe(pool, apart).reason, "");
+    const std::vector<int> workers = pool.status().processes;
+    ASSERT_EQ(workers.size(), 2U);
+    for (const pid_t worker : workers)
+        stop(worker);
+    EXPECT_EQ(probe(pool, goodPicture()).failure, MediaFailure::timedOut);
+    EXPECT_EQ(probe(pool, apart).failure, MediaFailure::timedOut);
+    for (const pid_t worker : workers)
+        EXPECT_TRUE(isGone(worker));
+    EXPECT_EQ(probe(pool, goodPicture()).reason, "");
+    EXPECT_EQ(probe(pool, apart).reason, "");
+}
+
+TEST(WorkerPool, EndsAFileThatTakesTooMuchProcessorTime) {
+    WorkerPoolOptions options = testOptions();
+    options.processorTime = std::chrono::milliseconds(5);
+    WorkerPool pool(options);
+    Pixels noise{3000, 3000, std::vector<Colour>(9'000'000)};
+    std::mt19937 random(7);
+    for (Colour &colour : noise.colours)
+        colour.red = static_cast<std::uint8_t>(random());
+    const UniqueFd output = fileOf({});
+    const UniqueFd picture = fileOf(jpegOf(noise, 95, false, true));
+    const MediaResult result = pool.render(picture.get(), {.format = ImageFormat::png}, output.get());
+    EXPECT_EQ(result.failure, MediaFailure::timedOut);
+    EXPECT_EQ(result.reason, "the file takes more processor time than is allowed");
+}
+
+TEST(WorkerPool, RecyclesWorkersAndLeavesNoProcess) {
+    std::vector<int> processes;
+    {
+        WorkerPoolOptions options = testOptions(2);
+        options.requestsPerWorker = 3;
+        WorkerPool pool(options);
+        for (int round = 0; round < 7; ++round)
+            EXPECT_EQ(probe(pool, goodPicture()).reason, "");
+        EXPECT_GT(pool.status().started, 2U);
+        processes = pool.status().processes;
+    }
+    for (const int process : processes)
+        EXPECT_TRUE(isGone(process)) << process;
+}
+
+TEST(WorkerPool, ServesManyThreads) {
+    WorkerPool pool(testOptions(2));
+    const Bytes shared = goodPicture();
+    const Bytes apart = tiffOf(fourCorners(16, 16));
+    std::atomic<int> served{0};
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 8; ++thread)
+        threads.emplace_back([&] {
+            for (int round = 0; round < 10; ++round)
+                served += probe(pool, round % 5 == 0 ? apart : shared).succeeded() ? 1 : 0;
+        });
+    for (std::thread &thread : threads)
+        thread.join();
+    EXPECT_EQ(served, 80);
+    EXPECT_LE(pool.status().started, 4U);
+}
+
+TEST(WorkerPool, SaysWhenNoWorkerCanBeHad) {
+    for (const char *program : {"/nowhere/hoardd-media", "/bin/false"}) {
+        WorkerPoolOptions options = testOptions();
+        options.program = program;
+        WorkerPool pool(options);
+        for (int round = 0; round < 2; ++round) {
+            const MediaResult result = probe(pool, goodPicture());
+            EXPECT_EQ(result.failure, MediaFailure::unavailable);
+            EXPECT_THAT(result.reason, ::testing::HasSubstr(program));
+        }
+        EXPECT_EQ(pool.status().trouble.empty(), false);
+    }
+}
+
+} // namespace
+} // namespace hoardd

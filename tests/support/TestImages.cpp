@@ -1,0 +1,321 @@
+#include "tests/support/TestImages.h"
+
+#include <png.h>
+#include <turbojpeg.h>
+#include <zlib.h>
+
+#include <algorithm>
+#include <cstring>
+#include <initializer_list>
+#include <memory>
+#include <stdexcept>
+#include <string_view>
+
+namespace wickerlane::test {
+
+namespace {
+
+constexpr std::size_t colourBytes = 4;
+static_assert(sizeof(Colour) == colourBytes);
+
+void append(Bytes &out, std::string_view text) {
+    for (const char character : text)
+        out.push_back(static_cast<std::byte>(character));
+}
+
+void appendNumber(Bytes &out, std::uint64_t value, std::size_t size, bool bigEndian) {
+    for (std::size_t index = 0; index < size; ++index) {
+        const std::size_t shift = 8 * (bigEndian ? size - 1 - index : index);
+        out.push_back(static_cast<std::byte>(value >> shift & 0xFF));
+    }
+}
+
+// An image file directory: entries with their values, those over four bytes behind it.
+class Directory {
+public:
+    explicit Directory(bool big) : bigEndian(big) {}
+
+    void text(std::uint16_t tag, const std::string &value) {
+        if (value.empty())
+            return;
+        Bytes bytes;
+        append(bytes, value);
+        bytes.push_back(std::byte{0});
+        const auto count = static_cast<std::uint32_t>(bytes.size());
+        add(tag, 2, count, std::move(bytes));
+    }
+    void number16(std::uint16_t tag, std::uint16_t value) {
+        Bytes bytes;
+        appendNumber(bytes, value, 2, bigEndian);
+        add(tag, 3, 1, std::move(bytes));
+    }
+    void number32(std::uint16_t tag, std::uint32_t value) {
+        Bytes bytes;
+        appendNumber(bytes, value, 4, bigEndian);
+        add(tag, 4, 1, std::move(bytes));
+    }
+    void fractions(std::uint16_t tag, const std::array<std::uint32_t, 3> &numerators,
+                   std::uint32_t denominator) {
+        Bytes bytes;
+        for (const std::uint32_t numerator : numerators) {
+            appendNumber(bytes, numerator, 4, bigEndian);
+            appendNumber(bytes, denominator, 4, bigEndian);
+        }
+        add(tag, 5, 3, std::move(bytes));
+    }
+
+    [[nodiscard]] bool empty() const { return entries.empty(); }
+    [[nodiscard]] std::uint32_t size() const {
+        std::size_t total = 2 + 12 * entries.size() + 4;
+        for (const Entry &entry : entries)
+            total += entry.value.size() > 4 ? entry.value.size() : 0;
+        return static_cast<std::uint32_t>(total);
+    }
+    // Writes the directory, whose place in the file is where `out` ends now.
+    void writeTo(Bytes &out) const {
+        std::size_t valueAt = out.size() + 2 + 12 * entries.size() + 4;
+        Bytes values;
+        appendNumber(out, entries.size(), 2, bigEndian);
+        for (const Entry &entry : entries) {
+            appendNumber(out, entry.tag, 2, bigEndian);
+            appendNumber(out, entry.type, 2, bigEndian);
+            appendNumber(out, entry.count, 4, bigEndian);
+            if (entry.value.size() > 4) {
+                appendNumber(out, valueAt + values.size(), 4, bigEndian);
+                values.insert(values.end(), entry.value.begin(), entry.value.end());
+            } else {
+                out.insert(out.end(), entry.value.begin(), entry.value.end());
+                out.resize(out.size() + 4 - entry.value.size());
+            }
+        }
+        appendNumber(out, 0, 4, bigEndian);
+        out.insert(out.end(), values.begin(), values.end());
+    }
+
+private:
+    struct Entry {
+        std::uint16_t tag;
+        std::uint16_t type;
+        std::uint32_t count;
+        Bytes value;
+    };
+    void add(std::uint16_t tag, std::uint16_t type, std::uint32_t count, Bytes value) {
+        entries.push_back({tag, type, count, std::move(value)});
+    }
+
+    bool bigEndian;
+    std::vector<Entry> entries;
+};
+
+struct DestroyTurbo {
+    void operator()(void *handle) const { tjDestroy(handle); }
+};
+using Turbo = std::unique_ptr<void, DestroyTurbo>;
+
+void appendChunk(Bytes &out, const char *type, const Bytes &contents) {
+    appendNumber(out, contents.size(), 4, true);
+    const std::size_t start = out.size();
+    append(out, std::string_view(type, 4));
+    out.insert(out.end(), contents.begin(), contents.end());
+    const auto sum =
+        crc32(0, reinterpret_cast<const Bytef *>(out.data() + start), static_cast<uInt>(out.size() - start));
+    appendNumber(out, sum, 4, true);
+}
+
+} // namespace
+
+Pixels fourCorners(std::uint32_t width, std::uint32_t height) {
+    Pixels pixels{width, height, {}};
+    pixels.colours.reserve(std::size_t{width} * height);
+    for (std::uint32_t y = 0; y < height; ++y)
+        for (std::uint32_t x = 0; x < width; ++x) {
+            const bool left = x < width / 2;
+            const bool top = y < height / 2;
+            pixels.colours.push_back(top ? (left ? cornerRed : cornerGreen)
+                                         : (left ? cornerYellow : cornerBlue));
+        }
+    return pixels;
+}
+
+Bytes exifBytes(const TestExif &exif) {
+    Directory camera(exif.bigEndian);
+    Directory photo(exif.bigEndian);
+    Directory place(exif.bigEndian);
+    photo.text(0x9003, exif.dateTimeOriginal);
+    photo.text(0x9011, exif.offsetTimeOriginal);
+    photo.text(0x9291, exif.subSecTimeOriginal);
+    place.text(1, exif.latitudeRef);
+    if (exif.latitude)
+        place.fractions(2, *exif.latitude, exif.gpsDenominator);
+    place.text(3, exif.longitudeRef);
+    if (exif.longitude)
+        place.fractions(4, *exif.longitude, exif.gpsDenominator);
+
+    camera.text(0x010F, exif.make);
+    camera.text(0x0110, exif.model);
+    if (exif.orientation)
+        camera.number16(0x0112, *exif.orientation);
+    // The first directory lies behind the header of 8 bytes, the others behind it, so that its size is needed
+    // first.
+    const std::uint32_t photoAt = 8 + camera.size() + (photo.empty() ? 0 : 12) + (place.empty() ? 0 : 12);
+    if (!photo.empty())
+        camera.number32(0x8769, photoAt);
+    if (!place.empty())
+        camera.number32(0x8825, photoAt + (photo.empty() ? 0 : photo.size()));
+
+    Bytes out;
+    append(out, exif.bigEndian ? "MM" : "II");
+    appendNumber(out, 42, 2, exif.bigEndian);
+    appendNumber(out, 8, 4, exif.bigEndian);
+    camera.writeTo(out);
+    if (!photo.empty())
+        photo.writeTo(out);
+    if (!place.empty())
+        place.writeTo(out);
+    return out;
+}
+
+Bytes jpegOf(const Pixels &pixels, int quality, bool grey, bool progressive) {
+    const Turbo encoder(tjInitCompress());
+    unsigned char *buffer = nullptr;
+    unsigned long size = 0;
+    if (tjCompress2(encoder.get(), reinterpret_cast<const unsigned char *>(pixels.colours.data()),
+                    static_cast<int>(pixels.width), 0, static_cast<int>(pixels.height), TJPF_RGBX, &buffer,
+                    &size, grey ? TJSAMP_GRAY : TJSAMP_444, quality,
+                    progressive ? TJFLAG_PROGRESSIVE : 0) != 0)
+        throw std::runtime_error(tjGetErrorStr2(encoder.get()));
+    const auto *start = reinterpret_cast<const std::byte *>(buffer);
+    Bytes file(start, start + size);
+    tjFree(buffer);
+    return file;
+}
+
+Bytes jpegOf(const Pixels &pixels, const TestExif &exif) {
+    const Bytes contents = exifBytes(exif);
+    Bytes segment;
+    append(segment, "\xFF\xE1");
+    appendNumber(segment, 2 + 6 + contents.size(), 2, true);
+    append(segment, std::string_view("Exif\0\0", 6));
+    segment.insert(segment.end(), contents.begin(), contents.end());
+    Bytes file = jpegOf(pixels);
+    file.insert(file.begin() + 2, segment.begin(), segment.end());
+    return file;
+}
+
+Bytes pngOf(const Pixels &pixels) {
+    png_image image{};
+    image.version = PNG_IMAGE_VERSION;
+    image.width = pixels.width;
+    image.height = pixels.height;
+    image.format = PNG_FORMAT_RGBA;
+    png_alloc_size_t size = 0;
+    png_image_write_get_memory_size(image, size, 0, pixels.colours.data(), 0, nullptr);
+    Bytes file(size);
+    if (png_image_write_to_memory(&image, file.data(), &size, 0, pixels.colours.data(), 0, nullptr) == 0)
+        throw std::runtime_error(image.message);
+    file.resize(size);
+    return file;
+}
+
+Bytes pngThatClaims(std::uint32_t width, std::uint32_t height) {
+    Bytes header;
+    appendNumber(header, width, 4, true);
+    appendNumber(header, height, 4, true);
+    append(header, std::string_view("\x08\x02\0\0\0", 5)); // 8 bits a sample, RGB
+    const Bytes rows(4096);
+    Bytes packed(compressBound(rows.size()));
+    uLongf packedSize = packed.size();
+    compress(reinterpret_cast<Bytef *>(packed.data()), &packedSize,
+             reinterpret_cast<const Bytef *>(rows.data()), rows.size());
+    packed.resize(packedSize);
+    Bytes file;
+    append(file, "\x89PNG\r\n\x1A\n");
+    appendChunk(file, "IHDR", header);
+    appendChunk(file, "IDAT", packed);
+    appendChunk(file, "IEND", {});
+    return file;
+}
+
+Bytes tiffOf(const Pixels &pixels) {
+    Bytes out;
+    append(out, std::string_view("II*\0\x08\0\0\0", 8));
+    Directory image(false);
+    constexpr std::uint32_t entryCount = 9;
+    constexpr std::uint32_t strip = 8 + 2 + 12 * entryCount + 4;
+    image.number32(0x0100, pixels.width);
+    image.number32(0x0101, pixels.height);
+    image.number16(0x0102, 8); // bits a sample
+    image.number16(0x0103, 1); // not compressed
+    image.number16(0x0106, 2); // RGB
+    image.number32(0x0111, strip);
+    image.number16(0x0115, 3); // samples a pixel
+    image.number32(0x0116, pixels.height);
+    image.number32(0x0117, pixels.width * pixels.height * 3);
+    image.writeTo(out);
+    for (const Colour &colour : pixels.colours)
+        for (const std::uint8_t part : {colour.red, colour.green, colour.blue})
+            out.push_back(std::byte{part});
+    return out;
+}
+
+Bytes gifOf(std::uint16_t width, std::uint16_t height, Colour colour) {
+    Bytes out;
+    append(out, "GIF89a");
+    appendNumber(out, width, 2, false);
+    appendNumber(out, height, 2, false);
+    append(out, std::string_view("\x86\0\0", 3)); // a table of 128 colours, all the same
+    for (int entry = 0; entry < 128; ++entry)
+        for (const std::uint8_t part : {colour.red, colour.green, colour.blue})
+            out.push_back(std::byte{part});
+    append(out, std::string_view("\x2C\0\0\0\0", 5));
+    appendNumber(out, width, 2, false);
+    appendNumber(out, height, 2, false);
+    append(out,
+           std::string_view("\0\x07", 2)); // codes start at 8 bits and stay there: cleared before they grow
+    Bytes codes;
+    const std::size_t count = std::size_t{width} * height;
+    for (std::size_t index = 0; index < count; ++index) {
+        if (index % 100 == 0)
+            codes.push_back(std::byte{0x80}); // clear
+        codes.push_back(std::byte{0});
+    }
+    codes.push_back(std::byte{0x81}); // end
+    for (std::size_t at = 0; at < codes.size(); at += 255) {
+        const std::size_t size = std::min<std::size_t>(255, codes.size() - at);
+        out.push_back(static_cast<std::byte>(size));
+        out.insert(out.end(), codes.begin() + static_cast<std::ptrdiff_t>(at),
+                   codes.begin() + static_cast<std::ptrdiff_t>(at + size));
+    }
+    append(out, std::string_view("\0\x3B", 2));
+    return out;
+}
+
+Pixels decodedPicture(const Bytes &file) {
+    Pixels pixels;
+    png_image image{};
+    image.version = PNG_IMAGE_VERSION;
+    if (png_image_begin_read_from_memory(&image, file.data(), file.size()) != 0) {
+        image.format = PNG_FORMAT_RGBA;
+        pixels = {image.width, image.height, std::vector<Colour>(std::size_t{image.width} * image.height)};
+        if (png_image_finish_read(&image, nullptr, pixels.colours.data(), 0, nullptr) == 0)
+            pixels = {};
+        return pixels;
+    }
+    const Turbo decoder(tjInitDecompress());
+    const auto *bytes = reinterpret_cast<const unsigned char *>(file.data());
+    int width = 0;
+    int height = 0;
+    int subsampling = 0;
+    int colours = 0;
+    if (tjDecompressHeader3(decoder.get(), bytes, file.size(), &width, &height, &subsampling, &colours) != 0)
+        return {};
+    pixels = {static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height),
+              std::vector<Colour>(static_cast<std::size_t>(width) * static_cast<std::size_t>(height))};
+    if (tjDecompress2(decoder.get(), bytes, file.size(),
+                      reinterpret_cast<unsigned char *>(pixels.colours.data()), width, 0, height, TJPF_RGBA,
+                      0) != 0)
+        return {};
+    return pixels;
+}
+
+} // namespace wickerlane::test

@@ -1,0 +1,84 @@
+// Pictures and camera metadata made for tests.
+#ifndef TESTS_SUPPORT_TESTIMAGES_H
+#define TESTS_SUPPORT_TESTIMAGES_H
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace wickerlane::test {
+
+using Bytes = std::vector<std::byte>;
+
+struct Colour {
+    std::uint8_t red = 0;
+    std::uint8_t green = 0;
+    std::uint8_t blue = 0;
+    std::uint8_t alpha = 255;
+};
+
+/// Pixels, four bytes each, row by row without gaps.
+struct Pixels {
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+    std::vector<Colour> colours;
+
+    [[nodiscard]] Colour at(std::uint32_t x, std::uint32_t y) const {
+        return colours[std::size_t{y} * width + x];
+    }
+};
+
+/// The colours of fourCorners(), clockwise from the top left.
+inline constexpr Colour cornerRed{220, 30, 30};
+inline constexpr Colour cornerGreen{30, 200, 40};
+inline constexpr Colour cornerBlue{30, 50, 210};
+inline constexpr Colour cornerYellow{230, 220, 40};
+
+/// Quarters of one colour each, so that a corner tells how a picture was turned: red top left, green top
+/// right, blue bottom right, yellow bottom left.
+Pixels fourCorners(std::uint32_t width, std::uint32_t height);
+
+/// What a camera writes into a JPEG. Texts stand as given, so that wrong ones can be made.
+struct TestExif {
+    bool bigEndian = false;
+    std::optional<std::uint16_t> orientation;
+    std::string make;
+    std::string model;
+    std::string dateTimeOriginal;   ///< "2021:06:15 10:20:30"
+    std::string subSecTimeOriginal; ///< "25"
+    std::string offsetTimeOriginal; ///< "+02:00"
+    /// Degrees, minutes and seconds as numerators over `gpsDenominator`.
+    std::optional<std::array<std::uint32_t, 3>> latitude;
+    std::optional<std::array<std::uint32_t, 3>> longitude;
+    std::string latitudeRef;  ///< "N" or "S"
+    std::string longitudeRef; ///< "E" or "W"
+    std::uint32_t gpsDenominator = 1;
+};
+
+/// The TIFF structure of EXIF, as it stands in a JPEG's APP1 segment after "Exif\0\0".
+Bytes exifBytes(const TestExif &exif);
+
+/// A JPEG of grey or colour; alpha is dropped.
+Bytes jpegOf(const Pixels &pixels, int quality = 90, bool grey = false, bool progressive = false);
+/// A JPEG with an EXIF segment put at its start.
+Bytes jpegOf(const Pixels &pixels, const TestExif &exif);
+
+/// A PNG with alpha.
+Bytes pngOf(const Pixels &pixels);
+/// A PNG of a few hundred bytes that says it is this large; its checksums are right.
+Bytes pngThatClaims(std::uint32_t width, std::uint32_t height);
+
+/// An uncompressed TIFF of colour; alpha is dropped.
+Bytes tiffOf(const Pixels &pixels);
+/// A GIF of one colour.
+Bytes gifOf(std::uint16_t width, std::uint16_t height, Colour colour);
+
+/// Decodes a whole JPEG or PNG; no pixels when it is neither.
+Pixels decodedPicture(const Bytes &file);
+
+} // namespace wickerlane::test
+
+#endif
