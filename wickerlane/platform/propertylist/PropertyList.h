@@ -36,7 +36,8 @@ inline constexpr std::size_t propertyListDepthLimit = 512;
 /// one counts.
 ///
 /// Hostile bytes give null and a reason: depth, counts, offsets, cycles and sizes are checked, and memory
-/// stays within a small multiple of the input. `format`, when not null, receives what it was.
+/// stays within a small multiple of the input, which the XML form limits to 256 MiB and the text form to 16
+/// MiB. `format`, when not null, receives what it was.
 [[nodiscard]] WL_EXPORT Ref<Object> createPropertyListObject(Bytes bytes, Ref<Error> *error = nullptr,
                                                              PropertyListFormat *format = nullptr);
 

@@ -34,8 +34,10 @@ constexpr std::string_view binaryMagic = "bplist00";
 // numbers: objects, root, place of the offset table.
 constexpr std::size_t trailerSize = 32;
 
-// Of the XML and text forms, whose shortest values become objects some forty times their size.
-constexpr std::size_t largestText = std::size_t{64} << 20;
+// The shortest values of the text form become objects some sixty times their size, those of the XML form some
+// eight times.
+constexpr std::size_t largestXML = std::size_t{256} << 20;
+constexpr std::size_t largestText = std::size_t{16} << 20;
 
 struct Failure {
     PropertyListErrorCode code = PropertyListErrorCode::corrupt;

@@ -305,7 +305,7 @@ private:
 } // namespace
 
 Ref<Object> readXML(Bytes bytes, Failure &failure) {
-    if (bytes.size() > largestText) {
+    if (bytes.size() > largestXML) {
         failure = {PropertyListErrorCode::tooLarge, "the XML form has more bytes than are read"};
         return {};
     }
