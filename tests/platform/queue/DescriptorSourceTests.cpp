@@ -9,7 +9,7 @@
 #include <array>
 #include <thread>
 
-#include "tests/support/LastingDescriptors.h"
+#include "tests/support/Descriptors.h"
 #include "wickerlane/platform/file/UniqueFd.h"
 #include "wickerlane/platform/queue/Semaphore.h"
 

@@ -71,7 +71,7 @@ public:
         if (isImmortal())
             return;
         if (references.fetch_sub(1, std::memory_order_release) == 1) {
-            std::atomic_thread_fence(std::memory_order_acquire);
+            static_cast<void>(references.load(std::memory_order_acquire)); // what other owners did comes first
             destroy();
         }
     }

@@ -4,6 +4,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <ctime>
 
@@ -14,8 +15,7 @@ Clock::time_point timeAfter(std::chrono::nanoseconds delay) noexcept {
     return delay < Clock::time_point::max() - now ? now + delay : Clock::time_point::max();
 }
 
-bool futexWait(const std::atomic<std::uint32_t> &word, std::uint32_t expected,
-               std::optional<Clock::time_point> deadline) noexcept {
+bool futexWait(const void *word, std::uint32_t expected, std::optional<Clock::time_point> deadline) noexcept {
     timespec until{};
     if (deadline) {
         // The steady clock is the kernel's monotonic clock, in which this call takes its deadline.
@@ -23,12 +23,12 @@ bool futexWait(const std::atomic<std::uint32_t> &word, std::uint32_t expected,
         until.tv_sec = std::chrono::duration_cast<std::chrono::seconds>(time).count();
         until.tv_nsec = (time % std::chrono::seconds(1)).count();
     }
-    return syscall(SYS_futex, &word, FUTEX_WAIT_BITSET_PRIVATE, expected, deadline ? &until : nullptr,
-                   nullptr, FUTEX_BITSET_MATCH_ANY) == 0 ||
+    return syscall(SYS_futex, word, FUTEX_WAIT_BITSET_PRIVATE, expected, deadline ? &until : nullptr, nullptr,
+                   FUTEX_BITSET_MATCH_ANY) == 0 ||
            errno != ETIMEDOUT;
 }
 
-void futexWake(const std::atomic<std::uint32_t> *word, int count) noexcept {
+void futexWake(const void *word, int count) noexcept {
     syscall(SYS_futex, word, FUTEX_WAKE_PRIVATE, count, nullptr, nullptr, 0);
 }
 

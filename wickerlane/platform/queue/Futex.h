@@ -2,7 +2,6 @@
 #ifndef WICKERLANE_PLATFORM_QUEUE_FUTEX_H
 #define WICKERLANE_PLATFORM_QUEUE_FUTEX_H
 
-#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <optional>
@@ -14,14 +13,14 @@ using Clock = std::chrono::steady_clock;
 /// A time from now; the end of time when it lies beyond.
 [[nodiscard]] Clock::time_point timeAfter(std::chrono::nanoseconds delay) noexcept;
 
-/// Sleeps while `word` holds `expected`, at most until `deadline`. May return for no reason; false only when
-/// the deadline has passed.
-bool futexWait(const std::atomic<std::uint32_t> &word, std::uint32_t expected,
+/// Sleeps while the 32-bit atomic word at an address holds `expected`, at most until `deadline`. May return
+/// for no reason; false only when the deadline has passed.
+bool futexWait(const void *word, std::uint32_t expected,
                std::optional<Clock::time_point> deadline = std::nullopt) noexcept;
 
-/// Wakes up to `count` threads that sleep on the word. Looks at its address only, so that a word whose waiter
-/// has gone on and freed it does no harm.
-void futexWake(const std::atomic<std::uint32_t> *word, int count) noexcept;
+/// Wakes up to `count` threads that sleep on a word. Uses the address only, so that a word whose waiter has
+/// gone on and freed it does no harm.
+void futexWake(const void *word, int count) noexcept;
 
 } // namespace wickerlane
 

@@ -24,7 +24,7 @@ void Once::runSlowly(void *callable, void (*invoke)(void *)) {
         if (seen == running && !state.compare_exchange_strong(seen, awaited, std::memory_order_relaxed))
             continue;
         BlockingRegion region;
-        futexWait(state, awaited);
+        futexWait(&state, awaited);
     }
 }
 

@@ -21,12 +21,13 @@ public:
     [[nodiscard]] bool wait(std::chrono::nanoseconds limit) noexcept;
 
 private:
-    explicit Semaphore(std::uint32_t initial) noexcept : count(initial) {}
-    bool take() noexcept;
+    explicit Semaphore(std::uint32_t count) noexcept : state(count) {}
     bool takeUntil(std::optional<std::chrono::steady_clock::time_point> deadline) noexcept;
 
-    std::atomic<std::uint32_t> count;
-    std::atomic<std::uint32_t> waiters{0};
+    // The count in the lower half, the number of waiting threads in the upper one: a signal changes and reads
+    // both at once and then touches the object no more, so that the thread it wakes may let go of the last
+    // reference.
+    std::atomic<std::uint64_t> state;
 };
 
 } // namespace wickerlane

@@ -169,7 +169,7 @@ bool WorkerPool::sleep(Worker &self, std::unique_lock<Lock> &guard) {
     idle.push_back(&self);
     guard.unlock();
     const Clock::time_point deadline = timeAfter(idleLife);
-    while (self.woken.load(std::memory_order_relaxed) == 0 && futexWait(self.woken, 0, deadline))
+    while (self.woken.load(std::memory_order_relaxed) == 0 && futexWait(&self.woken, 0, deadline))
         ;
     guard.lock();
     if (self.woken.load(std::memory_order_relaxed) != 0)
@@ -217,13 +217,14 @@ bool WorkerPool::tick() {
         }
         quietTicks = 0;
         standingTicks = begun == begunBefore ? standingTicks + 1 : 0;
+        const std::uint64_t begunByLastTick = begunBefore;
         const bool overdue = begun < submittedBefore; // the first in line was in line at the last tick
         begunBefore = begun;
         submittedBefore = begun + items.size();
         if (!overdue)
             return true;
         if (active() >= width && workers < mostWorkers + idle.size())
-            findBlocked(guard);
+            findBlocked(guard, begunByLastTick);
         const bool standing = standingTicks >= standstill;
         if (standing)
             standingTicks = 0;
@@ -233,8 +234,9 @@ bool WorkerPool::tick() {
     return true;
 }
 
-// Marks the active workers that sleep. Stops as soon as enough are known to run.
-void WorkerPool::findBlocked(std::unique_lock<Lock> &guard) {
+// Marks the active workers that sleep in one of the items up to `newest`. A worker that sleeps in a younger
+// item may only have met a lock for an instant. Stops as soon as enough are known to run.
+void WorkerPool::findBlocked(std::unique_lock<Lock> &guard, std::uint64_t newest) {
     struct Suspect {
         std::uint64_t item;
         pid_t thread;
@@ -243,7 +245,7 @@ void WorkerPool::findBlocked(std::unique_lock<Lock> &guard) {
     std::size_t count = 0;
     for (const Worker *worker : present) {
         const std::uint64_t item = worker->item.load(std::memory_order_relaxed);
-        if (item != 0 && !worker->blocked && count < suspects.size())
+        if (item != 0 && item <= newest && !worker->blocked && count < suspects.size())
             suspects[count++] = {item, worker->thread};
     }
     guard.unlock(); // reading takes time, and a worker that waits for the lock would look asleep

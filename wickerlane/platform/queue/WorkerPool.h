@@ -19,10 +19,10 @@ namespace wickerlane {
 /// for one of them, since more threads would only take turns. A worker that blocks is no longer active, and
 /// another takes its place: at once where it blocks in a wait of the library's own (BlockingRegion). For all
 /// other waits there is a tick every millisecond while items wait: if the first in line has stood there for a
-/// whole tick, the kernel is asked which active workers sleep. So a burst of short items never makes more
-/// threads than there are processors, and any number of blocked ones delays the next by a tick only. Lastly,
-/// when nothing has begun for 100 ticks, because the active workers compute without end, one worker more
-/// begins.
+/// whole tick, the kernel is asked which of the active workers that were at the same item then are asleep. So
+/// a burst of short items makes hardly more threads than there are processors, and blocked ones delay the
+/// next by two ticks, however many they are. Lastly, when nothing has begun for 100 ticks, because the active
+/// workers compute without end, one worker more begins.
 ///
 /// Submitting wakes nobody while a worker is looking for work already; one that finds more than it can do
 /// passes the search on to the next. A worker without work looks a little longer before it sleeps, and ends
@@ -61,7 +61,7 @@ private:
     [[nodiscard]] Call callForWork(bool beyondWidth = false);
     void place(const Call &call) noexcept;
     bool tick();
-    void findBlocked(std::unique_lock<Lock> &guard);
+    void findBlocked(std::unique_lock<Lock> &guard, std::uint64_t newest);
     void unmark(Worker &worker) noexcept;
 
     const std::size_t width; // workers that may be active at once
