@@ -1,7 +1,7 @@
 // Runs the tests. Each test runs below a root of its own and must leave as many open descriptors as it found.
-#include <gtest/gtest.h>
-
 #include "tests/support/Descriptors.h"
+
+#include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <filesystem>
