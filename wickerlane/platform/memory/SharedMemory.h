@@ -14,10 +14,12 @@ namespace wickerlane {
 class WL_EXPORT SharedMemory final : public Object {
     WL_OBJECT
 public:
-    /// Zero-filled memory, writable through writableBytes() until seal(). Null when there is no memory for it.
+    /// Zero-filled memory, writable through writableBytes() until seal(). Null when there is no memory for
+    /// it.
     [[nodiscard]] static Ref<SharedMemory> create(std::size_t length);
-    /// Takes a received descriptor. Null, with nothing mapped, when it is not a memory file, is empty or longer
-    /// than `limit`, or may still shrink. One that may still be written is copied into one that may not.
+    /// Takes a received descriptor. Null, with nothing mapped, when it is not a memory file, is empty or
+    /// longer than `limit`, or may still shrink. One that may still be written is copied into one that may
+    /// not.
     [[nodiscard]] static Ref<SharedMemory> open(UniqueFd descriptor, std::size_t limit);
 
     [[nodiscard]] std::size_t length() const noexcept { return size; }
@@ -25,6 +27,10 @@ public:
     [[nodiscard]] void *writableBytes() const noexcept { return writable; }
     /// Ends writing for good and seals the size: from now on it may be sent. False on failure.
     [[nodiscard]] bool seal();
+    /// Whether neither its size nor its contents can change any more.
+    [[nodiscard]] bool isSealed() const noexcept { return isSealed(fd.get()); }
+    /// The same of a file that is not an object yet. False for what is no memory file.
+    [[nodiscard]] static bool isSealed(int descriptor) noexcept;
     /// The descriptor; stays the object's.
     [[nodiscard]] int descriptor() const noexcept { return fd.get(); }
     /// Maps it read-only anew. The caller unmaps `*length` bytes with munmap(). Null, with 0, on failure.

@@ -35,8 +35,8 @@ enum class MessageKind : std::uint8_t {
 /// Key under which an error holds the text that describes it.
 inline constexpr const char *messageErrorDescriptionKey = "ErrorDescription";
 
-/// A value of a message. Immutable but for dictionaries and arrays, which belong to one thread at a time until
-/// they are sent and must not be changed afterwards.
+/// A value of a message. Immutable but for dictionaries and arrays, which belong to one thread at a time
+/// until they are sent and must not be changed afterwards.
 class WL_EXPORT MessageValue : public Object {
     WL_OBJECT
 public:
@@ -44,7 +44,9 @@ public:
     /// The owned, malloc'ed UTF-8 text that describes the value and what it holds; never null.
     [[nodiscard]] char *copyDescription() const;
     [[nodiscard]] String *description() const override;
-    /// Structural equality: same kind, same contents. Descriptors are equal when they name the same open file.
+    /// Structural equality: same kind, same contents, in whatever order the keys of dictionaries were set.
+    /// Descriptors are equal when they name the same file. What is nested deeper than a message may be is
+    /// compared by identity.
     [[nodiscard]] bool isEqual(const Object *other) const override;
     [[nodiscard]] std::size_t hash() const override;
 
@@ -60,7 +62,8 @@ private:
 class WL_EXPORT MessageScalar : public MessageValue {
     WL_OBJECT
 public:
-    [[nodiscard]] static Ref<MessageScalar> createString(std::string_view utf8); ///< Null when not valid UTF-8.
+    [[nodiscard]] static Ref<MessageScalar>
+    createString(std::string_view utf8); ///< Null when not valid UTF-8.
     [[nodiscard]] static Ref<MessageScalar> createInt64(std::int64_t value);
     [[nodiscard]] static Ref<MessageScalar> createUInt64(std::uint64_t value);
     [[nodiscard]] static Ref<MessageScalar> createBool(bool value);
@@ -75,6 +78,12 @@ public:
     [[nodiscard]] std::uint64_t uint64Value() const noexcept;
     [[nodiscard]] bool boolValue() const noexcept;
     [[nodiscard]] double realValue() const noexcept; ///< Of a real or a date.
+    /// The 16 bytes of a UUID; null for another kind. Live as long as the value.
+    [[nodiscard]] const unsigned char *uuidBytes() const noexcept;
+
+private:
+    friend class ScalarStorage;
+    explicit MessageScalar(MessageKind kind) noexcept : MessageValue(kind) {}
 };
 
 /// Bytes.
@@ -82,15 +91,20 @@ class WL_EXPORT MessageData : public MessageValue {
     WL_OBJECT
 public:
     [[nodiscard]] static Ref<MessageData> create(const void *copied, std::size_t length);
-    /// Lends the bytes of a region, which are not copied, here or on the way to the socket: they stay valid and
-    /// unchanged until `destructor` has run, asynchronously on `queue`, after the last holder let go of the value.
-    [[nodiscard]] static Ref<MessageData> createWithRegion(const void *bytes, std::size_t length, WorkQueue *queue,
-                                                           Handler<void()> destructor);
+    /// Lends the bytes of a region, which are not copied, here or on the way to the socket: they stay valid
+    /// and unchanged until `destructor` has run, asynchronously on `queue`, after the last holder let go of
+    /// the value.
+    [[nodiscard]] static Ref<MessageData> createWithRegion(const void *bytes, std::size_t length,
+                                                           WorkQueue *queue, Handler<void()> destructor);
 
     [[nodiscard]] const void *bytes() const noexcept; ///< Lives as long as the value; may be null when empty.
     [[nodiscard]] std::size_t length() const noexcept;
     /// Copies out bytes from `offset` on, no more than there are, and returns how many it copied.
     std::size_t getBytes(void *destination, std::size_t offset, std::size_t count) const noexcept;
+
+private:
+    friend class DataStorage;
+    MessageData() noexcept : MessageValue(MessageKind::data) {}
 };
 
 /// A region of memory that the receiver maps.
@@ -99,7 +113,9 @@ class WL_EXPORT MessageSharedMemory final : public MessageValue {
 public:
     /// `memory` must be sealed; null otherwise.
     [[nodiscard]] static Ref<MessageSharedMemory> create(SharedMemory *memory);
-    [[nodiscard]] SharedMemory *memory() const noexcept { return region.get(); } ///< Lives as long as the value.
+    [[nodiscard]] SharedMemory *memory() const noexcept {
+        return region.get();
+    } ///< Lives as long as the value.
     /// Maps the region into this process and gives its size; the caller unmaps it. Null and 0 on failure.
     [[nodiscard]] void *map(std::size_t *length) const { return region->map(length); }
 
@@ -135,6 +151,11 @@ public:
     [[nodiscard]] static MessageError *connectionInvalid() noexcept;
 
     [[nodiscard]] std::string_view text() const noexcept; ///< Lives as long as the error.
+
+private:
+    friend class ErrorStorage;
+    MessageError() noexcept : MessageValue(MessageKind::error) {}
+    constexpr explicit MessageError(ImmortalTag tag) noexcept : MessageValue(tag, MessageKind::error) {}
 };
 
 /// An ordered collection of values.
@@ -155,11 +176,16 @@ public:
     void appendUInt64(std::uint64_t value);
     void appendBool(bool value);
     void appendData(const void *copied, std::size_t length);
+
+private:
+    friend class ArrayStorage;
+    MessageArray() noexcept : MessageValue(MessageKind::array) {}
 };
 
-/// A key-to-value dictionary: what is sent and received. Keys are UTF-8 C strings; walking gives the entries in
-/// the order in which the keys were first set. Readers are total: a missing key, or a value of another kind,
-/// reads as the default that each names. Views that readers give live as long as the dictionary holds the entry.
+/// A key-to-value dictionary: what is sent and received. Keys are UTF-8 C strings; walking gives the entries
+/// in the order in which the keys were first set. Readers are total: a missing key, or a value of another
+/// kind, reads as the default that each names. Views that readers give live as long as the dictionary holds
+/// the entry.
 class WL_EXPORT MessageDictionary : public MessageValue {
     WL_OBJECT
 public:
@@ -193,16 +219,20 @@ public:
 
     /// Calls `visit(key, value)` for each entry in order until it returns false.
     void forEach(const Handler<bool(const char *key, MessageValue *value)> &visit) const;
+
+private:
+    friend class DictionaryStorage;
+    MessageDictionary() noexcept : MessageValue(MessageKind::dictionary) {}
 };
 
-/// Converts a property-list object, or any tree of strings, numbers, dates, data, UUIDs, arrays and dictionaries
-/// with text keys, into the message value of the same kinds; the message-service objects that an array holds are
-/// taken as they are. Null when the tree holds anything else, or is nested too deeply.
+/// Converts a property-list object, or any tree of strings, numbers, dates, data, UUIDs, arrays and
+/// dictionaries with text keys, into the message value of the same kinds; the message-service objects that an
+/// array holds are taken as they are. Null when the tree holds anything else, or is nested too deeply.
 [[nodiscard]] WL_EXPORT Ref<MessageValue> createMessageValue(const Object *object);
 
 /// The way back: every kind survives the round trip, and reads as the property-list object of that kind (a
-/// boolean as a boolean, an unsigned number as an unsigned one, a date as a date). Null for kinds that have no
-/// such object (descriptors, errors, shared memory).
+/// boolean as a boolean, an unsigned number as an unsigned one, a date as a date). Null for kinds that have
+/// no such object (descriptors, errors, shared memory).
 [[nodiscard]] WL_EXPORT Ref<Object> createObject(const MessageValue *value);
 
 } // namespace wickerlane

@@ -76,6 +76,9 @@ public:
         }
     }
 
+    /// Whether the caller's reference is the only one, so that nobody else can see the object change.
+    [[nodiscard]] bool isUnique() const noexcept { return references.load(std::memory_order_acquire) == 1; }
+
     /// The object's run-time class.
     [[nodiscard]] virtual const Class *classObject() const noexcept { return &classInfo; }
     [[nodiscard]] bool isKindOf(const Class *c) const noexcept { return classObject()->isSubclassOf(c); }

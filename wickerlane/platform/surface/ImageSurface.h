@@ -9,9 +9,9 @@ namespace wickerlane {
 
 /// Four characters that name how pixels are laid out.
 enum class PixelFormat : std::uint32_t {
-    bgra8 = 0x42475241,  ///< 'BGRA': blue, green, red, alpha (premultiplied), one byte each; sRGB.
-    rgba8 = 0x52474241,  ///< 'RGBA'.
-    gray8 = 0x4C303038,  ///< 'L008': one byte of brightness.
+    bgra8 = 0x42475241, ///< 'BGRA': blue, green, red, alpha (premultiplied), one byte each; sRGB.
+    rgba8 = 0x52474241, ///< 'RGBA'.
+    gray8 = 0x4C303038, ///< 'L008': one byte of brightness.
 };
 
 /// An image buffer in shared memory. Its owner fills it through writableBytes(); once it has been sent it is
@@ -21,9 +21,10 @@ class WL_EXPORT ImageSurface final : public Object {
 public:
     /// Null when a size is 0 or above 65,500, the format is unknown, or there is no memory for it. Rows are
     /// aligned to 64 bytes.
-    [[nodiscard]] static Ref<ImageSurface> create(std::uint32_t width, std::uint32_t height, PixelFormat format);
-    /// The surface of a message object made by createMessageObject(), in whatever process; null when the value
-    /// is not one, or what it says of itself does not fit its memory.
+    [[nodiscard]] static Ref<ImageSurface> create(std::uint32_t width, std::uint32_t height,
+                                                  PixelFormat format);
+    /// The surface of a message object made by createMessageObject(), in whatever process; null when the
+    /// value is not one, or what it says of itself does not fit its memory.
     [[nodiscard]] static Ref<ImageSurface> lookUp(MessageValue *value);
 
     [[nodiscard]] std::uint32_t width() const noexcept { return pixelWidth; }

@@ -1,0 +1,52 @@
+// A service inside the test's own process, and a client of it.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <future>
+
+#include "wickerlane/platform/message/MessageConnection.h"
+#include "wickerlane/platform/message/MessageListener.h"
+#include "wickerlane/platform/object/ReleaseScope.h"
+
+namespace wickerlane::test {
+
+constexpr const char *serviceName = "org.wickerlane.test.Service";
+constexpr std::chrono::seconds longTime{60}; // what never takes that long unless it hangs
+
+inline Ref<MessageListener> listen(Handler<void(ReceivedMessage *)> handler, WorkQueue *queue = nullptr,
+                                   MessageListener::Options options = {}, const char *name = serviceName) {
+    std::string error;
+    auto listener = MessageListener::create(name, queue, std::move(handler), std::move(options), &error);
+    EXPECT_NE(listener, nullptr) << error;
+    if (listener != nullptr)
+        listener->resume();
+    return listener;
+}
+
+inline Ref<MessageConnection> connect(Handler<void(MessageValue *)> events = {},
+                                      const char *name = serviceName) {
+    auto connection = MessageConnection::create(name, nullptr);
+    connection->setEventHandler(std::move(events));
+    connection->resume();
+    return connection;
+}
+
+// Answers each request with its own contents.
+inline void echo(ReceivedMessage *received) {
+    received->reply(received->message());
+}
+
+inline Ref<MessageDictionary> numbered(std::int64_t number) {
+    auto message = MessageDictionary::create();
+    message->setInt64("number", number);
+    return message;
+}
+
+inline std::int64_t numberOf(MessageValue *value) {
+    const auto *dictionary = as<MessageDictionary>(value);
+    return dictionary == nullptr ? -1 : dictionary->getInt64("number");
+}
+
+} // namespace wickerlane::test

@@ -1,0 +1,104 @@
+#include "wickerlane/platform/memory/SharedMemory.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <limits>
+
+namespace wickerlane {
+
+constinit const Class SharedMemory::classInfo{"SharedMemory", &Object::classInfo, nullptr};
+
+namespace {
+
+constexpr int allSeals = F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE | F_SEAL_SEAL;
+constexpr std::size_t largestFile = std::numeric_limits<off_t>::max();
+
+UniqueFd createFile(std::size_t length) {
+    if (length == 0 || length > largestFile)
+        return {};
+    UniqueFd fd(memfd_create("wickerlane", MFD_CLOEXEC | MFD_ALLOW_SEALING));
+    if (fd && ftruncate(fd.get(), static_cast<off_t>(length)) != 0)
+        fd.reset();
+    return fd;
+}
+
+} // namespace
+
+SharedMemory::SharedMemory(UniqueFd descriptor, std::size_t length, void *mapping) noexcept
+    : fd(std::move(descriptor)), size(length), writable(mapping) {
+}
+
+SharedMemory::~SharedMemory() {
+    if (writable != nullptr)
+        munmap(writable, size);
+}
+
+Ref<SharedMemory> SharedMemory::create(std::size_t length) {
+    UniqueFd fd = createFile(length);
+    if (!fd)
+        return nullptr;
+    void *mapping = mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_SHARED, fd.get(), 0);
+    if (mapping == MAP_FAILED)
+        return nullptr;
+    return Ref<SharedMemory>::adopt(new SharedMemory(std::move(fd), length, mapping));
+}
+
+Ref<SharedMemory> SharedMemory::open(UniqueFd descriptor, std::size_t limit) {
+    const int seals = fcntl(descriptor.get(), F_GET_SEALS);
+    if (seals < 0 || (seals & F_SEAL_SHRINK) == 0)
+        return nullptr;
+    struct stat status;
+    // The size is read after the seal was seen: from then on it can only grow.
+    if (fstat(descriptor.get(), &status) != 0 || status.st_size <= 0)
+        return nullptr;
+    const auto length = static_cast<std::size_t>(status.st_size);
+    if (length > limit)
+        return nullptr;
+    if ((seals & F_SEAL_WRITE) != 0 && (seals & F_SEAL_GROW) != 0)
+        return Ref<SharedMemory>::adopt(new SharedMemory(std::move(descriptor), length, nullptr));
+
+    // Copied by the kernel rather than through a mapping, so that a file of a kind that can fail to deliver a
+    // page fails a call instead of the process.
+    Ref<SharedMemory> copy = create(length);
+    if (copy == nullptr)
+        return nullptr;
+    for (std::size_t done = 0; done < length;) {
+        const ssize_t count = pread(descriptor.get(), static_cast<char *>(copy->writable) + done,
+                                    length - done, static_cast<off_t>(done));
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count <= 0)
+            return nullptr;
+        done += static_cast<std::size_t>(count);
+    }
+    return copy->seal() ? copy : nullptr;
+}
+
+bool SharedMemory::seal() {
+    // The kernel refuses the write seal while a writable mapping exists.
+    if (writable != nullptr) {
+        munmap(writable, size);
+        writable = nullptr;
+    }
+    return isSealed() || fcntl(fd.get(), F_ADD_SEALS, allSeals) == 0;
+}
+
+bool SharedMemory::isSealed(int descriptor) noexcept {
+    constexpr int fixed = F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE;
+    const int seals = fcntl(descriptor, F_GET_SEALS);
+    return seals >= 0 && (seals & fixed) == fixed;
+}
+
+void *SharedMemory::map(std::size_t *length) const {
+    *length = 0;
+    void *mapping = mmap(nullptr, size, PROT_READ, MAP_SHARED, fd.get(), 0);
+    if (mapping == MAP_FAILED)
+        return nullptr;
+    *length = size;
+    return mapping;
+}
+
+} // namespace wickerlane
