@@ -7,9 +7,9 @@ namespace wickerlane {
 constinit const Class Error::classInfo{"Error", &Object::classInfo, nullptr};
 
 namespace {
-constinit Immortal<ConstantString> localizedDescriptionText{"LocalizedDescription"};
-constinit Immortal<ConstantString> posixText{"POSIX"};
-constinit Immortal<ConstantString> platformText{"WickerlanePlatform"};
+WL_IMMORTAL Immortal<ConstantString> localizedDescriptionText{"LocalizedDescription"};
+WL_IMMORTAL Immortal<ConstantString> posixText{"POSIX"};
+WL_IMMORTAL Immortal<ConstantString> platformText{"WickerlanePlatform"};
 } // namespace
 
 constinit String *const localizedDescriptionKey = &localizedDescriptionText.value;

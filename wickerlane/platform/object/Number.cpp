@@ -45,8 +45,8 @@ std::partial_ordering compareIntegerWithReal(bool negative, std::uint64_t magnit
 } // namespace
 
 Ref<Number> Number::createBoolean(bool value) {
-    static constinit Immortal<Number> yes{ImmortalTag{}, true};
-    static constinit Immortal<Number> no{ImmortalTag{}, false};
+    static WL_IMMORTAL Immortal<Number> yes{ImmortalTag{}, true};
+    static WL_IMMORTAL Immortal<Number> no{ImmortalTag{}, false};
     return value ? &yes.value : &no.value;
 }
 

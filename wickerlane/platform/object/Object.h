@@ -110,7 +110,15 @@ private:
     mutable std::atomic<std::uintptr_t> references;
 };
 
-/// Storage for an object that is initialised at compile time and never destroyed.
+/// Begins the declaration of an Immortal in static storage.
+#ifdef __clang__
+#define WL_IMMORTAL constinit __attribute__((no_destroy))
+#else
+#define WL_IMMORTAL constinit
+#endif
+
+/// Storage for an object that is initialised at compile time and never destroyed:
+/// `WL_IMMORTAL Immortal<ConstantString> text{"text"};`
 template <class T>
 union Immortal {
     T value;

@@ -93,7 +93,7 @@ private:
     mutable std::atomic<const char16_t *> table{nullptr};
 };
 
-constinit Immortal<ConstantString> emptyString{""};
+WL_IMMORTAL Immortal<ConstantString> emptyString{""};
 
 struct HashKey {
     std::uint64_t a, b;

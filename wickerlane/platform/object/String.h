@@ -152,7 +152,7 @@ private:
     mutable std::string encoded; // of `units`; empty when out of date
 };
 
-/// A text constant of ASCII characters in static storage: `constinit Immortal<ConstantString> x("text");`
+/// A text constant of ASCII characters in static storage: `WL_IMMORTAL Immortal<ConstantString> x("text");`
 class WL_EXPORT ConstantString final : public String {
 public:
     constexpr explicit ConstantString(const char *ascii) : String(ImmortalTag{}), text(ascii) {
