@@ -1,0 +1,2 @@
+find_package(spdlog REQUIRED)
+target_link_libraries(bench_log PRIVATE spdlog::spdlog)
