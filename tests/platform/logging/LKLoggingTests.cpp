@@ -1,0 +1,238 @@
+#include "wickerlane/platform/logging/LKLogging.h"
+
+#include <gmock/gmock.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <zlib.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+
+#include "tests/support/Descriptors.h"
+#include "wickerlane/platform/file/UniqueFd.h"
+#include "wickerlane/platform/logging/SystemLog.h"
+#include "wickerlane/platform/object/Number.h"
+#include "wickerlane/platform/object/ReleaseScope.h"
+
+using namespace wickerlane;
+using namespace wickerlane::test;
+namespace fs = std::filesystem;
+using ::testing::ElementsAre;
+
+namespace {
+
+void logLine(int level, String *facility, const char *format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    LKLogV(level, facility, "a.cpp", "f", 12, 0, format, arguments);
+    va_end(arguments);
+}
+
+fs::path logs() {
+    return fs::path(std::getenv("WICKERLANE_ROOT")) / "logs";
+}
+
+std::string contents(const fs::path &path) {
+    std::string text;
+    gzFile file = gzopen(path.c_str(), "rb");
+    char buffer[4096];
+    for (int got; file != nullptr && (got = gzread(file, buffer, sizeof buffer)) > 0;)
+        text.append(buffer, static_cast<std::size_t>(got));
+    if (file != nullptr)
+        gzclose(file);
+    return text;
+}
+
+std::vector<std::string> namesInLogs() {
+    std::vector<std::string> names;
+    for (const auto &entry : fs::directory_iterator(logs()))
+        names.push_back(entry.path().filename());
+    std::ranges::sort(names);
+    return names;
+}
+
+// A facility whose levels are 6 for the file and -1 for the console, unless `more` says otherwise.
+void configure(String *facility, const char *logName, std::initializer_list<Dictionary::Entry> more = {}) {
+    allowLastingDescriptors(8); // the log file, and the notification service's
+    const auto configuration = MutableDictionary::create();
+    configuration->set(kLKLoggingCustomLogNameKey, String::of(logName));
+    configuration->set(kLKLoggingCustomLogDirectoryKey, String::of("/logs"));
+    configuration->set(kLKLoggingCustomMaxLogFileLevelKey, Number::of(6));
+    for (const auto &entry : more)
+        configuration->set(entry.key, entry.value);
+    ASSERT_TRUE(LKLoggingAddCustomLogConfiguration(Array::of({facility}), configuration.get()));
+}
+
+// Compressing goes on behind the logging thread: waits until the folder looks as it should in the end.
+void waitForNames(const std::vector<std::string> &expected) {
+    while (namesInLogs() != expected)
+        poll(nullptr, 0, 1);
+}
+
+} // namespace
+
+TEST(LKLogging, aFacilityIsFoundByItsTextAndTakesItsLastConfiguration) {
+    String *name = String::of("ByText"), *same = String::of("ByText");
+    EXPECT_EQ(_LKLoggingCustomMaxLogFileLevel(name), -1);
+    EXPECT_EQ(_LKLoggingCustomMaxConsoleLevel(nullptr), -1);
+    configure(name, "by-text", {{kLKLoggingCustomMaxConsoleLevelKey, Number::of(2)}});
+    for (const String *each : {name, same}) {
+        EXPECT_EQ(_LKLoggingCustomMaxLogFileLevel(each), 6);
+        EXPECT_EQ(_LKLoggingCustomMaxConsoleLevel(each), 2);
+    }
+    configure(same, "by-text", {{kLKLoggingCustomMaxLogFileLevelKey, Number::of(-1)}});
+    EXPECT_EQ(_LKLoggingCustomMaxLogFileLevel(name), -1);
+    EXPECT_FALSE(LKLoggingAddCustomLogConfiguration(Array::of({Number::of(1)}), Dictionary::create().get()));
+}
+
+TEST(LKLogging, linesAreWhatTheCallbacksMakeOfTheEntry) {
+    std::vector<std::string> seen;
+    const auto format = [&](const char *destination) {
+        return LKLogFormatBlock::create([&seen, destination](const LKLogEntry &entry) {
+            seen.push_back(std::string(destination) + std::to_string(entry.level) +
+                           entry.facilityName->cString() + entry.file + entry.function +
+                           std::to_string(entry.line) + std::string(entry.message));
+            EXPECT_GT(entry.timestamp.tv_sec, 0);
+            return std::string(destination) + " line";
+        });
+    };
+    String *name = String::of("Callbacks");
+    configure(name, "callbacks",
+              {{kLKLoggingCustomMaxConsoleLevelKey, Number::of(4)},
+               {kLKLoggingCustomCreateFileLogFormatBlock, format("file").get()},
+               {kLKLoggingCustomCreateConsoleLogFormatBlock, format("console").get()}});
+    testing::internal::CaptureStderr();
+    errno = EEXIST;
+    logLine(4, name, "%@ %d", Number::of(7), 8);
+    EXPECT_EQ(errno, EEXIST);
+    logLine(5, name, "a\nb");
+    logLine(7, name, "dropped");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "console line\n");
+    EXPECT_EQ(contents(logs() / "callbacks.log"), "file line\nfile line\n");
+    EXPECT_THAT(seen, ElementsAre("console4Callbacksa.cppf127 8", "file4Callbacksa.cppf127 8",
+                                  "file5Callbacksa.cppf12a\\nb"));
+    // The blocks refer to this test.
+    configure(name, "callbacks");
+}
+
+TEST(LKLogging, fullFilesAreCompressedAndTheOldestGo) {
+    String *name = String::of("Rotating");
+    configure(name, "r",
+              {{kLKLoggingCustomMaxLogFileSizeKey, Number::of(100)},
+               {kLKLoggingCustomMaxLogFileCountKey, Number::of(5)},
+               {kLKLoggingCustomWantsCompressedFilesKey, Number::of(true)}});
+    // Five lines of 20 bytes fill a file to the byte.
+    std::vector<std::string> expected = {"r.log"};
+    for (int line = 0; line < 47; ++line) {
+        const ReleaseScope scope;
+        logLine(6, name, "line %014d", line);
+        EXPECT_LE(fs::file_size(logs() / "r.log"), 100u);
+        if (line % 5 == 0 && line > 0 && expected.size() < 5)
+            expected.insert(expected.end() - 1, "r." + std::to_string(expected.size()) + ".log.gz");
+        waitForNames(expected);
+    }
+    EXPECT_EQ(contents(logs() / "r.log"), "line 00000000000045\nline 00000000000046\n");
+    for (int number = 1; number <= 4; ++number) {
+        const fs::path path = logs() / ("r." + std::to_string(number) + ".log.gz");
+        std::string text;
+        for (int line = 45 - 5 * number; line < 50 - 5 * number; ++line)
+            text += "line 000000000000" + std::to_string(line) + "\n";
+        EXPECT_EQ(contents(path), text);
+        EXPECT_EQ(fs::status(path).permissions(), fs::perms(0600));
+        EXPECT_NE(fs::file_size(path), text.size());
+    }
+    // A line that no file could hold is cut.
+    logLine(6, name, "%0300d", 1);
+    EXPECT_EQ(contents(logs() / "r.log"), std::string(99, '0') + "\n");
+}
+
+TEST(LKLogging, whatADeadProcessLeftIsFinished) {
+    String *name = String::of("Left");
+    fs::create_directories(logs());
+    const auto leave = [](const char *file, const char *text, fs::perms permissions = fs::perms(0600)) {
+        std::ofstream(logs() / file) << text;
+        fs::permissions(logs() / file, permissions);
+    };
+    leave("left.log", "marked to be moved\n", fs::perms(0400));
+    leave("left.1.log", "compressed already\n");
+    leave("left.1.log.gz", "compressed already\n");
+    leave("left.3.log", "not yet\n", fs::perms(0400));
+    configure(name, "left",
+              {{kLKLoggingCustomMaxLogFileSizeKey, Number::of(1000)},
+               {kLKLoggingCustomMaxLogFileCountKey, Number::of(5)},
+               {kLKLoggingCustomWantsCompressedFilesKey, Number::of(true)}});
+    logLine(6, name, "new");
+    waitForNames({"left.1.log.gz", "left.2.log.gz", "left.3.log.gz", "left.log"});
+    EXPECT_EQ(contents(logs() / "left.1.log.gz"), "marked to be moved\n");
+    EXPECT_EQ(contents(logs() / "left.2.log.gz"), "compressed already\n");
+    EXPECT_EQ(contents(logs() / "left.3.log.gz"), "not yet\n");
+    EXPECT_EQ(contents(logs() / "left.log"), "new\n");
+}
+
+TEST(LKLogging, aPieceOfALineIsNotGluedToTheNext) {
+    fs::create_directories(logs());
+    std::ofstream(logs() / "torn.log") << "a piece of a li";
+    fs::permissions(logs() / "torn.log", fs::perms(0644));
+    String *name = String::of("Torn");
+    configure(name, "torn");
+    logLine(6, name, "whole");
+    EXPECT_EQ(contents(logs() / "torn.log"), "a piece of a li\nwhole\n");
+    EXPECT_EQ(fs::status(logs() / "torn.log").permissions(), fs::perms(0600));
+}
+
+TEST(LKLogging, aDeletedFileIsMadeAgain) {
+    String *name = String::of("Deleted");
+    configure(name, "deleted", {{kLKLoggingCustomMaxLogFileSizeKey, Number::of(1 << 20)}});
+    logLine(6, name, "before");
+    fs::remove_all(logs());
+    // It is looked at now and then, at the latest when the file would be full.
+    for (int line = 0; line < 200'000 && !fs::exists(logs() / "deleted.log"); ++line)
+        logLine(6, name, "line");
+    EXPECT_EQ(contents(logs() / "deleted.log"), "line\n");
+}
+
+TEST(LKLogging, whatIsNoFileOfOursIsNeverWritten) {
+    fs::create_directories(logs());
+    std::ofstream(logs() / "target") << "untouched";
+    fs::create_symlink(logs() / "target", logs() / "link.log");
+    ASSERT_EQ(mkfifo((logs() / "pipe.log").c_str(), 0600), 0);
+    fs::create_directory(logs() / "folder.log");
+    for (const char *logName : {"link", "pipe", "folder", "../outside", ""}) {
+        String *name = String::of(std::string("Refused") + logName);
+        configure(name, logName);
+        testing::internal::CaptureStderr();
+        logLine(6, name, "lost");
+        logLine(6, name, "lost");
+        const std::string told = testing::internal::GetCapturedStderr();
+        const bool hasFile = fs::path(logName).filename() == logName && *logName != '\0';
+        EXPECT_EQ(std::ranges::count(told, '\n'), hasFile ? 1 : 0) << told;
+    }
+    EXPECT_EQ(contents(logs() / "target"), "untouched");
+    EXPECT_TRUE(fs::is_symlink(logs() / "link.log"));
+    EXPECT_FALSE(fs::exists(logs().parent_path() / "outside.log"));
+}
+
+TEST(SystemLog, sendsLinesOfALevelAndNeverWaits) {
+    const std::string path = std::string(std::getenv("WICKERLANE_ROOT")) + "/log.socket";
+    SystemLog client(path.c_str());
+    client.send(3, "nobody listens", 0);
+    const UniqueFd listener(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    ASSERT_EQ(bind(listener.get(), reinterpret_cast<const sockaddr *>(&address), sizeof address), 0);
+    client.send(5, "hello", 1);
+    char text[16384];
+    ssize_t got = recv(listener.get(), text, sizeof text, 0);
+    ASSERT_GT(got, 0);
+    EXPECT_THAT(std::string(text, static_cast<std::size_t>(got)),
+                testing::MatchesRegex("<13>[A-Z][a-z]{2} [ 0-9]{2} [0-9:]{8} [^ ]+\\[[0-9]+\\]: hello"));
+    for (int line = 0; line < 10'000; ++line)
+        client.send(5, std::string(20'000, 'x'), 1);
+    got = recv(listener.get(), text, sizeof text, 0);
+    EXPECT_GT(got, 8000);
+    EXPECT_LT(got, 8200);
+}
