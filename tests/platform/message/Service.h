@@ -34,9 +34,7 @@ inline Ref<MessageConnection> connect(Handler<void(MessageValue *)> events = {},
 }
 
 // Answers each request with its own contents.
-inline void echo(ReceivedMessage *received) {
-    received->reply(received->message());
-}
+inline constexpr auto echo = [](ReceivedMessage *received) { received->reply(received->message()); };
 
 inline Ref<MessageDictionary> numbered(std::int64_t number) {
     auto message = MessageDictionary::create();

@@ -27,23 +27,23 @@ UniqueFd createFile(std::size_t length) {
 
 } // namespace
 
-SharedMemory::SharedMemory(UniqueFd descriptor, std::size_t length, void *mapping) noexcept
-    : fd(std::move(descriptor)), size(length), writable(mapping) {
+SharedMemory::SharedMemory(UniqueFd descriptor, std::size_t length, void *made) noexcept
+    : fd(std::move(descriptor)), size(length), mapping(made), isWritable(made != nullptr) {
 }
 
 SharedMemory::~SharedMemory() {
-    if (writable != nullptr)
-        munmap(writable, size);
+    if (mapping != nullptr)
+        munmap(mapping, size);
 }
 
 Ref<SharedMemory> SharedMemory::create(std::size_t length) {
     UniqueFd fd = createFile(length);
     if (!fd)
         return nullptr;
-    void *mapping = mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_SHARED, fd.get(), 0);
-    if (mapping == MAP_FAILED)
+    void *made = mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_SHARED, fd.get(), 0);
+    if (made == MAP_FAILED)
         return nullptr;
-    return Ref<SharedMemory>::adopt(new SharedMemory(std::move(fd), length, mapping));
+    return Ref<SharedMemory>::adopt(new SharedMemory(std::move(fd), length, made));
 }
 
 Ref<SharedMemory> SharedMemory::open(UniqueFd descriptor, std::size_t limit) {
@@ -66,7 +66,7 @@ Ref<SharedMemory> SharedMemory::open(UniqueFd descriptor, std::size_t limit) {
     if (copy == nullptr)
         return nullptr;
     for (std::size_t done = 0; done < length;) {
-        const ssize_t count = pread(descriptor.get(), static_cast<char *>(copy->writable) + done,
+        const ssize_t count = pread(descriptor.get(), static_cast<char *>(copy->mapping) + done,
                                     length - done, static_cast<off_t>(done));
         if (count < 0 && errno == EINTR)
             continue;
@@ -78,12 +78,16 @@ Ref<SharedMemory> SharedMemory::open(UniqueFd descriptor, std::size_t limit) {
 }
 
 bool SharedMemory::seal() {
-    // The kernel refuses the write seal while a writable mapping exists.
-    if (writable != nullptr) {
-        munmap(writable, size);
-        writable = nullptr;
-    }
-    return isSealed() || fcntl(fd.get(), F_ADD_SEALS, allSeals) == 0;
+    if (!isWritable)
+        return isSealed();
+    // The kernel refuses the seal while a writable mapping exists: nothing stands in its place meanwhile, so
+    // that the bytes keep their address.
+    isWritable = false;
+    if (mmap(mapping, size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | MAP_FIXED, -1, 0) ==
+        MAP_FAILED)
+        return false;
+    const bool sealed = fcntl(fd.get(), F_ADD_SEALS, allSeals) == 0;
+    return mmap(mapping, size, PROT_READ, MAP_SHARED | MAP_FIXED, fd.get(), 0) != MAP_FAILED && sealed;
 }
 
 bool SharedMemory::isSealed(int descriptor) noexcept {
@@ -94,11 +98,11 @@ bool SharedMemory::isSealed(int descriptor) noexcept {
 
 void *SharedMemory::map(std::size_t *length) const {
     *length = 0;
-    void *mapping = mmap(nullptr, size, PROT_READ, MAP_SHARED, fd.get(), 0);
-    if (mapping == MAP_FAILED)
+    void *made = mmap(nullptr, size, PROT_READ, MAP_SHARED, fd.get(), 0);
+    if (made == MAP_FAILED)
         return nullptr;
     *length = size;
-    return mapping;
+    return made;
 }
 
 } // namespace wickerlane

@@ -23,9 +23,12 @@ public:
     [[nodiscard]] static Ref<SharedMemory> open(UniqueFd descriptor, std::size_t limit);
 
     [[nodiscard]] std::size_t length() const noexcept { return size; }
-    /// Start of this object's own mapping; lives as long as the object. Null after seal().
-    [[nodiscard]] void *writableBytes() const noexcept { return writable; }
-    /// Ends writing for good and seals the size: from now on it may be sent. False on failure.
+    /// Start of the mapping that create() made; null after seal().
+    [[nodiscard]] void *writableBytes() const noexcept { return isWritable ? mapping : nullptr; }
+    /// The same to read, before and after seal(); lives as long as the object. Null for what open() gave.
+    [[nodiscard]] const void *bytes() const noexcept { return mapping; }
+    /// Ends writing for good and seals the size: from now on it may be sent. Nobody may read bytes()
+    /// meanwhile. False on failure.
     [[nodiscard]] bool seal();
     /// Whether neither its size nor its contents can change any more.
     [[nodiscard]] bool isSealed() const noexcept { return isSealed(fd.get()); }
@@ -39,10 +42,11 @@ public:
     ~SharedMemory() override;
 
 private:
-    SharedMemory(UniqueFd descriptor, std::size_t length, void *mapping) noexcept;
+    SharedMemory(UniqueFd descriptor, std::size_t length, void *made) noexcept;
     UniqueFd fd;
     std::size_t size;
-    void *writable;
+    void *mapping;
+    bool isWritable;
 };
 
 } // namespace wickerlane

@@ -53,10 +53,7 @@ Ref<ImageSurface> ImageSurface::create(std::uint32_t width, std::uint32_t height
     if (made->rowBytes > mostBytes / height)
         return nullptr;
     made->memory = SharedMemory::create(made->rowBytes * height);
-    if (made->memory == nullptr)
-        return nullptr;
-    made->mapping = made->memory->map(&made->mappedLength);
-    return made->mapping != nullptr ? made : nullptr;
+    return made->memory != nullptr ? made : nullptr;
 }
 
 Ref<ImageSurface> ImageSurface::lookUp(MessageValue *value) {

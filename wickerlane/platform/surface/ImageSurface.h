@@ -32,7 +32,9 @@ public:
     [[nodiscard]] PixelFormat pixelFormat() const noexcept { return format; }
     [[nodiscard]] std::size_t bytesPerRow() const noexcept { return rowBytes; }
     /// The pixels, read-only; live as long as the surface.
-    [[nodiscard]] const void *bytes() const noexcept { return mapping; }
+    [[nodiscard]] const void *bytes() const noexcept {
+        return mapping != nullptr ? mapping : memory->bytes();
+    }
     /// Null once the surface has been sealed.
     [[nodiscard]] void *writableBytes() const noexcept { return memory->writableBytes(); }
     [[nodiscard]] SharedMemory *sharedMemory() const noexcept { return memory.get(); }
@@ -48,7 +50,7 @@ private:
     PixelFormat format{};
     std::size_t rowBytes = 0;
     Ref<SharedMemory> memory;
-    void *mapping = nullptr;
+    void *mapping = nullptr; // of one that was looked up
     std::size_t mappedLength = 0;
 };
 
