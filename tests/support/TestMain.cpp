@@ -26,6 +26,11 @@ class RootAndDescriptors : public ::testing::EmptyTestEventListener {
     std::size_t before = 0;
 
     void OnTestStart(const ::testing::TestInfo &) override {
+        // A process that a test started as its peer shares the root of that test.
+        if (const char *shared = getenv("WICKERLANE_TEST_SHARED_ROOT")) {
+            setenv("WICKERLANE_ROOT", shared, 1);
+            return;
+        }
         std::string made = (std::filesystem::temp_directory_path() / "wickerlane-test-XXXXXX").string();
         if (mkdtemp(made.data()) == nullptr)
             std::abort();
@@ -34,6 +39,8 @@ class RootAndDescriptors : public ::testing::EmptyTestEventListener {
         before = openDescriptors();
     }
     void OnTestEnd(const ::testing::TestInfo &) override {
+        if (root.empty())
+            return;
         const std::size_t after = openDescriptors();
         // Descriptors that a process opens once and keeps are opened by a warm-up in the test that needs
         // them.

@@ -7,19 +7,23 @@
 
 namespace wickerlane {
 
-/// Tells every process below the same root that registered for the name, this one included. Posts may coalesce:
-/// handlers see at least one call after the last post, not one for each. False when the name is empty, longer
-/// than 200 bytes or holds a "/" or NUL, or when the run-time folder can't be written. Thread-safe.
+/// Tells every process of this user below the same root that registered for the name, this one included.
+/// Posts may coalesce: handlers see at least one call after the last post, not one for each. False, with
+/// errno, when the name is empty, longer than 200 bytes, "." or "..", or holds a "/", or when the run-time
+/// folder, which must be private to the user, can't be used. Thread-safe.
 WL_EXPORT bool postNotification(const char *name);
 
 /// A registration; 0 is none.
 using NotificationToken = int;
 
-/// Calls the handler on the queue after each post from now on. 0 on failure. Thread-safe.
+/// Calls the handler on the queue after each post from now on, until cancelled. The registration keeps both
+/// alive. 0, with errno, on failure: for a name that can't be posted, a null queue or handler, or without a
+/// usable run-time folder. Who removes that folder ends the registrations in it. Thread-safe.
 [[nodiscard]] WL_EXPORT NotificationToken registerNotification(const char *name, WorkQueue *queue,
                                                                Handler<void(NotificationToken)> handler);
 
-/// Ends a registration: no call of the handler begins afterwards. Unknown tokens are ignored. Thread-safe.
+/// Ends a registration: no call of the handler begins afterwards, though one that has begun on another thread
+/// may still run. May be called by the handler itself. Unknown tokens are ignored. Thread-safe.
 WL_EXPORT void cancelNotification(NotificationToken token);
 
 } // namespace wickerlane

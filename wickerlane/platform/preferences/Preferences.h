@@ -2,6 +2,8 @@
 #ifndef WICKERLANE_PLATFORM_PREFERENCES_PREFERENCES_H
 #define WICKERLANE_PLATFORM_PREFERENCES_PREFERENCES_H
 
+#include <cstdint>
+#include <string>
 #include <string_view>
 
 #include "wickerlane/platform/object/Dictionary.h"
@@ -11,22 +13,25 @@ namespace wickerlane {
 /// The domain that every process reads behind its own.
 inline constexpr std::string_view globalPreferencesDomain = ".GlobalPreferences";
 
-/// The value of a key: from the domain, else from the global domain, else null. Each domain is a property-list
-/// file below the mobile user's home (Library/Preferences/DOMAIN.plist). Files are read again when they have
-/// changed. A damaged file reads as empty and stays as it is. Borrowed. Thread-safe.
+/// The value of a key: from the domain, else from the global domain, else null. Each domain is a
+/// property-list file below the mobile user's home (Library/Preferences/DOMAIN.plist). Files are read again
+/// when they have changed. A damaged file reads as empty and stays as it is. Borrowed. Thread-safe.
 [[nodiscard]] WL_EXPORT Object *preferenceValue(std::string_view key, std::string_view domain);
 
 /// The same, of a number or a text that spells one; `otherwise` when there is neither.
 [[nodiscard]] WL_EXPORT std::int64_t preferenceInteger(std::string_view key, std::string_view domain,
                                                        std::int64_t otherwise);
 
-/// Stores a property-list value, or removes the key for null; other keys, and what other processes store
-/// at the same time, are kept. False, with errno, when the file can't be written or is damaged. Thread-safe.
+/// Stores a property-list value, or removes the key for null; other keys, and what other processes store at
+/// the same time, are kept. False, with errno, when the file can't be written or is damaged (EBADMSG), or for
+/// a value that is no property list, a key that is not UTF-8 or a domain that is no file name (EINVAL).
+/// Thread-safe.
 WL_EXPORT bool setPreferenceValue(std::string_view key, Object *value, std::string_view domain);
 
-/// The domain of this process: the last component of its executable's name, as "org.wickerlane.<name>" for the programs of
-/// the system itself, or what setApplicationDomain() said.
+/// The domain of this process: what setApplicationDomain() said, else the name of its executable, which for
+/// the programs of the system itself stands behind "org.wickerlane.". Thread-safe.
 [[nodiscard]] WL_EXPORT std::string applicationDomain();
+/// Sets it; an empty one sets it back. Thread-safe.
 WL_EXPORT void setApplicationDomain(std::string_view domain);
 
 } // namespace wickerlane

@@ -1,0 +1,59 @@
+// The registrations of this process.
+#ifndef WICKERLANE_PLATFORM_NOTIFICATION_NOTIFICATIONCENTER_H
+#define WICKERLANE_PLATFORM_NOTIFICATION_NOTIFICATIONCENTER_H
+
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+#include "wickerlane/platform/file/UniqueFd.h"
+#include "wickerlane/platform/notification/Notification.h"
+#include "wickerlane/platform/queue/DescriptorSource.h"
+
+namespace wickerlane {
+
+/// A name is a file in a private folder of the root; to post is to open the file for writing and close it
+/// again, which the kernel reports to every process that watches the folder. Neither the file's contents nor
+/// its being there matter, and the kernel merges equal reports that nobody has read yet. The process has one
+/// inotify descriptor, and in it one watch for each folder, since a test or a person may change the root.
+class NotificationCenter {
+public:
+    [[nodiscard]] static NotificationCenter &shared();
+
+    [[nodiscard]] NotificationToken add(std::string name, WorkQueue *queue,
+                                        Handler<void(NotificationToken)> handler);
+    void cancel(NotificationToken token);
+
+private:
+    struct Registration {
+        const NotificationToken token;
+        const int watch;
+        const std::string name;
+        const Ref<WorkQueue> queue;
+        std::mutex mutex;
+        Handler<void(NotificationToken)> handler; // null once cancelled
+        bool called = false;                      // a call stands on the queue and has not begun
+        Registration(NotificationToken number, int watched, std::string named, WorkQueue *serving,
+                     Handler<void(NotificationToken)> calling)
+            : token(number), watch(watched), name(std::move(named)), queue(serving),
+              handler(std::move(calling)) {}
+    };
+
+    NotificationCenter() = default;
+    bool start();
+    void readReports();
+    void deliver(int watch, std::string_view name);
+    static void call(const std::shared_ptr<Registration> &registration);
+
+    std::mutex mutex;
+    UniqueFd inotify;
+    Ref<DescriptorSource> source;
+    std::unordered_map<NotificationToken, std::shared_ptr<Registration>> registrations;
+    NotificationToken lastToken = 0;
+};
+
+} // namespace wickerlane
+
+#endif
