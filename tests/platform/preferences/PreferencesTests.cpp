@@ -74,7 +74,7 @@ TEST(Preferences, giveIntegersHoweverTheyAreSpelt) {
         {String::of("7 "), 42},
         {String::of("x"), 42},
         {String::of(""), 42},
-        {Array::create().get(), 42},
+        {autorelease(Array::create()), 42},
         {nullptr, 42},
         {String::of("99999999999999999999"), 42},
     };
@@ -110,7 +110,8 @@ TEST(Preferences, areNeverOlderThanTheFile) {
 TEST(Preferences, readDamagedFilesAsEmptyAndLeaveThemAlone) {
     ASSERT_TRUE(makeFolders(pathUnderRoot("/var/mobile/Library/Preferences")));
     const std::string path = fileOf("org.wickerlane.test");
-    for (const std::string_view damaged : {"bplist00 not really", "{ unfinished", "<plist><array/></plist>"}) {
+    for (const std::string_view damaged :
+         {"bplist00 not really", "{ unfinished", "<plist><array/></plist>"}) {
         ASSERT_TRUE(replaceFile(path, bytesOf(damaged)));
         EXPECT_EQ(preferenceValue("n", "org.wickerlane.test"), nullptr);
         EXPECT_FALSE(setPreferenceValue("n", Number::of(1), "org.wickerlane.test"));
