@@ -56,6 +56,25 @@ void inBatches(WorkQueue *queue, int count, const auto &item) {
     }
 }
 
+double median(std::vector<double> &values) {
+    std::nth_element(values.begin(), values.begin() + rounds / 2, values.end());
+    return values[rounds / 2];
+}
+
+// Hand-overs per second when the submitter waits for each item: every one of them has to wake a thread or
+// find one still looking for work.
+template <class Submit>
+double roundTripsPerSecond(const Submit &submit) {
+    constexpr int trips = 20'000;
+    const auto done = Semaphore::create(0);
+    const auto start = std::chrono::steady_clock::now();
+    for (int i = 0; i < trips; ++i) {
+        submit([&done] { done->signal(); });
+        done->wait();
+    }
+    return trips / std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
 } // namespace
 
 int main() {
@@ -81,12 +100,8 @@ int main() {
             measure(theirsSerial, [&](int n, const auto &item) { post(strand, n, item); });
             measure(batchedSerial, [&](int n, const auto &item) { inBatches(serial.get(), n, item); });
         }
-        const auto median = [](std::vector<double> &times) {
-            std::nth_element(times.begin(), times.begin() + rounds / 2, times.end());
-            return items / times[rounds / 2];
-        };
         const auto row = [&](const char *name, std::vector<double> &mine, std::vector<double> &other) {
-            const double a = median(mine), b = median(other);
+            const double a = items / median(mine), b = items / median(other);
             std::printf("%-10d %-12s %14.0f %14.0f %8.2f\n", threads, name, a, b, a / b);
         };
         row("global", ours, theirs);
@@ -94,5 +109,12 @@ int main() {
         row("serial", oursSerial, theirsSerial);
         row("batched", batchedSerial, theirsSerial);
     }
+    std::vector<double> ours, theirs;
+    for (int round = 0; round < rounds; ++round) {
+        ours.push_back(roundTripsPerSecond([&](const auto &item) { global->async(item); }));
+        theirs.push_back(roundTripsPerSecond([&](const auto &item) { asio::post(pool, item); }));
+    }
+    const double a = median(ours), b = median(theirs);
+    std::printf("%-10d %-12s %14.0f %14.0f %8.2f\n", 1, "waited for", a, b, a / b);
     pool.join();
 }
