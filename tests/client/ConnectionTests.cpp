@@ -1,0 +1,133 @@
+// The client on a real connection: a missing service, a service that goes away, and one that speaks unasked.
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <filesystem>
+#include <thread>
+
+#include "tests/support/Descriptors.h"
+#include "wickerlane/client/JXGatekeeperClient.h"
+#include "wickerlane/platform/message/MessageListener.h"
+#include "wickerlane/platform/object/ReleaseScope.h"
+
+using namespace wickerlane;
+
+namespace {
+
+struct RealConnection : ::testing::Test {
+    ReleaseScope scope;
+    RealConnection() {
+        // No service description may be found: nothing is to be started from here.
+        setenv("WICKERLANE_SERVICES", "/nonexistent", 1);
+        // The process keeps its reader and its queues.
+        test::allowLastingDescriptors(8);
+    }
+    ~RealConnection() override { unsetenv("WICKERLANE_SERVICES"); }
+};
+
+// A hoardd that answers every request with an empty dictionary, or as told.
+struct Service {
+    Ref<MessageListener> listener;
+
+    explicit Service(Handler<void(ReceivedMessage *)> handler) {
+        std::string error;
+        listener = MessageListener::create(WickerlaneGatekeeperName, WorkQueue::global(), std::move(handler),
+                                           {}, &error);
+        if (listener)
+            listener->resume();
+        EXPECT_TRUE(listener) << error;
+    }
+    ~Service() {
+        if (listener)
+            listener->cancel();
+    }
+};
+
+TEST_F(RealConnection, AMissingServiceIsReportedOnceAndFailsEveryRequest) {
+    // Standard error goes to a pipe, so that the line of the event handler, which runs beside the replies,
+    // can be waited for.
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    const int saved = dup(STDERR_FILENO);
+    dup2(ends[1], STDERR_FILENO);
+    close(ends[1]);
+    const auto client = JXGatekeeperClient::init();
+    EXPECT_EQ(client->getCurrentModelVersion(), -1);
+    EXPECT_EQ(client->getCurrentModelVersion(), -1);
+    const auto answered = Semaphore::create(0);
+    client->requestAccessWithHandler([&](bool granted, Error *error) {
+        EXPECT_FALSE(granted);
+        EXPECT_EQ(error->code(), 10);
+        answered->signal();
+    });
+    answered->wait();
+    const std::string expected =
+        std::string("Named service '") + WickerlaneGatekeeperName +
+        "' not found. hoardd is down or misconfigured. Things will not work the way you expect them to.\n";
+    std::string console;
+    char byte = 0;
+    while (console.find(expected) == std::string::npos && read(ends[0], &byte, 1) == 1)
+        console += byte;
+    dup2(saved, STDERR_FILENO);
+    close(saved);
+    while (read(ends[0], &byte, 1) == 1)
+        console += byte;
+    close(ends[0]);
+    const auto count = [&](const std::string &line) {
+        std::size_t found = 0;
+        for (std::size_t at = console.find(line); at != std::string::npos; at = console.find(line, at + 1))
+            ++found;
+        return found;
+    };
+    EXPECT_EQ(count(expected), 1U) << console;
+    EXPECT_EQ(count("*** Error getting current model version\n"), 2U) << console;
+}
+
+TEST_F(RealConnection, ADaemonThatGoesAwayIsReplacedByTheNext) {
+    const auto client = JXGatekeeperClient::init();
+    for (const std::int64_t version : {3, 4}) {
+        const Service service([version](ReceivedMessage *received) {
+            auto answer = MessageDictionary::create();
+            answer->setInt64("version", version);
+            received->reply(answer.get());
+        });
+        // A request that meets the end of the one before fails; the next one connects anew.
+        std::int64_t answered = client->getCurrentModelVersion();
+        if (answered == -1)
+            answered = client->getCurrentModelVersion();
+        EXPECT_EQ(answered, version);
+    }
+}
+
+TEST(RealConnectionDeathTest, ADaemonThatSpeaksUnaskedTrapsTheProcess) {
+    ::testing::GTEST_FLAG(death_test_style) = "threadsafe";
+    const auto provoke = [] {
+        const Service service([](ReceivedMessage *received) {
+            received->peer()->send(MessageDictionary::create().get());
+            received->reply(MessageDictionary::create().get());
+        });
+        const auto client = JXGatekeeperClient::init();
+        client->launchHoardd();
+        pause();
+    };
+    EXPECT_EXIT(
+        provoke(),
+        [](int status) {
+            return WIFSIGNALED(status) && (WTERMSIG(status) == SIGILL || WTERMSIG(status) == SIGTRAP);
+        },
+        "");
+}
+
+TEST_F(RealConnection, TheSharedInstanceIsOneHoweverManyAskAtOnce) {
+    std::vector<JXGatekeeperClient *> seen(8);
+    {
+        std::vector<std::jthread> threads;
+        for (auto &slot : seen)
+            threads.emplace_back([&slot] { slot = JXGatekeeperClient::sharedInstance(); });
+    }
+    for (const auto *each : seen)
+        EXPECT_EQ(each, seen[0]);
+    EXPECT_NE(seen[0], nullptr);
+}
+
+} // namespace

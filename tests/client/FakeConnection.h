@@ -1,0 +1,57 @@
+// A connection that records what is sent and answers from a script.
+#ifndef WICKERLANE_TESTS_CLIENT_FAKECONNECTION_H
+#define WICKERLANE_TESTS_CLIENT_FAKECONNECTION_H
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "wickerlane/platform/message/MessageConnection.h"
+
+namespace wickerlane::test {
+
+/// A message as one line: each entry in order, as `key:kind=value`.
+std::string describe(const MessageDictionary *message);
+
+class FakeConnection final : public MessageConnection {
+public:
+    struct Sent {
+        std::string mode; ///< "none", "sync", or "async on <queue's label or global>".
+        std::string text; ///< As describe() gives it.
+    };
+    std::vector<Sent> sent;
+    /// Makes the reply to each message that wants one.
+    std::function<Ref<MessageValue>(const MessageDictionary *)> answer = [](const MessageDictionary *) {
+        return Ref<MessageValue>(MessageDictionary::create());
+    };
+
+    void setEventHandler(Handler<void(MessageValue *)>) override {}
+    void setIdleTime(std::chrono::milliseconds) override {}
+    void resume() override {}
+    void send(MessageDictionary *message) override { record("none", message); }
+    void sendWithReply(MessageDictionary *message, WorkQueue *queue,
+                       Handler<void(MessageValue *)> handler) override {
+        record(queue == WorkQueue::global() ? "async on global" : std::string("async on ") + queue->label(),
+               message);
+        queue->async([handler, reply = answer(message)] { handler(reply.get()); });
+    }
+    [[nodiscard]] Ref<MessageValue> sendWithReplySync(MessageDictionary *message) override {
+        record("sync", message);
+        return answer(message);
+    }
+    void sendBarrier(Handler<void()> handler) override {
+        sent.push_back({"barrier", ""});
+        WorkQueue::global()->async(handler);
+    }
+    void cancel() override {}
+    [[nodiscard]] const char *serviceName() const noexcept override { return "fake"; }
+
+private:
+    void record(std::string mode, const MessageDictionary *message) {
+        sent.push_back({std::move(mode), describe(message)});
+    }
+};
+
+} // namespace wickerlane::test
+
+#endif

@@ -1,0 +1,53 @@
+#include <gtest/gtest.h>
+
+#include <set>
+#include <string>
+
+#include "wickerlane/protocol/Operations.h"
+
+using namespace wickerlane;
+using namespace wickerlane::protocol;
+
+TEST(Rows, CodesAscendAndKeysOccurOnce) {
+    OperationCode last = 0;
+    for (const Operation *row : allOperations) {
+        EXPECT_GT(row->code, last) << row->name;
+        last = row->code;
+        for (const Fields *fields : {&row->requestKeys, &row->replyKeys}) {
+            std::set<std::string> seen{"operation"};
+            for (const Field &field : fields->all())
+                EXPECT_TRUE(seen.insert(field.key).second) << row->name << " " << field.key;
+        }
+    }
+}
+
+TEST(Rows, ARequestIsCheckedAgainstItsRow) {
+    const auto problem = [](const Operation &row, auto fill) {
+        const auto message = MessageDictionary::create();
+        fill(message.get());
+        return problemWith(message.get(), row);
+    };
+    EXPECT_EQ(problem(fileURLForAssetURL, [](auto *m) { m->setString("assetURL", "a:b"); }), "");
+    EXPECT_EQ(problem(fileURLForAssetURL,
+                      [](auto *m) {
+                          m->setString("assetURL", "a:b");
+                          m->setBool("withAdjustments", true);
+                      }),
+              "");
+    EXPECT_EQ(problem(fileURLForAssetURL, [](auto *) {}),
+              "fileURLForAssetURL:withAdjustments: (operation 2) needs a value under \"assetURL\"");
+    EXPECT_EQ(problem(fileURLForAssetURL,
+                      [](auto *m) {
+                          m->setString("assetURL", "a:b");
+                          m->setInt64("withAdjustments", 1);
+                      }),
+              "fileURLForAssetURL:withAdjustments: (operation 2) has a value of the wrong kind under "
+              "\"withAdjustments\"");
+    // A signed number does not pass for an unsigned one.
+    EXPECT_NE(problem(imageDataForAsset,
+                      [](auto *m) {
+                          m->setData("objectID", "x", 1);
+                          m->setInt64("format", 1);
+                      }),
+              "");
+}

@@ -1,0 +1,28 @@
+#include "wickerlane/message/JXMsgTransaction.h"
+
+#include "wickerlane/platform/message/MessageListener.h"
+#include "wickerlane/platform/object/ReleaseScope.h"
+
+using namespace wickerlane;
+
+constinit const Class JXMsgTransaction::classInfo{"JXMsgTransaction", &Object::classInfo, nullptr};
+
+JXMsgTransaction *JXMsgTransaction::transaction(const char *identifier) {
+    return autorelease(initWithIdentifier(identifier));
+}
+
+Ref<JXMsgTransaction> JXMsgTransaction::initWithIdentifier(const char *identifier) {
+    return Ref<JXMsgTransaction>::adopt(new JXMsgTransaction(identifier));
+}
+
+JXMsgTransaction::JXMsgTransaction(const char *identifier) noexcept : _identifier(identifier) {
+    beginProcessTransaction();
+}
+
+JXMsgTransaction::~JXMsgTransaction() {
+    endProcessTransaction();
+}
+
+String *JXMsgTransaction::description() const {
+    return String::format("%@: %s", Object::description(), _identifier);
+}
