@@ -22,7 +22,7 @@ constinit const char *const JXLoggingChangedNotification = "org.wickerlane.photo
 
 namespace {
 
-constinit Immortal<ConstantString> facilityNames[JXLogDomainCount] = {
+WL_IMMORTAL Immortal<ConstantString> facilityNames[JXLogDomainCount] = {
     Immortal<ConstantString>("JXGenericLog"),       Immortal<ConstantString>("JXSyncLog"),
     Immortal<ConstantString>("JXGatekeeperMsgLog"), Immortal<ConstantString>("JXMigrationLog"),
     Immortal<ConstantString>("JXThumbnailsLog"),    Immortal<ConstantString>("JXChangeHubLog"),
@@ -34,7 +34,7 @@ constinit Immortal<ConstantString> facilityNames[JXLogDomainCount] = {
 };
 
 String *facilityName(JXLogDomain domain) {
-    return &facilityNames[domain].value;
+    return facilityNames[domain].get();
 }
 
 // Looked up at start-up, since callers ask before every message.

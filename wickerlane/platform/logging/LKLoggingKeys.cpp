@@ -5,35 +5,35 @@ using wickerlane::Immortal;
 
 namespace {
 
-constinit Immortal<ConstantString> logName("LKLoggingCustomLogName");
-constinit Immortal<ConstantString> logDirectory("LKLoggingCustomLogDirectory");
-constinit Immortal<ConstantString> maxLogFileSize("LKLoggingCustomMaxLogFileSize");
-constinit Immortal<ConstantString> maxLogFileCount("LKLoggingCustomMaxLogFileCount");
-constinit Immortal<ConstantString> wantsCompressedFiles("LKLoggingCustomWantsCompressedFiles");
-constinit Immortal<ConstantString> consoleUsesRealLevels("LKLoggingCustomConsoleUsesRealLevels");
-constinit Immortal<ConstantString> maxConsoleLevel("LKLoggingCustomMaxConsoleLevel");
-constinit Immortal<ConstantString> maxLogFileLevel("LKLoggingCustomMaxLogFileLevel");
-constinit Immortal<ConstantString> fileFormat("LKLoggingCustomCreateFileLogFormat");
-constinit Immortal<ConstantString> consoleFormat("LKLoggingCustomCreateConsoleLogFormat");
-constinit Immortal<ConstantString> consoleLevelDefaultsKey("LKLoggingCustomConsoleLevelDefaultsKey");
-constinit Immortal<ConstantString> logFileLevelDefaultsKey("LKLoggingCustomLogFileLevelDefaultsKey");
+WL_IMMORTAL Immortal<ConstantString> logName("LKLoggingCustomLogName");
+WL_IMMORTAL Immortal<ConstantString> logDirectory("LKLoggingCustomLogDirectory");
+WL_IMMORTAL Immortal<ConstantString> maxLogFileSize("LKLoggingCustomMaxLogFileSize");
+WL_IMMORTAL Immortal<ConstantString> maxLogFileCount("LKLoggingCustomMaxLogFileCount");
+WL_IMMORTAL Immortal<ConstantString> wantsCompressedFiles("LKLoggingCustomWantsCompressedFiles");
+WL_IMMORTAL Immortal<ConstantString> consoleUsesRealLevels("LKLoggingCustomConsoleUsesRealLevels");
+WL_IMMORTAL Immortal<ConstantString> maxConsoleLevel("LKLoggingCustomMaxConsoleLevel");
+WL_IMMORTAL Immortal<ConstantString> maxLogFileLevel("LKLoggingCustomMaxLogFileLevel");
+WL_IMMORTAL Immortal<ConstantString> fileFormat("LKLoggingCustomCreateFileLogFormat");
+WL_IMMORTAL Immortal<ConstantString> consoleFormat("LKLoggingCustomCreateConsoleLogFormat");
+WL_IMMORTAL Immortal<ConstantString> consoleLevelDefaultsKey("LKLoggingCustomConsoleLevelDefaultsKey");
+WL_IMMORTAL Immortal<ConstantString> logFileLevelDefaultsKey("LKLoggingCustomLogFileLevelDefaultsKey");
 
 } // namespace
 
-constinit wickerlane::String *const kLKLoggingCustomLogNameKey = &logName.value;
-constinit wickerlane::String *const kLKLoggingCustomLogDirectoryKey = &logDirectory.value;
-constinit wickerlane::String *const kLKLoggingCustomMaxLogFileSizeKey = &maxLogFileSize.value;
-constinit wickerlane::String *const kLKLoggingCustomMaxLogFileCountKey = &maxLogFileCount.value;
-constinit wickerlane::String *const kLKLoggingCustomWantsCompressedFilesKey = &wantsCompressedFiles.value;
-constinit wickerlane::String *const kLKLoggingCustomConsoleUsesRealLevelsKey = &consoleUsesRealLevels.value;
-constinit wickerlane::String *const kLKLoggingCustomMaxConsoleLevelKey = &maxConsoleLevel.value;
-constinit wickerlane::String *const kLKLoggingCustomMaxLogFileLevelKey = &maxLogFileLevel.value;
-constinit wickerlane::String *const kLKLoggingCustomCreateFileLogFormatBlock = &fileFormat.value;
-constinit wickerlane::String *const kLKLoggingCustomCreateConsoleLogFormatBlock = &consoleFormat.value;
+constinit wickerlane::String *const kLKLoggingCustomLogNameKey = logName.get();
+constinit wickerlane::String *const kLKLoggingCustomLogDirectoryKey = logDirectory.get();
+constinit wickerlane::String *const kLKLoggingCustomMaxLogFileSizeKey = maxLogFileSize.get();
+constinit wickerlane::String *const kLKLoggingCustomMaxLogFileCountKey = maxLogFileCount.get();
+constinit wickerlane::String *const kLKLoggingCustomWantsCompressedFilesKey = wantsCompressedFiles.get();
+constinit wickerlane::String *const kLKLoggingCustomConsoleUsesRealLevelsKey = consoleUsesRealLevels.get();
+constinit wickerlane::String *const kLKLoggingCustomMaxConsoleLevelKey = maxConsoleLevel.get();
+constinit wickerlane::String *const kLKLoggingCustomMaxLogFileLevelKey = maxLogFileLevel.get();
+constinit wickerlane::String *const kLKLoggingCustomCreateFileLogFormatBlock = fileFormat.get();
+constinit wickerlane::String *const kLKLoggingCustomCreateConsoleLogFormatBlock = consoleFormat.get();
 constinit wickerlane::String *const kLKLoggingCustomConsoleLevelDefaultsKeyKey =
-    &consoleLevelDefaultsKey.value;
+    consoleLevelDefaultsKey.get();
 constinit wickerlane::String *const kLKLoggingCustomLogFileLevelDefaultsKeyKey =
-    &logFileLevelDefaultsKey.value;
+    logFileLevelDefaultsKey.get();
 
 constinit const char *const LKLoggingDefaultsChangedNotification =
     "org.wickerlane.logging.loggingDefaultsChanged";

@@ -11,6 +11,8 @@ constinit const Class Array::classInfo{"Array", &Object::classInfo,
                                        [] { return static_cast<Object *>(Array::create().leak()); }};
 constinit const Class MutableArray::classInfo{
     "MutableArray", &Array::classInfo, [] { return static_cast<Object *>(MutableArray::create().leak()); }};
+WL_BUILT_IN_CLASS(Array);
+WL_BUILT_IN_CLASS(MutableArray);
 
 namespace {
 

@@ -1,39 +1,22 @@
 #include <mutex>
 #include <shared_mutex>
+#include <span>
 #include <vector>
 
-#include "wickerlane/platform/object/Array.h"
-#include "wickerlane/platform/object/Data.h"
-#include "wickerlane/platform/object/Dictionary.h"
-#include "wickerlane/platform/object/Error.h"
-#include "wickerlane/platform/object/IndexSet.h"
-#include "wickerlane/platform/object/ManagedObjectID.h"
-#include "wickerlane/platform/object/Number.h"
-#include "wickerlane/platform/object/String.h"
-#include "wickerlane/platform/object/URL.h"
+#include "wickerlane/platform/object/Object.h"
+
+// The bounds, by the linker, of the table that WL_BUILT_IN_CLASS fills.
+extern "C" __attribute__((visibility("hidden")))
+const wickerlane::Class *const __start_wickerlane_classes[]; // NOLINT
+extern "C" __attribute__((visibility("hidden")))
+const wickerlane::Class *const __stop_wickerlane_classes[]; // NOLINT
 
 namespace wickerlane {
 namespace {
 
-constexpr const Class *builtIn[] = {
-    &Object::classInfo,
-    &String::classInfo,
-    &MutableString::classInfo,
-    &Data::classInfo,
-    &MutableData::classInfo,
-    &Number::classInfo,
-    &Date::classInfo,
-    &UUID::classInfo,
-    &URL::classInfo,
-    &IndexSet::classInfo,
-    &MutableIndexSet::classInfo,
-    &Array::classInfo,
-    &MutableArray::classInfo,
-    &Dictionary::classInfo,
-    &MutableDictionary::classInfo,
-    &Error::classInfo,
-    &ManagedObjectID::classInfo,
-};
+std::span<const Class *const> builtIn() noexcept {
+    return {__start_wickerlane_classes, __stop_wickerlane_classes};
+}
 
 struct Registry {
     std::shared_mutex mutex;
@@ -56,7 +39,7 @@ const Class *find(const Classes &classes, std::string_view name) {
 } // namespace
 
 const Class *classNamed(std::string_view name) {
-    if (const Class *found = find(builtIn, name))
+    if (const Class *found = find(builtIn(), name))
         return found;
     Registry &r = registry();
     const std::shared_lock lock(r.mutex);
@@ -64,7 +47,7 @@ const Class *classNamed(std::string_view name) {
 }
 
 bool registerClass(const Class *added) {
-    if (const Class *found = find(builtIn, added->name))
+    if (const Class *found = find(builtIn(), added->name))
         return found == added;
     Registry &r = registry();
     const std::unique_lock lock(r.mutex);

@@ -11,6 +11,8 @@ constinit const Class Data::classInfo{"Data", &Object::classInfo,
                                       [] { return static_cast<Object *>(Data::create({}).leak()); }};
 constinit const Class MutableData::classInfo{
     "MutableData", &Data::classInfo, [] { return static_cast<Object *>(MutableData::create().leak()); }};
+WL_BUILT_IN_CLASS(Data);
+WL_BUILT_IN_CLASS(MutableData);
 
 namespace {
 

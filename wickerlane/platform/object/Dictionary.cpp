@@ -11,6 +11,8 @@ constinit const Class Dictionary::classInfo{
 constinit const Class MutableDictionary::classInfo{
     "MutableDictionary", &Dictionary::classInfo,
     [] { return static_cast<Object *>(MutableDictionary::create().leak()); }};
+WL_BUILT_IN_CLASS(Dictionary);
+WL_BUILT_IN_CLASS(MutableDictionary);
 
 namespace {
 // Up to here, comparing the stored hashes one by one beats any index.

@@ -5,6 +5,7 @@
 namespace wickerlane {
 
 constinit const Class Error::classInfo{"Error", &Object::classInfo, nullptr};
+WL_BUILT_IN_CLASS(Error);
 
 namespace {
 WL_IMMORTAL Immortal<ConstantString> localizedDescriptionText{"LocalizedDescription"};
@@ -12,9 +13,9 @@ WL_IMMORTAL Immortal<ConstantString> posixText{"POSIX"};
 WL_IMMORTAL Immortal<ConstantString> platformText{"WickerlanePlatform"};
 } // namespace
 
-constinit String *const localizedDescriptionKey = &localizedDescriptionText.value;
-constinit String *const posixErrorDomain = &posixText.value;
-constinit String *const platformErrorDomain = &platformText.value;
+constinit String *const localizedDescriptionKey = localizedDescriptionText.get();
+constinit String *const posixErrorDomain = posixText.get();
+constinit String *const platformErrorDomain = platformText.get();
 
 Error::Error(String *domain, std::int64_t code, Dictionary *userInfo)
     : errorDomain(domain), errorCode(code), information(userInfo) {

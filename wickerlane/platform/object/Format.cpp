@@ -366,7 +366,7 @@ public:
             return std::move(result);
         }
         const char *p = format;
-        while (*p != '\0' && result.size() < longestResult) {
+        while (*p != '\0' && !isFull) {
             const char *const start = p;
             if (*p != '%') {
                 p += std::strcspn(p, "%");
@@ -558,9 +558,7 @@ private:
         if (text.size() > longestResult - result.size()) {
             text = text.substr(0, longestResult - result.size());
             text = text.substr(0, utf8::lengthOfWhole(text));
-            result += text;
-            result.resize(longestResult, ' '); // full, so that the rest is left out
-            return;
+            isFull = true;
         }
         result += text;
     }
@@ -569,6 +567,7 @@ private:
     Arguments arguments;
     std::string (*escape)(std::string_view);
     int errorNumber = errno;
+    bool isFull = false;
     std::string result;
 };
 

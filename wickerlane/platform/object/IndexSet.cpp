@@ -9,6 +9,8 @@ constinit const Class IndexSet::classInfo{"IndexSet", &Object::classInfo,
 constinit const Class MutableIndexSet::classInfo{
     "MutableIndexSet", &IndexSet::classInfo,
     [] { return static_cast<Object *>(MutableIndexSet::create().leak()); }};
+WL_BUILT_IN_CLASS(IndexSet);
+WL_BUILT_IN_CLASS(MutableIndexSet);
 
 namespace {
 

@@ -3,6 +3,7 @@
 namespace wickerlane {
 
 constinit const Class ManagedObjectID::classInfo{"ManagedObjectID", &Object::classInfo, nullptr};
+WL_BUILT_IN_CLASS(ManagedObjectID);
 
 Ref<ManagedObjectID> ManagedObjectID::create(URL *uri, bool isTemporary) {
     return Ref<ManagedObjectID>::adopt(new ManagedObjectID(uri, isTemporary));

@@ -9,6 +9,7 @@ namespace wickerlane {
 constinit const Class MutableString::classInfo{
     "MutableString", &String::classInfo,
     [] { return static_cast<Object *>(MutableString::create().leak()); }};
+WL_BUILT_IN_CLASS(MutableString);
 
 Ref<MutableString> MutableString::create(std::string_view utf8) {
     auto made = makeRef<MutableString>();

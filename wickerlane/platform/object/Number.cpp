@@ -13,6 +13,8 @@ namespace wickerlane {
 constinit const Class Number::classInfo{"Number", &Object::classInfo, nullptr};
 constinit const Class Date::classInfo{"Date", &Object::classInfo,
                                       [] { return static_cast<Object *>(Date::createNow().leak()); }};
+WL_BUILT_IN_CLASS(Number);
+WL_BUILT_IN_CLASS(Date);
 
 namespace {
 
@@ -47,7 +49,7 @@ std::partial_ordering compareIntegerWithReal(bool negative, std::uint64_t magnit
 Ref<Number> Number::createBoolean(bool value) {
     static WL_IMMORTAL Immortal<Number> yes{ImmortalTag{}, true};
     static WL_IMMORTAL Immortal<Number> no{ImmortalTag{}, false};
-    return value ? &yes.value : &no.value;
+    return value ? yes.get() : no.get();
 }
 
 Ref<Number> Number::createSigned(std::int64_t value) {

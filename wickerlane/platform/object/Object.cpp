@@ -5,6 +5,7 @@
 namespace wickerlane {
 
 constinit const Class Object::classInfo{"Object", nullptr, nullptr};
+WL_BUILT_IN_CLASS(Object);
 
 namespace {
 // The objects of this thread that wait to be destroyed, linked through their counts. Non-null while a

@@ -47,6 +47,12 @@ WL_EXPORT const Class *classNamed(std::string_view name);
 /// Adds a class that must never be destroyed. False when the name is taken by another class. Thread-safe.
 WL_EXPORT bool registerClass(const Class *added);
 
+/// In a source file of this library, beside a class's definition: lists the class, which stands in namespace
+/// wickerlane, among the built-in ones. The linker gathers the lists into one constant table.
+#define WL_BUILT_IN_CLASS(T)              \
+    [[gnu::section("wickerlane_classes"), \
+      gnu::used]] static constinit const ::wickerlane::Class *const builtIn##T = &::wickerlane::T::classInfo
+
 /// Inside a class declaration: gives the class its run-time class object, which its source file defines.
 #define WL_OBJECT                                                                    \
 public:                                                                              \
@@ -71,7 +77,8 @@ public:
         if (isImmortal())
             return;
         if (references.fetch_sub(1, std::memory_order_release) == 1) {
-            static_cast<void>(references.load(std::memory_order_acquire)); // what other owners did comes first
+            static_cast<void>(
+                references.load(std::memory_order_acquire)); // what other owners did comes first
             destroy();
         }
     }
@@ -110,12 +117,9 @@ private:
     mutable std::atomic<std::uintptr_t> references;
 };
 
-/// Begins the declaration of an Immortal in static storage.
-#ifdef __clang__
-#define WL_IMMORTAL constinit __attribute__((no_destroy))
-#else
-#define WL_IMMORTAL constinit
-#endif
+/// Begins the declaration of an Immortal in static storage. Of objects that are only constinit, a compiler
+/// may register the destructor when the program starts; of constant ones it must not.
+#define WL_IMMORTAL constexpr
 
 /// Storage for an object that is initialised at compile time and never destroyed:
 /// `WL_IMMORTAL Immortal<ConstantString> text{"text"};`
@@ -125,6 +129,8 @@ union Immortal {
     template <class... Arguments>
     constexpr explicit Immortal(Arguments... arguments) : value(arguments...) {}
     constexpr ~Immortal() {}
+    /// The object, whose count of references may change although it is constant.
+    [[nodiscard]] constexpr T *get() const noexcept { return const_cast<T *>(&value); } // NOLINT
 };
 
 /// Owns one reference to an object, or none.

@@ -17,6 +17,7 @@ namespace wickerlane {
 
 constinit const Class String::classInfo{"String", &Object::classInfo,
                                         [] { return static_cast<Object *>(String::empty()); }};
+WL_BUILT_IN_CLASS(String);
 
 namespace {
 
@@ -222,7 +223,7 @@ String *String::format(const char *format, ...) {
 }
 
 String *String::empty() noexcept {
-    return &emptyString.value;
+    return emptyString.get();
 }
 
 std::string_view String::utf8() const {

@@ -14,6 +14,7 @@
 namespace wickerlane {
 
 constinit const Class URL::classInfo{"URL", &Object::classInfo, nullptr};
+WL_BUILT_IN_CLASS(URL);
 
 namespace {
 

@@ -9,6 +9,7 @@ namespace wickerlane {
 
 constinit const Class UUID::classInfo{"UUID", &Object::classInfo,
                                       [] { return static_cast<Object *>(UUID::createRandom().leak()); }};
+WL_BUILT_IN_CLASS(UUID);
 
 Ref<UUID> UUID::createRandom() {
     auto made = Ref<UUID>::adopt(new UUID);
