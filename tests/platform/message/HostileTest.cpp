@@ -1,0 +1,324 @@
+// Peers that break every rule: they cost nobody but themselves.
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/mman.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+
+#include <thread>
+
+#include "Codec.h"
+#include "Service.h"
+#include "wickerlane/platform/file/Files.h"
+#include "wickerlane/platform/message/PeerProcess.h"
+#include "wickerlane/platform/message/ServiceSocket.h"
+
+using namespace wickerlane;
+using namespace wickerlane::test;
+
+namespace {
+
+std::string bytesOf(const FrameHeader &header) {
+    return {reinterpret_cast<const char *>(&header), sizeof header};
+}
+
+std::string requestBytes(std::uint64_t id = 1) {
+    MessageEncoder encoder;
+    EXPECT_EQ(encoder.encode(FrameKind::request, id, numbered(1).get()), nullptr);
+    return std::string(encoder.gathered());
+}
+
+void sendBytes(int socket, std::string_view bytes, std::span<const int> descriptors = {}) {
+    iovec part{const_cast<char *>(bytes.data()), bytes.size()};
+    char control[CMSG_SPACE(64 * sizeof(int))] = {};
+    msghdr message{};
+    message.msg_iov = &part;
+    message.msg_iovlen = 1;
+    if (!descriptors.empty()) {
+        message.msg_control = control;
+        message.msg_controllen = CMSG_SPACE(descriptors.size_bytes());
+        cmsghdr *header = CMSG_FIRSTHDR(&message);
+        header->cmsg_level = SOL_SOCKET;
+        header->cmsg_type = SCM_RIGHTS;
+        header->cmsg_len = CMSG_LEN(descriptors.size_bytes());
+        std::memcpy(CMSG_DATA(header), descriptors.data(), descriptors.size_bytes());
+    }
+    EXPECT_EQ(sendmsg(socket, &message, MSG_NOSIGNAL), static_cast<ssize_t>(bytes.size()));
+}
+
+// All that comes until the other end closes; false when that takes too long.
+bool readToEnd(int socket, std::string &bytes) {
+    char piece[4096];
+    for (;;) {
+        pollfd readable{.fd = socket, .events = POLLIN, .revents = 0};
+        if (poll(&readable, 1, 60'000) != 1)
+            return false;
+        const ssize_t count = recv(socket, piece, sizeof piece, 0);
+        if (count <= 0)
+            return true;
+        bytes.append(piece, static_cast<std::size_t>(count));
+    }
+}
+
+} // namespace
+
+TEST(Listener, endsTheConnectionOfAPeerThatSendsGarbageAndServesTheOthers) {
+    const auto listener = listen(echo);
+    const auto good = connect();
+    ASSERT_EQ(numberOf(good->sendWithReplySync(numbered(1).get()).get()), 1);
+    constexpr auto mark = FrameHeader::expectedMark;
+    const auto withHeader = [](std::uint32_t length, std::uint16_t m, FrameKind kind,
+                               std::uint8_t descriptors) {
+        return bytesOf({length, m, kind, descriptors, 1});
+    };
+    const int null = STDIN_FILENO;
+    const int many[9] = {};
+    const struct {
+        const char *name;
+        std::string bytes;
+        std::span<const int> descriptors;
+    } cases[] = {
+        {"noise", std::string(1000, 'n'), {}},
+        {"a wrong mark", withHeader(4, 7, FrameKind::request, 0) + std::string(4, 0), {}},
+        {"a message too long", withHeader(0xFFFFFFFF, mark, FrameKind::request, 0), {}},
+        {"a kind of the listener's", withHeader(4, mark, FrameKind::reply, 0) + std::string(4, 0), {}},
+        {"a hello", withHeader(4, mark, FrameKind::hello, 0) + std::string(4, 0), {}},
+        {"no kind", withHeader(4, mark, FrameKind{0}, 0) + std::string(4, 0), {}},
+        {"a body that is no message", withHeader(3, mark, FrameKind::request, 0) + "abc", {}},
+        {"a descriptor that is missing", withHeader(4, mark, FrameKind::request, 1) + std::string(4, 0), {}},
+        {"a descriptor too many", requestBytes(), {&null, 1}},
+        {"descriptors in heaps", requestBytes().substr(0, 10), many},
+    };
+    for (const auto &[name, bytes, descriptors] : cases) {
+        const UniqueFd peer = ServiceSocket(serviceName).connect();
+        ASSERT_TRUE(peer);
+        sendBytes(peer.get(), bytes, descriptors);
+        std::string answer;
+        EXPECT_TRUE(readToEnd(peer.get(), answer)) << name;
+    }
+    EXPECT_EQ(numberOf(good->sendWithReplySync(numbered(2).get()).get()), 2);
+}
+
+TEST(Listener, dropsAPeerThatStallsWithinAMessageAndTakesWhatComesInPieces) {
+    MessageListener::Options options;
+    options.limits.stalledMessage = std::chrono::milliseconds(20);
+    const auto listener = listen(echo, nullptr, options);
+    const UniqueFd stalled = ServiceSocket(serviceName).connect();
+    sendBytes(stalled.get(), bytesOf({100'000'000, FrameHeader::expectedMark, FrameKind::request, 0, 1}));
+    std::string answer;
+    EXPECT_TRUE(readToEnd(stalled.get(), answer));
+
+    const auto patient = listen(echo, nullptr, {}, "org.wickerlane.test.Patient");
+    const UniqueFd slow = ServiceSocket("org.wickerlane.test.Patient").connect();
+    for (const char c : requestBytes())
+        sendBytes(slow.get(), {&c, 1});
+    shutdown(slow.get(), SHUT_WR);
+    answer.clear();
+    EXPECT_TRUE(readToEnd(slow.get(), answer));
+    EXPECT_GT(answer.size(), 2 * sizeof(FrameHeader)) << "the hello and the reply";
+}
+
+TEST(Listener, stopsReadingAPeerThatLeavesItsAnswersUnread) {
+    MessageListener::Options options;
+    options.limits.unanswered = 8;
+    options.limits.queuedBytes = 64 * 1024;
+    std::atomic<int> handled{0};
+    const auto listener = listen(
+        [&](ReceivedMessage *received) {
+            ++handled;
+            auto answer = MessageDictionary::create();
+            answer->setData("bytes", std::string(50'000, 'b').data(), 50'000);
+            received->reply(answer.get());
+        },
+        nullptr, options);
+    const UniqueFd deaf = ServiceSocket(serviceName).connect();
+    int sent = 0;
+    const std::string request = requestBytes();
+    // Until the listener takes no more.
+    while (::send(deaf.get(), request.data(), request.size(), MSG_DONTWAIT | MSG_NOSIGNAL) ==
+           static_cast<ssize_t>(request.size()))
+        ++sent;
+    const auto good = connect();
+    EXPECT_EQ(good->sendWithReplySync(numbered(1).get())->kind(), MessageKind::dictionary)
+        << "one message always gets through";
+    EXPECT_LT(handled, sent);
+}
+
+TEST(Listener, readsNoFurtherWhileTooManyRequestsWait) {
+    MessageListener::Options options;
+    options.limits.unanswered = 4;
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::vector<Ref<ReceivedMessage>> kept;
+    const auto listener = listen(
+        [&](ReceivedMessage *received) {
+            const std::lock_guard lock(mutex);
+            kept.emplace_back(received);
+            changed.notify_all();
+        },
+        nullptr, options);
+    const auto connection = connect();
+    constexpr int count = 4000; // more than one read brings
+    std::atomic<int> replies{0};
+    std::promise<void> all;
+    for (int i = 0; i < count; ++i)
+        connection->sendWithReply(numbered(i).get(), nullptr, [&](MessageValue *value) {
+            EXPECT_EQ(value->kind(), MessageKind::dictionary);
+            if (++replies == count)
+                all.set_value();
+        });
+    std::size_t most = 0;
+    for (int answered = 0; answered < count;) {
+        std::unique_lock lock(mutex);
+        ASSERT_TRUE(changed.wait_for(lock, longTime, [&] { return !kept.empty(); }));
+        most = std::max(most, kept.size());
+        const auto taken = std::exchange(kept, {});
+        lock.unlock();
+        for (const auto &message : taken)
+            message->reply(message->message());
+        answered += static_cast<int>(taken.size());
+    }
+    EXPECT_EQ(all.get_future().wait_for(longTime), std::future_status::ready);
+    EXPECT_LT(most, 1500U);
+}
+
+TEST(Listener, refusesTheClientThatIsOneTooMany) {
+    MessageListener::Options options;
+    options.limits.connections = 2;
+    const auto listener = listen(echo, nullptr, options);
+    auto first = connect();
+    const auto second = connect();
+    ASSERT_EQ(numberOf(first->sendWithReplySync(numbered(1).get()).get()), 1);
+    ASSERT_EQ(numberOf(second->sendWithReplySync(numbered(1).get()).get()), 1);
+    const auto third = connect();
+    EXPECT_EQ(third->sendWithReplySync(numbered(1).get()).get(), MessageError::connectionInterrupted());
+    first->cancel();
+    Ref<MessageValue> reply;
+    do // until the listener has noticed
+        reply = third->sendWithReplySync(numbered(3).get());
+    while (reply.get() == MessageError::connectionInterrupted());
+    EXPECT_EQ(numberOf(reply.get()), 3);
+}
+
+TEST(Listener, asksAboutEachPeerAndKnowsItFromTheKernel) {
+    for (const bool welcome : {true, false}) {
+        PeerIdentity seen;
+        auto listener = MessageListener::create(serviceName, WorkQueue::global(), echo, {});
+        listener->setPeerHandler([&](MessagePeer *peer) {
+            EXPECT_TRUE(peer->isAlive());
+            seen = peer->identity();
+            return welcome;
+        });
+        listener->resume();
+        const auto connection = connect();
+        const auto reply = connection->sendWithReplySync(numbered(1).get());
+        EXPECT_EQ(reply->kind(), welcome ? MessageKind::dictionary : MessageKind::error);
+        EXPECT_EQ(seen.process, getpid());
+        EXPECT_EQ(seen.user, getuid());
+        listener->cancel();
+    }
+}
+
+TEST(Listener, identifiesPeersWithAndWithoutTheNewerKernelCall) {
+    int ends[2];
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
+    const UniqueFd one(ends[0]);
+    const UniqueFd other(ends[1]);
+    for (const PidfdFrom from : {PidfdFrom::socketWherePossible, PidfdFrom::processID}) {
+        const auto peer = identifyPeer(one.get(), from);
+        ASSERT_TRUE(peer);
+        EXPECT_TRUE(peer->isAlive());
+        EXPECT_EQ(peer->identity.process, getpid());
+        EXPECT_GT(peer->identity.startTime, 0U);
+        char path[4096] = {};
+        ASSERT_GT(readlink("/proc/self/exe", path, sizeof path - 1), 0);
+        EXPECT_EQ(peer->identity.executable, path);
+    }
+}
+
+TEST(Listener, answersWhatItsHandlerForgot) {
+    const auto listener = listen([](ReceivedMessage *received) {
+        if (numberOf(received->message()) == 2) {
+            received->replyError("no");
+            received->reply(numbered(2).get()); // too late
+        }
+    });
+    const auto connection = connect();
+    for (const auto &[number, text] : {std::pair(1, "The service did not answer."), std::pair(2, "no")}) {
+        const auto reply = connection->sendWithReplySync(numbered(number).get());
+        ASSERT_EQ(reply->kind(), MessageKind::error);
+        EXPECT_EQ(static_cast<MessageError *>(reply.get())->text(), text);
+    }
+}
+
+TEST(Listener, takesANameThatNobodyHolds) {
+    auto listener = listen(echo);
+    std::string error;
+    EXPECT_EQ(MessageListener::create(serviceName, nullptr, echo, {}, &error), nullptr);
+    EXPECT_EQ(error, "the name is taken by a service that runs");
+    listener->cancel();
+    EXPECT_NE(MessageListener::create(serviceName, nullptr, echo, {}), nullptr);
+    for (const char *name : {"", ".hidden", "a/b"})
+        EXPECT_EQ(MessageListener::create(name, nullptr, echo, {}), nullptr) << name;
+}
+
+TEST(Listener, worksBelowARootOfAnyLength) {
+    const std::string root = rootPath() + "/" + std::string(100, 'a') + "/" + std::string(100, 'b');
+    ASSERT_TRUE(makeFolders(root));
+    ASSERT_EQ(setenv("WICKERLANE_ROOT", root.c_str(), 1), 0);
+    const auto listener = listen(echo);
+    EXPECT_EQ(numberOf(connect()->sendWithReplySync(numbered(1).get()).get()), 1);
+}
+
+TEST(Connection, isOnlyInterruptedByAServiceThatBreaksTheRules) {
+    const UniqueFd listening = ServiceSocket(serviceName).listen();
+    ASSERT_TRUE(listening);
+    MessageEncoder hello;
+    hello.encodeHello();
+    const auto reply = [](std::uint64_t id) {
+        MessageEncoder encoder;
+        EXPECT_EQ(encoder.encode(FrameKind::reply, id, numbered(1).get()), nullptr);
+        return std::string(encoder.gathered());
+    };
+    const auto answer = [&](const std::string &request, int kind) -> std::string {
+        const auto header = loadUnaligned<FrameHeader>(request.data());
+        switch (kind) {
+        case 0:
+            return std::string(500, 'n');
+        case 1:
+            return reply(header.id + 1); // nobody asked that
+        case 2:
+            return reply(header.id).substr(0, 20); // half
+        case 3:
+            return request; // a client's kind
+        default:
+            return reply(header.id) + reply(header.id); // twice
+        }
+    };
+    constexpr int kinds = 5;
+    std::thread service([&] {
+        for (int kind = 0; kind < kinds; ++kind) {
+            const UniqueFd client(accept4(listening.get(), nullptr, nullptr, SOCK_CLOEXEC));
+            sendBytes(client.get(), hello.gathered());
+            char request[4096];
+            const ssize_t count = recv(client.get(), request, sizeof request, 0);
+            if (count > 0)
+                sendBytes(client.get(), answer({request, static_cast<std::size_t>(count)}, kind));
+            shutdown(client.get(), SHUT_WR);
+            std::string rest;
+            readToEnd(client.get(), rest);
+        }
+    });
+    std::atomic<int> interruptions{0};
+    const auto connection = connect([&](MessageValue *event) {
+        EXPECT_EQ(event, MessageError::connectionInterrupted());
+        ++interruptions;
+    });
+    for (int kind = 0; kind < kinds - 1; ++kind)
+        EXPECT_EQ(connection->sendWithReplySync(numbered(1).get()).get(),
+                  MessageError::connectionInterrupted())
+            << kind;
+    EXPECT_EQ(numberOf(connection->sendWithReplySync(numbered(1).get()).get()), 1)
+        << "the first of two replies";
+    service.join();
+}
