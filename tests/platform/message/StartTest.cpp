@@ -166,7 +166,7 @@ TEST_F(Start, findsDescriptionsWhereTheEnvironmentSaysFirst) {
 
 TEST_F(Start, losesNothingToServicesThatEndWhenIdle) {
     play("hasty");
-    constexpr int threads = 4;
+    constexpr int threads = 3;
     constexpr int each = 40;
     std::atomic<int> lost{0};
     std::vector<std::thread> running;
@@ -178,6 +178,12 @@ TEST_F(Start, losesNothingToServicesThatEndWhenIdle) {
                 if (numberOf(connect({}, startedName)->sendWithReplySync(numbered(number).get()).get()) !=
                     number)
                     ++lost;
+                // The next request comes before, while or after the service ends.
+                const std::vector<pid_t> started = starts();
+                const UniqueFd process(static_cast<int>(syscall(SYS_pidfd_open, started.back(), 0)));
+                pollfd ended{.fd = process.get(), .events = POLLIN, .revents = 0};
+                if (process)
+                    poll(&ended, 1, i % 5);
             }
         });
     for (auto &thread : running)

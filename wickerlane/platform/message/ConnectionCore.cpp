@@ -364,6 +364,8 @@ void ConnectionCore::endSession(Lock &lock, MessageError *error) {
         old->source->cancel();
     deliver(std::move(deliveries));
     lock.lock();
+    if (!old->reading && !old->out.isBeingSent())
+        old->socket.reset(); // otherwise with the last reference, when that thread has come back
 }
 
 void ConnectionCore::cancel(bool quietly) {

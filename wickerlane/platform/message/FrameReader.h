@@ -13,7 +13,7 @@ namespace wickerlane {
 
 /// Cuts what arrives on a socket into frames. Small frames share a buffer; a long one gets a buffer of its
 /// own, which grows with what arrives and in which its data stays. One thread at a time.
-class FrameReader {
+class WL_EXPORT FrameReader {
 public:
     enum class Outcome { bytes, nothing, ended, malformed };
     enum class Next { frame, incomplete, malformed };

@@ -109,27 +109,31 @@ void ListenerCore::resume() {
 }
 
 void ListenerCore::cancel() {
-    std::thread ended;
+    std::thread finishing;
     {
         const std::lock_guard lock(mutex);
         const bool first = !std::exchange(cancelled, true);
         if (wakeUp)
             eventfd_write(wakeUp.get(), 1);
         if (!intake.joinable()) {
-            if (first) // never resumed
+            if (first) { // never resumed
                 listening.reset();
+                ended = true;
+            }
             return;
         }
-        ended = std::move(intake);
+        finishing = std::move(intake);
     }
-    if (ended.get_id() == std::this_thread::get_id())
-        ended.detach();
+    if (finishing.get_id() == std::this_thread::get_id())
+        finishing.detach();
     else
-        ended.join();
+        finishing.join();
 }
 
 void ListenerCore::post(std::function<void()> work) {
     const std::lock_guard lock(mutex);
+    if (ended)
+        return;
     posted.push_back(std::move(work));
     eventfd_write(wakeUp.get(), 1);
 }
@@ -192,6 +196,14 @@ void ListenerCore::run() {
     while (!peers.empty())
         drop(*Ref(peers.begin()->second));
     runPosted();
+    {
+        const std::lock_guard lock(mutex);
+        ended = true;
+        epoll.reset();
+        wakeUp.reset();
+        spare.reset();
+        peerHandler = nullptr;
+    }
     if (!idle || !options.idle)
         return;
     if (queue != nullptr)
@@ -378,8 +390,9 @@ void ListenerCore::watch(ListenerPeer &peer) {
 bool ListenerCore::mayRead(ListenerPeer &peer) {
     const auto allowed = [&] {
         UserShare &share = *peer.share;
+        // Who leaves no answer unread is not held up by others of the user who do.
         if (peer.unanswered.load() >= options.limits.unanswered ||
-            share.queuedBytes.load() >= options.limits.queuedBytes)
+            (share.queuedBytes.load() >= options.limits.queuedBytes && peer.queuedBytes.load() != 0))
             return false;
         // Bytes of a frame that has begun are the user's from the beginning, so that it can be finished.
         const std::size_t begun = peer.in.lengthOfBegun();

@@ -73,11 +73,14 @@ public:
     std::size_t reserved = 0;  ///< Bytes that the frame which has begun may take.
     std::chrono::steady_clock::time_point lastBytes{};
     std::atomic<std::size_t> unanswered{0};
+    std::atomic<std::size_t> queuedBytes{0}; ///< Its part of the user's.
 
 private:
     friend class ListenerCore;
     void flush(std::unique_lock<std::mutex> &lock);
     void close();
+    /// Of what waits to be sent, so many bytes are gone.
+    void sentBytes(std::size_t count) noexcept;
 
     const Ref<ListenerCore> listener;
     std::mutex mutex;
@@ -154,6 +157,7 @@ private:
     std::vector<std::function<void()>> posted; // for the intake thread
     std::thread intake;
     bool cancelled = false;
+    bool ended = false;
 };
 
 } // namespace wickerlane

@@ -47,8 +47,9 @@ void ListenerPeer::transmit(const MessageEncoder &frame) {
         return;
     const std::uint64_t before = out.appended();
     out.append(frame);
-    const std::size_t queued =
-        share->queuedBytes.fetch_add(out.appended() - before, std::memory_order_relaxed);
+    const std::size_t added = out.appended() - before;
+    queuedBytes.fetch_add(added, std::memory_order_relaxed);
+    const std::size_t queued = share->queuedBytes.fetch_add(added, std::memory_order_relaxed);
     if (queued > listener->limits().unreadBytes) {
         broken = true;
         shutdown(socket.get(), SHUT_RDWR);
@@ -76,7 +77,7 @@ void ListenerPeer::flush(std::unique_lock<std::mutex> &lock) {
     while (outcome == SendQueue::Outcome::sent && !out.isEmpty() && !closed) {
         const std::uint64_t before = out.sent();
         outcome = out.flush(lock, socket.get(), MSG_DONTWAIT, out.appended());
-        share->queuedBytes.fetch_sub(out.sent() - before, std::memory_order_relaxed);
+        sentBytes(out.sent() - before);
     }
     if (closed) {
         close();
@@ -110,9 +111,14 @@ void ListenerPeer::close() {
     }
     if (out.isBeingSent())
         return; // its thread comes here in the end
-    share->queuedBytes.fetch_sub(out.queuedBytes(), std::memory_order_relaxed);
+    sentBytes(out.queuedBytes());
     out = SendQueue();
     socket.reset();
+}
+
+void ListenerPeer::sentBytes(std::size_t count) noexcept {
+    queuedBytes.fetch_sub(count, std::memory_order_relaxed);
+    share->queuedBytes.fetch_sub(count, std::memory_order_relaxed);
 }
 
 void ListenerPeer::freed(std::size_t length) {

@@ -9,7 +9,7 @@
 
 namespace wickerlane {
 
-struct PeerProcess {
+struct WL_EXPORT PeerProcess {
     PeerIdentity identity;
     UniqueFd process; ///< A pidfd: readable once the process has ended.
 

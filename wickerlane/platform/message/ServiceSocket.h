@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "wickerlane/platform/file/UniqueFd.h"
+#include "wickerlane/platform/object/Export.h"
 
 namespace wickerlane {
 
@@ -17,7 +18,7 @@ namespace wickerlane {
 
 /// The socket of one service in the root's run-time folder, which only its owner may enter. The root may have
 /// a path of any length.
-class ServiceSocket {
+class WL_EXPORT ServiceSocket {
 public:
     /// `name` must be a service's name. Makes the folder when it is missing.
     explicit ServiceSocket(std::string_view name);

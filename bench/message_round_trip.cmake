@@ -1,0 +1,2 @@
+pkg_check_modules(SYSTEMD REQUIRED IMPORTED_TARGET libsystemd)
+target_link_libraries(bench_message_round_trip PRIVATE PkgConfig::SYSTEMD)
