@@ -13,12 +13,12 @@ namespace keys = wickerlane::protocol::keys;
 constinit const Class JXGatekeeperClient::classInfo{"JXGatekeeperClient", &Object::classInfo, nullptr};
 
 namespace {
-constinit Immortal<ConstantString> errorDomainText{"Wickerlane"};
+WL_IMMORTAL Immortal<ConstantString> errorDomainText{"Wickerlane"};
 constinit Once sharedInstanceOnce;
 constinit JXGatekeeperClient *shared = nullptr;
 } // namespace
 
-constinit String *const WickerlaneErrorDomain = &errorDomainText.value;
+constinit String *const WickerlaneErrorDomain = errorDomainText.get();
 
 namespace wickerlane::client {
 

@@ -218,7 +218,10 @@ std::strong_ordering String::compare(const String *other, CompareOptions options
 }
 
 std::strong_ordering String::localizedStandardCompare(const String *other) const {
-    return collate(icu::Locale::getDefault(), utf16(), other->utf16(),
+    // The locale of a process that was given none orders by bytes, capitals first, which no person expects.
+    const icu::Locale &users = icu::Locale::getDefault();
+    const bool none = std::string_view(users.getVariant()) == "POSIX";
+    return collate(none ? icu::Locale::getRoot() : users, utf16(), other->utf16(),
                    CompareOptions::caseInsensitive | CompareOptions::numeric);
 }
 
