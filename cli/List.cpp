@@ -1,0 +1,78 @@
+// wickerlane list
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "cli/Library.h"
+
+namespace wickerlane::cli {
+namespace {
+
+struct Options {
+    store::AssetQuery query;
+    std::string kind;
+    std::string sort = "oldest";
+    bool json = false;
+};
+
+void printTable(Array *assets) {
+    using Align = Table::Align;
+    Table table(
+        {{"UUID"}, {"KIND"}, {"CREATED"}, {"PIXELS", Align::right}, {"SIZE", Align::right}, {"NAME"}});
+    for (Object *each : *assets) {
+        const store::AssetRecord &record = as<store::ManagedAsset>(each)->record();
+        table.add({record.uuid, record.kind == store::AssetKind::photo ? "photo" : "video",
+                   dateText(record.dateCreated),
+                   record.width > 0 ? fmt::format("{}x{}", record.width, record.height) : "-",
+                   sizeText(record.byteSize), outsideName(record)});
+    }
+    table.print();
+}
+
+ExitCode list(Options options) {
+    ReleaseScope scope;
+    const auto store = openStore();
+    if (!store)
+        return ExitCode::notFound;
+
+    options.query.newestFirst = options.sort == "newest";
+    if (!options.kind.empty())
+        options.query.kind = options.kind == "photo" ? store::AssetKind::photo : store::AssetKind::video;
+    Array *assets = store->assets(options.query);
+    if (assets == nullptr)
+        return fail(ExitCode::failure, "the library's store could not be read");
+
+    if (options.json) {
+        JSON all = JSON::array();
+        for (Object *each : *assets)
+            all.push_back(describe(*as<store::ManagedAsset>(each)));
+        printJSON(all);
+    } else if (assets->count() > 0) {
+        printTable(assets);
+    } else {
+        note("no assets");
+    }
+    return ExitCode::success;
+}
+
+} // namespace
+
+void addList(CLI::App &app, Action &chosen) {
+    auto *command = app.add_subcommand("list", "List what the library holds, by date of creation");
+    command->footer("Examples:\n"
+                    "  wickerlane list --sort newest --limit 20\n"
+                    "  wickerlane list --kind photo --json | jq -r '.[].uuid'");
+    auto options = std::make_shared<Options>();
+    command->add_option("--limit", options->query.limit, "List at most so many")->type_name("COUNT");
+    command->add_option("--offset", options->query.offset, "Leave out so many of the first")
+        ->type_name("COUNT");
+    command->add_option("--kind", options->kind, "Only those of a kind: photo, video")
+        ->check(CLI::IsMember({"photo", "video"}))
+        ->type_name("KIND");
+    command->add_option("--sort", options->sort, "Which come first: oldest (the default), newest")
+        ->check(CLI::IsMember({"oldest", "newest"}))
+        ->type_name("ORDER");
+    command->add_flag("--json", options->json, "Write JSON");
+    command->callback([options, &chosen] { chosen = [options] { return list(*options); }; });
+}
+
+} // namespace wickerlane::cli
