@@ -62,8 +62,11 @@ void addList(CLI::App &app, Action &chosen) {
                     "  wickerlane list --sort newest --limit 20\n"
                     "  wickerlane list --kind photo --json | jq -r '.[].uuid'");
     auto options = std::make_shared<Options>();
-    command->add_option("--limit", options->query.limit, "List at most so many")->type_name("COUNT");
+    command->add_option("--limit", options->query.limit, "List at most so many")
+        ->check(CLI::NonNegativeNumber)
+        ->type_name("COUNT");
     command->add_option("--offset", options->query.offset, "Leave out so many of the first")
+        ->check(CLI::NonNegativeNumber)
         ->type_name("COUNT");
     command->add_option("--kind", options->kind, "Only those of a kind: photo, video")
         ->check(CLI::IsMember({"photo", "video"}))

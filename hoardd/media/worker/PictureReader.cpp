@@ -127,8 +127,8 @@ PictureReader::PictureReader(std::span<const std::byte> file, ImageFormat format
     checkSize(storedWidth, storedHeight);
 }
 
-// Decodes at the smallest of the scales that the format offers almost for free, then shrinks the rest of the way.
-// The decoder has more scales, but only these are quick.
+// Decodes at the smallest of the scales that the format offers almost for free, then shrinks the rest of the
+// way. The decoder has more scales, but only these are quick.
 Image PictureReader::decodedJpegSmall(std::uint32_t longestSide) const {
     int width = static_cast<int>(storedWidth);
     int height = static_cast<int>(storedHeight);

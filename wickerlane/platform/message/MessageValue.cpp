@@ -293,13 +293,13 @@ Ref<MessageError> MessageError::create(std::string_view description) {
 }
 
 MessageError *MessageError::connectionInterrupted() noexcept {
-    static constinit Immortal<ErrorStorage> error("Connection interrupted");
-    return &error.value;
+    static auto &error = *new ErrorStorage("Connection interrupted");
+    return &error;
 }
 
 MessageError *MessageError::connectionInvalid() noexcept {
-    static constinit Immortal<ErrorStorage> error("Connection invalid");
-    return &error.value;
+    static auto &error = *new ErrorStorage("Connection invalid");
+    return &error;
 }
 
 std::string_view MessageError::text() const noexcept {

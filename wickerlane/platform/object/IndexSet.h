@@ -29,8 +29,8 @@ protected:
     std::vector<Range> sorted;
 };
 
-/// A set that its owner may change. Ranges are cut where they would pass the largest index, which is one below
-/// String::notFound.
+/// A set that its owner may change. Ranges are cut where they would pass the largest index, which is one
+/// below String::notFound.
 class WL_EXPORT MutableIndexSet final : public IndexSet {
     WL_OBJECT
 public:

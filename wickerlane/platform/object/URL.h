@@ -13,11 +13,12 @@ namespace wickerlane {
 class WL_EXPORT URL final : public Object {
     WL_OBJECT
 public:
-    /// From its text; null when the text is empty or not a URL (RFC 3986's characters, or any character outside ASCII,
-    /// which is percent-encoded). With a base the text may be relative; without one, too, and then
-    /// the URL's absolute text is the relative text.
+    /// From its text; null when the text is empty or not a URL (RFC 3986's characters, or any character
+    /// outside ASCII, which is percent-encoded). With a base the text may be relative; without one, too, and
+    /// then the URL's absolute text is the relative text.
     [[nodiscard]] static Ref<URL> create(std::string_view text, const URL *base = nullptr);
-    /// A file URL of a path; a relative path is resolved against the working directory. Null for an empty path.
+    /// A file URL of a path; a relative path is resolved against the working directory. Null for an empty
+    /// path.
     [[nodiscard]] static Ref<URL> createWithPath(std::string_view path, bool isDirectory = false);
     /// Borrowed forms.
     static URL *of(std::string_view text);
@@ -39,7 +40,8 @@ public:
     [[nodiscard]] String *queryValue(std::string_view name) const;
 
     [[nodiscard]] bool isFileURL() const;
-    /// The path in the file system of a file URL on this machine; empty otherwise, and when it would hold a NUL.
+    /// The path in the file system of a file URL on this machine; empty otherwise, and when it would hold a
+    /// NUL.
     [[nodiscard]] std::string fileSystemPath() const;
 
     /// Equal when text and base are.
