@@ -1,0 +1,67 @@
+// Saving assets so that each is there whole or not at all, whenever the process is killed.
+#ifndef HOARDD_ASSETSAVER_H
+#define HOARDD_ASSETSAVER_H
+
+#include <span>
+#include <string>
+#include <vector>
+
+#include "hoardd/SaveJob.h"
+#include "hoardd/Store.h"
+#include "hoardd/media/WorkerPool.h"
+#include "wickerlane/store/ObjectStore.h"
+
+namespace hoardd {
+
+/// What became of a job: the asset, or why there is none.
+struct SaveResult {
+    Ref<wickerlane::store::ManagedAsset> asset;
+    bool noData = false; ///< The job named nothing to save, or something empty.
+    std::string problem;
+};
+
+/// The road of one asset:
+///
+///  1. A folder is made for it in the library's Saving folder, named as the original will be.
+///  2. The original is written there and synced; a media worker reads it and makes its thumbnails.
+///  3. The files move to their places, whose folders are synced.
+///  4. The row is committed. From here on the asset is saved.
+///  5. The folder, now empty, goes.
+///
+/// As long as the folder stands, what it stands for is unfinished: after a kill, recover() keeps the asset if
+/// its row was committed, and otherwise removes all its files. Thread-safe.
+class AssetSaver {
+public:
+    /// All of these outlive it.
+    AssetSaver(const wickerlane::store::LibraryPaths &libraryPaths, Store &writer, WorkerPool &workers,
+               wickerlane::store::ObjectStore &opened)
+        : paths(libraryPaths), store(writer), media(workers), reader(opened) {}
+
+    /// Saves assets, with one commit for all. Blocks; gives a result for each job, in order.
+    [[nodiscard]] std::vector<SaveResult> save(std::span<const SaveJob> jobs);
+
+    /// Puts right what a killed process left. Before the first save.
+    void recover();
+
+private:
+    struct Staged;
+    // Each gives an empty text on success, else the reason for which the job fails.
+    [[nodiscard]] std::string stage(const SaveJob &job, Staged &staged);
+    [[nodiscard]] std::string encodeSurface(const wickerlane::ImageSurface &surface, ImageFormat format,
+                                            int output);
+    [[nodiscard]] std::string examine(const SaveJob &job, const SaveOrder &order, Staged &staged,
+                                      int original);
+    [[nodiscard]] std::string makeThumbnails(int picture, const Staged &staged, ProbeResult &probed);
+    [[nodiscard]] std::string thumbnailsFromPreview(const wickerlane::ImageSurface &preview, Staged &staged);
+    [[nodiscard]] std::string publish(std::span<Staged *const> group);
+    void removeFiles(const std::string &stageFolder, const wickerlane::store::AssetRecord &record);
+
+    const wickerlane::store::LibraryPaths &paths;
+    Store &store;
+    WorkerPool &media;
+    wickerlane::store::ObjectStore &reader;
+};
+
+} // namespace hoardd
+
+#endif

@@ -1,0 +1,67 @@
+// One request that is being served.
+#ifndef HOARDD_CALL_H
+#define HOARDD_CALL_H
+
+#include <type_traits>
+
+#include "wickerlane/platform/message/MessageListener.h"
+#include "wickerlane/protocol/Keys.h"
+
+namespace hoardd {
+
+using wickerlane::Ref;
+
+/// The reply to a call, filled key by key.
+class Answer {
+public:
+    Answer() : message(wickerlane::MessageDictionary::create()) {}
+
+    template <class Coding>
+    Answer &set(const wickerlane::protocol::Key<Coding> &key,
+                std::type_identity_t<typename Coding::Write> value) {
+        Coding::write(message.get(), key.text, value);
+        return *this;
+    }
+    /// A value that is already in the form in which it travels.
+    template <class Coding>
+    Answer &setValue(const wickerlane::protocol::Key<Coding> &key, wickerlane::MessageValue *value) {
+        message->set(key.text, value);
+        return *this;
+    }
+
+private:
+    friend class Call;
+    Ref<wickerlane::MessageDictionary> message;
+};
+
+/// A received request, as its handler sees it. Copies stand for the same request, which is answered once: by
+/// the first answer() or refuse(), or with an error when the last copy goes away unanswered. Any thread.
+class Call {
+public:
+    explicit Call(wickerlane::ReceivedMessage *message) : received(message) {}
+
+    template <class Coding>
+    [[nodiscard]] auto get(const wickerlane::protocol::Key<Coding> &key) const {
+        return Coding::read(received->message(), key.text);
+    }
+    /// The raw value under a key; null when it is missing.
+    template <class Coding>
+    [[nodiscard]] wickerlane::MessageValue *value(const wickerlane::protocol::Key<Coding> &key) const {
+        return received->message()->get(key.text);
+    }
+    [[nodiscard]] wickerlane::MessageDictionary *message() const noexcept { return received->message(); }
+    [[nodiscard]] const wickerlane::PeerIdentity &peer() const noexcept {
+        return received->peer()->identity();
+    }
+
+    void answer(const Answer &answer) const { received->reply(answer.message.get()); }
+    /// Answers with an error that says why.
+    void refuse(std::string_view why) const { received->replyError(why); }
+
+private:
+    Ref<wickerlane::ReceivedMessage> received;
+};
+
+} // namespace hoardd
+
+#endif

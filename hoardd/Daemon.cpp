@@ -1,0 +1,58 @@
+#include "hoardd/Daemon.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "hoardd/Dispatch.h"
+#include "wickerlane/platform/console/Console.h"
+#include "wickerlane/platform/file/Files.h"
+#include "wickerlane/protocol/ServiceName.h"
+
+namespace hoardd {
+
+using namespace wickerlane;
+
+Daemon::Daemon(DaemonOptions options) : settings(options), jobQueue(options.mostJobs) {
+}
+
+bool Daemon::start(Handler<void()> ended, std::string &problem) {
+    // On the concurrent queue, so that a request that takes long keeps no other waiting.
+    listener = MessageListener::create(
+        WickerlaneGatekeeperName, WorkQueue::global(),
+        [this](ReceivedMessage *message) { dispatch(*this, Call(message)); },
+        {.idleTime = settings.idleTime, .idle = std::move(ended)}, &problem);
+    if (!listener)
+        return false;
+    listener->resume();
+    return true;
+}
+
+void Daemon::stop() {
+    jobQueue.close();
+    listener->cancel(); // after the saves, so that they are answered
+    const std::lock_guard guard(opening);
+    if (opened)
+        opened->close();
+}
+
+Library *Daemon::library(const Call &call) {
+    const std::lock_guard guard(opening);
+    if (!opened) {
+        std::string problem;
+        opened = Library::open(store::LibraryPaths(), problem);
+        if (!opened) {
+            consoleLogText(problem);
+            call.refuse(problem);
+        }
+    }
+    return opened.get();
+}
+
+AccessStatus Daemon::accessOf(const PeerIdentity &peer) const {
+    // The library belongs to whoever owns its root; before there is one, to the user the daemon serves.
+    struct stat root {};
+    const uid_t owner = ::stat(rootPath().c_str(), &root) == 0 ? root.st_uid : ::geteuid();
+    return peer.user == owner ? AccessStatus::granted : AccessStatus::denied;
+}
+
+} // namespace hoardd

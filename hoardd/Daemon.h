@@ -1,0 +1,56 @@
+// The daemon: its library, its service, and when it ends.
+#ifndef HOARDD_DAEMON_H
+#define HOARDD_DAEMON_H
+
+#include <chrono>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "hoardd/Call.h"
+#include "hoardd/JobQueue.h"
+#include "hoardd/Library.h"
+#include "wickerlane/platform/message/MessageListener.h"
+
+namespace hoardd {
+
+/// What travels under "authorized".
+enum class AccessStatus : std::int64_t {
+    granted = 0,
+    denied = 1,   ///< by a decision
+    notAsked = 2, ///< nobody has decided yet
+};
+
+struct DaemonOptions {
+    std::chrono::milliseconds idleTime{30'000}; ///< Without a connection; then the daemon ends. 0: never.
+    std::size_t mostJobs = 256;                 ///< Saves that wait or run; further ones are refused.
+};
+
+/// One for a process. Thread-safe.
+class Daemon {
+public:
+    explicit Daemon(DaemonOptions options);
+
+    /// Takes the service's name and begins to serve. `ended` is called, on any thread, when the daemon has
+    /// been idle. False, with a reason, when the name can't be had.
+    [[nodiscard]] bool start(wickerlane::Handler<void()> ended, std::string &problem);
+    /// Takes no more requests, and waits for the saves that run.
+    void stop();
+
+    /// The library, which is opened, and made if there is none, when it is first asked for. When that fails,
+    /// answers the call with the reason and gives null; the next call tries again.
+    [[nodiscard]] Library *library(const Call &call);
+    [[nodiscard]] JobQueue &jobs() noexcept { return jobQueue; }
+    [[nodiscard]] AccessStatus accessOf(const wickerlane::PeerIdentity &peer) const;
+
+private:
+    DaemonOptions settings;
+    JobQueue jobQueue;
+    std::mutex opening;
+    std::unique_ptr<Library> opened; // guarded by `opening`; stays once it is there
+    Ref<wickerlane::MessageListener> listener;
+};
+
+} // namespace hoardd
+
+#endif

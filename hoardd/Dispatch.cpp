@@ -1,0 +1,61 @@
+#include "hoardd/Dispatch.h"
+
+#include <exception>
+
+#include "hoardd/Daemon.h"
+#include "hoardd/Handlers.h"
+#include "wickerlane/protocol/Operations.h"
+
+namespace hoardd {
+
+using namespace wickerlane;
+
+namespace {
+
+constexpr DispatchEntry table[] = {
+    {&protocol::fileDescriptorForAssetURL, fileDescriptorForAssetURL},
+    {&protocol::fileURLForAssetURL, fileURLForAssetURL},
+    {&protocol::requestAccess, requestAccess, true},
+    {&protocol::fileURLForNewAsset, fileURLForNewAsset},
+    {&protocol::imageDataForAsset, imageDataForAsset},
+    {&protocol::saveAsset, saveAsset},
+    {&protocol::batchSaveAssets, batchSaveAssets},
+    {&protocol::launchHoardd, launchHoardd, true},
+    {&protocol::createPixholdDatabase, createPixholdDatabase},
+    {&protocol::getPhotosAndVideosCount, getPhotosAndVideosCount},
+    {&protocol::getCurrentModelVersion, getCurrentModelVersion},
+};
+
+} // namespace
+
+std::span<const DispatchEntry> dispatchTable() {
+    return table;
+}
+
+void dispatch(Daemon &daemon, const Call &call) {
+    const auto *operation = as<MessageScalar>(call.value(protocol::keys::operation));
+    if (operation == nullptr || operation->kind() != MessageKind::int64)
+        return call.refuse("the request names no operation");
+    const protocol::OperationCode code = operation->int64Value();
+
+    // Several rows may share a code: the request is served by the first whose shape it has.
+    std::string problem = "there is no operation " + std::to_string(code);
+    for (const DispatchEntry &entry : table) {
+        if (entry.row->code != code)
+            continue;
+        problem = protocol::problemWith(call.message(), *entry.row);
+        if (!problem.empty())
+            continue;
+        if (!entry.isForEverybody && daemon.accessOf(call.peer()) != AccessStatus::granted)
+            return call.refuse("this user has no access to the photo library");
+        try {
+            entry.handle(daemon, call);
+        } catch (const std::exception &failure) {
+            call.refuse(failure.what());
+        }
+        return;
+    }
+    call.refuse(problem);
+}
+
+} // namespace hoardd

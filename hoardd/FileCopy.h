@@ -1,0 +1,16 @@
+// Copying a file that somebody else may still be writing.
+#ifndef HOARDD_FILECOPY_H
+#define HOARDD_FILECOPY_H
+
+#include <string>
+
+namespace hoardd {
+
+/// Copies a regular file into an empty one, sharing blocks where the file system can. An empty text on
+/// success, else the reason; a source that changed meanwhile is one, since its copy may be neither the old
+/// file nor the new.
+[[nodiscard]] std::string copyFile(int source, int destination);
+
+} // namespace hoardd
+
+#endif

@@ -1,0 +1,32 @@
+// The handlers of all operations, one for each row; a file a family.
+#ifndef HOARDD_HANDLERS_H
+#define HOARDD_HANDLERS_H
+
+#include "hoardd/Call.h"
+
+namespace hoardd {
+
+class Daemon;
+
+// AccessHandlers.cpp
+void requestAccess(Daemon &daemon, const Call &call);
+void launchHoardd(Daemon &daemon, const Call &call);
+
+// AssetHandlers.cpp
+void fileDescriptorForAssetURL(Daemon &daemon, const Call &call);
+void fileURLForAssetURL(Daemon &daemon, const Call &call);
+void fileURLForNewAsset(Daemon &daemon, const Call &call);
+void imageDataForAsset(Daemon &daemon, const Call &call);
+
+// SaveHandlers.cpp
+void saveAsset(Daemon &daemon, const Call &call);
+void batchSaveAssets(Daemon &daemon, const Call &call);
+
+// LibraryHandlers.cpp
+void createPixholdDatabase(Daemon &daemon, const Call &call);
+void getPhotosAndVideosCount(Daemon &daemon, const Call &call);
+void getCurrentModelVersion(Daemon &daemon, const Call &call);
+
+} // namespace hoardd
+
+#endif

@@ -1,0 +1,47 @@
+// Work that takes long, in a bounded queue.
+#ifndef HOARDD_JOBQUEUE_H
+#define HOARDD_JOBQUEUE_H
+
+#include <condition_variable>
+#include <cstddef>
+#include <deque>
+#include <mutex>
+#include <vector>
+
+#include "wickerlane/platform/object/Handler.h"
+
+namespace hoardd {
+
+/// Runs jobs on the global queue, a few at a time: as many as keep the processors and the media workers busy.
+/// The process is held in a transaction as long as there are jobs. Thread-safe.
+class JobQueue {
+public:
+    using Job = wickerlane::Handler<void()>;
+
+    /// `most` jobs may wait or run at a time.
+    explicit JobQueue(std::size_t most);
+
+    /// How many jobs run at a time.
+    [[nodiscard]] std::size_t lanes() const noexcept { return mostRunning; }
+    /// Takes the jobs of one request, all or none: none when the queue is full or closed. They start in
+    /// order.
+    [[nodiscard]] bool add(std::vector<Job> jobs);
+    /// Takes no more, and waits until those that were taken have run.
+    void close();
+
+private:
+    void runLane();
+
+    const std::size_t most;
+    const std::size_t mostRunning;
+    std::mutex lock;
+    std::condition_variable emptied;
+    std::deque<Job> waiting;
+    std::size_t unfinished = 0; // waiting or running
+    std::size_t running = 0;    // lanes
+    bool closed = false;
+};
+
+} // namespace hoardd
+
+#endif

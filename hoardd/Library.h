@@ -1,0 +1,47 @@
+// An open library: its files, its store, and what works on them.
+#ifndef HOARDD_LIBRARY_H
+#define HOARDD_LIBRARY_H
+
+#include <memory>
+#include <string>
+
+#include "hoardd/AssetSaver.h"
+#include "hoardd/Store.h"
+#include "hoardd/media/WorkerPool.h"
+#include "wickerlane/platform/file/UniqueFd.h"
+#include "wickerlane/store/ObjectStore.h"
+
+namespace hoardd {
+
+/// One process at a time has a library open: it holds the library's lock. Thread-safe.
+class Library {
+public:
+    /// Opens a library, and makes it if there is none; what an earlier process left half saved is put right.
+    /// Null, with a reason, on failure: also when another process has had it open for longer than one takes
+    /// to end.
+    [[nodiscard]] static std::unique_ptr<Library> open(const wickerlane::store::LibraryPaths &paths,
+                                                       std::string &problem);
+
+    [[nodiscard]] const wickerlane::store::LibraryPaths &paths() const noexcept { return reader->paths(); }
+    /// Finds assets, over a connection that only reads.
+    [[nodiscard]] wickerlane::store::ObjectStore &assets() noexcept { return *reader; }
+    [[nodiscard]] AssetSaver &saver() noexcept { return assetSaver; }
+    [[nodiscard]] WorkerPool &media() noexcept { return workers; }
+
+    /// Leaves the database file standing alone. No save may be under way.
+    void close() { store->checkpoint(); }
+
+private:
+    Library(wickerlane::UniqueFd held, std::unique_ptr<Store> writer,
+            Ref<wickerlane::store::ObjectStore> opened);
+
+    wickerlane::UniqueFd lock;
+    std::unique_ptr<Store> store;
+    Ref<wickerlane::store::ObjectStore> reader;
+    WorkerPool workers;
+    AssetSaver assetSaver;
+};
+
+} // namespace hoardd
+
+#endif

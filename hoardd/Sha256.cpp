@@ -1,0 +1,36 @@
+#include "hoardd/Sha256.h"
+
+#include <openssl/evp.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <memory>
+#include <vector>
+
+namespace hoardd {
+
+std::optional<wickerlane::store::Sha256> sha256OfFile(int descriptor) {
+    const std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> context(EVP_MD_CTX_new(), &EVP_MD_CTX_free);
+    errno = ENOMEM;
+    if (!context || EVP_DigestInit_ex(context.get(), EVP_sha256(), nullptr) != 1)
+        return std::nullopt;
+    std::vector<std::byte> block(256 << 10);
+    for (off_t offset = 0;;) {
+        const ssize_t count = ::pread(descriptor, block.data(), block.size(), offset);
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0)
+            return std::nullopt;
+        if (count == 0)
+            break;
+        offset += count;
+        if (EVP_DigestUpdate(context.get(), block.data(), static_cast<std::size_t>(count)) != 1)
+            return std::nullopt;
+    }
+    wickerlane::store::Sha256 sum;
+    if (EVP_DigestFinal_ex(context.get(), reinterpret_cast<unsigned char *>(sum.data()), nullptr) != 1)
+        return std::nullopt;
+    return sum;
+}
+
+} // namespace hoardd

@@ -1,0 +1,16 @@
+// SHA-256 sums of files.
+#ifndef HOARDD_SHA256_H
+#define HOARDD_SHA256_H
+
+#include <optional>
+
+#include "wickerlane/store/AssetRecord.h"
+
+namespace hoardd {
+
+/// The sum of a file's bytes, from its start. Nothing, with errno, when it can't be read.
+[[nodiscard]] std::optional<wickerlane::store::Sha256> sha256OfFile(int descriptor);
+
+} // namespace hoardd
+
+#endif

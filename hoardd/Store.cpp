@@ -1,0 +1,111 @@
+#include "hoardd/Store.h"
+
+#include "wickerlane/platform/object/Number.h"
+#include "wickerlane/store/Schema.h"
+
+namespace hoardd {
+
+using namespace wickerlane;
+using sqlite::Database;
+
+namespace {
+
+/// An empty text on success, else the reason.
+std::string layOut(Database &database) {
+    sqlite::Transaction transaction(database);
+    if (!transaction.isOpen() || !database.execute(store::createSchema))
+        return database.problem();
+    const auto uuid = UUID::createRandom();
+    sqlite::Statement statement = database.prepare("INSERT INTO zlibrary VALUES (?)");
+    if (!statement.bind(uuid->uuidString()->utf8()).run() || !transaction.commit())
+        return database.problem();
+    return {};
+}
+
+} // namespace
+
+std::unique_ptr<Store> Store::open(const store::LibraryPaths &paths, std::string &problem) {
+    auto database = Database::open(paths.database(), Database::Access::write, problem);
+    if (!database)
+        return nullptr;
+    const auto version = database->integer("PRAGMA user_version");
+    if (!version)
+        problem = database->problem();
+    else if (*version == 0)
+        problem = layOut(*database);
+    else if (*version != store::modelVersion)
+        problem = "the library has model version " + std::to_string(*version) +
+                  ", and this hoardd knows version " + std::to_string(store::modelVersion);
+    else
+        problem.clear();
+    if (!problem.empty()) {
+        problem = "can't open " + paths.database() + ": " + problem;
+        return nullptr;
+    }
+    return std::unique_ptr<Store>(new Store(std::move(*database)));
+}
+
+// The first thread to come commits for all that come meanwhile; it goes on until nothing is left.
+std::string Store::add(std::span<store::AssetRecord> records) {
+    Pending mine{records, {}, false};
+    std::unique_lock guard(lock);
+    pending.push_back(&mine);
+    while (!mine.done) {
+        if (isCommitting) {
+            committed.wait(guard);
+            continue;
+        }
+        isCommitting = true;
+        const std::vector<Pending *> group = std::exchange(pending, {});
+        guard.unlock();
+        commit(group);
+        guard.lock();
+        for (Pending *each : group)
+            each->done = true;
+        isCommitting = false;
+        committed.notify_all();
+    }
+    return mine.problem;
+}
+
+void Store::commit(std::span<Pending *const> group) {
+    const std::lock_guard guard(databaseLock);
+    const std::string problem = insert(group);
+    if (problem.empty())
+        return;
+    // So that nobody fails for another's fault, each is tried alone.
+    if (group.size() == 1)
+        group.front()->problem = problem;
+    else
+        for (Pending *const &each : group)
+            each->problem = insert({&each, 1});
+}
+
+std::string Store::insert(std::span<Pending *const> group) {
+    sqlite::Transaction transaction(database);
+    if (!transaction.isOpen())
+        return database.problem();
+    sqlite::Statement statement = database.prepare(store::insertAsset);
+    for (Pending *each : group)
+        for (store::AssetRecord &record : each->records) {
+            bindRecord(statement, record);
+            if (!statement.run())
+                return database.problem();
+            record.primaryKey = database.lastRowID();
+        }
+    return transaction.commit() ? std::string() : database.problem();
+}
+
+std::optional<bool> Store::contains(std::string_view uuid) {
+    const std::lock_guard guard(databaseLock);
+    sqlite::Statement statement = database.prepare("SELECT 1 FROM zgenericasset WHERE uuid = ?");
+    const bool found = statement.bind(uuid).next();
+    return statement.failed() ? std::nullopt : std::optional(found);
+}
+
+void Store::checkpoint() {
+    const std::lock_guard guard(databaseLock);
+    static_cast<void>(database.checkpoint()); // the log keeps what could not be moved
+}
+
+} // namespace hoardd

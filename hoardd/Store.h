@@ -1,0 +1,58 @@
+// Writing the library's store.
+#ifndef HOARDD_STORE_H
+#define HOARDD_STORE_H
+
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "wickerlane/store/LibraryPaths.h"
+#include "wickerlane/store/Sqlite.h"
+
+namespace hoardd {
+
+/// The one connection that writes the database and checkpoints it: the process that has it holds the
+/// library's lock. Thread-safe.
+class Store {
+public:
+    /// Opens the database, and lays it out when it is new. Null, with a reason, on failure.
+    [[nodiscard]] static std::unique_ptr<Store> open(const wickerlane::store::LibraryPaths &paths,
+                                                     std::string &problem);
+
+    /// Adds assets, all or none, and gives them their primary keys. Returns when they will survive any crash.
+    /// What several threads add at the same time is committed in one transaction. An empty text on success,
+    /// else the reason.
+    [[nodiscard]] std::string add(std::span<wickerlane::store::AssetRecord> records);
+
+    /// Whether there is an asset with that UUID; nothing when the database does not say.
+    [[nodiscard]] std::optional<bool> contains(std::string_view uuid);
+
+    /// Moves what was written into the database file: before the end, so that it stands alone.
+    void checkpoint();
+
+private:
+    struct Pending {
+        std::span<wickerlane::store::AssetRecord> records;
+        std::string problem;
+        bool done = false;
+    };
+
+    explicit Store(wickerlane::sqlite::Database opened) : database(std::move(opened)) {}
+    void commit(std::span<Pending *const> group);
+    [[nodiscard]] std::string insert(std::span<Pending *const> group);
+
+    std::mutex lock; // of what follows but the database, which is the committing thread's
+    std::condition_variable committed;
+    std::vector<Pending *> pending;
+    bool isCommitting = false;
+
+    std::mutex databaseLock;
+    wickerlane::sqlite::Database database;
+};
+
+} // namespace hoardd
+
+#endif

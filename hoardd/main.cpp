@@ -1,0 +1,64 @@
+// hoardd: the daemon that owns the photo library.
+#include <sys/epoll.h>
+#include <sys/signalfd.h>
+
+#include <CLI/CLI.hpp>
+#include <csignal>
+
+#include "hoardd/Daemon.h"
+#include "wickerlane/platform/console/Console.h"
+#include "wickerlane/platform/queue/DescriptorSource.h"
+#include "wickerlane/platform/queue/WorkQueue.h"
+
+namespace {
+
+using namespace wickerlane;
+
+/// Directs the signals that end a process to a descriptor. Before any thread starts, so that all block them.
+UniqueFd redirectSignals() {
+    sigset_t ending;
+    sigemptyset(&ending);
+    sigaddset(&ending, SIGTERM);
+    sigaddset(&ending, SIGINT);
+    pthread_sigmask(SIG_BLOCK, &ending, nullptr);
+    std::signal(SIGPIPE, SIG_IGN);
+    return UniqueFd(signalfd(-1, &ending, SFD_CLOEXEC | SFD_NONBLOCK));
+}
+
+int serve(const hoardd::DaemonOptions &options) {
+    const UniqueFd signals = redirectSignals();
+    // Never destroyed: threads of the queues may still use it when main() returns.
+    static hoardd::Daemon &daemon = *new hoardd::Daemon(options);
+    std::string problem;
+    if (!daemon.start([] { WorkQueue::stopMain(); }, problem)) {
+        consoleLog("hoardd: %s", problem.c_str());
+        return 1;
+    }
+    const auto source = DescriptorSource::create(signals.get(), [](std::uint32_t) { WorkQueue::stopMain(); });
+    source->arm(EPOLLIN);
+    // The main queue is served so that changed log levels reach this process.
+    WorkQueue::runMain();
+    source->cancel();
+    daemon.stop();
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    CLI::App app{
+        "hoardd owns the photo library and serves it to its clients. It is started on demand, and ends when "
+        "it has been idle; nobody needs to start it by hand.",
+        "hoardd"};
+    hoardd::DaemonOptions options;
+    double idleSeconds = 30;
+    app.set_version_flag("--version", "hoardd " HOARDD_VERSION);
+    app.add_option("--idle-seconds", idleSeconds, "End after this time without a connection; 0 means never")
+        ->check(CLI::Range(0.0, 1e6))
+        ->capture_default_str();
+    app.add_option("--most-jobs", options.mostJobs, "Saves that may wait or run; further ones are refused")
+        ->capture_default_str();
+    CLI11_PARSE(app, argc, argv);
+    options.idleTime = std::chrono::milliseconds(static_cast<std::int64_t>(idleSeconds * 1000));
+    return serve(options);
+}

@@ -1,0 +1,124 @@
+// What the daemon does with requests as such: rows, shapes, access.
+#include "hoardd/Dispatch.h"
+
+#include <algorithm>
+
+#include "hoardd/Daemon.h"
+#include "tests/hoardd/RunningHoardd.h"
+#include "wickerlane/protocol/Operations.h"
+
+using namespace wickerlane;
+using namespace wickerlane::test;
+
+namespace {
+
+TEST(Dispatch, EveryRowHasItsHandlerAndEveryHandlerItsRow) {
+    std::vector<const protocol::Operation *> served;
+    for (const hoardd::DispatchEntry &entry : hoardd::dispatchTable()) {
+        EXPECT_NE(entry.handle, nullptr);
+        served.push_back(entry.row);
+    }
+    EXPECT_TRUE(std::ranges::is_permutation(served, protocol::allOperations));
+}
+
+using Requests = RunningHoardd;
+
+/// A value of a kind that no field of any row takes.
+Ref<MessageValue> strayValue() {
+    return MessageScalar::createReal(1.5);
+}
+
+/// A value of a kind that a field takes, though not one that names anything.
+Ref<MessageValue> plausibleValue(MessageKind kind) {
+    switch (kind) {
+    case MessageKind::string:
+        return MessageScalar::createString(
+            "rez-vault://asset/asset.JPG?id=0000000A-0000-4000-8000-00000000ABCD&ext=JPG");
+    case MessageKind::uint64:
+        return MessageScalar::createUInt64(1);
+    case MessageKind::boolean:
+        return MessageScalar::createBool(true);
+    case MessageKind::data:
+        return MessageData::create("x", 1);
+    case MessageKind::array:
+        return MessageArray::create();
+    case MessageKind::dictionary:
+        return MessageDictionary::create();
+    default:
+        ADD_FAILURE() << "no value of kind " << static_cast<int>(kind);
+        return nullptr;
+    }
+}
+
+TEST_F(Requests, ThatDoNotFitTheirRowAreAnsweredWithAnErrorThatSaysWhy) {
+    ReleaseScope scope;
+    for (const protocol::Operation *row : protocol::allOperations) {
+        const auto fields = row->requestKeys.all();
+        for (const protocol::Field &broken : fields)
+            for (const bool isMissing : {true, false}) {
+                if (isMissing && broken.optional)
+                    continue;
+                const auto message = request(row->code);
+                for (const protocol::Field &field : fields)
+                    if (field.key != broken.key && !field.optional)
+                        message->set(field.key, plausibleValue(field.kinds.front()).get());
+                if (!isMissing)
+                    message->set(broken.key, strayValue().get());
+                const std::string text = refusal(message.get());
+                EXPECT_NE(text.find(broken.key), std::string::npos)
+                    << row->name << ' ' << broken.key << (isMissing ? " missing: " : " wrong: ") << text;
+            }
+    }
+    EXPECT_NE(refusal(MessageDictionary::create().get()), "");
+    EXPECT_EQ(refusal(request(9999).get()), "there is no operation 9999");
+    EXPECT_NE(refusal(request(INT64_MIN).get()), "");
+    const auto text = MessageDictionary::create();
+    text->setString("operation", "16");
+    EXPECT_NE(refusal(text.get()), "");
+    const auto unsignedCode = MessageDictionary::create();
+    unsignedCode->setUInt64("operation", 16);
+    EXPECT_NE(refusal(unsignedCode.get()), "");
+    EXPECT_EQ(answer(request(16).get())->getUInt64("photoCount"), 0U) << "the daemon goes on";
+}
+
+TEST_F(Requests, ForAssetsThatDoNotExistAreRefused) {
+    ReleaseScope scope;
+    for (const std::int64_t code : {1, 2})
+        for (const char *url : {"rez-vault://asset/asset.JPG?id=0000000A-0000-4000-8000-00000000ABCD&ext=JPG",
+                                "file:///etc/passwd", "x", "rez-vault://asset/asset.JPG?id=' OR 1"}) {
+            const auto message = request(code);
+            message->setString("assetURL", url);
+            EXPECT_EQ(refusal(message.get()), "there is no such asset") << url;
+        }
+    for (const std::string &uri :
+         {std::string("x-hoard-store://x/GenericAsset/p1"), std::string(), std::string(300, 'a')}) {
+        const auto message = request(6);
+        message->setData("objectID", uri.data(), uri.size());
+        message->setUInt64("format", 0);
+        EXPECT_EQ(refusal(message.get()), "there is no such asset") << uri;
+    }
+    // What the shape does not tell is checked by the handler.
+    const auto surface = request(8);
+    surface->set("imagePort", MessageDictionary::create().get());
+    EXPECT_EQ(refusal(surface.get()), "imagePort is not a surface");
+    const auto job = request(8);
+    const auto unreadable = MessageDictionary::create();
+    unreadable->setDescriptor("file", 0);
+    job->set("jobDictionary", unreadable.get());
+    EXPECT_EQ(refusal(job.get()), "jobDictionary is not a job dictionary");
+}
+
+TEST_F(Requests, SayWhetherTheUserHasAccess) {
+    ReleaseScope scope;
+    const auto reply = answer(request(3).get());
+    ASSERT_TRUE(reply->contains("authorized")) << "its absence would grant access";
+    EXPECT_EQ(reply->getInt64("authorized"), 0);
+    EXPECT_EQ(answer(request(10).get())->count(), 0U);
+
+    hoardd::Daemon inProcess({});
+    const uid_t me = getuid();
+    EXPECT_EQ(inProcess.accessOf({me, 0, 1, 1, ""}), hoardd::AccessStatus::granted);
+    EXPECT_EQ(inProcess.accessOf({me + 1, 0, 1, 1, ""}), hoardd::AccessStatus::denied);
+}
+
+} // namespace

@@ -1,0 +1,231 @@
+// How the daemon starts, ends and survives.
+#include <fcntl.h>
+#include <sys/wait.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <future>
+#include <map>
+#include <random>
+
+#include "hoardd/Sha256.h"
+#include "tests/hoardd/RunningHoardd.h"
+#include "wickerlane/platform/file/Files.h"
+#include "wickerlane/store/Schema.h"
+
+using namespace wickerlane;
+using namespace wickerlane::test;
+namespace fs = std::filesystem;
+
+namespace {
+
+using Life = RunningHoardd;
+
+/// Every regular file below a folder.
+std::vector<std::string> filesBelow(const std::string &folder) {
+    std::vector<std::string> files;
+    for (const auto &entry : fs::recursive_directory_iterator(folder))
+        if (entry.is_regular_file())
+            files.push_back(entry.path());
+    return files;
+}
+
+/// A sum of a file's bytes, by the kernel's own view of it.
+store::Sha256 sumOf(const std::string &path) {
+    const UniqueFd file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    return hoardd::sha256OfFile(file.get()).value_or(store::Sha256{});
+}
+
+// The version of SQLite in use can damage a database that two connections write.
+TEST_F(Life, OneConnectionWritesTheDatabase) {
+    ReleaseScope scope;
+    saveData(pngOf(fourCorners(4, 4)));
+    const std::string folder = "/proc/" + std::to_string(daemon().id);
+    int writable = 0, readOnly = 0;
+    for (const auto &entry : fs::directory_iterator(folder + "/fd")) {
+        std::error_code error;
+        if (fs::read_symlink(entry.path(), error) != paths.database())
+            continue;
+        std::ifstream info(folder + "/fdinfo/" + entry.path().filename().string());
+        std::string key;
+        for (unsigned flags = 0; info >> key;)
+            if (key == "flags:" && info >> std::oct >> flags)
+                ((flags & O_ACCMODE) == O_RDONLY ? readOnly : writable)++;
+    }
+    EXPECT_EQ(writable, 1);
+    EXPECT_GE(readOnly, 1);
+}
+
+TEST_F(Life, ItEndsWhenIdleAndComesBackOnDemand) {
+    ReleaseScope scope;
+    describeService({"--idle-seconds", "0.05"});
+    const FileBytes picture = pngOf(fourCorners(4, 4));
+    const MutableDictionary *saved = saveData(picture);
+    const Process first = daemon();
+    ASSERT_TRUE(first.handle);
+    connection->cancel();
+    waitForEnd(first);
+    EXPECT_EQ(fs::file_size(paths.database() + "-wal"), 0U) << "the database file stands alone";
+
+    connection = connect();
+    EXPECT_EQ(imageData(saved, 0), picture);
+    EXPECT_NE(daemon().id, first.id);
+}
+
+TEST_F(Life, ASignalToEndLetsRunningSavesFinish) {
+    ReleaseScope scope;
+    answer(request(15).get());
+    const Process process = daemon();
+    std::vector<pid_t> workers = childrenOf(process.id);
+    for (const pid_t worker : workers)
+        kill(worker, SIGSTOP);
+    const auto job = Dictionary::createWithKeys({{"imageData", dataOf(jpegOf(fourCorners(64, 64))).get()}});
+    connection->send(saveRequest(job.get()).get());
+    EXPECT_EQ(answer(request(69).get())->getInt64("version"), 1); // the save before it has arrived, too
+    while (fs::is_empty(paths.saving())) {
+    }
+    kill(process.id, SIGTERM);
+    for (const pid_t worker : workers)
+        kill(worker, SIGCONT);
+    waitForEnd(process);
+    EXPECT_EQ(store::ObjectStore::open()->counts()->photos, 1U);
+    EXPECT_TRUE(fs::is_empty(paths.saving()));
+}
+
+TEST_F(Life, ASecondDaemonGetsNeitherTheNameNorTheLibrary) {
+    ReleaseScope scope;
+    answer(request(15).get());
+    const pid_t second = fork();
+    if (second == 0) {
+        const int nowhere = open("/dev/null", O_WRONLY);
+        dup2(nowhere, STDERR_FILENO);
+        execl(HOARDD_PROGRAM, "hoardd", static_cast<char *>(nullptr));
+        _exit(99);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(second, &status, 0), second);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 1) << status;
+    EXPECT_EQ(answer(request(16).get())->getUInt64("photoCount"), 0U);
+}
+
+TEST_F(Life, ALibraryThatCantBeOpenedIsSaidAndTriedAgain) {
+    ReleaseScope scope;
+    fs::create_directories(fs::path(paths.database()).parent_path());
+    writeFile(paths.database(), FileBytes(5000, std::byte{'x'}));
+    for (const std::int64_t code : {15, 16, 69})
+        EXPECT_NE(refusal(request(code).get()).find("not a database"), std::string::npos) << code;
+    EXPECT_EQ(fs::file_size(paths.database()), 5000U) << "what is not understood stays as it is";
+    fs::remove(paths.database());
+    EXPECT_EQ(answer(request(69).get())->getInt64("version"), 1);
+}
+
+TEST_F(Life, LeftoversOfAKilledSaveAreCompletedOrUndone) {
+    ReleaseScope scope;
+    const FileBytes picture = pngOf(fourCorners(4, 4));
+    const MutableDictionary *saved = saveData(picture);
+    end(daemon(), SIGKILL);
+    // As if the kill had come between commit and reply: the row is there, and the folder still stands.
+    fs::create_directory(paths.saving() + '/' + textIn(saved, "filename"));
+    // As if it had come before the commit: files in their places without a row.
+    const std::string lost = "AAAAAAAA-0000-4000-8000-00000000ABCD";
+    fs::create_directories(paths.saving() + '/' + lost + ".JPG");
+    writeFile(paths.saving() + '/' + lost + ".JPG/thumbnail-1024", picture);
+    fs::create_directories(paths.folder() + "/DCIM/AA");
+    writeFile(paths.folder() + "/DCIM/AA/" + lost + ".JPG", picture);
+    fs::create_directories(paths.thumbnailFolder(lost));
+    writeFile(paths.thumbnail(lost, store::ThumbnailSize::small), picture);
+
+    EXPECT_EQ(imageData(saved, 0), picture);
+    EXPECT_TRUE(fs::is_empty(paths.saving()));
+    for (const std::string &file : filesBelow(paths.folder()))
+        EXPECT_EQ(file.find(lost), std::string::npos) << file;
+}
+
+/// Kills the daemon at random instants while several clients save, and checks the library after each.
+/// WICKERLANE_KILLS and WICKERLANE_SEED say how often and from which seed.
+TEST_F(Life, WhateverWasAnsweredIsWholeAfterAKillAtAnyInstant) {
+    const char *wantedKills = std::getenv("WICKERLANE_KILLS"), *wantedSeed = std::getenv("WICKERLANE_SEED");
+    const int kills = wantedKills != nullptr ? std::stoi(wantedKills) : 25;
+    const std::uint64_t seed = wantedSeed != nullptr ? std::stoull(wantedSeed) : std::random_device{}();
+    std::printf("seed %llu, %d kills\n", static_cast<unsigned long long>(seed), kills);
+    std::mt19937_64 random(seed);
+
+    std::vector<FileBytes> pictures;
+    for (std::uint32_t i = 0; i < 6; ++i)
+        pictures.push_back(i % 2 == 0 ? jpegOf(fourCorners(300 + i, 200)) : pngOf(fourCorners(60 + i, 40)));
+    std::mutex lock;
+    std::map<std::string, std::size_t> answered; // UUID to picture
+    const auto answers = Semaphore::create(0);
+
+    for (int kill = 0; kill < kills; ++kill) {
+        ReleaseScope scope;
+        answer(request(15).get());
+        const Process process = daemon();
+        ASSERT_TRUE(process.handle);
+
+        // Three at a time, so that saves overlap; each client sends the next when one is answered.
+        std::atomic<int> stillSaving = 3;
+        std::promise<void> idle;
+        Handler<void(int)> saveNext;
+        saveNext = [&](int round) {
+            const std::size_t chosen = static_cast<std::size_t>(kill + round) % pictures.size();
+            const auto job = Dictionary::createWithKeys({{"imageData", dataOf(pictures[chosen]).get()}});
+            connection->sendWithReply(
+                saveRequest(job.get()).get(), WorkQueue::global(), [&, chosen, round](MessageValue *reply) {
+                    const auto *dictionary = as<MessageDictionary>(reply);
+                    if (dictionary == nullptr) { // the daemon is gone
+                        if (stillSaving.fetch_sub(1) == 1)
+                            idle.set_value();
+                        return;
+                    }
+                    const auto *result =
+                        JXJobDictionaryFromMsgDictionary(dictionary->get("resultJobDictionary"));
+                    if (result != nullptr && result->get("uuid") != nullptr) {
+                        const std::lock_guard guard(lock);
+                        answered[textIn(result, "uuid")] = chosen;
+                        answers->signal();
+                    } else {
+                        ADD_FAILURE() << "a save was refused: " << dictionary->description()->utf8();
+                    }
+                    saveNext(round + 1);
+                });
+        };
+        for (int client = 0; client < 3; ++client)
+            saveNext(client);
+        // The instant: after some answers, and somewhere within the saves that follow.
+        for (std::uint64_t awaited = random() % 5; awaited > 0; --awaited)
+            answers->wait();
+        std::this_thread::sleep_for(std::chrono::microseconds(random() % 40'000));
+        end(process, SIGKILL);
+        idle.get_future().wait();
+
+        // The next daemon puts right what is left; then nothing may be missing, and nothing may be over.
+        answer(request(16).get());
+        const auto store = store::ObjectStore::open();
+        ASSERT_TRUE(store);
+        std::size_t files = 0;
+        for (Object *each : *store->assets()) {
+            const auto &record = as<store::ManagedAsset>(each)->record();
+            ASSERT_EQ(sumOf(paths.original(record)), record.sha256) << record.uuid;
+            ASSERT_EQ(fs::file_size(paths.original(record)), record.byteSize);
+            for (const auto size : {store::ThumbnailSize::small, store::ThumbnailSize::preview})
+                ASSERT_GT(decodedPicture(contentsOf(paths.thumbnail(record.uuid, size))).width, 0U);
+            ++files;
+        }
+        for (const auto &[uuid, picture] : answered) {
+            const auto *asset = store->assetWithUUID(uuid);
+            ASSERT_NE(asset, nullptr) << "an answered save was lost: " << uuid;
+            ASSERT_EQ(contentsOf(paths.original(asset->record())), pictures[picture]);
+        }
+        EXPECT_EQ(filesBelow(paths.folder() + "/DCIM").size(), files) << "a file without its row";
+        EXPECT_EQ(filesBelow(paths.folder() + "/PhotoData/Thumbnails").size(), files * 2);
+        EXPECT_TRUE(fs::is_empty(paths.saving()));
+        if (HasFailure())
+            FAIL() << "after kill " << kill << " from seed " << seed;
+    }
+    EXPECT_GT(answered.size(), 0U);
+    std::printf("%zu saves answered, none lost\n", answered.size());
+}
+
+} // namespace

@@ -1,0 +1,164 @@
+// The daemon's pieces by themselves.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <filesystem>
+#include <future>
+#include <random>
+#include <thread>
+
+#include "hoardd/FileCopy.h"
+#include "hoardd/FileType.h"
+#include "hoardd/JobQueue.h"
+#include "hoardd/Sha256.h"
+#include "hoardd/Store.h"
+#include "tests/support/Descriptors.h"
+#include "wickerlane/platform/file/Files.h"
+#include "wickerlane/platform/message/MessageListener.h"
+#include "wickerlane/platform/object/Number.h"
+
+using namespace wickerlane;
+using namespace hoardd;
+
+namespace {
+
+TEST(FileType, IsToldByContentBeforeItsName) {
+    using namespace std::string_literals;
+    constexpr auto photo = store::AssetKind::photo, video = store::AssetKind::video;
+    const struct {
+        std::string start;
+        const char *name;
+        store::AssetKind kind;
+        const char *mediaType, *extension;
+    } cases[] = {
+        {"\xFF\xD8\xFF\xE0", "x.png", photo, "image/jpeg", "JPG"},
+        {"\x89PNG\r\n\x1A\n", "", photo, "image/png", "PNG"},
+        {"II*\0"s, "raw.dng", photo, "image/tiff", "DNG"},
+        {"II*\0"s, "scan", photo, "image/tiff", "TIF"},
+        {"\0\0\0\x14"
+         "ftypqt  "s,
+         "clip", video, "video/quicktime", "MOV"},
+        {"\0\0\0\x14"
+         "ftypisom"s,
+         "clip.m4v", video, "video/mp4", "M4V"},
+        {"\0\0\0\x14"
+         "ftypisom"s,
+         "clip.jpg", video, "video/mp4", "MP4"},
+        {"\x1A\x45\xDF\xA3", "clip.webm", video, "video/x-matroska", "WEBM"},
+        {"RIFF\1\2\3\4AVI ", "", video, "video/x-msvideo", "AVI"},
+        {"something", "clip.mpg", video, "video/mpeg", "MPG"},
+        {"something", "letter.txt", photo, "application/octet-stream", "TXT"},
+        {"something", "x.a/b", photo, "application/octet-stream", "DAT"},
+        {"something", "x.abcdefghijklmnopq", photo, "application/octet-stream", "DAT"},
+        {"", ".", photo, "application/octet-stream", "DAT"},
+    };
+    for (const auto &[start, name, kind, mediaType, extension] : cases) {
+        const FileType type = fileTypeOf(std::as_bytes(std::span(start)), name);
+        EXPECT_EQ(type.kind, kind) << name;
+        EXPECT_EQ(type.mediaType, mediaType) << name;
+        EXPECT_EQ(type.extension, extension) << name;
+    }
+}
+
+TEST(FileCopy, KeepsEveryByteAlsoBetweenFileSystems) {
+    std::vector<std::byte> bytes(700'001);
+    std::mt19937 random(5);
+    for (std::byte &byte : bytes)
+        byte = static_cast<std::byte>(random());
+    const std::string path = rootPath() + "/source";
+    ASSERT_TRUE(replaceFile(path, bytes));
+    const UniqueFd onDisk = openFile(path, O_RDONLY), inMemory(memfd_create("source", MFD_CLOEXEC));
+    ASSERT_TRUE(writeAll(inMemory.get(), bytes));
+    for (const int source : {onDisk.get(), inMemory.get()}) {
+        const std::string copied = rootPath() + "/copy";
+        const UniqueFd destination = openFile(copied, O_RDWR | O_CREAT | O_TRUNC);
+        EXPECT_EQ(copyFile(source, destination.get()), "");
+        std::vector<std::byte> back;
+        ASSERT_TRUE(readFile(copied, back, 1 << 20));
+        EXPECT_EQ(back, bytes);
+    }
+    const UniqueFd unwritable(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    EXPECT_NE(copyFile(onDisk.get(), unwritable.get()), "");
+}
+
+TEST(Sha256, IsTheKnownSum) {
+    const std::string path = rootPath() + "/abc";
+    ASSERT_TRUE(replaceFile(path, std::as_bytes(std::span("abc", 3))));
+    const UniqueFd file = openFile(path, O_RDONLY);
+    const auto sum = sha256OfFile(file.get());
+    ASSERT_TRUE(sum);
+    constexpr std::array<unsigned char, 6> start{0xBA, 0x78, 0x16, 0xBF, 0x8F, 0x01};
+    EXPECT_EQ(std::memcmp(sum->data(), start.data(), start.size()), 0);
+    EXPECT_FALSE(sha256OfFile(-1));
+}
+
+store::AssetRecord newRecord() {
+    store::AssetRecord record;
+    record.uuid = UUID::createRandom()->uuidString()->utf8();
+    return record;
+}
+
+TEST(Store, CommitsWhatSeveralThreadsAddAndFailsOnlyWhoIsAtFault) {
+    const store::LibraryPaths paths;
+    std::filesystem::create_directories(paths.folder() + "/PhotoData");
+    std::string problem;
+    const auto opened = Store::open(paths, problem);
+    ASSERT_TRUE(opened) << problem;
+    std::array<store::AssetRecord, 1> taken{newRecord()};
+    ASSERT_EQ(opened->add(taken), "");
+
+    constexpr std::size_t threads = 6, rounds = 20;
+    std::array<std::vector<std::int64_t>, threads> keys;
+    {
+        std::vector<std::jthread> adding;
+        for (std::size_t i = 0; i < threads; ++i)
+            adding.emplace_back([&, i] {
+                for (std::size_t round = 0; round < rounds; ++round) {
+                    ReleaseScope scope;
+                    std::array<store::AssetRecord, 2> records{newRecord(), newRecord()};
+                    const bool isAtFault = round % 4 == 3;
+                    if (isAtFault)
+                        records[1].uuid = taken[0].uuid;
+                    EXPECT_EQ(opened->add(records).empty(), !isAtFault);
+                    EXPECT_EQ(opened->contains(records[0].uuid), !isAtFault) << "all or none";
+                    if (!isAtFault)
+                        for (const auto &record : records)
+                            keys[i].push_back(record.primaryKey);
+                }
+            });
+    }
+    std::vector<std::int64_t> all;
+    for (const auto &each : keys)
+        all.insert(all.end(), each.begin(), each.end());
+    std::ranges::sort(all);
+    EXPECT_EQ(all.size(), threads * rounds * 2 * 3 / 4);
+    EXPECT_EQ(std::ranges::adjacent_find(all), all.end());
+}
+
+TEST(JobQueue, IsBoundedAndHoldsTheProcessUntilItsJobsHaveRun) {
+    test::allowLastingDescriptors(4);
+    JobQueue queue(3);
+    std::promise<void> gate;
+    const std::shared_future<void> open = gate.get_future().share();
+    std::atomic<int> ran = 0;
+    const auto blocked = [&] {
+        open.wait();
+        ++ran;
+    };
+    EXPECT_TRUE(queue.add({blocked, blocked}));
+    // There is room for one: a request takes its jobs all the same, since it could be larger than the queue.
+    EXPECT_TRUE(queue.add({blocked, blocked, blocked, blocked}));
+    EXPECT_FALSE(queue.add({blocked}));
+    EXPECT_EQ(processTransactionCount(), 6U);
+    gate.set_value();
+    queue.close();
+    EXPECT_EQ(ran, 6);
+    EXPECT_EQ(processTransactionCount(), 0U);
+    EXPECT_FALSE(queue.add({blocked})) << "closed";
+}
+
+} // namespace
