@@ -13,10 +13,24 @@ namespace {
 // With more replies due than this, a sender leaves the sending to the reader thread, so that what is sent
 // meanwhile goes with it.
 constexpr std::size_t gatherAbove = 4;
+// How long, and until how much of it there is, what handlers of replies send is gathered.
+constexpr std::chrono::milliseconds gatherTime{1};
+constexpr std::size_t gatheredAtMost = 64 * 1024;
 // How long nothing happens before the reader thread watches for incoming data that nobody waits for.
-constexpr std::chrono::milliseconds quietTime{5};
+constexpr std::chrono::milliseconds quietTime{50};
 
 } // namespace
+
+// Held by the handlers of the replies that one read brought.
+class ConnectionCore::Batch final : public Object {
+public:
+    Batch(ConnectionCore *owner, Session *of) : core(owner), session(of) {}
+    ~Batch() override { core->endBatch(*session); }
+
+private:
+    const Ref<ConnectionCore> core;
+    const Ref<Session> session;
+};
 
 ConnectionCore::ConnectionCore(const char *serviceName, WorkQueue *queue)
     : name(serviceName == nullptr ? "" : serviceName), target(queue != nullptr ? queue : WorkQueue::global()),
@@ -132,6 +146,20 @@ void ConnectionCore::appended(Lock &lock) {
     const Ref<Session> s = session;
     if (s->broken || s->flushing || s->out.isBeingSent())
         return;
+    if (s->batches != 0 && s->out.gatheredBytes() < gatheredAtMost) {
+        // Handlers of replies often send the next request: what they send leaves when they all have run. One
+        // that takes its time does not hold it up.
+        if (!std::exchange(s->timed, true))
+            WorkQueue::global()->after(gatherTime, [self = Ref<ConnectionCore>(this), s] {
+                const Lock guard(self->mutex);
+                s->timed = false;
+                if (!s->over && !s->flushing && !s->out.isEmpty() && !s->out.isBeingSent()) {
+                    s->flushing = true;
+                    self->arm(*s);
+                }
+            });
+        return;
+    }
     if (s->pending.handlerCount() > gatherAbove)
         s->flushing = true;
     else
@@ -158,6 +186,16 @@ void ConnectionCore::flush(Lock &lock, Session &s, int flags, std::uint64_t upTo
         return;
     }
     arm(s);
+}
+
+void ConnectionCore::endBatch(Session &s) {
+    Lock lock(mutex);
+    --s.batches;
+    if (s.over || s.broken || s.flushing || s.out.isEmpty() || s.out.isBeingSent())
+        return;
+    flush(lock, s, MSG_DONTWAIT, s.out.appended());
+    if (!s.over)
+        arm(s);
 }
 
 void ConnectionCore::runBarriers(Session &s) {
@@ -255,8 +293,13 @@ void ConnectionCore::read(Lock &lock, Session &s, const ReplyWaiter *waiter) {
         sound = sort(s, received, deliveries) && sound;
         received.clear();
         if (!deliveries.empty()) {
+            ++s.batches;
+            auto batch = makeRef<Batch>(this, &s);
+            for (Delivery &delivery : deliveries)
+                delivery.batch = batch;
             lock.unlock();
             deliver(std::move(deliveries));
+            batch = nullptr; // may be the last to let go, and then locks
             lock.lock();
             if (s.over)
                 return;

@@ -63,7 +63,9 @@ private:
         bool watched = false;  // for incoming data, since nothing happens
         bool armed = false;
         std::uint32_t armedEvents = 0;
-        bool broken = false; // takes nothing any more; what is left to read tells why
+        std::size_t batches = 0; // of replies whose handlers have not all run
+        bool timed = false;      // what waits for them to run is sent in a moment anyway
+        bool broken = false;     // takes nothing any more; what is left to read tells why
         bool over = false;
     };
 
@@ -71,6 +73,8 @@ private:
     void establish(Lock &lock);
     void appended(Lock &lock);
     void flush(Lock &lock, Session &session, int flags, std::uint64_t upTo);
+    class Batch;
+    void endBatch(Session &session);
     void runBarriers(Session &session);
     void arm(Session &session);
     void onReady(Session &session, std::uint32_t events);

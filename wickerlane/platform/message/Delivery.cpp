@@ -11,7 +11,8 @@ void deliver(std::vector<Delivery> deliveries) {
         batch.clear();
         for (; next < deliveries.size() && deliveries[next].queue == queue; ++next)
             batch.emplace_back([handler = std::move(deliveries[next].handler),
-                                value = std::move(deliveries[next].value)] { handler(value.get()); });
+                                value = std::move(deliveries[next].value),
+                                batch = std::move(deliveries[next].batch)] { handler(value.get()); });
         queue->asyncBatch(batch);
         first = next;
     }
