@@ -44,7 +44,7 @@ void bindTo(int processor) {
 double nanosecondsEach(int count, const std::function<void(int)> &run) {
     // The best of several, since whatever disturbs a measurement makes it longer.
     double best = 1e18;
-    for (int round = 0; round < 5; ++round) {
+    for (int round = 0; round < 3; ++round) {
         const auto start = std::chrono::steady_clock::now();
         run(count);
         const std::chrono::duration<double, std::nano> took = std::chrono::steady_clock::now() - start;
@@ -288,8 +288,8 @@ Messages bus(int processor) {
 }
 
 void measure(const char *where, int processor) {
-    const double floor = bare(processor, requestBytes, 20'000);
-    const double batched = bare(processor, requestBytes * batch, 10'000) / batch;
+    const double floor = bare(processor, requestBytes, 5'000);
+    const double batched = bare(processor, requestBytes * batch, 3'000) / batch;
     const Messages ours = messages(processor);
     const Messages theirs = bus(processor);
     const auto line = [&](const char *what, double value, double to) {
