@@ -24,7 +24,7 @@ using namespace wickerlane;
 
 constinit std::atomic<int> __LKLoggingMaxAcceptedLevel{LOG_DEBUG};
 
-const Class LKLogFormatBlock::classInfo{"LKLogFormatBlock", &Object::classInfo, nullptr};
+constinit const Class LKLogFormatBlock::classInfo{"LKLogFormatBlock", &Object::classInfo, nullptr};
 
 Ref<LKLogFormatBlock> LKLogFormatBlock::create(Format format) {
     return Ref<LKLogFormatBlock>::adopt(new LKLogFormatBlock(std::move(format)));

@@ -119,7 +119,11 @@ private:
 
 /// Begins the declaration of an Immortal in static storage. Of objects that are only constinit, a compiler
 /// may register the destructor when the program starts; of constant ones it must not.
+#ifdef __clang__ // which would warn of the destructor all the same
+#define WL_IMMORTAL __attribute__((no_destroy)) constexpr
+#else
 #define WL_IMMORTAL constexpr
+#endif
 
 /// Storage for an object that is initialised at compile time and never destroyed:
 /// `WL_IMMORTAL Immortal<ConstantString> text{"text"};`
