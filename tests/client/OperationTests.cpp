@@ -124,6 +124,11 @@ TEST_F(ClientTest, EachOperationSendsItsKeysInOrderInItsMode) {
          "async on global",
          "operation:int64=9 jobDictionaries:array=[dictionary={name:string=a}, dictionary={name:string=b}]",
          true},
+        {"batch of null",
+         [](auto *c, auto &o) {
+             c->batchSaveAssetsWithJobDictionaries(nullptr, [&](Array *, Error *) { o.set(""); });
+         },
+         "async on global", "operation:int64=9 jobDictionaries:array=[]", true},
         {"create database", [](auto *c, auto &) { c->createPixholdDatabase(); }, "sync",
          "operation:int64=15"},
         {"counts",

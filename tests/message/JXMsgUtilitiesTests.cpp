@@ -1,4 +1,4 @@
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <cstring>
 #include <functional>
@@ -10,10 +10,12 @@
 #include "wickerlane/message/JXMsgUtilities.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
+#include "wickerlane/platform/preferences/Preferences.h"
 #include "wickerlane/platform/queue/WorkQueue.h"
 
 using namespace wickerlane;
 using test::consoleOf;
+using ::testing::MatchesRegex;
 
 namespace {
 
@@ -190,6 +192,7 @@ struct Resolver final : ObjectIDResolver {
 
 TEST_F(ValueCoding, ObjectIDsKeepTheirTwoLimits) {
     test::allowLastingDescriptors(4); // of the log system, which starts here
+    setPreferenceValue("JXConsoleLogLevel", Number::of(4), globalPreferencesDomain);
     const auto idOfLength = [](std::size_t length) {
         return ManagedObjectID::create(URL::of("x:" + std::string(length - 2, 'p')));
     };
@@ -214,10 +217,20 @@ TEST_F(ValueCoding, ObjectIDsKeepTheirTwoLimits) {
             const std::string log =
                 consoleOf([&] { read = JXManagedObjectIDFromMsgValue(m->get("id"), &resolver); });
             EXPECT_EQ(areEqual(read, id.get()), each.read);
+            EXPECT_THAT(log, MatchesRegex(each.read ? ""
+                                                    : "JXGenericLog <t:0x[0-9a-f]+> Bogus object ID in msg "
+                                                      "data.\n"));
         }
     }
+    const auto logOf = [&](const char *key) {
+        return consoleOf([&] { EXPECT_EQ(JXManagedObjectIDFromMsgValue(m->get(key), &resolver), nullptr); });
+    };
+    m->setData("unknown", "x:unknown", 9);
+    EXPECT_THAT(logOf("unknown"),
+                MatchesRegex("JXGenericLog <t:0x[0-9a-f]+> Unable to get object ID for x:unknown\n"));
     m->setString("text", "x:unknown");
-    EXPECT_EQ(JXManagedObjectIDFromMsgValue(m->get("text"), &resolver), nullptr) << "not data: length 0";
+    EXPECT_THAT(logOf("text"), MatchesRegex("JXGenericLog <t:0x[0-9a-f]+> Unable to get object ID for \n"))
+        << "not data: length 0";
     JXMsgDictionarySetManagedObjectID(m, "none", nullptr);
     EXPECT_FALSE(m->contains("none"));
 }

@@ -76,7 +76,7 @@ void JXGatekeeperClient::batchSaveAssetsWithJobDictionaries(Array *jobDictionari
                                                             Handler<Array *, Error *> handler) {
     if (!handler)
         failParameter(this, protocol::batchSaveAssets.name, "resultsBlock != NULL");
-    if (jobDictionaries->count() != 0)
+    if (jobDictionaries != nullptr && jobDictionaries->count() != 0)
         logJobWithCallStack(protocol::batchSaveAssets.name, jobDictionaries->at(0));
     Request request(protocol::batchSaveAssets);
     // What can't be encoded is skipped: the array that travels may be shorter than the one given.

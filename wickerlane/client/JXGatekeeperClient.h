@@ -2,16 +2,13 @@
 //
 // Conventions that hold for all operations:
 //  - They may be called from any thread. Those that return a value, and those that say so, block until hoardd
-//  has
-//    answered; the others return at once.
+//    has answered; the others return at once.
 //  - A handler runs once, on the queue that its operation names, inside a release scope, and never on the
-//  caller's
-//    thread; what it is given is borrowed for that time. A null handler where one is required is an error of
-//    programming that stops the process.
+//    caller's thread; what it is given is borrowed for that time. A null handler where one is required is an
+//    error of programming that stops the process.
 //  - Object results are borrowed: they live until the current release scope ends.
 //  - When the daemon can't be reached, operations give the failure value that they name, and most write one
-//  line to
-//    the console log.
+//    line to the console log.
 #ifndef WICKERLANE_CLIENT_JXGATEKEEPERCLIENT_H
 #define WICKERLANE_CLIENT_JXGATEKEEPERCLIENT_H
 
@@ -93,15 +90,16 @@ public:
 
     /// saveAssetWithJobDictionary:handler:imageSurface:previewImageSurface: — saves one asset, described by a
     /// job dictionary and, if not null, its picture and a preview of it. The handler (required) gets (result,
-    /// error) on replyQueue(): a result job dictionary, or null and error 10, 11 or 12.
+    /// error) on replyQueue(): a result job dictionary (null when hoardd gave none), or null and error 10, 11
+    /// or 12.
     void saveAssetWithJobDictionary(wickerlane::Dictionary *jobDictionary,
                                     Handler<wickerlane::Dictionary *, wickerlane::Error *> handler,
                                     wickerlane::ImageSurface *imageSurface = nullptr,
                                     wickerlane::ImageSurface *previewImageSurface = nullptr);
 
-    /// batchSaveAssetsWithJobDictionaries:handler: — saves many assets. The handler (required) gets (results,
-    /// error) on replyQueue(): the results in order, of the jobs that could be encoded; or null and error 10.
-    /// The collection must not change during the call.
+    /// batchSaveAssetsWithJobDictionaries:handler: — saves many assets; null is none. The handler (required)
+    /// gets (results, error) on replyQueue(): the results in order, of the jobs that could be encoded; or
+    /// null and error 10. The collection must not change during the call.
     void batchSaveAssetsWithJobDictionaries(wickerlane::Array *jobDictionaries,
                                             Handler<wickerlane::Array *, wickerlane::Error *> handler);
 

@@ -97,13 +97,15 @@ struct Job {
     }
 };
 
-/// An array of job dictionaries. Those that can't be coded are left out on either side.
+/// An array of job dictionaries; null is an empty one. Jobs that can't be coded are left out on either side.
 struct Jobs {
     using Write = Array *;
     static constexpr MessageKind kinds[] = {MessageKind::array};
     static void write(MessageDictionary *message, const char *key, Write value) {
         const auto jobs = MessageArray::create();
         message->set(key, jobs.get());
+        if (value == nullptr)
+            return;
         const std::size_t changes = value->changeCount();
         for (std::size_t i = 0; i < value->count(); ++i) {
             ReleaseScope scope;
