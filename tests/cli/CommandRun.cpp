@@ -1,0 +1,157 @@
+#include "tests/cli/CommandRun.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/mman.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+
+#include "wickerlane/protocol/ServiceName.h"
+#include "wickerlane/store/LibraryPaths.h"
+
+namespace wickerlane::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string readFrom(int descriptor) {
+    std::string text;
+    char buffer[4096];
+    ssize_t count = 0;
+    off_t position = 0;
+    while ((count = pread(descriptor, buffer, sizeof buffer, position)) > 0) {
+        text.append(buffer, static_cast<std::size_t>(count));
+        position += count;
+    }
+    return text;
+}
+
+/// Ends the daemon that has the test's library open, and waits until it is gone. It is not this process's
+/// child.
+void endDaemon() {
+    pid_t process = 0;
+    std::ifstream(store::LibraryPaths().lock()) >> process;
+    if (process <= 0)
+        return;
+    const int handle = static_cast<int>(syscall(SYS_pidfd_open, process, 0));
+    if (handle < 0)
+        return;
+    // The file outlives the daemon: by now the number may be another process's.
+    std::error_code gone;
+    if (fs::read_symlink("/proc/" + std::to_string(process) + "/exe", gone) == HOARDD_PROGRAM) {
+        syscall(SYS_pidfd_send_signal, handle, SIGTERM, nullptr, 0);
+        pollfd ended{handle, POLLIN, 0};
+        while (poll(&ended, 1, 30'000) < 0 && errno == EINTR) {
+        }
+    }
+    close(handle);
+}
+
+} // namespace
+
+std::ostream &operator<<(std::ostream &stream, const CommandResult &result) {
+    return stream << "exit code " << result.exitCode << "\n--- output\n"
+                  << result.output << "--- errors\n"
+                  << result.errors;
+}
+
+RunningCommand::RunningCommand(const std::vector<std::string> &arguments)
+    : outputFile(memfd_create("output", MFD_CLOEXEC)), errorFile(memfd_create("errors", MFD_CLOEXEC)) {
+    std::vector<std::string> words{WICKERLANE_COMMAND};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    std::vector<char *> pointers;
+    for (std::string &word : words)
+        pointers.push_back(word.data());
+    pointers.push_back(nullptr);
+
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_adddup2(&actions, outputFile, STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, errorFile, STDERR_FILENO);
+    EXPECT_EQ(posix_spawn(&pid, WICKERLANE_COMMAND, &actions, nullptr, pointers.data(), environ), 0);
+    posix_spawn_file_actions_destroy(&actions);
+}
+
+bool RunningCommand::isRunning() const {
+    siginfo_t ended{};
+    return waitid(P_PID, static_cast<id_t>(pid), &ended, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+           ended.si_pid == 0;
+}
+
+CommandResult RunningCommand::wait() {
+    CommandResult result;
+    int status = 0;
+    if (pid > 0 && waitpid(pid, &status, 0) == pid)
+        result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+    pid = -1;
+    result.output = readFrom(outputFile);
+    result.errors = readFrom(errorFile);
+    return result;
+}
+
+RunningCommand::~RunningCommand() {
+    if (pid > 0) {
+        kill(pid, SIGKILL);
+        waitpid(pid, nullptr, 0);
+    }
+    close(outputFile);
+    close(errorFile);
+}
+
+CommandResult run(const std::vector<std::string> &arguments) {
+    return RunningCommand(arguments).wait();
+}
+
+void CommandTest::SetUp() {
+    const fs::path root = std::getenv("WICKERLANE_ROOT");
+    folder = root / "files";
+    fs::create_directories(folder);
+    const fs::path services = root / "services";
+    fs::create_directories(services);
+    std::ofstream(services / (std::string(WickerlaneGatekeeperName) + ".plist"))
+        << R"(<?xml version="1.0" encoding="UTF-8"?><plist version="1.0"><dict><key>Program</key><string>)"
+        << HOARDD_PROGRAM
+        << "</string><key>Arguments</key><array><string>--idle-seconds</string><string>60</string></array></"
+           "dict></plist>\n";
+    setenv("WICKERLANE_SERVICES", services.c_str(), 1);
+}
+
+void CommandTest::TearDown() {
+    endDaemon();
+    unsetenv("WICKERLANE_SERVICES");
+}
+
+std::string CommandTest::file(const std::string &name, std::span<const std::byte> contents) const {
+    const fs::path path = folder / name;
+    fs::create_directories(path.parent_path());
+    std::ofstream(path, std::ios::binary)
+        .write(reinterpret_cast<const char *>(contents.data()),
+               static_cast<std::streamsize>(contents.size()));
+    return path.string();
+}
+
+std::string CommandTest::imported(const std::string &path) const {
+    const CommandResult result = run({"import", path, "--json"});
+    const auto report = result.json();
+    if (result.exitCode != 0 || !report.contains("saved") || report["saved"].size() != 1) {
+        ADD_FAILURE() << "could not import " << path << ": " << result;
+        return "";
+    }
+    return report["saved"][0]["uuid"];
+}
+
+std::string contentsOf(const fs::path &path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+} // namespace wickerlane::test

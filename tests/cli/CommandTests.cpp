@@ -1,0 +1,230 @@
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <csignal>
+#include <fstream>
+
+#include "tests/cli/CommandRun.h"
+#include "tests/support/TestImages.h"
+
+using namespace wickerlane::test;
+namespace fs = std::filesystem;
+
+namespace {
+
+const auto jpeg = [] { return jpegOf(fourCorners(64, 48)); };
+const auto png = [] { return pngOf(fourCorners(40, 40)); };
+const std::string absentUUID = "00000000-0000-4000-8000-000000000000";
+
+std::span<const std::byte> bytesOf(std::string_view text) {
+    return std::as_bytes(std::span(text));
+}
+
+std::vector<std::string> entriesOf(const fs::path &folder) {
+    std::vector<std::string> names;
+    for (const auto &entry : fs::directory_iterator(folder))
+        names.push_back(entry.path().filename());
+    return names;
+}
+
+TEST_F(CommandTest, ImportsAFolderAndListsIt) {
+    TestExif exif;
+    exif.dateTimeOriginal = "2001:06:15 10:20:30";
+    file("trip/beach.jpg", jpegOf(fourCorners(64, 48), exif));
+    file("trip/day 2/dunes.PNG", pngOf(fourCorners(30, 20)));
+    file("trip/notes.txt", bytesOf("nothing to see"));
+    file("trip/.hidden.jpg", jpeg());
+
+    const auto report = run({"import", (folder / "trip").string(), "--json"}).json();
+    ASSERT_EQ(report["saved"].size(), 2U) << report;
+    EXPECT_EQ(report["refused"].size(), 0U);
+    EXPECT_EQ(report["passedOver"], 1);
+
+    EXPECT_EQ(run({"count"}).output, "2 photos, 0 videos\n");
+    EXPECT_EQ(run({"count", "--json"}).json(), (nlohmann::json{{"photos", 2}, {"videos", 0}}));
+
+    const auto oldest = run({"list", "--json", "--limit", "1"}).json();
+    ASSERT_EQ(oldest.size(), 1U);
+    EXPECT_EQ(oldest[0]["name"], "beach.jpg");
+    EXPECT_EQ(oldest[0]["width"], 64);
+    EXPECT_EQ(oldest[0]["height"], 48);
+    const auto rest = run({"list", "--json", "--offset", "1"}).json();
+    ASSERT_EQ(rest.size(), 1U);
+    EXPECT_EQ(rest[0]["name"], "dunes.PNG");
+    EXPECT_EQ(run({"list", "--json", "--sort", "newest"}).json()[0], rest[0]);
+    EXPECT_EQ(run({"list", "--json", "--kind", "video"}).json(), nlohmann::json::array());
+
+    const std::string table = run({"list"}).output;
+    EXPECT_NE(table.find("64x48"), std::string::npos) << table;
+    EXPECT_NE(table.find("beach.jpg"), std::string::npos) << table;
+    EXPECT_EQ(std::count(table.begin(), table.end(), '\n'), 3) << table;
+}
+
+TEST_F(CommandTest, ImportSaysWhatItRefusedAndKeepsTheRest) {
+    const std::string good = file("good.jpg", jpeg());
+    fs::create_symlink("nowhere", folder / "dangling.jpg");
+    mkfifo((folder / "pipe.jpg").c_str(), 0600);
+    const std::string empty = file("empty.jpg", {});
+
+    const CommandResult result =
+        run({"import", good, (folder / "dangling.jpg").string(), (folder / "pipe.jpg").string(), empty,
+             (folder / "absent.jpg").string()});
+    EXPECT_EQ(result.exitCode, 1) << result;
+    EXPECT_NE(result.output.find("1 file saved, 4 refused"), std::string::npos) << result;
+    for (const char *name : {"dangling.jpg: ", "pipe.jpg: ", "empty.jpg: ", "absent.jpg: "})
+        EXPECT_NE(result.errors.find(name), std::string::npos) << result;
+    EXPECT_EQ(run({"count"}).output, "1 photo, 0 videos\n");
+}
+
+TEST_F(CommandTest, AFileThatIsNoPictureIsKeptWithItsProblem) {
+    const std::string uuid = imported(file("words.jpg", bytesOf("only words")));
+    const auto shown = run({"show", uuid, "--json"}).json();
+    EXPECT_TRUE(shown.contains("problem")) << shown;
+
+    const CommandResult thumbnail = run({"thumbnail", uuid, "--to", (folder / "out.jpg").string()});
+    EXPECT_EQ(thumbnail.exitCode, 1) << thumbnail;
+    EXPECT_NE(thumbnail.errors.find("decoded"), std::string::npos) << thumbnail;
+    EXPECT_FALSE(fs::exists(folder / "out.jpg"));
+
+    EXPECT_EQ(run({"export", uuid, "--to", (folder / "back.jpg").string()}).exitCode, 0);
+    EXPECT_EQ(contentsOf(folder / "back.jpg"), "only words");
+}
+
+TEST_F(CommandTest, AnAssetIsFoundByAnyOfItsNames) {
+    const std::string uuid = imported(file("a.jpg", jpeg()));
+    const auto shown = run({"show", uuid, "--json"}).json();
+    ASSERT_EQ(shown["uuid"], uuid) << shown;
+    EXPECT_EQ(shown["name"], "a.jpg");
+    std::string lower = uuid;
+    for (char &c : lower)
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    for (const std::string &name :
+         {lower, shown["url"].get<std::string>(), shown["objectID"].get<std::string>()})
+        EXPECT_EQ(run({"show", name, "--json"}).json(), shown) << name;
+    EXPECT_NE(run({"show", uuid}).output.find("64x48"), std::string::npos);
+}
+
+TEST_F(CommandTest, ExportGivesTheOriginalAndNeverReplacesUnasked) {
+    const std::string source = file("a.jpg", jpeg());
+    const std::string uuid = imported(source);
+    const fs::path out = folder / "out";
+    fs::create_directory(out);
+
+    const CommandResult first = run({"export", uuid, "--to", out.string()});
+    EXPECT_EQ(first.exitCode, 0) << first;
+    EXPECT_EQ(contentsOf(out / "a.jpg"), contentsOf(source));
+
+    file("out/a.jpg", bytesOf("mine"));
+    const CommandResult second = run({"export", uuid, "--to", out.string()});
+    EXPECT_EQ(second.exitCode, 1) << second;
+    EXPECT_NE(second.errors.find("--force"), std::string::npos) << second;
+    EXPECT_EQ(contentsOf(out / "a.jpg"), "mine");
+
+    EXPECT_EQ(run({"export", "--all", "--force", "--to", out.string()}).exitCode, 0);
+    EXPECT_EQ(contentsOf(out / "a.jpg"), contentsOf(source));
+    EXPECT_EQ(entriesOf(out), std::vector<std::string>{"a.jpg"}) << "nothing temporary may stay behind";
+}
+
+TEST_F(CommandTest, ThumbnailsComeInEachFormat) {
+    const std::string source = file("a.png", png());
+    const std::string uuid = imported(source);
+    const struct {
+        const char *format;
+        std::string start;
+    } cases[] = {
+        {"small", "\xff\xd8\xff"}, {"preview", "\xff\xd8\xff"},      {"full", "\xff\xd8\xff"},
+        {"png", "\x89PNG"},        {"original", contentsOf(source)},
+    };
+    for (const auto &[format, start] : cases) {
+        const fs::path out = folder / format;
+        const CommandResult result = run({"thumbnail", uuid, "--format", format, "--to", out.string()});
+        EXPECT_EQ(result.exitCode, 0) << format << ": " << result;
+        EXPECT_TRUE(contentsOf(out).starts_with(start)) << format;
+    }
+    EXPECT_EQ(run({"thumbnail", uuid, "--to", (folder / "small").string()}).exitCode, 1);
+}
+
+TEST_F(CommandTest, StatusStartsTheDaemonOnlyWhenAsked) {
+    EXPECT_EQ(run({"daemon", "status", "--json"}).json()["running"], false);
+    const auto started = run({"daemon", "status", "--start", "--json"}).json();
+    EXPECT_EQ(started["running"], true) << started;
+    EXPECT_EQ(started["access"], true) << started;
+    const auto again = run({"daemon", "status", "--json"}).json();
+    EXPECT_EQ(again["process"], started["process"]) << again;
+}
+
+TEST_F(CommandTest, ExitCodesTellWhatIsWrong) {
+    imported(file("a.jpg", jpeg()));
+    const struct {
+        std::vector<std::string> arguments;
+        int exitCode;
+        const char *said;
+    } cases[] = {
+        {{}, 2, "subcommand"},
+        {{"fly"}, 2, ""},
+        {{"import"}, 2, "PATH"},
+        {{"list", "--sort", "sideways"}, 2, "sideways"},
+        {{"list", "--limit", "-1"}, 2, "--limit"},
+        {{"thumbnail", absentUUID, "--format", "huge"}, 2, "huge"},
+        {{"export"}, 2, "ASSET"},
+        {{"export", "--all", "--to", "/nonexistent/file"}, 2, "folder"},
+        {{"show", absentUUID}, 4, "wickerlane list"},
+        {{"show", "not-a-uuid"}, 4, "not-a-uuid"},
+        {{"export", absentUUID}, 4, absentUUID.c_str()},
+        {{"thumbnail", "rez-vault://asset/asset.JPG?id=" + absentUUID}, 4, absentUUID.c_str()},
+        {{"--root", (folder / "empty").string(), "list"}, 4, "wickerlane import"},
+        {{"--help"}, 0, ""},
+        {{"daemon", "status", "--help"}, 0, ""},
+    };
+    for (const auto &[arguments, exitCode, said] : cases) {
+        const CommandResult result = run(arguments);
+        EXPECT_EQ(result.exitCode, exitCode) << ::testing::PrintToString(arguments) << ": " << result;
+        EXPECT_NE(result.errors.find(said), std::string::npos)
+            << ::testing::PrintToString(arguments) << result;
+    }
+}
+
+TEST_F(CommandTest, WithoutADaemonEveryRequestSaysSo) {
+    setenv("WICKERLANE_SERVICES", (folder / "no services").c_str(), 1);
+    const fs::path folderOfServices = folder / "no services";
+    fs::create_directory(folderOfServices);
+    std::ofstream(folderOfServices / "org.wickerlane.hoardd.Gatekeeper.plist")
+        << R"({ Program = "/nonexistent/hoardd"; })";
+    for (const auto &arguments : std::vector<std::vector<std::string>>{
+             {"count"}, {"import", file("a.jpg", jpeg())}, {"daemon", "status", "--start"}}) {
+        const CommandResult result = run(arguments);
+        EXPECT_EQ(result.exitCode, 3) << ::testing::PrintToString(arguments) << ": " << result;
+        EXPECT_NE(result.errors.find("hoardd"), std::string::npos) << result;
+        EXPECT_EQ(result.output, "") << result;
+    }
+}
+
+TEST_F(CommandTest, AForeignNameCannotForgeALine) {
+    imported(file("a\nwickerlane: all is well.jpg", jpeg()));
+    const std::string table = run({"list"}).output;
+    EXPECT_EQ(std::count(table.begin(), table.end(), '\n'), 2) << table;
+    EXPECT_NE(table.find("a\\nwickerlane"), std::string::npos) << table;
+}
+
+TEST_F(CommandTest, AnInterruptedImportKeepsAndReportsWhatItSaved) {
+    std::vector<std::string> arguments{"import", "--json", "--quiet"};
+    for (int i = 0; i < 400; ++i)
+        file("many/" + std::to_string(i) + ".jpg", jpeg());
+    arguments.push_back((folder / "many").string());
+    ASSERT_EQ(run({"daemon", "status", "--start"}).exitCode, 0);
+
+    RunningCommand importing(arguments);
+    // The first assets are there: the import is under way.
+    while (run({"list", "--limit", "1", "--json"}).json().empty() && importing.isRunning()) {
+    }
+    kill(importing.process(), SIGINT);
+    const CommandResult result = importing.wait();
+
+    const auto report = result.json();
+    ASSERT_TRUE(report.contains("saved")) << result;
+    EXPECT_EQ(report["refused"].size(), 0U) << result;
+    EXPECT_EQ(result.exitCode, report["interrupted"] ? 1 : 0);
+    EXPECT_EQ(run({"count", "--json"}).json()["photos"], report["saved"].size());
+}
+
+} // namespace
