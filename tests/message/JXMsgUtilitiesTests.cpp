@@ -177,6 +177,15 @@ TEST_F(ValueCoding, IndexSetsTravelAsRanges) {
     mixed->appendUInt64(2);
     m->set("mixed", mixed.get());
     EXPECT_TRUE(areEqual(JXIndexSetFromMsgDictionary(m, "mixed"), IndexSet::create({0, 1}).get()));
+
+    // As many as a message holds, in the order that is hardest to put in.
+    const auto descending = MessageArray::create();
+    for (std::uint64_t first = 1'000'000; first != 0; first -= 2) {
+        descending->appendUInt64(first);
+        descending->appendUInt64(1);
+    }
+    m->set("descending", descending.get());
+    EXPECT_EQ(JXIndexSetFromMsgDictionary(m, "descending")->count(), 500'000U);
 }
 
 // Knows every URI but "x:unknown", and answers with the URI itself.

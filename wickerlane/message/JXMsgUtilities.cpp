@@ -1,6 +1,8 @@
 #include "wickerlane/message/JXMsgUtilities.h"
 
+#include <algorithm>
 #include <cstring>
+#include <vector>
 
 #include "wickerlane/log/JXLog.h"
 #include "wickerlane/message/JXMsgData.h"
@@ -120,11 +122,17 @@ MutableIndexSet *JXIndexSetFromMsgDictionary(MessageValue *dict, const char *key
     MessageValue *value = rawValue(dict, key);
     if (value == nullptr)
         return nullptr;
-    auto indexSet = MutableIndexSet::create();
     const auto *array = as<MessageArray>(value);
     const std::size_t count = array != nullptr ? array->count() : 0;
+    std::vector<Range> ranges;
+    ranges.reserve(count / 2);
     for (std::size_t i = 1; i < count; i += 2)
-        indexSet->add(Range{array->uint64At(i - 1), array->uint64At(i)});
+        ranges.push_back({array->uint64At(i - 1), array->uint64At(i)});
+    // Writers send them in ascending order; half a million in descending order would take a minute to put in.
+    std::ranges::sort(ranges, {}, &Range::location);
+    auto indexSet = MutableIndexSet::create();
+    for (const Range &range : ranges)
+        indexSet->add(range);
     return autorelease(std::move(indexSet));
 }
 
