@@ -67,11 +67,12 @@ struct Conversion {
     unsigned position = 0;
 };
 
-union Value {
-    std::intmax_t integer;
-    double real;
-    long double longReal;
-    const void *pointer;
+// An argument: the one of these that its type says.
+struct Value {
+    std::intmax_t integer = 0;
+    double real = 0;
+    long double longReal = 0;
+    const void *pointer = nullptr;
 };
 
 Type typeOf(char letter, Length length) noexcept {
@@ -276,7 +277,7 @@ public:
 
 private:
     Value read(Type type) {
-        Value value{};
+        Value value;
         switch (type) {
         case Type::none:
             break;

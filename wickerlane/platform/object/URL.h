@@ -26,11 +26,12 @@ public:
 
     /// The whole URL, resolved against its base; borrowed, never null.
     [[nodiscard]] String *absoluteString() const;
-    [[nodiscard]] String *relativeString() const; ///< The text it was made from; borrowed.
+    [[nodiscard]] String *relativeString() const; ///< The text it was made from, percent-encoded; borrowed.
     [[nodiscard]] const URL *baseURL() const;     ///< Null when absolute; lives as long as this URL.
     [[nodiscard]] URL *absoluteURL() const;       ///< Borrowed.
 
-    // Parts of the absolute URL; borrowed; null when the URL has no such part.
+    // Parts of the absolute URL; borrowed; null when the URL has no such part. A path is always there, if
+    // only an empty one. Percent-encoded bytes that are no UTF-8, and NUL, stay so in decoded texts.
     [[nodiscard]] String *scheme() const;
     [[nodiscard]] String *host() const;
     [[nodiscard]] String *path() const; ///< Percent-decoded; without a trailing slash unless it is "/".
