@@ -12,7 +12,7 @@
 
 #include "hoardd/FileCopy.h"
 #include "hoardd/Sha256.h"
-#include "wickerlane/platform/console/Console.h"
+#include "wickerlane/log/JXLog.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
@@ -274,8 +274,8 @@ void AssetSaver::recover() {
         const std::optional<bool> isSaved = store.contains(record.uuid);
         if (!isSaved)
             continue; // unknown: both answers could lose something
-        consoleLog("hoardd: %s the unfinished save of %s", *isSaved ? "completed" : "undid",
-                   record.filename.c_str());
+        JX_LOG(JXLogLevelNotice, JXAssetImportLog, "%s the unfinished save of %s",
+               *isSaved ? "completed" : "undid", record.filename.c_str());
         if (*isSaved)
             std::filesystem::remove_all(entry.path(), error);
         else

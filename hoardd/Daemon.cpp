@@ -4,7 +4,7 @@
 #include <unistd.h>
 
 #include "hoardd/Dispatch.h"
-#include "wickerlane/platform/console/Console.h"
+#include "wickerlane/log/JXLog.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/protocol/ServiceName.h"
 
@@ -41,7 +41,7 @@ Library *Daemon::library(const Call &call) {
         std::string problem;
         opened = Library::open(store::LibraryPaths(), problem);
         if (!opened) {
-            consoleLogText(problem);
+            JX_LOG(JXLogLevelError, JXGenericLog, "%s", problem.c_str());
             call.refuse(problem);
         }
     }

@@ -4,6 +4,7 @@
 
 #include "hoardd/Daemon.h"
 #include "hoardd/Handlers.h"
+#include "wickerlane/log/JXLog.h"
 #include "wickerlane/protocol/Operations.h"
 
 namespace hoardd {
@@ -32,10 +33,20 @@ std::span<const DispatchEntry> dispatchTable() {
     return table;
 }
 
+namespace {
+
+void refuse(const Call &call, std::string_view why) {
+    JX_LOG(JXLogLevelWarning, JXGatekeeperMsgLog, "refused a request of process %d: %s", call.peer().process,
+           std::string(why).c_str());
+    call.refuse(why);
+}
+
+} // namespace
+
 void dispatch(Daemon &daemon, const Call &call) {
     const auto *operation = as<MessageScalar>(call.value(protocol::keys::operation));
     if (operation == nullptr || operation->kind() != MessageKind::int64)
-        return call.refuse("the request names no operation");
+        return refuse(call, "the request names no operation");
     const protocol::OperationCode code = operation->int64Value();
 
     // Several rows may share a code: the request is served by the first whose shape it has.
@@ -47,15 +58,15 @@ void dispatch(Daemon &daemon, const Call &call) {
         if (!problem.empty())
             continue;
         if (!entry.isForEverybody && daemon.accessOf(call.peer()) != AccessStatus::granted)
-            return call.refuse("this user has no access to the photo library");
+            return refuse(call, "this user has no access to the photo library");
         try {
             entry.handle(daemon, call);
         } catch (const std::exception &failure) {
-            call.refuse(failure.what());
+            refuse(call, failure.what());
         }
         return;
     }
-    call.refuse(problem);
+    refuse(call, problem);
 }
 
 } // namespace hoardd

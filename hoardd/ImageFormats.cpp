@@ -11,6 +11,7 @@
 
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/queue/WorkQueue.h"
+#include "wickerlane/protocol/ImageFormats.h"
 
 namespace hoardd {
 
@@ -83,16 +84,16 @@ ServedImage thumbnail(Library &library, const store::ManagedAsset &asset, Thumbn
 } // namespace
 
 ServedImage imageOf(Library &library, const store::ManagedAsset &asset, std::uint64_t format) {
-    switch (static_cast<ServedFormat>(format)) {
-    case ServedFormat::original:
+    switch (format) {
+    case protocol::imageDataOriginal:
         return lendFile(library.paths().original(asset.record()));
-    case ServedFormat::smallJPEG:
+    case protocol::imageDataSmallJPEG:
         return thumbnail(library, asset, ThumbnailSize::small);
-    case ServedFormat::previewJPEG:
+    case protocol::imageDataPreviewJPEG:
         return thumbnail(library, asset, ThumbnailSize::preview);
-    case ServedFormat::fullSizeJPEG:
+    case protocol::imageDataFullSizeJPEG:
         return render(library, asset, {.format = ImageFormat::jpeg});
-    case ServedFormat::fullSizePNG:
+    case protocol::imageDataFullSizePNG:
         return render(library, asset, {.format = ImageFormat::png});
     }
     return failed("there is no image format " + std::to_string(format));

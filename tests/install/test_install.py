@@ -5,7 +5,9 @@ import argparse
 import concurrent.futures
 import os
 import pathlib
+import select
 import shutil
+import signal
 import subprocess
 import sys
 import tempfile
@@ -27,15 +29,23 @@ def run(*command, **more):
     return result.stdout
 
 
-def check_application(program, environment):
+def check_application(program, environment, expected):
     output = run(program, env=environment)
-    assert output == 'Sommer: 3\n', output
+    assert output == f'photos: {expected}\npicture: a PNG\n', output
+
+
+def end_daemon(root):
+    """Ends the daemon that the application started, by the process id in the library's lock."""
+    process = int((root / 'var/mobile/Media/PhotoData/hoardd.lock').read_text(encoding='utf-8'))
+    with os.fdopen(os.pidfd_open(process)) as pidfd:
+        os.kill(process, signal.SIGTERM)
+        select.select([pidfd], [], [], 60)
 
 
 def build_with_pkg_config(folder, environment):
     flags = run('pkg-config', '--cflags', '--libs', 'wickerlane', env=environment).split()
     run(options.cxx, '-std=c++20', *sanitizers, folder / 'main.cpp', '-o', folder / 'by-pkg-config', *flags)
-    check_application(folder / 'by-pkg-config', environment)
+    check_application(folder / 'by-pkg-config', environment, 1)
 
 
 def build_with_cmake(folder, prefix, environment):
@@ -43,7 +53,7 @@ def build_with_cmake(folder, prefix, environment):
     run(options.cmake, '-S', folder, '-B', build, f'-DCMAKE_PREFIX_PATH={prefix}',
         f'-DCMAKE_CXX_COMPILER={options.cxx}', f"-DCMAKE_CXX_FLAGS={' '.join(sanitizers)}")
     run(options.cmake, '--build', build)
-    check_application(build / 'application', environment)
+    check_application(build / 'application', environment, 2)
 
 
 def compile_header(include, header):
@@ -80,8 +90,11 @@ def main():
         pkgconfig = next(prefix.rglob('wickerlane.pc')).parent
         environment = {**os.environ, 'PKG_CONFIG_PATH': str(pkgconfig), 'LD_LIBRARY_PATH': str(pkgconfig.parent),
                        'WICKERLANE_ROOT': str(top / 'root')}
-        build_with_pkg_config(folder, environment)
-        build_with_cmake(folder, prefix, environment)
+        try:
+            build_with_pkg_config(folder, environment)
+            build_with_cmake(folder, prefix, environment)
+        finally:
+            end_daemon(top / 'root')
         check_headers(prefix / 'include')
 
 

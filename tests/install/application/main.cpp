@@ -1,18 +1,55 @@
-// An application that knows of the library what is installed of it.
+// An application that knows of the library what is installed of it: it saves a picture and reads it back.
 #include <cstdio>
+#include <cstring>
 
-#include <wickerlane/platform/message/MessageValue.h>
-#include <wickerlane/platform/object/Number.h>
+#include <wickerlane/client/JXGatekeeperClient.h>
 #include <wickerlane/platform/object/ReleaseScope.h>
+#include <wickerlane/protocol/ImageFormats.h>
+#include <wickerlane/protocol/JobKeys.h>
+#include <wickerlane/store/ObjectStore.h>
 
 using namespace wickerlane;
 
+namespace {
+
+// A grey picture of two by two pixels, in the plainest format that there is.
+Ref<ImageSurface> picture() {
+    auto surface = ImageSurface::create(2, 2, PixelFormat::gray8);
+    std::memset(surface->writableBytes(), 128, surface->bytesPerRow() * surface->height());
+    return surface;
+}
+
+} // namespace
+
 int main() {
     ReleaseScope scope;
-    const auto message = MessageDictionary::create();
-    message->setString("title", String::of("Sommer")->utf8());
-    message->setInt64("count", Number::of(3)->int64Value());
-    std::printf("%s: %lld\n", message->getString("title")->data(),
-                static_cast<long long>(message->getInt64("count")));
+    JXGatekeeperClient *client = JXGatekeeperClient::sharedInstance();
+    const auto answered = Semaphore::create(0);
+    Ref<Dictionary> result;
+    const auto surface = picture();
+    client->saveAssetWithJobDictionary(
+        nullptr,
+        [&](Dictionary *saved, Error *error) {
+            if (error != nullptr)
+                std::printf("%s\n", error->description()->cString());
+            result = saved;
+            answered->signal();
+        },
+        surface.get());
+    answered->wait();
+    const auto *url = result ? result->get<String>(protocol::jobResult::assetURL) : nullptr;
+    if (url == nullptr)
+        return 1;
+    client->getPhotosAndVideosCountWithHandler([&](Number *photos, Number *) {
+        std::printf("photos: %s\n", photos->description()->cString());
+        answered->signal();
+    });
+    answered->wait();
+    const auto id =
+        ManagedObjectID::create(URL::of(result->get<String>(protocol::jobResult::objectIDURI)->utf8()));
+    const Data *png = client->imageDataForAsset(id.get(), protocol::imageDataFullSizePNG);
+    std::printf("picture: %s\n",
+                png != nullptr && png->length() > 8 && std::memcmp(png->bytes(), "\x89PNG", 4) == 0 ? "a PNG"
+                                                                                                    : "none");
     return 0;
 }

@@ -34,6 +34,7 @@ std::vector<std::string> folders() {
                 result.emplace_back(rest.substr(0, colon));
             rest.remove_prefix(colon == rest.npos ? rest.size() : colon + 1);
         }
+        return result;
     }
     result.push_back(pathUnderRoot("/Library/Services"));
     if (std::string beside = libraryFolder(); !beside.empty())

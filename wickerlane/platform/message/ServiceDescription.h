@@ -15,9 +15,9 @@ namespace wickerlane {
 /// relative one starts at the folder of the file), and "Arguments", an array of strings, which may be
 /// missing.
 ///
-/// The folders in which it is looked for, in this order: those in WICKERLANE_SERVICES (separated by colons),
-/// the root's "/Library/Services", "../share/wickerlane/services" beside the folder of libwickerlane.so, and
-/// the folder of the installation.
+/// The folders in which it is looked for, in this order: the root's "/Library/Services",
+/// "../share/wickerlane/services" beside the folder of libwickerlane.so, and the folder of the installation. When
+/// WICKERLANE_SERVICES is set, those that it names (separated by colons) and no others.
 struct ServiceDescription {
     std::string program;                ///< Absolute.
     std::vector<std::string> arguments; ///< Without the program's name.
