@@ -125,6 +125,7 @@ TEST_F(Life, LeftoversOfAKilledSaveAreCompletedOrUndone) {
     const FileBytes picture = pngOf(fourCorners(4, 4));
     const MutableDictionary *saved = saveData(picture);
     end(daemon(), SIGKILL);
+    connection = connect(); // a request that met the end of the old daemon would fail
     // As if the kill had come between commit and reply: the row is there, and the folder still stands.
     fs::create_directory(paths.saving() + '/' + textIn(saved, "filename"));
     // As if it had come before the commit: files in their places without a row.

@@ -25,7 +25,7 @@ using FileBytes = std::vector<std::byte>;
 class RunningHoardd : public testing::Test {
 protected:
     /// Lets the next daemon be started with these arguments.
-    void describeService(const std::vector<std::string> &arguments = {"--idle-seconds", "0"});
+    void describeService(const std::vector<std::string> &arguments = {"--idle-seconds", "60"});
     void SetUp() override;
     void TearDown() override;
 
