@@ -1,30 +1,29 @@
 // Synchronous and pipelined requests through the message service, beside the same bytes over a bare socket
 // and the same work over a peer-to-peer D-Bus connection. Client and service are two processes, bound to one
 // processor and to two. Prints one line a measurement: nanoseconds a request, and the ratio to the bare
-// floor.
-#include <sched.h>
-#include <signal.h>
+// floor. Round trips are measured in short batches taken in turn, so that what else the machine does falls on
+// all alike: the ratio is the median of the ratios of neighbouring batches, the time that of the best batch.
 #include <sys/socket.h>
-#include <sys/wait.h>
 #include <systemd/sd-bus.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <atomic>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
-#include <filesystem>
 #include <functional>
 #include <future>
-#include <string>
 #include <vector>
 
+#include "bench/InTurn.h"
+#include "bench/OtherProcess.h"
+#include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/platform/message/MessageConnection.h"
 #include "wickerlane/platform/message/MessageListener.h"
+#include "wickerlane/protocol/Keys.h"
 
 using namespace wickerlane;
+using bench::Other;
+using bench::readAll;
+using bench::writeAll;
 
 namespace {
 
@@ -32,14 +31,6 @@ constexpr const char *serviceName = "org.wickerlane.bench.Service";
 constexpr std::size_t requestBytes = 150;
 constexpr std::size_t batch = 32;
 constexpr int inFlight = 256;
-
-void bindTo(int processor) {
-    cpu_set_t set;
-    CPU_ZERO(&set);
-    CPU_SET(static_cast<std::size_t>(processor), &set);
-    if (sched_setaffinity(0, sizeof set, &set) != 0)
-        std::perror("sched_setaffinity");
-}
 
 double nanosecondsEach(int count, const std::function<void(int)> &run) {
     // The best of several, since whatever disturbs a measurement makes it longer.
@@ -53,52 +44,6 @@ double nanosecondsEach(int count, const std::function<void(int)> &run) {
     return best;
 }
 
-// Runs a service in another process until the measurement is over.
-class Other {
-public:
-    Other(int processor, const std::function<void(int)> &serve) {
-        int ends[2];
-        if (socketpair(AF_UNIX, SOCK_STREAM, 0, ends) != 0)
-            std::abort();
-        process = fork();
-        if (process == 0) {
-            close(ends[0]);
-            bindTo(processor);
-            serve(ends[1]);
-            _exit(0);
-        }
-        close(ends[1]);
-        socket = ends[0];
-    }
-    ~Other() {
-        close(socket);
-        kill(process, SIGKILL);
-        waitpid(process, nullptr, 0);
-    }
-    int socket = -1;
-
-private:
-    pid_t process = -1;
-};
-
-void readAll(int fd, char *bytes, std::size_t count) {
-    for (std::size_t done = 0; done < count;) {
-        const ssize_t got = read(fd, bytes + done, count - done);
-        if (got <= 0)
-            _exit(0);
-        done += static_cast<std::size_t>(got);
-    }
-}
-
-void writeAll(int fd, const char *bytes, std::size_t count) {
-    for (std::size_t done = 0; done < count;) {
-        const ssize_t put = write(fd, bytes + done, count - done);
-        if (put <= 0)
-            _exit(0);
-        done += static_cast<std::size_t>(put);
-    }
-}
-
 // Sends back whatever comes, in pieces of `size` bytes.
 void echoBytes(int fd, std::size_t size) {
     std::vector<char> bytes(size);
@@ -108,16 +53,22 @@ void echoBytes(int fd, std::size_t size) {
     }
 }
 
-double bare(int processor, std::size_t size, int count) {
-    const Other other(processor, [size](int fd) { echoBytes(fd, size); });
-    std::vector<char> bytes(size);
-    return nanosecondsEach(count, [&](int n) {
-        for (int i = 0; i < n; ++i) {
-            writeAll(other.socket, bytes.data(), size);
-            readAll(other.socket, bytes.data(), size);
+// The floor: another process that sends back what it gets.
+class Bare {
+public:
+    Bare(int processor, std::size_t size)
+        : other(processor, [size](int fd) { echoBytes(fd, size); }), bytes(size) {}
+    void run(int count) {
+        for (int i = 0; i < count; ++i) {
+            writeAll(other.socket, bytes.data(), bytes.size());
+            readAll(other.socket, bytes.data(), bytes.size());
         }
-    });
-}
+    }
+
+private:
+    Other other;
+    std::vector<char> bytes;
+};
 
 Ref<MessageDictionary> request() {
     auto message = MessageDictionary::create();
@@ -129,20 +80,8 @@ Ref<MessageDictionary> request() {
     return message;
 }
 
-void serveMessages(int ready) {
-    const auto listener =
-        MessageListener::create(serviceName, nullptr,
-                                [](ReceivedMessage *received) {
-                                    const MessageDictionary *message = received->message();
-                                    auto reply = MessageDictionary::create();
-                                    reply->setInt64("operation", message->getInt64("operation"));
-                                    reply->setString("fileURL", message->getString("assetURL").value_or(""));
-                                    reply->setBool("authorized", message->getBool("withAdjustments"));
-                                    reply->setUInt64("identifier", message->getUInt64("identifier"));
-                                    reply->setReal("scale", message->getReal("scale"));
-                                    received->reply(reply.get());
-                                },
-                                {});
+void serve(int ready, const char *name, Handler<void(ReceivedMessage *)> answer) {
+    const auto listener = MessageListener::create(name, nullptr, std::move(answer), {});
     if (listener == nullptr)
         _exit(1);
     listener->resume();
@@ -151,27 +90,55 @@ void serveMessages(int ready) {
         pause();
 }
 
-struct Messages {
-    double synchronous;
-    double pipelined;
-};
+void serveMessages(int ready) {
+    serve(ready, serviceName, [](ReceivedMessage *received) {
+        const MessageDictionary *message = received->message();
+        auto reply = MessageDictionary::create();
+        reply->setInt64("operation", message->getInt64("operation"));
+        reply->setString("fileURL", message->getString("assetURL").value_or(""));
+        reply->setBool("authorized", message->getBool("withAdjustments"));
+        reply->setUInt64("identifier", message->getUInt64("identifier"));
+        reply->setReal("scale", message->getReal("scale"));
+        received->reply(reply.get());
+    });
+}
 
-Messages messages(int processor) {
-    const Other other(processor, serveMessages);
+// A daemon that knows one answer.
+void serveOperations(int ready) {
+    serve(ready, WickerlaneGatekeeperName, [](ReceivedMessage *received) {
+        auto reply = MessageDictionary::create();
+        protocol::coding::Int64::write(reply.get(), protocol::keys::version.text, 1);
+        received->reply(reply.get());
+    });
+}
+
+void await(const Other &other) {
     char byte = 0;
     readAll(other.socket, &byte, 1);
-    const auto connection = MessageConnection::create(serviceName, nullptr);
-    connection->resume();
-    Messages result{};
+}
+
+void sendAndWait(MessageConnection *connection, int count) {
     std::int64_t sum = 0;
-    result.synchronous = nanosecondsEach(20'000, [&](int n) {
-        for (int i = 0; i < n; ++i) {
-            const auto reply = connection->sendWithReplySync(request().get());
-            sum += as<MessageDictionary>(reply.get())->getInt64("operation");
-        }
-    });
+    for (int i = 0; i < count; ++i) {
+        const auto reply = connection->sendWithReplySync(request().get());
+        sum += as<MessageDictionary>(reply.get())->getInt64("operation");
+    }
+    if (sum != 2 * count)
+        std::puts("replies are missing");
+}
+
+void askVersion(JXGatekeeperClient *client, int count) {
+    std::int64_t sum = 0;
+    for (int i = 0; i < count; ++i)
+        sum += client->getCurrentModelVersion();
+    if (sum != count)
+        std::puts("versions are missing");
+}
+
+double pipelined(MessageConnection *connection) {
+    std::int64_t sum = 0;
     const auto replies = WorkQueue::create("replies");
-    result.pipelined = nanosecondsEach(200'000, [&](int n) {
+    const double result = nanosecondsEach(200'000, [&](int n) {
         std::promise<void> done;
         int sent = 0;
         int received = 0;
@@ -247,21 +214,19 @@ sd_bus_message *busCall(sd_bus *bus) {
     return call;
 }
 
-Messages bus(int processor) {
-    const Other other(processor, serveBus);
-    sd_bus *client = openBus(dup(other.socket), false);
-    Messages result{};
-    result.synchronous = nanosecondsEach(5'000, [&](int n) {
-        for (int i = 0; i < n; ++i) {
-            sd_bus_message *call = busCall(client);
-            sd_bus_message *reply = nullptr;
-            if (sd_bus_call(client, call, 0, nullptr, &reply) < 0)
-                std::abort();
-            sd_bus_message_unref(call);
-            sd_bus_message_unref(reply);
-        }
-    });
-    result.pipelined = nanosecondsEach(20'000, [&](int n) {
+void callBus(sd_bus *client, int count) {
+    for (int i = 0; i < count; ++i) {
+        sd_bus_message *call = busCall(client);
+        sd_bus_message *reply = nullptr;
+        if (sd_bus_call(client, call, 0, nullptr, &reply) < 0)
+            std::abort();
+        sd_bus_message_unref(call);
+        sd_bus_message_unref(reply);
+    }
+}
+
+double pipelinedBus(sd_bus *client) {
+    return nanosecondsEach(20'000, [&](int n) {
         int sent = 0;
         static int received = 0;
         received = 0;
@@ -283,46 +248,45 @@ Messages bus(int processor) {
                 sd_bus_wait(client, UINT64_MAX);
         }
     });
-    sd_bus_unref(client);
-    return result;
+}
+
+void print(const char *what, const char *where, double nanoseconds, double ratio) {
+    std::printf("%-24s %-14s %10.0f ns  %6.2f x bare\n", what, where, nanoseconds, ratio);
 }
 
 void measure(const char *where, int processor) {
-    const double floor = bare(processor, requestBytes, 5'000);
-    const double batched = bare(processor, requestBytes * batch, 3'000) / batch;
-    const Messages ours = messages(processor);
-    const Messages theirs = bus(processor);
-    const auto line = [&](const char *what, double value, double to) {
-        std::printf("%-24s %-14s %10.0f ns  %6.2f x bare\n", what, where, value, value / to);
-    };
-    line("round trip: bare", floor, floor);
-    line("round trip: messages", ours.synchronous, floor);
-    line("round trip: sd-bus", theirs.synchronous, floor);
-    line("pipelined: bare", batched, batched);
-    line("pipelined: messages", ours.pipelined, batched);
-    line("pipelined: sd-bus", theirs.pipelined, batched);
-    std::printf("pipelined %s: %.2f of the bare rate, %.1f times sd-bus\n", where, batched / ours.pipelined,
-                theirs.pipelined / ours.pipelined);
+    Bare floor(processor, requestBytes);
+    const Other service(processor, serveMessages);
+    const Other daemon(processor, serveOperations);
+    const Other busService(processor, serveBus);
+    await(service);
+    await(daemon);
+    const auto connection = MessageConnection::create(serviceName, nullptr);
+    connection->resume();
+    JXGatekeeperClient *client = JXGatekeeperClient::sharedInstance();
+    sd_bus *bus = openBus(dup(busService.socket), false);
+
+    bench::measureInTurn(100, 200,
+                         {{"round trip: bare", [&](int n) { floor.run(n); }},
+                          {"round trip: messages", [&](int n) { sendAndWait(connection.get(), n); }},
+                          {"round trip: operation", [&](int n) { askVersion(client, n); }},
+                          {"round trip: sd-bus", [&](int n) { callBus(bus, n); }}},
+                         [&](const bench::Measured &m) { print(m.what, where, m.best, m.ratio); });
+
+    Bare batches(processor, requestBytes * batch);
+    const double bare = nanosecondsEach(3'000, [&](int n) { batches.run(n); }) / batch;
+    const double ours = pipelined(connection.get());
+    const double theirs = pipelinedBus(bus);
+    print("pipelined: bare", where, bare, 1);
+    print("pipelined: messages", where, ours, ours / bare);
+    print("pipelined: sd-bus", where, theirs, theirs / bare);
+    std::printf("pipelined %s: %.2f of the bare rate, %.1f times sd-bus\n", where, bare / ours,
+                theirs / ours);
+    sd_bus_unref(bus);
 }
 
 } // namespace
 
 int main() {
-    std::string root = (std::filesystem::temp_directory_path() / "wickerlane-bench-XXXXXX").string();
-    if (mkdtemp(root.data()) == nullptr)
-        return 1;
-    setenv("WICKERLANE_ROOT", root.c_str(), 1);
-    // Each placement in a process of its own: threads of the library stay where they were started.
-    for (const int other : {0, 1}) {
-        std::fflush(stdout);
-        const pid_t measuring = fork();
-        if (measuring == 0) {
-            bindTo(0);
-            measure(other == 0 ? "one processor" : "two processors", other);
-            std::fflush(stdout);
-            _exit(0);
-        }
-        waitpid(measuring, nullptr, 0);
-    }
-    std::filesystem::remove_all(root);
+    return bench::onOneAndTwoProcessors(measure);
 }
