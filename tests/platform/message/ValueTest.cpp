@@ -124,6 +124,15 @@ TEST(MessageDictionary, storesNothingThatCannotBeSent) {
     EXPECT_EQ(message->count(), 0U);
 }
 
+TEST(MessageDictionary, keepsAValueWhenTextThatCannotBeSentIsSet) {
+    auto message = MessageDictionary::create();
+    message->setString("text", "kept");
+    message->setString("text", "\xFF");
+    message->setString("text", std::string(1000, '\xFF'));
+    message->setString("text", std::string(MessageLimits::messageBytes + 1, 'x'));
+    EXPECT_EQ(message->getString("text"), "kept");
+}
+
 TEST(MessageValue, isEqualByStructure) {
     const auto a = everyKind();
     const auto b = everyKind();

@@ -217,8 +217,12 @@ void MessageDictionary::setString(const char *key, std::string_view utf8) {
     auto *self = DictionaryStorage::of(this);
     if (!isUTF8(utf8))
         return;
-    if (utf8.size() > keptInArena)
-        return set(key, MessageScalar::createString(utf8).get());
+    if (utf8.size() > keptInArena) {
+        // None for text that no message can carry: the key keeps what it has.
+        if (const auto made = MessageScalar::createString(utf8))
+            set(key, made.get());
+        return;
+    }
     MessageSlot slot{MessageKind::string, static_cast<std::uint32_t>(utf8.size()), {}, nullptr};
     slot.text = self->arena.copyText(utf8);
     self->put(key, slot);
