@@ -295,6 +295,9 @@ void ListenerCore::take(UniqueFd client) {
     if (share->connections == options.limits.connections)
         return refuse(client.get());
     ++share->connections;
+    // Twice what the kernel gives by itself, so that long answers take half as many turns.
+    constexpr int sendBytes = 208 * 1024;
+    setsockopt(client.get(), SOL_SOCKET, SO_SNDBUF, &sendBytes, sizeof sendBytes);
     auto peer = makeRef<ListenerPeer>(this, std::move(client), std::move(*process), share);
     peer->number = ++lastNumber;
     peers.emplace(peer->number, peer);
@@ -413,13 +416,16 @@ bool ListenerCore::mayRead(ListenerPeer &peer) {
 }
 
 void ListenerCore::onReady(const Ref<ListenerPeer> &peer, std::uint32_t events) {
-    if ((events & EPOLLOUT) != 0) {
-        std::unique_lock lock(peer->mutex);
-        peer->blocked = false;
-        peer->flush(lock);
+    {
+        const ListenerPeer::Serving serving(peer.get());
+        if ((events & EPOLLOUT) != 0) {
+            std::unique_lock lock(peer->mutex);
+            peer->blocked = false;
+            peer->flush(lock);
+        }
+        if ((events & ~std::uint32_t{EPOLLOUT}) != 0 && !readFrom(peer))
+            return drop(*peer);
     }
-    if ((events & ~std::uint32_t{EPOLLOUT}) != 0 && !readFrom(peer))
-        return drop(*peer);
     watch(*peer);
 }
 

@@ -65,6 +65,16 @@ public:
         std::chrono::steady_clock::time_point since{};
     };
 
+    /// Of the intake thread while it serves this peer: afterwards it looks by itself whether the peer waits
+    /// for room, and need not be told.
+    class Serving {
+    public:
+        explicit Serving(const ListenerPeer *peer) noexcept;
+        ~Serving();
+        Serving(const Serving &) = delete;
+        Serving &operator=(const Serving &) = delete;
+    };
+
     const Ref<UserShare> share;
     FrameReader in;           ///< Of the intake thread.
     std::uint64_t number = 0; ///< Of the intake thread, like those that follow.

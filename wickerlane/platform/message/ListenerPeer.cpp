@@ -8,6 +8,15 @@ constinit const Class MessagePeer::classInfo{"MessagePeer", &Object::classInfo, 
 
 namespace {
 thread_local constinit ListenerPeer::Gathering *gathering = nullptr;
+thread_local constinit const ListenerPeer *served = nullptr;
+} // namespace
+
+ListenerPeer::Serving::Serving(const ListenerPeer *peer) noexcept {
+    served = peer;
+}
+
+ListenerPeer::Serving::~Serving() {
+    served = nullptr;
 }
 
 ListenerPeer::Gathering::Gathering(ListenerPeer *peer) noexcept
@@ -90,7 +99,7 @@ void ListenerPeer::flush(std::unique_lock<std::mutex> &lock) {
     blocked = outcome == SendQueue::Outcome::blocked;
     if (ending && out.isEmpty())
         shutdown(socket.get(), SHUT_RDWR);
-    if (blocked || broken || share->held.load())
+    if ((blocked && served != this) || broken || share->held.load())
         listener->attend(share.get());
 }
 
