@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <climits>
 #include <mutex>
+#include <utility>
 #include <vector>
 
 #include "wickerlane/platform/console/Console.h"
@@ -32,9 +33,11 @@ Ref<LKLogFormatBlock> LKLogFormatBlock::create(Format format) {
 
 namespace {
 
-// What a configuration's dictionary says. Never changed, never freed.
+// What a configuration's dictionary says. Never changed, and never freed: a line may still be written by one
+// that has been replaced.
 struct Configuration {
-    LogFile *file = nullptr; // null when it has none
+    const Configuration *older = nullptr; // the one made before it
+    LogFile *file = nullptr;              // null when it has none
     LogFileLimits limits{};
     bool usesRealLevels = false;
     int maxConsoleLevel = -1; // without preferences
@@ -58,6 +61,8 @@ constexpr std::size_t places = 128;
 constexpr std::size_t mostFacilities = 96;
 constinit std::array<std::atomic<Facility *>, places> facilities{};
 constinit std::size_t facilityCount = 0; // under the mutex
+// The head of all that were made, under the mutex.
+constinit const Configuration *newestConfiguration = nullptr;
 constinit std::atomic<bool> usesOwnClient{false};
 
 std::mutex &registrationMutex() {
@@ -97,8 +102,10 @@ bool isFileName(std::string_view name) {
     return !name.empty() && name.find('/') == name.npos && name.find('\0') == name.npos;
 }
 
+// Under the mutex.
 const Configuration *readConfiguration(const Dictionary &given) {
     auto &made = *new Configuration;
+    made.older = std::exchange(newestConfiguration, &made);
     const auto *name = as<String>(given.get(kLKLoggingCustomLogNameKey));
     const auto *folder = as<String>(given.get(kLKLoggingCustomLogDirectoryKey));
     if (name != nullptr && folder != nullptr && isFileName(name->utf8()))
