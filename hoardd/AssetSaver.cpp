@@ -94,6 +94,7 @@ std::vector<SaveResult> AssetSaver::save(std::span<const SaveJob> jobs) {
     }
 
     std::vector<AssetRecord> records;
+    records.reserve(group.size());
     for (Staged *each : group)
         records.push_back(std::move(each->record));
     problem = records.empty() ? std::string() : store.add(records);

@@ -127,8 +127,8 @@ void batchSaveAssets(Daemon &daemon, const Call &call) {
     const std::size_t perChunk =
         std::clamp<std::size_t>(jobs.size() / daemon.jobs().lanes(), 1, mostPerCommit);
     const std::size_t chunks = (jobs.size() + perChunk - 1) / perChunk;
-    const auto batch = std::make_shared<Batch>(call, *library, std::move(jobs),
-                                               std::vector<SaveResult>(coded->count()), chunks);
+    const auto batch = std::shared_ptr<Batch>(
+        new Batch{call, *library, std::move(jobs), std::vector<SaveResult>(coded->count()), chunks});
     std::vector<JobQueue::Job> work;
     for (std::size_t first = 0; first < batch->jobs.size(); first += perChunk)
         work.push_back([batch, first, count = std::min(perChunk, batch->jobs.size() - first)] {

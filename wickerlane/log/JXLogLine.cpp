@@ -11,8 +11,6 @@
 #include <cstdint>
 #include <ctime>
 
-using wickerlane::String;
-
 namespace {
 
 // std::to_chars into the end of a text.

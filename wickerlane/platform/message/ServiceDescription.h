@@ -16,8 +16,8 @@ namespace wickerlane {
 /// missing.
 ///
 /// The folders in which it is looked for, in this order: the root's "/Library/Services",
-/// "../share/wickerlane/services" beside the folder of libwickerlane.so, and the folder of the installation. When
-/// WICKERLANE_SERVICES is set, those that it names (separated by colons) and no others.
+/// "../share/wickerlane/services" beside the folder of libwickerlane.so, and the folder of the installation.
+/// When WICKERLANE_SERVICES is set, those that it names (separated by colons) and no others.
 struct ServiceDescription {
     std::string program;                ///< Absolute.
     std::vector<std::string> arguments; ///< Without the program's name.
