@@ -77,7 +77,7 @@ TEST_F(Life, ASignalToEndLetsRunningSavesFinish) {
     ReleaseScope scope;
     answer(request(15).get());
     const Process process = daemon();
-    std::vector<pid_t> workers = childrenOf(process.id);
+    const std::vector<pid_t> workers = mediaWorkersOf(process.id);
     for (const pid_t worker : workers)
         kill(worker, SIGSTOP);
     const auto job = Dictionary::createWithKeys({{"imageData", dataOf(jpegOf(fourCorners(64, 64))).get()}});

@@ -4,11 +4,13 @@
 #include <sys/pidfd.h>
 #include <sys/syscall.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <thread>
 
 #include "tests/support/Descriptors.h"
 #include "wickerlane/platform/file/Files.h"
@@ -76,6 +78,15 @@ std::vector<pid_t> RunningHoardd::childrenOf(pid_t process) {
             children.push_back(id);
     }
     return children;
+}
+
+std::vector<pid_t> RunningHoardd::mediaWorkersOf(pid_t process) {
+    const std::size_t expected = std::clamp(std::thread::hardware_concurrency(), 1U, 4U);
+    std::vector<pid_t> workers;
+    do
+        workers = childrenOf(process);
+    while (workers.size() < expected);
+    return workers;
 }
 
 Ref<MessageDictionary> RunningHoardd::request(std::int64_t code) {

@@ -40,6 +40,9 @@ protected:
     static void waitForEnd(const Process &process);
     /// The media workers of a daemon.
     [[nodiscard]] static std::vector<pid_t> childrenOf(pid_t process);
+    /// The workers that hoardd starts ahead, one for each processor and at most four: waits until all are
+    /// there.
+    static std::vector<pid_t> mediaWorkersOf(pid_t process);
 
     [[nodiscard]] static Ref<MessageDictionary> request(std::int64_t code);
     [[nodiscard]] Ref<MessageConnection> connect() const;

@@ -310,8 +310,7 @@ TEST_F(Saving, AFullQueueIsSaid) {
 TEST_F(Saving, ShortRequestsAreAnsweredWhileALongOneRuns) {
     ReleaseScope scope;
     answer(request(15).get()); // opens the library, and with it the media workers
-    const std::vector<pid_t> workers = childrenOf(daemon().id);
-    ASSERT_FALSE(workers.empty());
+    const std::vector<pid_t> workers = mediaWorkersOf(daemon().id);
     for (const pid_t worker : workers)
         kill(worker, SIGSTOP); // until they go on, no picture can be examined
 
