@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <thread>
 
+#include "tests/client/OwnClient.h"
 #include "tests/support/Descriptors.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/platform/message/MessageListener.h"
@@ -51,7 +52,7 @@ TEST_F(RealConnection, AMissingServiceIsReportedOnceAndFailsEveryRequest) {
     const int saved = dup(STDERR_FILENO);
     dup2(ends[1], STDERR_FILENO);
     close(ends[1]);
-    const auto client = JXGatekeeperClient::init();
+    const test::OwnClient client;
     EXPECT_EQ(client->getCurrentModelVersion(), -1);
     EXPECT_EQ(client->getCurrentModelVersion(), -1);
     const auto answered = Semaphore::create(0);
@@ -84,7 +85,7 @@ TEST_F(RealConnection, AMissingServiceIsReportedOnceAndFailsEveryRequest) {
 }
 
 TEST_F(RealConnection, ADaemonThatGoesAwayIsReplacedByTheNext) {
-    const auto client = JXGatekeeperClient::init();
+    const test::OwnClient client;
     for (const std::int64_t version : {3, 4}) {
         const Service service([version](ReceivedMessage *received) {
             auto answer = MessageDictionary::create();
@@ -106,7 +107,7 @@ TEST(RealConnectionDeathTest, ADaemonThatSpeaksUnaskedTrapsTheProcess) {
             received->peer()->send(MessageDictionary::create().get());
             received->reply(MessageDictionary::create().get());
         });
-        const auto client = JXGatekeeperClient::init();
+        const test::OwnClient client;
         client->launchHoardd();
         pause();
     };

@@ -5,6 +5,7 @@
 #include <functional>
 
 #include "tests/client/FakeConnection.h"
+#include "tests/client/OwnClient.h"
 #include "tests/support/Console.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
@@ -19,7 +20,7 @@ namespace {
 struct ClientTest : ::testing::Test {
     ReleaseScope scope;
     Ref<FakeConnection> connection = makeRef<FakeConnection>();
-    Ref<JXGatekeeperClient> client = JXGatekeeperClient::init();
+    test::OwnClient client;
 
     ClientTest() { client->setConnection(connection.get()); }
     void answerWith(Ref<MessageValue> reply) {
@@ -398,7 +399,7 @@ TEST_F(ClientTest, QueuesFollowTheNumberOfProcessors) {
     for (const bool single : {true, false}) {
         ASSERT_TRUE(
             setPreferenceValue("ProcessorCount", Number::of(single ? 1 : 2), "org.wickerlane.device"));
-        auto other = JXGatekeeperClient::init();
+        test::OwnClient other;
         if (single)
             EXPECT_STREQ(other->deviceSpecificReplyQueue()->label(), "JXGatekeeperClient serial reply queue");
         else

@@ -46,7 +46,8 @@ public:
 
     /// sharedInstance — the process's client, made on the first call and never destroyed.
     static JXGatekeeperClient *sharedInstance();
-    /// init — a client of its own. Most callers want sharedInstance().
+    /// init — a client of its own, whose connection is the caller's to release when the client is gone. Most
+    /// callers want sharedInstance().
     [[nodiscard]] static wickerlane::Ref<JXGatekeeperClient> init();
 
     /// replyQueue — the global concurrent queue, on which most handlers run.
