@@ -272,11 +272,13 @@ TEST(Connection, closesItselfWhenIdleUnseen) {
     MessageListener::Options options;
     options.idleTime = std::chrono::milliseconds(1);
     options.idle = [&] { gone.set_value(); };
+    beginProcessTransaction(); // until the client has been there
     const auto listener = listen(echo, nullptr, options);
     Collected events;
     const auto connection = connect(events.handler());
     connection->setIdleTime(std::chrono::milliseconds(1));
     EXPECT_EQ(numberOf(connection->sendWithReplySync(numbered(1).get()).get()), 1);
+    endProcessTransaction();
     // The service ends only once nobody is connected.
     EXPECT_EQ(gone.get_future().wait_for(longTime), std::future_status::ready);
     const auto next = listen(echo);

@@ -39,13 +39,15 @@ void SerialQueue::runTurn() {
         running.clear();
         if (running.capacity() > lastingCapacity)
             running.shrink_to_fit();
+        bool isOver = false;
         {
             std::lock_guard guard(lock);
             std::swap(running, pending);
-            if (running.empty())
-                scheduled = false;
+            isOver = running.empty();
+            if (isOver)
+                scheduled = false; // from here on `running` may be another turn's
         }
-        if (running.empty()) {
+        if (isOver) {
             release();
             return;
         }
