@@ -29,6 +29,7 @@ bool Daemon::start(Handler<void()> ended, std::string &problem) {
 
 void Daemon::stop() {
     jobQueue.close();
+    longJobs.close();
     listener->cancel(); // after the saves, so that they are answered
     const std::lock_guard guard(opening);
     if (opened)

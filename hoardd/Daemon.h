@@ -41,11 +41,15 @@ public:
     /// answers the call with the reason and gives null; the next call tries again.
     [[nodiscard]] Library *library(const Call &call);
     [[nodiscard]] JobQueue &jobs() noexcept { return jobQueue; }
+    /// Rebuilds, analyses and repairs: one at a time, so that short requests go on beside them. The handler
+    /// adds a job that answers its call; a call whose job is not taken is refused.
+    [[nodiscard]] JobQueue &longWork() noexcept { return longJobs; }
     [[nodiscard]] AccessStatus accessOf(const wickerlane::PeerIdentity &peer) const;
 
 private:
     DaemonOptions settings;
     JobQueue jobQueue;
+    JobQueue longJobs{64, 1};
     std::mutex opening;
     std::unique_ptr<Library> opened; // guarded by `opening`; stays once it is there
     Ref<wickerlane::MessageListener> listener;

@@ -12,7 +12,8 @@ namespace hoardd {
 using namespace wickerlane;
 
 // One more than the processors: while one job waits for the disk, the others compute.
-JobQueue::JobQueue(std::size_t limit) : most(limit), mostRunning(deviceProcessorCount() + 1) {
+JobQueue::JobQueue(std::size_t limit, std::size_t lanes)
+    : most(limit), mostRunning(lanes != 0 ? lanes : deviceProcessorCount() + 1) {
 }
 
 bool JobQueue::add(std::vector<Job> jobs) {

@@ -18,8 +18,8 @@ class JobQueue {
 public:
     using Job = wickerlane::Handler<void()>;
 
-    /// `most` jobs may wait or run at a time.
-    explicit JobQueue(std::size_t most);
+    /// `most` jobs may wait or run at a time; `lanes` of them run, as many as suit saves when it is 0.
+    explicit JobQueue(std::size_t most, std::size_t lanes = 0);
 
     /// How many jobs run at a time.
     [[nodiscard]] std::size_t lanes() const noexcept { return mostRunning; }

@@ -49,6 +49,10 @@ Library::Library(UniqueFd held, std::unique_ptr<Store> writer, Ref<store::Object
       assetSaver(paths(), *store, workers, *reader) {
 }
 
+std::optional<sqlite::Database> Library::openReader(std::string &problem) const {
+    return sqlite::Database::open(paths().database(), sqlite::Database::Access::read, problem);
+}
+
 std::unique_ptr<Library> Library::open(const store::LibraryPaths &paths, std::string &problem) {
     for (const std::string &folder :
          {paths.folder(), paths.folder() + "/PhotoData", paths.folder() + "/DCIM",

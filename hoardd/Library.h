@@ -3,6 +3,7 @@
 #define HOARDD_LIBRARY_H
 
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "hoardd/AssetSaver.h"
@@ -25,6 +26,9 @@ public:
     [[nodiscard]] const wickerlane::store::LibraryPaths &paths() const noexcept { return reader->paths(); }
     /// Finds assets, over a connection that only reads.
     [[nodiscard]] wickerlane::store::ObjectStore &assets() noexcept { return *reader; }
+    /// A connection of the caller's own that only reads. Nothing, with the reason, on failure.
+    [[nodiscard]] std::optional<wickerlane::sqlite::Database> openReader(std::string &problem) const;
+    [[nodiscard]] Store &writer() noexcept { return *store; }
     [[nodiscard]] AssetSaver &saver() noexcept { return assetSaver; }
     [[nodiscard]] WorkerPool &media() noexcept { return workers; }
 

@@ -26,7 +26,7 @@ void getPhotosAndVideosCount(Daemon &daemon, const Call &call) {
 // A library that is open has this version: another one is not opened.
 void getCurrentModelVersion(Daemon &daemon, const Call &call) {
     if (daemon.library(call) != nullptr)
-        call.answer(Answer().set(keys::version, store::modelVersion));
+        call.answer(Answer().set(keys::version, store::modelVersion()));
 }
 
 } // namespace hoardd

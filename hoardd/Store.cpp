@@ -10,16 +10,19 @@ using sqlite::Database;
 
 namespace {
 
-/// An empty text on success, else the reason.
-std::string layOut(Database &database) {
+/// Lays out a new database, or takes the steps that an older one lacks. An empty text on success, else the
+/// reason.
+std::string bringUpToDate(Database &database, bool isNew) {
     sqlite::Transaction transaction(database);
-    if (!transaction.isOpen() || !database.execute(store::createSchema))
+    if (!transaction.isOpen() || !store::layOut(database))
         return database.problem();
-    const auto uuid = UUID::createRandom();
-    sqlite::Statement statement = database.prepare("INSERT INTO zlibrary VALUES (?)");
-    if (!statement.bind(uuid->uuidString()->utf8()).run() || !transaction.commit())
-        return database.problem();
-    return {};
+    if (isNew) {
+        const auto uuid = UUID::createRandom();
+        sqlite::Statement statement = database.prepare("INSERT INTO zlibrary VALUES (?)");
+        if (!statement.bind(uuid->uuidString()->utf8()).run())
+            return database.problem();
+    }
+    return transaction.commit() ? std::string() : database.problem();
 }
 
 } // namespace
@@ -31,11 +34,11 @@ std::unique_ptr<Store> Store::open(const store::LibraryPaths &paths, std::string
     const auto version = database->integer("PRAGMA user_version");
     if (!version)
         problem = database->problem();
-    else if (*version == 0)
-        problem = layOut(*database);
-    else if (*version != store::modelVersion)
+    else if (*version < 0 || *version > store::modelVersion())
         problem = "the library has model version " + std::to_string(*version) +
-                  ", and this hoardd knows version " + std::to_string(store::modelVersion);
+                  ", and this hoardd knows version " + std::to_string(store::modelVersion());
+    else if (*version < store::modelVersion())
+        problem = bringUpToDate(*database, *version == 0);
     else
         problem.clear();
     if (!problem.empty()) {
@@ -101,6 +104,14 @@ std::optional<bool> Store::contains(std::string_view uuid) {
     sqlite::Statement statement = database.prepare("SELECT 1 FROM zgenericasset WHERE uuid = ?");
     const bool found = statement.bind(uuid).next();
     return statement.failed() ? std::nullopt : std::optional(found);
+}
+
+std::string Store::change(const Handler<bool(Database &)> &make) {
+    const std::lock_guard guard(databaseLock);
+    sqlite::Transaction transaction(database);
+    if (!transaction.isOpen() || !make(database) || !transaction.commit())
+        return database.problem();
+    return {};
 }
 
 void Store::checkpoint() {

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "wickerlane/platform/object/Handler.h"
 #include "wickerlane/store/LibraryPaths.h"
 #include "wickerlane/store/Sqlite.h"
 
@@ -29,6 +30,11 @@ public:
 
     /// Whether there is an asset with that UUID; nothing when the database does not say.
     [[nodiscard]] std::optional<bool> contains(std::string_view uuid);
+
+    /// Runs `make` in a transaction, which is rolled back when it gives false: a statement of it has failed
+    /// then. Returns when the change will survive any crash. An empty text on success, else the reason.
+    /// `make` should be quick, since nothing else is stored meanwhile.
+    [[nodiscard]] std::string change(const wickerlane::Handler<bool(wickerlane::sqlite::Database &)> &make);
 
     /// Moves what was written into the database file: before the end, so that it stands alone.
     void checkpoint();

@@ -323,7 +323,7 @@ TEST_F(Saving, ShortRequestsAreAnsweredWhileALongOneRuns) {
             saved.set_value(dictionary != nullptr && dictionary->contains("resultJobDictionary"));
         });
     EXPECT_EQ(count("photoCount"), 0U);
-    EXPECT_EQ(answer(request(69).get())->getInt64("version"), store::modelVersion);
+    EXPECT_EQ(answer(request(69).get())->getInt64("version"), store::modelVersion());
     EXPECT_EQ(outcome.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
     for (const pid_t worker : workers)
         kill(worker, SIGCONT);

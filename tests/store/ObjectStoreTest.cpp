@@ -47,7 +47,7 @@ protected:
         std::string problem;
         writer = sqlite::Database::open(paths.database(), sqlite::Database::Access::write, problem);
         ASSERT_TRUE(writer) << problem;
-        ASSERT_TRUE(writer->execute(createSchema)) << writer->problem();
+        ASSERT_TRUE(layOut(*writer)) << writer->problem();
         auto statement = writer->prepare("INSERT INTO zlibrary VALUES (?)");
         statement.bind(std::string_view(libraryUUID));
         ASSERT_TRUE(statement.run());

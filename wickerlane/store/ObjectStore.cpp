@@ -50,9 +50,9 @@ Ref<ObjectStore> ObjectStore::open(const LibraryPaths &paths, std::string *probl
         reason = "can't read " + paths.database() + ": " + database->problem();
         return nullptr;
     }
-    if (*version != modelVersion) {
+    if (*version != modelVersion()) {
         reason = paths.database() + " has model version " + std::to_string(*version) + ", not " +
-                 std::to_string(modelVersion);
+                 std::to_string(modelVersion());
         return nullptr;
     }
     std::string uuid;

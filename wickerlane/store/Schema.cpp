@@ -4,6 +4,55 @@
 
 namespace wickerlane::store {
 
+namespace {
+
+constexpr const char *assets = R"sql(
+CREATE TABLE zlibrary (
+    uuid TEXT NOT NULL
+);
+CREATE TABLE zgenericasset (
+    pk INTEGER PRIMARY KEY AUTOINCREMENT,
+    uuid TEXT NOT NULL UNIQUE,
+    kind INTEGER NOT NULL CHECK (kind IN (0, 1)),
+    directory TEXT NOT NULL,
+    filename TEXT NOT NULL,
+    originalfilename TEXT NOT NULL,
+    format TEXT NOT NULL,
+    width INTEGER NOT NULL,
+    height INTEGER NOT NULL,
+    orientation INTEGER NOT NULL,
+    datecreated REAL NOT NULL,
+    dateadded REAL NOT NULL,
+    latitude REAL,
+    longitude REAL,
+    bytesize INTEGER NOT NULL,
+    sha256 BLOB NOT NULL CHECK (length(sha256) = 32),
+    thumbnailindex INTEGER NOT NULL,
+    problem TEXT NOT NULL
+);
+CREATE INDEX zgenericasset_datecreated ON zgenericasset (datecreated);
+CREATE INDEX zgenericasset_kind ON zgenericasset (kind);
+)sql";
+
+// New tables and columns are added by a step of their own at the end.
+constexpr const char *steps[] = {assets};
+
+} // namespace
+
+std::span<const char *const> schemaSteps() noexcept {
+    return steps;
+}
+
+bool layOut(sqlite::Database &database) {
+    const auto taken = database.integer("PRAGMA user_version");
+    if (!taken || *taken < 0 || *taken > modelVersion())
+        return false;
+    for (const char *step : schemaSteps().subspan(static_cast<std::size_t>(*taken)))
+        if (!database.execute(step))
+            return false;
+    return database.execute(("PRAGMA user_version = " + std::to_string(modelVersion())).c_str());
+}
+
 void bindRecord(sqlite::Statement &statement, const AssetRecord &record) {
     statement.bind(record.uuid, static_cast<int>(record.kind), record.directory, record.filename,
                    record.originalFilename, record.format, record.width, record.height, record.orientation,

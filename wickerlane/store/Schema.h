@@ -3,6 +3,7 @@
 #define WICKERLANE_STORE_SCHEMA_H
 
 #include <cstdint>
+#include <span>
 #include <string>
 
 #include "wickerlane/store/AssetRecord.h"
@@ -10,39 +11,18 @@
 
 namespace wickerlane::store {
 
-/// Version of the model, kept in the database's user_version. 0 there means that nothing has been laid out
-/// yet.
-inline constexpr std::int64_t modelVersion = 1;
+/// What lays out the database, in steps: each is SQL that builds on those before it, and one that has been
+/// released is never changed.
+WL_EXPORT std::span<const char *const> schemaSteps() noexcept;
 
-/// Lays out an empty database.
-inline constexpr const char *createSchema = R"sql(
-CREATE TABLE zlibrary (
-    uuid TEXT NOT NULL
-);
-CREATE TABLE zgenericasset (
-    pk INTEGER PRIMARY KEY AUTOINCREMENT,
-    uuid TEXT NOT NULL UNIQUE,
-    kind INTEGER NOT NULL CHECK (kind IN (0, 1)),
-    directory TEXT NOT NULL,
-    filename TEXT NOT NULL,
-    originalfilename TEXT NOT NULL,
-    format TEXT NOT NULL,
-    width INTEGER NOT NULL,
-    height INTEGER NOT NULL,
-    orientation INTEGER NOT NULL,
-    datecreated REAL NOT NULL,
-    dateadded REAL NOT NULL,
-    latitude REAL,
-    longitude REAL,
-    bytesize INTEGER NOT NULL,
-    sha256 BLOB NOT NULL CHECK (length(sha256) = 32),
-    thumbnailindex INTEGER NOT NULL,
-    problem TEXT NOT NULL
-);
-CREATE INDEX zgenericasset_datecreated ON zgenericasset (datecreated);
-CREATE INDEX zgenericasset_kind ON zgenericasset (kind);
-PRAGMA user_version = 1;
-)sql";
+/// Version of the model: how many steps there are. The database's user_version says how many of them it has;
+/// 0 means that nothing has been laid out yet.
+[[nodiscard]] inline std::int64_t modelVersion() noexcept {
+    return static_cast<std::int64_t>(schemaSteps().size());
+}
+
+/// Takes the steps that a database lacks, in the caller's transaction. False on failure.
+[[nodiscard]] WL_EXPORT bool layOut(sqlite::Database &database);
 
 /// The columns of the asset table in the order in which readRecord() takes them and bindRecord() gives them;
 /// the primary key stands before them in a row that is read.
