@@ -50,13 +50,14 @@ void dispatch(Daemon &daemon, const Call &call) {
     const protocol::OperationCode code = operation->int64Value();
 
     // Several rows may share a code: the request is served by the first whose shape it has.
-    std::string problem = "there is no operation " + std::to_string(code);
+    std::string problem;
     for (const DispatchEntry &entry : table) {
         if (entry.row->code != code)
             continue;
-        problem = protocol::problemWith(call.message(), *entry.row);
-        if (!problem.empty())
+        if (const std::string misfit = protocol::problemWith(call.message(), *entry.row); !misfit.empty()) {
+            problem += (problem.empty() ? "" : "; ") + misfit;
             continue;
+        }
         if (!entry.isForEverybody && daemon.accessOf(call.peer()) != AccessStatus::granted)
             return refuse(call, "this user has no access to the photo library");
         try {
@@ -66,7 +67,7 @@ void dispatch(Daemon &daemon, const Call &call) {
         }
         return;
     }
-    refuse(call, problem);
+    refuse(call, problem.empty() ? "there is no operation " + std::to_string(code) : problem);
 }
 
 } // namespace hoardd

@@ -1,6 +1,21 @@
 #include "tests/client/FakeConnection.h"
 
+#include "wickerlane/platform/object/ReleaseScope.h"
+#include "wickerlane/platform/object/String.h"
+#include "wickerlane/platform/propertylist/PropertyList.h"
+
 namespace wickerlane::test {
+
+std::string onOneLine(const Object *object) {
+    if (object == nullptr)
+        return "null";
+    std::string line;
+    for (const char c : object->description()->utf8())
+        if (c != '\n' && (c != ' ' || !line.ends_with(' ')))
+            line += c;
+    return line;
+}
+
 namespace {
 
 std::string describeValue(const MessageValue *value) {
@@ -16,6 +31,10 @@ std::string describeValue(const MessageValue *value) {
         return scalar->boolValue() ? "bool=true" : "bool=false";
     case MessageKind::data: {
         const auto *data = as<MessageData>(value);
+        const Bytes bytes(static_cast<const std::byte *>(data->bytes()), data->length());
+        if (std::string_view(reinterpret_cast<const char *>(bytes.data()), bytes.size())
+                .starts_with("bplist"))
+            return "list=" + onOneLine(createPropertyListObject(bytes, nullptr).get());
         return "data=" + std::string(static_cast<const char *>(data->bytes()), data->length());
     }
     case MessageKind::dictionary:

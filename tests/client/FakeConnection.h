@@ -7,8 +7,12 @@
 #include <vector>
 
 #include "wickerlane/platform/message/MessageConnection.h"
+#include "wickerlane/platform/queue/Semaphore.h"
 
 namespace wickerlane::test {
+
+/// An object's description without line breaks and with single spaces; "null" for null.
+std::string onOneLine(const Object *object);
 
 /// A message as one line: each entry in order, as `key:kind=value`.
 std::string describe(const MessageDictionary *message);
@@ -25,6 +29,9 @@ public:
         return Ref<MessageValue>(MessageDictionary::create());
     };
 
+    /// Signalled when a reply handler has returned.
+    const Ref<Semaphore> delivered = Semaphore::create(0);
+
     void setEventHandler(Handler<void(MessageValue *)>) override {}
     void setIdleTime(std::chrono::milliseconds) override {}
     void resume() override {}
@@ -33,7 +40,10 @@ public:
                        Handler<void(MessageValue *)> handler) override {
         record(queue == WorkQueue::global() ? "async on global" : std::string("async on ") + queue->label(),
                message);
-        queue->async([handler, reply = answer(message)] { handler(reply.get()); });
+        queue->async([handler, reply = answer(message), done = delivered] {
+            handler(reply.get());
+            done->signal();
+        });
     }
     [[nodiscard]] Ref<MessageValue> sendWithReplySync(MessageDictionary *message) override {
         record("sync", message);

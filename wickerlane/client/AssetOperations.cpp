@@ -1,6 +1,7 @@
 #include "wickerlane/protocol/AssetOperations.h"
 
 #include "wickerlane/client/ClientInternal.h"
+#include "wickerlane/log/JXLog.h"
 
 using namespace wickerlane;
 using namespace wickerlane::client;
@@ -120,4 +121,112 @@ Data *JXGatekeeperClient::imageDataForAsset(ManagedObjectID *objectID, int forma
     request.set(keys::format, static_cast<std::uint64_t>(std::int64_t{format}));
     const Reply reply = request.sendAndWait(connection());
     return scope.handOver(reply.get(keys::imageData));
+}
+
+// The request travels twice: the caller waits for the first reply, which is the one that counts, and the
+// handler runs when the second has come.
+void JXGatekeeperClient::setLargePreviewImageForAssetWithURL(URL *assetURL, Data *imageData,
+                                                             Dictionary *properties,
+                                                             Handler<bool, Error *> handler) {
+    Request request(protocol::setLargePreviewImage);
+    request.set(keys::assetURL, assetURL);
+    request.set(keys::imageData, imageData);
+    request.set(keys::properties, properties);
+    const Reply first = request.sendAndWait(connection());
+    request.sendWithReply(connection(), replyQueue(), [handler, first](const Reply &) {
+        if (first.isError()) {
+            consoleLog("Can't set edited rendition for asset (%@)", first.errorDescription());
+            if (handler)
+                handler(false, nullptr);
+            return;
+        }
+        if (!handler)
+            return;
+        const bool success = first.get(keys::success);
+        const bool hasEntitlement = first.get(keys::hasEntitlement);
+        handler(success, hasEntitlement ? nullptr
+                                        : securityPolicyErrorForMissingEntitlement(JXWriteAssetsEntitlement));
+    });
+}
+
+void JXGatekeeperClient::updateThumbnailsForPhotos(Array *photos, bool waitForReply, bool assignNewIndex,
+                                                   bool forceRefresh) {
+    ReleaseScope scope;
+    const auto uuids = MutableArray::create();
+    for (std::size_t i = 0; photos != nullptr && i < photos->count(); ++i)
+        if (const auto *photo = dynamic_cast<const Photo *>(photos->at(i)); photo != nullptr && photo->uuid())
+            uuids->append(photo->uuid());
+    Request request(protocol::updateThumbnails);
+    request.set(keys::photoUUIDs, uuids.get());
+    request.set(keys::assignNewIndex, assignNewIndex);
+    request.set(keys::forceRefresh, forceRefresh);
+    request.set(keys::waitingForReply, waitForReply);
+    if (waitForReply)
+        static_cast<void>(request.sendAndWait(connection()));
+    else
+        request.send(connection());
+}
+
+void JXGatekeeperClient::updateCameraPreviewWellImage(const ManagedObject *asset) {
+    Request request(protocol::updateCameraPreviewWell);
+    // As a plain text, unlike every other object ID.
+    if (asset != nullptr && asset->objectID() != nullptr)
+        request.set(keys::objectIDText, asset->objectID()->uriRepresentation()->absoluteString());
+    request.send(connection());
+}
+
+void JXGatekeeperClient::updateRestoredAssetWithUUID(String *uuid, Object *paths) {
+    JX_LOG(JXLogLevelDebug, JXGenericLog, "Updating restored asset with uuid = %@", uuid);
+    Request request(protocol::updateRestoredAsset);
+    request.set(keys::assetUUID, uuid != nullptr ? uuid : String::of(""));
+    request.set(keys::assetPaths, paths);
+    request.sendWithReply(connection(), replyQueue(), [](const Reply &) {});
+}
+
+void JXGatekeeperClient::writeDataInBackground(Data *data, URL *toFileURL) {
+    Request request(protocol::writeDataInBackground);
+    request.set(keys::dataToSave, data);
+    request.set(keys::destinationURL, toFileURL);
+    request.send(connection());
+}
+
+void JXGatekeeperClient::downloadAsset(ManagedObjectID *objectID, bool requestThumbnail,
+                                       bool shouldPrioritize, bool shouldExtendTimer) {
+    if (objectID == nullptr)
+        return;
+    Request request(protocol::downloadAsset);
+    request.set(keys::objectID, objectID);
+    request.set(keys::requestThumbnail, requestThumbnail);
+    request.set(keys::shouldPrioritize, shouldPrioritize);
+    request.set(keys::shouldExtendTimer, shouldExtendTimer);
+    request.send(connection());
+}
+
+std::int64_t JXGatekeeperClient::estimatedOutputFileLengthForVideoURL(URL *videoURL, String *fallbackFilePath,
+                                                                      String *exportPreset,
+                                                                      Dictionary *exportProperties) {
+    ReleaseScope scope;
+    const auto hasText = [](const String *text) { return text != nullptr && text->length() != 0; };
+    Request request(protocol::estimatedOutputFileLength);
+    request.set(keys::videoURL, videoURL);
+    if (hasText(fallbackFilePath))
+        request.set(keys::fallbackFilePath, fallbackFilePath);
+    if (hasText(exportPreset))
+        request.set(keys::exportPreset, exportPreset);
+    if (exportProperties != nullptr && exportProperties->count() != 0)
+        request.set(keys::exportProperties, exportProperties);
+    const Reply reply = request.sendAndWait(connection());
+    if (reply.isError())
+        consoleLog(receivedError);
+    return reply.isDictionary() ? reply.get(keys::fileLength) : -1;
+}
+
+Dictionary *JXGatekeeperClient::videoMetadataAtPath(String *path) {
+    ReleaseScope scope;
+    Request request(protocol::videoMetadata);
+    request.set(keys::filePath, path);
+    const Reply reply = request.sendAndWait(connection());
+    if (reply.isError())
+        consoleLog(receivedError);
+    return scope.handOver(as<Dictionary>(reply.get(keys::metadata)));
 }

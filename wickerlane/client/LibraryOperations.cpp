@@ -13,14 +13,109 @@ Ref<Number> countUnder(const protocol::Key<protocol::coding::UInt64> &key, const
     return reply.has(key) ? Number::create(reply.get(key)) : nullptr;
 }
 
+// Sends a request that only its code tells, waits, and writes the line, which shows the error's description,
+// when there was an error.
+template <std::size_t size>
+Reply ask(MessageConnection *connection, const protocol::Operation &row, const char (&line)[size]) {
+    Reply reply = Request(row).sendAndWait(connection);
+    if (reply.isError())
+        consoleLog(line, reply.errorDescription());
+    return reply;
+}
+
+// Of the clean-up itself and of the question how long it takes: they share it word for word.
+constexpr char cleanupFailed[] = "Unable to cleanup the model after an Harborsync restore. This is bad. (%@)";
+
 } // namespace
 
 void JXGatekeeperClient::createPixholdDatabase() {
     ReleaseScope scope;
-    const Request request(protocol::createPixholdDatabase);
-    const Reply reply = request.sendAndWait(connection());
-    if (reply.isError())
-        consoleLog("Unable to create library. This is bad. (%@)", reply.errorDescription());
+    ask(connection(), protocol::createPixholdDatabase, "Unable to create library. This is bad. (%@)");
+}
+
+void JXGatekeeperClient::importFileSystemAssetsWaitingForReply(bool wait) {
+    ReleaseScope scope;
+    if (wait)
+        ask(connection(), protocol::importFileSystemAssets,
+            "Can't import file system assets. This is bad. (%@)");
+    else
+        Request(protocol::importFileSystemAssetsInBackground).send(connection());
+}
+
+void JXGatekeeperClient::getLibrarySizes(Handler<Dictionary *> handler) {
+    if (!handler)
+        failParameter(this, protocol::getLibrarySizes.name, "handler");
+    const Request request(protocol::getLibrarySizes);
+    // On the reply queue itself, where the counts make a hop.
+    request.sendWithReply(connection(), replyQueue(),
+                          [handler](const Reply &reply) { handler(as<Dictionary>(reply.get(keys::sizes))); });
+}
+
+void JXGatekeeperClient::updateModelAfterOTARestore() {
+    ReleaseScope scope;
+    ask(connection(), protocol::updateModelAfterOTARestore,
+        "Unable to update library after an OTA restore. This is bad. (%@)");
+}
+
+void JXGatekeeperClient::finalizeOTARestoreRecreatingAlbums(bool recreate) {
+    Request request(protocol::finalizeOTARestore);
+    request.set(keys::recreateAlbumsFromMetadata, recreate);
+    request.set(keys::restoreEnded, true);
+    request.sendWithReply(connection(), replyQueue(), [](const Reply &) {});
+}
+
+std::int64_t JXGatekeeperClient::secondsNeededToCleanupModelAfterHarborsyncRestore() {
+    ReleaseScope scope;
+    const Reply reply = ask(connection(), protocol::secondsNeededToCleanupModel, cleanupFailed);
+    return reply.isError() ? 1 : reply.get(keys::seconds);
+}
+
+void JXGatekeeperClient::cleanupModelAfterHarborsyncRestore() {
+    ReleaseScope scope;
+    ask(connection(), protocol::cleanupModel, cleanupFailed);
+}
+
+void JXGatekeeperClient::repairPotentialModelCorruption() {
+    ReleaseScope scope;
+    ask(connection(), protocol::repairPotentialModelCorruption,
+        "Unable to repair potential model corruption. This might be bad. (%@)");
+}
+
+void JXGatekeeperClient::dataMigrationWillFinish() {
+    ReleaseScope scope;
+    ask(connection(), protocol::dataMigrationWillFinish,
+        "Unable to update library after an Harborsync restore from backup. This is bad. (%@)");
+}
+
+void JXGatekeeperClient::notifyAboutTerminationDueToUncaughtException(const Exception &exception) {
+    Request request(protocol::notifyAboutTermination);
+    request.set(keys::name, exception.name());
+    request.set(keys::reason, exception.reason());
+    request.send(connection());
+    waitUntilConnectionSendsAllMessages();
+}
+
+void JXGatekeeperClient::clearChangeStore() {
+    Request(protocol::clearChangeStore).send(connection());
+}
+
+void JXGatekeeperClient::recoverFromCrashIfNeeded() {
+    Request(protocol::recoverFromCrashIfNeeded).send(connection());
+}
+
+void JXGatekeeperClient::repairSingletonObjects() {
+    static_cast<void>(Request(protocol::repairSingletonObjects).sendAndWait(connection()));
+}
+
+void JXGatekeeperClient::cleanupForStoreDemoMode() {
+    Request(protocol::cleanupForStoreDemoMode).send(connection());
+}
+
+bool JXGatekeeperClient::hasCompletedRestorePostProcessing() {
+    ReleaseScope scope;
+    return ask(connection(), protocol::hasCompletedRestorePostProcessing,
+               "Unable to retrieve restore completion status from hoardd. This is unfortunate. (%@)")
+        .get(keys::isComplete);
 }
 
 void JXGatekeeperClient::getPhotosAndVideosCountWithHandler(Handler<Number *, Number *> handler) {

@@ -62,6 +62,18 @@ using List = ObjectCoding<Array, JXMsgDictionarySetArray, JXArrayFromMsgDictiona
 using Mapping =
     ObjectCoding<Dictionary, JXMsgDictionarySetDictionary, JXDictionaryFromMsgDictionary, MessageKind::data>;
 
+/// Any property-list object, as the message value of its own kind.
+struct PropertyList {
+    using Write = Object *;
+    static constexpr MessageKind kinds[] = {MessageKind::array, MessageKind::dictionary, MessageKind::string,
+                                            MessageKind::data,  MessageKind::date,       MessageKind::boolean,
+                                            MessageKind::int64, MessageKind::uint64,     MessageKind::real};
+    static void write(MessageDictionary *message, const char *key, Write object) {
+        if (const auto value = createMessageValue(object))
+            message->set(key, value.get());
+    }
+};
+
 /// A managed object ID's URI; its reader needs a resolver: JXManagedObjectIDFromMsgValue().
 struct ObjectID {
     using Write = ManagedObjectID *;

@@ -1,0 +1,87 @@
+#include "wickerlane/protocol/AlbumOperations.h"
+
+#include "wickerlane/client/ClientInternal.h"
+
+using namespace wickerlane;
+using namespace wickerlane::client;
+namespace keys = wickerlane::protocol::keys;
+
+// The kind of the reply is not asked for: an error of the service reads as a free name and no album.
+void JXGatekeeperClient::addGroupWithName(String *name, Handler<bool, URL *, Error *> handler) {
+    if (!handler)
+        failParameter(this, protocol::addGroup.name, "resultsBlock != NULL");
+    Request request(protocol::addGroup);
+    request.set(keys::name, name);
+    request.sendWithReply(connection(), replyQueue(), [handler](const Reply &reply) {
+        if (reply.get(keys::nameTaken)) {
+            handler(true, nullptr, nullptr);
+            return;
+        }
+        URL *groupURL = reply.get(keys::groupURL);
+        handler(false, groupURL, groupURL != nullptr ? nullptr : errorWithCode(WickerlaneErrorNoGroupURL));
+    });
+}
+
+void JXGatekeeperClient::addAssetWithURL(URL *assetURL, String *toAlbumWithUUID,
+                                         Handler<bool, Error *> handler) {
+    constexpr const char *name = protocol::addAssetToAlbum.name;
+    if (assetURL == nullptr)
+        failParameter(this, name, "assetURL");
+    if (toAlbumWithUUID == nullptr)
+        failParameter(this, name, "albumUUID");
+    if (!handler)
+        failParameter(this, name, "resultsBlock != NULL");
+    Request request(protocol::addAssetToAlbum);
+    request.set(keys::assetURL, assetURL);
+    request.set(keys::albumUUID, toAlbumWithUUID);
+    request.sendWithReply(connection(), replyQueue(),
+                          [handler](const Reply &reply) { handler(reply.get(keys::success), nullptr); });
+}
+
+// An error of the service reads as a missing entitlement, too.
+void JXGatekeeperClient::deleteAssetWithURL(URL *assetURL, Handler<bool, Error *> handler) {
+    if (assetURL == nullptr)
+        failParameter(this, protocol::deleteAsset.name, "assetURL");
+    // "resultBlock", where the other operations say "resultsBlock".
+    if (!handler)
+        failParameter(this, protocol::deleteAsset.name, "resultBlock != NULL");
+    Request request(protocol::deleteAsset);
+    request.set(keys::assetURL, assetURL);
+    request.sendWithReply(connection(), replyQueue(), [handler](const Reply &reply) {
+        const bool success = reply.get(keys::success);
+        const bool hasEntitlement = reply.get(keys::hasEntitlement);
+        handler(success, hasEntitlement
+                             ? nullptr
+                             : securityPolicyErrorForMissingEntitlement(JXDeleteAssetsEntitlement));
+    });
+}
+
+void JXGatekeeperClient::setExternalUsageIntent(std::uint64_t intent, URL *forAssetWithURL,
+                                                Handler<bool, Error *> handler) {
+    if (forAssetWithURL == nullptr)
+        failParameter(this, protocol::setExternalUsageIntent.name, "assetURL");
+    if (!handler)
+        failParameter(this, protocol::setExternalUsageIntent.name, "resultsBlock != NULL");
+    Request request(protocol::setExternalUsageIntent);
+    request.set(keys::externalUsageIntent, intent);
+    request.set(keys::assetURL, forAssetWithURL);
+    request.sendWithReply(connection(), replyQueue(), [handler](const Reply &reply) {
+        if (reply.isError()) {
+            consoleLog("Unable to set external usage intent because Msg service returned an error. (%@)",
+                       reply.errorDescription());
+            handler(false, nullptr);
+        } else if (reply.isDictionary()) {
+            handler(reply.get(keys::success), nullptr);
+        }
+    });
+}
+
+void JXGatekeeperClient::recalculateCachedAlbumCounts() {
+    Request(protocol::recalculateCachedAlbumCounts).send(connection());
+}
+
+void JXGatekeeperClient::automaticallyDeleteEmptyAlbum(const ManagedObject *album) {
+    Request request(protocol::automaticallyDeleteEmptyAlbum);
+    request.set(keys::albumOID, album != nullptr ? album->objectID() : nullptr);
+    request.send(connection());
+}
