@@ -8,6 +8,7 @@
 #include "hoardd/FileType.h"
 #include "hoardd/Handlers.h"
 #include "hoardd/ImageFormats.h"
+#include "hoardd/Renditions.h"
 #include "wickerlane/platform/file/Files.h"
 
 namespace hoardd {
@@ -41,10 +42,14 @@ void fileDescriptorForAssetURL(Daemon &daemon, const Call &call) {
     call.answer(Answer().set(keys::fileDescriptor, original.get()));
 }
 
-// No asset has an edited rendition yet, so that its file is the same with adjustments as without.
 void fileURLForAssetURL(Daemon &daemon, const Call &call) {
-    if (const ManagedAsset *asset = assetNamedBy(daemon.library(call), call))
-        call.answer(Answer().set(keys::fileURL, asset->fileURL()));
+    Library *library = daemon.library(call);
+    const ManagedAsset *asset = assetNamedBy(library, call);
+    if (asset == nullptr)
+        return;
+    const std::string rendition =
+        call.get(keys::withAdjustments) ? Renditions(*library).pathOf(asset->record()) : std::string();
+    call.answer(Answer().set(keys::fileURL, rendition.empty() ? asset->fileURL() : URL::ofPath(rendition)));
 }
 
 void fileURLForNewAsset(Daemon &daemon, const Call &call) {

@@ -127,7 +127,9 @@ std::string AssetSaver::stage(const SaveJob &job, Staged &staged) {
 
     AssetRecord &record = staged.record;
     const FileType type = order.type();
-    record.uuid = UUID::createRandom()->uuidString()->utf8();
+    record.uuid = job.uuid;
+    if (record.uuid.empty())
+        record.uuid = UUID::createRandom()->uuidString()->utf8();
     record.kind = order.kind.value_or(type.kind);
     record.format = type.mediaType;
     record.directory = store::LibraryPaths::directoryOfOriginal(record.uuid);

@@ -1,11 +1,8 @@
 #include "hoardd/Daemon.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include "hoardd/Dispatch.h"
 #include "wickerlane/log/JXLog.h"
-#include "wickerlane/platform/file/Files.h"
+#include "wickerlane/platform/consent/Consent.h"
 #include "wickerlane/protocol/ServiceName.h"
 
 namespace hoardd {
@@ -50,10 +47,14 @@ Library *Daemon::library(const Call &call) {
 }
 
 AccessStatus Daemon::accessOf(const PeerIdentity &peer) const {
+    if (const auto decided = ConsentStore::shared().decision(kPVGServicePhotos, peer.executable, peer.user))
+        return *decided ? AccessStatus::granted : AccessStatus::denied;
     // The library belongs to whoever owns its root; before there is one, to the user the daemon serves.
-    struct stat root {};
-    const uid_t owner = ::stat(rootPath().c_str(), &root) == 0 ? root.st_uid : ::geteuid();
-    return peer.user == owner ? AccessStatus::granted : AccessStatus::denied;
+    return peer.user == ConsentStore::owner() ? AccessStatus::granted : AccessStatus::notAsked;
+}
+
+bool Daemon::isEntitled(const PeerIdentity &peer, const String *entitlement) const {
+    return ConsentStore::shared().isEntitled(peer, entitlement->utf8());
 }
 
 } // namespace hoardd

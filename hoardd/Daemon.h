@@ -45,6 +45,8 @@ public:
     /// adds a job that answers its call; a call whose job is not taken is refused.
     [[nodiscard]] JobQueue &longWork() noexcept { return longJobs; }
     [[nodiscard]] AccessStatus accessOf(const wickerlane::PeerIdentity &peer) const;
+    [[nodiscard]] bool isEntitled(const wickerlane::PeerIdentity &peer,
+                                  const wickerlane::String *entitlement) const;
 
 private:
     DaemonOptions settings;

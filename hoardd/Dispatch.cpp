@@ -24,7 +24,13 @@ constexpr DispatchEntry table[] = {
     {&protocol::launchHoardd, launchHoardd, true},
     {&protocol::createPixholdDatabase, createPixholdDatabase},
     {&protocol::getPhotosAndVideosCount, getPhotosAndVideosCount},
+    {&protocol::setLargePreviewImage, setLargePreviewImage},
+    {&protocol::updateThumbnails, updateThumbnails},
+    {&protocol::updateCameraPreviewWell, updateCameraPreviewWell},
+    {&protocol::updateRestoredAsset, updateRestoredAsset},
+    {&protocol::writeDataInBackground, writeDataInBackground},
     {&protocol::getCurrentModelVersion, getCurrentModelVersion},
+    {&protocol::downloadAsset, downloadAsset},
 };
 
 } // namespace

@@ -18,6 +18,16 @@ void fileURLForAssetURL(Daemon &daemon, const Call &call);
 void fileURLForNewAsset(Daemon &daemon, const Call &call);
 void imageDataForAsset(Daemon &daemon, const Call &call);
 
+// RenditionHandlers.cpp
+void setLargePreviewImage(Daemon &daemon, const Call &call);
+void updateThumbnails(Daemon &daemon, const Call &call);
+void updateCameraPreviewWell(Daemon &daemon, const Call &call);
+void downloadAsset(Daemon &daemon, const Call &call);
+
+// FileHandlers.cpp
+void updateRestoredAsset(Daemon &daemon, const Call &call);
+void writeDataInBackground(Daemon &daemon, const Call &call);
+
 // SaveHandlers.cpp
 void saveAsset(Daemon &daemon, const Call &call);
 void batchSaveAssets(Daemon &daemon, const Call &call);

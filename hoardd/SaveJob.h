@@ -20,6 +20,8 @@ struct SaveJob {
     Ref<wickerlane::ImageSurface> image;    ///< Null when there is none.
     Ref<wickerlane::ImageSurface> preview;  ///< Stands in when no thumbnail can be made of the image itself.
     bool mayReadFiles = false;              ///< Whether the caller has this process's rights to files.
+    std::string
+        uuid{}; ///< Of an asset that comes back, which the library must not have; empty for a new one.
 };
 
 /// What a job says, once it has been read: where the bytes come from, which is one of three, and what its

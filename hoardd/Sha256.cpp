@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <memory>
+#include <new>
 #include <vector>
 
 namespace hoardd {
@@ -30,6 +31,14 @@ std::optional<wickerlane::store::Sha256> sha256OfFile(int descriptor) {
     wickerlane::store::Sha256 sum;
     if (EVP_DigestFinal_ex(context.get(), reinterpret_cast<unsigned char *>(sum.data()), nullptr) != 1)
         return std::nullopt;
+    return sum;
+}
+
+wickerlane::store::Sha256 sha256Of(wickerlane::Bytes bytes) {
+    wickerlane::store::Sha256 sum{};
+    if (EVP_Digest(bytes.data(), bytes.size(), reinterpret_cast<unsigned char *>(sum.data()), nullptr,
+                   EVP_sha256(), nullptr) != 1)
+        throw std::bad_alloc();
     return sum;
 }
 

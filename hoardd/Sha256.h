@@ -4,12 +4,16 @@
 
 #include <optional>
 
+#include "wickerlane/platform/object/Data.h"
 #include "wickerlane/store/AssetRecord.h"
 
 namespace hoardd {
 
 /// The sum of a file's bytes, from its start. Nothing, with errno, when it can't be read.
 [[nodiscard]] std::optional<wickerlane::store::Sha256> sha256OfFile(int descriptor);
+
+/// The sum of bytes in memory.
+[[nodiscard]] wickerlane::store::Sha256 sha256Of(wickerlane::Bytes bytes);
 
 } // namespace hoardd
 

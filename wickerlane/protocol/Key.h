@@ -62,12 +62,10 @@ using List = ObjectCoding<Array, JXMsgDictionarySetArray, JXArrayFromMsgDictiona
 using Mapping =
     ObjectCoding<Dictionary, JXMsgDictionarySetDictionary, JXDictionaryFromMsgDictionary, MessageKind::data>;
 
-/// Any property-list object, as the message value of its own kind.
+/// A property-list object, as the message value of its own kind; hoardd takes lists, mappings and texts.
 struct PropertyList {
     using Write = Object *;
-    static constexpr MessageKind kinds[] = {MessageKind::array, MessageKind::dictionary, MessageKind::string,
-                                            MessageKind::data,  MessageKind::date,       MessageKind::boolean,
-                                            MessageKind::int64, MessageKind::uint64,     MessageKind::real};
+    static constexpr MessageKind kinds[] = {MessageKind::array, MessageKind::dictionary, MessageKind::string};
     static void write(MessageDictionary *message, const char *key, Write object) {
         if (const auto value = createMessageValue(object))
             message->set(key, value.get());

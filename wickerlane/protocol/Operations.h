@@ -10,10 +10,12 @@ namespace wickerlane::protocol {
 
 /// In the order of their codes.
 inline constexpr const Operation *allOperations[] = {
-    &fileDescriptorForAssetURL, &fileURLForAssetURL,     &requestAccess,
-    &fileURLForNewAsset,        &imageDataForAsset,      &saveAsset,
-    &batchSaveAssets,           &launchHoardd,           &createPixholdDatabase,
-    &getPhotosAndVideosCount,   &getCurrentModelVersion,
+    &fileDescriptorForAssetURL, &fileURLForAssetURL,   &requestAccess,
+    &fileURLForNewAsset,        &imageDataForAsset,    &saveAsset,
+    &batchSaveAssets,           &launchHoardd,         &createPixholdDatabase,
+    &getPhotosAndVideosCount,   &setLargePreviewImage, &updateThumbnails,
+    &updateCameraPreviewWell,   &updateRestoredAsset,  &writeDataInBackground,
+    &getCurrentModelVersion,    &downloadAsset,
 };
 
 } // namespace wickerlane::protocol

@@ -35,6 +35,13 @@ public:
     /// Where callers put new files that they then ask to be saved.
     [[nodiscard]] std::string incoming() const { return library + "/PhotoData/Incoming"; }
 
+    /// Of the asset that the camera's preview well shows; missing when it shows none.
+    [[nodiscard]] std::string previewWell() const { return library + "/PhotoData/PreviewWell.JPG"; }
+    /// Where an asset's edited rendition is.
+    [[nodiscard]] std::string renditionFolder(std::string_view uuid) const {
+        return library + "/PhotoData/Renditions/" + std::string(uuid.substr(0, 2));
+    }
+
     /// An original's directory, relative to folder(): "DCIM/3F".
     [[nodiscard]] static std::string directoryOfOriginal(std::string_view uuid) {
         return "DCIM/" + std::string(uuid.substr(0, 2));

@@ -34,8 +34,18 @@ CREATE INDEX zgenericasset_datecreated ON zgenericasset (datecreated);
 CREATE INDEX zgenericasset_kind ON zgenericasset (kind);
 )sql";
 
+constexpr const char *renditions = R"sql(
+CREATE TABLE zrendition (
+    assetuuid TEXT PRIMARY KEY REFERENCES zgenericasset (uuid) ON DELETE CASCADE,
+    filename TEXT NOT NULL,
+    sha256 BLOB NOT NULL,
+    dateadded REAL NOT NULL,
+    properties BLOB NOT NULL
+);
+)sql";
+
 // New tables and columns are added by a step of their own at the end.
-constexpr const char *steps[] = {assets};
+constexpr const char *steps[] = {assets, renditions};
 
 } // namespace
 

@@ -17,7 +17,6 @@
 #endif
 
 namespace wickerlane {
-namespace {
 
 std::uint64_t startTimeOf(pid_t process) {
     char text[1024];
@@ -43,8 +42,6 @@ std::string executableOf(pid_t process) {
     const ssize_t count = readlink(("/proc/" + std::to_string(process) + "/exe").c_str(), path, sizeof path);
     return count > 0 ? std::string(path, static_cast<std::size_t>(count)) : std::string();
 }
-
-} // namespace
 
 bool PeerProcess::isAlive() const noexcept {
     pollfd ended{.fd = process.get(), .events = POLLIN, .revents = 0};

@@ -1,0 +1,144 @@
+#include "hoardd/Renditions.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+
+#include "hoardd/FileType.h"
+#include "hoardd/Sha256.h"
+#include "wickerlane/platform/file/Files.h"
+#include "wickerlane/platform/object/Number.h"
+#include "wickerlane/platform/propertylist/PropertyList.h"
+
+namespace hoardd {
+
+using namespace wickerlane;
+using sqlite::Database;
+using sqlite::Statement;
+using store::AssetRecord;
+using store::ThumbnailSize;
+
+namespace {
+
+constexpr ThumbnailSize sizes[] = {ThumbnailSize::small, ThumbnailSize::preview};
+
+std::string failing(const std::string &what) {
+    return "can't " + what + ": " + std::strerror(errno);
+}
+
+std::string folderOf(const std::string &path) {
+    return path.substr(0, path.rfind('/'));
+}
+
+std::string hexadecimal(Bytes bytes) {
+    std::string text;
+    for (const std::byte each : bytes) {
+        constexpr const char *digits = "0123456789abcdef";
+        text += digits[std::to_integer<unsigned>(each) >> 4];
+        text += digits[std::to_integer<unsigned>(each) & 15];
+    }
+    return text;
+}
+
+} // namespace
+
+std::string Renditions::pathOf(const AssetRecord &asset) const {
+    std::string problem;
+    auto database = library.openReader(problem);
+    if (!database)
+        return {};
+    Statement statement = database->prepare("SELECT filename FROM zrendition WHERE assetuuid = ?");
+    statement.bind(asset.uuid);
+    return statement.next()
+               ? library.paths().renditionFolder(asset.uuid) + '/' + std::string(statement.text(0))
+               : std::string();
+}
+
+std::string Renditions::set(const AssetRecord &asset, const Data &picture, const Dictionary *properties) {
+    const FileType type = fileTypeOf(picture.span().first(std::min(picture.length(), fileTypeBytes)), "");
+    const std::string folder = library.paths().renditionFolder(asset.uuid);
+    // Named by its contents, so that a rendition never takes the place of another before its row does.
+    const store::Sha256 sum = sha256Of(picture.span());
+    const std::string filename = asset.uuid + '-' + hexadecimal(Bytes(sum).first(8)) + '.' + type.extension;
+    const std::string path = folder + '/' + filename;
+    const std::string earlier = pathOf(asset);
+    if (earlier == path)
+        return {};
+
+    if (!makeFolders(folder) || !syncFolder(folderOf(folder)) || !replaceFile(path, picture.span()))
+        return failing("write " + path);
+    const UniqueFd file = openFile(path, O_RDONLY);
+    std::string problem = file ? thumbnailsOf(file.get(), asset, true) : failing("open " + path);
+    if (problem.empty()) {
+        const auto coded = properties != nullptr ? createPropertyListData(properties) : nullptr;
+        const auto added = Date::createNow();
+        problem = library.writer().change([&](Database &database) {
+            return database.prepare("INSERT OR REPLACE INTO zrendition VALUES (?, ?, ?, ?, ?)")
+                .bind(asset.uuid, std::string_view(filename), Bytes(sum), added->referenceSeconds(),
+                      coded ? coded->span() : Bytes())
+                .run();
+        });
+    }
+    ::unlink(problem.empty() ? earlier.c_str() : path.c_str());
+    return problem;
+}
+
+std::string Renditions::makeThumbnails(const AssetRecord &asset, bool force, bool newIndex) {
+    bool isMissing = asset.thumbnailIndex == 0;
+    for (const ThumbnailSize size : sizes)
+        isMissing = isMissing || ::access(library.paths().thumbnail(asset.uuid, size).c_str(), F_OK) != 0;
+    if (!force && !isMissing)
+        return {};
+    const std::string rendition = pathOf(asset);
+    const std::string path = rendition.empty() ? library.paths().original(asset) : rendition;
+    const UniqueFd picture = openFile(path, O_RDONLY);
+    return picture ? thumbnailsOf(picture.get(), asset, newIndex) : failing("open " + path);
+}
+
+std::string Renditions::thumbnailsOf(int picture, const AssetRecord &asset, bool newIndex) {
+    const store::LibraryPaths &paths = library.paths();
+    const std::string folder = paths.thumbnailFolder(asset.uuid);
+    if (!makeFolders(folder) || !syncFolder(folderOf(folder)))
+        return failing("make " + folder);
+    // Two requests for one asset must not write the same file: each makes its own and moves it.
+    const std::string unique = ".new-" + std::string(UUID::createRandom()->uuidString()->utf8());
+    std::array<std::string, std::size(sizes)> made;
+    std::array<UniqueFd, std::size(sizes)> outputs;
+    std::array<ThumbnailTarget, std::size(sizes)> targets;
+    std::string problem;
+    for (std::size_t i = 0; i < made.size() && problem.empty(); ++i) {
+        made[i] = paths.thumbnail(asset.uuid, sizes[i]) + unique;
+        outputs[i] = openFile(made[i], O_WRONLY | O_CREAT | O_EXCL);
+        if (!outputs[i])
+            problem = failing("make " + made[i]);
+        targets[i] = {store::longestSideOf(sizes[i]), outputs[i].get()};
+    }
+    if (problem.empty()) {
+        const ProbeResult probed = library.media().probe(picture, targets);
+        problem = probed.succeeded() ? std::string() : probed.reason;
+    }
+    for (std::size_t i = 0; i < made.size() && problem.empty(); ++i)
+        if (::fsync(outputs[i].get()) != 0 ||
+            ::rename(made[i].c_str(), paths.thumbnail(asset.uuid, sizes[i]).c_str()) != 0)
+            problem = failing("write " + made[i]);
+    if (problem.empty() && !syncFolder(folder))
+        problem = failing("sync " + folder);
+    if (!problem.empty()) {
+        for (const std::string &each : made)
+            ::unlink(each.c_str());
+        return problem;
+    }
+    if (!newIndex && asset.thumbnailIndex != 0)
+        return {};
+    return library.writer().change([&](Database &database) {
+        return database.prepare("UPDATE zgenericasset SET thumbnailindex = thumbnailindex + 1 WHERE uuid = ?")
+            .bind(asset.uuid)
+            .run();
+    });
+}
+
+} // namespace hoardd

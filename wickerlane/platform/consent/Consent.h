@@ -1,0 +1,81 @@
+// Who may use what: decisions by consent, and the entitlements of programs.
+//
+// Both stand in one property list below the root, /var/db/wickerlane/Consent.plist. It counts only when it
+// belongs to the owner of the root and nobody else may write it: on a device, where that is the
+// administrator, programs can't decide for themselves; in a user's own library the user decides.
+#ifndef WICKERLANE_PLATFORM_CONSENT_CONSENT_H
+#define WICKERLANE_PLATFORM_CONSENT_CONSENT_H
+
+#include <array>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "wickerlane/platform/message/MessageListener.h"
+
+namespace wickerlane {
+
+/// The service that stands for the photo library: "kPVGServicePhotos".
+WL_EXPORT extern const char *const kPVGServicePhotos;
+
+/// One decision. Programs are named by their absolute path.
+struct ConsentDecision {
+    std::string service;
+    std::string executable;
+    uid_t user = 0;
+    bool isGranted = false;
+};
+
+/// What a program is entitled to.
+struct ProgramEntitlements {
+    std::string executable;
+    std::vector<std::string> names;
+};
+
+/// The decisions of the current root. Every call sees the file as it is, so that a change takes effect at
+/// once, on living connections, too. Thread-safe.
+class WL_EXPORT ConsentStore {
+public:
+    /// The one of this process.
+    [[nodiscard]] static ConsentStore &shared();
+
+    /// The user that owns the root, or the calling process's while there is none.
+    [[nodiscard]] static uid_t owner();
+
+    /// Nothing as long as nobody has decided.
+    [[nodiscard]] std::optional<bool> decision(std::string_view service, std::string_view executable,
+                                               uid_t user);
+    /// Whether a program is entitled. A program that is not listed is entitled to nothing, but in a user's
+    /// own library, where the owner's programs are entitled to all that is not taken from them.
+    [[nodiscard]] bool isEntitled(const PeerIdentity &peer, std::string_view entitlement);
+
+    [[nodiscard]] std::vector<ConsentDecision> decisions();
+    [[nodiscard]] std::vector<ProgramEntitlements> entitlements();
+
+    // Changes survive a crash. False, with errno, when the file can't be read or written.
+
+    [[nodiscard]] bool decide(const ConsentDecision &decision);
+    /// Back to "nobody has decided".
+    [[nodiscard]] bool forget(std::string_view service, std::string_view executable, uid_t user);
+    /// Grants an entitlement, or takes it; a program of which nothing is left stays listed.
+    [[nodiscard]] bool setEntitled(std::string_view executable, std::string_view entitlement,
+                                   bool isEntitled);
+
+private:
+    ConsentStore() = default;
+};
+
+/// What identifies a client process: eight words that only a listener can make, out of what the kernel says
+/// of its peer. Its start time tells it from a later process with the same id.
+using AuditToken = std::array<std::uint32_t, 8>;
+
+[[nodiscard]] WL_EXPORT AuditToken auditTokenOf(const PeerIdentity &peer);
+
+/// Whether the client that a token names runs still and has been granted a service: by a decision, or,
+/// without one, as the owner of the root. False for a token that no listener made.
+[[nodiscard]] WL_EXPORT bool PVGAccessCheckAuditToken(const char *service, const AuditToken &token);
+
+} // namespace wickerlane
+
+#endif
