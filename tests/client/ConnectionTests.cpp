@@ -131,4 +131,15 @@ TEST_F(RealConnection, TheSharedInstanceIsOneHoweverManyAskAtOnce) {
     EXPECT_NE(seen[0], nullptr);
 }
 
+TEST(Classes, ofEveryRoomAreFoundByName) {
+    for (const char *name :
+         {"WorkQueue", "Semaphore", "SharedMemory", "MessageDictionary", "MessageArray", "MessageError",
+          "MessageConnection", "MessageListener", "ReceivedMessage", "ImageSurface", "JXMsgData",
+          "JXMsgShMemData", "JXMsgTransaction", "ManagedAsset", "ObjectStore", "JXGatekeeperClient"}) {
+        const Class *found = classNamed(name);
+        ASSERT_NE(found, nullptr) << name;
+        EXPECT_STREQ(found->name, name);
+    }
+}
+
 } // namespace

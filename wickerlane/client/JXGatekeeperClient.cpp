@@ -11,6 +11,7 @@ using namespace wickerlane::client;
 namespace keys = wickerlane::protocol::keys;
 
 constinit const Class JXGatekeeperClient::classInfo{"JXGatekeeperClient", &Object::classInfo, nullptr};
+WL_BUILT_IN_CLASS(JXGatekeeperClient);
 
 namespace {
 WL_IMMORTAL Immortal<ConstantString> errorDomainText{"Wickerlane"};

@@ -11,6 +11,8 @@ using namespace wickerlane;
 
 constinit const Class JXMsgData::classInfo{"JXMsgData", &Data::classInfo, nullptr};
 constinit const Class JXMsgShMemData::classInfo{"JXMsgShMemData", &Data::classInfo, nullptr};
+WL_BUILT_IN_CLASS(JXMsgData);
+WL_BUILT_IN_CLASS(JXMsgShMemData);
 
 Ref<JXMsgData> JXMsgData::initWithMsgData(MessageData *data) {
     return data != nullptr ? Ref<JXMsgData>::adopt(new JXMsgData(data)) : nullptr;

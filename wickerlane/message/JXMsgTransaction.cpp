@@ -6,6 +6,7 @@
 using namespace wickerlane;
 
 constinit const Class JXMsgTransaction::classInfo{"JXMsgTransaction", &Object::classInfo, nullptr};
+WL_BUILT_IN_CLASS(JXMsgTransaction);
 
 JXMsgTransaction *JXMsgTransaction::transaction(const char *identifier) {
     return autorelease(initWithIdentifier(identifier));

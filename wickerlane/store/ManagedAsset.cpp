@@ -14,6 +14,7 @@ constexpr std::string_view entity = "/GenericAsset/p";
 } // namespace
 
 constinit const Class ManagedAsset::classInfo{"ManagedAsset", &Object::classInfo, nullptr};
+WL_BUILT_IN_CLASS(ManagedAsset);
 
 std::string objectURI(std::string_view storeUUID, std::int64_t primaryKey) {
     return std::string(scheme).append(storeUUID).append(entity) + std::to_string(primaryKey);

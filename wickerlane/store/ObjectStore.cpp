@@ -32,6 +32,7 @@ struct ObjectStore::Connection {
 };
 
 constinit const Class ObjectStore::classInfo{"ObjectStore", &Object::classInfo, nullptr};
+WL_BUILT_IN_CLASS(ObjectStore);
 
 ObjectStore::ObjectStore(LibraryPaths paths, std::string uuid, std::unique_ptr<Connection> opened)
     : libraryPaths(std::move(paths)), identity(std::move(uuid)), connection(std::move(opened)) {

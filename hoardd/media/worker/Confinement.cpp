@@ -14,9 +14,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
+#include <charconv>
 #include <csignal>
 #include <cstddef>
-#include <cstdio>
 #include <vector>
 
 #if defined(__x86_64__)
@@ -43,12 +44,13 @@ void limit(int resource, rlim_t most) {
 
 // Bytes of address space in use.
 std::uint64_t addressSpace() {
-    unsigned long long pages = 0;
-    if (std::FILE *file = std::fopen("/proc/self/statm", "re")) {
-        if (std::fscanf(file, "%llu", &pages) != 1)
-            pages = 0;
-        std::fclose(file);
-    }
+    std::array<char, 128> text{};
+    std::uint64_t pages = 0; // the first number there
+    const int file = open("/proc/self/statm", O_RDONLY | O_CLOEXEC);
+    const ssize_t length = file >= 0 ? read(file, text.data(), text.size()) : -1;
+    close(file);
+    if (length > 0)
+        std::from_chars(text.data(), text.data() + length, pages);
     return pages * static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
 }
 

@@ -10,6 +10,7 @@
 namespace wickerlane {
 
 constinit const Class SharedMemory::classInfo{"SharedMemory", &Object::classInfo, nullptr};
+WL_BUILT_IN_CLASS(SharedMemory);
 
 namespace {
 

@@ -14,6 +14,7 @@
 namespace wickerlane {
 
 constinit const Class ReceivedMessage::classInfo{"ReceivedMessage", &Object::classInfo, nullptr};
+WL_BUILT_IN_CLASS(ReceivedMessage);
 
 namespace {
 

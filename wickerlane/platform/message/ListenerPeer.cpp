@@ -5,6 +5,7 @@
 namespace wickerlane {
 
 constinit const Class MessagePeer::classInfo{"MessagePeer", &Object::classInfo, nullptr};
+WL_BUILT_IN_CLASS(MessagePeer);
 
 namespace {
 thread_local constinit ListenerPeer::Gathering *gathering = nullptr;

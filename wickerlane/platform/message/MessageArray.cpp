@@ -5,6 +5,7 @@ namespace wickerlane {
 constinit const Class MessageArray::classInfo{"MessageArray", &MessageValue::classInfo, [] {
                                                   return static_cast<Object *>(MessageArray::create().leak());
                                               }};
+WL_BUILT_IN_CLASS(MessageArray);
 
 ArrayStorage::~ArrayStorage() {
     for (const MessageSlot &slot : slots)

@@ -5,6 +5,7 @@
 namespace wickerlane {
 
 constinit const Class MessageConnection::classInfo{"MessageConnection", &Object::classInfo, nullptr};
+WL_BUILT_IN_CLASS(MessageConnection);
 
 namespace {
 

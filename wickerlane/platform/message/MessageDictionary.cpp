@@ -8,6 +8,7 @@ namespace wickerlane {
 constinit const Class MessageDictionary::classInfo{
     "MessageDictionary", &MessageValue::classInfo,
     [] { return static_cast<Object *>(MessageDictionary::create().leak()); }};
+WL_BUILT_IN_CLASS(MessageDictionary);
 
 namespace {
 

@@ -10,6 +10,7 @@
 namespace wickerlane {
 
 constinit const Class MessageListener::classInfo{"MessageListener", &Object::classInfo, nullptr};
+WL_BUILT_IN_CLASS(MessageListener);
 
 namespace {
 

@@ -21,6 +21,12 @@ constinit const Class MessageSharedMemory::classInfo{"MessageSharedMemory", &Mes
 constinit const Class MessageFileDescriptor::classInfo{"MessageFileDescriptor", &MessageValue::classInfo,
                                                        nullptr};
 constinit const Class MessageError::classInfo{"MessageError", &MessageValue::classInfo, nullptr};
+WL_BUILT_IN_CLASS(MessageValue);
+WL_BUILT_IN_CLASS(MessageScalar);
+WL_BUILT_IN_CLASS(MessageData);
+WL_BUILT_IN_CLASS(MessageSharedMemory);
+WL_BUILT_IN_CLASS(MessageFileDescriptor);
+WL_BUILT_IN_CLASS(MessageError);
 
 bool isUTF8(std::string_view text) noexcept {
     const std::size_t ascii = utf8::asciiPrefix(text);

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -146,14 +147,25 @@ bool startService(std::string_view serviceName, const ServiceDescription &descri
     return count == 0;
 }
 
+namespace {
+
+// The number that a variable of the environment holds; -1 when it holds none.
+int numberIn(const char *variable) {
+    const char *text = std::getenv(variable);
+    const std::string_view digits = text != nullptr ? text : "";
+    int number = -1;
+    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
+    return error == std::errc() && end == digits.data() + digits.size() ? number : -1;
+}
+
+} // namespace
+
 int takeHandedSocket(std::string_view serviceName, bool &isManaged) {
-    const char *process = std::getenv("LISTEN_PID");
-    const char *count = std::getenv("LISTEN_FDS");
-    if (process == nullptr || count == nullptr || std::atol(process) != getpid())
+    if (numberIn("LISTEN_PID") != getpid())
         return -1;
     isManaged = std::getenv(startedVariable) == nullptr;
     constexpr int mostHanded = 64;
-    for (int i = 0; i < std::min(std::atoi(count), mostHanded); ++i) {
+    for (int i = 0; i < std::min(numberIn("LISTEN_FDS"), mostHanded); ++i) {
         const int fd = firstHandedDescriptor + i;
         // Whoever takes a socket marks it close-on-exec; that also says that it is taken.
         const int flags = fcntl(fd, F_GETFD);

@@ -47,11 +47,11 @@ WL_EXPORT const Class *classNamed(std::string_view name);
 /// Adds a class that must never be destroyed. False when the name is taken by another class. Thread-safe.
 WL_EXPORT bool registerClass(const Class *added);
 
-/// In a source file of this library, beside a class's definition: lists the class, which stands in namespace
-/// wickerlane, among the built-in ones. The linker gathers the lists into one constant table.
+/// In a source file of this library, beside a class's definition and in its scope: lists the class among the
+/// built-in ones. The linker gathers the lists into one constant table.
 #define WL_BUILT_IN_CLASS(T)              \
     [[gnu::section("wickerlane_classes"), \
-      gnu::used]] static constinit const ::wickerlane::Class *const builtIn##T = &::wickerlane::T::classInfo
+      gnu::used]] static constinit const ::wickerlane::Class *const builtIn##T = &T::classInfo
 
 /// Inside a class declaration: gives the class its run-time class object, which its source file defines.
 #define WL_OBJECT                                                                    \

@@ -15,6 +15,7 @@
 namespace wickerlane {
 
 constinit const Class DescriptorSource::classInfo{"DescriptorSource", &Object::classInfo, nullptr};
+WL_BUILT_IN_CLASS(DescriptorSource);
 
 Ref<DescriptorSource> DescriptorSource::create(int descriptor, Handler<void(std::uint32_t)> handler) {
     auto made = Ref<DescriptorSource>::adopt(new DescriptorSource(descriptor, std::move(handler)));

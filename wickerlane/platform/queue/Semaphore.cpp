@@ -8,6 +8,7 @@
 namespace wickerlane {
 
 constinit const Class Semaphore::classInfo{"Semaphore", &Object::classInfo, nullptr};
+WL_BUILT_IN_CLASS(Semaphore);
 
 namespace {
 

@@ -10,6 +10,7 @@
 namespace wickerlane {
 
 constinit const Class WorkQueue::classInfo{"WorkQueue", &Object::classInfo, nullptr};
+WL_BUILT_IN_CLASS(WorkQueue);
 
 namespace {
 

@@ -5,6 +5,7 @@
 namespace wickerlane {
 
 constinit const Class ImageSurface::classInfo{"ImageSurface", &Object::classInfo, nullptr};
+WL_BUILT_IN_CLASS(ImageSurface);
 
 namespace {
 
