@@ -88,7 +88,7 @@ std::string restore(Library &library, const std::string &uuid, const std::vector
         }
         if (problem.empty())
             return {};
-        problem = path + ": " + problem;
+        problem.insert(0, path + ": ");
     }
     return problem;
 }
