@@ -29,6 +29,8 @@ void addList(CLI::App &app, Action &chosen);
 void addShow(CLI::App &app, Action &chosen);
 void addExport(CLI::App &app, Action &chosen);
 void addThumbnail(CLI::App &app, Action &chosen);
+void addVideoInfo(CLI::App &app, Action &chosen);
+void addEstimate(CLI::App &app, Action &chosen);
 void addDaemon(CLI::App &app, Action &chosen);
 
 } // namespace wickerlane::cli

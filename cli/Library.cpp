@@ -82,6 +82,8 @@ JSON describe(const store::ManagedAsset &asset) {
     };
     if (record.latitude && record.longitude)
         result["place"] = {{"latitude", *record.latitude}, {"longitude", *record.longitude}};
+    if (record.duration > 0)
+        result["duration"] = record.duration;
     if (!record.problem.empty())
         result["problem"] = record.problem;
     return result;

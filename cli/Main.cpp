@@ -61,6 +61,8 @@ int run(int argc, char **argv) {
     addShow(app, chosen);
     addExport(app, chosen);
     addThumbnail(app, chosen);
+    addVideoInfo(app, chosen);
+    addEstimate(app, chosen);
     addDaemon(app, chosen);
 
     try {

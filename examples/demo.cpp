@@ -21,6 +21,7 @@
 #include "wickerlane/platform/object/Format.h"
 #include "wickerlane/protocol/ImageFormats.h"
 #include "wickerlane/protocol/JobKeys.h"
+#include "wickerlane/protocol/VideoKeys.h"
 
 namespace fs = std::filesystem;
 using namespace wickerlane;
@@ -189,6 +190,29 @@ bool showOne(const Photo &photo) {
     return allThere;
 }
 
+/// A video as hoardd describes it, and how large exports of it would be.
+bool showVideo(const std::string &path) {
+    ReleaseScope scope;
+    auto *client = JXGatekeeperClient::sharedInstance();
+    const auto text = String::create(path);
+    const Dictionary *metadata = client->videoMetadataAtPath(text.get());
+    std::printf("\nA clip, %s:\n", escapingControls(fs::path(path).filename().string()).c_str());
+    if (metadata == nullptr)
+        return std::printf("  it can't be read\n"), false;
+    for (const auto &[key, value] : *metadata)
+        std::printf("  %-16s %s\n", std::string(as<String>(key)->utf8()).c_str(),
+                    formatUTF8("%@", value).c_str());
+    bool allThere = true;
+    for (const protocol::ExportPreset &preset : protocol::exportPresets) {
+        const std::int64_t bytes = client->estimatedOutputFileLengthForVideoURL(
+            URL::ofPath(path), nullptr, String::of(preset.name), nullptr);
+        std::printf("  exported as %-12s about %.2f MB\n", std::string(preset.name).c_str(),
+                    static_cast<double>(bytes) / 1e6);
+        allThere = allThere && bytes > 0;
+    }
+    return allThere;
+}
+
 bool makeContactSheet(const std::vector<Photo> &photos, const std::string &path) {
     examples::ContactSheet sheet;
     for (const Photo &photo : photos) {
@@ -206,8 +230,10 @@ bool makeContactSheet(const std::vector<Photo> &photos, const std::string &path)
     return true;
 }
 
-int demo(const fs::path &folder, const std::string &sheetPath) {
+int demo(const fs::path &folder, const std::string &sheetPath, const std::string &clip) {
     std::vector<Photo> photos = photosIn(folder);
+    if (!clip.empty())
+        photos.insert(photos.begin(), {fs::absolute(clip), nullptr});
     std::printf("Photos     %zu in %s\n", photos.size(), folder.c_str());
     std::printf("Library    %s (new)\n", rootPath().c_str());
     if (photos.empty())
@@ -233,6 +259,8 @@ int demo(const fs::path &folder, const std::string &sheetPath) {
     good = showCounts(photos.size()) && good;
     good = readBackAll(photos) && good;
     good = showOne(photos.back()) && good;
+    if (!clip.empty())
+        good = showVideo(fs::absolute(clip)) && good;
     if (makeContactSheet(photos, sheetPath))
         std::printf("\nContact sheet: %s\n", sheetPath.c_str());
     else
@@ -244,10 +272,10 @@ int demo(const fs::path &folder, const std::string &sheetPath) {
 } // namespace
 
 int main(int argc, char **argv) {
-    if (argc != 3)
-        return std::fputs("usage: demo PHOTOS-FOLDER CONTACT-SHEET.jpg\n", stderr), 2;
+    if (argc != 3 && argc != 4)
+        return std::fputs("usage: demo PHOTOS-FOLDER CONTACT-SHEET.jpg [CLIP]\n", stderr), 2;
     try {
-        return demo(argv[1], argv[2]);
+        return demo(argv[1], argv[2], argc == 4 ? argv[3] : "");
     } catch (const std::exception &problem) {
         return std::fprintf(stderr, "demo: %s\n", problem.what()), 1;
     }

@@ -53,6 +53,8 @@ void takeFacts(const PictureFacts &facts, AssetRecord &record, std::optional<dou
     record.width = facts.width;
     record.height = facts.height;
     record.orientation = facts.orientation;
+    if (facts.video)
+        record.duration = facts.video->seconds;
     if (facts.place) {
         record.latitude = facts.place->latitude;
         record.longitude = facts.place->longitude;

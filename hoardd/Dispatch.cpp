@@ -30,7 +30,9 @@ constexpr DispatchEntry table[] = {
     {&protocol::updateRestoredAsset, updateRestoredAsset},
     {&protocol::writeDataInBackground, writeDataInBackground},
     {&protocol::getCurrentModelVersion, getCurrentModelVersion},
+    {&protocol::estimatedOutputFileLength, estimatedOutputFileLength},
     {&protocol::downloadAsset, downloadAsset},
+    {&protocol::videoMetadata, videoMetadata},
 };
 
 } // namespace

@@ -38,6 +38,7 @@ const char *extensionFor(ImageFormat format) {
         return "HEIC";
     case ImageFormat::avif:
         return "AVIF";
+    case ImageFormat::video:
     case ImageFormat::unknown:
         break;
     }
@@ -83,7 +84,8 @@ FileType fileTypeOf(wickerlane::Bytes start, std::string_view name) {
     const std::string_view given = wickerlane::store::extensionOf(name);
     const std::string extension = isPlainExtension(given) ? upperCase(given) : std::string();
 
-    if (const ImageFormat format = imageFormatOf(start); format != ImageFormat::unknown) {
+    if (const ImageFormat format = imageFormatOf(start);
+        format != ImageFormat::unknown && format != ImageFormat::video) {
         // Raw files of many makers begin as TIFF files do; their own extension says more.
         const bool keepsOwn = format == ImageFormat::tiff && !extension.empty();
         return {AssetKind::photo, imageFormatMediaType(format), keepsOwn ? extension : extensionFor(format)};

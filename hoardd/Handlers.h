@@ -24,6 +24,10 @@ void updateThumbnails(Daemon &daemon, const Call &call);
 void updateCameraPreviewWell(Daemon &daemon, const Call &call);
 void downloadAsset(Daemon &daemon, const Call &call);
 
+// VideoHandlers.cpp
+void videoMetadata(Daemon &daemon, const Call &call);
+void estimatedOutputFileLength(Daemon &daemon, const Call &call);
+
 // FileHandlers.cpp
 void updateRestoredAsset(Daemon &daemon, const Call &call);
 void writeDataInBackground(Daemon &daemon, const Call &call);

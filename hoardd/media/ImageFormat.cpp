@@ -13,7 +13,7 @@ struct FormatNames {
     const char *mediaType;
 };
 
-constexpr std::array<FormatNames, 8> names{{
+constexpr std::array<FormatNames, 9> names{{
     {"unknown", "application/octet-stream"},
     {"jpeg", "image/jpeg"},
     {"png", "image/png"},
@@ -22,6 +22,7 @@ constexpr std::array<FormatNames, 8> names{{
     {"gif", "image/gif"},
     {"heif", "image/heif"},
     {"avif", "image/avif"},
+    {"video", "video/mp4"},
 }};
 
 // A file of the ISO base media family lists its brands in a first box "ftyp": size, "ftyp", major brand,
@@ -31,7 +32,7 @@ ImageFormat formatOfBrands(std::string_view start) noexcept {
         return std::size_t{static_cast<unsigned char>(start[index])};
     };
     const std::size_t boxSize = byteAt(0) << 24 | byteAt(1) << 16 | byteAt(2) << 8 | byteAt(3);
-    ImageFormat found = ImageFormat::unknown;
+    ImageFormat found = ImageFormat::video;
     for (std::size_t at = 8; at + 4 <= std::min(boxSize, start.size()); at += 4) {
         if (at == 12) // the version
             continue;
@@ -65,6 +66,11 @@ ImageFormat imageFormatOf(std::span<const std::byte> bytes) noexcept {
         return ImageFormat::webp;
     if (start.substr(4, 4) == "ftyp"sv)
         return formatOfBrands(start);
+    // Of containers of videos alone: Matroska, AVI, QuickTime files of old, MPEG program streams.
+    if (start.starts_with("\x1A\x45\xDF\xA3"sv) ||
+        (start.starts_with("RIFF"sv) && start.substr(8, 4) == "AVI "sv) || start.substr(4, 4) == "moov"sv ||
+        start.substr(4, 4) == "mdat"sv || start.starts_with("\0\0\1\xBA"sv))
+        return ImageFormat::video;
     return ImageFormat::unknown;
 }
 
@@ -77,7 +83,8 @@ const char *imageFormatMediaType(ImageFormat format) noexcept {
 }
 
 bool imageFormatIsRisky(ImageFormat format) noexcept {
-    return format == ImageFormat::tiff || format == ImageFormat::heif || format == ImageFormat::avif;
+    return format == ImageFormat::tiff || format == ImageFormat::heif || format == ImageFormat::avif ||
+           format == ImageFormat::video;
 }
 
 } // namespace hoardd

@@ -8,10 +8,11 @@
 
 namespace hoardd {
 
-enum class ImageFormat : std::uint32_t { unknown, jpeg, png, webp, tiff, gif, heif, avif };
+/// A video counts as a picture whose pixels are a frame of it.
+enum class ImageFormat : std::uint32_t { unknown, jpeg, png, webp, tiff, gif, heif, avif, video };
 
 /// The last of the formats, for checking numbers that came from another process.
-inline constexpr ImageFormat lastImageFormat = ImageFormat::avif;
+inline constexpr ImageFormat lastImageFormat = ImageFormat::video;
 
 /// How many bytes from a file's start imageFormatOf() looks at.
 inline constexpr std::size_t imageFormatBytes = 64;

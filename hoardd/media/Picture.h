@@ -35,6 +35,21 @@ struct Place {
     double longitude = 0;
 };
 
+/// What a video file says of itself. What it does not say is zero or empty.
+struct VideoFacts {
+    double seconds = 0;                ///< how long it lasts
+    double frameRate = 0;              ///< frames a second, on average
+    std::uint32_t rotation = 0;        ///< degrees clockwise by which it is shown turned: 0, 90, 180 or 270
+    std::uint32_t trackCount = 0;      ///< of all kinds
+    std::uint32_t audioChannels = 0;   ///< 0 without sound
+    std::uint32_t audioSampleRate = 0; ///< hertz
+    std::uint64_t videoBitRate = 0;    ///< bits a second
+    std::uint64_t audioBitRate = 0;    ///< bits a second
+    std::string container;             ///< short names of formats, such as "mov,mp4"
+    std::string videoCodec;            ///< such as "h264"
+    std::string audioCodec;            ///< such as "aac"
+};
+
 /// What a picture file says of itself. What it says wrongly or not at all is absent.
 struct PictureFacts {
     ImageFormat format = ImageFormat::unknown;
@@ -43,8 +58,9 @@ struct PictureFacts {
     std::uint32_t orientation = 1; ///< 1 to 8, as EXIF counts them
     std::optional<CaptureDate> captureDate;
     std::optional<Place> place;
-    std::string cameraMake;  ///< printable ASCII
-    std::string cameraModel; ///< printable ASCII
+    std::string cameraMake;          ///< printable ASCII
+    std::string cameraModel;         ///< printable ASCII
+    std::optional<VideoFacts> video; ///< only of a video
 };
 
 enum class MediaFailure : std::uint32_t {

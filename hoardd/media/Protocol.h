@@ -19,7 +19,7 @@ namespace hoardd::media {
 inline constexpr int workerSocket = 3;
 
 /// Tells two builds of the packets apart.
-inline constexpr std::uint32_t protocolVersion = 1;
+inline constexpr std::uint32_t protocolVersion = 2;
 
 inline constexpr std::size_t mostThumbnails = 4;
 inline constexpr std::size_t mostDescriptors = 1 + mostThumbnails;
@@ -69,6 +69,18 @@ struct Answer {
     std::array<char, 64> cameraMake{}; ///< ends with a zero, as all texts here do
     std::array<char, 64> cameraModel{};
     std::array<char, 192> reason{};
+    std::uint32_t isVideo = 0;
+    std::uint32_t rotation = 0;
+    std::uint32_t trackCount = 0;
+    std::uint32_t audioChannels = 0;
+    std::uint32_t audioSampleRate = 0;
+    double seconds = 0;
+    double frameRate = 0;
+    std::uint64_t videoBitRate = 0;
+    std::uint64_t audioBitRate = 0;
+    std::array<char, 64> container{};
+    std::array<char, 32> videoCodec{};
+    std::array<char, 32> audioCodec{};
 };
 
 /// Sends one packet with descriptors. False on failure, with errno set.

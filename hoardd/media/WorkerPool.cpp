@@ -65,6 +65,24 @@ std::uint32_t sideOf(std::uint32_t side) {
     return side <= pictureLimits.side ? side : 0;
 }
 
+VideoFacts videoFactsOf(const Answer &answer) {
+    const auto sensible = [](double value, double most) { return value > 0 && value <= most ? value : 0; };
+    constexpr std::uint64_t mostBitRate = 100'000'000'000;
+    VideoFacts facts;
+    facts.seconds = sensible(answer.seconds, 1e7);
+    facts.frameRate = sensible(answer.frameRate, 1e5);
+    facts.rotation = answer.rotation % 90 == 0 && answer.rotation < 360 ? answer.rotation : 0;
+    facts.trackCount = answer.trackCount;
+    facts.audioChannels = std::min(answer.audioChannels, 1024U);
+    facts.audioSampleRate = answer.audioSampleRate;
+    facts.videoBitRate = std::min(answer.videoBitRate, mostBitRate);
+    facts.audioBitRate = std::min(answer.audioBitRate, mostBitRate);
+    facts.container = textOf(answer.container);
+    facts.videoCodec = textOf(answer.videoCodec);
+    facts.audioCodec = textOf(answer.audioCodec);
+    return facts;
+}
+
 // A worker that a file has taken over can answer anything, so that what makes no sense is left out.
 PictureFacts factsOf(const Answer &answer) {
     PictureFacts facts;
@@ -83,6 +101,8 @@ PictureFacts factsOf(const Answer &answer) {
         facts.place = Place{answer.latitude, answer.longitude};
     facts.cameraMake = textOf(answer.cameraMake);
     facts.cameraModel = textOf(answer.cameraModel);
+    if (answer.isVideo != 0)
+        facts.video = videoFactsOf(answer);
     return facts;
 }
 

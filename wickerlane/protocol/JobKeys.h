@@ -35,6 +35,7 @@ inline constexpr std::string_view byteSize = "byteSize";   ///< Number.
 inline constexpr std::string_view width = "width";         ///< Number: pixels, upright; 0 if not decoded.
 inline constexpr std::string_view height = "height";       ///< Number.
 inline constexpr std::string_view creationDate = "creationDate"; ///< Date.
+inline constexpr std::string_view duration = "duration"; ///< Number: seconds; only of a video that says so.
 inline constexpr std::string_view problem =
     "problem"; ///< String: why it could not be decoded; only then there.
 

@@ -10,12 +10,25 @@ namespace wickerlane::protocol {
 
 /// In the order of their codes.
 inline constexpr const Operation *allOperations[] = {
-    &fileDescriptorForAssetURL, &fileURLForAssetURL,   &requestAccess,
-    &fileURLForNewAsset,        &imageDataForAsset,    &saveAsset,
-    &batchSaveAssets,           &launchHoardd,         &createPixholdDatabase,
-    &getPhotosAndVideosCount,   &setLargePreviewImage, &updateThumbnails,
-    &updateCameraPreviewWell,   &updateRestoredAsset,  &writeDataInBackground,
-    &getCurrentModelVersion,    &downloadAsset,
+    &fileDescriptorForAssetURL,
+    &fileURLForAssetURL,
+    &requestAccess,
+    &fileURLForNewAsset,
+    &imageDataForAsset,
+    &saveAsset,
+    &batchSaveAssets,
+    &launchHoardd,
+    &createPixholdDatabase,
+    &getPhotosAndVideosCount,
+    &setLargePreviewImage,
+    &updateThumbnails,
+    &updateCameraPreviewWell,
+    &updateRestoredAsset,
+    &writeDataInBackground,
+    &getCurrentModelVersion,
+    &estimatedOutputFileLength,
+    &downloadAsset,
+    &videoMetadata,
 };
 
 } // namespace wickerlane::protocol

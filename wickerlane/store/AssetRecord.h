@@ -34,6 +34,7 @@ struct AssetRecord {
     std::uint64_t byteSize = 0;      ///< Of the original.
     Sha256 sha256{};                 ///< Of the original's bytes.
     std::int64_t thumbnailIndex = 0; ///< 0 without thumbnails; counts up with each making of them.
+    double duration = 0;             ///< Of a video, in seconds; 0 when unknown, and of photos.
     std::string problem;             ///< Why it could not be decoded; empty when it could.
 };
 

@@ -44,8 +44,12 @@ CREATE TABLE zrendition (
 );
 )sql";
 
+constexpr const char *durations = R"sql(
+ALTER TABLE zgenericasset ADD COLUMN duration REAL NOT NULL DEFAULT 0;
+)sql";
+
 // New tables and columns are added by a step of their own at the end.
-constexpr const char *steps[] = {assets, renditions};
+constexpr const char *steps[] = {assets, renditions, durations};
 
 } // namespace
 
@@ -67,7 +71,7 @@ void bindRecord(sqlite::Statement &statement, const AssetRecord &record) {
     statement.bind(record.uuid, static_cast<int>(record.kind), record.directory, record.filename,
                    record.originalFilename, record.format, record.width, record.height, record.orientation,
                    record.dateCreated, record.dateAdded, record.latitude, record.longitude, record.byteSize,
-                   Bytes(record.sha256), record.thumbnailIndex, record.problem);
+                   Bytes(record.sha256), record.thumbnailIndex, record.problem, record.duration);
 }
 
 AssetRecord readRecord(const sqlite::Statement &statement) {
@@ -98,6 +102,7 @@ AssetRecord readRecord(const sqlite::Statement &statement) {
     std::copy_n(sum.begin(), std::min(sum.size(), record.sha256.size()), record.sha256.begin());
     record.thumbnailIndex = integer();
     record.problem = text();
+    record.duration = statement.real(column++);
     return record;
 }
 

@@ -28,10 +28,10 @@ WL_EXPORT std::span<const char *const> schemaSteps() noexcept;
 /// the primary key stands before them in a row that is read.
 #define WL_ASSET_COLUMNS                                                                                   \
     "uuid, kind, directory, filename, originalfilename, format, width, height, orientation, datecreated, " \
-    "dateadded, latitude, longitude, bytesize, sha256, thumbnailindex, problem"
+    "dateadded, latitude, longitude, bytesize, sha256, thumbnailindex, problem, duration"
 
 inline constexpr const char *insertAsset =
-    "INSERT INTO zgenericasset (" WL_ASSET_COLUMNS ") VALUES (?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?)";
+    "INSERT INTO zgenericasset (" WL_ASSET_COLUMNS ") VALUES (?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?)";
 
 /// To be followed by what narrows it.
 inline constexpr const char *selectAssets = "SELECT pk, " WL_ASSET_COLUMNS " FROM zgenericasset ";

@@ -2,6 +2,7 @@
 
 #include <sys/mman.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <numeric>
@@ -11,6 +12,7 @@
 #include "hoardd/media/worker/Metadata.h"
 #include "hoardd/media/worker/PictureReader.h"
 #include "hoardd/media/worker/PictureWriter.h"
+#include "hoardd/media/worker/VideoReader.h"
 
 namespace hoardd::media {
 
@@ -72,6 +74,28 @@ void put(const PictureFacts &facts, Answer &answer) {
     }
     copyText(facts.cameraMake, answer.cameraMake);
     copyText(facts.cameraModel, answer.cameraModel);
+    if (!facts.video)
+        return;
+    answer.isVideo = 1;
+    answer.seconds = facts.video->seconds;
+    answer.frameRate = facts.video->frameRate;
+    answer.rotation = facts.video->rotation;
+    answer.trackCount = facts.video->trackCount;
+    answer.audioChannels = facts.video->audioChannels;
+    answer.audioSampleRate = facts.video->audioSampleRate;
+    answer.videoBitRate = facts.video->videoBitRate;
+    answer.audioBitRate = facts.video->audioBitRate;
+    copyText(facts.video->container, answer.container);
+    copyText(facts.video->videoCodec, answer.videoCodec);
+    copyText(facts.video->audioCodec, answer.audioCodec);
+}
+
+// Told by its first bytes: a video may be far larger than what is mapped of a picture.
+bool isVideo(int descriptor) {
+    std::array<std::byte, imageFormatBytes> start{};
+    const ssize_t count = pread(descriptor, start.data(), start.size(), 0);
+    return count > 0 &&
+           imageFormatOf(std::span(start).first(static_cast<std::size_t>(count))) == ImageFormat::video;
 }
 
 // The format and the metadata, as good as they can be had.
@@ -87,7 +111,35 @@ PictureFacts factsOf(std::span<const std::byte> file) {
     return facts;
 }
 
+// Each is made from the next larger one; `first` makes the largest, of the size that it is given.
+template <class First>
+void writeThumbnails(const Request &request, std::span<const wickerlane::UniqueFd> descriptors,
+                     const First &first) {
+    std::vector<std::uint32_t> largestFirst(request.thumbnailCount);
+    std::iota(largestFirst.begin(), largestFirst.end(), 0U);
+    std::ranges::sort(largestFirst, std::greater(),
+                      [&](auto index) { return request.thumbnailSides[index]; });
+    Image image;
+    for (const std::uint32_t index : largestFirst) {
+        const std::uint32_t side = request.thumbnailSides[index];
+        image = image ? shrunk(image.get(), side) : first(side);
+        writePicture(image.get(), descriptors[1 + index].get(), ImageFormat::jpeg, thumbnailQuality, false);
+    }
+}
+
+void probeVideo(const Request &request, std::span<const wickerlane::UniqueFd> descriptors, Answer &answer) {
+    VideoReader reader(descriptors[0].get());
+    PictureFacts facts;
+    facts.format = ImageFormat::video;
+    reader.readFacts(facts);
+    put(facts, answer);
+    writeThumbnails(request, descriptors,
+                    [&](std::uint32_t side) { return shrunk(reader.poster().get(), side); });
+}
+
 void probe(const Request &request, std::span<const wickerlane::UniqueFd> descriptors, Answer &answer) {
+    if (isVideo(descriptors[0].get()))
+        return probeVideo(request, descriptors, answer);
     const MappedFile file(descriptors[0].get());
     PictureFacts facts = factsOf(file.bytes());
     put(facts, answer);
@@ -95,28 +147,29 @@ void probe(const Request &request, std::span<const wickerlane::UniqueFd> descrip
     const bool lies = facts.orientation >= 5;
     answer.width = lies ? reader.height() : reader.width();
     answer.height = lies ? reader.width() : reader.height();
+    writeThumbnails(request, descriptors,
+                    [&](std::uint32_t side) { return reader.thumbnail(side, facts.orientation); });
+}
 
-    std::vector<std::uint32_t> largestFirst(request.thumbnailCount);
-    std::iota(largestFirst.begin(), largestFirst.end(), 0U);
-    std::ranges::sort(largestFirst, std::greater(),
-                      [&](auto index) { return request.thumbnailSides[index]; });
-    Image image; // each is made from the next larger one
-    for (const std::uint32_t index : largestFirst) {
-        const std::uint32_t side = request.thumbnailSides[index];
-        image = image ? shrunk(image.get(), side) : reader.thumbnail(side, facts.orientation);
-        writePicture(image.get(), descriptors[1 + index].get(), ImageFormat::jpeg, thumbnailQuality, false);
-    }
+void writeRendered(const Request &request, VipsImage *image, int output, Answer &answer) {
+    writePicture(image, output, request.format, request.quality, true);
+    answer.format = request.format;
+    answer.width = static_cast<std::uint32_t>(vips_image_get_width(image));
+    answer.height = static_cast<std::uint32_t>(vips_image_get_height(image));
 }
 
 void render(const Request &request, std::span<const wickerlane::UniqueFd> descriptors, Answer &answer) {
+    if (isVideo(descriptors[0].get())) {
+        const Image frame = VideoReader(descriptors[0].get()).poster();
+        const Image image =
+            request.longestSide != 0 ? shrunk(frame.get(), request.longestSide) : Image(nullptr);
+        return writeRendered(request, image ? image.get() : frame.get(), descriptors[1].get(), answer);
+    }
     const MappedFile file(descriptors[0].get());
     const PictureFacts facts = factsOf(file.bytes());
     const PictureReader reader(file.bytes(), facts.format);
     const Image image = reader.picture(request.longestSide, facts.orientation);
-    writePicture(image.get(), descriptors[1].get(), request.format, request.quality, true);
-    answer.format = request.format;
-    answer.width = static_cast<std::uint32_t>(vips_image_get_width(image.get()));
-    answer.height = static_cast<std::uint32_t>(vips_image_get_height(image.get()));
+    writeRendered(request, image.get(), descriptors[1].get(), answer);
 }
 
 void encode(const Request &request, std::span<const wickerlane::UniqueFd> descriptors, Answer &answer) {
@@ -173,6 +226,7 @@ bool prepareHandling(const char *program) {
     vips_concurrency_set(1); // the pool has a worker for each processor
     vips_cache_set_max(0);
     prepareMetadata();
+    prepareVideos();
     return true;
 }
 

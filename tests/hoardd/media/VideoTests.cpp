@@ -1,0 +1,120 @@
+// What the workers make of videos.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+
+#include "tests/hoardd/media/MediaTest.h"
+#include "tests/support/TestClips.h"
+#include "wickerlane/platform/file/Files.h"
+
+namespace hoardd {
+namespace {
+
+using namespace wickerlane::test;
+
+WorkerPool &pool() {
+    static WorkerPool &shared = *new WorkerPool(testOptions());
+    return shared;
+}
+
+class Videos : public ::testing::Test {
+protected:
+    // Has the worker started before the first test counts descriptors.
+    static void SetUpTestSuite() {
+        ASSERT_EQ(pool().probe(fileOf(tiffOf(fourCorners(8, 8))).get(), {}).reason, "");
+    }
+
+    static UniqueFd clip(const char *name, const std::vector<std::string> &more = {}) {
+        const std::string path = wickerlane::rootPath() + '/' + name;
+        makeClip(path, "0xDC1E1E", more);
+        return wickerlane::openFile(path, O_RDONLY);
+    }
+    static Bytes bytesOf(const UniqueFd &file) { return contentsOf(file); }
+};
+
+TEST_F(Videos, SayWhatTheyAreAndShowAFrame) {
+    const struct {
+        const char *name;
+        std::vector<std::string> more;
+        const char *codec;
+        const char *container;
+    } cases[] = {
+        {"a.mp4",
+         {"-metadata", "creation_time=2021-06-15T10:20:30Z", "-metadata", "location=+48.5-002.25/"},
+         "h264",
+         "mp4"},
+        {"a.mov", {"-c:v", "mpeg4"}, "mpeg4", "mov"},
+        {"a.mkv", {"-c:v", "mpeg4"}, "mpeg4", "matroska"},
+        {"a.avi", {"-c:v", "mjpeg", "-pix_fmt", "yuvj420p"}, "mjpeg", "avi"},
+    };
+    for (const auto &each : cases) {
+        SCOPED_TRACE(each.name);
+        const UniqueFd file = clip(each.name, each.more), thumbnail = fileOf({});
+        const ThumbnailTarget target{80, thumbnail.get()};
+        const ProbeResult result = pool().probe(file.get(), {&target, 1});
+        ASSERT_EQ(result.reason, "");
+        EXPECT_EQ(result.facts.format, ImageFormat::video);
+        EXPECT_EQ(result.facts.width, 160U);
+        EXPECT_EQ(result.facts.height, 120U);
+        ASSERT_TRUE(result.facts.video);
+        EXPECT_NEAR(result.facts.video->seconds, 2, 0.2);
+        EXPECT_NEAR(result.facts.video->frameRate, 10, 0.5);
+        EXPECT_EQ(result.facts.video->videoCodec, each.codec);
+        EXPECT_THAT(result.facts.video->container, testing::HasSubstr(each.container));
+        EXPECT_EQ(result.facts.video->trackCount, 2U);
+        EXPECT_EQ(result.facts.video->audioChannels, 1U);
+        EXPECT_EQ(result.facts.captureDate.has_value(), each.name == std::string_view("a.mp4"));
+        const Pixels frame = decodedPicture(contentsOf(thumbnail));
+        EXPECT_EQ(frame.width, 80U);
+        EXPECT_TRUE(isLike(frame.at(40, 30), cornerRed));
+    }
+    const ProbeResult dated = pool().probe(clip("a.mp4", cases[0].more).get(), {});
+    EXPECT_EQ(dated.facts.captureDate->seconds, 1623752430);
+    ASSERT_TRUE(dated.facts.place);
+    EXPECT_NEAR(dated.facts.place->latitude, 48.5, 1e-3);
+    EXPECT_NEAR(dated.facts.place->longitude, -2.25, 1e-3);
+}
+
+TEST_F(Videos, AreShownTurnedAsTheySay) {
+    const UniqueFd plain = clip("plain.mp4");
+    // The matrix that turns a track stands in its header; a quarter turn swaps its numbers.
+    Bytes bytes = bytesOf(plain);
+    const std::array<unsigned char, 36> upright{0, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,    0, 0, 1,
+                                                0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x40, 0, 0, 0};
+    const std::array<unsigned char, 36> quarter{0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0xFF, 0xFF, 0, 0, 0, 0, 0,
+                                                0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,    0x40, 0, 0, 0};
+    const auto wanted = std::as_bytes(std::span(upright)), turned = std::as_bytes(std::span(quarter));
+    int found = 0;
+    for (auto at = bytes.begin();
+         (at = std::search(at, bytes.end(), wanted.begin(), wanted.end())) != bytes.end(); at += 36, ++found)
+        if (found == 1) // that of the film comes first, then the picture's
+            std::ranges::copy(turned, at);
+    ASSERT_GE(found, 2);
+    const ProbeResult result = pool().probe(fileOf(bytes).get(), {});
+    ASSERT_TRUE(result.facts.video) << result.reason;
+    EXPECT_EQ(result.facts.video->rotation, 90U);
+    EXPECT_EQ(result.facts.width, 120U);
+    EXPECT_EQ(result.facts.height, 160U);
+    Bytes image;
+    const UniqueFd output = fileOf({});
+    EXPECT_EQ(pool().render(fileOf(bytes).get(), {.format = ImageFormat::png}, output.get()).reason, "");
+    EXPECT_EQ(decodedPicture(contentsOf(output)).height, 160U);
+}
+
+TEST_F(Videos, ThatAreDamagedCostNothingButThemselves) {
+    const Bytes whole = bytesOf(clip("whole.mkv", {"-c:v", "mpeg4"}));
+    for (const std::size_t length : {std::size_t{20}, std::size_t{600}, whole.size() / 2}) {
+        Bytes cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length));
+        const UniqueFd thumbnail = fileOf({});
+        const ThumbnailTarget target{80, thumbnail.get()};
+        const ProbeResult result = pool().probe(fileOf(cut).get(), {&target, 1});
+        EXPECT_TRUE(result.succeeded() || !result.reason.empty()) << length;
+        EXPECT_NE(result.failure, MediaFailure::workerDied);
+    }
+    // Sound alone, and a list that names other files, are no videos.
+    const UniqueFd sound = clip("sound.mp4", {"-vn"});
+    EXPECT_EQ(pool().probe(sound.get(), {}).failure, MediaFailure::damaged);
+    EXPECT_EQ(pool().probe(clip("again.mp4").get(), {}).reason, "") << "the pool goes on";
+}
+
+} // namespace
+} // namespace hoardd
