@@ -31,6 +31,10 @@ void addExport(CLI::App &app, Action &chosen);
 void addThumbnail(CLI::App &app, Action &chosen);
 void addVideoInfo(CLI::App &app, Action &chosen);
 void addEstimate(CLI::App &app, Action &chosen);
+void addPreview(CLI::App &app, Action &chosen);
+void addCheck(CLI::App &app, Action &chosen);
+void addConsent(CLI::App &app, Action &chosen);
+void addEntitlement(CLI::App &app, Action &chosen);
 void addDaemon(CLI::App &app, Action &chosen);
 
 } // namespace wickerlane::cli

@@ -30,6 +30,7 @@ constexpr std::size_t mostBatches = 3;
 
 struct Options {
     std::vector<std::string> paths;
+    bool again = false;
     bool json = false;
     bool quiet = false;
 };
@@ -43,6 +44,7 @@ struct Saved {
     std::string path;
     std::string uuid;
     std::string assetURL;
+    bool wasPresent = false;
     std::string problem; ///< Of its picture, which could not be decoded; empty when it could.
 };
 
@@ -133,7 +135,7 @@ struct Batch {
     Awaited<Ref<Array>> results; ///< Null when the daemon was lost.
 };
 
-Batch sendBatch(std::span<const std::string> paths) {
+Batch sendBatch(std::span<const std::string> paths, bool again) {
     ReleaseScope scope;
     Batch batch;
     auto jobs = MutableArray::create();
@@ -141,7 +143,8 @@ Batch sendBatch(std::span<const std::string> paths) {
         const auto text = String::create(path);
         const auto name = String::create(fs::path(path).filename().string());
         jobs->append(Dictionary::createWithKeys({{protocol::job::filePath, text.get()},
-                                                 {protocol::job::originalFilename, name.get()}})
+                                                 {protocol::job::originalFilename, name.get()},
+                                                 {protocol::job::unlessPresent, Number::of(!again)}})
                          .get());
         batch.paths.push_back(path);
     }
@@ -174,13 +177,14 @@ void receiveBatch(const Batch &batch, Report &report) {
         } else {
             report.saved.push_back({batch.paths[i], std::move(uuid),
                                     textOf(result, protocol::jobResult::assetURL),
+                                    result->get(protocol::jobResult::wasPresent) != nullptr,
                                     textOf(result, protocol::jobResult::problem)});
         }
     }
 }
 
-void saveFiles(std::span<const std::string> files, bool quiet, Report &report) {
-    Progress progress("saved", files.size(), quiet);
+void saveFiles(std::span<const std::string> files, const Options &options, Report &report) {
+    Progress progress("saved", files.size(), options.quiet);
     std::deque<Batch> underWay;
     std::size_t sent = 0;
     while (sent < files.size() || !underWay.empty()) {
@@ -190,7 +194,7 @@ void saveFiles(std::span<const std::string> files, bool quiet, Report &report) {
             break;
         if (sendMore && sent < files.size() && underWay.size() < mostBatches) {
             const auto next = files.subspan(sent, std::min(batchSize, files.size() - sent));
-            underWay.push_back(sendBatch(next));
+            underWay.push_back(sendBatch(next, options.again));
             sent += next.size();
             continue;
         }
@@ -204,6 +208,8 @@ JSON describe(const Report &report) {
     JSON saved = JSON::array();
     for (const Saved &each : report.saved) {
         saved.push_back({{"path", each.path}, {"uuid", each.uuid}, {"url", each.assetURL}});
+        if (each.wasPresent)
+            saved.back()["wasPresent"] = true;
         if (!each.problem.empty())
             saved.back()["problem"] = each.problem;
     }
@@ -223,7 +229,10 @@ void printSummary(const Report &report) {
     for (const Refusal &each : report.refused)
         note(fmt::format("{}: {}", each.path, each.reason));
 
-    std::string summary = countText(report.saved.size(), "file", "files") + " saved";
+    const auto present = static_cast<std::size_t>(std::ranges::count(report.saved, true, &Saved::wasPresent));
+    std::string summary = countText(report.saved.size() - present, "file", "files") + " saved";
+    if (present > 0)
+        summary += fmt::format(", {} there already", present);
     if (!report.refused.empty())
         summary += fmt::format(", {} refused", report.refused.size());
     if (report.passedOver > 0)
@@ -239,7 +248,7 @@ ExitCode import(const Options &options) {
     if (!files.empty()) {
         if (!daemonAnswers())
             return failUnreachable();
-        saveFiles(files, options.quiet, report);
+        saveFiles(files, options, report);
     }
     if (options.json)
         printJSON(describe(report));
@@ -255,13 +264,15 @@ ExitCode import(const Options &options) {
 void addImport(CLI::App &app, Action &chosen) {
     auto *command = app.add_subcommand("import", "Save photos into the library");
     command->footer(
-        "Folders are searched with all folders inside them, hidden files left out. Ctrl-C ends the work\n"
-        "after what is under way; what was saved stays saved.\n\n"
+        "Folders are searched with all folders inside them, hidden files left out. A file whose contents\n"
+        "the library has already is not saved a second time. Ctrl-C ends the work after what is under way;\n"
+        "what was saved stays saved.\n\n"
         "Examples:\n"
         "  wickerlane import ~/Pictures\n"
         "  wickerlane import beach.jpg dunes.jpg --json");
     auto options = std::make_shared<Options>();
     command->add_option("PATH", options->paths, "Files and folders")->required();
+    command->add_flag("--again", options->again, "Save files once more whose contents the library has");
     command->add_flag("--json", options->json, "Write JSON: what was saved, what was refused and why");
     command->add_flag("-q,--quiet", options->quiet, "Show no progress");
     command->callback([options, &chosen] { chosen = [options] { return import(*options); }; });

@@ -63,6 +63,10 @@ int run(int argc, char **argv) {
     addThumbnail(app, chosen);
     addVideoInfo(app, chosen);
     addEstimate(app, chosen);
+    addPreview(app, chosen);
+    addCheck(app, chosen);
+    addConsent(app, chosen);
+    addEntitlement(app, chosen);
     addDaemon(app, chosen);
 
     try {

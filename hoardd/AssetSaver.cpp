@@ -71,6 +71,8 @@ struct AssetSaver::Staged {
     std::string folder;    ///< Empty until it has been made.
     std::string takenFrom; ///< The file in the Incoming folder that goes once the asset is saved; or empty.
     bool noData = false;
+    bool unlessPresent = false;
+    std::optional<AssetRecord> present; ///< The asset that has the same bytes, and is not to be saved again.
     std::string problem;
 };
 
@@ -80,7 +82,7 @@ std::vector<SaveResult> AssetSaver::save(std::span<const SaveJob> jobs) {
     for (std::size_t i = 0; i < jobs.size(); ++i) {
         ReleaseScope scope;
         all[i].problem = stage(jobs[i], all[i]);
-        if (all[i].problem.empty())
+        if (all[i].problem.empty() && !all[i].present)
             group.push_back(&all[i]);
         else if (!all[i].folder.empty())
             removeFiles(all[i].folder, all[i].record);
@@ -95,35 +97,50 @@ std::vector<SaveResult> AssetSaver::save(std::span<const SaveJob> jobs) {
         group.clear();
     }
 
-    std::vector<AssetRecord> records;
-    records.reserve(group.size());
-    for (Staged *each : group)
-        records.push_back(std::move(each->record));
-    problem = records.empty() ? std::string() : store.add(records);
-    std::vector<SaveResult> results(jobs.size());
+    std::vector<Store::Addition> additions;
+    additions.reserve(group.size());
+    for (const Staged *each : group)
+        additions.push_back({each->record, each->unlessPresent, false});
+    problem = additions.empty() ? std::string() : store.add(additions);
     for (std::size_t i = 0; i < group.size(); ++i) {
+        Staged &each = *group[i];
         if (!problem.empty()) {
             // The files stay for recover(): a commit whose sync failed may still come to light after a crash.
-            group[i]->problem = "can't store the asset: " + problem;
-            continue;
+            each.problem = "can't store the asset: " + problem;
+        } else if (additions[i].wasPresent) {
+            removeFiles(each.folder, each.record);
+            each.present = std::move(additions[i].record);
+        } else {
+            std::error_code ignored; // recover() removes it otherwise
+            std::filesystem::remove_all(each.folder, ignored);
+            each.record = std::move(additions[i].record);
         }
-        ::unlink(group[i]->takenFrom.c_str());
-        std::error_code ignored; // recover() removes it otherwise
-        std::filesystem::remove_all(group[i]->folder, ignored);
-        results[static_cast<std::size_t>(group[i] - all.data())].asset =
-            ManagedAsset::create(std::move(records[i]), paths.folder(), reader.storeUUID());
     }
-    for (std::size_t i = 0; i < all.size(); ++i) {
-        results[i].noData = all[i].noData;
-        results[i].problem = std::move(all[i].problem);
-    }
+    std::vector<SaveResult> results(jobs.size());
+    for (std::size_t i = 0; i < all.size(); ++i)
+        results[i] = resultOf(std::move(all[i]));
     return results;
+}
+
+SaveResult AssetSaver::resultOf(Staged &&staged) const {
+    SaveResult result;
+    result.noData = staged.noData;
+    result.problem = std::move(staged.problem);
+    if (!result.problem.empty())
+        return result;
+    ::unlink(staged.takenFrom.c_str());
+    result.wasPresent = staged.present.has_value();
+    result.asset =
+        ManagedAsset::create(result.wasPresent ? *std::move(staged.present) : std::move(staged.record),
+                             paths.folder(), reader.storeUUID());
+    return result;
 }
 
 std::string AssetSaver::stage(const SaveJob &job, Staged &staged) {
     SaveOrder order;
     std::string problem = readJob(job, order);
     staged.noData = order.isEmpty;
+    staged.unlessPresent = order.unlessPresent;
     if (!problem.empty())
         return problem;
 
@@ -168,7 +185,9 @@ std::string AssetSaver::stage(const SaveJob &job, Staged &staged) {
     record.sha256 = *sum;
     record.byteSize = static_cast<std::uint64_t>(status.st_size);
 
-    return examine(job, order, staged, original.get());
+    if (staged.unlessPresent)
+        staged.present = store.assetWithSum(record.sha256);
+    return staged.present ? std::string() : examine(job, order, staged, original.get());
 }
 
 std::string AssetSaver::encodeSurface(const ImageSurface &surface, ImageFormat format, int output) {

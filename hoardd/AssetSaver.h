@@ -16,7 +16,8 @@ namespace hoardd {
 /// What became of a job: the asset, or why there is none.
 struct SaveResult {
     Ref<wickerlane::store::ManagedAsset> asset;
-    bool noData = false; ///< The job named nothing to save, or something empty.
+    bool wasPresent = false; ///< The asset was there before, and nothing was saved.
+    bool noData = false;     ///< The job named nothing to save, or something empty.
     std::string problem;
 };
 
@@ -54,6 +55,7 @@ private:
     [[nodiscard]] std::string makeThumbnails(int picture, const Staged &staged, ProbeResult &probed);
     [[nodiscard]] std::string thumbnailsFromPreview(const wickerlane::ImageSurface &preview, Staged &staged);
     [[nodiscard]] std::string publish(std::span<Staged *const> group);
+    [[nodiscard]] SaveResult resultOf(Staged &&staged) const;
     void removeFiles(const std::string &stageFolder, const wickerlane::store::AssetRecord &record);
 
     const wickerlane::store::LibraryPaths &paths;

@@ -29,6 +29,7 @@ constexpr DispatchEntry table[] = {
     {&protocol::updateCameraPreviewWell, updateCameraPreviewWell},
     {&protocol::updateRestoredAsset, updateRestoredAsset},
     {&protocol::writeDataInBackground, writeDataInBackground},
+    {&protocol::repairPotentialModelCorruption, repairPotentialModelCorruption},
     {&protocol::getCurrentModelVersion, getCurrentModelVersion},
     {&protocol::estimatedOutputFileLength, estimatedOutputFileLength},
     {&protocol::downloadAsset, downloadAsset},

@@ -40,6 +40,7 @@ void batchSaveAssets(Daemon &daemon, const Call &call);
 void createPixholdDatabase(Daemon &daemon, const Call &call);
 void getPhotosAndVideosCount(Daemon &daemon, const Call &call);
 void getCurrentModelVersion(Daemon &daemon, const Call &call);
+void repairPotentialModelCorruption(Daemon &daemon, const Call &call);
 
 } // namespace hoardd
 

@@ -43,6 +43,8 @@ Dictionary *resultDictionary(const SaveResult &result) {
     dictionary->set(jobResult::width, Number::of(record.width));
     dictionary->set(jobResult::height, Number::of(record.height));
     dictionary->set(jobResult::creationDate, result.asset->dateCreated());
+    if (result.wasPresent)
+        dictionary->set(jobResult::wasPresent, Number::of(true));
     if (record.duration > 0)
         dictionary->set(jobResult::duration, Number::of(record.duration));
     if (!record.problem.empty())

@@ -51,6 +51,8 @@ std::string readWishes(const Dictionary *job, SaveOrder &order) {
     }
     if (const auto *name = read<String>(job, protocol::job::originalFilename, problem))
         order.originalFilename = plainName(name->utf8());
+    if (const auto *once = read<Number>(job, protocol::job::unlessPresent, problem))
+        order.unlessPresent = once->boolValue();
     if (const auto *date = read<Date>(job, protocol::job::creationDate, problem)) {
         constexpr double farAway = 1e11; // some 3,000 years; also refuses what is no number
         if (!(std::abs(date->referenceSeconds()) < farAway))

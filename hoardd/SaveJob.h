@@ -36,6 +36,7 @@ struct SaveOrder {
     std::string originalFilename;   ///< May be empty.
     std::optional<wickerlane::store::AssetKind> kind;
     std::optional<double> creationDate; ///< Seconds since 2001-01-01 00:00:00 UTC.
+    bool unlessPresent = false;         ///< The same bytes are not to be saved twice.
     bool isEmpty = false;               ///< The job names nothing to save, or something empty.
 
     /// What kind of file the original will be.

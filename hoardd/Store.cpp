@@ -49,8 +49,8 @@ std::unique_ptr<Store> Store::open(const store::LibraryPaths &paths, std::string
 }
 
 // The first thread to come commits for all that come meanwhile; it goes on until nothing is left.
-std::string Store::add(std::span<store::AssetRecord> records) {
-    Pending mine{records, {}, false};
+std::string Store::add(std::span<Addition> additions) {
+    Pending mine{additions, {}, false};
     std::unique_lock guard(lock);
     pending.push_back(&mine);
     while (!mine.done) {
@@ -90,13 +90,33 @@ std::string Store::insert(std::span<Pending *const> group) {
         return database.problem();
     sqlite::Statement statement = database.prepare(store::insertAsset);
     for (Pending *each : group)
-        for (store::AssetRecord &record : each->records) {
-            bindRecord(statement, record);
+        for (Addition &addition : each->additions) {
+            // Within the transaction, so that of two equal ones the second finds the first.
+            if (addition.unlessPresent)
+                if (auto present = findSum(addition.record.sha256)) {
+                    addition.wasPresent = true;
+                    addition.record = *std::move(present);
+                    continue;
+                }
+            bindRecord(statement, addition.record);
             if (!statement.run())
                 return database.problem();
-            record.primaryKey = database.lastRowID();
+            addition.record.primaryKey = database.lastRowID();
         }
     return transaction.commit() ? std::string() : database.problem();
+}
+
+std::optional<store::AssetRecord> Store::findSum(const store::Sha256 &sum) {
+    sqlite::Statement statement =
+        database.prepare(std::string(store::selectAssets) + "WHERE sha256 = ? ORDER BY pk LIMIT 1");
+    if (!statement.bind(Bytes(sum)).next())
+        return std::nullopt;
+    return store::readRecord(statement);
+}
+
+std::optional<store::AssetRecord> Store::assetWithSum(const store::Sha256 &sum) {
+    const std::lock_guard guard(databaseLock);
+    return findSum(sum);
 }
 
 std::optional<bool> Store::contains(std::string_view uuid) {

@@ -19,6 +19,13 @@ namespace hoardd {
 /// library's lock. Thread-safe.
 class Store {
 public:
+    /// An asset to be added.
+    struct Addition {
+        wickerlane::store::AssetRecord record; ///< Gets its primary key; or becomes the one that was present.
+        bool unlessPresent = false;            ///< Not when there is one with the same sum.
+        bool wasPresent = false;               ///< There was: nothing has been added.
+    };
+
     /// Opens the database, and lays it out when it is new. Null, with a reason, on failure.
     [[nodiscard]] static std::unique_ptr<Store> open(const wickerlane::store::LibraryPaths &paths,
                                                      std::string &problem);
@@ -26,7 +33,11 @@ public:
     /// Adds assets, all or none, and gives them their primary keys. Returns when they will survive any crash.
     /// What several threads add at the same time is committed in one transaction. An empty text on success,
     /// else the reason.
-    [[nodiscard]] std::string add(std::span<wickerlane::store::AssetRecord> records);
+    [[nodiscard]] std::string add(std::span<Addition> additions);
+
+    /// The oldest asset whose original has that sum; nothing when there is none.
+    [[nodiscard]] std::optional<wickerlane::store::AssetRecord>
+    assetWithSum(const wickerlane::store::Sha256 &sum);
 
     /// Whether there is an asset with that UUID; nothing when the database does not say.
     [[nodiscard]] std::optional<bool> contains(std::string_view uuid);
@@ -41,12 +52,13 @@ public:
 
 private:
     struct Pending {
-        std::span<wickerlane::store::AssetRecord> records;
+        std::span<Addition> additions;
         std::string problem;
         bool done = false;
     };
 
     explicit Store(wickerlane::sqlite::Database opened) : database(std::move(opened)) {}
+    [[nodiscard]] std::optional<wickerlane::store::AssetRecord> findSum(const wickerlane::store::Sha256 &sum);
     void commit(std::span<Pending *const> group);
     [[nodiscard]] std::string insert(std::span<Pending *const> group);
 

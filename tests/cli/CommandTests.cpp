@@ -207,7 +207,7 @@ TEST_F(CommandTest, AForeignNameCannotForgeALine) {
 }
 
 TEST_F(CommandTest, AnInterruptedImportKeepsAndReportsWhatItSaved) {
-    std::vector<std::string> arguments{"import", "--json", "--quiet"};
+    std::vector<std::string> arguments{"import", "--json", "--quiet", "--again"};
     for (int i = 0; i < 400; ++i)
         file("many/" + std::to_string(i) + ".jpg", jpeg());
     arguments.push_back((folder / "many").string());
@@ -225,6 +225,74 @@ TEST_F(CommandTest, AnInterruptedImportKeepsAndReportsWhatItSaved) {
     EXPECT_EQ(report["refused"].size(), 0U) << result;
     EXPECT_EQ(result.exitCode, report["interrupted"] ? 1 : 0);
     EXPECT_EQ(run({"count", "--json"}).json()["photos"], report["saved"].size());
+}
+
+TEST_F(CommandTest, AnImportSavesTheSameContentsOnce) {
+    file("a/one.jpg", jpeg());
+    file("a/copy.jpg", jpeg());
+    file("a/two.png", png());
+    const std::string pictures = (folder / "a").string();
+    EXPECT_EQ(run({"import", pictures}).output, "2 files saved, 1 there already\n");
+    EXPECT_EQ(run({"import", pictures}).output, "0 files saved, 3 there already\n");
+    EXPECT_EQ(run({"import", "--again", pictures}).output, "3 files saved\n");
+    EXPECT_EQ(run({"count"}).output, "5 photos, 0 videos\n");
+}
+
+TEST_F(CommandTest, CheckFindsAndMends) {
+    const std::string uuid = imported(file("a.jpg", jpeg()));
+    const CommandResult well = run({"check"});
+    EXPECT_EQ(well.exitCode, 0) << well;
+    EXPECT_EQ(well.output, "1 asset checked, all is well\n");
+
+    std::string thumbnail, original;
+    for (const auto &entry : fs::recursive_directory_iterator(folder.parent_path()))
+        if (entry.path().filename() == uuid + "-256.JPG")
+            thumbnail = entry.path();
+        else if (entry.path().filename() == uuid + ".JPG")
+            original = entry.path();
+    fs::remove(thumbnail);
+    const CommandResult found = run({"check"});
+    EXPECT_EQ(found.exitCode, 1) << found;
+    EXPECT_NE(found.output.find("missing thumbnail: " + thumbnail), std::string::npos) << found;
+    EXPECT_NE(found.errors.find("--repair"), std::string::npos) << found;
+    EXPECT_EQ(run({"check", "--repair"}).exitCode, 0);
+    EXPECT_TRUE(fs::exists(thumbnail));
+
+    chmod(original.c_str(), 0600);
+    std::ofstream(original, std::ios::in | std::ios::binary).put('x');
+    EXPECT_EQ(run({"check", "--no-sums"}).exitCode, 0) << "its size is right";
+    const CommandResult changed = run({"check", "--repair", "--json"});
+    EXPECT_EQ(changed.exitCode, 1) << changed;
+    EXPECT_EQ(changed.json()["findings"][0]["kind"], "changed original") << changed;
+    EXPECT_EQ(changed.json()["findings"][0]["uuid"], uuid) << changed;
+}
+
+TEST_F(CommandTest, ConsentKeepsAProgramOut) {
+    const std::string self = WICKERLANE_COMMAND;
+    EXPECT_EQ(run({"count"}).exitCode, 0);
+    EXPECT_EQ(run({"consent", "deny", self}).exitCode, 0);
+    const auto decisions = run({"consent", "list", "--json"}).json();
+    ASSERT_EQ(decisions.size(), 1U) << decisions;
+    EXPECT_EQ(decisions[0]["granted"], false);
+    const CommandResult denied = run({"count"});
+    EXPECT_NE(denied.exitCode, 0) << denied;
+    EXPECT_EQ(run({"consent", "revoke", self}).exitCode, 0);
+    EXPECT_EQ(run({"consent", "list", "--json"}).json().size(), 0U);
+    EXPECT_EQ(run({"count"}).exitCode, 0);
+}
+
+TEST_F(CommandTest, PreviewsNeedTheirEntitlement) {
+    const std::string self = WICKERLANE_COMMAND;
+    const std::string uuid = imported(file("a.jpg", jpeg())), edited = file("edited.png", png());
+    EXPECT_EQ(run({"entitlement", "revoke", self, "write-assets"}).exitCode, 0);
+    const CommandResult refused = run({"preview", uuid, edited});
+    EXPECT_EQ(refused.exitCode, 1) << refused;
+    EXPECT_EQ(run({"entitlement", "grant", self, "write-assets"}).exitCode, 0);
+    EXPECT_EQ(run({"entitlement", "list", "--json"}).json().begin().value().size(), 1U);
+    const CommandResult done = run({"preview", uuid, edited});
+    EXPECT_EQ(done.exitCode, 0) << done;
+    EXPECT_EQ(run({"preview", uuid, file("words", bytesOf("only words"))}).exitCode, 1);
+    EXPECT_EQ(run({"preview", uuid, "/nonexistent/picture"}).exitCode, 1);
 }
 
 } // namespace

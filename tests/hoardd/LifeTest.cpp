@@ -144,11 +144,93 @@ TEST_F(Life, LeftoversOfAKilledSaveAreCompletedOrUndone) {
         EXPECT_EQ(file.find(lost), std::string::npos) << file;
 }
 
-/// Kills the daemon at random instants while several clients save, and checks the library after each.
-/// WICKERLANE_KILLS and WICKERLANE_SEED say how often and from which seed.
+/// Clients that save without a pause, until they are told to stop.
+class SavingClients {
+public:
+    SavingClients(MessageConnection *used, const std::vector<FileBytes> &toSave, std::size_t firstPicture)
+        : connection(used), pictures(toSave), first(firstPicture) {
+        for (int client = 0; client < clients; ++client)
+            saveNext(client, client == 0);
+    }
+    void awaitAnswers(std::uint64_t count) const {
+        for (; count > 0; --count)
+            answers->wait();
+    }
+    /// One whose answer is handled after a kill would go on with the next daemon for ever.
+    void stop() { stopped = true; }
+    /// What was answered: UUID to picture.
+    std::map<std::string, std::size_t> take() {
+        idle.get_future().wait();
+        return std::move(answered);
+    }
+
+private:
+    static constexpr int clients = 3;
+
+    Ref<MessageDictionary> jobOf(std::size_t picture) const {
+        const auto job = Dictionary::createWithKeys({{"imageData", dataOf(pictures[picture]).get()}});
+        return Ref<MessageDictionary>::adopt(JXJobCreateMsgDictionaryFromDictionary(job.get()));
+    }
+    // One client saves in batches, the others one at a time, so that saves of both kinds overlap.
+    void saveNext(int round, bool inBatches) {
+        const std::size_t count = inBatches ? 4 : 1;
+        auto message = MessageDictionary::create();
+        message->setInt64("operation", inBatches ? 9 : 8);
+        auto jobs = MessageArray::create();
+        for (std::size_t i = 0; i < count; ++i)
+            jobs->append(jobOf(pictureOf(round, i)).get());
+        if (inBatches)
+            message->set("jobDictionaries", jobs.get());
+        else
+            message->set("jobDictionary", jobs->at(0));
+        connection->sendWithReply(message.get(), WorkQueue::global(),
+                                  [this, round, inBatches](MessageValue *reply) {
+                                      const bool saved = note(reply, round, inBatches);
+                                      answers->signal();
+                                      if (saved && !stopped)
+                                          saveNext(round + 1, inBatches);
+                                      else if (stillSaving.fetch_sub(1) == 1)
+                                          idle.set_value();
+                                  });
+    }
+    bool note(MessageValue *reply, int round, bool inBatches) {
+        const auto *dictionary = as<MessageDictionary>(reply);
+        if (dictionary == nullptr) {
+            if (reply != MessageError::connectionInterrupted())
+                ADD_FAILURE() << "a save was refused: " << reply->description()->utf8();
+            return false;
+        }
+        const MessageArray *results = dictionary->getArray("resultJobDictionaries");
+        for (std::size_t i = 0; i < (inBatches ? results->count() : 1); ++i) {
+            const auto *result = JXJobDictionaryFromMsgDictionary(
+                inBatches ? results->at(i) : dictionary->get("resultJobDictionary"));
+            const std::string uuid = result != nullptr ? textIn(result, "uuid") : std::string();
+            EXPECT_NE(uuid, "") << "a save was refused: " << reply->description()->utf8();
+            const std::lock_guard guard(lock);
+            answered[uuid] = pictureOf(round, i);
+        }
+        return true;
+    }
+    std::size_t pictureOf(int round, std::size_t index) const {
+        return (first + static_cast<std::size_t>(round) + index) % pictures.size();
+    }
+
+    MessageConnection *connection;
+    const std::vector<FileBytes> &pictures;
+    std::size_t first;
+    std::atomic<bool> stopped = false;
+    std::atomic<int> stillSaving = clients;
+    Ref<Semaphore> answers = Semaphore::create(0);
+    std::promise<void> idle;
+    std::mutex lock;
+    std::map<std::string, std::size_t> answered;
+};
+
+/// Kills the daemon, and often its media workers before it, at random instants while several clients save,
+/// and checks the library after each. WICKERLANE_KILLS and WICKERLANE_SEED say how often and from which seed.
 TEST_F(Life, WhateverWasAnsweredIsWholeAfterAKillAtAnyInstant) {
     const char *wantedKills = std::getenv("WICKERLANE_KILLS"), *wantedSeed = std::getenv("WICKERLANE_SEED");
-    const int kills = wantedKills != nullptr ? std::stoi(wantedKills) : 25;
+    const int kills = wantedKills != nullptr ? std::stoi(wantedKills) : 300;
     const std::uint64_t seed = wantedSeed != nullptr ? std::stoull(wantedSeed) : std::random_device{}();
     std::printf("seed %llu, %d kills\n", static_cast<unsigned long long>(seed), kills);
     std::mt19937_64 random(seed);
@@ -156,83 +238,71 @@ TEST_F(Life, WhateverWasAnsweredIsWholeAfterAKillAtAnyInstant) {
     std::vector<FileBytes> pictures;
     for (std::uint32_t i = 0; i < 6; ++i)
         pictures.push_back(i % 2 == 0 ? jpegOf(fourCorners(300 + i, 200)) : pngOf(fourCorners(60 + i, 40)));
-    std::mutex lock;
-    std::map<std::string, std::size_t> answered; // UUID to picture
+    std::size_t answered = 0, workersKilled = 0;
+    // Of one library; every thirty kills another is begun, so that looking at all of it stays quick.
+    std::map<std::string, std::size_t> kept;
 
     for (int kill = 0; kill < kills; ++kill) {
         ReleaseScope scope;
+        if (kill % 30 == 0 && kill > 0) {
+            end(daemon(), SIGKILL);
+            connection = connect();
+            fs::remove_all(paths.folder());
+            kept.clear();
+        }
         answer(request(15).get());
         const Process process = daemon();
         ASSERT_TRUE(process.handle);
 
-        // Three at a time, so that saves overlap; each client sends the next when one is answered. One whose
-        // answer is handled after the kill has been noticed would go on with the next daemon for ever.
-        std::atomic<bool> killed = false;
-        std::atomic<int> stillSaving = 3;
-        const auto answers = Semaphore::create(0);
-        std::promise<void> idle;
-        Handler<void(int)> saveNext;
-        saveNext = [&](int round) {
-            const std::size_t chosen = static_cast<std::size_t>(kill + round) % pictures.size();
-            const auto job = Dictionary::createWithKeys({{"imageData", dataOf(pictures[chosen]).get()}});
-            connection->sendWithReply(
-                saveRequest(job.get()).get(), WorkQueue::global(), [&, chosen, round](MessageValue *reply) {
-                    const auto *dictionary = as<MessageDictionary>(reply);
-                    const auto *result =
-                        dictionary == nullptr
-                            ? nullptr
-                            : JXJobDictionaryFromMsgDictionary(dictionary->get("resultJobDictionary"));
-                    const bool saved = result != nullptr && result->get("uuid") != nullptr;
-                    if (saved) {
-                        const std::lock_guard guard(lock);
-                        answered[textIn(result, "uuid")] = chosen;
-                    } else if (reply != MessageError::connectionInterrupted()) {
-                        ADD_FAILURE() << "a save was refused: " << reply->description()->utf8();
-                    }
-                    answers->signal();
-                    if (saved && !killed)
-                        saveNext(round + 1);
-                    else if (stillSaving.fetch_sub(1) == 1)
-                        idle.set_value();
-                });
-        };
-        for (int client = 0; client < 3; ++client)
-            saveNext(client);
+        SavingClients clients(connection.get(), pictures, static_cast<std::size_t>(kill));
         // The instant: after some answers, and somewhere within the saves that follow.
-        for (std::uint64_t awaited = random() % 5; awaited > 0; --awaited)
-            answers->wait();
+        clients.awaitAnswers(random() % 5);
+        if (random() % 3 == 0) {
+            const std::vector<pid_t> workers = childrenOf(process.id);
+            if (!workers.empty()) {
+                ::kill(workers[random() % workers.size()], SIGKILL);
+                ++workersKilled;
+            }
+        }
         std::this_thread::sleep_for(std::chrono::microseconds(random() % 40'000));
-        killed = true;
+        clients.stop();
         end(process, SIGKILL);
-        idle.get_future().wait();
+        const auto now = clients.take();
+        answered += now.size();
+        kept.insert(now.begin(), now.end());
         connection = connect(); // a request that met the end of the old daemon would fail
 
         // The next daemon puts right what is left; then nothing may be missing, and nothing may be over.
         answer(request(16).get());
         const auto store = store::ObjectStore::open();
         ASSERT_TRUE(store);
-        std::size_t files = 0;
+        std::size_t files = 0, thumbnails = 0;
         for (Object *each : *store->assets()) {
             const auto &record = as<store::ManagedAsset>(each)->record();
             ASSERT_EQ(sumOf(paths.original(record)), record.sha256) << record.uuid;
             ASSERT_EQ(fs::file_size(paths.original(record)), record.byteSize);
+            ++files;
+            // A picture whose worker was killed twice has none, and says so.
+            ASSERT_NE(record.thumbnailIndex == 0, record.problem.empty());
+            if (record.thumbnailIndex == 0)
+                continue;
             for (const auto size : {store::ThumbnailSize::small, store::ThumbnailSize::preview})
                 ASSERT_GT(decodedPicture(contentsOf(paths.thumbnail(record.uuid, size))).width, 0U);
-            ++files;
+            thumbnails += 2;
         }
-        for (const auto &[uuid, picture] : answered) {
+        for (const auto &[uuid, picture] : kept) {
             const auto *asset = store->assetWithUUID(uuid);
             ASSERT_NE(asset, nullptr) << "an answered save was lost: " << uuid;
             ASSERT_EQ(contentsOf(paths.original(asset->record())), pictures[picture]);
         }
         EXPECT_EQ(filesBelow(paths.folder() + "/DCIM").size(), files) << "a file without its row";
-        EXPECT_EQ(filesBelow(paths.folder() + "/PhotoData/Thumbnails").size(), files * 2);
+        EXPECT_EQ(filesBelow(paths.folder() + "/PhotoData/Thumbnails").size(), thumbnails);
         EXPECT_TRUE(fs::is_empty(paths.saving()));
         if (HasFailure())
             FAIL() << "after kill " << kill << " from seed " << seed;
     }
-    EXPECT_GT(answered.size(), 0U);
-    std::printf("%zu saves answered, none lost\n", answered.size());
+    EXPECT_GT(answered, 0U);
+    std::printf("%zu saves answered, none lost; %zu workers killed\n", answered, workersKilled);
 }
 
 } // namespace

@@ -96,10 +96,10 @@ TEST(Sha256, IsTheKnownSum) {
     EXPECT_FALSE(sha256OfFile(-1));
 }
 
-store::AssetRecord newRecord() {
-    store::AssetRecord record;
-    record.uuid = UUID::createRandom()->uuidString()->utf8();
-    return record;
+Store::Addition newAddition() {
+    Store::Addition addition;
+    addition.record.uuid = UUID::createRandom()->uuidString()->utf8();
+    return addition;
 }
 
 TEST(Store, CommitsWhatSeveralThreadsAddAndFailsOnlyWhoIsAtFault) {
@@ -108,7 +108,7 @@ TEST(Store, CommitsWhatSeveralThreadsAddAndFailsOnlyWhoIsAtFault) {
     std::string problem;
     const auto opened = Store::open(paths, problem);
     ASSERT_TRUE(opened) << problem;
-    std::array<store::AssetRecord, 1> taken{newRecord()};
+    std::array<Store::Addition, 1> taken{newAddition()};
     ASSERT_EQ(opened->add(taken), "");
 
     constexpr std::size_t threads = 6, rounds = 20;
@@ -119,15 +119,15 @@ TEST(Store, CommitsWhatSeveralThreadsAddAndFailsOnlyWhoIsAtFault) {
             adding.emplace_back([&, i] {
                 for (std::size_t round = 0; round < rounds; ++round) {
                     ReleaseScope scope;
-                    std::array<store::AssetRecord, 2> records{newRecord(), newRecord()};
+                    std::array<Store::Addition, 2> additions{newAddition(), newAddition()};
                     const bool isAtFault = round % 4 == 3;
                     if (isAtFault)
-                        records[1].uuid = taken[0].uuid;
-                    EXPECT_EQ(opened->add(records).empty(), !isAtFault);
-                    EXPECT_EQ(opened->contains(records[0].uuid), !isAtFault) << "all or none";
+                        additions[1].record.uuid = taken[0].record.uuid;
+                    EXPECT_EQ(opened->add(additions).empty(), !isAtFault);
+                    EXPECT_EQ(opened->contains(additions[0].record.uuid), !isAtFault) << "all or none";
                     if (!isAtFault)
-                        for (const auto &record : records)
-                            keys[i].push_back(record.primaryKey);
+                        for (const auto &each : additions)
+                            keys[i].push_back(each.record.primaryKey);
                 }
             });
     }

@@ -17,6 +17,8 @@ inline constexpr std::string_view originalFilename =
     "originalFilename"; ///< String: what the asset is called.
 inline constexpr std::string_view creationDate =
     "creationDate"; ///< Date: overrides what the file says of itself.
+inline constexpr std::string_view unlessPresent =
+    "unlessPresent"; ///< Number, boolean: an asset with the same bytes is given in place of a second one.
 
 } // namespace wickerlane::protocol::job
 
@@ -25,7 +27,9 @@ namespace wickerlane::protocol::jobResult {
 
 inline constexpr std::string_view error = "error"; ///< String: why nothing was saved.
 
-inline constexpr std::string_view uuid = "uuid";               ///< String.
+inline constexpr std::string_view uuid = "uuid"; ///< String.
+inline constexpr std::string_view wasPresent =
+    "wasPresent"; ///< Number, boolean: the library had it already; only then there.
 inline constexpr std::string_view assetURL = "assetURL";       ///< String: the persistent URL.
 inline constexpr std::string_view objectIDURI = "objectIDURI"; ///< String.
 inline constexpr std::string_view fileURL = "fileURL";         ///< String: where the original is.

@@ -25,6 +25,7 @@ inline constexpr const Operation *allOperations[] = {
     &updateCameraPreviewWell,
     &updateRestoredAsset,
     &writeDataInBackground,
+    &repairPotentialModelCorruption,
     &getCurrentModelVersion,
     &estimatedOutputFileLength,
     &downloadAsset,

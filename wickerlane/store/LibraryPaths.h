@@ -32,6 +32,8 @@ public:
     [[nodiscard]] std::string lock() const { return library + "/PhotoData/hoardd.lock"; }
     /// What is being saved: one folder an asset, named as its original will be.
     [[nodiscard]] std::string saving() const { return library + "/PhotoData/Saving"; }
+    /// Where a repair puts files that no asset has.
+    [[nodiscard]] std::string lostAndFound() const { return library + "/PhotoData/LostAndFound"; }
     /// Where callers put new files that they then ask to be saved.
     [[nodiscard]] std::string incoming() const { return library + "/PhotoData/Incoming"; }
 

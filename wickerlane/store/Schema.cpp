@@ -48,8 +48,12 @@ constexpr const char *durations = R"sql(
 ALTER TABLE zgenericasset ADD COLUMN duration REAL NOT NULL DEFAULT 0;
 )sql";
 
+constexpr const char *sums = R"sql(
+CREATE INDEX zgenericasset_sha256 ON zgenericasset (sha256);
+)sql";
+
 // New tables and columns are added by a step of their own at the end.
-constexpr const char *steps[] = {assets, renditions, durations};
+constexpr const char *steps[] = {assets, renditions, durations, sums};
 
 } // namespace
 

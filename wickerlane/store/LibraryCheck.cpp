@@ -1,0 +1,176 @@
+#include "wickerlane/store/LibraryCheck.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <unordered_set>
+
+#include "wickerlane/store/Schema.h"
+
+namespace wickerlane::store {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr ThumbnailSize thumbnailSizes[] = {ThumbnailSize::small, ThumbnailSize::preview};
+
+/// Every file below a folder; folders that can't be read hold none.
+std::vector<std::string> filesBelow(const std::string &folder) {
+    std::vector<std::string> files;
+    std::error_code error;
+    for (fs::recursive_directory_iterator entry(folder, error), end; !error && entry != end;
+         entry.increment(error)) {
+        std::error_code unknown;
+        if (!entry->is_directory(unknown) || entry->is_symlink(unknown))
+            files.push_back(entry->path());
+    }
+    return files;
+}
+
+class Check {
+public:
+    Check(const LibraryPaths &checked, const CheckOptions &wanted) : paths(checked), options(wanted) {}
+
+    bool run(std::string &problem);
+    CheckReport report;
+
+private:
+    void find(Finding::Kind kind, const std::string &uuid, const std::string &path, std::string detail = {}) {
+        report.findings.push_back({kind, uuid, path, std::move(detail)});
+    }
+    void look(const AssetRecord &asset);
+    void lookAtStrays(const std::vector<std::string> &files, Finding::Kind kind);
+
+    const LibraryPaths &paths;
+    const CheckOptions &options;
+    std::vector<std::string> originals, thumbnails, renditions;
+    std::unordered_set<std::string> beingSaved; // UUIDs
+    std::unordered_set<std::string> expected;   // paths
+};
+
+// The files first, then what is being saved, then the rows: a file that was there when they were listed has
+// its row by now, or was still being saved.
+bool Check::run(std::string &problem) {
+    originals = filesBelow(paths.folder() + "/DCIM");
+    thumbnails = filesBelow(paths.folder() + "/PhotoData/Thumbnails");
+    renditions = filesBelow(paths.folder() + "/PhotoData/Renditions");
+    std::error_code none;
+    for (fs::directory_iterator entry(paths.saving(), none), end; !none && entry != end;
+         entry.increment(none))
+        beingSaved.insert(entry->path().filename().string().substr(0, 36));
+
+    auto database = sqlite::Database::open(paths.database(), sqlite::Database::Access::read, problem);
+    if (!database)
+        return false;
+    sqlite::Statement integrity = database->prepare("PRAGMA integrity_check(1)");
+    if (!integrity.next() || integrity.text(0) != "ok") {
+        find(Finding::Kind::damagedStore, {}, paths.database(),
+             integrity.failed() ? database->problem() : std::string(integrity.text(0)));
+        return true;
+    }
+    const auto version = database->integer("PRAGMA user_version");
+    if (version != modelVersion()) {
+        problem = "the library has another model version; let hoardd open it first";
+        return false;
+    }
+    const auto total =
+        static_cast<std::size_t>(database->integer("SELECT count(*) FROM zgenericasset").value_or(0));
+    sqlite::Statement rows = database->prepare(std::string(selectAssets) + "ORDER BY pk");
+    while (rows.next()) {
+        if (options.isCancelled && options.isCancelled())
+            return true;
+        look(readRecord(rows));
+        ++report.assets;
+        if (options.progress)
+            options.progress(report.assets, std::max(total, report.assets));
+    }
+    sqlite::Statement edited = database->prepare("SELECT assetuuid, filename FROM zrendition");
+    while (edited.next()) {
+        const std::string uuid(edited.text(0));
+        const std::string path = paths.renditionFolder(uuid) + '/' + std::string(edited.text(1));
+        expected.insert(path);
+        if (::access(path.c_str(), F_OK) != 0)
+            find(Finding::Kind::missingRendition, uuid, path);
+    }
+    if (rows.failed() || edited.failed()) {
+        problem = database->problem();
+        return false;
+    }
+    lookAtStrays(originals, Finding::Kind::strayOriginal);
+    lookAtStrays(thumbnails, Finding::Kind::strayThumbnail);
+    lookAtStrays(renditions, Finding::Kind::strayRendition);
+    return true;
+}
+
+void Check::look(const AssetRecord &asset) {
+    const std::string original = paths.original(asset);
+    expected.insert(original);
+    struct stat status {};
+    if (::lstat(original.c_str(), &status) != 0) {
+        find(Finding::Kind::missingOriginal, asset.uuid, original);
+    } else if (!S_ISREG(status.st_mode) || static_cast<std::uint64_t>(status.st_size) != asset.byteSize) {
+        find(Finding::Kind::changedOriginal, asset.uuid, original, "its size is another");
+    } else if (options.sumOfFile) {
+        const auto sum = options.sumOfFile(original);
+        if (!sum)
+            find(Finding::Kind::unreadable, asset.uuid, original, std::strerror(errno));
+        else if (*sum != asset.sha256)
+            find(Finding::Kind::changedOriginal, asset.uuid, original, "its contents are others");
+    }
+    for (const ThumbnailSize size : thumbnailSizes) {
+        const std::string path = paths.thumbnail(asset.uuid, size);
+        expected.insert(path);
+        if (asset.thumbnailIndex != 0 && ::access(path.c_str(), F_OK) != 0)
+            find(Finding::Kind::missingThumbnail, asset.uuid, path);
+    }
+}
+
+void Check::lookAtStrays(const std::vector<std::string> &files, Finding::Kind kind) {
+    for (const std::string &path : files) {
+        const std::string name = path.substr(path.rfind('/') + 1);
+        // A thumbnail or rendition that is being made bears the name of its asset, with more behind it.
+        if (!expected.contains(path) && !beingSaved.contains(name.substr(0, 36)) &&
+            name.find(".new-") == std::string::npos)
+            find(kind, {}, path);
+    }
+}
+
+} // namespace
+
+const char *nameOf(Finding::Kind kind) noexcept {
+    switch (kind) {
+    case Finding::Kind::damagedStore:
+        return "damaged store";
+    case Finding::Kind::missingOriginal:
+        return "missing original";
+    case Finding::Kind::changedOriginal:
+        return "changed original";
+    case Finding::Kind::unreadable:
+        return "unreadable original";
+    case Finding::Kind::missingThumbnail:
+        return "missing thumbnail";
+    case Finding::Kind::missingRendition:
+        return "missing rendition";
+    case Finding::Kind::strayOriginal:
+        return "stray file among the originals";
+    case Finding::Kind::strayThumbnail:
+        return "stray file among the thumbnails";
+    case Finding::Kind::strayRendition:
+        return "stray file among the renditions";
+    }
+    return "";
+}
+
+std::optional<CheckReport> checkLibrary(const LibraryPaths &paths, const CheckOptions &options,
+                                        std::string &problem) {
+    Check check(paths, options);
+    if (!check.run(problem))
+        return std::nullopt;
+    return std::move(check.report);
+}
+
+} // namespace wickerlane::store

@@ -1,0 +1,58 @@
+// Whether a library's store and its files belong together.
+#ifndef WICKERLANE_STORE_LIBRARYCHECK_H
+#define WICKERLANE_STORE_LIBRARYCHECK_H
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "wickerlane/platform/object/Handler.h"
+#include "wickerlane/store/LibraryPaths.h"
+
+namespace wickerlane::store {
+
+/// One thing that is not as it should be.
+struct Finding {
+    enum class Kind {
+        damagedStore,     ///< The database says of itself that it is damaged; nothing else was looked at.
+        missingOriginal,  ///< An asset without its file.
+        changedOriginal,  ///< An original whose size or sum is not what was saved.
+        unreadable,       ///< An original that can't be read.
+        missingThumbnail, ///< Of a picture that could be decoded; made again on demand.
+        missingRendition, ///< An asset whose edited rendition is gone.
+        strayOriginal,    ///< A file among the originals that no asset has.
+        strayThumbnail,   ///< A file among the thumbnails that no asset has.
+        strayRendition,   ///< A file among the renditions that no asset has.
+    };
+    Kind kind;
+    std::string uuid;   ///< Of the asset; empty for files without one.
+    std::string path;   ///< Of the file.
+    std::string detail; ///< More, for people; may be empty.
+};
+
+/// What a finding is called, such as "missing original"; never null.
+[[nodiscard]] WL_EXPORT const char *nameOf(Finding::Kind kind) noexcept;
+
+struct CheckOptions {
+    /// Makes the sum of a file, from its path; nothing, with errno, on failure. Null leaves the sums out.
+    Handler<std::optional<Sha256>(const std::string &)> sumOfFile{};
+    /// Called now and then with how many of how many assets have been looked at; may be null.
+    Handler<void(std::size_t, std::size_t)> progress{};
+    /// Asked now and then; true ends the check early. May be null.
+    Handler<bool()> isCancelled{};
+};
+
+struct CheckReport {
+    std::vector<Finding> findings;
+    std::size_t assets = 0; ///< That were looked at.
+};
+
+/// Looks at every asset of a library and at every file. It only reads, and may run while hoardd serves the
+/// library: what is just being saved is no finding. Nothing, with the reason, when the store can't be read at
+/// all.
+[[nodiscard]] WL_EXPORT std::optional<CheckReport>
+checkLibrary(const LibraryPaths &paths, const CheckOptions &options, std::string &problem);
+
+} // namespace wickerlane::store
+
+#endif
