@@ -1,0 +1,48 @@
+#include "wickerlane/platform/file/DataFolders.h"
+
+#include <dlfcn.h>
+
+#include <cstdlib>
+
+#include "wickerlane/platform/file/Files.h"
+
+namespace wickerlane {
+namespace {
+
+// The folder of this library's file; empty when it can't be told.
+std::string libraryFolder() {
+    Dl_info info{};
+    if (dladdr(reinterpret_cast<const void *>(&dataFolders), &info) == 0 || info.dli_fname == nullptr)
+        return {};
+    const std::string_view file = info.dli_fname;
+    const std::size_t slash = file.rfind('/');
+    return slash == file.npos ? std::string() : std::string(file.substr(0, slash));
+}
+
+std::vector<std::string> split(std::string_view listed) {
+    std::vector<std::string> folders;
+    while (!listed.empty()) {
+        const std::size_t colon = listed.find(':');
+        if (colon != 0)
+            folders.emplace_back(listed.substr(0, colon));
+        listed.remove_prefix(colon == listed.npos ? listed.size() : colon + 1);
+    }
+    return folders;
+}
+
+} // namespace
+
+std::vector<std::string> dataFolders(const char *variable, std::string_view systemPath,
+                                     std::string_view kind) {
+    if (const char *listed = secure_getenv(variable))
+        return split(listed);
+    std::vector<std::string> folders{pathUnderRoot(systemPath)};
+    if (std::string beside = libraryFolder(); !beside.empty())
+        folders.push_back((std::move(beside) + "/../share/wickerlane/").append(kind));
+#ifdef WICKERLANE_DATA_FOLDER
+    folders.push_back(std::string(WICKERLANE_DATA_FOLDER "/").append(kind));
+#endif
+    return folders;
+}
+
+} // namespace wickerlane

@@ -1,0 +1,121 @@
+#include "wickerlane/platform/locale/Locale.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cstdlib>
+#include <mutex>
+#include <utility>
+
+#include "wickerlane/platform/object/ReleaseScope.h"
+#include "wickerlane/platform/object/String.h"
+#include "wickerlane/platform/preferences/Preferences.h"
+
+namespace wickerlane {
+namespace {
+
+struct State {
+    std::mutex mutex;
+    std::vector<std::string> chosen;
+};
+
+State &state() {
+    static State &made = *new State;
+    return made;
+}
+
+constinit std::atomic<std::uint64_t> generation{0};
+
+// A locale's name as the environment spells it, "sr_RS.UTF-8@latin", as a language tag; empty for the locales
+// that have no language.
+std::string tagOf(std::string_view posix) {
+    const std::size_t at = posix.find('@');
+    const std::string_view modifier = at == posix.npos ? std::string_view() : posix.substr(at + 1);
+    std::string tag(posix.substr(0, std::min(posix.find('.'), at)));
+    if (tag == "C" || tag == "POSIX")
+        return {};
+    std::replace(tag.begin(), tag.end(), '_', '-');
+    constexpr std::array<std::pair<std::string_view, std::string_view>, 3> scripts{
+        {{"latin", "-Latn"}, {"cyrillic", "-Cyrl"}, {"devanagari", "-Deva"}}};
+    for (const auto &[name, script] : scripts)
+        if (modifier == name)
+            tag.insert(std::min(tag.find('-'), tag.size()), script);
+    return tag;
+}
+
+std::string environmentLocale() {
+    for (const char *name : {"LC_ALL", "LC_MESSAGES", "LANG"})
+        if (const char *value = std::getenv(name); value != nullptr && *value != '\0')
+            return tagOf(value);
+    return {};
+}
+
+// By the rules of gettext: the list counts only for a locale that has a language.
+std::vector<std::string> environmentLanguages() {
+    std::string locale = environmentLocale();
+    if (locale.empty())
+        return {};
+    std::vector<std::string> languages;
+    const char *listed = std::getenv("LANGUAGE");
+    for (std::string_view rest = listed != nullptr ? listed : ""; !rest.empty();) {
+        const std::size_t colon = std::min(rest.find(':'), rest.size());
+        if (std::string tag = tagOf(rest.substr(0, colon)); !tag.empty())
+            languages.push_back(std::move(tag));
+        rest.remove_prefix(std::min(colon + 1, rest.size()));
+    }
+    languages.push_back(std::move(locale));
+    return languages;
+}
+
+std::vector<std::string> userLanguages() {
+    ReleaseScope scope;
+    std::vector<std::string> languages;
+    if (const auto *list = as<Array>(preferenceValue(languagesPreference, globalPreferencesDomain)))
+        for (const Object *each : *list)
+            if (const auto *text = as<String>(each); text != nullptr && text->length() > 0)
+                languages.emplace_back(text->utf8());
+    return languages;
+}
+
+std::vector<std::string> chosenLanguages() {
+    const std::lock_guard guard(state().mutex);
+    return state().chosen;
+}
+
+} // namespace
+
+std::vector<std::string> processLanguages() {
+    for (auto *source : {chosenLanguages, environmentLanguages, userLanguages})
+        if (std::vector<std::string> languages = source(); !languages.empty())
+            return languages;
+    return {"en"};
+}
+
+void setProcessLanguages(std::vector<std::string> languages) {
+    {
+        const std::lock_guard guard(state().mutex);
+        state().chosen = std::move(languages);
+    }
+    generation.fetch_add(1, std::memory_order_release);
+}
+
+std::string currentLocale() {
+    if (std::vector<std::string> chosen = chosenLanguages(); !chosen.empty())
+        return std::move(chosen.front());
+    if (std::string locale = environmentLocale(); !locale.empty())
+        return locale;
+    if (std::vector<std::string> languages = userLanguages(); !languages.empty())
+        return std::move(languages.front());
+    return {};
+}
+
+std::string currentLanguageCode() {
+    const std::string locale = currentLocale();
+    return locale.substr(0, locale.find_first_of("-_"));
+}
+
+std::uint64_t localeGeneration() noexcept {
+    return generation.load(std::memory_order_acquire);
+}
+
+} // namespace wickerlane
