@@ -28,7 +28,7 @@
 #include "wickerlane/protocol/ServiceName.h"
 
 /// Domain of every error that the client builds: "Wickerlane".
-WL_EXPORT extern wickerlane::String *const WickerlaneErrorDomain;
+WL_EXTERN_C wickerlane::String *const WickerlaneErrorDomain;
 
 /// Codes of errors in WickerlaneErrorDomain.
 enum : std::int64_t {

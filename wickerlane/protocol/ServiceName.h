@@ -5,6 +5,6 @@
 #include "wickerlane/platform/object/Export.h"
 
 /// The name of hoardd's gatekeeper service: "org.wickerlane.hoardd.Gatekeeper".
-WL_EXPORT extern const char *const WickerlaneGatekeeperName;
+WL_EXTERN_C const char *const WickerlaneGatekeeperName;
 
 #endif

@@ -110,9 +110,9 @@ TEST_F(Notifications, beginNoCallOnceCancelled) {
     cancelNotification(token);
     gate->signal();
     queue->sync([&] { EXPECT_EQ(calls, 1); });
-    cancelNotification(other);
-    cancelNotification(token);
-    cancelNotification(12345);
+    EXPECT_TRUE(cancelNotification(other));
+    for (const NotificationToken unknown : {token, 12345, 0, -1})
+        EXPECT_FALSE(cancelNotification(unknown)) << unknown;
 }
 
 TEST_F(Notifications, refuseWhatCannotBeTrusted) {

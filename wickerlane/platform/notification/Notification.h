@@ -23,8 +23,8 @@ using NotificationToken = int;
                                                                Handler<void(NotificationToken)> handler);
 
 /// Ends a registration: no call of the handler begins afterwards, though one that has begun on another thread
-/// may still run. May be called by the handler itself. Unknown tokens are ignored. Thread-safe.
-WL_EXPORT void cancelNotification(NotificationToken token);
+/// may still run. May be called by the handler itself. False, with errno, for an unknown token. Thread-safe.
+WL_EXPORT bool cancelNotification(NotificationToken token);
 
 } // namespace wickerlane
 

@@ -62,8 +62,8 @@ NotificationToken registerNotification(const char *name, WorkQueue *queue,
     return isValidName(name) ? NotificationCenter::shared().add(name, queue, std::move(handler)) : 0;
 }
 
-void cancelNotification(NotificationToken token) {
-    NotificationCenter::shared().cancel(token);
+bool cancelNotification(NotificationToken token) {
+    return NotificationCenter::shared().cancel(token);
 }
 
 NotificationCenter &NotificationCenter::shared() {
@@ -102,13 +102,15 @@ NotificationToken NotificationCenter::add(std::string name, WorkQueue *queue,
     return lastToken;
 }
 
-void NotificationCenter::cancel(NotificationToken token) {
+bool NotificationCenter::cancel(NotificationToken token) {
     std::shared_ptr<Registration> ended;
     Handler<void(NotificationToken)> dropped; // after the locks: what it holds may cancel others
     std::lock_guard guard(mutex);
     const auto found = registrations.find(token);
-    if (found == registrations.end())
-        return;
+    if (found == registrations.end()) {
+        errno = EINVAL;
+        return false;
+    }
     ended = std::move(found->second);
     registrations.erase(found);
     if (std::none_of(registrations.begin(), registrations.end(),
@@ -116,6 +118,7 @@ void NotificationCenter::cancel(NotificationToken token) {
         inotify_rm_watch(inotify.get(), ended->watch);
     std::lock_guard registrationGuard(ended->mutex);
     dropped = std::move(ended->handler);
+    return true;
 }
 
 // On the reader thread.

@@ -24,7 +24,7 @@ public:
 
     [[nodiscard]] NotificationToken add(std::string name, WorkQueue *queue,
                                         Handler<void(NotificationToken)> handler);
-    void cancel(NotificationToken token);
+    bool cancel(NotificationToken token);
 
 private:
     struct Registration {

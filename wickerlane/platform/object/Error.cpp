@@ -57,6 +57,12 @@ Exception::Exception(String *name, String *reason) : exceptionName(name), except
 
 Exception::~Exception() = default;
 
+String *Exception::description() const {
+    if (exceptionReason)
+        return exceptionReason.get();
+    return exceptionName ? exceptionName.get() : String::of("exception");
+}
+
 const char *Exception::what() const noexcept {
     if (exceptionReason)
         return exceptionReason->cString();

@@ -53,6 +53,8 @@ public:
     [[nodiscard]] String *name() const noexcept { return exceptionName.get(); }     ///< May be null.
     [[nodiscard]] String *reason() const noexcept { return exceptionReason.get(); } ///< May be null.
     [[nodiscard]] const char *what() const noexcept override;
+    /// What is said of it: the reason, else the name, else "exception". Borrowed.
+    [[nodiscard]] virtual String *description() const;
     ~Exception() override;
 
 private:

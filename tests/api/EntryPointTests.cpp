@@ -1,0 +1,271 @@
+// The entry points against a scripted daemon.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "tests/api/FromC.h"
+#include "tests/client/FakeConnection.h"
+#include "tests/support/Console.h"
+#include "tests/support/Descriptors.h"
+#include "wickerlane/api/Wickerlane.h"
+#include "wickerlane/client/JXGatekeeperClient.h"
+#include "wickerlane/message/JXMsgUtilities.h"
+#include "wickerlane/platform/notification/Notification.h"
+#include "wickerlane/platform/object/ReleaseScope.h"
+#include "wickerlane/store/LibraryPaths.h"
+#include "wickerlane/store/Sqlite.h"
+
+using namespace wickerlane;
+using namespace wickerlane::test;
+namespace fs = std::filesystem;
+
+namespace {
+
+class EntryPoints : public ::testing::Test {
+protected:
+    void SetUp() override {
+        allowLastingDescriptors(8);
+        real = JXGatekeeperClient::sharedInstance()->connection();
+        JXGatekeeperClient::sharedInstance()->setConnection(&fake);
+    }
+    void TearDown() override { JXGatekeeperClient::sharedInstance()->setConnection(real); }
+
+    void answerWith(std::function<void(MessageDictionary *)> fill) {
+        fake.answer = [fill = std::move(fill)](const MessageDictionary *) {
+            auto reply = MessageDictionary::create();
+            fill(reply.get());
+            return Ref<MessageValue>(reply);
+        };
+    }
+    void failWith(MessageError *error) {
+        fake.answer = [error](const MessageDictionary *) { return Ref<MessageValue>(error); };
+    }
+
+    FakeConnection fake;
+    MessageConnection *real = nullptr;
+    ReleaseScope scope;
+};
+
+TEST_F(EntryPoints, WorkFromC) {
+    const char *fault = faultOfAccessors();
+    EXPECT_EQ(fault, nullptr) << fault;
+}
+
+TEST_F(EntryPoints, CountsAreNumbersOrNull) {
+    const struct {
+        std::optional<std::uint64_t> photos, videos;
+        bool hasPhoto;
+    } cases[] = {
+        {{}, {}, false}, {0, 0, false}, {0, 5, false},          {{}, 5, false},
+        {1, {}, true},   {3, 4, true},  {0x7fffffffU, 0, true}, {0x80000000U, 0, false}, // read as 32 bits
+    };
+    for (const auto &[photos, videos, hasPhoto] : cases) {
+        answerWith([&](MessageDictionary *reply) {
+            if (photos)
+                reply->setUInt64("photoCount", *photos);
+            if (videos)
+                reply->setUInt64("videoCount", *videos);
+        });
+        const auto answered = Semaphore::create(0);
+        RZGetPhotosAndVideosCount([&](const Number *photoCount, const Number *videoCount) {
+            EXPECT_EQ(photoCount != nullptr ? std::optional(photoCount->uint64Value()) : std::nullopt,
+                      photos);
+            EXPECT_EQ(videoCount != nullptr ? std::optional(videoCount->uint64Value()) : std::nullopt,
+                      videos);
+            answered->signal();
+        });
+        answered->wait();
+        RZHasAtLeastOnePhoto([&](bool answer) {
+            EXPECT_EQ(answer, hasPhoto) << photos.value_or(99);
+            answered->signal();
+        });
+        answered->wait();
+    }
+    failWith(MessageError::connectionInterrupted());
+    const auto answered = Semaphore::create(0);
+    RZHasAtLeastOnePhoto([&](bool answer) {
+        EXPECT_FALSE(answer);
+        answered->signal();
+    });
+    answered->wait();
+    EXPECT_EQ(fake.sent.back().mode, "async on global");
+    EXPECT_EQ(fake.sent.back().text, "operation:int64=16");
+}
+
+TEST_F(EntryPoints, NullHandlersAskNothing) {
+    RZGetPhotosAndVideosCount(nullptr);
+    RZHasAtLeastOnePhoto(std::function<void(bool)>());
+    RZGetLibrarySizes(WorkQueue::global(), 15, nullptr);
+    RZGetLibrarySizes(nullptr, 15, [](std::uint32_t, std::uint64_t) {});
+    EXPECT_TRUE(fake.sent.empty());
+
+    int released = 0;
+    const auto release = [](void *count) { ++*static_cast<int *>(count); };
+    RZGetPhotosAndVideosCount(nullptr, &released, release);
+    RZHasAtLeastOnePhoto(nullptr, &released, release);
+    RZGetLibrarySizes(WorkQueue::global(), 15, nullptr, &released, release);
+    EXPECT_EQ(released, 3) << "the contexts go all the same";
+}
+
+TEST_F(EntryPoints, ContextsGoAfterTheHandlerHasRun) {
+    struct Context {
+        Ref<Semaphore> released = Semaphore::create(0);
+        std::string seen;
+    } context;
+    RZGetPhotosAndVideosCount(
+        [](void *given, WLNumber *, WLNumber *) { static_cast<Context *>(given)->seen += "called "; },
+        &context,
+        [](void *given) {
+            static_cast<Context *>(given)->seen += "released";
+            static_cast<Context *>(given)->released->signal();
+        });
+    context.released->wait();
+    EXPECT_EQ(context.seen, "called released");
+}
+
+TEST_F(EntryPoints, EachSizeAskedForIsAnsweredOnce) {
+    constexpr std::uint64_t unknown = ~std::uint64_t{0};
+    using Sizes = std::vector<std::pair<std::uint32_t, std::uint64_t>>;
+    const struct {
+        std::uint32_t mask;
+        Sizes reported, answered;
+    } cases[] = {
+        {0, {{1, 10}}, {}},
+        {5, {{1, 10}}, {{1, 10}, {4, unknown}}},
+        {15, {{8, 80}, {2, 20}, {1, 10}, {4, 40}}, {{8, 80}, {2, 20}, {1, 10}, {4, 40}}},
+        {2, {{1, 10}, {8, 80}}, {{2, unknown}}},
+        {15, {}, {{1, unknown}, {2, unknown}, {4, unknown}, {8, unknown}}},
+        {3, {{3, 30}, {1, 10}}, {{3, 30}}},             // a kind of two bits answers both
+        {1, {{3, 30}, {1, 10}}, {{1, 10}}},             // but only when both are asked for
+        {0x31, {{0x20, 7}}, {{0x20, 7}, {1, unknown}}}, // those above 8 are never missed
+    };
+    for (const auto &[mask, reported, answered] : cases) {
+        answerWith([&](MessageDictionary *reply) {
+            const auto sizes = MutableDictionary::create();
+            for (const auto &[kind, bytes] : reported)
+                sizes->set(std::to_string(kind), Number::of(bytes));
+            JXMsgDictionarySetDictionary(reply, "sizes", sizes.get());
+        });
+        const auto queue = WorkQueue::create("sizes");
+        Sizes seen;
+        RZGetLibrarySizes(queue.get(), mask,
+                          [&](std::uint32_t kind, std::uint64_t bytes) { seen.emplace_back(kind, bytes); });
+        fake.delivered->wait();
+        queue->sync([] {});
+        EXPECT_EQ(seen, answered) << mask;
+    }
+    EXPECT_EQ(fake.sent.back().text, "operation:int64=56");
+
+    failWith(MessageError::connectionInvalid());
+    const auto queue = WorkQueue::create("sizes");
+    Sizes seen;
+    RZGetLibrarySizes(queue.get(), 9,
+                      [&](std::uint32_t kind, std::uint64_t bytes) { seen.emplace_back(kind, bytes); });
+    fake.delivered->wait();
+    queue->sync([] {});
+    EXPECT_EQ(seen, (Sizes{{1, unknown}, {8, unknown}}));
+}
+
+TEST_F(EntryPoints, MigrationIsEstimatedByTheStoresCount) {
+    const store::LibraryPaths paths;
+    EXPECT_EQ(RZSecondsNeededToMigrateStore(), 1) << "no library yet";
+    fs::create_directories(fs::path(paths.database()).parent_path());
+    std::string problem;
+    auto database = sqlite::Database::open(paths.database(), sqlite::Database::Access::write, problem);
+    ASSERT_TRUE(database && database->execute("CREATE TABLE zgenericasset (pk INTEGER PRIMARY KEY);"))
+        << problem;
+    const struct {
+        int assets, seconds;
+    } cases[] = {{0, 1}, {99, 1}, {100, 1}, {165, 1}, {166, 2}, {8299, 99}, {8300, 100}};
+    for (const auto &[assets, seconds] : cases) {
+        auto insert =
+            database->prepare("WITH RECURSIVE n(i) AS (SELECT (SELECT count(*) FROM zgenericasset) + 1 "
+                              "UNION ALL SELECT i + 1 FROM n) "
+                              "INSERT INTO zgenericasset SELECT i FROM n LIMIT ? - (SELECT count(*) "
+                              "FROM zgenericasset)");
+        ASSERT_TRUE(insert.bind(assets).run()) << database->problem();
+        EXPECT_EQ(RZSecondsNeededToMigrateStore(), seconds) << assets;
+    }
+    ASSERT_TRUE(database->execute("DROP TABLE zgenericasset;"));
+    EXPECT_EQ(RZSecondsNeededToMigrateStore(), 30) << "what can't be read";
+    EXPECT_TRUE(fake.sent.empty()) << "the daemon is not asked";
+}
+
+TEST_F(EntryPoints, UpkeepIsForwarded) {
+    answerWith([](MessageDictionary *reply) { reply->setInt64("seconds", 7); });
+    EXPECT_EQ(RZSecondsNeededToCleanupModelAfterHarborsyncRestore(), 7);
+    RZCleanupModelAfterHarborsyncRestore();
+    RZRepairPotentialModelCorruption();
+    RZDataMigrationWillFinish();
+    for (const std::size_t i : {0U, 1U, 2U, 3U}) {
+        EXPECT_EQ(fake.sent.at(i).mode, "sync");
+        EXPECT_EQ(fake.sent.at(i).text, "operation:int64=" + std::to_string(25 + i));
+    }
+    failWith(MessageError::connectionInterrupted());
+    consoleOf([] { EXPECT_EQ(RZSecondsNeededToCleanupModelAfterHarborsyncRestore(), 1); });
+}
+
+TEST_F(EntryPoints, ExportEstimatesAreForwarded) {
+    fake.answer = [](const MessageDictionary *) {
+        auto reply = MessageDictionary::create();
+        reply->setInt64("fileLength", 1234);
+        return Ref<MessageValue>(reply);
+    };
+    JXGatekeeperClient *client = JXGatekeeperClient::sharedInstance();
+    URL *url = URL::of("rez-vault://asset/asset.MOV?id=x");
+    String *path = String::of("/a.mov"), *preset = String::of("medium");
+    const auto properties = Dictionary::createWithKeys({{"a", Number::of(1)}});
+    EXPECT_EQ(RZEstimatedOutputFileLength(url, path, preset, properties.get()),
+              client->estimatedOutputFileLengthForVideoURL(url, path, preset, properties.get()));
+    ASSERT_EQ(fake.sent.size(), 2U);
+    EXPECT_EQ(fake.sent[0].text, fake.sent[1].text) << "what the client itself sends";
+}
+
+TEST_F(EntryPoints, RegistrationsEndWhenAsked) {
+    const auto queue = WorkQueue::create("changes");
+    const auto called = Semaphore::create(0);
+    int calls = 0;
+    const Ref<Number> token = RZRegisterForPhotosAndVideosCount(
+        [&] {
+            ++calls;
+            called->signal();
+        },
+        queue.get());
+    ASSERT_TRUE(token);
+    EXPECT_EQ(token->kind(), Number::Kind::signedInteger);
+    ASSERT_TRUE(postNotification("RZPhotosAndVideosCount"));
+    called->wait();
+    EXPECT_EQ(consoleOf([&] {
+                  RZUnregisterForPhotosAndVideosCount(token.get());
+                  RZUnregisterForPhotosAndVideosCount(nullptr);
+              }),
+              "");
+    // Another registration tells when the post has been delivered.
+    const auto other = Semaphore::create(0);
+    const Ref<Number> second =
+        RZRegisterForPhotosAndVideosCount([&] { other->signal(); }, WorkQueue::global());
+    ASSERT_TRUE(postNotification("RZPhotosAndVideosCount"));
+    other->wait();
+    queue->sync([&] { EXPECT_EQ(calls, 1); });
+    RZUnregisterForPhotosAndVideosCount(second.get());
+}
+
+TEST_F(EntryPoints, FailedRegistrationsAreLogged) {
+    const std::string invalid = std::to_string(EINVAL);
+    int released = 0;
+    const auto release = [](void *count) { ++*static_cast<int *>(count); };
+    EXPECT_EQ(
+        consoleOf([&] {
+            EXPECT_EQ(RZRegisterForPhotosAndVideosCount([] {}, nullptr), nullptr);
+            EXPECT_EQ(RZRegisterForPhotosAndVideosCount(nullptr, &released, release, WorkQueue::global()),
+                      nullptr);
+        }),
+        "registerNotification() failed for RZRegisterForPhotosAndVideosCount(). (" + invalid +
+            ")\nregisterNotification() failed for RZRegisterForPhotosAndVideosCount(). (" + invalid + ")\n");
+    EXPECT_EQ(released, 1);
+    EXPECT_EQ(consoleOf([] { RZUnregisterForPhotosAndVideosCount(Number::of(4711)); }),
+              "cancelNotification() failed for RZUnregisterForPhotosAndVideosCount(). (" + invalid + ")\n");
+}
+
+} // namespace

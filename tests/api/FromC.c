@@ -1,0 +1,121 @@
+// The headers for C code, compiled as C and used by it.
+#include "tests/api/FromC.h"
+
+#include <string.h>
+
+#include "wickerlane/api/Wickerlane.h"
+
+#define CHECK(condition)       \
+    do {                       \
+        if (!(condition))      \
+            return #condition; \
+    } while (0)
+
+static void append(void *context) {
+    strcat(context, "a");
+}
+
+static void appendAndStop(void *context) {
+    strcat(context, "z");
+    WLMainStop();
+}
+
+static void released(void *context) {
+    strcat(context, "r");
+}
+
+static const char *faultOfValues(void) {
+    WLString *text = WLStringCreate("caf\xc3\xa9");
+    CHECK(strcmp(WLStringText(text), "caf\xc3\xa9") == 0);
+    CHECK(WLStringLength(text) == 5);
+    CHECK(WLStringCreate("\xff") == NULL);
+    CHECK(WLStringCreate(NULL) == NULL);
+    CHECK(WLStringText(NULL) == NULL);
+    CHECK(WLAsString(text) == text && WLAsNumber(text) == NULL && WLAsURL(NULL) == NULL);
+    CHECK(WLIsEqual(WLDescription(text), text) && !WLIsEqual(text, NULL) && WLIsEqual(NULL, NULL));
+    CHECK(WLRetain(text) == text);
+    WLRelease(text);
+
+    WLURL *url = WLURLCreateWithPath("/a folder/b");
+    CHECK(strcmp(WLStringText(WLURLText(url)), "file:///a%20folder/b") == 0);
+    CHECK(strcmp(WLStringText(WLURLPath(url)), "/a folder/b") == 0);
+    CHECK(WLURLCreate("") == NULL && WLURLCreate(NULL) == NULL && WLURLCreateWithPath(NULL) == NULL);
+    CHECK(WLURLText(NULL) == NULL && WLURLPath(NULL) == NULL);
+    WLRelease(url);
+
+    WLNumber *numbers[] = {WLNumberCreateWithBool(true), WLNumberCreateWithInt64(-3),
+                           WLNumberCreateWithUInt64(UINT64_MAX), WLNumberCreateWithDouble(2.5)};
+    CHECK(WLNumberBool(numbers[0]) && WLNumberInt64(numbers[1]) == -3);
+    CHECK(WLNumberUInt64(numbers[2]) == UINT64_MAX && WLNumberDouble(numbers[3]) == 2.5);
+    CHECK(!WLNumberBool(NULL) && WLNumberInt64(NULL) == 0 && WLNumberUInt64(NULL) == 0 &&
+          WLNumberDouble(NULL) == 0);
+
+    WLObject *values[] = {text, numbers[1]};
+    WLArray *array = WLArrayCreate(values, 2);
+    CHECK(WLArrayCount(array) == 2 && WLArrayGet(array, 1) == numbers[1] && WLArrayGet(array, 2) == NULL);
+    CHECK(WLAsArray(array) == array && WLArrayCount(NULL) == 0 && WLArrayGet(NULL, 0) == NULL);
+    const char *keys[] = {"one", "two"};
+    WLDictionary *dictionary = WLDictionaryCreate(keys, values, 2);
+    CHECK(WLDictionaryCount(dictionary) == 2 && WLDictionaryGet(dictionary, "one") == text);
+    CHECK(WLDictionaryGet(dictionary, "three") == NULL && WLDictionaryGet(NULL, "one") == NULL);
+    CHECK(strcmp(WLStringText(WLAsString(WLDictionaryKeyAt(dictionary, 1))), "two") == 0);
+    CHECK(WLDictionaryValueAt(dictionary, 1) == numbers[1] && WLDictionaryValueAt(dictionary, 2) == NULL);
+    CHECK(WLAsDictionary(dictionary) == dictionary && WLDictionaryCount(NULL) == 0);
+    values[0] = NULL;
+    keys[1] = "\xff";
+    CHECK(WLArrayCreate(values, 2) == NULL && WLArrayCreate(NULL, 1) == NULL);
+    CHECK(WLDictionaryCreate(keys, values, 1) == NULL && WLDictionaryCreate(NULL, values, 1) == NULL);
+    values[0] = text;
+    CHECK(WLDictionaryCreate(keys, values, 2) == NULL);
+
+    WLRelease(array);
+    WLRelease(dictionary);
+    WLRelease(text);
+    for (int i = 0; i < 4; ++i)
+        WLRelease(numbers[i]);
+    WLRelease(NULL);
+    return NULL;
+}
+
+static const char *faultOfQueues(void) {
+    char seen[16] = "";
+    WLQueue *queue = WLQueueCreate("from C");
+    WLQueueAsync(queue, append, seen, released);
+    WLQueueSync(queue, append, seen, NULL);
+    CHECK(strcmp(seen, "ara") == 0);
+    WLQueueSync(queue, NULL, seen, released);
+    CHECK(strcmp(seen, "arar") == 0);
+    WLRelease(queue);
+
+    seen[0] = '\0';
+    WLMainAfter(0.001, appendAndStop, seen, released);
+    WLMainRun();
+    WLQueueAsync(WLQueueMain(), append, seen, NULL);
+    CHECK(WLMainDescriptor() >= 0);
+    CHECK(WLMainDrain() == 1 && WLMainDrain() == 0);
+    CHECK(strcmp(seen, "zra") == 0);
+    CHECK(WLQueueGlobal() != WLQueueMain());
+    return NULL;
+}
+
+static const char *faultOfConstants(void) {
+    CHECK(strcmp(RZPhotosAndVideosCountNotificationName, "RZPhotosAndVideosCount") == 0);
+    CHECK(strcmp(WLStringText(WickerlaneErrorDomain), "Wickerlane") == 0);
+    const char *last = strrchr(WickerlaneGatekeeperName, '.');
+    CHECK(last != NULL && strcmp(last, ".Gatekeeper") == 0);
+    CHECK(WLNGetCurrentAccess() == 2);
+    CHECK(sizeof(WLAuditToken) == 32);
+    return NULL;
+}
+
+const char *faultOfAccessors(void) {
+    WLScope *scope = WLScopePush();
+    const char *fault = faultOfValues();
+    if (fault == NULL)
+        fault = faultOfQueues();
+    if (fault == NULL)
+        fault = faultOfConstants();
+    WLScopePop(scope);
+    WLScopePop(NULL);
+    return fault;
+}

@@ -1,0 +1,16 @@
+// What C code sees of the library.
+#ifndef WICKERLANE_TESTS_API_FROMC_H
+#define WICKERLANE_TESTS_API_FROMC_H
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/// Uses every accessor. The condition that does not hold; null when all do.
+const char *faultOfAccessors(void);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

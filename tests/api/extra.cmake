@@ -1,0 +1,6 @@
+# A daemon to talk to, and a connection that answers from a script.
+target_sources(api_tests PRIVATE api/FromC.c hoardd/RunningHoardd.cpp client/FakeConnection.cpp)
+set_target_properties(api_tests PROPERTIES C_STANDARD 11 C_STANDARD_REQUIRED ON C_EXTENSIONS OFF)
+target_link_libraries(api_tests PRIVATE test_images)
+target_compile_definitions(api_tests PRIVATE HOARDD_PROGRAM="$<TARGET_FILE:hoardd>")
+add_dependencies(api_tests hoardd)

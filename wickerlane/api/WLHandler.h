@@ -1,0 +1,29 @@
+// C++ callables as C handlers.
+#ifndef WICKERLANE_API_WLHANDLER_H
+#define WICKERLANE_API_WLHANDLER_H
+
+#include "wickerlane/api/WLTypes.h"
+#include "wickerlane/platform/object/Handler.h"
+
+namespace wickerlane {
+
+/// The three arguments that stand for a callable; the null handler is a null function.
+template <class... Arguments>
+struct CHandler {
+    void (*function)(void *context, Arguments...) = nullptr;
+    void *context = nullptr;
+    WLReleaseContext release = nullptr;
+
+    explicit CHandler(Handler<void(Arguments...)> handler) {
+        using Held = Handler<void(Arguments...)>;
+        if (!handler)
+            return;
+        function = [](void *held, Arguments... arguments) { (*static_cast<Held *>(held))(arguments...); };
+        context = new Held(std::move(handler));
+        release = [](void *held) { delete static_cast<Held *>(held); };
+    }
+};
+
+} // namespace wickerlane
+
+#endif

@@ -1,0 +1,3 @@
+#include "wickerlane/protocol/CountNotification.h"
+
+const char *const RZPhotosAndVideosCountNotificationName = "RZPhotosAndVideosCount";

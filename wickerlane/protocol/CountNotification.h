@@ -1,0 +1,11 @@
+// How processes learn that the library's counts have changed.
+#ifndef WICKERLANE_PROTOCOL_COUNTNOTIFICATION_H
+#define WICKERLANE_PROTOCOL_COUNTNOTIFICATION_H
+
+#include "wickerlane/platform/object/Export.h"
+
+/// "RZPhotosAndVideosCount": the notification that hoardd posts soon after the number of photos or of videos
+/// has changed. Changes close together share one.
+WL_EXTERN_C const char *const RZPhotosAndVideosCountNotificationName;
+
+#endif
