@@ -2,6 +2,26 @@
 
 #include <array>
 #include <atomic>
+#include <string>
+#include <vector>
+
+#include "wickerlane/platform/bundle/LocalizationMatcher.h"
+#include "wickerlane/platform/bundle/StringTable.h"
+#include "wickerlane/platform/locale/Locale.h"
+#include "wickerlane/platform/notification/LocalNotification.h"
+#include "wickerlane/platform/object/ReleaseScope.h"
+#include "wickerlane/platform/preferences/Preferences.h"
+
+#if defined(__SANITIZE_ADDRESS__)
+#define WL_COUNTS_LEAKS
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define WL_COUNTS_LEAKS
+#endif
+#endif
+#ifdef WL_COUNTS_LEAKS
+#include <sanitizer/lsan_interface.h>
+#endif
 
 using namespace wickerlane;
 
@@ -56,6 +76,75 @@ String *textFromBundle(Bundle *bundle, const Tables &tables, String *key) {
                      [=](const char *table) { return bundle->localizedString(key, String::empty(), table); });
 }
 
+// The language's old value is left alive when a new one replaces it: other threads may be using it, and there
+// is nobody to tell when they no longer do. It is a few bytes for each time that a person changes the
+// language.
+constinit std::atomic<String *> preferredLanguage{nullptr};
+constinit std::atomic<bool> followsPreferences{false};
+
+void keepAlive([[maybe_unused]] const String *replaced) {
+#ifdef WL_COUNTS_LEAKS
+    if (replaced != nullptr)
+        __lsan_ignore_object(replaced);
+#endif
+}
+
+Ref<String> firstPreferredLanguage() {
+    const ReleaseScope scope;
+    synchronizePreferences(globalPreferencesDomain);
+    const auto *languages = as<Array>(preferenceValue(languagesPreference, globalPreferencesDomain));
+    if (languages != nullptr && languages->count() > 0)
+        if (auto *first = as<String>(languages->at(0)))
+            return first;
+    const std::string code = currentLanguageCode();
+    const Ref<String> language = String::create(code.empty() ? "en" : code);
+    return language ? language : String::create("en");
+}
+
+void _updatePreferredLanguage() {
+    std::uint64_t generation = 0;
+    do { // until nothing has changed meanwhile, so that an older language never outlasts a newer one
+        generation = localeGeneration();
+        keepAlive(preferredLanguage.exchange(firstPreferredLanguage().leak()));
+    } while (generation != localeGeneration());
+}
+
+const String *_currentPreferredLanguage() {
+    if (const String *cached = preferredLanguage.load(std::memory_order_acquire))
+        return cached;
+    watchLocale();
+    const std::uint64_t generation = localeGeneration();
+    _updatePreferredLanguage();
+    if (!followsPreferences.exchange(true)) {
+        static_cast<void>(
+            observeLocalNotification(localeDidChangeNotification, nullptr,
+                                     [](const LocalNotification &) { _updatePreferredLanguage(); }));
+        if (generation != localeGeneration()) // noticed before there was an observer
+            _updatePreferredLanguage();
+    }
+    return preferredLanguage.load(std::memory_order_acquire);
+}
+
+// The text of the localization that serves the preferred language best; null when there is none.
+String *preferredText(const String *key, std::string_view table, const Bundle *bundle) {
+    const String *language = _currentPreferredLanguage();
+    if (key == nullptr || key->length() == 0 || table.empty() || language->length() == 0)
+        return nullptr;
+    const std::vector<std::string> localizations = bundle->localizations();
+    const std::string wanted(language->utf8());
+    const std::vector<std::string> matches = matchingLocalizations(localizations, {&wanted, 1});
+    if (matches.empty())
+        return nullptr;
+    const std::string path = bundle->pathForResource(table, "strings", matches.front());
+    const Ref<Dictionary> texts = path.empty() ? nullptr : createStringTableFromFile(path);
+    return texts ? autorelease(Ref<String>(as<String>(texts->get(key)))) : nullptr;
+}
+
+String *_localizedStringFromTableInBundle(String *key, const char *table, Bundle *bundle) {
+    String *text = preferredText(key, table, bundle);
+    return text != nullptr ? text : bundle->localizedString(key, String::empty(), table);
+}
+
 } // namespace
 
 Bundle *JXPixholdFrameworkBundle() {
@@ -72,4 +161,10 @@ String *JXLocalizedFrameworkString(String *key) {
 
 String *JXServicesLocalizedFrameworkString(String *key) {
     return textFromBundle(JXPixholdServicesFrameworkBundle(), servicesTables, key);
+}
+
+String *JXServicesLocalizedFrameworkStringForHoardd(String *key) {
+    return firstText(servicesTables, key, [key](const char *table) {
+        return _localizedStringFromTableInBundle(key, table, JXPixholdServicesFrameworkBundle());
+    });
 }

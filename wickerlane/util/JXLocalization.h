@@ -24,4 +24,10 @@ WL_EXTERN_C wickerlane::String *JXLocalizedFrameworkString(wickerlane::String *k
 /// "PixholdServices-GM". Borrowed; empty for a null key.
 WL_EXTERN_C wickerlane::String *JXServicesLocalizedFrameworkString(wickerlane::String *key);
 
+/// The same for a process without a language of its own, such as a daemon: in the language that the user's
+/// preferences name first, else in that of the current locale, else in English, and where the bundle has no
+/// text in it, in the language of this process. Follows the preferences as they change. Reads the table's
+/// file on every call. Borrowed; empty for a null key.
+WL_EXTERN_C wickerlane::String *JXServicesLocalizedFrameworkStringForHoardd(wickerlane::String *key);
+
 #endif

@@ -7,9 +7,11 @@
 #include <mutex>
 #include <utility>
 
+#include "wickerlane/platform/notification/LocalNotification.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/platform/object/String.h"
 #include "wickerlane/platform/preferences/Preferences.h"
+#include "wickerlane/platform/queue/Once.h"
 
 namespace wickerlane {
 namespace {
@@ -17,6 +19,7 @@ namespace {
 struct State {
     std::mutex mutex;
     std::vector<std::string> chosen;
+    std::string known; // everything that others are told changes of, when it was last looked at
 };
 
 State &state() {
@@ -96,7 +99,32 @@ void setProcessLanguages(std::vector<std::string> languages) {
         const std::lock_guard guard(state().mutex);
         state().chosen = std::move(languages);
     }
-    generation.fetch_add(1, std::memory_order_release);
+    noticeLocaleChange();
+}
+
+void watchLocale() {
+    static constinit Once observing;
+    observing.run([] {
+        static_cast<void>(observeLocalNotification(preferencesDidChangeNotification, nullptr,
+                                                   [](const LocalNotification &) { noticeLocaleChange(); }));
+    });
+    watchPreferences();
+    noticeLocaleChange();
+}
+
+void noticeLocaleChange() {
+    std::string now = currentLocale();
+    for (const auto &languages : {processLanguages(), userLanguages()})
+        for (const std::string &language : languages)
+            now.append("\n").append(language);
+    {
+        const std::lock_guard guard(state().mutex);
+        if (state().known == now)
+            return;
+        state().known = std::move(now);
+        generation.fetch_add(1, std::memory_order_release);
+    }
+    postLocalNotification(localeDidChangeNotification);
 }
 
 std::string currentLocale() {

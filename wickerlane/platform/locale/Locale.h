@@ -33,6 +33,18 @@ WL_EXPORT void setProcessLanguages(std::vector<std::string> languages);
 /// The language code of the current locale, such as "de"; empty when there is none. Thread-safe.
 [[nodiscard]] WL_EXPORT std::string currentLanguageCode();
 
+/// Posted within this process (see LocalNotification.h), without a sender, on whatever thread notices that
+/// one of the above has changed.
+inline constexpr std::string_view localeDidChangeNotification = "CurrentLocaleDidChange";
+
+/// From now on, changes of the user's preferences are noticed as they are made: those of this process before
+/// they return, those of others by way of watchPreferences(). May be called again. Thread-safe.
+WL_EXPORT void watchLocale();
+
+/// Looks now whether one of the above has changed, say because the caller changed the environment.
+/// Thread-safe.
+WL_EXPORT void noticeLocaleChange();
+
 /// Differs after every change of the above that this process has noticed. Thread-safe, and quick.
 [[nodiscard]] WL_EXPORT std::uint64_t localeGeneration() noexcept;
 

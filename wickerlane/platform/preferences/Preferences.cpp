@@ -14,9 +14,11 @@
 #include <unordered_map>
 
 #include "wickerlane/platform/file/Files.h"
+#include "wickerlane/platform/notification/LocalNotification.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/platform/preferences/PreferenceFile.h"
+#include "wickerlane/platform/preferences/PreferenceWatch.h"
 #include "wickerlane/platform/propertylist/PropertyList.h"
 
 namespace wickerlane {
@@ -51,6 +53,32 @@ std::string domainOfExecutable() {
     return name == "hoardd" || name == "wickerlane" ? "org.wickerlane." + name : name;
 }
 
+// False, with errno, when it can't be stored.
+bool storeValue(const std::string &path, String *key, Object *value) {
+    if (!makeFolders(path.substr(0, path.rfind('/'))))
+        return false;
+    // The lock is a file beside, since the file itself is replaced; closing it unlocks it.
+    const UniqueFd lock = openFile(path + ".lock", O_RDWR | O_CREAT);
+    if (!lock)
+        return false;
+    while (flock(lock.get(), LOCK_EX) != 0)
+        if (errno != EINTR)
+            return false;
+    const Ref<Dictionary> before = PreferenceFile::read(path);
+    if (!before)
+        return false;
+    if (value == nullptr && before->get(key) == nullptr)
+        return true;
+    const Ref<MutableDictionary> changed = MutableDictionary::create(before.get());
+    changed->set(key, value);
+    const Ref<Data> data = createPropertyListData(changed.get());
+    if (!data) {
+        errno = EINVAL;
+        return false;
+    }
+    return replaceFile(path, {static_cast<const std::byte *>(data->bytes()), data->length()});
+}
+
 } // namespace
 
 Object *preferenceValue(std::string_view key, std::string_view domain) {
@@ -77,33 +105,25 @@ std::int64_t preferenceInteger(std::string_view key, std::string_view domain, st
 
 bool setPreferenceValue(std::string_view key, Object *value, std::string_view domain) {
     const std::string path = PreferenceFile::pathOf(domain);
-    const Ref<String> keyText = String::create(key);
+    const Ref<String> keyText = String::create(key), domainText = String::create(domain);
     if (path.empty() || !keyText) {
         errno = EINVAL;
         return false;
     }
-    if (!makeFolders(path.substr(0, path.rfind('/'))))
+    if (!storeValue(path, keyText.get(), value))
         return false;
-    // The lock is a file beside, since the file itself is replaced; closing it unlocks it.
-    const UniqueFd lock = openFile(path + ".lock", O_RDWR | O_CREAT);
-    if (!lock)
-        return false;
-    while (flock(lock.get(), LOCK_EX) != 0)
-        if (errno != EINTR)
-            return false;
-    const Ref<Dictionary> before = PreferenceFile::read(path);
-    if (!before)
-        return false;
-    if (value == nullptr && before->get(keyText.get()) == nullptr)
-        return true;
-    const Ref<MutableDictionary> changed = MutableDictionary::create(before.get());
-    changed->set(keyText.get(), value);
-    const Ref<Data> data = createPropertyListData(changed.get());
-    if (!data) {
-        errno = EINVAL;
-        return false;
-    }
-    return replaceFile(path, {static_cast<const std::byte *>(data->bytes()), data->length()});
+    postLocalNotification(preferencesDidChangeNotification, domainText.get());
+    return true;
+}
+
+void synchronizePreferences(std::string_view domain) {
+    const std::string path = PreferenceFile::pathOf(domain);
+    const std::lock_guard guard(preferences().mutex);
+    preferences().files.erase(path);
+}
+
+bool watchPreferences() {
+    return PreferenceWatch::shared().start();
 }
 
 std::string applicationDomain() {

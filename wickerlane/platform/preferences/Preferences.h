@@ -28,6 +28,19 @@ inline constexpr std::string_view globalPreferencesDomain = ".GlobalPreferences"
 /// Thread-safe.
 WL_EXPORT bool setPreferenceValue(std::string_view key, Object *value, std::string_view domain);
 
+/// Makes the next reading of a domain go to its file, whatever is known of it. Thread-safe.
+WL_EXPORT void synchronizePreferences(std::string_view domain);
+
+/// Posted within this process (see LocalNotification.h) when a domain may have changed; the sender is its
+/// name, a String. By setPreferenceValue() before it returns; for changes that others make, and then once
+/// more for one's own, by a work queue after watchPreferences().
+inline constexpr std::string_view preferencesDidChangeNotification = "PreferencesDidChange";
+
+/// Posts the notification from now on also for what others change. Keeps one descriptor for the process, and
+/// those of its reader thread. Who removes the folder of the preferences ends the watch. False, with errno,
+/// when the folder can't be watched. May be called again. Thread-safe.
+WL_EXPORT bool watchPreferences();
+
 /// The domain of this process: what setApplicationDomain() said, else the name of its executable, which for
 /// the programs of the system itself stands behind "org.wickerlane.". Thread-safe.
 [[nodiscard]] WL_EXPORT std::string applicationDomain();
