@@ -1,0 +1,1 @@
+add_dependencies(bench_read_back hoardd)

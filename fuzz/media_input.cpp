@@ -1,0 +1,47 @@
+// Gives a foreign file to the code of a media worker, without its confinement.
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cstdlib>
+
+#include "hoardd/media/worker/RequestHandler.h"
+
+using namespace hoardd::media;
+using hoardd::MediaFailure;
+using wickerlane::UniqueFd;
+
+namespace {
+
+UniqueFd memoryFile(const std::uint8_t *data, std::size_t size) {
+    UniqueFd file(memfd_create("fuzz", MFD_CLOEXEC));
+    if (!file || write(file.get(), data, size) != static_cast<ssize_t>(size))
+        std::abort();
+    return file;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerInitialize(int *, char ***arguments) {
+    return prepareHandling(**arguments) ? 0 : 1;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
+    std::vector<UniqueFd> descriptors;
+    descriptors.push_back(memoryFile(data, size));
+    Request request;
+    const Answer facts = handle(request, descriptors);
+    if (facts.failure != MediaFailure::none && facts.reason[0] == '\0')
+        std::abort(); // a failure says why
+    // Memory and time are limited by what a worker is confined to, which is absent here.
+    constexpr std::uint64_t mostPixels = 1 << 20;
+    if (facts.failure != MediaFailure::none || std::uint64_t{facts.width} * facts.height > mostPixels)
+        return 0;
+    descriptors.push_back(memoryFile(nullptr, 0));
+    descriptors.push_back(memoryFile(nullptr, 0));
+    request.thumbnailCount = 2;
+    request.thumbnailSides = {256, 1024};
+    const Answer thumbnails = handle(request, descriptors);
+    if (thumbnails.failure == MediaFailure::none && lseek(descriptors[1].get(), 0, SEEK_END) == 0)
+        std::abort(); // a thumbnail that was made is there
+    return 0;
+}
