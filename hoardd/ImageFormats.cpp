@@ -43,10 +43,11 @@ ServedImage lendFile(const std::string &path) {
     if (size > mostLentBytes)
         return failed("the original is too large for a message; open its file instead");
     if (size < leastMappedBytes) {
-        std::vector<std::byte> bytes;
-        if (!readFile(path, bytes, leastMappedBytes))
+        std::array<std::byte, leastMappedBytes> bytes; // NOLINT(*-member-init): read before it is used
+        const ssize_t count = ::pread(file.get(), bytes.data(), size, 0);
+        if (count != static_cast<ssize_t>(size))
             return failedReading(path);
-        return {MessageData::create(bytes.data(), bytes.size()), {}};
+        return {MessageData::create(bytes.data(), size), {}};
     }
     void *mapped = ::mmap(nullptr, size, PROT_READ, MAP_SHARED | MAP_POPULATE, file.get(), 0);
     if (mapped == MAP_FAILED)

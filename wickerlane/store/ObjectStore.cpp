@@ -1,6 +1,7 @@
 #include "wickerlane/store/ObjectStore.h"
 
 #include <algorithm>
+#include <map>
 #include <mutex>
 
 #include "wickerlane/store/AssetURL.h"
@@ -8,11 +9,12 @@
 
 namespace wickerlane::store {
 
-/// The connection, and who may use it. A statement lives only as long as the lock is held, so that no read
+/// The connection, and who may use it. A statement is reset before the lock is given up, so that no read
 /// transaction stays open between calls: that would keep the daemon's write-ahead log growing.
 struct ObjectStore::Connection {
     std::mutex lock;
     sqlite::Database database;
+    std::map<std::string, sqlite::Statement, std::less<>> prepared; // of select(), by what narrows it
 
     explicit Connection(sqlite::Database opened) : database(std::move(opened)) {}
 
@@ -20,13 +22,20 @@ struct ObjectStore::Connection {
     template <class... Values>
     std::optional<std::vector<AssetRecord>> select(std::string_view narrowing, const Values &...values) {
         const std::lock_guard guard(lock);
-        sqlite::Statement statement = database.prepare(std::string(selectAssets).append(narrowing));
+        auto found = prepared.find(narrowing);
+        if (found == prepared.end())
+            found = prepared.emplace(narrowing, database.prepare(std::string(selectAssets).append(narrowing)))
+                        .first;
+        sqlite::Statement &statement = found->second;
         statement.bind(values...);
         std::vector<AssetRecord> records;
         while (statement.next())
             records.push_back(readRecord(statement));
-        if (statement.failed())
+        if (statement.failed()) {
+            prepared.erase(found);
             return std::nullopt;
+        }
+        statement.reset();
         return records;
     }
 };
@@ -130,9 +139,10 @@ ManagedAsset *ObjectStore::assetWithObjectID(const ManagedObjectID *objectID) {
 }
 
 ManagedObjectID *ObjectStore::managedObjectIDForURI(const char *uri, std::size_t length) {
-    const std::int64_t key = primaryKeyInURI({uri, length}, identity);
-    const ManagedAsset *asset = key != 0 ? assetWithKey(key) : nullptr;
-    return asset != nullptr ? asset->objectID() : nullptr;
+    const std::string_view text(uri, length);
+    if (primaryKeyInURI(text, identity) == 0)
+        return nullptr;
+    return autorelease(ManagedObjectID::create(URL::of(text)));
 }
 
 } // namespace wickerlane::store

@@ -51,7 +51,7 @@ public:
     [[nodiscard]] ManagedAsset *assetWithURL(const URL *assetURL);
     [[nodiscard]] ManagedAsset *assetWithObjectID(const ManagedObjectID *objectID);
 
-    /// Only of an asset that is in the store.
+    /// Of the form that this store gives its assets; whether there is one is found out by asking for it.
     ManagedObjectID *managedObjectIDForURI(const char *uri, std::size_t length) override;
 
     ~ObjectStore() override;
