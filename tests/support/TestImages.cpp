@@ -217,6 +217,14 @@ Bytes pngOf(const Pixels &pixels) {
     return file;
 }
 
+Bytes pngOf(const Pixels &pixels, const TestExif &exif) {
+    Bytes file = pngOf(pixels), chunk;
+    appendChunk(chunk, "eXIf", exifBytes(exif));
+    constexpr std::ptrdiff_t afterHeader = 8 + 25;
+    file.insert(file.begin() + afterHeader, chunk.begin(), chunk.end());
+    return file;
+}
+
 Bytes pngThatClaims(std::uint32_t width, std::uint32_t height) {
     Bytes header;
     appendNumber(header, width, 4, true);
@@ -236,11 +244,11 @@ Bytes pngThatClaims(std::uint32_t width, std::uint32_t height) {
     return file;
 }
 
-Bytes tiffOf(const Pixels &pixels) {
+Bytes tiffOf(const Pixels &pixels, std::uint16_t orientation) {
     Bytes out;
     append(out, std::string_view("II*\0\x08\0\0\0", 8));
     Directory image(false);
-    constexpr std::uint32_t entryCount = 9;
+    constexpr std::uint32_t entryCount = 10;
     constexpr std::uint32_t strip = 8 + 2 + 12 * entryCount + 4;
     image.number32(0x0100, pixels.width);
     image.number32(0x0101, pixels.height);
@@ -248,6 +256,7 @@ Bytes tiffOf(const Pixels &pixels) {
     image.number16(0x0103, 1); // not compressed
     image.number16(0x0106, 2); // RGB
     image.number32(0x0111, strip);
+    image.number16(0x0112, orientation);
     image.number16(0x0115, 3); // samples a pixel
     image.number32(0x0116, pixels.height);
     image.number32(0x0117, pixels.width * pixels.height * 3);

@@ -68,11 +68,13 @@ Bytes jpegOf(const Pixels &pixels, const TestExif &exif);
 
 /// A PNG with alpha.
 Bytes pngOf(const Pixels &pixels);
+/// The same with camera metadata.
+Bytes pngOf(const Pixels &pixels, const TestExif &exif);
 /// A PNG of a few hundred bytes that says it is this large; its checksums are right.
 Bytes pngThatClaims(std::uint32_t width, std::uint32_t height);
 
 /// An uncompressed TIFF of colour; alpha is dropped.
-Bytes tiffOf(const Pixels &pixels);
+Bytes tiffOf(const Pixels &pixels, std::uint16_t orientation = 1);
 /// A GIF of one colour.
 Bytes gifOf(std::uint16_t width, std::uint16_t height, Colour colour);
 

@@ -73,6 +73,22 @@ TEST_F(Pictures, ThumbnailsAreUprightWithTheLongestSideAsAsked) {
     }
 }
 
+TEST_F(Pictures, OtherFormatsAreTurnedAsTheySay) {
+    for (const std::uint16_t orientation : {std::uint16_t{6}, std::uint16_t{7}}) {
+        TestExif exif;
+        exif.orientation = orientation;
+        for (const Bytes &file :
+             {pngOf(fourCorners(300, 200), exif), tiffOf(fourCorners(300, 200), orientation)}) {
+            const ProbeResult result = probe(file, {100});
+            SCOPED_TRACE(std::string(imageFormatName(result.facts.format)) + std::to_string(orientation));
+            ASSERT_TRUE(result.succeeded()) << result.reason;
+            EXPECT_EQ(result.facts.width, 200U);
+            EXPECT_EQ(result.facts.height, 300U);
+            EXPECT_EQ(cornersOf(thumbnail(0)), orientation == 6 ? "YRGB" : "BGRY");
+        }
+    }
+}
+
 TEST_F(Pictures, EveryFormatIsToldByContentAndDecoded) {
     const Pixels corners = fourCorners(400, 300);
     Bytes webp;
