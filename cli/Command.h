@@ -14,7 +14,7 @@ enum class ExitCode : int {
     failure = 1,     ///< Some or all of the work could not be done.
     usage = 2,       ///< The command line makes no sense.
     unreachable = 3, ///< The daemon is not running and could not be started, or stopped answering.
-    notFound = 4,    ///< There is no such asset, or no library yet.
+    notFound = 4,    ///< There is no such asset or text, or no library yet.
 };
 
 /// The work of the subcommand that was named, run on the global queue while the main queue is served.
@@ -35,6 +35,7 @@ void addPreview(CLI::App &app, Action &chosen);
 void addCheck(CLI::App &app, Action &chosen);
 void addConsent(CLI::App &app, Action &chosen);
 void addEntitlement(CLI::App &app, Action &chosen);
+void addText(CLI::App &app, Action &chosen);
 void addDaemon(CLI::App &app, Action &chosen);
 
 } // namespace wickerlane::cli

@@ -17,7 +17,7 @@ constexpr const char *exitCodes = R"(Exit codes:
   1  something could not be done; standard error says what
   2  the command line makes no sense
   3  the daemon can't be reached
-  4  there is no such asset, or no library yet
+  4  there is no such asset or text, or no library yet
 
 Each subcommand explains itself: wickerlane import --help)";
 
@@ -67,6 +67,7 @@ int run(int argc, char **argv) {
     addCheck(app, chosen);
     addConsent(app, chosen);
     addEntitlement(app, chosen);
+    addText(app, chosen);
     addDaemon(app, chosen);
 
     try {

@@ -19,6 +19,9 @@ namespace {
 struct State {
     std::mutex mutex;
     std::vector<std::string> chosen;
+    // Held while observers are told, so that whoever finds a change noticed also finds it told; recursive,
+    // since observers may look, too.
+    std::recursive_mutex noticing;
     std::string known; // everything that others are told changes of, when it was last looked at
 };
 
@@ -113,17 +116,15 @@ void watchLocale() {
 }
 
 void noticeLocaleChange() {
+    const std::lock_guard guard(state().noticing);
     std::string now = currentLocale();
     for (const auto &languages : {processLanguages(), userLanguages()})
         for (const std::string &language : languages)
             now.append("\n").append(language);
-    {
-        const std::lock_guard guard(state().mutex);
-        if (state().known == now)
-            return;
-        state().known = std::move(now);
-        generation.fetch_add(1, std::memory_order_release);
-    }
+    if (state().known == now)
+        return;
+    state().known = std::move(now);
+    generation.fetch_add(1, std::memory_order_release);
     postLocalNotification(localeDidChangeNotification);
 }
 
