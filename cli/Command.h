@@ -25,8 +25,10 @@ using Action = std::function<ExitCode()>;
 
 void addImport(CLI::App &app, Action &chosen);
 void addCount(CLI::App &app, Action &chosen);
+void addWatch(CLI::App &app, Action &chosen);
 void addList(CLI::App &app, Action &chosen);
 void addShow(CLI::App &app, Action &chosen);
+void addResolve(CLI::App &app, Action &chosen);
 void addExport(CLI::App &app, Action &chosen);
 void addThumbnail(CLI::App &app, Action &chosen);
 void addVideoInfo(CLI::App &app, Action &chosen);

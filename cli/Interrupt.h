@@ -2,6 +2,8 @@
 #ifndef CLI_INTERRUPT_H
 #define CLI_INTERRUPT_H
 
+#include "wickerlane/platform/queue/Semaphore.h"
+
 namespace wickerlane::cli {
 
 /// From now on the first SIGINT or SIGTERM is only noted; a second one ends the process as usual.
@@ -9,6 +11,10 @@ void noticeInterrupts();
 
 /// Whether one has been noted. Thread-safe.
 bool isInterrupted();
+
+/// A semaphore that is signalled when one is noted: for who waits for other things, which may signal it as
+/// well. Lives for ever.
+Semaphore &interruptSemaphore();
 
 } // namespace wickerlane::cli
 

@@ -57,8 +57,10 @@ int run(int argc, char **argv) {
     Action chosen;
     addImport(app, chosen);
     addCount(app, chosen);
+    addWatch(app, chosen);
     addList(app, chosen);
     addShow(app, chosen);
+    addResolve(app, chosen);
     addExport(app, chosen);
     addThumbnail(app, chosen);
     addVideoInfo(app, chosen);

@@ -47,6 +47,7 @@ bool makeLastingFolder(const std::string &path) {
 Library::Library(UniqueFd held, std::unique_ptr<Store> writer, Ref<store::ObjectStore> opened)
     : lock(std::move(held)), store(std::move(writer)), reader(std::move(opened)),
       assetSaver(paths(), *store, workers, *reader) {
+    store->whenCountsChange([this] { countNotice.noteChange(); });
 }
 
 std::optional<sqlite::Database> Library::openReader(std::string &problem) const {
@@ -74,6 +75,7 @@ std::unique_ptr<Library> Library::open(const store::LibraryPaths &paths, std::st
         return nullptr;
     std::unique_ptr<Library> library(new Library(std::move(lock), std::move(writer), std::move(reader)));
     library->assetSaver.recover();
+    library->countNotice.noteChange(); // one that was killed may not have come to it
     return library;
 }
 

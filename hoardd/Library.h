@@ -7,6 +7,7 @@
 #include <string>
 
 #include "hoardd/AssetSaver.h"
+#include "hoardd/CountNotice.h"
 #include "hoardd/Store.h"
 #include "hoardd/media/WorkerPool.h"
 #include "wickerlane/platform/file/UniqueFd.h"
@@ -33,13 +34,17 @@ public:
     [[nodiscard]] WorkerPool &media() noexcept { return workers; }
 
     /// Leaves the database file standing alone. No save may be under way.
-    void close() { store->checkpoint(); }
+    void close() {
+        countNotice.flush();
+        store->checkpoint();
+    }
 
 private:
     Library(wickerlane::UniqueFd held, std::unique_ptr<Store> writer,
             Ref<wickerlane::store::ObjectStore> opened);
 
     wickerlane::UniqueFd lock;
+    CountNotice countNotice;
     std::unique_ptr<Store> store;
     Ref<wickerlane::store::ObjectStore> reader;
     WorkerPool workers;

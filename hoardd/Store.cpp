@@ -25,6 +25,20 @@ std::string bringUpToDate(Database &database, bool isNew) {
     return transaction.commit() ? std::string() : database.problem();
 }
 
+/// Counts, for this connection alone, what changes the numbers of photos and videos. Its table takes part in
+/// the transactions, so that what is rolled back does not count.
+constexpr const char *countingChanges = R"sql(
+PRAGMA temp_store = MEMORY;
+CREATE TEMP TABLE countchanges (number INTEGER NOT NULL);
+INSERT INTO countchanges VALUES (0);
+CREATE TEMP TRIGGER assetadded AFTER INSERT ON main.zgenericasset
+    BEGIN UPDATE countchanges SET number = number + 1; END;
+CREATE TEMP TRIGGER assetdeleted AFTER DELETE ON main.zgenericasset
+    BEGIN UPDATE countchanges SET number = number + 1; END;
+CREATE TEMP TRIGGER kindchanged AFTER UPDATE OF kind ON main.zgenericasset WHEN old.kind <> new.kind
+    BEGIN UPDATE countchanges SET number = number + 1; END;
+)sql";
+
 } // namespace
 
 std::unique_ptr<Store> Store::open(const store::LibraryPaths &paths, std::string &problem) {
@@ -41,6 +55,8 @@ std::unique_ptr<Store> Store::open(const store::LibraryPaths &paths, std::string
         problem = bringUpToDate(*database, *version == 0);
     else
         problem.clear();
+    if (problem.empty() && !database->execute(countingChanges))
+        problem = database->problem();
     if (!problem.empty()) {
         problem = "can't open " + paths.database() + ": " + problem;
         return nullptr;
@@ -103,7 +119,16 @@ std::string Store::insert(std::span<Pending *const> group) {
                 return database.problem();
             addition.record.primaryKey = database.lastRowID();
         }
-    return transaction.commit() ? std::string() : database.problem();
+    if (!transaction.commit())
+        return database.problem();
+    noticeCounts();
+    return {};
+}
+
+void Store::noticeCounts() {
+    const std::int64_t changes = database.integer("SELECT number FROM countchanges").value_or(countChanges);
+    if (std::exchange(countChanges, changes) != changes && countsChanged)
+        countsChanged();
 }
 
 std::optional<store::AssetRecord> Store::findSum(const store::Sha256 &sum) {
@@ -131,6 +156,7 @@ std::string Store::change(const Handler<bool(Database &)> &make) {
     sqlite::Transaction transaction(database);
     if (!transaction.isOpen() || !make(database) || !transaction.commit())
         return database.problem();
+    noticeCounts();
     return {};
 }
 

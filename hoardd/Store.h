@@ -47,6 +47,10 @@ public:
     /// `make` should be quick, since nothing else is stored meanwhile.
     [[nodiscard]] std::string change(const wickerlane::Handler<bool(wickerlane::sqlite::Database &)> &make);
 
+    /// Has `changed`, which should be quick, called after each commit that leaves more or fewer photos or
+    /// videos. Before other threads use the store.
+    void whenCountsChange(wickerlane::Handler<void()> changed) { countsChanged = std::move(changed); }
+
     /// Moves what was written into the database file: before the end, so that it stands alone.
     void checkpoint();
 
@@ -61,6 +65,7 @@ private:
     [[nodiscard]] std::optional<wickerlane::store::AssetRecord> findSum(const wickerlane::store::Sha256 &sum);
     void commit(std::span<Pending *const> group);
     [[nodiscard]] std::string insert(std::span<Pending *const> group);
+    void noticeCounts();
 
     std::mutex lock; // of what follows but the database, which is the committing thread's
     std::condition_variable committed;
@@ -69,6 +74,8 @@ private:
 
     std::mutex databaseLock;
     wickerlane::sqlite::Database database;
+    wickerlane::Handler<void()> countsChanged;
+    std::int64_t countChanges = 0; // those that countsChanged knows of
 };
 
 } // namespace hoardd

@@ -2,5 +2,13 @@
 target_sources(api_tests PRIVATE api/FromC.c hoardd/RunningHoardd.cpp client/FakeConnection.cpp)
 set_target_properties(api_tests PROPERTIES C_STANDARD 11 C_STANDARD_REQUIRED ON C_EXTENSIONS OFF)
 target_link_libraries(api_tests PRIVATE test_images)
-target_compile_definitions(api_tests PRIVATE HOARDD_PROGRAM="$<TARGET_FILE:hoardd>")
-add_dependencies(api_tests hoardd)
+target_compile_definitions(api_tests PRIVATE
+    HOARDD_PROGRAM="$<TARGET_FILE:hoardd>" C_EXAMPLE="$<TARGET_FILE:count>")
+add_dependencies(api_tests hoardd count)
+
+# An interpreter that was built without sanitizers can't load a library that was built with them.
+if(NOT WICKERLANE_SANITIZE)
+    find_package(Python3 REQUIRED COMPONENTS Interpreter)
+    target_compile_definitions(api_tests PRIVATE
+        PYTHON_EXAMPLE="WICKERLANE_LIBRARY=$<TARGET_FILE:wickerlane> ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/examples/count.py")
+endif()
