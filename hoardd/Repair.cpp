@@ -13,6 +13,7 @@
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/store/LibraryCheck.h"
+#include "wickerlane/store/Schema.h"
 
 namespace hoardd {
 
@@ -67,7 +68,8 @@ std::string repairLibrary(Library &library) {
     const auto report = store::checkLibrary(library.paths(), {}, problem);
     if (!report)
         return problem;
-    std::string left;
+    std::string left = library.writer().change(
+        [](sqlite::Database &database) { return database.execute(store::recountAssets); });
     for (const Finding &finding : report->findings) {
         ReleaseScope scope;
         const std::string why = mend(library, finding);

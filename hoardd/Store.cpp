@@ -25,20 +25,6 @@ std::string bringUpToDate(Database &database, bool isNew) {
     return transaction.commit() ? std::string() : database.problem();
 }
 
-/// Counts, for this connection alone, what changes the numbers of photos and videos. Its table takes part in
-/// the transactions, so that what is rolled back does not count.
-constexpr const char *countingChanges = R"sql(
-PRAGMA temp_store = MEMORY;
-CREATE TEMP TABLE countchanges (number INTEGER NOT NULL);
-INSERT INTO countchanges VALUES (0);
-CREATE TEMP TRIGGER assetadded AFTER INSERT ON main.zgenericasset
-    BEGIN UPDATE countchanges SET number = number + 1; END;
-CREATE TEMP TRIGGER assetdeleted AFTER DELETE ON main.zgenericasset
-    BEGIN UPDATE countchanges SET number = number + 1; END;
-CREATE TEMP TRIGGER kindchanged AFTER UPDATE OF kind ON main.zgenericasset WHEN old.kind <> new.kind
-    BEGIN UPDATE countchanges SET number = number + 1; END;
-)sql";
-
 } // namespace
 
 std::unique_ptr<Store> Store::open(const store::LibraryPaths &paths, std::string &problem) {
@@ -55,13 +41,13 @@ std::unique_ptr<Store> Store::open(const store::LibraryPaths &paths, std::string
         problem = bringUpToDate(*database, *version == 0);
     else
         problem.clear();
-    if (problem.empty() && !database->execute(countingChanges))
-        problem = database->problem();
     if (!problem.empty()) {
         problem = "can't open " + paths.database() + ": " + problem;
         return nullptr;
     }
-    return std::unique_ptr<Store>(new Store(std::move(*database)));
+    std::unique_ptr<Store> store(new Store(std::move(*database)));
+    store->noticeCounts();
+    return store;
 }
 
 // The first thread to come commits for all that come meanwhile; it goes on until nothing is left.
@@ -126,8 +112,11 @@ std::string Store::insert(std::span<Pending *const> group) {
 }
 
 void Store::noticeCounts() {
-    const std::int64_t changes = database.integer("SELECT number FROM countchanges").value_or(countChanges);
-    if (std::exchange(countChanges, changes) != changes && countsChanged)
+    sqlite::Statement statement = database.prepare(store::selectCounts);
+    if (!statement.next())
+        return;
+    const std::pair counts(statement.integer(0), statement.integer(1));
+    if (std::exchange(knownCounts, counts) != counts && countsChanged)
         countsChanged();
 }
 

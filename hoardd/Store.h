@@ -7,6 +7,7 @@
 #include <mutex>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "wickerlane/platform/object/Handler.h"
@@ -75,7 +76,7 @@ private:
     std::mutex databaseLock;
     wickerlane::sqlite::Database database;
     wickerlane::Handler<void()> countsChanged;
-    std::int64_t countChanges = 0; // those that countsChanged knows of
+    std::pair<std::int64_t, std::int64_t> knownCounts; // of photos and videos, after the last commit
 };
 
 } // namespace hoardd

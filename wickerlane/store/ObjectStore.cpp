@@ -16,6 +16,8 @@ struct ObjectStore::Connection {
     sqlite::Database database;
     std::map<std::string, sqlite::Statement, std::less<>> prepared; // of select(), by what narrows it
 
+    sqlite::Statement counting = database.prepare(selectCounts);
+
     explicit Connection(sqlite::Database opened) : database(std::move(opened)) {}
 
     /// The records that a statement made of `selectAssets` and `narrowing` gives; nothing on failure.
@@ -98,14 +100,12 @@ Array *ObjectStore::assets(const AssetQuery &query) {
 
 std::optional<AssetCounts> ObjectStore::counts() {
     const std::lock_guard guard(connection->lock);
-    sqlite::Statement statement =
-        connection->database.prepare("SELECT kind, count(*) FROM zgenericasset GROUP BY kind");
-    AssetCounts counts;
-    while (statement.next())
-        (statement.integer(0) == 0 ? counts.photos : counts.videos) =
-            static_cast<std::uint64_t>(statement.integer(1));
-    if (statement.failed())
-        return std::nullopt;
+    sqlite::Statement &statement = connection->counting;
+    std::optional<AssetCounts> counts;
+    if (statement.next())
+        counts = {static_cast<std::uint64_t>(statement.integer(0)),
+                  static_cast<std::uint64_t>(statement.integer(1))};
+    statement.reset();
     return counts;
 }
 

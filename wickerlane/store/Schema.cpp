@@ -52,8 +52,28 @@ constexpr const char *sums = R"sql(
 CREATE INDEX zgenericasset_sha256 ON zgenericasset (sha256);
 )sql";
 
+// Counting the rows themselves would take longer the more there are: 5 ms for 100,000.
+constexpr const char *counts = R"sql(
+CREATE TABLE zcount (
+    kind INTEGER PRIMARY KEY,
+    number INTEGER NOT NULL
+);
+INSERT INTO zcount VALUES (0, (SELECT count(*) FROM zgenericasset WHERE kind = 0)),
+                          (1, (SELECT count(*) FROM zgenericasset WHERE kind = 1));
+CREATE TRIGGER zgenericasset_added AFTER INSERT ON zgenericasset BEGIN
+    UPDATE zcount SET number = number + 1 WHERE kind = new.kind;
+END;
+CREATE TRIGGER zgenericasset_deleted AFTER DELETE ON zgenericasset BEGIN
+    UPDATE zcount SET number = number - 1 WHERE kind = old.kind;
+END;
+CREATE TRIGGER zgenericasset_kindchanged AFTER UPDATE OF kind ON zgenericasset BEGIN
+    UPDATE zcount SET number = number - 1 WHERE kind = old.kind;
+    UPDATE zcount SET number = number + 1 WHERE kind = new.kind;
+END;
+)sql";
+
 // New tables and columns are added by a step of their own at the end.
-constexpr const char *steps[] = {assets, renditions, durations, sums};
+constexpr const char *steps[] = {assets, renditions, durations, sums, counts};
 
 } // namespace
 
