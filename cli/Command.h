@@ -38,6 +38,7 @@ void addCheck(CLI::App &app, Action &chosen);
 void addConsent(CLI::App &app, Action &chosen);
 void addEntitlement(CLI::App &app, Action &chosen);
 void addText(CLI::App &app, Action &chosen);
+void addDescribe(CLI::App &app, Action &chosen);
 void addDaemon(CLI::App &app, Action &chosen);
 
 } // namespace wickerlane::cli

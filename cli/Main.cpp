@@ -70,6 +70,7 @@ int run(int argc, char **argv) {
     addConsent(app, chosen);
     addEntitlement(app, chosen);
     addText(app, chosen);
+    addDescribe(app, chosen);
     addDaemon(app, chosen);
 
     try {

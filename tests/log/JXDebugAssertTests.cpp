@@ -1,7 +1,10 @@
 #include "wickerlane/log/JXDebugAssert.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <climits>
 #include <thread>
 #include <vector>
@@ -46,6 +49,19 @@ TEST(JXDebugAssert, writesWhatIsGiven) {
                   row.text);
     wickerlane::test::allowLastingDescriptors(4); // of the log system, which the C code asks
     EXPECT_EQ(captured(reportFromC), "Assertion failed: C11: 1 == 2 file: DebugAssertFromC.c:3\n");
+}
+
+TEST(JXDebugAssert, errorsOfTheOutputAreIgnored) {
+    const int kept = dup(STDERR_FILENO);
+    const int unwritable = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    dup2(unwritable, STDERR_FILENO);
+    errno = ERANGE;
+    JXDebugAssert("C", "one", "out", "bad", "f.c", 7, 1);
+    const int after = errno;
+    dup2(kept, STDERR_FILENO);
+    close(unwritable);
+    close(kept);
+    EXPECT_EQ(after, ERANGE);
 }
 
 TEST(JXDebugAssert, linesOfSeveralThreadsDoNotMix) {

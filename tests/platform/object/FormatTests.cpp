@@ -163,4 +163,39 @@ TEST(Formats, onlyWhatIsPutInIsEscaped) {
               "a\nb\\n\\nc\\n\\n\\n\n  \\n|5");
 }
 
+TEST(Formats, thoseFromOutsideAreCheckedAgainstTheArguments) {
+    struct Row {
+        const char *format, *kinds;
+        bool takes;
+    };
+    const Row rows[] = {
+        {"plain, 100 %%", "", true},
+        {"%@ and %@", "@@", true},
+        {"only %@", "@@", true},
+        {"%2$@, %1$@", "@@", true},
+        {"%1$@ %1$@ %%", "@@", true},
+        {"%lu photos", "u", true},
+        {"%1$05lu: %2$@", "u@", true},
+        {"%@", "", false},
+        {"%@ %@ %@", "@@", false},
+        {"%3$@ %1$@ %2$@", "@@", false},
+        {"%2$@", "@@", false},
+        {"%1$@ %@", "@@", false},
+        {"%s", "@", false},
+        {"%lu", "@", false},
+        {"%@", "u", false},
+        {"%d", "u", false},
+        {"%*lu", "uu", false},
+        {"%1$*2$lu", "uu", false},
+        {"%n", "u", false},
+        {"100 %", "", false},
+        {"%2147483647$@", "@", false},
+        {"%f", "u", false},
+        {"%.*@", "u@", false},
+        {nullptr, "", false},
+    };
+    for (const Row &row : rows)
+        EXPECT_EQ(formatTakes(row.format, row.kinds), row.takes) << (row.format ? row.format : "null");
+}
+
 } // namespace

@@ -593,4 +593,33 @@ std::string formatUTF8(const char *format, ...) {
     return text;
 }
 
+bool formatTakes(const char *format, std::string_view kinds) {
+    if (format == nullptr || kinds.size() >= 64)
+        return false;
+    std::uint64_t taken = 0; // one bit for each argument
+    unsigned sequential = 0;
+    bool isPositional = false;
+    for (const char *p = format; (p = std::strchr(p, '%')) != nullptr;) {
+        const auto c = parseConversion(++p);
+        if (!c || c->width.from == Measure::argument || c->precision.from == Measure::argument)
+            return false;
+        if (c->type == Type::none) {
+            if (c->position != 0)
+                return false;
+            continue;
+        }
+        isPositional = isPositional || c->position != 0;
+        const unsigned place = c->position != 0 ? c->position : ++sequential;
+        if (place > kinds.size())
+            return false;
+        const bool isUnsignedLong = c->type >= Type::longInteger && c->type <= Type::difference;
+        const char kind = kinds[place - 1];
+        if (kind == '@' ? c->type != Type::object : kind != 'u' || !isUnsignedLong)
+            return false;
+        taken |= std::uint64_t{1} << (place - 1);
+    }
+    const bool leavesNoneOut = (taken & (taken + 1)) == 0;
+    return leavesNoneOut && !(isPositional && sequential != 0);
+}
+
 } // namespace wickerlane

@@ -28,6 +28,12 @@ WL_EXPORT std::string formatUTF8Arguments(const char *format, va_list arguments)
 WL_EXPORT std::string formatUTF8Escaping(const char *format, va_list arguments,
                                          std::string (*escape)(std::string_view text));
 
+/// Whether a format that comes from outside, such as a translated text, can be formatted with arguments of
+/// the given kinds: '@' for an object, 'u' for an unsigned long. It need not use the last of them; but it
+/// must not take any that is not there or is of another kind, hold an unknown conversion, or mix positional
+/// with other ones.
+[[nodiscard]] WL_EXPORT bool formatTakes(const char *format, std::string_view kinds);
+
 } // namespace wickerlane
 
 #endif
