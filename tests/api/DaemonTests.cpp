@@ -1,9 +1,14 @@
 // The entry points, and the examples that use them, with the real daemon.
+#include <atomic>
+#include <csignal>
 #include <cstdio>
+#include <thread>
 
 #include "tests/hoardd/RunningHoardd.h"
 #include "tests/support/Descriptors.h"
 #include "wickerlane/api/Wickerlane.h"
+#include "wickerlane/store/LibraryCheck.h"
+#include "wickerlane/util/JXGenericAssetCount.h"
 
 using namespace wickerlane;
 using namespace wickerlane::test;
@@ -67,6 +72,37 @@ TEST_F(Daemon, TellsOfEachChangeOfTheCounts) {
     end(daemon(), SIGTERM);
     waitFor({22, 0});
     RZUnregisterForPhotosAndVideosCount(token.get());
+}
+
+// The count opens the store read-write, beside the one daemon that may write and checkpoint it.
+TEST_F(Daemon, IsCountedBesideWhileItStartsEndsAndDies) {
+    constexpr std::int64_t rounds = 8, each = 2;
+    std::ignore = saveData(jpegOf(fourCorners(5, 5)));
+    std::atomic<bool> done = false;
+    std::atomic<int> counted = 0;
+    std::thread counting([&] {
+        for (std::int64_t last = 1; !done; ++counted) {
+            const std::int64_t count = JXGenericAssetCountInDatabaseWithPath(paths.database().c_str());
+            ASSERT_GE(count, last);
+            last = count;
+        }
+    });
+    for (std::int64_t round = 0; round < rounds; ++round) {
+        for (std::int64_t i = 0; i < each; ++i)
+            std::ignore = saveData(jpegOf(fourCorners(static_cast<std::uint32_t>(6 + round), 9)));
+        for (const int before = counted; counted < before + 2 && !testing::Test::HasFatalFailure();) {
+        } // the daemon's end falls among counts
+        end(daemon(), round % 2 == 0 ? SIGKILL : SIGTERM);
+        connection = connect();
+    }
+    done = true;
+    counting.join();
+    EXPECT_EQ(JXGenericAssetCountInDatabaseWithPath(paths.database().c_str()), 1 + rounds * each);
+    std::string problem;
+    const auto report = store::checkLibrary(paths, {}, problem);
+    ASSERT_TRUE(report) << problem;
+    EXPECT_TRUE(report->findings.empty());
+    EXPECT_EQ(report->assets, static_cast<std::size_t>(1 + rounds * each));
 }
 
 TEST_F(Daemon, FindsTheFilesOfPersistentURLs) {
