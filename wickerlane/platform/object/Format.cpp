@@ -200,6 +200,11 @@ Length parseLength(const char *&p) noexcept {
 // when there is no such conversion.
 std::optional<Conversion> parseConversion(const char *&p) noexcept {
     Conversion c;
+    if (*p == '@') { // most are just this
+        c.letter = *p++;
+        c.type = Type::object;
+        return c;
+    }
     c.position = parsePosition(p);
     for (;; ++p) {
         if (*p == '-')
@@ -366,6 +371,8 @@ public:
             addLiteral(format);
             return std::move(result);
         }
+        constexpr std::size_t usualGrowth = 48; // by what is filled in
+        result.reserve(std::strlen(format) + usualGrowth);
         const char *p = format;
         while (*p != '\0' && !isFull) {
             const char *const start = p;
@@ -534,6 +541,8 @@ private:
             text = text.substr(0, static_cast<std::size_t>(precision));
             text = text.substr(0, utf8::lengthOfWhole(text));
         }
+        if (width == 0 && escape == nullptr)
+            return addLiteral(text);
         std::string shown;
         utf8::appendRepaired(shown, text);
         if (escape != nullptr)
