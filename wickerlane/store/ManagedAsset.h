@@ -20,6 +20,8 @@ public:
     /// All that the store knows of it.
     [[nodiscard]] const AssetRecord &record() const noexcept { return known; }
 
+    /// Makes collections of assets such as the functions of wickerlane/util take.
+    [[nodiscard]] AssetKind assetKind() const noexcept { return known.kind; }
     [[nodiscard]] ManagedObjectID *objectID() const override { return identity.get(); }
     [[nodiscard]] String *uuid() const override { return uuidText.get(); }
     /// Its persistent URL, see AssetURL.h.

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "wickerlane/platform/locale/Locale.h"
+#include "wickerlane/store/ManagedAsset.h"
 #include "wickerlane/util/JXDates.h"
 #include "wickerlane/util/JXItemKinds.h"
 #include "wickerlane/util/JXMomentHomeLocationName.h"
@@ -92,6 +93,13 @@ TEST_F(Descriptions, itemsAreAnyRangeOfWhatAnswersItsKind) {
     EXPECT_EQ(textOf(JXSuffixForItems(mixed | std::views::filter([](const Item &i) { return i.kind == 0; }))),
               "PHOTO");
     EXPECT_EQ(JXItemCollection(mixed).count(), 3U);
+
+    store::AssetRecord record;
+    record.uuid = "00000000-0000-4000-8000-000000000000";
+    record.kind = store::AssetKind::video;
+    EXPECT_EQ(textOf(JXLocalizedSelectionMessageForItems(
+                  std::vector{store::ManagedAsset::create(record, "/library", record.uuid)})),
+              "1 Video Selected");
 }
 
 TEST_F(Descriptions, kindsOfCollections) {
