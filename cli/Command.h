@@ -14,7 +14,7 @@ enum class ExitCode : int {
     failure = 1,     ///< Some or all of the work could not be done.
     usage = 2,       ///< The command line makes no sense.
     unreachable = 3, ///< The daemon is not running and could not be started, or stopped answering.
-    notFound = 4,    ///< There is no such asset or text, or no library yet.
+    notFound = 4,    ///< There is no such asset, text or process, or no library yet.
 };
 
 /// The work of the subcommand that was named, run on the global queue while the main queue is served.
@@ -40,6 +40,9 @@ void addEntitlement(CLI::App &app, Action &chosen);
 void addText(CLI::App &app, Action &chosen);
 void addDescribe(CLI::App &app, Action &chosen);
 void addDaemon(CLI::App &app, Action &chosen);
+void addUUID(CLI::App &app, Action &chosen);
+void addProcess(CLI::App &app, Action &chosen);
+void addDevice(CLI::App &app, Action &chosen);
 
 } // namespace wickerlane::cli
 

@@ -17,7 +17,7 @@ constexpr const char *exitCodes = R"(Exit codes:
   1  something could not be done; standard error says what
   2  the command line makes no sense
   3  the daemon can't be reached
-  4  there is no such asset or text, or no library yet
+  4  there is no such asset, text or process, or no library yet
 
 Each subcommand explains itself: wickerlane import --help)";
 
@@ -72,6 +72,9 @@ int run(int argc, char **argv) {
     addText(app, chosen);
     addDescribe(app, chosen);
     addDaemon(app, chosen);
+    addUUID(app, chosen);
+    addProcess(app, chosen);
+    addDevice(app, chosen);
 
     try {
         app.parse(argc, argv);

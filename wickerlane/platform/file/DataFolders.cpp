@@ -9,16 +9,6 @@
 namespace wickerlane {
 namespace {
 
-// The folder of this library's file; empty when it can't be told.
-std::string libraryFolder() {
-    Dl_info info{};
-    if (dladdr(reinterpret_cast<const void *>(&dataFolders), &info) == 0 || info.dli_fname == nullptr)
-        return {};
-    const std::string_view file = info.dli_fname;
-    const std::size_t slash = file.rfind('/');
-    return slash == file.npos ? std::string() : std::string(file.substr(0, slash));
-}
-
 std::vector<std::string> split(std::string_view listed) {
     std::vector<std::string> folders;
     while (!listed.empty()) {
@@ -31,6 +21,15 @@ std::vector<std::string> split(std::string_view listed) {
 }
 
 } // namespace
+
+std::string libraryFolder() {
+    Dl_info info{};
+    if (dladdr(reinterpret_cast<const void *>(&dataFolders), &info) == 0 || info.dli_fname == nullptr)
+        return {};
+    const std::string_view file = info.dli_fname;
+    const std::size_t slash = file.rfind('/');
+    return slash == file.npos ? std::string() : std::string(file.substr(0, slash));
+}
 
 std::vector<std::string> dataFolders(const char *variable, std::string_view systemPath,
                                      std::string_view kind) {

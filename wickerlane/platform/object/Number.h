@@ -98,6 +98,12 @@ private:
     double seconds;
 };
 
+/// The 16 bytes of a UUID by value, in the order of RFC 4122.
+struct UUIDBytes {
+    unsigned char bytes[16];
+    friend bool operator==(const UUIDBytes &, const UUIDBytes &) = default;
+};
+
 /// An immutable UUID.
 class WL_EXPORT UUID final : public Object {
     WL_OBJECT

@@ -28,9 +28,11 @@ class String;
 /// A class at run time: its name, its parent, and how to make an instance without arguments.
 /// Instances of this type are constants that are never destroyed.
 struct Class {
-    const char *name;         ///< Never null; unique among registered classes.
-    const Class *superclass;  ///< Null for the root class only.
-    Object *(*instantiate)(); ///< Makes an owned instance; null when the class needs arguments.
+    const char *name;        ///< Never null; unique among registered classes.
+    const Class *superclass; ///< Null for the root class only.
+    /// Makes an owned instance, or gives null when there is none to be had. A null pointer when the class
+    /// needs arguments.
+    Object *(*instantiate)();
 
     [[nodiscard]] bool isSubclassOf(const Class *other) const noexcept {
         for (const Class *c = this; c != nullptr; c = c->superclass)

@@ -221,8 +221,8 @@ std::strong_ordering String::localizedStandardCompare(const String *other) const
     // The locale of a process that was given none orders by bytes, capitals first, which no person expects.
     const icu::Locale &users = icu::Locale::getDefault();
     const bool none = std::string_view(users.getVariant()) == "POSIX";
-    return collate(none ? icu::Locale::getRoot() : users, utf16(), other->utf16(),
-                   CompareOptions::caseInsensitive | CompareOptions::numeric);
+    return compare(other, CompareOptions::caseInsensitive | CompareOptions::numeric, {0, length()},
+                   none ? "root" : users.getName());
 }
 
 Range String::rangeOf(const String *searched, CompareOptions options) const {

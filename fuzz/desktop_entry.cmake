@@ -1,0 +1,1 @@
+target_link_libraries(fuzz_desktop_entry PRIVATE wickerlane_applications)

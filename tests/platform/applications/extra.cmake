@@ -1,0 +1,1 @@
+target_link_libraries(platform_applications_tests PRIVATE wickerlane_applications)
