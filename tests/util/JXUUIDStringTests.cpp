@@ -163,10 +163,9 @@ TEST(JXUUIDString, goesWhereverAStringGoes) {
 }
 
 TEST(JXUUIDString, isReadFromTextInEitherCaseAndNoOther) {
-    const auto plain = String::create(lowerText);
-    for (const String *string :
-         {static_cast<const String *>(some().get()), static_cast<const String *>(plain.get()),
-          static_cast<const String *>(String::of(someText))}) {
+    const Ref<String> spelt[] = {some(), String::create(someText), String::create(lowerText)};
+    for (const Ref<String> &each : spelt) {
+        const String *string = each.get();
         EXPECT_EQ(JXUUIDBytesFromString(string), someBytes);
         ASSERT_NE(JXUUIDDataFromString(string), nullptr);
         EXPECT_EQ(std::memcmp(JXUUIDDataFromString(string)->bytes(), someBytes.bytes, 16), 0);
