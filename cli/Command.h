@@ -39,6 +39,8 @@ void addConsent(CLI::App &app, Action &chosen);
 void addEntitlement(CLI::App &app, Action &chosen);
 void addText(CLI::App &app, Action &chosen);
 void addDescribe(CLI::App &app, Action &chosen);
+void addMoments(CLI::App &app, Action &chosen);
+void addDuplicates(CLI::App &app, Action &chosen);
 void addDaemon(CLI::App &app, Action &chosen);
 void addUUID(CLI::App &app, Action &chosen);
 void addProcess(CLI::App &app, Action &chosen);

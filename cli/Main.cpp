@@ -71,6 +71,8 @@ int run(int argc, char **argv) {
     addEntitlement(app, chosen);
     addText(app, chosen);
     addDescribe(app, chosen);
+    addMoments(app, chosen);
+    addDuplicates(app, chosen);
     addDaemon(app, chosen);
     addUUID(app, chosen);
     addProcess(app, chosen);

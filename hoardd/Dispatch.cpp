@@ -30,10 +30,20 @@ constexpr DispatchEntry table[] = {
     {&protocol::updateRestoredAsset, updateRestoredAsset},
     {&protocol::writeDataInBackground, writeDataInBackground},
     {&protocol::repairPotentialModelCorruption, repairPotentialModelCorruption},
+    {&protocol::rebuildMoments, rebuildMoments},
+    {&protocol::rebuildMomentLists, rebuildMomentLists},
+    {&protocol::analyzeAllMoments, analyzeAllMoments},
+    {&protocol::analyzeInvalidMomentsAndDupesIfNeeded, analyzeInvalidMomentsAndDupesIfNeeded},
+    {&protocol::analyzeMoment, analyzeMoment},
+    {&protocol::analyzeMomentList, analyzeMomentList},
+    {&protocol::resetDupesAnalysis, resetDupesAnalysis},
     {&protocol::getCurrentModelVersion, getCurrentModelVersion},
     {&protocol::estimatedOutputFileLength, estimatedOutputFileLength},
+    {&protocol::hasCompletedMomentAnalysis, hasCompletedMomentAnalysis},
+    {&protocol::rebuildAllThumbnails, rebuildAllThumbnails},
     {&protocol::downloadAsset, downloadAsset},
     {&protocol::videoMetadata, videoMetadata},
+    {&protocol::setAreDuplicates, setAreDuplicates},
 };
 
 } // namespace

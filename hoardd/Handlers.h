@@ -36,6 +36,18 @@ void writeDataInBackground(Daemon &daemon, const Call &call);
 void saveAsset(Daemon &daemon, const Call &call);
 void batchSaveAssets(Daemon &daemon, const Call &call);
 
+// AnalysisHandlers.cpp
+void rebuildMoments(Daemon &daemon, const Call &call);
+void rebuildMomentLists(Daemon &daemon, const Call &call);
+void analyzeAllMoments(Daemon &daemon, const Call &call);
+void analyzeInvalidMomentsAndDupesIfNeeded(Daemon &daemon, const Call &call);
+void analyzeMoment(Daemon &daemon, const Call &call);
+void analyzeMomentList(Daemon &daemon, const Call &call);
+void resetDupesAnalysis(Daemon &daemon, const Call &call);
+void hasCompletedMomentAnalysis(Daemon &daemon, const Call &call);
+void rebuildAllThumbnails(Daemon &daemon, const Call &call);
+void setAreDuplicates(Daemon &daemon, const Call &call);
+
 // LibraryHandlers.cpp
 void createPixholdDatabase(Daemon &daemon, const Call &call);
 void getPhotosAndVideosCount(Daemon &daemon, const Call &call);

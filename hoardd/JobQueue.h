@@ -26,6 +26,8 @@ public:
     /// Takes the jobs of one request, all or none: none when the queue is full or closed. They start in
     /// order.
     [[nodiscard]] bool add(std::vector<Job> jobs);
+    /// Whether the process is about to end: a job that takes long should stop where it can.
+    [[nodiscard]] bool isClosed();
     /// Takes no more, and waits until those that were taken have run.
     void close();
 

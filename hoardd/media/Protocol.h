@@ -19,7 +19,7 @@ namespace hoardd::media {
 inline constexpr int workerSocket = 3;
 
 /// Tells two builds of the packets apart.
-inline constexpr std::uint32_t protocolVersion = 2;
+inline constexpr std::uint32_t protocolVersion = 3;
 
 inline constexpr std::size_t mostThumbnails = 4;
 inline constexpr std::size_t mostDescriptors = 1 + mostThumbnails;
@@ -32,10 +32,11 @@ struct Hello {
 };
 
 enum class RequestKind : std::uint32_t {
-    probe,    ///< facts and thumbnails; descriptors: the picture, then an output a thumbnail
-    render,   ///< another format or size; descriptors: the picture, the output
-    encode,   ///< a surface as an image; descriptors: the memory, the output
-    selfTest, ///< tries what confinement must forbid
+    probe,       ///< facts and thumbnails; descriptors: the picture, then an output a thumbnail
+    fingerprint, ///< how a picture looks; descriptor: the picture
+    render,      ///< another format or size; descriptors: the picture, the output
+    encode,      ///< a surface as an image; descriptors: the memory, the output
+    selfTest,    ///< tries what confinement must forbid
 };
 
 struct Request {
@@ -81,6 +82,9 @@ struct Answer {
     std::array<char, 64> container{};
     std::array<char, 32> videoCodec{};
     std::array<char, 32> audioCodec{};
+    std::uint32_t hasFingerprint = 0;
+    std::uint64_t differenceHash = 0;
+    std::uint64_t frequencyHash = 0;
 };
 
 /// Sends one packet with descriptors. False on failure, with errno set.

@@ -210,6 +210,16 @@ ProbeResult WorkerPool::probe(int picture, std::span<const ThumbnailTarget> thum
     return result;
 }
 
+FingerprintResult WorkerPool::fingerprint(int picture) {
+    Request request;
+    request.kind = RequestKind::fingerprint;
+    Answer answer;
+    FingerprintResult result{crews->runOnPicture(picture, request, {}, answer), std::nullopt};
+    if (result.succeeded() && answer.hasFingerprint != 0)
+        result.fingerprint = Fingerprint{answer.differenceHash, answer.frequencyHash};
+    return result;
+}
+
 namespace {
 
 // Fills the part of a request that says how an image is written. False when it makes no sense.

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "hoardd/media/Fingerprint.h"
 #include "hoardd/media/Picture.h"
 
 namespace hoardd {
@@ -17,6 +18,11 @@ namespace hoardd {
 /// cannot be decoded may well have a date.
 struct ProbeResult : MediaResult {
     PictureFacts facts;
+};
+
+/// How a picture looks.
+struct FingerprintResult : MediaResult {
+    std::optional<Fingerprint> fingerprint; ///< Nothing of a picture without features.
 };
 
 /// The size of an image that was made.
@@ -60,6 +66,9 @@ public:
     /// white, all from one decoding. `picture` is a regular file; it stays the caller's, is only read, and
     /// its offset does not matter. On failure the outputs hold nothing of use.
     ProbeResult probe(int picture, std::span<const ThumbnailTarget> thumbnails);
+
+    /// Looks at a picture, which is small already: a thumbnail.
+    FingerprintResult fingerprint(int picture);
 
     /// Writes a picture in another format or size, upright, with its own colours and their profile and no
     /// other metadata. `output` is open for writing, at the start of an empty file.

@@ -259,6 +259,8 @@ TEST(EveryOperation, SendsItsKeysInOrderAndReadsEachKindOfReply) {
         {"duplicates", [](Client *c, Result &) { c->resetDupesAnalysis(); }, "sync", "operation:int64=68"},
         {"all thumbnails", [](Client *c, Result &) { c->rebuildAllThumbnails(); }, "sync",
          "operation:int64=73"},
+        {"no duplicates", [&](Client *c, Result &) { c->setAreDuplicates(false, photos); }, "sync",
+         "operation:int64=1000 areDuplicates:bool=false photoUUIDs:list=( U-1, U-1)"},
 
         // Sharing
         {"stream album", [&](Client *c, Result &) { c->createSnapriverAlbumWithStreamID(text("S")); }, "sync",

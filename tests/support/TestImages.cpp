@@ -5,9 +5,11 @@
 #include <zlib.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <initializer_list>
 #include <memory>
+#include <random>
 #include <stdexcept>
 #include <string_view>
 
@@ -123,6 +125,48 @@ void appendChunk(Bytes &out, const char *type, const Bytes &contents) {
 }
 
 } // namespace
+
+Pixels scene(std::uint32_t width, std::uint32_t height, unsigned seed, double shift) {
+    struct Wave {
+        double across, down, phase, height;
+    };
+    std::mt19937 random(seed);
+    const auto part = [&] { return static_cast<double>(random() % 2001) / 1000 - 1; };
+    std::vector<Wave> waves;
+    for (int count = 0; count < 60; ++count) {
+        // Finer ones are lower, as in nature.
+        const double across = 12 * part() * part(), down = 12 * part() * part();
+        waves.push_back({across, down, 3.14 * part(), 60 / (0.7 + std::hypot(across, down))});
+    }
+    // The sine of a sum, so that few sines are taken.
+    const auto sines = [&](std::uint32_t length, const auto &angleOf) {
+        std::vector<std::pair<double, double>> all;
+        for (std::uint32_t at = 0; at < length; ++at)
+            for (const Wave &wave : waves)
+                all.emplace_back(std::sin(angleOf(wave, (at + 0.5) / length)),
+                                 std::cos(angleOf(wave, (at + 0.5) / length)));
+        return all;
+    };
+    const auto across =
+        sines(width, [&](const Wave &wave, double at) { return 6.28 * wave.across * (at + shift); });
+    const auto down =
+        sines(height, [](const Wave &wave, double at) { return 6.28 * wave.down * at + wave.phase; });
+    const auto clamped = [](double value) {
+        return static_cast<std::uint8_t>(std::clamp(value, 0.0, 255.0));
+    };
+    Pixels pixels{width, height, {}};
+    for (std::uint32_t y = 0; y < height; ++y)
+        for (std::uint32_t x = 0; x < width; ++x) {
+            double light = 128;
+            for (std::size_t i = 0; i < waves.size(); ++i) {
+                const auto &[sineX, cosineX] = across[x * waves.size() + i];
+                const auto &[sineY, cosineY] = down[y * waves.size() + i];
+                light += waves[i].height * (sineX * cosineY + cosineX * sineY);
+            }
+            pixels.colours.push_back({clamped(light), clamped(light * 0.8 + 20), clamped(255 - light)});
+        }
+    return pixels;
+}
 
 Pixels fourCorners(std::uint32_t width, std::uint32_t height) {
     Pixels pixels{width, height, {}};

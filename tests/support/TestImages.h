@@ -41,6 +41,10 @@ inline constexpr Colour cornerYellow{230, 220, 40};
 /// right, blue bottom right, yellow bottom left.
 Pixels fourCorners(std::uint32_t width, std::uint32_t height);
 
+/// Hills of light and colour of many sizes, much like a photo's, and the same at every resolution; another
+/// seed gives another picture. `shift` moves it to the left, in parts of its width.
+Pixels scene(std::uint32_t width, std::uint32_t height, unsigned seed, double shift = 0);
+
 /// What a camera writes into a JPEG. Texts stand as given, so that wrong ones can be made.
 struct TestExif {
     bool bigEndian = false;

@@ -62,6 +62,14 @@ void JXGatekeeperClient::rebuildAllThumbnails() {
     demand(connection(), protocol::rebuildAllThumbnails);
 }
 
+void JXGatekeeperClient::setAreDuplicates(bool areDuplicates, Array *photos) {
+    ReleaseScope scope;
+    Request request(protocol::setAreDuplicates);
+    request.set(keys::areDuplicates, areDuplicates);
+    request.set(keys::photoUUIDs, uuidsOf(photos));
+    static_cast<void>(request.sendAndWait(connection()));
+}
+
 void JXGatekeeperClient::analyzeMoment(const ManagedObject *moment) {
     analyze(connection(), protocol::analyzeMoment, keys::momentOID, moment);
 }

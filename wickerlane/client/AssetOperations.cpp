@@ -152,12 +152,8 @@ void JXGatekeeperClient::setLargePreviewImageForAssetWithURL(URL *assetURL, Data
 void JXGatekeeperClient::updateThumbnailsForPhotos(Array *photos, bool waitForReply, bool assignNewIndex,
                                                    bool forceRefresh) {
     ReleaseScope scope;
-    const auto uuids = MutableArray::create();
-    for (std::size_t i = 0; photos != nullptr && i < photos->count(); ++i)
-        if (const auto *photo = dynamic_cast<const Photo *>(photos->at(i)); photo != nullptr && photo->uuid())
-            uuids->append(photo->uuid());
     Request request(protocol::updateThumbnails);
-    request.set(keys::photoUUIDs, uuids.get());
+    request.set(keys::photoUUIDs, uuidsOf(photos));
     request.set(keys::assignNewIndex, assignNewIndex);
     request.set(keys::forceRefresh, forceRefresh);
     request.set(keys::waitingForReply, waitForReply);

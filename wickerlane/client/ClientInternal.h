@@ -16,6 +16,9 @@ namespace wickerlane::client {
 /// An error in WickerlaneErrorDomain without user information, borrowed.
 [[nodiscard]] Error *errorWithCode(std::int64_t code);
 
+/// The UUIDs of the Photos in an array (may be null), borrowed.
+[[nodiscard]] Array *uuidsOf(const Array *photos);
+
 } // namespace wickerlane::client
 
 #endif

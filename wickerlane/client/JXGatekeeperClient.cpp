@@ -33,6 +33,14 @@ Error *errorWithCode(std::int64_t code) {
     return autorelease(Error::create(WickerlaneErrorDomain, code));
 }
 
+Array *uuidsOf(const Array *photos) {
+    auto uuids = MutableArray::create();
+    for (std::size_t i = 0; photos != nullptr && i < photos->count(); ++i)
+        if (const auto *photo = dynamic_cast<const Photo *>(photos->at(i)); photo != nullptr && photo->uuid())
+            uuids->append(photo->uuid());
+    return autorelease(std::move(uuids));
+}
+
 } // namespace wickerlane::client
 
 JXGatekeeperClient *JXGatekeeperClient::sharedInstance() {

@@ -263,6 +263,10 @@ public:
     /// analyzeMomentList: — likewise.
     void analyzeMomentList(const wickerlane::ManagedObject *momentList);
 
+    /// setAreDuplicates:forPhotos: — remembers that no two of these photos are duplicates of each other, or
+    /// takes that back; what is no Photo is left out. Blocks until the groups of duplicates obey.
+    void setAreDuplicates(bool areDuplicates, wickerlane::Array *photos);
+
     // Sharing and bulletins.
 
     /// createSnapriverAlbumWithStreamID: — makes the shared album of a stream. Blocks.

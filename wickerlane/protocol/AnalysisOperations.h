@@ -30,6 +30,11 @@ inline constexpr Operation hasCompletedMomentAnalysis{72, "hasCompletedMomentAna
 
 inline constexpr Operation rebuildAllThumbnails{73, "rebuildAllThumbnails", request(), reply()};
 
+/// Codes from 1000 on belong to operations that the others do not depend on: a person's word on what the
+/// analysis of duplicates has found.
+inline constexpr Operation setAreDuplicates{
+    1000, "setAreDuplicates:forPhotos:", request(keys::areDuplicates, keys::photoUUIDs), reply()};
+
 } // namespace wickerlane::protocol
 
 #endif

@@ -11,6 +11,7 @@ inline constexpr Key<coding::Int64> operation{"operation"};
 
 inline constexpr Key<coding::ObjectID> albumOID{"albumOID"};
 inline constexpr Key<coding::Text> albumUUID{"albumUUID"};
+inline constexpr Key<coding::Bool> areDuplicates{"areDuplicates"};
 inline constexpr Key<coding::PropertyList> assetPaths{"assetPaths"};
 inline constexpr Key<coding::Location> assetURL{"assetURL"};
 inline constexpr Key<coding::Text> assetUUID{"assetUUID"};

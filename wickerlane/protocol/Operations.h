@@ -2,6 +2,7 @@
 #ifndef WICKERLANE_PROTOCOL_OPERATIONS_H
 #define WICKERLANE_PROTOCOL_OPERATIONS_H
 
+#include "wickerlane/protocol/AnalysisOperations.h"
 #include "wickerlane/protocol/AssetOperations.h"
 #include "wickerlane/protocol/CoreOperations.h"
 #include "wickerlane/protocol/LibraryOperations.h"
@@ -26,10 +27,20 @@ inline constexpr const Operation *allOperations[] = {
     &updateRestoredAsset,
     &writeDataInBackground,
     &repairPotentialModelCorruption,
+    &rebuildMoments,
+    &rebuildMomentLists,
+    &analyzeAllMoments,
+    &analyzeInvalidMomentsAndDupesIfNeeded,
+    &analyzeMoment,
+    &analyzeMomentList,
+    &resetDupesAnalysis,
     &getCurrentModelVersion,
     &estimatedOutputFileLength,
+    &hasCompletedMomentAnalysis,
+    &rebuildAllThumbnails,
     &downloadAsset,
     &videoMetadata,
+    &setAreDuplicates,
 };
 
 } // namespace wickerlane::protocol

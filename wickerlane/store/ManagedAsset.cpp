@@ -9,25 +9,25 @@ namespace wickerlane::store {
 namespace {
 
 constexpr std::string_view scheme = "x-hoard-store://";
-constexpr std::string_view entity = "/GenericAsset/p";
 
 } // namespace
 
 constinit const Class ManagedAsset::classInfo{"ManagedAsset", &Object::classInfo, nullptr};
 WL_BUILT_IN_CLASS(ManagedAsset);
 
-std::string objectURI(std::string_view storeUUID, std::int64_t primaryKey) {
-    return std::string(scheme).append(storeUUID).append(entity) + std::to_string(primaryKey);
+std::string objectURI(std::string_view storeUUID, std::int64_t primaryKey, std::string_view entity) {
+    std::string uri(scheme);
+    return uri.append(storeUUID).append("/").append(entity).append("/p") + std::to_string(primaryKey);
 }
 
-std::int64_t primaryKeyInURI(std::string_view uri, std::string_view storeUUID) {
-    const std::size_t prefix = scheme.size() + storeUUID.size() + entity.size();
+std::int64_t primaryKeyInURI(std::string_view uri, std::string_view storeUUID, std::string_view entity) {
+    const std::size_t prefix = scheme.size() + storeUUID.size() + entity.size() + 3; // "/", then "/p"
     if (uri.size() <= prefix)
         return 0;
     std::int64_t key = 0;
     const auto parsed = std::from_chars(uri.data() + prefix, uri.data() + uri.size(), key);
     // Written anew, so that every object has one URI only.
-    return parsed.ec == std::errc() && key > 0 && uri == objectURI(storeUUID, key) ? key : 0;
+    return parsed.ec == std::errc() && key > 0 && uri == objectURI(storeUUID, key, entity) ? key : 0;
 }
 
 std::string_view extensionOf(std::string_view filename) {

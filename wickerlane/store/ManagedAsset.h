@@ -45,11 +45,16 @@ private:
     Ref<Date> created;
 };
 
-/// The URI of an asset's object ID: "x-hoard-store://<store's UUID>/GenericAsset/p<primary key>".
-[[nodiscard]] WL_EXPORT std::string objectURI(std::string_view storeUUID, std::int64_t primaryKey);
+/// What the objects of a kind are called in the URIs of their IDs.
+inline constexpr std::string_view assetEntity = "GenericAsset";
 
-/// The primary key in such a URI, when it is one of that store; 0 otherwise.
-[[nodiscard]] WL_EXPORT std::int64_t primaryKeyInURI(std::string_view uri, std::string_view storeUUID);
+/// The URI of an object's ID: "x-hoard-store://<store's UUID>/GenericAsset/p<primary key>".
+[[nodiscard]] WL_EXPORT std::string objectURI(std::string_view storeUUID, std::int64_t primaryKey,
+                                              std::string_view entity = assetEntity);
+
+/// The primary key in such a URI, when it is one of that store and kind; 0 otherwise.
+[[nodiscard]] WL_EXPORT std::int64_t primaryKeyInURI(std::string_view uri, std::string_view storeUUID,
+                                                     std::string_view entity = assetEntity);
 
 /// The extension of a file name, without the dot; empty when there is none.
 [[nodiscard]] WL_EXPORT std::string_view extensionOf(std::string_view filename);

@@ -72,8 +72,97 @@ CREATE TRIGGER zgenericasset_kindchanged AFTER UPDATE OF kind ON zgenericasset B
 END;
 )sql";
 
+// What hoardd makes of the assets: moments, lists of them, duplicates. Triggers note what has changed,
+// whoever changes it, so that an analysis knows where to begin.
+constexpr const char *analyses = R"sql(
+CREATE TABLE zmomentlist (
+    pk INTEGER PRIMARY KEY AUTOINCREMENT,
+    startdate REAL NOT NULL,
+    enddate REAL NOT NULL,
+    momentcount INTEGER NOT NULL,
+    assetcount INTEGER NOT NULL,
+    keyasset INTEGER,
+    analyzed INTEGER NOT NULL DEFAULT 0
+);
+CREATE TABLE zmoment (
+    pk INTEGER PRIMARY KEY AUTOINCREMENT,
+    list INTEGER REFERENCES zmomentlist (pk) ON DELETE SET NULL,
+    startdate REAL NOT NULL,
+    enddate REAL NOT NULL,
+    assetcount INTEGER NOT NULL,
+    photocount INTEGER NOT NULL DEFAULT 0,
+    videocount INTEGER NOT NULL DEFAULT 0,
+    latitude REAL,
+    longitude REAL,
+    keyasset INTEGER,
+    analyzed INTEGER NOT NULL DEFAULT 0
+);
+CREATE INDEX zmoment_startdate ON zmoment (startdate);
+CREATE INDEX zmoment_list ON zmoment (list);
+CREATE TABLE zmomentasset (
+    asset INTEGER PRIMARY KEY REFERENCES zgenericasset (pk) ON DELETE CASCADE,
+    moment INTEGER NOT NULL REFERENCES zmoment (pk)
+);
+CREATE INDEX zmomentasset_moment ON zmomentasset (moment);
+CREATE TABLE zmomentchange (
+    pk INTEGER PRIMARY KEY AUTOINCREMENT,
+    date REAL NOT NULL,
+    moment INTEGER
+);
+INSERT INTO zmomentchange (date) SELECT datecreated FROM zgenericasset;
+CREATE TRIGGER zgenericasset_moment_insert AFTER INSERT ON zgenericasset BEGIN
+    INSERT INTO zmomentchange (date) VALUES (new.datecreated);
+END;
+CREATE TRIGGER zgenericasset_moment_delete BEFORE DELETE ON zgenericasset BEGIN
+    INSERT INTO zmomentchange (date, moment)
+        VALUES (old.datecreated, (SELECT moment FROM zmomentasset WHERE asset = old.pk));
+END;
+CREATE TRIGGER zgenericasset_moment_update AFTER UPDATE OF datecreated, latitude, longitude ON zgenericasset
+WHEN old.datecreated IS NOT new.datecreated OR old.latitude IS NOT new.latitude
+    OR old.longitude IS NOT new.longitude BEGIN
+    INSERT INTO zmomentchange (date, moment)
+        VALUES (old.datecreated, (SELECT moment FROM zmomentasset WHERE asset = old.pk)),
+               (new.datecreated, NULL);
+END;
+
+CREATE TABLE zfingerprint (
+    asset INTEGER PRIMARY KEY REFERENCES zgenericasset (pk) ON DELETE CASCADE,
+    thumbnailindex INTEGER NOT NULL,
+    difference INTEGER,
+    frequency INTEGER
+);
+CREATE TABLE zduplicate (
+    asset INTEGER NOT NULL REFERENCES zgenericasset (pk) ON DELETE CASCADE,
+    likeness INTEGER NOT NULL CHECK (likeness IN (0, 1)),
+    duplicategroup INTEGER NOT NULL,
+    PRIMARY KEY (asset, likeness)
+) WITHOUT ROWID;
+CREATE INDEX zduplicate_group ON zduplicate (likeness, duplicategroup);
+CREATE TABLE znotduplicate (
+    one INTEGER NOT NULL REFERENCES zgenericasset (pk) ON DELETE CASCADE,
+    other INTEGER NOT NULL REFERENCES zgenericasset (pk) ON DELETE CASCADE,
+    PRIMARY KEY (one, other),
+    CHECK (one < other)
+) WITHOUT ROWID;
+CREATE INDEX znotduplicate_other ON znotduplicate (other);
+CREATE TABLE zduplicatestate (
+    changed INTEGER NOT NULL,
+    grouped INTEGER NOT NULL
+);
+INSERT INTO zduplicatestate VALUES (1, 0);
+CREATE TRIGGER zgenericasset_duplicate_delete BEFORE DELETE ON zgenericasset
+WHEN EXISTS (SELECT 1 FROM zduplicate WHERE asset = old.pk)
+    OR EXISTS (SELECT 1 FROM znotduplicate WHERE one = old.pk OR other = old.pk) BEGIN
+    UPDATE zduplicatestate SET changed = changed + 1;
+END;
+CREATE TRIGGER zgenericasset_duplicate_update AFTER UPDATE OF datecreated ON zgenericasset
+WHEN old.datecreated IS NOT new.datecreated BEGIN
+    UPDATE zduplicatestate SET changed = changed + 1;
+END;
+)sql";
+
 // New tables and columns are added by a step of their own at the end.
-constexpr const char *steps[] = {assets, renditions, durations, sums, counts};
+constexpr const char *steps[] = {assets, renditions, durations, sums, counts, analyses};
 
 } // namespace
 

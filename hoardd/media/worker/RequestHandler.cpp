@@ -8,6 +8,7 @@
 #include <numeric>
 #include <string_view>
 
+#include "hoardd/media/Fingerprint.h"
 #include "hoardd/media/worker/Confinement.h"
 #include "hoardd/media/worker/Metadata.h"
 #include "hoardd/media/worker/PictureReader.h"
@@ -151,6 +152,27 @@ void probe(const Request &request, std::span<const wickerlane::UniqueFd> descrip
                     [&](std::uint32_t side) { return reader.thumbnail(side, facts.orientation); });
 }
 
+void fingerprint(std::span<const wickerlane::UniqueFd> descriptors, Answer &answer) {
+    const MappedFile file(descriptors[0].get());
+    const PictureFacts facts = factsOf(file.bytes());
+    constexpr std::uint32_t enough = 256; // pixels a side: thumbnails have no more
+    const Image image = PictureReader(file.bytes(), facts.format).thumbnail(enough, facts.orientation);
+    const auto width = static_cast<std::uint32_t>(vips_image_get_width(image.get()));
+    const auto height = static_cast<std::uint32_t>(vips_image_get_height(image.get()));
+    const auto channels = static_cast<std::uint32_t>(vips_image_get_bands(image.get()));
+    const auto *pixels = static_cast<const std::uint8_t *>(vips_image_get_data(image.get()));
+    if (pixels == nullptr || vips_image_get_format(image.get()) != VIPS_FORMAT_UCHAR ||
+        (channels != 1 && channels != 3))
+        throw MediaError(MediaFailure::damaged, "the picture has unusual colours");
+    const auto found =
+        fingerprintOf({{pixels, std::size_t{width} * height * channels}, width, height, channels});
+    if (!found)
+        return;
+    answer.hasFingerprint = 1;
+    answer.differenceHash = found->difference;
+    answer.frequencyHash = found->frequency;
+}
+
 void writeRendered(const Request &request, VipsImage *image, int output, Answer &answer) {
     writePicture(image, output, request.format, request.quality, true);
     answer.format = request.format;
@@ -188,14 +210,17 @@ void encode(const Request &request, std::span<const wickerlane::UniqueFd> descri
 void handleOrThrow(const Request &request, std::span<const wickerlane::UniqueFd> descriptors,
                    Answer &answer) {
     const bool probes = request.kind == RequestKind::probe;
-    const std::size_t expected = request.kind == RequestKind::selfTest ? 0
-                                 : probes                              ? 1 + request.thumbnailCount
-                                                                       : 2;
+    const std::size_t expected = request.kind == RequestKind::selfTest      ? 0
+                                 : request.kind == RequestKind::fingerprint ? 1
+                                 : probes                                   ? 1 + request.thumbnailCount
+                                                                            : 2;
     if (request.thumbnailCount > mostThumbnails || descriptors.size() != expected)
         throw MediaError(MediaFailure::badRequest, "the request has the wrong descriptors");
     switch (request.kind) {
     case RequestKind::probe:
         return probe(request, descriptors, answer);
+    case RequestKind::fingerprint:
+        return fingerprint(descriptors, answer);
     case RequestKind::render:
         return render(request, descriptors, answer);
     case RequestKind::encode:

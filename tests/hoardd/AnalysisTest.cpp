@@ -1,0 +1,207 @@
+// Moments, duplicates and rebuilt thumbnails, asked of a running daemon.
+#include <fcntl.h>
+
+#include <csignal>
+#include <filesystem>
+#include <set>
+#include <thread>
+
+#include "tests/hoardd/RunningHoardd.h"
+#include "wickerlane/store/AnalysisReader.h"
+
+using namespace wickerlane;
+using namespace wickerlane::test;
+
+namespace {
+
+class Analysis : public RunningHoardd {
+protected:
+    std::string saveAt(double unixSeconds, const FileBytes &picture) const {
+        const auto job =
+            Dictionary::createWithKeys({{"imageData", dataOf(picture).get()},
+                                        {"creationDate", Date::createWithUnixSeconds(unixSeconds).get()}});
+        return textIn(save(job.get()), "uuid");
+    }
+    [[nodiscard]] bool isComplete() const { return answer(request(72).get())->getBool("isComplete"); }
+    [[nodiscard]] store::AnalysisReader reader() const {
+        std::string problem;
+        auto opened = store::AnalysisReader::open(paths, problem);
+        EXPECT_TRUE(opened) << problem;
+        return std::move(*opened);
+    }
+    [[nodiscard]] std::vector<std::vector<std::string>> moments() const {
+        std::vector<std::vector<std::string>> all;
+        auto opened = reader();
+        const auto stored = opened.moments().value();
+        for (const store::MomentRecord &moment : stored)
+            all.push_back(*opened.assetsOfMoment(moment.primaryKey));
+        return all;
+    }
+    /// The groups of one likeness, each sorted.
+    [[nodiscard]] std::set<std::set<std::string>> groups(bool same) const {
+        std::set<std::set<std::string>> all;
+        const auto stored = reader().duplicates().value();
+        for (const store::DuplicatesRecord &group : stored)
+            if (group.isSame == same)
+                all.emplace(group.uuids.begin(), group.uuids.end());
+        return all;
+    }
+    [[nodiscard]] static Ref<MessageDictionary> rebuildRequest(bool incremental) {
+        auto message = request(61);
+        message->setBool("incremental", incremental);
+        return message;
+    }
+    [[nodiscard]] static Ref<MessageDictionary> decision(bool areDuplicates,
+                                                         std::initializer_list<std::string> uuids) {
+        auto list = MutableArray::create();
+        for (const std::string &uuid : uuids)
+            list->append(String::of(uuid));
+        auto message = request(1000);
+        message->setBool("areDuplicates", areDuplicates);
+        JXMsgDictionarySetArray(message.get(), "photoUUIDs", list.get());
+        return message;
+    }
+};
+
+TEST_F(Analysis, MomentsAreMadeOfWhatWasSavedAndFollowIt) {
+    ReleaseScope scope;
+    answer(request(15).get());
+    EXPECT_TRUE(isComplete()) << "an empty library has nothing to analyze";
+    const double noon = 1.6e9;
+    const FileBytes picture = pngOf(fourCorners(8, 8));
+    const std::string first = saveAt(noon, picture), second = saveAt(noon + 60, picture);
+    const std::string later = saveAt(noon + 90'000, picture);
+    EXPECT_FALSE(isComplete());
+    answer(rebuildRequest(true).get());
+    EXPECT_EQ(moments(), (std::vector<std::vector<std::string>>{{first, second}, {later}}));
+    EXPECT_FALSE(isComplete()) << "they have been made, not looked into";
+    answer(request(63).get());
+    EXPECT_TRUE(isComplete());
+
+    auto opened = reader();
+    const auto made = *opened.moments();
+    ASSERT_EQ(made.size(), 2U);
+    EXPECT_EQ(made[0].photoCount, 2U);
+    EXPECT_EQ(made[0].keyAsset, first);
+    EXPECT_EQ(opened.momentLists()->size(), 1U);
+    EXPECT_EQ(opened.momentLists()->front().keyAsset, first);
+
+    // An older photo comes: the moment goes on under its own key.
+    const std::string earlier = saveAt(noon - 60, picture);
+    EXPECT_FALSE(isComplete());
+    answer(request(64).get());
+    EXPECT_TRUE(isComplete());
+    EXPECT_EQ(moments().front(), (std::vector<std::string>{earlier, first, second}));
+    EXPECT_EQ(opened.moments()->front().primaryKey, made[0].primaryKey);
+    answer(rebuildRequest(false).get());
+    answer(request(62).get());
+    EXPECT_TRUE(isComplete()) << "a rebuild finds everything as it should be";
+}
+
+TEST_F(Analysis, OneMomentOrListIsNamedByItsObjectID) {
+    ReleaseScope scope;
+    saveAt(1e9, pngOf(fourCorners(8, 8)));
+    answer(rebuildRequest(true).get());
+    const std::string storeUUID = store::ObjectStore::open()->storeUUID();
+    const auto named = [](std::int64_t code, const char *key, const std::string &uri) {
+        auto message = request(code);
+        message->setData(key, uri.data(), uri.size());
+        return message;
+    };
+    const std::string moment = store::objectURI(storeUUID, 1, "Moment");
+    const std::string list = store::objectURI(storeUUID, 1, "MomentList");
+    answer(named(65, "momentOID", moment).get());
+    EXPECT_TRUE(reader().moments()->front().isAnalyzed);
+    answer(named(66, "momentListOID", list).get());
+    EXPECT_TRUE(isComplete());
+    // What is gone is no error: who asked could not know.
+    answer(named(65, "momentOID", store::objectURI(storeUUID, 77, "Moment")).get());
+    for (const std::string &uri :
+         {list, moment + "x", std::string("x-hoard-store://other/Moment/p1"), std::string()})
+        EXPECT_NE(refusal(named(65, "momentOID", uri).get()), "") << uri;
+    EXPECT_NE(refusal(named(66, "momentListOID", moment).get()), "");
+}
+
+TEST_F(Analysis, DuplicatesAreFoundAndAPersonsWordIsRemembered) {
+    ReleaseScope scope;
+    const double noon = 1.6e9;
+    const std::string original = saveAt(noon, jpegOf(scene(320, 240, 1)));
+    const std::string small = saveAt(noon, jpegOf(scene(160, 120, 1), 60));
+    const std::string shaken = saveAt(noon + 2, jpegOf(scene(320, 240, 1, 0.01)));
+    const std::string other = saveAt(noon + 3, jpegOf(scene(320, 240, 2)));
+    const FileBytes words(50, std::byte{'w'});
+    const std::string oneText = saveAt(noon, words), sameText = saveAt(noon + 9e5, words);
+    using Groups = std::set<std::set<std::string>>;
+    answer(request(64).get());
+    EXPECT_EQ(groups(true), (Groups{{original, small}, {oneText, sameText}}));
+    EXPECT_EQ(groups(false), (Groups{{original, small, shaken}}));
+    EXPECT_TRUE(reader().areDuplicatesComplete().value_or(false));
+
+    // What comes later joins.
+    const std::string copy = saveAt(noon + 9e5, pngOf(scene(320, 240, 2)));
+    EXPECT_FALSE(reader().areDuplicatesComplete().value_or(true));
+    answer(request(64).get());
+    EXPECT_EQ(groups(true), (Groups{{original, small}, {oneText, sameText}, {other, copy}}));
+
+    answer(decision(false, {original, small}).get());
+    EXPECT_EQ(groups(true), (Groups{{oneText, sameText}, {other, copy}}));
+    answer(request(68).get());
+    EXPECT_EQ(groups(true), Groups{});
+    answer(request(64).get());
+    EXPECT_EQ(groups(true), (Groups{{oneText, sameText}, {other, copy}})) << "a reset forgets no decision";
+    answer(decision(true, {small, original}).get());
+    EXPECT_EQ(groups(true), (Groups{{original, small}, {oneText, sameText}, {other, copy}}));
+
+    EXPECT_NE(refusal(decision(false, {original}).get()), "");
+    EXPECT_NE(refusal(decision(false, {original, "nobody"}).get()), "");
+}
+
+TEST_F(Analysis, ThumbnailsAreAllMadeAnew) {
+    ReleaseScope scope;
+    const std::string uuid = saveAt(1e9, jpegOf(scene(300, 240, 1)));
+    const std::string broken = saveAt(1e9, FileBytes(40, std::byte{1}));
+    const std::string small = paths.thumbnail(uuid, store::ThumbnailSize::small);
+    std::filesystem::resize_file(small, 10);
+    answer(request(73).get());
+    EXPECT_EQ(decodedPicture(contentsOf(small)).width, 256U);
+    const auto opened = store::ObjectStore::open();
+    EXPECT_EQ(opened->assetWithUUID(uuid)->record().thumbnailIndex, 2);
+    EXPECT_EQ(opened->assetWithUUID(broken)->record().thumbnailIndex, 0)
+        << "what can't be decoded is left alone";
+    std::filesystem::remove(paths.original(opened->assetWithUUID(uuid)->record()));
+    EXPECT_NE(refusal(request(73).get()).find("1 asset"), std::string::npos);
+}
+
+// The long work is killed while media workers stand still, so that it is surely under way.
+TEST_F(Analysis, KilledInTheMidstItGoesOnWithTheNextDaemonAndHindersNoShortRequest) {
+    ReleaseScope scope;
+    constexpr int pictures = 5;
+    for (int i = 0; i < pictures; ++i)
+        saveAt(1e9 + i, jpegOf(scene(90, 60, static_cast<unsigned>(i % 2))));
+    const Process process = daemon();
+    const std::vector<pid_t> workers = mediaWorkersOf(process.id);
+    for (const pid_t worker : workers)
+        kill(worker, SIGSTOP);
+    const auto ended = Semaphore::create(0);
+    for (const std::int64_t code : {64, 73})
+        connection->sendWithReply(request(code).get(), WorkQueue::global(), [ended](MessageValue *reply) {
+            EXPECT_EQ(reply, MessageError::connectionInterrupted());
+            ended->signal();
+        });
+    EXPECT_EQ(answer(request(16).get())->getUInt64("photoCount"), pictures);
+    EXPECT_FALSE(isComplete());
+    end(process, SIGKILL);
+    ended->wait();
+    ended->wait();
+    for (const pid_t worker : workers)
+        kill(worker, SIGCONT); // those end with their daemon
+    connection = connect();
+
+    EXPECT_FALSE(isComplete()) << "what was not done is not forgotten";
+    answer(request(64).get());
+    EXPECT_TRUE(isComplete());
+    EXPECT_TRUE(reader().areDuplicatesComplete().value_or(false));
+    EXPECT_EQ(moments().size(), 1U);
+}
+
+} // namespace
