@@ -1,4 +1,5 @@
-// Looking up a text for a person, beside finding it in the standard library's hash map.
+// Looking up a text for a person, beside finding it in the standard library's hash map and beside reading its
+// file.
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
@@ -9,6 +10,7 @@
 #include <unordered_map>
 
 #include "bench/InTurn.h"
+#include "wickerlane/platform/bundle/StringTable.h"
 #include "wickerlane/platform/locale/Locale.h"
 #include "wickerlane/platform/object/Array.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
@@ -89,9 +91,14 @@ int main() {
          {"of the user interface, in its fourth table",
           eachOf(lastKeys, [](const Ref<String> &key) { return JXLocalizedFrameworkString(key.get()); })}},
         report);
-    // A file with all its texts is read for each.
-    bench::measureInTurn(rounds, 200,
-                         {inMap,
+    // The daemon's look-up reads the file with all its texts for each.
+    const std::string file = folder / "PixholdServices.bundle/de.lproj/PixholdServices.strings";
+    bench::measureInTurn(rounds, 500,
+                         {{"reading a table's file, and one text of it",
+                           eachOf(keys,
+                                  [&file](const Ref<String> &key) {
+                                      return createStringTableFromFile(file)->get(key.get()) != nullptr;
+                                  })},
                           {"of the services, for the daemon",
                            eachOf(keys,
                                   [](const Ref<String> &key) {

@@ -78,6 +78,7 @@ protected:
     void TearDown() override {
         for (const char *name : {"LANGUAGE", "LC_ALL", "LC_MESSAGES", "LANG"})
             unsetenv(name);
+        noticeLocaleChange();
         setProcessLanguages({});
     }
     ReleaseScope scope;

@@ -55,25 +55,27 @@ Bundle *bundleOfClass(const char *name, std::atomic<Bundle *> &cache) {
     return found;
 }
 
-constexpr std::array frameworkTables{"Pixhold-Device", "Pixhold", "Pixhold-Avalanche", "Pixhold-GM"};
-constexpr std::array servicesTables{"PixholdServices", "PixholdServices-GM"};
+constexpr std::array<std::string_view, 4> frameworkTables{"Pixhold-Device", "Pixhold", "Pixhold-Avalanche",
+                                                          "Pixhold-GM"};
+constexpr std::array<std::string_view, 2> servicesTables{"PixholdServices", "PixholdServices-GM"};
 
-// A text that equals its key is a miss.
+// A text that equals its key is a miss; the last table's result stands as it is.
 template <class Tables, class LookUp>
 String *firstText(const Tables &tables, String *key, LookUp lookUp) {
     String *text = nullptr;
-    for (const char *table : tables) {
+    for (const std::string_view table : tables) {
         text = lookUp(table);
-        if (!areEqual(text, key))
-            break;
+        if (text != key && !areEqual(text, key))
+            return text;
     }
-    return text;
+    return text == key ? autorelease(Ref<String>(key)) : text;
 }
 
 template <class Tables>
 String *textFromBundle(Bundle *bundle, const Tables &tables, String *key) {
-    return firstText(tables, key,
-                     [=](const char *table) { return bundle->localizedString(key, String::empty(), table); });
+    return firstText(tables, key, [=](std::string_view table) {
+        return bundle->localizedString(key, String::empty(), table);
+    });
 }
 
 // The language's old value is left alive when a new one replaces it: other threads may be using it, and there
@@ -140,7 +142,7 @@ String *preferredText(const String *key, std::string_view table, const Bundle *b
     return texts ? autorelease(Ref<String>(as<String>(texts->get(key)))) : nullptr;
 }
 
-String *_localizedStringFromTableInBundle(String *key, const char *table, Bundle *bundle) {
+String *_localizedStringFromTableInBundle(String *key, std::string_view table, Bundle *bundle) {
     String *text = preferredText(key, table, bundle);
     return text != nullptr ? text : bundle->localizedString(key, String::empty(), table);
 }
@@ -164,7 +166,7 @@ String *JXServicesLocalizedFrameworkString(String *key) {
 }
 
 String *JXServicesLocalizedFrameworkStringForHoardd(String *key) {
-    return firstText(servicesTables, key, [key](const char *table) {
+    return firstText(servicesTables, key, [key](std::string_view table) {
         return _localizedStringFromTableInBundle(key, table, JXPixholdServicesFrameworkBundle());
     });
 }

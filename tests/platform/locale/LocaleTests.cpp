@@ -35,6 +35,7 @@ protected:
             unsetenv(name);
         for (const auto &[name, value] : environment)
             setenv(name.c_str(), value.c_str(), 1);
+        noticeLocaleChange();
     }
     static bool setPreference(const char *language) {
         return setPreferenceValue(languagesPreference, Array::of({String::of(language)}),
@@ -96,6 +97,7 @@ TEST_F(LocaleTest, tellsOfEachChangeOnce) {
     noticeLocaleChange();
     EXPECT_EQ(told, 1);
     setEnvironment({{"LANG", "fr_FR"}});
+    EXPECT_EQ(told, 1) << "what the program chose hides the environment";
     setProcessLanguages({});
     EXPECT_EQ(told, 2);
     EXPECT_EQ(localeGeneration(), before + 2);

@@ -16,7 +16,6 @@
 #include "wickerlane/platform/file/DataFolders.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/locale/Locale.h"
-#include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/platform/propertylist/PropertyList.h"
 
 // The bounds, by the linker, of the table that WL_CLASS_OF_BUNDLE fills.
@@ -217,11 +216,11 @@ const Bundle::Table &Bundle::table(std::string_view name) {
 String *Bundle::localizedString(String *key, String *value, std::string_view tableName) {
     if (key != nullptr) {
         const Table &used = table(tableName.empty() ? "Localizable" : tableName);
-        if (auto *text = as<String>(used.texts->get(key)))
+        if (auto *text = used.texts->count() > 0 ? as<String>(used.texts->get(key)) : nullptr)
             return text;
     }
     String *otherwise = value != nullptr && value->length() > 0 ? value : key;
-    return otherwise != nullptr ? autorelease(Ref<String>(otherwise)) : String::empty();
+    return otherwise != nullptr ? otherwise : String::empty();
 }
 
 } // namespace wickerlane

@@ -74,7 +74,7 @@ public:
     /// localizations that has that table, else from the table beside them. When it has no such text, `value`,
     /// or the key itself when `value` is null or empty; an empty text for a null key. An empty `table` means
     /// "Localizable". Tables are read once, and again after a change of the languages that was noticed.
-    /// A text lives as long as the bundle; a key or value that is handed back, for the current release scope.
+    /// A text lives as long as the bundle; a key or value that is handed back is the caller's own object.
     [[nodiscard]] String *localizedString(String *key, String *value, std::string_view table);
 
     ~Bundle() override;

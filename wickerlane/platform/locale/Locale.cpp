@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstdlib>
 #include <mutex>
+#include <optional>
 #include <utility>
 
 #include "wickerlane/platform/notification/LocalNotification.h"
@@ -16,9 +17,16 @@
 namespace wickerlane {
 namespace {
 
+struct Environment {
+    std::string locale; // empty for one that has no language
+    std::vector<std::string> languages;
+};
+
 struct State {
     std::mutex mutex;
     std::vector<std::string> chosen;
+    // As it was read: whoever changes the environment must not meet a thread of this library that reads it.
+    std::optional<Environment> environment;
     // Held while observers are told, so that whoever finds a change noticed also finds it told; recursive,
     // since observers may look, too.
     std::recursive_mutex noticing;
@@ -49,7 +57,7 @@ std::string tagOf(std::string_view posix) {
     return tag;
 }
 
-std::string environmentLocale() {
+std::string localeOfEnvironment() {
     for (const char *name : {"LC_ALL", "LC_MESSAGES", "LANG"})
         if (const char *value = std::getenv(name); value != nullptr && *value != '\0')
             return tagOf(value);
@@ -57,20 +65,26 @@ std::string environmentLocale() {
 }
 
 // By the rules of gettext: the list counts only for a locale that has a language.
-std::vector<std::string> environmentLanguages() {
-    std::string locale = environmentLocale();
-    if (locale.empty())
-        return {};
-    std::vector<std::string> languages;
+Environment readEnvironment() {
+    Environment environment{localeOfEnvironment(), {}};
+    if (environment.locale.empty())
+        return environment;
     const char *listed = std::getenv("LANGUAGE");
     for (std::string_view rest = listed != nullptr ? listed : ""; !rest.empty();) {
         const std::size_t colon = std::min(rest.find(':'), rest.size());
         if (std::string tag = tagOf(rest.substr(0, colon)); !tag.empty())
-            languages.push_back(std::move(tag));
+            environment.languages.push_back(std::move(tag));
         rest.remove_prefix(std::min(colon + 1, rest.size()));
     }
-    languages.push_back(std::move(locale));
-    return languages;
+    environment.languages.push_back(environment.locale);
+    return environment;
+}
+
+Environment environment() {
+    const std::lock_guard guard(state().mutex);
+    if (!state().environment)
+        state().environment = readEnvironment();
+    return *state().environment;
 }
 
 std::vector<std::string> userLanguages() {
@@ -88,12 +102,32 @@ std::vector<std::string> chosenLanguages() {
     return state().chosen;
 }
 
+// Tells observers when anything has changed since it was last looked at.
+void look() {
+    const std::lock_guard guard(state().noticing);
+    const ReleaseScope scope;
+    std::string now = currentLocale();
+    for (const std::string &language : processLanguages())
+        now.append("\n").append(language);
+    // As it stands, since others may take an odd list in another way than is done here.
+    if (const Object *list = preferenceValue(languagesPreference, globalPreferencesDomain))
+        now.append("\n\n").append(list->description()->utf8());
+    if (state().known == now)
+        return;
+    state().known = std::move(now);
+    generation.fetch_add(1, std::memory_order_release);
+    postLocalNotification(localeDidChangeNotification);
+}
+
 } // namespace
 
 std::vector<std::string> processLanguages() {
-    for (auto *source : {chosenLanguages, environmentLanguages, userLanguages})
-        if (std::vector<std::string> languages = source(); !languages.empty())
-            return languages;
+    if (std::vector<std::string> languages = chosenLanguages(); !languages.empty())
+        return languages;
+    if (std::vector<std::string> languages = environment().languages; !languages.empty())
+        return languages;
+    if (std::vector<std::string> languages = userLanguages(); !languages.empty())
+        return languages;
     return {"en"};
 }
 
@@ -102,36 +136,31 @@ void setProcessLanguages(std::vector<std::string> languages) {
         const std::lock_guard guard(state().mutex);
         state().chosen = std::move(languages);
     }
-    noticeLocaleChange();
+    look();
 }
 
 void watchLocale() {
     static constinit Once observing;
     observing.run([] {
         static_cast<void>(observeLocalNotification(preferencesDidChangeNotification, nullptr,
-                                                   [](const LocalNotification &) { noticeLocaleChange(); }));
+                                                   [](const LocalNotification &) { look(); }));
     });
     watchPreferences();
-    noticeLocaleChange();
+    look();
 }
 
 void noticeLocaleChange() {
-    const std::lock_guard guard(state().noticing);
-    std::string now = currentLocale();
-    for (const auto &languages : {processLanguages(), userLanguages()})
-        for (const std::string &language : languages)
-            now.append("\n").append(language);
-    if (state().known == now)
-        return;
-    state().known = std::move(now);
-    generation.fetch_add(1, std::memory_order_release);
-    postLocalNotification(localeDidChangeNotification);
+    {
+        const std::lock_guard guard(state().mutex);
+        state().environment = readEnvironment();
+    }
+    look();
 }
 
 std::string currentLocale() {
     if (std::vector<std::string> chosen = chosenLanguages(); !chosen.empty())
         return std::move(chosen.front());
-    if (std::string locale = environmentLocale(); !locale.empty())
+    if (std::string locale = environment().locale; !locale.empty())
         return locale;
     if (std::vector<std::string> languages = userLanguages(); !languages.empty())
         return std::move(languages.front());

@@ -1,6 +1,7 @@
 // The languages of this process and of its user, and the user's locale.
 //
-// Languages are named by tags such as "de", "pt-BR" or "zh-Hant-HK".
+// Languages are named by tags such as "de", "pt-BR" or "zh-Hant-HK". The environment is read when it is first
+// needed, and again by noticeLocaleChange(); preferences are read as they are.
 #ifndef WICKERLANE_PLATFORM_LOCALE_LOCALE_H
 #define WICKERLANE_PLATFORM_LOCALE_LOCALE_H
 
@@ -27,7 +28,7 @@ WL_EXPORT void setProcessLanguages(std::vector<std::string> languages);
 
 /// The current locale, for numbers, dates and sorting, such as "de-AT": of the languages that
 /// setProcessLanguages() said the first; else that of the environment (LC_ALL, LC_MESSAGES or LANG); else the
-/// first of the user's preferred languages; else empty. Read afresh on every call. Thread-safe.
+/// first of the user's preferred languages; else empty. Thread-safe.
 [[nodiscard]] WL_EXPORT std::string currentLocale();
 
 /// The language code of the current locale, such as "de"; empty when there is none. Thread-safe.
@@ -41,8 +42,8 @@ inline constexpr std::string_view localeDidChangeNotification = "CurrentLocaleDi
 /// they return, those of others by way of watchPreferences(). May be called again. Thread-safe.
 WL_EXPORT void watchLocale();
 
-/// Looks now whether one of the above has changed, say because the caller changed the environment.
-/// Thread-safe.
+/// Reads the environment again and looks whether one of the above has changed: for a program that changed its
+/// environment. Thread-safe.
 WL_EXPORT void noticeLocaleChange();
 
 /// Differs after every change of the above that this process has noticed. Thread-safe, and quick.
