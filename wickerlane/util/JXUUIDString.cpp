@@ -61,7 +61,7 @@ Ref<JXUUIDString> JXUUIDString::initWithBaseUUID(const UUID *uuid) {
 
 Ref<JXUUIDString> JXUUIDString::initWithUUIDData(const Data *data) {
     unsigned char bytes[sizeof _uuid];
-    if (data->length() != sizeof bytes)
+    if (data == nullptr || data->length() != sizeof bytes)
         return nullptr;
     data->getBytes(bytes, sizeof bytes);
     return initWithUUID(bytes);
@@ -89,15 +89,12 @@ void JXUUIDString::copyCharacters(char16_t *destination, Range range) const {
     std::copy_n(_uuidString + range.location, range.length, destination);
 }
 
-std::string_view JXUUIDString::utf8() const {
-    return {_uuidString, textLength};
-}
-
 bool JXUUIDString::isEqualToString(const String *other) const {
     if (other == nullptr)
         return false;
+    // Where uuid_compare() gives 0, at an eighth of its price: it takes both apart for their order.
     if (const auto *uuid = exactly(other))
-        return uuid_compare(_uuid, uuid->_uuid) == 0;
+        return std::memcmp(_uuid, uuid->_uuid, sizeof _uuid) == 0;
     return String::isEqualToString(other);
 }
 
@@ -106,6 +103,10 @@ std::strong_ordering JXUUIDString::compare(const String *other, CompareOptions o
     if (const auto *uuid = exactly(other))
         return uuid_compare(_uuid, uuid->_uuid) <=> 0;
     return String::compare(other, options, range, locale);
+}
+
+std::string_view JXUUIDString::utf8() const {
+    return {_uuidString, textLength};
 }
 
 Data *JXUUIDDataFromString(const String *string) {
@@ -129,5 +130,5 @@ UUIDBytes JXUUIDBytesFromString(const String *string) {
 }
 
 JXUUIDString *JXStringFromUUIDData(const Data *data) {
-    return data != nullptr ? autorelease(JXUUIDString::initWithUUIDData(data)) : nullptr;
+    return autorelease(JXUUIDString::initWithUUIDData(data));
 }

@@ -23,7 +23,7 @@ public:
     [[nodiscard]] static wickerlane::Ref<JXUUIDString> initWithBaseUUIDBytes(wickerlane::UUIDBytes bytes);
     /// initWithBaseUUID: that of the object; for null, generates a new UUID.
     [[nodiscard]] static wickerlane::Ref<JXUUIDString> initWithBaseUUID(const wickerlane::UUID *uuid);
-    /// initWithUUIDData: null when `data`, never null, does not hold exactly 16 bytes.
+    /// initWithUUIDData: null for null and for data that does not hold exactly 16 bytes.
     [[nodiscard]] static wickerlane::Ref<JXUUIDString> initWithUUIDData(const wickerlane::Data *data);
 
     /// A new copy of the 16 bytes; borrowed.
