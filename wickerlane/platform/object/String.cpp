@@ -283,7 +283,7 @@ std::strong_ordering String::compare(const String *other) const {
 }
 
 std::strong_ordering String::compare(const String *other, CompareOptions options) const {
-    return compare(other, options, {0, length()});
+    return compare(other, options, {0, notFound});
 }
 
 bool String::hasPrefix(std::string_view prefix) const {
