@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cmath>
 #include <map>
 #include <numeric>
@@ -19,8 +18,14 @@ constexpr double burstSeconds = 60;
 constexpr double sameDuration = 0.5;
 constexpr double sameShape = 0.02; // of the ratio of the sides
 
-int differentBits(std::uint64_t one, std::uint64_t other) {
-    return std::popcount(one ^ other);
+/// Counted by hand: without the instruction for it, which not every processor has that this runs on, the
+/// library's way is a call, and most of the time of a scan.
+inline int differentBits(std::uint64_t one, std::uint64_t other) {
+    std::uint64_t bits = one ^ other;
+    bits -= bits >> 1 & 0x5555555555555555;
+    bits = (bits & 0x3333333333333333) + (bits >> 2 & 0x3333333333333333);
+    bits = (bits + (bits >> 4)) & 0x0F0F0F0F0F0F0F0F;
+    return static_cast<int>(bits * 0x0101010101010101 >> 56);
 }
 
 bool agree(const Fingerprint &one, const Fingerprint &other, int most) {
@@ -69,40 +74,58 @@ private:
     std::vector<std::size_t> parents;
 };
 
+/// A fingerprint that is compared with those that stand by it.
+struct Entry {
+    Fingerprint fingerprint;
+    std::size_t item;
+};
+
+/// A hash is split into one band more than bits may differ: two such hashes are equal in one band.
+constexpr int bands = mostOfSame + 1;
+
+std::size_t bandOf(std::uint64_t hash, int band) {
+    const int first = 64 * band / bands, end = 64 * (band + 1) / bands;
+    return hash >> first & ((std::uint64_t{1} << (end - first)) - 1);
+}
+
+/// Sorts entries by a band of one of their hashes; those that are equal in it keep their order.
+void sortByBand(const std::vector<Entry> &entries, std::uint64_t Fingerprint::*hash, int band,
+                std::vector<Entry> &sorted) {
+    std::array<std::size_t, (std::size_t{1} << ((64 + bands - 1) / bands)) + 1> starts{};
+    for (const Entry &entry : entries)
+        ++starts[bandOf(entry.fingerprint.*hash, band) + 1];
+    std::partial_sum(starts.begin(), starts.end(), starts.begin());
+    sorted.resize(entries.size());
+    for (const Entry &entry : entries)
+        sorted[starts[bandOf(entry.fingerprint.*hash, band)]++] = entry;
+}
+
 /// Calls `meet(i, j)` for pairs of items of which both hashes differ by at most `mostOfSame` bits; some come
-/// more than once. Split into one band more than bits may differ, two such hashes are equal in one band: so
-/// the items are sorted by each pair of a band of one hash and a band of the other, and those are compared
-/// that come to stand together.
+/// more than once. The items are sorted by each pair of a band of one hash and a band of the other, and those
+/// are compared that come to stand together.
 template <class Meet>
 void forAgreeing(std::span<const DuplicateItem> items, const Meet &meet) {
-    constexpr int bands = mostOfSame + 1;
-    constexpr int widest = (64 + bands - 1) / bands;
-    const auto bandOf = [](std::uint64_t hash, int band) {
-        const int first = 64 * band / bands, end = 64 * (band + 1) / bands;
-        return static_cast<std::uint32_t>(hash >> first & ((1U << (end - first)) - 1));
-    };
-    struct Entry {
-        std::uint32_t bits;
-        std::uint32_t item;
-    };
-    std::vector<Entry> entries;
+    std::vector<Entry> entries, byFrequency, byBoth;
     for (std::size_t i = 0; i < items.size(); ++i)
         if (items[i].fingerprint)
-            entries.push_back({0, static_cast<std::uint32_t>(i)});
-    for (int one = 0; one < bands; ++one)
-        for (int other = 0; other < bands; ++other) {
-            for (Entry &entry : entries) {
-                const Fingerprint &fingerprint = *items[entry.item].fingerprint;
-                entry.bits =
-                    bandOf(fingerprint.difference, one) << widest | bandOf(fingerprint.frequency, other);
-            }
-            std::ranges::sort(entries, {}, &Entry::bits);
-            for (std::size_t i = 0; i < entries.size(); ++i)
-                for (std::size_t j = i + 1; j < entries.size() && entries[j].bits == entries[i].bits; ++j)
-                    if (agree(*items[entries[i].item].fingerprint, *items[entries[j].item].fingerprint,
-                              mostOfSame))
-                        meet(entries[i].item, entries[j].item);
+            entries.push_back({*items[i].fingerprint, i});
+    const auto meetNeighbours = [&](int one, int other) {
+        const auto standTogether = [&](const Entry &a, const Entry &b) {
+            return bandOf(a.fingerprint.difference, one) == bandOf(b.fingerprint.difference, one) &&
+                   bandOf(a.fingerprint.frequency, other) == bandOf(b.fingerprint.frequency, other);
+        };
+        for (std::size_t i = 0; i < byBoth.size(); ++i)
+            for (std::size_t j = i + 1; j < byBoth.size() && standTogether(byBoth[i], byBoth[j]); ++j)
+                if (agree(byBoth[i].fingerprint, byBoth[j].fingerprint, mostOfSame))
+                    meet(byBoth[i].item, byBoth[j].item);
+    };
+    for (int other = 0; other < bands; ++other) {
+        sortByBand(entries, &Fingerprint::frequency, other, byFrequency);
+        for (int one = 0; one < bands; ++one) {
+            sortByBand(byFrequency, &Fingerprint::difference, one, byBoth);
+            meetNeighbours(one, other);
         }
+    }
 }
 
 /// Calls `meet(i, j)` for pairs of items that were taken within one burst.

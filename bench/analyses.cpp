@@ -1,0 +1,213 @@
+// Moments and duplicates of libraries of 10,000 and 100,000 synthetic assets: time and memory, how they grow,
+// and what a single new asset costs.
+//   bench_analyses [COUNT]...      10000 100000 when none is named
+//
+// Some 20 assets a day in three bursts, at places that change each month; one in 20 has a copy, one in ten is
+// one of a burst of three that look alike.
+#include <malloc.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <random>
+#include <string>
+
+#include "hoardd/DuplicateStore.h"
+#include "hoardd/MomentStore.h"
+#include "wickerlane/store/Schema.h"
+
+using namespace hoardd;
+using wickerlane::sqlite::Database;
+using wickerlane::sqlite::Transaction;
+
+namespace {
+
+constexpr int rounds = 5;
+
+[[noreturn]] void give(const char *what, Database &database) {
+    std::fprintf(stderr, "%s: %s\n", what, database.problem().c_str());
+    std::exit(1);
+}
+
+/// A value that must be there.
+template <class Value>
+Value sure(std::optional<Value> value, const char *what, Database &database) {
+    if (!value)
+        give(what, database);
+    return std::move(*value);
+}
+
+wickerlane::store::AssetRecord recordNumbered(std::size_t number, std::mt19937_64 &random) {
+    wickerlane::store::AssetRecord record;
+    record.uuid = std::to_string(number);
+    record.thumbnailIndex = 1;
+    record.width = 4000;
+    record.height = 3000;
+    const std::size_t day = number / 20;
+    record.dateCreated = static_cast<double>(day) * 86400 + static_cast<double>(number % 20 / 7) * 14400 +
+                         static_cast<double>(random() % 2400);
+    if (random() % 10 != 0) {
+        record.latitude = 40 + static_cast<double>(day / 30 % 20);
+        record.longitude = 9 + static_cast<double>(random() % 100) * 1e-5;
+    }
+    for (std::byte &byte : record.sha256)
+        byte = static_cast<std::byte>(random());
+    return record;
+}
+
+Fingerprint fingerprintNumbered(std::size_t number, std::mt19937_64 &random, const Fingerprint &previous) {
+    if (number % 20 == 1)
+        return previous;
+    if (number % 10 < 2)
+        return {previous.difference ^ (random() & random() & random() & random()), previous.frequency};
+    return {random(), random()};
+}
+
+bool fill(Database &database, std::size_t count) {
+    std::mt19937_64 random(count);
+    Transaction transaction(database);
+    auto statement = database.prepare(wickerlane::store::insertAsset);
+    Fingerprint fingerprint;
+    for (std::size_t i = 0; i < count; ++i) {
+        const auto record = recordNumbered(i, random);
+        bindRecord(statement, record);
+        fingerprint = fingerprintNumbered(i, random, fingerprint);
+        if (!statement.run() ||
+            !writeFingerprint(database, {database.lastRowID(), record.uuid, 1}, fingerprint))
+            return false;
+    }
+    return transaction.commit();
+}
+
+double seconds(const std::function<void()> &work) {
+    const auto start = std::chrono::steady_clock::now();
+    work();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+/// The best of several rounds, since others use the machine as well.
+double bestSeconds(const std::function<void()> &work) {
+    double best = 1e9;
+    for (int round = 0; round < rounds; ++round)
+        best = std::min(best, seconds(work));
+    return best;
+}
+
+/// The most bytes that work held at a time beyond what was held before, as the kernel counts them.
+double peakMegabytes(const std::function<void()> &work) {
+    const auto kilobytes = [](const char *key) {
+        char line[256];
+        long value = 0;
+        std::FILE *status = std::fopen("/proc/self/status", "r");
+        while (status != nullptr && std::fgets(line, sizeof line, status) != nullptr)
+            if (std::string_view(line).starts_with(key))
+                value = std::strtol(line + std::string_view(key).size(), nullptr, 10);
+        if (status != nullptr)
+            std::fclose(status);
+        return static_cast<double>(value);
+    };
+    malloc_trim(0);
+    std::FILE *reset = std::fopen("/proc/self/clear_refs", "w");
+    if (reset != nullptr) {
+        std::fputs("5", reset); // the peak is what is held now
+        std::fclose(reset);
+    }
+    const double before = kilobytes("VmRSS:");
+    work();
+    return (kilobytes("VmHWM:") - before) / 1024;
+}
+
+struct Measure {
+    const char *what;
+    double milliseconds;
+    double megabytes;
+};
+
+void apply(Database &database, const auto &plan) {
+    Transaction transaction(database);
+    if (!applyPlan(database, plan) || !transaction.commit())
+        give("apply", database);
+}
+
+std::vector<Measure> measure(const std::string &folder, std::size_t count) {
+    std::string problem;
+    auto opened =
+        Database::open(folder + '/' + std::to_string(count) + ".sqlite", Database::Access::write, problem);
+    if (!opened || !wickerlane::store::layOut(*opened) || !fill(*opened, count)) {
+        std::fprintf(stderr, "can't make a library: %s\n",
+                     opened ? opened->problem().c_str() : problem.c_str());
+        std::exit(1);
+    }
+    Database &database = *opened;
+    std::vector<Measure> measures;
+    const auto add = [&](const char *what, const std::function<void()> &work) {
+        const double megabytes = peakMegabytes(work);
+        measures.push_back({what, bestSeconds(work) * 1e3, megabytes});
+    };
+
+    MomentPlan moments;
+    add("moments: plan the whole library",
+        [&] { moments = sure(planMoments(database, false), "plan", database); });
+    const double first = seconds([&] { apply(database, moments); });
+    measures.push_back({"moments: write all, once", first * 1e3, 0});
+    add("moments: plan it again, nothing new",
+        [&] { moments = sure(planMoments(database, false), "plan", database); });
+    std::mt19937_64 random(7);
+    std::size_t next = count;
+    add("moments: one new asset, around it", [&] {
+        auto record = recordNumbered(random() % count, random);
+        record.uuid = std::to_string(next++);
+        auto statement = database.prepare(wickerlane::store::insertAsset);
+        bindRecord(statement, record);
+        if (!statement.run())
+            give("insert", database);
+        apply(database, sure(planMoments(database, true), "plan", database));
+    });
+
+    DuplicatePlan duplicates;
+    add("duplicates: group the whole library",
+        [&] { duplicates = sure(planDuplicates(database), "plan", database); });
+    const double writing = seconds([&] { apply(database, duplicates); });
+    measures.push_back({"duplicates: write all, once", writing * 1e3, 0});
+    std::vector<Fingerprint> known;
+    add("duplicates: read all hashes", [&] { known = sure(readFingerprints(database), "read", database); });
+    constexpr int scans = 100;
+    std::size_t found = 0;
+    add("duplicates: 100 scans for one new asset", [&] {
+        for (int scan = 0; scan < scans; ++scan)
+            found += mayBeLikeAny({random(), random()}, known) ? 1 : 0;
+    });
+    std::printf(
+        "%zu assets: %lld moments in %lld lists, %zu groups of duplicates; %zu of the new were alike\n",
+        count, static_cast<long long>(database.integer("SELECT count(*) FROM zmoment").value_or(-1)),
+        static_cast<long long>(database.integer("SELECT count(*) FROM zmomentlist").value_or(-1)),
+        duplicates.groups.size(), found);
+    return measures;
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    std::vector<std::size_t> counts{10'000, 100'000};
+    if (argc > 1)
+        counts.clear();
+    for (int i = 1; i < argc; ++i)
+        counts.push_back(std::strtoul(argv[i], nullptr, 10));
+    std::string folder = (std::filesystem::temp_directory_path() / "wickerlane-bench-XXXXXX").string();
+    if (mkdtemp(folder.data()) == nullptr)
+        return 1;
+    std::vector<std::vector<Measure>> all;
+    for (const std::size_t count : counts)
+        all.push_back(measure(folder, count));
+    std::filesystem::remove_all(folder);
+    for (std::size_t i = 0; i < all.front().size(); ++i) {
+        std::printf("%-42s", all.front()[i].what);
+        for (const std::vector<Measure> &measures : all)
+            std::printf(" %9.2f ms %6.1f MB", measures[i].milliseconds, measures[i].megabytes);
+        std::printf("   ratio %.1f\n", all.back()[i].milliseconds / all.front()[i].milliseconds);
+    }
+}

@@ -1,0 +1,81 @@
+// wickerlane moments, wickerlane duplicates
+#include "tests/cli/CommandRun.h"
+#include "tests/support/TestImages.h"
+
+using namespace wickerlane::test;
+
+namespace {
+
+class AnalysisCommands : public CommandTest {
+protected:
+    /// Imports a picture that was taken then; its UUID.
+    std::string taken(const std::string &name, const std::string &when, unsigned seed, int side = 240) const {
+        TestExif exif;
+        exif.dateTimeOriginal = when;
+        const auto length = static_cast<std::uint32_t>(side);
+        return imported(file(name, jpegOf(scene(length, length, seed), exif)));
+    }
+};
+
+TEST_F(AnalysisCommands, MomentsAreListedOnceTheyHaveBeenMade) {
+    const std::string morning = taken("a.jpg", "2021:06:15 10:00:00", 1);
+    const std::string noon = taken("b.jpg", "2021:06:16 12:00:00", 2);
+    const std::string later = taken("c.jpg", "2021:06:16 12:10:00", 3);
+    const CommandResult before = run({"moments"});
+    EXPECT_EQ(before.exitCode, 0) << before;
+    EXPECT_NE(before.errors.find("--update"), std::string::npos) << before;
+
+    const auto moments = run({"moments", "--update", "--json"}).json();
+    ASSERT_EQ(moments.size(), 2U) << moments;
+    EXPECT_EQ(moments[0]["uuids"], nlohmann::json::array({morning}));
+    EXPECT_EQ(moments[1]["uuids"], nlohmann::json::array({noon, later}));
+    EXPECT_EQ(moments[1]["start"], "2021-06-16T12:00:00Z");
+    EXPECT_EQ(moments[1]["assets"], 2);
+    EXPECT_EQ(moments[0]["keyAsset"], morning);
+    const auto lists = run({"moments", "--lists", "--json"}).json();
+    ASSERT_EQ(lists.size(), 1U) << lists;
+    EXPECT_EQ(lists[0]["moments"], 2);
+    EXPECT_EQ(lists[0]["objectID"], moments[0]["list"]);
+
+    const CommandResult table = run({"moments"});
+    EXPECT_EQ(table.errors, "") << "complete";
+    EXPECT_EQ(std::count(table.output.begin(), table.output.end(), '\n'), 3) << table;
+    EXPECT_EQ(run({"moments", "--rebuild", "--json"}).json(), moments) << "keys stay";
+    EXPECT_EQ(run({"moments", "--rebuild", "--update"}).exitCode, 2);
+}
+
+TEST_F(AnalysisCommands, DuplicatesAreListedAndDecidedOn) {
+    const std::string picture = taken("a.jpg", "2021:06:15 10:00:00", 1);
+    const std::string copy = taken("small.jpg", "2021:06:15 10:00:00", 1, 120);
+    const std::string other = taken("b.jpg", "2021:06:15 10:00:00", 2);
+    const CommandResult before = run({"duplicates"});
+    EXPECT_EQ(before.output, "") << before;
+    EXPECT_NE(before.errors.find("--update"), std::string::npos) << before;
+
+    const auto groups = run({"duplicates", "--update", "--json"}).json();
+    ASSERT_EQ(groups.size(), 1U) << groups;
+    EXPECT_EQ(groups[0]["likeness"], "same");
+    ASSERT_EQ(groups[0]["assets"].size(), 2U);
+    EXPECT_EQ(groups[0]["assets"][0]["uuid"], picture);
+    EXPECT_EQ(groups[0]["assets"][1]["uuid"], copy);
+    EXPECT_EQ(run({"duplicates", "--likeness", "similar", "--json"}).json().size(), 0U);
+    EXPECT_NE(run({"duplicates"}).output.find("small.jpg"), std::string::npos);
+
+    EXPECT_EQ(run({"duplicates", "--not", picture, copy, "--json"}).json().size(), 0U);
+    EXPECT_EQ(run({"duplicates", "--reset", "--json"}).json().size(), 0U) << "it is remembered";
+    EXPECT_EQ(run({"duplicates", "--maybe", picture, copy, "--json"}).json(), groups);
+    const struct {
+        std::vector<std::string> arguments;
+        int exitCode;
+    } cases[] = {
+        {{"duplicates", "--not", picture}, 2},
+        {{"duplicates", "--not", picture, "nobody"}, 4},
+        {{"duplicates", "--likeness", "odd"}, 2},
+        {{"--root", (folder / "empty").string(), "duplicates"}, 4},
+        {{"--root", (folder / "empty").string(), "moments"}, 4},
+    };
+    for (const auto &[arguments, exitCode] : cases)
+        EXPECT_EQ(run(arguments).exitCode, exitCode) << testing::PrintToString(arguments);
+}
+
+} // namespace
