@@ -3,9 +3,12 @@
 
 #include <csignal>
 #include <filesystem>
+#include <random>
 #include <set>
 #include <thread>
 
+#include "hoardd/DuplicateStore.h"
+#include "hoardd/MomentStore.h"
 #include "tests/hoardd/RunningHoardd.h"
 #include "wickerlane/store/AnalysisReader.h"
 
@@ -202,6 +205,56 @@ TEST_F(Analysis, KilledInTheMidstItGoesOnWithTheNextDaemonAndHindersNoShortReque
     EXPECT_TRUE(isComplete());
     EXPECT_TRUE(reader().areDuplicatesComplete().value_or(false));
     EXPECT_EQ(moments().size(), 1U);
+}
+
+/// Kills the daemon at random instants of its analyses, and looks whether the next one makes of the library
+/// what a whole rebuild makes of it. WICKERLANE_KILLS and WICKERLANE_SEED say how often and from which seed.
+TEST_F(Analysis, AKillAtAnyInstantLeavesWhatTheNextDaemonCompletes) {
+    const char *wantedKills = std::getenv("WICKERLANE_KILLS"), *wantedSeed = std::getenv("WICKERLANE_SEED");
+    const int kills = wantedKills != nullptr ? std::stoi(wantedKills) : 8;
+    const unsigned seed =
+        wantedSeed != nullptr ? static_cast<unsigned>(std::stoul(wantedSeed)) : std::random_device{}();
+    std::printf("seed %u, %d kills\n", seed, kills);
+    std::mt19937 random(seed);
+    for (int round = 0; round < kills; ++round) {
+        ReleaseScope scope;
+        for (int i = 0; i < 4; ++i)
+            saveAt(1e9 + static_cast<double>(random() % 400'000), jpegOf(scene(60, 60, random() % 6)));
+        const Process process = daemon();
+        const auto ended = Semaphore::create(0);
+        const auto end64 = [ended](MessageValue *) { ended->signal(); };
+        for (const auto &message : {request(64), rebuildRequest(random() % 2 == 0), request(63)})
+            connection->sendWithReply(message.get(), WorkQueue::global(), end64);
+        std::this_thread::sleep_for(std::chrono::microseconds(random() % 30'000));
+        end(process, SIGKILL);
+        for (int i = 0; i < 3; ++i)
+            ended->wait();
+        connection = connect();
+
+        answer(request(64).get());
+        std::string problem;
+        auto database = sqlite::Database::open(paths.database(), sqlite::Database::Access::read, problem);
+        ASSERT_TRUE(database) << problem;
+        const auto moments = hoardd::planMoments(*database, false);
+        ASSERT_TRUE(moments && moments->moments.empty() && moments->gone.empty()) << "round " << round;
+        EXPECT_TRUE(isComplete());
+        std::set<std::set<std::string>> expected;
+        sqlite::Statement uuid = database->prepare("SELECT uuid FROM zgenericasset WHERE pk = ?");
+        const auto plan = hoardd::planDuplicates(*database);
+        ASSERT_TRUE(plan);
+        for (const hoardd::DuplicateGroup &group : plan->groups) {
+            std::set<std::string> uuids;
+            for (const std::int64_t key : group.keys) {
+                uuid.bind(key);
+                ASSERT_TRUE(uuid.next());
+                uuids.emplace(uuid.text(0));
+                uuid.reset();
+            }
+            if (group.likeness == hoardd::Likeness::same)
+                expected.insert(std::move(uuids));
+        }
+        EXPECT_EQ(groups(true), expected) << "round " << round;
+    }
 }
 
 } // namespace
