@@ -66,6 +66,15 @@ int run(int argc, char **argv) {
     addVideoInfo(app, chosen);
     addEstimate(app, chosen);
     addPreview(app, chosen);
+    addAlbum(app, chosen);
+    addDelete(app, chosen);
+    addChanges(app, chosen);
+    addSizes(app, chosen);
+    addBulletins(app, chosen);
+    addStream(app, chosen);
+    addPurge(app, chosen);
+    addPerson(app, chosen);
+    addRestore(app, chosen);
     addCheck(app, chosen);
     addConsent(app, chosen);
     addEntitlement(app, chosen);

@@ -154,7 +154,7 @@ std::string AssetSaver::stage(const SaveJob &job, Staged &staged) {
     record.directory = store::LibraryPaths::directoryOfOriginal(record.uuid);
     record.filename = record.uuid + '.' + type.extension;
     record.originalFilename = order.originalFilename;
-    if (order.file && parentOf(order.path) == paths.incoming())
+    if (order.file && (parentOf(order.path) == paths.incoming() || parentOf(order.path) == paths.found()))
         staged.takenFrom = order.path;
 
     const std::string folder = paths.saving() + '/' + record.filename;
@@ -276,11 +276,32 @@ std::string AssetSaver::publish(std::span<Staged *const> group) {
     return {};
 }
 
+// The same road back: as long as the folder stands and the row is there, recover() takes nothing away; once
+// the row has gone, it removes what files are left.
+std::string AssetSaver::remove(const AssetRecord &asset) {
+    const std::string folder = paths.saving() + '/' + asset.filename;
+    if (!makeFolderIn(folder))
+        return failing("make " + folder);
+    std::string problem = store.change([&](sqlite::Database &database) {
+        return database.prepare("DELETE FROM zgenericasset WHERE uuid = ?").bind(asset.uuid).run();
+    });
+    std::error_code ignored; // recover() removes it otherwise
+    if (problem.empty())
+        removeFiles(folder, asset);
+    else
+        std::filesystem::remove_all(folder, ignored);
+    return problem;
+}
+
 // The folder goes last: as long as it stands, recover() knows of the files.
 void AssetSaver::removeFiles(const std::string &stageFolder, const AssetRecord &record) {
     for (const ThumbnailSize size : thumbnailSizes)
         ::unlink(paths.thumbnail(record.uuid, size).c_str());
     ::unlink(paths.original(record).c_str());
+    std::error_code none;
+    for (const auto &entry : std::filesystem::directory_iterator(paths.renditionFolder(record.uuid), none))
+        if (entry.path().filename().string().starts_with(record.uuid))
+            ::unlink(entry.path().c_str());
     std::error_code ignored; // what can't be removed now is tried again by recover()
     std::filesystem::remove_all(stageFolder, ignored);
 }

@@ -41,6 +41,10 @@ public:
     /// Saves assets, with one commit for all. Blocks; gives a result for each job, in order.
     [[nodiscard]] std::vector<SaveResult> save(std::span<const SaveJob> jobs);
 
+    /// Takes an asset and all its files out of the library: all of it, whatever the instant of a kill, or
+    /// nothing. Blocks. An empty text on success, also when it has gone already, else the reason.
+    [[nodiscard]] std::string remove(const wickerlane::store::AssetRecord &asset);
+
     /// Puts right what a killed process left. Before the first save.
     void recover();
 

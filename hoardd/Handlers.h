@@ -53,6 +53,42 @@ void createPixholdDatabase(Daemon &daemon, const Call &call);
 void getPhotosAndVideosCount(Daemon &daemon, const Call &call);
 void getCurrentModelVersion(Daemon &daemon, const Call &call);
 void repairPotentialModelCorruption(Daemon &daemon, const Call &call);
+void getLibrarySizes(Daemon &daemon, const Call &call);
+void importFileSystemAssets(Daemon &daemon, const Call &call);
+void updateModelAfterOTARestore(Daemon &daemon, const Call &call);
+void finalizeOTARestore(Daemon &daemon, const Call &call);
+void hasCompletedRestorePostProcessing(Daemon &daemon, const Call &call);
+void secondsNeededToCleanupModel(Daemon &daemon, const Call &call);
+void cleanupModel(Daemon &daemon, const Call &call);
+void dataMigrationWillFinish(Daemon &daemon, const Call &call);
+void notifyAboutTermination(Daemon &daemon, const Call &call);
+void clearChangeStore(Daemon &daemon, const Call &call);
+void recoverFromCrashIfNeeded(Daemon &daemon, const Call &call);
+void repairSingletonObjects(Daemon &daemon, const Call &call);
+void cleanupForStoreDemoMode(Daemon &daemon, const Call &call);
+
+// AlbumHandlers.cpp
+void addGroup(Daemon &daemon, const Call &call);
+void addAssetToAlbum(Daemon &daemon, const Call &call);
+void deleteAsset(Daemon &daemon, const Call &call);
+void setExternalUsageIntent(Daemon &daemon, const Call &call);
+void recalculateCachedAlbumCounts(Daemon &daemon, const Call &call);
+void automaticallyDeleteEmptyAlbum(Daemon &daemon, const Call &call);
+
+// SharingHandlers.cpp
+void createSnapriverAlbum(Daemon &daemon, const Call &call);
+void enableSnaprivers(Daemon &daemon, const Call &call);
+void getCurrentBulletins(Daemon &daemon, const Call &call);
+void getCurrentApplicationBadgeCount(Daemon &daemon, const Call &call);
+void getThumbnailImageDataForBulletin(Daemon &daemon, const Call &call);
+void clearAllBulletins(Daemon &daemon, const Call &call);
+void updateSharedAlbumsCachedServerConfigurationLimits(Daemon &daemon, const Call &call);
+void attemptToPurgeSharedAssetsSpace(Daemon &daemon, const Call &call);
+void purgeableSharedAssetsSpace(Daemon &daemon, const Call &call);
+void keyForEmailAddress(Daemon &daemon, const Call &call);
+void emailAddressForKey(Daemon &daemon, const Call &call);
+void personInfoDictionary(Daemon &daemon, const Call &call);
+void setPersonInfoDictionary(Daemon &daemon, const Call &call);
 
 } // namespace hoardd
 

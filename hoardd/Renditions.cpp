@@ -132,10 +132,13 @@ std::string Renditions::thumbnailsOf(int picture, const AssetRecord &asset, bool
             ::unlink(each.c_str());
         return problem;
     }
-    if (!newIndex && asset.thumbnailIndex != 0)
-        return {};
+    const bool counts = newIndex || asset.thumbnailIndex == 0;
     return library.writer().change([&](Database &database) {
-        return database.prepare("UPDATE zgenericasset SET thumbnailindex = thumbnailindex + 1 WHERE uuid = ?")
+        return database
+            .prepare(counts
+                         ? "UPDATE zgenericasset SET thumbnailindex = thumbnailindex + 1, previewpurged = 0 "
+                           "WHERE uuid = ?"
+                         : "UPDATE zgenericasset SET previewpurged = 0 WHERE uuid = ? AND previewpurged")
             .bind(asset.uuid)
             .run();
     });

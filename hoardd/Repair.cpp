@@ -8,6 +8,7 @@
 #include <cstring>
 #include <set>
 
+#include "hoardd/FoundFiles.h"
 #include "hoardd/Renditions.h"
 #include "wickerlane/log/JXLog.h"
 #include "wickerlane/platform/file/Files.h"
@@ -63,14 +64,16 @@ std::string mend(Library &library, const Finding &finding) {
 
 } // namespace
 
-std::string repairLibrary(Library &library) {
-    std::string problem;
+std::string repairLibrary(Library &library, const Handler<bool()> &isEnding) {
+    std::string problem, left = saveFoundFiles(library, isEnding);
     const auto report = store::checkLibrary(library.paths(), {}, problem);
     if (!report)
         return problem;
-    std::string left = library.writer().change(
+    left += library.writer().change(
         [](sqlite::Database &database) { return database.execute(store::recountAssets); });
     for (const Finding &finding : report->findings) {
+        if (isEnding())
+            return "hoardd is ending; what is left is done the next time";
         ReleaseScope scope;
         const std::string why = mend(library, finding);
         JX_LOG(why.empty() ? JXLogLevelNotice : JXLogLevelError, JXPhotosStateLog, "%s %s: %s %s",

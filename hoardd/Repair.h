@@ -5,14 +5,16 @@
 #include <string>
 
 #include "hoardd/Library.h"
+#include "wickerlane/platform/object/Handler.h"
 
 namespace hoardd {
 
-/// Checks the library, its sums left out, and mends what can be mended: missing thumbnails are made; rows of
-/// renditions that are gone go; files that no asset has are moved into PhotoData/LostAndFound, never removed.
-/// An original that is missing or changed, and a damaged store, can only be told of. Interrupted at any
-/// instant, it can begin again. An empty text when nothing is left to mend, else what is.
-[[nodiscard]] std::string repairLibrary(Library &library);
+/// Checks the library, its sums left out, and mends what can be mended: pictures and videos among the
+/// originals that no asset has become assets; missing thumbnails are made; rows of renditions that are gone
+/// go; other files that no asset has are moved into PhotoData/LostAndFound, never removed. An original that
+/// is missing or changed, and a damaged store, can only be told of. Interrupted at any instant, it can begin
+/// again. An empty text when nothing is left to mend, else what is.
+[[nodiscard]] std::string repairLibrary(Library &library, const wickerlane::Handler<bool()> &isEnding);
 
 } // namespace hoardd
 

@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "hoardd/Daemon.h"
+#include "tests/hoardd/PlausibleRequest.h"
 #include "tests/hoardd/RunningHoardd.h"
 #include "wickerlane/protocol/Operations.h"
 
@@ -26,30 +27,6 @@ using Requests = RunningHoardd;
 /// A value of a kind that no field of any row takes.
 Ref<MessageValue> strayValue() {
     return MessageScalar::createReal(1.5);
-}
-
-/// A value of a kind that a field takes, though not one that names anything.
-Ref<MessageValue> plausibleValue(MessageKind kind) {
-    switch (kind) {
-    case MessageKind::string:
-        return MessageScalar::createString(
-            "rez-vault://asset/asset.JPG?id=0000000A-0000-4000-8000-00000000ABCD&ext=JPG");
-    case MessageKind::int64:
-        return MessageScalar::createInt64(1);
-    case MessageKind::uint64:
-        return MessageScalar::createUInt64(1);
-    case MessageKind::boolean:
-        return MessageScalar::createBool(true);
-    case MessageKind::data:
-        return MessageData::create("x", 1);
-    case MessageKind::array:
-        return MessageArray::create();
-    case MessageKind::dictionary:
-        return MessageDictionary::create();
-    default:
-        ADD_FAILURE() << "no value of kind " << static_cast<int>(kind);
-        return nullptr;
-    }
 }
 
 TEST_F(Requests, ThatDoNotFitTheirRowAreAnsweredWithAnErrorThatSaysWhy) {

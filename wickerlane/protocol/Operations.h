@@ -2,10 +2,12 @@
 #ifndef WICKERLANE_PROTOCOL_OPERATIONS_H
 #define WICKERLANE_PROTOCOL_OPERATIONS_H
 
+#include "wickerlane/protocol/AlbumOperations.h"
 #include "wickerlane/protocol/AnalysisOperations.h"
 #include "wickerlane/protocol/AssetOperations.h"
 #include "wickerlane/protocol/CoreOperations.h"
 #include "wickerlane/protocol/LibraryOperations.h"
+#include "wickerlane/protocol/SharingOperations.h"
 
 namespace wickerlane::protocol {
 
@@ -19,14 +21,46 @@ inline constexpr const Operation *allOperations[] = {
     &saveAsset,
     &batchSaveAssets,
     &launchHoardd,
+    &addGroup,
+    &addAssetToAlbum,
+    &deleteAsset,
+    &setExternalUsageIntent,
     &createPixholdDatabase,
     &getPhotosAndVideosCount,
     &setLargePreviewImage,
     &updateThumbnails,
     &updateCameraPreviewWell,
+    &updateModelAfterOTARestore,
     &updateRestoredAsset,
+    &finalizeOTARestore,
+    &importFileSystemAssets,
+    &importFileSystemAssetsInBackground,
     &writeDataInBackground,
+    &secondsNeededToCleanupModel,
+    &cleanupModel,
     &repairPotentialModelCorruption,
+    &dataMigrationWillFinish,
+    &notifyAboutTermination,
+    &recalculateCachedAlbumCounts,
+    &clearChangeStore,
+    &recoverFromCrashIfNeeded,
+    &createSnapriverAlbum,
+    &enableSnaprivers,
+    &repairSingletonObjects,
+    &getCurrentBulletins,
+    &getCurrentApplicationBadgeCount,
+    &getThumbnailImageDataForBulletin,
+    &clearAllBulletins,
+    &cleanupForStoreDemoMode,
+    &updateSharedAlbumsCachedServerConfigurationLimits,
+    &attemptToPurgeSharedAssetsSpace,
+    &purgeableSharedAssetsSpace,
+    &getLibrarySizes,
+    &keyForEmailAddress,
+    &emailAddressForKey,
+    &automaticallyDeleteEmptyAlbum,
+    &personInfoDictionary,
+    &setPersonInfoDictionary,
     &rebuildMoments,
     &rebuildMomentLists,
     &analyzeAllMoments,
@@ -36,6 +70,7 @@ inline constexpr const Operation *allOperations[] = {
     &resetDupesAnalysis,
     &getCurrentModelVersion,
     &estimatedOutputFileLength,
+    &hasCompletedRestorePostProcessing,
     &hasCompletedMomentAnalysis,
     &rebuildAllThumbnails,
     &downloadAsset,

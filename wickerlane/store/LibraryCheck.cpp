@@ -49,6 +49,7 @@ private:
     const CheckOptions &options;
     std::vector<std::string> originals, thumbnails, renditions;
     std::unordered_set<std::string> beingSaved; // UUIDs
+    std::unordered_set<std::string> purged;     // UUIDs of assets whose larger thumbnail was given up
     std::unordered_set<std::string> expected;   // paths
 };
 
@@ -79,6 +80,9 @@ bool Check::run(std::string &problem) {
     }
     const auto total =
         static_cast<std::size_t>(database->integer("SELECT count(*) FROM zgenericasset").value_or(0));
+    sqlite::Statement givenUp = database->prepare("SELECT uuid FROM zgenericasset WHERE previewpurged");
+    while (givenUp.next())
+        purged.emplace(givenUp.text(0));
     sqlite::Statement rows = database->prepare(std::string(selectAssets) + "ORDER BY pk");
     while (rows.next()) {
         if (options.isCancelled && options.isCancelled())
@@ -124,7 +128,9 @@ void Check::look(const AssetRecord &asset) {
     for (const ThumbnailSize size : thumbnailSizes) {
         const std::string path = paths.thumbnail(asset.uuid, size);
         expected.insert(path);
-        if (asset.thumbnailIndex != 0 && ::access(path.c_str(), F_OK) != 0)
+        const bool isDue =
+            asset.thumbnailIndex != 0 && !(size == ThumbnailSize::preview && purged.contains(asset.uuid));
+        if (isDue && ::access(path.c_str(), F_OK) != 0)
             find(Finding::Kind::missingThumbnail, asset.uuid, path);
     }
 }

@@ -34,6 +34,10 @@ public:
     [[nodiscard]] std::string saving() const { return library + "/PhotoData/Saving"; }
     /// Where a repair puts files that no asset has.
     [[nodiscard]] std::string lostAndFound() const { return library + "/PhotoData/LostAndFound"; }
+    /// Files found among the originals, on their way into the library.
+    [[nodiscard]] std::string found() const { return library + "/PhotoData/Found"; }
+    /// One folder an album, from which it can be made again.
+    [[nodiscard]] std::string albums() const { return library + "/PhotoData/Albums"; }
     /// Where callers put new files that they then ask to be saved.
     [[nodiscard]] std::string incoming() const { return library + "/PhotoData/Incoming"; }
 

@@ -83,12 +83,13 @@ Ref<ObjectStore> ObjectStore::open(const LibraryPaths &paths, std::string *probl
 
 Array *ObjectStore::assets(const AssetQuery &query) {
     constexpr auto most = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
-    std::string narrowing;
+    std::string narrowing = "WHERE ";
+    narrowing += query.album != 0 ? "pk IN (SELECT asset FROM zalbumasset WHERE album = ?) " : "? = 0 ";
     if (query.kind)
-        narrowing = *query.kind == AssetKind::photo ? "WHERE kind = 0 " : "WHERE kind = 1 ";
+        narrowing += *query.kind == AssetKind::photo ? "AND kind = 0 " : "AND kind = 1 ";
     narrowing += query.newestFirst ? "ORDER BY datecreated DESC, pk DESC" : "ORDER BY datecreated, pk";
     narrowing += " LIMIT ? OFFSET ?";
-    auto records = connection->select(narrowing, std::min<std::uint64_t>(query.limit, most),
+    auto records = connection->select(narrowing, query.album, std::min<std::uint64_t>(query.limit, most),
                                       std::min<std::uint64_t>(query.offset, most));
     if (!records)
         return nullptr;
@@ -104,7 +105,9 @@ std::optional<AssetCounts> ObjectStore::counts() {
     std::optional<AssetCounts> counts;
     if (statement.next())
         counts = {static_cast<std::uint64_t>(statement.integer(0)),
-                  static_cast<std::uint64_t>(statement.integer(1))};
+                  static_cast<std::uint64_t>(statement.integer(1)),
+                  static_cast<std::uint64_t>(statement.integer(2)),
+                  static_cast<std::uint64_t>(statement.integer(3))};
     statement.reset();
     return counts;
 }
@@ -136,6 +139,58 @@ ManagedAsset *ObjectStore::assetWithObjectID(const ManagedObjectID *objectID) {
     const std::int64_t key =
         primaryKeyInURI(objectID->uriRepresentation()->absoluteString()->utf8(), identity);
     return key != 0 ? assetWithKey(key) : nullptr;
+}
+
+namespace {
+
+constexpr std::string_view selectAlbums =
+    "SELECT pk, uuid, name, coalesce(streamid, ''), datecreated, cachedcount FROM zalbum ";
+
+Ref<ManagedAlbum> readAlbum(const sqlite::Statement &statement, std::string_view storeUUID) {
+    return ManagedAlbum::create({statement.integer(0), std::string(statement.text(1)),
+                                 std::string(statement.text(2)), std::string(statement.text(3)),
+                                 statement.real(4), static_cast<std::uint64_t>(statement.integer(5))},
+                                storeUUID);
+}
+
+} // namespace
+
+Array *ObjectStore::albums() {
+    const std::lock_guard guard(connection->lock);
+    sqlite::Statement statement =
+        connection->database.prepare(std::string(selectAlbums) + "ORDER BY name, pk");
+    auto result = MutableArray::create();
+    while (statement.next())
+        result->append(readAlbum(statement, identity).get());
+    return statement.failed() ? nullptr : autorelease(std::move(result));
+}
+
+ManagedAlbum *ObjectStore::albumWhere(std::string_view narrowing, std::string_view value) {
+    const std::lock_guard guard(connection->lock);
+    sqlite::Statement statement = connection->database.prepare(std::string(selectAlbums).append(narrowing));
+    return statement.bind(value).next() ? autorelease(readAlbum(statement, identity)) : nullptr;
+}
+
+ManagedAlbum *ObjectStore::albumWithUUID(std::string_view uuid) {
+    const auto parsed = UUID::createWithText(uuid);
+    return parsed ? albumWhere("WHERE uuid = ?", parsed->uuidString()->utf8()) : nullptr;
+}
+
+ManagedAlbum *ObjectStore::albumNamed(std::string_view name) {
+    return albumWhere("WHERE name = ?", name);
+}
+
+std::optional<std::vector<AssetChange>> ObjectStore::changes(std::int64_t since) {
+    const std::lock_guard guard(connection->lock);
+    sqlite::Statement statement = connection->database.prepare(
+        "SELECT pk, date, what, assetuuid FROM zchange WHERE pk > ? ORDER BY pk");
+    statement.bind(since);
+    std::vector<AssetChange> changes;
+    while (statement.next())
+        changes.push_back({statement.integer(0), statement.real(1),
+                           static_cast<AssetChange::What>(statement.integer(2)),
+                           std::string(statement.text(3))});
+    return statement.failed() ? std::nullopt : std::optional(std::move(changes));
 }
 
 ManagedObjectID *ObjectStore::managedObjectIDForURI(const char *uri, std::size_t length) {

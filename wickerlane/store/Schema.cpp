@@ -161,8 +161,115 @@ WHEN old.datecreated IS NOT new.datecreated BEGIN
 END;
 )sql";
 
+// Albums, and what the library knows of itself. Triggers keep the numbers and note the latest
+// changes, whoever makes them.
+constexpr const char *albums = R"sql(
+CREATE TABLE zalbum (
+    pk INTEGER PRIMARY KEY AUTOINCREMENT,
+    uuid TEXT NOT NULL UNIQUE,
+    name TEXT NOT NULL UNIQUE,
+    streamid TEXT UNIQUE,
+    datecreated REAL NOT NULL,
+    cachedcount INTEGER NOT NULL DEFAULT 0
+);
+CREATE TABLE zalbumasset (
+    album INTEGER NOT NULL REFERENCES zalbum (pk) ON DELETE CASCADE,
+    asset INTEGER NOT NULL REFERENCES zgenericasset (pk) ON DELETE CASCADE,
+    dateadded REAL NOT NULL,
+    PRIMARY KEY (album, asset)
+) WITHOUT ROWID;
+CREATE INDEX zalbumasset_asset ON zalbumasset (asset);
+CREATE TRIGGER zalbumasset_insert AFTER INSERT ON zalbumasset BEGIN
+    UPDATE zalbum SET cachedcount = cachedcount + 1 WHERE pk = new.album;
+END;
+CREATE TRIGGER zalbumasset_delete AFTER DELETE ON zalbumasset BEGIN
+    UPDATE zalbum SET cachedcount = cachedcount - 1 WHERE pk = old.album;
+END;
+
+ALTER TABLE zgenericasset ADD COLUMN externalusageintent INTEGER NOT NULL DEFAULT 0;
+
+ALTER TABLE zcount ADD COLUMN bytes INTEGER NOT NULL DEFAULT 0;
+UPDATE zcount SET bytes = (SELECT coalesce(sum(bytesize), 0) FROM zgenericasset WHERE zgenericasset.kind = zcount.kind);
+CREATE TRIGGER zgenericasset_size_insert AFTER INSERT ON zgenericasset BEGIN
+    UPDATE zcount SET bytes = bytes + new.bytesize WHERE kind = new.kind;
+END;
+CREATE TRIGGER zgenericasset_size_delete AFTER DELETE ON zgenericasset BEGIN
+    UPDATE zcount SET bytes = bytes - old.bytesize WHERE kind = old.kind;
+END;
+CREATE TRIGGER zgenericasset_size_update AFTER UPDATE OF kind, bytesize ON zgenericasset BEGIN
+    UPDATE zcount SET bytes = bytes - old.bytesize WHERE kind = old.kind;
+    UPDATE zcount SET bytes = bytes + new.bytesize WHERE kind = new.kind;
+END;
+
+CREATE TABLE zchange (
+    pk INTEGER PRIMARY KEY AUTOINCREMENT,
+    date REAL NOT NULL DEFAULT ((julianday('now') - 2451910.5) * 86400),
+    what INTEGER NOT NULL,
+    assetuuid TEXT NOT NULL
+);
+CREATE TRIGGER zgenericasset_change_insert AFTER INSERT ON zgenericasset BEGIN
+    INSERT INTO zchange (what, assetuuid) VALUES (0, new.uuid);
+END;
+CREATE TRIGGER zgenericasset_change_update
+AFTER UPDATE OF datecreated, latitude, longitude, thumbnailindex ON zgenericasset BEGIN
+    INSERT INTO zchange (what, assetuuid) VALUES (1, new.uuid);
+END;
+CREATE TRIGGER zgenericasset_change_delete AFTER DELETE ON zgenericasset BEGIN
+    INSERT INTO zchange (what, assetuuid) VALUES (2, old.uuid);
+END;
+CREATE TRIGGER zchange_limit AFTER INSERT ON zchange BEGIN
+    DELETE FROM zchange WHERE pk <= new.pk - 10000;
+END;
+
+CREATE TABLE zstate (
+    name TEXT PRIMARY KEY,
+    value INTEGER NOT NULL
+);
+CREATE TABLE ztermination (
+    pk INTEGER PRIMARY KEY AUTOINCREMENT,
+    date REAL NOT NULL,
+    executable TEXT NOT NULL,
+    process INTEGER NOT NULL,
+    name TEXT NOT NULL,
+    reason TEXT NOT NULL
+);
+CREATE TRIGGER ztermination_limit AFTER INSERT ON ztermination BEGIN
+    DELETE FROM ztermination WHERE pk <= new.pk - 100;
+END;
+)sql";
+
+// What is shared: streams, the bulletin board, people.
+constexpr const char *sharing = R"sql(
+ALTER TABLE zgenericasset ADD COLUMN previewpurged INTEGER NOT NULL DEFAULT 0;
+CREATE TABLE zstream (
+    streamid TEXT PRIMARY KEY,
+    dateenabled REAL NOT NULL
+);
+CREATE TABLE zbulletin (
+    recordid INTEGER PRIMARY KEY AUTOINCREMENT,
+    originalrecordid INTEGER NOT NULL,
+    originaldate REAL NOT NULL,
+    date REAL NOT NULL,
+    album INTEGER NOT NULL REFERENCES zalbum (pk) ON DELETE CASCADE,
+    asset INTEGER REFERENCES zgenericasset (pk) ON DELETE SET NULL,
+    photos INTEGER NOT NULL,
+    videos INTEGER NOT NULL,
+    sender TEXT NOT NULL
+);
+CREATE INDEX zbulletin_album ON zbulletin (album);
+CREATE INDEX zbulletin_asset ON zbulletin (asset);
+CREATE TABLE zemail (
+    key INTEGER PRIMARY KEY AUTOINCREMENT,
+    address TEXT NOT NULL UNIQUE COLLATE NOCASE
+);
+CREATE TABLE zperson (
+    personid TEXT PRIMARY KEY,
+    info BLOB NOT NULL
+);
+)sql";
+
 // New tables and columns are added by a step of their own at the end.
-constexpr const char *steps[] = {assets, renditions, durations, sums, counts, analyses};
+constexpr const char *steps[] = {assets, renditions, durations, sums, counts, analyses, albums, sharing};
 
 } // namespace
 

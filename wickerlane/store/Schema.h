@@ -41,11 +41,14 @@ inline constexpr const char *selectAssets = "SELECT pk, " WL_ASSET_COLUMNS " FRO
 /// One row: how many photos and how many videos there are. Triggers keep the numbers, in the transaction that
 /// adds or deletes an asset.
 inline constexpr const char *selectCounts = "SELECT (SELECT number FROM zcount WHERE kind = 0), "
-                                            "(SELECT number FROM zcount WHERE kind = 1)";
+                                            "(SELECT number FROM zcount WHERE kind = 1), "
+                                            "(SELECT bytes FROM zcount WHERE kind = 0), "
+                                            "(SELECT bytes FROM zcount WHERE kind = 1)";
 
 /// Counts anew what the triggers keep.
 inline constexpr const char *recountAssets =
-    "UPDATE zcount SET number = (SELECT count(*) FROM zgenericasset WHERE zgenericasset.kind = zcount.kind);";
+    "UPDATE zcount SET (number, bytes) = (SELECT count(*), coalesce(sum(bytesize), 0) FROM zgenericasset "
+    "WHERE zgenericasset.kind = zcount.kind);";
 
 /// Binds a record, which must stay unchanged until the statement has run, to `insertAsset`.
 WL_EXPORT void bindRecord(sqlite::Statement &statement, const AssetRecord &record);

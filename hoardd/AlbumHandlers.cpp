@@ -1,0 +1,114 @@
+// Albums, and edits of assets.
+#include "hoardd/Albums.h"
+#include "hoardd/Daemon.h"
+#include "hoardd/Handlers.h"
+#include "wickerlane/log/JXLog.h"
+#include "wickerlane/protocol/AlbumOperations.h"
+#include "wickerlane/protocol/Entitlements.h"
+
+namespace hoardd {
+
+using namespace wickerlane;
+using namespace wickerlane::protocol;
+using store::ManagedAlbum;
+using store::ManagedAsset;
+
+namespace {
+
+/// Tells the log why something was not done that the caller is only told has not been done.
+bool succeeded(const char *what, const std::string &problem) {
+    if (!problem.empty())
+        JX_LOG(JXLogLevelError, JXPhotosStateLog, "can't %s: %s", what, problem.c_str());
+    return problem.empty();
+}
+
+} // namespace
+
+void addGroup(Daemon &daemon, const Call &call) {
+    Library *library = daemon.library(call);
+    if (library == nullptr)
+        return;
+    const String *name = call.get(keys::name);
+    if (name == nullptr || name->utf8().empty())
+        return call.refuse("an album needs a name");
+    const Albums::Made made = Albums(*library).make(name->utf8(), {});
+    if (!made.problem.empty())
+        return call.refuse("can't make the album: " + made.problem);
+    Answer answer;
+    answer.set(keys::nameTaken, made.nameTaken);
+    if (!made.nameTaken)
+        answer.set(keys::groupURL, store::createAlbumURL(made.uuid).get());
+    call.answer(answer);
+}
+
+void addAssetToAlbum(Daemon &daemon, const Call &call) {
+    Library *library = daemon.library(call);
+    if (library == nullptr)
+        return;
+    const ManagedAsset *asset = library->assets().assetWithURL(call.get(keys::assetURL));
+    const ManagedAlbum *album = library->assets().albumWithUUID(call.get(keys::albumUUID)->utf8());
+    std::string problem;
+    if (asset == nullptr)
+        problem = "there is no such asset";
+    else if (album == nullptr)
+        problem = "there is no such album";
+    else
+        problem = Albums(*library).add(*asset, *album, call.peer().user);
+    call.answer(Answer().set(keys::success, succeeded("add an asset to an album", problem)));
+}
+
+void deleteAsset(Daemon &daemon, const Call &call) {
+    if (!daemon.isEntitled(call.peer(), JXDeleteAssetsEntitlement))
+        return call.answer(Answer().set(keys::success, false).set(keys::hasEntitlement, false));
+    Library *library = daemon.library(call);
+    if (library == nullptr)
+        return;
+    const ManagedAsset *asset = library->assets().assetWithURL(call.get(keys::assetURL));
+    const std::string problem =
+        asset != nullptr ? library->saver().remove(asset->record()) : "there is no such asset";
+    call.answer(
+        Answer().set(keys::success, succeeded("delete an asset", problem)).set(keys::hasEntitlement, true));
+}
+
+void setExternalUsageIntent(Daemon &daemon, const Call &call) {
+    Library *library = daemon.library(call);
+    if (library == nullptr)
+        return;
+    const ManagedAsset *asset = library->assets().assetWithURL(call.get(keys::assetURL));
+    std::string problem = "there is no such asset";
+    if (asset != nullptr)
+        problem = library->writer().change([&](sqlite::Database &database) {
+            return database.prepare("UPDATE zgenericasset SET externalusageintent = ? WHERE pk = ?")
+                .bind(call.get(keys::externalUsageIntent), asset->record().primaryKey)
+                .run();
+        });
+    call.answer(Answer().set(keys::success, succeeded("note how an asset is used", problem)));
+}
+
+void recalculateCachedAlbumCounts(Daemon &daemon, const Call &call) {
+    Library *library = daemon.library(call);
+    if (library == nullptr)
+        return;
+    if (succeeded("count the assets of albums", Albums(*library).recount()))
+        call.answer(Answer());
+    else
+        call.refuse("the library's store can't be written");
+}
+
+void automaticallyDeleteEmptyAlbum(Daemon &daemon, const Call &call) {
+    Library *library = daemon.library(call);
+    if (library == nullptr)
+        return;
+    const auto *uri = as<MessageData>(call.value(keys::albumOID));
+    const std::int64_t album =
+        store::primaryKeyInURI({static_cast<const char *>(uri->bytes()), uri->length()},
+                               library->assets().storeUUID(), store::albumEntity);
+    const std::string problem = album != 0 ? Albums(*library).deleteIfEmpty(album)
+                                           : "albumOID is not that of an album of this library";
+    if (succeeded("delete an empty album", problem))
+        call.answer(Answer());
+    else
+        call.refuse(problem);
+}
+
+} // namespace hoardd

@@ -1,0 +1,21 @@
+// What shared albums take on the disk, and getting it back.
+#ifndef HOARDD_SHAREDSPACE_H
+#define HOARDD_SHAREDSPACE_H
+
+#include "hoardd/Library.h"
+
+namespace hoardd {
+
+/// Of the assets in shared albums, the larger thumbnails can go: they are made again when they are asked for.
+/// Originals never do, since there is no server that has them.
+
+/// How many bytes could be freed. Nothing, with the reason, on failure.
+[[nodiscard]] std::optional<std::uint64_t> purgeableBytes(Library &library, std::string &problem);
+
+/// Frees space until it has freed so many bytes, or all that can be; those of assets that came first go
+/// first. Gives the bytes that were freed.
+[[nodiscard]] std::optional<std::uint64_t> purge(Library &library, std::uint64_t bytes, std::string &problem);
+
+} // namespace hoardd
+
+#endif

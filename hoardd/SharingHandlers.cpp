@@ -1,0 +1,210 @@
+// Streams, bulletins and the badge, storage budget, people. There is no cloud: what a server would keep is
+// kept in the library.
+#include "hoardd/Albums.h"
+#include "hoardd/Bulletins.h"
+#include "hoardd/Daemon.h"
+#include "hoardd/Handlers.h"
+#include "hoardd/SharedSpace.h"
+#include "hoardd/State.h"
+#include "wickerlane/platform/object/Number.h"
+#include "wickerlane/platform/propertylist/PropertyList.h"
+#include "wickerlane/protocol/SharingOperations.h"
+
+namespace hoardd {
+
+using namespace wickerlane;
+using namespace wickerlane::protocol;
+
+namespace {
+
+constexpr std::int64_t mostSharedAssets = 5000; // of a shared album, for want of a server that says
+
+void answerDone(const Call &call, const std::string &problem) {
+    if (problem.empty())
+        call.answer(Answer());
+    else
+        call.refuse(problem);
+}
+
+/// The text under a key; nothing, and the call refused, when it is missing or empty.
+std::optional<std::string> textOrRefuse(const Call &call, const Key<coding::Text> &key) {
+    const String *text = call.get(key);
+    if (text != nullptr && !text->utf8().empty())
+        return std::string(text->utf8());
+    call.refuse(std::string(key.text) + " is empty");
+    return std::nullopt;
+}
+
+} // namespace
+
+void enableSnaprivers(Daemon &daemon, const Call &call) {
+    Library *library = daemon.library(call);
+    const auto stream = library != nullptr ? textOrRefuse(call, keys::streamID) : std::nullopt;
+    if (!stream)
+        return;
+    answerDone(call, library->writer().change([&](sqlite::Database &database) {
+        return database.prepare("INSERT OR IGNORE INTO zstream VALUES (?, ?)")
+            .bind(*stream, Date::createNow()->referenceSeconds())
+            .run();
+    }));
+}
+
+// A stream that has an album is enabled; the album bears its name, or one like it when that is taken.
+void createSnapriverAlbum(Daemon &daemon, const Call &call) {
+    Library *library = daemon.library(call);
+    const auto stream = library != nullptr ? textOrRefuse(call, keys::streamID) : std::nullopt;
+    if (!stream)
+        return;
+    Albums albums(*library);
+    Albums::Made made = albums.make(*stream, *stream);
+    for (int number = 2; made.nameTaken; ++number)
+        made = albums.make(*stream + ' ' + std::to_string(number), *stream);
+    if (!made.problem.empty())
+        return call.refuse("can't make the album: " + made.problem);
+    enableSnaprivers(daemon, call);
+}
+
+void getCurrentBulletins(Daemon &daemon, const Call &call) {
+    Library *library = daemon.library(call);
+    if (library == nullptr)
+        return;
+    std::string problem;
+    if (Array *bulletins = Bulletins(*library).current(problem))
+        call.answer(Answer().set(keys::bulletins, bulletins));
+    else
+        call.refuse(problem);
+}
+
+void getCurrentApplicationBadgeCount(Daemon &daemon, const Call &call) {
+    Library *library = daemon.library(call);
+    if (library == nullptr)
+        return;
+    if (const auto count = Bulletins(*library).badgeCount())
+        call.answer(Answer().set(keys::badgeCount, *count));
+    else
+        call.refuse("the library's store can't be read");
+}
+
+void getThumbnailImageDataForBulletin(Daemon &daemon, const Call &call) {
+    Library *library = daemon.library(call);
+    if (library == nullptr)
+        return;
+    if (const auto thumbnail = Bulletins(*library).thumbnail(call.get(keys::recordID)))
+        call.answer(Answer().set(keys::thumbnailImageData, thumbnail.get()));
+    else
+        call.refuse("there is no such bulletin, or it has no picture");
+}
+
+void clearAllBulletins(Daemon &daemon, const Call &call) {
+    if (Library *library = daemon.library(call))
+        answerDone(call, Bulletins(*library).clear(call.get(keys::lastClearedRecordID)));
+}
+
+void updateSharedAlbumsCachedServerConfigurationLimits(Daemon &daemon, const Call &call) {
+    Library *library = daemon.library(call);
+    if (library == nullptr)
+        return;
+    answerDone(call, library->writer().change([](sqlite::Database &database) {
+        return state::set(database, state::mostSharedAssets, mostSharedAssets);
+    }));
+}
+
+void purgeableSharedAssetsSpace(Daemon &daemon, const Call &call) {
+    Library *library = daemon.library(call);
+    if (library == nullptr)
+        return;
+    if (call.get(keys::smJobType) != 0)
+        return call.refuse("smJobType is neither 0 (ask) nor 1 (purge, with smBytesRequested)");
+    std::string problem;
+    if (const auto bytes = purgeableBytes(*library, problem))
+        call.answer(Answer().set(keys::smBytesReturned, static_cast<std::int64_t>(*bytes)));
+    else
+        call.refuse(problem);
+}
+
+// The shape with the number of bytes; a type of 0 asks all the same.
+void attemptToPurgeSharedAssetsSpace(Daemon &daemon, const Call &call) {
+    if (call.get(keys::smJobType) != 1)
+        return purgeableSharedAssetsSpace(daemon, call);
+    Library *library = daemon.library(call);
+    if (library == nullptr)
+        return;
+    std::string problem;
+    if (const auto bytes = purge(*library, call.get(keys::smBytesRequested), problem))
+        call.answer(Answer().set(keys::smBytesReturned, static_cast<std::int64_t>(*bytes)));
+    else
+        call.refuse(problem);
+}
+
+// An address gets its key when it is first asked for.
+void keyForEmailAddress(Daemon &daemon, const Call &call) {
+    Library *library = daemon.library(call);
+    const auto address = library != nullptr ? textOrRefuse(call, keys::email) : std::nullopt;
+    if (!address)
+        return;
+    std::int64_t key = -1;
+    const std::string problem = library->writer().change([&](sqlite::Database &database) {
+        if (!database.prepare("INSERT OR IGNORE INTO zemail (address) VALUES (?)").bind(*address).run())
+            return false;
+        auto row = database.prepare("SELECT key FROM zemail WHERE address = ?");
+        if (row.bind(*address).next())
+            key = row.integer(0);
+        return !row.failed();
+    });
+    if (problem.empty())
+        call.answer(Answer().set(keys::emailKey, key));
+    else
+        call.refuse(problem);
+}
+
+void emailAddressForKey(Daemon &daemon, const Call &call) {
+    Library *library = daemon.library(call);
+    if (library == nullptr)
+        return;
+    std::string problem;
+    auto database = library->openReader(problem);
+    if (!database)
+        return call.refuse(problem);
+    auto row = database->prepare("SELECT address FROM zemail WHERE key = ?");
+    Answer answer; // without an address when the key is nobody's
+    if (row.bind(call.get(keys::emailKey)).next())
+        answer.set(keys::email, String::of(row.text(0)));
+    call.answer(answer);
+}
+
+void personInfoDictionary(Daemon &daemon, const Call &call) {
+    Library *library = daemon.library(call);
+    if (library == nullptr)
+        return;
+    std::string problem;
+    auto database = library->openReader(problem);
+    if (!database)
+        return call.refuse(problem);
+    auto row = database->prepare("SELECT info FROM zperson WHERE personid = ?");
+    Answer answer;
+    if (row.bind(call.get(keys::personID)->utf8()).next()) {
+        const auto info = createPropertyListObject(row.blob(0));
+        answer.set(keys::personInfoDictionary, as<Dictionary>(info.get()));
+    }
+    call.answer(answer);
+}
+
+void setPersonInfoDictionary(Daemon &daemon, const Call &call) {
+    Library *library = daemon.library(call);
+    const auto person = library != nullptr ? textOrRefuse(call, keys::personID) : std::nullopt;
+    if (!person)
+        return;
+    const MutableDictionary *info = call.get(keys::personInfoDictionary);
+    const auto bytes = info != nullptr ? createPropertyListData(info) : nullptr;
+    if (info != nullptr && !bytes)
+        return call.refuse("the dictionary holds what can't be kept");
+    answerDone(call, library->writer().change([&](sqlite::Database &database) {
+        if (!bytes)
+            return database.prepare("DELETE FROM zperson WHERE personid = ?").bind(*person).run();
+        return database.prepare("INSERT OR REPLACE INTO zperson VALUES (?, ?)")
+            .bind(*person, bytes->span())
+            .run();
+    }));
+}
+
+} // namespace hoardd

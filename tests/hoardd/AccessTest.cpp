@@ -1,0 +1,157 @@
+// Who may ask for what: every operation by everybody who may ask.
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <set>
+
+#include "tests/hoardd/PlausibleRequest.h"
+#include "tests/hoardd/RunningHoardd.h"
+#include "wickerlane/platform/consent/Consent.h"
+#include "wickerlane/protocol/Operations.h"
+
+using namespace wickerlane;
+using namespace wickerlane::test;
+
+namespace {
+
+enum class Need { everybody, access, writeAssets, deleteAssets };
+
+/// A new operation is written down here, or the test fails.
+constexpr struct {
+    std::int64_t code;
+    std::string_view name;
+    Need need;
+} table[] = {
+    {1, "fileDescriptorForAssetURL:", Need::access},
+    {2, "fileURLForAssetURL:withAdjustments:", Need::access},
+    {3, "requestAccessWithHandler:", Need::everybody},
+    {5, "fileURLForNewAssetWithType:extension:", Need::access},
+    {6, "imageDataForAsset:format:", Need::access},
+    {8, "saveAssetWithJobDictionary:handler:imageSurface:previewImageSurface:", Need::access},
+    {9, "batchSaveAssetsWithJobDictionaries:handler:", Need::access},
+    {10, "launchHoardd", Need::everybody},
+    {11, "addGroupWithName:handler:", Need::access},
+    {12, "addAssetWithURL:toAlbumWithUUID:handler:", Need::access},
+    {13, "deleteAssetWithURL:handler:", Need::deleteAssets},
+    {14, "setExternalUsageIntent:forAssetWithURL:handler:", Need::access},
+    {15, "createPixholdDatabase", Need::access},
+    {16, "getPhotosAndVideosCountWithHandler:", Need::access},
+    {17, "setLargePreviewImageForAssetWithURL:imageData:properties:handler:", Need::writeAssets},
+    {18, "updateThumbnailsForPhotos:waitForReply:assignNewIndex:forceRefresh:", Need::access},
+    {19, "updateCameraPreviewWellImage:", Need::access},
+    {20, "updateModelAfterOTARestore", Need::access},
+    {21, "finalizeOTARestoreRecreatingAlbums:", Need::access},
+    {21, "updateRestoredAssetWithUUID:paths:", Need::access},
+    {22, "importFileSystemAssetsWaitingForReply:", Need::access},
+    {23, "importFileSystemAssetsWaitingForReply:", Need::access},
+    {24, "writeDataInBackground:toFileURL:", Need::access},
+    {25, "secondsNeededToCleanupModelAfterHarborsyncRestore", Need::access},
+    {26, "cleanupModelAfterHarborsyncRestore", Need::access},
+    {27, "repairPotentialModelCorruption", Need::access},
+    {28, "dataMigrationWillFinish", Need::access},
+    {29, "notifyAboutTerminationDueToUncaughtException:", Need::access},
+    {30, "recalculateCachedAlbumCounts", Need::access},
+    {31, "clearChangeStore", Need::access},
+    {33, "recoverFromCrashIfNeeded", Need::access},
+    {34, "createSnapriverAlbumWithStreamID:", Need::access},
+    {35, "enableSnapriversWithStreamID:", Need::access},
+    {36, "repairSingletonObjects", Need::access},
+    {37, "getCurrentBulletins", Need::access},
+    {38, "getCurrentApplicationBadgeCount", Need::access},
+    {39, "getThumbnailImageDataForBulletinWithRecordID:", Need::access},
+    {40, "clearAllBulletinsWithLastClearedRecordID:", Need::access},
+    {41, "cleanupForStoreDemoMode", Need::access},
+    {45, "updateSharedAlbumsCachedServerConfigurationLimits", Need::access},
+    {51, "attemptToPurgeSharedAssetsSpace:", Need::access},
+    {51, "purgeableSharedAssetsSpace", Need::access},
+    {56, "getLibrarySizes:", Need::access},
+    {57, "emailAddressForKey:", Need::access},
+    {57, "keyForEmailAddress:", Need::access},
+    {58, "automaticallyDeleteEmptyAlbum:", Need::access},
+    {59, "personInfoDictionaryForPersonID:", Need::access},
+    {60, "setPersonInfoDictionary:forPersonID:", Need::access},
+    {61, "rebuildMomentsIncremental:", Need::access},
+    {62, "rebuildMomentLists", Need::access},
+    {63, "analyzeAllMoments", Need::access},
+    {64, "analyzeInvalidMomentsAndDupesIfNeeded", Need::access},
+    {65, "analyzeMoment:", Need::access},
+    {66, "analyzeMomentList:", Need::access},
+    {68, "resetDupesAnalysis", Need::access},
+    {69, "getCurrentModelVersion", Need::access},
+    {70,
+     "estimatedOutputFileLengthForVideoURL:fallbackFilePath:exportPreset:exportProperties:", Need::access},
+    {71, "hasCompletedRestorePostProcessing", Need::access},
+    {72, "hasCompletedMomentAnalysis", Need::access},
+    {73, "rebuildAllThumbnails", Need::access},
+    {74, "downloadAsset:requestThumbnail:shouldPrioritize:shouldExtendTimer:", Need::access},
+    {75, "videoMetadataAtPath:", Need::access},
+    {1000, "setAreDuplicates:forPhotos:", Need::access},
+};
+
+struct Asker {
+    const char *who;
+    bool access, writeAssets, deleteAssets;
+};
+
+constexpr Asker askers[] = {
+    {"who has everything", true, true, true},
+    {"who may not write renditions", true, false, true},
+    {"who may not delete", true, true, false},
+    {"who may neither write renditions nor delete", true, false, false},
+    {"who was denied access", false, false, false},
+    {"who was denied access and is entitled all the same", false, true, true},
+};
+
+bool isAllowed(const Asker &asker, Need need) {
+    switch (need) {
+    case Need::everybody:
+        return true;
+    case Need::access:
+        return asker.access;
+    case Need::writeAssets:
+        return asker.access && asker.writeAssets;
+    case Need::deleteAssets:
+        return asker.access && asker.deleteAssets;
+    }
+    return false;
+}
+
+using Access = RunningHoardd;
+
+TEST_F(Access, IsWhatTheTableSays) {
+    ReleaseScope scope;
+    const std::string self = std::filesystem::read_symlink("/proc/self/exe");
+    auto &consent = ConsentStore::shared();
+    std::set<std::pair<std::int64_t, std::string_view>> written;
+    for (const auto &row : table)
+        written.emplace(row.code, row.name);
+    for (const protocol::Operation *operation : protocol::allOperations)
+        EXPECT_TRUE(written.contains({operation->code, operation->name}))
+            << operation->name << " is not in the table";
+    EXPECT_EQ(written.size(), std::size(protocol::allOperations));
+
+    for (const Asker &asker : askers) {
+        ASSERT_TRUE(consent.decide({kPVGServicePhotos, self, getuid(), asker.access}));
+        ASSERT_TRUE(consent.setEntitled(self, "org.wickerlane.hoardd.write-assets", asker.writeAssets));
+        ASSERT_TRUE(consent.setEntitled(self, "org.wickerlane.hoardd.delete-assets", asker.deleteAssets));
+        for (const protocol::Operation *operation : protocol::allOperations) {
+            const auto *row = std::ranges::find_if(table, [&](const auto &each) {
+                return each.code == operation->code && each.name == operation->name;
+            });
+            if (row == std::end(table))
+                continue;
+            const Ref<MessageValue> reply = ask(plausibleRequest(*operation).get());
+            const auto *error = as<MessageError>(reply.get());
+            const auto *dictionary = as<MessageDictionary>(reply.get());
+            const bool isRefused =
+                error != nullptr && error->text() == "this user has no access to the photo library";
+            const bool isNotEntitled = dictionary != nullptr && dictionary->contains("hasEntitlement") &&
+                                       !dictionary->getBool("hasEntitlement");
+            EXPECT_EQ(!isRefused && !isNotEntitled, isAllowed(asker, row->need))
+                << row->name << " for one " << asker.who << ": " << reply->description()->utf8();
+        }
+    }
+}
+
+} // namespace

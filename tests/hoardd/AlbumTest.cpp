@@ -1,0 +1,182 @@
+// Albums, deletion, usage intents.
+#include <csignal>
+#include <filesystem>
+
+#include "tests/hoardd/RunningHoardd.h"
+#include "wickerlane/platform/consent/Consent.h"
+#include "wickerlane/store/LibraryCheck.h"
+#include "wickerlane/store/Sqlite.h"
+
+using namespace wickerlane;
+using namespace wickerlane::test;
+namespace fs = std::filesystem;
+
+namespace {
+
+class Album : public RunningHoardd {
+protected:
+    Ref<MessageDictionary> addGroup(const char *name) const {
+        const auto message = request(11);
+        if (name != nullptr)
+            message->setString("name", name);
+        return answer(message.get());
+    }
+    bool add(const std::string &assetURL, const std::string &albumUUID) const {
+        const auto message = request(12);
+        message->setString("assetURL", assetURL);
+        message->setString("albumUUID", albumUUID);
+        return answer(message.get())->getBool("success");
+    }
+    Ref<MessageDictionary> remove(const std::string &assetURL) const {
+        const auto message = request(13);
+        message->setString("assetURL", assetURL);
+        return answer(message.get());
+    }
+    std::size_t findings() const {
+        std::string problem;
+        const auto report = store::checkLibrary(paths, {}, problem);
+        return report ? report->findings.size() : SIZE_MAX;
+    }
+    static store::AlbumRecord album(const char *name) {
+        const auto opened = store::ObjectStore::open();
+        const auto *found = opened->albumNamed(name);
+        return found != nullptr ? found->record() : store::AlbumRecord();
+    }
+    std::string saved(std::uint32_t width) const {
+        return textIn(saveData(pngOf(fourCorners(width, 4))), "assetURL");
+    }
+};
+
+TEST_F(Album, IsMadeOnceByItsName) {
+    ReleaseScope scope;
+    const auto made = addGroup("Été");
+    EXPECT_FALSE(made->getBool("nameTaken"));
+    const auto uuid = album("Été").uuid;
+    EXPECT_EQ(made->getString("groupURL"), "rez-vault://group/?id=" + uuid);
+    const auto again = addGroup("Été");
+    EXPECT_TRUE(again->getBool("nameTaken"));
+    EXPECT_FALSE(again->contains("groupURL"));
+    EXPECT_FALSE(addGroup("été")->getBool("nameTaken"));
+    EXPECT_EQ(refusal(request(11).get()), "an album needs a name");
+}
+
+TEST_F(Album, HoldsAssetsAndCountsThem) {
+    ReleaseScope scope;
+    addGroup("Trip");
+    const auto trip = album("Trip");
+    const std::string one = saved(4), two = saved(5);
+    const std::string absent = "rez-vault://asset/asset.JPG?id=0000000A-0000-4000-8000-00000000ABCD&ext=JPG";
+    EXPECT_TRUE(add(one, trip.uuid));
+    EXPECT_TRUE(add(two, trip.uuid));
+    EXPECT_TRUE(add(one, trip.uuid)) << "once more changes nothing";
+    EXPECT_FALSE(add(absent, trip.uuid));
+    EXPECT_FALSE(add(one, "0000000A-0000-4000-8000-00000000ABCD"));
+    EXPECT_FALSE(add(one, "Trip"));
+    EXPECT_EQ(album("Trip").assetCount, 2U);
+    EXPECT_EQ(store::ObjectStore::open()->assets({.album = trip.primaryKey})->count(), 2U);
+    EXPECT_TRUE(remove(one)->getBool("success"));
+    EXPECT_EQ(album("Trip").assetCount, 1U);
+    answer(request(30).get());
+    EXPECT_EQ(album("Trip").assetCount, 1U);
+
+    const auto deleteEmpty = request(58);
+    const std::string uri =
+        store::objectURI(store::ObjectStore::open()->storeUUID(), trip.primaryKey, "Album");
+    deleteEmpty->setData("albumOID", uri.data(), uri.size());
+    answer(deleteEmpty.get());
+    EXPECT_EQ(album("Trip").uuid, trip.uuid) << "it is not empty";
+    EXPECT_TRUE(remove(two)->getBool("success"));
+    answer(deleteEmpty.get());
+    EXPECT_EQ(album("Trip").uuid, "");
+    deleteEmpty->setData("albumOID", "x", 1);
+    EXPECT_NE(refusal(deleteEmpty.get()), "");
+}
+
+TEST_F(Album, ComesBackWithARestore) {
+    ReleaseScope scope;
+    addGroup("Trip");
+    const auto trip = album("Trip");
+    std::vector<std::pair<std::string, FileBytes>> assets;
+    for (std::uint32_t i = 0; i < 3; ++i) {
+        const FileBytes picture = jpegOf(fourCorners(40 + i, 20));
+        const auto *result = saveData(picture);
+        assets.emplace_back(textIn(result, "uuid"), picture);
+        EXPECT_TRUE(add(textIn(result, "assetURL"), trip.uuid));
+    }
+    end(daemon(), SIGTERM);
+    connection = connect();
+    // The store is lost, and the files are there.
+    for (const char *suffix : {"", "-wal", "-shm"})
+        fs::remove(paths.database() + suffix);
+    EXPECT_TRUE(answer(request(71).get())->getBool("isComplete"));
+    EXPECT_GE(answer(request(25).get())->getInt64("seconds"), 1);
+    answer(request(20).get());
+    EXPECT_FALSE(answer(request(71).get())->getBool("isComplete"));
+    const auto finalize = request(21);
+    finalize->setBool("recreateAlbumsFromMetadata", true);
+    finalize->setBool("restoreEnded", true);
+    answer(finalize.get());
+    EXPECT_TRUE(answer(request(71).get())->getBool("isComplete"));
+
+    const auto store = store::ObjectStore::open();
+    for (const auto &[uuid, picture] : assets) {
+        const auto *asset = store->assetWithUUID(uuid);
+        ASSERT_NE(asset, nullptr) << "under its own name";
+        EXPECT_EQ(contentsOf(paths.original(asset->record())), picture);
+    }
+    EXPECT_EQ(store->assets()->count(), assets.size());
+    EXPECT_EQ(album("Trip").uuid, trip.uuid);
+    EXPECT_EQ(store->assets({.album = album("Trip").primaryKey})->count(), assets.size());
+    EXPECT_EQ(findings(), 0U);
+}
+
+TEST_F(Album, DeletionTakesAllOfAnAssetAndNeedsTheEntitlement) {
+    ReleaseScope scope;
+    const std::string url = saved(4), self = fs::read_symlink("/proc/self/exe");
+    const auto edited = request(17);
+    edited->setString("assetURL", url);
+    const FileBytes picture = pngOf(fourCorners(30, 30));
+    edited->setData("imageData", picture.data(), picture.size());
+    EXPECT_TRUE(answer(edited.get())->getBool("success"));
+
+    ASSERT_TRUE(ConsentStore::shared().setEntitled(self, "org.wickerlane.hoardd.delete-assets", false));
+    EXPECT_FALSE(remove(url)->getBool("hasEntitlement"));
+    EXPECT_EQ(answer(request(16).get())->getUInt64("photoCount"), 1U);
+    ASSERT_TRUE(ConsentStore::shared().setEntitled(self, "org.wickerlane.hoardd.delete-assets", true));
+    const auto removed = remove(url);
+    EXPECT_TRUE(removed->getBool("hasEntitlement") && removed->getBool("success"));
+    EXPECT_FALSE(remove(url)->getBool("success")) << "it has gone already";
+    EXPECT_EQ(answer(request(16).get())->getUInt64("photoCount"), 0U);
+    for (const char *folder :
+         {"/DCIM", "/PhotoData/Thumbnails", "/PhotoData/Renditions", "/PhotoData/Saving"})
+        for (const auto &entry : fs::recursive_directory_iterator(paths.folder() + folder))
+            EXPECT_FALSE(entry.is_regular_file()) << entry.path();
+    EXPECT_EQ(findings(), 0U);
+}
+
+TEST_F(Album, ADeletionThatWasCutOffIsUndoneOrCompleted) {
+    ReleaseScope scope;
+    const MutableDictionary *saved = saveData(pngOf(fourCorners(4, 4)));
+    end(daemon(), SIGKILL);
+    connection = connect();
+    // As if the kill had come before the row went.
+    fs::create_directory(paths.saving() + '/' + textIn(saved, "filename"));
+    EXPECT_EQ(answer(request(16).get())->getUInt64("photoCount"), 1U);
+    EXPECT_EQ(imageData(saved, 0), pngOf(fourCorners(4, 4)));
+    EXPECT_TRUE(fs::is_empty(paths.saving()));
+}
+
+TEST_F(Album, UsageIntentsAreKept) {
+    ReleaseScope scope;
+    const auto message = request(14);
+    message->setUInt64("externalUsageIntent", UINT64_MAX);
+    message->setString("assetURL", saved(4));
+    EXPECT_TRUE(answer(message.get())->getBool("success"));
+    std::string problem;
+    auto database = sqlite::Database::open(paths.database(), sqlite::Database::Access::read, problem);
+    EXPECT_EQ(database->integer("SELECT externalusageintent FROM zgenericasset"), -1);
+    message->setString("assetURL", "rez-vault://asset/asset.JPG");
+    EXPECT_FALSE(answer(message.get())->getBool("success"));
+}
+
+} // namespace

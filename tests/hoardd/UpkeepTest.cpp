@@ -1,0 +1,146 @@
+// What is done to a library as a whole.
+#include <filesystem>
+
+#include "tests/hoardd/RunningHoardd.h"
+#include "wickerlane/platform/preferences/Preferences.h"
+#include "wickerlane/store/LibraryCheck.h"
+#include "wickerlane/store/Sqlite.h"
+
+using namespace wickerlane;
+using namespace wickerlane::test;
+namespace fs = std::filesystem;
+
+namespace {
+
+class Upkeep : public RunningHoardd {
+protected:
+    std::uint64_t photos() const { return answer(request(16).get())->getUInt64("photoCount"); }
+    std::uint64_t sizeOfKind(const char *kind) const {
+        const auto reply = answer(request(56).get());
+        const auto *sizes = as<Dictionary>(JXDictionaryFromMsgDictionary(reply.get(), "sizes"));
+        const auto *bytes = sizes != nullptr ? sizes->get<Number>(kind) : nullptr;
+        return bytes != nullptr ? bytes->uint64Value() : UINT64_MAX;
+    }
+    std::int64_t integer(const char *sql) const {
+        std::string problem;
+        auto database = sqlite::Database::open(paths.database(), sqlite::Database::Access::read, problem);
+        return database ? database->integer(sql).value_or(-1) : -1;
+    }
+};
+
+TEST_F(Upkeep, FilesFoundAmongTheOriginalsBecomeAssets) {
+    ReleaseScope scope;
+    const FileBytes known = jpegOf(fourCorners(30, 20)), fresh = jpegOf(fourCorners(31, 20)),
+                    named = pngOf(fourCorners(12, 12));
+    const std::string uuid = "0000000A-0000-4000-8000-00000000ABCD", folder = paths.folder() + "/DCIM/";
+    saveData(known);
+    fs::create_directories(folder + "100TRIP");
+    fs::create_directories(folder + "00");
+    writeFile(folder + "100TRIP/IMG_0001.JPG", fresh);
+    writeFile(folder + "100TRIP/IMG_0002.JPG", known);
+    writeFile(folder + "100TRIP/notes.txt", FileBytes(20, std::byte{'n'}));
+    writeFile(folder + "00/" + uuid + ".PNG", named);
+    // What a kill had left on its way.
+    fs::create_directories(paths.found());
+    writeFile(paths.found() + "/left.png", pngOf(fourCorners(13, 12)));
+
+    connection->send(request(23).get());
+    answer(request(22).get());
+    EXPECT_EQ(photos(), 4U) << "what the library has already is not saved twice";
+    const auto store = store::ObjectStore::open();
+    const auto *asset = store->assetWithUUID(uuid);
+    ASSERT_NE(asset, nullptr);
+    EXPECT_EQ(contentsOf(paths.original(asset->record())), named);
+    bool isThere = false;
+    for (Object *each : *store->assets())
+        if (const auto &record = as<store::ManagedAsset>(each)->record();
+            record.originalFilename == "IMG_0001.JPG")
+            isThere = contentsOf(paths.original(record)) == fresh;
+    EXPECT_TRUE(isThere);
+    EXPECT_TRUE(fs::exists(folder + "100TRIP/notes.txt"));
+    EXPECT_FALSE(fs::exists(folder + "100TRIP/IMG_0001.JPG"));
+    EXPECT_TRUE(fs::is_empty(paths.found()));
+}
+
+TEST_F(Upkeep, SizesAreThoseOfTheFiles) {
+    ReleaseScope scope;
+    const FileBytes one = jpegOf(fourCorners(300, 200)), two = pngOf(fourCorners(40, 40));
+    EXPECT_EQ(sizeOfKind("1"), 0U);
+    const auto *saved = saveData(one);
+    saveData(two);
+    std::uint64_t derived = 0;
+    for (const auto &entry : fs::recursive_directory_iterator(paths.folder() + "/PhotoData/Thumbnails"))
+        derived += entry.is_regular_file() ? entry.file_size() : 0;
+    EXPECT_EQ(sizeOfKind("1"), one.size() + two.size());
+    EXPECT_EQ(sizeOfKind("2"), 0U);
+    EXPECT_EQ(sizeOfKind("4"), derived);
+    EXPECT_GE(sizeOfKind("8"), fs::file_size(paths.database()));
+    const auto remove = request(13);
+    remove->setString("assetURL", textIn(saved, "assetURL"));
+    answer(remove.get());
+    EXPECT_EQ(sizeOfKind("1"), two.size());
+    EXPECT_EQ(sizeOfKind("16"), UINT64_MAX);
+}
+
+TEST_F(Upkeep, ChangesAreNotedUntilTheyAreCleared) {
+    ReleaseScope scope;
+    const auto *saved = saveData(pngOf(fourCorners(4, 4)));
+    const auto remove = request(13);
+    remove->setString("assetURL", textIn(saved, "assetURL"));
+    answer(remove.get());
+    const auto store = store::ObjectStore::open();
+    const auto changes = store->changes();
+    ASSERT_TRUE(changes && changes->size() == 2);
+    EXPECT_EQ((*changes)[0].what, store::AssetChange::What::added);
+    EXPECT_EQ((*changes)[0].uuid, textIn(saved, "uuid"));
+    EXPECT_NEAR((*changes)[0].date, Date::createNow()->referenceSeconds(), 3600);
+    EXPECT_EQ((*changes)[1].what, store::AssetChange::What::removed);
+    EXPECT_EQ(store->changes((*changes)[0].number)->size(), 1U);
+    answer(request(31).get());
+    EXPECT_EQ(store->changes()->size(), 0U);
+}
+
+TEST_F(Upkeep, NoticesAreRecordedAndSingletonsRepaired) {
+    ReleaseScope scope;
+    const auto notice = request(29);
+    notice->setString("name", "OutOfFilm");
+    answer(notice.get());
+    answer(request(29).get());
+    EXPECT_EQ(integer("SELECT count(*) FROM ztermination WHERE executable <> ''"), 2);
+    EXPECT_EQ(integer("SELECT count(*) FROM ztermination WHERE name = 'OutOfFilm'"), 1);
+    for (const std::int64_t code : {28, 33, 36})
+        answer(request(code).get());
+
+    saveData(pngOf(fourCorners(4, 4)));
+    end(daemon(), SIGTERM);
+    connection = connect();
+    std::string problem;
+    {
+        auto database = sqlite::Database::open(paths.database(), sqlite::Database::Access::write, problem);
+        ASSERT_TRUE(
+            database->execute("UPDATE zcount SET number = 77; INSERT INTO zlibrary VALUES ('another')"));
+    }
+    EXPECT_EQ(photos(), 77U);
+    answer(request(36).get());
+    EXPECT_EQ(photos(), 1U);
+    EXPECT_EQ(integer("SELECT count(*) FROM zlibrary WHERE uuid <> 'another'"), 1);
+    EXPECT_EQ(integer("SELECT count(*) FROM zlibrary"), 1);
+}
+
+TEST_F(Upkeep, ADemonstrationLibraryGoesBackToWhatItWas) {
+    ReleaseScope scope;
+    const auto *mine = saveData(pngOf(fourCorners(4, 4)));
+    EXPECT_NE(refusal(request(41).get()).find("StoreDemoModeDate"), std::string::npos);
+    ASSERT_TRUE(
+        setPreferenceValue("StoreDemoModeDate", autorelease(Date::createNow()), "org.wickerlane.hoardd"));
+    saveData(pngOf(fourCorners(5, 4)));
+    const auto group = request(11);
+    group->setString("name", "A visitor's");
+    answer(group.get());
+    answer(request(41).get());
+    EXPECT_EQ(photos(), 1U);
+    EXPECT_EQ(imageData(mine, 0), pngOf(fourCorners(4, 4)));
+    EXPECT_EQ(store::ObjectStore::open()->albums()->count(), 0U);
+}
+
+} // namespace
