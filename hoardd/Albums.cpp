@@ -83,6 +83,7 @@ Albums::Made Albums::make(std::string_view name, std::string_view streamID) {
 
 std::string Albums::add(const store::ManagedAsset &asset, const store::ManagedAlbum &album, uid_t user) {
     bool isNew = false, isFull = false;
+    const double date = now();
     const AlbumRecord &record = album.record();
     std::string problem = library.writer().change([&](sqlite::Database &database) {
         auto present = database.prepare("SELECT 1 FROM zalbumasset WHERE album = ? AND asset = ?");
@@ -96,10 +97,10 @@ std::string Albums::add(const store::ManagedAsset &asset, const store::ManagedAl
                 return true;
         }
         isNew = database.prepare("INSERT INTO zalbumasset VALUES (?, ?, ?)")
-                    .bind(record.primaryKey, asset.record().primaryKey, now())
+                    .bind(record.primaryKey, asset.record().primaryKey, date)
                     .run();
         return isNew && (record.streamID.empty() ||
-                         Bulletins::addAsset(database, asset.record(), record, nameOf(user)));
+                         Bulletins::addAsset(database, asset.record(), record, nameOf(user), date));
     });
     if (isFull)
         problem = "the shared album is full";

@@ -94,8 +94,7 @@ Ref<Dictionary> describe(const Record &record) {
 } // namespace
 
 bool Bulletins::addAsset(sqlite::Database &database, const store::AssetRecord &asset,
-                         const store::AlbumRecord &album, std::string_view sender) {
-    const double date = now();
+                         const store::AlbumRecord &album, std::string_view sender, double date) {
     std::int64_t original = 0, photos = asset.kind == AssetKind::photo ? 1 : 0, videos = 1 - photos;
     double originalDate = date;
     {

@@ -17,7 +17,8 @@ public:
     /// on failure.
     [[nodiscard]] static bool addAsset(wickerlane::sqlite::Database &database,
                                        const wickerlane::store::AssetRecord &asset,
-                                       const wickerlane::store::AlbumRecord &album, std::string_view sender);
+                                       const wickerlane::store::AlbumRecord &album, std::string_view sender,
+                                       double date);
     /// Posts that bulletins and badge have changed.
     static void tellOfChange();
 
