@@ -50,6 +50,8 @@ void addText(CLI::App &app, Action &chosen);
 void addDescribe(CLI::App &app, Action &chosen);
 void addMoments(CLI::App &app, Action &chosen);
 void addDuplicates(CLI::App &app, Action &chosen);
+void addFeed(CLI::App &app, Action &chosen);
+void addRebuildThumbnails(CLI::App &app, Action &chosen);
 void addDaemon(CLI::App &app, Action &chosen);
 void addUUID(CLI::App &app, Action &chosen);
 void addProcess(CLI::App &app, Action &chosen);

@@ -82,6 +82,8 @@ int run(int argc, char **argv) {
     addDescribe(app, chosen);
     addMoments(app, chosen);
     addDuplicates(app, chosen);
+    addFeed(app, chosen);
+    addRebuildThumbnails(app, chosen);
     addDaemon(app, chosen);
     addUUID(app, chosen);
     addProcess(app, chosen);

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "hoardd/DuplicateStore.h"
+#include "hoardd/CloudFeed.h"
 #include "hoardd/Renditions.h"
 #include "wickerlane/log/JXLog.h"
 #include "wickerlane/platform/file/Files.h"
@@ -107,6 +107,19 @@ std::string Analyses::analyzeDuplicates() {
     return problem.empty() ? groupDuplicates() : problem;
 }
 
+std::vector<std::optional<Fingerprint>> Analyses::fingerprintsOf(std::span<const UnseenAsset> assets) {
+    std::vector<std::optional<Fingerprint>> fingerprints;
+    fingerprints.reserve(assets.size());
+    for (const UnseenAsset &asset : assets) {
+        const UniqueFd thumbnail =
+            openFile(library.paths().thumbnail(asset.uuid, store::ThumbnailSize::small), O_RDONLY);
+        // What has none is compared by its bytes alone.
+        fingerprints.push_back(thumbnail ? library.media().fingerprint(thumbnail.get()).fingerprint
+                                         : std::nullopt);
+    }
+    return fingerprints;
+}
+
 std::string Analyses::lookAtUnseenAssets() {
     std::string problem;
     bool stale = false;
@@ -116,8 +129,13 @@ std::string Analyses::lookAtUnseenAssets() {
     });
     if (!known)
         return problem;
-    std::int64_t last = 0;
-    for (;;) {
+    const auto isLikeAnother = [&](const std::optional<Fingerprint> &fingerprint) {
+        const bool isLike = fingerprint && mayBeLikeAny(*fingerprint, *known);
+        if (fingerprint)
+            known->push_back(*fingerprint);
+        return isLike;
+    };
+    for (std::int64_t last = 0;;) {
         if (isEnding())
             return stopped;
         const auto batch = readSteadily(library, problem, [&](Database &database) {
@@ -126,35 +144,25 @@ std::string Analyses::lookAtUnseenAssets() {
         if (!batch || batch->empty())
             return problem;
         last = batch->back().key;
-        std::vector<std::optional<Fingerprint>> seen(batch->size());
-        bool mayHaveTies = false;
-        for (std::size_t i = 0; i < batch->size(); ++i) {
-            const UniqueFd thumbnail =
-                openFile(library.paths().thumbnail((*batch)[i].uuid, store::ThumbnailSize::small), O_RDONLY);
-            if (!thumbnail)
-                continue; // what has none is compared by its bytes alone
-            seen[i] = library.media().fingerprint(thumbnail.get()).fingerprint;
-            if (!seen[i] || stale)
-                continue;
-            mayHaveTies = mayHaveTies || mayBeLikeAny(*seen[i], *known);
-            known->push_back(*seen[i]);
-        }
+        const auto seen = fingerprintsOf(*batch);
+        // Once the groups have to be made anew, there is no need to know why else.
+        const bool wasStale = stale;
+        stale = stale || std::ranges::any_of(seen, isLikeAnother);
         problem = library.writer().change([&](Database &database) {
             for (std::size_t i = 0; i < batch->size(); ++i) {
-                if (!stale && !mayHaveTies) {
+                if (!stale) {
                     const auto ties = hasTies(database, (*batch)[i].key);
                     if (!ties)
                         return false;
-                    mayHaveTies = *ties;
+                    stale = *ties;
                 }
                 if (!writeFingerprint(database, (*batch)[i], seen[i]))
                     return false;
             }
-            return stale || !mayHaveTies || markGroupsStale(database);
+            return wasStale || !stale || markGroupsStale(database);
         });
         if (!problem.empty())
             return problem;
-        stale = stale || mayHaveTies;
     }
 }
 
@@ -178,6 +186,10 @@ std::string Analyses::setAreDuplicates(std::span<const std::int64_t> assets, boo
     const std::string problem = library.writer().change(
         [&](Database &database) { return hoardd::setAreDuplicates(database, assets, areDuplicates); });
     return problem.empty() ? groupDuplicates() : problem;
+}
+
+std::string Analyses::rebuildCloudFeed() {
+    return library.writer().change([](Database &database) { return hoardd::rebuildCloudFeed(database); });
 }
 
 std::string Analyses::rebuildThumbnails() {

@@ -1,10 +1,13 @@
-// What hoardd works out of a whole library: moments, duplicates, thumbnails.
+// What hoardd works out of a whole library: moments, duplicates, the cloud feed, thumbnails.
 #ifndef HOARDD_ANALYSES_H
 #define HOARDD_ANALYSES_H
 
+#include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
+#include "hoardd/DuplicateStore.h"
 #include "hoardd/Library.h"
 #include "hoardd/MomentStore.h"
 #include "wickerlane/platform/object/Handler.h"
@@ -35,10 +38,14 @@ public:
     /// Remembers whether assets, by their keys, may be duplicates of each other.
     [[nodiscard]] std::string setAreDuplicates(std::span<const std::int64_t> assets, bool areDuplicates);
 
+    /// Gathers what came into the shared albums.
+    [[nodiscard]] std::string rebuildCloudFeed();
+
     /// Makes all thumbnails anew.
     [[nodiscard]] std::string rebuildThumbnails();
 
 private:
+    [[nodiscard]] std::vector<std::optional<Fingerprint>> fingerprintsOf(std::span<const UnseenAsset> assets);
     [[nodiscard]] std::string lookAtUnseenAssets();
     [[nodiscard]] std::string groupDuplicates();
 

@@ -1,8 +1,8 @@
-// What hoardd makes of the library: moments, duplicates, thumbnails.
+// What hoardd makes of the library: moments, duplicates, the cloud feed, thumbnails.
 #include "hoardd/Analyses.h"
 #include "hoardd/Daemon.h"
 #include "hoardd/Handlers.h"
-#include "wickerlane/log/JXLog.h"
+#include "hoardd/LongWork.h"
 #include "wickerlane/protocol/AnalysisOperations.h"
 #include "wickerlane/store/AnalysisReader.h"
 
@@ -13,28 +13,13 @@ using namespace wickerlane::protocol;
 
 namespace {
 
-/// Runs long work on the library, after what was asked for before; `work` gives an empty text or the reason
-/// for which it failed. The call is answered when it is done.
+/// Runs an analysis, which gives an empty text or the reason for which it failed, as long work.
 template <class Work>
-void runLongWork(Daemon &daemon, const Call &call, Work work) {
-    Library *library = daemon.library(call);
-    if (library == nullptr)
-        return;
-    const bool taken = daemon.longWork().add({[&daemon, call, library, work = std::move(work)] {
-        std::string problem;
-        try {
-            Analyses analyses(*library, [&daemon] { return daemon.longWork().isClosed(); });
-            problem = work(analyses);
-        } catch (const std::exception &failure) {
-            problem = failure.what();
-        }
-        if (problem.empty())
-            return call.answer(Answer());
-        JX_LOG(JXLogLevelError, JXMomentsLog, "an analysis failed: %s", problem.c_str());
-        call.refuse(problem);
-    }});
-    if (!taken)
-        call.refuse("too much long work is waiting; try again later");
+void runAnalysis(Daemon &daemon, const Call &call, Work work) {
+    runLongWork(daemon, call, [&daemon, work = std::move(work)](Library &library) {
+        Analyses analyses(library, [&daemon] { return daemon.longWork().isClosed(); });
+        return work(analyses);
+    });
 }
 
 /// The primary key of an object that a call names by its ID; 0, and the call answered, when it can't be one
@@ -63,23 +48,23 @@ std::string analyzeAfterUpdate(Analyses &analyses, AnalysisScope::Kind kind) {
 } // namespace
 
 void rebuildMoments(Daemon &daemon, const Call &call) {
-    runLongWork(daemon, call, [incremental = call.get(keys::incremental)](Analyses &analyses) {
+    runAnalysis(daemon, call, [incremental = call.get(keys::incremental)](Analyses &analyses) {
         return analyses.rebuildMoments(incremental);
     });
 }
 
 void rebuildMomentLists(Daemon &daemon, const Call &call) {
-    runLongWork(daemon, call, [](Analyses &analyses) { return analyses.rebuildMomentLists(); });
+    runAnalysis(daemon, call, [](Analyses &analyses) { return analyses.rebuildMomentLists(); });
 }
 
 void analyzeAllMoments(Daemon &daemon, const Call &call) {
-    runLongWork(daemon, call,
+    runAnalysis(daemon, call,
                 [](Analyses &analyses) { return analyzeAfterUpdate(analyses, AnalysisScope::Kind::all); });
 }
 
 // Duplicates first: what an asset shows has a say in which of them stands for its moment.
 void analyzeInvalidMomentsAndDupesIfNeeded(Daemon &daemon, const Call &call) {
-    runLongWork(daemon, call, [](Analyses &analyses) {
+    runAnalysis(daemon, call, [](Analyses &analyses) {
         const std::string problem = analyses.analyzeDuplicates();
         return problem.empty() ? analyzeAfterUpdate(analyses, AnalysisScope::Kind::invalid) : problem;
     });
@@ -88,7 +73,7 @@ void analyzeInvalidMomentsAndDupesIfNeeded(Daemon &daemon, const Call &call) {
 void analyzeMoment(Daemon &daemon, const Call &call) {
     const std::int64_t key = keyNamedBy(daemon, call, keys::momentOID, store::momentEntity);
     if (key != 0)
-        runLongWork(daemon, call, [key](Analyses &analyses) {
+        runAnalysis(daemon, call, [key](Analyses &analyses) {
             return analyses.analyzeMoments({AnalysisScope::Kind::oneMoment, key});
         });
 }
@@ -96,13 +81,17 @@ void analyzeMoment(Daemon &daemon, const Call &call) {
 void analyzeMomentList(Daemon &daemon, const Call &call) {
     const std::int64_t key = keyNamedBy(daemon, call, keys::momentListOID, store::momentListEntity);
     if (key != 0)
-        runLongWork(daemon, call, [key](Analyses &analyses) {
+        runAnalysis(daemon, call, [key](Analyses &analyses) {
             return analyses.analyzeMoments({AnalysisScope::Kind::oneList, key});
         });
 }
 
+void rebuildCloudFeed(Daemon &daemon, const Call &call) {
+    runAnalysis(daemon, call, [](Analyses &analyses) { return analyses.rebuildCloudFeed(); });
+}
+
 void resetDupesAnalysis(Daemon &daemon, const Call &call) {
-    runLongWork(daemon, call, [](Analyses &analyses) { return analyses.resetDuplicates(); });
+    runAnalysis(daemon, call, [](Analyses &analyses) { return analyses.resetDuplicates(); });
 }
 
 void hasCompletedMomentAnalysis(Daemon &daemon, const Call &call) {
@@ -118,7 +107,7 @@ void hasCompletedMomentAnalysis(Daemon &daemon, const Call &call) {
 }
 
 void rebuildAllThumbnails(Daemon &daemon, const Call &call) {
-    runLongWork(daemon, call, [](Analyses &analyses) { return analyses.rebuildThumbnails(); });
+    runAnalysis(daemon, call, [](Analyses &analyses) { return analyses.rebuildThumbnails(); });
 }
 
 void setAreDuplicates(Daemon &daemon, const Call &call) {
@@ -138,7 +127,7 @@ void setAreDuplicates(Daemon &daemon, const Call &call) {
             return call.refuse("there is no such asset");
         assets.push_back(asset->record().primaryKey);
     }
-    runLongWork(daemon, call,
+    runAnalysis(daemon, call,
                 [assets = std::move(assets), are = call.get(keys::areDuplicates)](Analyses &analyses) {
                     return analyses.setAreDuplicates(assets, are);
                 });

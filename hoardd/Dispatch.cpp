@@ -69,6 +69,7 @@ constexpr DispatchEntry table[] = {
     {&protocol::analyzeInvalidMomentsAndDupesIfNeeded, analyzeInvalidMomentsAndDupesIfNeeded},
     {&protocol::analyzeMoment, analyzeMoment},
     {&protocol::analyzeMomentList, analyzeMomentList},
+    {&protocol::rebuildCloudFeed, rebuildCloudFeed},
     {&protocol::resetDupesAnalysis, resetDupesAnalysis},
     {&protocol::getCurrentModelVersion, getCurrentModelVersion},
     {&protocol::estimatedOutputFileLength, estimatedOutputFileLength},

@@ -43,6 +43,7 @@ void analyzeAllMoments(Daemon &daemon, const Call &call);
 void analyzeInvalidMomentsAndDupesIfNeeded(Daemon &daemon, const Call &call);
 void analyzeMoment(Daemon &daemon, const Call &call);
 void analyzeMomentList(Daemon &daemon, const Call &call);
+void rebuildCloudFeed(Daemon &daemon, const Call &call);
 void resetDupesAnalysis(Daemon &daemon, const Call &call);
 void hasCompletedMomentAnalysis(Daemon &daemon, const Call &call);
 void rebuildAllThumbnails(Daemon &daemon, const Call &call);

@@ -1,8 +1,10 @@
 // wickerlane moments, wickerlane duplicates
 #include "tests/cli/CommandRun.h"
 #include "tests/support/TestImages.h"
+#include "wickerlane/store/LibraryPaths.h"
 
 using namespace wickerlane::test;
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -76,6 +78,23 @@ TEST_F(AnalysisCommands, DuplicatesAreListedAndDecidedOn) {
     };
     for (const auto &[arguments, exitCode] : cases)
         EXPECT_EQ(run(arguments).exitCode, exitCode) << testing::PrintToString(arguments);
+}
+
+TEST_F(AnalysisCommands, TheFeedAndAllThumbnailsAreMadeAnewWhenAsked) {
+    const std::string uuid = taken("a.jpg", "2021:06:15 10:00:00", 1);
+    const CommandResult before = run({"feed"});
+    EXPECT_EQ(before.exitCode, 0) << before;
+    EXPECT_NE(before.errors.find("--update"), std::string::npos) << before;
+    EXPECT_EQ(run({"feed", "--update", "--json"}).json(), nlohmann::json::array()) << "nothing is shared";
+
+    const wickerlane::store::LibraryPaths paths;
+    const std::string thumbnail = paths.thumbnail(uuid, wickerlane::store::ThumbnailSize::small);
+    const std::string whole = contentsOf(thumbnail);
+    fs::resize_file(thumbnail, 3);
+    EXPECT_EQ(run({"rebuild-thumbnails"}).exitCode, 0);
+    EXPECT_EQ(contentsOf(thumbnail), whole);
+    for (const char *command : {"feed", "rebuild-thumbnails"})
+        EXPECT_EQ(run({"--root", (folder / "empty").string(), command}).exitCode, 4) << command;
 }
 
 } // namespace

@@ -77,6 +77,7 @@ constexpr struct {
     {64, "analyzeInvalidMomentsAndDupesIfNeeded", Need::access},
     {65, "analyzeMoment:", Need::access},
     {66, "analyzeMomentList:", Need::access},
+    {67, "rebuildCloudFeed", Need::access},
     {68, "resetDupesAnalysis", Need::access},
     {69, "getCurrentModelVersion", Need::access},
     {70,

@@ -159,6 +159,39 @@ TEST_F(Analysis, DuplicatesAreFoundAndAPersonsWordIsRemembered) {
     EXPECT_NE(refusal(decision(false, {original, "nobody"}).get()), "");
 }
 
+TEST_F(Analysis, TheCloudFeedGathersWhatCameIntoSharedAlbums) {
+    ReleaseScope scope;
+    const std::string first = saveAt(1e9, pngOf(fourCorners(8, 8))),
+                      second = saveAt(2e9, pngOf(fourCorners(9, 8)));
+    const auto albumWith = [&](std::int64_t code, const char *key, const char *name,
+                               std::initializer_list<std::string> uuids) {
+        const auto made = request(code);
+        made->setString(key, name);
+        answer(made.get());
+        const auto opened = store::ObjectStore::open();
+        const std::string album = opened->albumNamed(name)->record().uuid;
+        for (const std::string &uuid : uuids) {
+            const auto added = request(12);
+            added->setString("assetURL",
+                             std::string(opened->assetWithUUID(uuid)->assetURL()->absoluteString()->utf8()));
+            added->setString("albumUUID", album);
+            EXPECT_TRUE(answer(added.get())->getBool("success"));
+        }
+        return album;
+    };
+    albumWith(11, "name", "mine", {first});
+    const std::string shared = albumWith(34, "streamID", "everybody's", {second, first});
+    EXPECT_TRUE(reader().cloudFeed()->empty()) << "it has not been made yet";
+    for (int time = 0; time < 2; ++time) {
+        answer(request(67).get());
+        const auto feed = reader().cloudFeed().value();
+        ASSERT_EQ(feed.size(), 1U) << "one entry for what was added in one go, none for what is not shared";
+        EXPECT_EQ(feed[0].albumUUID, shared);
+        EXPECT_EQ(feed[0].uuids, (std::vector<std::string>{first, second}));
+        EXPECT_LE(feed[0].startDate, feed[0].endDate);
+    }
+}
+
 TEST_F(Analysis, ThumbnailsAreAllMadeAnew) {
     ReleaseScope scope;
     const std::string uuid = saveAt(1e9, jpegOf(scene(300, 240, 1)));

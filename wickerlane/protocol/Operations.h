@@ -67,6 +67,7 @@ inline constexpr const Operation *allOperations[] = {
     &analyzeInvalidMomentsAndDupesIfNeeded,
     &analyzeMoment,
     &analyzeMomentList,
+    &rebuildCloudFeed,
     &resetDupesAnalysis,
     &getCurrentModelVersion,
     &estimatedOutputFileLength,

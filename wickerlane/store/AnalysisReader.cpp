@@ -94,6 +94,22 @@ std::optional<std::vector<DuplicatesRecord>> AnalysisReader::duplicates() {
     return groups;
 }
 
+std::optional<std::vector<FeedEntryRecord>> AnalysisReader::cloudFeed() {
+    std::vector<FeedEntryRecord> entries;
+    Statement statement =
+        database.prepare("SELECT e.pk, b.uuid, e.startdate, e.enddate, a.uuid FROM zcloudfeedentry e "
+                         "JOIN zalbum b ON b.pk = e.album JOIN zcloudfeedasset f ON f.entry = e.pk "
+                         "JOIN zgenericasset a ON a.pk = f.asset ORDER BY e.enddate DESC, e.pk DESC, a.pk");
+    std::int64_t entry = 0;
+    while (statement.next()) {
+        if (entry != statement.integer(0))
+            entries.push_back({std::string(statement.text(1)), statement.real(2), statement.real(3), {}});
+        entry = statement.integer(0);
+        entries.back().uuids.emplace_back(statement.text(4));
+    }
+    return statement.failed() ? std::nullopt : std::optional(std::move(entries));
+}
+
 std::optional<bool> AnalysisReader::areMomentsComplete() {
     return truth(database, "SELECT NOT EXISTS (SELECT 1 FROM zmomentchange) AND "
                            "NOT EXISTS (SELECT 1 FROM zmoment WHERE analyzed = 0) AND "

@@ -1,4 +1,5 @@
-// What hoardd has made of a library, for readers of its store: moments, lists of them, duplicates.
+// What hoardd has made of a library, for readers of its store: moments, lists of them, duplicates, the cloud
+// feed.
 #ifndef WICKERLANE_STORE_ANALYSISREADER_H
 #define WICKERLANE_STORE_ANALYSISREADER_H
 
@@ -49,6 +50,14 @@ struct DuplicatesRecord {
     std::vector<std::string> uuids;
 };
 
+/// What came into a shared album within a short time.
+struct FeedEntryRecord {
+    std::string albumUUID;
+    double startDate = 0; ///< When the first was added, in seconds since 2001-01-01 00:00:00 UTC.
+    double endDate = 0;   ///< When the last was.
+    std::vector<std::string> uuids;
+};
+
 /// Reads over a connection of its own, which never hinders or changes the store. One thread at a time.
 /// Functions that give an optional give nothing on failure; problem() then says why.
 class WL_EXPORT AnalysisReader {
@@ -62,6 +71,9 @@ public:
     [[nodiscard]] std::optional<std::vector<std::string>> assetsOfMoment(std::int64_t primaryKey);
     /// The same before the similar, the oldest in the library first.
     [[nodiscard]] std::optional<std::vector<DuplicatesRecord>> duplicates();
+
+    /// The cloud feed, as it was when it was last rebuilt; the newest first.
+    [[nodiscard]] std::optional<std::vector<FeedEntryRecord>> cloudFeed();
 
     /// Whether all assets are in moments, and all moments and lists have been analyzed.
     [[nodiscard]] std::optional<bool> areMomentsComplete();

@@ -268,8 +268,26 @@ CREATE TABLE zperson (
 );
 )sql";
 
+// What came into the shared albums, gathered in entries.
+constexpr const char *feed = R"sql(
+CREATE TABLE zcloudfeedentry (
+    pk INTEGER PRIMARY KEY AUTOINCREMENT,
+    album INTEGER NOT NULL REFERENCES zalbum (pk) ON DELETE CASCADE,
+    startdate REAL NOT NULL,
+    enddate REAL NOT NULL
+);
+CREATE INDEX zcloudfeedentry_album ON zcloudfeedentry (album);
+CREATE TABLE zcloudfeedasset (
+    entry INTEGER NOT NULL REFERENCES zcloudfeedentry (pk) ON DELETE CASCADE,
+    asset INTEGER NOT NULL REFERENCES zgenericasset (pk) ON DELETE CASCADE,
+    PRIMARY KEY (entry, asset)
+) WITHOUT ROWID;
+CREATE INDEX zcloudfeedasset_asset ON zcloudfeedasset (asset);
+)sql";
+
 // New tables and columns are added by a step of their own at the end.
-constexpr const char *steps[] = {assets, renditions, durations, sums, counts, analyses, albums, sharing};
+constexpr const char *steps[] = {assets,   renditions, durations, sums, counts,
+                                 analyses, albums,     sharing,   feed};
 
 } // namespace
 
