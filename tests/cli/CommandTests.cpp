@@ -295,4 +295,68 @@ TEST_F(CommandTest, PreviewsNeedTheirEntitlement) {
     EXPECT_EQ(run({"preview", uuid, "/nonexistent/picture"}).exitCode, 1);
 }
 
+TEST_F(CommandTest, AlbumsAreMadeFilledAndShown) {
+    const std::string uuid = imported(file("a.jpg", jpeg()));
+    EXPECT_EQ(run({"album", "create", "Dunes"}).output.substr(0, 22), "rez-vault://group/?id=");
+    EXPECT_EQ(run({"album", "create", "Dunes"}).exitCode, 1);
+    EXPECT_EQ(run({"album", "add", "Dunes", uuid}).output, "1 asset in Dunes\n");
+    EXPECT_EQ(run({"album", "add", "Dunes", absentUUID}).exitCode, 4);
+    EXPECT_EQ(run({"album", "add", "Hills", uuid}).exitCode, 4);
+    const auto albums = run({"album", "list", "--json"}).json();
+    ASSERT_EQ(albums.size(), 1U) << albums;
+    EXPECT_EQ(albums[0]["assets"], 1);
+    const auto shown = run({"album", "show", albums[0]["uuid"], "--json"}).json();
+    EXPECT_EQ(shown["assets"][0]["uuid"], uuid) << shown;
+    EXPECT_EQ(run({"album", "delete-empty", "Dunes"}).exitCode, 1);
+    EXPECT_EQ(run({"delete", uuid}).exitCode, 1) << "nobody is there to be asked";
+    EXPECT_EQ(run({"delete", "--yes", uuid}).output, "1 asset deleted\n");
+    EXPECT_EQ(run({"count"}).output, "0 photos, 0 videos\n");
+    EXPECT_EQ(run({"album", "delete-empty", "Dunes"}).exitCode, 0);
+    const auto changes = run({"changes", "--json"}).json();
+    ASSERT_EQ(changes.size(), 2U) << changes;
+    EXPECT_EQ(changes[0]["what"], "added");
+    EXPECT_EQ(changes[1]["what"], "removed");
+}
+
+TEST_F(CommandTest, SharingAndItsSpaceAreShown) {
+    const std::string source = file("a.jpg", jpeg());
+    const std::string uuid = imported(source);
+    EXPECT_EQ(run({"sizes", "--json"}).json()["photos"], fs::file_size(source));
+    EXPECT_EQ(run({"stream", "s-1"}).exitCode, 0);
+    EXPECT_EQ(run({"album", "add", "s-1", uuid}).exitCode, 0);
+    const auto bulletins = run({"bulletins", "--json", "--clear"}).json();
+    ASSERT_EQ(bulletins.size(), 1U) << bulletins;
+    EXPECT_EQ(bulletins[0]["title"], "s-1");
+    EXPECT_EQ(bulletins[0]["message"].get<std::string>().find('%'), std::string::npos) << bulletins;
+    EXPECT_NE(bulletins[0]["message"].get<std::string>().find("s-1"), std::string::npos) << bulletins;
+    const auto purgeable = run({"purge", "--dry-run", "--json"}).json()["purgeable"];
+    EXPECT_GT(purgeable, 0);
+    EXPECT_EQ(run({"purge", "1GB", "--json"}).json()["freed"], purgeable);
+    EXPECT_EQ(run({"purge"}).exitCode, 2);
+
+    EXPECT_EQ(run({"person", "p1"}).exitCode, 4);
+    EXPECT_EQ(run({"person", "p1", "name"}).exitCode, 2);
+    EXPECT_EQ(run({"person", "p1", "name=Ada"}).exitCode, 0);
+    EXPECT_EQ(run({"person", "p1", "--json"}).json(), (nlohmann::json{{"name", "Ada"}}));
+}
+
+TEST_F(CommandTest, ALibraryWhoseStoreIsLostComesBack) {
+    const std::string uuid = imported(file("a.jpg", jpeg()));
+    EXPECT_EQ(run({"album", "create", "Dunes"}).exitCode, 0);
+    EXPECT_EQ(run({"album", "add", "Dunes", uuid}).exitCode, 0);
+    const auto process = run({"daemon", "status", "--json"}).json()["process"].get<pid_t>();
+    kill(process, SIGTERM);
+    while (kill(process, 0) == 0) {
+    }
+    for (const auto &entry : fs::recursive_directory_iterator(folder.parent_path()))
+        if (entry.path().filename().string().starts_with("Pixhold.sqlite"))
+            fs::remove(entry.path());
+    EXPECT_EQ(run({"restore", "update"}).output, "1 photo, 0 videos\n");
+    EXPECT_EQ(run({"restore", "status", "--json"}).json()["complete"], false);
+    EXPECT_EQ(run({"restore", "finish"}).exitCode, 0);
+    EXPECT_EQ(run({"restore", "status", "--json"}).json()["complete"], true);
+    EXPECT_EQ(run({"album", "show", "Dunes", "--json"}).json()["assets"][0]["uuid"], uuid);
+    EXPECT_EQ(run({"check"}).exitCode, 0);
+}
+
 } // namespace
