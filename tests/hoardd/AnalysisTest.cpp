@@ -11,6 +11,7 @@
 #include "hoardd/MomentStore.h"
 #include "tests/hoardd/RunningHoardd.h"
 #include "wickerlane/store/AnalysisReader.h"
+#include "wickerlane/store/StoredObject.h"
 
 using namespace wickerlane;
 using namespace wickerlane::test;
@@ -113,7 +114,11 @@ TEST_F(Analysis, OneMomentOrListIsNamedByItsObjectID) {
     };
     const std::string moment = store::objectURI(storeUUID, 1, "Moment");
     const std::string list = store::objectURI(storeUUID, 1, "MomentList");
-    answer(named(65, "momentOID", moment).get());
+    const auto object = store::StoredObject::create(storeUUID, store::momentEntity, 1);
+    const auto byObject = request(65);
+    JXMsgDictionarySetManagedObjectID(byObject.get(), "momentOID", object->objectID());
+    EXPECT_EQ(byObject->description()->utf8(), named(65, "momentOID", moment)->description()->utf8());
+    answer(byObject.get());
     EXPECT_TRUE(reader().moments()->front().isAnalyzed);
     answer(named(66, "momentListOID", list).get());
     EXPECT_TRUE(isComplete());
