@@ -48,10 +48,12 @@ ExitCode describe(const DescribeOptions &options) {
     }
     const String *text = JXLocalizedCountDescription(options.photos, options.videos, options.others,
                                                      !options.lowerCase, !options.commas);
-    if (options.json)
-        printJSON({{"language", JXPixholdFrameworkBundle()->preferredLocalizations().front()},
+    if (options.json) {
+        const auto chosen = JXPixholdFrameworkBundle()->preferredLocalizations();
+        printJSON({{"language",
+                    chosen.empty() ? JXPixholdFrameworkBundle()->developmentLanguage() : chosen.front()},
                    {"text", text->utf8()}});
-    else
+    } else
         print(text->utf8());
     return ExitCode::success;
 }

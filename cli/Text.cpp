@@ -1,10 +1,12 @@
 // wickerlane text
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <nlohmann/json.hpp>
 
 #include <filesystem>
 
 #include "cli/Output.h"
+#include "wickerlane/platform/bundle/LocalizationMatcher.h"
 #include "wickerlane/platform/locale/Locale.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/util/JXLocalization.h"
@@ -45,6 +47,10 @@ ExitCode text(const Options &options) {
                     fmt::format("there is no bundle {}; bundles are looked for in the folders "
                                 "of WICKERLANE_BUNDLES, or give a path",
                                 options.bundle));
+    if (!options.language.empty() && !bundle->localizations().empty() &&
+        matchingLocalizations(bundle->localizations(), std::vector{options.language}).empty())
+        return fail(ExitCode::usage, fmt::format("there are no texts in \"{}\"; choose one of {}",
+                                                 options.language, fmt::join(bundle->localizations(), ", ")));
     const Ref<String> key = String::create(options.key);
     if (!key)
         return fail(ExitCode::usage, "the key is not valid UTF-8");

@@ -1,8 +1,11 @@
 // Albums, and edits of assets.
+#include <unistd.h>
+
 #include "hoardd/Albums.h"
 #include "hoardd/Daemon.h"
 #include "hoardd/Handlers.h"
 #include "wickerlane/log/JXLog.h"
+#include "wickerlane/platform/file/Files.h"
 #include "wickerlane/protocol/AlbumOperations.h"
 #include "wickerlane/protocol/Entitlements.h"
 
@@ -20,6 +23,16 @@ bool succeeded(const char *what, const std::string &problem) {
     if (!problem.empty())
         JX_LOG(JXLogLevelError, JXPhotosStateLog, "can't %s: %s", what, problem.c_str());
     return problem.empty();
+}
+
+/// Whether the camera's preview well shows an asset: a copy of its small thumbnail.
+bool isInPreviewWell(const Library &library, const store::AssetRecord &asset) {
+    constexpr std::size_t mostBytes = 4 << 20; // far above any picture of 256 pixels a side
+    std::vector<std::byte> well, thumbnail;
+    return readFile(library.paths().previewWell(), well, mostBytes) &&
+           readFile(library.paths().thumbnail(asset.uuid, store::ThumbnailSize::small), thumbnail,
+                    mostBytes) &&
+           well == thumbnail;
 }
 
 } // namespace
@@ -64,8 +77,11 @@ void deleteAsset(Daemon &daemon, const Call &call) {
     if (library == nullptr)
         return;
     const ManagedAsset *asset = library->assets().assetWithURL(call.get(keys::assetURL));
+    const bool isShown = asset != nullptr && isInPreviewWell(*library, asset->record());
     const std::string problem =
         asset != nullptr ? library->saver().remove(asset->record()) : "there is no such asset";
+    if (isShown && problem.empty())
+        ::unlink(library->paths().previewWell().c_str());
     call.answer(
         Answer().set(keys::success, succeeded("delete an asset", problem)).set(keys::hasEntitlement, true));
 }

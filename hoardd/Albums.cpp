@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 
 #include <array>
+#include <cmath>
 #include <filesystem>
 #include <span>
 
@@ -124,7 +125,8 @@ std::string Albums::deleteIfEmpty(std::int64_t album) {
         return database.prepare("DELETE FROM zalbum WHERE pk = ?").bind(album).run();
     });
     if (problem.empty() && !uuid.empty()) {
-        std::error_code ignored; // it would only come back with a restore
+        Bulletins::tellOfChange(); // those of the album have gone with it
+        std::error_code ignored;   // it would only come back with a restore
         std::filesystem::remove_all(library.paths().albums() + '/' + uuid, ignored);
     }
     return problem;
@@ -180,13 +182,17 @@ std::string Albums::recreate() {
         if (const auto *stream = dictionary->get<String>("streamID"))
             album.streamID = stream->utf8();
         const auto *created = dictionary->get<Date>("dateCreated");
-        album.dateCreated = created != nullptr ? created->referenceSeconds() : now();
+        album.dateCreated = created != nullptr && std::isfinite(created->referenceSeconds())
+                                ? created->referenceSeconds()
+                                : now();
         static_cast<void>(readFile(entry.path().string() + assetsFile, lines, mostBytes)); // may be empty
         const std::string_view text(reinterpret_cast<const char *>(lines.data()), lines.size());
         const std::string problem = library.writer().change([&](sqlite::Database &database) {
             if (exists(database, "SELECT 1 FROM zalbum WHERE uuid = ?", album.uuid))
                 return true;
-            // The name may have gone to another album meanwhile.
+            // The name may have gone to another album meanwhile, and the stream, too.
+            if (exists(database, "SELECT 1 FROM zalbum WHERE streamid = ?", album.streamID))
+                album.streamID.clear();
             const std::string wanted = album.name;
             for (int number = 2; exists(database, "SELECT 1 FROM zalbum WHERE name = ?", album.name);
                  ++number)

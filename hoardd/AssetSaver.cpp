@@ -68,8 +68,9 @@ void takeFacts(const PictureFacts &facts, AssetRecord &record, std::optional<dou
 
 struct AssetSaver::Staged {
     AssetRecord record;
-    std::string folder;    ///< Empty until it has been made.
-    std::string takenFrom; ///< The file in the Incoming folder that goes once the asset is saved; or empty.
+    std::string folder;      ///< Empty until it has been made.
+    std::string takenFrom;   ///< The file in the Incoming folder that goes once the asset is saved; or empty.
+    bool isReserved = false; ///< The UUID came with the job, and is set aside for it.
     bool noData = false;
     bool unlessPresent = false;
     std::optional<AssetRecord> present; ///< The asset that has the same bytes, and is not to be saved again.
@@ -117,6 +118,9 @@ std::vector<SaveResult> AssetSaver::save(std::span<const SaveJob> jobs) {
         }
     }
     std::vector<SaveResult> results(jobs.size());
+    for (const Staged &each : all)
+        if (each.isReserved)
+            locks.release(each.record.uuid);
     for (std::size_t i = 0; i < all.size(); ++i)
         results[i] = resultOf(std::move(all[i]));
     return results;
@@ -157,6 +161,9 @@ std::string AssetSaver::stage(const SaveJob &job, Staged &staged) {
     if (order.file && (parentOf(order.path) == paths.incoming() || parentOf(order.path) == paths.found()))
         staged.takenFrom = order.path;
 
+    if (!job.uuid.empty())
+        if (problem = reserve(staged); !problem.empty())
+            return problem;
     const std::string folder = paths.saving() + '/' + record.filename;
     if (::mkdir(folder.c_str(), 0700) != 0)
         return failing("make " + folder);
@@ -188,6 +195,21 @@ std::string AssetSaver::stage(const SaveJob &job, Staged &staged) {
     if (staged.unlessPresent)
         staged.present = store.assetWithSum(record.sha256);
     return staged.present ? std::string() : examine(job, order, staged, original.get());
+}
+
+/// Sets the UUID aside that a job brought with it. A file that lies where the original will be moves away
+/// first, so that whatever a failed or killed save removes there was its own.
+std::string AssetSaver::reserve(Staged &staged) {
+    const AssetRecord &record = staged.record;
+    staged.isReserved = locks.reserve(record.uuid);
+    if (!staged.isReserved)
+        return "an asset of that UUID is being saved";
+    const auto isSaved = store.contains(record.uuid);
+    if (!isSaved || *isSaved)
+        return isSaved ? "there is an asset of that UUID" : "the store can't be read";
+    const std::string original = paths.original(record);
+    const bool isClear = ::access(original.c_str(), F_OK) != 0 || moveInto(paths.found(), original);
+    return isClear ? std::string() : failing("move " + original);
 }
 
 std::string AssetSaver::encodeSurface(const ImageSurface &surface, ImageFormat format, int output) {
@@ -279,17 +301,16 @@ std::string AssetSaver::publish(std::span<Staged *const> group) {
 // The same road back: as long as the folder stands and the row is there, recover() takes nothing away; once
 // the row has gone, it removes what files are left.
 std::string AssetSaver::remove(const AssetRecord &asset) {
+    const std::lock_guard guard(locks.of(asset.uuid));
     const std::string folder = paths.saving() + '/' + asset.filename;
     if (!makeFolderIn(folder))
         return failing("make " + folder);
     std::string problem = store.change([&](sqlite::Database &database) {
         return database.prepare("DELETE FROM zgenericasset WHERE uuid = ?").bind(asset.uuid).run();
     });
-    std::error_code ignored; // recover() removes it otherwise
+    // A commit that failed may still come to light after a crash: the folder stays for recover().
     if (problem.empty())
         removeFiles(folder, asset);
-    else
-        std::filesystem::remove_all(folder, ignored);
     return problem;
 }
 

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "hoardd/AssetLocks.h"
 #include "hoardd/SaveJob.h"
 #include "hoardd/Store.h"
 #include "hoardd/media/WorkerPool.h"
@@ -35,8 +36,8 @@ class AssetSaver {
 public:
     /// All of these outlive it.
     AssetSaver(const wickerlane::store::LibraryPaths &libraryPaths, Store &writer, WorkerPool &workers,
-               wickerlane::store::ObjectStore &opened)
-        : paths(libraryPaths), store(writer), media(workers), reader(opened) {}
+               wickerlane::store::ObjectStore &opened, AssetLocks &assetLocks)
+        : paths(libraryPaths), store(writer), media(workers), reader(opened), locks(assetLocks) {}
 
     /// Saves assets, with one commit for all. Blocks; gives a result for each job, in order.
     [[nodiscard]] std::vector<SaveResult> save(std::span<const SaveJob> jobs);
@@ -60,12 +61,14 @@ private:
     [[nodiscard]] std::string thumbnailsFromPreview(const wickerlane::ImageSurface &preview, Staged &staged);
     [[nodiscard]] std::string publish(std::span<Staged *const> group);
     [[nodiscard]] SaveResult resultOf(Staged &&staged) const;
+    [[nodiscard]] std::string reserve(Staged &staged);
     void removeFiles(const std::string &stageFolder, const wickerlane::store::AssetRecord &record);
 
     const wickerlane::store::LibraryPaths &paths;
     Store &store;
     WorkerPool &media;
     wickerlane::store::ObjectStore &reader;
+    AssetLocks &locks;
 };
 
 } // namespace hoardd

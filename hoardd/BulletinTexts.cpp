@@ -3,6 +3,8 @@
 #include <span>
 #include <string>
 
+#include "wickerlane/platform/locale/Locale.h"
+#include "wickerlane/platform/locale/NumberFormatter.h"
 #include "wickerlane/util/JXLocalization.h"
 
 namespace hoardd {
@@ -11,8 +13,8 @@ using namespace wickerlane;
 
 namespace {
 
-std::string localized(const char *key) {
-    return std::string(JXServicesLocalizedFrameworkStringForHoardd(String::of(key))->utf8());
+std::string localized(const BulletinText &text) {
+    return std::string(JXServicesLocalizedFrameworkStringForHoardd(String::of(text.key))->utf8());
 }
 
 /// A text with its places "%1$@", "%2$@" ... filled. Whatever else a translation holds stays as it is.
@@ -35,20 +37,17 @@ std::string filled(const std::string &text, std::span<const std::string_view> va
 } // namespace
 
 String *assetsAddedText(const AddedAssets &added, std::string_view sender, std::string_view album) {
+    const std::string_view name[] = {sender};
+    const std::string who = sender.empty() ? localized(unknownName) : filled(localized(knownName), name);
     const std::size_t count = added.photos + added.videos;
-    const std::string unknown = sender.empty() ? localized("BULLETIN_UNKNOWN_NAME") : std::string();
-    const std::string_view who = sender.empty() ? std::string_view(unknown) : sender;
     if (count == 1) {
         const std::string_view values[] = {who, album};
-        return String::of(
-            filled(localized(added.photos == 1 ? "BULLETIN_ADDED_PHOTO" : "BULLETIN_ADDED_VIDEO"), values));
+        return String::of(filled(localized(added.photos == 1 ? addedPhoto : addedVideo), values));
     }
-    const char *key = added.videos == 0   ? "BULLETIN_ADDED_PHOTOS"
-                      : added.photos == 0 ? "BULLETIN_ADDED_VIDEOS"
-                                          : "BULLETIN_ADDED_ITEMS";
-    const std::string number = std::to_string(count);
-    const std::string_view values[] = {who, number, album};
-    return String::of(filled(localized(key), values));
+    const BulletinText &text = added.videos == 0 ? addedPhotos : added.photos == 0 ? addedVideos : addedItems;
+    const auto formatter = NumberFormatter::create(currentLocale(), NumberStyle::decimal);
+    const std::string_view values[] = {who, formatter->stringFromInteger(count)->utf8(), album};
+    return String::of(filled(localized(text), values));
 }
 
 } // namespace hoardd

@@ -86,7 +86,7 @@ Ref<Dictionary> describe(const Record &record) {
     bulletin->set(kBulletinKeyDefaultURL, store::createAlbumURL(record.albumUUID)->absoluteString());
     std::string albumView(JXSuppresionContextPrefixAlbumView->utf8());
     bulletin->set(
-        kBulletinKeySuppressionContexts,
+        kBulletinKeySuppresionContexts,
         Array::of({JXLibraryViewBulletinSuppresionContext, String::of(albumView.append(record.albumUUID))}));
     return bulletin;
 }

@@ -13,11 +13,14 @@ Daemon::Daemon(DaemonOptions options) : settings(options), jobQueue(options.most
 }
 
 bool Daemon::start(Handler<void()> ended, std::string &problem) {
-    // On the concurrent queue, so that a request that takes long keeps no other waiting.
+    // What one client asks for is done in the order in which it asked; what takes long is handed on.
     listener = MessageListener::create(
         WickerlaneGatekeeperName, WorkQueue::global(),
-        [this](ReceivedMessage *message) { dispatch(*this, Call(message)); },
-        {.idleTime = settings.idleTime, .idle = std::move(ended)}, &problem);
+        [this](ReceivedMessage *message) {
+            const auto held = noteServing();
+            dispatch(*this, Call(message));
+        },
+        {.idleTime = settings.idleTime, .idle = std::move(ended), .ordersEachPeer = true}, &problem);
     if (!listener)
         return false;
     listener->resume();
@@ -28,9 +31,25 @@ void Daemon::stop() {
     jobQueue.close();
     longJobs.close();
     listener->cancel(); // after the saves, so that they are answered
+    {
+        std::unique_lock guard(servingLock);
+        served.wait(guard, [this] { return serving == 0; });
+    }
     const std::lock_guard guard(opening);
     if (opened)
         opened->close();
+}
+
+std::shared_ptr<void> Daemon::noteServing() {
+    const std::lock_guard guard(servingLock);
+    ++serving;
+    return {this, [](void *daemon) { static_cast<Daemon *>(daemon)->endServing(); }};
+}
+
+void Daemon::endServing() {
+    const std::lock_guard guard(servingLock);
+    if (--serving == 0)
+        served.notify_all();
 }
 
 Library *Daemon::library(const Call &call) {

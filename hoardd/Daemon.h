@@ -3,6 +3,7 @@
 #define HOARDD_DAEMON_H
 
 #include <chrono>
+#include <condition_variable>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -34,7 +35,7 @@ public:
     /// Takes the service's name and begins to serve. `ended` is called, on any thread, when the daemon has
     /// been idle. False, with a reason, when the name can't be had.
     [[nodiscard]] bool start(wickerlane::Handler<void()> ended, std::string &problem);
-    /// Takes no more requests, and waits for the saves that run.
+    /// Takes no more requests, and waits for the saves that run and for what is being answered.
     void stop();
 
     /// The library, which is opened, and made if there is none, when it is first asked for. When that fails,
@@ -48,10 +49,18 @@ public:
     [[nodiscard]] bool isEntitled(const wickerlane::PeerIdentity &peer,
                                   const wickerlane::String *entitlement) const;
 
+    /// To be held while a request is served: stop() waits until nobody holds one.
+    [[nodiscard]] std::shared_ptr<void> noteServing();
+
 private:
+    void endServing();
+
     DaemonOptions settings;
     JobQueue jobQueue;
     JobQueue longJobs{64, 1};
+    std::mutex servingLock;
+    std::condition_variable served;
+    std::size_t serving = 0; // guarded by `servingLock`
     std::mutex opening;
     std::unique_ptr<Library> opened; // guarded by `opening`; stays once it is there
     Ref<wickerlane::MessageListener> listener;

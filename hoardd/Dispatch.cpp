@@ -5,6 +5,7 @@
 #include "hoardd/Daemon.h"
 #include "hoardd/Handlers.h"
 #include "wickerlane/log/JXLog.h"
+#include "wickerlane/platform/queue/WorkQueue.h"
 #include "wickerlane/protocol/Operations.h"
 
 namespace hoardd {
@@ -18,7 +19,7 @@ constexpr DispatchEntry table[] = {
     {&protocol::fileURLForAssetURL, fileURLForAssetURL},
     {&protocol::requestAccess, requestAccess, true},
     {&protocol::fileURLForNewAsset, fileURLForNewAsset},
-    {&protocol::imageDataForAsset, imageDataForAsset},
+    {&protocol::imageDataForAsset, imageDataForAsset, false, true},
     {&protocol::saveAsset, saveAsset},
     {&protocol::batchSaveAssets, batchSaveAssets},
     {&protocol::launchHoardd, launchHoardd, true},
@@ -37,7 +38,7 @@ constexpr DispatchEntry table[] = {
     {&protocol::importFileSystemAssets, importFileSystemAssets},
     {&protocol::importFileSystemAssetsInBackground, importFileSystemAssets},
     {&protocol::writeDataInBackground, writeDataInBackground},
-    {&protocol::secondsNeededToCleanupModel, secondsNeededToCleanupModel},
+    {&protocol::secondsNeededToCleanupModel, secondsNeededToCleanupModel, false, true},
     {&protocol::cleanupModel, cleanupModel},
     {&protocol::repairPotentialModelCorruption, repairPotentialModelCorruption},
     {&protocol::dataMigrationWillFinish, dataMigrationWillFinish},
@@ -57,7 +58,7 @@ constexpr DispatchEntry table[] = {
      updateSharedAlbumsCachedServerConfigurationLimits},
     {&protocol::attemptToPurgeSharedAssetsSpace, attemptToPurgeSharedAssetsSpace},
     {&protocol::purgeableSharedAssetsSpace, purgeableSharedAssetsSpace},
-    {&protocol::getLibrarySizes, getLibrarySizes},
+    {&protocol::getLibrarySizes, getLibrarySizes, false, true},
     {&protocol::keyForEmailAddress, keyForEmailAddress},
     {&protocol::emailAddressForKey, emailAddressForKey},
     {&protocol::automaticallyDeleteEmptyAlbum, automaticallyDeleteEmptyAlbum},
@@ -72,12 +73,12 @@ constexpr DispatchEntry table[] = {
     {&protocol::rebuildCloudFeed, rebuildCloudFeed},
     {&protocol::resetDupesAnalysis, resetDupesAnalysis},
     {&protocol::getCurrentModelVersion, getCurrentModelVersion},
-    {&protocol::estimatedOutputFileLength, estimatedOutputFileLength},
+    {&protocol::estimatedOutputFileLength, estimatedOutputFileLength, false, true},
     {&protocol::hasCompletedRestorePostProcessing, hasCompletedRestorePostProcessing},
     {&protocol::hasCompletedMomentAnalysis, hasCompletedMomentAnalysis},
     {&protocol::rebuildAllThumbnails, rebuildAllThumbnails},
     {&protocol::downloadAsset, downloadAsset},
-    {&protocol::videoMetadata, videoMetadata},
+    {&protocol::videoMetadata, videoMetadata, false, true},
     {&protocol::setAreDuplicates, setAreDuplicates},
 };
 
@@ -93,6 +94,23 @@ void refuse(const Call &call, std::string_view why) {
     JX_LOG(JXLogLevelWarning, JXGatekeeperMsgLog, "refused a request of process %d: %s", call.peer().process,
            std::string(why).c_str());
     call.refuse(why);
+}
+
+void handle(const DispatchEntry &entry, Daemon &daemon, const Call &call) {
+    try {
+        entry.handle(daemon, call);
+    } catch (const std::exception &failure) {
+        refuse(call, failure.what());
+    }
+}
+
+/// Why a text of a request is refused; empty when none is. Names, addresses and paths are far shorter.
+std::string oversizeIn(const Call &call, const protocol::Operation &row) {
+    constexpr std::size_t mostTextBytes = 64 << 10;
+    for (const protocol::Field &field : row.requestKeys.all())
+        if (call.message()->getString(field.key).value_or("").size() > mostTextBytes)
+            return std::string("the text under \"") + field.key + "\" is longer than 64 KiB";
+    return {};
 }
 
 } // namespace
@@ -114,12 +132,12 @@ void dispatch(Daemon &daemon, const Call &call) {
         }
         if (!entry.isForEverybody && daemon.accessOf(call.peer()) != AccessStatus::granted)
             return refuse(call, "this user has no access to the photo library");
-        try {
-            entry.handle(daemon, call);
-        } catch (const std::exception &failure) {
-            refuse(call, failure.what());
-        }
-        return;
+        if (const std::string oversize = oversizeIn(call, *entry.row); !oversize.empty())
+            return refuse(call, oversize);
+        if (!entry.mayTakeLong)
+            return handle(entry, daemon, call);
+        return WorkQueue::global()->async(
+            [&entry, &daemon, call, serving = daemon.noteServing()] { handle(entry, daemon, call); });
     }
     refuse(call, problem.empty() ? "there is no operation " + std::to_string(code) : problem);
 }

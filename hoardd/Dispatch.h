@@ -15,6 +15,7 @@ struct DispatchEntry {
     const wickerlane::protocol::Operation *row;
     void (*handle)(Daemon &daemon, const Call &call);
     bool isForEverybody = false; ///< Served whoever asks; all others serve only who has access.
+    bool mayTakeLong = false;    ///< Served beside what the same client asks for next, not before it.
 };
 
 /// One entry for each row that is served.

@@ -1,9 +1,11 @@
 #include "hoardd/FileCopy.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <span>
 #include <vector>
@@ -64,6 +66,23 @@ std::string copyFile(int source, int destination) {
     if (!isSameState(before, after) || copied.st_size != before.st_size)
         return "the file changed while it was being copied";
     return {};
+}
+
+bool moveInto(const std::string &folder, const std::string &path) {
+    if (!wickerlane::makeFolders(folder))
+        return false;
+    const std::string name = path.substr(path.rfind('/') + 1);
+    constexpr int mostOfOneName = 1000;
+    for (int number = 0; number < mostOfOneName; ++number) {
+        std::string place = folder + '/';
+        if (number != 0)
+            place += std::to_string(number) + '-';
+        if (::renameat2(AT_FDCWD, path.c_str(), AT_FDCWD, place.append(name).c_str(), RENAME_NOREPLACE) == 0)
+            return wickerlane::syncFolder(folder);
+        if (errno != EEXIST)
+            return errno == ENOENT;
+    }
+    return false;
 }
 
 } // namespace hoardd

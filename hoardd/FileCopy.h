@@ -11,6 +11,10 @@ namespace hoardd {
 /// file nor the new.
 [[nodiscard]] std::string copyFile(int source, int destination);
 
+/// Moves a file into a folder of the same file system, which is made if need be: under its own name, or one
+/// with a number before it. False, with errno, on failure; not when the file has gone already.
+[[nodiscard]] bool moveInto(const std::string &folder, const std::string &path);
+
 } // namespace hoardd
 
 #endif

@@ -44,7 +44,7 @@ void gatherTexts(Object *object, std::vector<std::string> &texts) {
 }
 
 /// Puts an original that is missing back, from a file with the same contents. An empty text on success.
-std::string putBack(const Library &library, const store::AssetRecord &asset, const std::string &path) {
+std::string putBack(Library &library, const store::AssetRecord &asset, const std::string &path) {
     const std::string original = library.paths().original(asset);
     const std::string folder = original.substr(0, original.rfind('/'));
     const UniqueFd source(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
@@ -53,14 +53,17 @@ std::string putBack(const Library &library, const store::AssetRecord &asset, con
         return std::strerror(errno);
     if (!S_ISREG(status.st_mode))
         return "not a file";
+    const std::lock_guard guard(library.locks().of(asset.uuid));
+    if (!library.writer().contains(asset.uuid).value_or(false))
+        return "there is no such asset any more";
     const std::string staged = library.paths().saving() + '/' + asset.filename + ".back";
     const UniqueFd copy = openFile(staged, O_RDWR | O_CREAT | O_TRUNC);
     std::string problem = copy ? copyFile(source.get(), copy.get()) : std::strerror(errno);
     if (problem.empty() && sha256OfFile(copy.get()) != asset.sha256)
         problem = "it is another picture";
-    if (problem.empty() &&
-        (::fchmod(copy.get(), 0400) != 0 || ::fsync(copy.get()) != 0 || !makeFolders(folder) ||
-         ::rename(staged.c_str(), original.c_str()) != 0 || !syncFolder(folder)))
+    if (problem.empty() && (::fchmod(copy.get(), 0400) != 0 || ::fsync(copy.get()) != 0 ||
+                            !makeFolders(folder) || !syncFolder(folder.substr(0, folder.rfind('/'))) ||
+                            ::rename(staged.c_str(), original.c_str()) != 0 || !syncFolder(folder)))
         problem = std::strerror(errno);
     if (!problem.empty())
         ::unlink(staged.c_str());

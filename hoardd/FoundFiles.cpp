@@ -5,10 +5,10 @@
 
 #include <array>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <filesystem>
 
+#include "hoardd/FileCopy.h"
 #include "hoardd/FileType.h"
 #include "wickerlane/log/JXLog.h"
 #include "wickerlane/platform/file/Files.h"
@@ -39,21 +39,6 @@ bool isMedia(const std::string &path) {
                             "application/octet-stream";
 }
 
-/// Moves a file into the Found folder, under its own name or one with a number before it.
-bool moveToFound(const std::string &folder, const std::string &path) {
-    for (int number = 0; number < 1000; ++number) {
-        std::string place = folder + '/';
-        if (number != 0)
-            place += std::to_string(number) + '-';
-        if (::renameat2(AT_FDCWD, path.c_str(), AT_FDCWD, place.append(nameOf(path)).c_str(),
-                        RENAME_NOREPLACE) == 0)
-            return true;
-        if (errno != EEXIST)
-            return errno == ENOENT; // somebody else was first
-    }
-    return false;
-}
-
 SaveJob jobFor(Library &library, const std::string &path) {
     SaveJob job{Dictionary::createWithKeys({{protocol::job::filePath, String::of(path)},
                                             {protocol::job::originalFilename, String::of(nameOf(path))},
@@ -80,7 +65,7 @@ std::string saveFoundFiles(Library &library, const Handler<bool()> &isEnding) {
         return problem;
     for (const store::Finding &finding : report->findings)
         if (finding.kind == store::Finding::Kind::strayOriginal && isMedia(finding.path) &&
-            !moveToFound(folder, finding.path))
+            !moveInto(folder, finding.path))
             problem += finding.path + ": " + std::strerror(errno) + "; ";
 
     std::vector<std::string> files;
@@ -101,6 +86,8 @@ std::string saveFoundFiles(Library &library, const Handler<bool()> &isEnding) {
             else
                 problem += files[at + i] + ": " + results[i].problem + "; ";
     }
+    if (isEnding())
+        problem += "hoardd is ending; what is left is done the next time";
     if (saved > 0)
         JX_LOG(JXLogLevelNotice, JXAssetImportLog, "saved %zu files that were found in the library", saved);
     return problem;

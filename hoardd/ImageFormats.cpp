@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "hoardd/Renditions.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/queue/WorkQueue.h"
 #include "wickerlane/protocol/ImageFormats.h"
@@ -57,8 +58,7 @@ ServedImage lendFile(const std::string &path) {
             {}};
 }
 
-ServedImage render(Library &library, const store::ManagedAsset &asset, const ImageSettings &settings) {
-    const std::string path = library.paths().original(asset.record());
+ServedImage render(Library &library, const std::string &path, const ImageSettings &settings) {
     const UniqueFd original = openFile(path, O_RDONLY);
     if (!original)
         return failedReading(path);
@@ -79,7 +79,9 @@ ServedImage thumbnail(Library &library, const store::ManagedAsset &asset, Thumbn
     if (asset.record().thumbnailIndex != 0)
         if (ServedImage kept = lendFile(library.paths().thumbnail(asset.record().uuid, size)); kept.value)
             return kept;
-    return render(library, asset, {.format = ImageFormat::jpeg, .longestSide = store::longestSideOf(size)});
+    const std::string rendition = Renditions(library).pathOf(asset.record());
+    return render(library, rendition.empty() ? library.paths().original(asset.record()) : rendition,
+                  {.format = ImageFormat::jpeg, .longestSide = store::longestSideOf(size)});
 }
 
 } // namespace
@@ -93,9 +95,9 @@ ServedImage imageOf(Library &library, const store::ManagedAsset &asset, std::uin
     case protocol::imageDataPreviewJPEG:
         return thumbnail(library, asset, ThumbnailSize::preview);
     case protocol::imageDataFullSizeJPEG:
-        return render(library, asset, {.format = ImageFormat::jpeg});
+        return render(library, library.paths().original(asset.record()), {.format = ImageFormat::jpeg});
     case protocol::imageDataFullSizePNG:
-        return render(library, asset, {.format = ImageFormat::png});
+        return render(library, library.paths().original(asset.record()), {.format = ImageFormat::png});
     }
     return failed("there is no image format " + std::to_string(format));
 }

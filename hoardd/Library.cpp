@@ -46,7 +46,7 @@ bool makeLastingFolder(const std::string &path) {
 
 Library::Library(UniqueFd held, std::unique_ptr<Store> writer, Ref<store::ObjectStore> opened)
     : lock(std::move(held)), store(std::move(writer)), reader(std::move(opened)),
-      assetSaver(paths(), *store, workers, *reader) {
+      assetSaver(paths(), *store, workers, *reader, assetLocks) {
     store->whenCountsChange([this] { countNotice.noteChange(); });
 }
 

@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "hoardd/AssetLocks.h"
 #include "hoardd/AssetSaver.h"
 #include "hoardd/CountNotice.h"
 #include "hoardd/Store.h"
@@ -32,11 +33,12 @@ public:
     [[nodiscard]] Store &writer() noexcept { return *store; }
     [[nodiscard]] AssetSaver &saver() noexcept { return assetSaver; }
     [[nodiscard]] WorkerPool &media() noexcept { return workers; }
+    [[nodiscard]] AssetLocks &locks() noexcept { return assetLocks; }
 
     /// Leaves the database file standing alone. No save may be under way.
     void close() {
         countNotice.flush();
-        store->checkpoint();
+        static_cast<void>(store->checkpoint()); // the log keeps what could not be moved
     }
 
 private:
@@ -48,6 +50,7 @@ private:
     std::unique_ptr<Store> store;
     Ref<wickerlane::store::ObjectStore> reader;
     WorkerPool workers;
+    AssetLocks assetLocks;
     AssetSaver assetSaver;
 };
 

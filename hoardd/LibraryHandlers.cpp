@@ -59,18 +59,14 @@ void getLibrarySizes(Daemon &daemon, const Call &call) {
     Library *library = daemon.library(call);
     if (library == nullptr)
         return;
-    const bool taken = daemon.longWork().add({[call, library] {
-        std::string problem;
-        const auto sizes = sizesOf(*library, problem);
-        if (!sizes)
-            return call.refuse(problem);
-        auto kinds = MutableDictionary::create();
-        for (const auto &[kind, bytes] : *sizes)
-            kinds->set(String::of(std::to_string(kind)), Number::of(bytes));
-        call.answer(Answer().set(keys::sizes, kinds.get()));
-    }});
-    if (!taken)
-        call.refuse("too much long work is waiting; try again later");
+    std::string problem;
+    const auto sizes = sizesOf(*library, problem);
+    if (!sizes)
+        return call.refuse(problem);
+    auto kinds = MutableDictionary::create();
+    for (const auto &[kind, bytes] : *sizes)
+        kinds->set(String::of(std::to_string(kind)), Number::of(bytes));
+    call.answer(Answer().set(keys::sizes, kinds.get()));
 }
 
 void importFileSystemAssets(Daemon &daemon, const Call &call) {
@@ -121,15 +117,11 @@ void secondsNeededToCleanupModel(Daemon &daemon, const Call &call) {
     Library *library = daemon.library(call);
     if (library == nullptr)
         return;
-    const bool taken = daemon.longWork().add({[call, library] {
-        std::string problem;
-        if (const auto seconds = secondsToRepair(*library, problem))
-            call.answer(Answer().set(keys::seconds, *seconds));
-        else
-            call.refuse(problem);
-    }});
-    if (!taken)
-        call.refuse("too much long work is waiting; try again later");
+    std::string problem;
+    if (const auto seconds = secondsToRepair(*library, problem))
+        call.answer(Answer().set(keys::seconds, *seconds));
+    else
+        call.refuse(problem);
 }
 
 // What a restore from a computer leaves to do is what a repair does.
@@ -139,9 +131,8 @@ void cleanupModel(Daemon &daemon, const Call &call) {
 
 // Whoever migrates waits for the work that was asked for before; then the database file stands alone.
 void dataMigrationWillFinish(Daemon &daemon, const Call &call) {
-    runLongWork(daemon, call, [](Library &library) {
-        library.writer().checkpoint();
-        return std::string();
+    runLongWork(daemon, call, [](Library &library) -> std::string {
+        return library.writer().checkpoint() ? std::string() : "the store can't be made to stand alone";
     });
 }
 

@@ -49,6 +49,8 @@ void setLargePreviewImage(Daemon &daemon, const Call &call) {
     const Ref<ManagedAsset> asset = library->assets().assetWithURL(call.get(keys::assetURL));
     if (!asset)
         return call.refuse("there is no such asset");
+    if (call.value(keys::properties) != nullptr && as<Dictionary>(call.get(keys::properties)) == nullptr)
+        return call.refuse("properties is not a dictionary");
     runJob(daemon, call, [call, library, asset] {
         const Data *picture = call.get(keys::imageData);
         std::string problem = "the picture is empty";
@@ -66,6 +68,8 @@ void updateThumbnails(Daemon &daemon, const Call &call) {
     Library *library = daemon.library(call);
     if (library == nullptr)
         return;
+    if (as<Array>(call.get(keys::photoUUIDs)) == nullptr)
+        return call.refuse("photoUUIDs is not an array");
     runJob(daemon, call, [call, library] {
         const auto *uuids = as<Array>(call.get(keys::photoUUIDs));
         const bool force = call.get(keys::forceRefresh), newIndex = call.get(keys::assignNewIndex);

@@ -65,8 +65,11 @@ std::string Renditions::set(const AssetRecord &asset, const Data &picture, const
     const store::Sha256 sum = sha256Of(picture.span());
     const std::string filename = asset.uuid + '-' + hexadecimal(Bytes(sum).first(8)) + '.' + type.extension;
     const std::string path = folder + '/' + filename;
+    const std::lock_guard guard(library.locks().of(asset.uuid));
+    if (!library.writer().contains(asset.uuid).value_or(false))
+        return "there is no such asset";
     const std::string earlier = pathOf(asset);
-    if (earlier == path)
+    if (earlier == path && ::access(path.c_str(), F_OK) == 0)
         return {};
 
     if (!makeFolders(folder) || !syncFolder(folderOf(folder)) || !replaceFile(path, picture.span()))
@@ -83,7 +86,9 @@ std::string Renditions::set(const AssetRecord &asset, const Data &picture, const
                 .run();
         });
     }
-    ::unlink(problem.empty() ? earlier.c_str() : path.c_str());
+    const std::string &needless = problem.empty() ? earlier : path;
+    if (earlier != path)
+        ::unlink(needless.c_str());
     return problem;
 }
 
@@ -93,6 +98,9 @@ std::string Renditions::makeThumbnails(const AssetRecord &asset, bool force, boo
         isMissing = isMissing || ::access(library.paths().thumbnail(asset.uuid, size).c_str(), F_OK) != 0;
     if (!force && !isMissing)
         return {};
+    const std::lock_guard guard(library.locks().of(asset.uuid));
+    if (!library.writer().contains(asset.uuid).value_or(false))
+        return "there is no such asset";
     const std::string rendition = pathOf(asset);
     const std::string path = rendition.empty() ? library.paths().original(asset) : rendition;
     const UniqueFd picture = openFile(path, O_RDONLY);

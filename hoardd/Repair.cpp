@@ -1,13 +1,11 @@
 #include "hoardd/Repair.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
-#include <set>
 
+#include "hoardd/FileCopy.h"
 #include "hoardd/FoundFiles.h"
 #include "hoardd/Renditions.h"
 #include "wickerlane/log/JXLog.h"
@@ -23,31 +21,12 @@ using store::Finding;
 
 namespace {
 
-/// Moves a file aside, under its own name or one with a number. An empty text on success.
-std::string moveAside(const Library &library, const std::string &path) {
-    const std::string folder = library.paths().lostAndFound();
-    if (!makeFolders(folder))
-        return std::strerror(errno);
-    const std::string name = path.substr(path.rfind('/') + 1);
-    for (int number = 0; number < 1000; ++number) {
-        const std::string prefix = number == 0 ? "" : std::to_string(number) + '-';
-        std::string place = folder + '/';
-        place.append(prefix).append(name);
-        if (::renameat2(AT_FDCWD, path.c_str(), AT_FDCWD, place.c_str(), RENAME_NOREPLACE) == 0)
-            return syncFolder(folder) ? std::string() : std::strerror(errno);
-        if (errno == ENOENT)
-            return {}; // somebody else was first
-        if (errno != EEXIST)
-            return std::strerror(errno);
-    }
-    return "there are too many files of that name";
-}
-
 std::string mend(Library &library, const Finding &finding) {
     switch (finding.kind) {
     case Finding::Kind::missingThumbnail: {
         const Ref<store::ManagedAsset> asset = library.assets().assetWithUUID(finding.uuid);
-        return asset ? Renditions(library).makeThumbnails(asset->record(), false, false) : std::string();
+        return asset ? Renditions(library).makeThumbnails(asset->record(), false, false)
+                     : std::string("the asset can't be read");
     }
     case Finding::Kind::missingRendition:
         return library.writer().change([&](sqlite::Database &database) {
@@ -56,7 +35,7 @@ std::string mend(Library &library, const Finding &finding) {
     case Finding::Kind::strayOriginal:
     case Finding::Kind::strayThumbnail:
     case Finding::Kind::strayRendition:
-        return moveAside(library, finding.path);
+        return moveInto(library.paths().lostAndFound(), finding.path) ? std::string() : std::strerror(errno);
     default:
         return finding.detail.empty() ? "it can't be mended" : finding.detail;
     }

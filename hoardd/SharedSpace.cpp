@@ -22,7 +22,7 @@ std::optional<std::vector<Preview>> purgeablePreviews(const Library &library, st
     if (!database)
         return std::nullopt;
     auto rows = database->prepare(
-        "SELECT uuid FROM zgenericasset WHERE thumbnailindex > 0 AND previewpurged = 0 AND pk IN (SELECT "
+        "SELECT uuid FROM zgenericasset WHERE thumbnailindex > 0 AND pk IN (SELECT "
         "asset "
         "FROM zalbumasset JOIN zalbum ON zalbum.pk = album WHERE streamid IS NOT NULL) ORDER BY pk");
     std::vector<Preview> previews;
@@ -57,27 +57,24 @@ std::optional<std::uint64_t> purgeableBytes(Library &library, std::string &probl
 
 // Marked first, so that a kill leaves no thumbnail missing that the store thinks is there.
 std::optional<std::uint64_t> purge(Library &library, std::uint64_t bytes, std::string &problem) {
-    auto previews = purgeablePreviews(library, problem);
+    const auto previews = purgeablePreviews(library, problem);
     if (!previews)
         return std::nullopt;
-    std::uint64_t sum = 0;
-    std::size_t count = 0;
-    while (count < previews->size() && sum < bytes)
-        sum += (*previews)[count++].bytes;
-    previews->resize(count);
-    problem = library.writer().change([&](sqlite::Database &database) {
-        auto mark = database.prepare("UPDATE zgenericasset SET previewpurged = 1 WHERE uuid = ?");
-        for (const Preview &each : *previews)
-            if (!mark.bind(each.uuid).run())
-                return false;
-        return true;
-    });
-    if (!problem.empty())
-        return std::nullopt;
     std::uint64_t freed = 0;
-    for (const Preview &each : *previews)
+    for (const Preview &each : *previews) {
+        if (each.bytes > bytes - freed)
+            continue; // never more than was asked for; another may be smaller
+        const std::lock_guard guard(library.locks().of(each.uuid));
+        problem = library.writer().change([&](sqlite::Database &database) {
+            return database.prepare("UPDATE zgenericasset SET previewpurged = 1 WHERE uuid = ?")
+                .bind(each.uuid)
+                .run();
+        });
+        if (!problem.empty())
+            return std::nullopt;
         if (::unlink(each.path.c_str()) == 0)
             freed += each.bytes;
+    }
     return freed;
 }
 

@@ -12,8 +12,7 @@ namespace hoardd {
 /// How many bytes could be freed. Nothing, with the reason, on failure.
 [[nodiscard]] std::optional<std::uint64_t> purgeableBytes(Library &library, std::string &problem);
 
-/// Frees space until it has freed so many bytes, or all that can be; those of assets that came first go
-/// first. Gives the bytes that were freed.
+/// Frees at most so many bytes; those of assets that came first go first. Gives the bytes that were freed.
 [[nodiscard]] std::optional<std::uint64_t> purge(Library &library, std::uint64_t bytes, std::string &problem);
 
 } // namespace hoardd

@@ -17,6 +17,7 @@ using namespace wickerlane::protocol;
 
 namespace {
 
+constexpr std::size_t mostInfoBytes = 1 << 20;  // of one person
 constexpr std::int64_t mostSharedAssets = 5000; // of a shared album, for want of a server that says
 
 void answerDone(const Call &call, const std::string &problem) {
@@ -169,6 +170,8 @@ void emailAddressForKey(Daemon &daemon, const Call &call) {
     Answer answer; // without an address when the key is nobody's
     if (row.bind(call.get(keys::emailKey)).next())
         answer.set(keys::email, String::of(row.text(0)));
+    if (row.failed())
+        return call.refuse(database->problem());
     call.answer(answer);
 }
 
@@ -186,6 +189,8 @@ void personInfoDictionary(Daemon &daemon, const Call &call) {
         const auto info = createPropertyListObject(row.blob(0));
         answer.set(keys::personInfoDictionary, as<Dictionary>(info.get()));
     }
+    if (row.failed())
+        return call.refuse(database->problem());
     call.answer(answer);
 }
 
@@ -195,9 +200,14 @@ void setPersonInfoDictionary(Daemon &daemon, const Call &call) {
     if (!person)
         return;
     const MutableDictionary *info = call.get(keys::personInfoDictionary);
+    // What is there but can't be read is not the same as nothing.
+    if (call.value(keys::personInfoDictionary) != nullptr && info == nullptr)
+        return call.refuse("personInfoDictionary is not a job dictionary");
     const auto bytes = info != nullptr ? createPropertyListData(info) : nullptr;
     if (info != nullptr && !bytes)
         return call.refuse("the dictionary holds what can't be kept");
+    if (bytes && bytes->length() > mostInfoBytes)
+        return call.refuse("the dictionary is larger than 1 MiB");
     answerDone(call, library->writer().change([&](sqlite::Database &database) {
         if (!bytes)
             return database.prepare("DELETE FROM zperson WHERE personid = ?").bind(*person).run();

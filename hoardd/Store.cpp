@@ -149,9 +149,9 @@ std::string Store::change(const Handler<bool(Database &)> &make) {
     return {};
 }
 
-void Store::checkpoint() {
+bool Store::checkpoint() {
     const std::lock_guard guard(databaseLock);
-    static_cast<void>(database.checkpoint()); // the log keeps what could not be moved
+    return database.checkpoint();
 }
 
 } // namespace hoardd

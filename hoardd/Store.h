@@ -52,8 +52,8 @@ public:
     /// videos. Before other threads use the store.
     void whenCountsChange(wickerlane::Handler<void()> changed) { countsChanged = std::move(changed); }
 
-    /// Moves what was written into the database file: before the end, so that it stands alone.
-    void checkpoint();
+    /// Moves what was written into the database file, so that it stands alone. False on failure.
+    [[nodiscard]] bool checkpoint();
 
 private:
     struct Pending {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "hoardd/Bulletins.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/store/LibraryCheck.h"
 #include "wickerlane/store/Schema.h"
@@ -20,8 +21,10 @@ std::uint64_t bytesBelow(const std::string &folder) {
     for (fs::recursive_directory_iterator entry(folder, none), end; !none && entry != end;
          entry.increment(none)) {
         std::error_code gone; // a file may go meanwhile
-        if (entry->is_regular_file(gone))
-            bytes += entry->file_size(gone);
+        if (!entry->is_regular_file(gone))
+            continue;
+        const auto size = entry->file_size(gone);
+        bytes += gone ? 0 : size;
     }
     return bytes;
 }
@@ -97,6 +100,8 @@ std::string removeAddedSince(Library &library, double date, const Handler<bool()
         return store.prepare("DELETE FROM zalbum WHERE datecreated > ?").bind(date).run() &&
                store.execute("DELETE FROM zbulletin");
     });
+    if (problem.empty())
+        Bulletins::tellOfChange();
     std::error_code ignored; // it would only come back with a restore
     for (const std::string &uuid : albums)
         if (problem.empty())

@@ -167,6 +167,14 @@ TEST_F(Rendition, RestoredAssetsComeBack) {
     EXPECT_EQ(contentsOf(paths.original(added->record())), contentsOf(other));
     EXPECT_EQ(restore(unknown, {}), "") << "it is there";
     EXPECT_NE(restore("", {String::of(other)}), "");
+
+    // The file lies where it belongs already, and nothing of it is lost on the way.
+    const std::string third = "0000000B-0000-4000-8000-00000000ABCD";
+    const FileBytes lying = jpegOf(fourCorners(50, 20));
+    fs::create_directories(paths.folder() + "/DCIM/00");
+    writeFile(paths.folder() + "/DCIM/00/" + third + ".JPG", lying);
+    EXPECT_EQ(restore(third, {String::of(paths.folder() + "/DCIM/00/" + third + ".JPG")}), "");
+    EXPECT_EQ(contentsOf(paths.original(store::ObjectStore::open()->assetWithUUID(third)->record())), lying);
     EXPECT_TRUE(fs::is_empty(paths.saving()));
 }
 

@@ -62,6 +62,20 @@ TEST_F(Upkeep, FilesFoundAmongTheOriginalsBecomeAssets) {
     EXPECT_TRUE(fs::is_empty(paths.found()));
 }
 
+TEST_F(Upkeep, TwoFilesOfOneUUIDBothBecomeAssets) {
+    ReleaseScope scope;
+    const std::string stem = paths.folder() + "/DCIM/00/0000000A-0000-4000-8000-00000000ABCD";
+    fs::create_directories(paths.folder() + "/DCIM/00");
+    writeFile(stem + ".JPG", jpegOf(fourCorners(30, 20)));
+    writeFile(stem + ".PNG", pngOf(fourCorners(30, 20)));
+    EXPECT_NE(refusal(request(22).get()).find("is being saved"), std::string::npos);
+    EXPECT_EQ(photos(), 1U);
+    answer(request(22).get());
+    EXPECT_EQ(photos(), 2U);
+    EXPECT_TRUE(fs::is_empty(paths.found()));
+    EXPECT_TRUE(fs::is_empty(paths.saving()));
+}
+
 TEST_F(Upkeep, SizesAreThoseOfTheFiles) {
     ReleaseScope scope;
     const FileBytes one = jpegOf(fourCorners(300, 200)), two = pngOf(fourCorners(40, 40));

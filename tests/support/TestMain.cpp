@@ -5,16 +5,20 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <set>
 #include <string>
 #include <thread>
 
 namespace {
 
-std::size_t openDescriptors() {
-    std::size_t count = 0;
-    for ([[maybe_unused]] const auto &entry : std::filesystem::directory_iterator("/proc/self/fd"))
-        ++count;
-    return count;
+// What each open descriptor is of.
+std::multiset<std::string> openDescriptors() {
+    std::multiset<std::string> opened;
+    for (const auto &entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code gone;
+        opened.insert(std::filesystem::read_symlink(entry.path(), gone));
+    }
+    return opened;
 }
 
 } // namespace
@@ -24,7 +28,7 @@ namespace wickerlane::test {
 // Gives each test a fresh root, and counts descriptors around it.
 class RootAndDescriptors : public ::testing::EmptyTestEventListener {
     std::filesystem::path root;
-    std::size_t before = 0;
+    std::multiset<std::string> before;
 
     void OnTestStart(const ::testing::TestInfo &) override {
         // A process that a test started as its peer shares the root of that test.
@@ -42,17 +46,19 @@ class RootAndDescriptors : public ::testing::EmptyTestEventListener {
     void OnTestEnd(const ::testing::TestInfo &) override {
         if (root.empty())
             return;
-        std::size_t after = openDescriptors();
+        const std::size_t most = before.size() + allowance;
+        auto after = openDescriptors();
         // What the last work items held is let go of on other threads, a moment after the test has seen their
         // effect; a leak stays.
-        for (int moment = 0; after > before + allowance && moment < 1000; ++moment) {
+        for (int moment = 0; after.size() > most && moment < 1000; ++moment) {
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
             after = openDescriptors();
         }
         // Descriptors that a process opens once and keeps are opened by a warm-up in the test that needs
         // them.
-        if (after > before + allowance)
-            ADD_FAILURE() << "open descriptors: " << before << " before the test, " << after << " after it";
+        if (after.size() > most)
+            ADD_FAILURE() << "open descriptors before the test: " << ::testing::PrintToString(before)
+                          << ", after it: " << ::testing::PrintToString(after);
         allowance = 0;
         std::error_code ignored;
         std::filesystem::remove_all(root, ignored);

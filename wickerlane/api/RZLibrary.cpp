@@ -30,7 +30,7 @@ void answerSizes(const Dictionary *sizes, std::uint32_t remaining, WorkQueue *qu
             const auto *number = as<String>(key); // as which numbers travel that are keys
             const auto *bytes = as<Number>(value);
             const std::int64_t kind = number != nullptr ? number->integerValue() : -1;
-            if (bytes != nullptr && (remaining & kind) == kind)
+            if (bytes != nullptr && kind > 0 && (remaining & kind) == kind)
                 answer(static_cast<std::uint32_t>(kind), bytes->uint64Value());
             if (remaining == 0)
                 break;

@@ -31,8 +31,8 @@ WL_EXTERN_C WLString *WLNCreatePathForPersistentURL(WLURL *url);
 /// What access the caller has: always WLNAccessGranted, since the daemon looks for itself.
 WL_EXTERN_C int WLNGetCurrentAccess(void);
 
-/// What access a client has to what a URL names: all with consent to use photos; without it, to the music
-/// library only.
+/// What access a client has to what a URL names: all with consent to use photos, which the library's owner
+/// has unless it was denied; without it, to the music library only.
 WL_EXTERN_C int WLNGetCurrentAccessForURLAndToken(const WLURL *url, WLAuditToken token);
 
 #endif

@@ -149,8 +149,8 @@ public:
                        bool shouldExtendTimer);
 
     /// estimatedOutputFileLengthForVideoURL:fallbackFilePath:exportPreset:exportProperties: — bytes that an
-    /// export of a video would have; 0 when hoardd can't say, -1 when it can't be reached. All but the URL
-    /// may be null or empty. Blocks.
+    /// export of a video would have; -1, with a line on the console, when hoardd can't say or can't be
+    /// reached. All but the URL may be null or empty. Blocks.
     [[nodiscard]] std::int64_t estimatedOutputFileLengthForVideoURL(wickerlane::URL *videoURL,
                                                                     wickerlane::String *fallbackFilePath,
                                                                     wickerlane::String *exportPreset,

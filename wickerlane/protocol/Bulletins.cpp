@@ -26,7 +26,7 @@ WL_TEXT_CONSTANT(kBulletinKeyMessage, "message");
 WL_TEXT_CONSTANT(kBulletinKeyDate, "date");
 WL_TEXT_CONSTANT(kBulletinKeyDefaultURL, "defaultURL");
 WL_TEXT_CONSTANT(kBulletinKeyExpirationDate, "expirationDate");
-WL_TEXT_CONSTANT(kBulletinKeySuppressionContexts, "suppresionContexts");
+WL_TEXT_CONSTANT(kBulletinKeySuppresionContexts, "suppresionContexts");
 WL_TEXT_CONSTANT(kBulletinKeySuppressAlert, "suppressAlert");
 WL_TEXT_CONSTANT(kBulletinKeySenderNames, "senderNames");
 WL_TEXT_CONSTANT(kBulletinKeyHasThumbnail, "hasThumbnail");

@@ -40,7 +40,7 @@ WL_EXPORT extern wickerlane::String *const kBulletinKeyDefaultURL;
 /// "expirationDate". Date.
 WL_EXPORT extern wickerlane::String *const kBulletinKeyExpirationDate;
 /// "suppresionContexts". Array of strings: while one of them is on screen, no alert. Spelled with one "s".
-WL_EXPORT extern wickerlane::String *const kBulletinKeySuppressionContexts;
+WL_EXPORT extern wickerlane::String *const kBulletinKeySuppresionContexts;
 /// "suppressAlert". Number, boolean.
 WL_EXPORT extern wickerlane::String *const kBulletinKeySuppressAlert;
 /// "senderNames". Array of strings.

@@ -105,6 +105,10 @@ std::strong_ordering JXUUIDString::compare(const String *other, CompareOptions o
     return String::compare(other, options, range, locale);
 }
 
+bool JXUUIDString::hasExactUTF8() const noexcept {
+    return exactly(this) != nullptr;
+}
+
 std::string_view JXUUIDString::utf8() const {
     return {_uuidString, textLength};
 }

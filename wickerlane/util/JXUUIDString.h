@@ -48,7 +48,8 @@ public:
 protected:
     /// For null, generates a new UUID.
     explicit JXUUIDString(const unsigned char *uuid) noexcept;
-    [[nodiscard]] bool hasExactUTF8() const noexcept override { return true; }
+    /// Only of exactly this class: a subclass may have other characters.
+    [[nodiscard]] bool hasExactUTF8() const noexcept override;
 
 private:
     unsigned char _uuid[16];

@@ -1,5 +1,6 @@
 #include "Service.h"
 
+#include <algorithm>
 #include <fcntl.h>
 
 #include <mutex>
@@ -190,6 +191,31 @@ TEST(Connection, failsWhatIsPendingWhenThePeerGoesAwayAndThenReconnects) {
     EXPECT_EQ(numberOf(connection->sendWithReplySync(numbered(3).get()).get()), 3);
     EXPECT_EQ(events.wait(1).size(), 1U);
     EXPECT_EQ(replies.wait(1).size(), 1U);
+}
+
+TEST(Connection, isServedInOrderByAListenerThatOrdersEachPeer) {
+    constexpr std::int64_t count = 500;
+    std::vector<std::int64_t> handled; // by one item of one queue at a time
+    std::promise<void> otherIsServed;
+    const auto listener = listen(
+        [&](ReceivedMessage *received) {
+            const std::int64_t number = numberOf(received->message());
+            if (number < 0)
+                return received->reply(received->message());
+            if (handled.empty())
+                otherIsServed.get_future().wait(); // others are served meanwhile
+            handled.push_back(number);
+            received->reply(received->message());
+        },
+        WorkQueue::global(), {.idle = {}, .ordersEachPeer = true});
+    const auto connection = connect(), other = connect();
+    for (std::int64_t number = 0; number < count; ++number)
+        connection->send(numbered(number).get());
+    EXPECT_EQ(numberOf(other->sendWithReplySync(numbered(-1).get()).get()), -1);
+    otherIsServed.set_value();
+    EXPECT_EQ(numberOf(connection->sendWithReplySync(numbered(count).get()).get()), count);
+    EXPECT_EQ(handled.size(), static_cast<std::size_t>(count) + 1);
+    EXPECT_TRUE(std::ranges::is_sorted(handled));
 }
 
 TEST(Connection, noticesThatAnIdlePeerWentAway) {

@@ -5,6 +5,7 @@
 #include <set>
 #include <string>
 
+#include "hoardd/BulletinTexts.h"
 #include "wickerlane/platform/bundle/StringTable.h"
 #include "wickerlane/platform/object/Format.h"
 #include "wickerlane/util/JXLocalization.h"
@@ -46,15 +47,10 @@ Contract interfaceTexts() {
 }
 
 Contract servicesTexts() {
-    return {{"BULLETIN_INVITATION", "@@"},          {"BULLETIN_ADDED_PHOTO", "@@"},
-            {"BULLETIN_ADDED_VIDEO", "@@"},         {"BULLETIN_ADDED_PHOTOS", "@@@"},
-            {"BULLETIN_ADDED_VIDEOS", "@@@"},       {"BULLETIN_ADDED_ITEMS", "@@@"},
-            {"BULLETIN_COMMENT_ON_PHOTO", "@@"},    {"BULLETIN_COMMENT_ON_VIDEO", "@@"},
-            {"BULLETIN_COMMENT_ON_MY_PHOTO", "@@"}, {"BULLETIN_COMMENT_ON_MY_VIDEO", "@@"},
-            {"BULLETIN_LIKE_OF_PHOTO", "@"},        {"BULLETIN_LIKE_OF_VIDEO", "@"},
-            {"BULLETIN_LIKE_OF_MY_PHOTO", "@"},     {"BULLETIN_LIKE_OF_MY_VIDEO", "@"},
-            {"BULLETIN_TWO_NAMES", "@@"},           {"BULLETIN_MANY_NAMES", "@@"},
-            {"BULLETIN_UNKNOWN_NAME", ""}};
+    Contract texts;
+    for (const hoardd::BulletinText *text : hoardd::bulletinTexts)
+        texts[text->key] = text->values;
+    return texts;
 }
 
 // One thing that is selected may be spoken of without its number.

@@ -180,7 +180,9 @@ std::string Bundle::pathForResource(std::string_view name, std::string_view type
         path.append("/").append(localization).append(localizationSuffix);
     }
     path.append("/").append(file);
-    return kindOf(path) == S_IFREG ? path : std::string();
+    // Not through a link: such a file would not be read.
+    struct stat status {};
+    return lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) ? path : std::string();
 }
 
 // A table that can't be read is as good as none, so that the next language has its turn.

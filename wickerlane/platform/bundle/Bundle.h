@@ -1,8 +1,8 @@
 // Bundles: folders that hold resources, texts in several languages among them.
 //
 //     Name.bundle/
-//         Info.plist               a property list; "DevelopmentLanguage" names the language that has all
-//         texts <language>.lproj/        a localization, such as de.lproj or zh-Hant.lproj
+//         Info.plist               a property list; its "DevelopmentLanguage" has all texts
+//         <language>.lproj/        a localization, such as de.lproj or zh-Hant.lproj
 //             <table>.strings      a string table (see StringTable.h)
 //         <table>.strings          a string table for all languages
 //

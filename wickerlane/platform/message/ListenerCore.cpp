@@ -475,7 +475,10 @@ bool ListenerCore::takeFrames(const Ref<ListenerPeer> &peer, std::vector<Ref<Rec
 }
 
 void ListenerCore::hand(const Ref<ListenerPeer> &peer, std::vector<Ref<ReceivedMessage>> messages) {
-    if (queue == nullptr || queue != WorkQueue::global()) {
+    if (options.ordersEachPeer && peer->ordered == nullptr)
+        peer->ordered = WorkQueue::create("peer of a service");
+    const Ref<WorkQueue> &handling = options.ordersEachPeer ? peer->ordered : queue;
+    if (handling != WorkQueue::global()) {
         auto handleAll = [this, peer, messages = std::move(messages)]() mutable {
             const ListenerPeer::Gathering gathering(peer.get());
             for (Ref<ReceivedMessage> &message : messages) {
@@ -484,10 +487,10 @@ void ListenerCore::hand(const Ref<ListenerPeer> &peer, std::vector<Ref<ReceivedM
                 message = nullptr;
             }
         };
-        if (queue == nullptr)
+        if (handling == nullptr)
             handleAll();
         else
-            queue->async([self = Ref<ListenerCore>(this), handleAll = std::move(handleAll)]() mutable {
+            handling->async([self = Ref<ListenerCore>(this), handleAll = std::move(handleAll)]() mutable {
                 handleAll();
             });
         return;
@@ -499,7 +502,7 @@ void ListenerCore::hand(const Ref<ListenerPeer> &peer, std::vector<Ref<ReceivedM
         batch.emplace_back([self = Ref<ListenerCore>(this), message = std::move(message)] {
             self->messageHandler(message.get());
         });
-    queue->asyncBatch(batch);
+    handling->asyncBatch(batch);
 }
 
 } // namespace wickerlane

@@ -77,6 +77,7 @@ public:
 
     const Ref<UserShare> share;
     FrameReader in;           ///< Of the intake thread.
+    Ref<WorkQueue> ordered;   ///< Of the intake thread: null until the first message, if it is used at all.
     std::uint64_t number = 0; ///< Of the intake thread, like those that follow.
     bool admitted = false;
     std::uint32_t watched = 0; ///< Events it is registered for; 0: not registered.

@@ -61,6 +61,10 @@ public:
         /// Called on the queue once, when the service has been idle: nobody is connected, nobody stands in
         /// the socket's queue, and a new client starts the service anew. The process is then to exit.
         Handler<void()> idle;
+        /// The messages of each peer are handled one at a time, in the order of arrival, those of several
+        /// peers in parallel: on serial queues in place of the listener's queue, which must be a concurrent
+        /// one. What takes long is to be handed on.
+        bool ordersEachPeer = false;
         /// What it lets its clients have.
         MessageLimits limits{};
     };

@@ -38,20 +38,29 @@ std::string_view readStart(int folder, const std::string &path, std::span<char> 
     return {buffer.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0))};
 }
 
-// The name of the file that a process runs: by the kernel's link, which only the process's owner may read,
-// else by what the process was called with.
-std::string executableName(int folder, const std::string &process) {
-    char path[PATH_MAX];
-    const ssize_t length = readlinkat(folder, (process + "/exe").c_str(), path, sizeof path);
-    if (length > 0) {
-        std::string_view name(path, static_cast<std::size_t>(length));
+// The whole of a name whose first characters the kernel keeps: the name of the file that the process runs, by
+// the kernel's link, which only its owner may read; else, as with scripts and programs of several names, what
+// the process was called with. The kept part when none of these begins with it.
+std::string wholeName(int folder, const std::string &process, const std::string &kept) {
+    char buffer[PATH_MAX];
+    if (const ssize_t length = readlinkat(folder, (process + "/exe").c_str(), buffer, sizeof buffer);
+        length > 0) {
+        std::string_view name(buffer, static_cast<std::size_t>(length));
         constexpr std::string_view replaced = " (deleted)"; // while it runs, by an update
         if (name.ends_with(replaced))
             name.remove_suffix(replaced.size());
-        return std::string(afterLastSlash(name));
+        if (name = afterLastSlash(name); name.starts_with(kept))
+            return std::string(name);
     }
-    const std::string_view arguments = readStart(folder, process + "/cmdline", path);
-    return std::string(afterLastSlash(arguments.substr(0, arguments.find('\0'))));
+    std::string_view arguments = readStart(folder, process + "/cmdline", buffer);
+    constexpr int called = 2; // the program, or an interpreter and its script
+    for (int i = 0; i < called && !arguments.empty(); ++i) {
+        const std::size_t end = std::min(arguments.find('\0'), arguments.size());
+        if (const std::string_view name = afterLastSlash(arguments.substr(0, end)); name.starts_with(kept))
+            return std::string(name);
+        arguments.remove_prefix(std::min(end + 1, arguments.size()));
+    }
+    return kept;
 }
 
 // None for a process that has ended.
@@ -62,8 +71,7 @@ std::optional<std::string> commandName(int folder, const std::string &process) {
         return std::nullopt;
     std::string name(line.substr(0, std::min(line.size() - 1, longestCommandName)));
     if (name.size() == keptOfCommandName)
-        if (const std::string whole = executableName(folder, process); whole.starts_with(name))
-            name = whole.substr(0, longestCommandName);
+        name = wholeName(folder, process, name).substr(0, longestCommandName);
     return name;
 }
 

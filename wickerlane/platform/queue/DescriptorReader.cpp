@@ -118,7 +118,6 @@ void DescriptorReader::handle(std::uint64_t number, std::uint32_t events) {
         source = found->second;
     }
     ReleaseScope scope;
-    Handler<void(std::uint32_t)> dropped;
     std::unique_lock guard(source->mutex);
     if (source->cancelled || !source->handler)
         return;
@@ -126,13 +125,14 @@ void DescriptorReader::handle(std::uint64_t number, std::uint32_t events) {
     guard.unlock();
     source->handler(events);
     guard.lock();
-    if (source->cancelled)
-        dropped = std::move(source->handler);
-    guard.unlock();
-    // Gone before the canceller goes on, since what the handler holds may be what the canceller is about to
-    // end.
-    dropped = nullptr;
-    guard.lock();
+    if (source->cancelled) {
+        // Gone before the canceller goes on, since what the handler holds may be what the canceller is about
+        // to end.
+        Handler<void(std::uint32_t)> dropped = std::move(source->handler);
+        guard.unlock();
+        dropped = nullptr;
+        guard.lock();
+    }
     source->handling = false;
     source->handled.notify_all();
 }

@@ -1,0 +1,41 @@
+// Who works on which asset.
+#ifndef HOARDD_ASSETLOCKS_H
+#define HOARDD_ASSETLOCKS_H
+
+#include <array>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <unordered_set>
+
+namespace hoardd {
+
+/// Thread-safe.
+class AssetLocks {
+public:
+    /// To be held while an asset's files are changed: renditions, thumbnails, deletion. Several assets may
+    /// share one, so nobody holds two.
+    [[nodiscard]] std::mutex &of(std::string_view uuid) {
+        return locks[std::hash<std::string_view>()(uuid) % locks.size()];
+    }
+
+    /// Sets a UUID aside for an asset that is to be saved under it. False when it is set aside already.
+    [[nodiscard]] bool reserve(const std::string &uuid) {
+        const std::lock_guard guard(reserving);
+        return reserved.insert(uuid).second;
+    }
+    void release(const std::string &uuid) {
+        const std::lock_guard guard(reserving);
+        reserved.erase(uuid);
+    }
+
+private:
+    std::array<std::mutex, 64> locks;
+    std::mutex reserving;
+    std::unordered_set<std::string> reserved;
+};
+
+} // namespace hoardd
+
+#endif
