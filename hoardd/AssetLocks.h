@@ -20,7 +20,8 @@ public:
         return locks[std::hash<std::string_view>()(uuid) % locks.size()];
     }
 
-    /// Sets a UUID aside for an asset that is to be saved under it. False when it is set aside already.
+    /// Sets a UUID aside for an asset that is to be saved under it, deleted or brought back. False when it is
+    /// set aside already.
     [[nodiscard]] bool reserve(const std::string &uuid) {
         const std::lock_guard guard(reserving);
         return reserved.insert(uuid).second;
@@ -29,6 +30,25 @@ public:
         const std::lock_guard guard(reserving);
         reserved.erase(uuid);
     }
+
+    /// The same for a scope.
+    class Reservation {
+    public:
+        Reservation(AssetLocks &all, std::string uuid)
+            : locks(all), reserved(std::move(uuid)), isHeld(locks.reserve(reserved)) {}
+        ~Reservation() {
+            if (isHeld)
+                locks.release(reserved);
+        }
+        Reservation(const Reservation &) = delete;
+        Reservation &operator=(const Reservation &) = delete;
+        explicit operator bool() const noexcept { return isHeld; }
+
+    private:
+        AssetLocks &locks;
+        const std::string reserved;
+        const bool isHeld;
+    };
 
 private:
     std::array<std::mutex, 64> locks;

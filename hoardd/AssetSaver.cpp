@@ -77,8 +77,20 @@ struct AssetSaver::Staged {
     std::string problem;
 };
 
+/// Gives the UUIDs back that came with jobs, however a save ends.
+struct AssetSaver::ReleasedReservations {
+    AssetLocks &locks;
+    const std::vector<Staged> &all;
+    ~ReleasedReservations() {
+        for (const Staged &each : all)
+            if (each.isReserved)
+                locks.release(each.record.uuid);
+    }
+};
+
 std::vector<SaveResult> AssetSaver::save(std::span<const SaveJob> jobs) {
     std::vector<Staged> all(jobs.size());
+    const ReleasedReservations released{locks, all};
     std::vector<Staged *> group;
     for (std::size_t i = 0; i < jobs.size(); ++i) {
         ReleaseScope scope;
@@ -107,7 +119,9 @@ std::vector<SaveResult> AssetSaver::save(std::span<const SaveJob> jobs) {
         Staged &each = *group[i];
         if (!problem.empty()) {
             // The files stay for recover(): a commit whose sync failed may still come to light after a crash.
+            // So does the UUID, until then.
             each.problem = "can't store the asset: " + problem;
+            each.isReserved = false;
         } else if (additions[i].wasPresent) {
             removeFiles(each.folder, each.record);
             each.present = std::move(additions[i].record);
@@ -118,9 +132,6 @@ std::vector<SaveResult> AssetSaver::save(std::span<const SaveJob> jobs) {
         }
     }
     std::vector<SaveResult> results(jobs.size());
-    for (const Staged &each : all)
-        if (each.isReserved)
-            locks.release(each.record.uuid);
     for (std::size_t i = 0; i < all.size(); ++i)
         results[i] = resultOf(std::move(all[i]));
     return results;
@@ -132,8 +143,10 @@ SaveResult AssetSaver::resultOf(Staged &&staged) const {
     result.problem = std::move(staged.problem);
     if (!result.problem.empty())
         return result;
-    ::unlink(staged.takenFrom.c_str());
     result.wasPresent = staged.present.has_value();
+    // What was found may be all that is left of an asset whose original is missing.
+    if (!result.wasPresent || ::access(paths.original(*staged.present).c_str(), F_OK) == 0)
+        ::unlink(staged.takenFrom.c_str());
     result.asset =
         ManagedAsset::create(result.wasPresent ? *std::move(staged.present) : std::move(staged.record),
                              paths.folder(), reader.storeUUID());
@@ -301,6 +314,9 @@ std::string AssetSaver::publish(std::span<Staged *const> group) {
 // The same road back: as long as the folder stands and the row is there, recover() takes nothing away; once
 // the row has gone, it removes what files are left.
 std::string AssetSaver::remove(const AssetRecord &asset) {
+    const AssetLocks::Reservation reservation(locks, asset.uuid);
+    if (!reservation)
+        return "the asset is being saved";
     const std::lock_guard guard(locks.of(asset.uuid));
     const std::string folder = paths.saving() + '/' + asset.filename;
     if (!makeFolderIn(folder))

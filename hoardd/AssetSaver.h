@@ -51,6 +51,7 @@ public:
 
 private:
     struct Staged;
+    struct ReleasedReservations;
     // Each gives an empty text on success, else the reason for which the job fails.
     [[nodiscard]] std::string stage(const SaveJob &job, Staged &staged);
     [[nodiscard]] std::string encodeSurface(const wickerlane::ImageSurface &surface, ImageFormat format,

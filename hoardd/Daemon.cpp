@@ -17,8 +17,8 @@ bool Daemon::start(Handler<void()> ended, std::string &problem) {
     listener = MessageListener::create(
         WickerlaneGatekeeperName, WorkQueue::global(),
         [this](ReceivedMessage *message) {
-            const auto held = noteServing();
-            dispatch(*this, Call(message));
+            if (const auto held = noteServing())
+                dispatch(*this, Call(message));
         },
         {.idleTime = settings.idleTime, .idle = std::move(ended), .ordersEachPeer = true}, &problem);
     if (!listener)
@@ -33,6 +33,7 @@ void Daemon::stop() {
     listener->cancel(); // after the saves, so that they are answered
     {
         std::unique_lock guard(servingLock);
+        stopping = true;
         served.wait(guard, [this] { return serving == 0; });
     }
     const std::lock_guard guard(opening);
@@ -42,6 +43,8 @@ void Daemon::stop() {
 
 std::shared_ptr<void> Daemon::noteServing() {
     const std::lock_guard guard(servingLock);
+    if (stopping)
+        return nullptr;
     ++serving;
     return {this, [](void *daemon) { static_cast<Daemon *>(daemon)->endServing(); }};
 }

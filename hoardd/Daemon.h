@@ -49,7 +49,8 @@ public:
     [[nodiscard]] bool isEntitled(const wickerlane::PeerIdentity &peer,
                                   const wickerlane::String *entitlement) const;
 
-    /// To be held while a request is served: stop() waits until nobody holds one.
+    /// To be held while a request is served: stop() waits until nobody holds one. Null once it has begun to:
+    /// the request is not served then.
     [[nodiscard]] std::shared_ptr<void> noteServing();
 
 private:
@@ -60,7 +61,8 @@ private:
     JobQueue longJobs{64, 1};
     std::mutex servingLock;
     std::condition_variable served;
-    std::size_t serving = 0; // guarded by `servingLock`
+    std::size_t serving = 0; // guarded by `servingLock`, as is what follows
+    bool stopping = false;
     std::mutex opening;
     std::unique_ptr<Library> opened; // guarded by `opening`; stays once it is there
     Ref<wickerlane::MessageListener> listener;

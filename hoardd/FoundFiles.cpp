@@ -55,6 +55,20 @@ SaveJob jobFor(Library &library, const std::string &path) {
 
 } // namespace
 
+bool moveStray(Library &library, const std::string &path, const std::string &folder) {
+    const auto named = UUID::createWithText(nameOf(path).substr(0, 36));
+    if (!named)
+        return moveInto(folder, path);
+    // Meanwhile a save or a restore may have made an asset of it.
+    const std::string uuid(named->uuidString()->utf8());
+    const AssetLocks::Reservation reservation(library.locks(), uuid);
+    if (!reservation)
+        return true;
+    const auto *asset = library.assets().assetWithUUID(uuid);
+    const bool isOriginal = asset != nullptr && library.paths().original(asset->record()) == path;
+    return isOriginal || moveInto(folder, path);
+}
+
 std::string saveFoundFiles(Library &library, const Handler<bool()> &isEnding) {
     const std::string folder = library.paths().found();
     if (!makeFolders(folder))
@@ -65,7 +79,7 @@ std::string saveFoundFiles(Library &library, const Handler<bool()> &isEnding) {
         return problem;
     for (const store::Finding &finding : report->findings)
         if (finding.kind == store::Finding::Kind::strayOriginal && isMedia(finding.path) &&
-            !moveInto(folder, finding.path))
+            !moveStray(library, finding.path, folder))
             problem += finding.path + ": " + std::strerror(errno) + "; ";
 
     std::vector<std::string> files;

@@ -18,6 +18,10 @@ namespace hoardd {
 /// An empty text when all went well, else the reasons. Not by two threads at a time.
 [[nodiscard]] std::string saveFoundFiles(Library &library, const wickerlane::Handler<bool()> &isEnding);
 
+/// Moves a file that no asset had into a folder, unless it has become one's original or is about to. False,
+/// with errno, on failure.
+[[nodiscard]] bool moveStray(Library &library, const std::string &path, const std::string &folder);
+
 } // namespace hoardd
 
 #endif

@@ -5,7 +5,6 @@
 #include <cerrno>
 #include <cstring>
 
-#include "hoardd/FileCopy.h"
 #include "hoardd/FoundFiles.h"
 #include "hoardd/Renditions.h"
 #include "wickerlane/log/JXLog.h"
@@ -35,7 +34,8 @@ std::string mend(Library &library, const Finding &finding) {
     case Finding::Kind::strayOriginal:
     case Finding::Kind::strayThumbnail:
     case Finding::Kind::strayRendition:
-        return moveInto(library.paths().lostAndFound(), finding.path) ? std::string() : std::strerror(errno);
+        return moveStray(library, finding.path, library.paths().lostAndFound()) ? std::string()
+                                                                                : std::strerror(errno);
     default:
         return finding.detail.empty() ? "it can't be mended" : finding.detail;
     }

@@ -3,6 +3,7 @@
 #define HOARDD_SHAREDSPACE_H
 
 #include "hoardd/Library.h"
+#include "wickerlane/platform/object/Handler.h"
 
 namespace hoardd {
 
@@ -12,8 +13,11 @@ namespace hoardd {
 /// How many bytes could be freed. Nothing, with the reason, on failure.
 [[nodiscard]] std::optional<std::uint64_t> purgeableBytes(Library &library, std::string &problem);
 
-/// Frees at most so many bytes; those of assets that came first go first. Gives the bytes that were freed.
-[[nodiscard]] std::optional<std::uint64_t> purge(Library &library, std::uint64_t bytes, std::string &problem);
+/// Frees at most so many bytes; those of assets that came first go first. Gives the bytes that were freed,
+/// also when it stops early since the process is ending.
+[[nodiscard]] std::optional<std::uint64_t> purge(Library &library, std::uint64_t bytes,
+                                                 const wickerlane::Handler<bool()> &isEnding,
+                                                 std::string &problem);
 
 } // namespace hoardd
 

@@ -131,7 +131,9 @@ void attemptToPurgeSharedAssetsSpace(Daemon &daemon, const Call &call) {
     if (library == nullptr)
         return;
     std::string problem;
-    if (const auto bytes = purge(*library, call.get(keys::smBytesRequested), problem))
+    if (const auto bytes = purge(
+            *library, call.get(keys::smBytesRequested), [&daemon] { return daemon.longWork().isClosed(); },
+            problem))
         call.answer(Answer().set(keys::smBytesReturned, static_cast<std::int64_t>(*bytes)));
     else
         call.refuse(problem);

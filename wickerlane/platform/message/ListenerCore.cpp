@@ -7,6 +7,7 @@
 #include <sys/socket.h>
 
 #include <cerrno>
+#include <optional>
 
 #include "wickerlane/platform/message/MessageDecoder.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
@@ -480,7 +481,10 @@ void ListenerCore::hand(const Ref<ListenerPeer> &peer, std::vector<Ref<ReceivedM
     const Ref<WorkQueue> &handling = options.ordersEachPeer ? peer->ordered : queue;
     if (handling != WorkQueue::global()) {
         auto handleAll = [this, peer, messages = std::move(messages)]() mutable {
-            const ListenerPeer::Gathering gathering(peer.get());
+            // Where one message may take longer than the next, each answer leaves at once.
+            std::optional<ListenerPeer::Gathering> gathering;
+            if (!options.ordersEachPeer)
+                gathering.emplace(peer.get());
             for (Ref<ReceivedMessage> &message : messages) {
                 const ReleaseScope scope;
                 messageHandler(message.get());
