@@ -2,6 +2,7 @@
 #include <signal.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -61,9 +62,10 @@ Program makeProgram(const ServiceDescription &description) {
     return program;
 }
 
-// Moves a descriptor to a number, where it stays open across exec.
+// Moves a descriptor to a number, where it stays open across exec. By the system call itself: a wrapper that
+// watches descriptors, as the thread sanitizer's does, takes the other threads' for still running.
 bool place(int from, int to) {
-    return from == to ? fcntl(from, F_SETFD, 0) == 0 : dup2(from, to) == to;
+    return from == to ? fcntl(from, F_SETFD, 0) == 0 : syscall(SYS_dup3, from, to, 0) == to;
 }
 
 // In the new process. Returns only on failure.
