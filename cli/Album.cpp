@@ -158,30 +158,30 @@ ExitCode deleteEmpty(const Options &options) {
 
 } // namespace
 
-void addAlbum(CLI::App &app, Action &chosen) {
-    auto *command = app.add_subcommand("album", "Make albums and put assets into them");
-    command->require_subcommand(1);
-    command->footer("Example:\n"
-                    "  wickerlane album create Dunes\n"
-                    "  wickerlane album add Dunes 7F3D0A52-6C1B-4E0E-9D43-2B1C7A5E8F10");
+void addAlbum(Command app, Action &chosen) {
+    const auto command = app.addSubcommand("album", "Make albums and put assets into them");
+    command.requireSubcommand();
+    command.footer("Example:\n"
+                   "  wickerlane album create Dunes\n"
+                   "  wickerlane album add Dunes 7F3D0A52-6C1B-4E0E-9D43-2B1C7A5E8F10");
     auto options = std::make_shared<Options>();
-    const auto run = [options, &chosen](CLI::App *verb, ExitCode (*work)(const Options &)) {
-        verb->callback([options, work, &chosen] { chosen = [options, work] { return work(*options); }; });
+    const auto run = [options, &chosen](Command verb, ExitCode (*work)(const Options &)) {
+        verb.callback([options, work, &chosen] { chosen = [options, work] { return work(*options); }; });
     };
-    auto *listing = command->add_subcommand("list", "List all albums");
-    listing->add_flag("--json", options->json, "Write JSON");
+    const auto listing = command.addSubcommand("list", "List all albums");
+    listing.addFlag("--json", options->json, "Write JSON");
     run(listing, [](const Options &given) { return list(given.json); });
     const auto addVerb = [&](const char *name, const char *help, ExitCode (*work)(const Options &)) {
-        auto *verb = command->add_subcommand(name, help);
-        verb->add_option("ALBUM", options->name, "Name or UUID of the album")->required();
+        const auto verb = command.addSubcommand(name, help);
+        verb.addOption("ALBUM", options->name, "Name or UUID of the album").required();
         run(verb, work);
         return verb;
     };
     addVerb("create", "Make an album and write its URL", create);
     addVerb("add", "Put assets into an album", add)
-        ->add_option("ASSET", options->assets, "UUIDs, URLs or object IDs of assets")
-        ->required();
-    addVerb("show", "Show what is in an album", show)->add_flag("--json", options->json, "Write JSON");
+        .addOption("ASSET", options->assets, "UUIDs, URLs or object IDs of assets")
+        .required();
+    addVerb("show", "Show what is in an album", show).addFlag("--json", options->json, "Write JSON");
     addVerb("delete-empty", "Delete an album that holds nothing", deleteEmpty);
 }
 

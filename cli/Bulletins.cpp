@@ -3,6 +3,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+
 #include "cli/Library.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/platform/object/Number.h"
@@ -107,35 +109,34 @@ ExitCode stream(const Options &options) {
 
 } // namespace
 
-void addBulletins(CLI::App &app, Action &chosen) {
-    auto *command = app.add_subcommand("bulletins", "Show what has happened in shared albums");
+void addBulletins(Command app, Action &chosen) {
+    const auto command = app.addSubcommand("bulletins", "Show what has happened in shared albums");
     auto options = std::make_shared<Options>();
-    command->add_flag("--clear", options->clear, "Clear what was shown");
-    command->add_flag("--json", options->json, "Write JSON");
-    command->callback([options, &chosen] { chosen = [options] { return bulletins(*options); }; });
+    command.addFlag("--clear", options->clear, "Clear what was shown");
+    command.addFlag("--json", options->json, "Write JSON");
+    command.callback([options, &chosen] { chosen = [options] { return bulletins(*options); }; });
 }
 
-void addPurge(CLI::App &app, Action &chosen) {
-    auto *command = app.add_subcommand("purge", "Free space that shared albums take");
-    command->footer("Only larger thumbnails go, which are made again when they are asked for.");
+void addPurge(Command app, Action &chosen) {
+    const auto command = app.addSubcommand("purge", "Free space that shared albums take");
+    command.footer("Only larger thumbnails go, which are made again when they are asked for.");
     auto options = std::make_shared<Options>();
-    auto *bytes = command->add_option("BYTES", options->bytes, "How much to free, such as 50MB")
-                      ->transform(CLI::AsSizeValue(true));
-    command->add_flag("-n,--dry-run", options->isDryRun, "Only say how much could be freed")->excludes(bytes);
-    command->add_flag("--json", options->json, "Write JSON");
-    command->callback([options, bytes, &chosen] {
-        if (!options->isDryRun && bytes->count() == 0)
-            throw CLI::RequiredError("BYTES, or --dry-run,");
+    const auto bytes = command.addOption("BYTES", options->bytes, "How much to free, such as 50MB").asSize();
+    command.addFlag("-n,--dry-run", options->isDryRun, "Only say how much could be freed").excludes(bytes);
+    command.addFlag("--json", options->json, "Write JSON");
+    command.callback([options, bytes, &chosen] {
+        if (!options->isDryRun && !bytes.isGiven())
+            failMissing("BYTES, or --dry-run,");
         chosen = [options] { return purge(*options); };
     });
 }
 
-void addStream(CLI::App &app, Action &chosen) {
-    auto *command = app.add_subcommand("stream", "Make the shared album of a stream, and write its URL");
-    command->footer("There is no server: a stream is what the library itself keeps of it.");
+void addStream(Command app, Action &chosen) {
+    const auto command = app.addSubcommand("stream", "Make the shared album of a stream, and write its URL");
+    command.footer("There is no server: a stream is what the library itself keeps of it.");
     auto options = std::make_shared<Options>();
-    command->add_option("STREAM", options->streamID, "The stream's ID")->required();
-    command->callback([options, &chosen] { chosen = [options] { return stream(*options); }; });
+    command.addOption("STREAM", options->streamID, "The stream's ID").required();
+    command.callback([options, &chosen] { chosen = [options] { return stream(*options); }; });
 }
 
 } // namespace wickerlane::cli

@@ -58,13 +58,13 @@ ExitCode changes(const Options &options) {
 
 } // namespace
 
-void addChanges(CLI::App &app, Action &chosen) {
-    auto *command = app.add_subcommand("changes", "List the latest changes of assets");
+void addChanges(Command app, Action &chosen) {
+    const auto command = app.addSubcommand("changes", "List the latest changes of assets");
     auto options = std::make_shared<Options>();
-    command->add_option("--since", options->since, "Only those with higher numbers")->type_name("NUMBER");
-    command->add_flag("--clear", options->clear, "Forget all changes afterwards");
-    command->add_flag("--json", options->json, "Write JSON");
-    command->callback([options, &chosen] { chosen = [options] { return changes(*options); }; });
+    command.addOption("--since", options->since, "Only those with higher numbers").typeName("NUMBER");
+    command.addFlag("--clear", options->clear, "Forget all changes afterwards");
+    command.addFlag("--json", options->json, "Write JSON");
+    command.callback([options, &chosen] { chosen = [options] { return changes(*options); }; });
 }
 
 } // namespace wickerlane::cli

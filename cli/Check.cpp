@@ -6,6 +6,9 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+#include <optional>
+
 #include "cli/Interrupt.h"
 #include "cli/Library.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
@@ -120,20 +123,21 @@ ExitCode check(const Options &options) {
 
 } // namespace
 
-void addCheck(CLI::App &app, Action &chosen) {
-    auto *command = app.add_subcommand("check", "Verify the library: its rows, files, sums and thumbnails");
-    command->footer(
+void addCheck(Command app, Action &chosen) {
+    const auto command =
+        app.addSubcommand("check", "Verify the library: its rows, files, sums and thumbnails");
+    command.footer(
         "Reads every original unless --no-sums is given. It may run while the library is in use.\n\n"
         "--repair makes missing thumbnails, and moves files that no asset has into\n"
         "PhotoData/LostAndFound. Nothing is ever removed; an original that is missing or changed is\n"
         "told of, and stays for you to bring back from a copy.\n\n"
         "Example:\n  wickerlane check --json | jq -r '.findings[].path'");
     auto options = std::make_shared<Options>();
-    command->add_flag("--repair", options->repair, "Mend what can be mended");
-    command->add_flag("--no-sums", options->withoutSums, "Compare sizes only, which is quick");
-    command->add_flag("--json", options->json, "Write JSON");
-    command->add_flag("-q,--quiet", options->quiet, "Show no progress");
-    command->callback([options, &chosen] { chosen = [options] { return check(*options); }; });
+    command.addFlag("--repair", options->repair, "Mend what can be mended");
+    command.addFlag("--no-sums", options->withoutSums, "Compare sizes only, which is quick");
+    command.addFlag("--json", options->json, "Write JSON");
+    command.addFlag("-q,--quiet", options->quiet, "Show no progress");
+    command.callback([options, &chosen] { chosen = [options] { return check(*options); }; });
 }
 
 } // namespace wickerlane::cli

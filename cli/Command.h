@@ -2,9 +2,17 @@
 #ifndef CLI_COMMAND_H
 #define CLI_COMMAND_H
 
-#include <CLI/CLI.hpp>
-
 #include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+// The parser is all in headers, which take longer to read than a subcommand: only Command.cpp and Main.cpp
+// do.
+namespace CLI {
+class App;
+class Option;
+} // namespace CLI
 
 namespace wickerlane::cli {
 
@@ -20,42 +28,95 @@ enum class ExitCode : int {
 /// The work of the subcommand that was named, run on the global queue while the main queue is served.
 using Action = std::function<ExitCode()>;
 
+/// Something that may stand on the command line. Lives as long as the parser, which it borrows, and copies
+/// are the same option.
+class Option {
+public:
+    explicit Option(CLI::Option *borrowed) : option(borrowed) {}
+
+    Option required() const;
+    /// What help calls its value: "FOLDER".
+    Option typeName(const std::string &name) const;
+    /// Help shows the value that stands there beforehand.
+    Option showDefault() const;
+    Option excludes(Option other) const;
+    Option oneOf(std::vector<std::string> values) const;
+    Option notNegative() const;
+    Option positive() const;
+    Option between(unsigned least, unsigned most) const;
+    /// Says what is wrong with a value; nothing when it is right.
+    Option check(std::function<std::string(const std::string &value)> problem) const;
+    /// How many values it takes.
+    Option expected(int least, int most) const;
+    /// The value may have a unit: "50MB", where a kilobyte is 1000 bytes, or "2MiB".
+    Option asSize() const;
+    /// Whether the command line had it; known when the callback of its subcommand runs.
+    bool isGiven() const;
+
+private:
+    CLI::Option *option;
+};
+
+/// A subcommand, or the command itself; as Option is. What its options are stored in outlives the parsing.
+class Command {
+public:
+    explicit Command(CLI::App *borrowed) : app(borrowed) {}
+
+    Command addSubcommand(const std::string &name, const std::string &help) const;
+    /// One of its subcommands must be named.
+    void requireSubcommand() const;
+    /// What stands below the help.
+    void footer(const std::string &text) const;
+    Option addFlag(const std::string &name, bool &value, const std::string &help) const;
+    /// `Value` is a text, a list of texts or a number; see the end of Command.cpp.
+    template <class Value>
+    Option addOption(const std::string &name, Value &value, const std::string &help) const;
+    /// Called when the command line names this subcommand.
+    void callback(std::function<void()> called) const;
+
+private:
+    CLI::App *app;
+};
+
+/// For callbacks: ends the parsing because something is missing.
+[[noreturn]] void failMissing(const std::string &what);
+
 // Each adds one subcommand, which stores its work in `chosen` when the command line names it. `chosen`
 // outlives the parsing.
 
-void addImport(CLI::App &app, Action &chosen);
-void addCount(CLI::App &app, Action &chosen);
-void addWatch(CLI::App &app, Action &chosen);
-void addList(CLI::App &app, Action &chosen);
-void addShow(CLI::App &app, Action &chosen);
-void addResolve(CLI::App &app, Action &chosen);
-void addExport(CLI::App &app, Action &chosen);
-void addThumbnail(CLI::App &app, Action &chosen);
-void addVideoInfo(CLI::App &app, Action &chosen);
-void addEstimate(CLI::App &app, Action &chosen);
-void addPreview(CLI::App &app, Action &chosen);
-void addAlbum(CLI::App &app, Action &chosen);
-void addDelete(CLI::App &app, Action &chosen);
-void addChanges(CLI::App &app, Action &chosen);
-void addSizes(CLI::App &app, Action &chosen);
-void addBulletins(CLI::App &app, Action &chosen);
-void addStream(CLI::App &app, Action &chosen);
-void addPurge(CLI::App &app, Action &chosen);
-void addPerson(CLI::App &app, Action &chosen);
-void addRestore(CLI::App &app, Action &chosen);
-void addCheck(CLI::App &app, Action &chosen);
-void addConsent(CLI::App &app, Action &chosen);
-void addEntitlement(CLI::App &app, Action &chosen);
-void addText(CLI::App &app, Action &chosen);
-void addDescribe(CLI::App &app, Action &chosen);
-void addMoments(CLI::App &app, Action &chosen);
-void addDuplicates(CLI::App &app, Action &chosen);
-void addFeed(CLI::App &app, Action &chosen);
-void addRebuildThumbnails(CLI::App &app, Action &chosen);
-void addDaemon(CLI::App &app, Action &chosen);
-void addUUID(CLI::App &app, Action &chosen);
-void addProcess(CLI::App &app, Action &chosen);
-void addDevice(CLI::App &app, Action &chosen);
+void addImport(Command app, Action &chosen);
+void addCount(Command app, Action &chosen);
+void addWatch(Command app, Action &chosen);
+void addList(Command app, Action &chosen);
+void addShow(Command app, Action &chosen);
+void addResolve(Command app, Action &chosen);
+void addExport(Command app, Action &chosen);
+void addThumbnail(Command app, Action &chosen);
+void addVideoInfo(Command app, Action &chosen);
+void addEstimate(Command app, Action &chosen);
+void addPreview(Command app, Action &chosen);
+void addAlbum(Command app, Action &chosen);
+void addDelete(Command app, Action &chosen);
+void addChanges(Command app, Action &chosen);
+void addSizes(Command app, Action &chosen);
+void addBulletins(Command app, Action &chosen);
+void addStream(Command app, Action &chosen);
+void addPurge(Command app, Action &chosen);
+void addPerson(Command app, Action &chosen);
+void addRestore(Command app, Action &chosen);
+void addCheck(Command app, Action &chosen);
+void addConsent(Command app, Action &chosen);
+void addEntitlement(Command app, Action &chosen);
+void addText(Command app, Action &chosen);
+void addDescribe(Command app, Action &chosen);
+void addMoments(Command app, Action &chosen);
+void addDuplicates(Command app, Action &chosen);
+void addFeed(Command app, Action &chosen);
+void addRebuildThumbnails(Command app, Action &chosen);
+void addDaemon(Command app, Action &chosen);
+void addUUID(Command app, Action &chosen);
+void addProcess(Command app, Action &chosen);
+void addDevice(Command app, Action &chosen);
 
 } // namespace wickerlane::cli
 

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <filesystem>
 #include <nlohmann/json.hpp>
+#include <optional>
 
 #include "cli/Output.h"
 #include "wickerlane/platform/consent/Consent.h"
@@ -78,31 +79,30 @@ ExitCode listEntitlements(bool json) {
     return ExitCode::success;
 }
 
-CLI::App *addVerb(CLI::App *command, const char *name, const char *help,
-                  const std::shared_ptr<Options> &options) {
-    auto *verb = command->add_subcommand(name, help);
-    verb->add_option("PROGRAM", options->program, "Path of the program")->required();
+Command addVerb(Command command, const char *name, const char *help,
+                const std::shared_ptr<Options> &options) {
+    const auto verb = command.addSubcommand(name, help);
+    verb.addOption("PROGRAM", options->program, "Path of the program").required();
     return verb;
 }
 
 } // namespace
 
-void addConsent(CLI::App &app, Action &chosen) {
-    auto *command = app.add_subcommand("consent", "Decide which programs may use the library");
-    command->require_subcommand(1);
-    command->footer(
+void addConsent(Command app, Action &chosen) {
+    const auto command = app.addSubcommand("consent", "Decide which programs may use the library");
+    command.requireSubcommand();
+    command.footer(
         "The owner's programs may, unless they are denied; others only when they are granted. A decision\n"
         "holds from the next request on.\n\n"
         "Example:\n  wickerlane consent deny /usr/bin/nosy");
     auto options = std::make_shared<Options>();
-    auto *list = command->add_subcommand("list", "Show what has been decided");
-    list->add_flag("--json", options->json, "Write JSON");
-    list->callback([options, &chosen] { chosen = [options] { return listConsent(options->json); }; });
+    const auto list = command.addSubcommand("list", "Show what has been decided");
+    list.addFlag("--json", options->json, "Write JSON");
+    list.callback([options, &chosen] { chosen = [options] { return listConsent(options->json); }; });
     const auto addDecision = [&](const char *name, const char *help, std::optional<bool> granted) {
-        auto *verb = addVerb(command, name, help, options);
-        verb->add_option("--user", options->user, "For that user's processes (default: yours)")
-            ->type_name("UID");
-        verb->callback([options, granted, &chosen] {
+        const auto verb = addVerb(command, name, help, options);
+        verb.addOption("--user", options->user, "For that user's processes (default: yours)").typeName("UID");
+        verb.callback([options, granted, &chosen] {
             chosen = [options, granted] {
                 const std::string program = programPath(options->program);
                 auto &store = ConsentStore::shared();
@@ -117,26 +117,26 @@ void addConsent(CLI::App &app, Action &chosen) {
     addDecision("revoke", "Take a decision back", std::nullopt);
 }
 
-void addEntitlement(CLI::App &app, Action &chosen) {
-    auto *command = app.add_subcommand("entitlement", "Say what programs are entitled to");
-    command->require_subcommand(1);
-    command->footer(
+void addEntitlement(Command app, Action &chosen) {
+    const auto command = app.addSubcommand("entitlement", "Say what programs are entitled to");
+    command.requireSubcommand();
+    command.footer(
         "Entitlements:\n"
         "  write-assets    setting edited renditions\n"
         "  delete-assets   deleting assets\n\n"
         "In a library of your own, your programs are entitled to everything until they are listed here.\n\n"
         "Example:\n  wickerlane entitlement revoke /usr/bin/viewer delete-assets");
     auto options = std::make_shared<Options>();
-    auto *list = command->add_subcommand("list", "Show the programs that are listed");
-    list->add_flag("--json", options->json, "Write JSON");
-    list->callback([options, &chosen] { chosen = [options] { return listEntitlements(options->json); }; });
+    const auto list = command.addSubcommand("list", "Show the programs that are listed");
+    list.addFlag("--json", options->json, "Write JSON");
+    list.callback([options, &chosen] { chosen = [options] { return listEntitlements(options->json); }; });
     for (const bool granted : {true, false}) {
-        auto *verb = granted ? addVerb(command, "grant", "Entitle a program", options)
-                             : addVerb(command, "revoke", "Take an entitlement from a program", options);
-        verb->add_option("ENTITLEMENT", options->name, "write-assets or delete-assets")
-            ->required()
-            ->check(CLI::IsMember({"write-assets", "delete-assets"}));
-        verb->callback([options, granted, &chosen] {
+        const auto verb = granted ? addVerb(command, "grant", "Entitle a program", options)
+                                  : addVerb(command, "revoke", "Take an entitlement from a program", options);
+        verb.addOption("ENTITLEMENT", options->name, "write-assets or delete-assets")
+            .required()
+            .oneOf({"write-assets", "delete-assets"});
+        verb.callback([options, granted, &chosen] {
             chosen = [options, granted] {
                 const String *name =
                     options->name == "write-assets" ? JXWriteAssetsEntitlement : JXDeleteAssetsEntitlement;

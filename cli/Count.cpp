@@ -36,12 +36,12 @@ ExitCode count(bool json) {
 
 } // namespace
 
-void addCount(CLI::App &app, Action &chosen) {
-    auto *command = app.add_subcommand("count", "Say how many photos and videos the library holds");
-    command->footer("Example:\n  wickerlane count --json");
+void addCount(Command app, Action &chosen) {
+    const auto command = app.addSubcommand("count", "Say how many photos and videos the library holds");
+    command.footer("Example:\n  wickerlane count --json");
     auto json = std::make_shared<bool>(false);
-    command->add_flag("--json", *json, "Write JSON");
-    command->callback([json, &chosen] { chosen = [json] { return count(*json); }; });
+    command.addFlag("--json", *json, "Write JSON");
+    command.callback([json, &chosen] { chosen = [json] { return count(*json); }; });
 }
 
 } // namespace wickerlane::cli

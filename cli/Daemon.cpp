@@ -82,20 +82,20 @@ ExitCode status(bool start, bool json) {
 
 } // namespace
 
-void addDaemon(CLI::App &app, Action &chosen) {
-    auto *daemon = app.add_subcommand("daemon", "Look after the daemon");
-    daemon->require_subcommand(1);
-    auto *command =
-        daemon->add_subcommand("status", "Say whether the daemon runs for this library, and what it answers");
-    command->footer("Example:\n  wickerlane daemon status --start");
+void addDaemon(Command app, Action &chosen) {
+    const auto daemon = app.addSubcommand("daemon", "Look after the daemon");
+    daemon.requireSubcommand();
+    const auto command =
+        daemon.addSubcommand("status", "Say whether the daemon runs for this library, and what it answers");
+    command.footer("Example:\n  wickerlane daemon status --start");
     struct Options {
         bool start = false;
         bool json = false;
     };
     auto options = std::make_shared<Options>();
-    command->add_flag("--start", options->start, "Start the daemon if it is not running");
-    command->add_flag("--json", options->json, "Write JSON");
-    command->callback(
+    command.addFlag("--start", options->start, "Start the daemon if it is not running");
+    command.addFlag("--json", options->json, "Write JSON");
+    command.callback(
         [options, &chosen] { chosen = [options] { return status(options->start, options->json); }; });
 }
 

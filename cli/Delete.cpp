@@ -60,15 +60,14 @@ ExitCode remove(const Options &options) {
 
 } // namespace
 
-void addDelete(CLI::App &app, Action &chosen) {
-    auto *command = app.add_subcommand("delete", "Delete assets with all that belongs to them");
-    command->footer(
-        "There is no way back: take what you want to keep out first, with `wickerlane export`.\n\n"
-        "Example:\n  wickerlane delete 7F3D0A52-6C1B-4E0E-9D43-2B1C7A5E8F10");
+void addDelete(Command app, Action &chosen) {
+    const auto command = app.addSubcommand("delete", "Delete assets with all that belongs to them");
+    command.footer("There is no way back: take what you want to keep out first, with `wickerlane export`.\n\n"
+                   "Example:\n  wickerlane delete 7F3D0A52-6C1B-4E0E-9D43-2B1C7A5E8F10");
     auto options = std::make_shared<Options>();
-    command->add_option("ASSET", options->assets, "UUIDs, URLs or object IDs of assets")->required();
-    command->add_flag("-y,--yes", options->yes, "Do not ask");
-    command->callback([options, &chosen] { chosen = [options] { return remove(*options); }; });
+    command.addOption("ASSET", options->assets, "UUIDs, URLs or object IDs of assets").required();
+    command.addFlag("-y,--yes", options->yes, "Do not ask");
+    command.callback([options, &chosen] { chosen = [options] { return remove(*options); }; });
 }
 
 } // namespace wickerlane::cli

@@ -60,26 +60,25 @@ ExitCode describe(const DescribeOptions &options) {
 
 } // namespace
 
-void addDescribe(CLI::App &app, Action &chosen) {
-    auto *command = app.add_subcommand("describe", "Put numbers of photos and videos into words");
-    command->footer("Examples:\n"
-                    "  wickerlane describe --photos 1234 --videos 1\n"
-                    "  wickerlane describe --photos 3 --others 2 --language pt-BR --commas");
+void addDescribe(Command app, Action &chosen) {
+    const auto command = app.addSubcommand("describe", "Put numbers of photos and videos into words");
+    command.footer("Examples:\n"
+                   "  wickerlane describe --photos 1234 --videos 1\n"
+                   "  wickerlane describe --photos 3 --others 2 --language pt-BR --commas");
     auto options = std::make_shared<DescribeOptions>();
     const auto addCount = [&](const char *name, std::uint64_t &count, const char *help) {
-        command->add_option(name, count, help)->check(isCount)->type_name("COUNT");
+        command.addOption(name, count, help).check(isCount).typeName("COUNT");
     };
     addCount("--photos", options->photos, "So many photos");
     addCount("--videos", options->videos, "So many videos");
     addCount("--others", options->others, "So many other items");
     command
-        ->add_option("--language", options->language,
-                     "Such as de or pt-BR (default: that of the environment)")
-        ->type_name("LANGUAGE");
-    command->add_flag("--commas", options->commas, "Make a list rather than a phrase");
-    command->add_flag("--lower-case", options->lowerCase, "Write everything in lower case");
-    command->add_flag("--json", options->json, "Write JSON");
-    command->callback([options, &chosen] { chosen = [options] { return describe(*options); }; });
+        .addOption("--language", options->language, "Such as de or pt-BR (default: that of the environment)")
+        .typeName("LANGUAGE");
+    command.addFlag("--commas", options->commas, "Make a list rather than a phrase");
+    command.addFlag("--lower-case", options->lowerCase, "Write everything in lower case");
+    command.addFlag("--json", options->json, "Write JSON");
+    command.callback([options, &chosen] { chosen = [options] { return describe(*options); }; });
 }
 
 } // namespace wickerlane::cli

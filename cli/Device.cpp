@@ -2,6 +2,8 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include <optional>
+
 #include "cli/Output.h"
 #include "wickerlane/platform/device/Device.h"
 #include "wickerlane/platform/device/DisplayList.h"
@@ -51,12 +53,12 @@ ExitCode showDevice(bool json) {
 
 } // namespace
 
-void addDevice(CLI::App &app, Action &chosen) {
-    auto *command = app.add_subcommand("device", "Say what the library knows of this device");
-    command->footer("Example:\n  wickerlane device --json");
+void addDevice(Command app, Action &chosen) {
+    const auto command = app.addSubcommand("device", "Say what the library knows of this device");
+    command.footer("Example:\n  wickerlane device --json");
     auto json = std::make_shared<bool>(false);
-    command->add_flag("--json", *json, "Write JSON");
-    command->callback([json, &chosen] { chosen = [json] { return showDevice(*json); }; });
+    command.addFlag("--json", *json, "Write JSON");
+    command.callback([json, &chosen] { chosen = [json] { return showDevice(*json); }; });
 }
 
 } // namespace wickerlane::cli

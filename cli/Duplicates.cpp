@@ -113,33 +113,34 @@ ExitCode duplicates(const Options &options) {
 
 } // namespace
 
-void addDuplicates(CLI::App &app, Action &chosen) {
-    auto *command = app.add_subcommand("duplicates", "List photos and videos that are there more than once");
-    command->footer("Likeness:\n"
-                    "  same     the same picture, byte for byte, encoded anew or resized\n"
-                    "  similar  another picture of the same, taken within a minute\n\n"
-                    "Examples:\n"
-                    "  wickerlane duplicates --update --likeness same\n"
-                    "  wickerlane duplicates --not UUID --not UUID");
+void addDuplicates(Command app, Action &chosen) {
+    const auto command =
+        app.addSubcommand("duplicates", "List photos and videos that are there more than once");
+    command.footer("Likeness:\n"
+                   "  same     the same picture, byte for byte, encoded anew or resized\n"
+                   "  similar  another picture of the same, taken within a minute\n\n"
+                   "Examples:\n"
+                   "  wickerlane duplicates --update --likeness same\n"
+                   "  wickerlane duplicates --not UUID --not UUID");
     auto options = std::make_shared<Options>();
-    auto *update = command->add_flag("--update", options->update, "Look at new photos first");
-    command->add_flag("--reset", options->reset, "Forget what was found, and look at all photos anew")
-        ->excludes(update);
-    command->add_option("--likeness", options->likeness, "Only such groups: same, similar")
-        ->check(CLI::IsMember({"same", "similar"}))
-        ->type_name("LIKENESS");
+    const auto update = command.addFlag("--update", options->update, "Look at new photos first");
+    command.addFlag("--reset", options->reset, "Forget what was found, and look at all photos anew")
+        .excludes(update);
+    command.addOption("--likeness", options->likeness, "Only such groups: same, similar")
+        .oneOf({"same", "similar"})
+        .typeName("LIKENESS");
     command
-        ->add_option("--not", options->apart,
-                     "Remember that these assets, two or more, are no duplicates of each other")
-        ->expected(2, 1000)
-        ->type_name("ASSET...");
+        .addOption("--not", options->apart,
+                   "Remember that these assets, two or more, are no duplicates of each other")
+        .expected(2, 1000)
+        .typeName("ASSET...");
     command
-        ->add_option("--maybe", options->together,
-                     "Take that back: these assets may be duplicates of each other")
-        ->expected(2, 1000)
-        ->type_name("ASSET...");
-    command->add_flag("--json", options->json, "Write JSON");
-    command->callback([options, &chosen] { chosen = [options] { return duplicates(*options); }; });
+        .addOption("--maybe", options->together,
+                   "Take that back: these assets may be duplicates of each other")
+        .expected(2, 1000)
+        .typeName("ASSET...");
+    command.addFlag("--json", options->json, "Write JSON");
+    command.callback([options, &chosen] { chosen = [options] { return duplicates(*options); }; });
 }
 
 } // namespace wickerlane::cli

@@ -98,23 +98,23 @@ ExitCode exportAll(const Options &options) {
 
 } // namespace
 
-void addExport(CLI::App &app, Action &chosen) {
-    auto *command = app.add_subcommand("export", "Take originals out of the library, byte for byte");
-    command->footer("Examples:\n"
-                    "  wickerlane export 7F3D0A52-6C1B-4E0E-9D43-2B1C7A5E8F10 --to beach.jpg\n"
-                    "  wickerlane export --all --to ~/backup");
+void addExport(Command app, Action &chosen) {
+    const auto command = app.addSubcommand("export", "Take originals out of the library, byte for byte");
+    command.footer("Examples:\n"
+                   "  wickerlane export 7F3D0A52-6C1B-4E0E-9D43-2B1C7A5E8F10 --to beach.jpg\n"
+                   "  wickerlane export --all --to ~/backup");
     auto options = std::make_shared<Options>();
-    auto *assets = command->add_option("ASSET", options->assets, "UUIDs, URLs or object IDs of assets");
-    command->add_flag("--all", options->all, "Take everything")->excludes(assets);
+    const auto assets = command.addOption("ASSET", options->assets, "UUIDs, URLs or object IDs of assets");
+    command.addFlag("--all", options->all, "Take everything").excludes(assets);
     command
-        ->add_option("-o,--to", options->to,
-                     "File to write, or folder to write into (default: the working folder)")
-        ->type_name("PATH");
-    command->add_flag("--force", options->force, "Replace files that exist");
-    command->add_flag("-q,--quiet", options->quiet, "Say nothing unless something is wrong");
-    command->callback([options, &chosen] {
+        .addOption("-o,--to", options->to,
+                   "File to write, or folder to write into (default: the working folder)")
+        .typeName("PATH");
+    command.addFlag("--force", options->force, "Replace files that exist");
+    command.addFlag("-q,--quiet", options->quiet, "Say nothing unless something is wrong");
+    command.callback([options, &chosen] {
         if (!options->all && options->assets.empty())
-            throw CLI::RequiredError("ASSET or --all");
+            failMissing("ASSET or --all");
         chosen = [options] { return exportAll(*options); };
     });
 }

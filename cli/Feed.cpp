@@ -53,17 +53,17 @@ ExitCode feed(bool update, bool json) {
 
 } // namespace
 
-void addFeed(CLI::App &app, Action &chosen) {
-    auto *command = app.add_subcommand("feed", "List what came into the shared albums, the newest first");
-    command->footer("Example:\n  wickerlane feed --update --json");
+void addFeed(Command app, Action &chosen) {
+    const auto command = app.addSubcommand("feed", "List what came into the shared albums, the newest first");
+    command.footer("Example:\n  wickerlane feed --update --json");
     struct Options {
         bool update = false;
         bool json = false;
     };
     auto options = std::make_shared<Options>();
-    command->add_flag("--update", options->update, "Make the feed anew first");
-    command->add_flag("--json", options->json, "Write JSON");
-    command->callback(
+    command.addFlag("--update", options->update, "Make the feed anew first");
+    command.addFlag("--json", options->json, "Write JSON");
+    command.callback(
         [options, &chosen] { chosen = [options] { return feed(options->update, options->json); }; });
 }
 

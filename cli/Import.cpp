@@ -261,9 +261,9 @@ ExitCode import(const Options &options) {
 
 } // namespace
 
-void addImport(CLI::App &app, Action &chosen) {
-    auto *command = app.add_subcommand("import", "Save photos into the library");
-    command->footer(
+void addImport(Command app, Action &chosen) {
+    const auto command = app.addSubcommand("import", "Save photos into the library");
+    command.footer(
         "Folders are searched with all folders inside them, hidden files left out. A file whose contents\n"
         "the library has already is not saved a second time. Ctrl-C ends the work after what is under way;\n"
         "what was saved stays saved.\n\n"
@@ -271,11 +271,11 @@ void addImport(CLI::App &app, Action &chosen) {
         "  wickerlane import ~/Pictures\n"
         "  wickerlane import beach.jpg dunes.jpg --json");
     auto options = std::make_shared<Options>();
-    command->add_option("PATH", options->paths, "Files and folders")->required();
-    command->add_flag("--again", options->again, "Save files once more whose contents the library has");
-    command->add_flag("--json", options->json, "Write JSON: what was saved, what was refused and why");
-    command->add_flag("-q,--quiet", options->quiet, "Show no progress");
-    command->callback([options, &chosen] { chosen = [options] { return import(*options); }; });
+    command.addOption("PATH", options->paths, "Files and folders").required();
+    command.addFlag("--again", options->again, "Save files once more whose contents the library has");
+    command.addFlag("--json", options->json, "Write JSON: what was saved, what was refused and why");
+    command.addFlag("-q,--quiet", options->quiet, "Show no progress");
+    command.callback([options, &chosen] { chosen = [options] { return import(*options); }; });
 }
 
 } // namespace wickerlane::cli

@@ -56,26 +56,26 @@ ExitCode list(Options options) {
 
 } // namespace
 
-void addList(CLI::App &app, Action &chosen) {
-    auto *command = app.add_subcommand("list", "List what the library holds, by date of creation");
-    command->footer("Examples:\n"
-                    "  wickerlane list --sort newest --limit 20\n"
-                    "  wickerlane list --kind photo --json | jq -r '.[].uuid'");
+void addList(Command app, Action &chosen) {
+    const auto command = app.addSubcommand("list", "List what the library holds, by date of creation");
+    command.footer("Examples:\n"
+                   "  wickerlane list --sort newest --limit 20\n"
+                   "  wickerlane list --kind photo --json | jq -r '.[].uuid'");
     auto options = std::make_shared<Options>();
-    command->add_option("--limit", options->query.limit, "List at most so many")
-        ->check(CLI::NonNegativeNumber)
-        ->type_name("COUNT");
-    command->add_option("--offset", options->query.offset, "Leave out so many of the first")
-        ->check(CLI::NonNegativeNumber)
-        ->type_name("COUNT");
-    command->add_option("--kind", options->kind, "Only those of a kind: photo, video")
-        ->check(CLI::IsMember({"photo", "video"}))
-        ->type_name("KIND");
-    command->add_option("--sort", options->sort, "Which come first: oldest (the default), newest")
-        ->check(CLI::IsMember({"oldest", "newest"}))
-        ->type_name("ORDER");
-    command->add_flag("--json", options->json, "Write JSON");
-    command->callback([options, &chosen] { chosen = [options] { return list(*options); }; });
+    command.addOption("--limit", options->query.limit, "List at most so many")
+        .notNegative()
+        .typeName("COUNT");
+    command.addOption("--offset", options->query.offset, "Leave out so many of the first")
+        .notNegative()
+        .typeName("COUNT");
+    command.addOption("--kind", options->kind, "Only those of a kind: photo, video")
+        .oneOf({"photo", "video"})
+        .typeName("KIND");
+    command.addOption("--sort", options->sort, "Which come first: oldest (the default), newest")
+        .oneOf({"oldest", "newest"})
+        .typeName("ORDER");
+    command.addFlag("--json", options->json, "Write JSON");
+    command.callback([options, &chosen] { chosen = [options] { return list(*options); }; });
 }
 
 } // namespace wickerlane::cli

@@ -1,4 +1,6 @@
 // The command `wickerlane`: a photo library from the shell.
+#include <CLI/CLI.hpp>
+
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -55,39 +57,40 @@ int run(int argc, char **argv) {
         ->type_name("FOLDER");
 
     Action chosen;
-    addImport(app, chosen);
-    addCount(app, chosen);
-    addWatch(app, chosen);
-    addList(app, chosen);
-    addShow(app, chosen);
-    addResolve(app, chosen);
-    addExport(app, chosen);
-    addThumbnail(app, chosen);
-    addVideoInfo(app, chosen);
-    addEstimate(app, chosen);
-    addPreview(app, chosen);
-    addAlbum(app, chosen);
-    addDelete(app, chosen);
-    addChanges(app, chosen);
-    addSizes(app, chosen);
-    addBulletins(app, chosen);
-    addStream(app, chosen);
-    addPurge(app, chosen);
-    addPerson(app, chosen);
-    addRestore(app, chosen);
-    addCheck(app, chosen);
-    addConsent(app, chosen);
-    addEntitlement(app, chosen);
-    addText(app, chosen);
-    addDescribe(app, chosen);
-    addMoments(app, chosen);
-    addDuplicates(app, chosen);
-    addFeed(app, chosen);
-    addRebuildThumbnails(app, chosen);
-    addDaemon(app, chosen);
-    addUUID(app, chosen);
-    addProcess(app, chosen);
-    addDevice(app, chosen);
+    const Command command(&app);
+    addImport(command, chosen);
+    addCount(command, chosen);
+    addWatch(command, chosen);
+    addList(command, chosen);
+    addShow(command, chosen);
+    addResolve(command, chosen);
+    addExport(command, chosen);
+    addThumbnail(command, chosen);
+    addVideoInfo(command, chosen);
+    addEstimate(command, chosen);
+    addPreview(command, chosen);
+    addAlbum(command, chosen);
+    addDelete(command, chosen);
+    addChanges(command, chosen);
+    addSizes(command, chosen);
+    addBulletins(command, chosen);
+    addStream(command, chosen);
+    addPurge(command, chosen);
+    addPerson(command, chosen);
+    addRestore(command, chosen);
+    addCheck(command, chosen);
+    addConsent(command, chosen);
+    addEntitlement(command, chosen);
+    addText(command, chosen);
+    addDescribe(command, chosen);
+    addMoments(command, chosen);
+    addDuplicates(command, chosen);
+    addFeed(command, chosen);
+    addRebuildThumbnails(command, chosen);
+    addDaemon(command, chosen);
+    addUUID(command, chosen);
+    addProcess(command, chosen);
+    addDevice(command, chosen);
 
     try {
         app.parse(argc, argv);

@@ -125,19 +125,18 @@ ExitCode moments(const Options &options) {
 
 } // namespace
 
-void addMoments(CLI::App &app, Action &chosen) {
-    auto *command = app.add_subcommand("moments", "List moments: what was taken at one time and place");
-    command->footer("Examples:\n"
-                    "  wickerlane moments --update\n"
-                    "  wickerlane moments --lists\n"
-                    "  wickerlane moments --json | jq -r '.[-1].uuids[]'");
+void addMoments(Command app, Action &chosen) {
+    const auto command = app.addSubcommand("moments", "List moments: what was taken at one time and place");
+    command.footer("Examples:\n"
+                   "  wickerlane moments --update\n"
+                   "  wickerlane moments --lists\n"
+                   "  wickerlane moments --json | jq -r '.[-1].uuids[]'");
     auto options = std::make_shared<Options>();
-    command->add_flag("--lists", options->lists,
-                      "List what moments are gathered in: journeys, times at home");
-    auto *update = command->add_flag("--update", options->update, "Bring the moments up to date first");
-    command->add_flag("--rebuild", options->rebuild, "Make all moments anew first")->excludes(update);
-    command->add_flag("--json", options->json, "Write JSON");
-    command->callback([options, &chosen] { chosen = [options] { return moments(*options); }; });
+    command.addFlag("--lists", options->lists, "List what moments are gathered in: journeys, times at home");
+    const auto update = command.addFlag("--update", options->update, "Bring the moments up to date first");
+    command.addFlag("--rebuild", options->rebuild, "Make all moments anew first").excludes(update);
+    command.addFlag("--json", options->json, "Write JSON");
+    command.callback([options, &chosen] { chosen = [options] { return moments(*options); }; });
 }
 
 } // namespace wickerlane::cli

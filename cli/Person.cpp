@@ -53,15 +53,16 @@ ExitCode person(const Options &options) {
 
 } // namespace
 
-void addPerson(CLI::App &app, Action &chosen) {
-    auto *command = app.add_subcommand("person", "Show or note what is known of a person");
-    command->footer("Example:\n  wickerlane person p-17 name=Ada city=London");
+void addPerson(Command app, Action &chosen) {
+    const auto command = app.addSubcommand("person", "Show or note what is known of a person");
+    command.footer("Example:\n  wickerlane person p-17 name=Ada city=London");
     auto options = std::make_shared<Options>();
-    command->add_option("PERSON", options->person, "The person's ID")->required();
-    auto *entries = command->add_option("ENTRY", options->entries, "KEY=VALUE, in place of what was known");
-    command->add_flag("--clear", options->clear, "Forget what is known")->excludes(entries);
-    command->add_flag("--json", options->json, "Write JSON");
-    command->callback([options, &chosen] { chosen = [options] { return person(*options); }; });
+    command.addOption("PERSON", options->person, "The person's ID").required();
+    const auto entries =
+        command.addOption("ENTRY", options->entries, "KEY=VALUE, in place of what was known");
+    command.addFlag("--clear", options->clear, "Forget what is known").excludes(entries);
+    command.addFlag("--json", options->json, "Write JSON");
+    command.callback([options, &chosen] { chosen = [options] { return person(*options); }; });
 }
 
 } // namespace wickerlane::cli

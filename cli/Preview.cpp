@@ -49,19 +49,19 @@ ExitCode preview(const std::string &name, const std::string &picture) {
 
 } // namespace
 
-void addPreview(CLI::App &app, Action &chosen) {
-    auto *command = app.add_subcommand("preview", "Give an asset an edited rendition");
-    command->footer("The original stays as it is; the library shows the edited picture instead.\n\n"
-                    "Example:\n"
-                    "  wickerlane preview 7F3D0A52-6C1B-4E0E-9D43-2B1C7A5E8F10 beach-brighter.jpg");
+void addPreview(Command app, Action &chosen) {
+    const auto command = app.addSubcommand("preview", "Give an asset an edited rendition");
+    command.footer("The original stays as it is; the library shows the edited picture instead.\n\n"
+                   "Example:\n"
+                   "  wickerlane preview 7F3D0A52-6C1B-4E0E-9D43-2B1C7A5E8F10 beach-brighter.jpg");
     struct Options {
         std::string asset;
         std::string picture;
     };
     auto options = std::make_shared<Options>();
-    command->add_option("ASSET", options->asset, "UUID, URL or object ID of the asset")->required();
-    command->add_option("PICTURE", options->picture, "The edited picture")->required();
-    command->callback(
+    command.addOption("ASSET", options->asset, "UUID, URL or object ID of the asset").required();
+    command.addOption("PICTURE", options->picture, "The edited picture").required();
+    command.callback(
         [options, &chosen] { chosen = [options] { return preview(options->asset, options->picture); }; });
 }
 

@@ -21,17 +21,17 @@ ExitCode findProcess(const std::string &name, bool json) {
 
 } // namespace
 
-void addProcess(CLI::App &app, Action &chosen) {
-    auto *command = app.add_subcommand("process", "Find a process by its command name");
-    command->footer("Only the first 16 characters of a name count.\n\nExample:\n  wickerlane process hoardd");
+void addProcess(Command app, Action &chosen) {
+    const auto command = app.addSubcommand("process", "Find a process by its command name");
+    command.footer("Only the first 16 characters of a name count.\n\nExample:\n  wickerlane process hoardd");
     struct Options {
         std::string name;
         bool json = false;
     };
     auto options = std::make_shared<Options>();
-    command->add_option("NAME", options->name, "Command name of the process")->required();
-    command->add_flag("--json", options->json, "Write JSON");
-    command->callback(
+    command.addOption("NAME", options->name, "Command name of the process").required();
+    command.addFlag("--json", options->json, "Write JSON");
+    command.callback(
         [options, &chosen] { chosen = [options] { return findProcess(options->name, options->json); }; });
 }
 

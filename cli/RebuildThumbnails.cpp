@@ -18,11 +18,11 @@ ExitCode rebuildThumbnails() {
 
 } // namespace
 
-void addRebuildThumbnails(CLI::App &app, Action &chosen) {
-    auto *command = app.add_subcommand("rebuild-thumbnails", "Make the thumbnails of all assets anew");
-    command->footer("To make only those that are missing: wickerlane check --repair\n\n"
-                    "Example:\n  wickerlane rebuild-thumbnails");
-    command->callback([&chosen] { chosen = rebuildThumbnails; });
+void addRebuildThumbnails(Command app, Action &chosen) {
+    const auto command = app.addSubcommand("rebuild-thumbnails", "Make the thumbnails of all assets anew");
+    command.footer("To make only those that are missing: wickerlane check --repair\n\n"
+                   "Example:\n  wickerlane rebuild-thumbnails");
+    command.callback([&chosen] { chosen = rebuildThumbnails; });
 }
 
 } // namespace wickerlane::cli

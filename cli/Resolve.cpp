@@ -49,20 +49,19 @@ ExitCode resolve(const std::vector<std::string> &urls, bool json) {
 
 } // namespace
 
-void addResolve(CLI::App &app, Action &chosen) {
-    auto *command = app.add_subcommand(
+void addResolve(Command app, Action &chosen) {
+    const auto command = app.addSubcommand(
         "resolve", "Say where the files are that persistent URLs name: the current ones, edits included");
-    command->footer("Example:\n  wickerlane resolve "
-                    "'rez-vault://asset/asset.JPG?id=7F3D0A52-6C1B-4E0E-9D43-2B1C7A5E8F10&ext=JPG'");
+    command.footer("Example:\n  wickerlane resolve "
+                   "'rez-vault://asset/asset.JPG?id=7F3D0A52-6C1B-4E0E-9D43-2B1C7A5E8F10&ext=JPG'");
     struct Options {
         std::vector<std::string> urls;
         bool json = false;
     };
     auto options = std::make_shared<Options>();
-    command->add_option("URL", options->urls, "Persistent URLs, as show and list --json tell them")
-        ->required();
-    command->add_flag("--json", options->json, "Write JSON");
-    command->callback(
+    command.addOption("URL", options->urls, "Persistent URLs, as show and list --json tell them").required();
+    command.addFlag("--json", options->json, "Write JSON");
+    command.callback(
         [options, &chosen] { chosen = [options] { return resolve(options->urls, options->json); }; });
 }
 

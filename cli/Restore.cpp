@@ -44,20 +44,19 @@ ExitCode runStep(const Handler<void(JXGatekeeperClient *)> &step) {
 
 } // namespace
 
-void addRestore(CLI::App &app, Action &chosen) {
-    auto *command = app.add_subcommand("restore", "Bring a library back whose files were restored");
-    command->require_subcommand(1);
-    command->footer(
-        "When the library's folder was brought back from a copy, with its store or without:\n"
-        "  wickerlane restore update     makes assets of all files, under their own UUIDs\n"
-        "  wickerlane restore finish     makes the albums again\n\n"
-        "`wickerlane restore cleanup` alone also takes in files that were put into DCIM by hand.");
+void addRestore(Command app, Action &chosen) {
+    const auto command = app.addSubcommand("restore", "Bring a library back whose files were restored");
+    command.requireSubcommand();
+    command.footer("When the library's folder was brought back from a copy, with its store or without:\n"
+                   "  wickerlane restore update     makes assets of all files, under their own UUIDs\n"
+                   "  wickerlane restore finish     makes the albums again\n\n"
+                   "`wickerlane restore cleanup` alone also takes in files that were put into DCIM by hand.");
     auto json = std::make_shared<bool>(false);
-    auto *say = command->add_subcommand("status", "Say how far it is");
-    say->add_flag("--json", *json, "Write JSON");
-    say->callback([json, &chosen] { chosen = [json] { return status(*json); }; });
+    const auto say = command.addSubcommand("status", "Say how far it is");
+    say.addFlag("--json", *json, "Write JSON");
+    say.callback([json, &chosen] { chosen = [json] { return status(*json); }; });
     const auto addStep = [&](const char *name, const char *help, Handler<void(JXGatekeeperClient *)> step) {
-        command->add_subcommand(name, help)->callback([step, &chosen] {
+        command.addSubcommand(name, help).callback([step, &chosen] {
             chosen = [step] { return runStep(step); };
         });
     };

@@ -46,17 +46,17 @@ ExitCode show(const std::string &name, bool json) {
 
 } // namespace
 
-void addShow(CLI::App &app, Action &chosen) {
-    auto *command = app.add_subcommand("show", "Show all that the library knows of one asset");
-    command->footer("Example:\n  wickerlane show 7F3D0A52-6C1B-4E0E-9D43-2B1C7A5E8F10 --json");
+void addShow(Command app, Action &chosen) {
+    const auto command = app.addSubcommand("show", "Show all that the library knows of one asset");
+    command.footer("Example:\n  wickerlane show 7F3D0A52-6C1B-4E0E-9D43-2B1C7A5E8F10 --json");
     struct Options {
         std::string asset;
         bool json = false;
     };
     auto options = std::make_shared<Options>();
-    command->add_option("ASSET", options->asset, "UUID, URL or object ID of the asset")->required();
-    command->add_flag("--json", options->json, "Write JSON");
-    command->callback(
+    command.addOption("ASSET", options->asset, "UUID, URL or object ID of the asset").required();
+    command.addFlag("--json", options->json, "Write JSON");
+    command.callback(
         [options, &chosen] { chosen = [options] { return show(options->asset, options->json); }; });
 }
 

@@ -50,11 +50,11 @@ ExitCode sizes(bool json) {
 
 } // namespace
 
-void addSizes(CLI::App &app, Action &chosen) {
-    auto *command = app.add_subcommand("sizes", "Say how much space the library takes, by kind");
+void addSizes(Command app, Action &chosen) {
+    const auto command = app.addSubcommand("sizes", "Say how much space the library takes, by kind");
     auto json = std::make_shared<bool>(false);
-    command->add_flag("--json", *json, "Write JSON, in bytes");
-    command->callback([json, &chosen] { chosen = [json] { return sizes(*json); }; });
+    command.addFlag("--json", *json, "Write JSON, in bytes");
+    command.callback([json, &chosen] { chosen = [json] { return sizes(*json); }; });
 }
 
 } // namespace wickerlane::cli

@@ -67,23 +67,23 @@ ExitCode text(const Options &options) {
 
 } // namespace
 
-void addText(CLI::App &app, Action &chosen) {
-    auto *command = app.add_subcommand("text", "Show a text of the library in a language");
-    command->footer("Example:\n  wickerlane text SELECT_PHOTOS --language pt-BR");
+void addText(Command app, Action &chosen) {
+    const auto command = app.addSubcommand("text", "Show a text of the library in a language");
+    command.footer("Example:\n  wickerlane text SELECT_PHOTOS --language pt-BR");
     auto options = std::make_shared<Options>();
     options->bundle = "Pixhold";
-    command->add_option("KEY", options->key, "Key of the text")->required();
+    command.addOption("KEY", options->key, "Key of the text").required();
     command
-        ->add_option("-l,--language", options->language,
-                     "Language such as de or zh-Hant-HK (default: that of the environment)")
-        ->type_name("LANGUAGE");
-    command->add_option("-t,--table", options->table, "String table (default: all, in the library's order)")
-        ->type_name("TABLE");
-    command->add_option("-b,--bundle", options->bundle, "Name or path of the bundle")
-        ->type_name("BUNDLE")
-        ->capture_default_str();
-    command->add_flag("--json", options->json, "Write JSON");
-    command->callback([options, &chosen] { chosen = [options] { return text(*options); }; });
+        .addOption("-l,--language", options->language,
+                   "Language such as de or zh-Hant-HK (default: that of the environment)")
+        .typeName("LANGUAGE");
+    command.addOption("-t,--table", options->table, "String table (default: all, in the library's order)")
+        .typeName("TABLE");
+    command.addOption("-b,--bundle", options->bundle, "Name or path of the bundle")
+        .typeName("BUNDLE")
+        .showDefault();
+    command.addFlag("--json", options->json, "Write JSON");
+    command.callback([options, &chosen] { chosen = [options] { return text(*options); }; });
 }
 
 } // namespace wickerlane::cli

@@ -72,10 +72,10 @@ ExitCode thumbnail(const Options &options) {
 
 } // namespace
 
-void addThumbnail(CLI::App &app, Action &chosen) {
-    auto *command =
-        app.add_subcommand("thumbnail", "Write an asset's picture in one of the library's formats");
-    command->footer(
+void addThumbnail(Command app, Action &chosen) {
+    const auto command =
+        app.addSubcommand("thumbnail", "Write an asset's picture in one of the library's formats");
+    command.footer(
         "Formats:\n"
         "  small     JPEG, upright, at most 256 pixels a side\n"
         "  preview   JPEG, upright, at most 1024 pixels a side (the default)\n"
@@ -85,14 +85,14 @@ void addThumbnail(CLI::App &app, Action &chosen) {
         "Example:\n"
         "  wickerlane thumbnail 7F3D0A52-6C1B-4E0E-9D43-2B1C7A5E8F10 --format small --to beach.jpg");
     auto options = std::make_shared<Options>();
-    command->add_option("ASSET", options->asset, "UUID, URL or object ID of the asset")->required();
-    command->add_option("-f,--format", options->format, "Which picture, see below")
-        ->check(CLI::IsMember(formatNames()))
-        ->type_name("FORMAT");
-    command->add_option("-o,--to", options->to, "File to write (default: named after the asset)")
-        ->type_name("FILE");
-    command->add_flag("--force", options->force, "Replace a file that exists");
-    command->callback([options, &chosen] { chosen = [options] { return thumbnail(*options); }; });
+    command.addOption("ASSET", options->asset, "UUID, URL or object ID of the asset").required();
+    command.addOption("-f,--format", options->format, "Which picture, see below")
+        .oneOf(formatNames())
+        .typeName("FORMAT");
+    command.addOption("-o,--to", options->to, "File to write (default: named after the asset)")
+        .typeName("FILE");
+    command.addFlag("--force", options->force, "Replace a file that exists");
+    command.callback([options, &chosen] { chosen = [options] { return thumbnail(*options); }; });
 }
 
 } // namespace wickerlane::cli

@@ -45,18 +45,18 @@ ExitCode writeUUIDs(const Options &options) {
 
 } // namespace
 
-void addUUID(CLI::App &app, Action &chosen) {
-    auto *command = app.add_subcommand("uuid", "Make UUIDs, or write them in the library's form");
-    command->footer("Examples:\n  wickerlane uuid --count 3\n"
-                    "  wickerlane uuid 7f3d0a52-6c1b-4e0e-9d43-2b1c7a5e8f10");
+void addUUID(Command app, Action &chosen) {
+    const auto command = app.addSubcommand("uuid", "Make UUIDs, or write them in the library's form");
+    command.footer("Examples:\n  wickerlane uuid --count 3\n"
+                   "  wickerlane uuid 7f3d0a52-6c1b-4e0e-9d43-2b1c7a5e8f10");
     auto options = std::make_shared<Options>();
-    auto *texts = command->add_option("TEXT", options->texts, "UUIDs to write as the library does");
-    command->add_option("--count", options->count, "How many to make (default: 1)")
-        ->type_name("COUNT")
-        ->check(CLI::Range(1U, 1'000'000U))
-        ->excludes(texts);
-    command->add_flag("--json", options->json, "Write JSON");
-    command->callback([options, &chosen] { chosen = [options] { return writeUUIDs(*options); }; });
+    const auto texts = command.addOption("TEXT", options->texts, "UUIDs to write as the library does");
+    command.addOption("--count", options->count, "How many to make (default: 1)")
+        .typeName("COUNT")
+        .between(1, 1'000'000)
+        .excludes(texts);
+    command.addFlag("--json", options->json, "Write JSON");
+    command.callback([options, &chosen] { chosen = [options] { return writeUUIDs(*options); }; });
 }
 
 } // namespace wickerlane::cli

@@ -94,22 +94,22 @@ ExitCode estimate(const EstimateOptions &options) {
 
 } // namespace
 
-void addVideoInfo(CLI::App &app, Action &chosen) {
-    auto *command = app.add_subcommand("video-info", "Show what a video file says of itself");
-    command->footer("Example:\n  wickerlane video-info beach.mp4 --json");
+void addVideoInfo(Command app, Action &chosen) {
+    const auto command = app.addSubcommand("video-info", "Show what a video file says of itself");
+    command.footer("Example:\n  wickerlane video-info beach.mp4 --json");
     struct Options {
         std::string path;
         bool json = false;
     };
     auto options = std::make_shared<Options>();
-    command->add_option("FILE", options->path, "The video")->required();
-    command->add_flag("--json", options->json, "Write JSON");
-    command->callback(
+    command.addOption("FILE", options->path, "The video").required();
+    command.addFlag("--json", options->json, "Write JSON");
+    command.callback(
         [options, &chosen] { chosen = [options] { return videoInfo(options->path, options->json); }; });
 }
 
-void addEstimate(CLI::App &app, Action &chosen) {
-    auto *command = app.add_subcommand("estimate", "Estimate how large an export of a video would be");
+void addEstimate(Command app, Action &chosen) {
+    const auto command = app.addSubcommand("estimate", "Estimate how large an export of a video would be");
     std::string footer = "Presets:\n";
     std::vector<std::string> names;
     for (const protocol::ExportPreset &each : protocol::exportPresets) {
@@ -119,22 +119,18 @@ void addEstimate(CLI::App &app, Action &chosen) {
                       : fmt::format("  {:<12} at most {} pixels a side, {:.1f} Mbit/s\n", each.name,
                                     each.longestSide, static_cast<double>(each.videoBitRate) / 1e6);
     }
-    command->footer(footer + "\nExample:\n  wickerlane estimate beach.mp4 --preset low");
+    command.footer(footer + "\nExample:\n  wickerlane estimate beach.mp4 --preset low");
     auto options = std::make_shared<EstimateOptions>();
-    command->add_option("VIDEO", options->video, "A file, or the UUID, URL or object ID of an asset")
-        ->required();
-    command->add_option("--preset", options->preset, "How it would be exported, see below")
-        ->check(CLI::IsMember(names))
-        ->capture_default_str()
-        ->type_name("PRESET");
-    command->add_option("--start", options->start, "Export from there on")
-        ->check(CLI::NonNegativeNumber)
-        ->type_name("SECONDS");
-    command->add_option("--duration", options->duration, "Export so much")
-        ->check(CLI::NonNegativeNumber)
-        ->type_name("SECONDS");
-    command->add_flag("--json", options->json, "Write JSON");
-    command->callback([options, &chosen] { chosen = [options] { return estimate(*options); }; });
+    command.addOption("VIDEO", options->video, "A file, or the UUID, URL or object ID of an asset")
+        .required();
+    command.addOption("--preset", options->preset, "How it would be exported, see below")
+        .oneOf(names)
+        .showDefault()
+        .typeName("PRESET");
+    command.addOption("--start", options->start, "Export from there on").notNegative().typeName("SECONDS");
+    command.addOption("--duration", options->duration, "Export so much").notNegative().typeName("SECONDS");
+    command.addFlag("--json", options->json, "Write JSON");
+    command.callback([options, &chosen] { chosen = [options] { return estimate(*options); }; });
 }
 
 } // namespace wickerlane::cli

@@ -1,6 +1,7 @@
 // wickerlane watch
 #include <cstdio>
 #include <nlohmann/json.hpp>
+#include <optional>
 
 #include "cli/Command.h"
 #include "cli/Interrupt.h"
@@ -86,17 +87,17 @@ ExitCode watch(const Options &options) {
 
 } // namespace
 
-void addWatch(CLI::App &app, Action &chosen) {
-    auto *command =
-        app.add_subcommand("watch", "Show the counts of photos and videos, and again whenever they "
-                                    "change, until Ctrl-C");
-    command->footer("Example:\n  wickerlane watch --json");
+void addWatch(Command app, Action &chosen) {
+    const auto command =
+        app.addSubcommand("watch", "Show the counts of photos and videos, and again whenever they "
+                                   "change, until Ctrl-C");
+    command.footer("Example:\n  wickerlane watch --json");
     auto options = std::make_shared<Options>();
-    command->add_option("--changes", options->changes, "End after so many changes")
-        ->check(CLI::PositiveNumber)
-        ->type_name("COUNT");
-    command->add_flag("--json", options->json, "Write JSON, a line each time");
-    command->callback([options, &chosen] { chosen = [options] { return watch(*options); }; });
+    command.addOption("--changes", options->changes, "End after so many changes")
+        .positive()
+        .typeName("COUNT");
+    command.addFlag("--json", options->json, "Write JSON, a line each time");
+    command.callback([options, &chosen] { chosen = [options] { return watch(*options); }; });
 }
 
 } // namespace wickerlane::cli

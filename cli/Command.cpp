@@ -1,0 +1,95 @@
+#include "cli/Command.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cstdint>
+
+namespace wickerlane::cli {
+
+Option Option::required() const {
+    return Option(option->required());
+}
+
+Option Option::typeName(const std::string &name) const {
+    return Option(option->type_name(name));
+}
+
+Option Option::showDefault() const {
+    return Option(option->capture_default_str());
+}
+
+Option Option::excludes(Option other) const {
+    option->excludes(other.option);
+    return *this;
+}
+
+Option Option::oneOf(std::vector<std::string> values) const {
+    return Option(option->check(CLI::IsMember(std::move(values))));
+}
+
+Option Option::notNegative() const {
+    return Option(option->check(CLI::NonNegativeNumber));
+}
+
+Option Option::positive() const {
+    return Option(option->check(CLI::PositiveNumber));
+}
+
+Option Option::between(unsigned least, unsigned most) const {
+    return Option(option->check(CLI::Range(least, most)));
+}
+
+Option Option::check(std::function<std::string(const std::string &value)> problem) const {
+    return Option(option->check(std::move(problem)));
+}
+
+Option Option::expected(int least, int most) const {
+    return Option(option->expected(least, most));
+}
+
+Option Option::asSize() const {
+    return Option(option->transform(CLI::AsSizeValue(true)));
+}
+
+bool Option::isGiven() const {
+    return option->count() > 0;
+}
+
+Command Command::addSubcommand(const std::string &name, const std::string &help) const {
+    return Command(app->add_subcommand(name, help));
+}
+
+void Command::requireSubcommand() const {
+    app->require_subcommand(1);
+}
+
+void Command::footer(const std::string &text) const {
+    app->footer(text);
+}
+
+Option Command::addFlag(const std::string &name, bool &value, const std::string &help) const {
+    return Option(app->add_flag(name, value, help));
+}
+
+template <class Value>
+Option Command::addOption(const std::string &name, Value &value, const std::string &help) const {
+    return Option(app->add_option(name, value, help));
+}
+
+void Command::callback(std::function<void()> called) const {
+    app->callback(std::move(called));
+}
+
+void failMissing(const std::string &what) {
+    throw CLI::RequiredError(what);
+}
+
+template Option Command::addOption(const std::string &, std::string &, const std::string &) const;
+template Option Command::addOption(const std::string &, std::vector<std::string> &,
+                                   const std::string &) const;
+template Option Command::addOption(const std::string &, std::int64_t &, const std::string &) const;
+template Option Command::addOption(const std::string &, std::uint64_t &, const std::string &) const;
+template Option Command::addOption(const std::string &, unsigned &, const std::string &) const;
+template Option Command::addOption(const std::string &, double &, const std::string &) const;
+
+} // namespace wickerlane::cli
