@@ -29,6 +29,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     std::vector<UniqueFd> descriptors;
     descriptors.push_back(memoryFile(data, size));
     Request request;
+    request.kind = RequestKind::probe;
     const Answer facts = handle(request, descriptors);
     if (facts.failure != MediaFailure::none && facts.reason[0] == '\0')
         std::abort(); // a failure says why
@@ -40,6 +41,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     descriptors.push_back(memoryFile(nullptr, 0));
     request.thumbnailCount = 2;
     request.thumbnailSides = {256, 1024};
+    request.kind = RequestKind::examine;
+    const Answer examined = handle(request, descriptors);
+    if (examined.failure == MediaFailure::none &&
+        (examined.width != facts.width || examined.height != facts.height))
+        std::abort(); // both read the same header
+    descriptors[1] = memoryFile(nullptr, 0);
+    descriptors[2] = memoryFile(nullptr, 0);
+    request.kind = RequestKind::probe;
     const Answer thumbnails = handle(request, descriptors);
     if (thumbnails.failure == MediaFailure::none && lseek(descriptors[1].get(), 0, SEEK_END) == 0)
         std::abort(); // a thumbnail that was made is there

@@ -4,13 +4,15 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <array>
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <optional>
 #include <set>
 
 #include "hoardd/FileCopy.h"
+#include "hoardd/NewThumbnails.h"
 #include "hoardd/Sha256.h"
 #include "wickerlane/log/JXLog.h"
 #include "wickerlane/platform/file/Files.h"
@@ -37,10 +39,6 @@ std::string parentOf(const std::string &path) {
     return path.substr(0, path.rfind('/'));
 }
 
-std::string stagedThumbnail(const std::string &folder, ThumbnailSize size) {
-    return folder + "/thumbnail-" + std::to_string(store::longestSideOf(size));
-}
-
 /// Makes a folder in one that exists, so that it survives a crash. False, with errno, on failure.
 bool makeFolderIn(const std::string &path) {
     if (::mkdir(path.c_str(), 0700) == 0)
@@ -64,6 +62,12 @@ void takeFacts(const PictureFacts &facts, AssetRecord &record, std::optional<dou
                    Date::secondsFrom1970To2001;
 }
 
+/// Notes why a picture can't be decoded: then its size is not known either.
+void noteProblem(AssetRecord &record, const std::string &reason) {
+    record.problem = reason;
+    record.width = record.height = 0;
+}
+
 } // namespace
 
 struct AssetSaver::Staged {
@@ -72,6 +76,8 @@ struct AssetSaver::Staged {
     std::string takenFrom;   ///< The file in the Incoming folder that goes once the asset is saved; or empty.
     bool isReserved = false; ///< The UUID came with the job, and is set aside for it.
     bool noData = false;
+    bool isDue = false; ///< Thumbnails are to be made of the picture itself.
+    std::optional<NewThumbnails> preview;
     bool unlessPresent = false;
     std::optional<AssetRecord> present; ///< The asset that has the same bytes, and is not to be saved again.
     std::string problem;
@@ -89,6 +95,12 @@ struct AssetSaver::ReleasedReservations {
 };
 
 std::vector<SaveResult> AssetSaver::save(std::span<const SaveJob> jobs) {
+    std::vector<SaveResult> results = begin(jobs);
+    finish(results);
+    return results;
+}
+
+std::vector<SaveResult> AssetSaver::begin(std::span<const SaveJob> jobs) {
     std::vector<Staged> all(jobs.size());
     const ReleasedReservations released{locks, all};
     std::vector<Staged *> group;
@@ -113,7 +125,7 @@ std::vector<SaveResult> AssetSaver::save(std::span<const SaveJob> jobs) {
     std::vector<Store::Addition> additions;
     additions.reserve(group.size());
     for (const Staged *each : group)
-        additions.push_back({each->record, each->unlessPresent, false});
+        additions.push_back({each->record, each->unlessPresent, false, each->isDue});
     problem = additions.empty() ? std::string() : store.add(additions);
     for (std::size_t i = 0; i < group.size(); ++i) {
         Staged &each = *group[i];
@@ -147,10 +159,13 @@ SaveResult AssetSaver::resultOf(Staged &&staged) const {
     // What was found may be all that is left of an asset whose original is missing.
     if (!result.wasPresent || ::access(paths.original(*staged.present).c_str(), F_OK) == 0)
         ::unlink(staged.takenFrom.c_str());
-    result.asset =
-        ManagedAsset::create(result.wasPresent ? *std::move(staged.present) : std::move(staged.record),
-                             paths.folder(), reader.storeUUID());
+    result.isDue = !result.wasPresent && staged.isDue;
+    result.asset = assetOf(result.wasPresent ? *std::move(staged.present) : std::move(staged.record));
     return result;
+}
+
+Ref<ManagedAsset> AssetSaver::assetOf(AssetRecord record) const {
+    return ManagedAsset::create(std::move(record), paths.folder(), reader.storeUUID());
 }
 
 std::string AssetSaver::stage(const SaveJob &job, Staged &staged) {
@@ -234,61 +249,130 @@ std::string AssetSaver::encodeSurface(const ImageSurface &surface, ImageFormat f
 
 std::string AssetSaver::examine(const SaveJob &job, const SaveOrder &order, Staged &staged, int original) {
     AssetRecord &record = staged.record;
-    ProbeResult probed;
-    std::string problem = makeThumbnails(original, staged, probed);
+    NewThumbnails &preview = staged.preview.emplace(paths, record.uuid);
+    std::string problem = preview.open();
     if (!problem.empty())
         return problem;
+    // What the caller shows of it serves better than what the file carries.
+    const bool isShown = job.preview && makeThumbnails(*job.preview, staged, preview.targets());
+    const ExamineResult seen =
+        media.examine(original, job.preview ? std::span<const ThumbnailTarget>() : preview.targets());
     std::optional<double> captured;
-    takeFacts(probed.facts, record, captured);
-    if (!probed.succeeded()) {
-        record.problem = probed.reason;
-        record.width = record.height = 0;
-        if (job.preview)
-            problem = thumbnailsFromPreview(*job.preview, staged);
-    } else {
+    takeFacts(seen.facts, record, captured);
+    staged.isDue = seen.succeeded();
+    if (!seen.succeeded())
+        noteProblem(record, seen.reason);
+    if (seen.facts.format == ImageFormat::raw)
+        record.format = imageFormatMediaType(ImageFormat::raw); // its first bytes may have said otherwise
+    if (isShown || seen.hasPreview)
         record.thumbnailIndex = 1;
-    }
+    else
+        staged.preview.reset();
     record.dateAdded = Date::createNow()->referenceSeconds();
     if (!captured)
         captured = order.modified;
     record.dateCreated = order.creationDate ? *order.creationDate : captured.value_or(record.dateAdded);
-    return problem;
+    return {};
 }
 
-std::string AssetSaver::makeThumbnails(int picture, const Staged &staged, ProbeResult &probed) {
-    std::array<UniqueFd, std::size(thumbnailSizes)> outputs;
-    std::array<ThumbnailTarget, std::size(thumbnailSizes)> targets;
-    for (std::size_t i = 0; i < outputs.size(); ++i) {
-        const std::string path = stagedThumbnail(staged.folder, thumbnailSizes[i]);
-        outputs[i] = openFile(path, O_WRONLY | O_CREAT | O_TRUNC);
-        if (!outputs[i])
-            return failing("make " + path);
-        targets[i] = {store::longestSideOf(thumbnailSizes[i]), outputs[i].get()};
-    }
-    probed = media.probe(picture, targets);
-    for (std::size_t i = 0; i < outputs.size(); ++i) {
-        const std::string path = stagedThumbnail(staged.folder, thumbnailSizes[i]);
-        if (!probed.succeeded())
-            ::unlink(path.c_str());
-        else if (::fsync(outputs[i].get()) != 0)
-            return failing("write " + path);
-    }
-    return probed.failure == MediaFailure::outputFailed ? "can't write thumbnails: " + probed.reason
-                                                        : std::string();
+/// Makes thumbnails of a surface; whether it did.
+bool AssetSaver::makeThumbnails(const ImageSurface &picture, const Staged &staged,
+                                std::span<const ThumbnailTarget> targets) {
+    const UniqueFd encoded = openFile(staged.folder + "/preview", O_RDWR | O_CREAT | O_EXCL);
+    return encoded && encodeSurface(picture, ImageFormat::png, encoded.get()).empty() &&
+           media.probe(encoded.get(), targets).succeeded();
 }
 
-std::string AssetSaver::thumbnailsFromPreview(const ImageSurface &preview, Staged &staged) {
-    const std::string path = staged.folder + "/preview";
-    const UniqueFd picture = openFile(path, O_RDWR | O_CREAT | O_EXCL);
+/// What became of the thumbnails of one asset.
+struct AssetSaver::Finished {
+    bool isDone = false; ///< This has settled it: they are there, or can't be.
+    std::string problem; ///< Why the picture can't be decoded.
+    std::string lack;    ///< Why they are still due.
+};
+
+void AssetSaver::finish(std::span<SaveResult> results) {
+    std::vector<std::pair<SaveResult *, Finished>> group;
+    for (SaveResult &each : results)
+        if (each.isDue) {
+            ReleaseScope scope;
+            group.emplace_back(&each, makeDueThumbnails(each.asset->record()));
+            each.lack = group.back().second.lack;
+        }
+    std::erase_if(group, [](const auto &each) { return !each.second.isDone; });
+    if (group.empty())
+        return;
+    const std::string failure = store.change([&](sqlite::Database &database) {
+        auto made = database.prepare(
+            "UPDATE zgenericasset SET thumbnailindex = thumbnailindex + 1, "
+            "previewpurged = 0 WHERE pk IN (SELECT asset FROM zduethumbnail WHERE asset = ?)");
+        auto failed = database.prepare("UPDATE zgenericasset SET problem = ?, width = 0, height = 0 "
+                                       "WHERE pk IN (SELECT asset FROM zduethumbnail WHERE asset = ?)");
+        auto done = database.prepare("DELETE FROM zduethumbnail WHERE asset = ?");
+        return std::ranges::all_of(group, [&](const auto &each) {
+            const std::int64_t asset = each.first->asset->record().primaryKey;
+            const bool isDecoded = each.second.problem.empty();
+            return (isDecoded ? made.bind(asset).run() : failed.bind(each.second.problem, asset).run()) &&
+                   done.bind(asset).run();
+        });
+    });
+    for (auto &[result, finished] : group) {
+        result->isDue = false;
+        result->lack = failure;
+        AssetRecord record = result->asset->record();
+        if (!finished.problem.empty())
+            noteProblem(record, finished.problem);
+        else
+            ++record.thumbnailIndex;
+        result->asset = assetOf(std::move(record));
+    }
+}
+
+AssetSaver::Finished AssetSaver::makeDueThumbnails(const AssetRecord &asset) {
+    const std::string rendition = store.renditionOf(asset.uuid);
+    const std::string path =
+        rendition.empty() ? paths.original(asset) : paths.renditionFolder(asset.uuid) + '/' + rendition;
+    const UniqueFd picture = openFile(path, O_RDONLY);
     if (!picture)
-        return failing("make " + path);
-    ProbeResult probed;
-    if (!encodeSurface(preview, ImageFormat::png, picture.get()).empty())
-        return {}; // the asset is saved without thumbnails
-    std::string problem = makeThumbnails(picture.get(), staged, probed);
-    if (problem.empty() && probed.succeeded())
-        staged.record.thumbnailIndex = 1;
-    return problem;
+        return {false, {}, failing("open " + path)};
+    NewThumbnails thumbnails(paths, asset.uuid);
+    if (std::string problem = thumbnails.open(); !problem.empty())
+        return {false, {}, std::move(problem)};
+    const ProbeResult probed = media.probe(picture.get(), thumbnails.targets());
+    if (probed.failure == MediaFailure::outputFailed)
+        return {false, {}, "can't write thumbnails: " + probed.reason};
+    if (!probed.succeeded())
+        return {true, probed.reason, {}};
+    // Meanwhile the asset may have gone, or others may have made its thumbnails of a newer picture.
+    const std::lock_guard guard(locks.of(asset.uuid));
+    if (!store.isDue(asset.primaryKey))
+        return {};
+    std::string problem = thumbnails.publish();
+    return {problem.empty(), {}, problem};
+}
+
+void AssetSaver::finishDue(const Handler<bool()> &isEnding) {
+    constexpr std::size_t perCommit = 16;
+    std::size_t made = 0;
+    for (std::int64_t last = 0; !isEnding();) {
+        ReleaseScope scope;
+        const auto due = store.due(last, perCommit);
+        if (!due || due->empty())
+            break;
+        last = due->back().primaryKey;
+        std::vector<SaveResult> results;
+        for (const AssetRecord &each : *due)
+            results.push_back({assetOf(each), false, false, true, {}, {}});
+        finish(results);
+        for (const SaveResult &each : results)
+            if (each.lack.empty())
+                ++made;
+            else // they stay due
+                JX_LOG(JXLogLevelError, JXThumbnailsLog, "can't make the thumbnails of %@: %s",
+                       each.asset->uuid(), each.lack.c_str());
+    }
+    if (made > 0)
+        JX_LOG(JXLogLevelNotice, JXThumbnailsLog,
+               "made the thumbnails of %zu assets, which an earlier process had left", made);
 }
 
 std::string AssetSaver::publish(std::span<Staged *const> group) {
@@ -297,11 +381,14 @@ std::string AssetSaver::publish(std::span<Staged *const> group) {
         changed.insert(parentOf(to));
         return makeFolderIn(parentOf(to)) && ::rename(from.c_str(), to.c_str()) == 0;
     };
-    for (const Staged *each : group) {
-        if (each->record.thumbnailIndex != 0)
-            for (const ThumbnailSize size : thumbnailSizes)
-                if (!move(stagedThumbnail(each->folder, size), paths.thumbnail(each->record.uuid, size)))
-                    return failing("write " + paths.thumbnail(each->record.uuid, size));
+    for (Staged *each : group) {
+        if (each->preview) {
+            // They last until the thumbnails proper take their places, so that nothing need be synced; of a
+            // picture that can't be decoded, for good.
+            std::string problem = each->isDue ? each->preview->place() : each->preview->publish();
+            if (!problem.empty())
+                return problem;
+        }
         if (!move(each->folder + stagedOriginal, paths.original(each->record)))
             return failing("write " + paths.original(each->record));
     }
@@ -344,6 +431,7 @@ void AssetSaver::removeFiles(const std::string &stageFolder, const AssetRecord &
 }
 
 void AssetSaver::recover() {
+    NewThumbnails::removeLeftovers(paths);
     std::error_code error;
     for (const auto &entry : std::filesystem::directory_iterator(paths.saving(), error)) {
         AssetRecord record;

@@ -19,19 +19,25 @@ struct SaveResult {
     Ref<wickerlane::store::ManagedAsset> asset;
     bool wasPresent = false; ///< The asset was there before, and nothing was saved.
     bool noData = false;     ///< The job named nothing to save, or something empty.
-    std::string problem;
+    bool isDue = false;      ///< The asset's thumbnails are still to be made.
+    std::string problem;     ///< Why there is no asset.
+    std::string lack; ///< Why an asset has no thumbnails yet, though it can be decoded for all we know.
 };
 
 /// The road of one asset:
 ///
 ///  1. A folder is made for it in the library's Saving folder, named as the original will be.
-///  2. The original is written there and synced; a media worker reads it and makes its thumbnails.
+///  2. The original is written there and synced. A media worker takes a first look at it: its dates, its
+///  place,
+///     and the small preview that it may carry, which serves as its thumbnails for the moment.
 ///  3. The files move to their places, whose folders are synced.
-///  4. The row is committed. From here on the asset is saved.
+///  4. The row is committed. From here on the asset is saved, and everybody sees it.
 ///  5. The folder, now empty, goes.
+///  6. A worker decodes the picture, and the thumbnails proper take their places.
 ///
 /// As long as the folder stands, what it stands for is unfinished: after a kill, recover() keeps the asset if
-/// its row was committed, and otherwise removes all its files. Thread-safe.
+/// its row was committed, and otherwise removes all its files. That thumbnails are due is in the store: after
+/// a kill, finishDue() makes them. Thread-safe.
 class AssetSaver {
 public:
     /// All of these outlive it.
@@ -39,8 +45,19 @@ public:
                wickerlane::store::ObjectStore &opened, AssetLocks &assetLocks)
         : paths(libraryPaths), store(writer), media(workers), reader(opened), locks(assetLocks) {}
 
-    /// Saves assets, with one commit for all. Blocks; gives a result for each job, in order.
+    /// Saves assets, with one commit for all, up to the thumbnails: finish() makes them. Blocks; gives a
+    /// result for each job, in order.
+    [[nodiscard]] std::vector<SaveResult> begin(std::span<const SaveJob> jobs);
+
+    /// Makes the thumbnails that are due, with one commit for all, and brings the results up to date. Blocks.
+    void finish(std::span<SaveResult> results);
+
+    /// Both.
     [[nodiscard]] std::vector<SaveResult> save(std::span<const SaveJob> jobs);
+
+    /// Makes the thumbnails that an earlier process left to be made. Blocks; stops where it can once
+    /// `isEnding`.
+    void finishDue(const wickerlane::Handler<bool()> &isEnding);
 
     /// Takes an asset and all its files out of the library: all of it, whatever the instant of a kill, or
     /// nothing. Blocks. An empty text on success, also when it has gone already, else the reason.
@@ -52,16 +69,19 @@ public:
 private:
     struct Staged;
     struct ReleasedReservations;
+    struct Finished;
+    [[nodiscard]] Finished makeDueThumbnails(const wickerlane::store::AssetRecord &asset);
     // Each gives an empty text on success, else the reason for which the job fails.
     [[nodiscard]] std::string stage(const SaveJob &job, Staged &staged);
     [[nodiscard]] std::string encodeSurface(const wickerlane::ImageSurface &surface, ImageFormat format,
                                             int output);
     [[nodiscard]] std::string examine(const SaveJob &job, const SaveOrder &order, Staged &staged,
                                       int original);
-    [[nodiscard]] std::string makeThumbnails(int picture, const Staged &staged, ProbeResult &probed);
-    [[nodiscard]] std::string thumbnailsFromPreview(const wickerlane::ImageSurface &preview, Staged &staged);
+    [[nodiscard]] bool makeThumbnails(const wickerlane::ImageSurface &picture, const Staged &staged,
+                                      std::span<const ThumbnailTarget> targets);
     [[nodiscard]] std::string publish(std::span<Staged *const> group);
     [[nodiscard]] SaveResult resultOf(Staged &&staged) const;
+    [[nodiscard]] Ref<wickerlane::store::ManagedAsset> assetOf(wickerlane::store::AssetRecord record) const;
     [[nodiscard]] std::string reserve(Staged &staged);
     void removeFiles(const std::string &stageFolder, const wickerlane::store::AssetRecord &record);
 

@@ -63,6 +63,11 @@ Library *Daemon::library(const Call &call) {
         if (!opened) {
             JX_LOG(JXLogLevelError, JXGenericLog, "%s", problem.c_str());
             call.refuse(problem);
+        } else {
+            // Beside whatever is asked for.
+            static_cast<void>(longJobs.add({[this, library = opened.get()] {
+                library->saver().finishDue([this] { return longJobs.isClosed(); });
+            }}));
         }
     }
     return opened.get();

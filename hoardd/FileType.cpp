@@ -38,6 +38,8 @@ const char *extensionFor(ImageFormat format) {
         return "HEIC";
     case ImageFormat::avif:
         return "AVIF";
+    case ImageFormat::raw:
+        return "RAW";
     case ImageFormat::video:
     case ImageFormat::unknown:
         break;
@@ -86,8 +88,9 @@ FileType fileTypeOf(wickerlane::Bytes start, std::string_view name) {
 
     if (const ImageFormat format = imageFormatOf(start);
         format != ImageFormat::unknown && format != ImageFormat::video) {
-        // Raw files of many makers begin as TIFF files do; their own extension says more.
-        const bool keepsOwn = format == ImageFormat::tiff && !extension.empty();
+        // Each maker has an extension for raw files, and many of them begin as TIFF files do.
+        const bool keepsOwn =
+            (format == ImageFormat::tiff || format == ImageFormat::raw) && !extension.empty();
         return {AssetKind::photo, imageFormatMediaType(format), keepsOwn ? extension : extensionFor(format)};
     }
     const VideoType *named = videoTypeNamed(extension);

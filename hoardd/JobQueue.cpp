@@ -31,9 +31,26 @@ bool JobQueue::add(std::vector<Job> jobs) {
         started = std::min(jobs.size(), mostRunning - running);
         running += started;
     }
-    for (std::size_t i = 0; i < started; ++i)
-        WorkQueue::global()->async([this] { runLane(); });
+    start(started);
     return true;
+}
+
+void JobQueue::addRest(Job rest) {
+    std::size_t started = 0;
+    {
+        const std::lock_guard guard(lock);
+        beginProcessTransaction();
+        waiting.push_back(std::move(rest));
+        ++unfinished;
+        started = running < mostRunning ? 1 : 0;
+        running += started;
+    }
+    start(started);
+}
+
+void JobQueue::start(std::size_t lanes) {
+    for (std::size_t i = 0; i < lanes; ++i)
+        WorkQueue::global()->async([this] { runLane(); });
 }
 
 void JobQueue::runLane() {

@@ -26,12 +26,16 @@ public:
     /// Takes the jobs of one request, all or none: none when the queue is full or closed. They start in
     /// order.
     [[nodiscard]] bool add(std::vector<Job> jobs);
+    /// Takes the rest of a job, which runs after those that wait: from that job itself, and whatever the
+    /// state of the queue, so that what was begun is finished.
+    void addRest(Job rest);
     /// Whether the process is about to end: a job that takes long should stop where it can.
     [[nodiscard]] bool isClosed();
     /// Takes no more, and waits until those that were taken have run.
     void close();
 
 private:
+    void start(std::size_t lanes);
     void runLane();
 
     const std::size_t most;

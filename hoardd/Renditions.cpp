@@ -4,7 +4,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <cstring>
 
@@ -75,20 +74,28 @@ std::string Renditions::set(const AssetRecord &asset, const Data &picture, const
     if (!makeFolders(folder) || !syncFolder(folderOf(folder)) || !replaceFile(path, picture.span()))
         return failing("write " + path);
     const UniqueFd file = openFile(path, O_RDONLY);
-    std::string problem = file ? thumbnailsOf(file.get(), asset, true) : failing("open " + path);
+    NewThumbnails thumbnails(library.paths(), asset.uuid);
+    std::string problem = file ? make(file.get(), thumbnails) : failing("open " + path);
     if (problem.empty()) {
         const auto coded = properties != nullptr ? createPropertyListData(properties) : nullptr;
         const auto added = Date::createNow();
+        // Were the process killed before the thumbnails are in their places, the next would make them.
         problem = library.writer().change([&](Database &database) {
             return database.prepare("INSERT OR REPLACE INTO zrendition VALUES (?, ?, ?, ?, ?)")
-                .bind(asset.uuid, std::string_view(filename), Bytes(sum), added->referenceSeconds(),
-                      coded ? coded->span() : Bytes())
-                .run();
+                       .bind(asset.uuid, std::string_view(filename), Bytes(sum), added->referenceSeconds(),
+                             coded ? coded->span() : Bytes())
+                       .run() &&
+                   database.prepare("INSERT OR IGNORE INTO zduethumbnail VALUES (?)")
+                       .bind(asset.primaryKey)
+                       .run();
         });
+        const std::string &needless = problem.empty() ? earlier : path;
+        if (earlier != path)
+            ::unlink(needless.c_str());
+        return problem.empty() ? publish(thumbnails, asset, true) : problem;
     }
-    const std::string &needless = problem.empty() ? earlier : path;
     if (earlier != path)
-        ::unlink(needless.c_str());
+        ::unlink(path.c_str());
     return problem;
 }
 
@@ -104,51 +111,31 @@ std::string Renditions::makeThumbnails(const AssetRecord &asset, bool force, boo
     const std::string rendition = pathOf(asset);
     const std::string path = rendition.empty() ? library.paths().original(asset) : rendition;
     const UniqueFd picture = openFile(path, O_RDONLY);
-    return picture ? thumbnailsOf(picture.get(), asset, newIndex) : failing("open " + path);
+    NewThumbnails thumbnails(library.paths(), asset.uuid);
+    const std::string problem = picture ? make(picture.get(), thumbnails) : failing("open " + path);
+    return problem.empty() ? publish(thumbnails, asset, newIndex) : problem;
 }
 
-std::string Renditions::thumbnailsOf(int picture, const AssetRecord &asset, bool newIndex) {
-    const store::LibraryPaths &paths = library.paths();
-    const std::string folder = paths.thumbnailFolder(asset.uuid);
-    if (!makeFolders(folder) || !syncFolder(folderOf(folder)))
-        return failing("make " + folder);
-    // Two requests for one asset must not write the same file: each makes its own and moves it.
-    const std::string unique = ".new-" + std::string(UUID::createRandom()->uuidString()->utf8());
-    std::array<std::string, std::size(sizes)> made;
-    std::array<UniqueFd, std::size(sizes)> outputs;
-    std::array<ThumbnailTarget, std::size(sizes)> targets;
-    std::string problem;
-    for (std::size_t i = 0; i < made.size() && problem.empty(); ++i) {
-        made[i] = paths.thumbnail(asset.uuid, sizes[i]) + unique;
-        outputs[i] = openFile(made[i], O_WRONLY | O_CREAT | O_EXCL);
-        if (!outputs[i])
-            problem = failing("make " + made[i]);
-        targets[i] = {store::longestSideOf(sizes[i]), outputs[i].get()};
-    }
-    if (problem.empty()) {
-        const ProbeResult probed = library.media().probe(picture, targets);
-        problem = probed.succeeded() ? std::string() : probed.reason;
-    }
-    for (std::size_t i = 0; i < made.size() && problem.empty(); ++i)
-        if (::fsync(outputs[i].get()) != 0 ||
-            ::rename(made[i].c_str(), paths.thumbnail(asset.uuid, sizes[i]).c_str()) != 0)
-            problem = failing("write " + made[i]);
-    if (problem.empty() && !syncFolder(folder))
-        problem = failing("sync " + folder);
-    if (!problem.empty()) {
-        for (const std::string &each : made)
-            ::unlink(each.c_str());
+std::string Renditions::make(int picture, NewThumbnails &thumbnails) {
+    if (std::string problem = thumbnails.open(); !problem.empty())
         return problem;
-    }
+    const ProbeResult probed = library.media().probe(picture, thumbnails.targets());
+    return probed.succeeded() ? std::string() : probed.reason;
+}
+
+std::string Renditions::publish(NewThumbnails &thumbnails, const AssetRecord &asset, bool newIndex) {
+    if (std::string problem = thumbnails.publish(); !problem.empty())
+        return problem;
     const bool counts = newIndex || asset.thumbnailIndex == 0;
     return library.writer().change([&](Database &database) {
         return database
-            .prepare(counts
-                         ? "UPDATE zgenericasset SET thumbnailindex = thumbnailindex + 1, previewpurged = 0 "
-                           "WHERE uuid = ?"
-                         : "UPDATE zgenericasset SET previewpurged = 0 WHERE uuid = ? AND previewpurged")
-            .bind(asset.uuid)
-            .run();
+                   .prepare(
+                       counts ? "UPDATE zgenericasset SET thumbnailindex = thumbnailindex + 1, previewpurged "
+                                "= 0 WHERE uuid = ?"
+                              : "UPDATE zgenericasset SET previewpurged = 0 WHERE uuid = ? AND previewpurged")
+                   .bind(asset.uuid)
+                   .run() &&
+               database.prepare("DELETE FROM zduethumbnail WHERE asset = ?").bind(asset.primaryKey).run();
     });
 }
 

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "hoardd/Library.h"
+#include "hoardd/NewThumbnails.h"
 #include "wickerlane/platform/object/Data.h"
 #include "wickerlane/platform/object/Dictionary.h"
 
@@ -31,8 +32,9 @@ public:
                                              bool newIndex);
 
 private:
-    [[nodiscard]] std::string thumbnailsOf(int picture, const wickerlane::store::AssetRecord &asset,
-                                           bool newIndex);
+    [[nodiscard]] std::string make(int picture, NewThumbnails &thumbnails);
+    [[nodiscard]] std::string publish(NewThumbnails &thumbnails, const wickerlane::store::AssetRecord &asset,
+                                      bool newIndex);
 
     Library &library;
 };

@@ -47,12 +47,24 @@ Dictionary *resultDictionary(const SaveResult &result) {
         dictionary->set(jobResult::wasPresent, Number::of(true));
     if (record.duration > 0)
         dictionary->set(jobResult::duration, Number::of(record.duration));
-    if (!record.problem.empty())
-        dictionary->set(jobResult::problem, String::of(record.problem));
+    if (const std::string &problem = record.problem.empty() ? result.lack : record.problem; !problem.empty())
+        dictionary->set(jobResult::problem, String::of(problem));
     return autorelease(std::move(dictionary));
 }
 
-/// The jobs of one batch. The last chunk to be saved answers the call.
+/// What is saved stays so, whatever becomes of its thumbnails.
+void finishSaves(Library &library, std::span<SaveResult> results) {
+    try {
+        library.saver().finish(results);
+    } catch (const std::exception &failure) {
+        for (SaveResult &each : results)
+            if (each.isDue)
+                each.lack = failure.what();
+    }
+}
+
+/// The jobs of one batch. Each chunk is saved, and has its thumbnails made once all have been: so the whole
+/// batch is listed early. The last chunk to be finished answers the call.
 struct Batch {
     Call call;
     Library &library;
@@ -62,7 +74,7 @@ struct Batch {
 
     void saveChunk(std::size_t first, std::size_t count) {
         try {
-            std::ranges::move(library.saver().save(std::span(jobs).subspan(first, count)),
+            std::ranges::move(library.saver().begin(std::span(jobs).subspan(first, count)),
                               results.begin() + static_cast<std::ptrdiff_t>(first));
         } catch (const std::exception &failure) {
             for (std::size_t i = first; i < first + count; ++i)
@@ -70,6 +82,9 @@ struct Batch {
         }
         std::fill_n(jobs.begin() + static_cast<std::ptrdiff_t>(first), count,
                     SaveJob()); // their bytes go now
+    }
+    void finishChunk(std::size_t first, std::size_t count) {
+        finishSaves(library, std::span(results).subspan(first, count));
         if (chunksLeft.fetch_sub(1) == 1)
             answer();
     }
@@ -104,9 +119,16 @@ void saveAsset(Daemon &daemon, const Call &call) {
     if (call.value(keys::jobDictionary) != nullptr && !job.dictionary)
         return call.refuse("jobDictionary is not a job dictionary");
 
-    const bool taken = daemon.jobs().add({[call, job, library] {
+    const bool taken = daemon.jobs().add({[call, job, library, &jobs = daemon.jobs()] {
         try {
-            answerSave(call, library->saver().save({&job, 1}).front());
+            const auto results = std::make_shared<std::vector<SaveResult>>(library->saver().begin({&job, 1}));
+            if (!results->front().isDue)
+                return answerSave(call, results->front());
+            // Those that wait are listed first.
+            jobs.addRest([call, library, results] {
+                finishSaves(*library, *results);
+                answerSave(call, results->front());
+            });
         } catch (const std::exception &failure) {
             call.refuse(failure.what());
         }
@@ -135,9 +157,11 @@ void batchSaveAssets(Daemon &daemon, const Call &call) {
         new Batch{call, *library, std::move(jobs), std::vector<SaveResult>(coded->count()), chunks});
     std::vector<JobQueue::Job> work;
     for (std::size_t first = 0; first < batch->jobs.size(); first += perChunk)
-        work.push_back([batch, first, count = std::min(perChunk, batch->jobs.size() - first)] {
-            batch->saveChunk(first, count);
-        });
+        work.push_back(
+            [batch, &queue = daemon.jobs(), first, count = std::min(perChunk, batch->jobs.size() - first)] {
+                batch->saveChunk(first, count);
+                queue.addRest([batch, first, count] { batch->finishChunk(first, count); });
+            });
     if (!daemon.jobs().add(std::move(work)))
         call.refuse("too many jobs are waiting; try again later");
 }

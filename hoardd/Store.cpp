@@ -91,6 +91,7 @@ std::string Store::insert(std::span<Pending *const> group) {
     if (!transaction.isOpen())
         return database.problem();
     sqlite::Statement statement = database.prepare(store::insertAsset);
+    sqlite::Statement due = database.prepare("INSERT INTO zduethumbnail VALUES (?)");
     for (Pending *each : group)
         for (Addition &addition : each->additions) {
             // Within the transaction, so that of two equal ones the second finds the first.
@@ -104,6 +105,8 @@ std::string Store::insert(std::span<Pending *const> group) {
             if (!statement.run())
                 return database.problem();
             addition.record.primaryKey = database.lastRowID();
+            if (addition.thumbnailsAreDue && !due.bind(addition.record.primaryKey).run())
+                return database.problem();
         }
     if (!transaction.commit())
         return database.problem();
@@ -138,6 +141,30 @@ std::optional<bool> Store::contains(std::string_view uuid) {
     sqlite::Statement statement = database.prepare("SELECT 1 FROM zgenericasset WHERE uuid = ?");
     const bool found = statement.bind(uuid).next();
     return statement.failed() ? std::nullopt : std::optional(found);
+}
+
+std::optional<std::vector<store::AssetRecord>> Store::due(std::int64_t last, std::size_t most) {
+    const std::lock_guard guard(databaseLock);
+    sqlite::Statement statement =
+        database.prepare(std::string(store::selectAssets) +
+                         "WHERE pk IN (SELECT asset FROM zduethumbnail) AND pk > ? ORDER BY pk LIMIT ?");
+    statement.bind(last, static_cast<std::int64_t>(most));
+    std::vector<store::AssetRecord> records;
+    while (statement.next())
+        records.push_back(store::readRecord(statement));
+    return statement.failed() ? std::nullopt : std::optional(std::move(records));
+}
+
+bool Store::isDue(std::int64_t asset) {
+    const std::lock_guard guard(databaseLock);
+    sqlite::Statement statement = database.prepare("SELECT 1 FROM zduethumbnail WHERE asset = ?");
+    return statement.bind(asset).next();
+}
+
+std::string Store::renditionOf(std::string_view uuid) {
+    const std::lock_guard guard(databaseLock);
+    sqlite::Statement statement = database.prepare("SELECT filename FROM zrendition WHERE assetuuid = ?");
+    return statement.bind(uuid).next() ? std::string(statement.text(0)) : std::string();
 }
 
 std::string Store::change(const Handler<bool(Database &)> &make) {

@@ -25,6 +25,7 @@ public:
         wickerlane::store::AssetRecord record; ///< Gets its primary key; or becomes the one that was present.
         bool unlessPresent = false;            ///< Not when there is one with the same sum.
         bool wasPresent = false;               ///< There was: nothing has been added.
+        bool thumbnailsAreDue = false;         ///< They are still to be made; see due().
     };
 
     /// Opens the database, and lays it out when it is new. Null, with a reason, on failure.
@@ -42,6 +43,17 @@ public:
 
     /// Whether there is an asset with that UUID; nothing when the database does not say.
     [[nodiscard]] std::optional<bool> contains(std::string_view uuid);
+
+    /// Assets whose thumbnails are due: of those with primary keys after `last`, in their order, at most
+    /// `most`. Nothing when the database does not say.
+    [[nodiscard]] std::optional<std::vector<wickerlane::store::AssetRecord>> due(std::int64_t last,
+                                                                                 std::size_t most);
+
+    /// Whether an asset is there and its thumbnails are due.
+    [[nodiscard]] bool isDue(std::int64_t asset);
+
+    /// The file name of an asset's edited rendition; empty when it has none.
+    [[nodiscard]] std::string renditionOf(std::string_view uuid);
 
     /// Runs `make` in a transaction, which is rolled back when it gives false: a statement of it has failed
     /// then. Returns when the change will survive any crash. An empty text on success, else the reason.

@@ -13,7 +13,7 @@ struct FormatNames {
     const char *mediaType;
 };
 
-constexpr std::array<FormatNames, 9> names{{
+constexpr std::array<FormatNames, 10> names{{
     {"unknown", "application/octet-stream"},
     {"jpeg", "image/jpeg"},
     {"png", "image/png"},
@@ -23,6 +23,7 @@ constexpr std::array<FormatNames, 9> names{{
     {"heif", "image/heif"},
     {"avif", "image/avif"},
     {"video", "video/mp4"},
+    {"raw", "image/x-raw"},
 }};
 
 // A file of the ISO base media family lists its brands in a first box "ftyp": size, "ftyp", major brand,
@@ -39,6 +40,8 @@ ImageFormat formatOfBrands(std::string_view start) noexcept {
         const std::string_view brand = start.substr(at, 4);
         if (brand == "avif" || brand == "avis")
             return ImageFormat::avif;
+        if (brand == "crx ")
+            return ImageFormat::raw;
         if (brand == "heic" || brand == "heix" || brand == "heim" || brand == "heis" || brand == "mif1")
             found = ImageFormat::heif;
     }
@@ -57,6 +60,11 @@ ImageFormat imageFormatOf(std::span<const std::byte> bytes) noexcept {
         return ImageFormat::png;
     if (start.starts_with("GIF87a"sv) || start.starts_with("GIF89a"sv))
         return ImageFormat::gif;
+    // Raw files that do not begin as TIFF files do, or say after it that they are none.
+    for (const std::string_view raw : {"FUJIFILMCCD-RAW"sv, "IIRO"sv, "IIRS"sv, "MMOR"sv, "IIU\0"sv,
+                                       "\0MRM"sv, "II\x1A\0\0\0HEAPCCDR"sv, "II*\0\x10\0\0\0CR"sv})
+        if (start.starts_with(raw))
+            return ImageFormat::raw;
     if (start.starts_with("II*\0"sv) || start.starts_with("MM\0*"sv) || start.starts_with("II+\0"sv) ||
         start.starts_with("MM\0+"sv))
         return ImageFormat::tiff;
@@ -84,7 +92,7 @@ const char *imageFormatMediaType(ImageFormat format) noexcept {
 
 bool imageFormatIsRisky(ImageFormat format) noexcept {
     return format == ImageFormat::tiff || format == ImageFormat::heif || format == ImageFormat::avif ||
-           format == ImageFormat::video;
+           format == ImageFormat::video || format == ImageFormat::raw;
 }
 
 } // namespace hoardd

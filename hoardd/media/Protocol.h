@@ -19,7 +19,7 @@ namespace hoardd::media {
 inline constexpr int workerSocket = 3;
 
 /// Tells two builds of the packets apart.
-inline constexpr std::uint32_t protocolVersion = 3;
+inline constexpr std::uint32_t protocolVersion = 4;
 
 inline constexpr std::size_t mostThumbnails = 4;
 inline constexpr std::size_t mostDescriptors = 1 + mostThumbnails;
@@ -32,6 +32,7 @@ struct Hello {
 };
 
 enum class RequestKind : std::uint32_t {
+    examine,     ///< facts, and thumbnails of the preview in the file; descriptors as for a probe
     probe,       ///< facts and thumbnails; descriptors: the picture, then an output a thumbnail
     fingerprint, ///< how a picture looks; descriptor: the picture
     render,      ///< another format or size; descriptors: the picture, the output
@@ -82,6 +83,7 @@ struct Answer {
     std::array<char, 64> container{};
     std::array<char, 32> videoCodec{};
     std::array<char, 32> audioCodec{};
+    std::uint32_t hasPreview = 0; ///< the outputs of examining have been written
     std::uint32_t hasFingerprint = 0;
     std::uint64_t differenceHash = 0;
     std::uint64_t frequencyHash = 0;

@@ -144,6 +144,8 @@ struct WorkerPool::Crews {
     MediaResult run(WorkerCrew &crew, Request request, std::span<const int> descriptors, Answer &answer);
     MediaResult runOnPicture(int picture, const Request &request, std::span<const int> outputs,
                              Answer &answer);
+    ProbeResult look(RequestKind kind, int picture, std::span<const ThumbnailTarget> thumbnails,
+                     Answer &answer);
 };
 
 MediaResult WorkerPool::Crews::run(WorkerCrew &crew, Request request, std::span<const int> descriptors,
@@ -191,23 +193,47 @@ WorkerPool::WorkerPool(WorkerPoolOptions options) : crews(std::make_unique<Crews
 
 WorkerPool::~WorkerPool() = default;
 
-ProbeResult WorkerPool::probe(int picture, std::span<const ThumbnailTarget> thumbnails) {
+namespace {
+
+// Fills the part of a request that says which thumbnails are wanted. Empty text on success.
+std::string fillThumbnails(std::span<const ThumbnailTarget> thumbnails, Request &request,
+                           std::array<int, media::mostThumbnails> &outputs) {
     if (thumbnails.size() > media::mostThumbnails)
-        return failed<ProbeResult>(MediaFailure::badRequest, "too many thumbnails are asked for at once");
-    Request request;
-    request.kind = RequestKind::probe;
-    std::array<int, media::mostThumbnails> outputs{};
+        return "too many thumbnails are asked for at once";
     for (const ThumbnailTarget &thumbnail : thumbnails) {
         if (thumbnail.longestSide == 0 || thumbnail.longestSide > pictureLimits.side)
-            return failed<ProbeResult>(MediaFailure::badRequest, "a thumbnail has an impossible size");
+            return "a thumbnail has an impossible size";
         outputs[request.thumbnailCount] = thumbnail.output;
         request.thumbnailSides[request.thumbnailCount++] = thumbnail.longestSide;
     }
-    Answer answer;
-    ProbeResult result{
-        crews->runOnPicture(picture, request, std::span(outputs).first(thumbnails.size()), answer), {}};
+    return {};
+}
+
+} // namespace
+
+ProbeResult WorkerPool::Crews::look(RequestKind kind, int picture,
+                                    std::span<const ThumbnailTarget> thumbnails, Answer &answer) {
+    Request request;
+    request.kind = kind;
+    std::array<int, media::mostThumbnails> outputs{};
+    if (const std::string wrong = fillThumbnails(thumbnails, request, outputs); !wrong.empty())
+        return failed<ProbeResult>(MediaFailure::badRequest, wrong);
+    ProbeResult result{runOnPicture(picture, request, std::span(outputs).first(thumbnails.size()), answer),
+                       {}};
     result.facts = factsOf(answer);
     return result;
+}
+
+ExamineResult WorkerPool::examine(int picture, std::span<const ThumbnailTarget> thumbnails) {
+    Answer answer;
+    ExamineResult result{crews->look(RequestKind::examine, picture, thumbnails, answer)};
+    result.hasPreview = result.succeeded() && answer.hasPreview != 0;
+    return result;
+}
+
+ProbeResult WorkerPool::probe(int picture, std::span<const ThumbnailTarget> thumbnails) {
+    Answer answer;
+    return crews->look(RequestKind::probe, picture, thumbnails, answer);
 }
 
 FingerprintResult WorkerPool::fingerprint(int picture) {

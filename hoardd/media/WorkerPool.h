@@ -20,6 +20,12 @@ struct ProbeResult : MediaResult {
     PictureFacts facts;
 };
 
+/// What a first look finds, which does not decode the picture: that it ended well is no promise that the
+/// picture can be decoded.
+struct ExamineResult : ProbeResult {
+    bool hasPreview = false; ///< The file carries a preview of itself, of which the thumbnails were made.
+};
+
 /// How a picture looks.
 struct FingerprintResult : MediaResult {
     std::optional<Fingerprint> fingerprint; ///< Nothing of a picture without features.
@@ -61,6 +67,11 @@ public:
     WorkerPool &operator=(const WorkerPool &) = delete;
     /// No call may be under way.
     ~WorkerPool();
+
+    /// Reads what a picture says of itself, and makes thumbnails as probe() does, but of the small preview
+    /// that many cameras put into the file: the work of a moment. Fails when probe() would at the picture's
+    /// header.
+    ExamineResult examine(int picture, std::span<const ThumbnailTarget> thumbnails);
 
     /// Reads what a picture says of itself and makes JPEG thumbnails of it (at most 4), upright, in sRGB, on
     /// white, all from one decoding. `picture` is a regular file; it stays the caller's, is only read, and

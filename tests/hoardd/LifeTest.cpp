@@ -144,6 +144,43 @@ TEST_F(Life, LeftoversOfAKilledSaveAreCompletedOrUndone) {
         EXPECT_EQ(file.find(lost), std::string::npos) << file;
 }
 
+// As if the kill had come before the thumbnails were in their places: they are another's.
+TEST_F(Life, ThumbnailsThatAreDueAreMadeByTheNextDaemon) {
+    ReleaseScope scope;
+    const MutableDictionary *plain = saveData(jpegOf(fourCorners(400, 200)));
+    const MutableDictionary *edited = saveData(jpegOf(fourCorners(400, 200)));
+    const auto edit = request(17);
+    edit->setString("assetURL", textIn(edited, "assetURL"));
+    const FileBytes rendition = pngOf(fourCorners(90, 300));
+    edit->setData("imageData", rendition.data(), rendition.size());
+    ASSERT_TRUE(answer(edit.get())->getBool("success"));
+    end(daemon(), SIGKILL);
+    connection = connect();
+    const std::string leftover = paths.saving() + "/thumbnail-AAAAAAAA-0000-4000-8000-00000000ABCD-256";
+    writeFile(leftover, rendition);
+    std::string problem;
+    ASSERT_TRUE(sqlite::Database::open(paths.database(), sqlite::Database::Access::write, problem)
+                    ->execute("INSERT INTO zduethumbnail SELECT pk FROM zgenericasset"));
+    const FileBytes another = jpegOf(fourCorners(50, 50));
+    for (const MutableDictionary *each : {plain, edited})
+        for (const auto size : {store::ThumbnailSize::small, store::ThumbnailSize::preview})
+            writeFile(paths.thumbnail(textIn(each, "uuid"), size), another);
+
+    answer(request(15).get()); // opens the library
+    answer(request(28).get()); // once the work that was waiting is done
+    const auto widthOf = [&](const MutableDictionary *asset) {
+        return decodedPicture(contentsOf(paths.thumbnail(textIn(asset, "uuid"), store::ThumbnailSize::small)))
+            .width;
+    };
+    EXPECT_EQ(widthOf(plain), 256U);
+    EXPECT_EQ(widthOf(edited), 77U);
+    EXPECT_EQ(store::ObjectStore::open()->assetWithUUID(textIn(plain, "uuid"))->record().thumbnailIndex, 2);
+    EXPECT_FALSE(fs::exists(leftover));
+    EXPECT_EQ(sqlite::Database::open(paths.database(), sqlite::Database::Access::read, problem)
+                  ->integer("SELECT count(*) FROM zduethumbnail"),
+              0);
+}
+
 /// Clients that save without a pause, until they are told to stop.
 class SavingClients {
 public:
@@ -273,7 +310,7 @@ TEST_F(Life, WhateverWasAnsweredIsWholeAfterAKillAtAnyInstant) {
         connection = connect(); // a request that met the end of the old daemon would fail
 
         // The next daemon puts right what is left; then nothing may be missing, and nothing may be over.
-        answer(request(16).get());
+        answer(request(28).get()); // once the thumbnails that were due are made
         const auto store = store::ObjectStore::open();
         ASSERT_TRUE(store);
         std::size_t files = 0, thumbnails = 0;

@@ -204,6 +204,44 @@ TEST_F(Saving, WhatCantBeDecodedIsKeptWithTheReason) {
     EXPECT_EQ(count("videoCount"), 1U);
 }
 
+TEST_F(Saving, AnAssetIsListedWithItsPreviewBeforeItsThumbnailsAreMade) {
+    ReleaseScope scope;
+    TestExif exif;
+    exif.dateTimeOriginal = "2021:06:15 10:20:30";
+    exif.preview = jpegOf(fourCorners(150, 100));
+    const FileBytes carries = jpegOf(fourCorners(600, 400), exif);
+    const auto job = Dictionary::createWithKeys({{"imageData", dataOf(jpegOf(fourCorners(600, 400))).get()}});
+    using What = store::AssetChange::What;
+    for (const MutableDictionary *saved :
+         {saveData(carries), save(job.get(), nullptr, surfaceOf(64, 64).get())}) {
+        const std::string uuid = textIn(saved, "uuid");
+        const auto store = store::ObjectStore::open();
+        const auto all = store->changes();
+        std::vector<What> changes;
+        for (const auto &each : all.value())
+            if (each.uuid == uuid)
+                changes.push_back(each.what);
+        EXPECT_EQ(changes, (std::vector{What::added, What::changed}));
+        EXPECT_EQ(store->assetWithUUID(uuid)->record().thumbnailIndex, 2) << "the preview's were the first";
+        EXPECT_EQ(decodedPicture(contentsOf(paths.thumbnail(uuid, store::ThumbnailSize::small))).width, 256U);
+    }
+    EXPECT_TRUE(std::filesystem::is_empty(paths.saving()));
+}
+
+TEST_F(Saving, ARawFileIsKeptAsSuch) {
+    ReleaseScope scope;
+    const FileBytes file = rawOf({.preview = jpegOf(fourCorners(600, 400))});
+    const auto job = Dictionary::createWithKeys(
+        {{"imageData", dataOf(file).get()}, {"originalFilename", String::of("_DSC0001.NEF")}});
+    const MutableDictionary *saved = save(job.get());
+    EXPECT_EQ(textIn(saved, "problem"), "");
+    EXPECT_EQ(numberIn(saved, "width"), 3000);
+    EXPECT_TRUE(textIn(saved, "filename").ends_with(".NEF"));
+    EXPECT_EQ(store::ObjectStore::open()->assetWithUUID(textIn(saved, "uuid"))->record().format,
+              "image/x-raw");
+    EXPECT_EQ(imageData(saved, 0), file);
+}
+
 TEST_F(Saving, AJobWithoutDataIsToldFromOneThatIsWrong) {
     ReleaseScope scope;
     const std::string empty = rootPath() + "/empty.jpg", pipe = rootPath() + "/pipe";

@@ -32,6 +32,12 @@ void appendNumber(Bytes &out, std::uint64_t value, std::size_t size, bool bigEnd
     }
 }
 
+void appendTiffHeader(Bytes &out, bool bigEndian) {
+    append(out, bigEndian ? "MM" : "II");
+    appendNumber(out, 42, 2, bigEndian);
+    appendNumber(out, 8, 4, bigEndian); // where the first directory is
+}
+
 // An image file directory: entries with their values, those over four bytes behind it.
 class Directory {
 public:
@@ -73,8 +79,14 @@ public:
             total += entry.value.size() > 4 ? entry.value.size() : 0;
         return static_cast<std::uint32_t>(total);
     }
-    // Writes the directory, whose place in the file is where `out` ends now.
-    void writeTo(Bytes &out) const {
+    void numbers32(std::uint16_t tag, const std::vector<std::uint32_t> &numbers) {
+        Bytes bytes;
+        for (const std::uint32_t number : numbers)
+            appendNumber(bytes, number, 4, bigEndian);
+        add(tag, 4, static_cast<std::uint32_t>(numbers.size()), std::move(bytes));
+    }
+    // Writes the directory, whose place in the file is where `out` ends now, and where the next is.
+    void writeTo(Bytes &out, std::uint32_t next = 0) const {
         std::size_t valueAt = out.size() + 2 + 12 * entries.size() + 4;
         Bytes values;
         appendNumber(out, entries.size(), 2, bigEndian);
@@ -90,7 +102,7 @@ public:
                 out.resize(out.size() + 4 - entry.value.size());
             }
         }
-        appendNumber(out, 0, 4, bigEndian);
+        appendNumber(out, next, 4, bigEndian);
         out.insert(out.end(), values.begin(), values.end());
     }
 
@@ -207,15 +219,73 @@ Bytes exifBytes(const TestExif &exif) {
     if (!place.empty())
         camera.number32(0x8825, photoAt + (photo.empty() ? 0 : photo.size()));
 
+    const std::uint32_t previewAt =
+        photoAt + (photo.empty() ? 0 : photo.size()) + (place.empty() ? 0 : place.size());
+
     Bytes out;
-    append(out, exif.bigEndian ? "MM" : "II");
-    appendNumber(out, 42, 2, exif.bigEndian);
-    appendNumber(out, 8, 4, exif.bigEndian);
-    camera.writeTo(out);
+    appendTiffHeader(out, exif.bigEndian);
+    camera.writeTo(out, exif.preview.empty() ? 0 : previewAt);
     if (!photo.empty())
         photo.writeTo(out);
     if (!place.empty())
         place.writeTo(out);
+    if (exif.preview.empty())
+        return out;
+    Directory preview(exif.bigEndian);
+    preview.number16(0x0103, 6); // a JPEG
+    constexpr std::uint32_t previewSize = 2 + 12 * 3 + 4;
+    preview.number32(0x0201, previewAt + previewSize);
+    preview.number32(0x0202, static_cast<std::uint32_t>(exif.preview.size()));
+    preview.writeTo(out);
+    out.insert(out.end(), exif.preview.begin(), exif.preview.end());
+    return out;
+}
+
+Bytes rawOf(const TestRaw &raw) {
+    constexpr std::uint32_t smallWidth = 16, smallHeight = 12;
+    const auto directory = [&](std::uint32_t width, std::uint32_t height, bool isReduced,
+                               std::uint16_t compression, std::uint16_t colours) {
+        Directory made(raw.bigEndian);
+        made.number32(0x00FE, isReduced ? 1 : 0);
+        made.number32(0x0100, width);
+        made.number32(0x0101, height);
+        made.number16(0x0102, 8);
+        made.number16(0x0103, compression);
+        made.number16(0x0106, colours);
+        return made;
+    };
+    // The sizes of directories do not depend on where they are, so that they are laid out twice.
+    std::uint32_t previewAt = 0, sensorAt = 0, pixelsAt = 0, jpegAt = 0;
+    Bytes out;
+    for (int time = 0; time < 2; ++time) {
+        out.clear();
+        appendTiffHeader(out, raw.bigEndian);
+        Directory first = directory(smallWidth, smallHeight, true, 1, 1);
+        first.number32(0x0111, pixelsAt);
+        first.number16(0x0112, raw.orientation);
+        first.number16(0x0115, 1);
+        first.number32(0x0116, smallHeight);
+        first.number32(0x0117, smallWidth * smallHeight);
+        first.numbers32(0x014A, {previewAt, sensorAt});
+        if (raw.saysVersion)
+            first.number32(0xC612, 1);
+        first.writeTo(out);
+
+        previewAt = static_cast<std::uint32_t>(out.size());
+        const Pixels shown = decodedPicture(raw.preview);
+        Directory preview = directory(shown.width, shown.height, true, raw.previewIsStrip ? 7 : 6, 6);
+        preview.number32(raw.previewIsStrip ? 0x0111 : 0x0201, jpegAt);
+        preview.number32(raw.previewIsStrip ? 0x0117 : 0x0202,
+                         static_cast<std::uint32_t>(raw.preview.size()));
+        preview.writeTo(out);
+
+        sensorAt = static_cast<std::uint32_t>(out.size());
+        directory(raw.width, raw.height, false, 1, raw.saysFilterArray ? 32803 : 1).writeTo(out);
+        pixelsAt = static_cast<std::uint32_t>(out.size());
+        out.resize(out.size() + smallWidth * smallHeight, std::byte{0x80});
+        jpegAt = static_cast<std::uint32_t>(out.size());
+    }
+    out.insert(out.end(), raw.preview.begin(), raw.preview.end());
     return out;
 }
 
@@ -290,7 +360,7 @@ Bytes pngThatClaims(std::uint32_t width, std::uint32_t height) {
 
 Bytes tiffOf(const Pixels &pixels, std::uint16_t orientation) {
     Bytes out;
-    append(out, std::string_view("II*\0\x08\0\0\0", 8));
+    appendTiffHeader(out, false);
     Directory image(false);
     constexpr std::uint32_t entryCount = 10;
     constexpr std::uint32_t strip = 8 + 2 + 12 * entryCount + 4;

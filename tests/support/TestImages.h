@@ -60,6 +60,20 @@ struct TestExif {
     std::string latitudeRef;  ///< "N" or "S"
     std::string longitudeRef; ///< "E" or "W"
     std::uint32_t gpsDenominator = 1;
+    Bytes preview; ///< The small JPEG of the picture; empty for none.
+};
+
+/// A raw file laid out as TIFF files are: first a small grey picture, then in directories of their own a
+/// preview and what the sensor saw.
+struct TestRaw {
+    bool bigEndian = false;
+    std::uint32_t width = 3000;
+    std::uint32_t height = 2000;
+    std::uint16_t orientation = 1;
+    Bytes preview;               ///< A JPEG; empty for none.
+    bool previewIsStrip = false; ///< Stored as an image's strip, in place of as a JPEG of its own.
+    bool saysVersion = false;    ///< Says that it is raw by the version of its format.
+    bool saysFilterArray = true; ///< Says so by the layout of its pixels. Neither: an ordinary TIFF file.
 };
 
 /// The TIFF structure of EXIF, as it stands in a JPEG's APP1 segment after "Exif\0\0".
@@ -79,6 +93,7 @@ Bytes pngThatClaims(std::uint32_t width, std::uint32_t height);
 
 /// An uncompressed TIFF of colour; alpha is dropped.
 Bytes tiffOf(const Pixels &pixels, std::uint16_t orientation = 1);
+Bytes rawOf(const TestRaw &raw);
 /// A GIF of one colour.
 Bytes gifOf(std::uint16_t width, std::uint16_t height, Colour colour);
 

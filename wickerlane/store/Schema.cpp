@@ -285,9 +285,17 @@ CREATE TABLE zcloudfeedasset (
 CREATE INDEX zcloudfeedasset_asset ON zcloudfeedasset (asset);
 )sql";
 
+// Assets whose thumbnails are due: they have none, or those of a preview, or of what they showed before.
+// Whoever makes them takes the row away.
+constexpr const char *dueThumbnails = R"sql(
+CREATE TABLE zduethumbnail (
+    asset INTEGER PRIMARY KEY REFERENCES zgenericasset (pk) ON DELETE CASCADE
+);
+)sql";
+
 // New tables and columns are added by a step of their own at the end.
 constexpr const char *steps[] = {assets,   renditions, durations, sums, counts,
-                                 analyses, albums,     sharing,   feed};
+                                 analyses, albums,     sharing,   feed, dueThumbnails};
 
 } // namespace
 

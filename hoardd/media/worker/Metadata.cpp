@@ -1,11 +1,14 @@
 #include "hoardd/media/worker/Metadata.h"
 
+#include <algorithm>
 #include <charconv>
 #include <chrono>
 #include <cmath>
 #include <exiv2/exiv2.hpp>
 #include <initializer_list>
+#include <optional>
 #include <string_view>
+#include <vector>
 
 namespace hoardd::media {
 
@@ -223,6 +226,42 @@ std::uint32_t orientation(const Exiv2::ExifData &exif, const Exiv2::XmpData &xmp
                : 1;
 }
 
+struct Preview {
+    std::uint32_t longestSide;
+    std::span<const std::byte> strip;               ///< In the file.
+    std::optional<Exiv2::PreviewProperties> listed; ///< Or as the library knows it.
+};
+
+/// The number under a tag of an image's group; nothing unless it is one.
+std::optional<std::uint32_t> exifNumber(const Exiv2::ExifData &exif, const std::string &group,
+                                        const char *tag) {
+    const auto found = exif.findKey(Exiv2::ExifKey("Exif." + group + '.' + tag));
+    const bool isNumber = found != exif.end() && found->count() == 1 &&
+                          (found->typeId() == Exiv2::unsignedShort || found->typeId() == Exiv2::unsignedLong);
+    return isNumber ? std::optional(static_cast<std::uint32_t>(found->toLong())) : std::nullopt;
+}
+
+/// The previews that are stored as the only strip of an image of their own, which the library does not list.
+std::vector<Preview> stripPreviews(const Exiv2::ExifData &exif, std::span<const std::byte> file) {
+    constexpr std::uint32_t oldJpeg = 6, jpeg = 7, blackIsZero = 1, redGreenBlue = 2,
+                            brightnessAndColours = 6;
+    std::vector<Preview> previews;
+    for (const char *group : {"Image", "SubImage1", "SubImage2", "SubImage3", "SubImage4", "SubImage5",
+                              "SubImage6", "SubImage7", "SubImage8", "SubImage9"}) {
+        const auto number = [&](const char *tag) { return exifNumber(exif, group, tag).value_or(0); };
+        const std::uint32_t compression = number("Compression"),
+                            colours = number("PhotometricInterpretation");
+        const std::uint32_t start = number("StripOffsets"), length = number("StripByteCounts");
+        const bool isPreview =
+            (compression == oldJpeg || compression == jpeg) &&
+            (colours == blackIsZero || colours == redGreenBlue || colours == brightnessAndColours);
+        if (isPreview && start < file.size() && length > 0 && length <= file.size() - start)
+            previews.push_back({std::max(number("ImageWidth"), number("ImageLength")),
+                                file.subspan(start, length), std::nullopt});
+    }
+    return previews;
+}
+
 } // namespace
 
 void prepareMetadata() {
@@ -231,20 +270,100 @@ void prepareMetadata() {
     Exiv2::enableBMFF();
 }
 
-void readMetadata(std::span<const std::byte> file, PictureFacts &facts) {
+struct Metadata::Parsed {
+    std::span<const std::byte> file;
+    std::unique_ptr<Exiv2::Image> image;
+};
+
+Metadata::Metadata(std::span<const std::byte> file) : parsed(std::make_unique<Parsed>()) {
+    parsed->file = file;
     try {
-        const auto image = Exiv2::ImageFactory::open(reinterpret_cast<const Exiv2::byte *>(file.data()),
-                                                     static_cast<long>(file.size()));
-        image->readMetadata();
-        const Exiv2::ExifData &exif = image->exifData();
-        const Exiv2::XmpData &xmp = image->xmpData();
+        parsed->image.reset(Exiv2::ImageFactory::open(reinterpret_cast<const Exiv2::byte *>(file.data()),
+                                                      static_cast<long>(file.size()))
+                                .release());
+        parsed->image->readMetadata();
+    } catch (const std::exception &) {
+        parsed->image.reset(); // broken metadata never keep a picture from being shown
+    }
+}
+
+Metadata::~Metadata() = default;
+
+void Metadata::fill(PictureFacts &facts) const {
+    if (parsed->image == nullptr)
+        return;
+    try {
+        const Exiv2::ExifData &exif = parsed->image->exifData();
+        const Exiv2::XmpData &xmp = parsed->image->xmpData();
         facts.captureDate = captureDate(exif, xmp);
         facts.place = place(exif, xmp);
         facts.orientation = orientation(exif, xmp);
         facts.cameraMake = exifText(exif, {"Exif.Image.Make"});
         facts.cameraModel = exifText(exif, {"Exif.Image.Model"});
     } catch (const std::exception &) {
-        // Broken metadata never keep a picture from being shown.
+        // What has been read stands.
+    }
+}
+
+bool Metadata::isRaw() const {
+    if (parsed->image == nullptr)
+        return false;
+    constexpr std::uint16_t photometricInterpretation = 0x0106, dngVersion = 0xC612;
+    constexpr long colourFilterArray = 32803, linearRaw = 34892;
+    try {
+        // The library knows some makers' files by how their pixels are packed.
+        if (parsed->image->mimeType().starts_with("image/x-"))
+            return true;
+        for (const Exiv2::Exifdatum &each : parsed->image->exifData()) {
+            if (each.tag() == dngVersion && each.groupName() == "Image")
+                return true;
+            if (each.tag() != photometricInterpretation || each.count() == 0)
+                continue;
+            if (const long colours = each.toLong(); colours == colourFilterArray || colours == linearRaw)
+                return true;
+        }
+    } catch (const std::exception &) {
+        // What can't be read says nothing.
+    }
+    return false;
+}
+
+std::pair<std::uint32_t, std::uint32_t> Metadata::size() const {
+    if (parsed->image == nullptr)
+        return {0, 0};
+    const auto sideOf = [](int side) {
+        return side > 0 && static_cast<std::uint32_t>(side) <= pictureLimits.side
+                   ? static_cast<std::uint32_t>(side)
+                   : 0;
+    };
+    return {sideOf(parsed->image->pixelWidth()), sideOf(parsed->image->pixelHeight())};
+}
+
+std::vector<std::byte> Metadata::preview(std::uint32_t longestSide) const {
+    if (parsed->image == nullptr)
+        return {};
+    try {
+        const Exiv2::PreviewManager listed(*parsed->image);
+        std::vector<Preview> previews = stripPreviews(parsed->image->exifData(), parsed->file);
+        for (const Exiv2::PreviewProperties &each : listed.getPreviewProperties())
+            if (each.mimeType_ == "image/jpeg")
+                previews.push_back({std::max(each.width_, each.height_), {}, each});
+        std::erase_if(previews, [](const Preview &each) { return each.longestSide == 0; });
+        if (previews.empty())
+            return {};
+        std::ranges::sort(previews, {}, &Preview::longestSide);
+        auto best = longestSide == 0
+                        ? previews.end()
+                        : std::ranges::lower_bound(previews, longestSide, {}, &Preview::longestSide);
+        if (best == previews.end())
+            --best;
+        if (!best->listed)
+            return {best->strip.begin(), best->strip.end()};
+        const Exiv2::PreviewImage image = listed.getPreviewImage(*best->listed);
+        const auto *bytes = reinterpret_cast<const std::byte *>(image.pData());
+        return {bytes, bytes + image.size()};
+    } catch (const std::exception &) {
+        return {}; // a broken preview is as good as none
     }
 }
 

@@ -1,9 +1,12 @@
-// Reads what a picture file says of itself: date, place, orientation, camera.
+// What a picture file says of itself: date, place, orientation, camera, and the previews that it carries.
 #ifndef HOARDD_MEDIA_WORKER_METADATA_H
 #define HOARDD_MEDIA_WORKER_METADATA_H
 
 #include <cstddef>
+#include <memory>
 #include <span>
+#include <utility>
+#include <vector>
 
 #include "hoardd/media/Picture.h"
 
@@ -12,8 +15,26 @@ namespace hoardd::media {
 /// Loads what reading metadata needs; once, before confinement.
 void prepareMetadata();
 
-/// Fills all but the format and the sizes. Bytes without metadata, or with broken ones, give none.
-void readMetadata(std::span<const std::byte> file, PictureFacts &facts);
+/// Of one file in memory, which must outlive it. Bytes without metadata, or with broken ones, say nothing.
+class Metadata {
+public:
+    explicit Metadata(std::span<const std::byte> file);
+    ~Metadata();
+
+    /// Fills all but the format and the sizes.
+    void fill(PictureFacts &facts) const;
+    /// Whether a file that begins as a TIFF file does is a raw file: its pixels are what a sensor saw.
+    [[nodiscard]] bool isRaw() const;
+    /// Width and height in pixels, as stored; 0 where the file does not say or says nonsense.
+    [[nodiscard]] std::pair<std::uint32_t, std::uint32_t> size() const;
+    /// A JPEG, not yet looked into: the smallest preview whose longest side is at least `longestSide`, else,
+    /// or for 0, the largest. Empty when the file carries none.
+    [[nodiscard]] std::vector<std::byte> preview(std::uint32_t longestSide) const;
+
+private:
+    struct Parsed;
+    std::unique_ptr<Parsed> parsed;
+};
 
 } // namespace hoardd::media
 

@@ -1,7 +1,5 @@
 #include "hoardd/media/worker/RequestHandler.h"
 
-#include <sys/mman.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -10,8 +8,7 @@
 
 #include "hoardd/media/Fingerprint.h"
 #include "hoardd/media/worker/Confinement.h"
-#include "hoardd/media/worker/Metadata.h"
-#include "hoardd/media/worker/PictureReader.h"
+#include "hoardd/media/worker/PictureFile.h"
 #include "hoardd/media/worker/PictureWriter.h"
 #include "hoardd/media/worker/VideoReader.h"
 
@@ -20,35 +17,6 @@ namespace hoardd::media {
 namespace {
 
 constexpr std::uint32_t thumbnailQuality = 85;
-
-// A file in memory, read-only. One that shrinks meanwhile ends the worker, not hoardd.
-class MappedFile {
-public:
-    explicit MappedFile(int descriptor) {
-        struct stat status {};
-        if (fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode))
-            throw MediaError(MediaFailure::badRequest, "the input is not a file");
-        length = static_cast<std::size_t>(status.st_size);
-        if (length == 0)
-            throw MediaError(MediaFailure::unknownFormat, "the file is empty");
-        if (length > pictureLimits.fileBytes)
-            throw MediaError(MediaFailure::tooLarge, "the file has more bytes than are allowed");
-        start = mmap(nullptr, length, PROT_READ, MAP_PRIVATE, descriptor, 0);
-        if (start == MAP_FAILED)
-            throw MediaError(MediaFailure::badRequest, "the input cannot be mapped");
-    }
-    MappedFile(const MappedFile &) = delete;
-    MappedFile &operator=(const MappedFile &) = delete;
-    ~MappedFile() { munmap(start, length); }
-
-    [[nodiscard]] std::span<const std::byte> bytes() const {
-        return {static_cast<const std::byte *>(start), length};
-    }
-
-private:
-    void *start = nullptr;
-    std::size_t length = 0;
-};
 
 template <std::size_t size>
 void copyText(std::string_view text, std::array<char, size> &out) {
@@ -99,19 +67,6 @@ bool isVideo(int descriptor) {
            imageFormatOf(std::span(start).first(static_cast<std::size_t>(count))) == ImageFormat::video;
 }
 
-// The format and the metadata, as good as they can be had.
-PictureFacts factsOf(std::span<const std::byte> file) {
-    PictureFacts facts;
-    facts.format = imageFormatOf(file);
-    if (facts.format == ImageFormat::unknown)
-        throw MediaError(MediaFailure::unknownFormat, "the file is not a picture of a known format");
-    readMetadata(file, facts);
-    // Decoders of these formats turn the picture by its container and leave nothing to do.
-    if (facts.format == ImageFormat::heif || facts.format == ImageFormat::avif)
-        facts.orientation = 1;
-    return facts;
-}
-
 // Each is made from the next larger one; `first` makes the largest, of the size that it is given.
 template <class First>
 void writeThumbnails(const Request &request, std::span<const wickerlane::UniqueFd> descriptors,
@@ -138,25 +93,49 @@ void probeVideo(const Request &request, std::span<const wickerlane::UniqueFd> de
                     [&](std::uint32_t side) { return shrunk(reader.poster().get(), side); });
 }
 
+// Of a video, the facts alone: none carries a preview.
+void examine(const Request &request, std::span<const wickerlane::UniqueFd> descriptors, Answer &answer) {
+    if (isVideo(descriptors[0].get())) {
+        Request factsOnly = request;
+        factsOnly.thumbnailCount = 0;
+        return probeVideo(factsOnly, descriptors, answer);
+    }
+    PictureFile file(descriptors[0].get());
+    put(file.facts(), answer);
+    static_cast<void>(file.open(0));
+    put(file.facts(), answer);
+    const auto sides = std::span(request.thumbnailSides).first(request.thumbnailCount);
+    if (sides.empty())
+        return;
+    try {
+        // One that suits the smallest is quickest to decode; the real thumbnails follow.
+        const Image preview = file.previewThumbnail(*std::ranges::min_element(sides));
+        if (!preview)
+            return;
+        writeThumbnails(request, descriptors,
+                        [&](std::uint32_t side) { return shrunk(preview.get(), side); });
+        answer.hasPreview = 1;
+    } catch (const MediaError &) {
+        // A preview that is of no use is as good as none.
+    }
+}
+
 void probe(const Request &request, std::span<const wickerlane::UniqueFd> descriptors, Answer &answer) {
     if (isVideo(descriptors[0].get()))
         return probeVideo(request, descriptors, answer);
-    const MappedFile file(descriptors[0].get());
-    PictureFacts facts = factsOf(file.bytes());
-    put(facts, answer);
-    const PictureReader reader(file.bytes(), facts.format);
-    const bool lies = facts.orientation >= 5;
-    answer.width = lies ? reader.height() : reader.width();
-    answer.height = lies ? reader.width() : reader.height();
+    PictureFile file(descriptors[0].get());
+    put(file.facts(), answer);
+    const auto sides = std::span(request.thumbnailSides).first(request.thumbnailCount);
+    const PictureReader &reader = file.open(sides.empty() ? 0 : *std::ranges::max_element(sides));
+    put(file.facts(), answer);
     writeThumbnails(request, descriptors,
-                    [&](std::uint32_t side) { return reader.thumbnail(side, facts.orientation); });
+                    [&](std::uint32_t side) { return reader.thumbnail(side, file.facts().orientation); });
 }
 
 void fingerprint(std::span<const wickerlane::UniqueFd> descriptors, Answer &answer) {
-    const MappedFile file(descriptors[0].get());
-    const PictureFacts facts = factsOf(file.bytes());
+    PictureFile file(descriptors[0].get());
     constexpr std::uint32_t enough = 256; // pixels a side: thumbnails have no more
-    const Image image = PictureReader(file.bytes(), facts.format).thumbnail(enough, facts.orientation);
+    const Image image = file.open(enough).thumbnail(enough, file.facts().orientation);
     const auto width = static_cast<std::uint32_t>(vips_image_get_width(image.get()));
     const auto height = static_cast<std::uint32_t>(vips_image_get_height(image.get()));
     const auto channels = static_cast<std::uint32_t>(vips_image_get_bands(image.get()));
@@ -187,10 +166,8 @@ void render(const Request &request, std::span<const wickerlane::UniqueFd> descri
             request.longestSide != 0 ? shrunk(frame.get(), request.longestSide) : Image(nullptr);
         return writeRendered(request, image ? image.get() : frame.get(), descriptors[1].get(), answer);
     }
-    const MappedFile file(descriptors[0].get());
-    const PictureFacts facts = factsOf(file.bytes());
-    const PictureReader reader(file.bytes(), facts.format);
-    const Image image = reader.picture(request.longestSide, facts.orientation);
+    PictureFile file(descriptors[0].get());
+    const Image image = file.open(request.longestSide).picture(request.longestSide, file.facts().orientation);
     writeRendered(request, image.get(), descriptors[1].get(), answer);
 }
 
@@ -209,7 +186,7 @@ void encode(const Request &request, std::span<const wickerlane::UniqueFd> descri
 
 void handleOrThrow(const Request &request, std::span<const wickerlane::UniqueFd> descriptors,
                    Answer &answer) {
-    const bool probes = request.kind == RequestKind::probe;
+    const bool probes = request.kind == RequestKind::probe || request.kind == RequestKind::examine;
     const std::size_t expected = request.kind == RequestKind::selfTest      ? 0
                                  : request.kind == RequestKind::fingerprint ? 1
                                  : probes                                   ? 1 + request.thumbnailCount
@@ -217,6 +194,8 @@ void handleOrThrow(const Request &request, std::span<const wickerlane::UniqueFd>
     if (request.thumbnailCount > mostThumbnails || descriptors.size() != expected)
         throw MediaError(MediaFailure::badRequest, "the request has the wrong descriptors");
     switch (request.kind) {
+    case RequestKind::examine:
+        return examine(request, descriptors, answer);
     case RequestKind::probe:
         return probe(request, descriptors, answer);
     case RequestKind::fingerprint:

@@ -1,0 +1,72 @@
+#include "hoardd/media/worker/PictureFile.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace hoardd::media {
+
+namespace {
+
+// Whether decoders of the format turn the picture by its container and leave nothing to do.
+bool isTurnedByDecoder(ImageFormat format) {
+    return format == ImageFormat::heif || format == ImageFormat::avif;
+}
+
+// Cameras pad small previews to the proportions of a screen: the bars go.
+Image withoutBars(Image image, double proportion) {
+    const int width = vips_image_get_width(image.get()), height = vips_image_get_height(image.get());
+    const int within = std::clamp(static_cast<int>(std::lround(height * proportion)), 1, width);
+    const int high = std::clamp(static_cast<int>(std::lround(width / proportion)), 1, height);
+    constexpr double alike = 0.98; // so much comes of rounding
+    if (within > width * alike && high > height * alike)
+        return image;
+    return made([&](VipsImage **out) {
+        return vips_extract_area(image.get(), out, (width - within) / 2, (height - high) / 2, within, high,
+                                 nullptr);
+    });
+}
+
+} // namespace
+
+PictureFile::PictureFile(int descriptor) : file(descriptor), metadata(file.bytes()) {
+    known.format = imageFormatOf(file.bytes());
+    if (known.format == ImageFormat::unknown)
+        throw MediaError(MediaFailure::unknownFormat, "the file is not a picture of a known format");
+    metadata.fill(known);
+    if (isTurnedByDecoder(known.format))
+        known.orientation = 1;
+    if (known.format == ImageFormat::tiff && metadata.isRaw())
+        known.format = ImageFormat::raw;
+}
+
+const PictureReader &PictureFile::open(std::uint32_t longestSide) {
+    std::pair<std::uint32_t, std::uint32_t> size{0, 0};
+    if (known.format == ImageFormat::raw) {
+        rawPreview = metadata.preview(longestSide);
+        if (imageFormatOf(rawPreview) != ImageFormat::jpeg)
+            throw MediaError(MediaFailure::noDecoder,
+                             "there is no decoder here for raw files, and this one carries no preview");
+        size = metadata.size();
+        reader.emplace(rawPreview, ImageFormat::jpeg);
+    } else {
+        reader.emplace(file.bytes(), known.format);
+    }
+    if (size.first == 0 || size.second == 0)
+        size = {reader->width(), reader->height()};
+    const bool lies = known.orientation >= 5;
+    known.width = lies ? size.second : size.first;
+    known.height = lies ? size.first : size.second;
+    return *reader;
+}
+
+Image PictureFile::previewThumbnail(std::uint32_t longestSide) const {
+    if (isTurnedByDecoder(known.format))
+        return nullptr; // how its previews are turned is not told
+    const std::vector<std::byte> preview = metadata.preview(longestSide);
+    if (imageFormatOf(preview) != ImageFormat::jpeg)
+        return nullptr;
+    Image image = PictureReader(preview, ImageFormat::jpeg).thumbnail(longestSide, known.orientation);
+    return withoutBars(std::move(image), static_cast<double>(known.width) / known.height);
+}
+
+} // namespace hoardd::media

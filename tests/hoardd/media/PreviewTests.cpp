@@ -1,0 +1,171 @@
+// The first look at a picture, the preview that it carries, and raw files, which are seen by theirs.
+#include <gmock/gmock.h>
+
+#include "tests/hoardd/media/MediaTest.h"
+
+namespace hoardd {
+namespace {
+
+using namespace wickerlane::test;
+
+WorkerPool &pool() {
+    static WorkerPool &shared = *new WorkerPool(testOptions());
+    return shared;
+}
+
+class Previews : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        ASSERT_EQ(pool().testConfinement().reason, "");
+        ASSERT_EQ(pool().probe(fileOf(tiffOf(fourCorners(8, 8))).get(), {}).reason, "");
+    }
+
+    ExamineResult examine(const Bytes &file) { return pool().examine(fileOf(file).get(), targets()); }
+    ProbeResult probe(const Bytes &file) { return pool().probe(fileOf(file).get(), targets()); }
+    Pixels thumbnail(std::size_t index) { return decodedPicture(contentsOf(outputs.at(index))); }
+
+private:
+    std::array<ThumbnailTarget, 2> targets() {
+        outputs.clear();
+        outputs.push_back(fileOf({}));
+        outputs.push_back(fileOf({}));
+        return {{{256, outputs[0].get()}, {1024, outputs[1].get()}}};
+    }
+    std::vector<UniqueFd> outputs;
+};
+
+/// A picture of 3 : 2 that fills a small one of 4 : 3 up to black bars, as cameras make them.
+Pixels padded(const Pixels &picture) {
+    Pixels result{picture.width, picture.width * 3 / 4, {}};
+    result.colours.resize(std::size_t{result.width} * result.height);
+    std::ranges::copy(picture.colours,
+                      result.colours.begin() + (result.height - picture.height) / 2 * result.width);
+    return result;
+}
+
+TEST_F(Previews, AFirstLookTakesThePreviewForThePicture) {
+    TestExif exif;
+    exif.dateTimeOriginal = "2021:06:15 10:20:30";
+    exif.preview = jpegOf(padded(fourCorners(150, 100)));
+    const Pixels picture = scene(1200, 800, 1); // unlike its preview
+    for (const auto &[orientation, corners] : {std::pair{1, "RGBY"}, std::pair{6, "YRGB"}})
+        for (const bool bigEndian : {false, true}) {
+            exif.orientation = static_cast<std::uint16_t>(orientation);
+            exif.bigEndian = bigEndian;
+            const ExamineResult seen = examine(jpegOf(picture, exif));
+            ASSERT_EQ(seen.reason, "");
+            ASSERT_TRUE(seen.hasPreview);
+            EXPECT_EQ(seen.facts.width, orientation == 1 ? 1200U : 800U);
+            EXPECT_EQ(seen.facts.height, orientation == 1 ? 800U : 1200U);
+            EXPECT_TRUE(seen.facts.captureDate);
+            for (const std::size_t index : {0U, 1U}) {
+                const Pixels made = thumbnail(index);
+                EXPECT_EQ(std::max(made.width, made.height), 150U) << "it is not enlarged";
+                EXPECT_NEAR(std::min(made.width, made.height), 100U, 1) << "the bars are gone";
+                EXPECT_EQ(cornersOf(made), corners);
+            }
+        }
+}
+
+TEST_F(Previews, AFirstLookFindsWhatALongerOneFinds) {
+    TestExif exif;
+    exif.orientation = 8;
+    exif.make = "Maker";
+    const Pixels corners = fourCorners(400, 300);
+    for (const Bytes &file : {jpegOf(corners, exif), pngOf(corners, exif), tiffOf(corners, 3),
+                              gifOf(30, 20, cornerGreen), pngThatClaims(40'000, 40'000), Bytes(50)}) {
+        const ProbeResult probed = probe(file);
+        const ExamineResult seen = examine(file);
+        EXPECT_FALSE(seen.hasPreview);
+        EXPECT_EQ(seen.failure, probed.failure);
+        EXPECT_EQ(seen.reason, probed.reason);
+        EXPECT_EQ(seen.facts.format, probed.facts.format);
+        EXPECT_EQ(seen.facts.width, probed.facts.width);
+        EXPECT_EQ(seen.facts.height, probed.facts.height);
+        EXPECT_EQ(seen.facts.orientation, probed.facts.orientation);
+        EXPECT_EQ(seen.facts.cameraMake, probed.facts.cameraMake);
+    }
+}
+
+TEST_F(Previews, ABrokenPreviewIsAsGoodAsNone) {
+    const Bytes preview = jpegOf(fourCorners(160, 120));
+    Bytes cut = preview, empty(40);
+    cut.resize(30);
+    for (const Bytes &broken : {cut, empty, pngOf(fourCorners(8, 8))}) {
+        TestExif exif;
+        exif.preview = broken;
+        const Bytes file = jpegOf(fourCorners(300, 200), exif);
+        EXPECT_FALSE(examine(file).hasPreview);
+        EXPECT_EQ(examine(file).reason, "");
+        EXPECT_EQ(probe(file).reason, "");
+        EXPECT_EQ(cornersOf(thumbnail(0)), "RGBY");
+    }
+}
+
+TEST_F(Previews, RawFilesAreSeenByTheirPreviews) {
+    const Bytes preview = jpegOf(fourCorners(1200, 800));
+    const struct {
+        TestRaw raw;
+        ImageFormat format;
+        std::uint32_t width, height;
+        const char *corners;
+    } cases[] = {
+        {{.preview = preview}, ImageFormat::raw, 3000, 2000, "RGBY"},
+        {{.bigEndian = true, .preview = preview}, ImageFormat::raw, 3000, 2000, "RGBY"},
+        {{.orientation = 6, .preview = preview}, ImageFormat::raw, 2000, 3000, "YRGB"},
+        {{.preview = preview, .saysVersion = true, .saysFilterArray = false},
+         ImageFormat::raw,
+         3000,
+         2000,
+         "RGBY"},
+        {{.preview = preview, .previewIsStrip = true}, ImageFormat::raw, 3000, 2000, "RGBY"},
+        {{.width = 0, .height = 9'000'000, .preview = preview}, ImageFormat::raw, 1200, 800, "RGBY"},
+        {{.preview = preview, .saysFilterArray = false}, ImageFormat::tiff, 16, 12, "????"},
+    };
+    for (const auto &[raw, format, width, height, corners] : cases) {
+        SCOPED_TRACE(&raw - &cases[0].raw);
+        const Bytes file = rawOf(raw);
+        const ProbeResult probed = probe(file);
+        ASSERT_EQ(probed.reason, "");
+        EXPECT_EQ(probed.facts.format, format);
+        EXPECT_EQ(probed.facts.width, width);
+        EXPECT_EQ(probed.facts.height, height);
+        EXPECT_EQ(cornersOf(thumbnail(0)), corners);
+        EXPECT_EQ(std::max(thumbnail(1).width, thumbnail(1).height),
+                  format == ImageFormat::raw ? 1024U : 16U);
+        if (format != ImageFormat::raw)
+            continue;
+        EXPECT_EQ(examine(file).facts.width, width);
+        EXPECT_EQ(cornersOf(thumbnail(0)), corners);
+        const UniqueFd output = fileOf({});
+        const ImageResult rendered =
+            pool().render(fileOf(file).get(), {.format = ImageFormat::png}, output.get());
+        EXPECT_EQ(std::max(rendered.width, rendered.height), 1200U);
+        for (const std::size_t length : {file.size() / 2, file.size() - preview.size() / 2, std::size_t{200}})
+            static_cast<void>(probe(Bytes(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(length))));
+    }
+}
+
+TEST_F(Previews, ARawFileWithoutOneSaysSo) {
+    TestRaw raw;
+    for (const Bytes &preview : {Bytes(), Bytes(500), pngOf(fourCorners(64, 64))}) {
+        raw.preview = preview;
+        const ProbeResult probed = probe(rawOf(raw));
+        EXPECT_EQ(probed.failure, MediaFailure::noDecoder);
+        EXPECT_THAT(probed.reason, ::testing::HasSubstr("carries no preview"));
+        EXPECT_EQ(probed.facts.format, ImageFormat::raw);
+        EXPECT_EQ(examine(rawOf(raw)).failure, MediaFailure::noDecoder);
+    }
+    using namespace std::string_literals;
+    for (const std::string &start : {"FUJIFILMCCD-RAW 0201"s, "IIU\0\x18\0\0\0"s, "II*\0\x10\0\0\0CR\2\0"s,
+                                     "\0\0\0\x18"
+                                     "ftypcrx \0\0\0\1crx isom"s}) {
+        Bytes file(2000);
+        std::ranges::transform(start, file.begin(), [](char c) { return static_cast<std::byte>(c); });
+        EXPECT_EQ(imageFormatOf(file), ImageFormat::raw) << start;
+        EXPECT_EQ(probe(file).failure, MediaFailure::noDecoder) << start;
+    }
+}
+
+} // namespace
+} // namespace hoardd
