@@ -47,11 +47,12 @@ wickerlane::store::AssetRecord recordNumbered(std::size_t number, std::mt19937_6
     record.thumbnailIndex = 1;
     record.width = 4000;
     record.height = 3000;
-    const std::size_t day = number / 20;
-    record.dateCreated = static_cast<double>(day) * 86400 + static_cast<double>(number % 20 / 7) * 14400 +
+    const std::size_t day = number / 20, burst = number % 20 / 7;
+    record.dateCreated = static_cast<double>(day) * 86400 + static_cast<double>(burst) * 14400 +
                          static_cast<double>(random() % 2400);
     if (random() % 10 != 0) {
-        record.latitude = 40 + static_cast<double>(day / 30 % 20);
+        const std::size_t month = day / 30;
+        record.latitude = 40 + static_cast<double>(month % 20);
         record.longitude = 9 + static_cast<double>(random() % 100) * 1e-5;
     }
     for (std::byte &byte : record.sha256)
@@ -59,11 +60,19 @@ wickerlane::store::AssetRecord recordNumbered(std::size_t number, std::mt19937_6
     return record;
 }
 
+/// About four of 64 bits.
+std::uint64_t fewBits(std::mt19937_64 &random) {
+    std::uint64_t bits = random();
+    for (int halving = 0; halving < 3; ++halving)
+        bits &= random();
+    return bits;
+}
+
 Fingerprint fingerprintNumbered(std::size_t number, std::mt19937_64 &random, const Fingerprint &previous) {
     if (number % 20 == 1)
         return previous;
     if (number % 10 < 2)
-        return {previous.difference ^ (random() & random() & random() & random()), previous.frequency};
+        return {previous.difference ^ fewBits(random), previous.frequency};
     return {random(), random()};
 }
 
@@ -201,6 +210,7 @@ int main(int argc, char **argv) {
     if (mkdtemp(folder.data()) == nullptr)
         return 1;
     std::vector<std::vector<Measure>> all;
+    all.reserve(counts.size());
     for (const std::size_t count : counts)
         all.push_back(measure(folder, count));
     std::filesystem::remove_all(folder);

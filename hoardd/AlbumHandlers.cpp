@@ -18,11 +18,11 @@ using store::ManagedAsset;
 
 namespace {
 
-/// Tells the log why something was not done that the caller is only told has not been done.
-bool succeeded(const char *what, const std::string &problem) {
+/// Tells the log what went wrong, if anything, and gives it back: callers may be told only that it did.
+std::string logged(const char *what, std::string problem) {
     if (!problem.empty())
         JX_LOG(JXLogLevelError, JXPhotosStateLog, "can't %s: %s", what, problem.c_str());
-    return problem.empty();
+    return problem;
 }
 
 /// Whether the camera's preview well shows an asset: a copy of its small thumbnail.
@@ -67,7 +67,7 @@ void addAssetToAlbum(Daemon &daemon, const Call &call) {
         problem = "there is no such album";
     else
         problem = Albums(*library).add(*asset, *album, call.peer().user);
-    call.answer(Answer().set(keys::success, succeeded("add an asset to an album", problem)));
+    call.answer(Answer().set(keys::success, logged("add an asset to an album", problem).empty()));
 }
 
 void deleteAsset(Daemon &daemon, const Call &call) {
@@ -82,8 +82,9 @@ void deleteAsset(Daemon &daemon, const Call &call) {
         asset != nullptr ? library->saver().remove(asset->record()) : "there is no such asset";
     if (isShown && problem.empty())
         ::unlink(library->paths().previewWell().c_str());
-    call.answer(
-        Answer().set(keys::success, succeeded("delete an asset", problem)).set(keys::hasEntitlement, true));
+    call.answer(Answer()
+                    .set(keys::success, logged("delete an asset", problem).empty())
+                    .set(keys::hasEntitlement, true));
 }
 
 void setExternalUsageIntent(Daemon &daemon, const Call &call) {
@@ -98,17 +99,15 @@ void setExternalUsageIntent(Daemon &daemon, const Call &call) {
                 .bind(call.get(keys::externalUsageIntent), asset->record().primaryKey)
                 .run();
         });
-    call.answer(Answer().set(keys::success, succeeded("note how an asset is used", problem)));
+    call.answer(Answer().set(keys::success, logged("note how an asset is used", problem).empty()));
 }
 
 void recalculateCachedAlbumCounts(Daemon &daemon, const Call &call) {
     Library *library = daemon.library(call);
     if (library == nullptr)
         return;
-    if (succeeded("count the assets of albums", Albums(*library).recount()))
-        call.answer(Answer());
-    else
-        call.refuse("the library's store can't be written");
+    const bool done = logged("count the assets of albums", Albums(*library).recount()).empty();
+    call.finish(done ? "" : "the library's store can't be written");
 }
 
 void automaticallyDeleteEmptyAlbum(Daemon &daemon, const Call &call) {
@@ -121,10 +120,7 @@ void automaticallyDeleteEmptyAlbum(Daemon &daemon, const Call &call) {
                                library->assets().storeUUID(), store::albumEntity);
     const std::string problem = album != 0 ? Albums(*library).deleteIfEmpty(album)
                                            : "albumOID is not that of an album of this library";
-    if (succeeded("delete an empty album", problem))
-        call.answer(Answer());
-    else
-        call.refuse(problem);
+    call.finish(logged("delete an empty album", problem));
 }
 
 } // namespace hoardd

@@ -10,6 +10,7 @@
 #include <span>
 
 #include "hoardd/Bulletins.h"
+#include "hoardd/Clock.h"
 #include "hoardd/State.h"
 #include "wickerlane/log/JXLog.h"
 #include "wickerlane/platform/file/Files.h"
@@ -38,10 +39,6 @@ std::string nameOf(uid_t user) {
     return std::string(name.empty() ? found->pw_name : name);
 }
 
-double now() {
-    return Date::createNow()->referenceSeconds();
-}
-
 bool insertAlbum(sqlite::Database &database, const AlbumRecord &album) {
     return database
         .prepare("INSERT INTO zalbum (uuid, name, streamid, datecreated) VALUES (?, ?, nullif(?, ''), ?)")
@@ -61,7 +58,7 @@ Albums::Made Albums::make(std::string_view name, std::string_view streamID) {
     album.uuid = UUID::createRandom()->uuidString()->utf8();
     album.name = name;
     album.streamID = streamID;
-    album.dateCreated = now();
+    album.dateCreated = secondsNow();
     bool isNew = false;
     made.problem = library.writer().change([&](sqlite::Database &database) {
         auto shared = database.prepare("SELECT uuid FROM zalbum WHERE streamid = ?");
@@ -84,7 +81,7 @@ Albums::Made Albums::make(std::string_view name, std::string_view streamID) {
 
 std::string Albums::add(const store::ManagedAsset &asset, const store::ManagedAlbum &album, uid_t user) {
     bool isNew = false, isFull = false;
-    const double date = now();
+    const double date = secondsNow();
     const AlbumRecord &record = album.record();
     std::string problem = library.writer().change([&](sqlite::Database &database) {
         auto present = database.prepare("SELECT 1 FROM zalbumasset WHERE album = ? AND asset = ?");
@@ -184,7 +181,7 @@ std::string Albums::recreate() {
         const auto *created = dictionary->get<Date>("dateCreated");
         album.dateCreated = created != nullptr && std::isfinite(created->referenceSeconds())
                                 ? created->referenceSeconds()
-                                : now();
+                                : secondsNow();
         static_cast<void>(readFile(entry.path().string() + assetsFile, lines, mostBytes)); // may be empty
         const std::string_view text(reinterpret_cast<const char *>(lines.data()), lines.size());
         const std::string problem = library.writer().change([&](sqlite::Database &database) {
@@ -202,7 +199,7 @@ std::string Albums::recreate() {
             auto insert = database.prepare(
                 "INSERT OR IGNORE INTO zalbumasset SELECT zalbum.pk, zgenericasset.pk, ? "
                 "FROM zalbum, zgenericasset WHERE zalbum.uuid = ? AND zgenericasset.uuid = ?");
-            const double added = now();
+            const double added = secondsNow();
             for (std::size_t at = 0; at < text.size(); at = text.find('\n', at) + 1) {
                 if (text.find('\n', at) == std::string_view::npos)
                     break; // a line that was cut off

@@ -1,6 +1,7 @@
 #include "hoardd/Bulletins.h"
 
 #include "hoardd/BulletinTexts.h"
+#include "hoardd/Clock.h"
 #include "hoardd/State.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/notification/Notification.h"
@@ -19,10 +20,6 @@ constexpr double gatheredSeconds = 600;
 constexpr double daySeconds = 86'400;
 constexpr double keptSeconds = 30 * daySeconds;
 constexpr std::int64_t photosAdded = 0; // the type of a bulletin
-
-double now() {
-    return Date::createNow()->referenceSeconds();
-}
 
 /// A bulletin as the store has it.
 struct Record {
@@ -140,7 +137,7 @@ Array *Bulletins::current(std::string &problem) const {
     if (!database)
         return nullptr;
     auto rows = database->prepare(std::string(selectBulletins) + "WHERE date > ? ORDER BY recordid DESC");
-    rows.bind(now() - keptSeconds);
+    rows.bind(secondsNow() - keptSeconds);
     auto all = MutableArray::create();
     while (rows.next())
         all->append(describe(readRecord(rows)).get());
@@ -157,7 +154,7 @@ std::optional<std::int64_t> Bulletins::badgeCount() const {
     if (!database)
         return std::nullopt;
     auto count = database->prepare("SELECT count(*) FROM zbulletin WHERE date > ?");
-    return count.bind(now() - keptSeconds).next() ? std::optional(count.integer(0)) : std::nullopt;
+    return count.bind(secondsNow() - keptSeconds).next() ? std::optional(count.integer(0)) : std::nullopt;
 }
 
 Ref<Data> Bulletins::thumbnail(std::uint64_t recordID) const {

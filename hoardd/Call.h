@@ -57,6 +57,10 @@ public:
     void answer(const Answer &answer) const { received->reply(answer.message.get()); }
     /// Answers with an error that says why.
     void refuse(std::string_view why) const { received->replyError(why); }
+    /// Answers when there is no problem, else refuses with it.
+    void finish(std::string_view problem, const Answer &done = {}) const {
+        problem.empty() ? answer(done) : refuse(problem);
+    }
 
 private:
     Ref<wickerlane::ReceivedMessage> received;

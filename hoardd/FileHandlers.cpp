@@ -9,9 +9,9 @@
 #include <cstring>
 #include <mutex>
 
-#include "hoardd/Daemon.h"
 #include "hoardd/FileCopy.h"
 #include "hoardd/Handlers.h"
+#include "hoardd/LongWork.h"
 #include "hoardd/Sha256.h"
 #include "wickerlane/log/JXLog.h"
 #include "wickerlane/platform/file/Files.h"
@@ -147,20 +147,10 @@ void updateRestoredAsset(Daemon &daemon, const Call &call) {
     std::vector<std::string> paths;
     if (const MessageValue *value = call.value(keys::assetPaths))
         gatherTexts(createObject(value).get(), paths);
-    const bool taken = daemon.jobs().add({[call, library, uuid, paths = std::move(paths)] {
-        try {
-            const std::string problem = restore(*library, std::string(uuid->uuidString()->utf8()), paths,
-                                                call.peer().user == ::geteuid());
-            if (problem.empty())
-                call.answer(Answer());
-            else
-                call.refuse(problem);
-        } catch (const std::exception &failure) {
-            call.refuse(failure.what());
-        }
-    }});
-    if (!taken)
-        call.refuse("too many jobs are waiting; try again later");
+    runJob(daemon, call, [call, library, uuid, paths = std::move(paths)] {
+        call.finish(restore(*library, std::string(uuid->uuidString()->utf8()), paths,
+                            call.peer().user == ::geteuid()));
+    });
 }
 
 void writeDataInBackground(Daemon &daemon, const Call &call) {
@@ -173,11 +163,9 @@ void writeDataInBackground(Daemon &daemon, const Call &call) {
     std::string problem = "destinationURL is no file URL";
     if (!path.empty())
         problem = writeInLibrary(library->paths(), path, data != nullptr ? data->span() : Bytes());
-    if (!problem.empty()) {
+    if (!problem.empty())
         JX_LOG(JXLogLevelError, JXAssetImportLog, "did not write %@: %s", destination, problem.c_str());
-        return call.refuse(problem);
-    }
-    call.answer(Answer());
+    call.finish(problem);
 }
 
 } // namespace hoardd

@@ -1,5 +1,6 @@
 // The library's life and upkeep.
 #include "hoardd/Albums.h"
+#include "hoardd/Clock.h"
 #include "hoardd/FoundFiles.h"
 #include "hoardd/Handlers.h"
 #include "hoardd/LongWork.h"
@@ -22,14 +23,8 @@ constexpr const char *hoarddDomain = "org.wickerlane.hoardd"; // of its preferen
 /// Makes a quick change of the store, and answers.
 template <class Change>
 void changeStore(Daemon &daemon, const Call &call, const Change &change) {
-    Library *library = daemon.library(call);
-    if (library == nullptr)
-        return;
-    const std::string problem = library->writer().change(change);
-    if (problem.empty())
-        call.answer(Answer());
-    else
-        call.refuse(problem);
+    if (Library *library = daemon.library(call))
+        call.finish(library->writer().change(change));
 }
 
 } // namespace
@@ -143,19 +138,15 @@ void notifyAboutTermination(Daemon &daemon, const Call &call) {
     const String *name = call.get(keys::name), *reason = call.get(keys::reason);
     JX_LOG(JXLogLevelError, JXPhotosStateLog, "process %d (%s) ends by an exception: %@: %@",
            call.peer().process, call.peer().executable.c_str(), name, reason);
-    const std::string problem = library->writer().change([&](sqlite::Database &database) {
+    call.finish(library->writer().change([&](sqlite::Database &database) {
         return database
             .prepare(
                 "INSERT INTO ztermination (date, executable, process, name, reason) VALUES (?, ?, ?, ?, ?)")
-            .bind(Date::createNow()->referenceSeconds(), call.peer().executable, call.peer().process,
+            .bind(secondsNow(), call.peer().executable, call.peer().process,
                   name != nullptr ? name->utf8() : std::string_view(),
                   reason != nullptr ? reason->utf8() : std::string_view())
             .run();
-    });
-    if (problem.empty())
-        call.answer(Answer());
-    else
-        call.refuse(problem);
+    }));
 }
 
 void clearChangeStore(Daemon &daemon, const Call &call) {

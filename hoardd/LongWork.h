@@ -1,4 +1,4 @@
-// Handlers whose work takes long.
+// Handlers whose work goes on after they have returned.
 #ifndef HOARDD_LONGWORK_H
 #define HOARDD_LONGWORK_H
 
@@ -10,6 +10,28 @@
 
 namespace hoardd {
 
+/// Runs `work`, which answers the call, in a queue. The call is refused with `whenFull` when the queue takes
+/// no more, and with what the work throws.
+template <class Work>
+void runIn(JobQueue &queue, const Call &call, const char *whenFull, Work work) {
+    const bool taken = queue.add({[call, work = std::move(work)] {
+        try {
+            work();
+        } catch (const std::exception &failure) {
+            JX_LOG(JXLogLevelError, JXPhotosStateLog, "work failed: %s", failure.what());
+            call.refuse(failure.what());
+        }
+    }});
+    if (!taken)
+        call.refuse(whenFull);
+}
+
+/// Runs work that may take a while beside the saves; it answers the call.
+template <class Work>
+void runJob(Daemon &daemon, const Call &call, Work work) {
+    runIn(daemon.jobs(), call, "too many jobs are waiting; try again later", std::move(work));
+}
+
 /// Runs work on the library after the long work that was asked for before; `work` takes the library and gives
 /// an empty text, or the reason for which it failed. The call is answered when it is done.
 template <class Work>
@@ -17,20 +39,13 @@ void runLongWork(Daemon &daemon, const Call &call, Work work) {
     Library *library = daemon.library(call);
     if (library == nullptr)
         return;
-    const bool taken = daemon.longWork().add({[call, library, work = std::move(work)] {
-        std::string problem;
-        try {
-            problem = work(*library);
-        } catch (const std::exception &failure) {
-            problem = failure.what();
-        }
-        if (problem.empty())
-            return call.answer(Answer());
-        JX_LOG(JXLogLevelError, JXPhotosStateLog, "long work failed: %s", problem.c_str());
-        call.refuse(problem);
-    }});
-    if (!taken)
-        call.refuse("too much long work is waiting; try again later");
+    runIn(daemon.longWork(), call, "too much long work is waiting; try again later",
+          [call, library, work = std::move(work)] {
+              const std::string problem = work(*library);
+              if (!problem.empty())
+                  JX_LOG(JXLogLevelError, JXPhotosStateLog, "long work failed: %s", problem.c_str());
+              call.finish(problem);
+          });
 }
 
 } // namespace hoardd

@@ -5,11 +5,10 @@
 #include <cerrno>
 #include <cstring>
 
-#include "hoardd/Daemon.h"
 #include "hoardd/Handlers.h"
 #include "hoardd/ImageFormats.h"
+#include "hoardd/LongWork.h"
 #include "hoardd/Renditions.h"
-#include "wickerlane/log/JXLog.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/protocol/AssetOperations.h"
 #include "wickerlane/protocol/Entitlements.h"
@@ -20,24 +19,6 @@ namespace hoardd {
 using namespace wickerlane;
 using namespace wickerlane::protocol;
 using store::ManagedAsset;
-
-namespace {
-
-/// Runs work that may take a while beside the saves; a full queue refuses it.
-template <class Work>
-void runJob(Daemon &daemon, const Call &call, Work work) {
-    const bool taken = daemon.jobs().add({[call, work = std::move(work)] {
-        try {
-            work();
-        } catch (const std::exception &failure) {
-            call.refuse(failure.what());
-        }
-    }});
-    if (!taken)
-        call.refuse("too many jobs are waiting; try again later");
-}
-
-} // namespace
 
 // Comes twice for one call of a client: the second time there is nothing left to do.
 void setLargePreviewImage(Daemon &daemon, const Call &call) {
@@ -132,11 +113,7 @@ void downloadAsset(Daemon &daemon, const Call &call) {
     if (!call.get(keys::requestThumbnail) || !asset->record().problem.empty())
         return call.answer(Answer());
     runJob(daemon, call, [call, library, asset] {
-        const std::string problem = Renditions(*library).makeThumbnails(asset->record(), false, false);
-        if (problem.empty())
-            call.answer(Answer());
-        else
-            call.refuse(problem);
+        call.finish(Renditions(*library).makeThumbnails(asset->record(), false, false));
     });
 }
 

@@ -2,6 +2,7 @@
 // kept in the library.
 #include "hoardd/Albums.h"
 #include "hoardd/Bulletins.h"
+#include "hoardd/Clock.h"
 #include "hoardd/Daemon.h"
 #include "hoardd/Handlers.h"
 #include "hoardd/SharedSpace.h"
@@ -20,13 +21,6 @@ namespace {
 constexpr std::size_t mostInfoBytes = 1 << 20;  // of one person
 constexpr std::int64_t mostSharedAssets = 5000; // of a shared album, for want of a server that says
 
-void answerDone(const Call &call, const std::string &problem) {
-    if (problem.empty())
-        call.answer(Answer());
-    else
-        call.refuse(problem);
-}
-
 /// The text under a key; nothing, and the call refused, when it is missing or empty.
 std::optional<std::string> textOrRefuse(const Call &call, const Key<coding::Text> &key) {
     const String *text = call.get(key);
@@ -36,6 +30,25 @@ std::optional<std::string> textOrRefuse(const Call &call, const Key<coding::Text
     return std::nullopt;
 }
 
+/// Answers with what `put` makes of the row that a query finds by a key; with nothing when there is none.
+template <class Value, class Put>
+void answerWithRow(Daemon &daemon, const Call &call, const char *query, const Value &key, const Put &put) {
+    Library *library = daemon.library(call);
+    if (library == nullptr)
+        return;
+    std::string problem;
+    auto database = library->openReader(problem);
+    if (!database)
+        return call.refuse(problem);
+    auto row = database->prepare(query);
+    Answer answer;
+    if (row.bind(key).next())
+        put(answer, row);
+    if (row.failed())
+        return call.refuse(database->problem());
+    call.answer(answer);
+}
+
 } // namespace
 
 void enableSnaprivers(Daemon &daemon, const Call &call) {
@@ -43,9 +56,9 @@ void enableSnaprivers(Daemon &daemon, const Call &call) {
     const auto stream = library != nullptr ? textOrRefuse(call, keys::streamID) : std::nullopt;
     if (!stream)
         return;
-    answerDone(call, library->writer().change([&](sqlite::Database &database) {
+    call.finish(library->writer().change([&](sqlite::Database &database) {
         return database.prepare("INSERT OR IGNORE INTO zstream VALUES (?, ?)")
-            .bind(*stream, Date::createNow()->referenceSeconds())
+            .bind(*stream, secondsNow())
             .run();
     }));
 }
@@ -98,14 +111,14 @@ void getThumbnailImageDataForBulletin(Daemon &daemon, const Call &call) {
 
 void clearAllBulletins(Daemon &daemon, const Call &call) {
     if (Library *library = daemon.library(call))
-        answerDone(call, Bulletins(*library).clear(call.get(keys::lastClearedRecordID)));
+        call.finish(Bulletins(*library).clear(call.get(keys::lastClearedRecordID)));
 }
 
 void updateSharedAlbumsCachedServerConfigurationLimits(Daemon &daemon, const Call &call) {
     Library *library = daemon.library(call);
     if (library == nullptr)
         return;
-    answerDone(call, library->writer().change([](sqlite::Database &database) {
+    call.finish(library->writer().change([](sqlite::Database &database) {
         return state::set(database, state::mostSharedAssets, mostSharedAssets);
     }));
 }
@@ -154,46 +167,22 @@ void keyForEmailAddress(Daemon &daemon, const Call &call) {
             key = row.integer(0);
         return !row.failed();
     });
-    if (problem.empty())
-        call.answer(Answer().set(keys::emailKey, key));
-    else
-        call.refuse(problem);
+    call.finish(problem, Answer().set(keys::emailKey, key));
 }
 
 void emailAddressForKey(Daemon &daemon, const Call &call) {
-    Library *library = daemon.library(call);
-    if (library == nullptr)
-        return;
-    std::string problem;
-    auto database = library->openReader(problem);
-    if (!database)
-        return call.refuse(problem);
-    auto row = database->prepare("SELECT address FROM zemail WHERE key = ?");
-    Answer answer; // without an address when the key is nobody's
-    if (row.bind(call.get(keys::emailKey)).next())
-        answer.set(keys::email, String::of(row.text(0)));
-    if (row.failed())
-        return call.refuse(database->problem());
-    call.answer(answer);
+    answerWithRow(daemon, call, "SELECT address FROM zemail WHERE key = ?", call.get(keys::emailKey),
+                  [](Answer &answer, const sqlite::Statement &row) {
+                      answer.set(keys::email, String::of(row.text(0)));
+                  });
 }
 
 void personInfoDictionary(Daemon &daemon, const Call &call) {
-    Library *library = daemon.library(call);
-    if (library == nullptr)
-        return;
-    std::string problem;
-    auto database = library->openReader(problem);
-    if (!database)
-        return call.refuse(problem);
-    auto row = database->prepare("SELECT info FROM zperson WHERE personid = ?");
-    Answer answer;
-    if (row.bind(call.get(keys::personID)->utf8()).next()) {
-        const auto info = createPropertyListObject(row.blob(0));
-        answer.set(keys::personInfoDictionary, as<Dictionary>(info.get()));
-    }
-    if (row.failed())
-        return call.refuse(database->problem());
-    call.answer(answer);
+    answerWithRow(daemon, call, "SELECT info FROM zperson WHERE personid = ?",
+                  call.get(keys::personID)->utf8(), [](Answer &answer, const sqlite::Statement &row) {
+                      const auto info = createPropertyListObject(row.blob(0));
+                      answer.set(keys::personInfoDictionary, as<Dictionary>(info.get()));
+                  });
 }
 
 void setPersonInfoDictionary(Daemon &daemon, const Call &call) {
@@ -210,7 +199,7 @@ void setPersonInfoDictionary(Daemon &daemon, const Call &call) {
         return call.refuse("the dictionary holds what can't be kept");
     if (bytes && bytes->length() > mostInfoBytes)
         return call.refuse("the dictionary is larger than 1 MiB");
-    answerDone(call, library->writer().change([&](sqlite::Database &database) {
+    call.finish(library->writer().change([&](sqlite::Database &database) {
         if (!bytes)
             return database.prepare("DELETE FROM zperson WHERE personid = ?").bind(*person).run();
         return database.prepare("INSERT OR REPLACE INTO zperson VALUES (?, ?)")

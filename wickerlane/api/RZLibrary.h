@@ -32,7 +32,7 @@ WL_EXTERN_C void RZHasAtLeastOnePhoto(void (*handler)(void *context, bool hasPho
                                       WLReleaseContext release);
 
 /// How many seconds a migration of the library's store would take, by its number of assets; 30 when it can't
-/// be read. Does not ask the daemon.
+/// be read. Does not ask the daemon. Blocks, for up to 2 seconds when the store is busy.
 WL_EXTERN_C int RZSecondsNeededToMigrateStore(void);
 
 /// How many seconds RZCleanupModelAfterHarborsyncRestore() would take; 1 when the daemon can't say. Blocks.

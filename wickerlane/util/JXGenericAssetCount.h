@@ -7,6 +7,7 @@
 #include "wickerlane/platform/object/String.h"
 
 // Both open the store's database read-write, without making one, and neither change nor checkpoint it.
+// They block, for up to 2 seconds while others keep the database locked, and fail after that.
 // Failures go to the system log as errors. Thread-safe.
 
 /// How many rows the table of assets has, in the database file at a path in UTF-8. 0 when there is no such

@@ -16,7 +16,7 @@ namespace wickerlane {
 /// The folder below which everything of the system lies: WICKERLANE_ROOT from the environment when set; "/"
 /// on a device (where the file /etc/wickerlane/device exists); else "wickerlane" in the user's data folder
 /// (XDG_DATA_HOME, or ~/.local/share). Absolute, without a trailing slash but for "/". Read afresh on every
-/// call.
+/// call: the environment may be changed only while no other thread calls into the system.
 WL_EXPORT std::string rootPath();
 
 /// A path of the system, such as "/var/mobile", as it is in the file system: below the root.

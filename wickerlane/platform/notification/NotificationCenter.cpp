@@ -1,15 +1,12 @@
 #include "wickerlane/platform/notification/NotificationCenter.h"
 
 #include <fcntl.h>
-#include <sys/epoll.h>
 #include <sys/inotify.h>
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <climits>
-#include <cstring>
 #include <vector>
 
 #include "wickerlane/platform/file/Files.h"
@@ -71,27 +68,11 @@ NotificationCenter &NotificationCenter::shared() {
     return center;
 }
 
-// Called under the mutex.
-bool NotificationCenter::start() {
-    if (inotify)
-        return true;
-    inotify.reset(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
-    if (!inotify)
-        return false;
-    source = DescriptorSource::create(inotify.get(), [this](std::uint32_t) { readReports(); });
-    source->arm(EPOLLIN);
-    return true;
-}
-
 NotificationToken NotificationCenter::add(std::string name, WorkQueue *queue,
                                           Handler<void(NotificationToken)> handler) {
     const std::string folder = usableFolder();
     std::lock_guard guard(mutex);
-    if (folder.empty() || !start())
-        return 0;
-    // For a folder that is watched already, this gives the same watch.
-    const int watch =
-        inotify_add_watch(inotify.get(), folder.c_str(), IN_CLOSE_WRITE | IN_ONLYDIR | IN_DONT_FOLLOW);
+    const int watch = folder.empty() ? -1 : folders.add(folder, IN_CLOSE_WRITE);
     if (watch < 0)
         return 0;
     do
@@ -115,35 +96,13 @@ bool NotificationCenter::cancel(NotificationToken token) {
     registrations.erase(found);
     if (std::none_of(registrations.begin(), registrations.end(),
                      [&](const auto &each) { return each.second->watch == ended->watch; }))
-        inotify_rm_watch(inotify.get(), ended->watch);
+        folders.remove(ended->watch);
     std::lock_guard registrationGuard(ended->mutex);
     dropped = std::move(ended->handler);
     return true;
 }
 
-// On the reader thread.
-void NotificationCenter::readReports() {
-    alignas(inotify_event) std::array<char, 8192> buffer;
-    for (;;) {
-        const ssize_t length = read(inotify.get(), buffer.data(), buffer.size());
-        if (length < 0 && errno == EINTR)
-            continue;
-        if (length <= 0)
-            break;
-        for (std::size_t at = 0; at < static_cast<std::size_t>(length);) {
-            inotify_event report;
-            std::memcpy(&report, buffer.data() + at, sizeof report);
-            if ((report.mask & IN_Q_OVERFLOW) != 0)
-                deliver(-1, {});
-            else if ((report.mask & IN_CLOSE_WRITE) != 0 && report.len > 0)
-                deliver(report.wd, buffer.data() + at + sizeof report);
-            at += sizeof report + report.len;
-        }
-    }
-    source->arm(EPOLLIN);
-}
-
-// Calls for a name; for a watch of -1 calls everybody, since reports were lost.
+// On the reader thread. Calls for a name; for a watch of -1 calls everybody, since reports were lost.
 void NotificationCenter::deliver(int watch, std::string_view name) {
     std::vector<std::shared_ptr<Registration>> concerned;
     {

@@ -8,16 +8,15 @@
 #include <string_view>
 #include <unordered_map>
 
-#include "wickerlane/platform/file/UniqueFd.h"
 #include "wickerlane/platform/notification/Notification.h"
-#include "wickerlane/platform/queue/DescriptorSource.h"
+#include "wickerlane/platform/queue/FolderWatch.h"
 
 namespace wickerlane {
 
 /// A name is a file in a private folder of the root; to post is to open the file for writing and close it
 /// again, which the kernel reports to every process that watches the folder. Neither the file's contents nor
-/// its being there matter, and the kernel merges equal reports that nobody has read yet. The process has one
-/// inotify descriptor, and in it one watch for each folder, since a test or a person may change the root.
+/// its being there matter, and the kernel merges equal reports that nobody has read yet. There may be several
+/// folders, since a test or a person may change the root.
 class NotificationCenter {
 public:
     [[nodiscard]] static NotificationCenter &shared();
@@ -42,14 +41,14 @@ private:
     };
 
     NotificationCenter() = default;
-    bool start();
-    void readReports();
     void deliver(int watch, std::string_view name);
     static void call(const std::shared_ptr<Registration> &registration);
 
     std::mutex mutex;
-    UniqueFd inotify;
-    Ref<DescriptorSource> source;
+    FolderWatch folders{[this](std::span<const FolderWatch::Report> reports) {
+        for (const auto &[watch, name] : reports)
+            deliver(watch, name);
+    }};
     std::unordered_map<NotificationToken, std::shared_ptr<Registration>> registrations;
     NotificationToken lastToken = 0;
 };

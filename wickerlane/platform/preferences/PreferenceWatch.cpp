@@ -1,11 +1,7 @@
 #include "wickerlane/platform/preferences/PreferenceWatch.h"
 
-#include <sys/epoll.h>
 #include <sys/inotify.h>
 
-#include <array>
-#include <cerrno>
-#include <cstring>
 #include <set>
 #include <string>
 
@@ -40,44 +36,18 @@ bool PreferenceWatch::start() {
     const std::string folder = pathUnderRoot("/var/mobile/Library/Preferences");
     if (!makeFolders(folder))
         return false;
-    const std::lock_guard guard(mutex);
-    if (!inotify) {
-        inotify.reset(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
-        if (!inotify)
-            return false;
-        source = DescriptorSource::create(inotify.get(), [this](std::uint32_t) { readReports(); });
-        source->arm(EPOLLIN);
-    }
-    // For a folder that is watched already, this changes nothing.
-    return inotify_add_watch(inotify.get(), folder.c_str(),
-                             IN_CLOSE_WRITE | IN_MOVE | IN_DELETE | IN_ONLYDIR | IN_DONT_FOLLOW) >= 0;
+    return folders.add(folder, IN_CLOSE_WRITE | IN_MOVE | IN_DELETE) >= 0;
 }
 
-// On the reader thread.
-void PreferenceWatch::readReports() {
-    alignas(inotify_event) std::array<char, 8192> buffer;
+void PreferenceWatch::handleReports(std::span<const FolderWatch::Report> reports) {
     std::set<std::string> domains;
-    for (;;) {
-        const ssize_t length = read(inotify.get(), buffer.data(), buffer.size());
-        if (length < 0 && errno == EINTR)
-            continue;
-        if (length <= 0)
-            break;
-        for (std::size_t at = 0; at < static_cast<std::size_t>(length);) {
-            inotify_event report;
-            std::memcpy(&report, buffer.data() + at, sizeof report);
-            const std::string_view name =
-                report.len > 0 ? std::string_view(buffer.data() + at + sizeof report) : std::string_view();
-            if (name.ends_with(fileSuffix))
-                domains.emplace(name.substr(0, name.size() - fileSuffix.size()));
-            else if ((report.mask & IN_Q_OVERFLOW) != 0) // whatever was lost may concern everybody
-                domains.emplace(globalPreferencesDomain);
-            at += sizeof report + report.len;
-        }
-    }
+    for (const auto &[number, name] : reports)
+        if (name.ends_with(fileSuffix))
+            domains.emplace(name.substr(0, name.size() - fileSuffix.size()));
+        else if (number < 0) // whatever was lost may concern everybody
+            domains.emplace(globalPreferencesDomain);
     if (!domains.empty())
         post(std::move(domains));
-    source->arm(EPOLLIN);
 }
 
 } // namespace wickerlane

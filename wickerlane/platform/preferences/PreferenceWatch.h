@@ -2,16 +2,12 @@
 #ifndef WICKERLANE_PLATFORM_PREFERENCES_PREFERENCEWATCH_H
 #define WICKERLANE_PLATFORM_PREFERENCES_PREFERENCEWATCH_H
 
-#include <mutex>
-
-#include "wickerlane/platform/file/UniqueFd.h"
-#include "wickerlane/platform/queue/DescriptorSource.h"
+#include "wickerlane/platform/queue/FolderWatch.h"
 
 namespace wickerlane {
 
 /// Has the kernel report what happens to the files of the preferences, and posts a local notification for
-/// each domain that it concerns. The process has one inotify descriptor, and in it one watch for each folder,
-/// since a test or a person may change the root.
+/// each domain that it concerns. There may be several folders, since a test or a person may change the root.
 class PreferenceWatch {
 public:
     [[nodiscard]] static PreferenceWatch &shared();
@@ -20,12 +16,10 @@ public:
     bool start();
 
 private:
+    static void handleReports(std::span<const FolderWatch::Report> reports);
     PreferenceWatch() = default;
-    void readReports();
 
-    std::mutex mutex;
-    UniqueFd inotify;
-    Ref<DescriptorSource> source;
+    FolderWatch folders{[](std::span<const FolderWatch::Report> reports) { handleReports(reports); }};
 };
 
 } // namespace wickerlane
