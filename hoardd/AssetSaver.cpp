@@ -11,6 +11,7 @@
 #include <optional>
 #include <set>
 
+#include "hoardd/Clock.h"
 #include "hoardd/FileCopy.h"
 #include "hoardd/NewThumbnails.h"
 #include "hoardd/Sha256.h"
@@ -268,7 +269,7 @@ std::string AssetSaver::examine(const SaveJob &job, const SaveOrder &order, Stag
         record.thumbnailIndex = 1;
     else
         staged.preview.reset();
-    record.dateAdded = Date::createNow()->referenceSeconds();
+    record.dateAdded = secondsNow();
     if (!captured)
         captured = order.modified;
     record.dateCreated = order.creationDate ? *order.creationDate : captured.value_or(record.dateAdded);
