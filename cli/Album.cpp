@@ -173,7 +173,7 @@ void addAlbum(Command app, Action &chosen) {
     run(listing, [](const Options &given) { return list(given.json); });
     const auto addVerb = [&](const char *name, const char *help, ExitCode (*work)(const Options &)) {
         const auto verb = command.addSubcommand(name, help);
-        verb.addOption("ALBUM", options->name, "Name or UUID of the album").required();
+        verb.addOption("ALBUM", options->name, "Name or UUID of the album").required().notEmpty();
         run(verb, work);
         return verb;
     };

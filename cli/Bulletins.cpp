@@ -111,6 +111,7 @@ ExitCode stream(const Options &options) {
 
 void addBulletins(Command app, Action &chosen) {
     const auto command = app.addSubcommand("bulletins", "Show what has happened in shared albums");
+    command.footer("Example:\n  wickerlane bulletins --clear");
     auto options = std::make_shared<Options>();
     command.addFlag("--clear", options->clear, "Clear what was shown");
     command.addFlag("--json", options->json, "Write JSON");
@@ -119,7 +120,8 @@ void addBulletins(Command app, Action &chosen) {
 
 void addPurge(Command app, Action &chosen) {
     const auto command = app.addSubcommand("purge", "Free space that shared albums take");
-    command.footer("Only larger thumbnails go, which are made again when they are asked for.");
+    command.footer("Only larger thumbnails go, which are made again when they are asked for.\n\n"
+                   "Example:\n  wickerlane purge 50MB");
     auto options = std::make_shared<Options>();
     const auto bytes = command.addOption("BYTES", options->bytes, "How much to free, such as 50MB").asSize();
     command.addFlag("-n,--dry-run", options->isDryRun, "Only say how much could be freed").excludes(bytes);
@@ -135,7 +137,7 @@ void addStream(Command app, Action &chosen) {
     const auto command = app.addSubcommand("stream", "Make the shared album of a stream, and write its URL");
     command.footer("There is no server: a stream is what the library itself keeps of it.");
     auto options = std::make_shared<Options>();
-    command.addOption("STREAM", options->streamID, "The stream's ID").required();
+    command.addOption("STREAM", options->streamID, "The stream's ID").required().notEmpty();
     command.callback([options, &chosen] { chosen = [options] { return stream(*options); }; });
 }
 

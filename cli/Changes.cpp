@@ -60,8 +60,13 @@ ExitCode changes(const Options &options) {
 
 void addChanges(Command app, Action &chosen) {
     const auto command = app.addSubcommand("changes", "List the latest changes of assets");
+    command.footer("Examples:\n"
+                   "  wickerlane changes --since 120\n"
+                   "  wickerlane changes --clear --json");
     auto options = std::make_shared<Options>();
-    command.addOption("--since", options->since, "Only those with higher numbers").typeName("NUMBER");
+    command.addOption("--since", options->since, "Only those with higher numbers")
+        .typeName("NUMBER")
+        .notNegative();
     command.addFlag("--clear", options->clear, "Forget all changes afterwards");
     command.addFlag("--json", options->json, "Write JSON");
     command.callback([options, &chosen] { chosen = [options] { return changes(*options); }; });

@@ -27,8 +27,14 @@ Option Option::oneOf(std::vector<std::string> values) const {
     return Option(option->check(CLI::IsMember(std::move(values))));
 }
 
+Option Option::notEmpty() const {
+    return check([](const std::string &value) { return value.empty() ? "the text is empty" : ""; });
+}
+
 Option Option::notNegative() const {
-    return Option(option->check(CLI::NonNegativeNumber));
+    return check([](const std::string &value) {
+        return value.starts_with('-') ? "it can't be negative" : std::string();
+    });
 }
 
 Option Option::positive() const {
@@ -48,7 +54,13 @@ Option Option::expected(int least, int most) const {
 }
 
 Option Option::asSize() const {
-    return Option(option->transform(CLI::AsSizeValue(true)));
+    option->transform(CLI::AsSizeValue(true));
+    // Before it is read as a number, which would make a large one of it.
+    return Option(option->transform([](const std::string &value) {
+        if (value.starts_with('-'))
+            throw CLI::ValidationError("a size can't be negative");
+        return value;
+    }));
 }
 
 bool Option::isGiven() const {
@@ -56,7 +68,10 @@ bool Option::isGiven() const {
 }
 
 Command Command::addSubcommand(const std::string &name, const std::string &help) const {
-    return Command(app->add_subcommand(name, help));
+    CLI::App *added = app->add_subcommand(name, help);
+    if (app->get_parent() == nullptr)
+        added->footer(""); // it would have the command's own
+    return Command(added);
 }
 
 void Command::requireSubcommand() const {

@@ -41,6 +41,7 @@ public:
     Option showDefault() const;
     Option excludes(Option other) const;
     Option oneOf(std::vector<std::string> values) const;
+    Option notEmpty() const;
     Option notNegative() const;
     Option positive() const;
     Option between(unsigned least, unsigned most) const;

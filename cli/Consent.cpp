@@ -101,7 +101,9 @@ void addConsent(Command app, Action &chosen) {
     list.callback([options, &chosen] { chosen = [options] { return listConsent(options->json); }; });
     const auto addDecision = [&](const char *name, const char *help, std::optional<bool> granted) {
         const auto verb = addVerb(command, name, help, options);
-        verb.addOption("--user", options->user, "For that user's processes (default: yours)").typeName("UID");
+        verb.addOption("--user", options->user, "For that user's processes (default: yours)")
+            .typeName("UID")
+            .notNegative();
         verb.callback([options, granted, &chosen] {
             chosen = [options, granted] {
                 const std::string program = programPath(options->program);

@@ -95,6 +95,10 @@ int run(int argc, char **argv) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError &problem) {
+        // A word that is no subcommand is better named than told as one that is missing.
+        if (const auto words = app.remaining(); !words.empty() && app.get_subcommands().empty())
+            return static_cast<int>(fail(ExitCode::usage, "there is no subcommand '" + words.front() +
+                                                              "'; wickerlane --help lists them"));
         return app.exit(problem) == 0 ? 0 : static_cast<int>(ExitCode::usage);
     }
     // Before any other thread runs; the daemon inherits it when it is started.

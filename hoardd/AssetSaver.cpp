@@ -341,6 +341,8 @@ AssetSaver::Finished AssetSaver::makeDueThumbnails(const AssetRecord &asset) {
     const ProbeResult probed = media.probe(picture.get(), thumbnails.targets());
     if (probed.failure == MediaFailure::outputFailed)
         return {false, {}, "can't write thumbnails: " + probed.reason};
+    if (probed.failure == MediaFailure::unavailable)
+        return {false, {}, probed.reason}; // which is not the picture's fault
     if (!probed.succeeded())
         return {true, probed.reason, {}};
     // Meanwhile the asset may have gone, or others may have made its thumbnails of a newer picture.

@@ -334,6 +334,19 @@ TEST_F(CommandTest, SharingAndItsSpaceAreShown) {
     EXPECT_GT(purgeable, 0);
     EXPECT_EQ(run({"purge", "1GB", "--json"}).json()["freed"], purgeable);
     EXPECT_EQ(run({"purge"}).exitCode, 2);
+    const std::vector<std::string> senseless[] = {
+        {"purge", "--", "-5"},
+        {"stream", ""},
+        {"album", "create", ""},
+        {"changes", "--since", "-4"},
+        {"consent", "grant", "/bin/true", "--user", "-7"},
+        {"shred"},
+    };
+    for (const std::vector<std::string> &words : senseless) {
+        const auto ended = run(words);
+        EXPECT_EQ(ended.exitCode, 2) << words.front() << ended;
+        EXPECT_NE(ended.errors, "") << words.front();
+    }
 
     EXPECT_EQ(run({"person", "p1"}).exitCode, 4);
     EXPECT_EQ(run({"person", "p1", "name"}).exitCode, 2);

@@ -228,6 +228,24 @@ TEST_F(Saving, AnAssetIsListedWithItsPreviewBeforeItsThumbnailsAreMade) {
     EXPECT_TRUE(std::filesystem::is_empty(paths.saving()));
 }
 
+TEST_F(Saving, WhatOnlyTurnsOutToBeDamagedWhenItIsDecodedIsKeptWithTheReason) {
+    ReleaseScope scope;
+    FileBytes cut = tiffOf(fourCorners(400, 300));
+    cut.resize(300);
+    const auto job = Dictionary::createWithKeys({{"imageData", dataOf(cut).get()}});
+    // The second time its caller shows it, and that is what stays.
+    for (const auto &[shown, thumbnailIndex] :
+         {std::pair{Ref<ImageSurface>(), 0}, std::pair{surfaceOf(64, 64), 1}}) {
+        const MutableDictionary *saved = save(job.get(), nullptr, shown.get());
+        EXPECT_NE(textIn(saved, "problem"), "");
+        EXPECT_EQ(numberIn(saved, "width"), 0);
+        EXPECT_EQ(imageData(saved, 0), cut);
+        const auto record = store::ObjectStore::open()->assetWithUUID(textIn(saved, "uuid"))->record();
+        EXPECT_EQ(record.problem, textIn(saved, "problem"));
+        EXPECT_EQ(record.thumbnailIndex, thumbnailIndex);
+    }
+}
+
 TEST_F(Saving, ARawFileIsKeptAsSuch) {
     ReleaseScope scope;
     const FileBytes file = rawOf({.preview = jpegOf(fourCorners(600, 400))});

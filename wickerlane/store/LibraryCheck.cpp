@@ -138,7 +138,7 @@ void Check::look(const AssetRecord &asset) {
 void Check::lookAtStrays(const std::vector<std::string> &files, Finding::Kind kind) {
     for (const std::string &path : files) {
         const std::string name = path.substr(path.rfind('/') + 1);
-        // A thumbnail or rendition that is being made bears the name of its asset, with more behind it.
+        // A rendition that is being written bears its later name, with more behind it.
         if (!expected.contains(path) && !beingSaved.contains(name.substr(0, 36)) &&
             name.find(".new-") == std::string::npos)
             find(kind, {}, path);

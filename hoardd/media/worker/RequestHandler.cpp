@@ -115,7 +115,7 @@ void examine(const Request &request, std::span<const wickerlane::UniqueFd> descr
         writeThumbnails(request, descriptors,
                         [&](std::uint32_t side) { return shrunk(preview.get(), side); });
         answer.hasPreview = 1;
-    } catch (const MediaError &) {
+    } catch (const std::exception &) {
         // A preview that is of no use is as good as none.
     }
 }

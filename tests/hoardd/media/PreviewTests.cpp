@@ -87,6 +87,14 @@ TEST_F(Previews, AFirstLookFindsWhatALongerOneFinds) {
     }
 }
 
+TEST_F(Previews, AFirstLookPromisesNothingOfThePictureItself) {
+    Bytes cut = tiffOf(fourCorners(400, 300));
+    cut.resize(300); // all of its pixels are missing
+    EXPECT_EQ(examine(cut).reason, "");
+    EXPECT_EQ(examine(cut).facts.width, 400U);
+    EXPECT_EQ(probe(cut).failure, MediaFailure::damaged);
+}
+
 TEST_F(Previews, ABrokenPreviewIsAsGoodAsNone) {
     const Bytes preview = jpegOf(fourCorners(160, 120));
     Bytes cut = preview, empty(40);
