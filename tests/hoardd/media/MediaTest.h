@@ -28,6 +28,12 @@ inline WorkerPoolOptions testOptions(unsigned workers = 1) {
     return options;
 }
 
+/// One for all tests of the program; it holds its sockets between them.
+inline WorkerPool &pool() {
+    static WorkerPool &shared = *new WorkerPool(testOptions());
+    return shared;
+}
+
 inline UniqueFd fileOf(const Bytes &contents) {
     UniqueFd file(memfd_create("test", MFD_CLOEXEC));
     if (write(file.get(), contents.data(), contents.size()) != static_cast<ssize_t>(contents.size()))

@@ -8,11 +8,6 @@ namespace {
 
 using namespace wickerlane::test;
 
-WorkerPool &pool() {
-    static WorkerPool &shared = *new WorkerPool(testOptions());
-    return shared;
-}
-
 class Metadata : public ::testing::Test {
 protected:
     static void SetUpTestSuite() { ASSERT_EQ(pool().testConfinement().reason, ""); }

@@ -8,12 +8,6 @@ namespace {
 
 using namespace wickerlane::test;
 
-// One pool for all tests of the file; it holds its sockets between them.
-WorkerPool &pool() {
-    static WorkerPool &shared = *new WorkerPool(testOptions());
-    return shared;
-}
-
 class Pictures : public ::testing::Test {
 protected:
     // Has both kinds of worker started before the first test counts descriptors.

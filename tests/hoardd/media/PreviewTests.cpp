@@ -8,11 +8,6 @@ namespace {
 
 using namespace wickerlane::test;
 
-WorkerPool &pool() {
-    static WorkerPool &shared = *new WorkerPool(testOptions());
-    return shared;
-}
-
 class Previews : public ::testing::Test {
 protected:
     static void SetUpTestSuite() {

@@ -11,11 +11,6 @@ namespace {
 
 using namespace wickerlane::test;
 
-WorkerPool &pool() {
-    static WorkerPool &shared = *new WorkerPool(testOptions());
-    return shared;
-}
-
 class Videos : public ::testing::Test {
 protected:
     // Has the worker started before the first test counts descriptors.
