@@ -16,11 +16,11 @@
 #include <random>
 #include <string>
 
-#include "hoardd/DuplicateStore.h"
-#include "hoardd/MomentStore.h"
+#include "hoardd/analysis/DuplicateStore.h"
+#include "hoardd/analysis/MomentStore.h"
 #include "wickerlane/store/Schema.h"
 
-using namespace hoardd;
+using namespace wickerlane::hoardd;
 using wickerlane::sqlite::Database;
 using wickerlane::sqlite::Transaction;
 

@@ -7,7 +7,7 @@
 #include "bench/InTurn.h"
 #include "bench/OtherProcess.h"
 #include "hoardd/Daemon.h"
-#include "hoardd/Store.h"
+#include "hoardd/library/Store.h"
 #include "wickerlane/api/RZLibrary.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/platform/file/Files.h"

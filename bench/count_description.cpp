@@ -11,8 +11,8 @@
 
 #include "bench/InTurn.h"
 #include "wickerlane/platform/locale/Locale.h"
-#include "wickerlane/util/JXCountDescription.h"
-#include "wickerlane/util/JXLocalization.h"
+#include "wickerlane/util/texts/JXCountDescription.h"
+#include "wickerlane/util/texts/JXLocalization.h"
 
 using namespace wickerlane;
 

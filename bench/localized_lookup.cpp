@@ -15,7 +15,7 @@
 #include "wickerlane/platform/object/Array.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/platform/preferences/Preferences.h"
-#include "wickerlane/util/JXLocalization.h"
+#include "wickerlane/util/texts/JXLocalization.h"
 
 using namespace wickerlane;
 

@@ -13,14 +13,14 @@
 #include <fstream>
 #include <random>
 
-#include "hoardd/media/WorkerPool.h"
+#include "hoardd/media/MediaWorkers.h"
 #include "tests/support/TestImages.h"
 #include "wickerlane/platform/file/UniqueFd.h"
 
 namespace {
 
+using hoardd::MediaWorkers;
 using hoardd::ThumbnailTarget;
-using hoardd::WorkerPool;
 using wickerlane::UniqueFd;
 using wickerlane::test::Bytes;
 
@@ -58,14 +58,14 @@ private:
     std::array<ThumbnailTarget, 2> wanted{{{sides[0], files[0].get()}, {sides[1], files[1].get()}}};
 };
 
-void throughWorker(WorkerPool &pool, int picture) {
+void throughWorker(MediaWorkers &pool, int picture) {
     const Outputs outputs;
     if (!pool.probe(picture, outputs.targets()).succeeded())
         std::abort();
 }
 
 // What there is to show before: the metadata, and thumbnails of the preview in the file.
-void lookFirst(WorkerPool &pool, int picture) {
+void lookFirst(MediaWorkers &pool, int picture) {
     const Outputs outputs;
     if (!pool.examine(picture, outputs.targets()).succeeded())
         std::abort();
@@ -106,7 +106,7 @@ double median(std::vector<double> values) {
     return values[values.size() / 2];
 }
 
-void measure(const char *name, const Bytes &picture, WorkerPool &pool) {
+void measure(const char *name, const Bytes &picture, MediaWorkers &pool) {
     const UniqueFd file = memoryFile(picture);
     throughWorker(pool, file.get());
     clockid_t clock = CLOCK_PROCESS_CPUTIME_ID;
@@ -132,10 +132,10 @@ int main(int argc, char **argv) {
         return 1;
     vips_concurrency_set(1);
     vips_cache_set_max(0);
-    hoardd::WorkerPoolOptions options;
+    hoardd::MediaWorkersOptions options;
     options.program = MEDIA_WORKER;
     options.workers = 1;
-    WorkerPool pool(options);
+    MediaWorkers pool(options);
     for (int index = 1; index < argc; ++index) {
         std::ifstream file(argv[index], std::ios::binary);
         const std::string text((std::istreambuf_iterator<char>(file)), {});

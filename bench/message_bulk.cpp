@@ -14,8 +14,8 @@
 
 #include "bench/InTurn.h"
 #include "bench/OtherProcess.h"
-#include "wickerlane/platform/message/MessageConnection.h"
-#include "wickerlane/platform/message/MessageListener.h"
+#include "wickerlane/platform/message/connection/MessageConnection.h"
+#include "wickerlane/platform/message/listener/MessageListener.h"
 
 using namespace wickerlane;
 using bench::Other;

@@ -2,8 +2,8 @@
 #include <benchmark/benchmark.h>
 #include <flatbuffers/flexbuffers.h>
 
-#include "wickerlane/platform/message/MessageDecoder.h"
-#include "wickerlane/platform/message/MessageEncoder.h"
+#include "wickerlane/platform/message/wire/MessageDecoder.h"
+#include "wickerlane/platform/message/wire/MessageEncoder.h"
 
 using namespace wickerlane;
 

@@ -16,8 +16,8 @@
 #include "bench/InTurn.h"
 #include "bench/OtherProcess.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
-#include "wickerlane/platform/message/MessageConnection.h"
-#include "wickerlane/platform/message/MessageListener.h"
+#include "wickerlane/platform/message/connection/MessageConnection.h"
+#include "wickerlane/platform/message/listener/MessageListener.h"
 #include "wickerlane/protocol/Keys.h"
 
 using namespace wickerlane;

@@ -9,7 +9,7 @@
 
 #include "bench/InTurn.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
-#include "wickerlane/util/JXUUIDString.h"
+#include "wickerlane/util/uuid/JXUUIDString.h"
 
 using namespace wickerlane;
 

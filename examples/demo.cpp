@@ -19,7 +19,7 @@
 #include "wickerlane/platform/console/Console.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/object/Format.h"
-#include "wickerlane/protocol/ImageFormats.h"
+#include "wickerlane/protocol/ImageDataFormats.h"
 #include "wickerlane/protocol/JobKeys.h"
 #include "wickerlane/protocol/VideoKeys.h"
 

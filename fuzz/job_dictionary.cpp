@@ -1,9 +1,9 @@
 // Reads a message as a job dictionary, as hoardd does with every save, and then what the job says.
 #include <cstdlib>
 
-#include "hoardd/SaveJob.h"
+#include "hoardd/saving/SaveJob.h"
 #include "wickerlane/message/JXJobDictionary.h"
-#include "wickerlane/platform/message/MessageDecoder.h"
+#include "wickerlane/platform/message/wire/MessageDecoder.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 
 using namespace wickerlane;

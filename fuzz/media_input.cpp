@@ -6,7 +6,7 @@
 
 #include "hoardd/media/worker/RequestHandler.h"
 
-using namespace hoardd::media;
+using namespace wickerlane::hoardd::media;
 using hoardd::MediaFailure;
 using wickerlane::UniqueFd;
 

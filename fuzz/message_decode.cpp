@@ -1,8 +1,8 @@
 // Decodes a message, reads everything in it, and checks that encoding it again gives an equal message.
 #include <cstdlib>
 
-#include "wickerlane/platform/message/MessageDecoder.h"
-#include "wickerlane/platform/message/MessageEncoder.h"
+#include "wickerlane/platform/message/wire/MessageDecoder.h"
+#include "wickerlane/platform/message/wire/MessageEncoder.h"
 
 using namespace wickerlane;
 

@@ -5,7 +5,7 @@
 #include <cstdlib>
 
 #include "wickerlane/platform/object/ReleaseScope.h"
-#include "wickerlane/util/JXUUIDString.h"
+#include "wickerlane/util/uuid/JXUUIDString.h"
 
 using namespace wickerlane;
 

@@ -1,13 +1,11 @@
 #include "hoardd/Daemon.h"
 
-#include "hoardd/Dispatch.h"
+#include "hoardd/service/Dispatch.h"
 #include "wickerlane/log/JXLog.h"
 #include "wickerlane/platform/consent/Consent.h"
 #include "wickerlane/protocol/ServiceName.h"
 
-namespace hoardd {
-
-using namespace wickerlane;
+namespace wickerlane::hoardd {
 
 Daemon::Daemon(DaemonOptions options) : settings(options), jobQueue(options.mostJobs) {
 }
@@ -84,4 +82,4 @@ bool Daemon::isEntitled(const PeerIdentity &peer, const String *entitlement) con
     return ConsentStore::shared().isEntitled(peer, entitlement->utf8());
 }
 
-} // namespace hoardd
+} // namespace wickerlane::hoardd

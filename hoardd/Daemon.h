@@ -8,12 +8,12 @@
 #include <mutex>
 #include <string>
 
-#include "hoardd/Call.h"
-#include "hoardd/JobQueue.h"
-#include "hoardd/Library.h"
-#include "wickerlane/platform/message/MessageListener.h"
+#include "hoardd/library/Library.h"
+#include "hoardd/service/Call.h"
+#include "hoardd/service/JobQueue.h"
+#include "wickerlane/platform/message/listener/MessageListener.h"
 
-namespace hoardd {
+namespace wickerlane::hoardd {
 
 /// What travels under "authorized".
 enum class AccessStatus : std::int64_t {
@@ -34,7 +34,7 @@ public:
 
     /// Takes the service's name and begins to serve. `ended` is called, on any thread, when the daemon has
     /// been idle. False, with a reason, when the name can't be had.
-    [[nodiscard]] bool start(wickerlane::Handler<void()> ended, std::string &problem);
+    [[nodiscard]] bool start(Handler<void()> ended, std::string &problem);
     /// Takes no more requests, and waits for the saves that run and for what is being answered.
     void stop();
 
@@ -45,9 +45,8 @@ public:
     /// Rebuilds, analyses and repairs: one at a time, so that short requests go on beside them. The handler
     /// adds a job that answers its call; a call whose job is not taken is refused.
     [[nodiscard]] JobQueue &longWork() noexcept { return longJobs; }
-    [[nodiscard]] AccessStatus accessOf(const wickerlane::PeerIdentity &peer) const;
-    [[nodiscard]] bool isEntitled(const wickerlane::PeerIdentity &peer,
-                                  const wickerlane::String *entitlement) const;
+    [[nodiscard]] AccessStatus accessOf(const PeerIdentity &peer) const;
+    [[nodiscard]] bool isEntitled(const PeerIdentity &peer, const String *entitlement) const;
 
     /// To be held while a request is served: stop() waits until nobody holds one. Null once it has begun to:
     /// the request is not served then.
@@ -65,9 +64,9 @@ private:
     bool stopping = false;
     std::mutex opening;
     std::unique_ptr<Library> opened; // guarded by `opening`; stays once it is there
-    Ref<wickerlane::MessageListener> listener;
+    Ref<MessageListener> listener;
 };
 
-} // namespace hoardd
+} // namespace wickerlane::hoardd
 
 #endif

@@ -10,9 +10,8 @@
 #include "wickerlane/platform/queue/DescriptorSource.h"
 #include "wickerlane/platform/queue/WorkQueue.h"
 
+namespace wickerlane::hoardd {
 namespace {
-
-using namespace wickerlane;
 
 /// Directs the signals that end a process to a descriptor. Before any thread starts, so that all block them.
 UniqueFd redirectSignals() {
@@ -26,10 +25,10 @@ UniqueFd redirectSignals() {
     return UniqueFd(signalfd(-1, &ending, SFD_CLOEXEC | SFD_NONBLOCK));
 }
 
-int serve(const hoardd::DaemonOptions &options) {
+int serve(const DaemonOptions &options) {
     const UniqueFd signals = redirectSignals();
     // Never destroyed: threads of the queues may still use it when main() returns.
-    static hoardd::Daemon &daemon = *new hoardd::Daemon(options);
+    static Daemon &daemon = *new Daemon(options);
     std::string problem;
     if (!daemon.start([] { WorkQueue::stopMain(); }, problem)) {
         consoleLog("hoardd: %s", problem.c_str());
@@ -45,13 +44,15 @@ int serve(const hoardd::DaemonOptions &options) {
 }
 
 } // namespace
+} // namespace wickerlane::hoardd
 
 int main(int argc, char **argv) {
     CLI::App app{
         "hoardd owns the photo library and serves it to its clients. It is started on demand, and ends when "
         "it has been idle; nobody needs to start it by hand.",
         "hoardd"};
-    hoardd::DaemonOptions options;
+    using namespace wickerlane::hoardd;
+    DaemonOptions options;
     double idleSeconds = 30;
     app.set_version_flag("--version", "hoardd " HOARDD_VERSION);
     app.add_option("--idle-seconds", idleSeconds, "End after this time without a connection; 0 means never")

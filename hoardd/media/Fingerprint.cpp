@@ -6,7 +6,7 @@
 #include <cmath>
 #include <numbers>
 
-namespace hoardd {
+namespace wickerlane::hoardd {
 
 namespace {
 
@@ -116,4 +116,4 @@ std::optional<Fingerprint> fingerprintOf(const PixelView &picture) {
     return fingerprint;
 }
 
-} // namespace hoardd
+} // namespace wickerlane::hoardd

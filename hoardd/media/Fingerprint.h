@@ -6,7 +6,7 @@
 #include <optional>
 #include <span>
 
-namespace hoardd {
+namespace wickerlane::hoardd {
 
 /// Two hashes that look at different things. Pictures that look alike have hashes that differ in few bits;
 /// that two pictures which do not should agree in both is unlikely.
@@ -28,6 +28,6 @@ struct PixelView {
 /// hashes it had, too many others would have them as well.
 [[nodiscard]] std::optional<Fingerprint> fingerprintOf(const PixelView &picture);
 
-} // namespace hoardd
+} // namespace wickerlane::hoardd
 
 #endif

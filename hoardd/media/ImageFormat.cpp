@@ -4,7 +4,7 @@
 #include <array>
 #include <string_view>
 
-namespace hoardd {
+namespace wickerlane::hoardd {
 
 namespace {
 
@@ -95,4 +95,4 @@ bool imageFormatIsRisky(ImageFormat format) noexcept {
            format == ImageFormat::video || format == ImageFormat::raw;
 }
 
-} // namespace hoardd
+} // namespace wickerlane::hoardd

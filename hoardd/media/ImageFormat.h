@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <span>
 
-namespace hoardd {
+namespace wickerlane::hoardd {
 
 /// A video counts as a picture whose pixels are a frame of it; of a raw file, what a camera's sensor saw, as
 /// one whose pixels are the preview that it carries.
@@ -32,6 +32,6 @@ const char *imageFormatMediaType(ImageFormat format) noexcept;
 /// Whether decoders of the format have a record of faults: its files get a process of their own.
 bool imageFormatIsRisky(ImageFormat format) noexcept;
 
-} // namespace hoardd
+} // namespace wickerlane::hoardd
 
 #endif

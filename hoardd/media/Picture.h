@@ -9,7 +9,7 @@
 
 #include "hoardd/media/ImageFormat.h"
 
-namespace hoardd {
+namespace wickerlane::hoardd {
 
 /// The limits of pictures: chosen so that a large camera's picture passes and a bomb does not.
 struct PictureLimits {
@@ -110,6 +110,6 @@ struct SurfacePixels {
     std::uint64_t bytesPerRow = 0;
 };
 
-} // namespace hoardd
+} // namespace wickerlane::hoardd
 
 #endif

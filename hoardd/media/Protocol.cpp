@@ -6,7 +6,7 @@
 #include <cerrno>
 #include <cstring>
 
-namespace hoardd::media {
+namespace wickerlane::hoardd::media {
 
 namespace {
 
@@ -38,7 +38,7 @@ bool sendPacket(int socket, std::span<const std::byte> packet, std::span<const i
     return sent == static_cast<ssize_t>(packet.size());
 }
 
-bool receivePacket(int socket, std::span<std::byte> packet, std::vector<wickerlane::UniqueFd> &descriptors) {
+bool receivePacket(int socket, std::span<std::byte> packet, std::vector<UniqueFd> &descriptors) {
     iovec part{packet.data(), packet.size()};
     ControlBuffer control;
     msghdr message{};
@@ -67,4 +67,4 @@ bool receivePacket(int socket, std::span<std::byte> packet, std::vector<wickerla
            (message.msg_flags & (MSG_TRUNC | MSG_CTRUNC)) == 0;
 }
 
-} // namespace hoardd::media
+} // namespace wickerlane::hoardd::media

@@ -1,6 +1,6 @@
 // The packets between hoardd and a media worker: one request, one answer, over a local packet socket. Both
 // ends are built together, so the packets are plain structs. hoardd trusts nothing in an answer; see
-// WorkerPool.cpp.
+// MediaWorkers.cpp.
 #ifndef HOARDD_MEDIA_PROTOCOL_H
 #define HOARDD_MEDIA_PROTOCOL_H
 
@@ -13,7 +13,7 @@
 #include "hoardd/media/Picture.h"
 #include "wickerlane/platform/file/UniqueFd.h"
 
-namespace hoardd::media {
+namespace wickerlane::hoardd::media {
 
 /// The descriptor on which a worker finds its socket.
 inline constexpr int workerSocket = 3;
@@ -94,7 +94,7 @@ bool sendPacket(int socket, std::span<const std::byte> packet, std::span<const i
 
 /// Receives one packet of exactly `packet.size()` bytes and its descriptors, close-on-exec. False on end of
 /// stream, on a packet of another size and on failure.
-bool receivePacket(int socket, std::span<std::byte> packet, std::vector<wickerlane::UniqueFd> &descriptors);
+bool receivePacket(int socket, std::span<std::byte> packet, std::vector<UniqueFd> &descriptors);
 
 template <typename T>
 bool sendPacket(int socket, const T &packet, std::span<const int> descriptors = {}) {
@@ -103,11 +103,11 @@ bool sendPacket(int socket, const T &packet, std::span<const int> descriptors = 
 }
 
 template <typename T>
-bool receivePacket(int socket, T &packet, std::vector<wickerlane::UniqueFd> &descriptors) {
+bool receivePacket(int socket, T &packet, std::vector<UniqueFd> &descriptors) {
     static_assert(std::is_trivially_copyable_v<T>);
     return receivePacket(socket, std::as_writable_bytes(std::span(&packet, 1)), descriptors);
 }
 
-} // namespace hoardd::media
+} // namespace wickerlane::hoardd::media
 
 #endif

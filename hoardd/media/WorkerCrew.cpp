@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace hoardd::media {
+namespace wickerlane::hoardd::media {
 
 namespace {
 
@@ -91,4 +91,4 @@ void WorkerCrew::startWorkers() {
     }
 }
 
-} // namespace hoardd::media
+} // namespace wickerlane::hoardd::media

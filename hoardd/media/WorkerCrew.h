@@ -12,7 +12,7 @@
 
 #include "hoardd/media/WorkerProcess.h"
 
-namespace hoardd::media {
+namespace wickerlane::hoardd::media {
 
 class WorkerCrew {
 public:
@@ -62,6 +62,6 @@ private:
     std::thread starter; ///< workers end with the thread that started them, so one thread starts all
 };
 
-} // namespace hoardd::media
+} // namespace wickerlane::hoardd::media
 
 #endif

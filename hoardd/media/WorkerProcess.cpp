@@ -11,7 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 
-namespace hoardd::media {
+namespace wickerlane::hoardd::media {
 
 namespace {
 
@@ -88,8 +88,8 @@ std::unique_ptr<WorkerProcess> WorkerProcess::start(const std::string &program, 
         whyNot = "no socket for the media worker: " + std::string(strerrordesc_np(errno));
         return nullptr;
     }
-    wickerlane::UniqueFd near(ends[0]);
-    wickerlane::UniqueFd far(ends[1]);
+    UniqueFd near(ends[0]);
+    UniqueFd far(ends[1]);
     // A descriptor moved onto its own number would keep its close-on-exec flag.
     if (far.get() == workerSocket)
         far.reset(fcntl(far.get(), F_DUPFD_CLOEXEC, workerSocket + 1));
@@ -100,7 +100,7 @@ std::unique_ptr<WorkerProcess> WorkerProcess::start(const std::string &program, 
     }
     far.reset();
     std::unique_ptr<WorkerProcess> worker(new WorkerProcess(process, std::move(near)));
-    std::vector<wickerlane::UniqueFd> none;
+    std::vector<UniqueFd> none;
     if (!waitReadable(worker->socket.get(), startDeadline) ||
         !receivePacket(worker->socket.get(), worker->greeting, none) ||
         worker->greeting.version != protocolVersion) {
@@ -125,7 +125,7 @@ WorkerProcess::Exchange WorkerProcess::exchange(const Request &request, std::spa
         return Exchange::notDelivered;
     if (!waitReadable(socket.get(), deadline))
         return Exchange::timedOut;
-    std::vector<wickerlane::UniqueFd> unwanted;
+    std::vector<UniqueFd> unwanted;
     if (!receivePacket(socket.get(), answer, unwanted))
         return Exchange::died;
     ++requestCount;
@@ -149,4 +149,4 @@ int WorkerProcess::endingSignal() {
     return signal;
 }
 
-} // namespace hoardd::media
+} // namespace wickerlane::hoardd::media

@@ -11,7 +11,7 @@
 
 #include "hoardd/media/Protocol.h"
 
-namespace hoardd::media {
+namespace wickerlane::hoardd::media {
 
 /// Ends its process when it goes away. Used by one thread at a time.
 class WorkerProcess {
@@ -48,10 +48,10 @@ public:
     [[nodiscard]] bool isUsable() const noexcept { return usable; }           ///< no exchange has gone wrong
 
 private:
-    WorkerProcess(pid_t child, wickerlane::UniqueFd end) : process(child), socket(std::move(end)) {}
+    WorkerProcess(pid_t child, UniqueFd end) : process(child), socket(std::move(end)) {}
 
     pid_t process;
-    wickerlane::UniqueFd socket;
+    UniqueFd socket;
     Hello greeting;
     unsigned requestCount = 0;
     bool usable = true;
@@ -59,6 +59,6 @@ private:
     int signal = 0;
 };
 
-} // namespace hoardd::media
+} // namespace wickerlane::hoardd::media
 
 #endif

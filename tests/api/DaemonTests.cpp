@@ -8,7 +8,7 @@
 #include "tests/support/Descriptors.h"
 #include "wickerlane/api/Wickerlane.h"
 #include "wickerlane/store/LibraryCheck.h"
-#include "wickerlane/util/JXGenericAssetCount.h"
+#include "wickerlane/util/count/JXGenericAssetCount.h"
 
 using namespace wickerlane;
 using namespace wickerlane::test;

@@ -6,7 +6,7 @@
 #include "wickerlane/api/Wickerlane.h"
 #include "wickerlane/platform/consent/Consent.h"
 #include "wickerlane/platform/file/Files.h"
-#include "wickerlane/platform/message/PeerProcess.h"
+#include "wickerlane/platform/message/listener/PeerProcess.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 
 using namespace wickerlane;

@@ -8,7 +8,7 @@
 #include "tests/client/OwnClient.h"
 #include "tests/support/Descriptors.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
-#include "wickerlane/platform/message/MessageListener.h"
+#include "wickerlane/platform/message/listener/MessageListener.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 
 using namespace wickerlane;

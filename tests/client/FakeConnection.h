@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "wickerlane/platform/message/MessageConnection.h"
+#include "wickerlane/platform/message/connection/MessageConnection.h"
 #include "wickerlane/platform/queue/Semaphore.h"
 
 namespace wickerlane::test {

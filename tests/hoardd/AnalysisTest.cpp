@@ -7,8 +7,8 @@
 #include <set>
 #include <thread>
 
-#include "hoardd/DuplicateStore.h"
-#include "hoardd/MomentStore.h"
+#include "hoardd/analysis/DuplicateStore.h"
+#include "hoardd/analysis/MomentStore.h"
 #include "tests/hoardd/RunningHoardd.h"
 #include "wickerlane/store/AnalysisReader.h"
 #include "wickerlane/store/StoredObject.h"

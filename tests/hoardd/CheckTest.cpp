@@ -7,7 +7,7 @@
 #include <map>
 #include <set>
 
-#include "hoardd/Sha256.h"
+#include "hoardd/library/Sha256.h"
 #include "tests/hoardd/RunningHoardd.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/store/LibraryCheck.h"

@@ -1,13 +1,13 @@
-#include "hoardd/CountNotice.h"
+#include "hoardd/library/CountNotice.h"
 
 #include <gtest/gtest.h>
 
-#include "hoardd/Store.h"
+#include "hoardd/library/Store.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/queue/Semaphore.h"
 
 using namespace wickerlane;
-using namespace hoardd;
+using namespace wickerlane::hoardd;
 using namespace std::chrono_literals;
 using sqlite::Database;
 

@@ -1,5 +1,5 @@
 // What the daemon does with requests as such: rows, shapes, access.
-#include "hoardd/Dispatch.h"
+#include "hoardd/service/Dispatch.h"
 
 #include <algorithm>
 

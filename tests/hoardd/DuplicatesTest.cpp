@@ -1,5 +1,5 @@
 // Which pictures are the same, and which are alike.
-#include "hoardd/Duplicates.h"
+#include "hoardd/analysis/DuplicateRule.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +10,7 @@
 
 #include "tests/support/TestImages.h"
 
-using namespace hoardd;
+using namespace wickerlane::hoardd;
 using namespace wickerlane::test;
 
 namespace {

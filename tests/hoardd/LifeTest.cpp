@@ -9,7 +9,7 @@
 #include <map>
 #include <random>
 
-#include "hoardd/Sha256.h"
+#include "hoardd/library/Sha256.h"
 #include "tests/hoardd/RunningHoardd.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/store/Schema.h"

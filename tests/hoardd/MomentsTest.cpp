@@ -1,5 +1,5 @@
 // Where moments begin and end, and that an incremental result is that of a whole rebuild.
-#include "hoardd/Moments.h"
+#include "hoardd/analysis/MomentRule.h"
 
 #include <gtest/gtest.h>
 
@@ -7,13 +7,13 @@
 #include <filesystem>
 #include <random>
 
-#include "hoardd/MomentStore.h"
+#include "hoardd/analysis/MomentStore.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/store/LibraryPaths.h"
 #include "wickerlane/store/Schema.h"
 
 using namespace wickerlane;
-using namespace hoardd;
+using namespace wickerlane::hoardd;
 
 namespace {
 

@@ -11,18 +11,19 @@
 #include <random>
 #include <thread>
 
-#include "hoardd/FileCopy.h"
-#include "hoardd/FileType.h"
-#include "hoardd/JobQueue.h"
-#include "hoardd/Sha256.h"
-#include "hoardd/Store.h"
+#include "hoardd/library/FileCopy.h"
+#include "hoardd/library/Sha256.h"
+#include "hoardd/library/Store.h"
+#include "hoardd/saving/FileType.h"
+#include "hoardd/service/JobQueue.h"
 #include "tests/support/Descriptors.h"
 #include "wickerlane/platform/file/Files.h"
-#include "wickerlane/platform/message/MessageListener.h"
+#include "wickerlane/platform/message/listener/MessageListener.h"
 #include "wickerlane/platform/object/Number.h"
+#include "wickerlane/platform/process/ProcessTransaction.h"
 
 using namespace wickerlane;
-using namespace hoardd;
+using namespace wickerlane::hoardd;
 
 namespace {
 

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "wickerlane/platform/message/MessageValue.h"
+#include "wickerlane/platform/message/value/MessageValue.h"
 #include "wickerlane/protocol/Operation.h"
 
 namespace wickerlane::test {

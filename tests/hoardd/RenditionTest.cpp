@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "hoardd/Renditions.h"
+#include "hoardd/pictures/Renditions.h"
 #include "tests/hoardd/RunningHoardd.h"
 #include "wickerlane/platform/consent/Consent.h"
 #include "wickerlane/platform/file/Files.h"

@@ -10,7 +10,7 @@
 #include "tests/support/TestImages.h"
 #include "wickerlane/message/JXJobDictionary.h"
 #include "wickerlane/message/JXMsgUtilities.h"
-#include "wickerlane/platform/message/MessageConnection.h"
+#include "wickerlane/platform/message/connection/MessageConnection.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/store/ObjectStore.h"

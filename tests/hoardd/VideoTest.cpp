@@ -1,5 +1,5 @@
 // Videos in the library: saved, described, estimated.
-#include "hoardd/ExportEstimate.h"
+#include "hoardd/pictures/ExportEstimate.h"
 #include "tests/hoardd/RunningHoardd.h"
 #include "tests/support/TestClips.h"
 #include "wickerlane/platform/file/Files.h"

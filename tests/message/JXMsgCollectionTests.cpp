@@ -2,8 +2,9 @@
 
 #include "wickerlane/message/JXMsgCollectionCallBacks.h"
 #include "wickerlane/message/JXMsgTransaction.h"
-#include "wickerlane/platform/message/MessageListener.h"
+#include "wickerlane/platform/message/listener/MessageListener.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
+#include "wickerlane/platform/process/ProcessTransaction.h"
 
 using namespace wickerlane;
 

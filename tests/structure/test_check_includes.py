@@ -19,11 +19,11 @@ CASES = [
     ('wickerlane/extra/New.cpp', '"wickerlane/platform/file/Files.h"', 'no room'),
     ('hoardd/Main.cpp', '"hoardd/media/Pool.h"', ''),
     ('hoardd/Call.cpp', '"wickerlane/client/Client.h"', 'hoardd may not include wickerlane/client'),
-    ('hoardd/media/Worker.cpp', '"hoardd/Store.h"', 'hoardd/media may not include hoardd'),
+    ('hoardd/media/Worker.cpp', '"hoardd/library/Store.h"', 'hoardd/media may not include hoardd'),
     ('cli/Main.cpp', '"wickerlane/client/Client.h"', ''),
-    ('cli/Other.cpp', '"hoardd/Store.h"', 'cli may not include hoardd'),
+    ('cli/Other.cpp', '"hoardd/library/Store.h"', 'cli may not include hoardd'),
     ('cli/Local.cpp', '"Main.h"', 'no such header'),
-    ('tests/Any.cpp', '"hoardd/Store.h"', ''),
+    ('tests/Any.cpp', '"hoardd/library/Store.h"', ''),
 ]
 
 with tempfile.TemporaryDirectory() as made:

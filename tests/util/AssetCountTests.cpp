@@ -12,7 +12,7 @@
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/store/Sqlite.h"
-#include "wickerlane/util/JXGenericAssetCount.h"
+#include "wickerlane/util/count/JXGenericAssetCount.h"
 
 using namespace wickerlane;
 using sqlite::Database;

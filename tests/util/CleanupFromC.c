@@ -1,8 +1,8 @@
 // The headers that C code uses, compiled as C.
-#include "wickerlane/util/JXPictorama.h"
-#include "wickerlane/util/JXProcessAssertion.h"
-#include "wickerlane/util/JXProcessIdentity.h"
-#include "wickerlane/util/JXScreen.h"
+#include "wickerlane/util/identity/JXPictorama.h"
+#include "wickerlane/util/identity/JXProcessAssertion.h"
+#include "wickerlane/util/identity/JXProcessIdentity.h"
+#include "wickerlane/util/identity/JXScreen.h"
 
 int leaveScopeInC(HSSProcessAssertion *owned, int early);
 

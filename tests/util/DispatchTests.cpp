@@ -9,7 +9,7 @@
 #include "tests/support/Console.h"
 #include "wickerlane/platform/object/Error.h"
 #include "wickerlane/platform/object/Number.h"
-#include "wickerlane/util/JXDispatch.h"
+#include "wickerlane/util/dispatch/JXDispatch.h"
 
 using namespace wickerlane;
 

@@ -20,9 +20,9 @@
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/object/String.h"
 #include "wickerlane/platform/preferences/Preferences.h"
-#include "wickerlane/util/JXPictorama.h"
-#include "wickerlane/util/JXProcessIdentity.h"
-#include "wickerlane/util/JXScreen.h"
+#include "wickerlane/util/identity/JXPictorama.h"
+#include "wickerlane/util/identity/JXProcessIdentity.h"
+#include "wickerlane/util/identity/JXScreen.h"
 
 using namespace wickerlane;
 namespace fs = std::filesystem;

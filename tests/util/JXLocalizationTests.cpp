@@ -1,4 +1,4 @@
-#include "wickerlane/util/JXLocalization.h"
+#include "wickerlane/util/texts/JXLocalization.h"
 
 #include <gtest/gtest.h>
 

@@ -1,10 +1,10 @@
-#include "wickerlane/util/JXUUIDString.h"
+#include "wickerlane/util/uuid/JXUUIDString.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
 
-#include "wickerlane/platform/message/MessageValue.h"
+#include "wickerlane/platform/message/value/MessageValue.h"
 #include "wickerlane/platform/object/Dictionary.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/platform/propertylist/PropertyList.h"

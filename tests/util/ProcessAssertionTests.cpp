@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "wickerlane/platform/object/Object.h"
-#include "wickerlane/util/JXProcessAssertion.h"
+#include "wickerlane/util/identity/JXProcessAssertion.h"
 
 using namespace wickerlane;
 

@@ -7,7 +7,7 @@
 #include "wickerlane/platform/console/Console.h"
 #include "wickerlane/platform/notification/Notification.h"
 #include "wickerlane/store/LibraryPaths.h"
-#include "wickerlane/util/JXGenericAssetCount.h"
+#include "wickerlane/util/count/JXGenericAssetCount.h"
 
 using namespace wickerlane;
 

@@ -1,7 +1,7 @@
 #include "wickerlane/api/WLQueue.h"
 
 #include "wickerlane/api/HandlerInternal.h"
-#include "wickerlane/util/JXDispatch.h"
+#include "wickerlane/util/dispatch/JXDispatch.h"
 
 using namespace wickerlane;
 

@@ -1,4 +1,4 @@
-#include "wickerlane/protocol/AlbumOperations.h"
+#include "wickerlane/protocol/AlbumRows.h"
 
 #include "wickerlane/client/ClientInternal.h"
 

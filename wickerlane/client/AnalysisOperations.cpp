@@ -1,4 +1,4 @@
-#include "wickerlane/protocol/AnalysisOperations.h"
+#include "wickerlane/protocol/AnalysisRows.h"
 
 #include "wickerlane/client/ClientInternal.h"
 

@@ -1,4 +1,4 @@
-#include "wickerlane/protocol/AssetOperations.h"
+#include "wickerlane/protocol/AssetRows.h"
 
 #include "wickerlane/client/ClientInternal.h"
 #include "wickerlane/log/JXLog.h"

@@ -2,7 +2,7 @@
 #ifndef WICKERLANE_CLIENT_JXDAEMONJOB_H
 #define WICKERLANE_CLIENT_JXDAEMONJOB_H
 
-#include "wickerlane/platform/message/MessageValue.h"
+#include "wickerlane/platform/message/value/MessageValue.h"
 
 /// What JXGatekeeperClient::sendDaemonJob() asks of a job. Called on the thread of that call.
 class WL_EXPORT JXDaemonJob {

@@ -4,7 +4,7 @@
 
 #include "wickerlane/client/ClientInternal.h"
 #include "wickerlane/platform/device/Device.h"
-#include "wickerlane/protocol/CoreOperations.h"
+#include "wickerlane/protocol/CoreRows.h"
 
 using namespace wickerlane;
 using namespace wickerlane::client;

@@ -13,17 +13,17 @@
 #define WICKERLANE_CLIENT_JXGATEKEEPERCLIENT_H
 
 #include "wickerlane/client/JXDaemonJob.h"
-#include "wickerlane/platform/message/MessageConnection.h"
+#include "wickerlane/model/ManagedObjectID.h"
+#include "wickerlane/platform/message/connection/MessageConnection.h"
 #include "wickerlane/platform/object/Array.h"
 #include "wickerlane/platform/object/Data.h"
 #include "wickerlane/platform/object/Dictionary.h"
 #include "wickerlane/platform/object/Error.h"
-#include "wickerlane/platform/object/ManagedObjectID.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/object/URL.h"
 #include "wickerlane/platform/queue/WorkQueue.h"
 #include "wickerlane/platform/surface/ImageSurface.h"
-#include "wickerlane/protocol/Bulletins.h"
+#include "wickerlane/protocol/BulletinKeys.h"
 #include "wickerlane/protocol/Entitlements.h"
 #include "wickerlane/protocol/ServiceName.h"
 

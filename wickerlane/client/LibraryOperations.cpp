@@ -1,4 +1,4 @@
-#include "wickerlane/protocol/LibraryOperations.h"
+#include "wickerlane/protocol/LibraryRows.h"
 
 #include "wickerlane/client/ClientInternal.h"
 

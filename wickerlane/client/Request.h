@@ -2,7 +2,7 @@
 #ifndef WICKERLANE_CLIENT_REQUEST_H
 #define WICKERLANE_CLIENT_REQUEST_H
 
-#include "wickerlane/platform/message/MessageConnection.h"
+#include "wickerlane/platform/message/connection/MessageConnection.h"
 #include "wickerlane/protocol/Keys.h"
 #include "wickerlane/protocol/Operation.h"
 

@@ -1,4 +1,4 @@
-#include "wickerlane/protocol/SharingOperations.h"
+#include "wickerlane/protocol/SharingRows.h"
 
 #include "wickerlane/client/ClientInternal.h"
 

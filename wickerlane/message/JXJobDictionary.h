@@ -7,7 +7,7 @@
 
 #include <span>
 
-#include "wickerlane/platform/message/MessageValue.h"
+#include "wickerlane/platform/message/value/MessageValue.h"
 #include "wickerlane/platform/object/Array.h"
 #include "wickerlane/platform/object/Dictionary.h"
 

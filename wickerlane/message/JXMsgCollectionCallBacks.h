@@ -2,7 +2,7 @@
 #ifndef WICKERLANE_MESSAGE_JXMSGCOLLECTIONCALLBACKS_H
 #define WICKERLANE_MESSAGE_JXMSGCOLLECTIONCALLBACKS_H
 
-#include "wickerlane/platform/message/MessageValue.h"
+#include "wickerlane/platform/message/value/MessageValue.h"
 #include "wickerlane/platform/object/Array.h"
 
 /// Callbacks of arrays of message values that compare them by structure.

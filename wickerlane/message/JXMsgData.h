@@ -2,7 +2,7 @@
 #ifndef WICKERLANE_MESSAGE_JXMSGDATA_H
 #define WICKERLANE_MESSAGE_JXMSGDATA_H
 
-#include "wickerlane/platform/message/MessageValue.h"
+#include "wickerlane/platform/message/value/MessageValue.h"
 
 /// A view of a message's bytes; keeps the value alive. Immutable.
 class WL_EXPORT JXMsgData final : public wickerlane::Data {

@@ -1,7 +1,7 @@
 #include "wickerlane/message/JXMsgTransaction.h"
 
-#include "wickerlane/platform/message/MessageListener.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
+#include "wickerlane/platform/process/ProcessTransaction.h"
 
 using namespace wickerlane;
 

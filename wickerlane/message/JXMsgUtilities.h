@@ -9,11 +9,11 @@
 #ifndef WICKERLANE_MESSAGE_JXMSGUTILITIES_H
 #define WICKERLANE_MESSAGE_JXMSGUTILITIES_H
 
-#include "wickerlane/platform/message/MessageValue.h"
+#include "wickerlane/model/ManagedObjectID.h"
+#include "wickerlane/platform/message/value/MessageValue.h"
 #include "wickerlane/platform/object/Array.h"
 #include "wickerlane/platform/object/Dictionary.h"
 #include "wickerlane/platform/object/IndexSet.h"
-#include "wickerlane/platform/object/ManagedObjectID.h"
 #include "wickerlane/platform/object/URL.h"
 #include "wickerlane/platform/surface/ImageSurface.h"
 

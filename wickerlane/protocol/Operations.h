@@ -2,12 +2,12 @@
 #ifndef WICKERLANE_PROTOCOL_OPERATIONS_H
 #define WICKERLANE_PROTOCOL_OPERATIONS_H
 
-#include "wickerlane/protocol/AlbumOperations.h"
-#include "wickerlane/protocol/AnalysisOperations.h"
-#include "wickerlane/protocol/AssetOperations.h"
-#include "wickerlane/protocol/CoreOperations.h"
-#include "wickerlane/protocol/LibraryOperations.h"
-#include "wickerlane/protocol/SharingOperations.h"
+#include "wickerlane/protocol/AlbumRows.h"
+#include "wickerlane/protocol/AnalysisRows.h"
+#include "wickerlane/protocol/AssetRows.h"
+#include "wickerlane/protocol/CoreRows.h"
+#include "wickerlane/protocol/LibraryRows.h"
+#include "wickerlane/protocol/SharingRows.h"
 
 namespace wickerlane::protocol {
 

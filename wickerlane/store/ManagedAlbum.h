@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "wickerlane/platform/object/ManagedObjectID.h"
+#include "wickerlane/model/ManagedObjectID.h"
 
 namespace wickerlane::store {
 

@@ -2,7 +2,7 @@
 #ifndef WICKERLANE_STORE_MANAGEDASSET_H
 #define WICKERLANE_STORE_MANAGEDASSET_H
 
-#include "wickerlane/platform/object/ManagedObjectID.h"
+#include "wickerlane/model/ManagedObjectID.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/store/AssetRecord.h"
 

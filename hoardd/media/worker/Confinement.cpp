@@ -33,7 +33,7 @@
 #define WORKER_LIMITS_MEMORY 1
 #endif
 
-namespace hoardd::media {
+namespace wickerlane::hoardd::media {
 
 namespace {
 
@@ -199,4 +199,4 @@ std::string confinementBreach() {
     return {};
 }
 
-} // namespace hoardd::media
+} // namespace wickerlane::hoardd::media

@@ -7,7 +7,7 @@
 
 #include "hoardd/media/Protocol.h"
 
-namespace hoardd::media {
+namespace wickerlane::hoardd::media {
 
 /// Confines the calling process for good: limits of memory and descriptors, no new privileges, a Landlock
 /// rule set that allows no path, and a filter of system calls without any that opens, connects, executes or
@@ -18,6 +18,6 @@ Hello confine();
 /// Tries what confinement must forbid. Empty when nothing got through, else what did.
 std::string confinementBreach();
 
-} // namespace hoardd::media
+} // namespace wickerlane::hoardd::media
 
 #endif

@@ -1,6 +1,6 @@
 #include "hoardd/media/worker/Image.h"
 
-namespace hoardd::media {
+namespace wickerlane::hoardd::media {
 
 MediaError imageLibraryError() {
     std::string text = vips_error_buffer();
@@ -14,4 +14,4 @@ MediaError imageLibraryError() {
             text.empty() ? "the picture cannot be decoded" : text};
 }
 
-} // namespace hoardd::media
+} // namespace wickerlane::hoardd::media

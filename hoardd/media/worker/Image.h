@@ -10,7 +10,7 @@
 
 #include "hoardd/media/Picture.h"
 
-namespace hoardd::media {
+namespace wickerlane::hoardd::media {
 
 struct Unref {
     void operator()(void *object) const noexcept { g_object_unref(object); }
@@ -38,6 +38,6 @@ Image made(const Operation &operation) {
     return Image(out);
 }
 
-} // namespace hoardd::media
+} // namespace wickerlane::hoardd::media
 
 #endif

@@ -27,7 +27,7 @@ extern "C" const char *__asan_default_options() {
 }
 #endif
 
-namespace hoardd::media {
+namespace wickerlane::hoardd::media {
 namespace {
 
 // Counts processor time, so that a busy machine fails no honest file; hoardd watches the clock on the wall.
@@ -41,7 +41,7 @@ void limitProcessorTime(std::uint32_t milliseconds) {
 // False when hoardd is gone.
 bool serveOne() {
     Request request;
-    std::vector<wickerlane::UniqueFd> descriptors;
+    std::vector<UniqueFd> descriptors;
     if (!receivePacket(workerSocket, request, descriptors))
         return false;
     limitProcessorTime(request.processorMilliseconds);
@@ -80,13 +80,13 @@ Hello helloOfChild() {
     int ends[2];
     if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0)
         return hello;
-    const wickerlane::UniqueFd near(ends[0]);
-    wickerlane::UniqueFd far(ends[1]);
+    const UniqueFd near(ends[0]);
+    UniqueFd far(ends[1]);
     const pid_t child = fork();
     if (child == 0)
         _exit(sendPacket(far.get(), confine()) ? 0 : 1);
     far.reset();
-    std::vector<wickerlane::UniqueFd> none;
+    std::vector<UniqueFd> none;
     if (child < 0 || !receivePacket(near.get(), hello, none))
         hello = Hello{};
     waitpid(child, nullptr, 0);
@@ -109,7 +109,7 @@ int run(const char *program, bool apart) {
 }
 
 } // namespace
-} // namespace hoardd::media
+} // namespace wickerlane::hoardd::media
 
 int main(int argc, char **argv) {
     const std::string_view mode = argc == 2 ? argv[1] : "";
@@ -117,5 +117,5 @@ int main(int argc, char **argv) {
         std::fputs("hoardd-media is started by hoardd, which hands it pictures to decode.\n", stderr);
         return 2;
     }
-    _exit(hoardd::media::run(argv[0], mode == "serve-apart"));
+    _exit(wickerlane::hoardd::media::run(argv[0], mode == "serve-apart"));
 }

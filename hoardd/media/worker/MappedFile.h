@@ -10,7 +10,7 @@
 
 #include "hoardd/media/worker/Image.h"
 
-namespace hoardd::media {
+namespace wickerlane::hoardd::media {
 
 /// Read-only. A file that shrinks meanwhile ends the worker, not hoardd.
 class MappedFile {
@@ -41,6 +41,6 @@ private:
     std::size_t length = 0;
 };
 
-} // namespace hoardd::media
+} // namespace wickerlane::hoardd::media
 
 #endif

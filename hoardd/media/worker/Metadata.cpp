@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-namespace hoardd::media {
+namespace wickerlane::hoardd::media {
 
 namespace {
 
@@ -367,4 +367,4 @@ std::vector<std::byte> Metadata::preview(std::uint32_t longestSide) const {
     }
 }
 
-} // namespace hoardd::media
+} // namespace wickerlane::hoardd::media

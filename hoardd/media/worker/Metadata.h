@@ -10,7 +10,7 @@
 
 #include "hoardd/media/Picture.h"
 
-namespace hoardd::media {
+namespace wickerlane::hoardd::media {
 
 /// Loads what reading metadata needs; once, before confinement.
 void prepareMetadata();
@@ -36,6 +36,6 @@ private:
     std::unique_ptr<Parsed> parsed;
 };
 
-} // namespace hoardd::media
+} // namespace wickerlane::hoardd::media
 
 #endif

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace hoardd::media {
+namespace wickerlane::hoardd::media {
 
 namespace {
 
@@ -69,4 +69,4 @@ Image PictureFile::previewThumbnail(std::uint32_t longestSide) const {
     return withoutBars(std::move(image), static_cast<double>(known.width) / known.height);
 }
 
-} // namespace hoardd::media
+} // namespace wickerlane::hoardd::media

@@ -9,7 +9,7 @@
 #include "hoardd/media/worker/Metadata.h"
 #include "hoardd/media/worker/PictureReader.h"
 
-namespace hoardd::media {
+namespace wickerlane::hoardd::media {
 
 class PictureFile {
 public:
@@ -35,6 +35,6 @@ private:
     std::optional<PictureReader> reader;
 };
 
-} // namespace hoardd::media
+} // namespace wickerlane::hoardd::media
 
 #endif

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
-namespace hoardd::media {
+namespace wickerlane::hoardd::media {
 
 namespace {
 
@@ -210,4 +210,4 @@ Image shrunk(VipsImage *image, std::uint32_t longestSide) {
         made([&](VipsImage **out) { return vips_resize(image, out, scale, "gap", 1.0, nullptr); }));
 }
 
-} // namespace hoardd::media
+} // namespace wickerlane::hoardd::media

@@ -7,7 +7,7 @@
 
 #include "hoardd/media/worker/Image.h"
 
-namespace hoardd::media {
+namespace wickerlane::hoardd::media {
 
 /// A picture file in memory whose header has been read and found within the limits. The bytes must outlive it
 /// and every image made from it.
@@ -41,6 +41,6 @@ private:
 /// An image made smaller, so that its longest side is at most `longestSide`; in memory.
 [[nodiscard]] Image shrunk(VipsImage *image, std::uint32_t longestSide);
 
-} // namespace hoardd::media
+} // namespace wickerlane::hoardd::media
 
 #endif

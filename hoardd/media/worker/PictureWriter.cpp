@@ -3,7 +3,7 @@
 #include <string_view>
 #include <vector>
 
-namespace hoardd::media {
+namespace wickerlane::hoardd::media {
 
 namespace {
 
@@ -98,4 +98,4 @@ Image imageOfSurface(const void *pixels, const SurfacePixels &surface) {
     return made([&](VipsImage **out) { return vips_cast_uchar(image.get(), out, nullptr); });
 }
 
-} // namespace hoardd::media
+} // namespace wickerlane::hoardd::media

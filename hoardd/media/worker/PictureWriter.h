@@ -4,7 +4,7 @@
 
 #include "hoardd/media/worker/Image.h"
 
-namespace hoardd::media {
+namespace wickerlane::hoardd::media {
 
 /// Writes an image as JPEG, PNG or WebP; the size must fit. White shows through what a JPEG cannot hold of
 /// alpha. With `keepsProfile` the colour profile is written too; no other metadata ever is. Throws
@@ -14,6 +14,6 @@ void writePicture(VipsImage *image, int output, ImageFormat format, std::uint32_
 /// The pixels of a mapped surface as an image; they must outlive it.
 [[nodiscard]] Image imageOfSurface(const void *pixels, const SurfacePixels &surface);
 
-} // namespace hoardd::media
+} // namespace wickerlane::hoardd::media
 
 #endif

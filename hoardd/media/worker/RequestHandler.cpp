@@ -12,7 +12,7 @@
 #include "hoardd/media/worker/PictureWriter.h"
 #include "hoardd/media/worker/VideoReader.h"
 
-namespace hoardd::media {
+namespace wickerlane::hoardd::media {
 
 namespace {
 
@@ -69,8 +69,7 @@ bool isVideo(int descriptor) {
 
 // Each is made from the next larger one; `first` makes the largest, of the size that it is given.
 template <class First>
-void writeThumbnails(const Request &request, std::span<const wickerlane::UniqueFd> descriptors,
-                     const First &first) {
+void writeThumbnails(const Request &request, std::span<const UniqueFd> descriptors, const First &first) {
     std::vector<std::uint32_t> largestFirst(request.thumbnailCount);
     std::iota(largestFirst.begin(), largestFirst.end(), 0U);
     std::ranges::sort(largestFirst, std::greater(),
@@ -83,7 +82,7 @@ void writeThumbnails(const Request &request, std::span<const wickerlane::UniqueF
     }
 }
 
-void probeVideo(const Request &request, std::span<const wickerlane::UniqueFd> descriptors, Answer &answer) {
+void probeVideo(const Request &request, std::span<const UniqueFd> descriptors, Answer &answer) {
     VideoReader reader(descriptors[0].get());
     PictureFacts facts;
     facts.format = ImageFormat::video;
@@ -94,7 +93,7 @@ void probeVideo(const Request &request, std::span<const wickerlane::UniqueFd> de
 }
 
 // Of a video, the facts alone: none carries a preview.
-void examine(const Request &request, std::span<const wickerlane::UniqueFd> descriptors, Answer &answer) {
+void examine(const Request &request, std::span<const UniqueFd> descriptors, Answer &answer) {
     if (isVideo(descriptors[0].get())) {
         Request factsOnly = request;
         factsOnly.thumbnailCount = 0;
@@ -120,7 +119,7 @@ void examine(const Request &request, std::span<const wickerlane::UniqueFd> descr
     }
 }
 
-void probe(const Request &request, std::span<const wickerlane::UniqueFd> descriptors, Answer &answer) {
+void probe(const Request &request, std::span<const UniqueFd> descriptors, Answer &answer) {
     if (isVideo(descriptors[0].get()))
         return probeVideo(request, descriptors, answer);
     PictureFile file(descriptors[0].get());
@@ -132,7 +131,7 @@ void probe(const Request &request, std::span<const wickerlane::UniqueFd> descrip
                     [&](std::uint32_t side) { return reader.thumbnail(side, file.facts().orientation); });
 }
 
-void fingerprint(std::span<const wickerlane::UniqueFd> descriptors, Answer &answer) {
+void fingerprint(std::span<const UniqueFd> descriptors, Answer &answer) {
     PictureFile file(descriptors[0].get());
     constexpr std::uint32_t enough = 256; // pixels a side: thumbnails have no more
     const Image image = file.open(enough).thumbnail(enough, file.facts().orientation);
@@ -159,7 +158,7 @@ void writeRendered(const Request &request, VipsImage *image, int output, Answer 
     answer.height = static_cast<std::uint32_t>(vips_image_get_height(image));
 }
 
-void render(const Request &request, std::span<const wickerlane::UniqueFd> descriptors, Answer &answer) {
+void render(const Request &request, std::span<const UniqueFd> descriptors, Answer &answer) {
     if (isVideo(descriptors[0].get())) {
         const Image frame = VideoReader(descriptors[0].get()).poster();
         const Image image =
@@ -171,7 +170,7 @@ void render(const Request &request, std::span<const wickerlane::UniqueFd> descri
     writeRendered(request, image.get(), descriptors[1].get(), answer);
 }
 
-void encode(const Request &request, std::span<const wickerlane::UniqueFd> descriptors, Answer &answer) {
+void encode(const Request &request, std::span<const UniqueFd> descriptors, Answer &answer) {
     const SurfacePixels surface{-1, request.surfaceWidth, request.surfaceHeight, request.surfaceFormat,
                                 request.surfaceBytesPerRow};
     const MappedFile pixels(descriptors[0].get());
@@ -184,8 +183,7 @@ void encode(const Request &request, std::span<const wickerlane::UniqueFd> descri
     answer.height = request.surfaceHeight;
 }
 
-void handleOrThrow(const Request &request, std::span<const wickerlane::UniqueFd> descriptors,
-                   Answer &answer) {
+void handleOrThrow(const Request &request, std::span<const UniqueFd> descriptors, Answer &answer) {
     const bool probes = request.kind == RequestKind::probe || request.kind == RequestKind::examine;
     const std::size_t expected = request.kind == RequestKind::selfTest      ? 0
                                  : request.kind == RequestKind::fingerprint ? 1
@@ -234,7 +232,7 @@ bool prepareHandling(const char *program) {
     return true;
 }
 
-Answer handle(const Request &request, std::span<const wickerlane::UniqueFd> descriptors) {
+Answer handle(const Request &request, std::span<const UniqueFd> descriptors) {
     Answer answer;
     try {
         handleOrThrow(request, descriptors, answer);
@@ -248,4 +246,4 @@ Answer handle(const Request &request, std::span<const wickerlane::UniqueFd> desc
     return answer;
 }
 
-} // namespace hoardd::media
+} // namespace wickerlane::hoardd::media

@@ -6,15 +6,15 @@
 
 #include "hoardd/media/Protocol.h"
 
-namespace hoardd::media {
+namespace wickerlane::hoardd::media {
 
 /// Loads everything that requests need from files; once, before confinement. False when the libraries cannot
 /// start.
 bool prepareHandling(const char *program);
 
 /// Never throws; what goes wrong is in the answer.
-Answer handle(const Request &request, std::span<const wickerlane::UniqueFd> descriptors);
+Answer handle(const Request &request, std::span<const UniqueFd> descriptors);
 
-} // namespace hoardd::media
+} // namespace wickerlane::hoardd::media
 
 #endif

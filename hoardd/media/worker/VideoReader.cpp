@@ -20,7 +20,7 @@ extern "C" {
 #include <libswscale/swscale.h>
 }
 
-namespace hoardd::media {
+namespace wickerlane::hoardd::media {
 
 namespace {
 
@@ -322,4 +322,4 @@ Image VideoReader::poster() {
     return state->imageOf(*frame);
 }
 
-} // namespace hoardd::media
+} // namespace wickerlane::hoardd::media

@@ -6,7 +6,7 @@
 
 #include "hoardd/media/worker/Image.h"
 
-namespace hoardd::media {
+namespace wickerlane::hoardd::media {
 
 /// Call once, before confinement.
 void prepareVideos();
@@ -30,6 +30,6 @@ private:
     std::unique_ptr<State> state;
 };
 
-} // namespace hoardd::media
+} // namespace wickerlane::hoardd::media
 
 #endif

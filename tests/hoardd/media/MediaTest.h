@@ -9,17 +9,17 @@
 
 #include <cstdlib>
 
-#include "hoardd/media/WorkerPool.h"
+#include "hoardd/media/MediaWorkers.h"
 #include "tests/support/TestImages.h"
 #include "wickerlane/platform/file/UniqueFd.h"
 
-namespace hoardd {
+namespace wickerlane::hoardd {
 
 using wickerlane::UniqueFd;
 using wickerlane::test::Bytes;
 
-inline WorkerPoolOptions testOptions(unsigned workers = 1) {
-    WorkerPoolOptions options;
+inline MediaWorkersOptions testOptions(unsigned workers = 1) {
+    MediaWorkersOptions options;
     options.program = MEDIA_WORKER;
     options.workers = workers;
     // Machines under load, and sanitizers, take their time; tests of the limits set their own.
@@ -29,8 +29,8 @@ inline WorkerPoolOptions testOptions(unsigned workers = 1) {
 }
 
 /// One for all tests of the program; it holds its sockets between them.
-inline WorkerPool &pool() {
-    static WorkerPool &shared = *new WorkerPool(testOptions());
+inline MediaWorkers &pool() {
+    static MediaWorkers &shared = *new MediaWorkers(testOptions());
     return shared;
 }
 
@@ -73,6 +73,6 @@ inline std::string cornersOf(const wickerlane::test::Pixels &pixels) {
     return letters;
 }
 
-} // namespace hoardd
+} // namespace wickerlane::hoardd
 
 #endif

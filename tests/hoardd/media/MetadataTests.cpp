@@ -3,7 +3,7 @@
 
 #include "tests/hoardd/media/MediaTest.h"
 
-namespace hoardd {
+namespace wickerlane::hoardd {
 namespace {
 
 using namespace wickerlane::test;
@@ -136,4 +136,4 @@ TEST_F(Metadata, WrongByteOrderAndForeignTextDoNoHarm) {
 }
 
 } // namespace
-} // namespace hoardd
+} // namespace wickerlane::hoardd

@@ -3,7 +3,7 @@
 
 #include "tests/hoardd/media/MediaTest.h"
 
-namespace hoardd {
+namespace wickerlane::hoardd {
 namespace {
 
 using namespace wickerlane::test;
@@ -184,4 +184,4 @@ TEST_F(Pictures, SurfacesAreEncodedFromEveryLayout) {
 }
 
 } // namespace
-} // namespace hoardd
+} // namespace wickerlane::hoardd

@@ -3,7 +3,7 @@
 
 #include "tests/hoardd/media/MediaTest.h"
 
-namespace hoardd {
+namespace wickerlane::hoardd {
 namespace {
 
 using namespace wickerlane::test;
@@ -171,4 +171,4 @@ TEST_F(Previews, ARawFileWithoutOneSaysSo) {
 }
 
 } // namespace
-} // namespace hoardd
+} // namespace wickerlane::hoardd

@@ -6,7 +6,7 @@
 #include "tests/support/TestClips.h"
 #include "wickerlane/platform/file/Files.h"
 
-namespace hoardd {
+namespace wickerlane::hoardd {
 namespace {
 
 using namespace wickerlane::test;
@@ -112,4 +112,4 @@ TEST_F(Videos, ThatAreDamagedCostNothingButThemselves) {
 }
 
 } // namespace
-} // namespace hoardd
+} // namespace wickerlane::hoardd

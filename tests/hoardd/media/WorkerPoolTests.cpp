@@ -11,7 +11,7 @@
 
 #include "tests/hoardd/media/MediaTest.h"
 
-namespace hoardd {
+namespace wickerlane::hoardd {
 namespace {
 
 using namespace wickerlane::test;
@@ -20,14 +20,14 @@ Bytes goodPicture() {
     return jpegOf(fourCorners(64, 48));
 }
 
-MediaResult probe(WorkerPool &pool, const Bytes &file) {
+MediaResult probe(MediaWorkers &pool, const Bytes &file) {
     const UniqueFd output = fileOf({});
     const ThumbnailTarget thumbnail{32, output.get()};
     return pool.probe(fileOf(file).get(), std::span(&thumbnail, 1));
 }
 
 // The only worker of a pool, once it is idle.
-pid_t idleWorker(const WorkerPool &pool) {
+pid_t idleWorker(const MediaWorkers &pool) {
     while (pool.status().idle == 0)
         std::this_thread::yield();
     return pool.status().processes.at(0);
@@ -44,14 +44,14 @@ void stop(pid_t process) {
     ASSERT_EQ(waitid(P_PID, static_cast<id_t>(process), &info, WSTOPPED), 0);
 }
 
-TEST(WorkerPool, ConfinesItsWorkers) {
-    WorkerPool pool(testOptions());
+TEST(MediaWorkers, ConfinesItsWorkers) {
+    MediaWorkers pool(testOptions());
     EXPECT_EQ(pool.testConfinement().reason, "");
     EXPECT_TRUE(pool.status().isConfined);
 }
 
-TEST(WorkerPool, DamagedFilesCostOnlyThemselves) {
-    WorkerPool pool(testOptions());
+TEST(MediaWorkers, DamagedFilesCostOnlyThemselves) {
+    MediaWorkers pool(testOptions());
     TestExif exif;
     exif.dateTimeOriginal = "2021:06:15 10:20:30";
     exif.latitude = {{48, 51, 30}};
@@ -76,8 +76,8 @@ TEST(WorkerPool, DamagedFilesCostOnlyThemselves) {
     }
 }
 
-TEST(WorkerPool, SaysWhyAFileIsRefused) {
-    WorkerPool pool(testOptions());
+TEST(MediaWorkers, SaysWhyAFileIsRefused) {
+    MediaWorkers pool(testOptions());
     const Bytes good = goodPicture();
     Bytes heif(64);
     std::memcpy(heif.data(),
@@ -114,8 +114,8 @@ TEST(WorkerPool, SaysWhyAFileIsRefused) {
     EXPECT_EQ(pool.status().started, 2U) << "no refusal cost a worker";
 }
 
-TEST(WorkerPool, ReplacesAWorkerThatDiesAtWork) {
-    WorkerPool pool(testOptions());
+TEST(MediaWorkers, ReplacesAWorkerThatDiesAtWork) {
+    MediaWorkers pool(testOptions());
     const pid_t worker = idleWorker(pool);
     stop(worker);
     MediaResult result;
@@ -134,8 +134,8 @@ TEST(WorkerPool, ReplacesAWorkerThatDiesAtWork) {
     EXPECT_EQ(probe(pool, goodPicture()).reason, "");
 }
 
-TEST(WorkerPool, AnIdleWorkerThatDiesCostsNothing) {
-    WorkerPool pool(testOptions());
+TEST(MediaWorkers, AnIdleWorkerThatDiesCostsNothing) {
+    MediaWorkers pool(testOptions());
     const pid_t worker = idleWorker(pool);
     kill(worker, SIGKILL);
     siginfo_t info{};
@@ -143,10 +143,10 @@ TEST(WorkerPool, AnIdleWorkerThatDiesCostsNothing) {
     EXPECT_EQ(probe(pool, goodPicture()).reason, "");
 }
 
-TEST(WorkerPool, ReplacesAWorkerThatStandsStill) {
-    WorkerPoolOptions options = testOptions();
+TEST(MediaWorkers, ReplacesAWorkerThatStandsStill) {
+    MediaWorkersOptions options = testOptions();
     options.deadline = std::chrono::seconds(2);
-    WorkerPool pool(options);
+    MediaWorkers pool(options);
     const Bytes apart = tiffOf(fourCorners(8, 8));
     ASSERT_EQ(probe(pool, goodPicture()).reason, "");
     ASSERT_EQ(probe(pool, apart).reason, "");
@@ -162,10 +162,10 @@ TEST(WorkerPool, ReplacesAWorkerThatStandsStill) {
     EXPECT_EQ(probe(pool, apart).reason, "");
 }
 
-TEST(WorkerPool, EndsAFileThatTakesTooMuchProcessorTime) {
-    WorkerPoolOptions options = testOptions();
+TEST(MediaWorkers, EndsAFileThatTakesTooMuchProcessorTime) {
+    MediaWorkersOptions options = testOptions();
     options.processorTime = std::chrono::milliseconds(5);
-    WorkerPool pool(options);
+    MediaWorkers pool(options);
     Pixels noise{3000, 3000, std::vector<Colour>(9'000'000)};
     std::mt19937 random(7);
     for (Colour &colour : noise.colours)
@@ -177,12 +177,12 @@ TEST(WorkerPool, EndsAFileThatTakesTooMuchProcessorTime) {
     EXPECT_EQ(result.reason, "the file takes more processor time than is allowed");
 }
 
-TEST(WorkerPool, RecyclesWorkersAndLeavesNoProcess) {
+TEST(MediaWorkers, RecyclesWorkersAndLeavesNoProcess) {
     std::vector<int> processes;
     {
-        WorkerPoolOptions options = testOptions(2);
+        MediaWorkersOptions options = testOptions(2);
         options.requestsPerWorker = 3;
-        WorkerPool pool(options);
+        MediaWorkers pool(options);
         for (int round = 0; round < 7; ++round)
             EXPECT_EQ(probe(pool, goodPicture()).reason, "");
         EXPECT_GT(pool.status().started, 2U);
@@ -192,8 +192,8 @@ TEST(WorkerPool, RecyclesWorkersAndLeavesNoProcess) {
         EXPECT_TRUE(isGone(process)) << process;
 }
 
-TEST(WorkerPool, ServesManyThreads) {
-    WorkerPool pool(testOptions(2));
+TEST(MediaWorkers, ServesManyThreads) {
+    MediaWorkers pool(testOptions(2));
     const Bytes shared = goodPicture();
     const Bytes apart = tiffOf(fourCorners(16, 16));
     std::atomic<int> served{0};
@@ -209,11 +209,11 @@ TEST(WorkerPool, ServesManyThreads) {
     EXPECT_LE(pool.status().started, 4U);
 }
 
-TEST(WorkerPool, SaysWhenNoWorkerCanBeHad) {
+TEST(MediaWorkers, SaysWhenNoWorkerCanBeHad) {
     for (const char *program : {"/nowhere/hoardd-media", "/bin/false"}) {
-        WorkerPoolOptions options = testOptions();
+        MediaWorkersOptions options = testOptions();
         options.program = program;
-        WorkerPool pool(options);
+        MediaWorkers pool(options);
         for (int round = 0; round < 2; ++round) {
             const MediaResult result = probe(pool, goodPicture());
             EXPECT_EQ(result.failure, MediaFailure::unavailable);
@@ -224,4 +224,4 @@ TEST(WorkerPool, SaysWhenNoWorkerCanBeHad) {
 }
 
 } // namespace
-} // namespace hoardd
+} // namespace wickerlane::hoardd

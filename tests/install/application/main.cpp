@@ -4,7 +4,7 @@
 
 #include <wickerlane/client/JXGatekeeperClient.h>
 #include <wickerlane/platform/object/ReleaseScope.h>
-#include <wickerlane/protocol/ImageFormats.h>
+#include <wickerlane/protocol/ImageDataFormats.h>
 #include <wickerlane/protocol/JobKeys.h>
 #include <wickerlane/store/ObjectStore.h>
 

@@ -4,9 +4,9 @@
 #include <algorithm>
 #include <string>
 
-#include "wickerlane/platform/message/MessageDecoder.h"
-#include "wickerlane/platform/message/MessageEncoder.h"
-#include "wickerlane/platform/message/MessageLimits.h"
+#include "wickerlane/platform/message/wire/MessageDecoder.h"
+#include "wickerlane/platform/message/wire/MessageEncoder.h"
+#include "wickerlane/platform/message/wire/MessageLimits.h"
 
 namespace wickerlane::test {
 

@@ -1,4 +1,5 @@
 #include "Service.h"
+#include "wickerlane/platform/process/ProcessTransaction.h"
 
 #include <algorithm>
 #include <fcntl.h>

@@ -10,8 +10,8 @@
 #include "Codec.h"
 #include "Service.h"
 #include "wickerlane/platform/file/Files.h"
-#include "wickerlane/platform/message/PeerProcess.h"
-#include "wickerlane/platform/message/ServiceSocket.h"
+#include "wickerlane/platform/message/listener/PeerProcess.h"
+#include "wickerlane/platform/message/service/ServiceSocket.h"
 
 using namespace wickerlane;
 using namespace wickerlane::test;

@@ -6,8 +6,8 @@
 #include <atomic>
 #include <future>
 
-#include "wickerlane/platform/message/MessageConnection.h"
-#include "wickerlane/platform/message/MessageListener.h"
+#include "wickerlane/platform/message/connection/MessageConnection.h"
+#include "wickerlane/platform/message/listener/MessageListener.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 
 namespace wickerlane::test {

@@ -11,7 +11,7 @@
 
 #include "Service.h"
 #include "wickerlane/platform/file/Files.h"
-#include "wickerlane/platform/message/ServiceDescription.h"
+#include "wickerlane/platform/message/service/ServiceDescription.h"
 
 using namespace wickerlane;
 using namespace wickerlane::test;

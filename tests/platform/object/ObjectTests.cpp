@@ -5,10 +5,10 @@
 #include <memory>
 #include <thread>
 
+#include "wickerlane/model/ManagedObjectID.h"
 #include "wickerlane/platform/object/Error.h"
 #include "wickerlane/platform/object/Handler.h"
 #include "wickerlane/platform/object/IndexSet.h"
-#include "wickerlane/platform/object/ManagedObjectID.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/platform/object/URL.h"
 

@@ -1,4 +1,4 @@
-#include "wickerlane/util/JXCountDescription.h"
+#include "wickerlane/util/texts/JXCountDescription.h"
 
 #include <gtest/gtest.h>
 
@@ -11,10 +11,10 @@
 
 #include "wickerlane/platform/locale/Locale.h"
 #include "wickerlane/store/ManagedAsset.h"
-#include "wickerlane/util/JXDates.h"
-#include "wickerlane/util/JXItemKinds.h"
-#include "wickerlane/util/JXMomentHomeLocationName.h"
-#include "wickerlane/util/JXSelectionTexts.h"
+#include "wickerlane/util/texts/JXDates.h"
+#include "wickerlane/util/texts/JXItemKinds.h"
+#include "wickerlane/util/texts/JXMomentHomeLocationName.h"
+#include "wickerlane/util/texts/JXSelectionTexts.h"
 
 using namespace wickerlane;
 

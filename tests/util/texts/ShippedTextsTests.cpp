@@ -5,10 +5,10 @@
 #include <set>
 #include <string>
 
-#include "hoardd/BulletinTexts.h"
+#include "hoardd/albums/BulletinTexts.h"
 #include "wickerlane/platform/bundle/StringTable.h"
 #include "wickerlane/platform/object/Format.h"
-#include "wickerlane/util/JXLocalization.h"
+#include "wickerlane/util/texts/JXLocalization.h"
 
 using namespace wickerlane;
 

@@ -11,7 +11,7 @@
 #include <mutex>
 
 #include "wickerlane/platform/file/Files.h"
-#include "wickerlane/platform/message/PeerProcess.h"
+#include "wickerlane/platform/message/listener/PeerProcess.h"
 #include "wickerlane/platform/object/Array.h"
 #include "wickerlane/platform/object/Dictionary.h"
 #include "wickerlane/platform/object/Number.h"

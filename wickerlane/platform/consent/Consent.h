@@ -12,7 +12,7 @@
 #include <string_view>
 #include <vector>
 
-#include "wickerlane/platform/message/MessageListener.h"
+#include "wickerlane/platform/message/listener/MessageListener.h"
 
 namespace wickerlane {
 

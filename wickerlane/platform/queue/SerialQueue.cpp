@@ -3,7 +3,7 @@
 #include <mutex>
 
 #include "wickerlane/platform/queue/RunItem.h"
-#include "wickerlane/platform/queue/WorkerPool.h"
+#include "wickerlane/platform/queue/ThreadPool.h"
 
 namespace wickerlane {
 namespace {
@@ -31,7 +31,7 @@ void SerialQueue::asyncBatch(std::span<Work> batch) {
             return;
     }
     retain(); // until a turn finds nothing left to do
-    WorkerPool::shared().submit(turnWork);
+    ThreadPool::shared().submit(turnWork);
 }
 
 void SerialQueue::runTurn() {
@@ -54,7 +54,7 @@ void SerialQueue::runTurn() {
         for (Work &work : running)
             runItem(std::move(work));
     }
-    WorkerPool::shared().submit(turnWork);
+    ThreadPool::shared().submit(turnWork);
 }
 
 } // namespace wickerlane

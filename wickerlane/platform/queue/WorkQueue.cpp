@@ -4,8 +4,8 @@
 #include "wickerlane/platform/queue/MainQueue.h"
 #include "wickerlane/platform/queue/RunItem.h"
 #include "wickerlane/platform/queue/SerialQueue.h"
+#include "wickerlane/platform/queue/ThreadPool.h"
 #include "wickerlane/platform/queue/Timer.h"
-#include "wickerlane/platform/queue/WorkerPool.h"
 
 namespace wickerlane {
 
@@ -21,7 +21,7 @@ public:
     void asyncBatch(std::span<Work> batch) override { pool.submit(batch); }
 
 private:
-    WorkerPool &pool = WorkerPool::shared();
+    ThreadPool &pool = ThreadPool::shared();
 };
 
 } // namespace

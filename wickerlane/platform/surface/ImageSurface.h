@@ -3,7 +3,7 @@
 #define WICKERLANE_PLATFORM_SURFACE_IMAGESURFACE_H
 
 #include "wickerlane/platform/memory/SharedMemory.h"
-#include "wickerlane/platform/message/MessageValue.h"
+#include "wickerlane/platform/message/value/MessageValue.h"
 
 namespace wickerlane {
 

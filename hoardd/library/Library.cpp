@@ -1,0 +1,80 @@
+#include "hoardd/library/Library.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <span>
+#include <thread>
+
+#include "wickerlane/platform/file/Files.h"
+
+namespace wickerlane::hoardd {
+
+namespace {
+
+/// How long an ending process may take to let go of the library.
+constexpr std::chrono::seconds lockPatience{10};
+
+/// Takes the library's lock and writes the process id into it. No descriptor, with errno, on failure.
+UniqueFd takeLock(const std::string &path) {
+    UniqueFd lock = openFile(path, O_RDWR | O_CREAT);
+    if (!lock)
+        return lock;
+    const auto deadline = std::chrono::steady_clock::now() + lockPatience;
+    while (::flock(lock.get(), LOCK_EX | LOCK_NB) != 0) {
+        if ((errno != EWOULDBLOCK && errno != EINTR) || std::chrono::steady_clock::now() > deadline)
+            return {};
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    const std::string process = std::to_string(::getpid()) + '\n';
+    if (::ftruncate(lock.get(), 0) != 0 || !writeAll(lock.get(), std::as_bytes(std::span(process))))
+        return {};
+    return lock;
+}
+
+/// Makes a folder that survives a crash. False, with errno, on failure.
+bool makeLastingFolder(const std::string &path) {
+    return makeFolders(path) && syncFolder(path.substr(0, path.rfind('/')));
+}
+
+} // namespace
+
+Library::Library(UniqueFd held, std::unique_ptr<Store> writer, Ref<store::ObjectStore> opened)
+    : lock(std::move(held)), store(std::move(writer)), reader(std::move(opened)),
+      assetSaver(paths(), *store, workers, *reader, assetLocks) {
+    store->whenCountsChange([this] { countNotice.noteChange(); });
+}
+
+std::optional<sqlite::Database> Library::openReader(std::string &problem) const {
+    return sqlite::Database::open(paths().database(), sqlite::Database::Access::read, problem);
+}
+
+std::unique_ptr<Library> Library::open(const store::LibraryPaths &paths, std::string &problem) {
+    for (const std::string &folder :
+         {paths.folder(), paths.folder() + "/PhotoData", paths.folder() + "/DCIM",
+          paths.folder() + "/PhotoData/Thumbnails", paths.saving(), paths.incoming()})
+        if (!makeLastingFolder(folder)) {
+            problem = "can't make " + folder + ": " + std::strerror(errno);
+            return nullptr;
+        }
+    UniqueFd lock = takeLock(paths.lock());
+    if (!lock) {
+        problem = "can't lock " + paths.lock() + ": " + std::strerror(errno);
+        return nullptr;
+    }
+    auto writer = Store::open(paths, problem);
+    if (!writer)
+        return nullptr;
+    auto reader = store::ObjectStore::open(paths, &problem);
+    if (!reader)
+        return nullptr;
+    std::unique_ptr<Library> library(new Library(std::move(lock), std::move(writer), std::move(reader)));
+    library->assetSaver.recover();
+    library->countNotice.noteChange(); // one that was killed may not have come to it
+    return library;
+}
+
+} // namespace wickerlane::hoardd

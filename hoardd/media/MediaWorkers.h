@@ -1,0 +1,103 @@
+// The media workers of hoardd: foreign pictures are decoded here and nowhere else.
+#ifndef HOARDD_MEDIA_MEDIAWORKERS_H
+#define HOARDD_MEDIA_MEDIAWORKERS_H
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "hoardd/media/Fingerprint.h"
+#include "hoardd/media/Picture.h"
+
+namespace wickerlane::hoardd {
+
+/// What a picture says of itself. The facts hold what could be read even when the request failed: a file that
+/// cannot be decoded may well have a date.
+struct ProbeResult : MediaResult {
+    PictureFacts facts;
+};
+
+/// What a first look finds, which does not decode the picture: that it ended well is no promise that the
+/// picture can be decoded.
+struct ExamineResult : ProbeResult {
+    bool hasPreview = false; ///< The file carries a preview of itself, of which the thumbnails were made.
+};
+
+/// How a picture looks.
+struct FingerprintResult : MediaResult {
+    std::optional<Fingerprint> fingerprint; ///< Nothing of a picture without features.
+};
+
+/// The size of an image that was made.
+struct ImageResult : MediaResult {
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+};
+
+struct MediaWorkersOptions {
+    std::string program;              ///< the worker; empty looks beside this program, then in ../libexec
+    unsigned workers = 0;             ///< of each kind at most; 0: a worker for each processor, at most 4
+    unsigned requestsPerWorker = 500; ///< then a worker is replaced, and what it may have leaked with it
+    std::chrono::milliseconds processorTime{5'000}; ///< for one file
+    std::chrono::milliseconds deadline{20'000}; ///< for one file by the clock, should its worker stand still
+};
+
+/// How the pool is doing.
+struct WorkerPoolStatus {
+    unsigned idle = 0;
+    unsigned busy = 0;
+    std::uint64_t started = 0;         ///< workers since the pool was made
+    std::vector<int> processes;        ///< the process of each worker
+    bool isConfined = false;           ///< a worker runs, behind a filter of system calls
+    std::uint32_t landlockVersion = 0; ///< of the second layer; 0 when the kernel has none
+    std::string trouble;               ///< why workers cannot be started; empty when they can
+};
+
+/// Hands pictures to worker processes that hold nothing but the descriptors of one request, under limits of
+/// memory and time. Common formats share workers that are started ahead; formats with a record of faults get
+/// a fresh process for each file. Every call blocks until the work is done, may be made from any thread, and
+/// always returns: a file that crashes or stalls its worker costs that one request.
+class MediaWorkers {
+public:
+    explicit MediaWorkers(MediaWorkersOptions options = {});
+    MediaWorkers(const MediaWorkers &) = delete;
+    MediaWorkers &operator=(const MediaWorkers &) = delete;
+    /// No call may be under way.
+    ~MediaWorkers();
+
+    /// Reads what a picture says of itself, and makes thumbnails as probe() does, but of the small preview
+    /// that many cameras put into the file: the work of a moment. Fails when probe() would at the picture's
+    /// header.
+    ExamineResult examine(int picture, std::span<const ThumbnailTarget> thumbnails);
+
+    /// Reads what a picture says of itself and makes JPEG thumbnails of it (at most 4), upright, in sRGB, on
+    /// white, all from one decoding. `picture` is a regular file; it stays the caller's, is only read, and
+    /// its offset does not matter. On failure the outputs hold nothing of use.
+    ProbeResult probe(int picture, std::span<const ThumbnailTarget> thumbnails);
+
+    /// Looks at a picture, which is small already: a thumbnail.
+    FingerprintResult fingerprint(int picture);
+
+    /// Writes a picture in another format or size, upright, with its own colours and their profile and no
+    /// other metadata. `output` is open for writing, at the start of an empty file.
+    ImageResult render(int picture, const ImageSettings &settings, int output);
+
+    /// Writes a surface as an image. The size is the surface's own: `settings.longestSide` must be 0.
+    ImageResult encode(const SurfacePixels &surface, const ImageSettings &settings, int output);
+
+    /// Lets a shared worker try what its confinement must forbid; fails when something got through.
+    MediaResult testConfinement();
+
+    [[nodiscard]] WorkerPoolStatus status() const;
+
+private:
+    struct Crews;
+    std::unique_ptr<Crews> crews;
+};
+
+} // namespace wickerlane::hoardd
+
+#endif

@@ -1,0 +1,23 @@
+// What shared albums take on the disk, and getting it back.
+#ifndef HOARDD_PICTURES_SHAREDSPACE_H
+#define HOARDD_PICTURES_SHAREDSPACE_H
+
+#include "hoardd/library/Library.h"
+#include "wickerlane/platform/object/Handler.h"
+
+namespace wickerlane::hoardd {
+
+/// Of the assets in shared albums, the larger thumbnails can go: they are made again when they are asked for.
+/// Originals never do, since there is no server that has them.
+
+/// How many bytes could be freed. Nothing, with the reason, on failure.
+[[nodiscard]] std::optional<std::uint64_t> purgeableBytes(Library &library, std::string &problem);
+
+/// Frees at most so many bytes; those of assets that came first go first. Gives the bytes that were freed,
+/// also when it stops early since the process is ending.
+[[nodiscard]] std::optional<std::uint64_t> purge(Library &library, std::uint64_t bytes,
+                                                 const Handler<bool()> &isEnding, std::string &problem);
+
+} // namespace wickerlane::hoardd
+
+#endif

@@ -1,0 +1,27 @@
+// Pictures and videos that lie in the library's folders and are no assets yet.
+#ifndef HOARDD_SAVING_FOUNDFILES_H
+#define HOARDD_SAVING_FOUNDFILES_H
+
+#include <string>
+
+#include "hoardd/library/Library.h"
+#include "wickerlane/platform/object/Handler.h"
+
+namespace wickerlane::hoardd {
+
+/// Makes assets of the pictures and videos among the originals that no asset has: what a restore, another
+/// program or a lost store left there. A file named by a UUID becomes the asset of that UUID, so that its
+/// URL holds again; one whose bytes an asset has already goes, since nothing is lost with it. Other files
+/// stay as they are.
+///
+/// They move through the library's Found folder; what a kill leaves there is taken up the next time. Blocks.
+/// An empty text when all went well, else the reasons. Not by two threads at a time.
+[[nodiscard]] std::string saveFoundFiles(Library &library, const Handler<bool()> &isEnding);
+
+/// Moves a file that no asset had into a folder, unless it has become one's original or is about to. False,
+/// with errno, on failure.
+[[nodiscard]] bool moveStray(Library &library, const std::string &path, const std::string &folder);
+
+} // namespace wickerlane::hoardd
+
+#endif

@@ -1,0 +1,49 @@
+// What a caller asks to be saved.
+#ifndef HOARDD_SAVING_SAVEJOB_H
+#define HOARDD_SAVING_SAVEJOB_H
+
+#include <optional>
+#include <string>
+
+#include "hoardd/saving/FileType.h"
+#include "wickerlane/platform/file/UniqueFd.h"
+#include "wickerlane/platform/object/Dictionary.h"
+#include "wickerlane/platform/surface/ImageSurface.h"
+
+namespace wickerlane::hoardd {
+
+/// One asset to be saved: a job dictionary, whose vocabulary JobKeys.h lists, and what travelled beside it.
+struct SaveJob {
+    Ref<Dictionary> dictionary; ///< Null when there is none.
+    Ref<ImageSurface> image;    ///< Null when there is none.
+    Ref<ImageSurface> preview;  ///< Stands in when no thumbnail can be made of the image itself.
+    bool mayReadFiles = false;  ///< Whether the caller has this process's rights to files.
+    std::string
+        uuid{}; ///< Of an asset that comes back, which the library must not have; empty for a new one.
+};
+
+/// What a job says, once it has been read: where the bytes come from, which is one of three, and what its
+/// caller wishes. Views live as long as the job.
+struct SaveOrder {
+    const Data *data = nullptr;
+    UniqueFd file;
+    const ImageSurface *surface = nullptr;
+
+    std::string path;               ///< Of `file`.
+    std::optional<double> modified; ///< When `file` was changed last; seconds since 2001-01-01 00:00:00 UTC.
+    std::string originalFilename;   ///< May be empty.
+    std::optional<store::AssetKind> kind;
+    std::optional<double> creationDate; ///< Seconds since 2001-01-01 00:00:00 UTC.
+    bool unlessPresent = false;         ///< The same bytes are not to be saved twice.
+    bool isEmpty = false;               ///< The job names nothing to save, or something empty.
+
+    /// What kind of file the original will be.
+    [[nodiscard]] FileType type() const;
+};
+
+/// Reads a job, and opens the file that it names. An empty text on success, else what is wrong with it.
+[[nodiscard]] std::string readJob(const SaveJob &job, SaveOrder &order);
+
+} // namespace wickerlane::hoardd
+
+#endif

@@ -1,0 +1,21 @@
+#include "wickerlane/platform/message/connection/Delivery.h"
+
+namespace wickerlane {
+
+void deliver(std::vector<Delivery> deliveries) {
+    std::vector<WorkQueue::Work> batch;
+    batch.reserve(deliveries.size());
+    for (std::size_t first = 0; first < deliveries.size();) {
+        const Ref<WorkQueue> queue = deliveries[first].queue;
+        std::size_t next = first;
+        batch.clear();
+        for (; next < deliveries.size() && deliveries[next].queue == queue; ++next)
+            batch.emplace_back([handler = std::move(deliveries[next].handler),
+                                value = std::move(deliveries[next].value),
+                                batch = std::move(deliveries[next].batch)] { handler(value.get()); });
+        queue->asyncBatch(batch);
+        first = next;
+    }
+}
+
+} // namespace wickerlane

@@ -1,0 +1,88 @@
+// The daemon's end of the message service.
+#ifndef WICKERLANE_PLATFORM_MESSAGE_LISTENER_MESSAGELISTENER_H
+#define WICKERLANE_PLATFORM_MESSAGE_LISTENER_MESSAGELISTENER_H
+
+#include <sys/types.h>
+
+#include <string>
+
+#include "wickerlane/platform/message/value/MessageValue.h"
+#include "wickerlane/platform/message/wire/MessageLimits.h"
+#include "wickerlane/platform/queue/WorkQueue.h"
+
+namespace wickerlane {
+
+/// Who a peer is, by the kernel's word, fixed when it connected.
+struct PeerIdentity {
+    uid_t user;
+    gid_t group;
+    pid_t process;
+    std::uint64_t
+        startTime; ///< Of the process, in clock ticks since boot: tells reused process ids apart. 0 if gone.
+    std::string executable; ///< Absolute path; empty when the kernel would not say.
+};
+
+/// One connected client, as a daemon sees it. Thread-safe.
+class WL_EXPORT MessagePeer : public Object {
+    WL_OBJECT
+public:
+    [[nodiscard]] virtual const PeerIdentity &identity() const noexcept = 0;
+    /// True as long as the process that connected still runs (told by its pidfd, so never a reused id).
+    [[nodiscard]] virtual bool isAlive() const noexcept = 0;
+    /// Sends a message of the daemon's own accord.
+    virtual void send(MessageDictionary *message) = 0;
+    /// Ends the connection after what was sent before has left.
+    virtual void cancel() = 0;
+};
+
+/// A message that a daemon received. Owns the right to answer: if it wants a reply and goes away unanswered,
+/// the client gets an error. Thread-safe.
+class WL_EXPORT ReceivedMessage : public Object {
+    WL_OBJECT
+public:
+    [[nodiscard]] virtual MessageDictionary *message() const noexcept = 0; ///< Lives as long as this.
+    [[nodiscard]] virtual MessagePeer *peer() const noexcept = 0;          ///< Lives as long as this.
+    [[nodiscard]] virtual bool wantsReply() const noexcept = 0;
+    /// Answers: once; what comes later, or for a message that wants no reply, is dropped.
+    virtual void reply(MessageDictionary *answer) = 0;
+    virtual void replyError(std::string_view description) = 0;
+};
+
+/// A named service. Handlers run on the listener's queue: on a serial queue one at a time, in the order of
+/// arrival; on a concurrent queue messages of one peer may overlap. Without a queue they run on the
+/// listener's own intake thread, in the order of arrival: the shortest road, for handlers that never block
+/// and hand what takes long to a queue.
+class WL_EXPORT MessageListener : public Object {
+    WL_OBJECT
+public:
+    struct Options {
+        /// End (call `idle`) after this long without a connection and without a transaction; 0 means never.
+        std::chrono::milliseconds idleTime{0};
+        /// Called on the queue once, when the service has been idle: nobody is connected, nobody stands in
+        /// the socket's queue, and a new client starts the service anew. The process is then to exit.
+        Handler<void()> idle;
+        /// The messages of each peer are handled one at a time, in the order of arrival, those of several
+        /// peers in parallel: on serial queues in place of the listener's queue, which must be a concurrent
+        /// one. What takes long is to be handed on.
+        bool ordersEachPeer = false;
+        /// What it lets its clients have.
+        MessageLimits limits{};
+    };
+
+    /// Takes the service's name: binds its socket under the root's run-time folder, or takes the socket that
+    /// the starter handed over. `queue` may be null. Null, with a reason in `error` when not null, when the
+    /// name is taken by a living service or the socket can't be made.
+    [[nodiscard]] static Ref<MessageListener> create(const char *serviceName, WorkQueue *queue,
+                                                     Handler<void(ReceivedMessage *)> handler,
+                                                     Options options, std::string *error = nullptr);
+    /// Called on the queue for each new peer; false refuses it.
+    virtual void setPeerHandler(Handler<bool(MessagePeer *)> handler) = 0;
+    virtual void resume() = 0;
+    /// Takes no more, and ends all connections, as letting go of the last reference does. Waits for the
+    /// intake thread, unless called on it.
+    virtual void cancel() = 0;
+};
+
+} // namespace wickerlane
+
+#endif

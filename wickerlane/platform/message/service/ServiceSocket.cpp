@@ -1,0 +1,84 @@
+#include "wickerlane/platform/message/service/ServiceSocket.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "wickerlane/platform/file/Files.h"
+#include "wickerlane/platform/message/wire/MessageLimits.h"
+
+namespace wickerlane {
+
+bool isServiceName(std::string_view name) noexcept {
+    // Leaves room in an address for "/proc/self/fd/" and a number.
+    constexpr std::size_t longest = 80;
+    return !name.empty() && name.size() <= longest && name.front() != '.' &&
+           std::ranges::none_of(name, [](char c) { return c == '/' || c == 0; });
+}
+
+ServiceSocket::ServiceSocket(std::string_view serviceName)
+    : name(serviceName), folder(pathUnderRoot("/var/run/wickerlane/services")) {
+    if (makeFolders(folder))
+        folderDescriptor.reset(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+}
+
+sockaddr_un ServiceSocket::address() const {
+    // An address holds no more than 107 characters; a longer path is reached through the folder's descriptor.
+    sockaddr_un result{};
+    result.sun_family = AF_UNIX;
+    std::string path = folder + '/' + name;
+    if (path.size() >= sizeof result.sun_path)
+        path = "/proc/self/fd/" + std::to_string(folderDescriptor.get()) + '/' + name;
+    path.copy(result.sun_path, sizeof result.sun_path - 1);
+    return result;
+}
+
+UniqueFd ServiceSocket::connect() const {
+    UniqueFd fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    if (!fd)
+        return {};
+    // Bounds the wait for room in the queue of a service that takes nobody in.
+    const timeval limit{.tv_sec = MessageLimits::startTime.count() / 1000, .tv_usec = 0};
+    setsockopt(fd.get(), SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
+    const sockaddr_un to = address();
+    int result = 0;
+    do
+        result = ::connect(fd.get(), reinterpret_cast<const sockaddr *>(&to), sizeof to);
+    while (result != 0 && errno == EINTR);
+    if (result != 0)
+        return {};
+    const timeval none{};
+    setsockopt(fd.get(), SOL_SOCKET, SO_SNDTIMEO, &none, sizeof none);
+    return fd;
+}
+
+UniqueFd ServiceSocket::listen() const {
+    UniqueFd fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    if (!fd)
+        return {};
+    remove();
+    const sockaddr_un to = address();
+    if (bind(fd.get(), reinterpret_cast<const sockaddr *>(&to), sizeof to) != 0 ||
+        ::listen(fd.get(), SOMAXCONN) != 0)
+        return {};
+    return fd;
+}
+
+void ServiceSocket::remove() const {
+    unlinkat(folderDescriptor.get(), name.c_str(), 0);
+}
+
+UniqueFd ServiceSocket::lock() const {
+    const std::string file = '.' + name + ".lock";
+    constexpr int flags = O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW;
+    UniqueFd fd(openat(folderDescriptor.get(), file.c_str(), flags, 0600));
+    while (fd && flock(fd.get(), LOCK_EX) != 0)
+        if (errno != EINTR)
+            fd.reset();
+    return fd;
+}
+
+} // namespace wickerlane

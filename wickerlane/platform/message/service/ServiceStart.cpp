@@ -1,0 +1,192 @@
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <charconv>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "wickerlane/platform/file/Files.h"
+#include "wickerlane/platform/message/service/ServiceDescription.h"
+
+namespace wickerlane {
+namespace {
+
+constexpr int firstHandedDescriptor = 3;
+// Tells a service that its socket was bound by a starter of ours and is to be removed when it ends.
+constexpr const char *startedVariable = "WICKERLANE_STARTED";
+
+// Everything that the new process needs, made before the fork: after it nothing may allocate or lock, since
+// other threads of the application may have held any lock.
+struct Program {
+    std::vector<std::string> strings;
+    std::vector<char *> arguments;
+    std::vector<char *> environment;
+    char *processID = nullptr; // the digits in "LISTEN_PID=..."
+    static constexpr std::size_t digits = 12;
+};
+
+Program makeProgram(const ServiceDescription &description) {
+    Program program;
+    auto &strings = program.strings;
+    strings.push_back(description.program);
+    for (const std::string &argument : description.arguments)
+        strings.push_back(argument);
+    const std::size_t argumentCount = strings.size();
+    const auto isOurs = [](std::string_view variable) {
+        for (const std::string_view name :
+             {"LISTEN_PID=", "LISTEN_FDS=", "LISTEN_FDNAMES=", "WICKERLANE_ROOT=", "WICKERLANE_STARTED="})
+            if (variable.starts_with(name))
+                return true;
+        return false;
+    };
+    for (char **variable = environ; variable != nullptr && *variable != nullptr; ++variable)
+        if (!isOurs(*variable))
+            strings.emplace_back(*variable);
+    strings.push_back("WICKERLANE_ROOT=" + rootPath());
+    strings.push_back(std::string(startedVariable) + "=1");
+    strings.emplace_back("LISTEN_FDS=1");
+    strings.push_back("LISTEN_PID=" + std::string(Program::digits, 0));
+    for (std::size_t i = 0; i < strings.size(); ++i)
+        (i < argumentCount ? program.arguments : program.environment).push_back(strings[i].data());
+    program.processID = strings.back().data() + std::strlen("LISTEN_PID=");
+    program.arguments.push_back(nullptr);
+    program.environment.push_back(nullptr);
+    return program;
+}
+
+// Moves a descriptor to a number, where it stays open across exec. By the system call itself: a wrapper that
+// watches descriptors, as the thread sanitizer's does, takes the other threads' for still running.
+bool place(int from, int to) {
+    return from == to ? fcntl(from, F_SETFD, 0) == 0 : syscall(SYS_dup3, from, to, 0) == to;
+}
+
+// In the new process. Returns only on failure.
+void run(Program &program, int listening, int null, int log) {
+    char text[Program::digits];
+    std::size_t count = 0;
+    for (auto id = static_cast<unsigned>(getpid()); id != 0; id /= 10)
+        text[count++] = static_cast<char>('0' + id % 10);
+    for (std::size_t i = 0; i < count; ++i)
+        program.processID[i] = text[count - 1 - i];
+
+    struct sigaction standard {};
+    standard.sa_handler = SIG_DFL;
+    for (int signal = 1; signal < NSIG; ++signal)
+        sigaction(signal, &standard, nullptr);
+    sigset_t none;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
+
+    // Descriptors below those to be placed were moved out of the way before the fork.
+    if (chdir("/") != 0 || !place(null, STDIN_FILENO) || !place(log, STDOUT_FILENO) ||
+        !place(log, STDERR_FILENO) || !place(listening, firstHandedDescriptor))
+        return;
+    execve(program.arguments[0], program.arguments.data(), program.environment.data());
+}
+
+// A duplicate above the numbers that the new process uses, closed on exec.
+UniqueFd above(int fd) {
+    return UniqueFd(fcntl(fd, F_DUPFD_CLOEXEC, firstHandedDescriptor + 1));
+}
+
+} // namespace
+
+bool startService(std::string_view serviceName, const ServiceDescription &description, int listeningSocket) {
+    const std::string logs = pathUnderRoot("/var/log/wickerlane");
+    const UniqueFd nullFile(open("/dev/null", O_RDWR | O_CLOEXEC));
+    UniqueFd logFile;
+    if (makeFolders(logs))
+        logFile = openFile(logs + '/' + std::string(serviceName) + ".log", O_WRONLY | O_CREAT | O_APPEND);
+    const UniqueFd listening = above(listeningSocket);
+    const UniqueFd null = above(nullFile.get());
+    const UniqueFd log = above(logFile ? logFile.get() : nullFile.get());
+    int ends[2];
+    if (!listening || !null || !log || pipe2(ends, O_CLOEXEC) != 0)
+        return false;
+    const UniqueFd outcome(ends[0]);
+    UniqueFd reporting(ends[1]);
+    UniqueFd report = above(reporting.get());
+    reporting.reset();
+    Program program = makeProgram(description);
+
+    // Twice, so that the service is no child of the application, which need not know of it.
+    const pid_t intermediate = _Fork();
+    if (intermediate == 0) {
+        setsid();
+        const pid_t service = _Fork();
+        if (service == 0) {
+            // Also what the application forgot to mark close-on-exec stays out of the service.
+            close_range(firstHandedDescriptor + 1, ~0U, CLOSE_RANGE_CLOEXEC);
+            run(program, listening.get(), null.get(), log.get());
+        }
+        if (service <= 0) {
+            const int error = errno;
+            [[maybe_unused]] const ssize_t ignored = write(report.get(), &error, sizeof error);
+            _exit(1);
+        }
+        _exit(0);
+    }
+    if (intermediate < 0)
+        return false;
+    report.reset();
+    int status = 0;
+    while (waitpid(intermediate, &status, 0) < 0 && errno == EINTR) {
+    }
+    // The end of the pipe without a report says that the program runs.
+    int error = 0;
+    ssize_t count = 0;
+    do
+        count = read(outcome.get(), &error, sizeof error);
+    while (count < 0 && errno == EINTR);
+    return count == 0;
+}
+
+namespace {
+
+// The number that a variable of the environment holds; -1 when it holds none.
+int numberIn(const char *variable) {
+    const char *text = std::getenv(variable);
+    const std::string_view digits = text != nullptr ? text : "";
+    int number = -1;
+    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
+    return error == std::errc() && end == digits.data() + digits.size() ? number : -1;
+}
+
+} // namespace
+
+int takeHandedSocket(std::string_view serviceName, bool &isManaged) {
+    if (numberIn("LISTEN_PID") != getpid())
+        return -1;
+    isManaged = std::getenv(startedVariable) == nullptr;
+    constexpr int mostHanded = 64;
+    for (int i = 0; i < std::min(numberIn("LISTEN_FDS"), mostHanded); ++i) {
+        const int fd = firstHandedDescriptor + i;
+        // Whoever takes a socket marks it close-on-exec; that also says that it is taken.
+        const int flags = fcntl(fd, F_GETFD);
+        int listens = 0;
+        socklen_t size = sizeof listens;
+        sockaddr_un address{};
+        socklen_t length = sizeof address - 1;
+        if (flags < 0 || (flags & FD_CLOEXEC) != 0 ||
+            getsockopt(fd, SOL_SOCKET, SO_ACCEPTCONN, &listens, &size) != 0 || listens == 0 ||
+            getsockname(fd, reinterpret_cast<sockaddr *>(&address), &length) != 0 ||
+            address.sun_family != AF_UNIX)
+            continue;
+        const std::string_view path = address.sun_path;
+        if (path.substr(path.rfind('/') + 1) != serviceName)
+            continue;
+        fcntl(fd, F_SETFD, FD_CLOEXEC);
+        return fd;
+    }
+    return -1;
+}
+
+} // namespace wickerlane

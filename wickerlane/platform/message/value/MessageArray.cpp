@@ -1,0 +1,66 @@
+#include "wickerlane/platform/message/value/MessageStorage.h"
+
+namespace wickerlane {
+
+constinit const Class MessageArray::classInfo{"MessageArray", &MessageValue::classInfo, [] {
+                                                  return static_cast<Object *>(MessageArray::create().leak());
+                                              }};
+WL_BUILT_IN_CLASS(MessageArray);
+
+ArrayStorage::~ArrayStorage() {
+    for (const MessageSlot &slot : slots)
+        if (slot.object != nullptr)
+            slot.object->release();
+}
+
+Ref<MessageArray> MessageArray::create() {
+    return makeRef<ArrayStorage>();
+}
+
+std::size_t MessageArray::count() const noexcept {
+    return ArrayStorage::of(this)->slots.size();
+}
+
+MessageValue *MessageArray::at(std::size_t index) const {
+    const auto *self = ArrayStorage::of(this);
+    return materialise(self->slots[index], self->origin);
+}
+
+std::uint64_t MessageArray::uint64At(std::size_t index) const noexcept {
+    const MessageSlot &slot = ArrayStorage::of(this)->slots[index];
+    return slot.kind == MessageKind::uint64 ? slot.unsignedValue : 0;
+}
+
+std::string_view MessageArray::stringAt(std::size_t index) const noexcept {
+    const MessageSlot &slot = ArrayStorage::of(this)->slots[index];
+    return slot.kind == MessageKind::string ? std::string_view(slot.text, slot.length) : std::string_view();
+}
+
+void MessageArray::append(MessageValue *value) {
+    if (value == nullptr)
+        return;
+    ArrayStorage::of(this)->slots.append(makeSlot(value));
+    value->retain();
+}
+
+void MessageArray::appendString(std::string_view utf8) {
+    append(MessageScalar::createString(utf8).get());
+}
+
+void MessageArray::appendInt64(std::int64_t value) {
+    ArrayStorage::of(this)->slots.append({MessageKind::int64, 0, {.signedValue = value}, nullptr});
+}
+
+void MessageArray::appendUInt64(std::uint64_t value) {
+    ArrayStorage::of(this)->slots.append({MessageKind::uint64, 0, {.unsignedValue = value}, nullptr});
+}
+
+void MessageArray::appendBool(bool value) {
+    ArrayStorage::of(this)->slots.append({MessageKind::boolean, 0, {.boolean = value}, nullptr});
+}
+
+void MessageArray::appendData(const void *copied, std::size_t length) {
+    append(MessageData::create(copied, length).get());
+}
+
+} // namespace wickerlane

@@ -1,0 +1,55 @@
+// Frames out of a socket.
+#ifndef WICKERLANE_PLATFORM_MESSAGE_WIRE_FRAMEREADER_H
+#define WICKERLANE_PLATFORM_MESSAGE_WIRE_FRAMEREADER_H
+
+#include <vector>
+
+#include "wickerlane/platform/message/value/MessageStorage.h"
+#include "wickerlane/platform/message/wire/MessageBuffer.h"
+#include "wickerlane/platform/message/wire/MessageLimits.h"
+#include "wickerlane/platform/message/wire/MessageWire.h"
+
+namespace wickerlane {
+
+/// Cuts what arrives on a socket into frames. Small frames share a buffer; a long one gets a buffer of its
+/// own, which grows with what arrives and in which its data stays. One thread at a time.
+class WL_EXPORT FrameReader {
+public:
+    enum class Outcome { bytes, nothing, ended, malformed };
+    enum class Next { frame, incomplete, malformed };
+
+    struct Frame {
+        FrameHeader header;
+        Ref<MessageBuffer> buffer;
+        Bytes contents;
+        std::vector<UniqueFd> descriptors;
+    };
+
+    /// Receives once. `flags` are those of recvmsg(2). With MSG_DONTWAIT `nothing` means that nothing is
+    /// there.
+    [[nodiscard]] Outcome receive(int socket, int flags);
+    /// The next frame of what was received, if it is whole.
+    [[nodiscard]] Next next(Frame &frame);
+    /// Whether a frame has begun and is not whole.
+    [[nodiscard]] bool inFrame() const noexcept { return first != last; }
+    /// Length of the frame that has begun, once its header is there, else 0.
+    [[nodiscard]] std::size_t lengthOfBegun() const noexcept;
+    /// Whether the last receive() filled all the room it had, so that more may be waiting.
+    [[nodiscard]] bool wasFilled() const noexcept { return filled; }
+
+private:
+    [[nodiscard]] bool makeRoom();
+
+    static constexpr std::size_t sharedBytes = 32 * 1024;
+    static constexpr std::size_t firstBytesOfLong = 1024 * 1024;
+    Ref<MessageBuffer> buffer;
+    std::size_t first = 0; // of the bytes not yet given out
+    std::size_t last = 0;
+    std::size_t frameLength = 0; // of the frame that has begun, with its header; 0 when not known
+    bool filled = false;
+    std::vector<UniqueFd> descriptors; // not yet given out
+};
+
+} // namespace wickerlane
+
+#endif

@@ -1,0 +1,23 @@
+// From bytes to messages. Every byte is hostile until checked here.
+#ifndef WICKERLANE_PLATFORM_MESSAGE_WIRE_MESSAGEDECODER_H
+#define WICKERLANE_PLATFORM_MESSAGE_WIRE_MESSAGEDECODER_H
+
+#include <span>
+
+#include "wickerlane/platform/message/value/MessageStorage.h"
+#include "wickerlane/platform/message/wire/MessageBuffer.h"
+
+namespace wickerlane {
+
+/// Reads the contents of a frame, which lie in the buffer, as a dictionary, and checks them whole, nested
+/// containers included. The dictionary reads them in place. Takes the frame's descriptors. Null when anything
+/// is not as it should be.
+[[nodiscard]] WL_EXPORT Ref<MessageDictionary> decodeMessage(const Ref<MessageBuffer> &buffer, Bytes contents,
+                                                             std::span<UniqueFd> descriptors);
+
+/// Reads a nested container that decodeMessage() has checked.
+[[nodiscard]] Ref<MessageValue> readContainer(const MessageSlot &slot, const MessageOrigin &origin);
+
+} // namespace wickerlane
+
+#endif

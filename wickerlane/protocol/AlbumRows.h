@@ -1,0 +1,32 @@
+// The rows of albums, and of edits to assets.
+#ifndef WICKERLANE_PROTOCOL_ALBUMROWS_H
+#define WICKERLANE_PROTOCOL_ALBUMROWS_H
+
+#include "wickerlane/protocol/Keys.h"
+#include "wickerlane/protocol/Operation.h"
+
+namespace wickerlane::protocol {
+
+/// A null name is left out.
+inline constexpr Operation addGroup{11, "addGroupWithName:handler:", request(whenSet(keys::name)),
+                                    reply(keys::nameTaken, keys::groupURL)};
+
+inline constexpr Operation addAssetToAlbum{12, "addAssetWithURL:toAlbumWithUUID:handler:",
+                                           request(keys::assetURL, keys::albumUUID), reply(keys::success)};
+
+inline constexpr Operation deleteAsset{13, "deleteAssetWithURL:handler:", request(keys::assetURL),
+                                       reply(keys::success, keys::hasEntitlement)};
+
+inline constexpr Operation setExternalUsageIntent{
+    14, "setExternalUsageIntent:forAssetWithURL:handler:", request(keys::externalUsageIntent, keys::assetURL),
+    reply(keys::success)};
+
+inline constexpr Operation recalculateCachedAlbumCounts{30, "recalculateCachedAlbumCounts", request(),
+                                                        reply()};
+
+inline constexpr Operation automaticallyDeleteEmptyAlbum{
+    58, "automaticallyDeleteEmptyAlbum:", request(keys::albumOID), reply()};
+
+} // namespace wickerlane::protocol
+
+#endif

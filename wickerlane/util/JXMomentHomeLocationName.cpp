@@ -1,9 +1,0 @@
-#include "wickerlane/util/JXMomentHomeLocationName.h"
-
-namespace {
-
-WL_IMMORTAL wickerlane::Immortal<wickerlane::ConstantString> homeLocationName{"_$!<Home>!$_"};
-
-} // namespace
-
-constinit wickerlane::String *const JXMomentHomeLocationName = homeLocationName.get();

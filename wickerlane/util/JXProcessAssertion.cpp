@@ -1,8 +1,0 @@
-#include "wickerlane/util/JXProcessAssertion.h"
-
-#include "wickerlane/platform/object/Object.h"
-
-void JXCleanupHSSProcessAssertion(HSSProcessAssertion **variable) {
-    if (variable != nullptr && *variable != nullptr)
-        (*variable)->release();
-}

@@ -1,0 +1,87 @@
+#include "wickerlane/util/count/JXGenericAssetCount.h"
+
+#include <sqlite3.h>
+#include <sys/stat.h>
+#include <syslog.h>
+
+#include <cerrno>
+#include <cstring>
+#include <string>
+
+#include "wickerlane/platform/console/Console.h"
+#include "wickerlane/platform/object/Format.h"
+
+using namespace wickerlane;
+
+namespace {
+
+constexpr const char *opening = "open database for fetching asset count";
+constexpr const char *fetching = "fetch asset count";
+
+// While a daemon that starts or ends has the database to itself; that takes an instant.
+constexpr int busyMilliseconds = 2'000;
+
+template <class... Values>
+void logError(const char *format, Values... values) {
+    // Paths are foreign text, which must not forge a line.
+    const std::string line = escapingControls(formatUTF8(format, values...));
+    ::syslog(LOG_ERR, "%s", line.c_str());
+}
+
+void logFailure(const char *action, int code, sqlite3 *database) {
+    logError("Failed to %s %d %s", action, code, sqlite3_errmsg(database));
+}
+
+std::int64_t countIn(sqlite3 *database) {
+    sqlite3_stmt *statement = nullptr;
+    int code = sqlite3_prepare_v2(database, "SELECT count(*) FROM zgenericasset;", -1, &statement, nullptr);
+    if (code != SQLITE_OK) {
+        logFailure(fetching, code, database);
+        return -1;
+    }
+    std::int64_t count = -1;
+    while (sqlite3_step(statement) == SQLITE_ROW)
+        count = sqlite3_column_int64(statement, 0);
+    code = sqlite3_finalize(statement); // tells of a step that failed
+    if (code != SQLITE_OK)
+        logFailure(fetching, code, database);
+    return count;
+}
+
+// Of a file that could not be opened.
+std::int64_t countWithoutDatabase(const char *path) {
+    struct stat status {};
+    if (::stat(path, &status) == 0) {
+        logError("Failed to %s on %s (uid %d, size %d)", opening, path, static_cast<int>(status.st_uid),
+                 static_cast<int>(status.st_size));
+        return -1;
+    }
+    if (errno == ENOENT)
+        return 0;
+    logError("Failed to %s, can't stat %s error=%s", opening, path, std::strerror(errno));
+    return -1;
+}
+
+} // namespace
+
+std::int64_t JXGenericAssetCountInDatabaseWithPath(const char *path) {
+    if (path == nullptr)
+        return -1; // SQLite would make a database of its own
+    sqlite3 *database = nullptr;
+    const int code = sqlite3_open_v2(path, &database, SQLITE_OPEN_READWRITE, nullptr);
+    std::int64_t count = -1;
+    if (code == SQLITE_OK) {
+        // The daemon alone checkpoints: with the version in use, two that do can damage the database.
+        sqlite3_db_config(database, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+        sqlite3_busy_timeout(database, busyMilliseconds);
+        count = countIn(database);
+    } else {
+        count = countWithoutDatabase(path);
+    }
+    sqlite3_close(database);
+    return count;
+}
+
+std::int64_t JXGenericAssetCountInPixholdStore(String *path) {
+    return JXGenericAssetCountInDatabaseWithPath(path != nullptr ? path->cString() : nullptr);
+}

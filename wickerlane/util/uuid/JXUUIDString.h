@@ -1,0 +1,69 @@
+// UUIDs that travel as strings.
+#ifndef WICKERLANE_UTIL_UUID_JXUUIDSTRING_H
+#define WICKERLANE_UTIL_UUID_JXUUIDSTRING_H
+
+#include "wickerlane/platform/object/Data.h"
+#include "wickerlane/platform/object/Number.h"
+#include "wickerlane/platform/object/String.h"
+
+/// A string whose characters are the text of a UUID, 36 of them in upper case, and which keeps its 16 bytes
+/// beside them. It goes wherever a string goes. Two of exactly this class are compared by their bytes, whose
+/// order is that of their texts; a subclass, or another string of the same text, is compared by its
+/// characters. Immutable: may be shared between threads.
+class WL_EXPORT JXUUIDString : public wickerlane::String {
+    WL_OBJECT
+public:
+    /// UUIDString: one for a freshly generated UUID; borrowed.
+    static JXUUIDString *UUIDString();
+    /// init: one for a freshly generated UUID.
+    [[nodiscard]] static wickerlane::Ref<JXUUIDString> init();
+    /// initWithUUID: copies 16 bytes; for null, generates a new UUID.
+    [[nodiscard]] static wickerlane::Ref<JXUUIDString> initWithUUID(const unsigned char *uuid);
+    /// initWithBaseUUIDBytes:
+    [[nodiscard]] static wickerlane::Ref<JXUUIDString> initWithBaseUUIDBytes(wickerlane::UUIDBytes bytes);
+    /// initWithBaseUUID: that of the object; for null, generates a new UUID.
+    [[nodiscard]] static wickerlane::Ref<JXUUIDString> initWithBaseUUID(const wickerlane::UUID *uuid);
+    /// initWithUUIDData: null for null and for data that does not hold exactly 16 bytes.
+    [[nodiscard]] static wickerlane::Ref<JXUUIDString> initWithUUIDData(const wickerlane::Data *data);
+
+    /// A new copy of the 16 bytes; borrowed.
+    [[nodiscard]] wickerlane::Data *UUIDData() const;
+    [[nodiscard]] wickerlane::UUIDBytes UUIDBytes() const noexcept;
+
+    /// Always 36.
+    [[nodiscard]] std::size_t length() const override;
+    /// The index is not checked.
+    [[nodiscard]] char16_t characterAt(std::size_t index) const override;
+    /// The range is not checked.
+    void copyCharacters(char16_t *destination, wickerlane::Range range) const override;
+    [[nodiscard]] bool isEqualToString(const wickerlane::String *other) const override;
+    using wickerlane::String::compare;
+    /// Between two of exactly this class, options, range and locale do not count: UUIDs compare as a whole.
+    [[nodiscard]] std::strong_ordering compare(const wickerlane::String *other,
+                                               wickerlane::CompareOptions options, wickerlane::Range range,
+                                               const char *locale = nullptr) const override;
+    /// The text itself, without a copy; lives as long as the object.
+    [[nodiscard]] std::string_view utf8() const override;
+
+protected:
+    /// For null, generates a new UUID.
+    explicit JXUUIDString(const unsigned char *uuid) noexcept;
+    /// Only of exactly this class: a subclass may have other characters.
+    [[nodiscard]] bool hasExactUTF8() const noexcept override;
+
+private:
+    unsigned char _uuid[16];
+    char _uuidString[37];
+};
+
+/// The 16 bytes of the UUID that a string spells, in either case; borrowed. Null for null and for a string
+/// that spells none. A JXUUIDString is not parsed. Thread-safe.
+WL_EXTERN_C wickerlane::Data *JXUUIDDataFromString(const wickerlane::String *string);
+
+/// The same by value; 16 zero bytes for null and for a string that spells no UUID.
+WL_EXTERN_C wickerlane::UUIDBytes JXUUIDBytesFromString(const wickerlane::String *string);
+
+/// The string for 16 bytes; borrowed. Null for null and for data of another length. Thread-safe.
+WL_EXTERN_C JXUUIDString *JXStringFromUUIDData(const wickerlane::Data *data);
+
+#endif
