@@ -5,6 +5,7 @@
 
 #include <algorithm>
 
+#include "wickerlane/platform/object/Paths.h"
 #include "wickerlane/platform/object/String.h"
 
 namespace wickerlane {
@@ -14,24 +15,6 @@ std::string_view withoutTrailingSlashes(std::string_view path) noexcept {
     while (path.size() > 1 && path.back() == '/')
         path.remove_suffix(1);
     return path;
-}
-
-// Where the last component of a path without trailing slashes begins.
-std::size_t lastComponentStart(std::string_view path) noexcept {
-    if (path == "/")
-        return 0;
-    const std::size_t slash = path.rfind('/');
-    return slash == std::string_view::npos ? 0 : slash + 1;
-}
-
-// The dot before the extension of a path without trailing slashes; npos when there is no extension. A dot
-// that begins the name hides the file, and one that ends it begins nothing.
-std::size_t extensionDot(std::string_view path) noexcept {
-    const std::size_t start = lastComponentStart(path);
-    const std::size_t dot = path.rfind('.');
-    const bool any = dot != std::string_view::npos && dot > start && dot + 1 < path.size() &&
-                     path.substr(start).find_first_not_of('.') < dot - start;
-    return any ? dot : std::string_view::npos;
 }
 
 constexpr std::string_view blanks = " \t\n\v\f\r";
@@ -85,26 +68,19 @@ String *String::appendingPathComponent(std::string_view component) const {
 }
 
 String *String::deletingLastPathComponent() const {
-    const std::string_view path = withoutTrailingSlashes(utf8());
-    if (path == "/")
-        return of(path);
-    return of(withoutTrailingSlashes(path.substr(0, lastComponentStart(path))));
+    return of(parentFolder(utf8()));
 }
 
 String *String::lastPathComponent() const {
-    const std::string_view path = withoutTrailingSlashes(utf8());
-    return of(path.substr(lastComponentStart(path)));
+    return of(wickerlane::lastPathComponent(utf8()));
 }
 
 String *String::pathExtension() const {
-    const std::string_view path = withoutTrailingSlashes(utf8());
-    const std::size_t dot = extensionDot(path);
-    return dot == std::string_view::npos ? empty() : of(path.substr(dot + 1));
+    return of(wickerlane::pathExtension(utf8()));
 }
 
 String *String::deletingPathExtension() const {
-    const std::string_view path = withoutTrailingSlashes(utf8());
-    return of(path.substr(0, extensionDot(path)));
+    return of(wickerlane::deletingPathExtension(utf8()));
 }
 
 std::int64_t String::integerValue() const {
