@@ -7,6 +7,8 @@
 #include <functional>
 #include <vector>
 
+#include "bench/Quick.h"
+
 namespace bench {
 
 struct Way {
@@ -21,10 +23,11 @@ struct Measured {
 };
 
 /// Runs a batch of each way in turn, so that what else the machine does falls on all alike. The first round
-/// is not counted.
-inline void measureInTurn(int rounds, int batch, const std::vector<Way> &ways,
+/// is not counted. A quick run makes them few.
+inline void measureInTurn(int usualRounds, int usualBatch, const std::vector<Way> &ways,
                           const std::function<void(const Measured &)> &report) {
     using Clock = std::chrono::steady_clock;
+    const int rounds = bench::rounds(usualRounds), batch = bench::batch(usualBatch);
     std::vector<std::vector<double>> times(ways.size());
     for (int round = 0; round <= rounds; ++round)
         for (std::size_t i = 0; i < ways.size(); ++i) {

@@ -4,6 +4,7 @@
 
 #include <sched.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -33,6 +34,7 @@ public:
             std::abort();
         process = fork();
         if (process == 0) {
+            prctl(PR_SET_PDEATHSIG, SIGKILL); // it ends with this process, however that ends
             close(ends[0]);
             bindTo(processor);
             serve(ends[1]);

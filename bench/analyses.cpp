@@ -16,6 +16,7 @@
 #include <random>
 #include <string>
 
+#include "bench/Quick.h"
 #include "hoardd/analysis/DuplicateStore.h"
 #include "hoardd/analysis/MomentStore.h"
 #include "wickerlane/store/Schema.h"
@@ -26,7 +27,7 @@ using wickerlane::sqlite::Transaction;
 
 namespace {
 
-constexpr int rounds = 5;
+const int rounds = bench::rounds(5);
 
 [[noreturn]] void give(const char *what, Database &database) {
     std::fprintf(stderr, "%s: %s\n", what, database.problem().c_str());
@@ -180,6 +181,9 @@ std::vector<Measure> measure(const std::string &folder, std::size_t count) {
     DuplicatePlan duplicates;
     add("duplicates: group the whole library",
         [&] { duplicates = sure(planDuplicates(database), "plan", database); });
+    if (database.integer("SELECT count(*) FROM zmoment").value_or(0) == 0 ||
+        duplicates.groups.size() < count / 20)
+        bench::fail("moments or duplicates are missing");
     const double writing = seconds([&] { apply(database, duplicates); });
     measures.push_back({"duplicates: write all, once", writing * 1e3, 0});
     std::vector<Fingerprint> known;
@@ -202,6 +206,8 @@ std::vector<Measure> measure(const std::string &folder, std::size_t count) {
 
 int main(int argc, char **argv) {
     std::vector<std::size_t> counts{10'000, 100'000};
+    if (bench::isQuick())
+        counts = {500, 1'000};
     if (argc > 1)
         counts.clear();
     for (int i = 1; i < argc; ++i)

@@ -64,6 +64,8 @@ int main() {
     }
     Bare bare;
     bare.phrase = JXLocalizedCountDescription(123456, 7890, 42, true, true)->utf8();
+    if (bare.phrase.find("123,456") == std::string::npos)
+        bench::fail("the phrase lacks its numbers");
     std::printf("\"%s\"\n", bare.phrase.c_str());
     const auto report = [](const bench::Measured &measured) {
         std::printf("%-52s %8.0f ns   ratio %.2f\n", measured.what, measured.best, measured.ratio);

@@ -62,6 +62,8 @@ int main() {
         keys.push_back(String::create(keyOf(i)));
         lastKeys.push_back(String::create("GM_" + keyOf(i)));
     }
+    if (JXLocalizedFrameworkString(lastKeys.back().get())->utf8() != map[plainKeys.back()])
+        bench::fail("texts are wrong");
     const auto eachOf = [](const auto &all, auto lookUp) {
         return [&all, lookUp](int count) {
             for (int i = 0; i < count; ++i) {

@@ -13,15 +13,16 @@
 #include <fstream>
 #include <random>
 
+#include "bench/Quick.h"
 #include "hoardd/media/MediaWorkers.h"
 #include "tests/support/TestImages.h"
 #include "wickerlane/platform/file/UniqueFd.h"
 
 namespace {
 
-using hoardd::MediaWorkers;
-using hoardd::ThumbnailTarget;
 using wickerlane::UniqueFd;
+using wickerlane::hoardd::MediaWorkers;
+using wickerlane::hoardd::ThumbnailTarget;
 using wickerlane::test::Bytes;
 
 constexpr std::array<std::uint32_t, 2> sides{256, 1024};
@@ -115,7 +116,7 @@ void measure(const char *name, const Bytes &picture, MediaWorkers &pool) {
     std::vector<double> worker;
     std::vector<double> library;
     std::vector<double> look;
-    for (int round = 0; round < 15; ++round) { // by turns, so that a busy moment meets all
+    for (int round = 0; round < bench::rounds(15); ++round) { // by turns, so that a busy moment meets all
         worker.push_back(milliseconds(clock, [&] { throughWorker(pool, file.get()); }));
         library.push_back(milliseconds(clock, [&] { withLibrary(picture); }));
         look.push_back(milliseconds(clock, [&] { lookFirst(pool, file.get()); }));
@@ -132,7 +133,7 @@ int main(int argc, char **argv) {
         return 1;
     vips_concurrency_set(1);
     vips_cache_set_max(0);
-    hoardd::MediaWorkersOptions options;
+    wickerlane::hoardd::MediaWorkersOptions options;
     options.program = MEDIA_WORKER;
     options.workers = 1;
     MediaWorkers pool(options);

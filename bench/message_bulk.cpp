@@ -34,10 +34,8 @@ void touch(const void *bytes, std::size_t length) {
     std::size_t sum = 0;
     for (std::size_t i = 0; i < length; i += pageBytes)
         sum += static_cast<std::size_t>(static_cast<const volatile char *>(bytes)[i]);
-    if (length == 0 || sum != static_cast<std::size_t>(content) * (length / pageBytes)) {
-        std::puts("data is missing");
-        std::abort();
-    }
+    if (length == 0 || sum != static_cast<std::size_t>(content) * (length / pageBytes))
+        bench::fail("data is missing");
 }
 
 Ref<SharedMemory> prepared(std::size_t length) {

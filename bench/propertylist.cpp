@@ -10,6 +10,7 @@
 #include <fstream>
 #include <string>
 
+#include "bench/Quick.h"
 #include "wickerlane/platform/object/Array.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
@@ -19,7 +20,7 @@ using namespace wickerlane;
 
 namespace {
 
-constexpr int rounds = 5;
+const int rounds = bench::rounds(5);
 
 // What a photo library's list of assets looks like: text, numbers, dates, data, booleans.
 Ref<Dictionary> makeList() {
@@ -58,7 +59,7 @@ Ref<Dictionary> makeList() {
 template <class Work>
 double bestSeconds(Work work) {
     double best = 1e9;
-    for (int i = 0; i < 10; ++i) {
+    for (int i = 0; i < bench::rounds(10); ++i) {
         const auto start = std::chrono::steady_clock::now();
         work();
         best =

@@ -65,6 +65,9 @@ int main() {
     const auto &bytes = sample.bytes;
     const auto &strings = sample.strings;
     const auto &plain = sample.plain;
+    for (std::size_t i = 1; i < count; ++i)
+        if (strings[i]->isEqualToString(strings[i - 1].get()) != (i % 4 == 1))
+            bench::fail("UUID strings are wrong");
 
     measure("equality",
             {

@@ -11,14 +11,15 @@
 #include <thread>
 #include <vector>
 
+#include "bench/Quick.h"
 #include "wickerlane/platform/queue/WorkQueue.h"
 
 using namespace wickerlane;
 
 namespace {
 
-constexpr int items = 400'000;
-constexpr int rounds = 7;
+const int items = bench::isQuick() ? 4'096 : 400'000;
+const int rounds = bench::rounds(7);
 constexpr int batchSize = 64;
 
 // Seconds from the first submission until the last item has run.
@@ -65,7 +66,7 @@ double median(std::vector<double> &values) {
 // find one still looking for work.
 template <class Submit>
 double roundTripsPerSecond(const Submit &submit) {
-    constexpr int trips = 20'000;
+    const int trips = bench::batch(20'000);
     const auto done = Semaphore::create(0);
     const auto start = std::chrono::steady_clock::now();
     for (int i = 0; i < trips; ++i) {
