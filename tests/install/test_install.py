@@ -13,7 +13,7 @@ import sys
 import tempfile
 
 arguments = argparse.ArgumentParser()
-for name in ('build', 'cmake', 'cc', 'cxx', 'sanitize'):
+for name in ('build', 'cmake', 'generator', 'cc', 'cxx', 'sanitize'):
     arguments.add_argument('--' + name, required=True)
 options = arguments.parse_args()
 application = pathlib.Path(__file__).parent / 'application'
@@ -50,7 +50,7 @@ def build_with_pkg_config(folder, environment):
 
 def build_with_cmake(folder, prefix, environment):
     build = folder / 'build'
-    run(options.cmake, '-S', folder, '-B', build, f'-DCMAKE_PREFIX_PATH={prefix}',
+    run(options.cmake, '-G', options.generator, '-S', folder, '-B', build, f'-DCMAKE_PREFIX_PATH={prefix}',
         f'-DCMAKE_CXX_COMPILER={options.cxx}', f"-DCMAKE_CXX_FLAGS={' '.join(sanitizers)}")
     run(options.cmake, '--build', build)
     check_application(build / 'application', environment, 2)
