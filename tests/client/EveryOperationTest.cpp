@@ -353,6 +353,7 @@ TEST(EveryOperation, SendsItsKeysInOrderAndReadsEachKindOfReply) {
                 }
             });
             EXPECT_EQ(modes, each.mode);
+            EXPECT_EQ(connection->livingTemporaries, 0) << "the operation has no release scope of its own";
             expect(given, result);
             std::string line = each.console;
             if (const std::size_t at = line.find("%@"); at != std::string::npos)

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "wickerlane/platform/message/connection/MessageConnection.h"
+#include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/platform/queue/Semaphore.h"
 
 namespace wickerlane::test {
@@ -28,6 +29,9 @@ public:
     std::function<Ref<MessageValue>(const MessageDictionary *)> answer = [](const MessageDictionary *) {
         return Ref<MessageValue>(MessageDictionary::create());
     };
+
+    /// Each send autoreleases an object; this many of them are alive.
+    int livingTemporaries = 0;
 
     /// Signalled when a reply handler has returned.
     const Ref<Semaphore> delivered = Semaphore::create(0);
@@ -57,7 +61,14 @@ public:
     [[nodiscard]] const char *serviceName() const noexcept override { return "fake"; }
 
 private:
+    struct Temporary final : Object {
+        int &living;
+        explicit Temporary(int &counter) : living(counter) { ++living; }
+        ~Temporary() override { --living; }
+    };
+
     void record(std::string mode, const MessageDictionary *message) {
+        autorelease(makeRef<Temporary>(livingTemporaries));
         sent.push_back({std::move(mode), describe(message)});
     }
 };

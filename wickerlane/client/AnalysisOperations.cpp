@@ -8,12 +8,11 @@ namespace keys = wickerlane::protocol::keys;
 
 namespace {
 
-// Sends and waits; what comes back is not looked at.
-void demand(MessageConnection *connection, const protocol::Operation &row) {
+void sendAndIgnoreReply(MessageConnection *connection, const protocol::Operation &row) {
     static_cast<void>(Request(row).sendAndWait(connection));
 }
 
-// Names a moment or a list of moments; one that was never saved is not worth a request.
+// For a moment or a list of moments. One that was never saved needs no analysis, so that nothing is sent.
 void analyze(MessageConnection *connection, const protocol::Operation &row,
              const protocol::Key<protocol::coding::ObjectID> &key, const ManagedObject *object) {
     ManagedObjectID *objectID = object != nullptr ? object->objectID() : nullptr;
@@ -24,8 +23,8 @@ void analyze(MessageConnection *connection, const protocol::Operation &row,
 } // namespace
 
 bool JXGatekeeperClient::hasCompletedMomentAnalysis() {
-    ReleaseScope scope;
-    const Reply reply = Request(protocol::hasCompletedMomentAnalysis).sendAndWait(connection());
+    const Request request(protocol::hasCompletedMomentAnalysis);
+    const Reply reply = request.sendAndWait(connection());
     if (reply.isError())
         consoleLog("Unable to retrieve moment analysis state from hoardd. This is unfortunate. (%@)",
                    reply.errorDescription());
@@ -39,31 +38,30 @@ void JXGatekeeperClient::rebuildMomentsIncremental(bool incremental) {
 }
 
 void JXGatekeeperClient::rebuildMomentLists() {
-    demand(connection(), protocol::rebuildMomentLists);
+    sendAndIgnoreReply(connection(), protocol::rebuildMomentLists);
 }
 
 void JXGatekeeperClient::analyzeAllMoments() {
-    demand(connection(), protocol::analyzeAllMoments);
+    sendAndIgnoreReply(connection(), protocol::analyzeAllMoments);
 }
 
 void JXGatekeeperClient::analyzeInvalidMomentsAndDupesIfNeeded() {
-    demand(connection(), protocol::analyzeInvalidMomentsAndDupesIfNeeded);
+    sendAndIgnoreReply(connection(), protocol::analyzeInvalidMomentsAndDupesIfNeeded);
 }
 
 void JXGatekeeperClient::rebuildCloudFeed() {
-    demand(connection(), protocol::rebuildCloudFeed);
+    sendAndIgnoreReply(connection(), protocol::rebuildCloudFeed);
 }
 
 void JXGatekeeperClient::resetDupesAnalysis() {
-    demand(connection(), protocol::resetDupesAnalysis);
+    sendAndIgnoreReply(connection(), protocol::resetDupesAnalysis);
 }
 
 void JXGatekeeperClient::rebuildAllThumbnails() {
-    demand(connection(), protocol::rebuildAllThumbnails);
+    sendAndIgnoreReply(connection(), protocol::rebuildAllThumbnails);
 }
 
 void JXGatekeeperClient::setAreDuplicates(bool areDuplicates, Array *photos) {
-    ReleaseScope scope;
     Request request(protocol::setAreDuplicates);
     request.set(keys::areDuplicates, areDuplicates);
     request.set(keys::photoUUIDs, uuidsOf(photos));

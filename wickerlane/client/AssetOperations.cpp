@@ -13,6 +13,7 @@ constexpr const char *receivedError = "Received error from hoardd.";
 
 // A job that carries its sender's call stack is shown, without the stack's own entry, before it is sent.
 void logJobWithCallStack(const char *method, Object *job) {
+    ReleaseScope scope;
     auto *dictionary = as<Dictionary>(job);
     Object *callStack = dictionary != nullptr ? dictionary->get("callStack") : nullptr;
     if (callStack == nullptr)
@@ -24,7 +25,6 @@ void logJobWithCallStack(const char *method, Object *job) {
 } // namespace
 
 int JXGatekeeperClient::fileDescriptorForAssetURL(URL *assetURL) {
-    ReleaseScope scope;
     Request request(protocol::fileDescriptorForAssetURL);
     request.set(keys::assetURL, assetURL);
     const Reply reply = request.sendAndWait(connection());
@@ -34,7 +34,6 @@ int JXGatekeeperClient::fileDescriptorForAssetURL(URL *assetURL) {
 }
 
 URL *JXGatekeeperClient::fileURLForAssetURL(URL *assetURL, bool withAdjustments) {
-    ReleaseScope scope;
     Request request(protocol::fileURLForAssetURL);
     request.set(keys::assetURL, assetURL);
     if (withAdjustments)
@@ -42,7 +41,7 @@ URL *JXGatekeeperClient::fileURLForAssetURL(URL *assetURL, bool withAdjustments)
     const Reply reply = request.sendAndWait(connection());
     if (reply.isError())
         consoleLog(receivedError);
-    return scope.handOver(reply.get(keys::fileURL));
+    return request.handOver(reply.get(keys::fileURL));
 }
 
 void JXGatekeeperClient::saveAssetWithJobDictionary(Dictionary *jobDictionary,
@@ -91,12 +90,11 @@ void JXGatekeeperClient::batchSaveAssetsWithJobDictionaries(Array *jobDictionari
 }
 
 URL *JXGatekeeperClient::fileURLForNewAssetWithType(int assetType, String *extension) {
-    ReleaseScope scope;
     Request request(protocol::fileURLForNewAsset);
     request.set(keys::assetType, static_cast<std::uint64_t>(assetType));
     request.set(keys::extension, extension);
     const Reply reply = request.sendAndWait(connection());
-    return scope.handOver(reply.get(keys::url));
+    return request.handOver(reply.get(keys::url));
 }
 
 void JXGatekeeperClient::requestImageDataForAsset(ManagedObjectID *objectID, int format,
@@ -115,12 +113,11 @@ void JXGatekeeperClient::requestImageDataForAsset(ManagedObjectID *objectID, int
 }
 
 Data *JXGatekeeperClient::imageDataForAsset(ManagedObjectID *objectID, int format) {
-    ReleaseScope scope;
     Request request(protocol::imageDataForAsset);
     request.set(keys::objectID, objectID);
     request.set(keys::format, static_cast<std::uint64_t>(std::int64_t{format}));
     const Reply reply = request.sendAndWait(connection());
-    return scope.handOver(reply.get(keys::imageData));
+    return request.handOver(reply.get(keys::imageData));
 }
 
 // The request travels twice: the caller waits for the first reply, which is the one that counts, and the
@@ -151,7 +148,6 @@ void JXGatekeeperClient::setLargePreviewImageForAssetWithURL(URL *assetURL, Data
 
 void JXGatekeeperClient::updateThumbnailsForPhotos(Array *photos, bool waitForReply, bool assignNewIndex,
                                                    bool forceRefresh) {
-    ReleaseScope scope;
     Request request(protocol::updateThumbnails);
     request.set(keys::photoUUIDs, uuidsOf(photos));
     request.set(keys::assignNewIndex, assignNewIndex);
@@ -201,7 +197,6 @@ void JXGatekeeperClient::downloadAsset(ManagedObjectID *objectID, bool requestTh
 std::int64_t JXGatekeeperClient::estimatedOutputFileLengthForVideoURL(URL *videoURL, String *fallbackFilePath,
                                                                       String *exportPreset,
                                                                       Dictionary *exportProperties) {
-    ReleaseScope scope;
     const auto hasText = [](const String *text) { return text != nullptr && text->length() != 0; };
     Request request(protocol::estimatedOutputFileLength);
     request.set(keys::videoURL, videoURL);
@@ -218,11 +213,10 @@ std::int64_t JXGatekeeperClient::estimatedOutputFileLengthForVideoURL(URL *video
 }
 
 Dictionary *JXGatekeeperClient::videoMetadataAtPath(String *path) {
-    ReleaseScope scope;
     Request request(protocol::videoMetadata);
     request.set(keys::filePath, path);
     const Reply reply = request.sendAndWait(connection());
     if (reply.isError())
         consoleLog(receivedError);
-    return scope.handOver(as<Dictionary>(reply.get(keys::metadata)));
+    return request.handOver(as<Dictionary>(reply.get(keys::metadata)));
 }

@@ -8,36 +8,35 @@ namespace keys = wickerlane::protocol::keys;
 
 namespace {
 
-// A count that the reply lacks is null, not zero.
+// A count that is missing from the reply is null, not zero.
 Ref<Number> countUnder(const protocol::Key<protocol::coding::UInt64> &key, const Reply &reply) {
     return reply.has(key) ? Number::create(reply.get(key)) : nullptr;
 }
 
-// Sends a request that only its code tells, waits, and writes the line, which shows the error's description,
-// when there was an error.
+// Sends a request without arguments and waits. On an error it logs `line`, whose %@ is the error's
+// description.
 template <std::size_t size>
-Reply ask(MessageConnection *connection, const protocol::Operation &row, const char (&line)[size]) {
-    Reply reply = Request(row).sendAndWait(connection);
+Reply sendAndWait(MessageConnection *connection, const protocol::Operation &row, const char (&line)[size]) {
+    const Request request(row);
+    Reply reply = request.sendAndWait(connection);
     if (reply.isError())
         consoleLog(line, reply.errorDescription());
     return reply;
 }
 
-// Of the clean-up itself and of the question how long it takes: they share it word for word.
+// The clean-up and the question how long it takes share this line.
 constexpr char cleanupFailed[] = "Unable to cleanup the model after an Harborsync restore. This is bad. (%@)";
 
 } // namespace
 
 void JXGatekeeperClient::createPixholdDatabase() {
-    ReleaseScope scope;
-    ask(connection(), protocol::createPixholdDatabase, "Unable to create library. This is bad. (%@)");
+    sendAndWait(connection(), protocol::createPixholdDatabase, "Unable to create library. This is bad. (%@)");
 }
 
 void JXGatekeeperClient::importFileSystemAssetsWaitingForReply(bool wait) {
-    ReleaseScope scope;
     if (wait)
-        ask(connection(), protocol::importFileSystemAssets,
-            "Can't import file system assets. This is bad. (%@)");
+        sendAndWait(connection(), protocol::importFileSystemAssets,
+                    "Can't import file system assets. This is bad. (%@)");
     else
         Request(protocol::importFileSystemAssetsInBackground).send(connection());
 }
@@ -46,15 +45,14 @@ void JXGatekeeperClient::getLibrarySizes(Handler<Dictionary *> handler) {
     if (!handler)
         failParameter(this, protocol::getLibrarySizes.name, "handler");
     const Request request(protocol::getLibrarySizes);
-    // On the reply queue itself, where the counts make a hop.
+    // The handler runs on the reply queue itself, unlike that of the counts.
     request.sendWithReply(connection(), replyQueue(),
                           [handler](const Reply &reply) { handler(as<Dictionary>(reply.get(keys::sizes))); });
 }
 
 void JXGatekeeperClient::updateModelAfterOTARestore() {
-    ReleaseScope scope;
-    ask(connection(), protocol::updateModelAfterOTARestore,
-        "Unable to update library after an OTA restore. This is bad. (%@)");
+    sendAndWait(connection(), protocol::updateModelAfterOTARestore,
+                "Unable to update library after an OTA restore. This is bad. (%@)");
 }
 
 void JXGatekeeperClient::finalizeOTARestoreRecreatingAlbums(bool recreate) {
@@ -65,26 +63,22 @@ void JXGatekeeperClient::finalizeOTARestoreRecreatingAlbums(bool recreate) {
 }
 
 std::int64_t JXGatekeeperClient::secondsNeededToCleanupModelAfterHarborsyncRestore() {
-    ReleaseScope scope;
-    const Reply reply = ask(connection(), protocol::secondsNeededToCleanupModel, cleanupFailed);
+    const Reply reply = sendAndWait(connection(), protocol::secondsNeededToCleanupModel, cleanupFailed);
     return reply.isError() ? 1 : reply.get(keys::seconds);
 }
 
 void JXGatekeeperClient::cleanupModelAfterHarborsyncRestore() {
-    ReleaseScope scope;
-    ask(connection(), protocol::cleanupModel, cleanupFailed);
+    sendAndWait(connection(), protocol::cleanupModel, cleanupFailed);
 }
 
 void JXGatekeeperClient::repairPotentialModelCorruption() {
-    ReleaseScope scope;
-    ask(connection(), protocol::repairPotentialModelCorruption,
-        "Unable to repair potential model corruption. This might be bad. (%@)");
+    sendAndWait(connection(), protocol::repairPotentialModelCorruption,
+                "Unable to repair potential model corruption. This might be bad. (%@)");
 }
 
 void JXGatekeeperClient::dataMigrationWillFinish() {
-    ReleaseScope scope;
-    ask(connection(), protocol::dataMigrationWillFinish,
-        "Unable to update library after an Harborsync restore from backup. This is bad. (%@)");
+    sendAndWait(connection(), protocol::dataMigrationWillFinish,
+                "Unable to update library after an Harborsync restore from backup. This is bad. (%@)");
 }
 
 void JXGatekeeperClient::notifyAboutTerminationDueToUncaughtException(const Exception &exception) {
@@ -112,9 +106,8 @@ void JXGatekeeperClient::cleanupForStoreDemoMode() {
 }
 
 bool JXGatekeeperClient::hasCompletedRestorePostProcessing() {
-    ReleaseScope scope;
-    return ask(connection(), protocol::hasCompletedRestorePostProcessing,
-               "Unable to retrieve restore completion status from hoardd. This is unfortunate. (%@)")
+    return sendAndWait(connection(), protocol::hasCompletedRestorePostProcessing,
+                       "Unable to retrieve restore completion status from hoardd. This is unfortunate. (%@)")
         .get(keys::isComplete);
 }
 
@@ -130,7 +123,6 @@ void JXGatekeeperClient::getPhotosAndVideosCountWithHandler(Handler<Number *, Nu
 }
 
 std::int64_t JXGatekeeperClient::getCurrentModelVersion() {
-    ReleaseScope scope;
     const Request request(protocol::getCurrentModelVersion);
     const Reply reply = request.sendAndWait(connection());
     if (reply.isError())

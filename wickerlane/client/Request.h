@@ -3,13 +3,14 @@
 #define WICKERLANE_CLIENT_REQUEST_H
 
 #include "wickerlane/platform/message/connection/MessageConnection.h"
+#include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/protocol/Keys.h"
 #include "wickerlane/protocol/Operation.h"
 
 namespace wickerlane::client {
 
-/// What came back: a dictionary, an error of the message service, or something else. Its readers are total:
-/// on any kind they give the value or its absence, since several operations never ask for the kind.
+/// What came back: a dictionary, an error of the message service, or something else. Its readers accept all
+/// three, and find nothing in the last two, since several operations never check the kind.
 class Reply {
 public:
     explicit Reply(Ref<MessageValue> received) noexcept : value(std::move(received)) {}
@@ -36,8 +37,11 @@ private:
     Ref<MessageValue> value;
 };
 
-/// A request that is filled key by key, in the order of its row, and sent by one of three verbs. Sending does
-/// not use it up, but it must not be changed afterwards. One thread at a time.
+/// A request that is filled key by key, in the order of its row, and sent by one of three verbs. It can be
+/// sent more than once, but must not be changed after the first time. One thread at a time.
+///
+/// Each request is a local variable or a temporary of its operation and is its release scope: what is
+/// autoreleased while it lives goes with it, save the one object that handOver() passes on to the caller.
 class Request {
 public:
     explicit Request(const protocol::Operation &row) : message(MessageDictionary::create()) {
@@ -64,7 +68,14 @@ public:
         return Reply(connection->sendWithReplySync(message.get()));
     }
 
+    /// Ends the release scope, and gives a borrowed result to the caller's scope. Null gives null.
+    template <class T>
+    [[nodiscard]] T *handOver(T *result) {
+        return scope.handOver(result);
+    }
+
 private:
+    ReleaseScope scope;
     Ref<MessageDictionary> message;
 };
 

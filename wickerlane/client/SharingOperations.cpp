@@ -8,9 +8,11 @@ namespace keys = wickerlane::protocol::keys;
 
 namespace {
 
-constexpr std::uint64_t askOnly = 0, purge = 1; // what "smJobType" says
+// The values of "smJobType".
+constexpr std::uint64_t askOnly = 0;
+constexpr std::uint64_t purge = 1;
 
-// The one line of both operations on the shared albums' space.
+// Both operations on the shared albums' space log the same line.
 std::int64_t returnedBytes(const Reply &reply) {
     if (reply.isError())
         consoleLog("*** Error receiving result for attemptToPurgeSharedAssetsSpace call");
@@ -29,28 +31,28 @@ void JXGatekeeperClient::enableSnapriversWithStreamID(String *streamID) {
 }
 
 Array *JXGatekeeperClient::getCurrentBulletins() {
-    ReleaseScope scope;
-    const Reply reply = Request(protocol::getCurrentBulletins).sendAndWait(connection());
+    Request request(protocol::getCurrentBulletins);
+    const Reply reply = request.sendAndWait(connection());
     if (reply.isError())
         consoleLog("*** Error receiving bulletins from hoardd");
-    return scope.handOver(as<Array>(reply.get(keys::bulletins)));
+    return request.handOver(as<Array>(reply.get(keys::bulletins)));
 }
 
 std::int64_t JXGatekeeperClient::getCurrentApplicationBadgeCount() {
-    const Reply reply = Request(protocol::getCurrentApplicationBadgeCount).sendAndWait(connection());
+    const Request request(protocol::getCurrentApplicationBadgeCount);
+    const Reply reply = request.sendAndWait(connection());
     if (reply.isError())
         consoleLog("*** Error receiving application badge count from hoardd");
     return reply.get(keys::badgeCount);
 }
 
 Data *JXGatekeeperClient::getThumbnailImageDataForBulletinWithRecordID(unsigned long recordID) {
-    ReleaseScope scope;
     Request request(protocol::getThumbnailImageDataForBulletin);
     request.set(keys::recordID, recordID);
     const Reply reply = request.sendAndWait(connection());
     if (reply.isError())
         consoleLog("*** Error receiving image data for thumbnail with recordID = %lu from hoardd", recordID);
-    return scope.handOver(reply.get(keys::thumbnailImageData));
+    return request.handOver(reply.get(keys::thumbnailImageData));
 }
 
 void JXGatekeeperClient::clearAllBulletinsWithLastClearedRecordID(unsigned long lastClearedRecordID) {
@@ -60,27 +62,27 @@ void JXGatekeeperClient::clearAllBulletinsWithLastClearedRecordID(unsigned long 
 }
 
 void JXGatekeeperClient::updateSharedAlbumsCachedServerConfigurationLimits() {
-    ReleaseScope scope;
     Request(protocol::updateSharedAlbumsCachedServerConfigurationLimits).send(connection());
 }
 
 std::int64_t JXGatekeeperClient::purgeableSharedAssetsSpace() {
-    return returnedBytes(Request(protocol::purgeableSharedAssetsSpace)
-                             .set(keys::smJobType, askOnly)
-                             .sendAndWait(connection()));
+    Request request(protocol::purgeableSharedAssetsSpace);
+    request.set(keys::smJobType, askOnly);
+    return returnedBytes(request.sendAndWait(connection()));
 }
 
 std::int64_t JXGatekeeperClient::attemptToPurgeSharedAssetsSpace(std::uint64_t bytes) {
-    return returnedBytes(Request(protocol::attemptToPurgeSharedAssetsSpace)
-                             .set(keys::smJobType, purge)
-                             .set(keys::smBytesRequested, bytes)
-                             .sendAndWait(connection()));
+    Request request(protocol::attemptToPurgeSharedAssetsSpace);
+    request.set(keys::smJobType, purge);
+    request.set(keys::smBytesRequested, bytes);
+    return returnedBytes(request.sendAndWait(connection()));
 }
 
-// The line speaks of getting an address, and shows the -1 that is given back.
+// The line is that of emailAddressForKey(), with the -1 that is returned.
 int JXGatekeeperClient::keyForEmailAddress(String *address) {
-    const Reply reply =
-        Request(protocol::keyForEmailAddress).set(keys::email, address).sendAndWait(connection());
+    Request request(protocol::keyForEmailAddress);
+    request.set(keys::email, address);
+    const Reply reply = request.sendAndWait(connection());
     if (reply.isError()) {
         consoleLog("*** Error getting email address for key %lld", -1LL);
         return -1;
@@ -89,26 +91,27 @@ int JXGatekeeperClient::keyForEmailAddress(String *address) {
 }
 
 String *JXGatekeeperClient::emailAddressForKey(int key) {
-    const Reply reply = Request(protocol::emailAddressForKey)
-                            .set(keys::emailKey, std::int64_t{key})
-                            .sendAndWait(connection());
+    Request request(protocol::emailAddressForKey);
+    request.set(keys::emailKey, std::int64_t{key});
+    const Reply reply = request.sendAndWait(connection());
     if (reply.isError()) {
         consoleLog("*** Error getting email address for key %d", key);
         return nullptr;
     }
-    return reply.get(keys::email);
+    return request.handOver(reply.get(keys::email));
 }
 
 Dictionary *JXGatekeeperClient::personInfoDictionaryForPersonID(String *personID) {
     if (personID == nullptr)
         return nullptr;
-    const Reply reply =
-        Request(protocol::personInfoDictionary).set(keys::personID, personID).sendAndWait(connection());
+    Request request(protocol::personInfoDictionary);
+    request.set(keys::personID, personID);
+    const Reply reply = request.sendAndWait(connection());
     if (reply.isError()) {
         consoleLog("*** Error getting person info for personID %@", personID);
         return nullptr;
     }
-    return reply.get(keys::personInfoDictionary);
+    return request.handOver(reply.get(keys::personInfoDictionary));
 }
 
 void JXGatekeeperClient::setPersonInfoDictionary(Dictionary *info, String *forPersonID) {
