@@ -63,6 +63,8 @@ def main():
             changes_left -= 1
     unregister(token)
     release(token)
+    # A handler may still be running on a thread of the library's, which would not survive the end of the interpreter.
+    os._exit(0)
 
 
 main()
