@@ -6,7 +6,7 @@
 #include "hoardd/service/Handlers.h"
 #include "wickerlane/log/JXLog.h"
 #include "wickerlane/platform/queue/WorkQueue.h"
-#include "wickerlane/protocol/Operations.h"
+#include "wickerlane/protocol/AllRows.h"
 
 namespace wickerlane::hoardd {
 
@@ -103,7 +103,7 @@ void handle(const DispatchEntry &entry, Daemon &daemon, const Call &call) {
 }
 
 /// Why a text of a request is refused; empty when none is. Names, addresses and paths are far shorter.
-std::string oversizeIn(const Call &call, const protocol::Operation &row) {
+std::string oversizeIn(const Call &call, const protocol::Row &row) {
     constexpr std::size_t mostTextBytes = 64 << 10;
     for (const protocol::Field &field : row.requestKeys.all())
         if (call.message()->getString(field.key).value_or("").size() > mostTextBytes)

@@ -5,14 +5,14 @@
 #include <span>
 
 #include "hoardd/service/Call.h"
-#include "wickerlane/protocol/Operation.h"
+#include "wickerlane/protocol/Row.h"
 
 namespace wickerlane::hoardd {
 
 class Daemon;
 
 struct DispatchEntry {
-    const protocol::Operation *row;
+    const protocol::Row *row;
     void (*handle)(Daemon &daemon, const Call &call);
     bool isForEverybody = false; ///< Served whoever asks; all others serve only who has access.
     bool mayTakeLong = false;    ///< Served beside what the same client asks for next, not before it.

@@ -6,7 +6,7 @@
 #include "hoardd/Daemon.h"
 #include "tests/hoardd/PlausibleRequest.h"
 #include "tests/hoardd/RunningHoardd.h"
-#include "wickerlane/protocol/Operations.h"
+#include "wickerlane/protocol/AllRows.h"
 
 using namespace wickerlane;
 using namespace wickerlane::test;
@@ -14,12 +14,12 @@ using namespace wickerlane::test;
 namespace {
 
 TEST(Dispatch, EveryRowHasItsHandlerAndEveryHandlerItsRow) {
-    std::vector<const protocol::Operation *> served;
+    std::vector<const protocol::Row *> served;
     for (const hoardd::DispatchEntry &entry : hoardd::dispatchTable()) {
         EXPECT_NE(entry.handle, nullptr);
         served.push_back(entry.row);
     }
-    EXPECT_TRUE(std::ranges::is_permutation(served, protocol::allOperations));
+    EXPECT_TRUE(std::ranges::is_permutation(served, protocol::allRows));
 }
 
 using Requests = RunningHoardd;
@@ -31,7 +31,7 @@ Ref<MessageValue> strayValue() {
 
 TEST_F(Requests, ThatDoNotFitTheirRowAreAnsweredWithAnErrorThatSaysWhy) {
     ReleaseScope scope;
-    for (const protocol::Operation *row : protocol::allOperations) {
+    for (const protocol::Row *row : protocol::allRows) {
         const auto fields = row->requestKeys.all();
         for (const protocol::Field &broken : fields)
             for (const bool isMissing : {true, false}) {

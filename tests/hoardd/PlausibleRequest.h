@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "wickerlane/platform/message/value/MessageValue.h"
-#include "wickerlane/protocol/Operation.h"
+#include "wickerlane/protocol/Row.h"
 
 namespace wickerlane::test {
 
@@ -34,7 +34,7 @@ inline Ref<MessageValue> plausibleValue(MessageKind kind) {
 }
 
 /// With the keys that a row demands.
-inline Ref<MessageDictionary> plausibleRequest(const protocol::Operation &row) {
+inline Ref<MessageDictionary> plausibleRequest(const protocol::Row &row) {
     auto message = MessageDictionary::create();
     message->setInt64("operation", row.code);
     for (const protocol::Field &field : row.requestKeys.all())

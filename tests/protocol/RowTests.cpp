@@ -3,14 +3,14 @@
 #include <set>
 #include <string>
 
-#include "wickerlane/protocol/Operations.h"
+#include "wickerlane/protocol/AllRows.h"
 
 using namespace wickerlane;
 using namespace wickerlane::protocol;
 
 TEST(Rows, CodesAscendAndKeysOccurOnce) {
     OperationCode last = 0;
-    for (const Operation *row : allOperations) {
+    for (const Row *row : allRows) {
         EXPECT_GE(row->code, last) << row->name;
         last = row->code;
         for (const Fields *fields : {&row->requestKeys, &row->replyKeys}) {
@@ -22,7 +22,7 @@ TEST(Rows, CodesAscendAndKeysOccurOnce) {
 }
 
 TEST(Rows, ARequestIsCheckedAgainstItsRow) {
-    const auto problem = [](const Operation &row, auto fill) {
+    const auto problem = [](const Row &row, auto fill) {
         const auto message = MessageDictionary::create();
         fill(message.get());
         return problemWith(message.get(), row);

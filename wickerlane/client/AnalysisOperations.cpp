@@ -8,12 +8,12 @@ namespace keys = wickerlane::protocol::keys;
 
 namespace {
 
-void sendAndIgnoreReply(MessageConnection *connection, const protocol::Operation &row) {
+void sendAndIgnoreReply(MessageConnection *connection, const protocol::Row &row) {
     static_cast<void>(Request(row).sendAndWait(connection));
 }
 
 // For a moment or a list of moments. One that was never saved needs no analysis, so that nothing is sent.
-void analyze(MessageConnection *connection, const protocol::Operation &row,
+void analyze(MessageConnection *connection, const protocol::Row &row,
              const protocol::Key<protocol::coding::ObjectID> &key, const ManagedObject *object) {
     ManagedObjectID *objectID = object != nullptr ? object->objectID() : nullptr;
     if (objectID != nullptr && !objectID->isTemporary())

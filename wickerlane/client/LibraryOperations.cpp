@@ -16,7 +16,7 @@ Ref<Number> countUnder(const protocol::Key<protocol::coding::UInt64> &key, const
 // Sends a request without arguments and waits. On an error it logs `line`, whose %@ is the error's
 // description.
 template <std::size_t size>
-Reply sendAndWait(MessageConnection *connection, const protocol::Operation &row, const char (&line)[size]) {
+Reply sendAndWait(MessageConnection *connection, const protocol::Row &row, const char (&line)[size]) {
     const Request request(row);
     Reply reply = request.sendAndWait(connection);
     if (reply.isError())

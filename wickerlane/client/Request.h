@@ -5,7 +5,7 @@
 #include "wickerlane/platform/message/connection/MessageConnection.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/protocol/Keys.h"
-#include "wickerlane/protocol/Operation.h"
+#include "wickerlane/protocol/Row.h"
 
 namespace wickerlane::client {
 
@@ -44,7 +44,7 @@ private:
 /// autoreleased while it lives goes with it, save the one object that handOver() passes on to the caller.
 class Request {
 public:
-    explicit Request(const protocol::Operation &row) : message(MessageDictionary::create()) {
+    explicit Request(const protocol::Row &row) : message(MessageDictionary::create()) {
         set(protocol::keys::operation, row.code);
     }
 

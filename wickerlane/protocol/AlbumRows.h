@@ -3,28 +3,27 @@
 #define WICKERLANE_PROTOCOL_ALBUMROWS_H
 
 #include "wickerlane/protocol/Keys.h"
-#include "wickerlane/protocol/Operation.h"
+#include "wickerlane/protocol/Row.h"
 
 namespace wickerlane::protocol {
 
 /// A null name is left out.
-inline constexpr Operation addGroup{11, "addGroupWithName:handler:", request(whenSet(keys::name)),
-                                    reply(keys::nameTaken, keys::groupURL)};
+inline constexpr Row addGroup{11, "addGroupWithName:handler:", request(whenSet(keys::name)),
+                              reply(keys::nameTaken, keys::groupURL)};
 
-inline constexpr Operation addAssetToAlbum{12, "addAssetWithURL:toAlbumWithUUID:handler:",
-                                           request(keys::assetURL, keys::albumUUID), reply(keys::success)};
+inline constexpr Row addAssetToAlbum{12, "addAssetWithURL:toAlbumWithUUID:handler:",
+                                     request(keys::assetURL, keys::albumUUID), reply(keys::success)};
 
-inline constexpr Operation deleteAsset{13, "deleteAssetWithURL:handler:", request(keys::assetURL),
-                                       reply(keys::success, keys::hasEntitlement)};
+inline constexpr Row deleteAsset{13, "deleteAssetWithURL:handler:", request(keys::assetURL),
+                                 reply(keys::success, keys::hasEntitlement)};
 
-inline constexpr Operation setExternalUsageIntent{
+inline constexpr Row setExternalUsageIntent{
     14, "setExternalUsageIntent:forAssetWithURL:handler:", request(keys::externalUsageIntent, keys::assetURL),
     reply(keys::success)};
 
-inline constexpr Operation recalculateCachedAlbumCounts{30, "recalculateCachedAlbumCounts", request(),
-                                                        reply()};
+inline constexpr Row recalculateCachedAlbumCounts{30, "recalculateCachedAlbumCounts", request(), reply()};
 
-inline constexpr Operation automaticallyDeleteEmptyAlbum{
+inline constexpr Row automaticallyDeleteEmptyAlbum{
     58, "automaticallyDeleteEmptyAlbum:", request(keys::albumOID), reply()};
 
 } // namespace wickerlane::protocol

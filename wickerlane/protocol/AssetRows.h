@@ -3,66 +3,65 @@
 #define WICKERLANE_PROTOCOL_ASSETROWS_H
 
 #include "wickerlane/protocol/Keys.h"
-#include "wickerlane/protocol/Operation.h"
+#include "wickerlane/protocol/Row.h"
 
 namespace wickerlane::protocol {
 
-inline constexpr Operation fileDescriptorForAssetURL{1, "fileDescriptorForAssetURL:", request(keys::assetURL),
-                                                     reply(keys::fileDescriptor)};
+inline constexpr Row fileDescriptorForAssetURL{1, "fileDescriptorForAssetURL:", request(keys::assetURL),
+                                               reply(keys::fileDescriptor)};
 
-inline constexpr Operation fileURLForAssetURL{
+inline constexpr Row fileURLForAssetURL{
     2, "fileURLForAssetURL:withAdjustments:", request(keys::assetURL, whenSet(keys::withAdjustments)),
     reply(keys::fileURL)};
 
-inline constexpr Operation fileURLForNewAsset{
+inline constexpr Row fileURLForNewAsset{
     5, "fileURLForNewAssetWithType:extension:", request(keys::assetType, keys::extension), reply(keys::url)};
 
 /// Asked for by two methods: requestImageDataForAsset:format:handler: and imageDataForAsset:format:.
-inline constexpr Operation imageDataForAsset{
-    6, "imageDataForAsset:format:", request(keys::objectID, keys::format), reply(keys::imageData)};
+inline constexpr Row imageDataForAsset{6, "imageDataForAsset:format:", request(keys::objectID, keys::format),
+                                       reply(keys::imageData)};
 
-inline constexpr Operation saveAsset{
+inline constexpr Row saveAsset{
     8, "saveAssetWithJobDictionary:handler:imageSurface:previewImageSurface:",
     request(whenSet(keys::jobDictionary), whenSet(keys::imagePort), whenSet(keys::previewImagePort)),
     reply(keys::resultJobDictionary, keys::noData, keys::jobQueueFull)};
 
-inline constexpr Operation batchSaveAssets{
-    9, "batchSaveAssetsWithJobDictionaries:handler:", request(keys::jobDictionaries),
-    reply(keys::resultJobDictionaries)};
+inline constexpr Row batchSaveAssets{9, "batchSaveAssetsWithJobDictionaries:handler:",
+                                     request(keys::jobDictionaries), reply(keys::resultJobDictionaries)};
 
 /// Travels twice for one call.
-inline constexpr Operation setLargePreviewImage{
-    17, "setLargePreviewImageForAssetWithURL:imageData:properties:handler:",
-    request(keys::assetURL, keys::imageData, whenSet(keys::properties)),
-    reply(keys::success, keys::hasEntitlement)};
+inline constexpr Row setLargePreviewImage{17,
+                                          "setLargePreviewImageForAssetWithURL:imageData:properties:handler:",
+                                          request(keys::assetURL, keys::imageData, whenSet(keys::properties)),
+                                          reply(keys::success, keys::hasEntitlement)};
 
-inline constexpr Operation updateThumbnails{
+inline constexpr Row updateThumbnails{
     18, "updateThumbnailsForPhotos:waitForReply:assignNewIndex:forceRefresh:",
     request(keys::photoUUIDs, keys::assignNewIndex, keys::forceRefresh, keys::waitingForReply), reply()};
 
-inline constexpr Operation updateCameraPreviewWell{
+inline constexpr Row updateCameraPreviewWell{
     19, "updateCameraPreviewWellImage:", request(whenSet(keys::objectIDText)), reply()};
 
 /// Shares its code with finalizeOTARestore, which carries other keys.
-inline constexpr Operation updateRestoredAsset{
+inline constexpr Row updateRestoredAsset{
     21, "updateRestoredAssetWithUUID:paths:", request(keys::assetUUID, whenSet(keys::assetPaths)), reply()};
 
-inline constexpr Operation writeDataInBackground{
+inline constexpr Row writeDataInBackground{
     24, "writeDataInBackground:toFileURL:", request(keys::dataToSave, keys::destinationURL), reply()};
 
-inline constexpr Operation estimatedOutputFileLength{
+inline constexpr Row estimatedOutputFileLength{
     70, "estimatedOutputFileLengthForVideoURL:fallbackFilePath:exportPreset:exportProperties:",
     request(keys::videoURL, whenSet(keys::fallbackFilePath), whenSet(keys::exportPreset),
             whenSet(keys::exportProperties)),
     reply(keys::fileLength)};
 
-inline constexpr Operation downloadAsset{
+inline constexpr Row downloadAsset{
     74, "downloadAsset:requestThumbnail:shouldPrioritize:shouldExtendTimer:",
     request(keys::objectID, keys::requestThumbnail, keys::shouldPrioritize, keys::shouldExtendTimer),
     reply()};
 
-inline constexpr Operation videoMetadata{75, "videoMetadataAtPath:", request(keys::filePath),
-                                         reply(keys::metadata)};
+inline constexpr Row videoMetadata{75, "videoMetadataAtPath:", request(keys::filePath),
+                                   reply(keys::metadata)};
 
 } // namespace wickerlane::protocol
 

@@ -3,13 +3,13 @@
 #define WICKERLANE_PROTOCOL_COREROWS_H
 
 #include "wickerlane/protocol/Keys.h"
-#include "wickerlane/protocol/Operation.h"
+#include "wickerlane/protocol/Row.h"
 
 namespace wickerlane::protocol {
 
-inline constexpr Operation requestAccess{3, "requestAccessWithHandler:", request(), reply(keys::authorized)};
+inline constexpr Row requestAccess{3, "requestAccessWithHandler:", request(), reply(keys::authorized)};
 
-inline constexpr Operation launchHoardd{10, "launchHoardd", request(), reply()};
+inline constexpr Row launchHoardd{10, "launchHoardd", request(), reply()};
 
 } // namespace wickerlane::protocol
 

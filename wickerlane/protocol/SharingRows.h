@@ -3,52 +3,52 @@
 #define WICKERLANE_PROTOCOL_SHARINGROWS_H
 
 #include "wickerlane/protocol/Keys.h"
-#include "wickerlane/protocol/Operation.h"
+#include "wickerlane/protocol/Row.h"
 
 namespace wickerlane::protocol {
 
-inline constexpr Operation createSnapriverAlbum{
+inline constexpr Row createSnapriverAlbum{
     34, "createSnapriverAlbumWithStreamID:", request(whenSet(keys::streamID)), reply()};
 
-inline constexpr Operation enableSnaprivers{
-    35, "enableSnapriversWithStreamID:", request(whenSet(keys::streamID)), reply()};
+inline constexpr Row enableSnaprivers{35, "enableSnapriversWithStreamID:", request(whenSet(keys::streamID)),
+                                      reply()};
 
-inline constexpr Operation getCurrentBulletins{37, "getCurrentBulletins", request(), reply(keys::bulletins)};
+inline constexpr Row getCurrentBulletins{37, "getCurrentBulletins", request(), reply(keys::bulletins)};
 
-inline constexpr Operation getCurrentApplicationBadgeCount{38, "getCurrentApplicationBadgeCount", request(),
-                                                           reply(keys::badgeCount)};
+inline constexpr Row getCurrentApplicationBadgeCount{38, "getCurrentApplicationBadgeCount", request(),
+                                                     reply(keys::badgeCount)};
 
-inline constexpr Operation getThumbnailImageDataForBulletin{
+inline constexpr Row getThumbnailImageDataForBulletin{
     39, "getThumbnailImageDataForBulletinWithRecordID:", request(keys::recordID),
     reply(keys::thumbnailImageData)};
 
-inline constexpr Operation clearAllBulletins{
+inline constexpr Row clearAllBulletins{
     40, "clearAllBulletinsWithLastClearedRecordID:", request(keys::lastClearedRecordID), reply()};
 
-inline constexpr Operation updateSharedAlbumsCachedServerConfigurationLimits{
+inline constexpr Row updateSharedAlbumsCachedServerConfigurationLimits{
     45, "updateSharedAlbumsCachedServerConfigurationLimits", request(), reply()};
 
 /// A small protocol of its own under one code: "smJobType" 1 with the bytes wanted purges, 0 only asks. The
 /// shape with more keys stands first, so that it is tried first.
-inline constexpr Operation attemptToPurgeSharedAssetsSpace{
+inline constexpr Row attemptToPurgeSharedAssetsSpace{
     51, "attemptToPurgeSharedAssetsSpace:", request(keys::smJobType, keys::smBytesRequested),
     reply(keys::smBytesReturned)};
 
-inline constexpr Operation purgeableSharedAssetsSpace{51, "purgeableSharedAssetsSpace",
-                                                      request(keys::smJobType), reply(keys::smBytesReturned)};
+inline constexpr Row purgeableSharedAssetsSpace{51, "purgeableSharedAssetsSpace", request(keys::smJobType),
+                                                reply(keys::smBytesReturned)};
 
 /// One code, asked in either direction.
-inline constexpr Operation keyForEmailAddress{57, "keyForEmailAddress:", request(keys::email),
-                                              reply(keys::emailKey)};
+inline constexpr Row keyForEmailAddress{57, "keyForEmailAddress:", request(keys::email),
+                                        reply(keys::emailKey)};
 
-inline constexpr Operation emailAddressForKey{57, "emailAddressForKey:", request(keys::emailKey),
-                                              reply(keys::email)};
+inline constexpr Row emailAddressForKey{57, "emailAddressForKey:", request(keys::emailKey),
+                                        reply(keys::email)};
 
-inline constexpr Operation personInfoDictionary{
-    59, "personInfoDictionaryForPersonID:", request(keys::personID), reply(keys::personInfoDictionary)};
+inline constexpr Row personInfoDictionary{59, "personInfoDictionaryForPersonID:", request(keys::personID),
+                                          reply(keys::personInfoDictionary)};
 
 /// Without a dictionary it clears the information.
-inline constexpr Operation setPersonInfoDictionary{
+inline constexpr Row setPersonInfoDictionary{
     60, "setPersonInfoDictionary:forPersonID:", request(keys::personID, whenSet(keys::personInfoDictionary)),
     reply()};
 

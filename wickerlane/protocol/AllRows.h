@@ -1,6 +1,6 @@
-// All rows, for whoever walks them: the daemon's dispatch and the tests.
-#ifndef WICKERLANE_PROTOCOL_OPERATIONS_H
-#define WICKERLANE_PROTOCOL_OPERATIONS_H
+// All rows.
+#ifndef WICKERLANE_PROTOCOL_ALLROWS_H
+#define WICKERLANE_PROTOCOL_ALLROWS_H
 
 #include "wickerlane/protocol/AlbumRows.h"
 #include "wickerlane/protocol/AnalysisRows.h"
@@ -12,7 +12,7 @@
 namespace wickerlane::protocol {
 
 /// In the order of their codes.
-inline constexpr const Operation *allOperations[] = {
+inline constexpr const Row *allRows[] = {
     &fileDescriptorForAssetURL,
     &fileURLForAssetURL,
     &requestAccess,

@@ -1,4 +1,4 @@
-#include "wickerlane/protocol/Operation.h"
+#include "wickerlane/protocol/Row.h"
 
 #include <algorithm>
 
@@ -6,7 +6,7 @@
 
 namespace wickerlane::protocol {
 
-std::string problemWith(const MessageDictionary *message, const Operation &row) {
+std::string problemWith(const MessageDictionary *message, const Row &row) {
     for (const Field &field : row.requestKeys.all()) {
         const auto kind = message->kindOf(field.key);
         if (!kind && !field.optional)

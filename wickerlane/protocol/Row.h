@@ -1,6 +1,6 @@
 // What an operation is: one row of the table of all that travels between a client and hoardd.
-#ifndef WICKERLANE_PROTOCOL_OPERATION_H
-#define WICKERLANE_PROTOCOL_OPERATION_H
+#ifndef WICKERLANE_PROTOCOL_ROW_H
+#define WICKERLANE_PROTOCOL_ROW_H
 
 #include <array>
 #include <initializer_list>
@@ -55,7 +55,7 @@ constexpr Fields reply(const Each &...each) {
 
 /// A shape of request: its code, the name of the client's operation, and the keys that travel. "operation",
 /// first in every request, is not listed.
-struct Operation {
+struct Row {
     OperationCode code;
     const char *name;
     Fields requestKeys;
@@ -64,7 +64,7 @@ struct Operation {
 
 /// Why a received message is not a request of this row; empty when it is one. Keys that the row does not know
 /// are allowed.
-[[nodiscard]] WL_EXPORT std::string problemWith(const MessageDictionary *message, const Operation &row);
+[[nodiscard]] WL_EXPORT std::string problemWith(const MessageDictionary *message, const Row &row);
 
 } // namespace wickerlane::protocol
 
