@@ -1,5 +1,9 @@
-// The client on a real connection: a missing service, a service that goes away, and one that speaks unasked.
+// The client on a real connection: a missing service, one that goes away, and one that sends what nobody
+// asked for.
 #include <gtest/gtest.h>
+
+#include <poll.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <filesystem>
@@ -18,15 +22,14 @@ namespace {
 struct RealConnection : ::testing::Test {
     ReleaseScope scope;
     RealConnection() {
-        // No service description may be found: nothing is to be started from here.
+        // Without service descriptions nothing is started from here.
         setenv("WICKERLANE_SERVICES", "/nonexistent", 1);
-        // The process keeps its reader and its queues.
-        test::allowLastingDescriptors(8);
+        test::allowLastingDescriptors(test::readerDescriptors);
     }
     ~RealConnection() override { unsetenv("WICKERLANE_SERVICES"); }
 };
 
-// A hoardd that answers every request with an empty dictionary, or as told.
+// A hoardd that serves each request by a handler.
 struct Service {
     Ref<MessageListener> listener;
 
@@ -45,8 +48,8 @@ struct Service {
 };
 
 TEST_F(RealConnection, AMissingServiceIsReportedOnceAndFailsEveryRequest) {
-    // Standard error goes to a pipe, so that the line of the event handler, which runs beside the replies,
-    // can be waited for.
+    // Standard error goes to a pipe, so that the test can wait for the line of the event handler, which runs
+    // beside the replies.
     int ends[2];
     ASSERT_EQ(pipe(ends), 0);
     const int saved = dup(STDERR_FILENO);
@@ -67,7 +70,9 @@ TEST_F(RealConnection, AMissingServiceIsReportedOnceAndFailsEveryRequest) {
         "' not found. hoardd is down or misconfigured. Things will not work the way you expect them to.\n";
     std::string console;
     char byte = 0;
-    while (console.find(expected) == std::string::npos && read(ends[0], &byte, 1) == 1)
+    pollfd readable{ends[0], POLLIN, 0};
+    while (console.find(expected) == std::string::npos && poll(&readable, 1, 60'000) == 1 &&
+           read(ends[0], &byte, 1) == 1)
         console += byte;
     dup2(saved, STDERR_FILENO);
     close(saved);
@@ -92,7 +97,7 @@ TEST_F(RealConnection, ADaemonThatGoesAwayIsReplacedByTheNext) {
             answer->setInt64("version", version);
             received->reply(answer.get());
         });
-        // A request that meets the end of the one before fails; the next one connects anew.
+        // A request that meets the end of the one before fails; the next one connects again.
         std::int64_t answered = client->getCurrentModelVersion();
         if (answered == -1)
             answered = client->getCurrentModelVersion();
@@ -100,7 +105,7 @@ TEST_F(RealConnection, ADaemonThatGoesAwayIsReplacedByTheNext) {
     }
 }
 
-TEST(RealConnectionDeathTest, ADaemonThatSpeaksUnaskedTrapsTheProcess) {
+TEST(RealConnectionDeathTest, AnUnsolicitedMessageTrapsTheProcess) {
     ::testing::GTEST_FLAG(death_test_style) = "threadsafe";
     const auto provoke = [] {
         const Service service([](ReceivedMessage *received) {
@@ -109,7 +114,7 @@ TEST(RealConnectionDeathTest, ADaemonThatSpeaksUnaskedTrapsTheProcess) {
         });
         const test::OwnClient client;
         client->launchHoardd();
-        pause();
+        sleep(60);
     };
     EXPECT_EXIT(
         provoke(),
@@ -131,7 +136,7 @@ TEST_F(RealConnection, TheSharedInstanceIsOneHoweverManyAskAtOnce) {
     EXPECT_NE(seen[0], nullptr);
 }
 
-TEST(Classes, ofEveryRoomAreFoundByName) {
+TEST(Classes, OfEveryRoomAreFoundByName) {
     for (const char *name :
          {"WorkQueue", "Semaphore", "SharedMemory", "MessageDictionary", "MessageArray", "MessageError",
           "MessageConnection", "MessageListener", "ReceivedMessage", "ImageSurface", "JXMsgData",

@@ -53,9 +53,14 @@ public:
         record("sync", message);
         return answer(message);
     }
+    /// Runs before the barrier's handler, on the same thread.
+    std::function<void()> beforeBarrier = [] {};
     void sendBarrier(Handler<void()> handler) override {
         sent.push_back({"barrier", ""});
-        WorkQueue::global()->async(handler);
+        WorkQueue::global()->async([handler, before = beforeBarrier] {
+            before();
+            handler();
+        });
     }
     void cancel() override {}
     [[nodiscard]] const char *serviceName() const noexcept override { return "fake"; }

@@ -1,420 +1,766 @@
-// What each operation of the client sends, and what it makes of each kind of reply. Keys, codes and texts are
-// spelled out here: a table shared by both ends could not catch its own mistakes.
+// Every operation of the client: what travels, in which mode, and what becomes of each kind of reply. Keys,
+// codes and texts are literals: constants that both ends share could not reveal a wrong one.
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
 
-#include "tests/client/FakeConnection.h"
-#include "tests/client/OwnClient.h"
+#include "tests/client/ClientTest.h"
 #include "tests/support/Console.h"
-#include "wickerlane/client/JXGatekeeperClient.h"
-#include "wickerlane/platform/object/ReleaseScope.h"
-#include "wickerlane/platform/preferences/Preferences.h"
+#include "wickerlane/message/JXMsgUtilities.h"
+#include "wickerlane/platform/object/Number.h"
 
 using namespace wickerlane;
-using test::consoleOf;
-using test::FakeConnection;
+using namespace wickerlane::test;
 
 namespace {
 
-struct ClientTest : ::testing::Test {
-    ReleaseScope scope;
-    Ref<FakeConnection> connection = makeRef<FakeConnection>();
-    test::OwnClient client;
+using Client = JXGatekeeperClient;
+/// What the call returned, or its handler was given; nothing as long as no handler has run. Handlers hold a
+/// copy.
+using Result = std::shared_ptr<std::optional<std::string>>;
+using Fill = std::function<void(MessageDictionary *)>;
 
-    ClientTest() { client->setConnection(connection.get()); }
-    void answerWith(Ref<MessageValue> reply) {
-        connection->answer = [reply](const MessageDictionary *) { return reply; };
-    }
+struct Answer {
+    Fill fill;
+    const char *result;
 };
 
-// Waits for one call of a handler and keeps what it was given, as text.
-struct Outcome {
-    Ref<Semaphore> done = Semaphore::create(0);
-    std::string text;
-
-    void set(std::string outcome) {
-        text = std::move(outcome);
-        done->signal();
-    }
-    std::string wait() {
-        done->wait();
-        return text;
-    }
+struct Case {
+    const char *name;
+    std::function<void(Client *, const Result &)> call;
+    const char *modes; ///< "none", "sync", "async", or several when the call sends more than once.
+    const char *sent;
+    std::vector<Answer> answers = {};
+    /// After an empty reply, one that is no dictionary, and an error, for whose description %@ stands.
+    const char *onEmpty = "", *onStray = "", *onError = "";
+    const char *console = ""; ///< After an error; %@ likewise.
 };
 
-std::string describe(const Object *object) {
-    return object != nullptr ? std::string(object->description()->utf8()) : "null";
+constexpr const char *notCalled = nullptr;
+
+template <class Value>
+Fill with(const char *key, Value value) {
+    return [=](MessageDictionary *reply) {
+        if constexpr (std::is_same_v<Value, bool>)
+            reply->setBool(key, value);
+        else if constexpr (std::is_integral_v<Value>)
+            reply->setInt64(key, value);
+        else
+            reply->setString(key, value);
+    };
 }
 
-std::string describe(const Error *error) {
-    if (error == nullptr)
-        return "null";
-    return std::string(error->domain()->utf8()) + " " + std::to_string(error->code()) +
-           (error->userInfo() != nullptr ? " " + std::string(error->localizedDescription()->utf8()) : "");
+Fill withData(const char *key, std::string bytes) {
+    return [=](MessageDictionary *reply) { reply->setData(key, bytes.data(), bytes.size()); };
 }
 
-Ref<MessageDictionary> reply(const std::function<void(MessageDictionary *)> &fill) {
-    auto made = MessageDictionary::create();
-    fill(made.get());
-    return made;
+Fill withMapping(const char *key) {
+    return [=](MessageDictionary *reply) { JXMsgDictionarySetDictionary(reply, key, oneEntry()); };
 }
 
-URL *assetURL() {
-    return URL::of("rez-vault://asset/asset.JPG?id=1&ext=JPG");
+Fill withJob(const char *key) {
+    return [=](MessageDictionary *reply) {
+        const auto job = MessageDictionary::create();
+        job->setString("k", "v");
+        reply->set(key, job.get());
+    };
 }
 
-ManagedObjectID *objectID() {
-    return autorelease(ManagedObjectID::create(URL::of("x-hoard://s/Asset/p1")));
+Fill both(const Fill &first, const Fill &second) {
+    return [=](MessageDictionary *reply) { first(reply), second(reply); };
 }
 
+std::string shown(bool value, const Error *error) {
+    return std::string(value ? "yes " : "no ") + describe(error);
+}
+
+Handler<void(bool, Error *)> keepIn(const Result &r) {
+    return [r](bool value, Error *error) { *r = shown(value, error); };
+}
+
+struct Thing final : Object, ManagedObject, Photo {
+    Ref<ManagedObjectID> identity;
+    explicit Thing(bool isTemporary)
+        : identity(ManagedObjectID::create(URL::of("x-hoard://s/Thing/p1"), isTemporary)) {}
+    [[nodiscard]] ManagedObjectID *objectID() const override { return identity.get(); }
+    [[nodiscard]] String *uuid() const override { return String::of("U-1"); }
+};
+
+// What the calls of the tables are given.
+const Thing *savedThing() {
+    return autorelease(makeRef<Thing>(false));
+}
+const Thing *unsavedThing() {
+    return autorelease(makeRef<Thing>(true));
+}
+Array *photos() {
+    return Array::of(
+        {autorelease(makeRef<Thing>(false)), String::of("no photo"), autorelease(makeRef<Thing>(false))});
+}
+Data *bytes() {
+    return autorelease(Data::create("xy", 2));
+}
 Dictionary *job(const char *name) {
     return autorelease(Dictionary::createWithKeys({{"name", String::of(name)}}));
 }
-
-TEST_F(ClientTest, EachOperationSendsItsKeysInOrderInItsMode) {
-    struct Case {
-        const char *name;
-        std::function<void(JXGatekeeperClient *, Outcome &)> call;
-        const char *mode;
-        const char *text;
-        bool hasHandler = false;
-    };
-    const Case cases[] = {
-        {"access", [](auto *c, auto &o) { c->requestAccessWithHandler([&](bool, Error *) { o.set(""); }); },
-         "async on global", "operation:int64=3", true},
-        {"launch", [](auto *c, auto &) { c->launchHoardd(); }, "async on global", "operation:int64=10"},
-        {"descriptor", [](auto *c, auto &) { EXPECT_EQ(c->fileDescriptorForAssetURL(assetURL()), -1); },
-         "sync", "operation:int64=1 assetURL:string=rez-vault://asset/asset.JPG?id=1&ext=JPG"},
-        {"descriptor of null", [](auto *c, auto &) { EXPECT_EQ(c->fileDescriptorForAssetURL(nullptr), -1); },
-         "sync", "operation:int64=1"},
-        {"file URL", [](auto *c, auto &) { EXPECT_EQ(c->fileURLForAssetURL(assetURL(), false), nullptr); },
-         "sync", "operation:int64=2 assetURL:string=rez-vault://asset/asset.JPG?id=1&ext=JPG"},
-        {"file URL with adjustments",
-         [](auto *c, auto &) { EXPECT_EQ(c->fileURLForAssetURL(assetURL(), true), nullptr); }, "sync",
-         "operation:int64=2 assetURL:string=rez-vault://asset/asset.JPG?id=1&ext=JPG "
-         "withAdjustments:bool=true"},
-        {"new asset",
-         [](auto *c, auto &) { EXPECT_EQ(c->fileURLForNewAssetWithType(1, String::of("MOV")), nullptr); },
-         "sync", "operation:int64=5 assetType:uint64=1 extension:string=MOV"},
-        {"image data, blocking",
-         [](auto *c, auto &) { EXPECT_EQ(c->imageDataForAsset(objectID(), -2), nullptr); }, "sync",
-         "operation:int64=6 objectID:data=x-hoard://s/Asset/p1 format:uint64=18446744073709551614"},
-        {"image data",
-         [](auto *c, auto &o) {
-             c->requestImageDataForAsset(objectID(), 3, [&](Data *, int) { o.set(""); });
-         },
-         "async on global", "operation:int64=6 objectID:data=x-hoard://s/Asset/p1 format:uint64=3", true},
-        {"save",
-         [](auto *c, auto &o) {
-             c->saveAssetWithJobDictionary(job("a"), [&](Dictionary *, Error *) { o.set(""); });
-         },
-         "async on global", "operation:int64=8 jobDictionary:dictionary={name:string=a}", true},
-        {"save of a job that can't travel",
-         [](auto *c, auto &o) {
-             auto bad = Dictionary::createWithKeys({{"url", assetURL()}});
-             c->saveAssetWithJobDictionary(bad.get(), [&](Dictionary *, Error *) { o.set(""); });
-         },
-         "async on global", "operation:int64=8", true},
-        {"batch, one job of which can't travel",
-         [](auto *c, auto &o) {
-             auto bad = Dictionary::createWithKeys({{"url", assetURL()}});
-             c->batchSaveAssetsWithJobDictionaries(Array::of({job("a"), bad.get(), job("b")}),
-                                                   [&](Array *, Error *) { o.set(""); });
-         },
-         "async on global",
-         "operation:int64=9 jobDictionaries:array=[dictionary={name:string=a}, dictionary={name:string=b}]",
-         true},
-        {"batch of null",
-         [](auto *c, auto &o) {
-             c->batchSaveAssetsWithJobDictionaries(nullptr, [&](Array *, Error *) { o.set(""); });
-         },
-         "async on global", "operation:int64=9 jobDictionaries:array=[]", true},
-        {"create database", [](auto *c, auto &) { c->createPixholdDatabase(); }, "sync",
-         "operation:int64=15"},
-        {"counts",
-         [](auto *c, auto &o) {
-             c->getPhotosAndVideosCountWithHandler([&](Number *, Number *) { o.set(""); });
-         },
-         "async on global", "operation:int64=16", true},
-        {"model version", [](auto *c, auto &) { EXPECT_EQ(c->getCurrentModelVersion(), 0); }, "sync",
-         "operation:int64=69"},
-    };
-    for (const Case &each : cases) {
-        SCOPED_TRACE(each.name);
-        connection->sent.clear();
-        Outcome outcome;
-        each.call(client.get(), outcome);
-        if (each.hasHandler)
-            outcome.wait();
-        ASSERT_EQ(connection->sent.size(), 1U);
-        EXPECT_EQ(connection->sent[0].mode, each.mode);
-        EXPECT_EQ(connection->sent[0].text, each.text);
-    }
+Dictionary *jobThatCannotTravel() {
+    return autorelease(Dictionary::createWithKeys({{"url", assetURL()}}));
+}
+String *text(const char *value) {
+    return String::of(value);
 }
 
-TEST_F(ClientTest, SurfacesTravelAsTheirOwnMessageObjects) {
-    const auto full = ImageSurface::create(4, 2, PixelFormat::bgra8);
-    const auto preview = ImageSurface::create(2, 1, PixelFormat::bgra8);
-    bool bothArrived = false;
-    connection->answer = [&](const MessageDictionary *message) {
-        const auto arrived = ImageSurface::lookUp(message->get("imagePort"));
-        const auto arrivedPreview = ImageSurface::lookUp(message->get("previewImagePort"));
-        bothArrived = arrived && arrived->width() == 4 && arrivedPreview && arrivedPreview->width() == 2;
-        return Ref<MessageValue>(MessageDictionary::create());
-    };
-    Outcome outcome;
+void save(Client *client, Dictionary *job, const Result &r) {
     client->saveAssetWithJobDictionary(
-        nullptr, [&](Dictionary *, Error *) { outcome.set(""); }, full.get(), preview.get());
-    outcome.wait();
-    EXPECT_TRUE(bothArrived);
+        job, [r](Dictionary *result, Error *error) { *r = onOneLine(result) + " " + describe(error); });
 }
 
-TEST_F(ClientTest, RepliesBecomeResults) {
-    struct Case {
-        const char *name;
-        std::function<void(JXGatekeeperClient *, Outcome &)> call;
-        Ref<MessageValue> reply;
-        const char *result;
-        const char *console = "";
-    };
-    const Ref<MessageValue> error = MessageError::connectionInterrupted();
-    const std::string description(MessageError::connectionInterrupted()->text());
-    const Ref<MessageValue> empty = MessageDictionary::create();
-    const Ref<MessageValue> stray = MessageScalar::createBool(true);
-    const auto access = [](JXGatekeeperClient *c, Outcome &o) {
-        c->requestAccessWithHandler(
-            [&o](bool granted, Error *e) { o.set(std::string(granted ? "yes " : "no ") + describe(e)); });
-    };
-    const auto status = [](std::int64_t value) {
-        return reply([=](auto *r) { r->setInt64("authorized", value); });
-    };
-    const auto save = [](JXGatekeeperClient *c, Outcome &o) {
-        c->saveAssetWithJobDictionary(job("a"), [&o](Dictionary *r, Error *e) {
-            o.set(describe(static_cast<Object *>(r)) + " " + describe(e));
-        });
-    };
-    const auto saved = [](bool noData, bool full) {
-        return reply([=](auto *r) {
-            r->set("resultJobDictionary", reply([](auto *job) { job->setString("uuid", "U"); }).get());
-            r->setBool("noData", noData);
-            r->setBool("jobQueueFull", full);
-        });
-    };
-    const auto batch = [](JXGatekeeperClient *c, Outcome &o) {
-        c->batchSaveAssetsWithJobDictionaries(Array::of({job("a")}), [&o](Array *r, Error *e) {
-            o.set((r != nullptr ? std::to_string(r->count()) : "null") + " " + describe(e));
-        });
-    };
-    const auto counts = [](JXGatekeeperClient *c, Outcome &o) {
-        c->getPhotosAndVideosCountWithHandler([&o](Number *photos, Number *videos) {
-            o.set(describe(static_cast<Object *>(photos)) + " " + describe(static_cast<Object *>(videos)));
-        });
-    };
-    const auto image = [](JXGatekeeperClient *c, Outcome &o) {
-        c->requestImageDataForAsset(objectID(), 3, [&o](Data *data, int format) {
-            o.set(describe(static_cast<Object *>(data)) + " " + std::to_string(format));
-        });
-    };
-    const auto imageBlocking = [](JXGatekeeperClient *c, Outcome &o) {
-        o.set(describe(static_cast<Object *>(c->imageDataForAsset(objectID(), 3))));
-    };
-    const auto fileURL = [](JXGatekeeperClient *c, Outcome &o) {
-        o.set(describe(static_cast<Object *>(c->fileURLForAssetURL(assetURL(), false))));
-    };
-    const auto newURL = [](JXGatekeeperClient *c, Outcome &o) {
-        o.set(describe(static_cast<Object *>(c->fileURLForNewAssetWithType(0, String::of("JPG")))));
-    };
-    const auto descriptor = [](JXGatekeeperClient *c, Outcome &o) {
-        o.set(std::to_string(c->fileDescriptorForAssetURL(assetURL())));
-    };
-    const auto version = [](JXGatekeeperClient *c, Outcome &o) {
-        o.set(std::to_string(c->getCurrentModelVersion()));
-    };
-    const auto create = [](JXGatekeeperClient *c, Outcome &o) {
-        c->createPixholdDatabase();
-        o.set("done");
-    };
-    const std::string accessError = "no Wickerlane 10 " + description;
-    const std::string createError = "Unable to create library. This is bad. (" + description + ")\n";
-    const Case cases[] = {
-        {"access granted", access, status(0), "yes null"},
-        {"access without a status", access, empty, "yes null"},
-        {"access status 1", access, status(1), "no Wickerlane 2"},
-        {"access status 2", access, status(2), "no Wickerlane 1"},
-        {"access status 7", access, status(7), "no Wickerlane 10"},
-        {"access status -1", access, status(-1), "no Wickerlane 10"},
-        {"access, no service", access, error, accessError.c_str()},
-        {"saved", save, saved(false, false), "{\n    uuid = U;\n} null"},
-        {"saved, nothing said", save, empty, "null null"},
-        {"save without data", save, saved(true, false), "null Wickerlane 12"},
-        {"save with a full queue", save, saved(false, true), "null Wickerlane 11"},
-        {"save with both", save, saved(true, true), "null Wickerlane 12"},
-        {"save, no service", save, error, "null Wickerlane 10"},
-        {"batch", batch, reply([](auto *r) {
-             auto array = MessageArray::create();
-             array->append(MessageDictionary::create().get());
-             array->append(MessageDictionary::create().get());
-             r->set("resultJobDictionaries", array.get());
-         }),
-         "2 null"},
-        {"batch, nothing said", batch, empty, "0 null"},
-        {"batch, no service", batch, error, "null Wickerlane 10"},
-        {"counts", counts, reply([](auto *r) {
-             r->setUInt64("photoCount", 18446744073709551615U);
-             r->setUInt64("videoCount", 0);
-         }),
-         "18446744073709551615 0"},
-        {"counts without videos", counts, reply([](auto *r) { r->setUInt64("photoCount", 2); }), "2 null"},
-        {"counts, no service", counts, error, "null null"},
-        {"image", image, reply([](auto *r) { r->setData("imageData", "\1\2", 2); }), "<0102> 3"},
-        {"image that is not there", image, empty, "null 3"},
-        {"image, no service", image, error, "null 0"},
-        {"image, blocking", imageBlocking, reply([](auto *r) { r->setData("imageData", "\1\2", 2); }),
-         "<0102>"},
-        {"image, blocking, no service", imageBlocking, error, "null"},
-        {"file URL", fileURL, reply([](auto *r) { r->setString("fileURL", "file:///a"); }), "file:///a"},
-        {"file URL of the wrong kind", fileURL, reply([](auto *r) { r->setInt64("fileURL", 1); }), "null"},
-        {"file URL, no service", fileURL, error, "null", "Received error from hoardd.\n"},
-        {"file URL, stray reply", fileURL, stray, "null"},
-        {"new URL", newURL, reply([](auto *r) { r->setString("url", "file:///n"); }), "file:///n"},
-        {"new URL, no service", newURL, error, "null"},
-        {"descriptor, no service", descriptor, error, "-1", "Received error from hoardd.\n"},
-        {"descriptor, stray reply", descriptor, stray, "-1"},
-        {"version", version, reply([](auto *r) { r->setInt64("version", 7); }), "7"},
-        {"version, stray reply", version, stray, "-1"},
-        {"version, no service", version, error, "-1", "*** Error getting current model version\n"},
-        {"create", create, empty, "done"},
-        {"create, no service", create, error, "done", createError.c_str()},
-    };
-    for (const Case &each : cases) {
-        SCOPED_TRACE(each.name);
-        answerWith(each.reply);
-        Outcome outcome;
+void batch(Client *client, Array *jobs, const Result &r) {
+    client->batchSaveAssetsWithJobDictionaries(
+        jobs, [r](Array *results, Error *error) { *r = onOneLine(results) + " " + describe(error); });
+}
+
+void addGroup(Client *client, String *name, const Result &r) {
+    client->addGroupWithName(name, [r](bool isTaken, URL *url, Error *error) {
+        *r = shown(isTaken, error) + " " + onOneLine(url);
+    });
+}
+
+constexpr const char *received = "Received error from hoardd.\n";
+
+std::string withDescription(std::string pattern) {
+    if (const std::size_t at = pattern.find("%@"); at != std::string::npos)
+        pattern.replace(at, 2, MessageError::connectionInterrupted()->text());
+    return pattern;
+}
+
+struct Operations : ClientTest {
+    void checkReply(const Case &each, MessageValue *reply, const char *expected,
+                    const std::string &expectedConsole) {
+        connection->sent.clear();
+        connection->answer = [reply](const MessageDictionary *) { return Ref<MessageValue>(reply); };
+        std::optional<std::string> given;
+        const auto isLetGo = Semaphore::create(0);
+        std::string modes;
         const std::string console = consoleOf([&] {
-            each.call(client.get(), outcome);
-            outcome.wait();
+            Result result(&given, [&](auto *) { isLetGo->signal(); });
+            each.call(client.get(), result);
+            result = nullptr;
+            // The handler, if there is one, has run by then or never will.
+            isLetGo->wait();
+            for (const auto &sent : connection->sent) {
+                modes += (modes.empty() ? "" : " ") + sent.mode.substr(0, sent.mode.find(' '));
+                if (sent.mode.starts_with("async")) {
+                    EXPECT_EQ(sent.mode, "async on global");
+                    connection->delivered->wait();
+                }
+                EXPECT_EQ(sent.text, sent.mode == "barrier" ? "" : each.sent);
+            }
         });
-        EXPECT_EQ(outcome.text, each.result);
-        EXPECT_EQ(console, each.console);
+        EXPECT_EQ(modes, each.modes);
+        EXPECT_EQ(connection->livingTemporaries, 0) << "the operation has no release scope of its own";
+        if (expected == notCalled)
+            EXPECT_FALSE(given) << *given;
+        else
+            EXPECT_EQ(given.value_or(""), withDescription(expected));
+        EXPECT_EQ(console, expectedConsole);
     }
-}
 
-TEST_F(ClientTest, ADescriptorStaysOpenAfterItsReplyIsGone) {
-    int ends[2];
-    ASSERT_EQ(pipe(ends), 0);
-    answerWith(reply([&](auto *r) { r->setDescriptor("filedescriptor", ends[1]); }));
-    close(ends[1]);
-    const int descriptor = client->fileDescriptorForAssetURL(assetURL());
-    connection->answer = nullptr;
-    ASSERT_GE(descriptor, 0);
-    EXPECT_EQ(write(descriptor, "x", 1), 1);
-    close(descriptor);
-    char byte = 0;
-    EXPECT_EQ(read(ends[0], &byte, 1), 1);
-    EXPECT_EQ(byte, 'x');
-    close(ends[0]);
-}
-
-TEST_F(ClientTest, ANullHandlerForAccessSendsNothing) {
-    client->requestAccessWithHandler(nullptr);
-    EXPECT_TRUE(connection->sent.empty());
-}
-
-TEST_F(ClientTest, ARequiredHandlerThatIsNullStopsTheProcess) {
-    ::testing::GTEST_FLAG(death_test_style) = "threadsafe";
-    EXPECT_DEATH(client->saveAssetWithJobDictionary(nullptr, nullptr),
-                 "Invalid parameter not satisfying: resultsBlock != NULL");
-    EXPECT_DEATH(client->batchSaveAssetsWithJobDictionaries(Array::of({}), nullptr),
-                 "Invalid parameter not satisfying: resultsBlock != NULL");
-    EXPECT_DEATH(client->requestImageDataForAsset(objectID(), 0, nullptr),
-                 "Invalid parameter not satisfying: resultsBlock != NULL");
-    EXPECT_DEATH(client->getPhotosAndVideosCountWithHandler(nullptr),
-                 "Invalid parameter not satisfying: handler != NULL");
-}
-
-TEST_F(ClientTest, AJobWithACallStackIsShownWithoutIt) {
-    const auto shown = [](const char *method) {
-        return std::string("##### ") + method + " here\n# \t name -> a\n";
-    };
-    auto withStack =
-        Dictionary::createWithKeys({{"callStack", String::of("here")}, {"name", String::of("a")}});
-    Outcome saved;
-    EXPECT_EQ(consoleOf([&] {
-                  client->saveAssetWithJobDictionary(withStack.get(),
-                                                     [&](Dictionary *, Error *) { saved.set(""); });
-                  saved.wait();
-              }),
-              shown("saveAssetWithJobDictionary:handler:imageSurface:previewImageSurface:"));
-    // Of a batch only the first job is looked at.
-    Outcome first;
-    EXPECT_EQ(consoleOf([&] {
-                  client->batchSaveAssetsWithJobDictionaries(Array::of({withStack.get(), withStack.get()}),
-                                                             [&](Array *, Error *) { first.set(""); });
-                  first.wait();
-              }),
-              shown("batchSaveAssetsWithJobDictionaries:handler:"));
-    Outcome second;
-    EXPECT_EQ(consoleOf([&] {
-                  client->batchSaveAssetsWithJobDictionaries(Array::of({job("b"), withStack.get()}),
-                                                             [&](Array *, Error *) { second.set(""); });
-                  second.wait();
-              }),
-              "");
-}
-
-struct TestJob final : JXDaemonJob {
-    std::vector<std::string> calls;
-    bool archives = false;
-    void encodeToMsgObject(MessageDictionary *message) override {
-        calls.push_back("encode " + std::to_string(message->count()));
-        message->setInt64("operation", 99);
-    }
-    bool shouldArchiveMsgToDisk() override { return archives; }
-    void archiveMsgToDisk(MessageDictionary *message) override {
-        calls.push_back("archive " + std::to_string(message->count()));
+    void check(const std::vector<Case> &cases) {
+        for (const Case &each : cases) {
+            SCOPED_TRACE(each.name);
+            for (const Answer &answer : each.answers) {
+                const auto reply = MessageDictionary::create();
+                answer.fill(reply.get());
+                SCOPED_TRACE(reply->description()->utf8());
+                checkReply(each, reply.get(), answer.result, "");
+            }
+            checkReply(each, MessageDictionary::create().get(), each.onEmpty, "");
+            checkReply(each, MessageScalar::createBool(true).get(), each.onStray, "");
+            checkReply(each, MessageError::connectionInterrupted(), each.onError,
+                       withDescription(each.console));
+        }
     }
 };
 
-TEST_F(ClientTest, AJobEncodesThenArchivesIfItWantsThenTravels) {
-    TestJob job;
-    client->sendDaemonJob(&job, nullptr);
-    EXPECT_EQ(job.calls, (std::vector<std::string>{"encode 0"}));
-    EXPECT_EQ(connection->sent.at(0).mode, "none");
+TEST_F(Operations, OfAccessAndAssetsSendTheirKeysInOrderAndReadEachKindOfReply) {
+    check({
+        {"access",
+         [](Client *c, const Result &r) { c->requestAccessWithHandler(keepIn(r)); },
+         "async",
+         "operation:int64=3",
+         {{with("authorized", 0), "yes null"},
+          {with("authorized", 1), "no Wickerlane 2"},
+          {with("authorized", 2), "no Wickerlane 1"},
+          {with("authorized", 7), "no Wickerlane 10"},
+          {with("authorized", -1), "no Wickerlane 10"}},
+         "yes null",
+         notCalled,
+         "no Wickerlane 10 %@"},
+        {"access without handler", [](Client *c, const Result &) { c->requestAccessWithHandler(nullptr); },
+         "", ""},
+        {"launch", [](Client *c, const Result &) { c->launchHoardd(); }, "async", "operation:int64=10"},
 
-    job.archives = true;
-    answerWith(MessageError::connectionInterrupted());
-    Outcome outcome;
-    client->sendDaemonJob(&job, [&](MessageValue *raw) {
-        outcome.set(raw == MessageError::connectionInterrupted() ? "interrupted" : "other");
+        {"descriptor",
+         [](Client *c, const Result &r) { *r = std::to_string(c->fileDescriptorForAssetURL(assetURL())); },
+         "sync",
+         "operation:int64=1 assetURL:string=rez-vault://a",
+         {},
+         "-1",
+         "-1",
+         "-1",
+         received},
+        {"descriptor of null",
+         [](Client *c, const Result &r) { *r = std::to_string(c->fileDescriptorForAssetURL(nullptr)); },
+         "sync",
+         "operation:int64=1",
+         {},
+         "-1",
+         "-1",
+         "-1",
+         received},
+        {"file URL",
+         [](Client *c, const Result &r) { *r = onOneLine(c->fileURLForAssetURL(assetURL(), false)); },
+         "sync",
+         "operation:int64=2 assetURL:string=rez-vault://a",
+         {{with("fileURL", "file:///a"), "file:///a"}, {with("fileURL", 1), "null"}},
+         "null",
+         "null",
+         "null",
+         received},
+        {"file URL with adjustments",
+         [](Client *c, const Result &r) { *r = onOneLine(c->fileURLForAssetURL(assetURL(), true)); },
+         "sync",
+         "operation:int64=2 assetURL:string=rez-vault://a withAdjustments:bool=true",
+         {{with("fileURL", "file:///a"), "file:///a"}},
+         "null",
+         "null",
+         "null",
+         received},
+        {"new asset",
+         [](Client *c, const Result &r) { *r = onOneLine(c->fileURLForNewAssetWithType(1, text("MOV"))); },
+         "sync",
+         "operation:int64=5 assetType:uint64=1 extension:string=MOV",
+         {{with("url", "file:///n"), "file:///n"}},
+         "null",
+         "null",
+         "null"},
+        {"image data",
+         [](Client *c, const Result &r) {
+             c->requestImageDataForAsset(objectID(), 3, [r](Data *data, int format) {
+                 *r = onOneLine(data) + " " + std::to_string(format);
+             });
+         },
+         "async",
+         "operation:int64=6 objectID:data=x-hoard://s/Asset/p1 format:uint64=3",
+         {{withData("imageData", "\1\2"), "<0102> 3"}},
+         "null 3",
+         notCalled,
+         "null 0"},
+        {"image data, blocking",
+         [](Client *c, const Result &r) { *r = onOneLine(c->imageDataForAsset(objectID(), -2)); },
+         "sync",
+         "operation:int64=6 objectID:data=x-hoard://s/Asset/p1 format:uint64=18446744073709551614",
+         {{withData("imageData", "\1\2"), "<0102>"}},
+         "null",
+         "null",
+         "null"},
+
+        {"save",
+         [](Client *c, const Result &r) { save(c, oneEntry(), r); },
+         "async",
+         "operation:int64=8 jobDictionary:dictionary={k:string=v}",
+         {{withJob("resultJobDictionary"), "{ k = v;} null"},
+          {both(withJob("resultJobDictionary"), with("noData", true)), "null Wickerlane 12"},
+          {both(withJob("resultJobDictionary"), with("jobQueueFull", true)), "null Wickerlane 11"},
+          {both(with("noData", true), with("jobQueueFull", true)), "null Wickerlane 12"}},
+         "null null",
+         notCalled,
+         "null Wickerlane 10"},
+        {"save of a job that can't travel",
+         [](Client *c, const Result &r) { save(c, jobThatCannotTravel(), r); },
+         "async",
+         "operation:int64=8",
+         {},
+         "null null",
+         notCalled,
+         "null Wickerlane 10"},
+        {"batch, one job of which can't travel",
+         [](Client *c, const Result &r) {
+             batch(c, Array::of({job("a"), jobThatCannotTravel(), job("b")}), r);
+         },
+         "async",
+         "operation:int64=9 jobDictionaries:array=[dictionary={name:string=a}, "
+         "dictionary={name:string=b}]",
+         {{[](MessageDictionary *reply) {
+               const auto jobs = MessageArray::create();
+               jobs->append(MessageDictionary::create().get());
+               jobs->append(MessageDictionary::create().get());
+               reply->set("resultJobDictionaries", jobs.get());
+           },
+           "( {}, {}) null"}},
+         "() null",
+         notCalled,
+         "null Wickerlane 10"},
+        {"batch of null",
+         [](Client *c, const Result &r) { batch(c, nullptr, r); },
+         "async",
+         "operation:int64=9 jobDictionaries:array=[]",
+         {},
+         "() null",
+         notCalled,
+         "null Wickerlane 10"},
+
+        {"large preview",
+         [](Client *c, const Result &r) {
+             c->setLargePreviewImageForAssetWithURL(assetURL(), bytes(), oneEntry(), keepIn(r));
+         },
+         "sync async",
+         "operation:int64=17 assetURL:string=rez-vault://a imageData:data=xy properties:list={ k = v;}",
+         {{both(with("success", true), with("hasEntitlement", true)), "yes null"},
+          {with("success", true),
+           "yes Wickerlane 3 A required entitlement (org.wickerlane.hoardd.write-assets) was "
+           "not present"},
+          {with("hasEntitlement", true), "no null"}},
+         "no Wickerlane 3 A required entitlement (org.wickerlane.hoardd.write-assets) was not present",
+         "no Wickerlane 3 A required entitlement (org.wickerlane.hoardd.write-assets) was not present",
+         "no null",
+         "Can't set edited rendition for asset (%@)\n"},
+        {"large preview without handler",
+         [](Client *c, const Result &) {
+             c->setLargePreviewImageForAssetWithURL(assetURL(), nullptr, nullptr, nullptr);
+         },
+         "sync async",
+         "operation:int64=17 assetURL:string=rez-vault://a",
+         {},
+         "",
+         "",
+         "",
+         "Can't set edited rendition for asset (%@)\n"},
+        {"thumbnails, awaited",
+         [](Client *c, const Result &) { c->updateThumbnailsForPhotos(photos(), true, true, false); }, "sync",
+         "operation:int64=18 photoUUIDs:list=( U-1, U-1) assignNewIndex:bool=true forceRefresh:bool=false "
+         "waitingForReply:bool=true"},
+        {"thumbnails",
+         [](Client *c, const Result &) { c->updateThumbnailsForPhotos(photos(), false, false, true); },
+         "none",
+         "operation:int64=18 photoUUIDs:list=( U-1, U-1) assignNewIndex:bool=false forceRefresh:bool=true "
+         "waitingForReply:bool=false"},
+        {"preview well", [](Client *c, const Result &) { c->updateCameraPreviewWellImage(savedThing()); },
+         "none", "operation:int64=19 objectID:string=x-hoard://s/Thing/p1"},
+        {"empty preview well", [](Client *c, const Result &) { c->updateCameraPreviewWellImage(nullptr); },
+         "none", "operation:int64=19"},
+        {"restored asset",
+         [](Client *c, const Result &) {
+             c->updateRestoredAssetWithUUID(text("U"), Array::of({text("/a")}));
+         },
+         "async", "operation:int64=21 assetUUID:string=U assetPaths:array=[string=/a]"},
+        {"restored asset without UUID",
+         [](Client *c, const Result &) { c->updateRestoredAssetWithUUID(nullptr, nullptr); }, "async",
+         "operation:int64=21 assetUUID:string="},
+        {"background write",
+         [](Client *c, const Result &) { c->writeDataInBackground(bytes(), URL::of("file:///a")); }, "none",
+         "operation:int64=24 dataToSave:data=xy destinationURL:string=file:///a"},
+        {"estimate",
+         [](Client *c, const Result &r) {
+             *r = std::to_string(c->estimatedOutputFileLengthForVideoURL(URL::of("file:///v"), text("/f"),
+                                                                         text("P"), oneEntry()));
+         },
+         "sync",
+         "operation:int64=70 videoURL:string=file:///v fallbackFilePath:string=/f exportPreset:string=P "
+         "exportProperties:list={ k = v;}",
+         {{with("fileLength", std::int64_t{1} << 40), "1099511627776"}, {with("fileLength", -5), "-5"}},
+         "0",
+         "-1",
+         "-1",
+         received},
+        {"estimate of the URL alone",
+         [](Client *c, const Result &r) {
+             *r = std::to_string(c->estimatedOutputFileLengthForVideoURL(
+                 URL::of("file:///v"), nullptr, text(""), autorelease(Dictionary::createWithKeys({}))));
+         },
+         "sync",
+         "operation:int64=70 videoURL:string=file:///v",
+         {},
+         "0",
+         "-1",
+         "-1",
+         received},
+        {"download",
+         [](Client *c, const Result &) { c->downloadAsset(savedThing()->objectID(), true, false, true); },
+         "none",
+         "operation:int64=74 objectID:data=x-hoard://s/Thing/p1 requestThumbnail:bool=true "
+         "shouldPrioritize:bool=false shouldExtendTimer:bool=true"},
+        {"download of null", [](Client *c, const Result &) { c->downloadAsset(nullptr, true, true, true); },
+         "", ""},
+        {"video metadata",
+         [](Client *c, const Result &r) { *r = onOneLine(c->videoMetadataAtPath(text("/v"))); },
+         "sync",
+         "operation:int64=75 filePath:string=/v",
+         {{withMapping("metadata"), "{ k = v;}"}},
+         "null",
+         "null",
+         "null",
+         received},
     });
-    EXPECT_EQ(outcome.wait(), "interrupted");
-    EXPECT_EQ(job.calls, (std::vector<std::string>{"encode 0", "encode 0", "archive 1"}));
-    EXPECT_EQ(connection->sent.at(1).mode, "async on global");
-    EXPECT_EQ(connection->sent.at(1).text, "operation:int64=99");
 }
 
-TEST_F(ClientTest, QueuesFollowTheNumberOfProcessors) {
-    EXPECT_EQ(client->sendQueue(), client->replyQueue());
-    for (const bool single : {true, false}) {
-        ASSERT_TRUE(
-            setPreferenceValue("ProcessorCount", Number::of(single ? 1 : 2), "org.wickerlane.device"));
-        test::OwnClient other;
-        if (single)
-            EXPECT_STREQ(other->deviceSpecificReplyQueue()->label(), "JXGatekeeperClient serial reply queue");
-        else
-            EXPECT_EQ(other->deviceSpecificReplyQueue(), other->replyQueue());
-    }
+TEST_F(Operations, OfAlbumsSendTheirKeysInOrderAndReadEachKindOfReply) {
+    check({
+        {"add group",
+         [](Client *c, const Result &r) { addGroup(c, text("N"), r); },
+         "async",
+         "operation:int64=11 name:string=N",
+         {{with("groupURL", "a:b"), "no null a:b"},
+          {both(with("nameTaken", true), with("groupURL", "a:b")), "yes null null"}},
+         "no Wickerlane 13 null",
+         "no Wickerlane 13 null",
+         "no Wickerlane 13 null"},
+        {"add group without name",
+         [](Client *c, const Result &r) { addGroup(c, nullptr, r); },
+         "async",
+         "operation:int64=11",
+         {},
+         "no Wickerlane 13 null",
+         "no Wickerlane 13 null",
+         "no Wickerlane 13 null"},
+        {"add to album",
+         [](Client *c, const Result &r) { c->addAssetWithURL(assetURL(), text("A"), keepIn(r)); },
+         "async",
+         "operation:int64=12 assetURL:string=rez-vault://a albumUUID:string=A",
+         {{with("success", true), "yes null"}},
+         "no null",
+         "no null",
+         "no null"},
+        {"delete",
+         [](Client *c, const Result &r) { c->deleteAssetWithURL(assetURL(), keepIn(r)); },
+         "async",
+         "operation:int64=13 assetURL:string=rez-vault://a",
+         {{with("success", true),
+           "yes Wickerlane 3 A required entitlement (org.wickerlane.hoardd.delete-assets) was "
+           "not present"},
+          {with("hasEntitlement", true), "no null"},
+          {both(with("success", true), with("hasEntitlement", true)), "yes null"}},
+         "no Wickerlane 3 A required entitlement (org.wickerlane.hoardd.delete-assets) was not present",
+         "no Wickerlane 3 A required entitlement (org.wickerlane.hoardd.delete-assets) was not present",
+         "no Wickerlane 3 A required entitlement (org.wickerlane.hoardd.delete-assets) was not present"},
+        {"usage intent",
+         [](Client *c, const Result &r) { c->setExternalUsageIntent(0, assetURL(), keepIn(r)); },
+         "async",
+         "operation:int64=14 externalUsageIntent:uint64=0 assetURL:string=rez-vault://a",
+         {{with("success", true), "yes null"}},
+         "no null",
+         notCalled,
+         "no null",
+         "Unable to set external usage intent because Msg service returned an error. (%@)\n"},
+        {"album counts", [](Client *c, const Result &) { c->recalculateCachedAlbumCounts(); }, "none",
+         "operation:int64=30"},
+        {"empty album", [](Client *c, const Result &) { c->automaticallyDeleteEmptyAlbum(savedThing()); },
+         "none", "operation:int64=58 albumOID:data=x-hoard://s/Thing/p1"},
+    });
 }
 
-TEST_F(ClientTest, AMissingEntitlementIsNamed) {
-    EXPECT_EQ(describe(JXGatekeeperClient::securityPolicyErrorForMissingEntitlement(String::of("x"))),
-              "Wickerlane 3 A required entitlement (x) was not present");
+TEST_F(Operations, OfTheLibrarySendTheirKeysInOrderAndReadEachKindOfReply) {
+    check({
+        {"create database",
+         [](Client *c, const Result &) { c->createPixholdDatabase(); },
+         "sync",
+         "operation:int64=15",
+         {},
+         "",
+         "",
+         "",
+         "Unable to create library. This is bad. (%@)\n"},
+        {"counts",
+         [](Client *c, const Result &r) {
+             c->getPhotosAndVideosCountWithHandler([r](Number *photoCount, Number *videoCount) {
+                 *r = onOneLine(photoCount) + " " + onOneLine(videoCount);
+             });
+         },
+         "async",
+         "operation:int64=16",
+         {{[](MessageDictionary *reply) {
+               reply->setUInt64("photoCount", 18446744073709551615U), reply->setUInt64("videoCount", 0);
+           },
+           "18446744073709551615 0"},
+          {[](MessageDictionary *reply) { reply->setUInt64("photoCount", 2); }, "2 null"}},
+         "null null",
+         "null null",
+         "null null"},
+        {"model version",
+         [](Client *c, const Result &r) { *r = std::to_string(c->getCurrentModelVersion()); },
+         "sync",
+         "operation:int64=69",
+         {{with("version", 7), "7"}},
+         "0",
+         "-1",
+         "-1",
+         "*** Error getting current model version\n"},
+        {"import, awaited",
+         [](Client *c, const Result &) { c->importFileSystemAssetsWaitingForReply(true); },
+         "sync",
+         "operation:int64=22",
+         {},
+         "",
+         "",
+         "",
+         "Can't import file system assets. This is bad. (%@)\n"},
+        {"import", [](Client *c, const Result &) { c->importFileSystemAssetsWaitingForReply(false); }, "none",
+         "operation:int64=23"},
+        {"sizes",
+         [](Client *c, const Result &r) {
+             c->getLibrarySizes([r](Dictionary *sizes) { *r = onOneLine(sizes); });
+         },
+         "async",
+         "operation:int64=56",
+         {{withMapping("sizes"), "{ k = v;}"}},
+         "null",
+         "null",
+         "null"},
+        {"after restore",
+         [](Client *c, const Result &) { c->updateModelAfterOTARestore(); },
+         "sync",
+         "operation:int64=20",
+         {},
+         "",
+         "",
+         "",
+         "Unable to update library after an OTA restore. This is bad. (%@)\n"},
+        {"finalize", [](Client *c, const Result &) { c->finalizeOTARestoreRecreatingAlbums(false); }, "async",
+         "operation:int64=21 recreateAlbumsFromMetadata:bool=false restoreEnded:bool=true"},
+        {"seconds",
+         [](Client *c, const Result &r) {
+             *r = std::to_string(c->secondsNeededToCleanupModelAfterHarborsyncRestore());
+         },
+         "sync",
+         "operation:int64=25",
+         {{with("seconds", 90), "90"}},
+         "0",
+         "0",
+         "1",
+         "Unable to cleanup the model after an Harborsync restore. This is bad. (%@)\n"},
+        {"clean-up",
+         [](Client *c, const Result &) { c->cleanupModelAfterHarborsyncRestore(); },
+         "sync",
+         "operation:int64=26",
+         {},
+         "",
+         "",
+         "",
+         "Unable to cleanup the model after an Harborsync restore. This is bad. (%@)\n"},
+        {"repair",
+         [](Client *c, const Result &) { c->repairPotentialModelCorruption(); },
+         "sync",
+         "operation:int64=27",
+         {},
+         "",
+         "",
+         "",
+         "Unable to repair potential model corruption. This might be bad. (%@)\n"},
+        {"migration",
+         [](Client *c, const Result &) { c->dataMigrationWillFinish(); },
+         "sync",
+         "operation:int64=28",
+         {},
+         "",
+         "",
+         "",
+         "Unable to update library after an Harborsync restore from backup. This is bad. (%@)\n"},
+        {"termination",
+         [](Client *c, const Result &) {
+             c->notifyAboutTerminationDueToUncaughtException(Exception(text("N"), nullptr));
+         },
+         "none barrier", "operation:int64=29 name:string=N"},
+        {"termination for a reason",
+         [](Client *c, const Result &) {
+             c->notifyAboutTerminationDueToUncaughtException(Exception(text("N"), text("R")));
+         },
+         "none barrier", "operation:int64=29 name:string=N reason:string=R"},
+        {"change store", [](Client *c, const Result &) { c->clearChangeStore(); }, "none",
+         "operation:int64=31"},
+        {"recover", [](Client *c, const Result &) { c->recoverFromCrashIfNeeded(); }, "none",
+         "operation:int64=33"},
+        {"singletons", [](Client *c, const Result &) { c->repairSingletonObjects(); }, "sync",
+         "operation:int64=36"},
+        {"demo mode", [](Client *c, const Result &) { c->cleanupForStoreDemoMode(); }, "none",
+         "operation:int64=41"},
+        {"restore complete",
+         [](Client *c, const Result &r) { *r = c->hasCompletedRestorePostProcessing() ? "yes" : "no"; },
+         "sync",
+         "operation:int64=71",
+         {{with("isComplete", true), "yes"}},
+         "no",
+         "no",
+         "no",
+         "Unable to retrieve restore completion status from hoardd. This is unfortunate. (%@)\n"},
+    });
 }
 
-TEST_F(ClientTest, TheBarrierIsWaitedFor) {
-    client->waitUntilConnectionSendsAllMessages();
-    EXPECT_EQ(connection->sent.at(0).mode, "barrier");
+TEST_F(Operations, OfAnalysesSendTheirKeysInOrderAndReadEachKindOfReply) {
+    check({
+        {"moments complete",
+         [](Client *c, const Result &r) { *r = c->hasCompletedMomentAnalysis() ? "yes" : "no"; },
+         "sync",
+         "operation:int64=72",
+         {{with("isComplete", true), "yes"}},
+         "no",
+         "no",
+         "no",
+         "Unable to retrieve moment analysis state from hoardd. This is unfortunate. (%@)\n"},
+        {"moments", [](Client *c, const Result &) { c->rebuildMomentsIncremental(false); }, "sync",
+         "operation:int64=61 incremental:bool=false"},
+        {"moment lists", [](Client *c, const Result &) { c->rebuildMomentLists(); }, "sync",
+         "operation:int64=62"},
+        {"all moments", [](Client *c, const Result &) { c->analyzeAllMoments(); }, "sync",
+         "operation:int64=63"},
+        {"invalid moments", [](Client *c, const Result &) { c->analyzeInvalidMomentsAndDupesIfNeeded(); },
+         "sync", "operation:int64=64"},
+        {"moment", [](Client *c, const Result &) { c->analyzeMoment(savedThing()); }, "none",
+         "operation:int64=65 momentOID:data=x-hoard://s/Thing/p1"},
+        {"unsaved moment", [](Client *c, const Result &) { c->analyzeMoment(unsavedThing()); }, "", ""},
+        {"moment list", [](Client *c, const Result &) { c->analyzeMomentList(savedThing()); }, "none",
+         "operation:int64=66 momentListOID:data=x-hoard://s/Thing/p1"},
+        {"unsaved moment list", [](Client *c, const Result &) { c->analyzeMomentList(unsavedThing()); }, "",
+         ""},
+        {"cloud feed", [](Client *c, const Result &) { c->rebuildCloudFeed(); }, "sync",
+         "operation:int64=67"},
+        {"duplicates", [](Client *c, const Result &) { c->resetDupesAnalysis(); }, "sync",
+         "operation:int64=68"},
+        {"all thumbnails", [](Client *c, const Result &) { c->rebuildAllThumbnails(); }, "sync",
+         "operation:int64=73"},
+        {"no duplicates", [](Client *c, const Result &) { c->setAreDuplicates(false, photos()); }, "sync",
+         "operation:int64=1000 areDuplicates:bool=false photoUUIDs:list=( U-1, U-1)"},
+    });
+}
+
+TEST_F(Operations, OfSharingSendTheirKeysInOrderAndReadEachKindOfReply) {
+    check({
+        {"stream album", [](Client *c, const Result &) { c->createSnapriverAlbumWithStreamID(text("S")); },
+         "sync", "operation:int64=34 streamID:string=S"},
+        {"streams", [](Client *c, const Result &) { c->enableSnapriversWithStreamID(nullptr); }, "none",
+         "operation:int64=35"},
+        {"bulletins",
+         [](Client *c, const Result &r) { *r = onOneLine(c->getCurrentBulletins()); },
+         "sync",
+         "operation:int64=37",
+         {{[](MessageDictionary *reply) {
+               JXMsgDictionarySetArray(reply, "kJXBulletinsKey", Array::of({oneEntry()}));
+           },
+           "( { k = v; })"}},
+         "null",
+         "null",
+         "null",
+         "*** Error receiving bulletins from hoardd\n"},
+        {"badge",
+         [](Client *c, const Result &r) { *r = std::to_string(c->getCurrentApplicationBadgeCount()); },
+         "sync",
+         "operation:int64=38",
+         {{with("kJXApplicationBadgeCountKey", 3), "3"}},
+         "0",
+         "0",
+         "0",
+         "*** Error receiving application badge count from hoardd\n"},
+        {"bulletin thumbnail",
+         [](Client *c, const Result &r) {
+             *r = onOneLine(c->getThumbnailImageDataForBulletinWithRecordID(7));
+         },
+         "sync",
+         "operation:int64=39 kJXRecordIDKey:uint64=7",
+         {{withData("kJXThumbnailImageDataKey", "\1"), "<01>"}},
+         "null",
+         "null",
+         "null",
+         "*** Error receiving image data for thumbnail with recordID = 7 from hoardd\n"},
+        {"clear bulletins", [](Client *c, const Result &) { c->clearAllBulletinsWithLastClearedRecordID(7); },
+         "none", "operation:int64=40 kJXLastClearedRecordIDKey:uint64=7"},
+        {"limits", [](Client *c, const Result &) { c->updateSharedAlbumsCachedServerConfigurationLimits(); },
+         "none", "operation:int64=45"},
+        {"purgeable",
+         [](Client *c, const Result &r) { *r = std::to_string(c->purgeableSharedAssetsSpace()); },
+         "sync",
+         "operation:int64=51 smJobType:uint64=0",
+         {{with("smBytesReturned", 9), "9"}},
+         "0",
+         "0",
+         "0",
+         "*** Error receiving result for attemptToPurgeSharedAssetsSpace call\n"},
+        {"purge",
+         [](Client *c, const Result &r) { *r = std::to_string(c->attemptToPurgeSharedAssetsSpace(5)); },
+         "sync",
+         "operation:int64=51 smJobType:uint64=1 smBytesRequested:uint64=5",
+         {{with("smBytesReturned", 4), "4"}},
+         "0",
+         "0",
+         "0",
+         "*** Error receiving result for attemptToPurgeSharedAssetsSpace call\n"},
+        {"key for e-mail",
+         [](Client *c, const Result &r) { *r = std::to_string(c->keyForEmailAddress(text("a@b"))); },
+         "sync",
+         "operation:int64=57 email:string=a@b",
+         {{with("key", 12), "12"}},
+         "0",
+         "0",
+         "-1",
+         "*** Error getting email address for key -1\n"},
+        {"e-mail for key",
+         [](Client *c, const Result &r) { *r = onOneLine(c->emailAddressForKey(-2)); },
+         "sync",
+         "operation:int64=57 key:int64=-2",
+         {{with("email", "a@b"), "a@b"}},
+         "null",
+         "null",
+         "null",
+         "*** Error getting email address for key -2\n"},
+        {"person",
+         [](Client *c, const Result &r) { *r = onOneLine(c->personInfoDictionaryForPersonID(text("P"))); },
+         "sync",
+         "operation:int64=59 personID:string=P",
+         {{withJob("personInfoDictionary"), "{ k = v;}"}},
+         "null",
+         "null",
+         "null",
+         "*** Error getting person info for personID P\n"},
+        {"person without ID",
+         [](Client *c, const Result &r) { *r = onOneLine(c->personInfoDictionaryForPersonID(nullptr)); },
+         "",
+         "",
+         {},
+         "null",
+         "null",
+         "null"},
+        {"set person", [](Client *c, const Result &) { c->setPersonInfoDictionary(oneEntry(), text("P")); },
+         "none", "operation:int64=60 personID:string=P personInfoDictionary:dictionary={k:string=v}"},
+        {"clear person", [](Client *c, const Result &) { c->setPersonInfoDictionary(nullptr, text("P")); },
+         "none", "operation:int64=60 personID:string=P"},
+        {"set person without ID",
+         [](Client *c, const Result &) { c->setPersonInfoDictionary(oneEntry(), nullptr); }, "", ""},
+    });
+}
+
+TEST_F(ClientTest, ARequiredParameterThatIsNullStopsTheProcess) {
+    ::testing::GTEST_FLAG(death_test_style) = "threadsafe";
+    const auto ignore = [](bool, Error *) {};
+    const std::pair<std::function<void()>, const char *> cases[] = {
+        {[&] { client->saveAssetWithJobDictionary(nullptr, nullptr); }, "resultsBlock != NULL"},
+        {[&] { client->batchSaveAssetsWithJobDictionaries(Array::of({}), nullptr); }, "resultsBlock != NULL"},
+        {[&] { client->requestImageDataForAsset(objectID(), 0, nullptr); }, "resultsBlock != NULL"},
+        {[&] { client->addGroupWithName(nullptr, nullptr); }, "resultsBlock != NULL"},
+        {[&] { client->addAssetWithURL(nullptr, nullptr, nullptr); }, "assetURL"},
+        {[&] { client->addAssetWithURL(assetURL(), nullptr, nullptr); }, "albumUUID"},
+        {[&] { client->addAssetWithURL(assetURL(), text("A"), nullptr); }, "resultsBlock != NULL"},
+        {[&] { client->deleteAssetWithURL(nullptr, ignore); }, "assetURL"},
+        {[&] { client->deleteAssetWithURL(assetURL(), nullptr); }, "resultBlock != NULL"},
+        {[&] { client->setExternalUsageIntent(1, nullptr, ignore); }, "assetURL"},
+        {[&] { client->setExternalUsageIntent(1, assetURL(), nullptr); }, "resultsBlock != NULL"},
+        {[&] { client->getLibrarySizes(nullptr); }, "handler"},
+        {[&] { client->getPhotosAndVideosCountWithHandler(nullptr); }, "handler != NULL"},
+    };
+    for (const auto &[call, condition] : cases)
+        EXPECT_DEATH(call(), std::string("Invalid parameter not satisfying: ") + condition + "\n");
 }
 
 } // namespace
