@@ -31,9 +31,8 @@ void echo(int fd) {
 
 void serve(int fd) {
     static hoardd::Daemon &daemon = *new hoardd::Daemon({.idleTime = std::chrono::milliseconds(0)});
-    std::string problem;
-    if (!daemon.start([] {}, problem)) {
-        std::fprintf(stderr, "%s\n", problem.c_str());
+    if (const auto started = daemon.start([] {}); !started) {
+        std::fprintf(stderr, "%s\n", started.error().text.c_str());
         _exit(1);
     }
     bench::writeAll(fd, "r", 1);

@@ -1,85 +1,70 @@
 #include "hoardd/Daemon.h"
 
-#include "hoardd/service/Dispatch.h"
-#include "wickerlane/log/JXLog.h"
-#include "wickerlane/platform/consent/Consent.h"
+#include "hoardd/albums/AlbumHandlers.h"
+#include "hoardd/albums/SharingHandlers.h"
+#include "hoardd/analysis/AnalysisHandlers.h"
+#include "hoardd/pictures/AssetHandlers.h"
+#include "hoardd/pictures/RenditionHandlers.h"
+#include "hoardd/pictures/VideoHandlers.h"
+#include "hoardd/saving/AssetSaver.h"
+#include "hoardd/saving/FileHandlers.h"
+#include "hoardd/saving/SaveHandlers.h"
+#include "hoardd/service/AccessHandlers.h"
+#include "hoardd/upkeep/LibraryHandlers.h"
 #include "wickerlane/protocol/ServiceName.h"
 
 namespace wickerlane::hoardd {
 
-Daemon::Daemon(DaemonOptions options) : settings(options), jobQueue(options.mostJobs) {
+namespace {
+
+constexpr std::size_t maxLongWork = 64;
+
+} // namespace
+
+std::vector<std::span<const Operation>> allOperations() {
+    return {accessOperations(),  assetOperations(),   renditionOperations(), videoOperations(),
+            saveOperations(),    fileOperations(),    albumOperations(),     sharingOperations(),
+            libraryOperations(), analysisOperations()};
 }
 
-bool Daemon::start(Handler<void()> ended, std::string &problem) {
+Daemon::Daemon(DaemonOptions options)
+    : settings(options), jobs(options.maxJobs), longWork(maxLongWork, 1),
+      folder(store::LibraryPaths(), [this](Library &library) { takeUpLibrary(library); }),
+      dispatcher({.operations = allOperations(),
+                  .folder = &folder,
+                  .openLibrary = [this] { return folder.open(); },
+                  .jobs = &jobs,
+                  .longWork = &longWork}) {
+}
+
+void Daemon::takeUpLibrary(Library &library) {
+    AssetSaver(library).recover();
+    // Beside whatever is asked for.
+    static_cast<void>(longWork.add({[&library] { AssetSaver(library).finishDue(); }}));
+}
+
+Result<> Daemon::start(Handler<void()> ended) {
     // What one client asks for is done in the order in which it asked; what takes long is handed on.
+    std::string reason;
     listener = MessageListener::create(
         WickerlaneGatekeeperName, WorkQueue::global(),
-        [this](ReceivedMessage *message) {
-            if (const auto held = noteServing())
-                dispatch(*this, Call(message));
-        },
-        {.idleTime = settings.idleTime, .idle = std::move(ended), .ordersEachPeer = true}, &problem);
+        [this](ReceivedMessage *message) { dispatcher.dispatch(Call(message)); },
+        {.idleTime = settings.idleTime, .idle = std::move(ended), .ordersEachPeer = true}, &reason);
     if (!listener)
-        return false;
+        return fail(ProblemKind::failed, reason);
     listener->resume();
-    return true;
+    return {};
 }
 
 void Daemon::stop() {
-    jobQueue.close();
-    longJobs.close();
+    jobs.close();
+    if (Library *library = folder.opened())
+        library->end();
+    longWork.close();
     listener->cancel(); // after the saves, so that they are answered
-    {
-        std::unique_lock guard(servingLock);
-        stopping = true;
-        served.wait(guard, [this] { return serving == 0; });
-    }
-    const std::lock_guard guard(opening);
-    if (opened)
-        opened->close();
-}
-
-std::shared_ptr<void> Daemon::noteServing() {
-    const std::lock_guard guard(servingLock);
-    if (stopping)
-        return nullptr;
-    ++serving;
-    return {this, [](void *daemon) { static_cast<Daemon *>(daemon)->endServing(); }};
-}
-
-void Daemon::endServing() {
-    const std::lock_guard guard(servingLock);
-    if (--serving == 0)
-        served.notify_all();
-}
-
-Library *Daemon::library(const Call &call) {
-    const std::lock_guard guard(opening);
-    if (!opened) {
-        std::string problem;
-        opened = Library::open(store::LibraryPaths(), problem);
-        if (!opened) {
-            JX_LOG(JXLogLevelError, JXGenericLog, "%s", problem.c_str());
-            call.refuse(problem);
-        } else {
-            // Beside whatever is asked for.
-            static_cast<void>(longJobs.add({[this, library = opened.get()] {
-                library->saver().finishDue([this] { return longJobs.isClosed(); });
-            }}));
-        }
-    }
-    return opened.get();
-}
-
-AccessStatus Daemon::accessOf(const PeerIdentity &peer) const {
-    if (const auto decided = ConsentStore::shared().decision(kPVGServicePhotos, peer.executable, peer.user))
-        return *decided ? AccessStatus::granted : AccessStatus::denied;
-    // The library belongs to whoever owns its root; before there is one, to the user the daemon serves.
-    return peer.user == ConsentStore::owner() ? AccessStatus::granted : AccessStatus::notAsked;
-}
-
-bool Daemon::isEntitled(const PeerIdentity &peer, const String *entitlement) const {
-    return ConsentStore::shared().isEntitled(peer, entitlement->utf8());
+    dispatcher.stop();
+    if (Library *library = folder.opened())
+        library->close();
 }
 
 } // namespace wickerlane::hoardd

@@ -7,6 +7,7 @@
 
 #include "hoardd/Daemon.h"
 #include "wickerlane/platform/console/Console.h"
+#include "wickerlane/platform/object/NeverDestroyed.h"
 #include "wickerlane/platform/queue/DescriptorSource.h"
 #include "wickerlane/platform/queue/WorkQueue.h"
 
@@ -28,10 +29,10 @@ UniqueFd redirectSignals() {
 int serve(const DaemonOptions &options) {
     const UniqueFd signals = redirectSignals();
     // Never destroyed: threads of the queues may still use it when main() returns.
-    static Daemon &daemon = *new Daemon(options);
-    std::string problem;
-    if (!daemon.start([] { WorkQueue::stopMain(); }, problem)) {
-        consoleLog("hoardd: %s", problem.c_str());
+    static NeverDestroyed<Daemon> kept(options);
+    Daemon &daemon = *kept;
+    if (const auto started = daemon.start([] { WorkQueue::stopMain(); }); !started) {
+        consoleLog("hoardd: %s", started.error().text.c_str());
         return 1;
     }
     const auto source = DescriptorSource::create(signals.get(), [](std::uint32_t) { WorkQueue::stopMain(); });
@@ -58,7 +59,7 @@ int main(int argc, char **argv) {
     app.add_option("--idle-seconds", idleSeconds, "End after this time without a connection; 0 means never")
         ->check(CLI::Range(0.0, 1e6))
         ->capture_default_str();
-    app.add_option("--most-jobs", options.mostJobs, "Saves that may wait or run; further ones are refused")
+    app.add_option("--most-jobs", options.maxJobs, "Saves that may wait or run; further ones are refused")
         ->capture_default_str();
     CLI11_PARSE(app, argc, argv);
     options.idleTime = std::chrono::milliseconds(static_cast<std::int64_t>(idleSeconds * 1000));

@@ -1,125 +1,112 @@
-// Albums, and edits of assets.
+#include "hoardd/albums/AlbumHandlers.h"
+
 #include <unistd.h>
 
-#include "hoardd/Daemon.h"
 #include "hoardd/albums/Albums.h"
-#include "hoardd/service/Handlers.h"
-#include "wickerlane/log/JXLog.h"
+#include "hoardd/library/Interim.h"
+#include "hoardd/library/Lookup.h"
+#include "hoardd/saving/AssetSaver.h"
+#include "hoardd/service/Call.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/protocol/AlbumRows.h"
 #include "wickerlane/protocol/Entitlements.h"
 
 namespace wickerlane::hoardd {
 
-using namespace protocol;
-using store::ManagedAlbum;
-using store::ManagedAsset;
+namespace keys = protocol::keys;
 
 namespace {
 
-/// Tells the log what went wrong, if anything, and gives it back: callers may be told only that it did.
-std::string logged(const char *what, std::string problem) {
-    if (!problem.empty())
-        JX_LOG(JXLogLevelError, JXPhotosStateLog, "can't %s: %s", what, problem.c_str());
-    return problem;
-}
-
 /// Whether the camera's preview well shows an asset: a copy of its small thumbnail.
 bool isInPreviewWell(const Library &library, const store::AssetRecord &asset) {
-    constexpr std::size_t mostBytes = 4 << 20; // far above any picture of 256 pixels a side
+    constexpr std::size_t maxBytes = 4 << 20; // far above any picture of 256 pixels a side
     std::vector<std::byte> well, thumbnail;
-    return readFile(library.paths().previewWell(), well, mostBytes) &&
+    return readFile(library.paths().previewWell(), well, maxBytes) &&
            readFile(library.paths().thumbnail(asset.uuid, store::ThumbnailSize::small), thumbnail,
-                    mostBytes) &&
+                    maxBytes) &&
            well == thumbnail;
 }
 
-} // namespace
-
-void addGroup(Daemon &daemon, const Call &call) {
-    Library *library = daemon.library(call);
-    if (library == nullptr)
-        return;
+Result<Answer> addGroup(Library &library, const Call &call) {
     const String *name = call.get(keys::name);
     if (name == nullptr || name->utf8().empty())
-        return call.refuse("an album needs a name");
-    const Albums::Made made = Albums(*library).make(name->utf8(), {});
+        return fail(ProblemKind::invalid, "an album needs a name");
+    const Albums::Made made = Albums(library).make(name->utf8(), {});
     if (!made.problem.empty())
-        return call.refuse("can't make the album: " + made.problem);
+        return fail(ProblemKind::failed, "can't make the album: " + made.problem);
     Answer answer;
     answer.set(keys::nameTaken, made.nameTaken);
     if (!made.nameTaken)
         answer.set(keys::groupURL, store::createAlbumURL(made.uuid).get());
-    call.answer(answer);
+    return answer;
 }
 
-void addAssetToAlbum(Daemon &daemon, const Call &call) {
-    Library *library = daemon.library(call);
-    if (library == nullptr)
-        return;
-    const ManagedAsset *asset = library->assets().assetWithURL(call.get(keys::assetURL));
-    const ManagedAlbum *album = library->assets().albumWithUUID(call.get(keys::albumUUID)->utf8());
-    std::string problem;
-    if (asset == nullptr)
-        problem = "there is no such asset";
-    else if (album == nullptr)
-        problem = "there is no such album";
-    else
-        problem = Albums(*library).add(*asset, *album, call.peer().user);
-    call.answer(Answer().set(keys::success, logged("add an asset to an album", problem).empty()));
+Result<Answer> addAssetToAlbum(Library &library, const Call &call) {
+    const auto asset = assetWithURL(library, call.get(keys::assetURL));
+    if (!asset)
+        return passOn(asset);
+    const auto album = albumWithUUID(library, call.get(keys::albumUUID)->utf8());
+    if (!album)
+        return passOn(album);
+    if (const auto added = asResult(Albums(library).add(**asset, **album, call.peer().user)); !added)
+        return passOn(added);
+    return Answer().set(keys::success, true);
 }
 
-void deleteAsset(Daemon &daemon, const Call &call) {
-    if (!daemon.isEntitled(call.peer(), JXDeleteAssetsEntitlement))
-        return call.answer(Answer().set(keys::success, false).set(keys::hasEntitlement, false));
-    Library *library = daemon.library(call);
-    if (library == nullptr)
-        return;
-    const ManagedAsset *asset = library->assets().assetWithURL(call.get(keys::assetURL));
-    const bool isShown = asset != nullptr && isInPreviewWell(*library, asset->record());
-    const std::string problem =
-        asset != nullptr ? library->saver().remove(asset->record()) : "there is no such asset";
-    if (isShown && problem.empty())
-        ::unlink(library->paths().previewWell().c_str());
-    call.answer(Answer()
-                    .set(keys::success, logged("delete an asset", problem).empty())
-                    .set(keys::hasEntitlement, true));
+Result<Answer> deleteAsset(Library &library, const Call &call) {
+    const auto asset = assetWithURL(library, call.get(keys::assetURL));
+    if (!asset)
+        return passOn(asset);
+    const bool isShown = isInPreviewWell(library, (*asset)->record());
+    if (const auto removed = asResult(AssetSaver(library).remove((*asset)->record())); !removed)
+        return passOn(removed);
+    if (isShown)
+        ::unlink(library.paths().previewWell().c_str());
+    return Answer().set(keys::success, true).set(keys::hasEntitlement, true);
 }
 
-void setExternalUsageIntent(Daemon &daemon, const Call &call) {
-    Library *library = daemon.library(call);
-    if (library == nullptr)
-        return;
-    const ManagedAsset *asset = library->assets().assetWithURL(call.get(keys::assetURL));
-    std::string problem = "there is no such asset";
-    if (asset != nullptr)
-        problem = library->writer().change([&](sqlite::Database &database) {
-            return database.prepare("UPDATE zgenericasset SET externalusageintent = ? WHERE pk = ?")
-                .bind(call.get(keys::externalUsageIntent), asset->record().primaryKey)
-                .run();
-        });
-    call.answer(Answer().set(keys::success, logged("note how an asset is used", problem).empty()));
+Result<Answer> setExternalUsageIntent(Library &library, const Call &call) {
+    const auto asset = assetWithURL(library, call.get(keys::assetURL));
+    if (!asset)
+        return passOn(asset);
+    const auto noted = asResult(library.writer().change([&](sqlite::Database &database) {
+        return database.prepare("UPDATE zgenericasset SET externalusageintent = ? WHERE pk = ?")
+            .bind(call.get(keys::externalUsageIntent), (*asset)->record().primaryKey)
+            .run();
+    }));
+    if (!noted)
+        return passOn(noted);
+    return Answer().set(keys::success, true);
 }
 
-void recalculateCachedAlbumCounts(Daemon &daemon, const Call &call) {
-    Library *library = daemon.library(call);
-    if (library == nullptr)
-        return;
-    const bool done = logged("count the assets of albums", Albums(*library).recount()).empty();
-    call.finish(done ? "" : "the library's store can't be written");
+Result<Answer> recalculateCachedAlbumCounts(Library &library, const Call &) {
+    return whenDone(asResult(Albums(library).recount()));
 }
 
-void automaticallyDeleteEmptyAlbum(Daemon &daemon, const Call &call) {
-    Library *library = daemon.library(call);
-    if (library == nullptr)
-        return;
-    const auto *uri = as<MessageData>(call.value(keys::albumOID));
-    const std::int64_t album =
-        store::primaryKeyInURI({static_cast<const char *>(uri->bytes()), uri->length()},
-                               library->assets().storeUUID(), store::albumEntity);
-    const std::string problem = album != 0 ? Albums(*library).deleteIfEmpty(album)
-                                           : "albumOID is not that of an album of this library";
-    call.finish(logged("delete an empty album", problem));
+Result<Answer> automaticallyDeleteEmptyAlbum(Library &library, const Call &call) {
+    const auto album = keyOfObject(library, call.value(keys::albumOID), store::albumEntity);
+    if (!album)
+        return passOn(album);
+    return whenDone(asResult(Albums(library).deleteIfEmpty(*album)));
+}
+
+constexpr Operation operations[] = {
+    {&protocol::addGroup, addGroup},
+    {.row = &protocol::addAssetToAlbum, .handler = addAssetToAlbum, .sayNo = bySuccess},
+    {.row = &protocol::deleteAsset,
+     .handler = deleteAsset,
+     .runs = Runs::beside,
+     .entitlement = &JXDeleteAssetsEntitlement,
+     .sayNo = bySuccessAndEntitlement},
+    {.row = &protocol::setExternalUsageIntent, .handler = setExternalUsageIntent, .sayNo = bySuccess},
+    {&protocol::recalculateCachedAlbumCounts, recalculateCachedAlbumCounts},
+    {&protocol::automaticallyDeleteEmptyAlbum, automaticallyDeleteEmptyAlbum},
+};
+
+} // namespace
+
+std::span<const Operation> albumOperations() {
+    return operations;
 }
 
 } // namespace wickerlane::hoardd

@@ -5,6 +5,7 @@
 #include "hoardd/library/State.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/notification/Notification.h"
+#include "wickerlane/platform/object/Dictionary.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/protocol/BulletinKeys.h"

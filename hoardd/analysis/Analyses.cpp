@@ -16,8 +16,6 @@ using sqlite::Database;
 
 namespace {
 
-constexpr const char *stopped = "hoardd is ending; ask again";
-
 /// Written in one transaction: few enough that nobody waits long, enough that commits cost little.
 constexpr std::size_t mostPerCommit = 64;
 
@@ -88,8 +86,8 @@ std::string Analyses::analyzeMoments(const AnalysisScope &scope) {
     if (!moments)
         return problem;
     for (std::span left(*moments); !left.empty();) {
-        if (isEnding())
-            return stopped;
+        if (library.isEnding())
+            return stopped().value().text;
         const auto batch = left.first(std::min(left.size(), mostPerCommit));
         left = left.subspan(batch.size());
         problem = library.writer().change([&](Database &database) {
@@ -135,8 +133,8 @@ std::string Analyses::lookAtUnseenAssets() {
         return isLike;
     };
     for (std::int64_t last = 0;;) {
-        if (isEnding())
-            return stopped;
+        if (library.isEnding())
+            return stopped().value().text;
         const auto batch = readSteadily(library, problem, [&](Database &database) {
             return unseenAssets(database, last, mostPerCommit);
         });
@@ -212,8 +210,8 @@ std::string Analyses::rebuildThumbnails() {
         if (uuids->empty())
             break;
         for (const std::string &uuid : *uuids) {
-            if (isEnding())
-                return stopped;
+            if (library.isEnding())
+                return stopped().value().text;
             ReleaseScope scope;
             const Ref<store::ManagedAsset> asset = library.assets().assetWithUUID(uuid);
             if (!asset)

@@ -10,7 +10,6 @@
 #include "hoardd/analysis/DuplicateStore.h"
 #include "hoardd/analysis/MomentStore.h"
 #include "hoardd/library/Library.h"
-#include "wickerlane/platform/object/Handler.h"
 
 namespace wickerlane::hoardd {
 
@@ -21,8 +20,7 @@ namespace wickerlane::hoardd {
 /// The functions block; each gives an empty text when all was done, else the reason.
 class Analyses {
 public:
-    /// `ending` tells that the work should stop where it can.
-    Analyses(Library &opened, Handler<bool()> ending) : library(opened), isEnding(std::move(ending)) {}
+    explicit Analyses(Library &opened) : library(opened) {}
 
     /// Groups the assets into moments and these into lists: all of them, or only around what has changed.
     [[nodiscard]] std::string rebuildMoments(bool incremental);
@@ -49,7 +47,6 @@ private:
     [[nodiscard]] std::string groupDuplicates();
 
     Library &library;
-    Handler<bool()> isEnding;
 };
 
 } // namespace wickerlane::hoardd

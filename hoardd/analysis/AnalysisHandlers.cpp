@@ -1,135 +1,113 @@
-// What hoardd makes of the library: moments, duplicates, the cloud feed, thumbnails.
-#include "hoardd/Daemon.h"
+#include "hoardd/analysis/AnalysisHandlers.h"
+
 #include "hoardd/analysis/Analyses.h"
-#include "hoardd/service/Handlers.h"
-#include "hoardd/service/LongWork.h"
+#include "hoardd/library/Interim.h"
+#include "hoardd/library/Lookup.h"
+#include "hoardd/service/Call.h"
 #include "wickerlane/protocol/AnalysisRows.h"
 #include "wickerlane/store/AnalysisReader.h"
 
 namespace wickerlane::hoardd {
 
-using namespace protocol;
+namespace keys = protocol::keys;
 
 namespace {
 
-/// Runs an analysis, which gives an empty text or the reason for which it failed, as long work.
-template <class Work>
-void runAnalysis(Daemon &daemon, const Call &call, Work work) {
-    runLongWork(daemon, call, [&daemon, work = std::move(work)](Library &library) {
-        Analyses analyses(library, [&daemon] { return daemon.longWork().isClosed(); });
-        return work(analyses);
+/// The moments are brought up to date before they are analyzed.
+Result<> analyzeAfterUpdate(Library &library, AnalysisScope::Kind kind) {
+    return asResult(Analyses(library).rebuildMoments(true)).and_then([&] {
+        return asResult(Analyses(library).analyzeMoments({kind, 0}));
     });
 }
 
-/// The primary key of an object that a call names by its ID; 0, and the call answered, when it can't be one
-/// of this library.
-std::int64_t keyNamedBy(Daemon &daemon, const Call &call, const Key<coding::ObjectID> &key,
-                        std::string_view entity) {
-    Library *library = daemon.library(call);
-    if (library == nullptr)
-        return 0;
-    const auto *uri = as<MessageData>(call.value(key));
-    const std::int64_t found =
-        uri != nullptr ? store::primaryKeyInURI({static_cast<const char *>(uri->bytes()), uri->length()},
-                                                library->assets().storeUUID(), entity)
-                       : 0;
-    if (found == 0)
-        call.refuse("the object ID is not that of a " + std::string(entity) + " of this library");
-    return found;
+Result<Answer> rebuildMoments(Library &library, const Call &call) {
+    return whenDone(asResult(Analyses(library).rebuildMoments(call.get(keys::incremental))));
 }
 
-/// The moments are brought up to date before they are looked into.
-std::string analyzeAfterUpdate(Analyses &analyses, AnalysisScope::Kind kind) {
-    const std::string problem = analyses.rebuildMoments(true);
-    return problem.empty() ? analyses.analyzeMoments({kind, 0}) : problem;
+Result<Answer> rebuildMomentLists(Library &library, const Call &) {
+    return whenDone(asResult(Analyses(library).rebuildMomentLists()));
 }
 
-} // namespace
-
-void rebuildMoments(Daemon &daemon, const Call &call) {
-    runAnalysis(daemon, call, [incremental = call.get(keys::incremental)](Analyses &analyses) {
-        return analyses.rebuildMoments(incremental);
-    });
-}
-
-void rebuildMomentLists(Daemon &daemon, const Call &call) {
-    runAnalysis(daemon, call, [](Analyses &analyses) { return analyses.rebuildMomentLists(); });
-}
-
-void analyzeAllMoments(Daemon &daemon, const Call &call) {
-    runAnalysis(daemon, call,
-                [](Analyses &analyses) { return analyzeAfterUpdate(analyses, AnalysisScope::Kind::all); });
+Result<Answer> analyzeAllMoments(Library &library, const Call &) {
+    return whenDone(analyzeAfterUpdate(library, AnalysisScope::Kind::all));
 }
 
 // Duplicates first: what an asset shows has a say in which of them stands for its moment.
-void analyzeInvalidMomentsAndDupesIfNeeded(Daemon &daemon, const Call &call) {
-    runAnalysis(daemon, call, [](Analyses &analyses) {
-        const std::string problem = analyses.analyzeDuplicates();
-        return problem.empty() ? analyzeAfterUpdate(analyses, AnalysisScope::Kind::invalid) : problem;
-    });
+Result<Answer> analyzeInvalidMomentsAndDupesIfNeeded(Library &library, const Call &) {
+    return whenDone(asResult(Analyses(library).analyzeDuplicates()).and_then([&] {
+        return analyzeAfterUpdate(library, AnalysisScope::Kind::invalid);
+    }));
 }
 
-void analyzeMoment(Daemon &daemon, const Call &call) {
-    const std::int64_t key = keyNamedBy(daemon, call, keys::momentOID, store::momentEntity);
-    if (key != 0)
-        runAnalysis(daemon, call, [key](Analyses &analyses) {
-            return analyses.analyzeMoments({AnalysisScope::Kind::oneMoment, key});
-        });
+Result<Answer> analyzeMoment(Library &library, const Call &call) {
+    const auto key = keyOfObject(library, call.value(keys::momentOID), store::momentEntity);
+    if (!key)
+        return passOn(key);
+    return whenDone(asResult(Analyses(library).analyzeMoments({AnalysisScope::Kind::oneMoment, *key})));
 }
 
-void analyzeMomentList(Daemon &daemon, const Call &call) {
-    const std::int64_t key = keyNamedBy(daemon, call, keys::momentListOID, store::momentListEntity);
-    if (key != 0)
-        runAnalysis(daemon, call, [key](Analyses &analyses) {
-            return analyses.analyzeMoments({AnalysisScope::Kind::oneList, key});
-        });
+Result<Answer> analyzeMomentList(Library &library, const Call &call) {
+    const auto key = keyOfObject(library, call.value(keys::momentListOID), store::momentListEntity);
+    if (!key)
+        return passOn(key);
+    return whenDone(asResult(Analyses(library).analyzeMoments({AnalysisScope::Kind::oneList, *key})));
 }
 
-void rebuildCloudFeed(Daemon &daemon, const Call &call) {
-    runAnalysis(daemon, call, [](Analyses &analyses) { return analyses.rebuildCloudFeed(); });
+Result<Answer> rebuildCloudFeed(Library &library, const Call &) {
+    return whenDone(asResult(Analyses(library).rebuildCloudFeed()));
 }
 
-void resetDupesAnalysis(Daemon &daemon, const Call &call) {
-    runAnalysis(daemon, call, [](Analyses &analyses) { return analyses.resetDuplicates(); });
+Result<Answer> resetDupesAnalysis(Library &library, const Call &) {
+    return whenDone(asResult(Analyses(library).resetDuplicates()));
 }
 
-void hasCompletedMomentAnalysis(Daemon &daemon, const Call &call) {
-    Library *library = daemon.library(call);
-    if (library == nullptr)
-        return;
+Result<Answer> hasCompletedMomentAnalysis(Library &library, const Call &) {
     std::string problem;
-    auto reader = store::AnalysisReader::open(library->paths(), problem);
+    auto reader = store::AnalysisReader::open(library.paths(), problem);
     const auto complete = reader ? reader->areMomentsComplete() : std::nullopt;
     if (!complete)
-        return call.refuse(reader ? reader->problem() : problem);
-    call.answer(Answer().set(keys::isComplete, *complete));
+        return fail(ProblemKind::failed, reader ? reader->problem() : problem);
+    return Answer().set(keys::isComplete, *complete);
 }
 
-void rebuildAllThumbnails(Daemon &daemon, const Call &call) {
-    runAnalysis(daemon, call, [](Analyses &analyses) { return analyses.rebuildThumbnails(); });
+Result<Answer> rebuildAllThumbnails(Library &library, const Call &) {
+    return whenDone(asResult(Analyses(library).rebuildThumbnails()));
 }
 
-void setAreDuplicates(Daemon &daemon, const Call &call) {
-    Library *library = daemon.library(call);
-    if (library == nullptr)
-        return;
-    constexpr std::size_t mostPhotos = 1'000; // every two of them are a row
+Result<Answer> setAreDuplicates(Library &library, const Call &call) {
+    constexpr std::size_t maxPhotos = 1'000; // every two of them are a row
     const auto *uuids = as<Array>(call.get(keys::photoUUIDs));
-    if (uuids == nullptr || uuids->count() < 2 || uuids->count() > mostPhotos)
-        return call.refuse("photoUUIDs must name 2 to 1000 assets");
+    if (uuids == nullptr || uuids->count() < 2 || uuids->count() > maxPhotos)
+        return fail(ProblemKind::invalid, "photoUUIDs must name 2 to 1000 assets");
     std::vector<std::int64_t> assets;
     for (const Object *each : *uuids) {
         const auto *uuid = as<String>(each);
-        const store::ManagedAsset *asset =
-            uuid != nullptr ? library->assets().assetWithUUID(uuid->utf8()) : nullptr;
-        if (asset == nullptr)
-            return call.refuse("there is no such asset");
-        assets.push_back(asset->record().primaryKey);
+        const auto asset = assetWithUUID(library, uuid != nullptr ? uuid->utf8() : std::string_view());
+        if (!asset)
+            return passOn(asset);
+        assets.push_back((*asset)->record().primaryKey);
     }
-    runAnalysis(daemon, call,
-                [assets = std::move(assets), are = call.get(keys::areDuplicates)](Analyses &analyses) {
-                    return analyses.setAreDuplicates(assets, are);
-                });
+    return whenDone(asResult(Analyses(library).setAreDuplicates(assets, call.get(keys::areDuplicates))));
+}
+
+constexpr Operation operations[] = {
+    {&protocol::rebuildMoments, rebuildMoments, Runs::longWork},
+    {&protocol::rebuildMomentLists, rebuildMomentLists, Runs::longWork},
+    {&protocol::analyzeAllMoments, analyzeAllMoments, Runs::longWork},
+    {&protocol::analyzeInvalidMomentsAndDupesIfNeeded, analyzeInvalidMomentsAndDupesIfNeeded, Runs::longWork},
+    {&protocol::analyzeMoment, analyzeMoment, Runs::longWork},
+    {&protocol::analyzeMomentList, analyzeMomentList, Runs::longWork},
+    {&protocol::rebuildCloudFeed, rebuildCloudFeed, Runs::longWork},
+    {&protocol::resetDupesAnalysis, resetDupesAnalysis, Runs::longWork},
+    {&protocol::hasCompletedMomentAnalysis, hasCompletedMomentAnalysis},
+    {&protocol::rebuildAllThumbnails, rebuildAllThumbnails, Runs::longWork},
+    {&protocol::setAreDuplicates, setAreDuplicates, Runs::longWork},
+};
+
+} // namespace
+
+std::span<const Operation> analysisOperations() {
+    return operations;
 }
 
 } // namespace wickerlane::hoardd

@@ -43,8 +43,7 @@ bool makeLastingFolder(const std::string &path) {
 } // namespace
 
 Library::Library(UniqueFd held, std::unique_ptr<Store> writer, Ref<store::ObjectStore> opened)
-    : lock(std::move(held)), store(std::move(writer)), reader(std::move(opened)),
-      assetSaver(paths(), *store, workers, *reader, assetLocks) {
+    : lock(std::move(held)), store(std::move(writer)), reader(std::move(opened)) {
     store->whenCountsChange([this] { countNotice.noteChange(); });
 }
 
@@ -52,27 +51,23 @@ std::optional<sqlite::Database> Library::openReader(std::string &problem) const 
     return sqlite::Database::open(paths().database(), sqlite::Database::Access::read, problem);
 }
 
-std::unique_ptr<Library> Library::open(const store::LibraryPaths &paths, std::string &problem) {
+Result<std::unique_ptr<Library>> Library::open(const store::LibraryPaths &paths) {
     for (const std::string &folder :
          {paths.folder(), paths.folder() + "/PhotoData", paths.folder() + "/DCIM",
           paths.folder() + "/PhotoData/Thumbnails", paths.saving(), paths.incoming()})
-        if (!makeLastingFolder(folder)) {
-            problem = "can't make " + folder + ": " + std::strerror(errno);
-            return nullptr;
-        }
+        if (!makeLastingFolder(folder))
+            return failSystem("make", folder);
     UniqueFd lock = takeLock(paths.lock());
-    if (!lock) {
-        problem = "can't lock " + paths.lock() + ": " + std::strerror(errno);
-        return nullptr;
-    }
+    if (!lock)
+        return failSystem("lock", paths.lock());
+    std::string problem;
     auto writer = Store::open(paths, problem);
     if (!writer)
-        return nullptr;
+        return fail(ProblemKind::failed, problem, paths.database());
     auto reader = store::ObjectStore::open(paths, &problem);
     if (!reader)
-        return nullptr;
+        return fail(ProblemKind::failed, problem, paths.database());
     std::unique_ptr<Library> library(new Library(std::move(lock), std::move(writer), std::move(reader)));
-    library->assetSaver.recover();
     library->countNotice.noteChange(); // one that was killed may not have come to it
     return library;
 }

@@ -2,6 +2,7 @@
 #ifndef HOARDD_LIBRARY_LIBRARY_H
 #define HOARDD_LIBRARY_LIBRARY_H
 
+#include <atomic>
 #include <memory>
 #include <optional>
 #include <string>
@@ -10,7 +11,7 @@
 #include "hoardd/library/CountNotice.h"
 #include "hoardd/library/Store.h"
 #include "hoardd/media/MediaWorkers.h"
-#include "hoardd/saving/AssetSaver.h"
+#include "wickerlane/model/Result.h"
 #include "wickerlane/platform/file/UniqueFd.h"
 #include "wickerlane/store/ObjectStore.h"
 
@@ -19,11 +20,9 @@ namespace wickerlane::hoardd {
 /// One process at a time has a library open: it holds the library's lock. Thread-safe.
 class Library {
 public:
-    /// Opens a library, and makes it if there is none; what an earlier process left half saved is put right.
-    /// Null, with a reason, on failure: also when another process has had it open for longer than one takes
-    /// to end.
-    [[nodiscard]] static std::unique_ptr<Library> open(const store::LibraryPaths &paths,
-                                                       std::string &problem);
+    /// Opens a library, and makes it if there is none.
+    /// Fails also when another process has had it open for longer than one takes to end.
+    [[nodiscard]] static Result<std::unique_ptr<Library>> open(const store::LibraryPaths &paths);
 
     [[nodiscard]] const store::LibraryPaths &paths() const noexcept { return reader->paths(); }
     /// Finds assets, over a connection that only reads.
@@ -31,9 +30,12 @@ public:
     /// A connection of the caller's own that only reads. Nothing, with the reason, on failure.
     [[nodiscard]] std::optional<sqlite::Database> openReader(std::string &problem) const;
     [[nodiscard]] Store &writer() noexcept { return *store; }
-    [[nodiscard]] AssetSaver &saver() noexcept { return assetSaver; }
     [[nodiscard]] MediaWorkers &media() noexcept { return workers; }
     [[nodiscard]] AssetLocks &locks() noexcept { return assetLocks; }
+
+    /// Whether the process is about to end: work that takes long stops where it can, with stopped().
+    [[nodiscard]] bool isEnding() const noexcept { return ending; }
+    void end() noexcept { ending = true; }
 
     /// Leaves the database file standing alone. No save may be under way.
     void close() {
@@ -50,8 +52,13 @@ private:
     Ref<store::ObjectStore> reader;
     MediaWorkers workers;
     AssetLocks assetLocks;
-    AssetSaver assetSaver;
+    std::atomic<bool> ending{false};
 };
+
+/// Of long work that stops because the process is ending; what is left is known from the store.
+[[nodiscard]] inline Failure stopped() {
+    return fail(ProblemKind::ending, "hoardd is ending; ask again");
+}
 
 } // namespace wickerlane::hoardd
 

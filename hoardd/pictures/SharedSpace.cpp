@@ -54,14 +54,13 @@ std::optional<std::uint64_t> purgeableBytes(Library &library, std::string &probl
 }
 
 // Marked first, so that a kill leaves no thumbnail missing that the store thinks is there.
-std::optional<std::uint64_t> purge(Library &library, std::uint64_t bytes, const Handler<bool()> &isEnding,
-                                   std::string &problem) {
+std::optional<std::uint64_t> purge(Library &library, std::uint64_t bytes, std::string &problem) {
     const auto previews = purgeablePreviews(library, problem);
     if (!previews)
         return std::nullopt;
     std::uint64_t freed = 0;
     for (const Preview &each : *previews) {
-        if (isEnding())
+        if (library.isEnding())
             break;
         if (each.bytes > bytes - freed)
             continue; // never more than was asked for; another may be smaller

@@ -3,7 +3,6 @@
 #define HOARDD_PICTURES_SHAREDSPACE_H
 
 #include "hoardd/library/Library.h"
-#include "wickerlane/platform/object/Handler.h"
 
 namespace wickerlane::hoardd {
 
@@ -15,8 +14,7 @@ namespace wickerlane::hoardd {
 
 /// Frees at most so many bytes; those of assets that came first go first. Gives the bytes that were freed,
 /// also when it stops early since the process is ending.
-[[nodiscard]] std::optional<std::uint64_t> purge(Library &library, std::uint64_t bytes,
-                                                 const Handler<bool()> &isEnding, std::string &problem);
+[[nodiscard]] std::optional<std::uint64_t> purge(Library &library, std::uint64_t bytes, std::string &problem);
 
 } // namespace wickerlane::hoardd
 

@@ -1,14 +1,11 @@
-// What hoardd says of videos.
+#include "hoardd/pictures/VideoHandlers.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
-#include <cerrno>
-#include <cstring>
-
-#include "hoardd/Daemon.h"
+#include "hoardd/library/Library.h"
 #include "hoardd/pictures/ExportEstimate.h"
-#include "hoardd/service/Handlers.h"
+#include "hoardd/service/Call.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/protocol/AssetRows.h"
@@ -16,65 +13,52 @@
 
 namespace wickerlane::hoardd {
 
-using namespace protocol;
+namespace keys = protocol::keys;
+namespace videoKey = protocol::videoKey;
 
 namespace {
 
-/// A video file that is open for reading, and what it says of itself.
+/// A video, and what it says of itself.
 struct Video {
-    UniqueFd file;
     std::uint64_t bytes = 0;
     PictureFacts facts;
-    std::string problem; ///< Why there is none; empty when there is.
 };
 
-Video examine(Library &library, UniqueFd file, const std::string &path) {
-    Video video{std::move(file), 0, {}, {}};
+Result<Video> examine(Library &library, const UniqueFd &file, const std::string &path) {
     struct stat status {};
-    if (!video.file || ::fstat(video.file.get(), &status) != 0) {
-        video.problem = "can't read " + path + ": " + std::strerror(errno);
-        return video;
-    }
-    if (!S_ISREG(status.st_mode)) {
-        video.problem = "can't read " + path + ": it is not a regular file";
-        return video;
-    }
-    video.bytes = static_cast<std::uint64_t>(status.st_size);
-    const ProbeResult probed = library.media().probe(video.file.get(), {});
-    video.facts = probed.facts;
+    if (!file || ::fstat(file.get(), &status) != 0)
+        return failSystem("read", path);
+    if (!S_ISREG(status.st_mode))
+        return fail(ProblemKind::invalid, "can't read " + path + ": it is not a regular file", path);
+    const ProbeResult probed = library.media().probe(file.get(), {});
     if (!probed.succeeded())
-        video.problem = path + ": " + probed.reason;
-    else if (!probed.facts.video)
-        video.problem = path + " is not a video";
-    return video;
+        return fail(ProblemKind::invalid, path + ": " + probed.reason, path);
+    if (!probed.facts.video)
+        return fail(ProblemKind::invalid, path + " is not a video", path);
+    return Video{static_cast<std::uint64_t>(status.st_size), probed.facts};
 }
 
 /// A file of the caller's, which is read with this process's rights, so that the caller must have them
 /// itself.
-Video examineCallersFile(Library &library, const Call &call, const std::string &path) {
-    Video refused;
-    if (call.peer().user != ::geteuid())
-        refused.problem = "files are read only for the user that hoardd serves";
-    else if (!path.starts_with('/') || path.find('\0') != std::string::npos)
-        refused.problem = "the path of a video must be absolute";
-    else
-        return examine(library, UniqueFd(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)),
-                       path);
-    return refused;
+Result<Video> examineCallersFile(Library &library, const Call &call, const std::string &path) {
+    if (!call.mayReadFiles())
+        return fail(ProblemKind::refused, "files are read only for the user that hoardd serves");
+    if (!path.starts_with('/') || path.find('\0') != std::string::npos)
+        return fail(ProblemKind::invalid, "the path of a video must be absolute");
+    return examine(library, UniqueFd(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)),
+                   path);
 }
 
 /// The video that a URL names: an asset, or a file of the caller's.
-Video examineURL(Library &library, const Call &call, const URL *url) {
-    Video video;
-    video.problem = "videoURL names no asset and no file";
-    if (url == nullptr)
-        return video;
-    if (const store::ManagedAsset *asset = library.assets().assetWithURL(url)) {
+Result<Video> examineURL(Library &library, const Call &call, const URL *url) {
+    if (const store::ManagedAsset *asset = url != nullptr ? library.assets().assetWithURL(url) : nullptr) {
         const std::string path = library.paths().original(asset->record());
         return examine(library, openFile(path, O_RDONLY), path);
     }
-    const std::string path = url->fileSystemPath();
-    return path.empty() ? std::move(video) : examineCallersFile(library, call, path);
+    const std::string path = url != nullptr ? url->fileSystemPath() : std::string();
+    if (path.empty())
+        return fail(ProblemKind::invalid, "videoURL names no asset and no file");
+    return examineCallersFile(library, call, path);
 }
 
 Ref<Dictionary> metadataOf(const Video &video) {
@@ -116,33 +100,38 @@ std::string textUnder(const String *text) {
     return text != nullptr ? std::string(text->utf8()) : std::string();
 }
 
-} // namespace
-
-void videoMetadata(Daemon &daemon, const Call &call) {
-    Library *library = daemon.library(call);
-    if (library == nullptr)
-        return;
-    const Video video = examineCallersFile(*library, call, textUnder(call.get(keys::filePath)));
-    if (!video.problem.empty())
-        return call.refuse(video.problem);
-    call.answer(Answer().set(keys::metadata, metadataOf(video).get()));
+Result<Answer> videoMetadata(Library &library, const Call &call) {
+    const auto video = examineCallersFile(library, call, textUnder(call.get(keys::filePath)));
+    if (!video)
+        return passOn(video);
+    return Answer().set(keys::metadata, metadataOf(*video).get());
 }
 
-void estimatedOutputFileLength(Daemon &daemon, const Call &call) {
-    Library *library = daemon.library(call);
-    if (library == nullptr)
-        return;
-    Video video = examineURL(*library, call, call.get(keys::videoURL));
+Result<Answer> estimatedOutputFileLength(Library &library, const Call &call) {
+    auto video = examineURL(library, call, call.get(keys::videoURL));
     const std::string fallback = textUnder(call.get(keys::fallbackFilePath));
-    if (!video.problem.empty() && !fallback.empty())
-        video = examineCallersFile(*library, call, fallback);
-    if (!video.problem.empty())
-        return call.refuse(video.problem);
-    const auto bytes = estimatedExportBytes(video.facts, video.bytes, textUnder(call.get(keys::exportPreset)),
-                                            as<Dictionary>(call.get(keys::exportProperties)));
+    if (!video && !fallback.empty())
+        video = examineCallersFile(library, call, fallback);
+    if (!video)
+        return passOn(video);
+    const auto bytes =
+        estimatedExportBytes(video->facts, video->bytes, textUnder(call.get(keys::exportPreset)),
+                             as<Dictionary>(call.get(keys::exportProperties)));
     if (!bytes)
-        return call.refuse("there is no such export preset, or the video does not say how long it is");
-    call.answer(Answer().set(keys::fileLength, *bytes));
+        return fail(ProblemKind::invalid,
+                    "there is no such export preset, or the video does not say how long it is");
+    return Answer().set(keys::fileLength, *bytes);
+}
+
+constexpr Operation operations[] = {
+    {&protocol::videoMetadata, videoMetadata, Runs::beside},
+    {&protocol::estimatedOutputFileLength, estimatedOutputFileLength, Runs::beside},
+};
+
+} // namespace
+
+std::span<const Operation> videoOperations() {
+    return operations;
 }
 
 } // namespace wickerlane::hoardd

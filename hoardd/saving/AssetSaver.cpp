@@ -352,10 +352,10 @@ AssetSaver::Finished AssetSaver::makeDueThumbnails(const AssetRecord &asset) {
     return {problem.empty(), {}, problem};
 }
 
-void AssetSaver::finishDue(const Handler<bool()> &isEnding) {
+void AssetSaver::finishDue() {
     constexpr std::size_t perCommit = 16;
     std::size_t made = 0;
-    for (std::int64_t last = 0; !isEnding();) {
+    for (std::int64_t last = 0; !library.isEnding();) {
         ReleaseScope scope;
         const auto due = store.due(last, perCommit);
         if (!due || due->empty())

@@ -6,11 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "hoardd/library/AssetLocks.h"
-#include "hoardd/library/Store.h"
-#include "hoardd/media/MediaWorkers.h"
+#include "hoardd/library/Library.h"
 #include "hoardd/saving/SaveJob.h"
-#include "wickerlane/store/ObjectStore.h"
 
 namespace wickerlane::hoardd {
 
@@ -40,10 +37,9 @@ struct SaveResult {
 /// a kill, finishDue() makes them. Thread-safe.
 class AssetSaver {
 public:
-    /// All of these outlive it.
-    AssetSaver(const store::LibraryPaths &libraryPaths, Store &writer, MediaWorkers &workers,
-               store::ObjectStore &opened, AssetLocks &assetLocks)
-        : paths(libraryPaths), store(writer), media(workers), reader(opened), locks(assetLocks) {}
+    explicit AssetSaver(Library &opened)
+        : library(opened), paths(opened.paths()), store(opened.writer()), media(opened.media()),
+          reader(opened.assets()), locks(opened.locks()) {}
 
     /// Saves assets, with one commit for all, up to the thumbnails: finish() makes them. Blocks; gives a
     /// result for each job, in order.
@@ -55,9 +51,9 @@ public:
     /// Both.
     [[nodiscard]] std::vector<SaveResult> save(std::span<const SaveJob> jobs);
 
-    /// Makes the thumbnails that an earlier process left to be made. Blocks; stops where it can once
-    /// `isEnding`.
-    void finishDue(const Handler<bool()> &isEnding);
+    /// Makes the thumbnails that an earlier process left to be made. Blocks; stops where it can when the
+    /// process is ending.
+    void finishDue();
 
     /// Takes an asset and all its files out of the library: all of it, whatever the instant of a kill, or
     /// nothing. Blocks. An empty text on success, also when it has gone already, else the reason.
@@ -84,6 +80,7 @@ private:
     [[nodiscard]] std::string reserve(Staged &staged);
     void removeFiles(const std::string &stageFolder, const store::AssetRecord &record);
 
+    Library &library;
     const store::LibraryPaths &paths;
     Store &store;
     MediaWorkers &media;

@@ -1,4 +1,5 @@
-// Files that callers bring: those of restored assets, and data to be written in the library's folders.
+#include "hoardd/saving/FileHandlers.h"
+
 #include <fcntl.h>
 #include <linux/openat2.h>
 #include <sys/stat.h>
@@ -10,26 +11,27 @@
 #include <mutex>
 
 #include "hoardd/library/FileCopy.h"
+#include "hoardd/library/Interim.h"
 #include "hoardd/library/Sha256.h"
-#include "hoardd/service/Handlers.h"
-#include "hoardd/service/LongWork.h"
-#include "wickerlane/log/JXLog.h"
+#include "hoardd/saving/AssetSaver.h"
+#include "hoardd/service/Call.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/protocol/AssetRows.h"
 #include "wickerlane/protocol/JobKeys.h"
 
 namespace wickerlane::hoardd {
 
-using namespace protocol;
+namespace keys = protocol::keys;
+namespace job = protocol::job;
 using store::ManagedAsset;
 
 namespace {
 
-constexpr std::size_t mostPaths = 64;
+constexpr std::size_t maxPaths = 64;
 
 /// Every text in a tree of arrays and dictionaries.
 void gatherTexts(Object *object, std::vector<std::string> &texts) {
-    if (texts.size() == mostPaths)
+    if (texts.size() == maxPaths)
         return;
     if (const auto *text = as<String>(object)) {
         texts.emplace_back(text->utf8());
@@ -86,7 +88,7 @@ std::string restore(Library &library, const std::string &uuid, const std::vector
         } else {
             const SaveJob job{Dictionary::createWithKeys({{job::filePath, String::of(path)}}), nullptr,
                               nullptr, mayReadFiles, uuid};
-            problem = library.saver().save({&job, 1}).front().problem;
+            problem = AssetSaver(library).save({&job, 1}).front().problem;
         }
         if (problem.empty())
             return {};
@@ -134,37 +136,53 @@ std::string writeInLibrary(const store::LibraryPaths &paths, const std::string &
     return "only files in the library's folders DCIM and PhotoData/Incoming are written";
 }
 
-} // namespace
+Result<Answer> fileURLForNewAsset(Library &library, const Call &call) {
+    if (call.get(keys::assetType) > 1)
+        return fail(ProblemKind::invalid, "assetType is neither 0 (photo) nor 1 (video)");
+    const std::string_view extension = call.get(keys::extension)->utf8();
+    if (!isPlainExtension(extension))
+        return fail(ProblemKind::invalid, "an extension is 1 to 16 letters and digits");
+    // A UUID reserves the name: it is given once only.
+    const auto uuid = UUID::createRandom();
+    std::string path = library.paths().incoming() + '/';
+    path.append(uuid->uuidString()->utf8()).append(".").append(extension);
+    return Answer().set(keys::url, URL::ofPath(path));
+}
 
-void updateRestoredAsset(Daemon &daemon, const Call &call) {
-    Library *library = daemon.library(call);
-    if (library == nullptr)
-        return;
+Result<Answer> updateRestoredAsset(Library &library, const Call &call) {
     const auto uuid = UUID::createWithText(call.get(keys::assetUUID)->utf8());
     if (!uuid)
-        return call.refuse("assetUUID is no UUID");
+        return fail(ProblemKind::invalid, "assetUUID is no UUID");
     std::vector<std::string> paths;
     if (const MessageValue *value = call.value(keys::assetPaths))
         gatherTexts(createObject(value).get(), paths);
-    runJob(daemon, call, [call, library, uuid, paths = std::move(paths)] {
-        call.finish(restore(*library, std::string(uuid->uuidString()->utf8()), paths,
-                            call.peer().user == ::geteuid()));
-    });
+    return whenDone(
+        asResult(restore(library, std::string(uuid->uuidString()->utf8()), paths, call.mayReadFiles())));
 }
 
-void writeDataInBackground(Daemon &daemon, const Call &call) {
-    Library *library = daemon.library(call);
-    if (library == nullptr)
-        return;
+Result<Answer> writeDataInBackground(Library &library, const Call &call) {
     const URL *destination = call.get(keys::destinationURL);
     const std::string path = destination != nullptr ? destination->fileSystemPath() : std::string();
+    if (path.empty())
+        return fail(ProblemKind::invalid, "destinationURL is no file URL");
     const Data *data = call.get(keys::dataToSave);
-    std::string problem = "destinationURL is no file URL";
-    if (!path.empty())
-        problem = writeInLibrary(library->paths(), path, data != nullptr ? data->span() : Bytes());
+    const std::string problem =
+        writeInLibrary(library.paths(), path, data != nullptr ? data->span() : Bytes());
     if (!problem.empty())
-        JX_LOG(JXLogLevelError, JXAssetImportLog, "did not write %@: %s", destination, problem.c_str());
-    call.finish(problem);
+        return fail(ProblemKind::failed, path + " was not written: " + problem, path);
+    return Answer();
+}
+
+constexpr Operation operations[] = {
+    {&protocol::fileURLForNewAsset, fileURLForNewAsset},
+    {&protocol::updateRestoredAsset, updateRestoredAsset, Runs::asJob},
+    {&protocol::writeDataInBackground, writeDataInBackground},
+};
+
+} // namespace
+
+std::span<const Operation> fileOperations() {
+    return operations;
 }
 
 } // namespace wickerlane::hoardd

@@ -9,6 +9,7 @@
 #include <filesystem>
 
 #include "hoardd/library/FileCopy.h"
+#include "hoardd/saving/AssetSaver.h"
 #include "hoardd/saving/FileType.h"
 #include "wickerlane/log/JXLog.h"
 #include "wickerlane/platform/file/Files.h"
@@ -68,7 +69,7 @@ bool moveStray(Library &library, const std::string &path, const std::string &fol
     return isOriginal || moveInto(folder, path);
 }
 
-std::string saveFoundFiles(Library &library, const Handler<bool()> &isEnding) {
+std::string saveFoundFiles(Library &library) {
     const std::string folder = library.paths().found();
     if (!makeFolders(folder))
         return "can't make " + folder + ": " + std::strerror(errno);
@@ -87,19 +88,19 @@ std::string saveFoundFiles(Library &library, const Handler<bool()> &isEnding) {
         if (entry.is_regular_file(none))
             files.push_back(entry.path());
     std::size_t saved = 0;
-    for (std::size_t at = 0; at < files.size() && !isEnding(); at += filesPerCommit) {
+    for (std::size_t at = 0; at < files.size() && !library.isEnding(); at += filesPerCommit) {
         ReleaseScope scope;
         std::vector<SaveJob> jobs;
         for (std::size_t i = at; i < std::min(at + filesPerCommit, files.size()); ++i)
             jobs.push_back(jobFor(library, files[i]));
-        const auto results = library.saver().save(jobs);
+        const auto results = AssetSaver(library).save(jobs);
         for (std::size_t i = 0; i < results.size(); ++i)
             if (results[i].problem.empty())
                 ++saved;
             else
                 problem += files[at + i] + ": " + results[i].problem + "; ";
     }
-    if (isEnding())
+    if (library.isEnding())
         problem += "hoardd is ending; what is left is done the next time";
     if (saved > 0)
         JX_LOG(JXLogLevelNotice, JXAssetImportLog, "saved %zu files that were found in the library", saved);

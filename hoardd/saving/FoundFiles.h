@@ -5,7 +5,6 @@
 #include <string>
 
 #include "hoardd/library/Library.h"
-#include "wickerlane/platform/object/Handler.h"
 
 namespace wickerlane::hoardd {
 
@@ -16,7 +15,7 @@ namespace wickerlane::hoardd {
 ///
 /// They move through the library's Found folder; what a kill leaves there is taken up the next time. Blocks.
 /// An empty text when all went well, else the reasons. Not by two threads at a time.
-[[nodiscard]] std::string saveFoundFiles(Library &library, const Handler<bool()> &isEnding);
+[[nodiscard]] std::string saveFoundFiles(Library &library);
 
 /// Moves a file that no asset had into a folder, unless it has become one's original or is about to. False,
 /// with errno, on failure.

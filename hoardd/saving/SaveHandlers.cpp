@@ -1,29 +1,25 @@
-// Saving assets.
-#include <unistd.h>
+#include "hoardd/saving/SaveHandlers.h"
 
 #include <algorithm>
 #include <atomic>
-#include <exception>
+#include <memory>
 
-#include "hoardd/Daemon.h"
-#include "hoardd/service/Handlers.h"
+#include "hoardd/saving/AssetSaver.h"
+#include "hoardd/service/Call.h"
 #include "wickerlane/platform/object/Number.h"
+#include "wickerlane/protocol/AssetRows.h"
 #include "wickerlane/protocol/JobKeys.h"
 
 namespace wickerlane::hoardd {
 
-using namespace protocol;
+namespace keys = protocol::keys;
+namespace jobResult = protocol::jobResult;
 
 namespace {
 
 /// Of a batch, as many are committed together: enough that commits cost little, few enough that a kill late
 /// in a long batch leaves most of it saved.
-constexpr std::size_t mostPerCommit = 16;
-
-/// The files of a caller are read with this process's rights, so it must have them itself.
-bool mayReadFiles(const Call &call) {
-    return call.peer().user == ::geteuid();
-}
+constexpr std::size_t maxPerCommit = 16;
 
 Dictionary *resultDictionary(const SaveResult &result) {
     auto dictionary = MutableDictionary::create();
@@ -54,7 +50,7 @@ Dictionary *resultDictionary(const SaveResult &result) {
 /// What is saved stays so, whatever becomes of its thumbnails.
 void finishSaves(Library &library, std::span<SaveResult> results) {
     try {
-        library.saver().finish(results);
+        AssetSaver(library).finish(results);
     } catch (const std::exception &failure) {
         for (SaveResult &each : results)
             if (each.isDue)
@@ -73,7 +69,7 @@ struct Batch {
 
     void saveChunk(std::size_t first, std::size_t count) {
         try {
-            std::ranges::move(library.saver().begin(std::span(jobs).subspan(first, count)),
+            std::ranges::move(AssetSaver(library).begin(std::span(jobs).subspan(first, count)),
                               results.begin() + static_cast<std::ptrdiff_t>(first));
         } catch (const std::exception &failure) {
             for (std::size_t i = first; i < first + count; ++i)
@@ -102,67 +98,85 @@ void answerSave(const Call &call, const SaveResult &result) {
     call.answer(answer.set(keys::noData, result.noData).set(keys::jobQueueFull, false));
 }
 
-} // namespace
-
-void saveAsset(Daemon &daemon, const Call &call) {
-    Library *library = daemon.library(call);
-    if (library == nullptr)
-        return;
-    const SaveJob job{call.get(keys::jobDictionary), call.get(keys::imagePort),
-                      call.get(keys::previewImagePort), mayReadFiles(call)};
-    // What is there but can't be read is not the same as nothing.
+/// A value that is there but can't be read is not the same as none.
+Result<SaveJob> readSaveRequest(const Call &call) {
+    SaveJob job{call.get(keys::jobDictionary), call.get(keys::imagePort), call.get(keys::previewImagePort),
+                call.mayReadFiles()};
     if (call.value(keys::imagePort) != nullptr && !job.image)
-        return call.refuse("imagePort is not a surface");
+        return fail(ProblemKind::invalid, "imagePort is not a surface");
     if (call.value(keys::previewImagePort) != nullptr && !job.preview)
-        return call.refuse("previewImagePort is not a surface");
+        return fail(ProblemKind::invalid, "previewImagePort is not a surface");
     if (call.value(keys::jobDictionary) != nullptr && !job.dictionary)
-        return call.refuse("jobDictionary is not a job dictionary");
+        return fail(ProblemKind::invalid, "jobDictionary is not a job dictionary");
+    return job;
+}
 
-    const bool taken = daemon.jobs().add({[call, job, library, &jobs = daemon.jobs()] {
+Result<> saveAsset(Library &library, JobQueue &queue, const Call &call) {
+    const auto job = readSaveRequest(call);
+    if (!job)
+        return passOn(job);
+    const bool isTaken = queue.add({[call, job = *job, &library, &queue] {
         try {
-            const auto results = std::make_shared<std::vector<SaveResult>>(library->saver().begin({&job, 1}));
+            const auto results =
+                std::make_shared<std::vector<SaveResult>>(AssetSaver(library).begin({&job, 1}));
             if (!results->front().isDue)
                 return answerSave(call, results->front());
             // Those that wait are listed first.
-            jobs.addRest([call, library, results] {
-                finishSaves(*library, *results);
+            queue.addRest([call, &library, results] {
+                finishSaves(library, *results);
                 answerSave(call, results->front());
             });
         } catch (const std::exception &failure) {
-            call.refuse(failure.what());
+            call.refuse({ProblemKind::failed, failure.what(), {}});
         }
     }});
-    if (!taken)
-        call.answer(Answer().set(keys::noData, false).set(keys::jobQueueFull, true));
+    if (!isTaken)
+        return fail(ProblemKind::busy, "too many jobs are waiting; try again later");
+    return {};
 }
 
-void batchSaveAssets(Daemon &daemon, const Call &call) {
-    Library *library = daemon.library(call);
-    if (library == nullptr)
-        return;
+std::optional<Answer> byQueueFull(const Refusal &refusal) {
+    if (refusal.problem.kind != ProblemKind::busy)
+        return std::nullopt;
+    return Answer().set(keys::noData, false).set(keys::jobQueueFull, true);
+}
+
+Result<> batchSaveAssets(Library &library, JobQueue &queue, const Call &call) {
     const MessageArray *coded = call.message()->getArray(keys::jobDictionaries.text);
     // A job that can't be read stays in its place, without data, so that the results keep the order of the
     // jobs.
     std::vector<SaveJob> jobs(coded->count());
     for (std::size_t i = 0; i < jobs.size(); ++i)
-        jobs[i] = {JXJobDictionaryFromMsgDictionary(coded->at(i)), nullptr, nullptr, mayReadFiles(call)};
-    if (jobs.empty())
-        return call.answer(Answer().set(keys::resultJobDictionaries, Array::of({})));
+        jobs[i] = {JXJobDictionaryFromMsgDictionary(coded->at(i)), nullptr, nullptr, call.mayReadFiles()};
+    if (jobs.empty()) {
+        call.answer(Answer().set(keys::resultJobDictionaries, Array::of({})));
+        return {};
+    }
 
-    const std::size_t perChunk =
-        std::clamp<std::size_t>(jobs.size() / daemon.jobs().lanes(), 1, mostPerCommit);
+    const std::size_t perChunk = std::clamp<std::size_t>(jobs.size() / queue.lanes(), 1, maxPerCommit);
     const std::size_t chunks = (jobs.size() + perChunk - 1) / perChunk;
     const auto batch = std::shared_ptr<Batch>(
-        new Batch{call, *library, std::move(jobs), std::vector<SaveResult>(coded->count()), chunks});
+        new Batch{call, library, std::move(jobs), std::vector<SaveResult>(coded->count()), chunks});
     std::vector<JobQueue::Job> work;
     for (std::size_t first = 0; first < batch->jobs.size(); first += perChunk)
-        work.push_back(
-            [batch, &queue = daemon.jobs(), first, count = std::min(perChunk, batch->jobs.size() - first)] {
-                batch->saveChunk(first, count);
-                queue.addRest([batch, first, count] { batch->finishChunk(first, count); });
-            });
-    if (!daemon.jobs().add(std::move(work)))
-        call.refuse("too many jobs are waiting; try again later");
+        work.push_back([batch, &queue, first, count = std::min(perChunk, batch->jobs.size() - first)] {
+            batch->saveChunk(first, count);
+            queue.addRest([batch, first, count] { batch->finishChunk(first, count); });
+        });
+    if (!queue.add(std::move(work)))
+        return fail(ProblemKind::busy, "too many jobs are waiting; try again later");
+    return {};
+}
+
+constexpr Operation operations[] = {
+    {.row = &protocol::saveAsset, .handler = saveAsset, .sayNo = byQueueFull},
+    {&protocol::batchSaveAssets, batchSaveAssets},
+};
+
+} // namespace
+
+std::span<const Operation> saveOperations() {
+    return operations;
 }
 
 } // namespace wickerlane::hoardd

@@ -1,19 +1,45 @@
-// Who may use the library.
-#include "hoardd/Daemon.h"
-#include "hoardd/service/Handlers.h"
+#include "hoardd/service/AccessHandlers.h"
+
+#include "hoardd/service/Access.h"
+#include "hoardd/service/Call.h"
+#include "wickerlane/protocol/CoreRows.h"
 
 namespace wickerlane::hoardd {
 
-using namespace protocol;
+namespace keys = protocol::keys;
 
-// Always says "authorized": its absence would read as access granted.
-void requestAccess(Daemon &daemon, const Call &call) {
-    call.answer(Answer().set(keys::authorized, static_cast<std::int64_t>(daemon.accessOf(call.peer()))));
+namespace {
+
+Answer answerAccess(AccessStatus status) {
+    return Answer().set(keys::authorized, static_cast<std::int64_t>(status));
+}
+
+Result<Answer> requestAccess(const Call &call) {
+    return answerAccess(accessOf(call.peer()));
+}
+
+/// A reply without "authorized" would read as access granted.
+std::optional<Answer> byAuthorized(const Refusal &) {
+    return answerAccess(AccessStatus::denied);
 }
 
 // The request has done its work by arriving.
-void launchHoardd(Daemon &, const Call &call) {
-    call.answer(Answer());
+Result<Answer> launchHoardd(const Call &) {
+    return Answer();
+}
+
+constexpr Operation operations[] = {
+    {.row = &protocol::requestAccess,
+     .handler = requestAccess,
+     .callers = Callers::everybody,
+     .sayNo = byAuthorized},
+    {.row = &protocol::launchHoardd, .handler = launchHoardd, .callers = Callers::everybody},
+};
+
+} // namespace
+
+std::span<const Operation> accessOperations() {
+    return operations;
 }
 
 } // namespace wickerlane::hoardd

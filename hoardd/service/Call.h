@@ -2,40 +2,24 @@
 #ifndef HOARDD_SERVICE_CALL_H
 #define HOARDD_SERVICE_CALL_H
 
-#include <type_traits>
+#include <exception>
 
+#include "hoardd/service/Operation.h"
 #include "wickerlane/platform/message/listener/MessageListener.h"
-#include "wickerlane/protocol/Keys.h"
 
 namespace wickerlane::hoardd {
-
-/// The reply to a call, filled key by key.
-class Answer {
-public:
-    Answer() : message(MessageDictionary::create()) {}
-
-    template <class Coding>
-    Answer &set(const protocol::Key<Coding> &key, std::type_identity_t<typename Coding::Write> value) {
-        Coding::write(message.get(), key.text, value);
-        return *this;
-    }
-    /// A value that is already in the form in which it travels.
-    template <class Coding>
-    Answer &setValue(const protocol::Key<Coding> &key, MessageValue *value) {
-        message->set(key.text, value);
-        return *this;
-    }
-
-private:
-    friend class Call;
-    Ref<MessageDictionary> message;
-};
 
 /// A received request, as its handler sees it. Copies stand for the same request, which is answered once: by
 /// the first answer() or refuse(), or with an error when the last copy goes away unanswered. Any thread.
 class Call {
 public:
     explicit Call(ReceivedMessage *message) : received(message) {}
+    /// The same request, which is served by an operation.
+    [[nodiscard]] Call servedBy(const Operation &operation) const {
+        Call call(*this);
+        call.served = &operation;
+        return call;
+    }
 
     template <class Coding>
     [[nodiscard]] auto get(const protocol::Key<Coding> &key) const {
@@ -48,18 +32,29 @@ public:
     }
     [[nodiscard]] MessageDictionary *message() const noexcept { return received->message(); }
     [[nodiscard]] const PeerIdentity &peer() const noexcept { return received->peer()->identity(); }
+    /// Whether the caller has this process's rights to files, so that files may be read for it.
+    [[nodiscard]] bool mayReadFiles() const noexcept;
 
     void answer(const Answer &answer) const { received->reply(answer.message.get()); }
-    /// Answers with an error that says why.
-    void refuse(std::string_view why) const { received->replyError(why); }
-    /// Answers when there is no problem, else refuses with it.
-    void finish(std::string_view problem, const Answer &done = {}) const {
-        problem.empty() ? answer(done) : refuse(problem);
-    }
+    /// Answers in the operation's own way to say no, else with an error. The log is told, since many callers
+    /// are not, or only that something went wrong.
+    void refuse(const Problem &problem, bool isEntitled = true) const;
+    void finish(const Result<Answer> &result) const { result ? answer(*result) : refuse(result.error()); }
 
 private:
     Ref<ReceivedMessage> received;
+    const Operation *served = nullptr;
 };
+
+/// What `work`, which gives a result, gives, or the exception that it throws as a problem.
+template <class Work>
+auto withoutExceptions(const Work &work) -> decltype(work()) {
+    try {
+        return work();
+    } catch (const std::exception &failure) {
+        return fail(ProblemKind::failed, failure.what());
+    }
+}
 
 } // namespace wickerlane::hoardd
 

@@ -70,11 +70,6 @@ void JobQueue::runLane() {
         emptied.notify_all();
 }
 
-bool JobQueue::isClosed() {
-    const std::lock_guard guard(lock);
-    return closed;
-}
-
 void JobQueue::close() {
     std::unique_lock guard(lock);
     closed = true;

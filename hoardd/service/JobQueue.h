@@ -29,8 +29,6 @@ public:
     /// Takes the rest of a job, which runs after those that wait: from that job itself, and whatever the
     /// state of the queue, so that what was begun is finished.
     void addRest(Job rest);
-    /// Whether the process is about to end: a job that takes long should stop where it can.
-    [[nodiscard]] bool isClosed();
     /// Takes no more, and waits until those that were taken have run.
     void close();
 

@@ -1,143 +1,133 @@
-// The library's life and upkeep.
+#include "hoardd/upkeep/LibraryHandlers.h"
+
 #include "hoardd/albums/Albums.h"
 #include "hoardd/library/Clock.h"
+#include "hoardd/library/Interim.h"
+#include "hoardd/library/LibraryFolder.h"
 #include "hoardd/library/State.h"
 #include "hoardd/saving/FoundFiles.h"
-#include "hoardd/service/Handlers.h"
-#include "hoardd/service/LongWork.h"
+#include "hoardd/service/Call.h"
 #include "hoardd/upkeep/Repair.h"
 #include "hoardd/upkeep/Upkeep.h"
+#include "wickerlane/log/JXLog.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/preferences/Preferences.h"
+#include "wickerlane/protocol/LibraryRows.h"
 #include "wickerlane/store/Schema.h"
 
 namespace wickerlane::hoardd {
 
-using namespace protocol;
+namespace keys = protocol::keys;
 
 namespace {
 
 constexpr const char *hoarddDomain = "org.wickerlane.hoardd"; // of its preferences
 
-/// Makes a quick change of the store, and answers.
-template <class Change>
-void changeStore(Daemon &daemon, const Call &call, const Change &change) {
-    if (Library *library = daemon.library(call))
-        call.finish(library->writer().change(change));
+Result<Answer> createPixholdDatabase(LibraryFolder &folder, const Call &) {
+    const auto library = folder.open();
+    if (!library)
+        return passOn(library);
+    return Answer();
 }
 
-} // namespace
-
-void createPixholdDatabase(Daemon &daemon, const Call &call) {
-    if (daemon.library(call) != nullptr)
-        call.answer(Answer());
+// Opening the library is the recovery: half-done saves are completed or undone before anything else.
+Result<Answer> recoverFromCrashIfNeeded(LibraryFolder &folder, const Call &call) {
+    return createPixholdDatabase(folder, call);
 }
 
-void getPhotosAndVideosCount(Daemon &daemon, const Call &call) {
-    Library *library = daemon.library(call);
-    if (library == nullptr)
-        return;
-    const auto counts = library->assets().counts();
+Result<Answer> getPhotosAndVideosCount(Library &library, const Call &) {
+    const auto counts = library.assets().counts();
     if (!counts)
-        return call.refuse("the library's store can't be read");
-    call.answer(Answer().set(keys::photoCount, counts->photos).set(keys::videoCount, counts->videos));
+        return fail(ProblemKind::damagedStore, "the library's store can't be read");
+    return Answer().set(keys::photoCount, counts->photos).set(keys::videoCount, counts->videos);
 }
 
 // A library that is open has this version: another one is not opened.
-void getCurrentModelVersion(Daemon &daemon, const Call &call) {
-    if (daemon.library(call) != nullptr)
-        call.answer(Answer().set(keys::version, store::modelVersion()));
+Result<Answer> getCurrentModelVersion(Library &, const Call &) {
+    return Answer().set(keys::version, store::modelVersion());
 }
 
-void getLibrarySizes(Daemon &daemon, const Call &call) {
-    Library *library = daemon.library(call);
-    if (library == nullptr)
-        return;
+Result<Answer> getLibrarySizes(Library &library, const Call &) {
     std::string problem;
-    const auto sizes = sizesOf(*library, problem);
+    const auto sizes = sizesOf(library, problem);
     if (!sizes)
-        return call.refuse(problem);
+        return fail(ProblemKind::failed, problem);
     auto kinds = MutableDictionary::create();
     for (const auto &[kind, bytes] : *sizes)
         kinds->set(String::of(std::to_string(kind)), Number::of(bytes));
-    call.answer(Answer().set(keys::sizes, kinds.get()));
+    return Answer().set(keys::sizes, kinds.get());
 }
 
-void importFileSystemAssets(Daemon &daemon, const Call &call) {
-    runLongWork(daemon, call, [&daemon](Library &library) {
-        return saveFoundFiles(library, [&daemon] { return daemon.longWork().isClosed(); });
-    });
+Result<Answer> importFileSystemAssets(Library &library, const Call &) {
+    return whenDone(asResult(saveFoundFiles(library)));
 }
 
-void repairPotentialModelCorruption(Daemon &daemon, const Call &call) {
-    runLongWork(daemon, call, [&daemon](Library &library) {
-        return repairLibrary(library, [&daemon] { return daemon.longWork().isClosed(); });
-    });
-}
-
-// The files are there again, and the store may be older than they are.
-void updateModelAfterOTARestore(Daemon &daemon, const Call &call) {
-    runLongWork(daemon, call, [&daemon](Library &library) {
-        const std::string problem = library.writer().change(
-            [](sqlite::Database &database) { return state::set(database, state::restoring, 1); });
-        return problem.empty() ? repairLibrary(library, [&daemon] { return daemon.longWork().isClosed(); })
-                               : problem;
-    });
-}
-
-void finalizeOTARestore(Daemon &daemon, const Call &call) {
-    const bool withAlbums = call.get(keys::recreateAlbumsFromMetadata), ended = call.get(keys::restoreEnded);
-    runLongWork(daemon, call, [withAlbums, ended](Library &library) {
-        std::string problem = withAlbums ? Albums(library).recreate() : std::string();
-        if (problem.empty() && ended)
-            problem = library.writer().change(
-                [](sqlite::Database &database) { return state::set(database, state::restoring, 0); });
-        return problem;
-    });
-}
-
-void hasCompletedRestorePostProcessing(Daemon &daemon, const Call &call) {
-    Library *library = daemon.library(call);
-    if (library == nullptr)
-        return;
-    std::string problem;
-    auto database = library->openReader(problem);
-    if (!database)
-        return call.refuse(problem);
-    call.answer(Answer().set(keys::isComplete, state::get(*database, state::restoring).value_or(0) == 0));
-}
-
-void secondsNeededToCleanupModel(Daemon &daemon, const Call &call) {
-    Library *library = daemon.library(call);
-    if (library == nullptr)
-        return;
-    std::string problem;
-    if (const auto seconds = secondsToRepair(*library, problem))
-        call.answer(Answer().set(keys::seconds, *seconds));
-    else
-        call.refuse(problem);
+Result<Answer> repairPotentialModelCorruption(LibraryFolder &folder, const Call &) {
+    const auto library = folder.open();
+    if (!library)
+        return passOn(library);
+    return whenDone(asResult(repairLibrary(**library)));
 }
 
 // What a restore from a computer leaves to do is what a repair does.
-void cleanupModel(Daemon &daemon, const Call &call) {
-    repairPotentialModelCorruption(daemon, call);
+Result<Answer> cleanupModel(Library &library, const Call &) {
+    return whenDone(asResult(repairLibrary(library)));
 }
 
-// Whoever migrates waits for the work that was asked for before; then the database file stands alone.
-void dataMigrationWillFinish(Daemon &daemon, const Call &call) {
-    runLongWork(daemon, call, [](Library &library) -> std::string {
-        return library.writer().checkpoint() ? std::string() : "the store can't be made to stand alone";
-    });
+Result<> setRestoring(Library &library, bool isRestoring) {
+    return asResult(library.writer().change([isRestoring](sqlite::Database &database) {
+        return state::set(database, state::restoring, isRestoring ? 1 : 0);
+    }));
 }
 
-void notifyAboutTermination(Daemon &daemon, const Call &call) {
-    Library *library = daemon.library(call);
-    if (library == nullptr)
-        return;
+// The files are there again, and the store may be older than they are.
+Result<Answer> updateModelAfterOTARestore(LibraryFolder &folder, const Call &) {
+    const auto library = folder.open();
+    if (!library)
+        return passOn(library);
+    if (const auto noted = setRestoring(**library, true); !noted)
+        return passOn(noted);
+    return whenDone(asResult(repairLibrary(**library)));
+}
+
+Result<Answer> finalizeOTARestore(Library &library, const Call &call) {
+    if (call.get(keys::recreateAlbumsFromMetadata))
+        if (const auto recreated = asResult(Albums(library).recreate()); !recreated)
+            return passOn(recreated);
+    if (call.get(keys::restoreEnded))
+        if (const auto noted = setRestoring(library, false); !noted)
+            return passOn(noted);
+    return Answer();
+}
+
+Result<Answer> hasCompletedRestorePostProcessing(Library &library, const Call &) {
+    std::string problem;
+    auto database = library.openReader(problem);
+    if (!database)
+        return fail(ProblemKind::failed, problem);
+    return Answer().set(keys::isComplete, state::get(*database, state::restoring).value_or(0) == 0);
+}
+
+Result<Answer> secondsNeededToCleanupModel(Library &library, const Call &) {
+    std::string problem;
+    const auto seconds = secondsToRepair(library, problem);
+    if (!seconds)
+        return fail(ProblemKind::failed, problem);
+    return Answer().set(keys::seconds, *seconds);
+}
+
+// A migration waits for the long work that was asked for before; then the database file stands alone.
+Result<Answer> dataMigrationWillFinish(Library &library, const Call &) {
+    if (!library.writer().checkpoint())
+        return fail(ProblemKind::failed, "the store can't be made to stand alone");
+    return Answer();
+}
+
+Result<Answer> notifyAboutTermination(Library &library, const Call &call) {
     const String *name = call.get(keys::name), *reason = call.get(keys::reason);
     JX_LOG(JXLogLevelError, JXPhotosStateLog, "process %d (%s) ends by an exception: %@: %@",
            call.peer().process, call.peer().executable.c_str(), name, reason);
-    call.finish(library->writer().change([&](sqlite::Database &database) {
+    return whenDone(asResult(library.writer().change([&](sqlite::Database &database) {
         return database
             .prepare(
                 "INSERT INTO ztermination (date, executable, process, name, reason) VALUES (?, ?, ?, ?, ?)")
@@ -145,36 +135,57 @@ void notifyAboutTermination(Daemon &daemon, const Call &call) {
                   name != nullptr ? name->utf8() : std::string_view(),
                   reason != nullptr ? reason->utf8() : std::string_view())
             .run();
-    }));
+    })));
 }
 
-void clearChangeStore(Daemon &daemon, const Call &call) {
-    changeStore(daemon, call,
-                [](sqlite::Database &database) { return database.execute("DELETE FROM zchange"); });
-}
-
-// Opening the library is the recovery: what was half saved is completed or undone before anything else.
-void recoverFromCrashIfNeeded(Daemon &daemon, const Call &call) {
-    createPixholdDatabase(daemon, call);
+Result<Answer> clearChangeStore(Library &library, const Call &) {
+    return whenDone(asResult(library.writer().change(
+        [](sqlite::Database &database) { return database.execute("DELETE FROM zchange"); })));
 }
 
 // What there must be one of: the library's identity, and a row of numbers for each kind of asset.
-void repairSingletonObjects(Daemon &daemon, const Call &call) {
-    changeStore(daemon, call, [](sqlite::Database &database) {
+Result<Answer> repairSingletonObjects(Library &library, const Call &) {
+    return whenDone(asResult(library.writer().change([](sqlite::Database &database) {
         return database.execute("DELETE FROM zlibrary WHERE rowid > (SELECT min(rowid) FROM zlibrary);") &&
                database.execute(store::recountAssets);
-    });
+    })));
 }
 
 // A demonstration library goes back to what it was at the date that the preferences name; without one,
 // nothing is a visitor's.
-void cleanupForStoreDemoMode(Daemon &daemon, const Call &call) {
+Result<Answer> cleanupForStoreDemoMode(Library &library, const Call &) {
     const auto *began = as<Date>(preferenceValue("StoreDemoModeDate", hoarddDomain));
     if (began == nullptr)
-        return call.refuse("the library is in no demo mode: the preference StoreDemoModeDate is not set");
-    runLongWork(daemon, call, [&daemon, date = began->referenceSeconds()](Library &library) {
-        return removeAddedSince(library, date, [&daemon] { return daemon.longWork().isClosed(); });
-    });
+        return fail(ProblemKind::invalid,
+                    "the library is in no demo mode: the preference StoreDemoModeDate is not set");
+    return whenDone(asResult(removeAddedSince(library, began->referenceSeconds())));
+}
+
+constexpr Operation operations[] = {
+    {&protocol::createPixholdDatabase, createPixholdDatabase},
+    {&protocol::recoverFromCrashIfNeeded, recoverFromCrashIfNeeded},
+    {&protocol::getPhotosAndVideosCount, getPhotosAndVideosCount},
+    {&protocol::getCurrentModelVersion, getCurrentModelVersion},
+    {&protocol::getLibrarySizes, getLibrarySizes, Runs::beside},
+    {&protocol::importFileSystemAssets, importFileSystemAssets, Runs::longWork},
+    {&protocol::importFileSystemAssetsInBackground, importFileSystemAssets, Runs::longWork},
+    {&protocol::repairPotentialModelCorruption, repairPotentialModelCorruption, Runs::longWork},
+    {&protocol::cleanupModel, cleanupModel, Runs::longWork},
+    {&protocol::secondsNeededToCleanupModel, secondsNeededToCleanupModel, Runs::beside},
+    {&protocol::updateModelAfterOTARestore, updateModelAfterOTARestore, Runs::longWork},
+    {&protocol::finalizeOTARestore, finalizeOTARestore, Runs::longWork},
+    {&protocol::hasCompletedRestorePostProcessing, hasCompletedRestorePostProcessing},
+    {&protocol::dataMigrationWillFinish, dataMigrationWillFinish, Runs::longWork},
+    {&protocol::notifyAboutTermination, notifyAboutTermination},
+    {&protocol::clearChangeStore, clearChangeStore},
+    {&protocol::repairSingletonObjects, repairSingletonObjects},
+    {&protocol::cleanupForStoreDemoMode, cleanupForStoreDemoMode, Runs::longWork},
+};
+
+} // namespace
+
+std::span<const Operation> libraryOperations() {
+    return operations;
 }
 
 } // namespace wickerlane::hoardd

@@ -42,15 +42,15 @@ std::string mend(Library &library, const Finding &finding) {
 
 } // namespace
 
-std::string repairLibrary(Library &library, const Handler<bool()> &isEnding) {
-    std::string problem, left = saveFoundFiles(library, isEnding);
+std::string repairLibrary(Library &library) {
+    std::string problem, left = saveFoundFiles(library);
     const auto report = store::checkLibrary(library.paths(), {}, problem);
     if (!report)
         return problem;
     left += library.writer().change(
         [](sqlite::Database &database) { return database.execute(store::recountAssets); });
     for (const Finding &finding : report->findings) {
-        if (isEnding())
+        if (library.isEnding())
             return "hoardd is ending; what is left is done the next time";
         ReleaseScope scope;
         const std::string why = mend(library, finding);

@@ -5,7 +5,6 @@
 #include <string>
 
 #include "hoardd/library/Library.h"
-#include "wickerlane/platform/object/Handler.h"
 
 namespace wickerlane::hoardd {
 
@@ -14,7 +13,7 @@ namespace wickerlane::hoardd {
 /// go; other files that no asset has are moved into PhotoData/LostAndFound, never removed. An original that
 /// is missing or changed, and a damaged store, can only be told of. Interrupted at any instant, it can begin
 /// again. An empty text when nothing is left to mend, else what is.
-[[nodiscard]] std::string repairLibrary(Library &library, const Handler<bool()> &isEnding);
+[[nodiscard]] std::string repairLibrary(Library &library);
 
 } // namespace wickerlane::hoardd
 

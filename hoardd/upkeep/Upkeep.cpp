@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "hoardd/albums/BulletinBoard.h"
+#include "hoardd/saving/AssetSaver.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/store/LibraryCheck.h"
 #include "wickerlane/store/Schema.h"
@@ -71,7 +72,7 @@ std::optional<std::int64_t> secondsToRepair(const Library &library, std::string 
     return static_cast<std::int64_t>(seconds);
 }
 
-std::string removeAddedSince(Library &library, double date, const Handler<bool()> &isEnding) {
+std::string removeAddedSince(Library &library, double date) {
     std::string problem;
     auto database = library.openReader(problem);
     if (!database)
@@ -84,10 +85,10 @@ std::string removeAddedSince(Library &library, double date, const Handler<bool()
     if (rows.failed())
         return database->problem();
     for (const store::AssetRecord &each : added) {
-        if (isEnding())
+        if (library.isEnding())
             return "hoardd is ending; what is left is done the next time";
         ReleaseScope scope;
-        if (std::string failure = library.saver().remove(each); !failure.empty())
+        if (std::string failure = AssetSaver(library).remove(each); !failure.empty())
             return failure;
     }
     std::vector<std::string> albums;

@@ -5,7 +5,6 @@
 #include <map>
 
 #include "hoardd/library/Library.h"
-#include "wickerlane/platform/object/Handler.h"
 
 namespace wickerlane::hoardd {
 
@@ -27,7 +26,7 @@ enum class SizeKind : std::uint32_t {
 
 /// Takes all assets and albums out of the library that were added after a date (seconds since 2001-01-01
 /// 00:00:00 UTC), and all bulletins. An empty text on success, else the reason.
-[[nodiscard]] std::string removeAddedSince(Library &library, double date, const Handler<bool()> &isEnding);
+[[nodiscard]] std::string removeAddedSince(Library &library, double date);
 
 } // namespace wickerlane::hoardd
 

@@ -1,9 +1,9 @@
 // What the daemon does with requests as such: rows, shapes, access.
-#include "hoardd/service/Dispatch.h"
+#include "hoardd/Daemon.h"
 
 #include <algorithm>
 
-#include "hoardd/Daemon.h"
+#include "hoardd/service/Access.h"
 #include "tests/hoardd/PlausibleRequest.h"
 #include "tests/hoardd/RunningHoardd.h"
 #include "wickerlane/protocol/AllRows.h"
@@ -15,10 +15,9 @@ namespace {
 
 TEST(Dispatch, EveryRowHasItsHandlerAndEveryHandlerItsRow) {
     std::vector<const protocol::Row *> served;
-    for (const hoardd::DispatchEntry &entry : hoardd::dispatchTable()) {
-        EXPECT_NE(entry.handle, nullptr);
-        served.push_back(entry.row);
-    }
+    for (const auto family : hoardd::allOperations())
+        for (const hoardd::Operation &operation : family)
+            served.push_back(operation.row);
     EXPECT_TRUE(std::ranges::is_permutation(served, protocol::allRows));
 }
 
@@ -94,10 +93,9 @@ TEST_F(Requests, SayWhetherTheUserHasAccess) {
     EXPECT_EQ(reply->getInt64("authorized"), 0);
     EXPECT_EQ(answer(request(10).get())->count(), 0U);
 
-    hoardd::Daemon inProcess({});
     const uid_t me = getuid();
-    EXPECT_EQ(inProcess.accessOf({me, 0, 1, 1, ""}), hoardd::AccessStatus::granted);
-    EXPECT_EQ(inProcess.accessOf({me + 1, 0, 1, 1, ""}), hoardd::AccessStatus::notAsked);
+    EXPECT_EQ(hoardd::accessOf({me, 0, 1, 1, ""}), hoardd::AccessStatus::granted);
+    EXPECT_EQ(hoardd::accessOf({me + 1, 0, 1, 1, ""}), hoardd::AccessStatus::notAsked);
 }
 
 } // namespace

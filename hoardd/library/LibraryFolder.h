@@ -1,0 +1,37 @@
+// The folder of the library that this process serves, with or without a store in it.
+#ifndef HOARDD_LIBRARY_LIBRARYFOLDER_H
+#define HOARDD_LIBRARY_LIBRARYFOLDER_H
+
+#include <memory>
+
+#include "hoardd/library/Library.h"
+#include "wickerlane/platform/object/Handler.h"
+#include "wickerlane/platform/object/Mutex.h"
+
+namespace wickerlane::hoardd {
+
+/// Thread-safe.
+class LibraryFolder {
+public:
+    /// `opened` is called once, before anybody else gets the library.
+    LibraryFolder(store::LibraryPaths libraryPaths, Handler<void(Library &)> opened)
+        : folderPaths(std::move(libraryPaths)), whenOpened(std::move(opened)) {}
+
+    [[nodiscard]] const store::LibraryPaths &paths() const noexcept { return folderPaths; }
+
+    /// The library, which lives as long as this. The first call opens it, and makes it if there is none; when
+    /// that fails, the next call tries again.
+    [[nodiscard]] Result<Library *> open();
+    /// The library if it has been opened, else null.
+    [[nodiscard]] Library *opened();
+
+private:
+    const store::LibraryPaths folderPaths;
+    const Handler<void(Library &)> whenOpened;
+    Mutex mutex;
+    std::unique_ptr<Library> library WL_GUARDED_BY(mutex); // stays once it is there
+};
+
+} // namespace wickerlane::hoardd
+
+#endif

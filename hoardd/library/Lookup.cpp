@@ -1,0 +1,60 @@
+#include "hoardd/library/Lookup.h"
+
+#include "wickerlane/message/JXMsgUtilities.h"
+
+namespace wickerlane::hoardd {
+
+using store::ManagedAlbum;
+using store::ManagedAsset;
+
+namespace {
+
+template <class Found>
+Result<Ref<Found>> orMissing(Found *found, const char *what) {
+    if (found == nullptr)
+        return fail(ProblemKind::notFound, what);
+    return Ref<Found>(found);
+}
+
+Result<Ref<ManagedAsset>> orNoAsset(ManagedAsset *found) {
+    return orMissing(found, "there is no such asset");
+}
+
+} // namespace
+
+Result<Ref<ManagedAsset>> assetWithURL(Library &library, const URL *url) {
+    return orNoAsset(library.assets().assetWithURL(url));
+}
+
+Result<Ref<ManagedAsset>> assetWithObjectID(Library &library, MessageValue *objectID) {
+    return orNoAsset(
+        library.assets().assetWithObjectID(JXManagedObjectIDFromMsgValue(objectID, &library.assets())));
+}
+
+Result<Ref<ManagedAsset>> assetWithURI(Library &library, std::string_view uri) {
+    const std::string text(uri);
+    return orNoAsset(library.assets().assetWithObjectID(
+        library.assets().managedObjectIDForURI(text.c_str(), text.size())));
+}
+
+Result<Ref<ManagedAsset>> assetWithUUID(Library &library, std::string_view uuid) {
+    return orNoAsset(library.assets().assetWithUUID(uuid));
+}
+
+Result<Ref<ManagedAlbum>> albumWithUUID(Library &library, std::string_view uuid) {
+    return orMissing(library.assets().albumWithUUID(uuid), "there is no such album");
+}
+
+Result<std::int64_t> keyOfObject(Library &library, const MessageValue *objectID, std::string_view entity) {
+    const auto *uri = as<MessageData>(objectID);
+    const std::int64_t key =
+        uri != nullptr ? store::primaryKeyInURI({static_cast<const char *>(uri->bytes()), uri->length()},
+                                                library.assets().storeUUID(), entity)
+                       : 0;
+    if (key == 0)
+        return fail(ProblemKind::notFound,
+                    "the object ID is not that of a " + std::string(entity) + " of this library");
+    return key;
+}
+
+} // namespace wickerlane::hoardd

@@ -1,0 +1,28 @@
+// Finding what a request names, or the problem that it isn't there.
+#ifndef HOARDD_LIBRARY_LOOKUP_H
+#define HOARDD_LIBRARY_LOOKUP_H
+
+#include <string_view>
+
+#include "hoardd/library/Library.h"
+#include "wickerlane/platform/message/value/MessageValue.h"
+
+namespace wickerlane::hoardd {
+
+// An asset by its persistent URL, its object ID or its UUID; a null URL, ID or text names none.
+
+[[nodiscard]] Result<Ref<store::ManagedAsset>> assetWithURL(Library &library, const URL *url);
+/// `objectID` is the value that travels.
+[[nodiscard]] Result<Ref<store::ManagedAsset>> assetWithObjectID(Library &library, MessageValue *objectID);
+[[nodiscard]] Result<Ref<store::ManagedAsset>> assetWithURI(Library &library, std::string_view uri);
+[[nodiscard]] Result<Ref<store::ManagedAsset>> assetWithUUID(Library &library, std::string_view uuid);
+
+[[nodiscard]] Result<Ref<store::ManagedAlbum>> albumWithUUID(Library &library, std::string_view uuid);
+
+/// The primary key of a moment, a list of moments or an album, by the value of its object ID that travels.
+[[nodiscard]] Result<std::int64_t> keyOfObject(Library &library, const MessageValue *objectID,
+                                               std::string_view entity);
+
+} // namespace wickerlane::hoardd
+
+#endif

@@ -1,0 +1,52 @@
+// Which operation serves which request, and where it runs.
+#ifndef HOARDD_SERVICE_DISPATCHER_H
+#define HOARDD_SERVICE_DISPATCHER_H
+
+#include <cstddef>
+#include <memory>
+#include <span>
+#include <vector>
+
+#include "hoardd/service/Call.h"
+#include "wickerlane/platform/object/Mutex.h"
+
+namespace wickerlane::hoardd {
+
+/// Thread-safe.
+class Dispatcher {
+public:
+    struct Options {
+        std::vector<std::span<const Operation>> operations; ///< Of all families.
+        LibraryFolder *folder = nullptr;                    ///< Borrowed, as the queues are.
+        Handler<Result<Library *>()> openLibrary;           ///< The open library, which lives on.
+        JobQueue *jobs = nullptr;
+        JobQueue *longWork = nullptr;
+    };
+    explicit Dispatcher(Options chosen) : options(std::move(chosen)) {}
+
+    /// Serves one request: finds its operation, checks it against the row, checks the peer's access, and runs
+    /// the handler where the row says. Each request that wants a reply gets one.
+    void dispatch(const Call &call);
+
+    /// Takes no more, and waits until what is being served has been. The queues are closed before.
+    void stop();
+
+private:
+    [[nodiscard]] Result<const Operation *> find(const Call &call) const;
+    void serve(const Operation &operation, Library *library, const Call &call) const;
+    /// Nothing when jobs have been begun that answer the call.
+    [[nodiscard]] Result<std::optional<Answer>> handle(const Operation &operation, Library *library,
+                                                       const Call &call) const;
+    [[nodiscard]] std::shared_ptr<void> beginServing();
+    void endServing();
+
+    const Options options;
+    Mutex mutex;
+    Condition served;
+    std::size_t serving WL_GUARDED_BY(mutex) = 0;
+    bool isStopping WL_GUARDED_BY(mutex) = false;
+};
+
+} // namespace wickerlane::hoardd
+
+#endif

@@ -1,0 +1,66 @@
+// What an operation of hoardd is: a row that says how a request of the protocol is served.
+#ifndef HOARDD_SERVICE_OPERATION_H
+#define HOARDD_SERVICE_OPERATION_H
+
+#include <optional>
+#include <variant>
+
+#include "hoardd/service/Answer.h"
+#include "hoardd/service/JobQueue.h"
+#include "wickerlane/platform/object/String.h"
+#include "wickerlane/protocol/Row.h"
+
+namespace wickerlane::hoardd {
+
+class Call;
+class Library;
+class LibraryFolder;
+
+/// Serves without a library.
+using PlainHandler = Result<Answer> (*)(const Call &);
+/// Serves the library's folder, with or without a store in it.
+using FolderHandler = Result<Answer> (*)(LibraryFolder &, const Call &);
+/// Serves the open library.
+using LibraryHandler = Result<Answer> (*)(Library &, const Call &);
+/// Begins jobs on the open library, the last of which answers the call.
+using JobsHandler = Result<> (*)(Library &, JobQueue &, const Call &);
+
+enum class Callers {
+    everybody,
+    withAccess, ///< To the photo library.
+};
+
+/// When and where a handler runs. Requests of one peer begin in the order in which they came.
+enum class Runs {
+    inOrder,  ///< Before the peer's next request: what is quick.
+    beside,   ///< Beside the peer's next requests: what reads or decodes for a moment.
+    asJob,    ///< In the bounded queue of saves and pictures.
+    longWork, ///< In the bounded queue of long work, one at a time.
+};
+
+/// Why a request gets no answer, and whether its sender has the entitlement that the row asks for.
+struct Refusal {
+    Problem problem;
+    bool isEntitled = true;
+};
+
+/// An operation's own way to say no; nothing when it has none for that problem.
+using SayNo = std::optional<Answer> (*)(const Refusal &refusal);
+
+/// By "success" false.
+[[nodiscard]] std::optional<Answer> bySuccess(const Refusal &refusal);
+/// By "success" false, with "hasEntitlement" as it is.
+[[nodiscard]] std::optional<Answer> bySuccessAndEntitlement(const Refusal &refusal);
+
+struct Operation {
+    const protocol::Row *row;
+    std::variant<PlainHandler, FolderHandler, LibraryHandler, JobsHandler> handler;
+    Runs runs = Runs::inOrder;
+    Callers callers = Callers::withAccess;
+    const String *const *entitlement = nullptr; ///< What callers need besides; null for nothing.
+    SayNo sayNo = nullptr;                      ///< Null: a problem is answered with an error.
+};
+
+} // namespace wickerlane::hoardd
+
+#endif
