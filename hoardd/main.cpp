@@ -59,7 +59,7 @@ int main(int argc, char **argv) {
     app.add_option("--idle-seconds", idleSeconds, "End after this time without a connection; 0 means never")
         ->check(CLI::Range(0.0, 1e6))
         ->capture_default_str();
-    app.add_option("--most-jobs", options.maxJobs, "Saves that may wait or run; further ones are refused")
+    app.add_option("--max-jobs", options.maxJobs, "Saves that may wait or run; further ones are refused")
         ->capture_default_str();
     CLI11_PARSE(app, argc, argv);
     options.idleTime = std::chrono::milliseconds(static_cast<std::int64_t>(idleSeconds * 1000));

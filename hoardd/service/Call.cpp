@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include "hoardd/service/Access.h"
 #include "wickerlane/log/JXLog.h"
 
 namespace wickerlane::hoardd {
@@ -10,16 +11,18 @@ bool Call::mayReadFiles() const noexcept {
     return peer().user == ::geteuid();
 }
 
-void Call::refuse(const Problem &problem, bool isEntitled) const {
+void Call::refuse(const Problem &problem) const {
     JX_LOG(JXLogLevelWarning, JXGatekeeperMsgLog, "refused %s of process %d: %s",
            served != nullptr ? served->row->name : "a request", peer().process, problem.text.c_str());
     if (!received->wantsReply())
         return;
-    const SayNo sayNo = served != nullptr ? served->sayNo : nullptr;
-    if (const auto own = sayNo != nullptr ? sayNo({problem, isEntitled}) : std::nullopt)
-        answer(*own);
-    else
-        received->replyError(problem.text); // its kind as well
+    if (served != nullptr && served->sayNo != nullptr) {
+        const bool hasEntitlement =
+            served->entitlement == nullptr || isEntitled(peer(), *served->entitlement);
+        if (const auto own = served->sayNo({problem, hasEntitlement}))
+            return answer(*own);
+    }
+    received->replyError(problem.text);
 }
 
 } // namespace wickerlane::hoardd

@@ -38,7 +38,7 @@ public:
     void answer(const Answer &answer) const { received->reply(answer.message.get()); }
     /// Answers in the operation's own way to say no, else with an error. The log is told, since many callers
     /// are not, or only that something went wrong.
-    void refuse(const Problem &problem, bool isEntitled = true) const;
+    void refuse(const Problem &problem) const;
     void finish(const Result<Answer> &result) const { result ? answer(*result) : refuse(result.error()); }
 
 private:

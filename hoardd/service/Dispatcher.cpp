@@ -22,9 +22,18 @@ bool takesLibrary(const Operation &operation) {
            std::holds_alternative<JobsHandler>(operation.handler);
 }
 
-const char *textWhenFull(Runs runs) {
-    return runs == Runs::longWork ? "too much long work is waiting; try again later"
-                                  : "too many jobs are waiting; try again later";
+Result<> checkCaller(const Operation &operation, const PeerIdentity &peer) {
+    if (operation.callers != Callers::everybody && accessOf(peer) != AccessStatus::granted)
+        return fail(ProblemKind::refused, "this user has no access to the photo library");
+    if (operation.entitlement != nullptr && !isEntitled(peer, *operation.entitlement))
+        return fail(ProblemKind::refused, "this program lacks the entitlement");
+    return {};
+}
+
+Result<> addTo(JobQueue &queue, const JobQueue::Job &job, const char *textWhenFull) {
+    if (!queue.add({job}))
+        return fail(ProblemKind::busy, textWhenFull);
+    return {};
 }
 
 } // namespace
@@ -53,40 +62,42 @@ void Dispatcher::dispatch(const Call &received) {
     const auto held = beginServing();
     if (!held)
         return received.refuse({ProblemKind::ending, "hoardd is ending; ask again", {}});
-    const auto found = find(received);
-    if (!found)
-        return received.refuse(found.error());
-    const Operation &operation = **found;
-    const Call call = received.servedBy(operation);
-    const bool hasEntitlement =
-        operation.entitlement == nullptr || isEntitled(call.peer(), *operation.entitlement);
-    if (operation.callers != Callers::everybody && accessOf(call.peer()) != AccessStatus::granted)
-        return call.refuse({ProblemKind::refused, "this user has no access to the photo library", {}},
-                           hasEntitlement);
-    if (!hasEntitlement)
-        return call.refuse({ProblemKind::refused, "this program lacks the entitlement", {}}, false);
-    if (const auto checked = checkTextSizes(call, *operation.row); !checked)
-        return call.refuse(checked.error());
+    const auto operation = find(received);
+    if (!operation)
+        return received.refuse(operation.error());
+    const Call call = received.servedBy(**operation);
+    const auto begun = withoutExceptions([&] { return begin(**operation, call, held); });
+    if (!begun)
+        call.refuse(begun.error());
+}
 
+Result<> Dispatcher::begin(const Operation &operation, const Call &call, const std::shared_ptr<void> &held) {
+    if (const auto checked = checkCaller(operation, call.peer()); !checked)
+        return checked;
+    if (const auto checked = checkTextSizes(call, *operation.row); !checked)
+        return checked;
     // Opened here rather than in a queue, so that what a new library leaves to do comes before this.
     Library *library = nullptr;
     if (takesLibrary(operation)) {
         const auto opened = options.openLibrary();
         if (!opened)
-            return call.refuse(opened.error());
+            return passOn(opened);
         library = *opened;
     }
     const auto work = [this, &operation, library, call] { serve(operation, library, call); };
     switch (operation.runs) {
     case Runs::inOrder:
-        return work();
+        work();
+        return {};
     case Runs::beside:
-        return WorkQueue::global()->async([work, held] { work(); });
+        WorkQueue::global()->async([work, held] { work(); });
+        return {};
     case Runs::asJob:
+        return addTo(*options.jobs, work, "too many jobs are waiting; try again later");
     case Runs::longWork:
-        if (!(operation.runs == Runs::asJob ? options.jobs : options.longWork)->add({work}))
-            call.refuse({ProblemKind::busy, textWhenFull(operation.runs), {}});
+        return addTo(*options.longWork, work, "too much long work is waiting; try again later");
     }
+    return {};
 }
 
 void Dispatcher::serve(const Operation &operation, Library *library, const Call &call) const {

@@ -33,6 +33,10 @@ public:
 
 private:
     [[nodiscard]] Result<const Operation *> find(const Call &call) const;
+    /// Checks the caller and the request, and runs the handler or puts it into its queue. `held` keeps stop()
+    /// waiting.
+    [[nodiscard]] Result<> begin(const Operation &operation, const Call &call,
+                                 const std::shared_ptr<void> &held);
     void serve(const Operation &operation, Library *library, const Call &call) const;
     /// Nothing when jobs have been begun that answer the call.
     [[nodiscard]] Result<std::optional<Answer>> handle(const Operation &operation, Library *library,

@@ -10,24 +10,21 @@
 namespace wickerlane::hoardd {
 
 // One more than the processors: while one job waits for the disk, the others compute.
-JobQueue::JobQueue(std::size_t limit, std::size_t lanes)
-    : most(limit), mostRunning(lanes != 0 ? lanes : deviceProcessorCount() + 1) {
+JobQueue::JobQueue(std::size_t maxJobs, std::size_t maxRunning)
+    : maxUnfinished(maxJobs), maxLanes(maxRunning != 0 ? maxRunning : deviceProcessorCount() + 1) {
 }
 
 bool JobQueue::add(std::vector<Job> jobs) {
     std::size_t started = 0;
     {
-        const std::lock_guard guard(lock);
+        const MutexLock lock(mutex);
         // One place is enough: a request that is itself larger than the queue must not be refused for ever.
-        if (closed || unfinished >= most)
+        if (isClosed || unfinished >= maxUnfinished)
             return false;
-        for (Job &job : jobs) {
-            beginProcessTransaction();
-            waiting.push_back(std::move(job));
-        }
-        unfinished += jobs.size();
-        started = std::min(jobs.size(), mostRunning - running);
-        running += started;
+        for (Job &job : jobs)
+            enqueue(std::move(job));
+        started = std::min(jobs.size(), maxLanes - lanesRunning);
+        lanesRunning += started;
     }
     start(started);
     return true;
@@ -36,14 +33,18 @@ bool JobQueue::add(std::vector<Job> jobs) {
 void JobQueue::addRest(Job rest) {
     std::size_t started = 0;
     {
-        const std::lock_guard guard(lock);
-        beginProcessTransaction();
-        waiting.push_back(std::move(rest));
-        ++unfinished;
-        started = running < mostRunning ? 1 : 0;
-        running += started;
+        const MutexLock lock(mutex);
+        enqueue(std::move(rest));
+        started = lanesRunning < maxLanes ? 1 : 0;
+        lanesRunning += started;
     }
     start(started);
+}
+
+void JobQueue::enqueue(Job job) {
+    beginProcessTransaction();
+    waiting.push_back(std::move(job));
+    ++unfinished;
 }
 
 void JobQueue::start(std::size_t lanes) {
@@ -52,28 +53,29 @@ void JobQueue::start(std::size_t lanes) {
 }
 
 void JobQueue::runLane() {
-    std::unique_lock guard(lock);
+    MutexLock lock(mutex);
     while (!waiting.empty()) {
         Job job = std::move(waiting.front());
         waiting.pop_front();
-        guard.unlock();
+        lock.unlock();
         {
             ReleaseScope scope;
             job();
             job = nullptr; // what it holds goes before the transaction ends
         }
         endProcessTransaction();
-        guard.lock();
+        lock.lock();
         --unfinished;
     }
-    if (--running == 0)
-        emptied.notify_all();
+    if (--lanesRunning == 0)
+        emptied.notifyAll();
 }
 
 void JobQueue::close() {
-    std::unique_lock guard(lock);
-    closed = true;
-    emptied.wait(guard, [this] { return running == 0; });
+    const MutexLock lock(mutex);
+    isClosed = true;
+    while (lanesRunning != 0)
+        emptied.wait(mutex);
 }
 
 } // namespace wickerlane::hoardd

@@ -2,32 +2,32 @@
 #ifndef HOARDD_SERVICE_JOBQUEUE_H
 #define HOARDD_SERVICE_JOBQUEUE_H
 
-#include <condition_variable>
 #include <cstddef>
 #include <deque>
-#include <mutex>
 #include <vector>
 
 #include "wickerlane/platform/object/Handler.h"
+#include "wickerlane/platform/object/Mutex.h"
 
 namespace wickerlane::hoardd {
 
-/// Runs jobs on the global queue, a few at a time: as many as keep the processors and the media workers busy.
-/// The process is held in a transaction as long as there are jobs. Thread-safe.
+/// Runs jobs on the global queue, a few at a time. The process is held in a transaction as long as there are
+/// jobs. Thread-safe.
 class JobQueue {
 public:
     using Job = Handler<void()>;
 
-    /// `most` jobs may wait or run at a time; `lanes` of them run, as many as suit saves when it is 0.
-    explicit JobQueue(std::size_t most, std::size_t lanes = 0);
+    /// `maxJobs` may wait or run at a time; `maxRunning` of them run. 0 runs as many as suit saves, so that
+    /// the processors and the media workers are kept busy.
+    explicit JobQueue(std::size_t maxJobs, std::size_t maxRunning = 0);
 
     /// How many jobs run at a time.
-    [[nodiscard]] std::size_t lanes() const noexcept { return mostRunning; }
+    [[nodiscard]] std::size_t lanes() const noexcept { return maxLanes; }
     /// Takes the jobs of one request, all or none: none when the queue is full or closed. They start in
     /// order.
     [[nodiscard]] bool add(std::vector<Job> jobs);
-    /// Takes the rest of a job, which runs after those that wait: from that job itself, and whatever the
-    /// state of the queue, so that what was begun is finished.
+    /// Takes the rest of a job, which runs after those that wait: called by that job, and whatever the state
+    /// of the queue, so that what was begun is finished.
     void addRest(Job rest);
     /// Takes no more, and waits until those that were taken have run.
     void close();
@@ -35,15 +35,16 @@ public:
 private:
     void start(std::size_t lanes);
     void runLane();
+    void enqueue(Job job) WL_REQUIRES(mutex);
 
-    const std::size_t most;
-    const std::size_t mostRunning;
-    std::mutex lock;
-    std::condition_variable emptied;
-    std::deque<Job> waiting;
-    std::size_t unfinished = 0; // waiting or running
-    std::size_t running = 0;    // lanes
-    bool closed = false;
+    const std::size_t maxUnfinished;
+    const std::size_t maxLanes;
+    Mutex mutex;
+    Condition emptied;
+    std::deque<Job> waiting WL_GUARDED_BY(mutex);
+    std::size_t unfinished WL_GUARDED_BY(mutex) = 0; ///< Jobs that wait or run.
+    std::size_t lanesRunning WL_GUARDED_BY(mutex) = 0;
+    bool isClosed WL_GUARDED_BY(mutex) = false;
 };
 
 } // namespace wickerlane::hoardd

@@ -38,10 +38,10 @@ enum class Runs {
     longWork, ///< In the bounded queue of long work, one at a time.
 };
 
-/// Why a request gets no answer, and whether its sender has the entitlement that the row asks for.
+/// Why a request is refused, and whether its sender has the entitlement that the operation asks for.
 struct Refusal {
-    Problem problem;
-    bool isEntitled = true;
+    const Problem &problem;
+    bool isEntitled;
 };
 
 /// An operation's own way to say no; nothing when it has none for that problem.

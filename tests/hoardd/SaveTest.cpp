@@ -349,7 +349,7 @@ TEST_F(Saving, ABatchAnswersEachJobInItsPlace) {
 
 TEST_F(Saving, AFullQueueIsSaid) {
     ReleaseScope scope;
-    describeService({"--idle-seconds", "60", "--most-jobs", "0"});
+    describeService({"--idle-seconds", "60", "--max-jobs", "0"});
     const auto job = Dictionary::createWithKeys({{"imageData", dataOf(pngOf(fourCorners(4, 4))).get()}});
     const auto reply = answer(saveRequest(job.get()).get());
     EXPECT_TRUE(reply->getBool("jobQueueFull"));
