@@ -4,8 +4,6 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <array>
-#include <cctype>
 #include <cerrno>
 #include <cstring>
 #include <deque>
@@ -15,7 +13,9 @@
 #include "cli/OpenedLibrary.h"
 #include "cli/Waiting.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
+#include "wickerlane/model/MediaType.h"
 #include "wickerlane/platform/file/Files.h"
+#include "wickerlane/platform/object/Paths.h"
 #include "wickerlane/protocol/JobKeys.h"
 
 namespace wickerlane::cli {
@@ -58,12 +58,8 @@ struct Report {
 
 /// Whether a file met on the way through a folder is meant to be saved. Files that are named are always.
 bool looksLikeMedia(const fs::path &path) {
-    constexpr std::array extensions = {".jpg",  ".jpeg", ".png",  ".webp", ".tif", ".tiff", ".gif",
-                                       ".heic", ".heif", ".avif", ".mp4",  ".mov", ".m4v"};
-    std::string extension = path.extension().string();
-    std::transform(extension.begin(), extension.end(), extension.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return std::find(extensions.begin(), extensions.end(), extension) != extensions.end();
+    const MediaType *type = mediaTypeOfExtension(pathExtension(path.native()));
+    return type != nullptr && type->isImported;
 }
 
 bool isHidden(const fs::path &path) {

@@ -21,6 +21,12 @@ using media::WorkerProcess;
 
 namespace {
 
+// Decoders of these formats have a record of faults: each file gets a process of its own.
+bool isRisky(MediaFormat format) {
+    return format == MediaFormat::tiff || format == MediaFormat::heif || format == MediaFormat::avif ||
+           format == MediaFormat::video || format == MediaFormat::raw;
+}
+
 std::string workerProgram() {
     std::array<char, 4096> path{};
     const ssize_t length = readlink("/proc/self/exe", path.data(), path.size() - 1);
@@ -85,7 +91,7 @@ VideoFacts videoFactsOf(const Answer &answer) {
 // A worker that a file has taken over can answer anything, so that what makes no sense is left out.
 PictureFacts factsOf(const Answer &answer) {
     PictureFacts facts;
-    facts.format = answer.format <= lastImageFormat ? answer.format : ImageFormat::unknown;
+    facts.format = answer.format <= lastMediaFormat ? answer.format : MediaFormat::unknown;
     facts.width = sideOf(answer.width);
     facts.height = sideOf(answer.height);
     facts.orientation = answer.orientation >= 1 && answer.orientation <= 8 ? answer.orientation : 1;
@@ -175,16 +181,16 @@ MediaResult MediaWorkers::Crews::runOnPicture(int picture, const Request &reques
                                               std::span<const int> outputs, Answer &answer) {
     UniqueFd reopened;
     std::array<int, media::mostDescriptors> descriptors{readOnly(picture, reopened)};
-    std::array<std::byte, imageFormatBytes> start{};
+    std::array<std::byte, mediaTypeBytes> start{};
     const ssize_t length = pread(descriptors[0], start.data(), start.size(), 0);
     if (length < 0)
         return {MediaFailure::badRequest, "the picture cannot be read"};
-    const ImageFormat format = imageFormatOf(std::span(start).first(static_cast<std::size_t>(length)));
-    if (format == ImageFormat::unknown)
+    const MediaFormat format = mediaFormatOf(std::span(start).first(static_cast<std::size_t>(length)));
+    if (format == MediaFormat::unknown)
         return {MediaFailure::unknownFormat, "the file is not a picture of a known format"};
     std::ranges::copy(outputs, descriptors.begin() + 1);
-    return run(imageFormatIsRisky(format) ? apart : shared, request,
-               std::span(descriptors).first(1 + outputs.size()), answer);
+    return run(isRisky(format) ? apart : shared, request, std::span(descriptors).first(1 + outputs.size()),
+               answer);
 }
 
 MediaWorkers::MediaWorkers(MediaWorkersOptions options) : crews(std::make_unique<Crews>(options)) {
@@ -200,10 +206,10 @@ std::string fillThumbnails(std::span<const ThumbnailTarget> thumbnails, Request 
     if (thumbnails.size() > media::mostThumbnails)
         return "too many thumbnails are asked for at once";
     for (const ThumbnailTarget &thumbnail : thumbnails) {
-        if (thumbnail.longestSide == 0 || thumbnail.longestSide > pictureLimits.side)
+        if (thumbnail.maxSide == 0 || thumbnail.maxSide > pictureLimits.side)
             return "a thumbnail has an impossible size";
         outputs[request.thumbnailCount] = thumbnail.output;
-        request.thumbnailSides[request.thumbnailCount++] = thumbnail.longestSide;
+        request.thumbnailSides[request.thumbnailCount++] = thumbnail.maxSide;
     }
     return {};
 }
@@ -250,10 +256,10 @@ namespace {
 // Fills the part of a request that says how an image is written. False when it makes no sense.
 bool fillSettings(const ImageSettings &settings, Request &request) {
     request.format = settings.format;
-    request.longestSide = settings.longestSide;
+    request.maxSide = settings.maxSide;
     request.quality = settings.quality;
-    const bool writable = settings.format == ImageFormat::jpeg || settings.format == ImageFormat::png ||
-                          settings.format == ImageFormat::webp;
+    const bool writable = settings.format == MediaFormat::jpeg || settings.format == MediaFormat::png ||
+                          settings.format == MediaFormat::webp;
     return writable && settings.quality >= 1 && settings.quality <= 100;
 }
 
@@ -277,7 +283,7 @@ ImageResult MediaWorkers::encode(const SurfacePixels &surface, const ImageSettin
     request.kind = RequestKind::encode;
     const std::uint64_t pixelBytes = surface.format == SurfaceFormat::gray ? 1 : 4;
     const std::uint64_t pixels = std::uint64_t{surface.width} * surface.height;
-    if (!fillSettings(settings, request) || settings.longestSide != 0)
+    if (!fillSettings(settings, request) || settings.maxSide != 0)
         return failed<ImageResult>(MediaFailure::badRequest, "images cannot be written with these settings");
     if (pixels == 0 || surface.width > pictureLimits.side || surface.height > pictureLimits.side ||
         surface.bytesPerRow < surface.width * pixelBytes || surface.bytesPerRow % pixelBytes != 0 ||

@@ -85,7 +85,7 @@ public:
     /// other metadata. `output` is open for writing, at the start of an empty file.
     ImageResult render(int picture, const ImageSettings &settings, int output);
 
-    /// Writes a surface as an image. The size is the surface's own: `settings.longestSide` must be 0.
+    /// Writes a surface as an image. The size is the surface's own: `settings.maxSide` must be 0.
     ImageResult encode(const SurfacePixels &surface, const ImageSettings &settings, int output);
 
     /// Lets a shared worker try what its confinement must forbid; fails when something got through.

@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-#include "hoardd/media/ImageFormat.h"
+#include "wickerlane/model/MediaType.h"
 
 namespace wickerlane::hoardd {
 
@@ -52,7 +52,7 @@ struct VideoFacts {
 
 /// What a picture file says of itself. What it says wrongly or not at all is absent.
 struct PictureFacts {
-    ImageFormat format = ImageFormat::unknown;
+    MediaFormat format = MediaFormat::unknown;
     std::uint32_t width = 0;       ///< pixels, with the orientation applied; 0 when unknown
     std::uint32_t height = 0;      ///< pixels, with the orientation applied; 0 when unknown
     std::uint32_t orientation = 1; ///< 1 to 8, as EXIF counts them
@@ -87,14 +87,14 @@ struct MediaResult {
 
 /// A thumbnail to be made.
 struct ThumbnailTarget {
-    std::uint32_t longestSide = 0; ///< pixels; a smaller picture is not enlarged
-    int output = -1;               ///< open for writing, at the start of an empty file; stays the caller's
+    std::uint32_t maxSide = 0; ///< pixels; a smaller picture is not enlarged
+    int output = -1;           ///< open for writing, at the start of an empty file; stays the caller's
 };
 
 /// What an image is to be written as.
 struct ImageSettings {
-    ImageFormat format = ImageFormat::jpeg; ///< jpeg, png or webp
-    std::uint32_t longestSide = 0;          ///< pixels; 0 keeps the size; never enlarges
+    MediaFormat format = MediaFormat::jpeg; ///< jpeg, png or webp
+    std::uint32_t maxSide = 0;              ///< pixels; 0 keeps the size; never enlarges
     std::uint32_t quality = 90;             ///< 1 to 100, for jpeg and webp
 };
 

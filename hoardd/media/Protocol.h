@@ -45,8 +45,8 @@ struct Request {
     std::uint32_t processorMilliseconds = 0; ///< the worker ends itself when it has used more
     std::uint32_t thumbnailCount = 0;
     std::array<std::uint32_t, mostThumbnails> thumbnailSides{};
-    ImageFormat format = ImageFormat::unknown;
-    std::uint32_t longestSide = 0;
+    MediaFormat format = MediaFormat::unknown;
+    std::uint32_t maxSide = 0;
     std::uint32_t quality = 0;
     SurfaceFormat surfaceFormat = SurfaceFormat::bgra;
     std::uint32_t surfaceWidth = 0;
@@ -56,7 +56,7 @@ struct Request {
 
 struct Answer {
     MediaFailure failure = MediaFailure::none;
-    ImageFormat format = ImageFormat::unknown;
+    MediaFormat format = MediaFormat::unknown;
     std::uint32_t width = 0;
     std::uint32_t height = 0;
     std::uint32_t orientation = 1;

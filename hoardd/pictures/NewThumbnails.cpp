@@ -39,8 +39,8 @@ NewThumbnails::~NewThumbnails() {
 std::string NewThumbnails::open() {
     // Two requests for one asset must not write the same file.
     const std::string unique(UUID::createRandom()->uuidString()->utf8());
-    for (std::size_t i = 0; i < sizes.size(); ++i) {
-        const std::uint32_t side = store::longestSideOf(sizes[i]);
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::uint32_t side = store::maxSideOf(store::thumbnailSizes[i]);
         const std::string name =
             paths.saving() + '/' + std::string(leftoverPrefix) + unique + '-' + std::to_string(side);
         files[i] = openFile(name, O_WRONLY | O_CREAT | O_EXCL);
@@ -56,8 +56,8 @@ std::string NewThumbnails::open() {
 std::string NewThumbnails::place() {
     if (const std::string folder = paths.thumbnailFolder(uuid); !makeFolders(folder))
         return failing("make " + folder);
-    for (std::size_t i = 0; i < sizes.size(); ++i) {
-        const std::string path = paths.thumbnail(uuid, sizes[i]);
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::string path = paths.thumbnail(uuid, store::thumbnailSizes[i]);
         if (::rename(names[i].c_str(), path.c_str()) != 0)
             return failing("write " + path);
         names[i].clear();
@@ -66,7 +66,7 @@ std::string NewThumbnails::place() {
 }
 
 std::string NewThumbnails::publish() {
-    for (std::size_t i = 0; i < sizes.size(); ++i)
+    for (std::size_t i = 0; i < count; ++i)
         if (::fsync(files[i].get()) != 0)
             return failing("write " + names[i]);
     if (std::string problem = place(); !problem.empty())

@@ -37,13 +37,13 @@ public:
     static void removeLeftovers(const store::LibraryPaths &paths);
 
 private:
-    static constexpr std::array sizes{store::ThumbnailSize::small, store::ThumbnailSize::preview};
+    static constexpr std::size_t count = store::thumbnailSizes.size();
 
     const store::LibraryPaths &paths;
     const std::string uuid;
-    std::array<std::string, sizes.size()> names; ///< Of files that are not in their places; else empty.
-    std::array<UniqueFd, sizes.size()> files;
-    std::array<ThumbnailTarget, sizes.size()> targetOf;
+    std::array<std::string, count> names; ///< Of files that are not in their places; else empty.
+    std::array<UniqueFd, count> files;
+    std::array<ThumbnailTarget, count> targetOf;
     std::span<const ThumbnailTarget> written;
 };
 

@@ -8,7 +8,7 @@
 #include <cstring>
 
 #include "hoardd/library/Sha256.h"
-#include "hoardd/saving/FileType.h"
+#include "hoardd/media/FileType.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/propertylist/PropertyList.h"
@@ -21,8 +21,6 @@ using store::AssetRecord;
 using store::ThumbnailSize;
 
 namespace {
-
-constexpr ThumbnailSize sizes[] = {ThumbnailSize::small, ThumbnailSize::preview};
 
 std::string failing(const std::string &what) {
     return "can't " + what + ": " + std::strerror(errno);
@@ -57,7 +55,7 @@ std::string Renditions::pathOf(const AssetRecord &asset) const {
 }
 
 std::string Renditions::set(const AssetRecord &asset, const Data &picture, const Dictionary *properties) {
-    const FileType type = fileTypeOf(picture.span().first(std::min(picture.length(), fileTypeBytes)), "");
+    const FileType type = fileTypeOf(picture.span().first(std::min(picture.length(), mediaTypeBytes)), "");
     const std::string folder = library.paths().renditionFolder(asset.uuid);
     // Named by its contents, so that a rendition never takes the place of another before its row does.
     const store::Sha256 sum = sha256Of(picture.span());
@@ -100,7 +98,7 @@ std::string Renditions::set(const AssetRecord &asset, const Data &picture, const
 
 std::string Renditions::makeThumbnails(const AssetRecord &asset, bool force, bool newIndex) {
     bool isMissing = asset.thumbnailIndex == 0;
-    for (const ThumbnailSize size : sizes)
+    for (const ThumbnailSize size : store::thumbnailSizes)
         isMissing = isMissing || ::access(library.paths().thumbnail(asset.uuid, size).c_str(), F_OK) != 0;
     if (!force && !isMissing)
         return {};

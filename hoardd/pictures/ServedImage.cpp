@@ -80,7 +80,7 @@ ServedImage thumbnail(Library &library, const store::ManagedAsset &asset, Thumbn
             return kept;
     const std::string rendition = Renditions(library).pathOf(asset.record());
     return render(library, rendition.empty() ? library.paths().original(asset.record()) : rendition,
-                  {.format = ImageFormat::jpeg, .longestSide = store::longestSideOf(size)});
+                  {.format = MediaFormat::jpeg, .maxSide = store::maxSideOf(size)});
 }
 
 } // namespace
@@ -94,9 +94,9 @@ ServedImage imageOf(Library &library, const store::ManagedAsset &asset, std::uin
     case protocol::imageDataPreviewJPEG:
         return thumbnail(library, asset, ThumbnailSize::preview);
     case protocol::imageDataFullSizeJPEG:
-        return render(library, library.paths().original(asset.record()), {.format = ImageFormat::jpeg});
+        return render(library, library.paths().original(asset.record()), {.format = MediaFormat::jpeg});
     case protocol::imageDataFullSizePNG:
-        return render(library, library.paths().original(asset.record()), {.format = ImageFormat::png});
+        return render(library, library.paths().original(asset.record()), {.format = MediaFormat::png});
     }
     return failed("there is no image format " + std::to_string(format));
 }

@@ -28,7 +28,6 @@ using store::ThumbnailSize;
 
 namespace {
 
-constexpr ThumbnailSize thumbnailSizes[] = {ThumbnailSize::small, ThumbnailSize::preview};
 constexpr const char *stagedOriginal = "/original";
 
 std::string failing(const std::string &what) {
@@ -207,7 +206,7 @@ std::string AssetSaver::stage(const SaveJob &job, Staged &staged) {
         problem = copyFile(order.file.get(), original.get());
     else
         problem = encodeSurface(
-            *order.surface, type.extension == "PNG" ? ImageFormat::png : ImageFormat::jpeg, original.get());
+            *order.surface, type.extension == "PNG" ? MediaFormat::png : MediaFormat::jpeg, original.get());
     if (!problem.empty())
         return problem;
 
@@ -240,7 +239,7 @@ std::string AssetSaver::reserve(Staged &staged) {
     return isClear ? std::string() : failing("move " + original);
 }
 
-std::string AssetSaver::encodeSurface(const ImageSurface &surface, ImageFormat format, int output) {
+std::string AssetSaver::encodeSurface(const ImageSurface &surface, MediaFormat format, int output) {
     const SurfacePixels pixels{surface.sharedMemory()->descriptor(), surface.width(), surface.height(),
                                static_cast<SurfaceFormat>(surface.pixelFormat()), surface.bytesPerRow()};
     const ImageResult encoded = media.encode(pixels, {.format = format}, output);
@@ -262,8 +261,8 @@ std::string AssetSaver::examine(const SaveJob &job, const SaveOrder &order, Stag
     staged.isDue = seen.succeeded();
     if (!seen.succeeded())
         noteProblem(record, seen.reason);
-    if (seen.facts.format == ImageFormat::raw)
-        record.format = imageFormatMediaType(ImageFormat::raw); // its first bytes may have said otherwise
+    if (seen.facts.format == MediaFormat::raw)
+        record.format = mediaTypeName(MediaFormat::raw); // its first bytes may have said otherwise
     if (isShown || seen.hasPreview)
         record.thumbnailIndex = 1;
     else
@@ -279,7 +278,7 @@ std::string AssetSaver::examine(const SaveJob &job, const SaveOrder &order, Stag
 bool AssetSaver::makeThumbnails(const ImageSurface &picture, const Staged &staged,
                                 std::span<const ThumbnailTarget> targets) {
     const UniqueFd encoded = openFile(staged.folder + "/preview", O_RDWR | O_CREAT | O_EXCL);
-    return encoded && encodeSurface(picture, ImageFormat::png, encoded.get()).empty() &&
+    return encoded && encodeSurface(picture, MediaFormat::png, encoded.get()).empty() &&
            media.probe(encoded.get(), targets).succeeded();
 }
 
@@ -421,7 +420,7 @@ std::string AssetSaver::remove(const AssetRecord &asset) {
 
 // The folder goes last: as long as it stands, recover() knows of the files.
 void AssetSaver::removeFiles(const std::string &stageFolder, const AssetRecord &record) {
-    for (const ThumbnailSize size : thumbnailSizes)
+    for (const ThumbnailSize size : store::thumbnailSizes)
         ::unlink(paths.thumbnail(record.uuid, size).c_str());
     ::unlink(paths.original(record).c_str());
     std::error_code none;

@@ -69,7 +69,7 @@ private:
     [[nodiscard]] Finished makeDueThumbnails(const store::AssetRecord &asset);
     // Each gives an empty text on success, else the reason for which the job fails.
     [[nodiscard]] std::string stage(const SaveJob &job, Staged &staged);
-    [[nodiscard]] std::string encodeSurface(const ImageSurface &surface, ImageFormat format, int output);
+    [[nodiscard]] std::string encodeSurface(const ImageSurface &surface, MediaFormat format, int output);
     [[nodiscard]] std::string examine(const SaveJob &job, const SaveOrder &order, Staged &staged,
                                       int original);
     [[nodiscard]] bool makeThumbnails(const ImageSurface &picture, const Staged &staged,

@@ -9,8 +9,8 @@
 #include <filesystem>
 
 #include "hoardd/library/FileCopy.h"
+#include "hoardd/media/FileType.h"
 #include "hoardd/saving/AssetSaver.h"
-#include "hoardd/saving/FileType.h"
 #include "wickerlane/log/JXLog.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/object/Number.h"
@@ -33,7 +33,7 @@ std::string nameOf(const std::string &path) {
 /// Whether a file's content is that of a picture or a video.
 bool isMedia(const std::string &path) {
     const UniqueFd file = openFile(path, O_RDONLY | O_NONBLOCK);
-    std::array<std::byte, fileTypeBytes> start{};
+    std::array<std::byte, mediaTypeBytes> start{};
     const ssize_t count = file ? ::pread(file.get(), start.data(), start.size(), 0) : 0;
     return count > 0 && fileTypeOf(std::span(start).first(static_cast<std::size_t>(count)), {}).mediaType !=
                             "application/octet-stream";

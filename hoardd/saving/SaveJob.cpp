@@ -16,8 +16,6 @@
 
 namespace wickerlane::hoardd {
 
-using store::AssetKind;
-
 namespace {
 
 /// The last component of a path or name, no longer than a file name may be.
@@ -108,7 +106,7 @@ FileType SaveOrder::type() const {
         return extension == "png" || extension == "PNG" ? FileType{AssetKind::photo, "image/png", "PNG"}
                                                         : FileType{AssetKind::photo, "image/jpeg", "JPG"};
     }
-    std::array<std::byte, fileTypeBytes> read;
+    std::array<std::byte, mediaTypeBytes> read;
     Bytes start = read;
     if (data != nullptr) {
         start = data->span().first(std::min(read.size(), data->length()));

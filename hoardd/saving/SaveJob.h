@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "hoardd/saving/FileType.h"
+#include "hoardd/media/FileType.h"
 #include "wickerlane/platform/file/UniqueFd.h"
 #include "wickerlane/platform/object/Dictionary.h"
 #include "wickerlane/platform/surface/ImageSurface.h"
@@ -32,7 +32,7 @@ struct SaveOrder {
     std::string path;               ///< Of `file`.
     std::optional<double> modified; ///< When `file` was changed last; seconds since 2001-01-01 00:00:00 UTC.
     std::string originalFilename;   ///< May be empty.
-    std::optional<store::AssetKind> kind;
+    std::optional<AssetKind> kind;
     std::optional<double> creationDate; ///< Seconds since 2001-01-01 00:00:00 UTC.
     bool unlessPresent = false;         ///< The same bytes are not to be saved twice.
     bool isEmpty = false;               ///< The job names nothing to save, or something empty.

@@ -14,7 +14,6 @@
 #include "hoardd/library/FileCopy.h"
 #include "hoardd/library/Sha256.h"
 #include "hoardd/library/Store.h"
-#include "hoardd/saving/FileType.h"
 #include "hoardd/service/JobQueue.h"
 #include "tests/support/Descriptors.h"
 #include "wickerlane/platform/file/Files.h"
@@ -26,44 +25,6 @@ using namespace wickerlane;
 using namespace wickerlane::hoardd;
 
 namespace {
-
-TEST(FileType, IsToldByContentBeforeItsName) {
-    using namespace std::string_literals;
-    constexpr auto photo = store::AssetKind::photo, video = store::AssetKind::video;
-    const struct {
-        std::string start;
-        const char *name;
-        store::AssetKind kind;
-        const char *mediaType, *extension;
-    } cases[] = {
-        {"\xFF\xD8\xFF\xE0", "x.png", photo, "image/jpeg", "JPG"},
-        {"\x89PNG\r\n\x1A\n", "", photo, "image/png", "PNG"},
-        {"II*\0"s, "raw.dng", photo, "image/tiff", "DNG"},
-        {"II*\0"s, "scan", photo, "image/tiff", "TIF"},
-        {"\0\0\0\x14"
-         "ftypqt  "s,
-         "clip", video, "video/quicktime", "MOV"},
-        {"\0\0\0\x14"
-         "ftypisom"s,
-         "clip.m4v", video, "video/mp4", "M4V"},
-        {"\0\0\0\x14"
-         "ftypisom"s,
-         "clip.jpg", video, "video/mp4", "MP4"},
-        {"\x1A\x45\xDF\xA3", "clip.webm", video, "video/x-matroska", "WEBM"},
-        {"RIFF\1\2\3\4AVI ", "", video, "video/x-msvideo", "AVI"},
-        {"something", "clip.mpg", video, "video/mpeg", "MPG"},
-        {"something", "letter.txt", photo, "application/octet-stream", "TXT"},
-        {"something", "x.a/b", photo, "application/octet-stream", "DAT"},
-        {"something", "x.abcdefghijklmnopq", photo, "application/octet-stream", "DAT"},
-        {"", ".", photo, "application/octet-stream", "DAT"},
-    };
-    for (const auto &[start, name, kind, mediaType, extension] : cases) {
-        const FileType type = fileTypeOf(std::as_bytes(std::span(start)), name);
-        EXPECT_EQ(type.kind, kind) << name;
-        EXPECT_EQ(type.mediaType, mediaType) << name;
-        EXPECT_EQ(type.extension, extension) << name;
-    }
-}
 
 TEST(FileCopy, KeepsEveryByteAlsoBetweenFileSystems) {
     std::vector<std::byte> bytes(700'001);

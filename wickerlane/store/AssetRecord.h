@@ -8,10 +8,11 @@
 #include <optional>
 #include <string>
 
+#include "wickerlane/model/AssetKind.h"
+
 namespace wickerlane::store {
 
-/// The numbers are those that travel in requests and stand in the database.
-enum class AssetKind : std::uint8_t { photo = 0, video = 1 };
+using wickerlane::AssetKind;
 
 using Sha256 = std::array<std::byte, 32>;
 

@@ -16,8 +16,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr ThumbnailSize thumbnailSizes[] = {ThumbnailSize::small, ThumbnailSize::preview};
-
 /// Every file below a folder; folders that can't be read hold none.
 std::vector<std::string> filesBelow(const std::string &folder) {
     std::vector<std::string> files;

@@ -12,9 +12,10 @@ namespace wickerlane::store {
 
 /// The thumbnails that are kept of each asset that can be decoded.
 enum class ThumbnailSize { small, preview };
+inline constexpr std::array thumbnailSizes{ThumbnailSize::small, ThumbnailSize::preview};
 
-/// Longest side of a thumbnail, in pixels.
-constexpr std::uint32_t longestSideOf(ThumbnailSize size) {
+/// How long the sides of a thumbnail may be, in pixels.
+constexpr std::uint32_t maxSideOf(ThumbnailSize size) {
     return size == ThumbnailSize::small ? 256 : 1024;
 }
 
@@ -59,7 +60,7 @@ public:
         return library + "/PhotoData/Thumbnails/" + std::string(uuid.substr(0, 2));
     }
     [[nodiscard]] std::string thumbnail(std::string_view uuid, ThumbnailSize size) const {
-        return thumbnailFolder(uuid) + '/' + std::string(uuid) + '-' + std::to_string(longestSideOf(size)) +
+        return thumbnailFolder(uuid) + '/' + std::string(uuid) + '-' + std::to_string(maxSideOf(size)) +
                ".JPG";
     }
 

@@ -227,7 +227,7 @@ std::uint32_t orientation(const Exiv2::ExifData &exif, const Exiv2::XmpData &xmp
 }
 
 struct Preview {
-    std::uint32_t longestSide;
+    std::uint32_t maxSide;
     std::span<const std::byte> strip;               ///< In the file.
     std::optional<Exiv2::PreviewProperties> listed; ///< Or as the library knows it.
 };
@@ -339,7 +339,7 @@ std::pair<std::uint32_t, std::uint32_t> Metadata::size() const {
     return {sideOf(parsed->image->pixelWidth()), sideOf(parsed->image->pixelHeight())};
 }
 
-std::vector<std::byte> Metadata::preview(std::uint32_t longestSide) const {
+std::vector<std::byte> Metadata::preview(std::uint32_t maxSide) const {
     if (parsed->image == nullptr)
         return {};
     try {
@@ -348,13 +348,12 @@ std::vector<std::byte> Metadata::preview(std::uint32_t longestSide) const {
         for (const Exiv2::PreviewProperties &each : listed.getPreviewProperties())
             if (each.mimeType_ == "image/jpeg")
                 previews.push_back({std::max(each.width_, each.height_), {}, each});
-        std::erase_if(previews, [](const Preview &each) { return each.longestSide == 0; });
+        std::erase_if(previews, [](const Preview &each) { return each.maxSide == 0; });
         if (previews.empty())
             return {};
-        std::ranges::sort(previews, {}, &Preview::longestSide);
-        auto best = longestSide == 0
-                        ? previews.end()
-                        : std::ranges::lower_bound(previews, longestSide, {}, &Preview::longestSide);
+        std::ranges::sort(previews, {}, &Preview::maxSide);
+        auto best = maxSide == 0 ? previews.end()
+                                 : std::ranges::lower_bound(previews, maxSide, {}, &Preview::maxSide);
         if (best == previews.end())
             --best;
         if (!best->listed)

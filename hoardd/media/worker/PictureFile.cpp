@@ -8,8 +8,8 @@ namespace wickerlane::hoardd::media {
 namespace {
 
 // Whether decoders of the format turn the picture by its container and leave nothing to do.
-bool isTurnedByDecoder(ImageFormat format) {
-    return format == ImageFormat::heif || format == ImageFormat::avif;
+bool isTurnedByDecoder(MediaFormat format) {
+    return format == MediaFormat::heif || format == MediaFormat::avif;
 }
 
 // Cameras pad small previews to the proportions of a screen: the bars go.
@@ -29,25 +29,25 @@ Image withoutBars(Image image, double proportion) {
 } // namespace
 
 PictureFile::PictureFile(int descriptor) : file(descriptor), metadata(file.bytes()) {
-    known.format = imageFormatOf(file.bytes());
-    if (known.format == ImageFormat::unknown)
+    known.format = mediaFormatOf(file.bytes());
+    if (known.format == MediaFormat::unknown)
         throw MediaError(MediaFailure::unknownFormat, "the file is not a picture of a known format");
     metadata.fill(known);
     if (isTurnedByDecoder(known.format))
         known.orientation = 1;
-    if (known.format == ImageFormat::tiff && metadata.isRaw())
-        known.format = ImageFormat::raw;
+    if (known.format == MediaFormat::tiff && metadata.isRaw())
+        known.format = MediaFormat::raw;
 }
 
-const PictureReader &PictureFile::open(std::uint32_t longestSide) {
+const PictureReader &PictureFile::open(std::uint32_t maxSide) {
     std::pair<std::uint32_t, std::uint32_t> size{0, 0};
-    if (known.format == ImageFormat::raw) {
-        rawPreview = metadata.preview(longestSide);
-        if (imageFormatOf(rawPreview) != ImageFormat::jpeg)
+    if (known.format == MediaFormat::raw) {
+        rawPreview = metadata.preview(maxSide);
+        if (mediaFormatOf(rawPreview) != MediaFormat::jpeg)
             throw MediaError(MediaFailure::noDecoder,
                              "there is no decoder here for raw files, and this one carries no preview");
         size = metadata.size();
-        reader.emplace(rawPreview, ImageFormat::jpeg);
+        reader.emplace(rawPreview, MediaFormat::jpeg);
     } else {
         reader.emplace(file.bytes(), known.format);
     }
@@ -59,13 +59,13 @@ const PictureReader &PictureFile::open(std::uint32_t longestSide) {
     return *reader;
 }
 
-Image PictureFile::previewThumbnail(std::uint32_t longestSide) const {
+Image PictureFile::previewThumbnail(std::uint32_t maxSide) const {
     if (isTurnedByDecoder(known.format))
         return nullptr; // how its previews are turned is not told
-    const std::vector<std::byte> preview = metadata.preview(longestSide);
-    if (imageFormatOf(preview) != ImageFormat::jpeg)
+    const std::vector<std::byte> preview = metadata.preview(maxSide);
+    if (mediaFormatOf(preview) != MediaFormat::jpeg)
         return nullptr;
-    Image image = PictureReader(preview, ImageFormat::jpeg).thumbnail(longestSide, known.orientation);
+    Image image = PictureReader(preview, MediaFormat::jpeg).thumbnail(maxSide, known.orientation);
     return withoutBars(std::move(image), static_cast<double>(known.width) / known.height);
 }
 

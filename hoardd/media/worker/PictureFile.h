@@ -21,11 +21,11 @@ public:
 
     /// What decodes the picture, with its header read; of a raw file, the preview that suits pictures of that
     /// longest side (0: the largest). Throws MediaError. It lives as long as this object; once only.
-    const PictureReader &open(std::uint32_t longestSide);
+    const PictureReader &open(std::uint32_t maxSide);
 
     /// A thumbnail of the small preview in the file, upright, with the picture's proportions; null when there
     /// is none. Throws MediaError when it can't be decoded. After open().
-    [[nodiscard]] Image previewThumbnail(std::uint32_t longestSide) const;
+    [[nodiscard]] Image previewThumbnail(std::uint32_t maxSide) const;
 
 private:
     const MappedFile file;

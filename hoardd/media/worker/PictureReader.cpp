@@ -94,8 +94,8 @@ void checkSize(std::uint64_t width, std::uint64_t height) {
 
 } // namespace
 
-PictureReader::PictureReader(std::span<const std::byte> file, ImageFormat format) : bytes(file) {
-    if (format == ImageFormat::jpeg) {
+PictureReader::PictureReader(std::span<const std::byte> file, MediaFormat format) : bytes(file) {
+    if (format == MediaFormat::jpeg) {
         const JpegDecoder decoder(tjInitDecompress());
         int width = 0;
         int height = 0;
@@ -117,7 +117,7 @@ PictureReader::PictureReader(std::span<const std::byte> file, ImageFormat format
     if (vips_foreign_find_load_buffer(bytes.data(), bytes.size()) == nullptr) {
         vips_error_clear();
         throw MediaError(MediaFailure::noDecoder,
-                         std::string("there is no decoder here for ") + imageFormatName(format));
+                         std::string("there is no decoder here for ") + mediaFormatName(format));
     }
     header = Image(vips_image_new_from_buffer(bytes.data(), bytes.size(), "", nullptr));
     if (!header)
@@ -129,14 +129,14 @@ PictureReader::PictureReader(std::span<const std::byte> file, ImageFormat format
 
 // Decodes at the smallest of the scales that the format offers almost for free, then shrinks the rest of the
 // way. The decoder has more scales, but only these are quick.
-Image PictureReader::decodedJpegSmall(std::uint32_t longestSide) const {
+Image PictureReader::decodedJpegSmall(std::uint32_t maxSide) const {
     int width = static_cast<int>(storedWidth);
     int height = static_cast<int>(storedHeight);
     for (const int part : {2, 4, 8}) {
         const tjscalingfactor factor{1, part};
         const int scaledWidth = TJSCALED(static_cast<int>(storedWidth), factor);
         const int scaledHeight = TJSCALED(static_cast<int>(storedHeight), factor);
-        if (std::max(scaledWidth, scaledHeight) < static_cast<int>(longestSide))
+        if (std::max(scaledWidth, scaledHeight) < static_cast<int>(maxSide))
             break;
         width = scaledWidth;
         height = scaledHeight;
@@ -163,12 +163,12 @@ Image PictureReader::decodedJpegSmall(std::uint32_t longestSide) const {
     return image;
 }
 
-Image PictureReader::decodedSmall(std::uint32_t longestSide) const {
+Image PictureReader::decodedSmall(std::uint32_t maxSide) const {
     if (isPlainJpeg) {
-        const Image decoded = decodedJpegSmall(longestSide);
-        return shrunk(decoded.get(), longestSide);
+        const Image decoded = decodedJpegSmall(maxSide);
+        return shrunk(decoded.get(), maxSide);
     }
-    const int side = static_cast<int>(longestSide);
+    const int side = static_cast<int>(maxSide);
     const Image image = made([&](VipsImage **out) {
         return vips_thumbnail_buffer(const_cast<std::byte *>(bytes.data()), bytes.size(), out, side, "height",
                                      side, "size", VIPS_SIZE_DOWN, "no_rotate", TRUE, nullptr);
@@ -176,15 +176,15 @@ Image PictureReader::decodedSmall(std::uint32_t longestSide) const {
     return inMemory(image);
 }
 
-Image PictureReader::thumbnail(std::uint32_t longestSide, std::uint32_t orientation) const {
-    Image image = inStandardColours(decodedSmall(longestSide));
+Image PictureReader::thumbnail(std::uint32_t maxSide, std::uint32_t orientation) const {
+    Image image = inStandardColours(decodedSmall(maxSide));
     return inMemory(upright(onWhite(std::move(image)), orientation));
 }
 
-Image PictureReader::picture(std::uint32_t longestSide, std::uint32_t orientation) const {
+Image PictureReader::picture(std::uint32_t maxSide, std::uint32_t orientation) const {
     Image image;
-    if (longestSide != 0 && longestSide < std::max(storedWidth, storedHeight)) {
-        image = decodedSmall(longestSide);
+    if (maxSide != 0 && maxSide < std::max(storedWidth, storedHeight)) {
+        image = decodedSmall(maxSide);
     } else {
         // A picture that is not turned is decoded row by row while it is written.
         const VipsAccess access = orientation == 1 ? VIPS_ACCESS_SEQUENTIAL : VIPS_ACCESS_RANDOM;
@@ -201,9 +201,9 @@ Image PictureReader::picture(std::uint32_t longestSide, std::uint32_t orientatio
     return upright(std::move(image), orientation);
 }
 
-Image shrunk(VipsImage *image, std::uint32_t longestSide) {
+Image shrunk(VipsImage *image, std::uint32_t maxSide) {
     const int longest = std::max(vips_image_get_width(image), vips_image_get_height(image));
-    const double scale = std::min(1.0, static_cast<double>(longestSide) / longest);
+    const double scale = std::min(1.0, static_cast<double>(maxSide) / longest);
     // Averages as far as whole steps go, and filters only the rest of the way: half the work, to the same
     // eye.
     return inMemory(

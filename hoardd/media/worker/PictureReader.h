@@ -14,22 +14,22 @@ namespace wickerlane::hoardd::media {
 class PictureReader {
 public:
     /// Reads the header. Throws MediaError when it cannot be read, or promises too much.
-    PictureReader(std::span<const std::byte> file, ImageFormat format);
+    PictureReader(std::span<const std::byte> file, MediaFormat format);
 
     [[nodiscard]] std::uint32_t width() const noexcept { return storedWidth; }   ///< as stored, not turned
     [[nodiscard]] std::uint32_t height() const noexcept { return storedHeight; } ///< as stored, not turned
 
     /// The picture in sRGB, turned upright, without alpha (white shows through), its longest side at most
-    /// `longestSide`; in memory, so that smaller ones can be made from it.
-    [[nodiscard]] Image thumbnail(std::uint32_t longestSide, std::uint32_t orientation) const;
+    /// `maxSide`; in memory, so that smaller ones can be made from it.
+    [[nodiscard]] Image thumbnail(std::uint32_t maxSide, std::uint32_t orientation) const;
 
-    /// The picture with its own colours and profile, turned upright; its longest side at most `longestSide`,
+    /// The picture with its own colours and profile, turned upright; its longest side at most `maxSide`,
     /// or as stored for 0. Colours that are not RGB or grey become sRGB.
-    [[nodiscard]] Image picture(std::uint32_t longestSide, std::uint32_t orientation) const;
+    [[nodiscard]] Image picture(std::uint32_t maxSide, std::uint32_t orientation) const;
 
 private:
-    [[nodiscard]] Image decodedSmall(std::uint32_t longestSide) const;
-    [[nodiscard]] Image decodedJpegSmall(std::uint32_t longestSide) const;
+    [[nodiscard]] Image decodedSmall(std::uint32_t maxSide) const;
+    [[nodiscard]] Image decodedJpegSmall(std::uint32_t maxSide) const;
 
     std::span<const std::byte> bytes;
     Image header;
@@ -38,8 +38,8 @@ private:
     std::uint32_t storedHeight = 0;
 };
 
-/// An image made smaller, so that its longest side is at most `longestSide`; in memory.
-[[nodiscard]] Image shrunk(VipsImage *image, std::uint32_t longestSide);
+/// An image made smaller, so that its longest side is at most `maxSide`; in memory.
+[[nodiscard]] Image shrunk(VipsImage *image, std::uint32_t maxSide);
 
 } // namespace wickerlane::hoardd::media
 

@@ -18,18 +18,18 @@ Image withoutMetadata(VipsImage *image) {
     return bare;
 }
 
-int save(VipsImage *image, VipsTarget *target, ImageFormat format, int quality, gboolean strip) {
+int save(VipsImage *image, VipsTarget *target, MediaFormat format, int quality, gboolean strip) {
     VipsArrayDouble *white = vips_array_double_newv(1, 255.0);
     int failed = -1;
     switch (format) {
-    case ImageFormat::jpeg:
+    case MediaFormat::jpeg:
         failed =
             vips_jpegsave_target(image, target, "Q", quality, "background", white, "strip", strip, nullptr);
         break;
-    case ImageFormat::png:
+    case MediaFormat::png:
         failed = vips_pngsave_target(image, target, "strip", strip, nullptr);
         break;
-    case ImageFormat::webp:
+    case MediaFormat::webp:
         failed = vips_webpsave_target(image, target, "Q", quality, "strip", strip, nullptr);
         break;
     default:
@@ -55,12 +55,12 @@ Image withRedFirst(VipsImage *image) {
 
 } // namespace
 
-void writePicture(VipsImage *image, int output, ImageFormat format, std::uint32_t quality,
+void writePicture(VipsImage *image, int output, MediaFormat format, std::uint32_t quality,
                   bool keepsProfile) {
-    const int most = format == ImageFormat::webp ? 16'383 : static_cast<int>(pictureLimits.side);
+    const int most = format == MediaFormat::webp ? 16'383 : static_cast<int>(pictureLimits.side);
     if (vips_image_get_width(image) > most || vips_image_get_height(image) > most)
         throw MediaError(MediaFailure::tooLarge,
-                         std::string("the picture is too large for ") + imageFormatName(format));
+                         std::string("the picture is too large for ") + mediaFormatName(format));
     const Target target(vips_target_new_to_descriptor(output));
     if (!target)
         throw MediaError(MediaFailure::outputFailed, "the output cannot be written");

@@ -9,7 +9,7 @@ namespace wickerlane::hoardd::media {
 /// Writes an image as JPEG, PNG or WebP; the size must fit. White shows through what a JPEG cannot hold of
 /// alpha. With `keepsProfile` the colour profile is written too; no other metadata ever is. Throws
 /// MediaError.
-void writePicture(VipsImage *image, int output, ImageFormat format, std::uint32_t quality, bool keepsProfile);
+void writePicture(VipsImage *image, int output, MediaFormat format, std::uint32_t quality, bool keepsProfile);
 
 /// The pixels of a mapped surface as an image; they must outlive it.
 [[nodiscard]] Image imageOfSurface(const void *pixels, const SurfacePixels &surface);

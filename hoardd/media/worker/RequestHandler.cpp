@@ -61,10 +61,10 @@ void put(const PictureFacts &facts, Answer &answer) {
 
 // Told by its first bytes: a video may be far larger than what is mapped of a picture.
 bool isVideo(int descriptor) {
-    std::array<std::byte, imageFormatBytes> start{};
+    std::array<std::byte, mediaTypeBytes> start{};
     const ssize_t count = pread(descriptor, start.data(), start.size(), 0);
     return count > 0 &&
-           imageFormatOf(std::span(start).first(static_cast<std::size_t>(count))) == ImageFormat::video;
+           mediaFormatOf(std::span(start).first(static_cast<std::size_t>(count))) == MediaFormat::video;
 }
 
 // Each is made from the next larger one; `first` makes the largest, of the size that it is given.
@@ -78,14 +78,14 @@ void writeThumbnails(const Request &request, std::span<const UniqueFd> descripto
     for (const std::uint32_t index : largestFirst) {
         const std::uint32_t side = request.thumbnailSides[index];
         image = image ? shrunk(image.get(), side) : first(side);
-        writePicture(image.get(), descriptors[1 + index].get(), ImageFormat::jpeg, thumbnailQuality, false);
+        writePicture(image.get(), descriptors[1 + index].get(), MediaFormat::jpeg, thumbnailQuality, false);
     }
 }
 
 void probeVideo(const Request &request, std::span<const UniqueFd> descriptors, Answer &answer) {
     VideoReader reader(descriptors[0].get());
     PictureFacts facts;
-    facts.format = ImageFormat::video;
+    facts.format = MediaFormat::video;
     reader.readFacts(facts);
     put(facts, answer);
     writeThumbnails(request, descriptors,
@@ -161,12 +161,11 @@ void writeRendered(const Request &request, VipsImage *image, int output, Answer 
 void render(const Request &request, std::span<const UniqueFd> descriptors, Answer &answer) {
     if (isVideo(descriptors[0].get())) {
         const Image frame = VideoReader(descriptors[0].get()).poster();
-        const Image image =
-            request.longestSide != 0 ? shrunk(frame.get(), request.longestSide) : Image(nullptr);
+        const Image image = request.maxSide != 0 ? shrunk(frame.get(), request.maxSide) : Image(nullptr);
         return writeRendered(request, image ? image.get() : frame.get(), descriptors[1].get(), answer);
     }
     PictureFile file(descriptors[0].get());
-    const Image image = file.open(request.longestSide).picture(request.longestSide, file.facts().orientation);
+    const Image image = file.open(request.maxSide).picture(request.maxSide, file.facts().orientation);
     writeRendered(request, image.get(), descriptors[1].get(), answer);
 }
 

@@ -74,7 +74,7 @@ TEST_F(Pictures, OtherFormatsAreTurnedAsTheySay) {
         for (const Bytes &file :
              {pngOf(fourCorners(300, 200), exif), tiffOf(fourCorners(300, 200), orientation)}) {
             const ProbeResult result = probe(file, {100});
-            SCOPED_TRACE(std::string(imageFormatName(result.facts.format)) + std::to_string(orientation));
+            SCOPED_TRACE(std::string(mediaFormatName(result.facts.format)) + std::to_string(orientation));
             ASSERT_TRUE(result.succeeded()) << result.reason;
             EXPECT_EQ(result.facts.width, 200U);
             EXPECT_EQ(result.facts.height, 300U);
@@ -86,20 +86,20 @@ TEST_F(Pictures, OtherFormatsAreTurnedAsTheySay) {
 TEST_F(Pictures, EveryFormatIsToldByContentAndDecoded) {
     const Pixels corners = fourCorners(400, 300);
     Bytes webp;
-    ASSERT_TRUE(render(pngOf(corners), {.format = ImageFormat::webp}, webp).succeeded());
-    const std::vector<std::pair<ImageFormat, Bytes>> files{
-        {ImageFormat::jpeg, jpegOf(corners)}, {ImageFormat::jpeg, jpegOf(corners, 90, false, true)},
-        {ImageFormat::png, pngOf(corners)},   {ImageFormat::webp, webp},
-        {ImageFormat::tiff, tiffOf(corners)}, {ImageFormat::gif, gifOf(400, 300, cornerGreen)}};
+    ASSERT_TRUE(render(pngOf(corners), {.format = MediaFormat::webp}, webp).succeeded());
+    const std::vector<std::pair<MediaFormat, Bytes>> files{
+        {MediaFormat::jpeg, jpegOf(corners)}, {MediaFormat::jpeg, jpegOf(corners, 90, false, true)},
+        {MediaFormat::png, pngOf(corners)},   {MediaFormat::webp, webp},
+        {MediaFormat::tiff, tiffOf(corners)}, {MediaFormat::gif, gifOf(400, 300, cornerGreen)}};
     for (const auto &[format, file] : files) {
-        SCOPED_TRACE(imageFormatName(format));
+        SCOPED_TRACE(mediaFormatName(format));
         const ProbeResult result = probe(file, {100});
         ASSERT_TRUE(result.succeeded()) << result.reason;
         EXPECT_EQ(result.facts.format, format);
         EXPECT_EQ(result.facts.width, 400U);
         EXPECT_EQ(result.facts.height, 300U);
         EXPECT_EQ(thumbnail(0).width, 100U);
-        EXPECT_EQ(cornersOf(thumbnail(0)), format == ImageFormat::gif ? "GGGG" : "RGBY");
+        EXPECT_EQ(cornersOf(thumbnail(0)), format == MediaFormat::gif ? "GGGG" : "RGBY");
     }
 }
 
@@ -125,15 +125,15 @@ TEST_F(Pictures, RenderedImagesAreUprightInTheWantedFormatAndSize) {
     exif.orientation = 6;
     exif.make = "Maker";
     const Bytes picture = jpegOf(fourCorners(600, 400), exif);
-    for (const ImageFormat format : {ImageFormat::jpeg, ImageFormat::png, ImageFormat::webp})
+    for (const MediaFormat format : {MediaFormat::jpeg, MediaFormat::png, MediaFormat::webp})
         for (const std::uint32_t side : {0U, 150U, 5000U}) {
-            SCOPED_TRACE(std::string(imageFormatName(format)) + " " + std::to_string(side));
+            SCOPED_TRACE(std::string(mediaFormatName(format)) + " " + std::to_string(side));
             Bytes image;
-            const ImageResult result = render(picture, {.format = format, .longestSide = side}, image);
+            const ImageResult result = render(picture, {.format = format, .maxSide = side}, image);
             ASSERT_TRUE(result.succeeded()) << result.reason;
             EXPECT_EQ(result.width, side == 150 ? 100U : 400U);
             EXPECT_EQ(result.height, side == 150 ? 150U : 600U);
-            EXPECT_EQ(imageFormatOf(image), format);
+            EXPECT_EQ(mediaFormatOf(image), format);
             // The result needs turning no more, and says nothing of the camera.
             const ProbeResult again = probe(image, {100});
             EXPECT_EQ(again.facts.width, result.width);
@@ -147,7 +147,7 @@ TEST_F(Pictures, SurfacesAreEncodedFromEveryLayout) {
     constexpr std::uint32_t height = 30;
     for (const SurfaceFormat format : {SurfaceFormat::bgra, SurfaceFormat::rgba, SurfaceFormat::gray})
         for (const std::uint32_t padding : {0U, 56U})
-            for (const ImageFormat output : {ImageFormat::png, ImageFormat::jpeg}) {
+            for (const MediaFormat output : {MediaFormat::png, MediaFormat::jpeg}) {
                 const std::uint32_t pixelBytes = format == SurfaceFormat::gray ? 1 : 4;
                 const std::uint32_t row = width * pixelBytes + padding;
                 Bytes memory(std::size_t{row} * height, std::byte{0xEE});
@@ -169,7 +169,7 @@ TEST_F(Pictures, SurfacesAreEncodedFromEveryLayout) {
                 ASSERT_EQ(decoded.width, width);
                 ASSERT_EQ(decoded.height, height);
                 const Colour expected = format == SurfaceFormat::gray ? Colour{100, 100, 100}
-                                        : output == ImageFormat::png  ? Colour{199, 100, 0, 128}
+                                        : output == MediaFormat::png  ? Colour{199, 100, 0, 128}
                                                                       : Colour{227, 177, 127};
                 const Colour found = decoded.at(width - 1, height - 1);
                 EXPECT_TRUE(isLike(found, expected, 4)) << int{found.red} << " " << int{found.green} << " "

@@ -109,21 +109,21 @@ TEST_F(Previews, RawFilesAreSeenByTheirPreviews) {
     const Bytes preview = jpegOf(fourCorners(1200, 800));
     const struct {
         TestRaw raw;
-        ImageFormat format;
+        MediaFormat format;
         std::uint32_t width, height;
         const char *corners;
     } cases[] = {
-        {{.preview = preview}, ImageFormat::raw, 3000, 2000, "RGBY"},
-        {{.bigEndian = true, .preview = preview}, ImageFormat::raw, 3000, 2000, "RGBY"},
-        {{.orientation = 6, .preview = preview}, ImageFormat::raw, 2000, 3000, "YRGB"},
+        {{.preview = preview}, MediaFormat::raw, 3000, 2000, "RGBY"},
+        {{.bigEndian = true, .preview = preview}, MediaFormat::raw, 3000, 2000, "RGBY"},
+        {{.orientation = 6, .preview = preview}, MediaFormat::raw, 2000, 3000, "YRGB"},
         {{.preview = preview, .saysVersion = true, .saysFilterArray = false},
-         ImageFormat::raw,
+         MediaFormat::raw,
          3000,
          2000,
          "RGBY"},
-        {{.preview = preview, .previewIsStrip = true}, ImageFormat::raw, 3000, 2000, "RGBY"},
-        {{.width = 0, .height = 9'000'000, .preview = preview}, ImageFormat::raw, 1200, 800, "RGBY"},
-        {{.preview = preview, .saysFilterArray = false}, ImageFormat::tiff, 16, 12, "????"},
+        {{.preview = preview, .previewIsStrip = true}, MediaFormat::raw, 3000, 2000, "RGBY"},
+        {{.width = 0, .height = 9'000'000, .preview = preview}, MediaFormat::raw, 1200, 800, "RGBY"},
+        {{.preview = preview, .saysFilterArray = false}, MediaFormat::tiff, 16, 12, "????"},
     };
     for (const auto &[raw, format, width, height, corners] : cases) {
         SCOPED_TRACE(&raw - &cases[0].raw);
@@ -135,14 +135,14 @@ TEST_F(Previews, RawFilesAreSeenByTheirPreviews) {
         EXPECT_EQ(probed.facts.height, height);
         EXPECT_EQ(cornersOf(thumbnail(0)), corners);
         EXPECT_EQ(std::max(thumbnail(1).width, thumbnail(1).height),
-                  format == ImageFormat::raw ? 1024U : 16U);
-        if (format != ImageFormat::raw)
+                  format == MediaFormat::raw ? 1024U : 16U);
+        if (format != MediaFormat::raw)
             continue;
         EXPECT_EQ(examine(file).facts.width, width);
         EXPECT_EQ(cornersOf(thumbnail(0)), corners);
         const UniqueFd output = fileOf({});
         const ImageResult rendered =
-            pool().render(fileOf(file).get(), {.format = ImageFormat::png}, output.get());
+            pool().render(fileOf(file).get(), {.format = MediaFormat::png}, output.get());
         EXPECT_EQ(std::max(rendered.width, rendered.height), 1200U);
         for (const std::size_t length : {file.size() / 2, file.size() - preview.size() / 2, std::size_t{200}})
             static_cast<void>(probe(Bytes(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(length))));
@@ -156,7 +156,7 @@ TEST_F(Previews, ARawFileWithoutOneSaysSo) {
         const ProbeResult probed = probe(rawOf(raw));
         EXPECT_EQ(probed.failure, MediaFailure::noDecoder);
         EXPECT_THAT(probed.reason, ::testing::HasSubstr("carries no preview"));
-        EXPECT_EQ(probed.facts.format, ImageFormat::raw);
+        EXPECT_EQ(probed.facts.format, MediaFormat::raw);
         EXPECT_EQ(examine(rawOf(raw)).failure, MediaFailure::noDecoder);
     }
     using namespace std::string_literals;
@@ -165,7 +165,7 @@ TEST_F(Previews, ARawFileWithoutOneSaysSo) {
                                      "ftypcrx \0\0\0\1crx isom"s}) {
         Bytes file(2000);
         std::ranges::transform(start, file.begin(), [](char c) { return static_cast<std::byte>(c); });
-        EXPECT_EQ(imageFormatOf(file), ImageFormat::raw) << start;
+        EXPECT_EQ(mediaFormatOf(file), MediaFormat::raw) << start;
         EXPECT_EQ(probe(file).failure, MediaFailure::noDecoder) << start;
     }
 }

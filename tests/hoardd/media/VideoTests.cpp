@@ -47,7 +47,7 @@ TEST_F(Videos, SayWhatTheyAreAndShowAFrame) {
         const ThumbnailTarget target{80, thumbnail.get()};
         const ProbeResult result = pool().probe(file.get(), {&target, 1});
         ASSERT_EQ(result.reason, "");
-        EXPECT_EQ(result.facts.format, ImageFormat::video);
+        EXPECT_EQ(result.facts.format, MediaFormat::video);
         EXPECT_EQ(result.facts.width, 160U);
         EXPECT_EQ(result.facts.height, 120U);
         ASSERT_TRUE(result.facts.video);
@@ -91,7 +91,7 @@ TEST_F(Videos, AreShownTurnedAsTheySay) {
     EXPECT_EQ(result.facts.height, 160U);
     Bytes image;
     const UniqueFd output = fileOf({});
-    EXPECT_EQ(pool().render(fileOf(bytes).get(), {.format = ImageFormat::png}, output.get()).reason, "");
+    EXPECT_EQ(pool().render(fileOf(bytes).get(), {.format = MediaFormat::png}, output.get()).reason, "");
     EXPECT_EQ(decodedPicture(contentsOf(output)).height, 160U);
 }
 

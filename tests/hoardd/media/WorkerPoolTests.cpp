@@ -106,7 +106,7 @@ TEST(MediaWorkers, SaysWhyAFileIsRefused) {
     const UniqueFd reading(ends[0]);
     const UniqueFd writing(ends[1]);
     EXPECT_EQ(pool.probe(reading.get(), {}).failure, MediaFailure::badRequest) << "a pipe is no file";
-    EXPECT_EQ(pool.render(fileOf(good).get(), {.format = ImageFormat::gif}, writing.get()).failure,
+    EXPECT_EQ(pool.render(fileOf(good).get(), {.format = MediaFormat::gif}, writing.get()).failure,
               MediaFailure::badRequest);
     // An output that takes nothing.
     const UniqueFd full(open("/dev/full", O_WRONLY | O_CLOEXEC));
@@ -172,7 +172,7 @@ TEST(MediaWorkers, EndsAFileThatTakesTooMuchProcessorTime) {
         colour.red = static_cast<std::uint8_t>(random());
     const UniqueFd output = fileOf({});
     const UniqueFd picture = fileOf(jpegOf(noise, 95, false, true));
-    const MediaResult result = pool.render(picture.get(), {.format = ImageFormat::png}, output.get());
+    const MediaResult result = pool.render(picture.get(), {.format = MediaFormat::png}, output.get());
     EXPECT_EQ(result.failure, MediaFailure::timedOut);
     EXPECT_EQ(result.reason, "the file takes more processor time than is allowed");
 }
