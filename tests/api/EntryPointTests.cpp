@@ -25,7 +25,7 @@ namespace {
 class EntryPoints : public ::testing::Test {
 protected:
     void SetUp() override {
-        allowLastingDescriptors(8);
+        allowLastingDescriptors(folderWatchDescriptors);
         real = JXGatekeeperClient::sharedInstance()->connection();
         JXGatekeeperClient::sharedInstance()->setConnection(&fake);
     }
@@ -93,7 +93,7 @@ TEST_F(EntryPoints, CountsAreNumbersOrNull) {
     EXPECT_EQ(fake.sent.back().text, "operation:int64=16");
 }
 
-TEST_F(EntryPoints, NullHandlersAskNothing) {
+TEST_F(EntryPoints, NullHandlersSendNothing) {
     RZGetPhotosAndVideosCount(nullptr);
     RZHasAtLeastOnePhoto(std::function<void(bool)>());
     RZGetLibrarySizes(WorkQueue::global(), 15, nullptr);
@@ -108,7 +108,7 @@ TEST_F(EntryPoints, NullHandlersAskNothing) {
     EXPECT_EQ(released, 3) << "the contexts go all the same";
 }
 
-TEST_F(EntryPoints, ContextsGoAfterTheHandlerHasRun) {
+TEST_F(EntryPoints, AContextIsReleasedAfterItsHandlerHasRun) {
     struct Context {
         Ref<Semaphore> released = Semaphore::create(0);
         std::string seen;
@@ -124,7 +124,7 @@ TEST_F(EntryPoints, ContextsGoAfterTheHandlerHasRun) {
     EXPECT_EQ(context.seen, "called released");
 }
 
-TEST_F(EntryPoints, EachSizeAskedForIsAnsweredOnce) {
+TEST_F(EntryPoints, EachRequestedSizeIsReportedOnce) {
     constexpr std::uint64_t unknown = ~std::uint64_t{0};
     using Sizes = std::vector<std::pair<std::uint32_t, std::uint64_t>>;
     const struct {
@@ -207,22 +207,18 @@ TEST_F(EntryPoints, UpkeepIsForwarded) {
 }
 
 TEST_F(EntryPoints, ExportEstimatesAreForwarded) {
-    fake.answer = [](const MessageDictionary *) {
-        auto reply = MessageDictionary::create();
-        reply->setInt64("fileLength", 1234);
-        return Ref<MessageValue>(reply);
-    };
-    JXGatekeeperClient *client = JXGatekeeperClient::sharedInstance();
-    URL *url = URL::of("rez-vault://asset/asset.MOV?id=x");
-    String *path = String::of("/a.mov"), *preset = String::of("medium");
+    answerWith([](MessageDictionary *reply) { reply->setInt64("fileLength", 1234); });
     const auto properties = Dictionary::createWithKeys({{"a", Number::of(1)}});
-    EXPECT_EQ(RZEstimatedOutputFileLength(url, path, preset, properties.get()),
-              client->estimatedOutputFileLengthForVideoURL(url, path, preset, properties.get()));
-    ASSERT_EQ(fake.sent.size(), 2U);
-    EXPECT_EQ(fake.sent[0].text, fake.sent[1].text) << "what the client itself sends";
+    EXPECT_EQ(RZEstimatedOutputFileLength(URL::of("rez-vault://v"), String::of("/a.mov"),
+                                          String::of("medium"), properties.get()),
+              1234);
+    EXPECT_EQ(fake.sent.at(0).mode, "sync");
+    EXPECT_EQ(fake.sent.at(0).text, "operation:int64=70 videoURL:string=rez-vault://v "
+                                    "fallbackFilePath:string=/a.mov exportPreset:string=medium "
+                                    "exportProperties:list={ a = 1;}");
 }
 
-TEST_F(EntryPoints, RegistrationsEndWhenAsked) {
+TEST_F(EntryPoints, AnUnregisteredHandlerIsNotCalled) {
     const auto queue = WorkQueue::create("changes");
     const auto called = Semaphore::create(0);
     int calls = 0;

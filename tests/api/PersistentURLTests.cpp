@@ -19,7 +19,7 @@ constexpr const char *loudPhoto = "REZ-VAULT://asset/asset.JPG?id=1";
 constexpr const char *page = "https://example.org/";
 constexpr const char *relative = "asset.JPG";
 
-TEST(PersistentURL, IsToldByItsScheme) {
+TEST(PersistentURL, IsRecognisedByItsScheme) {
     ReleaseScope scope;
     const struct {
         const char *url;
@@ -37,7 +37,7 @@ TEST(PersistentURL, IsToldByItsScheme) {
     EXPECT_FALSE(WLNIsPersistentURL(nullptr));
 }
 
-TEST(PersistentURL, AccessGoesByConsentAndByLibrary) {
+TEST(PersistentURL, IsAccessibleByConsentAndLibrary) {
     ReleaseScope scope;
     makeFolders(rootPath());
     const PeerIdentity self{getuid(), getgid(), getpid(), startTimeOf(getpid()), executableOf(getpid())};

@@ -31,7 +31,7 @@ void RunningHoardd::describeService(const std::vector<std::string> &arguments) {
 }
 
 void RunningHoardd::SetUp() {
-    allowLastingDescriptors(8); // of the reader thread and the queues, opened with the first connection
+    allowLastingDescriptors(folderWatchDescriptors);
     describeService();
     connection = connect();
 }

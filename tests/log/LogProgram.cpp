@@ -67,8 +67,10 @@ std::string perform(const std::string &command) {
         return JXLogShouldLog(level, domain) ? "yes" : "no";
     if (verb == "follow") {
         words >> text;
-        while (JXLogShouldLog(level, domain) != (text == "yes")) {
-            // The levels are read on another queue than the one served here: look again now and then.
+        for (int turn = 0; JXLogShouldLog(level, domain) != (text == "yes"); ++turn) {
+            if (turn == 6000)
+                return "not followed";
+            // The levels are read on another queue than the one served here, so that they are polled.
             pollfd ready{WorkQueue::mainDescriptor(), POLLIN, 0};
             poll(&ready, 1, 10);
             WorkQueue::drainMain();

@@ -41,7 +41,7 @@ void expectEachOnce(const Found &found, const std::vector<std::string> &writers,
 
 } // namespace
 
-TEST(SharedLogFile, keepsEveryLineOfSeveralProcessesAndConfigurations) {
+TEST(SharedLogFile, KeepsEveryLineOfSeveralProcessesAndConfigurations) {
     // Small files, so that all rotate under each other's hands, and so many that none is dropped as too old.
     LogProgram first("first"), second("second");
     for (LogProgram *program : {&first, &second}) {
@@ -64,7 +64,7 @@ TEST(SharedLogFile, keepsEveryLineOfSeveralProcessesAndConfigurations) {
     expectEachOnce(found, writers, count);
 }
 
-TEST(SharedLogFile, keepsWhatWasLoggedBeforeAKill) {
+TEST(SharedLogFile, KeepsWhatWasLoggedBeforeAKill) {
     // Killed at whatever it is doing, compressing included; a successor finishes that.
     std::vector<std::string> writers;
     for (int round = 0; round < 5; ++round) {

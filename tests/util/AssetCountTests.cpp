@@ -70,14 +70,14 @@ TEST_F(AssetCount, IsTheNumberOfRows) {
     EXPECT_EQ(logged(), "");
 }
 
-TEST_F(AssetCount, WithoutAFileIsZeroAndMakesNone) {
+TEST_F(AssetCount, IsZeroWithoutAFileAndCreatesNone) {
     EXPECT_EQ(JXGenericAssetCountInDatabaseWithPath(path("none").c_str()), 0);
     EXPECT_EQ(JXGenericAssetCountInDatabaseWithPath(path("no/such/folder").c_str()), 0);
     EXPECT_EQ(logged(), "");
     EXPECT_FALSE(fs::exists(path("none")));
 }
 
-TEST_F(AssetCount, SaysWhatItCanNotRead) {
+TEST_F(AssetCount, LogsWhatItCannotRead) {
     std::ofstream(path("garbage")) << std::string(5000, 'x');
     database(path("other"), "CREATE TABLE another (pk);");
     fs::create_directories(path("folder\nx"));
@@ -104,7 +104,7 @@ TEST_F(AssetCount, SaysWhatItCanNotRead) {
 }
 
 // A step that fails shows when the statement is finalized.
-TEST_F(AssetCount, SaysWhenReadingFails) {
+TEST_F(AssetCount, LogsWhenReadingFails) {
     {
         Database made =
             database(path("torn"), "CREATE TABLE zgenericasset (pk INTEGER PRIMARY KEY, x BLOB);");
@@ -132,10 +132,10 @@ TEST_F(AssetCount, LeavesTheDaemonsLogAlone) {
     EXPECT_EQ(logged(), "");
 }
 
-TEST_F(AssetCount, WhileADaemonStartsWritesAndEnds) {
+TEST_F(AssetCount, IsRightWhileADaemonStartsWritesAndEnds) {
     const std::string file = path("busy");
     std::atomic<bool> done = false;
-    std::thread daemon([&] {
+    std::jthread daemon([&] {
         for (int i = 0; i < 60; ++i) {
             Database writer =
                 database(file, "CREATE TABLE IF NOT EXISTS zgenericasset (pk INTEGER PRIMARY KEY);");
@@ -143,11 +143,11 @@ TEST_F(AssetCount, WhileADaemonStartsWritesAndEnds) {
         }
         done = true;
     });
-    while (!fs::exists(file) || JXGenericAssetCountInDatabaseWithPath(file.c_str()) < 1) {
-    }
+    while (!done && (!fs::exists(file) || JXGenericAssetCountInDatabaseWithPath(file.c_str()) < 1))
+        std::this_thread::yield();
     {
         const std::lock_guard guard(lock);
-        lines.clear(); // the table was not there yet
+        lines.clear(); // of the time before there was a table
     }
     std::int64_t last = 1;
     while (!done) {

@@ -40,7 +40,7 @@ const Way ways[] = {
     {"main", runOnMain},
 };
 
-TEST(Dispatch, LogsThePlatformsExceptionsAndGoesOn) {
+TEST(Dispatch, LogsPlatformExceptionsAndGoesOn) {
     struct Derived : Exception {
         using Exception::Exception;
     };
@@ -58,12 +58,12 @@ TEST(Dispatch, LogsThePlatformsExceptionsAndGoesOn) {
     }
 }
 
-TEST(Dispatch, LetsOtherExceptionsPass) {
+TEST(Dispatch, PassesOtherExceptionsOn) {
     EXPECT_THROW(JXDispatch_sync(WorkQueue::global(), [] { throw std::runtime_error("other"); }),
                  std::runtime_error);
 }
 
-TEST(Dispatch, EndsTheScopeAndLetsGoOfTheCallback) {
+TEST(Dispatch, EndsTheScopeAndReleasesTheCallback) {
     for (const Way &way : ways) {
         for (const bool throws : {false, true}) {
             const Ref<Number> borrowed = Number::create(4711), captured = Number::create(4712);
@@ -80,7 +80,7 @@ TEST(Dispatch, EndsTheScopeAndLetsGoOfTheCallback) {
     }
 }
 
-TEST(Dispatch, IgnoresNothings) {
+TEST(Dispatch, IgnoresNullQueuesAndCallbacks) {
     JXDispatch_sync(nullptr, [] { FAIL(); });
     JXDispatch_async(nullptr, [] { FAIL(); });
     for (const Way &way : ways)

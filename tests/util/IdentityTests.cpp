@@ -44,7 +44,7 @@ Answers answersOf(const char *firstArgument, const Environment &changed = {}) {
         all[std::string(entry.substr(0, entry.find('=')))] = entry.substr(entry.find('=') + 1);
     }
     all["WICKERLANE_TEST_SHARED_ROOT"] = root();
-    all["GTEST_FILTER"] = "DISABLED_Identity.answers";
+    all["GTEST_FILTER"] = "DISABLED_Identity.AnswersAlikeOnAllThreads";
     all["GTEST_ALSO_RUN_DISABLED_TESTS"] = all["GTEST_BRIEF"] = "1";
     for (const auto &[name, value] : changed)
         all[name] = value;
@@ -111,7 +111,7 @@ Answers askAll() {
 } // namespace
 
 // All questions are asked by several threads at once, and once more when things have changed.
-TEST(DISABLED_Identity, answers) {
+TEST(DISABLED_Identity, AnswersAlikeOnAllThreads) {
     std::atomic<int> asked = 0;
     if (const char *screen = std::getenv("IDENTITY_SCREEN"))
         setMainScreenProvider([&asked, screen] {
@@ -144,7 +144,7 @@ TEST(DISABLED_Identity, answers) {
         file << question << ' ' << answer << '\n';
 }
 
-TEST(JXProcessIdentity, aProcessIsWhatItsFirstArgumentEndsWith) {
+TEST(JXProcessIdentity, AProcessIsWhatItsFirstArgumentEndsWith) {
     const struct {
         const char *argument;
         const char *who;
@@ -170,12 +170,12 @@ TEST(JXProcessIdentity, aProcessIsWhatItsFirstArgumentEndsWith) {
     }
 }
 
-TEST(JXProcessIdentity, ignoringHomeshellHasNoEffectWhateverThePreferenceSays) {
+TEST(JXProcessIdentity, IgnoringHomeshellHasNoEffectWhateverThePreferenceSays) {
     ASSERT_TRUE(setPreferenceValue("IgnoreHomeshell", Number::of(true), JXHoarddPreferencesDomain));
     EXPECT_EQ(answersOf("Homeshell").at("ignore"), 0);
 }
 
-TEST(JXScreen, isWhatTheDeviceSaysOrElseTheScreen) {
+TEST(JXScreen, IsWhatTheDeviceSaysOrElseTheScreen) {
     const struct {
         const char *screen;
         double setting; // 0: none
@@ -200,7 +200,7 @@ TEST(JXScreen, isWhatTheDeviceSaysOrElseTheScreen) {
     }
 }
 
-TEST(JXPictorama, isInstalledWhenItsEntryIsThereOrNobodyCanTell) {
+TEST(JXPictorama, IsInstalledWhenItsEntryExistsOrNothingKnows) {
     const fs::path data = root() / "share";
     fs::create_directories(data / "applications");
     Environment environment{{"XDG_DATA_HOME", data}, {"XDG_DATA_DIRS", data}};
@@ -266,7 +266,7 @@ pid_t find(const std::string &name) {
 
 } // namespace
 
-TEST(JXPIDForProcessNamed, comparesSixteenCharacters) {
+TEST(JXPIDForProcessNamed, ComparesSixteenCharacters) {
     char unique[16];
     std::snprintf(unique, sizeof unique, "wl%07dpid", getpid() % 10'000'000);
     const std::string base = unique; // twelve characters

@@ -19,7 +19,7 @@ public:
 
 } // namespace
 
-TEST(JXCleanupHSSProcessAssertion, releasesWhatTheVariableHoldsAndLeavesTheVariable) {
+TEST(JXCleanupHSSProcessAssertion, ReleasesTheObjectAndLeavesTheVariable) {
     HSSProcessAssertion *variable = new Assertion;
     HSSProcessAssertion *const held = variable;
     held->retain();
@@ -32,7 +32,7 @@ TEST(JXCleanupHSSProcessAssertion, releasesWhatTheVariableHoldsAndLeavesTheVaria
     JXCleanupHSSProcessAssertion(&variable);
 }
 
-TEST(JXCleanupHSSProcessAssertion, endsAssertionsWithTheirScopes) {
+TEST(JXCleanupHSSProcessAssertion, EndsAssertionsWithTheirScopes) {
     {
         __attribute__((cleanup(JXCleanupHSSProcessAssertion))) HSSProcessAssertion *assertion = new Assertion;
         EXPECT_EQ(living, 1);

@@ -45,7 +45,7 @@ protected:
     void TearDown() override { setProcessLanguages({}); }
 };
 
-TEST_F(Descriptions, countsInWords) {
+TEST_F(Descriptions, CountsAreInWords) {
     struct Row {
         std::uint64_t photos, videos, others;
         bool keepCase, conjunction;
@@ -81,7 +81,7 @@ TEST_F(Descriptions, countsInWords) {
     EXPECT_EQ(textOf(JXLocalizedCountDescription(3, 1, 0, true, true)), "3 fotos e 1 vídeo");
 }
 
-TEST_F(Descriptions, itemsAreAnyRangeOfWhatAnswersItsKind) {
+TEST_F(Descriptions, ItemsAreAnyRangeOfObjectsWithAKind) {
     const auto first = std::make_unique<Item>(Item{1});
     const Item second{1};
     const auto object = makeRef<ItemObject>();
@@ -102,7 +102,7 @@ TEST_F(Descriptions, itemsAreAnyRangeOfWhatAnswersItsKind) {
               "1 Video Selected");
 }
 
-TEST_F(Descriptions, kindsOfCollections) {
+TEST_F(Descriptions, ACollectionOfSeveralKindsIsOfItems) {
     struct Row {
         Items items;
         const char *suffix;
@@ -128,7 +128,7 @@ TEST_F(Descriptions, kindsOfCollections) {
     }
 }
 
-TEST_F(Descriptions, promptsForASelection) {
+TEST_F(Descriptions, TheSelectionPromptNamesTheKind) {
     struct Row {
         std::uint64_t photos, videos, total;
         const char *text;
@@ -145,7 +145,7 @@ TEST_F(Descriptions, promptsForASelection) {
         EXPECT_EQ(textOf(JXLocalizedSelectionPromptForItems(others)), "Select Items");
 }
 
-TEST_F(Descriptions, whatIsSelected) {
+TEST_F(Descriptions, TheSelectionMessageCountsTheItems) {
     EXPECT_EQ(textOf(JXLocalizedSelectionMessageForItems(Items{{0}})), "1 Photo Selected");
     EXPECT_EQ(textOf(JXLocalizedSelectionMessageForItems(Items(1234, {1}))), "1234 Videos Selected");
     EXPECT_EQ(textOf(JXLocalizedSelectionMessageForItems(Items{{0}, {1}})), "2 Items Selected");
@@ -162,7 +162,7 @@ TEST_F(Descriptions, whatIsSelected) {
     EXPECT_EQ(JXLocalizedStringForAction(action, Items(), suffix), nullptr);
 }
 
-TEST_F(Descriptions, promptsOfThePicker) {
+TEST_F(Descriptions, ThePickerPromptNamesTheAlbum) {
     String *album = String::of("100 % %@ Fun");
     const auto prompt = [&](const Items &items) {
         return textOf(JXLocalizedAddPhotosPickerPromptForItems(items, album));
@@ -178,7 +178,7 @@ TEST_F(Descriptions, promptsOfThePicker) {
     EXPECT_EQ(textOf(JXLocalizedAddPhotosPickerPromptForItems(Items{}, nullptr)), "Add photos to “(null)”");
 }
 
-TEST_F(Descriptions, warningsBeforeHiding) {
+TEST_F(Descriptions, TheHidingWarningCountsTheAlbums) {
     struct Row {
         Items items;
         std::uint64_t albums;
@@ -201,7 +201,7 @@ TEST_F(Descriptions, warningsBeforeHiding) {
         EXPECT_EQ(textOf(JXLocalizedHideItemsEverywhereWarning(row.items, row.albums)), row.text);
 }
 
-TEST_F(Descriptions, datesAndPlaces) {
+TEST_F(Descriptions, DatesAreWrittenInTheCalendarOfTheLocale) {
     EXPECT_EQ(JXRelativePrettyDateForDate(nullptr), nullptr);
     Date *spring = JXGregorianCalendar()->dateFromComponents({2001, 5, 3, 15, 30, 0});
     EXPECT_EQ(textOf(JXRelativePrettyDateForDate(spring)).substr(0, 17), "May 3, 2001, 3:30");

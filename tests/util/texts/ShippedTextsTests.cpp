@@ -83,11 +83,11 @@ void expectComplete(Bundle *bundle, const std::string &table, const Contract &co
     }
 }
 
-TEST(ShippedTexts, ofTheInterfaceAreComplete) {
+TEST(ShippedTexts, OfTheInterfaceAreComplete) {
     expectComplete(JXPixholdFrameworkBundle(), "Pixhold", interfaceTexts());
 }
 
-TEST(ShippedTexts, ofTheServicesAreComplete) {
+TEST(ShippedTexts, OfTheServicesAreComplete) {
     expectComplete(JXPixholdServicesFrameworkBundle(), "PixholdServices", servicesTexts());
 }
 

@@ -41,7 +41,7 @@ bool equal(const String *a, const String *b) {
 
 } // namespace
 
-TEST(JXUUIDString, holdsTheSameUUIDHoweverItIsMade) {
+TEST(JXUUIDString, HoldsTheSameUUIDHoweverItIsMade) {
     const auto object = UUID::createWithBytes(someBytes.bytes);
     const auto data = Data::create(someBytes.bytes, sizeof someBytes);
     for (const auto &each :
@@ -61,7 +61,7 @@ TEST(JXUUIDString, holdsTheSameUUIDHoweverItIsMade) {
     }
 }
 
-TEST(JXUUIDString, isFreshWhereNoUUIDIsGiven) {
+TEST(JXUUIDString, IsFreshWhereNoUUIDIsGiven) {
     const Ref<Object> instance = Ref<Object>::adopt(classNamed("JXUUIDString")->instantiate());
     const Ref<String> made[] = {JXUUIDString::init(), JXUUIDString::UUIDString(),
                                 JXUUIDString::initWithUUID(nullptr), JXUUIDString::initWithBaseUUID(nullptr),
@@ -71,7 +71,7 @@ TEST(JXUUIDString, isFreshWhereNoUUIDIsGiven) {
             EXPECT_FALSE(equal(made[i].get(), made[j].get())) << made[i]->utf8();
 }
 
-TEST(JXUUIDString, dataOfAnotherLengthGivesNone) {
+TEST(JXUUIDString, DataOfAnotherLengthGivesNone) {
     const auto seventeen = MutableData::create(17);
     for (std::size_t length : {0u, 15u, 17u}) {
         seventeen->setLength(length);
@@ -81,7 +81,7 @@ TEST(JXUUIDString, dataOfAnotherLengthGivesNone) {
     EXPECT_EQ(JXStringFromUUIDData(nullptr), nullptr);
 }
 
-TEST(JXUUIDString, equalsEveryStringOfItsText) {
+TEST(JXUUIDString, EqualsEveryStringOfItsText) {
     const auto uuid = some(), same = some(), other = JXUUIDString::init();
     const auto plain = String::create(someText);
     const auto subclass = makeRef<Named>();
@@ -114,7 +114,7 @@ TEST(JXUUIDString, equalsEveryStringOfItsText) {
     EXPECT_FALSE(uuid->isEqual(uuid->UUIDData()));
 }
 
-TEST(JXUUIDString, comparesAsAWholeAndInTheOrderOfItsText) {
+TEST(JXUUIDString, ComparesAsAWholeAndInTheOrderOfItsText) {
     const auto low = JXUUIDString::initWithBaseUUIDBytes({{0x10, 0x02}});
     const auto high = JXUUIDString::initWithBaseUUIDBytes({{0x10, 0xA0}});
     const auto last =
@@ -138,7 +138,7 @@ TEST(JXUUIDString, comparesAsAWholeAndInTheOrderOfItsText) {
     EXPECT_EQ(high->compare(String::of("10"), CompareOptions::none, {0, 2}), std::strong_ordering::equal);
 }
 
-TEST(JXUUIDString, goesWhereverAStringGoes) {
+TEST(JXUUIDString, WorksWhereverAStringWorks) {
     const auto uuid = some();
     const auto plain = String::create(someText);
     const auto byUUID = Dictionary::create({{uuid.get(), plain.get()}});
@@ -162,7 +162,7 @@ TEST(JXUUIDString, goesWhereverAStringGoes) {
     EXPECT_TRUE(areEqual(createObject(message.get()).get(), plain.get()));
 }
 
-TEST(JXUUIDString, isReadFromTextInEitherCaseAndNoOther) {
+TEST(JXUUIDString, IsParsedFromEitherCaseAndNothingElse) {
     const Ref<String> spelt[] = {some(), String::create(someText), String::create(lowerText)};
     for (const Ref<String> &each : spelt) {
         const String *string = each.get();

@@ -23,7 +23,7 @@ std::string captured(auto report) {
 
 } // namespace
 
-TEST(JXDebugAssert, writesWhatIsGiven) {
+TEST(JXDebugAssert, WritesWhatIsGiven) {
     struct Row {
         const char *component, *assertion, *label, *error, *file;
         long line;
@@ -47,11 +47,11 @@ TEST(JXDebugAssert, writesWhatIsGiven) {
                                     row.code);
                   }),
                   row.text);
-    wickerlane::test::allowLastingDescriptors(4); // of the log system, which the C code asks
+    wickerlane::test::allowLastingDescriptors(wickerlane::test::folderWatchDescriptors);
     EXPECT_EQ(captured(reportFromC), "Assertion failed: C11: 1 == 2 file: DebugAssertFromC.c:3\n");
 }
 
-TEST(JXDebugAssert, errorsOfTheOutputAreIgnored) {
+TEST(JXDebugAssert, ErrorsOfTheOutputAreIgnored) {
     const int kept = dup(STDERR_FILENO);
     const int unwritable = open("/dev/null", O_RDONLY | O_CLOEXEC);
     dup2(unwritable, STDERR_FILENO);
@@ -64,7 +64,7 @@ TEST(JXDebugAssert, errorsOfTheOutputAreIgnored) {
     EXPECT_EQ(after, ERANGE);
 }
 
-TEST(JXDebugAssert, linesOfSeveralThreadsDoNotMix) {
+TEST(JXDebugAssert, LinesOfSeveralThreadsDoNotMix) {
     const std::string expected = "Assertion failed: C: one out bad file: f.c:7 error: 1\n";
     std::string text = captured([] {
         std::vector<std::thread> threads;

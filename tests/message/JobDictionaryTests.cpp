@@ -35,6 +35,12 @@ TEST_F(Jobs, RoundTripAsMutableEqualDictionaries) {
                           {"nested", job({{"k", String::of("v")}})}});
     const auto message = Ref<MessageDictionary>::adopt(JXJobCreateMsgDictionaryFromDictionary(original));
     ASSERT_TRUE(message);
+    const std::pair<const char *, MessageKind> kinds[] = {
+        {"text", MessageKind::string}, {"yes", MessageKind::boolean}, {"big", MessageKind::uint64},
+        {"small", MessageKind::int64}, {"real", MessageKind::real},   {"date", MessageKind::date},
+        {"data", MessageKind::data},   {"list", MessageKind::array},  {"nested", MessageKind::dictionary}};
+    for (const auto &[key, kind] : kinds)
+        EXPECT_EQ(message->kindOf(key), kind) << key;
     MutableDictionary *back = JXJobDictionaryFromMsgDictionary(message.get());
     ASSERT_NE(back, nullptr);
     EXPECT_TRUE(JXJobDictionariesAreEqual(original, back));

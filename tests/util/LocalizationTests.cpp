@@ -71,7 +71,7 @@ bool setLanguages(Object *languages) {
 class Localization : public testing::Test {
 protected:
     void SetUp() override {
-        test::allowLastingDescriptors(3); // the reader's two, and one that watches the preferences
+        test::allowLastingDescriptors(test::folderWatchDescriptors);
         setProcessLanguages({"en"});
         watchLocale();
     }
@@ -86,18 +86,18 @@ protected:
 
 } // namespace
 
-TEST(DISABLED_LocalizationPeer, choosesFrench) {
+TEST(DISABLED_LocalizationPeer, ChoosesFrench) {
     ASSERT_TRUE(setLanguages(Array::of({String::of("fr-CA")})));
 }
 
-TEST_F(Localization, findsTheBundlesByTheirClasses) {
+TEST_F(Localization, FindsTheBundlesByTheirClasses) {
     EXPECT_EQ(JXPixholdFrameworkBundle(), Bundle::forClass(classNamed("JXPhotoTileViewController")));
     EXPECT_EQ(JXPixholdServicesFrameworkBundle(), Bundle::forClass(classNamed("JXPixhold")));
     EXPECT_EQ(JXPixholdFrameworkBundle()->path(), SharedBundles::folder / "Pixhold.bundle");
     EXPECT_EQ(JXPixholdServicesFrameworkBundle()->path(), SharedBundles::folder / "PixholdServices.bundle");
 }
 
-TEST_F(Localization, goesThroughTheTablesInTheirOrder) {
+TEST_F(Localization, GoesThroughTheTablesInTheirOrder) {
     const struct {
         const char *key;
         const char *text;
@@ -112,7 +112,7 @@ TEST_F(Localization, goesThroughTheTablesInTheirOrder) {
         EXPECT_EQ(lookUp(nullptr)->length(), 0U);
 }
 
-TEST_F(Localization, givesServicesTextsInTheLanguageOfTheProcessOrOfTheUser) {
+TEST_F(Localization, GivesServicesTextsInTheLanguageOfTheProcessOrOfTheUser) {
     setProcessLanguages({"de-AT", "en"});
     ASSERT_TRUE(setLanguages(Array::of({String::of("pt-PT"), String::of("fr")})));
     const struct {
@@ -128,7 +128,7 @@ TEST_F(Localization, givesServicesTextsInTheLanguageOfTheProcessOrOfTheUser) {
     }
 }
 
-TEST_F(Localization, fallsBackToTheLanguageOfTheProcess) {
+TEST_F(Localization, FallsBackToTheLanguageOfTheProcess) {
     ASSERT_TRUE(setLanguages(Array::of({String::of("ko")})));
     EXPECT_EQ(hoarddText("A"), "A en") << "a language that the bundle does not hold";
     ASSERT_TRUE(setLanguages(Array::of({String::of("ja")})));
@@ -140,7 +140,7 @@ TEST_F(Localization, fallsBackToTheLanguageOfTheProcess) {
     EXPECT_EQ(hoarddText("A"), "A en") << "no language";
 }
 
-TEST_F(Localization, takesTheLanguageOfTheLocaleWithoutAList) {
+TEST_F(Localization, TakesTheLanguageOfTheLocaleWithoutAList) {
     setProcessLanguages({});
     setenv("LC_ALL", "de_CH.UTF-8", 1);
     for (Object *notAList : {static_cast<Object *>(nullptr), static_cast<Object *>(String::of("fr")),
@@ -156,7 +156,7 @@ TEST_F(Localization, takesTheLanguageOfTheLocaleWithoutAList) {
     EXPECT_EQ(hoarddText("A"), "A en");
 }
 
-TEST_F(Localization, followsThePreferredLanguageAsItChanges) {
+TEST_F(Localization, FollowsThePreferredLanguageAsItChanges) {
     ASSERT_TRUE(setLanguages(Array::of({String::of("de")})));
     EXPECT_EQ(hoarddText("A"), "A de");
     ASSERT_TRUE(setLanguages(Array::of({String::of("pt-BR")})));
@@ -165,13 +165,13 @@ TEST_F(Localization, followsThePreferredLanguageAsItChanges) {
     const auto changed = Semaphore::create(0);
     const auto token = observeLocalNotification(localeDidChangeNotification, nullptr,
                                                 [&](const LocalNotification &) { changed->signal(); });
-    EXPECT_TRUE(test::Peer("DISABLED_LocalizationPeer.choosesFrench").wait());
+    EXPECT_TRUE(test::Peer("DISABLED_LocalizationPeer.ChoosesFrench").wait());
     EXPECT_TRUE(changed->wait(generous));
     EXPECT_EQ(hoarddText("A"), "A fr");
     removeLocalObserver(token);
 }
 
-TEST_F(Localization, readsTheTableAnewForTheDaemonOnly) {
+TEST_F(Localization, ReadsTheTableAgainForTheDaemonOnly) {
     ASSERT_TRUE(setLanguages(Array::of({String::of("en")})));
     SharedBundles::write("PixholdServices.bundle/en.lproj/PixholdServices-GM.strings",
                          "N = old; G = 'G en';");
@@ -183,7 +183,7 @@ TEST_F(Localization, readsTheTableAnewForTheDaemonOnly) {
     EXPECT_EQ(JXServicesLocalizedFrameworkString(String::of("N"))->utf8(), "old");
 }
 
-TEST_F(Localization, servesManyThreads) {
+TEST_F(Localization, ServesManyThreads) {
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i)
         threads.emplace_back([] {

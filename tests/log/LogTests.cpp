@@ -33,7 +33,7 @@ int highestLevel(LogProgram &program, int domain) {
 
 } // namespace
 
-TEST(JXLog, levelsOfEveryDomainFollowTheDevice) {
+TEST(JXLog, LevelsOfEveryDomainFollowTheDevice) {
     const int internal[] = {5, 6, 5, 6, 5, 5, 6, 5, 6, 5, 6, 6, 6, 5, 6, 6};
     LogProgram outside;
     for (int domain = 0; domain < 16; ++domain)
@@ -46,7 +46,7 @@ TEST(JXLog, levelsOfEveryDomainFollowTheDevice) {
     EXPECT_FALSE(std::filesystem::exists(photosLogs()));
 }
 
-TEST(JXLog, everyDomainReachesItsFileAndConsoleAtItsOwnLevels) {
+TEST(JXLog, EveryDomainReachesItsFileAndConsoleAtItsOwnLevels) {
     struct Row {
         int domain;
         const char *facility, *file;
@@ -98,8 +98,8 @@ TEST(JXLog, everyDomainReachesItsFileAndConsoleAtItsOwnLevels) {
     EXPECT_EQ(std::filesystem::status(photosLogs()).permissions(), std::filesystem::perms(0700));
 }
 
-TEST(JXLog, preferencesOverrideLevelsAndChangesAreFollowed) {
-    allowLastingDescriptors(8); // of the notification service
+TEST(JXLog, PreferencesOverrideLevelsAndChangesAreFollowed) {
+    allowLastingDescriptors(folderWatchDescriptors);
     setPreferenceValue("JXConsoleLogLevel", Number::of(-1), globalPreferencesDomain);
     setPreferenceValue("SRLogLevel", Number::of(7), globalPreferencesDomain);
     LogProgram program;
@@ -121,7 +121,7 @@ TEST(JXLog, preferencesOverrideLevelsAndChangesAreFollowed) {
     EXPECT_EQ(program.tell("should 3 0"), "yes");
 }
 
-TEST(JXLog, domainsPastTheLastAreDroppedBeforeTheStart) {
+TEST(JXLog, DomainsPastTheLastAreDroppedBeforeTheStart) {
     setPreferenceValue("JXConsoleLogLevel", Number::of(-1), globalPreferencesDomain);
     LogProgram program;
     for (const char *domain : {"16", "17", "4294967295"})
@@ -133,7 +133,7 @@ TEST(JXLog, domainsPastTheLastAreDroppedBeforeTheStart) {
     EXPECT_FALSE(std::filesystem::exists(photosLogs()));
 }
 
-TEST(JXLog, foreignTextCannotForgeALine) {
+TEST(JXLog, ForeignTextCannotForgeALine) {
     makeInternal();
     LogProgram program;
     const std::string label = program.tell("log 3 0 a\rb\x1b[2J\xc2\x85\xe2\x80\xa8 c\td");
@@ -144,8 +144,8 @@ TEST(JXLog, foreignTextCannotForgeALine) {
     }
 }
 
-TEST(JXLog, acceptedMaximumStandsBeforeAllOthers) {
-    allowLastingDescriptors(8); // this process's own log system starts
+TEST(JXLog, TheAcceptedMaximumOverridesAllOthers) {
+    allowLastingDescriptors(folderWatchDescriptors);
     ASSERT_TRUE(JXLogShouldLog(3, JXGenericLog));
     const int before = __LKLoggingMaxAcceptedLevel.exchange(2);
     EXPECT_FALSE(JXLogShouldLog(3, JXGenericLog));

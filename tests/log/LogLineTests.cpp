@@ -19,7 +19,7 @@ std::string thread() {
 
 } // namespace
 
-TEST(JXLogLine, hasTheFormOfItsDestinationAndLevel) {
+TEST(JXLogLine, HasTheFormOfItsDestinationAndLevel) {
     setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
     tzset();
     const auto facility = String::create("JXCameraLog");
@@ -51,7 +51,7 @@ TEST(JXLogLine, hasTheFormOfItsDestinationAndLevel) {
     tzset();
 }
 
-TEST(JXLogLineDeathTest, anUnknownDestinationEndsTheProcess) {
+TEST(JXLogLineDeathTest, AnUnknownDestinationEndsTheProcess) {
     testing::GTEST_FLAG(death_test_style) = "threadsafe";
     const auto facility = String::create("JXCameraLog");
     EXPECT_DEATH(static_cast<void>(JXLogLine(2, "App-7", {3, {}, facility.get(), "f", "f", 1, "text"})),

@@ -69,7 +69,7 @@ TEST_F(ValueCoding, DataIsLentAndViewedWithoutACopy) {
         EXPECT_EQ(view->bytes(), data->bytes());
         EXPECT_EQ(view->length(), text.size());
     }
-    EXPECT_FALSE(gone->wait(std::chrono::nanoseconds(1))) << "the message keeps the caller's data";
+    EXPECT_FALSE(gone->wait(std::chrono::milliseconds(20))) << "the message keeps the caller's data";
     m->set("data", nullptr);
     gone->wait(); // released on the global queue
 
@@ -118,6 +118,9 @@ TEST_F(ValueCoding, PropertyListsTravelAsBytes) {
     const auto dictionary = Dictionary::createWithKeys({{"a", Number::of(1)}, {"b", Number::of(true)}});
     JXMsgDictionarySetDictionary(m, "dictionary", dictionary.get());
     EXPECT_EQ(m->kindOf("dictionary"), MessageKind::data);
+    const auto bytes = m->getData("dictionary");
+    EXPECT_TRUE(
+        std::string_view(reinterpret_cast<const char *>(bytes.data()), bytes.size()).starts_with("bplist00"));
     EXPECT_TRUE(areEqual(JXDictionaryFromMsgDictionary(m, "dictionary"), dictionary.get()));
     // The reader does not insist on what its name says.
     auto *array = Array::of({String::of("x")});
@@ -200,7 +203,7 @@ struct Resolver final : ObjectIDResolver {
 };
 
 TEST_F(ValueCoding, ObjectIDsKeepTheirTwoLimits) {
-    test::allowLastingDescriptors(4); // of the log system, which starts here
+    test::allowLastingDescriptors(test::folderWatchDescriptors); // of the log system
     setPreferenceValue("JXConsoleLogLevel", Number::of(4), globalPreferencesDomain);
     const auto idOfLength = [](std::size_t length) {
         return ManagedObjectID::create(URL::of("x:" + std::string(length - 2, 'p')));
