@@ -46,14 +46,13 @@ void fillLibrary() {
     if (std::filesystem::exists(paths.database()))
         return;
     std::filesystem::create_directories(paths.folder() + "/PhotoData");
-    std::string problem;
-    const auto store = hoardd::Store::open(paths, problem);
+    const auto store = hoardd::Store::open(paths);
     std::vector<hoardd::Store::Addition> additions(assets);
     for (std::size_t i = 0; i < assets; ++i) {
         additions[i].record.uuid = UUID::createRandom()->uuidString()->utf8();
         additions[i].record.kind = i % 10 == 0 ? store::AssetKind::video : store::AssetKind::photo;
     }
-    if (!store || !store->add(additions).empty() || !store->checkpoint())
+    if (!store || !(*store)->add(additions) || !(*store)->checkpoint())
         bench::fail("the library can't be filled");
 }
 

@@ -69,11 +69,11 @@ Result<Answer> setExternalUsageIntent(Library &library, const Call &call) {
     const auto asset = assetWithURL(library, call.get(keys::assetURL));
     if (!asset)
         return passOn(asset);
-    const auto noted = asResult(library.writer().change([&](sqlite::Database &database) {
+    const auto noted = library.writer().change([&](sqlite::Database &database) {
         return database.prepare("UPDATE zgenericasset SET externalusageintent = ? WHERE pk = ?")
             .bind(call.get(keys::externalUsageIntent), (*asset)->record().primaryKey)
             .run();
-    }));
+    });
     if (!noted)
         return passOn(noted);
     return Answer().set(keys::success, true);

@@ -11,6 +11,7 @@
 
 #include "hoardd/albums/BulletinBoard.h"
 #include "hoardd/library/Clock.h"
+#include "hoardd/library/Interim.h"
 #include "hoardd/library/State.h"
 #include "wickerlane/log/JXLog.h"
 #include "wickerlane/platform/file/Files.h"
@@ -59,7 +60,7 @@ Albums::Made Albums::make(std::string_view name, std::string_view streamID) {
     album.streamID = streamID;
     album.dateCreated = secondsNow();
     bool isNew = false;
-    made.problem = library.writer().change([&](sqlite::Database &database) {
+    made.problem = asText(library.writer().change([&](sqlite::Database &database) {
         auto shared = database.prepare("SELECT uuid FROM zalbum WHERE streamid = ?");
         if (!streamID.empty() && shared.bind(streamID).next()) {
             made.uuid = shared.text(0);
@@ -70,7 +71,7 @@ Albums::Made Albums::make(std::string_view name, std::string_view streamID) {
             return true;
         isNew = insertAlbum(database, album);
         return isNew;
-    });
+    }));
     if (!made.problem.empty() || !isNew)
         return made;
     noteAlbum(album);
@@ -82,7 +83,7 @@ std::string Albums::add(const store::ManagedAsset &asset, const store::ManagedAl
     bool isNew = false, isFull = false;
     const double date = secondsNow();
     const AlbumRecord &record = album.record();
-    std::string problem = library.writer().change([&](sqlite::Database &database) {
+    std::string problem = asText(library.writer().change([&](sqlite::Database &database) {
         auto present = database.prepare("SELECT 1 FROM zalbumasset WHERE album = ? AND asset = ?");
         if (present.bind(record.primaryKey, asset.record().primaryKey).next())
             return true;
@@ -98,7 +99,7 @@ std::string Albums::add(const store::ManagedAsset &asset, const store::ManagedAl
                     .run();
         return isNew && (record.streamID.empty() ||
                          BulletinBoard::addAsset(database, asset.record(), record, nameOf(user), date));
-    });
+    }));
     if (isFull)
         problem = "the shared album is full";
     if (!problem.empty() || !isNew)
@@ -111,7 +112,7 @@ std::string Albums::add(const store::ManagedAsset &asset, const store::ManagedAl
 
 std::string Albums::deleteIfEmpty(std::int64_t album) {
     std::string uuid;
-    std::string problem = library.writer().change([&](sqlite::Database &database) {
+    std::string problem = asText(library.writer().change([&](sqlite::Database &database) {
         auto empty = database.prepare("SELECT uuid FROM zalbum WHERE pk = ? AND NOT EXISTS "
                                       "(SELECT 1 FROM zalbumasset WHERE album = zalbum.pk)");
         if (!empty.bind(album).next())
@@ -119,7 +120,7 @@ std::string Albums::deleteIfEmpty(std::int64_t album) {
         uuid = empty.text(0);
         empty.reset();
         return database.prepare("DELETE FROM zalbum WHERE pk = ?").bind(album).run();
-    });
+    }));
     if (problem.empty() && !uuid.empty()) {
         BulletinBoard::tellOfChange(); // those of the album have gone with it
         std::error_code ignored;       // it would only come back with a restore
@@ -129,10 +130,10 @@ std::string Albums::deleteIfEmpty(std::int64_t album) {
 }
 
 std::string Albums::recount() {
-    return library.writer().change([](sqlite::Database &database) {
+    return asText(library.writer().change([](sqlite::Database &database) {
         return database.execute("UPDATE zalbum SET cachedcount = "
                                 "(SELECT count(*) FROM zalbumasset WHERE album = zalbum.pk)");
-    });
+    }));
 }
 
 // What stands beside the store is a copy, written after the commit: one that fails is told, and costs nothing
@@ -183,7 +184,7 @@ std::string Albums::recreate() {
                                 : secondsNow();
         static_cast<void>(readFile(entry.path().string() + assetsFile, lines, mostBytes)); // may be empty
         const std::string_view text(reinterpret_cast<const char *>(lines.data()), lines.size());
-        const std::string problem = library.writer().change([&](sqlite::Database &database) {
+        const std::string problem = asText(library.writer().change([&](sqlite::Database &database) {
             if (exists(database, "SELECT 1 FROM zalbum WHERE uuid = ?", album.uuid))
                 return true;
             // The name may have gone to another album meanwhile, and the stream, too.
@@ -206,7 +207,7 @@ std::string Albums::recreate() {
                     return false;
             }
             return true;
-        });
+        }));
         if (!problem.empty())
             problems += (problems.empty() ? "" : "; ") + album.name + ": " + problem;
     }

@@ -2,6 +2,7 @@
 
 #include "hoardd/albums/BulletinTexts.h"
 #include "hoardd/library/Clock.h"
+#include "hoardd/library/Interim.h"
 #include "hoardd/library/State.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/notification/Notification.h"
@@ -133,7 +134,7 @@ void BulletinBoard::tellOfChange() {
 }
 
 Array *BulletinBoard::current(std::string &problem) const {
-    auto database = library.openReader(problem);
+    auto database = openReader(library, problem);
     if (!database)
         return nullptr;
     auto rows = database->prepare(std::string(selectBulletins) + "WHERE date > ? ORDER BY recordid DESC");
@@ -150,7 +151,7 @@ Array *BulletinBoard::current(std::string &problem) const {
 
 std::optional<std::int64_t> BulletinBoard::badgeCount() const {
     std::string problem;
-    auto database = library.openReader(problem);
+    auto database = openReader(library, problem);
     if (!database)
         return std::nullopt;
     auto count = database->prepare("SELECT count(*) FROM zbulletin WHERE date > ?");
@@ -159,7 +160,7 @@ std::optional<std::int64_t> BulletinBoard::badgeCount() const {
 
 Ref<Data> BulletinBoard::thumbnail(std::uint64_t recordID) const {
     std::string problem;
-    auto database = library.openReader(problem);
+    auto database = openReader(library, problem);
     if (!database)
         return nullptr;
     auto row = database->prepare(std::string(selectBulletins) + "WHERE recordid = ?");
@@ -175,10 +176,10 @@ Ref<Data> BulletinBoard::thumbnail(std::uint64_t recordID) const {
 }
 
 std::string BulletinBoard::clear(std::uint64_t lastRecordID) const {
-    std::string problem = library.writer().change([&](sqlite::Database &database) {
+    std::string problem = asText(library.writer().change([&](sqlite::Database &database) {
         const auto last = static_cast<std::int64_t>(std::min<std::uint64_t>(lastRecordID, INT64_MAX));
         return database.prepare("DELETE FROM zbulletin WHERE recordid <= ?").bind(last).run();
-    });
+    }));
     if (problem.empty())
         tellOfChange();
     return problem;

@@ -32,7 +32,7 @@ Result<std::string> textUnder(const Call &call, const protocol::Key<protocol::co
 template <class Value, class Put>
 Result<Answer> answerWithRow(Library &library, const char *query, const Value &key, const Put &put) {
     std::string problem;
-    auto database = library.openReader(problem);
+    auto database = openReader(library, problem);
     if (!database)
         return fail(ProblemKind::failed, problem);
     auto row = database->prepare(query);
@@ -45,11 +45,11 @@ Result<Answer> answerWithRow(Library &library, const char *query, const Value &k
 }
 
 Result<> enableStream(Library &library, const std::string &stream) {
-    return asResult(library.writer().change([&](sqlite::Database &database) {
+    return library.writer().change([&](sqlite::Database &database) {
         return database.prepare("INSERT OR IGNORE INTO zstream VALUES (?, ?)")
             .bind(stream, secondsNow())
             .run();
-    }));
+    });
 }
 
 Result<Answer> enableSnaprivers(Library &library, const Call &call) {
@@ -100,9 +100,9 @@ Result<Answer> clearAllBulletins(Library &library, const Call &call) {
 }
 
 Result<Answer> updateSharedAlbumsCachedServerConfigurationLimits(Library &library, const Call &) {
-    return whenDone(asResult(library.writer().change([](sqlite::Database &database) {
+    return whenDone(library.writer().change([](sqlite::Database &database) {
         return state::set(database, state::mostSharedAssets, maxSharedAssets);
-    })));
+    }));
 }
 
 Result<Answer> purgeableSharedAssetsSpace(Library &library, const Call &call) {
@@ -133,14 +133,14 @@ Result<Answer> keyForEmailAddress(Library &library, const Call &call) {
     if (!address)
         return passOn(address);
     std::int64_t key = -1;
-    const auto done = asResult(library.writer().change([&](sqlite::Database &database) {
+    const auto done = library.writer().change([&](sqlite::Database &database) {
         if (!database.prepare("INSERT OR IGNORE INTO zemail (address) VALUES (?)").bind(*address).run())
             return false;
         auto row = database.prepare("SELECT key FROM zemail WHERE address = ?");
         if (row.bind(*address).next())
             key = row.integer(0);
         return !row.failed();
-    }));
+    });
     if (!done)
         return passOn(done);
     return Answer().set(keys::emailKey, key);
@@ -174,13 +174,13 @@ Result<Answer> setPersonInfoDictionary(Library &library, const Call &call) {
         return fail(ProblemKind::invalid, "the dictionary holds what can't be kept");
     if (bytes && bytes->length() > maxInfoBytes)
         return fail(ProblemKind::invalid, "the dictionary is larger than 1 MiB");
-    return whenDone(asResult(library.writer().change([&](sqlite::Database &database) {
+    return whenDone(library.writer().change([&](sqlite::Database &database) {
         if (!bytes)
             return database.prepare("DELETE FROM zperson WHERE personid = ?").bind(*person).run();
         return database.prepare("INSERT OR REPLACE INTO zperson VALUES (?, ?)")
             .bind(*person, bytes->span())
             .run();
-    })));
+    }));
 }
 
 constexpr Operation operations[] = {

@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "hoardd/albums/CloudFeed.h"
+#include "hoardd/library/Interim.h"
 #include "hoardd/pictures/Renditions.h"
 #include "wickerlane/log/JXLog.h"
 #include "wickerlane/platform/file/Files.h"
@@ -43,7 +44,7 @@ private:
 template <class Read>
 auto readSteadily(const Library &library, std::string &problem, const Read &read) {
     decltype(read(std::declval<Database &>())) result;
-    auto database = library.openReader(problem);
+    auto database = openReader(library, problem);
     if (!database)
         return result;
     const SteadyView view(*database);
@@ -62,21 +63,22 @@ std::string Analyses::rebuildMoments(bool incremental) {
         if (!plan)
             return problem;
         bool overtaken = false;
-        problem = library.writer().change([&](Database &database) {
+        problem = asText(library.writer().change([&](Database &database) {
             overtaken = !isCurrent(database, *plan);
             return overtaken || applyPlan(database, *plan);
-        });
+        }));
         if (!overtaken)
             return problem;
     }
-    return library.writer().change([&](Database &database) {
+    return asText(library.writer().change([&](Database &database) {
         const auto plan = planMoments(database, incremental);
         return plan && applyPlan(database, *plan);
-    });
+    }));
 }
 
 std::string Analyses::rebuildMomentLists() {
-    return library.writer().change([](Database &database) { return hoardd::rebuildMomentLists(database); });
+    return asText(
+        library.writer().change([](Database &database) { return hoardd::rebuildMomentLists(database); }));
 }
 
 std::string Analyses::analyzeMoments(const AnalysisScope &scope) {
@@ -90,13 +92,13 @@ std::string Analyses::analyzeMoments(const AnalysisScope &scope) {
             return stopped().value().text;
         const auto batch = left.first(std::min(left.size(), mostPerCommit));
         left = left.subspan(batch.size());
-        problem = library.writer().change([&](Database &database) {
+        problem = asText(library.writer().change([&](Database &database) {
             return std::ranges::all_of(batch, [&](std::int64_t key) { return analyzeMoment(database, key); });
-        });
+        }));
         if (!problem.empty())
             return problem;
     }
-    return library.writer().change([&](Database &database) { return analyzeLists(database, scope); });
+    return asText(library.writer().change([&](Database &database) { return analyzeLists(database, scope); }));
 }
 
 std::string Analyses::analyzeDuplicates() {
@@ -145,7 +147,7 @@ std::string Analyses::lookAtUnseenAssets() {
         // Once the groups have to be made anew, there is no need to know why else.
         const bool wasStale = stale;
         stale = stale || std::ranges::any_of(seen, isLikeAnother);
-        problem = library.writer().change([&](Database &database) {
+        problem = asText(library.writer().change([&](Database &database) {
             for (std::size_t i = 0; i < batch->size(); ++i) {
                 if (!stale) {
                     const auto ties = hasTies(database, (*batch)[i].key);
@@ -157,7 +159,7 @@ std::string Analyses::lookAtUnseenAssets() {
                     return false;
             }
             return wasStale || !stale || markGroupsStale(database);
-        });
+        }));
         if (!problem.empty())
             return problem;
     }
@@ -172,21 +174,22 @@ std::string Analyses::groupDuplicates() {
     const auto plan = readSteadily(library, problem, planDuplicates);
     if (!plan)
         return problem;
-    return library.writer().change([&](Database &database) { return applyPlan(database, *plan); });
+    return asText(library.writer().change([&](Database &database) { return applyPlan(database, *plan); }));
 }
 
 std::string Analyses::resetDuplicates() {
-    return library.writer().change([](Database &database) { return forgetDuplicates(database); });
+    return asText(library.writer().change([](Database &database) { return forgetDuplicates(database); }));
 }
 
 std::string Analyses::setAreDuplicates(std::span<const std::int64_t> assets, bool areDuplicates) {
-    const std::string problem = library.writer().change(
-        [&](Database &database) { return hoardd::setAreDuplicates(database, assets, areDuplicates); });
+    const std::string problem = asText(library.writer().change(
+        [&](Database &database) { return hoardd::setAreDuplicates(database, assets, areDuplicates); }));
     return problem.empty() ? groupDuplicates() : problem;
 }
 
 std::string Analyses::rebuildCloudFeed() {
-    return library.writer().change([](Database &database) { return hoardd::rebuildCloudFeed(database); });
+    return asText(
+        library.writer().change([](Database &database) { return hoardd::rebuildCloudFeed(database); }));
 }
 
 std::string Analyses::rebuildThumbnails() {

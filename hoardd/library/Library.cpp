@@ -47,8 +47,12 @@ Library::Library(UniqueFd held, std::unique_ptr<Store> writer, Ref<store::Object
     store->whenCountsChange([this] { countNotice.noteChange(); });
 }
 
-std::optional<sqlite::Database> Library::openReader(std::string &problem) const {
-    return sqlite::Database::open(paths().database(), sqlite::Database::Access::read, problem);
+Result<sqlite::Database> Library::openReader() const {
+    std::string problem;
+    auto database = sqlite::Database::open(paths().database(), sqlite::Database::Access::read, problem);
+    if (!database)
+        return fail(ProblemKind::failed, problem, paths().database());
+    return *std::move(database);
 }
 
 Result<std::unique_ptr<Library>> Library::open(const store::LibraryPaths &paths) {
@@ -60,14 +64,14 @@ Result<std::unique_ptr<Library>> Library::open(const store::LibraryPaths &paths)
     UniqueFd lock = takeLock(paths.lock());
     if (!lock)
         return failSystem("lock", paths.lock());
-    std::string problem;
-    auto writer = Store::open(paths, problem);
+    auto writer = Store::open(paths);
     if (!writer)
-        return fail(ProblemKind::failed, problem, paths.database());
+        return passOn(writer);
+    std::string problem;
     auto reader = store::ObjectStore::open(paths, &problem);
     if (!reader)
         return fail(ProblemKind::failed, problem, paths.database());
-    std::unique_ptr<Library> library(new Library(std::move(lock), std::move(writer), std::move(reader)));
+    std::unique_ptr<Library> library(new Library(std::move(lock), *std::move(writer), std::move(reader)));
     library->countNotice.noteChange(); // one that was killed may not have come to it
     return library;
 }

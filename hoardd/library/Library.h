@@ -4,8 +4,6 @@
 
 #include <atomic>
 #include <memory>
-#include <optional>
-#include <string>
 
 #include "hoardd/library/AssetLocks.h"
 #include "hoardd/library/CountNotice.h"
@@ -27,8 +25,8 @@ public:
     [[nodiscard]] const store::LibraryPaths &paths() const noexcept { return reader->paths(); }
     /// Finds assets, over a connection that only reads.
     [[nodiscard]] store::ObjectStore &assets() noexcept { return *reader; }
-    /// A connection of the caller's own that only reads. Nothing, with the reason, on failure.
-    [[nodiscard]] std::optional<sqlite::Database> openReader(std::string &problem) const;
+    /// A connection of the caller's own that only reads.
+    [[nodiscard]] Result<sqlite::Database> openReader() const;
     [[nodiscard]] Store &writer() noexcept { return *store; }
     [[nodiscard]] MediaWorkers &media() noexcept { return workers; }
     [[nodiscard]] AssetLocks &locks() noexcept { return assetLocks; }

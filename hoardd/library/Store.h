@@ -2,15 +2,16 @@
 #ifndef HOARDD_LIBRARY_STORE_H
 #define HOARDD_LIBRARY_STORE_H
 
-#include <condition_variable>
 #include <memory>
-#include <mutex>
 #include <span>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
+#include "wickerlane/model/Result.h"
 #include "wickerlane/platform/object/Handler.h"
+#include "wickerlane/platform/object/Mutex.h"
 #include "wickerlane/store/LibraryPaths.h"
 #include "wickerlane/store/Sqlite.h"
 
@@ -28,64 +29,88 @@ public:
         bool thumbnailsAreDue = false; ///< They are still to be made; see due().
     };
 
-    /// Opens the database, and lays it out when it is new. Null, with a reason, on failure.
-    [[nodiscard]] static std::unique_ptr<Store> open(const store::LibraryPaths &paths, std::string &problem);
+    /// Opens the database, and lays it out when it is new.
+    [[nodiscard]] static Result<std::unique_ptr<Store>> open(const store::LibraryPaths &paths);
 
     /// Adds assets, all or none, and gives them their primary keys. Returns when they will survive any crash.
-    /// What several threads add at the same time is committed in one transaction. An empty text on success,
-    /// else the reason.
-    [[nodiscard]] std::string add(std::span<Addition> additions);
+    /// What several threads add at the same time is committed in one transaction.
+    [[nodiscard]] Result<> add(std::span<Addition> additions);
 
     /// The oldest asset whose original has that sum; nothing when there is none.
-    [[nodiscard]] std::optional<store::AssetRecord> assetWithSum(const store::Sha256 &sum);
+    [[nodiscard]] Result<std::optional<store::AssetRecord>> assetWithSum(const store::Sha256 &sum);
 
-    /// Whether there is an asset with that UUID; nothing when the database does not say.
-    [[nodiscard]] std::optional<bool> contains(std::string_view uuid);
+    /// Whether there is an asset with that UUID.
+    [[nodiscard]] Result<bool> contains(std::string_view uuid);
 
     /// Assets whose thumbnails are due: of those with primary keys after `last`, in their order, at most
-    /// `most`. Nothing when the database does not say.
-    [[nodiscard]] std::optional<std::vector<store::AssetRecord>> due(std::int64_t last, std::size_t most);
+    /// `limit`.
+    [[nodiscard]] Result<std::vector<store::AssetRecord>> due(std::int64_t last, std::size_t limit);
 
     /// Whether an asset is there and its thumbnails are due.
-    [[nodiscard]] bool isDue(std::int64_t asset);
+    [[nodiscard]] Result<bool> isDue(std::int64_t asset);
 
     /// The file name of an asset's edited rendition; empty when it has none.
-    [[nodiscard]] std::string renditionOf(std::string_view uuid);
+    [[nodiscard]] Result<std::string> renditionOf(std::string_view uuid);
 
-    /// Runs `make` in a transaction, which is rolled back when it gives false: a statement of it has failed
-    /// then. Returns when the change will survive any crash. An empty text on success, else the reason.
-    /// `make` should be quick, since nothing else is stored meanwhile.
-    [[nodiscard]] std::string change(const Handler<bool(sqlite::Database &)> &make);
+    /// Runs `make`, which takes the database, in a transaction, and gives what it gives. It gives a result,
+    /// or whether its statements succeeded: false stands for the database's problem. On failure the
+    /// transaction is rolled back; on success this returns when the change will survive any crash. `make`
+    /// should be quick, since nothing else is stored meanwhile.
+    template <class Make>
+    [[nodiscard]] auto change(const Make &make) {
+        using Made = std::invoke_result_t<const Make &, sqlite::Database &>;
+        using Outcome = std::conditional_t<std::is_same_v<Made, bool>, Result<>, Made>;
+        const MutexLock lock(databaseMutex);
+        sqlite::Transaction transaction(database);
+        if (!transaction.isOpen())
+            return Outcome(failed());
+        Outcome outcome = [&]() -> Outcome {
+            if constexpr (!std::is_same_v<Made, bool>)
+                return make(database);
+            else if (!make(database))
+                return failed();
+            return Outcome();
+        }();
+        if (outcome && !transaction.commit())
+            return Outcome(failed());
+        if (outcome)
+            noticeCounts();
+        return outcome;
+    }
 
     /// Has `changed`, which should be quick, called after each commit that leaves more or fewer photos or
-    /// videos. Before other threads use the store.
-    void whenCountsChange(Handler<void()> changed) { countsChanged = std::move(changed); }
+    /// videos.
+    void whenCountsChange(Handler<void()> changed);
 
-    /// Moves what was written into the database file, so that it stands alone. False on failure.
-    [[nodiscard]] bool checkpoint();
+    /// Moves what was written into the database file, so that it stands alone.
+    [[nodiscard]] Result<> checkpoint();
 
 private:
     struct Pending {
         std::span<Addition> additions;
-        std::string problem;
-        bool done = false;
+        Result<> result;
+        bool isDone = false;
     };
 
     explicit Store(sqlite::Database opened) : database(std::move(opened)) {}
-    [[nodiscard]] std::optional<store::AssetRecord> findSum(const store::Sha256 &sum);
-    void commit(std::span<Pending *const> group);
-    [[nodiscard]] std::string insert(std::span<Pending *const> group);
-    void noticeCounts();
+    void commit(std::span<Pending *const> group) WL_EXCLUDES(databaseMutex);
+    [[nodiscard]] Result<> insert(std::span<Pending *const> group) WL_REQUIRES(databaseMutex);
+    [[nodiscard]] Result<std::optional<store::AssetRecord>> findSum(const store::Sha256 &sum)
+        WL_REQUIRES(databaseMutex);
+    void noticeCounts() WL_REQUIRES(databaseMutex);
+    /// Why the last statement failed.
+    [[nodiscard]] Failure failed() WL_REQUIRES(databaseMutex);
 
-    std::mutex lock; // of what follows but the database, which is the committing thread's
-    std::condition_variable committed;
-    std::vector<Pending *> pending;
-    bool isCommitting = false;
+    Mutex mutex;
+    Condition committed;
+    std::vector<Pending *> pending WL_GUARDED_BY(mutex);
+    bool isCommitting WL_GUARDED_BY(mutex) = false;
 
-    std::mutex databaseLock;
-    sqlite::Database database;
-    Handler<void()> countsChanged;
-    std::pair<std::int64_t, std::int64_t> knownCounts; // of photos and videos, after the last commit
+    Mutex databaseMutex; // never taken before the other one
+    sqlite::Database database WL_GUARDED_BY(databaseMutex);
+    Handler<void()> countsChanged WL_GUARDED_BY(databaseMutex);
+    /// Of photos and videos, after the last commit.
+    std::pair<std::int64_t, std::int64_t> knownCounts WL_GUARDED_BY(databaseMutex);
 };
 
 } // namespace wickerlane::hoardd

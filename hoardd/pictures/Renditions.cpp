@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "hoardd/library/Interim.h"
 #include "hoardd/library/Sha256.h"
 #include "hoardd/media/FileType.h"
 #include "wickerlane/platform/file/Files.h"
@@ -44,7 +45,7 @@ std::string hexadecimal(Bytes bytes) {
 
 std::string Renditions::pathOf(const AssetRecord &asset) const {
     std::string problem;
-    auto database = library.openReader(problem);
+    auto database = openReader(library, problem);
     if (!database)
         return {};
     Statement statement = database->prepare("SELECT filename FROM zrendition WHERE assetuuid = ?");
@@ -77,7 +78,7 @@ std::string Renditions::set(const AssetRecord &asset, const Data &picture, const
         const auto coded = properties != nullptr ? createPropertyListData(properties) : nullptr;
         const auto added = Date::createNow();
         // Were the process killed before the thumbnails are in their places, the next would make them.
-        problem = library.writer().change([&](Database &database) {
+        problem = asText(library.writer().change([&](Database &database) {
             return database.prepare("INSERT OR REPLACE INTO zrendition VALUES (?, ?, ?, ?, ?)")
                        .bind(asset.uuid, std::string_view(filename), Bytes(sum), added->referenceSeconds(),
                              coded ? coded->span() : Bytes())
@@ -85,7 +86,7 @@ std::string Renditions::set(const AssetRecord &asset, const Data &picture, const
                    database.prepare("INSERT OR IGNORE INTO zduethumbnail VALUES (?)")
                        .bind(asset.primaryKey)
                        .run();
-        });
+        }));
         const std::string &needless = problem.empty() ? earlier : path;
         if (earlier != path)
             ::unlink(needless.c_str());
@@ -124,7 +125,7 @@ std::string Renditions::publish(NewThumbnails &thumbnails, const AssetRecord &as
     if (std::string problem = thumbnails.publish(); !problem.empty())
         return problem;
     const bool counts = newIndex || asset.thumbnailIndex == 0;
-    return library.writer().change([&](Database &database) {
+    return asText(library.writer().change([&](Database &database) {
         return database
                    .prepare(
                        counts ? "UPDATE zgenericasset SET thumbnailindex = thumbnailindex + 1, previewpurged "
@@ -133,7 +134,7 @@ std::string Renditions::publish(NewThumbnails &thumbnails, const AssetRecord &as
                    .bind(asset.uuid)
                    .run() &&
                database.prepare("DELETE FROM zduethumbnail WHERE asset = ?").bind(asset.primaryKey).run();
-    });
+    }));
 }
 
 } // namespace wickerlane::hoardd

@@ -5,6 +5,8 @@
 
 #include <vector>
 
+#include "hoardd/library/Interim.h"
+
 namespace wickerlane::hoardd {
 
 namespace {
@@ -16,7 +18,7 @@ struct Preview {
 };
 
 std::optional<std::vector<Preview>> purgeablePreviews(const Library &library, std::string &problem) {
-    auto database = library.openReader(problem);
+    auto database = openReader(library, problem);
     if (!database)
         return std::nullopt;
     auto rows = database->prepare(
@@ -65,11 +67,11 @@ std::optional<std::uint64_t> purge(Library &library, std::uint64_t bytes, std::s
         if (each.bytes > bytes - freed)
             continue; // never more than was asked for; another may be smaller
         const std::lock_guard guard(library.locks().of(each.uuid));
-        problem = library.writer().change([&](sqlite::Database &database) {
+        problem = asText(library.writer().change([&](sqlite::Database &database) {
             return database.prepare("UPDATE zgenericasset SET previewpurged = 1 WHERE uuid = ?")
                 .bind(each.uuid)
                 .run();
-        });
+        }));
         if (!problem.empty())
             return std::nullopt;
         if (::unlink(each.path.c_str()) == 0)

@@ -13,6 +13,7 @@
 
 #include "hoardd/library/Clock.h"
 #include "hoardd/library/FileCopy.h"
+#include "hoardd/library/Interim.h"
 #include "hoardd/library/Sha256.h"
 #include "hoardd/pictures/NewThumbnails.h"
 #include "wickerlane/log/JXLog.h"
@@ -125,7 +126,7 @@ std::vector<SaveResult> AssetSaver::begin(std::span<const SaveJob> jobs) {
     additions.reserve(group.size());
     for (const Staged *each : group)
         additions.push_back({each->record, each->unlessPresent, false, each->isDue});
-    problem = additions.empty() ? std::string() : store.add(additions);
+    problem = additions.empty() ? std::string() : asText(store.add(additions));
     for (std::size_t i = 0; i < group.size(); ++i) {
         Staged &each = *group[i];
         if (!problem.empty()) {
@@ -220,7 +221,7 @@ std::string AssetSaver::stage(const SaveJob &job, Staged &staged) {
     record.byteSize = static_cast<std::uint64_t>(status.st_size);
 
     if (staged.unlessPresent)
-        staged.present = store.assetWithSum(record.sha256);
+        staged.present = store.assetWithSum(record.sha256).value_or(std::nullopt);
     return staged.present ? std::string() : examine(job, order, staged, original.get());
 }
 
@@ -300,7 +301,7 @@ void AssetSaver::finish(std::span<SaveResult> results) {
     std::erase_if(group, [](const auto &each) { return !each.second.isDone; });
     if (group.empty())
         return;
-    const std::string failure = store.change([&](sqlite::Database &database) {
+    const std::string failure = asText(store.change([&](sqlite::Database &database) {
         auto made = database.prepare(
             "UPDATE zgenericasset SET thumbnailindex = thumbnailindex + 1, "
             "previewpurged = 0 WHERE pk IN (SELECT asset FROM zduethumbnail WHERE asset = ?)");
@@ -313,7 +314,7 @@ void AssetSaver::finish(std::span<SaveResult> results) {
             return (isDecoded ? made.bind(asset).run() : failed.bind(each.second.problem, asset).run()) &&
                    done.bind(asset).run();
         });
-    });
+    }));
     for (auto &[result, finished] : group) {
         result->isDue = false;
         result->lack = failure;
@@ -327,7 +328,7 @@ void AssetSaver::finish(std::span<SaveResult> results) {
 }
 
 AssetSaver::Finished AssetSaver::makeDueThumbnails(const AssetRecord &asset) {
-    const std::string rendition = store.renditionOf(asset.uuid);
+    const std::string rendition = store.renditionOf(asset.uuid).value_or(std::string());
     const std::string path =
         rendition.empty() ? paths.original(asset) : paths.renditionFolder(asset.uuid) + '/' + rendition;
     const UniqueFd picture = openFile(path, O_RDONLY);
@@ -345,7 +346,7 @@ AssetSaver::Finished AssetSaver::makeDueThumbnails(const AssetRecord &asset) {
         return {true, probed.reason, {}};
     // Meanwhile the asset may have gone, or others may have made its thumbnails of a newer picture.
     const std::lock_guard guard(locks.of(asset.uuid));
-    if (!store.isDue(asset.primaryKey))
+    if (!store.isDue(asset.primaryKey).value_or(false))
         return {};
     std::string problem = thumbnails.publish();
     return {problem.empty(), {}, problem};
@@ -409,9 +410,9 @@ std::string AssetSaver::remove(const AssetRecord &asset) {
     const std::string folder = paths.saving() + '/' + asset.filename;
     if (!makeFolderIn(folder))
         return failing("make " + folder);
-    std::string problem = store.change([&](sqlite::Database &database) {
+    std::string problem = asText(store.change([&](sqlite::Database &database) {
         return database.prepare("DELETE FROM zgenericasset WHERE uuid = ?").bind(asset.uuid).run();
-    });
+    }));
     // A commit that failed may still come to light after a crash: the folder stays for recover().
     if (problem.empty())
         removeFiles(folder, asset);
@@ -442,7 +443,7 @@ void AssetSaver::recover() {
             continue; // nothing of ours
         record.uuid = uuid->uuidString()->utf8();
         record.directory = store::LibraryPaths::directoryOfOriginal(record.uuid);
-        const std::optional<bool> isSaved = store.contains(record.uuid);
+        const auto isSaved = store.contains(record.uuid);
         if (!isSaved)
             continue; // unknown: both answers could lose something
         JX_LOG(JXLogLevelNotice, JXAssetImportLog, "%s the unfinished save of %s",

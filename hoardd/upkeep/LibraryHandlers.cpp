@@ -75,9 +75,9 @@ Result<Answer> cleanupModel(Library &library, const Call &) {
 }
 
 Result<> setRestoring(Library &library, bool isRestoring) {
-    return asResult(library.writer().change([isRestoring](sqlite::Database &database) {
+    return library.writer().change([isRestoring](sqlite::Database &database) {
         return state::set(database, state::restoring, isRestoring ? 1 : 0);
-    }));
+    });
 }
 
 // The files are there again, and the store may be older than they are.
@@ -102,7 +102,7 @@ Result<Answer> finalizeOTARestore(Library &library, const Call &call) {
 
 Result<Answer> hasCompletedRestorePostProcessing(Library &library, const Call &) {
     std::string problem;
-    auto database = library.openReader(problem);
+    auto database = openReader(library, problem);
     if (!database)
         return fail(ProblemKind::failed, problem);
     return Answer().set(keys::isComplete, state::get(*database, state::restoring).value_or(0) == 0);
@@ -127,7 +127,7 @@ Result<Answer> notifyAboutTermination(Library &library, const Call &call) {
     const String *name = call.get(keys::name), *reason = call.get(keys::reason);
     JX_LOG(JXLogLevelError, JXPhotosStateLog, "process %d (%s) ends by an exception: %@: %@",
            call.peer().process, call.peer().executable.c_str(), name, reason);
-    return whenDone(asResult(library.writer().change([&](sqlite::Database &database) {
+    return whenDone(library.writer().change([&](sqlite::Database &database) {
         return database
             .prepare(
                 "INSERT INTO ztermination (date, executable, process, name, reason) VALUES (?, ?, ?, ?, ?)")
@@ -135,20 +135,20 @@ Result<Answer> notifyAboutTermination(Library &library, const Call &call) {
                   name != nullptr ? name->utf8() : std::string_view(),
                   reason != nullptr ? reason->utf8() : std::string_view())
             .run();
-    })));
+    }));
 }
 
 Result<Answer> clearChangeStore(Library &library, const Call &) {
-    return whenDone(asResult(library.writer().change(
-        [](sqlite::Database &database) { return database.execute("DELETE FROM zchange"); })));
+    return whenDone(library.writer().change(
+        [](sqlite::Database &database) { return database.execute("DELETE FROM zchange"); }));
 }
 
 // What there must be one of: the library's identity, and a row of numbers for each kind of asset.
 Result<Answer> repairSingletonObjects(Library &library, const Call &) {
-    return whenDone(asResult(library.writer().change([](sqlite::Database &database) {
+    return whenDone(library.writer().change([](sqlite::Database &database) {
         return database.execute("DELETE FROM zlibrary WHERE rowid > (SELECT min(rowid) FROM zlibrary);") &&
                database.execute(store::recountAssets);
-    })));
+    }));
 }
 
 // A demonstration library goes back to what it was at the date that the preferences name; without one,

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "hoardd/library/Interim.h"
 #include "hoardd/pictures/Renditions.h"
 #include "hoardd/saving/FoundFiles.h"
 #include "wickerlane/log/JXLog.h"
@@ -27,9 +28,9 @@ std::string mend(Library &library, const Finding &finding) {
                      : std::string("the asset can't be read");
     }
     case Finding::Kind::missingRendition:
-        return library.writer().change([&](sqlite::Database &database) {
+        return asText(library.writer().change([&](sqlite::Database &database) {
             return database.prepare("DELETE FROM zrendition WHERE assetuuid = ?").bind(finding.uuid).run();
-        });
+        }));
     case Finding::Kind::strayOriginal:
     case Finding::Kind::strayThumbnail:
     case Finding::Kind::strayRendition:
@@ -47,8 +48,8 @@ std::string repairLibrary(Library &library) {
     const auto report = store::checkLibrary(library.paths(), {}, problem);
     if (!report)
         return problem;
-    left += library.writer().change(
-        [](sqlite::Database &database) { return database.execute(store::recountAssets); });
+    left += asText(library.writer().change(
+        [](sqlite::Database &database) { return database.execute(store::recountAssets); }));
     for (const Finding &finding : report->findings) {
         if (library.isEnding())
             return "hoardd is ending; what is left is done the next time";

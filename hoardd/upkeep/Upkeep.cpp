@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "hoardd/albums/BulletinBoard.h"
+#include "hoardd/library/Interim.h"
 #include "hoardd/saving/AssetSaver.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/store/LibraryCheck.h"
@@ -74,7 +75,7 @@ std::optional<std::int64_t> secondsToRepair(const Library &library, std::string 
 
 std::string removeAddedSince(Library &library, double date) {
     std::string problem;
-    auto database = library.openReader(problem);
+    auto database = openReader(library, problem);
     if (!database)
         return problem;
     std::vector<store::AssetRecord> added;
@@ -96,10 +97,10 @@ std::string removeAddedSince(Library &library, double date) {
     newAlbums.bind(date);
     while (newAlbums.next())
         albums.emplace_back(newAlbums.text(0));
-    problem = library.writer().change([&](sqlite::Database &store) {
+    problem = asText(library.writer().change([&](sqlite::Database &store) {
         return store.prepare("DELETE FROM zalbum WHERE datecreated > ?").bind(date).run() &&
                store.execute("DELETE FROM zbulletin");
-    });
+    }));
     if (problem.empty())
         BulletinBoard::tellOfChange();
     std::error_code ignored; // it would only come back with a restore

@@ -42,19 +42,19 @@ TEST(CountNotice, PostsWhatCameWhileItRested) {
 TEST(CountNotice, StoreTellsWhatChangesTheCounts) {
     const store::LibraryPaths paths;
     makeFolders(paths.folder() + "/PhotoData");
-    std::string problem;
-    const auto writer = Store::open(paths, problem);
-    ASSERT_TRUE(writer) << problem;
+    const auto opened = Store::open(paths);
+    ASSERT_TRUE(opened) << opened.error().text;
+    Store &writer = **opened;
     int changes = 0;
-    writer->whenCountsChange([&] { ++changes; });
+    writer.whenCountsChange([&] { ++changes; });
 
     std::vector<Store::Addition> additions(2);
     additions[0].record.uuid = "A";
     additions[1].record.uuid = "B";
-    ASSERT_EQ(writer->add(additions), "");
+    ASSERT_TRUE(writer.add(additions));
     EXPECT_EQ(changes, 1) << "one for a commit";
     EXPECT_GT(additions[1].record.primaryKey, additions[0].record.primaryKey);
-    EXPECT_NE(writer->add(additions), "") << "these UUIDs are taken";
+    EXPECT_FALSE(writer.add(additions)) << "these UUIDs are taken";
     EXPECT_EQ(changes, 1);
 
     const struct {
@@ -71,7 +71,7 @@ TEST(CountNotice, StoreTellsWhatChangesTheCounts) {
     };
     for (const auto &[sql, succeeds, changesCounts] : cases) {
         const int before = changes;
-        static_cast<void>(writer->change([sql = sql, succeeds = succeeds](Database &database) {
+        static_cast<void>(writer.change([sql = sql, succeeds = succeeds](Database &database) {
             return database.execute(sql) && succeeds;
         }));
         EXPECT_EQ(changes - before, changesCounts ? 1 : 0) << sql;

@@ -67,11 +67,11 @@ Store::Addition newAddition() {
 TEST(Store, CommitsWhatSeveralThreadsAddAndFailsOnlyWhoIsAtFault) {
     const store::LibraryPaths paths;
     std::filesystem::create_directories(paths.folder() + "/PhotoData");
-    std::string problem;
-    const auto opened = Store::open(paths, problem);
-    ASSERT_TRUE(opened) << problem;
+    const auto opened = Store::open(paths);
+    ASSERT_TRUE(opened) << opened.error().text;
+    Store &store = **opened;
     std::array<Store::Addition, 1> taken{newAddition()};
-    ASSERT_EQ(opened->add(taken), "");
+    ASSERT_TRUE(store.add(taken));
 
     constexpr std::size_t threads = 6, rounds = 20;
     std::array<std::vector<std::int64_t>, threads> keys;
@@ -85,8 +85,8 @@ TEST(Store, CommitsWhatSeveralThreadsAddAndFailsOnlyWhoIsAtFault) {
                     const bool isAtFault = round % 4 == 3;
                     if (isAtFault)
                         additions[1].record.uuid = taken[0].record.uuid;
-                    EXPECT_EQ(opened->add(additions).empty(), !isAtFault);
-                    EXPECT_EQ(opened->contains(additions[0].record.uuid), !isAtFault) << "all or none";
+                    EXPECT_EQ(store.add(additions).has_value(), !isAtFault);
+                    EXPECT_EQ(store.contains(additions[0].record.uuid), !isAtFault) << "all or none";
                     if (!isAtFault)
                         for (const auto &each : additions)
                             keys[i].push_back(each.record.primaryKey);
