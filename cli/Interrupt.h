@@ -6,14 +6,14 @@
 
 namespace wickerlane::cli {
 
-/// From now on the first SIGINT or SIGTERM is only noted; a second one ends the process as usual.
+/// From now on the first SIGINT or SIGTERM is only noted. A second one ends the process as usual.
 void noticeInterrupts();
 
-/// Whether one has been noted. Thread-safe.
+/// Whether a signal has been noted. Thread-safe.
 bool isInterrupted();
 
-/// A semaphore that is signalled when one is noted: for who waits for other things, which may signal it as
-/// well. Lives for ever.
+/// Is signalled when a signal is noted. Those who wait for something else as well may signal it too. Lives
+/// forever.
 Semaphore &interruptSemaphore();
 
 } // namespace wickerlane::cli

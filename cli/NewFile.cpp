@@ -7,10 +7,11 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
+#include <vector>
 
-#include "cli/Output.h"
+#include "wickerlane/platform/file/Files.h"
+#include "wickerlane/platform/file/Retry.h"
 
 namespace wickerlane::cli {
 namespace {
@@ -28,16 +29,18 @@ bool putInPlace(const char *from, const char *to, bool replace) {
         return std::rename(from, to) == 0;
     if (renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE) == 0)
         return true;
-    // Some file systems cannot rename so, but a link never replaces anything either.
+    // Some file systems can't rename so, but a link never replaces anything either.
     return errno == EINVAL && link(from, to) == 0 && unlink(from) == 0;
 }
 
 } // namespace
 
-NewFile::NewFile(std::string path)
-    : place(std::move(path)),
-      temporary((std::filesystem::path(place).parent_path() / ".wickerlane-XXXXXX").string()) {
-    fd.reset(mkostemp(temporary.data(), O_CLOEXEC));
+Result<NewFile> NewFile::create(std::string path) {
+    std::string temporary = (std::filesystem::path(path).parent_path() / ".wickerlane-XXXXXX").string();
+    UniqueFd fd(mkostemp(temporary.data(), O_CLOEXEC));
+    if (!fd)
+        return failSystem("write", std::move(path));
+    return NewFile(std::move(path), std::move(temporary), std::move(fd));
 }
 
 NewFile::~NewFile() {
@@ -45,18 +48,37 @@ NewFile::~NewFile() {
         unlink(temporary.c_str());
 }
 
-bool NewFile::finish(bool replace) {
-    if (fchmod(fd.get(), usualMode()) != 0 || fsync(fd.get()) != 0 ||
-        !putInPlace(temporary.c_str(), place.c_str(), replace))
-        return false;
-    fd.reset();
-    return true;
+Result<> NewFile::write(Bytes bytes) {
+    if (!writeAll(fd.get(), bytes))
+        return failSystem("write", place);
+    return {};
 }
 
-ExitCode failToWrite(const std::string &path) {
+Result<> NewFile::copyFrom(int descriptor) {
+    std::vector<std::byte> buffer(std::size_t{1} << 18);
+    for (off_t position = 0;;) {
+        const ssize_t count =
+            retryInterrupted([&] { return pread(descriptor, buffer.data(), buffer.size(), position); });
+        if (count < 0)
+            return failSystem("copy to", place);
+        if (count == 0)
+            return {};
+        const auto written = write(std::span(buffer).first(static_cast<std::size_t>(count)));
+        if (!written)
+            return written;
+        position += count;
+    }
+}
+
+Result<> NewFile::finish(bool replace) {
+    if (fchmod(fd.get(), usualMode()) == 0 && fsync(fd.get()) == 0 &&
+        putInPlace(temporary.c_str(), place.c_str(), replace)) {
+        fd.reset();
+        return {};
+    }
     if (errno == EEXIST)
-        return fail(ExitCode::failure, fmt::format("{} exists already; --force replaces it", path));
-    return fail(ExitCode::failure, fmt::format("{} could not be written: {}", path, std::strerror(errno)));
+        return fail(ProblemKind::exists, fmt::format("{} already exists; --force replaces it", place), place);
+    return failSystem("write", place);
 }
 
 } // namespace wickerlane::cli

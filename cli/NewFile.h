@@ -4,34 +4,34 @@
 
 #include <string>
 
-#include "cli/Command.h"
+#include "wickerlane/model/Result.h"
 #include "wickerlane/platform/file/UniqueFd.h"
+#include "wickerlane/platform/object/Data.h"
 
 namespace wickerlane::cli {
 
-/// Is written beside its place under another name, and takes its place when it is finished. Goes away unless
-/// it is.
+/// Is written beside its place under another name, and takes its place when it is finished. Removed when it
+/// never is.
 class NewFile {
 public:
-    explicit NewFile(std::string path);
+    static Result<NewFile> create(std::string path);
+    NewFile(NewFile &&other) = default;
     ~NewFile();
-    NewFile(const NewFile &) = delete;
-    NewFile &operator=(const NewFile &) = delete;
 
-    /// Open for writing; -1, with errno set, when it could not be made.
-    [[nodiscard]] int descriptor() const noexcept { return fd.get(); }
-    /// Puts the file in its place. False, with errno set, on failure; EEXIST when there is a file already
-    /// that is not to be replaced.
-    [[nodiscard]] bool finish(bool replace);
+    Result<> write(Bytes bytes);
+    /// Writes all that another file holds.
+    Result<> copyFrom(int descriptor);
+    /// Puts the file in its place. `replace` says whether it may replace a file that is there.
+    Result<> finish(bool replace);
 
 private:
+    NewFile(std::string path, std::string temporaryPath, UniqueFd opened)
+        : place(std::move(path)), temporary(std::move(temporaryPath)), fd(std::move(opened)) {}
+
     std::string place;
     std::string temporary;
     UniqueFd fd;
 };
-
-/// Says on standard error, by errno, why a file could not be written.
-ExitCode failToWrite(const std::string &path);
 
 } // namespace wickerlane::cli
 

@@ -1,7 +1,11 @@
 // wickerlane changes
 #include <nlohmann/json.hpp>
 
-#include "cli/OpenedLibrary.h"
+#include "cli/DaemonRequests.h"
+#include "cli/Formatting.h"
+#include "cli/StoreLookup.h"
+#include "cli/Subcommands.h"
+#include "cli/Table.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 
 namespace wickerlane::cli {
@@ -25,14 +29,14 @@ const char *nameOf(store::AssetChange::What what) {
     return "";
 }
 
-ExitCode changes(const Options &options) {
-    ReleaseScope scope;
+Result<ExitCode> changes(const Options &options) {
+    const ReleaseScope scope;
     const auto store = openStore();
     if (!store)
-        return ExitCode::notFound;
-    const auto all = store->changes(options.since);
+        return passOn(store);
+    const auto all = (*store)->changes(options.since);
     if (!all)
-        return fail(ExitCode::failure, "the library's store can't be read");
+        return failToReadStore();
     JSON described = JSON::array();
     Table table({{"NUMBER", Table::Align::right}, {"DATE"}, {"WHAT"}, {"UUID"}});
     for (const store::AssetChange &each : *all) {
@@ -42,34 +46,28 @@ ExitCode changes(const Options &options) {
                              {"uuid", each.uuid}});
         table.add({std::to_string(each.number), dateText(each.date), nameOf(each.what), each.uuid});
     }
-    if (options.json)
-        printJSON(described);
-    else if (described.empty())
-        note("nothing has changed");
-    else
-        table.print();
+    printListing(described, table, "nothing has changed", options.json);
     if (options.clear) {
         JXGatekeeperClient::sharedInstance()->clearChangeStore();
-        if (!daemonAnswers()) // which tells that the daemon got the request, which has no answer
-            return failUnreachable();
+        if (const auto received = waitUntilReceived(); !received)
+            return passOn(received);
     }
     return ExitCode::success;
 }
 
 } // namespace
 
-void addChanges(Command app, Action &chosen) {
-    const auto command = app.addSubcommand("changes", "List the latest changes of assets");
+void setUpChanges(Command command) {
+    command.description("List which assets were added, changed and removed");
     command.footer("Examples:\n"
                    "  wickerlane changes --since 120\n"
                    "  wickerlane changes --clear --json");
-    auto options = std::make_shared<Options>();
-    command.addOption("--since", options->since, "Only those with higher numbers")
+    Options &options = command.runs(changes);
+    command.addOption("--since", options.since, "Only changes with a higher number")
         .typeName("NUMBER")
         .notNegative();
-    command.addFlag("--clear", options->clear, "Forget all changes afterwards");
-    command.addFlag("--json", options->json, "Write JSON");
-    command.callback([options, &chosen] { chosen = [options] { return changes(*options); }; });
+    command.addFlag("--clear", options.clear, "Then delete the record of all changes");
+    command.addFlag("--json", options.json, "Write JSON");
 }
 
 } // namespace wickerlane::cli

@@ -9,10 +9,16 @@
 #include <algorithm>
 #include <optional>
 
+#include "cli/DaemonRequests.h"
+#include "cli/Formatting.h"
 #include "cli/Interrupt.h"
-#include "cli/OpenedLibrary.h"
+#include "cli/Output.h"
+#include "cli/Progress.h"
+#include "cli/StoreLookup.h"
+#include "cli/Subcommands.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/platform/file/Files.h"
+#include "wickerlane/platform/file/Retry.h"
 #include "wickerlane/store/LibraryCheck.h"
 
 namespace wickerlane::cli {
@@ -32,7 +38,7 @@ std::optional<store::Sha256> sumOfFile(const std::string &path) {
         return std::nullopt;
     std::vector<std::byte> block(256 << 10);
     ssize_t count = 0;
-    while ((count = read(file.get(), block.data(), block.size())) > 0)
+    while ((count = retryInterrupted([&] { return read(file.get(), block.data(), block.size()); })) > 0)
         if (EVP_DigestUpdate(context.get(), block.data(), static_cast<std::size_t>(count)) != 1)
             return std::nullopt;
     store::Sha256 sum;
@@ -42,8 +48,7 @@ std::optional<store::Sha256> sumOfFile(const std::string &path) {
     return sum;
 }
 
-/// Checks, showing progress. Nothing, after an error on standard error, on failure.
-std::optional<store::CheckReport> runCheck(const store::LibraryPaths &paths, const Options &options) {
+Result<store::CheckReport> runCheck(const store::LibraryPaths &paths, const Options &options) {
     std::unique_ptr<Progress> progress;
     std::size_t shown = 0;
     store::CheckOptions wanted;
@@ -59,11 +64,11 @@ std::optional<store::CheckReport> runCheck(const store::LibraryPaths &paths, con
     std::string problem;
     auto report = store::checkLibrary(paths, wanted, problem);
     if (!report)
-        fail(ExitCode::failure, fmt::format("the library can't be checked: {}", problem));
-    return report;
+        return fail(ProblemKind::damagedStore, fmt::format("the library can't be checked: {}", problem));
+    return std::move(*report);
 }
 
-JSON describe(const store::CheckReport &report, std::size_t mended) {
+JSON describe(const store::CheckReport &report, std::size_t repaired) {
     JSON findings = JSON::array();
     for (const store::Finding &each : report.findings) {
         findings.push_back({{"kind", nameOf(each.kind)}, {"path", each.path}});
@@ -74,70 +79,71 @@ JSON describe(const store::CheckReport &report, std::size_t mended) {
     }
     return {{"assets", report.assets},
             {"findings", findings},
-            {"mended", mended},
+            {"mended", repaired},
             {"interrupted", isInterrupted()}};
 }
 
-ExitCode check(const Options &options) {
-    ReleaseScope scope;
+void printReport(const store::CheckReport &report, std::size_t repaired, const Options &options) {
+    for (const store::Finding &each : report.findings)
+        print(fmt::format("{}: {}{}", nameOf(each.kind), each.path,
+                          each.detail.empty() ? "" : " (" + each.detail + ")"));
+    std::string summary = countText(report.assets, "asset", "assets") + " checked";
+    if (options.withoutSums)
+        summary += " without checksums";
+    if (repaired > 0)
+        summary += fmt::format(", {} repaired", countText(repaired, "problem", "problems"));
+    summary += report.findings.empty()
+                   ? ", no problems found"
+                   : ", " + countText(report.findings.size(), "problem", "problems") + " found";
+    if (isInterrupted())
+        summary += "; interrupted, the rest was not checked";
+    print(summary);
+    if (!report.findings.empty() && !options.repair)
+        note("to repair what can be repaired: wickerlane check --repair");
+}
+
+Result<ExitCode> check(const Options &options) {
+    const ReleaseScope scope;
     const auto store = openStore();
     if (!store)
-        return ExitCode::notFound;
-    auto report = runCheck(store->paths(), options);
+        return passOn(store);
+    const store::LibraryPaths &paths = (*store)->paths();
+    auto report = runCheck(paths, options);
     if (!report)
-        return ExitCode::failure;
-    std::size_t mended = 0;
+        return passOn(report);
+    std::size_t repaired = 0;
     if (options.repair && !report->findings.empty() && !isInterrupted()) {
         JXGatekeeperClient::sharedInstance()->repairPotentialModelCorruption();
-        if (!daemonAnswers())
-            return failUnreachable();
+        if (const auto answers = requireDaemon(); !answers)
+            return passOn(answers);
         const std::size_t before = report->findings.size();
-        report = runCheck(store->paths(), options);
+        report = runCheck(paths, options);
         if (!report)
-            return ExitCode::failure;
-        mended = before - std::min(before, report->findings.size());
+            return passOn(report);
+        repaired = before - std::min(before, report->findings.size());
     }
-    if (options.json) {
-        printJSON(describe(*report, mended));
-    } else {
-        for (const store::Finding &each : report->findings)
-            print(fmt::format("{}: {}{}", nameOf(each.kind), each.path,
-                              each.detail.empty() ? "" : " (" + each.detail + ")"));
-        std::string summary = countText(report->assets, "asset", "assets") + " checked";
-        if (options.withoutSums)
-            summary += " without their sums";
-        if (mended > 0)
-            summary += fmt::format(", {} mended", mended);
-        summary +=
-            report->findings.empty()
-                ? ", all is well"
-                : fmt::format(", {} to look at", countText(report->findings.size(), "thing", "things"));
-        if (isInterrupted())
-            summary += "; interrupted, the rest was left out";
-        print(summary);
-        if (!report->findings.empty() && !options.repair)
-            note("What can be mended is mended by: wickerlane check --repair");
-    }
+    if (options.json)
+        printJSON(describe(*report, repaired));
+    else
+        printReport(*report, repaired, options);
     return report->findings.empty() && !isInterrupted() ? ExitCode::success : ExitCode::failure;
 }
 
 } // namespace
 
-void addCheck(Command app, Action &chosen) {
-    const auto command =
-        app.addSubcommand("check", "Verify the library: its rows, files, sums and thumbnails");
+void setUpCheck(Command command) {
+    command.description("Check the library's store, originals and thumbnails");
     command.footer(
-        "Reads every original unless --no-sums is given. It may run while the library is in use.\n\n"
-        "--repair makes missing thumbnails, and moves files that no asset has into\n"
-        "PhotoData/LostAndFound. Nothing is ever removed; an original that is missing or changed is\n"
-        "told of, and stays for you to bring back from a copy.\n\n"
+        "Reads every original, unless --no-sums is given. The library may be in use meanwhile.\n\n"
+        "--repair makes missing thumbnails and moves files that belong to no asset to\n"
+        "PhotoData/LostAndFound. It deletes nothing. It can't repair an original that is missing or\n"
+        "changed: copy it back from a backup.\n\n"
         "Example:\n  wickerlane check --json | jq -r '.findings[].path'");
-    auto options = std::make_shared<Options>();
-    command.addFlag("--repair", options->repair, "Mend what can be mended");
-    command.addFlag("--no-sums", options->withoutSums, "Compare sizes only, which is quick");
-    command.addFlag("--json", options->json, "Write JSON");
-    command.addFlag("-q,--quiet", options->quiet, "Show no progress");
-    command.callback([options, &chosen] { chosen = [options] { return check(*options); }; });
+    Options &options = command.runs(check);
+    command.addFlag("--repair", options.repair, "Repair what can be repaired");
+    command.addFlag("--no-sums", options.withoutSums, "Compare sizes only, not checksums: this is quick");
+    command.addFlag("--json", options.json, "Write JSON");
+    command.addFlag("-q,--quiet", options.quiet, "Show no progress");
 }
 
 } // namespace wickerlane::cli

@@ -1,47 +1,34 @@
 // wickerlane count
-#include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
-#include "cli/Command.h"
-#include "cli/OpenedLibrary.h"
-#include "cli/Waiting.h"
-#include "wickerlane/client/JXGatekeeperClient.h"
+#include "cli/LibraryCounts.h"
+#include "cli/Subcommands.h"
 
 namespace wickerlane::cli {
 namespace {
 
-struct Counts {
-    Ref<Number> photos;
-    Ref<Number> videos;
+struct Options {
+    bool json = false;
 };
 
-ExitCode count(bool json) {
-    Awaited<Counts> answer;
-    JXGatekeeperClient::sharedInstance()->getPhotosAndVideosCountWithHandler(
-        [answer](Number *photos, Number *videos) {
-            answer.give({photos, videos});
-        });
-    const Counts counts = answer.take();
-    if (!counts.photos || !counts.videos)
-        return failUnreachable();
-
-    const std::uint64_t photos = counts.photos->uint64Value();
-    const std::uint64_t videos = counts.videos->uint64Value();
-    if (json)
-        printJSON({{"photos", photos}, {"videos", videos}});
+Result<ExitCode> count(const Options &options) {
+    const auto counts = countLibrary();
+    if (!counts)
+        return passOn(counts);
+    if (options.json)
+        printJSON(describe(*counts));
     else
-        print(countText(photos, "photo", "photos") + ", " + countText(videos, "video", "videos"));
+        print(textOf(*counts));
     return ExitCode::success;
 }
 
 } // namespace
 
-void addCount(Command app, Action &chosen) {
-    const auto command = app.addSubcommand("count", "Say how many photos and videos the library holds");
+void setUpCount(Command command) {
+    command.description("Say how many photos and videos the library holds");
     command.footer("Example:\n  wickerlane count --json");
-    auto json = std::make_shared<bool>(false);
-    command.addFlag("--json", *json, "Write JSON");
-    command.callback([json, &chosen] { chosen = [json] { return count(*json); }; });
+    Options &options = command.runs(count);
+    command.addFlag("--json", options.json, "Write JSON");
 }
 
 } // namespace wickerlane::cli

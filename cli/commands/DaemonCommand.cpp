@@ -1,4 +1,4 @@
-// wickerlane daemon status
+// wickerlane daemon
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -7,18 +7,26 @@
 #include <cerrno>
 #include <charconv>
 
-#include "cli/OpenedLibrary.h"
-#include "cli/Waiting.h"
+#include "cli/DaemonRequests.h"
+#include "cli/Output.h"
+#include "cli/Subcommands.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/platform/file/Files.h"
+#include "wickerlane/store/LibraryPaths.h"
 
 namespace wickerlane::cli {
 namespace {
 
-/// The process that has the library open; 0 when there is none. The daemon holds the lock as long as it
-/// serves the library, and is patient with whoever holds it for an instant.
+struct Options {
+    bool start = false;
+    bool json = false;
+};
+
+/// The process that serves the library: it holds the lock file locked, with its ID in it. 0 when there is
+/// none.
 pid_t daemonProcess(const std::string &lockPath) {
     const UniqueFd lock = openFile(lockPath, O_RDONLY);
+    // The lock taken here goes with the descriptor. A daemon that starts meanwhile tries again.
     if (!lock || flock(lock.get(), LOCK_SH | LOCK_NB) == 0 || errno != EWOULDBLOCK)
         return 0;
     char text[32];
@@ -29,74 +37,73 @@ pid_t daemonProcess(const std::string &lockPath) {
     return process;
 }
 
-struct Access {
-    bool granted = false;
-    std::string problem;
+struct Status {
+    std::int64_t modelVersion = 0;
+    pid_t process = 0;
+    Result<> access;
 };
 
-Access askAccess() {
-    Awaited<Access> answer;
-    JXGatekeeperClient::sharedInstance()->requestAccessWithHandler([answer](bool granted, Error *error) {
-        answer.give({granted, error != nullptr ? std::string(error->localizedDescription()->utf8()) : ""});
-    });
-    return answer.take();
+Result<Status> askStatus(const std::string &lockPath) {
+    JXGatekeeperClient *client = JXGatekeeperClient::sharedInstance();
+    Status status;
+    status.modelVersion = client->getCurrentModelVersion();
+    if (status.modelVersion < 0)
+        return failUnreachable();
+    status.access = waitForSuccess(
+        "no reason given", [&](const SuccessHandler &handler) { client->requestAccessWithHandler(handler); });
+    status.process = daemonProcess(lockPath);
+    return status;
 }
 
-ExitCode status(bool start, bool json) {
-    ReleaseScope scope;
-    const store::LibraryPaths paths;
-    const bool running = daemonProcess(paths.lock()) != 0;
-    std::int64_t version = -1;
-    Access access;
-    if (running || start) {
-        version = JXGatekeeperClient::sharedInstance()->getCurrentModelVersion();
-        if (version < 0)
-            return failUnreachable();
-        access = askAccess();
+JSON describe(const std::optional<Status> &status, const std::string &library) {
+    JSON described = {{"running", status.has_value()}, {"root", rootPath()}, {"library", library}};
+    if (status) {
+        described["process"] = status->process;
+        described["modelVersion"] = status->modelVersion;
+        described["access"] = status->access.has_value();
     }
-    const pid_t process = daemonProcess(paths.lock());
+    return described;
+}
 
-    if (json) {
-        JSON result = {{"running", version >= 0}, {"root", rootPath()}, {"library", paths.folder()}};
-        if (version >= 0) {
-            result["process"] = process;
-            result["modelVersion"] = version;
-            result["access"] = access.granted;
-        }
-        printJSON(result);
-        return ExitCode::success;
-    }
-    const auto line = [](std::string_view label, std::string_view value) {
-        print(fmt::format("{:<10}{}", label, value));
-    };
-    line("Daemon", version >= 0 ? fmt::format("running, process {}", process)
+void printStatus(const std::optional<Status> &status, const std::string &library) {
+    printField("Daemon", status ? fmt::format("running, process {}", status->process)
                                 : "not running; it starts when it is needed, or with --start");
-    line("Root", rootPath());
-    line("Library", paths.folder());
-    if (version >= 0) {
-        line("Model", fmt::format("version {}", version));
-        line("Access", access.granted ? "granted" : "refused: " + access.problem);
+    printField("Root", rootPath());
+    printField("Library", library);
+    if (status) {
+        printField("Model", fmt::format("version {}", status->modelVersion));
+        printField("Access", status->access ? "granted" : "refused: " + status->access.error().text);
     }
+}
+
+Result<ExitCode> showStatus(const Options &options) {
+    const ReleaseScope scope;
+    const store::LibraryPaths paths;
+    std::optional<Status> status;
+    if (options.start || daemonProcess(paths.lock()) != 0) {
+        auto asked = askStatus(paths.lock());
+        if (!asked)
+            return passOn(asked);
+        status = std::move(*asked);
+    }
+    if (options.json)
+        printJSON(describe(status, paths.folder()));
+    else
+        printStatus(status, paths.folder());
     return ExitCode::success;
 }
 
 } // namespace
 
-void addDaemon(Command app, Action &chosen) {
-    const auto daemon = app.addSubcommand("daemon", "Look after the daemon");
-    daemon.requireSubcommand();
-    const auto command =
-        daemon.addSubcommand("status", "Say whether the daemon runs for this library, and what it answers");
-    command.footer("Example:\n  wickerlane daemon status --start");
-    struct Options {
-        bool start = false;
-        bool json = false;
-    };
-    auto options = std::make_shared<Options>();
-    command.addFlag("--start", options->start, "Start the daemon if it is not running");
-    command.addFlag("--json", options->json, "Write JSON");
-    command.callback(
-        [options, &chosen] { chosen = [options] { return status(options->start, options->json); }; });
+void setUpDaemon(Command command) {
+    command.description("Show the state of the daemon");
+    command.requireSubcommand();
+    const auto status =
+        command.addSubcommand("status", "Say whether the daemon runs for this library, and what it answers");
+    status.footer("Example:\n  wickerlane daemon status --start");
+    Options &options = status.runs(showStatus);
+    status.addFlag("--start", options.start, "Start the daemon if it is not running");
+    status.addFlag("--json", options.json, "Write JSON");
 }
 
 } // namespace wickerlane::cli

@@ -4,8 +4,11 @@
 
 #include <iostream>
 
-#include "cli/OpenedLibrary.h"
-#include "cli/Waiting.h"
+#include "cli/DaemonRequests.h"
+#include "cli/Formatting.h"
+#include "cli/Output.h"
+#include "cli/StoreLookup.h"
+#include "cli/Subcommands.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 
 namespace wickerlane::cli {
@@ -16,58 +19,64 @@ struct Options {
     bool yes = false;
 };
 
-/// Whether a person at the terminal means it.
+/// Asks the person at the terminal. False when there is none.
 bool isConfirmed(std::size_t count) {
     if (isatty(STDIN_FILENO) == 0)
         return false;
-    note(fmt::format("{} will be gone for good. Go on? [y/N]", countText(count, "asset", "assets")));
+    note(fmt::format("This deletes {} permanently. Continue? [y/N]", countText(count, "asset", "assets")));
     std::string line;
     return std::getline(std::cin, line) && (line == "y" || line == "yes");
 }
 
-ExitCode remove(const Options &options) {
-    ReleaseScope scope;
+Result<> deleteAsset(const store::ManagedAsset &asset) {
+    return waitForSuccess("see the daemon's log",
+                          [&](const SuccessHandler &handler) {
+                              JXGatekeeperClient::sharedInstance()->deleteAssetWithURL(asset.assetURL(),
+                                                                                       handler);
+                          })
+        .map_error([&](Problem problem) {
+            problem.text = fmt::format("{} was not deleted: {}", asset.record().uuid, problem.text);
+            return problem;
+        });
+}
+
+Result<ExitCode> deleteAssets(const Options &options) {
+    const ReleaseScope scope;
     const auto store = openStore();
     if (!store)
-        return ExitCode::notFound;
+        return passOn(store);
+    ExitCode code = ExitCode::success;
     std::vector<Ref<store::ManagedAsset>> assets;
     for (const std::string &name : options.assets)
-        if (const auto asset = findAsset(*store, name))
-            assets.push_back(asset);
-    if (assets.size() != options.assets.size())
-        return ExitCode::notFound; // nothing has been done
+        if (const auto asset = findAsset(**store, name))
+            assets.push_back(*asset);
+        else
+            code = report(asset.error());
+    if (code != ExitCode::success)
+        return code; // before anything is deleted
     if (!options.yes && !isConfirmed(assets.size()))
-        return fail(ExitCode::failure, "nothing was deleted; --yes deletes without asking");
-    if (!daemonAnswers())
-        return failUnreachable();
-    ExitCode code = ExitCode::success;
+        return fail(ProblemKind::failed, "nothing was deleted; --yes deletes without asking");
+    if (const auto answers = requireDaemon(); !answers)
+        return passOn(answers);
     std::size_t deleted = 0;
-    for (const auto &asset : assets) {
-        Awaited<std::pair<bool, std::string>> outcome;
-        JXGatekeeperClient::sharedInstance()->deleteAssetWithURL(
-            asset->assetURL(), [outcome](bool success, Error *error) {
-                outcome.give({success, error != nullptr ? std::string(error->localizedDescription()->utf8())
-                                                        : std::string("the daemon's log says why")});
-            });
-        if (const auto [success, why] = outcome.take(); success)
+    for (const auto &asset : assets)
+        if (const auto result = deleteAsset(*asset))
             ++deleted;
         else
-            code = fail(ExitCode::failure, fmt::format("{} was not deleted: {}", asset->record().uuid, why));
-    }
+            code = report(result.error());
     print(countText(deleted, "asset", "assets") + " deleted");
     return code;
 }
 
 } // namespace
 
-void addDelete(Command app, Action &chosen) {
-    const auto command = app.addSubcommand("delete", "Delete assets with all that belongs to them");
-    command.footer("There is no way back: take what you want to keep out first, with `wickerlane export`.\n\n"
+void setUpDelete(Command command) {
+    command.description("Delete assets, with their originals, thumbnails and edits");
+    command.footer("This can't be undone. To keep a copy of an original, first use `wickerlane export`.\n\n"
                    "Example:\n  wickerlane delete 7F3D0A52-6C1B-4E0E-9D43-2B1C7A5E8F10");
-    auto options = std::make_shared<Options>();
-    command.addOption("ASSET", options->assets, "UUIDs, URLs or object IDs of assets").required();
-    command.addFlag("-y,--yes", options->yes, "Do not ask");
-    command.callback([options, &chosen] { chosen = [options] { return remove(*options); }; });
+    Options &options = command.runs(deleteAssets);
+    command.addOption("ASSET", options.assets, "UUIDs, URLs or object IDs of assets").required();
+    command.addFlag("-y,--yes", options.yes, "Do not ask");
 }
 
 } // namespace wickerlane::cli

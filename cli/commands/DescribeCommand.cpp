@@ -5,8 +5,8 @@
 
 #include <charconv>
 
-#include "cli/Command.h"
 #include "cli/Output.h"
+#include "cli/Subcommands.h"
 #include "wickerlane/platform/bundle/LocalizationMatcher.h"
 #include "wickerlane/platform/locale/Locale.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
@@ -16,7 +16,7 @@
 namespace wickerlane::cli {
 namespace {
 
-struct DescribeOptions {
+struct Options {
     std::uint64_t photos = 0;
     std::uint64_t videos = 0;
     std::uint64_t others = 0;
@@ -26,24 +26,24 @@ struct DescribeOptions {
     bool json = false;
 };
 
-// The parser itself takes what is too large for the largest number.
-std::string isCount(const std::string &text) {
+// The parser turns a number that is too large into the largest one.
+std::string problemOfCount(const std::string &text) {
     std::uint64_t value = 0;
     const char *end = text.data() + text.size();
     const auto [stopped, problem] = std::from_chars(text.data(), end, value);
-    return problem == std::errc() && stopped == end ? "" : text + " is not a number of things";
+    return problem == std::errc() && stopped == end ? "" : text + " is not a count";
 }
 
-ExitCode describe(const DescribeOptions &options) {
+Result<ExitCode> describeCounts(const Options &options) {
     const ReleaseScope scope;
     const std::vector<std::string> languages = JXPixholdFrameworkBundle()->localizations();
     if (languages.empty())
-        return fail(ExitCode::failure, "the texts of the library (Pixhold.bundle) are not installed; "
-                                       "WICKERLANE_BUNDLES can say where they are");
+        return fail(ProblemKind::failed, "the texts of the library (Pixhold.bundle) are not installed; "
+                                         "WICKERLANE_BUNDLES can say where they are");
     if (!options.language.empty()) {
         if (matchingLocalizations(languages, std::vector{options.language}).empty())
-            return fail(ExitCode::usage, fmt::format("there are no texts in \"{}\"; choose one of {}",
-                                                     options.language, fmt::join(languages, ", ")));
+            return fail(ProblemKind::invalid, fmt::format("there are no texts in \"{}\"; choose one of {}",
+                                                          options.language, fmt::join(languages, ", ")));
         setProcessLanguages({options.language});
     }
     const String *text = JXLocalizedCountDescription(options.photos, options.videos, options.others,
@@ -60,25 +60,24 @@ ExitCode describe(const DescribeOptions &options) {
 
 } // namespace
 
-void addDescribe(Command app, Action &chosen) {
-    const auto command = app.addSubcommand("describe", "Put numbers of photos and videos into words");
+void setUpDescribe(Command command) {
+    command.description("Describe numbers of photos and videos in words");
     command.footer("Examples:\n"
                    "  wickerlane describe --photos 1234 --videos 1\n"
                    "  wickerlane describe --photos 3 --others 2 --language pt-BR --commas");
-    auto options = std::make_shared<DescribeOptions>();
+    Options &options = command.runs(describeCounts);
     const auto addCount = [&](const char *name, std::uint64_t &count, const char *help) {
-        command.addOption(name, count, help).check(isCount).typeName("COUNT");
+        command.addOption(name, count, help).check(problemOfCount).typeName("COUNT");
     };
-    addCount("--photos", options->photos, "So many photos");
-    addCount("--videos", options->videos, "So many videos");
-    addCount("--others", options->others, "So many other items");
+    addCount("--photos", options.photos, "Number of photos");
+    addCount("--videos", options.videos, "Number of videos");
+    addCount("--others", options.others, "Number of other items");
     command
-        .addOption("--language", options->language, "Such as de or pt-BR (default: that of the environment)")
+        .addOption("--language", options.language, "Such as de or pt-BR (default: that of the environment)")
         .typeName("LANGUAGE");
-    command.addFlag("--commas", options->commas, "Make a list rather than a phrase");
-    command.addFlag("--lower-case", options->lowerCase, "Write everything in lower case");
-    command.addFlag("--json", options->json, "Write JSON");
-    command.callback([options, &chosen] { chosen = [options] { return describe(*options); }; });
+    command.addFlag("--commas", options.commas, "Write a list with commas instead of a phrase");
+    command.addFlag("--lower-case", options.lowerCase, "Write everything in lower case");
+    command.addFlag("--json", options.json, "Write JSON");
 }
 
 } // namespace wickerlane::cli

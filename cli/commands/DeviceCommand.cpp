@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "cli/Output.h"
+#include "cli/Subcommands.h"
 #include "wickerlane/platform/device/Device.h"
 #include "wickerlane/platform/device/DisplayList.h"
 #include "wickerlane/util/identity/JXPictorama.h"
@@ -12,6 +13,10 @@
 
 namespace wickerlane::cli {
 namespace {
+
+struct Options {
+    bool json = false;
+};
 
 std::string modeText(const std::optional<PixelSize> &mode) {
     return mode ? fmt::format("{}x{}", mode->width, mode->height) : std::string();
@@ -29,22 +34,21 @@ JSON describeDevice(const std::vector<Display> &displays) {
 }
 
 void printDevice(const std::vector<Display> &displays) {
-    const auto line = [](std::string_view label, std::string_view value) {
-        print(fmt::format("{:<12}{}", label, value));
-    };
     const double scale = JXScreenScale();
-    line("Device", deviceIsInternal() ? "internal" : "a user's");
-    line("Processors", std::to_string(deviceProcessorCount()));
-    line("Screen", scale == 0 ? "none" : fmt::format("scale {}{}", scale, JXIsTallScreen() ? ", tall" : ""));
+    printField("Device", deviceIsInternal() ? "internal" : "a user's");
+    printField("Processors", std::to_string(deviceProcessorCount()));
+    printField("Screen",
+               scale == 0 ? "none" : fmt::format("scale {}{}", scale, JXIsTallScreen() ? ", tall" : ""));
     for (const Display &each : displays)
-        line("Display", fmt::format("{}: {}", each.connector,
-                                    each.isEnabled ? each.mode() ? modeText(each.mode()) : "on" : "off"));
-    line("Pictorama", JXIsPictoramaInstalled() ? "installed" : "not installed");
+        printField("Display",
+                   fmt::format("{}: {}", each.connector,
+                               each.isEnabled ? each.mode() ? modeText(each.mode()) : "on" : "off"));
+    printField("Pictorama", JXIsPictoramaInstalled() ? "installed" : "not installed");
 }
 
-ExitCode showDevice(bool json) {
+Result<ExitCode> showDevice(const Options &options) {
     const std::vector<Display> displays = displayList();
-    if (json)
+    if (options.json)
         printJSON(describeDevice(displays));
     else
         printDevice(displays);
@@ -53,12 +57,11 @@ ExitCode showDevice(bool json) {
 
 } // namespace
 
-void addDevice(Command app, Action &chosen) {
-    const auto command = app.addSubcommand("device", "Say what the library knows of this device");
+void setUpDevice(Command command) {
+    command.description("Show what the library knows about this device");
     command.footer("Example:\n  wickerlane device --json");
-    auto json = std::make_shared<bool>(false);
-    command.addFlag("--json", *json, "Write JSON");
-    command.callback([json, &chosen] { chosen = [json] { return showDevice(*json); }; });
+    Options &options = command.runs(showDevice);
+    command.addFlag("--json", options.json, "Write JSON");
 }
 
 } // namespace wickerlane::cli

@@ -1,18 +1,21 @@
 // wickerlane export
 #include <fmt/format.h>
 
-#include <cerrno>
-#include <cstring>
 #include <filesystem>
 
+#include "cli/AssetDescription.h"
+#include "cli/DaemonRequests.h"
 #include "cli/Interrupt.h"
 #include "cli/NewFile.h"
-#include "cli/OpenedLibrary.h"
+#include "cli/Progress.h"
+#include "cli/StoreLookup.h"
+#include "cli/Subcommands.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
-#include "wickerlane/platform/file/Files.h"
 
 namespace wickerlane::cli {
 namespace {
+
+namespace fs = std::filesystem;
 
 struct Options {
     std::vector<std::string> assets;
@@ -22,101 +25,93 @@ struct Options {
     bool quiet = false;
 };
 
-/// Copies from the start of one file to the end of another. False, with errno set, on failure.
-bool copyBytes(int from, int to) {
-    std::vector<std::byte> buffer(std::size_t{1} << 18);
-    for (off_t position = 0;;) {
-        const ssize_t count = pread(from, buffer.data(), buffer.size(), position);
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count <= 0)
-            return count == 0;
-        if (!writeAll(to, std::span(buffer).first(static_cast<std::size_t>(count))))
-            return false;
-        position += count;
-    }
+using Assets = std::vector<Ref<store::ManagedAsset>>;
+
+Result<Assets> allAssets(store::ObjectStore &store) {
+    const Array *all = store.assets();
+    if (all == nullptr)
+        return failToReadStore();
+    Assets assets;
+    for (Object *each : *all)
+        assets.emplace_back(as<store::ManagedAsset>(each));
+    return assets;
 }
 
-ExitCode exportAsset(const store::ManagedAsset &asset, const std::string &path, bool force) {
-    ReleaseScope scope;
+Result<> exportAsset(const store::ManagedAsset &asset, const std::string &path, bool force) {
+    const ReleaseScope scope;
     const UniqueFd original(
         JXGatekeeperClient::sharedInstance()->fileDescriptorForAssetURL(asset.assetURL()));
     if (!original)
-        return daemonAnswers() ? fail(ExitCode::failure, fmt::format("the original of {} could not be opened",
-                                                                     asset.record().uuid))
-                               : failUnreachable();
-    NewFile file(path);
-    if (file.descriptor() < 0 || !copyBytes(original.get(), file.descriptor()) || !file.finish(force))
-        return failToWrite(path);
-    return ExitCode::success;
+        return failRequest({ProblemKind::failed,
+                            fmt::format("the original of {} could not be opened", asset.record().uuid),
+                            {}});
+    auto file = NewFile::create(path);
+    if (!file)
+        return passOn(file);
+    return file->copyFrom(original.get()).and_then([&] { return file->finish(force); });
 }
 
-ExitCode exportAll(const Options &options) {
-    ReleaseScope scope;
-    const auto store = openStore();
-    if (!store)
-        return ExitCode::notFound;
-
-    ExitCode result = ExitCode::success;
-    std::vector<Ref<store::ManagedAsset>> assets;
-    if (options.all) {
-        Array *every = store->assets();
-        if (every == nullptr)
-            return fail(ExitCode::failure, "the library's store could not be read");
-        for (Object *each : *every)
-            assets.emplace_back(as<store::ManagedAsset>(each));
-    }
-    for (const std::string &name : options.assets) {
-        if (auto asset = findAsset(*store, name))
-            assets.push_back(std::move(asset));
-        else
-            result = ExitCode::notFound;
-    }
-
-    const bool toFolder = std::filesystem::is_directory(options.to);
+/// Exports all that it can.
+Result<ExitCode> exportTo(const Options &options, const Assets &assets, ExitCode code) {
+    const bool toFolder = fs::is_directory(options.to);
     if (!toFolder && (assets.size() > 1 || options.all))
-        return fail(ExitCode::usage, fmt::format("{} is not a folder; several assets need one", options.to));
-
+        return fail(ProblemKind::invalid,
+                    fmt::format("{} is not a folder; several assets need one", options.to));
     Progress progress("exported", assets.size(), options.quiet || assets.size() < 2);
     for (const auto &asset : assets) {
         if (isInterrupted())
-            return fail(ExitCode::failure, "interrupted; what is not there yet was left out");
+            return fail(ProblemKind::failed, "interrupted; the rest was not exported");
         const std::string path =
-            toFolder ? (std::filesystem::path(options.to) / outsideName(asset->record())).string()
-                     : options.to;
-        const ExitCode each = exportAsset(*asset, path, options.force);
-        if (each == ExitCode::unreachable)
-            return each;
-        if (each != ExitCode::success)
-            result = each;
-        else if (assets.size() == 1 && !options.quiet)
-            print(path);
+            toFolder ? (fs::path(options.to) / outsideName(asset->record())).string() : options.to;
+        if (const auto exported = exportAsset(*asset, path, options.force)) {
+            if (assets.size() == 1 && !options.quiet)
+                print(path);
+        } else if (exported.error().kind == ProblemKind::unreachable) {
+            return passOn(exported);
+        } else {
+            code = report(exported.error());
+        }
         progress.advance(1);
     }
-    return result;
+    return code;
+}
+
+Result<ExitCode> exportAssets(const Options &options) {
+    const ReleaseScope scope;
+    if (!options.all && options.assets.empty())
+        return fail(ProblemKind::invalid, "ASSET or --all is required");
+    const auto store = openStore();
+    if (!store)
+        return passOn(store);
+    if (options.all) {
+        const auto assets = allAssets(**store);
+        return assets ? exportTo(options, *assets, ExitCode::success) : passOn(assets);
+    }
+    Assets assets;
+    ExitCode code = ExitCode::success;
+    for (const std::string &name : options.assets)
+        if (const auto asset = findAsset(**store, name))
+            assets.push_back(*asset);
+        else
+            code = report(asset.error());
+    return exportTo(options, assets, code);
 }
 
 } // namespace
 
-void addExport(Command app, Action &chosen) {
-    const auto command = app.addSubcommand("export", "Take originals out of the library, byte for byte");
-    command.footer("Examples:\n"
+void setUpExport(Command command) {
+    command.description("Copy originals out of the library");
+    command.footer("The copies are the same byte for byte.\n\n"
+                   "Examples:\n"
                    "  wickerlane export 7F3D0A52-6C1B-4E0E-9D43-2B1C7A5E8F10 --to beach.jpg\n"
                    "  wickerlane export --all --to ~/backup");
-    auto options = std::make_shared<Options>();
-    const auto assets = command.addOption("ASSET", options->assets, "UUIDs, URLs or object IDs of assets");
-    command.addFlag("--all", options->all, "Take everything").excludes(assets);
-    command
-        .addOption("-o,--to", options->to,
-                   "File to write, or folder to write into (default: the working folder)")
+    Options &options = command.runs(exportAssets);
+    const auto assets = command.addOption("ASSET", options.assets, "UUIDs, URLs or object IDs of assets");
+    command.addFlag("--all", options.all, "Export all assets").excludes(assets);
+    command.addOption("-o,--to", options.to, "File or folder to write to (default: the current folder)")
         .typeName("PATH");
-    command.addFlag("--force", options->force, "Replace files that exist");
-    command.addFlag("-q,--quiet", options->quiet, "Say nothing unless something is wrong");
-    command.callback([options, &chosen] {
-        if (!options->all && options->assets.empty())
-            failMissing("ASSET or --all");
-        chosen = [options] { return exportAll(*options); };
-    });
+    command.addFlag("--force", options.force, "Replace files that already exist");
+    command.addFlag("-q,--quiet", options.quiet, "Show problems only");
 }
 
 } // namespace wickerlane::cli

@@ -1,40 +1,47 @@
 // wickerlane feed
-#include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
-#include "cli/OpenedLibrary.h"
+#include "cli/DaemonRequests.h"
+#include "cli/Formatting.h"
+#include "cli/StoreLookup.h"
+#include "cli/Subcommands.h"
+#include "cli/Table.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
-#include "wickerlane/store/AnalysisReader.h"
 
 namespace wickerlane::cli {
 namespace {
 
-std::string nameOf(store::ObjectStore &store, const std::string &albumUUID) {
-    ReleaseScope scope;
+struct Options {
+    bool update = false;
+    bool json = false;
+};
+
+std::string albumName(store::ObjectStore &store, const std::string &albumUUID) {
+    const ReleaseScope scope;
     const store::ManagedAlbum *album = store.albumWithUUID(albumUUID);
     return album != nullptr ? album->record().name : albumUUID;
 }
 
-ExitCode feed(bool update, bool json) {
-    ReleaseScope scope;
+Result<ExitCode> feed(const Options &options) {
+    const ReleaseScope scope;
     const auto store = openStore();
     if (!store)
-        return ExitCode::notFound;
-    if (update) {
+        return passOn(store);
+    if (options.update) {
         JXGatekeeperClient::sharedInstance()->rebuildCloudFeed();
-        if (!daemonAnswers())
-            return failUnreachable();
+        if (const auto received = waitUntilReceived(); !received)
+            return passOn(received);
     }
-    std::string problem;
-    auto reader = store::AnalysisReader::open(store->paths(), problem);
-    const auto entries = reader ? reader->cloudFeed() : std::nullopt;
+    auto reader = openAnalyses(**store);
+    if (!reader)
+        return passOn(reader);
+    const auto entries = reader->cloudFeed();
     if (!entries)
-        return fail(ExitCode::failure,
-                    "the library's store could not be read: " + (reader ? reader->problem() : problem));
+        return failToReadStore(reader->problem());
     JSON all = JSON::array();
     Table table({{"FROM"}, {"TO"}, {"ASSETS", Table::Align::right}, {"ALBUM"}});
     for (const store::FeedEntryRecord &entry : *entries) {
-        const std::string name = nameOf(*store, entry.albumUUID);
+        const std::string name = albumName(**store, entry.albumUUID);
         table.add(
             {dateText(entry.startDate), dateText(entry.endDate), std::to_string(entry.uuids.size()), name});
         all.push_back({{"album", {{"uuid", entry.albumUUID}, {"name", name}}},
@@ -42,29 +49,20 @@ ExitCode feed(bool update, bool json) {
                        {"end", isoDateText(entry.endDate)},
                        {"uuids", entry.uuids}});
     }
-    if (json)
-        printJSON(all);
-    else if (!entries->empty())
-        table.print();
-    else
-        note("the feed is empty; it is made of what is in shared albums: wickerlane feed --update");
+    printListing(all, table,
+                 "the feed is empty; to rebuild it from the shared albums: wickerlane feed --update",
+                 options.json);
     return ExitCode::success;
 }
 
 } // namespace
 
-void addFeed(Command app, Action &chosen) {
-    const auto command = app.addSubcommand("feed", "List what came into the shared albums, the newest first");
+void setUpFeed(Command command) {
+    command.description("List what was added to shared albums, newest first");
     command.footer("Example:\n  wickerlane feed --update --json");
-    struct Options {
-        bool update = false;
-        bool json = false;
-    };
-    auto options = std::make_shared<Options>();
-    command.addFlag("--update", options->update, "Make the feed anew first");
-    command.addFlag("--json", options->json, "Write JSON");
-    command.callback(
-        [options, &chosen] { chosen = [options] { return feed(options->update, options->json); }; });
+    Options &options = command.runs(feed);
+    command.addFlag("--update", options.update, "Rebuild the feed first");
+    command.addFlag("--json", options.json, "Write JSON");
 }
 
 } // namespace wickerlane::cli

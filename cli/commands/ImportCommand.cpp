@@ -9,9 +9,13 @@
 #include <deque>
 #include <filesystem>
 
+#include "cli/Awaited.h"
+#include "cli/DaemonRequests.h"
+#include "cli/Formatting.h"
 #include "cli/Interrupt.h"
-#include "cli/OpenedLibrary.h"
-#include "cli/Waiting.h"
+#include "cli/Output.h"
+#include "cli/Progress.h"
+#include "cli/Subcommands.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/model/MediaType.h"
 #include "wickerlane/platform/file/Files.h"
@@ -23,10 +27,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Files in one request. Small enough for a lively progress, and for Ctrl-C to end soon.
+/// Files in one request. Few, so that progress is shown often and Ctrl-C takes effect soon.
 constexpr std::size_t batchSize = 8;
-/// Requests under way at a time, so that the daemon never waits for the next one.
-constexpr std::size_t mostBatches = 3;
+/// Requests that are sent before the first is answered, so that the daemon never waits for the next one.
+constexpr std::size_t maxPendingBatches = 3;
 
 struct Options {
     std::vector<std::string> paths;
@@ -35,28 +39,28 @@ struct Options {
     bool quiet = false;
 };
 
-struct Refusal {
+struct RefusedFile {
     std::string path;
     std::string reason;
 };
 
-struct Saved {
+struct SavedFile {
     std::string path;
     std::string uuid;
     std::string assetURL;
     bool wasPresent = false;
-    std::string problem; ///< Of its picture, which could not be decoded; empty when it could.
+    std::string problem; ///< Why its picture can't be decoded; empty when it can.
 };
 
 struct Report {
-    std::vector<Saved> saved;
-    std::vector<Refusal> refused;
-    std::size_t passedOver = 0; ///< Files in folders that are not pictures or videos by their names.
+    std::vector<SavedFile> saved;
+    std::vector<RefusedFile> refused;
+    std::size_t skipped = 0; ///< Files in folders whose names are not those of pictures or videos.
     bool daemonLost = false;
     bool interrupted = false;
 };
 
-/// Whether a file met on the way through a folder is meant to be saved. Files that are named are always.
+/// Whether a file in a folder is to be saved. Files that were named themselves always are.
 bool looksLikeMedia(const fs::path &path) {
     const MediaType *type = mediaTypeOfExtension(pathExtension(path.native()));
     return type != nullptr && type->isImported;
@@ -66,46 +70,49 @@ bool isHidden(const fs::path &path) {
     return path.filename().string().starts_with('.');
 }
 
-/// All files to be saved below a folder, in the order of their paths.
+/// Adds all files to be saved in a folder and the folders in it, in the order of their paths.
 void gatherFolder(const fs::path &folder, std::vector<std::string> &files, Report &report) {
-    std::error_code problem;
+    std::error_code error;
     std::vector<std::string> found;
     std::vector<fs::path> pending{folder};
     while (!pending.empty()) {
         const fs::path current = std::move(pending.back());
         pending.pop_back();
-        fs::directory_iterator entries(current, problem);
-        for (; !problem && entries != fs::directory_iterator(); entries.increment(problem)) {
+        fs::directory_iterator entries(current, error);
+        for (; !error && entries != fs::directory_iterator(); entries.increment(error)) {
             const fs::directory_entry &entry = *entries;
             std::error_code unknown;
             if (isHidden(entry.path()))
                 continue;
-            // Links to folders are not followed: they may lead round in circles.
+            // Links to folders are not followed: they could form a cycle.
             if (entry.is_directory(unknown) && !entry.is_symlink(unknown))
                 pending.push_back(entry.path());
             else if (looksLikeMedia(entry.path()))
                 found.push_back(entry.path().string());
             else if (entry.is_regular_file(unknown))
-                ++report.passedOver;
+                ++report.skipped;
         }
-        if (problem)
-            report.refused.push_back({current.string(), problem.message()});
+        if (error)
+            report.refused.push_back({current.string(), error.message()});
     }
     std::sort(found.begin(), found.end());
     files.insert(files.end(), found.begin(), found.end());
 }
 
-/// Why a file can't be sent, found out here so that the reason names the caller's own rights; empty if it
-/// can.
-std::string problemReading(const std::string &path) {
+/// Whether the file can be sent to the daemon. Checked here, since the daemon may have other rights than the
+/// caller.
+Result<> checkReadable(const std::string &path) {
     if (!String::create(path))
-        return "its name is not UTF-8; rename it first";
+        return fail(ProblemKind::invalid, "its name is not UTF-8; rename it first", path);
     struct stat status = {};
     if (stat(path.c_str(), &status) != 0 || access(path.c_str(), R_OK) != 0)
-        return std::strerror(errno);
-    return S_ISREG(status.st_mode) ? "" : "not a file";
+        return fail(ProblemKind::failed, std::strerror(errno), path);
+    if (!S_ISREG(status.st_mode))
+        return fail(ProblemKind::invalid, "not a file", path);
+    return {};
 }
 
+/// Adds the files that can't be sent to the report.
 std::vector<std::string> gather(const std::vector<std::string> &paths, Report &report) {
     std::vector<std::string> files;
     std::error_code unknown;
@@ -117,18 +124,18 @@ std::vector<std::string> gather(const std::vector<std::string> &paths, Report &r
             files.push_back(absolute);
     }
     std::erase_if(files, [&](const std::string &path) {
-        const std::string problem = problemReading(path);
-        if (!problem.empty())
-            report.refused.push_back({path, problem});
-        return !problem.empty();
+        const auto readable = checkReadable(path);
+        if (!readable)
+            report.refused.push_back({path, readable.error().text});
+        return !readable;
     });
     return files;
 }
 
-/// Some files on their way, and what the daemon says of them.
+/// Files that were sent in one request, and the daemon's answer.
 struct Batch {
     std::vector<std::string> paths;
-    Awaited<Ref<Array>> results; ///< Null when the daemon was lost.
+    Awaited<Ref<Array>> results; ///< Null when there is no answer.
 };
 
 Batch sendBatch(std::span<const std::string> paths, bool again) {
@@ -157,11 +164,11 @@ std::string textOf(const Dictionary *dictionary, std::string_view key) {
 void receiveBatch(const Batch &batch, Report &report) {
     const Ref<Array> results = batch.results.take();
     if (!results) {
-        // The daemon refused the whole request, or went away and may be there again.
-        report.daemonLost = !daemonAnswers();
+        // The daemon refused the whole request, or ended. It may have started again.
+        report.daemonLost = !requireDaemon();
         for (const std::string &path : batch.paths)
             report.refused.push_back(
-                {path, "the daemon gave no answer; look with `list` whether it is there"});
+                {path, "the daemon did not answer; `wickerlane list` shows whether the file was saved"});
         return;
     }
     for (std::size_t i = 0; i < batch.paths.size(); ++i) {
@@ -181,28 +188,28 @@ void receiveBatch(const Batch &batch, Report &report) {
 
 void saveFiles(std::span<const std::string> files, const Options &options, Report &report) {
     Progress progress("saved", files.size(), options.quiet);
-    std::deque<Batch> underWay;
+    std::deque<Batch> pending;
     std::size_t sent = 0;
-    while (sent < files.size() || !underWay.empty()) {
+    while (sent < files.size() || !pending.empty()) {
         report.interrupted = isInterrupted();
         const bool sendMore = !report.interrupted && !report.daemonLost;
-        if (!sendMore && underWay.empty())
+        if (!sendMore && pending.empty())
             break;
-        if (sendMore && sent < files.size() && underWay.size() < mostBatches) {
+        if (sendMore && sent < files.size() && pending.size() < maxPendingBatches) {
             const auto next = files.subspan(sent, std::min(batchSize, files.size() - sent));
-            underWay.push_back(sendBatch(next, options.again));
+            pending.push_back(sendBatch(next, options.again));
             sent += next.size();
             continue;
         }
-        receiveBatch(underWay.front(), report);
-        progress.advance(underWay.front().paths.size());
-        underWay.pop_front();
+        receiveBatch(pending.front(), report);
+        progress.advance(pending.front().paths.size());
+        pending.pop_front();
     }
 }
 
 JSON describe(const Report &report) {
     JSON saved = JSON::array();
-    for (const Saved &each : report.saved) {
+    for (const SavedFile &each : report.saved) {
         saved.push_back({{"path", each.path}, {"uuid", each.uuid}, {"url", each.assetURL}});
         if (each.wasPresent)
             saved.back()["wasPresent"] = true;
@@ -210,40 +217,41 @@ JSON describe(const Report &report) {
             saved.back()["problem"] = each.problem;
     }
     JSON refused = JSON::array();
-    for (const Refusal &each : report.refused)
+    for (const RefusedFile &each : report.refused)
         refused.push_back({{"path", each.path}, {"reason", each.reason}});
     return {{"saved", saved},
             {"refused", refused},
-            {"passedOver", report.passedOver},
+            {"passedOver", report.skipped},
             {"interrupted", report.interrupted}};
 }
 
 void printSummary(const Report &report) {
-    for (const Saved &each : report.saved)
+    for (const SavedFile &each : report.saved)
         if (!each.problem.empty())
-            note(fmt::format("{}: saved, but it can't be shown: {}", each.path, each.problem));
-    for (const Refusal &each : report.refused)
+            note(fmt::format("{}: saved, but the picture can't be decoded: {}", each.path, each.problem));
+    for (const RefusedFile &each : report.refused)
         note(fmt::format("{}: {}", each.path, each.reason));
 
-    const auto present = static_cast<std::size_t>(std::ranges::count(report.saved, true, &Saved::wasPresent));
+    const auto present =
+        static_cast<std::size_t>(std::ranges::count(report.saved, true, &SavedFile::wasPresent));
     std::string summary = countText(report.saved.size() - present, "file", "files") + " saved";
     if (present > 0)
-        summary += fmt::format(", {} there already", present);
+        summary += fmt::format(", {} already in the library", present);
     if (!report.refused.empty())
         summary += fmt::format(", {} refused", report.refused.size());
-    if (report.passedOver > 0)
-        summary += fmt::format(", {} passed over (not pictures)", report.passedOver);
+    if (report.skipped > 0)
+        summary += fmt::format(", {} skipped (not pictures or videos)", report.skipped);
     if (report.interrupted)
-        summary += "; interrupted, the rest was left out";
+        summary += "; interrupted, the rest was not saved";
     print(summary);
 }
 
-ExitCode import(const Options &options) {
+Result<ExitCode> importFiles(const Options &options) {
     Report report;
     const std::vector<std::string> files = gather(options.paths, report);
     if (!files.empty()) {
-        if (!daemonAnswers())
-            return failUnreachable();
+        if (const auto answers = requireDaemon(); !answers)
+            return passOn(answers);
         saveFiles(files, options, report);
     }
     if (options.json)
@@ -257,21 +265,20 @@ ExitCode import(const Options &options) {
 
 } // namespace
 
-void addImport(Command app, Action &chosen) {
-    const auto command = app.addSubcommand("import", "Save photos into the library");
+void setUpImport(Command command) {
+    command.description("Save photos and videos into the library");
     command.footer(
-        "Folders are searched with all folders inside them, hidden files left out. A file whose contents\n"
-        "the library has already is not saved a second time. Ctrl-C ends the work after what is under way;\n"
-        "what was saved stays saved.\n\n"
+        "Folders are searched, with all folders in them. Hidden files are skipped. A file is not saved "
+        "again\n"
+        "if the library already has the same contents. Ctrl-C stops after the files that are being saved.\n\n"
         "Examples:\n"
         "  wickerlane import ~/Pictures\n"
         "  wickerlane import beach.jpg dunes.jpg --json");
-    auto options = std::make_shared<Options>();
-    command.addOption("PATH", options->paths, "Files and folders").required();
-    command.addFlag("--again", options->again, "Save files once more whose contents the library has");
-    command.addFlag("--json", options->json, "Write JSON: what was saved, what was refused and why");
-    command.addFlag("-q,--quiet", options->quiet, "Show no progress");
-    command.callback([options, &chosen] { chosen = [options] { return import(*options); }; });
+    Options &options = command.runs(importFiles);
+    command.addOption("PATH", options.paths, "Files and folders").required();
+    command.addFlag("--again", options.again, "Save files even if the library already has the same contents");
+    command.addFlag("--json", options.json, "Write JSON: what was saved, what was refused and why");
+    command.addFlag("-q,--quiet", options.quiet, "Show no progress");
 }
 
 } // namespace wickerlane::cli

@@ -2,9 +2,12 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
-#include "cli/OpenedLibrary.h"
+#include "cli/DaemonRequests.h"
+#include "cli/Formatting.h"
+#include "cli/StoreLookup.h"
+#include "cli/Subcommands.h"
+#include "cli/Table.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
-#include "wickerlane/store/AnalysisReader.h"
 
 namespace wickerlane::cli {
 namespace {
@@ -16,7 +19,7 @@ struct Options {
     bool json = false;
 };
 
-/// What a moment or a list tells machines in any case.
+/// What moments and lists of moments have in common.
 JSON describe(const std::string &objectID, double start, double end, std::uint64_t assets,
               const std::string &keyAsset) {
     JSON result = {
@@ -30,14 +33,10 @@ std::string placeText(const store::MomentRecord &moment) {
     return moment.latitude ? fmt::format("{:.4f}, {:.4f}", *moment.latitude, *moment.longitude) : "-";
 }
 
-ExitCode fail(const store::AnalysisReader &reader) {
-    return cli::fail(ExitCode::failure, "the library's store could not be read: " + reader.problem());
-}
-
-ExitCode printMoments(store::AnalysisReader &reader, const std::string &storeUUID, bool json) {
+Result<> printMoments(store::AnalysisReader &reader, const std::string &storeUUID, bool json) {
     const auto moments = reader.moments();
     if (!moments)
-        return fail(reader);
+        return failToReadStore(reader.problem());
     JSON all = JSON::array();
     using Align = Table::Align;
     Table table({{"FROM"}, {"TO"}, {"PHOTOS", Align::right}, {"VIDEOS", Align::right}, {"PLACE"}});
@@ -53,23 +52,18 @@ ExitCode printMoments(store::AnalysisReader &reader, const std::string &storeUUI
         described["list"] = store::objectURI(storeUUID, moment.list, store::momentListEntity);
         const auto uuids = reader.assetsOfMoment(moment.primaryKey);
         if (!uuids)
-            return fail(reader);
+            return failToReadStore(reader.problem());
         described["uuids"] = *uuids;
         all.push_back(std::move(described));
     }
-    if (json)
-        printJSON(all);
-    else if (!moments->empty())
-        table.print();
-    else
-        note("no moments");
-    return ExitCode::success;
+    printListing(all, table, "no moments", json);
+    return {};
 }
 
-ExitCode printLists(store::AnalysisReader &reader, const std::string &storeUUID, bool json) {
+Result<> printLists(store::AnalysisReader &reader, const std::string &storeUUID, bool json) {
     const auto lists = reader.momentLists();
     if (!lists)
-        return fail(reader);
+        return failToReadStore(reader.problem());
     JSON all = JSON::array();
     using Align = Table::Align;
     Table table({{"FROM"}, {"TO"}, {"MOMENTS", Align::right}, {"ASSETS", Align::right}});
@@ -81,62 +75,61 @@ ExitCode printLists(store::AnalysisReader &reader, const std::string &storeUUID,
         described["moments"] = list.momentCount;
         all.push_back(std::move(described));
     }
-    if (json)
-        printJSON(all);
-    else if (!lists->empty())
-        table.print();
-    else
-        note("no moments");
-    return ExitCode::success;
+    printListing(all, table, "no moments", json);
+    return {};
 }
 
-ExitCode moments(const Options &options) {
-    ReleaseScope scope;
+Result<> updateMoments(bool rebuild) {
+    if (const auto answers = requireDaemon(); !answers)
+        return answers;
+    auto *client = JXGatekeeperClient::sharedInstance();
+    if (rebuild) {
+        client->rebuildMomentsIncremental(false);
+        client->analyzeAllMoments();
+    } else {
+        client->analyzeInvalidMomentsAndDupesIfNeeded();
+    }
+    return {};
+}
+
+Result<ExitCode> moments(const Options &options) {
+    const ReleaseScope scope;
     const auto store = openStore();
     if (!store)
-        return ExitCode::notFound;
-    const bool works = options.update || options.rebuild;
-    if (works) {
-        if (!daemonAnswers())
-            return failUnreachable();
-        auto *client = JXGatekeeperClient::sharedInstance();
-        if (options.rebuild) {
-            client->rebuildMomentsIncremental(false);
-            client->analyzeAllMoments();
-        } else {
-            client->analyzeInvalidMomentsAndDupesIfNeeded();
-        }
-    }
-    std::string problem;
-    auto reader = store::AnalysisReader::open(store->paths(), problem);
+        return passOn(store);
+    const bool updates = options.update || options.rebuild;
+    if (updates)
+        if (const auto updated = updateMoments(options.rebuild); !updated)
+            return passOn(updated);
+    auto reader = openAnalyses(**store);
     if (!reader)
-        return cli::fail(ExitCode::failure, problem);
-    const ExitCode printed = options.lists ? printLists(*reader, store->storeUUID(), options.json)
-                                           : printMoments(*reader, store->storeUUID(), options.json);
-    if (printed != ExitCode::success || reader->areMomentsComplete().value_or(false))
-        return printed;
-    if (works)
-        return cli::fail(ExitCode::failure,
-                         "the moments could not be completed, or photos have come meanwhile; "
-                         "the daemon's log says more");
-    note("some photos are in no moment yet, or have not been analyzed: wickerlane moments --update");
-    return printed;
+        return passOn(reader);
+    const auto print = options.lists ? printLists : printMoments;
+    if (const auto printed = print(*reader, (*store)->storeUUID(), options.json); !printed)
+        return passOn(printed);
+    if (reader->areMomentsComplete().value_or(false))
+        return ExitCode::success;
+    if (updates)
+        return fail(ProblemKind::failed,
+                    "some moments are not up to date: the work failed, or photos were added meanwhile; see "
+                    "the daemon's log");
+    note("some moments are not up to date; to update them: wickerlane moments --update");
+    return ExitCode::success;
 }
 
 } // namespace
 
-void addMoments(Command app, Action &chosen) {
-    const auto command = app.addSubcommand("moments", "List moments: what was taken at one time and place");
+void setUpMoments(Command command) {
+    command.description("List moments: photos and videos taken at the same time and place");
     command.footer("Examples:\n"
                    "  wickerlane moments --update\n"
                    "  wickerlane moments --lists\n"
                    "  wickerlane moments --json | jq -r '.[-1].uuids[]'");
-    auto options = std::make_shared<Options>();
-    command.addFlag("--lists", options->lists, "List what moments are gathered in: journeys, times at home");
-    const auto update = command.addFlag("--update", options->update, "Bring the moments up to date first");
-    command.addFlag("--rebuild", options->rebuild, "Make all moments anew first").excludes(update);
-    command.addFlag("--json", options->json, "Write JSON");
-    command.callback([options, &chosen] { chosen = [options] { return moments(*options); }; });
+    Options &options = command.runs(moments);
+    command.addFlag("--lists", options.lists, "List groups of moments instead: trips, times at home");
+    const auto update = command.addFlag("--update", options.update, "Update the moments first");
+    command.addFlag("--rebuild", options.rebuild, "Rebuild all moments first").excludes(update);
+    command.addFlag("--json", options.json, "Write JSON");
 }
 
 } // namespace wickerlane::cli

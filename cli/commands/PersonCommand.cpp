@@ -1,9 +1,10 @@
 // wickerlane person
 #include <fmt/format.h>
-
 #include <nlohmann/json.hpp>
 
-#include "cli/OpenedLibrary.h"
+#include "cli/DaemonRequests.h"
+#include "cli/Output.h"
+#include "cli/Subcommands.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 
 namespace wickerlane::cli {
@@ -16,11 +17,12 @@ struct Options {
     bool json = false;
 };
 
-ExitCode show(const Options &options) {
+Result<ExitCode> show(const Options &options) {
     const Dictionary *info =
         JXGatekeeperClient::sharedInstance()->personInfoDictionaryForPersonID(String::of(options.person));
     if (info == nullptr)
-        return fail(ExitCode::notFound, fmt::format("nothing is known of {}", options.person));
+        return fail(ProblemKind::notFound,
+                    fmt::format("there is no information about the person {}", options.person));
     JSON described = JSON::object();
     for (const auto &[key, value] : *info) {
         const std::string name(as<String>(key)->utf8()), text(value->description()->utf8());
@@ -33,36 +35,47 @@ ExitCode show(const Options &options) {
     return ExitCode::success;
 }
 
-ExitCode person(const Options &options) {
-    ReleaseScope scope;
-    if (!daemonAnswers())
-        return failUnreachable();
-    if (!options.clear && options.entries.empty())
-        return show(options);
-    Ref<MutableDictionary> info = options.clear ? nullptr : MutableDictionary::create();
-    for (const std::string &entry : options.entries) {
+Result<Ref<MutableDictionary>> readEntries(const std::vector<std::string> &entries) {
+    auto info = MutableDictionary::create();
+    for (const std::string &entry : entries) {
         const std::size_t equals = entry.find('=');
         if (equals == std::string::npos || equals == 0)
-            return fail(ExitCode::usage, fmt::format("{} is not KEY=VALUE", entry));
+            return fail(ProblemKind::invalid, fmt::format("{} is not KEY=VALUE", entry));
         info->set(String::of(entry.substr(0, equals)), String::of(entry.substr(equals + 1)));
     }
-    JXGatekeeperClient::sharedInstance()->setPersonInfoDictionary(info.get(), String::of(options.person));
-    // The request has no answer; one that has tells that the daemon got it.
-    return daemonAnswers() ? ExitCode::success : failUnreachable();
+    return info;
+}
+
+Result<ExitCode> store(const Options &options, Dictionary *info) {
+    JXGatekeeperClient::sharedInstance()->setPersonInfoDictionary(info, String::of(options.person));
+    if (const auto received = waitUntilReceived(); !received)
+        return passOn(received);
+    return ExitCode::success;
+}
+
+Result<ExitCode> person(const Options &options) {
+    const ReleaseScope scope;
+    if (const auto answers = requireDaemon(); !answers)
+        return passOn(answers);
+    if (options.clear)
+        return store(options, nullptr);
+    if (options.entries.empty())
+        return show(options);
+    const auto info = readEntries(options.entries);
+    return info ? store(options, info->get()) : passOn(info);
 }
 
 } // namespace
 
-void addPerson(Command app, Action &chosen) {
-    const auto command = app.addSubcommand("person", "Show or note what is known of a person");
+void setUpPerson(Command command) {
+    command.description("Show or set information about a person");
     command.footer("Example:\n  wickerlane person p-17 name=Ada city=London");
-    auto options = std::make_shared<Options>();
-    command.addOption("PERSON", options->person, "The person's ID").required();
+    Options &options = command.runs(person);
+    command.addOption("PERSON", options.person, "ID of the person").required();
     const auto entries =
-        command.addOption("ENTRY", options->entries, "KEY=VALUE, in place of what was known");
-    command.addFlag("--clear", options->clear, "Forget what is known").excludes(entries);
-    command.addFlag("--json", options->json, "Write JSON");
-    command.callback([options, &chosen] { chosen = [options] { return person(*options); }; });
+        command.addOption("ENTRY", options.entries, "KEY=VALUE; the entries replace all old ones");
+    command.addFlag("--clear", options.clear, "Delete all information").excludes(entries);
+    command.addFlag("--json", options.json, "Write JSON");
 }
 
 } // namespace wickerlane::cli

@@ -1,28 +1,33 @@
 // wickerlane rebuild-thumbnails
-#include "cli/OpenedLibrary.h"
+#include "cli/DaemonRequests.h"
+#include "cli/Output.h"
+#include "cli/StoreLookup.h"
+#include "cli/Subcommands.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 
 namespace wickerlane::cli {
 namespace {
 
-// The answer tells nothing but that the work has ended; what could not be made, the daemon's log says.
-ExitCode rebuildThumbnails() {
-    if (!openStore())
-        return ExitCode::notFound;
-    if (!daemonAnswers())
-        return failUnreachable();
-    note("this takes a while; what was made stays when it is interrupted");
+// The answer says only that the work has ended. The daemon's log says what could not be made.
+Result<ExitCode> rebuildThumbnails() {
+    if (const auto store = openStore(); !store)
+        return passOn(store);
+    if (const auto answers = requireDaemon(); !answers)
+        return passOn(answers);
+    note("this takes a while; thumbnails that were made are kept if you interrupt it");
     JXGatekeeperClient::sharedInstance()->rebuildAllThumbnails();
-    return daemonAnswers() ? ExitCode::success : failUnreachable();
+    if (const auto answers = requireDaemon(); !answers)
+        return passOn(answers);
+    return ExitCode::success;
 }
 
 } // namespace
 
-void addRebuildThumbnails(Command app, Action &chosen) {
-    const auto command = app.addSubcommand("rebuild-thumbnails", "Make the thumbnails of all assets anew");
-    command.footer("To make only those that are missing: wickerlane check --repair\n\n"
+void setUpRebuildThumbnails(Command command) {
+    command.description("Make the thumbnails of all assets again");
+    command.footer("To make only the missing ones: wickerlane check --repair\n\n"
                    "Example:\n  wickerlane rebuild-thumbnails");
-    command.callback([&chosen] { chosen = rebuildThumbnails; });
+    command.runs(rebuildThumbnails);
 }
 
 } // namespace wickerlane::cli

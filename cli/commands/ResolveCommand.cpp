@@ -2,8 +2,9 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
-#include "cli/Command.h"
-#include "cli/OpenedLibrary.h"
+#include "cli/DaemonRequests.h"
+#include "cli/Output.h"
+#include "cli/Subcommands.h"
 #include "wickerlane/api/WLNPersistentURL.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/store/AssetURL.h"
@@ -11,58 +12,56 @@
 namespace wickerlane::cli {
 namespace {
 
-ExitCode resolveOne(const std::string &text, JSON &resolved, bool json) {
-    ReleaseScope scope;
+struct Options {
+    std::vector<std::string> urls;
+    bool json = false;
+};
+
+Result<std::string> pathOf(const std::string &text) {
+    const ReleaseScope scope;
     const auto url = URL::create(text);
     if (!WLNIsPersistentURL(url.get()))
-        return fail(
-            ExitCode::usage,
-            fmt::format("{} is no persistent URL; those of assets look like {}://asset/asset.JPG?id=...",
-                        text, store::assetURLScheme));
+        return fail(ProblemKind::invalid,
+                    fmt::format("{} is not a persistent URL; that of an asset looks like "
+                                "{}://asset/asset.JPG?id=...",
+                                text, store::assetURLScheme));
     const auto path = Ref<String>::adopt(WLNCreatePathForPersistentURL(url.get()));
-    if (!path) {
-        if (!daemonAnswers())
-            return failUnreachable();
-        return fail(ExitCode::notFound, fmt::format("the photo library has no file for {}", text));
-    }
-    if (json)
-        resolved.push_back({{"url", text}, {"path", std::string(path->utf8())}});
-    else
-        print(path->utf8());
-    return ExitCode::success;
+    if (!path)
+        return failRequest({ProblemKind::notFound, fmt::format("the library has no file for {}", text), {}});
+    return std::string(path->utf8());
 }
 
-ExitCode resolve(const std::vector<std::string> &urls, bool json) {
+Result<ExitCode> resolve(const Options &options) {
     JSON resolved = JSON::array();
-    ExitCode worst = ExitCode::success;
-    for (const std::string &url : urls) {
-        const ExitCode result = resolveOne(url, resolved, json);
-        if (result != ExitCode::success)
-            worst = result;
-        if (result == ExitCode::unreachable)
-            break;
+    ExitCode code = ExitCode::success;
+    for (const std::string &url : options.urls) {
+        const auto path = pathOf(url);
+        if (!path) {
+            code = report(path.error());
+            if (code == ExitCode::unreachable)
+                break;
+        } else if (options.json) {
+            resolved.push_back({{"url", url}, {"path", *path}});
+        } else {
+            print(*path);
+        }
     }
-    if (json)
+    if (options.json)
         printJSON(resolved);
-    return worst;
+    return code;
 }
 
 } // namespace
 
-void addResolve(Command app, Action &chosen) {
-    const auto command = app.addSubcommand(
-        "resolve", "Say where the files are that persistent URLs name: the current ones, edits included");
-    command.footer("Example:\n  wickerlane resolve "
+void setUpResolve(Command command) {
+    command.description("Write the paths of the files that persistent URLs stand for");
+    command.footer("For an asset that has been edited, this is the edited picture.\n\n"
+                   "Example:\n  wickerlane resolve "
                    "'rez-vault://asset/asset.JPG?id=7F3D0A52-6C1B-4E0E-9D43-2B1C7A5E8F10&ext=JPG'");
-    struct Options {
-        std::vector<std::string> urls;
-        bool json = false;
-    };
-    auto options = std::make_shared<Options>();
-    command.addOption("URL", options->urls, "Persistent URLs, as show and list --json tell them").required();
-    command.addFlag("--json", options->json, "Write JSON");
-    command.callback(
-        [options, &chosen] { chosen = [options] { return resolve(options->urls, options->json); }; });
+    Options &options = command.runs(resolve);
+    command.addOption("URL", options.urls, "Persistent URLs, as shown by `show` and `list --json`")
+        .required();
+    command.addFlag("--json", options.json, "Write JSON");
 }
 
 } // namespace wickerlane::cli

@@ -1,75 +1,85 @@
 // wickerlane restore
-#include <fmt/format.h>
-
 #include <nlohmann/json.hpp>
 
-#include "cli/OpenedLibrary.h"
+#include "cli/DaemonRequests.h"
+#include "cli/Formatting.h"
+#include "cli/LibraryCounts.h"
+#include "cli/StoreLookup.h"
+#include "cli/Subcommands.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 
 namespace wickerlane::cli {
 namespace {
 
-ExitCode status(bool json) {
-    if (!daemonAnswers())
-        return failUnreachable();
+struct Options {
+    bool json = false;
+};
+
+Result<ExitCode> showStatus(const Options &options) {
+    if (const auto answers = requireDaemon(); !answers)
+        return passOn(answers);
     JXGatekeeperClient *client = JXGatekeeperClient::sharedInstance();
     const bool isComplete = client->hasCompletedRestorePostProcessing();
     const std::int64_t seconds = client->secondsNeededToCleanupModelAfterHarborsyncRestore();
-    if (json) {
+    if (options.json) {
         printJSON({{"complete", isComplete}, {"cleanupSeconds", seconds}});
     } else {
-        print(isComplete ? "no restore is under way"
-                         : "a restore is under way; `wickerlane restore finish` ends it");
-        print("a clean-up would take some " +
+        print(isComplete ? "no restore is in progress"
+                         : "a restore is in progress; to end it: wickerlane restore finish");
+        print("a cleanup would take about " +
               countText(static_cast<std::uint64_t>(seconds), "second", "seconds"));
     }
     return ExitCode::success;
 }
 
-/// Runs a step that says itself on standard error when it fails, and shows what has come of it.
-ExitCode runStep(const Handler<void(JXGatekeeperClient *)> &step) {
-    if (!daemonAnswers())
-        return failUnreachable();
+/// A step of a restore. Its own messages on standard error say what has failed.
+using Step = void (*)(JXGatekeeperClient *);
+
+Result<ExitCode> runStep(Step step) {
+    if (const auto answers = requireDaemon(); !answers)
+        return passOn(answers);
     step(JXGatekeeperClient::sharedInstance());
-    if (!daemonAnswers())
-        return failUnreachable();
-    ReleaseScope scope;
+    if (const auto answers = requireDaemon(); !answers)
+        return passOn(answers);
+    const ReleaseScope scope;
     const auto store = openStore();
-    const auto counts = store ? store->counts() : std::nullopt;
-    if (!counts)
+    if (!store) {
+        report(store.error());
         return ExitCode::failure;
-    print(countText(counts->photos, "photo", "photos") + ", " + countText(counts->videos, "video", "videos"));
+    }
+    const auto counts = (*store)->counts();
+    if (!counts)
+        return failToReadStore();
+    print(textOf(LibraryCounts{counts->photos, counts->videos}));
     return ExitCode::success;
 }
 
 } // namespace
 
-void addRestore(Command app, Action &chosen) {
-    const auto command = app.addSubcommand("restore", "Bring a library back whose files were restored");
+void setUpRestore(Command command) {
+    command.description("Restore a library from its files");
     command.requireSubcommand();
-    command.footer("When the library's folder was brought back from a copy, with its store or without:\n"
-                   "  wickerlane restore update     makes assets of all files, under their own UUIDs\n"
-                   "  wickerlane restore finish     makes the albums again\n\n"
-                   "`wickerlane restore cleanup` alone also takes in files that were put into DCIM by hand.");
-    auto json = std::make_shared<bool>(false);
-    const auto say = command.addSubcommand("status", "Say how far it is");
-    say.addFlag("--json", *json, "Write JSON");
-    say.callback([json, &chosen] { chosen = [json] { return status(*json); }; });
-    const auto addStep = [&](const char *name, const char *help, Handler<void(JXGatekeeperClient *)> step) {
-        command.addSubcommand(name, help).callback([step, &chosen] {
-            chosen = [step] { return runStep(step); };
-        });
+    command.footer(
+        "After you have copied the library's folder back from a backup, with its store or without:\n"
+        "  wickerlane restore update     makes assets of all files, with their old UUIDs\n"
+        "  wickerlane restore finish     makes the albums again\n\n"
+        "`wickerlane restore cleanup` also makes assets of files that you put into DCIM by hand.");
+    const auto status = command.addSubcommand("status", "Say whether a restore is in progress");
+    status.addFlag("--json", status.runs(showStatus).json, "Write JSON");
+    const auto addStep = [&](const char *name, const char *help, Step step) {
+        command.addSubcommand(name, help).runs([step] { return runStep(step); });
     };
-    addStep("update", "Begin: take in what the store does not know",
+    addStep("update", "Start a restore: make assets of files that the store does not have",
             [](JXGatekeeperClient *client) { client->updateModelAfterOTARestore(); });
-    addStep("finish", "End: make the albums again that the store lacks", [](JXGatekeeperClient *client) {
-        client->finalizeOTARestoreRecreatingAlbums(true);
-        static_cast<void>(daemonAnswers()); // it has got the request, whose answer nobody is told
-        client->dataMigrationWillFinish();  // waits for the work that was asked for before
-    });
-    addStep("cleanup", "Mend the library and take in files found in it",
+    addStep("finish", "End a restore: make the albums again that the store does not have",
+            [](JXGatekeeperClient *client) {
+                client->finalizeOTARestoreRecreatingAlbums(true);
+                static_cast<void>(waitUntilReceived()); // or the request below could overtake it
+                client->dataMigrationWillFinish();      // waits until earlier requests are done
+            });
+    addStep("cleanup", "Repair the library and make assets of files found in it",
             [](JXGatekeeperClient *client) { client->cleanupModelAfterHarborsyncRestore(); });
-    addStep("import", "Take in files found in the library's folders, and do nothing else",
+    addStep("import", "Only make assets of files found in the library's folders",
             [](JXGatekeeperClient *client) { client->importFileSystemAssetsWaitingForReply(true); });
 }
 

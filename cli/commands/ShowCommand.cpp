@@ -2,62 +2,58 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
-#include "cli/OpenedLibrary.h"
+#include "cli/AssetDescription.h"
+#include "cli/Formatting.h"
+#include "cli/StoreLookup.h"
+#include "cli/Subcommands.h"
 
 namespace wickerlane::cli {
 namespace {
 
-void printLines(const store::ManagedAsset &asset) {
+struct Options {
+    std::string asset;
+    bool json = false;
+};
+
+void printFields(const store::ManagedAsset &asset) {
     const store::AssetRecord &record = asset.record();
-    const auto line = [](std::string_view label, std::string_view value) {
-        print(fmt::format("{:<12}{}", label, value));
-    };
-    line("UUID", record.uuid);
-    line("Kind", record.kind == store::AssetKind::photo ? "photo" : "video");
-    line("Name", outsideName(record));
-    line("Format", record.format);
-    line("Pixels", record.width > 0 ? fmt::format("{}x{}", record.width, record.height) : "unknown");
-    line("Created", dateText(record.dateCreated));
-    line("Added", dateText(record.dateAdded));
+    printField("UUID", record.uuid);
+    printField("Kind", kindText(record));
+    printField("Name", outsideName(record));
+    printField("Format", record.format);
+    printField("Pixels", pixelsText(record, "unknown"));
+    printField("Created", dateText(record.dateCreated));
+    printField("Added", dateText(record.dateAdded));
     if (record.latitude && record.longitude)
-        line("Place", fmt::format("{:.6f}, {:.6f}", *record.latitude, *record.longitude));
-    line("Size", sizeText(record.byteSize));
-    line("URL", asset.assetURL()->absoluteString()->utf8());
-    line("Object ID", asset.objectID()->uriRepresentation()->absoluteString()->utf8());
-    line("File", asset.fileURL()->fileSystemPath());
+        printField("Place", fmt::format("{:.6f}, {:.6f}", *record.latitude, *record.longitude));
+    printField("Size", sizeText(record.byteSize));
+    printField("URL", asset.assetURL()->absoluteString()->utf8());
+    printField("Object ID", asset.objectID()->uriRepresentation()->absoluteString()->utf8());
+    printField("File", asset.fileURL()->fileSystemPath());
     if (!record.problem.empty())
-        line("Problem", record.problem);
+        printField("Problem", record.problem);
 }
 
-ExitCode show(const std::string &name, bool json) {
-    ReleaseScope scope;
-    const auto store = openStore();
-    if (!store)
-        return ExitCode::notFound;
-    const auto asset = findAsset(*store, name);
+Result<ExitCode> show(const Options &options) {
+    const ReleaseScope scope;
+    const auto asset = findAsset(options.asset);
     if (!asset)
-        return ExitCode::notFound;
-    if (json)
-        printJSON(describe(*asset));
+        return passOn(asset);
+    if (options.json)
+        printJSON(describe(**asset));
     else
-        printLines(*asset);
+        printFields(**asset);
     return ExitCode::success;
 }
 
 } // namespace
 
-void addShow(Command app, Action &chosen) {
-    const auto command = app.addSubcommand("show", "Show all that the library knows of one asset");
+void setUpShow(Command command) {
+    command.description("Show all that the library knows about an asset");
     command.footer("Example:\n  wickerlane show 7F3D0A52-6C1B-4E0E-9D43-2B1C7A5E8F10 --json");
-    struct Options {
-        std::string asset;
-        bool json = false;
-    };
-    auto options = std::make_shared<Options>();
-    command.addOption("ASSET", options->asset, "UUID, URL or object ID of the asset").required();
-    command.addFlag("--json", options->json, "Write JSON");
-    command.callback(
-        [options, &chosen] { chosen = [options] { return show(options->asset, options->json); }; });
+    Options &options = command.runs(show);
+    command.addOption("ASSET", options.asset, "UUID, URL or object ID of the asset").required();
+    command.addFlag("--json", options.json, "Write JSON");
 }
 
 } // namespace wickerlane::cli

@@ -1,60 +1,71 @@
 // wickerlane sizes
-#include <array>
 #include <map>
 #include <nlohmann/json.hpp>
 
-#include "cli/OpenedLibrary.h"
-#include "cli/Waiting.h"
+#include "cli/Awaited.h"
+#include "cli/DaemonRequests.h"
+#include "cli/Formatting.h"
+#include "cli/Output.h"
+#include "cli/Subcommands.h"
 #include "wickerlane/api/RZLibrary.h"
 
 namespace wickerlane::cli {
 namespace {
 
-struct Kind {
-    std::uint32_t number;
-    const char *name;
-    const char *label;
+struct Options {
+    bool json = false;
 };
 
-constexpr std::array<Kind, 4> kinds{{{1, "photos", "Photos"},
-                                     {2, "videos", "Videos"},
-                                     {4, "derived", "Thumbnails and edited renditions"},
-                                     {8, "database", "Store"}}};
+constexpr struct Kind {
+    std::uint32_t bit;
+    const char *name;
+    const char *label;
+} kinds[] = {{1, "photos", "Photos"},
+             {2, "videos", "Videos"},
+             {4, "derived", "Thumbnails and edited renditions"},
+             {8, "database", "Store"}};
 
-ExitCode sizes(bool json) {
-    ReleaseScope scope;
-    if (!daemonAnswers())
-        return failUnreachable();
+/// Bytes by kind.
+using Sizes = std::map<std::uint32_t, std::uint64_t>;
+
+Sizes askSizes() {
+    constexpr std::uint32_t allBits = 15;
     const auto queue = WorkQueue::create("sizes"); // serial, so that the map needs no lock
-    std::map<std::uint32_t, std::uint64_t> answered;
-    const auto all = Semaphore::create(0);
-    constexpr std::uint32_t mask = 15;
-    RZGetLibrarySizes(queue.get(), mask, [&answered, all](std::uint32_t kind, std::uint64_t bytes) {
-        answered[kind] = bytes;
-        if (answered.size() == kinds.size())
-            all->signal();
-    });
-    all->wait();
+    const Awaited<Sizes> answer;
+    RZGetLibrarySizes(queue.get(), allBits,
+                      [answer, sizes = Sizes()](std::uint32_t kind, std::uint64_t bytes) mutable {
+                          sizes[kind] = bytes;
+                          if (sizes.size() == std::size(kinds))
+                              answer.give(sizes);
+                      });
+    return answer.take();
+}
+
+Result<ExitCode> showSizes(const Options &options) {
+    const ReleaseScope scope;
+    if (const auto answers = requireDaemon(); !answers)
+        return passOn(answers);
+    const Sizes sizes = askSizes();
     JSON described;
     for (const Kind &kind : kinds) {
-        if (answered[kind.number] == RZLibrarySizeUnknown)
-            return fail(ExitCode::failure, "the daemon can't tell the sizes; its log says why");
-        described[kind.name] = answered[kind.number];
-        if (!json)
-            print(std::string(kind.label) + ": " + sizeText(answered[kind.number]));
+        const std::uint64_t bytes = sizes.at(kind.bit);
+        if (bytes == RZLibrarySizeUnknown)
+            return fail(ProblemKind::failed, "the daemon can't say the sizes; see its log");
+        described[kind.name] = bytes;
+        if (!options.json)
+            print(std::string(kind.label) + ": " + sizeText(bytes));
     }
-    if (json)
+    if (options.json)
         printJSON(described);
     return ExitCode::success;
 }
 
 } // namespace
 
-void addSizes(Command app, Action &chosen) {
-    const auto command = app.addSubcommand("sizes", "Say how much space the library takes, by kind");
-    auto json = std::make_shared<bool>(false);
-    command.addFlag("--json", *json, "Write JSON, in bytes");
-    command.callback([json, &chosen] { chosen = [json] { return sizes(*json); }; });
+void setUpSizes(Command command) {
+    command.description("Say how much disk space the library uses");
+    Options &options = command.runs(showSizes);
+    command.addFlag("--json", options.json, "Write JSON, in bytes");
 }
 
 } // namespace wickerlane::cli

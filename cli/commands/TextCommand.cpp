@@ -6,6 +6,7 @@
 #include <filesystem>
 
 #include "cli/Output.h"
+#include "cli/Subcommands.h"
 #include "wickerlane/platform/bundle/LocalizationMatcher.h"
 #include "wickerlane/platform/locale/Locale.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
@@ -18,15 +19,22 @@ struct Options {
     std::string key;
     std::string language;
     std::string table;
-    std::string bundle;
+    std::string bundle = "Pixhold";
     bool json = false;
 };
 
-// By its path when the name holds a slash. Null when there is none.
-Ref<Bundle> findBundle(const std::string &name) {
-    if (name.find('/') == name.npos)
-        return Bundle::named(name);
-    return std::filesystem::is_directory(name) ? Bundle::create(name) : nullptr;
+/// A name with a slash is a path.
+Result<Ref<Bundle>> findBundle(const std::string &name) {
+    const bool isPath = name.find('/') != std::string::npos;
+    const Ref<Bundle> bundle = !isPath                               ? Bundle::named(name)
+                               : std::filesystem::is_directory(name) ? Bundle::create(name)
+                                                                     : nullptr;
+    if (!bundle)
+        return fail(ProblemKind::notFound,
+                    fmt::format("there is no bundle {}; give a path, or the name of a bundle in a folder of "
+                                "WICKERLANE_BUNDLES",
+                                name));
+    return bundle;
 }
 
 String *lookUp(Bundle *bundle, String *key, const std::string &table) {
@@ -37,53 +45,50 @@ String *lookUp(Bundle *bundle, String *key, const std::string &table) {
     return bundle->localizedString(key, nullptr, table);
 }
 
-ExitCode text(const Options &options) {
+Result<ExitCode> showText(const Options &options) {
     const ReleaseScope scope;
     if (!options.language.empty())
         setProcessLanguages({options.language});
-    const Ref<Bundle> bundle = findBundle(options.bundle);
-    if (!bundle)
-        return fail(ExitCode::notFound,
-                    fmt::format("there is no bundle {}; bundles are looked for in the folders "
-                                "of WICKERLANE_BUNDLES, or give a path",
-                                options.bundle));
-    if (!options.language.empty() && !bundle->localizations().empty() &&
-        matchingLocalizations(bundle->localizations(), std::vector{options.language}).empty())
-        return fail(ExitCode::usage, fmt::format("there are no texts in \"{}\"; choose one of {}",
-                                                 options.language, fmt::join(bundle->localizations(), ", ")));
+    const auto found = findBundle(options.bundle);
+    if (!found)
+        return passOn(found);
+    Bundle *bundle = found->get();
+    const std::vector<std::string> languages = bundle->localizations();
+    if (!options.language.empty() && !languages.empty() &&
+        matchingLocalizations(languages, std::vector{options.language}).empty())
+        return fail(ProblemKind::invalid, fmt::format("there are no texts in \"{}\"; choose one of {}",
+                                                      options.language, fmt::join(languages, ", ")));
     const Ref<String> key = String::create(options.key);
     if (!key)
-        return fail(ExitCode::usage, "the key is not valid UTF-8");
-    const std::string_view found = lookUp(bundle.get(), key.get(), options.table)->utf8();
-    // By its own rule the library takes a text that equals its key for none.
-    if (found == options.key)
-        return fail(ExitCode::notFound, fmt::format("{} has no text for {}", bundle->path(), options.key));
+        return fail(ProblemKind::invalid, "the key is not valid UTF-8");
+    const std::string_view text = lookUp(bundle, key.get(), options.table)->utf8();
+    // The library gives the key itself when there is no text.
+    if (text == options.key)
+        return fail(ProblemKind::notFound, fmt::format("{} has no text for {}", bundle->path(), options.key));
     if (options.json)
-        printJSON({{"key", options.key}, {"text", found}, {"languages", bundle->preferredLocalizations()}});
+        printJSON({{"key", options.key}, {"text", text}, {"languages", bundle->preferredLocalizations()}});
     else
-        print(found);
+        print(text);
     return ExitCode::success;
 }
 
 } // namespace
 
-void addText(Command app, Action &chosen) {
-    const auto command = app.addSubcommand("text", "Show a text of the library in a language");
+void setUpText(Command command) {
+    command.description("Show a text of the library in a language");
     command.footer("Example:\n  wickerlane text SELECT_PHOTOS --language pt-BR");
-    auto options = std::make_shared<Options>();
-    options->bundle = "Pixhold";
-    command.addOption("KEY", options->key, "Key of the text").required();
+    Options &options = command.runs(showText);
+    command.addOption("KEY", options.key, "Key of the text").required();
     command
-        .addOption("-l,--language", options->language,
-                   "Language such as de or zh-Hant-HK (default: that of the environment)")
+        .addOption("-l,--language", options.language,
+                   "Language, such as de or zh-Hant-HK (default: that of the environment)")
         .typeName("LANGUAGE");
-    command.addOption("-t,--table", options->table, "String table (default: all, in the library's order)")
+    command.addOption("-t,--table", options.table, "String table (default: all, in the library's order)")
         .typeName("TABLE");
-    command.addOption("-b,--bundle", options->bundle, "Name or path of the bundle")
+    command.addOption("-b,--bundle", options.bundle, "Name or path of the bundle")
         .typeName("BUNDLE")
         .showDefault();
-    command.addFlag("--json", options->json, "Write JSON");
-    command.callback([options, &chosen] { chosen = [options] { return text(*options); }; });
+    command.addFlag("--json", options.json, "Write JSON");
 }
 
 } // namespace wickerlane::cli

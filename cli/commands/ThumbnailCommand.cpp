@@ -1,13 +1,13 @@
 // wickerlane thumbnail
 #include <fmt/format.h>
 
-#include <cerrno>
-#include <cstring>
-
+#include "cli/DaemonRequests.h"
+#include "cli/Formatting.h"
 #include "cli/NewFile.h"
-#include "cli/OpenedLibrary.h"
+#include "cli/Output.h"
+#include "cli/StoreLookup.h"
+#include "cli/Subcommands.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
-#include "wickerlane/platform/file/Files.h"
 #include "wickerlane/protocol/ImageDataFormats.h"
 
 namespace wickerlane::cli {
@@ -35,64 +35,60 @@ int formatNamed(const std::string &name) {
     return -1;
 }
 
-/// A name for the file when none is given: the asset's UUID, and an extension that fits its contents.
+/// The name of the file when none is given.
 std::string defaultName(const store::ManagedAsset &asset, int format) {
     if (format == protocol::imageDataOriginal)
         return asset.record().filename;
     return asset.record().uuid + (format == protocol::imageDataFullSizePNG ? ".png" : ".jpg");
 }
 
-ExitCode thumbnail(const Options &options) {
-    ReleaseScope scope;
-    const auto store = openStore();
-    if (!store)
-        return ExitCode::notFound;
-    const auto asset = findAsset(*store, options.asset);
-    if (!asset)
-        return ExitCode::notFound;
-
+Result<ExitCode> writeThumbnail(const Options &options) {
+    const ReleaseScope scope;
+    const auto found = findAsset(options.asset);
+    if (!found)
+        return passOn(found);
+    const store::ManagedAsset &asset = **found;
     const int format = formatNamed(options.format);
-    const Data *data = JXGatekeeperClient::sharedInstance()->imageDataForAsset(asset->objectID(), format);
+    const Data *data = JXGatekeeperClient::sharedInstance()->imageDataForAsset(asset.objectID(), format);
     if (data == nullptr) {
-        if (!daemonAnswers())
-            return failUnreachable();
-        const std::string &problem = asset->record().problem;
-        return fail(ExitCode::failure,
-                    fmt::format("there is no such picture of {}{}", asset->record().uuid,
-                                problem.empty() ? "" : ", since it can't be decoded: " + problem));
+        const std::string &problem = asset.record().problem;
+        return failRequest({ProblemKind::failed,
+                            fmt::format("there is no such picture of {}{}", asset.record().uuid,
+                                        problem.empty() ? "" : ", because it can't be decoded: " + problem),
+                            {}});
     }
-
-    const std::string path = options.to.empty() ? defaultName(*asset, format) : options.to;
-    NewFile file(path);
-    if (file.descriptor() < 0 || !writeAll(file.descriptor(), data->span()) || !file.finish(options.force))
-        return failToWrite(path);
+    const std::string path = options.to.empty() ? defaultName(asset, format) : options.to;
+    auto file = NewFile::create(path);
+    if (!file)
+        return passOn(file);
+    if (const auto written = file->write(data->span()).and_then([&] { return file->finish(options.force); });
+        !written)
+        return passOn(written);
     print(fmt::format("{} ({})", path, sizeText(data->length())));
     return ExitCode::success;
 }
 
 } // namespace
 
-void addThumbnail(Command app, Action &chosen) {
-    const auto command =
-        app.addSubcommand("thumbnail", "Write an asset's picture in one of the library's formats");
+void setUpThumbnail(Command command) {
+    command.description("Write the picture of an asset in one of the library's formats");
     command.footer(
         "Formats:\n"
-        "  small     JPEG, upright, at most 256 pixels a side\n"
-        "  preview   JPEG, upright, at most 1024 pixels a side (the default)\n"
-        "  full      JPEG, upright, of full size\n"
-        "  png       PNG, upright, of full size\n"
-        "  original  the bytes that were saved\n\n"
+        "  small     JPEG, upright, up to 256 pixels a side\n"
+        "  preview   JPEG, upright, up to 1024 pixels a side (default)\n"
+        "  full      JPEG, upright, full size\n"
+        "  png       PNG, upright, full size\n"
+        "  original  the file as it was saved\n\n"
         "Example:\n"
         "  wickerlane thumbnail 7F3D0A52-6C1B-4E0E-9D43-2B1C7A5E8F10 --format small --to beach.jpg");
-    auto options = std::make_shared<Options>();
-    command.addOption("ASSET", options->asset, "UUID, URL or object ID of the asset").required();
-    command.addOption("-f,--format", options->format, "Which picture, see below")
+    Options &options = command.runs(writeThumbnail);
+    command.addOption("ASSET", options.asset, "UUID, URL or object ID of the asset").required();
+    command.addOption("-f,--format", options.format, "Format of the picture, see below")
         .oneOf(formatNames())
         .typeName("FORMAT");
-    command.addOption("-o,--to", options->to, "File to write (default: named after the asset)")
+    command.addOption("-o,--to", options.to, "File to write (default: named after the asset)")
         .typeName("FILE");
-    command.addFlag("--force", options->force, "Replace a file that exists");
-    command.callback([options, &chosen] { chosen = [options] { return thumbnail(*options); }; });
+    command.addFlag("--force", options.force, "Replace a file that already exists");
 }
 
 } // namespace wickerlane::cli

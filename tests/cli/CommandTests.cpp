@@ -154,7 +154,7 @@ TEST_F(CommandTest, StatusStartsTheDaemonOnlyWhenAsked) {
 }
 
 TEST_F(CommandTest, ExitCodesTellWhatIsWrong) {
-    imported(file("a.jpg", jpeg()));
+    const std::string uuid = imported(file("a.jpg", jpeg()));
     const struct {
         std::vector<std::string> arguments;
         int exitCode;
@@ -168,6 +168,9 @@ TEST_F(CommandTest, ExitCodesTellWhatIsWrong) {
         {{"thumbnail", absentUUID, "--format", "huge"}, 2, "huge"},
         {{"export"}, 2, "ASSET"},
         {{"export", "--all", "--to", "/nonexistent/file"}, 2, "folder"},
+        {{"thumbnail", uuid, "--to", "/nonexistent/file"}, 1, "/nonexistent/file"},
+        {{"export", uuid, "--to", "/nonexistent/file"}, 1, "/nonexistent/file"},
+        {{"preview", uuid, "/nonexistent/file"}, 1, "/nonexistent/file"},
         {{"show", absentUUID}, 4, "wickerlane list"},
         {{"show", "not-a-uuid"}, 4, "not-a-uuid"},
         {{"export", absentUUID}, 4, absentUUID.c_str()},
@@ -232,8 +235,8 @@ TEST_F(CommandTest, AnImportSavesTheSameContentsOnce) {
     file("a/copy.jpg", jpeg());
     file("a/two.png", png());
     const std::string pictures = (folder / "a").string();
-    EXPECT_EQ(run({"import", pictures}).output, "2 files saved, 1 there already\n");
-    EXPECT_EQ(run({"import", pictures}).output, "0 files saved, 3 there already\n");
+    EXPECT_EQ(run({"import", pictures}).output, "2 files saved, 1 already in the library\n");
+    EXPECT_EQ(run({"import", pictures}).output, "0 files saved, 3 already in the library\n");
     EXPECT_EQ(run({"import", "--again", pictures}).output, "3 files saved\n");
     EXPECT_EQ(run({"count"}).output, "5 photos, 0 videos\n");
 }
@@ -242,7 +245,7 @@ TEST_F(CommandTest, CheckFindsAndMends) {
     const std::string uuid = imported(file("a.jpg", jpeg()));
     const CommandResult well = run({"check"});
     EXPECT_EQ(well.exitCode, 0) << well;
-    EXPECT_EQ(well.output, "1 asset checked, all is well\n");
+    EXPECT_EQ(well.output, "1 asset checked, no problems found\n");
 
     std::string thumbnail, original;
     for (const auto &entry : fs::recursive_directory_iterator(folder.parent_path()))
@@ -292,14 +295,13 @@ TEST_F(CommandTest, PreviewsNeedTheirEntitlement) {
     const CommandResult done = run({"preview", uuid, edited});
     EXPECT_EQ(done.exitCode, 0) << done;
     EXPECT_EQ(run({"preview", uuid, file("words", bytesOf("only words"))}).exitCode, 1);
-    EXPECT_EQ(run({"preview", uuid, "/nonexistent/picture"}).exitCode, 1);
 }
 
 TEST_F(CommandTest, AlbumsAreMadeFilledAndShown) {
     const std::string uuid = imported(file("a.jpg", jpeg()));
     EXPECT_EQ(run({"album", "create", "Dunes"}).output.substr(0, 22), "rez-vault://group/?id=");
     EXPECT_EQ(run({"album", "create", "Dunes"}).exitCode, 1);
-    EXPECT_EQ(run({"album", "add", "Dunes", uuid}).output, "1 asset in Dunes\n");
+    EXPECT_EQ(run({"album", "add", "Dunes", uuid}).output, "1 asset added to Dunes\n");
     EXPECT_EQ(run({"album", "add", "Dunes", absentUUID}).exitCode, 4);
     EXPECT_EQ(run({"album", "add", "Hills", uuid}).exitCode, 4);
     const auto albums = run({"album", "list", "--json"}).json();

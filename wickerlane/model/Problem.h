@@ -12,17 +12,18 @@ namespace wickerlane {
 
 /// What programs can tell apart. The numbers travel in error replies: none is ever used for another meaning.
 enum class ProblemKind : std::int64_t {
-    failed = 0,       ///< None of the others.
-    invalid = 1,      ///< The request makes no sense, or a file is not what it should be.
-    notFound = 2,     ///< What was named is not there.
-    refused = 3,      ///< Who asks has no right to it.
-    busy = 4,         ///< Too much is waiting, or another works on the same: try again later.
-    ending = 5,       ///< hoardd is ending: ask again.
-    exists = 6,       ///< Something of that name or identity is there already.
-    damagedStore = 7, ///< The library's database can't be read or written as it should.
-    noSpace = 8,      ///< The disk, or the user's share of it, is full.
-    notWritable = 9,  ///< The file system or its permissions forbid writing.
-    newerVersion = 10 ///< The library was made by a newer hoardd.
+    failed = 0,        ///< None of the others.
+    invalid = 1,       ///< The request makes no sense, or a file is not what it should be.
+    notFound = 2,      ///< What was named is not there.
+    refused = 3,       ///< Who asks has no right to it.
+    busy = 4,          ///< Too much is waiting, or another works on the same: try again later.
+    ending = 5,        ///< hoardd is ending: ask again.
+    exists = 6,        ///< Something of that name or identity is there already.
+    damagedStore = 7,  ///< The library's database can't be read or written as it should.
+    noSpace = 8,       ///< The disk, or the user's share of it, is full.
+    notWritable = 9,   ///< The file system or its permissions forbid writing.
+    newerVersion = 10, ///< The library was made by a newer hoardd.
+    unreachable = 11   ///< hoardd can't be started, or stopped answering. Never in a reply.
 };
 
 struct Problem {

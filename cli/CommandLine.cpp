@@ -1,8 +1,9 @@
-#include "cli/Command.h"
+#include "cli/CommandLine.h"
 
 #include <CLI/CLI.hpp>
 
 #include <cstdint>
+#include <optional>
 
 namespace wickerlane::cli {
 
@@ -41,21 +42,21 @@ Option Option::positive() const {
     return Option(option->check(CLI::PositiveNumber));
 }
 
-Option Option::between(unsigned least, unsigned most) const {
-    return Option(option->check(CLI::Range(least, most)));
+Option Option::between(unsigned min, unsigned max) const {
+    return Option(option->check(CLI::Range(min, max)));
 }
 
 Option Option::check(std::function<std::string(const std::string &value)> problem) const {
     return Option(option->check(std::move(problem)));
 }
 
-Option Option::expected(int least, int most) const {
-    return Option(option->expected(least, most));
+Option Option::valueCount(int min, int max) const {
+    return Option(option->expected(min, max));
 }
 
 Option Option::asSize() const {
     option->transform(CLI::AsSizeValue(true));
-    // Before it is read as a number, which would make a large one of it.
+    // The parser would read a negative number as a large one.
     return Option(option->transform([](const std::string &value) {
         if (value.starts_with('-'))
             throw CLI::ValidationError("a size can't be negative");
@@ -63,23 +64,20 @@ Option Option::asSize() const {
     }));
 }
 
-bool Option::isGiven() const {
-    return option->count() > 0;
-}
-
-Command Command::addSubcommand(const std::string &name, const std::string &help) const {
-    CLI::App *added = app->add_subcommand(name, help);
-    if (app->get_parent() == nullptr)
-        added->footer(""); // it would have the command's own
-    return Command(added);
-}
-
-void Command::requireSubcommand() const {
-    app->require_subcommand(1);
+void Command::description(const std::string &text) const {
+    app->description(text);
 }
 
 void Command::footer(const std::string &text) const {
     app->footer(text);
+}
+
+Command Command::addSubcommand(const std::string &name, const std::string &help) const {
+    return {app->add_subcommand(name, help)->footer(""), *chosenAction};
+}
+
+void Command::requireSubcommand() const {
+    app->require_subcommand(1);
 }
 
 Option Command::addFlag(const std::string &name, bool &value, const std::string &help) const {
@@ -91,12 +89,8 @@ Option Command::addOption(const std::string &name, Value &value, const std::stri
     return Option(app->add_option(name, value, help));
 }
 
-void Command::callback(std::function<void()> called) const {
-    app->callback(std::move(called));
-}
-
-void failMissing(const std::string &what) {
-    throw CLI::RequiredError(what);
+void Command::runs(Action action) const {
+    app->callback([chosen = chosenAction, action = std::move(action)] { *chosen = action; });
 }
 
 template Option Command::addOption(const std::string &, std::string &, const std::string &) const;
@@ -104,6 +98,8 @@ template Option Command::addOption(const std::string &, std::vector<std::string>
                                    const std::string &) const;
 template Option Command::addOption(const std::string &, std::int64_t &, const std::string &) const;
 template Option Command::addOption(const std::string &, std::uint64_t &, const std::string &) const;
+template Option Command::addOption(const std::string &, std::optional<std::uint64_t> &,
+                                   const std::string &) const;
 template Option Command::addOption(const std::string &, unsigned &, const std::string &) const;
 template Option Command::addOption(const std::string &, double &, const std::string &) const;
 

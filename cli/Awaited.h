@@ -1,15 +1,15 @@
-// Waiting for what the client answers on its queues.
-#ifndef CLI_WAITING_H
-#define CLI_WAITING_H
+// A value that a handler of the client gives, and that this thread waits for.
+#ifndef CLI_AWAITED_H
+#define CLI_AWAITED_H
 
 #include <memory>
 #include <optional>
 
-#include "wickerlane/platform/queue/WorkQueue.h"
+#include "wickerlane/platform/queue/Semaphore.h"
 
 namespace wickerlane::cli {
 
-/// A value that a handler gives once and another thread waits for. Copies are the same value.
+/// Is given once and taken once. Copies are the same value: one is for the handler.
 template <class Value>
 class Awaited {
 public:
@@ -17,7 +17,7 @@ public:
         shared->value = std::move(value);
         shared->given->signal();
     }
-    /// Blocks until the value is there. Once only.
+    /// Blocks until the value has been given.
     [[nodiscard]] Value take() const {
         shared->given->wait();
         return std::move(*shared->value);

@@ -1,0 +1,53 @@
+#include "cli/AssetDescription.h"
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "cli/Formatting.h"
+#include "wickerlane/platform/object/Hexadecimal.h"
+
+namespace wickerlane::cli {
+
+std::string outsideName(const store::AssetRecord &asset) {
+    const std::string &name = asset.originalFilename;
+    const bool usable = !name.empty() && name != "." && name != ".." && name.find('/') == std::string::npos &&
+                        name.find('\0') == std::string::npos && name.size() <= 200;
+    return usable ? name : asset.filename;
+}
+
+const char *kindText(const store::AssetRecord &asset) {
+    return asset.kind == store::AssetKind::photo ? "photo" : "video";
+}
+
+std::string pixelsText(const store::AssetRecord &asset, const char *unknown) {
+    return asset.width > 0 ? fmt::format("{}x{}", asset.width, asset.height) : unknown;
+}
+
+JSON describe(const store::ManagedAsset &asset) {
+    const store::AssetRecord &record = asset.record();
+    JSON result = {
+        {"uuid", record.uuid},
+        {"kind", kindText(record)},
+        {"name", outsideName(record)},
+        {"format", record.format},
+        {"width", record.width},
+        {"height", record.height},
+        {"orientation", record.orientation},
+        {"created", isoDateText(record.dateCreated)},
+        {"added", isoDateText(record.dateAdded)},
+        {"bytes", record.byteSize},
+        {"sha256", hexadecimal(record.sha256)},
+        {"url", std::string(asset.assetURL()->absoluteString()->utf8())},
+        {"objectID", std::string(asset.objectID()->uriRepresentation()->absoluteString()->utf8())},
+        {"file", asset.fileURL()->fileSystemPath()},
+    };
+    if (record.latitude && record.longitude)
+        result["place"] = {{"latitude", *record.latitude}, {"longitude", *record.longitude}};
+    if (record.duration > 0)
+        result["duration"] = record.duration;
+    if (!record.problem.empty())
+        result["problem"] = record.problem;
+    return result;
+}
+
+} // namespace wickerlane::cli

@@ -1,0 +1,24 @@
+// What is shown of an asset.
+#ifndef CLI_ASSETDESCRIPTION_H
+#define CLI_ASSETDESCRIPTION_H
+
+#include "cli/Output.h"
+#include "wickerlane/store/ManagedAsset.h"
+
+namespace wickerlane::cli {
+
+/// The asset's name outside the library: the one its sender gave it, else the library's own. One path
+/// component, never empty.
+std::string outsideName(const store::AssetRecord &asset);
+
+/// "photo" or "video".
+const char *kindText(const store::AssetRecord &asset);
+/// "640x480", or `unknown`.
+std::string pixelsText(const store::AssetRecord &asset, const char *unknown);
+
+/// All that is known of an asset.
+JSON describe(const store::ManagedAsset &asset);
+
+} // namespace wickerlane::cli
+
+#endif

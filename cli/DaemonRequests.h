@@ -1,0 +1,33 @@
+// Requests to the daemon, and what to say when it does not answer.
+#ifndef CLI_DAEMONREQUESTS_H
+#define CLI_DAEMONREQUESTS_H
+
+#include "wickerlane/model/Result.h"
+#include "wickerlane/platform/object/Error.h"
+#include "wickerlane/platform/object/Handler.h"
+
+namespace wickerlane::cli {
+
+/// The problem of a daemon that does not answer.
+Failure failUnreachable();
+
+/// Makes sure that the daemon answers. Starts it if it is not running.
+Result<> requireDaemon();
+
+/// For a request without a reply of its own: blocks until the daemon has received it. What one client asks
+/// is handled in order, so an answer to a later request tells.
+Result<> waitUntilReceived();
+
+/// The problem of a request that gave no value: the daemon may not be reachable, else it is this one.
+Failure failRequest(Problem problem);
+
+/// What the client gives to a request that either succeeds or fails.
+using SuccessHandler = Handler<void(bool success, Error *error)>;
+
+/// Sends such a request and blocks until it is answered. The problem's text is the daemon's, or
+/// `withoutReason` when it gives none.
+Result<> waitForSuccess(std::string withoutReason, const Handler<void(const SuccessHandler &)> &send);
+
+} // namespace wickerlane::cli
+
+#endif

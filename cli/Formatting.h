@@ -1,0 +1,22 @@
+// Sizes, dates and numbers as texts.
+#ifndef CLI_FORMATTING_H
+#define CLI_FORMATTING_H
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace wickerlane::cli {
+
+/// "834 bytes", "3.4 MB".
+std::string sizeText(std::uint64_t bytes);
+/// A point in time, in seconds since 2001-01-01 UTC, in the local time zone: "2026-11-24 23:40".
+std::string dateText(double referenceSeconds);
+/// The same for machines: "2026-11-24T23:40:24Z".
+std::string isoDateText(double referenceSeconds);
+/// "1 photo", "2 photos".
+std::string countText(std::uint64_t count, std::string_view one, std::string_view many);
+
+} // namespace wickerlane::cli
+
+#endif

@@ -1,0 +1,26 @@
+#include "cli/ProgramDecision.h"
+
+#include <fmt/format.h>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+
+namespace wickerlane::cli {
+
+std::string programPath(const std::string &program) {
+    std::error_code error;
+    const std::filesystem::path path = std::filesystem::canonical(program, error);
+    return error ? std::filesystem::absolute(program).lexically_normal().string() : path.string();
+}
+
+Result<ExitCode> decisionSaved(bool done) {
+    if (done)
+        return ExitCode::success;
+    return fail(ProblemKind::failed,
+                fmt::format("the decisions can't be changed: {}. Only the owner of the library's root may "
+                            "change them",
+                            std::strerror(errno)));
+}
+
+} // namespace wickerlane::cli

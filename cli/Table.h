@@ -1,0 +1,38 @@
+// Columns of text under headings, and lists of things shown so or as JSON.
+#ifndef CLI_TABLE_H
+#define CLI_TABLE_H
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "cli/Output.h"
+
+namespace wickerlane::cli {
+
+/// Columns are as wide as what is in them. Control characters in cells are escaped.
+class Table {
+public:
+    enum class Align { left, right };
+    struct Column {
+        std::string heading;
+        Align align = Align::left;
+    };
+
+    explicit Table(std::vector<Column> described) : columns(std::move(described)) {}
+    /// As many cells as there are columns.
+    void add(std::vector<std::string> cells);
+    [[nodiscard]] bool isEmpty() const { return rows.empty(); }
+    void print() const;
+
+private:
+    std::vector<Column> columns;
+    std::vector<std::vector<std::string>> rows;
+};
+
+/// Writes JSON or the table. An empty table is replaced by a note.
+void printListing(const JSON &list, const Table &table, std::string_view noteWhenEmpty, bool asJSON);
+
+} // namespace wickerlane::cli
+
+#endif

@@ -1,0 +1,91 @@
+// wickerlane estimate
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include <filesystem>
+
+#include "cli/DaemonRequests.h"
+#include "cli/Formatting.h"
+#include "cli/Output.h"
+#include "cli/StoreLookup.h"
+#include "cli/Subcommands.h"
+#include "wickerlane/client/JXGatekeeperClient.h"
+#include "wickerlane/protocol/VideoKeys.h"
+
+namespace wickerlane::cli {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Options {
+    std::string video;
+    std::string preset{protocol::defaultExportPreset};
+    double start = -1;
+    double duration = -1;
+    bool json = false;
+};
+
+/// Of a file, or of an asset.
+Result<Ref<URL>> urlOf(const std::string &video) {
+    std::error_code unknown;
+    if (fs::exists(video, unknown))
+        return URL::ofPath(fs::absolute(video).lexically_normal().string());
+    return findAsset(video).map([](const auto &asset) { return Ref<URL>(asset->assetURL()); });
+}
+
+Result<ExitCode> estimate(const Options &options) {
+    const ReleaseScope scope;
+    const auto url = urlOf(options.video);
+    if (!url)
+        return passOn(url);
+    const auto properties = MutableDictionary::create();
+    if (options.start >= 0)
+        properties->set(protocol::exportProperty::startTime, Number::of(options.start));
+    if (options.duration >= 0)
+        properties->set(protocol::exportProperty::duration, Number::of(options.duration));
+    const std::int64_t bytes = JXGatekeeperClient::sharedInstance()->estimatedOutputFileLengthForVideoURL(
+        url->get(), nullptr, String::of(options.preset), properties.get());
+    if (bytes < 0)
+        return failRequest(
+            {ProblemKind::failed, fmt::format("{} can't be read as a video", options.video), {}});
+    if (options.json)
+        printJSON({{"preset", options.preset}, {"bytes", bytes}});
+    else
+        print(sizeText(static_cast<std::uint64_t>(bytes)));
+    return ExitCode::success;
+}
+
+std::string describePreset(const protocol::ExportPreset &preset) {
+    if (preset.longestSide == 0)
+        return fmt::format("  {:<12} a copy of the tracks, not encoded again\n", preset.name);
+    return fmt::format("  {:<12} up to {} pixels a side, {:.1f} Mbit/s\n", preset.name, preset.longestSide,
+                       static_cast<double>(preset.videoBitRate) / 1e6);
+}
+
+} // namespace
+
+void setUpEstimate(Command command) {
+    command.description("Estimate the size of an exported video");
+    std::string footer = "Presets:\n";
+    std::vector<std::string> names;
+    for (const protocol::ExportPreset &each : protocol::exportPresets) {
+        names.emplace_back(each.name);
+        footer += describePreset(each);
+    }
+    command.footer(footer + "\nExample:\n  wickerlane estimate beach.mp4 --preset low");
+    Options &options = command.runs(estimate);
+    command.addOption("VIDEO", options.video, "A file, or the UUID, URL or object ID of an asset").required();
+    command.addOption("--preset", options.preset, "Quality of the export, see below")
+        .oneOf(names)
+        .showDefault()
+        .typeName("PRESET");
+    command.addOption("--start", options.start, "Where the export starts (default: 0)")
+        .notNegative()
+        .typeName("SECONDS");
+    command.addOption("--duration", options.duration, "Length of the export (default: to the end)")
+        .notNegative()
+        .typeName("SECONDS");
+    command.addFlag("--json", options.json, "Write JSON");
+}
+
+} // namespace wickerlane::cli

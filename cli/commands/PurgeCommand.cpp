@@ -1,0 +1,50 @@
+// wickerlane purge
+#include <nlohmann/json.hpp>
+
+#include <optional>
+
+#include "cli/DaemonRequests.h"
+#include "cli/Formatting.h"
+#include "cli/Output.h"
+#include "cli/Subcommands.h"
+#include "wickerlane/client/JXGatekeeperClient.h"
+
+namespace wickerlane::cli {
+namespace {
+
+struct Options {
+    std::optional<std::uint64_t> bytes;
+    bool isDryRun = false;
+    bool json = false;
+};
+
+Result<ExitCode> purge(const Options &options) {
+    const ReleaseScope scope;
+    if (!options.bytes && !options.isDryRun)
+        return fail(ProblemKind::invalid, "BYTES or --dry-run is required");
+    if (const auto answers = requireDaemon(); !answers)
+        return passOn(answers);
+    JXGatekeeperClient *client = JXGatekeeperClient::sharedInstance();
+    const std::int64_t bytes = options.isDryRun ? client->purgeableSharedAssetsSpace()
+                                                : client->attemptToPurgeSharedAssetsSpace(*options.bytes);
+    if (options.json)
+        printJSON({{options.isDryRun ? "purgeable" : "freed", bytes}});
+    else
+        print(sizeText(static_cast<std::uint64_t>(bytes)) +
+              (options.isDryRun ? " could be freed" : " freed"));
+    return ExitCode::success;
+}
+
+} // namespace
+
+void setUpPurge(Command command) {
+    command.description("Free disk space that shared albums use");
+    command.footer("Only larger thumbnails are deleted. They are made again when they are needed.\n\n"
+                   "Example:\n  wickerlane purge 50MB");
+    Options &options = command.runs(purge);
+    const auto bytes = command.addOption("BYTES", options.bytes, "How much to free, such as 50MB").asSize();
+    command.addFlag("-n,--dry-run", options.isDryRun, "Only say how much could be freed").excludes(bytes);
+    command.addFlag("--json", options.json, "Write JSON");
+}
+
+} // namespace wickerlane::cli

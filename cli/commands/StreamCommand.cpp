@@ -1,0 +1,40 @@
+// wickerlane stream
+#include "cli/DaemonRequests.h"
+#include "cli/Output.h"
+#include "cli/StoreLookup.h"
+#include "cli/Subcommands.h"
+#include "wickerlane/client/JXGatekeeperClient.h"
+
+namespace wickerlane::cli {
+namespace {
+
+struct Options {
+    std::string streamID;
+};
+
+Result<ExitCode> stream(const Options &options) {
+    const ReleaseScope scope;
+    if (const auto answers = requireDaemon(); !answers)
+        return passOn(answers);
+    JXGatekeeperClient::sharedInstance()->createSnapriverAlbumWithStreamID(String::of(options.streamID));
+    const auto store = openStore();
+    const Array *albums = store ? (*store)->albums() : nullptr;
+    for (std::size_t i = 0; albums != nullptr && i < albums->count(); ++i)
+        if (const auto *album = as<store::ManagedAlbum>(albums->at(i));
+            album->record().streamID == options.streamID) {
+            print(album->groupURL()->absoluteString()->utf8());
+            return ExitCode::success;
+        }
+    return fail(ProblemKind::failed, "the stream has no album; see the daemon's log");
+}
+
+} // namespace
+
+void setUpStream(Command command) {
+    command.description("Create the shared album of a stream, and write its URL");
+    command.footer("There is no server: a stream is kept in the library alone.");
+    Options &options = command.runs(stream);
+    command.addOption("STREAM", options.streamID, "ID of the stream").required().notEmpty();
+}
+
+} // namespace wickerlane::cli

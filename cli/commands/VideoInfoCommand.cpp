@@ -1,0 +1,61 @@
+// wickerlane video-info
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include <filesystem>
+
+#include "cli/DaemonRequests.h"
+#include "cli/Formatting.h"
+#include "cli/Output.h"
+#include "cli/Subcommands.h"
+#include "wickerlane/client/JXGatekeeperClient.h"
+
+namespace wickerlane::cli {
+namespace {
+
+struct Options {
+    std::string path;
+    bool json = false;
+};
+
+JSON valueOf(const Object *object) {
+    if (const auto *number = as<Number>(object))
+        return number->kind() == Number::Kind::real ? JSON(number->doubleValue())
+                                                    : JSON(number->int64Value());
+    if (const auto *date = as<Date>(object))
+        return isoDateText(date->referenceSeconds());
+    const auto *text = as<String>(object);
+    return text != nullptr ? JSON(std::string(text->utf8())) : JSON(nullptr);
+}
+
+Result<ExitCode> showVideoInfo(const Options &options) {
+    const ReleaseScope scope;
+    const auto absolute = String::create(std::filesystem::absolute(options.path).lexically_normal().string());
+    if (!absolute)
+        return fail(ProblemKind::invalid, "the path is not UTF-8; rename the file first");
+    const Dictionary *metadata = JXGatekeeperClient::sharedInstance()->videoMetadataAtPath(absolute.get());
+    if (metadata == nullptr)
+        return failRequest(
+            {ProblemKind::failed, fmt::format("{} can't be read as a video", options.path), options.path});
+    JSON all = JSON::object();
+    for (const auto &[key, value] : *metadata)
+        all[std::string(as<String>(key)->utf8())] = valueOf(value);
+    if (options.json)
+        printJSON(all);
+    else
+        for (const auto &[key, value] : all.items())
+            print(fmt::format("{:<16} {}", key, value.is_string() ? value.get<std::string>() : value.dump()));
+    return ExitCode::success;
+}
+
+} // namespace
+
+void setUpVideoInfo(Command command) {
+    command.description("Show the metadata of a video file");
+    command.footer("Example:\n  wickerlane video-info beach.mp4 --json");
+    Options &options = command.runs(showVideoInfo);
+    command.addOption("FILE", options.path, "The video").required();
+    command.addFlag("--json", options.json, "Write JSON");
+}
+
+} // namespace wickerlane::cli
