@@ -51,3 +51,12 @@ TEST(Rows, ARequestIsCheckedAgainstItsRow) {
                       }),
               "");
 }
+
+TEST(Keys, anErrorReadsAsADictionaryOfItsDescriptionAndItsKind) {
+    const ReleaseScope scope;
+    const auto error = MessageError::create("gone", 5);
+    EXPECT_EQ(coding::Int64::read(error.get(), messageErrorKindKey), 5);
+    EXPECT_EQ(coding::Int64::read(error.get(), messageErrorDescriptionKey), 0);
+    EXPECT_EQ(coding::Text::read(error.get(), messageErrorDescriptionKey)->utf8(), "gone");
+    EXPECT_EQ(coding::Int64::read(MessageError::connectionInterrupted(), messageErrorKindKey), 0);
+}

@@ -1,8 +1,9 @@
 // Library values in messages: the one encoding of each kind of value, for both ends of a connection.
 //
 // Readers take a received dictionary, or an error, which reads as a dictionary that holds its description
-// alone. A missing key, or a value of another kind, reads as null. What they return is borrowed and lives
-// until the current release scope ends; only functions with `Create` in their name give owned results.
+// and its kind alone. A missing key, or a value of another kind, reads as null. What they return is borrowed
+// and lives until the current release scope ends; only functions with `Create` in their name give owned
+// results.
 // Writers given null store nothing and leave an earlier value as it was. Keys are NUL-terminated UTF-8.
 // All functions keep no state and may be called from any thread, as long as no other changes the same
 // message.

@@ -3,6 +3,7 @@
 #define WICKERLANE_PROTOCOL_KEY_H
 
 #include <cstdlib>
+#include <cstring>
 
 #include "wickerlane/message/JXJobDictionary.h"
 #include "wickerlane/message/JXMsgUtilities.h"
@@ -46,8 +47,15 @@ struct ScalarCoding {
     }
 };
 
-using Int64 = ScalarCoding<std::int64_t, &MessageDictionary::setInt64, &MessageDictionary::getInt64,
-                           MessageKind::int64>;
+/// An error reads as a dictionary that holds its kind under messageErrorKindKey.
+struct Int64 : ScalarCoding<std::int64_t, &MessageDictionary::setInt64, &MessageDictionary::getInt64,
+                            MessageKind::int64> {
+    static std::int64_t read(MessageValue *message, const char *key) {
+        if (const auto *error = as<MessageError>(message))
+            return std::strcmp(key, messageErrorKindKey) == 0 ? error->errorKind() : 0;
+        return ScalarCoding::read(message, key);
+    }
+};
 using UInt64 = ScalarCoding<std::uint64_t, &MessageDictionary::setUInt64, &MessageDictionary::getUInt64,
                             MessageKind::uint64>;
 using Bool =

@@ -1,14 +1,14 @@
 // Peers that break every rule: they cost nobody but themselves.
 #include <fcntl.h>
+#include <gmock/gmock.h>
 #include <poll.h>
-#include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 
-#include <thread>
-
 #include "Codec.h"
 #include "Service.h"
+#include "wickerlane/model/Problem.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/message/listener/PeerProcess.h"
 #include "wickerlane/platform/message/service/ServiceSocket.h"
@@ -58,6 +58,12 @@ bool readToEnd(int socket, std::string &bytes) {
             return true;
         bytes.append(piece, static_cast<std::size_t>(count));
     }
+}
+
+MATCHER_P2(isError, text, kind, "") {
+    const auto *error = as<MessageError>(arg.get());
+    *result_listener << arg->description()->utf8();
+    return error != nullptr && error->text() == text && error->errorKind() == static_cast<std::int64_t>(kind);
 }
 
 } // namespace
@@ -192,13 +198,57 @@ TEST(Listener, refusesTheClientThatIsOneTooMany) {
     ASSERT_EQ(numberOf(first->sendWithReplySync(numbered(1).get()).get()), 1);
     ASSERT_EQ(numberOf(second->sendWithReplySync(numbered(1).get()).get()), 1);
     const auto third = connect();
-    EXPECT_EQ(third->sendWithReplySync(numbered(1).get()).get(), MessageError::connectionInterrupted());
+    EXPECT_THAT(third->sendWithReplySync(numbered(1).get()),
+                isError("The user has too many connections to the service.", ProblemKind::busy));
     first->cancel();
-    Ref<MessageValue> reply;
-    do // until the listener has noticed
-        reply = third->sendWithReplySync(numbered(3).get());
-    while (reply.get() == MessageError::connectionInterrupted());
-    EXPECT_EQ(numberOf(reply.get()), 3);
+    EXPECT_TRUE(eventually([&] { return numberOf(third->sendWithReplySync(numbered(3).get()).get()) == 3; }));
+}
+
+TEST(Listener, tellsARefusedClientWhyInItsReplyAndNotAsAnEvent) {
+    std::atomic<bool> isWelcome{false};
+    const auto listener = MessageListener::create(serviceName, WorkQueue::global(), echo, {});
+    listener->setPeerHandler([&](MessagePeer *) { return isWelcome.load(); });
+    listener->resume();
+    std::promise<MessageValue *> event;
+    const auto connection = connect([&](MessageValue *value) { event.set_value(value); });
+    std::promise<Ref<MessageValue>> reply;
+    connection->sendWithReply(numbered(1).get(), nullptr,
+                              [&](MessageValue *value) { reply.set_value(value); });
+    EXPECT_THAT(reply.get_future().get(), isError("The service refuses this process.", ProblemKind::refused));
+    EXPECT_EQ(event.get_future().get(), MessageError::connectionInterrupted());
+    isWelcome = true;
+    EXPECT_EQ(numberOf(connection->sendWithReplySync(numbered(2).get()).get()), 2) << "it connects again";
+}
+
+TEST(Listener, tellsAClientWhenTheServiceHasNoDescriptorsLeft) {
+    const auto listener = listen(echo);
+    // The client opens its socket first; what the service opens then finds no number free.
+    const UniqueFd client = ServiceSocket(serviceName).connect();
+    std::string greeting(sizeof(FrameHeader) + sizeof FrameHeader::version, 0);
+    ASSERT_EQ(recv(client.get(), greeting.data(), greeting.size(), MSG_WAITALL),
+              static_cast<ssize_t>(greeting.size()))
+        << "the listener is at work";
+    UniqueFd next(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    sockaddr_un address{};
+    socklen_t length = sizeof address;
+    ASSERT_EQ(getpeername(client.get(), reinterpret_cast<sockaddr *>(&address), &length), 0);
+    std::vector<UniqueFd> all;
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+    const rlimit few{.rlim_cur = 128, .rlim_max = before.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
+    for (UniqueFd fd; fd.reset(open("/dev/null", O_RDONLY | O_CLOEXEC)), fd;)
+        all.push_back(std::move(fd));
+    EXPECT_EQ(connect(next.get(), reinterpret_cast<const sockaddr *>(&address), length), 0);
+    std::string answer;
+    EXPECT_TRUE(readToEnd(next.get(), answer));
+    all.clear();
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
+    ASSERT_GT(answer.size(), sizeof(FrameHeader));
+    EXPECT_EQ(loadUnaligned<FrameHeader>(answer.data()).kind, FrameKind::refusal);
+    const std::string contents = answer.substr(sizeof(FrameHeader));
+    EXPECT_THAT(Ref<MessageValue>(decodeError(std::as_bytes(std::span(contents)))),
+                isError("The service has no file descriptors left.", ProblemKind::busy));
 }
 
 TEST(Listener, asksAboutEachPeerAndKnowsItFromTheKernel) {
@@ -240,16 +290,14 @@ TEST(Listener, identifiesPeersWithAndWithoutTheNewerKernelCall) {
 TEST(Listener, answersWhatItsHandlerForgot) {
     const auto listener = listen([](ReceivedMessage *received) {
         if (numberOf(received->message()) == 2) {
-            received->replyError("no");
+            received->replyError("no", static_cast<std::int64_t>(ProblemKind::exists));
             received->reply(numbered(2).get()); // too late
         }
     });
     const auto connection = connect();
-    for (const auto &[number, text] : {std::pair(1, "The service did not answer."), std::pair(2, "no")}) {
-        const auto reply = connection->sendWithReplySync(numbered(number).get());
-        ASSERT_EQ(reply->kind(), MessageKind::error);
-        EXPECT_EQ(static_cast<MessageError *>(reply.get())->text(), text);
-    }
+    EXPECT_THAT(connection->sendWithReplySync(numbered(1).get()),
+                isError("The service did not answer.", ProblemKind::failed));
+    EXPECT_THAT(connection->sendWithReplySync(numbered(2).get()), isError("no", ProblemKind::exists));
 }
 
 TEST(Listener, takesANameThatNobodyHolds) {
@@ -292,11 +340,14 @@ TEST(Connection, isOnlyInterruptedByAServiceThatBreaksTheRules) {
             return reply(header.id).substr(0, 20); // half
         case 3:
             return request; // a client's kind
+        case 4:             // too short to hold its kind
+            return bytesOf({7, FrameHeader::expectedMark, FrameKind::errorReply, 0, header.id}) +
+                   std::string(7, 0);
         default:
             return reply(header.id) + reply(header.id); // twice
         }
     };
-    constexpr int kinds = 5;
+    constexpr int kinds = 6;
     std::thread service([&] {
         for (int kind = 0; kind < kinds; ++kind) {
             const UniqueFd client(accept4(listening.get(), nullptr, nullptr, SOCK_CLOEXEC));

@@ -4,7 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <functional>
 #include <future>
+#include <thread>
 
 #include "wickerlane/platform/message/connection/MessageConnection.h"
 #include "wickerlane/platform/message/listener/MessageListener.h"
@@ -31,6 +33,17 @@ inline Ref<MessageConnection> connect(Handler<void(MessageValue *)> events = {},
     connection->setEventHandler(std::move(events));
     connection->resume();
     return connection;
+}
+
+// Tries again until it succeeds; false when it never does.
+inline bool eventually(const std::function<bool()> &succeeds) {
+    const auto deadline = std::chrono::steady_clock::now() + longTime;
+    while (!succeeds()) {
+        if (std::chrono::steady_clock::now() > deadline)
+            return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
 }
 
 // Answers each request with its own contents.

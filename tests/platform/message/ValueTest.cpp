@@ -46,7 +46,7 @@ Ref<MessageDictionary> everyKind() {
     message->setData("no data", nullptr, 0);
     message->setData("long data", std::string(9000, 'y').data(), 9000);
     message->setData("", "key without a character", 5);
-    message->set("error", MessageError::create("it failed").get());
+    message->set("error", MessageError::create("it failed", -7).get());
     auto inner = MessageDictionary::create();
     inner->setInt64("deep", 1);
     auto array = MessageArray::create();
@@ -152,6 +152,7 @@ TEST(MessageValue, isEqualByStructure) {
     EXPECT_TRUE(forwards->isEqual(backwards.get()));
     EXPECT_FALSE(MessageScalar::createInt64(1)->isEqual(MessageScalar::createUInt64(1).get()));
     EXPECT_FALSE(MessageError::connectionInvalid()->isEqual(MessageError::connectionInterrupted()));
+    EXPECT_FALSE(MessageError::create("same", 1)->isEqual(MessageError::create("same", 2).get()));
 }
 
 TEST(MessageValue, describesItselfWithinBounds) {
@@ -251,6 +252,7 @@ TEST(MessageValue, everyKindSurvivesTheWire) {
     ASSERT_NE(again, nullptr);
     EXPECT_TRUE(again->isEqual(received.get()));
     EXPECT_EQ(again->getDictionary("dictionary")->getInt64("added"), 2);
+    EXPECT_EQ(static_cast<MessageError *>(again->get("error"))->errorKind(), -7);
     // Values outlive the message they were read from.
     const Ref<MessageValue> data(again->get("long data"));
     const auto copy = Ref<MessageValue>(message->get("long data"));
@@ -324,6 +326,7 @@ TEST(MessageDecoder, refusesWhatIsNotAMessage) {
         {"a string beyond the end", value(0, number(100) + "abc")},
         {"a string without its NUL", value(0, number(3) + "abcd")},
         {"a string that is no UTF-8", value(0, number(1) + std::string("\x80\0", 2))},
+        {"an error without its kind", value(12, number(1) + std::string("x\0", 2) + std::string(7, 0))},
         {"data beyond the end", value(7, number(0xFFFFFFFF) + "abc")},
         {"half a UUID", value(6, "12345678")},
         {"a descriptor that did not come", value(9, std::string(1, 0))},

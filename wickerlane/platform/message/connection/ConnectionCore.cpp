@@ -229,9 +229,10 @@ void ConnectionCore::establish(Lock &lock) {
     if (state != State::connecting)
         return;
     if (made.outcome != ConnectOutcome::connected)
-        return endSession(lock, made.outcome == ConnectOutcome::invalid
-                                    ? MessageError::connectionInvalid()
-                                    : MessageError::connectionInterrupted());
+        return endSession(lock,
+                          made.outcome == ConnectOutcome::invalid ? MessageError::connectionInvalid()
+                                                                  : MessageError::connectionInterrupted(),
+                          made.refusal.get());
     const Ref<Session> s = session;
     s->socket = std::move(made.socket);
     s->source =
@@ -331,11 +332,8 @@ bool ConnectionCore::decode(Session &s, std::vector<Received> &received) {
             break;
         }
         Ref<MessageValue> value;
-        if (frame.header.kind == FrameKind::errorReply) {
-            const std::string_view text(reinterpret_cast<const char *>(frame.contents.data()),
-                                        frame.contents.size());
-            if (isUTF8(text) && frame.descriptors.empty())
-                value = MessageError::create(text);
+        if (frame.header.kind == FrameKind::errorReply && frame.descriptors.empty()) {
+            value = decodeError(frame.contents);
         } else if (frame.header.kind == FrameKind::reply || frame.header.kind == FrameKind::message) {
             value = decodeMessage(frame.buffer, frame.contents, frame.descriptors);
         }
@@ -382,8 +380,9 @@ void ConnectionCore::failPending(Session &s, MessageError *error, Deliveries &de
     }
 }
 
-// Null for an end that nobody notices: nothing is due then.
-void ConnectionCore::endSession(Lock &lock, MessageError *error) {
+// Null for an end that nobody notices: nothing is due then. Pending requests fail with an error of their own
+// when there is one.
+void ConnectionCore::endSession(Lock &lock, MessageError *error, MessageError *pendingError) {
     const Ref<ConnectionCore> self(this);
     const Ref<Session> old = std::exchange(session, makeRef<Session>());
     old->over = true;
@@ -395,7 +394,7 @@ void ConnectionCore::endSession(Lock &lock, MessageError *error) {
         state = State::disconnected;
     }
     Deliveries deliveries;
-    failPending(*old, error, deliveries);
+    failPending(*old, pendingError != nullptr ? pendingError : error, deliveries);
     if (told)
         deliveries.push_back({target, std::move(told), error});
     for (Barrier &barrier : old->barriers)

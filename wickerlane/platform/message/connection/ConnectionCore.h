@@ -83,7 +83,7 @@ private:
     [[nodiscard]] static bool decode(Session &session, std::vector<Received> &received);
     [[nodiscard]] bool sort(Session &session, std::vector<Received> &received, Deliveries &deliveries);
     void failPending(Session &session, MessageError *error, Deliveries &deliveries);
-    void endSession(Lock &lock, MessageError *error);
+    void endSession(Lock &lock, MessageError *error, MessageError *pendingError = nullptr);
     void touch();
     void tick();
     void closeIfIdle();

@@ -13,7 +13,9 @@ namespace wickerlane {
 ///
 /// There are exactly two connection errors. `connectionInvalid`: the service has no description or could not
 /// be started after bounded retries, or the connection was cancelled; for good. `connectionInterrupted`: the
-/// peer went away or a limit was met; pending replies fail with it, the next send connects anew.
+/// peer went away, refused this client, or a limit was met; pending requests fail with it (those that a
+/// refusal meets with an error that says why), and the next send connects again. The event handler never gets
+/// another error than these two.
 class WL_EXPORT MessageConnection : public Object {
     WL_OBJECT
 public:

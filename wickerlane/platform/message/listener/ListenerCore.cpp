@@ -49,9 +49,9 @@ public:
         if (takeAnswer())
             sender->reply(id, answer);
     }
-    void replyError(std::string_view description) override {
+    void replyError(std::string_view description, std::int64_t kind) override {
         if (takeAnswer())
-            sender->replyError(id, description);
+            sender->replyError(id, description, kind);
     }
 
 private:
@@ -258,6 +258,25 @@ bool ListenerCore::endIfIdle() {
 
 // Clients
 
+// Why a client gets no connection. The kinds are those that the model gives to problems, by number.
+struct Refusal {
+    std::string_view text;
+    std::int64_t kind;
+};
+
+namespace {
+
+constexpr std::int64_t kindFailed = 0;
+constexpr std::int64_t kindRefused = 3;
+constexpr std::int64_t kindBusy = 4;
+
+constexpr Refusal noDescriptors{"The service has no file descriptors left.", kindBusy};
+constexpr Refusal tooManyConnections{"The user has too many connections to the service.", kindBusy};
+constexpr Refusal unknownProcess{"The service could not tell which process asks.", kindFailed};
+constexpr Refusal notWelcome{"The service refuses this process.", kindRefused};
+
+} // namespace
+
 void ListenerCore::acceptAll() {
     constexpr int mostAtOnce = 64; // so that those who are connected get their turn
     for (int i = 0; i < mostAtOnce; ++i) {
@@ -273,7 +292,7 @@ void ListenerCore::acceptAll() {
         spare.reset();
         client.reset(accept4(listening.get(), nullptr, nullptr, SOCK_CLOEXEC));
         if (client)
-            refuse(client.get());
+            refuse(client.get(), noDescriptors);
         client.reset();
         spare.reset(open("/dev/null", O_RDONLY | O_CLOEXEC));
         if (!spare)
@@ -281,22 +300,24 @@ void ListenerCore::acceptAll() {
     }
 }
 
-void ListenerCore::refuse(int client) {
+void ListenerCore::refuse(int client, const Refusal &why) {
     MessageEncoder frame;
-    frame.encodeRefusal();
+    frame.encodeRefusal(why.text, why.kind);
     [[maybe_unused]] const ssize_t ignored =
         ::send(client, frame.gathered().data(), frame.gathered().size(), MSG_DONTWAIT | MSG_NOSIGNAL);
 }
 
 void ListenerCore::take(UniqueFd client) {
     auto process = identifyPeer(client.get());
-    if (!process)
-        return refuse(client.get());
+    if (!process) {
+        const bool isOutOfDescriptors = errno == EMFILE || errno == ENFILE;
+        return refuse(client.get(), isOutOfDescriptors ? noDescriptors : unknownProcess);
+    }
     Ref<UserShare> &share = users[process->identity.user];
     if (share == nullptr)
         share = makeRef<UserShare>();
     if (share->connections == options.limits.connections)
-        return refuse(client.get());
+        return refuse(client.get(), tooManyConnections);
     ++share->connections;
     // Twice what the kernel gives by itself, so that long answers take half as many turns.
     constexpr int sendBytes = 208 * 1024;
@@ -323,7 +344,7 @@ void ListenerCore::admit(const Ref<ListenerPeer> &peer, bool welcome) {
     if (!peers.contains(peer->number))
         return;
     if (!welcome) {
-        refuse(peer->socket.get());
+        refuse(peer->socket.get(), notWelcome);
         return drop(*peer);
     }
     peer->admitted = true;

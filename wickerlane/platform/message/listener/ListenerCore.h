@@ -28,6 +28,7 @@ public:
 };
 
 class ListenerCore;
+struct Refusal;
 
 /// One client. The intake thread reads its socket; any thread answers.
 class ListenerPeer final : public MessagePeer {
@@ -43,7 +44,7 @@ public:
 
     void transmit(const MessageEncoder &frame);
     void reply(std::uint64_t id, MessageDictionary *answer);
-    void replyError(std::uint64_t id, std::string_view description);
+    void replyError(std::uint64_t id, std::string_view description, std::int64_t kind = 0);
     /// A message of that length is held no more.
     void freed(std::size_t length);
     /// A request has its answer, or is about to.
@@ -135,7 +136,7 @@ private:
     void stopListening(const ServiceSocket &place);
     void acceptAll();
     void take(UniqueFd client);
-    void refuse(int client);
+    static void refuse(int client, const Refusal &why);
     void admit(const Ref<ListenerPeer> &peer, bool welcome);
     void onReady(const Ref<ListenerPeer> &peer, std::uint32_t events);
     [[nodiscard]] bool readFrom(const Ref<ListenerPeer> &peer);

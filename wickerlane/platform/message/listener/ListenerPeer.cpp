@@ -45,9 +45,9 @@ void ListenerPeer::reply(std::uint64_t id, MessageDictionary *answer) {
     transmit(frame);
 }
 
-void ListenerPeer::replyError(std::uint64_t id, std::string_view description) {
+void ListenerPeer::replyError(std::uint64_t id, std::string_view description, std::int64_t kind) {
     MessageEncoder frame;
-    frame.encodeError(id, description);
+    frame.encodeError(id, description, kind);
     transmit(frame);
 }
 

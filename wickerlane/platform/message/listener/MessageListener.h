@@ -45,7 +45,8 @@ public:
     [[nodiscard]] virtual bool wantsReply() const noexcept = 0;
     /// Answers: once; what comes later, or for a message that wants no reply, is dropped.
     virtual void reply(MessageDictionary *answer) = 0;
-    virtual void replyError(std::string_view description) = 0;
+    /// `kind` is for programs: MessageError::errorKind() at the other end.
+    virtual void replyError(std::string_view description, std::int64_t kind = 0) = 0;
 };
 
 /// A named service. Handlers run on the listener's queue: on a serial queue one at a time, in the order of
@@ -75,7 +76,8 @@ public:
     [[nodiscard]] static Ref<MessageListener> create(const char *serviceName, WorkQueue *queue,
                                                      Handler<void(ReceivedMessage *)> handler,
                                                      Options options, std::string *error = nullptr);
-    /// Called on the queue for each new peer; false refuses it.
+    /// Called on the queue for each new peer; false refuses it: its pending requests fail with an error that
+    /// says so.
     virtual void setPeerHandler(Handler<bool(MessagePeer *)> handler) = 0;
     virtual void resume() = 0;
     /// Takes no more, and ends all connections, as letting go of the last reference does. Waits for the

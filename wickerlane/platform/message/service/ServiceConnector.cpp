@@ -7,47 +7,58 @@
 
 #include "wickerlane/platform/message/service/ServiceDescription.h"
 #include "wickerlane/platform/message/service/ServiceSocket.h"
-#include "wickerlane/platform/message/wire/FrameReader.h"
+#include "wickerlane/platform/message/wire/MessageDecoder.h"
 #include "wickerlane/platform/message/wire/MessageLimits.h"
+#include "wickerlane/platform/message/wire/MessageWire.h"
 
 namespace wickerlane {
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// What the service said first; nothing when it went away before it said anything.
-std::optional<ConnectOutcome> awaitHello(int socket) {
-    // Nothing follows the hello before the client has sent something, so reading exactly its bytes is enough.
-    char bytes[sizeof(FrameHeader) + sizeof(std::uint32_t)];
-    std::size_t count = 0;
-    std::size_t wanted = sizeof(FrameHeader);
-    const auto deadline = Clock::now() + MessageLimits::startTime;
-    while (count < wanted) {
+enum class Received { all, tooLate, ended };
+
+// Receives so many bytes, which nothing follows before the client has sent something.
+Received receive(int socket, void *into, std::size_t wanted, Clock::time_point deadline) {
+    for (std::size_t count = 0; count < wanted;) {
         const auto left =
             std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
         pollfd readable{.fd = socket, .events = POLLIN, .revents = 0};
         const int ready = left <= 0 ? 0 : poll(&readable, 1, static_cast<int>(left));
         if (ready == 0)
-            return ConnectOutcome::interrupted;
+            return Received::tooLate;
         if (ready < 0)
             continue;
-        const ssize_t got = recv(socket, bytes + count, wanted - count, MSG_DONTWAIT);
+        const ssize_t got = recv(socket, static_cast<char *>(into) + count, wanted - count, MSG_DONTWAIT);
         if (got < 0 && (errno == EAGAIN || errno == EINTR))
             continue;
         if (got <= 0)
-            return std::nullopt;
+            return Received::ended;
         count += static_cast<std::size_t>(got);
-        if (count != sizeof(FrameHeader))
-            continue;
-        const auto header = loadUnaligned<FrameHeader>(bytes);
-        if (header.mark != FrameHeader::expectedMark || header.kind != FrameKind::hello ||
-            header.length != sizeof(std::uint32_t))
-            return ConnectOutcome::interrupted;
-        wanted = sizeof bytes;
     }
-    return loadUnaligned<std::uint32_t>(bytes + sizeof(FrameHeader)) == FrameHeader::version
-               ? ConnectOutcome::connected
-               : ConnectOutcome::interrupted;
+    return Received::all;
+}
+
+// What the service says first, without the socket; nothing when it went away before it said anything.
+std::optional<Connected> awaitHello(int socket) {
+    const auto deadline = Clock::now() + MessageLimits::startTime;
+    FrameHeader header{};
+    std::byte contents[sizeof(std::int64_t) + MessageLimits::errorTextBytes];
+    Received received = receive(socket, &header, sizeof header, deadline);
+    if (received == Received::all) {
+        if (header.mark != FrameHeader::expectedMark || header.length > sizeof contents)
+            return Connected{};
+        received = receive(socket, contents, header.length, deadline);
+    }
+    if (received == Received::ended)
+        return std::nullopt;
+    if (received == Received::tooLate)
+        return Connected{};
+    if (header.kind == FrameKind::refusal)
+        return Connected{.refusal = decodeError({contents, header.length})};
+    const bool isOurs = header.kind == FrameKind::hello && header.length == sizeof FrameHeader::version &&
+                        loadUnaligned<std::uint32_t>(contents) == FrameHeader::version;
+    return Connected{.outcome = isOurs ? ConnectOutcome::connected : ConnectOutcome::interrupted};
 }
 
 // Starts the service unless another process has done so meanwhile. False when it can't be started.
@@ -66,7 +77,7 @@ bool start(const char *name, const ServiceSocket &place, const ServiceDescriptio
 
 Connected connectToService(const char *name, const Handler<bool(int)> &watch) {
     if (!isServiceName(name))
-        return {ConnectOutcome::invalid, {}};
+        return {.outcome = ConnectOutcome::invalid};
     const ServiceSocket place(name);
     // Between starts the service may come and go for good reasons; that many times in a row it does not.
     constexpr int mostRounds = 16;
@@ -75,23 +86,25 @@ Connected connectToService(const char *name, const Handler<bool(int)> &watch) {
         UniqueFd socket = place.connect();
         if (socket) {
             if (!watch(socket.get()))
-                return {ConnectOutcome::interrupted, {}};
-            const auto said = awaitHello(socket.get());
+                return {};
+            auto said = awaitHello(socket.get());
             if (!watch(-1))
-                return {ConnectOutcome::interrupted, {}};
-            if (said)
-                return {*said, *said == ConnectOutcome::connected ? std::move(socket) : UniqueFd()};
-            continue;
+                return {};
+            if (!said)
+                continue;
+            if (said->outcome == ConnectOutcome::connected)
+                said->socket = std::move(socket);
+            return std::move(*said);
         }
         if (errno != ENOENT && errno != ECONNREFUSED)
-            return {ConnectOutcome::interrupted, {}};
+            return {};
         const auto description = findServiceDescription(name);
         if (!description || starts++ == MessageLimits::startAttempts)
-            return {ConnectOutcome::invalid, {}};
+            return {.outcome = ConnectOutcome::invalid};
         if (!start(name, place, *description))
             continue;
     }
-    return {ConnectOutcome::invalid, {}};
+    return {.outcome = ConnectOutcome::invalid};
 }
 
 } // namespace wickerlane

@@ -3,6 +3,7 @@
 #define WICKERLANE_PLATFORM_MESSAGE_SERVICE_SERVICECONNECTOR_H
 
 #include "wickerlane/platform/file/UniqueFd.h"
+#include "wickerlane/platform/message/value/MessageValue.h"
 #include "wickerlane/platform/object/Handler.h"
 
 namespace wickerlane {
@@ -14,8 +15,10 @@ enum class ConnectOutcome {
 };
 
 struct Connected {
-    ConnectOutcome outcome;
-    UniqueFd socket;
+    ConnectOutcome outcome = ConnectOutcome::interrupted;
+    UniqueFd socket{}; ///< None unless connected.
+    Ref<MessageError>
+        refusal{}; ///< Why the service refuses this client, when it does and says so; else null.
 };
 
 /// Connects to a service, starts it when it does not run, and waits until it has said that it runs. Blocks as

@@ -204,7 +204,8 @@ bool areSame(MessageValue *a, MessageValue *b, unsigned depth) {
     case MessageKind::array:
         return areSameElements(*static_cast<MessageArray *>(a), *static_cast<MessageArray *>(b), depth + 1);
     case MessageKind::error:
-        return static_cast<MessageError *>(a)->text() == static_cast<MessageError *>(b)->text();
+        return static_cast<MessageError *>(a)->text() == static_cast<MessageError *>(b)->text() &&
+               static_cast<MessageError *>(a)->errorKind() == static_cast<MessageError *>(b)->errorKind();
     default:
         return areSameScalars(*static_cast<ScalarStorage *>(a), *static_cast<ScalarStorage *>(b));
     }

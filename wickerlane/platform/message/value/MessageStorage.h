@@ -24,7 +24,7 @@ struct MessageSlot {
         std::uint64_t unsignedValue;
         double realValue; ///< Also dates.
         bool boolean;
-        const char *text;         ///< NUL-terminated. Strings and errors.
+        const char *text;         ///< NUL-terminated. Strings; errors, whose kind follows the NUL.
         const std::byte *place;   ///< Bytes of data, of a UUID, or the encoding of a received container.
         std::uint64_t descriptor; ///< Of what was received: which of the message's descriptors.
     };
@@ -234,7 +234,8 @@ public:
 
 class ErrorStorage final : public MessageError {
 public:
-    explicit ErrorStorage(std::string_view copied) : owned(new char[copied.size() + 1]) {
+    ErrorStorage(std::string_view copied, std::int64_t errorKind)
+        : owned(new char[copied.size() + 1]), number(errorKind) {
         std::memcpy(owned.get(), copied.data(), copied.size());
         owned[copied.size()] = 0;
         shown = {owned.get(), copied.size()};
@@ -248,6 +249,7 @@ public:
 
     std::unique_ptr<char[]> owned;
     std::string_view shown; ///< NUL-terminated.
+    std::int64_t number = 0;
 };
 
 /// Seeded, so that nobody who sends keys can choose where they fall.

@@ -9,6 +9,7 @@
 #include "wickerlane/platform/message/value/MessageStorage.h"
 #include "wickerlane/platform/message/wire/MessageDecoder.h"
 #include "wickerlane/platform/message/wire/MessageLimits.h"
+#include "wickerlane/platform/message/wire/MessageWire.h"
 #include "wickerlane/platform/object/UTF8Internal.h"
 
 namespace wickerlane {
@@ -135,7 +136,8 @@ Ref<MessageValue> makeObject(const MessageSlot &slot, const MessageOrigin &origi
     case MessageKind::array:
         return readContainer(slot, origin);
     case MessageKind::error:
-        return MessageError::create({slot.text, slot.length});
+        return MessageError::create({slot.text, slot.length},
+                                    loadUnaligned<std::int64_t>(slot.text + slot.length + 1));
     }
     return nullptr;
 }
@@ -294,8 +296,8 @@ int MessageFileDescriptor::duplicate() const noexcept {
 
 // Errors
 
-Ref<MessageError> MessageError::create(std::string_view description) {
-    return makeRef<ErrorStorage>(description);
+Ref<MessageError> MessageError::create(std::string_view description, std::int64_t errorKind) {
+    return makeRef<ErrorStorage>(description, errorKind);
 }
 
 MessageError *MessageError::connectionInterrupted() noexcept {
@@ -310,6 +312,10 @@ MessageError *MessageError::connectionInvalid() noexcept {
 
 std::string_view MessageError::text() const noexcept {
     return ErrorStorage::of(this)->shown;
+}
+
+std::int64_t MessageError::errorKind() const noexcept {
+    return ErrorStorage::of(this)->number;
 }
 
 } // namespace wickerlane

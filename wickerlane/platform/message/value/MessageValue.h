@@ -34,6 +34,8 @@ enum class MessageKind : std::uint8_t {
 
 /// Key under which an error holds the text that describes it.
 inline constexpr const char *messageErrorDescriptionKey = "ErrorDescription";
+/// Key under which an error holds its kind, as a signed integer.
+inline constexpr const char *messageErrorKindKey = "ErrorKind";
 
 /// A value of a message. Immutable but for dictionaries and arrays, which belong to one thread at a time
 /// until they are sent and must not be changed afterwards.
@@ -145,12 +147,14 @@ private:
 class WL_EXPORT MessageError : public MessageValue {
     WL_OBJECT
 public:
-    [[nodiscard]] static Ref<MessageError> create(std::string_view description);
+    [[nodiscard]] static Ref<MessageError> create(std::string_view description, std::int64_t errorKind = 0);
     /// The two connection errors: immortal objects, told apart by identity.
     [[nodiscard]] static MessageError *connectionInterrupted() noexcept;
     [[nodiscard]] static MessageError *connectionInvalid() noexcept;
 
     [[nodiscard]] std::string_view text() const noexcept; ///< Lives as long as the error.
+    /// What programs can tell apart, in numbers that both ends agree on; 0 for an error that names none.
+    [[nodiscard]] std::int64_t errorKind() const noexcept;
 
 private:
     friend class ErrorStorage;

@@ -102,8 +102,11 @@ public:
         slot.object = nullptr;
         switch (kind) {
         case MessageKind::string:
-        case MessageKind::error:
             return readNumber(slot.length) && readText(slot.length, slot.text);
+        case MessageKind::error: {
+            std::int64_t errorKind = 0; // stays behind the text
+            return readNumber(slot.length) && readText(slot.length, slot.text) && readNumber(errorKind);
+        }
         case MessageKind::int64:
         case MessageKind::uint64:
         case MessageKind::real:
@@ -241,6 +244,16 @@ Ref<MessageDictionary> decodeMessage(const Ref<MessageBuffer> &buffer, Bytes con
         dictionary->origin.descriptors->values = std::move(allowance.made);
     }
     return dictionary;
+}
+
+Ref<MessageError> decodeError(Bytes contents) {
+    std::int64_t kind = 0;
+    if (contents.size() < sizeof kind)
+        return nullptr;
+    kind = loadUnaligned<std::int64_t>(contents.data());
+    const std::string_view text(reinterpret_cast<const char *>(contents.data()) + sizeof kind,
+                                contents.size() - sizeof kind);
+    return isUTF8(text) ? MessageError::create(text, kind) : nullptr;
 }
 
 Ref<MessageValue> readContainer(const MessageSlot &slot, const MessageOrigin &origin) {

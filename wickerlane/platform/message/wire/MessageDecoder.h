@@ -15,6 +15,9 @@ namespace wickerlane {
 [[nodiscard]] WL_EXPORT Ref<MessageDictionary> decodeMessage(const Ref<MessageBuffer> &buffer, Bytes contents,
                                                              std::span<UniqueFd> descriptors);
 
+/// Reads the contents of an error reply or a refusal. Null when they are not as they should be.
+[[nodiscard]] WL_EXPORT Ref<MessageError> decodeError(Bytes contents);
+
 /// Reads a nested container that decodeMessage() has checked.
 [[nodiscard]] Ref<MessageValue> readContainer(const MessageSlot &slot, const MessageOrigin &origin);
 

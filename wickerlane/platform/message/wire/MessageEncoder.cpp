@@ -55,10 +55,21 @@ const char *MessageEncoder::encode(FrameKind kind, std::uint64_t id, const Messa
     return nullptr;
 }
 
-void MessageEncoder::encodeError(std::uint64_t id, std::string_view text) {
+void MessageEncoder::encodeError(std::uint64_t id, std::string_view text, std::int64_t kind) {
     begin(FrameKind::errorReply, id);
-    constexpr std::size_t longest = 4096;
-    std::size_t length = std::min(text.size(), longest);
+    appendErrorContents(text, kind);
+    finish(0);
+}
+
+void MessageEncoder::encodeRefusal(std::string_view text, std::int64_t kind) {
+    begin(FrameKind::refusal, 0);
+    appendErrorContents(text, kind);
+    finish(0);
+}
+
+void MessageEncoder::appendErrorContents(std::string_view text, std::int64_t kind) {
+    append(kind);
+    std::size_t length = std::min(text.size(), MessageLimits::errorTextBytes);
     // A cut must not split a character.
     while (length < text.size() && length != 0 && (static_cast<unsigned char>(text[length]) & 0xC0) == 0x80)
         --length;
@@ -66,17 +77,11 @@ void MessageEncoder::encodeError(std::uint64_t id, std::string_view text) {
         length = 0;
     if (length != 0)
         std::memcpy(extend(length), text.data(), length);
-    finish(0);
 }
 
 void MessageEncoder::encodeHello() {
     begin(FrameKind::hello, 0);
     append(FrameHeader::version);
-    finish(0);
-}
-
-void MessageEncoder::encodeRefusal() {
-    begin(FrameKind::refusal, 0);
     finish(0);
 }
 
@@ -156,11 +161,13 @@ bool MessageEncoder::appendValue(MessageSlot &slot, const MessageOrigin &origin,
     case MessageKind::array:
         return appendContainer(materialise(slot, origin), depth + 1);
     case MessageKind::error: {
-        const std::string_view text = static_cast<MessageError *>(materialise(slot, origin))->text();
+        const auto *error = static_cast<MessageError *>(materialise(slot, origin));
+        const std::string_view text = error->text();
         const std::size_t length =
             text.size() <= MessageLimits::messageBytes && isUTF8(text) ? text.size() : 0;
         append(static_cast<std::uint32_t>(length));
         appendText(text.data(), length);
+        append(error->errorKind());
         return true;
     }
     }

@@ -27,10 +27,10 @@ public:
 
     /// Null, or why the message can't be sent.
     [[nodiscard]] const char *encode(FrameKind kind, std::uint64_t id, const MessageDictionary *message);
-    /// Texts longer than a few thousand bytes are cut.
-    void encodeError(std::uint64_t id, std::string_view text);
+    /// A text that is too long is cut, and one that is not valid UTF-8 is left out.
+    void encodeError(std::uint64_t id, std::string_view text, std::int64_t kind = 0);
     void encodeHello();
-    void encodeRefusal();
+    void encodeRefusal(std::string_view text, std::int64_t kind);
 
     /// Changes the id of the frame that was encoded.
     void setID(std::uint64_t id) noexcept { std::memcpy(bytes + offsetof(FrameHeader, id), &id, sizeof id); }
@@ -56,6 +56,7 @@ private:
         std::memcpy(extend(sizeof value), &value, sizeof value);
     }
     void appendText(const char *text, std::size_t length);
+    void appendErrorContents(std::string_view text, std::int64_t kind);
     void begin(FrameKind kind, std::uint64_t id);
     void finish(std::size_t descriptorCount);
     [[nodiscard]] bool appendDictionary(const DictionaryStorage &dictionary, unsigned depth);

@@ -23,6 +23,9 @@ struct MessageLimits {
     /// Bytes of a key. Keys are names.
     static constexpr std::size_t keyBytes = 65'535;
 
+    /// Bytes of the text of an error reply or a refusal. Longer texts are cut.
+    static constexpr std::size_t errorTextBytes = 4'096;
+
     /// Shared memory that a receiver maps: a picture of 300 megapixels at four bytes fits.
     static constexpr std::size_t sharedMemoryBytes = std::size_t{2} << 30;
 

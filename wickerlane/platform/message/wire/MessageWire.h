@@ -7,17 +7,19 @@
 //   frame      u32 length of the body; u16 mark; u8 kind; u8 number of descriptors; u64 id
 //     hello       the listener's first frame: u32 version. A client sends nothing before it has come, so that
 //                 nothing is lost to a service that dies, or ends, while a client stands in its queue.
-//     refusal     the listener's first and only frame: no connection for this client. No body.
+//     refusal     the listener's first and only frame: no connection for this client, and why: an error.
 //     message     either way: a dictionary's contents. Wants no reply; id 0.
 //     request     a message of the client that wants a reply; the id is the client's choice.
 //     reply       a dictionary's contents, with the id of the request.
-//     errorReply  the text of an error, without a NUL, with the id of the request.
+//     errorReply  an error, with the id of the request.
+//   error      i64 kind; the text, without a NUL, to the end of the frame
 //   dictionary u32 count; then, for each entry: u32 of the value's kind (low 8 bits) and the key's length
 //   (high
 //              24 bits); the key and a NUL; the value. No key comes twice.
 //   array      u32 count; then, for each element: u8 kind; the value
 //   value      by kind (their numbers are those of MessageKind):
-//     string, error            u32 length; text; NUL
+//     string                   u32 length; text; NUL
+//     error                    u32 length; text; NUL; i64 kind
 //     int64, uint64            u64
 //     real, date               f64; a date is seconds since 2001-01-01 00:00:00 UTC
 //     boolean                  u8, 0 or 1
@@ -50,7 +52,7 @@ struct FrameHeader {
     std::uint64_t id;
 
     static constexpr std::uint16_t expectedMark = 0x4C57;
-    static constexpr std::uint32_t version = 1;
+    static constexpr std::uint32_t version = 2;
 };
 static_assert(sizeof(FrameHeader) == 16);
 
