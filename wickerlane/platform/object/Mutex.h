@@ -73,6 +73,18 @@ private:
 };
 using MutexLock = BasicMutexLock<Mutex>;
 
+/// Lets go of a held mutex for a scope.
+class WL_THREAD_ANNOTATION(scoped_lockable) MutexUnlock {
+public:
+    explicit MutexUnlock(Mutex &held) WL_RELEASE(held) : mutex(held) { mutex.unlock(); }
+    MutexUnlock(const MutexUnlock &) = delete;
+    MutexUnlock &operator=(const MutexUnlock &) = delete;
+    ~MutexUnlock() WL_RELEASE() { mutex.lock(); } // the attribute means the end of what the scope did
+
+private:
+    Mutex &mutex;
+};
+
 /// A condition variable of a Mutex. Waits may end early: look at the condition again.
 class Condition {
 public:
