@@ -219,6 +219,25 @@ TEST(Connection, isServedInOrderByAListenerThatOrdersEachPeer) {
     EXPECT_TRUE(std::ranges::is_sorted(handled));
 }
 
+TEST(Connection, getsAnAnswerWhileTheNextRequestIsStillBeingHandled) {
+    std::promise<void> firstIsThere;
+    auto first = firstIsThere.get_future();
+    const auto queue = WorkQueue::create("service");
+    const auto listener = listen(
+        [&](ReceivedMessage *received) {
+            if (numberOf(received->message()) == 2 && first.wait_for(longTime) != std::future_status::ready)
+                ADD_FAILURE() << "the first answer is held up";
+            echo(received);
+        },
+        queue.get());
+    const auto connection = MessageConnection::create(serviceName, nullptr);
+    connection->sendWithReply(numbered(1).get(), nullptr, [&](MessageValue *) { firstIsThere.set_value(); });
+    Collected replies;
+    connection->sendWithReply(numbered(2).get(), nullptr, replies.handler());
+    connection->resume(); // the two requests leave together
+    EXPECT_EQ(numberOf(replies.wait(1)[0].get()), 2);
+}
+
 TEST(Connection, noticesThatAnIdlePeerWentAway) {
     auto listener = listen(echo);
     Collected events;

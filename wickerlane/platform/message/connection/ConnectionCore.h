@@ -2,106 +2,78 @@
 #ifndef WICKERLANE_PLATFORM_MESSAGE_CONNECTION_CONNECTIONCORE_H
 #define WICKERLANE_PLATFORM_MESSAGE_CONNECTION_CONNECTIONCORE_H
 
-#include <condition_variable>
-#include <mutex>
 #include <string>
 
-#include "wickerlane/platform/message/connection/PendingReplies.h"
-#include "wickerlane/platform/message/wire/FrameReader.h"
-#include "wickerlane/platform/message/wire/SendQueue.h"
-#include "wickerlane/platform/queue/DescriptorSource.h"
+#include "wickerlane/platform/message/connection/IdleTimer.h"
+#include "wickerlane/platform/message/value/MessageValue.h"
+#include "wickerlane/platform/message/wire/MessageEncoder.h"
+#include "wickerlane/platform/object/Mutex.h"
+#include "wickerlane/platform/queue/WorkQueue.h"
 
 namespace wickerlane {
+
+class ConnectionSession;
 
 /// The machinery of one connection. It is kept alive by its MessageConnection, and for a moment longer by
 /// timers and threads that are at work in it.
 ///
-/// Between two interruptions everything belongs to one Session. One thread at a time reads its socket: a
-/// thread that waits for its own reply, which then blocks in the read, or else the process's reader thread.
-/// The reader thread is told of incoming data only while replies to handlers are due, or when nothing has
-/// happened for a moment (so that it does not wake for every synchronous reply); it always learns of a
-/// hang-up.
+///     state           what is sent            ends with                                    next state
+///     suspended       waits                   resume(), when nothing waits                 disconnected
+///                                             resume()                                     connecting
+///     disconnected    starts connecting       the first message                            connecting
+///     connecting      waits                   the service's hello                          connected
+///                                             no service, and none can be started          invalid
+///                                             the service's refusal or end                 disconnected
+///     connected       leaves                  the end of the peer, a broken rule, too      disconnected
+///                                             much that waits, or idleness
+///     invalid         fails                   -
+///
+/// cancel() makes any state invalid. Who reads and who sends while it is connected: ConnectionSession.h and
+/// ConnectionSender.h. When it is quiet and when idle: IdleTimer.h.
 class ConnectionCore final : public Object {
 public:
     ConnectionCore(const char *serviceName, WorkQueue *target);
+    ~ConnectionCore() override;
 
-    void setEventHandler(Handler<void(MessageValue *)> handler);
-    void resume();
-    void send(const MessageDictionary *message);
-    void send(const MessageDictionary *message, WorkQueue *queue, Handler<void(MessageValue *)> handler);
-    [[nodiscard]] Ref<MessageValue> sendSync(const MessageDictionary *message);
-    void sendBarrier(Handler<void()> handler);
-    /// Ends it. `quietly`: nobody holds the connection any more, so nobody is told; what was sent still
-    /// leaves.
-    void cancel(bool quietly);
-    void setIdleTime(std::chrono::milliseconds time);
+    void setEventHandler(Handler<void(MessageValue *)> handler) WL_EXCLUDES(mutex);
+    void setIdleTime(std::chrono::milliseconds time) WL_EXCLUDES(mutex);
+    void resume() WL_EXCLUDES(mutex);
+    void send(const MessageDictionary *message) WL_EXCLUDES(mutex);
+    void send(const MessageDictionary *message, WorkQueue *queue, Handler<void(MessageValue *)> handler)
+        WL_EXCLUDES(mutex);
+    [[nodiscard]] Ref<MessageValue> sendSync(const MessageDictionary *message) WL_EXCLUDES(mutex);
+    void sendBarrier(Handler<void()> handler) WL_EXCLUDES(mutex);
+    void cancel() WL_EXCLUDES(mutex);
+    /// Nothing holds the connection any more. It ends without an event, after what was sent has left.
+    void abandon() WL_EXCLUDES(mutex);
     [[nodiscard]] const char *serviceName() const noexcept { return name.c_str(); }
 
 private:
-    using Lock = std::unique_lock<std::mutex>;
-    using Deliveries = std::vector<Delivery>;
+    friend class ConnectionSession;
+    using Session = ConnectionSession;
     enum class State { suspended, disconnected, connecting, connected, invalid };
 
-    struct Barrier {
-        std::uint64_t position; // in the stream of bytes sent
-        Handler<void()> handler;
-    };
-    struct Received {
-        FrameKind kind;
-        std::uint64_t id;
-        Ref<MessageValue> value;
-    };
-    struct Session final : public Object {
-        UniqueFd socket;
-        SendQueue out;
-        FrameReader in; // of the thread that has `reading` set
-        PendingReplies pending;
-        std::vector<Barrier> barriers;
-        Ref<DescriptorSource> source;
-        bool reading = false;
-        bool flushing = false; // the reader thread is to send what waits
-        bool watched = false;  // for incoming data, since nothing happens
-        bool armed = false;
-        std::uint32_t armedEvents = 0;
-        std::size_t batches = 0; // of replies whose handlers have not all run
-        bool timed = false;      // what waits for them to run is sent in a moment anyway
-        bool broken = false;     // takes nothing any more; what is left to read tells why
-        bool over = false;
-    };
+    // Those that require the mutex may let go of it for a while, and end the session.
+    void startConnecting() WL_REQUIRES(mutex);
+    void connect() WL_REQUIRES(mutex);
+    void sendAppended() WL_REQUIRES(mutex);
+    void endSession(MessageError *error, MessageError *pendingError = nullptr) WL_REQUIRES(mutex);
 
-    void start();
-    void establish(Lock &lock);
-    void appended(Lock &lock);
-    void flush(Lock &lock, Session &session, int flags, std::uint64_t upTo);
-    class Batch;
-    void endBatch(Session &session);
-    void runBarriers(Session &session);
-    void arm(Session &session);
-    void onReady(Session &session, std::uint32_t events);
-    void read(Lock &lock, Session &session, const ReplyWaiter *waiter);
-    void passOnReading(Session &session);
-    [[nodiscard]] static bool decode(Session &session, std::vector<Received> &received);
-    [[nodiscard]] bool sort(Session &session, std::vector<Received> &received, Deliveries &deliveries);
-    void failPending(Session &session, MessageError *error, Deliveries &deliveries);
-    void endSession(Lock &lock, MessageError *error, MessageError *pendingError = nullptr);
-    void touch();
-    void tick();
-    void closeIfIdle();
+    void noteActivity() WL_REQUIRES(mutex);
+    void startQuietTimer();
+    void quietTimerFired() WL_EXCLUDES(mutex);
+    void startIdleTimer() WL_REQUIRES(mutex);
+    void idleTimerFired() WL_EXCLUDES(mutex);
 
     const std::string name;
     const Ref<WorkQueue> target;
-    std::mutex mutex;
-    State state = State::suspended;
-    Ref<Session> session;
-    int connectingSocket = -1;
-    bool released = false;
-    Handler<void(MessageValue *)> eventHandler;
-    std::uint64_t activity = 0;
-    std::uint64_t activityAtTick = 0;
-    std::uint64_t activityAtIdle = 0;
-    bool ticking = false;
-    bool closing = false;
-    std::chrono::milliseconds idleTime{10'000};
+    Mutex mutex;
+    State state WL_GUARDED_BY(mutex) = State::suspended;
+    Ref<Session> session WL_GUARDED_BY(mutex);
+    int connectingSocket WL_GUARDED_BY(mutex) = -1;
+    bool isReleased WL_GUARDED_BY(mutex) = false;
+    Handler<void(MessageValue *)> eventHandler WL_GUARDED_BY(mutex);
+    IdleTimer idleTimer WL_GUARDED_BY(mutex);
 };
 
 } // namespace wickerlane

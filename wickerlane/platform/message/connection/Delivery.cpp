@@ -10,9 +10,9 @@ void deliver(std::vector<Delivery> deliveries) {
         std::size_t next = first;
         batch.clear();
         for (; next < deliveries.size() && deliveries[next].queue == queue; ++next)
-            batch.emplace_back([handler = std::move(deliveries[next].handler),
-                                value = std::move(deliveries[next].value),
-                                batch = std::move(deliveries[next].batch)] { handler(value.get()); });
+            batch.emplace_back(
+                [handler = std::move(deliveries[next].handler), value = std::move(deliveries[next].value),
+                 held = std::move(deliveries[next].heldWhileRunning)] { handler(value.get()); });
         queue->asyncBatch(batch);
         first = next;
     }

@@ -14,7 +14,7 @@ struct Delivery {
     Ref<WorkQueue> queue;
     Handler<void(MessageValue *)> handler;
     Ref<MessageValue> value;
-    Ref<Object> batch{}; ///< Let go of when the handler has run; may be null.
+    Ref<Object> heldWhileRunning{}; ///< Let go of when the handler has run; may be null.
 };
 
 /// Has each handler run on its queue, in order where the queue is serial; those for one queue are submitted

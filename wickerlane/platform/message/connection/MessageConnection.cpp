@@ -15,7 +15,7 @@ class ConnectionHandle final : public MessageConnection {
 public:
     ConnectionHandle(const char *serviceName, WorkQueue *target)
         : core(makeRef<ConnectionCore>(serviceName, target)) {}
-    ~ConnectionHandle() override { core->cancel(true); }
+    ~ConnectionHandle() override { core->abandon(); }
 
     void setEventHandler(Handler<void(MessageValue *)> handler) override {
         core->setEventHandler(std::move(handler));
@@ -32,7 +32,7 @@ public:
         return kept->sendSync(message);
     }
     void sendBarrier(Handler<void()> handler) override { core->sendBarrier(std::move(handler)); }
-    void cancel() override { core->cancel(false); }
+    void cancel() override { core->cancel(); }
     [[nodiscard]] const char *serviceName() const noexcept override { return core->serviceName(); }
 
 private:

@@ -1,3 +1,5 @@
+#include "wickerlane/platform/message/listener/ListenerPeer.h"
+
 #include <sys/socket.h>
 
 #include "wickerlane/platform/message/listener/ListenerCore.h"
@@ -8,29 +10,21 @@ constinit const Class MessagePeer::classInfo{"MessagePeer", &Object::classInfo, 
 WL_BUILT_IN_CLASS(MessagePeer);
 
 namespace {
-thread_local constinit ListenerPeer::Gathering *gathering = nullptr;
-thread_local constinit const ListenerPeer *served = nullptr;
+
+// How long, and until how much of it there is, answers are gathered.
+constexpr std::chrono::milliseconds gatherTime{1};
+constexpr std::size_t maxGatheredBytes = 64 * 1024;
+
 } // namespace
 
-ListenerPeer::Serving::Serving(const ListenerPeer *peer) noexcept {
-    served = peer;
-}
-
-ListenerPeer::Serving::~Serving() {
-    served = nullptr;
-}
-
-ListenerPeer::Gathering::Gathering(ListenerPeer *peer) noexcept
-    : gatheredFor(peer), outer(std::exchange(gathering, this)) {
-}
-
-ListenerPeer::Gathering::~Gathering() {
-    gathering = outer;
-    std::unique_lock lock(gatheredFor->mutex);
-    gatheredFor->flush(lock);
+ListenerPeer::ListenerPeer(ListenerCore *owner, UniqueFd connected, PeerProcess peer, Ref<UserShare> user)
+    : share(std::move(user)), listener(owner), descriptor(connected.get()), process(std::move(peer)),
+      socket(std::move(connected)) {
 }
 
 ListenerPeer::~ListenerPeer() = default;
+
+// Sending
 
 void ListenerPeer::send(MessageDictionary *message) {
     MessageEncoder frame;
@@ -52,95 +46,140 @@ void ListenerPeer::replyError(std::uint64_t id, std::string_view description, st
 }
 
 void ListenerPeer::transmit(const MessageEncoder &frame) {
-    std::unique_lock lock(mutex);
-    if (closed || broken || ending)
+    const MutexLock lock(mutex);
+    if (state != State::open)
         return;
-    const std::uint64_t before = out.appended();
-    out.append(frame);
-    const std::size_t added = out.appended() - before;
-    queuedBytes.fetch_add(added, std::memory_order_relaxed);
-    const std::size_t queued = share->queuedBytes.fetch_add(added, std::memory_order_relaxed);
-    if (queued > listener->limits().unreadBytes) {
-        broken = true;
-        shutdown(socket.get(), SHUT_RDWR);
-        listener->attend(share.get());
+    const std::uint64_t before = queue.appended();
+    queue.append(frame);
+    const std::size_t added = queue.appended() - before;
+    bytesToSend.fetch_add(added, std::memory_order_relaxed);
+    const std::size_t ofUser = share->queuedBytes.fetch_add(added, std::memory_order_relaxed);
+    if (ofUser > listener->limits().unreadBytes) {
+        breakOff();
+        return notifyIntake();
+    }
+    if (gatheringThread == std::this_thread::get_id() && queue.queuedBytes() < maxGatheredBytes)
+        return flushSoon();
+    flush();
+}
+
+void ListenerPeer::startGathering() {
+    const MutexLock lock(mutex);
+    gatheringThread = std::this_thread::get_id();
+}
+
+void ListenerPeer::stopGathering() {
+    const MutexLock lock(mutex);
+    gatheringThread = {};
+}
+
+void ListenerPeer::sendGathered() {
+    const MutexLock lock(mutex);
+    flush();
+}
+
+void ListenerPeer::flushSoon() {
+    if (std::exchange(isFlushDue, true))
         return;
-    }
-    if (gathering != nullptr && gathering->gatheredFor.get() == this) {
-        constexpr std::chrono::microseconds moment{200};
-        constexpr std::size_t enough = 64 * 1024;
-        const auto now = std::chrono::steady_clock::now();
-        if (gathering->since == std::chrono::steady_clock::time_point{})
-            gathering->since = now;
-        if (now - gathering->since < moment && out.queuedBytes() < enough)
-            return;
-        gathering->since = now;
-    }
-    flush(lock);
+    WorkQueue::global()->after(gatherTime, [self = Ref<ListenerPeer>(this)] {
+        const MutexLock lock(self->mutex);
+        self->isFlushDue = false;
+        self->flush();
+    });
 }
 
 // Sends all that waits, unless another thread is at it or the socket is full.
-void ListenerPeer::flush(std::unique_lock<std::mutex> &lock) {
-    if (closed || broken || blocked || out.isEmpty() || out.isBeingSent())
+void ListenerPeer::flush() {
+    if (state == State::broken || state == State::closed || isBlocked || queue.isEmpty() ||
+        queue.isBeingSent())
         return;
     SendQueue::Outcome outcome = SendQueue::Outcome::sent;
-    while (outcome == SendQueue::Outcome::sent && !out.isEmpty() && !closed) {
-        const std::uint64_t before = out.sent();
-        outcome = out.flush(lock, socket.get(), MSG_DONTWAIT, out.appended());
-        sentBytes(out.sent() - before);
+    while (outcome == SendQueue::Outcome::sent && !queue.isEmpty() && state != State::closed) {
+        const std::uint64_t before = queue.sent();
+        outcome = queue.flush(mutex, descriptor, MSG_DONTWAIT, queue.appended());
+        bytesSent(queue.sent() - before);
     }
-    if (closed) {
-        close();
-        return;
-    }
-    if (outcome == SendQueue::Outcome::failed) {
-        broken = true;
-        shutdown(socket.get(), SHUT_RDWR);
-    }
-    blocked = outcome == SendQueue::Outcome::blocked;
-    if (ending && out.isEmpty())
-        shutdown(socket.get(), SHUT_RDWR);
-    if ((blocked && served != this) || broken || share->held.load())
-        listener->attend(share.get());
+    if (state == State::closed)
+        return closeSocket();
+    isBlocked = outcome == SendQueue::Outcome::blocked;
+    if (state == State::ending && queue.isEmpty())
+        shutdown(descriptor, SHUT_RDWR);
+    if (outcome == SendQueue::Outcome::failed)
+        breakOff();
+    if (((isBlocked || state == State::broken) && !isInTurn) || share->isHeldBack.load())
+        notifyIntake();
 }
+
+// Ending
 
 void ListenerPeer::cancel() {
-    const std::lock_guard lock(mutex);
-    if (closed)
+    const MutexLock lock(mutex);
+    if (state != State::open)
         return;
-    ending = true;
-    if (out.isEmpty())
-        shutdown(socket.get(), SHUT_RDWR);
+    state = State::ending;
+    if (queue.isEmpty())
+        shutdown(descriptor, SHUT_RDWR);
 }
 
-// With the mutex held.
+void ListenerPeer::breakOff() {
+    state = State::broken;
+    shutdown(descriptor, SHUT_RDWR);
+}
+
 void ListenerPeer::close() {
-    if (!closed) {
-        closed = true;
-        shutdown(socket.get(), SHUT_RDWR);
-    }
-    if (out.isBeingSent())
-        return; // its thread comes here in the end
-    sentBytes(out.queuedBytes());
-    out = SendQueue();
+    const MutexLock lock(mutex);
+    if (state == State::closed)
+        return;
+    state = State::closed;
+    shutdown(descriptor, SHUT_RDWR);
+    if (!queue.isBeingSent()) // else the thread that sends does the rest
+        closeSocket();
+}
+
+void ListenerPeer::closeSocket() {
+    bytesSent(queue.queuedBytes());
+    queue = SendQueue();
     socket.reset();
 }
 
-void ListenerPeer::sentBytes(std::size_t count) noexcept {
-    queuedBytes.fetch_sub(count, std::memory_order_relaxed);
+// The intake thread
+
+void ListenerPeer::beginTurn(bool hasRoom) {
+    const MutexLock lock(mutex);
+    isInTurn = true;
+    if (hasRoom) {
+        isBlocked = false;
+        flush();
+    }
+}
+
+ListenerPeer::Interest ListenerPeer::endTurn() {
+    const MutexLock lock(mutex);
+    isInTurn = false;
+    return {.wantsRoom = isBlocked, .isBroken = state == State::broken};
+}
+
+void ListenerPeer::notifyIntake() {
+    listener->reviewPeers(share.get());
+}
+
+// Accounting
+
+void ListenerPeer::bytesSent(std::size_t count) noexcept {
+    bytesToSend.fetch_sub(count, std::memory_order_relaxed);
     share->queuedBytes.fetch_sub(count, std::memory_order_relaxed);
 }
 
-void ListenerPeer::freed(std::size_t length) {
-    share->receivedBytes.fetch_sub(length);
-    if (share->held.load())
-        listener->attend(share.get());
+void ListenerPeer::requestAnswered() {
+    unansweredRequests.fetch_sub(1);
+    if (share->isHeldBack.load())
+        notifyIntake();
 }
 
-void ListenerPeer::answered() {
-    unanswered.fetch_sub(1);
-    if (share->held.load())
-        listener->attend(share.get());
+void ListenerPeer::messageReleased(std::size_t length) {
+    share->receivedBytes.fetch_sub(length);
+    if (share->isHeldBack.load())
+        notifyIntake();
 }
 
 } // namespace wickerlane

@@ -5,11 +5,13 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "wickerlane/platform/file/Retry.h"
+
 namespace wickerlane {
 namespace {
 
 // As many as the kernel passes in one message; with room for all none is dropped unseen.
-constexpr std::size_t mostDescriptors = 253;
+constexpr std::size_t maxDescriptors = 253;
 
 bool isHeader(const FrameHeader &header) {
     return header.mark == FrameHeader::expectedMark && header.kind >= FrameKind::hello &&
@@ -19,10 +21,6 @@ bool isHeader(const FrameHeader &header) {
 
 } // namespace
 
-std::size_t FrameReader::lengthOfBegun() const noexcept {
-    return frameLength;
-}
-
 bool FrameReader::makeRoom() {
     const std::size_t kept = last - first;
     if (buffer != nullptr && kept == 0 && buffer->isUnique() && buffer->capacity() == sharedBytes)
@@ -31,7 +29,7 @@ bool FrameReader::makeRoom() {
         // A buffer of its own for a long frame, which begins at the buffer's start.
         if (buffer != nullptr && first == 0 && buffer->capacity() > sharedBytes)
             return last < buffer->capacity() || buffer->grow(std::min(frameLength, buffer->capacity() * 2));
-        Ref<MessageBuffer> own = MessageBuffer::create(std::min(frameLength, firstBytesOfLong));
+        Ref<MessageBuffer> own = MessageBuffer::create(std::min(frameLength, firstBytesOfLongFrame));
         if (own == nullptr)
             return false;
         std::memcpy(own->bytes(), buffer->bytes() + first, kept);
@@ -65,16 +63,14 @@ FrameReader::Outcome FrameReader::receive(int socket, int flags) {
     const std::size_t end =
         frameLength > sharedBytes ? std::min(frameLength, buffer->capacity()) : buffer->capacity();
     iovec part{buffer->bytes() + last, end - last};
-    alignas(cmsghdr) char control[CMSG_SPACE(mostDescriptors * sizeof(int))];
+    alignas(cmsghdr) char control[CMSG_SPACE(maxDescriptors * sizeof(int))];
     msghdr message{};
     message.msg_iov = &part;
     message.msg_iovlen = 1;
     message.msg_control = control;
     message.msg_controllen = sizeof control;
-    ssize_t count = 0;
-    do
-        count = recvmsg(socket, &message, flags | MSG_CMSG_CLOEXEC);
-    while (count < 0 && errno == EINTR);
+    const ssize_t count =
+        retryInterrupted([&] { return recvmsg(socket, &message, flags | MSG_CMSG_CLOEXEC); });
     if (count < 0)
         return errno == EAGAIN || errno == EWOULDBLOCK ? Outcome::nothing : Outcome::ended;
 

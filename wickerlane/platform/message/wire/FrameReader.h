@@ -30,10 +30,10 @@ public:
     [[nodiscard]] Outcome receive(int socket, int flags);
     /// The next frame of what was received, if it is whole.
     [[nodiscard]] Next next(Frame &frame);
-    /// Whether a frame has begun and is not whole.
-    [[nodiscard]] bool inFrame() const noexcept { return first != last; }
-    /// Length of the frame that has begun, once its header is there, else 0.
-    [[nodiscard]] std::size_t lengthOfBegun() const noexcept;
+    /// A frame has begun and is not whole.
+    [[nodiscard]] bool isMidFrame() const noexcept { return first != last; }
+    /// Length of the frame that has begun, with its header; 0 until its header is there.
+    [[nodiscard]] std::size_t currentFrameLength() const noexcept { return frameLength; }
     /// Whether the last receive() filled all the room it had, so that more may be waiting.
     [[nodiscard]] bool wasFilled() const noexcept { return filled; }
 
@@ -41,11 +41,11 @@ private:
     [[nodiscard]] bool makeRoom();
 
     static constexpr std::size_t sharedBytes = 32 * 1024;
-    static constexpr std::size_t firstBytesOfLong = 1024 * 1024;
+    static constexpr std::size_t firstBytesOfLongFrame = 1024 * 1024;
     Ref<MessageBuffer> buffer;
     std::size_t first = 0; // of the bytes not yet given out
     std::size_t last = 0;
-    std::size_t frameLength = 0; // of the frame that has begun, with its header; 0 when not known
+    std::size_t frameLength = 0;
     bool filled = false;
     std::vector<UniqueFd> descriptors; // not yet given out
 };

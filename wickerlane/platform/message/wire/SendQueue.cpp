@@ -4,6 +4,7 @@
 
 #include <cerrno>
 
+#include "wickerlane/platform/file/Retry.h"
 #include "wickerlane/platform/message/wire/MessageLimits.h"
 
 namespace wickerlane {
@@ -55,10 +56,10 @@ void SendQueue::append(const MessageEncoder &frame) {
 }
 
 ssize_t SendQueue::Batch::send(int socket, int flags) {
-    constexpr std::size_t mostParts = 64;
-    iovec parts[mostParts];
+    constexpr std::size_t maxParts = 64;
+    iovec parts[maxParts];
     std::size_t count = 0;
-    for (std::size_t i = nextPiece; i < pieces.size() && count < mostParts; ++i) {
+    for (std::size_t i = nextPiece; i < pieces.size() && count < maxParts; ++i) {
         const Piece &piece = pieces[i];
         if (count != 0 && piece.descriptorCount != 0)
             break;
@@ -85,23 +86,23 @@ ssize_t SendQueue::Batch::send(int socket, int flags) {
             std::memcpy(CMSG_DATA(header) + i * sizeof fd, &fd, sizeof fd);
         }
     }
-    ssize_t sent = 0;
-    do
-        sent = sendmsg(socket, &message, flags | MSG_NOSIGNAL);
-    while (sent < 0 && errno == EINTR);
-    if (sent <= 0)
-        return sent;
-    for (auto left = static_cast<std::size_t>(sent); left != 0;) {
+    const ssize_t sent = retryInterrupted([&] { return sendmsg(socket, &message, flags | MSG_NOSIGNAL); });
+    if (sent > 0)
+        advance(static_cast<std::size_t>(sent));
+    return sent;
+}
+
+void SendQueue::Batch::advance(std::size_t sent) {
+    while (sent != 0) {
         const std::size_t ofPiece = pieces[nextPiece].length - sentOfPiece;
-        if (left < ofPiece) {
-            sentOfPiece += left;
-            break;
+        if (sent < ofPiece) {
+            sentOfPiece += sent;
+            return;
         }
-        left -= ofPiece;
+        sent -= ofPiece;
         sentOfPiece = 0;
         ++nextPiece;
     }
-    return sent;
 }
 
 void SendQueue::Batch::clear() {
@@ -116,33 +117,35 @@ void SendQueue::Batch::clear() {
     sentOfPiece = 0;
 }
 
-SendQueue::Outcome SendQueue::flush(std::unique_lock<std::mutex> &lock, int socket, int flags,
-                                    std::uint64_t upTo) {
-    sending = true;
+SendQueue::Outcome SendQueue::flush(Mutex &mutex, int socket, int flags, std::uint64_t upTo) {
+    isFlushing = true;
     Outcome outcome = Outcome::sent;
     while (sentBytes < upTo) {
-        if (inHand.isEmpty()) {
-            inHand.clear();
-            std::swap(inHand, waiting);
-            inHandBytes = inHand.gathered.size();
+        if (current.isEmpty()) {
+            current.clear();
+            std::swap(current, waiting);
+            currentBytes = current.gathered.size();
         }
-        lock.unlock();
-        const ssize_t count = inHand.send(socket, flags);
-        const int error = errno;
-        // What was lent goes back to its owner outside the lock.
-        const bool finished = inHand.isEmpty();
-        if (finished)
-            inHand.clear();
-        lock.lock();
-        if (finished)
-            inHandBytes = 0;
+        ssize_t count = 0;
+        int error = 0;
+        bool isFinished = false;
+        {
+            const MutexUnlock unlocked(mutex);
+            count = current.send(socket, flags);
+            error = errno;
+            isFinished = current.isEmpty();
+            if (isFinished)
+                current.clear(); // what was lent goes back to its owner without the mutex
+        }
+        if (isFinished)
+            currentBytes = 0;
         if (count < 0) {
             outcome = error == EAGAIN || error == EWOULDBLOCK ? Outcome::blocked : Outcome::failed;
             break;
         }
         sentBytes += static_cast<std::uint64_t>(count);
     }
-    sending = false;
+    isFlushing = false;
     return outcome;
 }
 

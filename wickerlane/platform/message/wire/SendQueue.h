@@ -2,15 +2,15 @@
 #ifndef WICKERLANE_PLATFORM_MESSAGE_WIRE_SENDQUEUE_H
 #define WICKERLANE_PLATFORM_MESSAGE_WIRE_SENDQUEUE_H
 
-#include <mutex>
 #include <vector>
 
 #include "wickerlane/platform/message/wire/MessageEncoder.h"
+#include "wickerlane/platform/object/Mutex.h"
 
 namespace wickerlane {
 
-/// Frames in the order of sending. Many threads append, one at a time sends all that has gathered. Guarded by
-/// its owner's mutex, which is released while the kernel works.
+/// Frames in the order of sending. Many threads append; one at a time sends all that waits. Guarded by its
+/// owner's mutex, which is released while the kernel works.
 class SendQueue {
 public:
     enum class Outcome {
@@ -22,17 +22,18 @@ public:
     void append(const MessageEncoder &frame);
     [[nodiscard]] bool isEmpty() const noexcept { return sentBytes == appendedBytes; }
     /// A thread is in flush().
-    [[nodiscard]] bool isBeingSent() const noexcept { return sending; }
+    [[nodiscard]] bool isBeingSent() const noexcept { return isFlushing; }
     [[nodiscard]] std::uint64_t appended() const noexcept { return appendedBytes; } ///< Bytes, ever.
     [[nodiscard]] std::uint64_t sent() const noexcept { return sentBytes; }         ///< Bytes, ever.
     [[nodiscard]] std::size_t queuedBytes() const noexcept { return appendedBytes - sentBytes; }
     /// Bytes that are kept here, without those that are lent.
-    [[nodiscard]] std::size_t gatheredBytes() const noexcept { return waiting.gathered.size() + inHandBytes; }
+    [[nodiscard]] std::size_t gatheredBytes() const noexcept {
+        return waiting.gathered.size() + currentBytes;
+    }
 
-    /// Sends until `upTo` bytes, ever, have been sent. `flags` are those of sendmsg(2). To be called while no
-    /// other thread is in it.
-    [[nodiscard]] Outcome flush(std::unique_lock<std::mutex> &lock, int socket, int flags,
-                                std::uint64_t upTo);
+    /// Sends until `upTo` bytes, ever, have been sent. `mutex` is the owner's, `flags` are those of
+    /// sendmsg(2). To be called while no other thread is in it.
+    [[nodiscard]] Outcome flush(Mutex &mutex, int socket, int flags, std::uint64_t upTo) WL_REQUIRES(mutex);
 
 private:
     // A stretch of the stream: of the gathered bytes, or lent. Descriptors go with its first byte.
@@ -53,13 +54,14 @@ private:
         [[nodiscard]] bool isEmpty() const noexcept { return nextPiece == pieces.size(); }
         void addGathered(std::string_view bytes, bool begins);
         [[nodiscard]] ssize_t send(int socket, int flags);
+        void advance(std::size_t sent);
         void clear();
     };
 
     Batch waiting;
-    Batch inHand; // belongs to the thread in flush()
-    std::size_t inHandBytes = 0;
-    bool sending = false;
+    Batch current; // belongs to the thread in flush()
+    std::size_t currentBytes = 0;
+    bool isFlushing = false;
     std::uint64_t appendedBytes = 0;
     std::uint64_t sentBytes = 0;
 };

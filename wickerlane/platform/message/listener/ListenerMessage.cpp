@@ -1,0 +1,44 @@
+#include "wickerlane/platform/message/listener/ListenerMessage.h"
+
+#include "wickerlane/platform/message/listener/ListenerCore.h"
+
+namespace wickerlane {
+
+constinit const Class ReceivedMessage::classInfo{"ReceivedMessage", &Object::classInfo, nullptr};
+WL_BUILT_IN_CLASS(ReceivedMessage);
+
+ListenerMessage::ListenerMessage(Ref<ListenerPeer> from, Ref<MessageDictionary> contents,
+                                 const FrameHeader &header, ListenerCore *owner)
+    : sender(std::move(from)), received(std::move(contents)), id(header.id), length(header.length),
+      isRequest(header.kind == FrameKind::request), listener(owner) {
+    listener->messageHeld();
+    if (isRequest)
+        sender->requestReceived();
+}
+
+ListenerMessage::~ListenerMessage() {
+    if (claimAnswer())
+        sender->replyError(id, "The service did not answer.", 0);
+    received = nullptr;
+    sender->messageReleased(length);
+    listener->messageReleased();
+}
+
+void ListenerMessage::reply(MessageDictionary *answer) {
+    if (claimAnswer())
+        sender->reply(id, answer);
+}
+
+void ListenerMessage::replyError(std::string_view description, std::int64_t kind) {
+    if (claimAnswer())
+        sender->replyError(id, description, kind);
+}
+
+bool ListenerMessage::claimAnswer() {
+    if (!isRequest || isAnswered.exchange(true))
+        return false;
+    sender->requestAnswered();
+    return true;
+}
+
+} // namespace wickerlane

@@ -1,0 +1,114 @@
+// One client of a listener.
+#ifndef WICKERLANE_PLATFORM_MESSAGE_LISTENER_LISTENERPEER_H
+#define WICKERLANE_PLATFORM_MESSAGE_LISTENER_LISTENERPEER_H
+
+#include <thread>
+
+#include "wickerlane/platform/message/listener/MessageListener.h"
+#include "wickerlane/platform/message/listener/PeerProcess.h"
+#include "wickerlane/platform/message/listener/UserShare.h"
+#include "wickerlane/platform/message/wire/FrameReader.h"
+#include "wickerlane/platform/message/wire/SendQueue.h"
+#include "wickerlane/platform/object/Mutex.h"
+
+namespace wickerlane {
+
+class ListenerCore;
+
+/// What the intake thread alone knows of a peer.
+struct PeerIntakeState {
+    FrameReader reader;
+    Ref<WorkQueue> orderedQueue; ///< Null until the first message, if it is used at all.
+    std::uint64_t number = 0;    ///< Its name for epoll.
+    bool isAdmitted = false;
+    std::uint32_t watchedEvents = 0; ///< What it is registered for; 0: not registered.
+    std::size_t reservedBytes = 0;   ///< Of the user's share, for the message that is being received.
+    std::chrono::steady_clock::time_point lastBytes{};
+};
+
+/// One client. The intake thread reads its socket; any thread answers.
+///
+/// Each answer leaves at once, on the thread that gives it, with three exceptions:
+///
+///     situation                          what is sent leaves
+///     another thread is sending          on that thread
+///     the socket is full                 on the intake thread, when there is room
+///     the thread gathers its answers     when the thread has stopped gathering, or 1 ms later (so that a
+///     slow
+///                                        handler does not hold up earlier answers), or once it is 64 KiB
+class ListenerPeer final : public MessagePeer {
+public:
+    ListenerPeer(ListenerCore *owner, UniqueFd connected, PeerProcess peer, Ref<UserShare> user);
+    ~ListenerPeer() override;
+
+    [[nodiscard]] const PeerIdentity &identity() const noexcept override { return process.identity; }
+    [[nodiscard]] bool isAlive() const noexcept override { return process.isAlive(); }
+    void send(MessageDictionary *message) override;
+    void cancel() override;
+
+    void reply(std::uint64_t id, MessageDictionary *answer);
+    void replyError(std::uint64_t id, std::string_view description, std::int64_t kind);
+    void transmit(const MessageEncoder &frame) WL_EXCLUDES(mutex);
+
+    /// From here to stopGathering() what the calling thread sends is gathered.
+    void startGathering() WL_EXCLUDES(mutex);
+    /// What was gathered leaves with what is sent next, or with sendGathered().
+    void stopGathering() WL_EXCLUDES(mutex);
+    void sendGathered() WL_EXCLUDES(mutex);
+
+    void requestReceived() noexcept { unansweredRequests.fetch_add(1); }
+    void requestAnswered();
+    void messageReleased(std::size_t length);
+
+    struct Interest {
+        bool wantsRoom; ///< Something waits until the socket has room.
+        bool isBroken;  ///< The connection is to be ended.
+    };
+    /// The intake thread turns to the peer. Until endTurn() nothing notifies it of the peer.
+    void beginTurn(bool hasRoom) WL_EXCLUDES(mutex);
+    [[nodiscard]] Interest endTurn() WL_EXCLUDES(mutex);
+    /// Of the intake thread.
+    void close() WL_EXCLUDES(mutex);
+    [[nodiscard]] int socketDescriptor() const noexcept { return descriptor; }
+
+    /// Requests that wait for their answers.
+    [[nodiscard]] std::size_t unanswered() const noexcept { return unansweredRequests.load(); }
+    [[nodiscard]] std::size_t queuedBytes() const noexcept { return bytesToSend.load(); }
+
+    const Ref<UserShare> share;
+    PeerIntakeState intake;
+
+private:
+    enum class State {
+        open,
+        ending, ///< Takes no more, and ends when what waits has left.
+        broken, ///< Nothing can be sent any more; the intake thread is to close it.
+        closed
+    };
+
+    void flush() WL_REQUIRES(mutex);
+    void flushSoon() WL_REQUIRES(mutex);
+    void breakOff() WL_REQUIRES(mutex);
+    void closeSocket() WL_REQUIRES(mutex);
+    void notifyIntake();
+    void bytesSent(std::size_t count) noexcept;
+
+    const Ref<ListenerCore> listener;
+    const int descriptor; // the socket's number, as long as the intake thread has not closed it
+    const PeerProcess process;
+    std::atomic<std::size_t> unansweredRequests{0};
+    std::atomic<std::size_t> bytesToSend{0}; // its part of the user's
+
+    Mutex mutex;
+    State state WL_GUARDED_BY(mutex) = State::open;
+    SendQueue queue WL_GUARDED_BY(mutex);
+    UniqueFd socket WL_GUARDED_BY(mutex);         // closed by the intake thread, or by the last that sends
+    bool isBlocked WL_GUARDED_BY(mutex) = false;  // the intake thread sends on when there is room
+    bool isInTurn WL_GUARDED_BY(mutex) = false;   // the intake thread looks after it by itself
+    bool isFlushDue WL_GUARDED_BY(mutex) = false; // a timer will send what is gathered
+    std::thread::id gatheringThread WL_GUARDED_BY(mutex);
+};
+
+} // namespace wickerlane
+
+#endif

@@ -1,0 +1,204 @@
+#include "wickerlane/platform/message/listener/PeerIntake.h"
+
+#include <sys/epoll.h>
+#include <sys/socket.h>
+
+#include "wickerlane/platform/message/listener/ListenerCore.h"
+#include "wickerlane/platform/message/listener/ListenerMessage.h"
+#include "wickerlane/platform/message/wire/MessageDecoder.h"
+#include "wickerlane/platform/object/ReleaseScope.h"
+
+namespace wickerlane {
+
+// Peers
+
+ListenerPeer *PeerIntake::find(std::uint64_t number) const {
+    const auto found = peers.find(number);
+    return found == peers.end() ? nullptr : found->second.get();
+}
+
+void PeerIntake::add(std::uint64_t number, Ref<ListenerPeer> peer) {
+    peer->intake.number = number;
+    peers.emplace(number, std::move(peer));
+}
+
+void PeerIntake::disconnect(ListenerPeer &peer) {
+    const Ref<ListenerPeer> kept(&peer);
+    if (peers.erase(peer.intake.number) == 0)
+        return;
+    if (peer.intake.watchedEvents != 0)
+        epoll_ctl(poller.get(), EPOLL_CTL_DEL, peer.socketDescriptor(), nullptr);
+    peer.close();
+    peer.share->receivedBytes.fetch_sub(peer.intake.reservedBytes);
+    --peer.share->connections;
+    if (peer.share->isHeldBack.load())
+        listener->reviewPeers(peer.share.get());
+    if (peers.empty())
+        lastRemoval = Clock::now();
+}
+
+void PeerIntake::disconnectAll() {
+    while (!peers.empty())
+        disconnect(*peers.begin()->second);
+}
+
+void PeerIntake::disconnectStalled() {
+    anyMidMessage = false;
+    std::vector<Ref<ListenerPeer>> stalled;
+    for (const auto &[number, peer] : peers) {
+        if (!peer->intake.reader.isMidFrame() || (peer->intake.watchedEvents & EPOLLIN) == 0)
+            continue;
+        anyMidMessage = true;
+        if (Clock::now() - peer->intake.lastBytes > options.limits.stalledMessage)
+            stalled.push_back(peer);
+    }
+    for (const auto &peer : stalled)
+        disconnect(*peer);
+}
+
+// Watching
+
+void PeerIntake::onReady(const Ref<ListenerPeer> &peer, std::uint32_t events) {
+    peer->beginTurn((events & EPOLLOUT) != 0);
+    if ((events & ~std::uint32_t{EPOLLOUT}) != 0 && !readFrom(peer))
+        return disconnect(*peer);
+    watch(*peer);
+}
+
+void PeerIntake::watch(ListenerPeer &peer) {
+    if (find(peer.intake.number) == nullptr)
+        return;
+    const auto [wantsRoom, isBroken] = peer.endTurn();
+    if (isBroken)
+        return disconnect(peer);
+    std::uint32_t wanted = wantsRoom ? EPOLLOUT : 0U;
+    if (peer.intake.isAdmitted && mayRead(peer))
+        wanted |= EPOLLIN;
+    const std::uint32_t watched = peer.intake.watchedEvents;
+    if (wanted == watched)
+        return;
+    const int operation = watched == 0 ? EPOLL_CTL_ADD : wanted == 0 ? EPOLL_CTL_DEL : EPOLL_CTL_MOD;
+    epoll_event event{.events = wanted, .data = {.u64 = peer.intake.number}};
+    if (epoll_ctl(poller.get(), operation, peer.socketDescriptor(), &event) != 0)
+        return disconnect(peer);
+    peer.intake.watchedEvents = wanted;
+}
+
+void PeerIntake::review(UserShare *share) {
+    share->isHeldBack = false;
+    std::vector<Ref<ListenerPeer>> ofUser;
+    for (const auto &[number, peer] : peers)
+        if (peer->share == share)
+            ofUser.push_back(peer);
+    for (const auto &peer : ofUser)
+        watch(*peer);
+}
+
+bool PeerIntake::mayRead(ListenerPeer &peer) {
+    if (hasRoomFor(peer))
+        return true;
+    // Announced first and tested again, so that what is freed in between is not missed.
+    peer.share->isHeldBack = true;
+    return hasRoomFor(peer);
+}
+
+bool PeerIntake::hasRoomFor(ListenerPeer &peer) {
+    // A peer that leaves no answer unread is not held back by others of its user that do.
+    if (peer.unanswered() >= options.limits.unanswered ||
+        (peer.share->queuedBytes.load() >= options.limits.queuedBytes && peer.queuedBytes() != 0))
+        return false;
+    // The bytes of a message are reserved when it begins, so that it can be finished.
+    if (peer.intake.reservedBytes != 0)
+        return true;
+    const std::size_t begun = peer.intake.reader.currentFrameLength();
+    if (!peer.share->reserve(begun, options.limits.queuedBytes))
+        return false;
+    peer.intake.reservedBytes = begun;
+    return true;
+}
+
+// Reading
+
+// False when the connection is over.
+bool PeerIntake::readFrom(const Ref<ListenerPeer> &peer) {
+    constexpr int maxRounds = 16; // so that others get their turn
+    FrameReader &reader = peer->intake.reader;
+    for (int round = 0; round < maxRounds; ++round) {
+        if (!peer->intake.isAdmitted || !mayRead(*peer))
+            return true;
+        const auto outcome = reader.receive(peer->socketDescriptor(), MSG_DONTWAIT);
+        if (outcome == FrameReader::Outcome::nothing)
+            return true;
+        if (outcome != FrameReader::Outcome::bytes)
+            return false;
+        peer->intake.lastBytes = Clock::now();
+        Messages messages;
+        const bool isSound = decodeFrames(peer, messages);
+        anyMidMessage = anyMidMessage || reader.isMidFrame();
+        if (!messages.empty())
+            dispatch(peer, std::move(messages));
+        if (!isSound)
+            return false;
+        if (!reader.wasFilled())
+            return true;
+    }
+    return true;
+}
+
+bool PeerIntake::decodeFrames(const Ref<ListenerPeer> &peer, Messages &messages) {
+    FrameReader::Frame frame;
+    for (;;) {
+        const auto next = peer->intake.reader.next(frame);
+        if (next != FrameReader::Next::frame)
+            return next == FrameReader::Next::incomplete;
+        const FrameHeader &header = frame.header;
+        if (header.kind != FrameKind::message && header.kind != FrameKind::request)
+            return false;
+        Ref<MessageDictionary> message = decodeMessage(frame.buffer, frame.contents, frame.descriptors);
+        if (message == nullptr)
+            return false;
+        // From now on its own length counts, until it is released, in place of what was reserved for it.
+        peer->share->receivedBytes.fetch_add(header.length);
+        peer->share->receivedBytes.fetch_sub(std::exchange(peer->intake.reservedBytes, 0));
+        messages.push_back(makeRef<ListenerMessage>(peer, std::move(message), header, listener));
+    }
+}
+
+// Handling
+
+void PeerIntake::dispatch(const Ref<ListenerPeer> &peer, Messages messages) {
+    if (queue == nullptr && !options.ordersEachPeer)
+        return handleInOrder(*peer, std::move(messages));
+    if (options.ordersEachPeer && peer->intake.orderedQueue == nullptr)
+        peer->intake.orderedQueue = WorkQueue::create("peer of a service");
+    WorkQueue *handling = options.ordersEachPeer ? peer->intake.orderedQueue.get() : queue;
+    const Ref<ListenerCore> owner(listener);
+    if (handling != WorkQueue::global())
+        return handling->async([this, owner, peer, messages = std::move(messages)]() mutable {
+            handleInOrder(*peer, std::move(messages));
+        });
+    // Handlers of a concurrent queue may block: each has a work item of its own.
+    std::vector<WorkQueue::Work> items;
+    items.reserve(messages.size());
+    for (Ref<ReceivedMessage> &message : messages)
+        items.emplace_back([this, owner, message = std::move(message)] { messageHandler(message.get()); });
+    handling->asyncBatch(items);
+}
+
+void PeerIntake::handleInOrder(ListenerPeer &peer, Messages messages) const {
+    // Where one message may take longer than the next, each answer leaves at once.
+    const bool gathers = !options.ordersEachPeer && messages.size() > 1;
+    if (gathers)
+        peer.startGathering();
+    for (Ref<ReceivedMessage> &message : messages) {
+        if (gathers && &message == &messages.back())
+            peer.stopGathering(); // the last answer takes the others along
+        const ReleaseScope scope;
+        messageHandler(message.get());
+        message = nullptr;
+    }
+    if (gathers)
+        peer.sendGathered();
+}
+
+} // namespace wickerlane

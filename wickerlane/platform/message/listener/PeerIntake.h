@@ -1,0 +1,72 @@
+// The peers of a listener, and what they send.
+#ifndef WICKERLANE_PLATFORM_MESSAGE_LISTENER_PEERINTAKE_H
+#define WICKERLANE_PLATFORM_MESSAGE_LISTENER_PEERINTAKE_H
+
+#include <unordered_map>
+#include <vector>
+
+#include "wickerlane/platform/message/listener/ListenerPeer.h"
+
+namespace wickerlane {
+
+/// Reads the peers' sockets within the limits and dispatches their messages to the handler. Of the intake
+/// thread.
+///
+///     a peer is watched for    when
+///     room to send             its socket was full and something waits
+///     input                    it is admitted, fewer of its requests than the limit are unanswered, it
+///     leaves
+///                              no answer unread while its user's waiting answers exceed the limit, and the
+///                              user's share has room for the message that it has begun to send
+///     nothing                  else; it is then not registered, since its hang-up would be reported again
+///                              and again
+class PeerIntake {
+public:
+    using Clock = std::chrono::steady_clock;
+
+    PeerIntake(ListenerCore *owner, WorkQueue *handlerQueue, Handler<void(ReceivedMessage *)> handler,
+               const MessageListener::Options &chosen)
+        : listener(owner), queue(handlerQueue), messageHandler(std::move(handler)), options(chosen) {}
+
+    [[nodiscard]] bool isEmpty() const noexcept { return peers.empty(); }
+    [[nodiscard]] ListenerPeer *find(std::uint64_t number) const;
+    void add(std::uint64_t number, Ref<ListenerPeer> peer);
+    void disconnect(ListenerPeer &peer);
+    void disconnectAll();
+    /// Ends the connections on which a message was begun and nothing has come for too long.
+    void disconnectStalled();
+    /// A message was begun and is not whole: disconnectStalled() is to be called from time to time.
+    [[nodiscard]] bool isMidMessage() const noexcept { return anyMidMessage; }
+    /// When the last peer went away.
+    [[nodiscard]] Clock::time_point emptySince() const noexcept { return lastRemoval; }
+
+    void onReady(const Ref<ListenerPeer> &peer, std::uint32_t events);
+    /// Watches the peer for what it may do now.
+    void watch(ListenerPeer &peer);
+    /// Watches each peer of a user for what it may do now.
+    void review(UserShare *share);
+
+    UniqueFd poller;
+
+private:
+    using Messages = std::vector<Ref<ReceivedMessage>>;
+
+    [[nodiscard]] bool mayRead(ListenerPeer &peer);
+    [[nodiscard]] bool hasRoomFor(ListenerPeer &peer);
+    [[nodiscard]] bool readFrom(const Ref<ListenerPeer> &peer);
+    [[nodiscard]] bool decodeFrames(const Ref<ListenerPeer> &peer, Messages &messages);
+    void dispatch(const Ref<ListenerPeer> &peer, Messages messages);
+    void handleInOrder(ListenerPeer &peer, Messages messages) const;
+
+    ListenerCore *const listener; // which owns this
+    WorkQueue *const queue;
+    const Handler<void(ReceivedMessage *)> messageHandler;
+    const MessageListener::Options &options;
+    std::unordered_map<std::uint64_t, Ref<ListenerPeer>> peers; // by their numbers
+    Clock::time_point lastRemoval{};
+    bool anyMidMessage = false;
+};
+
+} // namespace wickerlane
+
+#endif
