@@ -21,12 +21,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const auto again = Ref<MessageDictionary>::adopt(JXJobCreateMsgDictionaryFromDictionary(job));
     if (again == nullptr)
         std::abort(); // what a job dictionary holds can be sent on
-    hoardd::SaveOrder order;
-    const std::string problem = hoardd::readJob({Ref<Dictionary>(job), nullptr, nullptr, false, {}}, order);
-    if (problem.empty() && order.data == nullptr)
+    const auto order = hoardd::readJob({Ref<Dictionary>(job), nullptr, nullptr});
+    if (!order)
+        return 0;
+    if (order->data == nullptr)
         std::abort(); // without a file or a surface, only data can be saved
-    if (order.originalFilename.size() > 255 || order.originalFilename.find('/') != std::string::npos)
+    if (order->originalFilename.size() > 255 || order->originalFilename.find('/') != std::string::npos)
         std::abort();
-    static_cast<void>(order.type());
+    static_cast<void>(order->type());
     return 0;
 }

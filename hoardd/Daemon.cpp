@@ -5,9 +5,10 @@
 #include "hoardd/analysis/AnalysisHandlers.h"
 #include "hoardd/pictures/AssetHandlers.h"
 #include "hoardd/pictures/RenditionHandlers.h"
+#include "hoardd/pictures/Thumbnails.h"
 #include "hoardd/pictures/VideoHandlers.h"
-#include "hoardd/saving/AssetSaver.h"
 #include "hoardd/saving/FileHandlers.h"
+#include "hoardd/saving/Publication.h"
 #include "hoardd/saving/SaveHandlers.h"
 #include "hoardd/service/AccessHandlers.h"
 #include "hoardd/upkeep/LibraryHandlers.h"
@@ -38,9 +39,9 @@ Daemon::Daemon(DaemonOptions options)
 }
 
 void Daemon::takeUpLibrary(Library &library) {
-    AssetSaver(library).recover();
+    recoverSaves(library);
     // Beside whatever is asked for.
-    static_cast<void>(longWork.add({[&library] { AssetSaver(library).finishDue(); }}));
+    static_cast<void>(longWork.add({[&library] { makeThumbnailsLeftDue(library); }}));
 }
 
 Result<> Daemon::start(Handler<void()> ended) {

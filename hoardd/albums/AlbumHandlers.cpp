@@ -1,13 +1,11 @@
 #include "hoardd/albums/AlbumHandlers.h"
 
-#include <unistd.h>
-
 #include "hoardd/albums/Albums.h"
 #include "hoardd/library/Interim.h"
 #include "hoardd/library/Lookup.h"
-#include "hoardd/saving/AssetSaver.h"
+#include "hoardd/pictures/PreviewWell.h"
+#include "hoardd/saving/Publication.h"
 #include "hoardd/service/Call.h"
-#include "wickerlane/platform/file/Files.h"
 #include "wickerlane/protocol/AlbumRows.h"
 #include "wickerlane/protocol/Entitlements.h"
 
@@ -16,16 +14,6 @@ namespace wickerlane::hoardd {
 namespace keys = protocol::keys;
 
 namespace {
-
-/// Whether the camera's preview well shows an asset: a copy of its small thumbnail.
-bool isInPreviewWell(const Library &library, const store::AssetRecord &asset) {
-    constexpr std::size_t maxBytes = 4 << 20; // far above any picture of 256 pixels a side
-    std::vector<std::byte> well, thumbnail;
-    return readFile(library.paths().previewWell(), well, maxBytes) &&
-           readFile(library.paths().thumbnail(asset.uuid, store::ThumbnailSize::small), thumbnail,
-                    maxBytes) &&
-           well == thumbnail;
-}
 
 Result<Answer> addGroup(Library &library, const Call &call) {
     const String *name = call.get(keys::name);
@@ -58,10 +46,10 @@ Result<Answer> deleteAsset(Library &library, const Call &call) {
     if (!asset)
         return passOn(asset);
     const bool isShown = isInPreviewWell(library, (*asset)->record());
-    if (const auto removed = asResult(AssetSaver(library).remove((*asset)->record())); !removed)
+    if (const auto removed = removeAsset(library, (*asset)->record()); !removed)
         return passOn(removed);
     if (isShown)
-        ::unlink(library.paths().previewWell().c_str());
+        static_cast<void>(clearPreviewWell(library)); // the asset has gone all the same
     return Answer().set(keys::success, true).set(keys::hasEntitlement, true);
 }
 

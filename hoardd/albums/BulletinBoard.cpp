@@ -4,7 +4,7 @@
 #include "hoardd/library/Clock.h"
 #include "hoardd/library/Interim.h"
 #include "hoardd/library/State.h"
-#include "wickerlane/platform/file/Files.h"
+#include "hoardd/pictures/Thumbnails.h"
 #include "wickerlane/platform/notification/Notification.h"
 #include "wickerlane/platform/object/Dictionary.h"
 #include "wickerlane/platform/object/Number.h"
@@ -167,12 +167,8 @@ Ref<Data> BulletinBoard::thumbnail(std::uint64_t recordID) const {
     if (!row.bind(recordID).next())
         return nullptr;
     const std::string uuid = readRecord(row).assetUUID;
-    std::vector<std::byte> bytes;
-    constexpr std::size_t mostBytes = 4 << 20; // far above any picture of 256 pixels a side
-    if (uuid.empty() ||
-        !readFile(library.paths().thumbnail(uuid, store::ThumbnailSize::small), bytes, mostBytes))
-        return nullptr;
-    return Data::create(bytes.data(), bytes.size());
+    const auto thumbnail = smallThumbnail(library.paths(), uuid);
+    return thumbnail ? Data::create(thumbnail->data(), thumbnail->size()) : nullptr;
 }
 
 std::string BulletinBoard::clear(std::uint64_t lastRecordID) const {

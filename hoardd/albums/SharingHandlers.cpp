@@ -109,10 +109,9 @@ Result<Answer> purgeableSharedAssetsSpace(Library &library, const Call &call) {
     if (call.get(keys::smJobType) != 0)
         return fail(ProblemKind::invalid,
                     "smJobType is neither 0 (ask) nor 1 (purge, with smBytesRequested)");
-    std::string problem;
-    const auto bytes = purgeableBytes(library, problem);
+    const auto bytes = purgeableBytes(library);
     if (!bytes)
-        return fail(ProblemKind::failed, problem);
+        return passOn(bytes);
     return Answer().set(keys::smBytesReturned, static_cast<std::int64_t>(*bytes));
 }
 
@@ -120,10 +119,9 @@ Result<Answer> purgeableSharedAssetsSpace(Library &library, const Call &call) {
 Result<Answer> attemptToPurgeSharedAssetsSpace(Library &library, const Call &call) {
     if (call.get(keys::smJobType) != 1)
         return purgeableSharedAssetsSpace(library, call);
-    std::string problem;
-    const auto bytes = purge(library, call.get(keys::smBytesRequested), problem);
+    const auto bytes = purge(library, call.get(keys::smBytesRequested));
     if (!bytes)
-        return fail(ProblemKind::failed, problem);
+        return passOn(bytes);
     return Answer().set(keys::smBytesReturned, static_cast<std::int64_t>(*bytes));
 }
 

@@ -6,7 +6,7 @@
 
 #include "hoardd/albums/CloudFeed.h"
 #include "hoardd/library/Interim.h"
-#include "hoardd/pictures/Renditions.h"
+#include "hoardd/pictures/Thumbnails.h"
 #include "wickerlane/log/JXLog.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
@@ -219,7 +219,7 @@ std::string Analyses::rebuildThumbnails() {
             const Ref<store::ManagedAsset> asset = library.assets().assetWithUUID(uuid);
             if (!asset)
                 continue; // gone meanwhile
-            problem = Renditions(library).makeThumbnails(asset->record(), true, true);
+            problem = asText(makeThumbnails(library, asset->record(), {.isForced = true, .newIndex = true}));
             if (problem.empty())
                 continue;
             JX_LOG(JXLogLevelError, JXThumbnailsLog, "can't make the thumbnails of %s: %s", uuid.c_str(),

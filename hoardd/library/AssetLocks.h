@@ -4,56 +4,65 @@
 
 #include <array>
 #include <functional>
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <unordered_set>
+#include <utility>
+
+#include "wickerlane/platform/object/Mutex.h"
 
 namespace wickerlane::hoardd {
 
 /// Thread-safe.
 class AssetLocks {
 public:
-    /// To be held while an asset's files are changed: renditions, thumbnails, deletion. Several assets may
-    /// share one, so nobody holds two.
-    [[nodiscard]] std::mutex &of(std::string_view uuid) {
-        return locks[std::hash<std::string_view>()(uuid) % locks.size()];
+    /// Guards the files of a stored asset, and what the store says of them: its original, renditions and
+    /// thumbnails change only while it is held. Several assets may share one, so no thread holds two.
+    [[nodiscard]] Mutex &of(std::string_view uuid) {
+        return mutexes[std::hash<std::string_view>()(uuid) % mutexes.size()];
     }
 
-    /// Sets a UUID aside for an asset that is to be saved under it, deleted or brought back. False when it is
-    /// set aside already.
-    [[nodiscard]] bool reserve(const std::string &uuid) {
-        const std::lock_guard guard(reserving);
-        return reserved.insert(uuid).second;
+    /// Guards whether there is an asset of a UUID: for as long as it lives, no other thread saves, restores
+    /// or removes one. It is made before the lock of the asset is taken.
+    class Reservation {
+    public:
+        Reservation() = default; ///< Of nothing.
+        Reservation(Reservation &&other) noexcept
+            : locks(std::exchange(other.locks, nullptr)), uuid(std::move(other.uuid)) {}
+        Reservation &operator=(Reservation &&other) noexcept {
+            std::swap(locks, other.locks);
+            std::swap(uuid, other.uuid);
+            return *this;
+        }
+        ~Reservation() {
+            if (locks != nullptr)
+                locks->release(uuid);
+        }
+        explicit operator bool() const noexcept { return locks != nullptr; }
+        /// Lets the UUID be reserved until the process ends.
+        void keep() noexcept { locks = nullptr; }
+
+    private:
+        friend class AssetLocks;
+        Reservation(AssetLocks *all, std::string reservedUUID) : locks(all), uuid(std::move(reservedUUID)) {}
+        AssetLocks *locks = nullptr;
+        std::string uuid;
+    };
+    /// A reservation of nothing when the UUID is reserved already.
+    [[nodiscard]] Reservation reserve(const std::string &uuid) {
+        const MutexLock lock(reserving);
+        return reserved.insert(uuid).second ? Reservation(this, uuid) : Reservation();
     }
+
+private:
     void release(const std::string &uuid) {
-        const std::lock_guard guard(reserving);
+        const MutexLock lock(reserving);
         reserved.erase(uuid);
     }
 
-    /// The same for a scope.
-    class Reservation {
-    public:
-        Reservation(AssetLocks &all, std::string uuid)
-            : locks(all), reserved(std::move(uuid)), isHeld(locks.reserve(reserved)) {}
-        ~Reservation() {
-            if (isHeld)
-                locks.release(reserved);
-        }
-        Reservation(const Reservation &) = delete;
-        Reservation &operator=(const Reservation &) = delete;
-        explicit operator bool() const noexcept { return isHeld; }
-
-    private:
-        AssetLocks &locks;
-        const std::string reserved;
-        const bool isHeld;
-    };
-
-private:
-    std::array<std::mutex, 64> locks;
-    std::mutex reserving;
-    std::unordered_set<std::string> reserved;
+    std::array<Mutex, 256> mutexes;
+    Mutex reserving;
+    std::unordered_set<std::string> reserved WL_GUARDED_BY(reserving);
 };
 
 } // namespace wickerlane::hoardd

@@ -3,8 +3,8 @@
 #include <fcntl.h>
 
 #include "hoardd/library/Lookup.h"
-#include "hoardd/pictures/Renditions.h"
 #include "hoardd/pictures/ServedImage.h"
+#include "hoardd/pictures/ShownPicture.h"
 #include "hoardd/service/Call.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/protocol/AssetRows.h"
@@ -30,19 +30,22 @@ Result<Answer> fileURLForAssetURL(Library &library, const Call &call) {
     const auto asset = assetWithURL(library, call.get(keys::assetURL));
     if (!asset)
         return passOn(asset);
-    const std::string rendition =
-        call.get(keys::withAdjustments) ? Renditions(library).pathOf((*asset)->record()) : std::string();
-    return Answer().set(keys::fileURL, rendition.empty() ? (*asset)->fileURL() : URL::ofPath(rendition));
+    if (!call.get(keys::withAdjustments))
+        return Answer().set(keys::fileURL, (*asset)->fileURL());
+    const auto path = shownPicturePath(library, (*asset)->record());
+    if (!path)
+        return passOn(path);
+    return Answer().set(keys::fileURL, URL::ofPath(*path));
 }
 
 Result<Answer> imageDataForAsset(Library &library, const Call &call) {
     const auto asset = assetWithObjectID(library, call.value(keys::objectID));
     if (!asset)
         return passOn(asset);
-    const ServedImage image = imageOf(library, **asset, call.get(keys::format));
-    if (!image.value)
-        return fail(ProblemKind::failed, image.problem);
-    return Answer().setValue(keys::imageData, image.value.get());
+    const auto image = imageOf(library, (*asset)->record(), call.get(keys::format));
+    if (!image)
+        return passOn(image);
+    return Answer().setValue(keys::imageData, image->get());
 }
 
 constexpr Operation operations[] = {

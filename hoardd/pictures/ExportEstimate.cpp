@@ -24,8 +24,8 @@ std::optional<double> numberUnder(const Dictionary *properties, std::string_view
 /// Encoders spend less than they may on a source that has little to tell, and no more on a smaller picture
 /// than its share.
 double videoRate(const PictureFacts &facts, const ExportPreset &preset) {
-    const double longest = std::max(facts.width, facts.height);
-    const double scale = longest > preset.longestSide ? preset.longestSide / longest : 1;
+    const double side = std::max(facts.width, facts.height);
+    const double scale = side > preset.longestSide ? preset.longestSide / side : 1;
     const double pixels = static_cast<double>(facts.width) * facts.height * scale * scale;
     const double full = static_cast<double>(preset.longestSide) * preset.longestSide * 9 / 16;
     const double asked = static_cast<double>(preset.videoBitRate) * std::min(pixels / full, 1.0);
@@ -59,8 +59,8 @@ std::optional<std::int64_t> estimatedExportBytes(const PictureFacts &facts, std:
                         .value_or(static_cast<double>(chosen->audioBitRate));
         bytes = (picture + sound) * seconds / 8 + containerBytes + containerBytesPerSecond * seconds;
     }
-    constexpr double most = 9e18;
-    return static_cast<std::int64_t>(std::min(bytes, most));
+    constexpr double maxBytes = 9e18;
+    return static_cast<std::int64_t>(std::min(bytes, maxBytes));
 }
 
 } // namespace wickerlane::hoardd

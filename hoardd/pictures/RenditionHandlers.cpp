@@ -2,14 +2,12 @@
 
 #include <unistd.h>
 
-#include <cerrno>
-
-#include "hoardd/library/Interim.h"
 #include "hoardd/library/Lookup.h"
+#include "hoardd/pictures/PreviewWell.h"
 #include "hoardd/pictures/Renditions.h"
+#include "hoardd/pictures/Thumbnails.h"
 #include "hoardd/service/Call.h"
 #include "wickerlane/log/JXLog.h"
-#include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/protocol/AssetRows.h"
 #include "wickerlane/protocol/Entitlements.h"
@@ -17,7 +15,6 @@
 namespace wickerlane::hoardd {
 
 namespace keys = protocol::keys;
-using store::ThumbnailSize;
 
 namespace {
 
@@ -32,7 +29,7 @@ Result<Answer> setLargePreviewImage(Library &library, const Call &call) {
     const Data *picture = call.get(keys::imageData);
     if (picture == nullptr || picture->length() == 0)
         return fail(ProblemKind::invalid, "the picture is empty");
-    if (const auto done = asResult(Renditions(library).set((*asset)->record(), *picture, properties)); !done)
+    if (const auto done = setRendition(library, (*asset)->record(), *picture, properties); !done)
         return passOn(done);
     return Answer().set(keys::success, true).set(keys::hasEntitlement, true);
 }
@@ -41,15 +38,15 @@ Result<Answer> updateThumbnails(Library &library, const Call &call) {
     const auto *uuids = as<Array>(call.get(keys::photoUUIDs));
     if (uuids == nullptr)
         return fail(ProblemKind::invalid, "photoUUIDs is not an array");
-    const bool force = call.get(keys::forceRefresh), newIndex = call.get(keys::assignNewIndex);
+    const ThumbnailWish wish{.isForced = call.get(keys::forceRefresh),
+                             .newIndex = call.get(keys::assignNewIndex)};
     for (const Object *each : *uuids) {
         ReleaseScope scope;
         const auto *uuid = as<String>(each);
         const auto asset = assetWithUUID(library, uuid != nullptr ? uuid->utf8() : std::string_view());
         if (!asset || !(*asset)->record().problem.empty())
             continue; // what can't be decoded has none
-        const auto made = asResult(Renditions(library).makeThumbnails((*asset)->record(), force, newIndex));
-        if (!made)
+        if (const auto made = makeThumbnails(library, (*asset)->record(), wish); !made)
             JX_LOG(JXLogLevelError, JXThumbnailsLog, "can't make the thumbnails of %@: %s", uuid,
                    made.error().text.c_str());
     }
@@ -57,24 +54,13 @@ Result<Answer> updateThumbnails(Library &library, const Call &call) {
 }
 
 Result<Answer> updateCameraPreviewWell(Library &library, const Call &call) {
-    const std::string well = library.paths().previewWell();
     const String *uri = call.get(keys::objectIDText);
-    if (uri == nullptr) {
-        if (::unlink(well.c_str()) != 0 && errno != ENOENT)
-            return failSystem("clear", well);
-        return Answer();
-    }
+    if (uri == nullptr)
+        return whenDone(clearPreviewWell(library));
     const auto asset = assetWithURI(library, uri->utf8());
     if (!asset)
         return passOn(asset);
-    const std::string thumbnail = library.paths().thumbnail((*asset)->record().uuid, ThumbnailSize::small);
-    std::vector<std::byte> bytes;
-    constexpr std::size_t maxBytes = 4 << 20; // far above any picture of 256 pixels a side
-    if (!readFile(thumbnail, bytes, maxBytes))
-        return failSystem("read", thumbnail);
-    if (!replaceFile(well, bytes))
-        return failSystem("write", well);
-    return Answer();
+    return whenDone(showInPreviewWell(library, (*asset)->record()));
 }
 
 // A library without a cloud has all its originals, so that nothing is ever fetched; a thumbnail that is
@@ -90,7 +76,7 @@ Result<Answer> downloadAsset(Library &library, const Call &call) {
                     original);
     if (!call.get(keys::requestThumbnail) || !asset.problem.empty())
         return Answer();
-    return whenDone(asResult(Renditions(library).makeThumbnails(asset, false, false)));
+    return whenDone(makeThumbnails(library, asset, {}));
 }
 
 constexpr Operation operations[] = {

@@ -2,19 +2,21 @@
 #ifndef HOARDD_PICTURES_SHAREDSPACE_H
 #define HOARDD_PICTURES_SHAREDSPACE_H
 
+#include <cstdint>
+
 #include "hoardd/library/Library.h"
 
 namespace wickerlane::hoardd {
 
-/// Of the assets in shared albums, the larger thumbnails can go: they are made again when they are asked for.
-/// Originals never do, since there is no server that has them.
+// Of the assets in shared albums, the larger thumbnails can go: they are made again when they are asked for.
+// Originals never do, since there is no server that has them.
 
-/// How many bytes could be freed. Nothing, with the reason, on failure.
-[[nodiscard]] std::optional<std::uint64_t> purgeableBytes(Library &library, std::string &problem);
+/// How many bytes could be freed.
+[[nodiscard]] Result<std::uint64_t> purgeableBytes(Library &library);
 
-/// Frees at most so many bytes; those of assets that came first go first. Gives the bytes that were freed,
-/// also when it stops early since the process is ending.
-[[nodiscard]] std::optional<std::uint64_t> purge(Library &library, std::uint64_t bytes, std::string &problem);
+/// Frees up to a limit of bytes; those of older assets go first. Gives the bytes that were freed, also when
+/// it stops early since the process is ending.
+[[nodiscard]] Result<std::uint64_t> purge(Library &library, std::uint64_t maxBytes);
 
 } // namespace wickerlane::hoardd
 

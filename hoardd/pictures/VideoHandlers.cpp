@@ -5,16 +5,14 @@
 
 #include "hoardd/library/Library.h"
 #include "hoardd/pictures/ExportEstimate.h"
+#include "hoardd/pictures/VideoDescription.h"
 #include "hoardd/service/Call.h"
 #include "wickerlane/platform/file/Files.h"
-#include "wickerlane/platform/object/Number.h"
 #include "wickerlane/protocol/AssetRows.h"
-#include "wickerlane/protocol/VideoKeys.h"
 
 namespace wickerlane::hoardd {
 
 namespace keys = protocol::keys;
-namespace videoKey = protocol::videoKey;
 
 namespace {
 
@@ -61,41 +59,6 @@ Result<Video> examineURL(Library &library, const Call &call, const URL *url) {
     return examineCallersFile(library, call, path);
 }
 
-Ref<Dictionary> metadataOf(const Video &video) {
-    auto metadata = MutableDictionary::create();
-    const PictureFacts &facts = video.facts;
-    const auto number = [&](std::string_view key, auto value) {
-        if (value > 0)
-            metadata->set(key, Number::of(value));
-    };
-    const auto text = [&](std::string_view key, const std::string &value) {
-        if (!value.empty())
-            metadata->set(key, String::of(value));
-    };
-    number(videoKey::duration, facts.video->seconds);
-    number(videoKey::width, std::uint64_t{facts.width});
-    number(videoKey::height, std::uint64_t{facts.height});
-    metadata->set(videoKey::rotation, Number::of(std::uint64_t{facts.video->rotation}));
-    number(videoKey::frameRate, facts.video->frameRate);
-    text(videoKey::videoCodec, facts.video->videoCodec);
-    number(videoKey::videoBitRate, facts.video->videoBitRate);
-    text(videoKey::audioCodec, facts.video->audioCodec);
-    number(videoKey::audioBitRate, facts.video->audioBitRate);
-    number(videoKey::audioChannels, std::uint64_t{facts.video->audioChannels});
-    number(videoKey::audioSampleRate, std::uint64_t{facts.video->audioSampleRate});
-    text(videoKey::container, facts.video->container);
-    number(videoKey::trackCount, std::uint64_t{facts.video->trackCount});
-    number(videoKey::fileSize, video.bytes);
-    if (facts.captureDate)
-        metadata->set(videoKey::creationDate,
-                      Date::createWithUnixSeconds(static_cast<double>(facts.captureDate->seconds)).get());
-    if (facts.place) {
-        metadata->set(videoKey::latitude, Number::of(facts.place->latitude));
-        metadata->set(videoKey::longitude, Number::of(facts.place->longitude));
-    }
-    return metadata;
-}
-
 std::string textUnder(const String *text) {
     return text != nullptr ? std::string(text->utf8()) : std::string();
 }
@@ -104,7 +67,7 @@ Result<Answer> videoMetadata(Library &library, const Call &call) {
     const auto video = examineCallersFile(library, call, textUnder(call.get(keys::filePath)));
     if (!video)
         return passOn(video);
-    return Answer().set(keys::metadata, metadataOf(*video).get());
+    return Answer().set(keys::metadata, describeVideo(video->facts, video->bytes).get());
 }
 
 Result<Answer> estimatedOutputFileLength(Library &library, const Call &call) {

@@ -3,17 +3,19 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
-#include <cerrno>
-#include <cstring>
 #include <filesystem>
+#include <span>
+#include <vector>
 
-#include "hoardd/library/FileCopy.h"
+#include "hoardd/library/DurableFolders.h"
 #include "hoardd/media/FileType.h"
-#include "hoardd/saving/AssetSaver.h"
+#include "hoardd/saving/Saving.h"
 #include "wickerlane/log/JXLog.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/object/Number.h"
+#include "wickerlane/platform/object/Paths.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/protocol/JobKeys.h"
 #include "wickerlane/store/LibraryCheck.h"
@@ -24,10 +26,22 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::size_t filesPerCommit = 16;
+constexpr std::size_t maxPerCommit = 16;
 
-std::string nameOf(const std::string &path) {
-    return path.substr(path.rfind('/') + 1);
+/// What went wrong with single files: all of it is logged, and the first is kept.
+struct Problems {
+    Result<> first;
+
+    void add(const std::string &file, const Problem &problem) {
+        JX_LOG(JXLogLevelError, JXAssetImportLog, "can't save %s: %s", file.c_str(), problem.text.c_str());
+        if (first)
+            first = fail(problem.kind, file + ": " + problem.text, file);
+    }
+};
+
+/// The UUID that a file's name begins with; null when it begins with none.
+Ref<UUID> uuidInName(const std::string &path) {
+    return UUID::createWithText(lastPathComponent(path).substr(0, 36));
 }
 
 /// Whether a file's content is that of a picture or a video.
@@ -36,75 +50,95 @@ bool isMedia(const std::string &path) {
     std::array<std::byte, mediaTypeBytes> start{};
     const ssize_t count = file ? ::pread(file.get(), start.data(), start.size(), 0) : 0;
     return count > 0 && fileTypeOf(std::span(start).first(static_cast<std::size_t>(count)), {}).mediaType !=
-                            "application/octet-stream";
+                            unknownMediaType;
 }
 
 SaveJob jobFor(Library &library, const std::string &path) {
-    SaveJob job{Dictionary::createWithKeys({{protocol::job::filePath, String::of(path)},
-                                            {protocol::job::originalFilename, String::of(nameOf(path))},
-                                            {protocol::job::unlessPresent, Number::of(true)}}),
-                nullptr,
-                nullptr,
-                true,
-                {}};
-    const auto uuid = UUID::createWithText(nameOf(path).substr(0, 36));
+    SaveJob job{
+        Dictionary::createWithKeys({{protocol::job::filePath, String::of(path)},
+                                    {protocol::job::originalFilename, String::of(lastPathComponent(path))},
+                                    {protocol::job::unlessPresent, Number::of(true)}}),
+        nullptr, nullptr, true};
+    const auto uuid = uuidInName(path);
     if (uuid && library.assets().assetWithUUID(uuid->uuidString()->utf8()) == nullptr)
         job.uuid = uuid->uuidString()->utf8();
     return job;
 }
 
-} // namespace
-
-bool moveStray(Library &library, const std::string &path, const std::string &folder) {
-    const auto named = UUID::createWithText(nameOf(path).substr(0, 36));
-    if (!named)
-        return moveInto(folder, path);
-    // Meanwhile a save or a restore may have made an asset of it.
-    const std::string uuid(named->uuidString()->utf8());
-    const AssetLocks::Reservation reservation(library.locks(), uuid);
-    if (!reservation)
-        return true;
-    const auto *asset = library.assets().assetWithUUID(uuid);
-    const bool isOriginal = asset != nullptr && library.paths().original(asset->record()) == path;
-    return isOriginal || moveInto(folder, path);
-}
-
-std::string saveFoundFiles(Library &library) {
-    const std::string folder = library.paths().found();
-    if (!makeFolders(folder))
-        return "can't make " + folder + ": " + std::strerror(errno);
+/// Moves the pictures and videos among the originals that no asset has into a folder.
+Result<> moveFoundFiles(Library &library, const std::string &folder, Problems &problems) {
     std::string problem;
     const auto report = store::checkLibrary(library.paths(), {}, problem);
     if (!report)
-        return problem;
-    for (const store::Finding &finding : report->findings)
-        if (finding.kind == store::Finding::Kind::strayOriginal && isMedia(finding.path) &&
-            !moveStray(library, finding.path, folder))
-            problem += finding.path + ": " + std::strerror(errno) + "; ";
+        return fail(ProblemKind::failed, problem);
+    for (const store::Finding &finding : report->findings) {
+        ReleaseScope scope;
+        if (finding.kind == store::Finding::Kind::strayOriginal && isMedia(finding.path))
+            if (const auto moved = moveStray(library, finding.path, folder); !moved)
+                problems.add(finding.path, moved.error());
+    }
+    return {};
+}
 
+std::vector<std::string> filesIn(const std::string &folder) {
     std::vector<std::string> files;
     std::error_code none;
     for (const auto &entry : fs::directory_iterator(folder, none))
         if (entry.is_regular_file(none))
             files.push_back(entry.path());
+    return files;
+}
+
+/// Saves files with one commit. Gives how many.
+std::size_t saveFiles(Library &library, std::span<const std::string> files, Problems &problems) {
+    ReleaseScope scope;
+    std::vector<SaveJob> jobs;
+    for (const std::string &file : files)
+        jobs.push_back(jobFor(library, file));
+    const auto saves = saveAssets(library, jobs);
     std::size_t saved = 0;
-    for (std::size_t at = 0; at < files.size() && !library.isEnding(); at += filesPerCommit) {
-        ReleaseScope scope;
-        std::vector<SaveJob> jobs;
-        for (std::size_t i = at; i < std::min(at + filesPerCommit, files.size()); ++i)
-            jobs.push_back(jobFor(library, files[i]));
-        const auto results = AssetSaver(library).save(jobs);
-        for (std::size_t i = 0; i < results.size(); ++i)
-            if (results[i].problem.empty())
-                ++saved;
-            else
-                problem += files[at + i] + ": " + results[i].problem + "; ";
+    for (std::size_t i = 0; i < saves.size(); ++i)
+        if (saves[i])
+            ++saved;
+        else
+            problems.add(files[i], saves[i].error());
+    return saved;
+}
+
+} // namespace
+
+Result<> moveStray(Library &library, const std::string &path, const std::string &folder) {
+    const auto named = uuidInName(path);
+    if (!named)
+        return moveIntoFolder(path, folder);
+    // Meanwhile a save or a restore may have made an asset of it.
+    const std::string uuid(named->uuidString()->utf8());
+    const auto reservation = library.locks().reserve(uuid);
+    if (!reservation)
+        return {};
+    const auto *asset = library.assets().assetWithUUID(uuid);
+    const bool isOriginal = asset != nullptr && library.paths().original(asset->record()) == path;
+    return isOriginal ? Result<>() : moveIntoFolder(path, folder);
+}
+
+Result<> saveFoundFiles(Library &library) {
+    const std::string folder = library.paths().found();
+    if (auto made = makeDurableFolder(folder); !made)
+        return made;
+    Problems problems;
+    if (auto moved = moveFoundFiles(library, folder, problems); !moved)
+        return moved;
+    const std::vector<std::string> files = filesIn(folder);
+    std::size_t saved = 0;
+    for (std::size_t at = 0; at < files.size(); at += maxPerCommit) {
+        if (library.isEnding())
+            return stopped();
+        saved += saveFiles(library, std::span(files).subspan(at, std::min(maxPerCommit, files.size() - at)),
+                           problems);
     }
-    if (library.isEnding())
-        problem += "hoardd is ending; what is left is done the next time";
     if (saved > 0)
         JX_LOG(JXLogLevelNotice, JXAssetImportLog, "saved %zu files that were found in the library", saved);
-    return problem;
+    return problems.first;
 }
 
 } // namespace wickerlane::hoardd

@@ -13,13 +13,12 @@ namespace wickerlane::hoardd {
 /// URL holds again; one whose bytes an asset has already goes, since nothing is lost with it. Other files
 /// stay as they are.
 ///
-/// They move through the library's Found folder; what a kill leaves there is taken up the next time. Blocks.
-/// An empty text when all went well, else the reasons. Not by two threads at a time.
-[[nodiscard]] std::string saveFoundFiles(Library &library);
+/// They move through the library's Found folder; what a kill leaves there is saved the next time. Blocks.
+/// Goes on after a file that can't be saved; the problem is the first. Not by two threads at a time.
+[[nodiscard]] Result<> saveFoundFiles(Library &library);
 
-/// Moves a file that no asset had into a folder, unless it has become one's original or is about to. False,
-/// with errno, on failure.
-[[nodiscard]] bool moveStray(Library &library, const std::string &path, const std::string &folder);
+/// Moves a file that no asset had into a folder, unless it has become one's original or is about to.
+[[nodiscard]] Result<> moveStray(Library &library, const std::string &path, const std::string &folder);
 
 } // namespace wickerlane::hoardd
 

@@ -1,10 +1,6 @@
 #include "hoardd/saving/SaveHandlers.h"
 
-#include <algorithm>
-#include <atomic>
-#include <memory>
-
-#include "hoardd/saving/AssetSaver.h"
+#include "hoardd/saving/SaveBatch.h"
 #include "hoardd/service/Call.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/protocol/AssetRows.h"
@@ -17,85 +13,49 @@ namespace jobResult = protocol::jobResult;
 
 namespace {
 
-/// Of a batch, as many are committed together: enough that commits cost little, few enough that a kill late
-/// in a long batch leaves most of it saved.
-constexpr std::size_t maxPerCommit = 16;
-
-Dictionary *resultDictionary(const SaveResult &result) {
+Ref<Dictionary> describeSave(const Result<SavedAsset> &saved) {
     auto dictionary = MutableDictionary::create();
-    if (!result.asset) {
-        dictionary->set(jobResult::error, String::of(result.problem));
-        return autorelease(std::move(dictionary));
+    if (!saved) {
+        dictionary->set(jobResult::error, String::of(saved.error().text));
+        return dictionary;
     }
-    const store::AssetRecord &record = result.asset->record();
-    dictionary->set(jobResult::uuid, result.asset->uuid());
-    dictionary->set(jobResult::assetURL, result.asset->assetURL()->absoluteString());
-    dictionary->set(jobResult::objectIDURI, result.asset->objectID()->uriRepresentation()->absoluteString());
-    dictionary->set(jobResult::fileURL, result.asset->fileURL()->absoluteString());
+    const store::ManagedAsset &asset = *saved->asset;
+    const store::AssetRecord &record = asset.record();
+    dictionary->set(jobResult::uuid, asset.uuid());
+    dictionary->set(jobResult::assetURL, asset.assetURL()->absoluteString());
+    dictionary->set(jobResult::objectIDURI, asset.objectID()->uriRepresentation()->absoluteString());
+    dictionary->set(jobResult::fileURL, asset.fileURL()->absoluteString());
     dictionary->set(jobResult::filename, String::of(record.filename));
     dictionary->set(jobResult::assetType, Number::of(static_cast<std::uint64_t>(record.kind)));
     dictionary->set(jobResult::byteSize, Number::of(record.byteSize));
     dictionary->set(jobResult::width, Number::of(record.width));
     dictionary->set(jobResult::height, Number::of(record.height));
-    dictionary->set(jobResult::creationDate, result.asset->dateCreated());
-    if (result.wasPresent)
+    dictionary->set(jobResult::creationDate, asset.dateCreated());
+    if (saved->wasPresent)
         dictionary->set(jobResult::wasPresent, Number::of(true));
     if (record.duration > 0)
         dictionary->set(jobResult::duration, Number::of(record.duration));
-    if (const std::string &problem = record.problem.empty() ? result.lack : record.problem; !problem.empty())
-        dictionary->set(jobResult::problem, String::of(problem));
-    return autorelease(std::move(dictionary));
+    if (!record.problem.empty())
+        dictionary->set(jobResult::problem, String::of(record.problem));
+    else if (!saved->thumbnails)
+        dictionary->set(jobResult::problem, String::of(saved->thumbnails.error().text));
+    return dictionary;
 }
 
-/// What is saved stays so, whatever becomes of its thumbnails.
-void finishSaves(Library &library, std::span<SaveResult> results) {
-    try {
-        AssetSaver(library).finish(results);
-    } catch (const std::exception &failure) {
-        for (SaveResult &each : results)
-            if (each.isDue)
-                each.lack = failure.what();
-    }
+void answerSave(const Call &call, const Result<SavedAsset> &saved) {
+    if (!saved && saved.error().kind == ProblemKind::empty)
+        return call.refuse(saved.error());
+    call.answer(Answer()
+                    .set(keys::resultJobDictionary, describeSave(saved).get())
+                    .set(keys::noData, false)
+                    .set(keys::jobQueueFull, false));
 }
 
-/// The jobs of one batch. Each chunk is saved, and has its thumbnails made once all have been: so the whole
-/// batch is listed early. The last chunk to be finished answers the call.
-struct Batch {
-    Call call;
-    Library &library;
-    std::vector<SaveJob> jobs;
-    std::vector<SaveResult> results;
-    std::atomic<std::size_t> chunksLeft;
-
-    void saveChunk(std::size_t first, std::size_t count) {
-        try {
-            std::ranges::move(AssetSaver(library).begin(std::span(jobs).subspan(first, count)),
-                              results.begin() + static_cast<std::ptrdiff_t>(first));
-        } catch (const std::exception &failure) {
-            for (std::size_t i = first; i < first + count; ++i)
-                results[i].problem = failure.what();
-        }
-        std::fill_n(jobs.begin() + static_cast<std::ptrdiff_t>(first), count,
-                    SaveJob()); // their bytes go now
-    }
-    void finishChunk(std::size_t first, std::size_t count) {
-        finishSaves(library, std::span(results).subspan(first, count));
-        if (chunksLeft.fetch_sub(1) == 1)
-            answer();
-    }
-    void answer() const {
-        auto dictionaries = MutableArray::create();
-        for (const SaveResult &result : results)
-            dictionaries->append(resultDictionary(result));
-        call.answer(Answer().set(keys::resultJobDictionaries, dictionaries.get()));
-    }
-};
-
-void answerSave(const Call &call, const SaveResult &result) {
-    Answer answer;
-    if (!result.noData)
-        answer.set(keys::resultJobDictionary, resultDictionary(result));
-    call.answer(answer.set(keys::noData, result.noData).set(keys::jobQueueFull, false));
+void answerBatch(const Call &call, std::span<const Result<SavedAsset>> saves) {
+    auto dictionaries = MutableArray::create();
+    for (const auto &saved : saves)
+        dictionaries->append(describeSave(saved).get());
+    call.answer(Answer().set(keys::resultJobDictionaries, dictionaries.get()));
 }
 
 /// A value that is there but can't be read is not the same as none.
@@ -112,33 +72,19 @@ Result<SaveJob> readSaveRequest(const Call &call) {
 }
 
 Result<> saveAsset(Library &library, JobQueue &queue, const Call &call) {
-    const auto job = readSaveRequest(call);
+    auto job = readSaveRequest(call);
     if (!job)
         return passOn(job);
-    const bool isTaken = queue.add({[call, job = *job, &library, &queue] {
-        try {
-            const auto results =
-                std::make_shared<std::vector<SaveResult>>(AssetSaver(library).begin({&job, 1}));
-            if (!results->front().isDue)
-                return answerSave(call, results->front());
-            // Those that wait are listed first.
-            queue.addRest([call, &library, results] {
-                finishSaves(library, *results);
-                answerSave(call, results->front());
-            });
-        } catch (const std::exception &failure) {
-            call.refuse({ProblemKind::failed, failure.what(), {}});
-        }
-    }});
-    if (!isTaken)
-        return fail(ProblemKind::busy, "too many jobs are waiting; try again later");
-    return {};
+    return startSaves(library, queue, {*std::move(job)},
+                      [call](std::span<const Result<SavedAsset>> saves) { answerSave(call, saves.front()); });
 }
 
-std::optional<Answer> byQueueFull(const Refusal &refusal) {
-    if (refusal.problem.kind != ProblemKind::busy)
+std::optional<Answer> byNoDataOrQueueFull(const Refusal &refusal) {
+    const bool noData = refusal.problem.kind == ProblemKind::empty;
+    const bool isFull = refusal.problem.kind == ProblemKind::busy;
+    if (!noData && !isFull)
         return std::nullopt;
-    return Answer().set(keys::noData, false).set(keys::jobQueueFull, true);
+    return Answer().set(keys::noData, noData).set(keys::jobQueueFull, isFull);
 }
 
 Result<> batchSaveAssets(Library &library, JobQueue &queue, const Call &call) {
@@ -149,27 +95,15 @@ Result<> batchSaveAssets(Library &library, JobQueue &queue, const Call &call) {
     for (std::size_t i = 0; i < jobs.size(); ++i)
         jobs[i] = {JXJobDictionaryFromMsgDictionary(coded->at(i)), nullptr, nullptr, call.mayReadFiles()};
     if (jobs.empty()) {
-        call.answer(Answer().set(keys::resultJobDictionaries, Array::of({})));
+        answerBatch(call, {});
         return {};
     }
-
-    const std::size_t perChunk = std::clamp<std::size_t>(jobs.size() / queue.lanes(), 1, maxPerCommit);
-    const std::size_t chunks = (jobs.size() + perChunk - 1) / perChunk;
-    const auto batch = std::shared_ptr<Batch>(
-        new Batch{call, library, std::move(jobs), std::vector<SaveResult>(coded->count()), chunks});
-    std::vector<JobQueue::Job> work;
-    for (std::size_t first = 0; first < batch->jobs.size(); first += perChunk)
-        work.push_back([batch, &queue, first, count = std::min(perChunk, batch->jobs.size() - first)] {
-            batch->saveChunk(first, count);
-            queue.addRest([batch, first, count] { batch->finishChunk(first, count); });
-        });
-    if (!queue.add(std::move(work)))
-        return fail(ProblemKind::busy, "too many jobs are waiting; try again later");
-    return {};
+    return startSaves(library, queue, std::move(jobs),
+                      [call](std::span<const Result<SavedAsset>> saves) { answerBatch(call, saves); });
 }
 
 constexpr Operation operations[] = {
-    {.row = &protocol::saveAsset, .handler = saveAsset, .sayNo = byQueueFull},
+    {.row = &protocol::saveAsset, .handler = saveAsset, .sayNo = byNoDataOrQueueFull},
     {&protocol::batchSaveAssets, batchSaveAssets},
 };
 

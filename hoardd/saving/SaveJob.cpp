@@ -6,9 +6,7 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cmath>
-#include <cstring>
 
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/protocol/JobKeys.h"
@@ -20,58 +18,74 @@ namespace {
 
 /// The last component of a path or name, no longer than a file name may be.
 std::string plainName(std::string_view name) {
-    constexpr std::size_t most = 255;
+    constexpr std::size_t maxBytes = 255;
     name = name.substr(name.rfind('/') + 1);
-    std::size_t length = std::min(name.size(), most);
+    std::size_t length = std::min(name.size(), maxBytes);
     while (length > 0 && length < name.size() && (static_cast<unsigned char>(name[length]) & 0xC0) == 0x80)
         --length; // never inside a character
     return std::string(name.substr(0, length));
 }
 
-/// The value under a key: null when it is missing; a problem when it is of another class.
+/// The value under a key; null when it is missing.
 template <class T>
-const T *read(const Dictionary *job, std::string_view key, std::string &problem) {
+Result<const T *> read(const Dictionary *job, std::string_view key) {
     const Object *value = job != nullptr ? job->get(key) : nullptr;
     const T *typed = as<T>(value);
     if (value != nullptr && typed == nullptr)
-        problem = std::string(key) + " has a value of the wrong kind";
+        return fail(ProblemKind::invalid, std::string(key) + " has a value of the wrong kind");
     return typed;
 }
 
-std::string readWishes(const Dictionary *job, SaveOrder &order) {
-    std::string problem;
-    if (const auto *type = read<Number>(job, protocol::job::assetType, problem)) {
-        const std::uint64_t kind = type->uint64Value();
+Result<> readWishes(const Dictionary *job, SaveOrder &order) {
+    const auto type = read<Number>(job, protocol::job::assetType);
+    const auto name = read<String>(job, protocol::job::originalFilename);
+    const auto once = read<Number>(job, protocol::job::unlessPresent);
+    const auto date = read<Date>(job, protocol::job::creationDate);
+    if (!type)
+        return passOn(type);
+    if (!name)
+        return passOn(name);
+    if (!once)
+        return passOn(once);
+    if (!date)
+        return passOn(date);
+    if (*type != nullptr) {
+        const std::uint64_t kind = (*type)->uint64Value();
         if (kind > 1)
-            return "assetType is neither 0 (photo) nor 1 (video)";
+            return fail(ProblemKind::invalid, "assetType is neither 0 (photo) nor 1 (video)");
         order.kind = static_cast<AssetKind>(kind);
     }
-    if (const auto *name = read<String>(job, protocol::job::originalFilename, problem))
-        order.originalFilename = plainName(name->utf8());
-    if (const auto *once = read<Number>(job, protocol::job::unlessPresent, problem))
-        order.unlessPresent = once->boolValue();
-    if (const auto *date = read<Date>(job, protocol::job::creationDate, problem)) {
+    if (*name != nullptr)
+        order.originalFilename = plainName((*name)->utf8());
+    order.unlessPresent = *once != nullptr && (*once)->boolValue();
+    if (*date != nullptr) {
         constexpr double farAway = 1e11; // some 3,000 years; also refuses what is no number
-        if (!(std::abs(date->referenceSeconds()) < farAway))
-            return "creationDate is out of range";
-        order.creationDate = date->referenceSeconds();
+        if (!(std::abs((*date)->referenceSeconds()) < farAway))
+            return fail(ProblemKind::invalid, "creationDate is out of range");
+        order.creationDate = (*date)->referenceSeconds();
     }
-    return problem;
+    return {};
 }
 
-std::string openFile(const SaveJob &job, SaveOrder &order) {
+Failure noData() {
+    return fail(ProblemKind::empty, "the job holds no data");
+}
+
+Result<> openFile(const SaveJob &job, SaveOrder &order) {
     if (!order.path.starts_with('/') || order.path.find('\0') != std::string::npos)
-        return "filePath is not an absolute path";
+        return fail(ProblemKind::invalid, "filePath is not an absolute path");
     if (!job.mayReadFiles)
-        return "filePath is read only for the user that hoardd serves";
+        return fail(ProblemKind::refused, "filePath is read only for the user that hoardd serves");
     // Without blocking, should it be a pipe.
     order.file.reset(::open(order.path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     struct stat status {};
     if (!order.file || ::fstat(order.file.get(), &status) != 0)
-        return "can't read " + order.path + ": " + std::strerror(errno);
+        return failSystem("read", order.path);
     if (!S_ISREG(status.st_mode))
-        return "can't read " + order.path + ": it is not a regular file";
-    order.isEmpty = status.st_size == 0;
+        return fail(ProblemKind::invalid, "can't read " + order.path + ": it is not a regular file",
+                    order.path);
+    if (status.st_size == 0)
+        return noData();
     order.modified = static_cast<double>(status.st_mtim.tv_sec) +
                      static_cast<double>(status.st_mtim.tv_nsec) * 1e-9 - Date::secondsFrom1970To2001;
     if (order.originalFilename.empty())
@@ -79,22 +93,23 @@ std::string openFile(const SaveJob &job, SaveOrder &order) {
     return {};
 }
 
-std::string findSource(const SaveJob &job, SaveOrder &order) {
-    std::string problem;
-    order.data = read<Data>(job.dictionary.get(), protocol::job::imageData, problem);
-    const auto *path = read<String>(job.dictionary.get(), protocol::job::filePath, problem);
-    if (!problem.empty())
-        return problem;
-    if (order.data != nullptr) {
-        order.isEmpty = order.data->length() == 0;
-    } else if (path != nullptr) {
-        order.path = path->utf8();
-        problem = openFile(job, order);
-    } else {
-        order.surface = job.image.get();
-        order.isEmpty = order.surface == nullptr;
+Result<> findSource(const SaveJob &job, SaveOrder &order) {
+    const auto data = read<Data>(job.dictionary.get(), protocol::job::imageData);
+    const auto path = read<String>(job.dictionary.get(), protocol::job::filePath);
+    if (!data)
+        return passOn(data);
+    if (!path)
+        return passOn(path);
+    if (*data != nullptr) {
+        order.data = *data;
+        return order.data->length() != 0 ? Result<>() : noData();
     }
-    return order.isEmpty ? "the job holds no data" : problem;
+    if (*path != nullptr) {
+        order.path = (*path)->utf8();
+        return openFile(job, order);
+    }
+    order.surface = job.image.get();
+    return order.surface != nullptr ? Result<>() : noData();
 }
 
 } // namespace
@@ -117,9 +132,13 @@ FileType SaveOrder::type() const {
     return fileTypeOf(start, originalFilename);
 }
 
-std::string readJob(const SaveJob &job, SaveOrder &order) {
-    std::string problem = readWishes(job.dictionary.get(), order);
-    return problem.empty() ? findSource(job, order) : problem;
+Result<SaveOrder> readJob(const SaveJob &job) {
+    SaveOrder order;
+    if (const auto wishes = readWishes(job.dictionary.get(), order); !wishes)
+        return passOn(wishes);
+    if (const auto source = findSource(job, order); !source)
+        return passOn(source);
+    return order;
 }
 
 } // namespace wickerlane::hoardd

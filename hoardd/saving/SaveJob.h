@@ -6,6 +6,7 @@
 #include <string>
 
 #include "hoardd/media/FileType.h"
+#include "wickerlane/model/Result.h"
 #include "wickerlane/platform/file/UniqueFd.h"
 #include "wickerlane/platform/object/Dictionary.h"
 #include "wickerlane/platform/surface/ImageSurface.h"
@@ -16,10 +17,10 @@ namespace wickerlane::hoardd {
 struct SaveJob {
     Ref<Dictionary> dictionary; ///< Null when there is none.
     Ref<ImageSurface> image;    ///< Null when there is none.
-    Ref<ImageSurface> preview;  ///< Stands in when no thumbnail can be made of the image itself.
+    Ref<ImageSurface> preview;  ///< Serves as the thumbnails when none can be made of the image itself.
     bool mayReadFiles = false;  ///< Whether the caller has this process's rights to files.
-    std::string
-        uuid{}; ///< Of an asset that comes back, which the library must not have; empty for a new one.
+    /// Of an asset that comes back, which the library must not have; empty for a new one.
+    std::string uuid{};
 };
 
 /// What a job says, once it has been read: where the bytes come from, which is one of three, and what its
@@ -29,20 +30,20 @@ struct SaveOrder {
     UniqueFd file;
     const ImageSurface *surface = nullptr;
 
-    std::string path;               ///< Of `file`.
+    std::string path;               ///< Of `file`; else empty.
     std::optional<double> modified; ///< When `file` was changed last; seconds since 2001-01-01 00:00:00 UTC.
     std::string originalFilename;   ///< May be empty.
     std::optional<AssetKind> kind;
     std::optional<double> creationDate; ///< Seconds since 2001-01-01 00:00:00 UTC.
     bool unlessPresent = false;         ///< The same bytes are not to be saved twice.
-    bool isEmpty = false;               ///< The job names nothing to save, or something empty.
 
     /// What kind of file the original will be.
     [[nodiscard]] FileType type() const;
 };
 
-/// Reads a job, and opens the file that it names. An empty text on success, else what is wrong with it.
-[[nodiscard]] std::string readJob(const SaveJob &job, SaveOrder &order);
+/// Reads a job, and opens the file that it names. The problem is `empty` when the job names nothing to save,
+/// or something empty.
+[[nodiscard]] Result<SaveOrder> readJob(const SaveJob &job);
 
 } // namespace wickerlane::hoardd
 

@@ -59,7 +59,7 @@ Result<Answer> getLibrarySizes(Library &library, const Call &) {
 }
 
 Result<Answer> importFileSystemAssets(Library &library, const Call &) {
-    return whenDone(asResult(saveFoundFiles(library)));
+    return whenDone(saveFoundFiles(library));
 }
 
 Result<Answer> repairPotentialModelCorruption(LibraryFolder &folder, const Call &) {

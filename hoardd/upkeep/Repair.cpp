@@ -6,7 +6,7 @@
 #include <cstring>
 
 #include "hoardd/library/Interim.h"
-#include "hoardd/pictures/Renditions.h"
+#include "hoardd/pictures/Thumbnails.h"
 #include "hoardd/saving/FoundFiles.h"
 #include "wickerlane/log/JXLog.h"
 #include "wickerlane/platform/file/Files.h"
@@ -24,7 +24,7 @@ std::string mend(Library &library, const Finding &finding) {
     switch (finding.kind) {
     case Finding::Kind::missingThumbnail: {
         const Ref<store::ManagedAsset> asset = library.assets().assetWithUUID(finding.uuid);
-        return asset ? Renditions(library).makeThumbnails(asset->record(), false, false)
+        return asset ? asText(makeThumbnails(library, asset->record(), {}))
                      : std::string("the asset can't be read");
     }
     case Finding::Kind::missingRendition:
@@ -34,8 +34,7 @@ std::string mend(Library &library, const Finding &finding) {
     case Finding::Kind::strayOriginal:
     case Finding::Kind::strayThumbnail:
     case Finding::Kind::strayRendition:
-        return moveStray(library, finding.path, library.paths().lostAndFound()) ? std::string()
-                                                                                : std::strerror(errno);
+        return asText(moveStray(library, finding.path, library.paths().lostAndFound()));
     default:
         return finding.detail.empty() ? "it can't be mended" : finding.detail;
     }
@@ -44,7 +43,7 @@ std::string mend(Library &library, const Finding &finding) {
 } // namespace
 
 std::string repairLibrary(Library &library) {
-    std::string problem, left = saveFoundFiles(library);
+    std::string problem, left = asText(saveFoundFiles(library));
     const auto report = store::checkLibrary(library.paths(), {}, problem);
     if (!report)
         return problem;

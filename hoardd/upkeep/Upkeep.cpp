@@ -5,7 +5,7 @@
 
 #include "hoardd/albums/BulletinBoard.h"
 #include "hoardd/library/Interim.h"
-#include "hoardd/saving/AssetSaver.h"
+#include "hoardd/saving/Publication.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/store/LibraryCheck.h"
 #include "wickerlane/store/Schema.h"
@@ -89,8 +89,8 @@ std::string removeAddedSince(Library &library, double date) {
         if (library.isEnding())
             return "hoardd is ending; what is left is done the next time";
         ReleaseScope scope;
-        if (std::string failure = AssetSaver(library).remove(each); !failure.empty())
-            return failure;
+        if (const auto removed = removeAsset(library, each); !removed)
+            return asText(removed);
     }
     std::vector<std::string> albums;
     auto newAlbums = database->prepare("SELECT uuid FROM zalbum WHERE datecreated > ?");

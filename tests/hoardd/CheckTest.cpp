@@ -1,5 +1,4 @@
 // What a check finds, what a repair mends, and what is recognised as there already.
-#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
@@ -7,9 +6,8 @@
 #include <map>
 #include <set>
 
-#include "hoardd/library/Sha256.h"
+#include "tests/hoardd/FileSum.h"
 #include "tests/hoardd/RunningHoardd.h"
-#include "wickerlane/platform/file/Files.h"
 #include "wickerlane/store/LibraryCheck.h"
 
 using namespace wickerlane;
@@ -23,9 +21,7 @@ class Check : public RunningHoardd {
 protected:
     std::multimap<Finding::Kind, std::string> findings() const {
         store::CheckOptions options;
-        options.sumOfFile = [](const std::string &path) {
-            return hoardd::sha256OfFile(openFile(path, O_RDONLY).get());
-        };
+        options.sumOfFile = [](const std::string &path) { return std::optional(sumOfFile(path)); };
         std::string problem;
         const auto report = store::checkLibrary(paths, options, problem);
         EXPECT_TRUE(report) << problem;

@@ -9,7 +9,7 @@
 #include <map>
 #include <random>
 
-#include "hoardd/library/Sha256.h"
+#include "tests/hoardd/FileSum.h"
 #include "tests/hoardd/RunningHoardd.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/store/Schema.h"
@@ -29,12 +29,6 @@ std::vector<std::string> filesBelow(const std::string &folder) {
         if (entry.is_regular_file())
             files.push_back(entry.path());
     return files;
-}
-
-/// A sum of a file's bytes, by the kernel's own view of it.
-store::Sha256 sumOf(const std::string &path) {
-    const UniqueFd file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    return hoardd::sha256OfFile(file.get()).value_or(store::Sha256{});
 }
 
 // The version of SQLite in use can damage a database that two connections write.
@@ -132,7 +126,7 @@ TEST_F(Life, LeftoversOfAKilledSaveAreCompletedOrUndone) {
     // As if it had come before the commit: files in their places without a row.
     const std::string lost = "AAAAAAAA-0000-4000-8000-00000000ABCD";
     fs::create_directories(paths.saving() + '/' + lost + ".JPG");
-    writeFile(paths.saving() + '/' + lost + ".JPG/thumbnail-1024", picture);
+    writeFile(paths.saving() + '/' + lost + ".JPG/staged-AAAAAAAA-0000-4000-8000-00000000ABCE", picture);
     fs::create_directories(paths.folder() + "/DCIM/AA");
     writeFile(paths.folder() + "/DCIM/AA/" + lost + ".JPG", picture);
     fs::create_directories(paths.thumbnailFolder(lost));
@@ -156,7 +150,7 @@ TEST_F(Life, ThumbnailsThatAreDueAreMadeByTheNextDaemon) {
     ASSERT_TRUE(answer(edit.get())->getBool("success"));
     end(daemon(), SIGKILL);
     connection = connect();
-    const std::string leftover = paths.saving() + "/thumbnail-AAAAAAAA-0000-4000-8000-00000000ABCD-256";
+    const std::string leftover = paths.saving() + "/staged-AAAAAAAA-0000-4000-8000-00000000ABCD";
     writeFile(leftover, rendition);
     std::string problem;
     ASSERT_TRUE(sqlite::Database::open(paths.database(), sqlite::Database::Access::write, problem)
@@ -316,7 +310,7 @@ TEST_F(Life, WhateverWasAnsweredIsWholeAfterAKillAtAnyInstant) {
         std::size_t files = 0, thumbnails = 0;
         for (Object *each : *store->assets()) {
             const auto &record = as<store::ManagedAsset>(each)->record();
-            ASSERT_EQ(sumOf(paths.original(record)), record.sha256) << record.uuid;
+            ASSERT_EQ(sumOfFile(paths.original(record)), record.sha256) << record.uuid;
             ASSERT_EQ(fs::file_size(paths.original(record)), record.byteSize);
             ++files;
             // A picture whose worker was killed twice has none, and says so.

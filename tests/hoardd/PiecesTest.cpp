@@ -38,24 +38,24 @@ TEST(FileCopy, KeepsEveryByteAlsoBetweenFileSystems) {
     for (const int source : {onDisk.get(), inMemory.get()}) {
         const std::string copied = rootPath() + "/copy";
         const UniqueFd destination = openFile(copied, O_RDWR | O_CREAT | O_TRUNC);
-        EXPECT_EQ(copyFile(source, destination.get()), "");
+        EXPECT_TRUE(copyFile(source, destination.get(), copied));
         std::vector<std::byte> back;
         ASSERT_TRUE(readFile(copied, back, 1 << 20));
         EXPECT_EQ(back, bytes);
     }
     const UniqueFd unwritable(open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    EXPECT_NE(copyFile(onDisk.get(), unwritable.get()), "");
+    EXPECT_FALSE(copyFile(onDisk.get(), unwritable.get(), path));
 }
 
 TEST(Sha256, IsTheKnownSum) {
     const std::string path = rootPath() + "/abc";
     ASSERT_TRUE(replaceFile(path, std::as_bytes(std::span("abc", 3))));
     const UniqueFd file = openFile(path, O_RDONLY);
-    const auto sum = sha256OfFile(file.get());
+    const auto sum = sha256OfFile(file.get(), path);
     ASSERT_TRUE(sum);
     constexpr std::array<unsigned char, 6> start{0xBA, 0x78, 0x16, 0xBF, 0x8F, 0x01};
     EXPECT_EQ(std::memcmp(sum->data(), start.data(), start.size()), 0);
-    EXPECT_FALSE(sha256OfFile(-1));
+    EXPECT_FALSE(sha256OfFile(-1, path));
 }
 
 Store::Addition newAddition() {

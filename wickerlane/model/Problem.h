@@ -23,7 +23,8 @@ enum class ProblemKind : std::int64_t {
     noSpace = 8,       ///< The disk, or the user's share of it, is full.
     notWritable = 9,   ///< The file system or its permissions forbid writing.
     newerVersion = 10, ///< The library was made by a newer hoardd.
-    unreachable = 11   ///< hoardd can't be started, or stopped answering. Never in a reply.
+    unreachable = 11,  ///< hoardd can't be started, or stopped answering. Never in a reply.
+    empty = 12         ///< The request holds nothing to work on.
 };
 
 struct Problem {

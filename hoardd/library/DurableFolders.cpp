@@ -1,0 +1,48 @@
+#include "hoardd/library/DurableFolders.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cstdio>
+
+#include "wickerlane/platform/file/Files.h"
+#include "wickerlane/platform/object/Paths.h"
+
+namespace wickerlane::hoardd {
+
+Result<> makeDurableFolder(const std::string &path) {
+    if (::mkdir(path.c_str(), 0700) != 0) {
+        if (errno == EEXIST)
+            return {};
+        if (!makeFolders(path))
+            return failSystem("make", path);
+    }
+    return makeNamesDurable(std::string(parentFolder(path)));
+}
+
+Result<> makeNamesDurable(const std::string &folder) {
+    if (!syncFolder(folder))
+        return failSystem("sync", folder);
+    return {};
+}
+
+Result<> moveIntoFolder(const std::string &path, const std::string &folder) {
+    if (auto made = makeDurableFolder(folder); !made)
+        return made;
+    const std::string name(lastPathComponent(path));
+    constexpr int maxOfOneName = 1000;
+    for (int number = 0; number < maxOfOneName; ++number) {
+        std::string place = folder + '/';
+        if (number != 0)
+            place += std::to_string(number) + '-';
+        if (::renameat2(AT_FDCWD, path.c_str(), AT_FDCWD, place.append(name).c_str(), RENAME_NOREPLACE) == 0)
+            return makeNamesDurable(folder);
+        if (errno == ENOENT)
+            return {};
+        if (errno != EEXIST)
+            break;
+    }
+    return failSystem("move", path);
+}
+
+} // namespace wickerlane::hoardd

@@ -1,0 +1,77 @@
+// Making the thumbnails of assets. There is one of each of the store's thumbnail sizes.
+#ifndef HOARDD_PICTURES_THUMBNAILS_H
+#define HOARDD_PICTURES_THUMBNAILS_H
+
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "hoardd/library/Library.h"
+#include "hoardd/library/StagedFile.h"
+
+namespace wickerlane::hoardd {
+
+/// The thumbnails of one asset while they are made: files that go with this object unless they have come to
+/// their places.
+class StagedThumbnails {
+public:
+    [[nodiscard]] static Result<StagedThumbnails> create(const store::LibraryPaths &paths,
+                                                         std::string_view uuid);
+
+    /// To be written by a media worker, all of them.
+    [[nodiscard]] std::span<const ThumbnailTarget> targets() const noexcept { return open; }
+    /// Puts them in their places. They may not survive a crash, so the store must say that they are due.
+    [[nodiscard]] Result<> place();
+    /// Puts them in their places for good.
+    [[nodiscard]] Result<> publish();
+
+private:
+    struct Thumbnail {
+        StagedFile file;
+        std::string place;
+    };
+    StagedThumbnails() = default;
+
+    std::string folder;
+    std::vector<Thumbnail> all;
+    std::vector<ThumbnailTarget> open;
+};
+
+// Work on an open library. Problems are `invalid` when the picture itself can't be decoded.
+
+/// Decodes a picture into thumbnails of an asset.
+[[nodiscard]] Result<StagedThumbnails> stageThumbnails(Library &library, std::string_view uuid,
+                                                       const std::string &picture);
+/// Puts thumbnails in their places for good, and counts them in the store. The asset's lock is held.
+[[nodiscard]] Result<> publishThumbnails(Library &library, StagedThumbnails &thumbnails,
+                                         const store::AssetRecord &asset, bool newIndex);
+
+struct ThumbnailWish {
+    bool isForced = false; ///< Made even when all are there.
+    bool newIndex = false; ///< The thumbnail index counts up, so that caches notice.
+};
+/// Makes the thumbnails of an asset, of the picture that shows it. Blocks while it is decoded.
+[[nodiscard]] Result<> makeThumbnails(Library &library, const store::AssetRecord &asset,
+                                      const ThumbnailWish &wish);
+
+/// Makes the thumbnails of those assets where they are due, with one commit for all. Gives for each the asset
+/// as it is then: with its thumbnails, or with the reason why its picture can't be decoded. A problem says
+/// why they stay due. Blocks.
+[[nodiscard]] std::vector<Result<store::AssetRecord>>
+makeDueThumbnails(Library &library, std::span<const store::AssetRecord> assets);
+
+/// Makes the thumbnails that an earlier process left due. Blocks, and stops where it can when the process is
+/// ending.
+void makeThumbnailsLeftDue(Library &library);
+
+/// Notes in a record why its picture can't be decoded: then its size is not known either.
+void setUndecodable(store::AssetRecord &record, std::string_view reason);
+
+/// The small thumbnail of an asset, as a JPEG file.
+[[nodiscard]] Result<std::vector<std::byte>> smallThumbnail(const store::LibraryPaths &paths,
+                                                            std::string_view uuid);
+
+} // namespace wickerlane::hoardd
+
+#endif

@@ -1,0 +1,25 @@
+// The last steps of a save, and the same steps back: see Saving.h.
+#ifndef HOARDD_SAVING_PUBLICATION_H
+#define HOARDD_SAVING_PUBLICATION_H
+
+#include <span>
+
+#include "hoardd/library/Library.h"
+#include "hoardd/saving/Staging.h"
+
+namespace wickerlane::hoardd {
+
+/// Moves the files of assets to their places, and commits their rows: all or none. Those whose bytes turn out
+/// to be there already become `present`, and their files go.
+[[nodiscard]] Result<> publishAssets(Library &library, std::span<StagedAsset *const> assets);
+
+/// Takes an asset and all its files out of the library: all of it, whatever the instant of a kill, or
+/// nothing. Succeeds also when it has gone already. Blocks.
+[[nodiscard]] Result<> removeAsset(Library &library, const store::AssetRecord &asset);
+
+/// Completes or undoes what a killed process left. Before the first save.
+void recoverSaves(Library &library);
+
+} // namespace wickerlane::hoardd
+
+#endif

@@ -1,0 +1,90 @@
+#include "hoardd/saving/Saving.h"
+
+#include <unistd.h>
+
+#include <exception>
+
+#include "hoardd/pictures/Thumbnails.h"
+#include "hoardd/saving/Publication.h"
+#include "wickerlane/platform/object/ReleaseScope.h"
+
+namespace wickerlane::hoardd {
+
+using store::AssetRecord;
+
+namespace {
+
+Ref<store::ManagedAsset> assetOf(Library &library, AssetRecord record) {
+    return store::ManagedAsset::create(std::move(record), library.paths().folder(),
+                                       library.assets().storeUUID());
+}
+
+SavedAsset savedAsset(Library &library, StagedAsset &staged) {
+    const bool wasPresent = staged.present.has_value();
+    // What was found may be all that is left of an asset whose original is missing.
+    if (!wasPresent || ::access(library.paths().original(*staged.present).c_str(), F_OK) == 0)
+        ::unlink(staged.takenFrom.c_str());
+    return {assetOf(library, wasPresent ? *std::move(staged.present) : std::move(staged.record)), wasPresent,
+            !wasPresent && staged.isDue};
+}
+
+} // namespace
+
+std::vector<Result<SavedAsset>> beginSaves(Library &library, std::span<const SaveJob> jobs) {
+    std::vector<Result<StagedAsset>> all;
+    all.reserve(jobs.size());
+    for (const SaveJob &job : jobs) {
+        ReleaseScope scope;
+        all.push_back(stageAsset(library, job));
+    }
+    std::vector<StagedAsset *> fresh;
+    for (auto &each : all)
+        if (each && !each->present)
+            fresh.push_back(&*each);
+    const Result<> published = fresh.empty() ? Result<>() : publishAssets(library, fresh);
+
+    std::vector<Result<SavedAsset>> results;
+    results.reserve(jobs.size());
+    for (auto &each : all)
+        if (!each)
+            results.push_back(passOn(each));
+        else if (!published && !each->present)
+            results.push_back(passOn(published));
+        else
+            results.push_back(savedAsset(library, *each));
+    return results;
+}
+
+void finishSaves(Library &library, std::span<Result<SavedAsset>> saves) {
+    std::vector<SavedAsset *> due;
+    std::vector<AssetRecord> records;
+    for (auto &each : saves)
+        if (each && each->isDue) {
+            due.push_back(&*each);
+            records.push_back(each->asset->record());
+        }
+    if (due.empty())
+        return;
+    try {
+        const auto made = makeDueThumbnails(library, records);
+        for (std::size_t i = 0; i < due.size(); ++i)
+            if (made[i]) {
+                due[i]->asset = assetOf(library, *made[i]);
+                due[i]->isDue = false;
+            } else {
+                due[i]->thumbnails = passOn(made[i]);
+            }
+    } catch (const std::exception &failure) {
+        for (SavedAsset *each : due)
+            if (each->isDue)
+                each->thumbnails = fail(ProblemKind::failed, failure.what());
+    }
+}
+
+std::vector<Result<SavedAsset>> saveAssets(Library &library, std::span<const SaveJob> jobs) {
+    auto saves = beginSaves(library, jobs);
+    finishSaves(library, saves);
+    return saves;
+}
+
+} // namespace wickerlane::hoardd

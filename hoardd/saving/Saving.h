@@ -1,0 +1,50 @@
+// Saving assets so that each is there whole or not at all, whenever the process is killed.
+//
+// The steps of a save:
+//
+//  1. A folder is made for the asset in the library's Saving folder, named as the original will be.
+//  2. The original is written there, sealed and synced. A media worker takes a first look at it: its dates,
+//  its
+//     place, and the small preview that it may carry, which serves as its thumbnails for the moment.
+//  3. The files move to their places, whose folders are synced.
+//  4. The row is committed. From here on the asset is saved, and everybody sees it.
+//  5. The folder, now empty, goes.
+//  6. A worker decodes the picture, and the thumbnails proper take their places.
+//
+// Staging.h is the first two, Publication.h the next three, hoardd/pictures/Thumbnails.h the last. As long as
+// the folder stands, what it stands for is unfinished: after a kill, recoverSaves() keeps the asset if its
+// row was committed, and otherwise removes all its files. That thumbnails are due is in the store: after a
+// kill, makeThumbnailsLeftDue() makes them.
+#ifndef HOARDD_SAVING_SAVING_H
+#define HOARDD_SAVING_SAVING_H
+
+#include <span>
+#include <vector>
+
+#include "hoardd/library/Library.h"
+#include "hoardd/saving/SaveJob.h"
+
+namespace wickerlane::hoardd {
+
+/// What has come of a job.
+struct SavedAsset {
+    Ref<store::ManagedAsset> asset;
+    bool wasPresent = false; ///< The asset was there before, and nothing was saved.
+    bool isDue = false;      ///< Its thumbnails are still to be made.
+    Result<> thumbnails{};   ///< Why it has none yet, though for all we know it can be decoded.
+};
+
+/// Takes the first five steps for several jobs, with one commit for all. Blocks; gives a result for each job,
+/// in order. The problem is `empty` when a job names nothing to save.
+[[nodiscard]] std::vector<Result<SavedAsset>> beginSaves(Library &library, std::span<const SaveJob> jobs);
+
+/// Takes the last step for those whose thumbnails are due, with one commit for all, and brings them up to
+/// date. What is saved stays so, whatever becomes of its thumbnails. Blocks.
+void finishSaves(Library &library, std::span<Result<SavedAsset>> saves);
+
+/// All the steps.
+[[nodiscard]] std::vector<Result<SavedAsset>> saveAssets(Library &library, std::span<const SaveJob> jobs);
+
+} // namespace wickerlane::hoardd
+
+#endif

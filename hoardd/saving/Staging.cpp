@@ -1,0 +1,201 @@
+#include "hoardd/saving/Staging.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "hoardd/library/Clock.h"
+#include "hoardd/library/DurableFolders.h"
+#include "wickerlane/platform/object/Number.h"
+#include "wickerlane/platform/object/Paths.h"
+
+namespace wickerlane::hoardd {
+
+using store::AssetRecord;
+
+namespace {
+
+/// What is known before the bytes have been read.
+AssetRecord recordOf(const SaveJob &job, const SaveOrder &order) {
+    AssetRecord record;
+    const FileType type = order.type();
+    record.uuid = job.uuid.empty() ? std::string(UUID::createRandom()->uuidString()->utf8()) : job.uuid;
+    record.kind = order.kind.value_or(type.kind);
+    record.format = type.mediaType;
+    record.directory = store::LibraryPaths::directoryOfOriginal(record.uuid);
+    record.filename = record.uuid + '.' + type.extension;
+    record.originalFilename = order.originalFilename;
+    return record;
+}
+
+/// Reserves the UUID that a job brought with it. A file that lies where the original will be moves away
+/// first, so that whatever a failed or killed save removes there was its own.
+Result<AssetLocks::Reservation> reserveUUID(Library &library, const AssetRecord &record) {
+    auto reservation = library.locks().reserve(record.uuid);
+    if (!reservation)
+        return fail(ProblemKind::busy, "an asset of that UUID is being saved");
+    const auto isThere = library.writer().contains(record.uuid);
+    if (!isThere)
+        return passOn(isThere);
+    if (*isThere)
+        return fail(ProblemKind::exists, "there is an asset of that UUID");
+    const std::string original = library.paths().original(record);
+    if (::access(original.c_str(), F_OK) == 0)
+        if (const auto moved = moveIntoFolder(original, library.paths().found()); !moved)
+            return passOn(moved);
+    return reservation;
+}
+
+Result<> encodeSurface(Library &library, const ImageSurface &surface, MediaFormat format, int output) {
+    const SurfacePixels pixels{surface.sharedMemory()->descriptor(), surface.width(), surface.height(),
+                               static_cast<SurfaceFormat>(surface.pixelFormat()), surface.bytesPerRow()};
+    const ImageResult encoded = library.media().encode(pixels, {.format = format}, output);
+    if (!encoded.succeeded())
+        return fail(ProblemKind::failed, "can't encode the surface: " + encoded.reason);
+    return {};
+}
+
+Result<> writeSource(Library &library, const SaveOrder &order, const AssetRecord &record, StagedFile &file) {
+    if (order.data != nullptr)
+        return file.write(order.data->span());
+    if (order.file)
+        return file.copyFrom(order.file.get());
+    const bool isLossless = record.format == mediaTypeName(MediaFormat::png);
+    return encodeSurface(library, *order.surface, isLossless ? MediaFormat::png : MediaFormat::jpeg,
+                         file.descriptor());
+}
+
+/// Writes and seals the original, and notes its sum and size.
+Result<StagedFile> writeOriginal(Library &library, const SaveOrder &order, const std::string &folder,
+                                 AssetRecord &record) {
+    auto original = StagedFile::create(folder);
+    if (!original)
+        return original;
+    if (const auto written = writeSource(library, order, record, *original); !written)
+        return passOn(written);
+    const auto sum = original->sum();
+    if (!sum)
+        return passOn(sum);
+    if (const auto sealed = original->seal(); !sealed)
+        return passOn(sealed);
+    struct stat status {};
+    if (::fstat(original->descriptor(), &status) != 0)
+        return failSystem("write", folder);
+    record.sha256 = *sum;
+    record.byteSize = static_cast<std::uint64_t>(status.st_size);
+    return original;
+}
+
+/// Makes thumbnails of the surface that a caller sent along; whether it did.
+bool showSurface(Library &library, const ImageSurface &surface, const std::string &folder,
+                 std::span<const ThumbnailTarget> targets) {
+    const auto encoded = StagedFile::create(folder);
+    return encoded && encodeSurface(library, surface, MediaFormat::png, encoded->descriptor()) &&
+           library.media().probe(encoded->descriptor(), targets).succeeded();
+}
+
+/// What a picture says of itself, but for the date, which the job may know better.
+void setFacts(AssetRecord &record, const PictureFacts &facts) {
+    record.width = facts.width;
+    record.height = facts.height;
+    record.orientation = facts.orientation;
+    if (facts.video)
+        record.duration = facts.video->seconds;
+    if (facts.place) {
+        record.latitude = facts.place->latitude;
+        record.longitude = facts.place->longitude;
+    }
+    if (facts.format == MediaFormat::raw)
+        record.format = mediaTypeName(MediaFormat::raw); // its first bytes may have said otherwise
+}
+
+void setDates(AssetRecord &record, const PictureFacts &facts, const SaveOrder &order) {
+    record.dateAdded = secondsNow();
+    if (order.creationDate)
+        record.dateCreated = *order.creationDate;
+    else if (facts.captureDate)
+        record.dateCreated = static_cast<double>(facts.captureDate->seconds) +
+                             facts.captureDate->nanoseconds * 1e-9 - Date::secondsFrom1970To2001;
+    else
+        record.dateCreated = order.modified.value_or(record.dateAdded);
+}
+
+/// Takes a first look at the original, which does not decode it.
+Result<> examine(Library &library, const SaveJob &job, const SaveOrder &order, StagedAsset &staged) {
+    auto preview = StagedThumbnails::create(library.paths(), staged.record.uuid);
+    if (!preview)
+        return passOn(preview);
+    // What the caller shows of it serves better than what the file carries.
+    const bool isShown =
+        job.preview && showSurface(library, *job.preview, staged.folder.path(), preview->targets());
+    const ExamineResult seen = library.media().examine(
+        staged.original.descriptor(), job.preview ? std::span<const ThumbnailTarget>() : preview->targets());
+    setFacts(staged.record, seen.facts);
+    setDates(staged.record, seen.facts, order);
+    staged.isDue = seen.succeeded();
+    if (!seen.succeeded())
+        setUndecodable(staged.record, seen.reason);
+    if (isShown || seen.hasPreview) {
+        staged.record.thumbnailIndex = 1;
+        staged.preview = *std::move(preview);
+    }
+    return {};
+}
+
+/// Whether a file lies in one of the folders whose files go once they have been saved.
+bool isTaken(const store::LibraryPaths &paths, const SaveOrder &order) {
+    const std::string_view folder = parentFolder(order.path);
+    return order.file && (folder == paths.incoming() || folder == paths.found());
+}
+
+} // namespace
+
+Result<SaveFolder> SaveFolder::create(const store::LibraryPaths &paths, const AssetRecord &asset) {
+    std::string path = paths.saving() + '/' + asset.filename;
+    if (::mkdir(path.c_str(), 0700) != 0)
+        return failSystem("make", path);
+    return SaveFolder(std::move(path));
+}
+
+SaveFolder::~SaveFolder() {
+    std::error_code ignored; // recoverSaves() tries again
+    if (!isKept)
+        std::filesystem::remove_all(folder, ignored);
+}
+
+Result<StagedAsset> stageAsset(Library &library, const SaveJob &job) {
+    const auto order = readJob(job);
+    if (!order)
+        return passOn(order);
+    AssetRecord record = recordOf(job, *order);
+    Result<AssetLocks::Reservation> reservation;
+    if (!job.uuid.empty())
+        reservation = reserveUUID(library, record);
+    if (!reservation)
+        return passOn(reservation);
+    auto folder = SaveFolder::create(library.paths(), record);
+    if (!folder)
+        return passOn(folder);
+    auto original = writeOriginal(library, *order, folder->path(), record);
+    if (!original)
+        return passOn(original);
+
+    StagedAsset staged{*std::move(reservation), *std::move(folder), *std::move(original), std::move(record)};
+    staged.unlessPresent = order->unlessPresent;
+    if (isTaken(library.paths(), *order))
+        staged.takenFrom = order->path;
+    if (staged.unlessPresent) {
+        auto present = library.writer().assetWithSum(staged.record.sha256);
+        if (!present)
+            return passOn(present);
+        staged.present = *std::move(present);
+    }
+    if (!staged.present)
+        if (const auto examined = examine(library, job, *order, staged); !examined)
+            return passOn(examined);
+    staged.original.close();
+    return staged;
+}
+
+} // namespace wickerlane::hoardd

@@ -1,0 +1,55 @@
+// The first steps of a save, before any file is in its place: see Saving.h.
+#ifndef HOARDD_SAVING_STAGING_H
+#define HOARDD_SAVING_STAGING_H
+
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "hoardd/library/Library.h"
+#include "hoardd/library/StagedFile.h"
+#include "hoardd/pictures/Thumbnails.h"
+#include "hoardd/saving/SaveJob.h"
+
+namespace wickerlane::hoardd {
+
+/// The folder that stands for one unfinished save, in the library's Saving folder. It goes with this object
+/// unless it is kept.
+class SaveFolder {
+public:
+    [[nodiscard]] static Result<SaveFolder> create(const store::LibraryPaths &paths,
+                                                   const store::AssetRecord &asset);
+    SaveFolder(SaveFolder &&other) noexcept
+        : folder(std::move(other.folder)), isKept(std::exchange(other.isKept, true)) {}
+    SaveFolder &operator=(SaveFolder &&) = delete;
+    ~SaveFolder();
+
+    [[nodiscard]] const std::string &path() const noexcept { return folder; }
+    /// From here on the folder says which files to look for after a kill.
+    void keep() noexcept { isKept = true; }
+
+private:
+    explicit SaveFolder(std::string made) : folder(std::move(made)) {}
+    std::string folder;
+    bool isKept = false;
+};
+
+/// An asset whose files have been written, but are not in their places.
+struct StagedAsset {
+    AssetLocks::Reservation reservation; ///< Of a UUID that came with the job; else of nothing.
+    SaveFolder folder;
+    StagedFile original; ///< Sealed and closed.
+    store::AssetRecord record;
+    std::optional<StagedThumbnails> preview{};   ///< What serves as its thumbnails for the moment.
+    bool isDue = false;                          ///< Thumbnails are to be made of the picture itself.
+    bool unlessPresent = false;                  ///< Not to be saved when its bytes are there already.
+    std::optional<store::AssetRecord> present{}; ///< The asset that has them.
+    std::string takenFrom{}; ///< The file in Incoming or Found that goes once the asset is saved; or empty.
+};
+
+/// Writes what a job brings into a folder of its own, and takes a first look at it.
+[[nodiscard]] Result<StagedAsset> stageAsset(Library &library, const SaveJob &job);
+
+} // namespace wickerlane::hoardd
+
+#endif
