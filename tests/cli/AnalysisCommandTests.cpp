@@ -1,4 +1,4 @@
-// wickerlane moments, wickerlane duplicates
+// wickerlane moments, wickerlane duplicates, wickerlane feed, wickerlane rebuild-thumbnails
 #include "tests/cli/CommandRun.h"
 #include "tests/support/TestImages.h"
 #include "wickerlane/store/LibraryPaths.h"
@@ -10,7 +10,7 @@ namespace {
 
 class AnalysisCommands : public CommandTest {
 protected:
-    /// Imports a picture that was taken then; its UUID.
+    /// Imports a picture that was taken at a time and returns its UUID.
     std::string taken(const std::string &name, const std::string &when, unsigned seed, int side = 240) const {
         TestExif exif;
         exif.dateTimeOriginal = when;
@@ -46,7 +46,7 @@ TEST_F(AnalysisCommands, MomentsAreListedOnceTheyHaveBeenMade) {
     EXPECT_EQ(run({"moments", "--rebuild", "--update"}).exitCode, 2);
 }
 
-TEST_F(AnalysisCommands, DuplicatesAreListedAndDecidedOn) {
+TEST_F(AnalysisCommands, DuplicatesAreListedAndDecisionsRemembered) {
     const std::string picture = taken("a.jpg", "2021:06:15 10:00:00", 1);
     const std::string copy = taken("small.jpg", "2021:06:15 10:00:00", 1, 120);
     const std::string other = taken("b.jpg", "2021:06:15 10:00:00", 2);
@@ -71,7 +71,7 @@ TEST_F(AnalysisCommands, DuplicatesAreListedAndDecidedOn) {
         int exitCode;
     } cases[] = {
         {{"duplicates", "--not", picture}, 2},
-        {{"duplicates", "--not", picture, "nobody"}, 4},
+        {{"duplicates", "--not", picture, "unknown"}, 4},
         {{"duplicates", "--likeness", "odd"}, 2},
         {{"--root", (folder / "empty").string(), "duplicates"}, 4},
         {{"--root", (folder / "empty").string(), "moments"}, 4},
@@ -80,7 +80,7 @@ TEST_F(AnalysisCommands, DuplicatesAreListedAndDecidedOn) {
         EXPECT_EQ(run(arguments).exitCode, exitCode) << testing::PrintToString(arguments);
 }
 
-TEST_F(AnalysisCommands, TheFeedAndAllThumbnailsAreMadeAnewWhenAsked) {
+TEST_F(AnalysisCommands, TheFeedAndThumbnailsAreRebuiltOnRequest) {
     const std::string uuid = taken("a.jpg", "2021:06:15 10:00:00", 1);
     const CommandResult before = run({"feed"});
     EXPECT_EQ(before.exitCode, 0) << before;

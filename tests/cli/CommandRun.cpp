@@ -8,12 +8,14 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
 
+#include "tests/support/TestImages.h"
+#include "wickerlane/platform/file/Retry.h"
+#include "wickerlane/platform/file/UniqueFd.h"
 #include "wickerlane/protocol/ServiceName.h"
 #include "wickerlane/store/LibraryPaths.h"
 
@@ -34,28 +36,19 @@ std::string readFrom(int descriptor) {
     return text;
 }
 
-/// Ends the daemon that has the test's library open, and waits until it is gone. It is not this process's
-/// child.
-void endDaemon() {
-    pid_t process = 0;
-    std::ifstream(store::LibraryPaths().lock()) >> process;
-    if (process <= 0)
-        return;
-    const int handle = static_cast<int>(syscall(SYS_pidfd_open, process, 0));
-    if (handle < 0)
-        return;
-    // The file outlives the daemon: by now the number may be another process's.
-    std::error_code gone;
-    if (fs::read_symlink("/proc/" + std::to_string(process) + "/exe", gone) == HOARDD_PROGRAM) {
-        syscall(SYS_pidfd_send_signal, handle, SIGTERM, nullptr, 0);
-        pollfd ended{handle, POLLIN, 0};
-        while (poll(&ended, 1, 30'000) < 0 && errno == EINTR) {
-        }
-    }
-    close(handle);
+} // namespace
+
+std::vector<std::byte> jpegPicture() {
+    return jpegOf(fourCorners(64, 48));
 }
 
-} // namespace
+std::vector<std::byte> pngPicture() {
+    return pngOf(fourCorners(40, 40));
+}
+
+std::span<const std::byte> bytesOf(std::string_view text) {
+    return std::as_bytes(std::span(text));
+}
 
 std::ostream &operator<<(std::ostream &stream, const CommandResult &result) {
     return stream << "exit code " << result.exitCode << "\n--- output\n"
@@ -109,6 +102,23 @@ RunningCommand::~RunningCommand() {
 
 CommandResult run(const std::vector<std::string> &arguments) {
     return RunningCommand(arguments).wait();
+}
+
+void endDaemon() {
+    pid_t process = 0;
+    std::ifstream(store::LibraryPaths().lock()) >> process;
+    if (process <= 0)
+        return;
+    const UniqueFd handle(static_cast<int>(syscall(SYS_pidfd_open, process, 0)));
+    if (!handle)
+        return;
+    // The file outlives the daemon: the number may be another process's now.
+    std::error_code gone;
+    if (fs::read_symlink("/proc/" + std::to_string(process) + "/exe", gone) != HOARDD_PROGRAM)
+        return;
+    syscall(SYS_pidfd_send_signal, handle.get(), SIGTERM, nullptr, 0);
+    pollfd ended{handle.get(), POLLIN, 0};
+    EXPECT_EQ(retryInterrupted([&] { return poll(&ended, 1, 60'000); }), 1) << "the daemon does not end";
 }
 
 void CommandTest::SetUp() {

@@ -9,9 +9,19 @@
 #include <nlohmann/json.hpp>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace wickerlane::test {
+
+/// No asset has it.
+inline const std::string absentUUID = "00000000-0000-4000-8000-000000000000";
+
+/// Small pictures to save.
+std::vector<std::byte> jpegPicture();
+std::vector<std::byte> pngPicture();
+
+std::span<const std::byte> bytesOf(std::string_view text);
 
 /// How a run of the command ended, and what it wrote.
 struct CommandResult {
@@ -29,7 +39,7 @@ std::ostream &operator<<(std::ostream &stream, const CommandResult &result);
 class RunningCommand {
 public:
     explicit RunningCommand(const std::vector<std::string> &arguments);
-    /// Ends it if need be.
+    /// Kills it if it still runs.
     ~RunningCommand();
     RunningCommand(const RunningCommand &) = delete;
     RunningCommand &operator=(const RunningCommand &) = delete;
@@ -37,6 +47,7 @@ public:
     [[nodiscard]] pid_t process() const noexcept { return pid; }
     /// False once it has ended by itself.
     [[nodiscard]] bool isRunning() const;
+    /// Blocks until it has ended.
     [[nodiscard]] CommandResult wait();
 
 private:
@@ -45,9 +56,14 @@ private:
     int errorFile = -1;
 };
 
+/// Runs the command to its end.
 CommandResult run(const std::vector<std::string> &arguments);
 
-/// Gives each test the daemon's service below its root, files to work with, and the end of the daemon.
+/// Ends the daemon of the test's library, if one runs, and waits until it is gone.
+void endDaemon();
+
+/// Gives each test a library with the daemon's service, and a folder for files. Ends the daemon after the
+/// test.
 class CommandTest : public ::testing::Test {
 protected:
     void SetUp() override;
@@ -55,7 +71,7 @@ protected:
 
     /// A file in the test's folder.
     std::string file(const std::string &name, std::span<const std::byte> contents) const;
-    /// Imports one file and gives its UUID; empty, and a failure, when that does not work.
+    /// Imports one file and returns its UUID. Empty, after a failure of the test, when that does not work.
     std::string imported(const std::string &path) const;
 
     std::filesystem::path folder;

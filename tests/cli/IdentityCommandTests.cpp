@@ -1,5 +1,4 @@
-#include <unistd.h>
-
+// wickerlane uuid, wickerlane process, wickerlane device
 #include <set>
 #include <sstream>
 
@@ -19,7 +18,7 @@ Lines linesOf(const std::string &text) {
     return lines;
 }
 
-TEST_F(CommandTest, UUIDsAreMadeAndPutIntoTheLibrarysForm) {
+TEST_F(CommandTest, UUIDsAreMadeAndWrittenInTheLibrarysForm) {
     const CommandResult made = run({"uuid", "--count", "5"});
     EXPECT_EQ(made.exitCode, 0) << made;
     EXPECT_EQ(linesOf(made.output).size(), 5U) << made;
@@ -44,7 +43,7 @@ TEST_F(CommandTest, ProcessesAreFoundByName) {
     EXPECT_EQ(none.errors, "wickerlane: no process is named 'no such name'\n");
 }
 
-TEST_F(CommandTest, DeviceTellsItsSettingsAndApplications) {
+TEST_F(CommandTest, DeviceShowsItsSettingsAndApplications) {
     setenv("XDG_DATA_HOME", folder.c_str(), 1);
     setenv("XDG_DATA_DIRS", folder.c_str(), 1);
     EXPECT_EQ(run({"device", "--json"}).json()["pictoramaInstalled"], false);

@@ -1,10 +1,11 @@
+// wickerlane describe
 #include "tests/cli/CommandRun.h"
 
 using namespace wickerlane::test;
 
 namespace {
 
-TEST(Describe, putsCountsIntoWordsOfALanguage) {
+TEST(DescribeCommand, DescribesCountsInALanguage) {
     struct Row {
         std::vector<std::string> arguments;
         std::string text;
@@ -29,7 +30,7 @@ TEST(Describe, putsCountsIntoWordsOfALanguage) {
               (nlohmann::json{{"language", "de"}, {"text", "2 Fotos"}}));
 }
 
-TEST(Describe, refusesWhatItCannotSay) {
+TEST(DescribeCommand, RefusesUnknownLanguagesAndWrongCounts) {
     const CommandResult unknown = run({"describe", "--photos", "1", "--language", "pl"});
     EXPECT_EQ(unknown.exitCode, 2) << unknown;
     EXPECT_NE(unknown.errors.find("choose one of ar, de, en, fr, ja, pt-BR"), std::string::npos) << unknown;

@@ -1,10 +1,11 @@
+// wickerlane text
 #include "tests/cli/CommandRun.h"
 
 using namespace wickerlane::test;
 
 namespace {
 
-class TextCommandTest : public CommandTest {
+class TextCommand : public CommandTest {
 protected:
     void SetUp() override {
         CommandTest::SetUp();
@@ -29,7 +30,7 @@ protected:
 
 } // namespace
 
-TEST_F(TextCommandTest, ShowsTextsInALanguage) {
+TEST_F(TextCommand, ShowsTextsInALanguage) {
     const std::string path = (folder / "Own.bundle").string();
     const struct {
         std::vector<std::string> arguments;

@@ -4,6 +4,7 @@
 
 #include "tests/cli/CommandRun.h"
 #include "tests/support/TestImages.h"
+#include "tests/support/WaitUntil.h"
 #include "wickerlane/store/LibraryPaths.h"
 
 using namespace wickerlane;
@@ -12,10 +13,10 @@ namespace fs = std::filesystem;
 
 namespace {
 
-TEST_F(CommandTest, WatchShowsEachNewCount) {
+TEST_F(CommandTest, WatchShowsTheCountsAfterEachChange) {
     RunningCommand watching({"watch", "--json", "--changes", "2"});
     std::uint32_t saved = 0;
-    while (watching.isRunning())
+    while (watching.isRunning() && !HasFailure())
         imported(file("a.png", pngOf(fourCorners(4 + saved++, 4))));
     const CommandResult result = watching.wait();
     EXPECT_EQ(result.exitCode, 0) << result;
@@ -34,22 +35,22 @@ TEST_F(CommandTest, WatchShowsEachNewCount) {
     EXPECT_LE(photos[2], saved);
 }
 
-TEST_F(CommandTest, WatchEndsWellWhenInterrupted) {
+TEST_F(CommandTest, WatchSucceedsWhenInterrupted) {
     RunningCommand watching({"watch"});
-    while (!fs::exists(store::LibraryPaths().database()) && watching.isRunning()) {
-    }
+    ASSERT_TRUE(
+        waitUntil([&] { return fs::exists(store::LibraryPaths().database()) || !watching.isRunning(); }));
     kill(watching.process(), SIGINT);
     const CommandResult result = watching.wait();
     EXPECT_EQ(result.exitCode, 0) << result;
     EXPECT_TRUE(result.output.empty() || result.output == "0 photos, 0 videos\n") << result;
 }
 
-TEST_F(CommandTest, ResolveTellsTheFilesOfPersistentURLs) {
+TEST_F(CommandTest, ResolveWritesThePathsOfPersistentURLs) {
     const std::string uuid = imported(file("a.jpg", jpegOf(fourCorners(64, 48))));
     const auto shown = run({"show", uuid, "--json"}).json();
     const std::string url = shown["url"], path = shown["file"];
     EXPECT_EQ(run({"resolve", url}).output, path + "\n");
-    const std::string absent = "rez-vault://asset/asset.JPG?id=00000000-0000-4000-8000-000000000000&ext=JPG";
+    const std::string absent = "rez-vault://asset/asset.JPG?id=" + absentUUID + "&ext=JPG";
 
     const CommandResult some = run({"resolve", "--json", absent, url});
     EXPECT_EQ(some.exitCode, 4) << some;

@@ -1,0 +1,58 @@
+// wickerlane album, wickerlane delete, wickerlane changes, and the subcommands about shared albums
+#include "tests/cli/CommandRun.h"
+#include "tests/support/TestImages.h"
+
+using namespace wickerlane::test;
+namespace fs = std::filesystem;
+
+namespace {
+
+TEST_F(CommandTest, AlbumsAreCreatedFilledAndShown) {
+    const std::string uuid = imported(file("a.jpg", jpegPicture()));
+    EXPECT_EQ(run({"album", "create", "Dunes"}).output.substr(0, 22), "rez-vault://group/?id=");
+    EXPECT_EQ(run({"album", "create", "Dunes"}).exitCode, 1);
+    EXPECT_EQ(run({"album", "add", "Dunes", uuid}).output, "1 asset added to Dunes\n");
+    EXPECT_EQ(run({"album", "add", "Dunes", absentUUID}).exitCode, 4);
+    EXPECT_EQ(run({"album", "add", "Hills", uuid}).exitCode, 4);
+    const auto albums = run({"album", "list", "--json"}).json();
+    ASSERT_EQ(albums.size(), 1U) << albums;
+    EXPECT_EQ(albums[0]["assets"], 1);
+    const auto shown = run({"album", "show", albums[0]["uuid"], "--json"}).json();
+    EXPECT_EQ(shown["assets"][0]["uuid"], uuid) << shown;
+    EXPECT_EQ(run({"album", "delete-empty", "Dunes"}).exitCode, 1);
+    EXPECT_EQ(run({"delete", uuid}).exitCode, 1) << "there is no terminal to ask";
+    EXPECT_EQ(run({"delete", "--yes", uuid}).output, "1 asset deleted\n");
+    EXPECT_EQ(run({"count"}).output, "0 photos, 0 videos\n");
+    EXPECT_EQ(run({"album", "delete-empty", "Dunes"}).exitCode, 0);
+    const auto changes = run({"changes", "--json"}).json();
+    ASSERT_EQ(changes.size(), 3U) << changes;
+    EXPECT_EQ(changes[0]["what"], "added");
+    EXPECT_EQ(changes[1]["what"], "changed") << "its thumbnails have been made";
+    EXPECT_EQ(changes[2]["what"], "removed");
+}
+
+TEST_F(CommandTest, SharedAlbumsHaveBulletinsAndSpaceToPurge) {
+    const std::string source = file("a.jpg", jpegPicture());
+    const std::string uuid = imported(source);
+    EXPECT_EQ(run({"sizes", "--json"}).json()["photos"], fs::file_size(source));
+    EXPECT_EQ(run({"stream", "s-1"}).exitCode, 0);
+    EXPECT_EQ(run({"album", "add", "s-1", uuid}).exitCode, 0);
+    const auto bulletins = run({"bulletins", "--json", "--clear"}).json();
+    ASSERT_EQ(bulletins.size(), 1U) << bulletins;
+    EXPECT_EQ(bulletins[0]["title"], "s-1");
+    EXPECT_EQ(bulletins[0]["message"].get<std::string>().find('%'), std::string::npos) << bulletins;
+    EXPECT_NE(bulletins[0]["message"].get<std::string>().find("s-1"), std::string::npos) << bulletins;
+    const auto purgeable = run({"purge", "--dry-run", "--json"}).json()["purgeable"];
+    EXPECT_GT(purgeable, 0);
+    EXPECT_EQ(run({"purge", "1GB", "--json"}).json()["freed"], purgeable);
+}
+
+TEST_F(CommandTest, PersonInformationIsSetShownAndCleared) {
+    EXPECT_EQ(run({"person", "p1"}).exitCode, 4);
+    EXPECT_EQ(run({"person", "p1", "name=Ada"}).exitCode, 0);
+    EXPECT_EQ(run({"person", "p1", "--json"}).json(), (nlohmann::json{{"name", "Ada"}}));
+    EXPECT_EQ(run({"person", "p1", "--clear"}).exitCode, 0);
+    EXPECT_EQ(run({"person", "p1"}).exitCode, 4);
+}
+
+} // namespace

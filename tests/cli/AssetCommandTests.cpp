@@ -1,0 +1,95 @@
+// wickerlane show, wickerlane export, wickerlane thumbnail, wickerlane preview
+#include <cctype>
+
+#include "tests/cli/CommandRun.h"
+#include "tests/support/TestImages.h"
+
+using namespace wickerlane::test;
+namespace fs = std::filesystem;
+
+namespace {
+
+TEST_F(CommandTest, AFileThatIsNoPictureIsSavedWithItsProblem) {
+    const std::string uuid = imported(file("words.jpg", bytesOf("only words")));
+    const auto shown = run({"show", uuid, "--json"}).json();
+    EXPECT_TRUE(shown.contains("problem")) << shown;
+
+    const CommandResult thumbnail = run({"thumbnail", uuid, "--to", (folder / "out.jpg").string()});
+    EXPECT_EQ(thumbnail.exitCode, 1) << thumbnail;
+    EXPECT_NE(thumbnail.errors.find("decoded"), std::string::npos) << thumbnail;
+    EXPECT_FALSE(fs::exists(folder / "out.jpg"));
+
+    EXPECT_EQ(run({"export", uuid, "--to", (folder / "back.jpg").string()}).exitCode, 0);
+    EXPECT_EQ(contentsOf(folder / "back.jpg"), "only words");
+}
+
+TEST_F(CommandTest, AnAssetIsFoundByEachOfItsNames) {
+    const std::string uuid = imported(file("a.jpg", jpegPicture()));
+    const auto shown = run({"show", uuid, "--json"}).json();
+    ASSERT_EQ(shown["uuid"], uuid) << shown;
+    EXPECT_EQ(shown["name"], "a.jpg");
+    std::string lower = uuid;
+    for (char &c : lower)
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    for (const std::string &name :
+         {lower, shown["url"].get<std::string>(), shown["objectID"].get<std::string>()})
+        EXPECT_EQ(run({"show", name, "--json"}).json(), shown) << name;
+    EXPECT_NE(run({"show", uuid}).output.find("64x48"), std::string::npos);
+}
+
+TEST_F(CommandTest, ExportCopiesTheOriginalAndReplacesFilesOnlyWithForce) {
+    const std::string source = file("a.jpg", jpegPicture());
+    const std::string uuid = imported(source);
+    const fs::path out = folder / "out";
+    fs::create_directory(out);
+
+    const CommandResult first = run({"export", uuid, "--to", out.string()});
+    EXPECT_EQ(first.exitCode, 0) << first;
+    EXPECT_EQ(contentsOf(out / "a.jpg"), contentsOf(source));
+
+    file("out/a.jpg", bytesOf("mine"));
+    const CommandResult second = run({"export", uuid, "--to", out.string()});
+    EXPECT_EQ(second.exitCode, 1) << second;
+    EXPECT_NE(second.errors.find("--force"), std::string::npos) << second;
+    EXPECT_EQ(contentsOf(out / "a.jpg"), "mine");
+
+    EXPECT_EQ(run({"export", "--all", "--force", "--to", out.string()}).exitCode, 0);
+    EXPECT_EQ(contentsOf(out / "a.jpg"), contentsOf(source));
+    const auto entries = std::distance(fs::directory_iterator(out), fs::directory_iterator());
+    EXPECT_EQ(entries, 1) << "no temporary file is left";
+}
+
+TEST_F(CommandTest, ThumbnailWritesEachFormat) {
+    const std::string source = file("a.png", pngPicture());
+    const std::string uuid = imported(source);
+    const struct {
+        const char *format;
+        std::string start;
+    } cases[] = {
+        {"small", "\xff\xd8\xff"}, {"preview", "\xff\xd8\xff"},      {"full", "\xff\xd8\xff"},
+        {"png", "\x89PNG"},        {"original", contentsOf(source)},
+    };
+    for (const auto &[format, start] : cases) {
+        const fs::path out = folder / format;
+        const CommandResult result = run({"thumbnail", uuid, "--format", format, "--to", out.string()});
+        EXPECT_EQ(result.exitCode, 0) << format << ": " << result;
+        EXPECT_TRUE(contentsOf(out).starts_with(start)) << format;
+    }
+    EXPECT_EQ(run({"thumbnail", uuid, "--to", (folder / "small").string()}).exitCode, 1);
+}
+
+TEST_F(CommandTest, PreviewNeedsItsEntitlement) {
+    const std::string self = WICKERLANE_COMMAND;
+    const std::string uuid = imported(file("a.jpg", jpegPicture())),
+                      edited = file("edited.png", pngPicture());
+    EXPECT_EQ(run({"entitlement", "revoke", self, "write-assets"}).exitCode, 0);
+    const CommandResult refused = run({"preview", uuid, edited});
+    EXPECT_EQ(refused.exitCode, 1) << refused;
+    EXPECT_EQ(run({"entitlement", "grant", self, "write-assets"}).exitCode, 0);
+    EXPECT_EQ(run({"entitlement", "list", "--json"}).json().begin().value().size(), 1U);
+    const CommandResult done = run({"preview", uuid, edited});
+    EXPECT_EQ(done.exitCode, 0) << done;
+    EXPECT_EQ(run({"preview", uuid, file("words", bytesOf("only words"))}).exitCode, 1);
+}
+
+} // namespace

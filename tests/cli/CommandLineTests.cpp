@@ -1,0 +1,52 @@
+// Wrong command lines, and exit codes
+#include "tests/cli/CommandRun.h"
+#include "tests/support/TestImages.h"
+
+using namespace wickerlane::test;
+
+namespace {
+
+TEST_F(CommandTest, TheExitCodeSaysWhatIsWrong) {
+    const std::string uuid = imported(file("a.jpg", jpegPicture()));
+    const struct {
+        std::vector<std::string> arguments;
+        int exitCode;
+        std::string said;
+    } cases[] = {
+        {{}, 2, "subcommand"},
+        {{"fly"}, 2, "fly"},
+        {{"import"}, 2, "PATH"},
+        {{"list", "--sort", "sideways"}, 2, "sideways"},
+        {{"list", "--limit", "-1"}, 2, "--limit"},
+        {{"thumbnail", absentUUID, "--format", "huge"}, 2, "huge"},
+        {{"purge"}, 2, "BYTES"},
+        {{"purge", "--", "-5"}, 2, "negative"},
+        {{"purge", "--dry-run", "5MB"}, 2, "--dry-run"},
+        {{"stream", ""}, 2, "STREAM"},
+        {{"album"}, 2, "subcommand"},
+        {{"album", "create", ""}, 2, "ALBUM"},
+        {{"changes", "--since", "-4"}, 2, "--since"},
+        {{"consent", "grant", "/bin/true", "--user", "-7"}, 2, "--user"},
+        {{"person", "p1", "name"}, 2, "KEY=VALUE"},
+        {{"export"}, 2, "ASSET"},
+        {{"export", "--all", "--to", "/nonexistent/file"}, 2, "folder"},
+        {{"thumbnail", uuid, "--to", "/nonexistent/file"}, 1, "/nonexistent/file"},
+        {{"export", uuid, "--to", "/nonexistent/file"}, 1, "/nonexistent/file"},
+        {{"preview", uuid, "/nonexistent/file"}, 1, "/nonexistent/file"},
+        {{"show", absentUUID}, 4, "wickerlane list"},
+        {{"show", "not-a-uuid"}, 4, "not-a-uuid"},
+        {{"export", absentUUID}, 4, absentUUID},
+        {{"thumbnail", "rez-vault://asset/asset.JPG?id=" + absentUUID}, 4, absentUUID},
+        {{"--root", (folder / "empty").string(), "list"}, 4, "wickerlane import"},
+        {{"--help"}, 0, ""},
+        {{"daemon", "status", "--help"}, 0, ""},
+    };
+    for (const auto &[arguments, exitCode, said] : cases) {
+        const CommandResult result = run(arguments);
+        EXPECT_EQ(result.exitCode, exitCode) << ::testing::PrintToString(arguments) << ": " << result;
+        EXPECT_NE(result.errors.find(said), std::string::npos)
+            << ::testing::PrintToString(arguments) << result;
+    }
+}
+
+} // namespace

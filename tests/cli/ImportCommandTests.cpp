@@ -1,0 +1,105 @@
+// wickerlane import, wickerlane list
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <csignal>
+
+#include "tests/cli/CommandRun.h"
+#include "tests/support/TestImages.h"
+#include "tests/support/WaitUntil.h"
+
+using namespace wickerlane::test;
+namespace fs = std::filesystem;
+
+namespace {
+
+TEST_F(CommandTest, AFolderIsImportedAndListed) {
+    TestExif exif;
+    exif.dateTimeOriginal = "2001:06:15 10:20:30";
+    file("trip/beach.jpg", jpegOf(fourCorners(64, 48), exif));
+    file("trip/day 2/dunes.PNG", pngOf(fourCorners(30, 20)));
+    file("trip/notes.txt", bytesOf("nothing to see"));
+    file("trip/.hidden.jpg", jpegPicture());
+
+    const auto report = run({"import", (folder / "trip").string(), "--json"}).json();
+    ASSERT_EQ(report["saved"].size(), 2U) << report;
+    EXPECT_EQ(report["refused"].size(), 0U);
+    EXPECT_EQ(report["passedOver"], 1);
+
+    EXPECT_EQ(run({"count"}).output, "2 photos, 0 videos\n");
+    EXPECT_EQ(run({"count", "--json"}).json(), (nlohmann::json{{"photos", 2}, {"videos", 0}}));
+
+    const auto oldest = run({"list", "--json", "--limit", "1"}).json();
+    ASSERT_EQ(oldest.size(), 1U);
+    EXPECT_EQ(oldest[0]["name"], "beach.jpg");
+    EXPECT_EQ(oldest[0]["width"], 64);
+    EXPECT_EQ(oldest[0]["height"], 48);
+    const auto rest = run({"list", "--json", "--offset", "1"}).json();
+    ASSERT_EQ(rest.size(), 1U);
+    EXPECT_EQ(rest[0]["name"], "dunes.PNG");
+    EXPECT_EQ(run({"list", "--json", "--sort", "newest"}).json()[0], rest[0]);
+    EXPECT_EQ(run({"list", "--json", "--kind", "video"}).json(), nlohmann::json::array());
+
+    const std::string table = run({"list"}).output;
+    EXPECT_NE(table.find("64x48"), std::string::npos) << table;
+    EXPECT_NE(table.find("beach.jpg"), std::string::npos) << table;
+    EXPECT_EQ(std::count(table.begin(), table.end(), '\n'), 3) << table;
+}
+
+TEST_F(CommandTest, ImportReportsRefusedFilesAndSavesTheOthers) {
+    const std::string good = file("good.jpg", jpegPicture());
+    fs::create_symlink("nowhere", folder / "dangling.jpg");
+    mkfifo((folder / "pipe.jpg").c_str(), 0600);
+    const std::string empty = file("empty.jpg", {});
+
+    const CommandResult result =
+        run({"import", good, (folder / "dangling.jpg").string(), (folder / "pipe.jpg").string(), empty,
+             (folder / "absent.jpg").string()});
+    EXPECT_EQ(result.exitCode, 1) << result;
+    EXPECT_NE(result.output.find("1 file saved, 4 refused"), std::string::npos) << result;
+    for (const char *name : {"dangling.jpg: ", "pipe.jpg: ", "empty.jpg: ", "absent.jpg: "})
+        EXPECT_NE(result.errors.find(name), std::string::npos) << result;
+    EXPECT_EQ(run({"count"}).output, "1 photo, 0 videos\n");
+}
+
+TEST_F(CommandTest, ImportSavesTheSameContentsOnce) {
+    file("a/one.jpg", jpegPicture());
+    file("a/copy.jpg", jpegPicture());
+    file("a/two.png", pngPicture());
+    const std::string pictures = (folder / "a").string();
+    EXPECT_EQ(run({"import", pictures}).output, "2 files saved, 1 already in the library\n");
+    EXPECT_EQ(run({"import", pictures}).output, "0 files saved, 3 already in the library\n");
+    EXPECT_EQ(run({"import", "--again", pictures}).output, "3 files saved\n");
+    EXPECT_EQ(run({"count"}).output, "5 photos, 0 videos\n");
+}
+
+TEST_F(CommandTest, AnInterruptedImportReportsWhatItSaved) {
+    std::vector<std::string> arguments{"import", "--json", "--quiet", "--again"};
+    for (int i = 0; i < 400; ++i)
+        file("many/" + std::to_string(i) + ".jpg", jpegPicture());
+    arguments.push_back((folder / "many").string());
+    ASSERT_EQ(run({"daemon", "status", "--start"}).exitCode, 0);
+
+    RunningCommand importing(arguments);
+    // The first assets are there: the import is under way.
+    ASSERT_TRUE(waitUntil([&] {
+        return !importing.isRunning() || !run({"list", "--limit", "1", "--json"}).json().empty();
+    }));
+    kill(importing.process(), SIGINT);
+    const CommandResult result = importing.wait();
+
+    const auto report = result.json();
+    ASSERT_TRUE(report.contains("saved")) << result;
+    EXPECT_EQ(report["refused"].size(), 0U) << result;
+    EXPECT_EQ(result.exitCode, report["interrupted"] ? 1 : 0);
+    EXPECT_EQ(run({"count", "--json"}).json()["photos"], report["saved"].size());
+}
+
+TEST_F(CommandTest, AFileNameCannotForgeALine) {
+    imported(file("a\nwickerlane: all is well.jpg", jpegPicture()));
+    const std::string table = run({"list"}).output;
+    EXPECT_EQ(std::count(table.begin(), table.end(), '\n'), 2) << table;
+    EXPECT_NE(table.find("a\\nwickerlane"), std::string::npos) << table;
+}
+
+} // namespace

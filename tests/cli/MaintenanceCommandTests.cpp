@@ -1,0 +1,97 @@
+// wickerlane check, wickerlane restore, wickerlane daemon, wickerlane consent
+#include <sys/stat.h>
+
+#include <fstream>
+
+#include "tests/cli/CommandRun.h"
+#include "tests/support/TestImages.h"
+
+using namespace wickerlane::test;
+namespace fs = std::filesystem;
+
+namespace {
+
+TEST_F(CommandTest, CheckFindsAndRepairsProblems) {
+    const std::string uuid = imported(file("a.jpg", jpegPicture()));
+    const CommandResult well = run({"check"});
+    EXPECT_EQ(well.exitCode, 0) << well;
+    EXPECT_EQ(well.output, "1 asset checked, no problems found\n");
+
+    std::string thumbnail, original;
+    for (const auto &entry : fs::recursive_directory_iterator(folder.parent_path()))
+        if (entry.path().filename() == uuid + "-256.JPG")
+            thumbnail = entry.path();
+        else if (entry.path().filename() == uuid + ".JPG")
+            original = entry.path();
+    fs::remove(thumbnail);
+    const CommandResult found = run({"check"});
+    EXPECT_EQ(found.exitCode, 1) << found;
+    EXPECT_NE(found.output.find("missing thumbnail: " + thumbnail), std::string::npos) << found;
+    EXPECT_NE(found.errors.find("--repair"), std::string::npos) << found;
+    EXPECT_EQ(run({"check", "--repair"}).exitCode, 0);
+    EXPECT_TRUE(fs::exists(thumbnail));
+
+    chmod(original.c_str(), 0600);
+    std::ofstream(original, std::ios::in | std::ios::binary).put('x');
+    EXPECT_EQ(run({"check", "--no-sums"}).exitCode, 0) << "its size is right";
+    const CommandResult changed = run({"check", "--repair", "--json"});
+    EXPECT_EQ(changed.exitCode, 1) << changed;
+    EXPECT_EQ(changed.json()["findings"][0]["kind"], "changed original") << changed;
+    EXPECT_EQ(changed.json()["findings"][0]["uuid"], uuid) << changed;
+}
+
+TEST_F(CommandTest, ALibraryWithoutItsStoreIsRestored) {
+    const std::string uuid = imported(file("a.jpg", jpegPicture()));
+    EXPECT_EQ(run({"album", "create", "Dunes"}).exitCode, 0);
+    EXPECT_EQ(run({"album", "add", "Dunes", uuid}).exitCode, 0);
+    endDaemon();
+    for (const auto &entry : fs::recursive_directory_iterator(folder.parent_path()))
+        if (entry.path().filename().string().starts_with("Pixhold.sqlite"))
+            fs::remove(entry.path());
+    EXPECT_EQ(run({"restore", "update"}).output, "1 photo, 0 videos\n");
+    EXPECT_EQ(run({"restore", "status", "--json"}).json()["complete"], false);
+    EXPECT_EQ(run({"restore", "finish"}).exitCode, 0);
+    EXPECT_EQ(run({"restore", "status", "--json"}).json()["complete"], true);
+    EXPECT_EQ(run({"album", "show", "Dunes", "--json"}).json()["assets"][0]["uuid"], uuid);
+    EXPECT_EQ(run({"check"}).exitCode, 0);
+}
+
+TEST_F(CommandTest, StatusStartsTheDaemonOnlyWithStart) {
+    EXPECT_EQ(run({"daemon", "status", "--json"}).json()["running"], false);
+    const auto started = run({"daemon", "status", "--start", "--json"}).json();
+    EXPECT_EQ(started["running"], true) << started;
+    EXPECT_EQ(started["access"], true) << started;
+    const auto again = run({"daemon", "status", "--json"}).json();
+    EXPECT_EQ(again["process"], started["process"]) << again;
+}
+
+TEST_F(CommandTest, WithoutADaemonEachRequestReportsIt) {
+    setenv("WICKERLANE_SERVICES", (folder / "no services").c_str(), 1);
+    const fs::path folderOfServices = folder / "no services";
+    fs::create_directory(folderOfServices);
+    std::ofstream(folderOfServices / "org.wickerlane.hoardd.Gatekeeper.plist")
+        << R"({ Program = "/nonexistent/hoardd"; })";
+    for (const auto &arguments : std::vector<std::vector<std::string>>{
+             {"count"}, {"import", file("a.jpg", jpegPicture())}, {"daemon", "status", "--start"}}) {
+        const CommandResult result = run(arguments);
+        EXPECT_EQ(result.exitCode, 3) << ::testing::PrintToString(arguments) << ": " << result;
+        EXPECT_NE(result.errors.find("hoardd"), std::string::npos) << result;
+        EXPECT_EQ(result.output, "") << result;
+    }
+}
+
+TEST_F(CommandTest, ConsentKeepsAProgramOut) {
+    const std::string self = WICKERLANE_COMMAND;
+    EXPECT_EQ(run({"count"}).exitCode, 0);
+    EXPECT_EQ(run({"consent", "deny", self}).exitCode, 0);
+    const auto decisions = run({"consent", "list", "--json"}).json();
+    ASSERT_EQ(decisions.size(), 1U) << decisions;
+    EXPECT_EQ(decisions[0]["granted"], false);
+    const CommandResult denied = run({"count"});
+    EXPECT_NE(denied.exitCode, 0) << denied;
+    EXPECT_EQ(run({"consent", "revoke", self}).exitCode, 0);
+    EXPECT_EQ(run({"consent", "list", "--json"}).json().size(), 0U);
+    EXPECT_EQ(run({"count"}).exitCode, 0);
+}
+
+} // namespace
