@@ -14,11 +14,6 @@ constinit const Class MutableDictionary::classInfo{
 WL_BUILT_IN_CLASS(Dictionary);
 WL_BUILT_IN_CLASS(MutableDictionary);
 
-namespace {
-// Up to here, comparing the stored hashes one by one beats any index.
-constexpr std::size_t mostWithoutIndex = 8;
-} // namespace
-
 Ref<Dictionary> Dictionary::create(std::initializer_list<Entry> entries) {
     return create(std::span<const Entry>(entries.begin(), entries.size()));
 }
@@ -26,7 +21,7 @@ Ref<Dictionary> Dictionary::create(std::initializer_list<Entry> entries) {
 Ref<Dictionary> Dictionary::create(std::span<const Entry> entries) {
     auto made = Ref<Dictionary>::adopt(new Dictionary);
     made->entries.reserve(entries.size());
-    made->hashes.reserve(entries.size());
+    made->table.reserve(entries.size());
     for (const Entry &entry : entries)
         if (entry.value != nullptr)
             made->setEntry(entry.key, entry.value);
@@ -49,68 +44,30 @@ Dictionary::~Dictionary() {
     }
 }
 
-template <class Matches>
-std::size_t Dictionary::find(std::size_t hash, Matches matches) const {
-    if (index.empty()) {
-        for (std::size_t i = 0; i < entries.size(); ++i)
-            if (hashes[i] == hash && matches(entries[i].key))
-                return i;
-        return entries.size();
-    }
-    const std::size_t mask = index.size() - 1;
-    for (std::size_t slot = hash & mask; index[slot] != 0; slot = (slot + 1) & mask) {
-        const std::size_t i = index[slot] - 1;
-        if (hashes[i] == hash && matches(entries[i].key))
-            return i;
-    }
-    return entries.size();
-}
-
-void Dictionary::rebuildIndex() {
-    index.clear();
-    if (entries.size() <= mostWithoutIndex)
-        return;
-    std::size_t slots = 32;
-    while (slots < entries.size() * 3)
-        slots *= 2;
-    index.assign(slots, 0);
-    for (std::size_t i = 0; i < entries.size(); ++i) {
-        std::size_t slot = hashes[i] & (slots - 1);
-        while (index[slot] != 0)
-            slot = (slot + 1) & (slots - 1);
-        index[slot] = static_cast<std::uint32_t>(i + 1);
-    }
+std::size_t Dictionary::find(const Object *key) const {
+    return table.find(key->hash(), [&](std::size_t i) { return entries[i].key->isEqual(key); });
 }
 
 void Dictionary::setEntry(Object *key, Object *value) {
-    const std::size_t hash = key->hash();
-    const std::size_t found = find(hash, [&](Object *held) { return held->isEqual(key); });
+    const std::size_t position =
+        table.findOrAppend(key->hash(), [&](std::size_t i) { return entries[i].key->isEqual(key); });
     value->retain();
-    if (found != entries.size()) {
-        std::exchange(entries[found].value, value)->release();
+    if (position != entries.size()) {
+        std::exchange(entries[position].value, value)->release();
         return;
     }
     key->retain();
     entries.push_back({key, value});
-    hashes.push_back(hash);
-    if (index.empty() ? entries.size() > mostWithoutIndex : entries.size() * 3 > index.size() * 2) {
-        rebuildIndex();
-    } else if (!index.empty()) {
-        std::size_t slot = hash & (index.size() - 1);
-        while (index[slot] != 0)
-            slot = (slot + 1) & (index.size() - 1);
-        index[slot] = static_cast<std::uint32_t>(entries.size());
-    }
 }
 
 Object *Dictionary::get(const Object *key) const {
-    const std::size_t found = find(key->hash(), [&](Object *held) { return held->isEqual(key); });
+    const std::size_t found = find(key);
     return found == entries.size() ? nullptr : entries[found].value;
 }
 
 Object *Dictionary::get(std::string_view key) const {
-    const std::size_t found = find(String::hashOfUTF8(key), [&](Object *held) {
-        const auto *text = as<String>(held);
+    const std::size_t found = table.find(String::hashOfUTF8(key), [&](std::size_t i) {
+        const auto *text = as<String>(entries[i].key);
         return text != nullptr && text->utf8() == key;
     });
     return found == entries.size() ? nullptr : entries[found].value;
@@ -172,13 +129,12 @@ void MutableDictionary::set(std::string_view key, Object *value) {
 }
 
 void MutableDictionary::remove(const Object *key) {
-    const std::size_t found = find(key->hash(), [&](Object *held) { return held->isEqual(key); });
+    const std::size_t found = find(key);
     if (found == entries.size())
         return;
+    table.remove(key->hash(), found);
     const Entry removed = entries[found];
     entries.erase(entries.begin() + static_cast<std::ptrdiff_t>(found));
-    hashes.erase(hashes.begin() + static_cast<std::ptrdiff_t>(found));
-    rebuildIndex();
     removed.key->release();
     removed.value->release();
 }
@@ -191,8 +147,7 @@ void MutableDictionary::remove(std::string_view key) {
 void MutableDictionary::removeAll() {
     std::vector<Entry> removed;
     removed.swap(entries);
-    hashes.clear();
-    index.clear();
+    table.clear();
     for (const Entry &entry : removed) {
         entry.key->release();
         entry.value->release();

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "wickerlane/platform/object/HashTable.h"
 #include "wickerlane/platform/object/Object.h"
 
 namespace wickerlane {
@@ -50,14 +51,11 @@ public:
 protected:
     Dictionary() = default;
     void setEntry(Object *key, Object *value);
-    void rebuildIndex();
-    /// Position of the key's entry; entries.size() when there is none.
-    template <class Matches>
-    [[nodiscard]] std::size_t find(std::size_t hash, Matches matches) const;
+    /// The position of the key's entry; entries.size() when there is none.
+    [[nodiscard]] std::size_t find(const Object *key) const;
 
     std::vector<Entry> entries;
-    std::vector<std::size_t> hashes;  // of the keys, position by position
-    std::vector<std::uint32_t> index; // open addressing over positions plus one; empty for few entries
+    HashTable table; // of the keys
 };
 
 /// A mapping that its owner may change.

@@ -1,15 +1,13 @@
 #include "wickerlane/platform/object/String.h"
 
-#include <sys/random.h>
-
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 
 #include "wickerlane/platform/object/Format.h"
+#include "wickerlane/platform/object/KeyedHash.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/platform/object/UTF8Internal.h"
 
@@ -95,66 +93,6 @@ private:
 };
 
 WL_IMMORTAL Immortal<ConstantString> emptyString{""};
-
-struct HashKey {
-    std::uint64_t a, b;
-};
-
-// A key of the process's own, so that nobody outside can choose keys that all fall into one slot.
-const HashKey &hashKey() noexcept {
-    static const HashKey key = [] {
-        HashKey made{0x736f6d6570736575, 0x646f72616e646f6d};
-        [[maybe_unused]] const auto got = getrandom(&made, sizeof made, GRND_NONBLOCK);
-        return made;
-    }();
-    return key;
-}
-
-// SipHash with one round a word and three at the end.
-class SipHash {
-public:
-    explicit SipHash(const HashKey &key) noexcept
-        : v0(key.a ^ 0x736f6d6570736575), v1(key.b ^ 0x646f72616e646f6d), v2(key.a ^ 0x6c7967656e657261),
-          v3(key.b ^ 0x7465646279746573) {}
-
-    std::size_t operator()(std::string_view text) noexcept {
-        const char *p = text.data();
-        std::size_t left = text.size();
-        for (; left >= 8; left -= 8, p += 8)
-            take(word(p, 8));
-        take(word(p, left) | std::uint64_t{text.size()} << 56);
-        v2 ^= 0xff;
-        for (int i = 0; i < 3; ++i)
-            round();
-        return v0 ^ v1 ^ v2 ^ v3;
-    }
-
-private:
-    static std::uint64_t word(const char *p, std::size_t size) noexcept {
-        std::uint64_t w = 0;
-        if (size != 0)
-            std::memcpy(&w, p, size);
-        return w;
-    }
-    void take(std::uint64_t w) noexcept {
-        v3 ^= w;
-        round();
-        v0 ^= w;
-    }
-    void round() noexcept {
-        v0 += v1;
-        v1 = std::rotl(v1, 13) ^ v0;
-        v0 = std::rotl(v0, 32);
-        v2 += v3;
-        v3 = std::rotl(v3, 16) ^ v2;
-        v0 += v3;
-        v3 = std::rotl(v3, 21) ^ v0;
-        v2 += v1;
-        v1 = std::rotl(v1, 17) ^ v2;
-        v2 = std::rotl(v2, 32);
-    }
-    std::uint64_t v0, v1, v2, v3;
-};
 
 Range clipped(Range range, std::size_t length) noexcept {
     const std::size_t location = std::min(range.location, length);
@@ -275,7 +213,7 @@ std::size_t String::hash() const {
 }
 
 std::size_t String::hashOfUTF8(std::string_view utf8) noexcept {
-    return SipHash(hashKey())(utf8);
+    return keyedHash(utf8);
 }
 
 std::strong_ordering String::compare(const String *other) const {

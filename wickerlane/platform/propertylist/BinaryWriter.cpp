@@ -6,6 +6,8 @@
 #include <limits>
 #include <memory>
 
+#include "wickerlane/platform/object/HashTable.h"
+#include "wickerlane/platform/object/KeyedHash.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/platform/object/UTF8Internal.h"
@@ -57,17 +59,12 @@ std::size_t smallestSize(std::uint64_t value) noexcept {
     return value <= 0xFF ? 1 : (value <= 0xFFFF ? 2 : (value <= 0xFFFFFFFF ? 4 : 8));
 }
 
-std::size_t mixed(std::uint64_t bits) noexcept {
-    bits *= 0x9E3779B97F4A7C15;
-    return bits ^ bits >> 32;
-}
-
 // Large data is told apart by its length and its ends; equality looks at the rest.
-std::size_t hashOfBytes(const char *start, std::size_t size) noexcept {
+std::size_t hashOfBytes(std::string_view bytes) noexcept {
     constexpr std::size_t end = 512;
-    if (size <= 2 * end)
-        return String::hashOfUTF8({start, size});
-    return String::hashOfUTF8({start, end}) ^ mixed(String::hashOfUTF8({start + size - end, end}) ^ size);
+    if (bytes.size() <= 2 * end)
+        return keyedHash(bytes);
+    return 3 * keyedHash(bytes.substr(0, end)) + keyedHash(bytes.substr(bytes.size() - end)) + bytes.size();
 }
 
 // Writes from a place on; the caller has made room.
@@ -121,7 +118,7 @@ private:
 
 class BinaryWriter {
 public:
-    explicit BinaryWriter(Failure &reported) : failure(reported), slots(64) {
+    explicit BinaryWriter(Failure &reported) : failure(reported) {
         items.reserve(32);
         references.reserve(32);
     }
@@ -159,10 +156,6 @@ private:
         std::size_t next;             // one past the value that is being numbered
         const Array *array;           // one of
         const Dictionary *dictionary; // these two
-    };
-    struct Slot {
-        std::uint32_t hash;
-        std::uint32_t item; // its position plus one; 0 in a free slot
     };
     static constexpr std::size_t mostItems = std::numeric_limits<std::uint32_t>::max() - 1;
 
@@ -355,10 +348,10 @@ private:
     static std::size_t hash(const Item &item) {
         const auto kind = static_cast<std::uint64_t>(item.kind) << 56;
         if (item.kind == Kind::text || item.kind == Kind::data)
-            return hashOfBytes(static_cast<const char *>(item.start), item.size) ^ kind;
+            return hashOfBytes({static_cast<const char *>(item.start), item.size}) ^ kind;
         if (isContainer(item.kind))
-            return mixed(reinterpret_cast<std::uintptr_t>(item.start));
-        return mixed(item.bits ^ kind);
+            return reinterpret_cast<std::uintptr_t>(item.start);
+        return item.bits ^ kind;
     }
 
     // Scalars are the same by value, containers by identity.
@@ -372,41 +365,21 @@ private:
 
     // Finds the item among those that have their number, or gives it the next one.
     bool intern(Item &item, std::uint32_t &id, bool &isNew) {
-        const auto short32 = static_cast<std::uint32_t>(hash(item));
-        std::size_t slot = short32 & (slots.size() - 1);
-        for (; slots[slot].item != 0; slot = (slot + 1) & (slots.size() - 1)) {
-            id = slots[slot].item - 1;
-            if (slots[slot].hash == short32 && areSame(items[id], item))
-                return true;
-        }
-        if (items.size() == mostItems)
+        id = static_cast<std::uint32_t>(
+            table.findOrAppend(hash(item), [&](std::size_t i) { return areSame(items[i], item); }));
+        if (id != items.size())
+            return true;
+        if (id == mostItems)
             return fail(PropertyListErrorCode::tooLarge, "there are too many objects");
         if (item.kind == Kind::text) {
             item.units = utf8::lengthInUTF16({static_cast<const char *>(item.start), item.size});
             if (item.units == utf8::notValid)
                 return fail(PropertyListErrorCode::unsupported, "a text is not valid UTF-8");
         }
-        id = static_cast<std::uint32_t>(items.size());
         isNew = true;
         objectBytes += sizeWithoutReferences(item);
         items.push_back(item);
-        slots[slot] = {short32, id + 1};
-        if (items.size() * 2 > slots.size())
-            enlargeSlots();
         return true;
-    }
-
-    void enlargeSlots() {
-        std::vector<Slot> larger(slots.size() * 4);
-        for (const Slot &old : slots) {
-            if (old.item == 0)
-                continue;
-            std::size_t slot = old.hash & (larger.size() - 1);
-            while (larger[slot].item != 0)
-                slot = (slot + 1) & (larger.size() - 1);
-            larger[slot] = old;
-        }
-        slots = std::move(larger);
     }
 
     static std::uint64_t sizeWithoutReferences(const Item &item) {
@@ -500,7 +473,7 @@ private:
     std::vector<Item> items;
     std::vector<std::uint32_t> references; // of all containers, each one's in a row
     std::vector<Frame> frames;
-    std::vector<Slot> slots;       // open addressing; a power of two, at most half full
+    HashTable table;               // of the items
     std::uint64_t objectBytes = 0; // what the items take, but for their references
 };
 
