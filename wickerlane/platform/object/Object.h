@@ -124,11 +124,7 @@ private:
 #ifdef __clang__ // which would warn of the destructor all the same
 #define WL_IMMORTAL __attribute__((no_destroy)) constexpr
 #else
-#ifdef __clang__
-#define WL_IMMORTAL constexpr __attribute__((no_destroy))
-#else
 #define WL_IMMORTAL constexpr
-#endif
 #endif
 
 /// Storage for an object that is initialised at compile time and never destroyed:
