@@ -6,8 +6,8 @@
 #include "wickerlane/api/Wickerlane.h"
 #include "wickerlane/platform/consent/Consent.h"
 #include "wickerlane/platform/file/Files.h"
-#include "wickerlane/platform/message/listener/PeerProcess.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
+#include "wickerlane/platform/process/ProcessFacts.h"
 
 using namespace wickerlane;
 

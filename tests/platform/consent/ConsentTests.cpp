@@ -8,7 +8,7 @@
 
 #include "wickerlane/platform/consent/Consent.h"
 #include "wickerlane/platform/file/Files.h"
-#include "wickerlane/platform/message/listener/PeerProcess.h"
+#include "wickerlane/platform/process/ProcessFacts.h"
 
 using namespace wickerlane;
 namespace fs = std::filesystem;

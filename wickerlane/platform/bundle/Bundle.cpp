@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <climits>
 #include <memory>
 #include <span>
@@ -16,6 +15,8 @@
 #include "wickerlane/platform/file/DataFolders.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/locale/Locale.h"
+#include "wickerlane/platform/object/Paths.h"
+#include "wickerlane/platform/process/ProcessFacts.h"
 #include "wickerlane/platform/propertylist/PropertyList.h"
 
 // The bounds, by the linker, of the table that WL_CLASS_OF_BUNDLE fills.
@@ -63,10 +64,7 @@ mode_t kindOf(const std::string &path) {
 }
 
 std::string executableFolder() {
-    std::array<char, PATH_MAX> buffer;
-    const ssize_t length = readlink("/proc/self/exe", buffer.data(), buffer.size());
-    const std::string_view path(buffer.data(), static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
-    return std::string(path.substr(0, std::min(path.rfind('/'), path.size())));
+    return std::string(parentFolder(ownExecutable()));
 }
 
 std::string_view bundleOf(std::span<const BundledClass *const> classes, const Class *c) {

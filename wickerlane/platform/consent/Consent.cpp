@@ -1,21 +1,19 @@
 #include "wickerlane/platform/consent/Consent.h"
 
-#include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <climits>
-#include <mutex>
 
+#include "wickerlane/platform/file/FileLock.h"
 #include "wickerlane/platform/file/Files.h"
-#include "wickerlane/platform/message/listener/PeerProcess.h"
 #include "wickerlane/platform/object/Array.h"
 #include "wickerlane/platform/object/Dictionary.h"
 #include "wickerlane/platform/object/Number.h"
+#include "wickerlane/platform/object/Paths.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
+#include "wickerlane/platform/process/ProcessFacts.h"
 #include "wickerlane/platform/propertylist/PropertyList.h"
 
 const char *const wickerlane::kPVGServicePhotos = "kPVGServicePhotos";
@@ -114,14 +112,11 @@ bool write(const std::string &path, const Contents &contents) {
 template <class Change>
 bool change(Change make) {
     const std::string path = pathUnderRoot(systemPath);
-    if (!makeFolders(path.substr(0, path.rfind('/'))))
+    if (!makeFolders(std::string(parentFolder(path))))
         return false;
-    const UniqueFd lock = openFile(path + ".lock", O_RDWR | O_CREAT);
+    const UniqueFd lock = openLocked(path + ".lock");
     if (!lock)
         return false;
-    while (flock(lock.get(), LOCK_EX) != 0)
-        if (errno != EINTR)
-            return false;
     Contents contents;
     if (!read(path, contents))
         return false;

@@ -7,6 +7,7 @@
 #include <cstdarg>
 #include <cstdio>
 
+#include "wickerlane/platform/file/Retry.h"
 #include "wickerlane/platform/object/Format.h"
 
 namespace wickerlane {
@@ -29,8 +30,7 @@ std::size_t controlBeyondASCII(std::string_view text) {
 void writeLine(std::string line) {
     line += '\n';
     const int error = errno;
-    while (write(STDERR_FILENO, line.data(), line.size()) < 0 && errno == EINTR)
-        ;
+    static_cast<void>(retryInterrupted([&] { return write(STDERR_FILENO, line.data(), line.size()); }));
     errno = error;
 }
 

@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "wickerlane/platform/file/Files.h"
+#include "wickerlane/platform/object/Paths.h"
 
 namespace wickerlane {
 namespace {
@@ -26,9 +27,7 @@ std::string libraryFolder() {
     Dl_info info{};
     if (dladdr(reinterpret_cast<const void *>(&dataFolders), &info) == 0 || info.dli_fname == nullptr)
         return {};
-    const std::string_view file = info.dli_fname;
-    const std::size_t slash = file.rfind('/');
-    return slash == file.npos ? std::string() : std::string(file.substr(0, slash));
+    return std::string(parentFolder(info.dli_fname));
 }
 
 std::vector<std::string> dataFolders(const char *variable, std::string_view systemPath,

@@ -11,6 +11,9 @@
 #include <climits>
 #include <cstdlib>
 
+#include "wickerlane/platform/file/Retry.h"
+#include "wickerlane/platform/object/Paths.h"
+
 namespace wickerlane {
 namespace {
 
@@ -42,10 +45,8 @@ std::string absolute(std::string path) {
 }
 
 std::string folderOf(const std::string &path) {
-    const std::size_t slash = path.rfind('/');
-    if (slash == std::string::npos)
-        return ".";
-    return slash == 0 ? "/" : path.substr(0, slash);
+    const std::string_view folder = parentFolder(path);
+    return folder.empty() ? "." : std::string(folder);
 }
 
 bool syncFolderOpenedWith(const std::string &path, int flags) {
@@ -110,11 +111,8 @@ bool makeFolders(const std::string &path) {
 }
 
 UniqueFd openFile(const std::string &path, int flags) {
-    int opened = -1;
-    do
-        opened = open(path.c_str(), flags | O_NOFOLLOW | O_CLOEXEC, 0600);
-    while (opened < 0 && errno == EINTR);
-    return UniqueFd(opened);
+    return UniqueFd(
+        retryInterrupted([&] { return open(path.c_str(), flags | O_NOFOLLOW | O_CLOEXEC, 0600); }));
 }
 
 bool readFile(const std::string &path, std::vector<std::byte> &contents, std::size_t limit) {
@@ -134,9 +132,8 @@ bool readFile(const std::string &path, std::vector<std::byte> &contents, std::si
     std::size_t room = std::min(static_cast<std::size_t>(status.st_size), limit) + 1, length = 0;
     for (;;) {
         contents.resize(room);
-        const ssize_t count = read(file.get(), contents.data() + length, room - length);
-        if (count < 0 && errno == EINTR)
-            continue;
+        const ssize_t count =
+            retryInterrupted([&] { return read(file.get(), contents.data() + length, room - length); });
         if (count <= 0) {
             contents.resize(count == 0 ? length : 0);
             return count == 0;
@@ -154,9 +151,7 @@ bool readFile(const std::string &path, std::vector<std::byte> &contents, std::si
 
 bool writeAll(int descriptor, std::span<const std::byte> bytes) {
     while (!bytes.empty()) {
-        const ssize_t count = write(descriptor, bytes.data(), bytes.size());
-        if (count < 0 && errno == EINTR)
-            continue;
+        const ssize_t count = retryInterrupted([&] { return write(descriptor, bytes.data(), bytes.size()); });
         if (count < 0)
             return false;
         bytes = bytes.subspan(static_cast<std::size_t>(count));

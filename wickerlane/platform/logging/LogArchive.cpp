@@ -1,7 +1,6 @@
 #include "wickerlane/platform/logging/LogArchive.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <zlib.h>
 
@@ -10,7 +9,9 @@
 #include <optional>
 #include <vector>
 
+#include "wickerlane/platform/file/FileLock.h"
 #include "wickerlane/platform/file/Files.h"
+#include "wickerlane/platform/file/Retry.h"
 
 namespace wickerlane {
 namespace {
@@ -28,13 +29,6 @@ std::optional<unsigned long> inodeOf(const std::string &path) {
     return status.st_ino;
 }
 
-bool lockFile(int descriptor, int operation) {
-    while (flock(descriptor, operation) != 0)
-        if (errno != EINTR)
-            return false;
-    return true;
-}
-
 // Copies what is left of one file into another, compressed, and makes sure that it is on the disk. At the
 // fastest level: lines are alike enough, and a flood of them should not cost a processor.
 bool gzip(int from, int to) {
@@ -47,9 +41,7 @@ bool gzip(int from, int to) {
     }
     std::vector<char> buffer(std::size_t{256} << 10);
     ssize_t got;
-    while ((got = ::read(from, buffer.data(), buffer.size())) != 0) {
-        if (got < 0 && errno == EINTR)
-            continue;
+    while ((got = retryInterrupted([&] { return ::read(from, buffer.data(), buffer.size()); })) != 0) {
         if (got < 0 || gzwrite(stream, buffer.data(), static_cast<unsigned>(got)) != got) {
             gzclose(stream);
             return false;
@@ -64,7 +56,7 @@ FolderLock::FolderLock(const std::string &folder) {
     descriptor = openFile(folder, O_RDONLY | O_DIRECTORY);
     if (!descriptor && errno == ENOENT && makeFolders(folder))
         descriptor = openFile(folder, O_RDONLY | O_DIRECTORY);
-    if (descriptor && !lockFile(descriptor.get(), LOCK_EX))
+    if (descriptor && !lockFile(descriptor.get(), FileLock::exclusive))
         descriptor.reset();
 }
 
@@ -137,8 +129,8 @@ void LogArchive::compress(unsigned kept) const {
                 continue;
             }
             plain = openFile(plainPath(number), O_RDONLY | O_NONBLOCK);
-            // Whoever still writes it, or compresses it, sees to it in the end.
-            if (!plain || !lockFile(plain.get(), LOCK_EX | LOCK_NB))
+            // A process that still writes it, or compresses it, sees to it in the end.
+            if (!plain || !tryLockFile(plain.get(), FileLock::exclusive))
                 continue;
         }
         compressFile(plain.get(), kept);

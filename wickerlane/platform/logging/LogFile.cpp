@@ -1,7 +1,6 @@
 #include "wickerlane/platform/logging/LogFile.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/uio.h>
 
@@ -13,7 +12,9 @@
 #include <mutex>
 
 #include "wickerlane/platform/console/Console.h"
+#include "wickerlane/platform/file/FileLock.h"
 #include "wickerlane/platform/file/Files.h"
+#include "wickerlane/platform/file/Retry.h"
 #include "wickerlane/platform/queue/WorkQueue.h"
 
 namespace wickerlane {
@@ -118,7 +119,7 @@ bool LogFile::open() {
     }
     if ((status.st_mode & (S_IRWXG | S_IRWXO)) != 0)
         fchmod(opened.get(), S_IRUSR | S_IWUSR);
-    flock(opened.get(), LOCK_SH | LOCK_NB);
+    static_cast<void>(tryLockFile(opened.get(), FileLock::shared));
     // A process that was killed while it wrote may have left a piece of a line.
     char last = '\n';
     if (status.st_size > 0)
@@ -130,13 +131,10 @@ bool LogFile::open() {
 
 void LogFile::append(std::string_view line) {
     iovec pieces[2] = {{const_cast<char *>("\n"), 1}, {const_cast<char *>(line.data()), line.size()}};
-    const std::size_t first = torn ? 0 : 1;
     const std::size_t length = line.size() + (torn ? 1 : 0);
-    ssize_t written;
-    do
-        written =
-            torn ? ::writev(file.get(), pieces + first, 2) : ::write(file.get(), line.data(), line.size());
-    while (written < 0 && errno == EINTR);
+    const ssize_t written = retryInterrupted([&] {
+        return torn ? ::writev(file.get(), pieces, 2) : ::write(file.get(), line.data(), line.size());
+    });
     if (written < 0) {
         complain("written");
         return;

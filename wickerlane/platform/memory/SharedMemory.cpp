@@ -4,8 +4,9 @@
 #include <sys/mman.h>
 #include <sys/stat.h>
 
-#include <cerrno>
 #include <limits>
+
+#include "wickerlane/platform/file/Retry.h"
 
 namespace wickerlane {
 
@@ -67,10 +68,10 @@ Ref<SharedMemory> SharedMemory::open(UniqueFd descriptor, std::size_t limit) {
     if (copy == nullptr)
         return nullptr;
     for (std::size_t done = 0; done < length;) {
-        const ssize_t count = pread(descriptor.get(), static_cast<char *>(copy->mapping) + done,
-                                    length - done, static_cast<off_t>(done));
-        if (count < 0 && errno == EINTR)
-            continue;
+        const ssize_t count = retryInterrupted([&] {
+            return pread(descriptor.get(), static_cast<char *>(copy->mapping) + done, length - done,
+                         static_cast<off_t>(done));
+        });
         if (count <= 0)
             return nullptr;
         done += static_cast<std::size_t>(count);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "wickerlane/platform/object/Hexadecimal.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 
 namespace wickerlane {
@@ -87,17 +88,13 @@ std::size_t Data::hash() const {
 }
 
 String *Data::description() const {
-    static constexpr char digits[] = "0123456789abcdef";
     const Bytes all = span();
-    std::string text;
+    std::string text = "<";
     text.reserve(all.size() * 9 / 4 + 2);
-    text += '<';
-    for (std::size_t i = 0; i < all.size(); ++i) {
-        if (i != 0 && i % 4 == 0)
+    for (std::size_t i = 0; i < all.size(); i += 4) {
+        if (i != 0)
             text += ' ';
-        const auto byte = std::to_integer<unsigned>(all[i]);
-        text += digits[byte >> 4];
-        text += digits[byte & 15];
+        text += hexadecimal(all.subspan(i, std::min<std::size_t>(4, all.size() - i)));
     }
     text += '>';
     return String::of(text);

@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 
+#include "wickerlane/platform/object/Hexadecimal.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/platform/object/UTF8Internal.h"
 
@@ -54,10 +55,9 @@ int escapedByte(View text, std::size_t i) noexcept {
 }
 
 void appendEscaped(std::string &text, char byte) {
-    static constexpr char digits[] = "0123456789ABCDEF";
     text += '%';
-    text += digits[static_cast<unsigned char>(byte) >> 4];
-    text += digits[static_cast<unsigned char>(byte) & 15];
+    text += upperHexadecimalDigits[static_cast<unsigned char>(byte) >> 4];
+    text += upperHexadecimalDigits[static_cast<unsigned char>(byte) & 15];
 }
 
 // Whether a text holds whole escapes and allowed characters only.

@@ -1,24 +1,20 @@
 #include "wickerlane/platform/preferences/Preferences.h"
 
-#include <fcntl.h>
-#include <sys/file.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <array>
 #include <cerrno>
 #include <charconv>
-#include <climits>
 #include <mutex>
 #include <string>
 #include <unordered_map>
 
+#include "wickerlane/platform/file/FileLock.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/notification/LocalNotification.h"
 #include "wickerlane/platform/object/Number.h"
+#include "wickerlane/platform/object/Paths.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/platform/preferences/PreferenceFile.h"
 #include "wickerlane/platform/preferences/PreferenceWatch.h"
+#include "wickerlane/platform/process/ProcessFacts.h"
 #include "wickerlane/platform/propertylist/PropertyList.h"
 
 namespace wickerlane {
@@ -44,26 +40,18 @@ Ref<Object> valueIn(std::string_view domain, std::string_view key) {
 }
 
 std::string domainOfExecutable() {
-    std::array<char, PATH_MAX> buffer;
-    const ssize_t length = readlink("/proc/self/exe", buffer.data(), buffer.size());
-    std::string_view path(buffer.data(), static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
-    if (path.ends_with(" (deleted)")) // replaced while it runs, by an update
-        path.remove_suffix(std::string_view(" (deleted)").size());
-    const std::string name(path.substr(path.rfind('/') + 1));
+    const std::string name(lastPathComponent(ownExecutable()));
     return name == "hoardd" || name == "wickerlane" ? "org.wickerlane." + name : name;
 }
 
 // False, with errno, when it can't be stored.
 bool storeValue(const std::string &path, String *key, Object *value) {
-    if (!makeFolders(path.substr(0, path.rfind('/'))))
+    if (!makeFolders(std::string(parentFolder(path))))
         return false;
-    // The lock is a file beside, since the file itself is replaced; closing it unlocks it.
-    const UniqueFd lock = openFile(path + ".lock", O_RDWR | O_CREAT);
+    // The lock is a file beside, since the file itself is replaced.
+    const UniqueFd lock = openLocked(path + ".lock");
     if (!lock)
         return false;
-    while (flock(lock.get(), LOCK_EX) != 0)
-        if (errno != EINTR)
-            return false;
     const Ref<Dictionary> before = PreferenceFile::read(path);
     if (!before)
         return false;

@@ -5,9 +5,10 @@
 #include <unistd.h>
 
 #include <array>
-#include <cerrno>
 #include <cstring>
 #include <vector>
+
+#include "wickerlane/platform/file/Retry.h"
 
 namespace wickerlane {
 
@@ -33,9 +34,8 @@ void FolderWatch::readReports() {
     alignas(inotify_event) std::array<char, 8192> buffer;
     std::vector<Report> reports;
     for (;;) {
-        const ssize_t length = read(inotify.get(), buffer.data(), buffer.size());
-        if (length < 0 && errno == EINTR)
-            continue;
+        const ssize_t length =
+            retryInterrupted([&] { return read(inotify.get(), buffer.data(), buffer.size()); });
         if (length <= 0)
             break;
         reports.clear();

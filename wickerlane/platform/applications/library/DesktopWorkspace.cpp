@@ -5,11 +5,11 @@
 #include <sys/stat.h>
 
 #include <array>
-#include <cerrno>
 #include <cstdlib>
 #include <vector>
 
 #include "wickerlane/platform/applications/library/DesktopEntry.h"
+#include "wickerlane/platform/file/Retry.h"
 #include "wickerlane/platform/file/UniqueFd.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/platform/object/String.h"
@@ -80,9 +80,8 @@ std::optional<DesktopEntry> readEntry(int folder, const std::string &name) {
     std::string text(static_cast<std::size_t>(status.st_size), '\0');
     std::size_t length = 0;
     while (length < text.size()) {
-        const ssize_t count = read(file.get(), text.data() + length, text.size() - length);
-        if (count < 0 && errno == EINTR)
-            continue;
+        const ssize_t count =
+            retryInterrupted([&] { return read(file.get(), text.data() + length, text.size() - length); });
         if (count <= 0)
             return std::nullopt;
         length += static_cast<std::size_t>(count);

@@ -1,15 +1,10 @@
 #include "wickerlane/platform/message/listener/PeerProcess.h"
 
-#include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
 
-#include <climits>
-#include <cstdlib>
-#include <vector>
-
-#include "wickerlane/platform/file/Files.h"
+#include "wickerlane/platform/process/ProcessFacts.h"
 
 // Newer than the C library's headers.
 #ifndef SO_PEERPIDFD
@@ -17,31 +12,6 @@
 #endif
 
 namespace wickerlane {
-
-std::uint64_t startTimeOf(pid_t process) {
-    char text[1024];
-    const UniqueFd file(open(("/proc/" + std::to_string(process) + "/stat").c_str(), O_RDONLY | O_CLOEXEC));
-    const ssize_t count = file ? read(file.get(), text, sizeof text) : -1;
-    if (count <= 0)
-        return 0;
-    // The second field is the program's name, which may hold anything; the rest begins behind its bracket.
-    // The start time is the 22nd.
-    std::string_view rest(text, static_cast<std::size_t>(count));
-    rest.remove_prefix(std::min(rest.rfind(')') + 1, rest.size()));
-    for (int field = 2; field < 22; ++field) {
-        const std::size_t space = rest.find(' ');
-        if (space == rest.npos)
-            return 0;
-        rest.remove_prefix(space + 1);
-    }
-    return std::strtoull(std::string(rest.substr(0, rest.find(' '))).c_str(), nullptr, 10);
-}
-
-std::string executableOf(pid_t process) {
-    char path[PATH_MAX];
-    const ssize_t count = readlink(("/proc/" + std::to_string(process) + "/exe").c_str(), path, sizeof path);
-    return count > 0 ? std::string(path, static_cast<std::size_t>(count)) : std::string();
-}
 
 bool PeerProcess::isAlive() const noexcept {
     pollfd ended{.fd = process.get(), .events = POLLIN, .revents = 0};

@@ -16,11 +16,6 @@ struct WL_EXPORT PeerProcess {
     [[nodiscard]] bool isAlive() const noexcept;
 };
 
-/// When a process was started, in clock ticks since boot; 0 when there is none.
-[[nodiscard]] WL_EXPORT std::uint64_t startTimeOf(pid_t process);
-/// The absolute path of its program; empty when the kernel would not say.
-[[nodiscard]] WL_EXPORT std::string executableOf(pid_t process);
-
 /// How the pidfd of a peer is had: from the socket, where the kernel knows that (6.5 and later), or by its
 /// id.
 enum class PidfdFrom { socketWherePossible, processID };
