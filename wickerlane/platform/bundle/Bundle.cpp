@@ -15,6 +15,7 @@
 #include "wickerlane/platform/file/DataFolders.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/locale/Locale.h"
+#include "wickerlane/platform/object/NeverDestroyed.h"
 #include "wickerlane/platform/object/Paths.h"
 #include "wickerlane/platform/process/ProcessFacts.h"
 #include "wickerlane/platform/propertylist/PropertyList.h"
@@ -28,25 +29,26 @@ const wickerlane::BundledClass *const __stop_wickerlane_bundled[]; // NOLINT
 namespace wickerlane {
 namespace {
 
-constexpr std::size_t largestInfo = std::size_t{1} << 20;
-constexpr std::size_t mostLocalizations = 1024; // there are fewer languages that software is written in
+constexpr std::size_t maxInfoBytes = std::size_t{1} << 20;
+constexpr std::size_t maxLocalizations = 1024; // there are fewer languages that software is written in
 constexpr std::string_view localizationSuffix = ".lproj";
 constexpr std::string_view fallbackLanguage = "en";
 
 struct Registry {
-    std::mutex mutex;
-    std::unordered_map<std::string, Ref<Bundle>> bundles; // by path
-    std::vector<const BundledClass *> classes;
+    Mutex mutex;
+    std::unordered_map<std::string, Ref<Bundle>> bundles WL_GUARDED_BY(mutex); // by path
+    std::vector<const BundledClass *> classes WL_GUARDED_BY(mutex);
 };
 
 Registry &registry() {
-    static Registry &made = *new Registry;
-    return made;
+    static NeverDestroyed<Registry> made;
+    return *made;
 }
 
 Bundle *sharedBundle(std::string path) {
-    const std::lock_guard guard(registry().mutex);
-    Ref<Bundle> &bundle = registry().bundles[path];
+    Registry &shared = registry();
+    const MutexLock lock(shared.mutex);
+    Ref<Bundle> &bundle = shared.bundles[path];
     if (!bundle)
         bundle = Bundle::create(std::move(path));
     return bundle.get();
@@ -75,8 +77,9 @@ std::string_view bundleOf(std::span<const BundledClass *const> classes, const Cl
 
 std::string_view bundleOf(const Class *c) {
     {
-        const std::lock_guard guard(registry().mutex);
-        if (const std::string_view added = bundleOf(registry().classes, c); !added.empty())
+        Registry &shared = registry();
+        const MutexLock lock(shared.mutex);
+        if (const std::string_view added = bundleOf(shared.classes, c); !added.empty())
             return added;
     }
     return bundleOf({__start_wickerlane_bundled, __stop_wickerlane_bundled}, c);
@@ -125,13 +128,14 @@ Bundle *Bundle::forClass(const Class *c) {
 }
 
 void Bundle::registerClass(const BundledClass *added) {
-    const std::lock_guard guard(registry().mutex);
-    registry().classes.push_back(added);
+    Registry &shared = registry();
+    const MutexLock lock(shared.mutex);
+    shared.classes.push_back(added);
 }
 
 std::string Bundle::developmentLanguage() const {
     std::vector<std::byte> bytes;
-    if (readFile(folder + "/Info.plist", bytes, largestInfo)) {
+    if (readFile(folder + "/Info.plist", bytes, maxInfoBytes)) {
         const Ref<Object> root = createPropertyListObject(bytes);
         if (const auto *info = as<Dictionary>(root.get()))
             if (const auto *language = info->get<String>("DevelopmentLanguage");
@@ -150,7 +154,7 @@ std::vector<std::string> Bundle::localizations() const {
             kindOf(folder + '/' + entry->d_name) != S_IFDIR)
             continue;
         names.emplace_back(name.substr(0, name.size() - localizationSuffix.size()));
-        if (names.size() == mostLocalizations)
+        if (names.size() == maxLocalizations)
             break;
     }
     std::sort(names.begin(), names.end());
@@ -203,7 +207,7 @@ const Bundle::Table &Bundle::table(std::string_view name) {
     };
     if (const Table *found = find(localeGeneration()))
         return *found;
-    const std::lock_guard guard(reading);
+    const MutexLock lock(reading);
     // Before the languages are read: what is read for newer ones is merely read again.
     const std::uint64_t generation = localeGeneration();
     if (const Table *found = find(generation))

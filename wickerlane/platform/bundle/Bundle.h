@@ -13,12 +13,12 @@
 
 #include <atomic>
 #include <cstdint>
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "wickerlane/platform/object/Dictionary.h"
+#include "wickerlane/platform/object/Mutex.h"
 #include "wickerlane/platform/object/String.h"
 
 namespace wickerlane {
@@ -89,7 +89,7 @@ private:
     // A list that only grows, so that it is read without a lock; what an earlier choice of languages left in
     // it stands behind what counts.
     std::atomic<const Table *> tables{nullptr};
-    std::mutex reading;
+    Mutex reading;
 };
 
 } // namespace wickerlane

@@ -10,6 +10,7 @@
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/object/Array.h"
 #include "wickerlane/platform/object/Dictionary.h"
+#include "wickerlane/platform/object/NeverDestroyed.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/object/Paths.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
@@ -136,8 +137,8 @@ const ProgramEntitlements *find(const Contents &contents, std::string_view execu
 } // namespace
 
 ConsentStore &ConsentStore::shared() {
-    static ConsentStore &store = *new ConsentStore;
-    return store;
+    static NeverDestroyed<ConsentStore> store;
+    return *store;
 }
 
 uid_t ConsentStore::owner() {

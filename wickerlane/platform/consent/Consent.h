@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "wickerlane/platform/message/listener/MessageListener.h"
+#include "wickerlane/platform/object/NeverDestroyed.h"
 
 namespace wickerlane {
 
@@ -63,6 +64,7 @@ public:
                                    bool isEntitled);
 
 private:
+    friend class NeverDestroyed<ConsentStore>;
     ConsentStore() = default;
 };
 

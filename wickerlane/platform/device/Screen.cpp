@@ -1,8 +1,8 @@
 #include "wickerlane/platform/device/Screen.h"
 
-#include <mutex>
-
 #include "wickerlane/platform/device/DisplayList.h"
+#include "wickerlane/platform/object/Mutex.h"
+#include "wickerlane/platform/object/NeverDestroyed.h"
 
 namespace wickerlane {
 
@@ -15,13 +15,13 @@ namespace {
 using Provider = Handler<Ref<Screen>()>;
 
 struct MainScreen {
-    std::mutex mutex;
-    Provider provider;
+    Mutex mutex;
+    Provider provider WL_GUARDED_BY(mutex);
 };
 
 MainScreen &mainScreen() {
-    static MainScreen &made = *new MainScreen;
-    return made;
+    static NeverDestroyed<MainScreen> made;
+    return *made;
 }
 
 // A display as the kernel drives it, pixel by pixel.
@@ -39,8 +39,9 @@ private:
 
 Ref<Screen> Screen::createMain() {
     const Provider provider = [] {
-        const std::lock_guard guard(mainScreen().mutex);
-        return mainScreen().provider;
+        MainScreen &shared = mainScreen();
+        const MutexLock lock(shared.mutex);
+        return shared.provider;
     }();
     if (provider)
         return provider();
@@ -51,8 +52,9 @@ Ref<Screen> Screen::createMain() {
 }
 
 void setMainScreenProvider(Provider provider) {
-    const std::lock_guard guard(mainScreen().mutex);
-    std::swap(mainScreen().provider, provider);
+    MainScreen &shared = mainScreen();
+    const MutexLock lock(shared.mutex);
+    std::swap(shared.provider, provider);
 }
 
 } // namespace wickerlane

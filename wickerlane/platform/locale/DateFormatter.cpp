@@ -3,9 +3,9 @@
 #include <unicode/datefmt.h>
 
 #include <cmath>
-#include <mutex>
 
 #include "wickerlane/platform/locale/ICULocaleInternal.h"
+#include "wickerlane/platform/object/Mutex.h"
 
 namespace wickerlane {
 namespace {
@@ -35,10 +35,10 @@ icu::DateFormat::EStyle relativeStyleOf(DateStyle style) {
 
 } // namespace
 
-// A relative format works in itself while it formats.
+// A relative format changes while it formats.
 struct DateFormatter::Format {
-    std::mutex mutex;
-    std::unique_ptr<icu::DateFormat> dates; // null without the locale's data
+    Mutex mutex;
+    std::unique_ptr<icu::DateFormat> dates WL_POINTEE_GUARDED_BY(mutex); // null without the locale's data
 
     Format(const std::string &locale, DateStyle date, DateStyle time, bool relative) {
         dates.reset(icu::DateFormat::createDateTimeInstance(relative ? relativeStyleOf(date) : styleOf(date),
@@ -68,7 +68,7 @@ String *DateFormatter::stringFromDate(const Date *date) const {
         return date->description();
     icu::UnicodeString text;
     {
-        const std::lock_guard guard(format->mutex);
+        const MutexLock lock(format->mutex);
         format->dates->format(date->unixSeconds() * U_MILLIS_PER_SECOND, text);
     }
     return autorelease(String::createWithUTF16({text.getBuffer(), static_cast<std::size_t>(text.length())}));

@@ -4,11 +4,12 @@
 #include <array>
 #include <atomic>
 #include <cstdlib>
-#include <mutex>
 #include <optional>
 #include <utility>
 
 #include "wickerlane/platform/notification/LocalNotification.h"
+#include "wickerlane/platform/object/Mutex.h"
+#include "wickerlane/platform/object/NeverDestroyed.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/platform/object/String.h"
 #include "wickerlane/platform/preferences/Preferences.h"
@@ -23,19 +24,20 @@ struct Environment {
 };
 
 struct State {
-    std::mutex mutex;
-    std::vector<std::string> chosen;
-    // As it was read: whoever changes the environment must not meet a thread of this library that reads it.
-    std::optional<Environment> environment;
-    // Held while observers are told, so that whoever finds a change noticed also finds it told; recursive,
-    // since observers may look, too.
-    std::recursive_mutex noticing;
-    std::string known; // everything that others are told changes of, when it was last looked at
+    Mutex mutex;
+    std::vector<std::string> chosen WL_GUARDED_BY(mutex);
+    // Read once: an application that changes its environment must not meet a thread of this library that
+    // reads it.
+    std::optional<Environment> environment WL_GUARDED_BY(mutex);
+    // Held while the change is posted, so that a thread that finds a change noticed finds it posted as well;
+    // recursive, since observers may look for changes, too.
+    RecursiveMutex noticing;
+    std::string known WL_GUARDED_BY(noticing); // all whose changes are posted, as it was when last read
 };
 
 State &state() {
-    static State &made = *new State;
-    return made;
+    static NeverDestroyed<State> made;
+    return *made;
 }
 
 constinit std::atomic<std::uint64_t> generation{0};
@@ -81,10 +83,11 @@ Environment readEnvironment() {
 }
 
 Environment environment() {
-    const std::lock_guard guard(state().mutex);
-    if (!state().environment)
-        state().environment = readEnvironment();
-    return *state().environment;
+    State &shared = state();
+    const MutexLock lock(shared.mutex);
+    if (!shared.environment)
+        shared.environment = readEnvironment();
+    return *shared.environment;
 }
 
 std::vector<std::string> userLanguages() {
@@ -98,13 +101,15 @@ std::vector<std::string> userLanguages() {
 }
 
 std::vector<std::string> chosenLanguages() {
-    const std::lock_guard guard(state().mutex);
-    return state().chosen;
+    State &shared = state();
+    const MutexLock lock(shared.mutex);
+    return shared.chosen;
 }
 
-// Tells observers when anything has changed since it was last looked at.
-void look() {
-    const std::lock_guard guard(state().noticing);
+// Posts a notification when anything has changed since this was last called.
+void noticeChanges() {
+    State &shared = state();
+    const BasicMutexLock<RecursiveMutex> lock(shared.noticing);
     const ReleaseScope scope;
     std::string now = currentLocale();
     for (const std::string &language : processLanguages())
@@ -112,9 +117,9 @@ void look() {
     // As it stands, since others may take an odd list in another way than is done here.
     if (const Object *list = preferenceValue(languagesPreference, globalPreferencesDomain))
         now.append("\n\n").append(list->description()->utf8());
-    if (state().known == now)
+    if (shared.known == now)
         return;
-    state().known = std::move(now);
+    shared.known = std::move(now);
     generation.fetch_add(1, std::memory_order_release);
     postLocalNotification(localeDidChangeNotification);
 }
@@ -133,28 +138,30 @@ std::vector<std::string> processLanguages() {
 
 void setProcessLanguages(std::vector<std::string> languages) {
     {
-        const std::lock_guard guard(state().mutex);
-        state().chosen = std::move(languages);
+        State &shared = state();
+        const MutexLock lock(shared.mutex);
+        shared.chosen = std::move(languages);
     }
-    look();
+    noticeChanges();
 }
 
 void watchLocale() {
     static constinit Once observing;
     observing.run([] {
         static_cast<void>(observeLocalNotification(preferencesDidChangeNotification, nullptr,
-                                                   [](const LocalNotification &) { look(); }));
+                                                   [](const LocalNotification &) { noticeChanges(); }));
     });
     watchPreferences();
-    look();
+    noticeChanges();
 }
 
 void noticeLocaleChange() {
     {
-        const std::lock_guard guard(state().mutex);
-        state().environment = readEnvironment();
+        State &shared = state();
+        const MutexLock lock(shared.mutex);
+        shared.environment = readEnvironment();
     }
-    look();
+    noticeChanges();
 }
 
 std::string currentLocale() {

@@ -6,7 +6,6 @@
 #include <array>
 #include <cerrno>
 #include <climits>
-#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -17,9 +16,12 @@
 #include "wickerlane/platform/logging/SystemLog.h"
 #include "wickerlane/platform/notification/Notification.h"
 #include "wickerlane/platform/object/Format.h"
+#include "wickerlane/platform/object/Mutex.h"
+#include "wickerlane/platform/object/NeverDestroyed.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/platform/preferences/Preferences.h"
+#include "wickerlane/platform/queue/Once.h"
 
 using namespace wickerlane;
 
@@ -56,19 +58,15 @@ struct Facility {
 };
 
 // Facilities by the addresses of their names. Readers take no lock: places are only ever filled, under the
-// mutex.
+// mutex of registration.
 constexpr std::size_t places = 128;
-constexpr std::size_t mostFacilities = 96;
+constexpr std::size_t maxFacilities = 96;
 constinit std::array<std::atomic<Facility *>, places> facilities{};
-constinit std::size_t facilityCount = 0; // under the mutex
-// The head of all that were made, under the mutex.
-constinit const Configuration *newestConfiguration = nullptr;
+constinit Mutex registration;
+constinit std::size_t facilityCount WL_GUARDED_BY(registration) = 0;
+// The head of all that were made.
+constinit const Configuration *newestConfiguration WL_GUARDED_BY(registration) = nullptr;
 constinit std::atomic<bool> usesOwnClient{false};
-
-std::mutex &registrationMutex() {
-    static std::mutex &made = *new std::mutex;
-    return made;
-}
 
 std::size_t firstPlaceOf(const String *name) {
     return (reinterpret_cast<std::uintptr_t>(name) >> 4) * 0x9e3779b97f4a7c15u >> 57;
@@ -102,8 +100,7 @@ bool isFileName(std::string_view name) {
     return !name.empty() && name.find('/') == name.npos && name.find('\0') == name.npos;
 }
 
-// Under the mutex.
-const Configuration *readConfiguration(const Dictionary &given) {
+const Configuration *readConfiguration(const Dictionary &given) WL_REQUIRES(registration) {
     auto &made = *new Configuration;
     made.older = std::exchange(newestConfiguration, &made);
     const auto *name = as<String>(given.get(kLKLoggingCustomLogNameKey));
@@ -134,7 +131,7 @@ int overriddenLevel(const String *key, int level, const std::string &domain) {
 }
 
 // Under the mutex, so that the preferences read last are the ones that stay.
-void readLevels(Facility &facility, const std::string &domain) {
+void readLevels(Facility &facility, const std::string &domain) WL_REQUIRES(registration) {
     const ReleaseScope scope;
     const Configuration &used = *facility.configuration.load(std::memory_order_relaxed);
     facility.levels.maxConsoleLevel =
@@ -143,15 +140,15 @@ void readLevels(Facility &facility, const std::string &domain) {
 }
 
 void readAllLevels() {
-    const std::lock_guard guard(registrationMutex());
+    const MutexLock lock(registration);
     const std::string domain = applicationDomain();
     for (const auto &place : facilities)
         if (Facility *facility = place.load(std::memory_order_relaxed))
             readLevels(*facility, domain);
 }
 
-// Makes a facility findable. Under the mutex, and only once it is complete.
-void publish(Facility *added) {
+// Makes a facility findable, once it is complete.
+void publish(Facility *added) WL_REQUIRES(registration) {
     std::size_t place = firstPlaceOf(added->name.get());
     while (facilities[place % places].load(std::memory_order_relaxed) != nullptr)
         ++place;
@@ -170,8 +167,8 @@ void writeToConsole(const LKLogEntry &entry, const Configuration &configuration)
     const int level =
         configuration.usesRealLevels ? std::clamp(entry.level, LOG_EMERG, LOG_DEBUG) : LOG_NOTICE;
     if (usesOwnClient.load(std::memory_order_relaxed)) {
-        static SystemLog &client = *new SystemLog("/dev/log");
-        client.send(level, line, entry.timestamp.tv_sec);
+        static NeverDestroyed<SystemLog> client("/dev/log");
+        client->send(level, line, entry.timestamp.tv_sec);
     } else {
         ::syslog(LOG_USER | level, "%s", line.c_str());
     }
@@ -194,13 +191,13 @@ void LKLoggingSetUsesOwnOmlClient(bool own) {
 bool LKLoggingAddCustomLogConfiguration(Array *facilityNames, Dictionary *given) {
     if (!std::ranges::all_of(*facilityNames, [](Object *name) { return as<String>(name) != nullptr; }))
         return false;
-    static std::once_flag &registered = *new std::once_flag;
-    std::call_once(registered, [] {
+    static constinit Once registered;
+    registered.run([] {
         // For the life of the process: the registration is never cancelled.
         static_cast<void>(registerNotification(LKLoggingDefaultsChangedNotification, WorkQueue::global(),
                                                [](NotificationToken) { readAllLevels(); }));
     });
-    const std::lock_guard guard(registrationMutex());
+    const MutexLock lock(registration);
     const Configuration *configuration = readConfiguration(*given);
     const std::string domain = applicationDomain();
     for (Object *each : *facilityNames) {
@@ -208,7 +205,7 @@ bool LKLoggingAddCustomLogConfiguration(Array *facilityNames, Dictionary *given)
         Facility *facility = facilityNamed(name);
         const bool isNew = facility == nullptr;
         if (isNew) {
-            if (facilityCount == mostFacilities)
+            if (facilityCount == maxFacilities)
                 return false;
             ++facilityCount;
             facility = new Facility;

@@ -9,12 +9,12 @@
 #include <cstring>
 #include <map>
 #include <memory>
-#include <mutex>
 
 #include "wickerlane/platform/console/Console.h"
 #include "wickerlane/platform/file/FileLock.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/file/Retry.h"
+#include "wickerlane/platform/object/NeverDestroyed.h"
 #include "wickerlane/platform/queue/WorkQueue.h"
 
 namespace wickerlane {
@@ -23,7 +23,7 @@ namespace {
 // Another process may have finished the file, or filled it. Asking the kernel before each line would cost
 // half as much as the line; this is soon enough, since a line that comes late is still read before the file
 // is compressed.
-constexpr std::int64_t longestUnlooked = 10'000'000;
+constexpr std::int64_t checkInterval = 10'000'000;
 // While a file can't be opened, lines are dropped at little cost.
 constexpr std::int64_t pauseAfterFailure = 1'000'000'000;
 
@@ -39,10 +39,14 @@ bool isFull(const struct stat &status, std::size_t length, const LogFileLimits &
 } // namespace
 
 LogFile &LogFile::of(const std::string &folder, const std::string &name) {
-    static std::mutex &filesMutex = *new std::mutex;
-    static auto &files = *new std::map<std::string, std::unique_ptr<LogFile>>;
-    const std::lock_guard guard(filesMutex);
-    auto &file = files[folder + "/" + name];
+    struct Files {
+        Mutex mutex;
+        std::map<std::string, std::unique_ptr<LogFile>> byPath WL_GUARDED_BY(mutex);
+    };
+    static NeverDestroyed<Files> made;
+    Files &files = *made;
+    const MutexLock lock(files.mutex);
+    auto &file = files.byPath[folder + "/" + name];
     if (!file)
         file = std::make_unique<LogFile>(folder, name);
     return *file;
@@ -58,19 +62,19 @@ void LogFile::write(std::string_view line, const LogFileLimits &limits, std::int
         cut += '\n';
         line = cut;
     }
-    const std::lock_guard guard(lock);
+    const AdaptiveMutexLock lock(mutex);
     if (makeReady(line.size(), limits, now))
         append(line);
 }
 
 bool LogFile::makeReady(std::size_t length, const LogFileLimits &limits, std::int64_t now) {
-    if (file && length <= unlooked && now - lookedAt < longestUnlooked && now >= lookedAt)
+    if (file && length <= uncheckedBytes && now - checkedAt < checkInterval && now >= checkedAt)
         return true;
     if (!file && failedAt != 0 && now - failedAt < pauseAfterFailure && now >= failedAt)
         return false;
     struct stat status;
     if (!file || fstat(file.get(), &status) != 0 || isFinished(status) || isFull(status, length, limits)) {
-        if (!renew(length, limits)) {
+        if (!reopen(length, limits)) {
             complain("opened");
             failedAt = now;
             return false;
@@ -79,15 +83,15 @@ bool LogFile::makeReady(std::size_t length, const LogFileLimits &limits, std::in
             return false;
     }
     failedAt = 0;
-    lookedAt = now;
-    // The nearer the limit, the sooner the next look: the room may be shared with other processes.
+    checkedAt = now;
+    // The nearer the limit, the sooner the next check: the room may be shared with other processes.
     const auto size = std::min(static_cast<std::uint64_t>(status.st_size), limits.bytes);
-    unlooked = std::max<std::uint64_t>((limits.bytes - size) / 8, length);
+    uncheckedBytes = std::max<std::uint64_t>((limits.bytes - size) / 8, length);
     return true;
 }
 
-// Opens the file that is current now, finishing the one at hand if nobody has yet.
-bool LogFile::renew(std::size_t length, const LogFileLimits &limits) {
+// Opens the current file; finishes the one that was open unless another process has.
+bool LogFile::reopen(std::size_t length, const LogFileLimits &limits) {
     {
         const FolderLock folderLock(archive.folder());
         if (!folderLock)
@@ -108,7 +112,7 @@ bool LogFile::renew(std::size_t length, const LogFileLimits &limits) {
 
 bool LogFile::open() {
     file.reset();
-    // Without waiting, should someone have put a pipe there.
+    // Doesn't wait when there is a pipe in its place.
     UniqueFd opened = openFile(archive.currentPath(), O_RDWR | O_APPEND | O_CREAT | O_NONBLOCK);
     struct stat status;
     if (!opened || fstat(opened.get(), &status) != 0)
@@ -130,18 +134,20 @@ bool LogFile::open() {
 }
 
 void LogFile::append(std::string_view line) {
+    // What is left of a torn line is ended first.
     iovec pieces[2] = {{const_cast<char *>("\n"), 1}, {const_cast<char *>(line.data()), line.size()}};
-    const std::size_t length = line.size() + (torn ? 1 : 0);
+    const bool wasTorn = torn;
+    const int descriptor = file.get();
+    const std::size_t length = line.size() + (wasTorn ? 1 : 0);
     const ssize_t written = retryInterrupted([&] {
-        return torn ? ::writev(file.get(), pieces, 2) : ::write(file.get(), line.data(), line.size());
+        return wasTorn ? ::writev(descriptor, pieces, 2) : ::write(descriptor, line.data(), line.size());
     });
     if (written < 0) {
         complain("written");
         return;
     }
-    // The disk is full: the next line must not be glued to the beginning of this one.
-    torn = static_cast<std::size_t>(written) < length;
-    unlooked -= std::min<std::uint64_t>(unlooked, length);
+    torn = static_cast<std::size_t>(written) < length; // the disk is full
+    uncheckedBytes -= std::min<std::uint64_t>(uncheckedBytes, length);
 }
 
 void LogFile::complain(const char *what) {

@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "wickerlane/platform/logging/LogArchive.h"
-#include "wickerlane/platform/queue/Lock.h"
+#include "wickerlane/platform/queue/AdaptiveMutex.h"
 
 namespace wickerlane {
 
@@ -27,24 +27,25 @@ public:
     LogFile(const std::string &folder, const std::string &name);
 
     /// Appends a line, which ends in a line break, with one write. A line longer than the limit is cut.
-    /// `now`, in nanoseconds of any clock, only paces how often the file is looked at.
+    /// `now`, in nanoseconds of any clock, only paces how often the file is checked.
     void write(std::string_view line, const LogFileLimits &limits, std::int64_t now);
 
 private:
-    [[nodiscard]] bool makeReady(std::size_t length, const LogFileLimits &limits, std::int64_t now);
-    [[nodiscard]] bool renew(std::size_t length, const LogFileLimits &limits);
-    [[nodiscard]] bool open();
-    void append(std::string_view line);
-    void complain(const char *what);
+    [[nodiscard]] bool makeReady(std::size_t length, const LogFileLimits &limits, std::int64_t now)
+        WL_REQUIRES(mutex);
+    [[nodiscard]] bool reopen(std::size_t length, const LogFileLimits &limits) WL_REQUIRES(mutex);
+    [[nodiscard]] bool open() WL_REQUIRES(mutex);
+    void append(std::string_view line) WL_REQUIRES(mutex);
+    void complain(const char *what) WL_REQUIRES(mutex);
 
     const LogArchive archive;
-    Lock lock;                  // guards what follows
-    UniqueFd file;              // holds a shared lock
-    std::uint64_t unlooked = 0; // bytes that may be written before looking at the file again
-    std::int64_t lookedAt = 0;
-    std::int64_t failedAt = 0; // when opening failed; 0 while it works
-    bool torn = false;         // the file ends within a line
-    bool complained = false;
+    AdaptiveMutex mutex;
+    UniqueFd file WL_GUARDED_BY(mutex);                    // holds a shared lock
+    std::uint64_t uncheckedBytes WL_GUARDED_BY(mutex) = 0; // that may be written until the next check
+    std::int64_t checkedAt WL_GUARDED_BY(mutex) = 0;
+    std::int64_t failedAt WL_GUARDED_BY(mutex) = 0; // when opening failed; 0 while it works
+    bool torn WL_GUARDED_BY(mutex) = false;         // the file ends within a line
+    bool complained WL_GUARDED_BY(mutex) = false;
 };
 
 } // namespace wickerlane

@@ -12,7 +12,7 @@
 namespace wickerlane {
 namespace {
 
-constexpr std::size_t longestLine = 8000; // what system logs take
+constexpr std::size_t maxLineLength = 8000; // what system logs take
 
 // The form that syslog(3) uses: priority, local time in English, program and process.
 std::string datagram(int level, std::string_view line, std::int64_t seconds) {
@@ -25,7 +25,7 @@ std::string datagram(int level, std::string_view line, std::int64_t seconds) {
     std::string text = "<" + std::to_string(LOG_USER | level) + ">" + date;
     text += program_invocation_short_name;
     text += "[" + std::to_string(getpid()) + "]: ";
-    text += line.substr(0, longestLine);
+    text += line.substr(0, maxLineLength);
     return text;
 }
 
@@ -50,12 +50,12 @@ bool SystemLog::connectAt(std::int64_t seconds) {
 }
 
 void SystemLog::send(int level, std::string_view line, std::int64_t seconds) {
-    const std::lock_guard guard(mutex);
+    const MutexLock lock(mutex);
     for (int attempt = 0; attempt < 2 && connectAt(seconds); ++attempt) {
         const std::string text = datagram(level, line, seconds);
         if (::send(socket.get(), text.data(), text.size(), MSG_NOSIGNAL) >= 0 || errno == EAGAIN)
             return;
-        // It was started anew since; its new socket is another one.
+        // The system log was restarted, with a new socket.
         socket.reset();
     }
 }

@@ -3,11 +3,11 @@
 #define WICKERLANE_PLATFORM_LOGGING_SYSTEMLOG_H
 
 #include <cstdint>
-#include <mutex>
 #include <string_view>
 
 #include "wickerlane/platform/file/UniqueFd.h"
 #include "wickerlane/platform/object/Export.h"
+#include "wickerlane/platform/object/Mutex.h"
 
 namespace wickerlane {
 
@@ -22,12 +22,12 @@ public:
     void send(int level, std::string_view line, std::int64_t seconds);
 
 private:
-    [[nodiscard]] bool connectAt(std::int64_t seconds);
+    [[nodiscard]] bool connectAt(std::int64_t seconds) WL_REQUIRES(mutex);
 
     const char *path;
-    std::mutex mutex; // guards what follows
-    UniqueFd socket;
-    std::int64_t failedAt = -1;
+    Mutex mutex;
+    UniqueFd socket WL_GUARDED_BY(mutex);
+    std::int64_t failedAt WL_GUARDED_BY(mutex) = -1;
 };
 
 } // namespace wickerlane

@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <atomic>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
+
+#include "wickerlane/platform/object/Mutex.h"
+#include "wickerlane/platform/object/NeverDestroyed.h"
 
 namespace wickerlane {
 namespace {
@@ -19,14 +21,14 @@ struct Observer {
 };
 
 struct Observers {
-    std::mutex mutex;
-    std::vector<std::shared_ptr<Observer>> all;
-    LocalObserverToken lastToken = 0;
+    Mutex mutex;
+    std::vector<std::shared_ptr<Observer>> all WL_GUARDED_BY(mutex);
+    LocalObserverToken lastToken WL_GUARDED_BY(mutex) = 0;
 };
 
 Observers &observers() {
-    static Observers &made = *new Observers;
-    return made;
+    static NeverDestroyed<Observers> made;
+    return *made;
 }
 
 } // namespace
@@ -35,31 +37,32 @@ LocalObserverToken observeLocalNotification(std::string_view name, const Object 
                                             Handler<void(const LocalNotification &)> handler) {
     if (handler == nullptr)
         return 0;
-    const std::lock_guard guard(observers().mutex);
-    const LocalObserverToken token = ++observers().lastToken;
-    observers().all.push_back(
+    Observers &shared = observers();
+    const MutexLock lock(shared.mutex);
+    const LocalObserverToken token = ++shared.lastToken;
+    shared.all.push_back(
         std::shared_ptr<Observer>(new Observer{token, std::string(name), sender, std::move(handler)}));
     return token;
 }
 
 void removeLocalObserver(LocalObserverToken token) {
-    std::shared_ptr<Observer> removed; // let go of behind the lock: what the handler holds may observe, too
-    const std::lock_guard guard(observers().mutex);
-    std::vector<std::shared_ptr<Observer>> &all = observers().all;
-    const auto found =
-        std::find_if(all.begin(), all.end(), [token](const auto &each) { return each->token == token; });
-    if (found == all.end())
+    std::shared_ptr<Observer> removed; // destroyed after the lock: what its handler holds may observe, too
+    Observers &shared = observers();
+    const MutexLock lock(shared.mutex);
+    const auto found = std::ranges::find(shared.all, token, &Observer::token);
+    if (found == shared.all.end())
         return;
     removed = std::move(*found);
-    all.erase(found);
+    shared.all.erase(found);
     removed->removed = true;
 }
 
 void postLocalNotification(std::string_view name, Object *sender) {
+    Observers &shared = observers();
     std::vector<std::shared_ptr<Observer>> concerned;
     {
-        const std::lock_guard guard(observers().mutex);
-        for (const auto &each : observers().all)
+        const MutexLock lock(shared.mutex);
+        for (const auto &each : shared.all)
             if (each->name == name && (each->sender == nullptr || each->sender == sender))
                 concerned.push_back(each);
     }

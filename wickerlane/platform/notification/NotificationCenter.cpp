@@ -14,10 +14,10 @@
 namespace wickerlane {
 namespace {
 
-constexpr std::size_t longestName = 200;
+constexpr std::size_t maxNameLength = 200;
 
 bool isValidName(std::string_view name) {
-    const bool valid = !name.empty() && name.size() <= longestName && name != "." && name != ".." &&
+    const bool valid = !name.empty() && name.size() <= maxNameLength && name != "." && name != ".." &&
                        name.find('/') == std::string_view::npos;
     if (!valid)
         errno = EINVAL;
@@ -64,14 +64,14 @@ bool cancelNotification(NotificationToken token) {
 }
 
 NotificationCenter &NotificationCenter::shared() {
-    static NotificationCenter &center = *new NotificationCenter;
-    return center;
+    static NeverDestroyed<NotificationCenter> center;
+    return *center;
 }
 
 NotificationToken NotificationCenter::add(std::string name, WorkQueue *queue,
                                           Handler<void(NotificationToken)> handler) {
     const std::string folder = usableFolder();
-    std::lock_guard guard(mutex);
+    const MutexLock lock(mutex);
     const int watch = folder.empty() ? -1 : folders.add(folder, IN_CLOSE_WRITE);
     if (watch < 0)
         return 0;
@@ -86,7 +86,7 @@ NotificationToken NotificationCenter::add(std::string name, WorkQueue *queue,
 bool NotificationCenter::cancel(NotificationToken token) {
     std::shared_ptr<Registration> ended;
     Handler<void(NotificationToken)> dropped; // after the locks: what it holds may cancel others
-    std::lock_guard guard(mutex);
+    const MutexLock lock(mutex);
     const auto found = registrations.find(token);
     if (found == registrations.end()) {
         errno = EINVAL;
@@ -97,23 +97,24 @@ bool NotificationCenter::cancel(NotificationToken token) {
     if (std::none_of(registrations.begin(), registrations.end(),
                      [&](const auto &each) { return each.second->watch == ended->watch; }))
         folders.remove(ended->watch);
-    std::lock_guard registrationGuard(ended->mutex);
+    const MutexLock endedLock(ended->mutex);
     dropped = std::move(ended->handler);
     return true;
 }
 
-// On the reader thread. Calls for a name; for a watch of -1 calls everybody, since reports were lost.
+// On the reader thread. Calls the handlers of a name; all handlers for a watch of -1, since reports were
+// lost.
 void NotificationCenter::deliver(int watch, std::string_view name) {
     std::vector<std::shared_ptr<Registration>> concerned;
     {
-        std::lock_guard guard(mutex);
+        const MutexLock lock(mutex);
         for (const auto &[token, registration] : registrations)
             if (watch < 0 || (registration->watch == watch && registration->name == name))
                 concerned.push_back(registration);
     }
     for (const auto &registration : concerned) {
         {
-            std::lock_guard guard(registration->mutex);
+            const MutexLock lock(registration->mutex);
             if (registration->handler == nullptr || std::exchange(registration->called, true))
                 continue;
         }
@@ -124,7 +125,7 @@ void NotificationCenter::deliver(int watch, std::string_view name) {
 void NotificationCenter::call(const std::shared_ptr<Registration> &registration) {
     Handler<void(NotificationToken)> handler;
     {
-        std::lock_guard guard(registration->mutex);
+        const MutexLock lock(registration->mutex);
         registration->called = false; // a post from now on is news
         handler = registration->handler;
     }

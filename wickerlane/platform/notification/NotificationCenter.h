@@ -3,12 +3,13 @@
 #define WICKERLANE_PLATFORM_NOTIFICATION_NOTIFICATIONCENTER_H
 
 #include <memory>
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 
 #include "wickerlane/platform/notification/Notification.h"
+#include "wickerlane/platform/object/Mutex.h"
+#include "wickerlane/platform/object/NeverDestroyed.h"
 #include "wickerlane/platform/queue/FolderWatch.h"
 
 namespace wickerlane {
@@ -26,14 +27,15 @@ public:
     bool cancel(NotificationToken token);
 
 private:
+    friend class NeverDestroyed<NotificationCenter>;
     struct Registration {
         const NotificationToken token;
         const int watch;
         const std::string name;
         const Ref<WorkQueue> queue;
-        std::mutex mutex;
-        Handler<void(NotificationToken)> handler; // null once cancelled
-        bool called = false;                      // a call stands on the queue and has not begun
+        Mutex mutex;
+        Handler<void(NotificationToken)> handler WL_GUARDED_BY(mutex); // null once cancelled
+        bool called WL_GUARDED_BY(mutex) = false; // a call stands on the queue and has not begun
         Registration(NotificationToken number, int watched, std::string named, WorkQueue *serving,
                      Handler<void(NotificationToken)> calling)
             : token(number), watch(watched), name(std::move(named)), queue(serving),
@@ -44,13 +46,13 @@ private:
     void deliver(int watch, std::string_view name);
     static void call(const std::shared_ptr<Registration> &registration);
 
-    std::mutex mutex;
+    Mutex mutex; // comes before a registration's own
     FolderWatch folders{[this](std::span<const FolderWatch::Report> reports) {
         for (const auto &[watch, name] : reports)
             deliver(watch, name);
     }};
-    std::unordered_map<NotificationToken, std::shared_ptr<Registration>> registrations;
-    NotificationToken lastToken = 0;
+    std::unordered_map<NotificationToken, std::shared_ptr<Registration>> registrations WL_GUARDED_BY(mutex);
+    NotificationToken lastToken WL_GUARDED_BY(mutex) = 0;
 };
 
 } // namespace wickerlane

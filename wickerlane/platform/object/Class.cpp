@@ -1,8 +1,8 @@
-#include <mutex>
-#include <shared_mutex>
 #include <span>
 #include <vector>
 
+#include "wickerlane/platform/object/Mutex.h"
+#include "wickerlane/platform/object/NeverDestroyed.h"
 #include "wickerlane/platform/object/Object.h"
 
 // The bounds, by the linker, of the table that WL_BUILT_IN_CLASS fills.
@@ -19,13 +19,13 @@ std::span<const Class *const> builtIn() noexcept {
 }
 
 struct Registry {
-    std::shared_mutex mutex;
-    std::vector<const Class *> classes;
+    Mutex mutex;
+    std::vector<const Class *> classes WL_GUARDED_BY(mutex);
 };
 
 Registry &registry() {
-    static Registry &made = *new Registry;
-    return made;
+    static NeverDestroyed<Registry> made;
+    return *made;
 }
 
 template <class Classes>
@@ -41,19 +41,19 @@ const Class *find(const Classes &classes, std::string_view name) {
 const Class *classNamed(std::string_view name) {
     if (const Class *found = find(builtIn(), name))
         return found;
-    Registry &r = registry();
-    const std::shared_lock lock(r.mutex);
-    return find(r.classes, name);
+    Registry &registered = registry();
+    const MutexLock lock(registered.mutex);
+    return find(registered.classes, name);
 }
 
 bool registerClass(const Class *added) {
     if (const Class *found = find(builtIn(), added->name))
         return found == added;
-    Registry &r = registry();
-    const std::unique_lock lock(r.mutex);
-    if (const Class *found = find(r.classes, added->name))
+    Registry &registered = registry();
+    const MutexLock lock(registered.mutex);
+    if (const Class *found = find(registered.classes, added->name))
         return found == added;
-    r.classes.push_back(added);
+    registered.classes.push_back(added);
     return true;
 }
 

@@ -47,6 +47,19 @@ private:
     std::mutex native;
 };
 
+/// A mutex that the thread that holds it may lock again.
+class WL_THREAD_ANNOTATION(capability("mutex")) RecursiveMutex {
+public:
+    RecursiveMutex() noexcept = default;
+    RecursiveMutex(const RecursiveMutex &) = delete;
+    RecursiveMutex &operator=(const RecursiveMutex &) = delete;
+    void lock() WL_ACQUIRE() { native.lock(); }
+    void unlock() WL_RELEASE() { native.unlock(); }
+
+private:
+    std::recursive_mutex native;
+};
+
 /// Holds a mutex for a scope, with pauses where unlock() and lock() are called.
 template <class Kind>
 class WL_THREAD_ANNOTATION(scoped_lockable) BasicMutexLock {

@@ -10,8 +10,9 @@
 #include <array>
 #include <map>
 #include <memory>
-#include <mutex>
 
+#include "wickerlane/platform/object/Mutex.h"
+#include "wickerlane/platform/object/NeverDestroyed.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/platform/object/String.h"
 #include "wickerlane/platform/object/UTF8Internal.h"
@@ -135,19 +136,20 @@ std::shared_ptr<const icu::Collator> makeCollator(const icu::Locale &locale, Com
 // Making a collator takes far longer than a comparison, so that each is kept. Once set up, a collator may
 // compare on several threads at once. Null when ICU has none.
 std::shared_ptr<const icu::Collator> collatorFor(const icu::Locale &locale, CompareOptions options) {
-    constexpr std::size_t mostKept = 64; // locale names may come from outside
+    constexpr std::size_t maxKept = 64; // locale names may come from outside
     using Key = std::pair<std::string, CompareOptions>;
     struct Cache {
-        std::mutex mutex;
-        std::map<Key, std::shared_ptr<const icu::Collator>> made;
+        Mutex mutex;
+        std::map<Key, std::shared_ptr<const icu::Collator>> made WL_GUARDED_BY(mutex);
     };
-    static Cache &cache = *new Cache;
+    static NeverDestroyed<Cache> shared;
+    Cache &cache = *shared;
     Key key(locale.getName(), static_cast<CompareOptions>(static_cast<unsigned>(options) & 7U));
-    const std::lock_guard lock(cache.mutex);
+    const MutexLock lock(cache.mutex);
     if (const auto found = cache.made.find(key); found != cache.made.end())
         return found->second;
     auto made = makeCollator(locale, options);
-    if (cache.made.size() >= mostKept)
+    if (cache.made.size() >= maxKept)
         cache.made.clear();
     cache.made.emplace(std::move(key), made);
     return made;

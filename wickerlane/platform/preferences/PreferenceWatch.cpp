@@ -7,6 +7,7 @@
 
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/notification/LocalNotification.h"
+#include "wickerlane/platform/object/NeverDestroyed.h"
 #include "wickerlane/platform/object/String.h"
 #include "wickerlane/platform/preferences/Preferences.h"
 #include "wickerlane/platform/queue/WorkQueue.h"
@@ -28,8 +29,8 @@ void post(std::set<std::string> domains) {
 } // namespace
 
 PreferenceWatch &PreferenceWatch::shared() {
-    static PreferenceWatch &watch = *new PreferenceWatch;
-    return watch;
+    static NeverDestroyed<PreferenceWatch> watch;
+    return *watch;
 }
 
 bool PreferenceWatch::start() {

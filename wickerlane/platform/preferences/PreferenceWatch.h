@@ -2,6 +2,7 @@
 #ifndef WICKERLANE_PLATFORM_PREFERENCES_PREFERENCEWATCH_H
 #define WICKERLANE_PLATFORM_PREFERENCES_PREFERENCEWATCH_H
 
+#include "wickerlane/platform/object/NeverDestroyed.h"
 #include "wickerlane/platform/queue/FolderWatch.h"
 
 namespace wickerlane {
@@ -16,6 +17,7 @@ public:
     bool start();
 
 private:
+    friend class NeverDestroyed<PreferenceWatch>;
     static void handleReports(std::span<const FolderWatch::Report> reports);
     PreferenceWatch() = default;
 

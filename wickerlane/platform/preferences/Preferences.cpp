@@ -2,13 +2,14 @@
 
 #include <cerrno>
 #include <charconv>
-#include <mutex>
 #include <string>
 #include <unordered_map>
 
 #include "wickerlane/platform/file/FileLock.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/notification/LocalNotification.h"
+#include "wickerlane/platform/object/Mutex.h"
+#include "wickerlane/platform/object/NeverDestroyed.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/object/Paths.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
@@ -21,22 +22,23 @@ namespace wickerlane {
 namespace {
 
 struct Preferences {
-    std::mutex mutex;
-    std::unordered_map<std::string, PreferenceFile> files; // by path
-    std::string applicationDomain;
+    Mutex mutex;
+    std::unordered_map<std::string, PreferenceFile> files WL_GUARDED_BY(mutex); // by path
+    std::string applicationDomain WL_GUARDED_BY(mutex);
 };
 
 Preferences &preferences() {
-    static Preferences &made = *new Preferences;
-    return made;
+    static NeverDestroyed<Preferences> made;
+    return *made;
 }
 
 Ref<Object> valueIn(std::string_view domain, std::string_view key) {
     const std::string path = PreferenceFile::pathOf(domain);
     if (path.empty())
         return nullptr;
-    std::lock_guard guard(preferences().mutex);
-    return preferences().files[path].contents(path)->get(key);
+    Preferences &shared = preferences();
+    const MutexLock lock(shared.mutex);
+    return shared.files[path].contents(path)->get(key);
 }
 
 std::string domainOfExecutable() {
@@ -106,8 +108,9 @@ bool setPreferenceValue(std::string_view key, Object *value, std::string_view do
 
 void synchronizePreferences(std::string_view domain) {
     const std::string path = PreferenceFile::pathOf(domain);
-    const std::lock_guard guard(preferences().mutex);
-    preferences().files.erase(path);
+    Preferences &shared = preferences();
+    const MutexLock lock(shared.mutex);
+    shared.files.erase(path);
 }
 
 bool watchPreferences() {
@@ -115,16 +118,17 @@ bool watchPreferences() {
 }
 
 std::string applicationDomain() {
-    std::lock_guard guard(preferences().mutex);
-    std::string &domain = preferences().applicationDomain;
-    if (domain.empty())
-        domain = domainOfExecutable();
-    return domain;
+    Preferences &shared = preferences();
+    const MutexLock lock(shared.mutex);
+    if (shared.applicationDomain.empty())
+        shared.applicationDomain = domainOfExecutable();
+    return shared.applicationDomain;
 }
 
 void setApplicationDomain(std::string_view domain) {
-    std::lock_guard guard(preferences().mutex);
-    preferences().applicationDomain = domain;
+    Preferences &shared = preferences();
+    const MutexLock lock(shared.mutex);
+    shared.applicationDomain = domain;
 }
 
 } // namespace wickerlane

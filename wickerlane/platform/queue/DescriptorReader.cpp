@@ -46,8 +46,8 @@ constexpr std::uint64_t ownNumber = 0;
 } // namespace
 
 DescriptorReader &DescriptorReader::shared() {
-    static DescriptorReader &reader = *new DescriptorReader;
-    return reader;
+    static NeverDestroyed<DescriptorReader> reader;
+    return *reader;
 }
 
 DescriptorReader::DescriptorReader()
@@ -65,13 +65,13 @@ bool DescriptorReader::isThisThread() const noexcept {
 }
 
 void DescriptorReader::add(DescriptorSource &source) {
-    std::lock_guard guard(lock);
+    const AdaptiveMutexLock lock(mutex);
     source.number = ++lastNumber;
     sources.emplace(source.number, &source);
 }
 
 void DescriptorReader::arm(DescriptorSource &source, std::uint32_t events) {
-    std::lock_guard guard(source.mutex);
+    const MutexLock sourceLock(source.mutex);
     if (source.cancelled)
         return;
     epoll_event wanted{};
@@ -81,7 +81,7 @@ void DescriptorReader::arm(DescriptorSource &source, std::uint32_t events) {
         source.added = true;
         return;
     }
-    std::lock_guard tableGuard(lock);
+    const AdaptiveMutexLock lock(mutex);
     refused.push_back(source.number);
     eventfd_write(event, 1);
 }
@@ -89,52 +89,56 @@ void DescriptorReader::arm(DescriptorSource &source, std::uint32_t events) {
 void DescriptorReader::cancel(DescriptorSource &source) {
     Ref<DescriptorSource> kept;
     Handler<void(std::uint32_t)> dropped;
-    {
-        std::unique_lock guard(source.mutex);
-        if (!source.cancelled) {
-            source.cancelled = true;
-            if (source.added)
-                epoll_ctl(poller, EPOLL_CTL_DEL, source.descriptor, nullptr);
-            std::lock_guard tableGuard(lock);
-            if (const auto found = sources.find(source.number); found != sources.end()) {
-                kept = std::move(found->second);
-                sources.erase(found);
-            }
+    const MutexLock sourceLock(source.mutex);
+    if (!source.cancelled) {
+        source.cancelled = true;
+        if (source.added)
+            epoll_ctl(poller, EPOLL_CTL_DEL, source.descriptor, nullptr);
+        const AdaptiveMutexLock lock(mutex);
+        if (const auto found = sources.find(source.number); found != sources.end()) {
+            kept = std::move(found->second);
+            sources.erase(found);
         }
-        if (!source.handling)
-            dropped = std::move(source.handler);
-        else if (!isThisThread())
-            source.handled.wait(guard, [&source] { return !source.handling; });
     }
+    if (!source.handling) {
+        dropped = std::move(source.handler);
+        return;
+    }
+    while (source.handling && !isThisThread())
+        source.handled.wait(source.mutex);
+}
+
+Ref<DescriptorSource> DescriptorReader::sourceNumbered(std::uint64_t number) {
+    const AdaptiveMutexLock lock(mutex);
+    const auto found = sources.find(number);
+    return found == sources.end() ? nullptr : found->second;
 }
 
 void DescriptorReader::handle(std::uint64_t number, std::uint32_t events) {
-    Ref<DescriptorSource> source;
-    {
-        std::lock_guard guard(lock);
-        const auto found = sources.find(number);
-        if (found == sources.end())
-            return;
-        source = found->second;
-    }
-    ReleaseScope scope;
-    std::unique_lock guard(source->mutex);
-    if (source->cancelled || !source->handler)
+    const Ref<DescriptorSource> kept = sourceNumbered(number);
+    if (!kept)
         return;
-    source->handling = true;
-    guard.unlock();
-    source->handler(events);
-    guard.lock();
-    if (source->cancelled) {
+    DescriptorSource &source = *kept;
+    const ReleaseScope scope;
+    MutexLock sourceLock(source.mutex);
+    if (source.cancelled || !source.handler)
+        return;
+    source.handling = true;
+    Handler<void(std::uint32_t)> handler = std::move(source.handler);
+    sourceLock.unlock();
+    handler(events);
+    sourceLock.lock();
+    if (source.cancelled) {
         // Gone before the canceller goes on, since what the handler holds may be what the canceller is about
         // to end.
-        Handler<void(std::uint32_t)> dropped = std::move(source->handler);
-        guard.unlock();
-        dropped = nullptr;
-        guard.lock();
+        sourceLock.unlock();
+        handler = nullptr;
+        sourceLock.lock();
+    } else {
+        source.handler = std::move(handler);
     }
-    source->handling = false;
-    source->handled.notify_all();
+    source.handling = false;
+    source.handled.notifyAll();
 }
 
 void DescriptorReader::handleRefused() {
@@ -142,7 +146,7 @@ void DescriptorReader::handleRefused() {
     eventfd_read(event, &ignored);
     std::vector<std::uint64_t> numbers;
     {
-        std::lock_guard guard(lock);
+        const AdaptiveMutexLock lock(mutex);
         std::swap(numbers, refused);
     }
     for (const std::uint64_t number : numbers)

@@ -6,8 +6,9 @@
 #include <unordered_map>
 #include <vector>
 
+#include "wickerlane/platform/object/NeverDestroyed.h"
+#include "wickerlane/platform/queue/AdaptiveMutex.h"
 #include "wickerlane/platform/queue/DescriptorSource.h"
-#include "wickerlane/platform/queue/Lock.h"
 
 namespace wickerlane {
 
@@ -17,24 +18,27 @@ class DescriptorReader {
 public:
     [[nodiscard]] static DescriptorReader &shared();
 
-    void add(DescriptorSource &source);
-    void arm(DescriptorSource &source, std::uint32_t events);
-    void cancel(DescriptorSource &source);
+    void add(DescriptorSource &source) WL_EXCLUDES(mutex);
+    void arm(DescriptorSource &source, std::uint32_t events) WL_EXCLUDES(mutex);
+    void cancel(DescriptorSource &source) WL_EXCLUDES(mutex);
 
 private:
+    friend class NeverDestroyed<DescriptorReader>;
     DescriptorReader();
     void run() noexcept;
     void handle(std::uint64_t number, std::uint32_t events);
+    [[nodiscard]] Ref<DescriptorSource> sourceNumbered(std::uint64_t number) WL_EXCLUDES(mutex);
     void handleRefused();
     [[nodiscard]] bool isThisThread() const noexcept;
 
     const int poller;
     const int event; // wakes the thread for what stands in `refused`
     std::atomic<int> thread{0};
-    Lock lock;
-    std::unordered_map<std::uint64_t, Ref<DescriptorSource>> sources;
-    std::vector<std::uint64_t> refused; // sources whose descriptor the kernel would not watch
-    std::uint64_t lastNumber = 0;
+    AdaptiveMutex mutex; // a source's own comes before it
+    std::unordered_map<std::uint64_t, Ref<DescriptorSource>> sources WL_GUARDED_BY(mutex);
+    // Sources whose descriptor the kernel would not watch.
+    std::vector<std::uint64_t> refused WL_GUARDED_BY(mutex);
+    std::uint64_t lastNumber WL_GUARDED_BY(mutex) = 0;
 };
 
 } // namespace wickerlane

@@ -2,11 +2,10 @@
 #ifndef WICKERLANE_PLATFORM_QUEUE_DESCRIPTORSOURCE_H
 #define WICKERLANE_PLATFORM_QUEUE_DESCRIPTORSOURCE_H
 
-#include <condition_variable>
 #include <cstdint>
-#include <mutex>
 
 #include "wickerlane/platform/object/Handler.h"
+#include "wickerlane/platform/object/Mutex.h"
 #include "wickerlane/platform/object/Object.h"
 
 namespace wickerlane {
@@ -37,12 +36,12 @@ private:
 
     const int descriptor;
     std::uint64_t number = 0; // among the reader's sources
-    std::mutex mutex;
-    std::condition_variable handled;
-    Handler<void(std::uint32_t)> handler;
-    bool added = false;
-    bool cancelled = false;
-    bool handling = false;
+    Mutex mutex;
+    Condition handled;
+    Handler<void(std::uint32_t)> handler WL_GUARDED_BY(mutex);
+    bool added WL_GUARDED_BY(mutex) = false;
+    bool cancelled WL_GUARDED_BY(mutex) = false;
+    bool handling WL_GUARDED_BY(mutex) = false;
 };
 
 } // namespace wickerlane

@@ -13,7 +13,7 @@
 namespace wickerlane {
 
 int FolderWatch::add(const std::string &folder, std::uint32_t events) {
-    const std::lock_guard guard(mutex);
+    const MutexLock lock(mutex);
     if (!inotify) {
         inotify.reset(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
         if (!inotify)
@@ -25,7 +25,7 @@ int FolderWatch::add(const std::string &folder, std::uint32_t events) {
 }
 
 void FolderWatch::remove(int folder) {
-    const std::lock_guard guard(mutex);
+    const MutexLock lock(mutex);
     inotify_rm_watch(inotify.get(), folder);
 }
 

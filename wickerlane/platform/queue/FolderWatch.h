@@ -3,12 +3,12 @@
 #define WICKERLANE_PLATFORM_QUEUE_FOLDERWATCH_H
 
 #include <cstdint>
-#include <mutex>
 #include <span>
 #include <string>
 #include <string_view>
 
 #include "wickerlane/platform/file/UniqueFd.h"
+#include "wickerlane/platform/object/Mutex.h"
 #include "wickerlane/platform/queue/DescriptorSource.h"
 
 namespace wickerlane {
@@ -35,7 +35,7 @@ private:
     void readReports();
 
     const ReportsHandler handler;
-    std::mutex mutex; // of opening
+    Mutex mutex; // of opening
     UniqueFd inotify;
     Ref<DescriptorSource> source;
 };

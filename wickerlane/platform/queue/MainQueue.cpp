@@ -8,8 +8,8 @@
 namespace wickerlane {
 
 MainQueue &MainQueue::shared() {
-    static MainQueue &queue = *new MainQueue;
-    return queue;
+    static NeverDestroyed<MainQueue> queue;
+    return *queue;
 }
 
 bool MainQueue::isServedByThisThread() const noexcept {
@@ -18,7 +18,7 @@ bool MainQueue::isServedByThisThread() const noexcept {
 }
 
 int MainQueue::descriptor() {
-    std::lock_guard guard(mutex);
+    const MutexLock lock(mutex);
     if (event < 0) {
         event = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
         updateEvent();
@@ -26,7 +26,6 @@ int MainQueue::descriptor() {
     return event;
 }
 
-// Called under the mutex.
 void MainQueue::updateEvent() noexcept {
     if (event < 0 || readable == !items.empty())
         return;
@@ -44,17 +43,16 @@ void MainQueue::async(Work work) {
 
 void MainQueue::asyncBatch(std::span<Work> batch) {
     {
-        std::lock_guard guard(mutex);
+        const MutexLock lock(mutex);
         for (Work &work : batch)
             if (work)
                 items.push_back(std::move(work));
         updateEvent();
     }
-    changed.notify_one();
+    changed.notifyOne();
 }
 
-// Called under the mutex.
-WorkQueue::Work MainQueue::take() {
+WorkQueue::Work MainQueue::popFirst() {
     if (items.empty())
         return nullptr;
     Work first = std::move(items.front());
@@ -65,39 +63,39 @@ WorkQueue::Work MainQueue::take() {
 
 void MainQueue::run() {
     thread.store(gettid(), std::memory_order_relaxed);
-    std::unique_lock guard(mutex);
+    MutexLock lock(mutex);
     while (!std::exchange(stopping, false)) {
-        if (Work work = take()) {
-            guard.unlock();
+        if (Work work = popFirst()) {
+            lock.unlock();
             runItem(std::move(work));
-            guard.lock();
+            lock.lock();
         } else {
-            changed.wait(guard);
+            changed.wait(mutex);
         }
     }
 }
 
 void MainQueue::stop() {
     {
-        std::lock_guard guard(mutex);
+        const MutexLock lock(mutex);
         stopping = true;
     }
-    changed.notify_one();
+    changed.notifyOne();
 }
 
 std::size_t MainQueue::drain() {
     thread.store(gettid(), std::memory_order_relaxed);
-    std::unique_lock guard(mutex);
+    MutexLock lock(mutex);
     // Only what waits now; an item may drain the queue itself, and leave fewer.
     const std::size_t waiting = items.size();
     std::size_t ran = 0;
     for (; ran < waiting; ++ran) {
-        Work work = take();
+        Work work = popFirst();
         if (!work)
             break;
-        guard.unlock();
+        lock.unlock();
         runItem(std::move(work));
-        guard.lock();
+        lock.lock();
     }
     return ran;
 }

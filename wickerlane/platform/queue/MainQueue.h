@@ -2,10 +2,10 @@
 #ifndef WICKERLANE_PLATFORM_QUEUE_MAINQUEUE_H
 #define WICKERLANE_PLATFORM_QUEUE_MAINQUEUE_H
 
-#include <condition_variable>
 #include <deque>
-#include <mutex>
 
+#include "wickerlane/platform/object/Mutex.h"
+#include "wickerlane/platform/object/NeverDestroyed.h"
 #include "wickerlane/platform/queue/WorkQueue.h"
 
 namespace wickerlane {
@@ -27,16 +27,16 @@ public:
     std::size_t drain();
 
 private:
-    [[nodiscard]] Work take();
-    void updateEvent() noexcept;
+    [[nodiscard]] Work popFirst() WL_REQUIRES(mutex);
+    void updateEvent() noexcept WL_REQUIRES(mutex);
 
     std::atomic<int> thread{0}; // that serves the queue; 0 until one does
-    std::mutex mutex;
-    std::condition_variable changed;
-    std::deque<Work> items;
-    int event = -1;
-    bool readable = false;
-    bool stopping = false;
+    Mutex mutex;
+    Condition changed;
+    std::deque<Work> items WL_GUARDED_BY(mutex);
+    int event WL_GUARDED_BY(mutex) = -1;
+    bool readable WL_GUARDED_BY(mutex) = false;
+    bool stopping WL_GUARDED_BY(mutex) = false;
 };
 
 } // namespace wickerlane

@@ -1,15 +1,13 @@
 #include "wickerlane/platform/queue/SerialQueue.h"
 
-#include <mutex>
-
 #include "wickerlane/platform/queue/RunItem.h"
 #include "wickerlane/platform/queue/ThreadPool.h"
 
 namespace wickerlane {
 namespace {
 
-constexpr std::size_t turn = 256;             // items after which a busy queue lets others have its worker
-constexpr std::size_t lastingCapacity = 4096; // items for which room is kept after a rush
+constexpr std::size_t turnLimit = 256;      // items after which a busy queue lets others have its worker
+constexpr std::size_t capacityLimit = 4096; // items for which room is kept after a rush
 
 } // namespace
 
@@ -23,7 +21,7 @@ void SerialQueue::async(Work work) {
 
 void SerialQueue::asyncBatch(std::span<Work> batch) {
     {
-        std::lock_guard guard(lock);
+        const AdaptiveMutexLock lock(mutex);
         for (Work &work : batch)
             if (work)
                 pending.push_back(std::move(work));
@@ -35,13 +33,13 @@ void SerialQueue::asyncBatch(std::span<Work> batch) {
 }
 
 void SerialQueue::runTurn() {
-    for (std::size_t ran = 0; ran < turn; ran += running.size()) {
+    for (std::size_t ran = 0; ran < turnLimit; ran += running.size()) {
         running.clear();
-        if (running.capacity() > lastingCapacity)
+        if (running.capacity() > capacityLimit)
             running.shrink_to_fit();
         bool isOver = false;
         {
-            std::lock_guard guard(lock);
+            const AdaptiveMutexLock lock(mutex);
             std::swap(running, pending);
             isOver = running.empty();
             if (isOver)

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "wickerlane/platform/queue/Lock.h"
+#include "wickerlane/platform/queue/AdaptiveMutex.h"
 #include "wickerlane/platform/queue/WorkQueue.h"
 
 namespace wickerlane {
@@ -23,10 +23,10 @@ private:
 
     const std::string name;
     const Work turnWork; // made once, so that submitting a turn allocates nothing
-    Lock lock;
-    std::vector<Work> pending;
+    AdaptiveMutex mutex;
+    std::vector<Work> pending WL_GUARDED_BY(mutex);
+    bool scheduled WL_GUARDED_BY(mutex) = false;
     std::vector<Work> running; // belongs to the turn that runs
-    bool scheduled = false;
 };
 
 } // namespace wickerlane

@@ -5,10 +5,10 @@
 #include <sys/types.h>
 
 #include <deque>
-#include <mutex>
 #include <vector>
 
-#include "wickerlane/platform/queue/Lock.h"
+#include "wickerlane/platform/object/NeverDestroyed.h"
+#include "wickerlane/platform/queue/AdaptiveMutex.h"
 #include "wickerlane/platform/queue/WorkQueue.h"
 
 namespace wickerlane {
@@ -21,67 +21,71 @@ namespace wickerlane {
 /// other waits there is a tick every millisecond while items wait: if the first in line has stood there for a
 /// whole tick, the kernel is asked which of the active workers that were at the same item then are asleep. So
 /// a burst of short items makes hardly more threads than there are processors, and blocked ones delay the
-/// next by two ticks, however many they are. Lastly, when nothing has begun for 100 ticks, because the active
-/// workers compute without end, one worker more begins.
+/// next by two ticks, however many they are. Lastly, when no item has started for 100 ticks, because the
+/// active workers compute without end, one worker more starts.
 ///
-/// Submitting wakes nobody while a worker is looking for work already; one that finds more than it can do
-/// passes the search on to the next. A worker without work looks a little longer before it sleeps, and ends
-/// after some seconds of sleep.
+/// Submitting wakes no worker while one is searching already; one that finds more than it can do passes the
+/// search on to the next. A worker without work spins a little before it sleeps, and ends after some seconds
+/// of sleep.
 class ThreadPool {
 public:
     [[nodiscard]] static ThreadPool &shared();
 
-    void submit(WorkQueue::Work work);
-    void submit(std::span<WorkQueue::Work> batch);
+    void submit(WorkQueue::Work work) WL_EXCLUDES(mutex);
+    void submit(std::span<WorkQueue::Work> batch) WL_EXCLUDES(mutex);
 
-    /// Marks the calling thread as blocked, or no longer so. The first is false, and does nothing, when it is
-    /// no worker or is marked already.
-    bool enterBlocking() noexcept;
-    void leaveBlocking() noexcept;
+    /// Marks the calling thread as blocked. False, without an effect, when it is no worker or is marked
+    /// already.
+    bool enterBlocking() noexcept WL_EXCLUDES(mutex);
+    /// Ends what an enterBlocking() began that gave true.
+    void leaveBlocking() noexcept WL_EXCLUDES(mutex);
 
 private:
+    friend class NeverDestroyed<ThreadPool>;
     struct Worker {
         std::atomic<std::uint32_t> woken{0};
         std::atomic<std::uint64_t> item{0}; // the number of the item that runs; 0 when none does
-        bool blocked = false;
+        bool isBlocked = false;
         pid_t thread = 0;
     };
-    /// What to do about a new item once the lock is released.
-    struct Call {
-        Worker *sleeper = nullptr;
-        bool newThread = false;
-        bool monitor = false;
+    /// What is to be done for a waiting item once the mutex is released.
+    struct Dispatch {
+        Worker *wakes = nullptr;
+        bool startsThread = false;
+        bool startsTicking = false;
     };
 
     ThreadPool();
-    void work() noexcept;
-    bool sleep(Worker &self, std::unique_lock<Lock> &guard);
-    void lookAround() const noexcept;
-    [[nodiscard]] std::size_t active() const noexcept { return workers - idle.size() - blocked; }
-    [[nodiscard]] Call callForWork(bool beyondWidth = false);
-    void place(const Call &call) noexcept;
+    void runWorker() noexcept;
+    bool sleep(Worker &self) WL_REQUIRES(mutex);
+    void spin() const noexcept;
+    [[nodiscard]] std::size_t active() const noexcept WL_REQUIRES(mutex) {
+        return workerCount - idle.size() - blocked;
+    }
+    [[nodiscard]] Dispatch planDispatch(bool beyondWidth = false) WL_REQUIRES(mutex);
+    void perform(const Dispatch &dispatch) noexcept WL_EXCLUDES(mutex);
     bool tick();
-    void findBlocked(std::unique_lock<Lock> &guard, std::uint64_t newest);
-    void unmark(Worker &worker) noexcept;
+    void findBlocked(std::uint64_t newest) WL_REQUIRES(mutex);
+    void unmark(Worker &worker) noexcept WL_REQUIRES(mutex);
 
     const std::size_t width; // workers that may be active at once
 
-    Lock lock;
-    std::deque<WorkQueue::Work> items;
-    std::atomic<std::size_t> waiting{0}; // items.size(), for a look without the lock
-    std::uint64_t begun = 0;             // items taken from the queue since the process began
-    std::vector<Worker *> present;
-    std::vector<Worker *> idle; // asleep; the last to fall asleep is the first to wake
-    std::size_t workers = 0;    // present ones, and those whose thread is starting
-    std::size_t looking = 0;    // awake, and about to look at the queue
-    std::size_t blocked = 0;    // marked so
+    AdaptiveMutex mutex;
+    std::deque<WorkQueue::Work> items WL_GUARDED_BY(mutex);
+    std::atomic<std::size_t> waiting{0};            // items.size(), to be read without the mutex
+    std::uint64_t started WL_GUARDED_BY(mutex) = 0; // items taken from the queue so far
+    std::vector<Worker *> workers WL_GUARDED_BY(mutex);
+    std::vector<Worker *> idle WL_GUARDED_BY(mutex);  // asleep; the last to fall asleep is the first to wake
+    std::size_t workerCount WL_GUARDED_BY(mutex) = 0; // with those whose thread is starting
+    std::size_t searching WL_GUARDED_BY(mutex) = 0;   // workers that are about to look for an item
+    std::size_t blocked WL_GUARDED_BY(mutex) = 0;     // workers marked so
 
-    // The tick's memory.
-    bool monitored = false;
-    unsigned quietTicks = 0;
-    unsigned standingTicks = 0;
-    std::uint64_t begunBefore = 0;
-    std::uint64_t submittedBefore = 0;
+    // What the tick remembers.
+    bool isTicking WL_GUARDED_BY(mutex) = false;
+    unsigned quietTicks WL_GUARDED_BY(mutex) = 0;
+    unsigned stalledTicks WL_GUARDED_BY(mutex) = 0;
+    std::uint64_t startedAtLastTick WL_GUARDED_BY(mutex) = 0;
+    std::uint64_t submittedAtLastTick WL_GUARDED_BY(mutex) = 0;
 };
 
 } // namespace wickerlane

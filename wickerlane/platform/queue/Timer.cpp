@@ -12,8 +12,8 @@ constexpr auto laterFirst = [](const auto &a, const auto &b) { return a.isLaterT
 } // namespace
 
 Timer &Timer::shared() {
-    static Timer &timer = *new Timer;
-    return timer;
+    static NeverDestroyed<Timer> timer;
+    return *timer;
 }
 
 Timer::Timer() {
@@ -22,23 +22,23 @@ Timer::Timer() {
 }
 
 void Timer::submitAt(Clock::time_point due, Ref<WorkQueue> queue, WorkQueue::Work work) {
-    std::lock_guard guard(mutex);
+    const MutexLock lock(mutex);
     const bool first = entries.empty() || due < entries.front().due;
     entries.push_back({due, ++lastNumber, std::move(queue), std::move(work)});
     std::push_heap(entries.begin(), entries.end(), laterFirst);
     if (first)
-        changed.notify_one();
+        changed.notifyOne();
 }
 
 void Timer::startTicking(Clock::duration length, bool (*added)()) {
-    std::lock_guard guard(mutex);
+    const MutexLock lock(mutex);
     tick = added;
     tickLength = length;
     nextTick = Clock::now() + length;
-    changed.notify_one();
+    changed.notifyOne();
 }
 
-Timer::Entry Timer::takeFirst() {
+Timer::Entry Timer::popFirst() {
     std::pop_heap(entries.begin(), entries.end(), laterFirst);
     Entry first = std::move(entries.back());
     entries.pop_back();
@@ -46,25 +46,25 @@ Timer::Entry Timer::takeFirst() {
 }
 
 void Timer::run() noexcept {
-    std::unique_lock guard(mutex);
+    MutexLock lock(mutex);
     for (;;) {
         const Clock::time_point now = Clock::now();
         if (tick != nullptr && nextTick <= now) {
             bool (*const due)() = std::exchange(tick, nullptr);
-            guard.unlock();
+            lock.unlock();
             const bool again = due();
-            guard.lock();
-            // When the ticking was started anew meanwhile, that stands.
+            lock.lock();
+            // Unless it was started again meanwhile.
             if (again && tick == nullptr) {
                 tick = due;
                 nextTick = Clock::now() + tickLength;
             }
         } else if (!entries.empty() && entries.front().due <= now) {
-            Entry entry = takeFirst();
-            guard.unlock();
+            Entry entry = popFirst();
+            lock.unlock();
             entry.queue->async(std::move(entry.work));
             entry.queue = nullptr; // whose last reference this may be
-            guard.lock();
+            lock.lock();
         } else {
             Clock::time_point wake = Clock::time_point::max();
             if (!entries.empty())
@@ -72,9 +72,9 @@ void Timer::run() noexcept {
             if (tick != nullptr)
                 wake = std::min(wake, nextTick);
             if (wake == Clock::time_point::max())
-                changed.wait(guard);
+                changed.wait(mutex);
             else
-                changed.wait_until(guard, wake);
+                changed.waitUntil(mutex, wake);
         }
     }
 }

@@ -2,10 +2,10 @@
 #ifndef WICKERLANE_PLATFORM_QUEUE_TIMER_H
 #define WICKERLANE_PLATFORM_QUEUE_TIMER_H
 
-#include <condition_variable>
-#include <mutex>
 #include <vector>
 
+#include "wickerlane/platform/object/Mutex.h"
+#include "wickerlane/platform/object/NeverDestroyed.h"
 #include "wickerlane/platform/queue/Futex.h"
 #include "wickerlane/platform/queue/WorkQueue.h"
 
@@ -17,11 +17,12 @@ class Timer {
 public:
     [[nodiscard]] static Timer &shared();
 
-    void submitAt(Clock::time_point due, Ref<WorkQueue> queue, WorkQueue::Work work);
+    void submitAt(Clock::time_point due, Ref<WorkQueue> queue, WorkQueue::Work work) WL_EXCLUDES(mutex);
     /// Calls `tick` on the timer's thread again and again until it returns false.
-    void startTicking(Clock::duration length, bool (*tick)());
+    void startTicking(Clock::duration length, bool (*tick)()) WL_EXCLUDES(mutex);
 
 private:
+    friend class NeverDestroyed<Timer>;
     struct Entry {
         Clock::time_point due;
         std::uint64_t number; // of entries that are due at once the elder goes first
@@ -34,15 +35,15 @@ private:
 
     Timer();
     void run() noexcept;
-    Entry takeFirst();
+    Entry popFirst() WL_REQUIRES(mutex);
 
-    std::mutex mutex;
-    std::condition_variable changed;
-    std::vector<Entry> entries; // a heap, the first due at its front
-    std::uint64_t lastNumber = 0;
-    bool (*tick)() = nullptr;
-    Clock::duration tickLength{};
-    Clock::time_point nextTick;
+    Mutex mutex;
+    Condition changed;
+    std::vector<Entry> entries WL_GUARDED_BY(mutex); // a heap, the first due at its front
+    std::uint64_t lastNumber WL_GUARDED_BY(mutex) = 0;
+    bool (*tick)() WL_GUARDED_BY(mutex) = nullptr;
+    Clock::duration tickLength WL_GUARDED_BY(mutex){};
+    Clock::time_point nextTick WL_GUARDED_BY(mutex);
 };
 
 } // namespace wickerlane

@@ -1,5 +1,6 @@
 #include "wickerlane/platform/queue/WorkQueue.h"
 
+#include "wickerlane/platform/object/NeverDestroyed.h"
 #include "wickerlane/platform/queue/Futex.h"
 #include "wickerlane/platform/queue/MainQueue.h"
 #include "wickerlane/platform/queue/RunItem.h"
@@ -27,8 +28,8 @@ private:
 } // namespace
 
 WorkQueue *WorkQueue::global() {
-    static WorkQueue &queue = *new GlobalQueue;
-    return &queue;
+    static NeverDestroyed<GlobalQueue> queue;
+    return &*queue;
 }
 
 WorkQueue *WorkQueue::main() {
