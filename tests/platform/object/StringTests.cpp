@@ -228,37 +228,6 @@ TEST(Strings, derive) {
     EXPECT_TRUE(text->hasPrefix("a") && text->hasSuffix("z") && !text->hasPrefix("z") && text->hasSuffix(""));
 }
 
-TEST(Strings, paths) {
-    const struct {
-        const char *path, *folder, *name, *extension, *without, *joined;
-    } cases[] = {
-        {"/a/b.txt", "/a", "b.txt", "txt", "/a/b", "/a/b.txt/c"},
-        {"/a/b/", "/a", "b", "", "/a/b", "/a/b/c"},
-        {"/a", "/", "a", "", "/a", "/a/c"},
-        {"/", "/", "/", "", "/", "/c"},
-        {"", "", "", "", "", "c"},
-        {"a", "", "a", "", "a", "a/c"},
-        {"a//b", "a", "b", "", "a//b", "a//b/c"},
-        {"a.b/c", "a.b", "c", "", "a.b/c", "a.b/c/c"},
-        {".hidden", "", ".hidden", "", ".hidden", ".hidden/c"},
-        {"x/..", "x", "..", "", "x/..", "x/../c"},
-        {"a.", "", "a.", "", "a.", "a./c"},
-        {"a.tar.gz", "", "a.tar.gz", "gz", "a.tar", "a.tar.gz/c"},
-        {"/d.x/", "/", "d.x", "x", "/d", "/d.x/c"},
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.path);
-        const String *path = String::of(c.path);
-        EXPECT_EQ(path->deletingLastPathComponent()->utf8(), c.folder);
-        EXPECT_EQ(path->lastPathComponent()->utf8(), c.name);
-        EXPECT_EQ(path->pathExtension()->utf8(), c.extension);
-        EXPECT_EQ(path->deletingPathExtension()->utf8(), c.without);
-        EXPECT_EQ(path->appendingPathComponent("c")->utf8(), c.joined);
-    }
-    EXPECT_EQ(String::of("a/")->appendingPathComponent("/b/")->utf8(), "a/b");
-    EXPECT_EQ(String::of("a/")->appendingPathComponent("")->utf8(), "a");
-}
-
 TEST(Strings, asNumbers) {
     const struct {
         const char *text;

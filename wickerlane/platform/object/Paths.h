@@ -1,4 +1,4 @@
-// Paths as texts. String has the same as methods.
+// Paths as texts.
 #ifndef WICKERLANE_PLATFORM_OBJECT_PATHS_H
 #define WICKERLANE_PLATFORM_OBJECT_PATHS_H
 

@@ -108,12 +108,6 @@ public:
     [[nodiscard]] String *appending(std::string_view utf8) const;
     [[nodiscard]] String *lowercase() const;
     [[nodiscard]] String *uppercase() const;
-    // Paths.
-    [[nodiscard]] String *appendingPathComponent(std::string_view component) const;
-    [[nodiscard]] String *deletingLastPathComponent() const;
-    [[nodiscard]] String *lastPathComponent() const;
-    [[nodiscard]] String *pathExtension() const; ///< Without the dot; empty when there is none.
-    [[nodiscard]] String *deletingPathExtension() const;
 
     /// Leading white space, sign and digits as a number; 0 when there is none; clipped to the type's range.
     [[nodiscard]] std::int64_t integerValue() const;

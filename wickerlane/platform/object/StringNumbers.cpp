@@ -1,21 +1,13 @@
-// Texts as paths and as numbers.
+// Texts as numbers.
+#include <algorithm>
 #include <clocale>
 #include <cstdlib>
 #include <limits>
 
-#include <algorithm>
-
-#include "wickerlane/platform/object/Paths.h"
 #include "wickerlane/platform/object/String.h"
 
 namespace wickerlane {
 namespace {
-
-std::string_view withoutTrailingSlashes(std::string_view path) noexcept {
-    while (path.size() > 1 && path.back() == '/')
-        path.remove_suffix(1);
-    return path;
-}
 
 constexpr std::string_view blanks = " \t\n\v\f\r";
 
@@ -57,31 +49,6 @@ std::string decimalPrefix(std::string_view text) {
 }
 
 } // namespace
-
-String *String::appendingPathComponent(std::string_view component) const {
-    std::string joined(withoutTrailingSlashes(utf8()));
-    component.remove_prefix(joined.empty() ? 0
-                                           : std::min(component.find_first_not_of('/'), component.size()));
-    if (!joined.empty() && joined != "/" && !component.empty())
-        joined += '/';
-    return of(joined)->appending(withoutTrailingSlashes(component));
-}
-
-String *String::deletingLastPathComponent() const {
-    return of(parentFolder(utf8()));
-}
-
-String *String::lastPathComponent() const {
-    return of(wickerlane::lastPathComponent(utf8()));
-}
-
-String *String::pathExtension() const {
-    return of(wickerlane::pathExtension(utf8()));
-}
-
-String *String::deletingPathExtension() const {
-    return of(wickerlane::deletingPathExtension(utf8()));
-}
 
 std::int64_t String::integerValue() const {
     using Limits = std::numeric_limits<std::int64_t>;
