@@ -27,7 +27,7 @@ TEST(ProcessTable, holdsThisProcessAndItsParentByAscendingIds) {
         EXPECT_EQ(std::ranges::count(*table, process, &ProcessRecord::process), 1) << process;
     EXPECT_TRUE(std::ranges::is_sorted(*table, {}, &ProcessRecord::process));
     EXPECT_TRUE(std::ranges::all_of(
-        *table, [](const ProcessRecord &each) { return each.command.size() <= longestCommandName; }));
+        *table, [](const ProcessRecord &each) { return each.command.size() <= maxCommandNameLength; }));
 }
 
 TEST(LibraryLoading, failsForWhatIsNoLibraryAndLooksNowhereElse) {

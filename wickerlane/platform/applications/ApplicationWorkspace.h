@@ -19,7 +19,7 @@ public:
     static constexpr const char *registeredName = "ApplicationWorkspace";
 
     /// Whether an application is installed, named by its bundle identifier, such as "org.example.Painter".
-    /// Looks anew on every call. Thread-safe.
+    /// Looked up on every call. Thread-safe.
     [[nodiscard]] virtual bool isInstalled(const String *bundleIdentifier) const = 0;
 };
 

@@ -36,8 +36,8 @@ struct BundledClass {
     [[gnu::section("wickerlane_bundled"),                                                    \
       gnu::used]] static constinit const ::wickerlane::BundledClass *const bundledEntry##T = &bundled##T
 
-/// A folder of resources. What stands in it is foreign data: whatever is missing, unreadable or malformed
-/// counts as not there. Thread-safe.
+/// A folder of resources, whose contents are foreign data: anything missing, unreadable or malformed counts
+/// as not there. Thread-safe.
 class WL_EXPORT Bundle : public Object {
     WL_OBJECT
 public:
@@ -60,7 +60,7 @@ public:
     [[nodiscard]] const std::string &path() const noexcept { return folder; }
     /// The language that has all texts: from Info.plist; English when that does not say.
     [[nodiscard]] std::string developmentLanguage() const;
-    /// The languages for which there is a localization, sorted. Read afresh on every call.
+    /// The languages for which there is a localization, sorted. Read on every call.
     [[nodiscard]] std::vector<std::string> localizations() const;
     /// Of these, the ones that serve this process, the best first: by its languages, and behind them the
     /// development language.

@@ -9,7 +9,7 @@
 namespace wickerlane {
 namespace {
 
-constexpr std::size_t longestName = 100; // more than any tag that names a language needs
+constexpr std::size_t maxNameLength = 100; // more than any tag that names a language needs
 
 bool isNamePart(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' || c == '_';
@@ -22,7 +22,7 @@ struct Localization {
 };
 
 std::optional<Localization> parse(const std::string &name) {
-    if (name.empty() || name.size() > longestName || !std::all_of(name.begin(), name.end(), isNamePart))
+    if (name.empty() || name.size() > maxNameLength || !std::all_of(name.begin(), name.end(), isNamePart))
         return std::nullopt;
     Localization parsed{&name, icu::Locale::createCanonical(name.c_str()), {}};
     if (parsed.locale.isBogus() || *parsed.locale.getLanguage() == '\0')

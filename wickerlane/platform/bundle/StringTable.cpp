@@ -14,7 +14,7 @@ Ref<Dictionary> createStringTable(Bytes bytes) {
 
 Ref<Dictionary> createStringTableFromFile(const std::string &path) {
     std::vector<std::byte> bytes;
-    return readFile(path, bytes, largestStringTable) ? createStringTable(bytes) : nullptr;
+    return readFile(path, bytes, maxStringTableBytes) ? createStringTable(bytes) : nullptr;
 }
 
 } // namespace wickerlane

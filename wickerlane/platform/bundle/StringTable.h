@@ -10,7 +10,7 @@
 namespace wickerlane {
 
 /// The most bytes that a file of texts may have.
-inline constexpr std::size_t largestStringTable = std::size_t{16} << 20;
+inline constexpr std::size_t maxStringTableBytes = std::size_t{16} << 20;
 
 /// Reads a string table in any form of a property list: the text form ("key" = "text"; in UTF-8, or in UTF-16
 /// with a byte order mark), XML or binary. Null for bytes that are no dictionary. Thread-safe.

@@ -23,7 +23,7 @@ namespace wickerlane {
 namespace {
 
 constexpr const char *systemPath = "/var/db/wickerlane/Consent.plist";
-constexpr std::size_t largestFile = 4 << 20;
+constexpr std::size_t maxFileBytes = 4 << 20;
 constexpr std::uint32_t tokenMark = 0x574C4154; // tells tokens of ours from other bytes
 constexpr const char *consentKey = "Consent", *entitlementsKey = "Entitlements";
 
@@ -49,7 +49,7 @@ bool read(const std::string &path, Contents &contents) {
     }
     ReleaseScope scope;
     std::vector<std::byte> bytes;
-    if (!readFile(path, bytes, largestFile))
+    if (!readFile(path, bytes, maxFileBytes))
         return false;
     const Ref<Object> root = createPropertyListObject(bytes);
     const auto *dictionary = as<Dictionary>(root.get());

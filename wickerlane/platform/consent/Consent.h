@@ -1,7 +1,7 @@
 // Who may use what: decisions by consent, and the entitlements of programs.
 //
 // Both stand in one property list below the root, /var/db/wickerlane/Consent.plist. It counts only when it
-// belongs to the owner of the root and nobody else may write it: on a device, where that is the
+// belongs to the owner of the root and no other user may write it: on a device, where that is the
 // administrator, programs can't decide for themselves; in a user's own library the user decides.
 #ifndef WICKERLANE_PLATFORM_CONSENT_CONSENT_H
 #define WICKERLANE_PLATFORM_CONSENT_CONSENT_H
@@ -44,7 +44,7 @@ public:
     /// The user that owns the root, or the calling process's while there is none.
     [[nodiscard]] static uid_t owner();
 
-    /// Nothing as long as nobody has decided.
+    /// Nothing while there is no decision.
     [[nodiscard]] std::optional<bool> decision(std::string_view service, std::string_view executable,
                                                uid_t user);
     /// Whether a program is entitled. A program that is not listed is entitled to nothing, but in a user's
@@ -57,7 +57,7 @@ public:
     // Changes survive a crash. False, with errno, when the file can't be read or written.
 
     [[nodiscard]] bool decide(const ConsentDecision &decision);
-    /// Back to "nobody has decided".
+    /// Removes the decision.
     [[nodiscard]] bool forget(std::string_view service, std::string_view executable, uid_t user);
     /// Grants an entitlement, or takes it; a program of which nothing is left stays listed.
     [[nodiscard]] bool setEntitled(std::string_view executable, std::string_view entitlement,

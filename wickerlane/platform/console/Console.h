@@ -11,15 +11,15 @@ namespace wickerlane {
 
 /// Writes one line: the text that formatUTF8() makes of the format, and a newline, in one write. Control
 /// characters in what is put in for conversions are shown escaped ("\n" as a backslash and an n), so that
-/// foreign text cannot forge a line; those of the format itself, and tabs, stand. Thread-safe; output errors
+/// foreign text cannot forge a line; those of the format itself, and tabs, stay. Thread-safe; output errors
 /// are ignored.
 WL_EXPORT void consoleLog(const char *format, ...);
 
 /// The same for a finished text, whose control characters (all but tabs) are escaped.
 WL_EXPORT void consoleLogText(std::string_view text);
 
-/// `text` with its control characters escaped: "\n", "\r", and "\x1b" style for the others; tabs stand. Also
-/// escapes the Unicode line separators and C1 controls, in "\u2028" style. A backslash stands as it is.
+/// `text` with its control characters escaped: "\n", "\r", and "\x1b" style for the others; tabs stay. Also
+/// escapes the Unicode line separators and C1 controls, in "\u2028" style. A backslash stays as it is.
 WL_EXPORT std::string escapingControls(std::string_view text);
 
 } // namespace wickerlane

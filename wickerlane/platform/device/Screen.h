@@ -29,7 +29,7 @@ public:
     [[nodiscard]] virtual std::optional<PixelSize> currentMode() const = 0;
 };
 
-/// Lets whoever knows the main screen better than the kernel, such as a toolkit, tell it: the provider's
+/// For a toolkit or other code that knows the main screen better than the kernel: the provider's
 /// screen, or null for none, is the main screen from now on. A null provider leaves it to the kernel again.
 /// Thread-safe; the provider must be, too.
 WL_EXPORT void setMainScreenProvider(Handler<Ref<Screen>()> provider);

@@ -15,7 +15,7 @@ namespace wickerlane {
 
 /// The folder below which everything of the system lies: WICKERLANE_ROOT from the environment when set; "/"
 /// on a device (where the file /etc/wickerlane/device exists); else "wickerlane" in the user's data folder
-/// (XDG_DATA_HOME, or ~/.local/share). Absolute, without a trailing slash but for "/". Read afresh on every
+/// (XDG_DATA_HOME, or ~/.local/share). Absolute, without a trailing slash but for "/". Read on every
 /// call: the environment may be changed only while no other thread calls into the system.
 WL_EXPORT std::string rootPath();
 

@@ -22,7 +22,7 @@ inline constexpr std::string_view languagesPreference = "QuandraLanguages";
 /// the rules of gettext); else those of the user's preferences; else English. Thread-safe.
 [[nodiscard]] WL_EXPORT std::vector<std::string> processLanguages();
 
-/// Sets the languages of this process, for a program that was told them; an empty list sets them back.
+/// Sets the languages of this process; an empty list sets them back.
 /// Thread-safe.
 WL_EXPORT void setProcessLanguages(std::vector<std::string> languages);
 

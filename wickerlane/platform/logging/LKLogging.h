@@ -87,8 +87,6 @@ WL_EXPORT void LKLoggingSetUsesOwnOmlClient(bool usesOwnClient);
 WL_EXPORT bool LKLoggingAddCustomLogConfiguration(wickerlane::Array *facilityNames,
                                                   wickerlane::Dictionary *configuration);
 
-// Names that begin with an underscore are given ones.
-
 /// The maximum levels of a facility, after preferences; -1 for an unknown one and for null. Without a lock,
 /// and fastest for the very string objects that were registered. Thread-safe.
 [[nodiscard]] WL_EXPORT int _LKLoggingCustomMaxConsoleLevel(const wickerlane::String *facilityName);

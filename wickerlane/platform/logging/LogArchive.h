@@ -23,12 +23,12 @@ private:
 /// Beside "NAME.log", which is being written, lie the finished "NAME.1.log" (the newest), "NAME.2.log" and so
 /// on, each as it is or compressed ("NAME.1.log.gz").
 ///
-/// Processes agree by two locks. Names change under the FolderLock only. Whoever has a log open for writing
-/// holds a shared lock on it until it closes it; a finished file is compressed under an exclusive lock on it,
-/// and thus only once no line can come any more. A finished file is read-only, which tells those who still
-/// have it open.
+/// Processes agree by two locks. Names change under the FolderLock only. A process that has a log open for
+/// writing holds a shared lock on it until it closes it; a finished file is compressed under an exclusive
+/// lock on it, and thus only once no line can come any more. A finished file is read-only, which tells those
+/// who still have it open.
 ///
-/// A process may die between any two steps: what is left is finished by whoever comes next.
+/// A process may die between any two steps: the next one finishes what is left.
 class LogArchive {
 public:
     LogArchive(std::string folder, std::string name);
@@ -42,7 +42,7 @@ public:
     bool takeCurrent(unsigned kept) const;
     /// Whether there are finished files that are not compressed.
     [[nodiscard]] bool hasPlainFiles(unsigned kept) const;
-    /// Compresses those that nobody writes any more. Takes long; never under the FolderLock.
+    /// Compresses those that no process writes any more. Takes long; never under the FolderLock.
     void compress(unsigned kept) const;
 
 private:

@@ -17,8 +17,8 @@ public:
     /// `socketPath` is shorter than 108 bytes and lives as long as the object.
     explicit SystemLog(const char *socketPath) noexcept : path(socketPath) {}
 
-    /// Sends one line of a level from 0 to 7. Dropped when nobody listens, or when the system log does not
-    /// read; cut at 8,000 bytes. `seconds` since 1970.
+    /// Sends one line of a level from 0 to 7. Dropped when there is no system log, or when the system log
+    /// does not read; cut at 8,000 bytes. `seconds` since 1970.
     void send(int level, std::string_view line, std::int64_t seconds);
 
 private:

@@ -16,10 +16,10 @@ WL_BUILT_IN_CLASS(SharedMemory);
 namespace {
 
 constexpr int allSeals = F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE | F_SEAL_SEAL;
-constexpr std::size_t largestFile = std::numeric_limits<off_t>::max();
+constexpr std::size_t maxFileSize = std::numeric_limits<off_t>::max();
 
 UniqueFd createFile(std::size_t length) {
-    if (length == 0 || length > largestFile)
+    if (length == 0 || length > maxFileSize)
         return {};
     UniqueFd fd(memfd_create("wickerlane", MFD_CLOEXEC | MFD_ALLOW_SEALING));
     if (fd && ftruncate(fd.get(), static_cast<off_t>(length)) != 0)

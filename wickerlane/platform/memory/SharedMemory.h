@@ -27,7 +27,7 @@ public:
     [[nodiscard]] void *writableBytes() const noexcept { return isWritable ? mapping : nullptr; }
     /// The same to read, before and after seal(); lives as long as the object. Null for what open() gave.
     [[nodiscard]] const void *bytes() const noexcept { return mapping; }
-    /// Ends writing for good and seals the size: from now on it may be sent. Nobody may read bytes()
+    /// Ends writing for good and seals the size: from now on it may be sent. No thread may read bytes()
     /// meanwhile. False on failure.
     [[nodiscard]] bool seal();
     /// Whether neither its size nor its contents can change any more.
@@ -36,7 +36,8 @@ public:
     [[nodiscard]] static bool isSealed(int descriptor) noexcept;
     /// The descriptor; stays the object's.
     [[nodiscard]] int descriptor() const noexcept { return fd.get(); }
-    /// Maps it read-only anew. The caller unmaps `*length` bytes with munmap(). Null, with 0, on failure.
+    /// Makes another, read-only mapping. The caller unmaps `*length` bytes with munmap(). Null, with 0, on
+    /// failure.
     [[nodiscard]] void *map(std::size_t *length) const;
 
     ~SharedMemory() override;

@@ -8,7 +8,7 @@
 
 namespace wickerlane {
 
-/// What an observer is told; valid during the call.
+/// What an observer gets; valid during the call.
 struct LocalNotification {
     std::string_view name;
     Object *sender; ///< Null when the poster named none.

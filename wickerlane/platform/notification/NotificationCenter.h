@@ -16,8 +16,8 @@ namespace wickerlane {
 
 /// A name is a file in a private folder of the root; to post is to open the file for writing and close it
 /// again, which the kernel reports to every process that watches the folder. Neither the file's contents nor
-/// its being there matter, and the kernel merges equal reports that nobody has read yet. There may be several
-/// folders, since a test or a person may change the root.
+/// its being there matter, and the kernel merges equal reports that have not been read yet. There may be
+/// several folders, since a test or a person may change the root.
 class NotificationCenter {
 public:
     [[nodiscard]] static NotificationCenter &shared();
@@ -35,7 +35,7 @@ private:
         const Ref<WorkQueue> queue;
         Mutex mutex;
         Handler<void(NotificationToken)> handler WL_GUARDED_BY(mutex); // null once cancelled
-        bool called WL_GUARDED_BY(mutex) = false; // a call stands on the queue and has not begun
+        bool called WL_GUARDED_BY(mutex) = false;                      // a call waits on the queue
         Registration(NotificationToken number, int watched, std::string named, WorkQueue *serving,
                      Handler<void(NotificationToken)> calling)
             : token(number), watch(watched), name(std::move(named)), queue(serving),

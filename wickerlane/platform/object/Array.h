@@ -21,7 +21,7 @@ struct ArrayCallBacks {
     bool (*equal)(const void *a, const void *b);
 };
 
-/// An immutable ordered collection of objects, or of whatever its callbacks say. Elements are never null
+/// An immutable ordered collection of objects, or of what its callbacks say. Elements are never null
 /// unless made with callbacks.
 class WL_EXPORT Array : public Object {
     WL_OBJECT
@@ -46,7 +46,7 @@ public:
     /// First position of an equal element; String::notFound when there is none.
     [[nodiscard]] std::size_t indexOf(const void *value) const;
     [[nodiscard]] bool contains(const void *value) const;
-    /// Differs after every change of a mutable array: whoever walks one can tell that it was changed
+    /// Differs after every change of a mutable array: a loop over one can tell that it was changed
     /// meanwhile.
     [[nodiscard]] std::size_t changeCount() const noexcept { return changes; }
 

@@ -9,17 +9,17 @@
 
 namespace wickerlane {
 
-// Nesting of descriptions under way on a thread: gives the indent, and ends cycles and depths nobody reads.
+// Nesting of descriptions under way on a thread: gives the indent, and ends cycles and excessive depths.
 class DescriptionLevel {
 public:
-    static constexpr unsigned deepest = 64;
+    static constexpr unsigned maxDepth = 64;
 
     DescriptionLevel() noexcept { ++depth(); }
     ~DescriptionLevel() { --depth(); }
     DescriptionLevel(const DescriptionLevel &) = delete;
     DescriptionLevel &operator=(const DescriptionLevel &) = delete;
 
-    [[nodiscard]] bool tooDeep() const noexcept { return depth() > deepest; }
+    [[nodiscard]] bool tooDeep() const noexcept { return depth() > maxDepth; }
     [[nodiscard]] std::string indent() const { return std::string(std::size_t{depth()} * 4, ' '); }
     [[nodiscard]] std::string outerIndent() const { return std::string((std::size_t{depth()} - 1) * 4, ' '); }
 

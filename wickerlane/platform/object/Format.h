@@ -14,7 +14,7 @@ namespace wickerlane {
 /// positional arguments ("%2$@", "%1$*3$d"), and "%@" with an `Object *` whose description is shown ("(null)"
 /// for null; "%s" shows a null pointer so, too). "%C" takes a UTF-16 unit, "%S" a NUL-terminated UTF-16 text,
 /// "%m" shows the text of errno. "%n" writes nothing and only skips its argument. An unknown conversion is
-/// shown as it stands, and takes no argument; so is a whole format that mixes positional with other
+/// shown as it is, and takes no argument; so is a whole format that mixes positional with other
 /// conversions, leaves out a position, or asks for one argument as two types.
 ///
 /// Numbers look the same in every locale. A precision cuts text by bytes, never inside a character, and

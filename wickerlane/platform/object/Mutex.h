@@ -26,7 +26,7 @@
 #define WL_REQUIRES(...) WL_THREAD_ANNOTATION(requires_capability(__VA_ARGS__))
 /// Of a function: never called while the mutexes are held, which it takes itself.
 #define WL_EXCLUDES(...) WL_THREAD_ANNOTATION(locks_excluded(__VA_ARGS__))
-/// Of a function: returns with the mutexes held, or let go of.
+/// Of a function: returns with the mutexes held, or released.
 #define WL_ACQUIRE(...) WL_THREAD_ANNOTATION(acquire_capability(__VA_ARGS__))
 #define WL_RELEASE(...) WL_THREAD_ANNOTATION(release_capability(__VA_ARGS__))
 /// Of a function: locks in a way that the check can't follow. Say why.

@@ -85,7 +85,7 @@ public:
         }
     }
 
-    /// Whether the caller's reference is the only one, so that nobody else can see the object change.
+    /// Whether the caller's reference is the only one, so that no one else can see the object change.
     [[nodiscard]] bool isUnique() const noexcept { return references.load(std::memory_order_acquire) == 1; }
 
     /// The object's run-time class.

@@ -1,4 +1,4 @@
-// Text. Strings are sequences of UTF-16 code units to their readers, whatever they are stored as.
+// Text. Strings are sequences of UTF-16 code units to their readers, in whatever way they are stored.
 #ifndef WICKERLANE_PLATFORM_OBJECT_STRING_H
 #define WICKERLANE_PLATFORM_OBJECT_STRING_H
 

@@ -10,8 +10,8 @@
 namespace wickerlane {
 namespace {
 
-constexpr std::size_t largestFile = 16 << 20; // settings are small; more is no settings file
-constexpr std::size_t longestDomain = 200;    // leaves room for what is appended to make file names
+constexpr std::size_t maxFileBytes = 16 << 20; // settings are small; more is no settings file
+constexpr std::size_t maxDomainLength = 200;   // leaves room for what is appended to make file names
 
 // File times advance in steps of some milliseconds. A file that changed within the last step may change again
 // without its time showing it, so that only older ones are trusted to show their changes.
@@ -40,7 +40,7 @@ struct stat statusOf(const std::string &path) {
 } // namespace
 
 std::string PreferenceFile::pathOf(std::string_view domain) {
-    if (domain.empty() || domain == "." || domain.size() > longestDomain ||
+    if (domain.empty() || domain == "." || domain.size() > maxDomainLength ||
         domain.find_first_of(std::string_view("/\0", 2)) != std::string_view::npos ||
         domain.find("..") != std::string_view::npos)
         return {};
@@ -49,7 +49,7 @@ std::string PreferenceFile::pathOf(std::string_view domain) {
 
 Ref<Dictionary> PreferenceFile::read(const std::string &path) {
     std::vector<std::byte> bytes;
-    if (!readFile(path, bytes, largestFile))
+    if (!readFile(path, bytes, maxFileBytes))
         return errno == ENOENT ? Dictionary::create() : nullptr;
     const Ref<Object> root = createPropertyListObject(bytes);
     auto *dictionary = as<Dictionary>(root.get());

@@ -21,7 +21,7 @@ public:
     /// The domain's dictionary, read again when the file has changed; empty for a file that is missing or
     /// damaged. Never null.
     [[nodiscard]] const Ref<Dictionary> &contents(const std::string &path);
-    /// Reads the file afresh. Null, with errno, when it is there but can't be read as a dictionary.
+    /// Reads the file. Null, with errno, when it is there but can't be read as a dictionary.
     [[nodiscard]] static Ref<Dictionary> read(const std::string &path);
 
 private:

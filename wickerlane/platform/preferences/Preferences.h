@@ -28,7 +28,7 @@ inline constexpr std::string_view globalPreferencesDomain = ".GlobalPreferences"
 /// Thread-safe.
 WL_EXPORT bool setPreferenceValue(std::string_view key, Object *value, std::string_view domain);
 
-/// Makes the next reading of a domain go to its file, whatever is known of it. Thread-safe.
+/// Forgets what is known of a domain, so that it is read from its file next time. Thread-safe.
 WL_EXPORT void synchronizePreferences(std::string_view domain);
 
 /// Posted within this process (see LocalNotification.h) when a domain may have changed; the sender is its
@@ -42,7 +42,7 @@ inline constexpr std::string_view preferencesDidChangeNotification = "Preference
 WL_EXPORT bool watchPreferences();
 
 /// The domain of this process: what setApplicationDomain() said, else the name of its executable, which for
-/// the programs of the system itself stands behind "org.wickerlane.". Thread-safe.
+/// the programs of the system itself follows "org.wickerlane.". Thread-safe.
 [[nodiscard]] WL_EXPORT std::string applicationDomain();
 /// Sets it; an empty one sets it back. Thread-safe.
 WL_EXPORT void setApplicationDomain(std::string_view domain);

@@ -16,10 +16,10 @@ Ref<ProcessInformation> ProcessInformation::create() {
 }
 
 Array *ProcessInformation::arguments() const {
-    constexpr std::size_t most = std::size_t{8} << 20; // the kernel's own limit is six
+    constexpr std::size_t maxBytes = std::size_t{8} << 20; // the kernel's own limit is six
     auto listed = MutableArray::create();
     std::vector<std::byte> contents;
-    if (readFile("/proc/self/cmdline", contents, most)) {
+    if (readFile("/proc/self/cmdline", contents, maxBytes)) {
         std::string_view rest(reinterpret_cast<const char *>(contents.data()), contents.size());
         while (!rest.empty()) {
             const std::size_t end = rest.find('\0');

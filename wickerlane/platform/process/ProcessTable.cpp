@@ -19,7 +19,7 @@ namespace wickerlane {
 namespace {
 
 // What the kernel keeps of a command name.
-constexpr std::size_t keptOfCommandName = 15;
+constexpr std::size_t kernelCommandNameLength = 15;
 
 struct CloseFolder {
     void operator()(DIR *folder) const { closedir(folder); }
@@ -58,9 +58,9 @@ std::optional<std::string> commandName(int folder, pid_t process) {
     const std::string_view line = readStart(folder, std::to_string(process) + "/comm", buffer);
     if (!line.ends_with('\n'))
         return std::nullopt;
-    std::string name(line.substr(0, std::min(line.size() - 1, longestCommandName)));
-    if (name.size() == keptOfCommandName)
-        name = wholeName(folder, process, name).substr(0, longestCommandName);
+    std::string name(line.substr(0, std::min(line.size() - 1, maxCommandNameLength)));
+    if (name.size() == kernelCommandNameLength)
+        name = wholeName(folder, process, name).substr(0, maxCommandNameLength);
     return name;
 }
 

@@ -13,8 +13,8 @@
 
 namespace wickerlane {
 
-/// Command names are cut at so many bytes.
-inline constexpr std::size_t longestCommandName = 16;
+/// Command names are cut at this number of bytes.
+inline constexpr std::size_t maxCommandNameLength = 16;
 
 struct ProcessRecord {
     pid_t process;

@@ -157,7 +157,7 @@ private:
         const Array *array;           // one of
         const Dictionary *dictionary; // these two
     };
-    static constexpr std::size_t mostItems = std::numeric_limits<std::uint32_t>::max() - 1;
+    static constexpr std::size_t maxItems = std::numeric_limits<std::uint32_t>::max() - 1;
 
     bool fail(PropertyListErrorCode code, std::string_view reason) {
         failure = {code, std::string(reason) + placeInTree()};
@@ -246,7 +246,7 @@ private:
         Item &item = items[id];
         const bool isDictionary = item.kind == Kind::dictionary;
         const std::size_t added = isDictionary ? 2 * item.size : item.size;
-        if (added > mostItems - references.size())
+        if (added > maxItems - references.size())
             return fail(PropertyListErrorCode::tooLarge, "there are too many objects");
         item.isOpen = true;
         item.height = 1;
@@ -369,7 +369,7 @@ private:
             table.findOrAppend(hash(item), [&](std::size_t i) { return areSame(items[i], item); }));
         if (id != items.size())
             return true;
-        if (id == mostItems)
+        if (id == maxItems)
             return fail(PropertyListErrorCode::tooLarge, "there are too many objects");
         if (item.kind == Kind::text) {
             item.units = utf8::lengthInUTF16({static_cast<const char *>(item.start), item.size});

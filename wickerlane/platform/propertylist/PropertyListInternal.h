@@ -36,8 +36,8 @@ constexpr std::size_t trailerSize = 32;
 
 // The shortest values of the text form become objects some sixty times their size, those of the XML form some
 // eight times.
-constexpr std::size_t largestXML = std::size_t{256} << 20;
-constexpr std::size_t largestText = std::size_t{16} << 20;
+constexpr std::size_t maxXMLBytes = std::size_t{256} << 20;
+constexpr std::size_t maxTextBytes = std::size_t{16} << 20;
 
 struct Failure {
     PropertyListErrorCode code = PropertyListErrorCode::corrupt;

@@ -323,7 +323,7 @@ std::optional<std::string> decodeUTF16(std::string_view bytes, bool isBigEndian)
 
 Ref<Object> readText(Bytes bytes, Failure &failure) {
     std::string_view text(reinterpret_cast<const char *>(bytes.data()), bytes.size());
-    if (text.size() > largestText) {
+    if (text.size() > maxTextBytes) {
         failure = {PropertyListErrorCode::tooLarge, "the text form has more bytes than are read"};
         return {};
     }

@@ -305,7 +305,7 @@ private:
 } // namespace
 
 Ref<Object> readXML(Bytes bytes, Failure &failure) {
-    if (bytes.size() > largestXML) {
+    if (bytes.size() > maxXMLBytes) {
         failure = {PropertyListErrorCode::tooLarge, "the XML form has more bytes than are read"};
         return {};
     }

@@ -32,7 +32,7 @@ private:
     [[nodiscard]] bool isThisThread() const noexcept;
 
     const int poller;
-    const int event; // wakes the thread for what stands in `refused`
+    const int event; // wakes the thread for `refused`
     std::atomic<int> thread{0};
     AdaptiveMutex mutex; // a source's own comes before it
     std::unordered_map<std::uint64_t, Ref<DescriptorSource>> sources WL_GUARDED_BY(mutex);

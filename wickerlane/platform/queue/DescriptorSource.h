@@ -1,4 +1,4 @@
-// Being told when a descriptor is ready.
+// Watching descriptors.
 #ifndef WICKERLANE_PLATFORM_QUEUE_DESCRIPTORSOURCE_H
 #define WICKERLANE_PLATFORM_QUEUE_DESCRIPTORSOURCE_H
 
@@ -12,7 +12,7 @@ namespace wickerlane {
 
 /// Watches one descriptor on the process's one reader thread, which starts with the first source. The handler
 /// runs on that thread, inside a ReleaseScope, and must neither block nor take long: what takes long goes to
-/// a queue. A source lives until it is cancelled, whoever lets go of it before. Thread-safe.
+/// a queue. A source lives until it is cancelled, even when no one else refers to it. Thread-safe.
 class WL_EXPORT DescriptorSource : public Object {
     WL_OBJECT
 public:
@@ -24,7 +24,7 @@ public:
     /// next time the handler is called: sources are one-shot. Replaces what was watched for before, though a
     /// call of the handler that is already on its way still comes. Does nothing once cancelled.
     void arm(std::uint32_t events);
-    /// Ends it and lets go of the handler. When this returns on another thread than the reader's, the handler
+    /// Ends it and releases the handler. When this returns on another thread than the reader's, the handler
     /// runs no more and the descriptor may be closed; called on the reader's thread, from the handler itself,
     /// that holds once the handler has returned. Never called with a lock held that the handler takes.
     void cancel();

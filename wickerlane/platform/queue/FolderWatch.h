@@ -1,4 +1,4 @@
-// Being told what happens to the files in folders.
+// Watching folders.
 #ifndef WICKERLANE_PLATFORM_QUEUE_FOLDERWATCH_H
 #define WICKERLANE_PLATFORM_QUEUE_FOLDERWATCH_H
 

@@ -7,7 +7,7 @@
 
 namespace wickerlane {
 
-/// Runs an item and lets go of it, inside a release scope of its own.
+/// Runs an item and destroys it, inside a release scope of its own.
 inline void runItem(WorkQueue::Work work) {
     ReleaseScope scope;
     const WorkQueue::Work held = std::move(work); // gone before the scope ends

@@ -25,7 +25,7 @@ private:
     bool takeUntil(std::optional<std::chrono::steady_clock::time_point> deadline) noexcept;
 
     // The count in the lower half, the number of waiting threads in the upper one: a signal changes and reads
-    // both at once and then touches the object no more, so that the thread it wakes may let go of the last
+    // both at once and then touches the object no more, so that the thread it wakes may release the last
     // reference.
     std::atomic<std::uint64_t> state;
 };

@@ -10,7 +10,7 @@
 
 namespace wickerlane {
 
-/// A serial queue. While it has items, one turn of it stands in the worker pool or runs.
+/// A serial queue. While it has items, one turn of it waits in the worker pool or runs.
 class SerialQueue final : public WorkQueue {
 public:
     explicit SerialQueue(const char *label);

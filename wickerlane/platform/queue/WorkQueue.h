@@ -13,8 +13,8 @@
 namespace wickerlane {
 
 /// A queue of work items. Every item runs inside a ReleaseScope of its own. Thread-safe. An item that throws
-/// ends the process; a null item is ignored. A queue lives until its last item has run, whoever else lets go
-/// of it.
+/// ends the process; a null item is ignored. A queue lives until its last item has run, even if all others
+/// let go of it.
 ///
 /// The threads of the queues block the signals sent to the process. They do not survive fork(): a child may
 /// only go on to execute another program.

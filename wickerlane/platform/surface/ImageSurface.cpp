@@ -9,9 +9,9 @@ WL_BUILT_IN_CLASS(ImageSurface);
 
 namespace {
 
-constexpr std::uint32_t longestSide = 65'500;
+constexpr std::uint32_t maxSide = 65'500;
 constexpr std::size_t rowAlignment = 64;
-constexpr std::size_t mostBytes = std::size_t{2} << 30;
+constexpr std::size_t maxBytes = std::size_t{2} << 30;
 
 constexpr const char *widthKey = "width";
 constexpr const char *heightKey = "height";
@@ -32,8 +32,7 @@ std::size_t pixelBytes(PixelFormat format) {
 }
 
 bool isGeometry(std::uint64_t width, std::uint64_t height, PixelFormat format) {
-    return width != 0 && height != 0 && width <= longestSide && height <= longestSide &&
-           pixelBytes(format) != 0;
+    return width != 0 && height != 0 && width <= maxSide && height <= maxSide && pixelBytes(format) != 0;
 }
 
 } // namespace
@@ -51,7 +50,7 @@ Ref<ImageSurface> ImageSurface::create(std::uint32_t width, std::uint32_t height
     made->pixelHeight = height;
     made->format = format;
     made->rowBytes = (width * pixelBytes(format) + rowAlignment - 1) / rowAlignment * rowAlignment;
-    if (made->rowBytes > mostBytes / height)
+    if (made->rowBytes > maxBytes / height)
         return nullptr;
     made->memory = SharedMemory::create(made->rowBytes * height);
     return made->memory != nullptr ? made : nullptr;
@@ -68,7 +67,7 @@ Ref<ImageSurface> ImageSurface::lookUp(MessageValue *value) {
     const auto format = static_cast<PixelFormat>(formatCode);
     const auto *shared = as<MessageSharedMemory>(object->get(memoryKey));
     if (shared == nullptr || formatCode > UINT32_MAX || !isGeometry(width, height, format) ||
-        rowBytes < width * pixelBytes(format) || rowBytes > mostBytes / height ||
+        rowBytes < width * pixelBytes(format) || rowBytes > maxBytes / height ||
         rowBytes * height > shared->memory()->length())
         return nullptr;
     auto made = Ref<ImageSurface>::adopt(new ImageSurface);

@@ -23,7 +23,7 @@ public:
     /// aligned to 64 bytes.
     [[nodiscard]] static Ref<ImageSurface> create(std::uint32_t width, std::uint32_t height,
                                                   PixelFormat format);
-    /// The surface of a message object made by createMessageObject(), in whatever process; null when the
+    /// The surface of a message object made by createMessageObject(), in any process; null when the
     /// value is not one, or what it says of itself does not fit its memory.
     [[nodiscard]] static Ref<ImageSurface> lookUp(MessageValue *value);
 

@@ -65,7 +65,7 @@ pid_t JXPIDForProcessNamed(const char *name) {
     if (!table)
         return -1;
     for (const ProcessRecord &each : *table)
-        if (each.process >= 1 && std::strncmp(each.command.c_str(), name, longestCommandName) == 0)
+        if (each.process >= 1 && std::strncmp(each.command.c_str(), name, maxCommandNameLength) == 0)
             return each.process;
     return -1;
 }

@@ -27,9 +27,9 @@ namespace {
     registerClass(&DesktopWorkspace::classInfo);
 }
 
-constexpr std::size_t largestEntry = std::size_t{1} << 20;
+constexpr std::size_t maxEntryBytes = std::size_t{1} << 20;
 // Of one search: links may lead in circles.
-constexpr int mostFolders = 256;
+constexpr int maxFolders = 256;
 
 // The absolute ones; relative ones are to be ignored.
 std::vector<std::string> foldersListed(std::string_view listed) {
@@ -75,7 +75,7 @@ std::optional<DesktopEntry> readEntry(int folder, const std::string &name) {
     const UniqueFd file(openat(folder, name.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     struct stat status {};
     if (!file || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_size < 0 ||
-        static_cast<std::size_t>(status.st_size) > largestEntry)
+        static_cast<std::size_t>(status.st_size) > maxEntryBytes)
         return std::nullopt;
     std::string text(static_cast<std::size_t>(status.st_size), '\0');
     std::size_t length = 0;
@@ -136,7 +136,7 @@ bool DesktopWorkspace::isInstalled(const String *bundleIdentifier) const {
         return false;
     for (const std::string &data : foldersOfData()) {
         const UniqueFd folder(open((data + "/applications").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-        int foldersLeft = mostFolders;
+        int foldersLeft = maxFolders;
         if (!folder)
             continue;
         if (const auto entry = findEntry(folder.get(), identifier, foldersLeft))
