@@ -135,7 +135,7 @@ int main(int argc, char **argv) {
     vips_cache_set_max(0);
     wickerlane::hoardd::MediaWorkersOptions options;
     options.program = MEDIA_WORKER;
-    options.workers = 1;
+    options.maxWorkers = 1;
     MediaWorkers pool(options);
     for (int index = 1; index < argc; ++index) {
         std::ifstream file(argv[index], std::ios::binary);

@@ -28,28 +28,29 @@ extern "C" int LLVMFuzzerInitialize(int *, char ***arguments) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     std::vector<UniqueFd> descriptors;
     descriptors.push_back(memoryFile(data, size));
-    Request request;
-    request.kind = RequestKind::probe;
-    const Answer facts = handle(request, descriptors);
-    if (facts.failure != MediaFailure::none && facts.reason[0] == '\0')
+    WorkerRequest request;
+    request.kind = WorkerRequest::Kind::probe;
+    const WorkerAnswer probed = handle(request, descriptors);
+    if (probed.failure != MediaFailure::none && probed.reason.text().empty())
         std::abort(); // a failure says why
     // Memory and time are limited by what a worker is confined to, which is absent here.
-    constexpr std::uint64_t mostPixels = 1 << 20;
-    if (facts.failure != MediaFailure::none || std::uint64_t{facts.width} * facts.height > mostPixels)
+    constexpr std::uint64_t maxPixels = 1 << 20;
+    if (probed.failure != MediaFailure::none ||
+        std::uint64_t{probed.facts.width} * probed.facts.height > maxPixels)
         return 0;
     descriptors.push_back(memoryFile(nullptr, 0));
     descriptors.push_back(memoryFile(nullptr, 0));
     request.thumbnailCount = 2;
     request.thumbnailSides = {256, 1024};
-    request.kind = RequestKind::examine;
-    const Answer examined = handle(request, descriptors);
+    request.kind = WorkerRequest::Kind::examine;
+    const WorkerAnswer examined = handle(request, descriptors);
     if (examined.failure == MediaFailure::none &&
-        (examined.width != facts.width || examined.height != facts.height))
+        (examined.facts.width != probed.facts.width || examined.facts.height != probed.facts.height))
         std::abort(); // both read the same header
     descriptors[1] = memoryFile(nullptr, 0);
     descriptors[2] = memoryFile(nullptr, 0);
-    request.kind = RequestKind::probe;
-    const Answer thumbnails = handle(request, descriptors);
+    request.kind = WorkerRequest::Kind::probe;
+    const WorkerAnswer thumbnails = handle(request, descriptors);
     if (thumbnails.failure == MediaFailure::none && lseek(descriptors[1].get(), 0, SEEK_END) == 0)
         std::abort(); // a thumbnail that was made is there
     return 0;

@@ -13,12 +13,12 @@ namespace {
 constexpr std::uint32_t side = 32;
 using Greys = std::array<double, side * side>; ///< 0 to 255, of the picture brought to a square
 
-/// What encoding a picture anew may change by itself: a bit is set by more than this, so that it stays as it
+/// What encoding a picture again may change by itself: a bit is set by more than this, so that it stays as it
 /// is where a picture is flat.
 constexpr double noise = 1;
 constexpr double frequencyNoise = 4;
 /// Bits that must be set, and in the difference hash clear, for a picture to have features.
-constexpr int fewestBits = 12;
+constexpr int minBits = 12;
 
 double greyAt(const PixelView &picture, std::uint32_t x, std::uint32_t y) {
     const std::size_t at = (std::size_t{y} * picture.width + x) * picture.channels;
@@ -110,8 +110,7 @@ std::optional<Fingerprint> fingerprintOf(const PixelView &picture) {
     const Greys greys = greysOf(picture);
     const Fingerprint fingerprint{differenceHash(greys), frequencyHash(greys)};
     const int lighter = std::popcount(fingerprint.difference);
-    if (lighter < fewestBits || lighter > 64 - fewestBits ||
-        std::popcount(fingerprint.frequency) < fewestBits)
+    if (lighter < minBits || lighter > 64 - minBits || std::popcount(fingerprint.frequency) < minBits)
         return std::nullopt;
     return fingerprint;
 }

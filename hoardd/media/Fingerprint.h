@@ -1,4 +1,4 @@
-// How a picture looks, in a few bits that stay as they are when it is encoded anew or resized.
+// How a picture looks, in a few bits that stay as they are when it is encoded again or resized.
 #ifndef HOARDD_MEDIA_FINGERPRINT_H
 #define HOARDD_MEDIA_FINGERPRINT_H
 

@@ -13,11 +13,10 @@
 
 namespace wickerlane::hoardd {
 
-using media::Answer;
-using media::Request;
-using media::RequestKind;
+using media::WorkerAnswer;
 using media::WorkerCrew;
 using media::WorkerProcess;
+using media::WorkerRequest;
 
 namespace {
 
@@ -37,9 +36,9 @@ std::string workerProgram() {
     return folder + "/../libexec/hoardd-media";
 }
 
-template <typename Result>
-Result failed(MediaFailure failure, std::string reason) {
-    Result result;
+template <typename Kind>
+Kind failed(MediaFailure failure, std::string reason) {
+    Kind result;
     result.failure = failure;
     result.reason = std::move(reason);
     return result;
@@ -54,68 +53,11 @@ int readOnly(int descriptor, UniqueFd &reopened) {
     return reopened.get();
 }
 
-// Texts from a worker: ended where they say or where they end, printable.
-template <std::size_t size>
-std::string textOf(const std::array<char, size> &characters) {
-    std::string text(characters.begin(), std::ranges::find(characters, '\0'));
-    for (char &character : text)
-        if (character < ' ' || character > '~')
-            character = '?';
-    while (text.ends_with(' '))
-        text.pop_back();
-    return text;
-}
-
-std::uint32_t sideOf(std::uint32_t side) {
-    return side <= pictureLimits.side ? side : 0;
-}
-
-VideoFacts videoFactsOf(const Answer &answer) {
-    const auto sensible = [](double value, double most) { return value > 0 && value <= most ? value : 0; };
-    constexpr std::uint64_t mostBitRate = 100'000'000'000;
-    VideoFacts facts;
-    facts.seconds = sensible(answer.seconds, 1e7);
-    facts.frameRate = sensible(answer.frameRate, 1e5);
-    facts.rotation = answer.rotation % 90 == 0 && answer.rotation < 360 ? answer.rotation : 0;
-    facts.trackCount = answer.trackCount;
-    facts.audioChannels = std::min(answer.audioChannels, 1024U);
-    facts.audioSampleRate = answer.audioSampleRate;
-    facts.videoBitRate = std::min(answer.videoBitRate, mostBitRate);
-    facts.audioBitRate = std::min(answer.audioBitRate, mostBitRate);
-    facts.container = textOf(answer.container);
-    facts.videoCodec = textOf(answer.videoCodec);
-    facts.audioCodec = textOf(answer.audioCodec);
-    return facts;
-}
-
-// A worker that a file has taken over can answer anything, so that what makes no sense is left out.
-PictureFacts factsOf(const Answer &answer) {
-    PictureFacts facts;
-    facts.format = answer.format <= lastMediaFormat ? answer.format : MediaFormat::unknown;
-    facts.width = sideOf(answer.width);
-    facts.height = sideOf(answer.height);
-    facts.orientation = answer.orientation >= 1 && answer.orientation <= 8 ? answer.orientation : 1;
-    constexpr std::int64_t farAway = 1'000'000'000'000; // some 30,000 years
-    if (answer.hasDate != 0 && answer.dateSeconds > -farAway && answer.dateSeconds < farAway &&
-        answer.dateNanoseconds < 1'000'000'000) {
-        facts.captureDate = CaptureDate{answer.dateSeconds, answer.dateNanoseconds, std::nullopt};
-        if (answer.hasZone != 0 && answer.zoneMinutes > -24 * 60 && answer.zoneMinutes < 24 * 60)
-            facts.captureDate->zoneMinutes = answer.zoneMinutes;
-    }
-    if (answer.hasPlace != 0 && std::abs(answer.latitude) <= 90 && std::abs(answer.longitude) <= 180)
-        facts.place = Place{answer.latitude, answer.longitude};
-    facts.cameraMake = textOf(answer.cameraMake);
-    facts.cameraModel = textOf(answer.cameraModel);
-    if (answer.isVideo != 0)
-        facts.video = videoFactsOf(answer);
-    return facts;
-}
-
-MediaResult resultOf(const Answer &answer) {
+MediaResult resultOf(const WorkerAnswer &answer) {
     if (answer.failure == MediaFailure::none)
         return {};
     return {answer.failure <= lastMediaFailure ? answer.failure : MediaFailure::damaged,
-            textOf(answer.reason)};
+            printable(answer.reason)};
 }
 
 MediaResult resultOfDeath(int signal) {
@@ -129,8 +71,9 @@ MediaResult resultOfDeath(int signal) {
 }
 
 WorkerCrew::Settings crewSettings(const MediaWorkersOptions &options, WorkerProcess::Mode mode) {
-    const unsigned workers =
-        options.workers != 0 ? options.workers : std::clamp(std::thread::hardware_concurrency(), 1U, 4U);
+    const unsigned workers = options.maxWorkers != 0
+                                 ? options.maxWorkers
+                                 : std::clamp(std::thread::hardware_concurrency(), 1U, 4U);
     return {options.program.empty() ? workerProgram() : options.program, mode, workers,
             mode == WorkerProcess::Mode::shared ? workers : 0, std::max(options.requestsPerWorker, 1U)};
 }
@@ -140,30 +83,30 @@ WorkerCrew::Settings crewSettings(const MediaWorkersOptions &options, WorkerProc
 struct MediaWorkers::Crews {
     MediaWorkersOptions options;
     WorkerCrew shared;
-    WorkerCrew apart;
+    WorkerCrew isolated;
 
     explicit Crews(const MediaWorkersOptions &wanted)
         : options(wanted), shared(crewSettings(wanted, WorkerProcess::Mode::shared)),
-          apart(crewSettings(wanted, WorkerProcess::Mode::apart)) {}
+          isolated(crewSettings(wanted, WorkerProcess::Mode::isolated)) {}
 
-    MediaResult run(WorkerCrew &crew, Request request, std::span<const int> descriptors, Answer &answer);
-    MediaResult runOnPicture(int picture, const Request &request, std::span<const int> outputs,
-                             Answer &answer);
-    ProbeResult look(RequestKind kind, int picture, std::span<const ThumbnailTarget> thumbnails,
-                     Answer &answer);
+    MediaResult run(WorkerCrew &crew, WorkerRequest request, std::span<const int> descriptors,
+                    WorkerAnswer &answer);
+    MediaResult runOnPicture(int picture, const WorkerRequest &request, std::span<const int> outputs,
+                             WorkerAnswer &answer);
+    ProbeResult probe(WorkerRequest::Kind kind, int picture, std::span<const ThumbnailTarget> thumbnails,
+                      WorkerAnswer &answer);
 };
 
-MediaResult MediaWorkers::Crews::run(WorkerCrew &crew, Request request, std::span<const int> descriptors,
-                                     Answer &answer) {
+MediaResult MediaWorkers::Crews::run(WorkerCrew &crew, WorkerRequest request,
+                                     std::span<const int> descriptors, WorkerAnswer &answer) {
     request.processorMilliseconds = static_cast<std::uint32_t>(options.processorTime.count());
     for (;;) {
-        std::string whyNot;
-        std::unique_ptr<WorkerProcess> worker = crew.borrow(whyNot);
+        Result<std::unique_ptr<WorkerProcess>> worker = crew.borrow();
         if (!worker)
-            return {MediaFailure::unavailable, whyNot};
-        const auto exchange = worker->exchange(request, descriptors, options.deadline, answer);
-        const int signal = exchange == WorkerProcess::Exchange::died ? worker->endingSignal() : 0;
-        crew.giveBack(std::move(worker));
+            return {MediaFailure::unavailable, worker.error().text};
+        const auto exchange = (*worker)->exchange(request, descriptors, options.deadline, answer);
+        const int signal = exchange == WorkerProcess::Exchange::died ? (*worker)->endingSignal() : 0;
+        crew.giveBack(std::move(*worker));
         switch (exchange) {
         case WorkerProcess::Exchange::answered:
             return resultOf(answer);
@@ -172,15 +115,15 @@ MediaResult MediaWorkers::Crews::run(WorkerCrew &crew, Request request, std::spa
         case WorkerProcess::Exchange::died:
             return resultOfDeath(signal);
         case WorkerProcess::Exchange::notDelivered:
-            break; // it had died while it was idle; each try uses one up, so this ends
+            break; // It had died while it was idle. Each try uses one up, so this ends.
         }
     }
 }
 
-MediaResult MediaWorkers::Crews::runOnPicture(int picture, const Request &request,
-                                              std::span<const int> outputs, Answer &answer) {
+MediaResult MediaWorkers::Crews::runOnPicture(int picture, const WorkerRequest &request,
+                                              std::span<const int> outputs, WorkerAnswer &answer) {
     UniqueFd reopened;
-    std::array<int, media::mostDescriptors> descriptors{readOnly(picture, reopened)};
+    std::array<int, media::maxDescriptors> descriptors{readOnly(picture, reopened)};
     std::array<std::byte, mediaTypeBytes> start{};
     const ssize_t length = pread(descriptors[0], start.data(), start.size(), 0);
     if (length < 0)
@@ -189,7 +132,7 @@ MediaResult MediaWorkers::Crews::runOnPicture(int picture, const Request &reques
     if (format == MediaFormat::unknown)
         return {MediaFailure::unknownFormat, "the file is not a picture of a known format"};
     std::ranges::copy(outputs, descriptors.begin() + 1);
-    return run(isRisky(format) ? apart : shared, request, std::span(descriptors).first(1 + outputs.size()),
+    return run(isRisky(format) ? isolated : shared, request, std::span(descriptors).first(1 + outputs.size()),
                answer);
 }
 
@@ -201,9 +144,9 @@ MediaWorkers::~MediaWorkers() = default;
 namespace {
 
 // Fills the part of a request that says which thumbnails are wanted. Empty text on success.
-std::string fillThumbnails(std::span<const ThumbnailTarget> thumbnails, Request &request,
-                           std::array<int, media::mostThumbnails> &outputs) {
-    if (thumbnails.size() > media::mostThumbnails)
+std::string fillThumbnails(std::span<const ThumbnailTarget> thumbnails, WorkerRequest &request,
+                           std::array<int, media::maxThumbnails> &outputs) {
+    if (thumbnails.size() > media::maxThumbnails)
         return "too many thumbnails are asked for at once";
     for (const ThumbnailTarget &thumbnail : thumbnails) {
         if (thumbnail.maxSide == 0 || thumbnail.maxSide > pictureLimits.side)
@@ -216,71 +159,69 @@ std::string fillThumbnails(std::span<const ThumbnailTarget> thumbnails, Request 
 
 } // namespace
 
-ProbeResult MediaWorkers::Crews::look(RequestKind kind, int picture,
-                                      std::span<const ThumbnailTarget> thumbnails, Answer &answer) {
-    Request request;
+ProbeResult MediaWorkers::Crews::probe(WorkerRequest::Kind kind, int picture,
+                                       std::span<const ThumbnailTarget> thumbnails, WorkerAnswer &answer) {
+    WorkerRequest request;
     request.kind = kind;
-    std::array<int, media::mostThumbnails> outputs{};
+    std::array<int, media::maxThumbnails> outputs{};
     if (const std::string wrong = fillThumbnails(thumbnails, request, outputs); !wrong.empty())
         return failed<ProbeResult>(MediaFailure::badRequest, wrong);
     ProbeResult result{runOnPicture(picture, request, std::span(outputs).first(thumbnails.size()), answer),
                        {}};
-    result.facts = factsOf(answer);
+    result.facts = plausibleFacts(answer.facts);
     return result;
 }
 
 ExamineResult MediaWorkers::examine(int picture, std::span<const ThumbnailTarget> thumbnails) {
-    Answer answer;
-    ExamineResult result{crews->look(RequestKind::examine, picture, thumbnails, answer)};
+    WorkerAnswer answer;
+    ExamineResult result{crews->probe(WorkerRequest::Kind::examine, picture, thumbnails, answer)};
     result.hasPreview = result.succeeded() && answer.hasPreview != 0;
     return result;
 }
 
 ProbeResult MediaWorkers::probe(int picture, std::span<const ThumbnailTarget> thumbnails) {
-    Answer answer;
-    return crews->look(RequestKind::probe, picture, thumbnails, answer);
+    WorkerAnswer answer;
+    return crews->probe(WorkerRequest::Kind::probe, picture, thumbnails, answer);
 }
 
 FingerprintResult MediaWorkers::fingerprint(int picture) {
-    Request request;
-    request.kind = RequestKind::fingerprint;
-    Answer answer;
+    WorkerRequest request;
+    request.kind = WorkerRequest::Kind::fingerprint;
+    WorkerAnswer answer;
     FingerprintResult result{crews->runOnPicture(picture, request, {}, answer), std::nullopt};
-    if (result.succeeded() && answer.hasFingerprint != 0)
-        result.fingerprint = Fingerprint{answer.differenceHash, answer.frequencyHash};
+    if (result.succeeded())
+        result.fingerprint = answer.fingerprint.asOptional();
     return result;
 }
 
 namespace {
 
 // Fills the part of a request that says how an image is written. False when it makes no sense.
-bool fillSettings(const ImageSettings &settings, Request &request) {
-    request.format = settings.format;
-    request.maxSide = settings.maxSide;
-    request.quality = settings.quality;
+bool fillSettings(const ImageSettings &settings, WorkerRequest &request) {
+    request.settings = settings;
     const bool writable = settings.format == MediaFormat::jpeg || settings.format == MediaFormat::png ||
                           settings.format == MediaFormat::webp;
     return writable && settings.quality >= 1 && settings.quality <= 100;
 }
 
-ImageResult imageResult(const MediaResult &ended, const Answer &answer) {
-    return {ended, sideOf(answer.width), sideOf(answer.height)};
+ImageResult imageResult(const MediaResult &ended, const WorkerAnswer &answer) {
+    return {ended, plausibleSide(answer.facts.width), plausibleSide(answer.facts.height)};
 }
 
 } // namespace
 
 ImageResult MediaWorkers::render(int picture, const ImageSettings &settings, int output) {
-    Request request;
-    request.kind = RequestKind::render;
+    WorkerRequest request;
+    request.kind = WorkerRequest::Kind::render;
     if (!fillSettings(settings, request))
         return failed<ImageResult>(MediaFailure::badRequest, "images cannot be written with these settings");
-    Answer answer;
+    WorkerAnswer answer;
     return imageResult(crews->runOnPicture(picture, request, std::span(&output, 1), answer), answer);
 }
 
 ImageResult MediaWorkers::encode(const SurfacePixels &surface, const ImageSettings &settings, int output) {
-    Request request;
-    request.kind = RequestKind::encode;
+    WorkerRequest request;
+    request.kind = WorkerRequest::Kind::encode;
     const std::uint64_t pixelBytes = surface.format == SurfaceFormat::gray ? 1 : 4;
     const std::uint64_t pixels = std::uint64_t{surface.width} * surface.height;
     if (!fillSettings(settings, request) || settings.maxSide != 0)
@@ -291,34 +232,31 @@ ImageResult MediaWorkers::encode(const SurfacePixels &surface, const ImageSettin
         return failed<ImageResult>(MediaFailure::badRequest, "the surface has an impossible size");
     if (pixels > pictureLimits.pixels || surface.bytesPerRow * surface.height > pictureLimits.fileBytes)
         return failed<ImageResult>(MediaFailure::tooLarge, "the surface has more pixels than are allowed");
-    request.surfaceFormat = surface.format;
-    request.surfaceWidth = surface.width;
-    request.surfaceHeight = surface.height;
-    request.surfaceBytesPerRow = surface.bytesPerRow;
+    request.surface = surface;
     UniqueFd reopened;
     const std::array descriptors{readOnly(surface.memory, reopened), output};
-    Answer answer;
+    WorkerAnswer answer;
     return imageResult(crews->run(crews->shared, request, descriptors, answer), answer);
 }
 
 MediaResult MediaWorkers::testConfinement() {
-    Request request;
-    request.kind = RequestKind::selfTest;
-    Answer answer;
+    WorkerRequest request;
+    request.kind = WorkerRequest::Kind::selfTest;
+    WorkerAnswer answer;
     return crews->run(crews->shared, request, {}, answer);
 }
 
-WorkerPoolStatus MediaWorkers::status() const {
+MediaWorkersStatus MediaWorkers::status() const {
     const WorkerCrew::Status shared = crews->shared.status();
-    const WorkerCrew::Status apart = crews->apart.status();
-    WorkerPoolStatus status{shared.idle + apart.idle,
-                            shared.busy + apart.busy,
-                            shared.started + apart.started,
-                            {shared.processes.begin(), shared.processes.end()},
-                            shared.hello.hasSystemCallFilter != 0,
-                            shared.hello.landlockVersion,
-                            shared.trouble.empty() ? apart.trouble : shared.trouble};
-    status.processes.insert(status.processes.end(), apart.processes.begin(), apart.processes.end());
+    const WorkerCrew::Status isolated = crews->isolated.status();
+    MediaWorkersStatus status{shared.idle + isolated.idle,
+                              shared.busy + isolated.busy,
+                              shared.started + isolated.started,
+                              {shared.processes.begin(), shared.processes.end()},
+                              shared.hello.hasSystemCallFilter != 0,
+                              shared.hello.landlockVersion,
+                              shared.problem.empty() ? isolated.problem : shared.problem};
+    status.processes.insert(status.processes.end(), isolated.processes.begin(), isolated.processes.end());
     return status;
 }
 

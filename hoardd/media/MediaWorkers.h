@@ -38,27 +38,26 @@ struct ImageResult : MediaResult {
 };
 
 struct MediaWorkersOptions {
-    std::string program;              ///< the worker; empty looks beside this program, then in ../libexec
-    unsigned workers = 0;             ///< of each kind at most; 0: a worker for each processor, at most 4
-    unsigned requestsPerWorker = 500; ///< then a worker is replaced, and what it may have leaked with it
-    std::chrono::milliseconds processorTime{5'000}; ///< for one file
-    std::chrono::milliseconds deadline{20'000}; ///< for one file by the clock, should its worker stand still
+    std::string program;              ///< The worker; empty looks beside this program, then in ../libexec.
+    unsigned maxWorkers = 0;          ///< Of each mode; 0: one for each processor, with a limit of 4.
+    unsigned requestsPerWorker = 500; ///< Then a worker is replaced, and what it may have leaked with it.
+    std::chrono::milliseconds processorTime{5'000}; ///< For one file.
+    std::chrono::milliseconds deadline{20'000};     ///< For one file by the clock, should its worker hang.
 };
 
-/// How the pool is doing.
-struct WorkerPoolStatus {
+struct MediaWorkersStatus {
     unsigned idle = 0;
     unsigned busy = 0;
-    std::uint64_t started = 0;         ///< workers since the pool was made
-    std::vector<int> processes;        ///< the process of each worker
-    bool isConfined = false;           ///< a worker runs, behind a filter of system calls
-    std::uint32_t landlockVersion = 0; ///< of the second layer; 0 when the kernel has none
-    std::string trouble;               ///< why workers cannot be started; empty when they can
+    std::uint64_t started = 0;         ///< All workers so far.
+    std::vector<int> processes;        ///< The process of each worker.
+    bool isConfined = false;           ///< A worker runs, behind a filter of system calls.
+    std::uint32_t landlockVersion = 0; ///< Of the second layer; 0 when the kernel has none.
+    std::string problem;               ///< Why workers cannot be started; empty when they can.
 };
 
 /// Hands pictures to worker processes that hold nothing but the descriptors of one request, under limits of
-/// memory and time. Common formats share workers that are started ahead; formats with a record of faults get
-/// a fresh process for each file. Every call blocks until the work is done, may be made from any thread, and
+/// memory and time. Common formats share workers that are started ahead; files whose decoders have a record
+/// of faults get a process each. Every call blocks until the work is done, may be made from any thread, and
 /// always returns: a file that crashes or stalls its worker costs that one request.
 class MediaWorkers {
 public:
@@ -73,7 +72,7 @@ public:
     /// header.
     ExamineResult examine(int picture, std::span<const ThumbnailTarget> thumbnails);
 
-    /// Reads what a picture says of itself and makes JPEG thumbnails of it (at most 4), upright, in sRGB, on
+    /// Reads what a picture says of itself and makes up to 4 JPEG thumbnails of it, upright, in sRGB, on
     /// white, all from one decoding. `picture` is a regular file; it stays the caller's, is only read, and
     /// its offset does not matter. On failure the outputs hold nothing of use.
     ProbeResult probe(int picture, std::span<const ThumbnailTarget> thumbnails);
@@ -91,7 +90,7 @@ public:
     /// Lets a shared worker try what its confinement must forbid; fails when something got through.
     MediaResult testConfinement();
 
-    [[nodiscard]] WorkerPoolStatus status() const;
+    [[nodiscard]] MediaWorkersStatus status() const;
 
 private:
     struct Crews;

@@ -3,15 +3,16 @@
 #include <sys/socket.h>
 #include <sys/uio.h>
 
-#include <cerrno>
 #include <cstring>
+
+#include "wickerlane/platform/file/Retry.h"
 
 namespace wickerlane::hoardd::media {
 
 namespace {
 
 struct ControlBuffer {
-    alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int) * mostDescriptors)> bytes{};
+    alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(int) * maxDescriptors)> bytes{};
 };
 
 } // namespace
@@ -31,10 +32,7 @@ bool sendPacket(int socket, std::span<const std::byte> packet, std::span<const i
         header->cmsg_len = CMSG_LEN(descriptors.size_bytes());
         std::memcpy(CMSG_DATA(header), descriptors.data(), descriptors.size_bytes());
     }
-    ssize_t sent = 0;
-    do
-        sent = sendmsg(socket, &message, MSG_NOSIGNAL);
-    while (sent < 0 && errno == EINTR);
+    const ssize_t sent = retryInterrupted([&] { return sendmsg(socket, &message, MSG_NOSIGNAL); });
     return sent == static_cast<ssize_t>(packet.size());
 }
 
@@ -46,10 +44,7 @@ bool receivePacket(int socket, std::span<std::byte> packet, std::vector<UniqueFd
     message.msg_iovlen = 1;
     message.msg_control = control.bytes.data();
     message.msg_controllen = control.bytes.size();
-    ssize_t received = 0;
-    do
-        received = recvmsg(socket, &message, MSG_CMSG_CLOEXEC);
-    while (received < 0 && errno == EINTR);
+    const ssize_t received = retryInterrupted([&] { return recvmsg(socket, &message, MSG_CMSG_CLOEXEC); });
     if (received < 0)
         return false;
     for (cmsghdr *header = CMSG_FIRSTHDR(&message); header != nullptr;

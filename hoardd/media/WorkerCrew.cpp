@@ -6,8 +6,8 @@ namespace wickerlane::hoardd::media {
 
 namespace {
 
-// After so many failed starts in a row those who wait are told; each later request makes one more attempt.
-constexpr unsigned mostFailures = 3;
+// After this many failed starts in a row all that wait fail; each later request makes one more attempt.
+constexpr unsigned maxFailures = 3;
 
 } // namespace
 
@@ -16,24 +16,23 @@ WorkerCrew::WorkerCrew(Settings wanted) : settings(std::move(wanted)), starter([
 
 WorkerCrew::~WorkerCrew() {
     {
-        const std::lock_guard lock(mutex);
-        ending = true;
+        const MutexLock lock(mutex);
+        isEnding = true;
     }
-    changed.notify_all();
+    changed.notifyAll();
     starter.join();
 }
 
-std::unique_ptr<WorkerProcess> WorkerCrew::borrow(std::string &whyNot) {
-    std::unique_lock lock(mutex);
+Result<std::unique_ptr<WorkerProcess>> WorkerCrew::borrow() {
+    MutexLock lock(mutex);
     ++waiting;
-    failures = std::min(failures, mostFailures - 1);
-    changed.notify_all();
-    changed.wait(lock, [&] { return !idle.empty() || failures >= mostFailures; });
+    failures = std::min(failures, maxFailures - 1);
+    changed.notifyAll();
+    while (idle.empty() && failures < maxFailures)
+        changed.wait(mutex);
     --waiting;
-    if (idle.empty()) {
-        whyNot = trouble;
-        return nullptr;
-    }
+    if (idle.empty())
+        return fail(ProblemKind::failed, problem);
     std::unique_ptr<WorkerProcess> worker = std::move(idle.back());
     idle.pop_back();
     return worker;
@@ -42,7 +41,7 @@ std::unique_ptr<WorkerProcess> WorkerCrew::borrow(std::string &whyNot) {
 void WorkerCrew::giveBack(std::unique_ptr<WorkerProcess> worker) {
     std::unique_ptr<WorkerProcess> spent;
     {
-        const std::lock_guard lock(mutex);
+        const MutexLock lock(mutex);
         if (worker->isUsable() && worker->requests() < settings.requestsPerWorker) {
             idle.push_back(std::move(worker));
         } else {
@@ -50,44 +49,46 @@ void WorkerCrew::giveBack(std::unique_ptr<WorkerProcess> worker) {
             spent = std::move(worker);
         }
     }
-    changed.notify_all();
+    changed.notifyAll();
 }
 
 WorkerCrew::Status WorkerCrew::status() const {
-    const std::lock_guard lock(mutex);
+    const MutexLock lock(mutex);
     const auto idleCount = static_cast<unsigned>(idle.size());
     return {idleCount, static_cast<unsigned>(processes.size()) - idleCount, started, processes, lastHello,
-            trouble};
+            problem};
 }
 
 bool WorkerCrew::needsWorker() const {
     const auto busy = processes.size() - idle.size();
-    return failures < mostFailures &&
+    return failures < maxFailures &&
            processes.size() <
-               std::min<std::size_t>(settings.most, std::max<std::size_t>(settings.ahead, busy + waiting));
+               std::min<std::size_t>(settings.maxWorkers,
+                                     std::max<std::size_t>(settings.minWorkers, busy + waiting));
 }
 
 void WorkerCrew::startWorkers() {
-    std::unique_lock lock(mutex);
+    MutexLock lock(mutex);
     for (;;) {
-        changed.wait(lock, [&] { return ending || needsWorker(); });
-        if (ending)
+        while (!isEnding && !needsWorker())
+            changed.wait(mutex);
+        if (isEnding)
             return;
         lock.unlock();
-        std::string whyNot;
-        std::unique_ptr<WorkerProcess> worker = WorkerProcess::start(settings.program, settings.mode, whyNot);
+        Result<std::unique_ptr<WorkerProcess>> worker = WorkerProcess::start(settings.program, settings.mode);
         lock.lock();
-        trouble = whyNot;
         if (worker) {
             failures = 0;
+            problem.clear();
             ++started;
-            lastHello = worker->hello();
-            processes.push_back(worker->processID());
-            idle.push_back(std::move(worker));
+            lastHello = (*worker)->hello();
+            processes.push_back((*worker)->processID());
+            idle.push_back(*std::move(worker));
         } else {
             ++failures;
+            problem = worker.error().text;
         }
-        changed.notify_all();
+        changed.notifyAll();
     }
 }
 

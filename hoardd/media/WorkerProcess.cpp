@@ -11,6 +11,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "wickerlane/platform/file/Retry.h"
+
 namespace wickerlane::hoardd::media {
 
 namespace {
@@ -69,7 +71,7 @@ int spawn(const std::string &program, WorkerProcess::Mode mode, int socket, pid_
     posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
 
     std::string name = program;
-    std::string modeName = mode == WorkerProcess::Mode::apart ? "serve-apart" : "serve";
+    std::string modeName = mode == WorkerProcess::Mode::isolated ? "serve-apart" : "serve";
     std::string locale = "LC_ALL=C.UTF-8";
     char *arguments[] = {name.data(), modeName.data(), nullptr};
     char *environment[] = {locale.data(), nullptr};
@@ -81,36 +83,29 @@ int spawn(const std::string &program, WorkerProcess::Mode mode, int socket, pid_
 
 } // namespace
 
-std::unique_ptr<WorkerProcess> WorkerProcess::start(const std::string &program, Mode mode,
-                                                    std::string &whyNot) {
+Result<std::unique_ptr<WorkerProcess>> WorkerProcess::start(const std::string &program, Mode mode) {
     int ends[2];
-    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) {
-        whyNot = "no socket for the media worker: " + std::string(strerrordesc_np(errno));
-        return nullptr;
-    }
+    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0)
+        return fail(ProblemKind::failed,
+                    "no socket for the media worker: " + std::string(strerrordesc_np(errno)));
     UniqueFd near(ends[0]);
     UniqueFd far(ends[1]);
     // A descriptor moved onto its own number would keep its close-on-exec flag.
     if (far.get() == workerSocket)
         far.reset(fcntl(far.get(), F_DUPFD_CLOEXEC, workerSocket + 1));
     pid_t process = 0;
-    if (const int error = spawn(program, mode, far.get(), process); error != 0) {
-        whyNot = program + " cannot be started: " + strerrordesc_np(error);
-        return nullptr;
-    }
+    if (const int error = spawn(program, mode, far.get(), process); error != 0)
+        return fail(ProblemKind::failed, program + " cannot be started: " + strerrordesc_np(error), program);
     far.reset();
     std::unique_ptr<WorkerProcess> worker(new WorkerProcess(process, std::move(near)));
     std::vector<UniqueFd> none;
     if (!waitReadable(worker->socket.get(), startDeadline) ||
         !receivePacket(worker->socket.get(), worker->greeting, none) ||
-        worker->greeting.version != protocolVersion) {
-        whyNot = program + " does not answer as a media worker";
-        return nullptr;
-    }
-    if (worker->greeting.hasSystemCallFilter == 0) {
-        whyNot = "the kernel cannot filter the system calls of media workers: pictures are not decoded";
-        return nullptr;
-    }
+        worker->greeting.version != protocolVersion)
+        return fail(ProblemKind::failed, program + " does not answer as a media worker", program);
+    if (worker->greeting.hasSystemCallFilter == 0)
+        return fail(ProblemKind::failed,
+                    "the kernel cannot filter the system calls of media workers: pictures are not decoded");
     return worker;
 }
 
@@ -118,8 +113,9 @@ WorkerProcess::~WorkerProcess() {
     endingSignal();
 }
 
-WorkerProcess::Exchange WorkerProcess::exchange(const Request &request, std::span<const int> descriptors,
-                                                std::chrono::milliseconds deadline, Answer &answer) {
+WorkerProcess::Exchange WorkerProcess::exchange(const WorkerRequest &request,
+                                                std::span<const int> descriptors,
+                                                std::chrono::milliseconds deadline, WorkerAnswer &answer) {
     usable = false;
     if (!sendPacket(socket.get(), request, descriptors))
         return Exchange::notDelivered;
@@ -141,10 +137,7 @@ int WorkerProcess::endingSignal() {
     // ending.
     kill(process, SIGKILL);
     int status = 0;
-    pid_t waited = 0;
-    do
-        waited = waitpid(process, &status, 0);
-    while (waited < 0 && errno == EINTR);
+    const pid_t waited = retryInterrupted([&] { return waitpid(process, &status, 0); });
     signal = waited == process && WIFSIGNALED(status) ? WTERMSIG(status) : 0;
     return signal;
 }

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "hoardd/media/Protocol.h"
+#include "wickerlane/model/Result.h"
 
 namespace wickerlane::hoardd::media {
 
@@ -17,35 +18,35 @@ namespace wickerlane::hoardd::media {
 class WorkerProcess {
 public:
     enum class Mode {
-        shared, ///< one process for all requests
-        apart,  ///< a fresh process for each request
+        shared,   ///< One process for all requests.
+        isolated, ///< A new process for each request.
     };
 
-    /// Starts a worker and waits until it is ready and confined. Null on failure, with the reason. The worker
-    /// ends with the calling thread, should that end first.
-    static std::unique_ptr<WorkerProcess> start(const std::string &program, Mode mode, std::string &whyNot);
+    /// Starts a worker and waits until it is ready and confined. The worker ends with the calling thread,
+    /// should that end first.
+    [[nodiscard]] static Result<std::unique_ptr<WorkerProcess>> start(const std::string &program, Mode mode);
 
     WorkerProcess(const WorkerProcess &) = delete;
     WorkerProcess &operator=(const WorkerProcess &) = delete;
     ~WorkerProcess();
 
-    /// How an exchange ended. After anything but `answered` the worker is of no more use.
+    /// How an exchange ended. After anything but `answered` the worker can't be used again.
     enum class Exchange {
         answered,
-        notDelivered, ///< it had ended before: another worker may be asked
+        notDelivered, ///< It had ended before: another worker may be asked.
         timedOut,
-        died, ///< see endingSignal()
+        died, ///< See endingSignal().
     };
-    Exchange exchange(const Request &request, std::span<const int> descriptors,
-                      std::chrono::milliseconds deadline, Answer &answer);
+    Exchange exchange(const WorkerRequest &request, std::span<const int> descriptors,
+                      std::chrono::milliseconds deadline, WorkerAnswer &answer);
 
     /// Ends the process unless it has ended by itself; the number of the signal that ended it, or 0.
     int endingSignal();
 
     [[nodiscard]] pid_t processID() const noexcept { return process; }
     [[nodiscard]] const Hello &hello() const noexcept { return greeting; }
-    [[nodiscard]] unsigned requests() const noexcept { return requestCount; } ///< answered so far
-    [[nodiscard]] bool isUsable() const noexcept { return usable; }           ///< no exchange has gone wrong
+    [[nodiscard]] unsigned requests() const noexcept { return requestCount; } ///< Answered so far.
+    [[nodiscard]] bool isUsable() const noexcept { return usable; }           ///< No exchange has failed.
 
 private:
     WorkerProcess(pid_t child, UniqueFd end) : process(child), socket(std::move(end)) {}

@@ -40,12 +40,12 @@ void limitProcessorTime(std::uint32_t milliseconds) {
 
 // False when hoardd is gone.
 bool serveOne() {
-    Request request;
+    WorkerRequest request;
     std::vector<UniqueFd> descriptors;
     if (!receivePacket(workerSocket, request, descriptors))
         return false;
     limitProcessorTime(request.processorMilliseconds);
-    const Answer answer = handle(request, descriptors);
+    const WorkerAnswer answer = handle(request, descriptors);
     limitProcessorTime(0);
     descriptors.clear();
     return sendPacket(workerSocket, answer);

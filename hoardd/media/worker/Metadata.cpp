@@ -172,10 +172,10 @@ std::optional<double> exifDegrees(const Exiv2::ExifData &exif, const char *tag) 
 
 // A coordinate without its hemisphere could be on either side of the world.
 std::optional<double> exifCoordinate(const Exiv2::ExifData &exif, const char *tag, const char *hemisphereTag,
-                                     char positive, char negative, double most) {
+                                     char positive, char negative, double maxDegrees) {
     const std::string hemisphere = exifText(exif, {hemisphereTag});
     const auto degrees = exifDegrees(exif, tag);
-    if (!degrees || *degrees > most || hemisphere.empty())
+    if (!degrees || *degrees > maxDegrees || hemisphere.empty())
         return std::nullopt;
     if (hemisphere.front() == positive)
         return *degrees;
@@ -185,7 +185,8 @@ std::optional<double> exifCoordinate(const Exiv2::ExifData &exif, const char *ta
 }
 
 // "48,51.5N" or "48,51,30N".
-std::optional<double> xmpCoordinate(const std::string &text, char positive, char negative, double most) {
+std::optional<double> xmpCoordinate(const std::string &text, char positive, char negative,
+                                    double maxDegrees) {
     Scanner scanner(text);
     double degrees = 0;
     double minutes = 0;
@@ -195,7 +196,7 @@ std::optional<double> xmpCoordinate(const std::string &text, char positive, char
     if (scanner.oneOf(",") && !scanner.number(seconds))
         return std::nullopt;
     degrees += minutes / 60 + seconds / 3600;
-    if (minutes >= 60.5 || seconds >= 60.5 || degrees > most || scanner.remaining().size() != 1)
+    if (minutes >= 60.5 || seconds >= 60.5 || degrees > maxDegrees || scanner.remaining().size() != 1)
         return std::nullopt;
     const char hemisphere = scanner.remaining().front();
     if (hemisphere != positive && hemisphere != negative)

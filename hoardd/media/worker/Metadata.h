@@ -27,8 +27,8 @@ public:
     [[nodiscard]] bool isRaw() const;
     /// Width and height in pixels, as stored; 0 where the file does not say or says nonsense.
     [[nodiscard]] std::pair<std::uint32_t, std::uint32_t> size() const;
-    /// A JPEG, not yet looked into: the smallest preview whose longest side is at least `maxSide`, else,
-    /// or for 0, the largest. Empty when the file carries none.
+    /// A JPEG that has not been decoded yet: the smallest preview whose longer side has `maxSide` pixels or
+    /// more; the largest when none has, or for 0. Empty when the file carries none.
     [[nodiscard]] std::vector<std::byte> preview(std::uint32_t maxSide) const;
 
 private:

@@ -53,9 +53,9 @@ const PictureReader &PictureFile::open(std::uint32_t maxSide) {
     }
     if (size.first == 0 || size.second == 0)
         size = {reader->width(), reader->height()};
-    const bool lies = known.orientation >= 5;
-    known.width = lies ? size.second : size.first;
-    known.height = lies ? size.first : size.second;
+    const bool isSideways = known.orientation >= 5;
+    known.width = isSideways ? size.second : size.first;
+    known.height = isSideways ? size.first : size.second;
     return *reader;
 }
 

@@ -19,8 +19,8 @@ public:
     /// The size is known once the picture has been opened.
     [[nodiscard]] const PictureFacts &facts() const noexcept { return known; }
 
-    /// What decodes the picture, with its header read; of a raw file, the preview that suits pictures of that
-    /// longest side (0: the largest). Throws MediaError. It lives as long as this object; once only.
+    /// What decodes the picture, with its header read; of a raw file, the preview that suits pictures of
+    /// that size (0: the largest). Throws MediaError. It lives as long as this object. Call it once.
     const PictureReader &open(std::uint32_t maxSide);
 
     /// A thumbnail of the small preview in the file, upright, with the picture's proportions; null when there

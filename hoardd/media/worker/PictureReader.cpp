@@ -107,7 +107,7 @@ PictureReader::PictureReader(std::span<const std::byte> file, MediaFormat format
         storedWidth = static_cast<std::uint32_t>(width);
         storedHeight = static_cast<std::uint32_t>(height);
         checkSize(storedWidth, storedHeight);
-        // Two bytes a coefficient, at most one coefficient a pixel and colour.
+        // Two bytes a coefficient, and no more than one coefficient a pixel and colour.
         const std::uint64_t samples = subsampling == TJSAMP_GRAY ? 2 : subsampling == TJSAMP_444 ? 6 : 4;
         if (isProgressive(bytes) && samples * storedWidth * storedHeight > pictureLimits.memoryBytes / 4 * 3)
             throw MediaError(MediaFailure::tooLarge,
@@ -202,8 +202,8 @@ Image PictureReader::picture(std::uint32_t maxSide, std::uint32_t orientation) c
 }
 
 Image shrunk(VipsImage *image, std::uint32_t maxSide) {
-    const int longest = std::max(vips_image_get_width(image), vips_image_get_height(image));
-    const double scale = std::min(1.0, static_cast<double>(maxSide) / longest);
+    const int longerSide = std::max(vips_image_get_width(image), vips_image_get_height(image));
+    const double scale = std::min(1.0, static_cast<double>(maxSide) / longerSide);
     // Averages as far as whole steps go, and filters only the rest of the way: half the work, to the same
     // eye.
     return inMemory(

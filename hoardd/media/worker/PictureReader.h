@@ -16,14 +16,14 @@ public:
     /// Reads the header. Throws MediaError when it cannot be read, or promises too much.
     PictureReader(std::span<const std::byte> file, MediaFormat format);
 
-    [[nodiscard]] std::uint32_t width() const noexcept { return storedWidth; }   ///< as stored, not turned
-    [[nodiscard]] std::uint32_t height() const noexcept { return storedHeight; } ///< as stored, not turned
+    [[nodiscard]] std::uint32_t width() const noexcept { return storedWidth; }   ///< As stored, not turned.
+    [[nodiscard]] std::uint32_t height() const noexcept { return storedHeight; } ///< As stored, not turned.
 
-    /// The picture in sRGB, turned upright, without alpha (white shows through), its longest side at most
+    /// The picture in sRGB, turned upright, without alpha (white shows through), its sides limited to
     /// `maxSide`; in memory, so that smaller ones can be made from it.
     [[nodiscard]] Image thumbnail(std::uint32_t maxSide, std::uint32_t orientation) const;
 
-    /// The picture with its own colours and profile, turned upright; its longest side at most `maxSide`,
+    /// The picture with its own colours and profile, turned upright; its sides limited to `maxSide`,
     /// or as stored for 0. Colours that are not RGB or grey become sRGB.
     [[nodiscard]] Image picture(std::uint32_t maxSide, std::uint32_t orientation) const;
 
@@ -33,12 +33,12 @@ private:
 
     std::span<const std::byte> bytes;
     Image header;
-    bool isPlainJpeg = false; ///< a JPEG of grey or ordinary colour
+    bool isPlainJpeg = false; ///< A JPEG of grey or ordinary colour.
     std::uint32_t storedWidth = 0;
     std::uint32_t storedHeight = 0;
 };
 
-/// An image made smaller, so that its longest side is at most `maxSide`; in memory.
+/// An image made smaller, so that its sides are no longer than `maxSide`; in memory.
 [[nodiscard]] Image shrunk(VipsImage *image, std::uint32_t maxSide);
 
 } // namespace wickerlane::hoardd::media

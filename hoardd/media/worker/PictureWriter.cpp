@@ -57,8 +57,8 @@ Image withRedFirst(VipsImage *image) {
 
 void writePicture(VipsImage *image, int output, MediaFormat format, std::uint32_t quality,
                   bool keepsProfile) {
-    const int most = format == MediaFormat::webp ? 16'383 : static_cast<int>(pictureLimits.side);
-    if (vips_image_get_width(image) > most || vips_image_get_height(image) > most)
+    const int maxSide = format == MediaFormat::webp ? 16'383 : static_cast<int>(pictureLimits.side);
+    if (vips_image_get_width(image) > maxSide || vips_image_get_height(image) > maxSide)
         throw MediaError(MediaFailure::tooLarge,
                          std::string("the picture is too large for ") + mediaFormatName(format));
     const Target target(vips_target_new_to_descriptor(output));

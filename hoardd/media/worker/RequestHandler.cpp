@@ -16,48 +16,9 @@ namespace wickerlane::hoardd::media {
 
 namespace {
 
+using Kind = WorkerRequest::Kind;
+
 constexpr std::uint32_t thumbnailQuality = 85;
-
-template <std::size_t size>
-void copyText(std::string_view text, std::array<char, size> &out) {
-    out.fill('\0');
-    std::copy_n(text.begin(), std::min(text.size(), size - 1), out.begin());
-}
-
-void put(const PictureFacts &facts, Answer &answer) {
-    answer.format = facts.format;
-    answer.width = facts.width;
-    answer.height = facts.height;
-    answer.orientation = facts.orientation;
-    if (facts.captureDate) {
-        answer.hasDate = 1;
-        answer.dateSeconds = facts.captureDate->seconds;
-        answer.dateNanoseconds = facts.captureDate->nanoseconds;
-        answer.hasZone = facts.captureDate->zoneMinutes ? 1 : 0;
-        answer.zoneMinutes = facts.captureDate->zoneMinutes.value_or(0);
-    }
-    if (facts.place) {
-        answer.hasPlace = 1;
-        answer.latitude = facts.place->latitude;
-        answer.longitude = facts.place->longitude;
-    }
-    copyText(facts.cameraMake, answer.cameraMake);
-    copyText(facts.cameraModel, answer.cameraModel);
-    if (!facts.video)
-        return;
-    answer.isVideo = 1;
-    answer.seconds = facts.video->seconds;
-    answer.frameRate = facts.video->frameRate;
-    answer.rotation = facts.video->rotation;
-    answer.trackCount = facts.video->trackCount;
-    answer.audioChannels = facts.video->audioChannels;
-    answer.audioSampleRate = facts.video->audioSampleRate;
-    answer.videoBitRate = facts.video->videoBitRate;
-    answer.audioBitRate = facts.video->audioBitRate;
-    copyText(facts.video->container, answer.container);
-    copyText(facts.video->videoCodec, answer.videoCodec);
-    copyText(facts.video->audioCodec, answer.audioCodec);
-}
 
 // Told by its first bytes: a video may be far larger than what is mapped of a picture.
 bool isVideo(int descriptor) {
@@ -69,7 +30,8 @@ bool isVideo(int descriptor) {
 
 // Each is made from the next larger one; `first` makes the largest, of the size that it is given.
 template <class First>
-void writeThumbnails(const Request &request, std::span<const UniqueFd> descriptors, const First &first) {
+void writeThumbnails(const WorkerRequest &request, std::span<const UniqueFd> descriptors,
+                     const First &first) {
     std::vector<std::uint32_t> largestFirst(request.thumbnailCount);
     std::iota(largestFirst.begin(), largestFirst.end(), 0U);
     std::ranges::sort(largestFirst, std::greater(),
@@ -82,27 +44,25 @@ void writeThumbnails(const Request &request, std::span<const UniqueFd> descripto
     }
 }
 
-void probeVideo(const Request &request, std::span<const UniqueFd> descriptors, Answer &answer) {
+void probeVideo(const WorkerRequest &request, std::span<const UniqueFd> descriptors, WorkerAnswer &answer) {
     VideoReader reader(descriptors[0].get());
-    PictureFacts facts;
-    facts.format = MediaFormat::video;
-    reader.readFacts(facts);
-    put(facts, answer);
+    answer.facts.format = MediaFormat::video;
+    reader.readFacts(answer.facts);
     writeThumbnails(request, descriptors,
                     [&](std::uint32_t side) { return shrunk(reader.poster().get(), side); });
 }
 
 // Of a video, the facts alone: none carries a preview.
-void examine(const Request &request, std::span<const UniqueFd> descriptors, Answer &answer) {
+void examine(const WorkerRequest &request, std::span<const UniqueFd> descriptors, WorkerAnswer &answer) {
     if (isVideo(descriptors[0].get())) {
-        Request factsOnly = request;
+        WorkerRequest factsOnly = request;
         factsOnly.thumbnailCount = 0;
         return probeVideo(factsOnly, descriptors, answer);
     }
     PictureFile file(descriptors[0].get());
-    put(file.facts(), answer);
+    answer.facts = file.facts();
     static_cast<void>(file.open(0));
-    put(file.facts(), answer);
+    answer.facts = file.facts();
     const auto sides = std::span(request.thumbnailSides).first(request.thumbnailCount);
     if (sides.empty())
         return;
@@ -119,22 +79,22 @@ void examine(const Request &request, std::span<const UniqueFd> descriptors, Answ
     }
 }
 
-void probe(const Request &request, std::span<const UniqueFd> descriptors, Answer &answer) {
+void probe(const WorkerRequest &request, std::span<const UniqueFd> descriptors, WorkerAnswer &answer) {
     if (isVideo(descriptors[0].get()))
         return probeVideo(request, descriptors, answer);
     PictureFile file(descriptors[0].get());
-    put(file.facts(), answer);
+    answer.facts = file.facts();
     const auto sides = std::span(request.thumbnailSides).first(request.thumbnailCount);
     const PictureReader &reader = file.open(sides.empty() ? 0 : *std::ranges::max_element(sides));
-    put(file.facts(), answer);
+    answer.facts = file.facts();
     writeThumbnails(request, descriptors,
                     [&](std::uint32_t side) { return reader.thumbnail(side, file.facts().orientation); });
 }
 
-void fingerprint(std::span<const UniqueFd> descriptors, Answer &answer) {
+void fingerprint(std::span<const UniqueFd> descriptors, WorkerAnswer &answer) {
     PictureFile file(descriptors[0].get());
-    constexpr std::uint32_t enough = 256; // pixels a side: thumbnails have no more
-    const Image image = file.open(enough).thumbnail(enough, file.facts().orientation);
+    constexpr std::uint32_t maxSide = 256; // small thumbnails have no more pixels
+    const Image image = file.open(maxSide).thumbnail(maxSide, file.facts().orientation);
     const auto width = static_cast<std::uint32_t>(vips_image_get_width(image.get()));
     const auto height = static_cast<std::uint32_t>(vips_image_get_height(image.get()));
     const auto channels = static_cast<std::uint32_t>(vips_image_get_bands(image.get()));
@@ -142,66 +102,63 @@ void fingerprint(std::span<const UniqueFd> descriptors, Answer &answer) {
     if (pixels == nullptr || vips_image_get_format(image.get()) != VIPS_FORMAT_UCHAR ||
         (channels != 1 && channels != 3))
         throw MediaError(MediaFailure::damaged, "the picture has unusual colours");
-    const auto found =
+    answer.fingerprint =
         fingerprintOf({{pixels, std::size_t{width} * height * channels}, width, height, channels});
-    if (!found)
-        return;
-    answer.hasFingerprint = 1;
-    answer.differenceHash = found->difference;
-    answer.frequencyHash = found->frequency;
 }
 
-void writeRendered(const Request &request, VipsImage *image, int output, Answer &answer) {
-    writePicture(image, output, request.format, request.quality, true);
-    answer.format = request.format;
-    answer.width = static_cast<std::uint32_t>(vips_image_get_width(image));
-    answer.height = static_cast<std::uint32_t>(vips_image_get_height(image));
+void writeRendered(const WorkerRequest &request, VipsImage *image, int output, WorkerAnswer &answer) {
+    writePicture(image, output, request.settings.format, request.settings.quality, true);
+    answer.facts.format = request.settings.format;
+    answer.facts.width = static_cast<std::uint32_t>(vips_image_get_width(image));
+    answer.facts.height = static_cast<std::uint32_t>(vips_image_get_height(image));
 }
 
-void render(const Request &request, std::span<const UniqueFd> descriptors, Answer &answer) {
+void render(const WorkerRequest &request, std::span<const UniqueFd> descriptors, WorkerAnswer &answer) {
     if (isVideo(descriptors[0].get())) {
         const Image frame = VideoReader(descriptors[0].get()).poster();
-        const Image image = request.maxSide != 0 ? shrunk(frame.get(), request.maxSide) : Image(nullptr);
+        const Image image =
+            request.settings.maxSide != 0 ? shrunk(frame.get(), request.settings.maxSide) : Image(nullptr);
         return writeRendered(request, image ? image.get() : frame.get(), descriptors[1].get(), answer);
     }
     PictureFile file(descriptors[0].get());
-    const Image image = file.open(request.maxSide).picture(request.maxSide, file.facts().orientation);
+    const Image image =
+        file.open(request.settings.maxSide).picture(request.settings.maxSide, file.facts().orientation);
     writeRendered(request, image.get(), descriptors[1].get(), answer);
 }
 
-void encode(const Request &request, std::span<const UniqueFd> descriptors, Answer &answer) {
-    const SurfacePixels surface{-1, request.surfaceWidth, request.surfaceHeight, request.surfaceFormat,
-                                request.surfaceBytesPerRow};
+void encode(const WorkerRequest &request, std::span<const UniqueFd> descriptors, WorkerAnswer &answer) {
+    const SurfacePixels &surface = request.surface;
     const MappedFile pixels(descriptors[0].get());
     if (pixels.bytes().size() / surface.bytesPerRow < surface.height)
         throw MediaError(MediaFailure::badRequest, "the memory is smaller than the surface says");
     const Image image = imageOfSurface(pixels.bytes().data(), surface);
-    writePicture(image.get(), descriptors[1].get(), request.format, request.quality, false);
-    answer.format = request.format;
-    answer.width = request.surfaceWidth;
-    answer.height = request.surfaceHeight;
+    writePicture(image.get(), descriptors[1].get(), request.settings.format, request.settings.quality, false);
+    answer.facts.format = request.settings.format;
+    answer.facts.width = surface.width;
+    answer.facts.height = surface.height;
 }
 
-void handleOrThrow(const Request &request, std::span<const UniqueFd> descriptors, Answer &answer) {
-    const bool probes = request.kind == RequestKind::probe || request.kind == RequestKind::examine;
-    const std::size_t expected = request.kind == RequestKind::selfTest      ? 0
-                                 : request.kind == RequestKind::fingerprint ? 1
-                                 : probes                                   ? 1 + request.thumbnailCount
-                                                                            : 2;
-    if (request.thumbnailCount > mostThumbnails || descriptors.size() != expected)
+void handleOrThrow(const WorkerRequest &request, std::span<const UniqueFd> descriptors,
+                   WorkerAnswer &answer) {
+    const bool probes = request.kind == Kind::probe || request.kind == Kind::examine;
+    const std::size_t expected = request.kind == Kind::selfTest      ? 0
+                                 : request.kind == Kind::fingerprint ? 1
+                                 : probes                            ? 1 + request.thumbnailCount
+                                                                     : 2;
+    if (request.thumbnailCount > maxThumbnails || descriptors.size() != expected)
         throw MediaError(MediaFailure::badRequest, "the request has the wrong descriptors");
     switch (request.kind) {
-    case RequestKind::examine:
+    case Kind::examine:
         return examine(request, descriptors, answer);
-    case RequestKind::probe:
+    case Kind::probe:
         return probe(request, descriptors, answer);
-    case RequestKind::fingerprint:
+    case Kind::fingerprint:
         return fingerprint(descriptors, answer);
-    case RequestKind::render:
+    case Kind::render:
         return render(request, descriptors, answer);
-    case RequestKind::encode:
+    case Kind::encode:
         return encode(request, descriptors, answer);
-    case RequestKind::selfTest:
+    case Kind::selfTest:
         if (const std::string breach = confinementBreach(); !breach.empty())
             throw MediaError(MediaFailure::unavailable, "the worker " + breach);
         return;
@@ -209,9 +166,9 @@ void handleOrThrow(const Request &request, std::span<const UniqueFd> descriptors
     throw MediaError(MediaFailure::badRequest, "the request is unknown");
 }
 
-void fail(Answer &answer, MediaFailure failure, std::string_view reason) {
+void fail(WorkerAnswer &answer, MediaFailure failure, std::string_view reason) {
     answer.failure = failure;
-    copyText(reason, answer.reason);
+    answer.reason = reason;
 }
 
 } // namespace
@@ -231,8 +188,8 @@ bool prepareHandling(const char *program) {
     return true;
 }
 
-Answer handle(const Request &request, std::span<const UniqueFd> descriptors) {
-    Answer answer;
+WorkerAnswer handle(const WorkerRequest &request, std::span<const UniqueFd> descriptors) {
+    WorkerAnswer answer;
     try {
         handleOrThrow(request, descriptors, answer);
     } catch (const MediaError &error) {

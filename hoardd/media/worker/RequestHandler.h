@@ -13,7 +13,7 @@ namespace wickerlane::hoardd::media {
 bool prepareHandling(const char *program);
 
 /// Never throws; what goes wrong is in the answer.
-Answer handle(const Request &request, std::span<const UniqueFd> descriptors);
+WorkerAnswer handle(const WorkerRequest &request, std::span<const UniqueFd> descriptors);
 
 } // namespace wickerlane::hoardd::media
 

@@ -25,9 +25,9 @@ namespace wickerlane::hoardd::media {
 namespace {
 
 constexpr int ioBufferBytes = 64 << 10;
-constexpr int mostStreams = 64;
-constexpr int mostPackets = 2'000; // looked at for one frame
-constexpr std::uint64_t mostPixels = 64'000'000;
+constexpr int maxStreams = 64;
+constexpr int maxPackets = 2'000; // looked at for one frame
+constexpr std::uint64_t maxPixels = 64'000'000;
 
 [[noreturn]] void fail(MediaFailure failure, const char *what, int error = 0) {
     std::string reason = what;
@@ -184,7 +184,7 @@ VideoReader::VideoReader(int descriptor) : state(std::make_unique<State>(descrip
     if (buffer == nullptr || state->io == nullptr || state->format == nullptr)
         throw std::bad_alloc();
     state->format->pb = state->io;
-    state->format->max_streams = mostStreams;
+    state->format->max_streams = maxStreams;
     // Nothing that a file names is opened: playlists and references stay what they are.
     state->format->flags |= AVFMT_FLAG_CUSTOM_IO;
     av_opt_set(state->format, "protocol_whitelist", "", 0);
@@ -202,7 +202,7 @@ VideoReader::VideoReader(int descriptor) : state(std::make_unique<State>(descrip
     if (parameters.width <= 0 || parameters.height <= 0)
         fail(MediaFailure::damaged, "the video says no size");
     if (static_cast<std::uint64_t>(parameters.width) * static_cast<std::uint64_t>(parameters.height) >
-        mostPixels)
+        maxPixels)
         fail(MediaFailure::tooLarge, "the video has more pixels than are allowed");
 }
 
@@ -232,9 +232,9 @@ void VideoReader::readFacts(PictureFacts &facts) const {
         const auto all = static_cast<std::uint64_t>(static_cast<double>(state->length) * 8 / video.seconds);
         video.videoBitRate = all > video.audioBitRate ? all - video.audioBitRate : 0;
     }
-    const bool lies = video.rotation % 180 != 0;
-    facts.width = static_cast<std::uint32_t>(lies ? picture.height : picture.width);
-    facts.height = static_cast<std::uint32_t>(lies ? picture.width : picture.height);
+    const bool isSideways = video.rotation % 180 != 0;
+    facts.width = static_cast<std::uint32_t>(isSideways ? picture.height : picture.width);
+    facts.height = static_cast<std::uint32_t>(isSideways ? picture.width : picture.height);
     facts.orientation = 1;
     facts.captureDate = dateOf(tag(format.metadata, "creation_time"));
     facts.place = placeOf(tag(format.metadata, "location"));
@@ -252,7 +252,7 @@ Frame VideoReader::State::decodeFrameNear(double second) {
     if (!codec || !packet || !frame || avcodec_parameters_to_context(codec.get(), video->codecpar) < 0)
         throw std::bad_alloc();
     codec->thread_count = 1;
-    codec->max_pixels = static_cast<std::int64_t>(mostPixels);
+    codec->max_pixels = static_cast<std::int64_t>(maxPixels);
     if (const int error = avcodec_open2(codec.get(), decoder, nullptr); error < 0)
         fail(MediaFailure::damaged, "the video can't be decoded", error);
     const std::int64_t start = video->start_time != AV_NOPTS_VALUE ? video->start_time : 0;
@@ -260,7 +260,7 @@ Frame VideoReader::State::decodeFrameNear(double second) {
     if (second > 0)
         av_seek_frame(format, video->index, wanted, AVSEEK_FLAG_BACKWARD);
     int error = 0;
-    for (int count = 0; count < mostPackets; ++count) {
+    for (int count = 0; count < maxPackets; ++count) {
         error = av_read_frame(format, packet.get());
         const bool ended = error < 0;
         if (!ended && packet->stream_index != video->index) {
@@ -280,7 +280,7 @@ Frame VideoReader::State::decodeFrameNear(double second) {
 Image VideoReader::State::imageOf(const AVFrame &frame) const {
     const std::uint64_t pixels = static_cast<std::uint64_t>(std::max(frame.width, 0)) *
                                  static_cast<std::uint64_t>(std::max(frame.height, 0));
-    if (pixels == 0 || pixels > mostPixels)
+    if (pixels == 0 || pixels > maxPixels)
         fail(MediaFailure::tooLarge, "the video has more pixels than are allowed");
     const Scaler scaler(sws_getContext(frame.width, frame.height, static_cast<AVPixelFormat>(frame.format),
                                        frame.width, frame.height, AV_PIX_FMT_RGB24, SWS_BILINEAR, nullptr,

@@ -21,7 +21,7 @@ using wickerlane::test::Bytes;
 inline MediaWorkersOptions testOptions(unsigned workers = 1) {
     MediaWorkersOptions options;
     options.program = MEDIA_WORKER;
-    options.workers = workers;
+    options.maxWorkers = workers;
     // Machines under load, and sanitizers, take their time; tests of the limits set their own.
     options.processorTime = std::chrono::seconds(60);
     options.deadline = std::chrono::seconds(100);

@@ -40,7 +40,7 @@ protected:
 TEST_F(Pictures, ThumbnailsAreUprightWithTheLongestSideAsAsked) {
     struct Case {
         std::uint16_t orientation;
-        bool lies;
+        bool isSideways;
         const char *corners;
     };
     // As stored the corners are RGBY. What an orientation does to them is laid down by EXIF.
@@ -54,14 +54,14 @@ TEST_F(Pictures, ThumbnailsAreUprightWithTheLongestSideAsAsked) {
         exif.bigEndian = expected.orientation % 2 == 0;
         const ProbeResult result = probe(jpegOf(fourCorners(1200, 800), exif), {64, 300});
         ASSERT_TRUE(result.succeeded()) << result.reason;
-        EXPECT_EQ(result.facts.width, expected.lies ? 800U : 1200U);
-        EXPECT_EQ(result.facts.height, expected.lies ? 1200U : 800U);
+        EXPECT_EQ(result.facts.width, expected.isSideways ? 800U : 1200U);
+        EXPECT_EQ(result.facts.height, expected.isSideways ? 1200U : 800U);
         EXPECT_EQ(result.facts.orientation, expected.orientation % 9 == 0 ? 1U : expected.orientation);
         for (const std::size_t index : {0U, 1U}) {
             const Pixels made = thumbnail(index);
             EXPECT_EQ(std::max(made.width, made.height), index == 0 ? 64U : 300U);
             EXPECT_EQ(std::min(made.width, made.height), index == 0 ? 43U : 200U);
-            EXPECT_EQ(made.height > made.width, expected.lies);
+            EXPECT_EQ(made.height > made.width, expected.isSideways);
             EXPECT_EQ(cornersOf(made), expected.corners);
         }
     }

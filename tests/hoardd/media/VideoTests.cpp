@@ -54,7 +54,7 @@ TEST_F(Videos, SayWhatTheyAreAndShowAFrame) {
         EXPECT_NEAR(result.facts.video->seconds, 2, 0.2);
         EXPECT_NEAR(result.facts.video->frameRate, 10, 0.5);
         EXPECT_EQ(result.facts.video->videoCodec, each.codec);
-        EXPECT_THAT(result.facts.video->container, testing::HasSubstr(each.container));
+        EXPECT_THAT(std::string(result.facts.video->container), testing::HasSubstr(each.container));
         EXPECT_EQ(result.facts.video->trackCount, 2U);
         EXPECT_EQ(result.facts.video->audioChannels, 1U);
         EXPECT_EQ(result.facts.captureDate.has_value(), each.name == std::string_view("a.mp4"));

@@ -219,7 +219,7 @@ TEST(MediaWorkers, SaysWhenNoWorkerCanBeHad) {
             EXPECT_EQ(result.failure, MediaFailure::unavailable);
             EXPECT_THAT(result.reason, ::testing::HasSubstr(program));
         }
-        EXPECT_EQ(pool.status().trouble.empty(), false);
+        EXPECT_EQ(pool.status().problem.empty(), false);
     }
 }
 
