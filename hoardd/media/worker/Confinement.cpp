@@ -1,12 +1,10 @@
 #include "hoardd/media/worker/Confinement.h"
 
 #include <fcntl.h>
-#include <linux/audit.h>
-#include <linux/filter.h>
 #include <linux/landlock.h>
-#include <linux/seccomp.h>
 #include <malloc.h>
 #include <sched.h>
+#include <seccomp.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
@@ -15,16 +13,10 @@
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <charconv>
 #include <csignal>
-#include <cstddef>
-#include <vector>
-
-#if defined(__x86_64__)
-#define WORKER_ARCHITECTURE AUDIT_ARCH_X86_64
-#elif defined(__aarch64__)
-#define WORKER_ARCHITECTURE AUDIT_ARCH_AARCH64
-#endif
+#include <memory>
 
 // The sanitizers reserve terabytes of addresses for themselves.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
@@ -37,8 +29,8 @@ namespace wickerlane::hoardd::media {
 
 namespace {
 
-void limit(int resource, rlim_t most) {
-    const rlimit limits{most, most};
+void limit(int resource, rlim_t max) {
+    const rlimit limits{max, max};
     setrlimit(static_cast<__rlimit_resource>(resource), &limits);
 }
 
@@ -80,87 +72,86 @@ std::uint32_t landlock() {
     return restricted == 0 ? static_cast<std::uint32_t>(version) : 0;
 }
 
-#ifdef WORKER_ARCHITECTURE
+struct ReleaseFilter {
+    void operator()(scmp_filter_ctx filter) const noexcept { seccomp_release(filter); }
+};
 
-constexpr std::uint32_t low32(std::size_t argument) {
-    return static_cast<std::uint32_t>(offsetof(seccomp_data, args) + argument * sizeof(std::uint64_t));
-}
+// What decoding takes. Names that an architecture does not have mean nothing there.
+constexpr int allowedCalls[] = {
+    SCMP_SYS(read),
+    SCMP_SYS(pread64),
+    SCMP_SYS(write),
+    SCMP_SYS(writev),
+    SCMP_SYS(pwrite64),
+    SCMP_SYS(lseek),
+    SCMP_SYS(_llseek),
+    SCMP_SYS(fstat),
+    SCMP_SYS(fstat64),
+    SCMP_SYS(close),
+    SCMP_SYS(dup),
+    SCMP_SYS(recvmsg),
+    SCMP_SYS(sendmsg),
+    SCMP_SYS(mmap),
+    SCMP_SYS(mmap2),
+    SCMP_SYS(mprotect),
+    SCMP_SYS(munmap),
+    SCMP_SYS(mremap),
+    SCMP_SYS(madvise),
+    SCMP_SYS(brk),
+    SCMP_SYS(futex),
+    SCMP_SYS(futex_time64),
+    SCMP_SYS(set_robust_list),
+    SCMP_SYS(rseq),
+    SCMP_SYS(sched_yield),
+    SCMP_SYS(sched_getaffinity),
+    SCMP_SYS(sysinfo),
+    SCMP_SYS(getpid),
+    SCMP_SYS(gettid),
+    SCMP_SYS(getrandom),
+    SCMP_SYS(clock_gettime),
+    SCMP_SYS(clock_gettime64),
+    SCMP_SYS(clock_nanosleep),
+    SCMP_SYS(clock_nanosleep_time64),
+    SCMP_SYS(gettimeofday),
+    SCMP_SYS(setitimer),
+    SCMP_SYS(rt_sigaction),
+    SCMP_SYS(rt_sigprocmask),
+    SCMP_SYS(rt_sigreturn),
+    SCMP_SYS(sigaltstack),
+    SCMP_SYS(exit),
+    SCMP_SYS(exit_group),
+};
 
 // What is not allowed fails with EPERM rather than killing: libraries try things that they can do without.
 bool filterSystemCalls() {
-    std::vector<sock_filter> filter{
-        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, arch)),
-        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, WORKER_ARCHITECTURE, 1, 0),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_KILL_PROCESS),
-        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+    const std::unique_ptr<void, ReleaseFilter> owner(seccomp_init(SCMP_ACT_ERRNO(EPERM)));
+    const scmp_filter_ctx filter = owner.get();
+    if (filter == nullptr || seccomp_attr_set(filter, SCMP_FLTATR_ACT_BADARCH, SCMP_ACT_KILL_PROCESS) != 0)
+        return false;
+    for (const int call : allowedCalls)
+        if (seccomp_rule_add(filter, SCMP_ACT_ALLOW, call, 0) != 0)
+            return false;
+    const auto allowWhen = [&](int call, const scmp_arg_cmp &condition) {
+        return seccomp_rule_add(filter, SCMP_ACT_ALLOW, call, 1, condition) == 0;
     };
-    const auto answer = [&](long call, std::uint32_t action) {
-        filter.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, static_cast<std::uint32_t>(call), 0, 1));
-        filter.push_back(BPF_STMT(BPF_RET | BPF_K, action));
-    };
-    // Allows a call when the masked low half of an argument has a value.
-    const auto allowWhen = [&](long call, std::size_t argument, std::uint32_t mask, std::uint32_t value) {
-        filter.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, static_cast<std::uint32_t>(call), 0, 5));
-        filter.push_back(BPF_STMT(BPF_LD | BPF_W | BPF_ABS, low32(argument)));
-        filter.push_back(BPF_STMT(BPF_ALU | BPF_AND | BPF_K, mask));
-        filter.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, value, 0, 1));
-        filter.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW));
-        filter.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EPERM));
-    };
-    for (const long call : {SYS_read,
-                            SYS_pread64,
-                            SYS_write,
-                            SYS_writev,
-                            SYS_pwrite64,
-                            SYS_lseek,
-                            SYS_fstat,
-                            SYS_close,
-                            SYS_dup,
-                            SYS_recvmsg,
-                            SYS_sendmsg,
-                            SYS_mmap,
-                            SYS_mprotect,
-                            SYS_munmap,
-                            SYS_mremap,
-                            SYS_madvise,
-                            SYS_brk,
-                            SYS_futex,
-                            SYS_set_robust_list,
-                            SYS_rseq,
-                            SYS_sched_yield,
-                            SYS_sched_getaffinity,
-                            SYS_sysinfo,
-                            SYS_getpid,
-                            SYS_gettid,
-                            SYS_getrandom,
-                            SYS_clock_gettime,
-                            SYS_clock_nanosleep,
-                            SYS_gettimeofday,
-                            SYS_setitimer,
-                            SYS_rt_sigaction,
-                            SYS_rt_sigprocmask,
-                            SYS_rt_sigreturn,
-                            SYS_sigaltstack,
-                            SYS_exit,
-                            SYS_exit_group})
-        answer(call, SECCOMP_RET_ALLOW);
-    answer(SYS_clone3, SECCOMP_RET_ERRNO | ENOSYS);                      // the C library then uses clone
-    allowWhen(SYS_clone, 0, CLONE_THREAD, CLONE_THREAD);                 // threads, no processes
-    allowWhen(SYS_newfstatat, 3, AT_EMPTY_PATH, AT_EMPTY_PATH);          // what fstat is to the C library
-    allowWhen(SYS_tgkill, 0, ~0U, static_cast<std::uint32_t>(getpid())); // what abort does
-    filter.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EPERM));
-
-    const sock_fprog program{static_cast<unsigned short>(filter.size()), filter.data()};
-    return prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
-}
-
+    // Only the lower halves of arguments are compared: the upper ones mean nothing to these calls.
+    const auto isSelf = SCMP_A0_32(SCMP_CMP_MASKED_EQ, ~0U, static_cast<std::uint32_t>(getpid()));
+#ifdef __s390__ // whose clone takes its flags second
+    const auto isThread = SCMP_A1_32(SCMP_CMP_MASKED_EQ, CLONE_THREAD, CLONE_THREAD);
 #else
-
-bool filterSystemCalls() {
-    return false;
-}
-
+    const auto isThread = SCMP_A0_32(SCMP_CMP_MASKED_EQ, CLONE_THREAD, CLONE_THREAD);
 #endif
+    const auto hasNoPath = SCMP_A3_32(SCMP_CMP_MASKED_EQ, AT_EMPTY_PATH, AT_EMPTY_PATH);
+    const bool isComplete =
+        // The C library then uses clone, which makes threads but no processes.
+        seccomp_rule_add(filter, SCMP_ACT_ERRNO(ENOSYS), SCMP_SYS(clone3), 0) == 0 &&
+        allowWhen(SCMP_SYS(clone), isThread) &&
+        // What fstat is to the C library.
+        allowWhen(SCMP_SYS(newfstatat), hasNoPath) && allowWhen(SCMP_SYS(fstatat64), hasNoPath) &&
+        // What abort does.
+        allowWhen(SCMP_SYS(tgkill), isSelf);
+    return isComplete && seccomp_load(filter) == 0;
+}
 
 } // namespace
 
