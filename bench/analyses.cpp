@@ -19,6 +19,7 @@
 #include "bench/Quick.h"
 #include "hoardd/analysis/DuplicateStore.h"
 #include "hoardd/analysis/MomentStore.h"
+#include "wickerlane/store/AssetColumns.h"
 #include "wickerlane/store/Schema.h"
 
 using namespace wickerlane::hoardd;
@@ -30,7 +31,7 @@ namespace {
 const int rounds = bench::rounds(5);
 
 [[noreturn]] void give(const char *what, Database &database) {
-    std::fprintf(stderr, "%s: %s\n", what, database.problem().c_str());
+    std::fprintf(stderr, "%s: %s\n", what, database.problem().text.c_str());
     std::exit(1);
 }
 
@@ -144,12 +145,10 @@ void apply(Database &database, const auto &plan) {
 }
 
 std::vector<Measure> measure(const std::string &folder, std::size_t count) {
-    std::string problem;
-    auto opened =
-        Database::open(folder + '/' + std::to_string(count) + ".sqlite", Database::Access::write, problem);
+    auto opened = Database::open(folder + '/' + std::to_string(count) + ".sqlite", Database::Access::write);
     if (!opened || !wickerlane::store::layOut(*opened) || !fill(*opened, count)) {
         std::fprintf(stderr, "can't make a library: %s\n",
-                     opened ? opened->problem().c_str() : problem.c_str());
+                     (opened ? opened->problem() : opened.error()).text.c_str());
         std::exit(1);
     }
     Database &database = *opened;

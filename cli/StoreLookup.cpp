@@ -59,11 +59,10 @@ Result<Ref<store::ManagedAlbum>> findAlbum(store::ObjectStore &store, const std:
 }
 
 Result<store::AnalysisReader> openAnalyses(const store::ObjectStore &store) {
-    std::string problem;
-    auto reader = store::AnalysisReader::open(store.paths(), problem);
+    auto reader = store::AnalysisReader::open(store.paths());
     if (!reader)
-        return failToReadStore(problem);
-    return std::move(*reader);
+        return failToReadStore(reader.error().text);
+    return reader;
 }
 
 } // namespace wickerlane::cli

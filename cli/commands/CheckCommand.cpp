@@ -61,11 +61,11 @@ Result<store::CheckReport> runCheck(const store::LibraryPaths &paths, const Opti
         progress->advance(done - shown);
         shown = done;
     };
-    std::string problem;
-    auto report = store::checkLibrary(paths, wanted, problem);
+    auto report = store::checkLibrary(paths, wanted);
     if (!report)
-        return fail(ProblemKind::damagedStore, fmt::format("the library can't be checked: {}", problem));
-    return std::move(*report);
+        return fail(ProblemKind::damagedStore,
+                    fmt::format("the library can't be checked: {}", report.error().text));
+    return report;
 }
 
 JSON describe(const store::CheckReport &report, std::size_t repaired) {

@@ -98,7 +98,7 @@ Result<ExitCode> duplicates(const Options &options) {
         return passOn(reader);
     const auto groups = reader->duplicates();
     if (!groups)
-        return failToReadStore(reader->problem());
+        return failToReadStore(groups.error().text);
     printGroups(**store, *groups, options);
     if (reader->areDuplicatesComplete().value_or(false))
         return ExitCode::success;

@@ -37,7 +37,7 @@ Result<ExitCode> feed(const Options &options) {
         return passOn(reader);
     const auto entries = reader->cloudFeed();
     if (!entries)
-        return failToReadStore(reader->problem());
+        return failToReadStore(entries.error().text);
     JSON all = JSON::array();
     Table table({{"FROM"}, {"TO"}, {"ASSETS", Table::Align::right}, {"ALBUM"}});
     for (const store::FeedEntryRecord &entry : *entries) {

@@ -143,7 +143,7 @@ Array *BulletinBoard::current(std::string &problem) const {
     while (rows.next())
         all->append(describe(readRecord(rows)).get());
     if (rows.failed()) {
-        problem = database->problem();
+        problem = database->problem().text;
         return nullptr;
     }
     return autorelease(std::move(all));

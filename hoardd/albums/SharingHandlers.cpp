@@ -40,7 +40,7 @@ Result<Answer> answerWithRow(Library &library, const char *query, const Value &k
     if (row.bind(key).next())
         put(answer, row);
     if (row.failed())
-        return fail(ProblemKind::failed, database->problem());
+        return fail(database->problem());
     return answer;
 }
 

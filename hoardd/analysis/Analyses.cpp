@@ -23,22 +23,6 @@ constexpr std::size_t mostPerCommit = 64;
 /// Plans that are made while others write may be overtaken; after so many, one is made while they wait.
 constexpr int mostTries = 3;
 
-/// Sees a database as it is at one time.
-class SteadyView {
-public:
-    explicit SteadyView(Database &opened) : database(opened), isOpen(opened.execute("BEGIN")) {}
-    SteadyView(const SteadyView &) = delete;
-    SteadyView &operator=(const SteadyView &) = delete;
-    ~SteadyView() {
-        if (isOpen)
-            static_cast<void>(database.execute("COMMIT"));
-    }
-
-private:
-    Database &database;
-    bool isOpen;
-};
-
 /// Reads with `read`, which gives an optional, over a connection of its own. Nothing, with the reason, on
 /// failure.
 template <class Read>
@@ -47,9 +31,9 @@ auto readSteadily(const Library &library, std::string &problem, const Read &read
     auto database = openReader(library, problem);
     if (!database)
         return result;
-    const SteadyView view(*database);
+    const sqlite::Snapshot snapshot(*database);
     result = read(*database);
-    problem = result ? std::string() : database->problem();
+    problem = result ? std::string() : database->problem().text;
     return result;
 }
 

@@ -62,11 +62,12 @@ Result<Answer> resetDupesAnalysis(Library &library, const Call &) {
 }
 
 Result<Answer> hasCompletedMomentAnalysis(Library &library, const Call &) {
-    std::string problem;
-    auto reader = store::AnalysisReader::open(library.paths(), problem);
-    const auto complete = reader ? reader->areMomentsComplete() : std::nullopt;
+    auto reader = store::AnalysisReader::open(library.paths());
+    if (!reader)
+        return passOn(reader);
+    const auto complete = reader->areMomentsComplete();
     if (!complete)
-        return fail(ProblemKind::failed, reader ? reader->problem() : problem);
+        return passOn(complete);
     return Answer().set(keys::isComplete, *complete);
 }
 

@@ -48,11 +48,7 @@ Library::Library(UniqueFd held, std::unique_ptr<Store> writer, Ref<store::Object
 }
 
 Result<sqlite::Database> Library::openReader() const {
-    std::string problem;
-    auto database = sqlite::Database::open(paths().database(), sqlite::Database::Access::read, problem);
-    if (!database)
-        return fail(ProblemKind::failed, problem, paths().database());
-    return *std::move(database);
+    return sqlite::Database::open(paths().database(), sqlite::Database::Access::read);
 }
 
 Result<std::unique_ptr<Library>> Library::open(const store::LibraryPaths &paths) {

@@ -1,6 +1,7 @@
 #include "hoardd/library/Store.h"
 
 #include "wickerlane/platform/object/Number.h"
+#include "wickerlane/store/AssetColumns.h"
 #include "wickerlane/store/Schema.h"
 
 namespace wickerlane::hoardd {
@@ -10,7 +11,7 @@ using sqlite::Database;
 namespace {
 
 Failure failedOn(const Database &database) {
-    return fail(ProblemKind::failed, database.problem());
+    return fail(database.problem());
 }
 
 /// Lays out a new database, or takes the steps that an older one lacks.
@@ -43,10 +44,9 @@ Result<> prepare(Database &database) {
 } // namespace
 
 Result<std::unique_ptr<Store>> Store::open(const store::LibraryPaths &paths) {
-    std::string problem;
-    auto database = Database::open(paths.database(), Database::Access::write, problem);
+    auto database = Database::open(paths.database(), Database::Access::write);
     if (!database)
-        return fail(ProblemKind::failed, problem, paths.database());
+        return passOn(database);
     if (const auto prepared = prepare(*database); !prepared)
         return fail(prepared.error().kind, "can't open " + paths.database() + ": " + prepared.error().text,
                     paths.database());

@@ -55,7 +55,7 @@ Result<std::vector<std::string>> sharedAssetsWithThumbnails(Database &database) 
     while (rows.next())
         uuids.emplace_back(rows.text(0));
     if (rows.failed())
-        return fail(ProblemKind::damagedStore, database.problem());
+        return fail(database.problem());
     return uuids;
 }
 

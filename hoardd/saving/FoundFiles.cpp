@@ -67,10 +67,9 @@ SaveJob jobFor(Library &library, const std::string &path) {
 
 /// Moves the pictures and videos among the originals that no asset has into a folder.
 Result<> moveFoundFiles(Library &library, const std::string &folder, Problems &problems) {
-    std::string problem;
-    const auto report = store::checkLibrary(library.paths(), {}, problem);
+    const auto report = store::checkLibrary(library.paths());
     if (!report)
-        return fail(ProblemKind::failed, problem);
+        return passOn(report);
     for (const store::Finding &finding : report->findings) {
         ReleaseScope scope;
         if (finding.kind == store::Finding::Kind::strayOriginal && isMedia(finding.path))

@@ -43,10 +43,10 @@ std::string mend(Library &library, const Finding &finding) {
 } // namespace
 
 std::string repairLibrary(Library &library) {
-    std::string problem, left = asText(saveFoundFiles(library));
-    const auto report = store::checkLibrary(library.paths(), {}, problem);
+    std::string left = asText(saveFoundFiles(library));
+    const auto report = store::checkLibrary(library.paths());
     if (!report)
-        return problem;
+        return report.error().text;
     left += asText(library.writer().change(
         [](sqlite::Database &database) { return database.execute(store::recountAssets); }));
     for (const Finding &finding : report->findings) {

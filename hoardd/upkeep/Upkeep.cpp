@@ -7,8 +7,8 @@
 #include "hoardd/library/Interim.h"
 #include "hoardd/saving/Publication.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
+#include "wickerlane/store/AssetColumns.h"
 #include "wickerlane/store/LibraryCheck.h"
-#include "wickerlane/store/Schema.h"
 
 namespace wickerlane::hoardd {
 
@@ -61,9 +61,11 @@ std::optional<std::map<std::uint32_t, std::uint64_t>> sizesOf(Library &library, 
 std::optional<std::int64_t> secondsToRepair(const Library &library, std::string &problem) {
     // Rates of two processors, rounded down: a check without sums; pictures of 12 megapixels to be decoded.
     constexpr double checkedEachSecond = 20'000, decodedEachSecond = 15;
-    const auto report = store::checkLibrary(library.paths(), {}, problem);
-    if (!report)
+    const auto report = store::checkLibrary(library.paths());
+    if (!report) {
+        problem = report.error().text;
         return std::nullopt;
+    }
     const auto toDecode = std::ranges::count_if(report->findings, [](const store::Finding &finding) {
         return finding.kind == store::Finding::Kind::missingThumbnail ||
                finding.kind == store::Finding::Kind::strayOriginal;
@@ -78,14 +80,13 @@ std::string removeAddedSince(Library &library, double date) {
     auto database = openReader(library, problem);
     if (!database)
         return problem;
-    std::vector<store::AssetRecord> added;
-    auto rows = database->prepare(std::string(store::selectAssets) + "WHERE dateadded > ? ORDER BY pk DESC");
-    rows.bind(date);
-    while (rows.next())
-        added.push_back(store::readRecord(rows));
-    if (rows.failed())
-        return database->problem();
-    for (const store::AssetRecord &each : added) {
+    const auto added =
+        database->prepare(std::string(store::selectAssets) + "WHERE dateadded > ? ORDER BY pk DESC")
+            .bind(date)
+            .all(store::readRecord);
+    if (!added)
+        return added.error().text;
+    for (const store::AssetRecord &each : *added) {
         if (library.isEnding())
             return "hoardd is ending; what is left is done the next time";
         ReleaseScope scope;

@@ -97,9 +97,8 @@ TEST_F(Daemon, IsCountedBesideWhileItStartsEndsAndDies) {
     counting.join();
     EXPECT_TRUE(isAscending);
     EXPECT_EQ(JXGenericAssetCountInDatabaseWithPath(paths.database().c_str()), 1 + rounds * each);
-    std::string problem;
-    const auto report = store::checkLibrary(paths, {}, problem);
-    ASSERT_TRUE(report) << problem;
+    const auto report = store::checkLibrary(paths);
+    ASSERT_TRUE(report) << report.error().text;
     EXPECT_TRUE(report->findings.empty());
     EXPECT_EQ(report->assets, static_cast<std::size_t>(1 + rounds * each));
 }

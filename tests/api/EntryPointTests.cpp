@@ -171,10 +171,8 @@ TEST_F(EntryPoints, MigrationIsEstimatedByTheStoresCount) {
     const store::LibraryPaths paths;
     EXPECT_EQ(RZSecondsNeededToMigrateStore(), 1) << "no library yet";
     fs::create_directories(fs::path(paths.database()).parent_path());
-    std::string problem;
-    auto database = sqlite::Database::open(paths.database(), sqlite::Database::Access::write, problem);
-    ASSERT_TRUE(database && database->execute("CREATE TABLE zgenericasset (pk INTEGER PRIMARY KEY);"))
-        << problem;
+    auto database = sqlite::Database::open(paths.database(), sqlite::Database::Access::write);
+    ASSERT_TRUE(database && database->execute("CREATE TABLE zgenericasset (pk INTEGER PRIMARY KEY);"));
     const struct {
         int assets, seconds;
     } cases[] = {{0, 1}, {99, 1}, {100, 1}, {165, 1}, {166, 2}, {8299, 99}, {8300, 100}};
@@ -184,7 +182,7 @@ TEST_F(EntryPoints, MigrationIsEstimatedByTheStoresCount) {
                               "UNION ALL SELECT i + 1 FROM n) "
                               "INSERT INTO zgenericasset SELECT i FROM n LIMIT ? - (SELECT count(*) "
                               "FROM zgenericasset)");
-        ASSERT_TRUE(insert.bind(assets).run()) << database->problem();
+        ASSERT_TRUE(insert.bind(assets).run()) << database->problem().text;
         EXPECT_EQ(RZSecondsNeededToMigrateStore(), seconds) << assets;
     }
     ASSERT_TRUE(database->execute("DROP TABLE zgenericasset;"));

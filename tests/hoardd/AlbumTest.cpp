@@ -33,8 +33,7 @@ protected:
         return answer(message.get());
     }
     std::size_t findings() const {
-        std::string problem;
-        const auto report = store::checkLibrary(paths, {}, problem);
+        const auto report = store::checkLibrary(paths);
         return report ? report->findings.size() : SIZE_MAX;
     }
     static store::AlbumRecord album(const char *name) {
@@ -172,8 +171,7 @@ TEST_F(Album, UsageIntentsAreKept) {
     message->setUInt64("externalUsageIntent", UINT64_MAX);
     message->setString("assetURL", saved(4));
     EXPECT_TRUE(answer(message.get())->getBool("success"));
-    std::string problem;
-    auto database = sqlite::Database::open(paths.database(), sqlite::Database::Access::read, problem);
+    auto database = sqlite::Database::open(paths.database(), sqlite::Database::Access::read);
     EXPECT_EQ(database->integer("SELECT externalusageintent FROM zgenericasset"), -1);
     message->setString("assetURL", "rez-vault://asset/asset.JPG");
     EXPECT_FALSE(answer(message.get())->getBool("success"));

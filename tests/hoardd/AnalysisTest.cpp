@@ -28,9 +28,8 @@ protected:
     }
     [[nodiscard]] bool isComplete() const { return answer(request(72).get())->getBool("isComplete"); }
     [[nodiscard]] store::AnalysisReader reader() const {
-        std::string problem;
-        auto opened = store::AnalysisReader::open(paths, problem);
-        EXPECT_TRUE(opened) << problem;
+        auto opened = store::AnalysisReader::open(paths);
+        EXPECT_TRUE(opened) << opened.error().text;
         return std::move(*opened);
     }
     [[nodiscard]] std::vector<std::vector<std::string>> moments() const {
@@ -270,9 +269,8 @@ TEST_F(Analysis, AKillAtAnyInstantLeavesWhatTheNextDaemonCompletes) {
         connection = connect();
 
         answer(request(64).get());
-        std::string problem;
-        auto database = sqlite::Database::open(paths.database(), sqlite::Database::Access::read, problem);
-        ASSERT_TRUE(database) << problem;
+        auto database = sqlite::Database::open(paths.database(), sqlite::Database::Access::read);
+        ASSERT_TRUE(database) << database.error().text;
         const auto moments = hoardd::planMoments(*database, false);
         ASSERT_TRUE(moments && moments->moments.empty() && moments->gone.empty()) << "round " << round;
         EXPECT_TRUE(isComplete());

@@ -22,9 +22,8 @@ protected:
     std::multimap<Finding::Kind, std::string> findings() const {
         store::CheckOptions options;
         options.sumOfFile = [](const std::string &path) { return std::optional(sumOfFile(path)); };
-        std::string problem;
-        const auto report = store::checkLibrary(paths, options, problem);
-        EXPECT_TRUE(report) << problem;
+        const auto report = store::checkLibrary(paths, options);
+        EXPECT_TRUE(report) << report.error().text;
         std::multimap<Finding::Kind, std::string> found;
         if (report)
             for (const Finding &each : report->findings)

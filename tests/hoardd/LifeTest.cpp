@@ -152,8 +152,7 @@ TEST_F(Life, ThumbnailsThatAreDueAreMadeByTheNextDaemon) {
     connection = connect();
     const std::string leftover = paths.saving() + "/staged-AAAAAAAA-0000-4000-8000-00000000ABCD";
     writeFile(leftover, rendition);
-    std::string problem;
-    ASSERT_TRUE(sqlite::Database::open(paths.database(), sqlite::Database::Access::write, problem)
+    ASSERT_TRUE(sqlite::Database::open(paths.database(), sqlite::Database::Access::write)
                     ->execute("INSERT INTO zduethumbnail SELECT pk FROM zgenericasset"));
     const FileBytes another = jpegOf(fourCorners(50, 50));
     for (const MutableDictionary *each : {plain, edited})
@@ -170,7 +169,7 @@ TEST_F(Life, ThumbnailsThatAreDueAreMadeByTheNextDaemon) {
     EXPECT_EQ(widthOf(edited), 77U);
     EXPECT_EQ(store::ObjectStore::open()->assetWithUUID(textIn(plain, "uuid"))->record().thumbnailIndex, 2);
     EXPECT_FALSE(fs::exists(leftover));
-    EXPECT_EQ(sqlite::Database::open(paths.database(), sqlite::Database::Access::read, problem)
+    EXPECT_EQ(sqlite::Database::open(paths.database(), sqlite::Database::Access::read)
                   ->integer("SELECT count(*) FROM zduethumbnail"),
               0);
 }

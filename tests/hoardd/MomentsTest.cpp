@@ -9,6 +9,7 @@
 
 #include "hoardd/analysis/MomentStore.h"
 #include "wickerlane/platform/file/Files.h"
+#include "wickerlane/store/AssetColumns.h"
 #include "wickerlane/store/LibraryPaths.h"
 #include "wickerlane/store/Schema.h"
 
@@ -134,9 +135,9 @@ protected:
     void SetUp() override {
         const store::LibraryPaths paths;
         ASSERT_TRUE(makeFolders(std::filesystem::path(paths.database()).parent_path()));
-        std::string problem;
-        database = sqlite::Database::open(paths.database(), sqlite::Database::Access::write, problem);
-        ASSERT_TRUE(database) << problem;
+        auto opened = sqlite::Database::open(paths.database(), sqlite::Database::Access::write);
+        ASSERT_TRUE(opened) << opened.error().text;
+        database = *std::move(opened);
         // Thousands of small commits, of which none needs to survive a power cut.
         ASSERT_TRUE(database->execute("PRAGMA synchronous=OFF") && store::layOut(*database));
     }
@@ -150,7 +151,7 @@ protected:
         }
         sqlite::Statement statement = database->prepare(store::insertAsset);
         store::bindRecord(statement, record);
-        ASSERT_TRUE(statement.run()) << database->problem();
+        ASSERT_TRUE(statement.run()) << database->problem().text;
     }
     bool apply(const MomentPlan &plan) {
         sqlite::Transaction transaction(*database);
@@ -261,10 +262,10 @@ TEST_F(MomentStoreTest, AnIncrementalResultIsThatOfAWholeRebuild) {
             }
         }
         const auto around = planMoments(*database, true), whole = planMoments(*database, false);
-        ASSERT_TRUE(around && whole) << database->problem();
+        ASSERT_TRUE(around && whole) << database->problem().text;
         ASSERT_EQ(*around, *whole) << "edit " << edit << " of seed " << seed;
         moved += around->moments.size();
-        ASSERT_TRUE(apply(*around)) << database->problem();
+        ASSERT_TRUE(apply(*around)) << database->problem().text;
         ASSERT_TRUE(isCurrent(*database, *around));
         ASSERT_EQ(number("SELECT count(*) FROM zmomentchange"), 0);
 

@@ -115,8 +115,7 @@ TEST_F(Sharing, SpaceOfSharedAlbumsIsFreedAndComesBackOnDemand) {
     EXPECT_EQ(job(0, std::nullopt), all - one);
     EXPECT_EQ(job(1, UINT64_MAX), all - one);
     EXPECT_EQ(job(1, UINT64_MAX), 0);
-    std::string problem;
-    EXPECT_EQ(store::checkLibrary(paths, {}, problem)->findings.size(), 0U);
+    EXPECT_EQ(store::checkLibrary(paths)->findings.size(), 0U);
     const auto *first = shared.front();
     EXPECT_FALSE(fs::exists(paths.thumbnail(textIn(first, "uuid"), store::ThumbnailSize::preview)));
     EXPECT_EQ(decodedPicture(imageData(first, 2)).width, 1024U);

@@ -22,8 +22,7 @@ protected:
         return bytes != nullptr ? bytes->uint64Value() : UINT64_MAX;
     }
     std::int64_t integer(const char *sql) const {
-        std::string problem;
-        auto database = sqlite::Database::open(paths.database(), sqlite::Database::Access::read, problem);
+        auto database = sqlite::Database::open(paths.database(), sqlite::Database::Access::read);
         return database ? database->integer(sql).value_or(-1) : -1;
     }
 };
@@ -129,9 +128,8 @@ TEST_F(Upkeep, NoticesAreRecordedAndSingletonsRepaired) {
     saveData(pngOf(fourCorners(4, 4)));
     end(daemon(), SIGTERM);
     connection = connect();
-    std::string problem;
     {
-        auto database = sqlite::Database::open(paths.database(), sqlite::Database::Access::write, problem);
+        auto database = sqlite::Database::open(paths.database(), sqlite::Database::Access::write);
         ASSERT_TRUE(
             database->execute("UPDATE zcount SET number = 77; INSERT INTO zlibrary VALUES ('another')"));
     }

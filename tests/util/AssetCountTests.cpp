@@ -42,9 +42,8 @@ protected:
 
     static std::string path(const std::string &name) { return rootPath() + '/' + name; }
     static Database database(const std::string &path, const char *sql) {
-        std::string problem;
-        auto opened = Database::open(path, Database::Access::write, problem);
-        EXPECT_TRUE(opened && opened->execute(sql)) << problem;
+        auto opened = Database::open(path, Database::Access::write);
+        EXPECT_TRUE(opened && opened->execute(sql)) << path;
         return std::move(*opened);
     }
     /// The one line that was logged since the last call; empty when there was none.
@@ -139,7 +138,7 @@ TEST_F(AssetCount, IsRightWhileADaemonStartsWritesAndEnds) {
         for (int i = 0; i < 60; ++i) {
             Database writer =
                 database(file, "CREATE TABLE IF NOT EXISTS zgenericasset (pk INTEGER PRIMARY KEY);");
-            EXPECT_TRUE(writer.execute("INSERT INTO zgenericasset DEFAULT VALUES;")) << writer.problem();
+            EXPECT_TRUE(writer.execute("INSERT INTO zgenericasset DEFAULT VALUES;")) << writer.problem().text;
         }
         done = true;
     });

@@ -7,15 +7,6 @@ namespace {
 using sqlite::Database;
 using sqlite::Statement;
 
-/// What a statement gives, row by row.
-template <class Record, class Read>
-std::optional<std::vector<Record>> rowsOf(Statement statement, const Read &read) {
-    std::vector<Record> records;
-    while (statement.next())
-        records.push_back(read(statement));
-    return statement.failed() ? std::nullopt : std::optional(std::move(records));
-}
-
 std::optional<double> optionalReal(const Statement &row, int column) {
     return row.isNull(column) ? std::nullopt : std::optional(row.real(column));
 }
@@ -24,25 +15,28 @@ std::uint64_t count(const Statement &row, int column) {
     return static_cast<std::uint64_t>(row.integer(column));
 }
 
-std::optional<bool> truth(Database &database, std::string_view query) {
-    const auto value = database.integer(query);
-    return value ? std::optional(*value != 0) : std::nullopt;
+Result<bool> isTrue(Database &database, std::string_view query) {
+    const auto value =
+        database.prepare(query).first([](const Statement &row) { return row.integer(0) != 0; });
+    return value ? Result<bool>(value->value_or(false)) : passOn(value);
 }
 
 } // namespace
 
-std::optional<AnalysisReader> AnalysisReader::open(const LibraryPaths &paths, std::string &problem) {
-    auto opened = Database::open(paths.database(), Database::Access::read, problem);
-    return opened ? std::optional(AnalysisReader(std::move(*opened))) : std::nullopt;
+Result<AnalysisReader> AnalysisReader::open(const LibraryPaths &paths) {
+    auto opened = Database::open(paths.database(), Database::Access::read);
+    if (!opened)
+        return passOn(opened);
+    return AnalysisReader(*std::move(opened));
 }
 
-std::optional<std::vector<MomentRecord>> AnalysisReader::moments() {
-    return rowsOf<MomentRecord>(
-        database.prepare("SELECT m.pk, coalesce(m.list, 0), m.startdate, m.enddate, m.assetcount, "
-                         "m.photocount, m.videocount, m.latitude, m.longitude, a.uuid, m.analyzed "
-                         "FROM zmoment m LEFT JOIN zgenericasset a ON a.pk = m.keyasset "
-                         "ORDER BY m.startdate, m.pk"),
-        [](const Statement &row) {
+Result<std::vector<MomentRecord>> AnalysisReader::moments() {
+    return database
+        .prepare("SELECT m.pk, coalesce(m.list, 0), m.startdate, m.enddate, m.assetcount, "
+                 "m.photocount, m.videocount, m.latitude, m.longitude, a.uuid, m.analyzed "
+                 "FROM zmoment m LEFT JOIN zgenericasset a ON a.pk = m.keyasset "
+                 "ORDER BY m.startdate, m.pk")
+        .all([](const Statement &row) {
             return MomentRecord{row.integer(0),       row.integer(1),
                                 row.real(2),          row.real(3),
                                 count(row, 4),        count(row, 5),
@@ -52,75 +46,80 @@ std::optional<std::vector<MomentRecord>> AnalysisReader::moments() {
         });
 }
 
-std::optional<std::vector<MomentListRecord>> AnalysisReader::momentLists() {
-    return rowsOf<MomentListRecord>(
-        database.prepare("SELECT l.pk, l.startdate, l.enddate, l.momentcount, l.assetcount, a.uuid, "
-                         "l.analyzed FROM zmomentlist l LEFT JOIN zgenericasset a ON a.pk = l.keyasset "
-                         "ORDER BY l.startdate, l.pk"),
-        [](const Statement &row) {
+Result<std::vector<MomentListRecord>> AnalysisReader::momentLists() {
+    return database
+        .prepare("SELECT l.pk, l.startdate, l.enddate, l.momentcount, l.assetcount, a.uuid, "
+                 "l.analyzed FROM zmomentlist l LEFT JOIN zgenericasset a ON a.pk = l.keyasset "
+                 "ORDER BY l.startdate, l.pk")
+        .all([](const Statement &row) {
             return MomentListRecord{row.integer(0),     row.real(1),   row.real(2),
                                     count(row, 3),      count(row, 4), std::string(row.text(5)),
                                     row.integer(6) != 0};
         });
 }
 
-std::optional<std::vector<std::string>> AnalysisReader::assetsOfMoment(std::int64_t primaryKey) {
-    Statement statement = database.prepare(
-        "SELECT a.uuid FROM zmomentasset m JOIN zgenericasset a ON a.pk = m.asset WHERE m.moment = ? "
-        "ORDER BY a.datecreated, a.pk");
-    statement.bind(primaryKey);
-    return rowsOf<std::string>(std::move(statement),
-                               [](const Statement &row) { return std::string(row.text(0)); });
+Result<std::vector<std::string>> AnalysisReader::assetsOfMoment(std::int64_t primaryKey) {
+    return database
+        .prepare("SELECT a.uuid FROM zmomentasset m JOIN zgenericasset a ON a.pk = m.asset "
+                 "WHERE m.moment = ? ORDER BY a.datecreated, a.pk")
+        .bind(primaryKey)
+        .all([](const Statement &row) { return std::string(row.text(0)); });
 }
 
-std::optional<std::vector<DuplicatesRecord>> AnalysisReader::duplicates() {
+Result<std::vector<DuplicatesRecord>> AnalysisReader::duplicates() {
     std::vector<DuplicatesRecord> groups;
-    Statement statement = database.prepare(
-        "SELECT d.likeness, d.duplicategroup, a.uuid FROM zduplicate d JOIN zgenericasset a ON a.pk = "
-        "d.asset ORDER BY d.likeness, d.duplicategroup, d.asset");
     std::int64_t group = 0;
-    while (statement.next()) {
-        const bool isSame = statement.integer(0) == 0;
-        if (groups.empty() || groups.back().isSame != isSame || group != statement.integer(1)) {
+    const auto read = [&](const Statement &row) {
+        const bool isSame = row.integer(0) == 0;
+        if (groups.empty() || groups.back().isSame != isSame || group != row.integer(1)) {
             groups.push_back({isSame, {}});
-            group = statement.integer(1);
+            group = row.integer(1);
         }
-        groups.back().uuids.emplace_back(statement.text(2));
-    }
-    if (statement.failed())
-        return std::nullopt;
+        groups.back().uuids.emplace_back(row.text(2));
+    };
+    const auto done =
+        database
+            .prepare("SELECT d.likeness, d.duplicategroup, a.uuid FROM zduplicate d JOIN zgenericasset a "
+                     "ON a.pk = d.asset ORDER BY d.likeness, d.duplicategroup, d.asset")
+            .forEach(read);
+    if (!done)
+        return passOn(done);
     // Assets that have been deleted since can have left one alone.
     std::erase_if(groups, [](const DuplicatesRecord &each) { return each.uuids.size() < 2; });
     return groups;
 }
 
-std::optional<std::vector<FeedEntryRecord>> AnalysisReader::cloudFeed() {
+Result<std::vector<FeedEntryRecord>> AnalysisReader::cloudFeed() {
     std::vector<FeedEntryRecord> entries;
-    Statement statement =
-        database.prepare("SELECT e.pk, b.uuid, e.startdate, e.enddate, a.uuid FROM zcloudfeedentry e "
-                         "JOIN zalbum b ON b.pk = e.album JOIN zcloudfeedasset f ON f.entry = e.pk "
-                         "JOIN zgenericasset a ON a.pk = f.asset ORDER BY e.enddate DESC, e.pk DESC, a.pk");
     std::int64_t entry = 0;
-    while (statement.next()) {
-        if (entry != statement.integer(0))
-            entries.push_back({std::string(statement.text(1)), statement.real(2), statement.real(3), {}});
-        entry = statement.integer(0);
-        entries.back().uuids.emplace_back(statement.text(4));
-    }
-    return statement.failed() ? std::nullopt : std::optional(std::move(entries));
+    const auto read = [&](const Statement &row) {
+        if (entry != row.integer(0))
+            entries.push_back({std::string(row.text(1)), row.real(2), row.real(3), {}});
+        entry = row.integer(0);
+        entries.back().uuids.emplace_back(row.text(4));
+    };
+    const auto done =
+        database
+            .prepare("SELECT e.pk, b.uuid, e.startdate, e.enddate, a.uuid FROM zcloudfeedentry e "
+                     "JOIN zalbum b ON b.pk = e.album JOIN zcloudfeedasset f ON f.entry = e.pk "
+                     "JOIN zgenericasset a ON a.pk = f.asset ORDER BY e.enddate DESC, e.pk DESC, a.pk")
+            .forEach(read);
+    if (!done)
+        return passOn(done);
+    return entries;
 }
 
-std::optional<bool> AnalysisReader::areMomentsComplete() {
-    return truth(database, "SELECT NOT EXISTS (SELECT 1 FROM zmomentchange) AND "
-                           "NOT EXISTS (SELECT 1 FROM zmoment WHERE analyzed = 0) AND "
-                           "NOT EXISTS (SELECT 1 FROM zmomentlist WHERE analyzed = 0)");
+Result<bool> AnalysisReader::areMomentsComplete() {
+    return isTrue(database, "SELECT NOT EXISTS (SELECT 1 FROM zmomentchange) AND "
+                            "NOT EXISTS (SELECT 1 FROM zmoment WHERE analyzed = 0) AND "
+                            "NOT EXISTS (SELECT 1 FROM zmomentlist WHERE analyzed = 0)");
 }
 
-std::optional<bool> AnalysisReader::areDuplicatesComplete() {
-    return truth(database,
-                 "SELECT (SELECT grouped >= changed FROM zduplicatestate) AND NOT EXISTS (SELECT 1 FROM "
-                 "zgenericasset a LEFT JOIN zfingerprint f ON f.asset = a.pk WHERE f.asset IS NULL OR "
-                 "f.thumbnailindex <> a.thumbnailindex)");
+Result<bool> AnalysisReader::areDuplicatesComplete() {
+    return isTrue(database,
+                  "SELECT (SELECT grouped >= changed FROM zduplicatestate) AND NOT EXISTS (SELECT 1 FROM "
+                  "zgenericasset a LEFT JOIN zfingerprint f ON f.asset = a.pk WHERE f.asset IS NULL OR "
+                  "f.thumbnailindex <> a.thumbnailindex)");
 }
 
 } // namespace wickerlane::store

@@ -46,7 +46,7 @@ struct MomentListRecord {
 
 /// Assets that are alike.
 struct DuplicatesRecord {
-    bool isSame = false; ///< The same picture, encoded anew or resized; else similar ones, of a burst.
+    bool isSame = false; ///< The same picture, encoded again or resized; else similar ones, of a burst.
     std::vector<std::string> uuids;
 };
 
@@ -58,29 +58,25 @@ struct FeedEntryRecord {
     std::vector<std::string> uuids;
 };
 
-/// Reads over a connection of its own, which never hinders or changes the store. One thread at a time.
-/// Functions that give an optional give nothing on failure; problem() then says why.
+/// Reads over a connection of its own, which never blocks or changes the store. One thread at a time.
 class WL_EXPORT AnalysisReader {
 public:
-    /// Nothing, with the reason, on failure.
-    [[nodiscard]] static std::optional<AnalysisReader> open(const LibraryPaths &paths, std::string &problem);
+    [[nodiscard]] static Result<AnalysisReader> open(const LibraryPaths &paths);
 
-    [[nodiscard]] std::optional<std::vector<MomentRecord>> moments();         ///< In the order of time.
-    [[nodiscard]] std::optional<std::vector<MomentListRecord>> momentLists(); ///< In the order of time.
+    [[nodiscard]] Result<std::vector<MomentRecord>> moments();         ///< In the order of time.
+    [[nodiscard]] Result<std::vector<MomentListRecord>> momentLists(); ///< In the order of time.
     /// The UUIDs of a moment's assets, in the order of time.
-    [[nodiscard]] std::optional<std::vector<std::string>> assetsOfMoment(std::int64_t primaryKey);
+    [[nodiscard]] Result<std::vector<std::string>> assetsOfMoment(std::int64_t primaryKey);
     /// The same before the similar, the oldest in the library first.
-    [[nodiscard]] std::optional<std::vector<DuplicatesRecord>> duplicates();
+    [[nodiscard]] Result<std::vector<DuplicatesRecord>> duplicates();
 
     /// The cloud feed, as it was when it was last rebuilt; the newest first.
-    [[nodiscard]] std::optional<std::vector<FeedEntryRecord>> cloudFeed();
+    [[nodiscard]] Result<std::vector<FeedEntryRecord>> cloudFeed();
 
     /// Whether all assets are in moments, and all moments and lists have been analyzed.
-    [[nodiscard]] std::optional<bool> areMomentsComplete();
+    [[nodiscard]] Result<bool> areMomentsComplete();
     /// Whether all assets have been looked at, and the groups are what they should be.
-    [[nodiscard]] std::optional<bool> areDuplicatesComplete();
-
-    [[nodiscard]] std::string problem() const { return database.problem(); }
+    [[nodiscard]] Result<bool> areDuplicatesComplete();
 
 private:
     explicit AnalysisReader(sqlite::Database opened) : database(std::move(opened)) {}

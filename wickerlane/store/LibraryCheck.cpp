@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <unordered_set>
 
+#include "wickerlane/store/AssetColumns.h"
 #include "wickerlane/store/Schema.h"
 
 namespace wickerlane::store {
@@ -15,6 +16,8 @@ namespace wickerlane::store {
 namespace {
 
 namespace fs = std::filesystem;
+using sqlite::Database;
+using sqlite::Statement;
 
 /// Every file below a folder; folders that can't be read hold none.
 std::vector<std::string> filesBelow(const std::string &folder) {
@@ -33,18 +36,22 @@ class Check {
 public:
     Check(const LibraryPaths &checked, const CheckOptions &wanted) : paths(checked), options(wanted) {}
 
-    bool run(std::string &problem);
+    Result<> run();
     CheckReport report;
 
 private:
     void find(Finding::Kind kind, const std::string &uuid, const std::string &path, std::string detail = {}) {
         report.findings.push_back({kind, uuid, path, std::move(detail)});
     }
-    void look(const AssetRecord &asset);
-    void lookAtStrays(const std::vector<std::string> &files, Finding::Kind kind);
+    Result<> checkRows(Database &database);
+    void checkAsset(const AssetRecord &asset);
+    void checkStrays(const std::vector<std::string> &files, Finding::Kind kind);
+
+    bool isCancelled();
 
     const LibraryPaths &paths;
     const CheckOptions &options;
+    bool cancelled = false;
     std::vector<std::string> originals, thumbnails, renditions;
     std::unordered_set<std::string> beingSaved; // UUIDs
     std::unordered_set<std::string> purged;     // UUIDs of assets whose larger thumbnail was given up
@@ -53,7 +60,7 @@ private:
 
 // The files first, then what is being saved, then the rows: a file that was there when they were listed has
 // its row by now, or was still being saved.
-bool Check::run(std::string &problem) {
+Result<> Check::run() {
     originals = filesBelow(paths.folder() + "/DCIM");
     thumbnails = filesBelow(paths.folder() + "/PhotoData/Thumbnails");
     renditions = filesBelow(paths.folder() + "/PhotoData/Renditions");
@@ -62,53 +69,63 @@ bool Check::run(std::string &problem) {
          entry.increment(none))
         beingSaved.insert(entry->path().filename().string().substr(0, 36));
 
-    auto database = sqlite::Database::open(paths.database(), sqlite::Database::Access::read, problem);
+    auto database = Database::open(paths.database(), Database::Access::read);
     if (!database)
-        return false;
-    sqlite::Statement integrity = database->prepare("PRAGMA integrity_check(1)");
-    if (!integrity.next() || integrity.text(0) != "ok") {
+        return passOn(database);
+    const auto integrity = database->prepare("PRAGMA integrity_check(1)").first([](const Statement &row) {
+        return std::string(row.text(0));
+    });
+    if (!integrity || *integrity != "ok") {
         find(Finding::Kind::damagedStore, {}, paths.database(),
-             integrity.failed() ? database->problem() : std::string(integrity.text(0)));
-        return true;
+             integrity ? integrity->value_or("") : integrity.error().text);
+        return {};
     }
     const auto version = database->integer("PRAGMA user_version");
-    if (version != modelVersion()) {
-        problem = "the library has another model version; let hoardd open it first";
-        return false;
-    }
+    if (version != modelVersion())
+        return fail(version > modelVersion() ? ProblemKind::newerVersion : ProblemKind::failed,
+                    "the library has another model version; let hoardd open it first", paths.database());
+    const Result<> rows = checkRows(*database);
+    if (!rows || isCancelled())
+        return rows;
+    checkStrays(originals, Finding::Kind::strayOriginal);
+    checkStrays(thumbnails, Finding::Kind::strayThumbnail);
+    checkStrays(renditions, Finding::Kind::strayRendition);
+    return {};
+}
+
+Result<> Check::checkRows(Database &database) {
     const auto total =
-        static_cast<std::size_t>(database->integer("SELECT count(*) FROM zgenericasset").value_or(0));
-    sqlite::Statement givenUp = database->prepare("SELECT uuid FROM zgenericasset WHERE previewpurged");
-    while (givenUp.next())
-        purged.emplace(givenUp.text(0));
-    sqlite::Statement rows = database->prepare(std::string(selectAssets) + "ORDER BY pk");
-    while (rows.next()) {
-        if (options.isCancelled && options.isCancelled())
-            return true;
-        look(readRecord(rows));
-        ++report.assets;
-        if (options.progress)
-            options.progress(report.assets, std::max(total, report.assets));
-    }
-    sqlite::Statement edited = database->prepare("SELECT assetuuid, filename FROM zrendition");
-    while (edited.next()) {
-        const std::string uuid(edited.text(0));
-        const std::string path = paths.renditionFolder(uuid) + '/' + std::string(edited.text(1));
+        static_cast<std::size_t>(database.integer("SELECT count(*) FROM zgenericasset").value_or(0));
+    const Result<> withoutPreview = database.prepare("SELECT uuid FROM zgenericasset WHERE previewpurged")
+                                        .forEach([&](const Statement &row) { purged.emplace(row.text(0)); });
+    if (!withoutPreview)
+        return withoutPreview;
+    const Result<> assets =
+        database.prepare(std::string(selectAssets) + "ORDER BY pk").forEach([&](const Statement &row) {
+            if (isCancelled())
+                return;
+            checkAsset(readRecord(row));
+            ++report.assets;
+            if (options.progress)
+                options.progress(report.assets, std::max(total, report.assets));
+        });
+    if (!assets || isCancelled())
+        return assets;
+    return database.prepare("SELECT assetuuid, filename FROM zrendition").forEach([&](const Statement &row) {
+        const std::string uuid(row.text(0));
+        const std::string path = paths.renditionFolder(uuid) + '/' + std::string(row.text(1));
         expected.insert(path);
         if (::access(path.c_str(), F_OK) != 0)
             find(Finding::Kind::missingRendition, uuid, path);
-    }
-    if (rows.failed() || edited.failed()) {
-        problem = database->problem();
-        return false;
-    }
-    lookAtStrays(originals, Finding::Kind::strayOriginal);
-    lookAtStrays(thumbnails, Finding::Kind::strayThumbnail);
-    lookAtStrays(renditions, Finding::Kind::strayRendition);
-    return true;
+    });
 }
 
-void Check::look(const AssetRecord &asset) {
+bool Check::isCancelled() {
+    cancelled = cancelled || (options.isCancelled && options.isCancelled());
+    return cancelled;
+}
+
+void Check::checkAsset(const AssetRecord &asset) {
     const std::string original = paths.original(asset);
     expected.insert(original);
     struct stat status {};
@@ -133,10 +150,10 @@ void Check::look(const AssetRecord &asset) {
     }
 }
 
-void Check::lookAtStrays(const std::vector<std::string> &files, Finding::Kind kind) {
+void Check::checkStrays(const std::vector<std::string> &files, Finding::Kind kind) {
     for (const std::string &path : files) {
         const std::string name = path.substr(path.rfind('/') + 1);
-        // A rendition that is being written bears its later name, with more behind it.
+        // A rendition that is being written has its later name with more behind it.
         if (!expected.contains(path) && !beingSaved.contains(name.substr(0, 36)) &&
             name.find(".new-") == std::string::npos)
             find(kind, {}, path);
@@ -169,11 +186,10 @@ const char *nameOf(Finding::Kind kind) noexcept {
     return "";
 }
 
-std::optional<CheckReport> checkLibrary(const LibraryPaths &paths, const CheckOptions &options,
-                                        std::string &problem) {
+Result<CheckReport> checkLibrary(const LibraryPaths &paths, const CheckOptions &options) {
     Check check(paths, options);
-    if (!check.run(problem))
-        return std::nullopt;
+    if (const Result<> done = check.run(); !done)
+        return passOn(done);
     return std::move(check.report);
 }
 

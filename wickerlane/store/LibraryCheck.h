@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "wickerlane/model/Result.h"
 #include "wickerlane/platform/object/Handler.h"
 #include "wickerlane/store/LibraryPaths.h"
 
@@ -48,10 +49,9 @@ struct CheckReport {
 };
 
 /// Looks at every asset of a library and at every file. It only reads, and may run while hoardd serves the
-/// library: what is just being saved is no finding. Nothing, with the reason, when the store can't be read at
-/// all.
-[[nodiscard]] WL_EXPORT std::optional<CheckReport>
-checkLibrary(const LibraryPaths &paths, const CheckOptions &options, std::string &problem);
+/// library: what is just being saved is no finding. Fails when the store can't be read at all.
+[[nodiscard]] WL_EXPORT Result<CheckReport> checkLibrary(const LibraryPaths &paths,
+                                                         const CheckOptions &options = {});
 
 } // namespace wickerlane::store
 

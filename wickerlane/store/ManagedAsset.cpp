@@ -26,7 +26,7 @@ std::int64_t primaryKeyInURI(std::string_view uri, std::string_view storeUUID, s
         return 0;
     std::int64_t key = 0;
     const auto parsed = std::from_chars(uri.data() + prefix, uri.data() + uri.size(), key);
-    // Written anew, so that every object has one URI only.
+    // Written again and compared, so that every object has one URI only.
     return parsed.ec == std::errc() && key > 0 && uri == objectURI(storeUUID, key, entity) ? key : 0;
 }
 

@@ -4,6 +4,7 @@
 #include <map>
 #include <mutex>
 
+#include "wickerlane/store/AssetColumns.h"
 #include "wickerlane/store/AssetURL.h"
 #include "wickerlane/store/Schema.h"
 
@@ -20,24 +21,17 @@ struct ObjectStore::Connection {
 
     explicit Connection(sqlite::Database opened) : database(std::move(opened)) {}
 
-    /// The records that a statement made of `selectAssets` and `narrowing` gives; nothing on failure.
+    /// The records that a statement made of `selectAssets` and `narrowing` gives.
     template <class... Values>
-    std::optional<std::vector<AssetRecord>> select(std::string_view narrowing, const Values &...values) {
+    Result<std::vector<AssetRecord>> select(std::string_view narrowing, const Values &...values) {
         const std::lock_guard guard(lock);
         auto found = prepared.find(narrowing);
         if (found == prepared.end())
             found = prepared.emplace(narrowing, database.prepare(std::string(selectAssets).append(narrowing)))
                         .first;
-        sqlite::Statement &statement = found->second;
-        statement.bind(values...);
-        std::vector<AssetRecord> records;
-        while (statement.next())
-            records.push_back(readRecord(statement));
-        if (statement.failed()) {
+        auto records = found->second.bind(values...).all(readRecord);
+        if (!records)
             prepared.erase(found);
-            return std::nullopt;
-        }
-        statement.reset();
         return records;
     }
 };
@@ -54,12 +48,14 @@ ObjectStore::~ObjectStore() = default;
 Ref<ObjectStore> ObjectStore::open(const LibraryPaths &paths, std::string *problem) {
     std::string unwanted;
     std::string &reason = problem != nullptr ? *problem : unwanted;
-    auto database = sqlite::Database::open(paths.database(), sqlite::Database::Access::read, reason);
-    if (!database)
+    auto database = sqlite::Database::open(paths.database(), sqlite::Database::Access::read);
+    if (!database) {
+        reason = database.error().text;
         return nullptr;
+    }
     const auto version = database->integer("PRAGMA user_version");
     if (!version) {
-        reason = "can't read " + paths.database() + ": " + database->problem();
+        reason = "can't read " + paths.database() + ": " + database->problem().text;
         return nullptr;
     }
     if (*version != modelVersion()) {
@@ -67,30 +63,28 @@ Ref<ObjectStore> ObjectStore::open(const LibraryPaths &paths, std::string *probl
                  std::to_string(modelVersion());
         return nullptr;
     }
-    std::string uuid;
-    {
-        sqlite::Statement statement = database->prepare("SELECT uuid FROM zlibrary");
-        if (statement.next())
-            uuid = statement.text(0);
-    }
-    if (uuid.empty()) {
+    const auto uuid = database->prepare("SELECT uuid FROM zlibrary").first([](const sqlite::Statement &row) {
+        return std::string(row.text(0));
+    });
+    if (!uuid || uuid->value_or("").empty()) {
         reason = "can't read " + paths.database() + ": it has no identity";
         return nullptr;
     }
     return Ref<ObjectStore>::adopt(
-        new ObjectStore(paths, std::move(uuid), std::make_unique<Connection>(std::move(*database))));
+        new ObjectStore(paths, **uuid, std::make_unique<Connection>(std::move(*database))));
 }
 
 Array *ObjectStore::assets(const AssetQuery &query) {
-    constexpr auto most = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
+    constexpr auto maxInteger = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
     std::string narrowing = "WHERE ";
     narrowing += query.album != 0 ? "pk IN (SELECT asset FROM zalbumasset WHERE album = ?) " : "? = 0 ";
     if (query.kind)
         narrowing += *query.kind == AssetKind::photo ? "AND kind = 0 " : "AND kind = 1 ";
     narrowing += query.newestFirst ? "ORDER BY datecreated DESC, pk DESC" : "ORDER BY datecreated, pk";
     narrowing += " LIMIT ? OFFSET ?";
-    auto records = connection->select(narrowing, query.album, std::min<std::uint64_t>(query.limit, most),
-                                      std::min<std::uint64_t>(query.offset, most));
+    auto records =
+        connection->select(narrowing, query.album, std::min<std::uint64_t>(query.limit, maxInteger),
+                           std::min<std::uint64_t>(query.offset, maxInteger));
     if (!records)
         return nullptr;
     auto result = MutableArray::create();
@@ -101,15 +95,12 @@ Array *ObjectStore::assets(const AssetQuery &query) {
 
 std::optional<AssetCounts> ObjectStore::counts() {
     const std::lock_guard guard(connection->lock);
-    sqlite::Statement &statement = connection->counting;
-    std::optional<AssetCounts> counts;
-    if (statement.next())
-        counts = {static_cast<std::uint64_t>(statement.integer(0)),
-                  static_cast<std::uint64_t>(statement.integer(1)),
-                  static_cast<std::uint64_t>(statement.integer(2)),
-                  static_cast<std::uint64_t>(statement.integer(3))};
-    statement.reset();
-    return counts;
+    const auto counts = connection->counting.first([](const sqlite::Statement &row) {
+        const auto count = [&](int column) { return static_cast<std::uint64_t>(row.integer(column)); };
+        return AssetCounts{count(0), count(1), count(2), count(3)};
+    });
+    connection->counting.reset();
+    return counts.value_or(std::nullopt);
 }
 
 ManagedAsset *ObjectStore::assetWithUUID(std::string_view uuid) {
@@ -157,18 +148,19 @@ Ref<ManagedAlbum> readAlbum(const sqlite::Statement &statement, std::string_view
 
 Array *ObjectStore::albums() {
     const std::lock_guard guard(connection->lock);
-    sqlite::Statement statement =
-        connection->database.prepare(std::string(selectAlbums) + "ORDER BY name, pk");
     auto result = MutableArray::create();
-    while (statement.next())
-        result->append(readAlbum(statement, identity).get());
-    return statement.failed() ? nullptr : autorelease(std::move(result));
+    const Result<> read =
+        connection->database.prepare(std::string(selectAlbums) + "ORDER BY name, pk")
+            .forEach([&](const sqlite::Statement &row) { result->append(readAlbum(row, identity).get()); });
+    return read ? autorelease(std::move(result)) : nullptr;
 }
 
 ManagedAlbum *ObjectStore::albumWhere(std::string_view narrowing, std::string_view value) {
     const std::lock_guard guard(connection->lock);
-    sqlite::Statement statement = connection->database.prepare(std::string(selectAlbums).append(narrowing));
-    return statement.bind(value).next() ? autorelease(readAlbum(statement, identity)) : nullptr;
+    auto album = connection->database.prepare(std::string(selectAlbums).append(narrowing))
+                     .bind(value)
+                     .first([&](const sqlite::Statement &row) { return readAlbum(row, identity); });
+    return album && *album ? autorelease(**std::move(album)) : nullptr;
 }
 
 ManagedAlbum *ObjectStore::albumWithUUID(std::string_view uuid) {
@@ -182,15 +174,14 @@ ManagedAlbum *ObjectStore::albumNamed(std::string_view name) {
 
 std::optional<std::vector<AssetChange>> ObjectStore::changes(std::int64_t since) {
     const std::lock_guard guard(connection->lock);
-    sqlite::Statement statement = connection->database.prepare(
-        "SELECT pk, date, what, assetuuid FROM zchange WHERE pk > ? ORDER BY pk");
-    statement.bind(since);
-    std::vector<AssetChange> changes;
-    while (statement.next())
-        changes.push_back({statement.integer(0), statement.real(1),
-                           static_cast<AssetChange::What>(statement.integer(2)),
-                           std::string(statement.text(3))});
-    return statement.failed() ? std::nullopt : std::optional(std::move(changes));
+    auto changes =
+        connection->database.prepare("SELECT pk, date, what, assetuuid FROM zchange WHERE pk > ? ORDER BY pk")
+            .bind(since)
+            .all([](const sqlite::Statement &row) {
+                return AssetChange{row.integer(0), row.real(1),
+                                   static_cast<AssetChange::What>(row.integer(2)), std::string(row.text(3))};
+            });
+    return changes ? std::optional(*std::move(changes)) : std::nullopt;
 }
 
 ManagedObjectID *ObjectStore::managedObjectIDForURI(const char *uri, std::size_t length) {

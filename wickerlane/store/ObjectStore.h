@@ -40,7 +40,7 @@ struct AssetCounts {
 };
 
 /// A library's store, open for reading: finds assets, and resolves object IDs. It sees what the daemon has
-/// committed at the time of each call, and never hinders or changes the store. Thread-safe; calls on one
+/// committed at the time of each call, and never blocks or changes the store. Thread-safe; calls on one
 /// object take turns. Results are borrowed from the current release scope.
 class WL_EXPORT ObjectStore final : public Object, public ObjectIDResolver {
     WL_OBJECT

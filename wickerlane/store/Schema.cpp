@@ -1,7 +1,5 @@
 #include "wickerlane/store/Schema.h"
 
-#include <algorithm>
-
 namespace wickerlane::store {
 
 namespace {
@@ -72,8 +70,8 @@ CREATE TRIGGER zgenericasset_kindchanged AFTER UPDATE OF kind ON zgenericasset B
 END;
 )sql";
 
-// What hoardd makes of the assets: moments, lists of them, duplicates. Triggers note what has changed,
-// whoever changes it, so that an analysis knows where to begin.
+// What hoardd makes of the assets: moments, lists of them, duplicates. Triggers note what has changed, so
+// that an analysis knows where to begin.
 constexpr const char *analyses = R"sql(
 CREATE TABLE zmomentlist (
     pk INTEGER PRIMARY KEY AUTOINCREMENT,
@@ -161,8 +159,7 @@ WHEN old.datecreated IS NOT new.datecreated BEGIN
 END;
 )sql";
 
-// Albums, and what the library knows of itself. Triggers keep the numbers and note the latest
-// changes, whoever makes them.
+// Albums, and what the library knows of itself. Triggers keep the numbers and note the latest changes.
 constexpr const char *albums = R"sql(
 CREATE TABLE zalbum (
     pk INTEGER PRIMARY KEY AUTOINCREMENT,
@@ -285,8 +282,8 @@ CREATE TABLE zcloudfeedasset (
 CREATE INDEX zcloudfeedasset_asset ON zcloudfeedasset (asset);
 )sql";
 
-// Assets whose thumbnails are due: they have none, or those of a preview, or of what they showed before.
-// Whoever makes them takes the row away.
+// Assets whose thumbnails are due: they have none, or those of a preview, or of what they showed before. The
+// row goes when they have been made.
 constexpr const char *dueThumbnails = R"sql(
 CREATE TABLE zduethumbnail (
     asset INTEGER PRIMARY KEY REFERENCES zgenericasset (pk) ON DELETE CASCADE
@@ -311,45 +308,6 @@ bool layOut(sqlite::Database &database) {
         if (!database.execute(step))
             return false;
     return database.execute(("PRAGMA user_version = " + std::to_string(modelVersion())).c_str());
-}
-
-void bindRecord(sqlite::Statement &statement, const AssetRecord &record) {
-    statement.bind(record.uuid, static_cast<int>(record.kind), record.directory, record.filename,
-                   record.originalFilename, record.format, record.width, record.height, record.orientation,
-                   record.dateCreated, record.dateAdded, record.latitude, record.longitude, record.byteSize,
-                   Bytes(record.sha256), record.thumbnailIndex, record.problem, record.duration);
-}
-
-AssetRecord readRecord(const sqlite::Statement &statement) {
-    AssetRecord record;
-    int column = 0;
-    const auto integer = [&] { return statement.integer(column++); };
-    const auto text = [&] { return std::string(statement.text(column++)); };
-    const auto optionalReal = [&]() -> std::optional<double> {
-        const int at = column++;
-        return statement.isNull(at) ? std::nullopt : std::optional(statement.real(at));
-    };
-    record.primaryKey = integer();
-    record.uuid = text();
-    record.kind = integer() == 1 ? AssetKind::video : AssetKind::photo;
-    record.directory = text();
-    record.filename = text();
-    record.originalFilename = text();
-    record.format = text();
-    record.width = static_cast<std::uint32_t>(integer());
-    record.height = static_cast<std::uint32_t>(integer());
-    record.orientation = static_cast<std::uint32_t>(integer());
-    record.dateCreated = statement.real(column++);
-    record.dateAdded = statement.real(column++);
-    record.latitude = optionalReal();
-    record.longitude = optionalReal();
-    record.byteSize = static_cast<std::uint64_t>(integer());
-    const Bytes sum = statement.blob(column++);
-    std::copy_n(sum.begin(), std::min(sum.size(), record.sha256.size()), record.sha256.begin());
-    record.thumbnailIndex = integer();
-    record.problem = text();
-    record.duration = statement.real(column++);
-    return record;
 }
 
 } // namespace wickerlane::store

@@ -6,7 +6,6 @@
 #include <span>
 #include <string>
 
-#include "wickerlane/store/AssetRecord.h"
 #include "wickerlane/store/Sqlite.h"
 
 namespace wickerlane::store {
@@ -24,20 +23,6 @@ WL_EXPORT std::span<const char *const> schemaSteps() noexcept;
 /// Takes the steps that a database lacks, in the caller's transaction. False on failure.
 [[nodiscard]] WL_EXPORT bool layOut(sqlite::Database &database);
 
-/// The columns of the asset table in the order in which readRecord() takes them and bindRecord() gives them;
-/// the primary key stands before them in a row that is read.
-#define WL_ASSET_COLUMNS                                                                                   \
-    "uuid, kind, directory, filename, originalfilename, format, width, height, orientation, datecreated, " \
-    "dateadded, latitude, longitude, bytesize, sha256, thumbnailindex, problem, duration"
-
-inline constexpr const char *insertAsset =
-    "INSERT INTO zgenericasset (" WL_ASSET_COLUMNS ") VALUES (?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?)";
-
-/// To be followed by what narrows it.
-inline constexpr const char *selectAssets = "SELECT pk, " WL_ASSET_COLUMNS " FROM zgenericasset ";
-
-#undef WL_ASSET_COLUMNS
-
 /// One row: how many photos and how many videos there are. Triggers keep the numbers, in the transaction that
 /// adds or deletes an asset.
 inline constexpr const char *selectCounts = "SELECT (SELECT number FROM zcount WHERE kind = 0), "
@@ -45,16 +30,10 @@ inline constexpr const char *selectCounts = "SELECT (SELECT number FROM zcount W
                                             "(SELECT bytes FROM zcount WHERE kind = 0), "
                                             "(SELECT bytes FROM zcount WHERE kind = 1)";
 
-/// Counts anew what the triggers keep.
+/// Counts again what the triggers keep.
 inline constexpr const char *recountAssets =
     "UPDATE zcount SET (number, bytes) = (SELECT count(*), coalesce(sum(bytesize), 0) FROM zgenericasset "
     "WHERE zgenericasset.kind = zcount.kind);";
-
-/// Binds a record, which must stay unchanged until the statement has run, to `insertAsset`.
-WL_EXPORT void bindRecord(sqlite::Statement &statement, const AssetRecord &record);
-
-/// The record in the current row of a statement made from `selectAssets`.
-WL_EXPORT AssetRecord readRecord(const sqlite::Statement &statement);
 
 } // namespace wickerlane::store
 

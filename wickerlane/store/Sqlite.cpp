@@ -1,10 +1,10 @@
 #include "wickerlane/store/Sqlite.h"
 
-#include <sqlite3.h>
-
 #include <climits>
 #include <cstdlib>
 #include <memory>
+
+#include "wickerlane/store/ConnectionInternal.h"
 
 namespace wickerlane::sqlite {
 
@@ -12,6 +12,30 @@ namespace {
 
 /// How long a statement waits for another process's lock.
 constexpr int busyMilliseconds = 10'000;
+
+ProblemKind kindOf(int code) {
+    switch (code & 0xFF) { // without what an extended code adds
+    case SQLITE_CORRUPT:
+    case SQLITE_NOTADB:
+        return ProblemKind::damagedStore;
+    case SQLITE_FULL:
+        return ProblemKind::noSpace;
+    case SQLITE_READONLY:
+    case SQLITE_PERM:
+    case SQLITE_CANTOPEN:
+        return ProblemKind::notWritable;
+    case SQLITE_BUSY:
+    case SQLITE_LOCKED:
+        return ProblemKind::busy;
+    default:
+        return ProblemKind::failed;
+    }
+}
+
+Problem problemOf(sqlite3 *connection, int code) {
+    const char *file = sqlite3_db_filename(connection, "main");
+    return {kindOf(code), sqlite3_errmsg(connection), file != nullptr ? file : ""};
+}
 
 /// The path with its folder resolved, since SQLite refuses links anywhere in a path that must not end in one.
 std::string resolvingFolder(const std::string &path) {
@@ -80,6 +104,21 @@ bool Statement::failed() const noexcept {
     return code != SQLITE_OK;
 }
 
+Result<bool> Statement::any() {
+    const bool found = next();
+    const Result<> ended = end();
+    if (!ended)
+        return passOn(ended);
+    return found;
+}
+
+Result<> Statement::end() {
+    if (failed())
+        return fail(problemOf(connection, code));
+    reset();
+    return {};
+}
+
 void Statement::reset() {
     if (handle == nullptr) // never prepared: stays failed
         return;
@@ -111,31 +150,28 @@ bool Statement::isNull(int column) const {
     return sqlite3_column_type(handle, column) == SQLITE_NULL;
 }
 
-std::optional<Database> Database::open(const std::string &path, Access access, std::string &problem) {
+Result<Database> Database::open(const std::string &path, Access access) {
     const int flags =
         (access == Access::write ? SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE : SQLITE_OPEN_READONLY) |
         SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_NOFOLLOW | SQLITE_OPEN_EXRESCODE;
     sqlite3 *opened = nullptr;
     const int result = sqlite3_open_v2(resolvingFolder(path).c_str(), &opened, flags, nullptr);
     Database database(opened);
-    if (result != SQLITE_OK) {
-        problem = "can't open " + path + ": " + sqlite3_errstr(result);
-        return std::nullopt;
-    }
-    sqlite3_busy_timeout(opened, busyMilliseconds);
+    if (result != SQLITE_OK)
+        return fail(kindOf(result), "can't open " + path + ": " + sqlite3_errstr(result), path);
+    waitWhenBusy(opened, busyMilliseconds);
     sqlite3_db_config(opened, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
     sqlite3_db_config(opened, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
     bool ready;
     if (access == Access::write) {
         ready = database.execute("PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL; PRAGMA foreign_keys=ON;");
     } else {
-        sqlite3_db_config(opened, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
-        sqlite3_wal_autocheckpoint(opened, 0);
+        neverCheckpoint(opened);
         ready = database.execute("PRAGMA query_only=ON;");
     }
     if (!ready) {
-        problem = "can't open " + path + ": " + database.problem();
-        return std::nullopt;
+        const Problem problem = database.problem();
+        return fail(problem.kind, "can't open " + path + ": " + problem.text, path);
     }
     return database;
 }
@@ -150,7 +186,7 @@ Statement Database::prepare(std::string_view sql) {
         sql.size() > INT_MAX
             ? SQLITE_TOOBIG
             : sqlite3_prepare_v2(handle, sql.data(), static_cast<int>(sql.size()), &prepared, nullptr);
-    return Statement(prepared, result);
+    return Statement(handle, prepared, result);
 }
 
 bool Database::execute(const char *sql) {
@@ -168,8 +204,8 @@ std::int64_t Database::lastRowID() const noexcept {
     return sqlite3_last_insert_rowid(handle);
 }
 
-std::string Database::problem() const {
-    return sqlite3_errmsg(handle);
+Problem Database::problem() const {
+    return problemOf(handle, sqlite3_errcode(handle));
 }
 
 bool Database::checkpoint() {
@@ -193,6 +229,14 @@ bool Transaction::commit() {
         return false; // the destructor rolls back
     open = false;
     return true;
+}
+
+Snapshot::Snapshot(Database &read) : database(read), open(read.execute("BEGIN;")) {
+}
+
+Snapshot::~Snapshot() {
+    if (open)
+        static_cast<void>(database.execute("COMMIT;"));
 }
 
 } // namespace wickerlane::sqlite

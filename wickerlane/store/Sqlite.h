@@ -4,8 +4,7 @@
 // connection, the daemon's, is opened with Access::write; all others are opened with Access::read, and those
 // neither write nor checkpoint, not even when they close last.
 //
-// Failures are values: what failed says so, and Database::problem() says why. A connection and its statements
-// belong to one thread at a time.
+// A connection and its statements belong to one thread at a time.
 #ifndef WICKERLANE_STORE_SQLITE_H
 #define WICKERLANE_STORE_SQLITE_H
 
@@ -14,8 +13,11 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
+#include <vector>
 
+#include "wickerlane/model/Result.h"
 #include "wickerlane/platform/object/Data.h"
 
 struct sqlite3;
@@ -23,17 +25,15 @@ struct sqlite3_stmt;
 
 namespace wickerlane::sqlite {
 
-/// A prepared statement. Values are bound in order with bind(), rows read by next():
+/// A prepared statement. Values are bound in order with bind(), then rows are read:
 ///
-///     Statement statement = database.prepare("SELECT a FROM t WHERE b = ?");
-///     statement.bind(17);
-///     while (statement.next())
-///         use(statement.integer(0));
-///     if (statement.failed()) ...
+///     const auto names = database.prepare("SELECT name FROM t WHERE a = ?").bind(17).all(
+///         [](const Statement &row) { return std::string(row.text(0)); });
 class WL_EXPORT Statement {
 public:
     Statement(Statement &&other) noexcept
-        : handle(std::exchange(other.handle, nullptr)), code(other.code), bound(other.bound) {}
+        : connection(other.connection), handle(std::exchange(other.handle, nullptr)), code(other.code),
+          bound(other.bound) {}
     Statement &operator=(Statement &&) = delete;
     ~Statement();
 
@@ -43,6 +43,39 @@ public:
         (bindNext(values), ...);
         return *this;
     }
+
+    // Each of these calls `read` with the statement at a row, and resets the statement.
+
+    /// Calls `read` for all rows.
+    template <class Read>
+    [[nodiscard]] Result<> forEach(const Read &read) {
+        while (next())
+            read(std::as_const(*this));
+        return end();
+    }
+    /// What `read` makes of each row.
+    template <class Read, class Row = std::invoke_result_t<const Read &, const Statement &>>
+    [[nodiscard]] Result<std::vector<Row>> all(const Read &read) {
+        std::vector<Row> rows;
+        const Result<> ended = forEach([&](const Statement &row) { rows.push_back(read(row)); });
+        if (!ended)
+            return passOn(ended);
+        return rows;
+    }
+    /// What `read` makes of the first row, if there is one.
+    template <class Read, class Row = std::invoke_result_t<const Read &, const Statement &>>
+    [[nodiscard]] Result<std::optional<Row>> first(const Read &read) {
+        std::optional<Row> row;
+        if (next())
+            row = read(std::as_const(*this));
+        const Result<> ended = end();
+        if (!ended)
+            return passOn(ended);
+        return row;
+    }
+    /// Whether there is a row.
+    [[nodiscard]] Result<bool> any();
+
     /// Steps to the next row. False when there is none, or on failure, which failed() tells.
     [[nodiscard]] bool next();
     /// Runs a statement without rows, and resets it. False on failure.
@@ -60,7 +93,8 @@ public:
 
 private:
     friend class Database;
-    Statement(sqlite3_stmt *prepared, int result) noexcept : handle(prepared), code(result) {}
+    Statement(sqlite3 *database, sqlite3_stmt *prepared, int result) noexcept
+        : connection(database), handle(prepared), code(result) {}
 
     template <std::integral Integer>
     void bindNext(Integer value) {
@@ -79,7 +113,9 @@ private:
     void bindInteger(std::int64_t value);
     void bindNull();
     void note(int result) noexcept;
+    [[nodiscard]] Result<> end();
 
+    sqlite3 *connection;
     sqlite3_stmt *handle;
     int code; // the first failure; stays until reset() when it came from running
     int bound = 0;
@@ -93,10 +129,8 @@ public:
         write, ///< Creates the file if need be; in write-ahead mode, each commit synced. The one writer.
     };
 
-    /// Opens a file, whose folder must exist, without following a link in its last component. Nothing, and
-    /// the reason in `problem`, on failure.
-    [[nodiscard]] static std::optional<Database> open(const std::string &path, Access access,
-                                                      std::string &problem);
+    /// Opens a file, whose folder must exist, without following a link in its last component.
+    [[nodiscard]] static Result<Database> open(const std::string &path, Access access);
     Database(Database &&other) noexcept : handle(std::exchange(other.handle, nullptr)) {}
     Database &operator=(Database &&other) noexcept {
         std::swap(handle, other.handle);
@@ -111,8 +145,8 @@ public:
     /// The single number that a query gives; nothing on failure or without a row.
     [[nodiscard]] std::optional<std::int64_t> integer(std::string_view sql);
     [[nodiscard]] std::int64_t lastRowID() const noexcept;
-    /// What failed last on this connection.
-    [[nodiscard]] std::string problem() const;
+    /// What failed last on this connection, which has failed.
+    [[nodiscard]] Problem problem() const;
     /// Moves the whole write-ahead log into the database file. The writer's alone. False on failure.
     [[nodiscard]] bool checkpoint();
 
@@ -121,7 +155,7 @@ private:
     sqlite3 *handle;
 };
 
-/// A transaction that rolls back unless it is committed.
+/// Writes that take effect together: rolled back unless they are committed.
 class WL_EXPORT Transaction {
 public:
     /// Takes the right to write at once, so that a later statement cannot fail for want of it.
@@ -133,6 +167,19 @@ public:
     [[nodiscard]] bool isOpen() const noexcept { return open; }
     /// False on failure; everything is then rolled back.
     [[nodiscard]] bool commit();
+
+private:
+    Database &database;
+    bool open;
+};
+
+/// While it lives, the connection reads the database as it is at one time, whatever others commit.
+class WL_EXPORT Snapshot {
+public:
+    explicit Snapshot(Database &database);
+    Snapshot(const Snapshot &) = delete;
+    Snapshot &operator=(const Snapshot &) = delete;
+    ~Snapshot();
 
 private:
     Database &database;

@@ -10,6 +10,7 @@
 
 #include "wickerlane/platform/console/Console.h"
 #include "wickerlane/platform/object/Format.h"
+#include "wickerlane/store/ConnectionInternal.h"
 
 using namespace wickerlane;
 
@@ -71,9 +72,8 @@ std::int64_t JXGenericAssetCountInDatabaseWithPath(const char *path) {
     const int code = sqlite3_open_v2(path, &database, SQLITE_OPEN_READWRITE, nullptr);
     std::int64_t count = -1;
     if (code == SQLITE_OK) {
-        // The daemon alone checkpoints: with the version in use, two that do can damage the database.
-        sqlite3_db_config(database, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
-        sqlite3_busy_timeout(database, busyMilliseconds);
+        sqlite::neverCheckpoint(database);
+        sqlite::waitWhenBusy(database, busyMilliseconds);
         count = countIn(database);
     } else {
         count = countWithoutDatabase(path);

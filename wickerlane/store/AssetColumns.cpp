@@ -1,0 +1,133 @@
+#include "wickerlane/store/AssetColumns.h"
+
+#include <algorithm>
+#include <array>
+
+namespace wickerlane::store {
+
+using sqlite::Statement;
+
+namespace {
+
+template <class Value>
+void bindValue(Statement &statement, const Value &value) {
+    statement.bind(value);
+}
+void bindValue(Statement &statement, AssetKind kind) {
+    statement.bind(static_cast<int>(kind));
+}
+void bindValue(Statement &statement, const Sha256 &sum) {
+    statement.bind(Bytes(sum));
+}
+
+template <std::integral Integer>
+void readValue(const Statement &row, int column, Integer &value) {
+    value = static_cast<Integer>(row.integer(column));
+}
+void readValue(const Statement &row, int column, double &value) {
+    value = row.real(column);
+}
+void readValue(const Statement &row, int column, std::optional<double> &value) {
+    value = row.isNull(column) ? std::nullopt : std::optional(row.real(column));
+}
+void readValue(const Statement &row, int column, std::string &value) {
+    value = row.text(column);
+}
+void readValue(const Statement &row, int column, AssetKind &value) {
+    value = row.integer(column) == 1 ? AssetKind::video : AssetKind::photo;
+}
+void readValue(const Statement &row, int column, Sha256 &value) {
+    const Bytes bytes = row.blob(column);
+    std::copy_n(bytes.begin(), std::min(bytes.size(), value.size()), value.begin());
+}
+
+struct Column {
+    std::string_view name;
+    void (*bind)(Statement &, const AssetRecord &);
+    void (*read)(const Statement &, int, AssetRecord &);
+};
+
+template <auto member>
+constexpr Column column(std::string_view name) {
+    return {
+        name, [](Statement &statement, const AssetRecord &record) { bindValue(statement, record.*member); },
+        [](const Statement &row, int index, AssetRecord &record) { readValue(row, index, record.*member); }};
+}
+
+constexpr std::array columns{
+    column<&AssetRecord::uuid>("uuid"),
+    column<&AssetRecord::kind>("kind"),
+    column<&AssetRecord::directory>("directory"),
+    column<&AssetRecord::filename>("filename"),
+    column<&AssetRecord::originalFilename>("originalfilename"),
+    column<&AssetRecord::format>("format"),
+    column<&AssetRecord::width>("width"),
+    column<&AssetRecord::height>("height"),
+    column<&AssetRecord::orientation>("orientation"),
+    column<&AssetRecord::dateCreated>("datecreated"),
+    column<&AssetRecord::dateAdded>("dateadded"),
+    column<&AssetRecord::latitude>("latitude"),
+    column<&AssetRecord::longitude>("longitude"),
+    column<&AssetRecord::byteSize>("bytesize"),
+    column<&AssetRecord::sha256>("sha256"),
+    column<&AssetRecord::thumbnailIndex>("thumbnailindex"),
+    column<&AssetRecord::problem>("problem"),
+    column<&AssetRecord::duration>("duration"),
+};
+
+/// SQL that is put together while this is compiled.
+struct SQL {
+    std::array<char, 512> characters{};
+    std::size_t length = 0;
+
+    constexpr void append(std::string_view text) {
+        for (const char each : text)
+            characters.at(length++) = each;
+    }
+    [[nodiscard]] constexpr std::string_view text() const { return {characters.data(), length}; }
+};
+
+constexpr SQL insertion = [] {
+    SQL sql;
+    sql.append("INSERT INTO zgenericasset (");
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+        sql.append(i == 0 ? "" : ", ");
+        sql.append(columns[i].name);
+    }
+    sql.append(") VALUES (");
+    for (std::size_t i = 0; i < columns.size(); ++i)
+        sql.append(i == 0 ? "?" : ",?");
+    sql.append(")");
+    return sql;
+}();
+
+constexpr SQL selection = [] {
+    SQL sql;
+    sql.append("SELECT pk");
+    for (const Column &each : columns) {
+        sql.append(", ");
+        sql.append(each.name);
+    }
+    sql.append(" FROM zgenericasset ");
+    return sql;
+}();
+
+} // namespace
+
+constinit const std::string_view insertAsset = insertion.text();
+constinit const std::string_view selectAssets = selection.text();
+
+void bindRecord(Statement &statement, const AssetRecord &record) {
+    for (const Column &each : columns)
+        each.bind(statement, record);
+}
+
+AssetRecord readRecord(const Statement &row) {
+    AssetRecord record;
+    record.primaryKey = row.integer(0);
+    for (int index = 1; const Column &each : columns)
+        each.read(row, index++, record);
+    return record;
+}
+
+} // namespace wickerlane::store

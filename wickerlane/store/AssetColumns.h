@@ -1,0 +1,27 @@
+// How records of assets come into the asset table and out of it.
+#ifndef WICKERLANE_STORE_ASSETCOLUMNS_H
+#define WICKERLANE_STORE_ASSETCOLUMNS_H
+
+#include <string_view>
+
+#include "wickerlane/store/AssetRecord.h"
+#include "wickerlane/store/Sqlite.h"
+
+namespace wickerlane::store {
+
+/// Inserts what bindRecord() binds.
+WL_EXPORT extern const std::string_view insertAsset;
+
+/// Gives rows for readRecord(); to be followed by what narrows it.
+WL_EXPORT extern const std::string_view selectAssets;
+
+/// Binds a record, which must stay unchanged until the statement has run. Its primary key is left out: the
+/// table gives it.
+WL_EXPORT void bindRecord(sqlite::Statement &statement, const AssetRecord &record);
+
+/// The record in the current row.
+[[nodiscard]] WL_EXPORT AssetRecord readRecord(const sqlite::Statement &row);
+
+} // namespace wickerlane::store
+
+#endif
