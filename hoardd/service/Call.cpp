@@ -12,8 +12,10 @@ bool Call::mayReadFiles() const noexcept {
 }
 
 void Call::refuse(const Problem &problem) const {
-    JX_LOG(JXLogLevelWarning, JXGatekeeperMsgLog, "refused %s of process %d: %s",
-           served != nullptr ? served->row->name : "a request", peer().process, problem.text.c_str());
+    // Without a reply the log is the only place that tells.
+    JX_LOG(received->wantsReply() ? JXLogLevelWarning : JXLogLevelError, JXGatekeeperMsgLog,
+           "refused %s of process %d: %s", served != nullptr ? served->row->name : "a request",
+           peer().process, problem.text.c_str());
     if (!received->wantsReply())
         return;
     if (served != nullptr && served->sayNo != nullptr) {
@@ -22,7 +24,7 @@ void Call::refuse(const Problem &problem) const {
         if (const auto own = served->sayNo({problem, hasEntitlement}))
             return answer(*own);
     }
-    received->replyError(problem.text);
+    received->replyError(problem.text, static_cast<std::int64_t>(problem.kind));
 }
 
 } // namespace wickerlane::hoardd

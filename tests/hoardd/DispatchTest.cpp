@@ -2,10 +2,13 @@
 #include "hoardd/Daemon.h"
 
 #include <algorithm>
+#include <filesystem>
 
 #include "hoardd/service/Access.h"
 #include "tests/hoardd/PlausibleRequest.h"
 #include "tests/hoardd/RunningHoardd.h"
+#include "wickerlane/platform/consent/Consent.h"
+#include "wickerlane/platform/file/Files.h"
 #include "wickerlane/protocol/AllRows.h"
 
 using namespace wickerlane;
@@ -96,6 +99,39 @@ TEST_F(Requests, SayWhetherTheUserHasAccess) {
     const uid_t me = getuid();
     EXPECT_EQ(hoardd::accessOf({me, 0, 1, 1, ""}), hoardd::AccessStatus::granted);
     EXPECT_EQ(hoardd::accessOf({me + 1, 0, 1, 1, ""}), hoardd::AccessStatus::notAsked);
+}
+
+TEST_F(Requests, ThatAreRefusedGetTheKindOfTheProblem) {
+    ReleaseScope scope;
+    const auto kindOf = [&](MessageDictionary *message) {
+        const auto reply = ask(message);
+        const auto *error = as<MessageError>(reply.get());
+        return error != nullptr ? error->errorKind() : -1;
+    };
+    const auto unknownAsset = request(1);
+    unknownAsset->setString("assetURL", "x");
+    EXPECT_EQ(kindOf(unknownAsset.get()), 2) << "not found";
+    EXPECT_EQ(kindOf(request(9999).get()), 1) << "invalid";
+    const auto nameless = request(11);
+    EXPECT_EQ(kindOf(nameless.get()), 1) << "invalid";
+    ASSERT_TRUE(ConsentStore::shared().decide(
+        {kPVGServicePhotos, std::filesystem::read_symlink("/proc/self/exe"), getuid(), false}));
+    EXPECT_EQ(kindOf(request(16).get()), 3) << "refused";
+}
+
+TEST_F(Requests, WithoutReplyHaveTheirProblemsLogged) {
+    ReleaseScope scope;
+    const auto write = request(24);
+    write->setData("dataToSave", "x", 1);
+    write->setString("destinationURL", "file:///etc/not-written");
+    connection->send(write.get());
+    answer(request(16).get()); // comes after it
+    const FileBytes log =
+        contentsOf(pathUnderRoot("/var/log/wickerlane/org.wickerlane.hoardd.Gatekeeper.log"));
+    const std::string text(reinterpret_cast<const char *>(log.data()), log.size());
+    EXPECT_NE(text.find("refused writeDataInBackground:toFileURL: of process " + std::to_string(getpid())),
+              std::string::npos)
+        << text;
 }
 
 } // namespace
