@@ -6,6 +6,7 @@
 #include <atomic>
 #include <functional>
 #include <future>
+#include <stdexcept>
 #include <thread>
 
 #include "wickerlane/platform/message/connection/MessageConnection.h"
@@ -15,7 +16,7 @@
 namespace wickerlane::test {
 
 constexpr const char *serviceName = "org.wickerlane.test.Service";
-constexpr std::chrono::seconds longTime{60}; // what never takes that long unless it hangs
+constexpr std::chrono::seconds longTime{60}; // what takes that long hangs
 
 inline Ref<MessageListener> listen(Handler<void(ReceivedMessage *)> handler, WorkQueue *queue = nullptr,
                                    MessageListener::Options options = {}, const char *name = serviceName) {
@@ -33,6 +34,15 @@ inline Ref<MessageConnection> connect(Handler<void(MessageValue *)> events = {},
     connection->setEventHandler(std::move(events));
     connection->resume();
     return connection;
+}
+
+// What a promise is given; throws when that takes too long.
+template <class T>
+T resultOf(std::promise<T> &promise) {
+    std::future<T> future = promise.get_future();
+    if (future.wait_for(longTime) != std::future_status::ready)
+        throw std::runtime_error("nothing came");
+    return future.get();
 }
 
 // Tries again until it succeeds; false when it never does.

@@ -1,12 +1,17 @@
-#include "Service.h"
-#include "wickerlane/platform/process/ProcessTransaction.h"
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/socket.h>
 
 #include <algorithm>
-#include <fcntl.h>
-
 #include <mutex>
 #include <set>
 #include <thread>
+
+#include "RawSocket.h"
+#include "Service.h"
+#include "wickerlane/platform/message/service/ServiceSocket.h"
+#include "wickerlane/platform/message/wire/MessageEncoder.h"
+#include "wickerlane/platform/process/ProcessTransaction.h"
 
 using namespace wickerlane;
 using namespace wickerlane::test;
@@ -38,12 +43,12 @@ private:
 void waitForBarrier(MessageConnection *connection) {
     std::promise<void> passed;
     connection->sendBarrier([&] { passed.set_value(); });
-    EXPECT_EQ(passed.get_future().wait_for(longTime), std::future_status::ready);
+    resultOf(passed);
 }
 
 } // namespace
 
-TEST(Connection, keepsTheOrderWhateverTheModeOfSending) {
+TEST(Connection, KeepsTheOrderWhateverTheModeOfSending) {
     const auto queue = WorkQueue::create("service");
     std::vector<std::int64_t> arrived;
     for (WorkQueue *used : {static_cast<WorkQueue *>(nullptr), queue.get()}) {
@@ -82,7 +87,7 @@ TEST(Connection, keepsTheOrderWhateverTheModeOfSending) {
     }
 }
 
-TEST(Connection, servesManyThreadsAtOnce) {
+TEST(Connection, ServesManyThreadsAtOnce) {
     const auto listener = listen(echo, WorkQueue::global());
     const auto connection = connect();
     Collected replies;
@@ -109,7 +114,7 @@ TEST(Connection, servesManyThreadsAtOnce) {
     EXPECT_EQ(numbers.size(), static_cast<std::size_t>(threads * each / 2));
 }
 
-TEST(Connection, carriesLargeDataAndDescriptorsBothWays) {
+TEST(Connection, CarriesLargeDataAndDescriptorsBothWays) {
     const auto listener = listen(echo);
     const auto connection = connect();
     std::string bytes(5'000'000, 0);
@@ -133,26 +138,57 @@ TEST(Connection, carriesLargeDataAndDescriptorsBothWays) {
     }
 }
 
-TEST(Connection, keepsWhatIsSentBeforeItIsResumed) {
+TEST(Connection, KeepsWhatIsSentBeforeItIsResumed) {
     std::promise<std::int64_t> first;
     const auto listener =
         listen([&](ReceivedMessage *received) { first.set_value(numberOf(received->message())); });
     const auto connection = MessageConnection::create(serviceName, nullptr);
     connection->send(numbered(1).get());
-    std::atomic<bool> passed{false};
-    std::promise<void> barrier;
-    connection->sendBarrier([&] {
-        passed = true;
-        barrier.set_value();
-    });
-    EXPECT_FALSE(passed);
     connection->resume();
-    EXPECT_EQ(first.get_future().get(), 1);
-    barrier.get_future().wait();
+    EXPECT_EQ(resultOf(first), 1);
     EXPECT_EQ(MessageConnection::create(serviceName, nullptr, 1), nullptr) << "there are no flags";
 }
 
-TEST(Connection, isInvalidForGoodWithoutADescriptionOfTheService) {
+TEST(Connection, RunsABarrierOnlyWhenAllThatWasSentBeforeHasLeft) {
+    const UniqueFd listening = ServiceSocket(serviceName).listen();
+    ASSERT_TRUE(listening);
+    const auto queue = WorkQueue::create("target"); // what was submitted to it has run after sync()
+    const auto connection = MessageConnection::create(serviceName, queue.get());
+    const std::string bytes(8'000'000, 'x'); // more than a socket takes at once
+    auto message = MessageDictionary::create();
+    message->setData("data", bytes.data(), bytes.size());
+    connection->send(message.get());
+    std::atomic<bool> hasPassed{false};
+    std::promise<void> passed;
+    connection->sendBarrier([&] {
+        hasPassed = true;
+        passed.set_value();
+    });
+    queue->sync([] {});
+    EXPECT_FALSE(hasPassed) << "while the connection is suspended";
+
+    connection->resume();
+    const UniqueFd client(accept4(listening.get(), nullptr, nullptr, SOCK_CLOEXEC));
+    MessageEncoder hello;
+    hello.encodeHello();
+    ASSERT_EQ(::send(client.get(), hello.gathered().data(), hello.gathered().size(), MSG_NOSIGNAL),
+              static_cast<ssize_t>(hello.gathered().size()));
+    pollfd readable{.fd = client.get(), .events = POLLIN, .revents = 0};
+    ASSERT_EQ(poll(&readable, 1, 60'000), 1);
+    queue->sync([] {});
+    EXPECT_FALSE(hasPassed) << "while the service does not read";
+
+    std::thread reading([&] {
+        std::string all;
+        readToEnd(client.get(), all);
+        EXPECT_GT(all.size(), bytes.size());
+    });
+    resultOf(passed);
+    connection->cancel();
+    reading.join();
+}
+
+TEST(Connection, IsInvalidForGoodWithoutADescriptionOfTheService) {
     Collected events;
     const auto connection = connect(events.handler(), "org.wickerlane.test.Nobody");
     MessageError *const invalid = MessageError::connectionInvalid();
@@ -167,7 +203,7 @@ TEST(Connection, isInvalidForGoodWithoutADescriptionOfTheService) {
     EXPECT_STREQ(connection->serviceName(), "org.wickerlane.test.Nobody");
 }
 
-TEST(Connection, failsWhatIsPendingWhenThePeerGoesAwayAndThenReconnects) {
+TEST(Connection, FailsWhatIsPendingWhenThePeerGoesAwayAndThenReconnects) {
     std::promise<void> arrived;
     std::vector<Ref<ReceivedMessage>> kept;
     auto listener = listen([&](ReceivedMessage *received) {
@@ -181,7 +217,7 @@ TEST(Connection, failsWhatIsPendingWhenThePeerGoesAwayAndThenReconnects) {
     connection->sendWithReply(numbered(1).get(), nullptr, replies.handler());
     auto waiting =
         std::async(std::launch::async, [&] { return connection->sendWithReplySync(numbered(2).get()); });
-    arrived.get_future().wait();
+    resultOf(arrived);
     listener->cancel();
     MessageError *const interrupted = MessageError::connectionInterrupted();
     EXPECT_EQ(waiting.get().get(), interrupted);
@@ -194,7 +230,7 @@ TEST(Connection, failsWhatIsPendingWhenThePeerGoesAwayAndThenReconnects) {
     EXPECT_EQ(replies.wait(1).size(), 1U);
 }
 
-TEST(Connection, isServedInOrderByAListenerThatOrdersEachPeer) {
+TEST(Connection, IsServedInOrderByAListenerThatOrdersEachPeer) {
     constexpr std::int64_t count = 500;
     std::vector<std::int64_t> handled; // by one item of one queue at a time
     std::promise<void> otherIsServed;
@@ -204,7 +240,7 @@ TEST(Connection, isServedInOrderByAListenerThatOrdersEachPeer) {
             if (number < 0)
                 return received->reply(received->message());
             if (handled.empty())
-                otherIsServed.get_future().wait(); // others are served meanwhile
+                resultOf(otherIsServed); // others are served meanwhile
             handled.push_back(number);
             received->reply(received->message());
         },
@@ -219,7 +255,7 @@ TEST(Connection, isServedInOrderByAListenerThatOrdersEachPeer) {
     EXPECT_TRUE(std::ranges::is_sorted(handled));
 }
 
-TEST(Connection, getsAnAnswerWhileTheNextRequestIsStillBeingHandled) {
+TEST(Connection, GetsAnAnswerWhileTheNextRequestIsStillBeingHandled) {
     std::promise<void> firstIsThere;
     auto first = firstIsThere.get_future();
     const auto queue = WorkQueue::create("service");
@@ -238,7 +274,7 @@ TEST(Connection, getsAnAnswerWhileTheNextRequestIsStillBeingHandled) {
     EXPECT_EQ(numberOf(replies.wait(1)[0].get()), 2);
 }
 
-TEST(Connection, noticesThatAnIdlePeerWentAway) {
+TEST(Connection, NoticesThatAnIdlePeerWentAway) {
     auto listener = listen(echo);
     Collected events;
     const auto connection = connect(events.handler());
@@ -247,7 +283,7 @@ TEST(Connection, noticesThatAnIdlePeerWentAway) {
     EXPECT_EQ(events.wait(1)[0].get(), MessageError::connectionInterrupted());
 }
 
-TEST(Connection, endsForGoodWhenCancelled) {
+TEST(Connection, EndsForGoodWhenCancelled) {
     std::vector<Ref<ReceivedMessage>> kept;
     std::promise<void> arrived;
     const auto listener = listen([&](ReceivedMessage *received) {
@@ -261,7 +297,7 @@ TEST(Connection, endsForGoodWhenCancelled) {
     connection->sendWithReply(numbered(1).get(), nullptr, replies.handler());
     auto waiting =
         std::async(std::launch::async, [&] { return connection->sendWithReplySync(numbered(2).get()); });
-    arrived.get_future().wait();
+    resultOf(arrived);
     connection->cancel();
     connection->cancel();
     MessageError *const invalid = MessageError::connectionInvalid();
@@ -276,7 +312,7 @@ TEST(Connection, endsForGoodWhenCancelled) {
     kept.clear();
 }
 
-TEST(Connection, mayBeReleasedAndCancelledInItsOwnHandlers) {
+TEST(Connection, MayBeReleasedAndCancelledInItsOwnHandlers) {
     const auto listener = listen(echo);
     for (int i = 0; i < 50; ++i) {
         auto connection = connect();
@@ -289,11 +325,11 @@ TEST(Connection, mayBeReleasedAndCancelledInItsOwnHandlers) {
                                   connection = nullptr;
                                   replied.set_value();
                               });
-        replied.get_future().wait();
+        resultOf(replied);
     }
 }
 
-TEST(Connection, letsWhatWasSentLeaveAfterTheLastRelease) {
+TEST(Connection, LetsWhatWasSentLeaveAfterTheLastRelease) {
     constexpr int count = 300;
     std::promise<void> all;
     int arrived = 0;
@@ -309,10 +345,10 @@ TEST(Connection, letsWhatWasSentLeaveAfterTheLastRelease) {
         connection->send(message.get());
     }
     connection = nullptr;
-    EXPECT_EQ(all.get_future().wait_for(longTime), std::future_status::ready);
+    resultOf(all);
 }
 
-TEST(Connection, closesItselfWhenIdleUnseen) {
+TEST(Connection, ClosesItselfWhenIdleUnseen) {
     std::promise<void> gone;
     Ref<MessagePeer> peer;
     MessageListener::Options options;
@@ -326,7 +362,7 @@ TEST(Connection, closesItselfWhenIdleUnseen) {
     EXPECT_EQ(numberOf(connection->sendWithReplySync(numbered(1).get()).get()), 1);
     endProcessTransaction();
     // The service ends only once nobody is connected.
-    EXPECT_EQ(gone.get_future().wait_for(longTime), std::future_status::ready);
+    resultOf(gone);
     const auto next = listen(echo);
     EXPECT_EQ(numberOf(connection->sendWithReplySync(numbered(2).get()).get()), 2);
     waitForBarrier(connection.get());
@@ -334,7 +370,7 @@ TEST(Connection, closesItselfWhenIdleUnseen) {
     EXPECT_EQ(events.wait(1)[0].get(), MessageError::connectionInvalid()) << "the first event there is";
 }
 
-TEST(Connection, reportsWhatCannotBeSentToTheOneWhoSentIt) {
+TEST(Connection, ReportsWhatCannotBeSentToTheOneWhoSentIt) {
     const auto listener = listen(echo);
     const auto connection = connect();
     auto message = MessageDictionary::create();
@@ -347,7 +383,7 @@ TEST(Connection, reportsWhatCannotBeSentToTheOneWhoSentIt) {
         << "the connection goes on";
 }
 
-TEST(Connection, handsOnMessagesOfTheServiceItself) {
+TEST(Connection, HandsOnMessagesOfTheServiceItself) {
     const auto listener = listen([](ReceivedMessage *received) {
         received->peer()->send(numbered(5).get());
         echo(received);

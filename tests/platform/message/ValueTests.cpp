@@ -8,6 +8,7 @@
 #include <future>
 
 #include "Codec.h"
+#include "wickerlane/platform/message/value/MessageValue.h"
 #include "wickerlane/platform/object/Array.h"
 #include "wickerlane/platform/object/Dictionary.h"
 #include "wickerlane/platform/object/Number.h"
@@ -74,7 +75,7 @@ std::vector<std::string> keysOf(const MessageDictionary *dictionary) {
 
 } // namespace
 
-TEST(MessageDictionary, readersAreTotal) {
+TEST(MessageDictionary, ReadersAreTotal) {
     auto message = everyKind();
     EXPECT_EQ(message->getString("text"), "gr\xC3\xBC\xC3\x9F");
     EXPECT_EQ(message->getString("smallest"), std::nullopt);
@@ -97,7 +98,7 @@ TEST(MessageDictionary, readersAreTotal) {
     EXPECT_EQ(message->get("text"), message->get("text")) << "a raw value is made once";
 }
 
-TEST(MessageDictionary, keepsTheOrderOfKeysAndFindsThemAmongMany) {
+TEST(MessageDictionary, KeepsTheOrderOfKeysAndFindsThemAmongMany) {
     auto message = MessageDictionary::create();
     for (int i = 0; i < 500; ++i)
         message->setInt64(std::to_string(i).c_str(), i);
@@ -114,7 +115,7 @@ TEST(MessageDictionary, keepsTheOrderOfKeysAndFindsThemAmongMany) {
     EXPECT_EQ(message->getString("499"), "again");
 }
 
-TEST(MessageDictionary, storesNothingThatCannotBeSent) {
+TEST(MessageDictionary, StoresNothingThatCannotBeSent) {
     auto message = MessageDictionary::create();
     message->setString("text", "\xFF");
     message->setInt64("bad \xC3 key", 1);
@@ -124,7 +125,7 @@ TEST(MessageDictionary, storesNothingThatCannotBeSent) {
     EXPECT_EQ(message->count(), 0U);
 }
 
-TEST(MessageDictionary, keepsAValueWhenTextThatCannotBeSentIsSet) {
+TEST(MessageDictionary, KeepsAValueWhenTextThatCannotBeSentIsSet) {
     auto message = MessageDictionary::create();
     message->setString("text", "kept");
     message->setString("text", "\xFF");
@@ -133,7 +134,7 @@ TEST(MessageDictionary, keepsAValueWhenTextThatCannotBeSentIsSet) {
     EXPECT_EQ(message->getString("text"), "kept");
 }
 
-TEST(MessageValue, isEqualByStructure) {
+TEST(MessageValue, IsEqualByStructure) {
     const auto a = everyKind();
     const auto b = everyKind();
     EXPECT_TRUE(a->isEqual(b.get()));
@@ -155,7 +156,7 @@ TEST(MessageValue, isEqualByStructure) {
     EXPECT_FALSE(MessageError::create("same", 1)->isEqual(MessageError::create("same", 2).get()));
 }
 
-TEST(MessageValue, describesItselfWithinBounds) {
+TEST(MessageValue, DescribesItselfWithinBounds) {
     auto message = MessageDictionary::create();
     message->setString("a \"key\"", "line\nbreak \x1b");
     message->setBool("b", true);
@@ -172,7 +173,7 @@ TEST(MessageValue, describesItselfWithinBounds) {
     EXPECT_LT(describe(MessageScalar::createString(std::string(1'000'000, 'x')).get()).size(), 100'000U);
 }
 
-TEST(MessageValue, convertsToObjectsAndBackExactly) {
+TEST(MessageValue, ConvertsToObjectsAndBackExactly) {
     const auto entries = std::vector<std::pair<const char *, Ref<Object>>>{
         {"text", String::create("t")},
         {"true", Number::create(true)},
@@ -205,7 +206,7 @@ TEST(MessageValue, convertsToObjectsAndBackExactly) {
     }
 }
 
-TEST(MessageValue, refusesToConvertWhatHasNoCounterpart) {
+TEST(MessageValue, RefusesToConvertWhatHasNoCounterpart) {
     EXPECT_EQ(createMessageValue(nullptr), nullptr);
     EXPECT_EQ(createMessageValue(Array::of({URL::of("file:///x")})), nullptr);
     EXPECT_EQ(createMessageValue(Dictionary::create({{Number::of(1), Number::of(1)}}).get()), nullptr);
@@ -217,7 +218,7 @@ TEST(MessageValue, refusesToConvertWhatHasNoCounterpart) {
     EXPECT_EQ(createMessageValue(Array::of({nested.get()})), nullptr);
 }
 
-TEST(MessageData, lendsItsBytesUntilTheLastHolderLetsGo) {
+TEST(MessageData, LendsItsBytesUntilTheLastHolderLetsGo) {
     static const char lent[] = "lent bytes";
     std::promise<void> released;
     auto message = MessageDictionary::create();
@@ -238,7 +239,7 @@ TEST(MessageData, lendsItsBytesUntilTheLastHolderLetsGo) {
     EXPECT_STREQ(copy, "ef-----");
 }
 
-TEST(MessageValue, everyKindSurvivesTheWire) {
+TEST(MessageValue, EveryKindSurvivesTheWire) {
     const auto message = everyKind();
     const auto received = roundTrip(message.get());
     ASSERT_NE(received, nullptr);
@@ -260,7 +261,7 @@ TEST(MessageValue, everyKindSurvivesTheWire) {
     EXPECT_TRUE(data->isEqual(copy.get()));
 }
 
-TEST(MessageEncoder, keepsTheLimits) {
+TEST(MessageEncoder, KeepsTheLimits) {
     const auto reason = [](const MessageDictionary *message) {
         MessageEncoder encoder;
         return encoder.encode(FrameKind::message, 0, message);
@@ -298,7 +299,7 @@ TEST(MessageEncoder, keepsTheLimits) {
     EXPECT_NE(reason(large.get()), nullptr);
 }
 
-TEST(MessageDecoder, refusesWhatIsNotAMessage) {
+TEST(MessageDecoder, RefusesWhatIsNotAMessage) {
     // Spelled out byte by byte, so that a fault shared by both ends shows.
     const std::string valid("\x01\0\0\0\x01\x01\0\0k\0\x05\0\0\0\0\0\0\0", 18);
     ASSERT_NE(decode(valid), nullptr);
@@ -340,7 +341,7 @@ TEST(MessageDecoder, refusesWhatIsNotAMessage) {
         EXPECT_EQ(decode(valid.substr(0, length)), nullptr) << length;
 }
 
-TEST(MessageDecoder, takesDescriptorsOnlyAsTheyAreNamed) {
+TEST(MessageDecoder, TakesDescriptorsOnlyAsTheyAreNamed) {
     const std::string one("\x01\0\0\0\x09\x01\0\0k\0\0", 11);
     const std::string memory("\x01\0\0\0\x08\x01\0\0k\0\0", 11);
     const auto null = [] { return UniqueFd(open("/dev/null", O_RDONLY | O_CLOEXEC)); };

@@ -51,7 +51,7 @@ std::vector<pid_t> starts() {
     if (listener == nullptr)
         _exit(3);
     listener->resume();
-    ended.get_future().wait();
+    resultOf(ended);
     _exit(0);
 }
 
@@ -103,7 +103,7 @@ protected:
 
 } // namespace
 
-TEST_F(Start, happensOnceHoweverManyProcessesAsk) {
+TEST_F(Start, HappensOnceHoweverManyProcessesAsk) {
     play("serves");
     constexpr int count = 8;
     std::vector<pid_t> clients;
@@ -122,7 +122,7 @@ TEST_F(Start, happensOnceHoweverManyProcessesAsk) {
     EXPECT_EQ(starts().size(), 1U);
 }
 
-TEST_F(Start, isNobodysChildAndHasItsConsoleInAFile) {
+TEST_F(Start, IsNobodysChildAndHasItsConsoleInAFile) {
     play("serves");
     const auto connection = connect({}, startedName);
     ASSERT_EQ(numberOf(connection->sendWithReplySync(numbered(1).get()).get()), 1);
@@ -132,16 +132,16 @@ TEST_F(Start, isNobodysChildAndHasItsConsoleInAFile) {
               0);
 }
 
-TEST_F(Start, isTriedSoManyTimesAndThenTheServiceIsInvalid) {
+TEST_F(Start, IsTriedSoManyTimesAndThenTheServiceIsInvalid) {
     play("dies");
     std::promise<MessageValue *> event;
     const auto connection = connect([&](MessageValue *value) { event.set_value(value); }, startedName);
     connection->send(numbered(1).get());
-    EXPECT_EQ(event.get_future().get(), MessageError::connectionInvalid());
+    EXPECT_EQ(resultOf(event), MessageError::connectionInvalid());
     EXPECT_EQ(starts().size(), static_cast<std::size_t>(MessageLimits::startAttempts));
 }
 
-TEST_F(Start, failsWhereThereIsNothingToRun) {
+TEST_F(Start, FailsWhereThereIsNothingToRun) {
     const std::string file = pathUnderRoot("/Library/Services/") + startedName + ".plist";
     for (const char *contents :
          {"{ Program = \"/nowhere/at/all\"; }", "{ Program = \"\"; }", "no property list", ""}) {
@@ -152,7 +152,7 @@ TEST_F(Start, failsWhereThereIsNothingToRun) {
     }
 }
 
-TEST_F(Start, findsDescriptionsWhereTheEnvironmentSaysFirst) {
+TEST_F(Start, FindsDescriptionsWhereTheEnvironmentSaysFirst) {
     const std::string folder = rootPath() + "/elsewhere";
     ASSERT_TRUE(makeFolders(folder));
     std::ofstream(folder + "/" + startedName + ".plist")
@@ -165,7 +165,7 @@ TEST_F(Start, findsDescriptionsWhereTheEnvironmentSaysFirst) {
     EXPECT_EQ(found->arguments, (std::vector<std::string>{"one", "two"}));
 }
 
-TEST_F(Start, losesNothingToServicesThatEndWhenIdle) {
+TEST_F(Start, LosesNothingToServicesThatEndWhenIdle) {
     play("hasty");
     constexpr int threads = 3;
     constexpr int each = 40;

@@ -1,0 +1,157 @@
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+
+#include "RawSocket.h"
+#include "Service.h"
+#include "wickerlane/model/Problem.h"
+#include "wickerlane/platform/file/Files.h"
+#include "wickerlane/platform/message/listener/PeerProcess.h"
+#include "wickerlane/platform/message/service/ServiceSocket.h"
+#include "wickerlane/platform/message/wire/MessageDecoder.h"
+#include "wickerlane/platform/message/wire/MessageWire.h"
+
+using namespace wickerlane;
+using namespace wickerlane::test;
+
+namespace {
+
+MATCHER_P2(isError, text, kind, "") {
+    const auto *error = as<MessageError>(arg.get());
+    *result_listener << arg->description()->utf8();
+    return error != nullptr && error->text() == text && error->errorKind() == static_cast<std::int64_t>(kind);
+}
+
+} // namespace
+
+TEST(Listener, RefusesTheClientThatIsOneTooMany) {
+    MessageListener::Options options;
+    options.limits.connections = 2;
+    const auto listener = listen(echo, nullptr, options);
+    auto first = connect();
+    const auto second = connect();
+    ASSERT_EQ(numberOf(first->sendWithReplySync(numbered(1).get()).get()), 1);
+    ASSERT_EQ(numberOf(second->sendWithReplySync(numbered(1).get()).get()), 1);
+    const auto third = connect();
+    EXPECT_THAT(third->sendWithReplySync(numbered(1).get()),
+                isError("The user has too many connections to the service.", ProblemKind::busy));
+    first->cancel();
+    EXPECT_TRUE(eventually([&] { return numberOf(third->sendWithReplySync(numbered(3).get()).get()) == 3; }));
+}
+
+TEST(Listener, TellsARefusedClientWhyInItsReplyAndNotAsAnEvent) {
+    std::atomic<bool> isWelcome{false};
+    const auto listener = MessageListener::create(serviceName, WorkQueue::global(), echo, {});
+    listener->setPeerHandler([&](MessagePeer *) { return isWelcome.load(); });
+    listener->resume();
+    std::promise<MessageValue *> event;
+    const auto connection = connect([&](MessageValue *value) { event.set_value(value); });
+    std::promise<Ref<MessageValue>> reply;
+    connection->sendWithReply(numbered(1).get(), nullptr,
+                              [&](MessageValue *value) { reply.set_value(value); });
+    EXPECT_THAT(resultOf(reply), isError("The service refuses this process.", ProblemKind::refused));
+    EXPECT_EQ(resultOf(event), MessageError::connectionInterrupted());
+    isWelcome = true;
+    EXPECT_EQ(numberOf(connection->sendWithReplySync(numbered(2).get()).get()), 2) << "it connects again";
+}
+
+TEST(Listener, TellsAClientWhenTheServiceHasNoDescriptorsLeft) {
+    const auto listener = listen(echo);
+    // The client opens its socket first; what the service opens then finds no number free.
+    const UniqueFd client = ServiceSocket(serviceName).connect();
+    std::string greeting(sizeof(FrameHeader) + sizeof FrameHeader::version, 0);
+    ASSERT_EQ(recv(client.get(), greeting.data(), greeting.size(), MSG_WAITALL),
+              static_cast<ssize_t>(greeting.size()))
+        << "the listener is at work";
+    UniqueFd next(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    sockaddr_un address{};
+    socklen_t length = sizeof address;
+    ASSERT_EQ(getpeername(client.get(), reinterpret_cast<sockaddr *>(&address), &length), 0);
+    std::vector<UniqueFd> all;
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+    const rlimit few{.rlim_cur = 128, .rlim_max = before.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
+    for (UniqueFd fd; fd.reset(open("/dev/null", O_RDONLY | O_CLOEXEC)), fd;)
+        all.push_back(std::move(fd));
+    EXPECT_EQ(connect(next.get(), reinterpret_cast<const sockaddr *>(&address), length), 0);
+    std::string answer;
+    EXPECT_TRUE(readToEnd(next.get(), answer));
+    all.clear();
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
+    ASSERT_GT(answer.size(), sizeof(FrameHeader));
+    EXPECT_EQ(loadUnaligned<FrameHeader>(answer.data()).kind, FrameKind::refusal);
+    const std::string contents = answer.substr(sizeof(FrameHeader));
+    EXPECT_THAT(Ref<MessageValue>(decodeError(std::as_bytes(std::span(contents)))),
+                isError("The service has no file descriptors left.", ProblemKind::busy));
+}
+
+TEST(Listener, AsksAboutEachPeerAndKnowsItFromTheKernel) {
+    for (const bool welcome : {true, false}) {
+        PeerIdentity seen;
+        auto listener = MessageListener::create(serviceName, WorkQueue::global(), echo, {});
+        listener->setPeerHandler([&](MessagePeer *peer) {
+            EXPECT_TRUE(peer->isAlive());
+            seen = peer->identity();
+            return welcome;
+        });
+        listener->resume();
+        const auto connection = connect();
+        const auto reply = connection->sendWithReplySync(numbered(1).get());
+        EXPECT_EQ(reply->kind(), welcome ? MessageKind::dictionary : MessageKind::error);
+        EXPECT_EQ(seen.process, getpid());
+        EXPECT_EQ(seen.user, getuid());
+        listener->cancel();
+    }
+}
+
+TEST(Listener, IdentifiesPeersWithAndWithoutTheNewerKernelCall) {
+    int ends[2];
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
+    const UniqueFd one(ends[0]);
+    const UniqueFd other(ends[1]);
+    for (const PidfdFrom from : {PidfdFrom::socketWherePossible, PidfdFrom::processID}) {
+        const auto peer = identifyPeer(one.get(), from);
+        ASSERT_TRUE(peer);
+        EXPECT_TRUE(peer->isAlive());
+        EXPECT_EQ(peer->identity.process, getpid());
+        EXPECT_GT(peer->identity.startTime, 0U);
+        char path[4096] = {};
+        ASSERT_GT(readlink("/proc/self/exe", path, sizeof path - 1), 0);
+        EXPECT_EQ(peer->identity.executable, path);
+    }
+}
+
+TEST(Listener, AnswersWhatItsHandlerForgot) {
+    const auto listener = listen([](ReceivedMessage *received) {
+        if (numberOf(received->message()) == 2) {
+            received->replyError("no", static_cast<std::int64_t>(ProblemKind::exists));
+            received->reply(numbered(2).get()); // too late
+        }
+    });
+    const auto connection = connect();
+    EXPECT_THAT(connection->sendWithReplySync(numbered(1).get()),
+                isError("The service did not answer.", ProblemKind::failed));
+    EXPECT_THAT(connection->sendWithReplySync(numbered(2).get()), isError("no", ProblemKind::exists));
+}
+
+TEST(Listener, TakesANameThatNobodyHolds) {
+    auto listener = listen(echo);
+    std::string error;
+    EXPECT_EQ(MessageListener::create(serviceName, nullptr, echo, {}, &error), nullptr);
+    EXPECT_EQ(error, "the name is taken by a service that runs");
+    listener->cancel();
+    EXPECT_NE(MessageListener::create(serviceName, nullptr, echo, {}), nullptr);
+    for (const char *name : {"", ".hidden", "a/b"})
+        EXPECT_EQ(MessageListener::create(name, nullptr, echo, {}), nullptr) << name;
+}
+
+TEST(Listener, WorksBelowARootOfAnyLength) {
+    const std::string root = rootPath() + "/" + std::string(100, 'a') + "/" + std::string(100, 'b');
+    ASSERT_TRUE(makeFolders(root));
+    ASSERT_EQ(setenv("WICKERLANE_ROOT", root.c_str(), 1), 0);
+    const auto listener = listen(echo);
+    EXPECT_EQ(numberOf(connect()->sendWithReplySync(numbered(1).get()).get()), 1);
+}
