@@ -2,6 +2,7 @@
 #ifndef WICKERLANE_PLATFORM_MESSAGE_CONNECTION_CONNECTIONREADER_H
 #define WICKERLANE_PLATFORM_MESSAGE_CONNECTION_CONNECTIONREADER_H
 
+#include "wickerlane/platform/message/value/MessageKind.h"
 #include "wickerlane/platform/message/wire/FrameReader.h"
 
 namespace wickerlane {

@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "wickerlane/platform/message/listener/ListenerCore.h"
-#include "wickerlane/platform/message/service/ServiceDescription.h"
+#include "wickerlane/platform/message/service/InheritedSocket.h"
 #include "wickerlane/platform/message/service/ServiceSocket.h"
 
 namespace wickerlane {
@@ -28,7 +28,7 @@ private:
     const Ref<ListenerCore> core;
 };
 
-UniqueFd takeName(const char *serviceName, std::string &reason) {
+UniqueFd bindName(const char *serviceName, std::string &reason) {
     const ServiceSocket place(serviceName);
     const UniqueFd lock = place.lock();
     if (lock && place.connect()) {
@@ -52,9 +52,9 @@ Ref<MessageListener> MessageListener::create(const char *serviceName, WorkQueue 
     if (serviceName == nullptr || !isServiceName(serviceName)) {
         reason = "no such name can be taken";
     } else {
-        socket.reset(takeHandedSocket(serviceName, isManaged));
-        if (!socket)
-            socket = takeName(serviceName, reason);
+        auto inherited = takeInheritedSocket(serviceName);
+        isManaged = inherited.isManaged;
+        socket = inherited.socket ? std::move(inherited.socket) : bindName(serviceName, reason);
     }
     Ref<ListenerCore> core;
     if (socket) {

@@ -17,9 +17,9 @@ struct PeerIdentity {
     uid_t user;
     gid_t group;
     pid_t process;
-    std::uint64_t
-        startTime; ///< Of the process, in clock ticks since boot: tells reused process ids apart. 0 if gone.
-    std::string executable; ///< Absolute path; empty when the kernel would not say.
+    /// When the process was started, in clock ticks since boot, so that a reused id shows; 0 if it is gone.
+    std::uint64_t startTime;
+    std::string executable; ///< Absolute path; empty when the kernel does not say.
 };
 
 /// One connected client, as a daemon sees it. Thread-safe.
@@ -27,7 +27,7 @@ class WL_EXPORT MessagePeer : public Object {
     WL_OBJECT
 public:
     [[nodiscard]] virtual const PeerIdentity &identity() const noexcept = 0;
-    /// True as long as the process that connected still runs (told by its pidfd, so never a reused id).
+    /// True as long as the process that connected still runs, even if its id has been reused.
     [[nodiscard]] virtual bool isAlive() const noexcept = 0;
     /// Sends a message of the daemon's own accord.
     virtual void send(MessageDictionary *message) = 0;
@@ -43,7 +43,7 @@ public:
     [[nodiscard]] virtual MessageDictionary *message() const noexcept = 0; ///< Lives as long as this.
     [[nodiscard]] virtual MessagePeer *peer() const noexcept = 0;          ///< Lives as long as this.
     [[nodiscard]] virtual bool wantsReply() const noexcept = 0;
-    /// Answers: once; what comes later, or for a message that wants no reply, is dropped.
+    /// Answers, once: a later answer, or one to a message that wants no reply, is ignored.
     virtual void reply(MessageDictionary *answer) = 0;
     /// `kind` is for programs: MessageError::errorKind() at the other end.
     virtual void replyError(std::string_view description, std::int64_t kind = 0) = 0;
@@ -51,28 +51,27 @@ public:
 
 /// A named service. Handlers run on the listener's queue: on a serial queue one at a time, in the order of
 /// arrival; on a concurrent queue messages of one peer may overlap. Without a queue they run on the
-/// listener's own intake thread, in the order of arrival: the shortest road, for handlers that never block
-/// and hand what takes long to a queue.
+/// listener's own intake thread, in the order of arrival: the fastest way, for handlers that never block
+/// and leave what takes long to a queue.
 class WL_EXPORT MessageListener : public Object {
     WL_OBJECT
 public:
     struct Options {
         /// End (call `idle`) after this long without a connection and without a transaction; 0 means never.
         std::chrono::milliseconds idleTime{0};
-        /// Called on the queue once, when the service has been idle: nobody is connected, nobody stands in
-        /// the socket's queue, and a new client starts the service anew. The process is then to exit.
+        /// Called on the queue once, when the service has been idle: no client is connected or waits to be
+        /// accepted, and a new one starts the service again. The process is then to exit.
         Handler<void()> idle;
         /// The messages of each peer are handled one at a time, in the order of arrival, those of several
         /// peers in parallel: on serial queues in place of the listener's queue, which must be a concurrent
-        /// one. What takes long is to be handed on.
+        /// one. What takes long is to be left to another queue.
         bool ordersEachPeer = false;
-        /// What it lets its clients have.
         MessageLimits limits{};
     };
 
-    /// Takes the service's name: binds its socket under the root's run-time folder, or takes the socket that
-    /// the starter handed over. `queue` may be null. Null, with a reason in `error` when not null, when the
-    /// name is taken by a living service or the socket can't be made.
+    /// Takes the service's name: binds its socket under the root's run-time folder, or uses the socket that
+    /// it inherited from the process that started it. `queue` may be null. Null, with a reason in `error`
+    /// when not null, when the name is taken by a living service or the socket can't be made.
     [[nodiscard]] static Ref<MessageListener> create(const char *serviceName, WorkQueue *queue,
                                                      Handler<void(ReceivedMessage *)> handler,
                                                      Options options, std::string *error = nullptr);
@@ -80,7 +79,7 @@ public:
     /// says so.
     virtual void setPeerHandler(Handler<bool(MessagePeer *)> handler) = 0;
     virtual void resume() = 0;
-    /// Takes no more, and ends all connections, as letting go of the last reference does. Waits for the
+    /// Accepts no more clients and ends all connections, as releasing the last reference does. Waits for the
     /// intake thread, unless called on it.
     virtual void cancel() = 0;
 };

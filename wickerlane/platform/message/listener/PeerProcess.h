@@ -1,4 +1,4 @@
-// Who stands at the other end of a socket.
+// The process at the other end of a socket.
 #ifndef WICKERLANE_PLATFORM_MESSAGE_LISTENER_PEERPROCESS_H
 #define WICKERLANE_PLATFORM_MESSAGE_LISTENER_PEERPROCESS_H
 
@@ -16,11 +16,11 @@ struct WL_EXPORT PeerProcess {
     [[nodiscard]] bool isAlive() const noexcept;
 };
 
-/// How the pidfd of a peer is had: from the socket, where the kernel knows that (6.5 and later), or by its
-/// id.
+/// Where the pidfd of a peer comes from: the socket, where the kernel can give it (6.5 and later), or the
+/// process id.
 enum class PidfdFrom { socketWherePossible, processID };
 
-/// Asks the kernel. Nothing when the peer's process can't be told any more.
+/// Asks the kernel. Nothing, and errno, when the peer's process can't be identified any more.
 [[nodiscard]] WL_EXPORT std::optional<PeerProcess>
 identifyPeer(int socket, PidfdFrom from = PidfdFrom::socketWherePossible);
 

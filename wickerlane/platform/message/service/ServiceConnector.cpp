@@ -5,8 +5,8 @@
 #include <cerrno>
 #include <optional>
 
-#include "wickerlane/platform/message/service/ServiceDescription.h"
 #include "wickerlane/platform/message/service/ServiceSocket.h"
+#include "wickerlane/platform/message/service/ServiceStart.h"
 #include "wickerlane/platform/message/wire/MessageDecoder.h"
 #include "wickerlane/platform/message/wire/MessageLimits.h"
 #include "wickerlane/platform/message/wire/MessageWire.h"
@@ -18,7 +18,7 @@ using Clock = std::chrono::steady_clock;
 
 enum class Received { all, tooLate, ended };
 
-// Receives so many bytes, which nothing follows before the client has sent something.
+// Receives exactly that many bytes. Nothing follows the first frame before the client has sent something.
 Received receive(int socket, void *into, std::size_t wanted, Clock::time_point deadline) {
     for (std::size_t count = 0; count < wanted;) {
         const auto left =
@@ -43,7 +43,7 @@ Received receive(int socket, void *into, std::size_t wanted, Clock::time_point d
 std::optional<Connected> awaitHello(int socket) {
     const auto deadline = Clock::now() + MessageLimits::startTime;
     FrameHeader header{};
-    std::byte contents[sizeof(std::int64_t) + MessageLimits::errorTextBytes];
+    std::byte contents[sizeof(std::int64_t) + MessageLimits::errorTextBytes]; // of the longest refusal
     Received received = receive(socket, &header, sizeof header, deadline);
     if (received == Received::all) {
         if (header.mark != FrameHeader::expectedMark || header.length > sizeof contents)
@@ -68,7 +68,7 @@ bool start(const char *name, const ServiceSocket &place, const ServiceDescriptio
         return false;
     if (place.connect())
         return true;
-    // The starter listens before the service runs: whoever connects from now on stands in its queue.
+    // This process listens before the service runs, so that clients can connect from now on.
     const UniqueFd listening = place.listen();
     return listening && startService(name, description, listening.get());
 }
@@ -80,9 +80,9 @@ Connected connectToService(const char *name, const Handler<bool(int)> &watch) {
         return {.outcome = ConnectOutcome::invalid};
     const ServiceSocket place(name);
     // Between starts the service may come and go for good reasons; that many times in a row it does not.
-    constexpr int mostRounds = 16;
+    constexpr int maxRounds = 16;
     int starts = 0;
-    for (int round = 0; round < mostRounds; ++round) {
+    for (int round = 0; round < maxRounds; ++round) {
         UniqueFd socket = place.connect();
         if (socket) {
             if (!watch(socket.get()))

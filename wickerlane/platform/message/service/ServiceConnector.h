@@ -23,7 +23,7 @@ struct Connected {
 
 /// Connects to a service, starts it when it does not run, and waits until it has said that it runs. Blocks as
 /// long as that takes. `watch` is called with each socket that is waited on, and with -1 before it is closed:
-/// whoever shuts the socket down meanwhile ends the wait. When it returns false, the attempt is over.
+/// shutting the socket down meanwhile ends the wait. When it returns false, the attempt is over.
 [[nodiscard]] Connected connectToService(const char *name, const Handler<bool(int)> &watch);
 
 } // namespace wickerlane

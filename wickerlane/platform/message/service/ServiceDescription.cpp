@@ -11,9 +11,9 @@ namespace wickerlane {
 namespace {
 
 std::optional<ServiceDescription> read(const std::string &folder, std::string_view serviceName) {
-    constexpr std::size_t longest = 64 * 1024;
+    constexpr std::size_t maxBytes = 64 * 1024;
     std::vector<std::byte> contents;
-    if (!readFile(folder + '/' + std::string(serviceName) + ".plist", contents, longest))
+    if (!readFile(folder + '/' + std::string(serviceName) + ".plist", contents, maxBytes))
         return std::nullopt;
     const Ref<Object> root = createPropertyListObject(contents);
     const auto *dictionary = as<Dictionary>(root.get());

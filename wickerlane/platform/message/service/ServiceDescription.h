@@ -27,17 +27,6 @@ struct ServiceDescription {
 [[nodiscard]] WL_EXPORT std::optional<ServiceDescription>
 findServiceDescription(std::string_view serviceName);
 
-/// Runs the program in a session of its own, with the listening socket as its descriptor 3, announced as
-/// sd_listen_fds(3) announces it, and its console in the root's "/var/log/wickerlane/<service name>.log". It
-/// is nobody's child. False when it could not be run.
-[[nodiscard]] bool startService(std::string_view serviceName, const ServiceDescription &description,
-                                int listeningSocket);
-
-/// The listening socket that a starter, or the system's service manager, handed to this process under that
-/// name; -1 when there is none or it was taken before. `isManaged` tells that it stays bound when this
-/// process ends.
-[[nodiscard]] int takeHandedSocket(std::string_view serviceName, bool &isManaged);
-
 } // namespace wickerlane
 
 #endif

@@ -8,14 +8,15 @@
 #include <cstring>
 
 #include "wickerlane/platform/file/Files.h"
+#include "wickerlane/platform/file/Retry.h"
 #include "wickerlane/platform/message/wire/MessageLimits.h"
 
 namespace wickerlane {
 
 bool isServiceName(std::string_view name) noexcept {
     // Leaves room in an address for "/proc/self/fd/" and a number.
-    constexpr std::size_t longest = 80;
-    return !name.empty() && name.size() <= longest && name.front() != '.' &&
+    constexpr std::size_t maxBytes = 80;
+    return !name.empty() && name.size() <= maxBytes && name.front() != '.' &&
            std::ranges::none_of(name, [](char c) { return c == '/' || c == 0; });
 }
 
@@ -40,15 +41,12 @@ UniqueFd ServiceSocket::connect() const {
     UniqueFd fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     if (!fd)
         return {};
-    // Bounds the wait for room in the queue of a service that takes nobody in.
+    // Limits the wait for room in the queue of a service that accepts no client.
     const timeval limit{.tv_sec = MessageLimits::startTime.count() / 1000, .tv_usec = 0};
     setsockopt(fd.get(), SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
     const sockaddr_un to = address();
-    int result = 0;
-    do
-        result = ::connect(fd.get(), reinterpret_cast<const sockaddr *>(&to), sizeof to);
-    while (result != 0 && errno == EINTR);
-    if (result != 0)
+    if (retryInterrupted(
+            [&] { return ::connect(fd.get(), reinterpret_cast<const sockaddr *>(&to), sizeof to); }) != 0)
         return {};
     const timeval none{};
     setsockopt(fd.get(), SOL_SOCKET, SO_SNDTIMEO, &none, sizeof none);
@@ -75,9 +73,8 @@ UniqueFd ServiceSocket::lock() const {
     const std::string file = '.' + name + ".lock";
     constexpr int flags = O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW;
     UniqueFd fd(openat(folderDescriptor.get(), file.c_str(), flags, 0600));
-    while (fd && flock(fd.get(), LOCK_EX) != 0)
-        if (errno != EINTR)
-            fd.reset();
+    if (fd && retryInterrupted([&] { return flock(fd.get(), LOCK_EX); }) != 0)
+        fd.reset();
     return fd;
 }
 

@@ -23,9 +23,10 @@ public:
     /// `name` must be a service's name. Makes the folder when it is missing.
     explicit ServiceSocket(std::string_view name);
 
-    /// No descriptor, and errno, when nobody listens.
+    /// No descriptor, and errno, when no process listens.
     [[nodiscard]] UniqueFd connect() const;
-    /// Binds and listens, in place of a socket on which nobody listens any more. The caller holds the lock.
+    /// Binds and listens, in place of a socket on which no process listens any more. The caller holds the
+    /// lock.
     [[nodiscard]] UniqueFd listen() const;
     /// Removes the name. The caller holds the lock.
     void remove() const;

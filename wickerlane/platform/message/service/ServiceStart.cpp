@@ -1,27 +1,21 @@
+#include "wickerlane/platform/message/service/ServiceStart.h"
+
 #include <fcntl.h>
 #include <signal.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
-#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <charconv>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 
 #include "wickerlane/platform/file/Files.h"
-#include "wickerlane/platform/message/service/ServiceDescription.h"
+#include "wickerlane/platform/file/Retry.h"
+#include "wickerlane/platform/message/service/InheritedSocket.h"
 
 namespace wickerlane {
 namespace {
-
-constexpr int firstHandedDescriptor = 3;
-// Tells a service that its socket was bound by a starter of ours and is to be removed when it ends.
-constexpr const char *startedVariable = "WICKERLANE_STARTED";
 
 // Everything that the new process needs, made before the fork: after it nothing may allocate or lock, since
 // other threads of the application may have held any lock.
@@ -51,7 +45,7 @@ Program makeProgram(const ServiceDescription &description) {
         if (!isOurs(*variable))
             strings.emplace_back(*variable);
     strings.push_back("WICKERLANE_ROOT=" + rootPath());
-    strings.push_back(std::string(startedVariable) + "=1");
+    strings.push_back(std::string(startedByClientVariable) + "=1");
     strings.emplace_back("LISTEN_FDS=1");
     strings.push_back("LISTEN_PID=" + std::string(Program::digits, 0));
     for (std::size_t i = 0; i < strings.size(); ++i)
@@ -64,7 +58,7 @@ Program makeProgram(const ServiceDescription &description) {
 
 // Moves a descriptor to a number, where it stays open across exec. By the system call itself: a wrapper that
 // watches descriptors, as the thread sanitizer's does, takes the other threads' for still running.
-bool place(int from, int to) {
+bool moveDescriptor(int from, int to) {
     return from == to ? fcntl(from, F_SETFD, 0) == 0 : syscall(SYS_dup3, from, to, 0) == to;
 }
 
@@ -86,15 +80,15 @@ void run(Program &program, int listening, int null, int log) {
     sigprocmask(SIG_SETMASK, &none, nullptr);
 
     // Descriptors below those to be placed were moved out of the way before the fork.
-    if (chdir("/") != 0 || !place(null, STDIN_FILENO) || !place(log, STDOUT_FILENO) ||
-        !place(log, STDERR_FILENO) || !place(listening, firstHandedDescriptor))
+    if (chdir("/") != 0 || !moveDescriptor(null, STDIN_FILENO) || !moveDescriptor(log, STDOUT_FILENO) ||
+        !moveDescriptor(log, STDERR_FILENO) || !moveDescriptor(listening, firstInheritedDescriptor))
         return;
     execve(program.arguments[0], program.arguments.data(), program.environment.data());
 }
 
 // A duplicate above the numbers that the new process uses, closed on exec.
-UniqueFd above(int fd) {
-    return UniqueFd(fcntl(fd, F_DUPFD_CLOEXEC, firstHandedDescriptor + 1));
+UniqueFd duplicateAbove(int fd) {
+    return UniqueFd(fcntl(fd, F_DUPFD_CLOEXEC, firstInheritedDescriptor + 1));
 }
 
 } // namespace
@@ -105,15 +99,15 @@ bool startService(std::string_view serviceName, const ServiceDescription &descri
     UniqueFd logFile;
     if (makeFolders(logs))
         logFile = openFile(logs + '/' + std::string(serviceName) + ".log", O_WRONLY | O_CREAT | O_APPEND);
-    const UniqueFd listening = above(listeningSocket);
-    const UniqueFd null = above(nullFile.get());
-    const UniqueFd log = above(logFile ? logFile.get() : nullFile.get());
+    const UniqueFd listening = duplicateAbove(listeningSocket);
+    const UniqueFd null = duplicateAbove(nullFile.get());
+    const UniqueFd log = duplicateAbove(logFile ? logFile.get() : nullFile.get());
     int ends[2];
     if (!listening || !null || !log || pipe2(ends, O_CLOEXEC) != 0)
         return false;
     const UniqueFd outcome(ends[0]);
     UniqueFd reporting(ends[1]);
-    UniqueFd report = above(reporting.get());
+    UniqueFd report = duplicateAbove(reporting.get());
     reporting.reset();
     Program program = makeProgram(description);
 
@@ -124,7 +118,7 @@ bool startService(std::string_view serviceName, const ServiceDescription &descri
         const pid_t service = _Fork();
         if (service == 0) {
             // Also what the application forgot to mark close-on-exec stays out of the service.
-            close_range(firstHandedDescriptor + 1, ~0U, CLOSE_RANGE_CLOEXEC);
+            close_range(firstInheritedDescriptor + 1, ~0U, CLOSE_RANGE_CLOEXEC);
             run(program, listening.get(), null.get(), log.get());
         }
         if (service <= 0) {
@@ -138,55 +132,10 @@ bool startService(std::string_view serviceName, const ServiceDescription &descri
         return false;
     report.reset();
     int status = 0;
-    while (waitpid(intermediate, &status, 0) < 0 && errno == EINTR) {
-    }
+    retryInterrupted([&] { return waitpid(intermediate, &status, 0); });
     // The end of the pipe without a report says that the program runs.
     int error = 0;
-    ssize_t count = 0;
-    do
-        count = read(outcome.get(), &error, sizeof error);
-    while (count < 0 && errno == EINTR);
-    return count == 0;
-}
-
-namespace {
-
-// The number that a variable of the environment holds; -1 when it holds none.
-int numberIn(const char *variable) {
-    const char *text = std::getenv(variable);
-    const std::string_view digits = text != nullptr ? text : "";
-    int number = -1;
-    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
-    return error == std::errc() && end == digits.data() + digits.size() ? number : -1;
-}
-
-} // namespace
-
-int takeHandedSocket(std::string_view serviceName, bool &isManaged) {
-    if (numberIn("LISTEN_PID") != getpid())
-        return -1;
-    isManaged = std::getenv(startedVariable) == nullptr;
-    constexpr int mostHanded = 64;
-    for (int i = 0; i < std::min(numberIn("LISTEN_FDS"), mostHanded); ++i) {
-        const int fd = firstHandedDescriptor + i;
-        // Whoever takes a socket marks it close-on-exec; that also says that it is taken.
-        const int flags = fcntl(fd, F_GETFD);
-        int listens = 0;
-        socklen_t size = sizeof listens;
-        sockaddr_un address{};
-        socklen_t length = sizeof address - 1;
-        if (flags < 0 || (flags & FD_CLOEXEC) != 0 ||
-            getsockopt(fd, SOL_SOCKET, SO_ACCEPTCONN, &listens, &size) != 0 || listens == 0 ||
-            getsockname(fd, reinterpret_cast<sockaddr *>(&address), &length) != 0 ||
-            address.sun_family != AF_UNIX)
-            continue;
-        const std::string_view path = address.sun_path;
-        if (path.substr(path.rfind('/') + 1) != serviceName)
-            continue;
-        fcntl(fd, F_SETFD, FD_CLOEXEC);
-        return fd;
-    }
-    return -1;
+    return retryInterrupted([&] { return read(outcome.get(), &error, sizeof error); }) == 0;
 }
 
 } // namespace wickerlane

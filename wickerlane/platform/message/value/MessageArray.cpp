@@ -1,3 +1,5 @@
+#include "wickerlane/platform/message/value/MessageArray.h"
+
 #include "wickerlane/platform/message/value/MessageStorage.h"
 
 namespace wickerlane {
@@ -29,11 +31,6 @@ MessageValue *MessageArray::at(std::size_t index) const {
 std::uint64_t MessageArray::uint64At(std::size_t index) const noexcept {
     const MessageSlot &slot = ArrayStorage::of(this)->slots[index];
     return slot.kind == MessageKind::uint64 ? slot.unsignedValue : 0;
-}
-
-std::string_view MessageArray::stringAt(std::size_t index) const noexcept {
-    const MessageSlot &slot = ArrayStorage::of(this)->slots[index];
-    return slot.kind == MessageKind::string ? std::string_view(slot.text, slot.length) : std::string_view();
 }
 
 void MessageArray::append(MessageValue *value) {

@@ -1,3 +1,6 @@
+#include "wickerlane/platform/message/value/MessageConversion.h"
+
+#include "wickerlane/platform/message/value/DictionaryStorage.h"
 #include "wickerlane/platform/message/value/MessageStorage.h"
 #include "wickerlane/platform/message/wire/MessageLimits.h"
 #include "wickerlane/platform/object/Array.h"

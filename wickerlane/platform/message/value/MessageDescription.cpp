@@ -1,18 +1,18 @@
-#include <sys/stat.h>
+#include "wickerlane/platform/message/value/MessageDescription.h"
 
-#include <cstdio>
-#include <cstdlib>
-
+#include "wickerlane/platform/message/value/DictionaryStorage.h"
 #include "wickerlane/platform/message/value/MessageStorage.h"
+#include "wickerlane/platform/message/value/MessageText.h"
 #include "wickerlane/platform/message/wire/MessageLimits.h"
+#include "wickerlane/platform/object/Hexadecimal.h"
 #include "wickerlane/platform/object/Number.h"
 
 namespace wickerlane {
 namespace {
 
-// Nobody reads more of one value than this.
-constexpr std::size_t longestDescription = 64 * 1024;
-constexpr std::size_t shownBytes = 32;
+// More of one value helps no reader.
+constexpr std::size_t maxDescriptionBytes = 64 * 1024;
+constexpr std::size_t maxShownBytes = 32;
 
 // Writes descriptions until the text is as long as it may get.
 class Describer {
@@ -74,7 +74,7 @@ public:
 
 private:
     static MessageScalar *scalar(MessageValue *value) { return static_cast<MessageScalar *>(value); }
-    [[nodiscard]] bool isFull() const { return text.size() > longestDescription; }
+    [[nodiscard]] bool isFull() const { return text.size() > maxDescriptionBytes; }
 
     void quote(std::string_view quoted) {
         text += '"';
@@ -91,26 +91,19 @@ private:
             if (c == '\n')
                 text += "\\n";
             else if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F)
-                addHex("\\x", static_cast<unsigned char>(c));
+                text += "\\x" + hexadecimal(std::as_bytes(std::span(&c, 1)));
             else
                 text += c;
         }
         text += '"';
     }
 
-    void addHex(const char *before, unsigned char byte) {
-        static constexpr char digits[] = "0123456789abcdef";
-        text += before;
-        text += digits[byte >> 4];
-        text += digits[byte & 15];
-    }
-
     void describeData(const MessageData *data) {
         text += "<data, " + std::to_string(data->length()) + " bytes";
-        const auto *bytes = static_cast<const unsigned char *>(data->bytes());
-        const std::size_t count = std::min(data->length(), shownBytes);
-        for (std::size_t i = 0; i < count; ++i)
-            addHex(i == 0 ? ": " : "", bytes[i]);
+        const auto *bytes = static_cast<const std::byte *>(data->bytes());
+        const std::size_t count = std::min(data->length(), maxShownBytes);
+        if (count != 0)
+            text += ": " + hexadecimal({bytes, count});
         text += data->length() > count ? "...>" : ">";
     }
 
@@ -136,122 +129,12 @@ private:
     }
 };
 
-bool isSameFile(int a, int b) {
-    struct stat first;
-    struct stat second;
-    return fstat(a, &first) == 0 && fstat(b, &second) == 0 && first.st_dev == second.st_dev &&
-           first.st_ino == second.st_ino;
-}
-
-bool areSame(MessageValue *a, MessageValue *b, unsigned depth);
-
-bool areSameEntries(const DictionaryStorage &a, const DictionaryStorage &b, unsigned depth) {
-    if (a.entries.size() != b.entries.size())
-        return false;
-    for (auto &entry : a.entries) {
-        auto *other = b.find({entry.key, entry.keyLength});
-        if (other == nullptr ||
-            !areSame(materialise(entry.slot, a.origin), materialise(other->slot, b.origin), depth))
-            return false;
-    }
-    return true;
-}
-
-bool areSameElements(const MessageArray &a, const MessageArray &b, unsigned depth) {
-    if (a.count() != b.count())
-        return false;
-    for (std::size_t i = 0; i < a.count(); ++i)
-        if (!areSame(a.at(i), b.at(i), depth))
-            return false;
-    return true;
-}
-
-bool areSameScalars(const ScalarStorage &a, const ScalarStorage &b) {
-    switch (a.kind()) {
-    case MessageKind::real:
-    case MessageKind::date:
-        return a.realValue == b.realValue;
-    case MessageKind::boolean:
-        return a.boolean == b.boolean;
-    case MessageKind::string:
-    case MessageKind::uuid:
-        return a.text == b.text;
-    default:
-        return a.unsignedValue == b.unsignedValue;
-    }
-}
-
-bool areSame(MessageValue *a, MessageValue *b, unsigned depth) {
-    if (a == b)
-        return true;
-    if (a->kind() != b->kind() || depth > MessageLimits::nesting)
-        return false;
-    switch (a->kind()) {
-    case MessageKind::data: {
-        const auto *x = DataStorage::of(static_cast<MessageData *>(a));
-        const auto *y = DataStorage::of(static_cast<MessageData *>(b));
-        return x->count == y->count && (x->count == 0 || std::memcmp(x->first, y->first, x->count) == 0);
-    }
-    case MessageKind::sharedMemory:
-        return isSameFile(static_cast<MessageSharedMemory *>(a)->memory()->descriptor(),
-                          static_cast<MessageSharedMemory *>(b)->memory()->descriptor());
-    case MessageKind::fileDescriptor:
-        return isSameFile(static_cast<MessageFileDescriptor *>(a)->peek(),
-                          static_cast<MessageFileDescriptor *>(b)->peek());
-    case MessageKind::dictionary:
-        return areSameEntries(*static_cast<DictionaryStorage *>(a), *static_cast<DictionaryStorage *>(b),
-                              depth + 1);
-    case MessageKind::array:
-        return areSameElements(*static_cast<MessageArray *>(a), *static_cast<MessageArray *>(b), depth + 1);
-    case MessageKind::error:
-        return static_cast<MessageError *>(a)->text() == static_cast<MessageError *>(b)->text() &&
-               static_cast<MessageError *>(a)->errorKind() == static_cast<MessageError *>(b)->errorKind();
-    default:
-        return areSameScalars(*static_cast<ScalarStorage *>(a), *static_cast<ScalarStorage *>(b));
-    }
-}
-
 } // namespace
 
-char *MessageValue::copyDescription() const {
+std::string describeMessageValue(const MessageValue *value) {
     Describer describer;
-    describer.describe(const_cast<MessageValue *>(this), 1);
-    // A text cannot hold a NUL, which may stand in a string.
-    char *copy = strdup(describer.text.c_str());
-    if (copy == nullptr)
-        throw std::bad_alloc();
-    return copy;
-}
-
-String *MessageValue::description() const {
-    return autorelease(String::createAdopting(copyDescription()));
-}
-
-bool MessageValue::isEqual(const Object *other) const {
-    const auto *value = as<MessageValue>(other);
-    return value != nullptr &&
-           areSame(const_cast<MessageValue *>(this), const_cast<MessageValue *>(value), 1);
-}
-
-std::size_t MessageValue::hash() const {
-    const auto kindHash = static_cast<std::size_t>(kind()) * 0x9E3779B97F4A7C15U;
-    switch (kind()) {
-    case MessageKind::string:
-        return kindHash ^ std::hash<std::string_view>{}(static_cast<const ScalarStorage *>(this)->text);
-    case MessageKind::int64:
-    case MessageKind::uint64:
-        return kindHash ^ static_cast<const ScalarStorage *>(this)->unsignedValue;
-    case MessageKind::data:
-        return kindHash ^ static_cast<const MessageData *>(this)->length();
-    case MessageKind::dictionary:
-        return kindHash ^ static_cast<const MessageDictionary *>(this)->count();
-    case MessageKind::array:
-        return kindHash ^ static_cast<const MessageArray *>(this)->count();
-    case MessageKind::error:
-        return kindHash ^ std::hash<std::string_view>{}(static_cast<const MessageError *>(this)->text());
-    default:
-        return kindHash; // such values are rarely keys
-    }
+    describer.describe(const_cast<MessageValue *>(value), 1);
+    return std::move(describer.text);
 }
 
 } // namespace wickerlane

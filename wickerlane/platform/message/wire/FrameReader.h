@@ -4,10 +4,11 @@
 
 #include <vector>
 
-#include "wickerlane/platform/message/value/MessageStorage.h"
+#include "wickerlane/platform/file/UniqueFd.h"
 #include "wickerlane/platform/message/wire/MessageBuffer.h"
 #include "wickerlane/platform/message/wire/MessageLimits.h"
 #include "wickerlane/platform/message/wire/MessageWire.h"
+#include "wickerlane/platform/object/Data.h"
 
 namespace wickerlane {
 

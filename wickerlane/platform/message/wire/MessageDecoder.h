@@ -4,8 +4,10 @@
 
 #include <span>
 
-#include "wickerlane/platform/message/value/MessageStorage.h"
-#include "wickerlane/platform/message/wire/MessageBuffer.h"
+#include "wickerlane/platform/file/UniqueFd.h"
+#include "wickerlane/platform/message/value/MessageDictionary.h"
+#include "wickerlane/platform/message/value/MessageError.h"
+#include "wickerlane/platform/message/value/MessageSlot.h"
 
 namespace wickerlane {
 

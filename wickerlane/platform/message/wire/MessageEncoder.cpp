@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "wickerlane/platform/message/value/MessageStorage.h"
+#include "wickerlane/platform/message/value/MessageText.h"
 #include "wickerlane/platform/message/wire/MessageLimits.h"
 
 namespace wickerlane {
@@ -143,7 +145,7 @@ bool MessageEncoder::appendValue(MessageSlot &slot, const MessageOrigin &origin,
         return true;
     case MessageKind::data: {
         const Bytes contents = bytesOf(slot);
-        if (contents.size() >= smallestLent)
+        if (contents.size() >= minLentBytes)
             return appendLent(static_cast<MessageData *>(materialise(slot, origin)));
         append(static_cast<std::uint32_t>(contents.size()));
         if (!contents.empty())

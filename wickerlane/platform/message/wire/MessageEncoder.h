@@ -4,16 +4,18 @@
 
 #include <vector>
 
-#include "wickerlane/platform/message/value/MessageStorage.h"
+#include "wickerlane/platform/message/value/DictionaryStorage.h"
 #include "wickerlane/platform/message/wire/MessageWire.h"
 
 namespace wickerlane {
+
+class ArrayStorage;
 
 /// Encodes one frame. Small parts are gathered in one run of bytes; large data is referred to where it lies.
 class WL_EXPORT MessageEncoder {
 public:
     /// Data of this many bytes or more is not copied.
-    static constexpr std::size_t smallestLent = 4096;
+    static constexpr std::size_t minLentBytes = 4096;
 
     struct Lent {
         std::size_t position; ///< In the gathered bytes: the data comes before the byte at this position.

@@ -5,6 +5,7 @@
 #include <cerrno>
 
 #include "wickerlane/platform/file/Retry.h"
+#include "wickerlane/platform/message/value/MessageDescriptors.h"
 #include "wickerlane/platform/message/wire/MessageLimits.h"
 
 namespace wickerlane {

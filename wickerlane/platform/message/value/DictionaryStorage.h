@@ -1,0 +1,57 @@
+// What stands behind a MessageDictionary.
+#ifndef WICKERLANE_PLATFORM_MESSAGE_VALUE_DICTIONARYSTORAGE_H
+#define WICKERLANE_PLATFORM_MESSAGE_VALUE_DICTIONARYSTORAGE_H
+
+#include <vector>
+
+#include "wickerlane/platform/message/value/InlineVector.h"
+#include "wickerlane/platform/message/value/MessageArena.h"
+#include "wickerlane/platform/message/value/MessageDictionary.h"
+#include "wickerlane/platform/message/value/MessageSlot.h"
+
+namespace wickerlane {
+
+/// A dictionary. Entries lie in the order in which their keys were first set; few are searched one by one,
+/// many through an index.
+class DictionaryStorage final : public MessageDictionary {
+public:
+    struct Entry {
+        const char *key; ///< NUL-terminated.
+        std::uint32_t keyLength;
+        std::uint32_t hash; ///< Set in dictionaries that have an index.
+        MessageSlot slot;
+    };
+    static constexpr std::size_t searchedOneByOne = 16;
+
+    DictionaryStorage() noexcept = default;
+    explicit DictionaryStorage(MessageOrigin received) noexcept : origin(std::move(received)) {}
+    ~DictionaryStorage() override;
+
+    [[nodiscard]] static DictionaryStorage *of(MessageDictionary *dictionary) noexcept {
+        return static_cast<DictionaryStorage *>(dictionary);
+    }
+    [[nodiscard]] static const DictionaryStorage *of(const MessageDictionary *dictionary) noexcept {
+        return static_cast<const DictionaryStorage *>(dictionary);
+    }
+
+    [[nodiscard]] Entry *find(std::string_view key) const noexcept;
+    /// Sets the key's slot, which the dictionary now owns. Keys that can't be sent store nothing.
+    void put(const char *key, const MessageSlot &slot);
+    void remove(std::string_view key);
+    /// Adds an entry whose key lies in the receive buffer. False when the key is there already.
+    [[nodiscard]] bool appendReceived(std::string_view key, const MessageSlot &slot);
+    void reserve(std::size_t count) { entries.reserve(count); }
+
+    InlineVector<Entry, 6> entries;
+    MessageArena<192> arena;
+    MessageOrigin origin;
+
+private:
+    void addToIndex(std::size_t position);
+    void rebuildIndex();
+    std::vector<std::uint32_t> index; ///< Open addressing over positions plus one.
+};
+
+} // namespace wickerlane
+
+#endif

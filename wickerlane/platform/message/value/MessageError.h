@@ -1,0 +1,37 @@
+// Errors in messages, and of the message service itself.
+#ifndef WICKERLANE_PLATFORM_MESSAGE_VALUE_MESSAGEERROR_H
+#define WICKERLANE_PLATFORM_MESSAGE_VALUE_MESSAGEERROR_H
+
+#include <string_view>
+
+#include "wickerlane/platform/message/value/MessageKind.h"
+
+namespace wickerlane {
+
+/// Key under which an error holds the text that describes it.
+inline constexpr const char *messageErrorDescriptionKey = "ErrorDescription";
+/// Key under which an error holds its kind, as a signed integer.
+inline constexpr const char *messageErrorKindKey = "ErrorKind";
+
+/// An error of the message service, or one sent as a value.
+class WL_EXPORT MessageError : public MessageValue {
+    WL_OBJECT
+public:
+    [[nodiscard]] static Ref<MessageError> create(std::string_view description, std::int64_t errorKind = 0);
+    /// The two connection errors: immortal objects, told apart by identity.
+    [[nodiscard]] static MessageError *connectionInterrupted() noexcept;
+    [[nodiscard]] static MessageError *connectionInvalid() noexcept;
+
+    [[nodiscard]] std::string_view text() const noexcept; ///< Lives as long as the error.
+    /// What programs can tell apart, in numbers that both ends agree on; 0 for an error that names none.
+    [[nodiscard]] std::int64_t errorKind() const noexcept;
+
+private:
+    friend class ErrorStorage;
+    MessageError() noexcept : MessageValue(MessageKind::error) {}
+    constexpr explicit MessageError(ImmortalTag tag) noexcept : MessageValue(tag, MessageKind::error) {}
+};
+
+} // namespace wickerlane
+
+#endif
