@@ -42,8 +42,8 @@ public:
     /// Calls the handler on the target queue once everything sent before has been handed to the service's
     /// socket, or can't be any more.
     virtual void sendBarrier(Handler<void()> handler) = 0;
-    /// Ends the connection for good, as letting go of the last reference does (what was sent before that
-    /// still leaves). Pending replies and later ones get `connectionInvalid`, and so does, once, the event
+    /// Ends the connection for good, as releasing the last reference does (what was sent before that still
+    /// leaves). Pending replies and later ones get `connectionInvalid`, and so does, once, the event
     /// handler; barriers still run.
     virtual void cancel() = 0;
 

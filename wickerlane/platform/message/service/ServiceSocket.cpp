@@ -1,12 +1,12 @@
 #include "wickerlane/platform/message/service/ServiceSocket.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 
+#include "wickerlane/platform/file/FileLock.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/file/Retry.h"
 #include "wickerlane/platform/message/wire/MessageLimits.h"
@@ -73,7 +73,7 @@ UniqueFd ServiceSocket::lock() const {
     const std::string file = '.' + name + ".lock";
     constexpr int flags = O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW;
     UniqueFd fd(openat(folderDescriptor.get(), file.c_str(), flags, 0600));
-    if (fd && retryInterrupted([&] { return flock(fd.get(), LOCK_EX); }) != 0)
+    if (fd && !lockFile(fd.get(), FileLock::exclusive))
         fd.reset();
     return fd;
 }

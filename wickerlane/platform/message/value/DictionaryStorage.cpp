@@ -1,9 +1,8 @@
 #include "wickerlane/platform/message/value/DictionaryStorage.h"
 
-#include <bit>
-
 #include "wickerlane/platform/message/value/MessageText.h"
 #include "wickerlane/platform/message/wire/MessageLimits.h"
+#include "wickerlane/platform/object/KeyedHash.h"
 
 namespace wickerlane {
 namespace {
@@ -20,44 +19,20 @@ DictionaryStorage::~DictionaryStorage() {
         releaseObject(entry.slot);
 }
 
+bool DictionaryStorage::isAt(std::size_t position, std::string_view key) const noexcept {
+    const Entry &entry = entries[position];
+    return entry.keyLength == key.size() && std::memcmp(entry.key, key.data(), key.size()) == 0;
+}
+
 DictionaryStorage::Entry *DictionaryStorage::find(std::string_view key) const noexcept {
-    const auto matches = [&](const Entry &entry) {
-        return entry.keyLength == key.size() && std::memcmp(entry.key, key.data(), key.size()) == 0;
-    };
-    if (index.empty()) {
-        for (Entry &entry : entries)
-            if (matches(entry))
-                return &entry;
-        return nullptr;
-    }
-    const std::uint32_t hash = hashOfKey(key);
-    const std::size_t mask = index.size() - 1;
-    for (std::size_t i = hash & mask; index[i] != 0; i = (i + 1) & mask) {
-        Entry &entry = entries[index[i] - 1];
-        if (entry.hash == hash && matches(entry))
-            return &entry;
-    }
-    return nullptr;
-}
-
-void DictionaryStorage::addToIndex(std::size_t position) {
-    const std::size_t mask = index.size() - 1;
-    std::size_t i = entries[position].hash & mask;
-    while (index[i] != 0)
-        i = (i + 1) & mask;
-    index[i] = static_cast<std::uint32_t>(position + 1);
-}
-
-void DictionaryStorage::rebuildIndex() {
-    if (entries.size() <= searchedOneByOne) {
-        index.clear();
-        return;
-    }
-    index.assign(std::bit_ceil(entries.size() * 2), 0);
-    for (std::size_t i = 0; i < entries.size(); ++i) {
-        entries[i].hash = hashOfKey({entries[i].key, entries[i].keyLength});
-        addToIndex(i);
-    }
+    const auto matches = [&](std::size_t position) { return isAt(position, key); };
+    std::size_t position = 0;
+    if (isIndexed())
+        position = index.find(keyedHash(key), matches);
+    else
+        while (position < entries.size() && !matches(position))
+            ++position;
+    return position == entries.size() ? nullptr : &entries[position];
 }
 
 void DictionaryStorage::put(const char *key, const MessageSlot &slot) {
@@ -75,18 +50,17 @@ void DictionaryStorage::put(const char *key, const MessageSlot &slot) {
 }
 
 bool DictionaryStorage::appendReceived(std::string_view key, const MessageSlot &slot) {
-    if (find(key) != nullptr)
-        return false;
-    entries.append({key.data(), static_cast<std::uint32_t>(key.size()), 0, slot});
     const std::size_t count = entries.size();
-    if (count <= searchedOneByOne)
-        return true;
-    if (index.size() < count * 2) {
-        rebuildIndex();
-    } else {
-        entries[count - 1].hash = hashOfKey(key);
-        addToIndex(count - 1);
-    }
+    if (!isIndexed() && count == maxSearchedInOrder)
+        for (const Entry &entry : entries)
+            index.findOrAppend(keyedHash({entry.key, entry.keyLength}), [](std::size_t) { return false; });
+    const bool isKnown =
+        isIndexed() ? index.findOrAppend(keyedHash(key),
+                                         [&](std::size_t position) { return isAt(position, key); }) != count
+                    : find(key) != nullptr;
+    if (isKnown)
+        return false;
+    entries.append({key.data(), static_cast<std::uint32_t>(key.size()), slot});
     return true;
 }
 
@@ -95,9 +69,10 @@ void DictionaryStorage::remove(std::string_view key) {
     if (known == nullptr)
         return;
     const MessageSlot slot = known->slot;
-    entries.remove(static_cast<std::size_t>(known - entries.begin()));
-    if (!index.empty())
-        rebuildIndex();
+    const auto position = static_cast<std::size_t>(known - entries.begin());
+    if (isIndexed())
+        index.remove(keyedHash(key), position);
+    entries.remove(position);
     releaseObject(slot);
 }
 

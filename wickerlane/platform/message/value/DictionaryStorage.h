@@ -2,12 +2,11 @@
 #ifndef WICKERLANE_PLATFORM_MESSAGE_VALUE_DICTIONARYSTORAGE_H
 #define WICKERLANE_PLATFORM_MESSAGE_VALUE_DICTIONARYSTORAGE_H
 
-#include <vector>
-
 #include "wickerlane/platform/message/value/InlineVector.h"
 #include "wickerlane/platform/message/value/MessageArena.h"
 #include "wickerlane/platform/message/value/MessageDictionary.h"
 #include "wickerlane/platform/message/value/MessageSlot.h"
+#include "wickerlane/platform/object/HashTable.h"
 
 namespace wickerlane {
 
@@ -18,10 +17,9 @@ public:
     struct Entry {
         const char *key; ///< NUL-terminated.
         std::uint32_t keyLength;
-        std::uint32_t hash; ///< Set in dictionaries that have an index.
         MessageSlot slot;
     };
-    static constexpr std::size_t searchedOneByOne = 16;
+    static constexpr std::size_t maxSearchedInOrder = 16;
 
     DictionaryStorage() noexcept = default;
     explicit DictionaryStorage(MessageOrigin received) noexcept : origin(std::move(received)) {}
@@ -47,9 +45,9 @@ public:
     MessageOrigin origin;
 
 private:
-    void addToIndex(std::size_t position);
-    void rebuildIndex();
-    std::vector<std::uint32_t> index; ///< Open addressing over positions plus one.
+    [[nodiscard]] bool isAt(std::size_t position, std::string_view key) const noexcept;
+    [[nodiscard]] bool isIndexed() const noexcept { return index.count() != 0; }
+    HashTable index; ///< Empty until there are too many entries to search them in order.
 };
 
 } // namespace wickerlane

@@ -2,14 +2,17 @@
 #ifndef WICKERLANE_PLATFORM_MESSAGE_WIRE_CONTAINERREADER_H
 #define WICKERLANE_PLATFORM_MESSAGE_WIRE_CONTAINERREADER_H
 
-#include <bit>
+#include <algorithm>
 #include <span>
+#include <vector>
 
 #include "wickerlane/platform/message/value/MessageDescriptors.h"
 #include "wickerlane/platform/message/value/MessageSlot.h"
 #include "wickerlane/platform/message/value/MessageText.h"
 #include "wickerlane/platform/message/wire/MessageLimits.h"
 #include "wickerlane/platform/message/wire/MessageWire.h"
+#include "wickerlane/platform/object/HashTable.h"
+#include "wickerlane/platform/object/KeyedHash.h"
 
 namespace wickerlane {
 
@@ -21,32 +24,30 @@ inline constexpr std::size_t minElementBytes = 2;
 /// Finds keys that come twice in a nested dictionary without making it.
 class KeysSeen {
 public:
-    explicit KeysSeen(std::size_t count)
-        : table(count <= few ? 0 : std::bit_ceil(count * 2)), keys(count <= few ? 0 : count) {}
+    explicit KeysSeen(std::size_t count) : keys(count <= maxSearchedInOrder ? 0 : count) {}
 
+    /// False when the key has come before. To be called as often as there are keys, at most.
     [[nodiscard]] bool add(std::string_view key) {
-        if (table.empty()) {
-            for (std::size_t i = 0; i < used; ++i)
-                if (firstKeys[i] == key)
-                    return false;
+        if (keys.empty()) {
+            const auto end = firstKeys + used;
+            if (std::find(firstKeys, end, key) != end)
+                return false;
             firstKeys[used++] = key;
             return true;
         }
-        const std::size_t mask = table.size() - 1;
-        std::size_t i = hashOfKey(key) & mask;
-        for (; table[i] != 0; i = (i + 1) & mask)
-            if (keys[table[i] - 1] == key)
-                return false;
-        keys[used++] = key;
-        table[i] = static_cast<std::uint32_t>(used);
+        const auto matches = [&](std::size_t position) { return keys[position] == key; };
+        const std::size_t count = table.count();
+        if (table.findOrAppend(keyedHash(key), matches) != count)
+            return false;
+        keys[count] = key;
         return true;
     }
 
 private:
-    static constexpr std::size_t few = 16;
-    std::vector<std::uint32_t> table; // positions in `keys` plus one
-    std::vector<std::string_view> keys;
-    std::string_view firstKeys[few];
+    static constexpr std::size_t maxSearchedInOrder = 16;
+    std::vector<std::string_view> keys; // in the table; none when there are few keys
+    HashTable table;
+    std::string_view firstKeys[maxSearchedInOrder];
     std::size_t used = 0;
 };
 
