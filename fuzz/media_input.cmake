@@ -7,6 +7,6 @@ pkg_check_modules(AV REQUIRED IMPORTED_TARGET libavformat libavcodec libavutil l
 pkg_check_modules(SECCOMP REQUIRED IMPORTED_TARGET libseccomp)
 target_sources(fuzz_media_input PRIVATE
     ${worker_sources} ${PROJECT_SOURCE_DIR}/hoardd/media/Fingerprint.cpp
-    ${PROJECT_SOURCE_DIR}/wickerlane/model/MediaType.cpp ${PROJECT_SOURCE_DIR}/hoardd/media/Protocol.cpp)
+    ${PROJECT_SOURCE_DIR}/hoardd/media/Protocol.cpp)
 target_link_libraries(fuzz_media_input PRIVATE
     PkgConfig::VIPS PkgConfig::EXIV2 PkgConfig::TURBOJPEG PkgConfig::AV PkgConfig::SECCOMP)

@@ -7,8 +7,8 @@
 #include "hoardd/media/worker/RequestHandler.h"
 
 using namespace wickerlane::hoardd::media;
-using hoardd::MediaFailure;
 using wickerlane::UniqueFd;
+using wickerlane::hoardd::MediaFailure;
 
 namespace {
 
