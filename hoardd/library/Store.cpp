@@ -138,13 +138,9 @@ void Store::noticeCounts() {
 }
 
 Result<std::optional<store::AssetRecord>> Store::findSum(const store::Sha256 &sum) {
-    sqlite::Statement statement =
-        database.prepare(std::string(store::selectAssets) + "WHERE sha256 = ? ORDER BY pk LIMIT 1");
-    if (statement.bind(Bytes(sum)).next())
-        return store::readRecord(statement);
-    if (statement.failed())
-        return failed();
-    return std::nullopt;
+    return database.prepare(std::string(store::selectAssets) + "WHERE sha256 = ? ORDER BY pk LIMIT 1")
+        .bind(Bytes(sum))
+        .first(store::readRecord);
 }
 
 Result<std::optional<store::AssetRecord>> Store::assetWithSum(const store::Sha256 &sum) {
@@ -154,44 +150,30 @@ Result<std::optional<store::AssetRecord>> Store::assetWithSum(const store::Sha25
 
 Result<bool> Store::contains(std::string_view uuid) {
     const MutexLock lock(databaseMutex);
-    sqlite::Statement statement = database.prepare("SELECT 1 FROM zgenericasset WHERE uuid = ?");
-    const bool found = statement.bind(uuid).next();
-    if (statement.failed())
-        return failed();
-    return found;
+    return database.prepare("SELECT 1 FROM zgenericasset WHERE uuid = ?").bind(uuid).any();
 }
 
 Result<std::vector<store::AssetRecord>> Store::due(std::int64_t last, std::size_t limit) {
     const MutexLock lock(databaseMutex);
-    sqlite::Statement statement =
-        database.prepare(std::string(store::selectAssets) +
-                         "WHERE pk IN (SELECT asset FROM zduethumbnail) AND pk > ? ORDER BY pk LIMIT ?");
-    statement.bind(last, static_cast<std::int64_t>(limit));
-    std::vector<store::AssetRecord> records;
-    while (statement.next())
-        records.push_back(store::readRecord(statement));
-    if (statement.failed())
-        return failed();
-    return records;
+    return database
+        .prepare(std::string(store::selectAssets) +
+                 "WHERE pk IN (SELECT asset FROM zduethumbnail) AND pk > ? ORDER BY pk LIMIT ?")
+        .bind(last, static_cast<std::int64_t>(limit))
+        .all(store::readRecord);
 }
 
 Result<bool> Store::isDue(std::int64_t asset) {
     const MutexLock lock(databaseMutex);
-    sqlite::Statement statement = database.prepare("SELECT 1 FROM zduethumbnail WHERE asset = ?");
-    const bool found = statement.bind(asset).next();
-    if (statement.failed())
-        return failed();
-    return found;
+    return database.prepare("SELECT 1 FROM zduethumbnail WHERE asset = ?").bind(asset).any();
 }
 
 Result<std::string> Store::renditionOf(std::string_view uuid) {
     const MutexLock lock(databaseMutex);
-    sqlite::Statement statement = database.prepare("SELECT filename FROM zrendition WHERE assetuuid = ?");
-    if (statement.bind(uuid).next())
-        return std::string(statement.text(0));
-    if (statement.failed())
-        return failed();
-    return std::string();
+    const auto filename = database.prepare("SELECT filename FROM zrendition WHERE assetuuid = ?")
+                              .bind(uuid)
+                              .first([](const sqlite::Statement &row) { return std::string(row.text(0)); });
+    return filename.map(
+        [](const std::optional<std::string> &found) { return found.value_or(std::string()); });
 }
 
 Result<> Store::checkpoint() {
