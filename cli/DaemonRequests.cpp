@@ -17,7 +17,7 @@ bool daemonAnswers() {
 
 Failure failUnreachable() {
     return fail(ProblemKind::unreachable,
-                fmt::format("the daemon hoardd can't be reached (library below {}). It starts by itself when "
+                fmt::format("the daemon hoardd can't be reached (library below {}). It starts on demand if "
                             "it is installed. Look for its messages on standard error, or run: wickerlane "
                             "daemon status --start",
                             rootPath()));

@@ -13,7 +13,7 @@ static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler may touc
 void notice(int) {
     const int before = errno;
     interrupted.store(true);
-    interruptSemaphore().signal(); // an atomic addition and a system call at most
+    interruptSemaphore().signal(); // which a signal handler may do
     errno = before;
 }
 

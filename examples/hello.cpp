@@ -1,4 +1,4 @@
-// Saves a photo into the library and tells how it went: hello PHOTO.jpg
+// Saves a photo into the library, and prints its URL or the error: hello PHOTO.jpg
 #include <cstdio>
 #include <filesystem>
 
@@ -14,8 +14,8 @@ int main(int argc, char **argv) {
     auto answered = Semaphore::create(0);
     JXGatekeeperClient::sharedInstance()->saveAssetWithJobDictionary(
         job.get(), [&](Dictionary *result, Error *error) {
-            Object *told = result != nullptr ? result->get(protocol::jobResult::assetURL) : error;
-            std::puts(String::format("Saved: %@", told)->cString());
+            Object *outcome = result != nullptr ? result->get(protocol::jobResult::assetURL) : error;
+            std::puts(String::format("Saved: %@", outcome)->cString());
             answered->signal();
         });
     answered->wait();

@@ -26,7 +26,7 @@ struct Options {
     bool json = false;
 };
 
-// The parser turns a number that is too large into the largest one.
+// The parser itself would accept a number that is too large, and clamp it.
 std::string problemOfCount(const std::string &text) {
     std::uint64_t value = 0;
     const char *end = text.data() + text.size();

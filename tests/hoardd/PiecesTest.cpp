@@ -102,7 +102,6 @@ TEST(Store, CommitsWhatSeveralThreadsAddAndFailsOnlyWhoIsAtFault) {
 }
 
 TEST(JobQueue, IsBoundedAndHoldsTheProcessUntilItsJobsHaveRun) {
-    test::allowLastingDescriptors(4);
     JobQueue queue(3);
     std::promise<void> gate;
     const std::shared_future<void> open = gate.get_future().share();

@@ -1,4 +1,4 @@
-// The count of open descriptors around each test.
+// The check for leaked file descriptors after each test.
 #ifndef WICKERLANE_TESTS_SUPPORT_DESCRIPTORS_H
 #define WICKERLANE_TESTS_SUPPORT_DESCRIPTORS_H
 
@@ -7,15 +7,15 @@
 
 namespace wickerlane::test {
 
-/// Says that the running test opens `count` descriptors that the process keeps.
+/// Allows the running test to leave descriptors open, one for each of these links of /proc/self/fd: those
+/// that the process opens once and keeps.
+void allowLastingDescriptors(std::span<const char *const> links);
+/// The same for any descriptors. Name them instead: these let leaks through.
 void allowLastingDescriptors(std::size_t count);
 
-/// Says which descriptors the running test opens, at most one of each, that the process keeps.
-void allowLastingDescriptors(std::span<const char *const> links);
-
-/// What the links of such descriptors say: of the thread that reads for the whole process, and of that thread
-/// with the one watch of folders.
+/// Of the thread that reads for the whole process.
 inline constexpr const char *readerDescriptors[] = {"anon_inode:[eventfd]", "anon_inode:[eventpoll]"};
+/// Of that thread and the process's one watch of folders.
 inline constexpr const char *folderWatchDescriptors[] = {"anon_inode:[eventfd]", "anon_inode:[eventpoll]",
                                                          "anon_inode:inotify"};
 

@@ -4,9 +4,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdlib>
 #include <vector>
+
+#include "wickerlane/platform/file/Retry.h"
 
 namespace wickerlane::test {
 
@@ -14,8 +15,7 @@ Peer::Peer(const std::string &test) {
     std::string program = "/proc/self/exe", filter = "--gtest_filter=" + test,
                 disabled = "--gtest_also_run_disabled_tests", brief = "--gtest_brief=1";
     char *arguments[] = {program.data(), filter.data(), disabled.data(), brief.data(), nullptr};
-    // The root goes by another name: the started program gives each test a root of its own, this one
-    // excepted.
+    // Without this variable the started program would give its test a root of its own.
     std::string shared = std::string("WICKERLANE_TEST_SHARED_ROOT=") + getenv("WICKERLANE_ROOT");
     std::vector<char *> environment{shared.data()};
     for (char **each = environ; *each != nullptr; ++each)
@@ -29,10 +29,7 @@ bool Peer::wait() {
     if (process < 0)
         return passed;
     int status = 0;
-    pid_t ended = -1;
-    do
-        ended = waitpid(process, &status, 0);
-    while (ended < 0 && errno == EINTR);
+    const pid_t ended = retryInterrupted([&] { return waitpid(process, &status, 0); });
     passed = ended == process && WIFEXITED(status) && WEXITSTATUS(status) == 0;
     process = -1;
     return passed;

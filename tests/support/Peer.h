@@ -1,4 +1,4 @@
-// Another process in a test: this test program, started anew to run one of its disabled tests.
+// Another process in a test: this test program, started again to run one of its disabled tests.
 #ifndef WICKERLANE_TESTS_SUPPORT_PEER_H
 #define WICKERLANE_TESTS_SUPPORT_PEER_H
 
@@ -8,8 +8,8 @@
 
 namespace wickerlane::test {
 
-/// Starts the test of that name ("DISABLED_Suite.name") in a process of its own, below the root of the
-/// running test, and waits for it when destroyed.
+/// Starts a test ("DISABLED_Suite.name") in a process of its own, with the root of the running test. The
+/// destructor waits for its end.
 class Peer {
 public:
     explicit Peer(const std::string &test);

@@ -11,8 +11,8 @@
 
 namespace wickerlane::test {
 
-/// Two seconds of one colour, 10 frames a second, 160 by 120 pixels, with sound; the file's name says the
-/// container. `more` are further arguments of the tool, for the output.
+/// Makes a clip of one colour with sound: two seconds, 10 frames a second, 160 by 120 pixels. The extension
+/// of the file chooses the container. `more` are further arguments for the tool's output.
 inline void makeClip(const std::string &path, const std::string &colour = "0xDC1E1E",
                      const std::vector<std::string> &more = {}) {
     std::vector<std::string> words = {"ffmpeg",

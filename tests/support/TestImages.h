@@ -37,15 +37,15 @@ inline constexpr Colour cornerGreen{30, 200, 40};
 inline constexpr Colour cornerBlue{30, 50, 210};
 inline constexpr Colour cornerYellow{230, 220, 40};
 
-/// Quarters of one colour each, so that a corner tells how a picture was turned: red top left, green top
-/// right, blue bottom right, yellow bottom left.
+/// Four quarters of one colour each, so that the corners show how a picture was turned: red top left, green
+/// top right, blue bottom right, yellow bottom left.
 Pixels fourCorners(std::uint32_t width, std::uint32_t height);
 
-/// Hills of light and colour of many sizes, much like a photo's, and the same at every resolution; another
-/// seed gives another picture. `shift` moves it to the left, in parts of its width.
+/// A picture with features of many sizes, like a photo, and the same at every resolution. Each seed gives
+/// another picture. `shift` moves it to the left, as a fraction of its width.
 Pixels scene(std::uint32_t width, std::uint32_t height, unsigned seed, double shift = 0);
 
-/// What a camera writes into a JPEG. Texts stand as given, so that wrong ones can be made.
+/// What a camera writes into a JPEG. Texts are written unchanged, so that tests can make wrong ones.
 struct TestExif {
     bool bigEndian = false;
     std::optional<std::uint16_t> orientation;
@@ -63,20 +63,20 @@ struct TestExif {
     Bytes preview; ///< The small JPEG of the picture; empty for none.
 };
 
-/// A raw file laid out as TIFF files are: first a small grey picture, then in directories of their own a
-/// preview and what the sensor saw.
+/// A raw file with the layout of a TIFF file: first a small grey picture, then a preview and the sensor data,
+/// each in a directory of its own.
 struct TestRaw {
     bool bigEndian = false;
     std::uint32_t width = 3000;
     std::uint32_t height = 2000;
     std::uint16_t orientation = 1;
     Bytes preview;               ///< A JPEG; empty for none.
-    bool previewIsStrip = false; ///< Stored as an image's strip, in place of as a JPEG of its own.
-    bool saysVersion = false;    ///< Says that it is raw by the version of its format.
-    bool saysFilterArray = true; ///< Says so by the layout of its pixels. Neither: an ordinary TIFF file.
+    bool previewIsStrip = false; ///< Stored as the strip of an image, not as a separate JPEG.
+    bool saysVersion = false;    ///< The format's version marks it as raw.
+    bool saysFilterArray = true; ///< The pixel layout does. If neither does: an ordinary TIFF file.
 };
 
-/// The TIFF structure of EXIF, as it stands in a JPEG's APP1 segment after "Exif\0\0".
+/// The TIFF structure of EXIF, as in a JPEG's APP1 segment after "Exif\0\0".
 Bytes exifBytes(const TestExif &exif);
 
 /// A JPEG of grey or colour; alpha is dropped.
@@ -88,7 +88,7 @@ Bytes jpegOf(const Pixels &pixels, const TestExif &exif);
 Bytes pngOf(const Pixels &pixels);
 /// The same with camera metadata.
 Bytes pngOf(const Pixels &pixels, const TestExif &exif);
-/// A PNG of a few hundred bytes that says it is this large; its checksums are right.
+/// A PNG of a few hundred bytes that claims these dimensions. Its checksums are right.
 Bytes pngThatClaims(std::uint32_t width, std::uint32_t height);
 
 /// An uncompressed TIFF of colour; alpha is dropped.

@@ -1,4 +1,5 @@
-// Runs the tests. Each test runs below a root of its own and must leave as many open descriptors as it found.
+// Runs the tests. Each test has a root of its own, and must leave no descriptor open that was not open
+// before.
 #include "tests/support/Descriptors.h"
 
 #include <gtest/gtest.h>
@@ -7,28 +8,42 @@
 #include <filesystem>
 #include <set>
 #include <string>
-#include <thread>
+#include <utility>
 
-namespace {
-
-// What each open descriptor is of.
-std::multiset<std::string> openDescriptors() {
-    std::multiset<std::string> opened;
-    for (const auto &entry : std::filesystem::directory_iterator("/proc/self/fd")) {
-        std::error_code gone;
-        opened.insert(std::filesystem::read_symlink(entry.path(), gone));
-    }
-    return opened;
-}
-
-} // namespace
+#include "tests/support/WaitUntil.h"
 
 namespace wickerlane::test {
+namespace {
 
-// Gives each test a fresh root, and counts descriptors around it.
+/// The links of descriptors.
+using Links = std::multiset<std::string>;
+
+Links openDescriptors() {
+    Links links;
+    for (const auto &entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code gone;
+        links.insert(std::filesystem::read_symlink(entry.path(), gone));
+    }
+    return links;
+}
+
+/// What is open beyond `known`.
+Links leakedDescriptors(const Links &known) {
+    Links leaked = openDescriptors();
+    for (const std::string &link : known)
+        if (const auto found = leaked.find(link); found != leaked.end())
+            leaked.erase(found);
+    return leaked;
+}
+
+/// Those that the running test may leave open.
+Links allowed;
+/// How many others it may leave open.
+std::size_t allowedCount = 0;
+
 class RootAndDescriptors : public ::testing::EmptyTestEventListener {
     std::filesystem::path root;
-    std::multiset<std::string> before;
+    Links before;
 
     void OnTestStart(const ::testing::TestInfo &) override {
         // A process that a test started as its peer shares the root of that test.
@@ -43,45 +58,31 @@ class RootAndDescriptors : public ::testing::EmptyTestEventListener {
         setenv("WICKERLANE_ROOT", made.c_str(), 1);
         before = openDescriptors();
     }
+
     void OnTestEnd(const ::testing::TestInfo &) override {
         if (root.empty())
             return;
-        auto leaked = leakedDescriptors();
-        // What the last work items held is let go of on other threads, a moment after the test has seen their
-        // effect; a leak stays.
-        for (int moment = 0; leaked.size() > allowance && moment < 1000; ++moment) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-            leaked = leakedDescriptors();
-        }
-        if (leaked.size() > allowance)
-            ADD_FAILURE() << "the test leaves open descriptors of " << ::testing::PrintToString(leaked);
-        allowance = 0;
+        Links known = before;
+        known.merge(allowed);
         allowed.clear();
+        const std::size_t limit = std::exchange(allowedCount, 0);
+        // Other threads may release what their last work items held shortly after the test.
+        if (!waitUntil([&] { return leakedDescriptors(known).size() <= limit; }, std::chrono::seconds(10)))
+            ADD_FAILURE() << "the test leaves descriptors open: "
+                          << ::testing::PrintToString(leakedDescriptors(known));
         std::error_code ignored;
         std::filesystem::remove_all(root, ignored);
     }
-
-    // Those that are neither from before the test nor allowed by name.
-    std::multiset<std::string> leakedDescriptors() const {
-        auto leaked = openDescriptors();
-        for (const auto &known : {before, allowed})
-            for (const std::string &link : known)
-                if (const auto found = leaked.find(link); found != leaked.end())
-                    leaked.erase(found);
-        return leaked;
-    }
-
-public:
-    static inline std::size_t allowance = 0;
-    static inline std::multiset<std::string> allowed;
 };
 
-void allowLastingDescriptors(std::size_t count) {
-    RootAndDescriptors::allowance += count;
-}
+} // namespace
 
 void allowLastingDescriptors(std::span<const char *const> links) {
-    RootAndDescriptors::allowed.insert(links.begin(), links.end());
+    allowed.insert(links.begin(), links.end());
+}
+
+void allowLastingDescriptors(std::size_t count) {
+    allowedCount += count;
 }
 
 } // namespace wickerlane::test
