@@ -84,28 +84,28 @@ TEST_F(LocaleTest, putsWhatTheProgramSaysBeforeTheEnvironmentBeforePreferences) 
     EXPECT_EQ(currentLocale(), "fr-FR");
 }
 
-TEST_F(LocaleTest, tellsOfEachChangeOnce) {
-    test::allowLastingDescriptors(3);
+TEST_F(LocaleTest, postsEachChangeOnce) {
+    test::allowLastingDescriptors(test::folderWatchDescriptors);
     watchLocale();
-    int told = 0;
+    int posted = 0;
     auto token = observeLocalNotification(localeDidChangeNotification, nullptr,
-                                          [&](const LocalNotification &) { ++told; });
+                                          [&](const LocalNotification &) { ++posted; });
     const std::uint64_t before = localeGeneration();
     setProcessLanguages({"de"});
-    EXPECT_EQ(told, 1);
+    EXPECT_EQ(posted, 1);
     setProcessLanguages({"de"});
     noticeLocaleChange();
-    EXPECT_EQ(told, 1);
+    EXPECT_EQ(posted, 1);
     setEnvironment({{"LANG", "fr_FR"}});
-    EXPECT_EQ(told, 1) << "what the program chose hides the environment";
+    EXPECT_EQ(posted, 1) << "what the program chose hides the environment";
     setProcessLanguages({});
-    EXPECT_EQ(told, 2);
+    EXPECT_EQ(posted, 2);
     EXPECT_EQ(localeGeneration(), before + 2);
     removeLocalObserver(token);
 }
 
-TEST_F(LocaleTest, noticesPreferencesHoweverTheyAreChanged) {
-    test::allowLastingDescriptors(3);
+TEST_F(LocaleTest, noticesPreferencesInWhateverWayTheyAreChanged) {
+    test::allowLastingDescriptors(test::folderWatchDescriptors);
     watchLocale();
     const auto changed = Semaphore::create(0);
     const auto token = observeLocalNotification(localeDidChangeNotification, nullptr,

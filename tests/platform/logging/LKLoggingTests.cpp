@@ -7,7 +7,9 @@
 #include <sys/un.h>
 #include <zlib.h>
 
+#include <array>
 #include <cerrno>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 
@@ -23,6 +25,13 @@ namespace fs = std::filesystem;
 using ::testing::ElementsAre;
 
 namespace {
+
+constexpr std::chrono::seconds generous{60};
+
+class LKLogging : public ::testing::Test {
+    // The first configuration begins to watch the notification of changed levels.
+    void SetUp() override { allowLastingDescriptors(folderWatchDescriptors); }
+};
 
 void logLine(int level, String *facility, const char *format, ...) {
     va_list arguments;
@@ -56,7 +65,8 @@ std::vector<std::string> namesInLogs() {
 
 // A facility whose levels are 6 for the file and -1 for the console, unless `more` says otherwise.
 void configure(String *facility, const char *logName, std::initializer_list<Dictionary::Entry> more = {}) {
-    allowLastingDescriptors(8); // the log file, and the notification service's
+    const std::string path = (logs() / logName).string() + ".log";
+    allowLastingDescriptors(std::array{path.c_str()}); // kept open while lines may come
     const auto configuration = MutableDictionary::create();
     configuration->set(kLKLoggingCustomLogNameKey, String::of(logName));
     configuration->set(kLKLoggingCustomLogDirectoryKey, String::of("/logs"));
@@ -66,15 +76,17 @@ void configure(String *facility, const char *logName, std::initializer_list<Dict
     ASSERT_TRUE(LKLoggingAddCustomLogConfiguration(Array::of({facility}), configuration.get()));
 }
 
-// Compressing goes on behind the logging thread: waits until the folder looks as it should in the end.
+// Waits until the files have these names: compressing goes on behind the thread that logs.
 void waitForNames(const std::vector<std::string> &expected) {
-    while (namesInLogs() != expected)
+    const auto deadline = std::chrono::steady_clock::now() + generous;
+    while (namesInLogs() != expected && std::chrono::steady_clock::now() < deadline)
         poll(nullptr, 0, 1);
+    ASSERT_EQ(namesInLogs(), expected);
 }
 
 } // namespace
 
-TEST(LKLogging, aFacilityIsFoundByItsTextAndTakesItsLastConfiguration) {
+TEST_F(LKLogging, aFacilityIsFoundByItsTextAndTakesItsLastConfiguration) {
     String *name = String::of("ByText"), *same = String::of("ByText");
     EXPECT_EQ(_LKLoggingCustomMaxLogFileLevel(name), -1);
     EXPECT_EQ(_LKLoggingCustomMaxConsoleLevel(nullptr), -1);
@@ -88,7 +100,7 @@ TEST(LKLogging, aFacilityIsFoundByItsTextAndTakesItsLastConfiguration) {
     EXPECT_FALSE(LKLoggingAddCustomLogConfiguration(Array::of({Number::of(1)}), Dictionary::create().get()));
 }
 
-TEST(LKLogging, linesAreWhatTheCallbacksMakeOfTheEntry) {
+TEST_F(LKLogging, linesAreWhatTheCallbacksMakeOfTheEntry) {
     std::vector<std::string> seen;
     const auto format = [&](const char *destination) {
         return LKLogFormatBlock::create([&seen, destination](const LKLogEntry &entry) {
@@ -118,7 +130,7 @@ TEST(LKLogging, linesAreWhatTheCallbacksMakeOfTheEntry) {
     configure(name, "callbacks");
 }
 
-TEST(LKLogging, fullFilesAreCompressedAndTheOldestGo) {
+TEST_F(LKLogging, fullFilesAreCompressedAndTheOldestGo) {
     String *name = String::of("Rotating");
     configure(name, "r",
               {{kLKLoggingCustomMaxLogFileSizeKey, Number::of(100)},
@@ -132,7 +144,7 @@ TEST(LKLogging, fullFilesAreCompressedAndTheOldestGo) {
         EXPECT_LE(fs::file_size(logs() / "r.log"), 100u);
         if (line % 5 == 0 && line > 0 && expected.size() < 5)
             expected.insert(expected.end() - 1, "r." + std::to_string(expected.size()) + ".log.gz");
-        waitForNames(expected);
+        ASSERT_NO_FATAL_FAILURE(waitForNames(expected));
     }
     EXPECT_EQ(contents(logs() / "r.log"), "line 00000000000045\nline 00000000000046\n");
     for (int number = 1; number <= 4; ++number) {
@@ -149,7 +161,7 @@ TEST(LKLogging, fullFilesAreCompressedAndTheOldestGo) {
     EXPECT_EQ(contents(logs() / "r.log"), std::string(99, '0') + "\n");
 }
 
-TEST(LKLogging, whatADeadProcessLeftIsFinished) {
+TEST_F(LKLogging, whatADeadProcessLeftIsFinished) {
     String *name = String::of("Left");
     fs::create_directories(logs());
     const auto leave = [](const char *file, const char *text, fs::perms permissions = fs::perms(0600)) {
@@ -172,7 +184,7 @@ TEST(LKLogging, whatADeadProcessLeftIsFinished) {
     EXPECT_EQ(contents(logs() / "left.log"), "new\n");
 }
 
-TEST(LKLogging, aPieceOfALineIsNotGluedToTheNext) {
+TEST_F(LKLogging, aTornLineIsEndedBeforeTheNext) {
     fs::create_directories(logs());
     std::ofstream(logs() / "torn.log") << "a piece of a li";
     fs::permissions(logs() / "torn.log", fs::perms(0644));
@@ -183,18 +195,18 @@ TEST(LKLogging, aPieceOfALineIsNotGluedToTheNext) {
     EXPECT_EQ(fs::status(logs() / "torn.log").permissions(), fs::perms(0600));
 }
 
-TEST(LKLogging, aDeletedFileIsMadeAgain) {
+TEST_F(LKLogging, aDeletedFileIsMadeAgain) {
     String *name = String::of("Deleted");
     configure(name, "deleted", {{kLKLoggingCustomMaxLogFileSizeKey, Number::of(1 << 20)}});
     logLine(6, name, "before");
     fs::remove_all(logs());
-    // It is looked at now and then, at the latest when the file would be full.
+    // The file is checked now and then, at the latest when it would be full.
     for (int line = 0; line < 200'000 && !fs::exists(logs() / "deleted.log"); ++line)
         logLine(6, name, "line");
     EXPECT_EQ(contents(logs() / "deleted.log"), "line\n");
 }
 
-TEST(LKLogging, whatIsNoFileOfOursIsNeverWritten) {
+TEST_F(LKLogging, whatIsNoFileOfOursIsNeverWritten) {
     fs::create_directories(logs());
     std::ofstream(logs() / "target") << "untouched";
     fs::create_symlink(logs() / "target", logs() / "link.log");
@@ -206,9 +218,9 @@ TEST(LKLogging, whatIsNoFileOfOursIsNeverWritten) {
         testing::internal::CaptureStderr();
         logLine(6, name, "lost");
         logLine(6, name, "lost");
-        const std::string told = testing::internal::GetCapturedStderr();
+        const std::string shown = testing::internal::GetCapturedStderr();
         const bool hasFile = fs::path(logName).filename() == logName && *logName != '\0';
-        EXPECT_EQ(std::ranges::count(told, '\n'), hasFile ? 1 : 0) << told;
+        EXPECT_EQ(std::ranges::count(shown, '\n'), hasFile ? 1 : 0) << shown;
     }
     EXPECT_EQ(contents(logs() / "target"), "untouched");
     EXPECT_TRUE(fs::is_symlink(logs() / "link.log"));
@@ -218,7 +230,7 @@ TEST(LKLogging, whatIsNoFileOfOursIsNeverWritten) {
 TEST(SystemLog, sendsLinesOfALevelAndNeverWaits) {
     const std::string path = std::string(std::getenv("WICKERLANE_ROOT")) + "/log.socket";
     SystemLog client(path.c_str());
-    client.send(3, "nobody listens", 0);
+    client.send(3, "no system log", 0);
     const UniqueFd listener(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     sockaddr_un address{};
     address.sun_family = AF_UNIX;

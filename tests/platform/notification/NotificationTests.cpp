@@ -22,9 +22,7 @@ constexpr auto generous = 60s;
 
 class Notifications : public ::testing::Test {
 protected:
-    void SetUp() override {
-        test::allowLastingDescriptors(3);
-    } // the reader's two, and one for all registrations
+    void SetUp() override { test::allowLastingDescriptors(test::folderWatchDescriptors); }
     const std::string folder = pathUnderRoot("/var/run/wickerlane/notify");
 };
 

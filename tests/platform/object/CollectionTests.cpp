@@ -11,7 +11,7 @@ using namespace wickerlane;
 
 namespace {
 
-TEST(Collections, deepNestingGoesWithoutRecursion) {
+TEST(Collections, areDestroyedWithoutRecursion) {
     ReleaseScope scope;
     Ref<Object> nested = Array::create();
     for (int i = 0; i < 1000000; ++i) {
@@ -58,7 +58,7 @@ TEST(Dictionaries, keepOrderThroughGrowthAndRemoval) {
     }
 }
 
-TEST(Dictionaries, areEqualInWhateverOrder) {
+TEST(Dictionaries, areEqualInAnyOrder) {
     const auto one =
         Dictionary::createWithKeys({{"a", Number::of(1)}, {"b", Array::of({})}, {"none", nullptr}});
     const auto other = Dictionary::createWithKeys({{"b", Array::of({})}, {"a", Number::of(true)}});
@@ -79,7 +79,7 @@ TEST(Dictionaries, areEqualInWhateverOrder) {
     EXPECT_EQ(copy->get("b"), nullptr);
 }
 
-TEST(Arrays, changeAndSearch) {
+TEST(Arrays, changeInPlaceAndFindTheirElements) {
     const auto array = MutableArray::create();
     for (int i = 0; i < 4; ++i)
         array->append(Number::of(i));

@@ -66,7 +66,7 @@ TEST(Formats, numbersLookTheSameInEveryLocale) {
     EXPECT_EQ(formatUTF8("%.1f %'d", 2.5, 1234567), "2.5 1234567");
 }
 
-TEST(Formats, textsAndObjects) {
+TEST(Formats, textsAndObjectsAreShownWholeCharacterByCharacter) {
     const Object *object = String::of("h\u00E9\U0001F600");
     EXPECT_EQ(formatUTF8("%@|%12@|%-12@|", object, object, object),
               "h\u00E9\U0001F600|     h\u00E9\U0001F600|h\u00E9\U0001F600     |");
@@ -110,7 +110,7 @@ TEST(Formats, nothingIsReadPastAPrecision) {
     munmap(memory, 2 * page);
 }
 
-TEST(Formats, positions) {
+TEST(Formats, takeArgumentsByPosition) {
     const Object *one = String::of("one");
     EXPECT_EQ(formatUTF8("%2$s %1$@ %2$s %%", one, "two"), "two one two %");
     EXPECT_EQ(formatUTF8("%3$.1f %1$d %2$lld", 1, 2LL, 3.0), "3.0 1 2");
@@ -124,7 +124,7 @@ TEST(Formats, positions) {
         EXPECT_EQ(formatUTF8(format, 1, 2, 3, 4), format);
 }
 
-TEST(Formats, whatIsUnknownStands) {
+TEST(Formats, unknownConversionsAreShownAsTheyAre) {
     for (const char *format : {"%", "100%", "%y", "%5.3y", "%-", "%l", "%ll", "%hhs", "%Lc", "%l@", "%zf",
                                "% ", "%.", "%1$", "%$d", "%\u00E9", "%lm", "%k%k"})
         EXPECT_EQ(formatUTF8(format, nullptr, nullptr, nullptr), format);

@@ -27,7 +27,7 @@ private:
 };
 const Class Counted::classInfo{"Counted", &Object::classInfo, nullptr};
 
-TEST(Objects, live) {
+TEST(Objects, liveUntilTheirLastReferenceGoes) {
     int living = 0;
     auto first = makeRef<Counted>(living);
     auto second = first;

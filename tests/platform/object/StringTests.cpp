@@ -45,7 +45,7 @@ const char *const texts[] = {
     "a text that is long enough to be taken in more than one piece, since the pieces that "
     "are compared at once hold a hundred and twenty-eight units, é"};
 
-TEST(Strings, textsOfAllClassesAreOneText) {
+TEST(Strings, areEqualWhateverTheirClasses) {
     for (const char *text : texts) {
         SCOPED_TRACE(text);
         const auto plain = String::create(text);
@@ -124,7 +124,7 @@ TEST(Strings, unitsAreFoundOnManyThreadsAtOnce) {
         thread.join();
 }
 
-TEST(Strings, compare) {
+TEST(Strings, compareAsTheOptionsSay) {
     const struct {
         const char *left, *right;
         CompareOptions options;
@@ -188,7 +188,7 @@ TEST(Strings, collateOnManyThreadsAtOnce) {
         thread.join();
 }
 
-TEST(Strings, find) {
+TEST(Strings, findTextsBetweenWholeCharacters) {
     constexpr auto backwards = CompareOptions::backwards;
     constexpr auto anchored = CompareOptions::anchored;
     constexpr Range none{String::notFound, 0};
@@ -217,7 +217,7 @@ TEST(Strings, find) {
             << String::of(c.text)->rangeOf(String::of(c.searched), c.options).location;
 }
 
-TEST(Strings, derive) {
+TEST(Strings, giveDerivedTextsThatAreValid) {
     const String *text = String::of("a\U0001F600\u00C4z");
     EXPECT_EQ(text->substring({3, 99})->utf8(), "\u00C4z");
     EXPECT_EQ(text->substring({0, 2})->utf8(), "a\uFFFD");
@@ -228,7 +228,7 @@ TEST(Strings, derive) {
     EXPECT_TRUE(text->hasPrefix("a") && text->hasSuffix("z") && !text->hasPrefix("z") && text->hasSuffix(""));
 }
 
-TEST(Strings, asNumbers) {
+TEST(Strings, giveTheNumberThatBeginsThem) {
     const struct {
         const char *text;
         std::int64_t integer;
@@ -261,7 +261,7 @@ TEST(Strings, asNumbers) {
     }
 }
 
-TEST(MutableStrings, change) {
+TEST(MutableStrings, stayValidThroughEveryChange) {
     const auto text = MutableString::create("a\u00C4");
     EXPECT_EQ(text->utf8(), "a\u00C4");
     text->append("b");

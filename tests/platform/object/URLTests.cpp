@@ -11,7 +11,7 @@ std::string textOf(const String *text) {
     return text != nullptr ? std::string(text->utf8()) : "-";
 }
 
-TEST(URLs, resolve) {
+TEST(URLs, resolveReferencesAsTheStandardSays) {
     // The examples of RFC 3986, 5.4, and some that only arise with odd bases.
     const struct {
         const char *base, *reference, *absolute;
@@ -62,7 +62,7 @@ TEST(URLs, resolve) {
     }
 }
 
-TEST(URLs, parts) {
+TEST(URLs, haveTheseParts) {
     const struct {
         const char *text, *scheme, *host, *path, *query, *fragment;
     } cases[] = {
@@ -100,7 +100,7 @@ TEST(URLs, takeNoOtherText) {
         EXPECT_EQ(URL::of(bad), nullptr) << testing::PrintToString(bad);
 }
 
-TEST(URLs, ofFiles) {
+TEST(URLs, keepThePathsOfFilesExactly) {
     using namespace std::string_view_literals;
     for (const std::string_view path :
          {"/"sv, "/a b/%41?#[\u00E4]"sv, "/bad\xFF"sv, "//x"sv, "/a/../b;c:d@e"sv, "/a/"sv}) {
@@ -124,7 +124,7 @@ TEST(URLs, ofFiles) {
         EXPECT_EQ(URL::of(other)->fileSystemPath(), "") << other;
 }
 
-TEST(URLs, queryValues) {
+TEST(URLs, giveTheFirstValueOfAQueryItem) {
     const URL *url = URL::of("x://a?id=A%2FB&ext=&flag&id=second&%65=%C3%A4&q=a=b&n=%00");
     const std::pair<const char *, const char *> cases[] = {{"id", "A/B"},   {"ext", ""},  {"flag", ""},
                                                            {"e", "\u00E4"}, {"q", "a=b"}, {"n", "%00"},

@@ -46,7 +46,7 @@ TEST(Numbers, compareByValueAcrossKinds) {
                 }
 }
 
-TEST(Numbers, convert) {
+TEST(Numbers, convertWithinTheRangeOfEachType) {
     using Kind = Number::Kind;
     const struct {
         Number *number;
@@ -78,7 +78,7 @@ TEST(Numbers, convert) {
     EXPECT_EQ(Number::of(true), Number::of(true));
 }
 
-TEST(Dates, describe) {
+TEST(Dates, areDescribedInUniversalTime) {
     EXPECT_EQ(Date::createWithReferenceSeconds(0)->description()->utf8(), "2001-01-01 00:00:00 +0000");
     EXPECT_EQ(Date::createWithUnixSeconds(-0.25)->description()->utf8(), "1969-12-31 23:59:59 +0000");
     EXPECT_EQ(Date::createWithUnixSeconds(1e9)->referenceSeconds(), 1e9 - 978307200);
@@ -119,7 +119,7 @@ TEST(DataObjects, lendAndCopy) {
 }
 
 // Against a set of single numbers, with many small changes.
-TEST(IndexSets, addAndRemove) {
+TEST(IndexSets, holdWhatWasAddedAndNotRemoved) {
     const auto set = MutableIndexSet::create();
     std::set<std::size_t> model;
     std::uint32_t random = 1;
@@ -143,7 +143,7 @@ TEST(IndexSets, addAndRemove) {
     }
 }
 
-TEST(IndexSets, valuesAtTheEnds) {
+TEST(IndexSets, areCutAtTheLargestIndex) {
     const auto set = IndexSet::create({9, 2, 0, 1, 5, 10, 9, String::notFound});
     EXPECT_EQ(set->description()->utf8(), "{0-2, 5, 9-10}");
     const auto same = MutableIndexSet::create();

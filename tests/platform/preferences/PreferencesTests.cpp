@@ -61,7 +61,7 @@ TEST(Preferences, comeFromTheDomainThenTheGlobalDomain) {
     EXPECT_EQ(as<Number>(value("b"))->kind(), Number::Kind::boolean);
 }
 
-TEST(Preferences, giveIntegersHoweverTheyAreSpelt) {
+TEST(Preferences, giveIntegersFromNumbersAndTexts) {
     const struct {
         Object *value;
         std::int64_t expected;

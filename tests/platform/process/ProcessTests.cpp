@@ -1,15 +1,22 @@
 #include <gtest/gtest.h>
+#include <sched.h>
+#include <spawn.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
+#include <filesystem>
 
 #include "wickerlane/platform/object/String.h"
 #include "wickerlane/platform/process/LibraryLoading.h"
+#include "wickerlane/platform/process/ProcessFacts.h"
 #include "wickerlane/platform/process/ProcessInformation.h"
 #include "wickerlane/platform/process/ProcessTable.h"
 
 using namespace wickerlane;
+namespace fs = std::filesystem;
 
 TEST(ProcessInformation, hasTheArgumentsOfThisProcess) {
     const auto made = Ref<Object>::adopt(classNamed("ProcessInformation")->instantiate());
@@ -28,6 +35,42 @@ TEST(ProcessTable, holdsThisProcessAndItsParentByAscendingIds) {
     EXPECT_TRUE(std::ranges::is_sorted(*table, {}, &ProcessRecord::process));
     EXPECT_TRUE(std::ranges::all_of(
         *table, [](const ProcessRecord &each) { return each.command.size() <= maxCommandNameLength; }));
+}
+
+// A copy of a program, which is deleted while it runs.
+TEST(ProcessFacts, areThoseOfTheProcess) {
+    const fs::path program = fs::path(std::getenv("WICKERLANE_ROOT")) / "program";
+    fs::copy_file("/bin/sleep", program);
+    std::string path = program, seconds = "60";
+    char *const arguments[] = {path.data(), seconds.data(), nullptr};
+    pid_t child = 0;
+    ASSERT_EQ(posix_spawn(&child, path.c_str(), nullptr, nullptr, arguments, environ), 0);
+    EXPECT_EQ(executableOf(child), program);
+    EXPECT_GE(startTimeOf(child), startTimeOf(getpid()));
+    EXPECT_GT(startTimeOf(getpid()), 0U);
+    fs::remove(program);
+    EXPECT_EQ(executableOf(child), path + " (deleted)");
+    EXPECT_EQ(withoutDeletedMark(executableOf(child)), path);
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+    EXPECT_EQ(executableOf(child), "");
+    EXPECT_EQ(startTimeOf(child), 0U);
+    EXPECT_EQ(ownExecutable(), executableOf(getpid()));
+    EXPECT_EQ(withoutDeletedMark("/a (deleted)b"), "/a (deleted)b");
+}
+
+TEST(ProcessFacts, countTheProcessorsThatMayBeUsed) {
+    cpu_set_t before, one;
+    ASSERT_EQ(sched_getaffinity(0, sizeof before, &before), 0);
+    EXPECT_EQ(processorCount(), static_cast<unsigned>(CPU_COUNT(&before)));
+    CPU_ZERO(&one);
+    int processor = 0;
+    while (!CPU_ISSET(processor, &before))
+        ++processor;
+    CPU_SET(processor, &one);
+    ASSERT_EQ(sched_setaffinity(0, sizeof one, &one), 0);
+    EXPECT_EQ(processorCount(), 1U);
+    sched_setaffinity(0, sizeof before, &before);
 }
 
 TEST(LibraryLoading, failsForWhatIsNoLibraryAndLooksNowhereElse) {

@@ -27,7 +27,7 @@ void expectSame(const Object *a, const Object *b) {
         }
 }
 
-TEST(BinaryPropertyList, BytesAreThoseOfTheFormat) {
+TEST(BinaryPropertyList, bytesAreThoseOfTheFormat) {
     struct Case {
         const char *what;
         Object *root;
@@ -75,7 +75,7 @@ TEST(BinaryPropertyList, BytesAreThoseOfTheFormat) {
     }
 }
 
-TEST(BinaryPropertyList, ReferencesAndOffsetsGrowWithTheList) {
+TEST(BinaryPropertyList, referencesAndOffsetsGrowWithTheList) {
     // With 256 objects a reference takes two bytes, and one byte more of objects makes offsets longer.
     for (const int count : {1, 254, 255, 256, 65534, 65535, 70000}) {
         SCOPED_TRACE(count);
@@ -95,7 +95,7 @@ TEST(BinaryPropertyList, ReferencesAndOffsetsGrowWithTheList) {
     }
 }
 
-TEST(BinaryPropertyList, ValuesComeBackExactly) {
+TEST(BinaryPropertyList, valuesComeBackExactly) {
     auto all = MutableArray::create();
     for (const std::int64_t n : {std::int64_t{0}, std::int64_t{127}, std::int64_t{128}, std::int64_t{1} << 32,
                                  std::numeric_limits<std::int64_t>::max(), std::int64_t{-1},
@@ -126,7 +126,7 @@ TEST(BinaryPropertyList, ValuesComeBackExactly) {
     EXPECT_NE(as<Number>(nan.get())->doubleValue(), as<Number>(nan.get())->doubleValue());
 }
 
-TEST(BinaryPropertyList, AnythingElseIsRefusedWithItsPlace) {
+TEST(BinaryPropertyList, anythingElseIsRefusedWithItsPlace) {
     auto loop = MutableArray::create();
     auto around = MutableDictionary::create();
     around->set("loop", loop.get());
@@ -161,7 +161,7 @@ TEST(BinaryPropertyList, AnythingElseIsRefusedWithItsPlace) {
     EXPECT_FALSE(error);
 }
 
-TEST(BinaryPropertyList, DepthIsLimitedOnEveryWay) {
+TEST(BinaryPropertyList, depthIsLimitedOnEveryWay) {
     const auto nested = [](std::size_t depth) {
         Ref<Array> inner = Array::create();
         for (; depth > 1; --depth)
@@ -206,7 +206,7 @@ TEST(BinaryPropertyList, DepthIsLimitedOnEveryWay) {
         EXPECT_THAT(reasonFor(assemble(objects, {.referenceSize = 2})), testing::HasSubstr("512 levels"));
 }
 
-TEST(BinaryPropertyList, SharedContainersStayShared) {
+TEST(BinaryPropertyList, sharedContainersStayShared) {
     // Written out in full this would hold 2 to the 100th elements.
     std::vector<std::string> objects;
     for (char i = 0; i < 100; ++i)
@@ -218,7 +218,7 @@ TEST(BinaryPropertyList, SharedContainersStayShared) {
     EXPECT_EQ(written(root.get()), bytes);
 }
 
-TEST(BinaryPropertyList, OtherWritersMayChooseOtherSizes) {
+TEST(BinaryPropertyList, otherWritersMayChooseOtherSizes) {
     struct Case {
         std::string bytes;
         Object *value;
@@ -243,7 +243,7 @@ TEST(BinaryPropertyList, OtherWritersMayChooseOtherSizes) {
     }
 }
 
-TEST(BinaryPropertyList, CorruptListsAreRefusedWithAReason) {
+TEST(BinaryPropertyList, corruptListsAreRefusedWithAReason) {
     constexpr std::uint64_t huge = std::uint64_t{1} << 60;
     struct Case {
         std::string bytes;
@@ -304,7 +304,7 @@ TEST(BinaryPropertyList, CorruptListsAreRefusedWithAReason) {
     EXPECT_THAT(reasonFor(bytes), testing::HasSubstr("overlap"));
 }
 
-TEST(BinaryPropertyList, DamageNeverDoesMoreThanSpoilTheList) {
+TEST(BinaryPropertyList, damageNeverDoesMoreThanSpoilTheList) {
     const std::string bytes = written(dictionary({
         {"numbers",
          Array::of({Number::of(1), Number::of(-5), Number::of(2.5), Number::of(~std::uint64_t{0})})},
