@@ -17,9 +17,9 @@ struct CloseFolder {
 };
 
 std::string contentsOf(const std::string &path) {
-    constexpr std::size_t longest = 64 * 1024;
+    constexpr std::size_t maxBytes = 64 * 1024;
     std::vector<std::byte> contents;
-    readFile(path, contents, longest);
+    readFile(path, contents, maxBytes);
     return {reinterpret_cast<const char *>(contents.data()), contents.size()};
 }
 

@@ -54,7 +54,7 @@ bool syncFolderOpenedWith(const std::string &path, int flags) {
     return folder && fsync(folder.get()) == 0;
 }
 
-// Removes a file again unless told to keep it; leaves errno alone.
+// Removes a file in the end unless it is to be kept; keeps errno.
 class Removal {
 public:
     explicit Removal(std::string removed) : path(std::move(removed)) {}

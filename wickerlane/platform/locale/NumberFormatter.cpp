@@ -55,8 +55,8 @@ Ref<Number> exactNumber(std::string number) {
         std::size_t exponent = 0;
         const auto [end, problem] = std::from_chars(number.data() + std::min(sign, number.size()),
                                                     number.data() + number.size(), exponent);
-        constexpr std::size_t most = 20; // digits that 64 bits can hold
-        if (problem != std::errc() || exponent < fraction || exponent > most)
+        constexpr std::size_t maxDigits = 20; // digits that 64 bits can hold
+        if (problem != std::errc() || exponent < fraction || exponent > maxDigits)
             return nullptr;
         number.erase(mark);
         if (point != mark)

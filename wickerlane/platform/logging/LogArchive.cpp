@@ -89,7 +89,7 @@ void LogArchive::remove(unsigned number) const {
     ::unlink(compressedPath(number).c_str());
 }
 
-bool LogArchive::takeCurrent(unsigned kept) const {
+bool LogArchive::finishCurrent(unsigned kept) const {
     // Marked before it is moved: after a death in between, the mark says that it is to be moved.
     const UniqueFd current = openFile(currentPath(), O_RDONLY | O_NONBLOCK);
     if (!current || fchmod(current.get(), S_IRUSR) != 0)
@@ -123,13 +123,13 @@ void LogArchive::compress(unsigned kept) const {
             const FolderLock lock(folderPath);
             if (!lock)
                 return;
-            // Only a whole compressed file ever gets its name: the plain one has served.
+            // Only a whole compressed file ever gets its name: the plain one is not needed any more.
             if (isThere(compressedPath(number))) {
                 ::unlink(plainPath(number).c_str());
                 continue;
             }
             plain = openFile(plainPath(number), O_RDONLY | O_NONBLOCK);
-            // A process that still writes it, or compresses it, sees to it in the end.
+            // A process that still writes it, or compresses it, compresses it in the end.
             if (!plain || !tryLockFile(plain.get(), FileLock::exclusive))
                 continue;
         }

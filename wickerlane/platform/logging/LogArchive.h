@@ -39,7 +39,7 @@ public:
 
     /// Finishes the file being written: it becomes number 1 of at most `kept`, the oldest makes room. Only
     /// under the FolderLock. False, with errno, when it could not be moved.
-    bool takeCurrent(unsigned kept) const;
+    bool finishCurrent(unsigned kept) const;
     /// Whether there are finished files that are not compressed.
     [[nodiscard]] bool hasPlainFiles(unsigned kept) const;
     /// Compresses those that no process writes any more. Takes long; never under the FolderLock.

@@ -100,7 +100,7 @@ bool LogFile::reopen(std::size_t length, const LogFileLimits &limits) {
         if (lstat(archive.currentPath().c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
             (isFinished(status) || isFull(status, length, limits)))
             // What can't be moved is written on.
-            archive.takeCurrent(limits.finishedFiles);
+            archive.finishCurrent(limits.finishedFiles);
         if (!open())
             return false;
     }

@@ -19,7 +19,7 @@ WL_BUILT_IN_CLASS(String);
 
 namespace {
 
-// The immutable string of the house. Its bytes stand behind the object in the same allocation, or are a
+// The usual immutable string. Its bytes lie behind the object in the same allocation, or are a
 // malloc'ed block that it took over.
 class StoredString final : public String {
 public:
@@ -40,7 +40,7 @@ public:
     ~StoredString() override {
         delete[] table.load(std::memory_order_relaxed);
         if (bytes != reinterpret_cast<const char *>(this + 1))
-            std::free(const_cast<char *>(bytes)); // NOLINT: handed over as malloc'ed
+            std::free(const_cast<char *>(bytes)); // NOLINT: was given as malloc'ed
     }
 
     [[nodiscard]] std::size_t length() const override { return unitCount; }

@@ -45,7 +45,7 @@ void PreferenceWatch::handleReports(std::span<const FolderWatch::Report> reports
     for (const auto &[number, name] : reports)
         if (name.ends_with(fileSuffix))
             domains.emplace(name.substr(0, name.size() - fileSuffix.size()));
-        else if (number < 0) // whatever was lost may concern everybody
+        else if (number < 0) // reports were lost, which may concern any domain
             domains.emplace(globalPreferencesDomain);
     if (!domains.empty())
         post(std::move(domains));

@@ -289,9 +289,10 @@ private:
         return true;
     }
 
-    char32_t readDigits(int base, int most) noexcept {
+    char32_t readDigits(int base, int maxDigits) noexcept {
         char32_t value = 0;
-        for (int digit = 0; most != 0 && (digit = digitValue(peek(), base)) >= 0; --most, ++position)
+        for (int digit = 0; maxDigits != 0 && (digit = digitValue(peek(), base)) >= 0;
+             --maxDigits, ++position)
             value = value * static_cast<char32_t>(base) + static_cast<char32_t>(digit);
         return value;
     }

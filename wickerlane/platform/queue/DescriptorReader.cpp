@@ -129,7 +129,7 @@ void DescriptorReader::handle(std::uint64_t number, std::uint32_t events) {
     handler(events);
     sourceLock.lock();
     if (source.cancelled) {
-        // Gone before the canceller goes on, since what the handler holds may be what the canceller is about
+        // Destroyed before cancel() returns, since what the handler holds may be what the canceller is about
         // to end.
         sourceLock.unlock();
         handler = nullptr;

@@ -47,7 +47,7 @@ void WorkQueue::sync(Work work) {
         return runItem(std::move(work));
     const Ref<Semaphore> done = Semaphore::create(0);
     async([work = std::move(work), done]() mutable {
-        runItem(std::move(work)); // here, so that all of it is over before the caller goes on
+        runItem(std::move(work)); // here, so that all of it is over when sync() returns
         done->signal();
     });
     done->wait();
