@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "wickerlane/platform/object/Hexadecimal.h"
+#include "wickerlane/platform/object/KeyedHash.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 
 namespace wickerlane {
@@ -81,10 +82,10 @@ bool Data::isEqual(const Object *other) const {
 }
 
 std::size_t Data::hash() const {
-    // The length and the first bytes tell most data apart; equality looks at the rest.
+    // Most data differ in length or in their first bytes; equality looks at the rest.
     const Bytes all = span();
     const auto *start = reinterpret_cast<const char *>(all.data());
-    return std::hash<std::string_view>{}({start, std::min<std::size_t>(all.size(), 256)}) ^ all.size();
+    return keyedHash({start, std::min<std::size_t>(all.size(), 256)}) ^ all.size();
 }
 
 String *Data::description() const {
