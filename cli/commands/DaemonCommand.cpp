@@ -2,7 +2,6 @@
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
-#include <sys/file.h>
 
 #include <cerrno>
 #include <charconv>
@@ -11,6 +10,7 @@
 #include "cli/Output.h"
 #include "cli/Subcommands.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
+#include "wickerlane/platform/file/FileLock.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/store/LibraryPaths.h"
 
@@ -27,7 +27,7 @@ struct Options {
 pid_t daemonProcess(const std::string &lockPath) {
     const UniqueFd lock = openFile(lockPath, O_RDONLY);
     // The lock taken here goes with the descriptor. A daemon that starts meanwhile tries again.
-    if (!lock || flock(lock.get(), LOCK_SH | LOCK_NB) == 0 || errno != EWOULDBLOCK)
+    if (!lock || tryLockFile(lock.get(), FileLock::shared) || errno != EWOULDBLOCK)
         return 0;
     char text[32];
     const ssize_t length = pread(lock.get(), text, sizeof text, 0);

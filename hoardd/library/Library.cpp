@@ -1,7 +1,6 @@
 #include "hoardd/library/Library.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 
 #include <cerrno>
 #include <chrono>
@@ -9,6 +8,7 @@
 #include <span>
 #include <thread>
 
+#include "wickerlane/platform/file/FileLock.h"
 #include "wickerlane/platform/file/Files.h"
 
 namespace wickerlane::hoardd {
@@ -24,8 +24,8 @@ UniqueFd takeLock(const std::string &path) {
     if (!lock)
         return lock;
     const auto deadline = std::chrono::steady_clock::now() + lockPatience;
-    while (::flock(lock.get(), LOCK_EX | LOCK_NB) != 0) {
-        if ((errno != EWOULDBLOCK && errno != EINTR) || std::chrono::steady_clock::now() > deadline)
+    while (!tryLockFile(lock.get(), FileLock::exclusive)) {
+        if (errno != EWOULDBLOCK || std::chrono::steady_clock::now() > deadline)
             return {};
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }

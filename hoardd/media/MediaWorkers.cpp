@@ -7,9 +7,10 @@
 #include <cmath>
 #include <csignal>
 #include <cstring>
-#include <thread>
 
 #include "hoardd/media/WorkerCrew.h"
+#include "wickerlane/platform/object/Paths.h"
+#include "wickerlane/platform/process/ProcessFacts.h"
 
 namespace wickerlane::hoardd {
 
@@ -27,10 +28,8 @@ bool isRisky(MediaFormat format) {
 }
 
 std::string workerProgram() {
-    std::array<char, 4096> path{};
-    const ssize_t length = readlink("/proc/self/exe", path.data(), path.size() - 1);
-    std::string folder(path.data(), length > 0 ? static_cast<std::size_t>(length) : 0);
-    folder.resize(std::min(folder.rfind('/'), folder.size()));
+    const std::string executable = ownExecutable();
+    const std::string folder(parentFolder(executable));
     if (std::string beside = folder + "/hoardd-media"; access(beside.c_str(), X_OK) == 0)
         return beside;
     return folder + "/../libexec/hoardd-media";
@@ -71,9 +70,7 @@ MediaResult resultOfDeath(int signal) {
 }
 
 WorkerCrew::Settings crewSettings(const MediaWorkersOptions &options, WorkerProcess::Mode mode) {
-    const unsigned workers = options.maxWorkers != 0
-                                 ? options.maxWorkers
-                                 : std::clamp(std::thread::hardware_concurrency(), 1U, 4U);
+    const unsigned workers = options.maxWorkers != 0 ? options.maxWorkers : std::min(processorCount(), 4U);
     return {options.program.empty() ? workerProgram() : options.program, mode, workers,
             mode == WorkerProcess::Mode::shared ? workers : 0, std::max(options.requestsPerWorker, 1U)};
 }
