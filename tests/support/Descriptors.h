@@ -2,7 +2,6 @@
 #ifndef WICKERLANE_TESTS_SUPPORT_DESCRIPTORS_H
 #define WICKERLANE_TESTS_SUPPORT_DESCRIPTORS_H
 
-#include <cstddef>
 #include <span>
 
 namespace wickerlane::test {
@@ -10,8 +9,6 @@ namespace wickerlane::test {
 /// Allows the running test to leave descriptors open, one for each of these links of /proc/self/fd: those
 /// that the process opens once and keeps.
 void allowLastingDescriptors(std::span<const char *const> links);
-/// The same for any descriptors. Name them instead: these let leaks through.
-void allowLastingDescriptors(std::size_t count);
 
 /// Of the thread that reads for the whole process.
 inline constexpr const char *readerDescriptors[] = {"anon_inode:[eventfd]", "anon_inode:[eventpoll]"};

@@ -8,7 +8,6 @@
 #include <filesystem>
 #include <set>
 #include <string>
-#include <utility>
 
 #include "tests/support/WaitUntil.h"
 
@@ -38,8 +37,6 @@ Links leakedDescriptors(const Links &known) {
 
 /// Those that the running test may leave open.
 Links allowed;
-/// How many others it may leave open.
-std::size_t allowedCount = 0;
 
 class RootAndDescriptors : public ::testing::EmptyTestEventListener {
     std::filesystem::path root;
@@ -65,9 +62,8 @@ class RootAndDescriptors : public ::testing::EmptyTestEventListener {
         Links known = before;
         known.merge(allowed);
         allowed.clear();
-        const std::size_t limit = std::exchange(allowedCount, 0);
         // Other threads may release what their last work items held shortly after the test.
-        if (!waitUntil([&] { return leakedDescriptors(known).size() <= limit; }, std::chrono::seconds(10)))
+        if (!waitUntil([&] { return leakedDescriptors(known).empty(); }, std::chrono::seconds(10)))
             ADD_FAILURE() << "the test leaves descriptors open: "
                           << ::testing::PrintToString(leakedDescriptors(known));
         std::error_code ignored;
@@ -79,10 +75,6 @@ class RootAndDescriptors : public ::testing::EmptyTestEventListener {
 
 void allowLastingDescriptors(std::span<const char *const> links) {
     allowed.insert(links.begin(), links.end());
-}
-
-void allowLastingDescriptors(std::size_t count) {
-    allowedCount += count;
 }
 
 } // namespace wickerlane::test

@@ -7,12 +7,12 @@
 #include <array>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "tests/support/Descriptors.h"
+#include "tests/support/WaitUntil.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 
 using namespace wickerlane;
@@ -30,16 +30,6 @@ std::size_t workerCount() {
         count += name == "wl-worker" ? 1 : 0;
     }
     return count;
-}
-
-bool waitUntil(const std::function<bool()> &condition) {
-    const auto end = std::chrono::steady_clock::now() + generous;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end)
-            return false;
-        std::this_thread::sleep_for(10ms);
-    }
-    return true;
 }
 
 bool mainDescriptorIsReadable() {
@@ -86,7 +76,7 @@ TEST(GlobalQueue, runsTheNextItemWhileAnyNumberIsBlocked) {
         for (int i = 0; i < blockedItems; ++i)
             ASSERT_TRUE(ended->wait(generous)) << i;
     }
-    EXPECT_TRUE(waitUntil([] { return workerCount() == 0; })) << "idle threads stay: " << workerCount();
+    EXPECT_TRUE(test::waitUntil([] { return workerCount() == 0; })) << "idle threads stay: " << workerCount();
 }
 
 TEST(GlobalQueue, computingWithoutEndDoesNotKeepTheNextItemFromRunning) {
@@ -167,7 +157,7 @@ TEST(SerialQueue, livesUntilItsItemsHaveRunAndReleasesThem) {
         queue->async([done] { done->signal(); });
     }
     ASSERT_TRUE(done->wait(generous));
-    EXPECT_TRUE(waitUntil([&] { return living == 0; }));
+    EXPECT_TRUE(test::waitUntil([&] { return living == 0; }));
 }
 
 TEST(WorkQueues, haveEverythingDoneWhenSyncReturns) {
