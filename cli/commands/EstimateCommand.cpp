@@ -56,9 +56,9 @@ Result<ExitCode> estimate(const Options &options) {
 }
 
 std::string describePreset(const protocol::ExportPreset &preset) {
-    if (preset.longestSide == 0)
+    if (preset.maxSide == 0)
         return fmt::format("  {:<12} a copy of the tracks, not encoded again\n", preset.name);
-    return fmt::format("  {:<12} up to {} pixels a side, {:.1f} Mbit/s\n", preset.name, preset.longestSide,
+    return fmt::format("  {:<12} up to {} pixels a side, {:.1f} Mbit/s\n", preset.name, preset.maxSide,
                        static_cast<double>(preset.videoBitRate) / 1e6);
 }
 

@@ -25,9 +25,9 @@ std::optional<double> numberUnder(const Dictionary *properties, std::string_view
 /// than its share.
 double videoRate(const PictureFacts &facts, const ExportPreset &preset) {
     const double side = std::max(facts.width, facts.height);
-    const double scale = side > preset.longestSide ? preset.longestSide / side : 1;
+    const double scale = side > preset.maxSide ? preset.maxSide / side : 1;
     const double pixels = static_cast<double>(facts.width) * facts.height * scale * scale;
-    const double full = static_cast<double>(preset.longestSide) * preset.longestSide * 9 / 16;
+    const double full = static_cast<double>(preset.maxSide) * preset.maxSide * 9 / 16;
     const double asked = static_cast<double>(preset.videoBitRate) * std::min(pixels / full, 1.0);
     const double source = static_cast<double>(facts.video->videoBitRate);
     return source > 0 ? std::min(asked, source) : asked;
@@ -48,7 +48,7 @@ std::optional<std::int64_t> estimatedExportBytes(const PictureFacts &facts, std:
                                     video.seconds - start);
 
     double bytes = 0;
-    if (chosen->longestSide == 0) {
+    if (chosen->maxSide == 0) {
         bytes = static_cast<double>(fileBytes) * seconds / video.seconds;
     } else {
         const double picture =

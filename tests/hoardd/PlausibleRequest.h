@@ -4,10 +4,21 @@
 
 #include <gtest/gtest.h>
 
+#include <vector>
+
+#include "hoardd/Daemon.h"
 #include "wickerlane/platform/message/value/MessageValue.h"
 #include "wickerlane/protocol/Row.h"
 
 namespace wickerlane::test {
+
+inline std::vector<const protocol::Row *> servedRows() {
+    std::vector<const protocol::Row *> rows;
+    for (const auto family : hoardd::allOperations())
+        for (const hoardd::Operation &operation : family)
+            rows.push_back(operation.row);
+    return rows;
+}
 
 /// A value of a kind that a field takes, though not one that names anything.
 inline Ref<MessageValue> plausibleValue(MessageKind kind) {

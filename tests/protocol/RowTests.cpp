@@ -1,25 +1,9 @@
 #include <gtest/gtest.h>
 
-#include <set>
-#include <string>
-
-#include "wickerlane/protocol/AllRows.h"
+#include "wickerlane/protocol/AssetRows.h"
 
 using namespace wickerlane;
 using namespace wickerlane::protocol;
-
-TEST(Rows, CodesAscendAndKeysOccurOnce) {
-    OperationCode last = 0;
-    for (const Row *row : allRows) {
-        EXPECT_GE(row->code, last) << row->name;
-        last = row->code;
-        for (const Fields *fields : {&row->requestKeys, &row->replyKeys}) {
-            std::set<std::string> seen{"operation"};
-            for (const Field &field : fields->all())
-                EXPECT_TRUE(seen.insert(field.key).second) << row->name << " " << field.key;
-        }
-    }
-}
 
 TEST(Rows, ARequestIsCheckedAgainstItsRow) {
     const auto problem = [](const Row &row, auto fill) {

@@ -1,4 +1,4 @@
-// The rows of albums, and of edits to assets.
+// The rows of operations on albums, and of edits to assets.
 #ifndef WICKERLANE_PROTOCOL_ALBUMROWS_H
 #define WICKERLANE_PROTOCOL_ALBUMROWS_H
 
@@ -7,7 +7,6 @@
 
 namespace wickerlane::protocol {
 
-/// A null name is left out.
 inline constexpr Row addGroup{11, "addGroupWithName:handler:", request(whenSet(keys::name)),
                               reply(keys::nameTaken, keys::groupURL)};
 

@@ -1,4 +1,4 @@
-// The rows of what hoardd makes of the library: moments, duplicates, the cloud feed, thumbnails.
+// The rows of what hoardd computes from the library: moments, duplicates, the cloud feed, thumbnails.
 #ifndef WICKERLANE_PROTOCOL_ANALYSISROWS_H
 #define WICKERLANE_PROTOCOL_ANALYSISROWS_H
 
@@ -29,8 +29,8 @@ inline constexpr Row hasCompletedMomentAnalysis{72, "hasCompletedMomentAnalysis"
 
 inline constexpr Row rebuildAllThumbnails{73, "rebuildAllThumbnails", request(), reply()};
 
-/// Codes from 1000 on belong to operations that the others do not depend on: a person's word on what the
-/// analysis of duplicates has found.
+/// A person's correction of what the analysis of duplicates has found. Codes from 1000 on are additions to
+/// the original operations.
 inline constexpr Row setAreDuplicates{
     1000, "setAreDuplicates:forPhotos:", request(keys::areDuplicates, keys::photoUUIDs), reply()};
 

@@ -1,4 +1,4 @@
-// The rows of asset files and saves.
+// The rows of operations on asset files, and of saves.
 #ifndef WICKERLANE_PROTOCOL_ASSETROWS_H
 #define WICKERLANE_PROTOCOL_ASSETROWS_H
 
@@ -17,7 +17,7 @@ inline constexpr Row fileURLForAssetURL{
 inline constexpr Row fileURLForNewAsset{
     5, "fileURLForNewAssetWithType:extension:", request(keys::assetType, keys::extension), reply(keys::url)};
 
-/// Asked for by two methods: requestImageDataForAsset:format:handler: and imageDataForAsset:format:.
+/// Sent by two methods: requestImageDataForAsset:format:handler: and imageDataForAsset:format:.
 inline constexpr Row imageDataForAsset{6, "imageDataForAsset:format:", request(keys::objectID, keys::format),
                                        reply(keys::imageData)};
 
@@ -29,7 +29,7 @@ inline constexpr Row saveAsset{
 inline constexpr Row batchSaveAssets{9, "batchSaveAssetsWithJobDictionaries:handler:",
                                      request(keys::jobDictionaries), reply(keys::resultJobDictionaries)};
 
-/// Travels twice for one call.
+/// Sent twice for each call.
 inline constexpr Row setLargePreviewImage{17,
                                           "setLargePreviewImageForAssetWithURL:imageData:properties:handler:",
                                           request(keys::assetURL, keys::imageData, whenSet(keys::properties)),
@@ -42,7 +42,7 @@ inline constexpr Row updateThumbnails{
 inline constexpr Row updateCameraPreviewWell{
     19, "updateCameraPreviewWellImage:", request(whenSet(keys::objectIDText)), reply()};
 
-/// Shares its code with finalizeOTARestore, which carries other keys.
+/// Shares its code with finalizeOTARestore, which has other keys.
 inline constexpr Row updateRestoredAsset{
     21, "updateRestoredAssetWithUUID:paths:", request(keys::assetUUID, whenSet(keys::assetPaths)), reply()};
 

@@ -1,17 +1,17 @@
-// Keys of bulletin dictionaries, and names around the bulletin board. The spellings, odd ones too, are part
-// of the interface.
+// Keys of bulletin dictionaries, and names around the bulletin board. Their spellings, odd ones included, are
+// part of the interface.
 #ifndef WICKERLANE_PROTOCOL_BULLETINKEYS_H
 #define WICKERLANE_PROTOCOL_BULLETINKEYS_H
 
 #include "wickerlane/platform/object/String.h"
 
-/// "bulletinType". Number: what it tells of; 0 is photos and videos added.
+/// "bulletinType". Number: the kind of event; 0 for photos and videos that were added.
 WL_EXPORT extern wickerlane::String *const kBulletinkeyBulletinType;
-/// "recordID". Number: identity; ascends with time.
+/// "recordID". Number: identifies the bulletin; later ones have higher numbers.
 WL_EXPORT extern wickerlane::String *const kBulletinKeyRecordID;
-/// "originalRecordID". Number: of the first of the events that this one gathers.
+/// "originalRecordID". Number: the record of the first event in this bulletin.
 WL_EXPORT extern wickerlane::String *const kBulletinKeyOriginalRecordID;
-/// "originalDate". Date: of that first event.
+/// "originalDate". Date: when that event happened.
 WL_EXPORT extern wickerlane::String *const kBulletinKeyOriginalDate;
 /// "albumUUID". String.
 WL_EXPORT extern wickerlane::String *const kBulletinKeyAlbumUUID;
@@ -57,25 +57,25 @@ WL_EXPORT extern wickerlane::String *const kBulletinKeyCommentCloudGuid;
 WL_EXPORT extern wickerlane::String *const kBulletinKeyCommentCount;
 /// "commentIsCaption". Number, boolean.
 WL_EXPORT extern wickerlane::String *const kBulletinKeyCommentIsCaption;
-/// "commentPlusPhotosAdded". Number, boolean. The value is not what the name says.
+/// "commentPlusPhotosAdded". Number, boolean. Its text differs from its name.
 WL_EXPORT extern wickerlane::String *const kBulletinCommentPiggyBackedOnPhotosAdded;
 /// "JXPinwallBulletinsChangedNotification". Posted when the bulletins have changed.
 WL_EXPORT extern wickerlane::String *const JXPinwallBulletinsChangedNotification;
 /// "JXBadgeCountChangedNotification". Posted when the application's badge has changed.
 WL_EXPORT extern wickerlane::String *const JXBadgeCountChangedNotification;
-/// "JXLibraryViewBulletinSuppresionContext". The view of the whole library. "Suppresion" as it stands.
+/// "JXLibraryViewBulletinSuppresionContext". The view of the whole library. Spelled "Suppresion".
 WL_EXPORT extern wickerlane::String *const JXLibraryViewBulletinSuppresionContext;
-/// "JXLastDisplayedBulletinRecordIDKey". Preference: the last record that a board has shown.
+/// "JXLastDisplayedBulletinRecordIDKey". Preference: the last record that a bulletin board has shown.
 WL_EXPORT extern wickerlane::String *const JXLastDisplayedBulletinRecordIDKey;
 /// "AlbumView". Any view of one album.
 WL_EXPORT extern wickerlane::String *const JXSuppresionContextAlbumView;
 /// "AlbumListView". The list of albums.
 WL_EXPORT extern wickerlane::String *const JXSuppresionContextAlbumListView;
-/// "ActivityView". The list of what has happened.
+/// "ActivityView". The list of recent events.
 WL_EXPORT extern wickerlane::String *const JXSuppresionContextActivityView;
-/// "AlbumView-". To be followed by an album's identifier.
+/// "AlbumView-". Followed by an album's identifier.
 WL_EXPORT extern wickerlane::String *const JXSuppresionContextPrefixAlbumView;
-/// "SharedAlbumOptionsView-". To be followed by an album's identifier.
+/// "SharedAlbumOptionsView-". Followed by an album's identifier.
 WL_EXPORT extern wickerlane::String *const JXSuppresionContextPrefixSharedAlbumOptionsView;
 
 #endif

@@ -1,4 +1,4 @@
-// The rows of the client's core.
+// The rows of access and launch.
 #ifndef WICKERLANE_PROTOCOL_COREROWS_H
 #define WICKERLANE_PROTOCOL_COREROWS_H
 

@@ -1,4 +1,4 @@
-// How processes learn that the library's counts have changed.
+// The notification of changed counts.
 #ifndef WICKERLANE_PROTOCOL_COUNTNOTIFICATION_H
 #define WICKERLANE_PROTOCOL_COUNTNOTIFICATION_H
 

@@ -1,4 +1,4 @@
-// What a process must be entitled to for some operations.
+// Entitlements that some operations require of the calling process.
 #ifndef WICKERLANE_PROTOCOL_ENTITLEMENTS_H
 #define WICKERLANE_PROTOCOL_ENTITLEMENTS_H
 

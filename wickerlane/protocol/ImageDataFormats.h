@@ -1,19 +1,19 @@
-// The image formats in which an asset's picture can be had.
+// The image formats in which hoardd returns an asset's picture.
 #ifndef WICKERLANE_PROTOCOL_IMAGEDATAFORMATS_H
 #define WICKERLANE_PROTOCOL_IMAGEDATAFORMATS_H
 
 namespace wickerlane::protocol {
 
-/// What travels under "format" of a request for image data.
+/// The value of "format" in a request for image data.
 enum ImageDataFormat : int {
     imageDataOriginal = 0,     ///< The bytes that were saved.
     imageDataSmallJPEG = 1,    ///< Upright, at most 256 pixels a side; made when the asset was saved.
     imageDataPreviewJPEG = 2,  ///< Upright, at most 1024 pixels a side; made when the asset was saved.
-    imageDataFullSizeJPEG = 3, ///< Upright, of full size; made when it is asked for.
+    imageDataFullSizeJPEG = 3, ///< Upright, of full size; made on each request.
     imageDataFullSizePNG = 4,  ///< The same, without loss.
 };
 
-/// A format and what people call it.
+/// A format and its name in the command.
 struct NamedImageDataFormat {
     ImageDataFormat format;
     const char *name;

@@ -1,47 +1,60 @@
-// The vocabulary of job dictionaries: what a caller may say of an asset to be saved, and what hoardd answers.
+// Keys of job dictionaries, which describe an asset to save, and of the results that hoardd returns for them.
 #ifndef WICKERLANE_PROTOCOL_JOBKEYS_H
 #define WICKERLANE_PROTOCOL_JOBKEYS_H
 
 #include <string_view>
 
-/// A job names its bytes by one of `imageData`, `filePath` and the surface that travels beside it, in this
-/// order of preference; all other keys are optional.
+/// The bytes come from `imageData`, `filePath` or the surface that is sent beside the job; the first of them
+/// that is there counts. All other keys are optional.
 namespace wickerlane::protocol::job {
 
-inline constexpr std::string_view imageData = "imageData"; ///< Data: the bytes of the file.
-inline constexpr std::string_view filePath =
-    "filePath"; ///< String: absolute path of a file the caller may read.
-inline constexpr std::string_view assetType =
-    "assetType"; ///< Number: 0 photo, 1 video; by default told by content.
-inline constexpr std::string_view originalFilename =
-    "originalFilename"; ///< String: what the asset is called.
-inline constexpr std::string_view creationDate =
-    "creationDate"; ///< Date: overrides what the file says of itself.
-inline constexpr std::string_view unlessPresent =
-    "unlessPresent"; ///< Number, boolean: an asset with the same bytes is given in place of a second one.
+/// Data: the bytes of the file.
+inline constexpr std::string_view imageData = "imageData";
+/// String: absolute path of a file that the caller may read.
+inline constexpr std::string_view filePath = "filePath";
+/// Number: 0 photo, 1 video; by default hoardd looks at the content.
+inline constexpr std::string_view assetType = "assetType";
+/// String: the name of the asset.
+inline constexpr std::string_view originalFilename = "originalFilename";
+/// Date: overrides the date in the file.
+inline constexpr std::string_view creationDate = "creationDate";
+/// Number, boolean: an asset with the same bytes, if there is one, is the result instead of a copy.
+inline constexpr std::string_view unlessPresent = "unlessPresent";
 
 } // namespace wickerlane::protocol::job
 
-/// What a result holds. One of a job that was refused holds `error` alone.
+/// The result of a job. That of a refused job has `error` alone.
 namespace wickerlane::protocol::jobResult {
 
-inline constexpr std::string_view error = "error"; ///< String: why nothing was saved.
+/// String: why nothing was saved.
+inline constexpr std::string_view error = "error";
 
-inline constexpr std::string_view uuid = "uuid"; ///< String.
-inline constexpr std::string_view wasPresent =
-    "wasPresent"; ///< Number, boolean: the library had it already; only then there.
-inline constexpr std::string_view assetURL = "assetURL";       ///< String: the persistent URL.
-inline constexpr std::string_view objectIDURI = "objectIDURI"; ///< String.
-inline constexpr std::string_view fileURL = "fileURL";         ///< String: where the original is.
-inline constexpr std::string_view filename = "filename";   ///< String: the original's name in the library.
-inline constexpr std::string_view assetType = "assetType"; ///< Number: 0 photo, 1 video.
-inline constexpr std::string_view byteSize = "byteSize";   ///< Number.
-inline constexpr std::string_view width = "width";         ///< Number: pixels, upright; 0 if not decoded.
-inline constexpr std::string_view height = "height";       ///< Number.
-inline constexpr std::string_view creationDate = "creationDate"; ///< Date.
-inline constexpr std::string_view duration = "duration"; ///< Number: seconds; only of a video that says so.
-inline constexpr std::string_view problem =
-    "problem"; ///< String: why it could not be decoded; only then there.
+/// String.
+inline constexpr std::string_view uuid = "uuid";
+/// Number, boolean: true when the library had the asset already, else missing.
+inline constexpr std::string_view wasPresent = "wasPresent";
+/// String: the persistent URL.
+inline constexpr std::string_view assetURL = "assetURL";
+/// String.
+inline constexpr std::string_view objectIDURI = "objectIDURI";
+/// String: where the original is.
+inline constexpr std::string_view fileURL = "fileURL";
+/// String: the original's name in the library.
+inline constexpr std::string_view filename = "filename";
+/// Number: 0 photo, 1 video.
+inline constexpr std::string_view assetType = "assetType";
+/// Number.
+inline constexpr std::string_view byteSize = "byteSize";
+/// Number: pixels, upright; 0 if it could not be decoded.
+inline constexpr std::string_view width = "width";
+/// Number: likewise.
+inline constexpr std::string_view height = "height";
+/// Date.
+inline constexpr std::string_view creationDate = "creationDate";
+/// Number: seconds; only for a video whose file has it.
+inline constexpr std::string_view duration = "duration";
+/// String: why the file could not be decoded, else missing.
+inline constexpr std::string_view problem = "problem";
 
 } // namespace wickerlane::protocol::jobResult
 

@@ -1,4 +1,4 @@
-// Typed keys: what stands under a key of a request or reply, and how it is written and read.
+// Typed keys: which value a key of a request or reply has, and how it is written and read.
 #ifndef WICKERLANE_PROTOCOL_KEY_H
 #define WICKERLANE_PROTOCOL_KEY_H
 
@@ -12,19 +12,19 @@
 
 namespace wickerlane::protocol {
 
-/// A key's text and how the value under it is coded. The coding's Write is what a writer takes and its Read
-/// what a reader gets, so that a mismatch does not compile. Readers are total: any other reply reads as
-/// absence.
+/// A key's text and the coding of its value. Writers take the coding's Write type and readers return what its
+/// read() returns, so that a value of another type does not compile. Readers accept any message value: what
+/// is not a dictionary reads as if the key were missing.
 template <class Coding>
 struct Key {
     const char *text;
 };
 
-// Each coding names the message kinds that it accepts, how to store a value, and how to read one.
+// Each coding says which message kinds it accepts, how to store a value, and how to read one.
 
 namespace coding {
 
-/// A coding whose values are object pointers; null stores nothing and absence reads as null.
+/// Of object pointers. Null stores nothing, and a missing value reads as null.
 template <class Object, auto set, auto get, MessageKind... accepted>
 struct ObjectCoding {
     using Write = Object *;
@@ -33,7 +33,7 @@ struct ObjectCoding {
     static auto read(MessageValue *message, const char *key) { return get(message, key); }
 };
 
-/// A coding whose values are plain numbers; absence reads as zero.
+/// Of plain numbers. A missing value reads as zero.
 template <class Value, auto set, auto get, MessageKind accepted>
 struct ScalarCoding {
     using Write = Value;
@@ -70,7 +70,7 @@ using List = ObjectCoding<Array, JXMsgDictionarySetArray, JXArrayFromMsgDictiona
 using Mapping =
     ObjectCoding<Dictionary, JXMsgDictionarySetDictionary, JXDictionaryFromMsgDictionary, MessageKind::data>;
 
-/// A property-list object, as the message value of its own kind; hoardd takes lists, mappings and texts.
+/// A property-list object, as the message value of its own kind; hoardd accepts lists, mappings and texts.
 struct PropertyList {
     using Write = Object *;
     static constexpr MessageKind kinds[] = {MessageKind::array, MessageKind::dictionary, MessageKind::string};
@@ -80,7 +80,7 @@ struct PropertyList {
     }
 };
 
-/// A managed object ID's URI; its reader needs a resolver: JXManagedObjectIDFromMsgValue().
+/// A managed object ID's URI. Reading it takes a resolver: JXManagedObjectIDFromMsgValue().
 struct ObjectID {
     using Write = ManagedObjectID *;
     static constexpr MessageKind kinds[] = {MessageKind::data};
@@ -89,7 +89,7 @@ struct ObjectID {
     }
 };
 
-/// A surface's own message object; the surface that is read is borrowed.
+/// A surface's own message object. The surface that is read is borrowed.
 struct Surface {
     using Write = ImageSurface *;
     static constexpr MessageKind kinds[] = {MessageKind::dictionary};
@@ -115,7 +115,8 @@ struct Job {
     }
 };
 
-/// An array of job dictionaries; null is an empty one. Jobs that can't be coded are left out on either side.
+/// An array of job dictionaries; null is written as an empty one. Jobs that can't be coded are skipped, by
+/// writer and reader alike.
 struct Jobs {
     using Write = Array *;
     static constexpr MessageKind kinds[] = {MessageKind::array};
@@ -148,7 +149,7 @@ struct Jobs {
     }
 };
 
-/// An open file. Reading gives a duplicate that the caller closes, or -1.
+/// An open file. The reader returns a duplicate that the caller closes, or -1.
 struct Descriptor {
     using Write = int;
     static constexpr MessageKind kinds[] = {MessageKind::fileDescriptor};

@@ -1,4 +1,4 @@
-// Every key of every request and reply. A text that stands for two codings has two constants.
+// All keys of requests and replies. A text with two codings has two constants.
 #ifndef WICKERLANE_PROTOCOL_KEYS_H
 #define WICKERLANE_PROTOCOL_KEYS_H
 

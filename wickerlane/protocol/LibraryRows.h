@@ -1,4 +1,4 @@
-// The rows of the library's life and upkeep.
+// The rows of the library's creation, counts, restores and maintenance.
 #ifndef WICKERLANE_PROTOCOL_LIBRARYROWS_H
 #define WICKERLANE_PROTOCOL_LIBRARYROWS_H
 
@@ -14,12 +14,12 @@ inline constexpr Row getPhotosAndVideosCount{16, "getPhotosAndVideosCountWithHan
 
 inline constexpr Row updateModelAfterOTARestore{20, "updateModelAfterOTARestore", request(), reply()};
 
-/// Shares its code with updateRestoredAsset, which carries other keys.
+/// Shares its code with updateRestoredAsset, which has other keys.
 inline constexpr Row finalizeOTARestore{
     21, "finalizeOTARestoreRecreatingAlbums:", request(keys::recreateAlbumsFromMetadata, keys::restoreEnded),
     reply()};
 
-/// One method of the client behind two codes: the same import, awaited and not.
+/// One method of the client has two codes: this one is awaited, the next is not.
 inline constexpr Row importFileSystemAssets{22, "importFileSystemAssetsWaitingForReply:", request(), reply()};
 
 inline constexpr Row importFileSystemAssetsInBackground{

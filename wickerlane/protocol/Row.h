@@ -1,4 +1,4 @@
-// What an operation is: one row of the table of all that travels between a client and hoardd.
+// What travels between a client and hoardd for one operation: a row.
 #ifndef WICKERLANE_PROTOCOL_ROW_H
 #define WICKERLANE_PROTOCOL_ROW_H
 
@@ -6,6 +6,7 @@
 #include <initializer_list>
 #include <span>
 #include <string>
+#include <string_view>
 
 #include "wickerlane/protocol/Key.h"
 
@@ -17,7 +18,7 @@ using OperationCode = std::int64_t;
 /// One key of a row.
 struct Field {
     const char *key = nullptr;
-    std::span<const MessageKind> kinds{}; ///< Any of these.
+    std::span<const MessageKind> kinds{}; ///< The value is of any of these.
     bool optional = false;
 
     constexpr Field() = default;
@@ -25,7 +26,7 @@ struct Field {
     constexpr Field(const Key<Coding> &described) : key(described.text), kinds(Coding::kinds) {}
 };
 
-/// A key that the request carries only when there is something to say.
+/// A key that a request may leave out.
 template <class Coding>
 constexpr Field whenSet(const Key<Coding> &key) {
     Field field(key);
@@ -35,26 +36,32 @@ constexpr Field whenSet(const Key<Coding> &key) {
 
 /// The keys of a request or a reply, in their order.
 struct Fields {
-    static constexpr std::size_t most = 6;
-    std::array<Field, most> list{};
+    static constexpr std::size_t maxKeys = 6;
+    std::array<Field, maxKeys> list{};
     std::size_t count = 0;
 
     [[nodiscard]] constexpr std::span<const Field> all() const { return {list.data(), count}; }
 };
 
+/// Does not compile when a key stands twice.
 template <class... Each>
-constexpr Fields request(const Each &...each) {
-    static_assert(sizeof...(each) <= Fields::most);
-    return {{Field(each)...}, sizeof...(each)};
+consteval Fields request(const Each &...each) {
+    static_assert(sizeof...(each) <= Fields::maxKeys);
+    const Fields fields{{Field(each)...}, sizeof...(each)};
+    for (std::size_t i = 0; i < fields.count; ++i)
+        for (std::size_t j = 0; j < i; ++j)
+            if (std::string_view(fields.list[i].key) == fields.list[j].key)
+                throw "a key stands twice";
+    return fields;
 }
-/// Reply keys are what a client reads; any may be absent.
+/// The keys that a client reads; each may be missing.
 template <class... Each>
-constexpr Fields reply(const Each &...each) {
+consteval Fields reply(const Each &...each) {
     return request(each...);
 }
 
-/// A shape of request: its code, the name of the client's operation, and the keys that travel. "operation",
-/// first in every request, is not listed.
+/// A kind of request: its code, the name of the client's operation, and the keys of request and reply.
+/// "operation", the first key of every request, is not listed.
 struct Row {
     OperationCode code;
     const char *name;
@@ -62,8 +69,8 @@ struct Row {
     Fields replyKeys;
 };
 
-/// Why a received message is not a request of this row; empty when it is one. Keys that the row does not know
-/// are allowed.
+/// Why a received message is not a request of this row; empty when it is one. The message may have further
+/// keys.
 [[nodiscard]] WL_EXPORT std::string problemWith(const MessageDictionary *message, const Row &row);
 
 } // namespace wickerlane::protocol

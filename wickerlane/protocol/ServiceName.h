@@ -1,4 +1,4 @@
-// The daemon's name.
+// The name of the daemon's service.
 #ifndef WICKERLANE_PROTOCOL_SERVICENAME_H
 #define WICKERLANE_PROTOCOL_SERVICENAME_H
 

@@ -1,4 +1,4 @@
-// The rows of sharing: streams, bulletins and the badge, storage budget, people.
+// The rows of sharing: streams, bulletins and the badge, space, people.
 #ifndef WICKERLANE_PROTOCOL_SHARINGROWS_H
 #define WICKERLANE_PROTOCOL_SHARINGROWS_H
 
@@ -28,8 +28,8 @@ inline constexpr Row clearAllBulletins{
 inline constexpr Row updateSharedAlbumsCachedServerConfigurationLimits{
     45, "updateSharedAlbumsCachedServerConfigurationLimits", request(), reply()};
 
-/// A small protocol of its own under one code: "smJobType" 1 with the bytes wanted purges, 0 only asks. The
-/// shape with more keys stands first, so that it is tried first.
+/// Two requests share one code: "smJobType" 1 with a number of bytes purges, 0 only asks. The daemon must try
+/// this row first, since requests of it fit the other row as well.
 inline constexpr Row attemptToPurgeSharedAssetsSpace{
     51, "attemptToPurgeSharedAssetsSpace:", request(keys::smJobType, keys::smBytesRequested),
     reply(keys::smBytesReturned)};
@@ -37,7 +37,7 @@ inline constexpr Row attemptToPurgeSharedAssetsSpace{
 inline constexpr Row purgeableSharedAssetsSpace{51, "purgeableSharedAssetsSpace", request(keys::smJobType),
                                                 reply(keys::smBytesReturned)};
 
-/// One code, asked in either direction.
+/// The two directions share one code.
 inline constexpr Row keyForEmailAddress{57, "keyForEmailAddress:", request(keys::email),
                                         reply(keys::emailKey)};
 
@@ -47,7 +47,7 @@ inline constexpr Row emailAddressForKey{57, "emailAddressForKey:", request(keys:
 inline constexpr Row personInfoDictionary{59, "personInfoDictionaryForPersonID:", request(keys::personID),
                                           reply(keys::personInfoDictionary)};
 
-/// Without a dictionary it clears the information.
+/// Without a dictionary the information is cleared.
 inline constexpr Row setPersonInfoDictionary{
     60, "setPersonInfoDictionary:forPersonID:", request(keys::personID, whenSet(keys::personInfoDictionary)),
     reply()};

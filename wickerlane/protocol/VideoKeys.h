@@ -1,11 +1,11 @@
-// The vocabulary of videos: what hoardd says of one, and what an export of one may be asked to be.
+// Keys of video metadata, and the presets and properties of exports.
 #ifndef WICKERLANE_PROTOCOL_VIDEOKEYS_H
 #define WICKERLANE_PROTOCOL_VIDEOKEYS_H
 
 #include <cstdint>
 #include <string_view>
 
-/// What videoMetadataAtPath: gives. What a file does not say is left out.
+/// The result of videoMetadataAtPath:. What a file does not say is missing.
 namespace wickerlane::protocol::videoKey {
 
 inline constexpr std::string_view duration = "duration";           ///< Number: seconds.
@@ -15,7 +15,7 @@ inline constexpr std::string_view rotation = "rotation";           ///< Number: 
 inline constexpr std::string_view frameRate = "frameRate";         ///< Number: frames a second.
 inline constexpr std::string_view videoCodec = "videoCodec";       ///< String: "h264".
 inline constexpr std::string_view videoBitRate = "videoBitRate";   ///< Number: bits a second.
-inline constexpr std::string_view audioCodec = "audioCodec";       ///< String: "aac"; not without sound.
+inline constexpr std::string_view audioCodec = "audioCodec";       ///< String: "aac"; missing without sound.
 inline constexpr std::string_view audioBitRate = "audioBitRate";   ///< Number: bits a second.
 inline constexpr std::string_view audioChannels = "audioChannels"; ///< Number.
 inline constexpr std::string_view audioSampleRate = "audioSampleRate"; ///< Number: hertz.
@@ -30,11 +30,11 @@ inline constexpr std::string_view longitude = "longitude"; ///< Number: degrees;
 
 namespace wickerlane::protocol {
 
-/// How a video may be exported: in H.264 and AAC, never larger than it is. The bit rates are those of the
-/// preset's full size; a smaller picture gets its share.
+/// How a video is exported: in H.264 and AAC, and never larger than it is. The bit rates are those of the
+/// preset's full size; a smaller picture gets a proportionally lower rate.
 struct ExportPreset {
     std::string_view name;
-    std::uint32_t longestSide;  ///< Pixels; 0 keeps the tracks as they are.
+    std::uint32_t maxSide;      ///< Pixels; 0 keeps the tracks as they are.
     std::uint64_t videoBitRate; ///< Bits a second at 16 to 9.
     std::uint64_t audioBitRate; ///< Bits a second.
 };
@@ -44,14 +44,14 @@ inline constexpr ExportPreset exportPresets[] = {
     {"high", 1920, 6'000'000, 160'000},
     {"passthrough", 0, 0, 0},
 };
-/// The preset of an export that names none.
+/// The preset when none is given.
 inline constexpr std::string_view defaultExportPreset = "high";
 
-/// Export properties: each a number; all may be missing.
+/// Properties of an export. Each is a number and may be missing.
 namespace exportProperty {
 inline constexpr std::string_view startTime = "startTime";       ///< Seconds from the beginning.
 inline constexpr std::string_view duration = "duration";         ///< Seconds.
-inline constexpr std::string_view videoBitRate = "videoBitRate"; ///< Bits a second, in place of the preset's.
+inline constexpr std::string_view videoBitRate = "videoBitRate"; ///< Bits a second, instead of the preset's.
 inline constexpr std::string_view audioBitRate = "audioBitRate"; ///< Bits a second; 0 leaves the sound out.
 } // namespace exportProperty
 
