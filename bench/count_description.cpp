@@ -1,6 +1,6 @@
-// JXLocalizedCountDescription beside the bare library calls for the same phrase: three numbers formatted by a
-// formatter that is kept, and the phrase put into lower case. What it has in addition are the look-ups of
-// four texts, the formats, and the strings in between.
+// JXLocalizedCountDescription compared with the bare library calls for the same phrase: three numbers
+// formatted with a cached formatter, and the phrase in lower case. The function also looks up four texts,
+// formats them, and allocates strings.
 #include <unicode/bytestream.h>
 #include <unicode/casemap.h>
 #include <unicode/numfmt.h>
@@ -21,7 +21,8 @@ namespace {
 constexpr int rounds = 15;
 constexpr int batch = 20'000;
 
-std::size_t bytesSeen = 0; // so that nothing is optimized away
+// Keeps the compiler from optimizing the calls away.
+std::size_t bytesSeen = 0;
 
 struct Bare {
     std::unique_ptr<icu::NumberFormat> numbers;

@@ -1,4 +1,4 @@
-// Looking up a text for a person, beside finding it in the standard library's hash map and beside reading its
+// Looking up a localized text, compared with a look-up in std::unordered_map and with reading the table's
 // file.
 #include <benchmark/benchmark.h>
 
@@ -21,7 +21,7 @@ using namespace wickerlane;
 
 namespace {
 
-constexpr int texts = 200; // about as many as a framework has
+constexpr int texts = 200; // As many as a large table.
 constexpr int rounds = 9;
 
 std::string keyOf(int number) {
@@ -93,7 +93,7 @@ int main() {
          {"of the user interface, in its fourth table",
           eachOf(lastKeys, [](const Ref<String> &key) { return JXLocalizedFrameworkString(key.get()); })}},
         report);
-    // The daemon's look-up reads the file with all its texts for each.
+    // The daemon's look-up reads the whole file for each text.
     const std::string file = folder / "PixholdServices.bundle/de.lproj/PixholdServices.strings";
     bench::measureInTurn(rounds, 500,
                          {{"reading a table's file, and one text of it",

@@ -1,5 +1,6 @@
-// Log lines to a rotating file, beside spdlog's rotating file that flushes each line, and the test for a
-// level that is off. Both write lines of the same form and length to files of 10 MiB, of which five are kept.
+// Log lines to a rotating file, compared with a rotating file of spdlog that flushes each line, and
+// JXLogShouldLog for a level that is off. Both write lines of the same form and length to files of 10 MiB, of
+// which five are kept.
 #include <spdlog/sinks/rotating_file_sink.h>
 #include <spdlog/spdlog.h>
 
@@ -25,7 +26,7 @@ using namespace wickerlane;
 
 namespace {
 
-const int linesOfARun = bench::isQuick() ? 1'000 : 200'000;
+const int linesPerRun = bench::isQuick() ? 1'000 : 200'000;
 const int runs = bench::rounds(7);
 
 double secondsFor(const std::function<void()> &work) {
@@ -35,11 +36,11 @@ double secondsFor(const std::function<void()> &work) {
 }
 
 double linesPerSecond(int threads, const std::function<void(int)> &log) {
-    return linesOfARun / secondsFor([&] {
+    return linesPerRun / secondsFor([&] {
                std::vector<std::thread> running;
                for (int thread = 0; thread < threads; ++thread)
                    running.emplace_back([&] {
-                       for (int line = 0; line < linesOfARun / threads; ++line)
+                       for (int line = 0; line < linesPerRun / threads; ++line)
                            log(line);
                    });
                for (auto &thread : running)

@@ -23,7 +23,7 @@ const std::vector<double> background{24, 26, 30};
 const std::vector<double> captionColour{172, 178, 188};
 const std::vector<double> titleColour{240, 242, 245};
 
-/// Pango reads markup.
+/// Text without markup for Pango, which would interpret it.
 std::string escaped(const std::string &text) {
     std::string result;
     for (const char c : text) {
@@ -37,13 +37,13 @@ std::string escaped(const std::string &text) {
     return result;
 }
 
-/// Shortened in the middle, where file names differ least. Never cuts a character of several bytes.
+/// The text shortened in the middle, where file names differ least, between characters.
 std::string shortened(const std::string &text) {
-    constexpr std::size_t most = 38;
-    if (text.size() <= most)
+    constexpr std::size_t maxBytes = 38;
+    if (text.size() <= maxBytes)
         return text;
     const auto isInside = [&](std::size_t i) { return (static_cast<unsigned char>(text[i]) & 0xC0) == 0x80; };
-    std::size_t head = most - 14;
+    std::size_t head = maxBytes - 14;
     std::size_t tail = text.size() - 12;
     while (head > 0 && isInside(head))
         --head;
@@ -64,8 +64,8 @@ VImage textLine(const std::string &text, const char *font, const std::vector<dou
         .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
 }
 
-/// How many tiles make a row: the sheet is wider than high, as screens are, and its last row as full as can
-/// be.
+/// The number of tiles in a row: the sheet is wider than high, like a screen, and the last row as full as
+/// possible.
 int tilesAcross(int count) {
     const double shape = 1.5 * (tileHeight + captionHeight) / tileWidth;
     const int ideal = std::max(1, static_cast<int>(std::lround(std::sqrt(count * shape))));

@@ -1,4 +1,4 @@
-// A picture of many small pictures.
+// Many small pictures in one.
 #ifndef EXAMPLES_CONTACTSHEET_H
 #define EXAMPLES_CONTACTSHEET_H
 
@@ -11,16 +11,15 @@ namespace examples {
 /// Equal tiles with captions, row by row. Throws std::exception when a picture can't be read or written.
 class ContactSheet {
 public:
-    /// Tiles that one sheet has room for.
-    static constexpr std::size_t room = 120;
+    static constexpr std::size_t maxTiles = 120;
 
     ContactSheet();
     ~ContactSheet();
 
-    /// Adds a picture, cut to the tile's shape. `encoded` (JPEG, PNG and the like) is not used afterwards.
+    /// Adds a picture, cropped to the shape of a tile. `encoded` is a file in any common format.
     void add(std::span<const std::byte> encoded, const std::string &caption);
     [[nodiscard]] std::size_t count() const noexcept;
-    /// Writes all tiles as one JPEG file. There must be one at least.
+    /// Writes all tiles, of which there must be at least one, as a JPEG file.
     void write(const std::string &path, const std::string &title) const;
 
 private:

@@ -7,7 +7,7 @@
 
 static int changesLeft = 0;
 
-// On the main queue.
+// Runs on the main queue.
 static void show(void *context) {
     static char shown[80];
     char text[80];
@@ -34,9 +34,8 @@ static void releaseCounts(void *context) {
     free(counts);
 }
 
-// On the library's global queue: the numbers are borrowed, so they are retained for their way to the main
-// queue.
-static void handOver(void *context, WLNumber *photos, WLNumber *videos) {
+// Runs on the global queue. The numbers are borrowed, so they are retained until the main queue has them.
+static void passOn(void *context, WLNumber *photos, WLNumber *videos) {
     (void)context;
     WLNumber **counts = malloc(2 * sizeof *counts);
     if (counts == NULL)
@@ -48,7 +47,7 @@ static void handOver(void *context, WLNumber *photos, WLNumber *videos) {
 
 static void ask(void *context) {
     (void)context;
-    RZGetPhotosAndVideosCount(handOver, NULL, NULL);
+    RZGetPhotosAndVideosCount(passOn, NULL, NULL);
 }
 
 int main(int argc, char **argv) {

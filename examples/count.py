@@ -9,7 +9,7 @@ import sys
 
 wickerlane = ctypes.CDLL(os.environ.get('WICKERLANE_LIBRARY', 'libwickerlane.so.0'))
 
-# Python takes results for 32-bit numbers unless it is told.
+# Without types Python would treat results as 32-bit numbers.
 WORK = ctypes.CFUNCTYPE(None, ctypes.c_void_p)
 COUNTS = ctypes.CFUNCTYPE(None, ctypes.c_void_p, ctypes.c_void_p, ctypes.c_void_p)
 
@@ -34,16 +34,16 @@ unregister = declare('RZUnregisterForPhotosAndVideosCount', None, ctypes.c_void_
 answers = queue.SimpleQueue()
 
 
-# Handlers run on the library's threads, and must stay referenced as long as they may be called.
+# Handlers run on threads of the library, and must stay referenced as long as they may be called.
 @COUNTS
-def hand_over(_context, photos, videos):
+def pass_on(_context, photos, videos):
     known = photos is not None and videos is not None
     answers.put((number_value(photos), number_value(videos)) if known else None)
 
 
 @WORK
 def ask(_context):
-    get_counts(hand_over, None, None)
+    get_counts(pass_on, None, None)
 
 
 def main():

@@ -1,5 +1,5 @@
-// The main job from end to end, by the client library alone: saves a folder of photos, reads everything back,
-// and checks that it is the same.
+// The whole library from end to end, through the client alone: saves a folder of photos, reads everything
+// back and compares it.
 //   demo PHOTOS-FOLDER CONTACT-SHEET.jpg
 #include <unistd.h>
 
@@ -31,16 +31,16 @@ namespace {
 /// A photo on its way through the library.
 struct Photo {
     fs::path source;
-    Ref<Dictionary> result; ///< What the daemon said of it; null until then.
+    Ref<Dictionary> result; ///< The daemon's result; null until there is one.
 
-    [[nodiscard]] std::string said(std::string_view key) const {
+    [[nodiscard]] std::string resultText(std::string_view key) const {
         const auto *text = result ? result->get<String>(key) : nullptr;
         return text != nullptr ? std::string(text->utf8()) : std::string();
     }
-    [[nodiscard]] bool isSaved() const { return !said(protocol::jobResult::uuid).empty(); }
-    [[nodiscard]] Ref<URL> assetURL() const { return URL::create(said(protocol::jobResult::assetURL)); }
+    [[nodiscard]] bool isSaved() const { return !resultText(protocol::jobResult::uuid).empty(); }
+    [[nodiscard]] Ref<URL> assetURL() const { return URL::create(resultText(protocol::jobResult::assetURL)); }
     [[nodiscard]] Ref<ManagedObjectID> objectID() const {
-        return ManagedObjectID::create(URL::create(said(protocol::jobResult::objectIDURI)).get());
+        return ManagedObjectID::create(URL::create(resultText(protocol::jobResult::objectIDURI)).get());
     }
 };
 
@@ -80,7 +80,7 @@ void showProgress(std::size_t done, std::size_t total) {
     std::fflush(stdout);
 }
 
-/// Saves in batches of a few, so that there is progress to be shown. False when the daemon can't be reached.
+/// Saves in small batches, so that progress can be shown. False when the daemon can't be reached.
 bool save(std::vector<Photo> &photos) {
     constexpr std::size_t batchSize = 4;
     const auto answered = Semaphore::create(0);
@@ -111,7 +111,8 @@ bool save(std::vector<Photo> &photos) {
     return true;
 }
 
-/// Whether what the library gives back by a descriptor is the source file, byte for byte. Adds its size.
+/// Whether the original in the library, read from its descriptor, equals the source file. Adds its size to
+/// `bytes`.
 bool isReadBackWhole(const Photo &photo, std::uintmax_t &bytes) {
     ReleaseScope scope;
     const UniqueFd original(
@@ -123,7 +124,7 @@ bool isReadBackWhole(const Photo &photo, std::uintmax_t &bytes) {
     while (original && source) {
         source.read(expected.data(), static_cast<std::streamsize>(expected.size()));
         const auto count = static_cast<std::size_t>(source.gcount());
-        // One byte more is asked for at the end, where there must be none.
+        // At the end one more byte is requested, and there must be none.
         const ssize_t got = pread(original.get(), read.data(), count > 0 ? count : 1, position);
         if (got != static_cast<ssize_t>(count) || std::memcmp(expected.data(), read.data(), count) != 0)
             return false;
@@ -166,15 +167,15 @@ bool showCounts(std::size_t expected) {
     return photos + videos == expected;
 }
 
-/// One asset by all the ways there are.
+/// Shows everything about one asset.
 bool showOne(const Photo &photo) {
     ReleaseScope scope;
     auto *client = JXGatekeeperClient::sharedInstance();
     const auto url = photo.assetURL();
     const auto *fileURL = client->fileURLForAssetURL(url.get(), false);
     std::printf("\nOne of them, %s:\n", escapingControls(photo.source.filename().string()).c_str());
-    std::printf("  UUID       %s\n", photo.said(protocol::jobResult::uuid).c_str());
-    std::printf("  URL        %s\n", photo.said(protocol::jobResult::assetURL).c_str());
+    std::printf("  UUID       %s\n", photo.resultText(protocol::jobResult::uuid).c_str());
+    std::printf("  URL        %s\n", photo.resultText(protocol::jobResult::assetURL).c_str());
     std::printf("  file       %s\n", fileURL != nullptr ? fileURL->fileSystemPath().c_str() : "none");
     std::printf("  picture    %s\n",
                 formatUTF8("%@ x %@ pixels, taken %@", photo.result->get(protocol::jobResult::width),
@@ -190,7 +191,7 @@ bool showOne(const Photo &photo) {
     return allThere;
 }
 
-/// A video as hoardd describes it, and how large exports of it would be.
+/// Shows the metadata of a video, and the sizes that exports of it would have.
 bool showVideo(const std::string &path) {
     ReleaseScope scope;
     auto *client = JXGatekeeperClient::sharedInstance();
@@ -216,7 +217,7 @@ bool showVideo(const std::string &path) {
 bool makeContactSheet(const std::vector<Photo> &photos, const std::string &path) {
     examples::ContactSheet sheet;
     for (const Photo &photo : photos) {
-        if (sheet.count() == examples::ContactSheet::room)
+        if (sheet.count() == examples::ContactSheet::maxTiles)
             break;
         ReleaseScope scope;
         const auto *data = JXGatekeeperClient::sharedInstance()->imageDataForAsset(
@@ -247,7 +248,7 @@ int demo(const fs::path &folder, const std::string &sheetPath, const std::string
     for (const Photo &photo : photos)
         if (!photo.isSaved())
             std::printf("REFUSED    %s: %s\n", escapingControls(photo.source.string()).c_str(),
-                        photo.said(protocol::jobResult::error).c_str());
+                        photo.resultText(protocol::jobResult::error).c_str());
     const std::size_t asked = photos.size();
     std::erase_if(photos, [](const Photo &photo) { return !photo.isSaved(); });
     std::printf("Saved      %zu of %zu in %.1f s (the daemon started by itself)\n", photos.size(), asked,

@@ -1,4 +1,4 @@
-// The entry points against a scripted daemon.
+// The entry points with a scripted daemon.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -136,9 +136,9 @@ TEST_F(EntryPoints, EachRequestedSizeIsReportedOnce) {
         {15, {{8, 80}, {2, 20}, {1, 10}, {4, 40}}, {{8, 80}, {2, 20}, {1, 10}, {4, 40}}},
         {2, {{1, 10}, {8, 80}}, {{2, unknown}}},
         {15, {}, {{1, unknown}, {2, unknown}, {4, unknown}, {8, unknown}}},
-        {3, {{3, 30}, {1, 10}}, {{3, 30}}},             // a kind of two bits answers both
-        {1, {{3, 30}, {1, 10}}, {{1, 10}}},             // but only when both are asked for
-        {0x31, {{0x20, 7}}, {{0x20, 7}, {1, unknown}}}, // those above 8 are never missed
+        {3, {{3, 30}, {1, 10}}, {{3, 30}}},             // a kind with two bits counts for both
+        {1, {{3, 30}, {1, 10}}, {{1, 10}}},             // but only when both are requested
+        {0x31, {{0x20, 7}}, {{0x20, 7}, {1, unknown}}}, // kinds above 8 may be missing
     };
     for (const auto &[mask, reported, answered] : cases) {
         answerWith([&](MessageDictionary *reply) {
@@ -235,7 +235,7 @@ TEST_F(EntryPoints, AnUnregisteredHandlerIsNotCalled) {
                   RZUnregisterForPhotosAndVideosCount(nullptr);
               }),
               "");
-    // Another registration tells when the post has been delivered.
+    // Another registration shows when the notification has been delivered.
     const auto other = Semaphore::create(0);
     const Ref<Number> second =
         RZRegisterForPhotosAndVideosCount([&] { other->signal(); }, WorkQueue::global());

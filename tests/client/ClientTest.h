@@ -15,7 +15,7 @@
 
 namespace wickerlane::test {
 
-/// Clients that are made from now on run on a device with so many processors.
+/// Sets the number of processors for clients that are made afterwards.
 inline bool setProcessorCount(int count) {
     return setPreferenceValue("ProcessorCount", Number::of(count), "org.wickerlane.device");
 }

@@ -22,7 +22,7 @@ void makeInternal() {
     setPreferenceValue("InternalDevice", Number::of(true), deviceDomain);
 }
 
-// The highest level that a domain lets pass, as should-log tells it; -1 for none.
+// The highest level for which JXLogShouldLog() is true in a domain; -1 for none.
 int highestLevel(LogProgram &program, int domain) {
     int highest = -1;
     for (int level = 0; level <= 7; ++level)
@@ -111,7 +111,7 @@ TEST(JXLog, PreferencesOverrideLevelsAndChangesAreFollowed) {
         testing::ElementsAre(MatchesRegex(".*\\]\\|caller\\|Source.cpp:42\\|JXMySnapriverLog: debugging\n")));
 
     setPreferenceValue("JXConsoleLogLevel", Number::of(6), globalPreferencesDomain);
-    EXPECT_EQ(program.tell("should 3 0"), "no"); // not before it is told
+    EXPECT_EQ(program.tell("should 3 0"), "no"); // Not before the notification.
     ASSERT_TRUE(postNotification(JXLoggingChangedNotification));
     EXPECT_EQ(program.tell("follow 6 0 yes"), "yes");
     EXPECT_EQ(program.tell("should 7 0"), "no");
@@ -126,7 +126,7 @@ TEST(JXLog, DomainsPastTheLastAreDroppedBeforeTheStart) {
     LogProgram program;
     for (const char *domain : {"16", "17", "4294967295"})
         program.tell(std::string("log 0 ") + domain + " lost");
-    // Had it started, it would have read the levels as they were.
+    // The log system has not started, or it would have read the earlier level.
     setPreferenceValue("JXConsoleLogLevel", Number::of(4), globalPreferencesDomain);
     EXPECT_EQ(program.tell("should 4 0"), "yes");
     EXPECT_EQ(program.console(), "");

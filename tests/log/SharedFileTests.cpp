@@ -13,8 +13,8 @@ struct Found {
     int files = 0;
 };
 
-// Of all files of the log. A process may have ended while it compressed one: then the plain file still
-// counts, or, once the compressed one has its name, that.
+// The lines of all files of the log. A process may have ended while it compressed one: then the plain file
+// counts until the compressed one has its final name.
 Found allLines(const std::string &name) {
     Found found;
     for (const auto &entry : std::filesystem::directory_iterator(LogProgram::root() / "logs")) {
@@ -42,7 +42,7 @@ void expectEachOnce(const Found &found, const std::vector<std::string> &writers,
 } // namespace
 
 TEST(SharedLogFile, KeepsEveryLineOfSeveralProcessesAndConfigurations) {
-    // Small files, so that all rotate under each other's hands, and so many that none is dropped as too old.
+    // Small files rotate often, and 900 of them are enough that none is deleted for its age.
     LogProgram first("first"), second("second");
     for (LogProgram *program : {&first, &second}) {
         program->tell("configure One shared 3000 900");
@@ -65,7 +65,7 @@ TEST(SharedLogFile, KeepsEveryLineOfSeveralProcessesAndConfigurations) {
 }
 
 TEST(SharedLogFile, KeepsWhatWasLoggedBeforeAKill) {
-    // Killed at whatever it is doing, compressing included; a successor finishes that.
+    // The process is killed at any moment, even while it compresses a file; the next one finishes that.
     std::vector<std::string> writers;
     for (int round = 0; round < 5; ++round) {
         LogProgram program;
@@ -76,7 +76,7 @@ TEST(SharedLogFile, KeepsWhatWasLoggedBeforeAKill) {
         program.kill();
     }
     Found found = allLines("shared");
-    // Of the lines that were being written at the kill, one may be cut, and then ends there.
+    // The line that was being written at the kill may be cut.
     std::erase_if(found.counts, [](const auto &line) { return !line.first.starts_with("round"); });
     expectEachOnce(found, writers, 2000);
 }

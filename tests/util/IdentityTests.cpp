@@ -1,5 +1,4 @@
-// Answers that hold for a process are asked of processes of their own: this program, started anew under
-// another name.
+// Answers that never change within a process: each case starts this program again, under another name.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <spawn.h>
@@ -36,7 +35,7 @@ fs::path root() {
     return std::getenv("WICKERLANE_ROOT");
 }
 
-// What a process answers that is started with that first argument (none for null).
+// The answers of a process with that first argument, or without arguments for null.
 Answers answersOf(const char *firstArgument, const Environment &changed = {}) {
     Environment all;
     for (char **each = environ; *each != nullptr; ++each) {
@@ -110,7 +109,7 @@ Answers askAll() {
 
 } // namespace
 
-// All questions are asked by several threads at once, and once more when things have changed.
+// Several threads ask all questions at once, and one asks again after the settings have changed.
 TEST(DISABLED_Identity, AnswersAlikeOnAllThreads) {
     std::atomic<int> asked = 0;
     if (const char *screen = std::getenv("IDENTITY_SCREEN"))
@@ -209,9 +208,10 @@ TEST(JXPictorama, IsInstalledWhenItsEntryExistsOrNothingKnows) {
         << "[Desktop Entry]\nType=Application\nName=Pictorama\n";
     EXPECT_EQ(answersOf("any", environment).at("pictorama"), 1);
     environment["IDENTITY_WORKSPACE"] = "empty";
-    EXPECT_EQ(answersOf("any", environment).at("pictorama"), 0) << "who registered the class first is asked";
+    EXPECT_EQ(answersOf("any", environment).at("pictorama"), 0)
+        << "the class that was registered first counts";
 
-    // A copy of the library that has no application services beside it.
+    // A copy of the library without the application-services library beside it.
     fs::create_directory(root() / "alone");
     fs::create_symlink(WICKERLANE_LIBRARY, root() / "alone/libwickerlane.so.0");
     Environment alone{
@@ -221,7 +221,7 @@ TEST(JXPictorama, IsInstalledWhenItsEntryExistsOrNothingKnows) {
 
 namespace {
 
-// A process under a name, which waits until it is ended.
+// A process with a given name, which runs until the object is destroyed.
 class NamedProcess {
 public:
     explicit NamedProcess(const std::string &name) : path(root() / name) {
@@ -240,7 +240,7 @@ public:
         close(in[0]);
         close(out[1]);
         input = in[1];
-        // It has its name for certain once it does what it is there for.
+        // Once it echoes it has its name.
         char echo = 0;
         EXPECT_EQ(write(input, "x", 1), 1);
         EXPECT_EQ(read(out[0], &echo, 1), 1);
@@ -292,7 +292,7 @@ TEST(JXPIDForProcessNamed, ComparesSixteenCharacters) {
             << "the first in the kernel's order";
     }
     EXPECT_EQ(JXPIDForProcessNamed(nullptr), -1);
-    // A name may be anything.
+    // A name may contain any characters.
     char own[16];
     prctl(PR_GET_NAME, own);
     prctl(PR_SET_NAME, (base + "\n)").c_str());

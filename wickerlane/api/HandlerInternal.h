@@ -1,4 +1,4 @@
-// C handlers as callables.
+// C++ callables made from C handlers.
 #ifndef WICKERLANE_API_HANDLERINTERNAL_H
 #define WICKERLANE_API_HANDLERINTERNAL_H
 
@@ -9,8 +9,8 @@
 
 namespace wickerlane {
 
-/// The callable that a C handler stands for. Its context is released with the last copy; for a null function
-/// at once.
+/// A callable that calls a C handler. The context is released with the last copy; for a null function, at
+/// once.
 template <class... Arguments>
 Handler<void(Arguments...)> handlerOf(void (*function)(void *, Arguments...), void *context,
                                       WLReleaseContext release) {

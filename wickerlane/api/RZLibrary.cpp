@@ -19,25 +19,25 @@ JXGatekeeperClient *client() {
 
 using SizeHandler = Handler<void(std::uint32_t, std::uint64_t)>;
 
-void answerSizes(const Dictionary *sizes, std::uint32_t remaining, WorkQueue *queue,
+void reportSizes(const Dictionary *sizes, std::uint32_t remaining, WorkQueue *queue,
                  const SizeHandler &handler) {
-    const auto answer = [&](std::uint32_t kind, std::uint64_t bytes) {
+    const auto report = [&](std::uint32_t kind, std::uint64_t bytes) {
         queue->async([handler, kind, bytes] { handler(kind, bytes); });
         remaining &= ~kind;
     };
     if (sizes != nullptr)
         for (const auto &[key, value] : *sizes) {
-            const auto *number = as<String>(key); // as which numbers travel that are keys
+            const auto *number = as<String>(key); // Property lists have strings as keys.
             const auto *bytes = as<Number>(value);
             const std::int64_t kind = number != nullptr ? number->integerValue() : -1;
             if (bytes != nullptr && kind > 0 && (remaining & kind) == kind)
-                answer(static_cast<std::uint32_t>(kind), bytes->uint64Value());
+                report(static_cast<std::uint32_t>(kind), bytes->uint64Value());
             if (remaining == 0)
                 break;
         }
     for (std::uint32_t bit = 1; remaining != 0 && bit < 15; bit <<= 1)
         if ((remaining & bit) != 0)
-            answer(bit, RZLibrarySizeUnknown);
+            report(bit, RZLibrarySizeUnknown);
 }
 
 } // namespace
@@ -108,7 +108,7 @@ void RZGetLibrarySizes(WLQueue *queue, uint32_t kinds, void (*handler)(void *, u
     if (!called || queue == nullptr)
         return;
     client()->getLibrarySizes([called, kinds, queue = Ref<WorkQueue>(queue)](const Dictionary *sizes) {
-        answerSizes(sizes, kinds, queue.get(), called);
+        reportSizes(sizes, kinds, queue.get(), called);
     });
 }
 

@@ -1,4 +1,4 @@
-// C++ callables as C handlers.
+// C handlers made from C++ callables.
 #ifndef WICKERLANE_API_WLHANDLER_H
 #define WICKERLANE_API_WLHANDLER_H
 
@@ -7,7 +7,7 @@
 
 namespace wickerlane {
 
-/// The three arguments that stand for a callable; the null handler is a null function.
+/// The three arguments of a C handler that calls a C++ handler; of a null one the function is null.
 template <class... Arguments>
 struct CHandler {
     void (*function)(void *context, Arguments...) = nullptr;

@@ -1,12 +1,12 @@
-// Persistent URLs, which name media by their library and not by a file: what a service that translates them
-// into paths for its clients needs.
+// Persistent URLs, which identify an asset in its library rather than a file: for services that translate
+// them into paths for their clients.
 #ifndef WICKERLANE_API_WLNPERSISTENTURL_H
 #define WICKERLANE_API_WLNPERSISTENTURL_H
 
 #include "wickerlane/api/WLTypes.h"
 #include "wickerlane/protocol/ServiceName.h"
 
-/// The domain of the service's errors: "Wickerlane".
+/// The domain of the client's errors: "Wickerlane".
 WL_EXTERN_C WLString *const WickerlaneErrorDomain;
 
 /// Levels of access.
@@ -15,24 +15,25 @@ enum {
     WLNAccessGranted = 2,
 };
 
-/// The platform's identification of a client process, as its own listener made it of what the kernel says.
+/// Identifies a client process. The message service makes it from what the kernel says about the peer of a
+/// connection.
 typedef struct WLAuditToken {
     uint32_t words[8];
 } WLAuditToken;
 
-/// Whether a URL is a persistent one: of the photo library ("rez-vault") or of the music library
-/// ("jukelet-library"). The case of the scheme counts.
+/// Whether the scheme of a URL is that of the photo library ("rez-vault") or of the music library
+/// ("jukelet-library"). The case of letters counts. False for null.
 WL_EXTERN_C bool WLNIsPersistentURL(const WLURL *url);
 
-/// The path of the current file, edits included, of the asset that a URL of the photo library names; the
-/// caller owns the string. Null when there is none. Blocks.
+/// The path of an asset's current file: of the edited version, if there is one, else of the original. The
+/// caller owns the string. Null for a URL without an asset, and when the daemon can't be reached. Blocks.
 WL_EXTERN_C WLString *WLNCreatePathForPersistentURL(WLURL *url);
 
-/// What access the caller has: always WLNAccessGranted, since the daemon looks for itself.
+/// The access of the calling process: always WLNAccessGranted, since the daemon makes its own check.
 WL_EXTERN_C int WLNGetCurrentAccess(void);
 
-/// What access a client has to what a URL names: all with consent to use photos, which the library's owner
-/// has unless it was denied; without it, to the music library only.
+/// The access of a client process to a URL: WLNAccessGranted with consent to use photos, which the library's
+/// owner has unless it was denied, and always to the music library; else WLNAccessNone.
 WL_EXTERN_C int WLNGetCurrentAccessForURLAndToken(const WLURL *url, WLAuditToken token);
 
 #endif

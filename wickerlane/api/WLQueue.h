@@ -1,44 +1,49 @@
-// Work queues, on which handlers run, and the main queue, which the application serves.
+// Work queues, on which handlers run, and the main queue, which the application serves. The conventions for
+// handlers in WLTypes.h hold for `work`, `context` and `release` as well.
 #ifndef WICKERLANE_API_WLQUEUE_H
 #define WICKERLANE_API_WLQUEUE_H
 
 #include "wickerlane/api/WLTypes.h"
 
-/// The process's concurrent queue: items run in parallel, on threads of the library. Lives for ever.
+/// The global concurrent queue: items run in parallel, on threads of the library. Borrowed; never destroyed.
 WL_EXTERN_C WLQueue *WLQueueGlobal(void);
 
-/// The queue whose items run, in order, on the thread that calls WLMainRun() or WLMainDrain(). Lives for
-/// ever.
+/// The main queue: items run in order, on the thread that calls WLMainRun() or WLMainDrain(). Borrowed; never
+/// destroyed.
 WL_EXTERN_C WLQueue *WLQueueMain(void);
 
-/// A queue that runs its items one at a time, in order. The label, which may be null, is for people. It lives
-/// until its last item has run, whoever else lets go of it.
+/// A new serial queue: items run in order, one at a time. The label, which may be null, appears in
+/// diagnostics. The queue lives at least until its last item has run.
 WL_EXTERN_C WLQueue *WLQueueCreate(const char *label);
 
 /// Runs `work` on the queue later. A null queue or function is ignored.
 WL_EXTERN_C void WLQueueAsync(WLQueue *queue, void (*work)(void *context), void *context,
                               WLReleaseContext release);
 
-/// Runs `work` on the queue and returns when it has run. Never from an item of the same serial queue.
+/// Runs `work` on the queue and returns when it has run. An item of a serial queue must not call this for its
+/// own queue, or it waits forever. A null queue or function is ignored.
 WL_EXTERN_C void WLQueueSync(WLQueue *queue, void (*work)(void *context), void *context,
                              WLReleaseContext release);
 
-/// Runs `work` on the main queue once so many seconds have passed.
+/// Runs `work` on the main queue after `seconds`; as soon as possible when that is not above 0. A null
+/// function is ignored.
 WL_EXTERN_C void WLMainAfter(double seconds, void (*work)(void *context), void *context,
                              WLReleaseContext release);
 
-/// Serves the main queue until WLMainStop(). Calls nest.
+/// Runs the items of the main queue on this thread until WLMainStop(). Calls may nest.
 WL_EXTERN_C void WLMainRun(void);
 
-/// Makes the innermost WLMainRun() return after the item that is running; when none is under way, the next
-/// one returns at once.
+/// Makes the innermost WLMainRun() return after the current item. Without one, the next WLMainRun() returns
+/// at once.
 WL_EXTERN_C void WLMainStop(void);
 
-/// Runs the items that wait on the main queue now, and returns their number.
+/// Runs the items that are waiting on the main queue, on this thread, and returns their number. Does not
+/// block.
 WL_EXTERN_C size_t WLMainDrain(void);
 
-/// A descriptor that polls readable while the main queue has items: for event loops of other libraries, which
-/// then call WLMainDrain(). Open for ever, not to be read. -1 when the process has no descriptors left.
+/// A descriptor that polls readable while the main queue has items: an event loop that finds it readable
+/// calls WLMainDrain(). It belongs to the library and must be neither read nor closed. -1 when the process
+/// has too many open files.
 WL_EXTERN_C int WLMainDescriptor(void);
 
 #endif

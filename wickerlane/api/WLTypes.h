@@ -1,21 +1,19 @@
-// The types of the C functions, and what holds for all of them.
+// The types of the C functions, and the conventions that all functions follow.
 //
-// Objects are opaque to C and counted by references. A function with `Create` in its name gives its caller a
-// reference, to be given back with WLRelease(). Every other object result is borrowed: it lives until the
-// thread's current scope is popped (WLObject.h), or until WLRelease() if the caller keeps it by WLRetain().
+//  - Ownership. Objects are opaque to C and reference-counted. A function with `Create` in its name returns
+//    a reference that the caller owns and releases with WLRelease(). All other object results are borrowed:
+//    they live until the thread's current scope is popped (WLObject.h). WLRetain() keeps one longer.
+//  - Null. Arguments that are objects may be null unless a comment says otherwise. A function that reads
+//    from a null object returns null, 0 or false.
+//  - Texts are NUL-terminated UTF-8. No object is created from a text that is not.
+//  - Handlers. A handler is a function and a context, which is its first argument. The context is released
+//    by `release`, which may be null, once the handler will not be called again: on any thread, or at once
+//    for a null function. The other arguments are borrowed until the function returns.
+//  - Threads. All functions may be called from any thread.
+//  - Errors. No function throws. Comments say what a function returns on failure.
 //
-// A null object is "no object". Functions that look into an object give null, 0 or false for it.
-//
-// Texts are UTF-8, ended by NUL. A text that is not valid gives no object.
-//
-// A handler is a function and a context, which the function gets as its first argument. `release`, if not
-// null, is called with the context once the handler will not be called any more, on any thread; for a null
-// function at once. What a handler is given is borrowed for that call.
-//
-// In C++ an opaque type is the class behind it, and beside each function of RZLibrary.h that takes a handler
-// stands an overload that takes anything that can be called.
-//
-// All functions may be called from any thread. None throws.
+// In C++ the opaque types are the classes behind them, and each function of RZLibrary.h that takes a handler
+// has an overload that takes any callable.
 #ifndef WICKERLANE_API_WLTYPES_H
 #define WICKERLANE_API_WLTYPES_H
 
@@ -53,7 +51,7 @@ typedef struct WLQueue WLQueue;
 
 #endif
 
-/// Lets go of a handler's context.
+/// Releases the context of a handler.
 typedef void (*WLReleaseContext)(void *context);
 
 #endif

@@ -4,26 +4,27 @@
 
 #include "wickerlane/api/WLTypes.h"
 
-/// A copy of a text. Null for null, and for what is not UTF-8.
+/// A string with a copy of the text. Null for null, and for a text that is not UTF-8.
 WL_EXTERN_C WLString *WLStringCreate(const char *text);
 
-/// The text, which lives as long as the string, and at least until the thread's current scope is popped. Null
-/// for null.
+/// The text of a string. It lives as long as the string, and at least until the thread's current scope is
+/// popped. Null for null.
 WL_EXTERN_C const char *WLStringText(const WLString *string);
 
-/// Bytes of the text; more than up to its first NUL when the string holds one.
+/// The length of the text in bytes. It counts beyond a NUL in the string.
 WL_EXTERN_C size_t WLStringLength(const WLString *string);
 
-/// From a URL's text. Null when it is none.
+/// The URL with that text. Null for null, and for a text that is not a URL.
 WL_EXTERN_C WLURL *WLURLCreate(const char *text);
 
-/// A file URL. A path that is not absolute is resolved against the working directory. Null for an empty one.
+/// The file URL of a path; a relative path is resolved against the working directory. Null for a null or
+/// empty path.
 WL_EXTERN_C WLURL *WLURLCreateWithPath(const char *path);
 
-/// The whole URL; borrowed.
+/// The whole URL as a text; borrowed.
 WL_EXTERN_C WLString *WLURLText(const WLURL *url);
 
-/// The path, without percent-encoding; borrowed.
+/// The path of a URL, without percent-encoding; borrowed.
 WL_EXTERN_C WLString *WLURLPath(const WLURL *url);
 
 WL_EXTERN_C WLNumber *WLNumberCreateWithBool(bool value);
@@ -31,8 +32,7 @@ WL_EXTERN_C WLNumber *WLNumberCreateWithInt64(int64_t value);
 WL_EXTERN_C WLNumber *WLNumberCreateWithUInt64(uint64_t value);
 WL_EXTERN_C WLNumber *WLNumberCreateWithDouble(double value);
 
-// A number's value, converted as C converts numbers; one with a fraction is cut towards zero, and clipped to
-// what the type can hold.
+// The value of a number, converted as in C. A real number is truncated, and clamped to the range of the type.
 
 WL_EXTERN_C bool WLNumberBool(const WLNumber *number);
 WL_EXTERN_C int64_t WLNumberInt64(const WLNumber *number);

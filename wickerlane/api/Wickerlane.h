@@ -1,4 +1,4 @@
-// All of the photo library that C programs use. WLTypes.h says what holds for every function.
+// All headers for C programs. WLTypes.h has the conventions of all functions.
 #ifndef WICKERLANE_API_WICKERLANE_H
 #define WICKERLANE_API_WICKERLANE_H
 

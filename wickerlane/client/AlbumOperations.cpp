@@ -6,7 +6,7 @@ using namespace wickerlane;
 using namespace wickerlane::client;
 namespace keys = wickerlane::protocol::keys;
 
-// The kind of the reply is not asked for: an error of the service reads as a free name and no album.
+// The kind of the reply is not checked: an error reads as a free name without an album.
 void JXGatekeeperClient::addGroupWithName(String *name, Handler<bool, URL *, Error *> handler) {
     if (!handler)
         failParameter(this, protocol::addGroup.name, "resultsBlock != NULL");
@@ -38,11 +38,11 @@ void JXGatekeeperClient::addAssetWithURL(URL *assetURL, String *toAlbumWithUUID,
                           [handler](const Reply &reply) { handler(reply.get(keys::success), nullptr); });
 }
 
-// An error of the service reads as a missing entitlement, too.
+// The kind of the reply is not checked: an error reads as a missing entitlement.
 void JXGatekeeperClient::deleteAssetWithURL(URL *assetURL, Handler<bool, Error *> handler) {
     if (assetURL == nullptr)
         failParameter(this, protocol::deleteAsset.name, "assetURL");
-    // "resultBlock", where the other operations say "resultsBlock".
+    // The text is "resultBlock" here and "resultsBlock" in all other operations.
     if (!handler)
         failParameter(this, protocol::deleteAsset.name, "resultBlock != NULL");
     Request request(protocol::deleteAsset);

@@ -11,7 +11,7 @@ namespace {
 
 constexpr const char *receivedError = "Received error from hoardd.";
 
-// A job that carries its sender's call stack is shown, without the stack's own entry, before it is sent.
+// Logs a job that has its sender's call stack under "callStack": the stack first, then the other entries.
 void logJobWithCallStack(const char *method, Object *job) {
     ReleaseScope scope;
     auto *dictionary = as<Dictionary>(job);
@@ -79,7 +79,6 @@ void JXGatekeeperClient::batchSaveAssetsWithJobDictionaries(Array *jobDictionari
     if (jobDictionaries != nullptr && jobDictionaries->count() != 0)
         logJobWithCallStack(protocol::batchSaveAssets.name, jobDictionaries->at(0));
     Request request(protocol::batchSaveAssets);
-    // What can't be encoded is skipped: the array that travels may be shorter than the one given.
     request.set(keys::jobDictionaries, jobDictionaries);
     request.sendWithReply(connection(), replyQueue(), [handler](const Reply &reply) {
         if (reply.isError())
@@ -120,8 +119,8 @@ Data *JXGatekeeperClient::imageDataForAsset(ManagedObjectID *objectID, int forma
     return request.handOver(reply.get(keys::imageData));
 }
 
-// The request travels twice: the caller waits for the first reply, which is the one that counts, and the
-// handler runs when the second has come.
+// The request is sent twice. The caller waits for the first reply, whose values the handler gets when the
+// second reply has come.
 void JXGatekeeperClient::setLargePreviewImageForAssetWithURL(URL *assetURL, Data *imageData,
                                                              Dictionary *properties,
                                                              Handler<bool, Error *> handler) {
@@ -161,7 +160,7 @@ void JXGatekeeperClient::updateThumbnailsForPhotos(Array *photos, bool waitForRe
 
 void JXGatekeeperClient::updateCameraPreviewWellImage(const ManagedObject *asset) {
     Request request(protocol::updateCameraPreviewWell);
-    // As a plain text, unlike every other object ID.
+    // Unlike all other object IDs this one is sent as a string.
     if (asset != nullptr && asset->objectID() != nullptr)
         request.set(keys::objectIDText, asset->objectID()->uriRepresentation()->absoluteString());
     request.send(connection());

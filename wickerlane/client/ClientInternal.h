@@ -1,4 +1,4 @@
-// What the operations' source files share.
+// Helpers of the files with operations.
 #ifndef WICKERLANE_CLIENT_CLIENTINTERNAL_H
 #define WICKERLANE_CLIENT_CLIENTINTERNAL_H
 
@@ -9,8 +9,7 @@
 
 namespace wickerlane::client {
 
-/// Stops the process: a caller broke the contract of an operation. `condition` is the text of what does not
-/// hold.
+/// Stops the process because a parameter of an operation does not satisfy `condition`.
 [[noreturn]] void failParameter(const JXGatekeeperClient *client, const char *method, const char *condition);
 
 /// An error in WickerlaneErrorDomain without user information, borrowed.

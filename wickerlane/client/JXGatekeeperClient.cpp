@@ -52,7 +52,7 @@ Ref<JXGatekeeperClient> JXGatekeeperClient::init() {
     auto client = Ref<JXGatekeeperClient>::adopt(new JXGatekeeperClient);
     if (deviceProcessorCount() < 2)
         client->_serialReplyQueue = WorkQueue::create("JXGatekeeperClient serial reply queue");
-    // The reference that creation returned is the client's for good: the handle is never released.
+    // The client keeps the reference that create() returned and never releases it.
     MessageConnection *connection =
         MessageConnection::create(WickerlaneGatekeeperName, client->sendQueue()).leak();
     client->setConnection(connection);
@@ -64,7 +64,7 @@ Ref<JXGatekeeperClient> JXGatekeeperClient::init() {
                 connection->serviceName());
             connection->cancel();
         } else if (event != MessageError::connectionInterrupted()) {
-            // hoardd never speaks unasked: whoever does is not to be trusted with this process.
+            // hoardd sends nothing unasked, so that this is not hoardd.
             __builtin_trap();
         }
     });
@@ -97,7 +97,7 @@ void JXGatekeeperClient::requestAccessWithHandler(Handler<bool, Error *> handler
     const Request request(protocol::requestAccess);
     request.sendWithReply(connection(), replyQueue(), [handler, completionQueue](const Reply &reply) {
         if (reply.isError()) {
-            // The daemon's own words, unlike the other failures below.
+            // Only this error has a description: that of the service's error.
             const auto error = Error::createWithDescription(WickerlaneErrorDomain, WickerlaneErrorService,
                                                             reply.errorDescription());
             handler(false, error.get());

@@ -1,14 +1,20 @@
-// The one object through which a process talks to the photo library's daemon, hoardd.
+// The client of the photo library: the one object through which a process talks to hoardd, the daemon that
+// owns the library.
 //
-// Conventions that hold for all operations:
-//  - They may be called from any thread. Those that return a value, and those that say so, block until hoardd
-//    has answered; the others return at once.
-//  - A handler runs once, on the queue that its operation names, inside a release scope, and never on the
-//    caller's thread; what it is given is borrowed for that time. A null handler where one is required is an
-//    error of programming that stops the process.
-//  - Object results are borrowed: they live until the current release scope ends.
-//  - When the daemon can't be reached, operations give the failure value that they name, and most write one
-//    line to the console log.
+//     JXGatekeeperClient *client = JXGatekeeperClient::sharedInstance();
+//     client->getPhotosAndVideosCountWithHandler([](Number *photos, Number *videos) { ... });
+//
+// Conventions of all operations:
+//  - Threads. Operations may be called from any thread. One that returns a value, or whose comment says
+//    "Blocks", returns when hoardd has answered. The others return at once.
+//  - Handlers. A handler runs once, never on the caller's thread. It runs on replyQueue() unless its
+//    operation says otherwise, inside a release scope. Its arguments are borrowed until it returns. A null
+//    handler is allowed only where the operation says so; elsewhere it stops the process.
+//  - Ownership. Objects that an operation returns are borrowed: they live until the caller's current release
+//    scope ends. Arguments are retained as long as the operation needs them. They must not change meanwhile.
+//  - Null arguments. A value that is null is left out of the request, unless its operation says otherwise.
+//  - Errors. When hoardd can't be reached, or reports an error, an operation returns the failure value that
+//    its comment names, or calls its handler with it. Most operations then write a line to the console log.
 #ifndef WICKERLANE_CLIENT_JXGATEKEEPERCLIENT_H
 #define WICKERLANE_CLIENT_JXGATEKEEPERCLIENT_H
 
@@ -27,196 +33,215 @@
 #include "wickerlane/protocol/Entitlements.h"
 #include "wickerlane/protocol/ServiceName.h"
 
-/// Domain of every error that the client builds: "Wickerlane".
+/// Domain of all errors that the client makes: "Wickerlane".
 WL_EXTERN_C wickerlane::String *const WickerlaneErrorDomain;
 
 /// Codes of errors in WickerlaneErrorDomain.
 enum : std::int64_t {
-    WickerlaneErrorAccessStatusTwo = 1,    ///< Access refused with status 2.
-    WickerlaneErrorAccessStatusOne = 2,    ///< Access refused with status 1.
-    WickerlaneErrorMissingEntitlement = 3, ///< The caller lacks an entitlement, which the description names.
-    WickerlaneErrorService = 10, ///< The message service failed, or access was refused for another reason.
-    WickerlaneErrorJobQueueFull = 11, ///< hoardd has too many jobs waiting; try again later.
-    WickerlaneErrorNoData = 12,       ///< The job held no data to save.
-    WickerlaneErrorNoGroupURL = 13,   ///< hoardd named no album although the name was not taken.
+    WickerlaneErrorAccessStatusTwo = 1,    ///< Access was refused with status 2.
+    WickerlaneErrorAccessStatusOne = 2,    ///< Access was refused with status 1.
+    WickerlaneErrorMissingEntitlement = 3, ///< The process lacks the entitlement that the description names.
+    WickerlaneErrorService = 10,      ///< hoardd can't be reached, or access was refused for another reason.
+    WickerlaneErrorJobQueueFull = 11, ///< Too many jobs are waiting in hoardd. Try again later.
+    WickerlaneErrorNoData = 12,       ///< The job has no data to save.
+    WickerlaneErrorNoGroupURL = 13,   ///< The name is free, but hoardd returned no album.
 };
 
+/// Each method has the name of an operation, whose full form stands in its comment.
 class WL_EXPORT JXGatekeeperClient : public wickerlane::Object {
     WL_OBJECT
 public:
     template <class... Arguments>
     using Handler = wickerlane::Handler<void(Arguments...)>;
 
-    /// sharedInstance — the process's client, made on the first call and never destroyed.
+    // The client, its queues and its connection.
+
+    /// sharedInstance — the client of this process, created on the first call and never destroyed.
     static JXGatekeeperClient *sharedInstance();
-    /// init — a client of its own, whose connection is the caller's to release when the client is gone. Most
+    /// init — a new client. Its connection belongs to the caller, who releases it after the client. Most
     /// callers want sharedInstance().
     [[nodiscard]] static wickerlane::Ref<JXGatekeeperClient> init();
 
-    /// replyQueue — the global concurrent queue, on which most handlers run.
+    /// replyQueue — the queue of most handlers: the global concurrent queue.
     [[nodiscard]] wickerlane::WorkQueue *replyQueue() const;
-    /// sendQueue — the connection's target queue: the same as replyQueue().
+    /// sendQueue — the connection's target queue: always replyQueue().
     [[nodiscard]] wickerlane::WorkQueue *sendQueue() const;
     /// deviceSpecificReplyQueue — a serial queue on devices with one processor, else replyQueue().
     [[nodiscard]] wickerlane::WorkQueue *deviceSpecificReplyQueue() const;
 
-    /// connection — the handle of the connection to hoardd. Null only if a caller set it so.
+    /// connection — the connection to hoardd. Null only after setConnection(nullptr).
     [[nodiscard]] wickerlane::MessageConnection *connection() const noexcept { return _connection; }
-    /// setConnection: — stores the handle without retaining it: the caller keeps it alive.
+    /// setConnection: — replaces the connection. The client does not retain it: the caller keeps it alive.
+    /// Not while operations are running.
     void setConnection(wickerlane::MessageConnection *connection) noexcept { _connection = connection; }
-
-    /// securityPolicyErrorForMissingEntitlement: — error 3, whose description names the entitlement.
-    static wickerlane::Error *securityPolicyErrorForMissingEntitlement(wickerlane::String *entitlement);
-
-    /// requestAccessWithHandler: — asks whether this process may use the photo library. The handler gets
-    /// (granted, error) on the global queue. With a null handler nothing is sent.
-    void requestAccessWithHandler(Handler<bool, wickerlane::Error *> handler);
-
-    /// sendDaemonJob:replyHandler: — sends a job that encodes itself. The handler, which may be null, gets
-    /// the raw reply, a dictionary or an error of the message service, on replyQueue().
-    void sendDaemonJob(JXDaemonJob *job, Handler<wickerlane::MessageValue *> replyHandler);
 
     /// waitUntilConnectionSendsAllMessages — blocks until every message sent before has left this process.
     void waitUntilConnectionSendsAllMessages();
 
-    /// launchHoardd — starts the daemon if it is not running.
+    // Access and launch.
+
+    /// requestAccessWithHandler: — whether this process may use the photo library. The handler gets (granted,
+    /// error), on the global queue; the error is null when access is granted, else 1, 2 or 10. A null handler
+    /// sends nothing.
+    void requestAccessWithHandler(Handler<bool, wickerlane::Error *> handler);
+
+    /// launchHoardd — starts the daemon if it is not running. All operations do; this one does nothing else.
     void launchHoardd();
 
-    // Asset files and saves.
+    /// sendDaemonJob:replyHandler: — sends a job that encodes itself. The handler, which may be null, gets
+    /// the raw reply: a dictionary, or an error of the message service. The job is used only during the call.
+    void sendDaemonJob(JXDaemonJob *job, Handler<wickerlane::MessageValue *> replyHandler);
 
-    /// fileDescriptorForAssetURL: — an asset's original, open for reading; the caller closes it. -1 on
-    /// failure.
+    /// securityPolicyErrorForMissingEntitlement: — error 3, whose description names the entitlement.
+    static wickerlane::Error *securityPolicyErrorForMissingEntitlement(wickerlane::String *entitlement);
+
+    // Asset files.
+
+    /// fileDescriptorForAssetURL: — the original of an asset, open for reading. The caller closes the
+    /// descriptor. -1 on failure.
     [[nodiscard]] int fileDescriptorForAssetURL(wickerlane::URL *assetURL);
 
-    /// fileURLForAssetURL:withAdjustments: — where an asset's file is: the original, or the edited rendition
-    /// when there is one and it is asked for. Null on failure.
+    /// fileURLForAssetURL:withAdjustments: — the file URL of an asset's original, or, if `withAdjustments`,
+    /// of its edited version when there is one. Null on failure.
     [[nodiscard]] wickerlane::URL *fileURLForAssetURL(wickerlane::URL *assetURL, bool withAdjustments);
 
-    /// saveAssetWithJobDictionary:handler:imageSurface:previewImageSurface: — saves one asset, described by a
-    /// job dictionary and, if not null, its picture and a preview of it. The handler (required) gets (result,
-    /// error) on replyQueue(): a result job dictionary (null when hoardd gave none), or null and error 10, 11
-    /// or 12.
+    /// fileURLForNewAssetWithType:extension: — a file URL in the library, reserved for a new asset (type 0
+    /// photo, 1 video) that the caller writes and then saves. Null on failure.
+    [[nodiscard]] wickerlane::URL *fileURLForNewAssetWithType(int assetType, wickerlane::String *extension);
+
+    /// requestImageDataForAsset:format:handler: — the picture of an asset in one of the formats of
+    /// ImageDataFormats.h. The handler gets (data, format), on deviceSpecificReplyQueue(): null data when
+    /// there is no such picture, and (null, 0) when hoardd can't be reached.
+    void requestImageDataForAsset(wickerlane::ManagedObjectID *objectID, int format,
+                                  Handler<wickerlane::Data *, int> handler);
+    /// imageDataForAsset:format: — the same. Blocks. Null on failure.
+    [[nodiscard]] wickerlane::Data *imageDataForAsset(wickerlane::ManagedObjectID *objectID, int format);
+
+    /// writeDataInBackground:toFileURL: — lets hoardd write a file in the library.
+    void writeDataInBackground(wickerlane::Data *data, wickerlane::URL *toFileURL);
+
+    /// downloadAsset:requestThumbnail:shouldPrioritize:shouldExtendTimer: — asks for an asset that is not on
+    /// this device. A null object ID sends nothing.
+    void downloadAsset(wickerlane::ManagedObjectID *objectID, bool requestThumbnail, bool shouldPrioritize,
+                       bool shouldExtendTimer);
+
+    // Saving assets.
+
+    /// saveAssetWithJobDictionary:handler:imageSurface:previewImageSurface: — saves one asset. The job
+    /// dictionary has the keys of JobKeys.h; the picture and a preview of it may be given as surfaces. The
+    /// handler gets (result, error): the result dictionary, null when hoardd returned none; or null and error
+    /// 10, 11 or 12.
     void saveAssetWithJobDictionary(wickerlane::Dictionary *jobDictionary,
                                     Handler<wickerlane::Dictionary *, wickerlane::Error *> handler,
                                     wickerlane::ImageSurface *imageSurface = nullptr,
                                     wickerlane::ImageSurface *previewImageSurface = nullptr);
 
-    /// batchSaveAssetsWithJobDictionaries:handler: — saves many assets; null is none. The handler (required)
-    /// gets (results, error) on replyQueue(): the results in order, of the jobs that could be encoded; or
-    /// null and error 10. The collection must not change during the call.
+    /// batchSaveAssetsWithJobDictionaries:handler: — saves several assets. A null array counts as empty. Jobs
+    /// that can't be encoded are skipped. The handler gets (results, error): one result for each job that was
+    /// sent, in order; or null and error 10. An array that changes during the call stops the process.
     void batchSaveAssetsWithJobDictionaries(wickerlane::Array *jobDictionaries,
                                             Handler<wickerlane::Array *, wickerlane::Error *> handler);
 
-    /// fileURLForNewAssetWithType:extension: — a file URL in the library, reserved for an asset that the
-    /// caller writes and then saves. Null on failure.
-    [[nodiscard]] wickerlane::URL *fileURLForNewAssetWithType(int assetType, wickerlane::String *extension);
-
-    /// requestImageDataForAsset:format:handler: — an asset's picture in one of hoardd's image formats. The
-    /// handler (required) gets (data or null, format) on deviceSpecificReplyQueue(); (null, 0) when hoardd
-    /// can't be reached.
-    void requestImageDataForAsset(wickerlane::ManagedObjectID *objectID, int format,
-                                  Handler<wickerlane::Data *, int> handler);
-
-    /// imageDataForAsset:format: — the same, blocking. Null on failure.
-    [[nodiscard]] wickerlane::Data *imageDataForAsset(wickerlane::ManagedObjectID *objectID, int format);
-
-    /// setLargePreviewImageForAssetWithURL:imageData:properties:handler: — gives an asset an edited
-    /// rendition. Blocks while it is stored; the handler, which may be null, then gets (success, error) on
-    /// replyQueue(): error 3 when the caller lacks JXWriteAssetsEntitlement.
+    /// setLargePreviewImageForAssetWithURL:imageData:properties:handler: — stores an edited version of an
+    /// asset. Blocks while it is stored. The handler, which may be null, then gets (success, error): error 3
+    /// without JXWriteAssetsEntitlement, and (false, null) when hoardd can't be reached.
     void setLargePreviewImageForAssetWithURL(wickerlane::URL *assetURL, wickerlane::Data *imageData,
                                              wickerlane::Dictionary *properties,
                                              Handler<bool, wickerlane::Error *> handler);
 
-    /// updateThumbnailsForPhotos:waitForReply:assignNewIndex:forceRefresh: — makes the thumbnails of photos
-    /// that lack them, or of all of them if `forceRefresh`. `photos` holds objects that are a
-    /// wickerlane::Photo. Blocks until they are made if `waitForReply`.
+    /// updateThumbnailsForPhotos:waitForReply:assignNewIndex:forceRefresh: — makes the missing thumbnails of
+    /// photos, or all of them if `forceRefresh`. `photos` holds objects that are a wickerlane::Photo; others
+    /// are ignored. Blocks until the thumbnails are made if `waitForReply`.
     void updateThumbnailsForPhotos(wickerlane::Array *photos, bool waitForReply, bool assignNewIndex,
                                    bool forceRefresh);
 
-    /// updateCameraPreviewWellImage: — shows an asset, or none when it is null, in the camera's preview well.
+    /// updateCameraPreviewWellImage: — shows an asset in the camera's preview well; for null, clears it.
     void updateCameraPreviewWellImage(const wickerlane::ManagedObject *asset);
 
-    /// updateRestoredAssetWithUUID:paths: — says where the files of a restored asset are. `paths` is a
-    /// property-list object.
+    /// updateRestoredAssetWithUUID:paths: — tells hoardd where the files of a restored asset are. `paths` is
+    /// a property-list object.
     void updateRestoredAssetWithUUID(wickerlane::String *uuid, wickerlane::Object *paths);
 
-    /// writeDataInBackground:toFileURL: — has hoardd write a file in the library.
-    void writeDataInBackground(wickerlane::Data *data, wickerlane::URL *toFileURL);
+    // Videos.
 
-    /// downloadAsset:requestThumbnail:shouldPrioritize:shouldExtendTimer: — asks for an asset that is not
-    /// here. Null is ignored.
-    void downloadAsset(wickerlane::ManagedObjectID *objectID, bool requestThumbnail, bool shouldPrioritize,
-                       bool shouldExtendTimer);
+    /// videoMetadataAtPath: — metadata of a video file, with the keys of VideoKeys.h. Null on failure.
+    /// Blocks.
+    [[nodiscard]] wickerlane::Dictionary *videoMetadataAtPath(wickerlane::String *path);
 
-    /// estimatedOutputFileLengthForVideoURL:fallbackFilePath:exportPreset:exportProperties: — bytes that an
-    /// export of a video would have; -1, with a line on the console, when hoardd can't say or can't be
-    /// reached. All but the URL may be null or empty. Blocks.
+    /// estimatedOutputFileLengthForVideoURL:fallbackFilePath:exportPreset:exportProperties: — the size in
+    /// bytes that an export of a video would have; -1 when hoardd can't tell or can't be reached. All but the
+    /// URL may be null or empty; presets and properties are those of VideoKeys.h. Blocks.
     [[nodiscard]] std::int64_t estimatedOutputFileLengthForVideoURL(wickerlane::URL *videoURL,
                                                                     wickerlane::String *fallbackFilePath,
                                                                     wickerlane::String *exportPreset,
                                                                     wickerlane::Dictionary *exportProperties);
 
-    /// videoMetadataAtPath: — what a video file says of itself; null on failure. Blocks.
-    [[nodiscard]] wickerlane::Dictionary *videoMetadataAtPath(wickerlane::String *path);
+    // Albums, and edits to assets. URLs and UUIDs must not be null: that, too, stops the process.
 
-    // Albums, and edits to assets. Handlers run on replyQueue(); required parameters stop the process when
-    // they are null.
-
-    /// addGroupWithName:handler: — makes an album. The handler (required) gets (name taken, album URL,
-    /// error): error 13 when there is neither.
+    /// addGroupWithName:handler: — creates an album; the name may be null. The handler gets (name is taken,
+    /// album URL, error): error 13 when the name is free but hoardd returned no album, as when it can't be
+    /// reached.
     void addGroupWithName(wickerlane::String *name,
                           Handler<bool, wickerlane::URL *, wickerlane::Error *> handler);
 
-    /// addAssetWithURL:toAlbumWithUUID:handler: — all three required. The handler gets (success, null).
+    /// addAssetWithURL:toAlbumWithUUID:handler: — adds an asset to an album. The handler gets (success,
+    /// null).
     void addAssetWithURL(wickerlane::URL *assetURL, wickerlane::String *toAlbumWithUUID,
                          Handler<bool, wickerlane::Error *> handler);
 
-    /// deleteAssetWithURL:handler: — both required. The handler gets (success, error): error 3 when the
-    /// caller lacks JXDeleteAssetsEntitlement, or hoardd can't be reached.
+    /// deleteAssetWithURL:handler: — deletes an asset. The handler gets (success, error): error 3 without
+    /// JXDeleteAssetsEntitlement, or when hoardd can't be reached.
     void deleteAssetWithURL(wickerlane::URL *assetURL, Handler<bool, wickerlane::Error *> handler);
 
-    /// setExternalUsageIntent:forAssetWithURL:handler: — notes how an asset is used outside the library. URL
-    /// and handler are required. The handler gets (success, null).
+    /// setExternalUsageIntent:forAssetWithURL:handler: — records how an asset is used outside the library.
+    /// The handler gets (success, null).
     void setExternalUsageIntent(std::uint64_t intent, wickerlane::URL *forAssetWithURL,
                                 Handler<bool, wickerlane::Error *> handler);
 
-    /// recalculateCachedAlbumCounts — has the counts that albums keep made anew.
+    /// recalculateCachedAlbumCounts — recomputes the counts that albums cache.
     void recalculateCachedAlbumCounts();
 
-    /// automaticallyDeleteEmptyAlbum: — has an album deleted if nothing is in it.
+    /// automaticallyDeleteEmptyAlbum: — deletes an album if it is empty.
     void automaticallyDeleteEmptyAlbum(const wickerlane::ManagedObject *album);
 
-    // The library's life and upkeep.
+    // The library: creation, counts, import.
 
-    /// createPixholdDatabase — makes the library's database if there is none. Blocks.
+    /// createPixholdDatabase — creates the library's database if there is none. Blocks.
     void createPixholdDatabase();
 
-    /// getPhotosAndVideosCountWithHandler: — the handler (required) gets the two counts on the global queue;
-    /// each is null when hoardd did not say it.
-    void getPhotosAndVideosCountWithHandler(Handler<wickerlane::Number *, wickerlane::Number *> handler);
-
-    /// getCurrentModelVersion — version of the library store's model; -1 when unknown. Blocks.
+    /// getCurrentModelVersion — the version of the store's model; -1 on failure. Blocks.
     [[nodiscard]] std::int64_t getCurrentModelVersion();
 
-    /// importFileSystemAssetsWaitingForReply: — imports the assets that hoardd finds in the library's
-    /// folders. Blocks until that is done if `wait`.
-    void importFileSystemAssetsWaitingForReply(bool wait);
+    /// getPhotosAndVideosCountWithHandler: — the handler gets (photo count, video count), on the global
+    /// queue. A count that hoardd did not return is null.
+    void getPhotosAndVideosCountWithHandler(Handler<wickerlane::Number *, wickerlane::Number *> handler);
 
-    /// getLibrarySizes: — the handler (required) gets a dictionary of bytes under kinds of size, or null, on
-    /// replyQueue().
+    /// getLibrarySizes: — the handler gets a dictionary with sizes in bytes under kinds of size; null on
+    /// failure.
     void getLibrarySizes(Handler<wickerlane::Dictionary *> handler);
 
-    /// updateModelAfterOTARestore — brings the library up to date after a restore over the air. Blocks.
+    /// importFileSystemAssetsWaitingForReply: — imports the files that hoardd finds in the library's folders.
+    /// Blocks until that is done if `wait`.
+    void importFileSystemAssetsWaitingForReply(bool wait);
+
+    // The library: restore, migration and repair.
+
+    /// updateModelAfterOTARestore — updates the library after an over-the-air restore. Blocks.
     void updateModelAfterOTARestore();
 
-    /// finalizeOTARestoreRecreatingAlbums: — ends such a restore.
+    /// finalizeOTARestoreRecreatingAlbums: — ends an over-the-air restore, and recreates albums from the
+    /// metadata of their assets if `recreate`.
     void finalizeOTARestoreRecreatingAlbums(bool recreate);
 
+    /// hasCompletedRestorePostProcessing — whether the work after a restore is done; false on failure.
+    /// Blocks.
+    [[nodiscard]] bool hasCompletedRestorePostProcessing();
+
     /// secondsNeededToCleanupModelAfterHarborsyncRestore — how long the clean-up would take; 1 on failure, so
-    /// that who shows progress still waits a moment. Blocks.
+    /// that a progress display still waits a moment. Blocks.
     [[nodiscard]] std::int64_t secondsNeededToCleanupModelAfterHarborsyncRestore();
 
-    /// cleanupModelAfterHarborsyncRestore — blocks until it is done.
+    /// cleanupModelAfterHarborsyncRestore — cleans the library up after a restore from backup. Blocks.
     void cleanupModelAfterHarborsyncRestore();
 
     /// repairPotentialModelCorruption — checks the library and repairs what it can. Blocks.
@@ -225,76 +250,90 @@ public:
     /// dataMigrationWillFinish — ends a migration. Blocks.
     void dataMigrationWillFinish();
 
-    /// notifyAboutTerminationDueToUncaughtException: — tells hoardd that this process dies of an exception.
-    /// Blocks until the notice has left the process.
-    void notifyAboutTerminationDueToUncaughtException(const wickerlane::Exception &exception);
-
-    /// clearChangeStore — forgets the changes that have been recorded.
-    void clearChangeStore();
-
-    /// recoverFromCrashIfNeeded — puts right what a crash has left.
+    /// recoverFromCrashIfNeeded — finishes or undoes what a crash interrupted.
     void recoverFromCrashIfNeeded();
 
-    /// repairSingletonObjects — makes anew what a library has one of. Blocks.
+    /// repairSingletonObjects — recreates objects of which a library has exactly one. Blocks.
     void repairSingletonObjects();
 
-    /// cleanupForStoreDemoMode — readies the library of a device that is shown in a shop.
+    /// clearChangeStore — deletes the recorded changes.
+    void clearChangeStore();
+
+    /// cleanupForStoreDemoMode — prepares the library of a demonstration device.
     void cleanupForStoreDemoMode();
 
-    /// hasCompletedRestorePostProcessing — whether nothing is left to do after a restore; false on failure.
+    /// notifyAboutTerminationDueToUncaughtException: — tells hoardd that this process ends because of an
+    /// exception. Blocks until the message has left the process.
+    void notifyAboutTerminationDueToUncaughtException(const wickerlane::Exception &exception);
+
+    // Moments, duplicates and thumbnails. What rebuilds or analyzes can take long.
+
+    /// rebuildMomentsIncremental: — rebuilds moments; only where assets have changed if `incremental`.
     /// Blocks.
-    [[nodiscard]] bool hasCompletedRestorePostProcessing();
-
-    // What hoardd makes of the library. Those that rebuild or analyze block until hoardd has answered, which
-    // can take long.
-
-    /// hasCompletedMomentAnalysis — false on failure. Blocks.
-    [[nodiscard]] bool hasCompletedMomentAnalysis();
-    /// rebuildMomentsIncremental: — only around what has changed if `incremental`.
     void rebuildMomentsIncremental(bool incremental);
-    void rebuildMomentLists();                    ///< rebuildMomentLists
-    void analyzeAllMoments();                     ///< analyzeAllMoments
-    void analyzeInvalidMomentsAndDupesIfNeeded(); ///< analyzeInvalidMomentsAndDupesIfNeeded
-    void rebuildCloudFeed();                      ///< rebuildCloudFeed
-    void resetDupesAnalysis();                    ///< resetDupesAnalysis
-    void rebuildAllThumbnails();                  ///< rebuildAllThumbnails
-    /// analyzeMoment: — does not block. An object that was never saved is ignored.
+    /// rebuildMomentLists — rebuilds the lists of moments. Blocks.
+    void rebuildMomentLists();
+    /// analyzeAllMoments — analyzes all moments. Blocks.
+    void analyzeAllMoments();
+    /// analyzeInvalidMomentsAndDupesIfNeeded — analyzes moments and duplicates that are out of date. Blocks.
+    void analyzeInvalidMomentsAndDupesIfNeeded();
+    /// hasCompletedMomentAnalysis — whether no moment is left to analyze; false on failure. Blocks.
+    [[nodiscard]] bool hasCompletedMomentAnalysis();
+
+    /// analyzeMoment: — analyzes one moment. Nothing is sent for null, or for a moment that was never saved.
     void analyzeMoment(const wickerlane::ManagedObject *moment);
-    /// analyzeMomentList: — likewise.
+    /// analyzeMomentList: — the same for a list of moments.
     void analyzeMomentList(const wickerlane::ManagedObject *momentList);
 
-    /// setAreDuplicates:forPhotos: — remembers that no two of these photos are duplicates of each other, or
-    /// takes that back; what is no Photo is left out. Blocks until the groups of duplicates obey.
+    /// resetDupesAnalysis — discards the found duplicates and searches again. Blocks.
+    void resetDupesAnalysis();
+    /// setAreDuplicates:forPhotos: — with false, records that no two of these photos are duplicates of each
+    /// other; with true, withdraws that. `photos` holds objects that are a wickerlane::Photo; others are
+    /// ignored. Blocks until the groups of duplicates are updated.
     void setAreDuplicates(bool areDuplicates, wickerlane::Array *photos);
 
-    // Sharing and bulletins.
+    /// rebuildCloudFeed — rebuilds the feed of shared albums. Blocks.
+    void rebuildCloudFeed();
+    /// rebuildAllThumbnails — makes all thumbnails again. Blocks.
+    void rebuildAllThumbnails();
 
-    /// createSnapriverAlbumWithStreamID: — makes the shared album of a stream. Blocks.
+    // Shared albums.
+
+    /// createSnapriverAlbumWithStreamID: — creates the shared album of a stream. Blocks.
     void createSnapriverAlbumWithStreamID(wickerlane::String *streamID);
-    /// enableSnapriversWithStreamID:
+    /// enableSnapriversWithStreamID: — enables a stream.
     void enableSnapriversWithStreamID(wickerlane::String *streamID);
-    /// getCurrentBulletins — dictionaries with the keys of Bulletins.h; null on failure. Blocks.
-    [[nodiscard]] wickerlane::Array *getCurrentBulletins();
-    /// getCurrentApplicationBadgeCount — 0 on failure. Blocks.
-    [[nodiscard]] std::int64_t getCurrentApplicationBadgeCount();
-    /// getThumbnailImageDataForBulletinWithRecordID: — null on failure. Blocks.
-    [[nodiscard]] wickerlane::Data *getThumbnailImageDataForBulletinWithRecordID(unsigned long recordID);
-    /// clearAllBulletinsWithLastClearedRecordID: — clears those up to a record, it included.
-    void clearAllBulletinsWithLastClearedRecordID(unsigned long lastClearedRecordID);
-    /// updateSharedAlbumsCachedServerConfigurationLimits
+    /// updateSharedAlbumsCachedServerConfigurationLimits — updates the stored limits of shared albums.
     void updateSharedAlbumsCachedServerConfigurationLimits();
-    /// purgeableSharedAssetsSpace — bytes that could be freed; 0 on failure. Blocks.
+    /// purgeableSharedAssetsSpace — how many bytes could be freed; 0 on failure. Blocks.
     [[nodiscard]] std::int64_t purgeableSharedAssetsSpace();
-    /// attemptToPurgeSharedAssetsSpace: — frees up to that many bytes; gives how many were freed, 0 on
+    /// attemptToPurgeSharedAssetsSpace: — frees up to `bytes` bytes, and returns how many were freed; 0 on
     /// failure. Blocks.
     std::int64_t attemptToPurgeSharedAssetsSpace(std::uint64_t bytes);
-    /// keyForEmailAddress: — the number that stands for an address; -1 when there is none. Blocks.
+
+    // Bulletins.
+
+    /// getCurrentBulletins — dictionaries with the keys of BulletinKeys.h; null on failure. Blocks.
+    [[nodiscard]] wickerlane::Array *getCurrentBulletins();
+    /// getCurrentApplicationBadgeCount — the number on the application's badge; 0 on failure. Blocks.
+    [[nodiscard]] std::int64_t getCurrentApplicationBadgeCount();
+    /// getThumbnailImageDataForBulletinWithRecordID: — the thumbnail of a bulletin; null on failure. Blocks.
+    [[nodiscard]] wickerlane::Data *getThumbnailImageDataForBulletinWithRecordID(unsigned long recordID);
+    /// clearAllBulletinsWithLastClearedRecordID: — clears the bulletins up to and including a record.
+    void clearAllBulletinsWithLastClearedRecordID(unsigned long lastClearedRecordID);
+
+    // People.
+
+    /// keyForEmailAddress: — the number of an e-mail address; -1 on failure. Blocks.
     [[nodiscard]] int keyForEmailAddress(wickerlane::String *address);
-    /// emailAddressForKey: — null when the number stands for none. Blocks.
+    /// emailAddressForKey: — the e-mail address with a number; null when there is none, or on failure.
+    /// Blocks.
     [[nodiscard]] wickerlane::String *emailAddressForKey(int key);
-    /// personInfoDictionaryForPersonID: — null when there is none, or for a null person. Blocks.
+    /// personInfoDictionaryForPersonID: — what is known of a person; null when that is nothing, or on
+    /// failure. Null for a null ID, without asking. Blocks.
     [[nodiscard]] wickerlane::Dictionary *personInfoDictionaryForPersonID(wickerlane::String *personID);
-    /// setPersonInfoDictionary:forPersonID: — null clears it. A null person is ignored.
+    /// setPersonInfoDictionary:forPersonID: — replaces what is known of a person; null clears it. A null ID
+    /// sends nothing.
     void setPersonInfoDictionary(wickerlane::Dictionary *info, wickerlane::String *forPersonID);
 
 private:

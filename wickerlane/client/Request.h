@@ -1,4 +1,4 @@
-// A request to hoardd and its reply, as the client's operations use them.
+// Requests to hoardd, and their replies.
 #ifndef WICKERLANE_CLIENT_REQUEST_H
 #define WICKERLANE_CLIENT_REQUEST_H
 

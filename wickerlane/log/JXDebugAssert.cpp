@@ -7,9 +7,11 @@
 #include <charconv>
 #include <cstring>
 
+#include "wickerlane/platform/file/Retry.h"
+
 namespace {
 
-// A line that is put together where its pieces lie: it needs no memory, which may be what has run out.
+// A line in pieces. It allocates nothing, since the failure may be that there is no memory left.
 class Line {
 public:
     void add(const char *text) { pieces[count++] = {const_cast<char *>(text), std::strlen(text)}; }
@@ -19,8 +21,7 @@ public:
         add(digits);
     }
     void write() const {
-        while (::writev(STDERR_FILENO, pieces, count) < 0 && errno == EINTR) {
-        }
+        wickerlane::retryInterrupted([this] { return ::writev(STDERR_FILENO, pieces, count); });
     }
 
 private:

@@ -1,4 +1,4 @@
-// What debug assertions report.
+// Reports of failed debug assertions.
 #ifndef WICKERLANE_LOG_JXDEBUGASSERT_H
 #define WICKERLANE_LOG_JXDEBUGASSERT_H
 
@@ -12,9 +12,9 @@
 ///     Assertion failed: COMPONENT: ASSERTION LABEL ERROR file: FILE:LINE error: CODE
 ///     Check failed: COMPONENT: LABEL ERROR file: FILE:LINE error: CODE
 ///
-/// The second form is that without an assertion text (null or empty). Texts that are null are left out, but a
-/// null component shows as "(null)"; the line when it is below 1 or there is no file; the code when it is 0.
-/// Unbuffered, in one write; output errors are ignored. Thread-safe.
+/// The second form is used when the assertion is null or empty. Null texts are left out, but a null component
+/// is written as "(null)". A line number below 1 or without a file, and an error code of 0, are left out as
+/// well. The line is written unbuffered and at once; output errors are ignored. Keeps errno. Thread-safe.
 WL_EXTERN_C void JXDebugAssert(const char *componentName, const char *assertion, const char *label,
                                const char *error, const char *fileName, long lineNumber, int32_t errorCode);
 

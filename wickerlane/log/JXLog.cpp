@@ -37,11 +37,11 @@ String *facilityName(JXLogDomain domain) {
     return facilityNames[domain].get();
 }
 
-// Looked up at start-up, since callers ask before every message.
+// Looked up at start-up, since callers need them before every message.
 constinit const LKFacilityLevels *facilityLevels[JXLogDomainCount] = {};
 
-// Such as "Camera-211". The name is whatever started the process: it must do as part of a line and of a file
-// name.
+// Such as "Camera-211". A process may have any name: it is escaped to be part of a line, and shortened to be
+// part of a file name.
 std::string makeProcessLabel() {
     std::string name = escapingControls(std::string_view(program_invocation_short_name).substr(0, 200));
     return (name.empty() ? "process" : name) + "-" + std::to_string(getpid());
@@ -86,7 +86,7 @@ void start() {
     }
     for (JXLogDomain domain = 0; domain < JXLogDomainCount; ++domain)
         facilityLevels[domain] = LKLoggingFacilityLevels(facilityName(domain));
-    // For the life of the process: never cancelled.
+    // Never cancelled.
     static_cast<void>(
         registerNotification(JXLoggingChangedNotification, WorkQueue::main(), [](NotificationToken) {
             postNotification(LKLoggingDefaultsChangedNotification);

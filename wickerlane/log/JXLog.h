@@ -1,6 +1,6 @@
-// The log of the photo library's processes: sixteen domains, levels in the numbering of syslog.
+// The log of the photo library's processes: sixteen domains, and the levels of syslog.
 //
-// Each domain has a maximum level for the console and one for its log file; preferences override both (see
+// Each domain has a maximum level for the console and one for its log file. Preferences override both (see
 // JXLogConfiguration.h). The log system starts on the first call in a process.
 #ifndef WICKERLANE_LOG_JXLOG_H
 #define WICKERLANE_LOG_JXLOG_H
@@ -9,7 +9,7 @@
 
 #include "wickerlane/platform/object/Export.h"
 
-/// What a message is about.
+/// The subject of a message.
 typedef unsigned JXLogDomain;
 
 enum {
@@ -31,7 +31,7 @@ enum {
     JXCardbridge = 15,
 };
 
-/// How severe a message is: smaller is more severe. As a maximum level, -1 turns an output off.
+/// The severity of a message: lower levels are more severe. As a maximum level, -1 turns an output off.
 typedef int JXLogLevel;
 
 enum {
@@ -42,23 +42,23 @@ enum {
     JXLogLevelDebug = 7,
 };
 
-/// "org.wickerlane.photos.loggingChanged": posting it makes every process follow changed level preferences,
-/// once its main queue is served.
+/// "org.wickerlane.photos.loggingChanged": after this notification each process reads the level preferences
+/// again, on its main queue.
 WL_EXTERN_C const char *const JXLoggingChangedNotification;
 
-/// True when a line of that level in that domain would reach the console or a log file: ask before building a
-/// message. Takes a few nanoseconds and no lock. Thread-safe.
+/// Whether a message of that level in that domain would reach the console or a log file; to be asked before a
+/// message is built. Takes a few nanoseconds and no lock. Thread-safe.
 WL_EXTERN_C bool JXLogShouldLog(JXLogLevel level, JXLogDomain domain);
 
-/// Writes one message where the domain's maximum levels admit it; drops it silently when the domain is 16 or
-/// more. `format` is that of printf, and "%@" shows an object's description; control characters in the
-/// message are shown escaped. `file` and `function` say where in the source the call stands. The line
-/// outlives the process once this has returned. Keeps errno. Thread-safe.
+/// Writes a message to the outputs whose maximum level allows it. A domain of 16 or more is ignored. `format`
+/// is that of printf, with "%@" for an object's description. Control characters in the message are escaped.
+/// `file`, `function` and `line` are the place of the call in the source. Once this has returned, the message
+/// survives the end of the process. Keeps errno. Thread-safe.
 WL_EXTERN_C void JXLog(JXLogLevel level, const char *file, const char *function, long line,
                        JXLogDomain domain, const char *format, ...);
 
-/// Logs from where it stands, if such a line would reach anything: JX_LOG(level, domain, format, ...).
-/// Arguments are not evaluated otherwise.
+/// JX_LOG(level, domain, format, ...): logs from this place in the source. The arguments are evaluated only
+/// if the message reaches an output.
 #define JX_LOG(level, domain, ...)                                           \
     do {                                                                     \
         if (JXLogShouldLog(level, domain))                                   \

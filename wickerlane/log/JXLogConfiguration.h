@@ -1,10 +1,10 @@
-// Which domains share an output, and what it is.
+// The outputs of the log domains.
 #ifndef WICKERLANE_LOG_JXLOGCONFIGURATION_H
 #define WICKERLANE_LOG_JXLOGCONFIGURATION_H
 
 #include "wickerlane/log/JXLog.h"
 
-/// Number of domains; as a domain, the end mark of lists.
+/// Number of domains. Also ends a list of domains.
 constexpr int JXLogDomainCount = 16;
 
 struct JXLogConfiguration {
@@ -13,13 +13,13 @@ struct JXLogConfiguration {
     const char *consoleLevelKey; ///< The preference that overrides the console level.
     const char *fileLevelKey;    ///< The preference that overrides the file level.
     const char *directory;       ///< Below the mobile user's home.
-    const char *logName; ///< Null: the process's name and id, so that each process has a file of its own.
+    const char *logName; ///< Null: named after the process and its id, so that each process has its own file.
     int domains[7];      ///< Ended by JXLogDomainCount.
 };
 
 constexpr const char *JXLogDirectory = "Library/Logs/CrashReporter/DiagnosticLogs/Photos";
 
-/// Sync and migration write to one file on purpose: what one does explains what the other finds.
+/// Sync and migration share a file on purpose: each explains what the other does.
 constexpr JXLogConfiguration JXLogConfigurations[10] = {
     {5,
      4,

@@ -13,7 +13,6 @@
 
 namespace {
 
-// std::to_chars into the end of a text.
 void appendNumber(std::string &text, auto value, int base = 10) {
     char digits[24];
     text.append(digits, std::to_chars(digits, digits + sizeof digits, value, base).ptr);
@@ -33,11 +32,11 @@ pid_t recordedProcessID() {
     return recorded;
 }
 
-// Lines come many to a second, and only its first pays for the conversion.
+// The text of the last second is kept, since many lines have the same one.
 std::string_view dateText(std::time_t seconds) {
     struct Shown {
         std::time_t seconds;
-        std::size_t length; // 0: nothing yet
+        std::size_t length; // 0 when there is no text.
         char text[32];
     };
     thread_local Shown last{};

@@ -1,4 +1,4 @@
-// The lines of the log.
+// The format of log lines.
 #ifndef WICKERLANE_LOG_JXLOGLINE_H
 #define WICKERLANE_LOG_JXLOGLINE_H
 
@@ -9,12 +9,12 @@
 
 enum : int { JXLogDestinationConsole = 0, JXLogDestinationFile = 1 };
 
-/// The line for the console:
+/// A line for the console:
 ///     FACILITY <t:THREAD> MESSAGE
-/// and for a file, whose function and place in the source are shown at debug level only:
+/// or for a file, with function and place in the source at debug level only:
 ///     YYYY/MM/DD hh:mm:ss|PROCESS [PID:THREAD]|FUNCTION|FILE:LINE|FACILITY: MESSAGE
-/// The date, in local time, is "(null)" when the timestamp can't be shown. Any other destination ends the
-/// process. Threads are named by their address. Thread-safe.
+/// The date is in local time; it is "(null)" when the timestamp can't be converted. A thread is shown as its
+/// address. Any other destination ends the process. Thread-safe.
 [[nodiscard]] WL_EXPORT std::string JXLogLine(int destination, std::string_view processLabel,
                                               const LKLogEntry &entry);
 

@@ -58,7 +58,7 @@ bool JXJobDictionariesAreEqual(Dictionary *a, Dictionary *b) {
         return true;
     if (a == nullptr || b == nullptr || a->count() != b->count())
         return false;
-    // Stays false for two empty dictionaries: only the walk can find them equal.
+    // Remains false for two empty dictionaries.
     bool equal = false;
     for (const auto &[key, value] : *a) {
         equal = entriesAreEqual(value, b->get(key));

@@ -1,7 +1,7 @@
-// Job dictionaries: property-list dictionaries that describe a unit of work for hoardd.
+// Job dictionaries: property-list dictionaries that describe a job for hoardd.
 //
-// Unlike the dictionaries of JXMsgUtilities.h, a job dictionary becomes a message dictionary value by value.
-// The functions keep no state; the dictionaries must not change meanwhile.
+// Unlike the dictionaries of JXMsgUtilities.h, a job dictionary is converted to a message dictionary value by
+// value. All functions may be called from any thread, while no other thread changes the dictionaries.
 #ifndef WICKERLANE_MESSAGE_JXJOBDICTIONARY_H
 #define WICKERLANE_MESSAGE_JXJOBDICTIONARY_H
 
@@ -11,20 +11,21 @@
 #include "wickerlane/platform/object/Array.h"
 #include "wickerlane/platform/object/Dictionary.h"
 
-/// A new message dictionary, owned by the caller; null for null, and for what holds anything but
-/// property-list values.
+/// The job as a message dictionary, owned by the caller. Null for null, and for a job with a value that no
+/// property list can have.
 WL_EXTERN_C wickerlane::MessageDictionary *
 JXJobCreateMsgDictionaryFromDictionary(wickerlane::Dictionary *jobDictionary);
 
-/// The way back: a dictionary whose top level may be changed, borrowed; or null.
+/// The job in a message dictionary; borrowed. Its top level may be changed. Null for null, and for a value
+/// that is not a dictionary.
 WL_EXTERN_C wickerlane::MutableDictionary *JXJobDictionaryFromMsgDictionary(wickerlane::MessageValue *dict);
 
-/// Whether two jobs are the same: like equality by value, but dates may differ by less than a microsecond, at
-/// the top or in nested dictionaries. Two distinct dictionaries that are both empty are not equal.
+/// Whether two jobs are equal by value, where dates in them and in nested dictionaries may differ by less
+/// than a microsecond. Two distinct empty dictionaries are not equal.
 WL_EXTERN_C bool JXJobDictionariesAreEqual(wickerlane::Dictionary *a, wickerlane::Dictionary *b);
 
-/// Writes the entries to the console log, data as its length only. Top-level keys in `skippedKeys` (an array
-/// used as a set; may be null) are left out.
+/// Writes the entries to the console log; of data, only the length. Top-level keys that are in `skippedKeys`,
+/// which may be null, are left out.
 WL_EXTERN_C void JXJobLogDictionary(wickerlane::Dictionary *jobDictionary, wickerlane::Array *skippedKeys);
 
 #endif

@@ -7,13 +7,14 @@
 
 /// Callbacks of arrays of message values that compare them by structure.
 WL_EXPORT extern const wickerlane::ArrayCallBacks JXMsgBaseArrayCallBacks;
-/// The same, comparing by identity.
+/// Callbacks of arrays of message values that compare them by identity.
 WL_EXPORT extern const wickerlane::ArrayCallBacks JXMsgBaseArrayPointerEqualityCallBacks;
 
-/// The functions in them. `allocator` is ignored; values may be null. Thread-safe.
+// The functions of both. `allocator` is ignored, values may be null. Thread-safe.
+
 WL_EXTERN_C const void *JXMsgBaseRetainCallBack(const void *allocator, const void *value);
 WL_EXTERN_C void JXMsgBaseReleaseCallBack(const void *allocator, const void *value);
-/// An owned string over the message service's own text of the value, or null.
+/// The message service's description of the value, owned by the caller; null for null.
 WL_EXTERN_C wickerlane::String *JXMsgBaseCopyDescriptionCallBack(const void *value);
 WL_EXTERN_C bool JXMsgBaseEqualCallBack(const void *a, const void *b);
 

@@ -4,7 +4,7 @@
 
 #include "wickerlane/platform/message/value/MessageValue.h"
 
-/// A view of a message's bytes; keeps the value alive. Immutable.
+/// The bytes of a message value, which it keeps alive. Immutable.
 class WL_EXPORT JXMsgData final : public wickerlane::Data {
     WL_OBJECT
 public:
@@ -23,16 +23,16 @@ private:
     wickerlane::Ref<wickerlane::MessageData> _data;
 };
 
-/// A view of a received shared-memory region, mapped into this process as long as the object lives.
-/// Immutable.
+/// The bytes of a received shared-memory region, which is mapped into this process as long as the object
+/// lives. Immutable.
 class WL_EXPORT JXMsgShMemData final : public wickerlane::Data {
     WL_OBJECT
 public:
-    /// initWithMsgShmem: — null for null, and when nothing could be mapped.
+    /// initWithMsgShmem: — null for null, and when the region can't be mapped.
     [[nodiscard]] static wickerlane::Ref<JXMsgShMemData>
     initWithMsgShmem(wickerlane::MessageSharedMemory *memory);
-    /// initWithMsgShmem:length: — the object claims `length` bytes. The length is not compared with the size
-    /// of the mapping: the caller answers for it.
+    /// initWithMsgShmem:length: — the same with a length of its own. It is not compared with the size of the
+    /// region: the caller is responsible for it.
     [[nodiscard]] static wickerlane::Ref<JXMsgShMemData>
     initWithMsgShmem(wickerlane::MessageSharedMemory *memory, std::size_t length);
 

@@ -15,9 +15,8 @@ using namespace wickerlane;
 
 namespace {
 
-// The longest URI that is written, and the size of the reader's buffer. The reader takes one byte less than
-// its buffer less the NUL: what was written with 199 to 250 bytes is refused when it is read.
-constexpr std::size_t longestWrittenURI = 250;
+// The limits of writers and of the reader differ: URIs of 199 to 250 bytes are written but not read.
+constexpr std::size_t maxWrittenURILength = 250;
 constexpr std::size_t readBufferSize = 200;
 
 MessageValue *rawValue(MessageValue *dict, const char *key) {
@@ -49,8 +48,8 @@ void setPropertyList(MessageDictionary *dict, const char *key, Object *root, con
     dict->setData(key, bytes ? bytes->bytes() : nullptr, bytes ? bytes->length() : 0);
 }
 
-// The URI's bytes in `buffer`; empty when there is none or it does not fit.
-Bytes uriBytes(ManagedObjectID *objectID, std::byte (&buffer)[longestWrittenURI]) {
+// Copies the URI into `buffer`. Empty when there is none or it does not fit.
+Bytes uriBytes(ManagedObjectID *objectID, std::byte (&buffer)[maxWrittenURILength]) {
     if (objectID == nullptr)
         return {};
     const std::string_view uri = objectID->uriRepresentation()->absoluteString()->utf8();
@@ -128,7 +127,7 @@ MutableIndexSet *JXIndexSetFromMsgDictionary(MessageValue *dict, const char *key
     ranges.reserve(count / 2);
     for (std::size_t i = 1; i < count; i += 2)
         ranges.push_back({array->uint64At(i - 1), array->uint64At(i)});
-    // Writers send them in ascending order; half a million in descending order would take a minute to put in.
+    // Writers send ascending ranges. Adding half a million of them in descending order would take a minute.
     std::ranges::sort(ranges, {}, &Range::location);
     auto indexSet = MutableIndexSet::create();
     for (const Range &range : ranges)
@@ -177,14 +176,14 @@ ManagedObjectID *JXManagedObjectIDFromMsgValue(MessageValue *value, ObjectIDReso
 }
 
 void JXMsgDictionarySetManagedObjectID(MessageDictionary *dict, const char *key, ManagedObjectID *objectID) {
-    std::byte buffer[longestWrittenURI];
+    std::byte buffer[maxWrittenURILength];
     const Bytes uri = uriBytes(objectID, buffer);
     if (!uri.empty())
         dict->setData(key, uri.data(), uri.size());
 }
 
 void JXMsgArrayAppendManagedObjectID(MessageArray *array, ManagedObjectID *objectID) {
-    std::byte buffer[longestWrittenURI];
+    std::byte buffer[maxWrittenURILength];
     const Bytes uri = uriBytes(objectID, buffer);
     if (!uri.empty())
         array->appendData(uri.data(), uri.size());

@@ -19,12 +19,12 @@ namespace {
 constexpr const char *opening = "open database for fetching asset count";
 constexpr const char *fetching = "fetch asset count";
 
-// While a daemon that starts or ends has the database to itself; that takes an instant.
+// A daemon that starts or ends locks the database for a moment.
 constexpr int busyMilliseconds = 2'000;
 
 template <class... Values>
 void logError(const char *format, Values... values) {
-    // Paths are foreign text, which must not forge a line.
+    // A path may contain anything, but must not forge a log line.
     const std::string line = escapingControls(formatUTF8(format, values...));
     ::syslog(LOG_ERR, "%s", line.c_str());
 }
@@ -43,13 +43,14 @@ std::int64_t countIn(sqlite3 *database) {
     std::int64_t count = -1;
     while (sqlite3_step(statement) == SQLITE_ROW)
         count = sqlite3_column_int64(statement, 0);
-    code = sqlite3_finalize(statement); // tells of a step that failed
+    // Returns the error of a step that failed.
+    code = sqlite3_finalize(statement);
     if (code != SQLITE_OK)
         logFailure(fetching, code, database);
     return count;
 }
 
-// Of a file that could not be opened.
+// The result for a file that could not be opened.
 std::int64_t countWithoutDatabase(const char *path) {
     struct stat status {};
     if (::stat(path, &status) == 0) {
@@ -67,7 +68,7 @@ std::int64_t countWithoutDatabase(const char *path) {
 
 std::int64_t JXGenericAssetCountInDatabaseWithPath(const char *path) {
     if (path == nullptr)
-        return -1; // SQLite would make a database of its own
+        return -1; // SQLite would open a temporary database.
     sqlite3 *database = nullptr;
     const int code = sqlite3_open_v2(path, &database, SQLITE_OPEN_READWRITE, nullptr);
     std::int64_t count = -1;

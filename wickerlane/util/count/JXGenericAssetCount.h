@@ -6,12 +6,12 @@
 
 #include "wickerlane/platform/object/String.h"
 
-// Both open the store's database read-write, without making one, and neither change nor checkpoint it.
-// They block, for up to 2 seconds while others keep the database locked, and fail after that.
-// Failures go to the system log as errors. Thread-safe.
+// Both functions open the store's database read-write, without creating one, and neither change nor
+// checkpoint it. They wait up to 2 seconds while the database is locked. Failures go to the system log as
+// errors. Thread-safe.
 
-/// How many rows the table of assets has, in the database file at a path in UTF-8. 0 when there is no such
-/// file, since a library that was never made is empty; -1 when it can't be read.
+/// The number of rows in the table of assets, in the database file at a path in UTF-8. 0 when there is no
+/// such file, since a library that was never created is empty; -1 for null and when the file can't be read.
 WL_EXTERN_C std::int64_t JXGenericAssetCountInDatabaseWithPath(const char *path);
 
 /// The same for a path as a string.

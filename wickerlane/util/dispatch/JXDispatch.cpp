@@ -21,15 +21,15 @@ Handler<void()> guarded(Handler<void()> callback) {
     };
 }
 
-// Cut towards zero, and clipped to what the clock can count; not-a-number is no delay.
+// Truncated, and clamped to the range of the clock; not-a-number is no delay.
 std::chrono::nanoseconds nanosecondsIn(double seconds) {
     const double nanoseconds = seconds * 1e9;
     if (!(nanoseconds > 0))
         return std::chrono::nanoseconds::zero();
-    constexpr auto most = std::chrono::nanoseconds::max();
-    return nanoseconds < static_cast<double>(most.count())
+    constexpr auto max = std::chrono::nanoseconds::max();
+    return nanoseconds < static_cast<double>(max.count())
                ? std::chrono::nanoseconds(static_cast<std::int64_t>(nanoseconds))
-               : most;
+               : max;
 }
 
 } // namespace

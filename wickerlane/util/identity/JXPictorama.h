@@ -9,11 +9,12 @@
 /// Bundle identifier of the photo-editing application: "org.wickerlane.Pictorama".
 WL_EXTERN_C const char *const JXPictoramaBundleIdentifier;
 
-/// File of the library that knows the installed applications, as it lies beside libwickerlane.so.
+/// File name of the application-services library, which knows the installed applications. It is installed
+/// beside libwickerlane.so.
 WL_EXTERN_C const char *const JXApplicationServicesLibraryPath;
 
-/// Whether the photo-editing application is installed now; true when nobody can tell. The first call loads
-/// the application-services library, which stays loaded. Thread-safe.
+/// Whether the photo-editing application is installed now; true when that can't be found out. The first call
+/// loads the application-services library, which stays loaded. Thread-safe.
 WL_EXTERN_C bool JXIsPictoramaInstalled(void);
 
 #endif

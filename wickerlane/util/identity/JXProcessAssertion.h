@@ -1,4 +1,4 @@
-// Letting go of process assertions.
+// Releasing process assertions.
 #ifndef WICKERLANE_UTIL_IDENTITY_JXPROCESSASSERTION_H
 #define WICKERLANE_UTIL_IDENTITY_JXPROCESSASSERTION_H
 
@@ -8,14 +8,14 @@
 namespace wickerlane {
 class Object;
 }
-/// An object that keeps a process running as long as somebody owns a reference to it.
+/// An object that keeps a process running as long as there is a reference to it.
 typedef wickerlane::Object HSSProcessAssertion;
 #else
 typedef struct HSSProcessAssertion HSSProcessAssertion;
 #endif
 
-/// Releases the reference that a variable holds, if it holds one, and leaves the variable as it is. Made for
-/// variables that clean up when their scope ends:
+/// Releases the reference in a variable, which may be null, and leaves the variable as it is. For variables
+/// that are cleaned up when their scope ends:
 ///
 ///     __attribute__((cleanup(JXCleanupHSSProcessAssertion))) HSSProcessAssertion *assertion = ...;
 WL_EXTERN_C void JXCleanupHSSProcessAssertion(HSSProcessAssertion **variable);

@@ -8,7 +8,7 @@
 #include "wickerlane/platform/preferences/Preferences.h"
 #include "wickerlane/platform/process/ProcessInformation.h"
 #include "wickerlane/platform/process/ProcessTable.h"
-#include "wickerlane/util/identity/CachedAnswerInternal.h"
+#include "wickerlane/platform/queue/Once.h"
 #include "wickerlane/util/identity/RuntimeClassInternal.h"
 
 using namespace wickerlane;
@@ -23,6 +23,7 @@ bool isThisProcessNamed(std::string_view name) {
     const Array *arguments = process ? process->arguments() : nullptr;
     if (arguments == nullptr || arguments->count() == 0)
         return false;
+    // After the last slash, so that nothing is left of a path that ends with one.
     const std::string_view path = as<String>(arguments->at(0))->utf8();
     return path.substr(path.rfind('/') + 1) == name;
 }
@@ -30,23 +31,23 @@ bool isThisProcessNamed(std::string_view name) {
 } // namespace
 
 bool JXIsHoardd() {
-    static constinit CachedAnswer<bool> cached;
-    return cached.get([] { return isThisProcessNamed("hoardd"); });
+    static const bool answer = isThisProcessNamed("hoardd");
+    return answer;
 }
 
 bool JXIsCamlinkd() {
-    static constinit CachedAnswer<bool> cached;
-    return cached.get([] { return isThisProcessNamed("camlinkd"); });
+    static const bool answer = isThisProcessNamed("camlinkd");
+    return answer;
 }
 
 bool JXIsHomeshell() {
-    static constinit CachedAnswer<bool> cached;
-    return cached.get([] { return isThisProcessNamed("Homeshell"); });
+    static const bool answer = isThisProcessNamed("Homeshell");
+    return answer;
 }
 
 bool JXIsCamera() {
-    static constinit CachedAnswer<bool> cached;
-    return cached.get([] { return isThisProcessNamed("Camera"); });
+    static const bool answer = isThisProcessNamed("Camera");
+    return answer;
 }
 
 bool JXIgnoreHomeshell() {

@@ -1,4 +1,4 @@
-// Which process this is, and which process has a name.
+// Names of processes.
 #ifndef WICKERLANE_UTIL_IDENTITY_JXPROCESSIDENTITY_H
 #define WICKERLANE_UTIL_IDENTITY_JXPROCESSIDENTITY_H
 
@@ -7,8 +7,9 @@
 
 #include "wickerlane/platform/object/Export.h"
 
-// A process's name is the last path component of its first argument, compared exactly. Each answer is found
-// once and holds for the life of the process. False for a process without arguments. Thread-safe.
+// The name of a process is what follows the last slash of its first argument, compared exactly. Each answer
+// is found once and holds for the life of the process; it is false for a process without arguments.
+// Thread-safe.
 
 /// Whether this is the daemon that owns the photo library: "hoardd".
 WL_EXTERN_C bool JXIsHoardd(void);
@@ -27,8 +28,8 @@ WL_EXTERN_C const char *const JXHoarddPreferencesDomain;
 WL_EXTERN_C bool JXIgnoreHomeshell(void);
 
 /// The id of the first process, in the kernel's order, with that command name. Only the first 16 characters
-/// of `name` count, and a command name has no more. -1 when there is none, for null, and when the kernel does
-/// not tell. Asks the kernel anew on every call. Thread-safe.
+/// of `name` count. -1 when there is none, for null, and when the process table can't be read. Reads it on
+/// every call. Thread-safe.
 WL_EXTERN_C pid_t JXPIDForProcessNamed(const char *name);
 
 #endif

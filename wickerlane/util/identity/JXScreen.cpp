@@ -6,7 +6,6 @@
 #include "wickerlane/platform/device/Screen.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/platform/object/String.h"
-#include "wickerlane/util/identity/CachedAnswerInternal.h"
 #include "wickerlane/util/identity/RuntimeClassInternal.h"
 
 using namespace wickerlane;
@@ -15,7 +14,7 @@ namespace {
 
 WL_IMMORTAL Immortal<ConstantString> mainScreenScale{"main-screen-scale"};
 
-// Modes of screens whose pixels are too small for a point each.
+// The modes of screens with 2 pixels to a point.
 constexpr PixelSize denseModes[] = {{640, 960}, {1536, 2048}, {640, 1136}};
 
 bool isDense(PixelSize mode) {
@@ -50,11 +49,11 @@ bool findIsTall() {
 } // namespace
 
 double JXScreenScale() {
-    static constinit CachedAnswer<double> cached;
-    return cached.get(findScale);
+    static const double scale = findScale();
+    return scale;
 }
 
 bool JXIsTallScreen() {
-    static constinit CachedAnswer<bool> cached;
-    return cached.get(findIsTall);
+    static const bool isTall = findIsTall();
+    return isTall;
 }

@@ -1,4 +1,4 @@
-// Objects of classes that are known by name only until the process runs.
+// Instances of classes that are found by name at run time.
 #ifndef WICKERLANE_UTIL_IDENTITY_RUNTIMECLASSINTERNAL_H
 #define WICKERLANE_UTIL_IDENTITY_RUNTIMECLASSINTERNAL_H
 
@@ -6,8 +6,8 @@
 
 namespace wickerlane {
 
-/// The instance that a class makes without arguments. Null when the class (which may be null) makes none, or
-/// one that is no T.
+/// A new instance of a class, made without arguments. Null for a null class, for one that can't be
+/// instantiated, and when the instance is not a T.
 template <class T>
 [[nodiscard]] Ref<T> instanceOf(const Class *found) {
     if (found == nullptr || found->instantiate == nullptr)

@@ -7,8 +7,8 @@
 
 namespace wickerlane {
 
-/// A text from a string table, formatted with arguments of the kinds that formatTakes() names; a text that
-/// asks for others stands as it is, since whoever wrote the table was mistaken. Borrowed.
+/// A text from a string table, formatted with arguments of the kinds that formatTakes() names. A text that
+/// needs others is a mistake in the table and is returned unformatted. Borrowed.
 template <class... Arguments>
 String *formattedText(String *text, const char *kinds, Arguments... arguments) {
     return formatTakes(text->cString(), kinds) ? String::format(text->cString(), arguments...) : text;

@@ -1,6 +1,7 @@
 #include "wickerlane/util/texts/JXCountDescription.h"
 
 #include "wickerlane/platform/locale/Locale.h"
+#include "wickerlane/platform/object/NeverDestroyed.h"
 #include "wickerlane/util/texts/FormattedTextInternal.h"
 #include "wickerlane/util/texts/JXLocalization.h"
 
@@ -59,9 +60,9 @@ String *phrase(std::uint64_t photos, std::uint64_t videos, std::uint64_t others,
 } // namespace
 
 NumberFormatter *JXSharedCountFormatter() {
-    static NumberFormatter *const shared =
-        NumberFormatter::create(currentLocale(), NumberStyle::decimal, true).leak();
-    return shared;
+    static NeverDestroyed<Ref<NumberFormatter>> shared(
+        NumberFormatter::create(currentLocale(), NumberStyle::decimal, true));
+    return shared->get();
 }
 
 String *JXLocalizedCountDescription(std::uint64_t photoCount, std::uint64_t videoCount,

@@ -4,6 +4,7 @@
 
 #include "wickerlane/platform/locale/DateFormatter.h"
 #include "wickerlane/platform/locale/Locale.h"
+#include "wickerlane/platform/object/NeverDestroyed.h"
 
 using namespace wickerlane;
 
@@ -11,7 +12,7 @@ namespace {
 
 constinit std::atomic<DateFormatter *> prettyFormatter{nullptr};
 
-// Nobody waits for another's formatter: of several that are made at first, one is kept.
+// Not guarded by a lock: several threads may create a formatter at first, of which one is kept.
 DateFormatter *relativePrettyFormatter() {
     DateFormatter *kept = prettyFormatter.load(std::memory_order_acquire);
     if (kept != nullptr)
@@ -29,7 +30,6 @@ String *JXRelativePrettyDateForDate(const Date *date) {
 }
 
 GregorianCalendar *JXGregorianCalendar() {
-    static wickerlane::GregorianCalendar *const shared =
-        wickerlane::GregorianCalendar::create(currentLocale()).leak();
-    return shared;
+    static NeverDestroyed<Ref<GregorianCalendar>> shared(GregorianCalendar::create(currentLocale()));
+    return shared->get();
 }

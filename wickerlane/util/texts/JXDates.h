@@ -1,4 +1,4 @@
-// Dates, as the photo library shows and reckons them.
+// Dates for people, and the calendar.
 #ifndef WICKERLANE_UTIL_TEXTS_JXDATES_H
 #define WICKERLANE_UTIL_TEXTS_JXDATES_H
 
@@ -7,12 +7,11 @@
 
 // May be called from any thread.
 
-/// The date and the time of day in the locale that was current at the first call, near days by their names:
-/// "Yesterday, 7:41 AM". Borrowed. Null for null, and for a date that is no instant.
+/// The date and time of day in the locale that was current at the first call, with names for near days:
+/// "Yesterday, 7:41 AM". Borrowed. Null for null, and for a date that is not a finite number.
 WL_EXTERN_C wickerlane::String *JXRelativePrettyDateForDate(const wickerlane::Date *date);
 
-/// The calendar of this process, in the locale that was current at the first call. Lives as long as the
-/// process.
+/// The calendar of this process, in the locale that was current at the first call. Never destroyed.
 WL_EXTERN_C wickerlane::GregorianCalendar *JXGregorianCalendar();
 
 #endif

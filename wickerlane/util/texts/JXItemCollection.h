@@ -1,4 +1,4 @@
-// Collections of a photo library's items, as the functions that describe them take them.
+// Collections of a photo library's items.
 #ifndef WICKERLANE_UTIL_TEXTS_JXITEMCOLLECTION_H
 #define WICKERLANE_UTIL_TEXTS_JXITEMCOLLECTION_H
 
@@ -8,7 +8,7 @@
 #include <ranges>
 #include <type_traits>
 
-/// What an item answers to `assetKind`. The last two are counted apart and called "items" in texts.
+/// The kind of an item, as its assetKind() returns it. Texts call the last two "items".
 enum JXAssetKind : std::int16_t {
     JXAssetKindPhoto = 0,
     JXAssetKindVideo = 1,
@@ -18,10 +18,10 @@ enum JXAssetKind : std::int16_t {
 
 namespace wickerlane {
 
-/// An object with a member function assetKind() that gives a number, or a pointer to one (plain, Ref or
+/// An object with a member function assetKind() that returns a number, or a pointer to one (plain, Ref or
 /// smart).
 template <class Item>
-concept AnswersAssetKind = requires(Item &item) {
+concept HasAssetKind = requires(Item &item) {
     static_cast<std::uint16_t>(item.assetKind());
 }
 || requires(Item &item) {
@@ -30,13 +30,12 @@ concept AnswersAssetKind = requires(Item &item) {
 
 template <class Range>
 concept RangeOfItems =
-    std::ranges::forward_range<Range> && AnswersAssetKind<std::ranges::range_reference_t<Range>>;
+    std::ranges::forward_range<Range> && HasAssetKind<std::ranges::range_reference_t<Range>>;
 
 } // namespace wickerlane
 
 /// A view of any range of items: `JXSuffixForItems(selectedPhotos)`. It refers to the range and must not
-/// outlive it; what is walked is the range as it is then. Of the answers of the items only the low 16 bits
-/// count.
+/// outlive it. Only the low 16 bits of a kind count.
 class JXItemCollection {
 public:
     template <class Range>

@@ -42,7 +42,7 @@ WL_BUILT_IN_CLASS(JXPixhold);
 WL_CLASS_OF_BUNDLE(JXPhotoTileViewController, "Pixhold");
 WL_CLASS_OF_BUNDLE(JXPixhold, "PixholdServices");
 
-// Filled without a guard: callers that come first together find the same bundle and store it twice.
+// Filled without a guard: first callers on several threads find the same bundle and store it twice.
 constinit std::atomic<Bundle *> frameworkBundle{nullptr};
 constinit std::atomic<Bundle *> servicesBundle{nullptr};
 
@@ -59,7 +59,7 @@ constexpr std::array<std::string_view, 4> frameworkTables{"Pixhold-Device", "Pix
                                                           "Pixhold-GM"};
 constexpr std::array<std::string_view, 2> servicesTables{"PixholdServices", "PixholdServices-GM"};
 
-// A text that equals its key is a miss; the last table's result stands as it is.
+// A text that equals its key counts as missing, save in the last table.
 template <class Tables, class LookUp>
 String *firstText(const Tables &tables, String *key, LookUp lookUp) {
     String *text = nullptr;
@@ -78,9 +78,8 @@ String *textFromBundle(Bundle *bundle, const Tables &tables, String *key) {
     });
 }
 
-// The language's old value is left alive when a new one replaces it: other threads may be using it, and there
-// is nobody to tell when they no longer do. It is a few bytes for each time that a person changes the
-// language.
+// A replaced language is never released, since other threads may be using it. Each change of the language
+// leaks a few bytes.
 constinit std::atomic<String *> preferredLanguage{nullptr};
 constinit std::atomic<bool> followsPreferences{false};
 
@@ -105,7 +104,8 @@ Ref<String> firstPreferredLanguage() {
 
 void _updatePreferredLanguage() {
     std::uint64_t generation = 0;
-    do { // until nothing has changed meanwhile, so that an older language never outlasts a newer one
+    // Again when the locale has changed meanwhile, so that an older language never replaces a newer one.
+    do {
         generation = localeGeneration();
         keepAlive(preferredLanguage.exchange(firstPreferredLanguage().leak()));
     } while (generation != localeGeneration());
@@ -121,13 +121,14 @@ const String *_currentPreferredLanguage() {
         static_cast<void>(
             observeLocalNotification(localeDidChangeNotification, nullptr,
                                      [](const LocalNotification &) { _updatePreferredLanguage(); }));
-        if (generation != localeGeneration()) // noticed before there was an observer
+        // A change before there was an observer.
+        if (generation != localeGeneration())
             _updatePreferredLanguage();
     }
     return preferredLanguage.load(std::memory_order_acquire);
 }
 
-// The text of the localization that serves the preferred language best; null when there is none.
+// The text of the localization that matches the preferred language best; null when there is none.
 String *preferredText(const String *key, std::string_view table, const Bundle *bundle) {
     const String *language = _currentPreferredLanguage();
     if (key == nullptr || key->length() == 0 || table.empty() || language->length() == 0)

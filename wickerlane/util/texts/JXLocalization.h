@@ -1,8 +1,7 @@
 // Texts for people, from the string tables of the two bundles that the photo library ships.
 //
-// A look-up goes through several tables in a fixed order and ends with the first whose text differs from the
-// key; without any, the key itself is the result. Nothing here fails. All functions may be called from any
-// thread.
+// A look-up searches several tables in a fixed order, until one has a text that differs from the key; if none
+// has, the result is the key itself. All functions may be called from any thread.
 #ifndef WICKERLANE_UTIL_TEXTS_JXLOCALIZATION_H
 #define WICKERLANE_UTIL_TEXTS_JXLOCALIZATION_H
 
@@ -24,10 +23,10 @@ WL_EXTERN_C wickerlane::String *JXLocalizedFrameworkString(wickerlane::String *k
 /// "PixholdServices-GM". Borrowed; empty for a null key.
 WL_EXTERN_C wickerlane::String *JXServicesLocalizedFrameworkString(wickerlane::String *key);
 
-/// The same for a process without a language of its own, such as a daemon: in the language that the user's
-/// preferences name first, else in that of the current locale, else in English, and where the bundle has no
-/// text in it, in the language of this process. Follows the preferences as they change. Reads the table's
-/// file on every call. Borrowed; empty for a null key.
+/// The same for a daemon, which has no language of its own: in the first language of the user's preferences,
+/// else in that of the current locale, else in English; and in the language of this process when the bundle
+/// has no such text. Follows changes of the preferences. Reads the table's file on every call. Borrowed;
+/// empty for a null key.
 WL_EXTERN_C wickerlane::String *JXServicesLocalizedFrameworkStringForHoardd(wickerlane::String *key);
 
 #endif

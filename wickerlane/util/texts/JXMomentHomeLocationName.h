@@ -4,8 +4,8 @@
 
 #include "wickerlane/platform/object/String.h"
 
-/// The name under which the location of the user's home is stored for moments: "_$!<Home>!$_". It is a marker
-/// and never shown.
+/// The name of the user's home in the locations of moments: "_$!<Home>!$_". It is a marker that is never
+/// shown.
 WL_EXPORT extern wickerlane::String *const JXMomentHomeLocationName;
 
 #endif

@@ -78,7 +78,7 @@ String *JXLocalizedHideItemsEverywhereWarning(JXItemCollection items, std::uint6
         String::format(count == 1 ? "HIDE_EVERYWHERE_CONF_TITLE_%@_%s" : "HIDE_EVERYWHERE_CONF_TITLE_%@S_%s",
                        JXSuffixForItems(items), albumCount == 1 ? "1_ALBUM" : "N_ALBUMS");
     String *text = JXLocalizedFrameworkString(key);
-    // A number of albums that is 0 has the key of several, but is not filled in.
+    // 0 albums use the key of several, but the number is not filled in.
     if (albumCount >= 2)
         text = formattedText(text, "@", JXSharedCountFormatter()->stringFromInteger(albumCount));
     return scope.handOver(text);

@@ -6,7 +6,7 @@
 
 namespace wickerlane {
 
-/// The kind that all items have; JXAssetKindFourth for none and for several kinds.
+/// The kind of all items; JXAssetKindFourth for no items and for items of several kinds.
 [[nodiscard]] std::uint16_t photoTypeForItems(JXItemCollection items);
 
 } // namespace wickerlane

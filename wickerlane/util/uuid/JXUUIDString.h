@@ -1,4 +1,4 @@
-// UUIDs that travel as strings.
+// UUIDs as strings.
 #ifndef WICKERLANE_UTIL_UUID_JXUUIDSTRING_H
 #define WICKERLANE_UTIL_UUID_JXUUIDSTRING_H
 
@@ -6,24 +6,25 @@
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/object/String.h"
 
-/// A string whose characters are the text of a UUID, 36 of them in upper case, and which keeps its 16 bytes
-/// beside them. It goes wherever a string goes. Two of exactly this class are compared by their bytes, whose
-/// order is that of their texts; a subclass, or another string of the same text, is compared by its
-/// characters. Immutable: may be shared between threads.
+/// A string of the 36 characters of a UUID, in upper case, that keeps the 16 bytes as well. It works wherever
+/// a string does. Two strings of exactly this class are compared by their bytes, which have the order of the
+/// texts; with a subclass or any other string it is compared by characters. Immutable, and so safe to share
+/// between threads.
 class WL_EXPORT JXUUIDString : public wickerlane::String {
     WL_OBJECT
 public:
-    /// UUIDString: one for a freshly generated UUID; borrowed.
+    /// UUIDString: the string of a new UUID; borrowed.
     static JXUUIDString *UUIDString();
-    /// init: one for a freshly generated UUID.
+    /// init: the string of a new UUID.
     [[nodiscard]] static wickerlane::Ref<JXUUIDString> init();
-    /// initWithUUID: copies 16 bytes; for null, generates a new UUID.
+    /// initWithUUID: the string of 16 bytes, which are copied; for null, of a new UUID.
     [[nodiscard]] static wickerlane::Ref<JXUUIDString> initWithUUID(const unsigned char *uuid);
-    /// initWithBaseUUIDBytes:
+    /// initWithBaseUUIDBytes: the string of 16 bytes.
     [[nodiscard]] static wickerlane::Ref<JXUUIDString> initWithBaseUUIDBytes(wickerlane::UUIDBytes bytes);
-    /// initWithBaseUUID: that of the object; for null, generates a new UUID.
+    /// initWithBaseUUID: the string of a UUID object; for null, of a new UUID.
     [[nodiscard]] static wickerlane::Ref<JXUUIDString> initWithBaseUUID(const wickerlane::UUID *uuid);
-    /// initWithUUIDData: null for null and for data that does not hold exactly 16 bytes.
+    /// initWithUUIDData: the string of data of exactly 16 bytes; null for null and for data of another
+    /// length.
     [[nodiscard]] static wickerlane::Ref<JXUUIDString> initWithUUIDData(const wickerlane::Data *data);
 
     /// A new copy of the 16 bytes; borrowed.
@@ -38,7 +39,8 @@ public:
     void copyCharacters(char16_t *destination, wickerlane::Range range) const override;
     [[nodiscard]] bool isEqualToString(const wickerlane::String *other) const override;
     using wickerlane::String::compare;
-    /// Between two of exactly this class, options, range and locale do not count: UUIDs compare as a whole.
+    /// Between two strings of exactly this class options, range and locale are ignored: UUIDs compare as a
+    /// whole.
     [[nodiscard]] std::strong_ordering compare(const wickerlane::String *other,
                                                wickerlane::CompareOptions options, wickerlane::Range range,
                                                const char *locale = nullptr) const override;
@@ -56,11 +58,11 @@ private:
     char _uuidString[37];
 };
 
-/// The 16 bytes of the UUID that a string spells, in either case; borrowed. Null for null and for a string
-/// that spells none. A JXUUIDString is not parsed. Thread-safe.
+/// The 16 bytes of the UUID in a string, in upper or lower case; borrowed. Null for null and for a string
+/// that is not a UUID. A JXUUIDString is not parsed. Thread-safe.
 WL_EXTERN_C wickerlane::Data *JXUUIDDataFromString(const wickerlane::String *string);
 
-/// The same by value; 16 zero bytes for null and for a string that spells no UUID.
+/// The same by value; 16 zero bytes for null and for a string that is not a UUID. Thread-safe.
 WL_EXTERN_C wickerlane::UUIDBytes JXUUIDBytesFromString(const wickerlane::String *string);
 
 /// The string for 16 bytes; borrowed. Null for null and for data of another length. Thread-safe.
