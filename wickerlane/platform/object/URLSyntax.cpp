@@ -228,14 +228,12 @@ View hostOf(View authority) noexcept {
 std::string resolved(const Split &reference, const Split &base) {
     Split target = reference;
     std::string path;
-    if (reference.scheme || reference.authority) {
+    if (reference.scheme || reference.authority || reference.path.starts_with('/')) {
         path = withoutDots(reference.path);
     } else if (reference.path.empty()) {
         path = base.path;
         if (!reference.query)
             target.query = base.query;
-    } else if (reference.path.starts_with('/')) {
-        path = withoutDots(reference.path);
     } else if (base.authority && base.path.empty()) {
         path = withoutDots("/" + std::string(reference.path));
     } else {
