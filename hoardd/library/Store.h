@@ -64,7 +64,7 @@ public:
         sqlite::Transaction transaction(database);
         if (!transaction.isOpen())
             return Outcome(failed());
-        Outcome outcome = [&]() -> Outcome {
+        Outcome outcome = [&]() WL_REQUIRES(databaseMutex) -> Outcome {
             if constexpr (!std::is_same_v<Made, bool>)
                 return make(database);
             else if (!make(database))
