@@ -8,6 +8,7 @@
 #include <span>
 #include <thread>
 
+#include "hoardd/library/DurableFolders.h"
 #include "wickerlane/platform/file/FileLock.h"
 #include "wickerlane/platform/file/Files.h"
 
@@ -35,15 +36,12 @@ UniqueFd takeLock(const std::string &path) {
     return lock;
 }
 
-/// Makes a folder that survives a crash. False, with errno, on failure.
-bool makeLastingFolder(const std::string &path) {
-    return makeFolders(path) && syncFolder(path.substr(0, path.rfind('/')));
-}
-
 } // namespace
 
-Library::Library(UniqueFd held, std::unique_ptr<Store> writer, Ref<store::ObjectStore> opened)
-    : lock(std::move(held)), store(std::move(writer)), reader(std::move(opened)) {
+Library::Library(UniqueFd held, std::unique_ptr<Store> writer, Ref<store::ObjectStore> opened,
+                 MediaWorkersOptions mediaWorkers)
+    : lock(std::move(held)), store(std::move(writer)), reader(std::move(opened)),
+      workers(std::move(mediaWorkers)) {
     store->whenCountsChange([this] { countNotice.noteChange(); });
 }
 
@@ -51,12 +49,13 @@ Result<sqlite::Database> Library::openReader() const {
     return sqlite::Database::open(paths().database(), sqlite::Database::Access::read);
 }
 
-Result<std::unique_ptr<Library>> Library::open(const store::LibraryPaths &paths) {
+Result<std::unique_ptr<Library>> Library::open(const store::LibraryPaths &paths,
+                                               MediaWorkersOptions mediaWorkers) {
     for (const std::string &folder :
          {paths.folder(), paths.folder() + "/PhotoData", paths.folder() + "/DCIM",
           paths.folder() + "/PhotoData/Thumbnails", paths.saving(), paths.incoming()})
-        if (!makeLastingFolder(folder))
-            return failSystem("make", folder);
+        if (const auto made = makeDurableFolder(folder); !made)
+            return passOn(made);
     UniqueFd lock = takeLock(paths.lock());
     if (!lock)
         return failSystem("lock", paths.lock());
@@ -67,7 +66,8 @@ Result<std::unique_ptr<Library>> Library::open(const store::LibraryPaths &paths)
     auto reader = store::ObjectStore::open(paths, &problem);
     if (!reader)
         return fail(ProblemKind::failed, problem, paths.database());
-    std::unique_ptr<Library> library(new Library(std::move(lock), *std::move(writer), std::move(reader)));
+    std::unique_ptr<Library> library(
+        new Library(std::move(lock), *std::move(writer), std::move(reader), std::move(mediaWorkers)));
     library->countNotice.noteChange(); // one that was killed may not have come to it
     return library;
 }

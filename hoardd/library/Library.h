@@ -20,7 +20,8 @@ class Library {
 public:
     /// Opens a library, and makes it if there is none.
     /// Fails also when another process has had it open for longer than one takes to end.
-    [[nodiscard]] static Result<std::unique_ptr<Library>> open(const store::LibraryPaths &paths);
+    [[nodiscard]] static Result<std::unique_ptr<Library>> open(const store::LibraryPaths &paths,
+                                                               MediaWorkersOptions mediaWorkers = {});
 
     [[nodiscard]] const store::LibraryPaths &paths() const noexcept { return reader->paths(); }
     /// Finds assets, over a connection that only reads.
@@ -42,7 +43,8 @@ public:
     }
 
 private:
-    Library(UniqueFd held, std::unique_ptr<Store> writer, Ref<store::ObjectStore> opened);
+    Library(UniqueFd held, std::unique_ptr<Store> writer, Ref<store::ObjectStore> opened,
+            MediaWorkersOptions mediaWorkers);
 
     UniqueFd lock;
     CountNotice countNotice;

@@ -119,6 +119,12 @@ Result<> Store::insert(std::span<Pending *const> group) {
     return {};
 }
 
+Result<> Store::remove(std::string_view uuid) {
+    return change([&](Database &opened) {
+        return opened.prepare("DELETE FROM zgenericasset WHERE uuid = ?").bind(uuid).run();
+    });
+}
+
 Failure Store::failed() {
     return failedOn(database);
 }

@@ -36,6 +36,9 @@ public:
     /// What several threads add at the same time is committed in one transaction.
     [[nodiscard]] Result<> add(std::span<Addition> additions);
 
+    /// Removes the row of an asset, and with it all that the store says of it. Succeeds without one.
+    [[nodiscard]] Result<> remove(std::string_view uuid);
+
     /// The oldest asset whose original has that sum; nothing when there is none.
     [[nodiscard]] Result<std::optional<store::AssetRecord>> assetWithSum(const store::Sha256 &sum);
 

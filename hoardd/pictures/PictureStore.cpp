@@ -47,16 +47,11 @@ bool storePurgedPreview(Database &database, std::string_view uuid) {
 }
 
 Result<std::vector<std::string>> sharedAssetsWithThumbnails(Database &database) {
-    auto rows = database.prepare(
-        "SELECT uuid FROM zgenericasset WHERE thumbnailindex > 0 AND pk IN "
-        "(SELECT asset FROM zalbumasset JOIN zalbum ON zalbum.pk = album WHERE streamid IS NOT NULL) "
-        "ORDER BY pk");
-    std::vector<std::string> uuids;
-    while (rows.next())
-        uuids.emplace_back(rows.text(0));
-    if (rows.failed())
-        return fail(database.problem());
-    return uuids;
+    return database
+        .prepare("SELECT uuid FROM zgenericasset WHERE thumbnailindex > 0 AND pk IN "
+                 "(SELECT asset FROM zalbumasset JOIN zalbum ON zalbum.pk = album "
+                 "WHERE streamid IS NOT NULL) ORDER BY pk")
+        .all([](const sqlite::Statement &row) { return std::string(row.text(0)); });
 }
 
 } // namespace wickerlane::hoardd

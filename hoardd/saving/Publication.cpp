@@ -108,9 +108,7 @@ Result<> removeAsset(Library &library, const AssetRecord &asset) {
     const std::string folder = library.paths().saving() + '/' + asset.filename;
     if (auto made = makeDurableFolder(folder); !made)
         return made;
-    auto removed = library.writer().change([&](sqlite::Database &database) {
-        return database.prepare("DELETE FROM zgenericasset WHERE uuid = ?").bind(asset.uuid).run();
-    });
+    auto removed = library.writer().remove(asset.uuid);
     // A commit that failed may still come to light after a crash: the folder stays for recoverSaves().
     if (removed)
         removeFiles(library.paths(), folder, asset);

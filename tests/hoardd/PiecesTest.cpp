@@ -1,23 +1,15 @@
 // The daemon's pieces by themselves.
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/mman.h>
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <filesystem>
 #include <future>
-#include <random>
 #include <thread>
 
-#include "hoardd/library/FileCopy.h"
-#include "hoardd/library/Sha256.h"
 #include "hoardd/library/Store.h"
 #include "hoardd/service/JobQueue.h"
 #include "tests/support/Descriptors.h"
-#include "wickerlane/platform/file/Files.h"
-#include "wickerlane/platform/message/listener/MessageListener.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/process/ProcessTransaction.h"
 
@@ -25,38 +17,6 @@ using namespace wickerlane;
 using namespace wickerlane::hoardd;
 
 namespace {
-
-TEST(FileCopy, KeepsEveryByteAlsoBetweenFileSystems) {
-    std::vector<std::byte> bytes(700'001);
-    std::mt19937 random(5);
-    for (std::byte &byte : bytes)
-        byte = static_cast<std::byte>(random());
-    const std::string path = rootPath() + "/source";
-    ASSERT_TRUE(replaceFile(path, bytes));
-    const UniqueFd onDisk = openFile(path, O_RDONLY), inMemory(memfd_create("source", MFD_CLOEXEC));
-    ASSERT_TRUE(writeAll(inMemory.get(), bytes));
-    for (const int source : {onDisk.get(), inMemory.get()}) {
-        const std::string copied = rootPath() + "/copy";
-        const UniqueFd destination = openFile(copied, O_RDWR | O_CREAT | O_TRUNC);
-        EXPECT_TRUE(copyFile(source, destination.get(), copied));
-        std::vector<std::byte> back;
-        ASSERT_TRUE(readFile(copied, back, 1 << 20));
-        EXPECT_EQ(back, bytes);
-    }
-    const UniqueFd unwritable(open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    EXPECT_FALSE(copyFile(onDisk.get(), unwritable.get(), path));
-}
-
-TEST(Sha256, IsTheKnownSum) {
-    const std::string path = rootPath() + "/abc";
-    ASSERT_TRUE(replaceFile(path, std::as_bytes(std::span("abc", 3))));
-    const UniqueFd file = openFile(path, O_RDONLY);
-    const auto sum = sha256OfFile(file.get(), path);
-    ASSERT_TRUE(sum);
-    constexpr std::array<unsigned char, 6> start{0xBA, 0x78, 0x16, 0xBF, 0x8F, 0x01};
-    EXPECT_EQ(std::memcmp(sum->data(), start.data(), start.size()), 0);
-    EXPECT_FALSE(sha256OfFile(-1, path));
-}
 
 Store::Addition newAddition() {
     Store::Addition addition;

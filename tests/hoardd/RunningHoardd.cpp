@@ -10,7 +10,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <thread>
 
 #include "tests/support/Descriptors.h"
 #include "wickerlane/platform/file/Files.h"
@@ -83,9 +82,10 @@ std::vector<pid_t> RunningHoardd::childrenOf(pid_t process) {
 std::vector<pid_t> RunningHoardd::mediaWorkersOf(pid_t process) {
     const std::size_t expected = std::clamp(std::thread::hardware_concurrency(), 1U, 4U);
     std::vector<pid_t> workers;
-    do
+    EXPECT_TRUE(comesTrue([&] {
         workers = childrenOf(process);
-    while (workers.size() < expected);
+        return workers.size() >= expected;
+    }));
     return workers;
 }
 

@@ -4,7 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "tests/support/TestImages.h"
@@ -67,6 +69,18 @@ protected:
     store::LibraryPaths paths;
     Ref<MessageConnection> connection;
 };
+
+/// Whether a condition comes true within a minute.
+template <class Condition>
+[[nodiscard]] bool comesTrue(const Condition &condition) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline)
+            return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+}
 
 /// The text under a key of a result; empty when it is missing.
 std::string textIn(const Dictionary *result, std::string_view key);

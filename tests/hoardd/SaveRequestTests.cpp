@@ -1,4 +1,4 @@
-// Saving assets and getting them back.
+// Requests to save assets, and to get them back.
 #include <fcntl.h>
 #include <sys/stat.h>
 
@@ -17,7 +17,7 @@ using namespace wickerlane::test;
 
 namespace {
 
-class Saving : public RunningHoardd {
+class SaveRequest : public RunningHoardd {
 protected:
     /// What the operations 1 and 2 give for an asset.
     FileBytes throughDescriptor(const Dictionary *result) const {
@@ -36,7 +36,7 @@ protected:
     std::uint64_t count(const char *key) const { return answer(request(16).get())->getUInt64(key); }
 };
 
-TEST_F(Saving, APictureComesBackByteForByteByEveryRoad) {
+TEST_F(SaveRequest, APictureComesBackByteForByteByEveryRoad) {
     ReleaseScope scope;
     TestExif exif;
     exif.orientation = 6;
@@ -78,7 +78,7 @@ TEST_F(Saving, APictureComesBackByteForByteByEveryRoad) {
     EXPECT_EQ(count("videoCount"), 0U);
 }
 
-TEST_F(Saving, EveryImageFormatIsUprightAndOfItsSize) {
+TEST_F(SaveRequest, EveryImageFormatIsUprightAndOfItsSize) {
     ReleaseScope scope;
     // Orientation 6 turns the stored picture clockwise: what was bottom left comes to the top left.
     TestExif turned;
@@ -105,7 +105,7 @@ TEST_F(Saving, EveryImageFormatIsUprightAndOfItsSize) {
         EXPECT_NEAR(pixels.at(4, 4).red, cornerYellow.red, 12) << "format " << format;
         EXPECT_NEAR(pixels.at(4, 4).blue, cornerYellow.blue, 12) << "format " << format;
     }
-    // A thumbnail that was lost is made anew.
+    // A thumbnail that was lost is made again.
     std::filesystem::remove(paths.thumbnail(textIn(result, "uuid"), store::ThumbnailSize::small));
     EXPECT_EQ(decodedPicture(imageData(result, 1)).height, 256U);
 
@@ -116,7 +116,7 @@ TEST_F(Saving, EveryImageFormatIsUprightAndOfItsSize) {
     EXPECT_EQ(refusal(message.get()), "there is no image format 5");
 }
 
-TEST_F(Saving, AFileIsCopiedAndStaysUnlessItWasPutIntoTheLibraryForSaving) {
+TEST_F(SaveRequest, AFileIsCopiedAndStaysUnlessItWasPutIntoTheLibraryForSaving) {
     ReleaseScope scope;
     const FileBytes picture = pngOf(fourCorners(40, 30));
     const std::string own = store::LibraryPaths().folder() + "-holiday picture.png";
@@ -155,7 +155,7 @@ TEST_F(Saving, AFileIsCopiedAndStaysUnlessItWasPutIntoTheLibraryForSaving) {
     }
 }
 
-TEST_F(Saving, ASurfaceBecomesAPictureAsItsNameAsks) {
+TEST_F(SaveRequest, ASurfaceBecomesAPictureAsItsNameAsks) {
     ReleaseScope scope;
     const auto job = Dictionary::createWithKeys({{"originalFilename", String::of("drawing.png")}});
     const MutableDictionary *lossless = save(job.get(), surfaceOf(300, 200).get());
@@ -173,7 +173,7 @@ TEST_F(Saving, ASurfaceBecomesAPictureAsItsNameAsks) {
     EXPECT_EQ(numberIn(lossy, "width"), 300);
 }
 
-TEST_F(Saving, WhatCantBeDecodedIsKeptWithTheReason) {
+TEST_F(SaveRequest, WhatCantBeDecodedIsKeptWithTheReason) {
     ReleaseScope scope;
     FileBytes broken = jpegOf(fourCorners(200, 100));
     broken.resize(40);
@@ -204,7 +204,7 @@ TEST_F(Saving, WhatCantBeDecodedIsKeptWithTheReason) {
     EXPECT_EQ(count("videoCount"), 1U);
 }
 
-TEST_F(Saving, AnAssetIsListedWithItsPreviewBeforeItsThumbnailsAreMade) {
+TEST_F(SaveRequest, AnAssetIsListedWithItsPreviewBeforeItsThumbnailsAreMade) {
     ReleaseScope scope;
     TestExif exif;
     exif.dateTimeOriginal = "2021:06:15 10:20:30";
@@ -228,7 +228,7 @@ TEST_F(Saving, AnAssetIsListedWithItsPreviewBeforeItsThumbnailsAreMade) {
     EXPECT_TRUE(std::filesystem::is_empty(paths.saving()));
 }
 
-TEST_F(Saving, WhatOnlyTurnsOutToBeDamagedWhenItIsDecodedIsKeptWithTheReason) {
+TEST_F(SaveRequest, WhatOnlyTurnsOutToBeDamagedWhenItIsDecodedIsKeptWithTheReason) {
     ReleaseScope scope;
     FileBytes cut = tiffOf(fourCorners(400, 300));
     cut.resize(300);
@@ -246,7 +246,7 @@ TEST_F(Saving, WhatOnlyTurnsOutToBeDamagedWhenItIsDecodedIsKeptWithTheReason) {
     }
 }
 
-TEST_F(Saving, ARawFileIsKeptAsSuch) {
+TEST_F(SaveRequest, ARawFileIsKeptAsSuch) {
     ReleaseScope scope;
     const FileBytes file = rawOf({.preview = jpegOf(fourCorners(600, 400))});
     const auto job = Dictionary::createWithKeys(
@@ -260,7 +260,7 @@ TEST_F(Saving, ARawFileIsKeptAsSuch) {
     EXPECT_EQ(imageData(saved, 0), file);
 }
 
-TEST_F(Saving, AJobWithoutDataIsToldFromOneThatIsWrong) {
+TEST_F(SaveRequest, AJobWithoutDataIsToldFromOneThatIsWrong) {
     ReleaseScope scope;
     const std::string empty = rootPath() + "/empty.jpg", pipe = rootPath() + "/pipe";
     writeFile(empty, {});
@@ -308,7 +308,7 @@ TEST_F(Saving, AJobWithoutDataIsToldFromOneThatIsWrong) {
     EXPECT_TRUE(std::filesystem::is_empty(paths.saving()));
 }
 
-TEST_F(Saving, ABatchAnswersEachJobInItsPlace) {
+TEST_F(SaveRequest, ABatchAnswersEachJobInItsPlace) {
     ReleaseScope scope;
     constexpr std::size_t jobs = 50;
     auto coded = MessageArray::create();
@@ -347,7 +347,7 @@ TEST_F(Saving, ABatchAnswersEachJobInItsPlace) {
     EXPECT_EQ(answer(message.get())->getArray("resultJobDictionaries")->count(), 0U);
 }
 
-TEST_F(Saving, AFullQueueIsSaid) {
+TEST_F(SaveRequest, AFullQueueIsSaid) {
     ReleaseScope scope;
     describeService({"--idle-seconds", "60", "--max-jobs", "0"});
     const auto job = Dictionary::createWithKeys({{"imageData", dataOf(pngOf(fourCorners(4, 4))).get()}});
@@ -363,7 +363,7 @@ TEST_F(Saving, AFullQueueIsSaid) {
     EXPECT_EQ(refusal(batch.get()), "too many jobs are waiting; try again later");
 }
 
-TEST_F(Saving, ShortRequestsAreAnsweredWhileALongOneRuns) {
+TEST_F(SaveRequest, ShortRequestsAreAnsweredWhileALongOneRuns) {
     ReleaseScope scope;
     answer(request(15).get()); // opens the library, and with it the media workers
     const std::vector<pid_t> workers = mediaWorkersOf(daemon().id);

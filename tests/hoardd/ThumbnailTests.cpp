@@ -1,0 +1,198 @@
+// Thumbnails, edited renditions and the preview well, each by itself.
+#include "hoardd/pictures/Thumbnails.h"
+
+#include <sys/stat.h>
+
+#include "hoardd/pictures/PictureStore.h"
+#include "hoardd/pictures/PreviewWell.h"
+#include "hoardd/pictures/Renditions.h"
+#include "hoardd/pictures/ShownPicture.h"
+#include "tests/hoardd/OpenLibrary.h"
+#include "wickerlane/platform/file/Files.h"
+
+using namespace wickerlane;
+using namespace wickerlane::hoardd;
+using namespace wickerlane::test;
+using store::AssetRecord;
+using store::ThumbnailSize;
+namespace fs = std::filesystem;
+
+namespace {
+
+class Thumbnails : public OpenLibrary {
+protected:
+    [[nodiscard]] Pixels small(const AssetRecord &asset) const {
+        return decodedPicture(contentsOf(paths.thumbnail(asset.uuid, ThumbnailSize::small)));
+    }
+    [[nodiscard]] ino_t fileOf(const AssetRecord &asset) const {
+        struct stat status {};
+        stat(paths.thumbnail(asset.uuid, ThumbnailSize::small).c_str(), &status);
+        return status.st_ino;
+    }
+    void letThemBeDue(const AssetRecord &asset) const {
+        ASSERT_TRUE(library().writer().change([&](sqlite::Database &database) {
+            return database.prepare("INSERT INTO zduethumbnail VALUES (?)").bind(asset.primaryKey).run();
+        }));
+    }
+    [[nodiscard]] std::int64_t dueCount() const {
+        return library().openReader()->integer("SELECT count(*) FROM zduethumbnail").value_or(-1);
+    }
+    [[nodiscard]] std::int64_t changeCount() const {
+        return library().openReader()->integer("SELECT count(*) FROM zchange").value_or(-1);
+    }
+};
+using Rendition = Thumbnails;
+
+TEST_F(Thumbnails, AreMadeAgainWhenTheyAreMissingOrForced) {
+    AssetRecord asset = saved(jpegOf(fourCorners(400, 200)));
+    EXPECT_EQ(asset.thumbnailIndex, 1);
+    const struct {
+        const char *what;
+        bool isMissing;
+        ThumbnailWish wish;
+        bool isMade;
+        std::int64_t thumbnailIndex;
+    } cases[] = {
+        {"nothing is missing", false, {}, false, 1},
+        {"nothing is missing, so that there is nothing new", false, {.newIndex = true}, false, 1},
+        {"missing", true, {}, true, 1},
+        {"missing, and caches are to notice", true, {.newIndex = true}, true, 2},
+        {"forced", false, {.isForced = true}, true, 2},
+        {"forced, and caches are to notice", false, {.isForced = true, .newIndex = true}, true, 3},
+    };
+    for (const auto &[what, isMissing, wish, isMade, thumbnailIndex] : cases) {
+        const std::string path = paths.thumbnail(asset.uuid, ThumbnailSize::small);
+        // A second name keeps the number of the file from being given again.
+        fs::create_hard_link(path, rootPath() + "/" + std::to_string(fileOf(asset)));
+        const ino_t before = fileOf(asset);
+        if (isMissing)
+            fs::remove(path);
+        const std::int64_t changes = changeCount();
+        EXPECT_TRUE(makeThumbnails(library(), asset, wish)) << what;
+        EXPECT_EQ(fileOf(asset) != before, isMade) << what;
+        fs::remove(rootPath() + "/" + std::to_string(before));
+        EXPECT_EQ(small(asset).width, 256U) << what;
+        const std::int64_t counted = recordOf(asset.uuid).thumbnailIndex - asset.thumbnailIndex;
+        EXPECT_EQ(changeCount() - changes, counted) << what << ": readers hear of new ones only";
+        asset = recordOf(asset.uuid);
+        EXPECT_EQ(asset.thumbnailIndex, thumbnailIndex) << what;
+    }
+    EXPECT_EQ(faults(), "");
+}
+
+TEST_F(Thumbnails, ThatAreDueAreMadeOnceWithTheReasonWhereThePictureIsDamaged) {
+    const AssetRecord plain = saved(jpegOf(fourCorners(400, 200)));
+    const AssetRecord damaged = saved(jpegOf(fourCorners(300, 200)));
+    const AssetRecord missing = saved(jpegOf(fourCorners(200, 200)));
+    const AssetRecord notDue = saved(jpegOf(fourCorners(100, 200)));
+    for (const AssetRecord &each : {plain, damaged, missing})
+        letThemBeDue(each);
+    fs::permissions(paths.original(damaged), fs::perms::owner_all);
+    fs::resize_file(paths.original(damaged), 40);
+    fs::rename(paths.original(missing), rootPath() + "/away");
+
+    const AssetRecord assets[] = {plain, damaged, missing, notDue};
+    const auto results = makeDueThumbnails(library(), assets);
+    ASSERT_EQ(results.size(), std::size(assets));
+    EXPECT_EQ(results[0]->thumbnailIndex, 2);
+    EXPECT_EQ(recordOf(plain.uuid).thumbnailIndex, 2);
+    EXPECT_NE(results[1]->problem, "");
+    EXPECT_EQ(recordOf(damaged.uuid).problem, results[1]->problem);
+    EXPECT_EQ(recordOf(damaged.uuid).width, 0U);
+    ASSERT_FALSE(results[2]);
+    EXPECT_EQ(results[2].error().kind, ProblemKind::notFound);
+    EXPECT_EQ(recordOf(notDue.uuid).thumbnailIndex, 1);
+    EXPECT_EQ(dueCount(), 1) << "that of the missing one";
+
+    fs::rename(rootPath() + "/away", paths.original(missing));
+    makeThumbnailsLeftDue(library());
+    EXPECT_EQ(dueCount(), 0);
+    EXPECT_EQ(recordOf(missing.uuid).thumbnailIndex, 2);
+    EXPECT_EQ(recordOf(plain.uuid).thumbnailIndex, 2);
+}
+
+TEST_F(Thumbnails, ThatCantBeStoredStayDue) {
+    const AssetRecord asset = saved(jpegOf(fourCorners(400, 200)));
+    letThemBeDue(asset);
+    ASSERT_TRUE(library().writer().change([](sqlite::Database &database) {
+        return database.execute("CREATE TRIGGER refuse BEFORE DELETE ON zduethumbnail BEGIN "
+                                "SELECT RAISE(ABORT, 'not today'); END");
+    }));
+    EXPECT_EQ(makeDueThumbnails(library(), std::span(&asset, 1)).front().error().text, "not today");
+    EXPECT_EQ(recordOf(asset.uuid).thumbnailIndex, 1) << "rolled back";
+    EXPECT_EQ(dueCount(), 1);
+}
+
+TEST_F(Rendition, ReplacesTheEarlierOneAndItsThumbnails) {
+    const AssetRecord asset = saved(jpegOf(fourCorners(400, 200)));
+    const FileBytes first = pngOf(fourCorners(90, 300)), second = pngOf(fourCorners(300, 90));
+    const auto path = [&] { return renditionPath(library(), asset).value(); };
+    EXPECT_EQ(path(), "");
+    EXPECT_EQ(shownPicturePath(library(), asset).value(), paths.original(asset));
+    for (int time = 0; time < 2; ++time) { // twice, as one call of a client sends it
+        EXPECT_TRUE(setRendition(library(), asset, *dataOf(first), nullptr));
+        EXPECT_EQ(recordOf(asset.uuid).thumbnailIndex, 2);
+    }
+    const std::string earlier = path();
+    EXPECT_EQ(contentsOf(earlier), first);
+    EXPECT_EQ(shownPicturePath(library(), asset).value(), earlier);
+    EXPECT_EQ(small(asset).width, 77U);
+
+    const auto undecodable = setRendition(library(), asset, *dataOf(FileBytes(50, std::byte{1})), nullptr);
+    ASSERT_FALSE(undecodable);
+    EXPECT_EQ(undecodable.error().kind, ProblemKind::invalid);
+    EXPECT_EQ(path(), earlier);
+    EXPECT_EQ(recordOf(asset.uuid).thumbnailIndex, 2);
+
+    EXPECT_TRUE(setRendition(library(), asset, *dataOf(second), nullptr));
+    EXPECT_EQ(contentsOf(path()), second);
+    EXPECT_FALSE(fs::exists(earlier));
+    EXPECT_EQ(small(asset).height, 77U);
+    EXPECT_EQ(recordOf(asset.uuid).thumbnailIndex, 3);
+    EXPECT_EQ(dueCount(), 0);
+
+    // Thumbnails that are made again show the rendition.
+    EXPECT_TRUE(makeThumbnails(library(), asset, {.isForced = true}));
+    EXPECT_EQ(small(asset).height, 77U);
+    EXPECT_EQ(faults(), "");
+}
+
+TEST_F(Rendition, OfAnAssetThatHasGoneLeavesNothing) {
+    AssetRecord nobody;
+    nobody.uuid = "AAAAAAAA-0000-4000-8000-00000000ABCD";
+    const auto set = setRendition(library(), nobody, *dataOf(pngOf(fourCorners(4, 4))), nullptr);
+    ASSERT_FALSE(set);
+    EXPECT_EQ(set.error().kind, ProblemKind::notFound);
+    EXPECT_EQ(makeThumbnails(library(), nobody, {}).error().kind, ProblemKind::notFound);
+    EXPECT_EQ(faults(), "");
+}
+
+TEST_F(Rendition, ThatCantBeStoredGoesAgain) {
+    const AssetRecord asset = saved(jpegOf(fourCorners(400, 200)));
+    ASSERT_TRUE(library().writer().change([](sqlite::Database &database) {
+        return database.execute("CREATE TRIGGER refuse BEFORE INSERT ON zrendition BEGIN "
+                                "SELECT RAISE(ABORT, 'not today'); END");
+    }));
+    const auto set = setRendition(library(), asset, *dataOf(pngOf(fourCorners(4, 4))), nullptr);
+    ASSERT_FALSE(set);
+    EXPECT_EQ(set.error().text, "not today");
+    EXPECT_EQ(small(asset).height, 128U) << "the thumbnails are the earlier ones";
+    EXPECT_EQ(faults(), "");
+}
+
+TEST_F(Thumbnails, ThePreviewWellShowsOneAssetOrNone) {
+    const AssetRecord one = saved(jpegOf(fourCorners(400, 200))),
+                      other = saved(jpegOf(fourCorners(200, 400)));
+    EXPECT_FALSE(isInPreviewWell(library(), one));
+    EXPECT_TRUE(showInPreviewWell(library(), one));
+    EXPECT_TRUE(isInPreviewWell(library(), one));
+    EXPECT_FALSE(isInPreviewWell(library(), other));
+    EXPECT_TRUE(showInPreviewWell(library(), other));
+    EXPECT_FALSE(isInPreviewWell(library(), one));
+    EXPECT_EQ(decodedPicture(contentsOf(paths.previewWell())).height, 256U);
+    EXPECT_TRUE(clearPreviewWell(library()));
+    EXPECT_FALSE(isInPreviewWell(library(), other));
+    EXPECT_TRUE(clearPreviewWell(library())) << "it is empty already";
+}
+
+} // namespace
