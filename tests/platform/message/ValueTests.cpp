@@ -341,6 +341,30 @@ TEST(MessageDecoder, RefusesWhatIsNotAMessage) {
         EXPECT_EQ(decode(valid.substr(0, length)), nullptr) << length;
 }
 
+TEST(MessageDecoder, RefusesAKeyThatComesTwiceAmongFewOrMany) {
+    const auto number = [](std::size_t value) { return std::string(reinterpret_cast<char *>(&value), 4); };
+    const auto encoded = [&](const std::vector<std::string> &keys) {
+        std::string bytes = number(keys.size());
+        for (const std::string &key : keys)
+            bytes += number(3 | key.size() << 8) + key + std::string("\0\1", 2);
+        return bytes;
+    };
+    for (const int count : {2, 16, 17, 1000}) {
+        std::vector<std::string> keys;
+        for (int i = 0; i < count; ++i)
+            keys.push_back(std::to_string(i));
+        for (const bool isTwice : {false, true}) {
+            if (isTwice)
+                keys.back() = keys.front();
+            const std::string inner = encoded(keys);
+            const std::string outer =
+                number(1) + number(10 | 1 << 8) + std::string("d\0", 2) + number(inner.size()) + inner;
+            EXPECT_EQ(decode(inner) == nullptr, isTwice) << count;
+            EXPECT_EQ(decode(outer) == nullptr, isTwice) << count << ", nested";
+        }
+    }
+}
+
 TEST(MessageDecoder, TakesDescriptorsOnlyAsTheyAreNamed) {
     const std::string one("\x01\0\0\0\x09\x01\0\0k\0\0", 11);
     const std::string memory("\x01\0\0\0\x08\x01\0\0k\0\0", 11);

@@ -12,11 +12,10 @@ namespace wickerlane {
 /// when it is idle (it then closes). Guarded by the connection's mutex. Its owner starts the timers and
 /// reports when they fire.
 ///
-///     timer    starts                            when it fires
-///     quiet    with the first activity           after activity it starts again; else the connection is
-///     quiet idle     when the connection is quiet      after activity, or while in use, it starts again;
-///     else the
-///                                                connection is idle
+///     timer    starts                       when it fires
+///     quiet    with the first activity      after activity it starts again; else the connection is quiet
+///     idle     when the connection is       after activity, or while in use, it starts again; else the
+///              quiet                        connection is idle
 class IdleTimer {
 public:
     /// How long nothing happens before a connection is quiet.

@@ -63,9 +63,10 @@ void ListenerPeer::transmit(const MessageEncoder &frame) {
     flush();
 }
 
-void ListenerPeer::startGathering() {
+void ListenerPeer::startGathering(bool handlersMayBlock) {
     const MutexLock lock(mutex);
     gatheringThread = std::this_thread::get_id();
+    gathersByTimer = handlersMayBlock;
 }
 
 void ListenerPeer::stopGathering() {
@@ -79,7 +80,7 @@ void ListenerPeer::sendGathered() {
 }
 
 void ListenerPeer::flushSoon() {
-    if (std::exchange(isFlushDue, true))
+    if (!gathersByTimer || std::exchange(isFlushDue, true))
         return;
     WorkQueue::global()->after(gatherTime, [self = Ref<ListenerPeer>(this)] {
         const MutexLock lock(self->mutex);

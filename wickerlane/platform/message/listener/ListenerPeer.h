@@ -33,9 +33,9 @@ struct PeerIntakeState {
 ///     situation                          what is sent leaves
 ///     another thread is sending          on that thread
 ///     the socket is full                 on the intake thread, when there is room
-///     the thread gathers its answers     when the thread has stopped gathering, or 1 ms later (so that a
-///     slow
-///                                        handler does not hold up earlier answers), or once it is 64 KiB
+///     the thread gathers its answers     when the thread stops gathering, or once it is 64 KiB; where
+///                                        handlers may block, 1 ms later at most, so that none holds up
+///                                        earlier answers
 class ListenerPeer final : public MessagePeer {
 public:
     ListenerPeer(ListenerCore *owner, UniqueFd connected, PeerProcess peer, Ref<UserShare> user);
@@ -50,8 +50,9 @@ public:
     void replyError(std::uint64_t id, std::string_view description, std::int64_t kind);
     void transmit(const MessageEncoder &frame) WL_EXCLUDES(mutex);
 
-    /// From here to stopGathering() what the calling thread sends is gathered.
-    void startGathering() WL_EXCLUDES(mutex);
+    /// From here to stopGathering() what the calling thread sends is gathered. A timer is needed only where
+    /// the handlers may block.
+    void startGathering(bool handlersMayBlock) WL_EXCLUDES(mutex);
     /// What was gathered leaves with what is sent next, or with sendGathered().
     void stopGathering() WL_EXCLUDES(mutex);
     void sendGathered() WL_EXCLUDES(mutex);
@@ -107,6 +108,7 @@ private:
     bool isInTurn WL_GUARDED_BY(mutex) = false;   // the intake thread looks after it by itself
     bool isFlushDue WL_GUARDED_BY(mutex) = false; // a timer will send what is gathered
     std::thread::id gatheringThread WL_GUARDED_BY(mutex);
+    bool gathersByTimer WL_GUARDED_BY(mutex) = false;
 };
 
 } // namespace wickerlane

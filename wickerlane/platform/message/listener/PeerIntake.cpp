@@ -189,7 +189,7 @@ void PeerIntake::handleInOrder(ListenerPeer &peer, Messages messages) const {
     // Where one message may take longer than the next, each answer leaves at once.
     const bool gathers = !options.ordersEachPeer && messages.size() > 1;
     if (gathers)
-        peer.startGathering();
+        peer.startGathering(queue != nullptr);
     for (Ref<ReceivedMessage> &message : messages) {
         if (gathers && &message == &messages.back())
             peer.stopGathering(); // the last answer takes the others along

@@ -15,9 +15,8 @@ namespace wickerlane {
 ///     a peer is watched for    when
 ///     room to send             its socket was full and something waits
 ///     input                    it is admitted, fewer of its requests than the limit are unanswered, it
-///     leaves
-///                              no answer unread while its user's waiting answers exceed the limit, and the
-///                              user's share has room for the message that it has begun to send
+///                              leaves no answer unread while its user's waiting answers exceed the limit,
+///                              and the user's share has room for the message that it has begun to send
 ///     nothing                  else; it is then not registered, since its hang-up would be reported again
 ///                              and again
 class PeerIntake {
