@@ -30,17 +30,16 @@ namespace {
 
 const int rounds = bench::rounds(5);
 
-[[noreturn]] void give(const char *what, Database &database) {
-    std::fprintf(stderr, "%s: %s\n", what, database.problem().text.c_str());
-    std::exit(1);
+/// What was done must have succeeded.
+void sure(const wickerlane::Result<> &done, const char *what) {
+    if (!done)
+        bench::fail((std::string(what) + ": " + done.error().text).c_str());
 }
-
-/// A value that must be there.
 template <class Value>
-Value sure(std::optional<Value> value, const char *what, Database &database) {
+Value sure(wickerlane::Result<Value> value, const char *what) {
     if (!value)
-        give(what, database);
-    return std::move(*value);
+        bench::fail((std::string(what) + ": " + value.error().text).c_str());
+    return *std::move(value);
 }
 
 wickerlane::store::AssetRecord recordNumbered(std::size_t number, std::mt19937_64 &random) {
@@ -78,7 +77,7 @@ Fingerprint fingerprintNumbered(std::size_t number, std::mt19937_64 &random, con
     return {random(), random()};
 }
 
-bool fill(Database &database, std::size_t count) {
+void fill(Database &database, std::size_t count) {
     std::mt19937_64 random(count);
     Transaction transaction(database);
     auto statement = database.prepare(wickerlane::store::insertAsset);
@@ -87,11 +86,10 @@ bool fill(Database &database, std::size_t count) {
         const auto record = recordNumbered(i, random);
         bindRecord(statement, record);
         fingerprint = fingerprintNumbered(i, random, fingerprint);
-        if (!statement.run() ||
-            !writeFingerprint(database, {database.lastRowID(), record.uuid, 1}, fingerprint))
-            return false;
+        sure(statement.run(), "insert");
+        sure(writeFingerprint(database, {database.lastRowID(), record.uuid, 1}, fingerprint), "fingerprint");
     }
-    return transaction.commit();
+    sure(transaction.commit(), "commit");
 }
 
 double seconds(const std::function<void()> &work) {
@@ -140,18 +138,15 @@ struct Measure {
 
 void apply(Database &database, const auto &plan) {
     Transaction transaction(database);
-    if (!applyPlan(database, plan) || !transaction.commit())
-        give("apply", database);
+    sure(applyPlan(database, plan), "apply");
+    sure(transaction.commit(), "commit");
 }
 
 std::vector<Measure> measure(const std::string &folder, std::size_t count) {
-    auto opened = Database::open(folder + '/' + std::to_string(count) + ".sqlite", Database::Access::write);
-    if (!opened || !wickerlane::store::layOut(*opened) || !fill(*opened, count)) {
-        std::fprintf(stderr, "can't make a library: %s\n",
-                     (opened ? opened->problem() : opened.error()).text.c_str());
-        std::exit(1);
-    }
-    Database &database = *opened;
+    Database database = sure(
+        Database::open(folder + '/' + std::to_string(count) + ".sqlite", Database::Access::write), "open");
+    sure(wickerlane::store::layOut(database), "lay out");
+    fill(database, count);
     std::vector<Measure> measures;
     const auto add = [&](const char *what, const std::function<void()> &work) {
         const double megabytes = peakMegabytes(work);
@@ -159,12 +154,10 @@ std::vector<Measure> measure(const std::string &folder, std::size_t count) {
     };
 
     MomentPlan moments;
-    add("moments: plan the whole library",
-        [&] { moments = sure(planMoments(database, false), "plan", database); });
+    add("moments: plan the whole library", [&] { moments = sure(planMoments(database, false), "plan"); });
     const double first = seconds([&] { apply(database, moments); });
     measures.push_back({"moments: write all, once", first * 1e3, 0});
-    add("moments: plan it again, nothing new",
-        [&] { moments = sure(planMoments(database, false), "plan", database); });
+    add("moments: plan it again, nothing new", [&] { moments = sure(planMoments(database, false), "plan"); });
     std::mt19937_64 random(7);
     std::size_t next = count;
     add("moments: one new asset, around it", [&] {
@@ -172,21 +165,19 @@ std::vector<Measure> measure(const std::string &folder, std::size_t count) {
         record.uuid = std::to_string(next++);
         auto statement = database.prepare(wickerlane::store::insertAsset);
         bindRecord(statement, record);
-        if (!statement.run())
-            give("insert", database);
-        apply(database, sure(planMoments(database, true), "plan", database));
+        sure(statement.run(), "insert");
+        apply(database, sure(planMoments(database, true), "plan"));
     });
 
     DuplicatePlan duplicates;
-    add("duplicates: group the whole library",
-        [&] { duplicates = sure(planDuplicates(database), "plan", database); });
+    add("duplicates: group the whole library", [&] { duplicates = sure(planDuplicates(database), "plan"); });
     if (database.integer("SELECT count(*) FROM zmoment").value_or(0) == 0 ||
         duplicates.groups.size() < count / 20)
         bench::fail("moments or duplicates are missing");
     const double writing = seconds([&] { apply(database, duplicates); });
     measures.push_back({"duplicates: write all, once", writing * 1e3, 0});
     std::vector<Fingerprint> known;
-    add("duplicates: read all hashes", [&] { known = sure(readFingerprints(database), "read", database); });
+    add("duplicates: read all hashes", [&] { known = sure(readFingerprints(database), "read"); });
     constexpr int scans = 100;
     std::size_t found = 0;
     add("duplicates: 100 scans for one new asset", [&] {

@@ -1,7 +1,7 @@
 #include "hoardd/albums/AlbumHandlers.h"
 
+#include "hoardd/albums/AlbumStore.h"
 #include "hoardd/albums/Albums.h"
-#include "hoardd/library/Interim.h"
 #include "hoardd/library/Lookup.h"
 #include "hoardd/pictures/PreviewWell.h"
 #include "hoardd/saving/Publication.h"
@@ -19,14 +19,12 @@ Result<Answer> addGroup(Library &library, const Call &call) {
     const String *name = call.get(keys::name);
     if (name == nullptr || name->utf8().empty())
         return fail(ProblemKind::invalid, "an album needs a name");
-    const Albums::Made made = Albums(library).make(name->utf8(), {});
-    if (!made.problem.empty())
-        return fail(ProblemKind::failed, "can't make the album: " + made.problem);
-    Answer answer;
-    answer.set(keys::nameTaken, made.nameTaken);
-    if (!made.nameTaken)
-        answer.set(keys::groupURL, store::createAlbumURL(made.uuid).get());
-    return answer;
+    const auto uuid = makeAlbum(library, name->utf8());
+    if (!uuid && uuid.error().kind == ProblemKind::exists)
+        return Answer().set(keys::nameTaken, true);
+    if (!uuid)
+        return fail(uuid.error().kind, "can't make the album: " + uuid.error().text);
+    return Answer().set(keys::nameTaken, false).set(keys::groupURL, store::createAlbumURL(*uuid).get());
 }
 
 Result<Answer> addAssetToAlbum(Library &library, const Call &call) {
@@ -36,7 +34,7 @@ Result<Answer> addAssetToAlbum(Library &library, const Call &call) {
     const auto album = albumWithUUID(library, call.get(keys::albumUUID)->utf8());
     if (!album)
         return passOn(album);
-    if (const auto added = asResult(Albums(library).add(**asset, **album, call.peer().user)); !added)
+    if (const auto added = addToAlbum(library, **asset, **album, call.peer().user); !added)
         return passOn(added);
     return Answer().set(keys::success, true);
 }
@@ -57,25 +55,22 @@ Result<Answer> setExternalUsageIntent(Library &library, const Call &call) {
     const auto asset = assetWithURL(library, call.get(keys::assetURL));
     if (!asset)
         return passOn(asset);
-    const auto noted = library.writer().change([&](sqlite::Database &database) {
-        return database.prepare("UPDATE zgenericasset SET externalusageintent = ? WHERE pk = ?")
-            .bind(call.get(keys::externalUsageIntent), (*asset)->record().primaryKey)
-            .run();
-    });
+    const auto noted = library.writer().setExternalUsageIntent((*asset)->record().primaryKey,
+                                                               call.get(keys::externalUsageIntent));
     if (!noted)
         return passOn(noted);
     return Answer().set(keys::success, true);
 }
 
 Result<Answer> recalculateCachedAlbumCounts(Library &library, const Call &) {
-    return whenDone(asResult(Albums(library).recount()));
+    return whenDone(library.writer().change(recountAlbums));
 }
 
 Result<Answer> automaticallyDeleteEmptyAlbum(Library &library, const Call &call) {
     const auto album = keyOfObject(library, call.value(keys::albumOID), store::albumEntity);
     if (!album)
         return passOn(album);
-    return whenDone(asResult(Albums(library).deleteIfEmpty(*album)));
+    return whenDone(deleteAlbumIfEmpty(library, *album));
 }
 
 constexpr Operation operations[] = {

@@ -1,32 +1,24 @@
 #include "hoardd/albums/Albums.h"
 
-#include <fcntl.h>
 #include <pwd.h>
-#include <sys/stat.h>
 
 #include <array>
-#include <cmath>
-#include <filesystem>
-#include <span>
 
+#include "hoardd/albums/AlbumNotes.h"
+#include "hoardd/albums/AlbumStore.h"
 #include "hoardd/albums/BulletinBoard.h"
+#include "hoardd/albums/BulletinStore.h"
 #include "hoardd/library/Clock.h"
-#include "hoardd/library/Interim.h"
+#include "hoardd/library/FailureCount.h"
 #include "hoardd/library/State.h"
 #include "wickerlane/log/JXLog.h"
-#include "wickerlane/platform/file/Files.h"
-#include "wickerlane/platform/object/Number.h"
-#include "wickerlane/platform/object/ReleaseScope.h"
-#include "wickerlane/platform/propertylist/PropertyList.h"
 
 namespace wickerlane::hoardd {
 
+using sqlite::Database;
 using store::AlbumRecord;
 
 namespace {
-
-constexpr const char *albumFile = "/album.plist";
-constexpr const char *assetsFile = "/assets"; // UUIDs, one a line, in the order of adding
 
 /// What a user is called: by the full name, if there is one, else as at logging in.
 std::string nameOf(uid_t user) {
@@ -39,179 +31,167 @@ std::string nameOf(uid_t user) {
     return std::string(name.empty() ? found->pw_name : name);
 }
 
-bool insertAlbum(sqlite::Database &database, const AlbumRecord &album) {
-    return database
-        .prepare("INSERT INTO zalbum (uuid, name, streamid, datecreated) VALUES (?, ?, nullif(?, ''), ?)")
-        .bind(album.uuid, album.name, album.streamID, album.dateCreated)
-        .run();
-}
-
-bool exists(sqlite::Database &database, const char *sql, std::string_view value) {
-    return database.prepare(sql).bind(value).next();
-}
-
-} // namespace
-
-Albums::Made Albums::make(std::string_view name, std::string_view streamID) {
-    Made made;
+AlbumRecord newAlbum(std::string_view name, std::string_view streamID) {
     AlbumRecord album;
     album.uuid = UUID::createRandom()->uuidString()->utf8();
     album.name = name;
     album.streamID = streamID;
     album.dateCreated = secondsNow();
-    bool isNew = false;
-    made.problem = asText(library.writer().change([&](sqlite::Database &database) {
-        auto shared = database.prepare("SELECT uuid FROM zalbum WHERE streamid = ?");
-        if (!streamID.empty() && shared.bind(streamID).next()) {
-            made.uuid = shared.text(0);
-            return true;
-        }
-        made.nameTaken = exists(database, "SELECT 1 FROM zalbum WHERE name = ?", name);
-        if (made.nameTaken)
-            return true;
-        isNew = insertAlbum(database, album);
-        return isNew;
-    }));
-    if (!made.problem.empty() || !isNew)
-        return made;
-    noteAlbum(album);
-    made.uuid = album.uuid;
-    return made;
+    return album;
 }
 
-std::string Albums::add(const store::ManagedAsset &asset, const store::ManagedAlbum &album, uid_t user) {
-    bool isNew = false, isFull = false;
-    const double date = secondsNow();
-    const AlbumRecord &record = album.record();
-    std::string problem = asText(library.writer().change([&](sqlite::Database &database) {
-        auto present = database.prepare("SELECT 1 FROM zalbumasset WHERE album = ? AND asset = ?");
-        if (present.bind(record.primaryKey, asset.record().primaryKey).next())
-            return true;
-        if (!record.streamID.empty()) {
-            auto count = database.prepare("SELECT cachedcount FROM zalbum WHERE pk = ?");
-            isFull = count.bind(record.primaryKey).next() &&
-                     count.integer(0) >= state::get(database, state::mostSharedAssets).value_or(INT64_MAX);
-            if (isFull)
-                return true;
-        }
-        isNew = database.prepare("INSERT INTO zalbumasset VALUES (?, ?, ?)")
-                    .bind(record.primaryKey, asset.record().primaryKey, date)
-                    .run();
-        return isNew && (record.streamID.empty() ||
-                         BulletinBoard::addAsset(database, asset.record(), record, nameOf(user), date));
-    }));
-    if (isFull)
-        problem = "the shared album is full";
-    if (!problem.empty() || !isNew)
-        return problem;
-    noteAsset(record.uuid, asset.record().uuid);
-    if (!record.streamID.empty())
-        BulletinBoard::tellOfChange();
+/// The name, or else one with a number behind it that no album has.
+Result<std::string> freeAlbumName(Database &database, const std::string &name) {
+    std::string free = name;
+    for (int number = 2;; ++number) {
+        const auto isTaken = isAlbumNameTaken(database, free);
+        if (!isTaken)
+            return passOn(isTaken);
+        if (!*isTaken)
+            return free;
+        free = name + ' ' + std::to_string(number);
+    }
+}
+
+/// Fails when a shared album is full.
+Result<> checkForRoom(Database &database, const AlbumRecord &album) {
+    if (album.streamID.empty())
+        return {};
+    const auto limit = state::get(database, state::maxSharedAssets);
+    const auto count = countAssetsInAlbum(database, album.primaryKey);
+    if (!limit)
+        return passOn(limit);
+    if (!count)
+        return passOn(count);
+    if (*limit && *count >= **limit)
+        return fail(ProblemKind::refused, "the shared album is full");
     return {};
 }
 
-std::string Albums::deleteIfEmpty(std::int64_t album) {
-    std::string uuid;
-    std::string problem = asText(library.writer().change([&](sqlite::Database &database) {
-        auto empty = database.prepare("SELECT uuid FROM zalbum WHERE pk = ? AND NOT EXISTS "
-                                      "(SELECT 1 FROM zalbumasset WHERE album = zalbum.pk)");
-        if (!empty.bind(album).next())
-            return !empty.failed();
-        uuid = empty.text(0);
-        empty.reset();
-        return database.prepare("DELETE FROM zalbum WHERE pk = ?").bind(album).run();
-    }));
-    if (problem.empty() && !uuid.empty()) {
-        BulletinBoard::tellOfChange(); // those of the album have gone with it
-        std::error_code ignored;       // it would only come back with a restore
-        std::filesystem::remove_all(library.paths().albums() + '/' + uuid, ignored);
+/// Whether the asset is new in the album.
+Result<bool> addAsset(Database &database, const store::AssetRecord &asset, const AlbumRecord &album,
+                      uid_t user) {
+    const auto isPresent = isInAlbum(database, album.primaryKey, asset.primaryKey);
+    if (!isPresent)
+        return passOn(isPresent);
+    if (*isPresent)
+        return false;
+    const double date = secondsNow();
+    const auto added =
+        checkForRoom(database, album)
+            .and_then([&] { return insertAlbumAsset(database, album.primaryKey, asset.primaryKey, date); })
+            .and_then([&] {
+                return album.streamID.empty() ? Result<>()
+                                              : addAssetBulletin(database, asset, album, nameOf(user), date);
+            });
+    if (!added)
+        return passOn(added);
+    return true;
+}
+
+/// Whether the store lacked the album.
+Result<bool> restoreAlbum(Database &database, const NotedAlbum &noted) {
+    AlbumRecord album = noted.album;
+    const auto isPresent = hasAlbum(database, album.uuid);
+    if (!isPresent)
+        return passOn(isPresent);
+    if (*isPresent)
+        return false;
+    // The name may have gone to another album meanwhile, and the stream as well.
+    const auto ofStream = albumOfStream(database, album.streamID);
+    const auto name = freeAlbumName(database, album.name);
+    if (!ofStream)
+        return passOn(ofStream);
+    if (!name)
+        return passOn(name);
+    if (*ofStream)
+        album.streamID.clear();
+    album.name = *name;
+    const auto inserted = insertAlbum(database, album).and_then([&] {
+        return insertAlbumAssets(database, album.uuid, noted.assets, secondsNow());
+    });
+    if (!inserted)
+        return passOn(inserted);
+    return true;
+}
+
+} // namespace
+
+Result<std::string> makeAlbum(Library &library, std::string_view name) {
+    const AlbumRecord album = newAlbum(name, {});
+    const auto made = library.writer().change([&](Database &database) -> Result<> {
+        const auto isTaken = isAlbumNameTaken(database, name);
+        if (!isTaken)
+            return passOn(isTaken);
+        if (*isTaken)
+            return fail(ProblemKind::exists, "there is an album of that name");
+        return insertAlbum(database, album);
+    });
+    if (!made)
+        return passOn(made);
+    noteAlbum(library.paths(), album);
+    return album.uuid;
+}
+
+Result<std::string> makeStreamAlbum(Library &library, std::string_view streamID) {
+    AlbumRecord album = newAlbum(streamID, streamID);
+    bool isNew = false;
+    const auto made = library.writer().change([&](Database &database) -> Result<std::string> {
+        const auto present = albumOfStream(database, streamID);
+        if (!present)
+            return passOn(present);
+        if (*present)
+            return **present;
+        const auto name = freeAlbumName(database, album.name);
+        if (!name)
+            return passOn(name);
+        album.name = *name;
+        isNew = true;
+        return insertAlbum(database, album).map([&] { return album.uuid; });
+    });
+    if (made && isNew)
+        noteAlbum(library.paths(), album);
+    return made;
+}
+
+Result<> addToAlbum(Library &library, const store::ManagedAsset &asset, const store::ManagedAlbum &album,
+                    uid_t user) {
+    const auto isNew = library.writer().change(
+        [&](Database &database) { return addAsset(database, asset.record(), album.record(), user); });
+    if (!isNew)
+        return passOn(isNew);
+    if (*isNew) {
+        noteAlbumAsset(library.paths(), album.record().uuid, asset.record().uuid);
+        if (!album.record().streamID.empty())
+            postBulletinsChanged();
     }
-    return problem;
+    return {};
 }
 
-std::string Albums::recount() {
-    return asText(library.writer().change([](sqlite::Database &database) {
-        return database.execute("UPDATE zalbum SET cachedcount = "
-                                "(SELECT count(*) FROM zalbumasset WHERE album = zalbum.pk)");
-    }));
-}
-
-// What stands beside the store is a copy, written after the commit: one that fails is told, and costs nothing
-// unless the store is lost, too.
-void Albums::noteAlbum(const AlbumRecord &album) const {
-    const std::string folder = library.paths().albums() + '/' + album.uuid;
-    const auto described = Dictionary::createWithKeys(
-        {{"name", String::of(album.name)},
-         {"streamID", String::of(album.streamID)},
-         {"dateCreated", Date::createWithReferenceSeconds(album.dateCreated).get()}});
-    const auto bytes = createPropertyListData(described.get());
-    if (!makeFolders(folder) || !bytes || !replaceFile(folder + albumFile, bytes->span()))
-        JX_LOG(JXLogLevelWarning, JXPhotosStateLog, "can't note the album %s beside the store",
-               album.uuid.c_str());
-}
-
-void Albums::noteAsset(const std::string &albumUUID, const std::string &assetUUID) const {
-    const std::string path = library.paths().albums() + '/' + albumUUID + assetsFile, line = assetUUID + '\n';
-    const UniqueFd file = openFile(path, O_WRONLY | O_APPEND | O_CREAT);
-    if (!file || !writeAll(file.get(), std::as_bytes(std::span(line))))
-        JX_LOG(JXLogLevelWarning, JXPhotosStateLog, "can't note an asset of the album %s beside the store",
-               albumUUID.c_str());
-}
-
-std::string Albums::recreate() {
-    constexpr std::size_t mostBytes = 64 << 20;
-    std::string problems;
-    std::error_code none;
-    for (const auto &entry : std::filesystem::directory_iterator(library.paths().albums(), none)) {
-        ReleaseScope scope;
-        AlbumRecord album;
-        const auto uuid = UUID::createWithText(entry.path().filename().string());
-        std::vector<std::byte> bytes, lines;
-        if (!uuid || !readFile(entry.path().string() + albumFile, bytes, mostBytes))
-            continue;
-        const auto described = createPropertyListObject(bytes);
-        const auto *dictionary = as<Dictionary>(described.get());
-        const auto *name = dictionary != nullptr ? dictionary->get<String>("name") : nullptr;
-        if (name == nullptr)
-            continue;
-        album.uuid = uuid->uuidString()->utf8();
-        album.name = name->utf8();
-        if (const auto *stream = dictionary->get<String>("streamID"))
-            album.streamID = stream->utf8();
-        const auto *created = dictionary->get<Date>("dateCreated");
-        album.dateCreated = created != nullptr && std::isfinite(created->referenceSeconds())
-                                ? created->referenceSeconds()
-                                : secondsNow();
-        static_cast<void>(readFile(entry.path().string() + assetsFile, lines, mostBytes)); // may be empty
-        const std::string_view text(reinterpret_cast<const char *>(lines.data()), lines.size());
-        const std::string problem = asText(library.writer().change([&](sqlite::Database &database) {
-            if (exists(database, "SELECT 1 FROM zalbum WHERE uuid = ?", album.uuid))
-                return true;
-            // The name may have gone to another album meanwhile, and the stream, too.
-            if (exists(database, "SELECT 1 FROM zalbum WHERE streamid = ?", album.streamID))
-                album.streamID.clear();
-            const std::string wanted = album.name;
-            for (int number = 2; exists(database, "SELECT 1 FROM zalbum WHERE name = ?", album.name);
-                 ++number)
-                album.name = wanted + ' ' + std::to_string(number);
-            if (!insertAlbum(database, album))
-                return false;
-            auto insert = database.prepare(
-                "INSERT OR IGNORE INTO zalbumasset SELECT zalbum.pk, zgenericasset.pk, ? "
-                "FROM zalbum, zgenericasset WHERE zalbum.uuid = ? AND zgenericasset.uuid = ?");
-            const double added = secondsNow();
-            for (std::size_t at = 0; at < text.size(); at = text.find('\n', at) + 1) {
-                if (text.find('\n', at) == std::string_view::npos)
-                    break; // a line that was cut off
-                if (!insert.bind(added, album.uuid, text.substr(at, text.find('\n', at) - at)).run())
-                    return false;
-            }
-            return true;
-        }));
-        if (!problem.empty())
-            problems += (problems.empty() ? "" : "; ") + album.name + ": " + problem;
+Result<> deleteAlbumIfEmpty(Library &library, std::int64_t album) {
+    const auto deleted =
+        library.writer().change([album](Database &database) { return deleteAlbumIfEmpty(database, album); });
+    if (!deleted)
+        return passOn(deleted);
+    if (*deleted) {
+        postBulletinsChanged(); // those of the album have gone with it
+        removeAlbumNote(library.paths(), **deleted);
     }
-    return problems;
+    return {};
+}
+
+Result<> recreateAlbums(Library &library) {
+    FailureCount failures;
+    for (const NotedAlbum &noted : readAlbumNotes(library.paths())) {
+        const auto restored =
+            library.writer().change([&](Database &database) { return restoreAlbum(database, noted); });
+        if (restored)
+            continue;
+        JX_LOG(JXLogLevelError, JXPhotosStateLog, "can't make the album %s again: %s",
+               noted.album.name.c_str(), restored.error().text.c_str());
+        failures.add(noted.album.name, restored.error());
+    }
+    return failures.result("albums could not be made again");
 }
 
 } // namespace wickerlane::hoardd

@@ -11,43 +11,24 @@
 
 namespace wickerlane::hoardd {
 
-/// Works on an open library. Its functions give an empty text on success, else the reason. What an album
-/// holds is also noted beside the store, in a folder for each album, so that a restored library can make its
-/// albums again. Thread-safe.
-class Albums {
-public:
-    explicit Albums(Library &opened) : library(opened) {}
+/// Makes an album and gives its UUID. Fails with ProblemKind::exists when another album has the name.
+[[nodiscard]] Result<std::string> makeAlbum(Library &library, std::string_view name);
 
-    /// What has come of making an album.
-    struct Made {
-        std::string uuid;       ///< Empty when none was made.
-        bool nameTaken = false; ///< By another album.
-        std::string problem;
-    };
-    /// Makes an album; one that a stream shares when there is a stream ID. A stream has one album, which
-    /// stays when it is asked for again.
-    [[nodiscard]] Made make(std::string_view name, std::string_view streamID);
+/// Makes the album that a stream shares and gives its UUID: the one that there is, if the stream has one. It
+/// has the stream's name, or one like it when that is taken.
+[[nodiscard]] Result<std::string> makeStreamAlbum(Library &library, std::string_view streamID);
 
-    /// Puts an asset into an album for a user; once more changes nothing. An asset that is new in a shared
-    /// album becomes a bulletin.
-    [[nodiscard]] std::string add(const store::ManagedAsset &asset, const store::ManagedAlbum &album,
-                                  uid_t user);
+/// Puts an asset into an album for a user; once more changes nothing. An asset that is new in a shared album
+/// becomes a bulletin.
+[[nodiscard]] Result<> addToAlbum(Library &library, const store::ManagedAsset &asset,
+                                  const store::ManagedAlbum &album, uid_t user);
 
-    /// Deletes an album, by its primary key, when there is nothing in it.
-    [[nodiscard]] std::string deleteIfEmpty(std::int64_t album);
+/// Deletes an album, by its primary key, when there is nothing in it.
+[[nodiscard]] Result<> deleteAlbumIfEmpty(Library &library, std::int64_t album);
 
-    /// Counts anew what is in each album.
-    [[nodiscard]] std::string recount();
-
-    /// Makes again the albums that the store lacks, with those of their assets that it has.
-    [[nodiscard]] std::string recreate();
-
-private:
-    void noteAlbum(const store::AlbumRecord &album) const;
-    void noteAsset(const std::string &albumUUID, const std::string &assetUUID) const;
-
-    Library &library;
-};
+/// Makes again the albums that the store lacks, from the notes beside it, with those of their assets that
+/// the store has. An album that can't be made doesn't stop the others.
+[[nodiscard]] Result<> recreateAlbums(Library &library);
 
 } // namespace wickerlane::hoardd
 

@@ -1,10 +1,11 @@
 // There is no cloud: what a server would keep is kept in the library.
 #include "hoardd/albums/SharingHandlers.h"
 
+#include "hoardd/albums/AlbumStore.h"
 #include "hoardd/albums/Albums.h"
 #include "hoardd/albums/BulletinBoard.h"
+#include "hoardd/albums/PeopleStore.h"
 #include "hoardd/library/Clock.h"
-#include "hoardd/library/Interim.h"
 #include "hoardd/library/State.h"
 #include "hoardd/pictures/SharedSpace.h"
 #include "hoardd/service/Call.h"
@@ -15,6 +16,7 @@
 namespace wickerlane::hoardd {
 
 namespace keys = protocol::keys;
+using sqlite::Database;
 
 namespace {
 
@@ -28,81 +30,56 @@ Result<std::string> textUnder(const Call &call, const protocol::Key<protocol::co
     return std::string(text->utf8());
 }
 
-/// Answers with what `put` makes of the row that a query finds by a key; with nothing when there is none.
-template <class Value, class Put>
-Result<Answer> answerWithRow(Library &library, const char *query, const Value &key, const Put &put) {
-    std::string problem;
-    auto database = openReader(library, problem);
-    if (!database)
-        return fail(ProblemKind::failed, problem);
-    auto row = database->prepare(query);
-    Answer answer;
-    if (row.bind(key).next())
-        put(answer, row);
-    if (row.failed())
-        return fail(database->problem());
-    return answer;
-}
-
-Result<> enableStream(Library &library, const std::string &stream) {
-    return library.writer().change([&](sqlite::Database &database) {
-        return database.prepare("INSERT OR IGNORE INTO zstream VALUES (?, ?)")
-            .bind(stream, secondsNow())
-            .run();
-    });
+Result<> enable(Library &library, const std::string &stream) {
+    return library.writer().change(
+        [&](Database &database) { return enableStream(database, stream, secondsNow()); });
 }
 
 Result<Answer> enableSnaprivers(Library &library, const Call &call) {
     const auto stream = textUnder(call, keys::streamID);
     if (!stream)
         return passOn(stream);
-    return whenDone(enableStream(library, *stream));
+    return whenDone(enable(library, *stream));
 }
 
-// A stream that has an album is enabled. The album has the stream's name, or one like it when that is taken.
+// A stream that has an album is enabled.
 Result<Answer> createSnapriverAlbum(Library &library, const Call &call) {
     const auto stream = textUnder(call, keys::streamID);
     if (!stream)
         return passOn(stream);
-    Albums albums(library);
-    Albums::Made made = albums.make(*stream, *stream);
-    for (int number = 2; made.nameTaken; ++number)
-        made = albums.make(*stream + ' ' + std::to_string(number), *stream);
-    if (!made.problem.empty())
-        return fail(ProblemKind::failed, "can't make the album: " + made.problem);
-    return whenDone(enableStream(library, *stream));
+    if (const auto made = makeStreamAlbum(library, *stream); !made)
+        return fail(made.error().kind, "can't make the album: " + made.error().text);
+    return whenDone(enable(library, *stream));
 }
 
 Result<Answer> getCurrentBulletins(Library &library, const Call &) {
-    std::string problem;
-    Array *bulletins = BulletinBoard(library).current(problem);
-    if (bulletins == nullptr)
-        return fail(ProblemKind::failed, problem);
-    return Answer().set(keys::bulletins, bulletins);
+    const auto bulletins = currentBulletins(library);
+    if (!bulletins)
+        return passOn(bulletins);
+    return Answer().set(keys::bulletins, bulletins->get());
 }
 
 Result<Answer> getCurrentApplicationBadgeCount(Library &library, const Call &) {
-    const auto count = BulletinBoard(library).badgeCount();
+    const auto count = badgeCount(library);
     if (!count)
-        return fail(ProblemKind::damagedStore, "the library's store can't be read");
+        return passOn(count);
     return Answer().set(keys::badgeCount, *count);
 }
 
 Result<Answer> getThumbnailImageDataForBulletin(Library &library, const Call &call) {
-    const auto thumbnail = BulletinBoard(library).thumbnail(call.get(keys::recordID));
+    const auto thumbnail = bulletinThumbnail(library, call.get(keys::recordID));
     if (!thumbnail)
-        return fail(ProblemKind::notFound, "there is no such bulletin, or it has no picture");
-    return Answer().set(keys::thumbnailImageData, thumbnail.get());
+        return passOn(thumbnail);
+    return Answer().set(keys::thumbnailImageData, thumbnail->get());
 }
 
 Result<Answer> clearAllBulletins(Library &library, const Call &call) {
-    return whenDone(asResult(BulletinBoard(library).clear(call.get(keys::lastClearedRecordID))));
+    return whenDone(clearBulletins(library, call.get(keys::lastClearedRecordID)));
 }
 
 Result<Answer> updateSharedAlbumsCachedServerConfigurationLimits(Library &library, const Call &) {
-    return whenDone(library.writer().change([](sqlite::Database &database) {
-        return state::set(database, state::mostSharedAssets, maxSharedAssets);
-    }));
+    return whenDone(library.writer().change(
+        [](Database &database) { return state::set(database, state::maxSharedAssets, maxSharedAssets); }));
 }
 
 Result<Answer> purgeableSharedAssetsSpace(Library &library, const Call &call) {
@@ -125,38 +102,34 @@ Result<Answer> attemptToPurgeSharedAssetsSpace(Library &library, const Call &cal
     return Answer().set(keys::smBytesReturned, static_cast<std::int64_t>(*bytes));
 }
 
-// An address gets its key when it is first asked for.
 Result<Answer> keyForEmailAddress(Library &library, const Call &call) {
     const auto address = textUnder(call, keys::email);
     if (!address)
         return passOn(address);
-    std::int64_t key = -1;
-    const auto done = library.writer().change([&](sqlite::Database &database) {
-        if (!database.prepare("INSERT OR IGNORE INTO zemail (address) VALUES (?)").bind(*address).run())
-            return false;
-        auto row = database.prepare("SELECT key FROM zemail WHERE address = ?");
-        if (row.bind(*address).next())
-            key = row.integer(0);
-        return !row.failed();
-    });
-    if (!done)
-        return passOn(done);
-    return Answer().set(keys::emailKey, key);
+    const auto key =
+        library.writer().change([&](Database &database) { return emailKey(database, *address); });
+    if (!key)
+        return passOn(key);
+    return Answer().set(keys::emailKey, *key);
 }
 
 Result<Answer> emailAddressForKey(Library &library, const Call &call) {
-    return answerWithRow(library, "SELECT address FROM zemail WHERE key = ?", call.get(keys::emailKey),
-                         [](Answer &answer, const sqlite::Statement &row) {
-                             answer.set(keys::email, String::of(row.text(0)));
-                         });
+    const auto address =
+        library.read([&](Database &database) { return emailAddress(database, call.get(keys::emailKey)); });
+    if (!address)
+        return passOn(address);
+    return *address ? Answer().set(keys::email, String::of(**address)) : Answer();
 }
 
 Result<Answer> personInfoDictionary(Library &library, const Call &call) {
-    return answerWithRow(library, "SELECT info FROM zperson WHERE personid = ?",
-                         call.get(keys::personID)->utf8(), [](Answer &answer, const sqlite::Statement &row) {
-                             const auto info = createPropertyListObject(row.blob(0));
-                             answer.set(keys::personInfoDictionary, as<Dictionary>(info.get()));
-                         });
+    const auto info = library.read(
+        [&](Database &database) { return personInfo(database, call.get(keys::personID)->utf8()); });
+    if (!info)
+        return passOn(info);
+    if (!*info)
+        return Answer();
+    const auto dictionary = createPropertyListObject(**info);
+    return Answer().set(keys::personInfoDictionary, as<Dictionary>(dictionary.get()));
 }
 
 Result<Answer> setPersonInfoDictionary(Library &library, const Call &call) {
@@ -172,12 +145,8 @@ Result<Answer> setPersonInfoDictionary(Library &library, const Call &call) {
         return fail(ProblemKind::invalid, "the dictionary holds what can't be kept");
     if (bytes && bytes->length() > maxInfoBytes)
         return fail(ProblemKind::invalid, "the dictionary is larger than 1 MiB");
-    return whenDone(library.writer().change([&](sqlite::Database &database) {
-        if (!bytes)
-            return database.prepare("DELETE FROM zperson WHERE personid = ?").bind(*person).run();
-        return database.prepare("INSERT OR REPLACE INTO zperson VALUES (?, ?)")
-            .bind(*person, bytes->span())
-            .run();
+    return whenDone(library.writer().change([&](Database &database) {
+        return bytes ? setPersonInfo(database, *person, bytes->span()) : deletePersonInfo(database, *person);
     }));
 }
 

@@ -1,7 +1,11 @@
 #include "hoardd/analysis/AnalysisHandlers.h"
 
-#include "hoardd/analysis/Analyses.h"
-#include "hoardd/library/Interim.h"
+#include "hoardd/albums/CloudFeedStore.h"
+#include "hoardd/analysis/DuplicateStore.h"
+#include "hoardd/analysis/Duplicates.h"
+#include "hoardd/analysis/MomentListStore.h"
+#include "hoardd/analysis/Moments.h"
+#include "hoardd/analysis/ThumbnailRebuild.h"
 #include "hoardd/library/Lookup.h"
 #include "hoardd/service/Call.h"
 #include "wickerlane/protocol/AnalysisRows.h"
@@ -15,50 +19,47 @@ namespace {
 
 /// The moments are brought up to date before they are analyzed.
 Result<> analyzeAfterUpdate(Library &library, AnalysisScope::Kind kind) {
-    return asResult(Analyses(library).rebuildMoments(true)).and_then([&] {
-        return asResult(Analyses(library).analyzeMoments({kind, 0}));
-    });
+    return rebuildMoments(library, true).and_then([&] { return analyzeMoments(library, {kind, 0}); });
 }
 
 Result<Answer> rebuildMoments(Library &library, const Call &call) {
-    return whenDone(asResult(Analyses(library).rebuildMoments(call.get(keys::incremental))));
+    return whenDone(rebuildMoments(library, call.get(keys::incremental)));
 }
 
 Result<Answer> rebuildMomentLists(Library &library, const Call &) {
-    return whenDone(asResult(Analyses(library).rebuildMomentLists()));
+    return whenDone(library.writer().change(hoardd::rebuildMomentLists));
 }
 
 Result<Answer> analyzeAllMoments(Library &library, const Call &) {
     return whenDone(analyzeAfterUpdate(library, AnalysisScope::Kind::all));
 }
 
-// Duplicates first: what an asset shows has a say in which of them stands for its moment.
+// Duplicates first: the fingerprints have a say in which asset is the key asset of its moment.
 Result<Answer> analyzeInvalidMomentsAndDupesIfNeeded(Library &library, const Call &) {
-    return whenDone(asResult(Analyses(library).analyzeDuplicates()).and_then([&] {
-        return analyzeAfterUpdate(library, AnalysisScope::Kind::invalid);
-    }));
+    return whenDone(analyzeDuplicates(library).and_then(
+        [&] { return analyzeAfterUpdate(library, AnalysisScope::Kind::invalid); }));
 }
 
 Result<Answer> analyzeMoment(Library &library, const Call &call) {
     const auto key = keyOfObject(library, call.value(keys::momentOID), store::momentEntity);
     if (!key)
         return passOn(key);
-    return whenDone(asResult(Analyses(library).analyzeMoments({AnalysisScope::Kind::oneMoment, *key})));
+    return whenDone(analyzeMoments(library, {AnalysisScope::Kind::oneMoment, *key}));
 }
 
 Result<Answer> analyzeMomentList(Library &library, const Call &call) {
     const auto key = keyOfObject(library, call.value(keys::momentListOID), store::momentListEntity);
     if (!key)
         return passOn(key);
-    return whenDone(asResult(Analyses(library).analyzeMoments({AnalysisScope::Kind::oneList, *key})));
+    return whenDone(analyzeMoments(library, {AnalysisScope::Kind::oneList, *key}));
 }
 
 Result<Answer> rebuildCloudFeed(Library &library, const Call &) {
-    return whenDone(asResult(Analyses(library).rebuildCloudFeed()));
+    return whenDone(library.writer().change(hoardd::rebuildCloudFeed));
 }
 
 Result<Answer> resetDupesAnalysis(Library &library, const Call &) {
-    return whenDone(asResult(Analyses(library).resetDuplicates()));
+    return whenDone(library.writer().change(forgetDuplicates));
 }
 
 Result<Answer> hasCompletedMomentAnalysis(Library &library, const Call &) {
@@ -72,7 +73,7 @@ Result<Answer> hasCompletedMomentAnalysis(Library &library, const Call &) {
 }
 
 Result<Answer> rebuildAllThumbnails(Library &library, const Call &) {
-    return whenDone(asResult(Analyses(library).rebuildThumbnails()));
+    return whenDone(rebuildThumbnails(library));
 }
 
 Result<Answer> setAreDuplicates(Library &library, const Call &call) {
@@ -88,7 +89,7 @@ Result<Answer> setAreDuplicates(Library &library, const Call &call) {
             return passOn(asset);
         assets.push_back((*asset)->record().primaryKey);
     }
-    return whenDone(asResult(Analyses(library).setAreDuplicates(assets, call.get(keys::areDuplicates))));
+    return whenDone(setAreDuplicates(library, assets, call.get(keys::areDuplicates)));
 }
 
 constexpr Operation operations[] = {

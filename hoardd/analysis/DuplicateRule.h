@@ -1,13 +1,11 @@
-// Which assets are the same picture, or much alike: the rule, apart from where assets are kept.
-// docs/duplicates.md tells it in words.
+// When two assets are the same picture, or much alike: the rule, apart from where assets are kept.
+// docs/duplicates.md explains it.
 #ifndef HOARDD_ANALYSIS_DUPLICATERULE_H
 #define HOARDD_ANALYSIS_DUPLICATERULE_H
 
 #include <cstdint>
 #include <optional>
 #include <span>
-#include <utility>
-#include <vector>
 
 #include "hoardd/media/Fingerprint.h"
 #include "wickerlane/store/AssetRecord.h"
@@ -28,33 +26,24 @@ struct DuplicateItem {
 
 /// The numbers stand in the database.
 enum class Likeness : std::uint8_t {
-    same = 0,    ///< The same picture, byte for byte, encoded anew or resized.
+    same = 0,    ///< The same picture: byte for byte, encoded again or resized.
     similar = 1, ///< Another picture of the same, taken in one burst.
 };
 
+/// Shots of one burst follow each other within so many seconds.
+inline constexpr double burstSeconds = 60;
+
 /// What two assets are to each other; nothing when they are different pictures.
 [[nodiscard]] std::optional<Likeness> likenessOf(const DuplicateItem &one, const DuplicateItem &other);
+
+/// How much two assets that are alike differ: 0 for equal bytes, then more with each bit that differs.
+[[nodiscard]] int distanceOf(const DuplicateItem &one, const DuplicateItem &other);
 
 /// Whether the hashes alone allow two assets to be alike in any way.
 [[nodiscard]] bool mayBeLike(const Fingerprint &one, const Fingerprint &other);
 
 /// Whether any of the others may be like the one: for a single new asset, when there is no time to sort.
 [[nodiscard]] bool mayBeLikeAny(const Fingerprint &one, std::span<const Fingerprint> others);
-
-/// Two assets that a person has said are no duplicates of each other, by their keys.
-using NotDuplicates = std::pair<std::int64_t, std::int64_t>;
-
-struct DuplicateGroup {
-    Likeness likeness = Likeness::same;
-    std::vector<std::int64_t> keys; ///< Two or more, in order.
-    bool operator==(const DuplicateGroup &) const = default;
-};
-
-/// All groups of assets that are alike, "same" before "similar" and then by their first keys. Who is like one
-/// of a group belongs to it, unless it was said to be no duplicate of one of them: of several ways to obey
-/// that, the one is taken that keeps together what is most alike. The order of the items does not matter.
-[[nodiscard]] std::vector<DuplicateGroup> findDuplicates(std::span<const DuplicateItem> items,
-                                                         std::span<const NotDuplicates> apart);
 
 } // namespace wickerlane::hoardd
 

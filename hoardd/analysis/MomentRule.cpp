@@ -17,12 +17,12 @@ double radians(double degrees) {
     return degrees * (std::numbers::pi / 180);
 }
 
-double gapAfter(std::span<const Stay> items, std::size_t index) {
+double gapAfter(std::span<const Interval> items, std::size_t index) {
     return items[index + 1].start - items[index].end;
 }
 
 /// Of the gaps between two items, the widest; of equal ones the first.
-std::size_t widestGap(std::span<const Stay> items, std::size_t from, std::size_t to) {
+std::size_t widestGap(std::span<const Interval> items, std::size_t from, std::size_t to) {
     std::size_t widest = from;
     for (std::size_t gap = from + 1; gap < to; ++gap)
         if (gapAfter(items, gap) > gapAfter(items, widest))
@@ -30,48 +30,48 @@ std::size_t widestGap(std::span<const Stay> items, std::size_t from, std::size_t
     return widest;
 }
 
-bool isJump(const Stay &one, const Stay &next, const BorderRule &rule) {
-    return next.start - one.end >= rule.jumpSeconds && distance(*one.place, *next.place) > rule.jumpMetres;
+bool isJump(const Interval &one, const Interval &next, const BoundaryRule &rule) {
+    return next.start - one.end >= rule.minJumpSeconds && distance(*one.place, *next.place) > rule.maxMetres;
 }
 
-void markOutstandingGaps(std::span<const Stay> items, const BorderRule &rule, std::vector<bool> &borders) {
-    std::vector<double> logarithms(borders.size());
+void markOutliers(std::span<const Interval> items, const BoundaryRule &rule, std::vector<bool> &boundaries) {
+    std::vector<double> logarithms(boundaries.size());
     for (std::size_t gap = 0; gap < logarithms.size(); ++gap)
-        logarithms[gap] = std::log(std::max(gapAfter(items, gap), rule.shortestGap));
-    const double margin = std::log(rule.outstanding);
+        logarithms[gap] = std::log(std::max(gapAfter(items, gap), rule.minGap));
+    const double margin = std::log(rule.outlierFactor);
     for (std::size_t gap = 0; gap < logarithms.size(); ++gap) {
-        const std::size_t first = gap - std::min(gap, borderNeighbours);
-        const std::size_t last = std::min(gap + borderNeighbours, logarithms.size() - 1);
+        const std::size_t first = gap - std::min(gap, boundaryNeighbours);
+        const std::size_t last = std::min(gap + boundaryNeighbours, logarithms.size() - 1);
         // Summed anew for each, in order: a running sum would depend on where the run began.
         double sum = 0;
         for (std::size_t other = first; other <= last; ++other)
             sum += other != gap ? logarithms[other] : 0;
         const auto neighbours = static_cast<double>(last - first);
-        if (gapAfter(items, gap) >= rule.longestGap ||
+        if (gapAfter(items, gap) >= rule.maxGap ||
             (neighbours > 0 && logarithms[gap] - sum / neighbours >= margin))
-            borders[gap] = true;
+            boundaries[gap] = true;
     }
 }
 
 // Where some items in between have no place, the jump is taken to be where the most time passed.
-void markJumps(std::span<const Stay> items, const BorderRule &rule, std::vector<bool> &borders) {
+void markJumps(std::span<const Interval> items, const BoundaryRule &rule, std::vector<bool> &boundaries) {
     std::optional<std::size_t> before;
     for (std::size_t index = 0; index < items.size(); ++index) {
         if (!items[index].place)
             continue;
-        if (before && index - *before <= borderNeighbours && isJump(items[*before], items[index], rule))
-            borders[widestGap(items, *before, index)] = true;
+        if (before && index - *before <= boundaryNeighbours && isJump(items[*before], items[index], rule))
+            boundaries[widestGap(items, *before, index)] = true;
         before = index;
     }
 }
 
 } // namespace
 
-std::vector<bool> bordersOf(std::span<const Stay> items, const BorderRule &rule) {
-    std::vector<bool> borders(items.empty() ? 0 : items.size() - 1);
-    markOutstandingGaps(items, rule, borders);
-    markJumps(items, rule, borders);
-    return borders;
+std::vector<bool> findBoundaries(std::span<const Interval> items, const BoundaryRule &rule) {
+    std::vector<bool> boundaries(items.empty() ? 0 : items.size() - 1);
+    markOutliers(items, rule, boundaries);
+    markJumps(items, rule, boundaries);
+    return boundaries;
 }
 
 double distance(const Place &one, const Place &other) {
@@ -83,9 +83,9 @@ double distance(const Place &one, const Place &other) {
 }
 
 // As directions from the middle of the earth, so that it works across the date line.
-std::optional<Place> middleOf(std::span<const Stay> items) {
+std::optional<Place> centroid(std::span<const Interval> items) {
     double x = 0, y = 0, z = 0;
-    for (const Stay &item : items) {
+    for (const Interval &item : items) {
         if (!item.place)
             continue;
         const double latitude = radians(item.place->latitude), longitude = radians(item.place->longitude);
@@ -100,29 +100,29 @@ std::optional<Place> middleOf(std::span<const Stay> items) {
                  std::atan2(y, x) * (180 / std::numbers::pi)};
 }
 
-std::vector<std::int64_t> successionOf(std::span<const std::vector<std::int64_t>> formerGroups) {
+std::vector<std::int64_t> reassignKeys(std::span<const std::vector<std::int64_t>> previousGroups) {
     struct Claim {
         std::size_t members;
         std::size_t group;
-        std::int64_t former;
+        std::int64_t previous;
     };
     std::vector<Claim> claims;
-    for (std::size_t group = 0; group < formerGroups.size(); ++group) {
+    for (std::size_t group = 0; group < previousGroups.size(); ++group) {
         std::unordered_map<std::int64_t, std::size_t> counts;
-        for (const std::int64_t former : formerGroups[group])
-            if (former != 0)
-                ++counts[former];
-        for (const auto &[former, members] : counts)
-            claims.push_back({members, group, former});
+        for (const std::int64_t previous : previousGroups[group])
+            if (previous != 0)
+                ++counts[previous];
+        for (const auto &[previous, members] : counts)
+            claims.push_back({members, group, previous});
     }
     std::ranges::sort(claims, [](const Claim &a, const Claim &b) {
-        return std::tuple(b.members, a.group, a.former) < std::tuple(a.members, b.group, b.former);
+        return std::tuple(b.members, a.group, a.previous) < std::tuple(a.members, b.group, b.previous);
     });
-    std::vector<std::int64_t> keys(formerGroups.size());
+    std::vector<std::int64_t> keys(previousGroups.size());
     std::unordered_set<std::int64_t> taken;
     for (const Claim &claim : claims)
-        if (keys[claim.group] == 0 && taken.insert(claim.former).second)
-            keys[claim.group] = claim.former;
+        if (keys[claim.group] == 0 && taken.insert(claim.previous).second)
+            keys[claim.group] = claim.previous;
     return keys;
 }
 

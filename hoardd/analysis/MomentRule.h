@@ -1,4 +1,4 @@
-// Where moments begin and end: the rule, apart from where assets are kept. docs/moments.md tells it in words.
+// Where moments begin and end: the rule, apart from where assets are kept. docs/moments.md explains it.
 #ifndef HOARDD_ANALYSIS_MOMENTRULE_H
 #define HOARDD_ANALYSIS_MOMENTRULE_H
 
@@ -12,47 +12,48 @@
 
 namespace wickerlane::hoardd {
 
-/// What lies in time, and maybe at a place: an asset at its instant, or a moment from its first asset to its
-/// last.
-struct Stay {
+/// A time and maybe a place: the instant of an asset, or a moment from its first asset to its last.
+struct Interval {
     double start = 0; ///< Seconds; only differences count.
     double end = 0;   ///< Not before `start`.
     std::optional<Place> place;
 };
 
 /// When two neighbours in time belong to different groups.
-struct BorderRule {
-    double shortestGap; ///< Seconds; a shorter gap counts as this long.
-    double outstanding; ///< A gap so many times as long as its neighbours' geometric mean is a border.
-    double longestGap;  ///< Seconds; a gap this long is a border whatever its neighbours are.
-    double jumpMetres;  ///< Between two places; more is a jump,
-    double jumpSeconds; ///< unless less time lies between them, as in a train.
+struct BoundaryRule {
+    double minGap;         ///< Seconds; a shorter gap counts as this long.
+    double outlierFactor;  ///< A gap so many times as long as its neighbours' geometric mean is a boundary.
+    double maxGap;         ///< Seconds; a gap this long is a boundary whatever its neighbours are.
+    double maxMetres;      ///< Between two places; more is a jump,
+    double minJumpSeconds; ///< unless less time lies between them, as in a train.
 };
 
-inline constexpr BorderRule momentRule{300, 12, 12 * 3600, 2'000, 300};
-inline constexpr BorderRule momentListRule{12 * 3600, 3, 30 * 86400, 100'000, 3600};
+inline constexpr BoundaryRule momentRule{300, 12, 12 * 3600, 2'000, 300};
+inline constexpr BoundaryRule momentListRule{12 * 3600, 3, 30 * 86400, 100'000, 3600};
 
 /// A gap is compared with so many on either side, and two places with so few items between them.
-inline constexpr std::size_t borderNeighbours = 10;
+inline constexpr std::size_t boundaryNeighbours = 10;
 
 /// How many items, counted from the place of one that came, went or changed, are between that place and the
 /// nearest gap that surely is what it was.
-inline constexpr std::size_t borderReach = borderNeighbours + 1;
+inline constexpr std::size_t boundaryReach = boundaryNeighbours + 1;
 
-/// For each gap, that between item i and item i + 1, whether it is a border. The items are in their order in
-/// time. What is said of the gaps at either end is final only at an end of all items: of a run from their
-/// midst, `borderReach` items at either end are needed to tell of the others.
-[[nodiscard]] std::vector<bool> bordersOf(std::span<const Stay> items, const BorderRule &rule);
+/// For each gap, that between item i and item i + 1, whether it is a boundary. The items are in order of
+/// time. What is said of the gaps at either end is final only at an end of all items: in a part of them,
+/// `boundaryReach` items at either end are needed to know about the others.
+[[nodiscard]] std::vector<bool> findBoundaries(std::span<const Interval> items, const BoundaryRule &rule);
 
 /// Metres between two places, along the ground.
 [[nodiscard]] double distance(const Place &one, const Place &other);
 
-/// The middle of the places of those that have one; nothing when none has, or the middle is nowhere.
-[[nodiscard]] std::optional<Place> middleOf(std::span<const Stay> items);
+/// The middle of the places of those that have one; nothing when none has, or when there is no middle.
+[[nodiscard]] std::optional<Place> centroid(std::span<const Interval> items);
 
-/// Says which new group goes on as which old one, given of each new group the old groups of its members (0
-/// for none): those that share the most members first. 0 for a group that is a new one.
-[[nodiscard]] std::vector<std::int64_t> successionOf(std::span<const std::vector<std::int64_t>> formerGroups);
+/// Gives new groups the keys of old ones. Takes, for each new group, the old groups of its members (0 for
+/// none). A key goes to the group that shares the most members with the old one. 0 for a group that gets a
+/// new key.
+[[nodiscard]] std::vector<std::int64_t>
+reassignKeys(std::span<const std::vector<std::int64_t>> previousGroups);
 
 } // namespace wickerlane::hoardd
 

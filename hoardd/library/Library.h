@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <memory>
+#include <type_traits>
 
 #include "hoardd/library/AssetLocks.h"
 #include "hoardd/library/CountNotice.h"
@@ -28,6 +29,17 @@ public:
     [[nodiscard]] store::ObjectStore &assets() noexcept { return *reader; }
     /// A connection of the caller's own that only reads.
     [[nodiscard]] Result<sqlite::Database> openReader() const;
+    /// What `read`, which takes a database and gives a result, reads over a connection of its own from the
+    /// store as it is at one time.
+    template <class Read>
+    [[nodiscard]] auto read(const Read &read) const {
+        using Outcome = std::invoke_result_t<const Read &, sqlite::Database &>;
+        auto database = openReader();
+        if (!database)
+            return Outcome(passOn(database));
+        const sqlite::Snapshot snapshot(*database);
+        return read(*database);
+    }
     [[nodiscard]] Store &writer() noexcept { return *store; }
     [[nodiscard]] MediaWorkers &media() noexcept { return workers; }
     [[nodiscard]] AssetLocks &locks() noexcept { return assetLocks; }

@@ -10,35 +10,26 @@ using sqlite::Database;
 
 namespace {
 
-Failure failedOn(const Database &database) {
-    return fail(database.problem());
-}
-
 /// Lays out a new database, or takes the steps that an older one lacks.
-Result<> bringUpToDate(Database &database, bool isNew) {
-    sqlite::Transaction transaction(database);
-    if (!transaction.isOpen() || !store::layOut(database))
-        return failedOn(database);
-    if (isNew) {
-        const auto uuid = UUID::createRandom();
-        sqlite::Statement statement = database.prepare("INSERT INTO zlibrary VALUES (?)");
-        if (!statement.bind(uuid->uuidString()->utf8()).run())
-            return failedOn(database);
-    }
-    if (!transaction.commit())
-        return failedOn(database);
-    return {};
-}
-
 Result<> prepare(Database &database) {
     const auto version = database.integer("PRAGMA user_version");
     if (!version)
-        return failedOn(database);
-    if (*version < 0 || *version > store::modelVersion())
-        return fail(ProblemKind::newerVersion, "the library has model version " + std::to_string(*version) +
-                                                   ", and this hoardd knows version " +
-                                                   std::to_string(store::modelVersion()));
-    return *version < store::modelVersion() ? bringUpToDate(database, *version == 0) : Result<>();
+        return passOn(version);
+    if (*version == store::modelVersion())
+        return {};
+    sqlite::Transaction transaction(database);
+    if (!transaction.isOpen())
+        return fail(database.problem());
+    if (const auto laidOut = store::layOut(database); !laidOut)
+        return laidOut;
+    if (*version == 0) {
+        const auto uuid = UUID::createRandom();
+        const auto named =
+            database.prepare("INSERT INTO zlibrary VALUES (?)").bind(uuid->uuidString()->utf8()).run();
+        if (!named)
+            return named;
+    }
+    return transaction.commit();
 }
 
 } // namespace
@@ -63,7 +54,7 @@ Result<> Store::add(std::span<Addition> additions) {
     pending.push_back(&mine);
     while (!mine.isDone) {
         if (isCommitting) {
-            committed.wait(mutex);
+            groupCommitted.wait(mutex);
             continue;
         }
         isCommitting = true;
@@ -74,7 +65,7 @@ Result<> Store::add(std::span<Addition> additions) {
         for (Pending *each : group)
             each->isDone = true;
         isCommitting = false;
-        committed.notifyAll();
+        groupCommitted.notifyAll();
     }
     return mine.result;
 }
@@ -90,7 +81,7 @@ void Store::commit(std::span<Pending *const> group) {
 Result<> Store::insert(std::span<Pending *const> group) {
     sqlite::Transaction transaction(database);
     if (!transaction.isOpen())
-        return failed();
+        return fail(database.problem());
     sqlite::Statement statement = database.prepare(store::insertAsset);
     sqlite::Statement due = database.prepare("INSERT INTO zduethumbnail VALUES (?)");
     for (Pending *each : group)
@@ -107,26 +98,24 @@ Result<> Store::insert(std::span<Pending *const> group) {
                 }
             }
             bindRecord(statement, addition.record);
-            if (!statement.run())
-                return failed();
+            if (const auto added = statement.run(); !added)
+                return added;
             addition.record.primaryKey = database.lastRowID();
-            if (addition.thumbnailsAreDue && !due.bind(addition.record.primaryKey).run())
-                return failed();
+            if (!addition.thumbnailsAreDue)
+                continue;
+            if (const auto noted = due.bind(addition.record.primaryKey).run(); !noted)
+                return noted;
         }
-    if (!transaction.commit())
-        return failed();
-    noticeCounts();
-    return {};
+    const auto committed = transaction.commit();
+    if (committed)
+        noticeCounts();
+    return committed;
 }
 
 Result<> Store::remove(std::string_view uuid) {
-    return change([&](Database &opened) {
+    return change([uuid](Database &opened) {
         return opened.prepare("DELETE FROM zgenericasset WHERE uuid = ?").bind(uuid).run();
     });
-}
-
-Failure Store::failed() {
-    return failedOn(database);
 }
 
 void Store::whenCountsChange(Handler<void()> changed) {
@@ -159,13 +148,27 @@ Result<bool> Store::contains(std::string_view uuid) {
     return database.prepare("SELECT 1 FROM zgenericasset WHERE uuid = ?").bind(uuid).any();
 }
 
+template <class... Values>
+Result<std::vector<store::AssetRecord>> Store::select(const char *condition, const Values &...values) {
+    return database.prepare(std::string(store::selectAssets) + condition)
+        .bind(values...)
+        .all(store::readRecord);
+}
+
 Result<std::vector<store::AssetRecord>> Store::due(std::int64_t last, std::size_t limit) {
     const MutexLock lock(databaseMutex);
-    return database
-        .prepare(std::string(store::selectAssets) +
-                 "WHERE pk IN (SELECT asset FROM zduethumbnail) AND pk > ? ORDER BY pk LIMIT ?")
-        .bind(last, static_cast<std::int64_t>(limit))
-        .all(store::readRecord);
+    return select("WHERE pk IN (SELECT asset FROM zduethumbnail) AND pk > ? ORDER BY pk LIMIT ?", last,
+                  limit);
+}
+
+Result<std::vector<store::AssetRecord>> Store::decodable(std::int64_t last, std::size_t limit) {
+    const MutexLock lock(databaseMutex);
+    return select("WHERE pk > ? AND problem = '' ORDER BY pk LIMIT ?", last, limit);
+}
+
+Result<std::vector<store::AssetRecord>> Store::addedSince(double date) {
+    const MutexLock lock(databaseMutex);
+    return select("WHERE dateadded > ? ORDER BY pk DESC", date);
 }
 
 Result<bool> Store::isDue(std::int64_t asset) {
@@ -175,18 +178,31 @@ Result<bool> Store::isDue(std::int64_t asset) {
 
 Result<std::string> Store::renditionOf(std::string_view uuid) {
     const MutexLock lock(databaseMutex);
-    const auto filename = database.prepare("SELECT filename FROM zrendition WHERE assetuuid = ?")
-                              .bind(uuid)
-                              .first([](const sqlite::Statement &row) { return std::string(row.text(0)); });
-    return filename.map(
-        [](const std::optional<std::string> &found) { return found.value_or(std::string()); });
+    const auto name = database.prepare("SELECT filename FROM zrendition WHERE assetuuid = ?")
+                          .bind(uuid)
+                          .first([](const sqlite::Statement &row) { return std::string(row.text(0)); });
+    if (!name)
+        return passOn(name);
+    return name->value_or("");
+}
+
+Result<> Store::forgetRendition(std::string_view uuid) {
+    return change([uuid](Database &opened) {
+        return opened.prepare("DELETE FROM zrendition WHERE assetuuid = ?").bind(uuid).run();
+    });
+}
+
+Result<> Store::setExternalUsageIntent(std::int64_t asset, std::uint64_t intent) {
+    return change([=](Database &opened) {
+        return opened.prepare("UPDATE zgenericasset SET externalusageintent = ? WHERE pk = ?")
+            .bind(intent, asset)
+            .run();
+    });
 }
 
 Result<> Store::checkpoint() {
     const MutexLock lock(databaseMutex);
-    if (!database.checkpoint())
-        return failed();
-    return {};
+    return database.checkpoint();
 }
 
 } // namespace wickerlane::hoardd

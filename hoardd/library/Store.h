@@ -55,29 +55,33 @@ public:
     /// The file name of an asset's edited rendition; empty when it has none.
     [[nodiscard]] Result<std::string> renditionOf(std::string_view uuid);
 
-    /// Runs `make`, which takes the database, in a transaction, and gives what it gives. It gives a result,
-    /// or whether its statements succeeded: false stands for the database's problem. On failure the
-    /// transaction is rolled back; on success this returns when the change will survive any crash. `make`
-    /// should be quick, since nothing else is stored meanwhile.
+    /// Assets that were added after a date, the newest first.
+    [[nodiscard]] Result<std::vector<store::AssetRecord>> addedSince(double date);
+
+    /// Assets whose originals can be decoded: of those with primary keys after `last`, in their order, at
+    /// most `limit`.
+    [[nodiscard]] Result<std::vector<store::AssetRecord>> decodable(std::int64_t last, std::size_t limit);
+
+    /// Deletes the row of an edited rendition.
+    [[nodiscard]] Result<> forgetRendition(std::string_view uuid);
+    [[nodiscard]] Result<> setExternalUsageIntent(std::int64_t asset, std::uint64_t intent);
+
+    /// Runs `make`, which takes the database and gives a result, in a transaction, and gives that result. On
+    /// failure the transaction is rolled back; on success this returns when the change will survive any
+    /// crash. `make` should be quick, since nothing else is stored meanwhile.
     template <class Make>
     [[nodiscard]] auto change(const Make &make) {
-        using Made = std::invoke_result_t<const Make &, sqlite::Database &>;
-        using Outcome = std::conditional_t<std::is_same_v<Made, bool>, Result<>, Made>;
+        using Outcome = std::invoke_result_t<const Make &, sqlite::Database &>;
         const MutexLock lock(databaseMutex);
         sqlite::Transaction transaction(database);
         if (!transaction.isOpen())
-            return Outcome(failed());
-        Outcome outcome = [&]() WL_REQUIRES(databaseMutex) -> Outcome {
-            if constexpr (!std::is_same_v<Made, bool>)
-                return make(database);
-            else if (!make(database))
-                return failed();
-            return Outcome();
-        }();
-        if (outcome && !transaction.commit())
-            return Outcome(failed());
-        if (outcome)
-            noticeCounts();
+            return Outcome(fail(database.problem()));
+        Outcome outcome = make(database);
+        if (!outcome)
+            return outcome;
+        if (const auto committed = transaction.commit(); !committed)
+            return Outcome(passOn(committed));
+        noticeCounts();
         return outcome;
     }
 
@@ -100,12 +104,15 @@ private:
     [[nodiscard]] Result<> insert(std::span<Pending *const> group) WL_REQUIRES(databaseMutex);
     [[nodiscard]] Result<std::optional<store::AssetRecord>> findSum(const store::Sha256 &sum)
         WL_REQUIRES(databaseMutex);
+    /// The assets that a condition with these values selects.
+    template <class... Values>
+    [[nodiscard]] Result<std::vector<store::AssetRecord>> select(const char *condition,
+                                                                 const Values &...values)
+        WL_REQUIRES(databaseMutex);
     void noticeCounts() WL_REQUIRES(databaseMutex);
-    /// Why the last statement failed.
-    [[nodiscard]] Failure failed() WL_REQUIRES(databaseMutex);
 
     Mutex mutex;
-    Condition committed;
+    Condition groupCommitted;
     std::vector<Pending *> pending WL_GUARDED_BY(mutex);
     bool isCommitting WL_GUARDED_BY(mutex) = false;
 

@@ -8,41 +8,46 @@ using sqlite::Database;
 
 namespace {
 
-bool storeNotDue(Database &database, std::int64_t asset) {
+Result<> storeNotDue(Database &database, std::int64_t asset) {
     return database.prepare("DELETE FROM zduethumbnail WHERE asset = ?").bind(asset).run();
 }
 
 } // namespace
 
-bool storeRendition(Database &database, std::int64_t asset, const RenditionRow &row) {
+Result<> storeRendition(Database &database, std::int64_t asset, const RenditionRow &row) {
     return database.prepare("INSERT OR REPLACE INTO zrendition VALUES (?, ?, ?, ?, ?)")
-               .bind(row.assetUUID, row.filename, Bytes(row.sum), secondsNow(), row.properties)
-               .run() &&
-           database.prepare("INSERT OR IGNORE INTO zduethumbnail VALUES (?)").bind(asset).run();
+        .bind(row.assetUUID, row.filename, Bytes(row.sum), secondsNow(), row.properties)
+        .run()
+        .and_then([&] {
+            return database.prepare("INSERT OR IGNORE INTO zduethumbnail VALUES (?)").bind(asset).run();
+        });
 }
 
-bool storeThumbnails(Database &database, std::int64_t asset, bool newIndex) {
+Result<> storeThumbnails(Database &database, std::int64_t asset, bool newIndex) {
     return database
-               .prepare("UPDATE zgenericasset SET thumbnailindex = thumbnailindex + 1 WHERE pk = ? AND "
-                        "(? OR pk IN (SELECT asset FROM zduethumbnail))")
-               .bind(asset, newIndex)
-               .run() &&
-           database.prepare("UPDATE zgenericasset SET previewpurged = 0 WHERE pk = ? AND previewpurged")
-               .bind(asset)
-               .run() &&
-           storeNotDue(database, asset);
+        .prepare("UPDATE zgenericasset SET thumbnailindex = thumbnailindex + 1 WHERE pk = ? AND "
+                 "(? OR pk IN (SELECT asset FROM zduethumbnail))")
+        .bind(asset, newIndex)
+        .run()
+        .and_then([&] {
+            return database
+                .prepare("UPDATE zgenericasset SET previewpurged = 0 WHERE pk = ? AND previewpurged")
+                .bind(asset)
+                .run();
+        })
+        .and_then([&] { return storeNotDue(database, asset); });
 }
 
-bool storeUndecodable(Database &database, std::int64_t asset, std::string_view reason) {
+Result<> storeUndecodable(Database &database, std::int64_t asset, std::string_view reason) {
     return database
-               .prepare("UPDATE zgenericasset SET problem = ?, width = 0, height = 0 "
-                        "WHERE pk IN (SELECT asset FROM zduethumbnail WHERE asset = ?)")
-               .bind(reason, asset)
-               .run() &&
-           storeNotDue(database, asset);
+        .prepare("UPDATE zgenericasset SET problem = ?, width = 0, height = 0 "
+                 "WHERE pk IN (SELECT asset FROM zduethumbnail WHERE asset = ?)")
+        .bind(reason, asset)
+        .run()
+        .and_then([&] { return storeNotDue(database, asset); });
 }
 
-bool storePurgedPreview(Database &database, std::string_view uuid) {
+Result<> storePurgedPreview(Database &database, std::string_view uuid) {
     return database.prepare("UPDATE zgenericasset SET previewpurged = 1 WHERE uuid = ?").bind(uuid).run();
 }
 

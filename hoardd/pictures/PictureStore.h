@@ -1,5 +1,5 @@
-// What the store says of thumbnails and edited renditions. All of it in the caller's transaction; false when
-// a statement fails.
+// What the store says of thumbnails and edited renditions. The functions work in a transaction of the
+// caller's.
 #ifndef HOARDD_PICTURES_PICTURESTORE_H
 #define HOARDD_PICTURES_PICTURESTORE_H
 
@@ -23,17 +23,19 @@ struct RenditionRow {
     Bytes properties; ///< The editor's own, as a property list; may be empty.
 };
 /// Thumbnails of it are due from then on.
-[[nodiscard]] bool storeRendition(sqlite::Database &database, std::int64_t asset, const RenditionRow &row);
+[[nodiscard]] Result<> storeRendition(sqlite::Database &database, std::int64_t asset,
+                                      const RenditionRow &row);
 
 /// The thumbnails of an asset are in their places. Its thumbnail index counts up, which tells caches that
 /// there are others now: if `newIndex`, and always when they were due.
-[[nodiscard]] bool storeThumbnails(sqlite::Database &database, std::int64_t asset, bool newIndex);
+[[nodiscard]] Result<> storeThumbnails(sqlite::Database &database, std::int64_t asset, bool newIndex);
 
 /// Why the picture of an asset whose thumbnails are due can't be decoded. Nothing when they are not due.
-[[nodiscard]] bool storeUndecodable(sqlite::Database &database, std::int64_t asset, std::string_view reason);
+[[nodiscard]] Result<> storeUndecodable(sqlite::Database &database, std::int64_t asset,
+                                        std::string_view reason);
 
 /// The larger thumbnail of an asset is given up until it is asked for.
-[[nodiscard]] bool storePurgedPreview(sqlite::Database &database, std::string_view uuid);
+[[nodiscard]] Result<> storePurgedPreview(sqlite::Database &database, std::string_view uuid);
 
 /// The UUIDs of the assets in shared albums that have thumbnails; the oldest come first.
 [[nodiscard]] Result<std::vector<std::string>> sharedAssetsWithThumbnails(sqlite::Database &database);

@@ -66,7 +66,7 @@ Result<Attempt> makeDueFiles(Library &library, const AssetRecord &asset) {
     return attempt;
 }
 
-bool storeAttempt(sqlite::Database &database, const Attempt &attempt) {
+Result<> storeAttempt(sqlite::Database &database, const Attempt &attempt) {
     switch (attempt.outcome) {
     case Attempt::Outcome::made:
         return storeThumbnails(database, attempt.asset.primaryKey, false);
@@ -75,7 +75,7 @@ bool storeAttempt(sqlite::Database &database, const Attempt &attempt) {
     case Attempt::Outcome::notDue:
         break;
     }
-    return true;
+    return {};
 }
 
 } // namespace
@@ -163,9 +163,12 @@ std::vector<Result<AssetRecord>> makeDueThumbnails(Library &library, std::span<c
         ReleaseScope scope;
         attempts.push_back(makeDueFiles(library, each));
     }
-    const auto stored = library.writer().change([&](sqlite::Database &database) {
-        return std::ranges::all_of(
-            attempts, [&](const auto &attempt) { return !attempt || storeAttempt(database, *attempt); });
+    const auto stored = library.writer().change([&](sqlite::Database &database) -> Result<> {
+        for (const auto &attempt : attempts)
+            if (attempt)
+                if (const auto done = storeAttempt(database, *attempt); !done)
+                    return done;
+        return {};
     });
     std::vector<Result<AssetRecord>> results;
     results.reserve(assets.size());

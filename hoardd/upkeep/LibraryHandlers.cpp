@@ -2,13 +2,14 @@
 
 #include "hoardd/albums/Albums.h"
 #include "hoardd/library/Clock.h"
-#include "hoardd/library/Interim.h"
 #include "hoardd/library/LibraryFolder.h"
 #include "hoardd/library/State.h"
 #include "hoardd/saving/FoundFiles.h"
 #include "hoardd/service/Call.h"
+#include "hoardd/upkeep/DemoMode.h"
 #include "hoardd/upkeep/Repair.h"
-#include "hoardd/upkeep/Upkeep.h"
+#include "hoardd/upkeep/Sizes.h"
+#include "hoardd/upkeep/UpkeepStore.h"
 #include "wickerlane/log/JXLog.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/preferences/Preferences.h"
@@ -18,6 +19,7 @@
 namespace wickerlane::hoardd {
 
 namespace keys = protocol::keys;
+using sqlite::Database;
 
 namespace {
 
@@ -48,10 +50,9 @@ Result<Answer> getCurrentModelVersion(Library &, const Call &) {
 }
 
 Result<Answer> getLibrarySizes(Library &library, const Call &) {
-    std::string problem;
-    const auto sizes = sizesOf(library, problem);
+    const auto sizes = librarySizes(library);
     if (!sizes)
-        return fail(ProblemKind::failed, problem);
+        return passOn(sizes);
     auto kinds = MutableDictionary::create();
     for (const auto &[kind, bytes] : *sizes)
         kinds->set(String::of(std::to_string(kind)), Number::of(bytes));
@@ -66,16 +67,16 @@ Result<Answer> repairPotentialModelCorruption(LibraryFolder &folder, const Call 
     const auto library = folder.open();
     if (!library)
         return passOn(library);
-    return whenDone(asResult(repairLibrary(**library)));
+    return whenDone(repairLibrary(**library));
 }
 
 // What a restore from a computer leaves to do is what a repair does.
 Result<Answer> cleanupModel(Library &library, const Call &) {
-    return whenDone(asResult(repairLibrary(library)));
+    return whenDone(repairLibrary(library));
 }
 
 Result<> setRestoring(Library &library, bool isRestoring) {
-    return library.writer().change([isRestoring](sqlite::Database &database) {
+    return library.writer().change([isRestoring](Database &database) {
         return state::set(database, state::restoring, isRestoring ? 1 : 0);
     });
 }
@@ -87,12 +88,12 @@ Result<Answer> updateModelAfterOTARestore(LibraryFolder &folder, const Call &) {
         return passOn(library);
     if (const auto noted = setRestoring(**library, true); !noted)
         return passOn(noted);
-    return whenDone(asResult(repairLibrary(**library)));
+    return whenDone(repairLibrary(**library));
 }
 
 Result<Answer> finalizeOTARestore(Library &library, const Call &call) {
     if (call.get(keys::recreateAlbumsFromMetadata))
-        if (const auto recreated = asResult(Albums(library).recreate()); !recreated)
+        if (const auto recreated = recreateAlbums(library); !recreated)
             return passOn(recreated);
     if (call.get(keys::restoreEnded))
         if (const auto noted = setRestoring(library, false); !noted)
@@ -101,25 +102,24 @@ Result<Answer> finalizeOTARestore(Library &library, const Call &call) {
 }
 
 Result<Answer> hasCompletedRestorePostProcessing(Library &library, const Call &) {
-    std::string problem;
-    auto database = openReader(library, problem);
-    if (!database)
-        return fail(ProblemKind::failed, problem);
-    return Answer().set(keys::isComplete, state::get(*database, state::restoring).value_or(0) == 0);
+    const auto restoring =
+        library.read([](Database &database) { return state::get(database, state::restoring); });
+    if (!restoring)
+        return passOn(restoring);
+    return Answer().set(keys::isComplete, restoring->value_or(0) == 0);
 }
 
 Result<Answer> secondsNeededToCleanupModel(Library &library, const Call &) {
-    std::string problem;
-    const auto seconds = secondsToRepair(library, problem);
+    const auto seconds = secondsToRepair(library);
     if (!seconds)
-        return fail(ProblemKind::failed, problem);
+        return passOn(seconds);
     return Answer().set(keys::seconds, *seconds);
 }
 
 // A migration waits for the long work that was asked for before; then the database file stands alone.
 Result<Answer> dataMigrationWillFinish(Library &library, const Call &) {
-    if (!library.writer().checkpoint())
-        return fail(ProblemKind::failed, "the store can't be made to stand alone");
+    if (const auto moved = library.writer().checkpoint(); !moved)
+        return fail(moved.error().kind, "the store can't be made to stand alone: " + moved.error().text);
     return Answer();
 }
 
@@ -127,28 +127,19 @@ Result<Answer> notifyAboutTermination(Library &library, const Call &call) {
     const String *name = call.get(keys::name), *reason = call.get(keys::reason);
     JX_LOG(JXLogLevelError, JXPhotosStateLog, "process %d (%s) ends by an exception: %@: %@",
            call.peer().process, call.peer().executable.c_str(), name, reason);
-    return whenDone(library.writer().change([&](sqlite::Database &database) {
-        return database
-            .prepare(
-                "INSERT INTO ztermination (date, executable, process, name, reason) VALUES (?, ?, ?, ?, ?)")
-            .bind(secondsNow(), call.peer().executable, call.peer().process,
-                  name != nullptr ? name->utf8() : std::string_view(),
-                  reason != nullptr ? reason->utf8() : std::string_view())
-            .run();
-    }));
+    const Termination termination{secondsNow(), call.peer().executable, call.peer().process,
+                                  name != nullptr ? name->utf8() : std::string_view(),
+                                  reason != nullptr ? reason->utf8() : std::string_view()};
+    return whenDone(library.writer().change(
+        [&](Database &database) { return insertTermination(database, termination); }));
 }
 
 Result<Answer> clearChangeStore(Library &library, const Call &) {
-    return whenDone(library.writer().change(
-        [](sqlite::Database &database) { return database.execute("DELETE FROM zchange"); }));
+    return whenDone(library.writer().change(deleteChanges));
 }
 
-// What there must be one of: the library's identity, and a row of numbers for each kind of asset.
 Result<Answer> repairSingletonObjects(Library &library, const Call &) {
-    return whenDone(library.writer().change([](sqlite::Database &database) {
-        return database.execute("DELETE FROM zlibrary WHERE rowid > (SELECT min(rowid) FROM zlibrary);") &&
-               database.execute(store::recountAssets);
-    }));
+    return whenDone(library.writer().change(repairSingletons));
 }
 
 // A demonstration library goes back to what it was at the date that the preferences name; without one,
@@ -158,7 +149,7 @@ Result<Answer> cleanupForStoreDemoMode(Library &library, const Call &) {
     if (began == nullptr)
         return fail(ProblemKind::invalid,
                     "the library is in no demo mode: the preference StoreDemoModeDate is not set");
-    return whenDone(asResult(removeAddedSince(library, began->referenceSeconds())));
+    return whenDone(removeAddedSince(library, began->referenceSeconds()));
 }
 
 constexpr Operation operations[] = {

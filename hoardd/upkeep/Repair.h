@@ -2,18 +2,19 @@
 #ifndef HOARDD_UPKEEP_REPAIR_H
 #define HOARDD_UPKEEP_REPAIR_H
 
-#include <string>
-
 #include "hoardd/library/Library.h"
 
 namespace wickerlane::hoardd {
 
-/// Checks the library, its sums left out, and mends what can be mended: pictures and videos among the
-/// originals that no asset has become assets; missing thumbnails are made; rows of renditions that are gone
-/// go; other files that no asset has are moved into PhotoData/LostAndFound, never removed. An original that
-/// is missing or changed, and a damaged store, can only be told of. Interrupted at any instant, it can begin
-/// again. An empty text when nothing is left to mend, else what is.
-[[nodiscard]] std::string repairLibrary(Library &library);
+/// Checks the library, its sums left out, and repairs what can be repaired. Pictures and videos among the
+/// originals that no asset has become assets. Missing thumbnails are made. Rows of missing renditions are
+/// deleted. Other files that no asset has are moved into PhotoData/LostAndFound, never removed. An original
+/// that is missing or changed, and a damaged store, can only be reported. Interrupted at any instant, it can
+/// start again. Fails when something is left, and says how much and the first of it.
+[[nodiscard]] Result<> repairLibrary(Library &library);
+
+/// How long repairLibrary() would take, in seconds, at least 1: estimated from what there is to do.
+[[nodiscard]] Result<std::int64_t> secondsToRepair(const Library &library);
 
 } // namespace wickerlane::hoardd
 

@@ -71,9 +71,15 @@ TEST(CountNotice, StoreTellsWhatChangesTheCounts) {
     };
     for (const auto &[sql, succeeds, changesCounts] : cases) {
         const int before = changes;
-        static_cast<void>(writer.change([sql = sql, succeeds = succeeds](Database &database) {
-            return database.execute(sql) && succeeds;
-        }));
+        EXPECT_EQ(writer
+                      .change([sql = sql, succeeds = succeeds](Database &database) -> Result<> {
+                          if (const auto done = database.execute(sql); !done || succeeds)
+                              return done;
+                          return fail(ProblemKind::failed, "no");
+                      })
+                      .has_value(),
+                  succeeds)
+            << sql;
         EXPECT_EQ(changes - before, changesCounts ? 1 : 0) << sql;
     }
 }

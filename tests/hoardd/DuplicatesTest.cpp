@@ -1,5 +1,5 @@
 // Which pictures are the same, and which are alike.
-#include "hoardd/analysis/DuplicateRule.h"
+#include "hoardd/analysis/DuplicateGroups.h"
 
 #include <gtest/gtest.h>
 
@@ -22,7 +22,7 @@ std::optional<Fingerprint> seen(const Pixels &picture) {
     return fingerprintOf({bytes, picture.width, picture.height, 3});
 }
 
-TEST(Fingerprint, StaysWhenAPictureIsEncodedAnewOrResizedAndTellsPicturesApart) {
+TEST(Fingerprint, IsStableUnderEncodingAndResizingAndTellsPicturesApart) {
     std::vector<Fingerprint> all;
     for (unsigned seed = 1; seed <= 25; ++seed) {
         const auto original = seen(scene(256, 192, seed));
@@ -90,7 +90,7 @@ void flip(std::uint64_t &hash, int bits) {
         hash ^= std::uint64_t{1} << (bit * 5 + bits) % 64;
 }
 
-TEST(Duplicates, AreToldFromSimilarPicturesAndFromOthers) {
+TEST(Duplicates, AreDistinguishedFromSimilarPicturesAndFromOthers) {
     const DuplicateItem original = itemNumbered(1);
     using Change = void (*)(DuplicateItem &);
     using enum Likeness;
@@ -100,7 +100,7 @@ TEST(Duplicates, AreToldFromSimilarPicturesAndFromOthers) {
         Change change;
         std::optional<Likeness> expected;
     } cases[] = {
-        {"encoded anew", [](DuplicateItem &) {}, same},
+        {"encoded again", [](DuplicateItem &) {}, same},
         {"resized", [](DuplicateItem &i) { i.width = 1000, i.height = 750; }, same},
         {"resized, of another date", [](DuplicateItem &i) { i.width = 1000, i.height = 751, i.date += 9e6; },
          same},
@@ -184,15 +184,15 @@ TEST(Duplicates, AreAllFoundInWhateverOrderTheItemsCome) {
     }
     const std::vector<DuplicateGroup> expected = groupsByAllPairs(items);
     ASSERT_GT(expected.size(), 100U);
-    const NotDuplicates strangers[] = {{1, 2}, {90'000, 90'001}};
+    const CannotLink strangers[] = {{1, 2}, {90'000, 90'001}};
     for (int round = 0; round < 4; ++round) {
         EXPECT_EQ(findDuplicates(items, {}), expected);
-        EXPECT_EQ(findDuplicates(items, strangers), expected) << "who is in no group can be kept apart, too";
+        EXPECT_EQ(findDuplicates(items, strangers), expected) << "also of what is in no group";
         std::ranges::shuffle(items, random);
     }
 }
 
-TEST(Duplicates, ThatAPersonSaysAreNoneStayApart) {
+TEST(Duplicates, ThatAPersonDeniesAreKeptApart) {
     // 1 - 2 - 3 - 4, each like the next; 2 and 3 are the most alike.
     std::vector<DuplicateItem> chain{itemNumbered(1)};
     for (std::int64_t key = 2; key <= 4; ++key) {
@@ -202,7 +202,7 @@ TEST(Duplicates, ThatAPersonSaysAreNoneStayApart) {
     }
     using Groups = std::vector<std::vector<std::int64_t>>;
     const struct {
-        std::vector<NotDuplicates> apart;
+        std::vector<CannotLink> constraints;
         Groups expected;
     } cases[] = {
         {{}, {{1, 2, 3, 4}}},
@@ -212,12 +212,12 @@ TEST(Duplicates, ThatAPersonSaysAreNoneStayApart) {
         {{{1, 2}, {1, 3}, {1, 4}, {2, 3}, {2, 4}, {3, 4}}, {}},
     };
     std::mt19937 random(5);
-    for (const auto &[apart, expected] : cases)
+    for (const auto &[constraints, expected] : cases)
         for (int round = 0; round < 6; ++round) {
             Groups found;
-            for (const DuplicateGroup &group : findDuplicates(chain, apart))
+            for (const DuplicateGroup &group : findDuplicates(chain, constraints))
                 found.push_back(group.keys);
-            EXPECT_EQ(found, expected) << apart.size();
+            EXPECT_EQ(found, expected) << constraints.size();
             std::ranges::shuffle(chain, random);
         }
     // Also of the same bytes.
@@ -225,7 +225,7 @@ TEST(Duplicates, ThatAPersonSaysAreNoneStayApart) {
     twin.sum = chain[0].sum;
     const DuplicateItem pair[] = {chain[0], twin};
     EXPECT_EQ(findDuplicates(pair, {}).size(), 1U);
-    const NotDuplicates apart[] = {{std::min(chain[0].key, twin.key), std::max(chain[0].key, twin.key)}};
+    const CannotLink apart[] = {{std::min(chain[0].key, twin.key), std::max(chain[0].key, twin.key)}};
     EXPECT_EQ(findDuplicates(pair, apart).size(), 0U);
 }
 

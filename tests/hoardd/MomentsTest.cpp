@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <random>
 
+#include "hoardd/analysis/MomentAnalysisStore.h"
 #include "hoardd/analysis/MomentStore.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/store/AssetColumns.h"
@@ -22,18 +23,18 @@ constexpr double minute = 60, hour = 3600, day = 24 * hour;
 constexpr Place home{48.5, 9.05}, market{48.505, 9.055}, lake{48.7, 9.2}, island{-8.5, 179.9},
     beyond{-8.5, -179.9};
 
-/// The gaps that are borders, of items that follow each other after these pauses, in this order of places.
-std::vector<std::size_t> borders(const std::vector<double> &pauses,
-                                 const std::vector<std::optional<Place>> &places = {},
-                                 const BorderRule &rule = momentRule) {
-    std::vector<Stay> stays(pauses.size() + 1);
-    for (std::size_t i = 0; i < stays.size(); ++i) {
-        stays[i].start = stays[i].end = i == 0 ? 0 : stays[i - 1].end + pauses[i - 1];
+/// The gaps that are boundaries, of items that follow each other after these pauses, in this order of places.
+std::vector<std::size_t> boundaries(const std::vector<double> &pauses,
+                                    const std::vector<std::optional<Place>> &places = {},
+                                    const BoundaryRule &rule = momentRule) {
+    std::vector<Interval> intervals(pauses.size() + 1);
+    for (std::size_t i = 0; i < intervals.size(); ++i) {
+        intervals[i].start = intervals[i].end = i == 0 ? 0 : intervals[i - 1].end + pauses[i - 1];
         if (i < places.size())
-            stays[i].place = places[i];
+            intervals[i].place = places[i];
     }
     std::vector<std::size_t> found;
-    const std::vector<bool> marks = bordersOf(stays, rule);
+    const std::vector<bool> marks = findBoundaries(intervals, rule);
     for (std::size_t i = 0; i < marks.size(); ++i)
         if (marks[i])
             found.push_back(i);
@@ -60,14 +61,14 @@ TEST(Moments, BeginWhereAPauseStandsOut) {
         {"twelve times as long", {10 * minute, 10 * minute, 121 * minute, 10 * minute}, {2}},
     };
     for (const auto &[what, pauses, expected] : cases)
-        EXPECT_EQ(borders(pauses), expected) << what;
+        EXPECT_EQ(boundaries(pauses), expected) << what;
     // Only ten neighbours on either side count: far away, the same pause is nothing special.
     std::vector<double> pauses(40, minute);
     pauses[20] = 2 * hour;
-    EXPECT_EQ(borders(pauses), Gaps{20});
+    EXPECT_EQ(boundaries(pauses), Gaps{20});
     std::fill(pauses.begin() + 10, pauses.begin() + 20, 2 * hour);
     std::fill(pauses.begin() + 21, pauses.begin() + 31, 2 * hour);
-    EXPECT_EQ(borders(pauses), Gaps{}) << "an even stream of photos";
+    EXPECT_EQ(boundaries(pauses), Gaps{}) << "an even stream of photos";
 }
 
 TEST(Moments, BeginWhereThePlaceJumps) {
@@ -88,30 +89,30 @@ TEST(Moments, BeginWhereThePlaceJumps) {
         {"across the date line", even, {island, island, beyond, beyond, beyond}, {1}},
     };
     for (const auto &[what, pauses, places, expected] : cases)
-        EXPECT_EQ(borders(pauses, places), expected) << what;
+        EXPECT_EQ(boundaries(pauses, places), expected) << what;
     // Two places tell nothing when too many photos without one lie between them.
     std::vector<std::optional<Place>> places(12);
     places.front() = home;
     places[10] = lake;
-    EXPECT_EQ(borders(std::vector<double>(11, 20 * minute), places).size(), 1U);
+    EXPECT_EQ(boundaries(std::vector<double>(11, 20 * minute), places).size(), 1U);
     std::swap(places[10], places[11]);
-    EXPECT_EQ(borders(std::vector<double>(11, 20 * minute), places).size(), 0U);
+    EXPECT_EQ(boundaries(std::vector<double>(11, 20 * minute), places).size(), 0U);
 
     EXPECT_NEAR(distance(island, beyond), 22'000, 100);
-    const auto middle = middleOf(std::vector<Stay>{{0, 0, island}, {1, 1, beyond}, {2, 2, {}}});
+    const auto middle = centroid(std::vector<Interval>{{0, 0, island}, {1, 1, beyond}, {2, 2, {}}});
     ASSERT_TRUE(middle);
     EXPECT_NEAR(std::abs(middle->longitude), 180, 1e-6);
-    EXPECT_FALSE(middleOf(std::vector<Stay>(3)));
+    EXPECT_FALSE(centroid(std::vector<Interval>(3)));
 }
 
 TEST(Moments, ListsPartAtLongPausesAndLongJourneys) {
     const std::vector<double> days(6, day);
-    EXPECT_EQ(borders(days, {}, momentListRule), Gaps{});
-    EXPECT_EQ(borders({day, day, 5 * day, day, day}, {}, momentListRule), Gaps{2});
-    EXPECT_EQ(borders({day, day, day}, {home, lake, island, island}, momentListRule), Gaps{1});
+    EXPECT_EQ(boundaries(days, {}, momentListRule), Gaps{});
+    EXPECT_EQ(boundaries({day, day, 5 * day, day, day}, {}, momentListRule), Gaps{2});
+    EXPECT_EQ(boundaries({day, day, day}, {home, lake, island, island}, momentListRule), Gaps{1});
 }
 
-TEST(Moments, GoOnAsThoseWithWhichTheyShareTheMostMembers) {
+TEST(Moments, KeepTheKeyOfTheMomentWithWhichTheyShareTheMostMembers) {
     using Groups = std::vector<std::vector<std::int64_t>>;
     using Keys = std::vector<std::int64_t>;
     const std::pair<Groups, Keys> cases[] = {
@@ -120,10 +121,10 @@ TEST(Moments, GoOnAsThoseWithWhichTheyShareTheMostMembers) {
         {{{7}, {7, 7, 0}}, {0, 7}},             // split: the larger part keeps the key
         {{{7, 7, 8}}, {7}},                     // merged: the larger part gives it
         {{{7}, {7}}, {7, 0}},                   // equal parts: the earlier
-        {{{7, 7, 8}, {7, 7, 7, 8, 8}}, {8, 7}}, // who comes too late takes the next best
+        {{{7, 7, 8}, {7, 7, 7, 8, 8}}, {8, 7}}, // a key that is taken: the next best
     };
     for (const auto &[groups, keys] : cases)
-        EXPECT_EQ(successionOf(groups), keys);
+        EXPECT_EQ(reassignKeys(groups), keys);
 }
 
 /// A store with assets, and moments made of them.
@@ -171,15 +172,15 @@ protected:
 };
 
 // Written from the rule's words, without any of the code above.
-std::vector<bool> bordersByTheRule(const std::vector<Stay> &stays) {
+std::vector<bool> boundariesByTheRule(const std::vector<Interval> &intervals) {
     std::vector<bool> result;
-    const auto gap = [&](std::size_t i) { return stays[i + 1].start - stays[i].start; };
-    for (std::size_t i = 0; i + 1 < stays.size(); ++i) {
+    const auto gap = [&](std::size_t i) { return intervals[i + 1].start - intervals[i].start; };
+    for (std::size_t i = 0; i + 1 < intervals.size(); ++i) {
         double product = 0;
         int neighbours = 0;
         for (int offset = -10; offset <= 10; ++offset) {
             const auto j = static_cast<std::ptrdiff_t>(i) + offset;
-            if (offset == 0 || j < 0 || j + 1 >= static_cast<std::ptrdiff_t>(stays.size()))
+            if (offset == 0 || j < 0 || j + 1 >= static_cast<std::ptrdiff_t>(intervals.size()))
                 continue;
             product += std::log(std::max(gap(static_cast<std::size_t>(j)), 300.0));
             ++neighbours;
@@ -188,12 +189,12 @@ std::vector<bool> bordersByTheRule(const std::vector<Stay> &stays) {
             neighbours != 0 && std::log(std::max(gap(i), 300.0)) - product / neighbours >= std::log(12.0);
         result.push_back(standsOut || gap(i) >= 12 * 3600);
     }
-    for (std::size_t a = 0; a < stays.size(); ++a)
-        for (std::size_t b = a + 1; stays[a].place && b < stays.size(); ++b) {
-            if (!stays[b].place)
+    for (std::size_t a = 0; a < intervals.size(); ++a)
+        for (std::size_t b = a + 1; intervals[a].place && b < intervals.size(); ++b) {
+            if (!intervals[b].place)
                 continue;
-            if (b - a <= 10 && stays[b].start - stays[a].start >= 300 &&
-                distance(*stays[a].place, *stays[b].place) > 2000) {
+            if (b - a <= 10 && intervals[b].start - intervals[a].start >= 300 &&
+                distance(*intervals[a].place, *intervals[b].place) > 2000) {
                 std::size_t widest = a;
                 for (std::size_t i = a; i < b; ++i)
                     widest = gap(i) > gap(widest) ? i : widest;
@@ -266,25 +267,25 @@ TEST_F(MomentStoreTest, AnIncrementalResultIsThatOfAWholeRebuild) {
         ASSERT_EQ(*around, *whole) << "edit " << edit << " of seed " << seed;
         moved += around->moments.size();
         ASSERT_TRUE(apply(*around)) << database->problem().text;
-        ASSERT_TRUE(isCurrent(*database, *around));
+        ASSERT_EQ(isCurrent(*database, *around), true);
         ASSERT_EQ(number("SELECT count(*) FROM zmomentchange"), 0);
 
         if (edit % 100 != 0)
             continue;
         const auto again = planMoments(*database, false);
         ASSERT_TRUE(again && again->moments.empty() && again->gone.empty()) << "edit " << edit;
-        std::vector<Stay> stays;
+        std::vector<Interval> intervals;
         sqlite::Statement statement = database->prepare(
             "SELECT datecreated, latitude, longitude FROM zgenericasset ORDER BY datecreated, pk");
         while (statement.next()) {
             const double date = statement.real(0);
-            stays.push_back({date, date, {}});
+            intervals.push_back({date, date, {}});
             if (!statement.isNull(1))
-                stays.back().place = Place{statement.real(1), statement.real(2)};
+                intervals.back().place = Place{statement.real(1), statement.real(2)};
         }
         const std::vector<std::int64_t> moments = momentsOfAssets();
-        const std::vector<bool> expected = bordersByTheRule(stays);
-        ASSERT_EQ(moments.size(), stays.size());
+        const std::vector<bool> expected = boundariesByTheRule(intervals);
+        ASSERT_EQ(moments.size(), intervals.size());
         for (std::size_t i = 0; i < expected.size(); ++i)
             ASSERT_EQ(moments[i] != moments[i + 1], expected[i]) << "gap " << i << " at edit " << edit;
         ASSERT_EQ(number("SELECT count(*) FROM zmoment m WHERE assetcount <> (SELECT count(*) FROM "
@@ -298,16 +299,16 @@ TEST_F(MomentStoreTest, AnIncrementalResultIsThatOfAWholeRebuild) {
     EXPECT_GT(moved, static_cast<std::size_t>(edits) / 10) << "the edits must have moved something";
 }
 
-TEST_F(MomentStoreTest, APlanIsOvertakenByAnyChange) {
+TEST_F(MomentStoreTest, AnyChangeOutdatesAPlan) {
     add(0, home);
     const auto plan = planMoments(*database, true);
     ASSERT_TRUE(plan);
-    EXPECT_TRUE(isCurrent(*database, *plan));
+    EXPECT_EQ(isCurrent(*database, *plan), true);
     add(1, home);
-    EXPECT_FALSE(isCurrent(*database, *plan));
+    EXPECT_EQ(isCurrent(*database, *plan), false);
 }
 
-TEST_F(MomentStoreTest, AnalysisFindsWhatStandsForAMomentAndKnowsWhenItMustLookAgain) {
+TEST_F(MomentStoreTest, AnalysisFindsKeyAssetsAndRepeatsOnlyWhatHasChanged) {
     for (const double date : {0.0, 100.0, 200.0, 300.0, 3 * day})
         add(date, home);
     // The middle one is a video, the next shows nothing, and of the last nothing has been seen.

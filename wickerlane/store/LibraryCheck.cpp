@@ -81,8 +81,10 @@ Result<> Check::run() {
         return {};
     }
     const auto version = database->integer("PRAGMA user_version");
-    if (version != modelVersion())
-        return fail(version > modelVersion() ? ProblemKind::newerVersion : ProblemKind::failed,
+    if (!version)
+        return passOn(version);
+    if (*version != modelVersion())
+        return fail(*version > modelVersion() ? ProblemKind::newerVersion : ProblemKind::failed,
                     "the library has another model version; let hoardd open it first", paths.database());
     const Result<> rows = checkRows(*database);
     if (!rows || isCancelled())

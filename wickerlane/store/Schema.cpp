@@ -300,13 +300,17 @@ std::span<const char *const> schemaSteps() noexcept {
     return steps;
 }
 
-bool layOut(sqlite::Database &database) {
+Result<> layOut(sqlite::Database &database) {
     const auto taken = database.integer("PRAGMA user_version");
-    if (!taken || *taken < 0 || *taken > modelVersion())
-        return false;
+    if (!taken)
+        return passOn(taken);
+    if (*taken < 0 || *taken > modelVersion())
+        return fail(ProblemKind::newerVersion, "the library has model version " + std::to_string(*taken) +
+                                                   ", and this hoardd knows version " +
+                                                   std::to_string(modelVersion()));
     for (const char *step : schemaSteps().subspan(static_cast<std::size_t>(*taken)))
-        if (!database.execute(step))
-            return false;
+        if (const auto done = database.execute(step); !done)
+            return done;
     return database.execute(("PRAGMA user_version = " + std::to_string(modelVersion())).c_str());
 }
 

@@ -20,8 +20,8 @@ WL_EXPORT std::span<const char *const> schemaSteps() noexcept;
     return static_cast<std::int64_t>(schemaSteps().size());
 }
 
-/// Takes the steps that a database lacks, in the caller's transaction. False on failure.
-[[nodiscard]] WL_EXPORT bool layOut(sqlite::Database &database);
+/// Takes the steps that a database lacks, in the caller's transaction.
+[[nodiscard]] WL_EXPORT Result<> layOut(sqlite::Database &database);
 
 /// One row: how many photos and how many videos there are. Triggers keep the numbers, in the transaction that
 /// adds or deletes an asset.

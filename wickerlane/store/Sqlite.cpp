@@ -92,12 +92,12 @@ bool Statement::next() {
     return false;
 }
 
-bool Statement::run() {
+Result<> Statement::run() {
     while (next()) {
     }
-    const bool succeeded = !failed();
+    Result<> ended = end();
     reset();
-    return succeeded;
+    return ended;
 }
 
 bool Statement::failed() const noexcept {
@@ -162,17 +162,15 @@ Result<Database> Database::open(const std::string &path, Access access) {
     waitWhenBusy(opened, busyMilliseconds);
     sqlite3_db_config(opened, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
     sqlite3_db_config(opened, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
-    bool ready;
+    Result<> ready;
     if (access == Access::write) {
         ready = database.execute("PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL; PRAGMA foreign_keys=ON;");
     } else {
         neverCheckpoint(opened);
         ready = database.execute("PRAGMA query_only=ON;");
     }
-    if (!ready) {
-        const Problem problem = database.problem();
-        return fail(problem.kind, "can't open " + path + ": " + problem.text, path);
-    }
+    if (!ready)
+        return fail(ready.error().kind, "can't open " + path + ": " + ready.error().text, path);
     return database;
 }
 
@@ -189,15 +187,19 @@ Statement Database::prepare(std::string_view sql) {
     return Statement(handle, prepared, result);
 }
 
-bool Database::execute(const char *sql) {
-    return sqlite3_exec(handle, sql, nullptr, nullptr, nullptr) == SQLITE_OK;
+Result<> Database::execute(const char *sql) {
+    if (sqlite3_exec(handle, sql, nullptr, nullptr, nullptr) != SQLITE_OK)
+        return fail(problem());
+    return {};
 }
 
-std::optional<std::int64_t> Database::integer(std::string_view sql) {
-    Statement statement = prepare(sql);
-    if (!statement.next())
-        return std::nullopt;
-    return statement.integer(0);
+Result<std::int64_t> Database::integer(std::string_view sql) {
+    const auto number = prepare(sql).first([](const Statement &row) { return row.integer(0); });
+    if (!number)
+        return passOn(number);
+    if (!*number)
+        return fail(ProblemKind::notFound, "the query gives no row");
+    return **number;
 }
 
 std::int64_t Database::lastRowID() const noexcept {
@@ -208,12 +210,14 @@ Problem Database::problem() const {
     return problemOf(handle, sqlite3_errcode(handle));
 }
 
-bool Database::checkpoint() {
-    return sqlite3_wal_checkpoint_v2(handle, nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr) ==
-           SQLITE_OK;
+Result<> Database::checkpoint() {
+    if (sqlite3_wal_checkpoint_v2(handle, nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr) != SQLITE_OK)
+        return fail(problem());
+    return {};
 }
 
-Transaction::Transaction(Database &used) : database(used), open(used.execute("BEGIN IMMEDIATE;")) {
+Transaction::Transaction(Database &used)
+    : database(used), open(used.execute("BEGIN IMMEDIATE;").has_value()) {
 }
 
 Transaction::~Transaction() {
@@ -222,16 +226,15 @@ Transaction::~Transaction() {
         static_cast<void>(database.execute("ROLLBACK;"));
 }
 
-bool Transaction::commit() {
+Result<> Transaction::commit() {
     if (!open)
-        return false;
-    if (!database.execute("COMMIT;"))
-        return false; // the destructor rolls back
-    open = false;
-    return true;
+        return fail(ProblemKind::failed, "there is no transaction to commit");
+    const Result<> committed = database.execute("COMMIT;");
+    open = !committed; // then the destructor rolls back
+    return committed;
 }
 
-Snapshot::Snapshot(Database &read) : database(read), open(read.execute("BEGIN;")) {
+Snapshot::Snapshot(Database &read) : database(read), open(read.execute("BEGIN;").has_value()) {
 }
 
 Snapshot::~Snapshot() {

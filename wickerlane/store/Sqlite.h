@@ -78,8 +78,8 @@ public:
 
     /// Steps to the next row. False when there is none, or on failure, which failed() tells.
     [[nodiscard]] bool next();
-    /// Runs a statement without rows, and resets it. False on failure.
-    [[nodiscard]] bool run();
+    /// Runs a statement, whatever rows it gives, and resets it.
+    [[nodiscard]] Result<> run();
     [[nodiscard]] bool failed() const noexcept;
     /// Makes the statement ready to be bound and run again.
     void reset();
@@ -140,15 +140,15 @@ public:
 
     /// A statement that failed to prepare fails when it is run.
     [[nodiscard]] Statement prepare(std::string_view sql);
-    /// Runs statements, separated by semicolons, whose rows do not matter. False on failure.
-    [[nodiscard]] bool execute(const char *sql);
-    /// The single number that a query gives; nothing on failure or without a row.
-    [[nodiscard]] std::optional<std::int64_t> integer(std::string_view sql);
+    /// Runs statements, separated by semicolons, whose rows do not matter.
+    [[nodiscard]] Result<> execute(const char *sql);
+    /// The single number that a query gives; fails without a row.
+    [[nodiscard]] Result<std::int64_t> integer(std::string_view sql);
     [[nodiscard]] std::int64_t lastRowID() const noexcept;
     /// What failed last on this connection, which has failed.
     [[nodiscard]] Problem problem() const;
-    /// Moves the whole write-ahead log into the database file. The writer's alone. False on failure.
-    [[nodiscard]] bool checkpoint();
+    /// Moves the whole write-ahead log into the database file. The writer's alone.
+    [[nodiscard]] Result<> checkpoint();
 
 private:
     explicit Database(sqlite3 *opened) noexcept : handle(opened) {}
@@ -165,8 +165,8 @@ public:
     ~Transaction();
 
     [[nodiscard]] bool isOpen() const noexcept { return open; }
-    /// False on failure; everything is then rolled back.
-    [[nodiscard]] bool commit();
+    /// On failure everything is rolled back.
+    [[nodiscard]] Result<> commit();
 
 private:
     Database &database;

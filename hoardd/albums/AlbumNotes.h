@@ -1,0 +1,31 @@
+// What is noted of albums beside the store, so that a restored library can make its albums again.
+#ifndef HOARDD_ALBUMS_ALBUMNOTES_H
+#define HOARDD_ALBUMS_ALBUMNOTES_H
+
+#include <string>
+#include <vector>
+
+#include "wickerlane/store/LibraryPaths.h"
+#include "wickerlane/store/ManagedAlbum.h"
+
+namespace wickerlane::hoardd {
+
+// A note is a copy, written after the commit. One that can't be written is logged: it costs nothing unless
+// the store is lost as well.
+
+void noteAlbum(const store::LibraryPaths &paths, const store::AlbumRecord &album);
+void noteAlbumAsset(const store::LibraryPaths &paths, const std::string &albumUUID,
+                    const std::string &assetUUID);
+void removeAlbumNote(const store::LibraryPaths &paths, const std::string &albumUUID);
+
+struct NotedAlbum {
+    store::AlbumRecord album;        ///< Without key and count.
+    std::vector<std::string> assets; ///< Their UUIDs, in the order in which they were added.
+};
+
+/// All notes that can be read.
+[[nodiscard]] std::vector<NotedAlbum> readAlbumNotes(const store::LibraryPaths &paths);
+
+} // namespace wickerlane::hoardd
+
+#endif

@@ -1,0 +1,112 @@
+#include "hoardd/albums/BulletinStore.h"
+
+#include <algorithm>
+
+namespace wickerlane::hoardd {
+
+using sqlite::Database;
+using sqlite::Statement;
+using store::AssetKind;
+
+namespace {
+
+constexpr double gatheringSeconds = 600;
+
+std::string selectBulletins(const char *condition) {
+    return std::string("SELECT recordid, originalrecordid, originaldate, date, photos, videos, zalbum.uuid, "
+                       "zalbum.name, coalesce(zgenericasset.uuid, ''), coalesce(zgenericasset.kind, 0), "
+                       "coalesce(zgenericasset.thumbnailindex, 0), sender FROM zbulletin "
+                       "JOIN zalbum ON zalbum.pk = zbulletin.album "
+                       "LEFT JOIN zgenericasset ON zgenericasset.pk = zbulletin.asset ") +
+           condition;
+}
+
+BulletinRecord readBulletin(const Statement &row) {
+    BulletinRecord record;
+    record.id = row.integer(0);
+    record.originalID = row.integer(1);
+    record.originalDate = row.real(2);
+    record.date = row.real(3);
+    record.photos = row.integer(4);
+    record.videos = row.integer(5);
+    record.albumUUID = row.text(6);
+    record.albumName = row.text(7);
+    record.assetUUID = row.text(8);
+    record.assetIsVideo = row.integer(9) == 1;
+    record.hasThumbnail = row.integer(10) != 0;
+    record.sender = row.text(11);
+    return record;
+}
+
+/// The newest bulletin of an album that still gathers what is added, with its numbers alone.
+Result<std::optional<BulletinRecord>> gatheringBulletin(Database &database, std::int64_t album, double date) {
+    return database
+        .prepare("SELECT recordid, originalrecordid, originaldate, photos, videos FROM zbulletin "
+                 "WHERE album = ? AND date > ? ORDER BY recordid DESC LIMIT 1")
+        .bind(album, date - gatheringSeconds)
+        .first([](const Statement &row) {
+            BulletinRecord record;
+            record.id = row.integer(0);
+            record.originalID = row.integer(1);
+            record.originalDate = row.real(2);
+            record.photos = row.integer(3);
+            record.videos = row.integer(4);
+            return record;
+        });
+}
+
+} // namespace
+
+Result<> addAssetBulletin(Database &database, const store::AssetRecord &asset,
+                          const store::AlbumRecord &album, std::string_view sender, double date) {
+    const auto gathering = gatheringBulletin(database, album.primaryKey, date);
+    if (!gathering)
+        return passOn(gathering);
+    BulletinRecord bulletin = gathering->value_or(BulletinRecord());
+    if (bulletin.id == 0)
+        bulletin.originalDate = date;
+    ++(asset.kind == AssetKind::photo ? bulletin.photos : bulletin.videos);
+    const auto deleted = database.prepare("DELETE FROM zbulletin WHERE recordid = ? OR date < ?")
+                             .bind(bulletin.id, date - bulletinLifetime)
+                             .run();
+    if (!deleted)
+        return deleted;
+    const auto inserted =
+        database
+            .prepare("INSERT INTO zbulletin (originalrecordid, originaldate, date, album, asset, photos, "
+                     "videos, sender) VALUES (?, ?, ?, ?, ?, ?, ?, ?)")
+            .bind(bulletin.originalID, bulletin.originalDate, date, album.primaryKey, asset.primaryKey,
+                  bulletin.photos, bulletin.videos, sender)
+            .run();
+    if (!inserted || bulletin.originalID != 0)
+        return inserted;
+    return database.prepare("UPDATE zbulletin SET originalrecordid = recordid WHERE recordid = ?")
+        .bind(database.lastRowID())
+        .run();
+}
+
+Result<std::vector<BulletinRecord>> currentBulletins(Database &database, double now) {
+    return database.prepare(selectBulletins("WHERE date > ? ORDER BY recordid DESC"))
+        .bind(now - bulletinLifetime)
+        .all(readBulletin);
+}
+
+Result<std::int64_t> countCurrentBulletins(Database &database, double now) {
+    const auto count = database.prepare("SELECT count(*) FROM zbulletin WHERE date > ?")
+                           .bind(now - bulletinLifetime)
+                           .first([](const Statement &row) { return row.integer(0); });
+    if (!count)
+        return passOn(count);
+    return count->value_or(0);
+}
+
+Result<std::optional<BulletinRecord>> bulletinWithID(Database &database, std::uint64_t id) {
+    return database.prepare(selectBulletins("WHERE recordid = ?")).bind(id).first(readBulletin);
+}
+
+Result<> deleteBulletins(Database &database, std::uint64_t lastID) {
+    const auto last = static_cast<std::int64_t>(std::min<std::uint64_t>(lastID, INT64_MAX));
+    return database.prepare("DELETE FROM zbulletin WHERE recordid <= ?").bind(last).run();
+}
+
+} // namespace wickerlane::hoardd

@@ -1,0 +1,51 @@
+// Bulletins in the store. The functions work in a transaction of the caller's.
+#ifndef HOARDD_ALBUMS_BULLETINSTORE_H
+#define HOARDD_ALBUMS_BULLETINSTORE_H
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "wickerlane/store/AssetRecord.h"
+#include "wickerlane/store/ManagedAlbum.h"
+#include "wickerlane/store/Sqlite.h"
+
+namespace wickerlane::hoardd {
+
+/// After so long, in seconds, a bulletin expires.
+inline constexpr double bulletinLifetime = 30 * 86'400;
+
+struct BulletinRecord {
+    std::int64_t id = 0;         ///< Ascends with time.
+    std::int64_t originalID = 0; ///< Of the first of the bulletins that it continues.
+    double originalDate = 0;     ///< Of that one.
+    double date = 0;             ///< Seconds since 2001-01-01 00:00:00 UTC.
+    std::int64_t photos = 0;     ///< How many were added.
+    std::int64_t videos = 0;
+    std::string albumUUID;
+    std::string albumName;
+    std::string assetUUID; ///< The newest asset; empty when it has gone.
+    bool assetIsVideo = false;
+    bool hasThumbnail = false;
+    std::string sender; ///< May be empty.
+};
+
+/// Makes a bulletin of an asset that somebody added to a shared album. What is added to one album within ten
+/// minutes is gathered in one bulletin. Expired ones are deleted.
+[[nodiscard]] Result<> addAssetBulletin(sqlite::Database &database, const store::AssetRecord &asset,
+                                        const store::AlbumRecord &album, std::string_view sender,
+                                        double date);
+
+/// Those that have not expired at a time, newest first.
+[[nodiscard]] Result<std::vector<BulletinRecord>> currentBulletins(sqlite::Database &database, double now);
+[[nodiscard]] Result<std::int64_t> countCurrentBulletins(sqlite::Database &database, double now);
+[[nodiscard]] Result<std::optional<BulletinRecord>> bulletinWithID(sqlite::Database &database,
+                                                                   std::uint64_t id);
+/// Deletes all up to a record.
+[[nodiscard]] Result<> deleteBulletins(sqlite::Database &database, std::uint64_t lastID);
+
+} // namespace wickerlane::hoardd
+
+#endif

@@ -1,0 +1,46 @@
+#include "hoardd/albums/PeopleStore.h"
+
+namespace wickerlane::hoardd {
+
+using sqlite::Database;
+using sqlite::Statement;
+
+Result<std::int64_t> emailKey(Database &database, std::string_view address) {
+    const auto added =
+        database.prepare("INSERT OR IGNORE INTO zemail (address) VALUES (?)").bind(address).run();
+    if (!added)
+        return passOn(added);
+    const auto key = database.prepare("SELECT key FROM zemail WHERE address = ?")
+                         .bind(address)
+                         .first([](const Statement &row) { return row.integer(0); });
+    if (!key)
+        return passOn(key);
+    if (!*key)
+        return fail(ProblemKind::damagedStore, "the store doesn't keep the address");
+    return **key;
+}
+
+Result<std::optional<std::string>> emailAddress(Database &database, std::int64_t key) {
+    return database.prepare("SELECT address FROM zemail WHERE key = ?")
+        .bind(key)
+        .first([](const Statement &row) { return std::string(row.text(0)); });
+}
+
+Result<std::optional<std::vector<std::byte>>> personInfo(Database &database, std::string_view person) {
+    return database.prepare("SELECT info FROM zperson WHERE personid = ?")
+        .bind(person)
+        .first([](const Statement &row) {
+            const Bytes info = row.blob(0);
+            return std::vector<std::byte>(info.begin(), info.end());
+        });
+}
+
+Result<> setPersonInfo(Database &database, std::string_view person, Bytes info) {
+    return database.prepare("INSERT OR REPLACE INTO zperson VALUES (?, ?)").bind(person, info).run();
+}
+
+Result<> deletePersonInfo(Database &database, std::string_view person) {
+    return database.prepare("DELETE FROM zperson WHERE personid = ?").bind(person).run();
+}
+
+} // namespace wickerlane::hoardd

@@ -1,0 +1,97 @@
+#include "hoardd/analysis/DuplicateGroups.h"
+
+#include <algorithm>
+#include <numeric>
+#include <tuple>
+
+#include "hoardd/analysis/NearFingerprints.h"
+
+namespace wickerlane::hoardd {
+
+namespace {
+
+/// Sets of items, by index, that are merged.
+class DisjointSets {
+public:
+    explicit DisjointSets(std::size_t count) : parents(count) {
+        std::iota(parents.begin(), parents.end(), 0);
+    }
+
+    std::size_t find(std::size_t item) {
+        while (parents[item] != item)
+            item = parents[item] = parents[parents[item]];
+        return item;
+    }
+    void merge(std::size_t one, std::size_t other) { parents[find(one)] = find(other); }
+
+    /// The sets that have several items.
+    [[nodiscard]] std::vector<Cluster> clusters() {
+        std::vector<Cluster> members(parents.size());
+        for (std::size_t i = 0; i < parents.size(); ++i)
+            members[find(i)].push_back(i);
+        std::erase_if(members, [](const Cluster &each) { return each.size() < 2; });
+        return members;
+    }
+
+private:
+    std::vector<std::size_t> parents;
+};
+
+void mergeEqualSums(std::span<const DuplicateItem> items, DisjointSets &sets) {
+    std::vector<std::size_t> bySum(items.size());
+    std::iota(bySum.begin(), bySum.end(), 0);
+    std::ranges::sort(
+        bySum, {}, [&](std::size_t i) -> const auto & { return items[i].sum; });
+    for (std::size_t i = 1; i < bySum.size(); ++i)
+        if (items[bySum[i - 1]].sum == items[bySum[i]].sum)
+            sets.merge(bySum[i - 1], bySum[i]);
+}
+
+void mergeSame(std::span<const DuplicateItem> items, DisjointSets &sets) {
+    mergeEqualSums(items, sets);
+    std::vector<IndexedFingerprint> fingerprints;
+    for (std::size_t i = 0; i < items.size(); ++i)
+        if (items[i].fingerprint)
+            fingerprints.push_back({*items[i].fingerprint, i});
+    findNearPairs(fingerprints, [&](std::size_t one, std::size_t other) {
+        if (likenessOf(items[one], items[other]) == Likeness::same)
+            sets.merge(one, other);
+    });
+}
+
+/// Only what was taken within one burst is compared.
+void mergeSimilar(std::span<const DuplicateItem> items, DisjointSets &sets) {
+    std::vector<std::size_t> byDate;
+    for (std::size_t i = 0; i < items.size(); ++i)
+        if (items[i].fingerprint)
+            byDate.push_back(i);
+    std::ranges::sort(byDate, {}, [&](std::size_t i) { return items[i].date; });
+    for (std::size_t i = 0; i < byDate.size(); ++i)
+        for (std::size_t j = i + 1;
+             j < byDate.size() && items[byDate[j]].date - items[byDate[i]].date <= burstSeconds; ++j)
+            if (likenessOf(items[byDate[i]], items[byDate[j]]) == Likeness::similar)
+                sets.merge(byDate[i], byDate[j]);
+}
+
+} // namespace
+
+std::vector<DuplicateGroup> findDuplicates(std::span<const DuplicateItem> items,
+                                           std::span<const CannotLink> constraints) {
+    std::vector<DuplicateGroup> groups;
+    for (const Likeness likeness : {Likeness::same, Likeness::similar}) {
+        DisjointSets sets(items.size());
+        likeness == Likeness::same ? mergeSame(items, sets) : mergeSimilar(items, sets);
+        for (const Cluster &cluster : splitByConstraints(items, likeness, sets.clusters(), constraints)) {
+            DuplicateGroup &group = groups.emplace_back(DuplicateGroup{likeness, {}});
+            for (const std::size_t member : cluster)
+                group.keys.push_back(items[member].key);
+            std::ranges::sort(group.keys);
+        }
+    }
+    std::ranges::sort(groups, [](const DuplicateGroup &a, const DuplicateGroup &b) {
+        return std::tie(a.likeness, a.keys.front()) < std::tie(b.likeness, b.keys.front());
+    });
+    return groups;
+}
+
+} // namespace wickerlane::hoardd

@@ -1,0 +1,74 @@
+#include "hoardd/analysis/MomentAnalysisStore.h"
+
+#include <string>
+#include <string_view>
+
+namespace wickerlane::hoardd {
+
+using sqlite::Database;
+using sqlite::Statement;
+
+namespace {
+
+/// Narrows a query of moments or lists to a scope.
+std::string_view condition(const AnalysisScope &scope) {
+    switch (scope.kind) {
+    case AnalysisScope::Kind::all:
+        return "?1 = 0";
+    case AnalysisScope::Kind::invalid:
+        return "?1 = 0 AND analyzed = 0";
+    case AnalysisScope::Kind::oneMoment:
+        return "pk = ?1";
+    case AnalysisScope::Kind::oneList:
+        return "list = ?1";
+    }
+    return "0";
+}
+
+} // namespace
+
+Result<std::vector<std::int64_t>> momentsIn(Database &database, const AnalysisScope &scope) {
+    return database.prepare(std::string("SELECT pk FROM zmoment WHERE ").append(condition(scope)))
+        .bind(scope.key)
+        .all([](const Statement &row) { return row.integer(0); });
+}
+
+// A picture with features is a better key asset than one without, a photo better than a video, and among
+// those the one nearest to the moment's middle.
+Result<> analyzeMoment(Database &database, std::int64_t moment) {
+    return database
+        .prepare(R"sql(
+UPDATE zmoment SET
+    photocount = (SELECT count(*) FROM zmomentasset m JOIN zgenericasset a ON a.pk = m.asset
+                  WHERE m.moment = zmoment.pk AND a.kind = 0),
+    videocount = (SELECT count(*) FROM zmomentasset m JOIN zgenericasset a ON a.pk = m.asset
+                  WHERE m.moment = zmoment.pk AND a.kind = 1),
+    keyasset = (SELECT a.pk FROM zmoment z JOIN zmomentasset m ON m.moment = z.pk
+                JOIN zgenericasset a ON a.pk = m.asset LEFT JOIN zfingerprint f ON f.asset = a.pk
+                WHERE z.pk = zmoment.pk
+                ORDER BY a.thumbnailindex = 0, a.kind, f.difference IS NULL,
+                         abs(a.datecreated - (z.startdate + z.enddate) / 2), a.pk LIMIT 1),
+    analyzed = 1
+WHERE pk = ?)sql")
+        .bind(moment)
+        .run();
+}
+
+Result<> analyzeLists(Database &database, const AnalysisScope &scope) {
+    std::string narrowing(condition(scope));
+    if (scope.kind == AnalysisScope::Kind::oneMoment)
+        narrowing = "pk = (SELECT list FROM zmoment WHERE pk = ?1)";
+    else if (scope.kind == AnalysisScope::Kind::oneList)
+        narrowing = "pk = ?1";
+    return database
+        .prepare(R"sql(
+UPDATE zmomentlist SET
+    keyasset = (SELECT keyasset FROM zmoment WHERE list = zmomentlist.pk
+                ORDER BY assetcount DESC, startdate LIMIT 1),
+    analyzed = 1
+WHERE )sql" + narrowing)
+        .bind(scope.key)
+        .run();
+}
+
+} // namespace wickerlane::hoardd

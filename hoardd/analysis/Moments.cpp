@@ -1,0 +1,78 @@
+#include "hoardd/analysis/Moments.h"
+
+#include <algorithm>
+#include <span>
+
+#include "hoardd/analysis/MomentStore.h"
+
+namespace wickerlane::hoardd {
+
+using sqlite::Database;
+
+namespace {
+
+/// Written in one transaction: few enough that other threads don't wait long, enough that commits cost
+/// little.
+constexpr std::size_t maxPerCommit = 64;
+
+/// A plan that is made while others write may be out of date before it is applied. After so many of them, one
+/// is made while they wait.
+constexpr int maxTries = 3;
+
+/// Whether the plan was current, so that it has been applied.
+Result<bool> applyIfCurrent(Database &database, const MomentPlan &plan) {
+    const auto current = isCurrent(database, plan);
+    if (!current || !*current)
+        return current;
+    if (const auto applied = applyPlan(database, plan); !applied)
+        return passOn(applied);
+    return true;
+}
+
+Result<> analyze(Database &database, std::span<const std::int64_t> moments) {
+    for (const std::int64_t moment : moments)
+        if (const auto analyzed = analyzeMoment(database, moment); !analyzed)
+            return analyzed;
+    return {};
+}
+
+} // namespace
+
+Result<> rebuildMoments(Library &library, bool incremental) {
+    for (int tries = 0; tries < maxTries; ++tries) {
+        const auto plan =
+            library.read([&](Database &database) { return planMoments(database, incremental); });
+        if (!plan)
+            return passOn(plan);
+        const auto isApplied =
+            library.writer().change([&](Database &database) { return applyIfCurrent(database, *plan); });
+        if (!isApplied)
+            return passOn(isApplied);
+        if (*isApplied)
+            return {};
+    }
+    return library.writer().change([&](Database &database) {
+        return planMoments(database, incremental).and_then([&](const MomentPlan &plan) {
+            return applyPlan(database, plan);
+        });
+    });
+}
+
+Result<> analyzeMoments(Library &library, const AnalysisScope &scope) {
+    const auto moments = library.read([&](Database &database) { return momentsIn(database, scope); });
+    if (!moments)
+        return passOn(moments);
+    for (std::span left(*moments); !left.empty();) {
+        if (library.isEnding())
+            return stopped();
+        const auto batch = left.first(std::min(left.size(), maxPerCommit));
+        left = left.subspan(batch.size());
+        const auto analyzed =
+            library.writer().change([&](Database &database) { return analyze(database, batch); });
+        if (!analyzed)
+            return analyzed;
+    }
+    return library.writer().change([&](Database &database) { return analyzeLists(database, scope); });
+}
+
+} // namespace wickerlane::hoardd

@@ -1,0 +1,37 @@
+#include "hoardd/analysis/ThumbnailRebuild.h"
+
+#include "hoardd/library/FailureCount.h"
+#include "hoardd/pictures/Thumbnails.h"
+#include "wickerlane/log/JXLog.h"
+#include "wickerlane/platform/object/ReleaseScope.h"
+
+namespace wickerlane::hoardd {
+
+Result<> rebuildThumbnails(Library &library) {
+    constexpr std::size_t maxPerRead = 64;
+    FailureCount failures;
+    for (std::int64_t last = 0;;) {
+        const auto assets = library.writer().decodable(last, maxPerRead);
+        if (!assets)
+            return passOn(assets);
+        if (assets->empty())
+            return failures.result("assets have no new thumbnails");
+        last = assets->back().primaryKey;
+        for (const store::AssetRecord &each : *assets) {
+            if (library.isEnding())
+                return stopped();
+            ReleaseScope scope;
+            const Ref<store::ManagedAsset> asset = library.assets().assetWithUUID(each.uuid);
+            if (!asset)
+                continue; // gone meanwhile
+            const auto made = makeThumbnails(library, asset->record(), {.isForced = true, .newIndex = true});
+            if (made)
+                continue;
+            JX_LOG(JXLogLevelError, JXThumbnailsLog, "can't make the thumbnails of %s: %s", each.uuid.c_str(),
+                   made.error().text.c_str());
+            failures.add(each.uuid, made.error());
+        }
+    }
+}
+
+} // namespace wickerlane::hoardd
