@@ -19,9 +19,17 @@ constexpr int gap = 18;
 constexpr int margin = 48;
 constexpr int titleHeight = 76;
 
-const std::vector<double> background{24, 26, 30};
-const std::vector<double> captionColour{172, 178, 188};
-const std::vector<double> titleColour{240, 242, 245};
+std::vector<double> background() {
+    return {24, 26, 30};
+}
+
+std::vector<double> captionColour() {
+    return {172, 178, 188};
+}
+
+std::vector<double> titleColour() {
+    return {240, 242, 245};
+}
 
 /// Text without markup for Pango, which would interpret it.
 std::string escaped(const std::string &text) {
@@ -60,7 +68,7 @@ VImage textLine(const std::string &text, const char *font, const std::vector<dou
     const VImage shown =
         mask.extract_area(0, 0, std::min(mask.width(), width), std::min(mask.height(), height));
     const VImage placed = shown.embed(0, (height - shown.height()) / 2, width, height);
-    return placed.ifthenelse(colour, background, VImage::option()->set("blend", true))
+    return placed.ifthenelse(colour, background(), VImage::option()->set("blend", true))
         .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
 }
 
@@ -101,12 +109,13 @@ void ContactSheet::add(std::span<const std::byte> encoded, const std::string &ca
     vips_area_unref(VIPS_AREA(blob));
     picture = picture.colourspace(VIPS_INTERPRETATION_sRGB);
     if (picture.has_alpha())
-        picture = picture.flatten(VImage::option()->set("background", background));
+        picture = picture.flatten(VImage::option()->set("background", background()));
     picture =
         picture.cast(VIPS_FORMAT_UCHAR)
-            .gravity(VIPS_COMPASS_DIRECTION_CENTRE, tileWidth, tileHeight,
-                     VImage::option()->set("extend", VIPS_EXTEND_BACKGROUND)->set("background", background));
-    const VImage line = textLine(shortened(caption), "sans 9", captionColour, tileWidth, captionHeight);
+            .gravity(
+                VIPS_COMPASS_DIRECTION_CENTRE, tileWidth, tileHeight,
+                VImage::option()->set("extend", VIPS_EXTEND_BACKGROUND)->set("background", background()));
+    const VImage line = textLine(shortened(caption), "sans 9", captionColour(), tileWidth, captionHeight);
     tiles->list.push_back(picture.join(line.cast(VIPS_FORMAT_UCHAR), VIPS_DIRECTION_VERTICAL).copy_memory());
 }
 
@@ -114,12 +123,12 @@ void ContactSheet::write(const std::string &path, const std::string &title) cons
     const int across = tilesAcross(static_cast<int>(count()));
     const VImage grid = VImage::arrayjoin(
         tiles->list,
-        VImage::option()->set("across", across)->set("shim", gap)->set("background", background));
+        VImage::option()->set("across", across)->set("shim", gap)->set("background", background()));
     const int width = std::max(grid.width(), 2 * tileWidth);
     const VImage head =
-        textLine(title, "sans bold 20", titleColour, width, titleHeight).cast(VIPS_FORMAT_UCHAR);
+        textLine(title, "sans bold 20", titleColour(), width, titleHeight).cast(VIPS_FORMAT_UCHAR);
     const auto onBackground = [] {
-        return VImage::option()->set("extend", VIPS_EXTEND_BACKGROUND)->set("background", background);
+        return VImage::option()->set("extend", VIPS_EXTEND_BACKGROUND)->set("background", background());
     };
     head.join(grid.embed(0, 0, width, grid.height(), onBackground()), VIPS_DIRECTION_VERTICAL)
         .embed(margin, margin / 2, width + 2 * margin, titleHeight + grid.height() + margin, onBackground())
