@@ -1,0 +1,148 @@
+// Albums, without a daemon.
+#include "hoardd/albums/Albums.h"
+
+#include "hoardd/albums/AlbumNotes.h"
+#include "hoardd/albums/AlbumStore.h"
+#include "hoardd/library/State.h"
+#include "tests/hoardd/OpenLibrary.h"
+
+using namespace wickerlane;
+using namespace wickerlane::hoardd;
+using sqlite::Database;
+namespace fs = std::filesystem;
+
+namespace {
+
+class Albums : public OpenLibrary {
+protected:
+    [[nodiscard]] store::AlbumRecord album(const std::string &uuid) const {
+        const auto *found = library().assets().albumWithUUID(uuid);
+        return found != nullptr ? found->record() : store::AlbumRecord();
+    }
+    [[nodiscard]] Result<> add(const std::string &assetUUID, const std::string &albumUUID) const {
+        return addToAlbum(library(), *library().assets().assetWithUUID(assetUUID),
+                          *library().assets().albumWithUUID(albumUUID), getuid());
+    }
+    [[nodiscard]] std::vector<std::string> assetsIn(const std::string &albumUUID) const {
+        std::vector<std::string> uuids;
+        for (Object *each : *library().assets().assets({.album = album(albumUUID).primaryKey}))
+            uuids.push_back(as<store::ManagedAsset>(each)->record().uuid);
+        std::ranges::sort(uuids);
+        return uuids;
+    }
+    /// The UUID, which ends with that digit, of a row without files.
+    [[nodiscard]] std::string added(const char *digit) const {
+        Store::Addition addition;
+        addition.record.uuid = std::string("0000000A-0000-4000-8000-00000000000") + digit;
+        EXPECT_TRUE(library().writer().add({&addition, 1}));
+        return addition.record.uuid;
+    }
+    void execute(const char *sql) const {
+        ASSERT_TRUE(library().writer().change([sql](Database &database) { return database.execute(sql); }));
+    }
+};
+
+TEST_F(Albums, HaveDifferentNames) {
+    const auto made = makeAlbum(library(), "Été");
+    ASSERT_TRUE(made);
+    EXPECT_EQ(album(*made).name, "Été");
+    const auto again = makeAlbum(library(), "Été");
+    ASSERT_FALSE(again);
+    EXPECT_EQ(again.error().kind, ProblemKind::exists);
+    EXPECT_TRUE(makeAlbum(library(), "été")) << "case matters";
+}
+
+TEST_F(Albums, OfStreamsAreMadeOnceUnderAFreeName) {
+    ASSERT_TRUE(makeAlbum(library(), "s"));
+    ASSERT_TRUE(makeAlbum(library(), "s 2"));
+    const auto made = makeStreamAlbum(library(), "s");
+    ASSERT_TRUE(made);
+    EXPECT_EQ(album(*made).name, "s 3");
+    EXPECT_EQ(album(*made).streamID, "s");
+    EXPECT_EQ(makeStreamAlbum(library(), "s"), *made);
+    EXPECT_NE(makeStreamAlbum(library(), "t"), *made);
+}
+
+TEST_F(Albums, HoldAnAssetOnce) {
+    const std::string one = added("1"), two = added("2");
+    const std::string trip = *makeAlbum(library(), "Trip");
+    for (const std::string &asset : {one, two, one})
+        EXPECT_TRUE(add(asset, trip));
+    EXPECT_EQ(assetsIn(trip), (std::vector{one, two}));
+    EXPECT_EQ(album(trip).assetCount, 2U);
+    // What the count says is put right.
+    execute("UPDATE zalbum SET cachedcount = 77");
+    EXPECT_TRUE(library().writer().change(recountAlbums));
+    EXPECT_EQ(album(trip).assetCount, 2U);
+}
+
+TEST_F(Albums, ThatAreSharedAreLimited) {
+    const std::string one = added("1"), two = added("2");
+    const std::string shared = *makeStreamAlbum(library(), "s"), mine = *makeAlbum(library(), "Mine");
+    ASSERT_TRUE(library().writer().change(
+        [](Database &database) { return state::set(database, state::maxSharedAssets, 1); }));
+    EXPECT_TRUE(add(one, shared));
+    const auto refused = add(two, shared);
+    ASSERT_FALSE(refused);
+    EXPECT_EQ(refused.error().text, "the shared album is full");
+    EXPECT_TRUE(add(one, shared)) << "once more changes nothing";
+    EXPECT_EQ(assetsIn(shared), std::vector{one});
+    for (const std::string &asset : {one, two})
+        EXPECT_TRUE(add(asset, mine));
+}
+
+TEST_F(Albums, AreDeletedOnlyWhenTheyAreEmpty) {
+    const std::string asset = added("1"), full = *makeAlbum(library(), "Full"),
+                      empty = *makeAlbum(library(), "Empty");
+    ASSERT_TRUE(add(asset, full));
+    for (const std::string &uuid : {full, empty})
+        EXPECT_TRUE(deleteAlbumIfEmpty(library(), album(uuid).primaryKey));
+    EXPECT_TRUE(deleteAlbumIfEmpty(library(), 12345)) << "it is not there";
+    EXPECT_EQ(album(full).name, "Full");
+    EXPECT_EQ(album(empty).name, "");
+    EXPECT_FALSE(fs::exists(paths.albums() + '/' + empty)) << "nor does it come back";
+    EXPECT_TRUE(fs::exists(paths.albums() + '/' + full));
+}
+
+TEST_F(Albums, ComeBackFromTheirNotes) {
+    const std::string one = added("1"), two = added("2"), gone = added("3");
+    const std::string trip = *makeAlbum(library(), "Trip"), shared = *makeStreamAlbum(library(), "s"),
+                      other = *makeStreamAlbum(library(), "t");
+    for (const std::string &asset : {one, two, gone})
+        ASSERT_TRUE(add(asset, trip));
+    ASSERT_TRUE(add(one, shared));
+    const double created = album(trip).dateCreated;
+    execute("DELETE FROM zalbum; DELETE FROM zgenericasset WHERE uuid LIKE '%3'");
+    // Meanwhile their name, and one of the streams, have gone to others.
+    ASSERT_TRUE(makeAlbum(library(), "Trip"));
+    ASSERT_TRUE(makeStreamAlbum(library(), "t"));
+    // A line that was cut off, a note that can't be read, and what is no note.
+    std::ofstream(paths.albums() + '/' + trip + "/assets", std::ios::app) << one.substr(0, 20);
+    writeFile(paths.albums() + "/0000000A-0000-4000-8000-00000000ABCD/album.plist", {});
+    writeFile(paths.albums() + "/letter/album.plist",
+              contentsOf(paths.albums() + '/' + trip + "/album.plist"));
+
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_TRUE(recreateAlbums(library()));
+        EXPECT_EQ(album(trip).name, "Trip 2");
+        EXPECT_EQ(album(trip).dateCreated, created);
+        EXPECT_EQ(assetsIn(trip), (std::vector{one, two}));
+        EXPECT_EQ(album(shared).streamID, "s");
+        EXPECT_EQ(album(other).streamID, "") << "its stream has another album now";
+        EXPECT_EQ(library().assets().albums()->count(), 5U);
+    }
+}
+
+TEST_F(Albums, ThatCannotComeBackDoNotStopTheOthers) {
+    for (const char *name : {"A", "Bad", "Bad too", "Z"})
+        ASSERT_TRUE(makeAlbum(library(), name));
+    execute("DELETE FROM zalbum; CREATE TRIGGER bad BEFORE INSERT ON zalbum WHEN new.name LIKE 'Bad%' "
+            "BEGIN SELECT raise(ABORT, 'no such luck'); END");
+    const auto recreated = recreateAlbums(library());
+    ASSERT_FALSE(recreated);
+    EXPECT_TRUE(recreated.error().text.starts_with("2 albums could not be made again; the first: Bad"));
+    EXPECT_TRUE(recreated.error().text.ends_with("no such luck")) << recreated.error().text;
+    EXPECT_EQ(library().assets().albums()->count(), 2U);
+}
+
+} // namespace

@@ -1,0 +1,97 @@
+// Repair, sizes and demo mode, without a daemon.
+#include "hoardd/albums/AlbumStore.h"
+#include "hoardd/albums/Albums.h"
+#include "hoardd/albums/BulletinBoard.h"
+#include "hoardd/library/Clock.h"
+#include "hoardd/upkeep/DemoMode.h"
+#include "hoardd/upkeep/Repair.h"
+#include "hoardd/upkeep/Sizes.h"
+#include "tests/hoardd/OpenLibrary.h"
+
+using namespace wickerlane;
+using namespace wickerlane::hoardd;
+using namespace wickerlane::test;
+using sqlite::Database;
+namespace fs = std::filesystem;
+
+namespace {
+
+class UpkeepOfOpenLibrary : public OpenLibrary {
+protected:
+    [[nodiscard]] std::uint64_t size(SizeKind kind) const {
+        const auto sizes = librarySizes(library());
+        EXPECT_TRUE(sizes);
+        return sizes->at(static_cast<std::uint32_t>(kind));
+    }
+    void execute(const char *sql) const {
+        ASSERT_TRUE(library().writer().change([sql](Database &database) { return database.execute(sql); }));
+    }
+};
+using Repair = UpkeepOfOpenLibrary;
+using Sizes = UpkeepOfOpenLibrary;
+using DemoMode = UpkeepOfOpenLibrary;
+
+TEST_F(Repair, PutsRightWhatItCanAndCountsTheRest) {
+    const auto whole = saved(jpegOf(fourCorners(300, 200))), lost = saved(jpegOf(fourCorners(301, 200))),
+               lostToo = saved(jpegOf(fourCorners(302, 200)));
+    const std::string thumbnail = paths.thumbnail(whole.uuid, store::ThumbnailSize::small);
+    fs::remove(thumbnail);
+    fs::remove(paths.original(lost));
+    fs::remove(paths.original(lostToo));
+    execute("UPDATE zcount SET number = 77");
+    EXPECT_GE(secondsToRepair(library()).value_or(0), 1);
+
+    const auto repaired = repairLibrary(library());
+    ASSERT_FALSE(repaired);
+    const std::string &text = repaired.error().text;
+    EXPECT_TRUE(text.starts_with("2 things are left to mend; the first: missing original ")) << text;
+    EXPECT_NE(text.find(paths.original(lost)), std::string::npos) << text;
+    EXPECT_TRUE(fs::exists(thumbnail));
+    EXPECT_EQ(library().assets().counts()->photos, 3U);
+    library().end();
+    const auto stoppedEarly = repairLibrary(library());
+    ASSERT_FALSE(stoppedEarly);
+    EXPECT_EQ(stoppedEarly.error().kind, ProblemKind::ending);
+}
+
+TEST_F(Sizes, AreThoseOfTheFiles) {
+    const FileBytes one = jpegOf(fourCorners(300, 200)), two = pngOf(fourCorners(40, 40));
+    EXPECT_EQ(size(SizeKind::photos), 0U);
+    const auto asset = saved(one);
+    static_cast<void>(saved(two));
+    EXPECT_EQ(size(SizeKind::photos), one.size() + two.size());
+    EXPECT_EQ(size(SizeKind::videos), 0U);
+    const std::uint64_t derived = size(SizeKind::derived), database = size(SizeKind::database);
+    EXPECT_GE(derived, fs::file_size(paths.thumbnail(asset.uuid, store::ThumbnailSize::small)));
+    EXPECT_GE(database, fs::file_size(paths.database()));
+    writeFile(paths.renditionFolder(asset.uuid) + "/x.JPG", one);
+    writeFile(paths.albums() + "/x/assets", two);
+    EXPECT_EQ(size(SizeKind::derived), derived + one.size());
+    EXPECT_EQ(size(SizeKind::database), database + two.size());
+}
+
+TEST_F(DemoMode, TakesOutWhatCameAfterADate) {
+    const auto mine = saved(pngOf(fourCorners(4, 4)));
+    const std::string before = *makeAlbum(library(), "Mine");
+    // A moment later for each, whatever the clock's steps are.
+    execute("UPDATE zgenericasset SET dateadded = dateadded - 10; UPDATE zalbum SET datecreated = "
+            "datecreated - 10");
+    const double began = secondsNow() - 5;
+    const auto visitors = saved(pngOf(fourCorners(5, 4)));
+    const std::string after = *makeStreamAlbum(library(), "A visitor's");
+    ASSERT_TRUE(addToAlbum(library(), *library().assets().assetWithUUID(mine.uuid),
+                           *library().assets().albumWithUUID(after), getuid()));
+    ASSERT_EQ(badgeCount(library()), 1);
+
+    EXPECT_TRUE(removeAddedSince(library(), began));
+    EXPECT_EQ(recordOf(visitors.uuid).uuid, "");
+    EXPECT_EQ(recordOf(mine.uuid).uuid, mine.uuid);
+    EXPECT_EQ(badgeCount(library()), 0);
+    EXPECT_EQ(library().assets().albums()->count(), 1U);
+    EXPECT_TRUE(recreateAlbums(library()));
+    EXPECT_EQ(library().assets().albums()->count(), 1U) << "nor does the album come back";
+    EXPECT_NE(library().assets().albumWithUUID(before), nullptr);
+    EXPECT_EQ(faults(), "");
+}
+
+} // namespace
