@@ -2,11 +2,11 @@
 
 #include <cerrno>
 #include <cstring>
-#include <mutex>
 #include <utility>
 
 #include "wickerlane/log/JXLog.h"
 #include "wickerlane/platform/notification/Notification.h"
+#include "wickerlane/platform/object/Mutex.h"
 #include "wickerlane/platform/queue/WorkQueue.h"
 #include "wickerlane/protocol/CountNotification.h"
 
@@ -19,9 +19,10 @@ struct CountNotice::State {
 
     const Post post;
     const std::chrono::nanoseconds rest;
-    std::mutex lock;
-    bool isResting = false;
-    bool isDue = false; // there was a change since it last posted
+    Mutex mutex;
+    bool isResting WL_GUARDED_BY(mutex) = false;
+    /// There was a change since it last posted.
+    bool isDue WL_GUARDED_BY(mutex) = false;
 };
 
 CountNotice::CountNotice()
@@ -40,7 +41,7 @@ CountNotice::CountNotice(Post post, std::chrono::nanoseconds rest)
 
 void CountNotice::noteChange() {
     {
-        const std::lock_guard guard(state->lock);
+        const MutexLock lock(state->mutex);
         state->isDue = true;
         if (std::exchange(state->isResting, true))
             return;
@@ -51,7 +52,7 @@ void CountNotice::noteChange() {
 // While it rests, or is about to.
 void CountNotice::post(const std::shared_ptr<State> &state) {
     {
-        const std::lock_guard guard(state->lock);
+        const MutexLock lock(state->mutex);
         state->isResting = std::exchange(state->isDue, false);
         if (!state->isResting)
             return;
@@ -62,7 +63,7 @@ void CountNotice::post(const std::shared_ptr<State> &state) {
 
 void CountNotice::flush() {
     {
-        const std::lock_guard guard(state->lock);
+        const MutexLock lock(state->mutex);
         if (!std::exchange(state->isDue, false))
             return;
     }

@@ -1,4 +1,4 @@
-// Telling everybody that there are more or fewer photos or videos.
+// The notification that there are more or fewer photos or videos.
 #ifndef HOARDD_LIBRARY_COUNTNOTICE_H
 #define HOARDD_LIBRARY_COUNTNOTICE_H
 
@@ -9,9 +9,9 @@
 
 namespace wickerlane::hoardd {
 
-/// Posts the notification of changed counts: for the first change at once, for those that follow while it
-/// rests once, when it has rested. So that an import of thousands wakes its watchers some ten times a second
-/// and not for each photo. Thread-safe.
+/// Posts the notification of changed counts: at once for the first change, and once after a rest for all that
+/// follow during it. So an import of thousands wakes its watchers some ten times a second and not for each
+/// photo. Thread-safe.
 class CountNotice {
 public:
     using Post = Handler<void()>;
