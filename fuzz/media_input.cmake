@@ -1,5 +1,5 @@
 file(GLOB worker_sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/hoardd/media/worker/*.cpp)
-list(FILTER worker_sources EXCLUDE REGEX /Main.cpp$)
+list(FILTER worker_sources EXCLUDE REGEX /WorkerMain.cpp$)
 pkg_check_modules(VIPS REQUIRED IMPORTED_TARGET vips)
 pkg_check_modules(EXIV2 REQUIRED IMPORTED_TARGET exiv2)
 pkg_check_modules(TURBOJPEG REQUIRED IMPORTED_TARGET libturbojpeg)

@@ -29,8 +29,9 @@ std::vector<std::span<const Operation>> allOperations() {
 }
 
 Daemon::Daemon(DaemonOptions options)
-    : settings(options), jobs(options.maxJobs), longWork(maxLongWork, 1),
-      folder(store::LibraryPaths(), [this](Library &library) { takeUpLibrary(library); }),
+    : settings(options), jobs(options.maxJobs),
+      longWork(maxLongWork, 1, "too much long work is waiting; try again later"),
+      folder(store::LibraryPaths(), [this](Library &library) { prepareLibrary(library); }),
       dispatcher({.operations = allOperations(),
                   .folder = &folder,
                   .openLibrary = [this] { return folder.open(); },
@@ -38,7 +39,7 @@ Daemon::Daemon(DaemonOptions options)
                   .longWork = &longWork}) {
 }
 
-void Daemon::takeUpLibrary(Library &library) {
+void Daemon::prepareLibrary(Library &library) {
     recoverSaves(library);
     // Beside whatever is asked for.
     static_cast<void>(longWork.add({[&library] { makeThumbnailsLeftDue(library); }}));
@@ -59,8 +60,7 @@ Result<> Daemon::start(Handler<void()> ended) {
 
 void Daemon::stop() {
     jobs.close();
-    if (Library *library = folder.opened())
-        library->end();
+    folder.end();
     longWork.close();
     listener->cancel(); // after the saves, so that they are answered
     dispatcher.stop();

@@ -32,7 +32,7 @@ public:
     void stop();
 
 private:
-    void takeUpLibrary(Library &library);
+    void prepareLibrary(Library &library);
 
     const DaemonOptions settings;
     JobQueue jobs;     // saves and pictures

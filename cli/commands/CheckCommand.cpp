@@ -1,7 +1,6 @@
 // wickerlane check
 #include <fcntl.h>
 #include <fmt/format.h>
-#include <openssl/evp.h>
 #include <unistd.h>
 
 #include <nlohmann/json.hpp>
@@ -18,8 +17,8 @@
 #include "cli/Subcommands.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/platform/file/Files.h"
-#include "wickerlane/platform/file/Retry.h"
 #include "wickerlane/store/LibraryCheck.h"
+#include "wickerlane/store/Sha256Internal.h"
 
 namespace wickerlane::cli {
 namespace {
@@ -31,21 +30,11 @@ struct Options {
     bool quiet = false;
 };
 
-std::optional<store::Sha256> sumOfFile(const std::string &path) {
+Result<store::Sha256> sumOfFile(const std::string &path) {
     const UniqueFd file = openFile(path, O_RDONLY);
-    const std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> context(EVP_MD_CTX_new(), &EVP_MD_CTX_free);
-    if (!file || !context || EVP_DigestInit_ex(context.get(), EVP_sha256(), nullptr) != 1)
-        return std::nullopt;
-    std::vector<std::byte> block(256 << 10);
-    ssize_t count = 0;
-    while ((count = retryInterrupted([&] { return read(file.get(), block.data(), block.size()); })) > 0)
-        if (EVP_DigestUpdate(context.get(), block.data(), static_cast<std::size_t>(count)) != 1)
-            return std::nullopt;
-    store::Sha256 sum;
-    if (count < 0 ||
-        EVP_DigestFinal_ex(context.get(), reinterpret_cast<unsigned char *>(sum.data()), nullptr) != 1)
-        return std::nullopt;
-    return sum;
+    if (!file)
+        return failSystem("open", path);
+    return store::sha256OfFile(file.get(), path);
 }
 
 Result<store::CheckReport> runCheck(const store::LibraryPaths &paths, const Options &options) {

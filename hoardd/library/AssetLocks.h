@@ -48,6 +48,9 @@ public:
         AssetLocks *locks = nullptr;
         std::string uuid;
     };
+    /// Held by a restore, so that two of one UUID don't both find the asset missing. Taken before any other.
+    [[nodiscard]] Mutex &ofRestores() noexcept { return restoring; }
+
     /// A reservation of nothing when the UUID is reserved already.
     [[nodiscard]] Reservation reserve(const std::string &uuid) {
         const MutexLock lock(reserving);
@@ -61,6 +64,7 @@ private:
     }
 
     std::array<Mutex, 256> mutexes;
+    Mutex restoring;
     Mutex reserving;
     std::unordered_set<std::string> reserved WL_GUARDED_BY(reserving);
 };

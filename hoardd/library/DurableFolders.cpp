@@ -11,13 +11,17 @@
 namespace wickerlane::hoardd {
 
 Result<> makeDurableFolder(const std::string &path) {
-    if (::mkdir(path.c_str(), 0700) != 0) {
-        if (errno == EEXIST)
-            return {};
-        if (!makeFolders(path))
-            return failSystem("make", path);
-    }
+    if (!makeFolders(path))
+        return failSystem("make", path);
     return makeNamesDurable(std::string(parentFolder(path)));
+}
+
+Result<> makeDurableFolderOnce(const std::string &path) {
+    if (::mkdir(path.c_str(), 0700) == 0)
+        return makeNamesDurable(std::string(parentFolder(path)));
+    if (errno == EEXIST)
+        return {};
+    return failSystem("make", path);
 }
 
 Result<> makeNamesDurable(const std::string &folder) {

@@ -10,6 +10,7 @@
 #include "hoardd/library/CountNotice.h"
 #include "hoardd/library/Store.h"
 #include "hoardd/media/MediaWorkers.h"
+#include "hoardd/service/Ending.h"
 #include "wickerlane/model/Result.h"
 #include "wickerlane/platform/file/UniqueFd.h"
 #include "wickerlane/store/ObjectStore.h"
@@ -66,11 +67,6 @@ private:
     AssetLocks assetLocks;
     std::atomic<bool> ending{false};
 };
-
-/// Of long work that stops because the process is ending; what is left is known from the store.
-[[nodiscard]] inline Failure stopped() {
-    return fail(ProblemKind::ending, "hoardd is ending; ask again");
-}
 
 } // namespace wickerlane::hoardd
 

@@ -7,16 +7,25 @@ namespace wickerlane::hoardd {
 Result<Library *> LibraryFolder::open() {
     const MutexLock lock(mutex);
     if (library == nullptr) {
+        if (isEnding)
+            return stopped();
         auto made = Library::open(folderPaths);
         if (!made) {
             JX_LOG(JXLogLevelError, JXGenericLog, "%s", made.error().text.c_str());
             return passOn(made);
         }
-        library = *std::move(made);
         if (whenOpened)
-            whenOpened(*library);
+            whenOpened(**made);
+        library = *std::move(made);
     }
     return library.get();
+}
+
+void LibraryFolder::end() {
+    const MutexLock lock(mutex);
+    isEnding = true;
+    if (library != nullptr)
+        library->end();
 }
 
 Library *LibraryFolder::opened() {

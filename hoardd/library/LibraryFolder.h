@@ -22,6 +22,8 @@ public:
     /// The library, which lives as long as this. The first call opens it, and makes it if there is none; when
     /// that fails, the next call tries again.
     [[nodiscard]] Result<Library *> open();
+    /// Has long work on the library stop where it can. A library that is not open is not opened any more.
+    void end();
     /// The library if it has been opened, else null.
     [[nodiscard]] Library *opened();
 
@@ -29,6 +31,7 @@ private:
     const store::LibraryPaths folderPaths;
     const Handler<void(Library &)> whenOpened;
     Mutex mutex;
+    bool isEnding WL_GUARDED_BY(mutex) = false;
     std::unique_ptr<Library> library WL_GUARDED_BY(mutex); // stays once it is there
 };
 

@@ -8,15 +8,16 @@
 #include <filesystem>
 
 #include "hoardd/library/FileCopy.h"
-#include "hoardd/library/Sha256.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/object/Number.h"
+#include "wickerlane/store/Sha256Internal.h"
 
 namespace wickerlane::hoardd {
 
 namespace {
 
 constexpr const char *namePrefix = "staged-";
+constexpr const char *olderNamePrefix = "thumbnail-"; // of a hoardd before 1.0
 
 } // namespace
 
@@ -45,7 +46,7 @@ Result<> StagedFile::copyFrom(int source) {
 }
 
 Result<store::Sha256> StagedFile::sum() const {
-    return sha256OfFile(file.get(), stagedPath);
+    return store::sha256OfFile(file.get(), stagedPath);
 }
 
 Result<> StagedFile::sync() {
@@ -78,8 +79,9 @@ Result<> StagedFile::linkInto(int folder, const std::string &name) {
 void StagedFile::removeLeftovers(const std::string &folder) {
     std::error_code none;
     for (const auto &entry : std::filesystem::directory_iterator(folder, none))
-        if (entry.path().filename().string().starts_with(namePrefix))
-            ::unlink(entry.path().c_str());
+        for (const char *prefix : {namePrefix, olderNamePrefix})
+            if (entry.path().filename().string().starts_with(prefix))
+                ::unlink(entry.path().c_str());
 }
 
 } // namespace wickerlane::hoardd

@@ -84,6 +84,7 @@ Result<> Store::insert(std::span<Pending *const> group) {
         return fail(database.problem());
     sqlite::Statement statement = database.prepare(store::insertAsset);
     sqlite::Statement due = database.prepare("INSERT INTO zduethumbnail VALUES (?)");
+    std::vector<std::pair<Addition *, store::AssetRecord>> found; // handed back once they are committed
     for (Pending *each : group)
         for (Addition &addition : each->additions) {
             // Within the transaction, so that of two equal ones the second finds the first.
@@ -92,8 +93,7 @@ Result<> Store::insert(std::span<Pending *const> group) {
                 if (!present)
                     return passOn(present);
                 if (*present) {
-                    addition.wasPresent = true;
-                    addition.record = **std::move(present);
+                    found.emplace_back(&addition, **std::move(present));
                     continue;
                 }
             }
@@ -107,9 +107,14 @@ Result<> Store::insert(std::span<Pending *const> group) {
                 return noted;
         }
     const auto committed = transaction.commit();
-    if (committed)
-        noticeCounts();
-    return committed;
+    if (!committed)
+        return committed;
+    for (auto &[addition, record] : found) {
+        addition->wasPresent = true;
+        addition->record = std::move(record);
+    }
+    noticeCounts();
+    return {};
 }
 
 Result<> Store::remove(std::string_view uuid) {

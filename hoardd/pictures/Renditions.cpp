@@ -5,7 +5,6 @@
 #include <algorithm>
 
 #include "hoardd/library/DurableFolders.h"
-#include "hoardd/library/Sha256.h"
 #include "hoardd/media/FileType.h"
 #include "hoardd/pictures/PictureStore.h"
 #include "hoardd/pictures/ShownPicture.h"
@@ -13,6 +12,7 @@
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/object/Hexadecimal.h"
 #include "wickerlane/platform/propertylist/PropertyList.h"
+#include "wickerlane/store/Sha256Internal.h"
 
 namespace wickerlane::hoardd {
 
@@ -61,7 +61,10 @@ Result<> replaceRendition(Library &library, const AssetRecord &asset, const std:
 
 Result<> setRendition(Library &library, const AssetRecord &asset, const Data &picture,
                       const Dictionary *properties) {
-    const store::Sha256 sum = sha256Of(picture.span());
+    const auto summed = store::sha256Of(picture.span());
+    if (!summed)
+        return passOn(summed);
+    const store::Sha256 &sum = *summed;
     const std::string filename = filenameOf(asset, picture.span(), sum);
     const std::string path = library.paths().renditionFolder(asset.uuid) + '/' + filename;
     const auto coded = properties != nullptr ? createPropertyListData(properties) : nullptr;

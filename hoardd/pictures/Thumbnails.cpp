@@ -42,23 +42,25 @@ struct Attempt {
     AssetRecord asset;
 };
 
-/// Makes the files alone; the store does not say so yet.
+/// Makes the files alone; the store does not say so yet. The picture is decoded without the asset's lock, so
+/// that changes of the asset need not wait.
 Result<Attempt> makeDueFiles(Library &library, const AssetRecord &asset) {
-    const MutexLock lock(library.locks().of(asset.uuid));
     Attempt attempt{Attempt::Outcome::notDue, asset};
+    auto thumbnails = stageThumbnails(library, asset);
+    const bool isUndecodable = !thumbnails && thumbnails.error().kind == ProblemKind::invalid;
+    if (!thumbnails && !isUndecodable)
+        return passOn(thumbnails);
+    const MutexLock lock(library.locks().of(asset.uuid));
     const auto isDue = library.writer().isDue(asset.primaryKey);
     if (!isDue)
         return passOn(isDue);
     if (!*isDue)
-        return attempt; // it has gone, or others have made them
-    auto thumbnails = stageThumbnails(library, asset);
-    if (!thumbnails && thumbnails.error().kind == ProblemKind::invalid) {
+        return attempt; // meanwhile it has gone, or others have made them of a newer picture
+    if (isUndecodable) {
         attempt.outcome = Attempt::Outcome::undecodable;
         setUndecodable(attempt.asset, thumbnails.error().text);
         return attempt;
     }
-    if (!thumbnails)
-        return passOn(thumbnails);
     if (const auto published = thumbnails->publish(); !published)
         return passOn(published);
     attempt.outcome = Attempt::Outcome::made;

@@ -37,7 +37,7 @@ Result<> moveFiles(Library &library, StagedAsset &asset) {
         if (auto moved = asset.isDue ? asset.preview->place() : asset.preview->publish(); !moved)
             return moved;
     }
-    if (auto made = makeDurableFolder(std::string(parentFolder(original))); !made)
+    if (auto made = makeDurableFolderOnce(std::string(parentFolder(original))); !made)
         return made;
     return asset.original.moveTo(original);
 }
@@ -106,7 +106,7 @@ Result<> removeAsset(Library &library, const AssetRecord &asset) {
         return fail(ProblemKind::busy, "the asset is being saved");
     const MutexLock lock(library.locks().of(asset.uuid));
     const std::string folder = library.paths().saving() + '/' + asset.filename;
-    if (auto made = makeDurableFolder(folder); !made)
+    if (auto made = makeDurableFolderOnce(folder); !made)
         return made;
     auto removed = library.writer().remove(asset.uuid);
     // A commit that failed may still come to light after a crash: the folder stays for recoverSaves().

@@ -7,7 +7,6 @@
 #include "hoardd/library/DurableFolders.h"
 #include "hoardd/library/StagedFile.h"
 #include "hoardd/saving/Saving.h"
-#include "wickerlane/platform/object/NeverDestroyed.h"
 #include "wickerlane/platform/object/Paths.h"
 #include "wickerlane/protocol/JobKeys.h"
 
@@ -71,9 +70,7 @@ Result<> saveUnder(Library &library, const std::string &uuid, const std::string 
 
 Result<> restoreAsset(Library &library, const std::string &uuid, std::span<const std::string> files,
                       bool mayReadFiles) {
-    // Two restores of one UUID must not both find it missing.
-    static NeverDestroyed<Mutex> restoring;
-    const MutexLock lock(*restoring);
+    const MutexLock lock(library.locks().ofRestores());
     const Ref<store::ManagedAsset> asset = library.assets().assetWithUUID(uuid);
     if (asset && ::access(library.paths().original(asset->record()).c_str(), F_OK) == 0)
         return {};

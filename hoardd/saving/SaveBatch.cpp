@@ -64,9 +64,7 @@ Result<> startSaves(Library &library, JobQueue &queue, std::vector<SaveJob> jobs
     std::vector<JobQueue::Job> chunks;
     for (std::size_t first = 0; first < count; first += perChunk)
         chunks.push_back([chunk = Chunk{batch, first, std::min(perChunk, count - first)}] { begin(chunk); });
-    if (!queue.add(std::move(chunks)))
-        return fail(ProblemKind::busy, "too many jobs are waiting; try again later");
-    return {};
+    return queue.add(std::move(chunks));
 }
 
 } // namespace wickerlane::hoardd

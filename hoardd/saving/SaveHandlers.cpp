@@ -81,7 +81,7 @@ Result<> saveAsset(Library &library, JobQueue &queue, const Call &call) {
 
 std::optional<Answer> byNoDataOrQueueFull(const Refusal &refusal) {
     const bool noData = refusal.problem.kind == ProblemKind::empty;
-    const bool isFull = refusal.problem.kind == ProblemKind::busy;
+    const bool isFull = refusal.problem.kind == ProblemKind::queueFull;
     if (!noData && !isFull)
         return std::nullopt;
     return Answer().set(keys::noData, noData).set(keys::jobQueueFull, isFull);

@@ -1,6 +1,7 @@
 #include "hoardd/service/Dispatcher.h"
 
 #include "hoardd/service/Access.h"
+#include "hoardd/service/Ending.h"
 #include "wickerlane/platform/queue/WorkQueue.h"
 
 namespace wickerlane::hoardd {
@@ -30,12 +31,6 @@ Result<> checkCaller(const Operation &operation, const PeerIdentity &peer) {
     return {};
 }
 
-Result<> addTo(JobQueue &queue, const JobQueue::Job &job, const char *textWhenFull) {
-    if (!queue.add({job}))
-        return fail(ProblemKind::busy, textWhenFull);
-    return {};
-}
-
 } // namespace
 
 // Several rows may share a code: the request is served by the first whose shape it has.
@@ -59,13 +54,13 @@ Result<const Operation *> Dispatcher::find(const Call &call) const {
 }
 
 void Dispatcher::dispatch(const Call &received) {
-    const auto held = beginServing();
-    if (!held)
-        return received.refuse({ProblemKind::ending, "hoardd is ending; ask again", {}});
     const auto operation = find(received);
     if (!operation)
         return received.refuse(operation.error());
     const Call call = received.servedBy(**operation);
+    const auto held = beginServing();
+    if (!held)
+        return call.refuse(stopped().value());
     const auto begun = withoutExceptions([&] { return begin(**operation, call, held); });
     if (!begun)
         call.refuse(begun.error());
@@ -93,9 +88,9 @@ Result<> Dispatcher::begin(const Operation &operation, const Call &call, const s
         WorkQueue::global()->async([work, held] { work(); });
         return {};
     case Runs::asJob:
-        return addTo(*options.jobs, work, "too many jobs are waiting; try again later");
+        return options.jobs->add({work});
     case Runs::longWork:
-        return addTo(*options.longWork, work, "too much long work is waiting; try again later");
+        return options.longWork->add({work});
     }
     return {};
 }

@@ -1,7 +1,9 @@
 #include "hoardd/service/JobQueue.h"
 
 #include <algorithm>
+#include <exception>
 
+#include "wickerlane/log/JXLog.h"
 #include "wickerlane/platform/device/Device.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/platform/process/ProcessTransaction.h"
@@ -10,24 +12,25 @@
 namespace wickerlane::hoardd {
 
 // One more than the processors: while one job waits for the disk, the others compute.
-JobQueue::JobQueue(std::size_t maxJobs, std::size_t maxRunning)
-    : maxUnfinished(maxJobs), maxLanes(maxRunning != 0 ? maxRunning : deviceProcessorCount() + 1) {
+JobQueue::JobQueue(std::size_t maxJobs, std::size_t maxRunning, const char *textWhenFull)
+    : textOfFull(textWhenFull != nullptr ? textWhenFull : "too many jobs are waiting; try again later"),
+      maxUnfinished(maxJobs), maxLanes(maxRunning != 0 ? maxRunning : deviceProcessorCount() + 1) {
 }
 
-bool JobQueue::add(std::vector<Job> jobs) {
+Result<> JobQueue::add(std::vector<Job> jobs) {
     std::size_t started = 0;
     {
         const MutexLock lock(mutex);
         // One place is enough: a request that is itself larger than the queue must not be refused for ever.
         if (isClosed || unfinished >= maxUnfinished)
-            return false;
+            return fail(ProblemKind::queueFull, textOfFull);
         for (Job &job : jobs)
             enqueue(std::move(job));
         started = std::min(jobs.size(), maxLanes - lanesRunning);
         lanesRunning += started;
     }
     start(started);
-    return true;
+    return {};
 }
 
 void JobQueue::addRest(Job rest) {
@@ -60,7 +63,11 @@ void JobQueue::runLane() {
         lock.unlock();
         {
             ReleaseScope scope;
-            job();
+            try {
+                job();
+            } catch (const std::exception &failure) {
+                JX_LOG(JXLogLevelError, JXGenericLog, "a job failed: %s", failure.what());
+            }
             job = nullptr; // what it holds goes before the transaction ends
         }
         endProcessTransaction();

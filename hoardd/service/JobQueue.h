@@ -6,6 +6,7 @@
 #include <deque>
 #include <vector>
 
+#include "wickerlane/model/Result.h"
 #include "wickerlane/platform/object/Handler.h"
 #include "wickerlane/platform/object/Mutex.h"
 
@@ -18,14 +19,14 @@ public:
     using Job = Handler<void()>;
 
     /// `maxJobs` may wait or run at a time; `maxRunning` of them run. 0 runs as many as suit saves, so that
-    /// the processors and the media workers are kept busy.
-    explicit JobQueue(std::size_t maxJobs, std::size_t maxRunning = 0);
+    /// the processors and the media workers are kept busy. `textWhenFull` is the problem of a full queue.
+    explicit JobQueue(std::size_t maxJobs, std::size_t maxRunning = 0, const char *textWhenFull = nullptr);
 
     /// How many jobs run at a time.
     [[nodiscard]] std::size_t lanes() const noexcept { return maxLanes; }
-    /// Takes the jobs of one request, all or none: none when the queue is full or closed. They start in
-    /// order.
-    [[nodiscard]] bool add(std::vector<Job> jobs);
+    /// Takes the jobs of one request, all or none: `queueFull` when the queue is full or closed. They start
+    /// in order.
+    [[nodiscard]] Result<> add(std::vector<Job> jobs);
     /// Takes the rest of a job, which runs after those that wait: called by that job, and whatever the state
     /// of the queue, so that what was begun is finished.
     void addRest(Job rest);
@@ -37,6 +38,7 @@ private:
     void runLane();
     void enqueue(Job job) WL_REQUIRES(mutex);
 
+    const char *const textOfFull;
     const std::size_t maxUnfinished;
     const std::size_t maxLanes;
     Mutex mutex;

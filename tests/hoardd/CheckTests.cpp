@@ -21,7 +21,7 @@ class Check : public RunningHoardd {
 protected:
     std::multimap<Finding::Kind, std::string> findings() const {
         store::CheckOptions options;
-        options.sumOfFile = [](const std::string &path) { return std::optional(sumOfFile(path)); };
+        options.sumOfFile = [](const std::string &path) { return Result<store::Sha256>(sumOfFile(path)); };
         const auto report = store::checkLibrary(paths, options);
         EXPECT_TRUE(report) << report.error().text;
         std::multimap<Finding::Kind, std::string> found;

@@ -13,10 +13,10 @@
 #include "hoardd/library/AssetLocks.h"
 #include "hoardd/library/DurableFolders.h"
 #include "hoardd/library/FileCopy.h"
-#include "hoardd/library/Sha256.h"
 #include "tests/hoardd/FileSum.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/object/Hexadecimal.h"
+#include "wickerlane/store/Sha256Internal.h"
 
 using namespace wickerlane;
 using namespace wickerlane::hoardd;
@@ -125,16 +125,16 @@ TEST(FileCopy, KeepsEveryByteAlsoBetweenFileSystems) {
 }
 
 TEST(Sha256, IsThatOfTheStandardAndOfAnotherImplementation) {
-    EXPECT_EQ(hexadecimal(Bytes(sha256Of(abc()))), sumOfABC);
+    EXPECT_EQ(hexadecimal(Bytes(store::sha256Of(abc()).value())), sumOfABC);
     // Around the block in which files are read.
     for (const std::size_t size :
          {std::size_t{0}, std::size_t{3}, std::size_t{256 << 10}, std::size_t{300'001}}) {
         const std::string path = rootPath() + "/file";
         ASSERT_TRUE(replaceFile(path, std::vector(size, std::byte{'a'})));
         const UniqueFd file = openFile(path, O_RDONLY);
-        EXPECT_EQ(sha256OfFile(file.get(), path).value(), test::sumOfFile(path)) << size;
+        EXPECT_EQ(store::sha256OfFile(file.get(), path).value(), test::sumOfFile(path)) << size;
     }
-    EXPECT_FALSE(sha256OfFile(-1, "none"));
+    EXPECT_FALSE(store::sha256OfFile(-1, "none"));
 }
 
 TEST(AssetLocks, AReservationKeepsOthersOut) {

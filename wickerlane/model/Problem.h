@@ -16,7 +16,7 @@ enum class ProblemKind : std::int64_t {
     invalid = 1,       ///< The request makes no sense, or a file is not what it should be.
     notFound = 2,      ///< What was named is not there.
     refused = 3,       ///< Who asks has no right to it.
-    busy = 4,          ///< Too much is waiting, or another works on the same: try again later.
+    busy = 4,          ///< Another program or request works on the same: try again later.
     ending = 5,        ///< hoardd is ending: ask again.
     exists = 6,        ///< Something of that name or identity is there already.
     damagedStore = 7,  ///< The library's database can't be read or written as it should.
@@ -24,7 +24,8 @@ enum class ProblemKind : std::int64_t {
     notWritable = 9,   ///< The file system or its permissions forbid writing.
     newerVersion = 10, ///< The library was made by a newer hoardd.
     unreachable = 11,  ///< hoardd can't be started, or stopped answering. Never in a reply.
-    empty = 12         ///< The request holds nothing to work on.
+    empty = 12,        ///< The request holds nothing to work on.
+    queueFull = 13     ///< Too much work is waiting: try again later.
 };
 
 struct Problem {

@@ -138,7 +138,7 @@ void Check::checkAsset(const AssetRecord &asset) {
     } else if (options.sumOfFile) {
         const auto sum = options.sumOfFile(original);
         if (!sum)
-            find(Finding::Kind::unreadable, asset.uuid, original, std::strerror(errno));
+            find(Finding::Kind::unreadable, asset.uuid, original, sum.error().text);
         else if (*sum != asset.sha256)
             find(Finding::Kind::changedOriginal, asset.uuid, original, "its contents are others");
     }

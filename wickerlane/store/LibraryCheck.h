@@ -35,8 +35,8 @@ struct Finding {
 [[nodiscard]] WL_EXPORT const char *nameOf(Finding::Kind kind) noexcept;
 
 struct CheckOptions {
-    /// Makes the sum of a file, from its path; nothing, with errno, on failure. Null leaves the sums out.
-    Handler<std::optional<Sha256>(const std::string &)> sumOfFile{};
+    /// Computes the sum of a file, given its path. Null leaves the sums out.
+    Handler<Result<Sha256>(const std::string &)> sumOfFile{};
     /// Called now and then with how many of how many assets have been looked at; may be null.
     Handler<void(std::size_t, std::size_t)> progress{};
     /// Asked now and then; true ends the check early. May be null.

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <map>
-#include <mutex>
 
+#include "wickerlane/platform/object/Mutex.h"
 #include "wickerlane/store/AssetColumns.h"
 #include "wickerlane/store/AssetURL.h"
 #include "wickerlane/store/Schema.h"
@@ -13,18 +13,19 @@ namespace wickerlane::store {
 /// The connection, and who may use it. A statement is reset before the lock is given up, so that no read
 /// transaction stays open between calls: that would keep the daemon's write-ahead log growing.
 struct ObjectStore::Connection {
-    std::mutex lock;
-    sqlite::Database database;
-    std::map<std::string, sqlite::Statement, std::less<>> prepared; // of select(), by what narrows it
+    Mutex mutex;
+    sqlite::Database database WL_GUARDED_BY(mutex);
+    /// Of select(), by what narrows it.
+    std::map<std::string, sqlite::Statement, std::less<>> prepared WL_GUARDED_BY(mutex);
 
-    sqlite::Statement counting = database.prepare(selectCounts);
+    sqlite::Statement counting WL_GUARDED_BY(mutex) = database.prepare(selectCounts);
 
     explicit Connection(sqlite::Database opened) : database(std::move(opened)) {}
 
     /// The records that a statement made of `selectAssets` and `narrowing` gives.
     template <class... Values>
     Result<std::vector<AssetRecord>> select(std::string_view narrowing, const Values &...values) {
-        const std::lock_guard guard(lock);
+        const MutexLock lock(mutex);
         auto found = prepared.find(narrowing);
         if (found == prepared.end())
             found = prepared.emplace(narrowing, database.prepare(std::string(selectAssets).append(narrowing)))
@@ -94,7 +95,7 @@ Array *ObjectStore::assets(const AssetQuery &query) {
 }
 
 std::optional<AssetCounts> ObjectStore::counts() {
-    const std::lock_guard guard(connection->lock);
+    const MutexLock lock(connection->mutex);
     const auto counts = connection->counting.first([](const sqlite::Statement &row) {
         const auto count = [&](int column) { return static_cast<std::uint64_t>(row.integer(column)); };
         return AssetCounts{count(0), count(1), count(2), count(3)};
@@ -147,7 +148,7 @@ Ref<ManagedAlbum> readAlbum(const sqlite::Statement &statement, std::string_view
 } // namespace
 
 Array *ObjectStore::albums() {
-    const std::lock_guard guard(connection->lock);
+    const MutexLock lock(connection->mutex);
     auto result = MutableArray::create();
     const Result<> read =
         connection->database.prepare(std::string(selectAlbums) + "ORDER BY name, pk")
@@ -156,7 +157,7 @@ Array *ObjectStore::albums() {
 }
 
 ManagedAlbum *ObjectStore::albumWhere(std::string_view narrowing, std::string_view value) {
-    const std::lock_guard guard(connection->lock);
+    const MutexLock lock(connection->mutex);
     auto album = connection->database.prepare(std::string(selectAlbums).append(narrowing))
                      .bind(value)
                      .first([&](const sqlite::Statement &row) { return readAlbum(row, identity); });
@@ -173,7 +174,7 @@ ManagedAlbum *ObjectStore::albumNamed(std::string_view name) {
 }
 
 std::optional<std::vector<AssetChange>> ObjectStore::changes(std::int64_t since) {
-    const std::lock_guard guard(connection->lock);
+    const MutexLock lock(connection->mutex);
     auto changes =
         connection->database.prepare("SELECT pk, date, what, assetuuid FROM zchange WHERE pk > ? ORDER BY pk")
             .bind(since)

@@ -238,7 +238,7 @@ void VideoReader::readFacts(PictureFacts &facts) const {
     facts.orientation = 1;
     facts.captureDate = dateOf(tag(format.metadata, "creation_time"));
     facts.place = placeOf(tag(format.metadata, "location"));
-    facts.video = std::move(video);
+    facts.video = video;
 }
 
 Frame VideoReader::State::decodeFrameNear(double second) {

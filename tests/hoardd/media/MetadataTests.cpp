@@ -1,7 +1,7 @@
 // What a picture file says of itself, and what it had better not be believed.
 #include <gmock/gmock.h>
 
-#include "tests/hoardd/media/MediaTest.h"
+#include "tests/hoardd/media/MediaTestSupport.h"
 
 namespace wickerlane::hoardd {
 namespace {

@@ -1,7 +1,7 @@
 // What the workers make of pictures: formats, sizes, orientation, colours.
 #include <gmock/gmock.h>
 
-#include "tests/hoardd/media/MediaTest.h"
+#include "tests/hoardd/media/MediaTestSupport.h"
 
 namespace wickerlane::hoardd {
 namespace {

@@ -1,7 +1,7 @@
 // The first look at a picture, the preview that it carries, and raw files, which are seen by theirs.
 #include <gmock/gmock.h>
 
-#include "tests/hoardd/media/MediaTest.h"
+#include "tests/hoardd/media/MediaTestSupport.h"
 
 namespace wickerlane::hoardd {
 namespace {

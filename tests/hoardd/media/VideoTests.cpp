@@ -2,7 +2,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 
-#include "tests/hoardd/media/MediaTest.h"
+#include "tests/hoardd/media/MediaTestSupport.h"
 #include "tests/support/TestClips.h"
 #include "wickerlane/platform/file/Files.h"
 

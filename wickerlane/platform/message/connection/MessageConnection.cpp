@@ -22,17 +22,17 @@ public:
     }
     void setIdleTime(std::chrono::milliseconds time) override { core->setIdleTime(time); }
     void resume() override { core->resume(); }
-    void send(MessageDictionary *message) override { core->send(message); }
+    // The last release may come while one of these is at work: what ends a session lets go of its handlers.
+    void send(MessageDictionary *message) override { Ref(core)->send(message); }
     void sendWithReply(MessageDictionary *message, WorkQueue *queue,
                        Handler<void(MessageValue *)> handler) override {
-        core->send(message, queue, std::move(handler));
+        Ref(core)->send(message, queue, std::move(handler));
     }
     Ref<MessageValue> sendWithReplySync(MessageDictionary *message) override {
-        const Ref<ConnectionCore> kept = core; // the last release may come while this waits
-        return kept->sendSync(message);
+        return Ref(core)->sendSync(message);
     }
     void sendBarrier(Handler<void()> handler) override { core->sendBarrier(std::move(handler)); }
-    void cancel() override { core->cancel(); }
+    void cancel() override { Ref(core)->cancel(); }
     [[nodiscard]] const char *serviceName() const noexcept override { return core->serviceName(); }
 
 private:

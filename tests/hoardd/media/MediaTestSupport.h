@@ -1,6 +1,6 @@
 // What the tests of the media workers share: a pool, and files that have no name.
-#ifndef TESTS_HOARDD_MEDIA_MEDIATEST_H
-#define TESTS_HOARDD_MEDIA_MEDIATEST_H
+#ifndef TESTS_HOARDD_MEDIA_MEDIATESTSUPPORT_H
+#define TESTS_HOARDD_MEDIA_MEDIATESTSUPPORT_H
 
 #include <gtest/gtest.h>
 #include <sys/mman.h>

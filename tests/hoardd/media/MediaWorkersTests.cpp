@@ -9,7 +9,8 @@
 #include <random>
 #include <thread>
 
-#include "tests/hoardd/media/MediaTest.h"
+#include "tests/hoardd/media/MediaTestSupport.h"
+#include "tests/support/WaitUntil.h"
 
 namespace wickerlane::hoardd {
 namespace {
@@ -28,8 +29,7 @@ MediaResult probe(MediaWorkers &pool, const Bytes &file) {
 
 // The only worker of a pool, once it is idle.
 pid_t idleWorker(const MediaWorkers &pool) {
-    while (pool.status().idle == 0)
-        std::this_thread::yield();
+    EXPECT_TRUE(waitUntil([&] { return pool.status().idle != 0; }));
     return pool.status().processes.at(0);
 }
 
@@ -120,8 +120,7 @@ TEST(MediaWorkers, ReplacesAWorkerThatDiesAtWork) {
     stop(worker);
     MediaResult result;
     std::thread job([&] { result = probe(pool, goodPicture()); });
-    while (pool.status().busy == 0)
-        std::this_thread::yield();
+    EXPECT_TRUE(waitUntil([&] { return pool.status().busy != 0; }));
     kill(worker, SIGABRT); // which, unlike other faults, sanitizers leave alone
     kill(worker, SIGCONT);
     job.join();

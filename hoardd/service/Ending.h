@@ -1,0 +1,16 @@
+// The problem of what is not done because the process is ending.
+#ifndef HOARDD_SERVICE_ENDING_H
+#define HOARDD_SERVICE_ENDING_H
+
+#include "wickerlane/model/Result.h"
+
+namespace wickerlane::hoardd {
+
+/// Long work stops with it; what is left is known from the store.
+[[nodiscard]] inline Failure stopped() {
+    return fail(ProblemKind::ending, "hoardd is ending; ask again");
+}
+
+} // namespace wickerlane::hoardd
+
+#endif
