@@ -21,10 +21,10 @@ inline bool setProcessorCount(int count) {
 }
 
 struct ClientTest : ::testing::Test {
-    ReleaseScope scope;
     const bool hasTwoProcessors = setProcessorCount(2);
     Ref<FakeConnection> connection = makeRef<FakeConnection>();
     OwnClient client;
+    ReleaseScope scope; // ends first: what the connection autoreleases counts itself there
 
     ClientTest() {
         EXPECT_TRUE(hasTwoProcessors);
