@@ -17,7 +17,7 @@ using namespace wickerlane;
 
 namespace {
 
-// Every page of it, as whoever shows a picture would.
+// Every page of it, as a program that shows a picture would.
 std::size_t touch(const void *bytes, std::size_t length) {
     std::size_t sum = 0;
     for (std::size_t at = 0; at < length; at += 4096)

@@ -50,7 +50,7 @@ int serve(const DaemonOptions &options) {
 int main(int argc, char **argv) {
     CLI::App app{
         "hoardd owns the photo library and serves it to its clients. It is started on demand, and ends when "
-        "it has been idle; nobody needs to start it by hand.",
+        "it has been idle; there is no need to start it by hand.",
         "hoardd"};
     using namespace wickerlane::hoardd;
     DaemonOptions options;

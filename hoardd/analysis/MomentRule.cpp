@@ -42,7 +42,7 @@ void markOutliers(std::span<const Interval> items, const BoundaryRule &rule, std
     for (std::size_t gap = 0; gap < logarithms.size(); ++gap) {
         const std::size_t first = gap - std::min(gap, boundaryNeighbours);
         const std::size_t last = std::min(gap + boundaryNeighbours, logarithms.size() - 1);
-        // Summed anew for each, in order: a running sum would depend on where the run began.
+        // Summed again for each, in order: a running sum would depend on where the run began.
         double sum = 0;
         for (std::size_t other = first; other <= last; ++other)
             sum += other != gap ? logarithms[other] : 0;

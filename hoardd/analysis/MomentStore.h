@@ -2,7 +2,7 @@
 //
 // Triggers note in zmomentchange the date of every asset that came, went, or got another date or place. From
 // these dates a plan is made, over a connection that only reads: what has to be written so that the moments
-// are right again. Applying it removes the notes in the same transaction. So whatever the instant of a kill,
+// are right again. Applying it removes the notes in the same transaction. So even if the process is killed,
 // what is not done is still noted.
 #ifndef HOARDD_ANALYSIS_MOMENTSTORE_H
 #define HOARDD_ANALYSIS_MOMENTSTORE_H

@@ -1,4 +1,4 @@
-// Writing a file of the library so that its place holds all of it or nothing, whatever the instant of a kill.
+// Writing a file of the library so that its place holds all of it or nothing, even if the process is killed.
 #ifndef HOARDD_LIBRARY_STAGEDFILE_H
 #define HOARDD_LIBRARY_STAGEDFILE_H
 
@@ -11,8 +11,8 @@
 
 namespace wickerlane::hoardd {
 
-/// A file on its way to its place: written in a folder where nobody looks for it, synced, and published. It
-/// goes with this object unless it has been published.
+/// A file on its way to its place: written in a folder that readers don't look into, synced, and published.
+/// It goes with this object unless it has been published.
 class StagedFile {
 public:
     /// Makes an empty file, with a name of its own, in a folder of the same file system as its place.

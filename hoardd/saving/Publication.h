@@ -13,8 +13,8 @@ namespace wickerlane::hoardd {
 /// to be there already become `present`, and their files go.
 [[nodiscard]] Result<> publishAssets(Library &library, std::span<StagedAsset *const> assets);
 
-/// Takes an asset and all its files out of the library: all of it, whatever the instant of a kill, or
-/// nothing. Succeeds also when it has gone already. Blocks.
+/// Takes an asset and all its files out of the library: all of it or nothing, even if the
+/// process is killed. Succeeds also when it has gone already. Blocks.
 [[nodiscard]] Result<> removeAsset(Library &library, const store::AssetRecord &asset);
 
 /// Completes or undoes what a killed process left. Before the first save.

@@ -2,14 +2,18 @@
 //
 // The steps of a save:
 //
-//  1. A folder is made for the asset in the library's Saving folder, named as the original will be.
-//  2. The original is written there, sealed and synced. A media worker takes a first look at it: its dates,
-//  its
-//     place, and the small preview that it may carry, which serves as its thumbnails for the moment.
-//  3. The files move to their places, whose folders are synced.
-//  4. The row is committed. From here on the asset is saved, and everybody sees it.
-//  5. The folder, now empty, goes.
-//  6. A worker decodes the picture, and the thumbnails proper take their places.
+// 1. A folder is made for the asset in the library's Saving folder, named as the original will be.
+//
+// 2. The original is written there, sealed and synced. A media worker takes a first look at it: its dates,
+// its place, and the small preview that it may carry, which serves as its thumbnails for the moment.
+//
+// 3. The files move to their places, whose folders are synced.
+//
+// 4. The row is committed. From here on the asset is saved, and everybody sees it.
+//
+// 5. The folder, now empty, goes.
+//
+// 6. A worker decodes the picture, and the thumbnails proper take their places.
 //
 // Staging.h is the first two, Publication.h the next three, hoardd/pictures/Thumbnails.h the last. As long as
 // the folder stands, what it stands for is unfinished: after a kill, recoverSaves() keeps the asset if its

@@ -7,8 +7,8 @@ namespace wickerlane::protocol {
 /// The value of "format" in a request for image data.
 enum ImageDataFormat : int {
     imageDataOriginal = 0,     ///< The bytes that were saved.
-    imageDataSmallJPEG = 1,    ///< Upright, at most 256 pixels a side; made when the asset was saved.
-    imageDataPreviewJPEG = 2,  ///< Upright, at most 1024 pixels a side; made when the asset was saved.
+    imageDataSmallJPEG = 1,    ///< Upright, at most 256 pixels a side; kept once made.
+    imageDataPreviewJPEG = 2,  ///< Upright, at most 1024 pixels a side; kept once made.
     imageDataFullSizeJPEG = 3, ///< Upright, of full size; made on each request.
     imageDataFullSizePNG = 4,  ///< The same, without loss.
 };

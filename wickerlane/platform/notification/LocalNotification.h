@@ -19,8 +19,8 @@ using LocalObserverToken = int;
 
 /// Calls the handler, on the thread that posts, for each notification of that name; only for those of one
 /// sender when it is not null, which is told by its identity and not kept alive. Nothing is kept for an
-/// observer: while the process is suspended nobody posts, and what was posted before it began is not caught
-/// up on. 0 for a null handler. Thread-safe.
+/// observer: while the process is suspended nothing is posted, and what was posted before it began is not
+/// caught up on. 0 for a null handler. Thread-safe.
 [[nodiscard]] WL_EXPORT LocalObserverToken observeLocalNotification(
     std::string_view name, const Object *sender, Handler<void(const LocalNotification &)> handler);
 
