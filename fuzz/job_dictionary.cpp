@@ -1,5 +1,6 @@
 // Reads a message as a job dictionary, as hoardd does with every save, and then what the job says.
 #include <cstdlib>
+#include <cstring>
 
 #include "hoardd/saving/SaveJob.h"
 #include "wickerlane/message/JXJobDictionary.h"
