@@ -30,7 +30,7 @@ enum class Likeness : std::uint8_t {
     similar = 1, ///< Another picture of the same, taken in one burst.
 };
 
-/// Shots of one burst follow each other within so many seconds.
+/// The longest time between two shots of one burst.
 inline constexpr double burstSeconds = 60;
 
 /// What two assets are to each other; nothing when they are different pictures.

@@ -22,7 +22,7 @@ struct Interval {
 /// When two neighbours in time belong to different groups.
 struct BoundaryRule {
     double minGap;         ///< Seconds; a shorter gap counts as this long.
-    double outlierFactor;  ///< A gap so many times as long as its neighbours' geometric mean is a boundary.
+    double outlierFactor;  ///< A gap is a boundary if it is this multiple of its neighbours' geometric mean.
     double maxGap;         ///< Seconds; a gap this long is a boundary whatever its neighbours are.
     double maxMetres;      ///< Between two places; more is a jump,
     double minJumpSeconds; ///< unless less time lies between them, as in a train.
@@ -31,7 +31,8 @@ struct BoundaryRule {
 inline constexpr BoundaryRule momentRule{300, 12, 12 * 3600, 2'000, 300};
 inline constexpr BoundaryRule momentListRule{12 * 3600, 3, 30 * 86400, 100'000, 3600};
 
-/// A gap is compared with so many on either side, and two places with so few items between them.
+/// How many gaps on either side a gap is compared with, and how many items may lie between two places that
+/// are compared.
 inline constexpr std::size_t boundaryNeighbours = 10;
 
 /// How many items, counted from the place of one that came, went or changed, are between that place and the

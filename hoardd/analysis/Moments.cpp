@@ -15,8 +15,8 @@ namespace {
 /// little.
 constexpr std::size_t maxPerCommit = 64;
 
-/// A plan that is made while others write may be out of date before it is applied. After so many of them, one
-/// is made while they wait.
+/// A plan that is made while others write may be out of date before it is applied. After this number of
+/// tries, one is made while the others wait.
 constexpr int maxTries = 3;
 
 /// Whether the plan was current, so that it has been applied.

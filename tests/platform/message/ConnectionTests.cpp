@@ -18,7 +18,7 @@ using namespace wickerlane::test;
 
 namespace {
 
-// Collects what handlers get, and lets a test wait for so many of it.
+// Collects what handlers get, and lets a test wait for a number of them.
 class Collected {
 public:
     Handler<void(MessageValue *)> handler() {
