@@ -24,13 +24,21 @@ mode_t usualMode() {
     return 0666 & ~mask;
 }
 
-bool putInPlace(const char *from, const char *to, bool replace) {
+bool renameFile(const char *from, const char *to, bool replace) {
     if (replace)
         return std::rename(from, to) == 0;
     if (renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE) == 0)
         return true;
     // Some file systems can't rename so, but a link never replaces anything either.
     return errno == EINVAL && link(from, to) == 0 && unlink(from) == 0;
+}
+
+Result<> putInPlace(const std::string &from, const std::string &to, bool replace) {
+    if (renameFile(from.c_str(), to.c_str(), replace))
+        return {};
+    if (errno == EEXIST)
+        return fail(ProblemKind::exists, fmt::format("{} already exists; --force replaces it", to), to);
+    return failSystem("write", to);
 }
 
 } // namespace
@@ -71,14 +79,12 @@ Result<> NewFile::copyFrom(int descriptor) {
 }
 
 Result<> NewFile::finish(bool replace) {
-    if (fchmod(fd.get(), usualMode()) == 0 && fsync(fd.get()) == 0 &&
-        putInPlace(temporary.c_str(), place.c_str(), replace)) {
-        fd.reset();
-        return {};
-    }
-    if (errno == EEXIST)
-        return fail(ProblemKind::exists, fmt::format("{} already exists; --force replaces it", place), place);
-    return failSystem("write", place);
+    if (fchmod(fd.get(), usualMode()) != 0 || fsync(fd.get()) != 0)
+        return failSystem("write", place);
+    if (auto put = putInPlace(temporary, place, replace); !put)
+        return put;
+    fd.reset();
+    return {};
 }
 
 } // namespace wickerlane::cli

@@ -14,8 +14,8 @@ std::string programPath(const std::string &program) {
     return error ? std::filesystem::absolute(program).lexically_normal().string() : path.string();
 }
 
-Result<ExitCode> decisionSaved(bool done) {
-    if (done)
+Result<ExitCode> changeDecisions(const std::function<bool(ConsentStore &decisions)> &change) {
+    if (change(ConsentStore::shared()))
         return ExitCode::success;
     return fail(ProblemKind::failed,
                 fmt::format("the decisions can't be changed: {}. Only the owner of the library's root may "

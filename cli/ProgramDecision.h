@@ -2,18 +2,20 @@
 #ifndef CLI_PROGRAMDECISION_H
 #define CLI_PROGRAMDECISION_H
 
+#include <functional>
 #include <string>
 
 #include "cli/ExitCode.h"
 #include "wickerlane/model/Result.h"
+#include "wickerlane/platform/consent/Consent.h"
 
 namespace wickerlane::cli {
 
 /// The path by which the kernel knows a program: absolute, without symbolic links.
 std::string programPath(const std::string &program);
 
-/// How a change of the decisions went. When `done` is false, errno says why.
-Result<ExitCode> decisionSaved(bool done);
+/// Makes a change of the decisions. `change` is false, with errno, on failure.
+Result<ExitCode> changeDecisions(const std::function<bool(ConsentStore &decisions)> &change);
 
 } // namespace wickerlane::cli
 

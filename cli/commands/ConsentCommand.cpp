@@ -35,8 +35,9 @@ Result<ExitCode> list(const Options &options) {
 }
 
 Result<ExitCode> decide(const Options &options, bool granted) {
-    return decisionSaved(ConsentStore::shared().decide(
-        {kPVGServicePhotos, programPath(options.program), options.userID(), granted}));
+    return changeDecisions([&](ConsentStore &decisions) {
+        return decisions.decide({kPVGServicePhotos, programPath(options.program), options.userID(), granted});
+    });
 }
 
 Result<ExitCode> grant(const Options &options) {
@@ -48,8 +49,9 @@ Result<ExitCode> deny(const Options &options) {
 }
 
 Result<ExitCode> revoke(const Options &options) {
-    return decisionSaved(
-        ConsentStore::shared().forget(kPVGServicePhotos, programPath(options.program), options.userID()));
+    return changeDecisions([&](ConsentStore &decisions) {
+        return decisions.forget(kPVGServicePhotos, programPath(options.program), options.userID());
+    });
 }
 
 } // namespace

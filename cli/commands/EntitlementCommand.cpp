@@ -33,8 +33,9 @@ Result<ExitCode> list(const Options &options) {
 Result<ExitCode> setEntitled(const Options &options, bool granted) {
     const String *name =
         options.entitlement == "write-assets" ? JXWriteAssetsEntitlement : JXDeleteAssetsEntitlement;
-    return decisionSaved(
-        ConsentStore::shared().setEntitled(programPath(options.program), name->utf8(), granted));
+    return changeDecisions([&](ConsentStore &decisions) {
+        return decisions.setEntitled(programPath(options.program), name->utf8(), granted);
+    });
 }
 
 Result<ExitCode> grant(const Options &options) {
