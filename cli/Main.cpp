@@ -9,6 +9,7 @@
 #include "cli/Interrupt.h"
 #include "cli/Output.h"
 #include "cli/Subcommands.h"
+#include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/platform/queue/WorkQueue.h"
 
 namespace wickerlane::cli {
@@ -23,7 +24,9 @@ constexpr const char *exitCodes = R"(Exit codes:
 
 For help with a subcommand: wickerlane import --help)";
 
+/// In the one release scope that every subcommand has.
 ExitCode perform(const Action &action) {
+    const ReleaseScope scope;
     try {
         const auto result = action();
         return result ? *result : report(result.error());

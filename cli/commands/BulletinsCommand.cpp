@@ -38,7 +38,6 @@ JSON describe(const Dictionary &bulletin) {
 }
 
 Result<ExitCode> bulletins(const Options &options) {
-    const ReleaseScope scope;
     JXGatekeeperClient *client = JXGatekeeperClient::sharedInstance();
     if (const auto answers = requireDaemon(); !answers)
         return passOn(answers);

@@ -77,7 +77,6 @@ void printStatus(const std::optional<Status> &status, const std::string &library
 }
 
 Result<ExitCode> showStatus(const Options &options) {
-    const ReleaseScope scope;
     const store::LibraryPaths paths;
     std::optional<Status> status;
     if (options.start || daemonProcess(paths.lock()) != 0) {

@@ -41,7 +41,6 @@ Result<> deleteAsset(const store::ManagedAsset &asset) {
 }
 
 Result<ExitCode> deleteAssets(const Options &options) {
-    const ReleaseScope scope;
     const auto store = openStore();
     if (!store)
         return passOn(store);

@@ -9,7 +9,6 @@
 #include "cli/Subcommands.h"
 #include "wickerlane/platform/bundle/LocalizationMatcher.h"
 #include "wickerlane/platform/locale/Locale.h"
-#include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/util/texts/JXCountDescription.h"
 #include "wickerlane/util/texts/JXLocalization.h"
 
@@ -35,7 +34,6 @@ std::string problemOfCount(const std::string &text) {
 }
 
 Result<ExitCode> describeCounts(const Options &options) {
-    const ReleaseScope scope;
     const std::vector<std::string> languages = JXPixholdFrameworkBundle()->localizations();
     if (languages.empty())
         return fail(ProblemKind::failed, "the texts of the library (Pixhold.bundle) are not installed; "

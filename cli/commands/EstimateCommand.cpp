@@ -34,7 +34,6 @@ Result<Ref<URL>> urlOf(const std::string &video) {
 }
 
 Result<ExitCode> estimate(const Options &options) {
-    const ReleaseScope scope;
     const auto url = urlOf(options.video);
     if (!url)
         return passOn(url);

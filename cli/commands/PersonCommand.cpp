@@ -54,7 +54,6 @@ Result<ExitCode> store(const Options &options, Dictionary *info) {
 }
 
 Result<ExitCode> person(const Options &options) {
-    const ReleaseScope scope;
     if (const auto answers = requireDaemon(); !answers)
         return passOn(answers);
     if (options.clear)

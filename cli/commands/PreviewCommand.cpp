@@ -19,7 +19,6 @@ struct Options {
 };
 
 Result<ExitCode> preview(const Options &options) {
-    const ReleaseScope scope;
     const auto asset = findAsset(options.asset);
     if (!asset)
         return passOn(asset);

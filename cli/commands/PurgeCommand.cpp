@@ -19,7 +19,6 @@ struct Options {
 };
 
 Result<ExitCode> purge(const Options &options) {
-    const ReleaseScope scope;
     if (!options.bytes && !options.isDryRun)
         return fail(ProblemKind::invalid, "BYTES or --dry-run is required");
     if (const auto answers = requireDaemon(); !answers)

@@ -35,7 +35,6 @@ void printFields(const store::ManagedAsset &asset) {
 }
 
 Result<ExitCode> show(const Options &options) {
-    const ReleaseScope scope;
     const auto asset = findAsset(options.asset);
     if (!asset)
         return passOn(asset);

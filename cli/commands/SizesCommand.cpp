@@ -42,7 +42,6 @@ Sizes askSizes() {
 }
 
 Result<ExitCode> showSizes(const Options &options) {
-    const ReleaseScope scope;
     if (const auto answers = requireDaemon(); !answers)
         return passOn(answers);
     const Sizes sizes = askSizes();

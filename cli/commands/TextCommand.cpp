@@ -9,7 +9,6 @@
 #include "cli/Subcommands.h"
 #include "wickerlane/platform/bundle/LocalizationMatcher.h"
 #include "wickerlane/platform/locale/Locale.h"
-#include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/util/texts/JXLocalization.h"
 
 namespace wickerlane::cli {
@@ -46,7 +45,6 @@ String *lookUp(Bundle *bundle, String *key, const std::string &table) {
 }
 
 Result<ExitCode> showText(const Options &options) {
-    const ReleaseScope scope;
     if (!options.language.empty())
         setProcessLanguages({options.language});
     const auto found = findBundle(options.bundle);

@@ -43,7 +43,6 @@ std::string defaultName(const store::ManagedAsset &asset, int format) {
 }
 
 Result<ExitCode> writeThumbnail(const Options &options) {
-    const ReleaseScope scope;
     const auto found = findAsset(options.asset);
     if (!found)
         return passOn(found);

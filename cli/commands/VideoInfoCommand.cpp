@@ -29,7 +29,6 @@ JSON valueOf(const Object *object) {
 }
 
 Result<ExitCode> showVideoInfo(const Options &options) {
-    const ReleaseScope scope;
     const auto absolute = String::create(std::filesystem::absolute(options.path).lexically_normal().string());
     if (!absolute)
         return fail(ProblemKind::invalid, "the path is not UTF-8; rename the file first");

@@ -37,6 +37,7 @@ Result<ExitCode> watchUntilInterrupted(const Options &options) {
     Semaphore &wakeUp = interruptSemaphore();
     std::optional<LibraryCounts> shown;
     for (std::uint64_t changes = 0; !isInterrupted();) {
+        const ReleaseScope scope;
         const auto counts = countWithRetry();
         if (!counts)
             return passOn(counts);
@@ -55,7 +56,6 @@ Result<ExitCode> watchUntilInterrupted(const Options &options) {
 }
 
 Result<ExitCode> watch(const Options &options) {
-    const ReleaseScope scope;
     // Before the first request, so that no change is missed in between.
     Number *token =
         RZRegisterForPhotosAndVideosCount([] { interruptSemaphore().signal(); }, WorkQueue::global());
