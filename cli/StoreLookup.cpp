@@ -5,38 +5,31 @@
 
 namespace wickerlane::cli {
 
-Result<Ref<store::ObjectStore>> openStore() {
+Result<std::unique_ptr<store::StoreReader>> openStore() {
     const store::LibraryPaths paths;
     if (access(paths.database().c_str(), F_OK) != 0)
         return fail(ProblemKind::notFound,
                     fmt::format("there is no library in {} yet. To make one, save photos into it: "
                                 "wickerlane import FOLDER",
                                 paths.folder()));
-    std::string problem;
-    auto store = store::ObjectStore::open(paths, &problem);
+    auto store = store::StoreReader::open(paths);
     if (!store)
-        return fail(ProblemKind::notFound,
-                    fmt::format("the library in {} can't be read: {}", paths.folder(), problem));
+        return fail(store.error().kind,
+                    fmt::format("the library in {} can't be read: {}", paths.folder(), store.error().text),
+                    store.error().file);
     return store;
 }
 
-Failure failToReadStore(std::string_view reason) {
-    std::string text = "the library's store can't be read";
-    if (!reason.empty())
-        text.append(": ").append(reason);
-    return fail(ProblemKind::damagedStore, std::move(text));
-}
-
-Result<Ref<store::ManagedAsset>> findAsset(store::ObjectStore &store, const std::string &name) {
-    const ReleaseScope scope;
-    Ref<store::ManagedAsset> found(store.assetWithUUID(name));
-    if (!found && name.find("://") != std::string::npos)
-        if (const auto url = URL::create(name)) {
-            found = store.assetWithURL(url.get());
-            if (!found)
-                found = store.assetWithObjectID(ManagedObjectID::create(url.get()).get());
-        }
+Result<Ref<store::ManagedAsset>> findAsset(store::StoreReader &store, const std::string &name) {
+    auto found = store.assetWithUUID(name);
+    if (found && !*found && name.find("://") != std::string::npos) {
+        found = store.assetWithURL(URL::create(name).get());
+        if (found && !*found)
+            found = store.assetWithURI(name);
+    }
     if (!found)
+        return failToReadStore(found);
+    if (!*found)
         return fail(ProblemKind::notFound,
                     fmt::format("there is no asset {} in {}. To list all assets: wickerlane list", name,
                                 store.paths().folder()));
@@ -47,21 +40,22 @@ Result<Ref<store::ManagedAsset>> findAsset(const std::string &name) {
     return openStore().and_then([&](const auto &store) { return findAsset(*store, name); });
 }
 
-Result<Ref<store::ManagedAlbum>> findAlbum(store::ObjectStore &store, const std::string &name) {
-    const ReleaseScope scope;
-    store::ManagedAlbum *album = store.albumNamed(name);
-    if (album == nullptr)
-        album = store.albumWithUUID(name);
-    if (album == nullptr)
+Result<Ref<store::ManagedAlbum>> findAlbum(store::StoreReader &store, const std::string &name) {
+    auto found = store.albumNamed(name);
+    if (found && !*found)
+        found = store.albumWithUUID(name);
+    if (!found)
+        return failToReadStore(found);
+    if (!*found)
         return fail(ProblemKind::notFound,
                     fmt::format("there is no album {}. To list all albums: wickerlane album list", name));
-    return Ref<store::ManagedAlbum>(album);
+    return found;
 }
 
-Result<store::AnalysisReader> openAnalyses(const store::ObjectStore &store) {
+Result<store::AnalysisReader> openAnalyses(const store::StoreReader &store) {
     auto reader = store::AnalysisReader::open(store.paths());
     if (!reader)
-        return failToReadStore(reader.error().text);
+        return failToReadStore(reader);
     return reader;
 }
 

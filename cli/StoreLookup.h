@@ -2,27 +2,34 @@
 #ifndef CLI_STORELOOKUP_H
 #define CLI_STORELOOKUP_H
 
+#include <memory>
+#include <string>
+
 #include "wickerlane/model/Result.h"
 #include "wickerlane/store/AnalysisReader.h"
-#include "wickerlane/store/ObjectStore.h"
+#include "wickerlane/store/StoreReader.h"
 
 namespace wickerlane::cli {
 
-Result<Ref<store::ObjectStore>> openStore();
+Result<std::unique_ptr<store::StoreReader>> openStore();
 
 /// The problem of a store that is open but can't be read.
-Failure failToReadStore(std::string_view reason = {});
+template <class T>
+Failure failToReadStore(const Result<T> &failed) {
+    const Problem &problem = failed.error();
+    return fail(problem.kind, "the library's store can't be read: " + problem.text, problem.file);
+}
 
 /// An asset by its UUID, its persistent URL or the URI of its object ID.
-Result<Ref<store::ManagedAsset>> findAsset(store::ObjectStore &store, const std::string &name);
+Result<Ref<store::ManagedAsset>> findAsset(store::StoreReader &store, const std::string &name);
 /// The same, of the current library.
 Result<Ref<store::ManagedAsset>> findAsset(const std::string &name);
 
 /// An album by its name or UUID.
-Result<Ref<store::ManagedAlbum>> findAlbum(store::ObjectStore &store, const std::string &name);
+Result<Ref<store::ManagedAlbum>> findAlbum(store::StoreReader &store, const std::string &name);
 
 /// The moments, duplicates and the cloud feed of a library.
-Result<store::AnalysisReader> openAnalyses(const store::ObjectStore &store);
+Result<store::AnalysisReader> openAnalyses(const store::StoreReader &store);
 
 } // namespace wickerlane::cli
 

@@ -34,27 +34,25 @@ JSON describe(const store::ManagedAlbum &album) {
 }
 
 Result<ExitCode> list(const Options &options) {
-    const ReleaseScope scope;
     const auto store = openStore();
     if (!store)
         return passOn(store);
-    const Array *albums = (*store)->albums();
-    if (albums == nullptr)
-        return failToReadStore();
+    const auto albums = (*store)->albums();
+    if (!albums)
+        return failToReadStore(albums);
     JSON all = JSON::array();
     Table table({{"ASSETS", Table::Align::right}, {"CREATED"}, {"UUID"}, {"NAME"}});
-    for (Object *each : *albums) {
-        const auto &album = *as<store::ManagedAlbum>(each);
-        all.push_back(describe(album));
-        table.add({std::to_string(album.record().assetCount), dateText(album.record().dateCreated),
-                   album.record().uuid, album.record().name});
+    for (const auto &album : *albums) {
+        const store::AlbumRecord &record = album->record();
+        all.push_back(describe(*album));
+        table.add(
+            {std::to_string(record.assetCount), dateText(record.dateCreated), record.uuid, record.name});
     }
     printListing(all, table, "there are no albums", options.json);
     return ExitCode::success;
 }
 
 Result<ExitCode> create(const Options &options) {
-    const ReleaseScope scope;
     if (const auto answers = requireDaemon(); !answers)
         return passOn(answers);
     struct Created {
@@ -76,7 +74,7 @@ Result<ExitCode> create(const Options &options) {
     return ExitCode::success;
 }
 
-Result<> addAsset(store::ObjectStore &store, const store::ManagedAlbum &album, const std::string &name) {
+Result<> addAsset(store::StoreReader &store, const store::ManagedAlbum &album, const std::string &name) {
     const auto asset = findAsset(store, name);
     if (!asset)
         return passOn(asset);
@@ -88,7 +86,6 @@ Result<> addAsset(store::ObjectStore &store, const store::ManagedAlbum &album, c
 }
 
 Result<ExitCode> add(const Options &options) {
-    const ReleaseScope scope;
     const auto store = openStore();
     if (!store)
         return passOn(store);
@@ -109,30 +106,28 @@ Result<ExitCode> add(const Options &options) {
 }
 
 Result<ExitCode> show(const Options &options) {
-    const ReleaseScope scope;
     const auto store = openStore();
     if (!store)
         return passOn(store);
     const auto album = findAlbum(**store, options.album);
     if (!album)
         return passOn(album);
-    const Array *assets = (*store)->assets({.album = (*album)->record().primaryKey});
-    if (assets == nullptr)
-        return failToReadStore();
+    const auto assets = (*store)->assets({.album = (*album)->record().primaryKey});
+    if (!assets)
+        return failToReadStore(assets);
     JSON described = describe(**album);
     described["assets"] = JSON::array();
     Table table({{"CREATED"}, {"UUID"}, {"NAME"}});
-    for (Object *each : *assets) {
-        const auto &asset = *as<store::ManagedAsset>(each);
-        described["assets"].push_back(cli::describe(asset));
-        table.add({dateText(asset.record().dateCreated), asset.record().uuid, outsideName(asset.record())});
+    for (const auto &asset : *assets) {
+        const store::AssetRecord &record = asset->record();
+        described["assets"].push_back(cli::describe(*asset));
+        table.add({dateText(record.dateCreated), record.uuid, outsideName(record)});
     }
     printListing(described, table, "the album is empty", options.json);
     return ExitCode::success;
 }
 
 Result<ExitCode> deleteEmpty(const Options &options) {
-    const ReleaseScope scope;
     const auto store = openStore();
     if (!store)
         return passOn(store);

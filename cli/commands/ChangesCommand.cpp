@@ -30,13 +30,12 @@ const char *nameOf(store::AssetChange::What what) {
 }
 
 Result<ExitCode> changes(const Options &options) {
-    const ReleaseScope scope;
     const auto store = openStore();
     if (!store)
         return passOn(store);
     const auto all = (*store)->changes(options.since);
     if (!all)
-        return failToReadStore();
+        return failToReadStore(all);
     JSON described = JSON::array();
     Table table({{"NUMBER", Table::Align::right}, {"DATE"}, {"WHAT"}, {"UUID"}});
     for (const store::AssetChange &each : *all) {

@@ -52,8 +52,8 @@ Result<store::CheckReport> runCheck(const store::LibraryPaths &paths, const Opti
     };
     auto report = store::checkLibrary(paths, wanted);
     if (!report)
-        return fail(ProblemKind::damagedStore,
-                    fmt::format("the library can't be checked: {}", report.error().text));
+        return fail(report.error().kind, fmt::format("the library can't be checked: {}", report.error().text),
+                    report.error().file);
     return report;
 }
 
@@ -92,7 +92,6 @@ void printReport(const store::CheckReport &report, std::size_t repaired, const O
 }
 
 Result<ExitCode> check(const Options &options) {
-    const ReleaseScope scope;
     const auto store = openStore();
     if (!store)
         return passOn(store);

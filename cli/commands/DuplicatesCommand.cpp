@@ -23,7 +23,7 @@ struct Options {
 };
 
 /// Tells the daemon whether the named assets may be duplicates of each other.
-Result<> decide(store::ObjectStore &store, const std::vector<std::string> &names, bool areDuplicates) {
+Result<> decide(store::StoreReader &store, const std::vector<std::string> &names, bool areDuplicates) {
     if (names.empty())
         return {};
     const auto photos = MutableArray::create();
@@ -38,7 +38,7 @@ Result<> decide(store::ObjectStore &store, const std::vector<std::string> &names
 }
 
 /// What the daemon is to do before the groups are shown.
-Result<> askDaemon(store::ObjectStore &store, const Options &options) {
+Result<> askDaemon(store::StoreReader &store, const Options &options) {
     if (const auto answers = requireDaemon(); !answers)
         return answers;
     auto *client = JXGatekeeperClient::sharedInstance();
@@ -51,8 +51,8 @@ Result<> askDaemon(store::ObjectStore &store, const Options &options) {
     return decide(store, options.together, true);
 }
 
-void printGroups(store::ObjectStore &store, const std::vector<store::DuplicatesRecord> &groups,
-                 const Options &options) {
+Result<> printGroups(store::StoreReader &store, const std::vector<store::DuplicatesRecord> &groups,
+                     const Options &options) {
     using Align = Table::Align;
     Table table({{"GROUP", Align::right},
                  {"LIKENESS"},
@@ -71,21 +71,23 @@ void printGroups(store::ObjectStore &store, const std::vector<store::DuplicatesR
         JSON assets = JSON::array();
         for (const std::string &uuid : group.uuids) {
             const ReleaseScope scope;
-            const store::ManagedAsset *asset = store.assetWithUUID(uuid);
-            if (asset == nullptr)
+            const auto asset = store.assetWithUUID(uuid);
+            if (!asset)
+                return failToReadStore(asset);
+            if (!*asset)
                 continue; // deleted since
-            const store::AssetRecord &record = asset->record();
+            const store::AssetRecord &record = (*asset)->record();
             table.add({std::to_string(number), likeness, record.uuid, dateText(record.dateCreated),
                        pixelsText(record, "-"), sizeText(record.byteSize), outsideName(record)});
-            assets.push_back(describe(*asset));
+            assets.push_back(describe(**asset));
         }
         all.push_back({{"likeness", likeness}, {"assets", std::move(assets)}});
     }
     printListing(all, table, "no duplicates", options.json);
+    return {};
 }
 
 Result<ExitCode> duplicates(const Options &options) {
-    const ReleaseScope scope;
     const auto store = openStore();
     if (!store)
         return passOn(store);
@@ -98,8 +100,9 @@ Result<ExitCode> duplicates(const Options &options) {
         return passOn(reader);
     const auto groups = reader->duplicates();
     if (!groups)
-        return failToReadStore(groups.error().text);
-    printGroups(**store, *groups, options);
+        return failToReadStore(groups);
+    if (const auto printed = printGroups(**store, *groups, options); !printed)
+        return passOn(printed);
     if (reader->areDuplicatesComplete().value_or(false))
         return ExitCode::success;
     if (analyzes)

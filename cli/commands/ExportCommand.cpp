@@ -27,16 +27,6 @@ struct Options {
 
 using Assets = std::vector<Ref<store::ManagedAsset>>;
 
-Result<Assets> allAssets(store::ObjectStore &store) {
-    const Array *all = store.assets();
-    if (all == nullptr)
-        return failToReadStore();
-    Assets assets;
-    for (Object *each : *all)
-        assets.emplace_back(as<store::ManagedAsset>(each));
-    return assets;
-}
-
 Result<> exportAsset(const store::ManagedAsset &asset, const std::string &path, bool force) {
     const ReleaseScope scope;
     const UniqueFd original(
@@ -77,15 +67,14 @@ Result<ExitCode> exportTo(const Options &options, const Assets &assets, ExitCode
 }
 
 Result<ExitCode> exportAssets(const Options &options) {
-    const ReleaseScope scope;
     if (!options.all && options.assets.empty())
         return fail(ProblemKind::invalid, "ASSET or --all is required");
     const auto store = openStore();
     if (!store)
         return passOn(store);
     if (options.all) {
-        const auto assets = allAssets(**store);
-        return assets ? exportTo(options, *assets, ExitCode::success) : passOn(assets);
+        const auto assets = (*store)->assets();
+        return assets ? exportTo(options, *assets, ExitCode::success) : failToReadStore(assets);
     }
     Assets assets;
     ExitCode code = ExitCode::success;

@@ -16,14 +16,13 @@ struct Options {
     bool json = false;
 };
 
-std::string albumName(store::ObjectStore &store, const std::string &albumUUID) {
+Result<std::string> albumName(store::StoreReader &store, const std::string &albumUUID) {
     const ReleaseScope scope;
-    const store::ManagedAlbum *album = store.albumWithUUID(albumUUID);
-    return album != nullptr ? album->record().name : albumUUID;
+    return store.albumWithUUID(albumUUID).map(
+        [&](const auto &album) { return album ? album->record().name : albumUUID; });
 }
 
 Result<ExitCode> feed(const Options &options) {
-    const ReleaseScope scope;
     const auto store = openStore();
     if (!store)
         return passOn(store);
@@ -37,14 +36,16 @@ Result<ExitCode> feed(const Options &options) {
         return passOn(reader);
     const auto entries = reader->cloudFeed();
     if (!entries)
-        return failToReadStore(entries.error().text);
+        return failToReadStore(entries);
     JSON all = JSON::array();
     Table table({{"FROM"}, {"TO"}, {"ASSETS", Table::Align::right}, {"ALBUM"}});
     for (const store::FeedEntryRecord &entry : *entries) {
-        const std::string name = albumName(**store, entry.albumUUID);
+        const auto name = albumName(**store, entry.albumUUID);
+        if (!name)
+            return failToReadStore(name);
         table.add(
-            {dateText(entry.startDate), dateText(entry.endDate), std::to_string(entry.uuids.size()), name});
-        all.push_back({{"album", {{"uuid", entry.albumUUID}, {"name", name}}},
+            {dateText(entry.startDate), dateText(entry.endDate), std::to_string(entry.uuids.size()), *name});
+        all.push_back({{"album", {{"uuid", entry.albumUUID}, {"name", *name}}},
                        {"start", isoDateText(entry.startDate)},
                        {"end", isoDateText(entry.endDate)},
                        {"uuids", entry.uuids}});

@@ -18,7 +18,6 @@ struct Options {
 };
 
 Result<ExitCode> list(const Options &options) {
-    const ReleaseScope scope;
     const auto store = openStore();
     if (!store)
         return passOn(store);
@@ -26,19 +25,18 @@ Result<ExitCode> list(const Options &options) {
     query.newestFirst = options.sort == "newest";
     if (!options.kind.empty())
         query.kind = options.kind == "photo" ? store::AssetKind::photo : store::AssetKind::video;
-    const Array *assets = (*store)->assets(query);
-    if (assets == nullptr)
-        return failToReadStore();
+    const auto assets = (*store)->assets(query);
+    if (!assets)
+        return failToReadStore(assets);
 
     JSON all = JSON::array();
     using Align = Table::Align;
     Table table(
         {{"UUID"}, {"KIND"}, {"CREATED"}, {"PIXELS", Align::right}, {"SIZE", Align::right}, {"NAME"}});
-    for (Object *each : *assets) {
-        const auto &asset = *as<store::ManagedAsset>(each);
-        const store::AssetRecord &record = asset.record();
+    for (const auto &asset : *assets) {
+        const store::AssetRecord &record = asset->record();
         if (options.json)
-            all.push_back(describe(asset));
+            all.push_back(describe(*asset));
         else
             table.add({record.uuid, kindText(record), dateText(record.dateCreated), pixelsText(record, "-"),
                        sizeText(record.byteSize), outsideName(record)});

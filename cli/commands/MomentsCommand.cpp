@@ -36,7 +36,7 @@ std::string placeText(const store::MomentRecord &moment) {
 Result<> printMoments(store::AnalysisReader &reader, const std::string &storeUUID, bool json) {
     const auto moments = reader.moments();
     if (!moments)
-        return failToReadStore(moments.error().text);
+        return failToReadStore(moments);
     JSON all = JSON::array();
     using Align = Table::Align;
     Table table({{"FROM"}, {"TO"}, {"PHOTOS", Align::right}, {"VIDEOS", Align::right}, {"PLACE"}});
@@ -52,7 +52,7 @@ Result<> printMoments(store::AnalysisReader &reader, const std::string &storeUUI
         described["list"] = store::objectURI(storeUUID, moment.list, store::momentListEntity);
         const auto uuids = reader.assetsOfMoment(moment.primaryKey);
         if (!uuids)
-            return failToReadStore(uuids.error().text);
+            return failToReadStore(uuids);
         described["uuids"] = *uuids;
         all.push_back(std::move(described));
     }
@@ -63,7 +63,7 @@ Result<> printMoments(store::AnalysisReader &reader, const std::string &storeUUI
 Result<> printLists(store::AnalysisReader &reader, const std::string &storeUUID, bool json) {
     const auto lists = reader.momentLists();
     if (!lists)
-        return failToReadStore(lists.error().text);
+        return failToReadStore(lists);
     JSON all = JSON::array();
     using Align = Table::Align;
     Table table({{"FROM"}, {"TO"}, {"MOMENTS", Align::right}, {"ASSETS", Align::right}});
@@ -93,7 +93,6 @@ Result<> updateMoments(bool rebuild) {
 }
 
 Result<ExitCode> moments(const Options &options) {
-    const ReleaseScope scope;
     const auto store = openStore();
     if (!store)
         return passOn(store);

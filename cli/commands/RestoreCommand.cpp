@@ -41,7 +41,6 @@ Result<ExitCode> runStep(Step step) {
     step(JXGatekeeperClient::sharedInstance());
     if (const auto answers = requireDaemon(); !answers)
         return passOn(answers);
-    const ReleaseScope scope;
     const auto store = openStore();
     if (!store) {
         report(store.error());
@@ -49,7 +48,7 @@ Result<ExitCode> runStep(Step step) {
     }
     const auto counts = (*store)->counts();
     if (!counts)
-        return failToReadStore();
+        return failToReadStore(counts);
     print(textOf(LibraryCounts{counts->photos, counts->videos}));
     return ExitCode::success;
 }

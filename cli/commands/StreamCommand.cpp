@@ -13,15 +13,17 @@ struct Options {
 };
 
 Result<ExitCode> stream(const Options &options) {
-    const ReleaseScope scope;
     if (const auto answers = requireDaemon(); !answers)
         return passOn(answers);
     JXGatekeeperClient::sharedInstance()->createSnapriverAlbumWithStreamID(String::of(options.streamID));
     const auto store = openStore();
-    const Array *albums = store ? (*store)->albums() : nullptr;
-    for (std::size_t i = 0; albums != nullptr && i < albums->count(); ++i)
-        if (const auto *album = as<store::ManagedAlbum>(albums->at(i));
-            album->record().streamID == options.streamID) {
+    if (!store)
+        return passOn(store);
+    const auto albums = (*store)->albums();
+    if (!albums)
+        return failToReadStore(albums);
+    for (const auto &album : *albums)
+        if (album->record().streamID == options.streamID) {
             print(album->groupURL()->absoluteString()->utf8());
             return ExitCode::success;
         }

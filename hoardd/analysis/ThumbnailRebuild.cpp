@@ -21,10 +21,13 @@ Result<> rebuildThumbnails(Library &library) {
             if (library.isEnding())
                 return stopped();
             ReleaseScope scope;
-            const Ref<store::ManagedAsset> asset = library.assets().assetWithUUID(each.uuid);
+            const auto asset = library.assets().assetWithUUID(each.uuid);
             if (!asset)
+                return passOn(asset);
+            if (!*asset)
                 continue; // gone meanwhile
-            const auto made = makeThumbnails(library, asset->record(), {.isForced = true, .newIndex = true});
+            const auto made =
+                makeThumbnails(library, (*asset)->record(), {.isForced = true, .newIndex = true});
             if (made)
                 continue;
             JX_LOG(JXLogLevelError, JXThumbnailsLog, "can't make the thumbnails of %s: %s", each.uuid.c_str(),

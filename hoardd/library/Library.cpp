@@ -38,7 +38,7 @@ UniqueFd takeLock(const std::string &path) {
 
 } // namespace
 
-Library::Library(UniqueFd held, std::unique_ptr<Store> writer, Ref<store::ObjectStore> opened,
+Library::Library(UniqueFd held, std::unique_ptr<Store> writer, std::unique_ptr<store::StoreReader> opened,
                  MediaWorkersOptions mediaWorkers)
     : lock(std::move(held)), store(std::move(writer)), reader(std::move(opened)),
       workers(std::move(mediaWorkers)) {
@@ -62,12 +62,11 @@ Result<std::unique_ptr<Library>> Library::open(const store::LibraryPaths &paths,
     auto writer = Store::open(paths);
     if (!writer)
         return passOn(writer);
-    std::string problem;
-    auto reader = store::ObjectStore::open(paths, &problem);
+    auto reader = store::StoreReader::open(paths);
     if (!reader)
-        return fail(ProblemKind::failed, problem, paths.database());
+        return passOn(reader);
     std::unique_ptr<Library> library(
-        new Library(std::move(lock), *std::move(writer), std::move(reader), std::move(mediaWorkers)));
+        new Library(std::move(lock), *std::move(writer), *std::move(reader), std::move(mediaWorkers)));
     library->countNotice.noteChange(); // one that was killed may not have come to it
     return library;
 }

@@ -13,7 +13,7 @@
 #include "hoardd/service/Ending.h"
 #include "wickerlane/model/Result.h"
 #include "wickerlane/platform/file/UniqueFd.h"
-#include "wickerlane/store/ObjectStore.h"
+#include "wickerlane/store/StoreReader.h"
 
 namespace wickerlane::hoardd {
 
@@ -27,7 +27,7 @@ public:
 
     [[nodiscard]] const store::LibraryPaths &paths() const noexcept { return reader->paths(); }
     /// Finds assets, over a connection that only reads.
-    [[nodiscard]] store::ObjectStore &assets() noexcept { return *reader; }
+    [[nodiscard]] store::StoreReader &assets() noexcept { return *reader; }
     /// A connection of the caller's own that only reads.
     [[nodiscard]] Result<sqlite::Database> openReader() const;
     /// What `read`, which takes a database and gives a result, reads over a connection of its own from the
@@ -56,13 +56,13 @@ public:
     }
 
 private:
-    Library(UniqueFd held, std::unique_ptr<Store> writer, Ref<store::ObjectStore> opened,
+    Library(UniqueFd held, std::unique_ptr<Store> writer, std::unique_ptr<store::StoreReader> opened,
             MediaWorkersOptions mediaWorkers);
 
     UniqueFd lock;
     CountNotice countNotice;
     std::unique_ptr<Store> store;
-    Ref<store::ObjectStore> reader;
+    std::unique_ptr<store::StoreReader> reader;
     MediaWorkers workers;
     AssetLocks assetLocks;
     std::atomic<bool> ending{false};

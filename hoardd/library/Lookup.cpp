@@ -10,14 +10,14 @@ using store::ManagedAsset;
 namespace {
 
 template <class Found>
-Result<Ref<Found>> orMissing(Found *found, const char *what) {
-    if (found == nullptr)
+Result<Ref<Found>> orMissing(Result<Ref<Found>> found, const char *what) {
+    if (found && !*found)
         return fail(ProblemKind::notFound, what);
-    return Ref<Found>(found);
+    return found;
 }
 
-Result<Ref<ManagedAsset>> orNoAsset(ManagedAsset *found) {
-    return orMissing(found, "there is no such asset");
+Result<Ref<ManagedAsset>> orNoAsset(Result<Ref<ManagedAsset>> found) {
+    return orMissing(std::move(found), "there is no such asset");
 }
 
 } // namespace
@@ -32,9 +32,7 @@ Result<Ref<ManagedAsset>> assetWithObjectID(Library &library, MessageValue *obje
 }
 
 Result<Ref<ManagedAsset>> assetWithURI(Library &library, std::string_view uri) {
-    const std::string text(uri);
-    return orNoAsset(library.assets().assetWithObjectID(
-        library.assets().managedObjectIDForURI(text.c_str(), text.size())));
+    return orNoAsset(library.assets().assetWithURI(uri));
 }
 
 Result<Ref<ManagedAsset>> assetWithUUID(Library &library, std::string_view uuid) {

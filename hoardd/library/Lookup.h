@@ -1,4 +1,4 @@
-// Finding what a request names, or the problem that it isn't there.
+// Finding what a request names, or the problem that it isn't there or can't be read.
 #ifndef HOARDD_LIBRARY_LOOKUP_H
 #define HOARDD_LIBRARY_LOOKUP_H
 

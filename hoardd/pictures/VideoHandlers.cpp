@@ -49,8 +49,11 @@ Result<Video> examineCallersFile(Library &library, const Call &call, const std::
 
 /// The video that a URL names: an asset, or a file of the caller's.
 Result<Video> examineURL(Library &library, const Call &call, const URL *url) {
-    if (const store::ManagedAsset *asset = url != nullptr ? library.assets().assetWithURL(url) : nullptr) {
-        const std::string path = library.paths().original(asset->record());
+    const auto asset = library.assets().assetWithURL(url);
+    if (!asset)
+        return passOn(asset);
+    if (*asset) {
+        const std::string path = library.paths().original((*asset)->record());
         return examine(library, openFile(path, O_RDONLY), path);
     }
     const std::string path = url != nullptr ? url->fileSystemPath() : std::string();

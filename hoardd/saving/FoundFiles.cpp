@@ -60,8 +60,9 @@ SaveJob jobFor(Library &library, const std::string &path) {
                                     {protocol::job::unlessPresent, Number::of(true)}}),
         nullptr, nullptr, true};
     const auto uuid = uuidInName(path);
-    if (uuid && library.assets().assetWithUUID(uuid->uuidString()->utf8()) == nullptr)
-        job.uuid = uuid->uuidString()->utf8();
+    if (uuid)
+        if (const auto known = library.assets().assetWithUUID(uuid->uuidString()->utf8()); known && !*known)
+            job.uuid = uuid->uuidString()->utf8();
     return job;
 }
 
@@ -115,8 +116,10 @@ Result<> moveStray(Library &library, const std::string &path, const std::string 
     const auto reservation = library.locks().reserve(uuid);
     if (!reservation)
         return {};
-    const auto *asset = library.assets().assetWithUUID(uuid);
-    const bool isOriginal = asset != nullptr && library.paths().original(asset->record()) == path;
+    const auto asset = library.assets().assetWithUUID(uuid);
+    if (!asset)
+        return passOn(asset);
+    const bool isOriginal = *asset && library.paths().original((*asset)->record()) == path;
     return isOriginal ? Result<>() : moveIntoFolder(path, folder);
 }
 

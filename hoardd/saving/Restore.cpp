@@ -71,7 +71,10 @@ Result<> saveUnder(Library &library, const std::string &uuid, const std::string 
 Result<> restoreAsset(Library &library, const std::string &uuid, std::span<const std::string> files,
                       bool mayReadFiles) {
     const MutexLock lock(library.locks().ofRestores());
-    const Ref<store::ManagedAsset> asset = library.assets().assetWithUUID(uuid);
+    const auto found = library.assets().assetWithUUID(uuid);
+    if (!found)
+        return passOn(found);
+    const Ref<store::ManagedAsset> &asset = *found;
     if (asset && ::access(library.paths().original(asset->record()).c_str(), F_OK) == 0)
         return {};
     if (!mayReadFiles)

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "hoardd/library/FailureCount.h"
+#include "hoardd/library/Lookup.h"
 #include "hoardd/pictures/Thumbnails.h"
 #include "hoardd/saving/FoundFiles.h"
 #include "wickerlane/log/JXLog.h"
@@ -20,10 +21,10 @@ namespace {
 Result<> repairFinding(Library &library, const Finding &finding) {
     switch (finding.kind) {
     case Finding::Kind::missingThumbnail: {
-        const Ref<store::ManagedAsset> asset = library.assets().assetWithUUID(finding.uuid);
+        const auto asset = assetWithUUID(library, finding.uuid);
         if (!asset)
-            return fail(ProblemKind::notFound, "the asset can't be read");
-        return makeThumbnails(library, asset->record(), {});
+            return passOn(asset);
+        return makeThumbnails(library, (*asset)->record(), {});
     }
     case Finding::Kind::missingRendition:
         return library.writer().forgetRendition(finding.uuid);

@@ -33,7 +33,7 @@ std::uint64_t bytesOf(const std::string &path) {
 Result<std::map<std::uint32_t, std::uint64_t>> librarySizes(Library &library) {
     const auto counts = library.assets().counts();
     if (!counts)
-        return fail(ProblemKind::failed, "the library's store can't be read");
+        return passOn(counts);
     const store::LibraryPaths &paths = library.paths();
     const std::string data = paths.folder() + "/PhotoData";
     std::map<std::uint32_t, std::uint64_t> sizes;

@@ -56,6 +56,21 @@ TEST_F(CommandTest, ALibraryWithoutItsStoreIsRestored) {
     EXPECT_EQ(run({"check"}).exitCode, 0);
 }
 
+TEST_F(CommandTest, AStoreThatIsDamagedIsNotTakenForNoLibrary) {
+    EXPECT_EQ(run({"list"}).exitCode, 4) << "there is none yet";
+    imported(file("a.jpg", jpegPicture()));
+    endDaemon();
+    for (const auto &entry : fs::recursive_directory_iterator(folder.parent_path()))
+        if (entry.path().filename() == "Pixhold.sqlite")
+            std::ofstream(entry.path()) << std::string(5000, 'x');
+    for (const auto &arguments :
+         std::vector<std::vector<std::string>>{{"list"}, {"show", "x"}, {"album", "list"}, {"moments"}}) {
+        const CommandResult result = run(arguments);
+        EXPECT_EQ(result.exitCode, 1) << ::testing::PrintToString(arguments) << ": " << result;
+        EXPECT_NE(result.errors.find("not a database"), std::string::npos) << result;
+    }
+}
+
 TEST_F(CommandTest, StatusStartsTheDaemonOnlyWithStart) {
     EXPECT_EQ(run({"daemon", "status", "--json"}).json()["running"], false);
     const auto started = run({"daemon", "status", "--start", "--json"}).json();

@@ -16,17 +16,20 @@ namespace {
 class Albums : public OpenLibrary {
 protected:
     [[nodiscard]] store::AlbumRecord album(const std::string &uuid) const {
-        const auto *found = library().assets().albumWithUUID(uuid);
-        return found != nullptr ? found->record() : store::AlbumRecord();
+        const auto found = library().assets().albumWithUUID(uuid);
+        EXPECT_TRUE(found) << found.error().text;
+        return found && *found ? (*found)->record() : store::AlbumRecord();
     }
     [[nodiscard]] Result<> add(const std::string &assetUUID, const std::string &albumUUID) const {
-        return addToAlbum(library(), *library().assets().assetWithUUID(assetUUID),
-                          *library().assets().albumWithUUID(albumUUID), getuid());
+        return addToAlbum(library(), **library().assets().assetWithUUID(assetUUID),
+                          **library().assets().albumWithUUID(albumUUID), getuid());
     }
     [[nodiscard]] std::vector<std::string> assetsIn(const std::string &albumUUID) const {
         std::vector<std::string> uuids;
-        for (Object *each : *library().assets().assets({.album = album(albumUUID).primaryKey}))
-            uuids.push_back(as<store::ManagedAsset>(each)->record().uuid);
+        const auto assets = library().assets().assets({.album = album(albumUUID).primaryKey});
+        EXPECT_TRUE(assets) << assets.error().text;
+        for (const auto &each : assets.value())
+            uuids.push_back(each->record().uuid);
         std::ranges::sort(uuids);
         return uuids;
     }
@@ -129,7 +132,7 @@ TEST_F(Albums, ComeBackFromTheirNotes) {
         EXPECT_EQ(assetsIn(trip), (std::vector{one, two}));
         EXPECT_EQ(album(shared).streamID, "s");
         EXPECT_EQ(album(other).streamID, "") << "its stream has another album now";
-        EXPECT_EQ(library().assets().albums()->count(), 5U);
+        EXPECT_EQ(library().assets().albums()->size(), 5U);
     }
 }
 
@@ -142,7 +145,7 @@ TEST_F(Albums, ThatCannotComeBackDoNotStopTheOthers) {
     ASSERT_FALSE(recreated);
     EXPECT_TRUE(recreated.error().text.starts_with("2 albums could not be made again; the first: Bad"));
     EXPECT_TRUE(recreated.error().text.ends_with("no such luck")) << recreated.error().text;
-    EXPECT_EQ(library().assets().albums()->count(), 2U);
+    EXPECT_EQ(library().assets().albums()->size(), 2U);
 }
 
 } // namespace

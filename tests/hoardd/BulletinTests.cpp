@@ -21,7 +21,7 @@ protected:
         for (const char *stream : {"s", "t"}) {
             const auto uuid = makeStreamAlbum(library(), stream);
             ASSERT_TRUE(uuid);
-            albums.push_back(library().assets().albumWithUUID(*uuid)->record());
+            albums.push_back((*library().assets().albumWithUUID(*uuid))->record());
         }
         for (int i = 0; i < 2; ++i) {
             Store::Addition addition;

@@ -57,8 +57,9 @@ protected:
     }
     /// As the store has it now; an empty one when it has none.
     [[nodiscard]] store::AssetRecord recordOf(const std::string &uuid) const {
-        const auto *asset = library().assets().assetWithUUID(uuid);
-        return asset != nullptr ? asset->record() : store::AssetRecord();
+        const auto asset = library().assets().assetWithUUID(uuid);
+        EXPECT_TRUE(asset) << asset.error().text;
+        return asset && *asset ? (*asset)->record() : store::AssetRecord();
     }
 
     /// What a check finds, as lines; empty when store and files belong together and nothing is left over.

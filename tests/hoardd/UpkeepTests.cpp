@@ -3,6 +3,9 @@
 #include "hoardd/albums/Albums.h"
 #include "hoardd/albums/BulletinBoard.h"
 #include "hoardd/library/Clock.h"
+#include "hoardd/library/Lookup.h"
+#include "hoardd/saving/FoundFiles.h"
+#include "hoardd/saving/Restore.h"
 #include "hoardd/upkeep/DemoMode.h"
 #include "hoardd/upkeep/Repair.h"
 #include "hoardd/upkeep/Sizes.h"
@@ -54,6 +57,18 @@ TEST_F(Repair, PutsRightWhatItCanAndCountsTheRest) {
     EXPECT_EQ(stoppedEarly.error().kind, ProblemKind::ending);
 }
 
+TEST_F(Repair, MovesNothingOfAStoreThatCantBeRead) {
+    const auto asset = saved(pngOf(fourCorners(4, 4)));
+    const std::string original = paths.original(asset);
+    execute("ALTER TABLE zgenericasset RENAME COLUMN uuid TO gone");
+    const auto found = assetWithUUID(library(), asset.uuid);
+    ASSERT_FALSE(found);
+    EXPECT_NE(found.error().kind, ProblemKind::notFound) << "it may well be there";
+    EXPECT_FALSE(moveStray(library(), original, paths.lostAndFound()));
+    EXPECT_TRUE(fs::exists(original));
+    EXPECT_FALSE(restoreAsset(library(), asset.uuid, {{original}}, true));
+}
+
 TEST_F(Sizes, AreThoseOfTheFiles) {
     const FileBytes one = jpegOf(fourCorners(300, 200)), two = pngOf(fourCorners(40, 40));
     EXPECT_EQ(size(SizeKind::photos), 0U);
@@ -79,18 +94,18 @@ TEST_F(DemoMode, TakesOutWhatCameAfterADate) {
     const double began = secondsNow() - 5;
     const auto visitors = saved(pngOf(fourCorners(5, 4)));
     const std::string after = *makeStreamAlbum(library(), "A visitor's");
-    ASSERT_TRUE(addToAlbum(library(), *library().assets().assetWithUUID(mine.uuid),
-                           *library().assets().albumWithUUID(after), getuid()));
+    ASSERT_TRUE(addToAlbum(library(), **library().assets().assetWithUUID(mine.uuid),
+                           **library().assets().albumWithUUID(after), getuid()));
     ASSERT_EQ(badgeCount(library()), 1);
 
     EXPECT_TRUE(removeAddedSince(library(), began));
     EXPECT_EQ(recordOf(visitors.uuid).uuid, "");
     EXPECT_EQ(recordOf(mine.uuid).uuid, mine.uuid);
     EXPECT_EQ(badgeCount(library()), 0);
-    EXPECT_EQ(library().assets().albums()->count(), 1U);
+    EXPECT_EQ(library().assets().albums()->size(), 1U);
     EXPECT_TRUE(recreateAlbums(library()));
-    EXPECT_EQ(library().assets().albums()->count(), 1U) << "nor does the album come back";
-    EXPECT_NE(library().assets().albumWithUUID(before), nullptr);
+    EXPECT_EQ(library().assets().albums()->size(), 1U) << "nor does the album come back";
+    EXPECT_TRUE(*library().assets().albumWithUUID(before));
     EXPECT_EQ(faults(), "");
 }
 

@@ -1,9 +1,11 @@
 #include "wickerlane/store/Sqlite.h"
 
+#include <cerrno>
 #include <climits>
 #include <cstdlib>
 #include <memory>
 
+#include "wickerlane/platform/object/Paths.h"
 #include "wickerlane/store/ConnectionInternal.h"
 
 namespace wickerlane::sqlite {
@@ -32,6 +34,23 @@ ProblemKind kindOf(int code) {
     }
 }
 
+/// Of a connection that could not be opened.
+ProblemKind kindOfOpening(sqlite3 *connection, int code, Database::Access access) {
+    if (access == Database::Access::write || (code & 0xFF) != SQLITE_CANTOPEN)
+        return kindOf(code);
+    if (code == SQLITE_CANTOPEN_SYMLINK)
+        return ProblemKind::invalid;
+    switch (sqlite3_system_errno(connection)) {
+    case ENOENT:
+        return ProblemKind::notFound;
+    case EACCES:
+    case EPERM:
+        return ProblemKind::refused;
+    default:
+        return ProblemKind::failed;
+    }
+}
+
 Problem problemOf(sqlite3 *connection, int code) {
     const char *file = sqlite3_db_filename(connection, "main");
     return {kindOf(code), sqlite3_errmsg(connection), file != nullptr ? file : ""};
@@ -39,12 +58,11 @@ Problem problemOf(sqlite3 *connection, int code) {
 
 /// The path with its folder resolved, since SQLite refuses links anywhere in a path that must not end in one.
 std::string resolvingFolder(const std::string &path) {
-    const std::size_t slash = path.rfind('/');
-    if (slash == std::string::npos)
+    const std::string given(parentFolder(path));
+    if (given.empty())
         return path;
-    const std::unique_ptr<char, decltype(&std::free)> folder(
-        ::realpath(path.substr(0, slash + 1).c_str(), nullptr), &std::free);
-    return folder ? std::string(folder.get()) + path.substr(slash) : path;
+    const std::unique_ptr<char, decltype(&std::free)> folder(::realpath(given.c_str(), nullptr), &std::free);
+    return folder ? std::string(folder.get()).append("/").append(lastPathComponent(path)) : path;
 }
 
 } // namespace
@@ -158,7 +176,8 @@ Result<Database> Database::open(const std::string &path, Access access) {
     const int result = sqlite3_open_v2(resolvingFolder(path).c_str(), &opened, flags, nullptr);
     Database database(opened);
     if (result != SQLITE_OK)
-        return fail(kindOf(result), "can't open " + path + ": " + sqlite3_errstr(result), path);
+        return fail(kindOfOpening(opened, result, access),
+                    "can't open " + path + ": " + sqlite3_errstr(result), path);
     waitWhenBusy(opened, busyMilliseconds);
     sqlite3_db_config(opened, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
     sqlite3_db_config(opened, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);

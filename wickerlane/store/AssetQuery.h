@@ -1,0 +1,42 @@
+// What is asked of a library's store, and what it answers besides assets and albums.
+#ifndef WICKERLANE_STORE_ASSETQUERY_H
+#define WICKERLANE_STORE_ASSETQUERY_H
+
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <optional>
+#include <string>
+
+#include "wickerlane/model/AssetKind.h"
+
+namespace wickerlane::store {
+
+/// Which assets, in which order.
+struct AssetQuery {
+    std::optional<AssetKind> kind{}; ///< All kinds when there is none.
+    std::int64_t album = 0;          ///< Only those in that album, by its primary key; 0 for all.
+    bool newestFirst = false;        ///< By date of creation, those of one date by age in the library.
+    std::size_t offset = 0;          ///< How many of the first to leave out.
+    std::size_t limit = std::numeric_limits<std::size_t>::max();
+};
+
+/// What has happened to an asset.
+struct AssetChange {
+    enum class What { added = 0, changed = 1, removed = 2 };
+    std::int64_t number = 0; ///< Ascends with each change; never used again.
+    double date = 0;         ///< Seconds since 2001-01-01 00:00:00 UTC.
+    What what = What::added;
+    std::string uuid; ///< Of the asset.
+};
+
+struct AssetCounts {
+    std::uint64_t photos = 0;
+    std::uint64_t videos = 0;
+    std::uint64_t photoBytes = 0; ///< Of the originals.
+    std::uint64_t videoBytes = 0;
+};
+
+} // namespace wickerlane::store
+
+#endif

@@ -1,0 +1,71 @@
+// Reading a library's store without going through the daemon, for code that says why it can't.
+#ifndef WICKERLANE_STORE_STOREREADER_H
+#define WICKERLANE_STORE_STOREREADER_H
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "wickerlane/model/Result.h"
+#include "wickerlane/store/AssetQuery.h"
+#include "wickerlane/store/LibraryPaths.h"
+#include "wickerlane/store/ManagedAlbum.h"
+#include "wickerlane/store/ManagedAsset.h"
+
+namespace wickerlane::store {
+
+/// What stands behind ObjectStore, which gives applications the same without the problems.
+/// It sees what the daemon has committed at the time of each call, and never blocks or changes the store.
+/// Thread-safe; calls on one reader take turns.
+class WL_EXPORT StoreReader final : public ObjectIDResolver {
+public:
+    /// Kinds of problems: notFound when there is no store yet, refused when its permissions forbid reading,
+    /// newerVersion, damagedStore, and those of the system.
+    [[nodiscard]] static Result<std::unique_ptr<StoreReader>> open(const LibraryPaths &paths);
+
+    [[nodiscard]] const LibraryPaths &paths() const noexcept { return libraryPaths; }
+    /// The identity of this store, which its object IDs carry.
+    [[nodiscard]] const std::string &storeUUID() const noexcept { return identity; }
+
+    [[nodiscard]] Result<std::vector<Ref<ManagedAsset>>> assets(const AssetQuery &query = {});
+    [[nodiscard]] Result<AssetCounts> counts();
+
+    // Null when there is no such asset.
+    [[nodiscard]] Result<Ref<ManagedAsset>>
+    assetWithUUID(std::string_view uuid); ///< In either case of letters.
+    [[nodiscard]] Result<Ref<ManagedAsset>> assetWithURL(const URL *assetURL);
+    [[nodiscard]] Result<Ref<ManagedAsset>> assetWithObjectID(const ManagedObjectID *objectID);
+    [[nodiscard]] Result<Ref<ManagedAsset>> assetWithURI(std::string_view uri); ///< Of its object ID.
+
+    /// By name.
+    [[nodiscard]] Result<std::vector<Ref<ManagedAlbum>>> albums();
+    // Null when there is no such album.
+    [[nodiscard]] Result<Ref<ManagedAlbum>>
+    albumWithUUID(std::string_view uuid); ///< In either case of letters.
+    [[nodiscard]] Result<Ref<ManagedAlbum>> albumNamed(std::string_view name);
+
+    /// The changes with higher numbers than `since`, oldest first; the store keeps the latest 10,000.
+    [[nodiscard]] Result<std::vector<AssetChange>> changes(std::int64_t since = 0);
+
+    /// Of the form that this store gives its assets; whether there is one is found out by asking for it.
+    ManagedObjectID *managedObjectIDForURI(const char *uri, std::size_t length) override;
+
+    ~StoreReader() override;
+
+private:
+    struct Connection;
+    StoreReader(LibraryPaths paths, std::string uuid, std::unique_ptr<Connection> opened);
+    [[nodiscard]] Ref<ManagedAsset> assetOf(AssetRecord record) const;
+    template <class Value>
+    [[nodiscard]] Result<Ref<ManagedAsset>> assetWhere(std::string_view narrowing, const Value &value);
+    [[nodiscard]] Result<Ref<ManagedAlbum>> albumWhere(std::string_view narrowing, std::string_view value);
+
+    LibraryPaths libraryPaths;
+    std::string identity;
+    std::unique_ptr<Connection> connection;
+};
+
+} // namespace wickerlane::store
+
+#endif
