@@ -71,7 +71,7 @@ TEST_F(Daemon, NotifiesOfEachChangeOfTheCounts) {
 }
 
 // The count opens the store read-write, while only the daemon may write and checkpoint it.
-TEST_F(Daemon, IsCountedBesideWhileItStartsEndsAndDies) {
+TEST_F(Daemon, IsCountedCorrectlyWhileItStartsEndsAndDies) {
     constexpr std::int64_t rounds = 8, each = 2;
     std::ignore = saveData(jpegOf(fourCorners(5, 5)));
     std::atomic<bool> done = false;

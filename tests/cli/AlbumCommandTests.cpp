@@ -7,7 +7,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-TEST_F(CommandTest, AlbumsAreCreatedFilledAndShown) {
+TEST_F(Commands, AlbumsAreCreatedFilledAndShown) {
     const std::string uuid = imported(file("a.jpg", jpegPicture()));
     EXPECT_EQ(run({"album", "create", "Dunes"}).output.substr(0, 22), "rez-vault://group/?id=");
     EXPECT_EQ(run({"album", "create", "Dunes"}).exitCode, 1);
@@ -31,7 +31,7 @@ TEST_F(CommandTest, AlbumsAreCreatedFilledAndShown) {
     EXPECT_EQ(changes[2]["what"], "removed");
 }
 
-TEST_F(CommandTest, SharedAlbumsHaveBulletinsAndSpaceToPurge) {
+TEST_F(Commands, SharedAlbumsHaveBulletinsAndSpaceToPurge) {
     const std::string source = file("a.jpg", jpegPicture());
     const std::string uuid = imported(source);
     EXPECT_EQ(run({"sizes", "--json"}).json()["photos"], fs::file_size(source));
@@ -47,7 +47,7 @@ TEST_F(CommandTest, SharedAlbumsHaveBulletinsAndSpaceToPurge) {
     EXPECT_EQ(run({"purge", "1GB", "--json"}).json()["freed"], purgeable);
 }
 
-TEST_F(CommandTest, PersonInformationIsSetShownAndCleared) {
+TEST_F(Commands, PersonInformationIsSetShownAndCleared) {
     EXPECT_EQ(run({"person", "p1"}).exitCode, 4);
     EXPECT_EQ(run({"person", "p1", "name=Ada"}).exitCode, 0);
     EXPECT_EQ(run({"person", "p1", "--json"}).json(), (nlohmann::json{{"name", "Ada"}}));

@@ -8,7 +8,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-class AnalysisCommands : public CommandTest {
+class AnalysisCommands : public Commands {
 protected:
     /// Imports a picture that was taken at a time and returns its UUID.
     std::string taken(const std::string &name, const std::string &when, unsigned seed, int side = 240) const {

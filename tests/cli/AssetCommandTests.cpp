@@ -9,7 +9,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-TEST_F(CommandTest, AFileThatIsNoPictureIsSavedWithItsProblem) {
+TEST_F(Commands, AFileThatIsNoPictureIsSavedWithItsProblem) {
     const std::string uuid = imported(file("words.jpg", bytesOf("only words")));
     const auto shown = run({"show", uuid, "--json"}).json();
     EXPECT_TRUE(shown.contains("problem")) << shown;
@@ -23,7 +23,7 @@ TEST_F(CommandTest, AFileThatIsNoPictureIsSavedWithItsProblem) {
     EXPECT_EQ(contentsOf(folder / "back.jpg"), "only words");
 }
 
-TEST_F(CommandTest, AnAssetIsFoundByEachOfItsNames) {
+TEST_F(Commands, AnAssetIsFoundByEachOfItsNames) {
     const std::string uuid = imported(file("a.jpg", jpegPicture()));
     const auto shown = run({"show", uuid, "--json"}).json();
     ASSERT_EQ(shown["uuid"], uuid) << shown;
@@ -37,7 +37,7 @@ TEST_F(CommandTest, AnAssetIsFoundByEachOfItsNames) {
     EXPECT_NE(run({"show", uuid}).output.find("64x48"), std::string::npos);
 }
 
-TEST_F(CommandTest, ExportCopiesTheOriginalAndReplacesFilesOnlyWithForce) {
+TEST_F(Commands, ExportCopiesTheOriginalAndReplacesFilesOnlyWithForce) {
     const std::string source = file("a.jpg", jpegPicture());
     const std::string uuid = imported(source);
     const fs::path out = folder / "out";
@@ -59,7 +59,7 @@ TEST_F(CommandTest, ExportCopiesTheOriginalAndReplacesFilesOnlyWithForce) {
     EXPECT_EQ(entries, 1) << "no temporary file is left";
 }
 
-TEST_F(CommandTest, ThumbnailWritesEachFormat) {
+TEST_F(Commands, ThumbnailWritesEachFormat) {
     const std::string source = file("a.png", pngPicture());
     const std::string uuid = imported(source);
     const struct {
@@ -78,7 +78,7 @@ TEST_F(CommandTest, ThumbnailWritesEachFormat) {
     EXPECT_EQ(run({"thumbnail", uuid, "--to", (folder / "small").string()}).exitCode, 1);
 }
 
-TEST_F(CommandTest, PreviewNeedsItsEntitlement) {
+TEST_F(Commands, PreviewNeedsItsEntitlement) {
     const std::string self = WICKERLANE_COMMAND;
     const std::string uuid = imported(file("a.jpg", jpegPicture())),
                       edited = file("edited.png", pngPicture());

@@ -6,7 +6,7 @@ using namespace wickerlane::test;
 
 namespace {
 
-TEST_F(CommandTest, TheExitCodeSaysWhatIsWrong) {
+TEST_F(Commands, TheExitCodeSaysWhatIsWrong) {
     const std::string uuid = imported(file("a.jpg", jpegPicture()));
     const struct {
         std::vector<std::string> arguments;

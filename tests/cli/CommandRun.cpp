@@ -121,7 +121,7 @@ void endDaemon() {
     EXPECT_EQ(retryInterrupted([&] { return poll(&ended, 1, 60'000); }), 1) << "the daemon does not end";
 }
 
-void CommandTest::SetUp() {
+void Commands::SetUp() {
     const fs::path root = std::getenv("WICKERLANE_ROOT");
     folder = root / "files";
     fs::create_directories(folder);
@@ -135,12 +135,12 @@ void CommandTest::SetUp() {
     setenv("WICKERLANE_SERVICES", services.c_str(), 1);
 }
 
-void CommandTest::TearDown() {
+void Commands::TearDown() {
     endDaemon();
     unsetenv("WICKERLANE_SERVICES");
 }
 
-std::string CommandTest::file(const std::string &name, std::span<const std::byte> contents) const {
+std::string Commands::file(const std::string &name, std::span<const std::byte> contents) const {
     const fs::path path = folder / name;
     fs::create_directories(path.parent_path());
     std::ofstream(path, std::ios::binary)
@@ -149,7 +149,7 @@ std::string CommandTest::file(const std::string &name, std::span<const std::byte
     return path.string();
 }
 
-std::string CommandTest::imported(const std::string &path) const {
+std::string Commands::imported(const std::string &path) const {
     const CommandResult result = run({"import", path, "--json"});
     const auto report = result.json();
     if (result.exitCode != 0 || !report.contains("saved") || report["saved"].size() != 1) {

@@ -64,7 +64,7 @@ void endDaemon();
 
 /// Gives each test a library with the daemon's service, and a folder for files. Ends the daemon after the
 /// test.
-class CommandTest : public ::testing::Test {
+class Commands : public ::testing::Test {
 protected:
     void SetUp() override;
     void TearDown() override;

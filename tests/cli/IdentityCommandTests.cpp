@@ -18,7 +18,7 @@ Lines linesOf(const std::string &text) {
     return lines;
 }
 
-TEST_F(CommandTest, UUIDsAreMadeAndWrittenInTheLibrarysForm) {
+TEST_F(Commands, UUIDsAreMadeAndWrittenInTheLibrarysForm) {
     const CommandResult made = run({"uuid", "--count", "5"});
     EXPECT_EQ(made.exitCode, 0) << made;
     EXPECT_EQ(linesOf(made.output).size(), 5U) << made;
@@ -34,7 +34,7 @@ TEST_F(CommandTest, UUIDsAreMadeAndWrittenInTheLibrarysForm) {
     EXPECT_EQ(run({"uuid", "--count", "0"}).exitCode, 2);
 }
 
-TEST_F(CommandTest, ProcessesAreFoundByName) {
+TEST_F(Commands, ProcessesAreFoundByName) {
     const CommandResult itself = run({"process", "wickerlane", "--json"});
     EXPECT_EQ(itself.exitCode, 0) << itself;
     EXPECT_GT(itself.json()["process"], 0) << itself;
@@ -43,7 +43,7 @@ TEST_F(CommandTest, ProcessesAreFoundByName) {
     EXPECT_EQ(none.errors, "wickerlane: no process is named 'no such name'\n");
 }
 
-TEST_F(CommandTest, DeviceShowsItsSettingsAndApplications) {
+TEST_F(Commands, DeviceShowsItsSettingsAndApplications) {
     setenv("XDG_DATA_HOME", folder.c_str(), 1);
     setenv("XDG_DATA_DIRS", folder.c_str(), 1);
     EXPECT_EQ(run({"device", "--json"}).json()["pictoramaInstalled"], false);

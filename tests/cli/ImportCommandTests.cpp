@@ -13,7 +13,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-TEST_F(CommandTest, AFolderIsImportedAndListed) {
+TEST_F(Commands, AFolderIsImportedAndListed) {
     TestExif exif;
     exif.dateTimeOriginal = "2001:06:15 10:20:30";
     file("trip/beach.jpg", jpegOf(fourCorners(64, 48), exif));
@@ -46,7 +46,7 @@ TEST_F(CommandTest, AFolderIsImportedAndListed) {
     EXPECT_EQ(std::count(table.begin(), table.end(), '\n'), 3) << table;
 }
 
-TEST_F(CommandTest, ImportReportsRefusedFilesAndSavesTheOthers) {
+TEST_F(Commands, ImportReportsRefusedFilesAndSavesTheOthers) {
     const std::string good = file("good.jpg", jpegPicture());
     fs::create_symlink("nowhere", folder / "dangling.jpg");
     mkfifo((folder / "pipe.jpg").c_str(), 0600);
@@ -62,7 +62,7 @@ TEST_F(CommandTest, ImportReportsRefusedFilesAndSavesTheOthers) {
     EXPECT_EQ(run({"count"}).output, "1 photo, 0 videos\n");
 }
 
-TEST_F(CommandTest, ImportSavesTheSameContentsOnce) {
+TEST_F(Commands, ImportSavesTheSameContentsOnce) {
     file("a/one.jpg", jpegPicture());
     file("a/copy.jpg", jpegPicture());
     file("a/two.png", pngPicture());
@@ -73,7 +73,7 @@ TEST_F(CommandTest, ImportSavesTheSameContentsOnce) {
     EXPECT_EQ(run({"count"}).output, "5 photos, 0 videos\n");
 }
 
-TEST_F(CommandTest, AnInterruptedImportReportsWhatItSaved) {
+TEST_F(Commands, AnInterruptedImportReportsWhatItSaved) {
     std::vector<std::string> arguments{"import", "--json", "--quiet", "--again"};
     for (int i = 0; i < 400; ++i)
         file("many/" + std::to_string(i) + ".jpg", jpegPicture());
@@ -95,7 +95,7 @@ TEST_F(CommandTest, AnInterruptedImportReportsWhatItSaved) {
     EXPECT_EQ(run({"count", "--json"}).json()["photos"], report["saved"].size());
 }
 
-TEST_F(CommandTest, AFileNameCannotForgeALine) {
+TEST_F(Commands, AFileNameCannotForgeALine) {
     imported(file("a\nwickerlane: all is well.jpg", jpegPicture()));
     const std::string table = run({"list"}).output;
     EXPECT_EQ(std::count(table.begin(), table.end(), '\n'), 2) << table;

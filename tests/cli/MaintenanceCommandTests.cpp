@@ -11,7 +11,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-TEST_F(CommandTest, CheckFindsAndRepairsProblems) {
+TEST_F(Commands, CheckFindsAndRepairsProblems) {
     const std::string uuid = imported(file("a.jpg", jpegPicture()));
     const CommandResult well = run({"check"});
     EXPECT_EQ(well.exitCode, 0) << well;
@@ -40,7 +40,7 @@ TEST_F(CommandTest, CheckFindsAndRepairsProblems) {
     EXPECT_EQ(changed.json()["findings"][0]["uuid"], uuid) << changed;
 }
 
-TEST_F(CommandTest, ALibraryWithoutItsStoreIsRestored) {
+TEST_F(Commands, ALibraryWithoutItsStoreIsRestored) {
     const std::string uuid = imported(file("a.jpg", jpegPicture()));
     EXPECT_EQ(run({"album", "create", "Dunes"}).exitCode, 0);
     EXPECT_EQ(run({"album", "add", "Dunes", uuid}).exitCode, 0);
@@ -56,7 +56,7 @@ TEST_F(CommandTest, ALibraryWithoutItsStoreIsRestored) {
     EXPECT_EQ(run({"check"}).exitCode, 0);
 }
 
-TEST_F(CommandTest, AStoreThatIsDamagedIsNotTakenForNoLibrary) {
+TEST_F(Commands, AStoreThatIsDamagedIsNotTakenForNoLibrary) {
     EXPECT_EQ(run({"list"}).exitCode, 4) << "there is none yet";
     imported(file("a.jpg", jpegPicture()));
     endDaemon();
@@ -71,7 +71,7 @@ TEST_F(CommandTest, AStoreThatIsDamagedIsNotTakenForNoLibrary) {
     }
 }
 
-TEST_F(CommandTest, StatusStartsTheDaemonOnlyWithStart) {
+TEST_F(Commands, StatusStartsTheDaemonOnlyWithStart) {
     EXPECT_EQ(run({"daemon", "status", "--json"}).json()["running"], false);
     const auto started = run({"daemon", "status", "--start", "--json"}).json();
     EXPECT_EQ(started["running"], true) << started;
@@ -80,7 +80,7 @@ TEST_F(CommandTest, StatusStartsTheDaemonOnlyWithStart) {
     EXPECT_EQ(again["process"], started["process"]) << again;
 }
 
-TEST_F(CommandTest, WithoutADaemonEachRequestReportsIt) {
+TEST_F(Commands, WithoutADaemonEachRequestReportsIt) {
     setenv("WICKERLANE_SERVICES", (folder / "no services").c_str(), 1);
     const fs::path folderOfServices = folder / "no services";
     fs::create_directory(folderOfServices);
@@ -95,7 +95,7 @@ TEST_F(CommandTest, WithoutADaemonEachRequestReportsIt) {
     }
 }
 
-TEST_F(CommandTest, ConsentKeepsAProgramOut) {
+TEST_F(Commands, ConsentKeepsAProgramOut) {
     const std::string self = WICKERLANE_COMMAND;
     EXPECT_EQ(run({"count"}).exitCode, 0);
     EXPECT_EQ(run({"consent", "deny", self}).exitCode, 0);

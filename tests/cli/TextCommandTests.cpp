@@ -5,10 +5,10 @@ using namespace wickerlane::test;
 
 namespace {
 
-class TextCommand : public CommandTest {
+class TextCommand : public Commands {
 protected:
     void SetUp() override {
-        CommandTest::SetUp();
+        Commands::SetUp();
         setenv("WICKERLANE_BUNDLES", folder.c_str(), 1);
         setenv("LC_ALL", "fr_FR.UTF-8", 1);
         write("Pixhold.bundle/de.lproj/Pixhold.strings", "SELECT = 'Auswählen';");
@@ -21,7 +21,7 @@ protected:
     void TearDown() override {
         unsetenv("WICKERLANE_BUNDLES");
         unsetenv("LC_ALL");
-        CommandTest::TearDown();
+        Commands::TearDown();
     }
     void write(const std::string &name, std::string_view contents) const {
         file(name, std::as_bytes(std::span(contents)));

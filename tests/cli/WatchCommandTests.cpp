@@ -13,7 +13,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-TEST_F(CommandTest, WatchShowsTheCountsAfterEachChange) {
+TEST_F(Commands, WatchShowsTheCountsAfterEachChange) {
     RunningCommand watching({"watch", "--json", "--changes", "2"});
     std::uint32_t saved = 0;
     while (watching.isRunning() && !HasFailure())
@@ -35,7 +35,7 @@ TEST_F(CommandTest, WatchShowsTheCountsAfterEachChange) {
     EXPECT_LE(photos[2], saved);
 }
 
-TEST_F(CommandTest, WatchSucceedsWhenInterrupted) {
+TEST_F(Commands, WatchSucceedsWhenInterrupted) {
     RunningCommand watching({"watch"});
     ASSERT_TRUE(
         waitUntil([&] { return fs::exists(store::LibraryPaths().database()) || !watching.isRunning(); }));
@@ -45,7 +45,7 @@ TEST_F(CommandTest, WatchSucceedsWhenInterrupted) {
     EXPECT_TRUE(result.output.empty() || result.output == "0 photos, 0 videos\n") << result;
 }
 
-TEST_F(CommandTest, ResolveWritesThePathsOfPersistentURLs) {
+TEST_F(Commands, ResolveWritesThePathsOfPersistentURLs) {
     const std::string uuid = imported(file("a.jpg", jpegOf(fourCorners(64, 48))));
     const auto shown = run({"show", uuid, "--json"}).json();
     const std::string url = shown["url"], path = shown["file"];

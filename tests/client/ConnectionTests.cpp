@@ -136,7 +136,7 @@ TEST_F(RealConnection, TheSharedInstanceIsOneHoweverManyAskAtOnce) {
     EXPECT_NE(seen[0], nullptr);
 }
 
-TEST(Classes, OfEveryRoomAreFoundByName) {
+TEST(Classes, OfEveryFolderAreFoundByName) {
     for (const char *name :
          {"WorkQueue", "Semaphore", "SharedMemory", "MessageDictionary", "MessageArray", "MessageError",
           "MessageConnection", "MessageListener", "ReceivedMessage", "ImageSurface", "JXMsgData",

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/client/ClientTest.h"
+#include "tests/client/GatekeeperClient.h"
 #include "tests/support/Console.h"
 #include "wickerlane/message/JXMsgUtilities.h"
 #include "wickerlane/platform/object/Number.h"
@@ -138,7 +138,7 @@ std::string withDescription(std::string pattern) {
     return pattern;
 }
 
-struct Operations : ClientTest {
+struct Operations : GatekeeperClient {
     void checkReply(const Case &each, MessageValue *reply, const char *expected,
                     const std::string &expectedConsole) {
         connection->sent.clear();
@@ -741,7 +741,7 @@ TEST_F(Operations, OfSharingSendTheirKeysInOrderAndReadEachKindOfReply) {
     });
 }
 
-TEST_F(ClientTest, ARequiredParameterThatIsNullStopsTheProcess) {
+TEST_F(GatekeeperClient, ARequiredParameterThatIsNullStopsTheProcess) {
     ::testing::GTEST_FLAG(death_test_style) = "threadsafe";
     const auto ignore = [](bool, Error *) {};
     const std::pair<std::function<void()>, const char *> cases[] = {

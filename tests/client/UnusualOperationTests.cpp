@@ -9,7 +9,7 @@
 #include <thread>
 #include <vector>
 
-#include "tests/client/ClientTest.h"
+#include "tests/client/GatekeeperClient.h"
 #include "tests/support/Console.h"
 
 using namespace wickerlane;
@@ -17,7 +17,7 @@ using namespace wickerlane::test;
 
 namespace {
 
-TEST_F(ClientTest, SurfacesTravelAsTheirOwnMessageObjects) {
+TEST_F(GatekeeperClient, SurfacesTravelAsTheirOwnMessageObjects) {
     const auto full = ImageSurface::create(4, 2, PixelFormat::bgra8);
     const auto preview = ImageSurface::create(2, 1, PixelFormat::bgra8);
     Ref<ImageSurface> arrived, arrivedPreview;
@@ -35,7 +35,7 @@ TEST_F(ClientTest, SurfacesTravelAsTheirOwnMessageObjects) {
     EXPECT_EQ(arrivedPreview->width(), 2U);
 }
 
-TEST_F(ClientTest, ADescriptorStaysOpenAfterItsReplyIsGone) {
+TEST_F(GatekeeperClient, ADescriptorStaysOpenAfterItsReplyIsGone) {
     int ends[2];
     ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
     auto reply = MessageDictionary::create();
@@ -53,7 +53,7 @@ TEST_F(ClientTest, ADescriptorStaysOpenAfterItsReplyIsGone) {
     close(ends[0]);
 }
 
-TEST_F(ClientTest, AJobWithACallStackIsLoggedWithoutIt) {
+TEST_F(GatekeeperClient, AJobWithACallStackIsLoggedWithoutIt) {
     Dictionary *withStack = autorelease(
         Dictionary::createWithKeys({{"callStack", String::of("here")}, {"name", String::of("a")}}));
     const auto save = [&](Dictionary *job) {
@@ -89,7 +89,7 @@ struct TestJob final : JXDaemonJob {
     }
 };
 
-TEST_F(ClientTest, ADaemonJobIsEncodedThenArchivedIfItWantsThenSent) {
+TEST_F(GatekeeperClient, ADaemonJobIsEncodedThenArchivedIfItWantsThenSent) {
     TestJob job;
     client->sendDaemonJob(&job, nullptr);
     EXPECT_EQ(job.calls, (std::vector<std::string>{"encode 0"}));
@@ -111,7 +111,7 @@ TEST_F(ClientTest, ADaemonJobIsEncodedThenArchivedIfItWantsThenSent) {
     EXPECT_EQ(connection->sent[1].text, "operation:int64=99");
 }
 
-TEST_F(ClientTest, OneProcessorMeansASerialQueueForImageData) {
+TEST_F(GatekeeperClient, OneProcessorMeansASerialQueueForImageData) {
     EXPECT_EQ(client->sendQueue(), client->replyQueue());
     EXPECT_EQ(client->replyQueue(), WorkQueue::global());
     EXPECT_EQ(client->deviceSpecificReplyQueue(), client->replyQueue());
@@ -128,12 +128,12 @@ TEST_F(ClientTest, OneProcessorMeansASerialQueueForImageData) {
     EXPECT_EQ(connection->sent.at(1).mode, "async on global");
 }
 
-TEST_F(ClientTest, AMissingEntitlementIsNamed) {
+TEST_F(GatekeeperClient, AMissingEntitlementIsNamed) {
     EXPECT_EQ(describe(JXGatekeeperClient::securityPolicyErrorForMissingEntitlement(String::of("x"))),
               "Wickerlane 3 A required entitlement (x) was not present");
 }
 
-TEST_F(ClientTest, TheBarrierIsWaitedFor) {
+TEST_F(GatekeeperClient, TheBarrierIsWaitedFor) {
     std::atomic<bool> hasPassed = false;
     // Long enough that a client that does not wait is back before.
     connection->beforeBarrier = [&] {

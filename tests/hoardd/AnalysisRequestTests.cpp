@@ -196,7 +196,7 @@ TEST_F(Analysis, TheCloudFeedGathersWhatCameIntoSharedAlbums) {
     }
 }
 
-TEST_F(Analysis, ThumbnailsAreAllMadeAnew) {
+TEST_F(Analysis, AllThumbnailsAreRemade) {
     ReleaseScope scope;
     const std::string uuid = saveAt(1e9, jpegOf(scene(300, 240, 1)));
     const std::string broken = saveAt(1e9, FileBytes(40, std::byte{1}));
@@ -213,7 +213,7 @@ TEST_F(Analysis, ThumbnailsAreAllMadeAnew) {
 }
 
 // The long work is killed while media workers stand still, so that it is surely under way.
-TEST_F(Analysis, KilledInTheMidstItGoesOnWithTheNextDaemonAndHindersNoShortRequest) {
+TEST_F(Analysis, IsContinuedByTheNextDaemonAndDelaysNoShortRequest) {
     ReleaseScope scope;
     constexpr int pictures = 5;
     for (int i = 0; i < pictures; ++i)

@@ -117,8 +117,7 @@ TEST_F(Requests, WithoutReplyHaveTheirProblemsLogged) {
     write->setString("destinationURL", "file:///etc/not-written");
     connection->send(write.get());
     answer(request(16).get()); // comes after it
-    const FileBytes log =
-        contentsOf(pathUnderRoot("/var/log/wickerlane/org.wickerlane.hoardd.Gatekeeper.log"));
+    const FileBytes log = contentsOf(logOfService());
     const std::string text(reinterpret_cast<const char *>(log.data()), log.size());
     EXPECT_NE(text.find("refused writeDataInBackground:toFileURL: of process " + std::to_string(getpid())),
               std::string::npos)

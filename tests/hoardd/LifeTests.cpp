@@ -8,9 +8,11 @@
 #include <future>
 #include <map>
 #include <random>
+#include <thread>
 
 #include "tests/hoardd/FileSum.h"
 #include "tests/hoardd/RunningHoardd.h"
+#include "tests/support/WaitUntil.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/store/Schema.h"
 
@@ -78,7 +80,7 @@ TEST_F(Life, ASignalToEndLetsRunningSavesFinish) {
     connection->send(saveRequest(job.get()).get());
     EXPECT_EQ(answer(request(69).get())->getInt64("version"),
               store::modelVersion()); // the save before it has arrived, too
-    ASSERT_TRUE(comesTrue([&] { return !fs::is_empty(paths.saving()); }));
+    ASSERT_TRUE(waitUntil([&] { return !fs::is_empty(paths.saving()); }));
     kill(process.id, SIGTERM);
     for (const pid_t worker : workers)
         kill(worker, SIGCONT);
@@ -103,12 +105,14 @@ TEST_F(Life, ASecondDaemonGetsNeitherTheNameNorTheLibrary) {
     EXPECT_EQ(answer(request(16).get())->getUInt64("photoCount"), 0U);
 }
 
-TEST_F(Life, ALibraryThatCantBeOpenedIsSaidAndTriedAgain) {
+TEST_F(Life, ALibraryThatCantBeOpenedIsReportedAndTriedAgain) {
     ReleaseScope scope;
     fs::create_directories(fs::path(paths.database()).parent_path());
     writeFile(paths.database(), FileBytes(5000, std::byte{'x'}));
     for (const std::int64_t code : {15, 16, 69})
         EXPECT_NE(refusal(request(code).get()).find("not a database"), std::string::npos) << code;
+    const auto job = Dictionary::createWithKeys({{"imageData", dataOf(pngOf(fourCorners(4, 4))).get()}});
+    EXPECT_NE(refusal(saveRequest(job.get()).get()).find("not a database"), std::string::npos);
     EXPECT_EQ(fs::file_size(paths.database()), 5000U) << "what is not understood stays as it is";
     fs::remove(paths.database());
     EXPECT_EQ(answer(request(69).get())->getInt64("version"), store::modelVersion());

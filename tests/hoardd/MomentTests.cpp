@@ -128,7 +128,7 @@ TEST(Moments, KeepTheKeyOfTheMomentWithWhichTheyShareTheMostMembers) {
 }
 
 /// A store with assets, and moments made of them.
-class MomentStoreTest : public testing::Test {
+class MomentPlans : public testing::Test {
 protected:
     std::optional<sqlite::Database> database;
     std::int64_t added = 0;
@@ -208,7 +208,7 @@ std::vector<bool> boundariesByTheRule(const std::vector<Interval> &intervals) {
 /// Photos come, go, and get other dates and places. After each edit the moments are brought up to date around
 /// the change; the plan for that must be the plan of a whole rebuild, to the last row and key.
 /// WICKERLANE_EDITS and WICKERLANE_SEED say how many and from which seed.
-TEST_F(MomentStoreTest, AnIncrementalResultIsThatOfAWholeRebuild) {
+TEST_F(MomentPlans, AnIncrementalResultIsThatOfAWholeRebuild) {
     const char *wantedEdits = std::getenv("WICKERLANE_EDITS"), *wantedSeed = std::getenv("WICKERLANE_SEED");
     const int edits = wantedEdits != nullptr ? std::stoi(wantedEdits) : 2000;
     const unsigned seed =
@@ -299,7 +299,7 @@ TEST_F(MomentStoreTest, AnIncrementalResultIsThatOfAWholeRebuild) {
     EXPECT_GT(moved, static_cast<std::size_t>(edits) / 10) << "the edits must have moved something";
 }
 
-TEST_F(MomentStoreTest, AnyChangeOutdatesAPlan) {
+TEST_F(MomentPlans, AnyChangeOutdatesAPlan) {
     add(0, home);
     const auto plan = planMoments(*database, true);
     ASSERT_TRUE(plan);
@@ -308,7 +308,7 @@ TEST_F(MomentStoreTest, AnyChangeOutdatesAPlan) {
     EXPECT_EQ(isCurrent(*database, *plan), false);
 }
 
-TEST_F(MomentStoreTest, AnalysisFindsKeyAssetsAndRepeatsOnlyWhatHasChanged) {
+TEST_F(MomentPlans, AnalysisFindsKeyAssetsAndRepeatsOnlyWhatHasChanged) {
     for (const double date : {0.0, 100.0, 200.0, 300.0, 3 * day})
         add(date, home);
     // The middle one is a video, the next shows nothing, and of the last nothing has been seen.

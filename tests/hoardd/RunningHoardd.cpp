@@ -9,9 +9,12 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 #include <iterator>
+#include <thread>
 
 #include "tests/support/Descriptors.h"
+#include "tests/support/WaitUntil.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/protocol/ServiceName.h"
 
@@ -40,6 +43,12 @@ void RunningHoardd::TearDown() {
     connection = nullptr;
     if (const Process running = daemon(); running.handle)
         end(running, SIGTERM);
+    if (HasFailure())
+        std::cerr << "the log of hoardd:\n" << std::ifstream(logOfService()).rdbuf() << '\n';
+}
+
+std::string RunningHoardd::logOfService() {
+    return pathUnderRoot(std::string("/var/log/wickerlane/") + WickerlaneGatekeeperName + ".log");
 }
 
 RunningHoardd::Process RunningHoardd::daemon() const {
@@ -82,7 +91,7 @@ std::vector<pid_t> RunningHoardd::childrenOf(pid_t process) {
 std::vector<pid_t> RunningHoardd::mediaWorkersOf(pid_t process) {
     const std::size_t expected = std::clamp(std::thread::hardware_concurrency(), 1U, 4U);
     std::vector<pid_t> workers;
-    EXPECT_TRUE(comesTrue([&] {
+    EXPECT_TRUE(waitUntil([&] {
         workers = childrenOf(process);
         return workers.size() >= expected;
     }));

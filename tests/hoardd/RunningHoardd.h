@@ -4,9 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "tests/support/TestImages.h"
@@ -40,6 +38,7 @@ protected:
     /// Sends a signal and waits for the daemon's end.
     static void end(const Process &process, int signal);
     static void waitForEnd(const Process &process);
+    static std::string logOfService();
     /// The media workers of a daemon.
     [[nodiscard]] static std::vector<pid_t> childrenOf(pid_t process);
     /// The workers that hoardd starts ahead, one for each processor and at most four: waits until all are
@@ -69,18 +68,6 @@ protected:
     store::LibraryPaths paths;
     Ref<MessageConnection> connection;
 };
-
-/// Whether a condition comes true within a minute.
-template <class Condition>
-[[nodiscard]] bool comesTrue(const Condition &condition) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(1);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline)
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
-}
 
 /// The text under a key of a result; empty when it is missing.
 std::string textIn(const Dictionary *result, std::string_view key);

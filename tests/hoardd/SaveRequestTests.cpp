@@ -2,6 +2,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <chrono>
 #include <cmath>
 #include <csignal>
 #include <cstring>
@@ -36,7 +37,7 @@ protected:
     std::uint64_t count(const char *key) const { return answer(request(16).get())->getUInt64(key); }
 };
 
-TEST_F(SaveRequest, APictureComesBackByteForByteByEveryRoad) {
+TEST_F(SaveRequest, APictureComesBackUnchangedHoweverItIsRead) {
     ReleaseScope scope;
     TestExif exif;
     exif.orientation = 6;
@@ -260,7 +261,7 @@ TEST_F(SaveRequest, ARawFileIsKeptAsSuch) {
     EXPECT_EQ(imageData(saved, 0), file);
 }
 
-TEST_F(SaveRequest, AJobWithoutDataIsToldFromOneThatIsWrong) {
+TEST_F(SaveRequest, AJobWithoutDataIsDistinguishedFromAWrongOne) {
     ReleaseScope scope;
     const std::string empty = rootPath() + "/empty.jpg", pipe = rootPath() + "/pipe";
     writeFile(empty, {});
@@ -347,7 +348,7 @@ TEST_F(SaveRequest, ABatchAnswersEachJobInItsPlace) {
     EXPECT_EQ(answer(message.get())->getArray("resultJobDictionaries")->count(), 0U);
 }
 
-TEST_F(SaveRequest, AFullQueueIsSaid) {
+TEST_F(SaveRequest, AFullQueueIsReported) {
     ReleaseScope scope;
     describeService({"--idle-seconds", "60", "--max-jobs", "0"});
     const auto job = Dictionary::createWithKeys({{"imageData", dataOf(pngOf(fourCorners(4, 4))).get()}});

@@ -93,7 +93,7 @@ TEST_F(Saving, WhatCantBeCommittedStaysUntilItIsKnownToBeUndone) {
     EXPECT_FALSE(fs::exists(paths.folder() + "/DCIM/AA/" + ownUUID + ".PNG"));
 }
 
-TEST_F(Saving, AUUIDThatIsTakenIsNotSavedUnder) {
+TEST_F(Saving, AUUIDThatIsTakenIsRefused) {
     const SaveJob job = jobOf(pngOf(fourCorners(4, 4)), ownUUID);
     ASSERT_TRUE(saveAssets(library(), {&job, 1}).front());
     EXPECT_EQ(saveAssets(library(), {&job, 1}).front().error().kind, ProblemKind::exists);

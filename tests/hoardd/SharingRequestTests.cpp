@@ -34,7 +34,7 @@ protected:
     std::int64_t badge() const { return answer(request(38).get())->getInt64("kJXApplicationBadgeCountKey"); }
 };
 
-TEST_F(Sharing, WhatIsAddedToASharedAlbumIsToldOnTheBoard) {
+TEST_F(Sharing, AdditionsToASharedAlbumAreAnnounced) {
     ReleaseScope scope;
     const std::string album = streamAlbum("stream-1");
     EXPECT_EQ(streamAlbum("stream-1"), album) << "a stream has one album";

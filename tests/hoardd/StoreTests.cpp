@@ -59,7 +59,7 @@ TEST(Store, CommitsWhatSeveralThreadsAddAndFailsOnlyTheOneAtFault) {
     EXPECT_EQ(std::ranges::adjacent_find(all), all.end());
 }
 
-TEST(Store, TellsWhatChangesTheCounts) {
+TEST(Store, ReportsWhatChangesTheCounts) {
     const store::LibraryPaths paths;
     std::filesystem::create_directories(paths.folder() + "/PhotoData");
     const auto opened = Store::open(paths);

@@ -36,7 +36,7 @@ TEST(Rows, ARequestIsCheckedAgainstItsRow) {
               "");
 }
 
-TEST(Keys, anErrorReadsAsADictionaryOfItsDescriptionAndItsKind) {
+TEST(Keys, AnErrorReadsAsADictionaryOfItsDescriptionAndItsKind) {
     const ReleaseScope scope;
     const auto error = MessageError::create("gone", 5);
     EXPECT_EQ(coding::Int64::read(error.get(), messageErrorKindKey), 5);

@@ -37,7 +37,7 @@ AssetRecord assetNumbered(int number, AssetKind kind, double date) {
 }
 
 /// A library's store with its writer.
-class StoreTest : public testing::Test {
+class StoredAssets : public testing::Test {
 protected:
     LibraryPaths paths;
     std::optional<sqlite::Database> writer;
@@ -70,7 +70,7 @@ std::string contentsOf(const std::string &path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-TEST_F(StoreTest, EveryColumnComesBackAsItWasStored) {
+TEST_F(StoredAssets, EveryColumnComesBackAsItWasStored) {
     ReleaseScope scope;
     AssetRecord stored = assetNumbered(7, AssetKind::video, -1234.5);
     stored.originalFilename = "Stra\xC3\x9F"
@@ -114,7 +114,7 @@ TEST_F(StoreTest, EveryColumnComesBackAsItWasStored) {
     EXPECT_EQ(asset->dateCreated()->referenceSeconds(), -1234.5);
 }
 
-TEST_F(StoreTest, AnAssetIsFoundByEachOfItsNamesAndByNoOther) {
+TEST_F(StoredAssets, AnAssetIsFoundByEachOfItsNamesAndByNoOther) {
     ReleaseScope scope;
     add(assetNumbered(1, AssetKind::photo, 0));
     const auto store = openStore();
@@ -149,7 +149,7 @@ TEST_F(StoreTest, AnAssetIsFoundByEachOfItsNamesAndByNoOther) {
     EXPECT_EQ(store->assetWithObjectID(temporary.get()), nullptr);
 }
 
-TEST_F(StoreTest, QueriesNarrowSortAndPage) {
+TEST_F(StoredAssets, QueriesNarrowSortAndPage) {
     ReleaseScope scope;
     constexpr auto photo = AssetKind::photo, video = AssetKind::video;
     add(assetNumbered(1, photo, 30));
@@ -186,7 +186,7 @@ TEST_F(StoreTest, QueriesNarrowSortAndPage) {
     EXPECT_EQ(counts->videos, 2U);
 }
 
-TEST_F(StoreTest, AReaderSeesEachCommitAndNeverTheMiddleOfOne) {
+TEST_F(StoredAssets, AReaderSeesEachCommitAndNeverTheMiddleOfOne) {
     const auto store = openStore();
     constexpr int transactions = 200, each = 5;
     std::thread reading([&] {
@@ -210,7 +210,7 @@ TEST_F(StoreTest, AReaderSeesEachCommitAndNeverTheMiddleOfOne) {
 }
 
 // The version of SQLite in use can damage a database when a second connection checkpoints.
-TEST_F(StoreTest, AReaderNeitherWritesNorCheckpointsNotEvenWhenItClosesLast) {
+TEST_F(StoredAssets, AReaderNeitherWritesNorCheckpointsNotEvenWhenItClosesLast) {
     ASSERT_TRUE(writer->execute("PRAGMA wal_autocheckpoint = 0"));
     {
         sqlite::Transaction transaction(*writer);

@@ -84,7 +84,7 @@ TEST_F(Databases, ASnapshotDoesNotSeeWhatIsCommittedMeanwhile) {
     EXPECT_EQ(reader.integer(count), 0);
 }
 
-TEST_F(Databases, ProblemsTellTheirKind) {
+TEST_F(Databases, ProblemsHaveTheirKind) {
     EXPECT_EQ(Database::open(rootPath() + "/missing/test.sqlite", Database::Access::write).error().kind,
               ProblemKind::notWritable);
     Database database = writer();

@@ -8,7 +8,7 @@
 
 namespace wickerlane::test {
 
-/// Starts a test ("DISABLED_Suite.name") in a process of its own, with the root of the running test. The
+/// Starts a test ("DISABLED_Suite.Name") in a process of its own, with the root of the running test. The
 /// destructor waits for its end.
 class Peer {
 public:

@@ -10,7 +10,8 @@ namespace wickerlane::test {
 /// Checks a condition until it holds. False if it does not hold within a time that is long even for a busy
 /// machine, so that a test of a broken product ends.
 template <class Condition>
-bool waitUntil(const Condition &condition, std::chrono::seconds limit = std::chrono::minutes(2)) {
+[[nodiscard]] bool waitUntil(const Condition &condition,
+                             std::chrono::seconds limit = std::chrono::minutes(2)) {
     const auto end = std::chrono::steady_clock::now() + limit;
     while (!condition()) {
         if (std::chrono::steady_clock::now() > end)

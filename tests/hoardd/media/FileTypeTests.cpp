@@ -8,7 +8,7 @@ using namespace wickerlane::hoardd;
 
 namespace {
 
-TEST(FileType, IsToldByContentBeforeItsName) {
+TEST(FileType, IsRecognisedByContentBeforeItsName) {
     using namespace std::string_literals;
     constexpr auto photo = AssetKind::photo, video = AssetKind::video;
     const struct {

@@ -83,7 +83,7 @@ TEST_F(Pictures, OtherFormatsAreTurnedAsTheySay) {
     }
 }
 
-TEST_F(Pictures, EveryFormatIsToldByContentAndDecoded) {
+TEST_F(Pictures, EveryFormatIsRecognisedByContentAndDecoded) {
     const Pixels corners = fourCorners(400, 300);
     Bytes webp;
     ASSERT_TRUE(render(pngOf(corners), {.format = MediaFormat::webp}, webp).succeeded());

@@ -37,7 +37,7 @@ protected:
 
 } // namespace
 
-TEST_F(Applications, areFoundInEveryDataFolderByTheirIdentifier) {
+TEST_F(Applications, AreFoundInEveryDataFolderByTheirIdentifier) {
     EXPECT_FALSE(isInstalled("org.example.Painter"));
     write("home/applications/org.example.Painter.desktop");
     write("first/applications/kit/pack/org.example.Drawer.desktop");
@@ -59,7 +59,7 @@ TEST_F(Applications, areFoundInEveryDataFolderByTheirIdentifier) {
     EXPECT_TRUE(isInstalled("org.example.Painter"));
 }
 
-TEST_F(Applications, theFirstWellFormedEntryDecides) {
+TEST_F(Applications, TheFirstWellFormedEntryDecides) {
     write("first/applications/a.desktop", "no entry");
     write("second/applications/a.desktop");
     EXPECT_TRUE(isInstalled("a")) << "one that is malformed does not count";
@@ -67,7 +67,7 @@ TEST_F(Applications, theFirstWellFormedEntryDecides) {
     EXPECT_FALSE(isInstalled("a")) << "the user removed it";
 }
 
-TEST_F(Applications, needTheProgramThatTheirEntryNames) {
+TEST_F(Applications, NeedTheProgramThatTheirEntryNames) {
     write("bin/tool");
     write("bin/folder/inner");
     setenv("PATH", ("bin:" + (root / "bin").string()).c_str(), 1);
@@ -87,7 +87,7 @@ TEST_F(Applications, needTheProgramThatTheirEntryNames) {
         EXPECT_FALSE(isInstalledTrying(program)) << program;
 }
 
-TEST_F(Applications, oddFilesDoNoHarm) {
+TEST_F(Applications, OddFilesDoNoHarm) {
     const fs::path folder = root / "home/applications";
     write("package/a.desktop");
     fs::create_directories(folder / "folder.desktop");

@@ -8,7 +8,7 @@ namespace {
 const std::string head = "[Desktop Entry]\n";
 }
 
-TEST(DesktopEntry, readsTheMainGroupOnly) {
+TEST(DesktopEntry, ReadsTheMainGroupOnly) {
     const auto entry =
         parseDesktopEntry("# made by hand\n\n  [Desktop Entry]  \r\n"
                           "Type = Application \r\nName=A\\sname\\\\\\q\\\nName[pt_BR]=Um nome\n"
@@ -22,7 +22,7 @@ TEST(DesktopEntry, readsTheMainGroupOnly) {
     EXPECT_TRUE(entry->isApplication());
 }
 
-TEST(DesktopEntry, ofOtherThingsIsNoApplication) {
+TEST(DesktopEntry, OfOtherThingsIsNoApplication) {
     for (const auto &[text, isHidden] : {std::pair{head, false},
                                          {head + "Type=Application", false},
                                          {head + "Name=A", false},
@@ -38,7 +38,7 @@ TEST(DesktopEntry, ofOtherThingsIsNoApplication) {
     }
 }
 
-TEST(DesktopEntry, malformedTextGivesNone) {
+TEST(DesktopEntry, MalformedTextGivesNone) {
     for (const std::string &text :
          {std::string(), std::string("# nothing"), std::string("Type=Application\n") + head,
           "[Other]\n" + head, head + head, head + "words", head + "=value", head + "Na me=A",

@@ -23,7 +23,7 @@ using Names = std::vector<std::string>;
 namespace {
 
 // Gives each test a bundle to fill, found by its name, and the language German.
-class BundleTest : public testing::Test {
+class ResourceBundle : public testing::Test {
 protected:
     void SetUp() override {
         setenv("WICKERLANE_BUNDLES", std::getenv("WICKERLANE_ROOT"), 1);
@@ -72,7 +72,7 @@ constinit const Class OwnClass::classInfo{"OwnClass", &Object::classInfo, nullpt
 
 } // namespace
 
-TEST(LocalizationMatcher, picksWhatAPersonWould) {
+TEST(LocalizationMatcher, PicksWhatAPersonWould) {
     const Names many{"ar", "de", "en",    "en-GB", "es", "es-419",  "fr",      "he",      "id",
                      "ja", "nb", "pt-BR", "pt-PT", "sr", "sr-Latn", "zh-Hans", "zh-Hant", "zh-HK"};
     const struct {
@@ -121,7 +121,7 @@ TEST(LocalizationMatcher, picksWhatAPersonWould) {
                 ElementsAre("pt-PT", "pt", "en"));
 }
 
-TEST_F(BundleTest, readsTablesInEveryForm) {
+TEST_F(ResourceBundle, ReadsTablesInEveryForm) {
     Ref<Data> kept;
     const auto value = String::create("Übung „1“");
     const struct {
@@ -142,7 +142,7 @@ TEST_F(BundleTest, readsTablesInEveryForm) {
     }
 }
 
-TEST_F(BundleTest, choosesTheFirstLocalizationThatHasTheTable) {
+TEST_F(ResourceBundle, ChoosesTheFirstLocalizationThatHasTheTable) {
     write("de.lproj/Table.strings", "a = deutsch;");
     write("en.lproj/Table.strings", "a = english; b = english;");
     write("fr.lproj/Table.strings", "a = francais;");
@@ -169,7 +169,7 @@ TEST_F(BundleTest, choosesTheFirstLocalizationThatHasTheTable) {
     EXPECT_EQ(text("a", "Third"), "francais");
 }
 
-TEST_F(BundleTest, givesTheValueOrTheKeyForWhatIsMissing) {
+TEST_F(ResourceBundle, GivesTheValueOrTheKeyForWhatIsMissing) {
     Ref<Data> kept;
     write("de.lproj/Table.strings", "\"\" = \"of nothing\"; empty = \"\"; same;");
     write("de.lproj/Kinds.strings",
@@ -188,7 +188,7 @@ TEST_F(BundleTest, givesTheValueOrTheKeyForWhatIsMissing) {
     EXPECT_EQ(bundle->localizedString(nullptr, nullptr, "Table")->length(), 0U);
 }
 
-TEST_F(BundleTest, takesHostileFoldersAsEmpty) {
+TEST_F(ResourceBundle, TakesHostileFoldersAsEmpty) {
     write("de.lproj/Garbage.strings", std::string_view("\x00\xFF\xFE\x01garbage", 11));
     write("de.lproj/List.strings", "( a, b )");
     write("de.lproj/Deep.strings", "a = " + std::string(100'000, '(') + ";");
@@ -214,7 +214,7 @@ TEST_F(BundleTest, takesHostileFoldersAsEmpty) {
     EXPECT_THAT(Bundle::create("/no/such/folder")->localizations(), IsEmpty());
 }
 
-TEST_F(BundleTest, isFoundByItsNameAndByItsClasses) {
+TEST_F(ResourceBundle, IsFoundByItsNameAndByItsClasses) {
     EXPECT_EQ(Bundle::named("Test")->path(), folder);
     EXPECT_EQ(Bundle::named("Test"), Bundle::named("Test"));
     for (const std::string name : {"Absent", "", "..", "../Test", "./Test", "Test.bundle"})
@@ -229,7 +229,7 @@ TEST_F(BundleTest, isFoundByItsNameAndByItsClasses) {
     EXPECT_EQ(Bundle::forClass(classNamed("JXPixhold")), Bundle::main()) << "its bundle is not found here";
 }
 
-TEST_F(BundleTest, servesManyThreadsWhileTheLanguagesChange) {
+TEST_F(ResourceBundle, ServesManyThreadsWhileTheLanguagesChange) {
     write("de.lproj/Table.strings", "a = deutsch;");
     write("en.lproj/Table.strings", "a = english;");
     std::vector<std::thread> threads;

@@ -23,7 +23,7 @@ std::string file() {
     return pathUnderRoot("/var/db/wickerlane/Consent.plist");
 }
 
-TEST(Consent, decisionsAreKeptForProgramAndUser) {
+TEST(Consent, DecisionsAreKeptForProgramAndUser) {
     EXPECT_EQ(consent().decision("s", "/bin/a", 1), std::nullopt);
     ASSERT_TRUE(consent().decide({"s", "/bin/a", 1, true}));
     ASSERT_TRUE(consent().decide({"s", "/bin/a", 2, false}));
@@ -39,7 +39,7 @@ TEST(Consent, decisionsAreKeptForProgramAndUser) {
     EXPECT_EQ(consent().decisions().size(), 2U);
 }
 
-TEST(Consent, entitlementsBelongToPrograms) {
+TEST(Consent, EntitlementsBelongToPrograms) {
     const PeerIdentity owner{getuid(), 0, 1, 1, "/bin/a"}, stranger{getuid() + 1, 0, 1, 1, "/bin/a"};
     EXPECT_TRUE(consent().isEntitled(owner, "x")) << "in one's own library";
     EXPECT_FALSE(consent().isEntitled(stranger, "x"));
@@ -50,7 +50,7 @@ TEST(Consent, entitlementsBelongToPrograms) {
     EXPECT_FALSE(consent().isEntitled(owner, "x"));
 }
 
-TEST(Consent, aFileThatOthersCouldWriteDoesNotCount) {
+TEST(Consent, AFileThatOthersCouldWriteDoesNotCount) {
     ASSERT_TRUE(consent().decide({"s", "/bin/a", 1, true}));
     fs::permissions(file(), fs::perms::others_write, fs::perm_options::add);
     EXPECT_EQ(consent().decision("s", "/bin/a", 1), std::nullopt);
@@ -67,7 +67,7 @@ TEST(Consent, aFileThatOthersCouldWriteDoesNotCount) {
     EXPECT_FALSE(consent().decide({"s", "/bin/b", 1, true})) << "what is not understood stays as it is";
 }
 
-TEST(AuditToken, standsForOneProcessWhileItRuns) {
+TEST(AuditToken, StandsForOneProcessWhileItRuns) {
     const pid_t child = fork();
     if (child == 0) {
         pause();

@@ -31,7 +31,7 @@ std::vector<std::string> writesOf(const std::function<void()> &action) {
 
 } // namespace
 
-TEST(Console, escapesWhatCouldForgeALine) {
+TEST(Console, EscapesWhatCouldForgeALine) {
     const struct {
         std::string_view text, shown;
     } cases[] = {
@@ -48,7 +48,7 @@ TEST(Console, escapesWhatCouldForgeALine) {
         EXPECT_EQ(escapingControls(each.text), each.shown);
 }
 
-TEST(Console, writesALineAtOnceAndTrustsOnlyTheFormat) {
+TEST(Console, WritesALineAtOnceAndTrustsOnlyTheFormat) {
     using Lines = std::vector<std::string>;
     EXPECT_EQ(writesOf([] { consoleLog("first\nsecond\t%s %d %@", "x\ny", 5, String::of("\r")); }),
               (Lines{"first\nsecond\tx\\ny 5 \\r\n"}));

@@ -18,7 +18,7 @@
 using namespace wickerlane;
 namespace fs = std::filesystem;
 
-TEST(Device, isWhatTheMachineIsUnlessItsSettingsSayOtherwise) {
+TEST(Device, IsWhatTheMachineIsUnlessItsSettingsSayOtherwise) {
     const unsigned processors = deviceProcessorCount();
     EXPECT_GE(processors, 1u);
     EXPECT_FALSE(deviceIsInternal());
@@ -34,7 +34,7 @@ TEST(Device, isWhatTheMachineIsUnlessItsSettingsSayOtherwise) {
     }
 }
 
-TEST(Device, answersWithItsSettingsWhereTheyAreNumbers) {
+TEST(Device, AnswersWithItsSettingsWhereTheyAreNumbers) {
     const String *question = String::of("main-screen-scale");
     EXPECT_EQ(DVGetFloat32Answer(question, -1), -1);
     const std::pair<Object *, float> cases[] = {
@@ -61,7 +61,7 @@ void connect(const std::string &connector, const std::string &status, const std:
 
 } // namespace
 
-TEST(Displays, areListedPanelsFirstThenByName) {
+TEST(Displays, AreListedPanelsFirstThenByName) {
     const std::string folder = fs::path(std::getenv("WICKERLANE_ROOT")) / "drm";
     EXPECT_TRUE(displayList(folder).empty());
     connect("card0-DP-10", "connected", "enabled", "1920x1080\n1280x720\n");

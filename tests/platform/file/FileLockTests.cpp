@@ -24,7 +24,7 @@ std::string makeFile() {
 
 } // namespace
 
-TEST(FileLocks, areSharedOrExclusive) {
+TEST(FileLocks, AreSharedOrExclusive) {
     const std::string path = makeFile();
     const struct {
         FileLock held, wanted;
@@ -49,7 +49,7 @@ TEST(FileLocks, areSharedOrExclusive) {
     EXPECT_EQ(errno, EBADF);
 }
 
-TEST(FileLocks, areWaitedForWithTheFileMadeWhenItIsMissing) {
+TEST(FileLocks, AreWaitedForWithTheFileMadeWhenItIsMissing) {
     EXPECT_FALSE(openLocked(pathUnderRoot("/no folder/lock")));
     ASSERT_TRUE(makeFolders(pathUnderRoot("/")));
     const std::string path = pathUnderRoot("/lock");

@@ -42,7 +42,7 @@ private:
 
 } // namespace
 
-TEST(Files, areBelowTheRootThatTheEnvironmentNames) {
+TEST(Files, AreBelowTheRootThatTheEnvironmentNames) {
     const std::string here = fs::current_path();
     const struct {
         const char *root, *dataHome, *home;
@@ -64,7 +64,7 @@ TEST(Files, areBelowTheRootThatTheEnvironmentNames) {
     }
 }
 
-TEST(Files, areReplacedWholeOrNotAtAll) {
+TEST(Files, AreReplacedWholeOrNotAtAll) {
     const std::string folder = pathUnderRoot("/a/b"), path = folder + "/file";
     ASSERT_TRUE(makeFolders(folder));
     EXPECT_TRUE(makeFolders(folder));
@@ -94,7 +94,7 @@ TEST(Files, areReplacedWholeOrNotAtAll) {
         << "leaves a file behind";
 }
 
-TEST(Files, areNeverReachedThroughALinkInTheLastPlace) {
+TEST(Files, AreNeverReachedThroughALinkInTheLastPlace) {
     const std::string folder = pathUnderRoot("/folder"), target = folder + "/target", link = folder + "/link";
     ASSERT_TRUE(makeFolders(folder));
     ASSERT_TRUE(replaceFile(target, bytesOf("theirs")));
@@ -113,7 +113,7 @@ TEST(Files, areNeverReachedThroughALinkInTheLastPlace) {
     EXPECT_TRUE(replaceFile(folder + "-link/link", bytesOf("again")));
 }
 
-TEST(Files, areReadUpToALimitAndOnlyWhenRegular) {
+TEST(Files, AreReadUpToALimitAndOnlyWhenRegular) {
     ASSERT_TRUE(makeFolders(pathUnderRoot("/")));
     const std::string path = pathUnderRoot("/file"), pipe = pathUnderRoot("/pipe");
     const auto error = [](int code) { return std::string("error: ") + std::strerror(code); };

@@ -26,7 +26,7 @@ Date *at(std::int32_t year, std::int32_t month, std::int32_t day, std::int32_t h
 
 const std::array noInstants{std::numeric_limits<double>::quiet_NaN(), HUGE_VAL, -HUGE_VAL};
 
-TEST(DateFormatter, writesDatesAsTheLocaleDoes) {
+TEST(DateFormatter, WritesDatesAsTheLocaleDoes) {
     struct Row {
         const char *locale;
         DateStyle date, time;
@@ -55,7 +55,7 @@ TEST(DateFormatter, writesDatesAsTheLocaleDoes) {
         EXPECT_NE(formatter->stringFromDate(Date::createWithReferenceSeconds(seconds).get()), nullptr);
 }
 
-TEST(DateFormatter, callsNearDaysByTheirNames) {
+TEST(DateFormatter, CallsNearDaysByTheirNames) {
     struct Row {
         const char *locale;
         int day;
@@ -84,7 +84,7 @@ TEST(DateFormatter, callsNearDaysByTheirNames) {
     }
 }
 
-TEST(GregorianCalendar, knowsDaysAndMonths) {
+TEST(GregorianCalendar, KnowsDaysAndMonths) {
     const auto days = calendar();
     const DateComponents place{2024, 2, 29, 23, 59, 58};
     EXPECT_EQ(days->components(days->dateFromComponents(place)), place);
@@ -116,7 +116,7 @@ TEST(GregorianCalendar, knowsDaysAndMonths) {
             << row.from->description()->utf8() << " + " << row.amount;
 }
 
-TEST(GregorianCalendar, refusesWhatIsNoDay) {
+TEST(GregorianCalendar, RefusesWhatIsNoDay) {
     const auto days = calendar();
     for (const DateComponents &wrong :
          {DateComponents{2023, 2, 29}, DateComponents{2023, 13, 1}, DateComponents{2023, 0, 1},
@@ -148,7 +148,7 @@ TEST(GregorianCalendar, refusesWhatIsNoDay) {
     }
 }
 
-TEST(GregorianCalendar, servesThreadsThatShareIt) {
+TEST(GregorianCalendar, ServesThreadsThatShareIt) {
     const auto days = calendar();
     std::vector<std::thread> threads;
     for (int thread = 0; thread < 4; ++thread)

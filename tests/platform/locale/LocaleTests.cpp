@@ -23,7 +23,7 @@ using Environment = std::map<std::string, std::string>;
 
 namespace {
 
-class LocaleTest : public testing::Test {
+class CurrentLocale : public testing::Test {
 protected:
     void SetUp() override { setEnvironment({}); }
     void TearDown() override {
@@ -46,7 +46,7 @@ protected:
 
 } // namespace
 
-TEST_F(LocaleTest, readsLanguagesFromTheEnvironment) {
+TEST_F(CurrentLocale, ReadsLanguagesFromTheEnvironment) {
     const struct {
         Environment environment;
         Names languages;
@@ -71,7 +71,7 @@ TEST_F(LocaleTest, readsLanguagesFromTheEnvironment) {
     }
 }
 
-TEST_F(LocaleTest, putsWhatTheProgramSaysBeforeTheEnvironmentBeforePreferences) {
+TEST_F(CurrentLocale, PutsWhatTheProgramSaysBeforeTheEnvironmentBeforePreferences) {
     ASSERT_TRUE(setPreference("ja-JP"));
     EXPECT_EQ(processLanguages(), Names{"ja-JP"});
     EXPECT_EQ(currentLocale(), "ja-JP");
@@ -84,7 +84,7 @@ TEST_F(LocaleTest, putsWhatTheProgramSaysBeforeTheEnvironmentBeforePreferences) 
     EXPECT_EQ(currentLocale(), "fr-FR");
 }
 
-TEST_F(LocaleTest, postsEachChangeOnce) {
+TEST_F(CurrentLocale, PostsEachChangeOnce) {
     test::allowLastingDescriptors(test::folderWatchDescriptors);
     watchLocale();
     int posted = 0;
@@ -104,7 +104,7 @@ TEST_F(LocaleTest, postsEachChangeOnce) {
     removeLocalObserver(token);
 }
 
-TEST_F(LocaleTest, noticesPreferencesInWhateverWayTheyAreChanged) {
+TEST_F(CurrentLocale, NoticesPreferencesInWhateverWayTheyAreChanged) {
     test::allowLastingDescriptors(test::folderWatchDescriptors);
     watchLocale();
     const auto changed = Semaphore::create(0);

@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::uint64_t largest = std::numeric_limits<std::uint64_t>::max();
 
-TEST(NumberFormatter, writesNumbersAsTheLocaleDoes) {
+TEST(NumberFormatter, WritesNumbersAsTheLocaleDoes) {
     struct Row {
         const char *locale;
         NumberStyle style;
@@ -51,7 +51,7 @@ TEST(NumberFormatter, writesNumbersAsTheLocaleDoes) {
     EXPECT_EQ(german->stringFromNumber(nullptr), nullptr);
 }
 
-TEST(NumberFormatter, readsWhatItWrites) {
+TEST(NumberFormatter, ReadsWhatItWrites) {
     const auto exact = NumberFormatter::create("de", NumberStyle::decimal, true);
     const auto real = NumberFormatter::create("de", NumberStyle::decimal);
     const auto isRead = [](const Ref<NumberFormatter> &by, const char *text, Number *expected) {
@@ -71,7 +71,7 @@ TEST(NumberFormatter, readsWhatItWrites) {
     EXPECT_EQ(exact->numberFromString(nullptr), nullptr);
 }
 
-TEST(NumberFormatter, servesThreadsThatShareIt) {
+TEST(NumberFormatter, ServesThreadsThatShareIt) {
     const auto shared = NumberFormatter::create("en", NumberStyle::decimal, true);
     std::vector<std::thread> threads;
     for (std::uint64_t thread = 0; thread < 4; ++thread)

@@ -86,7 +86,7 @@ void waitForNames(const std::vector<std::string> &expected) {
 
 } // namespace
 
-TEST_F(LKLogging, aFacilityIsFoundByItsTextAndTakesItsLastConfiguration) {
+TEST_F(LKLogging, AFacilityIsFoundByItsTextAndTakesItsLastConfiguration) {
     String *name = String::of("ByText"), *same = String::of("ByText");
     EXPECT_EQ(_LKLoggingCustomMaxLogFileLevel(name), -1);
     EXPECT_EQ(_LKLoggingCustomMaxConsoleLevel(nullptr), -1);
@@ -100,7 +100,7 @@ TEST_F(LKLogging, aFacilityIsFoundByItsTextAndTakesItsLastConfiguration) {
     EXPECT_FALSE(LKLoggingAddCustomLogConfiguration(Array::of({Number::of(1)}), Dictionary::create().get()));
 }
 
-TEST_F(LKLogging, linesAreWhatTheCallbacksMakeOfTheEntry) {
+TEST_F(LKLogging, LinesAreWhatTheCallbacksMakeOfTheEntry) {
     std::vector<std::string> seen;
     const auto format = [&](const char *destination) {
         return LKLogFormatBlock::create([&seen, destination](const LKLogEntry &entry) {
@@ -130,7 +130,7 @@ TEST_F(LKLogging, linesAreWhatTheCallbacksMakeOfTheEntry) {
     configure(name, "callbacks");
 }
 
-TEST_F(LKLogging, fullFilesAreCompressedAndTheOldestGo) {
+TEST_F(LKLogging, FullFilesAreCompressedAndTheOldestGo) {
     String *name = String::of("Rotating");
     configure(name, "r",
               {{kLKLoggingCustomMaxLogFileSizeKey, Number::of(100)},
@@ -161,7 +161,7 @@ TEST_F(LKLogging, fullFilesAreCompressedAndTheOldestGo) {
     EXPECT_EQ(contents(logs() / "r.log"), std::string(99, '0') + "\n");
 }
 
-TEST_F(LKLogging, whatADeadProcessLeftIsFinished) {
+TEST_F(LKLogging, WhatADeadProcessLeftIsFinished) {
     String *name = String::of("Left");
     fs::create_directories(logs());
     const auto leave = [](const char *file, const char *text, fs::perms permissions = fs::perms(0600)) {
@@ -184,7 +184,7 @@ TEST_F(LKLogging, whatADeadProcessLeftIsFinished) {
     EXPECT_EQ(contents(logs() / "left.log"), "new\n");
 }
 
-TEST_F(LKLogging, aTornLineIsEndedBeforeTheNext) {
+TEST_F(LKLogging, ATornLineIsEndedBeforeTheNext) {
     fs::create_directories(logs());
     std::ofstream(logs() / "torn.log") << "a piece of a li";
     fs::permissions(logs() / "torn.log", fs::perms(0644));
@@ -195,7 +195,7 @@ TEST_F(LKLogging, aTornLineIsEndedBeforeTheNext) {
     EXPECT_EQ(fs::status(logs() / "torn.log").permissions(), fs::perms(0600));
 }
 
-TEST_F(LKLogging, aDeletedFileIsMadeAgain) {
+TEST_F(LKLogging, ADeletedFileIsMadeAgain) {
     String *name = String::of("Deleted");
     configure(name, "deleted", {{kLKLoggingCustomMaxLogFileSizeKey, Number::of(1 << 20)}});
     logLine(6, name, "before");
@@ -206,7 +206,7 @@ TEST_F(LKLogging, aDeletedFileIsMadeAgain) {
     EXPECT_EQ(contents(logs() / "deleted.log"), "line\n");
 }
 
-TEST_F(LKLogging, whatIsNoFileOfOursIsNeverWritten) {
+TEST_F(LKLogging, WhatIsNoFileOfOursIsNeverWritten) {
     fs::create_directories(logs());
     std::ofstream(logs() / "target") << "untouched";
     fs::create_symlink(logs() / "target", logs() / "link.log");
@@ -227,7 +227,7 @@ TEST_F(LKLogging, whatIsNoFileOfOursIsNeverWritten) {
     EXPECT_FALSE(fs::exists(logs().parent_path() / "outside.log"));
 }
 
-TEST(SystemLog, sendsLinesOfALevelAndNeverWaits) {
+TEST(SystemLog, SendsLinesOfALevelAndNeverWaits) {
     const std::string path = std::string(std::getenv("WICKERLANE_ROOT")) + "/log.socket";
     SystemLog client(path.c_str());
     client.send(3, "no system log", 0);

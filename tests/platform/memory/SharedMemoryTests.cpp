@@ -20,7 +20,7 @@ UniqueFd memoryFile(std::size_t length, int seals) {
 
 } // namespace
 
-TEST(SharedMemory, isWrittenUntilItIsSealed) {
+TEST(SharedMemory, IsWrittenUntilItIsSealed) {
     const auto memory = SharedMemory::create(10'000);
     ASSERT_NE(memory, nullptr);
     std::strcpy(static_cast<char *>(memory->writableBytes()), "text");
@@ -38,7 +38,7 @@ TEST(SharedMemory, isWrittenUntilItIsSealed) {
     munmap(mapped, length);
 }
 
-TEST(SharedMemory, takesOnlyWhatCannotShrink) {
+TEST(SharedMemory, TakesOnlyWhatCannotShrink) {
     EXPECT_EQ(SharedMemory::create(0), nullptr);
     EXPECT_EQ(SharedMemory::open(UniqueFd(), 100), nullptr);
     EXPECT_EQ(SharedMemory::open(UniqueFd(open("/dev/null", O_RDONLY | O_CLOEXEC)), 100), nullptr);
@@ -48,7 +48,7 @@ TEST(SharedMemory, takesOnlyWhatCannotShrink) {
     EXPECT_NE(SharedMemory::open(memoryFile(100, F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE), 100), nullptr);
 }
 
-TEST(SharedMemory, copiesWhatMayStillBeWritten) {
+TEST(SharedMemory, CopiesWhatMayStillBeWritten) {
     UniqueFd file = memoryFile(50, F_SEAL_SHRINK);
     const UniqueFd writer(fcntl(file.get(), F_DUPFD_CLOEXEC, 0));
     const auto memory = SharedMemory::open(std::move(file), 100);

@@ -190,7 +190,7 @@ TEST(Connection, RunsABarrierOnlyWhenAllThatWasSentBeforeHasLeft) {
 
 TEST(Connection, IsInvalidForGoodWithoutADescriptionOfTheService) {
     Collected events;
-    const auto connection = connect(events.handler(), "org.wickerlane.test.Nobody");
+    const auto connection = connect(events.handler(), "org.wickerlane.test.Missing");
     MessageError *const invalid = MessageError::connectionInvalid();
     EXPECT_EQ(connection->sendWithReplySync(numbered(1).get()).get(), invalid);
     Collected replies;
@@ -198,9 +198,9 @@ TEST(Connection, IsInvalidForGoodWithoutADescriptionOfTheService) {
     EXPECT_EQ(replies.wait(1)[0].get(), invalid);
     EXPECT_EQ(events.wait(1)[0].get(), invalid);
     waitForBarrier(connection.get());
-    const auto listener = listen(echo, nullptr, {}, "org.wickerlane.test.Nobody");
+    const auto listener = listen(echo, nullptr, {}, "org.wickerlane.test.Missing");
     EXPECT_EQ(connection->sendWithReplySync(numbered(1).get()).get(), invalid);
-    EXPECT_STREQ(connection->serviceName(), "org.wickerlane.test.Nobody");
+    EXPECT_STREQ(connection->serviceName(), "org.wickerlane.test.Missing");
 }
 
 TEST(Connection, FailsWhatIsPendingWhenThePeerGoesAwayAndThenReconnects) {

@@ -6,6 +6,7 @@
 
 #include "RawSocket.h"
 #include "Service.h"
+#include "tests/support/WaitUntil.h"
 #include "wickerlane/model/Problem.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/message/listener/PeerProcess.h"
@@ -38,7 +39,7 @@ TEST(Listener, RefusesTheClientThatIsOneTooMany) {
     EXPECT_THAT(third->sendWithReplySync(numbered(1).get()),
                 isError("The user has too many connections to the service.", ProblemKind::busy));
     first->cancel();
-    EXPECT_TRUE(eventually([&] { return numberOf(third->sendWithReplySync(numbered(3).get()).get()) == 3; }));
+    EXPECT_TRUE(waitUntil([&] { return numberOf(third->sendWithReplySync(numbered(3).get()).get()) == 3; }));
 }
 
 TEST(Listener, TellsARefusedClientWhyInItsReplyAndNotAsAnEvent) {
@@ -137,7 +138,7 @@ TEST(Listener, AnswersWhatItsHandlerForgot) {
     EXPECT_THAT(connection->sendWithReplySync(numbered(2).get()), isError("no", ProblemKind::exists));
 }
 
-TEST(Listener, TakesANameThatNobodyHolds) {
+TEST(Listener, TakesANameThatIsFree) {
     auto listener = listen(echo);
     std::string error;
     EXPECT_EQ(MessageListener::create(serviceName, nullptr, echo, {}, &error), nullptr);

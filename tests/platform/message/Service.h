@@ -4,10 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <functional>
 #include <future>
 #include <stdexcept>
-#include <thread>
 
 #include "wickerlane/platform/message/connection/MessageConnection.h"
 #include "wickerlane/platform/message/listener/MessageListener.h"
@@ -43,17 +41,6 @@ T resultOf(std::promise<T> &promise) {
     if (future.wait_for(longTime) != std::future_status::ready)
         throw std::runtime_error("nothing came");
     return future.get();
-}
-
-// Tries again until it succeeds; false when it never does.
-inline bool eventually(const std::function<bool()> &succeeds) {
-    const auto deadline = std::chrono::steady_clock::now() + longTime;
-    while (!succeeds()) {
-        if (std::chrono::steady_clock::now() > deadline)
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
 }
 
 // Answers each request with its own contents.

@@ -122,7 +122,7 @@ TEST_F(Start, HappensOnceHoweverManyProcessesAsk) {
     EXPECT_EQ(starts().size(), 1U);
 }
 
-TEST_F(Start, IsNobodysChildAndHasItsConsoleInAFile) {
+TEST_F(Start, RunsDetachedWithItsConsoleInAFile) {
     play("serves");
     const auto connection = connect({}, startedName);
     ASSERT_EQ(numberOf(connection->sendWithReplySync(numbered(1).get()).get()), 1);
@@ -132,7 +132,7 @@ TEST_F(Start, IsNobodysChildAndHasItsConsoleInAFile) {
               0);
 }
 
-TEST_F(Start, IsTriedSoManyTimesAndThenTheServiceIsInvalid) {
+TEST_F(Start, IsTriedSeveralTimesBeforeTheServiceIsInvalid) {
     play("dies");
     std::promise<MessageValue *> event;
     const auto connection = connect([&](MessageValue *value) { event.set_value(value); }, startedName);

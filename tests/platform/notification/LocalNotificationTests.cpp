@@ -8,7 +8,7 @@
 
 using namespace wickerlane;
 
-TEST(LocalNotifications, reachTheObserversOfTheirNameAndSender) {
+TEST(LocalNotifications, ReachTheObserversOfTheirNameAndSender) {
     const auto one = String::create("one"), other = String::create("other");
     std::string told;
     const auto note = [&told](const char *who) {
@@ -28,7 +28,7 @@ TEST(LocalNotifications, reachTheObserversOfTheirNameAndSender) {
     EXPECT_EQ(observeLocalNotification("name", nullptr, nullptr), 0);
 }
 
-TEST(LocalNotifications, letHandlersObservePostAndRemove) {
+TEST(LocalNotifications, LetHandlersObservePostAndRemove) {
     int later = 0, added = 0;
     LocalObserverToken second = 0, third = 0;
     const auto first = observeLocalNotification("outer", nullptr, [&](const LocalNotification &outer) {
@@ -45,7 +45,7 @@ TEST(LocalNotifications, letHandlersObservePostAndRemove) {
     removeLocalObserver(third);
 }
 
-TEST(LocalNotifications, comeFromManyThreads) {
+TEST(LocalNotifications, ComeFromManyThreads) {
     std::atomic<int> told = 0;
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i)

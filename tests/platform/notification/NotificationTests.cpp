@@ -28,12 +28,12 @@ protected:
 
 } // namespace
 
-TEST(DISABLED_NotificationPeer, posts) {
+TEST(DISABLED_NotificationPeer, Posts) {
     for (int i = 0; i < 100; ++i)
         ASSERT_TRUE(postNotification("from a peer"));
 }
 
-TEST_F(Notifications, reachThisAndOtherProcesses) {
+TEST_F(Notifications, ReachThisAndOtherProcesses) {
     const auto mine = Semaphore::create(0), theirs = Semaphore::create(0);
     std::atomic<int> wrong = 0;
     const NotificationToken first =
@@ -51,7 +51,7 @@ TEST_F(Notifications, reachThisAndOtherProcesses) {
         ASSERT_TRUE(mine->wait(generous)) << i;
     }
     EXPECT_FALSE(theirs->wait(0ns));
-    EXPECT_TRUE(test::Peer("DISABLED_NotificationPeer.posts").wait());
+    EXPECT_TRUE(test::Peer("DISABLED_NotificationPeer.Posts").wait());
     EXPECT_TRUE(theirs->wait(generous));
     EXPECT_EQ(wrong, 0);
     cancelNotification(first);
@@ -59,7 +59,7 @@ TEST_F(Notifications, reachThisAndOtherProcesses) {
 }
 
 // Every post changes a number first; whatever coalesces, some call must see the last number.
-TEST_F(Notifications, mayCoalesceButNotGetLost) {
+TEST_F(Notifications, MayCoalesceButNotGetLost) {
     auto queue = WorkQueue::create("handlers");
     constexpr int posts = 2'000;
     std::atomic<int> number = 0, calls = 0;
@@ -80,7 +80,7 @@ TEST_F(Notifications, mayCoalesceButNotGetLost) {
     EXPECT_LE(calls, posts);
 }
 
-TEST_F(Notifications, beginNoCallOnceCancelled) {
+TEST_F(Notifications, BeginNoCallOnceCancelled) {
     auto queue = WorkQueue::create("handlers");
     int calls = 0; // unguarded: the queue guards it
     NotificationToken token = 0;
@@ -113,7 +113,7 @@ TEST_F(Notifications, beginNoCallOnceCancelled) {
         EXPECT_FALSE(cancelNotification(unknown)) << unknown;
 }
 
-TEST_F(Notifications, refuseWhatCannotBeTrusted) {
+TEST_F(Notifications, RefuseWhatCannotBeTrusted) {
     const auto ignore = [](NotificationToken) {};
     for (const std::string &name :
          {std::string(), std::string("a/b"), std::string("."), std::string(".."), std::string(201, 'n')}) {
@@ -143,7 +143,7 @@ TEST_F(Notifications, refuseWhatCannotBeTrusted) {
     EXPECT_FALSE(postNotification("n"));
 }
 
-TEST_F(Notifications, keepToTheirRoot) {
+TEST_F(Notifications, KeepToTheirRoot) {
     const auto called = Semaphore::create(0);
     const NotificationToken token =
         registerNotification("n", WorkQueue::global(), [&](NotificationToken) { called->signal(); });

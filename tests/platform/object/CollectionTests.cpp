@@ -11,7 +11,7 @@ using namespace wickerlane;
 
 namespace {
 
-TEST(Collections, areDestroyedWithoutRecursion) {
+TEST(Collections, AreDestroyedWithoutRecursion) {
     ReleaseScope scope;
     Ref<Object> nested = Array::create();
     for (int i = 0; i < 1000000; ++i) {
@@ -26,7 +26,7 @@ TEST(Collections, areDestroyedWithoutRecursion) {
     nested = nullptr;
 }
 
-TEST(Dictionaries, keepOrderThroughGrowthAndRemoval) {
+TEST(Dictionaries, KeepOrderThroughGrowthAndRemoval) {
     const auto dictionary = MutableDictionary::create();
     std::vector<std::string> order;
     std::map<std::string, int> model;
@@ -58,7 +58,7 @@ TEST(Dictionaries, keepOrderThroughGrowthAndRemoval) {
     }
 }
 
-TEST(Dictionaries, areEqualInAnyOrder) {
+TEST(Dictionaries, AreEqualInAnyOrder) {
     const auto one =
         Dictionary::createWithKeys({{"a", Number::of(1)}, {"b", Array::of({})}, {"none", nullptr}});
     const auto other = Dictionary::createWithKeys({{"b", Array::of({})}, {"a", Number::of(true)}});
@@ -79,7 +79,7 @@ TEST(Dictionaries, areEqualInAnyOrder) {
     EXPECT_EQ(copy->get("b"), nullptr);
 }
 
-TEST(Arrays, changeInPlaceAndFindTheirElements) {
+TEST(Arrays, ChangeInPlaceAndFindTheirElements) {
     const auto array = MutableArray::create();
     for (int i = 0; i < 4; ++i)
         array->append(Number::of(i));
@@ -96,7 +96,7 @@ TEST(Arrays, changeInPlaceAndFindTheirElements) {
     EXPECT_EQ(copy->count(), 4U);
 }
 
-TEST(Arrays, holdWhatTheirCallbacksSay) {
+TEST(Arrays, HoldWhatTheirCallbacksSay) {
     static int held = 0;
     static const ArrayCallBacks byTens{
         0,
@@ -129,7 +129,7 @@ TEST(Arrays, holdWhatTheirCallbacksSay) {
     EXPECT_EQ(held, 0);
 }
 
-TEST(Collections, describeWhatTheyHold) {
+TEST(Collections, DescribeWhatTheyHold) {
     const auto nested = Dictionary::createWithKeys({{"plain", Number::of(1)},
                                                     {"a \"b\"", String::of("")},
                                                     {"list", Array::of({Array::of({}), String::of("x")})}});

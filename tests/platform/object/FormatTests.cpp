@@ -36,7 +36,7 @@ void expectLikeC(std::initializer_list<const char *> formats, Arguments... argum
         EXPECT_EQ(formatUTF8(format, arguments...), cFormat(format, arguments...)) << format;
 }
 
-TEST(Formats, numbersAreShownAsCShowsThem) {
+TEST(Formats, NumbersAreShownAsCShowsThem) {
     for (const int n : {0, 1, -1, 300, -300, INT_MAX, INT_MIN})
         expectLikeC({"%d",   "%i",  "%u",   "%o",    "%x",   "%X",          "%#x",      "%#o",
                      "%+d",  "% d", "%05d", "%-8d|", "%.3d", "%8.3d",       "%-+8.3d|", "%hd",
@@ -57,7 +57,7 @@ TEST(Formats, numbersAreShownAsCShowsThem) {
     expectLikeC({"%p", "%20p", "%-20p|"}, static_cast<void *>(&errno));
 }
 
-TEST(Formats, numbersLookTheSameInEveryLocale) {
+TEST(Formats, NumbersLookTheSameInEveryLocale) {
     for (const char *name : {"de_DE.UTF-8", "fr_FR.UTF-8", "C.UTF-8"})
         if (setlocale(LC_ALL, name) != nullptr) {
             EXPECT_EQ(formatUTF8("%.1f %'d", 2.5, 1234567), "2.5 1234567") << name;
@@ -66,7 +66,7 @@ TEST(Formats, numbersLookTheSameInEveryLocale) {
     EXPECT_EQ(formatUTF8("%.1f %'d", 2.5, 1234567), "2.5 1234567");
 }
 
-TEST(Formats, textsAndObjectsAreShownWholeCharacterByCharacter) {
+TEST(Formats, TextsAndObjectsAreShownWholeCharacterByCharacter) {
     const Object *object = String::of("h\u00E9\U0001F600");
     EXPECT_EQ(formatUTF8("%@|%12@|%-12@|", object, object, object),
               "h\u00E9\U0001F600|     h\u00E9\U0001F600|h\u00E9\U0001F600     |");
@@ -97,7 +97,7 @@ TEST(Formats, textsAndObjectsAreShownWholeCharacterByCharacter) {
 }
 
 // Text that ends where readable memory does, and is not terminated.
-TEST(Formats, nothingIsReadPastAPrecision) {
+TEST(Formats, NothingIsReadPastAPrecision) {
     const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
     auto *memory = static_cast<char *>(
         mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
@@ -110,7 +110,7 @@ TEST(Formats, nothingIsReadPastAPrecision) {
     munmap(memory, 2 * page);
 }
 
-TEST(Formats, takeArgumentsByPosition) {
+TEST(Formats, TakeArgumentsByPosition) {
     const Object *one = String::of("one");
     EXPECT_EQ(formatUTF8("%2$s %1$@ %2$s %%", one, "two"), "two one two %");
     EXPECT_EQ(formatUTF8("%3$.1f %1$d %2$lld", 1, 2LL, 3.0), "3.0 1 2");
@@ -124,7 +124,7 @@ TEST(Formats, takeArgumentsByPosition) {
         EXPECT_EQ(formatUTF8(format, 1, 2, 3, 4), format);
 }
 
-TEST(Formats, unknownConversionsAreShownAsTheyAre) {
+TEST(Formats, UnknownConversionsAreShownAsTheyAre) {
     for (const char *format : {"%", "100%", "%y", "%5.3y", "%-", "%l", "%ll", "%hhs", "%Lc", "%l@", "%zf",
                                "% ", "%.", "%1$", "%$d", "%\u00E9", "%lm", "%k%k"})
         EXPECT_EQ(formatUTF8(format, nullptr, nullptr, nullptr), format);
@@ -134,7 +134,7 @@ TEST(Formats, unknownConversionsAreShownAsTheyAre) {
     EXPECT_EQ(formatUTF8(nullptr), "");
 }
 
-TEST(Formats, sizesAreCut) {
+TEST(Formats, SizesAreCut) {
     constexpr std::size_t million = 1 << 20;
     EXPECT_EQ(formatUTF8("%99999999999999999999d", 1).size(), million);
     EXPECT_EQ(formatUTF8("%*s", INT_MIN, "x").size(), million);
@@ -146,7 +146,7 @@ TEST(Formats, sizesAreCut) {
     EXPECT_EQ(formatUTF8(many.c_str(), 1, INT_MAX).size(), 64 * million);
 }
 
-TEST(Formats, onlyWhatIsPutInIsEscaped) {
+TEST(Formats, OnlyWhatIsPutInIsEscaped) {
     const auto escaped = [](const char *format, ...) {
         va_list arguments;
         va_start(arguments, format);
@@ -163,7 +163,7 @@ TEST(Formats, onlyWhatIsPutInIsEscaped) {
               "a\nb\\n\\nc\\n\\n\\n\n  \\n|5");
 }
 
-TEST(Formats, thoseFromOutsideAreCheckedAgainstTheArguments) {
+TEST(Formats, ThoseFromOutsideAreCheckedAgainstTheArguments) {
     struct Row {
         const char *format, *kinds;
         bool takes;

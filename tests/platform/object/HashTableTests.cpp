@@ -31,16 +31,16 @@ void changeAtRandom(const std::function<std::size_t(int)> &hashOf, int values, i
     }
 }
 
-TEST(HashTables, findWhatWasAppendedAndNotRemoved) {
+TEST(HashTables, FindWhatWasAppendedAndNotRemoved) {
     changeAtRandom([](int value) { return static_cast<std::size_t>(value) * 0x9E3779B97F4A7C15U; }, 300,
                    20000);
 }
 
-TEST(HashTables, findElementsWhoseHashesCollide) {
+TEST(HashTables, FindElementsWhoseHashesCollide) {
     changeAtRandom([](int value) { return static_cast<std::size_t>(value % 3); }, 40, 20000);
 }
 
-TEST(HashTables, spreadHashesThatDifferInSomeBitsOnly) {
+TEST(HashTables, SpreadHashesThatDifferInSomeBitsOnly) {
     for (const unsigned shift : {0U, 4U, 16U, 32U, 44U}) {
         HashTable table;
         std::size_t asked = 0;
@@ -58,7 +58,7 @@ TEST(HashTables, spreadHashesThatDifferInSomeBitsOnly) {
     }
 }
 
-TEST(HashTables, areEmptyAfterTheyWereCleared) {
+TEST(HashTables, AreEmptyAfterTheyWereCleared) {
     HashTable table;
     const auto never = [](std::size_t) { return false; };
     const auto always = [](std::size_t) { return true; };

@@ -27,7 +27,7 @@ private:
 };
 const Class Counted::classInfo{"Counted", &Object::classInfo, nullptr};
 
-TEST(Objects, liveUntilTheirLastReferenceGoes) {
+TEST(Objects, LiveUntilTheirLastReferenceGoes) {
     int living = 0;
     auto first = makeRef<Counted>(living);
     auto second = first;
@@ -41,7 +41,7 @@ TEST(Objects, liveUntilTheirLastReferenceGoes) {
     EXPECT_EQ(living, 0);
 }
 
-TEST(ReleaseScopes, endWhatTheyHold) {
+TEST(ReleaseScopes, EndWhatTheyHold) {
     int living = 0;
     ReleaseScope outer;
     Counted *passedOn = nullptr;
@@ -61,7 +61,7 @@ TEST(ReleaseScopes, endWhatTheyHold) {
     EXPECT_EQ(living, 1);
 }
 
-TEST(Handlers, areNullOrShared) {
+TEST(Handlers, AreNullOrShared) {
     using Callback = Handler<int(int)>;
     EXPECT_FALSE(Callback());
     EXPECT_FALSE(Callback(nullptr));
@@ -78,7 +78,7 @@ TEST(Handlers, areNullOrShared) {
     EXPECT_EQ(copy(1), 6);
 }
 
-TEST(Handlers, keepWhatTheyAreGiven) {
+TEST(Handlers, KeepWhatTheyAreGiven) {
     int living = 0;
     Handler<bool(int)> handler;
     {
@@ -93,7 +93,7 @@ TEST(Handlers, keepWhatTheyAreGiven) {
     EXPECT_EQ(living, 0);
 }
 
-TEST(Classes, areFoundByName) {
+TEST(Classes, AreFoundByName) {
     for (const char *name : {"Object", "String", "MutableString", "Data", "MutableData", "Number", "Date",
                              "UUID", "URL", "IndexSet", "MutableIndexSet", "Array", "MutableArray",
                              "Dictionary", "MutableDictionary", "Error", "ManagedObjectID"}) {
@@ -119,7 +119,7 @@ TEST(Classes, areFoundByName) {
     EXPECT_EQ(classNamed("String"), &String::classInfo);
 }
 
-TEST(Errors, describeThemselves) {
+TEST(Errors, DescribeThemselves) {
     const auto plain = Error::create(posixErrorDomain, 2);
     EXPECT_EQ(plain->localizedDescription()->utf8(), "The operation could not be completed. (POSIX error 2)");
     const auto told = Error::createWithDescription(posixErrorDomain, 2, String::of("No \"x\""));
@@ -128,7 +128,7 @@ TEST(Errors, describeThemselves) {
     EXPECT_EQ(told->userInfo()->get(localizedDescriptionKey), told->localizedDescription());
 }
 
-TEST(ManagedObjectIDs, areEqualByURIAndState) {
+TEST(ManagedObjectIDs, AreEqualByURIAndState) {
     const auto saved = ManagedObjectID::create(URL::of("x-store://a/b"));
     EXPECT_TRUE(saved->isEqual(ManagedObjectID::create(URL::of("x-store://a/b")).get()));
     EXPECT_FALSE(saved->isEqual(ManagedObjectID::create(URL::of("x-store://a/b"), true).get()));

@@ -4,7 +4,7 @@
 
 using namespace wickerlane;
 
-TEST(Paths, haveTheseParts) {
+TEST(Paths, HaveTheseParts) {
     const struct {
         const char *path, *folder, *name, *extension, *without;
     } cases[] = {

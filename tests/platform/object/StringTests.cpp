@@ -45,7 +45,7 @@ const char *const texts[] = {
     "a text that is long enough to be taken in more than one piece, since the pieces that "
     "are compared at once hold a hundred and twenty-eight units, é"};
 
-TEST(Strings, areEqualWhateverTheirClasses) {
+TEST(Strings, AreEqualWhateverTheirClasses) {
     for (const char *text : texts) {
         SCOPED_TRACE(text);
         const auto plain = String::create(text);
@@ -77,7 +77,7 @@ TEST(Strings, areEqualWhateverTheirClasses) {
     }
 }
 
-TEST(Strings, aForeignStringIsAKeyLikeAnyOther) {
+TEST(Strings, AForeignStringIsAKeyLikeAnyOther) {
     const auto foreign = makeRef<ForeignString>(u"schl\u00FCssel");
     const auto dictionary = MutableDictionary::create();
     dictionary->set(foreign.get(), Number::of(1));
@@ -94,7 +94,7 @@ TEST(Strings, aForeignStringIsAKeyLikeAnyOther) {
     EXPECT_TRUE(lone->isEqual(makeRef<ForeignString>(u"\xD83D").get()));
 }
 
-TEST(Strings, takeNoIllFormedText) {
+TEST(Strings, TakeNoIllFormedText) {
     using namespace std::string_view_literals;
     for (const std::string_view bad :
          {"\xFF"sv, "a\x80"sv, "\xC0\x80"sv, "\xC3"sv, "\xE0\x80\x80"sv, "\xED\xA0\x80"sv,
@@ -109,7 +109,7 @@ TEST(Strings, takeNoIllFormedText) {
     EXPECT_EQ(String::createWithUTF16(u"\xDE00x\xD83D")->utf8(), "\uFFFDx\uFFFD");
 }
 
-TEST(Strings, unitsAreFoundOnManyThreadsAtOnce) {
+TEST(Strings, UnitsAreFoundOnManyThreadsAtOnce) {
     std::string text;
     for (int i = 0; i < 1000; ++i)
         text += "ä😀";
@@ -124,7 +124,7 @@ TEST(Strings, unitsAreFoundOnManyThreadsAtOnce) {
         thread.join();
 }
 
-TEST(Strings, compareAsTheOptionsSay) {
+TEST(Strings, CompareAsTheOptionsSay) {
     const struct {
         const char *left, *right;
         CompareOptions options;
@@ -171,7 +171,7 @@ TEST(Strings, compareAsTheOptionsSay) {
     EXPECT_EQ(text->compare(String::empty(), CompareOptions::none, {99, 5}), same);
 }
 
-TEST(Strings, collateOnManyThreadsAtOnce) {
+TEST(Strings, CollateOnManyThreadsAtOnce) {
     std::vector<std::thread> threads;
     for (int t = 0; t < 4; ++t)
         threads.emplace_back([t] {
@@ -188,7 +188,7 @@ TEST(Strings, collateOnManyThreadsAtOnce) {
         thread.join();
 }
 
-TEST(Strings, findTextsBetweenWholeCharacters) {
+TEST(Strings, FindTextsBetweenWholeCharacters) {
     constexpr auto backwards = CompareOptions::backwards;
     constexpr auto anchored = CompareOptions::anchored;
     constexpr Range none{String::notFound, 0};
@@ -217,7 +217,7 @@ TEST(Strings, findTextsBetweenWholeCharacters) {
             << String::of(c.text)->rangeOf(String::of(c.searched), c.options).location;
 }
 
-TEST(Strings, giveDerivedTextsThatAreValid) {
+TEST(Strings, GiveDerivedTextsThatAreValid) {
     const String *text = String::of("a\U0001F600\u00C4z");
     EXPECT_EQ(text->substring({3, 99})->utf8(), "\u00C4z");
     EXPECT_EQ(text->substring({0, 2})->utf8(), "a\uFFFD");
@@ -228,7 +228,7 @@ TEST(Strings, giveDerivedTextsThatAreValid) {
     EXPECT_TRUE(text->hasPrefix("a") && text->hasSuffix("z") && !text->hasPrefix("z") && text->hasSuffix(""));
 }
 
-TEST(Strings, giveTheNumberThatBeginsThem) {
+TEST(Strings, GiveTheNumberThatBeginsThem) {
     const struct {
         const char *text;
         std::int64_t integer;
@@ -261,7 +261,7 @@ TEST(Strings, giveTheNumberThatBeginsThem) {
     }
 }
 
-TEST(MutableStrings, stayValidThroughEveryChange) {
+TEST(MutableStrings, StayValidThroughEveryChange) {
     const auto text = MutableString::create("a\u00C4");
     EXPECT_EQ(text->utf8(), "a\u00C4");
     text->append("b");

@@ -11,7 +11,7 @@ std::string textOf(const String *text) {
     return text != nullptr ? std::string(text->utf8()) : "-";
 }
 
-TEST(URLs, resolveReferencesAsTheStandardSays) {
+TEST(URLs, ResolveReferencesAsTheStandardSays) {
     // The examples of RFC 3986, 5.4, and some that only arise with odd bases.
     const struct {
         const char *base, *reference, *absolute;
@@ -62,7 +62,7 @@ TEST(URLs, resolveReferencesAsTheStandardSays) {
     }
 }
 
-TEST(URLs, haveTheseParts) {
+TEST(URLs, HaveTheseParts) {
     const struct {
         const char *text, *scheme, *host, *path, *query, *fragment;
     } cases[] = {
@@ -89,7 +89,7 @@ TEST(URLs, haveTheseParts) {
     EXPECT_EQ(textOf(URL::of("x:/\u00E4")->absoluteString()), "x:/%C3%A4");
 }
 
-TEST(URLs, takeNoOtherText) {
+TEST(URLs, TakeNoOtherText) {
     using namespace std::string_view_literals;
     for (const std::string_view bad : {""sv,          "a b"sv,        "a\n"sv,           "a\0b"sv,
                                        "%"sv,         "a%4"sv,        "a%zz"sv,          "1a:b"sv,
@@ -100,7 +100,7 @@ TEST(URLs, takeNoOtherText) {
         EXPECT_EQ(URL::of(bad), nullptr) << testing::PrintToString(bad);
 }
 
-TEST(URLs, keepThePathsOfFilesExactly) {
+TEST(URLs, KeepThePathsOfFilesExactly) {
     using namespace std::string_view_literals;
     for (const std::string_view path :
          {"/"sv, "/a b/%41?#[\u00E4]"sv, "/bad\xFF"sv, "//x"sv, "/a/../b;c:d@e"sv, "/a/"sv}) {
@@ -124,7 +124,7 @@ TEST(URLs, keepThePathsOfFilesExactly) {
         EXPECT_EQ(URL::of(other)->fileSystemPath(), "") << other;
 }
 
-TEST(URLs, giveTheFirstValueOfAQueryItem) {
+TEST(URLs, GiveTheFirstValueOfAQueryItem) {
     const URL *url = URL::of("x://a?id=A%2FB&ext=&flag&id=second&%65=%C3%A4&q=a=b&n=%00");
     const std::pair<const char *, const char *> cases[] = {{"id", "A/B"},   {"ext", ""},  {"flag", ""},
                                                            {"e", "\u00E4"}, {"q", "a=b"}, {"n", "%00"},
@@ -134,7 +134,7 @@ TEST(URLs, giveTheFirstValueOfAQueryItem) {
     EXPECT_EQ(URL::of("x:a")->queryValue("id"), nullptr);
 }
 
-TEST(URLs, areEqualByTextAndBase) {
+TEST(URLs, AreEqualByTextAndBase) {
     const auto base = URL::create("http://a/b");
     const auto relative = URL::create("c", base.get());
     EXPECT_TRUE(relative->isEqual(URL::create("c", URL::of("http://a/b")).get()));

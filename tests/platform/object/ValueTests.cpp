@@ -14,7 +14,7 @@ using namespace wickerlane;
 
 namespace {
 
-TEST(Numbers, compareByValueAcrossKinds) {
+TEST(Numbers, CompareByValueAcrossKinds) {
     constexpr double twoTo63 = 9223372036854775808.0;
     // Ascending; the numbers of one row are equal.
     const std::vector<std::vector<Number *>> rows = {
@@ -46,7 +46,7 @@ TEST(Numbers, compareByValueAcrossKinds) {
                 }
 }
 
-TEST(Numbers, convertWithinTheRangeOfEachType) {
+TEST(Numbers, ConvertWithinTheRangeOfEachType) {
     using Kind = Number::Kind;
     const struct {
         Number *number;
@@ -78,7 +78,7 @@ TEST(Numbers, convertWithinTheRangeOfEachType) {
     EXPECT_EQ(Number::of(true), Number::of(true));
 }
 
-TEST(Dates, areDescribedInUniversalTime) {
+TEST(Dates, AreDescribedInUniversalTime) {
     EXPECT_EQ(Date::createWithReferenceSeconds(0)->description()->utf8(), "2001-01-01 00:00:00 +0000");
     EXPECT_EQ(Date::createWithUnixSeconds(-0.25)->description()->utf8(), "1969-12-31 23:59:59 +0000");
     EXPECT_EQ(Date::createWithUnixSeconds(1e9)->referenceSeconds(), 1e9 - 978307200);
@@ -86,7 +86,7 @@ TEST(Dates, areDescribedInUniversalTime) {
         EXPECT_NE(Date::createWithReferenceSeconds(odd)->description()->length(), 0U);
 }
 
-TEST(UUIDs, readTheirText) {
+TEST(UUIDs, ReadTheirText) {
     const auto uuid = UUID::createWithText("0a1b2c3d-4e5f-6071-8293-A4B5C6D7E8F9");
     ASSERT_TRUE(uuid);
     EXPECT_EQ(uuid->description()->utf8(), "0A1B2C3D-4E5F-6071-8293-A4B5C6D7E8F9");
@@ -100,7 +100,7 @@ TEST(UUIDs, readTheirText) {
         EXPECT_FALSE(UUID::createWithText(bad)) << bad;
 }
 
-TEST(DataObjects, lendAndCopy) {
+TEST(DataObjects, LendAndCopy) {
     int ended = 0;
     const auto bytes = std::as_bytes(std::span("0123456", 7));
     {
@@ -119,7 +119,7 @@ TEST(DataObjects, lendAndCopy) {
 }
 
 // Against a set of single numbers, with many small changes.
-TEST(IndexSets, holdWhatWasAddedAndNotRemoved) {
+TEST(IndexSets, HoldWhatWasAddedAndNotRemoved) {
     const auto set = MutableIndexSet::create();
     std::set<std::size_t> model;
     std::uint32_t random = 1;
@@ -143,7 +143,7 @@ TEST(IndexSets, holdWhatWasAddedAndNotRemoved) {
     }
 }
 
-TEST(IndexSets, areCutAtTheLargestIndex) {
+TEST(IndexSets, AreCutAtTheLargestIndex) {
     const auto set = IndexSet::create({9, 2, 0, 1, 5, 10, 9, String::notFound});
     EXPECT_EQ(set->description()->utf8(), "{0-2, 5, 9-10}");
     const auto same = MutableIndexSet::create();

@@ -38,11 +38,11 @@ void writeMany(const std::string &who) {
 
 } // namespace
 
-TEST(DISABLED_PreferencesPeer, writes) {
+TEST(DISABLED_PreferencesPeer, Writes) {
     writeMany("peer ");
 }
 
-TEST(Preferences, comeFromTheDomainThenTheGlobalDomain) {
+TEST(Preferences, ComeFromTheDomainThenTheGlobalDomain) {
     const auto value = [](std::string_view key) { return preferenceValue(key, "org.wickerlane.test"); };
     EXPECT_EQ(value("a"), nullptr);
     ASSERT_TRUE(setPreferenceValue("a", String::of("global"), globalPreferencesDomain));
@@ -61,7 +61,7 @@ TEST(Preferences, comeFromTheDomainThenTheGlobalDomain) {
     EXPECT_EQ(as<Number>(value("b"))->kind(), Number::Kind::boolean);
 }
 
-TEST(Preferences, giveIntegersFromNumbersAndTexts) {
+TEST(Preferences, GiveIntegersFromNumbersAndTexts) {
     const struct {
         Object *value;
         std::int64_t expected;
@@ -84,8 +84,8 @@ TEST(Preferences, giveIntegersFromNumbersAndTexts) {
     }
 }
 
-TEST(Preferences, loseNothingThatTwoProcessesAndTwoThreadsWrite) {
-    test::Peer peer("DISABLED_PreferencesPeer.writes");
+TEST(Preferences, LoseNothingThatTwoProcessesAndTwoThreadsWrite) {
+    test::Peer peer("DISABLED_PreferencesPeer.Writes");
     std::thread other([] { writeMany("thread "); });
     writeMany("main ");
     other.join();
@@ -97,7 +97,7 @@ TEST(Preferences, loseNothingThatTwoProcessesAndTwoThreadsWrite) {
 
 // Two states of equal size, written in quick succession: a reader that went by the file's times alone would
 // miss some.
-TEST(Preferences, areNeverOlderThanTheFile) {
+TEST(Preferences, AreNeverOlderThanTheFile) {
     for (int i = 0; i < 100; ++i) {
         ReleaseScope scope;
         ASSERT_TRUE(setPreferenceValue("n", Number::of(i % 2), "org.wickerlane.test"));
@@ -107,7 +107,7 @@ TEST(Preferences, areNeverOlderThanTheFile) {
     EXPECT_EQ(preferenceInteger("n", "org.wickerlane.test", -1), -1);
 }
 
-TEST(Preferences, readDamagedFilesAsEmptyAndLeaveThemAlone) {
+TEST(Preferences, ReadDamagedFilesAsEmptyAndLeaveThemAlone) {
     ASSERT_TRUE(makeFolders(pathUnderRoot("/var/mobile/Library/Preferences")));
     const std::string path = fileOf("org.wickerlane.test");
     for (const std::string_view damaged :
@@ -129,7 +129,7 @@ TEST(Preferences, readDamagedFilesAsEmptyAndLeaveThemAlone) {
     EXPECT_TRUE(fs::is_symlink(path));
 }
 
-TEST(Preferences, refuseWhatCannotBeStored) {
+TEST(Preferences, RefuseWhatCannotBeStored) {
     for (const std::string domain : {"", "a/b", "..", "a..b", ".", "../../etc/passwd"}) {
         EXPECT_FALSE(setPreferenceValue("n", Number::of(1), domain)) << domain;
         EXPECT_EQ(errno, EINVAL);
@@ -142,7 +142,7 @@ TEST(Preferences, refuseWhatCannotBeStored) {
     EXPECT_FALSE(fs::exists(fileOf("org.wickerlane.test")));
 }
 
-TEST(Preferences, knowTheDomainOfTheApplication) {
+TEST(Preferences, KnowTheDomainOfTheApplication) {
     EXPECT_EQ(applicationDomain(), fs::read_symlink("/proc/self/exe").filename().string());
     setApplicationDomain("org.example.app");
     EXPECT_EQ(applicationDomain(), "org.example.app");

@@ -18,7 +18,7 @@
 using namespace wickerlane;
 namespace fs = std::filesystem;
 
-TEST(ProcessInformation, hasTheArgumentsOfThisProcess) {
+TEST(ProcessInformation, HasTheArgumentsOfThisProcess) {
     const auto made = Ref<Object>::adopt(classNamed("ProcessInformation")->instantiate());
     const auto *information = as<ProcessInformation>(made.get());
     ASSERT_NE(information, nullptr);
@@ -27,7 +27,7 @@ TEST(ProcessInformation, hasTheArgumentsOfThisProcess) {
     EXPECT_EQ(as<String>(arguments->at(0))->utf8(), program_invocation_name);
 }
 
-TEST(ProcessTable, holdsThisProcessAndItsParentByAscendingIds) {
+TEST(ProcessTable, HoldsThisProcessAndItsParentByAscendingIds) {
     const auto table = processTable();
     ASSERT_TRUE(table);
     for (const pid_t process : {getpid(), getppid()})
@@ -38,7 +38,7 @@ TEST(ProcessTable, holdsThisProcessAndItsParentByAscendingIds) {
 }
 
 // A copy of a program, which is deleted while it runs.
-TEST(ProcessFacts, areThoseOfTheProcess) {
+TEST(ProcessFacts, AreThoseOfTheProcess) {
     const fs::path program = fs::path(std::getenv("WICKERLANE_ROOT")) / "program";
     fs::copy_file("/bin/sleep", program);
     std::string path = program, seconds = "60";
@@ -59,7 +59,7 @@ TEST(ProcessFacts, areThoseOfTheProcess) {
     EXPECT_EQ(withoutDeletedMark("/a (deleted)b"), "/a (deleted)b");
 }
 
-TEST(ProcessFacts, countTheProcessorsThatMayBeUsed) {
+TEST(ProcessFacts, CountTheProcessorsThatMayBeUsed) {
     cpu_set_t before, one;
     ASSERT_EQ(sched_getaffinity(0, sizeof before, &before), 0);
     EXPECT_EQ(processorCount(), static_cast<unsigned>(CPU_COUNT(&before)));
@@ -73,7 +73,7 @@ TEST(ProcessFacts, countTheProcessorsThatMayBeUsed) {
     sched_setaffinity(0, sizeof before, &before);
 }
 
-TEST(LibraryLoading, failsForWhatIsNoLibraryAndLooksNowhereElse) {
+TEST(LibraryLoading, FailsForWhatIsNoLibraryAndLooksNowhereElse) {
     // The second is known to the loader, but does not lie beside the library.
     for (const char *path : {"", "libc.so.6", "libnone.so", "/", "/etc/passwd", "/none/libnone.so"})
         EXPECT_FALSE(loadLibrary(path)) << path;

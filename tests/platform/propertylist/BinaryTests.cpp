@@ -27,7 +27,7 @@ void expectSame(const Object *a, const Object *b) {
         }
 }
 
-TEST(BinaryPropertyList, bytesAreThoseOfTheFormat) {
+TEST(BinaryPropertyList, BytesAreThoseOfTheFormat) {
     struct Case {
         const char *what;
         Object *root;
@@ -75,7 +75,7 @@ TEST(BinaryPropertyList, bytesAreThoseOfTheFormat) {
     }
 }
 
-TEST(BinaryPropertyList, referencesAndOffsetsGrowWithTheList) {
+TEST(BinaryPropertyList, ReferencesAndOffsetsGrowWithTheList) {
     // With 256 objects a reference takes two bytes, and one byte more of objects makes offsets longer.
     for (const int count : {1, 254, 255, 256, 65534, 65535, 70000}) {
         SCOPED_TRACE(count);
@@ -95,7 +95,7 @@ TEST(BinaryPropertyList, referencesAndOffsetsGrowWithTheList) {
     }
 }
 
-TEST(BinaryPropertyList, valuesComeBackExactly) {
+TEST(BinaryPropertyList, ValuesComeBackExactly) {
     auto all = MutableArray::create();
     for (const std::int64_t n : {std::int64_t{0}, std::int64_t{127}, std::int64_t{128}, std::int64_t{1} << 32,
                                  std::numeric_limits<std::int64_t>::max(), std::int64_t{-1},
@@ -126,7 +126,7 @@ TEST(BinaryPropertyList, valuesComeBackExactly) {
     EXPECT_NE(as<Number>(nan.get())->doubleValue(), as<Number>(nan.get())->doubleValue());
 }
 
-TEST(BinaryPropertyList, anythingElseIsRefusedWithItsPlace) {
+TEST(BinaryPropertyList, AnythingElseIsRefusedWithItsPlace) {
     auto loop = MutableArray::create();
     auto around = MutableDictionary::create();
     around->set("loop", loop.get());
@@ -161,7 +161,7 @@ TEST(BinaryPropertyList, anythingElseIsRefusedWithItsPlace) {
     EXPECT_FALSE(error);
 }
 
-TEST(BinaryPropertyList, depthIsLimitedOnEveryWay) {
+TEST(BinaryPropertyList, DepthIsLimitedOnEveryWay) {
     const auto nested = [](std::size_t depth) {
         Ref<Array> inner = Array::create();
         for (; depth > 1; --depth)
@@ -206,7 +206,7 @@ TEST(BinaryPropertyList, depthIsLimitedOnEveryWay) {
         EXPECT_THAT(reasonFor(assemble(objects, {.referenceSize = 2})), testing::HasSubstr("512 levels"));
 }
 
-TEST(BinaryPropertyList, sharedContainersStayShared) {
+TEST(BinaryPropertyList, SharedContainersStayShared) {
     // Written out in full this would hold 2 to the 100th elements.
     std::vector<std::string> objects;
     for (char i = 0; i < 100; ++i)
@@ -218,7 +218,7 @@ TEST(BinaryPropertyList, sharedContainersStayShared) {
     EXPECT_EQ(written(root.get()), bytes);
 }
 
-TEST(BinaryPropertyList, otherWritersMayChooseOtherSizes) {
+TEST(BinaryPropertyList, OtherWritersMayChooseOtherSizes) {
     struct Case {
         std::string bytes;
         Object *value;
@@ -243,7 +243,7 @@ TEST(BinaryPropertyList, otherWritersMayChooseOtherSizes) {
     }
 }
 
-TEST(BinaryPropertyList, corruptListsAreRefusedWithAReason) {
+TEST(BinaryPropertyList, CorruptListsAreRefusedWithAReason) {
     constexpr std::uint64_t huge = std::uint64_t{1} << 60;
     struct Case {
         std::string bytes;
@@ -304,7 +304,7 @@ TEST(BinaryPropertyList, corruptListsAreRefusedWithAReason) {
     EXPECT_THAT(reasonFor(bytes), testing::HasSubstr("overlap"));
 }
 
-TEST(BinaryPropertyList, damageNeverDoesMoreThanSpoilTheList) {
+TEST(BinaryPropertyList, DamageNeverDoesMoreThanSpoilTheList) {
     const std::string bytes = written(dictionary({
         {"numbers",
          Array::of({Number::of(1), Number::of(-5), Number::of(2.5), Number::of(~std::uint64_t{0})})},

@@ -37,7 +37,7 @@ std::string contentsOf(const std::string &path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-TEST(PropertyList, agreesWithPythons) {
+TEST(PropertyList, AgreesWithPythons) {
     const std::string root = std::getenv("WICKERLANE_ROOT");
     std::ofstream(root + "/tree.py") << script;
     const std::string command = "python3 " + root + "/tree.py " + root + "/binary " + root + "/xml";

@@ -68,7 +68,7 @@ void expectRefusals(std::span<const Refusal> refusals) {
         EXPECT_THAT(reasonFor(r.text), testing::HasSubstr(r.reason)) << r.text.substr(0, 200);
 }
 
-TEST(XMLPropertyList, valuesAreRead) {
+TEST(XMLPropertyList, ValuesAreRead) {
     const Value values[] = {
         {xml("<string>a &lt;&amp;&#xE9; <![CDATA[<b>]]><!-- no --></string>"), String::of("a <&\u00E9 <b>")},
         {xml("<string/>"), String::of("")},
@@ -104,7 +104,7 @@ TEST(XMLPropertyList, valuesAreRead) {
     expectValues(values, PropertyListFormat::xml);
 }
 
-TEST(XMLPropertyList, anythingElseIsRefusedWithItsLine) {
+TEST(XMLPropertyList, AnythingElseIsRefusedWithItsLine) {
     const std::string bomb = "<!ENTITY a \"ha\"><!ENTITY b \"&a;&a;&a;\">";
     const Refusal refusals[] = {
         {"<!DOCTYPE plist [" + bomb + "]><plist><string>&b;</string></plist>", "in line 1"},
@@ -148,7 +148,7 @@ TEST(XMLPropertyList, anythingElseIsRefusedWithItsLine) {
     expectRefusals(refusals);
 }
 
-TEST(TextPropertyList, valuesAreRead) {
+TEST(TextPropertyList, ValuesAreRead) {
     auto *pairs = dictionary({{"Yes", String::of("Ja")}, {"a.b", String::of("a.b")}});
     const Value values[] = {
         {"/* table */\n\"Yes\" = \"Ja\"; // the answer\na.b;\n", pairs},
@@ -177,7 +177,7 @@ TEST(TextPropertyList, valuesAreRead) {
     expectValues(values, PropertyListFormat::text);
 }
 
-TEST(TextPropertyList, anythingElseIsRefusedWithItsLine) {
+TEST(TextPropertyList, AnythingElseIsRefusedWithItsLine) {
     const Refusal refusals[] = {
         {"\"a\" = \"b\"", "not followed by ';' in line 1"},
         {"\"a\" = \"b\";\n\"c\" \"d\";", "neither '=' nor ';' in line 2"},

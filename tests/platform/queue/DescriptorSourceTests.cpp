@@ -41,7 +41,7 @@ class DescriptorSources : public ::testing::Test {
 
 } // namespace
 
-TEST_F(DescriptorSources, callOncePerArming) {
+TEST_F(DescriptorSources, CallOncePerArming) {
     const Pair pair;
     const auto called = Semaphore::create(0);
     std::atomic<std::uint32_t> events = 0;
@@ -68,7 +68,7 @@ TEST_F(DescriptorSources, callOncePerArming) {
     EXPECT_FALSE(called->wait(5ms)) << "called though cancelled";
 }
 
-TEST_F(DescriptorSources, reportADescriptorThatCannotBeWatched) {
+TEST_F(DescriptorSources, ReportADescriptorThatCannotBeWatched) {
     std::array<char, 32> name{"/tmp/wickerlane-source-XXXXXX"};
     const UniqueFd regular(mkostemp(name.data(), O_CLOEXEC));
     unlink(name.data());
@@ -84,7 +84,7 @@ TEST_F(DescriptorSources, reportADescriptorThatCannotBeWatched) {
     source->cancel();
 }
 
-TEST_F(DescriptorSources, mayBeCancelledInTheirHandlerAndReleaseIt) {
+TEST_F(DescriptorSources, MayBeCancelledInTheirHandlerAndReleaseIt) {
     const Pair pair;
     const auto gone = Semaphore::create(0);
     struct Signal {
@@ -107,7 +107,7 @@ TEST_F(DescriptorSources, mayBeCancelledInTheirHandlerAndReleaseIt) {
 
 // Cancels while events come, closes the descriptor at once, and lets the next round reuse its number. A
 // handler that runs after its cancelling would find the flag down.
-TEST_F(DescriptorSources, runNoHandlerOnceCancelReturns) {
+TEST_F(DescriptorSources, RunNoHandlerOnceCancelReturns) {
     std::atomic<int> late = 0, calls = 0;
     for (int round = 0; round < 2'000; ++round) {
         const auto called = Semaphore::create(0);

@@ -49,7 +49,7 @@ private:
 } // namespace
 
 // Items blocked in the library's own waits, which announce themselves, and in a wait of any other kind.
-TEST(GlobalQueue, runsTheNextItemWhileAnyNumberIsBlocked) {
+TEST(GlobalQueue, RunsTheNextItemWhileAnyNumberIsBlocked) {
     constexpr int blockedItems = 500;
     for (const bool announced : {true, false}) {
         SCOPED_TRACE(announced);
@@ -79,7 +79,7 @@ TEST(GlobalQueue, runsTheNextItemWhileAnyNumberIsBlocked) {
     EXPECT_TRUE(test::waitUntil([] { return workerCount() == 0; })) << "idle threads stay: " << workerCount();
 }
 
-TEST(GlobalQueue, computingWithoutEndDoesNotKeepTheNextItemFromRunning) {
+TEST(GlobalQueue, ComputingWithoutEndDoesNotKeepTheNextItemFromRunning) {
     std::atomic<bool> reached = false;
     const auto ended = Semaphore::create(0);
     constexpr int spinners = 4;
@@ -96,7 +96,7 @@ TEST(GlobalQueue, computingWithoutEndDoesNotKeepTheNextItemFromRunning) {
         ended->wait();
 }
 
-TEST(GlobalQueue, aBurstOfShortItemsMakesFewThreads) {
+TEST(GlobalQueue, ABurstOfShortItemsMakesFewThreads) {
     constexpr int items = 200'000;
     // A worker may sleep for a moment in a lock of the allocator's, so that a few more than the processors
     // are fair.
@@ -116,7 +116,7 @@ TEST(GlobalQueue, aBurstOfShortItemsMakesFewThreads) {
     EXPECT_LE(workerCount(), few);
 }
 
-TEST(SerialQueue, runsOneAtATimeInTheOrderOfEachSubmitter) {
+TEST(SerialQueue, RunsOneAtATimeInTheOrderOfEachSubmitter) {
     constexpr int submitters = 8, items = 5'000;
     auto queue = WorkQueue::create("order");
     EXPECT_STREQ(queue->label(), "order");
@@ -146,7 +146,7 @@ TEST(SerialQueue, runsOneAtATimeInTheOrderOfEachSubmitter) {
     EXPECT_FALSE(overlapped);
 }
 
-TEST(SerialQueue, livesUntilItsItemsHaveRunAndReleasesThem) {
+TEST(SerialQueue, LivesUntilItsItemsHaveRunAndReleasesThem) {
     std::atomic<int> living = 0;
     const auto done = Semaphore::create(0);
     {
@@ -160,7 +160,7 @@ TEST(SerialQueue, livesUntilItsItemsHaveRunAndReleasesThem) {
     EXPECT_TRUE(test::waitUntil([&] { return living == 0; }));
 }
 
-TEST(WorkQueues, haveEverythingDoneWhenSyncReturns) {
+TEST(WorkQueues, HaveEverythingDoneWhenSyncReturns) {
     auto serial = WorkQueue::create("sync");
     std::atomic<int> living = 0;
     for (WorkQueue *queue : {serial.get(), WorkQueue::global(), WorkQueue::main()}) {
@@ -177,7 +177,7 @@ TEST(WorkQueues, haveEverythingDoneWhenSyncReturns) {
     }
 }
 
-TEST(WorkQueues, leaveTheSignalsToTheApplication) {
+TEST(WorkQueues, LeaveTheSignalsToTheApplication) {
     const auto done = Semaphore::create(0);
     sigset_t mask;
     sigemptyset(&mask);
@@ -191,7 +191,7 @@ TEST(WorkQueues, leaveTheSignalsToTheApplication) {
     EXPECT_EQ(sigismember(&mask, SIGSEGV), 0);
 }
 
-TEST(DelayedWork, comesNotBeforeItsTimeAndInOrder) {
+TEST(DelayedWork, ComesNotBeforeItsTimeAndInOrder) {
     auto queue = WorkQueue::create("delayed");
     std::vector<int> order;
     const auto done = Semaphore::create(0);
@@ -210,7 +210,7 @@ TEST(DelayedWork, comesNotBeforeItsTimeAndInOrder) {
     EXPECT_GE(at - start, 30ms);
 }
 
-TEST(MainQueue, runsUntilStopped) {
+TEST(MainQueue, RunsUntilStopped) {
     int ran = 0;
     std::thread other([&] {
         WorkQueue::main()->async([&] { ++ran; });
@@ -230,7 +230,7 @@ TEST(MainQueue, runsUntilStopped) {
     WorkQueue::runMain();
 }
 
-TEST(MainQueue, servesForeignEventLoops) {
+TEST(MainQueue, ServesForeignEventLoops) {
     test::allowLastingDescriptors(std::array{"anon_inode:[eventfd]"}); // the queue's own
     EXPECT_FALSE(mainDescriptorIsReadable());
     std::vector<int> order;
@@ -249,7 +249,7 @@ TEST(MainQueue, servesForeignEventLoops) {
     EXPECT_EQ(order, (std::vector{1, 2, 3}));
 }
 
-TEST(Once, runsOnceAndHoldsTheOthersUntilThen) {
+TEST(Once, RunsOnceAndHoldsTheOthersUntilThen) {
     static constinit Once once;
     std::atomic<int> attempts = 0;
     int made = 0; // unguarded: once guards it
@@ -277,7 +277,7 @@ TEST(Once, runsOnceAndHoldsTheOthersUntilThen) {
     EXPECT_EQ(wrong, 0);
 }
 
-TEST(Semaphore, losesNoSignal) {
+TEST(Semaphore, LosesNoSignal) {
     constexpr int threads = 4, rounds = 20'000;
     const auto deadline = std::chrono::steady_clock::now() + generous;
     const auto full = Semaphore::create(0), empty = Semaphore::create(2);

@@ -4,7 +4,7 @@
 
 using namespace wickerlane;
 
-TEST(ImageSurface, passesItsPixelsInAMessageObject) {
+TEST(ImageSurface, PassesItsPixelsInAMessageObject) {
     const auto surface = ImageSurface::create(3, 2, PixelFormat::bgra8);
     ASSERT_NE(surface, nullptr);
     EXPECT_EQ(surface->bytesPerRow(), 64U);
@@ -23,7 +23,7 @@ TEST(ImageSurface, passesItsPixelsInAMessageObject) {
     EXPECT_TRUE(surface->createMessageObject()->isEqual(object.get())) << "it may be sent again";
 }
 
-TEST(ImageSurface, hasAGeometryThatFits) {
+TEST(ImageSurface, HasAGeometryThatFits) {
     EXPECT_EQ(ImageSurface::create(0, 1, PixelFormat::bgra8), nullptr);
     EXPECT_EQ(ImageSurface::create(1, 65'501, PixelFormat::gray8), nullptr);
     EXPECT_EQ(ImageSurface::create(65'500, 65'500, PixelFormat::rgba8), nullptr);
@@ -31,7 +31,7 @@ TEST(ImageSurface, hasAGeometryThatFits) {
     EXPECT_NE(ImageSurface::create(65'500, 1, PixelFormat::gray8), nullptr);
 }
 
-TEST(ImageSurface, believesNothingThatAMessageSaysOfItsMemory) {
+TEST(ImageSurface, BelievesNothingThatAMessageSaysOfItsMemory) {
     EXPECT_EQ(ImageSurface::lookUp(nullptr), nullptr);
     EXPECT_EQ(ImageSurface::lookUp(MessageScalar::createInt64(1).get()), nullptr);
     const auto object = [] {

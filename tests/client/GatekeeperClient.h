@@ -1,6 +1,6 @@
 // What the tests of operations share: a client whose connection is a fake, and values to call it with.
-#ifndef WICKERLANE_TESTS_CLIENT_CLIENTTEST_H
-#define WICKERLANE_TESTS_CLIENT_CLIENTTEST_H
+#ifndef WICKERLANE_TESTS_CLIENT_GATEKEEPERCLIENT_H
+#define WICKERLANE_TESTS_CLIENT_GATEKEEPERCLIENT_H
 
 #include <gtest/gtest.h>
 
@@ -20,13 +20,13 @@ inline bool setProcessorCount(int count) {
     return setPreferenceValue("ProcessorCount", Number::of(count), "org.wickerlane.device");
 }
 
-struct ClientTest : ::testing::Test {
+struct GatekeeperClient : ::testing::Test {
     const bool hasTwoProcessors = setProcessorCount(2);
     Ref<FakeConnection> connection = makeRef<FakeConnection>();
     OwnClient client;
     ReleaseScope scope; // ends first: what the connection autoreleases counts itself there
 
-    ClientTest() {
+    GatekeeperClient() {
         EXPECT_TRUE(hasTwoProcessors);
         client->setConnection(connection.get());
         allowLastingDescriptors(folderWatchDescriptors); // of the log system, which an operation asks
