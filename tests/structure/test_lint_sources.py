@@ -15,6 +15,7 @@ TREE = {
     'examples/Local.h': '',
     'examples/Near.cpp': '#include "Local.h"\n',
     '.clang-tidy': '',
+    'scripts/check': '',
 }
 ALL = ['cli/Other.cpp', 'examples/Near.cpp', 'hoardd/Uses.cpp']
 # A file that is changed, and what is to be linted then.
@@ -23,6 +24,7 @@ CASES = [
     ('cli/Other.cpp', ['cli/Other.cpp']),
     ('examples/Local.h', ['examples/Near.cpp']),
     ('.clang-tidy', ALL),
+    ('scripts/check', []),
 ]
 
 with tempfile.TemporaryDirectory() as made:
