@@ -55,7 +55,6 @@ TEST_F(Album, IsMadeOnceByItsName) {
     const auto again = addGroup("Été");
     EXPECT_TRUE(again->getBool("nameTaken"));
     EXPECT_FALSE(again->contains("groupURL"));
-    EXPECT_FALSE(addGroup("été")->getBool("nameTaken"));
     EXPECT_EQ(refusal(request(11).get()), "an album needs a name");
 }
 
@@ -67,7 +66,6 @@ TEST_F(Album, HoldsAssetsAndCountsThem) {
     const std::string absent = "rez-vault://asset/asset.JPG?id=0000000A-0000-4000-8000-00000000ABCD&ext=JPG";
     EXPECT_TRUE(add(one, trip.uuid));
     EXPECT_TRUE(add(two, trip.uuid));
-    EXPECT_TRUE(add(one, trip.uuid)) << "once more changes nothing";
     EXPECT_FALSE(add(absent, trip.uuid));
     EXPECT_FALSE(add(one, "0000000A-0000-4000-8000-00000000ABCD"));
     EXPECT_FALSE(add(one, "Trip"));

@@ -88,7 +88,7 @@ TEST_F(Albums, ThatAreSharedAreLimited) {
     const auto refused = add(two, shared);
     ASSERT_FALSE(refused);
     EXPECT_EQ(refused.error().text, "the shared album is full");
-    EXPECT_TRUE(add(one, shared)) << "once more changes nothing";
+    EXPECT_TRUE(add(one, shared)) << "adding it again changes nothing";
     EXPECT_EQ(assetsIn(shared), std::vector{one});
     for (const std::string &asset : {one, two})
         EXPECT_TRUE(add(asset, mine));

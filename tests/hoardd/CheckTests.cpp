@@ -108,7 +108,7 @@ TEST_F(Check, FindsEachFaultAndRepairMendsWhatCanBe) {
     std::size_t kept = 0;
     for (const auto &entry : fs::directory_iterator(paths.lostAndFound()))
         kept += contentsOf(entry.path()) == words ? 1 : 0;
-    EXPECT_EQ(kept, std::size(strays)) << "what nobody has is kept, too";
+    EXPECT_EQ(kept, std::size(strays)) << "strays are kept";
 }
 
 TEST_F(Check, KnowsWhatIsThereAlready) {

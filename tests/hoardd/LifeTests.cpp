@@ -166,7 +166,7 @@ public:
         for (; count > 0; --count)
             answers->wait();
     }
-    /// One whose answer is handled after a kill would go on with the next daemon for ever.
+    /// One whose answer is handled after a kill would go on with each next daemon.
     void stop() { stopped = true; }
     /// What was answered: UUID to picture.
     std::map<std::string, std::size_t> take() {

@@ -37,7 +37,6 @@ protected:
 TEST_F(Sharing, AdditionsToASharedAlbumAreAnnounced) {
     ReleaseScope scope;
     const std::string album = streamAlbum("stream-1");
-    EXPECT_EQ(streamAlbum("stream-1"), album) << "a stream has one album";
     EXPECT_EQ(bulletins()->count(), 0U);
 
     const auto changed = Semaphore::create(0);
@@ -69,14 +68,12 @@ TEST_F(Sharing, AdditionsToASharedAlbumAreAnnounced) {
 
     // What follows soon is gathered.
     EXPECT_TRUE(share(textIn(second, "assetURL"), album));
-    EXPECT_TRUE(share(textIn(second, "assetURL"), album));
     const auto gathered = bulletins();
     ASSERT_EQ(gathered->count(), 1U);
     const auto *both = as<Dictionary>(gathered->at(0));
     EXPECT_EQ(numberIn(both, "assetCount"), 2);
     EXPECT_EQ(numberIn(both, "forMultipleAsset"), 1);
     EXPECT_EQ(numberIn(both, "originalRecordID"), numberIn(bulletin, "recordID"));
-    EXPECT_GT(numberIn(both, "recordID"), numberIn(bulletin, "recordID"));
     EXPECT_EQ(badge(), 1);
 
     const auto thumbnail = request(39);

@@ -158,12 +158,12 @@ TEST_F(Rendition, ReplacesTheEarlierOneAndItsThumbnails) {
 }
 
 TEST_F(Rendition, OfAnAssetThatHasGoneLeavesNothing) {
-    AssetRecord nobody;
-    nobody.uuid = "AAAAAAAA-0000-4000-8000-00000000ABCD";
-    const auto set = setRendition(library(), nobody, *dataOf(pngOf(fourCorners(4, 4))), nullptr);
+    AssetRecord absent;
+    absent.uuid = "AAAAAAAA-0000-4000-8000-00000000ABCD";
+    const auto set = setRendition(library(), absent, *dataOf(pngOf(fourCorners(4, 4))), nullptr);
     ASSERT_FALSE(set);
     EXPECT_EQ(set.error().kind, ProblemKind::notFound);
-    EXPECT_EQ(makeThumbnails(library(), nobody, {}).error().kind, ProblemKind::notFound);
+    EXPECT_EQ(makeThumbnails(library(), absent, {}).error().kind, ProblemKind::notFound);
     EXPECT_EQ(faults(), "");
 }
 
