@@ -13,7 +13,7 @@ namespace bench {
 
 struct Way {
     const char *what;
-    std::function<void(int)> run; ///< Does it so many times.
+    std::function<void(int)> run; ///< Does it that number of times.
 };
 
 struct Measured {

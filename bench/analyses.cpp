@@ -106,7 +106,7 @@ double bestSeconds(const std::function<void()> &work) {
     return best;
 }
 
-/// The most bytes that work held at a time beyond what was held before, as the kernel counts them.
+/// The peak of memory during the work, less what was in use before, as the kernel counts it.
 double peakMegabytes(const std::function<void()> &work) {
     const auto kilobytes = [](const char *key) {
         char line[256];

@@ -18,8 +18,8 @@ namespace wickerlane::hoardd {
 /// has the stream's name, or one like it when that is taken.
 [[nodiscard]] Result<std::string> makeStreamAlbum(Library &library, std::string_view streamID);
 
-/// Puts an asset into an album for a user; once more changes nothing. An asset that is new in a shared album
-/// becomes a bulletin.
+/// Puts an asset into an album for a user; adding it again changes nothing. An asset that is new in a shared
+/// album becomes a bulletin.
 [[nodiscard]] Result<> addToAlbum(Library &library, const store::ManagedAsset &asset,
                                   const store::ManagedAlbum &album, uid_t user);
 

@@ -9,8 +9,8 @@
 namespace wickerlane::hoardd {
 
 /// Gives an asset an edited rendition: a picture that can be decoded, with properties of the editor's own
-/// (may be null). Its thumbnails are made of it. The same picture once more changes nothing. Whatever the
-/// instant of a kill, the asset has its earlier rendition and thumbnails or the new ones. Blocks.
+/// (may be null). Its thumbnails are made of it. Setting the same picture again changes nothing. If the
+/// daemon is killed, the asset has either its earlier rendition and thumbnails or the new ones. Blocks.
 [[nodiscard]] Result<> setRendition(Library &library, const store::AssetRecord &asset, const Data &picture,
                                     const Dictionary *properties);
 

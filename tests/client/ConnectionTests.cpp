@@ -1,5 +1,5 @@
-// The client on a real connection: a missing service, one that goes away, and one that sends what nobody
-// asked for.
+// The client on a real connection: a missing service, one that goes away, and one that sends unsolicited
+// messages.
 #include <gtest/gtest.h>
 
 #include <poll.h>

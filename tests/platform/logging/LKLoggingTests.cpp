@@ -200,7 +200,7 @@ TEST_F(LKLogging, ADeletedFileIsMadeAgain) {
     configure(name, "deleted", {{kLKLoggingCustomMaxLogFileSizeKey, Number::of(1 << 20)}});
     logLine(6, name, "before");
     fs::remove_all(logs());
-    // The file is checked now and then, at the latest when it would be full.
+    // The file is checked now and then, and when it would be full.
     for (int line = 0; line < 200'000 && !fs::exists(logs() / "deleted.log"); ++line)
         logLine(6, name, "line");
     EXPECT_EQ(contents(logs() / "deleted.log"), "line\n");

@@ -361,7 +361,7 @@ TEST(Connection, ClosesItselfWhenIdleUnseen) {
     connection->setIdleTime(std::chrono::milliseconds(1));
     EXPECT_EQ(numberOf(connection->sendWithReplySync(numbered(1).get()).get()), 1);
     endProcessTransaction();
-    // The service ends only once nobody is connected.
+    // The service ends only when it has no connection.
     resultOf(gone);
     const auto next = listen(echo);
     EXPECT_EQ(numberOf(connection->sendWithReplySync(numbered(2).get()).get()), 2);

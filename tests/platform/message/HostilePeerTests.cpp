@@ -152,11 +152,11 @@ TEST(Listener, ReadsNoFurtherWhileTooManyRequestsWait) {
             if (++replies == count)
                 all.set_value();
         });
-    std::size_t most = 0;
+    std::size_t maxKept = 0;
     for (int answered = 0; answered < count;) {
         std::unique_lock lock(mutex);
         ASSERT_TRUE(changed.wait_for(lock, longTime, [&] { return !kept.empty(); }));
-        most = std::max(most, kept.size());
+        maxKept = std::max(maxKept, kept.size());
         const auto taken = std::exchange(kept, {});
         lock.unlock();
         for (const auto &message : taken)
@@ -164,7 +164,7 @@ TEST(Listener, ReadsNoFurtherWhileTooManyRequestsWait) {
         answered += static_cast<int>(taken.size());
     }
     resultOf(all);
-    EXPECT_LT(most, 1500U);
+    EXPECT_LT(maxKept, 1500U);
 }
 
 TEST(Connection, IsOnlyInterruptedByAServiceThatBreaksTheRules) {
@@ -183,7 +183,7 @@ TEST(Connection, IsOnlyInterruptedByAServiceThatBreaksTheRules) {
         case 0:
             return std::string(500, 'n');
         case 1:
-            return reply(header.id + 1); // nobody asked that
+            return reply(header.id + 1); // of no request
         case 2:
             return reply(header.id).substr(0, 20); // half
         case 3:

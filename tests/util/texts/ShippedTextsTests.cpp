@@ -79,7 +79,7 @@ void expectComplete(Bundle *bundle, const std::string &table, const Contract &co
             const bool usesAll = kinds.empty() || !formatTakes(text->cString(), kinds.substr(1));
             EXPECT_TRUE(usesAll || mayLeaveOutItsNumber(key)) << key << ": " << text->utf8();
         }
-        EXPECT_TRUE(others.empty()) << "a text that nobody asks for: " << *others.begin();
+        EXPECT_TRUE(others.empty()) << "a text that is not used: " << *others.begin();
     }
 }
 

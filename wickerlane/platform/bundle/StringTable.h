@@ -9,7 +9,7 @@
 
 namespace wickerlane {
 
-/// The most bytes that a file of texts may have.
+/// How large a file of texts may be.
 inline constexpr std::size_t maxStringTableBytes = std::size_t{16} << 20;
 
 /// Reads a string table in any form of a property list: the text form ("key" = "text"; in UTF-8, or in UTF-16

@@ -44,7 +44,7 @@ public:
     /// 1 for Sunday to 7 for Saturday.
     [[nodiscard]] std::optional<int> weekday(const Date *date) const;
     [[nodiscard]] Date *startOfDay(const Date *date) const;
-    /// So many units later, or earlier. A day that the month reached does not have becomes its last one.
+    /// That number of units later, or earlier if negative. A day that the month lacks becomes its last one.
     [[nodiscard]] Date *dateByAdding(std::int32_t amount, CalendarUnit unit, const Date *date) const;
     [[nodiscard]] bool isSameDay(const Date *a, const Date *b) const;
 

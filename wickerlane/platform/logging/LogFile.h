@@ -21,7 +21,7 @@ struct LogFileLimits {
 /// One log file of this process; other processes may write to the same file at the same time. Thread-safe.
 class LogFile {
 public:
-    /// The one object for the file, which lives for ever. Opens nothing yet.
+    /// The one object for the file, which is never destroyed. Opens nothing yet.
     [[nodiscard]] static LogFile &of(const std::string &folder, const std::string &name);
 
     LogFile(const std::string &folder, const std::string &name);

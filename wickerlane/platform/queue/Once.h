@@ -13,7 +13,7 @@ namespace wickerlane {
 
 /// Runs an initialiser once per object of this type, which must have static storage. Callers meanwhile wait.
 /// An initialiser that throws has not run: the next caller tries again. One that calls run() on the same
-/// object waits for itself, for ever.
+/// object waits for itself and never returns.
 class WL_EXPORT Once {
 public:
     constexpr Once() noexcept = default;

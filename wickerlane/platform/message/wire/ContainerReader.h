@@ -16,8 +16,8 @@
 
 namespace wickerlane {
 
-/// The least that an entry of a dictionary and an element of an array take: what a count is checked against
-/// before anything is made for it.
+/// The minimum sizes of a dictionary entry and an array element. A count is checked against them before any
+/// memory is allocated for it.
 inline constexpr std::size_t minEntryBytes = 6;
 inline constexpr std::size_t minElementBytes = 2;
 

@@ -18,7 +18,7 @@ struct MessageLimits {
     /// Values in a message, the message itself included: bounds what a few bytes can make a receiver
     /// allocate.
     static constexpr std::size_t values = 1'048'576;
-    /// Descriptors in a message: a request needs one or two, and a process has only so many.
+    /// Descriptors in a message: a request needs one or two, and a process can open only a limited number.
     static constexpr std::size_t descriptors = 8;
     /// Bytes of a key. Keys are names.
     static constexpr std::size_t keyBytes = 65'535;
@@ -40,7 +40,7 @@ struct MessageLimits {
     /// before the limit above was met may still be answered; past this one the connection ends.
     std::size_t unreadBytes = std::size_t{512} << 20;
     /// How long a listener waits for the next piece of a message that was begun, so that a stalled peer does
-    /// not hold its user's share for ever.
+    /// not keep its user's share indefinitely.
     std::chrono::milliseconds stalledMessage{10'000};
 
     /// Bytes that a connection gathers for a peer which does not read (bytes that are lent cost nothing and
