@@ -33,6 +33,22 @@ JSON describe(const store::ManagedAlbum &album) {
     return described;
 }
 
+/// An album, and the store that it was found in.
+struct NamedAlbum {
+    std::unique_ptr<store::StoreReader> store;
+    Ref<store::ManagedAlbum> album;
+};
+
+Result<NamedAlbum> openAlbum(const std::string &name) {
+    auto store = openStore();
+    if (!store)
+        return passOn(store);
+    auto album = findAlbum(**store, name);
+    if (!album)
+        return passOn(album);
+    return NamedAlbum{*std::move(store), *std::move(album)};
+}
+
 Result<ExitCode> list(const Options &options) {
     const auto store = openStore();
     if (!store)
@@ -86,36 +102,32 @@ Result<> addAsset(store::StoreReader &store, const store::ManagedAlbum &album, c
 }
 
 Result<ExitCode> add(const Options &options) {
-    const auto store = openStore();
-    if (!store)
-        return passOn(store);
-    const auto album = findAlbum(**store, options.album);
-    if (!album)
-        return passOn(album);
+    const auto named = openAlbum(options.album);
+    if (!named)
+        return passOn(named);
+    const auto &[store, album] = *named;
     if (const auto answers = requireDaemon(); !answers)
         return passOn(answers);
     ExitCode code = ExitCode::success;
     std::size_t added = 0;
     for (const std::string &name : options.assets)
-        if (const auto result = addAsset(**store, **album, name))
+        if (const auto result = addAsset(*store, *album, name))
             ++added;
         else
             code = report(result.error());
-    print(fmt::format("{} added to {}", countText(added, "asset", "assets"), (*album)->record().name));
+    print(fmt::format("{} added to {}", countText(added, "asset", "assets"), album->record().name));
     return code;
 }
 
 Result<ExitCode> show(const Options &options) {
-    const auto store = openStore();
-    if (!store)
-        return passOn(store);
-    const auto album = findAlbum(**store, options.album);
-    if (!album)
-        return passOn(album);
-    const auto assets = (*store)->assets({.album = (*album)->record().primaryKey});
+    const auto named = openAlbum(options.album);
+    if (!named)
+        return passOn(named);
+    const auto &[store, album] = *named;
+    const auto assets = store->assets({.album = album->record().primaryKey});
     if (!assets)
         return failToReadStore(assets);
-    JSON described = describe(**album);
+    JSON described = describe(*album);
     described["assets"] = JSON::array();
     Table table({{"CREATED"}, {"UUID"}, {"NAME"}});
     for (const auto &asset : *assets) {
@@ -128,20 +140,16 @@ Result<ExitCode> show(const Options &options) {
 }
 
 Result<ExitCode> deleteEmpty(const Options &options) {
-    const auto store = openStore();
-    if (!store)
-        return passOn(store);
-    const auto album = findAlbum(**store, options.album);
-    if (!album)
-        return passOn(album);
-    const store::AlbumRecord &record = (*album)->record();
+    const auto named = openAlbum(options.album);
+    if (!named)
+        return passOn(named);
+    const auto &[store, album] = *named;
+    const store::AlbumRecord &record = album->record();
     if (record.assetCount != 0)
         return fail(ProblemKind::failed, fmt::format("the album {} is not empty: it holds {}", record.name,
                                                      countText(record.assetCount, "asset", "assets")));
-    JXGatekeeperClient::sharedInstance()->automaticallyDeleteEmptyAlbum(album->get());
-    if (const auto received = waitUntilReceived(); !received)
-        return passOn(received);
-    return ExitCode::success;
+    JXGatekeeperClient::sharedInstance()->automaticallyDeleteEmptyAlbum(album.get());
+    return waitUntilReceived().map([] { return ExitCode::success; });
 }
 
 } // namespace

@@ -48,9 +48,7 @@ Result<Ref<MutableDictionary>> readEntries(const std::vector<std::string> &entri
 
 Result<ExitCode> store(const Options &options, Dictionary *info) {
     JXGatekeeperClient::sharedInstance()->setPersonInfoDictionary(info, String::of(options.person));
-    if (const auto received = waitUntilReceived(); !received)
-        return passOn(received);
-    return ExitCode::success;
+    return waitUntilReceived().map([] { return ExitCode::success; });
 }
 
 Result<ExitCode> person(const Options &options) {

@@ -16,9 +16,7 @@ Result<ExitCode> rebuildThumbnails() {
         return passOn(answers);
     note("this takes a while; thumbnails that were made are kept if you interrupt it");
     JXGatekeeperClient::sharedInstance()->rebuildAllThumbnails();
-    if (const auto answers = requireDaemon(); !answers)
-        return passOn(answers);
-    return ExitCode::success;
+    return waitUntilReceived().map([] { return ExitCode::success; });
 }
 
 } // namespace
