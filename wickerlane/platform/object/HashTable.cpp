@@ -15,6 +15,8 @@ void HashTable::remove(std::size_t hash, std::size_t position) noexcept {
     }
     slots[gap] = {};
     --used;
+    if (position == used)
+        return; // none is behind it
     for (Slot &slot : slots)
         slot.number -= slot.number > position + 1 ? 1 : 0;
 }
