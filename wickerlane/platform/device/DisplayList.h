@@ -2,10 +2,12 @@
 #ifndef WICKERLANE_PLATFORM_DEVICE_DISPLAYLIST_H
 #define WICKERLANE_PLATFORM_DEVICE_DISPLAYLIST_H
 
+#include <optional>
 #include <string>
 #include <vector>
 
-#include "wickerlane/platform/device/Screen.h"
+#include "wickerlane/platform/device/PixelSize.h"
+#include "wickerlane/platform/object/Export.h"
 
 namespace wickerlane {
 

@@ -4,16 +4,11 @@
 
 #include <optional>
 
+#include "wickerlane/platform/device/PixelSize.h"
 #include "wickerlane/platform/object/Handler.h"
 #include "wickerlane/platform/object/Object.h"
 
 namespace wickerlane {
-
-struct PixelSize {
-    double width = 0;
-    double height = 0;
-    friend bool operator==(const PixelSize &, const PixelSize &) = default;
-};
 
 /// A screen. Abstract; the class of this name makes, without arguments, the main screen.
 class WL_EXPORT Screen : public Object {

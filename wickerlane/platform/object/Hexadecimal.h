@@ -2,9 +2,9 @@
 #ifndef WICKERLANE_PLATFORM_OBJECT_HEXADECIMAL_H
 #define WICKERLANE_PLATFORM_OBJECT_HEXADECIMAL_H
 
+#include <cstddef>
+#include <span>
 #include <string>
-
-#include "wickerlane/platform/object/Data.h"
 
 namespace wickerlane {
 
@@ -12,7 +12,7 @@ inline constexpr const char *lowerHexadecimalDigits = "0123456789abcdef";
 inline constexpr const char *upperHexadecimalDigits = "0123456789ABCDEF";
 
 /// Two lower-case digits a byte.
-[[nodiscard]] inline std::string hexadecimal(Bytes bytes) {
+[[nodiscard]] inline std::string hexadecimal(std::span<const std::byte> bytes) {
     std::string text;
     text.reserve(2 * bytes.size());
     for (const std::byte each : bytes) {
