@@ -317,7 +317,7 @@ TEST_F(SaveRequest, ABatchAnswersEachJobInItsPlace) {
     for (std::size_t i = 0; i < jobs; ++i) {
         pictures.push_back(pngOf(fourCorners(static_cast<std::uint32_t>(i) + 2, 5)));
         if (i == 7) {
-            coded->appendString("not a job");
+            coded->append(MessageScalar::createString("not a job").get());
         } else {
             const auto job = i % 10 == 3
                                  ? Dictionary::create()

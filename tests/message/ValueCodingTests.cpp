@@ -176,7 +176,7 @@ TEST_F(ValueCoding, IndexSetsTravelAsRanges) {
     m->set("odd", odd.get());
     EXPECT_TRUE(areEqual(JXIndexSetFromMsgDictionary(m, "odd"), IndexSet::create({4, 5}).get()));
     const auto mixed = MessageArray::create();
-    mixed->appendString("reads as 0");
+    mixed->append(MessageScalar::createString("reads as 0").get());
     mixed->appendUInt64(2);
     m->set("mixed", mixed.get());
     EXPECT_TRUE(areEqual(JXIndexSetFromMsgDictionary(m, "mixed"), IndexSet::create({0, 1}).get()));

@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <unordered_set>
 
+#include "wickerlane/platform/object/Paths.h"
 #include "wickerlane/store/AssetColumns.h"
 #include "wickerlane/store/Schema.h"
 
@@ -154,7 +155,7 @@ void Check::checkAsset(const AssetRecord &asset) {
 
 void Check::checkStrays(const std::vector<std::string> &files, Finding::Kind kind) {
     for (const std::string &path : files) {
-        const std::string name = path.substr(path.rfind('/') + 1);
+        const std::string name(lastPathComponent(path));
         // A rendition that is being written has its later name with more behind it.
         if (!expected.contains(path) && !beingSaved.contains(name.substr(0, 36)) &&
             name.find(".new-") == std::string::npos)

@@ -53,9 +53,9 @@ Ref<MessageDictionary> everyKind() {
     auto array = MessageArray::create();
     array->append(inner.get());
     array->appendUInt64(5);
-    array->appendInt64(-5);
-    array->appendBool(true);
-    array->appendString("element");
+    array->append(MessageScalar::createInt64(-5).get());
+    array->append(MessageScalar::createBool(true).get());
+    array->append(MessageScalar::createString("element").get());
     array->appendData("xyz", 3);
     message->set("array", array.get());
     message->set("dictionary", inner.get());
@@ -281,9 +281,9 @@ TEST(MessageEncoder, KeepsTheLimits) {
     auto array = MessageArray::create();
     message->set("array", array.get());
     for (std::size_t i = 2; i < MessageLimits::values; ++i)
-        array->appendBool(true);
+        array->append(MessageScalar::createBool(true).get());
     EXPECT_NE(roundTrip(message.get()), nullptr);
-    array->appendBool(true);
+    array->append(MessageScalar::createBool(true).get());
     EXPECT_NE(reason(message.get()), nullptr);
 
     auto descriptors = MessageDictionary::create();

@@ -51,7 +51,6 @@ public:
     [[nodiscard]] static Ref<MutableData> create(std::size_t length = 0); ///< Zero-filled.
     void append(Bytes added);
     void setLength(std::size_t length); ///< Cuts, or appends zeros.
-    [[nodiscard]] std::span<std::byte> mutableSpan() { return storage; }
 
     [[nodiscard]] const void *bytes() const override { return storage.data(); }
     [[nodiscard]] std::size_t length() const override { return storage.size(); }

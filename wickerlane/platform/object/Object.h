@@ -5,6 +5,9 @@
 //    or result says "or null"; elsewhere pointers are never null.
 //  - Functions named `create...` give an owned result. Every other object result is borrowed and lives until
 //    the current ReleaseScope of the calling thread ends, or as long as the object it was read from says.
+//  - A ReleaseScope is opened where a thread begins a piece of work: queues and connections do it for each
+//    item and message. A loop over many items opens one for each turn, and a function for applications that
+//    makes objects on the way to its result opens one for those. Other functions open none.
 //  - Immutable objects may be shared between threads freely. Mutable ones belong to one thread at a time.
 //  - Reference counts may be changed from any thread.
 #ifndef WICKERLANE_PLATFORM_OBJECT_OBJECT_H

@@ -45,9 +45,4 @@ std::string_view pathExtension(std::string_view path) noexcept {
     return dot == std::string_view::npos ? std::string_view() : path.substr(dot + 1);
 }
 
-std::string_view deletingPathExtension(std::string_view path) noexcept {
-    path = withoutTrailingSlashes(path);
-    return path.substr(0, extensionDot(path));
-}
-
 } // namespace wickerlane

@@ -16,8 +16,6 @@ namespace wickerlane {
 [[nodiscard]] WL_EXPORT std::string_view parentFolder(std::string_view path) noexcept;
 /// "jpg" of "/a/b/c.jpg"; empty when there is none, as in ".hidden" and "name.".
 [[nodiscard]] WL_EXPORT std::string_view pathExtension(std::string_view path) noexcept;
-/// "/a/b/c" of "/a/b/c.jpg".
-[[nodiscard]] WL_EXPORT std::string_view deletingPathExtension(std::string_view path) noexcept;
 
 } // namespace wickerlane
 

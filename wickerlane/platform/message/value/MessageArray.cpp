@@ -40,20 +40,8 @@ void MessageArray::append(MessageValue *value) {
     value->retain();
 }
 
-void MessageArray::appendString(std::string_view utf8) {
-    append(MessageScalar::createString(utf8).get());
-}
-
-void MessageArray::appendInt64(std::int64_t value) {
-    ArrayStorage::of(this)->slots.append({MessageKind::int64, 0, {.signedValue = value}, nullptr});
-}
-
 void MessageArray::appendUInt64(std::uint64_t value) {
     ArrayStorage::of(this)->slots.append({MessageKind::uint64, 0, {.unsignedValue = value}, nullptr});
-}
-
-void MessageArray::appendBool(bool value) {
-    ArrayStorage::of(this)->slots.append({MessageKind::boolean, 0, {.boolean = value}, nullptr});
 }
 
 void MessageArray::appendData(const void *copied, std::size_t length) {

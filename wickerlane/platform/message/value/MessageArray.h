@@ -2,8 +2,6 @@
 #ifndef WICKERLANE_PLATFORM_MESSAGE_VALUE_MESSAGEARRAY_H
 #define WICKERLANE_PLATFORM_MESSAGE_VALUE_MESSAGEARRAY_H
 
-#include <string_view>
-
 #include "wickerlane/platform/message/value/MessageKind.h"
 
 namespace wickerlane {
@@ -20,10 +18,7 @@ public:
     [[nodiscard]] std::uint64_t uint64At(std::size_t index) const noexcept; ///< 0 for another kind.
 
     void append(MessageValue *value);
-    void appendString(std::string_view utf8);
-    void appendInt64(std::int64_t value);
     void appendUInt64(std::uint64_t value);
-    void appendBool(bool value);
     void appendData(const void *copied, std::size_t length);
 
 private:
