@@ -40,7 +40,10 @@ TEST(Console, EscapesWhatCouldForgeALine) {
         {"a\nb\r\n", "a\\nb\\r\\n"},
         {std::string_view("\0\x1b[31m\x7f", 7), "\\x00\\x1b[31m\\x7f"},
         {"\u0085\u009b\u00a0", "\\u0085\\u009b\u00a0"},
-        {"\u2028\u2029\u2027\u202a", "\\u2028\\u2029\u2027\u202a"},
+        {"\u2028\u2029\u2027", "\\u2028\\u2029\u2027"},
+        {"photo\u202egpj.exe", "photo\\u202egpj.exe"},
+        {"\u200f\u2066\u00ad\ufeff\U000e0041", "\\u200f\\u2066\\u00ad\\ufeff\\U000e0041"},
+        {"\u05d0\u0301\U0001f600", "\u05d0\u0301\U0001f600"},
         {"cut \xe2\x80", "cut \xe2\x80"},
         {"cut \xc2", "cut \xc2"},
     };

@@ -1,5 +1,6 @@
 #include "wickerlane/platform/console/Console.h"
 
+#include <unicode/uchar.h>
 #include <unistd.h>
 
 #include <array>
@@ -9,21 +10,37 @@
 
 #include "wickerlane/platform/file/Retry.h"
 #include "wickerlane/platform/object/Format.h"
+#include "wickerlane/platform/object/UTF8Internal.h"
 
 namespace wickerlane {
 namespace {
 
-// Line breaks and commands to a terminal that are not ASCII: U+0080 to U+009F, U+2028 and U+2029. The length
-// of the one at the start of the text, or 0.
-std::size_t controlBeyondASCII(std::string_view text) {
-    const auto unit = [text](std::size_t i) {
-        return i < text.size() ? static_cast<unsigned char>(text[i]) : 0u;
-    };
-    if (unit(0) == 0xC2 && unit(1) >= 0x80 && unit(1) <= 0x9F)
-        return 2;
-    if (unit(0) == 0xE2 && unit(1) == 0x80 && (unit(2) == 0xA8 || unit(2) == 0xA9))
-        return 3;
-    return 0;
+// Whether a character is shown as its code: controls, line separators, and what can't be seen but changes how
+// its neighbours look, such as the marks that reverse the direction of a text.
+bool isHidden(char32_t character) {
+    switch (u_charType(static_cast<UChar32>(character))) {
+    case U_CONTROL_CHAR:
+        return character != '\t';
+    case U_LINE_SEPARATOR:
+    case U_PARAGRAPH_SEPARATOR:
+    case U_FORMAT_CHAR:
+        return true;
+    default:
+        return false;
+    }
+}
+
+void appendEscaped(std::string &text, char32_t character) {
+    std::array<char, 12> code{};
+    if (character == '\n' || character == '\r')
+        std::snprintf(code.data(), code.size(), "\\%c", character == '\n' ? 'n' : 'r');
+    else
+        std::snprintf(code.data(), code.size(),
+                      character < 0x80      ? "\\x%02x"
+                      : character < 0x10000 ? "\\u%04x"
+                                            : "\\U%08x",
+                      static_cast<unsigned>(character));
+    text += code.data();
 }
 
 // Written at once, so that lines of several threads and processes do not mix.
@@ -39,27 +56,14 @@ void writeLine(std::string line) {
 std::string escapingControls(std::string_view text) {
     std::string result;
     result.reserve(text.size());
-    while (!text.empty()) {
-        const auto first = static_cast<unsigned char>(text[0]);
-        std::size_t length = 1;
-        if (first == '\n') {
-            result += "\\n";
-        } else if (first == '\r') {
-            result += "\\r";
-        } else if ((first < 0x20 && first != '\t') || first == 0x7F) {
-            std::array<char, 8> code{};
-            std::snprintf(code.data(), code.size(), "\\x%02x", first);
-            result += code.data();
-        } else if (const std::size_t beyond = controlBeyondASCII(text); beyond != 0) {
-            const unsigned last = static_cast<unsigned char>(text[beyond - 1]);
-            std::array<char, 8> code{};
-            std::snprintf(code.data(), code.size(), "\\u%04x", beyond == 2 ? last : 0x2000 + (last & 0x3Fu));
-            result += code.data();
-            length = beyond;
-        } else {
-            result += text[0];
-        }
-        text.remove_prefix(length);
+    const char *const end = text.data() + text.size();
+    for (const char *at = text.data(); at != end;) {
+        const char *const start = at;
+        const char32_t character = utf8::next(at, end);
+        if (character != utf8::invalid && isHidden(character))
+            appendEscaped(result, character);
+        else
+            result.append(start, at);
     }
     return result;
 }

@@ -19,7 +19,8 @@ WL_EXPORT void consoleLog(const char *format, ...);
 WL_EXPORT void consoleLogText(std::string_view text);
 
 /// `text` with its control characters escaped: "\n", "\r", and "\x1b" style for the others; tabs stay. Also
-/// escapes the Unicode line separators and C1 controls, in "\u2028" style. A backslash stays as it is.
+/// escapes, in "\u2028" style, the Unicode line separators, C1 controls and format characters, such as the
+/// marks that reverse the direction of a text. A backslash stays as it is.
 WL_EXPORT std::string escapingControls(std::string_view text);
 
 } // namespace wickerlane
