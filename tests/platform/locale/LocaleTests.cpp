@@ -124,5 +124,19 @@ TEST_F(CurrentLocale, NoticesPreferencesInWhateverWayTheyAreChanged) {
     std::filesystem::remove(file);
     EXPECT_TRUE(changed->wait(60s));
     EXPECT_EQ(processLanguages(), Names{"en"});
+
+    // The folder too may be removed and made again.
+    const auto folder = std::filesystem::path(file).parent_path();
+    std::filesystem::remove_all(folder.parent_path());
+    std::filesystem::create_directories(folder);
+    std::ofstream(file) << "{ QuandraLanguages = ( fr ); }";
+    EXPECT_TRUE(changed->wait(60s));
+    EXPECT_EQ(processLanguages(), Names{"fr"});
+    std::filesystem::rename(folder, folder.string() + ".old");
+    EXPECT_TRUE(changed->wait(60s));
+    EXPECT_EQ(processLanguages(), Names{"en"});
+    std::filesystem::rename(folder.string() + ".old", folder);
+    EXPECT_TRUE(changed->wait(60s));
+    EXPECT_EQ(processLanguages(), Names{"fr"});
     removeLocalObserver(token);
 }

@@ -4,29 +4,119 @@
 #include <sys/inotify.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstring>
-#include <vector>
 
 #include "wickerlane/platform/file/Retry.h"
+#include "wickerlane/platform/object/Paths.h"
 
 namespace wickerlane {
+namespace {
+
+constexpr std::uint32_t itself = IN_DELETE_SELF | IN_MOVE_SELF;
+constexpr std::uint32_t newcomers = IN_CREATE | IN_MOVED_TO;
+
+// A folder may be watched for itself and for one below it: the events of both count.
+int addWatch(int inotify, const std::string &folder, std::uint32_t events) {
+    return inotify_add_watch(inotify, folder.c_str(), events | itself | IN_ONLYDIR | IN_MASK_ADD);
+}
+
+} // namespace
 
 int FolderWatch::add(const std::string &folder, std::uint32_t events) {
     const MutexLock lock(mutex);
-    if (!inotify) {
-        inotify.reset(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
-        if (!inotify)
-            return -1;
-        source = DescriptorSource::create(inotify.get(), [this](std::uint32_t) { readReports(); });
-        source->arm(EPOLLIN);
-    }
-    return inotify_add_watch(inotify.get(), folder.c_str(), events | IN_ONLYDIR | IN_DONT_FOLLOW);
+    if (!open())
+        return -1;
+    for (auto &[number, watched] : folders)
+        if (watched.path == folder && watched.events == events) {
+            // It may be a new folder, and the reports of that not be read yet.
+            const int descriptor = watched.descriptor;
+            if (!watch(watched))
+                return -1;
+            if (watched.descriptor != descriptor)
+                stopUnlessUsed(descriptor);
+            return number;
+        }
+    Watched watched{folder, events};
+    if (!watch(watched))
+        return -1;
+    folders.emplace(++lastNumber, std::move(watched));
+    return lastNumber;
 }
 
 void FolderWatch::remove(int folder) {
     const MutexLock lock(mutex);
-    inotify_rm_watch(inotify.get(), folder);
+    if (const auto found = folders.find(folder); found != folders.end()) {
+        const int descriptor = found->second.descriptor;
+        folders.erase(found);
+        stopUnlessUsed(descriptor);
+    }
+}
+
+bool FolderWatch::open() {
+    if (inotify)
+        return true;
+    inotify.reset(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
+    if (!inotify)
+        return false;
+    source = DescriptorSource::create(inotify.get(), [this](std::uint32_t) { readReports(); });
+    source->arm(EPOLLIN);
+    return true;
+}
+
+bool FolderWatch::watch(Watched &watched) {
+    watched.descriptor = addWatch(inotify.get(), watched.path, watched.events | IN_DONT_FOLLOW);
+    watched.isThere = watched.descriptor >= 0;
+    return watched.isThere;
+}
+
+// Without a name above that can be watched, the folder is no longer watched.
+void FolderWatch::watchAbove(Watched &watched) {
+    std::string above(watched.path);
+    while (!watch(watched) && errno == ENOENT && above.size() > 1) {
+        above = parentFolder(above);
+        if (above.empty())
+            above = "/";
+        watched.descriptor = addWatch(inotify.get(), above, newcomers);
+        // Once more: it may have been made before the folder above was watched.
+        if (watched.descriptor >= 0) {
+            const int waiting = watched.descriptor;
+            if (!watch(watched))
+                watched.descriptor = waiting;
+            return;
+        }
+    }
+}
+
+void FolderWatch::stopUnlessUsed(int descriptor) {
+    const bool isUsed =
+        std::ranges::any_of(folders, [&](const auto &each) { return each.second.descriptor == descriptor; });
+    if (!isUsed && descriptor >= 0)
+        inotify_rm_watch(inotify.get(), descriptor);
+}
+
+void FolderWatch::take(const Event &event, std::vector<Report> &reports) {
+    if ((event.mask & IN_Q_OVERFLOW) != 0) {
+        reports.push_back({-1, {}});
+        return;
+    }
+    for (auto &[number, watched] : folders) {
+        if (watched.descriptor != event.descriptor)
+            continue;
+        if (watched.isThere && !event.name.empty() && (event.mask & watched.events) != 0)
+            reports.push_back({number, event.name});
+        const bool hasGone = (event.mask & (itself | IN_IGNORED | IN_UNMOUNT)) != 0;
+        const bool mayBeThere = !watched.isThere && (event.mask & newcomers) != 0;
+        if (!hasGone && !mayBeThere)
+            continue;
+        watchAbove(watched);
+        if (watched.descriptor != event.descriptor)
+            stopUnlessUsed(event.descriptor);
+        if (watched.isThere) // files may have come before it was watched
+            reports.push_back({-1, {}});
+    }
 }
 
 // On the reader thread.
@@ -42,10 +132,10 @@ void FolderWatch::readReports() {
         for (std::size_t at = 0; at < static_cast<std::size_t>(length);) {
             inotify_event event;
             std::memcpy(&event, buffer.data() + at, sizeof event);
-            if ((event.mask & IN_Q_OVERFLOW) != 0)
-                reports.push_back({-1, {}});
-            else if (event.len > 0) // else it tells of the folder itself
-                reports.push_back({event.wd, buffer.data() + at + sizeof event});
+            const MutexLock lock(mutex);
+            take({event.wd, event.mask,
+                  event.len > 0 ? std::string_view(buffer.data() + at + sizeof event) : std::string_view()},
+                 reports);
             at += sizeof event + event.len;
         }
         if (!reports.empty())

@@ -3,9 +3,11 @@
 #define WICKERLANE_PLATFORM_QUEUE_FOLDERWATCH_H
 
 #include <cstdint>
+#include <map>
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "wickerlane/platform/file/UniqueFd.h"
 #include "wickerlane/platform/object/Mutex.h"
@@ -13,8 +15,8 @@
 
 namespace wickerlane {
 
-/// Watches folders, by one inotify descriptor that is opened with the first of them and stays. It lives as
-/// long as the process. Thread-safe.
+/// Watches folders, by one inotify descriptor that is opened with the first of them and stays. A folder that
+/// is removed and made again is watched again. It lives as long as the process. Thread-safe.
 class FolderWatch {
 public:
     struct Report {
@@ -32,12 +34,32 @@ public:
     void remove(int folder);
 
 private:
+    /// A folder, or the nearest one above it while it is missing.
+    struct Watched {
+        std::string path;
+        std::uint32_t events = 0;
+        int descriptor = -1; ///< Of inotify.
+        bool isThere = false;
+    };
+    struct Event {
+        int descriptor = -1;
+        std::uint32_t mask = 0;
+        std::string_view name;
+    };
+
+    bool open() WL_REQUIRES(mutex);
+    bool watch(Watched &watched) WL_REQUIRES(mutex);
+    void watchAbove(Watched &watched) WL_REQUIRES(mutex);
+    void stopUnlessUsed(int descriptor) WL_REQUIRES(mutex);
     void readReports();
+    void take(const Event &event, std::vector<Report> &reports) WL_REQUIRES(mutex);
 
     const ReportsHandler handler;
-    Mutex mutex; // of opening
+    Mutex mutex;
     UniqueFd inotify;
     Ref<DescriptorSource> source;
+    std::map<int, Watched> folders WL_GUARDED_BY(mutex);
+    int lastNumber WL_GUARDED_BY(mutex) = 0;
 };
 
 } // namespace wickerlane
