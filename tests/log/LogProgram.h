@@ -23,7 +23,8 @@ namespace wickerlane::test {
 /// object.
 class LogProgram {
 public:
-    explicit LogProgram(const std::string &name = "first") : consolePath(root() / (name + ".console")) {
+    explicit LogProgram(const std::string &name = "first", const std::string &executable = LOG_PROGRAM)
+        : consolePath(root() / (name + ".console")) {
         int in[2], out[2];
         if (pipe2(in, O_CLOEXEC) != 0 || pipe2(out, O_CLOEXEC) != 0)
             std::abort();
@@ -33,9 +34,9 @@ public:
         posix_spawn_file_actions_adddup2(&actions, out[1], 1);
         posix_spawn_file_actions_addopen(&actions, 2, consolePath.c_str(), O_WRONLY | O_CREAT | O_APPEND,
                                          0600);
-        char program[] = LOG_PROGRAM;
-        char *arguments[] = {program, nullptr};
-        EXPECT_EQ(posix_spawn(&process, program, &actions, nullptr, arguments, environ), 0);
+        std::string program = executable;
+        char *arguments[] = {program.data(), nullptr};
+        EXPECT_EQ(posix_spawn(&process, program.c_str(), &actions, nullptr, arguments, environ), 0);
         posix_spawn_file_actions_destroy(&actions);
         close(in[0]);
         close(out[1]);

@@ -144,6 +144,26 @@ TEST(JXLog, ForeignTextCannotForgeALine) {
     }
 }
 
+TEST(JXLog, AProcessHasItsLogFileWhateverTheNameOfItsProgram) {
+    makeInternal();
+    std::string longName; // cut at 200 bytes, which is inside a character
+    for (int i = 0; i < 80; ++i)
+        longName += "\u20ac";
+    for (const std::string &name : {std::string("caf\xe9"), longName}) {
+        const auto executable = LogProgram::root() / name;
+        std::filesystem::create_symlink(LOG_PROGRAM, executable);
+        LogProgram program("console", executable);
+        program.tell("log 3 0 hello");
+        program.finish();
+        std::vector<std::string> lines;
+        for (const auto &file : std::filesystem::directory_iterator(photosLogs()))
+            if (file.path().string().ends_with('-' + std::to_string(program.id()) + ".log"))
+                lines = linesOf(file.path());
+        ASSERT_EQ(lines.size(), 1U) << name;
+        EXPECT_TRUE(lines[0].ends_with(" hello\n")) << lines[0];
+    }
+}
+
 TEST(JXLog, TheAcceptedMaximumOverridesAllOthers) {
     allowLastingDescriptors(folderWatchDescriptors);
     ASSERT_TRUE(JXLogShouldLog(3, JXGenericLog));

@@ -14,6 +14,7 @@
 #include "wickerlane/platform/notification/Notification.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
+#include "wickerlane/platform/object/UTF8Internal.h"
 #include "wickerlane/platform/queue/Once.h"
 
 using namespace wickerlane;
@@ -43,7 +44,12 @@ constinit const LKFacilityLevels *facilityLevels[JXLogDomainCount] = {};
 // Such as "Camera-211". A process may have any name: it is escaped to be part of a line, and shortened to be
 // part of a file name.
 std::string makeProcessLabel() {
-    std::string name = escapingControls(std::string_view(program_invocation_short_name).substr(0, 200));
+    // A file's name is bytes; the label is a text, and a text that was not one would name no log file.
+    constexpr std::size_t maxNameLength = 200;
+    std::string given;
+    utf8::appendRepaired(given, program_invocation_short_name);
+    const std::string_view cut = std::string_view(given).substr(0, maxNameLength);
+    const std::string name = escapingControls(cut.substr(0, utf8::lengthOfWhole(cut)));
     return (name.empty() ? "process" : name) + "-" + std::to_string(getpid());
 }
 
