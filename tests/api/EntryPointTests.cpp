@@ -139,6 +139,9 @@ TEST_F(EntryPoints, EachRequestedSizeIsReportedOnce) {
         {3, {{3, 30}, {1, 10}}, {{3, 30}}},             // a kind with two bits counts for both
         {1, {{3, 30}, {1, 10}}, {{1, 10}}},             // but only when both are requested
         {0x31, {{0x20, 7}}, {{0x20, 7}, {1, unknown}}}, // kinds above 8 may be missing
+        {1, {{0, 5}, {1, 10}}, {{0, 5}, {1, 10}}},      // no bit is part of every mask
+        {1, {{1, 10}, {0, 5}}, {{1, 10}}},              // but one that has been answered
+        {0, {{0, 5}}, {}},
     };
     for (const auto &[mask, reported, answered] : cases) {
         answerWith([&](MessageDictionary *reply) {

@@ -27,13 +27,13 @@ void reportSizes(const Dictionary *sizes, std::uint32_t remaining, WorkQueue *qu
     };
     if (sizes != nullptr)
         for (const auto &[key, value] : *sizes) {
-            const auto *number = as<String>(key); // Property lists have strings as keys.
-            const auto *bytes = as<Number>(value);
-            const std::int64_t kind = number != nullptr ? number->integerValue() : -1;
-            if (bytes != nullptr && kind > 0 && (remaining & kind) == kind)
-                report(static_cast<std::uint32_t>(kind), bytes->uint64Value());
             if (remaining == 0)
                 break;
+            const auto *number = as<Number>(key);
+            const auto *bytes = as<Number>(value);
+            const std::int64_t kind = number != nullptr ? number->int64Value() : -1;
+            if (bytes != nullptr && kind >= 0 && (remaining & kind) == kind)
+                report(static_cast<std::uint32_t>(kind), bytes->uint64Value());
         }
     for (std::uint32_t bit = 1; remaining != 0 && bit < 15; bit <<= 1)
         if ((remaining & bit) != 0)

@@ -216,8 +216,8 @@ public:
     /// queue. A count that hoardd did not return is null.
     void getPhotosAndVideosCountWithHandler(Handler<wickerlane::Number *, wickerlane::Number *> handler);
 
-    /// getLibrarySizes: — the handler gets a dictionary with sizes in bytes under kinds of size; null on
-    /// failure.
+    /// getLibrarySizes: — the handler gets a dictionary of number objects: sizes in bytes under kinds of size
+    /// (1 photos, 2 videos, 4 derived pictures, 8 the store); null on failure.
     void getLibrarySizes(Handler<wickerlane::Dictionary *> handler);
 
     /// importFileSystemAssetsWaitingForReply: — imports the files that hoardd finds in the library's folders.

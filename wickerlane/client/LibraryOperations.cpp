@@ -1,5 +1,8 @@
 #include "wickerlane/protocol/LibraryRows.h"
 
+#include <charconv>
+#include <optional>
+
 #include "wickerlane/client/ClientInternal.h"
 
 using namespace wickerlane;
@@ -27,6 +30,28 @@ Reply sendAndWait(MessageConnection *connection, const protocol::Row &row, const
 // The clean-up and the question how long it takes share this line.
 constexpr char cleanupFailed[] = "Unable to cleanup the model after an Harborsync restore. This is bad. (%@)";
 
+std::optional<std::int64_t> numberIn(const Object *key) {
+    const auto *text = as<String>(key);
+    if (text == nullptr)
+        return std::nullopt;
+    const std::string_view digits = text->utf8();
+    std::int64_t number = 0;
+    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
+    const bool isWhole = error == std::errc() && end == digits.data() + digits.size();
+    return isWhole ? std::optional(number) : std::nullopt;
+}
+
+// Kinds of size are numbers, but the keys of a message are texts. Keys that are no number are left out.
+Ref<Dictionary> sizesByKind(const Dictionary *sizes) {
+    if (sizes == nullptr)
+        return nullptr;
+    const auto byKind = MutableDictionary::create();
+    for (const auto &[key, value] : *sizes)
+        if (const auto kind = numberIn(key))
+            byKind->set(Number::of(*kind), value);
+    return byKind;
+}
+
 } // namespace
 
 void JXGatekeeperClient::createPixholdDatabase() {
@@ -46,8 +71,10 @@ void JXGatekeeperClient::getLibrarySizes(Handler<Dictionary *> handler) {
         failParameter(this, protocol::getLibrarySizes.name, "handler");
     const Request request(protocol::getLibrarySizes);
     // The handler runs on the reply queue itself, unlike that of the counts.
-    request.sendWithReply(connection(), replyQueue(),
-                          [handler](const Reply &reply) { handler(as<Dictionary>(reply.get(keys::sizes))); });
+    request.sendWithReply(connection(), replyQueue(), [handler](const Reply &reply) {
+        const ReleaseScope scope;
+        handler(sizesByKind(as<Dictionary>(reply.get(keys::sizes))).get());
+    });
 }
 
 void JXGatekeeperClient::updateModelAfterOTARestore() {

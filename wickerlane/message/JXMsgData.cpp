@@ -61,6 +61,8 @@ String *JXMsgShMemData::description() const {
 }
 
 JXMsgShMemData::~JXMsgShMemData() {
-    if (_bufferLength != 0 && munmap(_buffer, _bufferLength) != 0)
-        JX_LOG(3, JXGenericLog, "munmap(2) failed. (%s)", std::strerror(errno));
+    if (_bufferLength == 0 || munmap(_buffer, _bufferLength) == 0)
+        return;
+    const int error = errno; // finding out whether to log may change it
+    JX_LOG(3, JXGenericLog, "munmap(2) failed. (%s)", std::strerror(error));
 }
