@@ -94,7 +94,7 @@ int main() {
         });
     measure("text", {
                         {"a stored pointer", overPairs([&](auto a, auto) { return sample.texts[a].data(); })},
-                        {"UUID strings", overPairs([&](auto a, auto) { return strings[a]->cString(); })},
+                        {"UUID strings", overPairs([&](auto a, auto) { return strings[a]->UTF8String(); })},
                         {"uuid_unparse", overPairs([&](auto a, auto) {
                              char text[37];
                              uuid_unparse_upper(bytes[a].bytes, text);

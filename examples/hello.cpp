@@ -15,7 +15,7 @@ int main(int argc, char **argv) {
     JXGatekeeperClient::sharedInstance()->saveAssetWithJobDictionary(
         job.get(), [&](Dictionary *result, Error *error) {
             Object *outcome = result != nullptr ? result->get(protocol::jobResult::assetURL) : error;
-            std::puts(String::format("Saved: %@", outcome)->cString());
+            std::puts(String::format("Saved: %@", outcome)->UTF8String());
             answered->signal();
         });
     answered->wait();

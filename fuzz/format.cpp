@@ -23,7 +23,7 @@ std::string formatWith(const char *format, Arguments... a) {
 class Text final : public String {
 public:
     [[nodiscard]] std::size_t length() const override { return 3; }
-    [[nodiscard]] char16_t characterAt(std::size_t index) const override { return u"x\u00E4y"[index]; }
+    [[nodiscard]] char16_t characterAtIndex(std::size_t index) const override { return u"x\u00E4y"[index]; }
 };
 
 // At a low address, so that it is no great width either.

@@ -90,8 +90,8 @@ Result<> clearBulletins(Library &library, std::uint64_t lastRecordID) {
 }
 
 void postBulletinsChanged() {
-    postNotification(JXPinwallBulletinsChangedNotification->cString());
-    postNotification(JXBadgeCountChangedNotification->cString());
+    postNotification(JXPinwallBulletinsChangedNotification->UTF8String());
+    postNotification(JXBadgeCountChangedNotification->UTF8String());
 }
 
 } // namespace wickerlane::hoardd

@@ -3,7 +3,6 @@
 #include <span>
 #include <string>
 
-#include "wickerlane/platform/locale/Locale.h"
 #include "wickerlane/platform/locale/NumberFormatter.h"
 #include "wickerlane/util/texts/JXLocalization.h"
 
@@ -43,7 +42,7 @@ String *assetsAddedText(const AddedAssets &added, std::string_view sender, std::
         return String::of(filled(localized(added.photos == 1 ? addedPhoto : addedVideo), values));
     }
     const BulletinText &text = added.videos == 0 ? addedPhotos : added.photos == 0 ? addedVideos : addedItems;
-    const auto formatter = NumberFormatter::create(currentLocale(), NumberStyle::decimal);
+    const auto formatter = NumberFormatter::create(localized(language), NumberStyle::decimal);
     const std::string_view values[] = {who, formatter->stringFromInteger(count)->utf8(), album};
     return String::of(filled(localized(text), values));
 }

@@ -24,10 +24,12 @@ inline constexpr BulletinText addedItems{"BULLETIN_ADDED_ITEMS", "@@@"};
 // The somebody of these texts.
 inline constexpr BulletinText knownName{"BULLETIN_KNOWN_NAME", "@"};
 inline constexpr BulletinText unknownName{"BULLETIN_UNKNOWN_NAME", ""};
+// The tag of the language of these texts.
+inline constexpr BulletinText language{"BULLETIN_LANGUAGE", ""};
 
 /// All of them: every language has these and no others.
 inline constexpr const BulletinText *bulletinTexts[] = {&addedPhoto, &addedVideo, &addedPhotos, &addedVideos,
-                                                        &addedItems, &knownName,  &unknownName};
+                                                        &addedItems, &knownName,  &unknownName, &language};
 
 struct AddedAssets {
     std::size_t photos = 0;

@@ -27,9 +27,9 @@ class Named : public JXUUIDString {
     WL_OBJECT
 public:
     Named() : JXUUIDString(someBytes.bytes) {}
-    [[nodiscard]] char16_t characterAt(std::size_t) const override { return u'n'; }
+    [[nodiscard]] char16_t characterAtIndex(std::size_t) const override { return u'n'; }
     [[nodiscard]] std::string_view utf8() const override { return "nnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnnn"; }
-    void copyCharacters(char16_t *destination, Range range) const override {
+    void getCharacters(char16_t *destination, Range range) const override {
         std::fill_n(destination, range.length, u'n');
     }
 };
@@ -48,15 +48,15 @@ TEST(JXUUIDString, HoldsTheSameUUIDHoweverItIsMade) {
          {some(), JXUUIDString::initWithUUID(someBytes.bytes), JXUUIDString::initWithBaseUUID(object.get()),
           JXUUIDString::initWithUUIDData(data.get()), Ref<JXUUIDString>(JXStringFromUUIDData(data.get()))}) {
         EXPECT_EQ(each->utf8(), someText);
-        EXPECT_EQ(each->cString()[36], '\0');
-        EXPECT_EQ(each->cString(), each->utf8().data());
+        EXPECT_EQ(each->UTF8String()[36], '\0');
+        EXPECT_EQ(each->UTF8String(), each->utf8().data());
         EXPECT_EQ(each->UUIDBytes(), someBytes);
         EXPECT_TRUE(each->UUIDData()->isEqual(data.get()));
         EXPECT_EQ(each->length(), 36u);
-        EXPECT_EQ(each->characterAt(0), u'7');
-        EXPECT_EQ(each->characterAt(35), u'0');
+        EXPECT_EQ(each->characterAtIndex(0), u'7');
+        EXPECT_EQ(each->characterAtIndex(35), u'0');
         char16_t characters[4] = {};
-        each->copyCharacters(characters, {9, 3});
+        each->getCharacters(characters, {9, 3});
         EXPECT_EQ(std::u16string_view(characters, 4), std::u16string_view(u"6C1\0", 4));
     }
 }

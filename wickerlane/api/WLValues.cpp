@@ -7,7 +7,7 @@ WLString *WLStringCreate(const char *text) {
 }
 
 const char *WLStringText(const WLString *string) {
-    return string != nullptr ? string->cString() : nullptr;
+    return string != nullptr ? string->UTF8String() : nullptr;
 }
 
 size_t WLStringLength(const WLString *string) {

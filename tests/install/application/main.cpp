@@ -31,7 +31,7 @@ int main() {
         nullptr,
         [&](Dictionary *saved, Error *error) {
             if (error != nullptr)
-                std::printf("%s\n", error->description()->cString());
+                std::printf("%s\n", error->description()->UTF8String());
             result = saved;
             answered->signal();
         },
@@ -41,7 +41,7 @@ int main() {
     if (url == nullptr)
         return 1;
     client->getPhotosAndVideosCountWithHandler([&](Number *photos, Number *) {
-        std::printf("photos: %s\n", photos->description()->cString());
+        std::printf("photos: %s\n", photos->description()->UTF8String());
         answered->signal();
     });
     answered->wait();

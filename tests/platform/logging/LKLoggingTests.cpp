@@ -105,7 +105,7 @@ TEST_F(LKLogging, LinesAreWhatTheCallbacksMakeOfTheEntry) {
     const auto format = [&](const char *destination) {
         return LKLogFormatBlock::create([&seen, destination](const LKLogEntry &entry) {
             seen.push_back(std::string(destination) + std::to_string(entry.level) +
-                           entry.facilityName->cString() + entry.file + entry.function +
+                           entry.facilityName->UTF8String() + entry.file + entry.function +
                            std::to_string(entry.line) + std::string(entry.message));
             EXPECT_GT(entry.timestamp.tv_sec, 0);
             return std::string(destination) + " line";

@@ -179,23 +179,41 @@ TEST(Formats, ThoseFromOutsideAreCheckedAgainstTheArguments) {
         {"%@", "", false},
         {"%@ %@ %@", "@@", false},
         {"%3$@ %1$@ %2$@", "@@", false},
-        {"%2$@", "@@", false},
+        {"%2$@", "@@", true},
+        {"%d photos", "u", true},
+        {"%u photos", "u", true},
+        {"%1$hhx", "u", true},
         {"%1$@ %@", "@@", false},
         {"%s", "@", false},
         {"%lu", "@", false},
         {"%@", "u", false},
-        {"%d", "u", false},
         {"%*lu", "uu", false},
         {"%1$*2$lu", "uu", false},
         {"%n", "u", false},
         {"100 %", "", false},
         {"%2147483647$@", "@", false},
         {"%f", "u", false},
+        {"%c", "u", false},
         {"%.*@", "u@", false},
         {nullptr, "", false},
     };
     for (const Row &row : rows)
         EXPECT_EQ(formatTakes(row.format, row.kinds), row.takes) << (row.format ? row.format : "null");
+}
+
+TEST(Formats, thoseFromOutsideAreFilledByWhatTheyName) {
+    const auto album = String::of("Sea");
+    const CheckedArgument arguments[] = {3UL, album, static_cast<const Object *>(nullptr)};
+    const struct {
+        const char *format;
+        std::optional<std::string> text;
+    } rows[] = {
+        {"%lu in %@", "3 in Sea"},     {"%d in %@", "3 in Sea"},     {"%u in %@, %@", "3 in Sea, (null)"},
+        {"one in %2$@", "one in Sea"}, {"%2$@: %1$03i", "Sea: 003"}, {"%2$@ %2$@", "Sea Sea"},
+        {"%@", std::nullopt},          {"%s in %@", std::nullopt},   {"%lu %@ %@ %@", std::nullopt},
+    };
+    for (const auto &[format, text] : rows)
+        EXPECT_EQ(formatUTF8Checked(format, arguments), text) << format;
 }
 
 } // namespace

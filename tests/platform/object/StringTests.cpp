@@ -21,7 +21,7 @@ class ForeignString final : public String {
 public:
     explicit ForeignString(std::u16string held) : units(std::move(held)) {}
     [[nodiscard]] std::size_t length() const override { return units.size(); }
-    [[nodiscard]] char16_t characterAt(std::size_t index) const override { return units[index]; }
+    [[nodiscard]] char16_t characterAtIndex(std::size_t index) const override { return units[index]; }
 
 private:
     std::u16string units;
@@ -57,10 +57,10 @@ TEST(Strings, AreEqualWhateverTheirClasses) {
                                      String::createWithUTF16(units).leak()};
         for (const String *one : all) {
             EXPECT_EQ(one->utf8(), text);
-            EXPECT_EQ(std::strlen(one->cString()), std::strlen(text));
+            EXPECT_EQ(std::strlen(one->UTF8String()), std::strlen(text));
             ASSERT_EQ(one->length(), units.size());
             for (std::size_t i = 0; i < units.size(); ++i)
-                EXPECT_EQ(one->characterAt(i), units[i]);
+                EXPECT_EQ(one->characterAtIndex(i), units[i]);
             for (const String *other : all) {
                 EXPECT_TRUE(one->isEqual(other));
                 EXPECT_EQ(one->compare(other), same);
@@ -118,7 +118,7 @@ TEST(Strings, UnitsAreFoundOnManyThreadsAtOnce) {
     for (int t = 0; t < 4; ++t)
         threads.emplace_back([&] {
             for (std::size_t i = 0; i < string->length(); i += 3)
-                EXPECT_EQ(string->characterAt(i), u'ä');
+                EXPECT_EQ(string->characterAtIndex(i), u'ä');
         });
     for (std::thread &thread : threads)
         thread.join();
@@ -274,7 +274,7 @@ TEST(MutableStrings, StayValidThroughEveryChange) {
     text->replace({1, 99}, text.get());
     EXPECT_EQ(text->length(), 6U);
     text->replace({99, 1}, String::of("!"));
-    EXPECT_EQ(text->characterAt(6), u'!');
+    EXPECT_EQ(text->characterAtIndex(6), u'!');
     text->setString(text.get());
     EXPECT_EQ(text->length(), 7U);
 }

@@ -65,8 +65,8 @@ String *Exception::description() const {
 
 const char *Exception::what() const noexcept {
     if (exceptionReason)
-        return exceptionReason->cString();
-    return exceptionName ? exceptionName->cString() : "exception";
+        return exceptionReason->UTF8String();
+    return exceptionName ? exceptionName->UTF8String() : "exception";
 }
 
 } // namespace wickerlane

@@ -1,6 +1,8 @@
 #include "wickerlane/platform/object/Format.h"
 
 #include <cstdint>
+#include <string_view>
+#include <vector>
 
 #include "wickerlane/platform/object/FormatParser.h"
 #include "wickerlane/platform/object/FormatWriter.h"
@@ -10,6 +12,15 @@ namespace wickerlane {
 using formatting::ArgumentType;
 using formatting::Conversion;
 using formatting::Measure;
+
+namespace {
+
+bool showsNumber(const Conversion &conversion) {
+    constexpr std::string_view letters = "diuoxX";
+    return letters.find(conversion.letter) != std::string_view::npos;
+}
+
+} // namespace
 
 std::string formatUTF8Escaping(const char *format, va_list arguments,
                                std::string (*escape)(std::string_view)) {
@@ -31,12 +42,11 @@ std::string formatUTF8(const char *format, ...) {
 }
 
 bool formatTakes(const char *format, std::string_view kinds) {
-    if (format == nullptr || kinds.size() >= 64)
+    if (format == nullptr)
         return false;
     const formatting::ParsedFormat parsed(format);
     if (parsed.hasUnknownConversions())
         return false;
-    std::uint64_t taken = 0; // one bit for each argument
     unsigned sequential = 0;
     for (const formatting::Piece &piece : parsed.pieces()) {
         const Conversion &c = piece.conversion;
@@ -49,14 +59,26 @@ bool formatTakes(const char *format, std::string_view kinds) {
         const unsigned place = c.position != 0 ? c.position : ++sequential;
         if (place > kinds.size())
             return false;
-        const bool isUnsignedLong = c.type >= ArgumentType::longInteger && c.type <= ArgumentType::difference;
         const char kind = kinds[place - 1];
-        if (kind == '@' ? c.type != ArgumentType::object : kind != 'u' || !isUnsignedLong)
+        if (kind == '@' ? c.type != ArgumentType::object : kind != 'u' || !showsNumber(c))
             return false;
-        taken |= std::uint64_t{1} << (place - 1);
     }
-    const bool leavesNoneOut = (taken & (taken + 1)) == 0;
-    return leavesNoneOut && !(parsed.namesPositions() && sequential != 0);
+    return !(parsed.namesPositions() && sequential != 0);
+}
+
+std::optional<std::string> formatUTF8Checked(const char *format, std::span<const CheckedArgument> arguments) {
+    std::string kinds;
+    std::vector<formatting::Value> values;
+    for (const CheckedArgument &argument : arguments) {
+        kinds += argument.kind;
+        formatting::Value value;
+        value.integer = static_cast<std::intmax_t>(argument.number);
+        value.pointer = argument.object;
+        values.push_back(value);
+    }
+    if (!formatTakes(format, kinds))
+        return std::nullopt;
+    return formatting::FormatWriter(std::move(values)).write(formatting::ParsedFormat(format));
 }
 
 } // namespace wickerlane

@@ -3,12 +3,16 @@
 #define WICKERLANE_PLATFORM_OBJECT_FORMAT_H
 
 #include <cstdarg>
+#include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
 #include "wickerlane/platform/object/Export.h"
 
 namespace wickerlane {
+
+class Object;
 
 /// Formats into UTF-8. Takes every conversion, flag, width, precision and length modifier of C's printf,
 /// positional arguments ("%2$@", "%1$*3$d"), and "%@" with an `Object *` whose description is shown ("(null)"
@@ -29,10 +33,24 @@ WL_EXPORT std::string formatUTF8Escaping(const char *format, va_list arguments,
                                          std::string (*escape)(std::string_view text));
 
 /// Whether a format that comes from outside, such as a translated text, can be formatted with arguments of
-/// the given kinds: '@' for an object, 'u' for an unsigned long. It need not use the last of them; but it
-/// must not take any that is not there or is of another kind, hold an unknown conversion, or mix positional
-/// with other ones.
+/// the given kinds: '@' for an object, 'u' for a number, which any integer conversion shows. It need not use
+/// all of them; but it must not take any that is not there or is of another kind, hold an unknown conversion,
+/// or mix positional with other ones.
 [[nodiscard]] WL_EXPORT bool formatTakes(const char *format, std::string_view kinds);
+
+/// An argument of a format that comes from outside: an object, which may be null, or a number.
+struct CheckedArgument {
+    CheckedArgument(const Object *shown) noexcept : object(shown) {}
+    CheckedArgument(unsigned long shown) noexcept : kind('u'), number(shown) {}
+
+    char kind = '@';
+    const Object *object = nullptr;
+    unsigned long number = 0;
+};
+
+/// Formats with a format that comes from outside; nothing when formatTakes() says that it can't be.
+[[nodiscard]] WL_EXPORT std::optional<std::string>
+formatUTF8Checked(const char *format, std::span<const CheckedArgument> arguments);
 
 } // namespace wickerlane
 

@@ -49,6 +49,8 @@ private:
 } // namespace
 
 bool Arguments::readByPosition(const ParsedFormat &format) {
+    if (isKnown)
+        return true;
     if (format.hasUnknownConversions())
         return false;
     PositionedTypes types(format.text().size());

@@ -3,7 +3,9 @@
 #define WICKERLANE_PLATFORM_OBJECT_FORMATARGUMENTS_H
 
 #include <cstdarg>
+#include <cstddef>
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 #include "wickerlane/platform/object/FormatParser.h"
@@ -22,7 +24,12 @@ struct Value {
 class Arguments {
 public:
     explicit Arguments(va_list from) { va_copy(list, from); }
-    ~Arguments() { va_end(list); }
+    /// Arguments that are known to suit the format.
+    explicit Arguments(std::vector<Value> known) : isKnown(true), values(std::move(known)) {}
+    ~Arguments() {
+        if (!isKnown)
+            va_end(list);
+    }
     Arguments(const Arguments &) = delete;
     Arguments &operator=(const Arguments &) = delete;
 
@@ -33,13 +40,17 @@ public:
 
     /// The argument at a position, from 1 on; the next one for 0.
     [[nodiscard]] Value take(unsigned position, ArgumentType type) {
-        return position == 0 ? read(type) : values[position - 1];
+        if (position != 0)
+            return values[position - 1];
+        return isKnown ? values[taken++] : read(type);
     }
 
 private:
     Value read(ArgumentType type);
 
-    va_list list;
+    va_list list; // unless isKnown
+    bool isKnown = false;
+    std::size_t taken = 0;     // of known ones
     std::vector<Value> values; // by position
 };
 

@@ -6,6 +6,8 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "wickerlane/platform/object/FormatArguments.h"
 
@@ -17,6 +19,8 @@ public:
     /// `escaping` may be null.
     FormatWriter(va_list from, std::string (*escaping)(std::string_view)) noexcept
         : arguments(from), escape(escaping) {}
+    /// For arguments that are known to suit the format.
+    explicit FormatWriter(std::vector<Value> known) : arguments(std::move(known)), escape(nullptr) {}
 
     [[nodiscard]] std::string write(const ParsedFormat &format);
 

@@ -51,7 +51,7 @@ std::size_t MutableString::length() const {
     return units.size();
 }
 
-char16_t MutableString::characterAt(std::size_t index) const {
+char16_t MutableString::characterAtIndex(std::size_t index) const {
     return units[index];
 }
 

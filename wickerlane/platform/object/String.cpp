@@ -44,11 +44,11 @@ public:
     }
 
     [[nodiscard]] std::size_t length() const override { return unitCount; }
-    [[nodiscard]] char16_t characterAt(std::size_t index) const override {
+    [[nodiscard]] char16_t characterAtIndex(std::size_t index) const override {
         return isASCII() ? static_cast<char16_t>(bytes[index]) : units()[index];
     }
     [[nodiscard]] std::string_view utf8() const override { return {bytes, byteCount}; }
-    void copyCharacters(char16_t *destination, Range range) const override {
+    void getCharacters(char16_t *destination, Range range) const override {
         if (isASCII())
             std::copy_n(bytes + range.location, range.length, destination);
         else
@@ -170,14 +170,14 @@ std::string_view String::utf8() const {
     return borrowed(converted)->utf8();
 }
 
-void String::copyCharacters(char16_t *destination, Range range) const {
+void String::getCharacters(char16_t *destination, Range range) const {
     for (std::size_t i = 0; i < range.length; ++i)
-        destination[i] = characterAt(range.location + i);
+        destination[i] = characterAtIndex(range.location + i);
 }
 
 std::u16string String::utf16() const {
     std::u16string units(length(), u'\0');
-    copyCharacters(units.data(), {0, units.size()});
+    getCharacters(units.data(), {0, units.size()});
     return units;
 }
 
@@ -197,8 +197,8 @@ bool String::isEqualToString(const String *other) const {
     std::array<char16_t, 128> others;
     for (std::size_t i = 0; i < count; i += mine.size()) {
         const std::size_t piece = std::min(mine.size(), count - i);
-        copyCharacters(mine.data(), {i, piece});
-        other->copyCharacters(others.data(), {i, piece});
+        getCharacters(mine.data(), {i, piece});
+        other->getCharacters(others.data(), {i, piece});
         if (!std::equal(mine.begin(), mine.begin() + static_cast<std::ptrdiff_t>(piece), others.begin()))
             return false;
     }
@@ -237,7 +237,7 @@ String *String::substring(Range range) const {
     if (hasExactUTF8() && utf8().size() == length())
         return borrowed(utf8().substr(part.location, part.length));
     std::u16string units(part.length, u'\0');
-    copyCharacters(units.data(), part);
+    getCharacters(units.data(), part);
     return autorelease(createWithUTF16(units));
 }
 
@@ -255,7 +255,7 @@ std::size_t ConstantString::length() const {
     return text.size();
 }
 
-char16_t ConstantString::characterAt(std::size_t index) const {
+char16_t ConstantString::characterAtIndex(std::size_t index) const {
     return static_cast<char16_t>(text[index]);
 }
 

@@ -36,8 +36,8 @@ constexpr bool operator&(CompareOptions a, CompareOptions b) {
 }
 
 /// An immutable text (a MutableString is one whose owner may change it). Abstract: a subclass supplies
-/// length() and characterAt(); everything else works through these two unless the subclass knows a faster
-/// way.
+/// length() and characterAtIndex(); everything else works through these two unless the subclass knows a
+/// faster way.
 class WL_EXPORT String : public Object {
     WL_OBJECT
 public:
@@ -66,7 +66,7 @@ public:
     /// Length in UTF-16 code units.
     [[nodiscard]] virtual std::size_t length() const = 0;
     /// The code unit at a position below length().
-    [[nodiscard]] virtual char16_t characterAt(std::size_t index) const = 0;
+    [[nodiscard]] virtual char16_t characterAtIndex(std::size_t index) const = 0;
 
     // What follows from it.
 
@@ -74,10 +74,10 @@ public:
     /// as long as the string is neither changed nor destroyed; for subclasses that do not keep UTF-8
     /// themselves, also only until the current release scope ends.
     [[nodiscard]] virtual std::string_view utf8() const;
-    [[nodiscard]] const char *cString() const { return utf8().data(); }
+    [[nodiscard]] const char *UTF8String() const { return utf8().data(); }
 
     /// Copies the code units of a range that lies within the string.
-    virtual void copyCharacters(char16_t *destination, Range range) const;
+    virtual void getCharacters(char16_t *destination, Range range) const;
     [[nodiscard]] std::u16string utf16() const;
 
     /// Equal when the code units are, whatever classes the two strings have.
@@ -138,7 +138,7 @@ public:
     void replace(Range range, const String *replacement);
 
     [[nodiscard]] std::size_t length() const override;
-    [[nodiscard]] char16_t characterAt(std::size_t index) const override;
+    [[nodiscard]] char16_t characterAtIndex(std::size_t index) const override;
     [[nodiscard]] std::string_view utf8() const override;
 
 private:
@@ -155,7 +155,7 @@ public:
                 throw "a constant string holds ASCII only";
     }
     [[nodiscard]] std::size_t length() const override;
-    [[nodiscard]] char16_t characterAt(std::size_t index) const override;
+    [[nodiscard]] char16_t characterAtIndex(std::size_t index) const override;
     [[nodiscard]] std::string_view utf8() const override;
 
 protected:

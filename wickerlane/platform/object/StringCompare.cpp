@@ -180,7 +180,7 @@ std::strong_ordering compareBytes(std::string_view a, std::string_view b) noexce
 
 std::u16string unitsOf(const String *text, Range range) {
     std::u16string units(range.length, u'\0');
-    text->copyCharacters(units.data(), range);
+    text->getCharacters(units.data(), range);
     return units;
 }
 

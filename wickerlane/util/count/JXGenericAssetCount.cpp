@@ -84,5 +84,5 @@ std::int64_t JXGenericAssetCountInDatabaseWithPath(const char *path) {
 }
 
 std::int64_t JXGenericAssetCountInPixholdStore(String *path) {
-    return JXGenericAssetCountInDatabaseWithPath(path != nullptr ? path->cString() : nullptr);
+    return JXGenericAssetCountInDatabaseWithPath(path != nullptr ? path->UTF8String() : nullptr);
 }

@@ -7,11 +7,13 @@
 
 namespace wickerlane {
 
-/// A text from a string table, formatted with arguments of the kinds that formatTakes() names. A text that
-/// needs others is a mistake in the table and is returned unformatted. Borrowed.
+/// A text from a string table, formatted with objects and unsigned longs. A text that needs others is a
+/// mistake in the table and is returned unformatted. Borrowed.
 template <class... Arguments>
-String *formattedText(String *text, const char *kinds, Arguments... arguments) {
-    return formatTakes(text->cString(), kinds) ? String::format(text->cString(), arguments...) : text;
+String *formattedText(String *text, Arguments... arguments) {
+    const CheckedArgument checked[] = {arguments...};
+    const auto formatted = formatUTF8Checked(text->UTF8String(), checked);
+    return formatted ? String::of(*formatted) : text;
 }
 
 } // namespace wickerlane

@@ -30,7 +30,7 @@ WL_IMMORTAL Immortal<ConstantString> threeConjunction{"ALBUM_THREE_TYPES_LABEL_C
 String *part(const KeysOfKind &keys, std::uint64_t count) {
     if (count == 1)
         return JXLocalizedFrameworkString(keys.one.get());
-    return formattedText(JXLocalizedFrameworkString(keys.many.get()), "@",
+    return formattedText(JXLocalizedFrameworkString(keys.many.get()),
                          JXSharedCountFormatter()->stringFromInteger(count));
 }
 
@@ -50,10 +50,10 @@ String *phrase(std::uint64_t photos, std::uint64_t videos, std::uint64_t others,
         return parts[0];
     case 2:
         return formattedText(JXLocalizedFrameworkString((conjunction ? twoConjunction : twoCommas).get()),
-                             "@@", parts[0], parts[1]);
+                             parts[0], parts[1]);
     default:
         return formattedText(JXLocalizedFrameworkString((conjunction ? threeConjunction : threeCommas).get()),
-                             "@@@", parts[0], parts[1], parts[2]);
+                             parts[0], parts[1], parts[2]);
     }
 }
 

@@ -56,17 +56,17 @@ String *JXLocalizedSelectionMessageForItems(JXItemCollection items) {
     String *text = JXLocalizedStringForAction(selectedAction.get(), items, &JXSuffixForItems);
     if (text == nullptr)
         return nullptr;
-    return scope.handOver(formattedText(text, "u", static_cast<unsigned long>(items.count())));
+    return scope.handOver(formattedText(text, static_cast<unsigned long>(items.count())));
 }
 
 String *JXLocalizedAddPhotosPickerPromptForItems(JXItemCollection pickedItems, String *albumName) {
     ReleaseScope scope;
     const std::uint64_t count = pickedItems.count();
     if (count == 0)
-        return scope.handOver(formattedText(JXLocalizedFrameworkString(nothingPicked.get()), "@", albumName));
+        return scope.handOver(formattedText(JXLocalizedFrameworkString(nothingPicked.get()), albumName));
     String *key = String::format(count == 1 ? "ADD_ITEMS_PICKER_PROMPT_1_%@" : "ADD_ITEMS_PICKER_PROMPT_n_%@",
                                  JXSuffixForItems(pickedItems));
-    return scope.handOver(formattedText(JXLocalizedFrameworkString(key), "@@", Number::of(count), albumName));
+    return scope.handOver(formattedText(JXLocalizedFrameworkString(key), Number::of(count), albumName));
 }
 
 String *JXLocalizedHideItemsEverywhereWarning(JXItemCollection items, std::uint64_t albumCount) {
@@ -80,6 +80,6 @@ String *JXLocalizedHideItemsEverywhereWarning(JXItemCollection items, std::uint6
     String *text = JXLocalizedFrameworkString(key);
     // 0 albums use the key of several, but the number is not filled in.
     if (albumCount >= 2)
-        text = formattedText(text, "@", JXSharedCountFormatter()->stringFromInteger(albumCount));
+        text = formattedText(text, JXSharedCountFormatter()->stringFromInteger(albumCount));
     return scope.handOver(text);
 }

@@ -82,11 +82,11 @@ std::size_t JXUUIDString::length() const {
     return textLength;
 }
 
-char16_t JXUUIDString::characterAt(std::size_t index) const {
+char16_t JXUUIDString::characterAtIndex(std::size_t index) const {
     return static_cast<char16_t>(_uuidString[index]);
 }
 
-void JXUUIDString::copyCharacters(char16_t *destination, Range range) const {
+void JXUUIDString::getCharacters(char16_t *destination, Range range) const {
     std::copy_n(_uuidString + range.location, range.length, destination);
 }
 

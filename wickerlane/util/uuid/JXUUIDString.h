@@ -34,9 +34,9 @@ public:
     /// Always 36.
     [[nodiscard]] std::size_t length() const override;
     /// The index is not checked.
-    [[nodiscard]] char16_t characterAt(std::size_t index) const override;
+    [[nodiscard]] char16_t characterAtIndex(std::size_t index) const override;
     /// The range is not checked.
-    void copyCharacters(char16_t *destination, wickerlane::Range range) const override;
+    void getCharacters(char16_t *destination, wickerlane::Range range) const override;
     [[nodiscard]] bool isEqualToString(const wickerlane::String *other) const override;
     using wickerlane::String::compare;
     /// Between two strings of exactly this class options, range and locale are ignored: UUIDs compare as a
