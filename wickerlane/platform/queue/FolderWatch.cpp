@@ -111,10 +111,11 @@ void FolderWatch::take(const Event &event, std::vector<Report> &reports) {
         const bool mayBeThere = !watched.isThere && (event.mask & newcomers) != 0;
         if (!hasGone && !mayBeThere)
             continue;
+        const bool wasThere = watched.isThere;
         watchAbove(watched);
         if (watched.descriptor != event.descriptor)
             stopUnlessUsed(event.descriptor);
-        if (watched.isThere) // files may have come before it was watched
+        if (wasThere || watched.isThere) // all its files have gone, or some came before it was watched
             reports.push_back({-1, {}});
     }
 }
