@@ -8,6 +8,7 @@
 #include "cli/Output.h"
 #include "cli/Subcommands.h"
 #include "wickerlane/api/RZLibrary.h"
+#include "wickerlane/protocol/SizeKind.h"
 
 namespace wickerlane::cli {
 namespace {
@@ -16,20 +17,25 @@ struct Options {
     bool json = false;
 };
 
+using protocol::SizeKind;
+
 constexpr struct Kind {
-    std::uint32_t bit;
+    SizeKind kind;
     const char *name;
     const char *label;
-} kinds[] = {{1, "photos", "Photos"},
-             {2, "videos", "Videos"},
-             {4, "derived", "Thumbnails and edited renditions"},
-             {8, "database", "Store"}};
+    [[nodiscard]] constexpr std::uint32_t bit() const { return static_cast<std::uint32_t>(kind); }
+} kinds[] = {{SizeKind::photos, "photos", "Photos"},
+             {SizeKind::videos, "videos", "Videos"},
+             {SizeKind::derived, "derived", "Thumbnails and edited renditions"},
+             {SizeKind::database, "database", "Store"}};
 
 /// Bytes by kind.
 using Sizes = std::map<std::uint32_t, std::uint64_t>;
 
 Sizes askSizes() {
-    constexpr std::uint32_t allBits = 15;
+    std::uint32_t allBits = 0;
+    for (const Kind &kind : kinds)
+        allBits |= kind.bit();
     const auto queue = WorkQueue::create("sizes"); // serial, so that the map needs no lock
     const Awaited<Sizes> answer;
     RZGetLibrarySizes(queue.get(), allBits,
@@ -47,7 +53,7 @@ Result<ExitCode> showSizes(const Options &options) {
     const Sizes sizes = askSizes();
     JSON described;
     for (const Kind &kind : kinds) {
-        const std::uint64_t bytes = sizes.at(kind.bit);
+        const std::uint64_t bytes = sizes.at(kind.bit());
         if (bytes == RZLibrarySizeUnknown)
             return fail(ProblemKind::failed, "the daemon can't say the sizes; see its log");
         described[kind.name] = bytes;
