@@ -3,11 +3,12 @@
 #include <algorithm>
 #include <map>
 
+#include "wickerlane/store/AssetColumns.h"
+
 namespace wickerlane::hoardd {
 
 using sqlite::Database;
 using sqlite::Statement;
-using store::AssetKind;
 
 namespace {
 
@@ -26,13 +27,12 @@ Result<std::vector<DuplicateItem>> readItems(Database &database) {
         .all([](const Statement &row) {
             DuplicateItem item;
             item.key = row.integer(0);
-            item.kind = row.integer(1) == 1 ? AssetKind::video : AssetKind::photo;
+            item.kind = store::kindIn(row, 1);
             item.width = static_cast<std::uint32_t>(row.integer(2));
             item.height = static_cast<std::uint32_t>(row.integer(3));
             item.date = row.real(4);
             item.duration = row.real(5);
-            const Bytes sum = row.blob(6);
-            std::copy_n(sum.begin(), std::min(sum.size(), item.sum.size()), item.sum.begin());
+            item.sum = store::sumIn(row, 6);
             item.fingerprint = fingerprintIn(row, 7);
             return item;
         });
@@ -97,16 +97,6 @@ Result<> writeGrouping(Database &database, const Grouping &grouping) {
     return {};
 }
 
-Result<bool> isTrue(Database &database, const char *query, std::optional<std::int64_t> value = {}) {
-    Statement statement = database.prepare(query);
-    if (value)
-        statement.bind(*value);
-    const auto answer = statement.first([](const Statement &row) { return row.integer(0) != 0; });
-    if (!answer)
-        return passOn(answer);
-    return answer->value_or(false);
-}
-
 } // namespace
 
 Result<std::vector<NewAsset>> assetsWithoutFingerprint(Database &database, std::int64_t after,
@@ -141,15 +131,16 @@ Result<> writeFingerprint(Database &database, const NewAsset &asset,
 }
 
 Result<bool> isLinked(Database &database, std::int64_t asset) {
-    return isTrue(
-        database,
-        "SELECT EXISTS (SELECT 1 FROM zgenericasset a JOIN zgenericasset b ON b.sha256 = a.sha256 AND "
-        "b.pk <> a.pk WHERE a.pk = ?1) OR EXISTS (SELECT 1 FROM zduplicate WHERE asset = ?1)",
-        asset);
+    return database
+        .prepare("SELECT 1 WHERE EXISTS (SELECT 1 FROM zgenericasset a JOIN zgenericasset b ON b.sha256 = "
+                 "a.sha256 AND b.pk <> a.pk WHERE a.pk = ?1) OR EXISTS (SELECT 1 FROM zduplicate WHERE "
+                 "asset = ?1)")
+        .bind(asset)
+        .any();
 }
 
 Result<bool> areGroupsStale(Database &database) {
-    return isTrue(database, "SELECT changed > grouped FROM zduplicatestate");
+    return database.prepare("SELECT 1 FROM zduplicatestate WHERE changed > grouped").any();
 }
 
 Result<> markGroupsStale(Database &database) {

@@ -7,6 +7,7 @@
 
 #include "hoardd/analysis/MomentListStore.h"
 #include "hoardd/analysis/MomentRunStore.h"
+#include "wickerlane/store/AssetColumns.h"
 
 namespace wickerlane::hoardd {
 
@@ -55,12 +56,9 @@ MomentPlan::Moment momentOf(std::span<const MomentAsset> group, std::int64_t key
 /// Whether a moment is stored with these values.
 Result<bool> isStored(Statement &byKey, const MomentPlan::Moment &moment) {
     const auto isSame = byKey.bind(moment.key).first([&](const Statement &row) {
-        const auto optionalReal = [&](int column) {
-            return row.isNull(column) ? std::nullopt : std::optional(row.real(column));
-        };
         return row.real(0) == moment.start && row.real(1) == moment.end &&
-               row.integer(2) == moment.assetCount && optionalReal(3) == moment.latitude &&
-               optionalReal(4) == moment.longitude;
+               row.integer(2) == moment.assetCount && store::optionalRealIn(row, 3) == moment.latitude &&
+               store::optionalRealIn(row, 4) == moment.longitude;
     });
     if (!isSame)
         return passOn(isSame);

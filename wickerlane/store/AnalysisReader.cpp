@@ -1,5 +1,7 @@
 #include "wickerlane/store/AnalysisReader.h"
 
+#include "wickerlane/store/AssetColumns.h"
+
 namespace wickerlane::store {
 
 namespace {
@@ -7,18 +9,8 @@ namespace {
 using sqlite::Database;
 using sqlite::Statement;
 
-std::optional<double> optionalReal(const Statement &row, int column) {
-    return row.isNull(column) ? std::nullopt : std::optional(row.real(column));
-}
-
 std::uint64_t count(const Statement &row, int column) {
     return static_cast<std::uint64_t>(row.integer(column));
-}
-
-Result<bool> isTrue(Database &database, std::string_view query) {
-    const auto value =
-        database.prepare(query).first([](const Statement &row) { return row.integer(0) != 0; });
-    return value ? Result<bool>(value->value_or(false)) : passOn(value);
 }
 
 } // namespace
@@ -37,11 +29,16 @@ Result<std::vector<MomentRecord>> AnalysisReader::moments() {
                  "FROM zmoment m LEFT JOIN zgenericasset a ON a.pk = m.keyasset "
                  "ORDER BY m.startdate, m.pk")
         .all([](const Statement &row) {
-            return MomentRecord{row.integer(0),       row.integer(1),
-                                row.real(2),          row.real(3),
-                                count(row, 4),        count(row, 5),
-                                count(row, 6),        optionalReal(row, 7),
-                                optionalReal(row, 8), std::string(row.text(9)),
+            return MomentRecord{row.integer(0),
+                                row.integer(1),
+                                row.real(2),
+                                row.real(3),
+                                count(row, 4),
+                                count(row, 5),
+                                count(row, 6),
+                                optionalRealIn(row, 7),
+                                optionalRealIn(row, 8),
+                                std::string(row.text(9)),
                                 row.integer(10) != 0};
         });
 }
@@ -110,16 +107,19 @@ Result<std::vector<FeedEntryRecord>> AnalysisReader::cloudFeed() {
 }
 
 Result<bool> AnalysisReader::areMomentsComplete() {
-    return isTrue(database, "SELECT NOT EXISTS (SELECT 1 FROM zmomentchange) AND "
-                            "NOT EXISTS (SELECT 1 FROM zmoment WHERE analyzed = 0) AND "
-                            "NOT EXISTS (SELECT 1 FROM zmomentlist WHERE analyzed = 0)");
+    return database
+        .prepare("SELECT 1 WHERE NOT EXISTS (SELECT 1 FROM zmomentchange) AND "
+                 "NOT EXISTS (SELECT 1 FROM zmoment WHERE analyzed = 0) AND "
+                 "NOT EXISTS (SELECT 1 FROM zmomentlist WHERE analyzed = 0)")
+        .any();
 }
 
 Result<bool> AnalysisReader::areDuplicatesComplete() {
-    return isTrue(database,
-                  "SELECT (SELECT grouped >= changed FROM zduplicatestate) AND NOT EXISTS (SELECT 1 FROM "
-                  "zgenericasset a LEFT JOIN zfingerprint f ON f.asset = a.pk WHERE f.asset IS NULL OR "
-                  "f.thumbnailindex <> a.thumbnailindex)");
+    return database
+        .prepare("SELECT 1 FROM zduplicatestate WHERE grouped >= changed AND NOT EXISTS (SELECT 1 FROM "
+                 "zgenericasset a LEFT JOIN zfingerprint f ON f.asset = a.pk WHERE f.asset IS NULL OR "
+                 "f.thumbnailindex <> a.thumbnailindex)")
+        .any();
 }
 
 } // namespace wickerlane::store

@@ -28,17 +28,16 @@ void readValue(const Statement &row, int column, double &value) {
     value = row.real(column);
 }
 void readValue(const Statement &row, int column, std::optional<double> &value) {
-    value = row.isNull(column) ? std::nullopt : std::optional(row.real(column));
+    value = optionalRealIn(row, column);
 }
 void readValue(const Statement &row, int column, std::string &value) {
     value = row.text(column);
 }
 void readValue(const Statement &row, int column, AssetKind &value) {
-    value = row.integer(column) == 1 ? AssetKind::video : AssetKind::photo;
+    value = kindIn(row, column);
 }
 void readValue(const Statement &row, int column, Sha256 &value) {
-    const Bytes bytes = row.blob(column);
-    std::copy_n(bytes.begin(), std::min(bytes.size(), value.size()), value.begin());
+    value = sumIn(row, column);
 }
 
 struct Column {
@@ -120,6 +119,21 @@ constinit const std::string_view selectAssets = selection.text();
 void bindRecord(Statement &statement, const AssetRecord &record) {
     for (const Column &each : columns)
         each.bind(statement, record);
+}
+
+AssetKind kindIn(const Statement &row, int column) {
+    return row.integer(column) == 1 ? AssetKind::video : AssetKind::photo;
+}
+
+Sha256 sumIn(const Statement &row, int column) {
+    Sha256 sum{};
+    const Bytes bytes = row.blob(column);
+    std::copy_n(bytes.begin(), std::min(bytes.size(), sum.size()), sum.begin());
+    return sum;
+}
+
+std::optional<double> optionalRealIn(const Statement &row, int column) {
+    return row.isNull(column) ? std::nullopt : std::optional(row.real(column));
 }
 
 AssetRecord readRecord(const Statement &row) {

@@ -2,6 +2,7 @@
 #ifndef WICKERLANE_STORE_ASSETCOLUMNS_H
 #define WICKERLANE_STORE_ASSETCOLUMNS_H
 
+#include <optional>
 #include <string_view>
 
 #include "wickerlane/store/AssetRecord.h"
@@ -18,6 +19,13 @@ WL_EXPORT extern const std::string_view selectAssets;
 /// Binds a record, which must stay unchanged until the statement has run. Its primary key is left out: the
 /// table gives it.
 WL_EXPORT void bindRecord(sqlite::Statement &statement, const AssetRecord &record);
+
+// What a column of the current row holds.
+
+[[nodiscard]] WL_EXPORT AssetKind kindIn(const sqlite::Statement &row, int column);
+/// Padded with zeros or cut, should the column hold anything else than a sum.
+[[nodiscard]] WL_EXPORT Sha256 sumIn(const sqlite::Statement &row, int column);
+[[nodiscard]] WL_EXPORT std::optional<double> optionalRealIn(const sqlite::Statement &row, int column);
 
 /// The record in the current row.
 [[nodiscard]] WL_EXPORT AssetRecord readRecord(const sqlite::Statement &row);
