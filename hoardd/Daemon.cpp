@@ -1,17 +1,8 @@
 #include "hoardd/Daemon.h"
 
-#include "hoardd/albums/AlbumHandlers.h"
-#include "hoardd/albums/SharingHandlers.h"
-#include "hoardd/analysis/AnalysisHandlers.h"
-#include "hoardd/pictures/AssetHandlers.h"
-#include "hoardd/pictures/RenditionHandlers.h"
 #include "hoardd/pictures/Thumbnails.h"
-#include "hoardd/pictures/VideoHandlers.h"
-#include "hoardd/saving/FileHandlers.h"
 #include "hoardd/saving/Publication.h"
-#include "hoardd/saving/SaveHandlers.h"
-#include "hoardd/service/AccessHandlers.h"
-#include "hoardd/upkeep/LibraryHandlers.h"
+#include "hoardd/service/OperationFamilies.h"
 #include "wickerlane/protocol/ServiceName.h"
 
 namespace wickerlane::hoardd {

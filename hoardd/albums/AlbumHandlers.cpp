@@ -1,4 +1,4 @@
-#include "hoardd/albums/AlbumHandlers.h"
+#include "hoardd/service/OperationFamilies.h"
 
 #include "hoardd/albums/AlbumStore.h"
 #include "hoardd/albums/Albums.h"
@@ -75,13 +75,13 @@ Result<Answer> automaticallyDeleteEmptyAlbum(Library &library, const Call &call)
 
 constexpr Operation operations[] = {
     {&protocol::addGroup, addGroup},
-    {.row = &protocol::addAssetToAlbum, .handler = addAssetToAlbum, .sayNo = bySuccess},
+    {.row = &protocol::addAssetToAlbum, .handler = addAssetToAlbum, .refusal = bySuccess},
     {.row = &protocol::deleteAsset,
      .handler = deleteAsset,
      .runs = Runs::beside,
      .entitlement = &JXDeleteAssetsEntitlement,
-     .sayNo = bySuccessAndEntitlement},
-    {.row = &protocol::setExternalUsageIntent, .handler = setExternalUsageIntent, .sayNo = bySuccess},
+     .refusal = bySuccessAndEntitlement},
+    {.row = &protocol::setExternalUsageIntent, .handler = setExternalUsageIntent, .refusal = bySuccess},
     {&protocol::recalculateCachedAlbumCounts, recalculateCachedAlbumCounts},
     {&protocol::automaticallyDeleteEmptyAlbum, automaticallyDeleteEmptyAlbum},
 };

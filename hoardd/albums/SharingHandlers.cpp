@@ -1,5 +1,5 @@
 // There is no cloud: what a server would keep is kept in the library.
-#include "hoardd/albums/SharingHandlers.h"
+#include "hoardd/service/OperationFamilies.h"
 
 #include "hoardd/albums/AlbumStore.h"
 #include "hoardd/albums/Albums.h"

@@ -1,4 +1,4 @@
-#include "hoardd/analysis/AnalysisHandlers.h"
+#include "hoardd/service/OperationFamilies.h"
 
 #include "hoardd/albums/CloudFeedStore.h"
 #include "hoardd/analysis/DuplicateStore.h"

@@ -1,4 +1,4 @@
-#include "hoardd/pictures/AssetHandlers.h"
+#include "hoardd/service/OperationFamilies.h"
 
 #include <fcntl.h>
 

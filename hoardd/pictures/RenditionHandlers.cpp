@@ -1,4 +1,4 @@
-#include "hoardd/pictures/RenditionHandlers.h"
+#include "hoardd/service/OperationFamilies.h"
 
 #include <unistd.h>
 
@@ -84,7 +84,7 @@ constexpr Operation operations[] = {
      .handler = setLargePreviewImage,
      .runs = Runs::asJob,
      .entitlement = &JXWriteAssetsEntitlement,
-     .sayNo = bySuccessAndEntitlement},
+     .refusal = bySuccessAndEntitlement},
     {&protocol::updateThumbnails, updateThumbnails, Runs::asJob},
     {&protocol::updateCameraPreviewWell, updateCameraPreviewWell},
     {&protocol::downloadAsset, downloadAsset, Runs::asJob},

@@ -1,4 +1,4 @@
-#include "hoardd/pictures/VideoHandlers.h"
+#include "hoardd/service/OperationFamilies.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

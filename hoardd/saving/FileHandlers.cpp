@@ -1,4 +1,4 @@
-#include "hoardd/saving/FileHandlers.h"
+#include "hoardd/service/OperationFamilies.h"
 
 #include "hoardd/media/FileType.h"
 #include "hoardd/saving/BackgroundWrite.h"

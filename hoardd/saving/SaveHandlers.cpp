@@ -1,4 +1,4 @@
-#include "hoardd/saving/SaveHandlers.h"
+#include "hoardd/service/OperationFamilies.h"
 
 #include "hoardd/saving/SaveBatch.h"
 #include "hoardd/service/Call.h"
@@ -103,7 +103,7 @@ Result<> batchSaveAssets(Library &library, JobQueue &queue, const Call &call) {
 }
 
 constexpr Operation operations[] = {
-    {.row = &protocol::saveAsset, .handler = saveAsset, .sayNo = byNoDataOrQueueFull},
+    {.row = &protocol::saveAsset, .handler = saveAsset, .refusal = byNoDataOrQueueFull},
     {&protocol::batchSaveAssets, batchSaveAssets},
 };
 

@@ -1,4 +1,4 @@
-#include "hoardd/service/AccessHandlers.h"
+#include "hoardd/service/OperationFamilies.h"
 
 #include "hoardd/service/Access.h"
 #include "hoardd/service/Call.h"
@@ -32,7 +32,7 @@ constexpr Operation operations[] = {
     {.row = &protocol::requestAccess,
      .handler = requestAccess,
      .callers = Callers::everybody,
-     .sayNo = byAuthorized},
+     .refusal = byAuthorized},
     {.row = &protocol::launchHoardd, .handler = launchHoardd, .callers = Callers::everybody},
 };
 

@@ -12,16 +12,16 @@ bool Call::mayReadFiles() const noexcept {
 }
 
 void Call::refuse(const Problem &problem) const {
-    // Without a reply the log is the only place that tells.
+    // Without a reply only the log says so.
     JX_LOG(received->wantsReply() ? JXLogLevelWarning : JXLogLevelError, JXGatekeeperMsgLog,
            "refused %s of process %d: %s", served != nullptr ? served->row->name : "a request",
            peer().process, problem.text.c_str());
     if (!received->wantsReply())
         return;
-    if (served != nullptr && served->sayNo != nullptr) {
+    if (served != nullptr && served->refusal != nullptr) {
         const bool hasEntitlement =
             served->entitlement == nullptr || isEntitled(peer(), *served->entitlement);
-        if (const auto own = served->sayNo({problem, hasEntitlement}))
+        if (const auto own = served->refusal({problem, hasEntitlement}))
             return answer(*own);
     }
     received->replyError(problem.text, static_cast<std::int64_t>(problem.kind));

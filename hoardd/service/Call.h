@@ -36,8 +36,8 @@ public:
     [[nodiscard]] bool mayReadFiles() const noexcept;
 
     void answer(const Answer &answer) const { received->reply(answer.message.get()); }
-    /// Answers in the operation's own way to say no, else with an error. The log is told, since many callers
-    /// are not, or only that something went wrong.
+    /// Answers with the operation's own refusal, else with an error. Logs it, since many callers get no
+    /// reply, or only one that something went wrong.
     void refuse(const Problem &problem) const;
     void finish(const Result<Answer> &result) const { result ? answer(*result) : refuse(result.error()); }
 

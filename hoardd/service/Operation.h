@@ -44,8 +44,8 @@ struct Refusal {
     bool isEntitled;
 };
 
-/// An operation's own way to say no; nothing when it has none for that problem.
-using SayNo = std::optional<Answer> (*)(const Refusal &refusal);
+/// An operation's own reply to a request that it refuses; nothing when it has none for that problem.
+using RefusalReply = std::optional<Answer> (*)(const Refusal &refusal);
 
 /// By "success" false.
 [[nodiscard]] std::optional<Answer> bySuccess(const Refusal &refusal);
@@ -58,7 +58,7 @@ struct Operation {
     Runs runs = Runs::inOrder;
     Callers callers = Callers::withAccess;
     const String *const *entitlement = nullptr; ///< What callers need besides; null for nothing.
-    SayNo sayNo = nullptr;                      ///< Null: a problem is answered with an error.
+    RefusalReply refusal = nullptr;             ///< Null: a problem is answered with an error.
 };
 
 } // namespace wickerlane::hoardd

@@ -1,4 +1,4 @@
-#include "hoardd/upkeep/LibraryHandlers.h"
+#include "hoardd/service/OperationFamilies.h"
 
 #include "hoardd/albums/Albums.h"
 #include "hoardd/library/Clock.h"
