@@ -19,20 +19,20 @@ namespace {
 /// How long an ending process may take to let go of the library.
 constexpr std::chrono::seconds lockPatience{10};
 
-/// Takes the library's lock and writes the process id into it. No descriptor, with errno, on failure.
-UniqueFd takeLock(const std::string &path) {
+/// Takes the library's lock and writes the process id into it.
+Result<UniqueFd> takeLock(const std::string &path) {
     UniqueFd lock = openFile(path, O_RDWR | O_CREAT);
     if (!lock)
-        return lock;
+        return failSystem("lock", path);
     const auto deadline = std::chrono::steady_clock::now() + lockPatience;
     while (!tryLockFile(lock.get(), FileLock::exclusive)) {
         if (errno != EWOULDBLOCK || std::chrono::steady_clock::now() > deadline)
-            return {};
+            return failSystem("lock", path);
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
     const std::string process = std::to_string(::getpid()) + '\n';
     if (::ftruncate(lock.get(), 0) != 0 || !writeAll(lock.get(), std::as_bytes(std::span(process))))
-        return {};
+        return failSystem("lock", path);
     return lock;
 }
 
@@ -45,10 +45,6 @@ Library::Library(UniqueFd held, std::unique_ptr<Store> writer, std::unique_ptr<s
     store->whenCountsChange([this] { countNotice.noteChange(); });
 }
 
-Result<sqlite::Database> Library::openReader() const {
-    return sqlite::Database::open(paths().database(), sqlite::Database::Access::read);
-}
-
 Result<std::unique_ptr<Library>> Library::open(const store::LibraryPaths &paths,
                                                MediaWorkersOptions mediaWorkers) {
     for (const std::string &folder :
@@ -56,9 +52,9 @@ Result<std::unique_ptr<Library>> Library::open(const store::LibraryPaths &paths,
           paths.folder() + "/PhotoData/Thumbnails", paths.saving(), paths.incoming()})
         if (const auto made = makeDurableFolder(folder); !made)
             return passOn(made);
-    UniqueFd lock = takeLock(paths.lock());
+    auto lock = takeLock(paths.lock());
     if (!lock)
-        return failSystem("lock", paths.lock());
+        return passOn(lock);
     auto writer = Store::open(paths);
     if (!writer)
         return passOn(writer);
@@ -66,7 +62,7 @@ Result<std::unique_ptr<Library>> Library::open(const store::LibraryPaths &paths,
     if (!reader)
         return passOn(reader);
     std::unique_ptr<Library> library(
-        new Library(std::move(lock), *std::move(writer), *std::move(reader), std::move(mediaWorkers)));
+        new Library(*std::move(lock), *std::move(writer), *std::move(reader), std::move(mediaWorkers)));
     library->countNotice.noteChange(); // one that was killed may not have come to it
     return library;
 }

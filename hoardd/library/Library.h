@@ -28,14 +28,12 @@ public:
     [[nodiscard]] const store::LibraryPaths &paths() const noexcept { return reader->paths(); }
     /// Finds assets, over a connection that only reads.
     [[nodiscard]] store::StoreReader &assets() noexcept { return *reader; }
-    /// A connection of the caller's own that only reads.
-    [[nodiscard]] Result<sqlite::Database> openReader() const;
     /// What `read`, which takes a database and gives a result, reads over a connection of its own from the
     /// store as it is at one time.
     template <class Read>
     [[nodiscard]] auto read(const Read &read) const {
         using Outcome = std::invoke_result_t<const Read &, sqlite::Database &>;
-        auto database = openReader();
+        auto database = sqlite::Database::open(paths().database(), sqlite::Database::Access::read);
         if (!database)
             return Outcome(passOn(database));
         const sqlite::Snapshot snapshot(*database);

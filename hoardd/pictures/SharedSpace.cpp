@@ -18,10 +18,7 @@ struct Preview {
 };
 
 Result<std::vector<Preview>> purgeablePreviews(const Library &library) {
-    auto database = library.openReader();
-    if (!database)
-        return passOn(database);
-    const auto uuids = sharedAssetsWithThumbnails(*database);
+    const auto uuids = library.read(sharedAssetsWithThumbnails);
     if (!uuids)
         return passOn(uuids);
     std::vector<Preview> previews;

@@ -85,7 +85,10 @@ TEST_F(Bulletins, ExpireAfterThirtyDays) {
     EXPECT_EQ(current(1000 + 30 * day).size(), 0U);
     // The next one takes expired ones out of the store.
     add(assets[0], albums[1], 1001 + 30 * day);
-    EXPECT_EQ(library().openReader()->integer("SELECT count(*) FROM zbulletin"), 1);
+    EXPECT_EQ(library().read([](sqlite::Database &database) {
+        return database.integer("SELECT count(*) FROM zbulletin");
+    }),
+              1);
 }
 
 TEST_F(Bulletins, AreClearedUpToOneAndGoWithTheirAlbum) {

@@ -37,10 +37,10 @@ protected:
     }
     [[nodiscard]] bool isStale() const { return library().read(areGroupsStale).value_or(false); }
     [[nodiscard]] std::vector<std::int64_t> grouped() const {
-        return *library()
-                    .openReader()
-                    ->prepare("SELECT asset FROM zduplicate ORDER BY asset")
-                    .all([](const sqlite::Statement &row) { return row.integer(0); });
+        return *library().read([](Database &database) {
+            return database.prepare("SELECT asset FROM zduplicate ORDER BY asset")
+                .all([](const sqlite::Statement &row) { return row.integer(0); });
+        });
     }
     using Keys = std::vector<std::int64_t>;
 };

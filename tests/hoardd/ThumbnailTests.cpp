@@ -34,12 +34,14 @@ protected:
             return database.prepare("INSERT INTO zduethumbnail VALUES (?)").bind(asset.primaryKey).run();
         }));
     }
-    [[nodiscard]] std::int64_t dueCount() const {
-        return library().openReader()->integer("SELECT count(*) FROM zduethumbnail").value_or(-1);
+    [[nodiscard]] std::int64_t rowCount(const std::string &table) const {
+        return library()
+            .read(
+                [&](sqlite::Database &database) { return database.integer("SELECT count(*) FROM " + table); })
+            .value_or(-1);
     }
-    [[nodiscard]] std::int64_t changeCount() const {
-        return library().openReader()->integer("SELECT count(*) FROM zchange").value_or(-1);
-    }
+    [[nodiscard]] std::int64_t dueCount() const { return rowCount("zduethumbnail"); }
+    [[nodiscard]] std::int64_t changeCount() const { return rowCount("zchange"); }
 };
 using Rendition = Thumbnails;
 
