@@ -61,14 +61,14 @@ private:
 
 void throughWorker(MediaWorkers &pool, int picture) {
     const Outputs outputs;
-    if (!pool.probe(picture, outputs.targets()).succeeded())
+    if (!pool.probe(picture, outputs.targets()))
         std::abort();
 }
 
 // What there is to show before: the metadata, and thumbnails of the preview in the file.
 void lookFirst(MediaWorkers &pool, int picture) {
     const Outputs outputs;
-    if (!pool.examine(picture, outputs.targets()).succeeded())
+    if (!pool.examine(picture, outputs.targets()).ended)
         std::abort();
 }
 

@@ -26,7 +26,7 @@ public:
     explicit Daemon(DaemonOptions options);
 
     /// Takes the service's name and begins to serve. `ended` is called, on any thread, when the daemon has
-    /// been idle. Fails when the name can't be had.
+    /// been idle. Fails when the name is taken.
     [[nodiscard]] Result<> start(Handler<void()> ended);
     /// Takes no more requests, and waits for the saves that run and for what is being answered.
     void stop();

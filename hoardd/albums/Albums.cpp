@@ -9,7 +9,7 @@
 #include "hoardd/albums/BulletinBoard.h"
 #include "hoardd/albums/BulletinStore.h"
 #include "hoardd/library/Clock.h"
-#include "hoardd/library/FailureCount.h"
+#include "hoardd/library/Failures.h"
 #include "hoardd/library/State.h"
 #include "wickerlane/log/JXLog.h"
 

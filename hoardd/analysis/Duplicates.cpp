@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "hoardd/analysis/DuplicateStore.h"
+#include "hoardd/library/Commits.h"
 #include "wickerlane/platform/file/Files.h"
 
 namespace wickerlane::hoardd {
@@ -14,10 +15,6 @@ namespace wickerlane::hoardd {
 using sqlite::Database;
 
 namespace {
-
-/// Written in one transaction: few enough that other threads don't wait long, enough that commits cost
-/// little.
-constexpr std::size_t maxPerCommit = 64;
 
 using Fingerprints = std::vector<std::optional<Fingerprint>>;
 
@@ -52,11 +49,12 @@ Result<KnownFingerprints> readKnown(Database &database) {
 Fingerprints fingerprintsOf(Library &library, std::span<const NewAsset> assets) {
     Fingerprints fingerprints;
     fingerprints.reserve(assets.size());
+    constexpr store::ThumbnailSize size = store::ThumbnailSize::small;
     for (const NewAsset &asset : assets) {
-        const UniqueFd thumbnail =
-            openFile(library.paths().thumbnail(asset.uuid, store::ThumbnailSize::small), O_RDONLY);
-        fingerprints.push_back(thumbnail ? library.media().fingerprint(thumbnail.get()).fingerprint
-                                         : std::nullopt);
+        const UniqueFd thumbnail = openFile(library.paths().thumbnail(asset.uuid, size), O_RDONLY);
+        fingerprints.push_back(
+            thumbnail ? library.media().fingerprint(thumbnail.get(), maxSideOf(size)).value_or(std::nullopt)
+                      : std::nullopt);
     }
     return fingerprints;
 }
@@ -85,7 +83,7 @@ Result<> fingerprintNewAssets(Library &library) {
         if (library.isEnding())
             return stopped();
         const auto batch = library.read(
-            [&](Database &database) { return assetsWithoutFingerprint(database, last, maxPerCommit); });
+            [&](Database &database) { return assetsWithoutFingerprint(database, last, maxRowsPerCommit); });
         if (!batch)
             return passOn(batch);
         if (batch->empty())

@@ -4,16 +4,13 @@
 #include <span>
 
 #include "hoardd/analysis/MomentStore.h"
+#include "hoardd/library/Commits.h"
 
 namespace wickerlane::hoardd {
 
 using sqlite::Database;
 
 namespace {
-
-/// Written in one transaction: few enough that other threads don't wait long, enough that commits cost
-/// little.
-constexpr std::size_t maxPerCommit = 64;
 
 /// A plan that is made while others write may be out of date before it is applied. After this number of
 /// tries, one is made while the others wait.
@@ -65,7 +62,7 @@ Result<> analyzeMoments(Library &library, const AnalysisScope &scope) {
     for (std::span left(*moments); !left.empty();) {
         if (library.isEnding())
             return stopped();
-        const auto batch = left.first(std::min(left.size(), maxPerCommit));
+        const auto batch = left.first(std::min(left.size(), maxRowsPerCommit));
         left = left.subspan(batch.size());
         const auto analyzed =
             library.writer().change([&](Database &database) { return analyze(database, batch); });

@@ -1,6 +1,6 @@
 #include "hoardd/analysis/ThumbnailRebuild.h"
 
-#include "hoardd/library/FailureCount.h"
+#include "hoardd/library/Failures.h"
 #include "hoardd/pictures/Thumbnails.h"
 #include "wickerlane/log/JXLog.h"
 #include "wickerlane/platform/object/ReleaseScope.h"

@@ -18,8 +18,8 @@ namespace wickerlane::hoardd {
 /// Lets the names in a folder survive a crash.
 [[nodiscard]] Result<> makeNamesDurable(const std::string &folder);
 
-/// Moves a file for good into a folder of the same file system, which is made if need be: under its own name,
-/// or one with a number before it. Nothing happens when the file has gone already.
+/// Moves a file into a folder of the same file system, which is made if need be: under its own name, or one
+/// with a number before it, which survives a crash. Nothing happens when the file has gone already.
 [[nodiscard]] Result<> moveIntoFolder(const std::string &path, const std::string &folder);
 
 } // namespace wickerlane::hoardd

@@ -9,6 +9,8 @@ using store::ManagedAsset;
 
 namespace {
 
+constexpr const char *noSuchAsset = "there is no such asset";
+
 template <class Found>
 Result<Ref<Found>> orMissing(Result<Ref<Found>> found, const char *what) {
     if (found && !*found)
@@ -17,7 +19,7 @@ Result<Ref<Found>> orMissing(Result<Ref<Found>> found, const char *what) {
 }
 
 Result<Ref<ManagedAsset>> orNoAsset(Result<Ref<ManagedAsset>> found) {
-    return orMissing(std::move(found), "there is no such asset");
+    return orMissing(std::move(found), noSuchAsset);
 }
 
 } // namespace
@@ -37,6 +39,15 @@ Result<Ref<ManagedAsset>> assetWithURI(Library &library, std::string_view uri) {
 
 Result<Ref<ManagedAsset>> assetWithUUID(Library &library, std::string_view uuid) {
     return orNoAsset(library.assets().assetWithUUID(uuid));
+}
+
+Result<> requireAsset(Library &library, std::string_view uuid) {
+    const auto isThere = library.writer().contains(uuid);
+    if (!isThere)
+        return passOn(isThere);
+    if (!*isThere)
+        return fail(ProblemKind::notFound, noSuchAsset);
+    return {};
 }
 
 Result<Ref<ManagedAlbum>> albumWithUUID(Library &library, std::string_view uuid) {

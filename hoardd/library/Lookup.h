@@ -17,6 +17,9 @@ namespace wickerlane::hoardd {
 [[nodiscard]] Result<Ref<store::ManagedAsset>> assetWithURI(Library &library, std::string_view uri);
 [[nodiscard]] Result<Ref<store::ManagedAsset>> assetWithUUID(Library &library, std::string_view uuid);
 
+/// Fails when there is no asset of a UUID as the store is now: for those that hold its lock.
+[[nodiscard]] Result<> requireAsset(Library &library, std::string_view uuid);
+
 [[nodiscard]] Result<Ref<store::ManagedAlbum>> albumWithUUID(Library &library, std::string_view uuid);
 
 /// The primary key of a moment, a list of moments or an album, by the value of its object ID that travels.

@@ -1,5 +1,6 @@
 #include "hoardd/library/Store.h"
 
+#include "hoardd/library/Failures.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/store/AssetColumns.h"
 #include "wickerlane/store/Schema.h"
@@ -39,8 +40,7 @@ Result<std::unique_ptr<Store>> Store::open(const store::LibraryPaths &paths) {
     if (!database)
         return passOn(database);
     if (const auto prepared = prepare(*database); !prepared)
-        return fail(prepared.error().kind, "can't open " + paths.database() + ": " + prepared.error().text,
-                    paths.database());
+        return fail(inContext("can't open " + paths.database(), prepared.error(), paths.database()));
     std::unique_ptr<Store> store(new Store(std::move(*database)));
     const MutexLock lock(store->databaseMutex);
     store->noticeCounts();

@@ -16,7 +16,7 @@ struct FileType {
     std::string extension; ///< For the library: upper case, never empty.
 };
 
-/// Told by the first `mediaTypeBytes` of the content; the name, which may be empty, only decides what the
+/// Decided by the first `mediaTypeBytes` of the content; the name, which may be empty, only decides what the
 /// content leaves open.
 [[nodiscard]] FileType fileTypeOf(std::span<const std::byte> start, std::string_view name);
 

@@ -11,28 +11,21 @@
 
 #include "hoardd/media/Fingerprint.h"
 #include "hoardd/media/Picture.h"
+#include "wickerlane/model/Result.h"
 
 namespace wickerlane::hoardd {
 
-/// What a picture says of itself. The facts hold what could be read even when the request failed: a file that
-/// cannot be decoded may well have a date.
-struct ProbeResult : MediaResult {
-    PictureFacts facts;
-};
-
 /// What a first look finds, which does not decode the picture: that it ended well is no promise that the
 /// picture can be decoded.
-struct ExamineResult : ProbeResult {
+struct FirstLook {
+    /// What could be read, even when the look failed: a file that cannot be decoded may well have a date.
+    PictureFacts facts;
     bool hasPreview = false; ///< The file carries a preview of itself, of which the thumbnails were made.
+    Result<> ended{};
 };
 
-/// How a picture looks.
-struct FingerprintResult : MediaResult {
-    std::optional<Fingerprint> fingerprint; ///< Nothing of a picture without features.
-};
-
-/// The size of an image that was made.
-struct ImageResult : MediaResult {
+/// Of an image that was made; in pixels.
+struct ImageSize {
     std::uint32_t width = 0;
     std::uint32_t height = 0;
 };
@@ -59,6 +52,12 @@ struct MediaWorkersStatus {
 /// memory and time. Common formats share workers that are started ahead; files whose decoders have a record
 /// of faults get a process each. Every call blocks until the work is done, may be made from any thread, and
 /// always returns: a file that crashes or stalls its worker costs that one request.
+///
+/// The kind of a problem says what failed; its text is one printable line.
+///   `invalid`      the decoder refuses the file, or the request makes no sense
+///   `failed`       the file, or something else, ended the worker, or it took longer than a file may
+///   `unreachable`  no worker can be started, or none that is confined
+///   `notWritable`  the result could not be written
 class MediaWorkers {
 public:
     explicit MediaWorkers(MediaWorkersOptions options = {});
@@ -70,31 +69,32 @@ public:
     /// Reads what a picture says of itself, and makes thumbnails as probe() does, but of the small preview
     /// that many cameras put into the file: the work of a moment. Fails when probe() would at the picture's
     /// header.
-    ExamineResult examine(int picture, std::span<const ThumbnailTarget> thumbnails);
+    [[nodiscard]] FirstLook examine(int picture, std::span<const ThumbnailTarget> thumbnails);
 
     /// Reads what a picture says of itself and makes up to 4 JPEG thumbnails of it, upright, in sRGB, on
     /// white, all from one decoding. `picture` is a regular file; it stays the caller's, is only read, and
     /// its offset does not matter. On failure the outputs hold nothing of use.
-    ProbeResult probe(int picture, std::span<const ThumbnailTarget> thumbnails);
+    [[nodiscard]] Result<PictureFacts> probe(int picture, std::span<const ThumbnailTarget> thumbnails);
 
-    /// Looks at a picture, which is small already: a thumbnail.
-    FingerprintResult fingerprint(int picture);
+    /// How a picture looks, made no larger than `maxSide`; nothing of one without features.
+    [[nodiscard]] Result<std::optional<Fingerprint>> fingerprint(int picture, std::uint32_t maxSide);
 
     /// Writes a picture in another format or size, upright, with its own colours and their profile and no
     /// other metadata. `output` is open for writing, at the start of an empty file.
-    ImageResult render(int picture, const ImageSettings &settings, int output);
+    [[nodiscard]] Result<ImageSize> render(int picture, const ImageSettings &settings, int output);
 
     /// Writes a surface as an image. The size is the surface's own: `settings.maxSide` must be 0.
-    ImageResult encode(const SurfacePixels &surface, const ImageSettings &settings, int output);
+    [[nodiscard]] Result<ImageSize> encode(const SurfacePixels &surface, const ImageSettings &settings,
+                                           int output);
 
     /// Lets a shared worker try what its confinement must forbid; fails when something got through.
-    MediaResult testConfinement();
+    [[nodiscard]] Result<> testConfinement();
 
     [[nodiscard]] MediaWorkersStatus status() const;
 
 private:
-    struct Crews;
-    std::unique_ptr<Crews> crews;
+    struct Pools;
+    std::unique_ptr<Pools> pools;
 };
 
 } // namespace wickerlane::hoardd

@@ -3,34 +3,24 @@
 #define HOARDD_MEDIA_PICTURE_H
 
 #include <cstdint>
-#include <string>
 
 #include "hoardd/media/PictureFacts.h"
 #include "hoardd/media/PictureLimits.h"
 
 namespace wickerlane::hoardd {
 
+/// Why a worker could not do what was asked of it.
 enum class MediaFailure : std::uint32_t {
     none,
     unknownFormat, ///< Not a picture of a known format.
     noDecoder,     ///< A known format that this machine has no decoder for.
     damaged,       ///< The decoder gave up on the file.
     tooLarge,      ///< Beyond a limit of pixels, bytes or memory.
-    timedOut,      ///< Took longer than a file may.
-    workerDied,    ///< The file, or something else, ended its worker.
-    unavailable,   ///< No worker can be had, or none that is confined.
+    notConfined,   ///< The worker could do what its confinement must forbid.
     outputFailed,  ///< The result could not be written.
     badRequest,    ///< The request itself makes no sense.
 };
 inline constexpr MediaFailure lastMediaFailure = MediaFailure::badRequest;
-
-/// How a request ended.
-struct MediaResult {
-    MediaFailure failure = MediaFailure::none;
-    std::string reason; ///< One printable line for people; empty on success.
-
-    [[nodiscard]] bool succeeded() const noexcept { return failure == MediaFailure::none; }
-};
 
 /// A thumbnail to be made.
 struct ThumbnailTarget {

@@ -17,7 +17,7 @@ struct ControlBuffer {
 
 } // namespace
 
-bool sendPacket(int socket, std::span<const std::byte> packet, std::span<const int> descriptors) {
+Result<> sendPacket(int socket, std::span<const std::byte> packet, std::span<const int> descriptors) {
     iovec part{const_cast<std::byte *>(packet.data()), packet.size()};
     ControlBuffer control;
     msghdr message{};
@@ -33,10 +33,12 @@ bool sendPacket(int socket, std::span<const std::byte> packet, std::span<const i
         std::memcpy(CMSG_DATA(header), descriptors.data(), descriptors.size_bytes());
     }
     const ssize_t sent = retryInterrupted([&] { return sendmsg(socket, &message, MSG_NOSIGNAL); });
-    return sent == static_cast<ssize_t>(packet.size());
+    if (sent != static_cast<ssize_t>(packet.size()))
+        return failSystem("send", "a packet");
+    return {};
 }
 
-bool receivePacket(int socket, std::span<std::byte> packet, std::vector<UniqueFd> &descriptors) {
+Result<> receivePacket(int socket, std::span<std::byte> packet, std::vector<UniqueFd> &descriptors) {
     iovec part{packet.data(), packet.size()};
     ControlBuffer control;
     msghdr message{};
@@ -46,7 +48,7 @@ bool receivePacket(int socket, std::span<std::byte> packet, std::vector<UniqueFd
     message.msg_controllen = control.bytes.size();
     const ssize_t received = retryInterrupted([&] { return recvmsg(socket, &message, MSG_CMSG_CLOEXEC); });
     if (received < 0)
-        return false;
+        return failSystem("receive", "a packet");
     for (cmsghdr *header = CMSG_FIRSTHDR(&message); header != nullptr;
          header = CMSG_NXTHDR(&message, header)) {
         if (header->cmsg_level != SOL_SOCKET || header->cmsg_type != SCM_RIGHTS)
@@ -58,8 +60,10 @@ bool receivePacket(int socket, std::span<std::byte> packet, std::vector<UniqueFd
             descriptors.emplace_back(descriptor);
         }
     }
-    return received == static_cast<ssize_t>(packet.size()) &&
-           (message.msg_flags & (MSG_TRUNC | MSG_CTRUNC)) == 0;
+    if (received != static_cast<ssize_t>(packet.size()) ||
+        (message.msg_flags & (MSG_TRUNC | MSG_CTRUNC)) != 0)
+        return fail(ProblemKind::failed, "the other end hung up, or sent something else");
+    return {};
 }
 
 } // namespace wickerlane::hoardd::media

@@ -12,6 +12,7 @@
 
 #include "hoardd/media/Fingerprint.h"
 #include "hoardd/media/Picture.h"
+#include "wickerlane/model/Result.h"
 #include "wickerlane/platform/file/UniqueFd.h"
 
 namespace wickerlane::hoardd::media {
@@ -20,7 +21,7 @@ namespace wickerlane::hoardd::media {
 inline constexpr int workerSocket = 3;
 
 /// Tells two builds of the packets apart.
-inline constexpr std::uint32_t protocolVersion = 5;
+inline constexpr std::uint32_t protocolVersion = 6;
 
 inline constexpr std::size_t maxThumbnails = 4;
 inline constexpr std::size_t maxDescriptors = 1 + maxThumbnails;
@@ -32,12 +33,12 @@ struct Hello {
     std::uint32_t landlockVersion = 0; ///< 0: the kernel has none
 };
 
-/// What is asked of a worker. Thumbnails and pictures are told by descriptors, which travel beside it.
+/// What is asked of a worker. Thumbnails and pictures are descriptors, which travel beside it.
 struct WorkerRequest {
     enum class Kind : std::uint32_t {
         examine,     ///< Facts, and thumbnails of the preview in the file; descriptors as for a probe.
         probe,       ///< Facts and thumbnails; descriptors: the picture, then an output a thumbnail.
-        fingerprint, ///< How a picture looks; descriptor: the picture.
+        fingerprint, ///< How a picture looks, at `settings.maxSide`; descriptor: the picture.
         render,      ///< Another format or size; descriptors: the picture, the output.
         encode,      ///< A surface as an image; descriptors: the memory, the output.
         selfTest,    ///< Tries what confinement must forbid.
@@ -58,21 +59,23 @@ struct WorkerAnswer {
     PlainOptional<Fingerprint> fingerprint;
 };
 
-/// Sends one packet with descriptors. False on failure, with errno set.
-bool sendPacket(int socket, std::span<const std::byte> packet, std::span<const int> descriptors);
+/// Sends one packet with descriptors.
+[[nodiscard]] Result<> sendPacket(int socket, std::span<const std::byte> packet,
+                                  std::span<const int> descriptors);
 
-/// Receives one packet of exactly `packet.size()` bytes and its descriptors, close-on-exec. False on end of
-/// stream, on a packet of another size and on failure.
-bool receivePacket(int socket, std::span<std::byte> packet, std::vector<UniqueFd> &descriptors);
+/// Receives one packet of exactly `packet.size()` bytes and its descriptors, close-on-exec. Fails also at the
+/// end of the stream and on a packet of another size.
+[[nodiscard]] Result<> receivePacket(int socket, std::span<std::byte> packet,
+                                     std::vector<UniqueFd> &descriptors);
 
 template <typename T>
-bool sendPacket(int socket, const T &packet, std::span<const int> descriptors = {}) {
+[[nodiscard]] Result<> sendPacket(int socket, const T &packet, std::span<const int> descriptors = {}) {
     static_assert(std::is_trivially_copyable_v<T>);
     return sendPacket(socket, std::as_bytes(std::span(&packet, 1)), descriptors);
 }
 
 template <typename T>
-bool receivePacket(int socket, T &packet, std::vector<UniqueFd> &descriptors) {
+[[nodiscard]] Result<> receivePacket(int socket, T &packet, std::vector<UniqueFd> &descriptors) {
     static_assert(std::is_trivially_copyable_v<T>);
     return receivePacket(socket, std::as_writable_bytes(std::span(&packet, 1)), descriptors);
 }

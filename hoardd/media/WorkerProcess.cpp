@@ -50,7 +50,7 @@ private:
 
 // Nothing is inherited but the socket: no open files, no environment. What a decoder prints about a hostile
 // file goes nowhere; only the sanitizers are heard.
-int spawn(const std::string &program, WorkerProcess::Mode mode, int socket, pid_t &process) {
+Result<pid_t> spawn(const std::string &program, WorkerProcess::Mode mode, int socket) {
     SpawnActions actions;
     posix_spawn_file_actions_addopen(actions.get(), 0, "/dev/null", O_RDONLY, 0);
     posix_spawn_file_actions_addopen(actions.get(), 1, "/dev/null", O_WRONLY, 0);
@@ -75,10 +75,13 @@ int spawn(const std::string &program, WorkerProcess::Mode mode, int socket, pid_
     std::string locale = "LC_ALL=C.UTF-8";
     char *arguments[] = {name.data(), modeName.data(), nullptr};
     char *environment[] = {locale.data(), nullptr};
+    pid_t process = 0;
     const int error =
         posix_spawn(&process, program.c_str(), actions.get(), &attributes, arguments, environment);
     posix_spawnattr_destroy(&attributes);
-    return error;
+    if (error != 0)
+        return fail(ProblemKind::failed, program + " cannot be started: " + strerrordesc_np(error), program);
+    return process;
 }
 
 } // namespace
@@ -93,11 +96,11 @@ Result<std::unique_ptr<WorkerProcess>> WorkerProcess::start(const std::string &p
     // A descriptor moved onto its own number would keep its close-on-exec flag.
     if (far.get() == workerSocket)
         far.reset(fcntl(far.get(), F_DUPFD_CLOEXEC, workerSocket + 1));
-    pid_t process = 0;
-    if (const int error = spawn(program, mode, far.get(), process); error != 0)
-        return fail(ProblemKind::failed, program + " cannot be started: " + strerrordesc_np(error), program);
+    const auto process = spawn(program, mode, far.get());
+    if (!process)
+        return passOn(process);
     far.reset();
-    std::unique_ptr<WorkerProcess> worker(new WorkerProcess(process, std::move(near)));
+    std::unique_ptr<WorkerProcess> worker(new WorkerProcess(*process, std::move(near)));
     std::vector<UniqueFd> none;
     if (!waitReadable(worker->socket.get(), startDeadline) ||
         !receivePacket(worker->socket.get(), worker->greeting, none) ||

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/protocol/VideoKeys.h"
@@ -35,12 +36,14 @@ double videoRate(const PictureFacts &facts, const ExportPreset &preset) {
 
 } // namespace
 
-std::optional<std::int64_t> estimatedExportBytes(const PictureFacts &facts, std::uint64_t fileBytes,
-                                                 std::string_view preset, const Dictionary *properties) {
+Result<std::int64_t> estimatedExportBytes(const PictureFacts &facts, std::uint64_t fileBytes,
+                                          std::string_view preset, const Dictionary *properties) {
     const auto *chosen =
         std::ranges::find(exportPresets, preset.empty() ? defaultExportPreset : preset, &ExportPreset::name);
-    if (chosen == std::end(exportPresets) || !facts.video || facts.video->seconds <= 0)
-        return std::nullopt;
+    if (chosen == std::end(exportPresets))
+        return fail(ProblemKind::invalid, "there is no such export preset");
+    if (!facts.video || facts.video->seconds <= 0)
+        return fail(ProblemKind::invalid, "the video does not say how long it is");
     const VideoFacts &video = *facts.video;
     const double start =
         std::min(numberUnder(properties, exportProperty::startTime).value_or(0), video.seconds);

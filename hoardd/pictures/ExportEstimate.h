@@ -3,20 +3,19 @@
 #define HOARDD_PICTURES_EXPORTESTIMATE_H
 
 #include <cstdint>
-#include <optional>
 #include <string_view>
 
 #include "hoardd/media/Picture.h"
+#include "wickerlane/model/Result.h"
 #include "wickerlane/platform/object/Dictionary.h"
 
 namespace wickerlane::hoardd {
 
 /// Bytes of an export. `fileBytes` is the size of the video's file; an empty preset is the default one;
-/// `properties` may be null. Nothing when there is no such preset, or the video does not say how long it is.
-[[nodiscard]] std::optional<std::int64_t> estimatedExportBytes(const PictureFacts &facts,
-                                                               std::uint64_t fileBytes,
-                                                               std::string_view preset,
-                                                               const Dictionary *properties);
+/// `properties` may be null. Fails when there is no such preset, or the video does not say how long it is.
+[[nodiscard]] Result<std::int64_t> estimatedExportBytes(const PictureFacts &facts, std::uint64_t fileBytes,
+                                                        std::string_view preset,
+                                                        const Dictionary *properties);
 
 } // namespace wickerlane::hoardd
 

@@ -38,15 +38,15 @@ Result<Answer> updateThumbnails(Library &library, const Call &call) {
     const auto *uuids = as<Array>(call.get(keys::photoUUIDs));
     if (uuids == nullptr)
         return fail(ProblemKind::invalid, "photoUUIDs is not an array");
-    const ThumbnailWish wish{.isForced = call.get(keys::forceRefresh),
-                             .newIndex = call.get(keys::assignNewIndex)};
+    const ThumbnailRequest request{.isForced = call.get(keys::forceRefresh),
+                                   .newIndex = call.get(keys::assignNewIndex)};
     for (const Object *each : *uuids) {
         ReleaseScope scope;
         const auto *uuid = as<String>(each);
         const auto asset = assetWithUUID(library, uuid != nullptr ? uuid->utf8() : std::string_view());
         if (!asset || !(*asset)->record().problem.empty())
             continue; // what can't be decoded has none
-        if (const auto made = makeThumbnails(library, (*asset)->record(), wish); !made)
+        if (const auto made = makeThumbnails(library, (*asset)->record(), request); !made)
             JX_LOG(JXLogLevelError, JXThumbnailsLog, "can't make the thumbnails of %@: %s", uuid,
                    made.error().text.c_str());
     }

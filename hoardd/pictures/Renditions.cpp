@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "hoardd/library/DurableFolders.h"
+#include "hoardd/library/Lookup.h"
 #include "hoardd/media/FileType.h"
 #include "hoardd/pictures/PictureStore.h"
 #include "hoardd/pictures/ShownPicture.h"
@@ -70,11 +71,8 @@ Result<> setRendition(Library &library, const AssetRecord &asset, const Data &pi
     const auto coded = properties != nullptr ? createPropertyListData(properties) : nullptr;
 
     const MutexLock lock(library.locks().of(asset.uuid));
-    const auto isThere = library.writer().contains(asset.uuid);
-    if (!isThere)
-        return passOn(isThere);
-    if (!*isThere)
-        return fail(ProblemKind::notFound, "there is no such asset");
+    if (auto isThere = requireAsset(library, asset.uuid); !isThere)
+        return isThere;
     const auto earlier = renditionPath(library, asset);
     if (!earlier)
         return passOn(earlier);

@@ -56,9 +56,9 @@ Image render(Library &library, const std::string &path, const ImageSettings &set
     UniqueFd output(::memfd_create("hoardd rendition", MFD_CLOEXEC | MFD_ALLOW_SEALING));
     if (!output)
         return failSystem("make", "memory for the image");
-    const ImageResult rendered = library.media().render(original.get(), settings, output.get());
-    if (!rendered.succeeded())
-        return fail(ProblemKind::failed, rendered.reason, path);
+    const auto rendered = library.media().render(original.get(), settings, output.get());
+    if (!rendered)
+        return fail(ProblemKind::failed, rendered.error().text, path);
     // Sealed against writing as well, it is taken over without a copy.
     ::fcntl(output.get(), F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE | F_SEAL_SEAL);
     const auto memory = SharedMemory::open(std::move(output), SIZE_MAX);

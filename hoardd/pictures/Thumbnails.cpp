@@ -5,7 +5,9 @@
 
 #include <algorithm>
 
+#include "hoardd/library/Commits.h"
 #include "hoardd/library/DurableFolders.h"
+#include "hoardd/library/Lookup.h"
 #include "hoardd/pictures/PictureStore.h"
 #include "hoardd/pictures/ShownPicture.h"
 #include "wickerlane/log/JXLog.h"
@@ -19,7 +21,7 @@ using store::AssetRecord;
 
 namespace {
 
-/// Far above any picture of 256 pixels a side.
+/// Far above any small thumbnail.
 constexpr std::size_t maxSmallThumbnailBytes = 4 << 20;
 
 bool hasThumbnails(const store::LibraryPaths &paths, const AssetRecord &asset) {
@@ -125,14 +127,17 @@ Result<StagedThumbnails> stageThumbnails(Library &library, std::string_view uuid
     auto thumbnails = StagedThumbnails::create(library.paths(), uuid);
     if (!thumbnails)
         return thumbnails;
-    const ProbeResult probed = library.media().probe(file.get(), thumbnails->targets());
-    if (probed.failure == MediaFailure::outputFailed)
-        return fail(ProblemKind::failed, "can't write thumbnails: " + probed.reason);
-    if (probed.failure == MediaFailure::unavailable)
-        return fail(ProblemKind::failed, probed.reason); // which is not the picture's fault
-    if (!probed.succeeded())
-        return fail(ProblemKind::invalid, probed.reason, picture);
-    return thumbnails;
+    const auto probed = library.media().probe(file.get(), thumbnails->targets());
+    if (probed)
+        return thumbnails;
+    switch (probed.error().kind) {
+    case ProblemKind::notWritable:
+        return fail(ProblemKind::failed, "can't write thumbnails: " + probed.error().text);
+    case ProblemKind::unreachable:
+        return fail(ProblemKind::failed, probed.error().text); // which is not the picture's fault
+    default:
+        return fail(ProblemKind::invalid, probed.error().text, picture);
+    }
 }
 
 Result<> publishThumbnails(Library &library, StagedThumbnails &thumbnails, const AssetRecord &asset,
@@ -143,19 +148,16 @@ Result<> publishThumbnails(Library &library, StagedThumbnails &thumbnails, const
         [&](sqlite::Database &database) { return storeThumbnails(database, asset.primaryKey, newIndex); });
 }
 
-Result<> makeThumbnails(Library &library, const AssetRecord &asset, const ThumbnailWish &wish) {
-    if (!wish.isForced && hasThumbnails(library.paths(), asset))
+Result<> makeThumbnails(Library &library, const AssetRecord &asset, const ThumbnailRequest &request) {
+    if (!request.isForced && hasThumbnails(library.paths(), asset))
         return {};
     const MutexLock lock(library.locks().of(asset.uuid));
-    const auto isThere = library.writer().contains(asset.uuid);
-    if (!isThere)
-        return passOn(isThere);
-    if (!*isThere)
-        return fail(ProblemKind::notFound, "there is no such asset");
+    if (auto isThere = requireAsset(library, asset.uuid); !isThere)
+        return isThere;
     auto thumbnails = stageThumbnails(library, asset);
     if (!thumbnails)
         return passOn(thumbnails);
-    return publishThumbnails(library, *thumbnails, asset, wish.newIndex || asset.thumbnailIndex == 0);
+    return publishThumbnails(library, *thumbnails, asset, request.newIndex || asset.thumbnailIndex == 0);
 }
 
 std::vector<Result<AssetRecord>> makeDueThumbnails(Library &library, std::span<const AssetRecord> assets) {
@@ -185,10 +187,9 @@ std::vector<Result<AssetRecord>> makeDueThumbnails(Library &library, std::span<c
 }
 
 void makeThumbnailsLeftDue(Library &library) {
-    constexpr std::size_t maxPerCommit = 16;
     std::size_t made = 0;
     for (std::int64_t last = 0; !library.isEnding();) {
-        const auto due = library.writer().due(last, maxPerCommit);
+        const auto due = library.writer().due(last, maxFilesPerCommit);
         if (!due || due->empty())
             break;
         last = due->back().primaryKey;

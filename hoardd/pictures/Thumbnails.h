@@ -23,7 +23,7 @@ public:
     [[nodiscard]] std::span<const ThumbnailTarget> targets() const noexcept { return open; }
     /// Puts them in their places. They may not survive a crash, so the store must say that they are due.
     [[nodiscard]] Result<> place();
-    /// Puts them in their places for good.
+    /// Puts them in their places, synced.
     [[nodiscard]] Result<> publish();
 
 private:
@@ -43,17 +43,17 @@ private:
 /// Decodes a picture into thumbnails of an asset.
 [[nodiscard]] Result<StagedThumbnails> stageThumbnails(Library &library, std::string_view uuid,
                                                        const std::string &picture);
-/// Puts thumbnails in their places for good, and counts them in the store. The asset's lock is held.
+/// Puts thumbnails in their places, synced, and counts them in the store. The asset's lock is held.
 [[nodiscard]] Result<> publishThumbnails(Library &library, StagedThumbnails &thumbnails,
                                          const store::AssetRecord &asset, bool newIndex);
 
-struct ThumbnailWish {
+struct ThumbnailRequest {
     bool isForced = false; ///< Made even when all are there.
     bool newIndex = false; ///< The thumbnail index counts up, so that caches notice.
 };
 /// Makes the thumbnails of an asset, of the picture that shows it. Blocks while it is decoded.
 [[nodiscard]] Result<> makeThumbnails(Library &library, const store::AssetRecord &asset,
-                                      const ThumbnailWish &wish);
+                                      const ThumbnailRequest &request);
 
 /// Makes the thumbnails of those assets where they are due, with one commit for all. Gives for each the asset
 /// as it is then: with its thumbnails, or with the reason why its picture can't be decoded. A problem says

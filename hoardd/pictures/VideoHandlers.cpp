@@ -1,8 +1,8 @@
 #include "hoardd/service/OperationFamilies.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 
+#include "hoardd/library/CallersFile.h"
 #include "hoardd/library/Library.h"
 #include "hoardd/pictures/ExportEstimate.h"
 #include "hoardd/pictures/VideoDescription.h"
@@ -22,29 +22,19 @@ struct Video {
     PictureFacts facts;
 };
 
-Result<Video> examine(Library &library, const UniqueFd &file, const std::string &path) {
-    struct stat status {};
-    if (!file || ::fstat(file.get(), &status) != 0)
-        return failSystem("read", path);
-    if (!S_ISREG(status.st_mode))
-        return fail(ProblemKind::invalid, "can't read " + path + ": it is not a regular file", path);
-    const ProbeResult probed = library.media().probe(file.get(), {});
-    if (!probed.succeeded())
-        return fail(ProblemKind::invalid, path + ": " + probed.reason, path);
-    if (!probed.facts.video)
+Result<Video> examine(Library &library, const Result<RegularFile> &opened, const std::string &path) {
+    if (!opened)
+        return passOn(opened);
+    const auto facts = library.media().probe(opened->file.get(), {});
+    if (!facts)
+        return fail(ProblemKind::invalid, path + ": " + facts.error().text, path);
+    if (!facts->video)
         return fail(ProblemKind::invalid, path + " is not a video", path);
-    return Video{static_cast<std::uint64_t>(status.st_size), probed.facts};
+    return Video{static_cast<std::uint64_t>(opened->status.st_size), *facts};
 }
 
-/// A file of the caller's, which is read with this process's rights, so that the caller must have them
-/// itself.
 Result<Video> examineCallersFile(Library &library, const Call &call, const std::string &path) {
-    if (!call.mayReadFiles())
-        return fail(ProblemKind::refused, "files are read only for the user that hoardd serves");
-    if (!path.starts_with('/') || path.find('\0') != std::string::npos)
-        return fail(ProblemKind::invalid, "the path of a video must be absolute");
-    return examine(library, UniqueFd(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)),
-                   path);
+    return examine(library, openCallersFile(path, call.mayReadFiles()), path);
 }
 
 /// The video that a URL names: an asset, or a file of the caller's.
@@ -54,7 +44,7 @@ Result<Video> examineURL(Library &library, const Call &call, const URL *url) {
         return passOn(asset);
     if (*asset) {
         const std::string path = library.paths().original((*asset)->record());
-        return examine(library, openFile(path, O_RDONLY), path);
+        return examine(library, requireRegular(openFile(path, O_RDONLY), path), path);
     }
     const std::string path = url != nullptr ? url->fileSystemPath() : std::string();
     if (path.empty())
@@ -84,8 +74,7 @@ Result<Answer> estimatedOutputFileLength(Library &library, const Call &call) {
         estimatedExportBytes(video->facts, video->bytes, textUnder(call.get(keys::exportPreset)),
                              as<Dictionary>(call.get(keys::exportProperties)));
     if (!bytes)
-        return fail(ProblemKind::invalid,
-                    "there is no such export preset, or the video does not say how long it is");
+        return passOn(bytes);
     return Answer().set(keys::fileLength, *bytes);
 }
 

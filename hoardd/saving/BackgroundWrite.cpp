@@ -7,6 +7,7 @@
 
 #include "hoardd/library/StagedFile.h"
 #include "wickerlane/platform/file/UniqueFd.h"
+#include "wickerlane/platform/object/Paths.h"
 
 namespace wickerlane::hoardd {
 
@@ -27,12 +28,10 @@ Result<UniqueFd> openBeneath(const std::string &base, const std::string &relativ
 
 /// `relative` is the path below one of the folders, which may be written.
 Result<> writeBelow(const Library &library, const std::string &base, std::string_view relative, Bytes bytes) {
-    const std::size_t slash = relative.rfind('/');
-    const std::string name(relative.substr(slash + 1)); // all of it when there is no slash
-    if (name.empty() || name == "." || name == "..")
+    const std::string name(lastPathComponent(relative));
+    if (relative.empty() || relative.ends_with('/') || name == "." || name == "..")
         return fail(ProblemKind::invalid, "that names no file");
-    const auto folder =
-        openBeneath(base, std::string(slash == std::string_view::npos ? "" : relative.substr(0, slash)));
+    const auto folder = openBeneath(base, std::string(parentFolder(relative)));
     if (!folder)
         return passOn(folder);
     auto file = StagedFile::create(library.paths().saving());

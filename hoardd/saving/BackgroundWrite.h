@@ -9,7 +9,7 @@
 
 namespace wickerlane::hoardd {
 
-/// Writes a file for good into one of the library's folders for originals and incoming files, or below them,
+/// Writes a file, synced, into one of the library's folders for originals and incoming files, or below them,
 /// without following a link. What is there stays: an original is never altered, and in Incoming names are
 /// given once.
 [[nodiscard]] Result<> writeNewFile(const Library &library, const std::string &path, Bytes bytes);

@@ -1,5 +1,6 @@
 #include "hoardd/service/OperationFamilies.h"
 
+#include "hoardd/library/Failures.h"
 #include "hoardd/media/FileType.h"
 #include "hoardd/saving/BackgroundWrite.h"
 #include "hoardd/saving/Restore.h"
@@ -62,7 +63,7 @@ Result<Answer> writeDataInBackground(Library &library, const Call &call) {
     const Data *data = call.get(keys::dataToSave);
     const auto written = writeNewFile(library, path, data != nullptr ? data->span() : Bytes());
     if (!written)
-        return fail(written.error().kind, path + " was not written: " + written.error().text, path);
+        return fail(inContext(path + " was not written", written.error(), path));
     return Answer();
 }
 

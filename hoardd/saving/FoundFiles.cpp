@@ -9,7 +9,9 @@
 #include <span>
 #include <vector>
 
+#include "hoardd/library/Commits.h"
 #include "hoardd/library/DurableFolders.h"
+#include "hoardd/library/Failures.h"
 #include "hoardd/media/FileType.h"
 #include "hoardd/saving/Saving.h"
 #include "wickerlane/log/JXLog.h"
@@ -26,18 +28,10 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::size_t maxPerCommit = 16;
-
-/// What went wrong with single files: all of it is logged, and the first is kept.
-struct Problems {
-    Result<> first;
-
-    void add(const std::string &file, const Problem &problem) {
-        JX_LOG(JXLogLevelError, JXAssetImportLog, "can't save %s: %s", file.c_str(), problem.text.c_str());
-        if (first)
-            first = fail(problem.kind, file + ": " + problem.text, file);
-    }
-};
+void noteFailure(FailureCount &failures, const std::string &file, const Problem &problem) {
+    JX_LOG(JXLogLevelError, JXAssetImportLog, "can't save %s: %s", file.c_str(), problem.text.c_str());
+    failures.add(file, {problem.kind, problem.text, file});
+}
 
 /// The UUID that a file's name begins with; null when it begins with none.
 Ref<UUID> uuidInName(const std::string &path) {
@@ -67,7 +61,7 @@ SaveJob jobFor(Library &library, const std::string &path) {
 }
 
 /// Moves the pictures and videos among the originals that no asset has into a folder.
-Result<> moveFoundFiles(Library &library, const std::string &folder, Problems &problems) {
+Result<> moveFoundFiles(Library &library, const std::string &folder, FailureCount &failures) {
     const auto report = store::checkLibrary(library.paths());
     if (!report)
         return passOn(report);
@@ -75,7 +69,7 @@ Result<> moveFoundFiles(Library &library, const std::string &folder, Problems &p
         ReleaseScope scope;
         if (finding.kind == store::Finding::Kind::strayOriginal && isMedia(finding.path))
             if (const auto moved = moveStray(library, finding.path, folder); !moved)
-                problems.add(finding.path, moved.error());
+                noteFailure(failures, finding.path, moved.error());
     }
     return {};
 }
@@ -90,7 +84,7 @@ std::vector<std::string> filesIn(const std::string &folder) {
 }
 
 /// Saves files with one commit. Gives how many.
-std::size_t saveFiles(Library &library, std::span<const std::string> files, Problems &problems) {
+std::size_t saveFiles(Library &library, std::span<const std::string> files, FailureCount &failures) {
     ReleaseScope scope;
     std::vector<SaveJob> jobs;
     for (const std::string &file : files)
@@ -101,7 +95,7 @@ std::size_t saveFiles(Library &library, std::span<const std::string> files, Prob
         if (saves[i])
             ++saved;
         else
-            problems.add(files[i], saves[i].error());
+            noteFailure(failures, files[i], saves[i].error());
     return saved;
 }
 
@@ -127,20 +121,20 @@ Result<> saveFoundFiles(Library &library) {
     const std::string folder = library.paths().found();
     if (auto made = makeDurableFolder(folder); !made)
         return made;
-    Problems problems;
-    if (auto moved = moveFoundFiles(library, folder, problems); !moved)
+    FailureCount failures;
+    if (auto moved = moveFoundFiles(library, folder, failures); !moved)
         return moved;
     const std::vector<std::string> files = filesIn(folder);
     std::size_t saved = 0;
-    for (std::size_t at = 0; at < files.size(); at += maxPerCommit) {
+    for (std::size_t at = 0; at < files.size(); at += maxFilesPerCommit) {
         if (library.isEnding())
             return stopped();
-        saved += saveFiles(library, std::span(files).subspan(at, std::min(maxPerCommit, files.size() - at)),
-                           problems);
+        saved += saveFiles(
+            library, std::span(files).subspan(at, std::min(maxFilesPerCommit, files.size() - at)), failures);
     }
     if (saved > 0)
         JX_LOG(JXLogLevelNotice, JXAssetImportLog, "saved %zu files that were found in the library", saved);
-    return problems.first;
+    return failures.result("files could not be saved");
 }
 
 } // namespace wickerlane::hoardd

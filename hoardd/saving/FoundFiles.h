@@ -14,7 +14,8 @@ namespace wickerlane::hoardd {
 /// stay as they are.
 ///
 /// They move through the library's Found folder; what a kill leaves there is saved the next time. Blocks.
-/// Goes on after a file that can't be saved; the problem is the first. Not by two threads at a time.
+/// Goes on after a file that can't be saved; the problem says how many there were, and the first. Not by two
+/// threads at a time.
 [[nodiscard]] Result<> saveFoundFiles(Library &library);
 
 /// Moves a file that no asset had into a folder, unless it has become one's original or is about to.

@@ -6,6 +6,7 @@
 #include <set>
 
 #include "hoardd/library/DurableFolders.h"
+#include "hoardd/library/Failures.h"
 #include "wickerlane/log/JXLog.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/object/Paths.h"
@@ -32,8 +33,8 @@ void removeFiles(const store::LibraryPaths &paths, const std::string &saveFolder
 Result<> moveFiles(Library &library, StagedAsset &asset) {
     const std::string original = library.paths().original(asset.record);
     if (asset.preview) {
-        // They last until the thumbnails proper take their places, so that nothing need be synced; of a
-        // picture that can't be decoded, for good.
+        // They last until the thumbnails proper take their places, so that nothing need be synced; those of a
+        // picture that can't be decoded stay.
         if (auto moved = asset.isDue ? asset.preview->place() : asset.preview->publish(); !moved)
             return moved;
     }
@@ -61,7 +62,7 @@ Result<> commitAssets(Library &library, std::span<StagedAsset *const> assets) {
     for (const StagedAsset *each : assets)
         additions.push_back({each->record, each->unlessPresent, false, each->isDue});
     if (const auto added = library.writer().add(additions); !added)
-        return fail(added.error().kind, "can't store the asset: " + added.error().text, added.error().file);
+        return fail(inContext("can't store the asset", added.error()));
     for (std::size_t i = 0; i < assets.size(); ++i) {
         StagedAsset &asset = *assets[i];
         if (additions[i].wasPresent)
@@ -83,8 +84,8 @@ Result<> publishAssets(Library &library, std::span<StagedAsset *const> assets) {
         return moved;
     }
     if (auto committed = commitAssets(library, assets); !committed) {
-        // The files stay for recoverSaves(): a commit whose sync failed may still come to light after a
-        // crash. So do the UUIDs, until then.
+        // The files stay for recoverSaves(): a commit whose sync failed may still be found after a crash. So
+        // do the UUIDs, until then.
         for (StagedAsset *each : assets)
             each->reservation.keep();
         return committed;
@@ -109,7 +110,7 @@ Result<> removeAsset(Library &library, const AssetRecord &asset) {
     if (auto made = makeDurableFolderOnce(folder); !made)
         return made;
     auto removed = library.writer().remove(asset.uuid);
-    // A commit that failed may still come to light after a crash: the folder stays for recoverSaves().
+    // A commit that failed may still be found after a crash: the folder stays for recoverSaves().
     if (removed)
         removeFiles(library.paths(), folder, asset);
     return removed;

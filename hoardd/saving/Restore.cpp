@@ -1,10 +1,11 @@
 #include "hoardd/saving/Restore.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
+#include "hoardd/library/CallersFile.h"
 #include "hoardd/library/DurableFolders.h"
+#include "hoardd/library/Failures.h"
+#include "hoardd/library/Lookup.h"
 #include "hoardd/library/StagedFile.h"
 #include "hoardd/saving/Saving.h"
 #include "wickerlane/platform/object/Paths.h"
@@ -14,32 +15,20 @@ namespace wickerlane::hoardd {
 
 namespace {
 
-Result<UniqueFd> openSource(const std::string &path) {
-    UniqueFd source(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-    struct stat status {};
-    if (!source || ::fstat(source.get(), &status) != 0)
-        return failSystem("read", path);
-    if (!S_ISREG(status.st_mode))
-        return fail(ProblemKind::invalid, "it is not a regular file", path);
-    return source;
-}
-
 /// Puts an original that is missing back, from a file with the same contents.
-Result<> putBack(Library &library, const store::AssetRecord &asset, const std::string &path) {
-    const auto source = openSource(path);
+Result<> putBack(Library &library, const store::AssetRecord &asset, const std::string &path,
+                 bool mayReadFiles) {
+    const auto source = openCallersFile(path, mayReadFiles);
     if (!source)
         return passOn(source);
     const MutexLock lock(library.locks().of(asset.uuid));
-    const auto isThere = library.writer().contains(asset.uuid);
-    if (!isThere)
-        return passOn(isThere);
-    if (!*isThere)
-        return fail(ProblemKind::notFound, "there is no such asset any more");
+    if (auto isThere = requireAsset(library, asset.uuid); !isThere)
+        return isThere;
 
     auto copy = StagedFile::create(library.paths().saving());
     if (!copy)
         return passOn(copy);
-    if (auto copied = copy->copyFrom(source->get()); !copied)
+    if (auto copied = copy->copyFrom(source->file.get()); !copied)
         return copied;
     const auto sum = copy->sum();
     if (!sum)
@@ -57,9 +46,9 @@ Result<> putBack(Library &library, const store::AssetRecord &asset, const std::s
     return makeNamesDurable(folder);
 }
 
-Result<> saveUnder(Library &library, const std::string &uuid, const std::string &path) {
+Result<> saveUnder(Library &library, const std::string &uuid, const std::string &path, bool mayReadFiles) {
     const SaveJob job{Dictionary::createWithKeys({{protocol::job::filePath, String::of(path)}}), nullptr,
-                      nullptr, true, uuid};
+                      nullptr, mayReadFiles, uuid};
     const auto saves = saveAssets(library, {&job, 1});
     if (!saves.front())
         return passOn(saves.front());
@@ -77,14 +66,13 @@ Result<> restoreAsset(Library &library, const std::string &uuid, std::span<const
     const Ref<store::ManagedAsset> &asset = *found;
     if (asset && ::access(library.paths().original(asset->record()).c_str(), F_OK) == 0)
         return {};
-    if (!mayReadFiles)
-        return fail(ProblemKind::refused, "files are read only for the user that hoardd serves");
     Result<> restored = fail(ProblemKind::invalid, "no path was named");
     for (const std::string &file : files) {
-        restored = asset ? putBack(library, asset->record(), file) : saveUnder(library, uuid, file);
+        restored = asset ? putBack(library, asset->record(), file, mayReadFiles)
+                         : saveUnder(library, uuid, file, mayReadFiles);
         if (restored)
             break;
-        restored.error().text.insert(0, file + ": ");
+        restored = fail(inContext(file, restored.error()));
     }
     return restored;
 }

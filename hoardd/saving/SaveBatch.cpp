@@ -2,15 +2,14 @@
 
 #include <algorithm>
 #include <atomic>
-#include <exception>
 #include <memory>
+
+#include "hoardd/library/Commits.h"
+#include "hoardd/service/Call.h"
 
 namespace wickerlane::hoardd {
 
 namespace {
-
-/// Enough that commits cost little, few enough that a kill late in a long batch leaves most of it saved.
-constexpr std::size_t maxPerCommit = 16;
 
 using Results = std::vector<Result<SavedAsset>>;
 
@@ -42,11 +41,12 @@ void finish(const Chunk &chunk) {
 }
 
 void begin(const Chunk &chunk) {
-    try {
+    const auto begun = withoutExceptions([&]() -> Result<> {
         std::ranges::move(beginSaves(chunk.batch->library, chunk.jobs()), chunk.results().begin());
-    } catch (const std::exception &failure) {
-        std::ranges::fill(chunk.results(), fail(ProblemKind::failed, failure.what()));
-    }
+        return {};
+    });
+    if (!begun)
+        std::ranges::fill(chunk.results(), passOn(begun));
     std::ranges::fill(chunk.jobs(), SaveJob()); // their bytes go now
     if (std::ranges::any_of(chunk.results(), [](const auto &each) { return each && each->isDue; }))
         chunk.batch->queue.addRest([chunk] { finish(chunk); });
@@ -58,7 +58,7 @@ void begin(const Chunk &chunk) {
 
 Result<> startSaves(Library &library, JobQueue &queue, std::vector<SaveJob> jobs, SavesEnded ended) {
     const std::size_t count = jobs.size();
-    const std::size_t perChunk = std::clamp<std::size_t>(count / queue.lanes(), 1, maxPerCommit);
+    const std::size_t perChunk = std::clamp<std::size_t>(count / queue.lanes(), 1, maxFilesPerCommit);
     const std::shared_ptr<Batch> batch(new Batch{library, queue, std::move(ended), std::move(jobs),
                                                  Results(count), (count + perChunk - 1) / perChunk});
     std::vector<JobQueue::Job> chunks;

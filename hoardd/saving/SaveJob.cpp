@@ -1,14 +1,14 @@
 #include "hoardd/saving/SaveJob.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 
+#include "hoardd/library/CallersFile.h"
 #include "wickerlane/platform/object/Number.h"
+#include "wickerlane/platform/object/Paths.h"
 #include "wickerlane/protocol/JobKeys.h"
 #include "wickerlane/store/ManagedAsset.h"
 
@@ -19,7 +19,9 @@ namespace {
 /// The last component of a path or name, no longer than a file name may be.
 std::string plainName(std::string_view name) {
     constexpr std::size_t maxBytes = 255;
-    name = name.substr(name.rfind('/') + 1);
+    name = lastPathComponent(name);
+    if (name == "/")
+        return {};
     std::size_t length = std::min(name.size(), maxBytes);
     while (length > 0 && length < name.size() && (static_cast<unsigned char>(name[length]) & 0xC0) == 0x80)
         --length; // never inside a character
@@ -36,7 +38,7 @@ Result<const T *> read(const Dictionary *job, std::string_view key) {
     return typed;
 }
 
-Result<> readWishes(const Dictionary *job, SaveOrder &order) {
+Result<> readOptions(const Dictionary *job, SaveOrder &order) {
     const auto type = read<Number>(job, protocol::job::assetType);
     const auto name = read<String>(job, protocol::job::originalFilename);
     const auto once = read<Number>(job, protocol::job::unlessPresent);
@@ -67,27 +69,24 @@ Result<> readWishes(const Dictionary *job, SaveOrder &order) {
     return {};
 }
 
+FileType typeOf(const MediaType &type) {
+    return {type.kind, std::string(type.name), std::string(type.extensions.front())};
+}
+
 Failure noData() {
     return fail(ProblemKind::empty, "the job holds no data");
 }
 
 Result<> openFile(const SaveJob &job, SaveOrder &order) {
-    if (!order.path.starts_with('/') || order.path.find('\0') != std::string::npos)
-        return fail(ProblemKind::invalid, "filePath is not an absolute path");
-    if (!job.mayReadFiles)
-        return fail(ProblemKind::refused, "filePath is read only for the user that hoardd serves");
-    // Without blocking, should it be a pipe.
-    order.file.reset(::open(order.path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-    struct stat status {};
-    if (!order.file || ::fstat(order.file.get(), &status) != 0)
-        return failSystem("read", order.path);
-    if (!S_ISREG(status.st_mode))
-        return fail(ProblemKind::invalid, "can't read " + order.path + ": it is not a regular file",
-                    order.path);
-    if (status.st_size == 0)
+    auto opened = openCallersFile(order.path, job.mayReadFiles);
+    if (!opened)
+        return passOn(opened);
+    if (opened->status.st_size == 0)
         return noData();
-    order.modified = static_cast<double>(status.st_mtim.tv_sec) +
-                     static_cast<double>(status.st_mtim.tv_nsec) * 1e-9 - Date::secondsFrom1970To2001;
+    order.file = std::move(opened->file);
+    const timespec &changed = opened->status.st_mtim;
+    order.modified = static_cast<double>(changed.tv_sec) + static_cast<double>(changed.tv_nsec) * 1e-9 -
+                     Date::secondsFrom1970To2001;
     if (order.originalFilename.empty())
         order.originalFilename = plainName(order.path);
     return {};
@@ -117,9 +116,9 @@ Result<> findSource(const SaveJob &job, SaveOrder &order) {
 FileType SaveOrder::type() const {
     if (surface != nullptr) {
         // It becomes what its name asks for: a PNG without loss, else a JPEG.
-        const std::string_view extension = store::extensionOf(originalFilename);
-        return extension == "png" || extension == "PNG" ? FileType{AssetKind::photo, "image/png", "PNG"}
-                                                        : FileType{AssetKind::photo, "image/jpeg", "JPG"};
+        const MediaType *named = mediaTypeOfExtension(store::extensionOf(originalFilename));
+        const bool isPNG = named != nullptr && named->format == MediaFormat::png;
+        return typeOf(isPNG ? *named : *mediaTypeOfExtension("JPG"));
     }
     std::array<std::byte, mediaTypeBytes> read;
     Bytes start = read;
@@ -134,8 +133,8 @@ FileType SaveOrder::type() const {
 
 Result<SaveOrder> readJob(const SaveJob &job) {
     SaveOrder order;
-    if (const auto wishes = readWishes(job.dictionary.get(), order); !wishes)
-        return passOn(wishes);
+    if (const auto options = readOptions(job.dictionary.get(), order); !options)
+        return passOn(options);
     if (const auto source = findSource(job, order); !source)
         return passOn(source);
     return order;

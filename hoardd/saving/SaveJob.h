@@ -24,7 +24,7 @@ struct SaveJob {
 };
 
 /// What a job says, once it has been read: where the bytes come from, which is one of three, and what its
-/// caller wishes. Views live as long as the job.
+/// caller asks for. Views live as long as the job.
 struct SaveOrder {
     const Data *data = nullptr;
     UniqueFd file;

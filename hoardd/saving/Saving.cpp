@@ -2,10 +2,9 @@
 
 #include <unistd.h>
 
-#include <exception>
-
 #include "hoardd/pictures/Thumbnails.h"
 #include "hoardd/saving/Publication.h"
+#include "hoardd/service/Call.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 
 namespace wickerlane::hoardd {
@@ -65,7 +64,7 @@ void finishSaves(Library &library, std::span<Result<SavedAsset>> saves) {
         }
     if (due.empty())
         return;
-    try {
+    const auto finished = withoutExceptions([&]() -> Result<> {
         const auto made = makeDueThumbnails(library, records);
         for (std::size_t i = 0; i < due.size(); ++i)
             if (made[i]) {
@@ -74,11 +73,11 @@ void finishSaves(Library &library, std::span<Result<SavedAsset>> saves) {
             } else {
                 due[i]->thumbnails = passOn(made[i]);
             }
-    } catch (const std::exception &failure) {
-        for (SavedAsset *each : due)
-            if (each->isDue)
-                each->thumbnails = fail(ProblemKind::failed, failure.what());
-    }
+        return {};
+    });
+    for (SavedAsset *each : due)
+        if (!finished && each->isDue)
+            each->thumbnails = finished;
 }
 
 std::vector<Result<SavedAsset>> saveAssets(Library &library, std::span<const SaveJob> jobs) {

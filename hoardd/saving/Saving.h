@@ -35,7 +35,7 @@ struct SavedAsset {
     Ref<store::ManagedAsset> asset;
     bool wasPresent = false; ///< The asset was there before, and nothing was saved.
     bool isDue = false;      ///< Its thumbnails are still to be made.
-    Result<> thumbnails{};   ///< Why it has none yet, though for all we know it can be decoded.
+    Result<> thumbnails{};   ///< Why it has none yet, though nothing says that it can't be decoded.
 };
 
 /// Takes the first five steps for several jobs, with one commit for all. Blocks; gives a result for each job,

@@ -50,9 +50,9 @@ Result<AssetLocks::Reservation> reserveUUID(Library &library, const AssetRecord 
 Result<> encodeSurface(Library &library, const ImageSurface &surface, MediaFormat format, int output) {
     const SurfacePixels pixels{surface.sharedMemory()->descriptor(), surface.width(), surface.height(),
                                static_cast<SurfaceFormat>(surface.pixelFormat()), surface.bytesPerRow()};
-    const ImageResult encoded = library.media().encode(pixels, {.format = format}, output);
-    if (!encoded.succeeded())
-        return fail(ProblemKind::failed, "can't encode the surface: " + encoded.reason);
+    const auto encoded = library.media().encode(pixels, {.format = format}, output);
+    if (!encoded)
+        return fail(ProblemKind::failed, "can't encode the surface: " + encoded.error().text);
     return {};
 }
 
@@ -92,7 +92,7 @@ bool showSurface(Library &library, const ImageSurface &surface, const std::strin
                  std::span<const ThumbnailTarget> targets) {
     const auto encoded = StagedFile::create(folder);
     return encoded && encodeSurface(library, surface, MediaFormat::png, encoded->descriptor()) &&
-           library.media().probe(encoded->descriptor(), targets).succeeded();
+           library.media().probe(encoded->descriptor(), targets);
 }
 
 /// What a picture says of itself, but for the date, which the job may know better.
@@ -129,13 +129,13 @@ Result<> examine(Library &library, const SaveJob &job, const SaveOrder &order, S
     // What the caller shows of it serves better than what the file carries.
     const bool isShown =
         job.preview && showSurface(library, *job.preview, staged.folder.path(), preview->targets());
-    const ExamineResult seen = library.media().examine(
+    const FirstLook seen = library.media().examine(
         staged.original.descriptor(), job.preview ? std::span<const ThumbnailTarget>() : preview->targets());
     setFacts(staged.record, seen.facts);
     setDates(staged.record, seen.facts, order);
-    staged.isDue = seen.succeeded();
-    if (!seen.succeeded())
-        setUndecodable(staged.record, seen.reason);
+    staged.isDue = seen.ended.has_value();
+    if (!seen.ended)
+        setUndecodable(staged.record, seen.ended.error().text);
     if (isShown || seen.hasPreview) {
         staged.record.thumbnailIndex = 1;
         staged.preview = *std::move(preview);

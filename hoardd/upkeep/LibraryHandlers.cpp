@@ -2,6 +2,7 @@
 
 #include "hoardd/albums/Albums.h"
 #include "hoardd/library/Clock.h"
+#include "hoardd/library/Failures.h"
 #include "hoardd/library/LibraryFolder.h"
 #include "hoardd/library/State.h"
 #include "hoardd/saving/FoundFiles.h"
@@ -119,7 +120,7 @@ Result<Answer> secondsNeededToCleanupModel(Library &library, const Call &) {
 // A migration waits for the long work that was asked for before; then the database file stands alone.
 Result<Answer> dataMigrationWillFinish(Library &library, const Call &) {
     if (const auto moved = library.writer().checkpoint(); !moved)
-        return fail(moved.error().kind, "the store can't be made to stand alone: " + moved.error().text);
+        return fail(inContext("the store can't be made to stand alone", moved.error()));
     return Answer();
 }
 

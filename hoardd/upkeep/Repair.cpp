@@ -2,18 +2,17 @@
 
 #include <algorithm>
 
-#include "hoardd/library/FailureCount.h"
+#include "hoardd/library/Failures.h"
 #include "hoardd/library/Lookup.h"
 #include "hoardd/pictures/Thumbnails.h"
 #include "hoardd/saving/FoundFiles.h"
+#include "hoardd/upkeep/UpkeepStore.h"
 #include "wickerlane/log/JXLog.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/store/LibraryCheck.h"
-#include "wickerlane/store/Schema.h"
 
 namespace wickerlane::hoardd {
 
-using sqlite::Database;
 using store::Finding;
 
 namespace {
@@ -33,16 +32,16 @@ Result<> repairFinding(Library &library, const Finding &finding) {
     case Finding::Kind::strayRendition:
         return moveStray(library, finding.path, library.paths().lostAndFound());
     default:
-        return fail(ProblemKind::failed, finding.detail.empty() ? "it can't be mended" : finding.detail);
+        return fail(ProblemKind::failed, finding.detail.empty() ? "it can't be repaired" : finding.detail);
     }
 }
 
 void logRepair(const Finding &finding, const Result<> &repaired) {
     if (repaired)
-        JX_LOG(JXLogLevelNotice, JXPhotosStateLog, "mended %s: %s", nameOf(finding.kind),
+        JX_LOG(JXLogLevelNotice, JXPhotosStateLog, "repaired %s: %s", nameOf(finding.kind),
                finding.path.c_str());
     else
-        JX_LOG(JXLogLevelError, JXPhotosStateLog, "can't mend %s: %s %s", nameOf(finding.kind),
+        JX_LOG(JXLogLevelError, JXPhotosStateLog, "can't repair %s: %s %s", nameOf(finding.kind),
                finding.path.c_str(), repaired.error().text.c_str());
 }
 
@@ -55,8 +54,7 @@ Result<> repairLibrary(Library &library) {
     const auto report = store::checkLibrary(library.paths());
     if (!report)
         return passOn(report);
-    const auto recounted =
-        library.writer().change([](Database &database) { return database.execute(store::recountAssets); });
+    const auto recounted = library.writer().change(recountAssets);
     if (!recounted)
         failures.add("the counts of assets", recounted.error());
     for (const Finding &finding : report->findings) {
@@ -68,7 +66,7 @@ Result<> repairLibrary(Library &library) {
         if (!repaired)
             failures.add(std::string(nameOf(finding.kind)) + ' ' + finding.path, repaired.error());
     }
-    return failures.result("things are left to mend");
+    return failures.result("things could not be repaired");
 }
 
 Result<std::int64_t> secondsToRepair(const Library &library) {

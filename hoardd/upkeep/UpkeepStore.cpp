@@ -18,9 +18,13 @@ Result<> deleteChanges(Database &database) {
     return database.execute("DELETE FROM zchange");
 }
 
+Result<> recountAssets(Database &database) {
+    return database.execute(store::recountAssets);
+}
+
 Result<> repairSingletons(Database &database) {
     return database.execute("DELETE FROM zlibrary WHERE rowid > (SELECT min(rowid) FROM zlibrary);")
-        .and_then([&] { return database.execute(store::recountAssets); });
+        .and_then([&] { return recountAssets(database); });
 }
 
 } // namespace wickerlane::hoardd

@@ -22,6 +22,9 @@ struct Termination {
 
 [[nodiscard]] Result<> deleteChanges(sqlite::Database &database);
 
+/// Counts the assets again.
+[[nodiscard]] Result<> recountAssets(sqlite::Database &database);
+
 /// Leaves one identity of the library and right counts of its assets.
 [[nodiscard]] Result<> repairSingletons(sqlite::Database &database);
 

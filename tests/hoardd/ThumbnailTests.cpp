@@ -51,7 +51,7 @@ TEST_F(Thumbnails, AreMadeAgainWhenTheyAreMissingOrForced) {
     const struct {
         const char *what;
         bool isMissing;
-        ThumbnailWish wish;
+        ThumbnailRequest request;
         bool isMade;
         std::int64_t thumbnailIndex;
     } cases[] = {
@@ -62,7 +62,7 @@ TEST_F(Thumbnails, AreMadeAgainWhenTheyAreMissingOrForced) {
         {"forced", false, {.isForced = true}, true, 2},
         {"forced, and caches are to notice", false, {.isForced = true, .newIndex = true}, true, 3},
     };
-    for (const auto &[what, isMissing, wish, isMade, thumbnailIndex] : cases) {
+    for (const auto &[what, isMissing, request, isMade, thumbnailIndex] : cases) {
         const std::string path = paths.thumbnail(asset.uuid, ThumbnailSize::small);
         // A second name keeps the number of the file from being given again.
         fs::create_hard_link(path, rootPath() + "/" + std::to_string(fileOf(asset)));
@@ -70,7 +70,7 @@ TEST_F(Thumbnails, AreMadeAgainWhenTheyAreMissingOrForced) {
         if (isMissing)
             fs::remove(path);
         const std::int64_t changes = changeCount();
-        EXPECT_TRUE(makeThumbnails(library(), asset, wish)) << what;
+        EXPECT_TRUE(makeThumbnails(library(), asset, request)) << what;
         EXPECT_EQ(fileOf(asset) != before, isMade) << what;
         fs::remove(rootPath() + "/" + std::to_string(before));
         EXPECT_EQ(small(asset).width, 256U) << what;

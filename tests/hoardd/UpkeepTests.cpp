@@ -47,7 +47,7 @@ TEST_F(Repair, PutsRightWhatItCanAndCountsTheRest) {
     const auto repaired = repairLibrary(library());
     ASSERT_FALSE(repaired);
     const std::string &text = repaired.error().text;
-    EXPECT_TRUE(text.starts_with("2 things are left to mend; the first: missing original ")) << text;
+    EXPECT_TRUE(text.starts_with("2 things could not be repaired; the first: missing original ")) << text;
     EXPECT_NE(text.find(paths.original(lost)), std::string::npos) << text;
     EXPECT_TRUE(fs::exists(thumbnail));
     EXPECT_EQ(library().assets().counts()->photos, 3U);

@@ -72,7 +72,8 @@ TEST(ExportEstimate, FollowsPresetTimeAndSource) {
     EXPECT_NEAR(megabytes("passthrough", part.get()), 25.2, 1e-6);
     facts.video->videoBitRate = 500'000;
     EXPECT_NEAR(megabytes("high"), (5e5 + 160e3) * 100 / 8e6, 0.1) << "never more than the source";
-    EXPECT_EQ(megabytes("unheard of"), -1);
+    EXPECT_EQ(hoardd::estimatedExportBytes(facts, 1, "unheard of", nullptr).error().text,
+              "there is no such export preset");
     facts.video->seconds = 0;
     EXPECT_EQ(megabytes("high"), -1);
     facts.video.reset();

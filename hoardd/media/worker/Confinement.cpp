@@ -153,6 +153,10 @@ bool filterSystemCalls() {
     return isComplete && seccomp_load(filter) == 0;
 }
 
+Failure breach(const char *what) {
+    return fail(ProblemKind::failed, std::string("the worker ") + what);
+}
+
 } // namespace
 
 Hello confine() {
@@ -167,26 +171,26 @@ Hello confine() {
     return hello;
 }
 
-std::string confinementBreach() {
+Result<> testOwnConfinement() {
     if (open("/dev/null", O_RDONLY | O_CLOEXEC) >= 0)
-        return "opened a file";
+        return breach("opened a file");
     if (socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0) >= 0 ||
         socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0) >= 0)
-        return "made a socket";
+        return breach("made a socket");
     if (kill(getppid(), 0) == 0)
-        return "could signal its parent";
+        return breach("could signal its parent");
     if (const long child = syscall(SYS_clone, SIGCHLD, nullptr, nullptr, nullptr, nullptr); child >= 0) {
         if (child == 0)
             _exit(0);
-        return "forked";
+        return breach("forked");
     }
     char program[] = "/bin/true";
     char *const arguments[] = {program, nullptr};
     if (execve(program, arguments, nullptr) == 0 || errno != EPERM)
-        return "could try to execute a program";
+        return breach("could try to execute a program");
     const rlimit wide{RLIM_INFINITY, RLIM_INFINITY};
     if (setrlimit(RLIMIT_DATA, &wide) == 0)
-        return "raised its limits";
+        return breach("raised its limits");
     return {};
 }
 

@@ -2,21 +2,18 @@
 #ifndef HOARDD_MEDIA_WORKER_CONFINEMENT_H
 #define HOARDD_MEDIA_WORKER_CONFINEMENT_H
 
-#include <cstdint>
-#include <string>
-
 #include "hoardd/media/Protocol.h"
 
 namespace wickerlane::hoardd::media {
 
-/// Confines the calling process for good: limits of memory and descriptors, no new privileges, a Landlock
-/// rule set that allows no path, and a filter of system calls without any that opens, connects, executes or
-/// signals. Call it with one thread, after everything that reads files has been loaded. Tells what the kernel
-/// granted.
+/// Confines the calling process until it ends: limits of memory and descriptors, no new privileges, a
+/// Landlock rule set that allows no path, and a filter of system calls without any that opens, connects,
+/// executes or signals. Call it with one thread, after everything that reads files has been loaded. Gives
+/// what the kernel granted.
 Hello confine();
 
-/// Tries what confinement must forbid. Empty when nothing got through, else what did.
-std::string confinementBreach();
+/// Tries what confinement must forbid; fails when something got through.
+[[nodiscard]] Result<> testOwnConfinement();
 
 } // namespace wickerlane::hoardd::media
 

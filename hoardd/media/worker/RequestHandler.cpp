@@ -20,7 +20,7 @@ using Kind = WorkerRequest::Kind;
 
 constexpr std::uint32_t thumbnailQuality = 85;
 
-// Told by its first bytes: a video may be far larger than what is mapped of a picture.
+// Its first bytes tell: a video may be far larger than what is mapped of a picture.
 bool isVideo(int descriptor) {
     std::array<std::byte, mediaTypeBytes> start{};
     const ssize_t count = pread(descriptor, start.data(), start.size(), 0);
@@ -91,9 +91,9 @@ void probe(const WorkerRequest &request, std::span<const UniqueFd> descriptors, 
                     [&](std::uint32_t side) { return reader.thumbnail(side, file.facts().orientation); });
 }
 
-void fingerprint(std::span<const UniqueFd> descriptors, WorkerAnswer &answer) {
+void fingerprint(const WorkerRequest &request, std::span<const UniqueFd> descriptors, WorkerAnswer &answer) {
     PictureFile file(descriptors[0].get());
-    constexpr std::uint32_t maxSide = 256; // small thumbnails have no more pixels
+    const std::uint32_t maxSide = request.settings.maxSide;
     const Image image = file.open(maxSide).thumbnail(maxSide, file.facts().orientation);
     const auto width = static_cast<std::uint32_t>(vips_image_get_width(image.get()));
     const auto height = static_cast<std::uint32_t>(vips_image_get_height(image.get()));
@@ -153,14 +153,14 @@ void handleOrThrow(const WorkerRequest &request, std::span<const UniqueFd> descr
     case Kind::probe:
         return probe(request, descriptors, answer);
     case Kind::fingerprint:
-        return fingerprint(descriptors, answer);
+        return fingerprint(request, descriptors, answer);
     case Kind::render:
         return render(request, descriptors, answer);
     case Kind::encode:
         return encode(request, descriptors, answer);
     case Kind::selfTest:
-        if (const std::string breach = confinementBreach(); !breach.empty())
-            throw MediaError(MediaFailure::unavailable, "the worker " + breach);
+        if (const auto held = testOwnConfinement(); !held)
+            throw MediaError(MediaFailure::notConfined, held.error().text);
         return;
     }
     throw MediaError(MediaFailure::badRequest, "the request is unknown");

@@ -48,7 +48,7 @@ bool serveOne() {
     const WorkerAnswer answer = handle(request, descriptors);
     limitProcessorTime(0);
     descriptors.clear();
-    return sendPacket(workerSocket, answer);
+    return sendPacket(workerSocket, answer).has_value();
 }
 
 // Reads nothing that hoardd sends, so that a file can only reach the child that decodes it.

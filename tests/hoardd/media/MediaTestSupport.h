@@ -34,6 +34,17 @@ inline MediaWorkers &pool() {
     return shared;
 }
 
+/// Why a request failed; empty when it did not.
+template <class T>
+std::string reasonOf(const Result<T> &ended) {
+    return ended ? "" : ended.error().text;
+}
+
+template <class T>
+std::optional<ProblemKind> problemOf(const Result<T> &ended) {
+    return ended ? std::nullopt : std::optional(ended.error().kind);
+}
+
 inline UniqueFd fileOf(const Bytes &contents) {
     UniqueFd file(memfd_create("test", MFD_CLOEXEC));
     if (write(file.get(), contents.data(), contents.size()) != static_cast<ssize_t>(contents.size()))

@@ -10,12 +10,12 @@ using namespace wickerlane::test;
 
 class Metadata : public ::testing::Test {
 protected:
-    static void SetUpTestSuite() { ASSERT_EQ(pool().testConfinement().reason, ""); }
+    static void SetUpTestSuite() { ASSERT_EQ(reasonOf(pool().testConfinement()), ""); }
 
     static PictureFacts factsOf(const Bytes &file) {
-        const ProbeResult result = pool().probe(fileOf(file).get(), {});
-        EXPECT_EQ(result.reason, "");
-        return result.facts;
+        const auto result = pool().probe(fileOf(file).get(), {});
+        EXPECT_EQ(reasonOf(result), "");
+        return result.value_or(PictureFacts());
     }
     static PictureFacts factsOf(const TestExif &exif) { return factsOf(jpegOf(fourCorners(16, 16), exif)); }
 };

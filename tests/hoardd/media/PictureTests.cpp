@@ -12,11 +12,11 @@ class Pictures : public ::testing::Test {
 protected:
     // Has both kinds of worker started before the first test counts descriptors.
     static void SetUpTestSuite() {
-        ASSERT_EQ(pool().testConfinement().reason, "");
-        ASSERT_EQ(pool().probe(fileOf(tiffOf(fourCorners(8, 8))).get(), {}).reason, "");
+        ASSERT_EQ(reasonOf(pool().testConfinement()), "");
+        ASSERT_EQ(reasonOf(pool().probe(fileOf(tiffOf(fourCorners(8, 8))).get(), {})), "");
     }
 
-    ProbeResult probe(const Bytes &file, std::initializer_list<std::uint32_t> sides) {
+    Result<PictureFacts> probe(const Bytes &file, std::initializer_list<std::uint32_t> sides) {
         thumbnails.clear();
         std::vector<ThumbnailTarget> targets;
         for (const std::uint32_t side : sides) {
@@ -27,9 +27,9 @@ protected:
     }
     Pixels thumbnail(std::size_t index) { return decodedPicture(contentsOf(thumbnails.at(index))); }
 
-    ImageResult render(const Bytes &file, const ImageSettings &settings, Bytes &image) {
+    Result<ImageSize> render(const Bytes &file, const ImageSettings &settings, Bytes &image) {
         const UniqueFd output = fileOf({});
-        const ImageResult result = pool().render(fileOf(file).get(), settings, output.get());
+        const auto result = pool().render(fileOf(file).get(), settings, output.get());
         image = contentsOf(output);
         return result;
     }
@@ -52,11 +52,11 @@ TEST_F(Pictures, ThumbnailsAreUprightWithTheLongestSideAsAsked) {
         TestExif exif;
         exif.orientation = expected.orientation;
         exif.bigEndian = expected.orientation % 2 == 0;
-        const ProbeResult result = probe(jpegOf(fourCorners(1200, 800), exif), {64, 300});
-        ASSERT_TRUE(result.succeeded()) << result.reason;
-        EXPECT_EQ(result.facts.width, expected.isSideways ? 800U : 1200U);
-        EXPECT_EQ(result.facts.height, expected.isSideways ? 1200U : 800U);
-        EXPECT_EQ(result.facts.orientation, expected.orientation % 9 == 0 ? 1U : expected.orientation);
+        const auto result = probe(jpegOf(fourCorners(1200, 800), exif), {64, 300});
+        ASSERT_EQ(reasonOf(result), "");
+        EXPECT_EQ(result->width, expected.isSideways ? 800U : 1200U);
+        EXPECT_EQ(result->height, expected.isSideways ? 1200U : 800U);
+        EXPECT_EQ(result->orientation, expected.orientation % 9 == 0 ? 1U : expected.orientation);
         for (const std::size_t index : {0U, 1U}) {
             const Pixels made = thumbnail(index);
             EXPECT_EQ(std::max(made.width, made.height), index == 0 ? 64U : 300U);
@@ -73,11 +73,11 @@ TEST_F(Pictures, OtherFormatsAreTurnedAsTheySay) {
         exif.orientation = orientation;
         for (const Bytes &file :
              {pngOf(fourCorners(300, 200), exif), tiffOf(fourCorners(300, 200), orientation)}) {
-            const ProbeResult result = probe(file, {100});
-            SCOPED_TRACE(std::string(mediaFormatName(result.facts.format)) + std::to_string(orientation));
-            ASSERT_TRUE(result.succeeded()) << result.reason;
-            EXPECT_EQ(result.facts.width, 200U);
-            EXPECT_EQ(result.facts.height, 300U);
+            const auto result = probe(file, {100});
+            ASSERT_EQ(reasonOf(result), "") << orientation;
+            SCOPED_TRACE(std::string(mediaFormatName(result->format)) + std::to_string(orientation));
+            EXPECT_EQ(result->width, 200U);
+            EXPECT_EQ(result->height, 300U);
             EXPECT_EQ(cornersOf(thumbnail(0)), orientation == 6 ? "YRGB" : "BGRY");
         }
     }
@@ -86,26 +86,26 @@ TEST_F(Pictures, OtherFormatsAreTurnedAsTheySay) {
 TEST_F(Pictures, EveryFormatIsRecognisedByContentAndDecoded) {
     const Pixels corners = fourCorners(400, 300);
     Bytes webp;
-    ASSERT_TRUE(render(pngOf(corners), {.format = MediaFormat::webp}, webp).succeeded());
+    ASSERT_EQ(reasonOf(render(pngOf(corners), {.format = MediaFormat::webp}, webp)), "");
     const std::vector<std::pair<MediaFormat, Bytes>> files{
         {MediaFormat::jpeg, jpegOf(corners)}, {MediaFormat::jpeg, jpegOf(corners, 90, false, true)},
         {MediaFormat::png, pngOf(corners)},   {MediaFormat::webp, webp},
         {MediaFormat::tiff, tiffOf(corners)}, {MediaFormat::gif, gifOf(400, 300, cornerGreen)}};
     for (const auto &[format, file] : files) {
         SCOPED_TRACE(mediaFormatName(format));
-        const ProbeResult result = probe(file, {100});
-        ASSERT_TRUE(result.succeeded()) << result.reason;
-        EXPECT_EQ(result.facts.format, format);
-        EXPECT_EQ(result.facts.width, 400U);
-        EXPECT_EQ(result.facts.height, 300U);
+        const auto result = probe(file, {100});
+        ASSERT_EQ(reasonOf(result), "");
+        EXPECT_EQ(result->format, format);
+        EXPECT_EQ(result->width, 400U);
+        EXPECT_EQ(result->height, 300U);
         EXPECT_EQ(thumbnail(0).width, 100U);
         EXPECT_EQ(cornersOf(thumbnail(0)), format == MediaFormat::gif ? "GGGG" : "RGBY");
     }
 }
 
 TEST_F(Pictures, SmallPicturesAreNotEnlargedAndGreyOnesStayGrey) {
-    const ProbeResult result = probe(jpegOf(fourCorners(40, 20), 90, true), {256, 1024});
-    ASSERT_TRUE(result.succeeded()) << result.reason;
+    const auto result = probe(jpegOf(fourCorners(40, 20), 90, true), {256, 1024});
+    ASSERT_EQ(reasonOf(result), "");
     const Pixels made = thumbnail(1);
     EXPECT_EQ(made.width, 40U);
     EXPECT_EQ(made.height, 20U);
@@ -116,7 +116,7 @@ TEST_F(Pictures, ThumbnailsShowWhiteThroughAlpha) {
     Pixels pixels = fourCorners(64, 64);
     for (Colour &colour : pixels.colours)
         colour.alpha = 0;
-    ASSERT_TRUE(probe(pngOf(pixels), {32}).succeeded());
+    ASSERT_EQ(reasonOf(probe(pngOf(pixels), {32})), "");
     EXPECT_TRUE(isLike(thumbnail(0).at(16, 16), {255, 255, 255}));
 }
 
@@ -129,15 +129,16 @@ TEST_F(Pictures, RenderedImagesAreUprightInTheWantedFormatAndSize) {
         for (const std::uint32_t side : {0U, 150U, 5000U}) {
             SCOPED_TRACE(std::string(mediaFormatName(format)) + " " + std::to_string(side));
             Bytes image;
-            const ImageResult result = render(picture, {.format = format, .maxSide = side}, image);
-            ASSERT_TRUE(result.succeeded()) << result.reason;
-            EXPECT_EQ(result.width, side == 150 ? 100U : 400U);
-            EXPECT_EQ(result.height, side == 150 ? 150U : 600U);
+            const auto result = render(picture, {.format = format, .maxSide = side}, image);
+            ASSERT_EQ(reasonOf(result), "");
+            EXPECT_EQ(result->width, side == 150 ? 100U : 400U);
+            EXPECT_EQ(result->height, side == 150 ? 150U : 600U);
             EXPECT_EQ(mediaFormatOf(image), format);
             // The result needs turning no more, and says nothing of the camera.
-            const ProbeResult again = probe(image, {100});
-            EXPECT_EQ(again.facts.width, result.width);
-            EXPECT_EQ(again.facts.cameraMake, "");
+            const auto again = probe(image, {100});
+            ASSERT_EQ(reasonOf(again), "");
+            EXPECT_EQ(again->width, result->width);
+            EXPECT_EQ(again->cameraMake, "");
             EXPECT_EQ(cornersOf(thumbnail(0)), "YRGB");
         }
 }
@@ -163,8 +164,8 @@ TEST_F(Pictures, SurfacesAreEncodedFromEveryLayout) {
                 const UniqueFd shared = fileOf(memory);
                 const UniqueFd image = fileOf({});
                 const SurfacePixels surface{shared.get(), width, height, format, row};
-                const ImageResult result = pool().encode(surface, {.format = output}, image.get());
-                ASSERT_TRUE(result.succeeded()) << result.reason;
+                const auto result = pool().encode(surface, {.format = output}, image.get());
+                ASSERT_EQ(reasonOf(result), "");
                 const Pixels decoded = decodedPicture(contentsOf(image));
                 ASSERT_EQ(decoded.width, width);
                 ASSERT_EQ(decoded.height, height);
@@ -177,10 +178,12 @@ TEST_F(Pictures, SurfacesAreEncodedFromEveryLayout) {
             }
     const UniqueFd small = fileOf(Bytes(100));
     const UniqueFd image = fileOf({});
-    EXPECT_EQ(pool().encode({small.get(), width, height, SurfaceFormat::bgra, 200}, {}, image.get()).failure,
-              MediaFailure::badRequest);
-    EXPECT_EQ(pool().encode({small.get(), width, height, SurfaceFormat::bgra, 60}, {}, image.get()).failure,
-              MediaFailure::badRequest);
+    EXPECT_EQ(
+        problemOf(pool().encode({small.get(), width, height, SurfaceFormat::bgra, 200}, {}, image.get())),
+        ProblemKind::invalid);
+    EXPECT_EQ(
+        problemOf(pool().encode({small.get(), width, height, SurfaceFormat::bgra, 60}, {}, image.get())),
+        ProblemKind::invalid);
 }
 
 } // namespace

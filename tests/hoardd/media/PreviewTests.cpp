@@ -11,12 +11,12 @@ using namespace wickerlane::test;
 class Previews : public ::testing::Test {
 protected:
     static void SetUpTestSuite() {
-        ASSERT_EQ(pool().testConfinement().reason, "");
-        ASSERT_EQ(pool().probe(fileOf(tiffOf(fourCorners(8, 8))).get(), {}).reason, "");
+        ASSERT_EQ(reasonOf(pool().testConfinement()), "");
+        ASSERT_EQ(reasonOf(pool().probe(fileOf(tiffOf(fourCorners(8, 8))).get(), {})), "");
     }
 
-    ExamineResult examine(const Bytes &file) { return pool().examine(fileOf(file).get(), targets()); }
-    ProbeResult probe(const Bytes &file) { return pool().probe(fileOf(file).get(), targets()); }
+    FirstLook examine(const Bytes &file) { return pool().examine(fileOf(file).get(), targets()); }
+    Result<PictureFacts> probe(const Bytes &file) { return pool().probe(fileOf(file).get(), targets()); }
     Pixels thumbnail(std::size_t index) { return decodedPicture(contentsOf(outputs.at(index))); }
 
 private:
@@ -47,8 +47,8 @@ TEST_F(Previews, AFirstLookTakesThePreviewForThePicture) {
         for (const bool bigEndian : {false, true}) {
             exif.orientation = static_cast<std::uint16_t>(orientation);
             exif.bigEndian = bigEndian;
-            const ExamineResult seen = examine(jpegOf(picture, exif));
-            ASSERT_EQ(seen.reason, "");
+            const FirstLook seen = examine(jpegOf(picture, exif));
+            ASSERT_EQ(reasonOf(seen.ended), "");
             ASSERT_TRUE(seen.hasPreview);
             EXPECT_EQ(seen.facts.width, orientation == 1 ? 1200U : 800U);
             EXPECT_EQ(seen.facts.height, orientation == 1 ? 800U : 1200U);
@@ -69,25 +69,27 @@ TEST_F(Previews, AFirstLookFindsWhatALongerOneFinds) {
     const Pixels corners = fourCorners(400, 300);
     for (const Bytes &file : {jpegOf(corners, exif), pngOf(corners, exif), tiffOf(corners, 3),
                               gifOf(30, 20, cornerGreen), pngThatClaims(40'000, 40'000), Bytes(50)}) {
-        const ProbeResult probed = probe(file);
-        const ExamineResult seen = examine(file);
+        const auto probed = probe(file);
+        const FirstLook seen = examine(file);
         EXPECT_FALSE(seen.hasPreview);
-        EXPECT_EQ(seen.failure, probed.failure);
-        EXPECT_EQ(seen.reason, probed.reason);
-        EXPECT_EQ(seen.facts.format, probed.facts.format);
-        EXPECT_EQ(seen.facts.width, probed.facts.width);
-        EXPECT_EQ(seen.facts.height, probed.facts.height);
-        EXPECT_EQ(seen.facts.orientation, probed.facts.orientation);
-        EXPECT_EQ(seen.facts.cameraMake, probed.facts.cameraMake);
+        EXPECT_EQ(problemOf(seen.ended), problemOf(probed));
+        EXPECT_EQ(reasonOf(seen.ended), reasonOf(probed));
+        if (!probed)
+            continue;
+        EXPECT_EQ(seen.facts.format, probed->format);
+        EXPECT_EQ(seen.facts.width, probed->width);
+        EXPECT_EQ(seen.facts.height, probed->height);
+        EXPECT_EQ(seen.facts.orientation, probed->orientation);
+        EXPECT_EQ(seen.facts.cameraMake, probed->cameraMake);
     }
 }
 
 TEST_F(Previews, AFirstLookPromisesNothingOfThePictureItself) {
     Bytes cut = tiffOf(fourCorners(400, 300));
     cut.resize(300); // all of its pixels are missing
-    EXPECT_EQ(examine(cut).reason, "");
+    EXPECT_EQ(reasonOf(examine(cut).ended), "");
     EXPECT_EQ(examine(cut).facts.width, 400U);
-    EXPECT_EQ(probe(cut).failure, MediaFailure::damaged);
+    EXPECT_EQ(problemOf(probe(cut)), ProblemKind::invalid);
 }
 
 TEST_F(Previews, ABrokenPreviewIsAsGoodAsNone) {
@@ -99,8 +101,8 @@ TEST_F(Previews, ABrokenPreviewIsAsGoodAsNone) {
         exif.preview = broken;
         const Bytes file = jpegOf(fourCorners(300, 200), exif);
         EXPECT_FALSE(examine(file).hasPreview);
-        EXPECT_EQ(examine(file).reason, "");
-        EXPECT_EQ(probe(file).reason, "");
+        EXPECT_EQ(reasonOf(examine(file).ended), "");
+        EXPECT_EQ(reasonOf(probe(file)), "");
         EXPECT_EQ(cornersOf(thumbnail(0)), "RGBY");
     }
 }
@@ -128,11 +130,11 @@ TEST_F(Previews, RawFilesAreSeenByTheirPreviews) {
     for (const auto &[raw, format, width, height, corners] : cases) {
         SCOPED_TRACE(&raw - &cases[0].raw);
         const Bytes file = rawOf(raw);
-        const ProbeResult probed = probe(file);
-        ASSERT_EQ(probed.reason, "");
-        EXPECT_EQ(probed.facts.format, format);
-        EXPECT_EQ(probed.facts.width, width);
-        EXPECT_EQ(probed.facts.height, height);
+        const auto probed = probe(file);
+        ASSERT_EQ(reasonOf(probed), "");
+        EXPECT_EQ(probed->format, format);
+        EXPECT_EQ(probed->width, width);
+        EXPECT_EQ(probed->height, height);
         EXPECT_EQ(cornersOf(thumbnail(0)), corners);
         EXPECT_EQ(std::max(thumbnail(1).width, thumbnail(1).height),
                   format == MediaFormat::raw ? 1024U : 16U);
@@ -141,9 +143,9 @@ TEST_F(Previews, RawFilesAreSeenByTheirPreviews) {
         EXPECT_EQ(examine(file).facts.width, width);
         EXPECT_EQ(cornersOf(thumbnail(0)), corners);
         const UniqueFd output = fileOf({});
-        const ImageResult rendered =
-            pool().render(fileOf(file).get(), {.format = MediaFormat::png}, output.get());
-        EXPECT_EQ(std::max(rendered.width, rendered.height), 1200U);
+        const auto rendered = pool().render(fileOf(file).get(), {.format = MediaFormat::png}, output.get());
+        ASSERT_EQ(reasonOf(rendered), "");
+        EXPECT_EQ(std::max(rendered->width, rendered->height), 1200U);
         for (const std::size_t length : {file.size() / 2, file.size() - preview.size() / 2, std::size_t{200}})
             static_cast<void>(probe(Bytes(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(length))));
     }
@@ -153,11 +155,12 @@ TEST_F(Previews, ARawFileWithoutOneSaysSo) {
     TestRaw raw;
     for (const Bytes &preview : {Bytes(), Bytes(500), pngOf(fourCorners(64, 64))}) {
         raw.preview = preview;
-        const ProbeResult probed = probe(rawOf(raw));
-        EXPECT_EQ(probed.failure, MediaFailure::noDecoder);
-        EXPECT_THAT(probed.reason, ::testing::HasSubstr("carries no preview"));
-        EXPECT_EQ(probed.facts.format, MediaFormat::raw);
-        EXPECT_EQ(examine(rawOf(raw)).failure, MediaFailure::noDecoder);
+        const FirstLook seen = examine(rawOf(raw));
+        for (const Result<> &ended : {seen.ended, probe(rawOf(raw)).map([](const PictureFacts &) {})}) {
+            EXPECT_EQ(problemOf(ended), ProblemKind::invalid);
+            EXPECT_THAT(reasonOf(ended), ::testing::HasSubstr("carries no preview"));
+        }
+        EXPECT_EQ(seen.facts.format, MediaFormat::raw);
     }
     using namespace std::string_literals;
     for (const std::string &start : {"FUJIFILMCCD-RAW 0201"s, "IIU\0\x18\0\0\0"s, "II*\0\x10\0\0\0CR\2\0"s,
@@ -166,7 +169,7 @@ TEST_F(Previews, ARawFileWithoutOneSaysSo) {
         Bytes file(2000);
         std::ranges::transform(start, file.begin(), [](char c) { return static_cast<std::byte>(c); });
         EXPECT_EQ(mediaFormatOf(file), MediaFormat::raw) << start;
-        EXPECT_EQ(probe(file).failure, MediaFailure::noDecoder) << start;
+        EXPECT_EQ(problemOf(probe(file)), ProblemKind::invalid) << start;
     }
 }
 

@@ -15,7 +15,7 @@ class Videos : public ::testing::Test {
 protected:
     // Has the worker started before the first test counts descriptors.
     static void SetUpTestSuite() {
-        ASSERT_EQ(pool().probe(fileOf(tiffOf(fourCorners(8, 8))).get(), {}).reason, "");
+        ASSERT_EQ(reasonOf(pool().probe(fileOf(tiffOf(fourCorners(8, 8))).get(), {})), "");
     }
 
     static UniqueFd clip(const char *name, const std::vector<std::string> &more = {}) {
@@ -45,28 +45,29 @@ TEST_F(Videos, SayWhatTheyAreAndShowAFrame) {
         SCOPED_TRACE(each.name);
         const UniqueFd file = clip(each.name, each.more), thumbnail = fileOf({});
         const ThumbnailTarget target{80, thumbnail.get()};
-        const ProbeResult result = pool().probe(file.get(), {&target, 1});
-        ASSERT_EQ(result.reason, "");
-        EXPECT_EQ(result.facts.format, MediaFormat::video);
-        EXPECT_EQ(result.facts.width, 160U);
-        EXPECT_EQ(result.facts.height, 120U);
-        ASSERT_TRUE(result.facts.video);
-        EXPECT_NEAR(result.facts.video->seconds, 2, 0.2);
-        EXPECT_NEAR(result.facts.video->frameRate, 10, 0.5);
-        EXPECT_EQ(result.facts.video->videoCodec, each.codec);
-        EXPECT_THAT(std::string(result.facts.video->container), testing::HasSubstr(each.container));
-        EXPECT_EQ(result.facts.video->trackCount, 2U);
-        EXPECT_EQ(result.facts.video->audioChannels, 1U);
-        EXPECT_EQ(result.facts.captureDate.has_value(), each.name == std::string_view("a.mp4"));
+        const auto result = pool().probe(file.get(), {&target, 1});
+        ASSERT_EQ(reasonOf(result), "");
+        EXPECT_EQ(result->format, MediaFormat::video);
+        EXPECT_EQ(result->width, 160U);
+        EXPECT_EQ(result->height, 120U);
+        ASSERT_TRUE(result->video);
+        EXPECT_NEAR(result->video->seconds, 2, 0.2);
+        EXPECT_NEAR(result->video->frameRate, 10, 0.5);
+        EXPECT_EQ(result->video->videoCodec, each.codec);
+        EXPECT_THAT(std::string(result->video->container), testing::HasSubstr(each.container));
+        EXPECT_EQ(result->video->trackCount, 2U);
+        EXPECT_EQ(result->video->audioChannels, 1U);
+        EXPECT_EQ(result->captureDate.has_value(), each.name == std::string_view("a.mp4"));
         const Pixels frame = decodedPicture(contentsOf(thumbnail));
         EXPECT_EQ(frame.width, 80U);
         EXPECT_TRUE(isLike(frame.at(40, 30), cornerRed));
     }
-    const ProbeResult dated = pool().probe(clip("a.mp4", cases[0].more).get(), {});
-    EXPECT_EQ(dated.facts.captureDate->seconds, 1623752430);
-    ASSERT_TRUE(dated.facts.place);
-    EXPECT_NEAR(dated.facts.place->latitude, 48.5, 1e-3);
-    EXPECT_NEAR(dated.facts.place->longitude, -2.25, 1e-3);
+    const auto dated = pool().probe(clip("a.mp4", cases[0].more).get(), {});
+    ASSERT_EQ(reasonOf(dated), "");
+    EXPECT_EQ(dated->captureDate->seconds, 1623752430);
+    ASSERT_TRUE(dated->place);
+    EXPECT_NEAR(dated->place->latitude, 48.5, 1e-3);
+    EXPECT_NEAR(dated->place->longitude, -2.25, 1e-3);
 }
 
 TEST_F(Videos, AreShownTurnedAsTheySay) {
@@ -84,14 +85,15 @@ TEST_F(Videos, AreShownTurnedAsTheySay) {
         if (found == 1) // that of the film comes first, then the picture's
             std::ranges::copy(turned, at);
     ASSERT_GE(found, 2);
-    const ProbeResult result = pool().probe(fileOf(bytes).get(), {});
-    ASSERT_TRUE(result.facts.video) << result.reason;
-    EXPECT_EQ(result.facts.video->rotation, 90U);
-    EXPECT_EQ(result.facts.width, 120U);
-    EXPECT_EQ(result.facts.height, 160U);
+    const auto result = pool().probe(fileOf(bytes).get(), {});
+    ASSERT_EQ(reasonOf(result), "");
+    ASSERT_TRUE(result->video);
+    EXPECT_EQ(result->video->rotation, 90U);
+    EXPECT_EQ(result->width, 120U);
+    EXPECT_EQ(result->height, 160U);
     Bytes image;
     const UniqueFd output = fileOf({});
-    EXPECT_EQ(pool().render(fileOf(bytes).get(), {.format = MediaFormat::png}, output.get()).reason, "");
+    EXPECT_EQ(reasonOf(pool().render(fileOf(bytes).get(), {.format = MediaFormat::png}, output.get())), "");
     EXPECT_EQ(decodedPicture(contentsOf(output)).height, 160U);
 }
 
@@ -101,14 +103,16 @@ TEST_F(Videos, ThatAreDamagedCostNothingButThemselves) {
         Bytes cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length));
         const UniqueFd thumbnail = fileOf({});
         const ThumbnailTarget target{80, thumbnail.get()};
-        const ProbeResult result = pool().probe(fileOf(cut).get(), {&target, 1});
-        EXPECT_TRUE(result.succeeded() || !result.reason.empty()) << length;
-        EXPECT_NE(result.failure, MediaFailure::workerDied);
+        const auto result = pool().probe(fileOf(cut).get(), {&target, 1});
+        if (result)
+            continue;
+        EXPECT_EQ(problemOf(result), ProblemKind::invalid) << "no worker died of " << length;
+        EXPECT_NE(reasonOf(result), "") << length;
     }
     // Sound alone, and a list that names other files, are no videos.
     const UniqueFd sound = clip("sound.mp4", {"-vn"});
-    EXPECT_EQ(pool().probe(sound.get(), {}).failure, MediaFailure::damaged);
-    EXPECT_EQ(pool().probe(clip("again.mp4").get(), {}).reason, "") << "the pool goes on";
+    EXPECT_EQ(problemOf(pool().probe(sound.get(), {})), ProblemKind::invalid);
+    EXPECT_EQ(reasonOf(pool().probe(clip("again.mp4").get(), {})), "") << "the pool goes on";
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-#include "hoardd/media/WorkerCrew.h"
+#include "hoardd/media/WorkerPool.h"
 
 #include <algorithm>
 
@@ -11,10 +11,10 @@ constexpr unsigned maxFailures = 3;
 
 } // namespace
 
-WorkerCrew::WorkerCrew(Settings wanted) : settings(std::move(wanted)), starter([this] { startWorkers(); }) {
+WorkerPool::WorkerPool(Settings wanted) : settings(std::move(wanted)), starter([this] { startWorkers(); }) {
 }
 
-WorkerCrew::~WorkerCrew() {
+WorkerPool::~WorkerPool() {
     {
         const MutexLock lock(mutex);
         isEnding = true;
@@ -23,7 +23,7 @@ WorkerCrew::~WorkerCrew() {
     starter.join();
 }
 
-Result<std::unique_ptr<WorkerProcess>> WorkerCrew::borrow() {
+Result<std::unique_ptr<WorkerProcess>> WorkerPool::borrow() {
     MutexLock lock(mutex);
     ++waiting;
     failures = std::min(failures, maxFailures - 1);
@@ -38,7 +38,7 @@ Result<std::unique_ptr<WorkerProcess>> WorkerCrew::borrow() {
     return worker;
 }
 
-void WorkerCrew::giveBack(std::unique_ptr<WorkerProcess> worker) {
+void WorkerPool::giveBack(std::unique_ptr<WorkerProcess> worker) {
     std::unique_ptr<WorkerProcess> spent;
     {
         const MutexLock lock(mutex);
@@ -52,14 +52,14 @@ void WorkerCrew::giveBack(std::unique_ptr<WorkerProcess> worker) {
     changed.notifyAll();
 }
 
-WorkerCrew::Status WorkerCrew::status() const {
+WorkerPool::Status WorkerPool::status() const {
     const MutexLock lock(mutex);
     const auto idleCount = static_cast<unsigned>(idle.size());
     return {idleCount, static_cast<unsigned>(processes.size()) - idleCount, started, processes, lastHello,
             problem};
 }
 
-bool WorkerCrew::needsWorker() const {
+bool WorkerPool::needsWorker() const {
     const auto busy = processes.size() - idle.size();
     return failures < maxFailures &&
            processes.size() <
@@ -67,7 +67,7 @@ bool WorkerCrew::needsWorker() const {
                                      std::max<std::size_t>(settings.minWorkers, busy + waiting));
 }
 
-void WorkerCrew::startWorkers() {
+void WorkerPool::startWorkers() {
     MutexLock lock(mutex);
     for (;;) {
         while (!isEnding && !needsWorker())

@@ -1,7 +1,7 @@
 // Workers of one mode: started ahead of need, lent to one thread at a time, replaced when they are spent or
 // lost.
-#ifndef HOARDD_MEDIA_WORKERCREW_H
-#define HOARDD_MEDIA_WORKERCREW_H
+#ifndef HOARDD_MEDIA_WORKERPOOL_H
+#define HOARDD_MEDIA_WORKERPOOL_H
 
 #include <memory>
 #include <string>
@@ -13,7 +13,7 @@
 
 namespace wickerlane::hoardd::media {
 
-class WorkerCrew {
+class WorkerPool {
 public:
     struct Settings {
         std::string program;
@@ -23,9 +23,9 @@ public:
         unsigned requestsPerWorker = 0; ///< Then it is replaced.
     };
 
-    explicit WorkerCrew(Settings settings);
+    explicit WorkerPool(Settings settings);
     /// Every worker must have been given back.
-    ~WorkerCrew();
+    ~WorkerPool();
 
     /// A worker for the caller alone; waits until one is free. Fails when none can be started.
     [[nodiscard]] Result<std::unique_ptr<WorkerProcess>> borrow();
@@ -35,7 +35,7 @@ public:
     struct Status {
         unsigned idle = 0;
         unsigned busy = 0;
-        std::uint64_t started = 0; ///< Since the crew was made.
+        std::uint64_t started = 0; ///< Since the pool was made.
         std::vector<pid_t> processes;
         Hello hello;         ///< Of the worker started last.
         std::string problem; ///< Why the last start failed; empty when it did not.
