@@ -32,7 +32,7 @@ Daemon::Daemon(DaemonOptions options)
 
 void Daemon::prepareLibrary(Library &library) {
     recoverSaves(library);
-    // Beside whatever is asked for.
+    // Beside the requests.
     static_cast<void>(longWork.add({[&library] { makeThumbnailsLeftDue(library); }}));
 }
 

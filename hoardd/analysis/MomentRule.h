@@ -23,7 +23,7 @@ struct Interval {
 struct BoundaryRule {
     double minGap;         ///< Seconds; a shorter gap counts as this long.
     double outlierFactor;  ///< A gap is a boundary if it is this multiple of its neighbours' geometric mean.
-    double maxGap;         ///< Seconds; a gap this long is a boundary whatever its neighbours are.
+    double maxGap;         ///< Seconds; a gap this long is a boundary regardless of its neighbours.
     double maxMetres;      ///< Between two places; more is a jump,
     double minJumpSeconds; ///< unless less time lies between them, as in a train.
 };

@@ -33,8 +33,7 @@ bool isStoredBoundary(const MomentAsset &one, const MomentAsset &other) {
 class RunReader {
 public:
     RunReader(Database &opened, std::span<const double> changed)
-        : database(opened), dates(changed), backwards(opened.prepare(selectBefore)),
-          forwards(opened.prepare(selectFrom)) {}
+        : dates(changed), backwards(opened.prepare(selectBefore)), forwards(opened.prepare(selectFrom)) {}
 
     [[nodiscard]] bool atEnd() const { return dates.empty(); }
     Result<MomentRun> next() {
@@ -47,27 +46,21 @@ public:
     }
 
 private:
-    /// Also when rows are left.
-    Result<> end(Statement &statement) {
-        if (statement.failed())
-            return fail(database.problem());
-        statement.reset();
-        return {};
-    }
-
     Result<> readBackwards(double date, MomentRun &run) {
         std::vector<MomentAsset> &assets = run.assets; // the latest first
         std::size_t cut = 0; // how many are before the boundary; 0: none has been found
-        backwards.bind(date);
-        while (!(cut != 0 && assets.size() - cut == boundaryReach) && backwards.next()) {
-            assets.push_back(readAsset(backwards));
+        const auto read = backwards.bind(date).forEachWhile([&](const Statement &row) {
+            assets.push_back(readAsset(row));
             const std::size_t before = assets.size() - 1;
             if (cut == 0 && before >= boundaryReach && isStoredBoundary(assets[before], assets[before - 1]))
                 cut = before;
-        }
+            return cut == 0 || assets.size() - cut < boundaryReach;
+        });
+        if (!read)
+            return passOn(read);
         run.first = cut != 0 ? assets.size() - cut : 0;
         std::ranges::reverse(assets);
-        return end(backwards);
+        return {};
     }
 
     Result<> readForwards(double date, MomentRun &run) {
@@ -75,14 +68,8 @@ private:
         double lastChange = date;
         std::size_t unchanged = 0; // assets later than that
         std::size_t cut = 0;       // where the boundary is that ends the run; 0: none has been found
-        bool isWhole = false;
-        forwards.bind(date);
-        while (!isWhole && !(cut != 0 && assets.size() - cut == boundaryReach)) {
-            if (!forwards.next()) {
-                isWhole = true;
-                break;
-            }
-            assets.push_back(readAsset(forwards));
+        const auto isWhole = forwards.bind(date).forEachWhile([&](const Statement &row) {
+            assets.push_back(readAsset(row));
             const double reached = assets.back().interval.start;
             for (; !dates.empty() && dates.front() <= reached; dates = dates.subspan(1)) {
                 lastChange = dates.front();
@@ -93,17 +80,19 @@ private:
             if (cut == 0 && unchanged > boundaryReach &&
                 isStoredBoundary(assets[assets.size() - 2], assets.back()))
                 cut = assets.size() - 1;
-        }
+            return cut == 0 || assets.size() - cut < boundaryReach;
+        });
+        if (!isWhole)
+            return passOn(isWhole);
         // What was behind the last asset, and has gone, can have moved any boundary up to there.
-        if (isWhole && !dates.empty()) {
+        if (*isWhole && !dates.empty()) {
             cut = 0;
             dates = {};
         }
         run.last = cut != 0 ? cut : assets.size();
-        return end(forwards);
+        return {};
     }
 
-    Database &database;
     std::span<const double> dates; // that have not been reached
     Statement backwards;
     Statement forwards;

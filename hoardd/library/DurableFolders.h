@@ -9,10 +9,10 @@
 namespace wickerlane::hoardd {
 
 /// Makes a folder that survives a crash, and what is missing above it. The name of one that is there is
-/// synced all the same: a killed process may not have come to it. Fails on a link or a file of that name.
+/// synced all the same: a killed process may not have done so. Fails on a link or a file of that name.
 [[nodiscard]] Result<> makeDurableFolder(const std::string &path);
 
-/// The same for a folder in one that exists, without syncing one that is there: for the road of each save.
+/// The same for a folder in one that exists, without syncing one that is there, since each save calls it.
 [[nodiscard]] Result<> makeDurableFolderOnce(const std::string &path);
 
 /// Lets the names in a folder survive a crash.

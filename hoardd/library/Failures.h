@@ -6,7 +6,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 
 #include "wickerlane/model/Result.h"
 
@@ -15,9 +14,9 @@ namespace wickerlane::hoardd {
 /// A problem with its context, such as a path, before its text: "/a/b.jpg: the file is empty". It is about
 /// the same file, unless another is named.
 [[nodiscard]] inline Problem inContext(std::string_view context, const Problem &problem,
-                                       std::string file = {}) {
+                                       std::string_view file = {}) {
     return {problem.kind, std::string(context).append(": ").append(problem.text),
-            file.empty() ? problem.file : std::move(file)};
+            file.empty() ? problem.file : std::string(file)};
 }
 
 class FailureCount {

@@ -63,7 +63,7 @@ Result<std::unique_ptr<Library>> Library::open(const store::LibraryPaths &paths,
         return passOn(reader);
     std::unique_ptr<Library> library(
         new Library(*std::move(lock), *std::move(writer), *std::move(reader), std::move(mediaWorkers)));
-    library->countNotice.noteChange(); // one that was killed may not have come to it
+    library->countNotice.noteChange(); // one that was killed may not have posted it
     return library;
 }
 

@@ -24,8 +24,8 @@ struct PixelView {
     std::uint32_t channels = 3; ///< 1: grey, 3: red, green, blue
 };
 
-/// Nothing for a picture without features, such as one colour, a mere gradient, or next to nothing: whatever
-/// hashes it had, too many others would have them as well.
+/// Nothing for a picture without features, such as one colour, a mere gradient, or next to nothing: too many
+/// others would have the same hashes.
 [[nodiscard]] std::optional<Fingerprint> fingerprintOf(const PixelView &picture);
 
 } // namespace wickerlane::hoardd

@@ -37,7 +37,7 @@ Result<StagedThumbnails> stageThumbnails(Library &library, const AssetRecord &as
     return stageThumbnails(library, asset.uuid, *picture);
 }
 
-/// What has come of an asset whose thumbnails were due, and what the asset is once the store says so.
+/// The outcome for an asset whose thumbnails were due, and what the asset is once the store says so.
 struct Attempt {
     enum class Outcome { notDue, made, undecodable };
     Outcome outcome = Outcome::notDue;

@@ -12,8 +12,8 @@
 
 namespace wickerlane::hoardd {
 
-/// The thumbnails of one asset while they are made: files that go with this object unless they have come to
-/// their places.
+/// The thumbnails of one asset while they are made: files that go with this object unless they have been
+/// moved to their places.
 class StagedThumbnails {
 public:
     [[nodiscard]] static Result<StagedThumbnails> create(const store::LibraryPaths &paths,

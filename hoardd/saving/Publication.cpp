@@ -33,7 +33,7 @@ void removeFiles(const store::LibraryPaths &paths, const std::string &saveFolder
 Result<> moveFiles(Library &library, StagedAsset &asset) {
     const std::string original = library.paths().original(asset.record);
     if (asset.preview) {
-        // They last until the thumbnails proper take their places, so that nothing need be synced; those of a
+        // They last until the real thumbnails take their places, so that nothing need be synced; those of a
         // picture that can't be decoded stay.
         if (auto moved = asset.isDue ? asset.preview->place() : asset.preview->publish(); !moved)
             return moved;

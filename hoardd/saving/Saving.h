@@ -13,7 +13,7 @@
 //
 // 5. The folder, now empty, goes.
 //
-// 6. A worker decodes the picture, and the thumbnails proper take their places.
+// 6. A worker decodes the picture, and the real thumbnails take their places.
 //
 // Staging.h is the first two, Publication.h the next three, hoardd/pictures/Thumbnails.h the last. As long as
 // the folder stands, what it stands for is unfinished: after a kill, recoverSaves() keeps the asset if its
@@ -30,7 +30,7 @@
 
 namespace wickerlane::hoardd {
 
-/// What has come of a job.
+/// The outcome of a job.
 struct SavedAsset {
     Ref<store::ManagedAsset> asset;
     bool wasPresent = false; ///< The asset was there before, and nothing was saved.
@@ -43,7 +43,7 @@ struct SavedAsset {
 [[nodiscard]] std::vector<Result<SavedAsset>> beginSaves(Library &library, std::span<const SaveJob> jobs);
 
 /// Takes the last step for those whose thumbnails are due, with one commit for all, and brings them up to
-/// date. What is saved stays so, whatever becomes of its thumbnails. Blocks.
+/// date. What is saved stays so, even when its thumbnails fail. Blocks.
 void finishSaves(Library &library, std::span<Result<SavedAsset>> saves);
 
 /// All the steps.

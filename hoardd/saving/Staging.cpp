@@ -30,7 +30,7 @@ AssetRecord recordOf(const SaveJob &job, const SaveOrder &order) {
 }
 
 /// Reserves the UUID that a job brought with it. A file that lies where the original will be moves away
-/// first, so that whatever a failed or killed save removes there was its own.
+/// first, so that what a failed or killed save removes there was its own.
 Result<AssetLocks::Reservation> reserveUUID(Library &library, const AssetRecord &record) {
     auto reservation = library.locks().reserve(record.uuid);
     if (!reservation)

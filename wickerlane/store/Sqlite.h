@@ -53,6 +53,17 @@ public:
             read(std::as_const(*this));
         return end();
     }
+    /// Calls `read` for rows as long as it gives true. Gives whether it did for all.
+    template <class Read>
+    [[nodiscard]] Result<bool> forEachWhile(const Read &read) {
+        bool goesOn = true;
+        while (goesOn && next())
+            goesOn = read(std::as_const(*this));
+        const Result<> ended = end();
+        if (!ended)
+            return passOn(ended);
+        return goesOn;
+    }
     /// What `read` makes of each row.
     template <class Read, class Row = std::invoke_result_t<const Read &, const Statement &>>
     [[nodiscard]] Result<std::vector<Row>> all(const Read &read) {

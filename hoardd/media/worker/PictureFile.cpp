@@ -61,7 +61,7 @@ const PictureReader &PictureFile::open(std::uint32_t maxSide) {
 
 Image PictureFile::previewThumbnail(std::uint32_t maxSide) const {
     if (isTurnedByDecoder(known.format))
-        return nullptr; // how its previews are turned is not told
+        return nullptr; // nothing says how its previews are turned
     const std::vector<std::byte> preview = metadata.preview(maxSide);
     if (mediaFormatOf(preview) != MediaFormat::jpeg)
         return nullptr;
