@@ -2,6 +2,7 @@
 #ifndef CLI_AWAITED_H
 #define CLI_AWAITED_H
 
+#include <chrono>
 #include <memory>
 #include <optional>
 
@@ -21,6 +22,11 @@ public:
     [[nodiscard]] Value take() const {
         shared->given->wait();
         return std::move(*shared->value);
+    }
+    /// The value if it has been given; does not block.
+    [[nodiscard]] std::optional<Value> takeIfGiven() const {
+        using namespace std::chrono_literals;
+        return shared->given->wait(0ns) ? std::move(shared->value) : std::nullopt;
     }
 
 private:

@@ -3,14 +3,29 @@
 #include <fmt/format.h>
 
 #include "cli/Awaited.h"
+#include "cli/Interrupt.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/platform/file/Files.h"
+#include "wickerlane/platform/queue/WorkQueue.h"
 
 namespace wickerlane::cli {
 namespace {
 
 bool daemonAnswers() {
     return JXGatekeeperClient::sharedInstance()->getCurrentModelVersion() >= 0;
+}
+
+Result<> outcomeIn(const client::Reply &reply) {
+    const MessageError *error = reply.error();
+    if (error == nullptr)
+        return {};
+    if (error == MessageError::connectionInterrupted() || error == MessageError::connectionInvalid())
+        return failUnreachable();
+    auto kind = static_cast<ProblemKind>(error->errorKind());
+    // What was asked for made sense, and was there: a part of the work failed.
+    if (kind == ProblemKind::invalid || kind == ProblemKind::notFound)
+        kind = ProblemKind::failed;
+    return fail(kind, std::string(error->text()));
 }
 
 } // namespace
@@ -48,6 +63,22 @@ Result<> waitForSuccess(std::string withoutReason, const Handler<void(const Succ
                                                        : withoutReason));
     });
     return outcome.take();
+}
+
+Result<> waitForWork(const client::Request &request) {
+    const Awaited<Result<>> outcome;
+    request.sendWithReply(JXGatekeeperClient::sharedInstance()->connection(), WorkQueue::global(),
+                          [outcome](const client::Reply &reply) {
+                              outcome.give(outcomeIn(reply));
+                              interruptSemaphore().signal();
+                          });
+    for (;;) {
+        if (auto given = outcome.takeIfGiven())
+            return *std::move(given);
+        if (isInterrupted())
+            return fail(ProblemKind::failed, "interrupted; the daemon goes on with what it has begun");
+        interruptSemaphore().wait();
+    }
 }
 
 } // namespace wickerlane::cli

@@ -2,6 +2,7 @@
 #ifndef CLI_DAEMONREQUESTS_H
 #define CLI_DAEMONREQUESTS_H
 
+#include "wickerlane/client/Request.h"
 #include "wickerlane/model/Result.h"
 #include "wickerlane/platform/object/Error.h"
 #include "wickerlane/platform/object/Handler.h"
@@ -27,6 +28,10 @@ using SuccessHandler = Handler<void(bool success, Error *error)>;
 /// Sends such a request and blocks until it is answered. The problem's text is the daemon's, or
 /// `withoutReason` when it gives none.
 Result<> waitForSuccess(std::string withoutReason, const Handler<void(const SuccessHandler &)> &send);
+
+/// Sends a request whose work may take long and that is answered when it is done. Blocks until then, or until
+/// Ctrl-C, which does not end what the daemon has begun.
+Result<> waitForWork(const client::Request &request);
 
 } // namespace wickerlane::cli
 

@@ -27,18 +27,19 @@ Progress::Progress(std::string described, std::size_t expected, bool isQuiet)
 }
 
 Progress::~Progress() {
-    if (!quiet && isTerminal && done > 0)
+    if (!quiet && isTerminal && done + failed > 0)
         fmt::print(stderr, "\r\x1b[K");
 }
 
-void Progress::advance(std::size_t count) {
+void Progress::advance(std::size_t count, std::size_t notDone) {
     done += count;
+    failed += notDone;
     if (quiet)
         return;
     const auto now = Clock::now();
     if (isTerminal) {
         drawBar(std::chrono::duration<double>(now - started).count());
-    } else if (done == total || now - lastLine >= std::chrono::seconds(2)) {
+    } else if (done + failed == total || now - lastLine >= std::chrono::seconds(2)) {
         lastLine = now;
         fmt::print(stderr, "{} {} of {}\n", verb, done, total);
     }
@@ -48,15 +49,17 @@ void Progress::drawBar(double seconds) const {
     winsize window = {};
     const std::size_t columns =
         ioctl(STDERR_FILENO, TIOCGWINSZ, &window) == 0 && window.ws_col > 0 ? window.ws_col : 80;
-    const double rate = seconds > 0 ? static_cast<double>(done) / seconds : 0;
-    const std::string figures = rate > 0 ? fmt::format(" {}/{}  {:.1f}/s  {} left", done, total, rate,
-                                                       durationText(static_cast<double>(total - done) / rate))
-                                         : fmt::format(" {}/{}", done, total);
+    const std::size_t ended = done + failed;
+    const double rate = seconds > 0 ? static_cast<double>(ended) / seconds : 0;
+    const std::string figures = rate > 0
+                                    ? fmt::format(" {}/{}  {:.1f}/s  {} left", done, total, rate,
+                                                  durationText(static_cast<double>(total - ended) / rate))
+                                    : fmt::format(" {}/{}", done, total);
     const std::size_t taken = verb.size() + figures.size() + 3;
     const std::size_t width = columns > taken + 10 ? std::min<std::size_t>(columns - taken, 40) : 0;
     std::string bar;
     if (width > 0) {
-        const std::size_t filled = total > 0 ? width * done / total : width;
+        const std::size_t filled = total > 0 ? width * ended / total : width;
         bar = fmt::format(" [{}{}]", std::string(filled, '#'), std::string(width - filled, '-'));
     }
     fmt::print(stderr, "\r\x1b[K{}{}{}", verb, bar, figures);

@@ -18,7 +18,8 @@ public:
     Progress(const Progress &) = delete;
     Progress &operator=(const Progress &) = delete;
 
-    void advance(std::size_t count);
+    /// So many more things have been done, and so many more could not be.
+    void advance(std::size_t count, std::size_t failed = 0);
 
 private:
     using Clock = std::chrono::steady_clock;
@@ -27,6 +28,7 @@ private:
     std::string verb;
     std::size_t total;
     std::size_t done = 0;
+    std::size_t failed = 0;
     bool quiet;
     bool isTerminal;
     Clock::time_point started = Clock::now();

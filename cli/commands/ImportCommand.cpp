@@ -201,8 +201,9 @@ void saveFiles(std::span<const std::string> files, const Options &options, Repor
             sent += next.size();
             continue;
         }
+        const std::size_t saved = report.saved.size(), refused = report.refused.size();
         receiveBatch(pending.front(), report);
-        progress.advance(pending.front().paths.size());
+        progress.advance(report.saved.size() - saved, report.refused.size() - refused);
         pending.pop_front();
     }
 }

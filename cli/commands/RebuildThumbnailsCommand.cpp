@@ -3,20 +3,16 @@
 #include "cli/Output.h"
 #include "cli/StoreLookup.h"
 #include "cli/Subcommands.h"
-#include "wickerlane/client/JXGatekeeperClient.h"
+#include "wickerlane/protocol/AnalysisRows.h"
 
 namespace wickerlane::cli {
 namespace {
 
-// The answer says only that the work has ended. The daemon's log says what could not be made.
 Result<ExitCode> rebuildThumbnails() {
     if (const auto store = openStore(); !store)
         return passOn(store);
-    if (const auto answers = requireDaemon(); !answers)
-        return passOn(answers);
     note("this takes a while; thumbnails that were made are kept if you interrupt it");
-    JXGatekeeperClient::sharedInstance()->rebuildAllThumbnails();
-    return waitUntilReceived().map([] { return ExitCode::success; });
+    return waitForWork(client::Request(protocol::rebuildAllThumbnails)).map([] { return ExitCode::success; });
 }
 
 } // namespace

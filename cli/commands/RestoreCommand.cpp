@@ -3,10 +3,12 @@
 
 #include "cli/DaemonRequests.h"
 #include "cli/Formatting.h"
+#include "cli/Interrupt.h"
 #include "cli/LibraryCounts.h"
 #include "cli/StoreLookup.h"
 #include "cli/Subcommands.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
+#include "wickerlane/protocol/LibraryRows.h"
 
 namespace wickerlane::cli {
 namespace {
@@ -32,15 +34,30 @@ Result<ExitCode> showStatus(const Options &options) {
     return ExitCode::success;
 }
 
-/// A step of a restore. Its own messages on standard error say what has failed.
-using Step = void (*)(JXGatekeeperClient *);
+/// A step of a restore.
+using Step = Result<> (*)();
+
+template <const protocol::Row &row>
+Result<> request() {
+    return waitForWork(client::Request(row));
+}
+
+Result<> finish() {
+    client::Request end(protocol::finalizeOTARestore);
+    end.set(protocol::keys::recreateAlbumsFromMetadata, true);
+    end.set(protocol::keys::restoreEnded, true);
+    return waitForWork(end).and_then(request<protocol::dataMigrationWillFinish>);
+}
 
 Result<ExitCode> runStep(Step step) {
     if (const auto answers = requireDaemon(); !answers)
         return passOn(answers);
-    step(JXGatekeeperClient::sharedInstance());
-    if (const auto answers = requireDaemon(); !answers)
-        return passOn(answers);
+    ExitCode code = ExitCode::success;
+    if (const auto done = step(); !done) {
+        if (isInterrupted() || done.error().kind == ProblemKind::unreachable)
+            return passOn(done);
+        code = report(done.error());
+    }
     const auto store = openStore();
     if (!store) {
         report(store.error());
@@ -50,7 +67,7 @@ Result<ExitCode> runStep(Step step) {
     if (!counts)
         return failToReadStore(counts);
     print(textOf(LibraryCounts{counts->photos, counts->videos}));
-    return ExitCode::success;
+    return code;
 }
 
 } // namespace
@@ -69,17 +86,12 @@ void setUpRestore(Command command) {
         command.addSubcommand(name, help).runs([step] { return runStep(step); });
     };
     addStep("update", "Start a restore: make assets of files that the store does not have",
-            [](JXGatekeeperClient *client) { client->updateModelAfterOTARestore(); });
-    addStep("finish", "End a restore: make the albums again that the store does not have",
-            [](JXGatekeeperClient *client) {
-                client->finalizeOTARestoreRecreatingAlbums(true);
-                static_cast<void>(waitUntilReceived()); // or the request below could overtake it
-                client->dataMigrationWillFinish();      // waits until earlier requests are done
-            });
+            request<protocol::updateModelAfterOTARestore>);
+    addStep("finish", "End a restore: make the albums again that the store does not have", finish);
     addStep("cleanup", "Repair the library and make assets of files found in it",
-            [](JXGatekeeperClient *client) { client->cleanupModelAfterHarborsyncRestore(); });
+            request<protocol::cleanupModel>);
     addStep("import", "Only make assets of files found in the library's folders",
-            [](JXGatekeeperClient *client) { client->importFileSystemAssetsWaitingForReply(true); });
+            request<protocol::importFileSystemAssets>);
 }
 
 } // namespace wickerlane::cli

@@ -57,6 +57,7 @@ TEST_F(Commands, ImportReportsRefusedFilesAndSavesTheOthers) {
              (folder / "absent.jpg").string()});
     EXPECT_EQ(result.exitCode, 1) << result;
     EXPECT_NE(result.output.find("1 file saved, 4 refused"), std::string::npos) << result;
+    EXPECT_NE(result.errors.find("saved 1 of 2"), std::string::npos) << result;
     for (const char *name : {"dangling.jpg: ", "pipe.jpg: ", "empty.jpg: ", "absent.jpg: "})
         EXPECT_NE(result.errors.find(name), std::string::npos) << result;
     EXPECT_EQ(run({"count"}).output, "1 photo, 0 videos\n");

@@ -1,15 +1,27 @@
 // wickerlane check, wickerlane restore, wickerlane daemon, wickerlane consent
 #include <sys/stat.h>
 
+#include <csignal>
 #include <fstream>
 
 #include "tests/cli/CommandRun.h"
 #include "tests/support/TestImages.h"
+#include "tests/support/WaitUntil.h"
+#include "wickerlane/store/LibraryPaths.h"
 
 using namespace wickerlane::test;
 namespace fs = std::filesystem;
 
 namespace {
+
+/// Whether a process has a handler for SIGINT.
+bool catchesInterrupts(pid_t process) {
+    std::ifstream status("/proc/" + std::to_string(process) + "/status");
+    for (std::string line; std::getline(status, line);)
+        if (line.starts_with("SigCgt:"))
+            return (std::stoull(line.substr(7), nullptr, 16) >> (SIGINT - 1) & 1) != 0;
+    return false;
+}
 
 TEST_F(Commands, CheckFindsAndRepairsProblems) {
     const std::string uuid = imported(file("a.jpg", jpegPicture()));
@@ -54,6 +66,37 @@ TEST_F(Commands, ALibraryWithoutItsStoreIsRestored) {
     EXPECT_EQ(run({"restore", "status", "--json"}).json()["complete"], true);
     EXPECT_EQ(run({"album", "show", "Dunes", "--json"}).json()["assets"][0]["uuid"], uuid);
     EXPECT_EQ(run({"check"}).exitCode, 0);
+}
+
+TEST_F(Commands, LongWorkThatFailsSaysSo) {
+    const std::string uuid = imported(file("a.jpg", jpegPicture()));
+    fs::remove(run({"show", uuid, "--json"}).json()["file"].get<std::string>());
+    const CommandResult rebuilt = run({"rebuild-thumbnails"});
+    EXPECT_EQ(rebuilt.exitCode, 1) << rebuilt;
+    EXPECT_NE(rebuilt.errors.find(uuid), std::string::npos) << rebuilt;
+
+    // Nothing that is found can be taken in.
+    const std::string found = wickerlane::store::LibraryPaths().found();
+    fs::remove_all(found);
+    std::ofstream(found) << "in the way";
+    for (const char *step : {"update", "cleanup", "import"}) {
+        const CommandResult result = run({"restore", step});
+        EXPECT_EQ(result.exitCode, 1) << step << ": " << result;
+        EXPECT_NE(result.errors.find("Found"), std::string::npos) << step << ": " << result;
+    }
+}
+
+TEST_F(Commands, LongWorkThatIsInterruptedSaysSo) {
+    imported(file("a.jpg", jpegPicture()));
+    const pid_t daemon = run({"daemon", "status", "--json"}).json()["process"];
+    ASSERT_EQ(kill(daemon, SIGSTOP), 0); // it answers nothing
+    RunningCommand rebuilding({"rebuild-thumbnails"});
+    EXPECT_TRUE(waitUntil([&] { return catchesInterrupts(rebuilding.process()); }));
+    kill(rebuilding.process(), SIGINT);
+    const CommandResult result = rebuilding.wait();
+    kill(daemon, SIGCONT);
+    EXPECT_EQ(result.exitCode, 1) << result;
+    EXPECT_NE(result.errors.find("interrupted"), std::string::npos) << result;
 }
 
 TEST_F(Commands, AStoreThatIsDamagedIsNotTakenForNoLibrary) {

@@ -15,7 +15,9 @@ class Reply {
 public:
     explicit Reply(Ref<MessageValue> received) noexcept : value(std::move(received)) {}
 
-    [[nodiscard]] bool isError() const noexcept { return as<MessageError>(value.get()) != nullptr; }
+    /// Null when it is no error.
+    [[nodiscard]] const MessageError *error() const noexcept { return as<MessageError>(value.get()); }
+    [[nodiscard]] bool isError() const noexcept { return error() != nullptr; }
     [[nodiscard]] bool isDictionary() const noexcept { return as<MessageDictionary>(value.get()) != nullptr; }
 
     /// The value under a key; views of received data keep what they need alive.
