@@ -5,6 +5,7 @@
 
 #include "cli/Formatting.h"
 #include "wickerlane/platform/object/Hexadecimal.h"
+#include "wickerlane/platform/object/Number.h"
 
 namespace wickerlane::cli {
 
@@ -21,6 +22,10 @@ const char *kindText(const store::AssetRecord &asset) {
 
 std::string pixelsText(const store::AssetRecord &asset, const char *unknown) {
     return asset.width > 0 ? fmt::format("{}x{}", asset.width, asset.height) : unknown;
+}
+
+double captureTime(const store::AssetRecord &asset) {
+    return asset.dateCreated + Date::secondsFrom1970To2001;
 }
 
 JSON describe(const store::ManagedAsset &asset) {

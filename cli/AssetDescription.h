@@ -16,6 +16,9 @@ const char *kindText(const store::AssetRecord &asset);
 /// "640x480", or `unknown`.
 std::string pixelsText(const store::AssetRecord &asset, const char *unknown);
 
+/// When the asset was taken, in seconds since 1970.
+double captureTime(const store::AssetRecord &asset);
+
 /// All that is known of an asset.
 JSON describe(const store::ManagedAsset &asset);
 

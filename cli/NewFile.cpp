@@ -5,8 +5,10 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <vector>
 
@@ -76,6 +78,15 @@ Result<> NewFile::copyFrom(int descriptor) {
             return written;
         position += count;
     }
+}
+
+Result<> NewFile::setModified(double seconds) {
+    const double whole = std::floor(seconds);
+    const timespec modified{static_cast<std::time_t>(whole), std::lround((seconds - whole) * 999'999'999)};
+    const timespec times[] = {{0, UTIME_OMIT}, modified};
+    if (futimens(fd.get(), times) != 0)
+        return failSystem("write", place);
+    return {};
 }
 
 Result<> NewFile::finish(bool replace) {

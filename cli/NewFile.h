@@ -21,6 +21,8 @@ public:
     Result<> write(Bytes bytes);
     /// Writes all that another file holds.
     Result<> copyFrom(int descriptor);
+    /// Gives the file a time of last change, in seconds since 1970.
+    Result<> setModified(double seconds);
     /// Puts the file in its place. `replace` says whether it may replace a file that is there.
     Result<> finish(bool replace);
 

@@ -1,16 +1,28 @@
 // wickerlane export
+#include <fcntl.h>
 #include <fmt/format.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <cstring>
 #include <filesystem>
+#include <functional>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
 
 #include "cli/AssetDescription.h"
 #include "cli/DaemonRequests.h"
+#include "cli/Formatting.h"
 #include "cli/Interrupt.h"
 #include "cli/NewFile.h"
+#include "cli/Output.h"
 #include "cli/Progress.h"
 #include "cli/StoreLookup.h"
 #include "cli/Subcommands.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
+#include "wickerlane/platform/file/Retry.h"
 
 namespace wickerlane::cli {
 namespace {
@@ -27,43 +39,170 @@ struct Options {
 
 using Assets = std::vector<Ref<store::ManagedAsset>>;
 
-Result<> exportAsset(const store::ManagedAsset &asset, const std::string &path, bool force) {
-    const ReleaseScope scope;
-    const UniqueFd original(
-        JXGatekeeperClient::sharedInstance()->fileDescriptorForAssetURL(asset.assetURL()));
+Result<UniqueFd> openOriginal(const store::ManagedAsset &asset) {
+    UniqueFd original(JXGatekeeperClient::sharedInstance()->fileDescriptorForAssetURL(asset.assetURL()));
     if (!original)
         return failRequest({ProblemKind::failed,
                             fmt::format("the original of {} could not be opened", asset.record().uuid),
                             {}});
+    return original;
+}
+
+Result<> writeCopy(const store::ManagedAsset &asset, int original, const std::string &path, bool force) {
     auto file = NewFile::create(path);
     if (!file)
         return passOn(file);
-    return file->copyFrom(original.get()).and_then([&] { return file->finish(force); });
+    return file->copyFrom(original)
+        .and_then([&] { return file->setModified(captureTime(asset.record())); })
+        .and_then([&] { return file->finish(force); });
+}
+
+/// Whether there is a file with the same bytes as the original.
+bool hasSameBytes(const std::string &path, int original) {
+    const UniqueFd file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    struct stat there = {}, wanted = {};
+    if (!file || ::fstat(file.get(), &there) != 0 || !S_ISREG(there.st_mode) ||
+        ::fstat(original, &wanted) != 0 || there.st_size != wanted.st_size)
+        return false;
+    std::vector<char> one(std::size_t{1} << 17), other(one.size());
+    for (off_t at = 0; at < wanted.st_size;) {
+        const auto length = std::min(one.size(), static_cast<std::size_t>(wanted.st_size - at));
+        const auto readsAll = [&](int descriptor, std::vector<char> &block) {
+            return retryInterrupted([&] { return ::pread(descriptor, block.data(), length, at); }) ==
+                   static_cast<ssize_t>(length);
+        };
+        if (!readsAll(file.get(), one) || !readsAll(original, other) ||
+            std::memcmp(one.data(), other.data(), length) != 0)
+            return false;
+        at += static_cast<off_t>(length);
+    }
+    return true;
+}
+
+bool isThere(const std::string &path) {
+    struct stat status = {};
+    return ::lstat(path.c_str(), &status) == 0;
+}
+
+/// Names in a folder, each for one asset.
+class Names {
+public:
+    explicit Names(fs::path where) : folder(std::move(where)) {}
+
+    /// Calls `take` with the paths that an asset may have, best first, until it takes one: "a.jpg",
+    /// "a 2.jpg", and so on, without those that other assets took.
+    Result<> give(const std::string &name, const std::function<Result<bool>(const std::string &)> &take) {
+        unsigned &first = firstFree[name];
+        for (unsigned number = first;; ++number) {
+            const std::string path = pathOf(name, number);
+            if (taken.contains(path))
+                continue;
+            const auto isTaken = take(path);
+            if (!isTaken)
+                return passOn(isTaken);
+            if (!*isTaken)
+                continue;
+            taken.insert(path);
+            while (taken.contains(pathOf(name, first)))
+                ++first;
+            return {};
+        }
+    }
+
+private:
+    [[nodiscard]] std::string pathOf(const std::string &name, unsigned number) const {
+        const fs::path plain(name);
+        return folder / (number == 0 ? name
+                                     : fmt::format("{} {}{}", plain.stem().string(), number + 1,
+                                                   plain.extension().string()));
+    }
+
+    fs::path folder;
+    std::unordered_map<std::string, unsigned> firstFree;
+    std::unordered_set<std::string> taken;
+};
+
+struct Exported {
+    std::size_t written = 0;
+    std::size_t wasThere = 0; ///< With the same bytes.
+};
+
+/// Exports an asset under a name that is free, unless it is there already.
+Result<> exportInto(Names &names, const store::ManagedAsset &asset, Exported &exported) {
+    const ReleaseScope scope;
+    const auto original = openOriginal(asset);
+    if (!original)
+        return passOn(original);
+    return names.give(outsideName(asset.record()), [&](const std::string &path) -> Result<bool> {
+        if (isThere(path)) {
+            const bool isSame = hasSameBytes(path, original->get());
+            exported.wasThere += isSame ? 1 : 0;
+            return isSame;
+        }
+        const auto written = writeCopy(asset, original->get(), path, false);
+        if (!written && written.error().kind == ProblemKind::exists)
+            return false; // it has just been made
+        if (!written)
+            return passOn(written);
+        ++exported.written;
+        return true;
+    });
 }
 
 /// Exports all that it can.
-Result<ExitCode> exportTo(const Options &options, const Assets &assets, ExitCode code) {
-    const bool toFolder = fs::is_directory(options.to);
-    if (!toFolder && (assets.size() > 1 || options.all))
+Result<ExitCode> exportAll(const Options &options, const Assets &assets, ExitCode code) {
+    std::error_code error;
+    fs::create_directories(options.to, error);
+    if (!fs::is_directory(options.to))
         return fail(ProblemKind::invalid,
-                    fmt::format("{} is not a folder; several assets need one", options.to));
-    Progress progress("exported", assets.size(), options.quiet || assets.size() < 2);
+                    error ? fmt::format("{} can't be made: {}", options.to, error.message())
+                          : fmt::format("{} is not a folder; several assets need one", options.to));
+    Names names(options.to);
+    Exported exported;
+    Progress progress("exported", assets.size(), options.quiet);
     for (const auto &asset : assets) {
         if (isInterrupted())
-            return fail(ProblemKind::failed, "interrupted; the rest was not exported");
-        const std::string path =
-            toFolder ? (fs::path(options.to) / outsideName(asset->record())).string() : options.to;
-        if (const auto exported = exportAsset(*asset, path, options.force)) {
-            if (assets.size() == 1 && !options.quiet)
-                print(path);
-        } else if (exported.error().kind == ProblemKind::unreachable) {
-            return passOn(exported);
-        } else {
-            code = report(exported.error());
-        }
-        progress.advance(1);
+            return fail(ProblemKind::failed,
+                        "interrupted; the rest was not exported. The same command goes on");
+        const auto done = exportInto(names, *asset, exported);
+        if (!done && done.error().kind == ProblemKind::unreachable)
+            return passOn(done);
+        if (!done)
+            code = report(done.error());
+        progress.advance(done ? 1 : 0, done ? 0 : 1);
     }
+    if (!options.quiet)
+        print(exported.wasThere == 0
+                  ? countText(exported.written, "file", "files") + " written"
+                  : fmt::format("{} written, {} already there", countText(exported.written, "file", "files"),
+                                exported.wasThere));
     return code;
+}
+
+Result<ExitCode> exportOne(const Options &options, const store::ManagedAsset &asset, ExitCode code) {
+    std::string path = options.to;
+    if (path.ends_with('/')) {
+        std::error_code ignored; // writing there tells
+        fs::create_directories(path, ignored);
+    }
+    if (path.ends_with('/') || fs::is_directory(path))
+        path = (fs::path(path) / outsideName(asset.record())).string();
+    const auto original = openOriginal(asset);
+    if (!original)
+        return passOn(original);
+    if (!hasSameBytes(path, original->get()))
+        if (const auto written = writeCopy(asset, original->get(), path, options.force); !written)
+            return passOn(written);
+    if (!options.quiet)
+        print(path);
+    return code;
+}
+
+Result<ExitCode> exportTo(const Options &options, const Assets &assets, ExitCode code) {
+    if (assets.empty() && !options.all)
+        return code;
+    return assets.size() == 1 && !options.all ? exportOne(options, *assets.front(), code)
+                                              : exportAll(options, assets, code);
 }
 
 Result<ExitCode> exportAssets(const Options &options) {
@@ -90,16 +229,21 @@ Result<ExitCode> exportAssets(const Options &options) {
 
 void setUpExport(Command command) {
     command.description("Copy originals out of the library");
-    command.footer("The copies are the same byte for byte.\n\n"
-                   "Examples:\n"
-                   "  wickerlane export 7F3D0A52-6C1B-4E0E-9D43-2B1C7A5E8F10 --to beach.jpg\n"
-                   "  wickerlane export --all --to ~/backup");
+    command.footer(
+        "The copies are the same byte for byte, and say that they were changed last when they were taken.\n"
+        "Of several assets with one name, the others become \"NAME 2\", \"NAME 3\", and so on. A file "
+        "that is\n"
+        "there already with the same bytes is left as it is, so the same export can be run again.\n\n"
+        "Examples:\n"
+        "  wickerlane export 7F3D0A52-6C1B-4E0E-9D43-2B1C7A5E8F10 --to beach.jpg\n"
+        "  wickerlane export --all --to ~/backup");
     Options &options = command.runs(exportAssets);
     const auto assets = command.addOption("ASSET", options.assets, "UUIDs, URLs or object IDs of assets");
     command.addFlag("--all", options.all, "Export all assets").excludes(assets);
     command.addOption("-o,--to", options.to, "File or folder to write to (default: the current folder)")
         .typeName("PATH");
-    command.addFlag("--force", options.force, "Replace files that already exist");
+    command.addFlag("--force", options.force,
+                    "Replace a file that already exists; only when one ASSET is exported");
     command.addFlag("-q,--quiet", options.quiet, "Show problems only");
 }
 

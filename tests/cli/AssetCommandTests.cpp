@@ -1,4 +1,6 @@
 // wickerlane show, wickerlane export, wickerlane thumbnail, wickerlane preview
+#include <sys/stat.h>
+
 #include <cctype>
 
 #include "tests/cli/CommandRun.h"
@@ -53,10 +55,47 @@ TEST_F(Commands, ExportCopiesTheOriginalAndReplacesFilesOnlyWithForce) {
     EXPECT_NE(second.errors.find("--force"), std::string::npos) << second;
     EXPECT_EQ(contentsOf(out / "a.jpg"), "mine");
 
-    EXPECT_EQ(run({"export", "--all", "--force", "--to", out.string()}).exitCode, 0);
+    EXPECT_EQ(run({"export", uuid, "--force", "--to", out.string()}).exitCode, 0);
     EXPECT_EQ(contentsOf(out / "a.jpg"), contentsOf(source));
     const auto entries = std::distance(fs::directory_iterator(out), fs::directory_iterator());
     EXPECT_EQ(entries, 1) << "no temporary file is left";
+}
+
+TEST_F(Commands, ExportOfSeveralWritesEachAndReplacesNothing) {
+    std::vector<std::string> pictures;
+    for (std::uint32_t side = 8; side <= 10; ++side) {
+        TestExif exif;
+        exif.dateTimeOriginal = "2001:06:15 10:20:0" + std::to_string(side % 10);
+        exif.offsetTimeOriginal = "+02:00";
+        const std::string name = side == 10 ? "b.jpg" : std::to_string(side) + "/a.jpg";
+        pictures.push_back(contentsOf(file(name, jpegOf(fourCorners(side, side), exif))));
+        imported((folder / name).string());
+    }
+    file("out/deep/a.jpg", bytesOf("mine"));
+    const fs::path out = folder / "out" / "deep";
+
+    for (const char *flag : {"--all", "--force"}) {
+        std::vector<std::string> arguments{"export", "--all", "--to", out.string()};
+        if (flag != arguments[1])
+            arguments.emplace_back(flag);
+        const CommandResult result = run(arguments);
+        EXPECT_EQ(result.exitCode, 0) << result;
+        EXPECT_EQ(result.output,
+                  flag == arguments[1] ? "3 files written\n" : "0 files written, 3 already there\n");
+        EXPECT_EQ(contentsOf(out / "a.jpg"), "mine");
+        EXPECT_EQ(contentsOf(out / "b.jpg"), pictures[2]);
+        EXPECT_EQ(contentsOf(out / "a 2.jpg"), pictures[0]) << "the older one";
+        EXPECT_EQ(contentsOf(out / "a 3.jpg"), pictures[1]);
+        EXPECT_EQ(std::distance(fs::directory_iterator(out), fs::directory_iterator()), 4);
+    }
+    struct stat status = {};
+    ASSERT_EQ(stat((out / "a 3.jpg").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mtim.tv_sec, 992'593'209) << "when it was taken";
+
+    const CommandResult made = run({"export", "--all", "--to", (folder / "not" / "yet").string()});
+    EXPECT_EQ(made.exitCode, 0) << made;
+    EXPECT_TRUE(fs::exists(folder / "not" / "yet" / "a 2.jpg"));
+    EXPECT_EQ(run({"export", "--all", "--to", (out / "b.jpg").string()}).exitCode, 2);
 }
 
 TEST_F(Commands, ThumbnailWritesEachFormat) {
