@@ -6,8 +6,6 @@
 
 #include <array>
 #include <cerrno>
-#include <cstdio>
-#include <cstdlib>
 
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/platform/queue/Thread.h"
@@ -18,6 +16,8 @@ constinit const Class DescriptorSource::classInfo{"DescriptorSource", &Object::c
 WL_BUILT_IN_CLASS(DescriptorSource);
 
 Ref<DescriptorSource> DescriptorSource::create(int descriptor, Handler<void(std::uint32_t)> handler) {
+    if (!DescriptorReader::shared().start())
+        return nullptr;
     auto made = Ref<DescriptorSource>::adopt(new DescriptorSource(descriptor, std::move(handler)));
     DescriptorReader::shared().add(*made);
     return made;
@@ -33,14 +33,6 @@ void DescriptorSource::cancel() {
 
 namespace {
 
-int opened(int descriptor) {
-    if (descriptor < 0) {
-        std::perror("wickerlane: no descriptor for the reader thread");
-        std::abort();
-    }
-    return descriptor;
-}
-
 constexpr std::uint64_t ownNumber = 0;
 
 } // namespace
@@ -50,14 +42,27 @@ DescriptorReader &DescriptorReader::shared() {
     return *reader;
 }
 
-DescriptorReader::DescriptorReader()
-    : poller(opened(epoll_create1(EPOLL_CLOEXEC))), event(opened(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))) {
-    epoll_event own{};
-    own.events = EPOLLIN;
-    own.data.u64 = ownNumber;
-    epoll_ctl(poller, EPOLL_CTL_ADD, event, &own);
-    startThreadOrEnd(
+bool DescriptorReader::start() noexcept {
+    const AdaptiveMutexLock lock(mutex);
+    if (hasThread)
+        return true;
+    if (poller < 0)
+        poller = epoll_create1(EPOLL_CLOEXEC);
+    if (poller >= 0 && event < 0) {
+        event = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+        epoll_event own{};
+        own.events = EPOLLIN;
+        own.data.u64 = ownNumber;
+        if (event >= 0)
+            epoll_ctl(poller, EPOLL_CTL_ADD, event, &own);
+    }
+    if (event < 0)
+        return false;
+    hasThread = startThread(
         "wl-reader", [](void *reader) { static_cast<DescriptorReader *>(reader)->run(); }, this);
+    if (!hasThread)
+        errno = EAGAIN;
+    return hasThread;
 }
 
 bool DescriptorReader::isThisThread() const noexcept {

@@ -18,23 +18,28 @@ class DescriptorReader {
 public:
     [[nodiscard]] static DescriptorReader &shared();
 
+    /// Starts the thread unless it runs. False, and errno, when the system has no thread or no descriptor
+    /// left.
+    [[nodiscard]] bool start() noexcept WL_EXCLUDES(mutex);
     void add(DescriptorSource &source) WL_EXCLUDES(mutex);
     void arm(DescriptorSource &source, std::uint32_t events) WL_EXCLUDES(mutex);
     void cancel(DescriptorSource &source) WL_EXCLUDES(mutex);
 
 private:
     friend class NeverDestroyed<DescriptorReader>;
-    DescriptorReader();
+    DescriptorReader() = default;
     void run() noexcept;
     void handle(std::uint64_t number, std::uint32_t events);
     [[nodiscard]] Ref<DescriptorSource> sourceNumbered(std::uint64_t number) WL_EXCLUDES(mutex);
     void handleRefused();
     [[nodiscard]] bool isThisThread() const noexcept;
 
-    const int poller;
-    const int event; // wakes the thread for `refused`
+    // Set by start(), and then left alone.
+    int poller = -1;
+    int event = -1; // wakes the thread for `refused`
     std::atomic<int> thread{0};
     AdaptiveMutex mutex; // a source's own comes before it
+    bool hasThread WL_GUARDED_BY(mutex) = false;
     std::unordered_map<std::uint64_t, Ref<DescriptorSource>> sources WL_GUARDED_BY(mutex);
     // Sources whose descriptor the kernel would not watch.
     std::vector<std::uint64_t> refused WL_GUARDED_BY(mutex);

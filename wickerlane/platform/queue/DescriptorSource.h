@@ -18,7 +18,8 @@ class WL_EXPORT DescriptorSource : public Object {
 public:
     /// `descriptor` stays the caller's and stays open until the source is cancelled. `handler` gets the epoll
     /// events that occurred; EPOLLERR also when the kernel refuses to watch the descriptor. Nothing is
-    /// watched until arm().
+    /// watched until arm(). Null, and errno, when the system has no thread or no descriptor left for the
+    /// reader thread.
     [[nodiscard]] static Ref<DescriptorSource> create(int descriptor, Handler<void(std::uint32_t)> handler);
     /// Watches for `events` (EPOLLIN, EPOLLOUT, or none; hang-up and errors are always watched) until the
     /// next time the handler is called: sources are one-shot. Replaces what was watched for before, though a

@@ -62,6 +62,10 @@ bool FolderWatch::open() {
     if (!inotify)
         return false;
     source = DescriptorSource::create(inotify.get(), [this](std::uint32_t) { readReports(); });
+    if (source == nullptr) {
+        inotify.reset();
+        return false;
+    }
     source->arm(EPOLLIN);
     return true;
 }

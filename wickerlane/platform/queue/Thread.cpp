@@ -3,8 +3,6 @@
 #include <pthread.h>
 #include <signal.h>
 
-#include <cstdio>
-#include <cstdlib>
 #include <memory>
 #include <new>
 
@@ -44,13 +42,6 @@ bool startThread(const char *name, void (*run)(void *), void *argument) noexcept
     if (started)
         static_cast<void>(start.release());
     return started;
-}
-
-void startThreadOrEnd(const char *name, void (*run)(void *), void *argument) noexcept {
-    if (startThread(name, run, argument))
-        return;
-    std::fprintf(stderr, "wickerlane: the system has no thread left for %s\n", name);
-    std::abort();
 }
 
 } // namespace wickerlane

@@ -9,10 +9,6 @@ namespace wickerlane {
 /// False when the system has no thread left to give.
 [[nodiscard]] bool startThread(const char *name, void (*run)(void *), void *argument) noexcept;
 
-/// The same for a thread that the process cannot do without: ends the process, with a line on standard error,
-/// when the thread can't be had.
-void startThreadOrEnd(const char *name, void (*run)(void *), void *argument) noexcept;
-
 } // namespace wickerlane
 
 #endif

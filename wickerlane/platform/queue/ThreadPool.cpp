@@ -101,18 +101,36 @@ void ThreadPool::perform(const Dispatch &dispatch) noexcept {
     bool startsTicking = dispatch.startsTicking;
     if (dispatch.wakes != nullptr)
         futexWake(&dispatch.wakes->woken, 1);
-    if (dispatch.startsThread &&
-        !startThread(
-            "wl-worker", [](void *pool) { static_cast<ThreadPool *>(pool)->runWorker(); }, this)) {
+    if (dispatch.startsThread && !startThread()) {
         // The system is short of threads: the item waits for a worker that is there, or for the tick to try
         // again.
         const AdaptiveMutexLock lock(mutex);
-        --workerCount;
-        --searching;
         startsTicking = !std::exchange(isTicking, true);
     }
     if (startsTicking)
         Timer::shared().startTicking(tickLength, [] { return shared().tick(); });
+}
+
+// Of a worker that is counted already.
+bool ThreadPool::startThread() noexcept {
+    if (wickerlane::startThread(
+            "wl-worker", [](void *pool) { static_cast<ThreadPool *>(pool)->runWorker(); }, this))
+        return true;
+    const AdaptiveMutexLock lock(mutex);
+    --workerCount;
+    --searching;
+    return false;
+}
+
+bool ThreadPool::startWorker() noexcept {
+    {
+        const AdaptiveMutexLock lock(mutex);
+        if (workerCount != 0)
+            return true;
+        ++workerCount;
+        ++searching;
+    }
+    return startThread();
 }
 
 void ThreadPool::runWorker() noexcept {

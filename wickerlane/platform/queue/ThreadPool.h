@@ -31,6 +31,8 @@ class ThreadPool {
 public:
     [[nodiscard]] static ThreadPool &shared();
 
+    /// Starts a worker unless there is one. False when the system has no thread left.
+    [[nodiscard]] bool startWorker() noexcept WL_EXCLUDES(mutex);
     void submit(WorkQueue::Work work) WL_EXCLUDES(mutex);
     void submit(std::span<WorkQueue::Work> batch) WL_EXCLUDES(mutex);
 
@@ -56,6 +58,7 @@ private:
     };
 
     ThreadPool();
+    [[nodiscard]] bool startThread() noexcept WL_EXCLUDES(mutex);
     void runWorker() noexcept;
     bool sleep(Worker &self) WL_REQUIRES(mutex);
     void spin() const noexcept;

@@ -16,9 +16,16 @@ Timer &Timer::shared() {
     return *timer;
 }
 
-Timer::Timer() {
-    startThreadOrEnd(
-        "wl-timer", [](void *timer) { static_cast<Timer *>(timer)->run(); }, this);
+bool Timer::start() noexcept {
+    const MutexLock lock(mutex);
+    return startThreadOnce();
+}
+
+bool Timer::startThreadOnce() noexcept {
+    if (!hasThread)
+        hasThread = startThread(
+            "wl-timer", [](void *timer) { static_cast<Timer *>(timer)->run(); }, this);
+    return hasThread;
 }
 
 void Timer::submitAt(Clock::time_point due, Ref<WorkQueue> queue, WorkQueue::Work work) {
@@ -26,6 +33,7 @@ void Timer::submitAt(Clock::time_point due, Ref<WorkQueue> queue, WorkQueue::Wor
     const bool first = entries.empty() || due < entries.front().due;
     entries.push_back({due, ++lastNumber, std::move(queue), std::move(work)});
     std::push_heap(entries.begin(), entries.end(), laterFirst);
+    startThreadOnce();
     if (first)
         changed.notifyOne();
 }
@@ -35,6 +43,7 @@ void Timer::startTicking(Clock::duration length, bool (*added)()) {
     tick = added;
     tickLength = length;
     nextTick = Clock::now() + length;
+    startThreadOnce();
     changed.notifyOne();
 }
 

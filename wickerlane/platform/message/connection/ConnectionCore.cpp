@@ -5,6 +5,7 @@
 #include "wickerlane/platform/console/Console.h"
 #include "wickerlane/platform/message/connection/ConnectionSession.h"
 #include "wickerlane/platform/message/service/ServiceConnector.h"
+#include "wickerlane/platform/queue/ServiceThreads.h"
 
 namespace wickerlane {
 
@@ -130,7 +131,11 @@ void ConnectionCore::sendBarrier(Handler<void()> handler) {
         if (session->sender.addBarrier(handler))
             return;
     }
-    target->async(std::move(handler));
+    deliver({barrierPassed(std::move(handler))});
+}
+
+Delivery ConnectionCore::barrierPassed(Handler<void()> handler) const {
+    return {target, [handler = std::move(handler)](MessageValue *) { handler(); }, nullptr};
 }
 
 void ConnectionCore::sendAppended() {
@@ -149,15 +154,24 @@ void ConnectionCore::sendAppended() {
 
 void ConnectionCore::startConnecting() {
     state = State::connecting;
+    if (!startServiceThreads())
+        return failForWantOfThreads();
     WorkQueue::global()->async([self = Ref<ConnectionCore>(this)] {
         const MutexLock lock(self->mutex);
         self->connect();
     });
 }
 
+void ConnectionCore::failForWantOfThreads() {
+    const auto noThreads = MessageError::create("The process can have no more threads.");
+    endSession(MessageError::connectionInterrupted(), noThreads.get());
+}
+
 void ConnectionCore::connect() {
     if (state != State::connecting)
         return;
+    if (!startServiceThreads())
+        return failForWantOfThreads();
     Connected made;
     {
         const MutexUnlock unlocked(mutex);
@@ -195,10 +209,11 @@ void ConnectionCore::endSession(MessageError *error, MessageError *pendingError)
         state = State::disconnected;
     }
     std::vector<Delivery> deliveries;
+    for (Handler<void()> &handler : old->sender.takeBarriers())
+        deliveries.push_back(barrierPassed(std::move(handler)));
     old->pending.failAll(pendingError != nullptr ? pendingError : error, deliveries);
     if (notified)
         deliveries.push_back({target, std::move(notified), error});
-    old->sender.runAllBarriers(*target);
     {
         const MutexUnlock unlocked(mutex);
         old->stop();

@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "wickerlane/platform/message/connection/Delivery.h"
 #include "wickerlane/platform/message/connection/IdleTimer.h"
 #include "wickerlane/platform/message/value/MessageValue.h"
 #include "wickerlane/platform/message/wire/MessageEncoder.h"
@@ -23,7 +24,7 @@ class ConnectionSession;
 ///     disconnected    starts connecting       the first message                            connecting
 ///     connecting      waits                   the service's hello                          connected
 ///                                             no service, and none can be started          invalid
-///                                             the service's refusal or end                 disconnected
+///                                             the service's refusal or end, no threads     disconnected
 ///     connected       leaves                  the end of the peer, a broken rule, too      disconnected
 ///                                             much that waits, or idleness
 ///     invalid         fails                   -
@@ -56,9 +57,11 @@ private:
     // Those that require the mutex may let go of it for a while, and end the session.
     void startConnecting() WL_REQUIRES(mutex);
     void connect() WL_REQUIRES(mutex);
+    void failForWantOfThreads() WL_REQUIRES(mutex);
     void sendAppended() WL_REQUIRES(mutex);
     void endSession(MessageError *error, MessageError *pendingError = nullptr) WL_REQUIRES(mutex);
 
+    [[nodiscard]] Delivery barrierPassed(Handler<void()> handler) const;
     void noteActivity() WL_REQUIRES(mutex);
     void startQuietTimer();
     void quietTimerFired() WL_EXCLUDES(mutex);

@@ -39,9 +39,11 @@ void ConnectionSender::runPassedBarriers(WorkQueue &target) {
     barriers.erase(barriers.begin(), next);
 }
 
-void ConnectionSender::runAllBarriers(WorkQueue &target) {
+std::vector<Handler<void()>> ConnectionSender::takeBarriers() {
+    std::vector<Handler<void()>> handlers;
     for (Barrier &barrier : std::exchange(barriers, {}))
-        target.async(std::move(barrier.handler));
+        handlers.push_back(std::move(barrier.handler));
+    return handlers;
 }
 
 } // namespace wickerlane

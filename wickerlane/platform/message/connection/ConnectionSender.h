@@ -52,7 +52,8 @@ public:
     [[nodiscard]] bool addBarrier(const Handler<void()> &handler);
     /// Submits the handlers of the barriers that have been passed.
     void runPassedBarriers(WorkQueue &target);
-    void runAllBarriers(WorkQueue &target);
+    /// The handlers of all barriers, which are the caller's to run.
+    [[nodiscard]] std::vector<Handler<void()>> takeBarriers();
 
     [[nodiscard]] bool isEmpty() const noexcept { return queue.isEmpty(); }
     [[nodiscard]] bool isSending() const noexcept { return queue.isBeingSent(); }

@@ -10,6 +10,8 @@ void ConnectionSession::begin(ConnectionCore &connection, UniqueFd connected) {
     source = DescriptorSource::create(
         socket.get(),
         [kept = Ref(&connection), self = Ref(this)](std::uint32_t events) { self->onReady(*kept, events); });
+    if (source == nullptr)
+        return connection.failForWantOfThreads();
     send(connection, MSG_DONTWAIT, sender.appended());
     if (!isOver)
         passOnReading();

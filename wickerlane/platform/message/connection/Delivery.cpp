@@ -1,5 +1,8 @@
 #include "wickerlane/platform/message/connection/Delivery.h"
 
+#include "wickerlane/platform/queue/RunItem.h"
+#include "wickerlane/platform/queue/ServiceThreads.h"
+
 namespace wickerlane {
 
 void deliver(std::vector<Delivery> deliveries) {
@@ -13,7 +16,11 @@ void deliver(std::vector<Delivery> deliveries) {
             batch.emplace_back(
                 [handler = std::move(deliveries[next].handler), value = std::move(deliveries[next].value),
                  held = std::move(deliveries[next].heldWhileRunning)] { handler(value.get()); });
-        queue->asyncBatch(batch);
+        if (queue == WorkQueue::main() || startWorker())
+            queue->asyncBatch(batch);
+        else
+            for (WorkQueue::Work &work : batch)
+                runItem(std::move(work));
         first = next;
     }
 }

@@ -18,7 +18,7 @@ struct Delivery {
 };
 
 /// Has each handler run on its queue, in order where the queue is serial; those for one queue are submitted
-/// together.
+/// together. When the system has no thread left to run them, they run here. Without locks held.
 void deliver(std::vector<Delivery> deliveries);
 
 } // namespace wickerlane

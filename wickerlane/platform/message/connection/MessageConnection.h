@@ -34,7 +34,8 @@ public:
     /// Sends without reply, and returns at once.
     virtual void send(MessageDictionary *message) = 0;
     /// Sends, and calls the handler once, on `queue` (null means the target queue), with the reply: a
-    /// dictionary or an error.
+    /// dictionary or an error. When the system has no thread left, the request fails, and the handler runs
+    /// before this returns.
     virtual void sendWithReply(MessageDictionary *message, WorkQueue *queue,
                                Handler<void(MessageValue *)> handler) = 0;
     /// Sends, and blocks until the reply is there: a dictionary or an error, never null.

@@ -1,0 +1,16 @@
+// The threads without which nothing is delivered.
+#ifndef WICKERLANE_PLATFORM_QUEUE_SERVICETHREADS_H
+#define WICKERLANE_PLATFORM_QUEUE_SERVICETHREADS_H
+
+namespace wickerlane {
+
+/// Starts the reader thread, the timer's thread and a worker of the global queue, unless they run. False when
+/// the system gives no more threads or descriptors: what is submitted then waits until it does.
+[[nodiscard]] bool startServiceThreads() noexcept;
+
+/// Starts a worker of the global queue, unless one runs. False when the system gives no more threads.
+[[nodiscard]] bool startWorker() noexcept;
+
+} // namespace wickerlane
+
+#endif
