@@ -104,7 +104,7 @@ TEST(Listener, DropsAPeerThatStallsWithinAMessageAndTakesWhatComesInPieces) {
 
 TEST(Listener, StopsReadingAPeerThatLeavesItsAnswersUnread) {
     MessageListener::Options options;
-    options.limits.unanswered = 8;
+    options.limits.heldMessages = 8;
     options.limits.queuedBytes = 64 * 1024;
     const auto listener = listen(
         [](ReceivedMessage *received) {
@@ -131,7 +131,7 @@ TEST(Listener, StopsReadingAPeerThatLeavesItsAnswersUnread) {
 
 TEST(Listener, ReadsNoFurtherWhileTooManyRequestsWait) {
     MessageListener::Options options;
-    options.limits.unanswered = 4;
+    options.limits.heldMessages = 4;
     std::mutex mutex;
     std::condition_variable changed;
     std::vector<Ref<ReceivedMessage>> kept;

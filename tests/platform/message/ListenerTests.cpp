@@ -28,18 +28,29 @@ MATCHER_P2(isError, text, kind, "") {
 } // namespace
 
 TEST(Listener, RefusesTheClientThatIsOneTooMany) {
-    MessageListener::Options options;
-    options.limits.connections = 2;
-    const auto listener = listen(echo, nullptr, options);
-    auto first = connect();
-    const auto second = connect();
-    ASSERT_EQ(numberOf(first->sendWithReplySync(numbered(1).get()).get()), 1);
-    ASSERT_EQ(numberOf(second->sendWithReplySync(numbered(1).get()).get()), 1);
-    const auto third = connect();
-    EXPECT_THAT(third->sendWithReplySync(numbered(1).get()),
-                isError("The user has too many connections to the service.", ProblemKind::busy));
-    first->cancel();
-    EXPECT_TRUE(waitUntil([&] { return numberOf(third->sendWithReplySync(numbered(3).get()).get()) == 3; }));
+    const struct {
+        std::size_t ofProcess, ofUser;
+        const char *refusal;
+    } cases[] = {
+        {2, 3, "The process has too many connections to the service."},
+        {3, 2, "The user has too many connections to the service."},
+    };
+    for (const auto &[ofProcess, ofUser, refusal] : cases) {
+        MessageListener::Options options;
+        options.limits.connections = ofProcess;
+        options.limits.connectionsOfUser = ofUser;
+        const auto listener = listen(echo, nullptr, options);
+        auto first = connect();
+        const auto second = connect();
+        ASSERT_EQ(numberOf(first->sendWithReplySync(numbered(1).get()).get()), 1);
+        ASSERT_EQ(numberOf(second->sendWithReplySync(numbered(1).get()).get()), 1);
+        const auto third = connect();
+        EXPECT_THAT(third->sendWithReplySync(numbered(1).get()), isError(refusal, ProblemKind::busy));
+        first->cancel();
+        EXPECT_TRUE(
+            waitUntil([&] { return numberOf(third->sendWithReplySync(numbered(3).get()).get()) == 3; }));
+        listener->cancel();
+    }
 }
 
 TEST(Listener, TellsARefusedClientWhyInItsReplyAndNotAsAnEvent) {

@@ -23,7 +23,8 @@ constexpr std::int64_t kindRefused = 3;
 constexpr std::int64_t kindBusy = 4;
 
 constexpr Refusal noDescriptors{"The service has no file descriptors left.", kindBusy};
-constexpr Refusal tooManyConnections{"The user has too many connections to the service.", kindBusy};
+constexpr Refusal tooManyOfProcess{"The process has too many connections to the service.", kindBusy};
+constexpr Refusal tooManyOfUser{"The user has too many connections to the service.", kindBusy};
 constexpr Refusal unknownProcess{"The service could not tell which process asks.", kindFailed};
 constexpr Refusal notWelcome{"The service refuses this process.", kindRefused};
 
@@ -75,14 +76,21 @@ void Admission::consider(UniqueFd client) {
     auto process = identifyPeer(client.get());
     if (!process)
         return refuse(client.get(), isOutOfDescriptors(errno) ? noDescriptors : unknownProcess);
-    const Ref<UserShare> &share = shares.of(process->identity.user);
-    if (share->connections == maxConnections)
-        return refuse(client.get(), tooManyConnections);
-    ++share->connections;
+    const Ref<UserShare> user = intake.shares.of(process->identity.user);
+    const Ref<ProcessShare> ofProcess = intake.shares.ofProcess(process->identity.process);
+    if (ofProcess->connections == limits.connections)
+        return refuse(client.get(), tooManyOfProcess);
+    ++user->connections;
+    ++ofProcess->connections;
+    if (user->connections > limits.connectionsOfUser) {
+        intake.shares.disconnected(*user, *ofProcess);
+        return refuse(client.get(), tooManyOfUser);
+    }
     // Twice what the kernel gives by itself, so that long answers take half as many turns.
     constexpr int sendBytes = 208 * 1024;
     setsockopt(client.get(), SOL_SOCKET, SO_SNDBUF, &sendBytes, sizeof sendBytes);
-    const auto peer = makeRef<ListenerPeer>(listener, std::move(client), std::move(*process), share);
+    const auto peer =
+        makeRef<ListenerPeer>(listener, std::move(client), std::move(*process), user, ofProcess);
     intake.add(++lastNumber, peer);
     Handler<bool(MessagePeer *)> handler;
     {

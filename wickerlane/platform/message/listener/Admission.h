@@ -15,12 +15,13 @@ struct Refusal;
 ///     a client is refused                                   as problem
 ///     when the process has no descriptors left               busy
 ///     when its process can't be identified                   failed
+///     when its process has as many connections as may be     busy
 ///     when its user has as many connections as may be        busy
 ///     when the peer handler does not want it                 refused
 class Admission {
 public:
-    Admission(ListenerCore *owner, PeerIntake &admitted, WorkQueue *handlerQueue, std::size_t perUser)
-        : listener(owner), intake(admitted), queue(handlerQueue), maxConnections(perUser) {}
+    Admission(ListenerCore *owner, PeerIntake &admitted, WorkQueue *handlerQueue, const MessageLimits &chosen)
+        : listener(owner), intake(admitted), queue(handlerQueue), limits(chosen) {}
 
     /// False when the process has no descriptors left.
     [[nodiscard]] bool prepare();
@@ -39,9 +40,8 @@ private:
     ListenerCore *const listener; // which owns this
     PeerIntake &intake;
     WorkQueue *const queue;
-    const std::size_t maxConnections;
-    UniqueFd spare; // given up to refuse a client when no descriptor is left
-    UserShares shares;
+    const MessageLimits &limits;
+    UniqueFd spare;               // given up to refuse a client when no descriptor is left
     std::uint64_t lastNumber = 1; // the smaller ones are the listener's own
 
     Mutex mutex;

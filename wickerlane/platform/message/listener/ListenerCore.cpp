@@ -5,6 +5,8 @@
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
 
+#include <system_error>
+
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/platform/process/ProcessTransaction.h"
 
@@ -27,7 +29,7 @@ ListenerCore::ListenerCore(std::string serviceName, WorkQueue *handlerQueue,
                            UniqueFd bound, bool isManaged)
     : name(std::move(serviceName)), queue(handlerQueue), options(std::move(chosen)), managed(isManaged),
       listening(std::move(bound)), intake(this, handlerQueue, std::move(handler), options),
-      admission(this, intake, handlerQueue, options.limits.connections) {
+      admission(this, intake, handlerQueue, options.limits) {
 }
 
 ListenerCore::~ListenerCore() {
@@ -44,11 +46,16 @@ bool ListenerCore::prepare() {
            watchInput(intake.poller.get(), wakeUp.get(), wakeNumber);
 }
 
-void ListenerCore::resume() {
+bool ListenerCore::resume() {
     const MutexLock lock(mutex);
     if (cancelled || thread.joinable())
-        return;
-    thread = std::thread([self = Ref<ListenerCore>(this)] { self->run(); });
+        return true;
+    try {
+        thread = std::thread([self = Ref<ListenerCore>(this)] { self->run(); });
+    } catch (const std::system_error &) {
+        return false;
+    }
+    return true;
 }
 
 void ListenerCore::cancel() {

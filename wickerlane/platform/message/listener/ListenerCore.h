@@ -24,7 +24,7 @@ public:
     void setPeerHandler(Handler<bool(MessagePeer *)> handler) {
         admission.setPeerHandler(std::move(handler));
     }
-    void resume() WL_EXCLUDES(mutex);
+    bool resume() WL_EXCLUDES(mutex);
     /// Ends it. On another thread than the intake's, that is over when this returns.
     void cancel() WL_EXCLUDES(mutex);
     /// Has the intake thread do something.

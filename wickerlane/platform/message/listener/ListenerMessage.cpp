@@ -8,19 +8,18 @@ constinit const Class ReceivedMessage::classInfo{"ReceivedMessage", &Object::cla
 WL_BUILT_IN_CLASS(ReceivedMessage);
 
 ListenerMessage::ListenerMessage(Ref<ListenerPeer> from, Ref<MessageDictionary> contents,
-                                 const FrameHeader &header, ListenerCore *owner)
-    : sender(std::move(from)), received(std::move(contents)), id(header.id), length(header.length),
+                                 const FrameHeader &header, std::size_t cost, ListenerCore *owner)
+    : sender(std::move(from)), received(std::move(contents)), id(header.id), charged(cost),
       isRequest(header.kind == FrameKind::request), listener(owner) {
     listener->messageHeld();
-    if (isRequest)
-        sender->requestReceived();
+    sender->messageHeld(charged);
 }
 
 ListenerMessage::~ListenerMessage() {
     if (claimAnswer())
         sender->replyError(id, "The service did not answer.", 0);
     received = nullptr;
-    sender->messageReleased(length);
+    sender->messageReleased(charged);
     listener->messageReleased();
 }
 
@@ -35,10 +34,7 @@ void ListenerMessage::replyError(std::string_view description, std::int64_t kind
 }
 
 bool ListenerMessage::claimAnswer() {
-    if (!isRequest || isAnswered.exchange(true))
-        return false;
-    sender->requestAnswered();
-    return true;
+    return isRequest && !isAnswered.exchange(true);
 }
 
 } // namespace wickerlane

@@ -10,7 +10,7 @@ namespace wickerlane {
 class ListenerMessage final : public ReceivedMessage {
 public:
     ListenerMessage(Ref<ListenerPeer> from, Ref<MessageDictionary> contents, const FrameHeader &header,
-                    ListenerCore *owner);
+                    std::size_t cost, ListenerCore *owner);
     ~ListenerMessage() override;
 
     [[nodiscard]] MessageDictionary *message() const noexcept override { return received.get(); }
@@ -26,7 +26,7 @@ private:
     const Ref<ListenerPeer> sender;
     Ref<MessageDictionary> received;
     const std::uint64_t id;
-    const std::size_t length;
+    const std::size_t charged;
     const bool isRequest;
     std::atomic<bool> isAnswered{false};
     const Ref<ListenerCore> listener;

@@ -17,9 +17,10 @@ constexpr std::size_t maxGatheredBytes = 64 * 1024;
 
 } // namespace
 
-ListenerPeer::ListenerPeer(ListenerCore *owner, UniqueFd connected, PeerProcess peer, Ref<UserShare> user)
-    : share(std::move(user)), listener(owner), descriptor(connected.get()), process(std::move(peer)),
-      socket(std::move(connected)) {
+ListenerPeer::ListenerPeer(ListenerCore *owner, UniqueFd connected, PeerProcess peer, Ref<UserShare> user,
+                           Ref<ProcessShare> ofProcess)
+    : share(std::move(user)), process(std::move(ofProcess)), listener(owner), descriptor(connected.get()),
+      client(std::move(peer)), socket(std::move(connected)) {
 }
 
 ListenerPeer::~ListenerPeer() = default;
@@ -49,12 +50,10 @@ void ListenerPeer::transmit(const MessageEncoder &frame) {
     const MutexLock lock(mutex);
     if (state != State::open)
         return;
-    const std::uint64_t before = queue.appended();
+    const std::size_t ofUserBefore = share->queuedBytes.load();
     queue.append(frame);
-    const std::size_t added = queue.appended() - before;
-    bytesToSend.fetch_add(added, std::memory_order_relaxed);
-    const std::size_t ofUser = share->queuedBytes.fetch_add(added, std::memory_order_relaxed);
-    if (ofUser > listener->limits().unreadBytes) {
+    chargeQueue();
+    if (ofUserBefore > listener->limits().unreadBytes) {
         breakOff();
         return notifyIntake();
     }
@@ -96,9 +95,8 @@ void ListenerPeer::flush() {
         return;
     SendQueue::Outcome outcome = SendQueue::Outcome::sent;
     while (outcome == SendQueue::Outcome::sent && !queue.isEmpty() && state != State::closed) {
-        const std::uint64_t before = queue.sent();
         outcome = queue.flush(mutex, descriptor, MSG_DONTWAIT, queue.appended());
-        bytesSent(queue.sent() - before);
+        chargeQueue();
     }
     if (state == State::closed)
         return closeSocket();
@@ -138,8 +136,8 @@ void ListenerPeer::close() {
 }
 
 void ListenerPeer::closeSocket() {
-    bytesSent(queue.queuedBytes());
     queue = SendQueue();
+    chargeQueue();
     socket.reset();
 }
 
@@ -166,21 +164,72 @@ void ListenerPeer::notifyIntake() {
 
 // Accounting
 
-void ListenerPeer::bytesSent(std::size_t count) noexcept {
-    bytesToSend.fetch_sub(count, std::memory_order_relaxed);
-    share->queuedBytes.fetch_sub(count, std::memory_order_relaxed);
+void ListenerPeer::chargeQueue() {
+    const std::size_t now = queue.cost();
+    const std::size_t before = bytesToSend.exchange(now);
+    share->queuedBytes.fetch_add(now - before); // which may wrap around, and back
 }
 
-void ListenerPeer::requestAnswered() {
-    unansweredRequests.fetch_sub(1);
+void ListenerPeer::chargeReceived(std::size_t bytes) noexcept {
+    bytesReceived.fetch_add(bytes);
+    process->receivedBytes.fetch_add(bytes);
+    share->receivedBytes.fetch_add(bytes);
+}
+
+void ListenerPeer::unchargeReceived(std::size_t bytes) noexcept {
+    bytesReceived.fetch_sub(bytes);
+    process->receivedBytes.fetch_sub(bytes);
+    share->receivedBytes.fetch_sub(bytes);
+}
+
+void ListenerPeer::bytesReleased(std::size_t bytes) {
+    unchargeReceived(bytes);
     if (share->isHeldBack.load())
         notifyIntake();
 }
 
-void ListenerPeer::messageReleased(std::size_t length) {
-    share->receivedBytes.fetch_sub(length);
-    if (share->isHeldBack.load())
-        notifyIntake();
+void ListenerPeer::messageHeld(std::size_t cost) noexcept {
+    messages.fetch_add(1);
+    chargeReceived(cost);
+}
+
+void ListenerPeer::messageReleased(std::size_t cost) {
+    messages.fetch_sub(1);
+    bytesReleased(cost);
+}
+
+// What is left unread
+
+bool ListenerPeer::leavesUnread() const noexcept {
+    return bytesToSend.load() != 0 && share->queuedBytes.load() >= listener->limits().queuedBytes;
+}
+
+// Announced first and tested again, so that what is read in between is not missed.
+bool ListenerPeer::mustReadFirst() noexcept {
+    if (!leavesUnread())
+        return false;
+    share->isHeldBack = true;
+    return leavesUnread();
+}
+
+bool ListenerPeer::postponeUntilRead(Handler<void()> work) {
+    const MutexLock lock(mutex);
+    if (state != State::open || !mustReadFirst())
+        return false;
+    postponed.push_back(std::move(work));
+    return true;
+}
+
+void ListenerPeer::runPostponed() {
+    std::vector<Handler<void()>> due;
+    {
+        const MutexLock lock(mutex);
+        if (postponed.empty() || (state == State::open && mustReadFirst()))
+            return;
+        due.swap(postponed);
+    }
+    for (const auto &work : due)
+        work();
 }
 
 } // namespace wickerlane

@@ -3,10 +3,11 @@
 #define WICKERLANE_PLATFORM_MESSAGE_LISTENER_LISTENERPEER_H
 
 #include <thread>
+#include <vector>
 
 #include "wickerlane/platform/message/listener/MessageListener.h"
 #include "wickerlane/platform/message/listener/PeerProcess.h"
-#include "wickerlane/platform/message/listener/UserShare.h"
+#include "wickerlane/platform/message/listener/PeerShares.h"
 #include "wickerlane/platform/message/wire/FrameReader.h"
 #include "wickerlane/platform/message/wire/SendQueue.h"
 #include "wickerlane/platform/object/Mutex.h"
@@ -18,11 +19,10 @@ class ListenerCore;
 /// What the intake thread alone knows of a peer.
 struct PeerIntakeState {
     FrameReader reader;
-    Ref<WorkQueue> orderedQueue; ///< Null until the first message, if it is used at all.
-    std::uint64_t number = 0;    ///< Its name for epoll.
+    std::uint64_t number = 0; ///< Its name for epoll.
     bool isAdmitted = false;
     std::uint32_t watchedEvents = 0; ///< What it is registered for; 0: not registered.
-    std::size_t reservedBytes = 0;   ///< Of the user's share, for the message that is being received.
+    std::size_t reservedBytes = 0;   ///< Of the shares, for the message that is being received.
     std::chrono::steady_clock::time_point lastBytes{};
 };
 
@@ -38,12 +38,14 @@ struct PeerIntakeState {
 ///                                        earlier answers
 class ListenerPeer final : public MessagePeer {
 public:
-    ListenerPeer(ListenerCore *owner, UniqueFd connected, PeerProcess peer, Ref<UserShare> user);
+    ListenerPeer(ListenerCore *owner, UniqueFd connected, PeerProcess peer, Ref<UserShare> user,
+                 Ref<ProcessShare> ofProcess);
     ~ListenerPeer() override;
 
-    [[nodiscard]] const PeerIdentity &identity() const noexcept override { return process.identity; }
-    [[nodiscard]] bool isAlive() const noexcept override { return process.isAlive(); }
+    [[nodiscard]] const PeerIdentity &identity() const noexcept override { return client.identity; }
+    [[nodiscard]] bool isAlive() const noexcept override { return client.isAlive(); }
     void send(MessageDictionary *message) override;
+    [[nodiscard]] bool postponeUntilRead(Handler<void()> work) override WL_EXCLUDES(mutex);
     void cancel() override;
 
     void reply(std::uint64_t id, MessageDictionary *answer);
@@ -57,9 +59,21 @@ public:
     void stopGathering() WL_EXCLUDES(mutex);
     void sendGathered() WL_EXCLUDES(mutex);
 
-    void requestReceived() noexcept { unansweredRequests.fetch_add(1); }
-    void requestAnswered();
-    void messageReleased(std::size_t length);
+    void messageHeld(std::size_t cost) noexcept;
+    void messageReleased(std::size_t cost);
+    void chargeReceived(std::size_t bytes) noexcept;
+    void unchargeReceived(std::size_t bytes) noexcept;
+    void bytesReleased(std::size_t bytes);
+    [[nodiscard]] std::size_t heldMessages() const noexcept { return messages.load(); }
+    [[nodiscard]] std::size_t receivedBytes() const noexcept { return bytesReceived.load(); }
+
+    /// It has not read an answer while what waits for its user exceeds the limit. One that has read all is
+    /// not held back by others of its user.
+    [[nodiscard]] bool leavesUnread() const noexcept;
+    /// The same; if so, the intake thread turns to it when something has been read.
+    [[nodiscard]] bool mustReadFirst() noexcept;
+    /// Runs what was postponed, unless the peer must still read first. Of the intake thread.
+    void runPostponed() WL_EXCLUDES(mutex);
 
     struct Interest {
         bool wantsRoom; ///< Something waits until the socket has room.
@@ -72,12 +86,10 @@ public:
     void close() WL_EXCLUDES(mutex);
     [[nodiscard]] int socketDescriptor() const noexcept { return descriptor; }
 
-    /// Requests that wait for their answers.
-    [[nodiscard]] std::size_t unanswered() const noexcept { return unansweredRequests.load(); }
-    [[nodiscard]] std::size_t queuedBytes() const noexcept { return bytesToSend.load(); }
-
     const Ref<UserShare> share;
+    const Ref<ProcessShare> process;
     PeerIntakeState intake;
+    PeerTurn turn; ///< Of PeerTurns.
 
 private:
     enum class State {
@@ -92,13 +104,15 @@ private:
     void breakOff() WL_REQUIRES(mutex);
     void closeSocket() WL_REQUIRES(mutex);
     void notifyIntake();
-    void bytesSent(std::size_t count) noexcept;
+    void chargeQueue() WL_REQUIRES(mutex);
 
     const Ref<ListenerCore> listener;
     const int descriptor; // the socket's number, as long as the intake thread has not closed it
-    const PeerProcess process;
-    std::atomic<std::size_t> unansweredRequests{0};
-    std::atomic<std::size_t> bytesToSend{0}; // its part of the user's
+    const PeerProcess client;
+    std::atomic<std::size_t> messages{0}; // received and not yet released
+    // Its part of what its user has.
+    std::atomic<std::size_t> bytesReceived{0};
+    std::atomic<std::size_t> bytesToSend{0};
 
     Mutex mutex;
     State state WL_GUARDED_BY(mutex) = State::open;
@@ -109,6 +123,18 @@ private:
     bool isFlushDue WL_GUARDED_BY(mutex) = false; // a timer will send what is gathered
     std::thread::id gatheringThread WL_GUARDED_BY(mutex);
     bool gathersByTimer WL_GUARDED_BY(mutex) = false;
+    std::vector<Handler<void()>> postponed WL_GUARDED_BY(mutex);
+};
+
+/// Bytes that count among what a peer sent as long as this lives.
+class HeldBytes final : public Object {
+public:
+    HeldBytes(ListenerPeer &of, std::size_t count) : peer(&of), bytes(count) { peer->chargeReceived(bytes); }
+    ~HeldBytes() override { peer->bytesReleased(bytes); }
+
+private:
+    const Ref<ListenerPeer> peer;
+    const std::size_t bytes;
 };
 
 } // namespace wickerlane

@@ -21,7 +21,7 @@ public:
     void setPeerHandler(Handler<bool(MessagePeer *)> handler) override {
         core->setPeerHandler(std::move(handler));
     }
-    void resume() override { core->resume(); }
+    bool resume() override { return core->resume(); }
     void cancel() override { core->cancel(); }
 
 private:

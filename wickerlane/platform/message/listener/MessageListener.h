@@ -31,6 +31,10 @@ public:
     [[nodiscard]] virtual bool isAlive() const noexcept = 0;
     /// Sends a message of the daemon's own accord.
     virtual void send(MessageDictionary *message) = 0;
+    /// Keeps work back from a peer that leaves so many answers unread that it is to get no more: it is called
+    /// when the peer has read some, or is gone; on the intake thread, so that it only hands the work to a
+    /// queue. False, and nothing is kept, when the peer may have its answer now.
+    [[nodiscard]] virtual bool postponeUntilRead(Handler<void()> work) = 0;
     /// Ends the connection after what was sent before has left.
     virtual void cancel() = 0;
 };
@@ -63,8 +67,8 @@ public:
         /// accepted, and a new one starts the service again. The process is then to exit.
         Handler<void()> idle;
         /// The messages of each peer are handled one at a time, in the order of arrival, those of several
-        /// peers in parallel: on serial queues in place of the listener's queue, which must be a concurrent
-        /// one. What takes long is to be left to another queue.
+        /// peers in parallel, a limited number of them: on threads of the global queue, in turns for each
+        /// process. What takes long is to be left to another queue.
         bool ordersEachPeer = false;
         MessageLimits limits{};
     };
@@ -78,7 +82,8 @@ public:
     /// Called on the queue for each new peer; false refuses it: its pending requests fail with an error that
     /// says so.
     virtual void setPeerHandler(Handler<bool(MessagePeer *)> handler) = 0;
-    virtual void resume() = 0;
+    /// False when the system has no thread left for the service.
+    virtual bool resume() = 0;
     /// Accepts no more clients and ends all connections, as releasing the last reference does. Waits for the
     /// intake thread, unless called on it.
     virtual void cancel() = 0;

@@ -10,6 +10,12 @@
 
 namespace wickerlane {
 
+PeerIntake::PeerIntake(ListenerCore *owner, WorkQueue *handlerQueue, Handler<void(ReceivedMessage *)> handler,
+                       const MessageListener::Options &chosen)
+    : listener(owner), queue(handlerQueue), messageHandler(std::move(handler)), options(chosen),
+      turns(chosen.ordersEachPeer ? makeRef<PeerTurns>(messageHandler, chosen.limits) : nullptr) {
+}
+
 // Peers
 
 ListenerPeer *PeerIntake::find(std::uint64_t number) const {
@@ -19,6 +25,9 @@ ListenerPeer *PeerIntake::find(std::uint64_t number) const {
 
 void PeerIntake::add(std::uint64_t number, Ref<ListenerPeer> peer) {
     peer->intake.number = number;
+    // The reader does not outlive the peer; what it gave may.
+    peer->intake.reader.setCharge(
+        [of = peer.get()](std::size_t bytes) { return makeRef<HeldBytes>(*of, bytes); });
     peers.emplace(number, std::move(peer));
 }
 
@@ -29,8 +38,11 @@ void PeerIntake::disconnect(ListenerPeer &peer) {
     if (peer.intake.watchedEvents != 0)
         epoll_ctl(poller.get(), EPOLL_CTL_DEL, peer.socketDescriptor(), nullptr);
     peer.close();
-    peer.share->receivedBytes.fetch_sub(peer.intake.reservedBytes);
-    --peer.share->connections;
+    peer.unchargeReceived(std::exchange(peer.intake.reservedBytes, 0));
+    if (turns != nullptr)
+        turns->disconnected(peer);
+    peer.runPostponed();
+    shares.disconnected(*peer.share, *peer.process);
     if (peer.share->isHeldBack.load())
         listener->reviewPeers(peer.share.get());
     if (peers.empty())
@@ -90,8 +102,12 @@ void PeerIntake::review(UserShare *share) {
     for (const auto &[number, peer] : peers)
         if (peer->share == share)
             ofUser.push_back(peer);
-    for (const auto &peer : ofUser)
+    for (const auto &peer : ofUser) {
         watch(*peer);
+        if (turns != nullptr)
+            turns->resume(*peer);
+        peer->runPostponed();
+    }
 }
 
 bool PeerIntake::mayRead(ListenerPeer &peer) {
@@ -103,16 +119,21 @@ bool PeerIntake::mayRead(ListenerPeer &peer) {
 }
 
 bool PeerIntake::hasRoomFor(ListenerPeer &peer) {
-    // A peer that leaves no answer unread is not held back by others of its user that do.
-    if (peer.unanswered() >= options.limits.unanswered ||
-        (peer.share->queuedBytes.load() >= options.limits.queuedBytes && peer.queuedBytes() != 0))
+    const MessageLimits &limits = options.limits;
+    if (peer.heldMessages() >= limits.heldMessages || peer.leavesUnread())
         return false;
     // The bytes of a message are reserved when it begins, so that it can be finished.
     if (peer.intake.reservedBytes != 0)
         return true;
     const std::size_t begun = peer.intake.reader.currentFrameLength();
-    if (!peer.share->reserve(begun, options.limits.queuedBytes))
+    const auto fits = [begun](const std::atomic<std::size_t> &held, std::size_t limit) {
+        return held.load() == 0 || held.load() + begun <= limit;
+    };
+    const bool isShortAndAlone = begun <= limits.shortMessage && peer.receivedBytes() == 0;
+    if (!isShortAndAlone && !(fits(peer.share->receivedBytes, limits.queuedBytes) &&
+                              fits(peer.process->receivedBytes, limits.queuedBytesOfProcess)))
         return false;
+    peer.chargeReceived(begun);
     peer.intake.reservedBytes = begun;
     return true;
 }
@@ -154,27 +175,27 @@ bool PeerIntake::decodeFrames(const Ref<ListenerPeer> &peer, Messages &messages)
         const FrameHeader &header = frame.header;
         if (header.kind != FrameKind::message && header.kind != FrameKind::request)
             return false;
-        Ref<MessageDictionary> message = decodeMessage(frame.buffer, frame.contents, frame.descriptors);
+        std::size_t cost = 0;
+        Ref<MessageDictionary> message =
+            decodeMessage(frame.buffer, frame.contents, frame.descriptors, &cost);
         if (message == nullptr)
             return false;
-        // From now on its own length counts, until it is released, in place of what was reserved for it.
-        peer->share->receivedBytes.fetch_add(header.length);
-        peer->share->receivedBytes.fetch_sub(std::exchange(peer->intake.reservedBytes, 0));
-        messages.push_back(makeRef<ListenerMessage>(peer, std::move(message), header, listener));
+        // From now on what it costs counts, until it is released, in place of what was reserved for it.
+        messages.push_back(makeRef<ListenerMessage>(peer, std::move(message), header, cost, listener));
+        peer->unchargeReceived(std::exchange(peer->intake.reservedBytes, 0));
     }
 }
 
 // Handling
 
 void PeerIntake::dispatch(const Ref<ListenerPeer> &peer, Messages messages) {
-    if (queue == nullptr && !options.ordersEachPeer)
+    if (turns != nullptr)
+        return turns->add(*peer, std::move(messages));
+    if (queue == nullptr)
         return handleInOrder(*peer, std::move(messages));
-    if (options.ordersEachPeer && peer->intake.orderedQueue == nullptr)
-        peer->intake.orderedQueue = WorkQueue::create("peer of a service");
-    WorkQueue *handling = options.ordersEachPeer ? peer->intake.orderedQueue.get() : queue;
     const Ref<ListenerCore> owner(listener);
-    if (handling != WorkQueue::global())
-        return handling->async([this, owner, peer, messages = std::move(messages)]() mutable {
+    if (queue != WorkQueue::global())
+        return queue->async([this, owner, peer, messages = std::move(messages)]() mutable {
             handleInOrder(*peer, std::move(messages));
         });
     // Handlers of a concurrent queue may block: each has a work item of its own.
@@ -182,12 +203,11 @@ void PeerIntake::dispatch(const Ref<ListenerPeer> &peer, Messages messages) {
     items.reserve(messages.size());
     for (Ref<ReceivedMessage> &message : messages)
         items.emplace_back([this, owner, message = std::move(message)] { messageHandler(message.get()); });
-    handling->asyncBatch(items);
+    queue->asyncBatch(items);
 }
 
 void PeerIntake::handleInOrder(ListenerPeer &peer, Messages messages) const {
-    // Where one message may take longer than the next, each answer leaves at once.
-    const bool gathers = !options.ordersEachPeer && messages.size() > 1;
+    const bool gathers = messages.size() > 1;
     if (gathers)
         peer.startGathering(queue != nullptr);
     for (Ref<ReceivedMessage> &message : messages) {

@@ -5,7 +5,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "wickerlane/platform/message/listener/ListenerPeer.h"
+#include "wickerlane/platform/message/listener/PeerTurns.h"
 
 namespace wickerlane {
 
@@ -14,9 +14,10 @@ namespace wickerlane {
 ///
 ///     a peer is watched for    when
 ///     room to send             its socket was full and something waits
-///     input                    it is admitted, fewer of its requests than the limit are unanswered, it
-///                              leaves no answer unread while its user's waiting answers exceed the limit,
-///                              and the user's share has room for the message that it has begun to send
+///     input                    it is admitted, fewer of its messages than the limit are held, it leaves no
+///                              answer unread while its user's waiting answers exceed the limit, and the
+///                              shares of its user and its process have room for the message that it has
+///                              begun to send
 ///     nothing                  else; it is then not registered, since its hang-up would be reported again
 ///                              and again
 class PeerIntake {
@@ -24,8 +25,7 @@ public:
     using Clock = std::chrono::steady_clock;
 
     PeerIntake(ListenerCore *owner, WorkQueue *handlerQueue, Handler<void(ReceivedMessage *)> handler,
-               const MessageListener::Options &chosen)
-        : listener(owner), queue(handlerQueue), messageHandler(std::move(handler)), options(chosen) {}
+               const MessageListener::Options &chosen);
 
     [[nodiscard]] bool isEmpty() const noexcept { return peers.empty(); }
     [[nodiscard]] ListenerPeer *find(std::uint64_t number) const;
@@ -46,6 +46,7 @@ public:
     void review(UserShare *share);
 
     UniqueFd poller;
+    PeerShares shares;
 
 private:
     using Messages = std::vector<Ref<ReceivedMessage>>;
@@ -61,6 +62,7 @@ private:
     WorkQueue *const queue;
     const Handler<void(ReceivedMessage *)> messageHandler;
     const MessageListener::Options &options;
+    const Ref<PeerTurns> turns;                                 // null where peers have no order of their own
     std::unordered_map<std::uint64_t, Ref<ListenerPeer>> peers; // by their numbers
     Clock::time_point lastRemoval{};
     bool anyMidMessage = false;

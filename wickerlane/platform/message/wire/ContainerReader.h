@@ -54,6 +54,7 @@ private:
 /// What a message may still hold while it is being checked.
 struct DecodeBudget {
     std::size_t values = MessageLimits::values - 1;
+    std::size_t containers = 0; // so far, inside the message
     std::span<UniqueFd> descriptors;
     std::vector<Ref<MessageValue>> made; // of the descriptors so far
 };
@@ -193,6 +194,7 @@ private:
     [[nodiscard]] bool check(const MessageSlot &container, unsigned depth) {
         if (depth > MessageLimits::nesting)
             return false;
+        ++budget->containers;
         ContainerReader inner(container.place, container.length, budget);
         MessageSlot slot;
         std::size_t count = 0;

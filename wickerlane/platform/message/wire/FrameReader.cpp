@@ -33,7 +33,7 @@ bool FrameReader::makeRoom() {
         if (own == nullptr)
             return false;
         std::memcpy(own->bytes(), buffer->bytes() + first, kept);
-        buffer = std::move(own);
+        replaceBuffer(std::move(own));
         first = 0;
         last = kept;
         return true;
@@ -49,11 +49,17 @@ bool FrameReader::makeRoom() {
             return false;
         if (kept != 0)
             std::memcpy(fresh->bytes(), buffer->bytes() + first, kept);
-        buffer = std::move(fresh);
+        replaceBuffer(std::move(fresh));
     }
     first = 0;
     last = kept;
     return true;
+}
+
+void FrameReader::replaceBuffer(Ref<MessageBuffer> fresh) {
+    if (charge && buffer != nullptr && buffer->capacity() == sharedBytes && !buffer->isUnique())
+        buffer->keep(charge(sharedBytes));
+    buffer = std::move(fresh);
 }
 
 FrameReader::Outcome FrameReader::receive(int socket, int flags) {

@@ -9,6 +9,7 @@
 #include "wickerlane/platform/message/wire/MessageLimits.h"
 #include "wickerlane/platform/message/wire/MessageWire.h"
 #include "wickerlane/platform/object/Data.h"
+#include "wickerlane/platform/object/Handler.h"
 
 namespace wickerlane {
 
@@ -16,6 +17,10 @@ namespace wickerlane {
 /// own, which grows with what arrives and in which its data stays. One thread at a time.
 class WL_EXPORT FrameReader {
 public:
+    /// Gives what lives as long as a shared buffer of that many bytes which the reader leaves to the messages
+    /// in it. A single one of them may keep all of it.
+    using Charge = Handler<Ref<Object>(std::size_t bytes)>;
+
     enum class Outcome { bytes, nothing, ended, malformed };
     enum class Next { frame, incomplete, malformed };
 
@@ -25,6 +30,8 @@ public:
         Bytes contents;
         std::vector<UniqueFd> descriptors;
     };
+
+    void setCharge(Charge chosen) { charge = std::move(chosen); }
 
     /// Receives once. `flags` are those of recvmsg(2). With MSG_DONTWAIT `nothing` means that nothing is
     /// there.
@@ -40,6 +47,7 @@ public:
 
 private:
     [[nodiscard]] bool makeRoom();
+    void replaceBuffer(Ref<MessageBuffer> fresh);
 
     static constexpr std::size_t sharedBytes = 32 * 1024;
     static constexpr std::size_t firstBytesOfLongFrame = 1024 * 1024;
@@ -48,6 +56,7 @@ private:
     std::size_t last = 0;
     std::size_t frameLength = 0;
     bool filled = false;
+    Charge charge;
     std::vector<UniqueFd> descriptors; // not yet given out
 };
 

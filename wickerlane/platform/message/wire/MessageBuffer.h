@@ -29,12 +29,16 @@ public:
         return true;
     }
 
+    /// Has an object live as long as this.
+    void keep(Ref<Object> kept) noexcept { keptObject = std::move(kept); }
+
     ~MessageBuffer() override { std::free(memory); }
 
 private:
     MessageBuffer(std::byte *owned, std::size_t capacity) noexcept : memory(owned), size(capacity) {}
     std::byte *memory;
     std::size_t size;
+    Ref<Object> keptObject;
 };
 
 } // namespace wickerlane

@@ -28,7 +28,7 @@ bool readEntries(ContainerReader<Checked> reader, DictionaryStorage &dictionary)
 } // namespace
 
 Ref<MessageDictionary> decodeMessage(const Ref<MessageBuffer> &buffer, Bytes contents,
-                                     std::span<UniqueFd> descriptors) {
+                                     std::span<UniqueFd> descriptors, std::size_t *cost) {
     DecodeBudget budget{.descriptors = descriptors, .made = {}};
     auto dictionary = makeRef<DictionaryStorage>(MessageOrigin{buffer, nullptr});
     if (!readEntries(ContainerReader<false>(contents.data(), contents.size(), &budget), *dictionary) ||
@@ -38,6 +38,10 @@ Ref<MessageDictionary> decodeMessage(const Ref<MessageBuffer> &buffer, Bytes con
         dictionary->origin.descriptors = makeRef<ReceivedDescriptors>();
         dictionary->origin.descriptors->values = std::move(budget.made);
     }
+    if (cost != nullptr)
+        *cost = MessageCost::message + contents.size() +
+                (MessageLimits::values - 1 - budget.values) * MessageCost::value +
+                budget.containers * MessageCost::container + descriptors.size() * MessageCost::descriptor;
     return dictionary;
 }
 

@@ -13,9 +13,10 @@ namespace wickerlane {
 
 /// Reads the contents of a frame, which lie in the buffer, as a dictionary, and checks them whole, nested
 /// containers included. The dictionary reads them in place. Takes the frame's descriptors. Null when anything
-/// is not as it should be.
+/// is not as it should be. `cost`, unless null, gets what MessageCost makes of it.
 [[nodiscard]] WL_EXPORT Ref<MessageDictionary> decodeMessage(const Ref<MessageBuffer> &buffer, Bytes contents,
-                                                             std::span<UniqueFd> descriptors);
+                                                             std::span<UniqueFd> descriptors,
+                                                             std::size_t *cost = nullptr);
 
 /// Reads the contents of an error reply or a refusal. Null when they are not as they should be.
 [[nodiscard]] WL_EXPORT Ref<MessageError> decodeError(Bytes contents);

@@ -29,16 +29,29 @@ struct MessageLimits {
     /// Shared memory that a receiver maps: a picture of 300 megapixels at four bytes fits.
     static constexpr std::size_t sharedMemoryBytes = std::size_t{2} << 30;
 
-    /// Connections of one user to one service. A further one is refused at once, not left waiting.
+    /// Connections of one process to one service. A further one is refused at once, not left waiting.
     std::size_t connections = 64;
-    /// Requests of one connection that wait for their reply: past it the listener stops reading that sender.
-    std::size_t unanswered = 1'024;
-    /// Bytes of one user that a listener holds, each way: past it the listener begins no further message of
-    /// that user. One message is always let through.
-    std::size_t queuedBytes = std::size_t{64} << 20;
-    /// Bytes of answers that a listener keeps for a user who does not read them. Requests that were read
+    /// Connections of all processes of one user: many programs, and one that misbehaves, find room.
+    std::size_t connectionsOfUser = 1'024;
+    /// Messages of one connection that a listener holds, those without reply too: past it the listener stops
+    /// reading that sender.
+    std::size_t heldMessages = 1'024;
+    /// Bytes of one user that a listener holds, each way, as MessageCost reckons them: past it the listener
+    /// begins no further message of that user, and handles none of those who leave answers unread. One
+    /// message is always let through. Both ways together stay below 128 MiB with what is not reckoned.
+    std::size_t queuedBytes = std::size_t{48} << 20;
+    /// The same for what one process sends, so that it leaves room to others of its user.
+    std::size_t queuedBytesOfProcess = std::size_t{32} << 20;
+    /// Bytes of a message that is let through past these limits when its sender has no other in hand, so that
+    /// short requests of a program go on beside another program of its user that floods.
+    std::size_t shortMessage = 16 * 1'024;
+    /// Bytes of answers that a listener keeps for a user who does not read them. Requests that were begun
     /// before the limit above was met may still be answered; past this one the connection ends.
-    std::size_t unreadBytes = std::size_t{512} << 20;
+    std::size_t unreadBytes = std::size_t{320} << 20;
+    /// Peers whose messages are handled at a time where each has its own order, and those of one process:
+    /// bounds the threads of a listener without letting one process take them all.
+    std::size_t turns = 32;
+    std::size_t turnsOfProcess = 4;
     /// How long a listener waits for the next piece of a message that was begun, so that a stalled peer does
     /// not keep its user's share indefinitely.
     std::chrono::milliseconds stalledMessage{10'000};
@@ -50,6 +63,20 @@ struct MessageLimits {
     static constexpr std::chrono::milliseconds startTime{30'000};
     /// How often a client starts a service that dies before it says that it runs.
     static constexpr int startAttempts = 3;
+};
+
+/// What is charged for what is held, in bytes: the memory that it takes at most, in the small parts of which
+/// a hostile peer would send many.
+struct MessageCost {
+    /// Of any message: its objects, with room for a few values.
+    static constexpr std::size_t message = 1'024;
+    /// Of a value, besides its bytes: its place, and the object that is made when it is asked for.
+    static constexpr std::size_t value = 96;
+    /// Of a dictionary or an array within a message, likewise.
+    static constexpr std::size_t container = 768;
+    /// Of a descriptor, of which a process has few: a user's share is 96 of them each way. Of shared memory
+    /// at least this.
+    static constexpr std::size_t descriptor = 512 * 1'024;
 };
 
 } // namespace wickerlane

@@ -2,6 +2,7 @@
 
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <cerrno>
 
 #include "wickerlane/platform/file/Retry.h"
@@ -15,6 +16,14 @@ int descriptorOf(const MessageValue *value) {
     return value->kind() == MessageKind::fileDescriptor
                ? static_cast<const MessageFileDescriptor *>(value)->peek()
                : static_cast<const MessageSharedMemory *>(value)->memory()->descriptor();
+}
+
+/// A descriptor counts until its batch has been sent; shared memory is memory of the sender's.
+std::size_t costOf(const MessageValue *value) {
+    const std::size_t bytes = value->kind() == MessageKind::fileDescriptor
+                                  ? 0
+                                  : static_cast<const MessageSharedMemory *>(value)->memory()->length();
+    return std::max(bytes, MessageCost::descriptor);
 }
 
 } // namespace
@@ -42,8 +51,10 @@ void SendQueue::append(const MessageEncoder &frame) {
         if (std::exchange(begins, false)) {
             waiting.pieces.back().firstDescriptor = waiting.descriptors.size();
             waiting.pieces.back().descriptorCount = frame.descriptors().size();
-            waiting.descriptors.insert(waiting.descriptors.end(), frame.descriptors().begin(),
-                                       frame.descriptors().end());
+            for (const Ref<MessageValue> &value : frame.descriptors()) {
+                waiting.descriptors.push_back(value);
+                waiting.descriptorCost += costOf(value.get());
+            }
         }
         done = end;
     };
@@ -114,6 +125,7 @@ void SendQueue::Batch::clear() {
     gathered.clear();
     pieces.clear();
     descriptors.clear();
+    descriptorCost = 0;
     nextPiece = 0;
     sentOfPiece = 0;
 }
@@ -126,6 +138,7 @@ SendQueue::Outcome SendQueue::flush(Mutex &mutex, int socket, int flags, std::ui
             current.clear();
             std::swap(current, waiting);
             currentBytes = current.gathered.size();
+            currentDescriptorCost = current.descriptorCost;
         }
         ssize_t count = 0;
         int error = 0;
@@ -139,7 +152,7 @@ SendQueue::Outcome SendQueue::flush(Mutex &mutex, int socket, int flags, std::ui
                 current.clear(); // what was lent goes back to its owner without the mutex
         }
         if (isFinished)
-            currentBytes = 0;
+            currentBytes = currentDescriptorCost = 0;
         if (count < 0) {
             outcome = error == EAGAIN || error == EWOULDBLOCK ? Outcome::blocked : Outcome::failed;
             break;

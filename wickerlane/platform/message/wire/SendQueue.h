@@ -26,6 +26,10 @@ public:
     [[nodiscard]] std::uint64_t appended() const noexcept { return appendedBytes; } ///< Bytes, ever.
     [[nodiscard]] std::uint64_t sent() const noexcept { return sentBytes; }         ///< Bytes, ever.
     [[nodiscard]] std::size_t queuedBytes() const noexcept { return appendedBytes - sentBytes; }
+    /// What MessageCost makes of all that waits.
+    [[nodiscard]] std::size_t cost() const noexcept {
+        return queuedBytes() + waiting.descriptorCost + currentDescriptorCost;
+    }
     /// Bytes that are kept here, without those that are lent.
     [[nodiscard]] std::size_t gatheredBytes() const noexcept {
         return waiting.gathered.size() + currentBytes;
@@ -48,6 +52,7 @@ private:
         std::vector<char> gathered;
         std::vector<Piece> pieces;
         std::vector<Ref<MessageValue>> descriptors;
+        std::size_t descriptorCost = 0;
         std::size_t nextPiece = 0;
         std::size_t sentOfPiece = 0;
 
@@ -61,6 +66,7 @@ private:
     Batch waiting;
     Batch current; // belongs to the thread in flush()
     std::size_t currentBytes = 0;
+    std::size_t currentDescriptorCost = 0;
     bool isFlushing = false;
     std::uint64_t appendedBytes = 0;
     std::uint64_t sentBytes = 0;

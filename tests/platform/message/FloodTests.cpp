@@ -1,0 +1,202 @@
+// Peers that send more than a service can take at once: what it holds of them, and who is served next.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+
+#include <condition_variable>
+#include <mutex>
+
+#include "RawSocket.h"
+#include "Service.h"
+#include "tests/support/WaitUntil.h"
+#include "wickerlane/platform/message/service/ServiceSocket.h"
+#include "wickerlane/platform/message/wire/MessageEncoder.h"
+
+using namespace wickerlane;
+using namespace wickerlane::test;
+
+namespace {
+
+/// What a service holds: its handler keeps every message until it is told to let go of all.
+class Keeper {
+public:
+    void operator()(ReceivedMessage *received) {
+        const std::lock_guard lock(mutex);
+        kept.emplace_back(received);
+        most = std::max(most, kept.size());
+        changed.notify_all();
+    }
+    /// Lets go again and again until that many messages have come; the most that were held at a time.
+    std::size_t mostHeldOf(std::size_t count) {
+        for (std::size_t seen = 0; seen < count;) {
+            std::vector<Ref<ReceivedMessage>> released;
+            std::unique_lock lock(mutex);
+            if (!changed.wait_for(lock, longTime, [this] { return !kept.empty(); }))
+                throw std::runtime_error("nothing came");
+            // So that the listener can take all that it takes before something is released.
+            changed.wait_for(lock, std::chrono::milliseconds(20), [&] { return kept.size() > count; });
+            released.swap(kept);
+            lock.unlock();
+            seen += released.size();
+        }
+        return most;
+    }
+
+private:
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::vector<Ref<ReceivedMessage>> kept;
+    std::size_t most = 0;
+};
+
+Ref<MessageDictionary> withEmptyValues(std::size_t count) {
+    const auto array = MessageArray::create();
+    for (std::size_t i = 0; i < count; ++i)
+        array->append(MessageDictionary::create().get());
+    const auto message = MessageDictionary::create();
+    message->set("values", array.get());
+    return message;
+}
+
+Ref<MessageDictionary> withDescriptors(std::size_t count) {
+    const auto message = MessageDictionary::create();
+    const UniqueFd file(open("/dev/null", O_RDONLY | O_CLOEXEC));
+    for (std::size_t i = 0; i < count; ++i)
+        message->setDescriptor(std::to_string(i).c_str(), file.get());
+    return message;
+}
+
+} // namespace
+
+// None of these has a body worth mentioning.
+TEST(Listener, HoldsFewMessagesOfASenderWhateverTheyAreMadeOf) {
+    constexpr std::size_t mebibyte = 1 << 20;
+    const struct {
+        const char *name;
+        Ref<MessageDictionary> message;
+        std::size_t sent, heldMessages, queuedBytes, most;
+    } cases[] = {
+        {"empty", MessageDictionary::create(), 6000, 16, 64 * mebibyte, 3000},
+        {"empty, and few bytes allowed", MessageDictionary::create(), 6000, 10'000, mebibyte / 2, 3000},
+        {"of empty values", withEmptyValues(2000), 100, 1000, 4 * mebibyte, 10},
+        {"with descriptors", withDescriptors(8), 40, 1000, 8 * mebibyte, 5},
+    };
+    for (const auto &[name, message, sent, heldMessages, queuedBytes, most] : cases) {
+        SCOPED_TRACE(name);
+        MessageListener::Options options;
+        options.limits.heldMessages = heldMessages;
+        options.limits.queuedBytes = queuedBytes;
+        Keeper keeper;
+        const auto listener = listen([&](ReceivedMessage *received) { keeper(received); }, nullptr, options);
+        const auto connection = connect();
+        for (std::size_t i = 0; i < sent; ++i)
+            connection->send(message.get());
+        EXPECT_LE(keeper.mostHeldOf(sent), most);
+        listener->cancel();
+    }
+}
+
+TEST(Listener, TakesAShortRequestBesideASenderThatHasFilledTheShareOfItsUser) {
+    MessageListener::Options options;
+    options.limits.queuedBytes = 256 * 1024;
+    std::mutex mutex;
+    std::vector<Ref<ReceivedMessage>> kept;
+    const auto listener = listen(
+        [&](ReceivedMessage *received) {
+            if (received->wantsReply())
+                return received->reply(received->message());
+            const std::lock_guard lock(mutex);
+            kept.emplace_back(received);
+        },
+        nullptr, options);
+    const auto flooding = connect();
+    const auto large = MessageDictionary::create();
+    large->setData("bytes", std::string(200 * 1024, 'x').data(), 200 * 1024);
+    for (int i = 0; i < 4; ++i)
+        flooding->send(large.get());
+    const auto other = connect();
+    ASSERT_TRUE(waitUntil([&] {
+        const std::lock_guard lock(mutex);
+        return !kept.empty();
+    }));
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(numberOf(other->sendWithReplySync(numbered(i).get()).get()), i);
+    const std::lock_guard lock(mutex);
+    EXPECT_EQ(kept.size(), 1U) << "the share holds no two";
+    kept.clear();
+}
+
+TEST(Listener, ServesAFewPeersOfAProcessAtATime) {
+    MessageListener::Options options{.idle = {}, .ordersEachPeer = true};
+    options.limits.turns = 3;
+    options.limits.turnsOfProcess = 2;
+    std::mutex mutex;
+    std::condition_variable changed;
+    int running = 0, most = 0, handled = 0;
+    const auto listener = listen(
+        [&](ReceivedMessage *received) {
+            std::unique_lock lock(mutex);
+            most = std::max(most, ++running);
+            // Long enough for a third to come, were it let in.
+            changed.wait_for(lock, std::chrono::milliseconds(20), [&] { return running > 2; });
+            --running;
+            ++handled;
+            lock.unlock();
+            received->reply(received->message());
+        },
+        WorkQueue::global(), options);
+    constexpr int peers = 8, requests = 3;
+    std::vector<Ref<MessageConnection>> connections;
+    std::atomic<int> replies{0};
+    for (int i = 0; i < peers; ++i)
+        connections.push_back(connect());
+    for (int i = 0; i < requests; ++i)
+        for (const auto &connection : connections)
+            connection->sendWithReply(numbered(i).get(), nullptr, [&](MessageValue *) { ++replies; });
+    EXPECT_TRUE(waitUntil([&] { return replies == peers * requests; }));
+    const std::lock_guard lock(mutex);
+    EXPECT_EQ(handled, peers * requests);
+    EXPECT_EQ(most, 2);
+}
+
+TEST(Listener, LetsAPeerThatReadsNothingWaitForItsTurn) {
+    constexpr int requests = 200;
+    for (const bool isGone : {false, true}) {
+        SCOPED_TRACE(isGone ? "and goes away" : "and reads at last");
+        MessageListener::Options options{.idle = {}, .ordersEachPeer = true};
+        options.limits.queuedBytes = 1 << 20;
+        std::atomic<int> handled{0};
+        std::atomic<int> postponed{0}, ran{0};
+        const auto listener = listen(
+            [&](ReceivedMessage *received) {
+                ++handled;
+                const std::string bytes(100'000, 'b');
+                auto answer = MessageDictionary::create();
+                answer->setData("bytes", bytes.data(), bytes.size());
+                received->reply(answer.get());
+                if (received->peer()->postponeUntilRead([&ran] { ++ran; }))
+                    ++postponed;
+            },
+            WorkQueue::global(), options);
+        UniqueFd deaf = ServiceSocket(serviceName).connect();
+        MessageEncoder request;
+        ASSERT_EQ(request.encode(FrameKind::request, 1, numbered(1).get()), nullptr);
+        for (int i = 0; i < requests; ++i)
+            ASSERT_EQ(send(deaf.get(), request.gathered().data(), request.gathered().size(), MSG_NOSIGNAL),
+                      static_cast<ssize_t>(request.gathered().size()));
+        ASSERT_TRUE(waitUntil([&] { return postponed != 0; }));
+        EXPECT_EQ(ran, 0);
+        const auto other = connect();
+        EXPECT_EQ(other->sendWithReplySync(numbered(1).get())->kind(), MessageKind::dictionary);
+        EXPECT_LT(handled, 50) << "ten answers are the limit";
+        if (isGone) {
+            deaf.reset();
+        } else {
+            shutdown(deaf.get(), SHUT_WR);
+            std::string answers;
+            EXPECT_TRUE(readToEnd(deaf.get(), answers));
+        }
+        EXPECT_TRUE(waitUntil([&] { return handled == requests + 1; })) << "what was sent is handled";
+        EXPECT_TRUE(waitUntil([&] { return ran == postponed; }));
+        listener->cancel();
+    }
+}
