@@ -9,6 +9,8 @@ namespace wickerlane::hoardd {
 
 namespace {
 
+// Of one client. The listener holds fewer messages of a connection.
+constexpr std::size_t maxBeside = 4'096;
 constexpr std::size_t maxLongWork = 64;
 
 } // namespace
@@ -20,20 +22,21 @@ std::vector<std::span<const Operation>> allOperations() {
 }
 
 Daemon::Daemon(DaemonOptions options)
-    : settings(options), jobs(options.maxJobs),
+    : settings(options), jobs(options.maxJobs), beside(maxBeside),
       longWork(maxLongWork, 1, "too much long work is waiting; try again later"),
       folder(store::LibraryPaths(), [this](Library &library) { prepareLibrary(library); }),
       dispatcher({.operations = allOperations(),
                   .folder = &folder,
                   .openLibrary = [this] { return folder.open(); },
                   .jobs = &jobs,
+                  .beside = &beside,
                   .longWork = &longWork}) {
 }
 
 void Daemon::prepareLibrary(Library &library) {
     recoverSaves(library);
     // Beside the requests.
-    static_cast<void>(longWork.add({[&library] { makeThumbnailsLeftDue(library); }}));
+    static_cast<void>(ClientJobs::ownOf(longWork).add({[&library] { makeThumbnailsLeftDue(library); }}));
 }
 
 Result<> Daemon::start(Handler<void()> ended) {
@@ -45,7 +48,8 @@ Result<> Daemon::start(Handler<void()> ended) {
         {.idleTime = settings.idleTime, .idle = std::move(ended), .ordersEachPeer = true}, &reason);
     if (!listener)
         return fail(ProblemKind::failed, reason);
-    listener->resume();
+    if (!listener->resume())
+        return fail(ProblemKind::failed, "the system has no thread left");
     return {};
 }
 
@@ -53,6 +57,8 @@ void Daemon::stop() {
     jobs.close();
     folder.end();
     longWork.close();
+    dispatcher.end();
+    beside.close();
     listener->cancel(); // after the saves, so that they are answered
     dispatcher.stop();
     if (Library *library = folder.opened())

@@ -17,7 +17,7 @@ namespace wickerlane::hoardd {
 
 struct DaemonOptions {
     std::chrono::milliseconds idleTime{30'000}; ///< Without a connection; then the daemon ends. 0: never.
-    std::size_t maxJobs = 256;                  ///< Saves that wait or run; further ones are refused.
+    std::size_t maxJobs = 256; ///< Saves of a client that wait or run; further ones are refused.
 };
 
 /// One for a process. Thread-safe.
@@ -36,6 +36,7 @@ private:
 
     const DaemonOptions settings;
     JobQueue jobs;     // saves and pictures
+    JobQueue beside;   // what reads or decodes for a moment
     JobQueue longWork; // rebuilds, analyses, repairs: one at a time, so that saves go on beside them
     LibraryFolder folder;
     Dispatcher dispatcher;

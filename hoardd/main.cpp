@@ -1,5 +1,6 @@
 // hoardd: the daemon that owns the photo library.
 #include <sys/epoll.h>
+#include <sys/resource.h>
 #include <sys/signalfd.h>
 
 #include <CLI/CLI.hpp>
@@ -26,7 +27,17 @@ UniqueFd redirectSignals() {
     return UniqueFd(signalfd(-1, &ending, SFD_CLOEXEC | SFD_NONBLOCK));
 }
 
+/// Each client takes two descriptors, and the usual limit is meant for programs that have few.
+void raiseDescriptorLimit() {
+    rlimit limit{};
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0)
+        return;
+    limit.rlim_cur = limit.rlim_max;
+    setrlimit(RLIMIT_NOFILE, &limit);
+}
+
 int serve(const DaemonOptions &options) {
+    raiseDescriptorLimit();
     const UniqueFd signals = redirectSignals();
     // Never destroyed: threads of the queues may still use it when main() returns.
     static NeverDestroyed<Daemon> kept(options);
@@ -36,6 +47,10 @@ int serve(const DaemonOptions &options) {
         return 1;
     }
     const auto source = DescriptorSource::create(signals.get(), [](std::uint32_t) { WorkQueue::stopMain(); });
+    if (source == nullptr) {
+        consoleLog("hoardd: the system has no thread or no descriptor left");
+        return 1;
+    }
     source->arm(EPOLLIN);
     // The main queue is served so that changed log levels reach this process.
     WorkQueue::runMain();
@@ -59,7 +74,8 @@ int main(int argc, char **argv) {
     app.add_option("--idle-seconds", idleSeconds, "End after this time without a connection; 0 means never")
         ->check(CLI::Range(0.0, 1e6))
         ->capture_default_str();
-    app.add_option("--max-jobs", options.maxJobs, "Saves that may wait or run; further ones are refused")
+    app.add_option("--max-jobs", options.maxJobs,
+                   "Saves of a client that may wait or run; further ones are refused")
         ->capture_default_str();
     CLI11_PARSE(app, argc, argv);
     options.idleTime = std::chrono::milliseconds(static_cast<std::int64_t>(idleSeconds * 1000));

@@ -15,7 +15,7 @@ using Results = std::vector<Result<SavedAsset>>;
 
 struct Batch {
     Library &library;
-    JobQueue &queue;
+    const ClientJobs queue;
     const SavesEnded ended;
     std::vector<SaveJob> jobs;
     Results results;
@@ -56,12 +56,12 @@ void begin(const Chunk &chunk) {
 
 } // namespace
 
-Result<> startSaves(Library &library, JobQueue &queue, std::vector<SaveJob> jobs, SavesEnded ended) {
+Result<> startSaves(Library &library, ClientJobs queue, std::vector<SaveJob> jobs, SavesEnded ended) {
     const std::size_t count = jobs.size();
     const std::size_t perChunk = std::clamp<std::size_t>(count / queue.lanes(), 1, maxFilesPerCommit);
     const std::shared_ptr<Batch> batch(new Batch{library, queue, std::move(ended), std::move(jobs),
                                                  Results(count), (count + perChunk - 1) / perChunk});
-    std::vector<JobQueue::Job> chunks;
+    std::vector<ClientJobs::Job> chunks;
     for (std::size_t first = 0; first < count; first += perChunk)
         chunks.push_back([chunk = Chunk{batch, first, std::min(perChunk, count - first)}] { begin(chunk); });
     return queue.add(std::move(chunks));

@@ -15,7 +15,7 @@ using SavesEnded = Handler<void(std::span<const Result<SavedAsset>>)>;
 
 /// Saves jobs (at least one) in chunks, each with one commit. The thumbnails of a chunk are made after the
 /// jobs that wait, so that all are listed early. `queueFull` when the queue takes no more.
-[[nodiscard]] Result<> startSaves(Library &library, JobQueue &queue, std::vector<SaveJob> jobs,
+[[nodiscard]] Result<> startSaves(Library &library, ClientJobs queue, std::vector<SaveJob> jobs,
                                   SavesEnded ended);
 
 } // namespace wickerlane::hoardd

@@ -1,5 +1,7 @@
 #include "hoardd/service/OperationFamilies.h"
 
+#include <algorithm>
+
 #include "hoardd/saving/SaveBatch.h"
 #include "hoardd/service/Call.h"
 #include "wickerlane/platform/object/Number.h"
@@ -51,11 +53,28 @@ void answerSave(const Call &call, const Result<SavedAsset> &saved) {
                     .set(keys::jobQueueFull, false));
 }
 
-void answerBatch(const Call &call, std::span<const Result<SavedAsset>> saves) {
-    auto dictionaries = MutableArray::create();
+/// The most jobs of a batch that are saved: bounds what one request makes the daemon hold.
+constexpr std::size_t maxJobsOfBatch = 4'096;
+/// The most results that are sure to fit into an answer, at four values each.
+constexpr std::size_t maxResultsOfBatch = 256 * 1'024;
+
+Ref<MessageDictionary> codedResult(const Result<SavedAsset> &saved) {
+    return Ref<MessageDictionary>::adopt(JXJobCreateMsgDictionaryFromDictionary(describeSave(saved).get()));
+}
+
+/// The jobs after those that were saved, `count` in all, share one result.
+void answerBatch(const Call &call, std::span<const Result<SavedAsset>> saves, std::size_t count) {
+    const auto results = MessageArray::create();
     for (const auto &saved : saves)
-        dictionaries->append(describeSave(saved).get());
-    call.answer(Answer().set(keys::resultJobDictionaries, dictionaries.get()));
+        results->append(codedResult(saved).get());
+    if (saves.size() < count) {
+        const auto tooMany =
+            codedResult(fail(ProblemKind::invalid,
+                             "not saved: a batch has at most " + std::to_string(maxJobsOfBatch) + " jobs"));
+        for (std::size_t i = saves.size(); i < count; ++i)
+            results->append(tooMany.get());
+    }
+    call.answer(Answer().setValue(keys::resultJobDictionaries, results.get()));
 }
 
 /// A value that is there but can't be read is not the same as none.
@@ -71,7 +90,7 @@ Result<SaveJob> readSaveRequest(const Call &call) {
     return job;
 }
 
-Result<> saveAsset(Library &library, JobQueue &queue, const Call &call) {
+Result<> saveAsset(Library &library, ClientJobs queue, const Call &call) {
     auto job = readSaveRequest(call);
     if (!job)
         return passOn(job);
@@ -87,19 +106,23 @@ std::optional<Answer> byNoDataOrQueueFull(const Refusal &refusal) {
     return Answer().set(keys::noData, noData).set(keys::jobQueueFull, isFull);
 }
 
-Result<> batchSaveAssets(Library &library, JobQueue &queue, const Call &call) {
+Result<> batchSaveAssets(Library &library, ClientJobs queue, const Call &call) {
     const MessageArray *coded = call.message()->getArray(keys::jobDictionaries.text);
     // A job that can't be read stays in its place, without data, so that the results keep the order of the
     // jobs.
-    std::vector<SaveJob> jobs(coded->count());
+    const std::size_t count = coded->count();
+    if (count > maxResultsOfBatch)
+        return fail(ProblemKind::invalid, "a batch has at most " + std::to_string(maxJobsOfBatch) + " jobs");
+    std::vector<SaveJob> jobs(std::min(count, maxJobsOfBatch));
     for (std::size_t i = 0; i < jobs.size(); ++i)
         jobs[i] = {JXJobDictionaryFromMsgDictionary(coded->at(i)), nullptr, nullptr, call.mayReadFiles()};
     if (jobs.empty()) {
-        answerBatch(call, {});
+        answerBatch(call, {}, 0);
         return {};
     }
-    return startSaves(library, queue, std::move(jobs),
-                      [call](std::span<const Result<SavedAsset>> saves) { answerBatch(call, saves); });
+    return startSaves(
+        library, queue, std::move(jobs),
+        [call, count](std::span<const Result<SavedAsset>> saves) { answerBatch(call, saves, count); });
 }
 
 constexpr Operation operations[] = {

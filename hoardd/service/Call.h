@@ -32,6 +32,11 @@ public:
     }
     [[nodiscard]] MessageDictionary *message() const noexcept { return received->message(); }
     [[nodiscard]] const PeerIdentity &peer() const noexcept { return received->peer()->identity(); }
+    [[nodiscard]] bool wantsReply() const noexcept { return received->wantsReply(); }
+    /// As MessagePeer has it.
+    [[nodiscard]] bool postponeUntilRead(Handler<void()> work) const {
+        return received->peer()->postponeUntilRead(std::move(work));
+    }
     /// Whether the caller has this process's rights to files, so that files may be read for it.
     [[nodiscard]] bool mayReadFiles() const noexcept;
 

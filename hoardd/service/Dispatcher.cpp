@@ -2,7 +2,6 @@
 
 #include "hoardd/service/Access.h"
 #include "hoardd/service/Ending.h"
-#include "wickerlane/platform/queue/WorkQueue.h"
 
 namespace wickerlane::hoardd {
 
@@ -31,6 +30,10 @@ Result<> checkCaller(const Operation &operation, const PeerIdentity &peer) {
     return {};
 }
 
+ClientJobs jobsOf(const Call &call, JobQueue &queue) {
+    return {queue, call.peer().process, call.wantsReply()};
+}
+
 } // namespace
 
 // Several rows may share a code: the request is served by the first whose shape it has.
@@ -54,6 +57,7 @@ Result<const Operation *> Dispatcher::find(const Call &call) const {
 }
 
 void Dispatcher::dispatch(const Call &received) {
+    memory.noteWork();
     const auto operation = find(received);
     if (!operation)
         return received.refuse(operation.error());
@@ -85,14 +89,28 @@ Result<> Dispatcher::begin(const Operation &operation, const Call &call, const s
         work();
         return {};
     case Runs::beside:
-        WorkQueue::global()->async([work, held] { work(); });
-        return {};
+        return jobsOf(call, *options.beside).add({[this, &operation, library, call, held] {
+            serveWhenRead(operation, library, call, held);
+        }});
     case Runs::asJob:
-        return options.jobs->add({work});
+        return jobsOf(call, *options.jobs).add({work});
     case Runs::longWork:
-        return options.longWork->add({work});
+        return jobsOf(call, *options.longWork).add({work});
     }
     return {};
+}
+
+void Dispatcher::serveWhenRead(const Operation &operation, Library *library, const Call &call,
+                               const std::shared_ptr<void> &held) {
+    if (isEnding())
+        return call.refuse(stopped().value());
+    const auto again = [this, &operation, library, call, held] {
+        jobsOf(call, *options.beside).addRest([this, &operation, library, call, held] {
+            serveWhenRead(operation, library, call, held);
+        });
+    };
+    if (!call.postponeUntilRead(again))
+        serve(operation, library, call);
 }
 
 void Dispatcher::serve(const Operation &operation, Library *library, const Call &call) const {
@@ -111,7 +129,7 @@ Result<std::optional<Answer>> Dispatcher::handle(const Operation &operation, Lib
         return (*onFolder)(*options.folder, call);
     if (const auto *onLibrary = std::get_if<LibraryHandler>(&operation.handler))
         return (*onLibrary)(*library, call);
-    const auto begun = std::get<JobsHandler>(operation.handler)(*library, *options.jobs, call);
+    const auto begun = std::get<JobsHandler>(operation.handler)(*library, jobsOf(call, *options.jobs), call);
     if (!begun)
         return passOn(begun);
     return std::nullopt;
@@ -129,6 +147,16 @@ void Dispatcher::endServing() {
     const MutexLock lock(mutex);
     if (--serving == 0)
         served.notifyAll();
+}
+
+bool Dispatcher::isEnding() {
+    const MutexLock lock(mutex);
+    return isStopping;
+}
+
+void Dispatcher::end() {
+    const MutexLock lock(mutex);
+    isStopping = true;
 }
 
 void Dispatcher::stop() {

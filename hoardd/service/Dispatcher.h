@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "hoardd/service/Call.h"
+#include "hoardd/service/MemoryTrim.h"
 #include "wickerlane/platform/object/Mutex.h"
 
 namespace wickerlane::hoardd {
@@ -20,6 +21,7 @@ public:
         LibraryFolder *folder = nullptr;                    ///< Borrowed, as the queues are.
         Handler<Result<Library *>()> openLibrary;           ///< The open library, which lives on.
         JobQueue *jobs = nullptr;
+        JobQueue *beside = nullptr; ///< What takes a moment longer than other requests.
         JobQueue *longWork = nullptr;
     };
     explicit Dispatcher(Options chosen) : options(std::move(chosen)) {}
@@ -28,7 +30,9 @@ public:
     /// the handler where the row says. Each request that wants a reply gets one.
     void dispatch(const Call &call);
 
-    /// Takes no more, and waits until what is being served has been. The queues are closed before.
+    /// From now on refuses what comes, and what waits to be read or decoded.
+    void end();
+    /// Waits until what is being served has been. The queues are closed before.
     void stop();
 
 private:
@@ -38,13 +42,19 @@ private:
     [[nodiscard]] Result<> begin(const Operation &operation, const Call &call,
                                  const std::shared_ptr<void> &held);
     void serve(const Operation &operation, Library *library, const Call &call) const;
+    /// Serves in the queue of what runs beside others. Answers of these may be large: none is made for a peer
+    /// that leaves others unread.
+    void serveWhenRead(const Operation &operation, Library *library, const Call &call,
+                       const std::shared_ptr<void> &held);
     /// Nothing when jobs have been begun that answer the call.
     [[nodiscard]] Result<std::optional<Answer>> handle(const Operation &operation, Library *library,
                                                        const Call &call) const;
     [[nodiscard]] std::shared_ptr<void> beginServing();
     void endServing();
+    [[nodiscard]] bool isEnding();
 
     const Options options;
+    MemoryTrim memory;
     Mutex mutex;
     Condition served;
     std::size_t serving WL_GUARDED_BY(mutex) = 0;

@@ -7,6 +7,7 @@
 #include "wickerlane/platform/device/Device.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/platform/process/ProcessTransaction.h"
+#include "wickerlane/platform/queue/BlockingRegion.h"
 #include "wickerlane/platform/queue/WorkQueue.h"
 
 namespace wickerlane::hoardd {
@@ -17,37 +18,46 @@ JobQueue::JobQueue(std::size_t maxJobs, std::size_t maxRunning, const char *text
       maxUnfinished(maxJobs), maxLanes(maxRunning != 0 ? maxRunning : deviceProcessorCount() + 1) {
 }
 
-Result<> JobQueue::add(std::vector<Job> jobs) {
+Result<> JobQueue::add(pid_t client, std::vector<Job> jobs, bool mayRefuse) {
     std::size_t started = 0;
     {
         const MutexLock lock(mutex);
         // One place is enough: a request that is itself larger than the queue must not be refused for ever.
-        if (isClosed || unfinished >= maxUnfinished)
+        const auto line = lines.find(client);
+        const std::size_t unfinished = line != lines.end() ? line->second.unfinished : 0;
+        if (isClosed || (mayRefuse && unfinished >= maxUnfinished))
             return fail(ProblemKind::queueFull, textOfFull);
         for (Job &job : jobs)
-            enqueue(std::move(job));
-        started = std::min(jobs.size(), maxLanes - lanesRunning);
-        lanesRunning += started;
+            enqueue(client, std::move(job));
+        started = lanesToStart(jobs.size());
     }
     start(started);
     return {};
 }
 
-void JobQueue::addRest(Job rest) {
+void JobQueue::addRest(pid_t client, Job rest) {
     std::size_t started = 0;
     {
         const MutexLock lock(mutex);
-        enqueue(std::move(rest));
-        started = lanesRunning < maxLanes ? 1 : 0;
-        lanesRunning += started;
+        enqueue(client, std::move(rest));
+        started = lanesToStart(1);
     }
     start(started);
 }
 
-void JobQueue::enqueue(Job job) {
+void JobQueue::enqueue(pid_t client, Job job) {
     beginProcessTransaction();
-    waiting.push_back(std::move(job));
-    ++unfinished;
+    Line &line = lines[client];
+    if (line.waiting.empty())
+        turns.push_back(client);
+    line.waiting.push_back(std::move(job));
+    ++line.unfinished;
+}
+
+std::size_t JobQueue::lanesToStart(std::size_t jobs) {
+    const std::size_t started = std::min(jobs, maxLanes - lanesRunning);
+    lanesRunning += started;
+    return started;
 }
 
 void JobQueue::start(std::size_t lanes) {
@@ -57,12 +67,18 @@ void JobQueue::start(std::size_t lanes) {
 
 void JobQueue::runLane() {
     MutexLock lock(mutex);
-    while (!waiting.empty()) {
+    while (!turns.empty()) {
+        const pid_t client = turns.front();
+        turns.pop_front();
+        std::deque<Job> &waiting = lines[client].waiting;
         Job job = std::move(waiting.front());
         waiting.pop_front();
+        if (!waiting.empty())
+            turns.push_back(client);
         lock.unlock();
         {
-            ReleaseScope scope;
+            const ReleaseScope scope;
+            const BlockingRegion region; // what is quick gets another thread at once
             try {
                 job();
             } catch (const std::exception &failure) {
@@ -72,7 +88,8 @@ void JobQueue::runLane() {
         }
         endProcessTransaction();
         lock.lock();
-        --unfinished;
+        if (--lines[client].unfinished == 0)
+            lines.erase(client);
     }
     if (--lanesRunning == 0)
         emptied.notifyAll();

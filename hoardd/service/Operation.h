@@ -23,7 +23,7 @@ using FolderHandler = Result<Answer> (*)(LibraryFolder &, const Call &);
 /// Serves the open library.
 using LibraryHandler = Result<Answer> (*)(Library &, const Call &);
 /// Begins jobs on the open library, the last of which answers the call.
-using JobsHandler = Result<> (*)(Library &, JobQueue &, const Call &);
+using JobsHandler = Result<> (*)(Library &, ClientJobs, const Call &);
 
 enum class Callers {
     everybody,
@@ -33,7 +33,7 @@ enum class Callers {
 /// When and where a handler runs. Requests of one peer begin in the order in which they came.
 enum class Runs {
     inOrder,  ///< Before the peer's next request: what is quick.
-    beside,   ///< Beside the peer's next requests: what reads or decodes for a moment.
+    beside,   ///< Beside the peer's next requests, a few at a time: what reads or decodes for a moment.
     asJob,    ///< In the bounded queue of saves and pictures.
     longWork, ///< In the bounded queue of long work, one at a time.
 };
