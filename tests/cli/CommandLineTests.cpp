@@ -29,7 +29,7 @@ TEST_F(Commands, TheExitCodeSaysWhatIsWrong) {
         {{"consent", "grant", "/bin/true", "--user", "-7"}, 2, "--user"},
         {{"person", "p1", "name"}, 2, "KEY=VALUE"},
         {{"export"}, 2, "ASSET"},
-        {{"export", "--all", "--to", "/dev/null/folder"}, 1, "/dev/null"},
+        {{"export", "--all", "--to", "/dev/null/folder"}, 2, "/dev/null"},
         {{"thumbnail", uuid, "--to", "/nonexistent/file"}, 1, "/nonexistent/file"},
         {{"export", uuid, "--to", "/dev/null/file"}, 1, "/dev/null"},
         {{"preview", uuid, "/nonexistent/file"}, 1, "/nonexistent/file"},
