@@ -27,6 +27,8 @@ PlainOptional<CaptureDate> plausibleDate(const PlainOptional<CaptureDate> &answe
     CaptureDate date{answered->seconds, answered->nanoseconds};
     if (const auto &zone = answered->zoneMinutes; zone && *zone > -maxZoneMinutes && *zone < maxZoneMinutes)
         date.zoneMinutes = *zone;
+    else
+        date.isInstant = answered->isInstant != 0 ? 1 : 0;
     return date;
 }
 

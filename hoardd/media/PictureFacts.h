@@ -13,11 +13,12 @@ namespace wickerlane::hoardd {
 
 /// When a picture was taken.
 struct CaptureDate {
-    /// Seconds since 1970 and nanoseconds within the second. UTC when the zone is known; otherwise the
-    /// camera's wall clock read as if it were UTC, which keeps pictures of one camera in order.
+    /// Seconds since 1970 and nanoseconds within the second. UTC when the zone is known, or when it is an
+    /// instant; otherwise the camera's wall clock read as if it were UTC.
     std::int64_t seconds = 0;
     std::uint32_t nanoseconds = 0;
     PlainOptional<int> zoneMinutes{}; ///< The camera's clock minus UTC, when the file says so.
+    std::uint32_t isInstant = 0;      ///< The file says the instant, but not what the camera's clock showed.
 };
 
 /// Where a picture was taken, in degrees; north and east are positive.

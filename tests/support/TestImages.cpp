@@ -206,6 +206,10 @@ Bytes exifBytes(const TestExif &exif) {
     place.text(3, exif.longitudeRef);
     if (exif.longitude)
         place.fractions(4, *exif.longitude, exif.gpsDenominator);
+    if (exif.gpsTime)
+        place.fractions(7, *exif.gpsTime, 1);
+    place.text(9, exif.gpsStatus);
+    place.text(29, exif.gpsDate);
 
     camera.text(0x010F, exif.make);
     camera.text(0x0110, exif.model);

@@ -60,6 +60,9 @@ struct TestExif {
     std::string latitudeRef;  ///< "N" or "S"
     std::string longitudeRef; ///< "E" or "W"
     std::uint32_t gpsDenominator = 1;
+    std::string gpsDate; ///< "2021:06:15"
+    std::optional<std::array<std::uint32_t, 3>> gpsTime;
+    std::string gpsStatus; ///< "A" with a fix, "V" without
     Bytes preview; ///< The small JPEG of the picture; empty for none.
 };
 

@@ -1,14 +1,14 @@
 #include "hoardd/media/worker/Metadata.h"
 
 #include <algorithm>
-#include <charconv>
-#include <chrono>
 #include <cmath>
 #include <exiv2/exiv2.hpp>
 #include <initializer_list>
 #include <optional>
-#include <string_view>
 #include <vector>
+
+#include "hoardd/media/worker/DateText.h"
+#include "hoardd/media/worker/Places.h"
 
 namespace wickerlane::hoardd::media {
 
@@ -33,123 +33,42 @@ std::string xmpText(const Exiv2::XmpData &xmp, std::initializer_list<const char 
     return {};
 }
 
-// Reads along a text; every step answers whether it found what it looks for.
-class Scanner {
-public:
-    explicit Scanner(std::string_view text) : rest(text) {}
-
-    bool digits(std::size_t count, int &value) {
-        if (rest.size() < count)
-            return false;
-        const auto [end, error] = std::from_chars(rest.data(), rest.data() + count, value);
-        if (error != std::errc() || end != rest.data() + count || rest.front() == '-')
-            return false;
-        rest.remove_prefix(count);
-        return true;
+/// The time of the satellites, in seconds since 1970 UTC.
+std::optional<std::int64_t> satelliteTime(const Exiv2::ExifData &exif) {
+    const auto time = exif.findKey(Exiv2::ExifKey("Exif.GPSInfo.GPSTimeStamp"));
+    if (time == exif.end() || time->typeId() != Exiv2::unsignedRational || time->count() != 3)
+        return std::nullopt;
+    const auto day = dateOf(exifText(exif, {"Exif.GPSInfo.GPSDateStamp"}).append(" 00:00:00"));
+    double seconds = 0;
+    for (long part = 0; part < 3; ++part) {
+        const auto [above, below] = time->toRational(part);
+        if (above < 0 || below <= 0)
+            return std::nullopt;
+        seconds = seconds * 60 + static_cast<double>(above) / below;
     }
-    bool oneOf(std::string_view characters) {
-        if (rest.empty() || characters.find(rest.front()) == std::string_view::npos)
-            return false;
-        rest.remove_prefix(1);
-        return true;
-    }
-    bool number(double &value) {
-        if (rest.empty() || rest.front() < '0' || rest.front() > '9')
-            return false;
-        const auto [end, error] = std::from_chars(rest.data(), rest.data() + rest.size(), value);
-        if (error != std::errc())
-            return false;
-        rest.remove_prefix(static_cast<std::size_t>(end - rest.data()));
-        return true;
-    }
-    [[nodiscard]] std::string_view remaining() const { return rest; }
-
-private:
-    std::string_view rest;
-};
-
-// "5", "50", "500123": the digits after the point of a second.
-std::uint32_t nanosecondsOf(std::string_view digits) {
-    std::uint32_t value = 0;
-    std::uint32_t unit = 100'000'000;
-    for (const char digit : digits) {
-        if (digit < '0' || digit > '9' || unit == 0)
-            break;
-        value += static_cast<std::uint32_t>(digit - '0') * unit;
-        unit /= 10;
-    }
-    return value;
+    constexpr double secondsOfDay = 86'400;
+    return day && seconds < secondsOfDay ? std::optional(day->seconds + std::lround(seconds)) : std::nullopt;
 }
 
-// "+02:00", "-0530" or "Z".
-std::optional<int> zoneOf(std::string_view text) {
-    if (text.starts_with('Z'))
-        return 0;
-    Scanner scanner(text);
-    const bool west = text.starts_with('-');
-    int hours = 0;
-    int minutes = 0;
-    if (!scanner.oneOf("+-") || !scanner.digits(2, hours))
-        return std::nullopt;
-    scanner.oneOf(":");
-    if (!scanner.digits(2, minutes) || hours > 14 || minutes > 59)
-        return std::nullopt;
-    const int offset = hours * 60 + minutes;
-    return west ? -offset : offset;
-}
-
-// "2021:06:15 10:20:30" as EXIF writes it, or "2021-06-15T10:20:30.25+02:00" as XMP does. EXIF keeps the
-// fraction and the zone in tags of their own.
-std::optional<CaptureDate> dateOf(std::string_view text, std::string_view subSeconds, std::string_view zone) {
-    Scanner scanner(text);
-    int year = 0;
-    int month = 0;
-    int day = 0;
-    int hour = 0;
-    int minute = 0;
-    int second = 0;
-    if (!(scanner.digits(4, year) && scanner.oneOf(":-") && scanner.digits(2, month) && scanner.oneOf(":-") &&
-          scanner.digits(2, day) && scanner.oneOf(" T") && scanner.digits(2, hour) && scanner.oneOf(":") &&
-          scanner.digits(2, minute)))
-        return std::nullopt;
-    if (scanner.oneOf(":") && !scanner.digits(2, second))
-        return std::nullopt;
-    const std::chrono::year_month_day date(std::chrono::year(year),
-                                           std::chrono::month(static_cast<unsigned>(month)),
-                                           std::chrono::day(static_cast<unsigned>(day)));
-    // Photography began in the 1820s; cameras without a set clock write year 0.
-    if (!date.ok() || year < 1820 || hour > 23 || minute > 59 || second > 60)
-        return std::nullopt;
-    if (scanner.oneOf(".")) {
-        subSeconds = scanner.remaining();
-        int ignored = 0;
-        while (scanner.digits(1, ignored)) {
-        }
-    }
-    if (zone.empty())
-        zone = scanner.remaining();
-    CaptureDate result;
-    result.seconds = std::chrono::sys_days(date).time_since_epoch() / std::chrono::seconds(1) + hour * 3600 +
-                     minute * 60 + second;
-    result.nanoseconds = nanosecondsOf(subSeconds);
-    result.zoneMinutes = zoneOf(zone);
-    if (result.zoneMinutes)
-        result.seconds -= *result.zoneMinutes * 60;
-    return result;
+std::optional<CaptureDate> exifDate(const Exiv2::ExifData &exif) {
+    if (const auto date = dateOf(exifText(exif, {"Exif.Photo.DateTimeOriginal"}),
+                                 exifText(exif, {"Exif.Photo.SubSecTimeOriginal"}),
+                                 exifText(exif, {"Exif.Photo.OffsetTimeOriginal", "Exif.Photo.OffsetTime"})))
+        return date;
+    return dateOf(exifText(exif, {"Exif.Photo.DateTimeDigitized"}),
+                  exifText(exif, {"Exif.Photo.SubSecTimeDigitized"}),
+                  exifText(exif, {"Exif.Photo.OffsetTimeDigitized", "Exif.Photo.OffsetTime"}));
 }
 
 std::optional<CaptureDate> captureDate(const Exiv2::ExifData &exif, const Exiv2::XmpData &xmp) {
-    if (const auto date = dateOf(exifText(exif, {"Exif.Photo.DateTimeOriginal"}),
-                                 exifText(exif, {"Exif.Photo.SubSecTimeOriginal"}),
-                                 exifText(exif, {"Exif.Photo.OffsetTimeOriginal"})))
-        return date;
-    if (const auto date = dateOf(exifText(exif, {"Exif.Photo.DateTimeDigitized"}),
-                                 exifText(exif, {"Exif.Photo.SubSecTimeDigitized"}),
-                                 exifText(exif, {"Exif.Photo.OffsetTimeDigitized"})))
-        return date;
-    return dateOf(
-        xmpText(xmp, {"Xmp.exif.DateTimeOriginal", "Xmp.photoshop.DateCreated", "Xmp.xmp.CreateDate"}), {},
-        {});
+    auto date = exifDate(exif);
+    if (!date)
+        date = dateOf(
+            xmpText(xmp, {"Xmp.exif.DateTimeOriginal", "Xmp.photoshop.DateCreated", "Xmp.xmp.CreateDate"}));
+    if (date && !date->zoneMinutes)
+        if (const auto utc = satelliteTime(exif))
+            setZone(*date, *utc);
+    return date;
 }
 
 // A part that is there but cannot be divided makes the whole nonsense.
@@ -204,18 +123,29 @@ std::optional<double> xmpCoordinate(const std::string &text, char positive, char
     return hemisphere == positive ? degrees : -degrees;
 }
 
-std::optional<Place> place(const Exiv2::ExifData &exif, const Exiv2::XmpData &xmp) {
+std::optional<Place> writtenPlace(const Exiv2::ExifData &exif, const Exiv2::XmpData &xmp,
+                                  std::span<const std::byte> file) {
     auto latitude =
         exifCoordinate(exif, "Exif.GPSInfo.GPSLatitude", "Exif.GPSInfo.GPSLatitudeRef", 'N', 'S', 90);
     auto longitude =
         exifCoordinate(exif, "Exif.GPSInfo.GPSLongitude", "Exif.GPSInfo.GPSLongitudeRef", 'E', 'W', 180);
     if (!latitude || !longitude) {
+        // The library refuses a whole directory for one odd field.
+        if (const auto place = placeInDirectory(file))
+            return place;
         latitude = xmpCoordinate(xmpText(xmp, {"Xmp.exif.GPSLatitude"}), 'N', 'S', 90);
         longitude = xmpCoordinate(xmpText(xmp, {"Xmp.exif.GPSLongitude"}), 'E', 'W', 180);
     }
     if (!latitude || !longitude)
         return std::nullopt;
     return Place{*latitude, *longitude};
+}
+
+std::optional<Place> place(const Exiv2::ExifData &exif, const Exiv2::XmpData &xmp,
+                           std::span<const std::byte> file) {
+    const auto found = writtenPlace(exif, xmp, file);
+    const bool hasFix = exifText(exif, {"Exif.GPSInfo.GPSStatus"}).starts_with('A');
+    return found && isNowhere(*found) && !hasFix ? std::nullopt : found;
 }
 
 std::uint32_t orientation(const Exiv2::ExifData &exif, const Exiv2::XmpData &xmp) {
@@ -284,7 +214,7 @@ Metadata::Metadata(std::span<const std::byte> file) : parsed(std::make_unique<Pa
                                 .release());
         parsed->image->readMetadata();
     } catch (const std::exception &) {
-        parsed->image.reset(); // broken metadata never keep a picture from being shown
+        // Broken metadata never keep a picture from being shown, and what has been read stands.
     }
 }
 
@@ -293,17 +223,20 @@ Metadata::~Metadata() = default;
 void Metadata::fill(PictureFacts &facts) const {
     if (parsed->image == nullptr)
         return;
-    try {
-        const Exiv2::ExifData &exif = parsed->image->exifData();
-        const Exiv2::XmpData &xmp = parsed->image->xmpData();
-        facts.captureDate = captureDate(exif, xmp);
-        facts.place = place(exif, xmp);
-        facts.orientation = orientation(exif, xmp);
-        facts.cameraMake = exifText(exif, {"Exif.Image.Make"});
-        facts.cameraModel = exifText(exif, {"Exif.Image.Model"});
-    } catch (const std::exception &) {
-        // What has been read stands.
-    }
+    const Exiv2::ExifData &exif = parsed->image->exifData();
+    const Exiv2::XmpData &xmp = parsed->image->xmpData();
+    // One that can't be read costs only itself.
+    const auto read = [](auto &fact, const auto &reader) {
+        try {
+            fact = reader();
+        } catch (const std::exception &) {
+        }
+    };
+    read(facts.captureDate, [&] { return captureDate(exif, xmp); });
+    read(facts.place, [&] { return place(exif, xmp, parsed->file); });
+    read(facts.orientation, [&] { return orientation(exif, xmp); });
+    read(facts.cameraMake, [&] { return exifText(exif, {"Exif.Image.Make"}); });
+    read(facts.cameraModel, [&] { return exifText(exif, {"Exif.Image.Model"}); });
 }
 
 bool Metadata::isRaw() const {

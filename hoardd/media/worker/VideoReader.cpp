@@ -4,12 +4,15 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
-#include <charconv>
-#include <chrono>
 #include <cmath>
+#include <initializer_list>
 #include <string_view>
 #include <vector>
+
+#include "hoardd/media/worker/DateText.h"
+#include "hoardd/media/worker/Places.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -56,52 +59,45 @@ using Frame = std::unique_ptr<AVFrame, FreeFrame>;
 using Packet = std::unique_ptr<AVPacket, FreePacket>;
 using Scaler = std::unique_ptr<SwsContext, FreeScaler>;
 
-std::string_view tag(const AVDictionary *tags, const char *name) {
-    const AVDictionaryEntry *entry = av_dict_get(tags, name, nullptr, 0);
-    return entry != nullptr ? entry->value : "";
-}
-
-// "2026-11-24T10:00:00.000000Z". Cameras whose clock was never set write the beginning of their epoch.
-std::optional<CaptureDate> dateOf(std::string_view text) {
-    int parts[6];
-    if (text.size() < 20 || text[4] != '-' || text[7] != '-' || text[10] != 'T' || text.back() != 'Z')
-        return std::nullopt;
-    constexpr std::size_t starts[6] = {0, 5, 8, 11, 14, 17};
-    for (std::size_t i = 0; i < 6; ++i) {
-        const char *start = text.data() + starts[i], *end = start + (i == 0 ? 4 : 2);
-        if (const auto [stop, error] = std::from_chars(start, end, parts[i]);
-            error != std::errc() || stop != end)
-            return std::nullopt;
-    }
-    const std::chrono::year_month_day day{std::chrono::year(parts[0]),
-                                          std::chrono::month(static_cast<unsigned>(parts[1])),
-                                          std::chrono::day(static_cast<unsigned>(parts[2]))};
-    if (!day.ok() || parts[0] <= 1970 || parts[3] > 23 || parts[4] > 59 || parts[5] > 59)
-        return std::nullopt;
-    const auto since = std::chrono::sys_days(day).time_since_epoch() + std::chrono::hours(parts[3]) +
-                       std::chrono::minutes(parts[4]) + std::chrono::seconds(parts[5]);
-    return CaptureDate{std::chrono::duration_cast<std::chrono::seconds>(since).count(), 0, 0};
-}
-
-// "+48.8577+002.2950/", by ISO 6709.
-std::optional<Place> placeOf(std::string_view text) {
-    const auto take = [&](double &value) {
-        if (text.empty() || (text[0] != '+' && text[0] != '-'))
-            return false;
-        const bool negative = text[0] == '-';
-        text.remove_prefix(1);
-        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-        if (error != std::errc())
-            return false;
-        text.remove_prefix(static_cast<std::size_t>(end - text.data()));
-        value = negative ? -value : value;
-        return true;
+/// The first tag of the file or of its picture whose name, in lower case or not, is one of these, or ends
+/// with one of them: makers put their own names in front.
+std::string_view tag(const AVDictionary *ofFile, const AVDictionary *ofPicture,
+                     std::initializer_list<std::string_view> names) {
+    const auto isSame = [](char one, char other) {
+        return std::tolower(static_cast<unsigned char>(one)) ==
+               std::tolower(static_cast<unsigned char>(other));
     };
-    Place place;
-    if (!take(place.latitude) || !take(place.longitude) || std::abs(place.latitude) > 90 ||
-        std::abs(place.longitude) > 180 || (place.latitude == 0 && place.longitude == 0))
-        return std::nullopt;
-    return place;
+    for (const std::string_view name : names)
+        for (const AVDictionary *tags : {ofFile, ofPicture})
+            for (const AVDictionaryEntry *entry = nullptr;
+                 (entry = av_dict_get(tags, "", entry, AV_DICT_IGNORE_SUFFIX)) != nullptr;) {
+                const std::string_view key = entry->key;
+                const bool fits = key.size() == name.size() ||
+                                  (key.size() > name.size() && key[key.size() - name.size() - 1] == '.');
+                if (fits && std::ranges::equal(key.substr(key.size() - name.size()), name, isSame))
+                    return entry->value;
+            }
+    return {};
+}
+
+/// When it was taken: by the clock of the camera, if the file has that, else as an instant.
+std::optional<CaptureDate> dateOfVideo(const AVDictionary *ofFile, const AVDictionary *ofPicture) {
+    const auto since1970 = [](std::optional<CaptureDate> date) {
+        constexpr std::int64_t year = 31'536'000; // cameras without a set clock write the start of an epoch
+        return date && date->seconds >= year ? date : std::nullopt;
+    };
+    auto clock = since1970(dateOf(tag(ofFile, ofPicture, {"creationdate", "date_recorded", "date"})));
+    auto instant = since1970(dateOf(tag(ofFile, ofPicture, {"creation_time"})));
+    if (clock && !clock->zoneMinutes && instant)
+        setZone(*clock, instant->seconds);
+    if (clock)
+        return clock;
+    // It is written in UTC, whatever the camera's clock showed.
+    if (instant && instant->zoneMinutes.asOptional() == 0) {
+        instant->zoneMinutes.reset();
+        instant->isInstant = 1;
+    }
+    return instant;
 }
 
 } // namespace
@@ -236,8 +232,9 @@ void VideoReader::readFacts(PictureFacts &facts) const {
     facts.width = static_cast<std::uint32_t>(isSideways ? picture.height : picture.width);
     facts.height = static_cast<std::uint32_t>(isSideways ? picture.width : picture.height);
     facts.orientation = 1;
-    facts.captureDate = dateOf(tag(format.metadata, "creation_time"));
-    facts.place = placeOf(tag(format.metadata, "location"));
+    const AVDictionary *ofPicture = state->video->metadata;
+    facts.captureDate = dateOfVideo(format.metadata, ofPicture);
+    facts.place = placeOf(tag(format.metadata, ofPicture, {"location.iso6709", "location"}));
     facts.video = video;
 }
 

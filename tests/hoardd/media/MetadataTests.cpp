@@ -117,6 +117,83 @@ TEST_F(Metadata, PlacesThatMakeNoSenseAreNone) {
     }
 }
 
+/// The bytes of a JPEG in which the place is the whole EXIF block but for the pointer to it, with a change
+/// from some byte of the directory on.
+Bytes withPlaceChanged(const TestExif &exif, std::size_t at, std::initializer_list<unsigned char> change) {
+    Bytes block = exifBytes(exif);
+    constexpr std::size_t directory = 8 + 2 + 12 + 4;
+    for (const unsigned char each : change)
+        block[directory + at++] = static_cast<std::byte>(each);
+    const Bytes plain = exifBytes(exif);
+    Bytes file = jpegOf(fourCorners(16, 16), exif);
+    const auto found = std::ranges::search(file, plain);
+    std::ranges::copy(block, found.begin());
+    return file;
+}
+
+TEST_F(Metadata, OneOddFieldCostsNoPlace) {
+    TestExif exif = complete();
+    exif.make = exif.model = exif.dateTimeOriginal = exif.subSecTimeOriginal = exif.offsetTimeOriginal = "";
+    exif.gpsStatus = "A";
+    constexpr std::size_t entries = 2, entry = 12, type = 2, count = 4, value = 8;
+    const struct {
+        const char *what;
+        std::size_t at;
+        std::initializer_list<unsigned char> bytes;
+    } cases[] = {
+        {"nothing", 0, {}},
+        {"a number of entries that can't be", 0, {5, 1}},
+        {"a hemisphere as a number", entries + type, {1, 0}},
+        {"a coordinate with a sign", entries + entry + type, {10, 0}},
+        {"a coordinate without seconds", entries + entry + count, {2, 0}},
+        {"another field elsewhere", entries + 4 * entry + type, {7, 0, 0, 0x10, 0, 0, 0, 0xFF, 0xFF, 0}},
+        {"a size that overflows", entries + 4 * entry + count, {0, 0, 0, 0x80}},
+        {"a hemisphere in lower case", entries + 2 * entry + value, {'w'}},
+    };
+    for (const auto &each : cases) {
+        const PictureFacts facts = factsOf(withPlaceChanged(exif, each.at, each.bytes));
+        ASSERT_TRUE(facts.place) << each.what;
+        EXPECT_NEAR(facts.place->latitude, 48.858333, 0.01) << each.what;
+        EXPECT_NEAR(facts.place->longitude, -2.294444, 1e-6) << each.what;
+    }
+}
+
+TEST_F(Metadata, NowhereIsAPlaceOnlyWithAFix) {
+    for (const auto &[status, isPlace] :
+         {std::pair("", false), std::pair("V", false), std::pair("A", true)}) {
+        TestExif exif = complete();
+        exif.latitude = exif.longitude = {{0, 0, 0}};
+        exif.gpsStatus = status;
+        EXPECT_EQ(factsOf(exif).place.has_value(), isPlace) << status;
+    }
+}
+
+TEST_F(Metadata, TheTimeOfSatellitesTellsTheZone) {
+    const struct {
+        const char *day;
+        std::array<std::uint32_t, 3> time;
+        std::optional<int> zoneMinutes;
+    } cases[] = {
+        {"2021:06:15", {8, 20, 12}, 120},  // the fix is a little older
+        {"2021:06:15", {4, 35, 30}, 345},  // three quarters of an hour
+        {"2021:06:14", {23, 20, 30}, 660}, // the day before
+        {"2021:06:15", {14, 22, 0}, -240},
+        {"2021:06:15", {8, 13, 30}, std::nullopt}, // between two quarters
+        {"2021:06:11", {8, 20, 30}, std::nullopt},
+        {"", {8, 20, 30}, std::nullopt},
+    };
+    for (const auto &each : cases) {
+        TestExif exif;
+        exif.dateTimeOriginal = "2021:06:15 10:20:30";
+        exif.gpsDate = each.day;
+        exif.gpsTime = each.time;
+        const PictureFacts facts = factsOf(exif);
+        ASSERT_TRUE(facts.captureDate);
+        EXPECT_EQ(facts.captureDate->zoneMinutes.asOptional(), each.zoneMinutes) << each.day;
+        EXPECT_EQ(facts.captureDate->seconds, 1'623'752'430 - each.zoneMinutes.value_or(0) * 60) << each.day;
+    }
+}
+
 TEST_F(Metadata, WrongByteOrderAndForeignTextDoNoHarm) {
     // Says little-endian, is big-endian.
     TestExif exif = complete();

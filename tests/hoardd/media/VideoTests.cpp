@@ -70,6 +70,68 @@ TEST_F(Videos, SayWhatTheyAreAndShowAFrame) {
     EXPECT_NEAR(dated->place->longitude, -2.25, 1e-3);
 }
 
+TEST_F(Videos, SayWhenAndWhereTheyWereTaken) {
+    constexpr const char *ownTags = "use_metadata_tags";
+    constexpr std::int64_t clock = 1'623'752'430; // 2021-06-15 10:20:30
+    const struct {
+        const char *name;
+        std::vector<std::string> tags;
+        std::int64_t seconds;
+        std::optional<int> zoneMinutes;
+        bool isInstant;
+        std::optional<Place> place;
+    } cases[] = {
+        // As phones write it, beside an instant that is some seconds later.
+        {"phone.mov",
+         {"org.example.creationdate=2021-06-15T10:20:30+0200", "creation_time=2021-06-15T08:20:35Z",
+          "org.example.location.ISO6709=+48.5000-002.2500+035.000/"},
+         clock - 7200,
+         120,
+         false,
+         Place{48.5, -2.25}},
+        {"camera.mp4", {"creation_time=2021-06-15T10:20:30Z"}, clock, std::nullopt, true, std::nullopt},
+        {"day.mov",
+         {"date=2021-06-15T10:20:30-0530", "location=+4830.00-00215.00/"},
+         clock + 19'800,
+         -330,
+         false,
+         Place{48.5, -2.25}},
+        {"zone.mov",
+         {"date=2021-06-15 10:20:30", "creation_time=2021-06-15T08:20:31Z", "location=+483000-0021500/"},
+         clock - 7200,
+         120,
+         false,
+         Place{48.5, -2.25}},
+        {"tagged.mkv", {"DATE_RECORDED=2021-06-15 10:20:30"}, clock, std::nullopt, false, std::nullopt},
+        {"nowhere.mp4",
+         {"location=+00.0000+000.0000/", "creation_time=2021-06-15T10:20:30Z"},
+         clock,
+         std::nullopt,
+         true,
+         std::nullopt},
+    };
+    for (const auto &each : cases) {
+        SCOPED_TRACE(each.name);
+        std::vector<std::string> more{"-c:v", "mpeg4"};
+        if (std::string_view(each.name).ends_with(".mov") && each.tags.size() == 3 &&
+            each.tags[0].starts_with("org"))
+            more.insert(more.end(), {"-movflags", ownTags});
+        for (const std::string &tag : each.tags)
+            more.insert(more.end(), {"-metadata", tag});
+        const auto facts = pool().probe(clip(each.name, more).get(), {});
+        ASSERT_EQ(reasonOf(facts), "");
+        ASSERT_TRUE(facts->captureDate);
+        EXPECT_EQ(facts->captureDate->seconds, each.seconds);
+        EXPECT_EQ(facts->captureDate->zoneMinutes.asOptional(), each.zoneMinutes);
+        EXPECT_EQ(facts->captureDate->isInstant != 0, each.isInstant);
+        ASSERT_EQ(facts->place.has_value(), each.place.has_value());
+        if (each.place) {
+            EXPECT_NEAR(facts->place->latitude, each.place->latitude, 1e-4);
+            EXPECT_NEAR(facts->place->longitude, each.place->longitude, 1e-4);
+        }
+    }
+}
+
 TEST_F(Videos, AreShownTurnedAsTheySay) {
     const UniqueFd plain = clip("plain.mp4");
     // The matrix that turns a track stands in its header; a quarter turn swaps its numbers.
