@@ -1,6 +1,9 @@
 #include "cli/AssetDescription.h"
 
 #include <fmt/format.h>
+
+#include <cmath>
+#include <ctime>
 #include <nlohmann/json.hpp>
 
 #include "cli/Formatting.h"
@@ -24,8 +27,21 @@ std::string pixelsText(const store::AssetRecord &asset, const char *unknown) {
     return asset.width > 0 ? fmt::format("{}x{}", asset.width, asset.height) : unknown;
 }
 
+std::string createdText(const store::AssetRecord &asset) {
+    return clockText(asset.shownDate());
+}
+
 double captureTime(const store::AssetRecord &asset) {
-    return asset.dateCreated + Date::secondsFrom1970To2001;
+    const double seconds = asset.dateCreated + Date::secondsFrom1970To2001;
+    if (asset.zoneMinutes || !asset.clockDate)
+        return seconds;
+    const double whole = std::floor(seconds);
+    const auto clock = static_cast<std::time_t>(whole);
+    std::tm parts = {};
+    if (gmtime_r(&clock, &parts) == nullptr)
+        return seconds;
+    parts.tm_isdst = -1;
+    return static_cast<double>(std::mktime(&parts)) + (seconds - whole);
 }
 
 JSON describe(const store::ManagedAsset &asset) {
@@ -38,7 +54,7 @@ JSON describe(const store::ManagedAsset &asset) {
         {"width", record.width},
         {"height", record.height},
         {"orientation", record.orientation},
-        {"created", isoDateText(record.dateCreated)},
+        {"created", isoClockText(record.shownDate(), record.zoneMinutes)},
         {"added", isoDateText(record.dateAdded)},
         {"bytes", record.byteSize},
         {"sha256", hexadecimal(record.sha256)},

@@ -16,7 +16,11 @@ const char *kindText(const store::AssetRecord &asset);
 /// "640x480", or `unknown`.
 std::string pixelsText(const store::AssetRecord &asset, const char *unknown);
 
-/// When the asset was taken, in seconds since 1970.
+/// "2026-11-24 23:40": what the camera's clock showed.
+std::string createdText(const store::AssetRecord &asset);
+
+/// When the asset was taken, in seconds since 1970. If the zone of its clock is not known, it counts as the
+/// one of this machine.
 double captureTime(const store::AssetRecord &asset);
 
 /// All that is known of an asset.

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <cmath>
+#include <cstdlib>
 #include <ctime>
 
 #include "wickerlane/platform/object/Number.h"
@@ -46,6 +47,20 @@ std::string dateText(double referenceSeconds) {
 
 std::string isoDateText(double referenceSeconds) {
     return timeText(referenceSeconds, true, "%Y-%m-%dT%H:%M:%SZ");
+}
+
+std::string clockText(double seconds) {
+    return timeText(seconds, true, "%Y-%m-%d %H:%M");
+}
+
+std::string isoClockText(double seconds, std::optional<std::int64_t> zoneMinutes) {
+    const std::string text = timeText(seconds, true, "%Y-%m-%dT%H:%M:%S");
+    return zoneMinutes ? text + zoneText(*zoneMinutes) : text;
+}
+
+std::string zoneText(std::int64_t minutes) {
+    const std::int64_t size = std::abs(minutes);
+    return fmt::format("{}{:02}:{:02}", minutes < 0 ? '-' : '+', size / 60, size % 60);
 }
 
 std::string countText(std::uint64_t count, std::string_view one, std::string_view many) {

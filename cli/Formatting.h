@@ -3,6 +3,7 @@
 #define CLI_FORMATTING_H
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -14,6 +15,12 @@ std::string sizeText(std::uint64_t bytes);
 std::string dateText(double referenceSeconds);
 /// The same for machines: "2026-11-24T23:40:24Z".
 std::string isoDateText(double referenceSeconds);
+/// What a camera's clock showed, in seconds since 2001-01-01 as if it were UTC: "2026-11-24 23:40".
+std::string clockText(double seconds);
+/// The same for machines: "2026-11-24T23:40:24+01:00", without the end if the zone is not known.
+std::string isoClockText(double seconds, std::optional<std::int64_t> zoneMinutes = {});
+/// "+01:00".
+std::string zoneText(std::int64_t minutes);
 /// "1 photo", "2 photos".
 std::string countText(std::uint64_t count, std::string_view one, std::string_view many);
 

@@ -10,7 +10,7 @@ namespace wickerlane::cli {
 using SetUp = void(Command command);
 
 SetUp setUpImport, setUpList, setUpShow, setUpCount, setUpWatch, setUpExport, setUpResolve, setUpThumbnail,
-    setUpPreview, setUpVideoInfo, setUpEstimate, setUpDelete, setUpChanges;
+    setUpPreview, setUpAdjustDate, setUpVideoInfo, setUpEstimate, setUpDelete, setUpChanges;
 SetUp setUpAlbum, setUpFeed, setUpBulletins, setUpStream, setUpPurge, setUpPerson;
 SetUp setUpMoments, setUpDuplicates;
 SetUp setUpDaemon, setUpCheck, setUpSizes, setUpRebuildThumbnails, setUpRestore;
@@ -34,6 +34,7 @@ inline constexpr Subcommand subcommands[] = {
     {"resolve", "Photos and videos", setUpResolve},
     {"thumbnail", "Photos and videos", setUpThumbnail},
     {"preview", "Photos and videos", setUpPreview},
+    {"adjust-date", "Photos and videos", setUpAdjustDate},
     {"video-info", "Photos and videos", setUpVideoInfo},
     {"estimate", "Photos and videos", setUpEstimate},
     {"delete", "Photos and videos", setUpDelete},

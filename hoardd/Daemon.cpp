@@ -17,8 +17,8 @@ constexpr std::size_t maxLongWork = 64;
 
 std::vector<std::span<const Operation>> allOperations() {
     return {accessOperations(),  assetOperations(),   renditionOperations(), videoOperations(),
-            saveOperations(),    fileOperations(),    albumOperations(),     sharingOperations(),
-            libraryOperations(), analysisOperations()};
+            saveOperations(),    fileOperations(),    dateOperations(),      albumOperations(),
+            sharingOperations(), libraryOperations(), analysisOperations()};
 }
 
 Daemon::Daemon(DaemonOptions options)

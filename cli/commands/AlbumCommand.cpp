@@ -133,7 +133,7 @@ Result<ExitCode> show(const Options &options) {
     for (const auto &asset : *assets) {
         const store::AssetRecord &record = asset->record();
         described["assets"].push_back(cli::describe(*asset));
-        table.add({dateText(record.dateCreated), record.uuid, outsideName(record)});
+        table.add({createdText(record), record.uuid, outsideName(record)});
     }
     printListing(described, table, "the album is empty", options.json);
     return ExitCode::success;

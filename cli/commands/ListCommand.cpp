@@ -38,7 +38,7 @@ Result<ExitCode> list(const Options &options) {
         if (options.json)
             all.push_back(describe(*asset));
         else
-            table.add({record.uuid, kindText(record), dateText(record.dateCreated), pixelsText(record, "-"),
+            table.add({record.uuid, kindText(record), createdText(record), pixelsText(record, "-"),
                        sizeText(record.byteSize), outsideName(record)});
     }
     printListing(all, table, "no assets", options.json);

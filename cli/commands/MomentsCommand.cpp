@@ -22,8 +22,10 @@ struct Options {
 /// What moments and lists of moments have in common.
 JSON describe(const std::string &objectID, double start, double end, std::uint64_t assets,
               const std::string &keyAsset) {
-    JSON result = {
-        {"objectID", objectID}, {"start", isoDateText(start)}, {"end", isoDateText(end)}, {"assets", assets}};
+    JSON result = {{"objectID", objectID},
+                   {"start", isoClockText(start)},
+                   {"end", isoClockText(end)},
+                   {"assets", assets}};
     if (!keyAsset.empty())
         result["keyAsset"] = keyAsset;
     return result;
@@ -41,7 +43,7 @@ Result<> printMoments(store::AnalysisReader &reader, const std::string &storeUUI
     using Align = Table::Align;
     Table table({{"FROM"}, {"TO"}, {"PHOTOS", Align::right}, {"VIDEOS", Align::right}, {"PLACE"}});
     for (const store::MomentRecord &moment : *moments) {
-        table.add({dateText(moment.startDate), dateText(moment.endDate), std::to_string(moment.photoCount),
+        table.add({clockText(moment.startDate), clockText(moment.endDate), std::to_string(moment.photoCount),
                    std::to_string(moment.videoCount), placeText(moment)});
         if (!json)
             continue;
@@ -68,7 +70,7 @@ Result<> printLists(store::AnalysisReader &reader, const std::string &storeUUID,
     using Align = Table::Align;
     Table table({{"FROM"}, {"TO"}, {"MOMENTS", Align::right}, {"ASSETS", Align::right}});
     for (const store::MomentListRecord &list : *lists) {
-        table.add({dateText(list.startDate), dateText(list.endDate), std::to_string(list.momentCount),
+        table.add({clockText(list.startDate), clockText(list.endDate), std::to_string(list.momentCount),
                    std::to_string(list.assetCount)});
         JSON described = describe(store::objectURI(storeUUID, list.primaryKey, store::momentListEntity),
                                   list.startDate, list.endDate, list.assetCount, list.keyAsset);

@@ -22,7 +22,9 @@ void printFields(const store::ManagedAsset &asset) {
     printField("Name", outsideName(record));
     printField("Format", record.format);
     printField("Pixels", pixelsText(record, "unknown"));
-    printField("Created", dateText(record.dateCreated));
+    printField("Created", record.zoneMinutes
+                              ? fmt::format("{} (UTC{})", createdText(record), zoneText(*record.zoneMinutes))
+                              : createdText(record));
     printField("Added", dateText(record.dateAdded));
     if (record.latitude && record.longitude)
         printField("Place", fmt::format("{:.6f}, {:.6f}", *record.latitude, *record.longitude));

@@ -47,7 +47,7 @@ UPDATE zmoment SET
                 JOIN zgenericasset a ON a.pk = m.asset LEFT JOIN zfingerprint f ON f.asset = a.pk
                 WHERE z.pk = zmoment.pk
                 ORDER BY a.thumbnailindex = 0, a.kind, f.difference IS NULL,
-                         abs(a.datecreated - (z.startdate + z.enddate) / 2), a.pk LIMIT 1),
+                         abs(coalesce(a.clockdate, a.datecreated) - (z.startdate + z.enddate) / 2), a.pk LIMIT 1),
     analyzed = 1
 WHERE pk = ?)sql")
         .bind(moment)

@@ -10,16 +10,19 @@ using sqlite::Statement;
 
 namespace {
 
-#define SELECT_ASSETS                                                                                  \
-    "SELECT a.pk, a.datecreated, a.latitude, a.longitude, coalesce(m.moment, 0) FROM zgenericasset a " \
+// In the words of its index.
+#define SHOWN_DATE "coalesce(a.clockdate, a.datecreated)"
+#define SELECT_ASSETS                                                                                   \
+    "SELECT a.pk, " SHOWN_DATE ", a.latitude, a.longitude, coalesce(m.moment, 0) FROM zgenericasset a " \
     "LEFT JOIN zmomentasset m ON m.asset = a.pk "
 
-constexpr const char *selectAll = SELECT_ASSETS "ORDER BY a.datecreated, a.pk";
-constexpr const char *selectFrom = SELECT_ASSETS "WHERE a.datecreated >= ? ORDER BY a.datecreated, a.pk";
+constexpr const char *selectAll = SELECT_ASSETS "ORDER BY " SHOWN_DATE ", a.pk";
+constexpr const char *selectFrom = SELECT_ASSETS "WHERE " SHOWN_DATE " >= ? ORDER BY " SHOWN_DATE ", a.pk";
 constexpr const char *selectBefore =
-    SELECT_ASSETS "WHERE a.datecreated < ? ORDER BY a.datecreated DESC, a.pk DESC";
+    SELECT_ASSETS "WHERE " SHOWN_DATE " < ? ORDER BY " SHOWN_DATE " DESC, a.pk DESC";
 
 #undef SELECT_ASSETS
+#undef SHOWN_DATE
 
 MomentAsset readAsset(const Statement &row) {
     const double date = row.real(1);

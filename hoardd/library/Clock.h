@@ -2,6 +2,8 @@
 #ifndef HOARDD_LIBRARY_CLOCK_H
 #define HOARDD_LIBRARY_CLOCK_H
 
+#include <cstdint>
+
 #include "wickerlane/platform/object/Number.h"
 
 namespace wickerlane::hoardd {
@@ -10,6 +12,9 @@ namespace wickerlane::hoardd {
 [[nodiscard]] inline double secondsNow() {
     return Date::createNow()->referenceSeconds();
 }
+
+/// What the clocks of this machine are ahead of UTC at a time, in minutes.
+[[nodiscard]] std::int64_t localZoneMinutes(double secondsSinceReference);
 
 } // namespace wickerlane::hoardd
 

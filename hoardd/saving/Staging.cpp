@@ -112,13 +112,22 @@ void setFacts(AssetRecord &record, const PictureFacts &facts) {
 
 void setDates(AssetRecord &record, const PictureFacts &facts, const SaveOrder &order) {
     record.dateAdded = secondsNow();
+    const auto told = facts.captureDate.asOptional();
     if (order.creationDate)
         record.dateCreated = *order.creationDate;
-    else if (facts.captureDate)
-        record.dateCreated = static_cast<double>(facts.captureDate->seconds) +
-                             facts.captureDate->nanoseconds * 1e-9 - Date::secondsFrom1970To2001;
+    else if (told)
+        record.dateCreated =
+            static_cast<double>(told->seconds) + told->nanoseconds * 1e-9 - Date::secondsFrom1970To2001;
     else
         record.dateCreated = order.modified.value_or(record.dateAdded);
+
+    const std::optional<int> zone = told ? told->zoneMinutes.asOptional() : std::nullopt;
+    const bool isClock = told && !order.creationDate && !zone && told->isInstant == 0;
+    // Of an instant alone, the clock of this machine shows what people read; once and for all, so that it
+    // does not change with the zone of who looks.
+    if (!isClock)
+        record.zoneMinutes = zone ? *zone : localZoneMinutes(record.dateCreated);
+    record.clockDate = record.dateCreated + static_cast<double>(record.zoneMinutes.value_or(0)) * 60;
 }
 
 /// Takes a first look at the original, which does not decode it.

@@ -14,6 +14,7 @@ namespace wickerlane::hoardd {
 [[nodiscard]] std::span<const Operation> videoOperations();
 [[nodiscard]] std::span<const Operation> saveOperations();
 [[nodiscard]] std::span<const Operation> fileOperations(); ///< Files that callers bring.
+[[nodiscard]] std::span<const Operation> dateOperations();
 [[nodiscard]] std::span<const Operation> albumOperations();
 [[nodiscard]] std::span<const Operation> sharingOperations();
 [[nodiscard]] std::span<const Operation> libraryOperations(); ///< The library as a whole.

@@ -31,7 +31,7 @@ TEST_F(AnalysisCommands, MomentsAreListedOnceTheyHaveBeenMade) {
     ASSERT_EQ(moments.size(), 2U) << moments;
     EXPECT_EQ(moments[0]["uuids"], nlohmann::json::array({morning}));
     EXPECT_EQ(moments[1]["uuids"], nlohmann::json::array({noon, later}));
-    EXPECT_EQ(moments[1]["start"], "2021-06-16T12:00:00Z");
+    EXPECT_EQ(moments[1]["start"], "2021-06-16T12:00:00");
     EXPECT_EQ(moments[1]["assets"], 2);
     EXPECT_EQ(moments[0]["keyAsset"], morning);
     const auto lists = run({"moments", "--lists", "--json"}).json();

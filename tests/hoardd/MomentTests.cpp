@@ -146,6 +146,10 @@ protected:
         store::AssetRecord record;
         record.uuid = "U" + std::to_string(++added);
         record.dateCreated = date;
+        if (added % 2 != 0) { // the camera's clock was ten hours ahead of UTC
+            record.clockDate = date;
+            record.dateCreated -= 36'000;
+        }
         if (place) {
             record.latitude = place->latitude;
             record.longitude = place->longitude;
@@ -164,7 +168,7 @@ protected:
         std::vector<std::int64_t> moments;
         sqlite::Statement statement =
             database->prepare("SELECT m.moment FROM zgenericasset a JOIN zmomentasset m ON m.asset = a.pk "
-                              "ORDER BY a.datecreated, a.pk");
+                              "ORDER BY coalesce(a.clockdate, a.datecreated), a.pk");
         while (statement.next())
             moments.push_back(statement.integer(0));
         return moments;
@@ -247,7 +251,9 @@ TEST_F(MomentPlans, AnIncrementalResultIsThatOfAWholeRebuild) {
                 ASSERT_TRUE(database->prepare("DELETE FROM zgenericasset WHERE pk = ?").bind(asset).run());
                 break;
             case 2:
-                ASSERT_TRUE(database->prepare("UPDATE zgenericasset SET datecreated = ? WHERE pk = ?")
+                ASSERT_TRUE(database
+                                ->prepare("UPDATE zgenericasset SET datecreated = ?1, "
+                                          "clockdate = iif(pk % 2, ?1 + 36000, NULL) WHERE pk = ?2")
                                 .bind(someDate(), asset)
                                 .run());
                 break;
@@ -276,7 +282,8 @@ TEST_F(MomentPlans, AnIncrementalResultIsThatOfAWholeRebuild) {
         ASSERT_TRUE(again && again->moments.empty() && again->gone.empty()) << "edit " << edit;
         std::vector<Interval> intervals;
         sqlite::Statement statement = database->prepare(
-            "SELECT datecreated, latitude, longitude FROM zgenericasset ORDER BY datecreated, pk");
+            "SELECT coalesce(clockdate, datecreated) AS shown, latitude, longitude FROM zgenericasset "
+            "ORDER BY shown, pk");
         while (statement.next()) {
             const double date = statement.real(0);
             intervals.push_back({date, date, {}});

@@ -49,6 +49,43 @@ TEST_F(Saving, EachJobHasItsResultAndItsFiles) {
     EXPECT_EQ(faults(), "");
 }
 
+TEST_F(Saving, KeepsTheCamerasClockAndTheInstantWhereItIsKnown) {
+    constexpr double clock = 645'445'230; // 2021-06-15 10:20:30, seconds since 2001
+    const auto given = Date::createWithReferenceSeconds(1000);
+    const struct {
+        const char *what;
+        const char *date, *zone;
+        Date *given;
+        double dateCreated;
+        std::optional<double> clockDate;
+        std::optional<std::int64_t> zoneMinutes;
+    } cases[] = {
+        {"a clock", "2021:06:15 10:20:30", "", nullptr, clock, clock, std::nullopt},
+        {"a clock in a zone", "2021:06:15 10:20:30", "-03:30", nullptr, clock + 12'600, clock, -210},
+        {"a date that the caller gives", "2021:06:15 10:20:30", "+02:00", given.get(), 1000, 8200, 120},
+    };
+    for (const auto &each : cases) {
+        TestExif exif;
+        exif.dateTimeOriginal = each.date;
+        exif.offsetTimeOriginal = each.zone;
+        const auto described = MutableDictionary::create();
+        described->set("imageData", dataOf(jpegOf(fourCorners(16, 16), exif)).get());
+        if (each.given != nullptr)
+            described->set("creationDate", each.given);
+        const SaveJob job{described, nullptr, nullptr, true};
+        const auto results = saveAssets(library(), {&job, 1});
+        ASSERT_TRUE(results.front()) << results.front().error().text;
+        const AssetRecord record = recordOf(results.front()->asset->record().uuid);
+        EXPECT_EQ(record.dateCreated, each.dateCreated) << each.what;
+        EXPECT_EQ(record.clockDate, each.clockDate) << each.what;
+        EXPECT_EQ(record.zoneMinutes, each.zoneMinutes) << each.what;
+    }
+    // Of an instant alone, the clock of this machine is shown.
+    const AssetRecord undated = saved(pngOf(fourCorners(16, 16)));
+    ASSERT_TRUE(undated.zoneMinutes && undated.clockDate);
+    EXPECT_EQ(*undated.clockDate, undated.dateCreated + static_cast<double>(*undated.zoneMinutes) * 60);
+}
+
 TEST_F(Saving, IsBegunBeforeItsThumbnailsAreMade) {
     const SaveJob job = jobOf(pngOf(fourCorners(40, 30)));
     auto results = beginSaves(library(), {&job, 1});

@@ -63,7 +63,7 @@ struct TestExif {
     std::string gpsDate; ///< "2021:06:15"
     std::optional<std::array<std::uint32_t, 3>> gpsTime;
     std::string gpsStatus; ///< "A" with a fix, "V" without
-    Bytes preview; ///< The small JPEG of the picture; empty for none.
+    Bytes preview;         ///< The small JPEG of the picture; empty for none.
 };
 
 /// A raw file with the layout of a TIFF file: first a small grey picture, then a preview and the sensor data,

@@ -158,6 +158,13 @@ void JXGatekeeperClient::updateThumbnailsForPhotos(Array *photos, bool waitForRe
         request.send(connection());
 }
 
+bool JXGatekeeperClient::adjustDatesBySeconds(std::int64_t seconds, Array *photos) {
+    Request request(protocol::adjustDates);
+    request.set(keys::seconds, seconds);
+    request.set(keys::photoUUIDs, uuidsOf(photos));
+    return request.sendAndWait(connection()).isDictionary();
+}
+
 void JXGatekeeperClient::updateCameraPreviewWellImage(const ManagedObject *asset) {
     Request request(protocol::updateCameraPreviewWell);
     // Unlike all other object IDs this one is sent as a string.

@@ -204,6 +204,11 @@ public:
     /// automaticallyDeleteEmptyAlbum: — deletes an album if it is empty.
     void automaticallyDeleteEmptyAlbum(const wickerlane::ManagedObject *album);
 
+    /// adjustDatesBySeconds:forPhotos: — moves the dates of photos whose camera's clock was wrong. `photos`
+    /// holds 1 to 1000 objects that are a wickerlane::Photo; others are ignored. False on failure, and then
+    /// no date has changed. Needs the entitlement JXWriteAssetsEntitlement. Blocks.
+    [[nodiscard]] bool adjustDatesBySeconds(std::int64_t seconds, wickerlane::Array *photos);
+
     // The library: creation, counts, import.
 
     /// createPixholdDatabase — creates the library's database if there is none. Blocks.

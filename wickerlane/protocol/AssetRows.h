@@ -63,6 +63,10 @@ inline constexpr Row downloadAsset{
 inline constexpr Row videoMetadata{75, "videoMetadataAtPath:", request(keys::filePath),
                                    reply(keys::metadata)};
 
+/// Puts the dates right of photos whose camera's clock was wrong. An addition to the original operations.
+inline constexpr Row adjustDates{
+    1010, "adjustDatesBySeconds:forPhotos:", request(keys::seconds, keys::photoUUIDs), reply()};
+
 } // namespace wickerlane::protocol
 
 #endif

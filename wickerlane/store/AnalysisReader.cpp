@@ -58,7 +58,7 @@ Result<std::vector<MomentListRecord>> AnalysisReader::momentLists() {
 Result<std::vector<std::string>> AnalysisReader::assetsOfMoment(std::int64_t primaryKey) {
     return database
         .prepare("SELECT a.uuid FROM zmomentasset m JOIN zgenericasset a ON a.pk = m.asset "
-                 "WHERE m.moment = ? ORDER BY a.datecreated, a.pk")
+                 "WHERE m.moment = ? ORDER BY coalesce(a.clockdate, a.datecreated), a.pk")
         .bind(primaryKey)
         .all([](const Statement &row) { return std::string(row.text(0)); });
 }

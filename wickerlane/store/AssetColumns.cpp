@@ -30,6 +30,9 @@ void readValue(const Statement &row, int column, double &value) {
 void readValue(const Statement &row, int column, std::optional<double> &value) {
     value = optionalRealIn(row, column);
 }
+void readValue(const Statement &row, int column, std::optional<std::int64_t> &value) {
+    value = row.isNull(column) ? std::nullopt : std::optional(row.integer(column));
+}
 void readValue(const Statement &row, int column, std::string &value) {
     value = row.text(column);
 }
@@ -72,6 +75,8 @@ constexpr std::array columns{
     column<&AssetRecord::thumbnailIndex>("thumbnailindex"),
     column<&AssetRecord::problem>("problem"),
     column<&AssetRecord::duration>("duration"),
+    column<&AssetRecord::clockDate>("clockdate"),
+    column<&AssetRecord::zoneMinutes>("zoneminutes"),
 };
 
 /// SQL that is put together while this is compiled.

@@ -16,7 +16,7 @@ namespace wickerlane::store {
 struct AssetQuery {
     std::optional<AssetKind> kind{}; ///< All kinds when there is none.
     std::int64_t album = 0;          ///< Only those in that album, by its primary key; 0 for all.
-    bool newestFirst = false;        ///< By date of creation, those of one date by age in the library.
+    bool newestFirst = false;        ///< By the date that is shown, those of one date by age in the library.
     std::size_t offset = 0;          ///< How many of the first to leave out.
     std::size_t limit = std::numeric_limits<std::size_t>::max();
 };

@@ -27,9 +27,13 @@ struct AssetRecord {
     std::string format;           ///< Media type, told by content: "image/jpeg".
     std::uint32_t width = 0;      ///< Pixels, with the orientation applied; 0 when it could not be decoded.
     std::uint32_t height = 0;
-    std::uint32_t orientation = 1;   ///< 1 to 8, as EXIF counts them.
-    double dateCreated = 0;          ///< Seconds since 2001-01-01 00:00:00 UTC.
-    double dateAdded = 0;            ///< The same, of its saving.
+    std::uint32_t orientation = 1; ///< 1 to 8, as EXIF counts them.
+    double dateCreated = 0;        ///< Seconds since 2001-01-01 00:00:00 UTC.
+    double dateAdded = 0;          ///< The same, of its saving.
+    /// What the camera's clock showed, as if it were UTC; missing if only the instant is known.
+    std::optional<double> clockDate;
+    /// The clock minus UTC. Without it, the instant is not known: `dateCreated` is what the clock showed.
+    std::optional<std::int64_t> zoneMinutes;
     std::optional<double> latitude;  ///< Degrees; north is positive. With a longitude or not at all.
     std::optional<double> longitude; ///< Degrees; east is positive.
     std::uint64_t byteSize = 0;      ///< Of the original.
@@ -37,6 +41,9 @@ struct AssetRecord {
     std::int64_t thumbnailIndex = 0; ///< 0 without thumbnails; counts up with each making of them.
     double duration = 0;             ///< Of a video, in seconds; 0 when unknown, and of photos.
     std::string problem;             ///< Why it could not be decoded; empty when it could.
+
+    /// The date that people read, and by which assets are ordered.
+    [[nodiscard]] double shownDate() const { return clockDate.value_or(dateCreated); }
 };
 
 } // namespace wickerlane::store

@@ -290,9 +290,36 @@ CREATE TABLE zduethumbnail (
 );
 )sql";
 
+// What the camera's clock showed, which is what people read, beside the instant. Assets that were saved
+// before have only the latter, which then counts as shown.
+constexpr const char *clocks = R"sql(
+ALTER TABLE zgenericasset ADD COLUMN clockdate REAL;
+ALTER TABLE zgenericasset ADD COLUMN zoneminutes INTEGER;
+DROP INDEX zgenericasset_datecreated;
+CREATE INDEX zgenericasset_shown ON zgenericasset (coalesce(clockdate, datecreated));
+DROP TRIGGER zgenericasset_moment_insert;
+DROP TRIGGER zgenericasset_moment_delete;
+DROP TRIGGER zgenericasset_moment_update;
+CREATE TRIGGER zgenericasset_moment_insert AFTER INSERT ON zgenericasset BEGIN
+    INSERT INTO zmomentchange (date) VALUES (coalesce(new.clockdate, new.datecreated));
+END;
+CREATE TRIGGER zgenericasset_moment_delete BEFORE DELETE ON zgenericasset BEGIN
+    INSERT INTO zmomentchange (date, moment)
+        VALUES (coalesce(old.clockdate, old.datecreated), (SELECT moment FROM zmomentasset WHERE asset = old.pk));
+END;
+CREATE TRIGGER zgenericasset_moment_update
+AFTER UPDATE OF datecreated, clockdate, latitude, longitude ON zgenericasset
+WHEN coalesce(old.clockdate, old.datecreated) IS NOT coalesce(new.clockdate, new.datecreated)
+    OR old.latitude IS NOT new.latitude OR old.longitude IS NOT new.longitude BEGIN
+    INSERT INTO zmomentchange (date, moment)
+        VALUES (coalesce(old.clockdate, old.datecreated), (SELECT moment FROM zmomentasset WHERE asset = old.pk)),
+               (coalesce(new.clockdate, new.datecreated), NULL);
+END;
+)sql";
+
 // New tables and columns are added by a step of their own at the end.
-constexpr const char *steps[] = {assets,   renditions, durations, sums, counts,
-                                 analyses, albums,     sharing,   feed, dueThumbnails};
+constexpr const char *steps[] = {assets, renditions, durations, sums,          counts, analyses,
+                                 albums, sharing,    feed,      dueThumbnails, clocks};
 
 } // namespace
 

@@ -101,7 +101,8 @@ Result<std::vector<Ref<ManagedAsset>>> StoreReader::assets(const AssetQuery &que
     narrowing += query.album != 0 ? "pk IN (SELECT asset FROM zalbumasset WHERE album = ?) " : "? = 0 ";
     if (query.kind)
         narrowing += *query.kind == AssetKind::photo ? "AND kind = 0 " : "AND kind = 1 ";
-    narrowing += query.newestFirst ? "ORDER BY datecreated DESC, pk DESC" : "ORDER BY datecreated, pk";
+    narrowing += query.newestFirst ? "ORDER BY coalesce(clockdate, datecreated) DESC, pk DESC"
+                                   : "ORDER BY coalesce(clockdate, datecreated), pk";
     narrowing += " LIMIT ? OFFSET ?";
     auto records =
         connection->select(narrowing, query.album, std::min<std::uint64_t>(query.limit, maxInteger),

@@ -1,0 +1,147 @@
+// wickerlane adjust-date
+#include <algorithm>
+#include <charconv>
+#include <optional>
+#include <span>
+
+#include "cli/DaemonRequests.h"
+#include "cli/Formatting.h"
+#include "cli/Output.h"
+#include "cli/StoreLookup.h"
+#include "cli/Subcommands.h"
+#include "wickerlane/protocol/AssetRows.h"
+
+namespace wickerlane::cli {
+namespace {
+
+/// Assets in one request.
+constexpr std::size_t batchSize = 1'000;
+
+struct Options {
+    std::vector<std::string> assets;
+    std::string by;
+};
+
+/// Takes a whole number of at most nine digits from the start of a text.
+std::optional<std::int64_t> takeNumber(std::string_view &text) {
+    constexpr std::size_t maxDigits = 9;
+    std::int64_t number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    const auto length = static_cast<std::size_t>(end - text.data());
+    if (error != std::errc() || text[0] == '-' || length > maxDigits)
+        return std::nullopt;
+    text.remove_prefix(length);
+    return number;
+}
+
+/// "2d3h", "1h30m", "45s".
+std::optional<std::int64_t> secondsInUnits(std::string_view text) {
+    std::int64_t seconds = 0;
+    while (!text.empty()) {
+        const auto number = takeNumber(text);
+        if (!number || text.empty())
+            return std::nullopt;
+        switch (text[0]) {
+        case 'd':
+            seconds += *number * 86'400;
+            break;
+        case 'h':
+            seconds += *number * 3'600;
+            break;
+        case 'm':
+            seconds += *number * 60;
+            break;
+        case 's':
+            seconds += *number;
+            break;
+        default:
+            return std::nullopt;
+        }
+        text.remove_prefix(1);
+    }
+    return seconds;
+}
+
+/// "1:30" or "1:30:15".
+std::optional<std::int64_t> secondsOnClock(std::string_view text) {
+    std::int64_t seconds = 0;
+    int parts = 0;
+    for (; parts < 3; ++parts) {
+        const auto number = takeNumber(text);
+        if (!number || (parts > 0 && *number > 59))
+            return std::nullopt;
+        seconds = seconds * 60 + *number;
+        if (text.empty())
+            break;
+        if (text[0] != ':')
+            return std::nullopt;
+        text.remove_prefix(1);
+    }
+    return parts == 1 ? std::optional(seconds * 60) : parts == 2 ? std::optional(seconds) : std::nullopt;
+}
+
+std::optional<std::int64_t> secondsIn(std::string_view text) {
+    const bool isBack = text.starts_with('-');
+    if (isBack || text.starts_with('+'))
+        text.remove_prefix(1);
+    if (text.empty())
+        return std::nullopt;
+    const auto seconds =
+        text.find(':') == std::string_view::npos ? secondsInUnits(text) : secondsOnClock(text);
+    return seconds && isBack ? std::optional(-*seconds) : seconds;
+}
+
+Result<> adjust(std::span<const std::string> uuids, std::int64_t seconds) {
+    const auto texts = MutableArray::create();
+    for (const std::string &uuid : uuids)
+        texts->append(String::of(uuid));
+    client::Request request(protocol::adjustDates);
+    request.set(protocol::keys::seconds, seconds);
+    request.set(protocol::keys::photoUUIDs, texts.get());
+    return waitForWork(request);
+}
+
+/// Changes nothing if one of the assets is not there.
+Result<ExitCode> adjustDates(const Options &options) {
+    const auto seconds = secondsIn(options.by);
+    const auto store = openStore();
+    if (!store)
+        return passOn(store);
+    std::vector<std::string> uuids;
+    for (const std::string &name : options.assets) {
+        const auto asset = findAsset(**store, name);
+        if (!asset)
+            return passOn(asset);
+        if (std::ranges::find(uuids, (*asset)->record().uuid) == uuids.end())
+            uuids.push_back((*asset)->record().uuid);
+    }
+    for (std::span left(uuids); !left.empty();) {
+        const auto batch = left.first(std::min(left.size(), batchSize));
+        left = left.subspan(batch.size());
+        if (const auto adjusted = adjust(batch, *seconds); !adjusted)
+            return passOn(adjusted);
+    }
+    print(countText(uuids.size(), "date", "dates") + " changed");
+    return ExitCode::success;
+}
+
+} // namespace
+
+void setUpAdjustDate(Command command) {
+    command.description("Move the dates of photos whose camera's clock was wrong");
+    command.footer(
+        "A time is written as 1h30m, 2d, 45s, or as 1:30 or 1:30:15, with + (default) or - in front.\n"
+        "The originals keep the dates that are written in them.\n\n"
+        "Example:\n"
+        "  wickerlane adjust-date --by -1h 7F3D0A52-6C1B-4E0E-9D43-2B1C7A5E8F10");
+    Options &options = command.runs(adjustDates);
+    command.addOption("ASSET", options.assets, "UUIDs, URLs or object IDs of assets").required();
+    command.addOption("--by", options.by, "By how much the clock was slow; negative if it was fast")
+        .required()
+        .typeName("TIME")
+        .check([](const std::string &text) {
+            return secondsIn(text) ? std::string() : "'" + text + "' is no time such as 1h30m or -0:45";
+        });
+}
+
+} // namespace wickerlane::cli
