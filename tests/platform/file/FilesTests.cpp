@@ -64,6 +64,24 @@ TEST(Files, AreBelowTheRootThatTheEnvironmentNames) {
     }
 }
 
+TEST(Files, AreMadePrivateWhateverTheFileMask) {
+    const mode_t before = umask(0);
+    for (const mode_t mask : {0U, 0777U, 0277U}) {
+        umask(mask);
+        const std::string folder = pathUnderRoot("/mask" + std::to_string(mask) + "/inner");
+        const std::string path = folder + "/file";
+        EXPECT_TRUE(makeFolders(folder)) << mask;
+        for (const int flags : {O_EXCL, 0}) // made, and found
+            EXPECT_TRUE(openFile(path, O_RDWR | O_CREAT | flags)) << mask;
+        struct stat status {};
+        EXPECT_EQ(stat(path.c_str(), &status), 0) << mask;
+        EXPECT_EQ(status.st_mode & 0777U, 0600U) << mask;
+        EXPECT_EQ(stat(folder.c_str(), &status), 0) << mask;
+        EXPECT_EQ(status.st_mode & 0777U, 0700U) << mask;
+    }
+    umask(before);
+}
+
 TEST(Files, AreReplacedWholeOrNotAtAll) {
     const std::string folder = pathUnderRoot("/a/b"), path = folder + "/file";
     ASSERT_TRUE(makeFolders(folder));

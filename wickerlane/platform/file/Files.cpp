@@ -99,7 +99,10 @@ bool makeFolders(const std::string &path) {
     std::size_t end = 0;
     do {
         end = path.find('/', end + 1);
-        if (mkdir(path.substr(0, end).c_str(), 0700) != 0 && errno != EEXIST)
+        const std::string folder = path.substr(0, end);
+        if (mkdir(folder.c_str(), 0700) == 0)
+            chmod(folder.c_str(), 0700); // whatever the file mask took
+        else if (errno != EEXIST)
             return false;
     } while (end != std::string::npos);
     struct stat status {};
@@ -111,8 +114,22 @@ bool makeFolders(const std::string &path) {
 }
 
 UniqueFd openFile(const std::string &path, int flags) {
-    return UniqueFd(
-        retryInterrupted([&] { return open(path.c_str(), flags | O_NOFOLLOW | O_CLOEXEC, 0600); }));
+    const auto openWith = [&](int used) {
+        return retryInterrupted(
+            [&] { return open(path.c_str(), used | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR); });
+    };
+    if ((flags & O_CREAT) == 0)
+        return UniqueFd(openWith(flags));
+    for (;;) {
+        UniqueFd made(openWith(flags | O_EXCL));
+        if (made)
+            fchmod(made.get(), S_IRUSR | S_IWUSR); // whatever the file mask took
+        if (made || errno != EEXIST || (flags & O_EXCL) != 0)
+            return made;
+        UniqueFd found(openWith(flags & ~O_CREAT));
+        if (found || errno != ENOENT) // else it was removed in between
+            return found;
+    }
 }
 
 bool readFile(const std::string &path, std::vector<std::byte> &contents, std::size_t limit) {

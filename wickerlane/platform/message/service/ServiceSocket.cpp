@@ -1,6 +1,7 @@
 #include "wickerlane/platform/message/service/ServiceSocket.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -59,8 +60,9 @@ UniqueFd ServiceSocket::listen() const {
         return {};
     remove();
     const sockaddr_un to = address();
+    // The mode is set before anybody can connect, whatever the file mask took.
     if (bind(fd.get(), reinterpret_cast<const sockaddr *>(&to), sizeof to) != 0 ||
-        ::listen(fd.get(), SOMAXCONN) != 0)
+        fchmodat(folderDescriptor.get(), name.c_str(), 0600, 0) != 0 || ::listen(fd.get(), SOMAXCONN) != 0)
         return {};
     return fd;
 }
@@ -71,8 +73,7 @@ void ServiceSocket::remove() const {
 
 UniqueFd ServiceSocket::lock() const {
     const std::string file = '.' + name + ".lock";
-    constexpr int flags = O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW;
-    UniqueFd fd(openat(folderDescriptor.get(), file.c_str(), flags, 0600));
+    UniqueFd fd = openFile(folder + '/' + file, O_RDWR | O_CREAT);
     if (fd && !lockFile(fd.get(), FileLock::exclusive))
         fd.reset();
     return fd;
