@@ -9,6 +9,8 @@
 #include "cli/Interrupt.h"
 #include "cli/Output.h"
 #include "cli/Subcommands.h"
+#include "wickerlane/platform/file/Files.h"
+#include "wickerlane/platform/file/TrustedPath.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/platform/queue/WorkQueue.h"
 
@@ -80,6 +82,10 @@ int run(int argc, char **argv) {
     // Before any other thread runs. A daemon that is started inherits it.
     if (!root.empty())
         setenv("WICKERLANE_ROOT", std::filesystem::absolute(root).lexically_normal().c_str(), 1);
+    // What is below a root says which programs run.
+    if (const std::string why = whyUntrusted(rootPath()); !why.empty())
+        return static_cast<int>(
+            report({ProblemKind::refused, "the root " + rootPath() + " does not count: " + why, {}}));
 
     noticeInterrupts();
     const ExitCode result = performServingMainQueue(chosen);

@@ -8,6 +8,8 @@
 
 #include "hoardd/Daemon.h"
 #include "wickerlane/platform/console/Console.h"
+#include "wickerlane/platform/file/Files.h"
+#include "wickerlane/platform/file/TrustedPath.h"
 #include "wickerlane/platform/object/NeverDestroyed.h"
 #include "wickerlane/platform/queue/DescriptorSource.h"
 #include "wickerlane/platform/queue/WorkQueue.h"
@@ -39,6 +41,10 @@ void raiseDescriptorLimit() {
 int serve(const DaemonOptions &options) {
     raiseDescriptorLimit();
     const UniqueFd signals = redirectSignals();
+    if (const std::string why = whyUntrusted(rootPath()); !why.empty()) {
+        consoleLog("hoardd: the root %s does not count: %s", rootPath().c_str(), why.c_str());
+        return 1;
+    }
     // Never destroyed: threads of the queues may still use it when main() returns.
     static NeverDestroyed<Daemon> kept(options);
     Daemon &daemon = *kept;

@@ -2,6 +2,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 
@@ -98,6 +99,12 @@ protected:
             EXPECT_EQ(poll(&ended, 1, -1), 1);
         }
     }
+    /// What a request is answered with when nothing may be started.
+    [[nodiscard]] static std::string refusal() {
+        const auto reply = connect({}, startedName)->sendWithReplySync(numbered(1).get());
+        const auto *error = as<MessageError>(reply.get());
+        return error != nullptr ? std::string(error->text()) : "an answer";
+    }
     static void play(const char *role) { ASSERT_EQ(setenv(roleVariable, role, 1), 0); }
 };
 
@@ -150,6 +157,28 @@ TEST_F(Start, FailsWhereThereIsNothingToRun) {
                   MessageError::connectionInvalid())
             << contents;
     }
+}
+
+// Who may write on the way to a program decides what runs.
+TEST_F(Start, RunsNothingThatAnotherUserCouldHavePutThere) {
+    play("serves");
+    const std::string folder = pathUnderRoot("/Library/Services");
+    const std::string file = folder + "/" + startedName + ".plist";
+    const std::string programs = rootPath() + "/programs";
+    ASSERT_TRUE(makeFolders(programs));
+    const std::string written = " may be written by other users";
+    const auto openTo = [](const std::string &path, mode_t mode) { ASSERT_EQ(chmod(path.c_str(), mode), 0); };
+
+    openTo(rootPath(), 0777);
+    EXPECT_EQ(refusal(), "the root " + rootPath() + " does not count: " + rootPath() + written);
+    openTo(rootPath(), 0700);
+    openTo(folder, 0777);
+    EXPECT_EQ(refusal(), "the description " + file + " does not count: " + folder + written);
+    openTo(folder, 0700);
+    openTo(programs, 0777);
+    std::ofstream(file, std::ios::trunc) << "{ Program = \"" << programs << "/it\"; }";
+    EXPECT_EQ(refusal(), "the program " + programs + "/it does not count: " + programs + written);
+    EXPECT_TRUE(starts().empty());
 }
 
 TEST_F(Start, FindsDescriptionsWhereTheEnvironmentSaysFirst) {

@@ -185,7 +185,7 @@ void ConnectionCore::connect() {
     if (state != State::connecting)
         return;
     if (made.outcome == ConnectOutcome::invalid)
-        return endSession(MessageError::connectionInvalid());
+        return endSession(MessageError::connectionInvalid(), made.refusal.get());
     if (made.outcome == ConnectOutcome::interrupted)
         return endSession(MessageError::connectionInterrupted(), made.refusal.get());
     const Ref<Session> s = session;

@@ -5,6 +5,8 @@
 #include <cerrno>
 #include <optional>
 
+#include "wickerlane/platform/file/Files.h"
+#include "wickerlane/platform/file/TrustedPath.h"
 #include "wickerlane/platform/message/service/ServiceSocket.h"
 #include "wickerlane/platform/message/service/ServiceStart.h"
 #include "wickerlane/platform/message/wire/MessageDecoder.h"
@@ -73,11 +75,21 @@ bool start(const char *name, const ServiceSocket &place, const ServiceDescriptio
     return listening && startService(name, description, listening.get());
 }
 
+// A client that would be served by what another user has put there.
+Connected refused(std::string_view why) {
+    constexpr std::int64_t kindRefused = 3; // as the model numbers the kinds of problems
+    return {.outcome = ConnectOutcome::invalid,
+            .refusal = why.empty() ? nullptr : MessageError::create(why, kindRefused)};
+}
+
 } // namespace
 
 Connected connectToService(const char *name, const Handler<bool(int)> &watch) {
     if (!isServiceName(name))
         return {.outcome = ConnectOutcome::invalid};
+    const std::string root = rootPath();
+    if (const std::string why = whyUntrusted(root); !why.empty())
+        return refused("the root " + root + " does not count: " + why);
     const ServiceSocket place(name);
     // Between starts the service may come and go for good reasons; that many times in a row it does not.
     constexpr int maxRounds = 16;
@@ -98,8 +110,11 @@ Connected connectToService(const char *name, const Handler<bool(int)> &watch) {
         }
         if (errno != ENOENT && errno != ECONNREFUSED)
             return {};
-        const auto description = findServiceDescription(name);
-        if (!description || starts++ == MessageLimits::startAttempts)
+        std::string whyNot;
+        const auto description = findServiceDescription(name, &whyNot);
+        if (!description)
+            return refused(whyNot);
+        if (starts++ == MessageLimits::startAttempts)
             return {.outcome = ConnectOutcome::invalid};
         if (!start(name, place, *description))
             continue;

@@ -17,8 +17,8 @@ enum class ConnectOutcome {
 struct Connected {
     ConnectOutcome outcome = ConnectOutcome::interrupted;
     UniqueFd socket{}; ///< None unless connected.
-    Ref<MessageError>
-        refusal{}; ///< Why the service refuses this client, when it does and says so; else null.
+    /// Why the service refuses this client, or why what would start it does not count; else null.
+    Ref<MessageError> refusal{};
 };
 
 /// Connects to a service, starts it when it does not run, and waits until it has said that it runs. Blocks as

@@ -2,6 +2,7 @@
 
 #include "wickerlane/platform/file/DataFolders.h"
 #include "wickerlane/platform/file/Files.h"
+#include "wickerlane/platform/file/TrustedPath.h"
 #include "wickerlane/platform/object/Array.h"
 #include "wickerlane/platform/object/Dictionary.h"
 #include "wickerlane/platform/object/String.h"
@@ -10,10 +11,10 @@
 namespace wickerlane {
 namespace {
 
-std::optional<ServiceDescription> read(const std::string &folder, std::string_view serviceName) {
+std::optional<ServiceDescription> read(const std::string &folder, const std::string &path) {
     constexpr std::size_t maxBytes = 64 * 1024;
     std::vector<std::byte> contents;
-    if (!readFile(folder + '/' + std::string(serviceName) + ".plist", contents, maxBytes))
+    if (!readFile(path, contents, maxBytes))
         return std::nullopt;
     const Ref<Object> root = createPropertyListObject(contents);
     const auto *dictionary = as<Dictionary>(root.get());
@@ -35,10 +36,24 @@ std::optional<ServiceDescription> read(const std::string &folder, std::string_vi
 
 } // namespace
 
-std::optional<ServiceDescription> findServiceDescription(std::string_view serviceName) {
-    for (const std::string &folder : dataFolders("WICKERLANE_SERVICES", "/Library/Services", "services"))
-        if (auto found = read(folder, serviceName))
+std::optional<ServiceDescription> findServiceDescription(std::string_view serviceName, std::string *whyNot) {
+    std::string problem;
+    for (const std::string &folder : dataFolders("WICKERLANE_SERVICES", "/Library/Services", "services")) {
+        const std::string file = folder + '/' + std::string(serviceName) + ".plist";
+        // Looked at first: what has been trusted can't be exchanged afterwards.
+        const std::string ofFile = whyUntrusted(file);
+        auto found = read(folder, file);
+        if (!found)
+            continue;
+        const std::string ofProgram = whyUntrusted(found->program);
+        if (ofFile.empty() && ofProgram.empty())
             return found;
+        if (problem.empty())
+            problem = ofFile.empty() ? "the program " + found->program + " does not count: " + ofProgram
+                                     : "the description " + file + " does not count: " + ofFile;
+    }
+    if (whyNot != nullptr)
+        *whyNot = std::move(problem);
     return std::nullopt;
 }
 

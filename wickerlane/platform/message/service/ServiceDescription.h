@@ -17,15 +17,17 @@ namespace wickerlane {
 ///
 /// The folders in which it is looked for, in this order: the root's "/Library/Services",
 /// "../share/wickerlane/services" beside the folder of libwickerlane.so, and the folder of the installation.
-/// When WICKERLANE_SERVICES is set, those that it names (separated by colons) and no others.
+/// When WICKERLANE_SERVICES is set, those that it names (separated by colons) and no others. A file that
+/// another user could have put there does not count, nor does one that names such a program.
 struct ServiceDescription {
     std::string program;                ///< Absolute.
     std::vector<std::string> arguments; ///< Without the program's name.
 };
 
-/// The first description found; none when there is none that can be read.
+/// The first description that can be read and counts. When there is none, `whyNot`, unless it is null, says
+/// what was found that does not count; it is empty when there was nothing.
 [[nodiscard]] WL_EXPORT std::optional<ServiceDescription>
-findServiceDescription(std::string_view serviceName);
+findServiceDescription(std::string_view serviceName, std::string *whyNot = nullptr);
 
 } // namespace wickerlane
 
