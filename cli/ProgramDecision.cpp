@@ -14,13 +14,22 @@ std::string programPath(const std::string &program) {
     return error ? std::filesystem::absolute(program).lexically_normal().string() : path.string();
 }
 
+Result<> decisionsCount() {
+    if (const std::string why = ConsentStore::shared().whyIgnored(); !why.empty())
+        return fail(ProblemKind::refused, "the decisions do not count: " + why);
+    return {};
+}
+
 Result<ExitCode> changeDecisions(const std::function<bool(ConsentStore &decisions)> &change) {
     if (change(ConsentStore::shared()))
         return ExitCode::success;
+    const int error = errno;
+    if (const auto counted = decisionsCount(); !counted)
+        return passOn(counted);
     return fail(ProblemKind::failed,
                 fmt::format("the decisions can't be changed: {}. Only the owner of the library's root may "
                             "change them",
-                            std::strerror(errno)));
+                            std::strerror(error)));
 }
 
 } // namespace wickerlane::cli

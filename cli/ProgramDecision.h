@@ -14,6 +14,9 @@ namespace wickerlane::cli {
 /// The path by which the kernel knows a program: absolute, without symbolic links.
 std::string programPath(const std::string &program);
 
+/// Fails when there is a file of decisions that does not count, as another user could have put it there.
+Result<> decisionsCount();
+
 /// Makes a change of the decisions. `change` is false, with errno, on failure.
 Result<ExitCode> changeDecisions(const std::function<bool(ConsentStore &decisions)> &change);
 

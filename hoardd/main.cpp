@@ -7,6 +7,7 @@
 #include <csignal>
 
 #include "hoardd/Daemon.h"
+#include "wickerlane/platform/consent/Consent.h"
 #include "wickerlane/platform/console/Console.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/file/TrustedPath.h"
@@ -45,6 +46,8 @@ int serve(const DaemonOptions &options) {
         consoleLog("hoardd: the root %s does not count: %s", rootPath().c_str(), why.c_str());
         return 1;
     }
+    if (const std::string why = ConsentStore::shared().whyIgnored(); !why.empty())
+        consoleLog("hoardd: the decisions about programs do not count: %s", why.c_str());
     // Never destroyed: threads of the queues may still use it when main() returns.
     static NeverDestroyed<Daemon> kept(options);
     Daemon &daemon = *kept;

@@ -21,6 +21,8 @@ struct Options {
 };
 
 Result<ExitCode> list(const Options &options) {
+    if (const auto counted = decisionsCount(); !counted)
+        return passOn(counted);
     JSON all = JSON::array();
     Table table({{"DECISION"}, {"USER", Table::Align::right}, {"PROGRAM"}});
     for (const ConsentDecision &each : ConsentStore::shared().decisions()) {
@@ -62,6 +64,8 @@ void setUpConsent(Command command) {
     command.footer(
         "Programs of the library's owner may use it unless they are denied. Other programs may use\n"
         "it only if they are granted. A decision takes effect with the next request.\n\n"
+        "A denial also holds for other names of the same file. The programs of one user are not\n"
+        "protected from each other by this.\n\n"
         "Example:\n  wickerlane consent deny /usr/bin/nosy");
     const auto listing = command.addSubcommand("list", "List all decisions");
     listing.addFlag("--json", listing.runs(list).json, "Write JSON");

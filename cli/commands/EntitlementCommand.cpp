@@ -19,6 +19,8 @@ struct Options {
 };
 
 Result<ExitCode> list(const Options &options) {
+    if (const auto counted = decisionsCount(); !counted)
+        return passOn(counted);
     JSON all = JSON::object();
     Table table({{"PROGRAM"}, {"ENTITLEMENTS"}});
     for (const ProgramEntitlements &each : ConsentStore::shared().entitlements()) {

@@ -5,7 +5,9 @@
 namespace wickerlane::hoardd {
 
 AccessStatus accessOf(const PeerIdentity &peer) {
-    if (const auto decided = ConsentStore::shared().decision(kPVGServicePhotos, peer.executable, peer.user))
+    if (peer.program.standing == ProgramStanding::foreign)
+        return AccessStatus::denied;
+    if (const auto decided = ConsentStore::shared().decision(kPVGServicePhotos, peer.program, peer.user))
         return *decided ? AccessStatus::granted : AccessStatus::denied;
     // The library belongs to the owner of its root; before there is one, to the user whom the daemon serves.
     return peer.user == ConsentStore::owner() ? AccessStatus::granted : AccessStatus::notAsked;

@@ -12,7 +12,7 @@ namespace wickerlane::hoardd {
 /// What travels under "authorized".
 enum class AccessStatus : std::int64_t {
     granted = 0,
-    denied = 1,   ///< By a decision.
+    denied = 1,   ///< By a decision, or to a program of foreign namespaces.
     notAsked = 2, ///< Not decided yet.
 };
 

@@ -126,11 +126,11 @@ Result<Answer> dataMigrationWillFinish(Library &library, const Call &) {
 
 Result<Answer> notifyAboutTermination(Library &library, const Call &call) {
     const String *name = call.get(keys::name), *reason = call.get(keys::reason);
-    JX_LOG(JXLogLevelError, JXPhotosStateLog, "process %d (%s) ends by an exception: %@: %@",
-           call.peer().process, call.peer().executable.c_str(), name, reason);
-    const Termination termination{secondsNow(), call.peer().executable, call.peer().process,
+    const Termination termination{secondsNow(), call.peer().program.path, call.peer().process,
                                   name != nullptr ? name->utf8() : std::string_view(),
                                   reason != nullptr ? reason->utf8() : std::string_view()};
+    JX_LOG(JXLogLevelError, JXPhotosStateLog, "process %d (%s) ends by an exception: %@: %@",
+           call.peer().process, call.peer().program.path.c_str(), name, reason);
     return whenDone(library.writer().change(
         [&](Database &database) { return insertTermination(database, termination); }));
 }

@@ -40,7 +40,7 @@ TEST(PersistentURL, IsRecognisedByItsScheme) {
 TEST(PersistentURL, IsAccessibleByConsentAndLibrary) {
     ReleaseScope scope;
     makeFolders(rootPath());
-    const PeerIdentity self{getuid(), getgid(), getpid(), startTimeOf(getpid()), executableOf(getpid())};
+    const PeerIdentity self{getuid(), getgid(), getpid(), startTimeOf(getpid()), programOf(getpid())};
     PeerIdentity gone = self;
     gone.startTime += 1;
     const auto access = [](const char *url, const PeerIdentity &peer) {
@@ -52,12 +52,12 @@ TEST(PersistentURL, IsAccessibleByConsentAndLibrary) {
     for (const char *url : urls)
         EXPECT_EQ(access(url, self), 2) << "the owner of the library has consent: " << url;
 
-    ASSERT_TRUE(ConsentStore::shared().decide({kPVGServicePhotos, self.executable, self.user, false}));
+    ASSERT_TRUE(ConsentStore::shared().decide({kPVGServicePhotos, self.program.path, self.user, false}));
     for (const char *url : urls)
         for (const PeerIdentity &peer : {self, gone})
             EXPECT_EQ(access(url, peer), url == song ? 2 : 0) << (url != nullptr ? url : "null");
 
-    ASSERT_TRUE(ConsentStore::shared().decide({kPVGServicePhotos, self.executable, self.user, true}));
+    ASSERT_TRUE(ConsentStore::shared().decide({kPVGServicePhotos, self.program.path, self.user, true}));
     EXPECT_EQ(access(photo, self), 2);
     EXPECT_EQ(access(photo, gone), 0) << "another process that had the same id";
     EXPECT_EQ(WLNGetCurrentAccessForURLAndToken(URL::of(photo), WLAuditToken{}), 0) << "no token";

@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sched.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -19,28 +20,34 @@ ConsentStore &consent() {
     return ConsentStore::shared();
 }
 
+/// A program that no process runs.
+RunningProgram named(const char *path) {
+    return {.path = path, .standing = ProgramStanding::named};
+}
+
 std::string file() {
     return pathUnderRoot("/var/db/wickerlane/Consent.plist");
 }
 
 TEST(Consent, DecisionsAreKeptForProgramAndUser) {
-    EXPECT_EQ(consent().decision("s", "/bin/a", 1), std::nullopt);
+    EXPECT_EQ(consent().decision("s", named("/bin/a"), 1), std::nullopt);
     ASSERT_TRUE(consent().decide({"s", "/bin/a", 1, true}));
     ASSERT_TRUE(consent().decide({"s", "/bin/a", 2, false}));
     ASSERT_TRUE(consent().decide({"t", "/bin/a", 1, false}));
-    EXPECT_EQ(consent().decision("s", "/bin/a", 1), true);
-    EXPECT_EQ(consent().decision("s", "/bin/a", 2), false);
-    EXPECT_EQ(consent().decision("t", "/bin/a", 1), false);
-    EXPECT_EQ(consent().decision("s", "/bin/b", 1), std::nullopt);
+    EXPECT_EQ(consent().decision("s", named("/bin/a"), 1), true);
+    EXPECT_EQ(consent().decision("s", named("/bin/a"), 2), false);
+    EXPECT_EQ(consent().decision("t", named("/bin/a"), 1), false);
+    EXPECT_EQ(consent().decision("s", named("/bin/b"), 1), std::nullopt);
     ASSERT_TRUE(consent().decide({"s", "/bin/a", 1, false}));
-    EXPECT_EQ(consent().decision("s", "/bin/a", 1), false);
+    EXPECT_EQ(consent().decision("s", named("/bin/a"), 1), false);
     ASSERT_TRUE(consent().forget("s", "/bin/a", 1));
-    EXPECT_EQ(consent().decision("s", "/bin/a", 1), std::nullopt);
+    EXPECT_EQ(consent().decision("s", named("/bin/a"), 1), std::nullopt);
     EXPECT_EQ(consent().decisions().size(), 2U);
 }
 
 TEST(Consent, EntitlementsBelongToPrograms) {
-    const PeerIdentity owner{getuid(), 0, 1, 1, "/bin/a"}, stranger{getuid() + 1, 0, 1, 1, "/bin/a"};
+    const PeerIdentity owner{getuid(), 0, 1, 1, named("/bin/a")},
+        stranger{getuid() + 1, 0, 1, 1, named("/bin/a")};
     EXPECT_TRUE(consent().isEntitled(owner, "x")) << "in one's own library";
     EXPECT_FALSE(consent().isEntitled(stranger, "x"));
     ASSERT_TRUE(consent().setEntitled("/bin/a", "x", true));
@@ -52,19 +59,113 @@ TEST(Consent, EntitlementsBelongToPrograms) {
 
 TEST(Consent, AFileThatOthersCouldWriteDoesNotCount) {
     ASSERT_TRUE(consent().decide({"s", "/bin/a", 1, true}));
-    fs::permissions(file(), fs::perms::others_write, fs::perm_options::add);
-    EXPECT_EQ(consent().decision("s", "/bin/a", 1), std::nullopt);
-    EXPECT_FALSE(consent().decide({"s", "/bin/b", 1, true})) << "nor is it overwritten";
-    fs::permissions(file(), fs::perms::others_write, fs::perm_options::remove);
-    EXPECT_EQ(consent().decision("s", "/bin/a", 1), true);
+    for (const std::string &writable : {file(), pathUnderRoot("/var/db")}) {
+        fs::permissions(writable, fs::perms::others_write, fs::perm_options::add);
+        EXPECT_EQ(consent().decision("s", named("/bin/a"), 1), std::nullopt) << writable;
+        EXPECT_EQ(consent().whyIgnored(), writable + " may be written by other users");
+        EXPECT_FALSE(consent().decide({"s", "/bin/b", 1, true})) << "nor is it overwritten";
+        fs::permissions(writable, fs::perms::others_write, fs::perm_options::remove);
+        EXPECT_EQ(consent().decision("s", named("/bin/a"), 1), true);
+        EXPECT_EQ(consent().whyIgnored(), "");
+    }
 
     fs::rename(file(), file() + ".other");
     fs::create_symlink(file() + ".other", file());
-    EXPECT_EQ(consent().decision("s", "/bin/a", 1), std::nullopt);
+    EXPECT_EQ(consent().decision("s", named("/bin/a"), 1), std::nullopt);
     fs::remove(file());
     std::ofstream(file()) << "garbage";
-    EXPECT_EQ(consent().decision("s", "/bin/a", 1), std::nullopt);
+    EXPECT_EQ(consent().decision("s", named("/bin/a"), 1), std::nullopt);
     EXPECT_FALSE(consent().decide({"s", "/bin/b", 1, true})) << "what is not understood stays as it is";
+}
+
+/// A process of a program, which the destructor ends.
+class Running {
+public:
+    explicit Running(const fs::path &program, int namespaces = 0) {
+        process = fork();
+        if (process == 0) {
+            if (namespaces != 0 && unshare(namespaces) != 0)
+                _exit(1);
+            execl(program.c_str(), program.c_str(), "1000", nullptr);
+            _exit(1);
+        }
+        // Until then it runs this test's program.
+        const std::string exe = "/proc/" + std::to_string(process) + "/exe";
+        siginfo_t ended{};
+        std::error_code error;
+        while (fs::equivalent(exe, "/proc/self/exe", error) &&
+               waitid(P_PID, static_cast<id_t>(process), &ended, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+               ended.si_pid == 0)
+            sched_yield();
+    }
+    Running(const Running &) = delete;
+    Running &operator=(const Running &) = delete;
+    ~Running() {
+        kill(process, SIGKILL);
+        waitpid(process, nullptr, 0);
+    }
+    [[nodiscard]] RunningProgram program() const { return programOf(process); }
+
+private:
+    pid_t process;
+};
+
+// What another file, another name, and a missing file do to decisions about a program.
+TEST(Consent, BelongsToTheFileThatRuns) {
+    const fs::path folder = fs::canonical(rootPath());
+    const fs::path sleeper = folder / "sleeper", second = folder / "second";
+    const auto decided = [&](const RunningProgram &program, bool isGranted) {
+        EXPECT_TRUE(consent().decide({"s", sleeper, 1, isGranted}));
+        return consent().decision("s", program, 1);
+    };
+    for (const fs::path &each : {sleeper, folder / "new"})
+        fs::copy_file("/bin/sleep", each);
+    fs::create_hard_link(sleeper, second);
+
+    const Running first(sleeper), linked(second);
+    ASSERT_TRUE(first.program().is(sleeper.string())) << first.program().path;
+    EXPECT_EQ(decided(first.program(), true), true);
+    EXPECT_EQ(decided(first.program(), false), false);
+    EXPECT_EQ(decided(linked.program(), true), std::nullopt) << "a grant is for one name";
+    EXPECT_EQ(decided(linked.program(), false), false) << "a denial is for the file";
+
+    fs::rename(folder / "new", sleeper);
+    EXPECT_EQ(first.program().standing, ProgramStanding::gone);
+    EXPECT_EQ(decided(first.program(), true), std::nullopt) << "another file has the name";
+    EXPECT_EQ(decided(first.program(), false), false);
+
+    fs::remove(sleeper);
+    EXPECT_EQ(decided(first.program(), true), std::nullopt);
+    EXPECT_EQ(decided(first.program(), false), false) << "no file has the name";
+
+    EXPECT_EQ(decided({}, true), std::nullopt) << "one that the kernel doesn't name";
+    EXPECT_EQ(decided({}, false), false) << "could be the one that is denied";
+}
+
+TEST(Consent, EntitlementsOfAFileThatIsGoneAreNotKept) {
+    const fs::path program = fs::canonical(rootPath()) / "sleeper";
+    fs::copy_file("/bin/sleep", program);
+    const Running running(program);
+    const auto isEntitled = [&](uid_t user, const char *entitlement) {
+        return consent().isEntitled({user, 0, 1, 1, running.program()}, entitlement);
+    };
+    ASSERT_TRUE(consent().setEntitled(program.string(), "x", true));
+    EXPECT_TRUE(isEntitled(getuid() + 1, "x"));
+    fs::remove(program);
+    EXPECT_FALSE(isEntitled(getuid() + 1, "x"));
+    EXPECT_TRUE(isEntitled(getuid(), "x")) << "as an owner's program that is not listed";
+    EXPECT_FALSE(isEntitled(getuid(), "y")) << "what was taken stays taken";
+}
+
+TEST(Consent, IsNotForProgramsInNamespacesOfTheirOwn) {
+    const fs::path program = fs::canonical(rootPath()) / "sleeper";
+    fs::copy_file("/bin/sleep", program);
+    const Running outside(program), inside(program, CLONE_NEWUSER | CLONE_NEWNS);
+    EXPECT_EQ(outside.program().standing, ProgramStanding::named);
+    if (inside.program().path.empty())
+        GTEST_SKIP() << "this system gives no user namespaces to programs";
+    EXPECT_EQ(inside.program().standing, ProgramStanding::foreign);
+    EXPECT_FALSE(consent().isEntitled({getuid(), 0, 1, 1, inside.program()}, "x"));
 }
 
 TEST(AuditToken, StandsForOneProcessWhileItRuns) {
@@ -73,12 +174,12 @@ TEST(AuditToken, StandsForOneProcessWhileItRuns) {
         pause();
         _exit(0);
     }
-    const PeerIdentity peer{getuid(), getgid(), child, startTimeOf(child), executableOf(child)};
+    const PeerIdentity peer{getuid(), getgid(), child, startTimeOf(child), programOf(child)};
     const AuditToken token = auditTokenOf(peer);
     EXPECT_TRUE(PVGAccessCheckAuditToken(kPVGServicePhotos, token)) << "the owner's own";
-    ASSERT_TRUE(consent().decide({kPVGServicePhotos, peer.executable, peer.user, false}));
+    ASSERT_TRUE(consent().decide({kPVGServicePhotos, peer.program.path, peer.user, false}));
     EXPECT_FALSE(PVGAccessCheckAuditToken(kPVGServicePhotos, token));
-    ASSERT_TRUE(consent().forget(kPVGServicePhotos, peer.executable, peer.user));
+    ASSERT_TRUE(consent().forget(kPVGServicePhotos, peer.program.path, peer.user));
 
     AuditToken other = token;
     other[4] ^= 1; // another process with this id

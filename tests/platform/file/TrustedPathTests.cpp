@@ -37,7 +37,7 @@ protected:
 
 } // namespace
 
-TEST_F(TrustedPath, isOneThatOthersCannotWriteAnywhere) {
+TEST_F(TrustedPath, IsOneThatOthersCannotWriteAnywhere) {
     const struct {
         mode_t outer, inner, file;
         const char *problem; // the path below the root; null where there is none
@@ -58,20 +58,20 @@ TEST_F(TrustedPath, isOneThatOthersCannotWriteAnywhere) {
     EXPECT_EQ(whyUntrusted(folder / "b/.."), folder.string() + written);
 }
 
-TEST_F(TrustedPath, mayBeMissing) {
+TEST_F(TrustedPath, MayBeMissing) {
     EXPECT_EQ(whyUntrusted(folder / "b/missing/file"), "");
     setModes(0777, 0700, 0600);
     EXPECT_EQ(whyUntrusted(folder / "missing"), folder.string() + written) << "another user could make it";
 }
 
-TEST_F(TrustedPath, isNotLookedForWithoutEnd) {
+TEST_F(TrustedPath, IsNotLookedForWithoutEnd) {
     const fs::path loop = folder / "loop";
     fs::create_symlink("loop", loop);
     EXPECT_EQ(whyUntrusted(loop / "file"),
               loop.string() + " can't be looked at: Too many levels of symbolic links");
 }
 
-TEST_F(TrustedPath, belongsToThisUserOrToRootAllTheWay) {
+TEST_F(TrustedPath, BelongsToThisUserOrToRootAllTheWay) {
     if (geteuid() != 0)
         GTEST_SKIP() << "only root can give files away";
     constexpr uid_t other = 65'534;

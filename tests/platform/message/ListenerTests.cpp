@@ -132,7 +132,7 @@ TEST(Listener, IdentifiesPeersWithAndWithoutTheNewerKernelCall) {
         EXPECT_GT(peer->identity.startTime, 0U);
         char path[4096] = {};
         ASSERT_GT(readlink("/proc/self/exe", path, sizeof path - 1), 0);
-        EXPECT_EQ(peer->identity.executable, path);
+        EXPECT_TRUE(peer->identity.program.is(path)) << peer->identity.program.path;
     }
 }
 

@@ -8,6 +8,7 @@
 
 #include "wickerlane/platform/file/FileLock.h"
 #include "wickerlane/platform/file/Files.h"
+#include "wickerlane/platform/file/TrustedPath.h"
 #include "wickerlane/platform/object/Array.h"
 #include "wickerlane/platform/object/Dictionary.h"
 #include "wickerlane/platform/object/NeverDestroyed.h"
@@ -37,13 +38,24 @@ std::string textUnder(const Dictionary *entry, std::string_view key) {
     return text != nullptr ? std::string(text->utf8()) : std::string();
 }
 
+// Why a file does not count; empty when it does, or is missing.
+std::string problemOf(const std::string &path) {
+    struct stat status {};
+    if (lstat(path.c_str(), &status) != 0)
+        return {};
+    if (!S_ISREG(status.st_mode))
+        return path + " is no regular file";
+    if (status.st_uid != ConsentStore::owner() && status.st_uid != 0)
+        return path + " belongs neither to the owner of the root nor to root";
+    return whyUntrusted(path);
+}
+
 /// False, with errno, when there is a file that does not count.
 bool read(const std::string &path, Contents &contents) {
     struct stat status {};
     if (lstat(path.c_str(), &status) != 0)
         return errno == ENOENT || errno == ENOTDIR;
-    if (!S_ISREG(status.st_mode) || status.st_uid != ConsentStore::owner() ||
-        (status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
+    if (!problemOf(path).empty()) {
         errno = EPERM;
         return false;
     }
@@ -146,19 +158,36 @@ uid_t ConsentStore::owner() {
     return stat(rootPath().c_str(), &root) == 0 ? root.st_uid : geteuid();
 }
 
-std::optional<bool> ConsentStore::decision(std::string_view service, std::string_view executable,
+std::string ConsentStore::whyIgnored() {
+    return problemOf(pathUnderRoot(systemPath));
+}
+
+std::optional<bool> ConsentStore::decision(std::string_view service, const RunningProgram &program,
                                            uid_t user) {
-    for (const ConsentDecision &each : contentsNow().decisions)
-        if (isAbout(each, service, executable, user))
-            return each.isGranted;
-    return std::nullopt;
+    std::optional<bool> found;
+    for (const ConsentDecision &each : contentsNow().decisions) {
+        if (each.service != service || each.user != user)
+            continue;
+        if (!each.isGranted && program.mayBe(each.executable))
+            return false;
+        if (program.is(each.executable))
+            found = each.isGranted;
+    }
+    return found;
 }
 
 bool ConsentStore::isEntitled(const PeerIdentity &peer, std::string_view entitlement) {
-    const Contents contents = contentsNow();
-    if (const ProgramEntitlements *program = find(contents, peer.executable))
-        return std::ranges::find(program->names, entitlement) != program->names.end();
-    return rootPath() != "/" && peer.user == owner();
+    if (peer.program.standing == ProgramStanding::foreign)
+        return false;
+    bool isListed = false;
+    for (const ProgramEntitlements &each : contentsNow().programs) {
+        const bool hasIt = std::ranges::find(each.names, entitlement) != each.names.end();
+        if (peer.program.is(each.executable))
+            isListed = true;
+        if (!hasIt && peer.program.mayBe(each.executable))
+            return false;
+    }
+    return isListed || (rootPath() != "/" && peer.user == owner());
 }
 
 std::vector<ConsentDecision> ConsentStore::decisions() {
@@ -212,11 +241,12 @@ bool PVGAccessCheckAuditToken(const char *service, const AuditToken &token) {
     const auto process = static_cast<pid_t>(token[3]);
     const std::uint64_t started = token[4] | std::uint64_t{token[5]} << 32;
     // Read before the start time is compared, so that both are the same process's.
-    const std::string executable = executableOf(process);
-    if (token[0] != tokenMark || process <= 0 || started == 0 || startTimeOf(process) != started)
+    const RunningProgram program = programOf(process);
+    if (token[0] != tokenMark || process <= 0 || started == 0 || startTimeOf(process) != started ||
+        program.standing == ProgramStanding::foreign)
         return false;
     const uid_t user = token[1];
-    return ConsentStore::shared().decision(service, executable, user).value_or(user == ConsentStore::owner());
+    return ConsentStore::shared().decision(service, program, user).value_or(user == ConsentStore::owner());
 }
 
 } // namespace wickerlane

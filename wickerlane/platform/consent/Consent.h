@@ -1,8 +1,12 @@
 // Who may use what: decisions by consent, and the entitlements of programs.
 //
 // Both stand in one property list below the root, /var/db/wickerlane/Consent.plist. It counts only when it
-// belongs to the owner of the root and no other user may write it: on a device, where that is the
-// administrator, programs can't decide for themselves; in a user's own library the user decides.
+// belongs to the owner of the root or to root, and no other user could have put it there: on a device, where
+// that is the administrator, programs can't decide for themselves; in a user's own library the user decides.
+//
+// Programs are named by their paths. A grant is for the file to which the path leads, while it does; a denial
+// is also for that file under other names, and for a process whose program has been removed or replaced. The
+// programs of one user are not protected from each other; docs/hoardd.md says how far consent goes.
 #ifndef WICKERLANE_PLATFORM_CONSENT_CONSENT_H
 #define WICKERLANE_PLATFORM_CONSENT_CONSENT_H
 
@@ -44,8 +48,11 @@ public:
     /// The user that owns the root, or the calling process's while there is none.
     [[nodiscard]] static uid_t owner();
 
+    /// Why the file does not count, as a text for people; empty when it does or when there is none. As long
+    /// as it doesn't, there are no decisions.
+    [[nodiscard]] std::string whyIgnored();
     /// Nothing while there is no decision.
-    [[nodiscard]] std::optional<bool> decision(std::string_view service, std::string_view executable,
+    [[nodiscard]] std::optional<bool> decision(std::string_view service, const RunningProgram &program,
                                                uid_t user);
     /// Whether a program is entitled. A program that is not listed is entitled to nothing, but in a user's
     /// own library, where the owner's programs are entitled to all that is not taken from them.
@@ -54,7 +61,8 @@ public:
     [[nodiscard]] std::vector<ConsentDecision> decisions();
     [[nodiscard]] std::vector<ProgramEntitlements> entitlements();
 
-    // Changes survive a crash. False, with errno, when the file can't be read or written.
+    // Changes survive a crash. False, with errno, when the file can't be read or written; EPERM says that it
+    // does not count.
 
     [[nodiscard]] bool decide(const ConsentDecision &decision);
     /// Removes the decision.

@@ -8,6 +8,7 @@
 
 #include "wickerlane/platform/message/value/MessageValue.h"
 #include "wickerlane/platform/message/wire/MessageLimits.h"
+#include "wickerlane/platform/process/RunningProgram.h"
 #include "wickerlane/platform/queue/WorkQueue.h"
 
 namespace wickerlane {
@@ -19,7 +20,7 @@ struct PeerIdentity {
     pid_t process;
     /// When the process was started, in clock ticks since boot, so that a reused id shows; 0 if it is gone.
     std::uint64_t startTime;
-    std::string executable; ///< Absolute path; empty when the kernel does not say.
+    RunningProgram program;
 };
 
 /// One connected client, as a daemon sees it. Thread-safe.

@@ -36,10 +36,10 @@ std::optional<PeerProcess> identifyPeer(int socket, PidfdFrom from) {
     // Read after the pidfd was had and believed only if the process still runs: its id can't have gone to
     // another process in between.
     peer.identity.startTime = startTimeOf(credentials.pid);
-    peer.identity.executable = executableOf(credentials.pid);
+    peer.identity.program = programOf(credentials.pid);
     if (!peer.isAlive()) {
         peer.identity.startTime = 0;
-        peer.identity.executable.clear();
+        peer.identity.program = {};
     }
     return peer;
 }
