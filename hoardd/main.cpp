@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 #include <csignal>
 
+#include "hoardd/Circumstances.h"
 #include "hoardd/Daemon.h"
 #include "wickerlane/platform/consent/Consent.h"
 #include "wickerlane/platform/console/Console.h"
@@ -42,6 +43,7 @@ void raiseDescriptorLimit() {
 int serve(const DaemonOptions &options) {
     raiseDescriptorLimit();
     const UniqueFd signals = redirectSignals();
+    leaveCircumstancesOfStart();
     if (const std::string why = whyUntrusted(rootPath()); !why.empty()) {
         consoleLog("hoardd: the root %s does not count: %s", rootPath().c_str(), why.c_str());
         return 1;

@@ -13,6 +13,7 @@
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/file/Retry.h"
 #include "wickerlane/platform/message/service/InheritedSocket.h"
+#include "wickerlane/platform/process/Circumstances.h"
 
 namespace wickerlane {
 namespace {
@@ -34,16 +35,9 @@ Program makeProgram(const ServiceDescription &description) {
     for (const std::string &argument : description.arguments)
         strings.push_back(argument);
     const std::size_t argumentCount = strings.size();
-    const auto isOurs = [](std::string_view variable) {
-        for (const std::string_view name :
-             {"LISTEN_PID=", "LISTEN_FDS=", "LISTEN_FDNAMES=", "WICKERLANE_ROOT=", "WICKERLANE_STARTED="})
-            if (variable.starts_with(name))
-                return true;
-        return false;
-    };
-    for (char **variable = environ; variable != nullptr && *variable != nullptr; ++variable)
-        if (!isOurs(*variable))
-            strings.emplace_back(*variable);
+    for (std::string &variable : serviceEnvironment())
+        if (!variable.starts_with("WICKERLANE_ROOT=") && !variable.starts_with("WICKERLANE_STARTED="))
+            strings.push_back(std::move(variable));
     strings.push_back("WICKERLANE_ROOT=" + rootPath());
     strings.push_back(std::string(startedByClientVariable) + "=1");
     strings.emplace_back("LISTEN_FDS=1");
@@ -78,6 +72,7 @@ void run(Program &program, int listening, int null, int log) {
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
+    leaveCircumstances();
 
     // Descriptors below those to be placed were moved out of the way before the fork.
     if (chdir("/") != 0 || !moveDescriptor(null, STDIN_FILENO) || !moveDescriptor(log, STDOUT_FILENO) ||

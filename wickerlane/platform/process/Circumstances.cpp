@@ -1,0 +1,71 @@
+#include "wickerlane/platform/process/Circumstances.h"
+
+#include <sched.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+
+namespace wickerlane {
+namespace {
+
+constexpr std::string_view passedOn[] = {
+    "HOME=",
+    "LANG=",
+    "LANGUAGE=",
+    "TZ=",
+    "XDG_RUNTIME_DIR=",
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    "ASAN_OPTIONS=",
+    "LSAN_OPTIONS=",
+    "TSAN_OPTIONS=",
+    "UBSAN_OPTIONS=",
+#endif
+};
+constexpr std::string_view passedOnFamilies[] = {"LC_", "WICKERLANE_"};
+
+bool isPassedOn(std::string_view variable) {
+    const auto begins = [variable](std::string_view with) { return variable.starts_with(with); };
+    return std::ranges::any_of(passedOn, begins) || std::ranges::any_of(passedOnFamilies, begins);
+}
+
+void widenLimits() noexcept {
+    // An unlimited stack would move all mappings, and shrink the stacks of threads.
+    constexpr rlim_t stackBytes = 8 << 20;
+    for (int resource = 0; resource < RLIMIT_NLIMITS; ++resource) {
+        const auto kind = static_cast<__rlimit_resource>(resource);
+        rlimit limits{};
+        if (resource == RLIMIT_CORE || getrlimit(kind, &limits) != 0)
+            continue;
+        limits.rlim_cur = resource == RLIMIT_STACK ? std::min(stackBytes, limits.rlim_max) : limits.rlim_max;
+        setrlimit(kind, &limits);
+    }
+}
+
+} // namespace
+
+void leaveCircumstances() noexcept {
+    umask(S_IRWXG | S_IRWXO);
+    widenLimits();
+    constexpr sched_param none{};
+    sched_setscheduler(0, SCHED_OTHER, &none);
+    setpriority(PRIO_PROCESS, 0, 0);
+    constexpr int ofProcess = 1; // IOPRIO_WHO_PROCESS, which has no header
+    syscall(SYS_ioprio_set, ofProcess, 0, 0);
+    cpu_set_t all;
+    std::memset(&all, 0xff, sizeof all);
+    sched_setaffinity(0, sizeof all, &all);
+}
+
+std::vector<std::string> serviceEnvironment() {
+    std::vector<std::string> chosen{"PATH=/usr/local/bin:/usr/bin:/bin"};
+    for (char **variable = environ; variable != nullptr && *variable != nullptr; ++variable)
+        if (isPassedOn(*variable))
+            chosen.emplace_back(*variable);
+    return chosen;
+}
+
+} // namespace wickerlane
