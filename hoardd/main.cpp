@@ -8,13 +8,16 @@
 
 #include "hoardd/Circumstances.h"
 #include "hoardd/Daemon.h"
+#include "hoardd/service/PeerLog.h"
 #include "wickerlane/platform/consent/Consent.h"
 #include "wickerlane/platform/console/Console.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/file/TrustedPath.h"
+#include "wickerlane/platform/message/service/ServiceConsole.h"
 #include "wickerlane/platform/object/NeverDestroyed.h"
 #include "wickerlane/platform/queue/DescriptorSource.h"
 #include "wickerlane/platform/queue/WorkQueue.h"
+#include "wickerlane/protocol/ServiceName.h"
 
 namespace wickerlane::hoardd {
 namespace {
@@ -43,6 +46,7 @@ void raiseDescriptorLimit() {
 int serve(const DaemonOptions &options) {
     raiseDescriptorLimit();
     const UniqueFd signals = redirectSignals();
+    keepServiceConsole(WickerlaneGatekeeperName);
     leaveCircumstancesOfStart();
     if (const std::string why = whyUntrusted(rootPath()); !why.empty()) {
         consoleLog("hoardd: the root %s does not count: %s", rootPath().c_str(), why.c_str());
@@ -50,6 +54,7 @@ int serve(const DaemonOptions &options) {
     }
     if (const std::string why = ConsentStore::shared().whyIgnored(); !why.empty())
         consoleLog("hoardd: the decisions about programs do not count: %s", why.c_str());
+    limitLinesOfPeers();
     // Never destroyed: threads of the queues may still use it when main() returns.
     static NeverDestroyed<Daemon> kept(options);
     Daemon &daemon = *kept;
@@ -67,6 +72,7 @@ int serve(const DaemonOptions &options) {
     WorkQueue::runMain();
     source->cancel();
     daemon.stop();
+    sayWhatWasLeftOut();
     return 0;
 }
 

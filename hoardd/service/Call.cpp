@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include "hoardd/service/Access.h"
+#include "hoardd/service/PeerLog.h"
 #include "wickerlane/log/JXLog.h"
 
 namespace wickerlane::hoardd {
@@ -12,10 +13,11 @@ bool Call::mayReadFiles() const noexcept {
 }
 
 void Call::refuse(const Problem &problem) const {
+    const PeerLogScope logged(peer().process);
     // Without a reply only the log says so.
     JX_LOG(received->wantsReply() ? JXLogLevelWarning : JXLogLevelError, JXGatekeeperMsgLog,
            "refused %s of process %d: %s", served != nullptr ? served->row->name : "a request",
-           peer().process, problem.text.c_str());
+           peer().process, shownInLog(problem.text).c_str());
     if (!received->wantsReply())
         return;
     if (served != nullptr && served->refusal != nullptr) {

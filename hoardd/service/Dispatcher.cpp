@@ -2,6 +2,7 @@
 
 #include "hoardd/service/Access.h"
 #include "hoardd/service/Ending.h"
+#include "hoardd/service/PeerLog.h"
 
 namespace wickerlane::hoardd {
 
@@ -63,6 +64,7 @@ Result<const Operation *> Dispatcher::find(const Call &call) const {
 
 void Dispatcher::dispatch(const Call &received) {
     memory.noteWork();
+    const PeerLogScope logged(received.peer().process);
     const auto operation = find(received);
     if (!operation)
         return received.refuse(operation.error());
@@ -119,6 +121,7 @@ void Dispatcher::serveWhenRead(const Operation &operation, Library *library, con
 }
 
 void Dispatcher::serve(const Operation &operation, Library *library, const Call &call) const {
+    const PeerLogScope logged(call.peer().process);
     const auto result = withoutExceptions([&] { return handle(operation, library, call); });
     if (!result)
         call.refuse(result.error());

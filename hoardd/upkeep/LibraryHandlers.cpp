@@ -7,6 +7,7 @@
 #include "hoardd/library/State.h"
 #include "hoardd/saving/FoundFiles.h"
 #include "hoardd/service/Call.h"
+#include "hoardd/service/PeerLog.h"
 #include "hoardd/upkeep/DemoMode.h"
 #include "hoardd/upkeep/Repair.h"
 #include "hoardd/upkeep/Sizes.h"
@@ -129,8 +130,9 @@ Result<Answer> notifyAboutTermination(Library &library, const Call &call) {
     const Termination termination{secondsNow(), call.peer().program.path, call.peer().process,
                                   name != nullptr ? name->utf8() : std::string_view(),
                                   reason != nullptr ? reason->utf8() : std::string_view()};
-    JX_LOG(JXLogLevelError, JXPhotosStateLog, "process %d (%s) ends by an exception: %@: %@",
-           call.peer().process, call.peer().program.path.c_str(), name, reason);
+    JX_LOG(JXLogLevelError, JXPhotosStateLog, "process %d (%s) ends by an exception: %s: %s",
+           termination.process, shownInLog(termination.executable).c_str(),
+           shownInLog(termination.name).c_str(), shownInLog(termination.reason).c_str());
     return whenDone(library.writer().change(
         [&](Database &database) { return insertTermination(database, termination); }));
 }

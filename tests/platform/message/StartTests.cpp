@@ -1,17 +1,21 @@
 // Starting on demand and ending when idle. The test program runs itself again as the service, and as clients.
 #include <fcntl.h>
+#include <gmock/gmock.h>
 #include <poll.h>
 #include <spawn.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 
+#include <filesystem>
 #include <fstream>
 #include <latch>
 #include <thread>
 
 #include "Service.h"
+#include "wickerlane/platform/console/Console.h"
 #include "wickerlane/platform/file/Files.h"
+#include "wickerlane/platform/message/service/ServiceConsole.h"
 #include "wickerlane/platform/message/service/ServiceDescription.h"
 
 using namespace wickerlane;
@@ -42,6 +46,21 @@ std::vector<pid_t> starts() {
     return ids;
 }
 
+constexpr std::size_t talkedLines = 12'000;
+
+std::string talkedLine() {
+    return std::string(1000, 'x');
+}
+
+void talk() {
+    keepServiceConsole(startedName);
+    for (std::size_t i = 0; i < talkedLines; ++i)
+        consoleLogText(talkedLine());
+    constexpr std::string_view other = "not a line of the console\n";
+    if (write(STDERR_FILENO, other.data(), other.size()) < 0)
+        _exit(4);
+}
+
 [[noreturn]] void serve(std::chrono::milliseconds idleTime) {
     noteStart();
     std::promise<void> ended;
@@ -68,6 +87,8 @@ class Roles : public ::testing::Environment {
             noteStart();
             _exit(1);
         }
+        if (isService && name == "talks")
+            talk();
         if (isService)
             serve(std::chrono::milliseconds(name == "hasty" ? 1 : 0));
         const auto reply = connect({}, startedName)->sendWithReplySync(numbered(getpid()).get());
@@ -137,6 +158,35 @@ TEST_F(Start, RunsDetachedWithItsConsoleInAFile) {
     EXPECT_EQ(waitpid(-1, &status, WNOHANG), -1);
     EXPECT_EQ(access(pathUnderRoot(std::string("/var/log/wickerlane/") + startedName + ".log").c_str(), F_OK),
               0);
+}
+
+// The role writes lines of 1 KiB in front of its answers.
+TEST_F(Start, KeepsItsConsoleInFilesOfLimitedSize) {
+    play("talks");
+    const auto connection = connect({}, startedName);
+    ASSERT_EQ(numberOf(connection->sendWithReplySync(numbered(1).get()).get()), 1);
+    const std::string path = pathUnderRoot(std::string("/var/log/wickerlane/") + startedName);
+    const pid_t service = starts().at(0);
+    std::vector<std::string> lines;
+    std::uintmax_t bytes = 0;
+    for (const char *name : {".1.log", ".log"}) {
+        std::ifstream file(path + name);
+        for (std::string line; std::getline(file, line);)
+            if (line.find("[=") == line.npos && line.find("[-") == line.npos) // of the test framework
+                lines.push_back(line);
+        const auto size = std::filesystem::file_size(path + name);
+        EXPECT_LE(size, std::uintmax_t{10} << 20) << name;
+        bytes += size;
+    }
+    EXPECT_GT(bytes, std::uintmax_t{11} << 20);
+    ASSERT_EQ(lines.size(), talkedLines + 1);
+    EXPECT_EQ(lines.back(), "not a line of the console") << "descriptor 2 goes along";
+    lines.pop_back();
+    const std::string end = " [" + std::to_string(service) + "] " + talkedLine();
+    for (const std::string &line : lines)
+        ASSERT_THAT(line, ::testing::AllOf(
+                              ::testing::MatchesRegex("[0-9]{4}(/[0-9]{2}){2} [0-9]{2}(:[0-9]{2}){2} .*"),
+                              ::testing::EndsWith(end)));
 }
 
 TEST_F(Start, IsTriedSeveralTimesBeforeTheServiceIsInvalid) {

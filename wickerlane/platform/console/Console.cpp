@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
@@ -43,11 +44,21 @@ void appendEscaped(std::string &text, char32_t character) {
     text += code.data();
 }
 
+constinit std::atomic<bool (*)()> consoleGate{nullptr};
+constinit std::atomic<bool (*)(std::string_view)> consoleWriter{nullptr};
+
+bool isGateOpen() {
+    const auto gate = consoleGate.load();
+    return gate == nullptr || gate();
+}
+
 // Written at once, so that lines of several threads and processes do not mix.
 void writeLine(std::string line) {
     line += '\n';
     const int error = errno;
-    static_cast<void>(retryInterrupted([&] { return write(STDERR_FILENO, line.data(), line.size()); }));
+    const auto writer = consoleWriter.load();
+    if (writer == nullptr || !writer(line))
+        static_cast<void>(retryInterrupted([&] { return write(STDERR_FILENO, line.data(), line.size()); }));
     errno = error;
 }
 
@@ -69,6 +80,8 @@ std::string escapingControls(std::string_view text) {
 }
 
 void consoleLog(const char *format, ...) {
+    if (!isGateOpen())
+        return;
     va_list arguments;
     va_start(arguments, format);
     std::string line = formatUTF8Escaping(format, arguments, escapingControls);
@@ -76,8 +89,19 @@ void consoleLog(const char *format, ...) {
     writeLine(std::move(line));
 }
 
-void consoleLogText(std::string_view text) {
+bool consoleLogText(std::string_view text) {
+    if (!isGateOpen())
+        return false;
     writeLine(escapingControls(text));
+    return true;
+}
+
+void setConsoleGate(bool (*gate)()) {
+    consoleGate.store(gate);
+}
+
+void setConsoleWriter(bool (*writer)(std::string_view lines)) {
+    consoleWriter.store(writer);
 }
 
 } // namespace wickerlane

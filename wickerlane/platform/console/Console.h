@@ -15,8 +15,17 @@ namespace wickerlane {
 /// are ignored.
 WL_EXPORT void consoleLog(const char *format, ...);
 
-/// The same for a finished text, whose control characters (all but tabs) are escaped.
-WL_EXPORT void consoleLogText(std::string_view text);
+/// The same for a finished text, whose control characters (all but tabs) are escaped. False when the gate let
+/// it not pass.
+WL_EXPORT bool consoleLogText(std::string_view text);
+
+// For programs that look after their console themselves. From any thread.
+
+/// Asked on the thread that is about to write a line, whether it may. It writes no line itself.
+WL_EXPORT void setConsoleGate(bool (*gate)());
+/// Writes lines, each with a line break, to where they are kept. When it returns false, standard error gets
+/// them. It writes nothing to the console itself.
+WL_EXPORT void setConsoleWriter(bool (*writer)(std::string_view lines));
 
 /// `text` with its control characters escaped: "\n", "\r", and "\x1b" style for the others; tabs stay. Also
 /// escapes, in "\u2028" style, the Unicode line separators, C1 controls and format characters, such as the

@@ -163,7 +163,8 @@ bool isPlainText(std::string_view text) {
 void writeToConsole(const LKLogEntry &entry, const Configuration &configuration) {
     const std::string line =
         configuration.consoleFormat ? (*configuration.consoleFormat)(entry) : std::string(entry.message);
-    consoleLogText(line);
+    if (!consoleLogText(line))
+        return;
     const int level =
         configuration.usesRealLevels ? std::clamp(entry.level, LOG_EMERG, LOG_DEBUG) : LOG_NOTICE;
     if (usesOwnClient.load(std::memory_order_relaxed)) {

@@ -55,7 +55,12 @@ LogFile &LogFile::of(const std::string &folder, const std::string &name) {
 LogFile::LogFile(const std::string &folder, const std::string &name) : archive(folder, name) {
 }
 
-void LogFile::write(std::string_view line, const LogFileLimits &limits, std::int64_t now) {
+void LogFile::standForConsole() {
+    const AdaptiveMutexLock lock(mutex);
+    isConsole = true;
+}
+
+bool LogFile::write(std::string_view line, const LogFileLimits &limits, std::int64_t now) {
     std::string cut;
     if (line.size() > limits.bytes) {
         cut = line.substr(0, limits.bytes - 1);
@@ -63,8 +68,7 @@ void LogFile::write(std::string_view line, const LogFileLimits &limits, std::int
         line = cut;
     }
     const AdaptiveMutexLock lock(mutex);
-    if (makeReady(line.size(), limits, now))
-        append(line);
+    return makeReady(line.size(), limits, now) && append(line);
 }
 
 bool LogFile::makeReady(std::size_t length, const LogFileLimits &limits, std::int64_t now) {
@@ -130,10 +134,14 @@ bool LogFile::open() {
         static_cast<void>(!pread(opened.get(), &last, 1, status.st_size - 1));
     torn = last != '\n';
     file = std::move(opened);
+    if (isConsole) {
+        dup2(file.get(), STDOUT_FILENO);
+        dup2(file.get(), STDERR_FILENO);
+    }
     return true;
 }
 
-void LogFile::append(std::string_view line) {
+bool LogFile::append(std::string_view line) {
     // What is left of a torn line is ended first.
     iovec pieces[2] = {{const_cast<char *>("\n"), 1}, {const_cast<char *>(line.data()), line.size()}};
     const bool wasTorn = torn;
@@ -144,14 +152,15 @@ void LogFile::append(std::string_view line) {
     });
     if (written < 0) {
         complain("written");
-        return;
+        return false;
     }
     torn = static_cast<std::size_t>(written) < length; // the disk is full
     uncheckedBytes -= std::min<std::uint64_t>(uncheckedBytes, length);
+    return true;
 }
 
 void LogFile::complain(const char *what) {
-    if (complained)
+    if (complained || isConsole)
         return;
     complained = true;
     const char *reason = strerrordesc_np(errno);

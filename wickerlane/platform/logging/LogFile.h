@@ -27,15 +27,19 @@ public:
     LogFile(const std::string &folder, const std::string &name);
 
     /// Appends a line, which ends in a line break, with one write. A line longer than the limit is cut.
-    /// `now`, in nanoseconds of any clock, only paces how often the file is checked.
-    void write(std::string_view line, const LogFileLimits &limits, std::int64_t now);
+    /// `now`, in nanoseconds of any clock, only paces how often the file is checked. False when it could not
+    /// be written.
+    bool write(std::string_view line, const LogFileLimits &limits, std::int64_t now);
+    /// Standard output and error go to the file from its next line on. The console then gets no complaints
+    /// about it.
+    void standForConsole() WL_EXCLUDES(mutex);
 
 private:
     [[nodiscard]] bool makeReady(std::size_t length, const LogFileLimits &limits, std::int64_t now)
         WL_REQUIRES(mutex);
     [[nodiscard]] bool reopen(std::size_t length, const LogFileLimits &limits) WL_REQUIRES(mutex);
     [[nodiscard]] bool open() WL_REQUIRES(mutex);
-    void append(std::string_view line) WL_REQUIRES(mutex);
+    [[nodiscard]] bool append(std::string_view line) WL_REQUIRES(mutex);
     void complain(const char *what) WL_REQUIRES(mutex);
 
     const LogArchive archive;
@@ -45,6 +49,7 @@ private:
     std::int64_t checkedAt WL_GUARDED_BY(mutex) = 0;
     std::int64_t failedAt WL_GUARDED_BY(mutex) = 0; // when opening failed; 0 while it works
     bool torn WL_GUARDED_BY(mutex) = false;         // the file ends within a line
+    bool isConsole WL_GUARDED_BY(mutex) = false;
     bool complained WL_GUARDED_BY(mutex) = false;
 };
 

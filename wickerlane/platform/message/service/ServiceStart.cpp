@@ -13,6 +13,7 @@
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/file/Retry.h"
 #include "wickerlane/platform/message/service/InheritedSocket.h"
+#include "wickerlane/platform/message/service/ServiceConsole.h"
 #include "wickerlane/platform/process/Circumstances.h"
 
 namespace wickerlane {
@@ -89,7 +90,7 @@ UniqueFd duplicateAbove(int fd) {
 } // namespace
 
 bool startService(std::string_view serviceName, const ServiceDescription &description, int listeningSocket) {
-    const std::string logs = pathUnderRoot("/var/log/wickerlane");
+    const std::string logs = serviceLogFolder();
     const UniqueFd nullFile(open("/dev/null", O_RDWR | O_CLOEXEC));
     UniqueFd logFile;
     if (makeFolders(logs))
