@@ -1,6 +1,5 @@
 // hoardd: the daemon that owns the photo library.
 #include <sys/epoll.h>
-#include <sys/resource.h>
 #include <sys/signalfd.h>
 
 #include <CLI/CLI.hpp>
@@ -34,17 +33,7 @@ UniqueFd redirectSignals() {
     return UniqueFd(signalfd(-1, &ending, SFD_CLOEXEC | SFD_NONBLOCK));
 }
 
-/// Each client takes two descriptors, and the usual limit is meant for programs that have few.
-void raiseDescriptorLimit() {
-    rlimit limit{};
-    if (getrlimit(RLIMIT_NOFILE, &limit) != 0)
-        return;
-    limit.rlim_cur = limit.rlim_max;
-    setrlimit(RLIMIT_NOFILE, &limit);
-}
-
 int serve(const DaemonOptions &options) {
-    raiseDescriptorLimit();
     const UniqueFd signals = redirectSignals();
     keepServiceConsole(WickerlaneGatekeeperName);
     leaveCircumstancesOfStart();
