@@ -1,6 +1,7 @@
 #include "hoardd/Daemon.h"
 
 #include "hoardd/pictures/Thumbnails.h"
+#include "hoardd/saving/FoundFiles.h"
 #include "hoardd/saving/Publication.h"
 #include "hoardd/service/OperationFamilies.h"
 #include "wickerlane/protocol/ServiceName.h"
@@ -36,7 +37,10 @@ Daemon::Daemon(DaemonOptions options)
 void Daemon::prepareLibrary(Library &library) {
     recoverSaves(library);
     // Beside the requests.
-    static_cast<void>(ClientJobs::ownOf(longWork).add({[&library] { makeThumbnailsLeftDue(library); }}));
+    static_cast<void>(ClientJobs::ownOf(longWork).add({[&library] {
+        saveFilesLeftFound(library);
+        makeThumbnailsLeftDue(library);
+    }}));
 }
 
 Result<> Daemon::start(Handler<void()> ended) {

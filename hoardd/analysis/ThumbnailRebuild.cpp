@@ -28,8 +28,8 @@ Result<> rebuildThumbnails(Library &library) {
                 continue; // gone meanwhile
             const auto made =
                 makeThumbnails(library, (*asset)->record(), {.isForced = true, .newIndex = true});
-            if (made)
-                continue;
+            if (made || made.error().kind == ProblemKind::notFound)
+                continue; // in the second case it has gone meanwhile
             JX_LOG(JXLogLevelError, JXThumbnailsLog, "can't make the thumbnails of %s: %s", each.uuid.c_str(),
                    made.error().text.c_str());
             failures.add(each.uuid, made.error());

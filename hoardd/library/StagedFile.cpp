@@ -68,10 +68,9 @@ Result<> StagedFile::moveTo(const std::string &place) {
     return {};
 }
 
-Result<> StagedFile::linkInto(int folder, const std::string &name) {
-    if (::linkat(AT_FDCWD, stagedPath.c_str(), folder, name.c_str(), 0) != 0)
+Result<> StagedFile::moveInto(int folder, const std::string &name) {
+    if (::renameat(AT_FDCWD, stagedPath.c_str(), folder, name.c_str()) != 0)
         return failSystem("write", name);
-    ::unlink(stagedPath.c_str());
     stagedPath.clear();
     return {};
 }

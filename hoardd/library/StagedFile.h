@@ -43,8 +43,8 @@ public:
 
     /// Moves it to its place, and replaces what is there.
     [[nodiscard]] Result<> moveTo(const std::string &place);
-    /// Gives it a name in an open folder unless there is a file of that name.
-    [[nodiscard]] Result<> linkInto(int folder, const std::string &name);
+    /// Moves it into an open folder, and replaces the file of that name; a link of that name, too.
+    [[nodiscard]] Result<> moveInto(int folder, const std::string &name);
 
     /// Removes what a killed process left in a folder.
     static void removeLeftovers(const std::string &folder);

@@ -6,12 +6,14 @@
 
 #include "hoardd/library/DurableFolders.h"
 #include "hoardd/library/Lookup.h"
+#include "hoardd/library/StagedFile.h"
+#include "hoardd/library/WorkNote.h"
 #include "hoardd/media/FileType.h"
 #include "hoardd/pictures/PictureStore.h"
 #include "hoardd/pictures/ShownPicture.h"
 #include "hoardd/pictures/Thumbnails.h"
-#include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/object/Hexadecimal.h"
+#include "wickerlane/platform/object/Paths.h"
 #include "wickerlane/platform/propertylist/PropertyList.h"
 #include "wickerlane/store/Sha256Internal.h"
 
@@ -27,12 +29,20 @@ std::string filenameOf(const AssetRecord &asset, Bytes picture, const store::Sha
     return asset.uuid + '-' + hexadecimal(Bytes(sum).first(8)) + '.' + type.extension;
 }
 
-Result<> writeRendition(const std::string &folder, const std::string &path, Bytes picture) {
+Result<> writeRendition(Library &library, const std::string &path, Bytes picture) {
+    const std::string folder(parentFolder(path));
     if (auto made = makeDurableFolder(folder); !made)
         return made;
-    if (!replaceFile(path, picture))
-        return failSystem("write", path);
-    return {};
+    auto file = StagedFile::create(library.paths().saving());
+    if (!file)
+        return passOn(file);
+    if (auto written = file->write(picture); !written)
+        return written;
+    if (auto synced = file->sync(); !synced)
+        return synced;
+    if (auto moved = file->moveTo(path); !moved)
+        return moved;
+    return makeNamesDurable(folder);
 }
 
 /// Writes a picture and its thumbnails, with the asset's lock held. The picture goes again on failure.
@@ -42,7 +52,11 @@ Result<> replaceRendition(Library &library, const AssetRecord &asset, const std:
         if (earlier != path)
             ::unlink(needless.c_str());
     };
-    if (auto written = writeRendition(library.paths().renditionFolder(asset.uuid), path, picture); !written)
+    // Until the row is committed nothing else says whose the file is.
+    const auto note = WorkNote::write(library.paths(), asset, Work::rendition);
+    if (!note)
+        return passOn(note);
+    if (auto written = writeRendition(library, path, picture); !written)
         return written;
     auto thumbnails = stageThumbnails(library, asset.uuid, path);
     if (!thumbnails) {
@@ -80,6 +94,17 @@ Result<> setRendition(Library &library, const AssetRecord &asset, const Data &pi
         return {};
     return replaceRendition(library, asset, *earlier, path, picture.span(),
                             {asset.uuid, filename, sum, coded ? coded->span() : Bytes()});
+}
+
+Result<> forgetMissingRendition(Library &library, const std::string &uuid) {
+    const MutexLock lock(library.locks().of(uuid));
+    const auto filename = library.writer().renditionOf(uuid);
+    if (!filename)
+        return passOn(filename);
+    const std::string path = library.paths().renditionFolder(uuid) + '/' + *filename;
+    if (filename->empty() || ::access(path.c_str(), F_OK) == 0 || errno != ENOENT)
+        return {};
+    return library.writer().forgetRendition(uuid);
 }
 
 } // namespace wickerlane::hoardd

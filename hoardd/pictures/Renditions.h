@@ -14,6 +14,9 @@ namespace wickerlane::hoardd {
 [[nodiscard]] Result<> setRendition(Library &library, const store::AssetRecord &asset, const Data &picture,
                                     const Dictionary *properties);
 
+/// Deletes the row of an edited rendition if its file is missing.
+[[nodiscard]] Result<> forgetMissingRendition(Library &library, const std::string &uuid);
+
 } // namespace wickerlane::hoardd
 
 #endif

@@ -5,7 +5,10 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
+
 #include "hoardd/library/StagedFile.h"
+#include "hoardd/saving/AssetFiles.h"
 #include "wickerlane/platform/file/UniqueFd.h"
 #include "wickerlane/platform/object/Paths.h"
 
@@ -26,11 +29,19 @@ Result<UniqueFd> openBeneath(const std::string &base, const std::string &relativ
     return found;
 }
 
-/// `relative` is the path below one of the folders, which may be written.
-Result<> writeBelow(const Library &library, const std::string &base, std::string_view relative, Bytes bytes) {
-    const std::string name(lastPathComponent(relative));
-    if (relative.empty() || relative.ends_with('/') || name == "." || name == "..")
-        return fail(ProblemKind::invalid, "that names no file");
+/// Whether a path goes down only, by names alone: then it is spelled as the library spells it.
+bool isPlain(std::string_view relative) {
+    while (!relative.empty()) {
+        const std::string_view name = relative.substr(0, relative.find('/'));
+        if (name.empty() || name == "." || name == ".." || name.size() + 1 == relative.size())
+            return false;
+        relative.remove_prefix(std::min(name.size() + 1, relative.size()));
+    }
+    return true;
+}
+
+Result<> replaceBelow(const Library &library, const std::string &base, std::string_view relative,
+                      Bytes bytes) {
     const auto folder = openBeneath(base, std::string(parentFolder(relative)));
     if (!folder)
         return passOn(folder);
@@ -41,10 +52,8 @@ Result<> writeBelow(const Library &library, const std::string &base, std::string
         return written;
     if (auto synced = file->sync(); !synced)
         return synced;
-    if (auto linked = file->linkInto(folder->get(), name); !linked)
-        return linked.error().kind == ProblemKind::exists
-                   ? fail(ProblemKind::exists, "there is a file of that name")
-                   : passOn(linked);
+    if (auto moved = file->moveInto(folder->get(), std::string(lastPathComponent(relative))); !moved)
+        return moved;
     if (::fsync(folder->get()) != 0)
         return failSystem("sync", base);
     return {};
@@ -52,12 +61,27 @@ Result<> writeBelow(const Library &library, const std::string &base, std::string
 
 } // namespace
 
-Result<> writeNewFile(const Library &library, const std::string &path, Bytes bytes) {
-    for (const std::string &base : {library.paths().folder() + "/DCIM", library.paths().incoming()})
-        if (path.starts_with(base + '/'))
-            return writeBelow(library, base, std::string_view(path).substr(base.size() + 1), bytes);
-    return fail(ProblemKind::refused,
-                "only files in the library's folders DCIM and PhotoData/Incoming are written");
+Result<> writeInBackground(Library &library, const std::string &path, Bytes bytes) {
+    const std::string originals = library.paths().folder() + "/DCIM/",
+                      incoming = library.paths().incoming() + '/';
+    const bool isAmongOriginals = path.starts_with(originals);
+    if (!isAmongOriginals && !path.starts_with(incoming))
+        return fail(ProblemKind::refused,
+                    "only files in the library's folders DCIM and PhotoData/Incoming are written");
+    std::string base = isAmongOriginals ? originals : incoming;
+    const std::string_view relative = std::string_view(path).substr(base.size());
+    base.pop_back();
+    if (relative.empty() || !isPlain(relative))
+        return fail(ProblemKind::invalid, "that names no file");
+    if (!isAmongOriginals)
+        return replaceBelow(library, base, relative, bytes);
+    return withOwnerOf(library, path, [&](FileOwner owner) -> Result<> {
+        if (owner == FileOwner::asset)
+            return fail(ProblemKind::exists, "it is the original of an asset");
+        if (owner == FileOwner::unfinished)
+            return fail(ProblemKind::busy, "an asset of that UUID is being saved or removed");
+        return replaceBelow(library, base, relative, bytes);
+    });
 }
 
 } // namespace wickerlane::hoardd

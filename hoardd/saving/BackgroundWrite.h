@@ -1,4 +1,4 @@
-// Writing new files into the library for callers that don't wait.
+// Writing files into the library for callers that don't wait.
 #ifndef HOARDD_SAVING_BACKGROUNDWRITE_H
 #define HOARDD_SAVING_BACKGROUNDWRITE_H
 
@@ -9,10 +9,10 @@
 
 namespace wickerlane::hoardd {
 
-/// Writes a file, synced, into one of the library's folders for originals and incoming files, or below them,
-/// without following a link. What is there stays: an original is never altered, and in Incoming names are
-/// given once.
-[[nodiscard]] Result<> writeNewFile(const Library &library, const std::string &path, Bytes bytes);
+/// Writes a file, synced, into one of the library's folders for originals and incoming files, or a folder
+/// that is there below them, without following a link. A file of that name is replaced by the whole new one,
+/// unless it is the original of an asset, or has the name of one that is missing. Blocks.
+[[nodiscard]] Result<> writeInBackground(Library &library, const std::string &path, Bytes bytes);
 
 } // namespace wickerlane::hoardd
 

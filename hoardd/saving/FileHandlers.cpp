@@ -61,7 +61,7 @@ Result<Answer> writeDataInBackground(Library &library, const Call &call) {
     if (path.empty())
         return fail(ProblemKind::invalid, "destinationURL is no file URL");
     const Data *data = call.get(keys::dataToSave);
-    const auto written = writeNewFile(library, path, data != nullptr ? data->span() : Bytes());
+    const auto written = writeInBackground(library, path, data != nullptr ? data->span() : Bytes());
     if (!written)
         return fail(inContext(path + " was not written", written.error(), path));
     return Answer();

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "hoardd/library/Library.h"
+#include "hoardd/saving/SettledFile.h"
 
 namespace wickerlane::hoardd {
 
@@ -13,13 +14,22 @@ namespace wickerlane::hoardd {
 /// URL holds again; one whose bytes an asset has already goes, since nothing is lost with it. Other files
 /// stay as they are.
 ///
+/// A file that a program still writes, or that has changed within the last seconds, `quiet`, waits for the
+/// next time; the problem is `busy` if nothing else is left.
+///
 /// They move through the library's Found folder; what a kill leaves there is saved the next time. Blocks.
 /// Goes on after a file that can't be saved; the problem says how many there were, and the first. Not by two
 /// threads at a time.
-[[nodiscard]] Result<> saveFoundFiles(Library &library);
+[[nodiscard]] Result<> saveFoundFiles(Library &library, std::chrono::seconds quiet = settlingTime);
 
-/// Moves a file that no asset had into a folder, unless it has become one's original or is about to.
-[[nodiscard]] Result<> moveStray(Library &library, const std::string &path, const std::string &folder);
+/// Saves what lies in the Found folder: what an earlier process left on its way. Logs what can't be saved.
+/// Not beside saveFoundFiles().
+void saveFilesLeftFound(Library &library);
+
+/// Moves a file among the originals that no asset had into a folder, like moveStray(), unless the next
+/// saveFoundFiles() may make an asset of it: then the problem is `busy`.
+[[nodiscard]] Result<> moveStrayOriginal(Library &library, const std::string &path,
+                                         const std::string &folder);
 
 } // namespace wickerlane::hoardd
 

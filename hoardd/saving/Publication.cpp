@@ -3,12 +3,15 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <optional>
 #include <set>
+#include <vector>
 
 #include "hoardd/library/DurableFolders.h"
 #include "hoardd/library/Failures.h"
+#include "hoardd/library/WorkNote.h"
+#include "hoardd/saving/AssetFiles.h"
 #include "wickerlane/log/JXLog.h"
-#include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/object/Paths.h"
 
 namespace wickerlane::hoardd {
@@ -18,16 +21,34 @@ using store::AssetRecord;
 
 namespace {
 
-/// Of an asset without a row. The folder goes last: as long as it stands, recoverSaves() knows of the files.
-void removeFiles(const store::LibraryPaths &paths, const std::string &saveFolder, const AssetRecord &asset) {
+/// Of an asset without a row, as far as a save of it made them. The folder goes last: as long as it stands,
+/// recoverSaves() knows of the files.
+void removeSavedFiles(const store::LibraryPaths &paths, const std::string &saveFolder,
+                      const AssetRecord &asset) {
     for (const auto size : store::thumbnailSizes)
         ::unlink(paths.thumbnail(asset.uuid, size).c_str());
     ::unlink(paths.original(asset).c_str());
     std::error_code ignored; // recoverSaves() tries again
-    for (const auto &entry : fs::directory_iterator(paths.renditionFolder(asset.uuid), ignored))
-        if (entry.path().filename().string().starts_with(asset.uuid))
-            ::unlink(entry.path().c_str());
     fs::remove_all(saveFolder, ignored);
+}
+
+/// The files among the renditions that begin with an asset's UUID.
+std::vector<std::string> renditionFiles(const store::LibraryPaths &paths, const AssetRecord &asset) {
+    std::vector<std::string> files;
+    std::error_code none;
+    for (const auto &entry : fs::directory_iterator(paths.renditionFolder(asset.uuid), none))
+        if (entry.path().filename().string().starts_with(asset.uuid))
+            files.push_back(entry.path());
+    return files;
+}
+
+/// Of an asset whose removal is noted.
+void removeAllFiles(const store::LibraryPaths &paths, const AssetRecord &asset) {
+    for (const auto size : store::thumbnailSizes)
+        ::unlink(paths.thumbnail(asset.uuid, size).c_str());
+    ::unlink(paths.original(asset).c_str());
+    for (const std::string &rendition : renditionFiles(paths, asset))
+        ::unlink(rendition.c_str());
 }
 
 Result<> moveFiles(Library &library, StagedAsset &asset) {
@@ -80,64 +101,126 @@ Result<> publishAssets(Library &library, std::span<StagedAsset *const> assets) {
         each->folder.keep();
     if (auto moved = moveAllFiles(library, assets); !moved) {
         for (const StagedAsset *each : assets)
-            removeFiles(library.paths(), each->folder.path(), each->record);
+            removeSavedFiles(library.paths(), each->folder.path(), each->record);
         return moved;
     }
     if (auto committed = commitAssets(library, assets); !committed) {
         // The files stay for recoverSaves(): a commit whose sync failed may still be found after a crash. So
         // do the UUIDs, until then.
-        for (StagedAsset *each : assets)
+        for (StagedAsset *each : assets) {
             each->reservation.keep();
+            each->folder.markRefused();
+        }
         return committed;
     }
     std::error_code ignored; // recoverSaves() tries again
     for (const StagedAsset *each : assets)
         if (each->present)
-            removeFiles(library.paths(), each->folder.path(), each->record);
+            removeSavedFiles(library.paths(), each->folder.path(), each->record);
         else
             fs::remove_all(each->folder.path(), ignored);
     return {};
 }
 
-// The same steps back: as long as the folder stands and the row is there, recoverSaves() takes nothing away;
-// once the row has gone, it removes what files are left.
 Result<> removeAsset(Library &library, const AssetRecord &asset) {
     const auto reservation = library.locks().reserve(asset.uuid);
     if (!reservation)
         return fail(ProblemKind::busy, "the asset is being saved");
     const MutexLock lock(library.locks().of(asset.uuid));
-    const std::string folder = library.paths().saving() + '/' + asset.filename;
-    if (auto made = makeDurableFolderOnce(folder); !made)
-        return made;
-    auto removed = library.writer().remove(asset.uuid);
-    // A commit that failed may still be found after a crash: the folder stays for recoverSaves().
-    if (removed)
-        removeFiles(library.paths(), folder, asset);
-    return removed;
+    const auto note = WorkNote::write(library.paths(), asset, Work::removal);
+    if (!note)
+        return passOn(note);
+    // If this fails the note goes. Should the commit be found after a crash nevertheless, the files will be,
+    // too.
+    if (auto removed = library.writer().remove(asset.uuid); !removed)
+        return removed;
+    removeAllFiles(library.paths(), asset);
+    return {};
 }
 
-void recoverSaves(Library &library) {
+namespace {
+
+/// What is known of an asset by the name of its original; nothing when that is no such name.
+std::optional<AssetRecord> assetOfOriginal(const std::string &filename) {
+    AssetRecord record;
+    record.uuid = uuidInName(filename);
+    if (record.uuid.empty())
+        return std::nullopt;
+    record.filename = filename;
+    record.directory = store::LibraryPaths::directoryOfOriginal(record.uuid);
+    return record;
+}
+
+Result<> recoverSave(Library &library, const std::string &folder, const AssetRecord &asset) {
     const store::LibraryPaths &paths = library.paths();
-    StagedFile::removeLeftovers(paths.saving());
-    std::error_code ignored;
-    for (const auto &entry : fs::directory_iterator(paths.saving(), ignored)) {
-        AssetRecord record;
-        record.filename = entry.path().filename();
-        const auto uuid = UUID::createWithText(record.filename.substr(0, 36));
-        if (!uuid)
-            continue; // nothing of ours
-        record.uuid = uuid->uuidString()->utf8();
-        record.directory = store::LibraryPaths::directoryOfOriginal(record.uuid);
-        const auto isSaved = library.writer().contains(record.uuid);
-        if (!isSaved)
-            continue; // unknown: both answers could lose something
-        JX_LOG(JXLogLevelNotice, JXAssetImportLog, "%s the unfinished save of %s",
-               *isSaved ? "completed" : "undid", record.filename.c_str());
-        if (*isSaved)
-            fs::remove_all(entry.path(), ignored);
-        else
-            removeFiles(paths, entry.path(), record);
+    const auto isSaved = library.writer().contains(asset.uuid);
+    if (!isSaved)
+        return passOn(isSaved); // both answers could lose something
+    if (!*isSaved) {
+        // Unless it was refused, it was not answered, or the store that had its row is lost: the picture is
+        // whole.
+        if (!SaveFolder::isRefused(folder))
+            if (auto moved = moveIntoFolder(paths.original(asset), paths.found()); !moved)
+                return moved;
+        removeSavedFiles(paths, folder, asset);
     }
+    std::error_code ignored; // the next start tries again
+    fs::remove_all(folder, ignored);
+    JX_LOG(JXLogLevelNotice, JXAssetImportLog, "%s the unfinished save of %s",
+           *isSaved ? "completed" : "undid", asset.filename.c_str());
+    return {};
+}
+
+/// Puts away what is not the asset's rendition by its row. Without a row, nothing says what is.
+Result<> recoverRendition(Library &library, const AssetRecord &asset) {
+    const auto isThere = library.writer().contains(asset.uuid);
+    if (!isThere)
+        return passOn(isThere);
+    if (!*isThere)
+        return {};
+    for (const std::string &file : renditionFiles(library.paths(), asset))
+        if (auto moved = moveStray(library, file, library.paths().lostAndFound()); !moved)
+            return moved;
+    return {};
+}
+
+Result<> finishRemoval(Library &library, const AssetRecord &asset) {
+    if (auto removed = library.writer().remove(asset.uuid); !removed)
+        return removed;
+    removeAllFiles(library.paths(), asset);
+    JX_LOG(JXLogLevelNotice, JXAssetImportLog, "finished the removal of %s", asset.filename.c_str());
+    return {};
+}
+
+/// Work on `entry` in the Saving folder, which a killed process left. It goes unless it must be looked at
+/// again.
+Result<> recover(Library &library, const fs::directory_entry &entry) {
+    const std::string name = entry.path().filename();
+    const auto note = WorkNote::read(name);
+    const auto asset = assetOfOriginal(note ? note->original : name);
+    std::error_code none;
+    if (!asset || entry.is_directory(none) == note.has_value())
+        return {}; // nothing of ours
+    if (!note)
+        return recoverSave(library, entry.path(), *asset);
+    if (auto done =
+            note->work == Work::removal ? finishRemoval(library, *asset) : recoverRendition(library, *asset);
+        !done)
+        return done;
+    ::unlink(entry.path().c_str());
+    return {};
+}
+
+} // namespace
+
+void recoverSaves(Library &library) {
+    const std::string folder = library.paths().saving();
+    StagedFile::removeLeftovers(folder);
+    std::error_code none;
+    for (const auto &entry : fs::directory_iterator(folder, none))
+        if (const auto recovered = recover(library, entry); !recovered)
+            JX_LOG(JXLogLevelError, JXAssetImportLog, "can't finish what %s stands for: %s",
+                   entry.path().c_str(), recovered.error().text.c_str());
 }
 
 } // namespace wickerlane::hoardd

@@ -84,7 +84,8 @@ Result<> openFile(const SaveJob &job, SaveOrder &order) {
     if (opened->status.st_size == 0)
         return noData();
     order.file = std::move(opened->file);
-    const timespec &changed = opened->status.st_mtim;
+    order.status = opened->status;
+    const timespec &changed = order.status.st_mtim;
     order.modified = static_cast<double>(changed.tv_sec) + static_cast<double>(changed.tv_nsec) * 1e-9 -
                      Date::secondsFrom1970To2001;
     if (order.originalFilename.empty())

@@ -2,6 +2,8 @@
 #ifndef HOARDD_SAVING_SAVEJOB_H
 #define HOARDD_SAVING_SAVEJOB_H
 
+#include <sys/stat.h>
+
 #include <optional>
 #include <string>
 
@@ -31,6 +33,7 @@ struct SaveOrder {
     const ImageSurface *surface = nullptr;
 
     std::string path;               ///< Of `file`; else empty.
+    struct stat status {};          ///< Of `file` when it was opened.
     std::optional<double> modified; ///< When `file` was changed last; seconds since 2001-01-01 00:00:00 UTC.
     std::string originalFilename;   ///< May be empty.
     std::optional<AssetKind> kind;

@@ -22,7 +22,7 @@ SavedAsset savedAsset(Library &library, StagedAsset &staged) {
     const bool wasPresent = staged.present.has_value();
     // What was found may be all that is left of an asset whose original is missing.
     if (!wasPresent || ::access(library.paths().original(*staged.present).c_str(), F_OK) == 0)
-        ::unlink(staged.takenFrom.c_str());
+        staged.takenFrom.remove();
     return {assetOf(library, wasPresent ? *std::move(staged.present) : std::move(staged.record)), wasPresent,
             !wasPresent && staged.isDue};
 }

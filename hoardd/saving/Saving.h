@@ -17,8 +17,9 @@
 //
 // Staging.h is the first two, Publication.h the next three, hoardd/pictures/Thumbnails.h the last. As long as
 // the folder stands, what it stands for is unfinished: after a kill, recoverSaves() keeps the asset if its
-// row was committed, and otherwise removes all its files. That thumbnails are due is in the store: after a
-// kill, makeThumbnailsLeftDue() makes them.
+// row was committed. Otherwise it moves an original that is in its place into the Found folder, whose files
+// are saved next, since the row may have been lost with its store; what was not in its place goes. That
+// thumbnails are due is in the store: after a kill, makeThumbnailsLeftDue() makes them.
 #ifndef HOARDD_SAVING_SAVING_H
 #define HOARDD_SAVING_SAVING_H
 

@@ -1,5 +1,6 @@
 #include "hoardd/saving/Staging.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -7,6 +8,8 @@
 
 #include "hoardd/library/Clock.h"
 #include "hoardd/library/DurableFolders.h"
+#include "hoardd/saving/SettledFile.h"
+#include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/object/Paths.h"
 
@@ -15,6 +18,8 @@ namespace wickerlane::hoardd {
 using store::AssetRecord;
 
 namespace {
+
+constexpr const char *refusedMark = "/refused";
 
 /// What is known before the bytes have been read.
 AssetRecord recordOf(const SaveJob &job, const SaveOrder &order) {
@@ -152,10 +157,15 @@ Result<> examine(Library &library, const SaveJob &job, const SaveOrder &order, S
     return {};
 }
 
-/// Whether a file lies in one of the folders whose files go once they have been saved.
-bool isTaken(const store::LibraryPaths &paths, const SaveOrder &order) {
+/// The file that goes once the asset is saved, if it lies in one of the folders whose files do.
+Result<TakenFile> takenFile(const store::LibraryPaths &paths, const SaveOrder &order) {
     const std::string_view folder = parentFolder(order.path);
-    return order.file && (folder == paths.incoming() || folder == paths.found());
+    if (!order.file || (folder != paths.incoming() && folder != paths.found()))
+        return TakenFile();
+    // Who writes a file in Incoming says when it is whole, by asking for the save.
+    if (folder == paths.found() && isOpenForWriting(order.file.get()))
+        return fail(ProblemKind::busy, "it is still being written", order.path);
+    return TakenFile{order.path, order.status};
 }
 
 } // namespace
@@ -167,10 +177,23 @@ Result<SaveFolder> SaveFolder::create(const store::LibraryPaths &paths, const As
     return SaveFolder(std::move(path));
 }
 
+void SaveFolder::markRefused() const {
+    static_cast<void>(openFile(folder + refusedMark, O_WRONLY | O_CREAT));
+}
+
+bool SaveFolder::isRefused(const std::string &folder) {
+    return ::access((folder + refusedMark).c_str(), F_OK) == 0;
+}
+
 SaveFolder::~SaveFolder() {
     std::error_code ignored; // recoverSaves() tries again
     if (!isKept)
         std::filesystem::remove_all(folder, ignored);
+}
+
+void TakenFile::remove() const {
+    if (!path.empty() && isStill(path.c_str(), status))
+        ::unlink(path.c_str());
 }
 
 Result<StagedAsset> stageAsset(Library &library, const SaveJob &job) {
@@ -190,10 +213,13 @@ Result<StagedAsset> stageAsset(Library &library, const SaveJob &job) {
     if (!original)
         return passOn(original);
 
+    auto taken = takenFile(library.paths(), *order);
+    if (!taken)
+        return passOn(taken);
+
     StagedAsset staged{*std::move(reservation), *std::move(folder), *std::move(original), std::move(record)};
+    staged.takenFrom = *std::move(taken);
     staged.unlessPresent = order->unlessPresent;
-    if (isTaken(library.paths(), *order))
-        staged.takenFrom = order->path;
     if (staged.unlessPresent) {
         auto present = library.writer().assetWithSum(staged.record.sha256);
         if (!present)

@@ -2,6 +2,8 @@
 #ifndef HOARDD_SAVING_STAGING_H
 #define HOARDD_SAVING_STAGING_H
 
+#include <sys/stat.h>
+
 #include <optional>
 #include <string>
 #include <utility>
@@ -27,11 +29,24 @@ public:
     [[nodiscard]] const std::string &path() const noexcept { return folder; }
     /// From here on the folder says which files to look for after a kill.
     void keep() noexcept { isKept = true; }
+    /// Notes that the caller was told that the save failed, as far as there is room for it: unless the row is
+    /// found after a crash nevertheless, its files are to go.
+    void markRefused() const;
+    [[nodiscard]] static bool isRefused(const std::string &folder);
 
 private:
     explicit SaveFolder(std::string made) : folder(std::move(made)) {}
     std::string folder;
     bool isKept = false;
+};
+
+/// The file in Incoming or Found that an asset was copied from.
+struct TakenFile {
+    std::string path;      ///< Empty when there is none.
+    struct stat status {}; ///< When it was copied.
+
+    /// Removes it, unless it is another one or has changed meanwhile.
+    void remove() const;
 };
 
 /// An asset whose files have been written, but are not in their places.
@@ -44,7 +59,7 @@ struct StagedAsset {
     bool isDue = false;                          ///< Thumbnails are to be made of the picture itself.
     bool unlessPresent = false;                  ///< Not to be saved when its bytes are there already.
     std::optional<store::AssetRecord> present{}; ///< The asset that has them.
-    std::string takenFrom{}; ///< The file in Incoming or Found that goes once the asset is saved; or empty.
+    TakenFile takenFrom{};                       ///< Goes once the asset is saved.
 };
 
 /// Writes what a job brings into a folder of its own, and takes a first look at it.

@@ -4,7 +4,9 @@
 
 #include "hoardd/library/Failures.h"
 #include "hoardd/library/Lookup.h"
+#include "hoardd/pictures/Renditions.h"
 #include "hoardd/pictures/Thumbnails.h"
+#include "hoardd/saving/AssetFiles.h"
 #include "hoardd/saving/FoundFiles.h"
 #include "hoardd/upkeep/UpkeepStore.h"
 #include "wickerlane/log/JXLog.h"
@@ -17,6 +19,7 @@ using store::Finding;
 
 namespace {
 
+/// A finding is old by the time that its turn comes: each case looks again at how things are now.
 Result<> repairFinding(Library &library, const Finding &finding) {
     switch (finding.kind) {
     case Finding::Kind::missingThumbnail: {
@@ -26,14 +29,21 @@ Result<> repairFinding(Library &library, const Finding &finding) {
         return makeThumbnails(library, (*asset)->record(), {});
     }
     case Finding::Kind::missingRendition:
-        return library.writer().forgetRendition(finding.uuid);
+        return forgetMissingRendition(library, finding.uuid);
     case Finding::Kind::strayOriginal:
+        return moveStrayOriginal(library, finding.path, library.paths().lostAndFound());
     case Finding::Kind::strayThumbnail:
     case Finding::Kind::strayRendition:
         return moveStray(library, finding.path, library.paths().lostAndFound());
     default:
         return fail(ProblemKind::failed, finding.detail.empty() ? "it can't be repaired" : finding.detail);
     }
+}
+
+/// Whether the asset that a finding is about has been removed since.
+bool hasGone(Library &library, const Finding &finding) {
+    const auto isThere = finding.uuid.empty() ? Result<bool>(true) : library.writer().contains(finding.uuid);
+    return isThere && !*isThere;
 }
 
 void logRepair(const Finding &finding, const Result<> &repaired) {
@@ -62,6 +72,8 @@ Result<> repairLibrary(Library &library) {
             return stopped();
         ReleaseScope scope;
         const auto repaired = repairFinding(library, finding);
+        if (!repaired && hasGone(library, finding))
+            continue;
         logRepair(finding, repaired);
         if (!repaired)
             failures.add(std::string(nameOf(finding.kind)) + ' ' + finding.path, repaired.error());

@@ -151,16 +151,45 @@ TEST_F(Album, DeletionTakesAllOfAnAssetAndNeedsTheEntitlement) {
     EXPECT_EQ(findings(), 0U);
 }
 
-TEST_F(Album, ADeletionThatWasCutOffIsUndoneOrCompleted) {
+TEST_F(Album, ADeletionThatWasCutOffIsFinished) {
     ReleaseScope scope;
-    const MutableDictionary *saved = saveData(pngOf(fourCorners(4, 4)));
+    const MutableDictionary *gone = saveData(pngOf(fourCorners(4, 4))),
+                            *kept = saveData(pngOf(fourCorners(5, 4)));
     end(daemon(), SIGKILL);
     connection = connect();
     // As if the kill had come before the row went.
-    fs::create_directory(paths.saving() + '/' + textIn(saved, "filename"));
+    writeFile(paths.saving() + '/' + textIn(gone, "filename") + ".removing", {});
     EXPECT_EQ(answer(request(16).get())->getUInt64("photoCount"), 1U);
-    EXPECT_EQ(imageData(saved, 0), pngOf(fourCorners(4, 4)));
+    EXPECT_EQ(imageData(kept, 0), pngOf(fourCorners(5, 4)));
     EXPECT_TRUE(fs::is_empty(paths.saving()));
+    EXPECT_EQ(findings(), 0U);
+}
+
+// The store is lost after a kill that came between the commit and the end of two saves and one deletion.
+TEST_F(Album, ALostStoreTakesNoOriginalWithIt) {
+    ReleaseScope scope;
+    const FileBytes picture = pngOf(fourCorners(4, 4)), broken(50, std::byte{1});
+    const MutableDictionary *whole = saveData(picture), *undecodable = saveData(broken),
+                            *removed = saveData(pngOf(fourCorners(5, 4)));
+    end(daemon(), SIGKILL);
+    connection = connect();
+    for (const MutableDictionary *each : {whole, undecodable})
+        fs::create_directory(paths.saving() + '/' + textIn(each, "filename"));
+    writeFile(paths.saving() + '/' + textIn(removed, "filename") + ".removing", {});
+    for (const char *part : {"", "-wal", "-shm"})
+        fs::remove(paths.database() + part);
+    answer(request(15).get()); // opens the library
+    answer(request(28).get()); // once the work that was waiting is done
+    const auto store = store::ObjectStore::open();
+    for (const auto &[result, bytes] : {std::pair(whole, picture), std::pair(undecodable, broken)}) {
+        const auto *asset = store->assetWithUUID(textIn(result, "uuid"));
+        ASSERT_NE(asset, nullptr) << "under its own UUID";
+        EXPECT_EQ(contentsOf(paths.original(asset->record())), bytes);
+    }
+    EXPECT_EQ(store->assets()->count(), 2U) << "what was to be deleted stays so";
+    EXPECT_TRUE(fs::is_empty(paths.saving()));
+    EXPECT_TRUE(fs::is_empty(paths.found()));
+    EXPECT_EQ(findings(), 0U);
 }
 
 TEST_F(Album, UsageIntentsAreKept) {

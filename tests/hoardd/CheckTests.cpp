@@ -6,6 +6,7 @@
 #include <map>
 #include <set>
 
+#include "tests/hoardd/FileAge.h"
 #include "tests/hoardd/FileSum.h"
 #include "tests/hoardd/RunningHoardd.h"
 #include "wickerlane/store/LibraryCheck.h"
@@ -86,6 +87,7 @@ TEST_F(Check, FindsEachFaultAndRepairMendsWhatCanBe) {
     for (const std::string &stray : strays) {
         fs::create_directories(fs::path(stray).parent_path());
         writeFile(stray, words);
+        letSettle(stray);
     }
 
     using Kind = Finding::Kind;

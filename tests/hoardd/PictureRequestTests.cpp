@@ -153,7 +153,12 @@ TEST_F(PictureRequest, ABackgroundWriteSaysWhichFileWasNotWritten) {
     const std::string_view url = URL::ofPath(fresh)->absoluteString()->utf8();
     EXPECT_EQ(write(url), "");
     EXPECT_EQ(contentsOf(fresh).size(), 3U);
-    EXPECT_EQ(write(url), fresh + " was not written: there is a file of that name");
+    const std::string original =
+        paths.original(store::ObjectStore::open()
+                           ->assetWithUUID(textIn(saveData(pngOf(fourCorners(4, 4))), "uuid"))
+                           ->record());
+    EXPECT_EQ(write(URL::ofPath(original)->absoluteString()->utf8()),
+              original + " was not written: it is the original of an asset");
     EXPECT_EQ(write("http://host/a"), "destinationURL is no file URL");
 }
 

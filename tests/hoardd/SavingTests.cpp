@@ -1,15 +1,20 @@
 // The steps of a save, each by itself, and what undoes them.
 #include "hoardd/saving/Saving.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
+#include "hoardd/pictures/Renditions.h"
+#include "hoardd/pictures/ShownPicture.h"
 #include "hoardd/saving/BackgroundWrite.h"
 #include "hoardd/saving/FoundFiles.h"
 #include "hoardd/saving/Publication.h"
 #include "hoardd/saving/Restore.h"
+#include "tests/hoardd/FileAge.h"
 #include "tests/hoardd/FileSum.h"
 #include "tests/hoardd/OpenLibrary.h"
 #include "wickerlane/platform/file/Files.h"
+#include "wickerlane/store/Sha256Internal.h"
 
 using namespace wickerlane;
 using namespace wickerlane::hoardd;
@@ -22,7 +27,7 @@ namespace {
 using Saving = OpenLibrary;
 using Recovering = OpenLibrary;
 using Restoring = OpenLibrary;
-using WritingNewFiles = OpenLibrary;
+using WritingInBackground = OpenLibrary;
 using FindingFiles = OpenLibrary;
 
 constexpr const char *ownUUID = "AAAAAAAA-0000-4000-8000-00000000ABCD";
@@ -128,6 +133,8 @@ TEST_F(Saving, WhatCantBeCommittedStaysUntilItIsKnownToBeUndone) {
     recoverSaves(library());
     EXPECT_EQ(faults(), "");
     EXPECT_FALSE(fs::exists(paths.folder() + "/DCIM/AA/" + ownUUID + ".PNG"));
+    EXPECT_TRUE(!fs::exists(paths.found()) || fs::is_empty(paths.found()))
+        << "its caller knows that it failed";
 }
 
 TEST_F(Saving, AUUIDThatIsTakenIsRefused) {
@@ -175,12 +182,14 @@ TEST_F(Recovering, CompletesWhatWasCommittedAndUndoesTheRest) {
     fs::create_directory(folder);
     writeFile(original, picture);
     writeFile(small, picture);
-    writeFile(paths.renditionFolder(ownUUID) + '/' + ownUUID + "-0123456789abcdef.PNG", picture);
     recoverSaves(library());
     EXPECT_FALSE(fs::exists(original));
-    EXPECT_EQ(faults(), "") << "moved, or removed but for the files";
+    EXPECT_EQ(faults(), "") << "moved";
+    saveFilesLeftFound(library());
+    EXPECT_EQ(contentsOf(original), picture);
+    EXPECT_EQ(recordOf(ownUUID).uuid, ownUUID);
+    EXPECT_EQ(faults(), "") << "found";
 
-    ASSERT_TRUE(saveAssets(library(), {&job, 1}).front());
     fs::create_directory(folder);
     recoverSaves(library());
     EXPECT_EQ(contentsOf(original), picture);
@@ -192,6 +201,41 @@ TEST_F(Recovering, CompletesWhatWasCommittedAndUndoesTheRest) {
     recoverSaves(library());
     EXPECT_TRUE(fs::exists(paths.saving() + "/something else")) << "nothing of ours";
     EXPECT_FALSE(fs::exists(paths.saving() + "/staged-AAAAAAAA-0000-4000-8000-00000000ABCD"));
+}
+
+TEST_F(Recovering, PutsAwayARenditionThatWasNotCommitted) {
+    const AssetRecord asset = saved(pngOf(fourCorners(4, 4)));
+    const FileBytes edit = pngOf(fourCorners(7, 4)), later = pngOf(fourCorners(8, 4));
+    ASSERT_TRUE(setRendition(library(), asset, *dataOf(edit), nullptr));
+    const std::string row = *renditionPath(library(), asset),
+                      cutOff = paths.renditionFolder(asset.uuid) + '/' + asset.uuid + "-0123456789abcdef.PNG";
+    writeFile(cutOff, later);
+    writeFile(paths.saving() + '/' + asset.filename + ".setting-rendition", {});
+    EXPECT_EQ(store::checkLibrary(paths)->findings.size(), 0U) << "it is under way";
+    recoverSaves(library());
+    EXPECT_EQ(contentsOf(row), edit);
+    EXPECT_FALSE(fs::exists(cutOff));
+    EXPECT_EQ(contentsOf(paths.lostAndFound() + '/' + fs::path(cutOff).filename().string()), later);
+    EXPECT_EQ(faults(), "");
+}
+
+TEST_F(Recovering, FinishesARemovalAtEachStep) {
+    const AssetRecord asset = saved(pngOf(fourCorners(4, 4)));
+    ASSERT_TRUE(setRendition(library(), asset, *dataOf(pngOf(fourCorners(7, 4))), nullptr));
+    const std::string note = paths.saving() + '/' + asset.filename + ".removing",
+                      original = paths.original(asset);
+    const FileBytes picture = contentsOf(original);
+    writeFile(note, {});
+    recoverSaves(library());
+    EXPECT_EQ(recordOf(asset.uuid).uuid, "");
+    EXPECT_FALSE(fs::exists(original));
+    EXPECT_TRUE(fs::is_empty(paths.renditionFolder(asset.uuid)));
+    EXPECT_EQ(faults(), "") << "noted";
+    writeFile(original, picture);
+    writeFile(note, {});
+    recoverSaves(library());
+    EXPECT_FALSE(fs::exists(original));
+    EXPECT_EQ(faults(), "") << "without its row";
 }
 
 TEST_F(Restoring, BringsBackAMissingOriginalFromTheSameBytesOnly) {
@@ -244,40 +288,120 @@ TEST_F(Restoring, MakesAnAssetThatTheLibraryLacks) {
     EXPECT_EQ(faults(), "");
 }
 
-TEST_F(WritingNewFiles, StayInTheLibraryAndReplaceNothing) {
-    const AssetRecord asset = saved(pngOf(fourCorners(4, 4)));
-    const std::string outside = rootPath() + "/outside";
+TEST_F(WritingInBackground, ReplacesAllButOriginals) {
+    const AssetRecord asset = saved(pngOf(fourCorners(4, 4))), lost = saved(pngOf(fourCorners(5, 4)));
+    fs::remove(paths.original(lost));
+    const std::string outside = rootPath() + "/outside", originals = paths.folder() + "/DCIM";
     fs::create_directories(outside);
-    fs::create_directory_symlink(outside, paths.folder() + "/DCIM/link");
+    fs::create_directory_symlink(outside, originals + "/link");
+    fs::create_directories(originals + "/AA");
     fs::create_symlink(outside + "/new", paths.incoming() + "/link.JPG");
-    const FileBytes bytes(3, std::byte{'x'});
-    const std::string fresh = paths.incoming() + "/fresh.JPG";
-    EXPECT_TRUE(writeNewFile(library(), fresh, bytes));
-    EXPECT_EQ(contentsOf(fresh), bytes);
+    for (const std::string &path :
+         {paths.incoming() + "/fresh.JPG", paths.incoming() + "/link.JPG", originals + "/loose.JPG",
+          originals + "/AA/" + ownUUID + ".JPG", originals + "/AA/" + asset.filename})
+        for (const std::size_t length : {3U, 2U}) {
+            const FileBytes bytes(length, std::byte{'x'});
+            const auto written = writeInBackground(library(), path, bytes);
+            EXPECT_TRUE(written) << path << ": " << written.error().text;
+            EXPECT_EQ(contentsOf(path), bytes) << path;
+        }
+    const auto reservation = library().locks().reserve("BBBBBBBB-0000-4000-8000-00000000ABCD");
     const struct {
         std::string path;
         ProblemKind kind;
     } refused[] = {
-        {fresh, ProblemKind::exists},
         {paths.original(asset), ProblemKind::exists},
-        {paths.incoming() + "/link.JPG", ProblemKind::exists},
+        {paths.original(lost), ProblemKind::exists},
+        {originals + "/" + asset.directory.substr(5) + "/./" + asset.filename, ProblemKind::invalid},
+        {originals + "//" + asset.directory.substr(5) + '/' + asset.filename, ProblemKind::invalid},
+        {originals + "/BBBBBBBB-0000-4000-8000-00000000ABCD.JPG", ProblemKind::busy},
         {paths.database(), ProblemKind::refused},
         {outside + "/a", ProblemKind::refused},
-        {paths.folder() + "/DCIM/link/a", ProblemKind::failed},
-        {paths.folder() + "/DCIM/../PhotoData/a", ProblemKind::failed},
-        {paths.folder() + "/DCIM/nowhere/a", ProblemKind::notFound},
+        {originals + "/link/a", ProblemKind::failed},
+        {originals + "/../PhotoData/a", ProblemKind::invalid},
+        {originals + "/nowhere/a", ProblemKind::notFound},
         {paths.incoming() + "/..", ProblemKind::invalid},
+        {paths.incoming() + "/a/", ProblemKind::invalid},
         {paths.incoming() + "/", ProblemKind::invalid},
     };
     for (const auto &[path, kind] : refused) {
-        const auto written = writeNewFile(library(), path, FileBytes(5, std::byte{'y'}));
+        const auto written = writeInBackground(library(), path, FileBytes(5, std::byte{'y'}));
         ASSERT_FALSE(written) << path;
         EXPECT_EQ(written.error().kind, kind) << path << ": " << written.error().text;
     }
     EXPECT_TRUE(fs::is_empty(outside));
-    EXPECT_EQ(contentsOf(fresh), bytes);
     EXPECT_EQ(sumOfFile(paths.original(asset)), asset.sha256);
+    EXPECT_FALSE(fs::exists(paths.original(lost)));
     EXPECT_TRUE(fs::is_empty(paths.saving()));
+}
+
+// What is written there before the save ends is not what was saved.
+TEST_F(WritingInBackground, WhatReplacesAFileThatIsBeingSavedStays) {
+    const FileBytes picture = pngOf(fourCorners(4, 4)), next = pngOf(fourCorners(5, 4));
+    for (const bool isReplaced : {true, false}) {
+        const std::string path = paths.incoming() + "/picture.PNG";
+        writeFile(path, picture);
+        const SaveJob job{Dictionary::createWithKeys({{"filePath", String::of(path)}}), nullptr, nullptr,
+                          true};
+        library().writer().whenCountsChange([&] {
+            if (isReplaced) {
+                EXPECT_TRUE(writeInBackground(library(), path, next));
+            }
+        });
+        const auto results = beginSaves(library(), {&job, 1});
+        ASSERT_TRUE(results.front());
+        EXPECT_EQ(contentsOf(paths.original(results.front()->asset->record())), picture);
+        ASSERT_EQ(fs::exists(path), isReplaced);
+        if (isReplaced) {
+            EXPECT_EQ(contentsOf(path), next);
+        }
+    }
+    library().writer().whenCountsChange(nullptr);
+}
+
+TEST_F(FindingFiles, WaitsForFilesThatAreStillBeingWritten) {
+    const FileBytes picture = pngOf(scene(300, 200, 1));
+    const std::string path = paths.folder() + "/DCIM/AA/copied.PNG",
+                      other = paths.folder() + "/DCIM/AA/other.PNG";
+    writeFile(path, FileBytes(picture.begin(), picture.begin() + 1000));
+    writeFile(other, pngOf(fourCorners(4, 4)));
+    letSettle(other);
+    UniqueFd writer = openFile(path, O_WRONLY | O_APPEND);
+    const auto waitsFor = [&](const char *reason) {
+        const auto found = saveFoundFiles(library(), std::chrono::hours(1));
+        ASSERT_FALSE(found);
+        EXPECT_EQ(found.error().kind, ProblemKind::busy);
+        EXPECT_EQ(found.error().text, "1 files wait for the next time; the first: " + path + ": " + reason);
+        EXPECT_EQ(moveStrayOriginal(library(), path, paths.lostAndFound()).error().kind, ProblemKind::busy);
+        EXPECT_TRUE(fs::exists(path));
+    };
+    waitsFor("it is still being written");
+    EXPECT_EQ(library().assets().counts()->photos, 1U) << "the other one does not";
+    letSettle(path);
+    waitsFor("it is still being written");
+    ASSERT_TRUE(writeAll(writer.get(), std::span(picture).subspan(1000)));
+    writer.reset();
+    waitsFor("it has just changed");
+    letSettle(path);
+    EXPECT_TRUE(saveFoundFiles(library()));
+    EXPECT_EQ(library().assets().counts()->photos, 2U);
+    EXPECT_TRUE(*library().writer().assetWithSum(store::sha256Of(picture).value()));
+    EXPECT_EQ(faults(), "");
+}
+
+// It was moved there before a program opened it again.
+TEST_F(FindingFiles, WaitsForAFoundFileThatIsBeingWritten) {
+    fs::create_directories(paths.found());
+    const std::string path = paths.found() + "/" + ownUUID + ".PNG";
+    writeFile(path, pngOf(fourCorners(4, 4)));
+    {
+        const UniqueFd writer = openFile(path, O_WRONLY | O_APPEND);
+        EXPECT_EQ(saveFoundFiles(library()).error().kind, ProblemKind::busy);
+        EXPECT_EQ(library().assets().counts()->photos, 0U);
+    }
+    EXPECT_TRUE(saveFoundFiles(library()));
+    EXPECT_EQ(recordOf(ownUUID).uuid, ownUUID);
+    EXPECT_EQ(faults(), "");
 }
 
 TEST_F(FindingFiles, GoesOnAfterOneThatCantBeSaved) {
@@ -286,6 +410,8 @@ TEST_F(FindingFiles, GoesOnAfterOneThatCantBeSaved) {
     writeFile(paths.folder() + "/DCIM/AA/" + ownUUID + ".PNG", picture);
     writeFile(paths.folder() + "/DCIM/AA/copy.PNG", known);
     writeFile(paths.folder() + "/DCIM/AA/words.txt", FileBytes(30, std::byte{'w'}));
+    for (const auto &entry : fs::directory_iterator(paths.folder() + "/DCIM/AA"))
+        letSettle(entry.path());
     const std::string blocked = "BBBBBBBB-0000-4000-8000-00000000ABCD";
     writeFile(paths.found() + '/' + blocked + ".PNG", pngOf(fourCorners(6, 4)));
     auto reservation = library().locks().reserve(blocked);

@@ -61,20 +61,17 @@ TEST(StagedFile, GoesUnlessItHasBeenPublished) {
     EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 1);
 }
 
-TEST(StagedFile, IsLinkedOnlyWhereNoFileIs) {
+TEST(StagedFile, TakesThePlaceOfAFileAndOfALink) {
     const std::string folder = rootPath();
     const UniqueFd opened(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    fs::create_symlink(folder + "/elsewhere", folder + "/name");
     for (const char *text : {"first", "second"}) {
         auto file = StagedFile::create(folder);
         ASSERT_TRUE(file);
         ASSERT_TRUE(file->write(std::as_bytes(std::span(std::string_view(text)))));
-        const auto linked = file->linkInto(opened.get(), "name");
-        EXPECT_EQ(linked.has_value(), std::string_view(text) == "first");
-        if (!linked) {
-            EXPECT_EQ(linked.error().kind, ProblemKind::exists);
-        }
+        EXPECT_TRUE(file->moveInto(opened.get(), "name"));
+        EXPECT_EQ(textOf(folder + "/name"), text);
     }
-    EXPECT_EQ(textOf(folder + "/name"), "first");
     EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 1);
 }
 

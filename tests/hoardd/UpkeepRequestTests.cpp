@@ -1,6 +1,7 @@
 // What is done to a library as a whole.
 #include <filesystem>
 
+#include "tests/hoardd/FileAge.h"
 #include "tests/hoardd/RunningHoardd.h"
 #include "wickerlane/platform/preferences/Preferences.h"
 #include "wickerlane/store/LibraryCheck.h"
@@ -39,6 +40,9 @@ TEST_F(Upkeep, FilesFoundAmongTheOriginalsBecomeAssets) {
     writeFile(folder + "100TRIP/IMG_0002.JPG", known);
     writeFile(folder + "100TRIP/notes.txt", FileBytes(20, std::byte{'n'}));
     writeFile(folder + "00/" + uuid + ".PNG", named);
+    for (const char *each : {"100TRIP/IMG_0001.JPG", "100TRIP/IMG_0002.JPG", "100TRIP/notes.txt"})
+        letSettle(folder + each);
+    letSettle(folder + "00/" + uuid + ".PNG");
     // What a kill had left on its way.
     fs::create_directories(paths.found());
     writeFile(paths.found() + "/left.png", pngOf(fourCorners(13, 12)));
@@ -67,6 +71,8 @@ TEST_F(Upkeep, TwoFilesOfOneUUIDBothBecomeAssets) {
     fs::create_directories(paths.folder() + "/DCIM/00");
     writeFile(stem + ".JPG", jpegOf(fourCorners(30, 20)));
     writeFile(stem + ".PNG", pngOf(fourCorners(30, 20)));
+    letSettle(stem + ".JPG");
+    letSettle(stem + ".PNG");
     EXPECT_NE(refusal(request(22).get()).find("is being saved"), std::string::npos);
     EXPECT_EQ(photos(), 1U);
     answer(request(22).get());

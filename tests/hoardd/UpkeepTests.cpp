@@ -1,14 +1,22 @@
 // Repair, sizes and demo mode, without a daemon.
+#include <atomic>
+#include <thread>
+
 #include "hoardd/albums/AlbumStore.h"
 #include "hoardd/albums/Albums.h"
 #include "hoardd/albums/BulletinBoard.h"
 #include "hoardd/library/Clock.h"
 #include "hoardd/library/Lookup.h"
+#include "hoardd/pictures/Renditions.h"
+#include "hoardd/pictures/ShownPicture.h"
+#include "hoardd/saving/AssetFiles.h"
 #include "hoardd/saving/FoundFiles.h"
+#include "hoardd/saving/Publication.h"
 #include "hoardd/saving/Restore.h"
 #include "hoardd/upkeep/DemoMode.h"
 #include "hoardd/upkeep/Repair.h"
 #include "hoardd/upkeep/Sizes.h"
+#include "tests/hoardd/FileAge.h"
 #include "tests/hoardd/OpenLibrary.h"
 
 using namespace wickerlane;
@@ -67,6 +75,59 @@ TEST_F(Repair, MovesNothingOfAStoreThatCantBeRead) {
     EXPECT_FALSE(moveStray(library(), original, paths.lostAndFound()));
     EXPECT_TRUE(fs::exists(original));
     EXPECT_FALSE(restoreAsset(library(), asset.uuid, {{original}}, true));
+}
+
+TEST_F(Repair, LooksAgainBeforeItTakesAnything) {
+    const auto asset = saved(jpegOf(fourCorners(300, 200)));
+    ASSERT_TRUE(setRendition(library(), asset, *dataOf(pngOf(fourCorners(7, 4))), nullptr));
+    const std::string rendition = *renditionPath(library(), asset);
+    // Findings of a moment ago.
+    for (const std::string &path :
+         {rendition, paths.original(asset), paths.thumbnail(asset.uuid, store::ThumbnailSize::small)}) {
+        EXPECT_TRUE(moveStray(library(), path, paths.lostAndFound()));
+        EXPECT_TRUE(fs::exists(path)) << path;
+    }
+    EXPECT_TRUE(forgetMissingRendition(library(), asset.uuid));
+    EXPECT_EQ(*renditionPath(library(), asset), rendition);
+    // One that came since the found files were saved.
+    const std::string dropped = paths.folder() + "/DCIM/AA/dropped.PNG";
+    writeFile(dropped, pngOf(fourCorners(9, 4)));
+    letSettle(dropped);
+    EXPECT_EQ(moveStrayOriginal(library(), dropped, paths.lostAndFound()).error().kind, ProblemKind::busy);
+    EXPECT_TRUE(repairLibrary(library()));
+    EXPECT_EQ(library().assets().counts()->photos, 2U);
+    EXPECT_FALSE(fs::exists(paths.lostAndFound()));
+    EXPECT_EQ(faults(), "");
+}
+
+TEST_F(Repair, LeavesWhatIsSetAndRemovedMeanwhile) {
+    std::vector<store::AssetRecord> assets;
+    for (std::uint32_t i = 0; i < 4; ++i)
+        assets.push_back(saved(jpegOf(fourCorners(300 + i, 200))));
+    std::atomic<bool> isOver = false;
+    std::thread repairs([&] {
+        const ReleaseScope own;
+        while (!isOver) {
+            const auto repaired = repairLibrary(library());
+            EXPECT_TRUE(repaired) << repaired.error().text;
+            EXPECT_EQ(store::checkLibrary(paths)->findings.size(), 0U);
+        }
+    });
+    std::size_t lost = 0;
+    for (std::uint32_t round = 0; round < 15; ++round) {
+        for (const auto &asset : assets) {
+            const FileBytes edit = pngOf(fourCorners(20 + round, 10));
+            EXPECT_TRUE(setRendition(library(), asset, *dataOf(edit), nullptr));
+            const auto path = renditionPath(library(), asset);
+            lost += path && contentsOf(*path) == edit ? 0 : 1;
+        }
+        EXPECT_TRUE(removeAsset(library(), saved(pngOf(fourCorners(30 + round, 10)))));
+    }
+    isOver = true;
+    repairs.join();
+    EXPECT_EQ(lost, 0U);
+    EXPECT_EQ(faults(), "");
+    EXPECT_FALSE(fs::exists(paths.lostAndFound()));
 }
 
 TEST_F(Sizes, AreThoseOfTheFiles) {

@@ -117,7 +117,9 @@ public:
     /// imageDataForAsset:format: — the same. Blocks. Null on failure.
     [[nodiscard]] wickerlane::Data *imageDataForAsset(wickerlane::ManagedObjectID *objectID, int format);
 
-    /// writeDataInBackground:toFileURL: — lets hoardd write a file in the library.
+    /// writeDataInBackground:toFileURL: — lets hoardd write a file in the library: in one of its folders DCIM
+    /// and PhotoData/Incoming, or in a folder that is there below them. It replaces a file that is there, but
+    /// never the original of an asset. There is no answer: hoardd logs what it refuses, and why.
     void writeDataInBackground(wickerlane::Data *data, wickerlane::URL *toFileURL);
 
     /// downloadAsset:requestThumbnail:shouldPrioritize:shouldExtendTimer: — asks for an asset that is not on

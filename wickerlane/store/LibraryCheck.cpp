@@ -7,6 +7,7 @@
 #include <cstring>
 #include <filesystem>
 #include <unordered_set>
+#include <utility>
 
 #include "wickerlane/platform/object/Paths.h"
 #include "wickerlane/store/AssetColumns.h"
@@ -19,6 +20,8 @@ namespace {
 namespace fs = std::filesystem;
 using sqlite::Database;
 using sqlite::Statement;
+
+constexpr std::size_t uuidLength = 36; // with which the names of an asset's files begin
 
 /// Every file below a folder; folders that can't be read hold none.
 std::vector<std::string> filesBelow(const std::string &folder) {
@@ -47,6 +50,8 @@ private:
     Result<> checkRows(Database &database);
     void checkAsset(const AssetRecord &asset);
     void checkStrays(const std::vector<std::string> &files, Finding::Kind kind);
+    void noteUnderWay();
+    Result<> confirm(Database &database);
 
     bool isCancelled();
 
@@ -54,22 +59,18 @@ private:
     const CheckOptions &options;
     bool cancelled = false;
     std::vector<std::string> originals, thumbnails, renditions;
-    std::unordered_set<std::string> beingSaved; // UUIDs
-    std::unordered_set<std::string> purged;     // UUIDs of assets whose larger thumbnail was given up
-    std::unordered_set<std::string> expected;   // paths
+    std::unordered_set<std::string> underWay; // UUIDs of assets whose files are being changed
+    std::unordered_set<std::string> purged;   // UUIDs of assets whose larger thumbnail was given up
+    std::unordered_set<std::string> expected; // paths
 };
 
-// The files first, then what is being saved, then the rows: a file that was there when they were listed has
-// its row by now, or was still being saved.
+// The files first, then what is under way, then the rows: a file that was there when they were listed has
+// its row by now, or work on it was still under way. Work that began later is left out in the end.
 Result<> Check::run() {
     originals = filesBelow(paths.folder() + "/DCIM");
     thumbnails = filesBelow(paths.folder() + "/PhotoData/Thumbnails");
     renditions = filesBelow(paths.folder() + "/PhotoData/Renditions");
-    std::error_code none;
-    for (fs::directory_iterator entry(paths.saving(), none), end; !none && entry != end;
-         entry.increment(none))
-        beingSaved.insert(entry->path().filename().string().substr(0, 36));
-
+    noteUnderWay();
     auto database = Database::open(paths.database(), Database::Access::read);
     if (!database)
         return passOn(database);
@@ -93,6 +94,44 @@ Result<> Check::run() {
     checkStrays(originals, Finding::Kind::strayOriginal);
     checkStrays(thumbnails, Finding::Kind::strayThumbnail);
     checkStrays(renditions, Finding::Kind::strayRendition);
+    noteUnderWay();
+    return confirm(*database);
+}
+
+void Check::noteUnderWay() {
+    std::error_code none;
+    for (fs::directory_iterator entry(paths.saving(), none), end; !none && entry != end;
+         entry.increment(none))
+        underWay.insert(entry->path().filename().string().substr(0, uuidLength));
+}
+
+/// Leaves out what was only found because the library changed meanwhile.
+Result<> Check::confirm(Database &database) {
+    Statement asset = database.prepare("SELECT previewpurged FROM zgenericasset WHERE uuid = ?");
+    Statement rendition = database.prepare("SELECT 1 FROM zrendition WHERE assetuuid = ? AND filename = ?");
+    const auto isStillSo = [&](const Finding &finding) -> Result<bool> {
+        const std::string name(lastPathComponent(finding.path));
+        struct stat status {};
+        if (finding.uuid.empty()) // a stray
+            return !underWay.contains(name.substr(0, uuidLength)) &&
+                   ::lstat(finding.path.c_str(), &status) == 0;
+        if (finding.kind == Finding::Kind::missingRendition)
+            return rendition.bind(finding.uuid, name).any();
+        const auto isPurged =
+            asset.bind(finding.uuid).first([](const Statement &row) { return row.integer(0) != 0; });
+        if (!isPurged)
+            return passOn(isPurged);
+        return isPurged->has_value() &&
+               !(**isPurged && finding.path == paths.thumbnail(finding.uuid, ThumbnailSize::preview));
+    };
+    std::vector<Finding> suspected = std::exchange(report.findings, {});
+    for (Finding &each : suspected) {
+        const auto isSo = isStillSo(each);
+        if (!isSo)
+            return passOn(isSo);
+        if (*isSo)
+            report.findings.push_back(std::move(each));
+    }
     return {};
 }
 
@@ -156,9 +195,7 @@ void Check::checkAsset(const AssetRecord &asset) {
 void Check::checkStrays(const std::vector<std::string> &files, Finding::Kind kind) {
     for (const std::string &path : files) {
         const std::string name(lastPathComponent(path));
-        // A rendition that is being written has its later name with more behind it.
-        if (!expected.contains(path) && !beingSaved.contains(name.substr(0, 36)) &&
-            name.find(".new-") == std::string::npos)
+        if (!expected.contains(path) && !underWay.contains(name.substr(0, uuidLength)))
             find(kind, {}, path);
     }
 }

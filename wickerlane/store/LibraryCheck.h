@@ -49,7 +49,7 @@ struct CheckReport {
 };
 
 /// Looks at every asset of a library and at every file. It only reads, and may run while hoardd serves the
-/// library: what is just being saved is no finding. Fails when the store can't be read at all.
+/// library: what is just being changed is no finding. Fails when the store can't be read at all.
 [[nodiscard]] WL_EXPORT Result<CheckReport> checkLibrary(const LibraryPaths &paths,
                                                          const CheckOptions &options = {});
 

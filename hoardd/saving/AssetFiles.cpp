@@ -1,0 +1,67 @@
+#include "hoardd/saving/AssetFiles.h"
+
+#include <algorithm>
+
+#include "hoardd/library/DurableFolders.h"
+#include "hoardd/pictures/ShownPicture.h"
+#include "wickerlane/platform/object/Number.h"
+#include "wickerlane/platform/object/Paths.h"
+
+namespace wickerlane::hoardd {
+
+namespace {
+
+/// As the store is now.
+Result<bool> isFileOfAsset(Library &library, const std::string &uuid, const std::string &path) {
+    const auto asset = library.assets().assetWithUUID(uuid);
+    if (!asset)
+        return passOn(asset);
+    if (!*asset)
+        return false;
+    const store::AssetRecord &record = (*asset)->record();
+    if (path == library.paths().original(record) ||
+        std::ranges::any_of(store::thumbnailSizes,
+                            [&](auto size) { return path == library.paths().thumbnail(uuid, size); }))
+        return true;
+    const auto rendition = renditionPath(library, record);
+    if (!rendition)
+        return passOn(rendition);
+    return path == *rendition;
+}
+
+} // namespace
+
+std::string uuidInName(const std::string &path) {
+    constexpr std::size_t uuidLength = 36;
+    const auto uuid = UUID::createWithText(lastPathComponent(path).substr(0, uuidLength));
+    return uuid ? std::string(uuid->uuidString()->utf8()) : std::string();
+}
+
+Result<> withOwnerOf(Library &library, const std::string &path, const Handler<Result<>(FileOwner)> &act) {
+    const std::string uuid = uuidInName(path);
+    if (uuid.empty())
+        return act(FileOwner::none); // the names of all files of assets begin with one
+    const MutexLock lock(library.locks().of(uuid));
+    const auto isThere = library.writer().contains(uuid);
+    if (!isThere)
+        return passOn(isThere);
+    AssetLocks::Reservation reservation;
+    if (!*isThere) {
+        reservation = library.locks().reserve(uuid);
+        if (!reservation)
+            return act(FileOwner::unfinished);
+    }
+    // Only now: until the UUID was reserved, an asset of it may have been saved.
+    const auto isOwned = isFileOfAsset(library, uuid, path);
+    if (!isOwned)
+        return passOn(isOwned);
+    return act(*isOwned ? FileOwner::asset : FileOwner::none);
+}
+
+Result<> moveStray(Library &library, const std::string &path, const std::string &folder) {
+    return withOwnerOf(library, path, [&](FileOwner owner) {
+        return owner == FileOwner::none ? moveIntoFolder(path, folder) : Result<>();
+    });
+}
+
+} // namespace wickerlane::hoardd
