@@ -90,7 +90,11 @@ Option Command::addOption(const std::string &name, Value &value, const std::stri
 }
 
 void Command::runs(Action action) const {
-    app->callback([chosen = chosenAction, action = std::move(action)] { *chosen = action; });
+    app->callback([parsed = app, chosen = chosenAction, action = std::move(action)] {
+        // The parser calls the subcommand named first, then the one that it belongs to.
+        if (parsed->get_subcommands().empty())
+            *chosen = action;
+    });
 }
 
 template Option Command::addOption(const std::string &, std::string &, const std::string &) const;

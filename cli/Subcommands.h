@@ -13,7 +13,7 @@ SetUp setUpImport, setUpList, setUpShow, setUpCount, setUpWatch, setUpExport, se
     setUpPreview, setUpAdjustDate, setUpVideoInfo, setUpEstimate, setUpDelete, setUpChanges;
 SetUp setUpAlbum, setUpFeed, setUpBulletins, setUpStream, setUpPurge, setUpPerson;
 SetUp setUpMoments, setUpDuplicates;
-SetUp setUpDaemon, setUpCheck, setUpSizes, setUpRebuildThumbnails, setUpRestore;
+SetUp setUpDaemon, setUpCheck, setUpSizes, setUpRebuildThumbnails, setUpRestore, setUpBackup;
 SetUp setUpConsent, setUpEntitlement;
 SetUp setUpText, setUpDescribe, setUpUuid, setUpProcess, setUpDevice;
 
@@ -51,6 +51,7 @@ inline constexpr Subcommand subcommands[] = {
     {"check", "Maintenance", setUpCheck},
     {"sizes", "Maintenance", setUpSizes},
     {"rebuild-thumbnails", "Maintenance", setUpRebuildThumbnails},
+    {"backup", "Maintenance", setUpBackup},
     {"restore", "Maintenance", setUpRestore},
     {"consent", "Permissions", setUpConsent},
     {"entitlement", "Permissions", setUpEntitlement},

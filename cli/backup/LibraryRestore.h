@@ -1,0 +1,26 @@
+// Making a library again from a backup.
+#ifndef CLI_BACKUP_LIBRARYRESTORE_H
+#define CLI_BACKUP_LIBRARYRESTORE_H
+
+#include <string>
+#include <vector>
+
+#include "wickerlane/model/Result.h"
+#include "wickerlane/store/LibraryPaths.h"
+
+namespace wickerlane::cli {
+
+struct RestoreOutcome {
+    bool isSameLibrary = false;    ///< It was there: only what it missed was filled in.
+    std::size_t restored = 0;      ///< Files.
+    std::size_t present = 0;       ///< Files that were there already.
+    std::vector<Problem> problems; ///< Of files that could not be restored.
+};
+
+/// Restores into an empty library, or fills in files that the same library misses. A library with other
+/// assets is refused, and nothing that is there is overwritten. hoardd can't work on the library meanwhile.
+Result<RestoreOutcome> restoreBackup(const store::LibraryPaths &paths, const std::string &folder, bool quiet);
+
+} // namespace wickerlane::cli
+
+#endif

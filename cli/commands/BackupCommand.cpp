@@ -1,0 +1,121 @@
+// wickerlane backup
+#include <fmt/format.h>
+
+#include <nlohmann/json.hpp>
+
+#include "cli/Formatting.h"
+#include "cli/Output.h"
+#include "cli/StoreLookup.h"
+#include "cli/Subcommands.h"
+#include "cli/backup/LibraryBackup.h"
+#include "cli/backup/LibraryRestore.h"
+
+namespace wickerlane::cli {
+namespace {
+
+struct Options {
+    BackupOptions backup;
+    bool json = false;
+};
+
+struct RestoreOptions {
+    std::string folder;
+    bool json = false;
+    bool quiet = false;
+};
+
+ExitCode reportAll(const std::vector<Problem> &problems) {
+    for (const Problem &each : problems)
+        report(each);
+    return problems.empty() ? ExitCode::success : ExitCode::failure;
+}
+
+JSON describe(const std::vector<Problem> &problems) {
+    JSON described = JSON::array();
+    for (const Problem &each : problems)
+        described.push_back({{"path", each.file}, {"problem", each.text}});
+    return described;
+}
+
+Result<ExitCode> runBackup(const Options &options) {
+    if (options.backup.folder.empty())
+        return fail(ProblemKind::invalid, "FOLDER is required");
+    const auto store = openStore();
+    if (!store)
+        return passOn(store);
+    const auto done = backUp((*store)->paths(), options.backup);
+    if (!done)
+        return passOn(done);
+    const ExitCode code = reportAll(done->problems);
+    if (options.json) {
+        printJSON({{"originals", done->originals},
+                   {"copied", done->copied},
+                   {"copiedBytes", done->copiedBytes},
+                   {"replaced", done->replaced},
+                   {"pruned", done->pruned},
+                   {"problems", describe(done->problems)}});
+        return code;
+    }
+    std::string summary =
+        fmt::format("{} backed up, {} copied ({})", countText(done->originals, "original", "originals"),
+                    countText(done->copied, "file", "files"), sizeText(done->copiedBytes));
+    if (done->replaced > 0)
+        summary += fmt::format(", {} of them because the copy was damaged", done->replaced);
+    if (done->pruned > 0)
+        summary += fmt::format(", {} removed", countText(done->pruned, "old file", "old files"));
+    print(summary);
+    return code;
+}
+
+Result<ExitCode> runRestore(const RestoreOptions &options) {
+    const auto done = restoreBackup(store::LibraryPaths(), options.folder, options.quiet);
+    if (!done)
+        return passOn(done);
+    const ExitCode code = reportAll(done->problems);
+    if (options.json)
+        printJSON({{"sameLibrary", done->isSameLibrary},
+                   {"restored", done->restored},
+                   {"present", done->present},
+                   {"problems", describe(done->problems)}});
+    else if (done->isSameLibrary)
+        print(fmt::format("the library is the one of the backup: {} that it missed {} filled in",
+                          countText(done->restored, "file", "files"), done->restored == 1 ? "was" : "were"));
+    else
+        print(fmt::format("{} restored into an empty library",
+                          countText(done->restored + done->present, "file", "files")));
+    return code;
+}
+
+} // namespace
+
+void setUpBackup(Command command) {
+    command.description("Back the library up into a folder, or restore it from there");
+    command.footer(
+        "Copies what FOLDER doesn't have yet: originals, edits, thumbnails, albums, names and decisions.\n"
+        "Each copy is read back and compared with the sum that the library has of it. The library may be\n"
+        "in use. After Ctrl-C or a crash the same command goes on; until it has ended, the earlier backup\n"
+        "stands. FOLDER must be new, empty, or a backup of the same library.\n\n"
+        "What was deleted in the library stays in FOLDER until --prune, but is not restored.\n\n"
+        "Examples:\n"
+        "  wickerlane backup /media/disk/photos\n"
+        "  wickerlane --root ~/new backup restore /media/disk/photos");
+    Options &options = command.runs(runBackup);
+    command.addOption("FOLDER", options.backup.folder, "Folder of the backup").typeName("PATH");
+    command.addFlag("--verify", options.backup.verify,
+                    "Read all that is in the backup again; copy what is damaged again");
+    command.addFlag("--prune", options.backup.prune, "Remove files that the library no longer has");
+    command.addFlag("--json", options.json, "Write JSON");
+    command.addFlag("-q,--quiet", options.backup.quiet, "Show problems and the result only");
+
+    const auto restore = command.addSubcommand("restore", "Restore a library from a backup");
+    restore.footer(
+        "Into an empty library: all that the backup has, with the old UUIDs. Into the library of which it\n"
+        "is a backup: only the files that are missing. A library with other photos is refused. Nothing is\n"
+        "overwritten. hoardd must not serve the library meanwhile.");
+    RestoreOptions &restoring = restore.runs(runRestore);
+    restore.addOption("FOLDER", restoring.folder, "Folder of the backup").typeName("PATH").required();
+    restore.addFlag("--json", restoring.json, "Write JSON");
+    restore.addFlag("-q,--quiet", restoring.quiet, "Show problems and the result only");
+}
+
+} // namespace wickerlane::cli

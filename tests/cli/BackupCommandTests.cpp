@@ -1,0 +1,243 @@
+// wickerlane backup
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+
+#include "tests/cli/CommandRun.h"
+#include "tests/support/TestImages.h"
+#include "tests/support/WaitUntil.h"
+#include "wickerlane/store/LibraryPaths.h"
+
+using namespace wickerlane::test;
+namespace fs = std::filesystem;
+
+namespace {
+
+/// The files below a folder with a given ending, sorted.
+std::vector<fs::path> filesBelow(const fs::path &folder, const std::string &ending) {
+    std::vector<fs::path> files;
+    for (const auto &entry : fs::recursive_directory_iterator(folder))
+        if (entry.is_regular_file() && entry.path().string().ends_with(ending))
+            files.push_back(entry.path());
+    std::ranges::sort(files);
+    return files;
+}
+
+void damage(const fs::path &path) {
+    chmod(path.c_str(), 0600);
+    std::fstream(path, std::ios::in | std::ios::out | std::ios::binary).put('x');
+}
+
+/// A library with two pictures, one of them in an album, and a place for its backup.
+class Backups : public Commands {
+protected:
+    void SetUp() override {
+        Commands::SetUp();
+        backup = folder / "backup";
+        original = file("beach.jpg", jpegPicture());
+        uuid = imported(original);
+        imported(file("dune.png", pngPicture()));
+        EXPECT_EQ(run({"album", "create", "Dunes"}).exitCode, 0);
+        EXPECT_EQ(run({"album", "add", "Dunes", uuid}).exitCode, 0);
+        EXPECT_EQ(run({"rebuild-thumbnails"}).exitCode, 0);
+    }
+    void TearDown() override {
+        Commands::TearDown();
+        if (!firstRoot.empty())
+            setenv("WICKERLANE_ROOT", firstRoot.c_str(), 1);
+    }
+
+    /// Goes on with another library, which is empty.
+    void moveToNewRoot() {
+        endDaemon();
+        const fs::path root = std::getenv("WICKERLANE_ROOT");
+        if (firstRoot.empty())
+            firstRoot = root;
+        setenv("WICKERLANE_ROOT", (firstRoot / "files" / "other").c_str(), 1);
+        fs::create_directories(firstRoot / "files" / "other");
+    }
+    CommandResult backUp(std::vector<std::string> options = {}) const {
+        options.insert(options.begin(), {"backup", backup});
+        options.emplace_back("--json");
+        return run(options);
+    }
+    CommandResult restore() const { return run({"backup", "restore", backup, "--json"}); }
+
+    fs::path backup, firstRoot;
+    std::string original, uuid;
+};
+
+TEST_F(Backups, CopyOnlyWhatIsNew) {
+    const CommandResult first = backUp();
+    ASSERT_EQ(first.exitCode, 0) << first;
+    EXPECT_EQ(first.json()["originals"], 2) << first;
+    EXPECT_GT(first.json()["copied"], 2) << first;
+
+    const CommandResult second = backUp();
+    EXPECT_EQ(second.exitCode, 0) << second;
+    EXPECT_LE(second.json()["copied"], 1) << "at most the store: " << second;
+
+    imported(file("third.jpg", jpegOf(fourCorners(80, 60))));
+    EXPECT_EQ(run({"rebuild-thumbnails"}).exitCode, 0);
+    const auto before = filesBelow(backup / "files", ".JPG");
+    const CommandResult third = backUp();
+    EXPECT_EQ(third.exitCode, 0) << third;
+    EXPECT_EQ(third.json()["originals"], 3) << third;
+    EXPECT_LE(third.json()["copied"], 4) << "an original, two thumbnails and the store: " << third;
+    EXPECT_GT(filesBelow(backup / "files", ".JPG").size(), before.size());
+}
+
+TEST_F(Backups, AreRestoredAsTheyWere) {
+    ASSERT_EQ(backUp().exitCode, 0);
+    moveToNewRoot();
+    const CommandResult restored = restore();
+    ASSERT_EQ(restored.exitCode, 0) << restored;
+    EXPECT_EQ(restored.json()["sameLibrary"], false) << restored;
+    const CommandResult checked = run({"check"});
+    EXPECT_EQ(checked.exitCode, 0) << checked;
+    EXPECT_EQ(checked.output, "2 assets checked, no problems found\n");
+    const auto shown = run({"show", uuid, "--json"}).json();
+    EXPECT_EQ(contentsOf(shown["file"].get<std::string>()), contentsOf(original)) << shown;
+    EXPECT_EQ(run({"album", "show", "Dunes", "--json"}).json()["assets"][0]["uuid"], uuid);
+    EXPECT_NE(run({"list"}).output.find("beach.jpg"), std::string::npos);
+    // hoardd goes on with what was restored.
+    EXPECT_FALSE(imported(file("later.jpg", jpegOf(fourCorners(90, 60)))).empty());
+    EXPECT_EQ(run({"check"}).exitCode, 0);
+}
+
+TEST_F(Backups, FillInWhatTheSameLibraryMisses) {
+    ASSERT_EQ(backUp().exitCode, 0);
+    const std::string lost = run({"show", uuid, "--json"}).json()["file"];
+    imported(file("later.jpg", jpegOf(fourCorners(90, 60))));
+    fs::remove(lost);
+    const CommandResult whileMissing = backUp();
+    EXPECT_EQ(whileMissing.exitCode, 1) << whileMissing;
+    EXPECT_NE(whileMissing.errors.find("the backup has it"), std::string::npos) << whileMissing;
+
+    const CommandResult served = restore();
+    EXPECT_EQ(served.exitCode, 1) << served;
+    EXPECT_NE(served.errors.find("hoardd serves"), std::string::npos) << served;
+    endDaemon();
+    const CommandResult restored = restore();
+    EXPECT_EQ(restored.exitCode, 0) << restored;
+    EXPECT_EQ(restored.json()["sameLibrary"], true) << restored;
+    EXPECT_EQ(restored.json()["restored"], 1) << restored;
+    EXPECT_EQ(contentsOf(lost), contentsOf(original));
+    EXPECT_EQ(run({"count", "--json"}).json()["photos"], 3) << "what was saved later stays";
+}
+
+TEST_F(Backups, FindAndMendDamage) {
+    ASSERT_EQ(backUp().exitCode, 0);
+    const auto files = filesBelow(backup / "files", ".PNG");
+    ASSERT_EQ(files.size(), 1U);
+    const std::string sound = contentsOf(files[0]);
+    damage(files[0]);
+    const CommandResult verified = backUp({"--verify"});
+    EXPECT_EQ(verified.exitCode, 0) << verified;
+    EXPECT_EQ(verified.json()["replaced"], 1) << verified;
+    EXPECT_EQ(contentsOf(files[0]), sound);
+
+    // A damaged copy is never restored.
+    damage(files[0]);
+    moveToNewRoot();
+    const CommandResult restored = restore();
+    EXPECT_EQ(restored.exitCode, 1) << restored;
+    EXPECT_NE(restored.errors.find("has other contents"), std::string::npos) << restored;
+    EXPECT_EQ(filesBelow(wickerlane::store::LibraryPaths().folder(), ".PNG").size(), 0U);
+}
+
+TEST_F(Backups, LeaveAChangedOriginalOut) {
+    damage(run({"show", uuid, "--json"}).json()["file"].get<std::string>());
+    const CommandResult result = backUp();
+    EXPECT_EQ(result.exitCode, 1) << result;
+    EXPECT_EQ(result.json()["originals"], 1) << result;
+    EXPECT_NE(result.errors.find("has other contents"), std::string::npos) << result;
+}
+
+TEST_F(Backups, GoOnAfterAKill) {
+    for (int number = 0; number < 60; ++number)
+        file("many/" + std::to_string(number) + ".jpg",
+             jpegOf(fourCorners(40 + static_cast<unsigned>(number), 30)));
+    ASSERT_EQ(run({"import", (folder / "many").string(), "--quiet"}).exitCode, 0);
+    EXPECT_EQ(run({"rebuild-thumbnails"}).exitCode, 0); // or the store changes between the runs
+    {
+        RunningCommand running({"backup", backup});
+        EXPECT_TRUE(waitUntil([&] {
+            return !running.isRunning() ||
+                   (fs::exists(backup / "files") && filesBelow(backup / "files", ".JPG").size() > 3);
+        }));
+    } // killed
+    // Whatever has its name is whole.
+    const auto done = filesBelow(backup / "files", "");
+    for (const fs::path &each : done)
+        EXPECT_GT(fs::file_size(each), 0U) << each;
+    const CommandResult again = backUp();
+    EXPECT_EQ(again.exitCode, 0) << again;
+    EXPECT_EQ(again.json()["originals"], 62) << again;
+    EXPECT_EQ(again.json()["copied"].get<std::size_t>() + done.size(),
+              filesBelow(backup / "files", "").size())
+        << "what was there is not copied again: " << again;
+    EXPECT_EQ(backUp({"--verify"}).json()["replaced"], 0);
+
+    moveToNewRoot();
+    { RunningCommand killed({"backup", "restore", backup}); }
+    const CommandResult restored = restore();
+    EXPECT_EQ(restored.exitCode, 0) << restored;
+    EXPECT_EQ(run({"check", "--quiet"}).output, "62 assets checked, no problems found\n");
+}
+
+TEST_F(Backups, KeepWhatWasDeletedUntilTheyArePruned) {
+    ASSERT_EQ(backUp().exitCode, 0);
+    const auto originals = filesBelow(backup / "files", ".PNG");
+    ASSERT_EQ(originals.size(), 1U);
+    const auto assets = run({"list", "--json"}).json();
+    std::string other;
+    for (const auto &each : assets)
+        if (each["uuid"] != uuid)
+            other = each["uuid"];
+    if (run({"delete", other, "--yes", "--now"}).exitCode != 0) { // there may be no trash to keep it out of
+        EXPECT_EQ(run({"delete", other, "--yes"}).exitCode, 0);
+    }
+    EXPECT_EQ(backUp().json()["originals"], 1);
+    EXPECT_TRUE(fs::exists(originals[0]));
+    EXPECT_GE(backUp({"--prune"}).json()["pruned"], 1);
+    EXPECT_FALSE(fs::exists(originals[0]));
+    EXPECT_EQ(backUp({"--verify"}).json()["replaced"], 0) << "what is needed is still there";
+}
+
+TEST_F(Backups, RefuseWhatIsNotTheirs) {
+    EXPECT_EQ(run({"backup"}).exitCode, 2);
+    file("other/letter.txt", bytesOf("a letter"));
+    const struct {
+        std::string folder;
+        const char *problem;
+    } cases[] = {
+        {folder / "other", "holds something else"},
+        {original, "can't be made"},
+        {original + "/below", "can't be made"},
+        {wickerlane::store::LibraryPaths().folder() + "/PhotoData/backup", "one in the other"},
+    };
+    for (const auto &each : cases) {
+        const CommandResult result = run({"backup", each.folder});
+        EXPECT_EQ(result.exitCode, 1) << each.folder << ": " << result;
+        EXPECT_NE(result.errors.find(each.problem), std::string::npos) << each.folder << ": " << result;
+    }
+    EXPECT_EQ(filesBelow(folder / "other", "").size(), 1U);
+    EXPECT_EQ(run({"backup", "restore", (folder / "other").string()}).exitCode, 1);
+
+    ASSERT_EQ(backUp().exitCode, 0);
+    moveToNewRoot();
+    imported(file("mine.jpg", jpegPicture()));
+    const CommandResult foreign = backUp();
+    EXPECT_EQ(foreign.exitCode, 1) << foreign;
+    EXPECT_NE(foreign.errors.find("another library"), std::string::npos) << foreign;
+    endDaemon();
+    const CommandResult refused = restore();
+    EXPECT_EQ(refused.exitCode, 1) << refused;
+    EXPECT_NE(refused.errors.find("another library"), std::string::npos) << refused;
+    EXPECT_EQ(run({"check"}).exitCode, 0);
+}
+
+} // namespace
