@@ -350,6 +350,10 @@ bool Race::report() {
     static_cast<void>(client.answer(Client::request(22).get()));
 
     const auto store = store::ObjectStore::open();
+    if (!store || store->assets() == nullptr) {
+        std::printf("%-10s the store can't be read\n", name.c_str());
+        return false;
+    }
     std::set<Contents> originals;
     std::map<std::string, Contents> byUUID;
     for (const Object *each : *store->assets()) {
