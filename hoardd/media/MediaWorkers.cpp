@@ -1,14 +1,17 @@
 #include "hoardd/media/MediaWorkers.h"
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <csignal>
 #include <cstring>
 
 #include "hoardd/media/WorkerPool.h"
+#include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/object/Paths.h"
 #include "wickerlane/platform/process/ProcessFacts.h"
 
@@ -20,6 +23,17 @@ using media::WorkerProcess;
 using media::WorkerRequest;
 
 namespace {
+
+/// A PNG of four pixels.
+constexpr std::uint8_t soundPicture[] = {
+    0x89, 0x50, 0x4E, 0x47, 0x0D, 0x0A, 0x1A, 0x0A, 0x00, 0x00, 0x00, 0x0D, 0x49, 0x48, 0x44,
+    0x52, 0x00, 0x00, 0x00, 0x02, 0x00, 0x00, 0x00, 0x02, 0x08, 0x00, 0x00, 0x00, 0x00, 0x57,
+    0xDD, 0x52, 0xF8, 0x00, 0x00, 0x00, 0x0E, 0x49, 0x44, 0x41, 0x54, 0x78, 0xDA, 0x63, 0x70,
+    0x38, 0xC0, 0x70, 0xC0, 0x01, 0x00, 0x06, 0x06, 0x02, 0x01, 0x68, 0x6A, 0x5B, 0xB9, 0x00,
+    0x00, 0x00, 0x00, 0x49, 0x45, 0x4E, 0x44, 0xAE, 0x42, 0x60, 0x82};
+
+/// How a decoder ends its process. Sanitizers and limits of processor time do so, too.
+constexpr int crashes[] = {SIGSEGV, SIGABRT, SIGFPE, SIGILL, SIGTRAP, SIGSYS, SIGPROF};
 
 // Decoders of these formats have a record of faults: each file gets a process of its own.
 bool isRisky(MediaFormat format) {
@@ -49,6 +63,7 @@ ProblemKind kindOf(MediaFailure failure) {
     case MediaFailure::outputFailed:
         return ProblemKind::notWritable;
     case MediaFailure::notConfined:
+    case MediaFailure::shortage:
         return ProblemKind::failed;
     default:
         return ProblemKind::invalid;
@@ -62,6 +77,12 @@ Result<WorkerAnswer> unlessRefused(const WorkerAnswer &answer) {
     return fail(kindOf(answer.failure), printable(answer.reason));
 }
 
+// Whether a decoder does such a thing by itself. Others come from outside: when memory runs out, or when a
+// file can't be read to its end.
+bool isCrash(int signal) {
+    return std::ranges::find(crashes, signal) != std::end(crashes);
+}
+
 Failure problemOfDeath(int signal) {
     if (signal == SIGPROF)
         return fail(ProblemKind::failed, "the file takes more processor time than is allowed");
@@ -70,6 +91,13 @@ Failure problemOfDeath(int signal) {
     const char *name = sigdescr_np(signal);
     return fail(ProblemKind::failed,
                 std::string("the media worker was ended by: ") + (name != nullptr ? name : "a signal"));
+}
+
+// Of what a worker that died may have written.
+void emptyOutputs(std::span<const int> outputs) {
+    for (const int output : outputs)
+        if (lseek(output, 0, SEEK_SET) == 0)
+            static_cast<void>(ftruncate(output, 0));
 }
 
 WorkerPool::Settings poolSettings(const MediaWorkersOptions &options, WorkerProcess::Mode mode) {
@@ -89,7 +117,14 @@ struct MediaWorkers::Pools {
         : options(wanted), shared(poolSettings(wanted, WorkerProcess::Mode::shared)),
           isolated(poolSettings(wanted, WorkerProcess::Mode::isolated)) {}
 
-    // Each gives what a worker answers, which may be that it can't.
+    struct Attempt {
+        Result<WorkerAnswer> answer; ///< What a worker answers, which may be that it can't.
+        bool crashed = false;        ///< The worker did.
+    };
+    Attempt attempt(WorkerPool &pool, const WorkerRequest &request, std::span<const int> descriptors);
+    /// Whether a sound picture is decoded.
+    bool decodesOthers(WorkerPool &pool);
+
     Result<WorkerAnswer> run(WorkerPool &pool, WorkerRequest request, std::span<const int> descriptors);
     Result<WorkerAnswer> runOnPicture(int picture, const WorkerRequest &request,
                                       std::span<const int> outputs);
@@ -100,21 +135,45 @@ struct MediaWorkers::Pools {
 Result<WorkerAnswer> MediaWorkers::Pools::run(WorkerPool &pool, WorkerRequest request,
                                               std::span<const int> descriptors) {
     request.processorMilliseconds = static_cast<std::uint32_t>(options.processorTime.count());
+    const Attempt first = attempt(pool, request, descriptors);
+    if (!first.crashed)
+        return first.answer;
+    emptyOutputs(descriptors.subspan(1));
+    const Attempt second = attempt(pool, request, descriptors);
+    if (!second.crashed || !decodesOthers(pool))
+        return second.answer;
+    return fail(ProblemKind::invalid, second.answer.error().text);
+}
+
+bool MediaWorkers::Pools::decodesOthers(WorkerPool &pool) {
+    const UniqueFd picture(memfd_create("hoardd sound picture", MFD_CLOEXEC));
+    if (!picture || !writeAll(picture.get(), std::as_bytes(std::span(soundPicture))))
+        return false;
+    WorkerRequest request;
+    request.kind = WorkerRequest::Kind::fingerprint;
+    request.settings.maxSide = 2;
+    request.processorMilliseconds = static_cast<std::uint32_t>(options.processorTime.count());
+    const int descriptor = picture.get();
+    return attempt(pool, request, std::span(&descriptor, 1)).answer.and_then(unlessRefused).has_value();
+}
+
+MediaWorkers::Pools::Attempt MediaWorkers::Pools::attempt(WorkerPool &pool, const WorkerRequest &request,
+                                                          std::span<const int> descriptors) {
     for (;;) {
         Result<std::unique_ptr<WorkerProcess>> worker = pool.borrow();
         if (!worker)
-            return fail(ProblemKind::unreachable, worker.error().text);
+            return {fail(ProblemKind::unreachable, worker.error().text)};
         WorkerAnswer answer;
         const auto exchange = (*worker)->exchange(request, descriptors, options.deadline, answer);
         const int signal = exchange == WorkerProcess::Exchange::died ? (*worker)->endingSignal() : 0;
         pool.giveBack(std::move(*worker));
         switch (exchange) {
         case WorkerProcess::Exchange::answered:
-            return answer;
+            return {answer};
         case WorkerProcess::Exchange::timedOut:
-            return fail(ProblemKind::failed, "the file takes more time than is allowed");
+            return {fail(ProblemKind::failed, "the file takes more time than is allowed")};
         case WorkerProcess::Exchange::died:
-            return problemOfDeath(signal);
+            return {problemOfDeath(signal), isCrash(signal)};
         case WorkerProcess::Exchange::notDelivered:
             break; // It had died while it was idle. Each try uses one up, so this ends.
         }
@@ -128,7 +187,8 @@ Result<WorkerAnswer> MediaWorkers::Pools::runOnPicture(int picture, const Worker
     std::array<std::byte, mediaTypeBytes> start{};
     const ssize_t length = pread(descriptors[0], start.data(), start.size(), 0);
     if (length < 0)
-        return fail(ProblemKind::invalid, "the picture cannot be read");
+        return errno == ESPIPE ? Result<WorkerAnswer>(fail(ProblemKind::invalid, "the picture is not a file"))
+                               : Result<WorkerAnswer>(failSystem("read", "the picture"));
     const MediaFormat format = mediaFormatOf(std::span(start).first(static_cast<std::size_t>(length)));
     if (format == MediaFormat::unknown)
         return fail(ProblemKind::invalid, "the file is not a picture of a known format");
@@ -234,6 +294,15 @@ Result<ImageSize> MediaWorkers::encode(const SurfacePixels &surface, const Image
     UniqueFd reopened;
     const std::array descriptors{readOnly(surface.memory, reopened), output};
     return pools->run(pools->shared, request, descriptors).and_then(unlessRefused).map(sizeIn);
+}
+
+Result<std::string> MediaWorkers::decoders() {
+    Result<std::unique_ptr<WorkerProcess>> worker = pools->shared.borrow();
+    if (!worker)
+        return fail(ProblemKind::unreachable, worker.error().text);
+    std::string found = printable((*worker)->hello().decoders);
+    pools->shared.giveBack(std::move(*worker));
+    return found;
 }
 
 Result<> MediaWorkers::testConfinement() {

@@ -54,8 +54,10 @@ struct MediaWorkersStatus {
 /// always returns: a file that crashes or stalls its worker costs that one request.
 ///
 /// The kind of a problem says what failed; its text is one printable line.
-///   `invalid`      the decoder refuses the file, or the request makes no sense
-///   `failed`       the file, or something else, ended the worker, or it took longer than a file may
+///   `invalid`      the decoder refuses the file, or crashed twice in a row on it while it does well on
+///                  another; or the request makes no sense
+///   `failed`       something ended the worker, or it took longer than a file may, or a read failed: no word
+///                  about the file
 ///   `unreachable`  no worker can be started, or none that is confined
 ///   `notWritable`  the result could not be written
 class MediaWorkers {
@@ -86,6 +88,9 @@ public:
     /// Writes a surface as an image. The size is the surface's own: `settings.maxSide` must be 0.
     [[nodiscard]] Result<ImageSize> encode(const SurfacePixels &surface, const ImageSettings &settings,
                                            int output);
+
+    /// What decodes pictures here, and in which versions: others may read what these refuse.
+    [[nodiscard]] Result<std::string> decoders();
 
     /// Lets a shared worker try what its confinement must forbid; fails when something got through.
     [[nodiscard]] Result<> testConfinement();

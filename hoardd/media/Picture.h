@@ -19,8 +19,8 @@ enum class MediaFailure : std::uint32_t {
     notConfined,   ///< The worker could do what its confinement must forbid.
     outputFailed,  ///< The result could not be written.
     badRequest,    ///< The request itself makes no sense.
+    shortage,      ///< The machine lacked something for a moment; the file is not to blame.
 };
-inline constexpr MediaFailure lastMediaFailure = MediaFailure::badRequest;
 
 /// A thumbnail to be made.
 struct ThumbnailTarget {

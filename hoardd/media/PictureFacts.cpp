@@ -69,6 +69,7 @@ PictureFacts plausibleFacts(const PictureFacts &answered) {
     facts.cameraMake = printable(answered.cameraMake);
     facts.cameraModel = printable(answered.cameraModel);
     facts.video = plausibleVideo(answered.video);
+    facts.isCutOff = answered.isCutOff != 0 ? 1 : 0;
     return facts;
 }
 

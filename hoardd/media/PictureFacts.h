@@ -53,6 +53,7 @@ struct PictureFacts {
     PlainText<64> cameraMake;
     PlainText<64> cameraModel;
     PlainOptional<VideoFacts> video; ///< Only of a video.
+    std::uint32_t isCutOff = 0;      ///< 1 when the file ends before its picture does.
 };
 
 /// The facts without what makes no sense, and with printable ASCII in their texts: a worker that a file has

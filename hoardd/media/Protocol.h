@@ -21,7 +21,7 @@ namespace wickerlane::hoardd::media {
 inline constexpr int workerSocket = 3;
 
 /// Tells two builds of the packets apart.
-inline constexpr std::uint32_t protocolVersion = 7;
+inline constexpr std::uint32_t protocolVersion = 8;
 
 inline constexpr std::size_t maxThumbnails = 4;
 inline constexpr std::size_t maxDescriptors = 1 + maxThumbnails;
@@ -31,6 +31,7 @@ struct Hello {
     std::uint32_t version = protocolVersion;
     std::uint32_t hasSystemCallFilter = 0;
     std::uint32_t landlockVersion = 0; ///< 0: the kernel has none
+    PlainText<192> decoders;           ///< See MediaWorkers::decoders().
 };
 
 /// What is asked of a worker. Thumbnails and pictures are descriptors, which travel beside it.

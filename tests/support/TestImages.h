@@ -92,7 +92,7 @@ Bytes pngOf(const Pixels &pixels);
 /// The same with camera metadata.
 Bytes pngOf(const Pixels &pixels, const TestExif &exif);
 /// A PNG of a few hundred bytes that claims these dimensions. Its checksums are right.
-Bytes pngThatClaims(std::uint32_t width, std::uint32_t height);
+Bytes pngThatClaims(std::uint32_t width, std::uint32_t height, bool isInterlaced = false);
 
 /// An uncompressed TIFF of colour; alpha is dropped.
 Bytes tiffOf(const Pixels &pixels, std::uint16_t orientation = 1);

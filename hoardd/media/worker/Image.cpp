@@ -10,8 +10,9 @@ MediaError imageLibraryError() {
     const bool memory = text.find("out of memory") != std::string::npos ||
                         text.find("nsufficient memory") != std::string::npos ||
                         text.find("unable to allocate") != std::string::npos;
-    return {memory ? MediaFailure::tooLarge : MediaFailure::damaged,
-            text.empty() ? "the picture cannot be decoded" : text};
+    if (memory)
+        return {MediaFailure::tooLarge, ""};
+    return {MediaFailure::damaged, text.empty() ? "the picture cannot be decoded" : text};
 }
 
 } // namespace wickerlane::hoardd::media

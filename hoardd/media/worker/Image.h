@@ -25,7 +25,8 @@ public:
     MediaFailure failure;
 };
 
-/// A "damaged" error with what the image library has to say.
+/// A "damaged" error with what the image library has to say; a "too large" one without a reason when memory
+/// ran out.
 [[nodiscard]] MediaError imageLibraryError();
 
 /// Runs an operation of the image library that hands out one image:

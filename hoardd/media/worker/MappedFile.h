@@ -26,7 +26,7 @@ public:
             throw MediaError(MediaFailure::tooLarge, "the file has more bytes than are allowed");
         start = mmap(nullptr, length, PROT_READ, MAP_PRIVATE, descriptor, 0);
         if (start == MAP_FAILED)
-            throw MediaError(MediaFailure::badRequest, "the input cannot be mapped");
+            throw MediaError(MediaFailure::shortage, "the input cannot be mapped");
     }
     MappedFile(const MappedFile &) = delete;
     MappedFile &operator=(const MappedFile &) = delete;

@@ -201,6 +201,10 @@ void prepareMetadata() {
     Exiv2::enableBMFF();
 }
 
+std::string metadataLibraryVersion() {
+    return Exiv2::versionString();
+}
+
 struct Metadata::Parsed {
     std::span<const std::byte> file;
     std::unique_ptr<Exiv2::Image> image;

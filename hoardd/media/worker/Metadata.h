@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <memory>
 #include <span>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -14,6 +15,9 @@ namespace wickerlane::hoardd::media {
 
 /// Loads what reading metadata needs; once, before confinement.
 void prepareMetadata();
+
+/// The version of the library that reads metadata.
+std::string metadataLibraryVersion();
 
 /// Of one file in memory, which must outlive it. Bytes without metadata, or with broken ones, say nothing.
 class Metadata {

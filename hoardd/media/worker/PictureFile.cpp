@@ -50,6 +50,7 @@ const PictureReader &PictureFile::open(std::uint32_t maxSide) {
         reader.emplace(rawPreview, MediaFormat::jpeg);
     } else {
         reader.emplace(file.bytes(), known.format);
+        known.isCutOff = isCutOff(file.bytes(), known.format) ? 1 : 0;
     }
     if (size.first == 0 || size.second == 0)
         size = {reader->width(), reader->height()};

@@ -63,24 +63,74 @@ bool isFrameHeader(unsigned marker) {
     return marker >= 0xC0 && marker <= 0xCF && marker != 0xC4 && marker != 0xC8 && marker != 0xCC;
 }
 
-// Whether a JPEG is stored in several passes, so that a decoder must hold all its coefficients at once.
-bool isProgressive(std::span<const std::byte> file) {
+struct JpegLayout {
+    bool isProgressive = false; ///< In several passes, so that a decoder must hold all coefficients at once.
+    std::size_t pixels = 0;     ///< Where the coded pixels begin; 0 when there are none.
+};
+
+// Steps over what does not belong between two markers, as decoders do.
+JpegLayout layoutOfJpeg(std::span<const std::byte> file) {
+    JpegLayout layout;
     const unsigned char *bytes = jpegBytes(file);
     for (std::size_t at = 2; at + 4 <= file.size();) {
-        if (bytes[at] != 0xFF)
-            return false;
         const unsigned marker = bytes[at + 1];
-        if (marker == 0xFF) { // fill byte
+        if (bytes[at] != 0xFF || marker == 0xFF || marker == 0) {
             ++at;
             continue;
         }
         if (isFrameHeader(marker))
-            return marker == 0xC2 || marker == 0xC6 || marker == 0xCA || marker == 0xCE;
-        if (marker == 0xDA)
-            return false;
+            layout.isProgressive = marker == 0xC2 || marker == 0xC6 || marker == 0xCA || marker == 0xCE;
         at += 2 + (std::size_t{bytes[at + 2]} << 8 | bytes[at + 3]);
+        if (marker == 0xDA) {
+            layout.pixels = std::min(at, file.size());
+            break;
+        }
     }
-    return false;
+    return layout;
+}
+
+bool isJpegCutOff(std::span<const std::byte> file) {
+    const auto pixels = file.subspan(layoutOfJpeg(file).pixels);
+    constexpr std::byte endMarker[] = {std::byte{0xFF}, std::byte{0xD9}};
+    return std::ranges::find_end(pixels, endMarker).empty();
+}
+
+std::uint32_t bigEndian(std::span<const std::byte> file, std::size_t at) {
+    std::uint32_t value = 0;
+    for (const std::byte each : file.subspan(at, 4))
+        value = value << 8 | std::to_integer<std::uint32_t>(each);
+    return value;
+}
+
+bool isPngCutOff(std::span<const std::byte> file) {
+    constexpr std::size_t signatureBytes = 8, chunkBytes = 12; // without a chunk's data
+    for (std::size_t at = signatureBytes; at + chunkBytes <= file.size();) {
+        if (bigEndian(file, at + 4) == 0x49454E44) // "IEND"
+            return false;
+        at += chunkBytes + bigEndian(file, at);
+    }
+    return true;
+}
+
+/// Whether a PNG is stored in passes, of which the first holds no whole lines.
+bool isInterlaced(std::span<const std::byte> png) {
+    constexpr std::size_t place = 28;
+    return png.size() > place && png[place] != std::byte{0};
+}
+
+/// A decoder shows the lines that a damaged PNG lacks as black ones; without any line there is no picture.
+void requireFirstLine(std::span<const std::byte> png, int width) {
+    const Image strict(vips_image_new_from_buffer(png.data(), png.size(), "", "access",
+                                                  VIPS_ACCESS_SEQUENTIAL, "fail_on", VIPS_FAIL_ON_TRUNCATED,
+                                                  nullptr));
+    VipsImage *line = nullptr;
+    if (strict && vips_extract_area(strict.get(), &line, 0, 0, width, 1, nullptr) == 0) {
+        const Image lazy(line);
+        if (const Image decoded(vips_image_copy_memory(lazy.get())); decoded)
+            return;
+    }
+    vips_error_clear();
+    throw MediaError(MediaFailure::damaged, "the file holds no line of the picture");
 }
 
 void checkSize(std::uint64_t width, std::uint64_t height) {
@@ -102,14 +152,18 @@ PictureReader::PictureReader(std::span<const std::byte> file, MediaFormat format
         int subsampling = 0;
         int colours = 0;
         if (tjDecompressHeader3(decoder.get(), jpegBytes(bytes), bytes.size(), &width, &height, &subsampling,
-                                &colours) != 0)
+                                &colours) != 0 &&
+            tjGetErrorCode(decoder.get()) != TJERR_WARNING)
             throw MediaError(MediaFailure::damaged, tjGetErrorStr2(decoder.get()));
         storedWidth = static_cast<std::uint32_t>(width);
         storedHeight = static_cast<std::uint32_t>(height);
         checkSize(storedWidth, storedHeight);
         // Two bytes a coefficient, and no more than one coefficient a pixel and colour.
         const std::uint64_t samples = subsampling == TJSAMP_GRAY ? 2 : subsampling == TJSAMP_444 ? 6 : 4;
-        if (isProgressive(bytes) && samples * storedWidth * storedHeight > pictureLimits.memoryBytes / 4 * 3)
+        const JpegLayout layout = layoutOfJpeg(bytes);
+        if (bytes.size() - layout.pixels <= 2) // an end marker at most
+            throw MediaError(MediaFailure::damaged, "the file holds no line of the picture");
+        if (layout.isProgressive && samples * storedWidth * storedHeight > pictureLimits.memoryBytes / 4 * 3)
             throw MediaError(MediaFailure::tooLarge,
                              "the progressive picture takes more memory than is allowed");
         isPlainJpeg = colours == TJCS_YCbCr || colours == TJCS_GRAY || colours == TJCS_RGB;
@@ -125,6 +179,12 @@ PictureReader::PictureReader(std::span<const std::byte> file, MediaFormat format
     storedWidth = static_cast<std::uint32_t>(vips_image_get_width(header.get()));
     storedHeight = static_cast<std::uint32_t>(vips_image_get_height(header.get()));
     checkSize(storedWidth, storedHeight);
+    if (format == MediaFormat::png && !isInterlaced(bytes))
+        requireFirstLine(bytes, vips_image_get_width(header.get()));
+}
+
+bool isCutOff(std::span<const std::byte> file, MediaFormat format) {
+    return format == MediaFormat::jpeg ? isJpegCutOff(file) : format == MediaFormat::png && isPngCutOff(file);
 }
 
 // Decodes at the smallest of the scales that the format offers almost for free, then shrinks the rest of the

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstring>
 #include <numeric>
 #include <string_view>
 
@@ -19,6 +20,9 @@ namespace {
 using Kind = WorkerRequest::Kind;
 
 constexpr std::uint32_t thumbnailQuality = 85;
+
+// Of what is done here with the libraries: to be raised whenever files may be read that were refused before.
+constexpr int readerVersion = 1;
 
 // Its first bytes tell: a video may be far larger than what is mapped of a picture.
 bool isVideo(int descriptor) {
@@ -94,7 +98,9 @@ void probe(const WorkerRequest &request, std::span<const UniqueFd> descriptors, 
 void fingerprint(const WorkerRequest &request, std::span<const UniqueFd> descriptors, WorkerAnswer &answer) {
     PictureFile file(descriptors[0].get());
     const std::uint32_t maxSide = request.settings.maxSide;
-    const Image image = file.open(maxSide).thumbnail(maxSide, file.facts().orientation);
+    const PictureReader &reader = file.open(maxSide);
+    answer.facts = file.facts();
+    const Image image = reader.thumbnail(maxSide, file.facts().orientation);
     const auto width = static_cast<std::uint32_t>(vips_image_get_width(image.get()));
     const auto height = static_cast<std::uint32_t>(vips_image_get_height(image.get()));
     const auto channels = static_cast<std::uint32_t>(vips_image_get_bands(image.get()));
@@ -121,8 +127,9 @@ void render(const WorkerRequest &request, std::span<const UniqueFd> descriptors,
         return writeRendered(request, image ? image.get() : frame.get(), descriptors[1].get(), answer);
     }
     PictureFile file(descriptors[0].get());
-    const Image image =
-        file.open(request.settings.maxSide).picture(request.settings.maxSide, file.facts().orientation);
+    const PictureReader &reader = file.open(request.settings.maxSide);
+    answer.facts = file.facts();
+    const Image image = reader.picture(request.settings.maxSide, file.facts().orientation);
     writeRendered(request, image.get(), descriptors[1].get(), answer);
 }
 
@@ -166,6 +173,15 @@ void handleOrThrow(const WorkerRequest &request, std::span<const UniqueFd> descr
     throw MediaError(MediaFailure::badRequest, "the request is unknown");
 }
 
+// The libraries' own texts are about parts of the work, which mean nothing to people.
+std::string tooMuchMemory(const PictureFacts &facts) {
+    const std::uint64_t pixels = std::uint64_t{facts.width} * facts.height;
+    constexpr std::uint64_t million = 1'000'000;
+    if (pixels < million)
+        return "the picture takes more memory than is allowed";
+    return std::to_string(pixels / million) + " megapixels are more than memory allows";
+}
+
 void fail(WorkerAnswer &answer, MediaFailure failure, std::string_view reason) {
     answer.failure = failure;
     answer.reason = reason;
@@ -188,14 +204,24 @@ bool prepareHandling(const char *program) {
     return true;
 }
 
+std::string decoderVersions() {
+    std::string text = "reader " + std::to_string(readerVersion) + ", vips " + vips_version_string() +
+                       ", exiv2 " + metadataLibraryVersion() + ", av " + videoLibraryVersion() + ", formats";
+    for (const char *loader : {"jpegload", "pngload", "webpload", "gifload", "tiffload", "heifload"})
+        if (vips_type_find("VipsOperation", loader) != 0)
+            text.append(" ").append(loader, std::strlen(loader) - std::strlen("load"));
+    return text;
+}
+
 WorkerAnswer handle(const WorkerRequest &request, std::span<const UniqueFd> descriptors) {
     WorkerAnswer answer;
     try {
         handleOrThrow(request, descriptors, answer);
     } catch (const MediaError &error) {
-        fail(answer, error.failure, error.what());
+        const std::string_view reason = error.what();
+        fail(answer, error.failure, reason.empty() ? tooMuchMemory(answer.facts) : std::string(reason));
     } catch (const std::bad_alloc &) {
-        fail(answer, MediaFailure::tooLarge, "the picture takes more memory than is allowed");
+        fail(answer, MediaFailure::tooLarge, tooMuchMemory(answer.facts));
     } catch (const std::exception &error) {
         fail(answer, MediaFailure::damaged, error.what());
     }

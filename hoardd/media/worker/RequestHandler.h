@@ -12,6 +12,9 @@ namespace wickerlane::hoardd::media {
 /// start.
 bool prepareHandling(const char *program);
 
+/// What decodes here, and in which versions. After prepareHandling().
+std::string decoderVersions();
+
 /// Never throws; what goes wrong is in the answer.
 WorkerAnswer handle(const WorkerRequest &request, std::span<const UniqueFd> descriptors);
 

@@ -106,6 +106,10 @@ void prepareVideos() {
     av_log_set_level(AV_LOG_QUIET);
 }
 
+const char *videoLibraryVersion() {
+    return av_version_info();
+}
+
 struct VideoReader::State {
     int descriptor;
     std::int64_t length = 0;

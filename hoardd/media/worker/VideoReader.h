@@ -11,6 +11,9 @@ namespace wickerlane::hoardd::media {
 /// Call once, before confinement.
 void prepareVideos();
 
+/// The version of the libraries that read videos.
+const char *videoLibraryVersion();
+
 /// A video whose headers have been read and found within the limits. Its functions throw MediaError.
 class VideoReader {
 public:

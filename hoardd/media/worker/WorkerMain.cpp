@@ -98,7 +98,10 @@ int run(const char *program, bool apart) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (!prepareHandling(program))
         return 1;
-    const Hello hello = apart ? helloOfChild() : confine();
+    // Asked before confinement, since the libraries may read files for it.
+    const std::string decoders = decoderVersions();
+    Hello hello = apart ? helloOfChild() : confine();
+    hello.decoders = decoders;
     if (!sendPacket(workerSocket, hello))
         return 1;
     if (apart)

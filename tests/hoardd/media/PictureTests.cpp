@@ -103,6 +103,69 @@ TEST_F(Pictures, EveryFormatIsRecognisedByContentAndDecoded) {
     }
 }
 
+TEST_F(Pictures, DamageThatAViewerOverlooksIsOverlooked) {
+    // Lines that take little room, and others that take much.
+    Pixels detailed = scene(400, 300, 1);
+    std::fill_n(detailed.colours.begin(), 400 * 100, cornerRed);
+    const Bytes jpeg = jpegOf(fourCorners(400, 300)), png = pngOf(detailed);
+    const auto withJunkAt = [&](std::size_t place) {
+        Bytes file = jpeg;
+        file.insert(file.begin() + static_cast<std::ptrdiff_t>(place), 7, std::byte{0x11});
+        return file;
+    };
+    const auto part = [](const Bytes &file, std::size_t bytes) {
+        return Bytes(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(bytes));
+    };
+    const auto markerOf = [&](unsigned marker) { // its first place after the start of the file
+        for (std::size_t at = 2; at + 1 < jpeg.size(); ++at)
+            if (jpeg[at] == std::byte{0xFF} && jpeg[at + 1] == static_cast<std::byte>(marker))
+                return at;
+        return std::size_t{0};
+    };
+    Bytes junkAtEnd = jpeg;
+    junkAtEnd.resize(jpeg.size() + 1000);
+    const std::size_t scan = markerOf(0xDA) + 14; // after its header of three colours
+    const struct {
+        const char *what;
+        Bytes file;
+        bool isSound, isCutOff;
+    } cases[] = {
+        {"bytes before a table", withJunkAt(markerOf(0xDB)), true, false},
+        {"bytes before the frame", withJunkAt(markerOf(0xC0)), true, false},
+        {"bytes after the end", junkAtEnd, true, false},
+        {"a JPEG to its half", part(jpeg, scan + (jpeg.size() - scan) / 2), true, true},
+        {"a JPEG without its end", part(jpeg, jpeg.size() - 2), true, true},
+        {"a JPEG without a line", part(jpeg, scan), false, false},
+        {"a PNG to its half", part(png, png.size() / 2), true, true},
+        {"a PNG without its end", part(png, png.size() - 12), true, true},
+        {"a PNG without a line", pngThatClaims(2000, 300), false, false},
+    };
+    for (const auto &[what, file, isSound, isCutOff] : cases) {
+        SCOPED_TRACE(what);
+        const auto result = probe(file, {100});
+        EXPECT_EQ(problemOf(result), isSound ? std::nullopt : std::optional(ProblemKind::invalid))
+            << reasonOf(result);
+        if (!result || !isSound)
+            continue;
+        EXPECT_EQ(result->width, 400U);
+        EXPECT_EQ(result->isCutOff, isCutOff ? 1U : 0U);
+        EXPECT_TRUE(isLike(thumbnail(0).at(5, 5), cornerRed, 12));
+        if (!isCutOff) {
+            EXPECT_EQ(cornersOf(thumbnail(0)), "RGBY");
+        }
+    }
+}
+
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) // where memory has no limit
+TEST_F(Pictures, LimitsAreToldInWordsForPeople) {
+    // Interlaced ones are decoded as a whole.
+    Bytes image;
+    const auto result = render(pngThatClaims(16'000, 16'000, true), {.format = MediaFormat::png}, image);
+    EXPECT_EQ(problemOf(result), ProblemKind::invalid);
+    EXPECT_EQ(reasonOf(result), "256 megapixels are more than memory allows");
+}
+#endif
+
 TEST_F(Pictures, SmallPicturesAreNotEnlargedAndGreyOnesStayGrey) {
     const auto result = probe(jpegOf(fourCorners(40, 20), 90, true), {256, 1024});
     ASSERT_EQ(reasonOf(result), "");
