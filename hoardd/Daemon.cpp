@@ -39,8 +39,12 @@ void Daemon::prepareLibrary(Library &library) {
     // Beside the requests.
     static_cast<void>(ClientJobs::ownOf(longWork).add({[&library] {
         saveFilesLeftFound(library);
+        tryUndecodable(library, Refused::byOthers);
         makeThumbnailsLeftDue(library);
     }}));
+    library.thumbnailRetry().whenDue([this, &library] {
+        static_cast<void>(ClientJobs::ownOf(longWork).add({[&library] { makeThumbnailsLeftDue(library); }}));
+    });
 }
 
 Result<> Daemon::start(Handler<void()> ended) {

@@ -229,7 +229,8 @@ JSON describe(const Report &report) {
 void printSummary(const Report &report) {
     for (const SavedFile &each : report.saved)
         if (!each.problem.empty())
-            note(fmt::format("{}: saved, but the picture can't be decoded: {}", each.path, each.problem));
+            note(fmt::format("{}: saved, but not all of the picture can be shown: {}", each.path,
+                             each.problem));
     for (const RefusedFile &each : report.refused)
         note(fmt::format("{}: {}", each.path, each.reason));
 

@@ -6,6 +6,7 @@
 #include "cli/Formatting.h"
 #include "cli/StoreLookup.h"
 #include "cli/Subcommands.h"
+#include "wickerlane/store/RenditionReader.h"
 
 namespace wickerlane::cli {
 namespace {
@@ -14,6 +15,21 @@ struct Options {
     std::string asset;
     bool json = false;
 };
+
+/// What the editor of an asset said, as texts.
+JSON describeProperties(const store::Rendition &rendition) {
+    JSON described = JSON::object();
+    if (const auto properties = rendition.properties())
+        for (const auto &[key, value] : *properties)
+            described[std::string(key->description()->utf8())] = std::string(value->description()->utf8());
+    return described;
+}
+
+void printEdit(const store::Rendition &rendition, const std::string &path) {
+    printField("Edited", path);
+    for (const auto &[key, value] : describeProperties(rendition).items())
+        printField("  " + key, value.get<std::string>());
+}
 
 void printFields(const store::ManagedAsset &asset) {
     const store::AssetRecord &record = asset.record();
@@ -40,10 +56,23 @@ Result<ExitCode> show(const Options &options) {
     const auto asset = findAsset(options.asset);
     if (!asset)
         return passOn(asset);
-    if (options.json)
-        printJSON(describe(**asset));
-    else
-        printFields(**asset);
+    const std::string &uuid = (*asset)->record().uuid;
+    const store::LibraryPaths paths;
+    const auto rendition = store::readRendition(paths, uuid);
+    if (!rendition)
+        return failToReadStore(rendition);
+    const std::string edited =
+        *rendition ? paths.renditionFolder(uuid) + '/' + (*rendition)->filename : std::string();
+    if (options.json) {
+        JSON described = describe(**asset);
+        if (*rendition)
+            described["edited"] = {{"file", edited}, {"properties", describeProperties(**rendition)}};
+        printJSON(described);
+        return ExitCode::success;
+    }
+    printFields(**asset);
+    if (*rendition)
+        printEdit(**rendition, edited);
     return ExitCode::success;
 }
 

@@ -3,7 +3,6 @@
 #include "hoardd/albums/AlbumStore.h"
 #include "hoardd/albums/Albums.h"
 #include "hoardd/library/Lookup.h"
-#include "hoardd/pictures/PreviewWell.h"
 #include "hoardd/saving/Publication.h"
 #include "hoardd/service/Call.h"
 #include "wickerlane/protocol/AlbumRows.h"
@@ -43,11 +42,8 @@ Result<Answer> deleteAsset(Library &library, const Call &call) {
     const auto asset = assetWithURL(library, call.get(keys::assetURL));
     if (!asset)
         return passOn(asset);
-    const bool isShown = isInPreviewWell(library, (*asset)->record());
     if (const auto removed = removeAsset(library, (*asset)->record()); !removed)
         return passOn(removed);
-    if (isShown)
-        static_cast<void>(clearPreviewWell(library)); // the asset has gone all the same
     return Answer().set(keys::success, true).set(keys::hasEntitlement, true);
 }
 

@@ -3,11 +3,14 @@
 #include <fcntl.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <optional>
 #include <vector>
 
 #include "hoardd/analysis/DuplicateStore.h"
 #include "hoardd/library/Commits.h"
+#include "hoardd/library/Failures.h"
+#include "hoardd/pictures/PictureProblem.h"
 #include "wickerlane/platform/file/Files.h"
 
 namespace wickerlane::hoardd {
@@ -45,16 +48,22 @@ Result<KnownFingerprints> readKnown(Database &database) {
     return KnownFingerprints{*isStale, *std::move(fingerprints)};
 }
 
-/// Nothing for an asset without thumbnail: it is compared by its bytes alone.
-Fingerprints fingerprintsOf(Library &library, std::span<const NewAsset> assets) {
+/// Nothing for an asset without thumbnail, or with one that is of no use: it is compared by its bytes alone.
+Result<Fingerprints> fingerprintsOf(Library &library, std::span<const NewAsset> assets) {
     Fingerprints fingerprints;
     fingerprints.reserve(assets.size());
     constexpr store::ThumbnailSize size = store::ThumbnailSize::small;
     for (const NewAsset &asset : assets) {
-        const UniqueFd thumbnail = openFile(library.paths().thumbnail(asset.uuid, size), O_RDONLY);
-        fingerprints.push_back(
-            thumbnail ? library.media().fingerprint(thumbnail.get(), maxSideOf(size)).value_or(std::nullopt)
-                      : std::nullopt);
+        const std::string path = library.paths().thumbnail(asset.uuid, size);
+        const UniqueFd thumbnail = openFile(path, O_RDONLY);
+        if (!thumbnail && errno != ENOENT)
+            return failSystem("open", path);
+        const auto fingerprint = thumbnail ? library.media().fingerprint(thumbnail.get(), maxSideOf(size))
+                                           : Result<std::optional<Fingerprint>>(std::nullopt);
+        // What says nothing about the thumbnail is left for the next analysis.
+        if (!fingerprint && fingerprint.error().kind != ProblemKind::invalid)
+            return fail(inContext(path, pictureProblem(fingerprint.error(), path)));
+        fingerprints.push_back(fingerprint.value_or(std::nullopt));
     }
     return fingerprints;
 }
@@ -89,11 +98,13 @@ Result<> fingerprintNewAssets(Library &library) {
         if (batch->empty())
             return {};
         last = batch->back().key;
-        const Fingerprints fingerprints = fingerprintsOf(library, *batch);
+        const auto fingerprints = fingerprintsOf(library, *batch);
+        if (!fingerprints)
+            return passOn(fingerprints);
         const bool wasStale = known->isStale;
-        known->add(fingerprints);
+        known->add(*fingerprints);
         const auto isStale = library.writer().change([&](Database &database) {
-            return writeFingerprints(database, *batch, fingerprints, known->isStale)
+            return writeFingerprints(database, *batch, *fingerprints, known->isStale)
                 .and_then([&](bool stale) -> Result<bool> {
                     if (stale && !wasStale)
                         if (const auto marked = markGroupsStale(database); !marked)

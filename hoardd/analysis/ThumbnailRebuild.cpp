@@ -15,7 +15,7 @@ Result<> rebuildThumbnails(Library &library) {
         if (!assets)
             return passOn(assets);
         if (assets->empty())
-            return failures.result("assets have no new thumbnails");
+            break;
         last = assets->back().primaryKey;
         for (const store::AssetRecord &each : *assets) {
             if (library.isEnding())
@@ -35,6 +35,9 @@ Result<> rebuildThumbnails(Library &library) {
             failures.add(each.uuid, made.error());
         }
     }
+    tryUndecodable(library, Refused::byAny);
+    makeThumbnailsLeftDue(library);
+    return failures.result("assets have no new thumbnails");
 }
 
 } // namespace wickerlane::hoardd

@@ -6,7 +6,8 @@
 
 namespace wickerlane::hoardd {
 
-/// Makes the thumbnails of all assets again. One that can't be made doesn't stop the others. Blocks, long.
+/// Makes the thumbnails of all assets again, and tries those that could not be decoded. One that can't be
+/// made doesn't stop the others. Blocks, long.
 [[nodiscard]] Result<> rebuildThumbnails(Library &library);
 
 } // namespace wickerlane::hoardd

@@ -8,6 +8,7 @@
 
 #include "hoardd/library/AssetLocks.h"
 #include "hoardd/library/CountNotice.h"
+#include "hoardd/library/Retry.h"
 #include "hoardd/library/Store.h"
 #include "hoardd/media/MediaWorkers.h"
 #include "hoardd/service/Ending.h"
@@ -43,12 +44,16 @@ public:
     [[nodiscard]] MediaWorkers &media() noexcept { return workers; }
     [[nodiscard]] AssetLocks &locks() noexcept { return assetLocks; }
 
+    /// Asks for the thumbnails that could not be made.
+    [[nodiscard]] Retry &thumbnailRetry() noexcept { return dueThumbnails; }
+
     /// Whether the process is about to end: work that takes long stops where it can, with stopped().
     [[nodiscard]] bool isEnding() const noexcept { return ending; }
     void end() noexcept { ending = true; }
 
     /// Leaves the database file standing alone. No save may be under way.
     void close() {
+        dueThumbnails.stop();
         countNotice.flush();
         static_cast<void>(store->checkpoint()); // the log keeps what could not be moved
     }
@@ -59,6 +64,7 @@ private:
 
     UniqueFd lock;
     CountNotice countNotice;
+    Retry dueThumbnails;
     std::unique_ptr<Store> store;
     std::unique_ptr<store::StoreReader> reader;
     MediaWorkers workers;

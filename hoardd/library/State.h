@@ -11,6 +11,8 @@ namespace wickerlane::hoardd::state {
 
 inline constexpr const char *restoring = "restoring";              ///< 1 between a restore and its end.
 inline constexpr const char *maxSharedAssets = "mostsharedassets"; ///< That a shared album may hold.
+inline constexpr const char *previewWell =
+    "previewwell"; ///< The primary key of the asset it shows; 0 for none.
 
 /// Nothing when it has never been set.
 [[nodiscard]] inline Result<std::optional<std::int64_t>> get(sqlite::Database &database, const char *name) {

@@ -84,6 +84,7 @@ Result<> Store::insert(std::span<Pending *const> group) {
         return fail(database.problem());
     sqlite::Statement statement = database.prepare(store::insertAsset);
     sqlite::Statement due = database.prepare("INSERT INTO zduethumbnail VALUES (?)");
+    sqlite::Statement facts = database.prepare("INSERT INTO zduefacts VALUES (?, ?)");
     std::vector<std::pair<Addition *, store::AssetRecord>> found; // handed back once they are committed
     for (Pending *each : group)
         for (Addition &addition : each->additions) {
@@ -101,9 +102,13 @@ Result<> Store::insert(std::span<Pending *const> group) {
             if (const auto added = statement.run(); !added)
                 return added;
             addition.record.primaryKey = database.lastRowID();
-            if (!addition.thumbnailsAreDue)
+            if (addition.thumbnailsAreDue)
+                if (const auto noted = due.bind(addition.record.primaryKey).run(); !noted)
+                    return noted;
+            if (addition.dueFacts == DueFacts::none)
                 continue;
-            if (const auto noted = due.bind(addition.record.primaryKey).run(); !noted)
+            const bool hasDate = addition.dueFacts == DueFacts::all;
+            if (const auto noted = facts.bind(addition.record.primaryKey, hasDate).run(); !noted)
                 return noted;
         }
     const auto committed = transaction.commit();
@@ -168,7 +173,7 @@ Result<std::vector<store::AssetRecord>> Store::due(std::int64_t last, std::size_
 
 Result<std::vector<store::AssetRecord>> Store::decodable(std::int64_t last, std::size_t limit) {
     const MutexLock lock(databaseMutex);
-    return select("WHERE pk > ? AND problem = '' ORDER BY pk LIMIT ?", last, limit);
+    return select("WHERE pk > ? AND (problem = '' OR width > 0) ORDER BY pk LIMIT ?", last, limit);
 }
 
 Result<std::vector<store::AssetRecord>> Store::addedSince(double date) {
@@ -179,6 +184,16 @@ Result<std::vector<store::AssetRecord>> Store::addedSince(double date) {
 Result<bool> Store::isDue(std::int64_t asset) {
     const MutexLock lock(databaseMutex);
     return database.prepare("SELECT 1 FROM zduethumbnail WHERE asset = ?").bind(asset).any();
+}
+
+Result<Store::DueFacts> Store::dueFacts(std::int64_t asset) {
+    const MutexLock lock(databaseMutex);
+    const auto date = database.prepare("SELECT date FROM zduefacts WHERE asset = ?")
+                          .bind(asset)
+                          .first([](const sqlite::Statement &row) { return row.integer(0) != 0; });
+    if (!date)
+        return passOn(date);
+    return !*date ? DueFacts::none : **date ? DueFacts::all : DueFacts::allButDate;
 }
 
 Result<std::string> Store::renditionOf(std::string_view uuid) {

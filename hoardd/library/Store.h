@@ -21,12 +21,16 @@ namespace wickerlane::hoardd {
 /// library's lock. Thread-safe.
 class Store {
 public:
+    /// What is still to be read from an asset's file, if a worker could not be had before.
+    enum class DueFacts { none, allButDate, all };
+
     /// An asset to be added.
     struct Addition {
         store::AssetRecord record;     ///< Gets its primary key; or becomes the one that was present.
         bool unlessPresent = false;    ///< Not when there is one with the same sum.
         bool wasPresent = false;       ///< There was: nothing has been added.
         bool thumbnailsAreDue = false; ///< They are still to be made; see due().
+        DueFacts dueFacts = DueFacts::none;
     };
 
     /// Opens the database, and lays it out when it is new.
@@ -51,6 +55,8 @@ public:
 
     /// Whether an asset is there and its thumbnails are due.
     [[nodiscard]] Result<bool> isDue(std::int64_t asset);
+
+    [[nodiscard]] Result<DueFacts> dueFacts(std::int64_t asset);
 
     /// The file name of an asset's edited rendition; empty when it has none.
     [[nodiscard]] Result<std::string> renditionOf(std::string_view uuid);

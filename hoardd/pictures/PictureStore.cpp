@@ -1,6 +1,7 @@
 #include "hoardd/pictures/PictureStore.h"
 
 #include "hoardd/library/Clock.h"
+#include "wickerlane/store/AssetColumns.h"
 
 namespace wickerlane::hoardd {
 
@@ -9,7 +10,11 @@ using sqlite::Database;
 namespace {
 
 Result<> storeNotDue(Database &database, std::int64_t asset) {
-    return database.prepare("DELETE FROM zduethumbnail WHERE asset = ?").bind(asset).run();
+    // As long as its facts are due, the asset is looked at again.
+    return database
+        .prepare("DELETE FROM zduethumbnail WHERE asset = ? AND asset NOT IN (SELECT asset FROM zduefacts)")
+        .bind(asset)
+        .run();
 }
 
 } // namespace
@@ -38,25 +43,91 @@ Result<> storeThumbnails(Database &database, std::int64_t asset, bool newIndex) 
         .and_then([&] { return storeNotDue(database, asset); });
 }
 
-Result<> storeUndecodable(Database &database, std::int64_t asset, std::string_view reason) {
+Result<> storeUndecodable(Database &database, std::int64_t asset, std::string_view reason,
+                          std::string_view decoders) {
     return database
         .prepare("UPDATE zgenericasset SET problem = ?, width = 0, height = 0 "
                  "WHERE pk IN (SELECT asset FROM zduethumbnail WHERE asset = ?)")
         .bind(reason, asset)
         .run()
+        .and_then([&] {
+            return database
+                .prepare(
+                    "INSERT OR REPLACE INTO zundecodable SELECT asset, ? FROM zduethumbnail WHERE asset = ?")
+                .bind(decoders, asset)
+                .run();
+        })
         .and_then([&] { return storeNotDue(database, asset); });
+}
+
+Result<> storeFacts(Database &database, const store::AssetRecord &record, bool withDate) {
+    return database
+        .prepare("UPDATE zgenericasset SET format = ?, width = ?, height = ?, orientation = ?, duration = ?, "
+                 "latitude = ?, longitude = ?, problem = ? WHERE pk = ?")
+        .bind(record.format, record.width, record.height, record.orientation, record.duration,
+              record.latitude, record.longitude, record.problem, record.primaryKey)
+        .run()
+        .and_then([&]() -> Result<> {
+            if (!withDate)
+                return {};
+            return database
+                .prepare(
+                    "UPDATE zgenericasset SET datecreated = ?, clockdate = ?, zoneminutes = ? WHERE pk = ?")
+                .bind(record.dateCreated, record.clockDate, record.zoneMinutes, record.primaryKey)
+                .run();
+        })
+        .and_then([&] {
+            return database.prepare("DELETE FROM zduefacts WHERE asset = ?").bind(record.primaryKey).run();
+        })
+        .and_then([&] {
+            return database.prepare("DELETE FROM zundecodable WHERE asset = ?").bind(record.primaryKey).run();
+        });
+}
+
+Result<std::int64_t> storeUndecodableDue(Database &database, std::optional<std::string_view> decoders) {
+    return database
+        .prepare("INSERT OR IGNORE INTO zduethumbnail SELECT pk FROM zgenericasset WHERE problem <> '' "
+                 "AND width = 0 AND pk NOT IN (SELECT asset FROM zundecodable WHERE decoders = ?)")
+        .bind(decoders)
+        .run()
+        .and_then([&] { return database.integer("SELECT changes()"); });
 }
 
 Result<> storePurgedPreview(Database &database, std::string_view uuid) {
     return database.prepare("UPDATE zgenericasset SET previewpurged = 1 WHERE uuid = ?").bind(uuid).run();
 }
 
-Result<std::vector<std::string>> sharedAssetsWithThumbnails(Database &database) {
+Result<std::vector<store::AssetRecord>> sharedAssetsWithThumbnails(Database &database) {
+    // Without a size, the picture can't be decoded.
     return database
-        .prepare("SELECT uuid FROM zgenericasset WHERE thumbnailindex > 0 AND pk IN "
-                 "(SELECT asset FROM zalbumasset JOIN zalbum ON zalbum.pk = album "
+        .prepare(std::string(store::selectAssets) +
+                 "WHERE thumbnailindex > 0 AND width > 0 AND pk NOT IN (SELECT asset FROM zduethumbnail) "
+                 "AND pk IN (SELECT asset FROM zalbumasset JOIN zalbum ON zalbum.pk = album "
                  "WHERE streamid IS NOT NULL) ORDER BY pk")
-        .all([](const sqlite::Statement &row) { return std::string(row.text(0)); });
+        .all(store::readRecord);
+}
+
+Result<> storeNoRendition(Database &database, const store::AssetRecord &asset) {
+    return database
+        .prepare("INSERT OR IGNORE INTO zduethumbnail SELECT ? FROM zrendition WHERE assetuuid = ?")
+        .bind(asset.primaryKey, asset.uuid)
+        .run()
+        .and_then([&] {
+            return database.prepare("DELETE FROM zrendition WHERE assetuuid = ?").bind(asset.uuid).run();
+        });
+}
+
+Result<> storeNoThumbnails(Database &database, std::int64_t asset) {
+    return database.prepare("UPDATE zgenericasset SET thumbnailindex = 0 WHERE pk = ?")
+        .bind(asset)
+        .run()
+        .and_then([&] { return storeNotDue(database, asset); });
+}
+
+Result<> storeRenditionProperties(Database &database, std::string_view uuid, Bytes properties) {
+    return database.prepare("UPDATE zrendition SET properties = ? WHERE assetuuid = ?")
+        .bind(properties, uuid)
+        .run();
 }
 
 } // namespace wickerlane::hoardd

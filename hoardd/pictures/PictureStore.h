@@ -4,6 +4,7 @@
 #define HOARDD_PICTURES_PICTURESTORE_H
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -30,15 +31,37 @@ struct RenditionRow {
 /// there are others now: if `newIndex`, and always when they were due.
 [[nodiscard]] Result<> storeThumbnails(sqlite::Database &database, std::int64_t asset, bool newIndex);
 
-/// Why the picture of an asset whose thumbnails are due can't be decoded. Nothing when they are not due.
+/// Why the picture of an asset whose thumbnails are due can't be decoded, and what refused it. Nothing when
+/// they are not due.
 [[nodiscard]] Result<> storeUndecodable(sqlite::Database &database, std::int64_t asset,
-                                        std::string_view reason);
+                                        std::string_view reason, std::string_view decoders);
+
+/// What a record says of its picture, its date only if asked to: the picture has been read, and can be
+/// decoded unless the record has a problem.
+[[nodiscard]] Result<> storeFacts(sqlite::Database &database, const store::AssetRecord &record,
+                                  bool withDate);
+
+/// The thumbnails of assets that can't be decoded are due again: of those that `decoders` have not refused;
+/// or of all, without them. Gives how many there are.
+[[nodiscard]] Result<std::int64_t> storeUndecodableDue(sqlite::Database &database,
+                                                       std::optional<std::string_view> decoders);
 
 /// The larger thumbnail of an asset is given up until it is asked for.
 [[nodiscard]] Result<> storePurgedPreview(sqlite::Database &database, std::string_view uuid);
 
-/// The UUIDs of the assets in shared albums that have thumbnails; the oldest come first.
-[[nodiscard]] Result<std::vector<std::string>> sharedAssetsWithThumbnails(sqlite::Database &database);
+/// The assets in shared albums whose thumbnails show what they are to show, and can be made again of it; the
+/// oldest come first.
+[[nodiscard]] Result<std::vector<store::AssetRecord>> sharedAssetsWithThumbnails(sqlite::Database &database);
+
+/// An asset has no edited rendition any more: its thumbnails are due. Nothing when it has none.
+[[nodiscard]] Result<> storeNoRendition(sqlite::Database &database, const store::AssetRecord &asset);
+
+/// An asset has no thumbnails, and none are due.
+[[nodiscard]] Result<> storeNoThumbnails(sqlite::Database &database, std::int64_t asset);
+
+/// Other properties of the edited rendition that an asset has.
+[[nodiscard]] Result<> storeRenditionProperties(sqlite::Database &database, std::string_view uuid,
+                                                Bytes properties);
 
 } // namespace wickerlane::hoardd
 

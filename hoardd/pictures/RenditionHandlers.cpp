@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include "hoardd/library/Lookup.h"
+#include "hoardd/pictures/AssetFacts.h"
 #include "hoardd/pictures/PreviewWell.h"
 #include "hoardd/pictures/Renditions.h"
 #include "hoardd/pictures/Thumbnails.h"
@@ -11,6 +12,7 @@
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/protocol/AssetRows.h"
 #include "wickerlane/protocol/Entitlements.h"
+#include "wickerlane/store/RenditionReader.h"
 
 namespace wickerlane::hoardd {
 
@@ -34,6 +36,32 @@ Result<Answer> setLargePreviewImage(Library &library, const Call &call) {
     return Answer().set(keys::success, true).set(keys::hasEntitlement, true);
 }
 
+Result<Answer> revertAsset(Library &library, const Call &call) {
+    const auto asset = assetWithURL(library, call.get(keys::assetURL));
+    if (!asset)
+        return passOn(asset);
+    return whenDone(revertRendition(library, (*asset)->record()));
+}
+
+Result<Answer> renditionOfAsset(Library &library, const Call &call) {
+    const auto asset = assetWithURL(library, call.get(keys::assetURL));
+    if (!asset)
+        return passOn(asset);
+    const store::AssetRecord &record = (*asset)->record();
+    const auto rendition =
+        library.read([&](sqlite::Database &database) { return store::readRendition(database, record.uuid); });
+    if (!rendition)
+        return passOn(rendition);
+    Answer answer;
+    if (!*rendition)
+        return answer;
+    answer.set(keys::fileURL,
+               URL::ofPath(library.paths().renditionFolder(record.uuid) + '/' + (*rendition)->filename));
+    if (const auto properties = (*rendition)->properties())
+        answer.set(keys::properties, properties.get());
+    return answer;
+}
+
 Result<Answer> updateThumbnails(Library &library, const Call &call) {
     const auto *uuids = as<Array>(call.get(keys::photoUUIDs));
     if (uuids == nullptr)
@@ -44,7 +72,7 @@ Result<Answer> updateThumbnails(Library &library, const Call &call) {
         ReleaseScope scope;
         const auto *uuid = as<String>(each);
         const auto asset = assetWithUUID(library, uuid != nullptr ? uuid->utf8() : std::string_view());
-        if (!asset || !(*asset)->record().problem.empty())
+        if (!asset || isUndecodable((*asset)->record()))
             continue; // what can't be decoded has none
         if (const auto made = makeThumbnails(library, (*asset)->record(), request); !made)
             JX_LOG(JXLogLevelError, JXThumbnailsLog, "can't make the thumbnails of %@: %s", uuid,
@@ -74,7 +102,7 @@ Result<Answer> downloadAsset(Library &library, const Call &call) {
     if (::access(original.c_str(), R_OK) != 0)
         return fail(ProblemKind::notFound, "the original is missing, and there is no cloud to fetch it from",
                     original);
-    if (!call.get(keys::requestThumbnail) || !asset.problem.empty())
+    if (!call.get(keys::requestThumbnail) || isUndecodable(asset))
         return Answer();
     return whenDone(makeThumbnails(library, asset, {}));
 }
@@ -85,6 +113,11 @@ constexpr Operation operations[] = {
      .runs = Runs::asJob,
      .entitlement = &JXWriteAssetsEntitlement,
      .refusal = bySuccessAndEntitlement},
+    {.row = &protocol::revertAsset,
+     .handler = revertAsset,
+     .runs = Runs::asJob,
+     .entitlement = &JXWriteAssetsEntitlement},
+    {&protocol::renditionOfAsset, renditionOfAsset},
     {&protocol::updateThumbnails, updateThumbnails, Runs::asJob},
     {&protocol::updateCameraPreviewWell, updateCameraPreviewWell},
     {&protocol::downloadAsset, downloadAsset, Runs::asJob},

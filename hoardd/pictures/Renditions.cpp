@@ -90,10 +90,47 @@ Result<> setRendition(Library &library, const AssetRecord &asset, const Data &pi
     const auto earlier = renditionPath(library, asset);
     if (!earlier)
         return passOn(earlier);
+    const Bytes described = coded ? coded->span() : Bytes();
     if (*earlier == path && ::access(path.c_str(), F_OK) == 0)
-        return {};
+        return library.writer().change([&](sqlite::Database &database) {
+            return storeRenditionProperties(database, asset.uuid, described);
+        });
     return replaceRendition(library, asset, *earlier, path, picture.span(),
-                            {asset.uuid, filename, sum, coded ? coded->span() : Bytes()});
+                            {asset.uuid, filename, sum, described});
+}
+
+Result<> revertRendition(Library &library, const AssetRecord &asset) {
+    const MutexLock lock(library.locks().of(asset.uuid));
+    if (auto isThere = requireAsset(library, asset.uuid); !isThere)
+        return isThere;
+    const auto rendition = renditionPath(library, asset);
+    if (!rendition)
+        return passOn(rendition);
+    if (rendition->empty())
+        return fail(ProblemKind::notFound, "the asset has not been edited");
+    const std::string original = library.paths().original(asset);
+    if (::access(original.c_str(), R_OK) != 0)
+        return failSystem("read", original);
+    auto thumbnails = stageThumbnails(library, asset.uuid, original);
+    const bool hasNone = !thumbnails && thumbnails.error().kind == ProblemKind::invalid;
+    if (!thumbnails && !hasNone)
+        return passOn(thumbnails);
+    // Until the file has gone nothing else says whose it is.
+    const auto note = WorkNote::write(library.paths(), asset, Work::rendition);
+    if (!note)
+        return passOn(note);
+    // Were the process killed before the thumbnails are in their places, the next would make them.
+    if (auto stored = library.writer().change(
+            [&](sqlite::Database &database) { return storeNoRendition(database, asset); });
+        !stored)
+        return stored;
+    ::unlink(rendition->c_str());
+    if (thumbnails)
+        return publishThumbnails(library, *thumbnails, asset, true);
+    for (const auto size : store::thumbnailSizes)
+        ::unlink(library.paths().thumbnail(asset.uuid, size).c_str());
+    return library.writer().change(
+        [&](sqlite::Database &database) { return storeNoThumbnails(database, asset.primaryKey); });
 }
 
 Result<> forgetMissingRendition(Library &library, const std::string &uuid) {

@@ -7,7 +7,9 @@
 
 #include <array>
 
+#include "hoardd/pictures/PictureProblem.h"
 #include "hoardd/pictures/ShownPicture.h"
+#include "hoardd/pictures/Thumbnails.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/queue/WorkQueue.h"
 #include "wickerlane/protocol/ImageDataFormats.h"
@@ -58,7 +60,7 @@ Image render(Library &library, const std::string &path, const ImageSettings &set
         return failSystem("make", "memory for the image");
     const auto rendered = library.media().render(original.get(), settings, output.get());
     if (!rendered)
-        return fail(ProblemKind::failed, rendered.error().text, path);
+        return fail(pictureProblem(rendered.error(), path));
     // Sealed against writing as well, it is taken over without a copy.
     ::fcntl(output.get(), F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE | F_SEAL_SEAL);
     const auto memory = SharedMemory::open(std::move(output), SIZE_MAX);
@@ -68,14 +70,25 @@ Image render(Library &library, const std::string &path, const ImageSettings &set
     return value;
 }
 
-Image thumbnail(Library &library, const store::AssetRecord &asset, ThumbnailSize size) {
-    if (asset.thumbnailIndex != 0)
-        if (auto kept = lendFile(library.paths().thumbnail(asset.uuid, size)))
-            return kept;
+/// The edited rendition if there is one, else the original.
+Image renderShown(Library &library, const store::AssetRecord &asset, const ImageSettings &settings) {
     const auto picture = shownPicturePath(library, asset);
     if (!picture)
         return passOn(picture);
-    return render(library, *picture, {.format = MediaFormat::jpeg, .maxSide = store::maxSideOf(size)});
+    return render(library, *picture, settings);
+}
+
+Image thumbnail(Library &library, const store::AssetRecord &asset, ThumbnailSize size) {
+    if (asset.thumbnailIndex != 0) {
+        const std::string path = library.paths().thumbnail(asset.uuid, size);
+        if (auto kept = lendFile(path))
+            return kept;
+        // One that was given up is kept again.
+        if (makeThumbnails(library, asset, {}))
+            if (auto kept = lendFile(path))
+                return kept;
+    }
+    return renderShown(library, asset, {.format = MediaFormat::jpeg, .maxSide = store::maxSideOf(size)});
 }
 
 } // namespace
@@ -89,9 +102,9 @@ Result<Ref<MessageValue>> imageOf(Library &library, const store::AssetRecord &as
     case protocol::imageDataPreviewJPEG:
         return thumbnail(library, asset, ThumbnailSize::preview);
     case protocol::imageDataFullSizeJPEG:
-        return render(library, library.paths().original(asset), {.format = MediaFormat::jpeg});
+        return renderShown(library, asset, {.format = MediaFormat::jpeg});
     case protocol::imageDataFullSizePNG:
-        return render(library, library.paths().original(asset), {.format = MediaFormat::png});
+        return renderShown(library, asset, {.format = MediaFormat::png});
     }
     return fail(ProblemKind::invalid, "there is no image format " + std::to_string(format));
 }

@@ -1,35 +1,74 @@
 #include "hoardd/pictures/SharedSpace.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <vector>
 
 #include "hoardd/pictures/PictureStore.h"
+#include "wickerlane/platform/file/Files.h"
+#include "wickerlane/store/RenditionReader.h"
+#include "wickerlane/store/Sha256Internal.h"
 
 namespace wickerlane::hoardd {
 
 namespace {
 
 struct Preview {
-    std::string uuid;
+    store::AssetRecord asset;
     std::string path;
     std::uint64_t bytes; ///< On the disk.
 };
 
+/// The file of which the thumbnails of an asset are made.
+struct Source {
+    std::string path;
+    store::Sha256 sum; ///< As it was when it came into the library.
+};
+
+Result<Source> sourceOf(const Library &library, const store::AssetRecord &asset) {
+    const auto rendition =
+        library.read([&](sqlite::Database &database) { return store::readRendition(database, asset.uuid); });
+    if (!rendition)
+        return passOn(rendition);
+    if (*rendition)
+        return Source{library.paths().renditionFolder(asset.uuid) + '/' + (*rendition)->filename,
+                      (*rendition)->sum};
+    return Source{library.paths().original(asset), asset.sha256};
+}
+
+/// Whether thumbnails can be made again: the file of which they were made is there, unchanged.
+Result<bool> canBeMadeAgain(const Library &library, const store::AssetRecord &asset) {
+    const auto source = sourceOf(library, asset);
+    if (!source)
+        return passOn(source);
+    const UniqueFd file = openFile(source->path, O_RDONLY);
+    if (!file)
+        return false;
+    const auto sum = store::sha256OfFile(file.get(), source->path);
+    return sum && *sum == source->sum;
+}
+
+/// At a glance: whether their sources are unchanged shows when their turn comes.
 Result<std::vector<Preview>> purgeablePreviews(const Library &library) {
-    const auto uuids = library.read(sharedAssetsWithThumbnails);
-    if (!uuids)
-        return passOn(uuids);
+    const auto assets = library.read(sharedAssetsWithThumbnails);
+    if (!assets)
+        return passOn(assets);
     std::vector<Preview> previews;
-    for (const std::string &uuid : *uuids) {
-        std::string path = library.paths().thumbnail(uuid, store::ThumbnailSize::preview);
+    for (const store::AssetRecord &asset : *assets) {
+        std::string path = library.paths().thumbnail(asset.uuid, store::ThumbnailSize::preview);
         struct stat status {};
         if (::lstat(path.c_str(), &status) != 0)
             continue;
+        const auto source = sourceOf(library, asset);
+        if (!source)
+            return passOn(source);
+        if (::access(source->path.c_str(), R_OK) != 0)
+            continue;
         constexpr std::uint64_t blockBytes = 512; // the unit of st_blocks
         previews.push_back(
-            {uuid, std::move(path), static_cast<std::uint64_t>(status.st_blocks) * blockBytes});
+            {asset, std::move(path), static_cast<std::uint64_t>(status.st_blocks) * blockBytes});
     }
     return previews;
 }
@@ -57,9 +96,14 @@ Result<std::uint64_t> purge(Library &library, std::uint64_t maxBytes) {
             break;
         if (each.bytes > maxBytes - freed)
             continue; // a later one may be smaller
-        const MutexLock lock(library.locks().of(each.uuid));
+        const MutexLock lock(library.locks().of(each.asset.uuid));
+        const auto isSafe = canBeMadeAgain(library, each.asset);
+        if (!isSafe)
+            return passOn(isSafe);
+        if (!*isSafe)
+            continue;
         const auto stored = library.writer().change(
-            [&](sqlite::Database &database) { return storePurgedPreview(database, each.uuid); });
+            [&](sqlite::Database &database) { return storePurgedPreview(database, each.asset.uuid); });
         if (!stored)
             return passOn(stored);
         if (::unlink(each.path.c_str()) == 0)

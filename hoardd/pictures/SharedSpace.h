@@ -8,10 +8,11 @@
 
 namespace wickerlane::hoardd {
 
-// Of the assets in shared albums, the larger thumbnails can go: they are made again when they are asked for.
-// Originals never do, since there is no server that has them.
+// Of the assets in shared albums, the larger thumbnails can go: they are made again, and kept, when they are
+// asked for. Only those go of which the original, or what it was edited to, is there, unchanged, and can be
+// decoded. Originals never do, since there is no server that has them.
 
-/// How many bytes could be freed.
+/// How many bytes could be freed, at most: whether files have changed is not looked at.
 [[nodiscard]] Result<std::uint64_t> purgeableBytes(Library &library);
 
 /// Frees up to a limit of bytes; those of older assets go first. Gives the bytes that were freed, also when

@@ -8,6 +8,8 @@
 #include "hoardd/library/Commits.h"
 #include "hoardd/library/DurableFolders.h"
 #include "hoardd/library/Lookup.h"
+#include "hoardd/pictures/AssetFacts.h"
+#include "hoardd/pictures/PictureProblem.h"
 #include "hoardd/pictures/PictureStore.h"
 #include "hoardd/pictures/ShownPicture.h"
 #include "wickerlane/log/JXLog.h"
@@ -42,15 +44,54 @@ struct Attempt {
     enum class Outcome { notDue, made, undecodable };
     Outcome outcome = Outcome::notDue;
     AssetRecord asset;
+    bool hasFacts = false; ///< The record has what the original says of itself...
+    bool hasDate = false;  ///< ... with its date.
+    std::string decoders;  ///< That refused the picture.
 };
+
+/// Reads what the original says of itself, where nothing sound has been read so far. Gives whether it can be
+/// decoded, so far as that shows; fails when that is not known.
+Result<bool> readFacts(Library &library, Attempt &attempt) {
+    const auto due = library.writer().dueFacts(attempt.asset.primaryKey);
+    if (!due)
+        return passOn(due);
+    if (*due == Store::DueFacts::none && attempt.asset.problem.empty())
+        return true;
+    const std::string original = library.paths().original(attempt.asset);
+    const UniqueFd file = openFile(original, O_RDONLY);
+    if (!file)
+        return failSystem("open", original);
+    const FirstLook seen = library.media().examine(file.get(), {});
+    if (!seen.ended && seen.ended.error().kind != ProblemKind::invalid)
+        return fail(pictureProblem(seen.ended.error(), original));
+    attempt.hasFacts = true;
+    attempt.asset.problem.clear();
+    setFacts(attempt.asset, seen.facts);
+    attempt.hasDate = *due == Store::DueFacts::all;
+    if (attempt.hasDate) {
+        attempt.asset.zoneMinutes.reset();
+        setDate(attempt.asset, seen.facts, std::nullopt, attempt.asset.dateCreated);
+    }
+    if (!seen.ended)
+        setUndecodable(attempt.asset, seen.ended.error().text);
+    return seen.ended.has_value();
+}
 
 /// Makes the files alone; the store does not say so yet. The picture is decoded without the asset's lock, so
 /// that changes of the asset need not wait.
 Result<Attempt> makeDueFiles(Library &library, const AssetRecord &asset) {
-    Attempt attempt{Attempt::Outcome::notDue, asset};
-    auto thumbnails = stageThumbnails(library, asset);
-    const bool isUndecodable = !thumbnails && thumbnails.error().kind == ProblemKind::invalid;
-    if (!thumbnails && !isUndecodable)
+    Attempt attempt;
+    attempt.asset = asset;
+    const auto isDecodable = readFacts(library, attempt);
+    if (!isDecodable)
+        return passOn(isDecodable);
+    const auto picture = shownPicturePath(library, asset);
+    if (!picture)
+        return passOn(picture);
+    auto thumbnails = stageThumbnails(library, asset.uuid, *picture);
+    const bool isOriginal = *picture == library.paths().original(asset);
+    const bool isRefused = !thumbnails && isOriginal && thumbnails.error().kind == ProblemKind::invalid;
+    if (!thumbnails && !isRefused)
         return passOn(thumbnails);
     const MutexLock lock(library.locks().of(asset.uuid));
     const auto isDue = library.writer().isDue(asset.primaryKey);
@@ -58,8 +99,9 @@ Result<Attempt> makeDueFiles(Library &library, const AssetRecord &asset) {
         return passOn(isDue);
     if (!*isDue)
         return attempt; // meanwhile it has gone, or others have made them of a newer picture
-    if (isUndecodable) {
+    if (isRefused) {
         attempt.outcome = Attempt::Outcome::undecodable;
+        attempt.decoders = library.media().decoders().value_or("");
         setUndecodable(attempt.asset, thumbnails.error().text);
         return attempt;
     }
@@ -71,15 +113,30 @@ Result<Attempt> makeDueFiles(Library &library, const AssetRecord &asset) {
 }
 
 Result<> storeAttempt(sqlite::Database &database, const Attempt &attempt) {
-    switch (attempt.outcome) {
-    case Attempt::Outcome::made:
+    if (attempt.outcome == Attempt::Outcome::notDue)
+        return {};
+    if (attempt.hasFacts)
+        if (const auto stored = storeFacts(database, attempt.asset, attempt.hasDate); !stored)
+            return stored;
+    if (attempt.outcome == Attempt::Outcome::made)
         return storeThumbnails(database, attempt.asset.primaryKey, false);
-    case Attempt::Outcome::undecodable:
-        return storeUndecodable(database, attempt.asset.primaryKey, attempt.asset.problem);
-    case Attempt::Outcome::notDue:
-        break;
+    return storeUndecodable(database, attempt.asset.primaryKey, attempt.asset.problem, attempt.decoders);
+}
+
+/// Whether a failure may be over when it is tried again. An original that is missing seldom comes back.
+bool mayPass(const Problem &problem) {
+    return problem.kind != ProblemKind::notFound;
+}
+
+void noteOutcomes(Library &library, std::span<const Result<Attempt>> attempts) {
+    bool allFailed = !attempts.empty();
+    for (const auto &each : attempts) {
+        allFailed = allFailed && !each;
+        if (!each && mayPass(each.error()))
+            library.thumbnailRetry().noteFailure();
     }
-    return {};
+    if (!allFailed)
+        library.thumbnailRetry().noteSuccess();
 }
 
 } // namespace
@@ -127,17 +184,9 @@ Result<StagedThumbnails> stageThumbnails(Library &library, std::string_view uuid
     auto thumbnails = StagedThumbnails::create(library.paths(), uuid);
     if (!thumbnails)
         return thumbnails;
-    const auto probed = library.media().probe(file.get(), thumbnails->targets());
-    if (probed)
-        return thumbnails;
-    switch (probed.error().kind) {
-    case ProblemKind::notWritable:
-        return fail(ProblemKind::failed, "can't write thumbnails: " + probed.error().text);
-    case ProblemKind::unreachable:
-        return fail(ProblemKind::failed, probed.error().text); // which is not the picture's fault
-    default:
-        return fail(ProblemKind::invalid, probed.error().text, picture);
-    }
+    if (const auto probed = library.media().probe(file.get(), thumbnails->targets()); !probed)
+        return fail(pictureProblem(probed.error(), picture));
+    return thumbnails;
 }
 
 Result<> publishThumbnails(Library &library, StagedThumbnails &thumbnails, const AssetRecord &asset,
@@ -174,6 +223,7 @@ std::vector<Result<AssetRecord>> makeDueThumbnails(Library &library, std::span<c
                     return done;
         return {};
     });
+    noteOutcomes(library, attempts);
     std::vector<Result<AssetRecord>> results;
     results.reserve(assets.size());
     for (auto &attempt : attempts)
@@ -194,21 +244,48 @@ void makeThumbnailsLeftDue(Library &library) {
             break;
         last = due->back().primaryKey;
         const auto outcomes = makeDueThumbnails(library, *due);
-        for (std::size_t i = 0; i < outcomes.size(); ++i)
-            if (outcomes[i])
+        std::size_t noWorkers = 0;
+        for (std::size_t i = 0; i < outcomes.size(); ++i) {
+            if (outcomes[i]) {
                 ++made;
-            else // they stay due
-                JX_LOG(JXLogLevelError, JXThumbnailsLog, "can't make the thumbnails of %s: %s",
-                       (*due)[i].uuid.c_str(), outcomes[i].error().text.c_str());
+                continue;
+            }
+            // They stay due.
+            const Problem &problem = outcomes[i].error();
+            if (problem.kind == ProblemKind::busy && noWorkers++ != 0)
+                continue;
+            JX_LOG(JXLogLevelError, JXThumbnailsLog, "can't make the thumbnails of %s: %s",
+                   (*due)[i].uuid.c_str(), problem.text.c_str());
+        }
+        if (noWorkers == due->size())
+            break; // nor will there be any for the rest
     }
     if (made > 0)
-        JX_LOG(JXLogLevelNotice, JXThumbnailsLog,
-               "made the thumbnails of %zu assets, which an earlier process had left", made);
+        JX_LOG(JXLogLevelNotice, JXThumbnailsLog, "made the thumbnails of %zu assets, which were left due",
+               made);
 }
 
-void setUndecodable(AssetRecord &record, std::string_view reason) {
-    record.problem = reason;
-    record.width = record.height = 0;
+void tryUndecodable(Library &library, Refused refused) {
+    std::optional<std::string> decoders;
+    if (refused == Refused::byOthers) {
+        const auto isAny = library.read([](sqlite::Database &database) {
+            return database.prepare("SELECT 1 FROM zgenericasset WHERE problem <> '' AND width = 0").any();
+        });
+        if (isAny && !*isAny)
+            return;
+        const auto present = library.media().decoders();
+        if (!present)
+            return;
+        decoders = *present;
+    }
+    const auto count = library.writer().change(
+        [&](sqlite::Database &database) { return storeUndecodableDue(database, decoders); });
+    if (!count)
+        JX_LOG(JXLogLevelError, JXThumbnailsLog, "can't try again what could not be decoded: %s",
+               count.error().text.c_str());
+    else if (*count > 0)
+        JX_LOG(JXLogLevelNotice, JXThumbnailsLog, "trying %lld assets again that could not be decoded",
+               static_cast<long long>(*count));
 }
 
 Result<std::vector<std::byte>> smallThumbnail(const store::LibraryPaths &paths, std::string_view uuid) {

@@ -57,16 +57,20 @@ struct ThumbnailRequest {
 
 /// Makes the thumbnails of those assets where they are due, with one commit for all. Gives for each the asset
 /// as it is then: with its thumbnails, or with the reason why its picture can't be decoded. A problem says
-/// why they stay due. Blocks.
+/// why they stay due: then they are asked for again, see Library::thumbnailRetry(). Blocks.
 [[nodiscard]] std::vector<Result<store::AssetRecord>>
 makeDueThumbnails(Library &library, std::span<const store::AssetRecord> assets);
 
-/// Makes the thumbnails that an earlier process left due. Blocks, and stops where it can when the process is
-/// ending.
+/// Makes the thumbnails that were left due: by an earlier process, or since they could not be made at the
+/// time. Blocks, and stops where it can when the process is ending.
 void makeThumbnailsLeftDue(Library &library);
 
-/// Notes in a record why its picture can't be decoded: then its size is not known either.
-void setUndecodable(store::AssetRecord &record, std::string_view reason);
+/// Lets the thumbnails of assets that can't be decoded be due again, to be tried by makeThumbnailsLeftDue().
+enum class Refused {
+    byAny,
+    byOthers, ///< By other decoders than there are now.
+};
+void tryUndecodable(Library &library, Refused refused);
 
 /// The small thumbnail of an asset, as a JPEG file.
 [[nodiscard]] Result<std::vector<std::byte>> smallThumbnail(const store::LibraryPaths &paths,

@@ -3,8 +3,10 @@
 #include <fcntl.h>
 
 #include "hoardd/library/CallersFile.h"
+#include "hoardd/library/Failures.h"
 #include "hoardd/library/Library.h"
 #include "hoardd/pictures/ExportEstimate.h"
+#include "hoardd/pictures/PictureProblem.h"
 #include "hoardd/pictures/VideoDescription.h"
 #include "hoardd/service/Call.h"
 #include "wickerlane/platform/file/Files.h"
@@ -27,7 +29,7 @@ Result<Video> examine(Library &library, const Result<RegularFile> &opened, const
         return passOn(opened);
     const auto facts = library.media().probe(opened->file.get(), {});
     if (!facts)
-        return fail(ProblemKind::invalid, path + ": " + facts.error().text, path);
+        return fail(inContext(path, pictureProblem(facts.error(), path)));
     if (!facts->video)
         return fail(ProblemKind::invalid, path + " is not a video", path);
     return Video{static_cast<std::uint64_t>(opened->status.st_size), *facts};

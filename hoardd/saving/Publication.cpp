@@ -10,6 +10,7 @@
 #include "hoardd/library/DurableFolders.h"
 #include "hoardd/library/Failures.h"
 #include "hoardd/library/WorkNote.h"
+#include "hoardd/pictures/PreviewWell.h"
 #include "hoardd/saving/AssetFiles.h"
 #include "wickerlane/log/JXLog.h"
 #include "wickerlane/platform/object/Paths.h"
@@ -55,8 +56,9 @@ Result<> moveFiles(Library &library, StagedAsset &asset) {
     const std::string original = library.paths().original(asset.record);
     if (asset.preview) {
         // They last until the real thumbnails take their places, so that nothing need be synced; those of a
-        // picture that can't be decoded stay.
-        if (auto moved = asset.isDue ? asset.preview->place() : asset.preview->publish(); !moved)
+        // picture that can't be decoded may stay.
+        const bool isSound = asset.record.problem.empty() && asset.dueFacts == Store::DueFacts::none;
+        if (auto moved = isSound ? asset.preview->place() : asset.preview->publish(); !moved)
             return moved;
     }
     if (auto made = makeDurableFolderOnce(std::string(parentFolder(original))); !made)
@@ -81,7 +83,7 @@ Result<> commitAssets(Library &library, std::span<StagedAsset *const> assets) {
     std::vector<Store::Addition> additions;
     additions.reserve(assets.size());
     for (const StagedAsset *each : assets)
-        additions.push_back({each->record, each->unlessPresent, false, each->isDue});
+        additions.push_back({each->record, each->unlessPresent, false, true, each->dueFacts});
     if (const auto added = library.writer().add(additions); !added)
         return fail(inContext("can't store the asset", added.error()));
     for (std::size_t i = 0; i < assets.size(); ++i) {
@@ -134,6 +136,8 @@ Result<> removeAsset(Library &library, const AssetRecord &asset) {
     // too.
     if (auto removed = library.writer().remove(asset.uuid); !removed)
         return removed;
+    if (isInPreviewWell(library, asset))
+        static_cast<void>(clearPreviewWell(library)); // the asset has gone all the same
     removeAllFiles(library.paths(), asset);
     return {};
 }

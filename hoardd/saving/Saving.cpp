@@ -24,7 +24,7 @@ SavedAsset savedAsset(Library &library, StagedAsset &staged) {
     if (!wasPresent || ::access(library.paths().original(*staged.present).c_str(), F_OK) == 0)
         staged.takenFrom.remove();
     return {assetOf(library, wasPresent ? *std::move(staged.present) : std::move(staged.record)), wasPresent,
-            !wasPresent && staged.isDue};
+            !wasPresent};
 }
 
 } // namespace

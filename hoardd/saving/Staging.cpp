@@ -8,6 +8,7 @@
 
 #include "hoardd/library/Clock.h"
 #include "hoardd/library/DurableFolders.h"
+#include "hoardd/pictures/AssetFacts.h"
 #include "hoardd/saving/SettledFile.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/object/Number.h"
@@ -100,41 +101,6 @@ bool showSurface(Library &library, const ImageSurface &surface, const std::strin
            library.media().probe(encoded->descriptor(), targets);
 }
 
-/// What a picture says of itself, but for the date, which the job may know better.
-void setFacts(AssetRecord &record, const PictureFacts &facts) {
-    record.width = facts.width;
-    record.height = facts.height;
-    record.orientation = facts.orientation;
-    if (facts.video)
-        record.duration = facts.video->seconds;
-    if (facts.place) {
-        record.latitude = facts.place->latitude;
-        record.longitude = facts.place->longitude;
-    }
-    if (facts.format == MediaFormat::raw)
-        record.format = mediaTypeName(MediaFormat::raw); // its first bytes may have said otherwise
-}
-
-void setDates(AssetRecord &record, const PictureFacts &facts, const SaveOrder &order) {
-    record.dateAdded = secondsNow();
-    const auto told = facts.captureDate.asOptional();
-    if (order.creationDate)
-        record.dateCreated = *order.creationDate;
-    else if (told)
-        record.dateCreated =
-            static_cast<double>(told->seconds) + told->nanoseconds * 1e-9 - Date::secondsFrom1970To2001;
-    else
-        record.dateCreated = order.modified.value_or(record.dateAdded);
-
-    const std::optional<int> zone = told ? told->zoneMinutes.asOptional() : std::nullopt;
-    const bool isClock = told && !order.creationDate && !zone && told->isInstant == 0;
-    // Of an instant alone, the clock of this machine shows what people read; once and for all, so that it
-    // does not change with the zone of who looks.
-    if (!isClock)
-        record.zoneMinutes = zone ? *zone : localZoneMinutes(record.dateCreated);
-    record.clockDate = record.dateCreated + static_cast<double>(record.zoneMinutes.value_or(0)) * 60;
-}
-
 /// Takes a first look at the original, which does not decode it.
 Result<> examine(Library &library, const SaveJob &job, const SaveOrder &order, StagedAsset &staged) {
     auto preview = StagedThumbnails::create(library.paths(), staged.record.uuid);
@@ -146,10 +112,12 @@ Result<> examine(Library &library, const SaveJob &job, const SaveOrder &order, S
     const FirstLook seen = library.media().examine(
         staged.original.descriptor(), job.preview ? std::span<const ThumbnailTarget>() : preview->targets());
     setFacts(staged.record, seen.facts);
-    setDates(staged.record, seen.facts, order);
-    staged.isDue = seen.ended.has_value();
-    if (!seen.ended)
+    staged.record.dateAdded = secondsNow();
+    setDate(staged.record, seen.facts, order.creationDate, order.modified.value_or(staged.record.dateAdded));
+    if (!seen.ended && seen.ended.error().kind == ProblemKind::invalid)
         setUndecodable(staged.record, seen.ended.error().text);
+    else if (!seen.ended) // which says nothing about the file
+        staged.dueFacts = order.creationDate ? Store::DueFacts::allButDate : Store::DueFacts::all;
     if (isShown || seen.hasPreview) {
         staged.record.thumbnailIndex = 1;
         staged.preview = *std::move(preview);

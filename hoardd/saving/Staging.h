@@ -55,8 +55,10 @@ struct StagedAsset {
     SaveFolder folder;
     StagedFile original; ///< Sealed and closed.
     store::AssetRecord record;
-    std::optional<StagedThumbnails> preview{};   ///< What serves as its thumbnails for the moment.
-    bool isDue = false;                          ///< Thumbnails are to be made of the picture itself.
+    std::optional<StagedThumbnails> preview{}; ///< What serves as its thumbnails for the moment.
+    /// What the first look could not read. Thumbnails of the picture itself are due in any case: whether it
+    /// can be decoded is known only when they are made.
+    Store::DueFacts dueFacts = Store::DueFacts::none;
     bool unlessPresent = false;                  ///< Not to be saved when its bytes are there already.
     std::optional<store::AssetRecord> present{}; ///< The asset that has them.
     TakenFile takenFrom{};                       ///< Goes once the asset is saved.

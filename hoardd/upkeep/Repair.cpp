@@ -78,6 +78,8 @@ Result<> repairLibrary(Library &library) {
         if (!repaired)
             failures.add(std::string(nameOf(finding.kind)) + ' ' + finding.path, repaired.error());
     }
+    tryUndecodable(library, Refused::byAny);
+    makeThumbnailsLeftDue(library);
     return failures.result("things could not be repaired");
 }
 

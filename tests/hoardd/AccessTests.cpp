@@ -88,6 +88,8 @@ constexpr struct {
     {75, "videoMetadataAtPath:", Need::access},
     {1000, "setAreDuplicates:forPhotos:", Need::access},
     {1010, "adjustDatesBySeconds:forPhotos:", Need::writeAssets},
+    {1020, "revertAssetWithURL:", Need::writeAssets},
+    {1021, "renditionOfAssetWithURL:", Need::access},
 };
 
 struct Asker {

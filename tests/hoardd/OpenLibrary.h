@@ -30,7 +30,7 @@ protected:
         // Of the timer of count notices, and of the log, whose configuration is watched.
         test::allowLastingDescriptors(test::folderWatchDescriptors);
         MediaWorkersOptions workers;
-        workers.program = MEDIA_WORKER;
+        workers.program = workerProgram();
         workers.maxWorkers = 1;
         // Machines under load, and sanitizers, take their time.
         workers.processorTime = std::chrono::seconds(60);
@@ -39,6 +39,7 @@ protected:
         ASSERT_TRUE(opened) << opened.error().text;
         owned = *std::move(opened);
     }
+    [[nodiscard]] virtual std::string workerProgram() const { return MEDIA_WORKER; }
     [[nodiscard]] Library &library() const { return *owned; }
 
     [[nodiscard]] static Ref<Data> dataOf(const FileBytes &bytes) {

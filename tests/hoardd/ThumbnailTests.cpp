@@ -6,9 +6,14 @@
 #include "hoardd/pictures/PictureStore.h"
 #include "hoardd/pictures/PreviewWell.h"
 #include "hoardd/pictures/Renditions.h"
+#include "hoardd/pictures/ServedImage.h"
+#include "hoardd/pictures/SharedSpace.h"
 #include "hoardd/pictures/ShownPicture.h"
+#include "hoardd/saving/Publication.h"
 #include "tests/hoardd/OpenLibrary.h"
+#include "tests/hoardd/RunningHoardd.h"
 #include "wickerlane/platform/file/Files.h"
+#include "wickerlane/store/RenditionReader.h"
 
 using namespace wickerlane;
 using namespace wickerlane::hoardd;
@@ -23,6 +28,17 @@ class Thumbnails : public OpenLibrary {
 protected:
     [[nodiscard]] Pixels small(const AssetRecord &asset) const {
         return decodedPicture(contentsOf(paths.thumbnail(asset.uuid, ThumbnailSize::small)));
+    }
+    /// In an image format.
+    [[nodiscard]] FileBytes served(const AssetRecord &asset, std::uint64_t format) const {
+        const auto image = imageOf(library(), asset, format);
+        EXPECT_TRUE(image) << image.error().text;
+        if (!image)
+            return {};
+        const auto message = MessageDictionary::create();
+        message->set("image", image->get());
+        const Data *data = JXDataFromMsgDictionary(message.get(), "image");
+        return {data->span().begin(), data->span().end()};
     }
     [[nodiscard]] ino_t fileOf(const AssetRecord &asset) const {
         struct stat status {};
@@ -180,6 +196,119 @@ TEST_F(Rendition, ThatCantBeStoredGoesAgain) {
     EXPECT_EQ(set.error().text, "not today");
     EXPECT_EQ(small(asset).height, 128U) << "the thumbnails are the earlier ones";
     EXPECT_EQ(faults(), "");
+}
+
+TEST_F(Rendition, IsWhatEveryFormatShowsUntilItIsReverted) {
+    const AssetRecord asset = saved(jpegOf(fourCorners(400, 200)));
+    EXPECT_EQ(revertRendition(library(), asset).error().kind, ProblemKind::notFound);
+    const auto widths = [&] {
+        std::vector<std::uint32_t> found;
+        for (std::uint64_t format = 0; format <= 4; ++format)
+            found.push_back(decodedPicture(served(recordOf(asset.uuid), format)).width);
+        return found;
+    };
+    ASSERT_TRUE(setRendition(library(), asset, *dataOf(pngOf(fourCorners(90, 300))), nullptr));
+    EXPECT_EQ(widths(), (std::vector<std::uint32_t>{400, 77, 90, 90, 90}));
+    const std::string path = renditionPath(library(), asset).value();
+    EXPECT_TRUE(revertRendition(library(), asset));
+    EXPECT_EQ(widths(), (std::vector<std::uint32_t>{400, 256, 400, 400, 400}));
+    EXPECT_FALSE(fs::exists(path));
+    EXPECT_EQ(recordOf(asset.uuid).thumbnailIndex, 3);
+    EXPECT_EQ(dueCount(), 0);
+    EXPECT_EQ(faults(), "");
+}
+
+TEST_F(Rendition, KeepsTheLatestPropertiesOfTheSamePicture) {
+    const AssetRecord asset = saved(jpegOf(fourCorners(400, 200)));
+    for (const char *filter : {"warm", "cold"}) {
+        const auto properties = Dictionary::createWithKeys({{"filter", String::of(filter)}});
+        ASSERT_TRUE(setRendition(library(), asset, *dataOf(pngOf(fourCorners(90, 300))), properties.get()));
+        const auto read = store::readRendition(paths, asset.uuid);
+        ASSERT_TRUE(read && *read);
+        EXPECT_EQ((*read)->properties()->get<String>("filter")->utf8(), filter);
+    }
+    EXPECT_EQ(recordOf(asset.uuid).thumbnailIndex, 2);
+}
+
+TEST_F(Rendition, IsKeptWhenNothingElseShowsTheAsset) {
+    const AssetRecord asset = saved(jpegOf(fourCorners(400, 200)));
+    ASSERT_TRUE(setRendition(library(), asset, *dataOf(pngOf(fourCorners(90, 300))), nullptr));
+    fs::remove(paths.original(asset));
+    EXPECT_EQ(revertRendition(library(), asset).error().kind, ProblemKind::notFound);
+    EXPECT_TRUE(fs::exists(renditionPath(library(), asset).value()));
+    EXPECT_EQ(small(asset).width, 77U);
+}
+
+TEST_F(Thumbnails, ThePreviewWellNeverShowsAnAssetThatHasGone) {
+    const AssetRecord asset = saved(jpegOf(fourCorners(400, 200)));
+    ASSERT_TRUE(showInPreviewWell(library(), asset));
+    // Its thumbnail is another one by now.
+    ASSERT_TRUE(setRendition(library(), asset, *dataOf(pngOf(fourCorners(90, 300))), nullptr));
+    ASSERT_TRUE(removeAsset(library(), asset));
+    EXPECT_FALSE(fs::exists(paths.previewWell()));
+    EXPECT_EQ(showInPreviewWell(library(), asset).error().kind, ProblemKind::notFound);
+}
+
+class SharedPreviews : public Thumbnails {
+protected:
+    void share(const AssetRecord &asset) const {
+        ASSERT_TRUE(library().writer().change([&](sqlite::Database &database) {
+            return database
+                .execute("INSERT OR IGNORE INTO zalbum (pk, uuid, name, streamid, datecreated) "
+                         "VALUES (1, 'u', 'n', 's', 0)")
+                .and_then([&] {
+                    return database.prepare("INSERT INTO zalbumasset VALUES (1, ?, 0)")
+                        .bind(asset.primaryKey)
+                        .run();
+                });
+        }));
+    }
+    [[nodiscard]] std::string previewOf(const AssetRecord &asset) const {
+        return paths.thumbnail(asset.uuid, ThumbnailSize::preview);
+    }
+};
+
+TEST_F(SharedPreviews, GoOnlyWhereTheyCanBeMadeAgain) {
+    const auto shown = surfaceOf(300, 200);
+    SaveJob undecodable = jobOf(FileBytes(200, std::byte{7}));
+    undecodable.preview = shown;
+    const auto saves = saveAssets(library(), {&undecodable, 1});
+    const AssetRecord onlyPreview = recordOf(std::string(saves.front()->asset->uuid()->utf8()));
+    ASSERT_TRUE(fs::exists(previewOf(onlyPreview)));
+    const AssetRecord sound = saved(jpegOf(fourCorners(401, 200))),
+                      missing = saved(jpegOf(fourCorners(402, 200))),
+                      changed = saved(jpegOf(fourCorners(403, 200))),
+                      edited = saved(jpegOf(fourCorners(404, 200))),
+                      editedMissing = saved(jpegOf(fourCorners(405, 200)));
+    for (const AssetRecord &each : {edited, editedMissing})
+        ASSERT_TRUE(setRendition(library(), each, *dataOf(pngOf(fourCorners(90, 300))), nullptr));
+    fs::remove(paths.original(missing));
+    fs::remove(paths.original(edited)); // which it does not show
+    fs::remove(renditionPath(library(), editedMissing).value());
+    fs::permissions(paths.original(changed), fs::perms::owner_all);
+    FileBytes bytes = contentsOf(paths.original(changed));
+    bytes[bytes.size() / 2] ^= std::byte{1};
+    writeFile(paths.original(changed), bytes);
+    const struct {
+        const char *what;
+        const AssetRecord &asset;
+        bool isPurged;
+    } cases[] = {
+        {"one that can't be decoded", onlyPreview, false},
+        {"a sound one", sound, true},
+        {"one without original", missing, false},
+        {"one with a damaged original", changed, false},
+        {"an edited one", edited, true},
+        {"one whose edited picture is missing", editedMissing, false},
+    };
+    for (const auto &each : cases)
+        share(each.asset);
+    EXPECT_GT(purge(library(), UINT64_MAX).value(), 0U);
+    for (const auto &[what, asset, isPurged] : cases)
+        EXPECT_EQ(fs::exists(previewOf(asset)), !isPurged) << what;
+
+    EXPECT_EQ(decodedPicture(served(recordOf(sound.uuid), 2)).width, 401U);
+    EXPECT_TRUE(fs::exists(previewOf(sound))) << "kept once it has been asked for";
 }
 
 TEST_F(Thumbnails, ThePreviewWellShowsOneAssetOrNone) {

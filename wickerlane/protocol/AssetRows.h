@@ -67,6 +67,15 @@ inline constexpr Row videoMetadata{75, "videoMetadataAtPath:", request(keys::fil
 inline constexpr Row adjustDates{
     1010, "adjustDatesBySeconds:forPhotos:", request(keys::seconds, keys::photoUUIDs), reply()};
 
+// Beyond the original operations: these have codes of their own.
+
+/// Takes the edited rendition of an asset away.
+inline constexpr Row revertAsset{1020, "revertAssetWithURL:", request(keys::assetURL), reply()};
+
+/// Where the edited rendition of an asset is and what its editor said of it; neither when it has none.
+inline constexpr Row renditionOfAsset{1021, "renditionOfAssetWithURL:", request(keys::assetURL),
+                                      reply(keys::fileURL, keys::properties)};
+
 } // namespace wickerlane::protocol
 
 #endif

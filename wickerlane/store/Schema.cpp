@@ -317,9 +317,23 @@ WHEN coalesce(old.clockdate, old.datecreated) IS NOT coalesce(new.clockdate, new
 END;
 )sql";
 
+// zundecodable: what refused the pictures of assets with a problem, so that another decoder tries again.
+// zduefacts: assets of which nothing has been read yet, since no media worker could be had; whether their
+// date is to be read as well.
+constexpr const char *decoders = R"sql(
+CREATE TABLE zundecodable (
+    asset INTEGER PRIMARY KEY REFERENCES zgenericasset (pk) ON DELETE CASCADE,
+    decoders TEXT NOT NULL
+);
+CREATE TABLE zduefacts (
+    asset INTEGER PRIMARY KEY REFERENCES zgenericasset (pk) ON DELETE CASCADE,
+    date INTEGER NOT NULL
+);
+)sql";
+
 // New tables and columns are added by a step of their own at the end.
 constexpr const char *steps[] = {assets, renditions, durations, sums,          counts, analyses,
-                                 albums, sharing,    feed,      dueThumbnails, clocks};
+                                 albums, sharing,    feed,      dueThumbnails, clocks, decoders};
 
 } // namespace
 

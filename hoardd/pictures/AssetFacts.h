@@ -1,0 +1,31 @@
+// What a picture file says of itself, as the record of its asset has it.
+#ifndef HOARDD_PICTURES_ASSETFACTS_H
+#define HOARDD_PICTURES_ASSETFACTS_H
+
+#include <optional>
+#include <string_view>
+
+#include "hoardd/media/PictureFacts.h"
+#include "wickerlane/store/AssetRecord.h"
+
+namespace wickerlane::hoardd {
+
+/// Sets all but the date, which a caller may know better; the problem, of a picture that is cut off.
+void setFacts(store::AssetRecord &record, const PictureFacts &facts);
+
+/// Sets the dates: that of its creation as `given`, else as the file says, else `fallback`. All are in
+/// seconds since 2001-01-01 00:00:00 UTC.
+void setDate(store::AssetRecord &record, const PictureFacts &facts, std::optional<double> given,
+             double fallback);
+
+/// A picture that can be decoded has a size, even if it has a problem.
+[[nodiscard]] inline bool isUndecodable(const store::AssetRecord &record) {
+    return !record.problem.empty() && record.width == 0;
+}
+
+/// Notes in a record why its picture can't be decoded: then its size is not known either.
+void setUndecodable(store::AssetRecord &record, std::string_view reason);
+
+} // namespace wickerlane::hoardd
+
+#endif
