@@ -27,7 +27,8 @@ JSON describeProperties(const store::Rendition &rendition) {
 
 void printEdit(const store::Rendition &rendition, const std::string &path) {
     printField("Edited", path);
-    for (const auto &[key, value] : describeProperties(rendition).items())
+    const JSON properties = describeProperties(rendition);
+    for (const auto &[key, value] : properties.items())
         printField("  " + key, value.get<std::string>());
 }
 
