@@ -66,6 +66,8 @@ JSON describe(const store::ManagedAsset &asset) {
         result["place"] = {{"latitude", *record.latitude}, {"longitude", *record.longitude}};
     if (record.duration > 0)
         result["duration"] = record.duration;
+    if (record.externalUsageIntent != 0)
+        result["usageIntent"] = record.externalUsageIntent;
     if (!record.problem.empty())
         result["problem"] = record.problem;
     return result;

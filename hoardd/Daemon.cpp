@@ -1,9 +1,15 @@
 #include "hoardd/Daemon.h"
 
+#include <algorithm>
+#include <cmath>
+
+#include "hoardd/albums/BulletinBoard.h"
+#include "hoardd/library/Clock.h"
 #include "hoardd/pictures/Thumbnails.h"
 #include "hoardd/saving/FoundFiles.h"
 #include "hoardd/saving/Publication.h"
 #include "hoardd/service/OperationFamilies.h"
+#include "wickerlane/platform/queue/WorkQueue.h"
 #include "wickerlane/protocol/ServiceName.h"
 
 namespace wickerlane::hoardd {
@@ -45,6 +51,21 @@ void Daemon::prepareLibrary(Library &library) {
     library.thumbnailRetry().whenDue([this, &library] {
         static_cast<void>(ClientJobs::ownOf(longWork).add({[&library] { makeThumbnailsLeftDue(library); }}));
     });
+    watchBulletins(library);
+}
+
+// Looks again when the next one expires, or in an hour: others may have come, and clocks are set.
+void Daemon::watchBulletins(Library &library) {
+    const auto expire = [this, &library] {
+        const double now = secondsNow();
+        const auto next = expireBulletins(library, now);
+        const double pause = next ? next->value_or(INFINITY) - now : INFINITY;
+        WorkQueue::global()->after(
+            std::chrono::milliseconds(static_cast<std::int64_t>(std::clamp(pause, 0.01, 3600.0) * 1000)),
+            [this, &library] { watchBulletins(library); });
+    };
+    static_cast<void>(
+        ClientJobs::ownOf(longWork).add({expire})); // which is closed when the process is ending
 }
 
 Result<> Daemon::start(Handler<void()> ended) {

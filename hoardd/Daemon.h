@@ -33,6 +33,7 @@ public:
 
 private:
     void prepareLibrary(Library &library);
+    void watchBulletins(Library &library);
 
     const DaemonOptions settings;
     JobQueue jobs;     // saves and pictures

@@ -50,9 +50,7 @@ Result<ExitCode> feed(const Options &options) {
                        {"end", isoDateText(entry.endDate)},
                        {"uuids", entry.uuids}});
     }
-    printListing(all, table,
-                 "the feed is empty; to rebuild it from the shared albums: wickerlane feed --update",
-                 options.json);
+    printListing(all, table, "the feed is empty: nothing was added to shared albums", options.json);
     return ExitCode::success;
 }
 
@@ -62,7 +60,7 @@ void setUpFeed(Command command) {
     command.description("List what was added to shared albums, newest first");
     command.footer("Example:\n  wickerlane feed --update --json");
     Options &options = command.runs(feed);
-    command.addFlag("--update", options.update, "Rebuild the feed first");
+    command.addFlag("--update", options.update, "Rebuild the feed first; it is kept up to date without");
     command.addFlag("--json", options.json, "Write JSON");
 }
 

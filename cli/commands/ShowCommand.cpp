@@ -49,6 +49,8 @@ void printFields(const store::ManagedAsset &asset) {
     printField("URL", asset.assetURL()->absoluteString()->utf8());
     printField("Object ID", asset.objectID()->uriRepresentation()->absoluteString()->utf8());
     printField("File", asset.fileURL()->fileSystemPath());
+    if (record.externalUsageIntent != 0)
+        printField("Usage intent", std::to_string(record.externalUsageIntent));
     if (!record.problem.empty())
         printField("Problem", record.problem);
 }

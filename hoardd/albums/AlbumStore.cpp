@@ -90,8 +90,4 @@ Result<> recountAlbums(Database &database) {
                             "(SELECT count(*) FROM zalbumasset WHERE album = zalbum.pk)");
 }
 
-Result<> enableStream(Database &database, std::string_view streamID, double date) {
-    return database.prepare("INSERT OR IGNORE INTO zstream VALUES (?, ?)").bind(streamID, date).run();
-}
-
 } // namespace wickerlane::hoardd

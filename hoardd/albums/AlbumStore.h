@@ -39,9 +39,6 @@ namespace wickerlane::hoardd {
 /// Counts again what is in each album.
 [[nodiscard]] Result<> recountAlbums(sqlite::Database &database);
 
-/// Remembers that a stream is enabled.
-[[nodiscard]] Result<> enableStream(sqlite::Database &database, std::string_view streamID, double date);
-
 } // namespace wickerlane::hoardd
 
 #endif

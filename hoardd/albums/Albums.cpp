@@ -63,7 +63,7 @@ Result<> checkForRoom(Database &database, const AlbumRecord &album) {
         return passOn(limit);
     if (!count)
         return passOn(count);
-    if (*limit && *count >= **limit)
+    if (*count >= limit->value_or(maxSharedAssets))
         return fail(ProblemKind::refused, "the shared album is full");
     return {};
 }

@@ -11,6 +11,9 @@
 
 namespace wickerlane::hoardd {
 
+/// What a shared album may hold, unless the store says otherwise: for want of a server that does.
+inline constexpr std::int64_t maxSharedAssets = 5000;
+
 /// Makes an album and gives its UUID. Fails with ProblemKind::exists when another album has the name.
 [[nodiscard]] Result<std::string> makeAlbum(Library &library, std::string_view name);
 

@@ -89,6 +89,22 @@ Result<> clearBulletins(Library &library, std::uint64_t lastRecordID) {
     return cleared;
 }
 
+Result<std::optional<double>> expireBulletins(Library &library, double now) {
+    auto first = library.read(firstBulletinDate);
+    if (first && *first && **first + bulletinLifetime <= now) {
+        first = library.writer().change([now](Database &database) {
+            return deleteExpiredBulletins(database, now).and_then([&] {
+                return firstBulletinDate(database);
+            });
+        });
+        if (first)
+            postBulletinsChanged();
+    }
+    if (first && *first)
+        **first += bulletinLifetime;
+    return first;
+}
+
 void postBulletinsChanged() {
     postNotification(JXPinwallBulletinsChangedNotification->UTF8String());
     postNotification(JXBadgeCountChangedNotification->UTF8String());

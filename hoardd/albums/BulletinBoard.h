@@ -2,6 +2,8 @@
 #ifndef HOARDD_ALBUMS_BULLETINBOARD_H
 #define HOARDD_ALBUMS_BULLETINBOARD_H
 
+#include <optional>
+
 #include "hoardd/library/Library.h"
 #include "wickerlane/platform/object/Array.h"
 
@@ -15,6 +17,10 @@ namespace wickerlane::hoardd {
 [[nodiscard]] Result<Ref<Data>> bulletinThumbnail(Library &library, std::uint64_t recordID);
 /// Removes all up to a record.
 [[nodiscard]] Result<> clearBulletins(Library &library, std::uint64_t lastRecordID);
+
+/// Deletes those that have expired at a time, and posts that they have gone. Gives when the next one expires;
+/// nothing when there is none.
+[[nodiscard]] Result<std::optional<double>> expireBulletins(Library &library, double now);
 
 /// Posts the notifications that bulletins and badge have changed.
 void postBulletinsChanged();

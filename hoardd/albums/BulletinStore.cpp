@@ -104,6 +104,15 @@ Result<std::optional<BulletinRecord>> bulletinWithID(Database &database, std::ui
     return database.prepare(selectBulletins("WHERE recordid = ?")).bind(id).first(readBulletin);
 }
 
+Result<std::optional<double>> firstBulletinDate(Database &database) {
+    return database.prepare("SELECT date FROM zbulletin ORDER BY date LIMIT 1")
+        .first([](const Statement &row) { return row.real(0); });
+}
+
+Result<> deleteExpiredBulletins(Database &database, double now) {
+    return database.prepare("DELETE FROM zbulletin WHERE date <= ?").bind(now - bulletinLifetime).run();
+}
+
 Result<> deleteBulletins(Database &database, std::uint64_t lastID) {
     const auto last = static_cast<std::int64_t>(std::min<std::uint64_t>(lastID, INT64_MAX));
     return database.prepare("DELETE FROM zbulletin WHERE recordid <= ?").bind(last).run();

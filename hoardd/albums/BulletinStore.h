@@ -43,6 +43,10 @@ struct BulletinRecord {
 [[nodiscard]] Result<std::int64_t> countCurrentBulletins(sqlite::Database &database, double now);
 [[nodiscard]] Result<std::optional<BulletinRecord>> bulletinWithID(sqlite::Database &database,
                                                                    std::uint64_t id);
+/// When the oldest was made; nothing when there is none.
+[[nodiscard]] Result<std::optional<double>> firstBulletinDate(sqlite::Database &database);
+/// Deletes those that have expired at a time.
+[[nodiscard]] Result<> deleteExpiredBulletins(sqlite::Database &database, double now);
 /// Deletes all up to a record.
 [[nodiscard]] Result<> deleteBulletins(sqlite::Database &database, std::uint64_t lastID);
 

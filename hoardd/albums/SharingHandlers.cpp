@@ -1,11 +1,10 @@
 // There is no cloud: what a server would keep is kept in the library.
 #include "hoardd/service/OperationFamilies.h"
 
-#include "hoardd/albums/AlbumStore.h"
 #include "hoardd/albums/Albums.h"
 #include "hoardd/albums/BulletinBoard.h"
+#include "hoardd/albums/EmailAddress.h"
 #include "hoardd/albums/PeopleStore.h"
-#include "hoardd/library/Clock.h"
 #include "hoardd/library/State.h"
 #include "hoardd/pictures/SharedSpace.h"
 #include "hoardd/service/Call.h"
@@ -20,8 +19,7 @@ using sqlite::Database;
 
 namespace {
 
-constexpr std::size_t maxInfoBytes = 1 << 20;  // of one person
-constexpr std::int64_t maxSharedAssets = 5000; // of a shared album, for want of a server that says
+constexpr std::size_t maxInfoBytes = 1 << 20; // of one person
 
 Result<std::string> textUnder(const Call &call, const protocol::Key<protocol::coding::Text> &key) {
     const String *text = call.get(key);
@@ -30,26 +28,14 @@ Result<std::string> textUnder(const Call &call, const protocol::Key<protocol::co
     return std::string(text->utf8());
 }
 
-Result<> enable(Library &library, const std::string &stream) {
-    return library.writer().change(
-        [&](Database &database) { return enableStream(database, stream, secondsNow()); });
-}
-
-Result<Answer> enableSnaprivers(Library &library, const Call &call) {
-    const auto stream = textUnder(call, keys::streamID);
-    if (!stream)
-        return passOn(stream);
-    return whenDone(enable(library, *stream));
-}
-
-// A stream that has an album is enabled.
-Result<Answer> createSnapriverAlbum(Library &library, const Call &call) {
+// A stream shows itself by its album alone, so that enabling it is making the album.
+Result<Answer> enableStream(Library &library, const Call &call) {
     const auto stream = textUnder(call, keys::streamID);
     if (!stream)
         return passOn(stream);
     if (const auto made = makeStreamAlbum(library, *stream); !made)
         return fail(made.error().kind, "can't make the album: " + made.error().text);
-    return whenDone(enable(library, *stream));
+    return Answer();
 }
 
 Result<Answer> getCurrentBulletins(Library &library, const Call &) {
@@ -106,6 +92,8 @@ Result<Answer> keyForEmailAddress(Library &library, const Call &call) {
     const auto address = textUnder(call, keys::email);
     if (!address)
         return passOn(address);
+    if (!isEmailAddress(*address))
+        return fail(ProblemKind::invalid, "email is not an e-mail address");
     const auto key =
         library.writer().change([&](Database &database) { return emailKey(database, *address); });
     if (!key)
@@ -151,8 +139,8 @@ Result<Answer> setPersonInfoDictionary(Library &library, const Call &call) {
 }
 
 constexpr Operation operations[] = {
-    {&protocol::createSnapriverAlbum, createSnapriverAlbum},
-    {&protocol::enableSnaprivers, enableSnaprivers},
+    {&protocol::createSnapriverAlbum, enableStream},
+    {&protocol::enableSnaprivers, enableStream},
     {&protocol::getCurrentBulletins, getCurrentBulletins},
     {&protocol::getCurrentApplicationBadgeCount, getCurrentApplicationBadgeCount},
     {&protocol::getThumbnailImageDataForBulletin, getThumbnailImageDataForBulletin},

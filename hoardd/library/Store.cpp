@@ -11,25 +11,31 @@ using sqlite::Database;
 
 namespace {
 
+/// Gives the store an identity unless it has one: a new one, or one that has lost it.
+Result<> giveIdentity(Database &database) {
+    const auto hasOne = database.prepare("SELECT 1 FROM zlibrary").any();
+    if (!hasOne)
+        return passOn(hasOne);
+    if (*hasOne)
+        return {};
+    const auto uuid = UUID::createRandom();
+    return database.prepare("INSERT INTO zlibrary VALUES (?)").bind(uuid->uuidString()->utf8()).run();
+}
+
 /// Lays out a new database, or takes the steps that an older one lacks.
 Result<> prepare(Database &database) {
     const auto version = database.integer("PRAGMA user_version");
     if (!version)
         return passOn(version);
     if (*version == store::modelVersion())
-        return {};
+        return giveIdentity(database);
     sqlite::Transaction transaction(database);
     if (!transaction.isOpen())
         return fail(database.problem());
     if (const auto laidOut = store::layOut(database); !laidOut)
         return laidOut;
-    if (*version == 0) {
-        const auto uuid = UUID::createRandom();
-        const auto named =
-            database.prepare("INSERT INTO zlibrary VALUES (?)").bind(uuid->uuidString()->utf8()).run();
-        if (!named)
-            return named;
-    }
+    if (const auto named = giveIdentity(database); !named)
+        return named;
     return transaction.commit();
 }
 

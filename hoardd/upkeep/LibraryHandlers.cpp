@@ -5,6 +5,7 @@
 #include "hoardd/library/Failures.h"
 #include "hoardd/library/LibraryFolder.h"
 #include "hoardd/library/State.h"
+#include "hoardd/pictures/Thumbnails.h"
 #include "hoardd/saving/FoundFiles.h"
 #include "hoardd/service/Call.h"
 #include "hoardd/service/PeerLog.h"
@@ -34,9 +35,14 @@ Result<Answer> createPixholdDatabase(LibraryFolder &folder, const Call &) {
     return Answer();
 }
 
-// Opening the library is the recovery: half-done saves are completed or undone before anything else.
-Result<Answer> recoverFromCrashIfNeeded(LibraryFolder &folder, const Call &call) {
-    return createPixholdDatabase(folder, call);
+// Opening the library is most of the recovery: half-done saves are completed or undone before anything else.
+// Thumbnails may be due in an open one too, such as after a time without room for them.
+Result<Answer> recoverFromCrashIfNeeded(LibraryFolder &folder, const Call &) {
+    const auto library = folder.open();
+    if (!library)
+        return passOn(library);
+    makeThumbnailsLeftDue(**library);
+    return Answer();
 }
 
 Result<Answer> getPhotosAndVideosCount(Library &library, const Call &) {
@@ -142,7 +148,9 @@ Result<Answer> clearChangeStore(Library &library, const Call &) {
 }
 
 Result<Answer> repairSingletonObjects(Library &library, const Call &) {
-    return whenDone(library.writer().change(repairSingletons));
+    const std::string &identity = library.assets().storeUUID();
+    return whenDone(
+        library.writer().change([&](Database &database) { return repairSingletons(database, identity); }));
 }
 
 // A demonstration library goes back to what it was at the date that the preferences name; without one,
@@ -157,7 +165,7 @@ Result<Answer> cleanupForStoreDemoMode(Library &library, const Call &) {
 
 constexpr Operation operations[] = {
     {&protocol::createPixholdDatabase, createPixholdDatabase},
-    {&protocol::recoverFromCrashIfNeeded, recoverFromCrashIfNeeded},
+    {&protocol::recoverFromCrashIfNeeded, recoverFromCrashIfNeeded, Runs::longWork},
     {&protocol::getPhotosAndVideosCount, getPhotosAndVideosCount},
     {&protocol::getCurrentModelVersion, getCurrentModelVersion},
     {&protocol::getLibrarySizes, getLibrarySizes, Runs::beside},

@@ -22,8 +22,18 @@ Result<> recountAssets(Database &database) {
     return database.execute(store::recountAssets);
 }
 
-Result<> repairSingletons(Database &database) {
-    return database.execute("DELETE FROM zlibrary WHERE rowid > (SELECT min(rowid) FROM zlibrary);")
+// Groups of duplicates whose state is lost are stale.
+Result<> repairSingletons(Database &database, std::string_view identity) {
+    return database.prepare("INSERT INTO zlibrary SELECT ? WHERE NOT EXISTS (SELECT 1 FROM zlibrary)")
+        .bind(identity)
+        .run()
+        .and_then([&] {
+            return database.execute(
+                "DELETE FROM zlibrary WHERE rowid > (SELECT min(rowid) FROM zlibrary);"
+                "INSERT INTO zduplicatestate SELECT 1, 0 WHERE NOT EXISTS (SELECT 1 FROM zduplicatestate);"
+                "DELETE FROM zduplicatestate WHERE rowid > (SELECT min(rowid) FROM zduplicatestate);"
+                "INSERT OR IGNORE INTO zcount (kind, number) VALUES (0, 0), (1, 0);");
+        })
         .and_then([&] { return recountAssets(database); });
 }
 

@@ -25,8 +25,9 @@ struct Termination {
 /// Counts the assets again.
 [[nodiscard]] Result<> recountAssets(sqlite::Database &database);
 
-/// Leaves one identity of the library and right counts of its assets.
-[[nodiscard]] Result<> repairSingletons(sqlite::Database &database);
+/// Sees to it that there is one of each row of which there must be one: of the library's identity, of the
+/// state of duplicates, and of the count of each kind, which is right.
+[[nodiscard]] Result<> repairSingletons(sqlite::Database &database, std::string_view identity);
 
 } // namespace wickerlane::hoardd
 

@@ -195,11 +195,15 @@ TEST_F(Album, ALostStoreTakesNoOriginalWithIt) {
 TEST_F(Album, UsageIntentsAreKept) {
     ReleaseScope scope;
     const auto message = request(14);
+    const auto url = URL::create(saved(4));
     message->setUInt64("externalUsageIntent", UINT64_MAX);
-    message->setString("assetURL", saved(4));
+    message->setString("assetURL", url->absoluteString()->utf8());
+    const auto intent = [&] {
+        return store::ObjectStore::open()->assetWithURL(url.get())->record().externalUsageIntent;
+    };
+    EXPECT_EQ(intent(), 0U);
     EXPECT_TRUE(answer(message.get())->getBool("success"));
-    auto database = sqlite::Database::open(paths.database(), sqlite::Database::Access::read);
-    EXPECT_EQ(database->integer("SELECT externalusageintent FROM zgenericasset"), -1);
+    EXPECT_EQ(intent(), UINT64_MAX);
     message->setString("assetURL", "rez-vault://asset/asset.JPG");
     EXPECT_FALSE(answer(message.get())->getBool("success"));
 }

@@ -3,8 +3,10 @@
 
 #include "hoardd/albums/AlbumNotes.h"
 #include "hoardd/albums/AlbumStore.h"
+#include "hoardd/albums/CloudFeedStore.h"
 #include "hoardd/library/State.h"
 #include "tests/hoardd/OpenLibrary.h"
+#include "wickerlane/store/AnalysisReader.h"
 
 using namespace wickerlane;
 using namespace wickerlane::hoardd;
@@ -82,6 +84,9 @@ TEST_F(Albums, HoldAnAssetOnce) {
 TEST_F(Albums, ThatAreSharedAreLimited) {
     const std::string one = added("1"), two = added("2");
     const std::string shared = *makeStreamAlbum(library(), "s"), mine = *makeAlbum(library(), "Mine");
+    execute("UPDATE zalbum SET cachedcount = 5000");
+    EXPECT_FALSE(add(one, shared)) << "there is a limit before any is set";
+    execute("UPDATE zalbum SET cachedcount = 0");
     ASSERT_TRUE(library().writer().change(
         [](Database &database) { return state::set(database, state::maxSharedAssets, 1); }));
     EXPECT_TRUE(add(one, shared));
@@ -105,6 +110,40 @@ TEST_F(Albums, AreDeletedOnlyWhenTheyAreEmpty) {
     EXPECT_EQ(album(empty).name, "");
     EXPECT_FALSE(fs::exists(paths.albums() + '/' + empty)) << "nor does it come back";
     EXPECT_TRUE(fs::exists(paths.albums() + '/' + full));
+}
+
+TEST_F(Albums, ThatAreSharedAreInTheFeedAsARebuildWouldHaveThem) {
+    const auto feed = [&] {
+        std::vector<std::string> lines;
+        const auto entries = store::AnalysisReader::open(paths)->cloudFeed();
+        EXPECT_TRUE(entries);
+        for (const store::FeedEntryRecord &entry : *entries) {
+            lines.push_back(entry.albumUUID + ' ' + std::to_string(entry.startDate) + ' ' +
+                            std::to_string(entry.endDate));
+            lines.insert(lines.end(), entry.uuids.begin(), entry.uuids.end());
+        }
+        return lines;
+    };
+    std::vector<std::int64_t> assets;
+    for (const char *digit : {"1", "2", "3", "4", "5", "6"})
+        assets.push_back(recordOf(added(digit)).primaryKey);
+    const std::int64_t shared = album(*makeStreamAlbum(library(), "s")).primaryKey,
+                       other = album(*makeStreamAlbum(library(), "t")).primaryKey,
+                       mine = album(*makeAlbum(library(), "Mine")).primaryKey;
+    const struct {
+        std::int64_t album;
+        std::size_t asset;
+        double date;
+    } additions[] = {{shared, 0, 1000}, {other, 0, 1001}, {shared, 1, 4600},  {mine, 2, 4700},
+                     {shared, 2, 8201}, {other, 3, 8300}, {shared, 4, 11800}, {shared, 5, 11801}};
+    for (const auto &[album, asset, date] : additions)
+        ASSERT_TRUE(library().writer().change(
+            [&](Database &database) { return insertAlbumAsset(database, album, assets[asset], date); }));
+    execute("DELETE FROM zgenericasset WHERE uuid LIKE '%5'; DELETE FROM zalbumasset WHERE dateadded = 8300");
+    const std::vector<std::string> kept = feed();
+    EXPECT_EQ(kept.size(), 3 + 2 + 2 + 1U) << "three entries with two, two and one";
+    ASSERT_TRUE(library().writer().change(rebuildCloudFeed));
+    EXPECT_EQ(feed(), kept);
 }
 
 TEST_F(Albums, ComeBackFromTheirNotes) {

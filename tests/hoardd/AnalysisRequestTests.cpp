@@ -185,9 +185,9 @@ TEST_F(Analysis, TheCloudFeedGathersWhatCameIntoSharedAlbums) {
     };
     albumWith(11, "name", "mine", {first});
     const std::string shared = albumWith(34, "streamID", "everybody's", {second, first});
-    EXPECT_TRUE(reader().cloudFeed()->empty()) << "it has not been made yet";
-    for (int time = 0; time < 2; ++time) {
-        answer(request(67).get());
+    for (const bool isRebuilt : {false, true, true}) {
+        if (isRebuilt)
+            answer(request(67).get());
         const auto feed = reader().cloudFeed().value();
         ASSERT_EQ(feed.size(), 1U) << "one entry for what was added in one go, none for what is not shared";
         EXPECT_EQ(feed[0].albumUUID, shared);

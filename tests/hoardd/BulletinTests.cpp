@@ -83,6 +83,11 @@ TEST_F(Bulletins, ExpireAfterThirtyDays) {
     add(assets[0], albums[0], 1000);
     EXPECT_EQ(current(1000 + 30 * day - 1).size(), 1U);
     EXPECT_EQ(current(1000 + 30 * day).size(), 0U);
+    EXPECT_EQ(expireBulletins(library(), 1000), 1000 + 30 * day);
+    EXPECT_EQ(current(1000).size(), 1U);
+    EXPECT_EQ(expireBulletins(library(), 1000 + 30 * day), std::nullopt);
+    EXPECT_EQ(current(1000).size(), 0U);
+    add(assets[0], albums[0], 1000);
     // The next one takes expired ones out of the store.
     add(assets[0], albums[1], 1001 + 30 * day);
     EXPECT_EQ(library().read([](sqlite::Database &database) {

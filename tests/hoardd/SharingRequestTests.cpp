@@ -1,10 +1,14 @@
 // Streams, the bulletin board, storage budget, people.
+#include <atomic>
+#include <csignal>
 #include <filesystem>
 
 #include "tests/hoardd/RunningHoardd.h"
+#include "tests/support/WaitUntil.h"
 #include "wickerlane/platform/notification/Notification.h"
 #include "wickerlane/platform/queue/WorkQueue.h"
 #include "wickerlane/store/LibraryCheck.h"
+#include "wickerlane/store/Sqlite.h"
 
 using namespace wickerlane;
 using namespace wickerlane::test;
@@ -87,6 +91,30 @@ TEST_F(Sharing, AdditionsToASharedAlbumAreAnnounced) {
     EXPECT_NE(refusal(thumbnail.get()), "");
 }
 
+TEST_F(Sharing, TheEndOfABulletinIsAnnounced) {
+    ReleaseScope scope;
+    EXPECT_TRUE(share(textIn(saveData(pngOf(fourCorners(4, 4))), "assetURL"), streamAlbum("stream-1")));
+    EXPECT_EQ(badge(), 1);
+    end(daemon(), SIGTERM);
+    connection = connect();
+    {
+        // It expires while the next daemon starts or soon after.
+        auto database = sqlite::Database::open(paths.database(), sqlite::Database::Access::write);
+        ASSERT_TRUE(database->prepare("UPDATE zbulletin SET date = ?")
+                        .bind(Date::createNow()->referenceSeconds() - 30 * 86'400 + 1)
+                        .run());
+    }
+    std::atomic<bool> isAnnounced = false;
+    const auto queue = WorkQueue::create("bulletins");
+    const auto token = registerNotification("JXBadgeCountChangedNotification", queue.get(),
+                                            [&](int) { isAnnounced = true; });
+    ASSERT_NE(token, 0);
+    answer(request(16).get());
+    EXPECT_TRUE(waitUntil([&] { return isAnnounced.load(); }));
+    cancelNotification(token);
+    EXPECT_EQ(badge(), 0);
+}
+
 TEST_F(Sharing, SpaceOfSharedAlbumsIsFreedAndComesBackOnDemand) {
     ReleaseScope scope;
     const std::string album = streamAlbum("stream-2");
@@ -137,6 +165,16 @@ TEST_F(Sharing, PeopleAreRemembered) {
         message->setInt64("key", key);
         return std::string(answer(message.get())->getString("email").value_or("none"));
     };
+    for (const std::string &text :
+         {std::string("Ada"), std::string("@example.org"), std::string("ada@"), std::string("a@b@c"),
+          std::string("ada lovelace@example.org"), std::string("ada@example.org\n"),
+          std::string("ada@.example.org"), std::string("ada..l@example.org"),
+          std::string(65, 'a') + "@example.org"}) {
+        const auto message = request(57);
+        message->setString("email", text);
+        EXPECT_EQ(refusal(message.get()), "email is not an e-mail address") << text;
+    }
+    EXPECT_GT(keyFor("ädä+tag@[192.0.2.1]"), 0);
     const std::int64_t ada = keyFor("ada@example.org"), bob = keyFor("bob@example.org");
     EXPECT_NE(ada, bob);
     EXPECT_EQ(keyFor("ADA@example.org"), ada);
@@ -170,6 +208,10 @@ TEST_F(Sharing, EmptyNamesAreRefused) {
     const auto enable = request(35);
     enable->setString("streamID", "stream-3");
     answer(enable.get());
+    const auto *album = store::ObjectStore::open()->albumNamed("stream-3");
+    ASSERT_NE(album, nullptr) << "a stream that is enabled shows an album";
+    EXPECT_EQ(album->record().streamID, "stream-3");
+    EXPECT_EQ(streamAlbum("stream-3"), album->record().uuid) << "it has one";
     answer(request(45).get());
     const auto job = request(51);
     job->setUInt64("smJobType", 9);

@@ -135,6 +135,34 @@ TEST_F(Upkeep, NoticesAreRecordedAndSingletonsRepaired) {
     EXPECT_EQ(photos(), 1U);
     EXPECT_EQ(integer("SELECT count(*) FROM zlibrary WHERE uuid <> 'another'"), 1);
     EXPECT_EQ(integer("SELECT count(*) FROM zlibrary"), 1);
+
+    end(daemon(), SIGTERM);
+    connection = connect();
+    {
+        auto database = sqlite::Database::open(paths.database(), sqlite::Database::Access::write);
+        ASSERT_TRUE(
+            database->execute("DELETE FROM zlibrary; DELETE FROM zcount; DELETE FROM zduplicatestate"));
+    }
+    answer(request(36).get());
+    EXPECT_EQ(photos(), 1U);
+    for (const char *table : {"zlibrary", "zduplicatestate"})
+        EXPECT_EQ(integer((std::string("SELECT count(*) FROM ") + table).c_str()), 1) << table;
+    EXPECT_EQ(integer("SELECT count(*) FROM zcount"), 2);
+}
+
+TEST_F(Upkeep, RecoveryMakesThumbnailsThatAreDueInAnOpenLibrary) {
+    ReleaseScope scope;
+    answer(request(33).get());
+    // Nothing can be written where the thumbnails belong.
+    const std::string folder = paths.folder() + "/PhotoData/Thumbnails";
+    fs::remove_all(folder);
+    writeFile(folder, {});
+    const std::string uuid = textIn(saveData(jpegOf(fourCorners(300, 200))), "uuid");
+    EXPECT_EQ(integer("SELECT count(*) FROM zduethumbnail"), 1);
+    fs::remove(folder);
+    answer(request(33).get());
+    EXPECT_EQ(integer("SELECT count(*) FROM zduethumbnail"), 0);
+    EXPECT_TRUE(fs::exists(paths.thumbnail(uuid, store::ThumbnailSize::small)));
 }
 
 TEST_F(Upkeep, ADemonstrationLibraryGoesBackToWhatItWas) {

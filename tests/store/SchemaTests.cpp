@@ -2,10 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <filesystem>
 
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
+#include "wickerlane/store/AnalysisReader.h"
 #include "wickerlane/store/ObjectStore.h"
 
 using namespace wickerlane;
@@ -46,6 +48,40 @@ TEST(Schema, AnOlderLibraryGainsWhatItLacks) {
     ASSERT_TRUE(writer->execute("UPDATE zcount SET number = 70;"));
     ASSERT_TRUE(writer->execute(recountAssets));
     EXPECT_EQ(counted(), std::pair(std::uint64_t{3}, std::uint64_t{3}));
+}
+
+// Of a library that had a feed only when somebody asked for it.
+TEST(Schema, WhatWasSharedBeforeComesIntoTheFeed) {
+    const LibraryPaths paths;
+    ASSERT_TRUE(makeFolders(std::filesystem::path(paths.database()).parent_path()));
+    auto writer = sqlite::Database::open(paths.database(), sqlite::Database::Access::write);
+    ASSERT_TRUE(writer) << writer.error().text;
+    int taken = 0;
+    for (const char *step : schemaSteps()) {
+        if (std::strstr(step, "zalbumasset_feed_insert") != nullptr)
+            break;
+        ASSERT_TRUE(writer->execute(step));
+        ++taken;
+    }
+    ASSERT_TRUE(writer->execute(
+        "WITH RECURSIVE n(i) AS (VALUES (1) UNION ALL SELECT i + 1 FROM n LIMIT 4) "
+        "INSERT INTO zgenericasset (pk, uuid, kind, directory, filename, originalfilename, format, width, "
+        "height, orientation, datecreated, dateadded, bytesize, sha256, thumbnailindex, problem) "
+        "SELECT i, i, 0, '', '', '', '', 0, 0, 1, 0, 0, 0, zeroblob(32), 0, '' FROM n;"
+        "INSERT INTO zalbum (pk, uuid, name, streamid, datecreated) VALUES (1, 'A', 'A', 's', 0), "
+        "(2, 'B', 'B', NULL, 0);"
+        "INSERT INTO zalbumasset VALUES (1, 1, 9000), (1, 2, 1000), (1, 3, 2000), (2, 4, 1000);"))
+        << writer->problem().text;
+    ASSERT_TRUE(writer->execute(("PRAGMA user_version = " + std::to_string(taken)).c_str()));
+    ASSERT_TRUE(layOut(*writer)) << writer->problem().text;
+
+    const auto feed = AnalysisReader::open(paths)->cloudFeed();
+    ASSERT_TRUE(feed && feed->size() == 2);
+    EXPECT_EQ((*feed)[0].uuids, std::vector<std::string>{"1"});
+    EXPECT_EQ((*feed)[1].uuids, (std::vector<std::string>{"2", "3"}));
+    EXPECT_EQ((*feed)[1].startDate, 1000);
+    EXPECT_EQ((*feed)[1].endDate, 2000);
+    EXPECT_EQ(writer->integer("SELECT cachedcount FROM zalbum WHERE pk = 1"), 3);
 }
 
 } // namespace

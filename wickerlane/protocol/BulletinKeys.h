@@ -1,5 +1,6 @@
 // Keys of bulletin dictionaries, and names around the bulletin board. Their spellings, odd ones included, are
-// part of the interface.
+// part of the interface. hoardd sets them all except those whose comments say otherwise: without a server
+// there are no comments, and pictures are asked for one by one.
 #ifndef WICKERLANE_PROTOCOL_BULLETINKEYS_H
 #define WICKERLANE_PROTOCOL_BULLETINKEYS_H
 
@@ -15,11 +16,11 @@ WL_EXPORT extern wickerlane::String *const kBulletinKeyOriginalRecordID;
 WL_EXPORT extern wickerlane::String *const kBulletinKeyOriginalDate;
 /// "albumUUID". String.
 WL_EXPORT extern wickerlane::String *const kBulletinKeyAlbumUUID;
-/// "assetUUID". String: the newest asset.
+/// "assetUUID". String: the newest asset; missing when that one has gone.
 WL_EXPORT extern wickerlane::String *const kBulletinKeyAssetUUID;
 /// "assetIsMine". Number, boolean.
 WL_EXPORT extern wickerlane::String *const kBulletinKeyAssetIsMine;
-/// "assetIsVideo". Number, boolean.
+/// "assetIsVideo". Number, boolean; missing with the asset.
 WL_EXPORT extern wickerlane::String *const kBulletinKeyAssetIsVideo;
 /// "assetCount". Number.
 WL_EXPORT extern wickerlane::String *const kBulletinKeyAssetCount;
@@ -41,23 +42,23 @@ WL_EXPORT extern wickerlane::String *const kBulletinKeyDefaultURL;
 WL_EXPORT extern wickerlane::String *const kBulletinKeyExpirationDate;
 /// "suppresionContexts". Array of strings: while one of them is on screen, no alert. Spelled with one "s".
 WL_EXPORT extern wickerlane::String *const kBulletinKeySuppresionContexts;
-/// "suppressAlert". Number, boolean.
+/// "suppressAlert". Number, boolean. Never set by hoardd.
 WL_EXPORT extern wickerlane::String *const kBulletinKeySuppressAlert;
 /// "senderNames". Array of strings.
 WL_EXPORT extern wickerlane::String *const kBulletinKeySenderNames;
 /// "hasThumbnail". Number, boolean.
 WL_EXPORT extern wickerlane::String *const kBulletinKeyHasThumbnail;
-/// "thumbnailData". Data.
+/// "thumbnailData". Data. Never set by hoardd.
 WL_EXPORT extern wickerlane::String *const kBulletinKeyThumbnailData;
-/// "commentDate". Date.
+/// "commentDate". Date. Never set by hoardd.
 WL_EXPORT extern wickerlane::String *const kBulletinKeyCommentDate;
-/// "commentCloudGuid". String.
+/// "commentCloudGuid". String. Never set by hoardd.
 WL_EXPORT extern wickerlane::String *const kBulletinKeyCommentCloudGuid;
-/// "commentCount". Number.
+/// "commentCount". Number. Never set by hoardd.
 WL_EXPORT extern wickerlane::String *const kBulletinKeyCommentCount;
-/// "commentIsCaption". Number, boolean.
+/// "commentIsCaption". Number, boolean. Never set by hoardd.
 WL_EXPORT extern wickerlane::String *const kBulletinKeyCommentIsCaption;
-/// "commentPlusPhotosAdded". Number, boolean. Its text differs from its name.
+/// "commentPlusPhotosAdded". Number, boolean. Its text differs from its name. Never set by hoardd.
 WL_EXPORT extern wickerlane::String *const kBulletinCommentPiggyBackedOnPhotosAdded;
 /// "JXPinwallBulletinsChangedNotification". Posted when the bulletins have changed.
 WL_EXPORT extern wickerlane::String *const JXPinwallBulletinsChangedNotification;
@@ -65,7 +66,8 @@ WL_EXPORT extern wickerlane::String *const JXPinwallBulletinsChangedNotification
 WL_EXPORT extern wickerlane::String *const JXBadgeCountChangedNotification;
 /// "JXLibraryViewBulletinSuppresionContext". The view of the whole library. Spelled "Suppresion".
 WL_EXPORT extern wickerlane::String *const JXLibraryViewBulletinSuppresionContext;
-/// "JXLastDisplayedBulletinRecordIDKey". Preference: the last record that a bulletin board has shown.
+/// "JXLastDisplayedBulletinRecordIDKey". Preference: the last record that a bulletin board has shown; its
+/// own, which hoardd does not read.
 WL_EXPORT extern wickerlane::String *const JXLastDisplayedBulletinRecordIDKey;
 /// "AlbumView". Any view of one album.
 WL_EXPORT extern wickerlane::String *const JXSuppresionContextAlbumView;

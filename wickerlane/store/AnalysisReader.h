@@ -70,7 +70,7 @@ public:
     /// The same before the similar, the oldest in the library first.
     [[nodiscard]] Result<std::vector<DuplicatesRecord>> duplicates();
 
-    /// The cloud feed, as it was when it was last rebuilt; the newest first.
+    /// The cloud feed; the newest first.
     [[nodiscard]] Result<std::vector<FeedEntryRecord>> cloudFeed();
 
     /// Whether all assets are in moments, and all moments and lists have been analyzed.

@@ -77,11 +77,12 @@ constexpr std::array columns{
     column<&AssetRecord::duration>("duration"),
     column<&AssetRecord::clockDate>("clockdate"),
     column<&AssetRecord::zoneMinutes>("zoneminutes"),
+    column<&AssetRecord::externalUsageIntent>("externalusageintent"),
 };
 
 /// SQL that is put together while this is compiled.
 struct SQL {
-    std::array<char, 512> characters{};
+    std::array<char, 1024> characters{};
     std::size_t length = 0;
 
     constexpr void append(std::string_view text) {

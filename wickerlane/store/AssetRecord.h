@@ -41,6 +41,8 @@ struct AssetRecord {
     std::int64_t thumbnailIndex = 0; ///< 0 without thumbnails; counts up with each making of them.
     double duration = 0;             ///< Of a video, in seconds; 0 when unknown, and of photos.
     std::string problem;             ///< Why it could not be decoded; empty when it could.
+    /// What an application has noted; the numbers are its own.
+    std::uint64_t externalUsageIntent = 0;
 
     /// The date that people read, and by which assets are ordered.
     [[nodiscard]] double shownDate() const { return clockDate.value_or(dateCreated); }

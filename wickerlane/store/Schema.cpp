@@ -331,9 +331,38 @@ CREATE TABLE zduefacts (
 );
 )sql";
 
+// The feed follows the shared albums; an hour's pause begins a new entry. What is there already is added
+// again, so that it comes into the feed. Streams are known by their albums alone.
+constexpr const char *currentFeed = R"sql(
+DROP TABLE zstream;
+CREATE TRIGGER zalbumasset_feed_insert AFTER INSERT ON zalbumasset
+WHEN EXISTS (SELECT 1 FROM zalbum WHERE pk = new.album AND streamid IS NOT NULL) BEGIN
+    INSERT INTO zcloudfeedentry (album, startdate, enddate) SELECT new.album, new.dateadded, new.dateadded
+        WHERE NOT EXISTS (SELECT 1 FROM zcloudfeedentry WHERE album = new.album
+                          AND new.dateadded BETWEEN startdate - 3600 AND enddate + 3600);
+    INSERT INTO zcloudfeedasset SELECT max(pk), new.asset FROM zcloudfeedentry
+        WHERE album = new.album AND new.dateadded BETWEEN startdate - 3600 AND enddate + 3600;
+    UPDATE zcloudfeedentry
+        SET startdate = min(startdate, new.dateadded), enddate = max(enddate, new.dateadded)
+        WHERE pk = (SELECT entry FROM zcloudfeedasset JOIN zcloudfeedentry ON pk = entry
+                    WHERE asset = new.asset AND album = new.album);
+END;
+CREATE TRIGGER zalbumasset_feed_delete AFTER DELETE ON zalbumasset BEGIN
+    DELETE FROM zcloudfeedasset
+        WHERE asset = old.asset AND entry IN (SELECT pk FROM zcloudfeedentry WHERE album = old.album);
+    DELETE FROM zcloudfeedentry
+        WHERE album = old.album AND NOT EXISTS (SELECT 1 FROM zcloudfeedasset WHERE entry = pk);
+END;
+DELETE FROM zcloudfeedentry;
+CREATE TABLE zkeptalbumasset AS SELECT * FROM zalbumasset;
+DELETE FROM zalbumasset;
+INSERT INTO zalbumasset SELECT * FROM zkeptalbumasset ORDER BY dateadded, asset;
+DROP TABLE zkeptalbumasset;
+)sql";
+
 // New tables and columns are added by a step of their own at the end.
-constexpr const char *steps[] = {assets, renditions, durations, sums,          counts, analyses,
-                                 albums, sharing,    feed,      dueThumbnails, clocks, decoders};
+constexpr const char *steps[] = {assets,  renditions, durations,     sums,   counts,   analyses,   albums,
+                                 sharing, feed,       dueThumbnails, clocks, decoders, currentFeed};
 
 } // namespace
 
