@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "hoardd/albums/BulletinBoard.h"
+#include "hoardd/analysis/LibraryAnalysis.h"
 #include "hoardd/library/Clock.h"
 #include "hoardd/pictures/Thumbnails.h"
 #include "hoardd/saving/FoundFiles.h"
@@ -19,6 +20,7 @@ namespace {
 // Of one client. The listener holds fewer messages of a connection.
 constexpr std::size_t maxBeside = 4'096;
 constexpr std::size_t maxLongWork = 64;
+constexpr std::chrono::minutes batteryPause{5};
 
 } // namespace
 
@@ -30,7 +32,10 @@ std::vector<std::span<const Operation>> allOperations() {
 
 Daemon::Daemon(DaemonOptions options)
     : settings(options), jobs(options.maxJobs), beside(maxBeside),
-      longWork(maxLongWork, 1, "too much long work is waiting; try again later"),
+      longWork(maxLongWork, 1, "too much long work is waiting; try again later"), analysis([this] {
+          if (Library *library = folder.opened())
+              analyzeWhenQuiet(*library);
+      }),
       folder(store::LibraryPaths(), [this](Library &library) { prepareLibrary(library); }),
       dispatcher({.operations = allOperations(),
                   .folder = &folder,
@@ -52,6 +57,17 @@ void Daemon::prepareLibrary(Library &library) {
         static_cast<void>(ClientJobs::ownOf(longWork).add({[&library] { makeThumbnailsLeftDue(library); }}));
     });
     watchBulletins(library);
+    if (settings.quietTime.count() == 0)
+        return;
+    library.writer().whenAssetsChange([this] { analysis.startAfter(settings.quietTime); });
+    analysis.startAfter(settings.quietTime); // of what an earlier process has left
+}
+
+void Daemon::analyzeWhenQuiet(Library &library) {
+    static_cast<void>(ClientJobs::ownOf(longWork).add({[this, &library] {
+        if (analyzeUnasked(library, "/sys/class/power_supply") == UnaskedOutcome::onBattery)
+            analysis.startAfter(batteryPause);
+    }}));
 }
 
 // Looks again when the next one expires, or in an hour: others may have come, and clocks are set.

@@ -6,6 +6,7 @@
 #include <span>
 #include <vector>
 
+#include "hoardd/analysis/QuietTimer.h"
 #include "hoardd/library/LibraryFolder.h"
 #include "hoardd/service/Dispatcher.h"
 #include "wickerlane/platform/message/listener/MessageListener.h"
@@ -18,6 +19,8 @@ namespace wickerlane::hoardd {
 struct DaemonOptions {
     std::chrono::milliseconds idleTime{30'000}; ///< Without a connection; then the daemon ends. 0: never.
     std::size_t maxJobs = 256; ///< Saves of a client that wait or run; further ones are refused.
+    /// Without a change of the assets; then the library is analyzed. 0: only when a client asks.
+    std::chrono::milliseconds quietTime{5'000};
 };
 
 /// One for a process. Thread-safe.
@@ -34,11 +37,13 @@ public:
 private:
     void prepareLibrary(Library &library);
     void watchBulletins(Library &library);
+    void analyzeWhenQuiet(Library &library);
 
     const DaemonOptions settings;
-    JobQueue jobs;     // saves and pictures
-    JobQueue beside;   // what reads or decodes for a moment
-    JobQueue longWork; // rebuilds, analyses, repairs: one at a time, so that saves go on beside them
+    JobQueue jobs;       // saves and pictures
+    JobQueue beside;     // what reads or decodes for a moment
+    JobQueue longWork;   // rebuilds, analyses, repairs: one at a time, so that saves go on beside them
+    QuietTimer analysis; // begins what no client has asked for
     LibraryFolder folder;
     Dispatcher dispatcher;
     Ref<MessageListener> listener;

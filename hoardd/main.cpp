@@ -83,7 +83,13 @@ int main(int argc, char **argv) {
     app.add_option("--max-jobs", options.maxJobs,
                    "Saves of a client that may wait or run; further ones are refused")
         ->capture_default_str();
+    double quietSeconds = 5;
+    app.add_option("--analyze-after", quietSeconds,
+                   "Analyze photos this many seconds after they have changed; 0 means only on request")
+        ->check(CLI::Range(0.0, 1e6))
+        ->capture_default_str();
     CLI11_PARSE(app, argc, argv);
+    options.quietTime = std::chrono::milliseconds(static_cast<std::int64_t>(quietSeconds * 1000));
     options.idleTime = std::chrono::milliseconds(static_cast<std::int64_t>(idleSeconds * 1000));
     return serve(options);
 }

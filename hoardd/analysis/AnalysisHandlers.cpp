@@ -3,6 +3,7 @@
 #include "hoardd/albums/CloudFeedStore.h"
 #include "hoardd/analysis/DuplicateStore.h"
 #include "hoardd/analysis/Duplicates.h"
+#include "hoardd/analysis/LibraryAnalysis.h"
 #include "hoardd/analysis/MomentListStore.h"
 #include "hoardd/analysis/Moments.h"
 #include "hoardd/analysis/ThumbnailRebuild.h"
@@ -17,11 +18,6 @@ namespace keys = protocol::keys;
 
 namespace {
 
-/// The moments are brought up to date before they are analyzed.
-Result<> analyzeAfterUpdate(Library &library, AnalysisScope::Kind kind) {
-    return rebuildMoments(library, true).and_then([&] { return analyzeMoments(library, {kind, 0}); });
-}
-
 Result<Answer> rebuildMoments(Library &library, const Call &call) {
     return whenDone(rebuildMoments(library, call.get(keys::incremental)));
 }
@@ -34,10 +30,8 @@ Result<Answer> analyzeAllMoments(Library &library, const Call &) {
     return whenDone(analyzeAfterUpdate(library, AnalysisScope::Kind::all));
 }
 
-// Duplicates first: the fingerprints have a say in which asset is the key asset of its moment.
 Result<Answer> analyzeInvalidMomentsAndDupesIfNeeded(Library &library, const Call &) {
-    return whenDone(analyzeDuplicates(library).and_then(
-        [&] { return analyzeAfterUpdate(library, AnalysisScope::Kind::invalid); }));
+    return whenDone(analyzeChanges(library));
 }
 
 Result<Answer> analyzeMoment(Library &library, const Call &call) {

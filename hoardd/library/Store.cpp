@@ -49,7 +49,7 @@ Result<std::unique_ptr<Store>> Store::open(const store::LibraryPaths &paths) {
         return fail(inContext("can't open " + paths.database(), prepared.error(), paths.database()));
     std::unique_ptr<Store> store(new Store(std::move(*database)));
     const MutexLock lock(store->databaseMutex);
-    store->noticeCounts();
+    store->noticeChanges();
     return store;
 }
 
@@ -124,7 +124,7 @@ Result<> Store::insert(std::span<Pending *const> group) {
         addition->wasPresent = true;
         addition->record = std::move(record);
     }
-    noticeCounts();
+    noticeChanges();
     return {};
 }
 
@@ -139,13 +139,23 @@ void Store::whenCountsChange(Handler<void()> changed) {
     countsChanged = std::move(changed);
 }
 
-void Store::noticeCounts() {
+void Store::whenAssetsChange(Handler<void()> changed) {
+    const MutexLock lock(databaseMutex);
+    assetsChanged = std::move(changed);
+}
+
+void Store::noticeChanges() {
     sqlite::Statement statement = database.prepare(store::selectCounts);
     if (!statement.next())
         return;
     const std::pair counts(statement.integer(0), statement.integer(1));
     if (std::exchange(knownCounts, counts) != counts && countsChanged)
         countsChanged();
+    // The numbers last given to changes: they stay when the lists of changes are cleared.
+    const auto change =
+        database.integer("SELECT sum(seq) FROM sqlite_sequence WHERE name IN ('zchange', 'zmomentchange')");
+    if (change && std::exchange(knownChange, *change) != *change && assetsChanged)
+        assetsChanged();
 }
 
 Result<std::optional<store::AssetRecord>> Store::findSum(const store::Sha256 &sum) {

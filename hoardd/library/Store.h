@@ -87,13 +87,15 @@ public:
             return outcome;
         if (const auto committed = transaction.commit(); !committed)
             return Outcome(passOn(committed));
-        noticeCounts();
+        noticeChanges();
         return outcome;
     }
 
     /// Has `changed`, which should be quick, called after each commit that leaves more or fewer photos or
     /// videos.
     void whenCountsChange(Handler<void()> changed);
+    /// The same after each commit with which assets come or go, or get another date, place or look.
+    void whenAssetsChange(Handler<void()> changed);
 
     /// Moves what was written into the database file, so that it stands alone.
     [[nodiscard]] Result<> checkpoint();
@@ -115,7 +117,7 @@ private:
     [[nodiscard]] Result<std::vector<store::AssetRecord>> select(const char *condition,
                                                                  const Values &...values)
         WL_REQUIRES(databaseMutex);
-    void noticeCounts() WL_REQUIRES(databaseMutex);
+    void noticeChanges() WL_REQUIRES(databaseMutex);
 
     Mutex mutex;
     Condition groupCommitted;
@@ -125,6 +127,9 @@ private:
     Mutex databaseMutex; // never taken before the other one
     sqlite::Database database WL_GUARDED_BY(databaseMutex);
     Handler<void()> countsChanged WL_GUARDED_BY(databaseMutex);
+    Handler<void()> assetsChanged WL_GUARDED_BY(databaseMutex);
+    /// The number of the last change of an asset.
+    std::int64_t knownChange WL_GUARDED_BY(databaseMutex) = 0;
     /// Of photos and videos, after the last commit.
     std::pair<std::int64_t, std::int64_t> knownCounts WL_GUARDED_BY(databaseMutex);
 };

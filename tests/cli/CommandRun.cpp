@@ -130,8 +130,8 @@ void Commands::SetUp() {
     std::ofstream(services / (std::string(WickerlaneGatekeeperName) + ".plist"))
         << R"(<?xml version="1.0" encoding="UTF-8"?><plist version="1.0"><dict><key>Program</key><string>)"
         << HOARDD_PROGRAM
-        << "</string><key>Arguments</key><array><string>--idle-seconds</string><string>60</string></array></"
-           "dict></plist>\n";
+        << "</string><key>Arguments</key><array><string>--idle-seconds</string><string>60</string>"
+           "<string>--analyze-after</string><string>0</string></array></dict></plist>\n";
     setenv("WICKERLANE_SERVICES", services.c_str(), 1);
 }
 

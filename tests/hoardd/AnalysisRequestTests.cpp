@@ -10,6 +10,7 @@
 #include "hoardd/analysis/DuplicateStore.h"
 #include "hoardd/analysis/MomentStore.h"
 #include "tests/hoardd/RunningHoardd.h"
+#include "tests/support/WaitUntil.h"
 #include "wickerlane/store/AnalysisReader.h"
 #include "wickerlane/store/StoredObject.h"
 
@@ -99,6 +100,31 @@ TEST_F(Analysis, MomentsAreMadeOfWhatWasSavedAndFollowIt) {
     answer(rebuildRequest(false).get());
     answer(request(62).get());
     EXPECT_TRUE(isComplete()) << "a rebuild finds everything as it should be";
+}
+
+TEST_F(Analysis, IsDoneUnaskedSoonAfterChanges) {
+    ReleaseScope scope;
+    describeService({"--idle-seconds", "60"}, "0.02");
+    const std::string one = saveAt(1.6e9, jpegOf(scene(320, 240, 1)));
+    const std::string copy = saveAt(1.6e9, jpegOf(scene(160, 120, 1), 60));
+    EXPECT_TRUE(waitUntil([&] { return groups(true).contains({one, copy}) && isComplete(); }));
+    EXPECT_EQ(moments().size(), 1U);
+    // Deletions count as well.
+    const auto remove = request(13);
+    remove->setString("assetURL",
+                      store::ObjectStore::open()->assetWithUUID(one)->assetURL()->absoluteString()->utf8());
+    EXPECT_TRUE(answer(remove.get())->getBool("success"));
+    EXPECT_TRUE(waitUntil([&] { return isComplete() && reader().moments()->front().assetCount == 1; }));
+    // What an earlier daemon has left is done by the next.
+    end(daemon(), SIGTERM);
+    describeService();
+    connection = connect();
+    saveAt(1.7e9, jpegOf(scene(320, 240, 2)));
+    EXPECT_FALSE(isComplete());
+    end(daemon(), SIGTERM);
+    describeService({"--idle-seconds", "60"}, "0.02");
+    connection = connect();
+    EXPECT_TRUE(waitUntil([&] { return isComplete(); }));
 }
 
 TEST_F(Analysis, OneMomentOrListIsNamedByItsObjectID) {

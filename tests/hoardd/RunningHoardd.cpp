@@ -20,7 +20,8 @@
 
 namespace wickerlane::test {
 
-void RunningHoardd::describeService(const std::vector<std::string> &arguments) {
+void RunningHoardd::describeService(std::vector<std::string> arguments, const std::string &analyzeAfter) {
+    arguments.insert(arguments.end(), {"--analyze-after", analyzeAfter});
     const std::string folder = rootPath() + "/services";
     std::filesystem::create_directories(folder);
     std::ofstream file(folder + '/' + WickerlaneGatekeeperName + ".plist");
