@@ -10,7 +10,7 @@ namespace wickerlane::cli {
 using SetUp = void(Command command);
 
 SetUp setUpImport, setUpList, setUpShow, setUpCount, setUpWatch, setUpExport, setUpResolve, setUpThumbnail,
-    setUpPreview, setUpAdjustDate, setUpVideoInfo, setUpEstimate, setUpDelete, setUpChanges;
+    setUpPreview, setUpAdjustDate, setUpVideoInfo, setUpEstimate, setUpRevert, setUpDelete, setUpChanges;
 SetUp setUpAlbum, setUpFeed, setUpBulletins, setUpStream, setUpPurge, setUpPerson;
 SetUp setUpMoments, setUpDuplicates;
 SetUp setUpDaemon, setUpCheck, setUpSizes, setUpRebuildThumbnails, setUpRestore, setUpBackup;
@@ -37,6 +37,7 @@ inline constexpr Subcommand subcommands[] = {
     {"adjust-date", "Photos and videos", setUpAdjustDate},
     {"video-info", "Photos and videos", setUpVideoInfo},
     {"estimate", "Photos and videos", setUpEstimate},
+    {"revert", "Photos and videos", setUpRevert},
     {"delete", "Photos and videos", setUpDelete},
     {"changes", "Photos and videos", setUpChanges},
     {"album", "Albums and sharing", setUpAlbum},

@@ -128,6 +128,13 @@ TEST_F(Commands, PreviewNeedsItsEntitlement) {
     EXPECT_EQ(run({"entitlement", "list", "--json"}).json().begin().value().size(), 1U);
     const CommandResult done = run({"preview", uuid, edited});
     EXPECT_EQ(done.exitCode, 0) << done;
+    EXPECT_TRUE(run({"show", uuid, "--json"}).json().contains("edited"));
+    EXPECT_EQ(run({"entitlement", "revoke", self, "write-assets"}).exitCode, 0);
+    EXPECT_EQ(run({"revert", uuid}).exitCode, 1);
+    EXPECT_EQ(run({"entitlement", "grant", self, "write-assets"}).exitCode, 0);
+    EXPECT_EQ(run({"revert", uuid}).output, "1 asset reverted\n");
+    EXPECT_FALSE(run({"show", uuid, "--json"}).json().contains("edited"));
+    EXPECT_NE(run({"revert", uuid}).exitCode, 0) << "nothing is left to revert";
     EXPECT_EQ(run({"preview", uuid, file("words", bytesOf("only words"))}).exitCode, 1);
 }
 

@@ -1,0 +1,61 @@
+// wickerlane revert
+#include <fmt/format.h>
+
+#include "cli/DaemonRequests.h"
+#include "cli/Formatting.h"
+#include "cli/Output.h"
+#include "cli/StoreLookup.h"
+#include "cli/Subcommands.h"
+#include "wickerlane/protocol/AssetRows.h"
+
+namespace wickerlane::cli {
+namespace {
+
+struct Options {
+    std::vector<std::string> assets;
+};
+
+Result<> revert(const store::ManagedAsset &asset) {
+    client::Request request(protocol::revertAsset);
+    request.set(protocol::keys::assetURL, asset.assetURL());
+    return waitForWork(request).map_error([&](Problem problem) {
+        problem.text = fmt::format("{} was not reverted: {}", asset.record().uuid, problem.text);
+        return problem;
+    });
+}
+
+Result<ExitCode> revertAssets(const Options &options) {
+    const auto store = openStore();
+    if (!store)
+        return passOn(store);
+    ExitCode code = ExitCode::success;
+    std::vector<Ref<store::ManagedAsset>> assets;
+    for (const std::string &name : options.assets)
+        if (const auto asset = findAsset(**store, name))
+            assets.push_back(*asset);
+        else
+            code = report(asset.error());
+    if (code != ExitCode::success)
+        return code; // before anything is changed
+    if (const auto answers = requireDaemon(); !answers)
+        return passOn(answers);
+    std::size_t reverted = 0;
+    for (const auto &asset : assets)
+        if (const auto result = revert(*asset))
+            ++reverted;
+        else
+            code = report(result.error());
+    print(countText(reverted, "asset", "assets") + " reverted");
+    return code;
+}
+
+} // namespace
+
+void setUpRevert(Command command) {
+    command.description("Take the edits of assets back, so that they show their originals");
+    command.footer("Example:\n  wickerlane revert 7F3D0A52-6C1B-4E0E-9D43-2B1C7A5E8F10");
+    Options &options = command.runs(revertAssets);
+    command.addOption("ASSET", options.assets, "UUIDs, URLs or object IDs of assets").required();
+}
+
+} // namespace wickerlane::cli
