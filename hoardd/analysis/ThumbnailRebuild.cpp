@@ -28,8 +28,10 @@ Result<> rebuildThumbnails(Library &library) {
                 continue; // gone meanwhile
             const auto made =
                 makeThumbnails(library, (*asset)->record(), {.isForced = true, .newIndex = true});
-            if (made || made.error().kind == ProblemKind::notFound)
-                continue; // in the second case it has gone meanwhile
+            if (made)
+                continue;
+            if (const auto isThere = library.writer().contains(each.uuid); isThere && !*isThere)
+                continue; // gone meanwhile; an original that is missing is another matter
             JX_LOG(JXLogLevelError, JXThumbnailsLog, "can't make the thumbnails of %s: %s", each.uuid.c_str(),
                    made.error().text.c_str());
             failures.add(each.uuid, made.error());
