@@ -1,4 +1,5 @@
 // wickerlane moments
+#include <algorithm>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
@@ -16,6 +17,7 @@ struct Options {
     bool lists = false;
     bool update = false;
     bool rebuild = false;
+    std::string analyze; ///< The object ID of a moment or a list of moments.
     bool json = false;
 };
 
@@ -94,6 +96,40 @@ Result<> updateMoments(bool rebuild) {
     return {};
 }
 
+template <class Record>
+const Record *recordWithKey(const std::vector<Record> &records, std::int64_t key) {
+    const auto found = std::ranges::find(records, key, &Record::primaryKey);
+    return found != records.end() ? &*found : nullptr;
+}
+
+Result<> analyze(const store::StoreReader &store, const std::string &objectID) {
+    auto reader = openAnalyses(store);
+    if (!reader)
+        return passOn(reader);
+    const auto moments = reader->moments();
+    if (!moments)
+        return failToReadStore(moments);
+    const auto lists = reader->momentLists();
+    if (!lists)
+        return failToReadStore(lists);
+    const auto keyIn = [&](std::string_view entity) {
+        return store::primaryKeyInURI(objectID, store.storeUUID(), entity);
+    };
+    const auto *moment = recordWithKey(*moments, keyIn(store::momentEntity));
+    const auto *list = recordWithKey(*lists, keyIn(store::momentListEntity));
+    if (moment == nullptr && list == nullptr)
+        return fail(ProblemKind::notFound, "there is no moment or list of moments with that object ID");
+    if (const auto answers = requireDaemon(); !answers)
+        return answers;
+    auto *client = JXGatekeeperClient::sharedInstance();
+    if (moment != nullptr)
+        client->analyzeMoment(reader->objectOf(*moment).get());
+    else
+        client->analyzeMomentList(reader->objectOf(*list).get());
+    client->rebuildMomentLists(); // has nothing to do; its answer tells that the analysis before it is done
+    return {};
+}
+
 Result<ExitCode> moments(const Options &options) {
     const auto store = openStore();
     if (!store)
@@ -102,6 +138,9 @@ Result<ExitCode> moments(const Options &options) {
     if (updates)
         if (const auto updated = updateMoments(options.rebuild); !updated)
             return passOn(updated);
+    if (!options.analyze.empty())
+        if (const auto analyzed = analyze(**store, options.analyze); !analyzed)
+            return passOn(analyzed);
     auto reader = openAnalyses(**store);
     if (!reader)
         return passOn(reader);
@@ -129,7 +168,11 @@ void setUpMoments(Command command) {
     Options &options = command.runs(moments);
     command.addFlag("--lists", options.lists, "List groups of moments instead: trips, times at home");
     const auto update = command.addFlag("--update", options.update, "Update the moments first");
-    command.addFlag("--rebuild", options.rebuild, "Rebuild all moments first").excludes(update);
+    const auto rebuild =
+        command.addFlag("--rebuild", options.rebuild, "Rebuild all moments first").excludes(update);
+    const auto analyzes = command.addOption("--analyze", options.analyze,
+                                            "Analyze one moment or group again first, by its object ID");
+    analyzes.typeName("ID").excludes(update).excludes(rebuild);
     command.addFlag("--json", options.json, "Write JSON");
 }
 

@@ -87,6 +87,16 @@ void noteAlbumAsset(const LibraryPaths &paths, const std::string &albumUUID, con
                albumUUID.c_str());
 }
 
+void noteAlbumAssets(const LibraryPaths &paths, const std::string &albumUUID,
+                     std::span<const std::string> assetUUIDs) {
+    std::string lines;
+    for (const std::string &each : assetUUIDs)
+        lines.append(each).append("\n");
+    if (!replaceFile(noteFolder(paths, albumUUID) + assetsFile, std::as_bytes(std::span(lines))))
+        JX_LOG(JXLogLevelWarning, JXPhotosStateLog, "can't note the assets of the album %s beside the store",
+               albumUUID.c_str());
+}
+
 void removeAlbumNote(const LibraryPaths &paths, const std::string &albumUUID) {
     std::error_code ignored; // it would only come back with a restore
     std::filesystem::remove_all(noteFolder(paths, albumUUID), ignored);

@@ -2,6 +2,7 @@
 #ifndef HOARDD_ALBUMS_ALBUMNOTES_H
 #define HOARDD_ALBUMS_ALBUMNOTES_H
 
+#include <span>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,9 @@ namespace wickerlane::hoardd {
 void noteAlbum(const store::LibraryPaths &paths, const store::AlbumRecord &album);
 void noteAlbumAsset(const store::LibraryPaths &paths, const std::string &albumUUID,
                     const std::string &assetUUID);
+/// Of all assets that are left in an album, in the order in which they were added.
+void noteAlbumAssets(const store::LibraryPaths &paths, const std::string &albumUUID,
+                     std::span<const std::string> assetUUIDs);
 void removeAlbumNote(const store::LibraryPaths &paths, const std::string &albumUUID);
 
 struct NotedAlbum {

@@ -85,6 +85,32 @@ Result<std::vector<std::string>> deleteAlbumsCreatedAfter(Database &database, do
     return albums;
 }
 
+Result<std::vector<ShrunkAlbum>> deleteAlbumAssetsAddedAfter(Database &database, double date) {
+    auto albums =
+        database
+            .prepare(
+                "SELECT uuid FROM zalbum WHERE pk IN (SELECT album FROM zalbumasset WHERE dateadded > ?)")
+            .bind(date)
+            .all([](const Statement &row) {
+                return ShrunkAlbum{firstText(row), {}};
+            });
+    if (!albums)
+        return albums;
+    const auto deleted = database.prepare("DELETE FROM zalbumasset WHERE dateadded > ?").bind(date).run();
+    if (!deleted)
+        return passOn(deleted);
+    Statement left = database.prepare(
+        "SELECT zgenericasset.uuid FROM zalbumasset JOIN zgenericasset ON zgenericasset.pk = asset "
+        "WHERE album = (SELECT pk FROM zalbum WHERE uuid = ?) ORDER BY zalbumasset.dateadded, asset");
+    for (ShrunkAlbum &album : *albums) {
+        auto assets = left.bind(album.uuid).all(firstText);
+        if (!assets)
+            return passOn(assets);
+        album.assets = *std::move(assets);
+    }
+    return albums;
+}
+
 Result<> recountAlbums(Database &database) {
     return database.execute("UPDATE zalbum SET cachedcount = "
                             "(SELECT count(*) FROM zalbumasset WHERE album = zalbum.pk)");

@@ -36,6 +36,15 @@ namespace wickerlane::hoardd {
 [[nodiscard]] Result<std::vector<std::string>> deleteAlbumsCreatedAfter(sqlite::Database &database,
                                                                         double date);
 
+/// What is left of an album from which assets were taken.
+struct ShrunkAlbum {
+    std::string uuid;
+    std::vector<std::string> assets; ///< Their UUIDs, in the order in which they were added.
+};
+/// Takes out of all albums what was added after a date.
+[[nodiscard]] Result<std::vector<ShrunkAlbum>> deleteAlbumAssetsAddedAfter(sqlite::Database &database,
+                                                                           double date);
+
 /// Counts again what is in each album.
 [[nodiscard]] Result<> recountAlbums(sqlite::Database &database);
 

@@ -113,6 +113,21 @@ Result<> deleteExpiredBulletins(Database &database, double now) {
     return database.prepare("DELETE FROM zbulletin WHERE date <= ?").bind(now - bulletinLifetime).run();
 }
 
+Result<> deleteBulletinsAfter(Database &database, double date) {
+    return database
+        .prepare("WITH earlier AS (SELECT recordid, s.asset, kind, s.dateadded FROM zbulletin b "
+                 "JOIN zalbumasset s ON s.album = b.album AND s.dateadded BETWEEN b.originaldate AND ?1 "
+                 "JOIN zgenericasset a ON a.pk = s.asset), "
+                 "newest AS (SELECT recordid, asset, max(dateadded) AS date, sum(kind = 0) AS photos, "
+                 "sum(kind = 1) AS videos FROM earlier GROUP BY recordid) "
+                 "UPDATE zbulletin SET asset = newest.asset, date = newest.date, photos = newest.photos, "
+                 "videos = newest.videos FROM newest "
+                 "WHERE newest.recordid = zbulletin.recordid AND zbulletin.date > ?1")
+        .bind(date)
+        .run()
+        .and_then([&] { return database.prepare("DELETE FROM zbulletin WHERE date > ?").bind(date).run(); });
+}
+
 Result<> deleteBulletins(Database &database, std::uint64_t lastID) {
     const auto last = static_cast<std::int64_t>(std::min<std::uint64_t>(lastID, INT64_MAX));
     return database.prepare("DELETE FROM zbulletin WHERE recordid <= ?").bind(last).run();

@@ -47,6 +47,9 @@ struct BulletinRecord {
 [[nodiscard]] Result<std::optional<double>> firstBulletinDate(sqlite::Database &database);
 /// Deletes those that have expired at a time.
 [[nodiscard]] Result<> deleteExpiredBulletins(sqlite::Database &database, double now);
+/// Deletes what happened after a date. A bulletin that began before it tells only of what was added up to
+/// then and is still in the album.
+[[nodiscard]] Result<> deleteBulletinsAfter(sqlite::Database &database, double date);
 /// Deletes all up to a record.
 [[nodiscard]] Result<> deleteBulletins(sqlite::Database &database, std::uint64_t lastID);
 

@@ -1,13 +1,16 @@
 #include "hoardd/albums/PeopleStore.h"
 
+#include "hoardd/library/Clock.h"
+
 namespace wickerlane::hoardd {
 
 using sqlite::Database;
 using sqlite::Statement;
 
 Result<std::int64_t> emailKey(Database &database, std::string_view address) {
-    const auto added =
-        database.prepare("INSERT OR IGNORE INTO zemail (address) VALUES (?)").bind(address).run();
+    const auto added = database.prepare("INSERT OR IGNORE INTO zemail (address, dateadded) VALUES (?, ?)")
+                           .bind(address, secondsNow())
+                           .run();
     if (!added)
         return passOn(added);
     const auto key = database.prepare("SELECT key FROM zemail WHERE address = ?")
@@ -36,11 +39,21 @@ Result<std::optional<std::vector<std::byte>>> personInfo(Database &database, std
 }
 
 Result<> setPersonInfo(Database &database, std::string_view person, Bytes info) {
-    return database.prepare("INSERT OR REPLACE INTO zperson VALUES (?, ?)").bind(person, info).run();
+    return database
+        .prepare("INSERT INTO zperson VALUES (?, ?, ?) "
+                 "ON CONFLICT (personid) DO UPDATE SET info = excluded.info")
+        .bind(person, info, secondsNow())
+        .run();
 }
 
 Result<> deletePersonInfo(Database &database, std::string_view person) {
     return database.prepare("DELETE FROM zperson WHERE personid = ?").bind(person).run();
+}
+
+Result<> deletePeopleAddedAfter(Database &database, double date) {
+    return database.prepare("DELETE FROM zperson WHERE dateadded > ?").bind(date).run().and_then([&] {
+        return database.prepare("DELETE FROM zemail WHERE dateadded > ?").bind(date).run();
+    });
 }
 
 } // namespace wickerlane::hoardd

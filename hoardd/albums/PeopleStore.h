@@ -24,6 +24,9 @@ namespace wickerlane::hoardd {
 [[nodiscard]] Result<> setPersonInfo(sqlite::Database &database, std::string_view person, Bytes info);
 [[nodiscard]] Result<> deletePersonInfo(sqlite::Database &database, std::string_view person);
 
+/// Deletes the addresses and the information that came after a date.
+[[nodiscard]] Result<> deletePeopleAddedAfter(sqlite::Database &database, double date);
+
 } // namespace wickerlane::hoardd
 
 #endif

@@ -17,15 +17,23 @@ Result<> storeNotDue(Database &database, std::int64_t asset) {
         .run();
 }
 
+Result<> storeDue(Database &database, std::int64_t asset) {
+    return database.prepare("INSERT OR IGNORE INTO zduethumbnail VALUES (?)").bind(asset).run();
+}
+
 } // namespace
 
 Result<> storeRendition(Database &database, std::int64_t asset, const RenditionRow &row) {
     return database.prepare("INSERT OR REPLACE INTO zrendition VALUES (?, ?, ?, ?, ?)")
         .bind(row.assetUUID, row.filename, Bytes(row.sum), secondsNow(), row.properties)
         .run()
-        .and_then([&] {
-            return database.prepare("INSERT OR IGNORE INTO zduethumbnail VALUES (?)").bind(asset).run();
-        });
+        .and_then([&] { return storeDue(database, asset); });
+}
+
+Result<std::vector<std::string>> assetsEditedAfter(Database &database, double date) {
+    return database.prepare("SELECT assetuuid FROM zrendition WHERE dateadded > ? ORDER BY dateadded")
+        .bind(date)
+        .all([](const sqlite::Statement &row) { return std::string(row.text(0)); });
 }
 
 Result<> storeThumbnails(Database &database, std::int64_t asset, bool newIndex) {
@@ -97,13 +105,21 @@ Result<> storePurgedPreview(Database &database, std::string_view uuid) {
     return database.prepare("UPDATE zgenericasset SET previewpurged = 1 WHERE uuid = ?").bind(uuid).run();
 }
 
+Result<> keepPreviewUntil(Database &database, std::int64_t asset, double date) {
+    return database.prepare("UPDATE zgenericasset SET previewkeptuntil = ? WHERE pk = ?")
+        .bind(date, asset)
+        .run();
+}
+
 Result<std::vector<store::AssetRecord>> sharedAssetsWithThumbnails(Database &database) {
     // Without a size, the picture can't be decoded.
     return database
         .prepare(std::string(store::selectAssets) +
-                 "WHERE thumbnailindex > 0 AND width > 0 AND pk NOT IN (SELECT asset FROM zduethumbnail) "
+                 "WHERE thumbnailindex > 0 AND width > 0 AND previewkeptuntil < ? AND pk NOT IN (SELECT "
+                 "asset FROM zduethumbnail) "
                  "AND pk IN (SELECT asset FROM zalbumasset JOIN zalbum ON zalbum.pk = album "
                  "WHERE streamid IS NOT NULL) ORDER BY pk")
+        .bind(secondsNow())
         .all(store::readRecord);
 }
 

@@ -27,6 +27,9 @@ struct RenditionRow {
 [[nodiscard]] Result<> storeRendition(sqlite::Database &database, std::int64_t asset,
                                       const RenditionRow &row);
 
+/// The UUIDs of the assets that got their renditions after a date.
+[[nodiscard]] Result<std::vector<std::string>> assetsEditedAfter(sqlite::Database &database, double date);
+
 /// The thumbnails of an asset are in their places. Its thumbnail index counts up, which tells caches that
 /// there are others now: if `newIndex`, and always when they were due.
 [[nodiscard]] Result<> storeThumbnails(sqlite::Database &database, std::int64_t asset, bool newIndex);
@@ -48,6 +51,9 @@ struct RenditionRow {
 
 /// The larger thumbnail of an asset is given up until it is asked for.
 [[nodiscard]] Result<> storePurgedPreview(sqlite::Database &database, std::string_view uuid);
+
+/// Until a time, the larger thumbnail of an asset is not given up.
+[[nodiscard]] Result<> keepPreviewUntil(sqlite::Database &database, std::int64_t asset, double date);
 
 /// The assets in shared albums whose thumbnails show what they are to show, and can be made again of it; the
 /// oldest come first.

@@ -2,8 +2,10 @@
 
 #include <unistd.h>
 
+#include "hoardd/library/Clock.h"
 #include "hoardd/library/Lookup.h"
 #include "hoardd/pictures/AssetFacts.h"
+#include "hoardd/pictures/PictureStore.h"
 #include "hoardd/pictures/PreviewWell.h"
 #include "hoardd/pictures/Renditions.h"
 #include "hoardd/pictures/Thumbnails.h"
@@ -91,9 +93,9 @@ Result<Answer> updateCameraPreviewWell(Library &library, const Call &call) {
     return whenDone(showInPreviewWell(library, (*asset)->record()));
 }
 
-// A library without a cloud has all its originals, so that nothing is ever fetched; a thumbnail that is
-// missing can still be made.
-Result<Answer> downloadAsset(Library &library, const Call &call) {
+constexpr double previewKeptSeconds = 86'400;
+
+Result<Answer> download(Library &library, const Call &call) {
     const auto found = assetWithObjectID(library, call.value(keys::objectID));
     if (!found)
         return passOn(found);
@@ -102,9 +104,25 @@ Result<Answer> downloadAsset(Library &library, const Call &call) {
     if (::access(original.c_str(), R_OK) != 0)
         return fail(ProblemKind::notFound, "the original is missing, and there is no cloud to fetch it from",
                     original);
+    if (call.get(keys::shouldExtendTimer)) {
+        const auto kept = library.writer().change([&](sqlite::Database &database) {
+            return keepPreviewUntil(database, asset.primaryKey, secondsNow() + previewKeptSeconds);
+        });
+        if (!kept)
+            return passOn(kept);
+    }
     if (!call.get(keys::requestThumbnail) || isUndecodable(asset))
         return Answer();
     return whenDone(makeThumbnails(library, asset, {}));
+}
+
+// A library without a cloud has all its originals, so that nothing is ever fetched; a thumbnail that is
+// missing can still be made.
+Result<> downloadAsset(Library &library, ClientJobs queue, const Call &call) {
+    const auto job = [&library, call] {
+        call.finish(withoutExceptions([&] { return download(library, call); }));
+    };
+    return call.get(keys::shouldPrioritize) ? queue.addFirst(job) : queue.add({job});
 }
 
 constexpr Operation operations[] = {
@@ -120,7 +138,7 @@ constexpr Operation operations[] = {
     {&protocol::renditionOfAsset, renditionOfAsset},
     {&protocol::updateThumbnails, updateThumbnails, Runs::asJob},
     {&protocol::updateCameraPreviewWell, updateCameraPreviewWell},
-    {&protocol::downloadAsset, downloadAsset, Runs::asJob},
+    {&protocol::downloadAsset, downloadAsset},
 };
 
 } // namespace

@@ -18,7 +18,7 @@ JobQueue::JobQueue(std::size_t maxJobs, std::size_t maxRunning, const char *text
       maxUnfinished(maxJobs), maxLanes(maxRunning != 0 ? maxRunning : deviceProcessorCount() + 1) {
 }
 
-Result<> JobQueue::add(pid_t client, std::vector<Job> jobs, bool mayRefuse) {
+Result<> JobQueue::add(pid_t client, std::vector<Job> jobs, bool mayRefuse, Place place) {
     std::size_t started = 0;
     {
         const MutexLock lock(mutex);
@@ -28,7 +28,7 @@ Result<> JobQueue::add(pid_t client, std::vector<Job> jobs, bool mayRefuse) {
         if (isClosed || (mayRefuse && unfinished >= maxUnfinished))
             return fail(ProblemKind::queueFull, textOfFull);
         for (Job &job : jobs)
-            enqueue(client, std::move(job));
+            enqueue(client, std::move(job), place);
         started = lanesToStart(jobs.size());
     }
     start(started);
@@ -39,18 +39,18 @@ void JobQueue::addRest(pid_t client, Job rest) {
     std::size_t started = 0;
     {
         const MutexLock lock(mutex);
-        enqueue(client, std::move(rest));
+        enqueue(client, std::move(rest), Place::last);
         started = lanesToStart(1);
     }
     start(started);
 }
 
-void JobQueue::enqueue(pid_t client, Job job) {
+void JobQueue::enqueue(pid_t client, Job job, Place place) {
     beginProcessTransaction();
     Line &line = lines[client];
     if (line.waiting.empty())
         turns.push_back(client);
-    line.waiting.push_back(std::move(job));
+    line.waiting.insert(place == Place::first ? line.waiting.begin() : line.waiting.end(), std::move(job));
     ++line.unfinished;
 }
 

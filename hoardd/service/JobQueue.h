@@ -33,17 +33,18 @@ public:
 
 private:
     friend class ClientJobs;
+    enum class Place { first, last }; // among the waiting jobs of its client
     struct Line {
         std::deque<Job> waiting;
         std::size_t unfinished = 0; // jobs that wait or run
     };
 
-    [[nodiscard]] Result<> add(pid_t client, std::vector<Job> jobs, bool mayRefuse);
+    [[nodiscard]] Result<> add(pid_t client, std::vector<Job> jobs, bool mayRefuse, Place place);
     void addRest(pid_t client, Job rest);
     [[nodiscard]] std::size_t lanesToStart(std::size_t jobs) WL_REQUIRES(mutex);
     void start(std::size_t lanes);
     void runLane();
-    void enqueue(pid_t client, Job job) WL_REQUIRES(mutex);
+    void enqueue(pid_t client, Job job, Place place) WL_REQUIRES(mutex);
 
     const char *const textOfFull;
     const std::size_t maxUnfinished;
@@ -72,7 +73,11 @@ public:
     /// Takes the jobs of one request, all or none: `queueFull` when the client has too many or the queue is
     /// closed. They start in order.
     [[nodiscard]] Result<> add(std::vector<Job> jobs) const {
-        return queue->add(client, std::move(jobs), mayRefuse);
+        return queue->add(client, std::move(jobs), mayRefuse, JobQueue::Place::last);
+    }
+    /// The same for one that runs before those of the client that wait.
+    [[nodiscard]] Result<> addFirst(Job job) const {
+        return queue->add(client, {std::move(job)}, mayRefuse, JobQueue::Place::first);
     }
     /// Takes the rest of a job, which runs after those of the client that wait: called by that job, and
     /// whatever the state of the queue, so that what was begun is finished.

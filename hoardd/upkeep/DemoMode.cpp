@@ -4,6 +4,10 @@
 #include "hoardd/albums/AlbumStore.h"
 #include "hoardd/albums/BulletinBoard.h"
 #include "hoardd/albums/BulletinStore.h"
+#include "hoardd/albums/PeopleStore.h"
+#include "hoardd/library/Lookup.h"
+#include "hoardd/pictures/PictureStore.h"
+#include "hoardd/pictures/Renditions.h"
 #include "hoardd/saving/Publication.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 
@@ -11,7 +15,9 @@ namespace wickerlane::hoardd {
 
 using sqlite::Database;
 
-Result<> removeAddedSince(Library &library, double date) {
+namespace {
+
+Result<> removeAssets(Library &library, double date) {
     const auto added = library.writer().addedSince(date);
     if (!added)
         return passOn(added);
@@ -22,16 +28,63 @@ Result<> removeAddedSince(Library &library, double date) {
         if (const auto removed = removeAsset(library, each); !removed)
             return removed;
     }
-    const auto albums = library.writer().change([date](Database &database) {
-        return deleteBulletins(database, INT64_MAX).and_then([&] {
-            return deleteAlbumsCreatedAfter(database, date);
+    return {};
+}
+
+Result<> removeRenditions(Library &library, double date) {
+    const auto edited =
+        library.read([date](Database &database) { return assetsEditedAfter(database, date); });
+    if (!edited)
+        return passOn(edited);
+    for (const std::string &each : *edited) {
+        if (library.isEnding())
+            return stopped();
+        ReleaseScope scope;
+        const auto asset = assetWithUUID(library, each);
+        if (!asset)
+            return passOn(asset);
+        if (const auto removed = revertRendition(library, (*asset)->record()); !removed)
+            return removed;
+    }
+    return {};
+}
+
+struct ChangedAlbums {
+    std::vector<std::string> deleted; // their UUIDs
+    std::vector<ShrunkAlbum> shrunk;
+};
+
+Result<ChangedAlbums> takeFromStore(Database &database, double date) {
+    ChangedAlbums changed;
+    return deleteBulletinsAfter(database, date)
+        .and_then([&] { return deletePeopleAddedAfter(database, date); })
+        .and_then([&] { return deleteAlbumsCreatedAfter(database, date); })
+        .and_then([&](std::vector<std::string> deleted) {
+            changed.deleted = std::move(deleted);
+            return deleteAlbumAssetsAddedAfter(database, date);
+        })
+        .map([&](std::vector<ShrunkAlbum> shrunk) {
+            changed.shrunk = std::move(shrunk);
+            return std::move(changed);
         });
-    });
+}
+
+} // namespace
+
+Result<> removeAddedSince(Library &library, double date) {
+    const auto removed =
+        removeAssets(library, date).and_then([&] { return removeRenditions(library, date); });
+    if (!removed)
+        return removed;
+    const auto albums =
+        library.writer().change([date](Database &database) { return takeFromStore(database, date); });
     if (!albums)
         return passOn(albums);
     postBulletinsChanged();
-    for (const std::string &uuid : *albums)
+    for (const std::string &uuid : albums->deleted)
         removeAlbumNote(library.paths(), uuid);
+    for (const ShrunkAlbum &album : albums->shrunk)
+        noteAlbumAssets(library.paths(), album.uuid, album.assets);
     return {};
 }
 

@@ -6,8 +6,9 @@
 
 namespace wickerlane::hoardd {
 
-/// Takes all assets and albums out of the library that were added after a date (seconds since 2001-01-01
-/// 00:00:00 UTC), and all bulletins.
+/// Takes out of the library what came after a date (seconds since 2001-01-01 00:00:00 UTC): assets, edited
+/// renditions, albums, what was put into older albums, bulletins, and people. What was replaced or deleted
+/// since doesn't come back.
 [[nodiscard]] Result<> removeAddedSince(Library &library, double date);
 
 } // namespace wickerlane::hoardd

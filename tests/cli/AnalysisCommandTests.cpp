@@ -44,6 +44,12 @@ TEST_F(AnalysisCommands, MomentsAreListedOnceTheyHaveBeenMade) {
     EXPECT_EQ(std::count(table.output.begin(), table.output.end(), '\n'), 3) << table;
     EXPECT_EQ(run({"moments", "--rebuild", "--json"}).json(), moments) << "keys stay";
     EXPECT_EQ(run({"moments", "--rebuild", "--update"}).exitCode, 2);
+
+    const std::string moment = moments[1]["objectID"], list = moments[1]["list"];
+    for (const std::string &objectID : {moment, list})
+        EXPECT_EQ(run({"moments", "--analyze", objectID, "--json"}).json(), moments) << objectID;
+    for (const std::string &objectID : {moment + "0", std::string("a moment")})
+        EXPECT_EQ(run({"moments", "--analyze", objectID}).exitCode, 4) << objectID;
 }
 
 TEST_F(AnalysisCommands, DuplicatesAreListedAndDecisionsRemembered) {

@@ -12,7 +12,6 @@
 #include "tests/hoardd/RunningHoardd.h"
 #include "tests/support/WaitUntil.h"
 #include "wickerlane/store/AnalysisReader.h"
-#include "wickerlane/store/StoredObject.h"
 
 using namespace wickerlane;
 using namespace wickerlane::test;
@@ -139,14 +138,23 @@ TEST_F(Analysis, OneMomentOrListIsNamedByItsObjectID) {
     };
     const std::string moment = store::objectURI(storeUUID, 1, "Moment");
     const std::string list = store::objectURI(storeUUID, 1, "MomentList");
-    const auto object = store::StoredObject::create(storeUUID, store::momentEntity, 1);
-    const auto byObject = request(65);
-    JXMsgDictionarySetManagedObjectID(byObject.get(), "momentOID", object->objectID());
-    EXPECT_EQ(byObject->description()->utf8(), named(65, "momentOID", moment)->description()->utf8());
-    answer(byObject.get());
-    EXPECT_TRUE(reader().moments()->front().isAnalyzed);
-    answer(named(66, "momentListOID", list).get());
+    auto opened = reader();
+    const auto byObject = [](std::int64_t code, const char *key, const store::StoredObject *object) {
+        auto message = request(code);
+        JXMsgDictionarySetManagedObjectID(message.get(), key, object->objectID());
+        return message;
+    };
+    const auto momentObject = opened.objectOf(opened.moments()->front());
+    answer(byObject(65, "momentOID", momentObject.get()).get());
+    EXPECT_TRUE(opened.moments()->front().isAnalyzed);
+    saveAt(1e9 + 1, pngOf(fourCorners(8, 8)));
+    answer(rebuildRequest(true).get());
+    EXPECT_FALSE(isComplete());
+    const auto listObject = opened.objectOf(opened.momentLists()->front());
+    answer(byObject(66, "momentListOID", listObject.get()).get());
     EXPECT_TRUE(isComplete());
+    answer(named(65, "momentOID", moment).get());
+    answer(named(66, "momentListOID", list).get());
     // What is gone is no error: who asked could not know.
     answer(named(65, "momentOID", store::objectURI(storeUUID, 77, "Moment")).get());
     for (const std::string &uri :

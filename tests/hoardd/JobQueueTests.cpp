@@ -57,4 +57,23 @@ TEST(JobQueue, TakesTurnsBetweenClients) {
     EXPECT_EQ(order, "abcabaar");
 }
 
+TEST(JobQueue, PutsAJobBeforeTheOthersOfItsClient) {
+    JobQueue queue(100, 1);
+    std::promise<void> gate, begun;
+    std::string order;
+    const auto job = [&](char name) { return [&order, name] { order += name; }; };
+    const ClientJobs first(queue, 1, true), second(queue, 2, true);
+    ASSERT_TRUE(first.add({[&, opened = gate.get_future().share()] {
+        begun.set_value();
+        opened.wait();
+    }}));
+    begun.get_future().wait();
+    ASSERT_TRUE(first.add({job('a'), job('b')}));
+    ASSERT_TRUE(second.add({job('x'), job('y')}));
+    ASSERT_TRUE(second.addFirst(job('z')));
+    gate.set_value();
+    queue.close();
+    EXPECT_EQ(order, "azbxy") << "no other client waits longer for it";
+}
+
 } // namespace

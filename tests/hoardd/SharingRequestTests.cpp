@@ -151,6 +151,14 @@ TEST_F(Sharing, SpaceOfSharedAlbumsIsFreedAndComesBackOnDemand) {
     update->setBool("waitingForReply", true);
     answer(update.get());
     EXPECT_EQ(job(0, std::nullopt), one) << "it is there again";
+    const auto download = request(74);
+    const std::string uri = textIn(first, "objectIDURI");
+    download->setData("objectID", uri.data(), uri.size());
+    for (const char *key : {"requestThumbnail", "shouldPrioritize", "shouldExtendTimer"})
+        download->setBool(key, true);
+    answer(download.get());
+    EXPECT_EQ(job(0, std::nullopt), 0) << "it stays for a day";
+    EXPECT_EQ(job(1, UINT64_MAX), 0);
 }
 
 TEST_F(Sharing, PeopleAreRemembered) {

@@ -5,6 +5,8 @@
 #include "hoardd/albums/AlbumStore.h"
 #include "hoardd/albums/Albums.h"
 #include "hoardd/albums/BulletinBoard.h"
+#include "hoardd/albums/BulletinStore.h"
+#include "hoardd/albums/PeopleStore.h"
 #include "hoardd/library/Clock.h"
 #include "hoardd/library/Lookup.h"
 #include "hoardd/pictures/Renditions.h"
@@ -150,26 +152,63 @@ TEST_F(Sizes, AreThoseOfTheFiles) {
 }
 
 TEST_F(DemoMode, TakesOutWhatCameAfterADate) {
-    const auto mine = saved(pngOf(fourCorners(4, 4)));
-    const std::string before = *makeAlbum(library(), "Mine");
+    const FileBytes picture = jpegOf(fourCorners(300, 200)), edited = jpegOf(fourCorners(200, 300));
+    const auto mine = saved(picture), shared = saved(picture), kept = saved(picture);
+    const auto add = [&](const store::AssetRecord &asset, const std::string &album) {
+        ASSERT_TRUE(addToAlbum(library(), **library().assets().assetWithUUID(asset.uuid),
+                               **library().assets().albumWithUUID(album), getuid()));
+    };
+    const auto meet = [&](const char *person) {
+        ASSERT_TRUE(library().writer().change([&](Database &database) {
+            constexpr std::byte info{'i'};
+            return setPersonInfo(database, person, wickerlane::Bytes(&info, 1)).and_then([&] {
+                return emailKey(database, person);
+            });
+        }));
+    };
+    const std::string before = *makeStreamAlbum(library(), "Mine");
+    add(shared, before);
+    meet("Ada");
+    EXPECT_TRUE(setRendition(library(), kept, *dataOf(edited), nullptr));
     // A moment later for each, whatever the clock's steps are.
-    execute("UPDATE zgenericasset SET dateadded = dateadded - 10; UPDATE zalbum SET datecreated = "
-            "datecreated - 10");
+    execute("UPDATE zgenericasset SET dateadded = dateadded - 10; UPDATE zalbumasset SET dateadded = 1000; "
+            "UPDATE zalbum SET datecreated = datecreated - 10; UPDATE zrendition SET dateadded = 1000; "
+            "UPDATE zbulletin SET originaldate = 1000; "
+            "UPDATE zemail SET dateadded = 1000; UPDATE zperson SET dateadded = 1000");
     const double began = secondsNow() - 5;
     const auto visitors = saved(pngOf(fourCorners(5, 4)));
     const std::string after = *makeStreamAlbum(library(), "A visitor's");
-    ASSERT_TRUE(addToAlbum(library(), **library().assets().assetWithUUID(mine.uuid),
-                           **library().assets().albumWithUUID(after), getuid()));
-    ASSERT_EQ(badgeCount(library()), 1);
+    add(mine, after);
+    add(mine, before); // which the bulletin of the other gathers
+    meet("Ada");
+    meet("A visitor");
+    const FileBytes thumbnail = contentsOf(paths.thumbnail(mine.uuid, store::ThumbnailSize::small));
+    EXPECT_TRUE(setRendition(library(), mine, *dataOf(edited), nullptr));
+    ASSERT_EQ(badgeCount(library()), 2);
 
     EXPECT_TRUE(removeAddedSince(library(), began));
+    EXPECT_EQ(library().writer().renditionOf(mine.uuid), "");
+    EXPECT_EQ(contentsOf(paths.thumbnail(mine.uuid, store::ThumbnailSize::small)), thumbnail);
+    EXPECT_NE(library().writer().renditionOf(kept.uuid), "");
+    for (const char *table : {"zperson", "zemail", "zalbumasset"})
+        EXPECT_EQ(library().read([&](Database &database) {
+            return database.integer((std::string("SELECT count(*) FROM ") + table).c_str());
+        }),
+                  1)
+            << table;
+    const auto left = library().read([](Database &database) { return currentBulletins(database, 1001); });
+    ASSERT_TRUE(left && left->size() == 1);
+    EXPECT_EQ(left->front().photos, 1);
+    EXPECT_EQ(left->front().date, 1000);
+    EXPECT_EQ(left->front().assetUUID, shared.uuid);
     EXPECT_EQ(recordOf(visitors.uuid).uuid, "");
     EXPECT_EQ(recordOf(mine.uuid).uuid, mine.uuid);
-    EXPECT_EQ(badgeCount(library()), 0);
-    EXPECT_EQ(library().assets().albums()->size(), 1U);
+    execute("DELETE FROM zalbum");
     EXPECT_TRUE(recreateAlbums(library()));
     EXPECT_EQ(library().assets().albums()->size(), 1U) << "nor does the album come back";
-    EXPECT_TRUE(*library().assets().albumWithUUID(before));
+    const auto album = library().assets().albumWithUUID(before);
+    ASSERT_TRUE(album && *album);
+    EXPECT_EQ((*album)->record().assetCount, 1U) << "nor what was added";
     EXPECT_EQ(faults(), "");
 }
 

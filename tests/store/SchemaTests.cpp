@@ -68,6 +68,7 @@ TEST(Schema, WhatWasSharedBeforeComesIntoTheFeed) {
         "INSERT INTO zgenericasset (pk, uuid, kind, directory, filename, originalfilename, format, width, "
         "height, orientation, datecreated, dateadded, bytesize, sha256, thumbnailindex, problem) "
         "SELECT i, i, 0, '', '', '', '', 0, 0, 1, 0, 0, 0, zeroblob(32), 0, '' FROM n;"
+        "INSERT INTO zlibrary VALUES ('00000000-0000-4000-8000-000000000000');"
         "INSERT INTO zalbum (pk, uuid, name, streamid, datecreated) VALUES (1, 'A', 'A', 's', 0), "
         "(2, 'B', 'B', NULL, 0);"
         "INSERT INTO zalbumasset VALUES (1, 1, 9000), (1, 2, 1000), (1, 3, 2000), (2, 4, 1000);"))

@@ -19,7 +19,14 @@ Result<AnalysisReader> AnalysisReader::open(const LibraryPaths &paths) {
     auto opened = Database::open(paths.database(), Database::Access::read);
     if (!opened)
         return passOn(opened);
-    return AnalysisReader(*std::move(opened));
+    const auto uuid = opened->prepare("SELECT uuid FROM zlibrary LIMIT 1").first([](const Statement &row) {
+        return std::string(row.text(0));
+    });
+    if (!uuid)
+        return passOn(uuid);
+    if (!*uuid)
+        return fail(ProblemKind::damagedStore, "the library's store has no identity", paths.database());
+    return AnalysisReader(*std::move(opened), **uuid);
 }
 
 Result<std::vector<MomentRecord>> AnalysisReader::moments() {
@@ -61,6 +68,14 @@ Result<std::vector<std::string>> AnalysisReader::assetsOfMoment(std::int64_t pri
                  "WHERE m.moment = ? ORDER BY coalesce(a.clockdate, a.datecreated), a.pk")
         .bind(primaryKey)
         .all([](const Statement &row) { return std::string(row.text(0)); });
+}
+
+Ref<StoredObject> AnalysisReader::objectOf(const MomentRecord &moment) const {
+    return StoredObject::create(storeUUID, momentEntity, moment.primaryKey);
+}
+
+Ref<StoredObject> AnalysisReader::objectOf(const MomentListRecord &list) const {
+    return StoredObject::create(storeUUID, momentListEntity, list.primaryKey);
 }
 
 Result<std::vector<DuplicatesRecord>> AnalysisReader::duplicates() {

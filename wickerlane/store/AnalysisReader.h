@@ -11,6 +11,7 @@
 
 #include "wickerlane/store/LibraryPaths.h"
 #include "wickerlane/store/Sqlite.h"
+#include "wickerlane/store/StoredObject.h"
 
 namespace wickerlane::store {
 
@@ -70,6 +71,10 @@ public:
     /// The same before the similar, the oldest in the library first.
     [[nodiscard]] Result<std::vector<DuplicatesRecord>> duplicates();
 
+    // What the operations on one moment or list ask for.
+    [[nodiscard]] Ref<StoredObject> objectOf(const MomentRecord &moment) const;
+    [[nodiscard]] Ref<StoredObject> objectOf(const MomentListRecord &list) const;
+
     /// The cloud feed; the newest first.
     [[nodiscard]] Result<std::vector<FeedEntryRecord>> cloudFeed();
 
@@ -79,8 +84,10 @@ public:
     [[nodiscard]] Result<bool> areDuplicatesComplete();
 
 private:
-    explicit AnalysisReader(sqlite::Database opened) : database(std::move(opened)) {}
+    AnalysisReader(sqlite::Database opened, std::string uuid)
+        : database(std::move(opened)), storeUUID(std::move(uuid)) {}
     sqlite::Database database;
+    std::string storeUUID;
 };
 
 } // namespace wickerlane::store

@@ -360,9 +360,16 @@ INSERT INTO zalbumasset SELECT * FROM zkeptalbumasset ORDER BY dateadded, asset;
 DROP TABLE zkeptalbumasset;
 )sql";
 
+// When people came, and until when a thumbnail is not given up.
+constexpr const char *visits = R"sql(
+ALTER TABLE zgenericasset ADD COLUMN previewkeptuntil REAL NOT NULL DEFAULT 0;
+ALTER TABLE zemail ADD COLUMN dateadded REAL NOT NULL DEFAULT 0;
+ALTER TABLE zperson ADD COLUMN dateadded REAL NOT NULL DEFAULT 0;
+)sql";
+
 // New tables and columns are added by a step of their own at the end.
-constexpr const char *steps[] = {assets,  renditions, durations,     sums,   counts,   analyses,   albums,
-                                 sharing, feed,       dueThumbnails, clocks, decoders, currentFeed};
+constexpr const char *steps[] = {assets,  renditions, durations,     sums,   counts,   analyses,    albums,
+                                 sharing, feed,       dueThumbnails, clocks, decoders, currentFeed, visits};
 
 } // namespace
 
