@@ -9,6 +9,7 @@
 #include "hoardd/pictures/Thumbnails.h"
 #include "hoardd/saving/FoundFiles.h"
 #include "hoardd/saving/Publication.h"
+#include "hoardd/saving/Trash.h"
 #include "hoardd/service/OperationFamilies.h"
 #include "wickerlane/platform/queue/WorkQueue.h"
 #include "wickerlane/protocol/ServiceName.h"
@@ -27,7 +28,7 @@ constexpr std::chrono::minutes batteryPause{5};
 std::vector<std::span<const Operation>> allOperations() {
     return {accessOperations(),  assetOperations(),   renditionOperations(), videoOperations(),
             saveOperations(),    fileOperations(),    dateOperations(),      albumOperations(),
-            sharingOperations(), libraryOperations(), analysisOperations()};
+            sharingOperations(), libraryOperations(), analysisOperations(),  trashOperations()};
 }
 
 Daemon::Daemon(DaemonOptions options)
@@ -50,12 +51,14 @@ void Daemon::prepareLibrary(Library &library) {
     // Beside the requests.
     static_cast<void>(ClientJobs::ownOf(longWork).add({[&library] {
         saveFilesLeftFound(library);
+        emptyExpiredTrash(library);
         tryUndecodable(library, Refused::byOthers);
         makeThumbnailsLeftDue(library);
     }}));
     library.thumbnailRetry().whenDue([this, &library] {
         static_cast<void>(ClientJobs::ownOf(longWork).add({[&library] { makeThumbnailsLeftDue(library); }}));
     });
+    emptyTrashTomorrow(library);
     watchBulletins(library);
     if (settings.quietTime.count() == 0)
         return;
@@ -82,6 +85,13 @@ void Daemon::watchBulletins(Library &library) {
     };
     static_cast<void>(
         ClientJobs::ownOf(longWork).add({expire})); // which is closed when the process is ending
+}
+
+void Daemon::emptyTrashTomorrow(Library &library) {
+    WorkQueue::global()->after(std::chrono::hours(24), [this, &library] {
+        static_cast<void>(ClientJobs::ownOf(longWork).add({[&library] { emptyExpiredTrash(library); }}));
+        emptyTrashTomorrow(library);
+    });
 }
 
 Result<> Daemon::start(Handler<void()> ended) {

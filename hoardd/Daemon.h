@@ -38,6 +38,9 @@ private:
     void prepareLibrary(Library &library);
     void watchBulletins(Library &library);
     void analyzeWhenQuiet(Library &library);
+    /// Has the trash emptied of what has expired, a day from now and each day after that. The daemon lives as
+    /// long as the process.
+    void emptyTrashTomorrow(Library &library);
 
     const DaemonOptions settings;
     JobQueue jobs;       // saves and pictures

@@ -3,10 +3,8 @@
 #include "hoardd/albums/AlbumStore.h"
 #include "hoardd/albums/Albums.h"
 #include "hoardd/library/Lookup.h"
-#include "hoardd/saving/Publication.h"
 #include "hoardd/service/Call.h"
 #include "wickerlane/protocol/AlbumRows.h"
-#include "wickerlane/protocol/Entitlements.h"
 
 namespace wickerlane::hoardd {
 
@@ -38,15 +36,6 @@ Result<Answer> addAssetToAlbum(Library &library, const Call &call) {
     return Answer().set(keys::success, true);
 }
 
-Result<Answer> deleteAsset(Library &library, const Call &call) {
-    const auto asset = assetWithURL(library, call.get(keys::assetURL));
-    if (!asset)
-        return passOn(asset);
-    if (const auto removed = removeAsset(library, (*asset)->record()); !removed)
-        return passOn(removed);
-    return Answer().set(keys::success, true).set(keys::hasEntitlement, true);
-}
-
 Result<Answer> setExternalUsageIntent(Library &library, const Call &call) {
     const auto asset = assetWithURL(library, call.get(keys::assetURL));
     if (!asset)
@@ -72,11 +61,6 @@ Result<Answer> automaticallyDeleteEmptyAlbum(Library &library, const Call &call)
 constexpr Operation operations[] = {
     {&protocol::addGroup, addGroup},
     {.row = &protocol::addAssetToAlbum, .handler = addAssetToAlbum, .refusal = bySuccess},
-    {.row = &protocol::deleteAsset,
-     .handler = deleteAsset,
-     .runs = Runs::beside,
-     .entitlement = &JXDeleteAssetsEntitlement,
-     .refusal = bySuccessAndEntitlement},
     {.row = &protocol::setExternalUsageIntent, .handler = setExternalUsageIntent, .refusal = bySuccess},
     {&protocol::recalculateCachedAlbumCounts, recalculateCachedAlbumCounts},
     {&protocol::automaticallyDeleteEmptyAlbum, automaticallyDeleteEmptyAlbum},

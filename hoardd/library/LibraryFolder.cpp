@@ -1,5 +1,6 @@
 #include "hoardd/library/LibraryFolder.h"
 
+#include "hoardd/library/DiskReserve.h"
 #include "wickerlane/log/JXLog.h"
 
 namespace wickerlane::hoardd {
@@ -9,7 +10,7 @@ Result<Library *> LibraryFolder::open() {
     if (library == nullptr) {
         if (isEnding)
             return stopped();
-        auto made = Library::open(folderPaths);
+        auto made = withDiskReserve(folderPaths, [&] { return Library::open(folderPaths); });
         if (!made) {
             JX_LOG(JXLogLevelError, JXGenericLog, "%s", made.error().text.c_str());
             return passOn(made);

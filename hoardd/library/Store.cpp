@@ -1,6 +1,7 @@
 #include "hoardd/library/Store.h"
 
 #include "hoardd/library/Failures.h"
+#include "hoardd/library/TrashStore.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/store/AssetColumns.h"
 #include "wickerlane/store/Schema.h"
@@ -96,7 +97,7 @@ Result<> Store::insert(std::span<Pending *const> group) {
         for (Addition &addition : each->additions) {
             // Within the transaction, so that of two equal ones the second finds the first.
             if (addition.unlessPresent) {
-                auto present = findSum(addition.record.sha256);
+                auto present = findOrRestore(addition.record.sha256);
                 if (!present)
                     return passOn(present);
                 if (*present) {
@@ -128,8 +129,10 @@ Result<> Store::insert(std::span<Pending *const> group) {
     return {};
 }
 
-Result<> Store::remove(std::string_view uuid) {
-    return change([uuid](Database &opened) {
+Result<> Store::remove(std::string_view uuid, AssetPlace from) {
+    return change([=](Database &opened) {
+        if (from == AssetPlace::trash)
+            return deleteFromTrash(opened, uuid);
         return opened.prepare("DELETE FROM zgenericasset WHERE uuid = ?").bind(uuid).run();
     });
 }
@@ -164,6 +167,20 @@ Result<std::optional<store::AssetRecord>> Store::findSum(const store::Sha256 &su
         .first(store::readRecord);
 }
 
+Result<std::optional<store::AssetRecord>> Store::findOrRestore(const store::Sha256 &sum) {
+    auto present = findSum(sum);
+    if (!present || *present)
+        return present;
+    const auto trashed = trashedWithSum(database, sum);
+    if (!trashed)
+        return passOn(trashed);
+    if (!*trashed)
+        return present;
+    if (const auto taken = takeFromTrash(database, **trashed); !taken)
+        return passOn(taken);
+    return findSum(sum);
+}
+
 Result<std::optional<store::AssetRecord>> Store::assetWithSum(const store::Sha256 &sum) {
     const MutexLock lock(databaseMutex);
     return findSum(sum);
@@ -172,6 +189,14 @@ Result<std::optional<store::AssetRecord>> Store::assetWithSum(const store::Sha25
 Result<bool> Store::contains(std::string_view uuid) {
     const MutexLock lock(databaseMutex);
     return database.prepare("SELECT 1 FROM zgenericasset WHERE uuid = ?").bind(uuid).any();
+}
+
+Result<bool> Store::knows(std::string_view uuid) {
+    const auto isThere = contains(uuid);
+    if (!isThere || *isThere)
+        return isThere;
+    const MutexLock lock(databaseMutex);
+    return isInTrash(database, uuid);
 }
 
 template <class... Values>

@@ -17,6 +17,9 @@
 
 namespace wickerlane::hoardd {
 
+/// Where an asset may be.
+enum class AssetPlace { library, trash };
+
 /// The one connection that writes the database and checkpoints it: the process that has it holds the
 /// library's lock. Thread-safe.
 class Store {
@@ -26,9 +29,9 @@ public:
 
     /// An asset to be added.
     struct Addition {
-        store::AssetRecord record;     ///< Gets its primary key; or becomes the one that was present.
-        bool unlessPresent = false;    ///< Not when there is one with the same sum.
-        bool wasPresent = false;       ///< There was: nothing has been added.
+        store::AssetRecord record;  ///< Gets its primary key; or becomes the one that was present.
+        bool unlessPresent = false; ///< Not when there is one with the same sum; one in the trash comes back.
+        bool wasPresent = false;    ///< There was: nothing has been added.
         bool thumbnailsAreDue = false; ///< They are still to be made; see due().
         DueFacts dueFacts = DueFacts::none;
     };
@@ -41,13 +44,16 @@ public:
     [[nodiscard]] Result<> add(std::span<Addition> additions);
 
     /// Removes the row of an asset, and with it all that the store says of it. Succeeds without one.
-    [[nodiscard]] Result<> remove(std::string_view uuid);
+    [[nodiscard]] Result<> remove(std::string_view uuid, AssetPlace from = AssetPlace::library);
 
     /// The oldest asset whose original has that sum; nothing when there is none.
     [[nodiscard]] Result<std::optional<store::AssetRecord>> assetWithSum(const store::Sha256 &sum);
 
     /// Whether there is an asset with that UUID.
     [[nodiscard]] Result<bool> contains(std::string_view uuid);
+
+    /// Whether there is one in the library or in the trash.
+    [[nodiscard]] Result<bool> knows(std::string_view uuid);
 
     /// Assets whose thumbnails are due: of those with primary keys after `last`, in their order, at most
     /// `limit`.
@@ -111,6 +117,9 @@ private:
     void commit(std::span<Pending *const> group) WL_EXCLUDES(databaseMutex);
     [[nodiscard]] Result<> insert(std::span<Pending *const> group) WL_REQUIRES(databaseMutex);
     [[nodiscard]] Result<std::optional<store::AssetRecord>> findSum(const store::Sha256 &sum)
+        WL_REQUIRES(databaseMutex);
+    /// The same; takes it out of the trash if only that has one.
+    [[nodiscard]] Result<std::optional<store::AssetRecord>> findOrRestore(const store::Sha256 &sum)
         WL_REQUIRES(databaseMutex);
     /// The assets that a condition with these values selects.
     template <class... Values>

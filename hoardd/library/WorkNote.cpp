@@ -14,7 +14,9 @@ struct Ending {
     Work work;
     std::string_view text; ///< After the name of the original.
 };
-constexpr Ending endings[] = {{Work::rendition, ".setting-rendition"}, {Work::removal, ".removing"}};
+constexpr Ending endings[] = {{Work::rendition, ".setting-rendition"},
+                              {Work::removal, ".removing"},
+                              {Work::removalFromTrash, ".removing-from-trash"}};
 
 } // namespace
 
@@ -27,7 +29,7 @@ Result<WorkNote> WorkNote::write(const store::LibraryPaths &paths, const store::
     if (!openFile(path, O_WRONLY | O_CREAT))
         return failSystem("make", path);
     WorkNote note(std::move(path));
-    if (work == Work::removal)
+    if (work != Work::rendition)
         if (const auto durable = makeNamesDurable(paths.saving()); !durable)
             return passOn(durable);
     return note;

@@ -13,8 +13,9 @@
 namespace wickerlane::hoardd {
 
 enum class Work {
-    rendition, ///< An edited rendition takes its place before its row is committed.
-    removal,   ///< The asset goes, with all its files.
+    rendition,        ///< An edited rendition takes its place before its row is committed.
+    removal,          ///< The asset goes, with all its files.
+    removalFromTrash, ///< The same of one in the trash.
 };
 
 /// A small file in the library's Saving folder, which goes with this object unless it is kept. Like all in

@@ -13,6 +13,11 @@ namespace {
 
 /// As the store is now.
 Result<bool> isFileOfAsset(Library &library, const std::string &uuid, const std::string &path) {
+    const auto trashed = library.assets().trashedWithUUID(uuid);
+    if (!trashed)
+        return passOn(trashed);
+    if (trashed->asset)
+        return true; // all files of what is in the trash stay
     const auto asset = library.assets().assetWithUUID(uuid);
     if (!asset)
         return passOn(asset);

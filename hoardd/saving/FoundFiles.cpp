@@ -88,7 +88,7 @@ SaveJob jobFor(Library &library, const std::string &path) {
         nullptr, nullptr, true};
     const std::string uuid = uuidInName(path);
     if (!uuid.empty())
-        if (const auto known = library.assets().assetWithUUID(uuid); known && !*known)
+        if (const auto known = library.writer().knows(uuid); known && !*known)
             job.uuid = uuid;
     return job;
 }

@@ -7,6 +7,7 @@
 #include <set>
 #include <vector>
 
+#include "hoardd/library/DiskReserve.h"
 #include "hoardd/library/DurableFolders.h"
 #include "hoardd/library/Failures.h"
 #include "hoardd/library/WorkNote.h"
@@ -124,22 +125,42 @@ Result<> publishAssets(Library &library, std::span<StagedAsset *const> assets) {
     return {};
 }
 
-Result<> removeAsset(Library &library, const AssetRecord &asset) {
+namespace {
+
+/// Of an asset whose row has gone. But it may be in the other place by now: saving the same bytes takes it
+/// out of the trash.
+Result<> removeFilesUnlessKnown(Library &library, const AssetRecord &asset) {
+    const auto isKnown = library.writer().knows(asset.uuid);
+    if (!isKnown)
+        return passOn(isKnown);
+    if (!*isKnown)
+        removeAllFiles(library.paths(), asset);
+    return {};
+}
+
+} // namespace
+
+Result<> removeAsset(Library &library, const AssetRecord &asset, AssetPlace from) {
     const auto reservation = library.locks().reserve(asset.uuid);
     if (!reservation)
         return fail(ProblemKind::busy, "the asset is being saved");
     const MutexLock lock(library.locks().of(asset.uuid));
-    const auto note = WorkNote::write(library.paths(), asset, Work::removal);
-    if (!note)
-        return passOn(note);
-    // If this fails the note goes. Should the commit be found after a crash nevertheless, the files will be,
-    // too.
-    if (auto removed = library.writer().remove(asset.uuid); !removed)
-        return removed;
-    if (isInPreviewWell(library, asset))
-        static_cast<void>(clearPreviewWell(library)); // the asset has gone all the same
-    removeAllFiles(library.paths(), asset);
-    return {};
+    return withDiskReserve(library.paths(), [&]() -> Result<> {
+        auto note = WorkNote::write(library.paths(), asset,
+                                    from == AssetPlace::trash ? Work::removalFromTrash : Work::removal);
+        if (!note)
+            return passOn(note);
+        // If this fails the note goes. Should the commit be found after a crash nevertheless, the files will
+        // be, too.
+        if (auto removed = library.writer().remove(asset.uuid, from); !removed)
+            return removed;
+        if (isInPreviewWell(library, asset))
+            static_cast<void>(clearPreviewWell(library)); // the asset has gone all the same
+        auto finished = removeFilesUnlessKnown(library, asset);
+        if (!finished)
+            note->keep();
+        return finished;
+    });
 }
 
 namespace {
@@ -157,7 +178,7 @@ std::optional<AssetRecord> assetOfOriginal(const std::string &filename) {
 
 Result<> recoverSave(Library &library, const std::string &folder, const AssetRecord &asset) {
     const store::LibraryPaths &paths = library.paths();
-    const auto isSaved = library.writer().contains(asset.uuid);
+    const auto isSaved = library.writer().knows(asset.uuid);
     if (!isSaved)
         return passOn(isSaved); // both answers could lose something
     if (!*isSaved) {
@@ -188,11 +209,24 @@ Result<> recoverRendition(Library &library, const AssetRecord &asset) {
     return {};
 }
 
-Result<> finishRemoval(Library &library, const AssetRecord &asset) {
-    if (auto removed = library.writer().remove(asset.uuid); !removed)
+Result<> finishRemoval(Library &library, const AssetRecord &asset, AssetPlace from) {
+    if (auto removed = library.writer().remove(asset.uuid, from); !removed)
         return removed;
-    removeAllFiles(library.paths(), asset);
+    if (auto removed = removeFilesUnlessKnown(library, asset); !removed)
+        return removed;
     JX_LOG(JXLogLevelNotice, JXAssetImportLog, "finished the removal of %s", asset.filename.c_str());
+    return {};
+}
+
+Result<> finish(Library &library, Work work, const AssetRecord &asset) {
+    switch (work) {
+    case Work::rendition:
+        return recoverRendition(library, asset);
+    case Work::removal:
+        return finishRemoval(library, asset, AssetPlace::library);
+    case Work::removalFromTrash:
+        return finishRemoval(library, asset, AssetPlace::trash);
+    }
     return {};
 }
 
@@ -207,9 +241,7 @@ Result<> recover(Library &library, const fs::directory_entry &entry) {
         return {}; // nothing of ours
     if (!note)
         return recoverSave(library, entry.path(), *asset);
-    if (auto done =
-            note->work == Work::removal ? finishRemoval(library, *asset) : recoverRendition(library, *asset);
-        !done)
+    if (auto done = finish(library, note->work, *asset); !done)
         return done;
     ::unlink(entry.path().c_str());
     return {};

@@ -13,9 +13,10 @@ namespace wickerlane::hoardd {
 /// to be there already become `present`, and their files go.
 [[nodiscard]] Result<> publishAssets(Library &library, std::span<StagedAsset *const> assets);
 
-/// Takes an asset and all its files out of the library: all of it or nothing, even if the
-/// process is killed. Succeeds also when it has gone already. On failure it stays. Blocks.
-[[nodiscard]] Result<> removeAsset(Library &library, const store::AssetRecord &asset);
+/// Takes an asset and all its files out of the library or the trash for good: all of it or nothing, even if
+/// the process is killed. Succeeds also when it has gone already. On failure it stays. Blocks.
+[[nodiscard]] Result<> removeAsset(Library &library, const store::AssetRecord &asset,
+                                   AssetPlace from = AssetPlace::library);
 
 /// Completes or undoes what a killed process left, whatever store is there now. No original is lost with it:
 /// one that no row names moves into the Found folder. A removal that was begun is finished. Before the first

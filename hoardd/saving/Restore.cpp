@@ -8,6 +8,7 @@
 #include "hoardd/library/Lookup.h"
 #include "hoardd/library/StagedFile.h"
 #include "hoardd/saving/Saving.h"
+#include "hoardd/saving/Trash.h"
 #include "wickerlane/platform/object/Paths.h"
 #include "wickerlane/protocol/JobKeys.h"
 
@@ -60,6 +61,10 @@ Result<> saveUnder(Library &library, const std::string &uuid, const std::string 
 Result<> restoreAsset(Library &library, const std::string &uuid, std::span<const std::string> files,
                       bool mayReadFiles) {
     const MutexLock lock(library.locks().ofRestores());
+    // What the restored device has is wanted again.
+    if (auto wanted = restoreFromTrash(library, uuid);
+        !wanted && wanted.error().kind != ProblemKind::notFound)
+        return wanted;
     const auto found = library.assets().assetWithUUID(uuid);
     if (!found)
         return passOn(found);

@@ -41,7 +41,7 @@ Result<AssetLocks::Reservation> reserveUUID(Library &library, const AssetRecord 
     auto reservation = library.locks().reserve(record.uuid);
     if (!reservation)
         return fail(ProblemKind::busy, "an asset of that UUID is being saved");
-    const auto isThere = library.writer().contains(record.uuid);
+    const auto isThere = library.writer().knows(record.uuid);
     if (!isThere)
         return passOn(isThere);
     if (*isThere)

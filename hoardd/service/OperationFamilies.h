@@ -16,6 +16,7 @@ namespace wickerlane::hoardd {
 [[nodiscard]] std::span<const Operation> fileOperations(); ///< Files that callers bring.
 [[nodiscard]] std::span<const Operation> dateOperations();
 [[nodiscard]] std::span<const Operation> albumOperations();
+[[nodiscard]] std::span<const Operation> trashOperations(); ///< Deleting, and having again what was deleted.
 [[nodiscard]] std::span<const Operation> sharingOperations();
 [[nodiscard]] std::span<const Operation> libraryOperations(); ///< The library as a whole.
 [[nodiscard]] std::span<const Operation> analysisOperations();

@@ -9,6 +9,7 @@
 #include "hoardd/pictures/PictureStore.h"
 #include "hoardd/pictures/Renditions.h"
 #include "hoardd/saving/Publication.h"
+#include "hoardd/saving/Trash.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 
 namespace wickerlane::hoardd {
@@ -17,7 +18,29 @@ using sqlite::Database;
 
 namespace {
 
+/// What was deleted since a date is there again, but for what was added since then.
+Result<> restoreTrashedSince(Library &library, double date) {
+    const auto trash = library.assets().trash();
+    if (!trash)
+        return passOn(trash);
+    for (const auto &[asset, dateTrashed] : *trash) {
+        if (library.isEnding())
+            return stopped();
+        const store::AssetRecord &record = asset->record();
+        Result<> done;
+        if (record.dateAdded > date)
+            done = removeAsset(library, record, AssetPlace::trash);
+        else if (dateTrashed > date)
+            done = restoreFromTrash(library, record.uuid);
+        if (!done)
+            return done;
+    }
+    return {};
+}
+
 Result<> removeAssets(Library &library, double date) {
+    if (auto restored = restoreTrashedSince(library, date); !restored)
+        return restored;
     const auto added = library.writer().addedSince(date);
     if (!added)
         return passOn(added);

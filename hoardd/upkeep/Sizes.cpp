@@ -1,6 +1,12 @@
 #include "hoardd/upkeep/Sizes.h"
 
+#include <algorithm>
 #include <filesystem>
+#include <limits>
+#include <string>
+#include <utility>
+
+#include "hoardd/library/TrashStore.h"
 
 namespace wickerlane::hoardd {
 
@@ -28,12 +34,46 @@ std::uint64_t bytesOf(const std::string &path) {
     return none ? 0 : bytes;
 }
 
+struct TrashSizes {
+    std::uint64_t originals = 0;
+    std::uint64_t derived = 0;
+};
+
+Result<TrashSizes> trashSizes(Library &library) {
+    const store::LibraryPaths &paths = library.paths();
+    const auto trashed = library.read([](sqlite::Database &database) {
+        return trashedUntil(database, std::numeric_limits<double>::max());
+    });
+    const auto renditions = library.read([](sqlite::Database &database) {
+        return database.prepare("SELECT assetuuid, filename FROM ztrashedrendition")
+            .all([](const sqlite::Statement &row) {
+                return std::pair(std::string(row.text(0)), std::string(row.text(1)));
+            });
+    });
+    if (!trashed)
+        return passOn(trashed);
+    if (!renditions)
+        return passOn(renditions);
+    TrashSizes sizes;
+    for (const store::AssetRecord &asset : *trashed) {
+        sizes.originals += asset.byteSize;
+        for (const auto size : store::thumbnailSizes)
+            sizes.derived += bytesOf(paths.thumbnail(asset.uuid, size));
+    }
+    for (const auto &[uuid, filename] : *renditions)
+        sizes.derived += bytesOf(paths.renditionFolder(uuid) + '/' + filename);
+    return sizes;
+}
+
 } // namespace
 
 Result<std::map<std::uint32_t, std::uint64_t>> librarySizes(Library &library) {
     const auto counts = library.assets().counts();
     if (!counts)
         return passOn(counts);
+    const auto trash = trashSizes(library);
+    if (!trash)
+        return passOn(trash);
     const store::LibraryPaths &paths = library.paths();
     const std::string data = paths.folder() + "/PhotoData";
     std::map<std::uint32_t, std::uint64_t> sizes;
@@ -42,7 +82,9 @@ Result<std::map<std::uint32_t, std::uint64_t>> librarySizes(Library &library) {
     };
     set(SizeKind::photos, counts->photoBytes);
     set(SizeKind::videos, counts->videoBytes);
-    set(SizeKind::derived, bytesBelow(data + "/Thumbnails") + bytesBelow(data + "/Renditions"));
+    const std::uint64_t derived = bytesBelow(data + "/Thumbnails") + bytesBelow(data + "/Renditions");
+    set(SizeKind::derived, derived - std::min(derived, trash->derived));
+    set(SizeKind::trash, trash->originals + trash->derived);
     set(SizeKind::database, bytesOf(paths.database()) + bytesOf(paths.database() + "-wal") +
                                 bytesOf(paths.database() + "-shm") + bytesBelow(paths.albums()));
     return sizes;

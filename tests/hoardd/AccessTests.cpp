@@ -87,6 +87,9 @@ constexpr struct {
     {74, "downloadAsset:requestThumbnail:shouldPrioritize:shouldExtendTimer:", Need::access},
     {75, "videoMetadataAtPath:", Need::access},
     {1000, "setAreDuplicates:forPhotos:", Need::access},
+    {1001, "removeAssetWithURL:handler:", Need::deleteAssets},
+    {1002, "restoreTrashedAssetWithURL:handler:", Need::deleteAssets},
+    {1003, "emptyTrashWithHandler:", Need::deleteAssets},
     {1010, "adjustDatesBySeconds:forPhotos:", Need::writeAssets},
     {1020, "revertAssetWithURL:", Need::writeAssets},
     {1021, "renditionOfAssetWithURL:", Need::access},
@@ -122,7 +125,7 @@ bool isAllowed(const Asker &asker, Need need) {
 
 /// Whether an operation has a "success" of its own to say no by.
 bool saysNoBySuccess(std::int64_t code) {
-    return code == 12 || code == 13 || code == 14 || code == 17;
+    return code == 12 || code == 13 || code == 14 || code == 17 || (code >= 1001 && code <= 1003);
 }
 
 using Access = RunningHoardd;

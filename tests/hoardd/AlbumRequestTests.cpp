@@ -27,11 +27,13 @@ protected:
         message->setString("albumUUID", albumUUID);
         return answer(message.get())->getBool("success");
     }
-    Ref<MessageDictionary> remove(const std::string &assetURL) const {
-        const auto message = request(13);
+    Ref<MessageDictionary> askFor(std::int64_t code, const std::string &assetURL) const {
+        const auto message = request(code);
         message->setString("assetURL", assetURL);
         return answer(message.get());
     }
+    Ref<MessageDictionary> remove(const std::string &assetURL) const { return askFor(13, assetURL); }
+    std::uint64_t photos() const { return answer(request(16).get())->getUInt64("photoCount"); }
     std::size_t findings() const {
         const auto report = store::checkLibrary(paths);
         return report ? report->findings.size() : SIZE_MAX;
@@ -127,7 +129,7 @@ TEST_F(Album, ComesBackWithARestore) {
     EXPECT_EQ(findings(), 0U);
 }
 
-TEST_F(Album, DeletionTakesAllOfAnAssetAndNeedsTheEntitlement) {
+TEST_F(Album, ADeletedAssetIsInTheTrashUntilThatIsEmptiedAndNeedsTheEntitlement) {
     ReleaseScope scope;
     const std::string url = saved(4), self = fs::read_symlink("/proc/self/exe");
     const auto edited = request(17);
@@ -135,19 +137,66 @@ TEST_F(Album, DeletionTakesAllOfAnAssetAndNeedsTheEntitlement) {
     const FileBytes picture = pngOf(fourCorners(30, 30));
     edited->setData("imageData", picture.data(), picture.size());
     EXPECT_TRUE(answer(edited.get())->getBool("success"));
+    const auto entitle = [&](bool isEntitled) {
+        ASSERT_TRUE(
+            ConsentStore::shared().setEntitled(self, "org.wickerlane.hoardd.delete-assets", isEntitled));
+    };
 
-    ASSERT_TRUE(ConsentStore::shared().setEntitled(self, "org.wickerlane.hoardd.delete-assets", false));
+    entitle(false);
     EXPECT_FALSE(remove(url)->getBool("hasEntitlement"));
-    EXPECT_EQ(answer(request(16).get())->getUInt64("photoCount"), 1U);
-    ASSERT_TRUE(ConsentStore::shared().setEntitled(self, "org.wickerlane.hoardd.delete-assets", true));
+    EXPECT_EQ(photos(), 1U);
+    entitle(true);
     const auto removed = remove(url);
     EXPECT_TRUE(removed->getBool("hasEntitlement") && removed->getBool("success"));
-    EXPECT_FALSE(remove(url)->getBool("success")) << "it has gone already";
-    EXPECT_EQ(answer(request(16).get())->getUInt64("photoCount"), 0U);
+    EXPECT_FALSE(remove(url)->getBool("success")) << "it is in the trash already";
+    EXPECT_EQ(photos(), 0U);
+    EXPECT_EQ(findings(), 0U);
+    entitle(false);
+    EXPECT_FALSE(askFor(1002, url)->getBool("success"));
+    EXPECT_FALSE(askFor(1001, url)->getBool("success"));
+    EXPECT_FALSE(answer(request(1003).get())->getBool("success"));
+    entitle(true);
+    EXPECT_TRUE(askFor(1002, url)->getBool("success"));
+    EXPECT_FALSE(askFor(1002, url)->getBool("success"));
+    EXPECT_EQ(photos(), 1U);
+    const auto shown = request(2);
+    shown->setString("assetURL", url);
+    shown->setBool("withAdjustments", true);
+    EXPECT_NE(std::string(answer(shown.get())->getString("fileURL").value_or("")).find("Renditions"),
+              std::string::npos)
+        << "its edit has come back with it";
+
+    const std::string other = saved(5);
+    EXPECT_TRUE(remove(url)->getBool("success"));
+    EXPECT_TRUE(answer(request(1003).get())->getBool("success"));
+    EXPECT_FALSE(askFor(1002, url)->getBool("success"));
+    EXPECT_TRUE(askFor(1001, other)->getBool("success"));
+    const std::string third = saved(6);
+    EXPECT_TRUE(remove(third)->getBool("success"));
+    EXPECT_TRUE(askFor(1001, third)->getBool("success")) << "out of the trash";
+    EXPECT_FALSE(askFor(1001, third)->getBool("success"));
     for (const char *folder :
          {"/DCIM", "/PhotoData/Thumbnails", "/PhotoData/Renditions", "/PhotoData/Saving"})
         for (const auto &entry : fs::recursive_directory_iterator(paths.folder() + folder))
             EXPECT_FALSE(entry.is_regular_file()) << entry.path();
+    EXPECT_EQ(findings(), 0U);
+}
+
+TEST_F(Album, TheTrashIsEmptiedOfWhatExpiredAtTheNextStart) {
+    ReleaseScope scope;
+    const auto *old = saveData(pngOf(fourCorners(4, 4))), *young = saveData(pngOf(fourCorners(5, 4)));
+    for (const auto *each : {old, young})
+        EXPECT_TRUE(remove(textIn(each, "assetURL"))->getBool("success"));
+    end(daemon(), SIGTERM);
+    connection = connect();
+    ASSERT_TRUE(sqlite::Database::open(paths.database(), sqlite::Database::Access::write)
+                    ->execute(("UPDATE ztrashedasset SET datetrashed = datetrashed - 2592060 WHERE uuid = '" +
+                               textIn(old, "uuid") + '\'')
+                                  .c_str()));
+    answer(request(15).get());
+    answer(request(28).get()); // after the long work that the start leaves to do
+    EXPECT_FALSE(askFor(1002, textIn(old, "assetURL"))->getBool("success"));
+    EXPECT_TRUE(askFor(1002, textIn(young, "assetURL"))->getBool("success"));
     EXPECT_EQ(findings(), 0U);
 }
 

@@ -15,6 +15,7 @@
 #include "tests/support/WaitUntil.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/store/Schema.h"
+#include "wickerlane/store/StoreReader.h"
 
 using namespace wickerlane;
 using namespace wickerlane::test;
@@ -236,6 +237,53 @@ private:
     std::map<std::string, std::size_t> answered;
 };
 
+/// A client that moves assets to the trash and back without a pause, until it is told to stop.
+class TrashingClient {
+public:
+    /// Where an asset is, as far as its answers say.
+    enum class Place { library, trash, either };
+
+    TrashingClient(MessageConnection *used, std::map<std::string, Place> &known)
+        : connection(used), places(known) {
+        moveNext();
+    }
+    void stop() { stopped = true; }
+    void waitForEnd() { ended.get_future().wait(); }
+
+private:
+    void moveNext() {
+        if (places.empty() || stopped) {
+            ended.set_value();
+            return;
+        }
+        auto next = places.upper_bound(current);
+        if (next == places.end())
+            next = places.begin();
+        current = next->first;
+        const bool comesBack = next->second == Place::trash;
+        next->second = Place::either;
+        auto message = MessageDictionary::create();
+        message->setInt64("operation", comesBack ? 1002 : 13);
+        message->setString("assetURL", "rez-vault://asset/asset.JPG?id=" + current + "&ext=JPG");
+        connection->sendWithReply(message.get(), WorkQueue::global(), [this, comesBack](MessageValue *reply) {
+            const auto *answer = as<MessageDictionary>(reply);
+            if (answer == nullptr) {
+                ended.set_value();
+                return;
+            }
+            EXPECT_TRUE(answer->getBool("success")) << answer->description()->utf8();
+            places[current] = comesBack ? Place::library : Place::trash;
+            moveNext();
+        });
+    }
+
+    MessageConnection *connection;
+    std::map<std::string, Place> &places;
+    std::string current;
+    std::atomic<bool> stopped = false;
+    std::promise<void> ended;
+};
+
 /// Kills the daemon, and often its media workers before it, at random instants while several clients save,
 /// and checks the library after each. WICKERLANE_KILLS and WICKERLANE_SEED say how often and from which seed.
 TEST_F(Life, WhateverWasAnsweredIsWholeAfterAKillAtAnyInstant) {
@@ -248,7 +296,9 @@ TEST_F(Life, WhateverWasAnsweredIsWholeAfterAKillAtAnyInstant) {
     std::vector<FileBytes> pictures;
     for (std::uint32_t i = 0; i < 6; ++i)
         pictures.push_back(i % 2 == 0 ? jpegOf(fourCorners(300 + i, 200)) : pngOf(fourCorners(60 + i, 40)));
-    std::size_t answered = 0, workersKilled = 0;
+    using Place = TrashingClient::Place;
+    std::map<std::string, Place> places; // of those in `kept`
+    std::size_t answered = 0, workersKilled = 0, inTrash = 0;
     // Of one library; every thirty kills another is begun, so that looking at all of it stays quick.
     std::map<std::string, std::size_t> kept;
 
@@ -259,12 +309,14 @@ TEST_F(Life, WhateverWasAnsweredIsWholeAfterAKillAtAnyInstant) {
             connection = connect();
             fs::remove_all(paths.folder());
             kept.clear();
+            places.clear();
         }
         answer(request(15).get());
         const Process process = daemon();
         ASSERT_TRUE(process.handle);
 
         SavingClients clients(connection.get(), pictures, static_cast<std::size_t>(kill));
+        TrashingClient trashing(connection.get(), places);
         // The instant: after some answers, and somewhere within the saves that follow.
         clients.awaitAnswers(random() % 5);
         if (random() % 3 == 0) {
@@ -276,20 +328,34 @@ TEST_F(Life, WhateverWasAnsweredIsWholeAfterAKillAtAnyInstant) {
         }
         std::this_thread::sleep_for(std::chrono::microseconds(random() % 40'000));
         clients.stop();
+        trashing.stop();
         end(process, SIGKILL);
         const auto now = clients.take();
+        trashing.waitForEnd();
         answered += now.size();
         kept.insert(now.begin(), now.end());
         connection = connect(); // a request that met the end of the old daemon would fail
 
         // The next daemon puts right what is left; then nothing may be missing, and nothing may be over.
         answer(request(28).get()); // once the thumbnails that were due are made
-        const auto store = store::ObjectStore::open();
-        ASSERT_TRUE(store);
+        const auto store = store::StoreReader::open(paths);
+        ASSERT_TRUE(store) << store.error().text;
+        std::map<std::string, std::pair<store::AssetRecord, Place>> found;
+        const auto assets = (*store)->assets();
+        const auto trash = (*store)->trash();
+        ASSERT_TRUE(assets && trash);
+        for (const auto &each : *assets)
+            found.emplace(each->record().uuid, std::pair(each->record(), Place::library));
+        for (const auto &each : *trash) {
+            ++inTrash;
+            const auto &record = each.asset->record();
+            ASSERT_TRUE(found.emplace(record.uuid, std::pair(record, Place::trash)).second)
+                << "both in the library and in the trash: " << record.uuid;
+        }
         std::size_t files = 0, thumbnails = 0;
-        for (Object *each : *store->assets()) {
-            const auto &record = as<store::ManagedAsset>(each)->record();
-            ASSERT_EQ(sumOfFile(paths.original(record)), record.sha256) << record.uuid;
+        for (const auto &[uuid, each] : found) {
+            const store::AssetRecord &record = each.first;
+            ASSERT_EQ(sumOfFile(paths.original(record)), record.sha256) << uuid;
             ASSERT_EQ(fs::file_size(paths.original(record)), record.byteSize);
             ++files;
             // A picture whose worker was killed twice has none, and says so.
@@ -297,13 +363,17 @@ TEST_F(Life, WhateverWasAnsweredIsWholeAfterAKillAtAnyInstant) {
             if (record.thumbnailIndex == 0)
                 continue;
             for (const auto size : {store::ThumbnailSize::small, store::ThumbnailSize::preview})
-                ASSERT_GT(decodedPicture(contentsOf(paths.thumbnail(record.uuid, size))).width, 0U);
+                ASSERT_GT(decodedPicture(contentsOf(paths.thumbnail(uuid, size))).width, 0U);
             thumbnails += 2;
         }
         for (const auto &[uuid, picture] : kept) {
-            const auto *asset = store->assetWithUUID(uuid);
-            ASSERT_NE(asset, nullptr) << "an answered save was lost: " << uuid;
-            ASSERT_EQ(contentsOf(paths.original(asset->record())), pictures[picture]);
+            ASSERT_TRUE(found.contains(uuid)) << "an answered save was lost: " << uuid;
+            const auto &[record, place] = found.at(uuid);
+            ASSERT_EQ(contentsOf(paths.original(record)), pictures[picture]);
+            const auto known = places.emplace(uuid, Place::library).first;
+            ASSERT_TRUE(known->second == Place::either || known->second == place)
+                << "an answered move to the trash or back was lost: " << uuid;
+            known->second = place;
         }
         EXPECT_EQ(filesBelow(paths.folder() + "/DCIM").size(), files) << "a file without its row";
         EXPECT_EQ(filesBelow(paths.folder() + "/PhotoData/Thumbnails").size(), thumbnails);
@@ -312,7 +382,8 @@ TEST_F(Life, WhateverWasAnsweredIsWholeAfterAKillAtAnyInstant) {
             FAIL() << "after kill " << kill << " from seed " << seed;
     }
     EXPECT_GT(answered, 0U);
-    std::printf("%zu saves answered, none lost; %zu workers killed\n", answered, workersKilled);
+    std::printf("%zu saves answered, none lost; %zu workers killed; %zu times an asset was in the trash\n",
+                answered, workersKilled, inTrash);
 }
 
 } // namespace

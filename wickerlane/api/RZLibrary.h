@@ -50,9 +50,9 @@ WL_EXTERN_C void RZDataMigrationWillFinish(void);
 /// The number of bytes of a kind whose size is unknown.
 #define RZLibrarySizeUnknown UINT64_MAX
 
-/// The sizes of the library's parts. `kinds` is a mask of the kinds 1, 2, 4 and 8, which docs/hoardd.md
-/// describes. The handler is called on `queue` once for each of them, with its size in bytes or
-/// RZLibrarySizeUnknown. A null queue or handler does nothing.
+/// The sizes of the library's parts. `kinds` is a mask of the kinds 1, 2, 4, 8 and 16, which
+/// docs/hoardd.md describes. The handler is called on `queue` once for each of them, with its size in bytes
+/// or RZLibrarySizeUnknown. A null queue or handler does nothing.
 WL_EXTERN_C void RZGetLibrarySizes(WLQueue *queue, uint32_t kinds,
                                    void (*handler)(void *context, uint32_t kind, uint64_t bytes),
                                    void *context, WLReleaseContext release);

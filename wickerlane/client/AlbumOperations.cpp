@@ -6,6 +6,22 @@ using namespace wickerlane;
 using namespace wickerlane::client;
 namespace keys = wickerlane::protocol::keys;
 
+namespace {
+
+// The kind of the reply is not checked: an error reads as a missing entitlement.
+void sendDeletion(const Request &request, MessageConnection *connection, WorkQueue *queue,
+                  wickerlane::Handler<void(bool, Error *)> handler) {
+    request.sendWithReply(connection, queue, [handler = std::move(handler)](const Reply &reply) {
+        const bool success = reply.get(keys::success);
+        const bool hasEntitlement = reply.get(keys::hasEntitlement);
+        handler(success, hasEntitlement ? nullptr
+                                        : JXGatekeeperClient::securityPolicyErrorForMissingEntitlement(
+                                              JXDeleteAssetsEntitlement));
+    });
+}
+
+} // namespace
+
 // The kind of the reply is not checked: an error reads as a free name without an album.
 void JXGatekeeperClient::addGroupWithName(String *name, Handler<bool, URL *, Error *> handler) {
     if (!handler)
@@ -38,7 +54,6 @@ void JXGatekeeperClient::addAssetWithURL(URL *assetURL, String *toAlbumWithUUID,
                           [handler](const Reply &reply) { handler(reply.get(keys::success), nullptr); });
 }
 
-// The kind of the reply is not checked: an error reads as a missing entitlement.
 void JXGatekeeperClient::deleteAssetWithURL(URL *assetURL, Handler<bool, Error *> handler) {
     if (assetURL == nullptr)
         failParameter(this, protocol::deleteAsset.name, "assetURL");
@@ -47,13 +62,33 @@ void JXGatekeeperClient::deleteAssetWithURL(URL *assetURL, Handler<bool, Error *
         failParameter(this, protocol::deleteAsset.name, "resultBlock != NULL");
     Request request(protocol::deleteAsset);
     request.set(keys::assetURL, assetURL);
-    request.sendWithReply(connection(), replyQueue(), [handler](const Reply &reply) {
-        const bool success = reply.get(keys::success);
-        const bool hasEntitlement = reply.get(keys::hasEntitlement);
-        handler(success, hasEntitlement
-                             ? nullptr
-                             : securityPolicyErrorForMissingEntitlement(JXDeleteAssetsEntitlement));
-    });
+    sendDeletion(request, connection(), replyQueue(), std::move(handler));
+}
+
+void JXGatekeeperClient::removeAssetWithURL(URL *assetURL, Handler<bool, Error *> handler) {
+    if (assetURL == nullptr)
+        failParameter(this, protocol::removeAsset.name, "assetURL");
+    if (!handler)
+        failParameter(this, protocol::removeAsset.name, "resultsBlock != NULL");
+    Request request(protocol::removeAsset);
+    request.set(keys::assetURL, assetURL);
+    sendDeletion(request, connection(), replyQueue(), std::move(handler));
+}
+
+void JXGatekeeperClient::restoreTrashedAssetWithURL(URL *assetURL, Handler<bool, Error *> handler) {
+    if (assetURL == nullptr)
+        failParameter(this, protocol::restoreTrashedAsset.name, "assetURL");
+    if (!handler)
+        failParameter(this, protocol::restoreTrashedAsset.name, "resultsBlock != NULL");
+    Request request(protocol::restoreTrashedAsset);
+    request.set(keys::assetURL, assetURL);
+    sendDeletion(request, connection(), replyQueue(), std::move(handler));
+}
+
+void JXGatekeeperClient::emptyTrashWithHandler(Handler<bool, Error *> handler) {
+    if (!handler)
+        failParameter(this, protocol::emptyTrash.name, "resultsBlock != NULL");
+    sendDeletion(Request(protocol::emptyTrash), connection(), replyQueue(), std::move(handler));
 }
 
 void JXGatekeeperClient::setExternalUsageIntent(std::uint64_t intent, URL *forAssetWithURL,

@@ -191,9 +191,21 @@ public:
     void addAssetWithURL(wickerlane::URL *assetURL, wickerlane::String *toAlbumWithUUID,
                          Handler<bool, wickerlane::Error *> handler);
 
-    /// deleteAssetWithURL:handler: — deletes an asset. The handler gets (success, error): error 3 without
-    /// JXDeleteAssetsEntitlement, or when hoardd can't be reached.
+    /// deleteAssetWithURL:handler: — moves an asset to the trash, from where it can be had again for 30 days.
+    /// The handler gets (success, error): error 3 without JXDeleteAssetsEntitlement, or when hoardd can't be
+    /// reached.
     void deleteAssetWithURL(wickerlane::URL *assetURL, Handler<bool, wickerlane::Error *> handler);
+
+    // Three more that answer in the same way.
+
+    /// removeAssetWithURL:handler: — deletes an asset of the library or its trash for good.
+    void removeAssetWithURL(wickerlane::URL *assetURL, Handler<bool, wickerlane::Error *> handler);
+
+    /// restoreTrashedAssetWithURL:handler: — takes an asset out of the trash, with its albums and edits.
+    void restoreTrashedAssetWithURL(wickerlane::URL *assetURL, Handler<bool, wickerlane::Error *> handler);
+
+    /// emptyTrashWithHandler: — deletes all that is in the trash for good.
+    void emptyTrashWithHandler(Handler<bool, wickerlane::Error *> handler);
 
     /// setExternalUsageIntent:forAssetWithURL:handler: — records how an asset is used outside the library.
     /// The handler gets (success, null).
@@ -224,7 +236,7 @@ public:
     void getPhotosAndVideosCountWithHandler(Handler<wickerlane::Number *, wickerlane::Number *> handler);
 
     /// getLibrarySizes: — the handler gets a dictionary of number objects: sizes in bytes under kinds of size
-    /// (1 photos, 2 videos, 4 derived pictures, 8 the store); null on failure.
+    /// (1 photos, 2 videos, 4 derived pictures, 8 the store, 16 the trash); null on failure.
     void getLibrarySizes(Handler<wickerlane::Dictionary *> handler);
 
     /// importFileSystemAssetsWaitingForReply: — imports the files that hoardd finds in the library's folders.

@@ -16,6 +16,17 @@ inline constexpr Row addAssetToAlbum{12, "addAssetWithURL:toAlbumWithUUID:handle
 inline constexpr Row deleteAsset{13, "deleteAssetWithURL:handler:", request(keys::assetURL),
                                  reply(keys::success, keys::hasEntitlement)};
 
+/// Deletes what the library or its trash has for good. Codes from 1000 on are additions to the original
+/// operations.
+inline constexpr Row removeAsset{1001, "removeAssetWithURL:handler:", request(keys::assetURL),
+                                 reply(keys::success, keys::hasEntitlement)};
+
+inline constexpr Row restoreTrashedAsset{1002, "restoreTrashedAssetWithURL:handler:", request(keys::assetURL),
+                                         reply(keys::success, keys::hasEntitlement)};
+
+inline constexpr Row emptyTrash{1003, "emptyTrashWithHandler:", request(),
+                                reply(keys::success, keys::hasEntitlement)};
+
 inline constexpr Row setExternalUsageIntent{
     14, "setExternalUsageIntent:forAssetWithURL:handler:", request(keys::externalUsageIntent, keys::assetURL),
     reply(keys::success)};

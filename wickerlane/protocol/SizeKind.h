@@ -12,6 +12,7 @@ enum class SizeKind : std::uint32_t {
     videos = 2,   ///< Originals of videos.
     derived = 4,  ///< Thumbnails and edited renditions.
     database = 8, ///< The store, and what else hoardd keeps beside it.
+    trash = 16,   ///< All files of what is in the trash, which the others leave out.
 };
 
 } // namespace wickerlane::protocol

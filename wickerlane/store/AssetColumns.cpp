@@ -106,21 +106,27 @@ constexpr SQL insertion = [] {
     return sql;
 }();
 
-constexpr SQL selection = [] {
+/// The key and the columns of the records, with what follows them.
+constexpr SQL selectionWith(std::string_view rest) {
     SQL sql;
     sql.append("SELECT pk");
     for (const Column &each : columns) {
         sql.append(", ");
         sql.append(each.name);
     }
-    sql.append(" FROM zgenericasset ");
+    sql.append(rest);
     return sql;
-}();
+}
+
+constexpr SQL selection = selectionWith(" FROM zgenericasset ");
+constexpr SQL trashSelection = selectionWith(", datetrashed FROM ztrashedasset ");
 
 } // namespace
 
 constinit const std::string_view insertAsset = insertion.text();
 constinit const std::string_view selectAssets = selection.text();
+constinit const std::string_view selectTrashedAssets = trashSelection.text();
+constinit const int trashedDateColumn = columns.size() + 1;
 
 void bindRecord(Statement &statement, const AssetRecord &record) {
     for (const Column &each : columns)

@@ -16,6 +16,10 @@ WL_EXPORT extern const std::string_view insertAsset;
 /// Gives rows for readRecord(); to be followed by what narrows it.
 WL_EXPORT extern const std::string_view selectAssets;
 
+/// The same of the assets in the trash; the column after those of the record is when they came there.
+WL_EXPORT extern const std::string_view selectTrashedAssets;
+WL_EXPORT extern const int trashedDateColumn;
+
 /// Binds a record, which must stay unchanged until the statement has run. Its primary key is left out: the
 /// table gives it.
 WL_EXPORT void bindRecord(sqlite::Statement &statement, const AssetRecord &record);

@@ -49,6 +49,8 @@ private:
     }
     Result<> checkRows(Database &database);
     void checkAsset(const AssetRecord &asset);
+    void checkOriginal(const AssetRecord &asset);
+    [[nodiscard]] Result<> checkTrash(Database &database);
     void checkStrays(const std::vector<std::string> &files, Finding::Kind kind);
     void noteUnderWay();
     Result<> confirm(Database &database);
@@ -107,7 +109,9 @@ void Check::noteUnderWay() {
 
 /// Leaves out what was only found because the library changed meanwhile.
 Result<> Check::confirm(Database &database) {
-    Statement asset = database.prepare("SELECT previewpurged FROM zgenericasset WHERE uuid = ?");
+    // The thumbnails of what is in the trash need not be there.
+    Statement asset = database.prepare("SELECT previewpurged FROM zgenericasset WHERE uuid = ?1 UNION ALL "
+                                       "SELECT previewpurged FROM ztrashedasset WHERE uuid = ?1 AND ?2");
     Statement rendition = database.prepare("SELECT 1 FROM zrendition WHERE assetuuid = ? AND filename = ?");
     const auto isStillSo = [&](const Finding &finding) -> Result<bool> {
         const std::string name(lastPathComponent(finding.path));
@@ -117,8 +121,8 @@ Result<> Check::confirm(Database &database) {
                    ::lstat(finding.path.c_str(), &status) == 0;
         if (finding.kind == Finding::Kind::missingRendition)
             return rendition.bind(finding.uuid, name).any();
-        const auto isPurged =
-            asset.bind(finding.uuid).first([](const Statement &row) { return row.integer(0) != 0; });
+        const auto isPurged = asset.bind(finding.uuid, finding.kind != Finding::Kind::missingThumbnail)
+                                  .first([](const Statement &row) { return row.integer(0) != 0; });
         if (!isPurged)
             return passOn(isPurged);
         return isPurged->has_value() &&
@@ -136,6 +140,11 @@ Result<> Check::confirm(Database &database) {
 }
 
 Result<> Check::checkRows(Database &database) {
+    // An asset is in the library or in the trash, and could be found in neither if this was read at two
+    // times.
+    const sqlite::Snapshot snapshot(database);
+    if (auto trash = checkTrash(database); !trash)
+        return trash;
     const auto total =
         static_cast<std::size_t>(database.integer("SELECT count(*) FROM zgenericasset").value_or(0));
     const Result<> withoutPreview = database.prepare("SELECT uuid FROM zgenericasset WHERE previewpurged")
@@ -162,12 +171,30 @@ Result<> Check::checkRows(Database &database) {
     });
 }
 
+// Nothing need be made for what is in the trash, but its files are no strays.
+Result<> Check::checkTrash(Database &database) {
+    auto assets = database.prepare(selectTrashedAssets).forEach([&](const Statement &row) {
+        if (isCancelled())
+            return;
+        const AssetRecord asset = readRecord(row);
+        checkOriginal(asset);
+        for (const ThumbnailSize size : thumbnailSizes)
+            expected.insert(paths.thumbnail(asset.uuid, size));
+    });
+    if (!assets || isCancelled())
+        return assets;
+    return database.prepare("SELECT assetuuid, filename FROM ztrashedrendition")
+        .forEach([&](const Statement &row) {
+            expected.insert(paths.renditionFolder(row.text(0)) + '/' + std::string(row.text(1)));
+        });
+}
+
 bool Check::isCancelled() {
     cancelled = cancelled || (options.isCancelled && options.isCancelled());
     return cancelled;
 }
 
-void Check::checkAsset(const AssetRecord &asset) {
+void Check::checkOriginal(const AssetRecord &asset) {
     const std::string original = paths.original(asset);
     expected.insert(original);
     struct stat status {};
@@ -182,6 +209,10 @@ void Check::checkAsset(const AssetRecord &asset) {
         else if (*sum != asset.sha256)
             find(Finding::Kind::changedOriginal, asset.uuid, original, "its contents are others");
     }
+}
+
+void Check::checkAsset(const AssetRecord &asset) {
+    checkOriginal(asset);
     for (const ThumbnailSize size : thumbnailSizes) {
         const std::string path = paths.thumbnail(asset.uuid, size);
         expected.insert(path);

@@ -31,6 +31,8 @@ public:
     [[nodiscard]] std::string database() const { return library + "/PhotoData/Pixhold.sqlite"; }
     /// Held locked, with the process id in it, by the daemon that serves the library.
     [[nodiscard]] std::string lock() const { return library + "/PhotoData/hoardd.lock"; }
+    /// Room on the disk that is given up when a full one would prevent deleting.
+    [[nodiscard]] std::string reserve() const { return library + "/PhotoData/Reserve"; }
     /// What is being saved: one folder an asset, named as its original will be.
     [[nodiscard]] std::string saving() const { return library + "/PhotoData/Saving"; }
     /// Where a repair puts files that no asset has.

@@ -367,11 +367,85 @@ ALTER TABLE zemail ADD COLUMN dateadded REAL NOT NULL DEFAULT 0;
 ALTER TABLE zperson ADD COLUMN dateadded REAL NOT NULL DEFAULT 0;
 )sql";
 
+// The trash: each of its tables has the columns of another, with what belongs to the assets in it. The
+// columns that later steps add to the other table come by themselves, see trashedTables(). A bulletin counts
+// what is there.
+constexpr const char *trash = R"sql(
+CREATE TABLE ztrashedasset AS SELECT * FROM zgenericasset WHERE 0;
+ALTER TABLE ztrashedasset ADD COLUMN datetrashed REAL NOT NULL DEFAULT 0;
+CREATE UNIQUE INDEX ztrashedasset_pk ON ztrashedasset (pk);
+CREATE UNIQUE INDEX ztrashedasset_uuid ON ztrashedasset (uuid);
+CREATE INDEX ztrashedasset_sha256 ON ztrashedasset (sha256);
+CREATE INDEX ztrashedasset_datetrashed ON ztrashedasset (datetrashed);
+CREATE TABLE ztrashedrendition AS SELECT * FROM zrendition WHERE 0;
+CREATE INDEX ztrashedrendition_assetuuid ON ztrashedrendition (assetuuid);
+CREATE TABLE ztrashedalbumasset AS SELECT * FROM zalbumasset WHERE 0;
+CREATE INDEX ztrashedalbumasset_asset ON ztrashedalbumasset (asset);
+CREATE TABLE ztrashednotduplicate AS SELECT * FROM znotduplicate WHERE 0;
+CREATE TABLE ztrashedduethumbnail AS SELECT * FROM zduethumbnail WHERE 0;
+CREATE TABLE ztrashedundecodable AS SELECT * FROM zundecodable WHERE 0;
+CREATE TABLE ztrashedduefacts AS SELECT * FROM zduefacts WHERE 0;
+
+CREATE TRIGGER zgenericasset_bulletin_delete BEFORE DELETE ON zgenericasset
+WHEN EXISTS (SELECT 1 FROM zalbumasset WHERE asset = old.pk) BEGIN
+    UPDATE zbulletin SET
+        photos = photos - (old.kind = 0),
+        videos = videos - (old.kind = 1),
+        asset = CASE WHEN asset IS NOT old.pk THEN asset ELSE
+            (SELECT other.asset FROM zalbumasset AS other
+             WHERE other.album = zbulletin.album AND other.asset <> old.pk
+                 AND other.dateadded BETWEEN zbulletin.originaldate AND zbulletin.date
+             ORDER BY other.dateadded DESC LIMIT 1) END
+    WHERE EXISTS (SELECT 1 FROM zalbumasset AS added
+                  WHERE added.album = zbulletin.album AND added.asset = old.pk
+                      AND added.dateadded BETWEEN zbulletin.originaldate AND zbulletin.date);
+    DELETE FROM zbulletin WHERE photos + videos <= 0;
+END;
+)sql";
+
 // New tables and columns are added by a step of their own at the end.
-constexpr const char *steps[] = {assets,  renditions, durations,     sums,   counts,   analyses,    albums,
-                                 sharing, feed,       dueThumbnails, clocks, decoders, currentFeed, visits};
+constexpr const char *steps[] = {assets,   renditions, durations,   sums,   counts,
+                                 analyses, albums,     sharing,     feed,   dueThumbnails,
+                                 clocks,   decoders,   currentFeed, visits, trash};
+
+constexpr TrashedTable tablesOfTrash[] = {
+    {"zgenericasset", "ztrashedasset", "pk = ?1", "1"},
+    {"zrendition", "ztrashedrendition",
+     "assetuuid IN (SELECT uuid FROM zgenericasset WHERE pk = ?1 UNION ALL "
+     "SELECT uuid FROM ztrashedasset WHERE pk = ?1)",
+     "1"},
+    {"zalbumasset", "ztrashedalbumasset", "asset = ?1", "album IN (SELECT pk FROM zalbum)"},
+    {"znotduplicate", "ztrashednotduplicate", "?1 IN (one, other)",
+     "one IN (SELECT pk FROM zgenericasset) AND other IN (SELECT pk FROM zgenericasset)"},
+    {"zduethumbnail", "ztrashedduethumbnail", "asset = ?1", "1"},
+    {"zundecodable", "ztrashedundecodable", "asset = ?1", "1"},
+    {"zduefacts", "ztrashedduefacts", "asset = ?1", "1"},
+};
+
+/// Gives the tables of the trash the columns that the others have got.
+Result<> addColumnsToTrash(sqlite::Database &database) {
+    for (const TrashedTable &table : tablesOfTrash) {
+        const auto missing =
+            database
+                .prepare("SELECT 'ALTER TABLE ' || ?2 || ' ADD COLUMN ' || name || ' ' || type || "
+                         "coalesce(' DEFAULT ' || dflt_value, '') FROM pragma_table_info(?1) "
+                         "WHERE name NOT IN (SELECT name FROM pragma_table_info(?2))")
+                .bind(table.name, table.trash)
+                .all([](const sqlite::Statement &row) { return std::string(row.text(0)); });
+        if (!missing)
+            return passOn(missing);
+        for (const std::string &addition : *missing)
+            if (const auto added = database.execute(addition.c_str()); !added)
+                return added;
+    }
+    return {};
+}
 
 } // namespace
+
+std::span<const TrashedTable> trashedTables() noexcept {
+    return tablesOfTrash;
+}
 
 std::span<const char *const> schemaSteps() noexcept {
     return steps;
@@ -388,6 +462,8 @@ Result<> layOut(sqlite::Database &database) {
     for (const char *step : schemaSteps().subspan(static_cast<std::size_t>(*taken)))
         if (const auto done = database.execute(step); !done)
             return done;
+    if (const auto added = addColumnsToTrash(database); !added)
+        return added;
     return database.execute(("PRAGMA user_version = " + std::to_string(modelVersion())).c_str());
 }
 

@@ -20,6 +20,17 @@ WL_EXPORT std::span<const char *const> schemaSteps() noexcept;
     return static_cast<std::int64_t>(schemaSteps().size());
 }
 
+/// What the store says of an asset besides its row, and what a person would miss: it goes into the trash with
+/// the asset and comes back with it. All else that refers to an asset is found out again.
+struct TrashedTable {
+    const char *name;      ///< Of the table of what is not in the trash.
+    const char *trash;     ///< Of the table of what is, which has the same columns.
+    const char *ofAsset;   ///< Which rows are those of an asset, whose primary key is ?1.
+    const char *canReturn; ///< Which rows may come back.
+};
+/// The first is that of the assets themselves.
+WL_EXPORT std::span<const TrashedTable> trashedTables() noexcept;
+
 /// Takes the steps that a database lacks, in the caller's transaction.
 [[nodiscard]] WL_EXPORT Result<> layOut(sqlite::Database &database);
 

@@ -160,6 +160,30 @@ Result<Ref<ManagedAsset>> StoreReader::assetWithObjectID(const ManagedObjectID *
     return assetWithURI(objectID->uriRepresentation()->absoluteString()->utf8());
 }
 
+TrashedAsset StoreReader::readTrashed(const sqlite::Statement &row) const {
+    return {assetOf(readRecord(row)), row.real(trashedDateColumn)};
+}
+
+Result<std::vector<TrashedAsset>> StoreReader::trash() {
+    const MutexLock lock(connection->mutex);
+    return connection->database
+        .prepare(std::string(selectTrashedAssets) + "ORDER BY datetrashed DESC, pk DESC")
+        .all([&](const sqlite::Statement &row) { return readTrashed(row); });
+}
+
+Result<TrashedAsset> StoreReader::trashedWithUUID(std::string_view uuid) {
+    const auto parsed = UUID::createWithText(uuid);
+    if (!parsed)
+        return TrashedAsset();
+    const MutexLock lock(connection->mutex);
+    auto trashed = connection->database.prepare(std::string(selectTrashedAssets) + "WHERE uuid = ?")
+                       .bind(parsed->uuidString()->utf8())
+                       .first([&](const sqlite::Statement &row) { return readTrashed(row); });
+    if (!trashed)
+        return passOn(trashed);
+    return std::move(*trashed).value_or(TrashedAsset());
+}
+
 Result<std::vector<Ref<ManagedAlbum>>> StoreReader::albums() {
     const MutexLock lock(connection->mutex);
     return connection->database.prepare(std::string(selectAlbums) + "ORDER BY name, pk")

@@ -13,7 +13,20 @@
 #include "wickerlane/store/ManagedAlbum.h"
 #include "wickerlane/store/ManagedAsset.h"
 
+namespace wickerlane::sqlite {
+class Statement;
+}
+
 namespace wickerlane::store {
+
+/// An asset that was deleted, and can still be had again.
+struct TrashedAsset {
+    Ref<ManagedAsset> asset;
+    double dateTrashed = 0; ///< Seconds since 2001-01-01 00:00:00 UTC.
+};
+
+/// How long an asset stays in the trash, in seconds.
+inline constexpr double trashLifetime = 30 * 86'400;
 
 /// What stands behind ObjectStore, which gives applications the same without the problems.
 /// It sees what the daemon has committed at the time of each call, and never blocks or changes the store.
@@ -38,6 +51,11 @@ public:
     [[nodiscard]] Result<Ref<ManagedAsset>> assetWithObjectID(const ManagedObjectID *objectID);
     [[nodiscard]] Result<Ref<ManagedAsset>> assetWithURI(std::string_view uri); ///< Of its object ID.
 
+    /// What is in the trash, the latest first. Nothing else here finds these assets.
+    [[nodiscard]] Result<std::vector<TrashedAsset>> trash();
+    /// Of a UUID, in either case of letters; no asset when there is none.
+    [[nodiscard]] Result<TrashedAsset> trashedWithUUID(std::string_view uuid);
+
     /// By name.
     [[nodiscard]] Result<std::vector<Ref<ManagedAlbum>>> albums();
     // Null when there is no such album.
@@ -57,6 +75,7 @@ private:
     struct Connection;
     StoreReader(LibraryPaths paths, std::string uuid, std::unique_ptr<Connection> opened);
     [[nodiscard]] Ref<ManagedAsset> assetOf(AssetRecord record) const;
+    [[nodiscard]] TrashedAsset readTrashed(const sqlite::Statement &row) const;
     template <class Value>
     [[nodiscard]] Result<Ref<ManagedAsset>> assetWhere(std::string_view narrowing, const Value &value);
     [[nodiscard]] Result<Ref<ManagedAlbum>> albumWhere(std::string_view narrowing, std::string_view value);

@@ -1,0 +1,100 @@
+#include "hoardd/service/OperationFamilies.h"
+
+#include <limits>
+
+#include "hoardd/albums/BulletinBoard.h"
+#include "hoardd/albums/BulletinStore.h"
+#include "hoardd/library/Lookup.h"
+#include "hoardd/saving/Publication.h"
+#include "hoardd/saving/Trash.h"
+#include "hoardd/service/Call.h"
+#include "wickerlane/protocol/AlbumRows.h"
+#include "wickerlane/protocol/Entitlements.h"
+#include "wickerlane/store/AssetURL.h"
+
+namespace wickerlane::hoardd {
+
+namespace keys = protocol::keys;
+
+namespace {
+
+Answer done() {
+    return Answer().set(keys::success, true).set(keys::hasEntitlement, true);
+}
+
+std::string uuidIn(const Call &call) {
+    return std::string(store::uuidOfAssetURL(call.get(keys::assetURL)));
+}
+
+bool isAnnounced(Library &library, const std::string &uuid) {
+    return library.read([&](sqlite::Database &database) { return isInBulletins(database, uuid); })
+        .value_or(true);
+}
+
+/// Takes an asset away by `take`, and with it what shows it.
+template <class Take>
+Result<> takeAway(Library &library, const store::AssetRecord &asset, const Take &take) {
+    const bool isInBulletin = isAnnounced(library, asset.uuid);
+    if (const Result<> taken = take(library, asset); !taken)
+        return taken;
+    if (isInBulletin)
+        postBulletinsChanged();
+    return {};
+}
+
+Result<Answer> deleteAsset(Library &library, const Call &call) {
+    const auto asset = assetWithURL(library, call.get(keys::assetURL));
+    if (!asset)
+        return passOn(asset);
+    return takeAway(library, (*asset)->record(), trashAsset).map(done);
+}
+
+Result<Answer> removeAsset(Library &library, const Call &call) {
+    const auto trashed = library.assets().trashedWithUUID(uuidIn(call));
+    if (!trashed)
+        return passOn(trashed);
+    if (trashed->asset)
+        return removeAsset(library, trashed->asset->record(), AssetPlace::trash).map(done);
+    const auto asset = assetWithURL(library, call.get(keys::assetURL));
+    if (!asset)
+        return passOn(asset);
+    return takeAway(library, (*asset)->record(),
+                    [](Library &from, const store::AssetRecord &record) { return removeAsset(from, record); })
+        .map(done);
+}
+
+Result<Answer> restoreTrashedAsset(Library &library, const Call &call) {
+    const std::string uuid = uuidIn(call);
+    if (const auto restored = restoreFromTrash(library, uuid); !restored)
+        return passOn(restored);
+    if (isAnnounced(library, uuid))
+        postBulletinsChanged();
+    return done();
+}
+
+Result<Answer> emptyWholeTrash(Library &library, const Call &) {
+    return emptyTrash(library, std::numeric_limits<double>::max()).map(done);
+}
+
+constexpr Operation deletion(const protocol::Row &row, LibraryHandler handler, Runs runs = Runs::beside) {
+    return {.row = &row,
+            .handler = handler,
+            .runs = runs,
+            .entitlement = &JXDeleteAssetsEntitlement,
+            .refusal = bySuccessAndEntitlement};
+}
+
+constexpr Operation operations[] = {
+    deletion(protocol::deleteAsset, deleteAsset),
+    deletion(protocol::removeAsset, removeAsset),
+    deletion(protocol::restoreTrashedAsset, restoreTrashedAsset),
+    deletion(protocol::emptyTrash, emptyWholeTrash, Runs::longWork),
+};
+
+} // namespace
+
+std::span<const Operation> trashOperations() {
+    return operations;
+}
+
+} // namespace wickerlane::hoardd

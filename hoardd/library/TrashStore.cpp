@@ -1,0 +1,129 @@
+#include "hoardd/library/TrashStore.h"
+
+#include "wickerlane/store/AssetColumns.h"
+#include "wickerlane/store/Schema.h"
+
+namespace wickerlane::hoardd {
+
+using sqlite::Database;
+using sqlite::Statement;
+using store::TrashedTable;
+
+namespace {
+
+Result<std::optional<std::int64_t>> keyOf(Database &database, std::string_view table, std::string_view uuid) {
+    return database.prepare(std::string("SELECT pk FROM ").append(table).append(" WHERE uuid = ?"))
+        .bind(uuid)
+        .first([](const Statement &row) { return row.integer(0); });
+}
+
+Result<std::string> columnsOf(Database &database, const char *table) {
+    const auto names = database.prepare("SELECT group_concat(name) FROM pragma_table_info(?)")
+                           .bind(table)
+                           .first([](const Statement &row) { return std::string(row.text(0)); });
+    if (!names)
+        return passOn(names);
+    return names->value_or("");
+}
+
+/// Copies the rows of an asset that fulfil a condition from one table into another.
+Result<> copyRows(Database &database, const TrashedTable &table, const std::string &from,
+                  const std::string &into, const std::string &condition, std::int64_t asset) {
+    const auto columns = columnsOf(database, table.name);
+    if (!columns)
+        return passOn(columns);
+    return database
+        .prepare("INSERT INTO " + into + " (" + *columns + ") SELECT " + *columns + " FROM " + from +
+                 " WHERE " + condition)
+        .bind(asset)
+        .run();
+}
+
+Result<> deleteRows(Database &database, const std::string &table, const std::string &condition,
+                    std::int64_t asset) {
+    return database.prepare("DELETE FROM " + table + " WHERE " + condition).bind(asset).run();
+}
+
+/// The bulletins that counted an asset when it was added to their albums count it again.
+Result<> countInBulletins(Database &database, std::int64_t asset) {
+    return database
+        .prepare("UPDATE zbulletin SET photos = photos + (SELECT kind = 0 FROM zgenericasset WHERE pk = ?1), "
+                 "videos = videos + (SELECT kind = 1 FROM zgenericasset WHERE pk = ?1), "
+                 "asset = coalesce(asset, ?1) "
+                 "WHERE EXISTS (SELECT 1 FROM zalbumasset WHERE zalbumasset.album = zbulletin.album AND "
+                 "zalbumasset.asset = ?1 AND dateadded BETWEEN originaldate AND date)")
+        .bind(asset)
+        .run();
+}
+
+} // namespace
+
+Result<bool> moveToTrash(Database &database, std::string_view uuid, double date) {
+    const auto asset = keyOf(database, "zgenericasset", uuid);
+    if (!asset)
+        return passOn(asset);
+    if (!*asset)
+        return false;
+    for (const TrashedTable &table : store::trashedTables())
+        if (const auto copied = copyRows(database, table, table.name, table.trash, table.ofAsset, **asset);
+            !copied)
+            return passOn(copied);
+    const auto dated =
+        database.prepare("UPDATE ztrashedasset SET datetrashed = ? WHERE pk = ?").bind(date, **asset).run();
+    if (!dated)
+        return passOn(dated);
+    // All else that is said of it goes with it.
+    return deleteRows(database, "zgenericasset", "pk = ?1", **asset).map([] { return true; });
+}
+
+Result<bool> takeFromTrash(Database &database, std::string_view uuid) {
+    const auto asset = keyOf(database, "ztrashedasset", uuid);
+    if (!asset)
+        return passOn(asset);
+    if (!*asset)
+        return false;
+    for (const TrashedTable &table : store::trashedTables()) {
+        const std::string condition = std::string(table.ofAsset) + " AND " + table.canReturn;
+        const auto moved =
+            copyRows(database, table, table.trash, table.name, condition, **asset).and_then([&] {
+                return deleteRows(database, table.trash, condition, **asset);
+            });
+        if (!moved)
+            return passOn(moved);
+    }
+    return countInBulletins(database, **asset).map([] { return true; });
+}
+
+Result<> deleteFromTrash(Database &database, std::string_view uuid) {
+    const auto asset = keyOf(database, "ztrashedasset", uuid);
+    if (!asset)
+        return passOn(asset);
+    if (!*asset)
+        return {};
+    // That of the assets last, since it says whose the other rows are.
+    const auto tables = store::trashedTables();
+    for (auto table = tables.rbegin(); table != tables.rend(); ++table)
+        if (const auto deleted = deleteRows(database, table->trash, table->ofAsset, **asset); !deleted)
+            return deleted;
+    return {};
+}
+
+Result<bool> isInTrash(Database &database, std::string_view uuid) {
+    return database.prepare("SELECT 1 FROM ztrashedasset WHERE uuid = ?").bind(uuid).any();
+}
+
+Result<std::optional<std::string>> trashedWithSum(Database &database, const store::Sha256 &sum) {
+    return database
+        .prepare("SELECT uuid FROM ztrashedasset WHERE sha256 = ? ORDER BY datetrashed DESC, pk LIMIT 1")
+        .bind(Bytes(sum))
+        .first([](const Statement &row) { return std::string(row.text(0)); });
+}
+
+Result<std::vector<store::AssetRecord>> trashedUntil(Database &database, double date) {
+    return database
+        .prepare(std::string(store::selectTrashedAssets) + "WHERE datetrashed <= ? ORDER BY datetrashed, pk")
+        .bind(date)
+        .all(store::readRecord);
+}
+
+} // namespace wickerlane::hoardd
