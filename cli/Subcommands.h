@@ -10,7 +10,8 @@ namespace wickerlane::cli {
 using SetUp = void(Command command);
 
 SetUp setUpImport, setUpList, setUpShow, setUpCount, setUpWatch, setUpExport, setUpResolve, setUpThumbnail,
-    setUpPreview, setUpAdjustDate, setUpVideoInfo, setUpEstimate, setUpRevert, setUpDelete, setUpChanges;
+    setUpPreview, setUpAdjustDate, setUpVideoInfo, setUpEstimate, setUpRevert, setUpDelete, setUpTrash,
+    setUpChanges;
 SetUp setUpAlbum, setUpFeed, setUpBulletins, setUpStream, setUpPurge, setUpPerson;
 SetUp setUpMoments, setUpDuplicates;
 SetUp setUpDaemon, setUpCheck, setUpSizes, setUpRebuildThumbnails, setUpRestore, setUpBackup;
@@ -39,6 +40,7 @@ inline constexpr Subcommand subcommands[] = {
     {"estimate", "Photos and videos", setUpEstimate},
     {"revert", "Photos and videos", setUpRevert},
     {"delete", "Photos and videos", setUpDelete},
+    {"trash", "Photos and videos", setUpTrash},
     {"changes", "Photos and videos", setUpChanges},
     {"album", "Albums and sharing", setUpAlbum},
     {"feed", "Albums and sharing", setUpFeed},

@@ -1,9 +1,7 @@
 // wickerlane delete
 #include <fmt/format.h>
-#include <unistd.h>
 
-#include <iostream>
-
+#include "cli/Confirmation.h"
 #include "cli/DaemonRequests.h"
 #include "cli/Formatting.h"
 #include "cli/Output.h"
@@ -16,23 +14,25 @@ namespace {
 
 struct Options {
     std::vector<std::string> assets;
+    bool now = false;
     bool yes = false;
 };
 
 /// Asks the person at the terminal. False when there is none.
-bool isConfirmed(std::size_t count) {
-    if (isatty(STDIN_FILENO) == 0)
-        return false;
-    note(fmt::format("This deletes {} permanently. Continue? [y/N]", countText(count, "asset", "assets")));
-    std::string line;
-    return std::getline(std::cin, line) && (line == "y" || line == "yes");
+bool isWanted(std::size_t count, bool now) {
+    const std::string assets = countText(count, "asset", "assets");
+    return isConfirmed(now ? fmt::format("This deletes {} permanently.", assets)
+                           : fmt::format("This moves {} to the trash.", assets));
 }
 
-Result<> deleteAsset(const store::ManagedAsset &asset) {
+Result<> deleteAsset(const store::ManagedAsset &asset, bool now) {
     return waitForSuccess("see the daemon's log",
                           [&](const SuccessHandler &handler) {
-                              JXGatekeeperClient::sharedInstance()->deleteAssetWithURL(asset.assetURL(),
-                                                                                       handler);
+                              auto *client = JXGatekeeperClient::sharedInstance();
+                              if (now)
+                                  client->removeAssetWithURL(asset.assetURL(), handler);
+                              else
+                                  client->deleteAssetWithURL(asset.assetURL(), handler);
                           })
         .map_error([&](Problem problem) {
             problem.text = fmt::format("{} was not deleted: {}", asset.record().uuid, problem.text);
@@ -53,13 +53,13 @@ Result<ExitCode> deleteAssets(const Options &options) {
             code = report(asset.error());
     if (code != ExitCode::success)
         return code; // before anything is deleted
-    if (!options.yes && !isConfirmed(assets.size()))
+    if (!options.yes && !isWanted(assets.size(), options.now))
         return fail(ProblemKind::failed, "nothing was deleted; --yes deletes without asking");
     if (const auto answers = requireDaemon(); !answers)
         return passOn(answers);
     std::size_t deleted = 0;
     for (const auto &asset : assets)
-        if (const auto result = deleteAsset(*asset))
+        if (const auto result = deleteAsset(*asset, options.now))
             ++deleted;
         else
             code = report(result.error());
@@ -70,11 +70,13 @@ Result<ExitCode> deleteAssets(const Options &options) {
 } // namespace
 
 void setUpDelete(Command command) {
-    command.description("Delete assets, with their originals, thumbnails and edits");
-    command.footer("This can't be undone. To keep a copy of an original, first use `wickerlane export`.\n\n"
-                   "Example:\n  wickerlane delete 7F3D0A52-6C1B-4E0E-9D43-2B1C7A5E8F10");
+    command.description("Move assets to the trash, from where they can be had again for 30 days");
+    command.footer(
+        "To have an asset again: wickerlane trash restore. What --now deletes can't be had again.\n\n"
+        "Example:\n  wickerlane delete 7F3D0A52-6C1B-4E0E-9D43-2B1C7A5E8F10");
     Options &options = command.runs(deleteAssets);
     command.addOption("ASSET", options.assets, "UUIDs, URLs or object IDs of assets").required();
+    command.addFlag("--now", options.now, "Delete them at once, with their originals, thumbnails and edits");
     command.addFlag("-y,--yes", options.yes, "Do not ask");
 }
 

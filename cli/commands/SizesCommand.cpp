@@ -27,7 +27,8 @@ constexpr struct Kind {
 } kinds[] = {{SizeKind::photos, "photos", "Photos"},
              {SizeKind::videos, "videos", "Videos"},
              {SizeKind::derived, "derived", "Thumbnails and edited renditions"},
-             {SizeKind::database, "database", "Store"}};
+             {SizeKind::database, "database", "Store"},
+             {SizeKind::trash, "trash", "Trash"}};
 
 /// Bytes by kind.
 using Sizes = std::map<std::uint32_t, std::uint64_t>;

@@ -31,6 +31,36 @@ TEST_F(Commands, AlbumsAreCreatedFilledAndShown) {
     EXPECT_EQ(changes[2]["what"], "removed");
 }
 
+TEST_F(Commands, WhatWasDeletedIsInTheTrash) {
+    const std::string source = file("a.jpg", jpegPicture());
+    const std::string uuid = imported(source);
+    EXPECT_EQ(run({"trash", "list", "--json"}).json().size(), 0U);
+    EXPECT_EQ(run({"delete", "--yes", uuid}).exitCode, 0);
+    const auto trash = run({"trash", "list", "--json"}).json();
+    ASSERT_EQ(trash.size(), 1U) << trash;
+    EXPECT_EQ(trash[0]["uuid"], uuid);
+    EXPECT_GT(trash[0]["keptUntil"], trash[0]["trashed"]);
+    EXPECT_GT(run({"sizes", "--json"}).json()["trash"], fs::file_size(source));
+    EXPECT_EQ(run({"delete", "--yes", uuid}).exitCode, 4) << "it is no longer in the library";
+    EXPECT_EQ(run({"trash", "restore"}).exitCode, 2) << "which?";
+    EXPECT_EQ(run({"trash", "restore", absentUUID}).exitCode, 4);
+    EXPECT_EQ(run({"trash", "restore", uuid}).output, "1 asset restored\n");
+    EXPECT_EQ(run({"count"}).output, "1 photo, 0 videos\n");
+    EXPECT_EQ(run({"delete", "--yes", uuid}).exitCode, 0);
+    EXPECT_EQ(run({"trash", "restore", "--all"}).output, "1 asset restored\n");
+
+    EXPECT_EQ(run({"delete", "--yes", uuid}).exitCode, 0);
+    EXPECT_EQ(run({"import", source}).exitCode, 0);
+    EXPECT_EQ(run({"show", uuid}).exitCode, 0) << "it comes out of the trash again";
+    EXPECT_EQ(run({"delete", "--yes", uuid}).exitCode, 0);
+    EXPECT_EQ(run({"trash", "empty"}).exitCode, 1) << "there is no terminal to ask";
+    EXPECT_EQ(run({"trash", "empty", "--yes"}).output, "1 asset deleted\n");
+    EXPECT_EQ(run({"trash", "restore", uuid}).exitCode, 4);
+    const std::string another = imported(file("b.jpg", jpegPicture()));
+    EXPECT_EQ(run({"delete", "--now", "--yes", another}).output, "1 asset deleted\n");
+    EXPECT_EQ(run({"trash", "list", "--json"}).json().size(), 0U);
+}
+
 TEST_F(Commands, SharedAlbumsHaveBulletinsAndSpaceToPurge) {
     const std::string source = file("a.jpg", jpegPicture());
     const std::string uuid = imported(source);
