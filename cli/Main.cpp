@@ -12,6 +12,7 @@
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/file/TrustedPath.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
+#include "wickerlane/platform/process/Circumstances.h"
 #include "wickerlane/platform/queue/WorkQueue.h"
 
 namespace wickerlane::cli {
@@ -98,5 +99,6 @@ int run(int argc, char **argv) {
 } // namespace wickerlane::cli
 
 int main(int argc, char **argv) {
+    wickerlane::occupyStandardDescriptors();
     return wickerlane::cli::run(argc, argv);
 }

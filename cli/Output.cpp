@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 
 #include <cstdio>
+#include <string>
 
 #include "wickerlane/platform/console/Console.h"
 
@@ -15,7 +16,12 @@ ExitCode report(const Problem &problem) {
 }
 
 void note(std::string_view line) {
-    fmt::print(stderr, "{}\n", escapingControls(line));
+    noteText(escapingControls(line) + "\n");
+}
+
+void noteText(const std::string &text) {
+    // Work goes on when standard error can't be written: there is no other place to say so.
+    static_cast<void>(std::fputs(text.c_str(), stderr));
 }
 
 void print(std::string_view line) {

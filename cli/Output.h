@@ -4,6 +4,7 @@
 
 #include <nlohmann/json_fwd.hpp>
 
+#include <string>
 #include <string_view>
 
 #include "cli/ExitCode.h"
@@ -17,8 +18,10 @@ using JSON = nlohmann::ordered_json;
 
 /// Writes "wickerlane: <problem>" to standard error. Returns the exit code for the problem.
 ExitCode report(const Problem &problem);
-/// Writes a line to standard error.
+/// Writes a line to standard error, if that can be written.
 void note(std::string_view line);
+/// Writes a text of the command's own to standard error as it is, if that can be written.
+void noteText(const std::string &text);
 /// Writes a line to standard output.
 void print(std::string_view line);
 /// Writes a label, and a value in a column of its own, to standard output.

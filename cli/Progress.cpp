@@ -8,6 +8,8 @@
 #include <cmath>
 #include <cstdio>
 
+#include "cli/Output.h"
+
 namespace wickerlane::cli {
 namespace {
 
@@ -28,7 +30,7 @@ Progress::Progress(std::string described, std::size_t expected, bool isQuiet)
 
 Progress::~Progress() {
     if (!quiet && isTerminal && done + failed > 0)
-        fmt::print(stderr, "\r\x1b[K");
+        noteText("\r\x1b[K");
 }
 
 void Progress::advance(std::size_t count, std::size_t notDone) {
@@ -41,7 +43,7 @@ void Progress::advance(std::size_t count, std::size_t notDone) {
         drawBar(std::chrono::duration<double>(now - started).count());
     } else if (done + failed == total || now - lastLine >= std::chrono::seconds(2)) {
         lastLine = now;
-        fmt::print(stderr, "{} {} of {}\n", verb, done, total);
+        noteText(fmt::format("{} {} of {}\n", verb, done, total));
     }
 }
 
@@ -62,7 +64,7 @@ void Progress::drawBar(double seconds) const {
         const std::size_t filled = total > 0 ? width * ended / total : width;
         bar = fmt::format(" [{}{}]", std::string(filled, '#'), std::string(width - filled, '-'));
     }
-    fmt::print(stderr, "\r\x1b[K{}{}{}", verb, bar, figures);
+    noteText(fmt::format("\r\x1b[K{}{}{}", verb, bar, figures));
     std::fflush(stderr);
 }
 

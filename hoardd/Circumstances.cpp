@@ -42,6 +42,7 @@ void sayIfTooLow(const Need &need) {
 } // namespace
 
 void leaveCircumstancesOfStart() {
+    occupyStandardDescriptors();
     leaveCircumstances();
     for (const Need &need : needs)
         sayIfTooLow(need);

@@ -1,10 +1,33 @@
 // Wrong command lines, and exit codes
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include "tests/cli/CommandRun.h"
 #include "tests/support/TestImages.h"
 
 using namespace wickerlane::test;
 
 namespace {
+
+/// The exit code of the command when standard error can't be written.
+int exitCodeWithoutErrors(const char *verb, const std::string &argument) {
+    const pid_t child = fork();
+    if (child == 0) {
+        dup2(open("/dev/null", O_WRONLY | O_CLOEXEC), STDOUT_FILENO);
+        dup2(open("/dev/full", O_WRONLY | O_CLOEXEC), STDERR_FILENO);
+        execl(WICKERLANE_COMMAND, "wickerlane", verb, argument.c_str(), static_cast<char *>(nullptr));
+        _exit(99);
+    }
+    int status = 0;
+    EXPECT_EQ(waitpid(child, &status, 0), child);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+}
+
+TEST_F(Commands, StandardErrorThatTakesNothingStopsNoWork) {
+    EXPECT_EQ(exitCodeWithoutErrors("import", file("a.jpg", jpegPicture())), 0);
+    EXPECT_EQ(exitCodeWithoutErrors("show", "not-a-uuid"), 4);
+}
 
 TEST_F(Commands, TheExitCodeSaysWhatIsWrong) {
     const std::string uuid = imported(file("a.jpg", jpegPicture()));

@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sched.h>
 #include <spawn.h>
@@ -10,6 +11,7 @@
 #include <filesystem>
 
 #include "wickerlane/platform/object/String.h"
+#include "wickerlane/platform/process/Circumstances.h"
 #include "wickerlane/platform/process/LibraryLoading.h"
 #include "wickerlane/platform/process/ProcessFacts.h"
 #include "wickerlane/platform/process/ProcessInformation.h"
@@ -25,6 +27,22 @@ TEST(ProcessInformation, HasTheArgumentsOfThisProcess) {
     const Array *arguments = information->arguments();
     ASSERT_GE(arguments->count(), 1u);
     EXPECT_EQ(as<String>(arguments->at(0))->utf8(), program_invocation_name);
+}
+
+// Else the next file that is opened gets what is written to the console.
+TEST(StandardDescriptors, AreOccupiedWhereTheyWereClosed) {
+    const pid_t child = fork();
+    if (child == 0) {
+        for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+            close(descriptor);
+        occupyStandardDescriptors();
+        const bool isAbove = open("/dev/null", O_RDWR | O_CLOEXEC) > STDERR_FILENO;
+        const bool failsAsBefore = write(STDERR_FILENO, "x", 1) < 0 && errno == EBADF;
+        _exit(isAbove && failsAsBefore ? 0 : 1);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
 }
 
 TEST(ProcessTable, HoldsThisProcessAndItsParentByAscendingIds) {

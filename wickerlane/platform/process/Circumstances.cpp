@@ -1,5 +1,6 @@
 #include "wickerlane/platform/process/Circumstances.h"
 
+#include <fcntl.h>
 #include <sched.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -58,6 +59,13 @@ void leaveCircumstances() noexcept {
     cpu_set_t all;
     std::memset(&all, 0xff, sizeof all);
     sched_setaffinity(0, sizeof all, &all);
+}
+
+void occupyStandardDescriptors() noexcept {
+    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+        if (fcntl(descriptor, F_GETFD) < 0)
+            // The lowest free number, which is this one.
+            static_cast<void>(open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY));
 }
 
 std::vector<std::string> serviceEnvironment() {

@@ -15,6 +15,11 @@ namespace wickerlane {
 /// stays. Safe between fork and exec.
 WL_EXPORT void leaveCircumstances() noexcept;
 
+/// Takes the numbers of standard input, output and error where the process that started this one had closed
+/// them, so that no file of the program's own gets them and with it what is written to the console. Reading
+/// and writing there fails as before.
+WL_EXPORT void occupyStandardDescriptors() noexcept;
+
 /// The variables, as "NAME=value", that a service gets of this process's environment: who the user is, what
 /// language and time zone they have, and what is meant for this system; PATH is the usual one. Everything
 /// else is this process's own matter: secrets, or libraries to be loaded first.
