@@ -86,7 +86,8 @@ std::string whyUntrusted(const std::string &path) {
             reached.resize(reached.empty() ? 0 : reached.rfind('/'));
             continue;
         }
-        const std::string next = reached + '/' + name;
+        std::string next = reached;
+        next.append("/").append(name);
         if (lstat(next.c_str(), &status) != 0)
             return errno == ENOENT || errno == ENOTDIR ? std::string() : cantLookAt(next, errno);
         if (!S_ISLNK(status.st_mode)) {
