@@ -2,7 +2,10 @@
 #include <gmock/gmock.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
+
+#include <thread>
 
 #include "RawSocket.h"
 #include "Service.h"
@@ -158,6 +161,43 @@ TEST(Listener, TakesANameThatIsFree) {
     EXPECT_NE(MessageListener::create(serviceName, nullptr, echo, {}), nullptr);
     for (const char *name : {"", ".hidden", "a/b"})
         EXPECT_EQ(MessageListener::create(name, nullptr, echo, {}), nullptr) << name;
+}
+
+// As a child that a killed service has just forked: it closes the socket when it runs its program.
+TEST(Listener, WaitsForANameThatNobodyServes) {
+    const ServiceSocket place(serviceName);
+    UniqueFd left = place.listen();
+    ASSERT_TRUE(left);
+    std::jthread closing([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        left.reset();
+    });
+    std::string error;
+    EXPECT_NE(MessageListener::create(serviceName, nullptr, echo, {}, &error), nullptr) << error;
+}
+
+TEST(Listener, SetsWhoMayConnectWhateverTheUmask) {
+    const std::string folder = rootPath() + "/var/run/wickerlane/services";
+    const auto modeOf = [](const std::string &path) {
+        struct stat status {};
+        return stat(path.c_str(), &status) == 0 ? status.st_mode & ALLPERMS : 0;
+    };
+    const mode_t before = umask(0);
+    for (const bool isDevice : {false, true})
+        for (const mode_t mask : {0, 0777}) {
+            if (isDevice) {
+                ASSERT_TRUE(makeFolders(rootPath() + "/etc/wickerlane"));
+                ASSERT_TRUE(openFile(rootPath() + "/etc/wickerlane/device", O_WRONLY | O_CREAT));
+            }
+            const ServiceSocket place(serviceName); // as a folder of an earlier process
+            chmod(folder.c_str(), 0770);
+            umask(mask);
+            const auto listener = listen(echo);
+            umask(0);
+            EXPECT_EQ(modeOf(folder), isDevice ? 0755U : 0700U);
+            EXPECT_EQ(modeOf(folder + '/' + serviceName), isDevice ? 0666U : 0600U);
+        }
+    umask(before);
 }
 
 TEST(Listener, WorksBelowARootOfAnyLength) {

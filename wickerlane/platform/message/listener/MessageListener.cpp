@@ -1,7 +1,11 @@
 #include "wickerlane/platform/message/listener/MessageListener.h"
 
+#include <poll.h>
+
 #include <cerrno>
+#include <chrono>
 #include <cstring>
+#include <thread>
 
 #include "wickerlane/platform/message/listener/ListenerCore.h"
 #include "wickerlane/platform/message/service/InheritedSocket.h"
@@ -28,10 +32,30 @@ private:
     const Ref<ListenerCore> core;
 };
 
+/// Whether a service runs. A process that was killed may have left its socket to a child that has yet to run
+/// another program: nobody answers there, and it closes soon.
+bool isServed(const ServiceSocket &place) {
+    using Clock = std::chrono::steady_clock;
+    constexpr std::chrono::seconds patience{1};
+    const auto deadline = Clock::now() + patience;
+    while (const UniqueFd client = place.connect()) {
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
+        pollfd said{.fd = client.get(), .events = POLLIN, .revents = 0};
+        // A service says at once that it is there, or that it refuses.
+        if (left.count() <= 0 || ::poll(&said, 1, static_cast<int>(left.count())) <= 0)
+            return true;
+        char first = 0;
+        if (::recv(client.get(), &first, 1, MSG_PEEK | MSG_DONTWAIT) > 0)
+            return true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return false;
+}
+
 UniqueFd bindName(const char *serviceName, std::string &reason) {
     const ServiceSocket place(serviceName);
     const UniqueFd lock = place.lock();
-    if (lock && place.connect()) {
+    if (lock && isServed(place)) {
         reason = "the name is taken by a service that runs";
         return {};
     }

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -14,6 +15,31 @@
 
 namespace wickerlane {
 
+namespace {
+
+/// On a device every user may come as far as the socket; whom it serves, the service decides.
+struct Modes {
+    mode_t folder = S_IRWXU;
+    mode_t socket = S_IRUSR | S_IWUSR;
+};
+
+Modes modesBelowRoot() {
+    if (access(pathUnderRoot("/etc/wickerlane/device").c_str(), F_OK) != 0)
+        return {};
+    constexpr mode_t enter = S_IXGRP | S_IXOTH, read = S_IRGRP | S_IROTH, write = S_IWGRP | S_IWOTH;
+    return {.folder = S_IRWXU | read | enter, .socket = S_IRUSR | S_IWUSR | read | write};
+}
+
+/// The umask had its say when the folder was made. That of another owner is left to its owner.
+void setMode(const std::string &folder, mode_t mode) {
+    struct stat status {};
+    if (lstat(folder.c_str(), &status) == 0 && S_ISDIR(status.st_mode) && status.st_uid == geteuid() &&
+        (status.st_mode & ALLPERMS) != mode)
+        chmod(folder.c_str(), mode);
+}
+
+} // namespace
+
 bool isServiceName(std::string_view name) noexcept {
     // Leaves room in an address for "/proc/self/fd/" and a number.
     constexpr std::size_t maxBytes = 80;
@@ -23,8 +49,11 @@ bool isServiceName(std::string_view name) noexcept {
 
 ServiceSocket::ServiceSocket(std::string_view serviceName)
     : name(serviceName), folder(pathUnderRoot("/var/run/wickerlane/services")) {
-    if (makeFolders(folder))
+    if (makeFolders(folder)) {
+        for (const char *ours : {"/var/run/wickerlane", "/var/run/wickerlane/services"})
+            setMode(pathUnderRoot(ours), modesBelowRoot().folder);
         folderDescriptor.reset(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    }
 }
 
 sockaddr_un ServiceSocket::address() const {
@@ -60,9 +89,12 @@ UniqueFd ServiceSocket::listen() const {
         return {};
     remove();
     const sockaddr_un to = address();
-    // The mode is set before anybody can connect, whatever the file mask took.
+    // Before it is bound it may be too narrow, by the umask, and never too wide.
+    const mode_t mode = modesBelowRoot().socket;
+    if (fchmod(fd.get(), mode) != 0)
+        return {};
     if (bind(fd.get(), reinterpret_cast<const sockaddr *>(&to), sizeof to) != 0 ||
-        fchmodat(folderDescriptor.get(), name.c_str(), 0600, 0) != 0 || ::listen(fd.get(), SOMAXCONN) != 0)
+        fchmodat(folderDescriptor.get(), name.c_str(), mode, 0) != 0 || ::listen(fd.get(), SOMAXCONN) != 0)
         return {};
     return fd;
 }

@@ -16,8 +16,9 @@ namespace wickerlane {
 /// Whether a text can be a service's name: a file name of at most 80 bytes that does not begin with a dot.
 [[nodiscard]] bool isServiceName(std::string_view name) noexcept;
 
-/// The socket of one service in the root's run-time folder, which only its owner may enter. The root may have
-/// a path of any length.
+/// The socket of one service in the root's run-time folder. Only the owner may enter it and connect; on a
+/// device (where the root has the file /etc/wickerlane/device) every user may. The root may have a path of
+/// any length.
 class WL_EXPORT ServiceSocket {
 public:
     /// `name` must be a service's name. Makes the folder when it is missing.
