@@ -22,12 +22,13 @@ TEST(Schema, AnOlderLibraryGainsWhatItLacks) {
     auto writer = sqlite::Database::open(paths.database(), sqlite::Database::Access::write);
     ASSERT_TRUE(writer) << writer.error().text;
     ASSERT_TRUE(writer->execute(schemaSteps().front()));
-    ASSERT_TRUE(writer->execute(
-        "INSERT INTO zlibrary VALUES ('00000000-0000-4000-8000-000000000000');"
-        "WITH RECURSIVE n(i) AS (VALUES (1) UNION ALL SELECT i + 1 FROM n LIMIT 7) "
-        "INSERT INTO zgenericasset SELECT i, i, i % 3 = 0, '', '', '', '', 0, 0, 1, 0, 0, NULL, NULL, 0, "
-        "zeroblob(32), 0, '' FROM n;"
-        "PRAGMA user_version = 1;"))
+    ASSERT_TRUE(writer->execute("INSERT INTO zlibrary VALUES ('00000000-0000-4000-8000-000000000000');"
+                                "WITH RECURSIVE n(i) AS (VALUES (1) UNION ALL SELECT i + 1 FROM n LIMIT 7) "
+                                "INSERT INTO zgenericasset SELECT i, "
+                                "printf('%08d-0000-4000-8000-00000000ABCD', i), i % 3 = 0, 'DCIM/00', "
+                                "'a.JPG', '', '', 0, 0, 1, 0, 0, NULL, NULL, 0, "
+                                "zeroblob(32), 0, '' FROM n;"
+                                "PRAGMA user_version = 1;"))
         << writer->problem().text;
     ASSERT_TRUE(layOut(*writer)) << writer->problem().text;
 

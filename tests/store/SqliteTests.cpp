@@ -1,5 +1,7 @@
 #include "wickerlane/store/Sqlite.h"
 
+#include <sys/stat.h>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -131,6 +133,32 @@ TEST_F(Databases, AStatementThatMeetsADamagedPageSaysSo) {
     const auto rows = reader.prepare("SELECT a FROM t").all(first);
     ASSERT_FALSE(rows);
     EXPECT_EQ(rows.error().kind, ProblemKind::damagedStore) << rows.error().text;
+}
+
+TEST_F(Databases, OnlyTheOwnerGetsAtOneThatIsWritten) {
+    const mode_t umaskBefore = umask(0);
+    { const Database database = writer(); }
+    std::ofstream(path + "-wal").flush();
+    chmod(path.c_str(), 0644);
+    chmod((path + "-wal").c_str(), 0666);
+    const Database database = open(Database::Access::write);
+    EXPECT_TRUE(Database(open(Database::Access::write)).execute("INSERT INTO t VALUES (9)"));
+    for (const char *suffix : {"", "-wal", "-shm"}) {
+        struct stat status {};
+        ASSERT_EQ(stat((path + suffix).c_str(), &status), 0) << suffix;
+        EXPECT_EQ(status.st_mode & ALLPERMS, 0600U) << suffix;
+    }
+    umask(umaskBefore);
+}
+
+// As one does whose pages lead in circles.
+TEST_F(Databases, AStatementThatWouldNotEndFails) {
+    Database database = writer();
+    const auto endless = database.integer(
+        "WITH RECURSIVE c (x) AS (SELECT 1 UNION ALL SELECT x + 1 FROM c) SELECT count(*) FROM c");
+    ASSERT_FALSE(endless);
+    EXPECT_EQ(endless.error().kind, ProblemKind::damagedStore) << endless.error().text;
+    EXPECT_EQ(database.integer("SELECT count(*) FROM t"), 3) << "the next has its own limit";
 }
 
 } // namespace

@@ -7,6 +7,8 @@
 #include <functional>
 
 #include "wickerlane/platform/file/Files.h"
+#include "wickerlane/platform/object/ReleaseScope.h"
+#include "wickerlane/store/LibraryCheck.h"
 #include "wickerlane/store/Schema.h"
 
 using namespace wickerlane;
@@ -37,8 +39,13 @@ TEST(StoreReader, TellsWhyAStoreCantBeOpened) {
         {"a newer version", [](const LibraryPaths &paths) { makeStore(paths, "PRAGMA user_version = 99"); },
          ProblemKind::newerVersion},
         {"an older version", [](const LibraryPaths &paths) { makeStore(paths, "PRAGMA user_version = 1"); },
-         ProblemKind::failed},
+         ProblemKind::busy},
         {"no identity", [](const LibraryPaths &paths) { makeStore(paths, ""); }, ProblemKind::damagedStore},
+        {"an identity that is none",
+         [](const LibraryPaths &paths) {
+             makeStore(paths, "INSERT INTO zlibrary VALUES (CAST(x'41ff' AS TEXT))");
+         },
+         ProblemKind::damagedStore},
         {"a link",
          [](const LibraryPaths &paths) {
              makeStore(paths, "");
@@ -96,6 +103,96 @@ TEST(StoreReader, TellsAReadThatFailsFromWhatIsNotThere) {
         ASSERT_FALSE(found) << "read " << &read - reads;
         EXPECT_NE(found.error().text.find("no such table"), std::string::npos) << found.error().text;
     }
+}
+
+constexpr const char *twoAssets =
+    "INSERT INTO zlibrary VALUES ('11111111-2222-4333-8444-555555555555');"
+    "INSERT INTO zgenericasset (uuid, kind, directory, filename, originalfilename, format, width, height, "
+    "orientation, "
+    "datecreated, dateadded, bytesize, sha256, thumbnailindex, problem) VALUES "
+    "('00000001-0000-4000-8000-00000000ABCD', 0, 'DCIM/00', '00000001-0000-4000-8000-00000000ABCD.JPG', 'a', "
+    "'image/jpeg', 1, 1, 1, 0, 0, 1, zeroblob(32), 0, ''),"
+    "('00000002-0000-4000-8000-00000000ABCD', 0, 'DCIM/00', '00000002-0000-4000-8000-00000000ABCD.JPG', 'b', "
+    "'image/jpeg', 1, 1, 1, 0, 0, 1, zeroblob(32), 0, '');"
+    "INSERT INTO zalbum (uuid, name, datecreated) VALUES ('00000003-0000-4000-8000-00000000ABCD', 'A', 0), "
+    "('00000004-0000-4000-8000-00000000ABCD', 'B', 0);";
+
+TEST(StoreReader, MakesNoObjectsOfRowsThatCantBeOnes) {
+    const struct {
+        const char *change;
+        std::size_t assets, albums;
+    } cases[] = {
+        {"UPDATE zgenericasset SET uuid = CAST(x'41ff' AS TEXT) WHERE pk = 1", 1, 2},
+        {"UPDATE zgenericasset SET uuid = lower(uuid)", 0, 2},
+        {"UPDATE zgenericasset SET filename = CAST(x'41ff' AS TEXT) WHERE pk = 1", 1, 2},
+        {"UPDATE zgenericasset SET filename = '' WHERE pk = 1", 1, 2},
+        {"UPDATE zgenericasset SET filename = 'a.b c' WHERE pk = 1", 1, 2},
+        {"UPDATE zgenericasset SET filename = '..' WHERE pk = 1", 1, 2},
+        {"UPDATE zgenericasset SET directory = '../../etc' WHERE pk = 1", 1, 2},
+        {"UPDATE zgenericasset SET directory = '/etc' WHERE pk = 1", 1, 2},
+        {"UPDATE zgenericasset SET originalfilename = CAST(x'41ff' AS TEXT) WHERE pk = 1", 1, 2},
+        {"UPDATE zgenericasset SET problem = 'a' || char(0) WHERE pk = 1", 1, 2},
+        {"UPDATE zgenericasset SET datecreated = 9e999 WHERE pk = 1", 1, 2},
+        {"UPDATE zalbum SET uuid = 'x' WHERE pk = 1", 2, 1},
+        {"UPDATE zalbum SET name = CAST(x'ff' AS TEXT) WHERE pk = 1", 2, 1},
+    };
+    const LibraryPaths paths;
+    for (const auto &[change, assets, albums] : cases) {
+        ReleaseScope scope;
+        fs::remove_all(paths.folder());
+        ASSERT_TRUE(makeFolders(fs::path(paths.database()).parent_path()));
+        makeStore(paths, std::string(twoAssets) + change);
+        const auto opened = StoreReader::open(paths);
+        ASSERT_TRUE(opened) << opened.error().text;
+        const auto listed = (*opened)->assets();
+        if (assets == 0)
+            EXPECT_FALSE(listed) << change;
+        else
+            EXPECT_EQ(listed ? listed->size() : 99, assets) << change;
+        EXPECT_EQ((*opened)->albums()->size(), albums) << change;
+        const auto report = checkLibrary(paths);
+        ASSERT_TRUE(report) << change;
+        std::size_t unsound = 0;
+        for (const Finding &each : report->findings)
+            unsound += each.kind == Finding::Kind::unsoundRow ? 1 : 0;
+        EXPECT_EQ(unsound, 4 - assets - albums) << change;
+    }
+}
+
+TEST(StoreReader, DoesNotTakeAnEmptiedIndexForAnEmptyLibrary) {
+    const LibraryPaths paths;
+    ASSERT_TRUE(makeFolders(fs::path(paths.database()).parent_path()));
+    makeStore(paths, twoAssets);
+    {
+        auto writer = sqlite::Database::open(paths.database(), sqlite::Database::Access::write);
+        const auto root =
+            writer->integer("SELECT rootpage FROM sqlite_schema WHERE name = 'zgenericasset_shown'");
+        ASSERT_TRUE(root && writer->checkpoint());
+        std::fstream file(paths.database(), std::ios::in | std::ios::out | std::ios::binary);
+        file.seekp((*root - 1) * 4096);
+        file.write("\x0a\0\0\0\0\x10\0\0", 8);
+    }
+    const auto opened = StoreReader::open(paths);
+    ASSERT_TRUE(opened) << opened.error().text;
+    const auto listed = (*opened)->assets();
+    ASSERT_FALSE(listed) << listed->size();
+    EXPECT_EQ(listed.error().kind, ProblemKind::damagedStore);
+    EXPECT_TRUE((*opened)->assets({.kind = AssetKind::video})) << "there is none";
+}
+
+TEST(StoreReader, ReadsTheFileThatIsTheStoreNow) {
+    const LibraryPaths paths;
+    ASSERT_TRUE(makeFolders(fs::path(paths.database()).parent_path()));
+    makeStore(paths, twoAssets);
+    const auto opened = StoreReader::open(paths);
+    ASSERT_EQ((*opened)->counts()->photos, 2U);
+    for (const char *suffix : {"", "-wal", "-shm"})
+        if (fs::exists(paths.database() + suffix))
+            fs::rename(paths.database() + suffix, paths.database() + ".aside" + suffix);
+    EXPECT_EQ((*opened)->counts()->photos, 2U) << "while there is none";
+    makeStore(paths, std::string(twoAssets) + "DELETE FROM zgenericasset WHERE pk = 1");
+    EXPECT_EQ((*opened)->counts()->photos, 1U);
+    EXPECT_EQ((*opened)->assets()->size(), 1U);
 }
 
 } // namespace

@@ -12,6 +12,7 @@
 #include "wickerlane/platform/object/Paths.h"
 #include "wickerlane/store/AssetColumns.h"
 #include "wickerlane/store/Schema.h"
+#include "wickerlane/store/Soundness.h"
 
 namespace wickerlane::store {
 
@@ -74,21 +75,23 @@ Result<> Check::run() {
     renditions = filesBelow(paths.folder() + "/PhotoData/Renditions");
     noteUnderWay();
     auto database = Database::open(paths.database(), Database::Access::read);
-    if (!database)
-        return passOn(database);
-    const auto integrity = database->prepare("PRAGMA integrity_check(1)").first([](const Statement &row) {
-        return std::string(row.text(0));
-    });
-    if (!integrity || *integrity != "ok") {
+    if (!database && database.error().kind == ProblemKind::notFound && hasOriginals(paths)) {
+        find(Finding::Kind::missingStore, {}, paths.database());
+        return {};
+    }
+    const auto faults = database ? database->faults(1) : Result<std::vector<std::string>>(passOn(database));
+    if (!faults && faults.error().kind != ProblemKind::damagedStore)
+        return passOn(faults);
+    if (!faults || !faults->empty()) {
         find(Finding::Kind::damagedStore, {}, paths.database(),
-             integrity ? integrity->value_or("") : integrity.error().text);
+             faults ? faults->front() : faults.error().text);
         return {};
     }
     const auto version = database->integer("PRAGMA user_version");
     if (!version)
         return passOn(version);
     if (*version != modelVersion())
-        return fail(*version > modelVersion() ? ProblemKind::newerVersion : ProblemKind::failed,
+        return fail(*version > modelVersion() ? ProblemKind::newerVersion : ProblemKind::busy,
                     "the library has another model version; let hoardd open it first", paths.database());
     const Result<> rows = checkRows(*database);
     if (!rows || isCancelled())
@@ -155,13 +158,29 @@ Result<> Check::checkRows(Database &database) {
         database.prepare(std::string(selectAssets) + "ORDER BY pk").forEach([&](const Statement &row) {
             if (isCancelled())
                 return;
-            checkAsset(readRecord(row));
+            const AssetRecord asset = readRecord(row);
+            if (const std::string fault = faultOf(asset); fault.empty())
+                checkAsset(asset);
+            else
+                find(Finding::Kind::unsoundRow, {}, paths.database(),
+                     "asset " + std::to_string(asset.primaryKey) + ": " + fault);
             ++report.assets;
             if (options.progress)
                 options.progress(report.assets, std::max(total, report.assets));
         });
     if (!assets || isCancelled())
         return assets;
+    const Result<> albums =
+        database.prepare("SELECT pk, uuid, name, coalesce(streamid, ''), datecreated FROM zalbum")
+            .forEach([&](const Statement &row) {
+                const AlbumRecord album{row.integer(0), std::string(row.text(1)), std::string(row.text(2)),
+                                        std::string(row.text(3)), row.real(4)};
+                if (const std::string fault = faultOf(album); !fault.empty())
+                    find(Finding::Kind::unsoundRow, {}, paths.database(),
+                         "album " + std::to_string(album.primaryKey) + ": " + fault);
+            });
+    if (!albums)
+        return albums;
     return database.prepare("SELECT assetuuid, filename FROM zrendition").forEach([&](const Statement &row) {
         const std::string uuid(row.text(0));
         const std::string path = paths.renditionFolder(uuid) + '/' + std::string(row.text(1));
@@ -237,6 +256,10 @@ const char *nameOf(Finding::Kind kind) noexcept {
     switch (kind) {
     case Finding::Kind::damagedStore:
         return "damaged store";
+    case Finding::Kind::missingStore:
+        return "missing store";
+    case Finding::Kind::unsoundRow:
+        return "unreadable entry of the store";
     case Finding::Kind::missingOriginal:
         return "missing original";
     case Finding::Kind::changedOriginal:
@@ -255,6 +278,17 @@ const char *nameOf(Finding::Kind kind) noexcept {
         return "stray file among the renditions";
     }
     return "";
+}
+
+bool hasOriginals(const LibraryPaths &paths) {
+    for (const std::string &path : filesBelow(paths.folder() + "/DCIM")) {
+        const std::string_view name = lastPathComponent(path);
+        const std::string_view uuid = name.substr(0, 36);
+        if (name.substr(uuid.size()).starts_with('.') && isUUID(uuid) &&
+            path == paths.folder() + '/' + LibraryPaths::directoryOfOriginal(uuid) + '/' + std::string(name))
+            return true;
+    }
+    return false;
 }
 
 Result<CheckReport> checkLibrary(const LibraryPaths &paths, const CheckOptions &options) {

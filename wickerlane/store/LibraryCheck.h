@@ -15,7 +15,9 @@ namespace wickerlane::store {
 /// One thing that is not as it should be.
 struct Finding {
     enum class Kind {
-        damagedStore,     ///< The database says of itself that it is damaged; nothing else was looked at.
+        damagedStore,     ///< The database is damaged; nothing else was looked at.
+        missingStore,     ///< There is no database beside the originals; nothing else was looked at.
+        unsoundRow,       ///< A row that can't be an asset or an album.
         missingOriginal,  ///< An asset without its file.
         changedOriginal,  ///< An original whose size or sum is not what was saved.
         unreadable,       ///< An original that can't be read.
@@ -47,6 +49,9 @@ struct CheckReport {
     std::vector<Finding> findings;
     std::size_t assets = 0; ///< That were looked at.
 };
+
+/// Whether there are originals of assets in a library's folder: files that hoardd has named.
+[[nodiscard]] WL_EXPORT bool hasOriginals(const LibraryPaths &paths);
 
 /// Looks at every asset of a library and at every file. It only reads, and may run while hoardd serves the
 /// library: what is just being changed is no finding. Fails when the store can't be read at all.

@@ -10,6 +10,7 @@
 
 #include <concepts>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -19,11 +20,20 @@
 
 #include "wickerlane/model/Result.h"
 #include "wickerlane/platform/object/Data.h"
+#include "wickerlane/platform/object/Handler.h"
 
 struct sqlite3;
 struct sqlite3_stmt;
 
 namespace wickerlane::sqlite {
+
+enum class ColumnType { null, integer, real, text, blob };
+
+/// How much work a statement may take: the pages of a damaged file can lead it in circles.
+struct WorkLimit {
+    std::uint64_t done = 0; ///< By the statement that runs, in units of the progress handler.
+    std::uint64_t limit = 0;
+};
 
 /// A prepared statement. Values are bound in order with bind(), then rows are read:
 ///
@@ -32,8 +42,8 @@ namespace wickerlane::sqlite {
 class WL_EXPORT Statement {
 public:
     Statement(Statement &&other) noexcept
-        : connection(other.connection), handle(std::exchange(other.handle, nullptr)), code(other.code),
-          bound(other.bound) {}
+        : connection(other.connection), handle(std::exchange(other.handle, nullptr)), work(other.work),
+          code(other.code), bound(other.bound) {}
     Statement &operator=(Statement &&) = delete;
     ~Statement();
 
@@ -43,6 +53,9 @@ public:
         (bindNext(values), ...);
         return *this;
     }
+
+    /// Binds the value of a column of another statement's current row. It is copied.
+    Statement &bindColumn(const Statement &row, int column);
 
     // Each of these calls `read` with the statement at a row, and resets the statement.
 
@@ -101,11 +114,16 @@ public:
     [[nodiscard]] std::string_view text(int column) const;
     [[nodiscard]] Bytes blob(int column) const;
     [[nodiscard]] bool isNull(int column) const;
+    [[nodiscard]] ColumnType type(int column) const;
+
+    // Columns of the statement's result.
+    [[nodiscard]] int columnCount() const;
+    [[nodiscard]] std::string_view columnName(int column) const;
 
 private:
     friend class Database;
-    Statement(sqlite3 *database, sqlite3_stmt *prepared, int result) noexcept
-        : connection(database), handle(prepared), code(result) {}
+    Statement(sqlite3 *database, sqlite3_stmt *prepared, WorkLimit *counted, int result) noexcept
+        : connection(database), handle(prepared), work(counted), code(result) {}
 
     template <std::integral Integer>
     void bindNext(Integer value) {
@@ -128,6 +146,7 @@ private:
 
     sqlite3 *connection;
     sqlite3_stmt *handle;
+    WorkLimit *work;
     int code; // the first failure; stays until reset() when it came from running
     int bound = 0;
 };
@@ -140,11 +159,14 @@ public:
         write, ///< Creates the file if need be; in write-ahead mode, each commit synced. The one writer.
     };
 
-    /// Opens a file, whose folder must exist, without following a link in its last component.
+    /// Opens a file, whose folder must exist, without following a link in its last component. One that is
+    /// opened for writing is made readable and writable for its owner alone, whatever the umask.
     [[nodiscard]] static Result<Database> open(const std::string &path, Access access);
-    Database(Database &&other) noexcept : handle(std::exchange(other.handle, nullptr)) {}
+    Database(Database &&other) noexcept
+        : handle(std::exchange(other.handle, nullptr)), work(std::move(other.work)) {}
     Database &operator=(Database &&other) noexcept {
         std::swap(handle, other.handle);
+        std::swap(work, other.work);
         return *this;
     }
     ~Database();
@@ -160,10 +182,21 @@ public:
     [[nodiscard]] Problem problem() const;
     /// Moves the whole write-ahead log into the database file. The writer's alone.
     [[nodiscard]] Result<> checkpoint();
+    /// Copies the database as it is at one time into a new file, in small steps, so that the writer need not
+    /// wait. Before each step `goesOn` is asked, which may pause; when it says no, the copy fails with
+    /// `ending`.
+    [[nodiscard]] Result<> copyTo(const std::string &path, const Handler<bool()> &goesOn);
+    /// What is wrong with the database, one line each, at most `limit`; none when it is sound.
+    [[nodiscard]] Result<std::vector<std::string>> faults(int limit);
+    /// Whether triggers run when this connection changes something; they do at first.
+    void setTriggersRun(bool run);
 
 private:
-    explicit Database(sqlite3 *opened) noexcept : handle(opened) {}
+    explicit Database(sqlite3 *opened) : handle(opened), work(std::make_unique<WorkLimit>()) {}
+    void limitWork(const std::string &path);
+
     sqlite3 *handle;
+    std::unique_ptr<WorkLimit> work;
 };
 
 /// Writes that take effect together: rolled back unless they are committed.

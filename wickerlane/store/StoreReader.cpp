@@ -1,5 +1,7 @@
 #include "wickerlane/store/StoreReader.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <map>
 
@@ -7,6 +9,7 @@
 #include "wickerlane/store/AssetColumns.h"
 #include "wickerlane/store/AssetURL.h"
 #include "wickerlane/store/Schema.h"
+#include "wickerlane/store/Soundness.h"
 
 namespace wickerlane::store {
 
@@ -15,11 +18,27 @@ namespace {
 constexpr std::string_view selectAlbums =
     "SELECT pk, uuid, name, coalesce(streamid, ''), datecreated, cachedcount FROM zalbum ";
 
-Ref<ManagedAlbum> readAlbum(const sqlite::Statement &statement, std::string_view storeUUID) {
-    return ManagedAlbum::create({statement.integer(0), std::string(statement.text(1)),
-                                 std::string(statement.text(2)), std::string(statement.text(3)),
-                                 statement.real(4), static_cast<std::uint64_t>(statement.integer(5))},
-                                storeUUID);
+AlbumRecord readAlbum(const sqlite::Statement &statement) {
+    return {statement.integer(0),
+            std::string(statement.text(1)),
+            std::string(statement.text(2)),
+            std::string(statement.text(3)),
+            statement.real(4),
+            static_cast<std::uint64_t>(statement.integer(5))};
+}
+
+/// Leaves out rows that can't be objects, which a check finds.
+template <class Record>
+void keepSound(std::vector<Record> &records) {
+    std::erase_if(records, [](const Record &each) { return !faultOf(each).empty(); });
+}
+
+/// Device and number; zeros for no file.
+using FileIdentity = std::pair<dev_t, ino_t>;
+
+FileIdentity identityOfFile(const std::string &path) {
+    struct stat status {};
+    return ::stat(path.c_str(), &status) == 0 ? FileIdentity(status.st_dev, status.st_ino) : FileIdentity();
 }
 
 /// The identity of the store in a database of this version.
@@ -31,7 +50,7 @@ Result<std::string> identityOf(sqlite::Database &database, const std::string &pa
     if (!version)
         return failToRead(version.error());
     if (*version != modelVersion())
-        return fail(*version > modelVersion() ? ProblemKind::newerVersion : ProblemKind::failed,
+        return fail(*version > modelVersion() ? ProblemKind::newerVersion : ProblemKind::busy,
                     path + " has model version " + std::to_string(*version) + ", not " +
                         std::to_string(modelVersion()),
                     path);
@@ -40,7 +59,7 @@ Result<std::string> identityOf(sqlite::Database &database, const std::string &pa
     });
     if (!uuid)
         return failToRead(uuid.error());
-    if (uuid->value_or("").empty())
+    if (!UUID::createWithText(uuid->value_or("")))
         return failToRead({ProblemKind::damagedStore, "it has no identity", {}});
     return **uuid;
 }
@@ -50,27 +69,56 @@ Result<std::string> identityOf(sqlite::Database &database, const std::string &pa
 /// The connection, and who may use it. A statement is reset before the lock is given up, so that no read
 /// transaction stays open between calls: that would keep the daemon's write-ahead log growing.
 struct StoreReader::Connection {
+    struct Opened {
+        FileIdentity file;
+        sqlite::Database database;
+        /// Of select(), by what narrows it.
+        std::map<std::string, sqlite::Statement, std::less<>> prepared{};
+        sqlite::Statement counting = database.prepare(selectCounts);
+    };
+    const std::string path;
     Mutex mutex;
-    sqlite::Database database WL_GUARDED_BY(mutex);
-    /// Of select(), by what narrows it.
-    std::map<std::string, sqlite::Statement, std::less<>> prepared WL_GUARDED_BY(mutex);
+    std::unique_ptr<Opened> opened WL_GUARDED_BY(mutex);
 
-    sqlite::Statement counting WL_GUARDED_BY(mutex) = database.prepare(selectCounts);
+    Connection(std::string file, sqlite::Database database)
+        : path(std::move(file)), opened(new Opened{identityOfFile(path), std::move(database)}) {}
 
-    explicit Connection(sqlite::Database opened) : database(std::move(opened)) {}
+    /// The connection to the file that is the store now: a repair may have put another in its place.
+    Opened &current() WL_REQUIRES(mutex) {
+        const FileIdentity file = identityOfFile(path);
+        if (file == opened->file || file == FileIdentity())
+            return *opened;
+        if (auto renewed = sqlite::Database::open(path, sqlite::Database::Access::read))
+            opened.reset(new Opened{file, std::move(*renewed)});
+        return *opened;
+    }
 
     /// The records that a statement made of `selectAssets` and `narrowing` gives.
     template <class... Values>
     Result<std::vector<AssetRecord>> select(std::string_view narrowing, const Values &...values) {
         const MutexLock lock(mutex);
-        auto found = prepared.find(narrowing);
-        if (found == prepared.end())
-            found = prepared.emplace(narrowing, database.prepare(std::string(selectAssets).append(narrowing)))
-                        .first;
+        Opened &used = current();
+        auto found = used.prepared.find(narrowing);
+        if (found == used.prepared.end())
+            found =
+                used.prepared
+                    .emplace(narrowing, used.database.prepare(std::string(selectAssets).append(narrowing)))
+                    .first;
         auto records = found->second.bind(values...).all(readRecord);
         if (!records)
-            prepared.erase(found);
+            used.prepared.erase(found);
+        else
+            keepSound(*records);
         return records;
+    }
+
+    /// Whether the table has assets of a kind, or of any, whatever its indexes say.
+    Result<bool> hasAny(const std::optional<AssetKind> &kind) {
+        const MutexLock lock(mutex);
+        return current()
+            .database.prepare("SELECT 1 FROM zgenericasset NOT INDEXED WHERE ?1 = -1 OR kind = ?1 LIMIT 1")
+            .bind(kind ? static_cast<int>(*kind) : -1)
+            .any();
     }
 };
 
@@ -87,8 +135,8 @@ Result<std::unique_ptr<StoreReader>> StoreReader::open(const LibraryPaths &paths
     auto uuid = identityOf(*database, paths.database());
     if (!uuid)
         return passOn(uuid);
-    return std::unique_ptr<StoreReader>(
-        new StoreReader(paths, *std::move(uuid), std::make_unique<Connection>(std::move(*database))));
+    return std::unique_ptr<StoreReader>(new StoreReader(
+        paths, *std::move(uuid), std::make_unique<Connection>(paths.database(), std::move(*database))));
 }
 
 Ref<ManagedAsset> StoreReader::assetOf(AssetRecord record) const {
@@ -104,9 +152,23 @@ Result<std::vector<Ref<ManagedAsset>>> StoreReader::assets(const AssetQuery &que
     narrowing += query.newestFirst ? "ORDER BY coalesce(clockdate, datecreated) DESC, pk DESC"
                                    : "ORDER BY coalesce(clockdate, datecreated), pk";
     narrowing += " LIMIT ? OFFSET ?";
-    auto records =
-        connection->select(narrowing, query.album, std::min<std::uint64_t>(query.limit, maxInteger),
-                           std::min<std::uint64_t>(query.offset, maxInteger));
+    const auto list = [&] {
+        return connection->select(narrowing, query.album, std::min<std::uint64_t>(query.limit, maxInteger),
+                                  std::min<std::uint64_t>(query.offset, maxInteger));
+    };
+    auto records = list();
+    // An index that was emptied gives no rows, and no error.
+    if (records && records->empty() && query.album == 0 && query.offset == 0 && query.limit != 0) {
+        const auto isAny = connection->hasAny(query.kind);
+        if (!isAny)
+            return passOn(isAny);
+        if (*isAny)
+            records = list(); // the first may have been added just now
+        if (*isAny && records && records->empty())
+            return fail(ProblemKind::damagedStore,
+                        libraryPaths.database() + " holds assets and lists none of them",
+                        libraryPaths.database());
+    }
     if (!records)
         return passOn(records);
     std::vector<Ref<ManagedAsset>> result;
@@ -118,11 +180,12 @@ Result<std::vector<Ref<ManagedAsset>>> StoreReader::assets(const AssetQuery &que
 
 Result<AssetCounts> StoreReader::counts() {
     const MutexLock lock(connection->mutex);
-    const auto counts = connection->counting.first([](const sqlite::Statement &row) {
+    sqlite::Statement &counting = connection->current().counting;
+    const auto counts = counting.first([](const sqlite::Statement &row) {
         const auto count = [&](int column) { return static_cast<std::uint64_t>(row.integer(column)); };
         return AssetCounts{count(0), count(1), count(2), count(3)};
     });
-    connection->counting.reset();
+    counting.reset();
     if (!counts)
         return passOn(counts);
     return counts->value_or(AssetCounts{});
@@ -161,14 +224,21 @@ Result<Ref<ManagedAsset>> StoreReader::assetWithObjectID(const ManagedObjectID *
 }
 
 TrashedAsset StoreReader::readTrashed(const sqlite::Statement &row) const {
-    return {assetOf(readRecord(row)), row.real(trashedDateColumn)};
+    AssetRecord record = readRecord(row);
+    if (!faultOf(record).empty())
+        return {};
+    return {assetOf(std::move(record)), row.real(trashedDateColumn)};
 }
 
 Result<std::vector<TrashedAsset>> StoreReader::trash() {
     const MutexLock lock(connection->mutex);
-    return connection->database
-        .prepare(std::string(selectTrashedAssets) + "ORDER BY datetrashed DESC, pk DESC")
-        .all([&](const sqlite::Statement &row) { return readTrashed(row); });
+    auto trashed =
+        connection->current()
+            .database.prepare(std::string(selectTrashedAssets) + "ORDER BY datetrashed DESC, pk DESC")
+            .all([&](const sqlite::Statement &row) { return readTrashed(row); });
+    if (trashed)
+        std::erase_if(*trashed, [](const TrashedAsset &each) { return !each.asset; });
+    return trashed;
 }
 
 Result<TrashedAsset> StoreReader::trashedWithUUID(std::string_view uuid) {
@@ -176,7 +246,8 @@ Result<TrashedAsset> StoreReader::trashedWithUUID(std::string_view uuid) {
     if (!parsed)
         return TrashedAsset();
     const MutexLock lock(connection->mutex);
-    auto trashed = connection->database.prepare(std::string(selectTrashedAssets) + "WHERE uuid = ?")
+    auto trashed = connection->current()
+                       .database.prepare(std::string(selectTrashedAssets) + "WHERE uuid = ?")
                        .bind(parsed->uuidString()->utf8())
                        .first([&](const sqlite::Statement &row) { return readTrashed(row); });
     if (!trashed)
@@ -186,18 +257,30 @@ Result<TrashedAsset> StoreReader::trashedWithUUID(std::string_view uuid) {
 
 Result<std::vector<Ref<ManagedAlbum>>> StoreReader::albums() {
     const MutexLock lock(connection->mutex);
-    return connection->database.prepare(std::string(selectAlbums) + "ORDER BY name, pk")
-        .all([&](const sqlite::Statement &row) { return readAlbum(row, identity); });
+    auto records = connection->current()
+                       .database.prepare(std::string(selectAlbums) + "ORDER BY name, pk")
+                       .all(readAlbum);
+    if (!records)
+        return passOn(records);
+    keepSound(*records);
+    std::vector<Ref<ManagedAlbum>> albums;
+    albums.reserve(records->size());
+    for (AlbumRecord &each : *records)
+        albums.push_back(ManagedAlbum::create(std::move(each), identity));
+    return albums;
 }
 
 Result<Ref<ManagedAlbum>> StoreReader::albumWhere(std::string_view narrowing, std::string_view value) {
     const MutexLock lock(connection->mutex);
-    auto album = connection->database.prepare(std::string(selectAlbums).append(narrowing))
+    auto album = connection->current()
+                     .database.prepare(std::string(selectAlbums).append(narrowing))
                      .bind(value)
-                     .first([&](const sqlite::Statement &row) { return readAlbum(row, identity); });
+                     .first(readAlbum);
     if (!album)
         return passOn(album);
-    return std::move(*album).value_or(nullptr);
+    if (!*album || !faultOf(**album).empty())
+        return nullptr;
+    return ManagedAlbum::create(**std::move(album), identity);
 }
 
 Result<Ref<ManagedAlbum>> StoreReader::albumWithUUID(std::string_view uuid) {
@@ -213,8 +296,8 @@ Result<Ref<ManagedAlbum>> StoreReader::albumNamed(std::string_view name) {
 
 Result<std::vector<AssetChange>> StoreReader::changes(std::int64_t since) {
     const MutexLock lock(connection->mutex);
-    return connection->database
-        .prepare("SELECT pk, date, what, assetuuid FROM zchange WHERE pk > ? ORDER BY pk")
+    return connection->current()
+        .database.prepare("SELECT pk, date, what, assetuuid FROM zchange WHERE pk > ? ORDER BY pk")
         .bind(since)
         .all([](const sqlite::Statement &row) {
             return AssetChange{row.integer(0), row.real(1), static_cast<AssetChange::What>(row.integer(2)),
