@@ -6,11 +6,13 @@
 #include "hoardd/albums/BulletinBoard.h"
 #include "hoardd/analysis/LibraryAnalysis.h"
 #include "hoardd/library/Clock.h"
+#include "hoardd/library/StoreBackups.h"
 #include "hoardd/pictures/Thumbnails.h"
 #include "hoardd/saving/FoundFiles.h"
 #include "hoardd/saving/Publication.h"
 #include "hoardd/saving/Trash.h"
 #include "hoardd/service/OperationFamilies.h"
+#include "wickerlane/log/JXLog.h"
 #include "wickerlane/platform/queue/WorkQueue.h"
 #include "wickerlane/protocol/ServiceName.h"
 
@@ -41,6 +43,7 @@ Daemon::Daemon(DaemonOptions options)
       dispatcher({.operations = allOperations(),
                   .folder = &folder,
                   .openLibrary = [this] { return folder.open(); },
+                  .storeIsDamaged = [this](const Problem &problem) { folder.noteDamage(problem); },
                   .jobs = &jobs,
                   .beside = &beside,
                   .longWork = &longWork}) {
@@ -58,6 +61,7 @@ void Daemon::prepareLibrary(Library &library) {
     library.thumbnailRetry().whenDue([this, &library] {
         static_cast<void>(ClientJobs::ownOf(longWork).add({[&library] { makeThumbnailsLeftDue(library); }}));
     });
+    nextBackup = std::chrono::steady_clock::now().time_since_epoch();
     emptyTrashTomorrow(library);
     watchBulletins(library);
     if (settings.quietTime.count() == 0)
@@ -94,12 +98,43 @@ void Daemon::emptyTrashTomorrow(Library &library) {
     });
 }
 
+// Asked with each request, so that a daemon that runs for months makes backups, and one that nobody asks
+// ends.
+void Daemon::backUpWhenDue() {
+    using Clock = std::chrono::steady_clock;
+    constexpr std::chrono::seconds between{60};
+    const auto now = Clock::now().time_since_epoch();
+    auto next = nextBackup.load(std::memory_order_relaxed);
+    if (now < next || !nextBackup.compare_exchange_strong(next, now + between))
+        return;
+    Library *library = folder.opened();
+    if (library != nullptr && (isBackupDue(library->paths()) || library->writer().areNotesIncomplete()))
+        static_cast<void>(ClientJobs::ownOf(longWork).add(
+            {[this, library] { backUp(*library, [library] { return !library->isEnding(); }); }}));
+}
+
+void Daemon::backUp(Library &library, const Handler<bool()> &goesOn) {
+    const auto counts = library.assets().counts();
+    Result<> done;
+    if (isBackupDue(library.paths()) && counts && counts->photos + counts->videos > 0)
+        done = backUpStore(library.paths(), goesOn);
+    if (!done && done.error().kind == ProblemKind::damagedStore)
+        folder.noteDamage(done.error());
+    if (done)
+        done = library.writer().rewriteNotes();
+    if (!done)
+        JX_LOG(JXLogLevelError, JXPhotosStateLog, "can't back the store up: %s", done.error().text.c_str());
+}
+
 Result<> Daemon::start(Handler<void()> ended) {
     // What one client asks for is done in the order in which it asked; what takes long is handed on.
     std::string reason;
     listener = MessageListener::create(
         WickerlaneGatekeeperName, WorkQueue::global(),
-        [this](ReceivedMessage *message) { dispatcher.dispatch(Call(message)); },
+        [this](ReceivedMessage *message) {
+            dispatcher.dispatch(Call(message));
+            backUpWhenDue();
+        },
         {.idleTime = settings.idleTime, .idle = std::move(ended), .ordersEachPeer = true}, &reason);
     if (!listener)
         return fail(ProblemKind::failed, reason);
@@ -116,8 +151,11 @@ void Daemon::stop() {
     beside.close();
     listener->cancel(); // after the saves, so that they are answered
     dispatcher.stop();
-    if (Library *library = folder.opened())
+    if (Library *library = folder.opened()) {
+        if (storeBackups(library->paths()).empty()) // it has not run for long enough to make one
+            backUp(*library, [] { return true; });
         library->close();
+    }
 }
 
 } // namespace wickerlane::hoardd

@@ -2,6 +2,7 @@
 #ifndef HOARDD_DAEMON_H
 #define HOARDD_DAEMON_H
 
+#include <atomic>
 #include <chrono>
 #include <span>
 #include <vector>
@@ -41,6 +42,8 @@ private:
     /// Has the trash emptied of what has expired, a day from now and each day after that. The daemon lives as
     /// long as the process.
     void emptyTrashTomorrow(Library &library);
+    void backUpWhenDue();
+    void backUp(Library &library, const Handler<bool()> &goesOn);
 
     const DaemonOptions settings;
     JobQueue jobs;       // saves and pictures
@@ -50,6 +53,8 @@ private:
     LibraryFolder folder;
     Dispatcher dispatcher;
     Ref<MessageListener> listener;
+    /// When to look next whether a backup is due; far away as long as no library is open.
+    std::atomic<std::chrono::steady_clock::duration> nextBackup{std::chrono::steady_clock::duration::max()};
 };
 
 } // namespace wickerlane::hoardd

@@ -97,6 +97,8 @@ Result<> fingerprintNewAssets(Library &library) {
             return passOn(batch);
         if (batch->empty())
             return {};
+        if (batch->back().key <= last) // or this would not end
+            return fail(ProblemKind::damagedStore, "the store's assets are in no order");
         last = batch->back().key;
         const auto fingerprints = fingerprintsOf(library, *batch);
         if (!fingerprints)

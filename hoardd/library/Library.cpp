@@ -1,8 +1,13 @@
 #include "hoardd/library/Library.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
+#include <charconv>
 #include <chrono>
 #include <cstring>
 #include <span>
@@ -11,6 +16,7 @@
 #include "hoardd/library/DurableFolders.h"
 #include "wickerlane/platform/file/FileLock.h"
 #include "wickerlane/platform/file/Files.h"
+#include "wickerlane/store/LibraryCheck.h"
 
 namespace wickerlane::hoardd {
 
@@ -19,6 +25,15 @@ namespace {
 /// How long an ending process may take to let go of the library.
 constexpr std::chrono::seconds lockPatience{10};
 
+/// Who holds the lock, as far as that is known: " by process 17", or nothing.
+std::string holderOf(const UniqueFd &lock) {
+    std::array<char, 16> text{};
+    const ssize_t count = ::pread(lock.get(), text.data(), text.size(), 0);
+    pid_t process = 0;
+    std::from_chars(text.data(), text.data() + std::max<ssize_t>(count, 0), process);
+    return process > 0 ? " by process " + std::to_string(process) : std::string();
+}
+
 /// Takes the library's lock and writes the process id into it.
 Result<UniqueFd> takeLock(const std::string &path) {
     UniqueFd lock = openFile(path, O_RDWR | O_CREAT);
@@ -26,14 +41,35 @@ Result<UniqueFd> takeLock(const std::string &path) {
         return failSystem("lock", path);
     const auto deadline = std::chrono::steady_clock::now() + lockPatience;
     while (!tryLockFile(lock.get(), FileLock::exclusive)) {
-        if (errno != EWOULDBLOCK || std::chrono::steady_clock::now() > deadline)
+        if (errno != EWOULDBLOCK)
             return failSystem("lock", path);
+        if (std::chrono::steady_clock::now() > deadline)
+            return fail(ProblemKind::busy,
+                        "the library is in use" + holderOf(lock) + ", which holds " + path +
+                            "; try again when it has ended",
+                        path);
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
     const std::string process = std::to_string(::getpid()) + '\n';
     if (::ftruncate(lock.get(), 0) != 0 || !writeAll(lock.get(), std::as_bytes(std::span(process))))
         return failSystem("lock", path);
     return lock;
+}
+
+/// What every open library has. Only its owner may come in, whatever the umask: others reach the pictures
+/// through the daemon.
+Result<> makeLibraryFolders(const store::LibraryPaths &paths) {
+    for (const std::string &folder :
+         {paths.folder(), paths.folder() + "/PhotoData", paths.folder() + "/DCIM",
+          paths.folder() + "/PhotoData/Thumbnails", paths.saving(), paths.incoming()}) {
+        if (const auto made = makeDurableFolder(folder); !made)
+            return made;
+        struct stat status {};
+        if (::lstat(folder.c_str(), &status) == 0 && status.st_uid == ::geteuid() &&
+            (status.st_mode & ALLPERMS) != S_IRWXU && ::chmod(folder.c_str(), S_IRWXU) != 0)
+            return failSystem("protect", folder);
+    }
+    return {};
 }
 
 } // namespace
@@ -47,14 +83,16 @@ Library::Library(UniqueFd held, std::unique_ptr<Store> writer, std::unique_ptr<s
 
 Result<std::unique_ptr<Library>> Library::open(const store::LibraryPaths &paths,
                                                MediaWorkersOptions mediaWorkers) {
-    for (const std::string &folder :
-         {paths.folder(), paths.folder() + "/PhotoData", paths.folder() + "/DCIM",
-          paths.folder() + "/PhotoData/Thumbnails", paths.saving(), paths.incoming()})
-        if (const auto made = makeDurableFolder(folder); !made)
-            return passOn(made);
+    if (const auto made = makeLibraryFolders(paths); !made)
+        return passOn(made);
     auto lock = takeLock(paths.lock());
     if (!lock)
         return passOn(lock);
+    if (const auto finished = finishMending(paths); !finished)
+        return passOn(finished);
+    if (::access(paths.database().c_str(), F_OK) != 0 && errno == ENOENT && store::hasOriginals(paths))
+        return fail(ProblemKind::damagedStore, paths.database() + " is missing beside its originals",
+                    paths.database());
     auto writer = Store::open(paths);
     if (!writer)
         return passOn(writer);
@@ -65,6 +103,19 @@ Result<std::unique_ptr<Library>> Library::open(const store::LibraryPaths &paths,
         new Library(*std::move(lock), *std::move(writer), *std::move(reader), std::move(mediaWorkers)));
     library->countNotice.noteChange(); // one that was killed may not have posted it
     return library;
+}
+
+Result<MendedStore> Library::mend(const store::LibraryPaths &paths) {
+    if (const auto made = makeLibraryFolders(paths); !made)
+        return passOn(made);
+    const auto lock = takeLock(paths.lock());
+    if (!lock)
+        return passOn(lock);
+    if (const auto finished = finishMending(paths); !finished)
+        return passOn(finished);
+    if (::access(paths.database().c_str(), F_OK) != 0 && !store::hasOriginals(paths))
+        return MendedStore(); // there is nothing to mend
+    return mendStore(paths, nullptr);
 }
 
 } // namespace wickerlane::hoardd

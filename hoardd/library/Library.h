@@ -22,9 +22,13 @@ namespace wickerlane::hoardd {
 class Library {
 public:
     /// Opens a library, and makes it if there is none.
-    /// Fails also when another process has had it open for longer than one takes to end.
+    /// Fails also when another process has had it open for longer than one takes to end, and, with
+    /// `damagedStore`, when its store is damaged, or missing beside originals.
     [[nodiscard]] static Result<std::unique_ptr<Library>> open(const store::LibraryPaths &paths,
                                                                MediaWorkersOptions mediaWorkers = {});
+
+    /// Mends the store of a library that is not open. See mendStore().
+    [[nodiscard]] static Result<MendedStore> mend(const store::LibraryPaths &paths);
 
     [[nodiscard]] const store::LibraryPaths &paths() const noexcept { return reader->paths(); }
     /// Finds assets, over a connection that only reads.
@@ -56,6 +60,7 @@ public:
         dueThumbnails.stop();
         countNotice.flush();
         static_cast<void>(store->checkpoint()); // the log keeps what could not be moved
+        store->end();
     }
 
 private:

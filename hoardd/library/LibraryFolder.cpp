@@ -5,21 +5,67 @@
 
 namespace wickerlane::hoardd {
 
+namespace {
+
+/// The problem with what to do about it.
+Problem withCure(Problem problem) {
+    constexpr std::string_view cure = "; to repair it: wickerlane check --repair";
+    if (problem.kind == ProblemKind::damagedStore && problem.text.find(cure) == std::string::npos)
+        problem.text += cure;
+    return problem;
+}
+
+} // namespace
+
 Result<Library *> LibraryFolder::open() {
     const MutexLock lock(mutex);
+    if (damage)
+        return fail(*damage);
+    return openLocked();
+}
+
+Result<Library *> LibraryFolder::openLocked() {
     if (library == nullptr) {
         if (isEnding)
             return stopped();
         auto made = withDiskReserve(folderPaths, [&] { return Library::open(folderPaths); });
         if (!made) {
             JX_LOG(JXLogLevelError, JXGenericLog, "%s", made.error().text.c_str());
-            return passOn(made);
+            return fail(withCure(made.error()));
         }
         if (whenOpened)
             whenOpened(**made);
         library = *std::move(made);
     }
     return library.get();
+}
+
+Result<LibraryFolder::Mended> LibraryFolder::openMended() {
+    const MutexLock lock(mutex);
+    if (isEnding)
+        return stopped();
+    const auto mended = library != nullptr ? library->writer().mend() : Library::mend(folderPaths);
+    if (!mended) {
+        JX_LOG(JXLogLevelError, JXPhotosStateLog, "can't mend the store: %s", mended.error().text.c_str());
+        return passOn(mended);
+    }
+    if (!mended->text.empty())
+        JX_LOG(JXLogLevelNotice, JXPhotosStateLog, "%s", mended->text.c_str());
+    damage.reset();
+    const auto opened = openLocked();
+    if (!opened)
+        return passOn(opened);
+    const bool isChanged = !mended->text.empty();
+    if (isChanged)
+        if (const auto noted = (*opened)->writer().rewriteNotes(); !noted)
+            JX_LOG(JXLogLevelWarning, JXPhotosStateLog, "%s", noted.error().text.c_str());
+    return Mended{*opened, isChanged};
+}
+
+void LibraryFolder::noteDamage(const Problem &problem) {
+    const MutexLock lock(mutex);
+    if (library != nullptr && !damage) // else the next call finds out by itself
+        damage = withCure(problem);
 }
 
 void LibraryFolder::end() {

@@ -3,6 +3,7 @@
 #define HOARDD_LIBRARY_LIBRARYFOLDER_H
 
 #include <memory>
+#include <optional>
 
 #include "hoardd/library/Library.h"
 #include "wickerlane/platform/object/Handler.h"
@@ -22,6 +23,14 @@ public:
     /// The library, which lives as long as this. The first call opens it, and makes it if there is none; when
     /// that fails, the next call tries again.
     [[nodiscard]] Result<Library *> open();
+    struct Mended {
+        Library *library;
+        bool isChanged; ///< The store was not sound.
+    };
+    /// The library, after its store has been mended, if that is damaged or missing. What was done is logged.
+    [[nodiscard]] Result<Mended> openMended();
+    /// The store has turned out to be damaged: until it is mended, open() fails with that.
+    void noteDamage(const Problem &problem);
     /// Has long work on the library stop where it can. A library that is not open is not opened any more.
     void end();
     /// The library if it has been opened, else null.
@@ -31,7 +40,9 @@ private:
     const store::LibraryPaths folderPaths;
     const Handler<void(Library &)> whenOpened;
     Mutex mutex;
+    [[nodiscard]] Result<Library *> openLocked() WL_REQUIRES(mutex);
     bool isEnding WL_GUARDED_BY(mutex) = false;
+    std::optional<Problem> damage WL_GUARDED_BY(mutex);
     std::unique_ptr<Library> library WL_GUARDED_BY(mutex); // stays once it is there
 };
 

@@ -1,10 +1,13 @@
 #include "hoardd/library/Store.h"
 
 #include "hoardd/library/Failures.h"
+#include "hoardd/library/StoreBackups.h"
 #include "hoardd/library/TrashStore.h"
+#include "wickerlane/log/JXLog.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/store/AssetColumns.h"
 #include "wickerlane/store/Schema.h"
+#include "wickerlane/store/Soundness.h"
 
 namespace wickerlane::hoardd {
 
@@ -24,12 +27,26 @@ Result<> giveIdentity(Database &database) {
 }
 
 /// Lays out a new database, or takes the steps that an older one lacks.
-Result<> prepare(Database &database) {
+Result<> prepare(Database &database, const store::LibraryPaths &paths) {
     const auto version = database.integer("PRAGMA user_version");
     if (!version)
         return passOn(version);
     if (*version == store::modelVersion())
         return giveIdentity(database);
+    const auto hasTables = database.prepare("SELECT 1 FROM sqlite_schema").any();
+    if (!hasTables)
+        return passOn(hasTables);
+    if (*version == 0 && *hasTables)
+        return fail(ProblemKind::damagedStore, "it has tables and no version");
+    if (*version > 0 && *version < store::modelVersion()) {
+        const auto backedUp = backUpStore(paths);
+        if (!backedUp && backedUp.error().kind == ProblemKind::damagedStore)
+            return backedUp;
+        if (!backedUp)
+            JX_LOG(JXLogLevelError, JXPhotosStateLog,
+                   "can't back the store up before it is brought up to date: %s",
+                   backedUp.error().text.c_str());
+    }
     sqlite::Transaction transaction(database);
     if (!transaction.isOpen())
         return fail(database.problem());
@@ -42,16 +59,72 @@ Result<> prepare(Database &database) {
 
 } // namespace
 
-Result<std::unique_ptr<Store>> Store::open(const store::LibraryPaths &paths) {
+namespace {
+
+Result<Database> openPrepared(const store::LibraryPaths &paths) {
     auto database = Database::open(paths.database(), Database::Access::write);
     if (!database)
         return passOn(database);
-    if (const auto prepared = prepare(*database); !prepared)
+    if (const auto prepared = prepare(*database, paths); !prepared)
         return fail(inContext("can't open " + paths.database(), prepared.error(), paths.database()));
-    std::unique_ptr<Store> store(new Store(std::move(*database)));
+    return database;
+}
+
+} // namespace
+
+Result<std::unique_ptr<Store>> Store::open(const store::LibraryPaths &paths) {
+    auto database = openPrepared(paths);
+    if (!database)
+        return passOn(database);
+    std::unique_ptr<Store> store(new Store(paths, std::move(*database)));
     const MutexLock lock(store->databaseMutex);
+    if (const auto watched = store->notes.watch(store->database); !watched)
+        return fail(inContext("can't open " + paths.database(), watched.error(), paths.database()));
     store->noticeChanges();
     return store;
+}
+
+Result<MendedStore> Store::mend() {
+    const MutexLock lock(databaseMutex);
+    auto mended = mendStore(paths, &database);
+    if (!mended || !mended->isReplaced)
+        return mended;
+    auto renewed = openPrepared(paths);
+    if (!renewed)
+        return passOn(renewed);
+    database = *std::move(renewed);
+    if (const auto watched = notes.watch(database); !watched)
+        return passOn(watched);
+    noticeChanges();
+    return mended;
+}
+
+Result<> Store::rewriteNotes() {
+    std::uint64_t last = 0;
+    {
+        const MutexLock lock(databaseMutex);
+        last = notes.beginFile();
+    }
+    auto reader = Database::open(paths.database(), Database::Access::read);
+    if (!reader)
+        return passOn(reader);
+    const sqlite::Snapshot snapshot(*reader);
+    return hoardd::rewriteNotes(paths, last, *reader, forgottenRows(paths, *reader));
+}
+
+bool Store::areNotesIncomplete() {
+    const MutexLock lock(databaseMutex);
+    return notes.areIncomplete();
+}
+
+void Store::end() {
+    const MutexLock lock(databaseMutex);
+    notes.end();
+}
+
+void Store::afterCommit() {
+    noticeChanges();
+    notes.noteChanges(database);
 }
 
 // The first thread to come commits for all that come meanwhile; it goes on until nothing is left.
@@ -125,7 +198,7 @@ Result<> Store::insert(std::span<Pending *const> group) {
         addition->wasPresent = true;
         addition->record = std::move(record);
     }
-    noticeChanges();
+    afterCommit();
     return {};
 }
 
@@ -162,9 +235,12 @@ void Store::noticeChanges() {
 }
 
 Result<std::optional<store::AssetRecord>> Store::findSum(const store::Sha256 &sum) {
-    return database.prepare(std::string(store::selectAssets) + "WHERE sha256 = ? ORDER BY pk LIMIT 1")
-        .bind(Bytes(sum))
-        .first(store::readRecord);
+    auto found = database.prepare(std::string(store::selectAssets) + "WHERE sha256 = ? ORDER BY pk LIMIT 1")
+                     .bind(Bytes(sum))
+                     .first(store::readRecord);
+    if (found && *found && !faultOf(**found).empty())
+        found->reset();
+    return found;
 }
 
 Result<std::optional<store::AssetRecord>> Store::findOrRestore(const store::Sha256 &sum) {
@@ -199,6 +275,21 @@ Result<bool> Store::knows(std::string_view uuid) {
     return isInTrash(database, uuid);
 }
 
+namespace {
+
+/// The pages of a damaged store can give keys in an order that is none, and a loop that asks for those after
+/// the last would not end.
+Result<std::vector<store::AssetRecord>> ascending(Result<std::vector<store::AssetRecord>> assets,
+                                                  std::int64_t last) {
+    if (assets)
+        for (const store::AssetRecord &each : *assets)
+            if (each.primaryKey <= std::exchange(last, each.primaryKey))
+                return fail(ProblemKind::damagedStore, "the store's assets are in no order");
+    return assets;
+}
+
+} // namespace
+
 template <class... Values>
 Result<std::vector<store::AssetRecord>> Store::select(const char *condition, const Values &...values) {
     return database.prepare(std::string(store::selectAssets) + condition)
@@ -208,13 +299,15 @@ Result<std::vector<store::AssetRecord>> Store::select(const char *condition, con
 
 Result<std::vector<store::AssetRecord>> Store::due(std::int64_t last, std::size_t limit) {
     const MutexLock lock(databaseMutex);
-    return select("WHERE pk IN (SELECT asset FROM zduethumbnail) AND pk > ? ORDER BY pk LIMIT ?", last,
-                  limit);
+    return ascending(
+        select("WHERE pk IN (SELECT asset FROM zduethumbnail) AND pk > ? ORDER BY pk LIMIT ?", last, limit),
+        last);
 }
 
 Result<std::vector<store::AssetRecord>> Store::decodable(std::int64_t last, std::size_t limit) {
     const MutexLock lock(databaseMutex);
-    return select("WHERE pk > ? AND (problem = '' OR width > 0) ORDER BY pk LIMIT ?", last, limit);
+    return ascending(select("WHERE pk > ? AND (problem = '' OR width > 0) ORDER BY pk LIMIT ?", last, limit),
+                     last);
 }
 
 Result<std::vector<store::AssetRecord>> Store::addedSince(double date) {

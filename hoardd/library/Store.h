@@ -9,6 +9,8 @@
 #include <utility>
 #include <vector>
 
+#include "hoardd/library/StoreMending.h"
+#include "hoardd/library/StoreNotes.h"
 #include "wickerlane/model/Result.h"
 #include "wickerlane/platform/object/Handler.h"
 #include "wickerlane/platform/object/Mutex.h"
@@ -36,7 +38,8 @@ public:
         DueFacts dueFacts = DueFacts::none;
     };
 
-    /// Opens the database, and lays it out when it is new.
+    /// Opens the database, and lays it out when it is new. One of an older version is backed up and brought
+    /// up to date.
     [[nodiscard]] static Result<std::unique_ptr<Store>> open(const store::LibraryPaths &paths);
 
     /// Adds assets, all or none, and gives them their primary keys. Returns when they will survive any crash.
@@ -93,7 +96,7 @@ public:
             return outcome;
         if (const auto committed = transaction.commit(); !committed)
             return Outcome(passOn(committed));
-        noticeChanges();
+        afterCommit();
         return outcome;
     }
 
@@ -106,6 +109,16 @@ public:
     /// Moves what was written into the database file, so that it stands alone.
     [[nodiscard]] Result<> checkpoint();
 
+    /// Mends the database if it is damaged; meanwhile nothing is stored.
+    [[nodiscard]] Result<MendedStore> mend();
+
+    /// Writes the notes beside the store again, from all rows.
+    [[nodiscard]] Result<> rewriteNotes();
+    /// Whether they lack something.
+    [[nodiscard]] bool areNotesIncomplete();
+    /// Nothing is stored any more.
+    void end();
+
 private:
     struct Pending {
         std::span<Addition> additions;
@@ -113,7 +126,8 @@ private:
         bool isDone = false;
     };
 
-    explicit Store(sqlite::Database opened) : database(std::move(opened)) {}
+    Store(store::LibraryPaths libraryPaths, sqlite::Database opened)
+        : paths(std::move(libraryPaths)), database(std::move(opened)), notes(paths) {}
     void commit(std::span<Pending *const> group) WL_EXCLUDES(databaseMutex);
     [[nodiscard]] Result<> insert(std::span<Pending *const> group) WL_REQUIRES(databaseMutex);
     [[nodiscard]] Result<std::optional<store::AssetRecord>> findSum(const store::Sha256 &sum)
@@ -126,8 +140,10 @@ private:
     [[nodiscard]] Result<std::vector<store::AssetRecord>> select(const char *condition,
                                                                  const Values &...values)
         WL_REQUIRES(databaseMutex);
+    void afterCommit() WL_REQUIRES(databaseMutex);
     void noticeChanges() WL_REQUIRES(databaseMutex);
 
+    const store::LibraryPaths paths;
     Mutex mutex;
     Condition groupCommitted;
     std::vector<Pending *> pending WL_GUARDED_BY(mutex);
@@ -135,6 +151,7 @@ private:
 
     Mutex databaseMutex; // never taken before the other one
     sqlite::Database database WL_GUARDED_BY(databaseMutex);
+    StoreNotes notes WL_GUARDED_BY(databaseMutex);
     Handler<void()> countsChanged WL_GUARDED_BY(databaseMutex);
     Handler<void()> assetsChanged WL_GUARDED_BY(databaseMutex);
     /// The number of the last change of an asset.

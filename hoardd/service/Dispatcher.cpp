@@ -123,9 +123,11 @@ void Dispatcher::serveWhenRead(const Operation &operation, Library *library, con
 void Dispatcher::serve(const Operation &operation, Library *library, const Call &call) const {
     const PeerLogScope logged(call.peer().process);
     const auto result = withoutExceptions([&] { return handle(operation, library, call); });
-    if (!result)
+    if (!result) {
+        if (result.error().kind == ProblemKind::damagedStore && options.storeIsDamaged)
+            options.storeIsDamaged(result.error());
         call.refuse(result.error());
-    else if (*result)
+    } else if (*result)
         call.answer(**result);
 }
 

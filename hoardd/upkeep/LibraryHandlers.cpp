@@ -71,8 +71,19 @@ Result<Answer> importFileSystemAssets(Library &library, const Call &) {
     return whenDone(saveFoundFiles(library));
 }
 
+/// The open library, with its store mended if need be: of its albums there are copies.
+Result<Library *> openMended(LibraryFolder &folder) {
+    const auto mended = folder.openMended();
+    if (!mended)
+        return passOn(mended);
+    if (mended->isChanged)
+        if (const auto recreated = recreateAlbums(*mended->library); !recreated)
+            return passOn(recreated);
+    return mended->library;
+}
+
 Result<Answer> repairPotentialModelCorruption(LibraryFolder &folder, const Call &) {
-    const auto library = folder.open();
+    const auto library = openMended(folder);
     if (!library)
         return passOn(library);
     return whenDone(repairLibrary(**library));
@@ -91,7 +102,7 @@ Result<> setRestoring(Library &library, bool isRestoring) {
 
 // The files are there again, and the store may be older than they are.
 Result<Answer> updateModelAfterOTARestore(LibraryFolder &folder, const Call &) {
-    const auto library = folder.open();
+    const auto library = openMended(folder);
     if (!library)
         return passOn(library);
     if (const auto noted = setRestoring(**library, true); !noted)

@@ -8,6 +8,7 @@
 #include "hoardd/pictures/Thumbnails.h"
 #include "hoardd/saving/AssetFiles.h"
 #include "hoardd/saving/FoundFiles.h"
+#include "hoardd/upkeep/RowRepair.h"
 #include "hoardd/upkeep/UpkeepStore.h"
 #include "wickerlane/log/JXLog.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
@@ -59,6 +60,9 @@ void logRepair(const Finding &finding, const Result<> &repaired) {
 
 Result<> repairLibrary(Library &library) {
     FailureCount failures;
+    const auto rows = repairRows(library).and_then([&] { return restoreForgottenRows(library); });
+    if (!rows)
+        failures.add("entries of the store", rows.error());
     if (const auto saved = saveFoundFiles(library); !saved)
         failures.add("files that were found", saved.error());
     const auto report = store::checkLibrary(library.paths());

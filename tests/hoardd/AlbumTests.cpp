@@ -39,6 +39,8 @@ protected:
     [[nodiscard]] std::string added(const char *digit) const {
         Store::Addition addition;
         addition.record.uuid = std::string("0000000A-0000-4000-8000-00000000000") + digit;
+        addition.record.directory = "DCIM/00";
+        addition.record.filename = addition.record.uuid + ".JPG";
         EXPECT_TRUE(library().writer().add({&addition, 1}));
         return addition.record.uuid;
     }

@@ -25,8 +25,12 @@ protected:
         }
         for (int i = 0; i < 2; ++i) {
             Store::Addition addition;
-            addition.record.uuid = i == 0 ? "PHOTO" : "VIDEO";
+            addition.record.uuid = std::string("0000000A-0000-4000-8000-00000000000") + (i == 0 ? "1" : "2");
+            addition.record.directory = "DCIM/00";
+            addition.record.filename = addition.record.uuid + ".JPG";
             addition.record.kind = i == 0 ? store::AssetKind::photo : store::AssetKind::video;
+            addition.record.directory = "DCIM/00";
+            addition.record.filename = addition.record.uuid + ".JPG";
             ASSERT_TRUE(library().writer().add({&addition, 1}));
             assets.push_back(addition.record);
         }
@@ -73,7 +77,7 @@ TEST_F(Bulletins, GatherWhatComesIntoOneAlbumWithinTenMinutes) {
     EXPECT_EQ(gathered.originalID, first[0].id);
     EXPECT_EQ(gathered.originalDate, 1000);
     EXPECT_EQ(gathered.date, 1000 + 18 * minute);
-    EXPECT_EQ(gathered.assetUUID, "VIDEO");
+    EXPECT_EQ(gathered.assetUUID, assets[1].uuid);
     EXPECT_TRUE(gathered.assetIsVideo);
     EXPECT_EQ(gathered.sender, "Ada");
     EXPECT_EQ(all[2].albumUUID, albums[1].uuid);

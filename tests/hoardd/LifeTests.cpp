@@ -119,6 +119,44 @@ TEST_F(Life, ALibraryThatCantBeOpenedIsReportedAndTriedAgain) {
     EXPECT_EQ(answer(request(69).get())->getInt64("version"), store::modelVersion());
 }
 
+TEST_F(Life, ADamagedStoreIsOnlyRepaired) {
+    const struct {
+        const char *subject;
+        void (*damage)(const std::string &database);
+        const char *reason;
+    } cases[] = {
+        {"header", [](const std::string &database) { writeFile(database, FileBytes(5000, std::byte{'x'})); },
+         "not a database"},
+        {"loss", [](const std::string &database) { fs::remove(database); }, "missing"},
+    };
+    for (const auto &each : cases) {
+        ReleaseScope scope;
+        const FileBytes picture = pngOf(fourCorners(4, 4));
+        const auto job = Dictionary::createWithKeys(
+            {{"imageData", dataOf(picture).get()}, {"originalFilename", String::of("My name.png")}});
+        const std::string uuid = textIn(save(job.get()), "uuid");
+        end(daemon(), SIGTERM);
+        connection = connect();
+        for (const char *suffix : {"-wal", "-shm"})
+            fs::remove(paths.database() + suffix);
+        each.damage(paths.database());
+        for (const std::int64_t code : {15, 16, 33, 36, 56, 69}) {
+            const std::string refused = refusal(request(code).get());
+            EXPECT_NE(refused.find(each.reason), std::string::npos)
+                << each.subject << ' ' << code << ": " << refused;
+            EXPECT_NE(refused.find("check --repair"), std::string::npos) << refused;
+        }
+        EXPECT_EQ(refusal(request(27).get()), "") << each.subject;
+        const auto store = store::ObjectStore::open();
+        ASSERT_TRUE(store) << each.subject;
+        const auto *asset = store->assetWithUUID(uuid);
+        ASSERT_NE(asset, nullptr) << each.subject;
+        EXPECT_EQ(asset->record().originalFilename, "My name.png") << each.subject;
+        EXPECT_EQ(contentsOf(paths.original(asset->record())), picture);
+    }
+    EXPECT_EQ(answer(request(16).get())->getUInt64("photoCount"), 2U);
+}
+
 // As if the kill had come before the thumbnails were in their places: they are another's.
 TEST_F(Life, ThumbnailsThatAreDueAreMadeByTheNextDaemon) {
     ReleaseScope scope;

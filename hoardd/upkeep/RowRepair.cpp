@@ -1,0 +1,150 @@
+#include "hoardd/upkeep/RowRepair.h"
+
+#include <cmath>
+#include <filesystem>
+
+#include "hoardd/library/Clock.h"
+#include "hoardd/library/StoreNotes.h"
+#include "wickerlane/log/JXLog.h"
+#include "wickerlane/platform/object/ReleaseScope.h"
+#include "wickerlane/store/AssetColumns.h"
+#include "wickerlane/store/Soundness.h"
+
+namespace wickerlane::hoardd {
+
+namespace fs = std::filesystem;
+using sqlite::Database;
+using sqlite::Statement;
+using store::AlbumRecord;
+using store::AssetRecord;
+
+namespace {
+
+/// The text with a replacement for what is none.
+std::string textOf(std::string text) {
+    if (store::isText(text))
+        return text;
+    std::erase(text, '\0');
+    auto mended = MutableString::create();
+    mended->append(text);
+    return std::string(mended->utf8());
+}
+
+/// The name of the original in its folder, by the UUID; empty when there is none.
+std::string originalNamed(const store::LibraryPaths &paths, const std::string &uuid) {
+    std::error_code none;
+    const std::string folder = paths.folder() + '/' + store::LibraryPaths::directoryOfOriginal(uuid);
+    for (const auto &entry : fs::directory_iterator(folder, none)) {
+        std::string name = entry.path().filename();
+        if (name.starts_with(uuid + '.'))
+            return name;
+    }
+    return {};
+}
+
+AssetRecord mended(const store::LibraryPaths &paths, AssetRecord asset) {
+    if (!store::isUUID(asset.uuid))
+        asset.uuid = asset.filename.substr(0, 36);
+    if (!store::isUUID(asset.uuid))
+        return asset;
+    if (const std::string name = originalNamed(paths, asset.uuid); !name.empty()) {
+        asset.directory = store::LibraryPaths::directoryOfOriginal(asset.uuid);
+        asset.filename = name;
+    }
+    for (std::string *text : {&asset.originalFilename, &asset.format, &asset.problem})
+        *text = textOf(std::move(*text));
+    for (double *date : {&asset.dateCreated, &asset.dateAdded})
+        if (!std::isfinite(*date))
+            *date = secondsNow();
+    return asset;
+}
+
+Result<> replaceAsset(Database &database, const AssetRecord &asset) {
+    if (!faultOf(asset).empty())
+        return database.prepare("DELETE FROM zgenericasset WHERE pk = ?").bind(asset.primaryKey).run();
+    return database
+        .prepare("UPDATE zgenericasset SET uuid = ?2, directory = ?3, filename = ?4, originalfilename = ?5, "
+                 "format = ?6, problem = ?7, datecreated = ?8, dateadded = ?9 WHERE pk = ?1")
+        .bind(asset.primaryKey, asset.uuid, asset.directory, asset.filename, asset.originalFilename,
+              asset.format, asset.problem, asset.dateCreated, asset.dateAdded)
+        .run();
+}
+
+Result<> replaceAlbum(Database &database, AlbumRecord album) {
+    if (!store::isUUID(album.uuid))
+        album.uuid = UUID::createRandom()->uuidString()->utf8();
+    if (!store::isText(album.name)) // no two have the same
+        album.name = textOf(album.name) + ' ' + album.uuid.substr(0, 8);
+    if (!std::isfinite(album.dateCreated))
+        album.dateCreated = secondsNow();
+    const std::optional<std::string_view> stream = album.streamID.empty() || !store::isText(album.streamID)
+                                                       ? std::nullopt
+                                                       : std::optional<std::string_view>(album.streamID);
+    return database
+        .prepare("UPDATE zalbum SET uuid = ?2, name = ?3, datecreated = ?4, streamid = ?5 WHERE pk = ?1")
+        .bind(album.primaryKey, album.uuid, album.name, album.dateCreated, stream)
+        .run();
+}
+
+template <class Record>
+void keepUnsound(std::vector<Record> &records) {
+    std::erase_if(records, [](const Record &each) { return faultOf(each).empty(); });
+}
+
+} // namespace
+
+Result<> repairRows(Library &library) {
+    const ReleaseScope scope;
+    auto assets = library.read([](Database &database) {
+        return database.prepare(std::string(store::selectAssets)).all(store::readRecord);
+    });
+    if (!assets)
+        return passOn(assets);
+    auto albums = library.read([](Database &database) {
+        return database.prepare("SELECT pk, uuid, name, coalesce(streamid, ''), datecreated FROM zalbum")
+            .all([](const Statement &row) {
+                return AlbumRecord{row.integer(0), std::string(row.text(1)), std::string(row.text(2)),
+                                   std::string(row.text(3)), row.real(4)};
+            });
+    });
+    if (!albums)
+        return passOn(albums);
+    keepUnsound(*assets);
+    keepUnsound(*albums);
+    if (assets->empty() && albums->empty())
+        return {};
+    JX_LOG(JXLogLevelNotice, JXPhotosStateLog,
+           "repairing %zu assets and %zu albums that the store holds wrong", assets->size(), albums->size());
+    return library.writer().change([&](Database &database) -> Result<> {
+        for (const AssetRecord &each : *assets)
+            if (const auto done = replaceAsset(database, mended(library.paths(), each)); !done)
+                return done;
+        for (const AlbumRecord &each : *albums)
+            if (const auto done = replaceAlbum(database, each); !done)
+                return done;
+        return {};
+    });
+}
+
+Result<> restoreForgottenRows(Library &library) {
+    const auto forgotten = library.read(
+        [&](Database &database) -> Result<NotedRows> { return forgottenRows(library.paths(), database); });
+    if (!forgotten)
+        return passOn(forgotten);
+    if (forgotten->empty())
+        return {};
+    const auto restored = library.writer().change([&](Database &database) -> Result<std::size_t> {
+        std::size_t count = 0;
+        // Read again, now that nothing is removed meanwhile. Assets come before their renditions.
+        for (const auto &[name, columns] : forgottenRows(library.paths(), database))
+            count += insertNotedRow(database, name.first, columns) ? 1 : 0;
+        return count;
+    });
+    if (!restored)
+        return passOn(restored);
+    JX_LOG(JXLogLevelNotice, JXPhotosStateLog, "restored %zu entries of the store from the notes beside it",
+           *restored);
+    return {};
+}
+
+} // namespace wickerlane::hoardd
