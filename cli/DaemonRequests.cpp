@@ -1,18 +1,62 @@
 #include "cli/DaemonRequests.h"
 
 #include <fmt/format.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
 
 #include "cli/Awaited.h"
 #include "cli/Interrupt.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/platform/file/Files.h"
+#include "wickerlane/platform/message/connection/MessageConnection.h"
 #include "wickerlane/platform/queue/WorkQueue.h"
+#include "wickerlane/protocol/Keys.h"
+#include "wickerlane/protocol/LibraryRows.h"
+#include "wickerlane/protocol/ServiceName.h"
 
 namespace wickerlane::cli {
 namespace {
 
-bool daemonAnswers() {
-    return JXGatekeeperClient::sharedInstance()->getCurrentModelVersion() >= 0;
+namespace fs = std::filesystem;
+
+/// The folder that stands on the way to a path, or the path itself.
+std::string existingPart(std::string path) {
+    std::error_code none;
+    while (path.size() > 1 && !fs::exists(path, none))
+        path = fs::path(path).parent_path();
+    return path;
+}
+
+/// What the daemon says to a question that changes nothing. Null when there is no daemon that answers.
+Ref<MessageValue> askVersion() {
+    const auto question = MessageDictionary::create();
+    question->setInt64(protocol::keys::operation.text, protocol::getCurrentModelVersion.code);
+    return JXGatekeeperClient::sharedInstance()->connection()->sendWithReplySync(question.get());
+}
+
+/// The daemon's refusal, with what to do about it where the daemon can't know.
+Problem explained(const MessageError &refusal) {
+    Problem problem{static_cast<ProblemKind>(refusal.errorKind()), std::string(refusal.text()), {}};
+    switch (problem.kind) {
+    case ProblemKind::refused:
+        problem.text += fmt::format(". The owner of {} can allow it: wickerlane consent grant {}", rootPath(),
+                                    fs::read_symlink("/proc/self/exe").string());
+        break;
+    case ProblemKind::busy:
+    case ProblemKind::queueFull:
+        if (problem.text.find("try again") == std::string::npos)
+            problem.text += " Try again later.";
+        break;
+    case ProblemKind::newerVersion:
+        problem.text += ". Install a wickerlane that is at least as new";
+        break;
+    default:
+        break;
+    }
+    return problem;
 }
 
 Result<> outcomeIn(const client::Reply &reply) {
@@ -31,17 +75,32 @@ Result<> outcomeIn(const client::Reply &reply) {
 } // namespace
 
 Failure failUnreachable() {
-    return fail(ProblemKind::unreachable,
-                fmt::format("the daemon hoardd can't be reached (library below {}). It starts on demand if "
-                            "it is installed. Look for its messages on standard error, or run: wickerlane "
-                            "daemon status --start",
-                            rootPath()));
+    const std::string root = rootPath(), standing = existingPart(root);
+    if (access(standing.c_str(), W_OK | X_OK) != 0)
+        return fail(
+            ProblemKind::notWritable,
+            fmt::format("the library's folder {} can't be used: {}: {}. Choose another with --root, or have "
+                        "its owner give you access",
+                        root, standing, std::strerror(errno)));
+    return fail(
+        ProblemKind::unreachable,
+        fmt::format("the daemon hoardd can't be reached (library below {}): it can't be started, or has "
+                    "stopped answering. It starts on demand if it is installed. What it says is in "
+                    "{}/var/log/wickerlane/{}.log",
+                    root, root == "/" ? "" : root, WickerlaneGatekeeperName));
 }
 
 Result<> requireDaemon() {
-    if (!daemonAnswers())
+    Ref<MessageValue> reply = askVersion();
+    // One that was just ending is asked again: the question changes nothing.
+    if (reply == MessageError::connectionInterrupted())
+        reply = askVersion();
+    const auto *error = as<MessageError>(reply.get());
+    if (error == nullptr)
+        return {};
+    if (error == MessageError::connectionInterrupted() || error == MessageError::connectionInvalid())
         return failUnreachable();
-    return {};
+    return fail(explained(*error));
 }
 
 Result<> waitUntilReceived() {
@@ -49,7 +108,8 @@ Result<> waitUntilReceived() {
 }
 
 Failure failRequest(Problem problem) {
-    return daemonAnswers() ? fail(std::move(problem)) : failUnreachable();
+    const auto answers = requireDaemon();
+    return answers ? fail(std::move(problem)) : passOn(answers);
 }
 
 Result<> waitForSuccess(std::string withoutReason, const Handler<void(const SuccessHandler &)> &send) {

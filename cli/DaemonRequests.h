@@ -9,17 +9,18 @@
 
 namespace wickerlane::cli {
 
-/// The problem of a daemon that does not answer.
+/// The problem of a daemon that can't be started, or does not answer.
 Failure failUnreachable();
 
-/// Makes sure that the daemon answers. Starts it if it is not running.
+/// Makes sure that the daemon serves this program. Starts it if it is not running. The problem is the
+/// daemon's own word, if it refuses.
 Result<> requireDaemon();
 
 /// For a request without a reply of its own: blocks until the daemon has received it. What one client asks
 /// is handled in order, so an answer to a later request tells.
 Result<> waitUntilReceived();
 
-/// The problem of a request that gave no value: the daemon may not be reachable, else it is this one.
+/// The problem of a request that gave no value: why the daemon does not serve this program, else this one.
 Failure failRequest(Problem problem);
 
 /// What the client gives to a request that either succeeds or fails.

@@ -3,6 +3,10 @@
 namespace wickerlane::cli {
 
 ExitCode exitCodeOf(const Problem &problem) {
+    if (problem.kind == ProblemKind::damagedStore)
+        return ExitCode::damaged;
+    if (problem.kind == ProblemKind::newerVersion)
+        return ExitCode::newer;
     // A problem with a file is a failure, even when the file is what was not found.
     if (!problem.file.empty())
         return ExitCode::failure;
@@ -13,6 +17,12 @@ ExitCode exitCodeOf(const Problem &problem) {
         return ExitCode::unreachable;
     case ProblemKind::notFound:
         return ExitCode::notFound;
+    case ProblemKind::refused:
+    case ProblemKind::notWritable:
+        return ExitCode::refused;
+    case ProblemKind::busy:
+    case ProblemKind::queueFull:
+        return ExitCode::busy;
     default:
         return ExitCode::failure;
     }

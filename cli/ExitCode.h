@@ -12,6 +12,10 @@ enum class ExitCode : int {
     usage = 2,       ///< The command line makes no sense.
     unreachable = 3, ///< The daemon is not running and could not be started, or stopped answering.
     notFound = 4,    ///< There is no such asset, text or process, or no library yet.
+    refused = 5,     ///< This user or program may not do it.
+    damaged = 6,     ///< The library's store is damaged or missing, and can be repaired.
+    newer = 7,       ///< The library was made by a newer version.
+    busy = 8,        ///< Something else works on the library, or too much is asked of it: try again later.
 };
 
 /// The code for a problem that ends the command.

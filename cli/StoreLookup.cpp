@@ -3,20 +3,57 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include <cerrno>
+
+#include "cli/DaemonRequests.h"
+#include "wickerlane/store/LibraryCheck.h"
+
 namespace wickerlane::cli {
+
+namespace {
+
+Failure failWithoutStore(const store::LibraryPaths &paths) {
+    if (store::hasOriginals(paths))
+        return fail(
+            ProblemKind::damagedStore,
+            fmt::format("the store of the library in {} is missing beside its originals. To make it again: "
+                        "wickerlane check --repair",
+                        paths.folder()));
+    return fail(ProblemKind::notFound,
+                fmt::format("there is no library in {} yet. To make one, save photos into it: "
+                            "wickerlane import FOLDER",
+                            paths.folder()));
+}
+
+std::string whatToDo(ProblemKind kind) {
+    switch (kind) {
+    case ProblemKind::damagedStore:
+        return ". To repair it: wickerlane check --repair";
+    case ProblemKind::newerVersion:
+        return ". Install a wickerlane that is at least as new";
+    case ProblemKind::refused:
+        return ". Only its owner may read it directly";
+    default:
+        return {};
+    }
+}
+
+} // namespace
 
 Result<std::unique_ptr<store::StoreReader>> openStore() {
     const store::LibraryPaths paths;
-    if (access(paths.database().c_str(), F_OK) != 0)
-        return fail(ProblemKind::notFound,
-                    fmt::format("there is no library in {} yet. To make one, save photos into it: "
-                                "wickerlane import FOLDER",
-                                paths.folder()));
+    if (access(paths.database().c_str(), F_OK) != 0 && errno == ENOENT)
+        return failWithoutStore(paths);
     auto store = store::StoreReader::open(paths);
+    if (!store && store.error().kind == ProblemKind::busy) {
+        // The daemon brings it up to date when it opens it.
+        if (const auto answers = requireDaemon(); !answers)
+            return passOn(answers);
+        store = store::StoreReader::open(paths);
+    }
     if (!store)
-        return fail(store.error().kind,
-                    fmt::format("the library in {} can't be read: {}", paths.folder(), store.error().text),
-                    store.error().file);
+        return fail(store.error().kind, fmt::format("the library in {} can't be read: {}{}", paths.folder(),
+                                                    store.error().text, whatToDo(store.error().kind)));
     return store;
 }
 

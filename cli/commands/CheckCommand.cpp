@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <filesystem>
 #include <optional>
 
 #include "cli/DaemonRequests.h"
@@ -91,19 +92,47 @@ void printReport(const store::CheckReport &report, std::size_t repaired, const O
         note("to repair what can be repaired: wickerlane check --repair");
 }
 
+/// What repairs have written beside the store about what they did to it.
+std::vector<std::string> repairReports(const store::LibraryPaths &paths) {
+    const std::filesystem::path database = paths.database();
+    const std::string prefix = database.filename().string() + '.';
+    std::vector<std::string> reports;
+    std::error_code none;
+    for (const auto &entry : std::filesystem::directory_iterator(database.parent_path(), none)) {
+        const std::string name = entry.path().filename();
+        if (name.starts_with(prefix) && name.ends_with(".txt"))
+            reports.push_back(entry.path());
+    }
+    std::ranges::sort(reports);
+    return reports;
+}
+
+/// Has the daemon repair the library, and says what became of a store that was damaged.
+Result<> repair(const store::LibraryPaths &paths) {
+    const auto before = repairReports(paths);
+    JXGatekeeperClient::sharedInstance()->repairPotentialModelCorruption();
+    for (const std::string &path : repairReports(paths)) {
+        constexpr std::size_t maxBytes = 64 << 10;
+        std::vector<std::byte> text;
+        if (std::ranges::find(before, path) == before.end() && readFile(path, text, maxBytes) &&
+            !text.empty())
+            note(std::string_view(reinterpret_cast<const char *>(text.data()), text.size() - 1));
+    }
+    return requireDaemon();
+}
+
 Result<ExitCode> check(const Options &options) {
-    const auto store = openStore();
-    if (!store)
+    // A check needs no store that can be read: it says what is the matter with it.
+    if (const auto store = openStore(); !store && store.error().kind != ProblemKind::damagedStore)
         return passOn(store);
-    const store::LibraryPaths &paths = (*store)->paths();
+    const store::LibraryPaths paths;
     auto report = runCheck(paths, options);
     if (!report)
         return passOn(report);
     std::size_t repaired = 0;
     if (options.repair && !report->findings.empty() && !isInterrupted()) {
-        JXGatekeeperClient::sharedInstance()->repairPotentialModelCorruption();
-        if (const auto answers = requireDaemon(); !answers)
-            return passOn(answers);
+        if (const auto done = repair(paths); !done)
+            return passOn(done);
         const std::size_t before = report->findings.size();
         report = runCheck(paths, options);
         if (!report)
@@ -124,8 +153,9 @@ void setUpCheck(Command command) {
     command.footer(
         "Reads every original, unless --no-sums is given. The library may be in use meanwhile.\n\n"
         "--repair makes missing thumbnails and moves files that belong to no asset to\n"
-        "PhotoData/LostAndFound. It deletes nothing. It can't repair an original that is missing or\n"
-        "changed: copy it back from a backup.\n\n"
+        "PhotoData/LostAndFound. A damaged store is set aside, and a new one is made of what can be read\n"
+        "of it, of the daemon's backups and notes, and of the files. It deletes nothing. It can't repair an\n"
+        "original that is missing or changed: copy it back from a backup.\n\n"
         "Example:\n  wickerlane check --json | jq -r '.findings[].path'");
     Options &options = command.runs(check);
     command.addFlag("--repair", options.repair, "Repair what can be repaired");

@@ -46,9 +46,9 @@ struct Status {
 Result<Status> askStatus(const std::string &lockPath) {
     JXGatekeeperClient *client = JXGatekeeperClient::sharedInstance();
     Status status;
+    if (const auto answers = requireDaemon(); !answers)
+        return passOn(answers);
     status.modelVersion = client->getCurrentModelVersion();
-    if (status.modelVersion < 0)
-        return failUnreachable();
     status.access = waitForSuccess(
         "no reason given", [&](const SuccessHandler &handler) { client->requestAccessWithHandler(handler); });
     status.process = daemonProcess(lockPath);

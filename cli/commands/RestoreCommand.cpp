@@ -50,7 +50,8 @@ Result<> finish() {
 }
 
 Result<ExitCode> runStep(Step step) {
-    if (const auto answers = requireDaemon(); !answers)
+    // A restore may be what the store is missing for.
+    if (const auto answers = requireDaemon(); !answers && answers.error().kind != ProblemKind::damagedStore)
         return passOn(answers);
     ExitCode code = ExitCode::success;
     if (const auto done = step(); !done) {

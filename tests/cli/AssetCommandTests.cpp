@@ -130,7 +130,7 @@ TEST_F(Commands, PreviewNeedsItsEntitlement) {
     EXPECT_EQ(done.exitCode, 0) << done;
     EXPECT_TRUE(run({"show", uuid, "--json"}).json().contains("edited"));
     EXPECT_EQ(run({"entitlement", "revoke", self, "write-assets"}).exitCode, 0);
-    EXPECT_EQ(run({"revert", uuid}).exitCode, 1);
+    EXPECT_EQ(run({"revert", uuid}).exitCode, 5);
     EXPECT_EQ(run({"entitlement", "grant", self, "write-assets"}).exitCode, 0);
     EXPECT_EQ(run({"revert", uuid}).output, "1 asset reverted\n");
     EXPECT_FALSE(run({"show", uuid, "--json"}).json().contains("edited"));

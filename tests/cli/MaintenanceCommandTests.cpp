@@ -8,6 +8,7 @@
 #include "tests/support/TestImages.h"
 #include "tests/support/WaitUntil.h"
 #include "wickerlane/store/LibraryPaths.h"
+#include "wickerlane/store/Schema.h"
 
 using namespace wickerlane::test;
 namespace fs = std::filesystem;
@@ -109,9 +110,81 @@ TEST_F(Commands, AStoreThatIsDamagedIsNotTakenForNoLibrary) {
     for (const auto &arguments :
          std::vector<std::vector<std::string>>{{"list"}, {"show", "x"}, {"album", "list"}, {"moments"}}) {
         const CommandResult result = run(arguments);
-        EXPECT_EQ(result.exitCode, 1) << ::testing::PrintToString(arguments) << ": " << result;
+        EXPECT_EQ(result.exitCode, 6) << ::testing::PrintToString(arguments) << ": " << result;
         EXPECT_NE(result.errors.find("not a database"), std::string::npos) << result;
+        EXPECT_NE(result.errors.find("wickerlane check --repair"), std::string::npos) << result;
     }
+    EXPECT_EQ(run({"count"}).exitCode, 6);
+    const CommandResult checked = run({"check"});
+    EXPECT_EQ(checked.exitCode, 1) << checked;
+    EXPECT_NE(checked.output.find("damaged store"), std::string::npos) << checked;
+    const CommandResult repaired = run({"check", "--repair"});
+    EXPECT_EQ(repaired.exitCode, 0) << repaired;
+    EXPECT_NE(repaired.errors.find("1 asset from"), std::string::npos) << repaired;
+    EXPECT_NE(run({"list"}).output.find("a.jpg"), std::string::npos) << "its name is known again";
+}
+
+TEST_F(Commands, AStoreThatIsMissingIsNotTakenForAnEmptyLibrary) {
+    imported(file("a.jpg", jpegPicture()));
+    endDaemon();
+    for (const auto &entry : fs::recursive_directory_iterator(folder.parent_path()))
+        if (entry.path().filename().string().starts_with("Pixhold.sqlite"))
+            fs::remove(entry.path());
+    for (const char *command : {"list", "count"}) {
+        const CommandResult result = run({command});
+        EXPECT_EQ(result.exitCode, 6) << result;
+        EXPECT_NE(result.errors.find("missing"), std::string::npos) << result;
+    }
+    EXPECT_NE(run({"check"}).output.find("missing store"), std::string::npos);
+    EXPECT_EQ(run({"check", "--repair"}).exitCode, 0);
+    EXPECT_NE(run({"list"}).output.find("a.jpg"), std::string::npos);
+}
+
+TEST_F(Commands, EachReasonHasItsOwnTextAndExitCode) {
+    using wickerlane::sqlite::Database;
+    const wickerlane::store::LibraryPaths paths;
+    imported(file("a.jpg", jpegPicture()));
+    endDaemon();
+    const auto expect = [](const std::vector<std::string> &arguments, int exitCode, const char *text) {
+        const CommandResult result = run(arguments);
+        EXPECT_EQ(result.exitCode, exitCode) << result;
+        EXPECT_NE(result.errors.find(text), std::string::npos) << text << ": " << result;
+    };
+    const auto setVersion = [&](const std::string &version) {
+        ASSERT_TRUE(Database::open(paths.database(), Database::Access::write)
+                        ->execute(("PRAGMA user_version = " + version).c_str()));
+    };
+    setVersion("9999");
+    expect({"list"}, 7, "at least as new");
+    expect({"count"}, 7, "at least as new");
+    endDaemon();
+    setVersion(std::to_string(wickerlane::store::modelVersion()));
+
+    EXPECT_EQ(run({"consent", "deny", WICKERLANE_COMMAND}).exitCode, 0);
+    expect({"count"}, 5, "wickerlane consent grant");
+    EXPECT_EQ(run({"consent", "revoke", WICKERLANE_COMMAND}).exitCode, 0);
+    endDaemon();
+    expect({"--root", "/proc/1", "count"}, 5, "--root");
+}
+
+TEST_F(Commands, AnOlderLibraryIsBroughtUpToDateBeforeItIsRead) {
+    using wickerlane::sqlite::Database;
+    const wickerlane::store::LibraryPaths paths;
+    fs::create_directories(fs::path(paths.database()).parent_path());
+    const auto older = wickerlane::store::schemaSteps().first(wickerlane::store::schemaSteps().size() - 1);
+    {
+        auto writer = Database::open(paths.database(), Database::Access::write);
+        ASSERT_TRUE(writer);
+        for (const char *step : older)
+            ASSERT_TRUE(writer->execute(step));
+        ASSERT_TRUE(writer->execute(("INSERT INTO zlibrary VALUES ('00000000-0000-4000-8000-000000000000');"
+                                     "PRAGMA user_version = " +
+                                     std::to_string(older.size()))
+                                        .c_str()));
+    }
+    const CommandResult checked = run({"check"});
+    EXPECT_EQ(checked.exitCode, 0) << checked;
+    EXPECT_EQ(run({"list"}).exitCode, 0);
 }
 
 TEST_F(Commands, StatusStartsTheDaemonOnlyWithStart) {
