@@ -195,9 +195,7 @@ private:
         for (const std::string &table : tablesOf(database)) {
             const bool isFilled =
                 database.prepare("SELECT 1 FROM " + table + " LIMIT 1").any().value_or(false);
-            if (isFilled)
-                whole.insert(table);
-            else if (damaged && salvageTable(*damaged, database, table))
+            if (isFilled || (damaged && salvageTable(*damaged, database, table)))
                 whole.insert(table);
         }
         if (damaged)

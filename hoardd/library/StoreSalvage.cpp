@@ -171,11 +171,16 @@ Result<> removeOrphans(Database &database) {
             if (!keys)
                 return passOn(keys);
             for (const auto &[column, parent, parentColumn, isSetNull] : *keys) {
-                const std::string condition = " WHERE " + column + " IS NOT NULL AND " + column +
-                                              " NOT IN (SELECT " + parentColumn + " FROM " + parent + ")";
-                const std::string sql = isSetNull
-                                            ? "UPDATE " + table + " SET " + column + " = NULL" + condition
-                                            : "DELETE FROM " + table + condition;
+                std::string sql = isSetNull ? "UPDATE " : "DELETE FROM ";
+                sql.append(table);
+                if (isSetNull)
+                    sql.append(" SET ").append(column).append(" = NULL");
+                sql.append(" WHERE ").append(column).append(" IS NOT NULL AND ").append(column);
+                sql.append(" NOT IN (SELECT ")
+                    .append(parentColumn)
+                    .append(" FROM ")
+                    .append(parent)
+                    .append(")");
                 if (const auto done = database.execute(sql.c_str()); !done)
                     return done;
             }
