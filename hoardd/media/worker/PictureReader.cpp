@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 
 namespace wickerlane::hoardd::media {
 
@@ -92,7 +93,8 @@ JpegLayout layoutOfJpeg(std::span<const std::byte> file) {
 bool isJpegCutOff(std::span<const std::byte> file) {
     const auto pixels = file.subspan(layoutOfJpeg(file).pixels);
     constexpr std::byte endMarker[] = {std::byte{0xFF}, std::byte{0xD9}};
-    return std::ranges::find_end(pixels, endMarker).empty();
+    return std::find_end(pixels.begin(), pixels.end(), std::begin(endMarker), std::end(endMarker)) ==
+           pixels.end();
 }
 
 std::uint32_t bigEndian(std::span<const std::byte> file, std::size_t at) {
