@@ -14,13 +14,13 @@ using namespace wickerlane;
 
 namespace {
 
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) // which have allocators of their own
 std::size_t residentBytes() {
     std::size_t total = 0, resident = 0;
     std::ifstream("/proc/self/statm") >> total >> resident;
     return resident * static_cast<std::size_t>(getpagesize());
 }
 
-#ifndef __SANITIZE_ADDRESS__ // which has an allocator of its own
 TEST(MemoryTrim, GivesBackWhatABurstLeftBelowABlockThatIsInUse) {
     static NeverDestroyed<hoardd::MemoryTrim> memory;
     constexpr std::size_t blockBytes = 1024, blocks = 64 * 1024;
