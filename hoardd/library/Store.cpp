@@ -170,7 +170,8 @@ Result<> Store::insert(std::span<Pending *const> group) {
         for (Addition &addition : each->additions) {
             // Within the transaction, so that of two equal ones the second finds the first.
             if (addition.unlessPresent) {
-                auto present = findOrRestore(addition.record.sha256);
+                const store::Sha256 &sum = addition.record.sha256;
+                auto present = addition.leavesTrashAlone ? findSum(sum) : findOrRestore(sum);
                 if (!present)
                     return passOn(present);
                 if (*present) {

@@ -36,6 +36,7 @@ public:
         bool wasPresent = false;    ///< There was: nothing has been added.
         bool thumbnailsAreDue = false; ///< They are still to be made; see due().
         DueFacts dueFacts = DueFacts::none;
+        bool leavesTrashAlone = false; ///< One in the trash does not come back.
     };
 
     /// Opens the database, and lays it out when it is new. One of an older version is backed up and brought

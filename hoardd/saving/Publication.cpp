@@ -83,8 +83,11 @@ Result<> moveAllFiles(Library &library, std::span<StagedAsset *const> assets) {
 Result<> commitAssets(Library &library, std::span<StagedAsset *const> assets) {
     std::vector<Store::Addition> additions;
     additions.reserve(assets.size());
+    // An original with a UUID of its own, such as that of a save that was cut off, is no wish to have back
+    // what was deleted.
     for (const StagedAsset *each : assets)
-        additions.push_back({each->record, each->unlessPresent, false, true, each->dueFacts});
+        additions.push_back(
+            {each->record, each->unlessPresent, false, true, each->dueFacts, each->hasGivenUUID});
     if (const auto added = library.writer().add(additions); !added)
         return fail(inContext("can't store the asset", added.error()));
     for (std::size_t i = 0; i < assets.size(); ++i) {

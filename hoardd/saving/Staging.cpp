@@ -188,6 +188,7 @@ Result<StagedAsset> stageAsset(Library &library, const SaveJob &job) {
     StagedAsset staged{*std::move(reservation), *std::move(folder), *std::move(original), std::move(record)};
     staged.takenFrom = *std::move(taken);
     staged.unlessPresent = order->unlessPresent;
+    staged.hasGivenUUID = !job.uuid.empty();
     if (staged.unlessPresent) {
         auto present = library.writer().assetWithSum(staged.record.sha256);
         if (!present)

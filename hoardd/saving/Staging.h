@@ -60,6 +60,7 @@ struct StagedAsset {
     /// can be decoded is known only when they are made.
     Store::DueFacts dueFacts = Store::DueFacts::none;
     bool unlessPresent = false;                  ///< Not to be saved when its bytes are there already.
+    bool hasGivenUUID = false;                   ///< The job said which UUID it gets.
     std::optional<store::AssetRecord> present{}; ///< The asset that has them.
     TakenFile takenFrom{};                       ///< Goes once the asset is saved.
 };

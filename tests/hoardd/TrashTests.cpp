@@ -1,6 +1,7 @@
 // The trash, without a daemon.
 #include "hoardd/saving/Trash.h"
 
+#include <chrono>
 #include <filesystem>
 #include <limits>
 
@@ -9,6 +10,7 @@
 #include "hoardd/library/Clock.h"
 #include "hoardd/library/DiskReserve.h"
 #include "hoardd/saving/AssetFiles.h"
+#include "hoardd/saving/FoundFiles.h"
 #include "hoardd/saving/Publication.h"
 #include "hoardd/saving/Restore.h"
 #include "hoardd/upkeep/DemoMode.h"
@@ -171,6 +173,18 @@ TEST_F(Trash, GivesBackWhatIsSavedAgainUnlessItIsPresent) {
     EXPECT_EQ(trashed(), Names());
     EXPECT_EQ(contentsOf(paths.original(asset)), picture);
     EXPECT_EQ(library().assets().counts()->photos, 1U);
+    EXPECT_EQ(faults(), "");
+}
+
+TEST_F(Trash, KeepsWhatASaveThatWasCutOffHasTheBytesOf) {
+    const FileBytes picture = jpegOf(fourCorners(300, 200));
+    const AssetRecord asset = saved(picture);
+    ASSERT_TRUE(trashAsset(library(), asset));
+    const std::string uuid = "AAAAAAAA-0000-4000-8000-00000000ABCD";
+    writeFile(paths.found() + '/' + uuid + ".JPG", picture);
+    ASSERT_TRUE(saveFoundFiles(library(), std::chrono::seconds(0)));
+    EXPECT_EQ(trashed(), Names{asset.uuid});
+    EXPECT_EQ(recordOf(uuid).sha256, asset.sha256);
     EXPECT_EQ(faults(), "");
 }
 
