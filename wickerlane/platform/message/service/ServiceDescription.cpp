@@ -5,6 +5,7 @@
 #include "wickerlane/platform/file/TrustedPath.h"
 #include "wickerlane/platform/object/Array.h"
 #include "wickerlane/platform/object/Dictionary.h"
+#include "wickerlane/platform/object/Format.h"
 #include "wickerlane/platform/object/String.h"
 #include "wickerlane/platform/propertylist/PropertyList.h"
 
@@ -49,8 +50,10 @@ std::optional<ServiceDescription> findServiceDescription(std::string_view servic
         if (ofFile.empty() && ofProgram.empty())
             return found;
         if (problem.empty())
-            problem = ofFile.empty() ? "the program " + found->program + " does not count: " + ofProgram
-                                     : "the description " + file + " does not count: " + ofFile;
+            problem = ofFile.empty()
+                          ? formatUTF8("the program %s does not count: %s", found->program.c_str(),
+                                       ofProgram.c_str())
+                          : formatUTF8("the description %s does not count: %s", file.c_str(), ofFile.c_str());
     }
     if (whyNot != nullptr)
         *whyNot = std::move(problem);
