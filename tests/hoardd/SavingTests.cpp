@@ -294,11 +294,14 @@ TEST_F(WritingInBackground, ReplacesAllButOriginals) {
     const std::string outside = rootPath() + "/outside", originals = paths.folder() + "/DCIM";
     fs::create_directories(outside);
     fs::create_directory_symlink(outside, originals + "/link");
+    // Where the asset's original is not.
+    const std::string elsewhere = originals + (asset.uuid.starts_with("BB") ? "/CC/" : "/BB/");
     fs::create_directories(originals + "/AA");
+    fs::create_directories(elsewhere);
     fs::create_symlink(outside + "/new", paths.incoming() + "/link.JPG");
     for (const std::string &path :
          {paths.incoming() + "/fresh.JPG", paths.incoming() + "/link.JPG", originals + "/loose.JPG",
-          originals + "/AA/" + ownUUID + ".JPG", originals + "/AA/" + asset.filename})
+          originals + "/AA/" + ownUUID + ".JPG", elsewhere + asset.filename})
         for (const std::size_t length : {3U, 2U}) {
             const FileBytes bytes(length, std::byte{'x'});
             const auto written = writeInBackground(library(), path, bytes);

@@ -76,22 +76,25 @@ bool FolderWatch::watch(Watched &watched) {
     return watched.isThere;
 }
 
-// Without a name above that can be watched, the folder is no longer watched.
+// Folders may be made while this looks for the nearest: it has found it when it finds the same one again.
+// Without one that can be watched, the folder is no longer watched.
 void FolderWatch::watchAbove(Watched &watched) {
-    std::string above(watched.path);
-    while (!watch(watched) && errno == ENOENT && above.size() > 1) {
-        above = parentFolder(above);
-        if (above.empty())
-            above = "/";
-        watched.descriptor = addWatch(inotify.get(), above, newcomers);
-        // Once more: it may have been made before the folder above was watched.
-        if (watched.descriptor >= 0) {
-            const int waiting = watched.descriptor;
-            if (!watch(watched))
-                watched.descriptor = waiting;
+    int waiting = -1;
+    while (!watch(watched)) {
+        std::string above(watched.path);
+        int nearest = -1;
+        do {
+            above = parentFolder(above);
+            nearest = addWatch(inotify.get(), above, newcomers);
+        } while (nearest < 0 && errno == ENOENT && above.size() > 1);
+        if (nearest == waiting || nearest < 0) {
+            watched.descriptor = waiting;
             return;
         }
+        stopUnlessUsed(waiting);
+        waiting = nearest;
     }
+    stopUnlessUsed(waiting);
 }
 
 void FolderWatch::stopUnlessUsed(int descriptor) {
