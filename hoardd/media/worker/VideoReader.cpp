@@ -258,7 +258,12 @@ Frame VideoReader::State::decodeFrameNear(double second) {
         fail(MediaFailure::damaged, "the video can't be decoded", error);
     const std::int64_t start = video->start_time != AV_NOPTS_VALUE ? video->start_time : 0;
     const auto wanted = start + static_cast<std::int64_t>(second / av_q2d(video->time_base));
-    if (second > 0)
+    // A stream has no index, so that this may lead into the middle of what only a frame before it explains.
+    // From its first byte on, everything can be decoded.
+    const bool isStream = (format->iformat->flags & AVFMT_TS_DISCONT) != 0;
+    if (second <= 0 && isStream)
+        av_seek_frame(format, -1, 0, AVSEEK_FLAG_BYTE);
+    else
         av_seek_frame(format, video->index, wanted, AVSEEK_FLAG_BACKWARD);
     int error = 0;
     for (int count = 0; count < maxPackets; ++count) {

@@ -40,6 +40,7 @@ TEST_F(Videos, SayWhatTheyAreAndShowAFrame) {
         {"a.mov", {"-c:v", "mpeg4"}, "mpeg4", "mov"},
         {"a.mkv", {"-c:v", "mpeg4"}, "mpeg4", "matroska"},
         {"a.avi", {"-c:v", "mjpeg", "-pix_fmt", "yuvj420p"}, "mjpeg", "avi"},
+        {"a.mts", {"-c:v", "libx264", "-g", "100"}, "h264", "mpegts"},
     };
     for (const auto &each : cases) {
         SCOPED_TRACE(each.name);
