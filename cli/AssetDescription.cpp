@@ -1,6 +1,7 @@
 #include "cli/AssetDescription.h"
 
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <cmath>
 #include <ctime>
@@ -9,6 +10,7 @@
 #include "cli/Formatting.h"
 #include "wickerlane/platform/object/Hexadecimal.h"
 #include "wickerlane/platform/object/Number.h"
+#include "wickerlane/store/LibraryPaths.h"
 
 namespace wickerlane::cli {
 
@@ -25,6 +27,11 @@ const char *kindText(const store::AssetRecord &asset) {
 
 std::string pixelsText(const store::AssetRecord &asset, const char *unknown) {
     return asset.width > 0 ? fmt::format("{}x{}", asset.width, asset.height) : unknown;
+}
+
+std::string sidecarPath(const store::AssetRecord &asset) {
+    std::string path = store::LibraryPaths().sidecar(asset.uuid);
+    return access(path.c_str(), F_OK) == 0 ? path : std::string();
 }
 
 std::string createdText(const store::AssetRecord &asset) {
@@ -68,6 +75,8 @@ JSON describe(const store::ManagedAsset &asset) {
         result["duration"] = record.duration;
     if (record.externalUsageIntent != 0)
         result["usageIntent"] = record.externalUsageIntent;
+    if (const std::string sidecar = sidecarPath(record); !sidecar.empty())
+        result["sidecar"] = sidecar;
     if (!record.problem.empty())
         result["problem"] = record.problem;
     return result;

@@ -16,6 +16,9 @@ const char *kindText(const store::AssetRecord &asset);
 /// "640x480", or `unknown`.
 std::string pixelsText(const store::AssetRecord &asset, const char *unknown);
 
+/// The path of the file of metadata that came with the asset; empty if none did.
+std::string sidecarPath(const store::AssetRecord &asset);
+
 /// "2026-11-24 23:40": what the camera's clock showed.
 std::string createdText(const store::AssetRecord &asset);
 

@@ -57,6 +57,21 @@ Result<> writeCopy(const store::ManagedAsset &asset, int original, const std::st
         .and_then([&] { return file->finish(force); });
 }
 
+/// Copies the file of metadata that came with an asset beside its copy, unless there is one of that name.
+Result<> writeSidecar(const store::ManagedAsset &asset, const std::string &copy) {
+    const std::string sidecar = sidecarPath(asset.record()), path = copy + ".xmp";
+    if (sidecar.empty())
+        return {};
+    const UniqueFd source(::open(sidecar.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!source)
+        return failSystem("read", sidecar);
+    auto file = NewFile::create(path);
+    if (!file)
+        return passOn(file);
+    const auto written = file->copyFrom(source.get()).and_then([&] { return file->finish(false); });
+    return !written && written.error().kind == ProblemKind::exists ? Result<>() : written;
+}
+
 /// Whether there is a file with the same bytes as the original.
 bool hasSameBytes(const std::string &path, int original) {
     const UniqueFd file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
@@ -136,8 +151,10 @@ Result<> exportInto(Names &names, const store::ManagedAsset &asset, Exported &ex
     return names.give(outsideName(asset.record()), [&](const std::string &path) -> Result<bool> {
         if (isThere(path)) {
             const bool isSame = hasSameBytes(path, original->get());
-            exported.wasThere += isSame ? 1 : 0;
-            return isSame;
+            if (!isSame)
+                return false;
+            ++exported.wasThere;
+            return writeSidecar(asset, path).map([] { return true; });
         }
         const auto written = writeCopy(asset, original->get(), path, false);
         if (!written && written.error().kind == ProblemKind::exists)
@@ -145,7 +162,7 @@ Result<> exportInto(Names &names, const store::ManagedAsset &asset, Exported &ex
         if (!written)
             return passOn(written);
         ++exported.written;
-        return true;
+        return writeSidecar(asset, path).map([] { return true; });
     });
 }
 
@@ -193,6 +210,8 @@ Result<ExitCode> exportOne(const Options &options, const store::ManagedAsset &as
     if (!hasSameBytes(path, original->get()))
         if (const auto written = writeCopy(asset, original->get(), path, options.force); !written)
             return passOn(written);
+    if (const auto written = writeSidecar(asset, path); !written)
+        return passOn(written);
     if (!options.quiet)
         print(path);
     return code;

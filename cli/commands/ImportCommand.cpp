@@ -1,13 +1,18 @@
 // wickerlane import
+#include <fcntl.h>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <deque>
 #include <filesystem>
+#include <set>
+#include <span>
 
 #include "cli/Awaited.h"
 #include "cli/DaemonRequests.h"
@@ -39,6 +44,12 @@ struct Options {
     bool quiet = false;
 };
 
+/// A file to be saved.
+struct Source {
+    std::string path;
+    std::string sidecar; ///< Of the metadata beside it; empty for none.
+};
+
 struct RefusedFile {
     std::string path;
     std::string reason;
@@ -55,15 +66,31 @@ struct SavedFile {
 struct Report {
     std::vector<SavedFile> saved;
     std::vector<RefusedFile> refused;
-    std::size_t skipped = 0; ///< Files in folders whose names are not those of pictures or videos.
+    std::vector<std::string> passedOver; ///< Files in folders that are neither pictures nor videos.
     bool daemonLost = false;
     bool interrupted = false;
 };
 
-/// Whether a file in a folder is to be saved. Files that were named themselves always are.
-bool looksLikeMedia(const fs::path &path) {
-    const MediaType *type = mediaTypeOfExtension(pathExtension(path.native()));
-    return type != nullptr && type->isImported;
+/// Whether the contents of a file are those of a picture or a video. One that can't be read counts, so that
+/// its problem is told.
+bool looksLikeMedia(const std::string &path) {
+    const UniqueFd file = openFile(path, O_RDONLY | O_NONBLOCK);
+    std::array<std::byte, mediaTypeBytes> start{};
+    const ssize_t count = file ? pread(file.get(), start.data(), start.size(), 0) : -1;
+    return count < 0 ||
+           mediaTypeOfContent(std::span(start).first(static_cast<std::size_t>(count))) != nullptr;
+}
+
+/// The metadata beside a picture: "a.jpg.xmp", or "a.xmp".
+std::string sidecarOf(const std::string &path) {
+    struct stat status = {};
+    for (const std::string &base : {path, fs::path(path).replace_extension().string()})
+        for (const char *extension : {".xmp", ".XMP"})
+            if (std::string sidecar = base + extension; stat(sidecar.c_str(), &status) == 0 &&
+                                                        S_ISREG(status.st_mode) &&
+                                                        access(sidecar.c_str(), R_OK) == 0)
+                return sidecar;
+    return {};
 }
 
 bool isHidden(const fs::path &path) {
@@ -73,7 +100,7 @@ bool isHidden(const fs::path &path) {
 /// Adds all files to be saved in a folder and the folders in it, in the order of their paths.
 void gatherFolder(const fs::path &folder, std::vector<std::string> &files, Report &report) {
     std::error_code error;
-    std::vector<std::string> found;
+    std::vector<std::string> found, others;
     std::vector<fs::path> pending{folder};
     while (!pending.empty()) {
         const fs::path current = std::move(pending.back());
@@ -87,16 +114,19 @@ void gatherFolder(const fs::path &folder, std::vector<std::string> &files, Repor
             // Links to folders are not followed: they could form a cycle.
             if (entry.is_directory(unknown) && !entry.is_symlink(unknown))
                 pending.push_back(entry.path());
-            else if (looksLikeMedia(entry.path()))
+            else if (mediaTypeOfExtension(pathExtension(entry.path().native())) != nullptr ||
+                     (entry.is_regular_file(unknown) && looksLikeMedia(entry.path())))
                 found.push_back(entry.path().string());
             else if (entry.is_regular_file(unknown))
-                ++report.skipped;
+                others.push_back(entry.path().string());
         }
         if (error)
             report.refused.push_back({current.string(), error.message()});
     }
     std::sort(found.begin(), found.end());
     files.insert(files.end(), found.begin(), found.end());
+    std::sort(others.begin(), others.end());
+    report.passedOver.insert(report.passedOver.end(), others.begin(), others.end());
 }
 
 /// Whether the file can be sent to the daemon. Checked here, since the daemon may have other rights than the
@@ -113,7 +143,7 @@ Result<> checkReadable(const std::string &path) {
 }
 
 /// Adds the files that can't be sent to the report.
-std::vector<std::string> gather(const std::vector<std::string> &paths, Report &report) {
+std::vector<Source> gather(const std::vector<std::string> &paths, Report &report) {
     std::vector<std::string> files;
     std::error_code unknown;
     for (const std::string &path : paths) {
@@ -129,7 +159,15 @@ std::vector<std::string> gather(const std::vector<std::string> &paths, Report &r
             report.refused.push_back({path, readable.error().text});
         return !readable;
     });
-    return files;
+    std::vector<Source> sources;
+    std::set<std::string> sidecars;
+    for (std::string &path : files) {
+        std::string sidecar = sidecarOf(path);
+        sidecars.insert(sidecar);
+        sources.push_back({std::move(path), std::move(sidecar)});
+    }
+    std::erase_if(report.passedOver, [&](const std::string &path) { return sidecars.contains(path); });
+    return sources;
 }
 
 /// Files that were sent in one request, and the daemon's answer.
@@ -138,17 +176,18 @@ struct Batch {
     Awaited<Ref<Array>> results; ///< Null when there is no answer.
 };
 
-Batch sendBatch(std::span<const std::string> paths, bool again) {
+Batch sendBatch(std::span<const Source> sources, bool again) {
     ReleaseScope scope;
     Batch batch;
     auto jobs = MutableArray::create();
-    for (const std::string &path : paths) {
-        const auto text = String::create(path);
-        const auto name = String::create(fs::path(path).filename().string());
-        jobs->append(Dictionary::createWithKeys({{protocol::job::filePath, text.get()},
-                                                 {protocol::job::originalFilename, name.get()},
-                                                 {protocol::job::unlessPresent, Number::of(!again)}})
-                         .get());
+    for (const auto &[path, sidecar] : sources) {
+        auto job = MutableDictionary::create();
+        job->set(protocol::job::filePath, String::of(path));
+        job->set(protocol::job::originalFilename, String::of(fs::path(path).filename().string()));
+        job->set(protocol::job::unlessPresent, Number::of(!again));
+        if (!sidecar.empty())
+            job->set(protocol::job::sidecarPath, String::of(sidecar));
+        jobs->append(job.get());
         batch.paths.push_back(path);
     }
     JXGatekeeperClient::sharedInstance()->batchSaveAssetsWithJobDictionaries(
@@ -186,7 +225,7 @@ void receiveBatch(const Batch &batch, Report &report) {
     }
 }
 
-void saveFiles(std::span<const std::string> files, const Options &options, Report &report) {
+void saveFiles(std::span<const Source> files, const Options &options, Report &report) {
     Progress progress("saved", files.size(), options.quiet);
     std::deque<Batch> pending;
     std::size_t sent = 0;
@@ -222,7 +261,8 @@ JSON describe(const Report &report) {
         refused.push_back({{"path", each.path}, {"reason", each.reason}});
     return {{"saved", saved},
             {"refused", refused},
-            {"passedOver", report.skipped},
+            {"passedOver", report.passedOver.size()},
+            {"passedOverFiles", report.passedOver},
             {"interrupted", report.interrupted}};
 }
 
@@ -234,6 +274,14 @@ void printSummary(const Report &report) {
     for (const RefusedFile &each : report.refused)
         note(fmt::format("{}: {}", each.path, each.reason));
 
+    constexpr std::size_t maxNamed = 20;
+    for (const std::string &path :
+         std::span(report.passedOver).first(std::min(report.passedOver.size(), maxNamed)))
+        note(fmt::format("{}: skipped, since it is neither a picture nor a video", path));
+    if (report.passedOver.size() > maxNamed)
+        note(fmt::format("and {} more were skipped; --json lists all",
+                         countText(report.passedOver.size() - maxNamed, "file", "files")));
+
     const auto present =
         static_cast<std::size_t>(std::ranges::count(report.saved, true, &SavedFile::wasPresent));
     std::string summary = countText(report.saved.size() - present, "file", "files") + " saved";
@@ -241,8 +289,8 @@ void printSummary(const Report &report) {
         summary += fmt::format(", {} already in the library", present);
     if (!report.refused.empty())
         summary += fmt::format(", {} refused", report.refused.size());
-    if (report.skipped > 0)
-        summary += fmt::format(", {} skipped (not pictures or videos)", report.skipped);
+    if (!report.passedOver.empty())
+        summary += fmt::format(", {} skipped (not pictures or videos)", report.passedOver.size());
     if (report.interrupted)
         summary += "; interrupted, the rest was not saved";
     print(summary);
@@ -250,7 +298,7 @@ void printSummary(const Report &report) {
 
 Result<ExitCode> importFiles(const Options &options) {
     Report report;
-    const std::vector<std::string> files = gather(options.paths, report);
+    const std::vector<Source> files = gather(options.paths, report);
     if (!files.empty()) {
         if (const auto answers = requireDaemon(); !answers)
             return passOn(answers);
@@ -269,13 +317,16 @@ Result<ExitCode> importFiles(const Options &options) {
 
 void setUpImport(Command command) {
     command.description("Save photos and videos into the library");
-    command.footer(
-        "Folders are searched, with all folders in them. Hidden files are skipped. A file is not saved "
-        "again\n"
-        "if the library already has the same contents. Ctrl-C stops after the files that are being saved.\n\n"
-        "Examples:\n"
-        "  wickerlane import ~/Pictures\n"
-        "  wickerlane import beach.jpg dunes.jpg --json");
+    command.footer("Folders are searched, with all folders in them, for files that are pictures or videos by "
+                   "their contents\n"
+                   "or their names. Hidden files are skipped. A file is not saved again if the library "
+                   "already has the same\n"
+                   "contents. Metadata beside a picture (a.xmp or a.jpg.xmp) is kept with it. Ctrl-C stops "
+                   "after the files\n"
+                   "that are being saved.\n\n"
+                   "Examples:\n"
+                   "  wickerlane import ~/Pictures\n"
+                   "  wickerlane import beach.jpg dunes.jpg --json");
     Options &options = command.runs(importFiles);
     command.addOption("PATH", options.paths, "Files and folders").required();
     command.addFlag("--again", options.again, "Save files even if the library already has the same contents");

@@ -51,6 +51,8 @@ void printFields(const store::ManagedAsset &asset) {
     printField("File", asset.fileURL()->fileSystemPath());
     if (record.externalUsageIntent != 0)
         printField("Usage intent", std::to_string(record.externalUsageIntent));
+    if (const std::string sidecar = sidecarPath(record); !sidecar.empty())
+        printField("Metadata", sidecar);
     if (!record.problem.empty())
         printField("Problem", record.problem);
 }

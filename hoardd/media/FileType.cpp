@@ -25,7 +25,7 @@ FileType photoType(const MediaType &type, const std::string &extension) {
     const bool keepsOwn =
         (type.format == MediaFormat::tiff || type.format == MediaFormat::raw) && !extension.empty();
     return {AssetKind::photo, std::string(type.name),
-            keepsOwn ? extension : std::string(type.extensions.front())};
+            keepsOwn ? extension : std::string(type.extensions.front()), true};
 }
 
 } // namespace
@@ -45,10 +45,11 @@ FileType fileTypeOf(std::span<const std::byte> start, std::string_view name) {
     const bool isNamedAsVideo = named != nullptr && named->kind == AssetKind::video;
     if (type != nullptr && type->name != unknownMediaType)
         return {AssetKind::video, std::string(type->name),
-                isNamedAsVideo ? extension : std::string(type->extensions.front())};
+                isNamedAsVideo ? extension : std::string(type->extensions.front()), true};
     if (isNamedAsVideo)
-        return {AssetKind::video, std::string(named->name), extension};
-    return {AssetKind::photo, std::string(unknownMediaType), extension.empty() ? "DAT" : extension};
+        return {AssetKind::video, std::string(named->name), extension, true};
+    return {type != nullptr ? type->kind : AssetKind::photo, std::string(unknownMediaType),
+            extension.empty() ? "DAT" : extension, type != nullptr || named != nullptr};
 }
 
 } // namespace wickerlane::hoardd

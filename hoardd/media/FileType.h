@@ -14,6 +14,7 @@ struct FileType {
     AssetKind kind = AssetKind::photo;
     std::string mediaType; ///< `unknownMediaType` when it is not known.
     std::string extension; ///< For the library: upper case, never empty.
+    bool isMedia = false;  ///< Its content or its name says that it is a picture or a video.
 };
 
 /// Decided by the first `mediaTypeBytes` of the content; the name, which may be empty, only decides what the

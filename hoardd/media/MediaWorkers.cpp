@@ -38,7 +38,8 @@ constexpr int crashes[] = {SIGSEGV, SIGABRT, SIGFPE, SIGILL, SIGTRAP, SIGSYS, SI
 // Decoders of these formats have a record of faults: each file gets a process of its own.
 bool isRisky(MediaFormat format) {
     return format == MediaFormat::tiff || format == MediaFormat::heif || format == MediaFormat::avif ||
-           format == MediaFormat::video || format == MediaFormat::raw;
+           format == MediaFormat::video || format == MediaFormat::raw || format == MediaFormat::bmp ||
+           format == MediaFormat::jxl || format == MediaFormat::jp2;
 }
 
 std::string workerProgram() {

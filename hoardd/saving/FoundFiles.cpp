@@ -56,8 +56,7 @@ void note(Outcome &outcome, const std::string &file, const Problem &problem) {
 bool isMedia(int descriptor) {
     std::array<std::byte, mediaTypeBytes> start{};
     const ssize_t count = ::pread(descriptor, start.data(), start.size(), 0);
-    return count > 0 && fileTypeOf(std::span(start).first(static_cast<std::size_t>(count)), {}).mediaType !=
-                            unknownMediaType;
+    return count > 0 && fileTypeOf(std::span(start).first(static_cast<std::size_t>(count)), {}).isMedia;
 }
 
 /// Whether a file's content is that of a picture or a video. The problem is `busy` as long as that may

@@ -30,6 +30,7 @@ void removeSavedFiles(const store::LibraryPaths &paths, const std::string &saveF
     for (const auto size : store::thumbnailSizes)
         ::unlink(paths.thumbnail(asset.uuid, size).c_str());
     ::unlink(paths.original(asset).c_str());
+    ::unlink(paths.sidecar(asset.uuid).c_str());
     std::error_code ignored; // recoverSaves() tries again
     fs::remove_all(saveFolder, ignored);
 }
@@ -49,6 +50,7 @@ void removeAllFiles(const store::LibraryPaths &paths, const AssetRecord &asset) 
     for (const auto size : store::thumbnailSizes)
         ::unlink(paths.thumbnail(asset.uuid, size).c_str());
     ::unlink(paths.original(asset).c_str());
+    ::unlink(paths.sidecar(asset.uuid).c_str());
     for (const std::string &rendition : renditionFiles(paths, asset))
         ::unlink(rendition.c_str());
 }
@@ -62,6 +64,9 @@ Result<> moveFiles(Library &library, StagedAsset &asset) {
         if (auto moved = isSound ? asset.preview->place() : asset.preview->publish(); !moved)
             return moved;
     }
+    if (asset.sidecar)
+        if (auto placed = placeSidecar(library.paths(), *asset.sidecar, asset.record.uuid); !placed)
+            return placed;
     if (auto made = makeDurableFolderOnce(std::string(parentFolder(original))); !made)
         return made;
     return asset.original.moveTo(original);

@@ -43,6 +43,7 @@ Result<> readOptions(const Dictionary *job, SaveOrder &order) {
     const auto name = read<String>(job, protocol::job::originalFilename);
     const auto once = read<Number>(job, protocol::job::unlessPresent);
     const auto date = read<Date>(job, protocol::job::creationDate);
+    const auto sidecar = read<String>(job, protocol::job::sidecarPath);
     if (!type)
         return passOn(type);
     if (!name)
@@ -51,6 +52,8 @@ Result<> readOptions(const Dictionary *job, SaveOrder &order) {
         return passOn(once);
     if (!date)
         return passOn(date);
+    if (!sidecar)
+        return passOn(sidecar);
     if (*type != nullptr) {
         const std::uint64_t kind = (*type)->uint64Value();
         if (kind > 1)
@@ -59,6 +62,8 @@ Result<> readOptions(const Dictionary *job, SaveOrder &order) {
     }
     if (*name != nullptr)
         order.originalFilename = plainName((*name)->utf8());
+    if (*sidecar != nullptr)
+        order.sidecarPath = (*sidecar)->utf8();
     order.unlessPresent = *once != nullptr && (*once)->boolValue();
     if (*date != nullptr) {
         constexpr double farAway = 1e11; // some 3,000 years; also refuses what is no number

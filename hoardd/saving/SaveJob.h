@@ -36,6 +36,7 @@ struct SaveOrder {
     struct stat status {};          ///< Of `file` when it was opened.
     std::optional<double> modified; ///< When `file` was changed last; seconds since 2001-01-01 00:00:00 UTC.
     std::string originalFilename;   ///< May be empty.
+    std::string sidecarPath;        ///< Of a file of metadata that is kept with it; empty for none.
     std::optional<AssetKind> kind;
     std::optional<double> creationDate; ///< Seconds since 2001-01-01 00:00:00 UTC.
     bool unlessPresent = false;         ///< The same bytes are not to be saved twice.

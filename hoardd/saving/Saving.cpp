@@ -5,6 +5,7 @@
 #include "hoardd/pictures/Thumbnails.h"
 #include "hoardd/saving/Publication.h"
 #include "hoardd/service/Call.h"
+#include "wickerlane/log/JXLog.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 
 namespace wickerlane::hoardd {
@@ -20,6 +21,12 @@ Ref<store::ManagedAsset> assetOf(Library &library, AssetRecord record) {
 
 SavedAsset savedAsset(Library &library, StagedAsset &staged) {
     const bool wasPresent = staged.present.has_value();
+    // The asset may have come without the metadata before. What it has stays.
+    if (wasPresent && staged.sidecar &&
+        ::access(library.paths().sidecar(staged.present->uuid).c_str(), F_OK) != 0)
+        if (const auto placed = placeSidecar(library.paths(), *staged.sidecar, staged.present->uuid); !placed)
+            JX_LOG(JXLogLevelError, JXAssetImportLog, "can't keep the metadata of %s: %s",
+                   staged.present->uuid.c_str(), placed.error().text.c_str());
     // What was found may be all that is left of an asset whose original is missing.
     if (!wasPresent || ::access(library.paths().original(*staged.present).c_str(), F_OK) == 0)
         staged.takenFrom.remove();

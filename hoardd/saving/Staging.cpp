@@ -6,6 +6,7 @@
 
 #include <filesystem>
 
+#include "hoardd/library/CallersFile.h"
 #include "hoardd/library/Clock.h"
 #include "hoardd/library/DurableFolders.h"
 #include "hoardd/pictures/AssetFacts.h"
@@ -93,6 +94,33 @@ Result<StagedFile> writeOriginal(Library &library, const SaveOrder &order, const
     return original;
 }
 
+/// Copies the file of metadata that belongs to an original.
+Result<StagedFile> copySidecar(const SaveJob &job, const std::string &path, const std::string &folder) {
+    constexpr off_t maxBytes = 16 << 20;
+    const auto source = openCallersFile(path, job.mayReadFiles);
+    if (!source)
+        return passOn(source);
+    if (source->status.st_size > maxBytes)
+        return fail(ProblemKind::invalid, path + " is too large for a file of metadata", path);
+    auto copy = StagedFile::create(folder);
+    if (!copy)
+        return copy;
+    const auto sealed = copy->copyFrom(source->file.get()).and_then([&] { return copy->seal(); });
+    if (!sealed)
+        return passOn(sealed);
+    copy->close();
+    return copy;
+}
+
+/// A file that nothing calls a picture or a video is none. The caller's word counts, and so does that of an
+/// asset that comes back.
+Result<> checkIsMedia(const SaveJob &job, const SaveOrder &order) {
+    if (!order.file || order.kind || !job.uuid.empty() || order.type().isMedia)
+        return {};
+    return fail(ProblemKind::invalid, "it is neither a picture nor a video, by its contents and by its name",
+                order.path);
+}
+
 /// Makes thumbnails of the surface that a caller sent along; whether it did.
 bool showSurface(Library &library, const ImageSurface &surface, const std::string &folder,
                  std::span<const ThumbnailTarget> targets) {
@@ -164,10 +192,19 @@ void TakenFile::remove() const {
         ::unlink(path.c_str());
 }
 
+Result<> placeSidecar(const store::LibraryPaths &paths, StagedFile &sidecar, std::string_view uuid) {
+    const std::string place = paths.sidecar(uuid), folder(parentFolder(place));
+    return makeDurableFolder(folder).and_then([&] { return sidecar.moveTo(place); }).and_then([&] {
+        return makeNamesDurable(folder);
+    });
+}
+
 Result<StagedAsset> stageAsset(Library &library, const SaveJob &job) {
     const auto order = readJob(job);
     if (!order)
         return passOn(order);
+    if (const auto checked = checkIsMedia(job, *order); !checked)
+        return passOn(checked);
     AssetRecord record = recordOf(job, *order);
     Result<AssetLocks::Reservation> reservation;
     if (!job.uuid.empty())
@@ -189,6 +226,12 @@ Result<StagedAsset> stageAsset(Library &library, const SaveJob &job) {
     staged.takenFrom = *std::move(taken);
     staged.unlessPresent = order->unlessPresent;
     staged.hasGivenUUID = !job.uuid.empty();
+    if (!order->sidecarPath.empty()) {
+        auto sidecar = copySidecar(job, order->sidecarPath, staged.folder.path());
+        if (!sidecar)
+            return passOn(sidecar);
+        staged.sidecar = *std::move(sidecar);
+    }
     if (staged.unlessPresent) {
         auto present = library.writer().assetWithSum(staged.record.sha256);
         if (!present)

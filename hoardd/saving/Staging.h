@@ -55,6 +55,7 @@ struct StagedAsset {
     SaveFolder folder;
     StagedFile original; ///< Sealed and closed.
     store::AssetRecord record;
+    std::optional<StagedFile> sidecar{};       ///< A file of metadata that came with it; sealed and closed.
     std::optional<StagedThumbnails> preview{}; ///< What serves as its thumbnails for the moment.
     /// What the first look could not read. Thumbnails of the picture itself are due in any case: whether it
     /// can be decoded is known only when they are made.
@@ -64,6 +65,10 @@ struct StagedAsset {
     std::optional<store::AssetRecord> present{}; ///< The asset that has them.
     TakenFile takenFrom{};                       ///< Goes once the asset is saved.
 };
+
+/// Puts the file of metadata that came with an asset into its place.
+[[nodiscard]] Result<> placeSidecar(const store::LibraryPaths &paths, StagedFile &sidecar,
+                                    std::string_view uuid);
 
 /// Writes what a job brings into a folder of its own, and takes a first look at it.
 [[nodiscard]] Result<StagedAsset> stageAsset(Library &library, const SaveJob &job);

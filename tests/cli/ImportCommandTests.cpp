@@ -46,6 +46,46 @@ TEST_F(Commands, AFolderIsImportedAndListed) {
     EXPECT_EQ(std::count(table.begin(), table.end(), '\n'), 3) << table;
 }
 
+TEST_F(Commands, ImportGoesByContentsAndNamesWhatItSkips) {
+    file("mix/README", bytesOf("nothing to see"));
+    file("mix/letter.txt", bytesOf("Dear photo"));
+    file("mix/picture", jpegPicture());
+    file("mix/wrong.txt", pngPicture());
+    file("mix/damaged.jpg", bytesOf("half a picture"));
+    const CommandResult result = run({"import", (folder / "mix").string()});
+    EXPECT_EQ(result.exitCode, 0) << result;
+    EXPECT_EQ(result.output, "3 files saved, 2 skipped (not pictures or videos)\n") << result;
+    for (const char *name : {"mix/README: skipped", "mix/letter.txt: skipped", "mix/damaged.jpg: saved, but"})
+        EXPECT_NE(result.errors.find(name), std::string::npos) << result;
+
+    const CommandResult named = run({"import", (folder / "mix/README").string()});
+    EXPECT_EQ(named.exitCode, 1) << named;
+    EXPECT_NE(named.errors.find("neither a picture nor a video"), std::string::npos) << named;
+    EXPECT_EQ(run({"count"}).output, "3 photos, 0 videos\n");
+}
+
+TEST_F(Commands, MetadataBesideAPictureStaysWithIt) {
+    const std::string uuid = imported(file("a.jpg", jpegPicture()));
+    file("a.xmp", bytesOf("<one/>"));
+    file("b.png", pngPicture());
+    file("b.png.XMP", bytesOf("<two/>"));
+    file("c.xmp", bytesOf("<lost/>"));
+    const CommandResult result = run({"import", folder.string()});
+    EXPECT_EQ(result.output, "1 file saved, 1 already in the library, 1 skipped (not pictures or videos)\n");
+    EXPECT_NE(result.errors.find("c.xmp: skipped"), std::string::npos) << result;
+    const std::string kept = run({"show", uuid, "--json"}).json()["sidecar"];
+    EXPECT_EQ(contentsOf(kept), "<one/>");
+    EXPECT_EQ(run({"check"}).exitCode, 0);
+
+    EXPECT_EQ(run({"export", "--all", "--to", (folder / "out").string()}).exitCode, 0);
+    EXPECT_EQ(contentsOf(folder / "out" / "a.jpg.xmp"), "<one/>");
+    EXPECT_EQ(contentsOf(folder / "out" / "b.png.xmp"), "<two/>");
+    EXPECT_EQ(run({"delete", "--yes", uuid}).exitCode, 0);
+    EXPECT_TRUE(fs::exists(kept)) << "as long as the picture is in the trash";
+    EXPECT_EQ(run({"trash", "empty", "--yes"}).exitCode, 0);
+    EXPECT_FALSE(fs::exists(kept));
+}
+
 TEST_F(Commands, ImportReportsRefusedFilesAndSavesTheOthers) {
     const std::string good = file("good.jpg", jpegPicture());
     fs::create_symlink("nowhere", folder / "dangling.jpg");

@@ -11,27 +11,24 @@ namespace {
 constexpr auto photo = AssetKind::photo, video = AssetKind::video;
 
 constexpr std::array<const char *, static_cast<std::size_t>(lastMediaFormat) + 1> formatNames{
-    "unknown", "jpeg", "png", "webp", "tiff", "gif", "heif", "avif", "video", "raw"};
+    "unknown", "jpeg", "png", "webp", "tiff", "gif", "heif", "avif", "video", "raw", "bmp", "jxl", "jp2"};
 
-// Files of the ISO base media family have no signatures here: their brands tell.
+// Files of the ISO base media family have no signatures here: their brands tell. Nor have transport streams.
 constexpr MediaType types[] = {
     {.name = "image/jpeg",
      .format = MediaFormat::jpeg,
      .kind = photo,
      .extensions = {"JPG", "JPEG"},
-     .isImported = true,
      .signatures = {{{"\xFF\xD8\xFF"sv}}}},
     {.name = "image/png",
      .format = MediaFormat::png,
      .kind = photo,
      .extensions = {"PNG"},
-     .isImported = true,
      .signatures = {{{"\x89PNG\r\n\x1A\n"sv}}}},
     {.name = "image/gif",
      .format = MediaFormat::gif,
      .kind = photo,
      .extensions = {"GIF"},
-     .isImported = true,
      .signatures = {{{"GIF87a"sv}, {"GIF89a"sv}}}},
     // Before TIFF: some begin as TIFF files do and say further on that they are none.
     {.name = "image/x-raw",
@@ -50,35 +47,39 @@ constexpr MediaType types[] = {
      .format = MediaFormat::tiff,
      .kind = photo,
      .extensions = {"TIF", "TIFF"},
-     .isImported = true,
      .signatures = {{{"II*\0"sv}, {"MM\0*"sv}, {"II+\0"sv}, {"MM\0+"sv}}}},
     {.name = "image/webp",
      .format = MediaFormat::webp,
      .kind = photo,
      .extensions = {"WEBP"},
-     .isImported = true,
      .signatures = {{{"RIFF"sv, 8, "WEBP"sv}}}},
-    {.name = "image/heif",
-     .format = MediaFormat::heif,
+    {.name = "image/heif", .format = MediaFormat::heif, .kind = photo, .extensions = {"HEIC", "HEIF"}},
+    {.name = "image/avif", .format = MediaFormat::avif, .kind = photo, .extensions = {"AVIF"}},
+    {.name = "image/bmp",
+     .format = MediaFormat::bmp,
      .kind = photo,
-     .extensions = {"HEIC", "HEIF"},
-     .isImported = true},
-    {.name = "image/avif",
-     .format = MediaFormat::avif,
+     .extensions = {"BMP", "DIB"},
+     // By the sizes that the second header can have, since texts begin with these letters, too.
+     .signatures = {{{"BM"sv, 14, "\x0C\0\0\0"sv},
+                     {"BM"sv, 14, "\x28\0\0\0"sv},
+                     {"BM"sv, 14, "\x34\0\0\0"sv},
+                     {"BM"sv, 14, "\x38\0\0\0"sv},
+                     {"BM"sv, 14, "\x40\0\0\0"sv},
+                     {"BM"sv, 14, "\x6C\0\0\0"sv},
+                     {"BM"sv, 14, "\x7C\0\0\0"sv}}}},
+    {.name = "image/jxl",
+     .format = MediaFormat::jxl,
      .kind = photo,
-     .extensions = {"AVIF"},
-     .isImported = true},
-    {.name = "video/mp4",
-     .format = MediaFormat::video,
-     .kind = video,
-     .extensions = {"MP4", "M4V"},
-     .isImported = true},
-    {.name = "video/quicktime",
-     .format = MediaFormat::video,
-     .kind = video,
-     .extensions = {"MOV"},
-     .isImported = true},
-    {.name = "video/3gpp", .format = MediaFormat::video, .kind = video, .extensions = {"3GP"}},
+     .extensions = {"JXL"},
+     .signatures = {{{"\xFF\x0A"sv}, {"\0\0\0\x0CJXL \r\n\x87\n"sv}}}},
+    {.name = "image/jp2",
+     .format = MediaFormat::jp2,
+     .kind = photo,
+     .extensions = {"JP2", "J2K", "J2C", "JPX"},
+     .signatures = {{{"\0\0\0\x0CjP  \r\n\x87\n"sv}, {"\xFF\x4F\xFF\x51"sv}}}},
+    {.name = "video/mp4", .format = MediaFormat::video, .kind = video, .extensions = {"MP4", "M4V"}},
+    {.name = "video/quicktime", .format = MediaFormat::video, .kind = video, .extensions = {"MOV", "QT"}},
+    {.name = "video/3gpp", .format = MediaFormat::video, .kind = video, .extensions = {"3GP", "3G2"}},
     // Before WebM, which begins in the same way.
     {.name = "video/x-matroska",
      .format = MediaFormat::video,
@@ -91,8 +92,8 @@ constexpr MediaType types[] = {
      .kind = video,
      .extensions = {"AVI"},
      .signatures = {{{"RIFF"sv, 8, "AVI "sv}}}},
-    {.name = "video/mpeg", .format = MediaFormat::video, .kind = video, .extensions = {"MPG"}},
-    {.name = "video/mp2t", .format = MediaFormat::video, .kind = video, .extensions = {"MTS"}},
+    {.name = "video/mpeg", .format = MediaFormat::video, .kind = video, .extensions = {"MPG", "MPEG", "VOB"}},
+    {.name = "video/mp2t", .format = MediaFormat::video, .kind = video, .extensions = {"MTS", "M2TS"}},
     // Old QuickTime files and MPEG program streams can be decoded, but only a name tells their type.
     {.name = unknownMediaType,
      .format = MediaFormat::video,
@@ -134,6 +135,17 @@ bool matches(std::string_view start, const MediaSignature &signature) noexcept {
            start.substr(signature.offset).starts_with(signature.further);
 }
 
+/// A transport stream is made of packets of 188 bytes, each with a mark at its start; cameras put the time in
+/// front of each.
+bool isTransportStream(std::string_view start) noexcept {
+    constexpr std::size_t packet = 188, stamped = packet + 4;
+    const auto isMarked = [&](std::size_t first, std::size_t step) {
+        return start.size() > first + 2 * step && start[first] == 'G' && start[first + step] == 'G' &&
+               start[first + 2 * step] == 'G';
+    };
+    return isMarked(0, packet) || isMarked(4, stamped);
+}
+
 bool isSameExtension(std::string_view upperCase, std::string_view given) noexcept {
     return std::ranges::equal(upperCase, given, [](char upper, char other) {
         return upper == other || (other >= 'a' && other <= 'z' && upper == other - 'a' + 'A');
@@ -159,7 +171,9 @@ const MediaType *mediaTypeOfContent(std::span<const std::byte> bytes) noexcept {
     });
     if (found != std::end(types))
         return found;
-    return start.size() >= 12 && start.substr(4, 4) == "ftyp" ? typeOfBrands(start) : nullptr;
+    if (start.size() >= 12 && start.substr(4, 4) == "ftyp")
+        return typeOfBrands(start);
+    return isTransportStream(start) ? typeNamed("video/mp2t") : nullptr;
 }
 
 MediaFormat mediaFormatOf(std::span<const std::byte> start) noexcept {

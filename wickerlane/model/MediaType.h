@@ -14,10 +14,24 @@
 namespace wickerlane {
 
 /// Which decoder a file needs. All videos share one; raw files hold what a camera's sensor saw.
-enum class MediaFormat : std::uint32_t { unknown, jpeg, png, webp, tiff, gif, heif, avif, video, raw };
+enum class MediaFormat : std::uint32_t {
+    unknown,
+    jpeg,
+    png,
+    webp,
+    tiff,
+    gif,
+    heif,
+    avif,
+    video,
+    raw,
+    bmp,
+    jxl,
+    jp2
+};
 
 /// The last of the formats, for checking numbers that came from another process.
-inline constexpr MediaFormat lastMediaFormat = MediaFormat::raw;
+inline constexpr MediaFormat lastMediaFormat = MediaFormat::jp2;
 
 /// A lower-case name such as "jpeg"; never null.
 [[nodiscard]] WL_EXPORT const char *mediaFormatName(MediaFormat format) noexcept;
@@ -34,9 +48,7 @@ struct MediaType {
     MediaFormat format = MediaFormat::unknown;
     AssetKind kind = AssetKind::photo;
     /// Upper case; the first is the one that the library gives. Unused ones are empty.
-    std::array<std::string_view, 2> extensions{};
-    /// Whether files with these extensions are picked up when a folder is imported.
-    bool isImported = false;
+    std::array<std::string_view, 4> extensions{};
     /// Empty where the content doesn't tell the type; unused ones are empty.
     std::array<MediaSignature, 8> signatures{};
 };
@@ -48,7 +60,7 @@ inline constexpr std::string_view unknownMediaType = "application/octet-stream";
 [[nodiscard]] WL_EXPORT std::string_view mediaTypeName(MediaFormat format) noexcept;
 
 /// How many bytes from a file's start tell its type.
-inline constexpr std::size_t mediaTypeBytes = 64;
+inline constexpr std::size_t mediaTypeBytes = 512;
 
 /// The type of a file that begins with these bytes; null when it is none of ours. Of a video whose content
 /// does not tell the container, the format is known, but not the name or an extension. Looks at nothing else,

@@ -14,6 +14,9 @@ inline constexpr std::string_view imageData = "imageData";
 inline constexpr std::string_view filePath = "filePath";
 /// Number: 0 photo, 1 video; by default hoardd looks at the content.
 inline constexpr std::string_view assetType = "assetType";
+/// String: absolute path of a file of metadata that belongs to the picture, which the caller may read. The
+/// library keeps it with the asset.
+inline constexpr std::string_view sidecarPath = "sidecarPath";
 /// String: the name of the asset.
 inline constexpr std::string_view originalFilename = "originalFilename";
 /// Date: overrides the date in the file.

@@ -51,6 +51,12 @@ public:
         return library + "/PhotoData/Renditions/" + std::string(uuid.substr(0, 2));
     }
 
+    /// Where the file of metadata is that came with an asset, if one did.
+    [[nodiscard]] std::string sidecar(std::string_view uuid) const {
+        return library + "/PhotoData/Sidecars/" + std::string(uuid.substr(0, 2)) + '/' + std::string(uuid) +
+               ".XMP";
+    }
+
     /// An original's directory, relative to folder(): "DCIM/3F".
     [[nodiscard]] static std::string directoryOfOriginal(std::string_view uuid) {
         return "DCIM/" + std::string(uuid.substr(0, 2));

@@ -9,7 +9,7 @@ namespace {
 
 // Whether decoders of the format turn the picture by its container and leave nothing to do.
 bool isTurnedByDecoder(MediaFormat format) {
-    return format == MediaFormat::heif || format == MediaFormat::avif;
+    return format == MediaFormat::heif || format == MediaFormat::avif || format == MediaFormat::jxl;
 }
 
 // Cameras pad small previews to the proportions of a screen: the bars go.

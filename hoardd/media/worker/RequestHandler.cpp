@@ -197,6 +197,9 @@ bool prepareHandling(const char *program) {
     if (VIPS_INIT(program) != 0)
         return false;
     vips_block_untrusted_set(TRUE);
+    // Each of their files has a worker of its own.
+    vips_operation_block_set("VipsForeignLoadJxl", FALSE);
+    vips_operation_block_set("VipsForeignLoadJp2k", FALSE);
     vips_concurrency_set(1); // the pool has a worker for each processor
     vips_cache_set_max(0);
     prepareMetadata();
