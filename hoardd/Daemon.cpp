@@ -43,6 +43,7 @@ Daemon::Daemon(DaemonOptions options)
       dispatcher({.operations = allOperations(),
                   .folder = &folder,
                   .openLibrary = [this] { return folder.open(); },
+                  .readyLibrary = [this] { return folder.ready(); },
                   .storeIsDamaged = [this](const Problem &problem) { folder.noteDamage(problem); },
                   .jobs = &jobs,
                   .beside = &beside,
@@ -98,12 +99,15 @@ void Daemon::emptyTrashTomorrow(Library &library) {
     });
 }
 
+bool Daemon::isTimeToLookForBackups() const noexcept {
+    return std::chrono::steady_clock::now().time_since_epoch() >= nextBackup.load(std::memory_order_relaxed);
+}
+
 // Asked with each request, so that a daemon that runs for months makes backups, and one that nobody asks
 // ends.
 void Daemon::backUpWhenDue() {
-    using Clock = std::chrono::steady_clock;
     constexpr std::chrono::seconds between{60};
-    const auto now = Clock::now().time_since_epoch();
+    const auto now = std::chrono::steady_clock::now().time_since_epoch();
     auto next = nextBackup.load(std::memory_order_relaxed);
     if (now < next || !nextBackup.compare_exchange_strong(next, now + between))
         return;
@@ -135,7 +139,14 @@ Result<> Daemon::start(Handler<void()> ended) {
             dispatcher.dispatch(Call(message));
             backUpWhenDue();
         },
-        {.idleTime = settings.idleTime, .idle = std::move(ended), .ordersEachPeer = true}, &reason);
+        {.idleTime = settings.idleTime,
+         .idle = std::move(ended),
+         .ordersEachPeer = true,
+         .atOnce =
+             [this](ReceivedMessage *message) {
+                 return !isTimeToLookForBackups() && dispatcher.serveKnown(Call(message));
+             }},
+        &reason);
     if (!listener)
         return fail(ProblemKind::failed, reason);
     if (!listener->resume())

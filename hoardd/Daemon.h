@@ -42,6 +42,7 @@ private:
     /// Has the trash emptied of what has expired, a day from now and each day after that. The daemon lives as
     /// long as the process.
     void emptyTrashTomorrow(Library &library);
+    [[nodiscard]] bool isTimeToLookForBackups() const noexcept;
     void backUpWhenDue();
     void backUp(Library &library, const Handler<bool()> &goesOn);
 

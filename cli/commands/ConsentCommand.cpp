@@ -25,7 +25,8 @@ Result<ExitCode> list(const Options &options) {
         return passOn(counted);
     JSON all = JSON::array();
     Table table({{"DECISION"}, {"USER", Table::Align::right}, {"PROGRAM"}});
-    for (const ConsentDecision &each : ConsentStore::shared().decisions()) {
+    const auto rules = ConsentStore::shared().rules();
+    for (const ConsentDecision &each : rules->decisions) {
         if (each.service != kPVGServicePhotos)
             continue;
         all.push_back({{"program", each.executable}, {"user", each.user}, {"granted", each.isGranted}});

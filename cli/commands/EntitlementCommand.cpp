@@ -23,7 +23,8 @@ Result<ExitCode> list(const Options &options) {
         return passOn(counted);
     JSON all = JSON::object();
     Table table({{"PROGRAM"}, {"ENTITLEMENTS"}});
-    for (const ProgramEntitlements &each : ConsentStore::shared().entitlements()) {
+    const auto rules = ConsentStore::shared().rules();
+    for (const ProgramEntitlements &each : rules->programs) {
         all[each.executable] = each.names;
         table.add(
             {each.executable, each.names.empty() ? "none" : fmt::format("{}", fmt::join(each.names, ", "))});

@@ -37,6 +37,8 @@ Result<Library *> LibraryFolder::openLocked() {
             whenOpened(**made);
         library = *std::move(made);
     }
+    if (!isEnding)
+        readyLibrary = library.get();
     return library.get();
 }
 
@@ -44,6 +46,7 @@ Result<LibraryFolder::Mended> LibraryFolder::openMended() {
     const MutexLock lock(mutex);
     if (isEnding)
         return stopped();
+    readyLibrary = nullptr;
     const auto mended = library != nullptr ? library->writer().mend() : Library::mend(folderPaths);
     if (!mended) {
         JX_LOG(JXLogLevelError, JXPhotosStateLog, "can't mend the store: %s", mended.error().text.c_str());
@@ -66,11 +69,14 @@ void LibraryFolder::noteDamage(const Problem &problem) {
     const MutexLock lock(mutex);
     if (library != nullptr && !damage) // else the next call finds out by itself
         damage = withCure(problem);
+    if (damage)
+        readyLibrary = nullptr;
 }
 
 void LibraryFolder::end() {
     const MutexLock lock(mutex);
     isEnding = true;
+    readyLibrary = nullptr;
     if (library != nullptr)
         library->end();
 }

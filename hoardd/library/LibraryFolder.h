@@ -2,6 +2,7 @@
 #ifndef HOARDD_LIBRARY_LIBRARYFOLDER_H
 #define HOARDD_LIBRARY_LIBRARYFOLDER_H
 
+#include <atomic>
 #include <memory>
 #include <optional>
 
@@ -35,6 +36,8 @@ public:
     void end();
     /// The library if it has been opened, else null.
     [[nodiscard]] Library *opened();
+    /// The library if open() would give it at once, else null. Never waits.
+    [[nodiscard]] Library *ready() const noexcept { return readyLibrary; }
 
 private:
     const store::LibraryPaths folderPaths;
@@ -44,6 +47,7 @@ private:
     bool isEnding WL_GUARDED_BY(mutex) = false;
     std::optional<Problem> damage WL_GUARDED_BY(mutex);
     std::unique_ptr<Library> library WL_GUARDED_BY(mutex); // stays once it is there
+    std::atomic<Library *> readyLibrary = nullptr;
 };
 
 } // namespace wickerlane::hoardd

@@ -221,13 +221,27 @@ void Store::whenAssetsChange(Handler<void()> changed) {
     assetsChanged = std::move(changed);
 }
 
-void Store::noticeChanges() {
-    sqlite::Statement statement = database.prepare(store::selectCounts);
-    if (!statement.next())
-        return;
-    const std::pair counts(statement.integer(0), statement.integer(1));
-    if (std::exchange(knownCounts, counts) != counts && countsChanged)
+std::optional<Store::Counts> Store::counts() const {
+    const MutexLock lock(countsMutex);
+    return knownCounts;
+}
+
+void Store::noticeCounts() {
+    const auto read = database.prepare(store::selectCounts).first([](const sqlite::Statement &row) {
+        return Counts{static_cast<std::uint64_t>(row.integer(0)), static_cast<std::uint64_t>(row.integer(1))};
+    });
+    const std::optional<Counts> now = read ? *read : std::nullopt;
+    std::optional<Counts> before;
+    {
+        const MutexLock lock(countsMutex);
+        before = std::exchange(knownCounts, now);
+    }
+    if (now && now != before && countsChanged)
         countsChanged();
+}
+
+void Store::noticeChanges() {
+    noticeCounts();
     // The numbers last given to changes: they stay when the lists of changes are cleared.
     const auto change =
         database.integer("SELECT sum(seq) FROM sqlite_sequence WHERE name IN ('zchange', 'zmomentchange')");

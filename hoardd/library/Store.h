@@ -63,6 +63,15 @@ public:
     /// `limit`.
     [[nodiscard]] Result<std::vector<store::AssetRecord>> due(std::int64_t last, std::size_t limit);
 
+    struct Counts {
+        std::uint64_t photos = 0;
+        std::uint64_t videos = 0;
+        bool operator==(const Counts &) const = default;
+    };
+    /// Of the assets after the last commit that has been answered, or a later one. Nothing when they can't be
+    /// read. Doesn't wait for the database.
+    [[nodiscard]] std::optional<Counts> counts() const WL_EXCLUDES(countsMutex);
+
     /// Whether an asset is there and its thumbnails are due.
     [[nodiscard]] Result<bool> isDue(std::int64_t asset);
 
@@ -142,6 +151,7 @@ private:
                                                                  const Values &...values)
         WL_REQUIRES(databaseMutex);
     void afterCommit() WL_REQUIRES(databaseMutex);
+    void noticeCounts() WL_REQUIRES(databaseMutex);
     void noticeChanges() WL_REQUIRES(databaseMutex);
 
     const store::LibraryPaths paths;
@@ -157,8 +167,8 @@ private:
     Handler<void()> assetsChanged WL_GUARDED_BY(databaseMutex);
     /// The number of the last change of an asset.
     std::int64_t knownChange WL_GUARDED_BY(databaseMutex) = 0;
-    /// Of photos and videos, after the last commit.
-    std::pair<std::int64_t, std::int64_t> knownCounts WL_GUARDED_BY(databaseMutex);
+    mutable Mutex countsMutex; // never held for long
+    std::optional<Counts> knownCounts WL_GUARDED_BY(countsMutex);
 };
 
 } // namespace wickerlane::hoardd

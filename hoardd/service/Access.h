@@ -3,6 +3,7 @@
 #define HOARDD_SERVICE_ACCESS_H
 
 #include <cstdint>
+#include <optional>
 
 #include "wickerlane/platform/message/listener/MessageListener.h"
 #include "wickerlane/platform/object/String.h"
@@ -18,6 +19,8 @@ enum class AccessStatus : std::int64_t {
 
 /// Of the executable and the user that the kernel names.
 [[nodiscard]] AccessStatus accessOf(const PeerIdentity &peer);
+/// The same, if the file system need not be asked for it.
+[[nodiscard]] std::optional<AccessStatus> knownAccessOf(const PeerIdentity &peer);
 [[nodiscard]] bool isEntitled(const PeerIdentity &peer, const String *entitlement);
 
 } // namespace wickerlane::hoardd

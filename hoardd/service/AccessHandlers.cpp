@@ -18,6 +18,11 @@ Result<Answer> requestAccess(const Call &call) {
     return answerAccess(accessOf(call.peer()));
 }
 
+std::optional<Answer> knownAccess(Library *, const Call &call) {
+    const auto status = knownAccessOf(call.peer());
+    return status ? std::optional(answerAccess(*status)) : std::nullopt;
+}
+
 /// A reply without "authorized" would read as access granted.
 std::optional<Answer> byAuthorized(const Refusal &) {
     return answerAccess(AccessStatus::denied);
@@ -28,12 +33,20 @@ Result<Answer> launchHoardd(const Call &) {
     return Answer();
 }
 
+std::optional<Answer> nothingToSay(Library *, const Call &) {
+    return Answer();
+}
+
 constexpr Operation operations[] = {
     {.row = &protocol::requestAccess,
      .handler = requestAccess,
      .callers = Callers::everybody,
-     .refusal = byAuthorized},
-    {.row = &protocol::launchHoardd, .handler = launchHoardd, .callers = Callers::everybody},
+     .refusal = byAuthorized,
+     .known = knownAccess},
+    {.row = &protocol::launchHoardd,
+     .handler = launchHoardd,
+     .callers = Callers::everybody,
+     .known = nothingToSay},
 };
 
 } // namespace

@@ -77,6 +77,23 @@ void Dispatcher::dispatch(const Call &received) {
         call.refuse(begun.error());
 }
 
+bool Dispatcher::serveKnown(const Call &received) {
+    const auto operation = find(received);
+    if (!operation || (*operation)->known == nullptr || (*operation)->entitlement != nullptr)
+        return false;
+    if ((*operation)->callers != Callers::everybody &&
+        knownAccessOf(received.peer()) != AccessStatus::granted)
+        return false;
+    const auto answer = withoutExceptions([&]() -> Result<std::optional<Answer>> {
+        return (*operation)->known(options.readyLibrary(), received);
+    });
+    if (!answer || !*answer)
+        return false;
+    memory.noteWork();
+    received.answer(**answer);
+    return true;
+}
+
 Result<> Dispatcher::begin(const Operation &operation, const Call &call, const std::shared_ptr<void> &held) {
     if (const auto checked = checkCaller(operation, call.peer()); !checked)
         return checked;

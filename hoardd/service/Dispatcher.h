@@ -20,6 +20,7 @@ public:
         std::vector<std::span<const Operation>> operations; ///< Of all families.
         LibraryFolder *folder = nullptr;                    ///< Borrowed, as the queues are.
         Handler<Result<Library *>()> openLibrary;           ///< The open library, which lives on.
+        Handler<Library *()> readyLibrary;                  ///< If openLibrary() would not wait, else null.
         Handler<void(const Problem &)> storeIsDamaged{};    ///< Called with what a handler met; may be null.
         JobQueue *jobs = nullptr;
         JobQueue *beside = nullptr; ///< What takes a moment longer than other requests.
@@ -30,6 +31,10 @@ public:
     /// Serves one request: finds its operation, checks it against the row, checks the peer's access, and runs
     /// the handler where the row says. Each request that wants a reply gets one.
     void dispatch(const Call &call);
+
+    /// Serves a request whose answer is known without any wait, as its operation says; on the thread that
+    /// reads requests. False: dispatch() is to serve it.
+    [[nodiscard]] bool serveKnown(const Call &call);
 
     /// From now on refuses what comes, and what waits to be read or decoded.
     void end();

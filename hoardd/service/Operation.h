@@ -25,6 +25,11 @@ using LibraryHandler = Result<Answer> (*)(Library &, const Call &);
 /// Begins jobs on the open library, the last of which answers the call.
 using JobsHandler = Result<> (*)(Library &, ClientJobs, const Call &);
 
+/// The answer when it is known without a file, the store, or a lock that may be held for more than a moment:
+/// it is then given on the thread that reads the requests of all peers. Nothing: the handler serves. The
+/// library is null when it is not open and sound.
+using KnownAnswer = std::optional<Answer> (*)(Library *, const Call &);
+
 enum class Callers {
     everybody,
     withAccess, ///< To the photo library.
@@ -59,6 +64,7 @@ struct Operation {
     Callers callers = Callers::withAccess;
     const String *const *entitlement = nullptr; ///< What callers need besides; null for nothing.
     RefusalReply refusal = nullptr;             ///< Null: a problem is answered with an error.
+    KnownAnswer known = nullptr;                ///< Null: never known. With an entitlement it is not asked.
 };
 
 } // namespace wickerlane::hoardd

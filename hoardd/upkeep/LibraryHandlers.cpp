@@ -45,16 +45,30 @@ Result<Answer> recoverFromCrashIfNeeded(LibraryFolder &folder, const Call &) {
     return Answer();
 }
 
+Answer answerCounts(std::uint64_t photos, std::uint64_t videos) {
+    return Answer().set(keys::photoCount, photos).set(keys::videoCount, videos);
+}
+
 Result<Answer> getPhotosAndVideosCount(Library &library, const Call &) {
     const auto counts = library.assets().counts();
     if (!counts)
         return passOn(counts);
-    return Answer().set(keys::photoCount, counts->photos).set(keys::videoCount, counts->videos);
+    return answerCounts(counts->photos, counts->videos);
+}
+
+std::optional<Answer> knownCounts(Library *library, const Call &) {
+    const auto counts = library != nullptr ? library->writer().counts() : std::nullopt;
+    return counts ? std::optional(answerCounts(counts->photos, counts->videos)) : std::nullopt;
 }
 
 // A library that is open has this version: another one is not opened.
 Result<Answer> getCurrentModelVersion(Library &, const Call &) {
     return Answer().set(keys::version, store::modelVersion());
+}
+
+std::optional<Answer> knownModelVersion(Library *library, const Call &) {
+    return library != nullptr ? std::optional(Answer().set(keys::version, store::modelVersion()))
+                              : std::nullopt;
 }
 
 Result<Answer> getLibrarySizes(Library &library, const Call &) {
@@ -177,8 +191,8 @@ Result<Answer> cleanupForStoreDemoMode(Library &library, const Call &) {
 constexpr Operation operations[] = {
     {&protocol::createPixholdDatabase, createPixholdDatabase},
     {&protocol::recoverFromCrashIfNeeded, recoverFromCrashIfNeeded, Runs::longWork},
-    {&protocol::getPhotosAndVideosCount, getPhotosAndVideosCount},
-    {&protocol::getCurrentModelVersion, getCurrentModelVersion},
+    {.row = &protocol::getPhotosAndVideosCount, .handler = getPhotosAndVideosCount, .known = knownCounts},
+    {.row = &protocol::getCurrentModelVersion, .handler = getCurrentModelVersion, .known = knownModelVersion},
     {&protocol::getLibrarySizes, getLibrarySizes, Runs::beside},
     {&protocol::importFileSystemAssets, importFileSystemAssets, Runs::longWork},
     {&protocol::importFileSystemAssetsInBackground, importFileSystemAssets, Runs::longWork},

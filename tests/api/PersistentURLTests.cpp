@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "tests/support/Descriptors.h"
 #include "wickerlane/api/Wickerlane.h"
 #include "wickerlane/platform/consent/Consent.h"
 #include "wickerlane/platform/file/Files.h"
@@ -38,6 +39,7 @@ TEST(PersistentURL, IsRecognisedByItsScheme) {
 }
 
 TEST(PersistentURL, IsAccessibleByConsentAndLibrary) {
+    test::allowLastingDescriptors(test::folderWatchDescriptors);
     ReleaseScope scope;
     makeFolders(rootPath());
     const PeerIdentity self{getuid(), getgid(), getpid(), startTimeOf(getpid()), programOf(getpid())};

@@ -178,6 +178,21 @@ TEST_F(Access, IsWhatTheTableSays) {
     }
 }
 
+// The daemon keeps the decisions in memory and answers these by what it has there.
+TEST_F(Access, ChangesWithTheNextRequestOfALivingConnection) {
+    const std::string self = std::filesystem::read_symlink("/proc/self/exe");
+    auto &consent = ConsentStore::shared();
+    ASSERT_EQ(refusal(request(69).get()), ""); // opens the library
+    for (int i = 0; i < 100; ++i) {
+        const bool isGranted = i % 2 == 0;
+        ASSERT_TRUE(consent.decide({kPVGServicePhotos, self, getuid(), isGranted}));
+        for (int again = 0; again < 2; ++again) {
+            ReleaseScope scope;
+            ASSERT_EQ(refusal(request(69).get()).empty(), isGranted) << i;
+        }
+    }
+}
+
 // That these operations say no by "success" alone does not mean that they did nothing.
 TEST_F(Access, LeavesALibraryAsItIsForOneWhoHasNone) {
     ReleaseScope scope;

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "tests/support/Descriptors.h"
 #include "wickerlane/platform/consent/Consent.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/process/ProcessFacts.h"
@@ -15,6 +16,11 @@ using namespace wickerlane;
 namespace fs = std::filesystem;
 
 namespace {
+
+class Consent : public ::testing::Test {
+protected:
+    void SetUp() override { test::allowLastingDescriptors(test::folderWatchDescriptors); }
+};
 
 ConsentStore &consent() {
     return ConsentStore::shared();
@@ -29,52 +35,52 @@ std::string file() {
     return pathUnderRoot("/var/db/wickerlane/Consent.plist");
 }
 
-TEST(Consent, DecisionsAreKeptForProgramAndUser) {
-    EXPECT_EQ(consent().decision("s", named("/bin/a"), 1), std::nullopt);
+TEST_F(Consent, DecisionsAreKeptForProgramAndUser) {
+    EXPECT_EQ(consent().rules()->decision("s", named("/bin/a"), 1), std::nullopt);
     ASSERT_TRUE(consent().decide({"s", "/bin/a", 1, true}));
     ASSERT_TRUE(consent().decide({"s", "/bin/a", 2, false}));
     ASSERT_TRUE(consent().decide({"t", "/bin/a", 1, false}));
-    EXPECT_EQ(consent().decision("s", named("/bin/a"), 1), true);
-    EXPECT_EQ(consent().decision("s", named("/bin/a"), 2), false);
-    EXPECT_EQ(consent().decision("t", named("/bin/a"), 1), false);
-    EXPECT_EQ(consent().decision("s", named("/bin/b"), 1), std::nullopt);
+    EXPECT_EQ(consent().rules()->decision("s", named("/bin/a"), 1), true);
+    EXPECT_EQ(consent().rules()->decision("s", named("/bin/a"), 2), false);
+    EXPECT_EQ(consent().rules()->decision("t", named("/bin/a"), 1), false);
+    EXPECT_EQ(consent().rules()->decision("s", named("/bin/b"), 1), std::nullopt);
     ASSERT_TRUE(consent().decide({"s", "/bin/a", 1, false}));
-    EXPECT_EQ(consent().decision("s", named("/bin/a"), 1), false);
+    EXPECT_EQ(consent().rules()->decision("s", named("/bin/a"), 1), false);
     ASSERT_TRUE(consent().forget("s", "/bin/a", 1));
-    EXPECT_EQ(consent().decision("s", named("/bin/a"), 1), std::nullopt);
-    EXPECT_EQ(consent().decisions().size(), 2U);
+    EXPECT_EQ(consent().rules()->decision("s", named("/bin/a"), 1), std::nullopt);
+    EXPECT_EQ(consent().rules()->decisions.size(), 2U);
 }
 
-TEST(Consent, EntitlementsBelongToPrograms) {
+TEST_F(Consent, EntitlementsBelongToPrograms) {
     const PeerIdentity owner{getuid(), 0, 1, 1, named("/bin/a")},
         stranger{getuid() + 1, 0, 1, 1, named("/bin/a")};
-    EXPECT_TRUE(consent().isEntitled(owner, "x")) << "in one's own library";
-    EXPECT_FALSE(consent().isEntitled(stranger, "x"));
+    EXPECT_TRUE(consent().rules()->isEntitled(owner, "x")) << "in one's own library";
+    EXPECT_FALSE(consent().rules()->isEntitled(stranger, "x"));
     ASSERT_TRUE(consent().setEntitled("/bin/a", "x", true));
-    EXPECT_TRUE(consent().isEntitled(stranger, "x"));
-    EXPECT_FALSE(consent().isEntitled(owner, "y")) << "a listed program has what is listed";
+    EXPECT_TRUE(consent().rules()->isEntitled(stranger, "x"));
+    EXPECT_FALSE(consent().rules()->isEntitled(owner, "y")) << "a listed program has what is listed";
     ASSERT_TRUE(consent().setEntitled("/bin/a", "x", false));
-    EXPECT_FALSE(consent().isEntitled(owner, "x"));
+    EXPECT_FALSE(consent().rules()->isEntitled(owner, "x"));
 }
 
-TEST(Consent, AFileThatOthersCouldWriteDoesNotCount) {
+TEST_F(Consent, AFileThatOthersCouldWriteDoesNotCount) {
     ASSERT_TRUE(consent().decide({"s", "/bin/a", 1, true}));
     for (const std::string &writable : {file(), pathUnderRoot("/var/db")}) {
         fs::permissions(writable, fs::perms::others_write, fs::perm_options::add);
-        EXPECT_EQ(consent().decision("s", named("/bin/a"), 1), std::nullopt) << writable;
+        EXPECT_EQ(consent().rules()->decision("s", named("/bin/a"), 1), std::nullopt) << writable;
         EXPECT_EQ(consent().whyIgnored(), writable + " may be written by other users");
         EXPECT_FALSE(consent().decide({"s", "/bin/b", 1, true})) << "nor is it overwritten";
         fs::permissions(writable, fs::perms::others_write, fs::perm_options::remove);
-        EXPECT_EQ(consent().decision("s", named("/bin/a"), 1), true);
+        EXPECT_EQ(consent().rules()->decision("s", named("/bin/a"), 1), true);
         EXPECT_EQ(consent().whyIgnored(), "");
     }
 
     fs::rename(file(), file() + ".other");
     fs::create_symlink(file() + ".other", file());
-    EXPECT_EQ(consent().decision("s", named("/bin/a"), 1), std::nullopt);
+    EXPECT_EQ(consent().rules()->decision("s", named("/bin/a"), 1), std::nullopt);
     fs::remove(file());
     std::ofstream(file()) << "garbage";
-    EXPECT_EQ(consent().decision("s", named("/bin/a"), 1), std::nullopt);
+    EXPECT_EQ(consent().rules()->decision("s", named("/bin/a"), 1), std::nullopt);
     EXPECT_FALSE(consent().decide({"s", "/bin/b", 1, true})) << "what is not understood stays as it is";
 }
 
@@ -111,12 +117,12 @@ private:
 };
 
 // What another file, another name, and a missing file do to decisions about a program.
-TEST(Consent, BelongsToTheFileThatRuns) {
+TEST_F(Consent, BelongsToTheFileThatRuns) {
     const fs::path folder = fs::canonical(rootPath());
     const fs::path sleeper = folder / "sleeper", second = folder / "second";
     const auto decided = [&](const RunningProgram &program, bool isGranted) {
         EXPECT_TRUE(consent().decide({"s", sleeper, 1, isGranted}));
-        return consent().decision("s", program, 1);
+        return consent().rules()->decision("s", program, 1);
     };
     for (const fs::path &each : {sleeper, folder / "new"})
         fs::copy_file("/bin/sleep", each);
@@ -142,12 +148,12 @@ TEST(Consent, BelongsToTheFileThatRuns) {
     EXPECT_EQ(decided({}, false), false) << "could be the one that is denied";
 }
 
-TEST(Consent, EntitlementsOfAFileThatIsGoneAreNotKept) {
+TEST_F(Consent, EntitlementsOfAFileThatIsGoneAreNotKept) {
     const fs::path program = fs::canonical(rootPath()) / "sleeper";
     fs::copy_file("/bin/sleep", program);
     const Running running(program);
     const auto isEntitled = [&](uid_t user, const char *entitlement) {
-        return consent().isEntitled({user, 0, 1, 1, running.program()}, entitlement);
+        return consent().rules()->isEntitled({user, 0, 1, 1, running.program()}, entitlement);
     };
     ASSERT_TRUE(consent().setEntitled(program.string(), "x", true));
     EXPECT_TRUE(isEntitled(getuid() + 1, "x"));
@@ -157,7 +163,7 @@ TEST(Consent, EntitlementsOfAFileThatIsGoneAreNotKept) {
     EXPECT_FALSE(isEntitled(getuid(), "y")) << "what was taken stays taken";
 }
 
-TEST(Consent, IsNotForProgramsInNamespacesOfTheirOwn) {
+TEST_F(Consent, IsNotForProgramsInNamespacesOfTheirOwn) {
     const fs::path program = fs::canonical(rootPath()) / "sleeper";
     fs::copy_file("/bin/sleep", program);
     const Running outside(program), inside(program, CLONE_NEWUSER | CLONE_NEWNS);
@@ -165,10 +171,10 @@ TEST(Consent, IsNotForProgramsInNamespacesOfTheirOwn) {
     if (inside.program().path.empty())
         GTEST_SKIP() << "this system gives no user namespaces to programs";
     EXPECT_EQ(inside.program().standing, ProgramStanding::foreign);
-    EXPECT_FALSE(consent().isEntitled({getuid(), 0, 1, 1, inside.program()}, "x"));
+    EXPECT_FALSE(consent().rules()->isEntitled({getuid(), 0, 1, 1, inside.program()}, "x"));
 }
 
-TEST(AuditToken, StandsForOneProcessWhileItRuns) {
+TEST_F(Consent, TokensStandForOneProcessWhileItRuns) {
     const pid_t child = fork();
     if (child == 0) {
         pause();

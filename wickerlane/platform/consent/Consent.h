@@ -11,12 +11,11 @@
 #define WICKERLANE_PLATFORM_CONSENT_CONSENT_H
 
 #include <array>
-#include <optional>
-#include <string>
-#include <string_view>
-#include <vector>
+#include <memory>
 
-#include "wickerlane/platform/message/listener/MessageListener.h"
+#include "wickerlane/platform/consent/ConsentRules.h"
+#include "wickerlane/platform/file/PathWatch.h"
+#include "wickerlane/platform/object/Mutex.h"
 #include "wickerlane/platform/object/NeverDestroyed.h"
 
 namespace wickerlane {
@@ -24,22 +23,9 @@ namespace wickerlane {
 /// The service that stands for the photo library: "kPVGServicePhotos".
 WL_EXPORT extern const char *const kPVGServicePhotos;
 
-/// One decision. Programs are named by their absolute path.
-struct ConsentDecision {
-    std::string service;
-    std::string executable;
-    uid_t user = 0;
-    bool isGranted = false;
-};
-
-/// What a program is entitled to.
-struct ProgramEntitlements {
-    std::string executable;
-    std::vector<std::string> names;
-};
-
 /// The decisions of the current root. Every call sees the file as it is, so that a change takes effect at
-/// once, on living connections, too. Thread-safe.
+/// once, on living connections, too: it is read again when a watch has noticed a change, or each time where
+/// it can't be watched. Thread-safe.
 class WL_EXPORT ConsentStore {
 public:
     /// The one of this process.
@@ -48,19 +34,14 @@ public:
     /// The user that owns the root, or the calling process's while there is none.
     [[nodiscard]] static uid_t owner();
 
+    /// What the file says now. Never null.
+    [[nodiscard]] std::shared_ptr<const ConsentRules> rules() WL_EXCLUDES(mutex);
+    /// The same, if that is known without reading the file, else null. Never waits for a file.
+    [[nodiscard]] std::shared_ptr<const ConsentRules> knownRules() WL_EXCLUDES(mutex);
+
     /// Why the file does not count, as a text for people; empty when it does or when there is none. As long
     /// as it doesn't, there are no decisions.
     [[nodiscard]] std::string whyIgnored();
-    /// Nothing while there is no decision.
-    [[nodiscard]] std::optional<bool> decision(std::string_view service, const RunningProgram &program,
-                                               uid_t user);
-    /// Whether a program is entitled. A program that is not listed is entitled to nothing, but in a user's
-    /// own library, where the owner's programs are entitled to all that is not taken from them.
-    [[nodiscard]] bool isEntitled(const PeerIdentity &peer, std::string_view entitlement);
-
-    [[nodiscard]] std::vector<ConsentDecision> decisions();
-    [[nodiscard]] std::vector<ProgramEntitlements> entitlements();
-
     // Changes survive a crash. False, with errno, when the file can't be read or written; EPERM says that it
     // does not count.
 
@@ -74,6 +55,12 @@ public:
 private:
     friend class NeverDestroyed<ConsentStore>;
     ConsentStore() = default;
+
+    Mutex reading; // held while the file is read; taken before the other one
+    Mutex mutex;   // never held for long
+    std::shared_ptr<const ConsentRules> known WL_GUARDED_BY(mutex);
+    /// Of who holds `mutex` while there are known rules, else of who holds `reading`.
+    PathWatch watch;
 };
 
 /// What identifies a client process: eight words that only a listener can make, out of what the kernel says

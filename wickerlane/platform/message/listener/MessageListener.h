@@ -71,6 +71,10 @@ public:
         /// peers in parallel, a limited number of them: on threads of the global queue, in turns for each
         /// process. What takes long is to be left to another queue.
         bool ordersEachPeer = false;
+        /// With `ordersEachPeer`: gets each message first that comes while none of its peer is handled or
+        /// waits, on the intake thread, which reads for all peers. True when it has handled it; false leaves
+        /// it to the handler. For what is answered from memory: it must never wait.
+        Handler<bool(ReceivedMessage *)> atOnce{};
         MessageLimits limits{};
     };
 

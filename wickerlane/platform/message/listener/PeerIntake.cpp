@@ -189,8 +189,13 @@ bool PeerIntake::decodeFrames(const Ref<ListenerPeer> &peer, Messages &messages)
 // Handling
 
 void PeerIntake::dispatch(const Ref<ListenerPeer> &peer, Messages messages) {
-    if (turns != nullptr)
-        return turns->add(*peer, std::move(messages));
+    if (turns != nullptr) {
+        if (options.atOnce && turns->isIdle(*peer))
+            handleAtOnce(*peer, messages);
+        if (!messages.empty())
+            turns->add(*peer, std::move(messages));
+        return;
+    }
     if (queue == nullptr)
         return handleInOrder(*peer, std::move(messages));
     const Ref<ListenerCore> owner(listener);
@@ -204,6 +209,25 @@ void PeerIntake::dispatch(const Ref<ListenerPeer> &peer, Messages messages) {
     for (Ref<ReceivedMessage> &message : messages)
         items.emplace_back([this, owner, message = std::move(message)] { messageHandler(message.get()); });
     queue->asyncBatch(items);
+}
+
+// Handles the first of the messages, as many as need no wait.
+void PeerIntake::handleAtOnce(ListenerPeer &peer, Messages &messages) {
+    const bool gathers = messages.size() > 1;
+    if (gathers)
+        peer.startGathering(false);
+    auto next = messages.begin();
+    for (; next != messages.end() && !peer.mustReadFirst(); ++next) {
+        const ReleaseScope scope;
+        if (!options.atOnce(next->get()))
+            break;
+        *next = nullptr;
+    }
+    messages.erase(messages.begin(), next);
+    if (gathers) {
+        peer.stopGathering();
+        peer.sendGathered();
+    }
 }
 
 void PeerIntake::handleInOrder(ListenerPeer &peer, Messages messages) const {

@@ -56,6 +56,7 @@ private:
     [[nodiscard]] bool readFrom(const Ref<ListenerPeer> &peer);
     [[nodiscard]] bool decodeFrames(const Ref<ListenerPeer> &peer, Messages &messages);
     void dispatch(const Ref<ListenerPeer> &peer, Messages messages);
+    void handleAtOnce(ListenerPeer &peer, Messages &messages);
     void handleInOrder(ListenerPeer &peer, Messages messages) const;
 
     ListenerCore *const listener; // which owns this

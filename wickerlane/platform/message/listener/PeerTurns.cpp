@@ -21,6 +21,11 @@ void PeerTurns::add(ListenerPeer &peer, std::vector<Ref<ReceivedMessage>> messag
     startThread();
 }
 
+bool PeerTurns::isIdle(const ListenerPeer &peer) {
+    const AdaptiveMutexLock lock(mutex);
+    return !peer.turn.isUnderWay && peer.turn.messages.empty();
+}
+
 void PeerTurns::resume(ListenerPeer &peer) {
     {
         const AdaptiveMutexLock lock(mutex);

@@ -19,6 +19,8 @@ public:
         : messageHandler(std::move(handler)), limits(chosen) {}
 
     void add(ListenerPeer &peer, std::vector<Ref<ReceivedMessage>> messages) WL_EXCLUDES(mutex);
+    /// Whether none of its messages is handled or waits. So it stays until add(), of the intake thread.
+    [[nodiscard]] bool isIdle(const ListenerPeer &peer) WL_EXCLUDES(mutex);
     /// The peer may have read what it had left unread.
     void resume(ListenerPeer &peer) WL_EXCLUDES(mutex);
     /// What it sent before is still handled.
