@@ -34,24 +34,26 @@ Result<std::vector<std::int64_t>> momentsIn(Database &database, const AnalysisSc
 }
 
 // A picture with features is a better key asset than one without, a photo better than a video, and among
-// those the one nearest to the moment's middle.
-Result<> analyzeMoment(Database &database, std::int64_t moment) {
-    return database
-        .prepare(R"sql(
+// those the one nearest to the moment's middle. Cross joins keep to the order in which they are written: by
+// itself SQLite would look through all photos of the library for those of a moment.
+Result<> analyzeMoments(Database &database, std::span<const std::int64_t> moments) {
+    Statement analyze = database.prepare(R"sql(
 UPDATE zmoment SET
-    photocount = (SELECT count(*) FROM zmomentasset m JOIN zgenericasset a ON a.pk = m.asset
-                  WHERE m.moment = zmoment.pk AND a.kind = 0),
-    videocount = (SELECT count(*) FROM zmomentasset m JOIN zgenericasset a ON a.pk = m.asset
-                  WHERE m.moment = zmoment.pk AND a.kind = 1),
-    keyasset = (SELECT a.pk FROM zmoment z JOIN zmomentasset m ON m.moment = z.pk
-                JOIN zgenericasset a ON a.pk = m.asset LEFT JOIN zfingerprint f ON f.asset = a.pk
-                WHERE z.pk = zmoment.pk
+    (photocount, videocount) =
+        (SELECT count(*) FILTER (WHERE a.kind = 0), count(*) FILTER (WHERE a.kind = 1)
+         FROM zmomentasset m CROSS JOIN zgenericasset a
+         WHERE m.moment = zmoment.pk AND a.pk = m.asset),
+    keyasset = (SELECT a.pk FROM zmoment z CROSS JOIN zmomentasset m CROSS JOIN zgenericasset a
+                LEFT JOIN zfingerprint f ON f.asset = a.pk
+                WHERE z.pk = zmoment.pk AND m.moment = z.pk AND a.pk = m.asset
                 ORDER BY a.thumbnailindex = 0, a.kind, f.difference IS NULL,
                          abs(coalesce(a.clockdate, a.datecreated) - (z.startdate + z.enddate) / 2), a.pk LIMIT 1),
     analyzed = 1
-WHERE pk = ?)sql")
-        .bind(moment)
-        .run();
+WHERE pk = ?)sql");
+    for (const std::int64_t moment : moments)
+        if (const auto analyzed = analyze.bind(moment).run(); !analyzed)
+            return analyzed;
+    return {};
 }
 
 Result<> analyzeLists(Database &database, const AnalysisScope &scope) {

@@ -3,6 +3,7 @@
 #define HOARDD_ANALYSIS_MOMENTANALYSISSTORE_H
 
 #include <cstdint>
+#include <span>
 #include <vector>
 
 #include "wickerlane/store/Sqlite.h"
@@ -19,8 +20,8 @@ struct AnalysisScope {
 /// The moments in a scope; of a list, its moments.
 [[nodiscard]] Result<std::vector<std::int64_t>> momentsIn(sqlite::Database &database,
                                                           const AnalysisScope &scope);
-/// Works out how many photos and videos a moment holds, and its key asset.
-[[nodiscard]] Result<> analyzeMoment(sqlite::Database &database, std::int64_t moment);
+/// Works out how many photos and videos moments hold, and their key assets.
+[[nodiscard]] Result<> analyzeMoments(sqlite::Database &database, std::span<const std::int64_t> moments);
 /// Works out the key asset of each list in a scope, from its moments, which were analyzed before.
 [[nodiscard]] Result<> analyzeLists(sqlite::Database &database, const AnalysisScope &scope);
 

@@ -77,57 +77,73 @@ MomentList listOf(Group group) {
     return list;
 }
 
-/// Whether a list is stored with these values.
-Result<bool> isStored(Database &database, std::int64_t key, const MomentList &list) {
-    const auto stored =
-        database.prepare("SELECT startdate, enddate, momentcount, assetcount FROM zmomentlist WHERE pk = ?")
-            .bind(key)
-            .first([](const Statement &row) {
-                return MomentList{row.real(0), row.real(1), row.integer(2), row.integer(3)};
-            });
-    if (!stored)
-        return passOn(stored);
-    return *stored == list;
-}
+/// Writes lists and what belongs to them.
+class ListWriter {
+public:
+    explicit ListWriter(Database &opened)
+        : database(opened), select(opened.prepare("SELECT startdate, enddate, momentcount, assetcount "
+                                                  "FROM zmomentlist WHERE pk = ?")),
+          add(opened.prepare("INSERT INTO zmomentlist (startdate, enddate, momentcount, assetcount) "
+                             "VALUES (?, ?, ?, ?)")),
+          alter(opened.prepare("UPDATE zmomentlist SET startdate = ?, enddate = ?, momentcount = ?, "
+                               "assetcount = ?, analyzed = 0 WHERE pk = ?")),
+          move(opened.prepare("UPDATE zmoment SET list = ? WHERE pk = ?")),
+          remove(opened.prepare("DELETE FROM zmomentlist WHERE pk = ?")) {}
 
-/// Gives the key.
-Result<std::int64_t> writeList(Database &database, std::int64_t key, const MomentList &list) {
-    Statement write =
-        database.prepare(key == 0 ? "INSERT INTO zmomentlist (startdate, enddate, momentcount, assetcount) "
-                                    "VALUES (?, ?, ?, ?)"
-                                  : "UPDATE zmomentlist SET startdate = ?, enddate = ?, momentcount = ?, "
-                                    "assetcount = ?, analyzed = 0 WHERE pk = ?");
-    write.bind(list.start, list.end, list.momentCount, list.assetCount);
-    if (key != 0)
-        write.bind(key);
-    if (const auto written = write.run(); !written)
-        return passOn(written);
-    return key != 0 ? key : database.lastRowID();
-}
-
-/// A key of 0 makes a new list.
-Result<> writeGroup(Database &database, std::int64_t key, Group group) {
-    const MomentList list = listOf(group);
-    const bool hasChanged = key == 0 || std::ranges::any_of(group, [key](const ListedMoment &moment) {
-                                return moment.previousList != key;
-                            });
-    if (!hasChanged) {
-        const auto isWritten = isStored(database, key, list);
-        if (!isWritten)
-            return passOn(isWritten);
-        if (*isWritten)
-            return {};
+    /// A key of 0 makes a new list.
+    Result<> writeGroup(std::int64_t key, Group group) {
+        const MomentList list = listOf(group);
+        const bool hasChanged = key == 0 || std::ranges::any_of(group, [key](const ListedMoment &moment) {
+                                    return moment.previousList != key;
+                                });
+        if (!hasChanged) {
+            const auto isWritten = isStored(key, list);
+            if (!isWritten)
+                return passOn(isWritten);
+            if (*isWritten)
+                return {};
+        }
+        const auto written = writeList(key, list);
+        if (!written)
+            return passOn(written);
+        for (const ListedMoment &moment : group)
+            if (moment.previousList != *written)
+                if (const auto moved = move.bind(*written, moment.key).run(); !moved)
+                    return moved;
+        return {};
     }
-    const auto written = writeList(database, key, list);
-    if (!written)
-        return passOn(written);
-    Statement move = database.prepare("UPDATE zmoment SET list = ? WHERE pk = ?");
-    for (const ListedMoment &moment : group)
-        if (moment.previousList != *written)
-            if (const auto moved = move.bind(*written, moment.key).run(); !moved)
-                return moved;
-    return {};
-}
+
+    Result<> removeList(std::int64_t key) { return remove.bind(key).run(); }
+
+private:
+    /// Whether a list is stored with these values.
+    Result<bool> isStored(std::int64_t key, const MomentList &list) {
+        const auto stored = select.bind(key).first([](const Statement &row) {
+            return MomentList{row.real(0), row.real(1), row.integer(2), row.integer(3)};
+        });
+        if (!stored)
+            return passOn(stored);
+        return *stored == list;
+    }
+
+    /// Gives the key.
+    Result<std::int64_t> writeList(std::int64_t key, const MomentList &list) {
+        Statement &write = key == 0 ? add : alter;
+        write.bind(list.start, list.end, list.momentCount, list.assetCount);
+        if (key != 0)
+            write.bind(key);
+        if (const auto written = write.run(); !written)
+            return passOn(written);
+        return key != 0 ? key : database.lastRowID();
+    }
+
+    Database &database;
+    Statement select;
+    Statement add;
+    Statement alter;
+    Statement move;
+    Statement remove;
+};
 
 } // namespace
 
@@ -141,14 +157,14 @@ Result<> rebuildMomentLists(Database &database) {
     std::set<std::int64_t> gone(stored->begin(), stored->end());
     const std::vector<Group> groups = groupsIn(*moments);
     const std::vector<std::int64_t> keys = keysOf(groups);
+    ListWriter writer(database);
     for (std::size_t i = 0; i < groups.size(); ++i) {
-        if (const auto written = writeGroup(database, keys[i], groups[i]); !written)
+        if (const auto written = writer.writeGroup(keys[i], groups[i]); !written)
             return written;
         gone.erase(keys[i]);
     }
-    Statement remove = database.prepare("DELETE FROM zmomentlist WHERE pk = ?");
     for (const std::int64_t key : gone)
-        if (const auto removed = remove.bind(key).run(); !removed)
+        if (const auto removed = writer.removeList(key); !removed)
             return removed;
     return {};
 }

@@ -26,13 +26,6 @@ Result<bool> applyIfCurrent(Database &database, const MomentPlan &plan) {
     return true;
 }
 
-Result<> analyze(Database &database, std::span<const std::int64_t> moments) {
-    for (const std::int64_t moment : moments)
-        if (const auto analyzed = analyzeMoment(database, moment); !analyzed)
-            return analyzed;
-    return {};
-}
-
 } // namespace
 
 Result<> rebuildMoments(Library &library, bool incremental) {
@@ -62,10 +55,10 @@ Result<> analyzeMoments(Library &library, const AnalysisScope &scope) {
     for (std::span left(*moments); !left.empty();) {
         if (library.isEnding())
             return stopped();
-        const auto batch = left.first(std::min(left.size(), maxRowsPerCommit));
+        const auto batch = left.first(std::min(left.size(), maxQuickRowsPerCommit));
         left = left.subspan(batch.size());
         const auto analyzed =
-            library.writer().change([&](Database &database) { return analyze(database, batch); });
+            library.writer().change([&](Database &database) { return analyzeMoments(database, batch); });
         if (!analyzed)
             return analyzed;
     }

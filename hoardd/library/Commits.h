@@ -13,6 +13,9 @@ inline constexpr std::size_t maxFilesPerCommit = 16;
 /// Rows alone. Few enough that other threads don't wait long, enough that commits cost little.
 inline constexpr std::size_t maxRowsPerCommit = 64;
 
+/// Rows that take some microseconds each.
+inline constexpr std::size_t maxQuickRowsPerCommit = 1'024;
+
 } // namespace wickerlane::hoardd
 
 #endif

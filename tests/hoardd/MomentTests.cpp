@@ -326,8 +326,7 @@ TEST_F(MomentPlans, AnalysisFindsKeyAssetsAndRepeatsOnlyWhatHasChanged) {
     ASSERT_TRUE(apply(*planMoments(*database, true)));
     const auto analyze = [&](AnalysisScope scope) {
         const auto moments = momentsIn(*database, scope);
-        for (const std::int64_t moment : *moments)
-            EXPECT_TRUE(analyzeMoment(*database, moment));
+        EXPECT_TRUE(analyzeMoments(*database, *moments));
         EXPECT_TRUE(analyzeLists(*database, scope));
         return moments->size();
     };
