@@ -1,5 +1,8 @@
 #include "hoardd/media/WorkerPool.h"
 
+#include <sys/resource.h>
+#include <unistd.h>
+
 #include <algorithm>
 
 namespace wickerlane::hoardd::media {
@@ -24,6 +27,17 @@ WorkerPool::~WorkerPool() {
 }
 
 Result<std::unique_ptr<WorkerProcess>> WorkerPool::borrow() {
+    const int niceness = ::getpriority(PRIO_PROCESS, static_cast<id_t>(::gettid()));
+    for (;;) {
+        auto worker = borrowAny();
+        if (!worker || (*worker)->runAt(niceness))
+            return worker;
+        // It has worked for a thread of lower priority, and may not come back: a new one takes its place.
+        retire(*std::move(worker));
+    }
+}
+
+Result<std::unique_ptr<WorkerProcess>> WorkerPool::borrowAny() {
     MutexLock lock(mutex);
     ++waiting;
     failures = std::min(failures, maxFailures - 1);
@@ -48,6 +62,14 @@ void WorkerPool::giveBack(std::unique_ptr<WorkerProcess> worker) {
             std::erase(processes, worker->processID());
             spent = std::move(worker);
         }
+    }
+    changed.notifyAll();
+}
+
+void WorkerPool::retire(std::unique_ptr<WorkerProcess> worker) {
+    {
+        const MutexLock lock(mutex);
+        std::erase(processes, worker->processID());
     }
     changed.notifyAll();
 }

@@ -27,7 +27,8 @@ public:
     /// Every worker must have been given back.
     ~WorkerPool();
 
-    /// A worker for the caller alone; waits until one is free. Fails when none can be started.
+    /// A worker for the caller alone, at the priority of the calling thread; waits until one is free. Fails
+    /// when none can be started.
     [[nodiscard]] Result<std::unique_ptr<WorkerProcess>> borrow();
     /// Takes a borrowed worker back; one that can't be used again is ended and replaced.
     void giveBack(std::unique_ptr<WorkerProcess> worker);
@@ -44,6 +45,8 @@ public:
 
 private:
     [[nodiscard]] bool needsWorker() const WL_REQUIRES(mutex);
+    [[nodiscard]] Result<std::unique_ptr<WorkerProcess>> borrowAny();
+    void retire(std::unique_ptr<WorkerProcess> worker);
     void startWorkers();
 
     const Settings settings;

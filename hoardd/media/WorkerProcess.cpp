@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 
@@ -10,6 +11,8 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <system_error>
 
 #include "wickerlane/platform/file/Retry.h"
 
@@ -130,6 +133,21 @@ WorkerProcess::Exchange WorkerProcess::exchange(const WorkerRequest &request,
     ++requestCount;
     usable = true;
     return Exchange::answered;
+}
+
+bool WorkerProcess::runAt(int niceness) {
+    if (getpriority(PRIO_PROCESS, static_cast<id_t>(process)) == niceness)
+        return true;
+    // Each thread has its own; the first is set last, since it stands for all above.
+    std::error_code error;
+    const std::string threads = "/proc/" + std::to_string(process) + "/task";
+    for (std::filesystem::directory_iterator each(threads, error), end; !error && each != end;
+         each.increment(error))
+        if (const pid_t thread =
+                static_cast<pid_t>(std::strtol(each->path().filename().c_str(), nullptr, 10));
+            thread != process)
+            static_cast<void>(setpriority(PRIO_PROCESS, static_cast<id_t>(thread), niceness));
+    return setpriority(PRIO_PROCESS, static_cast<id_t>(process), niceness) == 0;
 }
 
 int WorkerProcess::endingSignal() {

@@ -43,6 +43,10 @@ public:
     /// Ends the process unless it has ended by itself; the number of the signal that ended it, or 0.
     int endingSignal();
 
+    /// Lets it run at a niceness, as one of its user's processes. False when it may not: a process that has
+    /// given way can be forbidden to come back.
+    [[nodiscard]] bool runAt(int niceness);
+
     [[nodiscard]] pid_t processID() const noexcept { return process; }
     [[nodiscard]] const Hello &hello() const noexcept { return greeting; }
     [[nodiscard]] unsigned requests() const noexcept { return requestCount; } ///< Answered so far.

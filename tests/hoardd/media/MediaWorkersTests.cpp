@@ -1,6 +1,7 @@
 // Hostile files, lost workers and limits: what may cost one request, and never more.
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 
 #include <atomic>
@@ -75,6 +76,28 @@ TEST(MediaWorkers, DamagedFilesCostOnlyThemselves) {
         }
         EXPECT_EQ(reasonOf(probe(pool, whole)), "");
     }
+}
+
+int nicenessOf(pid_t process) {
+    return getpriority(PRIO_PROCESS, static_cast<id_t>(process));
+}
+
+// Work in the background must not make a later picture wait, whether or not this process may raise
+// priorities.
+TEST(MediaWorkers, WorkAtThePriorityOfTheirCaller) {
+    MediaWorkers pool(testOptions());
+    const int usual = nicenessOf(0);
+    const Bytes file = goodPicture();
+    const auto fingerprint = [&] { return reasonOf(pool.fingerprint(fileOf(file).get(), 64)); };
+    EXPECT_EQ(fingerprint(), "");
+    EXPECT_EQ(nicenessOf(idleWorker(pool)), usual);
+    std::thread([&] {
+        ASSERT_EQ(setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), usual + 5), 0);
+        EXPECT_EQ(fingerprint(), "");
+    }).join();
+    EXPECT_EQ(nicenessOf(idleWorker(pool)), usual + 5);
+    EXPECT_EQ(fingerprint(), "");
+    EXPECT_EQ(nicenessOf(idleWorker(pool)), usual);
 }
 
 TEST(MediaWorkers, SaysWhyAFileIsRefused) {
