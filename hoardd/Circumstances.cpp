@@ -1,8 +1,17 @@
 #include "hoardd/Circumstances.h"
 
+#include <sched.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 
+#include <algorithm>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
 #include "wickerlane/platform/console/Console.h"
+#include "wickerlane/platform/file/Files.h"
+#include "wickerlane/platform/message/service/InheritedSocket.h"
 #include "wickerlane/platform/process/Circumstances.h"
 
 namespace wickerlane::hoardd {
@@ -39,6 +48,49 @@ void sayIfTooLow(const Need &need) {
                    static_cast<unsigned long long>(need.least));
 }
 
+std::string textOf(const char *path) {
+    std::vector<std::byte> bytes;
+    if (!readFile(path, bytes, 64 << 10))
+        return {};
+    const auto *text = reinterpret_cast<const char *>(bytes.data());
+    std::string found(text, bytes.size());
+    return found.substr(0, found.find_last_not_of('\n') + 1);
+}
+
+/// That of the client which started this process, with its limits; empty when there is none.
+std::string clientsControlGroup() {
+    if (getenv(startedByClientVariable) == nullptr)
+        return {};
+    std::string text = textOf("/proc/self/cgroup");
+    const auto start = text.find("0::");
+    if (start == text.npos)
+        return {};
+    text.erase(0, start + 3);
+    text.resize(std::min(text.size(), text.find('\n')));
+    return text != "/" ? text : std::string();
+}
+
+/// What no process can lay down, in words; empty when there is nothing of it.
+std::string whatStays() {
+    std::vector<std::string> stays;
+    if (const int niceness = getpriority(PRIO_PROCESS, 0); niceness > 0)
+        stays.push_back("niceness " + std::to_string(niceness));
+    if (sched_getscheduler(0) != SCHED_OTHER)
+        stays.emplace_back("a scheduling policy other than the usual one");
+    if (const std::string score = textOf("/proc/self/oom_score_adj"); !score.empty() && score != "0")
+        stays.push_back("an adjustment of " + score + " for when memory runs out");
+    if (prctl(PR_GET_NO_NEW_PRIVS, 0, 0, 0, 0) == 1)
+        stays.emplace_back("no new privileges");
+    if (prctl(PR_GET_SECCOMP) == 2)
+        stays.emplace_back("a filter of system calls");
+    if (const std::string group = clientsControlGroup(); !group.empty())
+        stays.push_back("the control group " + group + " with its limits");
+    std::string text;
+    for (const std::string &each : stays)
+        text.append(text.empty() ? "" : ", ").append(each);
+    return text;
+}
+
 } // namespace
 
 void leaveCircumstancesOfStart() {
@@ -46,9 +98,8 @@ void leaveCircumstancesOfStart() {
     leaveCircumstances();
     for (const Need &need : needs)
         sayIfTooLow(need);
-    if (const int niceness = getpriority(PRIO_PROCESS, 0); niceness > 0)
-        consoleLog("hoardd: runs at niceness %d, as the process that started it did, and may be slow",
-                   niceness);
+    if (const std::string stays = whatStays(); !stays.empty())
+        consoleLog("hoardd: what the process that started it had stays with it: %s", stays.c_str());
 }
 
 } // namespace wickerlane::hoardd

@@ -1,6 +1,7 @@
 // What hoardd takes over from the process that starts it.
 #include <fcntl.h>
 #include <sched.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -25,6 +26,18 @@ std::string textOf(const std::string &path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
+/// What a process of its own returns from `work`.
+int inChild(const std::function<int()> &work) {
+    const pid_t child = fork();
+    if (child == 0)
+        _exit(work());
+    int status = 0;
+    EXPECT_EQ(waitpid(child, &status, 0), child);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+constexpr const char *outOfMemoryScore = "/proc/self/oom_score_adj";
+
 TEST_F(Circumstances, OfTheFirstClientAreNotThoseOfTheDaemon) {
     ReleaseScope scope;
     const mode_t mask = umask(0);
@@ -38,9 +51,16 @@ TEST_F(Circumstances, OfTheFirstClientAreNotThoseOfTheDaemon) {
     const rlimit few{.rlim_cur = 100, .rlim_max = files.rlim_max};
     ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
     ASSERT_EQ(sched_setaffinity(0, sizeof one, &one), 0);
+    const std::string score = textOf(outOfMemoryScore);
+    std::ofstream(outOfMemoryScore) << std::stoi(score) + 100;
     setenv("TEST_PASSWORD", "secret", 1);
     setenv("LC_TIME", "C.UTF-8", 1);
     answer(request(15).get());
+    const int lowest = inChild([] {
+        std::ofstream(outOfMemoryScore) << 0;
+        return std::stoi(textOf(outOfMemoryScore)) / 10; // fits an exit code
+    });
+    std::ofstream(outOfMemoryScore) << score;
     unsetenv("TEST_PASSWORD");
     unsetenv("LC_TIME");
     umask(mask);
@@ -62,16 +82,7 @@ TEST_F(Circumstances, OfTheFirstClientAreNotThoseOfTheDaemon) {
     cpu_set_t used;
     ASSERT_EQ(sched_getaffinity(hoardd, sizeof used, &used), 0);
     EXPECT_TRUE(CPU_EQUAL(&used, &processors));
-}
-
-/// What a process of its own returns from `work`.
-int inChild(const std::function<int()> &work) {
-    const pid_t child = fork();
-    if (child == 0)
-        _exit(work());
-    int status = 0;
-    EXPECT_EQ(waitpid(child, &status, 0), child);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    EXPECT_EQ(std::stoi(textOf(process + "/oom_score_adj")) / 10, lowest);
 }
 
 TEST_F(Circumstances, ThatCannotBeLeftAreSaid) {
@@ -83,7 +94,7 @@ TEST_F(Circumstances, ThatCannotBeLeftAreSaid) {
         const rlimit few{.rlim_cur = 200, .rlim_max = 200};
         const int file = open(console.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
         if (dup2(file, STDERR_FILENO) >= 0 && setrlimit(RLIMIT_NOFILE, &few) == 0 &&
-            setpriority(PRIO_PROCESS, 0, 7) == 0)
+            setpriority(PRIO_PROCESS, 0, 7) == 0 && prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0)
             execl(HOARDD_PROGRAM, "hoardd", "--idle-seconds", "0.01", static_cast<char *>(nullptr));
         return 99;
     });
@@ -92,7 +103,10 @@ TEST_F(Circumstances, ThatCannotBeLeftAreSaid) {
     EXPECT_NE(said.find("the hard limit of open files is 200; below 1024 some work fails\n"),
               std::string::npos)
         << said;
-    EXPECT_EQ(said.find("runs at niceness 7") == std::string::npos, mayLower) << said;
+    const auto stays = said.find("what the process that started it had stays with it: ");
+    ASSERT_NE(stays, std::string::npos) << said;
+    EXPECT_NE(said.find("no new privileges", stays), std::string::npos) << said;
+    EXPECT_EQ(said.find("niceness 7", stays) == std::string::npos, mayLower) << said;
 }
 
 } // namespace

@@ -46,6 +46,15 @@ void widenLimits() noexcept {
     }
 }
 
+// A process that was to be ended first, or last, when memory runs out has children like itself.
+void leaveOutOfMemoryOrder() noexcept {
+    const int file = open("/proc/self/oom_score_adj", O_WRONLY | O_CLOEXEC);
+    if (file < 0)
+        return;
+    [[maybe_unused]] const ssize_t written = write(file, "0", 1);
+    close(file);
+}
+
 } // namespace
 
 void leaveCircumstances() noexcept {
@@ -59,6 +68,7 @@ void leaveCircumstances() noexcept {
     cpu_set_t all;
     std::memset(&all, 0xff, sizeof all);
     sched_setaffinity(0, sizeof all, &all);
+    leaveOutOfMemoryOrder();
 }
 
 void occupyStandardDescriptors() noexcept {

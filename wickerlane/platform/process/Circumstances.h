@@ -11,8 +11,8 @@ namespace wickerlane {
 
 /// Frees the calling process, which has no other threads yet, from what the process that started it had
 /// chosen for itself: files that it makes are private, its limits are as wide as may be (the stack's is 8
-/// MiB, that of core files stays), and processor and disk serve it as any process. What may not be changed
-/// stays. Safe between fork and exec.
+/// MiB, that of core files stays), processor and disk serve it as any process, and so is it treated when
+/// memory runs out. What may not be changed stays. Safe between fork and exec.
 WL_EXPORT void leaveCircumstances() noexcept;
 
 /// Takes the numbers of standard input, output and error where the process that started this one had closed
