@@ -10,6 +10,7 @@
 #include "cli/Awaited.h"
 #include "cli/Interrupt.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
+#include "wickerlane/platform/consent/Consent.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/message/connection/MessageConnection.h"
 #include "wickerlane/platform/queue/WorkQueue.h"
@@ -44,11 +45,16 @@ Problem explained(const MessageError &refusal) {
     case ProblemKind::refused:
         problem.text += fmt::format(". The owner of {} can allow it: wickerlane consent grant {}", rootPath(),
                                     fs::read_symlink("/proc/self/exe").string());
+        if (geteuid() != ConsentStore::owner())
+            problem.text += fmt::format(" --user {}", geteuid());
         break;
     case ProblemKind::busy:
     case ProblemKind::queueFull:
         if (problem.text.find("try again") == std::string::npos)
             problem.text += " Try again later.";
+        break;
+    case ProblemKind::notWritable:
+        problem.text += ". Choose another library with --root, or ask its owner";
         break;
     case ProblemKind::newerVersion:
         problem.text += ". Install a wickerlane that is at least as new";

@@ -2,6 +2,7 @@
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
+#include <unistd.h>
 
 #include <cerrno>
 #include <charconv>
@@ -12,6 +13,8 @@
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/platform/file/FileLock.h"
 #include "wickerlane/platform/file/Files.h"
+#include "wickerlane/platform/message/service/ServiceSocket.h"
+#include "wickerlane/protocol/ServiceName.h"
 #include "wickerlane/store/LibraryPaths.h"
 
 namespace wickerlane::cli {
@@ -37,9 +40,15 @@ pid_t daemonProcess(const std::string &lockPath) {
     return process;
 }
 
+/// Whether a daemon runs for a user who may not enter the library. It is not started.
+bool listensForOthers(const std::string &library) {
+    return access(library.c_str(), X_OK) != 0 && errno == EACCES &&
+           ServiceSocket(WickerlaneGatekeeperName).connect();
+}
+
 struct Status {
     std::int64_t modelVersion = 0;
-    pid_t process = 0;
+    pid_t process = 0; ///< 0 when only the library's owner can find out.
     Result<> access;
 };
 
@@ -58,7 +67,8 @@ Result<Status> askStatus(const std::string &lockPath) {
 JSON describe(const std::optional<Status> &status, const std::string &library) {
     JSON described = {{"running", status.has_value()}, {"root", rootPath()}, {"library", library}};
     if (status) {
-        described["process"] = status->process;
+        if (status->process != 0)
+            described["process"] = status->process;
         described["modelVersion"] = status->modelVersion;
         described["access"] = status->access.has_value();
     }
@@ -66,8 +76,9 @@ JSON describe(const std::optional<Status> &status, const std::string &library) {
 }
 
 void printStatus(const std::optional<Status> &status, const std::string &library) {
-    printField("Daemon", status ? fmt::format("running, process {}", status->process)
-                                : "not running; it starts when it is needed, or with --start");
+    printField("Daemon", !status                ? "not running; it starts when it is needed, or with --start"
+                         : status->process == 0 ? "running"
+                                                : fmt::format("running, process {}", status->process));
     printField("Root", rootPath());
     printField("Library", library);
     if (status) {
@@ -79,7 +90,7 @@ void printStatus(const std::optional<Status> &status, const std::string &library
 Result<ExitCode> showStatus(const Options &options) {
     const store::LibraryPaths paths;
     std::optional<Status> status;
-    if (options.start || daemonProcess(paths.lock()) != 0) {
+    if (options.start || daemonProcess(paths.lock()) != 0 || listensForOthers(paths.folder())) {
         auto asked = askStatus(paths.lock());
         if (!asked)
             return passOn(asked);

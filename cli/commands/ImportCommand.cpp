@@ -23,6 +23,7 @@
 #include "cli/Subcommands.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/model/MediaType.h"
+#include "wickerlane/platform/consent/Consent.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/object/Paths.h"
 #include "wickerlane/protocol/JobKeys.h"
@@ -36,6 +37,8 @@ namespace fs = std::filesystem;
 constexpr std::size_t batchSize = 8;
 /// Requests that are sent before the first is answered, so that the daemon never waits for the next one.
 constexpr std::size_t maxPendingBatches = 3;
+/// Of a file that is sent by its bytes: what a message can hold besides.
+constexpr std::size_t maxSentBytes = std::size_t{255} << 20;
 
 struct Options {
     std::vector<std::string> paths;
@@ -176,19 +179,47 @@ struct Batch {
     Awaited<Ref<Array>> results; ///< Null when there is no answer.
 };
 
-Batch sendBatch(std::span<const Source> sources, bool again) {
+/// Whether files have to be sent by their bytes: the daemon reads those of the library's owner only.
+bool sendsBytes() {
+    return geteuid() != ConsentStore::owner();
+}
+
+/// Names the file to the daemon, or gives it the bytes.
+Result<> putSource(MutableDictionary *job, const Source &source) {
+    if (!sendsBytes()) {
+        job->set(protocol::job::filePath, String::of(source.path));
+        if (!source.sidecar.empty())
+            job->set(protocol::job::sidecarPath, String::of(source.sidecar));
+        return {};
+    }
+    std::vector<std::byte> bytes;
+    std::error_code unknown;
+    if (!readFile(fs::canonical(source.path, unknown), bytes, maxSentBytes))
+        return fail(ProblemKind::failed,
+                    errno == EFBIG
+                        ? "of a user other than the library's owner, no files above 255 MiB are saved"
+                        : std::strerror(errno),
+                    source.path);
+    job->set(protocol::job::imageData, Data::createAdopting(std::move(bytes)).get());
+    if (!source.sidecar.empty())
+        note(source.sidecar + ": not kept, since only the library's owner can save metadata beside pictures");
+    return {};
+}
+
+Batch sendBatch(std::span<const Source> sources, bool again, Report &report) {
     ReleaseScope scope;
     Batch batch;
     auto jobs = MutableArray::create();
-    for (const auto &[path, sidecar] : sources) {
+    for (const Source &source : sources) {
         auto job = MutableDictionary::create();
-        job->set(protocol::job::filePath, String::of(path));
-        job->set(protocol::job::originalFilename, String::of(fs::path(path).filename().string()));
+        if (const auto put = putSource(job.get(), source); !put) {
+            report.refused.push_back({source.path, put.error().text});
+            continue;
+        }
+        job->set(protocol::job::originalFilename, String::of(fs::path(source.path).filename().string()));
         job->set(protocol::job::unlessPresent, Number::of(!again));
-        if (!sidecar.empty())
-            job->set(protocol::job::sidecarPath, String::of(sidecar));
         jobs->append(job.get());
-        batch.paths.push_back(path);
+        batch.paths.push_back(source.path);
     }
     JXGatekeeperClient::sharedInstance()->batchSaveAssetsWithJobDictionaries(
         jobs.get(), [results = batch.results](Array *received, Error *) { results.give(received); });
@@ -229,14 +260,17 @@ void saveFiles(std::span<const Source> files, const Options &options, Report &re
     Progress progress("saved", files.size(), options.quiet);
     std::deque<Batch> pending;
     std::size_t sent = 0;
+    // Bytes that are sent are held until they are answered.
+    const std::size_t filesAtOnce = sendsBytes() ? 1 : batchSize;
+    const std::size_t batchesAtOnce = sendsBytes() ? 1 : maxPendingBatches;
     while (sent < files.size() || !pending.empty()) {
         report.interrupted = isInterrupted();
         const bool sendMore = !report.interrupted && !report.daemonLost;
         if (!sendMore && pending.empty())
             break;
-        if (sendMore && sent < files.size() && pending.size() < maxPendingBatches) {
-            const auto next = files.subspan(sent, std::min(batchSize, files.size() - sent));
-            pending.push_back(sendBatch(next, options.again));
+        if (sendMore && sent < files.size() && pending.size() < batchesAtOnce) {
+            const auto next = files.subspan(sent, std::min(filesAtOnce, files.size() - sent));
+            pending.push_back(sendBatch(next, options.again, report));
             sent += next.size();
             continue;
         }

@@ -19,7 +19,8 @@ Result<RegularFile> openCallersFile(const std::string &path, bool mayRead) {
     if (!path.starts_with('/') || path.find('\0') != std::string::npos)
         return fail(ProblemKind::invalid, "the path of the file is not an absolute path");
     if (!mayRead)
-        return fail(ProblemKind::refused, "files are read only for the user that hoardd serves");
+        return fail(ProblemKind::refused,
+                    "files are read only for the user that hoardd serves; send the bytes instead");
     return requireRegular(UniqueFd(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)), path);
 }
 

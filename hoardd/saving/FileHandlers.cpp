@@ -32,6 +32,10 @@ void gatherTexts(Object *object, std::vector<std::string> &texts) {
 }
 
 Result<Answer> fileURLForNewAsset(Library &library, const Call &call) {
+    if (!call.mayReadFiles())
+        return fail(
+            ProblemKind::refused,
+            "only the user that hoardd serves can write files in the library; send the bytes instead");
     if (call.get(keys::assetType) > 1)
         return fail(ProblemKind::invalid, "assetType is neither 0 (photo) nor 1 (video)");
     const std::string_view extension = call.get(keys::extension)->utf8();

@@ -56,9 +56,11 @@ std::ostream &operator<<(std::ostream &stream, const CommandResult &result) {
                   << result.errors;
 }
 
-RunningCommand::RunningCommand(const std::vector<std::string> &arguments)
+RunningCommand::RunningCommand(const std::vector<std::string> &arguments,
+                               const std::vector<std::string> &wrapper)
     : outputFile(memfd_create("output", MFD_CLOEXEC)), errorFile(memfd_create("errors", MFD_CLOEXEC)) {
-    std::vector<std::string> words{WICKERLANE_COMMAND};
+    std::vector<std::string> words = wrapper;
+    words.emplace_back(WICKERLANE_COMMAND);
     words.insert(words.end(), arguments.begin(), arguments.end());
     std::vector<char *> pointers;
     for (std::string &word : words)
@@ -70,7 +72,7 @@ RunningCommand::RunningCommand(const std::vector<std::string> &arguments)
     posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     posix_spawn_file_actions_adddup2(&actions, outputFile, STDOUT_FILENO);
     posix_spawn_file_actions_adddup2(&actions, errorFile, STDERR_FILENO);
-    EXPECT_EQ(posix_spawn(&pid, WICKERLANE_COMMAND, &actions, nullptr, pointers.data(), environ), 0);
+    EXPECT_EQ(posix_spawnp(&pid, pointers[0], &actions, nullptr, pointers.data(), environ), 0);
     posix_spawn_file_actions_destroy(&actions);
 }
 
@@ -102,6 +104,11 @@ RunningCommand::~RunningCommand() {
 
 CommandResult run(const std::vector<std::string> &arguments) {
     return RunningCommand(arguments).wait();
+}
+
+CommandResult runAs(uid_t user, const std::vector<std::string> &arguments) {
+    const std::string id = std::to_string(user);
+    return RunningCommand(arguments, {"setpriv", "--reuid", id, "--regid", id, "--clear-groups"}).wait();
 }
 
 void endDaemon() {

@@ -38,7 +38,9 @@ std::ostream &operator<<(std::ostream &stream, const CommandResult &result);
 /// A command that runs beside the test.
 class RunningCommand {
 public:
-    explicit RunningCommand(const std::vector<std::string> &arguments);
+    /// `wrapper` is a command that runs the rest of its command line.
+    explicit RunningCommand(const std::vector<std::string> &arguments,
+                            const std::vector<std::string> &wrapper = {});
     /// Kills it if it still runs.
     ~RunningCommand();
     RunningCommand(const RunningCommand &) = delete;
@@ -58,6 +60,9 @@ private:
 
 /// Runs the command to its end.
 CommandResult run(const std::vector<std::string> &arguments);
+
+/// The same as another user, which only root can. Exit code 127 when that user can't run it here.
+CommandResult runAs(uid_t user, const std::vector<std::string> &arguments);
 
 /// Ends the daemon of the test's library, if one runs, and waits until it is gone.
 void endDaemon();

@@ -3,11 +3,13 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
 #include <set>
 
 #include "tests/hoardd/PlausibleRequest.h"
 #include "tests/hoardd/RunningHoardd.h"
 #include "wickerlane/platform/consent/Consent.h"
+#include "wickerlane/platform/file/Files.h"
 
 using namespace wickerlane;
 using namespace wickerlane::test;
@@ -233,6 +235,36 @@ TEST_F(Access, LeavesALibraryAsItIsForOneWhoHasNone) {
     ASSERT_TRUE(consent.decide({kPVGServicePhotos, self, getuid(), true}));
     for (const auto &message : {add, intent, edit, remove})
         EXPECT_TRUE(answer(message.get())->getBool("success"));
+}
+
+// The daemon has other rights to files than another user.
+TEST_F(Access, OfAnotherUserIsToWhatTheConnectionCarries) {
+    if (geteuid() != 0)
+        GTEST_SKIP() << "only root can be another user";
+    constexpr uid_t other = 65534;
+    ReleaseScope scope;
+    std::filesystem::create_directories(rootPath() + "/etc/wickerlane");
+    std::ofstream(rootPath() + "/etc/wickerlane/device");
+    std::filesystem::permissions(rootPath(), std::filesystem::perms(0755));
+    const std::string self = std::filesystem::read_symlink("/proc/self/exe");
+    ASSERT_TRUE(ConsentStore::shared().decide({kPVGServicePhotos, self, other, true}));
+    answer(request(15).get()); // it runs for this user
+    ASSERT_EQ(seteuid(other), 0);
+    connection = connect();
+    const FileBytes picture = pngOf(fourCorners(8, 8));
+    const std::string path = rootPath() + "/picture.png";
+    const auto newFile = request(5);
+    newFile->setUInt64("assetType", 0);
+    newFile->setString("extension", "png");
+    const std::string refused = refusal(newFile.get());
+    const auto *byName = save(Dictionary::createWithKeys({{"filePath", String::of(path)}}).get());
+    const auto *byBytes = save(Dictionary::createWithKeys({{"imageData", dataOf(picture).get()}}).get());
+    ASSERT_EQ(seteuid(0), 0);
+    EXPECT_EQ(refused,
+              "only the user that hoardd serves can write files in the library; send the bytes instead");
+    EXPECT_EQ(textIn(byName, "error"),
+              "files are read only for the user that hoardd serves; send the bytes instead");
+    EXPECT_NE(textIn(byBytes, "uuid"), "") << textIn(byBytes, "error");
 }
 
 } // namespace

@@ -194,10 +194,22 @@ TEST(Listener, SetsWhoMayConnectWhateverTheUmask) {
             umask(mask);
             const auto listener = listen(echo);
             umask(0);
+            for (const char *above : {"/var", "/var/run"})
+                EXPECT_EQ(modeOf(rootPath() + above), isDevice ? 0711U : 0700U) << above;
             EXPECT_EQ(modeOf(folder), isDevice ? 0755U : 0700U);
             EXPECT_EQ(modeOf(folder + '/' + serviceName), isDevice ? 0666U : 0600U);
         }
     umask(before);
+}
+
+// What the owner has opened further stays open.
+TEST(Listener, LeavesTheFoldersAboveAsOpenAsTheyAre) {
+    ASSERT_TRUE(makeFolders(rootPath() + "/var"));
+    ASSERT_EQ(chmod((rootPath() + "/var").c_str(), 0755), 0);
+    const auto listener = listen(echo);
+    struct stat status {};
+    ASSERT_EQ(stat((rootPath() + "/var").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & ALLPERMS, 0755U);
 }
 
 TEST(Listener, WorksBelowARootOfAnyLength) {

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/file/TrustedPath.h"
@@ -30,7 +31,8 @@ std::string textUnder(const Dictionary *entry, std::string_view key) {
 std::string problemOf(const std::string &path) {
     struct stat status {};
     if (lstat(path.c_str(), &status) != 0)
-        return {};
+        return errno == ENOENT || errno == ENOTDIR ? std::string()
+                                                   : path + " can't be looked at: " + strerrordesc_np(errno);
     if (!S_ISREG(status.st_mode))
         return path + " is no regular file";
     if (status.st_uid != ownerOfRoot() && status.st_uid != 0)

@@ -3,6 +3,7 @@
 #include <poll.h>
 
 #include <cerrno>
+#include <cstring>
 #include <optional>
 
 #include "wickerlane/platform/file/Files.h"
@@ -63,7 +64,12 @@ std::optional<Connected> awaitHello(int socket) {
     return Connected{.outcome = isOurs ? ConnectOutcome::connected : ConnectOutcome::interrupted};
 }
 
-// Starts the service unless another process has done so meanwhile. False when it can't be started.
+bool isForbidden(int error) {
+    return error == EACCES || error == EPERM || error == EROFS;
+}
+
+// Starts the service unless another process has done so meanwhile. False when it can't be started; errno says
+// whether this user is kept out.
 bool start(const char *name, const ServiceSocket &place, const ServiceDescription &description) {
     const UniqueFd lock = place.lock();
     if (!lock)
@@ -72,7 +78,16 @@ bool start(const char *name, const ServiceSocket &place, const ServiceDescriptio
         return true;
     // This process listens before the service runs, so that clients can connect from now on.
     const UniqueFd listening = place.listen();
-    return listening && startService(name, description, listening.get());
+    const bool isStarted = listening && startService(name, description, listening.get());
+    errno = 0;
+    return isStarted;
+}
+
+// For a user whom the permissions of files keep out.
+Connected forbidden(ConnectOutcome outcome, const std::string &why, int error) {
+    constexpr std::int64_t kindNotWritable = 9; // as the model numbers the kinds of problems
+    return {.outcome = outcome,
+            .refusal = MessageError::create(why + ": " + strerrordesc_np(error), kindNotWritable)};
 }
 
 // A client that would be served by what another user has put there.
@@ -108,6 +123,9 @@ Connected connectToService(const char *name, const Handler<bool(int)> &watch) {
                 said->socket = std::move(socket);
             return std::move(*said);
         }
+        if (isForbidden(errno))
+            return forbidden(ConnectOutcome::interrupted,
+                             std::string("this user may not reach ") + name + " below " + root, errno);
         if (errno != ENOENT && errno != ECONNREFUSED)
             return {};
         std::string whyNot;
@@ -116,8 +134,10 @@ Connected connectToService(const char *name, const Handler<bool(int)> &watch) {
             return refused(whyNot);
         if (starts++ == MessageLimits::startAttempts)
             return {.outcome = ConnectOutcome::invalid};
-        if (!start(name, place, *description))
-            continue;
+        if (!start(name, place, *description) && isForbidden(errno))
+            return forbidden(
+                ConnectOutcome::invalid,
+                std::string(name) + " does not run, and this user may not start it below " + root, errno);
     }
     return {.outcome = ConnectOutcome::invalid};
 }

@@ -17,8 +17,11 @@ namespace wickerlane {
 
 namespace {
 
+constexpr mode_t enterAll = S_IXGRP | S_IXOTH, readAll = S_IRGRP | S_IROTH, writeAll = S_IWGRP | S_IWOTH;
+
 /// On a device every user may come as far as the socket; whom it serves, the service decides.
 struct Modes {
+    mode_t above = 0; ///< What the folders above get besides what they have.
     mode_t folder = S_IRWXU;
     mode_t socket = S_IRUSR | S_IWUSR;
 };
@@ -26,16 +29,21 @@ struct Modes {
 Modes modesBelowRoot() {
     if (access(pathUnderRoot("/etc/wickerlane/device").c_str(), F_OK) != 0)
         return {};
-    constexpr mode_t enter = S_IXGRP | S_IXOTH, read = S_IRGRP | S_IROTH, write = S_IWGRP | S_IWOTH;
-    return {.folder = S_IRWXU | read | enter, .socket = S_IRUSR | S_IWUSR | read | write};
+    return {.above = enterAll,
+            .folder = S_IRWXU | readAll | enterAll,
+            .socket = S_IRUSR | S_IWUSR | readAll | writeAll};
 }
 
-/// The umask had its say when the folder was made. That of another owner is left to its owner.
-void setMode(const std::string &folder, mode_t mode) {
+/// Whatever the umask took when the folder was made. `kept` are the bits that it may keep. That of another
+/// owner is left to its owner.
+void setMode(const char *systemPath, mode_t mode, mode_t kept) {
+    const std::string folder = pathUnderRoot(systemPath);
     struct stat status {};
-    if (lstat(folder.c_str(), &status) == 0 && S_ISDIR(status.st_mode) && status.st_uid == geteuid() &&
-        (status.st_mode & ALLPERMS) != mode)
-        chmod(folder.c_str(), mode);
+    if (lstat(folder.c_str(), &status) != 0 || !S_ISDIR(status.st_mode) || status.st_uid != geteuid())
+        return;
+    const mode_t before = status.st_mode & ALLPERMS, after = mode | (before & kept);
+    if (after != before)
+        chmod(folder.c_str(), after);
 }
 
 } // namespace
@@ -49,11 +57,16 @@ bool isServiceName(std::string_view name) noexcept {
 
 ServiceSocket::ServiceSocket(std::string_view serviceName)
     : name(serviceName), folder(pathUnderRoot("/var/run/wickerlane/services")) {
-    if (makeFolders(folder)) {
-        for (const char *ours : {"/var/run/wickerlane", "/var/run/wickerlane/services"})
-            setMode(pathUnderRoot(ours), modesBelowRoot().folder);
-        folderDescriptor.reset(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    if (!makeFolders(folder)) {
+        folderError = errno;
+        return;
     }
+    const Modes modes = modesBelowRoot();
+    for (const char *above : {"/var", "/var/run"})
+        setMode(above, modes.above, ALLPERMS);
+    for (const char *ours : {"/var/run/wickerlane", "/var/run/wickerlane/services"})
+        setMode(ours, modes.folder, 0);
+    folderDescriptor.reset(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
 }
 
 sockaddr_un ServiceSocket::address() const {
@@ -104,6 +117,10 @@ void ServiceSocket::remove() const {
 }
 
 UniqueFd ServiceSocket::lock() const {
+    if (folderError != 0) {
+        errno = folderError;
+        return {};
+    }
     const std::string file = '.' + name + ".lock";
     UniqueFd fd = openFile(folder + '/' + file, O_RDWR | O_CREAT);
     if (fd && !lockFile(fd.get(), FileLock::exclusive))

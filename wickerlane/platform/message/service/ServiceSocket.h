@@ -17,8 +17,8 @@ namespace wickerlane {
 [[nodiscard]] bool isServiceName(std::string_view name) noexcept;
 
 /// The socket of one service in the root's run-time folder. Only the owner may enter it and connect; on a
-/// device (where the root has the file /etc/wickerlane/device) every user may. The root may have a path of
-/// any length.
+/// device (where the root has the file /etc/wickerlane/device) every user may, through folders above it that
+/// others may enter but not list. The root may have a path of any length.
 class WL_EXPORT ServiceSocket {
 public:
     /// `name` must be a service's name. Makes the folder when it is missing.
@@ -39,6 +39,7 @@ private:
     [[nodiscard]] sockaddr_un address() const;
     std::string name;
     std::string folder;
+    int folderError = 0; ///< Why it could not be made.
     UniqueFd folderDescriptor;
 };
 
