@@ -1,15 +1,10 @@
 #include "hoardd/analysis/LibraryAnalysis.h"
 
-#include <sys/resource.h>
-#include <unistd.h>
-
-#include <thread>
-
-#include "hoardd/analysis/Battery.h"
 #include "hoardd/analysis/Duplicates.h"
 #include "hoardd/analysis/Moments.h"
+#include "hoardd/service/Battery.h"
+#include "hoardd/service/LowPriority.h"
 #include "wickerlane/log/JXLog.h"
-#include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/platform/preferences/Preferences.h"
 #include "wickerlane/store/AnalysisReader.h"
 
@@ -18,17 +13,6 @@ namespace wickerlane::hoardd {
 namespace {
 
 constexpr const char *hoarddDomain = "org.wickerlane.hoardd"; // of its preferences
-constexpr int lowPriority = 10; // low enough to give way, high enough not to keep the store from others
-
-/// On a thread of its own, since a thread may lower its priority but not raise it again.
-void runAtLowPriority(const Handler<void()> &work) {
-    std::thread thread([&work] {
-        ::setpriority(PRIO_PROCESS, static_cast<id_t>(::gettid()), lowPriority);
-        const ReleaseScope scope;
-        work();
-    });
-    thread.join();
-}
 
 } // namespace
 
@@ -60,7 +44,7 @@ UnaskedOutcome analyzeUnasked(Library &library, const std::string &powerSupplies
         return UnaskedOutcome::done;
     if (preferenceInteger("AnalyzesOnBattery", hoarddDomain, 0) == 0 && isOnBattery(powerSupplies))
         return UnaskedOutcome::onBattery;
-    runAtLowPriority([&library] {
+    runAtLowPriority(DiskUse::normal, [&library] {
         if (const auto done = analyzeChanges(library); !done && done.error().kind != ProblemKind::ending)
             JX_LOG(JXLogLevelError, JXPhotosStateLog, "can't analyze what has changed: %s",
                    done.error().text.c_str());

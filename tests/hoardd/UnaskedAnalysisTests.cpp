@@ -3,7 +3,7 @@
 #include <fstream>
 #include <map>
 
-#include "hoardd/analysis/Battery.h"
+#include "hoardd/service/Battery.h"
 #include "hoardd/analysis/LibraryAnalysis.h"
 #include "hoardd/analysis/QuietTimer.h"
 #include "tests/hoardd/OpenLibrary.h"

@@ -1,4 +1,4 @@
-#include "hoardd/analysis/Battery.h"
+#include "hoardd/service/Battery.h"
 
 #include <algorithm>
 #include <filesystem>

@@ -1,6 +1,6 @@
 // Whether there is power to spare.
-#ifndef HOARDD_ANALYSIS_BATTERY_H
-#define HOARDD_ANALYSIS_BATTERY_H
+#ifndef HOARDD_SERVICE_BATTERY_H
+#define HOARDD_SERVICE_BATTERY_H
 
 #include <string>
 
