@@ -11,7 +11,9 @@
 #include "hoardd/saving/FoundFiles.h"
 #include "hoardd/saving/Publication.h"
 #include "hoardd/saving/Trash.h"
+#include "hoardd/service/Battery.h"
 #include "hoardd/service/OperationFamilies.h"
+#include "hoardd/upkeep/Scrub.h"
 #include "wickerlane/log/JXLog.h"
 #include "wickerlane/platform/queue/WorkQueue.h"
 #include "wickerlane/protocol/ServiceName.h"
@@ -24,6 +26,8 @@ namespace {
 constexpr std::size_t maxBeside = 4'096;
 constexpr std::size_t maxLongWork = 64;
 constexpr std::chrono::minutes batteryPause{5};
+constexpr std::chrono::hours pauseAfterFailure{1};
+constexpr std::chrono::seconds scrubDelay{5}; // after the library was opened, when there is most to do
 
 } // namespace
 
@@ -35,9 +39,14 @@ std::vector<std::span<const Operation>> allOperations() {
 
 Daemon::Daemon(DaemonOptions options)
     : settings(options), jobs(options.maxJobs), beside(maxBeside),
-      longWork(maxLongWork, 1, "too much long work is waiting; try again later"), analysis([this] {
+      longWork(maxLongWork, 1, "too much long work is waiting; try again later"), scrubs(1, 1),
+      analysis([this] {
           if (Library *library = folder.opened())
               analyzeWhenQuiet(*library);
+      }),
+      scrubbing([this] {
+          if (Library *library = folder.opened())
+              scrubWhenQuiet(*library);
       }),
       folder(store::LibraryPaths(), [this](Library &library) { prepareLibrary(library); }),
       dispatcher({.operations = allOperations(),
@@ -65,6 +74,8 @@ void Daemon::prepareLibrary(Library &library) {
     nextBackup = std::chrono::steady_clock::now().time_since_epoch();
     emptyTrashTomorrow(library);
     watchBulletins(library);
+    if (settings.scrubTime.count() > 0)
+        scrubbing.startAfter(scrubDelay);
     if (settings.quietTime.count() == 0)
         return;
     library.writer().whenAssetsChange([this] { analysis.startAfter(settings.quietTime); });
@@ -75,6 +86,29 @@ void Daemon::analyzeWhenQuiet(Library &library) {
     static_cast<void>(ClientJobs::ownOf(longWork).add({[this, &library] {
         if (analyzeUnasked(library, "/sys/class/power_supply") == UnaskedOutcome::onBattery)
             analysis.startAfter(batteryPause);
+    }}));
+}
+
+void Daemon::scrubWhenQuiet(Library &library) {
+    static_cast<void>(ClientJobs::ownOf(scrubs).add({[this, &library] {
+        using Clock = std::chrono::steady_clock;
+        constexpr int restingShare = 3; // so that the disk rests for most of the time
+        if (isOnBattery())
+            return scrubbing.startAfter(batteryPause);
+        while (!library.isEnding()) {
+            const auto begun = Clock::now();
+            const auto outcome = scrub(library, settings.scrubTime.count(), secondsNow());
+            if (!outcome) {
+                JX_LOG(JXLogLevelError, JXPhotosStateLog, "can't read originals again: %s",
+                       outcome.error().text.c_str());
+                return scrubbing.startAfter(pauseAfterFailure);
+            }
+            if (!outcome->isDue)
+                return scrubbing.startAfter(outcome->pause);
+            // The process does not end as long as it is behind.
+            if (!outcome->isBehind)
+                return scrubbing.startAfter((Clock::now() - begun) * restingShare);
+        }
     }}));
 }
 
@@ -158,6 +192,7 @@ void Daemon::stop() {
     jobs.close();
     folder.end();
     longWork.close();
+    scrubs.close();
     dispatcher.end();
     beside.close();
     listener->cancel(); // after the saves, so that they are answered

@@ -22,6 +22,8 @@ struct DaemonOptions {
     std::size_t maxJobs = 256; ///< Saves of a client that wait or run; further ones are refused.
     /// Without a change of the assets; then the library is analyzed. 0: only when a client asks.
     std::chrono::milliseconds quietTime{5'000};
+    /// Within which each original is read again. 0: never.
+    std::chrono::duration<double> scrubTime = std::chrono::hours(90 * 24);
 };
 
 /// One for a process. Thread-safe.
@@ -39,6 +41,7 @@ private:
     void prepareLibrary(Library &library);
     void watchBulletins(Library &library);
     void analyzeWhenQuiet(Library &library);
+    void scrubWhenQuiet(Library &library);
     /// Has the trash emptied of what has expired, a day from now and each day after that. The daemon lives as
     /// long as the process.
     void emptyTrashTomorrow(Library &library);
@@ -50,7 +53,9 @@ private:
     JobQueue jobs;       // saves and pictures
     JobQueue beside;     // what reads or decodes for a moment
     JobQueue longWork;   // rebuilds, analyses, repairs: one at a time, so that saves go on beside them
+    JobQueue scrubs;     // of their own, since a large file takes long, and nothing waits for it
     QuietTimer analysis; // begins what no client has asked for
+    QuietTimer scrubbing;
     LibraryFolder folder;
     Dispatcher dispatcher;
     Ref<MessageListener> listener;

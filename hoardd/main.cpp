@@ -88,7 +88,14 @@ int main(int argc, char **argv) {
                    "Analyze photos this many seconds after they have changed; 0 means only on request")
         ->check(CLI::Range(0.0, 1e6))
         ->capture_default_str();
+    double scrubDays = 90;
+    app.add_option("--scrub-days", scrubDays,
+                   "Read each original again within this many days, to see whether it is what was saved; 0 "
+                   "means never")
+        ->check(CLI::Range(0.0, 36'500.0))
+        ->capture_default_str();
     CLI11_PARSE(app, argc, argv);
+    options.scrubTime = std::chrono::duration<double>(scrubDays * 86'400);
     options.quietTime = std::chrono::milliseconds(static_cast<std::int64_t>(quietSeconds * 1000));
     options.idleTime = std::chrono::milliseconds(static_cast<std::int64_t>(idleSeconds * 1000));
     return serve(options);

@@ -45,7 +45,7 @@ Result<ExitCode> bulletins(const Options &options) {
     if (all == nullptr)
         return fail(ProblemKind::failed, "the daemon can't list the bulletins; see its log");
     JSON described = JSON::array();
-    Table table({{"DATE"}, {"ALBUM"}, {"BULLETIN"}});
+    Table table({{"DATE"}, {"ABOUT"}, {"BULLETIN"}});
     std::uint64_t last = 0;
     for (Object *each : *all) {
         const auto &bulletin = *as<Dictionary>(each);
@@ -72,7 +72,7 @@ Result<ExitCode> bulletins(const Options &options) {
 } // namespace
 
 void setUpBulletins(Command command) {
-    command.description("Show what has happened in shared albums");
+    command.description("Show what has happened in shared albums, and to originals");
     command.footer("Example:\n  wickerlane bulletins --clear");
     Options &options = command.runs(bulletins);
     command.addFlag("--clear", options.clear, "Clear the bulletins that were shown");

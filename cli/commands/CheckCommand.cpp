@@ -73,6 +73,12 @@ JSON describe(const store::CheckReport &report, std::size_t repaired) {
             {"interrupted", isInterrupted()}};
 }
 
+bool isAboutOriginal(const store::Finding &finding) {
+    using Kind = store::Finding::Kind;
+    return finding.kind == Kind::missingOriginal || finding.kind == Kind::changedOriginal ||
+           finding.kind == Kind::damagedOriginal || finding.kind == Kind::unreadable;
+}
+
 void printReport(const store::CheckReport &report, std::size_t repaired, const Options &options) {
     for (const store::Finding &each : report.findings)
         print(fmt::format("{}: {}{}", nameOf(each.kind), each.path,
@@ -90,6 +96,9 @@ void printReport(const store::CheckReport &report, std::size_t repaired, const O
     print(summary);
     if (!report.findings.empty() && !options.repair)
         note("to repair what can be repaired: wickerlane check --repair");
+    if (std::ranges::any_of(report.findings, isAboutOriginal))
+        note("if a backup has good copies of these originals, which is not known here, this puts them back: "
+             "wickerlane backup restore FOLDER");
 }
 
 /// What repairs have written beside the store about what they did to it.
@@ -151,15 +160,18 @@ Result<ExitCode> check(const Options &options) {
 void setUpCheck(Command command) {
     command.description("Check the library's store, originals and thumbnails");
     command.footer(
-        "Reads every original, unless --no-sums is given. The library may be in use meanwhile.\n\n"
+        "Reads every original, unless --no-sums is given. The library may be in use meanwhile. The daemon "
+        "reads\n"
+        "them too, each within 90 days; what it has found is shown also with --no-sums.\n\n"
         "--repair makes missing thumbnails and moves files that belong to no asset to\n"
         "PhotoData/LostAndFound. A damaged store is set aside, and a new one is made of what can be read\n"
         "of it, of the daemon's backups and notes, and of the files. It deletes nothing. It can't repair an\n"
-        "original that is missing or changed: copy it back from a backup.\n\n"
+        "original that is missing or changed: wickerlane backup restore can, if a backup has it.\n\n"
         "Example:\n  wickerlane check --json | jq -r '.findings[].path'");
     Options &options = command.runs(check);
     command.addFlag("--repair", options.repair, "Repair what can be repaired");
-    command.addFlag("--no-sums", options.withoutSums, "Compare sizes only, not checksums: this is quick");
+    command.addFlag("--no-sums", options.withoutSums,
+                    "Read no originals, compare their sizes only: this is quick");
     command.addFlag("--json", options.json, "Write JSON");
     command.addFlag("-q,--quiet", options.quiet, "Show no progress");
 }

@@ -7,8 +7,10 @@
 #include "wickerlane/platform/notification/Notification.h"
 #include "wickerlane/platform/object/Dictionary.h"
 #include "wickerlane/platform/object/Number.h"
+#include "wickerlane/platform/object/Paths.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/protocol/BulletinKeys.h"
+#include "wickerlane/store/AssetURL.h"
 
 namespace wickerlane::hoardd {
 
@@ -16,19 +18,39 @@ using sqlite::Database;
 
 namespace {
 
-constexpr std::int64_t photosAdded = 0; // the type of a bulletin
+void describeAdded(MutableDictionary &bulletin, const BulletinRecord &record) {
+    bulletin.set(kBulletinKeyAlbumUUID, String::of(record.albumUUID));
+    bulletin.set(kBulletinKeyTitle, String::of(record.albumName));
+    bulletin.set(kBulletinKeyMessage, assetsAddedText({static_cast<std::size_t>(record.photos),
+                                                       static_cast<std::size_t>(record.videos)},
+                                                      record.sender, record.albumName));
+    bulletin.set(kBulletinKeySenderNames, Array::of({String::of(record.sender)}));
+    bulletin.set(kBulletinKeyDefaultURL, store::createAlbumURL(record.albumUUID)->absoluteString());
+    std::string albumView(JXSuppresionContextPrefixAlbumView->utf8());
+    bulletin.set(kBulletinKeySuppresionContexts, Array::of({JXLibraryViewBulletinSuppresionContext,
+                                                            String::of(albumView.append(record.albumUUID))}));
+}
+
+void describeLost(MutableDictionary &bulletin, const BulletinRecord &record) {
+    bulletin.set(kBulletinKeyTitle, libraryTitle());
+    bulletin.set(kBulletinKeyMessage,
+                 originalsLostText(static_cast<std::size_t>(record.photos + record.videos)));
+    if (!record.assetUUID.empty())
+        bulletin.set(
+            kBulletinKeyDefaultURL,
+            store::createAssetURL(record.assetUUID, pathExtension(record.assetFilename))->absoluteString());
+}
 
 Ref<Dictionary> describe(const BulletinRecord &record) {
     const auto flag = [](bool value) { return Number::of(value); };
     const auto date = [](double seconds) { return autorelease(Date::createWithReferenceSeconds(seconds)); };
     auto bulletin = MutableDictionary::create();
-    bulletin->set(kBulletinkeyBulletinType, Number::of(photosAdded));
+    bulletin->set(kBulletinkeyBulletinType, Number::of(static_cast<std::int64_t>(record.type)));
     bulletin->set(kBulletinKeyRecordID, Number::of(record.id));
     bulletin->set(kBulletinKeyOriginalRecordID, Number::of(record.originalID));
     bulletin->set(kBulletinKeyDate, date(record.date));
     bulletin->set(kBulletinKeyOriginalDate, date(record.originalDate));
     bulletin->set(kBulletinKeyExpirationDate, date(record.date + bulletinLifetime));
-    bulletin->set(kBulletinKeyAlbumUUID, String::of(record.albumUUID));
     bulletin->set(kBulletinKeyAssetCount, Number::of(record.photos + record.videos));
     bulletin->set(kBulletinKeyForMultipleAsset, flag(record.photos + record.videos > 1));
     bulletin->set(kBulletinKeyMultipleAssetsOfMixedType, flag(record.photos > 0 && record.videos > 0));
@@ -40,16 +62,10 @@ Ref<Dictionary> describe(const BulletinRecord &record) {
         bulletin->set(kBulletinKeyAssetUUID, String::of(record.assetUUID));
         bulletin->set(kBulletinKeyAssetIsVideo, flag(record.assetIsVideo));
     }
-    bulletin->set(kBulletinKeyTitle, String::of(record.albumName));
-    bulletin->set(kBulletinKeyMessage, assetsAddedText({static_cast<std::size_t>(record.photos),
-                                                        static_cast<std::size_t>(record.videos)},
-                                                       record.sender, record.albumName));
-    bulletin->set(kBulletinKeySenderNames, Array::of({String::of(record.sender)}));
-    bulletin->set(kBulletinKeyDefaultURL, store::createAlbumURL(record.albumUUID)->absoluteString());
-    std::string albumView(JXSuppresionContextPrefixAlbumView->utf8());
-    bulletin->set(
-        kBulletinKeySuppresionContexts,
-        Array::of({JXLibraryViewBulletinSuppresionContext, String::of(albumView.append(record.albumUUID))}));
+    if (record.type == BulletinType::assetsAdded)
+        describeAdded(*bulletin, record);
+    else
+        describeLost(*bulletin, record);
     return bulletin;
 }
 

@@ -10,13 +10,16 @@ using store::AssetKind;
 
 namespace {
 
-constexpr double gatheringSeconds = 600;
+/// For how long after a bulletin the next event of its kind joins it.
+constexpr double gatheringSeconds[] = {600, 86'400};
 
 std::string selectBulletins(const char *condition) {
-    return std::string("SELECT recordid, originalrecordid, originaldate, date, photos, videos, zalbum.uuid, "
-                       "zalbum.name, coalesce(zgenericasset.uuid, ''), coalesce(zgenericasset.kind, 0), "
-                       "coalesce(zgenericasset.thumbnailindex, 0), sender FROM zbulletin "
-                       "JOIN zalbum ON zalbum.pk = zbulletin.album "
+    return std::string("SELECT recordid, originalrecordid, originaldate, date, photos, videos, "
+                       "coalesce(zalbum.uuid, ''), coalesce(zalbum.name, ''), coalesce(zgenericasset.uuid, "
+                       "''), coalesce(zgenericasset.kind, 0), "
+                       "coalesce(zgenericasset.thumbnailindex, 0), sender, type, "
+                       "coalesce(zgenericasset.filename, '') FROM zbulletin "
+                       "LEFT JOIN zalbum ON zalbum.pk = zbulletin.album "
                        "LEFT JOIN zgenericasset ON zgenericasset.pk = zbulletin.asset ") +
            condition;
 }
@@ -35,15 +38,25 @@ BulletinRecord readBulletin(const Statement &row) {
     record.assetIsVideo = row.integer(9) == 1;
     record.hasThumbnail = row.integer(10) != 0;
     record.sender = row.text(11);
+    record.type = static_cast<BulletinType>(row.integer(12));
+    record.assetFilename = row.text(13);
     return record;
 }
 
-/// The newest bulletin of an album that still gathers what is added, with its numbers alone.
-Result<std::optional<BulletinRecord>> gatheringBulletin(Database &database, std::int64_t album, double date) {
+/// What a bulletin is about. Only those of shared albums have one.
+struct Subject {
+    BulletinType type;
+    std::optional<std::int64_t> album;
+};
+
+/// The newest bulletin of a subject that still gathers what happens, with its numbers alone.
+Result<std::optional<BulletinRecord>> gatheringBulletin(Database &database, const Subject &subject,
+                                                        double date) {
     return database
         .prepare("SELECT recordid, originalrecordid, originaldate, photos, videos FROM zbulletin "
-                 "WHERE album = ? AND date > ? ORDER BY recordid DESC LIMIT 1")
-        .bind(album, date - gatheringSeconds)
+                 "WHERE type = ? AND album IS ? AND date > ? ORDER BY recordid DESC LIMIT 1")
+        .bind(static_cast<std::int64_t>(subject.type), subject.album,
+              date - gatheringSeconds[static_cast<std::size_t>(subject.type)])
         .first([](const Statement &row) {
             BulletinRecord record;
             record.id = row.integer(0);
@@ -55,11 +68,9 @@ Result<std::optional<BulletinRecord>> gatheringBulletin(Database &database, std:
         });
 }
 
-} // namespace
-
-Result<> addAssetBulletin(Database &database, const store::AssetRecord &asset,
-                          const store::AlbumRecord &album, std::string_view sender, double date) {
-    const auto gathering = gatheringBulletin(database, album.primaryKey, date);
+Result<> addBulletin(Database &database, const Subject &subject, const store::AssetRecord &asset,
+                     std::string_view sender, double date) {
+    const auto gathering = gatheringBulletin(database, subject, date);
     if (!gathering)
         return passOn(gathering);
     BulletinRecord bulletin = gathering->value_or(BulletinRecord());
@@ -73,16 +84,27 @@ Result<> addAssetBulletin(Database &database, const store::AssetRecord &asset,
         return deleted;
     const auto inserted =
         database
-            .prepare("INSERT INTO zbulletin (originalrecordid, originaldate, date, album, asset, photos, "
-                     "videos, sender) VALUES (?, ?, ?, ?, ?, ?, ?, ?)")
-            .bind(bulletin.originalID, bulletin.originalDate, date, album.primaryKey, asset.primaryKey,
-                  bulletin.photos, bulletin.videos, sender)
+            .prepare("INSERT INTO zbulletin (type, originalrecordid, originaldate, date, album, asset, "
+                     "photos, videos, sender) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?)")
+            .bind(static_cast<std::int64_t>(subject.type), bulletin.originalID, bulletin.originalDate, date,
+                  subject.album, asset.primaryKey, bulletin.photos, bulletin.videos, sender)
             .run();
     if (!inserted || bulletin.originalID != 0)
         return inserted;
     return database.prepare("UPDATE zbulletin SET originalrecordid = recordid WHERE recordid = ?")
         .bind(database.lastRowID())
         .run();
+}
+
+} // namespace
+
+Result<> addAssetBulletin(Database &database, const store::AssetRecord &asset,
+                          const store::AlbumRecord &album, std::string_view sender, double date) {
+    return addBulletin(database, {BulletinType::assetsAdded, album.primaryKey}, asset, sender, date);
+}
+
+Result<> addOriginalBulletin(Database &database, const store::AssetRecord &asset, double date) {
+    return addBulletin(database, {BulletinType::originalsLost, std::nullopt}, asset, {}, date);
 }
 
 Result<std::vector<BulletinRecord>> currentBulletins(Database &database, double now) {
@@ -125,7 +147,11 @@ Result<> deleteBulletinsAfter(Database &database, double date) {
                  "WHERE newest.recordid = zbulletin.recordid AND zbulletin.date > ?1")
         .bind(date)
         .run()
-        .and_then([&] { return database.prepare("DELETE FROM zbulletin WHERE date > ?").bind(date).run(); });
+        .and_then([&] {
+            return database.prepare("DELETE FROM zbulletin WHERE date > ? AND album IS NOT NULL")
+                .bind(date)
+                .run();
+        });
 }
 
 Result<bool> isInBulletins(Database &database, std::string_view assetUUID) {

@@ -17,16 +17,25 @@ namespace wickerlane::hoardd {
 /// After so long, in seconds, a bulletin expires.
 inline constexpr double bulletinLifetime = 30 * 86'400;
 
+/// The numbers are in the store, and in what clients get.
+enum class BulletinType : std::int64_t {
+    assetsAdded = 0, ///< To a shared album.
+    originalsLost =
+        1, ///< Originals are damaged or missing, or not what was saved. It has no album or sender.
+};
+
 struct BulletinRecord {
+    BulletinType type = BulletinType::assetsAdded;
     std::int64_t id = 0;         ///< Ascends with time.
     std::int64_t originalID = 0; ///< Of the first of the bulletins that it continues.
     double originalDate = 0;     ///< Of that one.
     double date = 0;             ///< Seconds since 2001-01-01 00:00:00 UTC.
-    std::int64_t photos = 0;     ///< How many were added.
+    std::int64_t photos = 0;     ///< How many it is about.
     std::int64_t videos = 0;
     std::string albumUUID;
     std::string albumName;
-    std::string assetUUID; ///< The newest asset; empty when it has gone.
+    std::string assetUUID;     ///< The newest asset; empty when it has gone.
+    std::string assetFilename; ///< Of its original.
     bool assetIsVideo = false;
     bool hasThumbnail = false;
     std::string sender; ///< May be empty.
@@ -38,6 +47,10 @@ struct BulletinRecord {
                                         const store::AlbumRecord &album, std::string_view sender,
                                         double date);
 
+/// Makes a bulletin of an asset whose original was found to be faulty. Those of one day are gathered.
+[[nodiscard]] Result<> addOriginalBulletin(sqlite::Database &database, const store::AssetRecord &asset,
+                                           double date);
+
 /// Those that have not expired at a time, newest first.
 [[nodiscard]] Result<std::vector<BulletinRecord>> currentBulletins(sqlite::Database &database, double now);
 [[nodiscard]] Result<std::int64_t> countCurrentBulletins(sqlite::Database &database, double now);
@@ -47,8 +60,8 @@ struct BulletinRecord {
 [[nodiscard]] Result<std::optional<double>> firstBulletinDate(sqlite::Database &database);
 /// Deletes those that have expired at a time.
 [[nodiscard]] Result<> deleteExpiredBulletins(sqlite::Database &database, double now);
-/// Deletes what happened after a date. A bulletin that began before it tells only of what was added up to
-/// then and is still in the album.
+/// Deletes what happened in shared albums after a date. A bulletin that began before it tells only of what
+/// was added up to then and is still in the album.
 [[nodiscard]] Result<> deleteBulletinsAfter(sqlite::Database &database, double date);
 /// Whether a bulletin counts an asset. Those that do count one less when it is deleted.
 [[nodiscard]] Result<bool> isInBulletins(sqlite::Database &database, std::string_view assetUUID);

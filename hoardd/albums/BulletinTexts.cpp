@@ -31,6 +31,12 @@ std::string filled(const std::string &text, std::span<const std::string_view> va
     return result;
 }
 
+/// In the way of writing of the texts.
+std::string numberText(std::size_t number) {
+    const auto formatter = NumberFormatter::create(localized(language), NumberStyle::decimal);
+    return std::string(formatter->stringFromInteger(number)->utf8());
+}
+
 } // namespace
 
 String *assetsAddedText(const AddedAssets &added, std::string_view sender, std::string_view album) {
@@ -42,9 +48,19 @@ String *assetsAddedText(const AddedAssets &added, std::string_view sender, std::
         return String::of(filled(localized(added.photos == 1 ? addedPhoto : addedVideo), values));
     }
     const BulletinText &text = added.videos == 0 ? addedPhotos : added.photos == 0 ? addedVideos : addedItems;
-    const auto formatter = NumberFormatter::create(localized(language), NumberStyle::decimal);
-    const std::string_view values[] = {who, formatter->stringFromInteger(count)->utf8(), album};
+    const std::string number = numberText(count);
+    const std::string_view values[] = {who, number, album};
     return String::of(filled(localized(text), values));
+}
+
+String *originalsLostText(std::size_t count) {
+    const std::string number = numberText(count);
+    const std::string_view values[] = {number};
+    return String::of(count == 1 ? localized(lostOriginal) : filled(localized(lostOriginals), values));
+}
+
+String *libraryTitle() {
+    return String::of(localized(libraryName));
 }
 
 } // namespace wickerlane::hoardd

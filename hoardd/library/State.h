@@ -11,6 +11,7 @@ namespace wickerlane::hoardd::state {
 
 inline constexpr const char *restoring = "restoring";              ///< 1 between a restore and its end.
 inline constexpr const char *maxSharedAssets = "mostsharedassets"; ///< That a shared album may hold.
+inline constexpr const char *scrubbed = "scrubbed"; ///< Until when scrubbing has kept up, in milliseconds.
 inline constexpr const char *previewWell =
     "previewwell"; ///< The primary key of the asset it shows; 0 for none.
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "hoardd/library/Clock.h"
 #include "hoardd/library/Failures.h"
 #include "hoardd/library/Lookup.h"
 #include "hoardd/pictures/Renditions.h"
@@ -9,6 +10,7 @@
 #include "hoardd/saving/AssetFiles.h"
 #include "hoardd/saving/FoundFiles.h"
 #include "hoardd/upkeep/RowRepair.h"
+#include "hoardd/upkeep/Scrub.h"
 #include "hoardd/upkeep/UpkeepStore.h"
 #include "wickerlane/log/JXLog.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
@@ -65,6 +67,9 @@ Result<> repairLibrary(Library &library) {
         failures.add("entries of the store", rows.error());
     if (const auto saved = saveFoundFiles(library); !saved)
         failures.add("files that were found", saved.error());
+    // They may have been put right since.
+    if (const auto scrubbed = scrubFaulty(library, secondsNow()); !scrubbed)
+        failures.add("originals with a fault", scrubbed.error());
     const auto report = store::checkLibrary(library.paths());
     if (!report)
         return passOn(report);

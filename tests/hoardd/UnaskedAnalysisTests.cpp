@@ -3,9 +3,9 @@
 #include <fstream>
 #include <map>
 
-#include "hoardd/service/Battery.h"
 #include "hoardd/analysis/LibraryAnalysis.h"
 #include "hoardd/analysis/QuietTimer.h"
+#include "hoardd/service/Battery.h"
 #include "tests/hoardd/OpenLibrary.h"
 #include "wickerlane/platform/preferences/Preferences.h"
 #include "wickerlane/platform/queue/Semaphore.h"

@@ -15,6 +15,18 @@ using namespace wickerlane::store;
 
 namespace {
 
+/// Takes the steps before the one that holds a text.
+void layOutUntil(sqlite::Database &database, const char *text) {
+    int taken = 0;
+    for (const char *step : schemaSteps()) {
+        if (std::strstr(step, text) != nullptr)
+            break;
+        ASSERT_TRUE(database.execute(step));
+        ++taken;
+    }
+    ASSERT_TRUE(database.execute(("PRAGMA user_version = " + std::to_string(taken)).c_str()));
+}
+
 // A library of the first version, of which only the assets' table existed.
 TEST(Schema, AnOlderLibraryGainsWhatItLacks) {
     const LibraryPaths paths;
@@ -57,13 +69,7 @@ TEST(Schema, WhatWasSharedBeforeComesIntoTheFeed) {
     ASSERT_TRUE(makeFolders(std::filesystem::path(paths.database()).parent_path()));
     auto writer = sqlite::Database::open(paths.database(), sqlite::Database::Access::write);
     ASSERT_TRUE(writer) << writer.error().text;
-    int taken = 0;
-    for (const char *step : schemaSteps()) {
-        if (std::strstr(step, "zalbumasset_feed_insert") != nullptr)
-            break;
-        ASSERT_TRUE(writer->execute(step));
-        ++taken;
-    }
+    layOutUntil(*writer, "zalbumasset_feed_insert");
     ASSERT_TRUE(writer->execute(
         "WITH RECURSIVE n(i) AS (VALUES (1) UNION ALL SELECT i + 1 FROM n LIMIT 4) "
         "INSERT INTO zgenericasset (pk, uuid, kind, directory, filename, originalfilename, format, width, "
@@ -74,7 +80,6 @@ TEST(Schema, WhatWasSharedBeforeComesIntoTheFeed) {
         "(2, 'B', 'B', NULL, 0);"
         "INSERT INTO zalbumasset VALUES (1, 1, 9000), (1, 2, 1000), (1, 3, 2000), (2, 4, 1000);"))
         << writer->problem().text;
-    ASSERT_TRUE(writer->execute(("PRAGMA user_version = " + std::to_string(taken)).c_str()));
     ASSERT_TRUE(layOut(*writer)) << writer->problem().text;
 
     const auto feed = AnalysisReader::open(paths)->cloudFeed();
@@ -84,6 +89,28 @@ TEST(Schema, WhatWasSharedBeforeComesIntoTheFeed) {
     EXPECT_EQ((*feed)[1].startDate, 1000);
     EXPECT_EQ((*feed)[1].endDate, 2000);
     EXPECT_EQ(writer->integer("SELECT cachedcount FROM zalbum WHERE pk = 1"), 3);
+}
+
+// Applications remember the number of the last bulletin that they have shown.
+TEST(Schema, BulletinsKeepTheirNumbersAndGetNewOnes) {
+    const LibraryPaths paths;
+    ASSERT_TRUE(makeFolders(std::filesystem::path(paths.database()).parent_path()));
+    auto writer = sqlite::Database::open(paths.database(), sqlite::Database::Access::write);
+    ASSERT_TRUE(writer) << writer.error().text;
+    layOutUntil(*writer, "znewbulletin");
+    const auto insert = "INSERT INTO zbulletin (originalrecordid, originaldate, date, album, photos, videos, "
+                        "sender) VALUES (5, 1, 2, 1, 3, 4, 'Ada');";
+    ASSERT_TRUE(writer->execute("INSERT INTO zalbum (pk, uuid, name, datecreated) VALUES (1, 'A', 'A', 0);"));
+    for (int i = 0; i < 7; ++i)
+        ASSERT_TRUE(writer->execute(insert));
+    ASSERT_TRUE(writer->execute("DELETE FROM zbulletin WHERE recordid <> 5;"));
+    ASSERT_TRUE(layOut(*writer)) << writer->problem().text;
+    ASSERT_TRUE(writer->execute(insert));
+    EXPECT_EQ(writer->integer("SELECT min(recordid) FROM zbulletin"), 5);
+    EXPECT_EQ(writer->integer("SELECT max(recordid) FROM zbulletin"), 8);
+    EXPECT_EQ(
+        writer->integer("SELECT count(*) FROM zbulletin WHERE type = 0 AND photos = 3 AND sender = 'Ada'"),
+        2);
 }
 
 } // namespace

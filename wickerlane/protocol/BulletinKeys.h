@@ -6,7 +6,8 @@
 
 #include "wickerlane/platform/object/String.h"
 
-/// "bulletinType". Number: the kind of event; 0 for photos and videos that were added.
+/// "bulletinType". Number: the kind of event; 0 for photos and videos that were added to an album, 1 for
+/// photos and videos whose originals were found to be damaged or missing, or not what was saved.
 WL_EXPORT extern wickerlane::String *const kBulletinkeyBulletinType;
 /// "recordID". Number: identifies the bulletin; later ones have higher numbers.
 WL_EXPORT extern wickerlane::String *const kBulletinKeyRecordID;
@@ -14,7 +15,7 @@ WL_EXPORT extern wickerlane::String *const kBulletinKeyRecordID;
 WL_EXPORT extern wickerlane::String *const kBulletinKeyOriginalRecordID;
 /// "originalDate". Date: when that event happened.
 WL_EXPORT extern wickerlane::String *const kBulletinKeyOriginalDate;
-/// "albumUUID". String.
+/// "albumUUID". String; missing when the bulletin is not about an album.
 WL_EXPORT extern wickerlane::String *const kBulletinKeyAlbumUUID;
 /// "assetUUID". String: the newest asset; missing when that one has gone.
 WL_EXPORT extern wickerlane::String *const kBulletinKeyAssetUUID;
@@ -36,15 +37,16 @@ WL_EXPORT extern wickerlane::String *const kBulletinKeyTitle;
 WL_EXPORT extern wickerlane::String *const kBulletinKeyMessage;
 /// "date". Date.
 WL_EXPORT extern wickerlane::String *const kBulletinKeyDate;
-/// "defaultURL". String: what to open.
+/// "defaultURL". String: what to open; missing when that has gone.
 WL_EXPORT extern wickerlane::String *const kBulletinKeyDefaultURL;
 /// "expirationDate". Date.
 WL_EXPORT extern wickerlane::String *const kBulletinKeyExpirationDate;
-/// "suppresionContexts". Array of strings: while one of them is on screen, no alert. Spelled with one "s".
+/// "suppresionContexts". Array of strings: while one of them is on screen, no alert; missing when
+/// there are none. Spelled with one "s".
 WL_EXPORT extern wickerlane::String *const kBulletinKeySuppresionContexts;
 /// "suppressAlert". Number, boolean. Never set by hoardd.
 WL_EXPORT extern wickerlane::String *const kBulletinKeySuppressAlert;
-/// "senderNames". Array of strings.
+/// "senderNames". Array of strings; missing when nobody has sent anything.
 WL_EXPORT extern wickerlane::String *const kBulletinKeySenderNames;
 /// "hasThumbnail". Number, boolean.
 WL_EXPORT extern wickerlane::String *const kBulletinKeyHasThumbnail;

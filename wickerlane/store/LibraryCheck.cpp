@@ -6,11 +6,13 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <unordered_map>
 #include <unordered_set>
 #include <utility>
 
 #include "wickerlane/platform/object/Paths.h"
 #include "wickerlane/store/AssetColumns.h"
+#include "wickerlane/store/OriginalFault.h"
 #include "wickerlane/store/Schema.h"
 #include "wickerlane/store/Soundness.h"
 
@@ -51,7 +53,9 @@ private:
     Result<> checkRows(Database &database);
     void checkAsset(const AssetRecord &asset);
     void checkOriginal(const AssetRecord &asset);
+    void checkContents(const AssetRecord &asset, const std::string &original);
     [[nodiscard]] Result<> checkTrash(Database &database);
+    [[nodiscard]] Result<> readFaults(Database &database);
     void checkStrays(const std::vector<std::string> &files, Finding::Kind kind);
     void noteUnderWay();
     Result<> confirm(Database &database);
@@ -63,6 +67,12 @@ private:
     bool cancelled = false;
     std::vector<std::string> originals, thumbnails, renditions;
     std::unordered_set<std::string> underWay; // UUIDs of assets whose files are being changed
+    struct Noted {
+        OriginalFault fault;
+        std::string detail;
+    };
+    std::unordered_map<std::int64_t, Noted>
+        noted;                                // by the asset, of originals that hoardd found to be faulty
     std::unordered_set<std::string> purged;   // UUIDs of assets whose larger thumbnail was given up
     std::unordered_set<std::string> expected; // paths
 };
@@ -146,6 +156,8 @@ Result<> Check::checkRows(Database &database) {
     // An asset is in the library or in the trash, and could be found in neither if this was read at two
     // times.
     const sqlite::Snapshot snapshot(database);
+    if (auto faults = readFaults(database); !faults)
+        return faults;
     if (auto trash = checkTrash(database); !trash)
         return trash;
     const auto total =
@@ -190,6 +202,15 @@ Result<> Check::checkRows(Database &database) {
     });
 }
 
+Result<> Check::readFaults(Database &database) {
+    return database
+        .prepare("SELECT asset, fault, detail FROM zscrub WHERE fault <> 0 UNION ALL "
+                 "SELECT asset, fault, detail FROM ztrashedscrub WHERE fault <> 0")
+        .forEach([&](const Statement &row) {
+            noted[row.integer(0)] = {static_cast<OriginalFault>(row.integer(1)), std::string(row.text(2))};
+        });
+}
+
 // Nothing need be made for what is in the trash, but its files are no strays.
 Result<> Check::checkTrash(Database &database) {
     auto assets = database.prepare(selectTrashedAssets).forEach([&](const Statement &row) {
@@ -221,12 +242,36 @@ void Check::checkOriginal(const AssetRecord &asset) {
         find(Finding::Kind::missingOriginal, asset.uuid, original);
     } else if (!S_ISREG(status.st_mode) || static_cast<std::uint64_t>(status.st_size) != asset.byteSize) {
         find(Finding::Kind::changedOriginal, asset.uuid, original, "its size is another");
-    } else if (options.sumOfFile) {
+    } else {
+        checkContents(asset, original);
+    }
+}
+
+void Check::checkContents(const AssetRecord &asset, const std::string &original) {
+    const auto known = noted.find(asset.primaryKey);
+    OriginalFault fault = known != noted.end() ? known->second.fault : OriginalFault::none;
+    std::string detail = known != noted.end() ? known->second.detail : std::string();
+    if (options.sumOfFile) {
         const auto sum = options.sumOfFile(original);
+        if (sum && *sum == asset.sha256)
+            return;
         if (!sum)
-            find(Finding::Kind::unreadable, asset.uuid, original, sum.error().text);
-        else if (*sum != asset.sha256)
-            find(Finding::Kind::changedOriginal, asset.uuid, original, "its contents are others");
+            detail = sum.error().text;
+        fault = !sum                              ? OriginalFault::unreadable
+                : fault == OriginalFault::damaged ? OriginalFault::damaged
+                                                  : OriginalFault::changed;
+    }
+    switch (fault) {
+    case OriginalFault::damaged:
+        return find(Finding::Kind::damagedOriginal, asset.uuid, original,
+                    "its contents are others, though nothing seems to have written to it");
+    case OriginalFault::changed:
+        return find(Finding::Kind::changedOriginal, asset.uuid, original, "its contents are others");
+    case OriginalFault::unreadable:
+        return find(Finding::Kind::unreadable, asset.uuid, original, std::move(detail));
+    case OriginalFault::missing: // it is there again
+    case OriginalFault::none:
+        break;
     }
 }
 
@@ -264,6 +309,8 @@ const char *nameOf(Finding::Kind kind) noexcept {
         return "missing original";
     case Finding::Kind::changedOriginal:
         return "changed original";
+    case Finding::Kind::damagedOriginal:
+        return "damaged original";
     case Finding::Kind::unreadable:
         return "unreadable original";
     case Finding::Kind::missingThumbnail:

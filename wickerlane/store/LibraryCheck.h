@@ -20,6 +20,7 @@ struct Finding {
         unsoundRow,       ///< A row that can't be an asset or an album.
         missingOriginal,  ///< An asset without its file.
         changedOriginal,  ///< An original whose size or sum is not what was saved.
+        damagedOriginal,  ///< The same, though nothing seems to have written to it: hoardd has seen it sound.
         unreadable,       ///< An original that can't be read.
         missingThumbnail, ///< Of a picture that could be decoded; made again on demand.
         missingRendition, ///< An asset whose edited rendition is gone.
@@ -37,7 +38,8 @@ struct Finding {
 [[nodiscard]] WL_EXPORT const char *nameOf(Finding::Kind kind) noexcept;
 
 struct CheckOptions {
-    /// Computes the sum of a file, given its path. Null leaves the sums out.
+    /// Computes the sum of a file, given its path. Null leaves the sums out; then what hoardd has noted when
+    /// it read the originals last is found.
     Handler<Result<Sha256>(const std::string &)> sumOfFile{};
     /// Called now and then with how many of how many assets have been looked at; may be null.
     Handler<void(std::size_t, std::size_t)> progress{};

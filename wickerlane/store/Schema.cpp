@@ -403,10 +403,61 @@ WHEN EXISTS (SELECT 1 FROM zalbumasset WHERE asset = old.pk) BEGIN
 END;
 )sql";
 
+// What came of reading originals again, see OriginalFault.h. Bulletins may be about the library instead of an
+// album; no number of one that has gone is used again.
+constexpr const char *scrubs = R"sql(
+CREATE TABLE zscrub (
+    asset INTEGER PRIMARY KEY REFERENCES zgenericasset (pk) ON DELETE CASCADE,
+    date REAL NOT NULL,
+    modified INTEGER,
+    fault INTEGER NOT NULL DEFAULT 0,
+    detail TEXT NOT NULL DEFAULT ''
+);
+CREATE INDEX zscrub_fault ON zscrub (fault) WHERE fault <> 0;
+CREATE TABLE ztrashedscrub AS SELECT * FROM zscrub WHERE 0;
+
+DROP TRIGGER zgenericasset_bulletin_delete;
+CREATE TABLE znewbulletin (
+    recordid INTEGER PRIMARY KEY AUTOINCREMENT,
+    type INTEGER NOT NULL DEFAULT 0,
+    originalrecordid INTEGER NOT NULL,
+    originaldate REAL NOT NULL,
+    date REAL NOT NULL,
+    album INTEGER REFERENCES zalbum (pk) ON DELETE CASCADE,
+    asset INTEGER REFERENCES zgenericasset (pk) ON DELETE SET NULL,
+    photos INTEGER NOT NULL,
+    videos INTEGER NOT NULL,
+    sender TEXT NOT NULL
+);
+INSERT INTO znewbulletin SELECT recordid, 0, originalrecordid, originaldate, date, album, asset, photos, videos, sender
+    FROM zbulletin;
+DELETE FROM sqlite_sequence WHERE name = 'znewbulletin';
+INSERT INTO sqlite_sequence (name, seq) SELECT 'znewbulletin', seq FROM sqlite_sequence WHERE name = 'zbulletin';
+DROP TABLE zbulletin;
+ALTER TABLE znewbulletin RENAME TO zbulletin;
+CREATE INDEX zbulletin_album ON zbulletin (album);
+CREATE INDEX zbulletin_asset ON zbulletin (asset);
+CREATE TRIGGER zgenericasset_bulletin_delete BEFORE DELETE ON zgenericasset
+WHEN EXISTS (SELECT 1 FROM zalbumasset WHERE asset = old.pk) BEGIN
+    UPDATE zbulletin SET
+        photos = photos - (old.kind = 0),
+        videos = videos - (old.kind = 1),
+        asset = CASE WHEN asset IS NOT old.pk THEN asset ELSE
+            (SELECT other.asset FROM zalbumasset AS other
+             WHERE other.album = zbulletin.album AND other.asset <> old.pk
+                 AND other.dateadded BETWEEN zbulletin.originaldate AND zbulletin.date
+             ORDER BY other.dateadded DESC LIMIT 1) END
+    WHERE EXISTS (SELECT 1 FROM zalbumasset AS added
+                  WHERE added.album = zbulletin.album AND added.asset = old.pk
+                      AND added.dateadded BETWEEN zbulletin.originaldate AND zbulletin.date);
+    DELETE FROM zbulletin WHERE photos + videos <= 0;
+END;
+)sql";
+
 // New tables and columns are added by a step of their own at the end.
-constexpr const char *steps[] = {assets,   renditions, durations,   sums,   counts,
-                                 analyses, albums,     sharing,     feed,   dueThumbnails,
-                                 clocks,   decoders,   currentFeed, visits, trash};
+constexpr const char *steps[] = {assets,      renditions, durations, sums,          counts, analyses,
+                                 albums,      sharing,    feed,      dueThumbnails, clocks, decoders,
+                                 currentFeed, visits,     trash,     scrubs};
 
 constexpr TrashedTable tablesOfTrash[] = {
     {"zgenericasset", "ztrashedasset", "pk = ?1", "1"},
@@ -420,6 +471,7 @@ constexpr TrashedTable tablesOfTrash[] = {
     {"zduethumbnail", "ztrashedduethumbnail", "asset = ?1", "1"},
     {"zundecodable", "ztrashedundecodable", "asset = ?1", "1"},
     {"zduefacts", "ztrashedduefacts", "asset = ?1", "1"},
+    {"zscrub", "ztrashedscrub", "asset = ?1", "1"},
 };
 
 /// Gives the tables of the trash the columns that the others have got.

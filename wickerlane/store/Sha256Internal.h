@@ -13,16 +13,21 @@
 #include "wickerlane/model/Result.h"
 #include "wickerlane/platform/file/Retry.h"
 #include "wickerlane/platform/object/Data.h"
+#include "wickerlane/platform/object/Handler.h"
 #include "wickerlane/store/AssetRecord.h"
 
 namespace wickerlane::store {
 
-/// The sum of a file's bytes, from its start. `path` is what problems call it.
-[[nodiscard]] inline Result<Sha256> sha256OfFile(int descriptor, const std::string &path) {
+/// The sum of a file's bytes, from its start. `path` is what problems call it. Fails with `ending` once
+/// `goesOn`, if it is not null, gives false.
+[[nodiscard]] inline Result<Sha256> sha256OfFile(int descriptor, const std::string &path,
+                                                 const Handler<bool()> &goesOn = {}) {
     const std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> context(EVP_MD_CTX_new(), &EVP_MD_CTX_free);
     bool isSound = context && EVP_DigestInit_ex(context.get(), EVP_sha256(), nullptr) == 1;
     std::vector<std::byte> block(256 << 10);
     for (off_t offset = 0; isSound;) {
+        if (goesOn && !goesOn())
+            return fail(ProblemKind::ending, "stopped reading " + path, path);
         const ssize_t count =
             retryInterrupted([&] { return ::pread(descriptor, block.data(), block.size(), offset); });
         if (count < 0)

@@ -1,0 +1,326 @@
+#include "hoardd/upkeep/Scrub.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "hoardd/albums/BulletinBoard.h"
+#include "hoardd/albums/BulletinStore.h"
+#include "hoardd/library/State.h"
+#include "hoardd/service/LowPriority.h"
+#include "hoardd/upkeep/ScrubStore.h"
+#include "wickerlane/log/JXLog.h"
+#include "wickerlane/platform/file/Files.h"
+#include "wickerlane/platform/object/Number.h"
+#include "wickerlane/store/Schema.h"
+#include "wickerlane/store/Sha256Internal.h"
+#include "wickerlane/store/Soundness.h"
+
+namespace wickerlane::hoardd {
+
+using sqlite::Database;
+using std::chrono::milliseconds;
+using store::OriginalFault;
+
+namespace {
+
+constexpr std::size_t maxOriginals = 64; // of one call
+constexpr std::uint64_t maxBytes = 64 << 20;
+
+/// The times of which the pace is made, in seconds.
+struct Pace {
+    // The rest is for a daemon that did not run, or could not keep up.
+    explicit Pace(double within) : round(within * 8 / 9), behind(within / 18), faulty(within / 90) {}
+
+    double round;  ///< For reading all once.
+    double behind; ///< What it may be behind by.
+    double faulty; ///< Between two readings of an original with a fault.
+};
+
+/// What there is to read.
+struct Plan {
+    double scrubbed = 0; ///< Until when the pace was kept.
+    bool isNoted = true; ///< By the store, just so.
+    std::int64_t assets = 0;
+    std::size_t due = 0;
+    std::vector<ScrubbedOriginal> faulty;
+    std::vector<ScrubbedOriginal> next;
+};
+
+std::int64_t nanoseconds(const timespec &time) {
+    return std::int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
+}
+
+double referenceSeconds(const timespec &time) {
+    return static_cast<double>(nanoseconds(time)) * 1e-9 - Date::secondsFrom1970To2001;
+}
+
+/// An original that has just been looked at.
+struct Reading {
+    ScrubbedOriginal original; ///< With what was found.
+    OriginalFault former;      ///< What was found the last time.
+    bool isConclusive = true;  ///< Not when a passing reason kept it from being read, or it was just changed.
+};
+
+/// Shortages of this process, or of the system, which say nothing of the file.
+bool isShortage(int errorNumber) {
+    return errorNumber == EMFILE || errorNumber == ENFILE || errorNumber == ENOMEM;
+}
+
+bool isSameFile(const struct stat &one, const struct stat &other) {
+    return one.st_ino == other.st_ino && one.st_size == other.st_size &&
+           nanoseconds(one.st_ctim) == nanoseconds(other.st_ctim);
+}
+
+/// Without a time at which it was read last, that of its saving stands for it, with room for copying.
+bool wasWrittenSince(const ScrubbedOriginal &last, const struct stat &status) {
+    constexpr double copying = 60;
+    return last.modified ? *last.modified != nanoseconds(status.st_mtim)
+                         : referenceSeconds(status.st_mtim) > last.asset.dateAdded + copying;
+}
+
+class Scrub {
+public:
+    Scrub(Library &scrubbed, double time) : library(scrubbed), now(time) {}
+
+    /// Reads at a low priority, as many as are not too much for one turn. At least one.
+    void read(std::vector<ScrubbedOriginal> originals) {
+        if (originals.empty())
+            return;
+        runAtLowPriority(DiskUse::idle, [&] {
+            for (ScrubbedOriginal &each : originals) {
+                if (library.isEnding() || bytes >= maxBytes)
+                    break;
+                bytes += each.asset.byteSize;
+                readings.push_back(reading(std::move(each)));
+            }
+        });
+        std::erase_if(readings, [this](const Reading &each) { return !isToBeNoted(each); });
+    }
+
+    /// How many were read, conclusively or not.
+    std::size_t count = 0;
+
+    [[nodiscard]] const std::vector<Reading> &conclusive() const noexcept { return readings; }
+
+private:
+    Reading reading(ScrubbedOriginal original) {
+        ++count;
+        const OriginalFault former = original.fault;
+        Reading made{std::move(original), former};
+        made.original.fault = OriginalFault::none;
+        made.original.detail.clear();
+        made.original.date = now;
+        if (!store::faultOf(made.original.asset).empty())
+            return made; // a check finds the row
+        const std::string path = library.paths().original(made.original.asset);
+        struct stat before {};
+        UniqueFd file = openFile(path, O_RDONLY | O_NONBLOCK);
+        if (!file || ::fstat(file.get(), &before) != 0)
+            return failed(std::move(made), errno);
+        if (!S_ISREG(before.st_mode) ||
+            static_cast<std::uint64_t>(before.st_size) != made.original.asset.byteSize) {
+            judge(made, OriginalFault::changed, before);
+            return made;
+        }
+        // From the disk, not from memory, and without pushing anything else out of that.
+        static_cast<void>(::posix_fadvise(file.get(), 0, 0, POSIX_FADV_DONTNEED));
+        const auto sum = store::sha256OfFile(file.get(), path, [this] { return !library.isEnding(); });
+        const int errorNumber = errno;
+        static_cast<void>(::posix_fadvise(file.get(), 0, 0, POSIX_FADV_DONTNEED));
+        if (!sum && sum.error().kind == ProblemKind::ending)
+            made.isConclusive = false;
+        else if (!sum)
+            return failed(std::move(made), errorNumber);
+        else if (*sum == made.original.asset.sha256)
+            made.original.modified = nanoseconds(before.st_mtim);
+        else
+            judge(made,
+                  wasWrittenSince(made.original, before) || made.former == OriginalFault::changed
+                      ? OriginalFault::changed
+                      : OriginalFault::damaged,
+                  before);
+        return made;
+    }
+
+    /// An original that is not what was saved. It is the same one under the asset's lock, unless somebody
+    /// works on it.
+    void judge(Reading &made, OriginalFault fault, const struct stat &before) {
+        made.original.fault = fault;
+        made.original.modified = nanoseconds(before.st_mtim);
+        const MutexLock lock(library.locks().of(made.original.asset.uuid));
+        struct stat after {};
+        made.isConclusive = ::lstat(library.paths().original(made.original.asset).c_str(), &after) == 0 &&
+                            isSameFile(before, after);
+    }
+
+    Reading failed(Reading made, int errorNumber) {
+        const std::string path = library.paths().original(made.original.asset);
+        const MutexLock lock(library.locks().of(made.original.asset.uuid));
+        struct stat status {};
+        const bool isMissing = ::lstat(path.c_str(), &status) != 0 && errno == ENOENT;
+        made.original.fault = isMissing ? OriginalFault::missing : OriginalFault::unreadable;
+        made.isConclusive = isMissing || (errorNumber != ENOENT && !isShortage(errorNumber));
+        if (!isMissing)
+            made.original.detail = systemProblem("read", path, errorNumber).text;
+        return made;
+    }
+
+    /// The asset may have gone while its original was read.
+    bool isToBeNoted(const Reading &each) {
+        return each.isConclusive && library.writer().contains(each.original.asset.uuid).value_or(false);
+    }
+
+    Library &library;
+    const double now;
+    std::uint64_t bytes = 0;
+    std::vector<Reading> readings;
+};
+
+const char *describe(OriginalFault fault) {
+    switch (fault) {
+    case OriginalFault::none:
+        return "is what was saved";
+    case OriginalFault::damaged:
+        return "is damaged: its contents are others, though nothing seems to have written to it";
+    case OriginalFault::changed:
+        return "was changed by another program";
+    case OriginalFault::unreadable:
+        return "can't be read";
+    case OriginalFault::missing:
+        return "is missing";
+    }
+    return "";
+}
+
+void logReadings(Library &library, const std::vector<Reading> &readings) {
+    for (const auto &[original, former, isConclusive] : readings)
+        if (original.fault != former)
+            JX_LOG(original.fault == OriginalFault::none ? JXLogLevelNotice : JXLogLevelError,
+                   JXPhotosStateLog, "the original %s %s%s%s%s",
+                   library.paths().original(original.asset).c_str(), describe(original.fault),
+                   original.fault == OriginalFault::none ? " again" : "", original.detail.empty() ? "" : ": ",
+                   original.detail.c_str());
+}
+
+/// Notes, and tells of, what was found.
+Result<> noteReadings(Library &library, const std::vector<Reading> &readings, double now,
+                      std::optional<double> scrubbed) {
+    const auto isNew = [](const Reading &each) {
+        return each.original.fault != OriginalFault::none && each.former == OriginalFault::none;
+    };
+    const auto noted = library.writer().change([&](Database &database) -> Result<> {
+        for (const Reading &each : readings) {
+            if (const auto stored = storeScrubbed(database, each.original); !stored)
+                return stored;
+            if (!isNew(each))
+                continue;
+            if (const auto told = addOriginalBulletin(database, each.original.asset, now); !told)
+                return told;
+        }
+        if (!scrubbed)
+            return {};
+        return state::set(database, state::scrubbed, std::llround(*scrubbed * 1000));
+    });
+    if (!noted)
+        return noted;
+    logReadings(library, readings);
+    if (std::ranges::any_of(readings, isNew))
+        postBulletinsChanged();
+    return {};
+}
+
+bool isDueAgain(const Library &library, const ScrubbedOriginal &faulty, const Pace &pace, double now) {
+    struct stat status {};
+    const bool isThere = ::lstat(library.paths().original(faulty.asset).c_str(), &status) == 0;
+    return faulty.date > now || faulty.date + pace.faulty <= now ||
+           isThere == (faulty.fault == OriginalFault::missing) ||
+           (isThere && referenceSeconds(status.st_ctim) > faulty.date);
+}
+
+Result<Plan> makePlan(Library &library, const Pace &pace, double now) {
+    return library.read([&](Database &database) -> Result<Plan> {
+        Plan plan;
+        const auto scrubbed = state::get(database, state::scrubbed);
+        const auto assets = database.integer("SELECT sum(number) FROM zcount");
+        auto faulty = faultyOriginals(database, maxOriginals);
+        if (!scrubbed)
+            return passOn(scrubbed);
+        if (!assets)
+            return passOn(assets);
+        if (!faulty)
+            return passOn(faulty);
+        plan.assets = *assets;
+        // A clock that was set may have made the time a future one.
+        const double noted = *scrubbed ? static_cast<double>(**scrubbed) / 1000 : now;
+        plan.scrubbed = std::clamp(noted, now - pace.round, now);
+        plan.isNoted = *scrubbed && plan.scrubbed == noted;
+        constexpr double rounding = 1e-6; // of an original
+        plan.due = static_cast<std::size_t>(
+            (now - plan.scrubbed) / pace.round * static_cast<double>(plan.assets) + rounding);
+        plan.faulty = *std::move(faulty);
+        if (plan.due == 0)
+            return plan;
+        auto next = longestUnread(database, std::min(plan.due, maxOriginals));
+        if (!next)
+            return passOn(next);
+        plan.next = *std::move(next);
+        return plan;
+    });
+}
+
+} // namespace
+
+Result<ScrubOutcome> scrub(Library &library, double within, double now) {
+    const Pace pace(within);
+    auto plan = makePlan(library, pace, now);
+    if (!plan)
+        return passOn(plan);
+    const double each = pace.round / static_cast<double>(std::max<std::int64_t>(plan->assets, 1));
+    std::erase_if(plan->faulty, [&](const ScrubbedOriginal &faulty) {
+        return !isDueAgain(library, faulty, pace, now) ||
+               std::ranges::any_of(plan->next, [&](const ScrubbedOriginal &next) {
+                   return next.asset.primaryKey == faulty.asset.primaryKey;
+               });
+    });
+    Scrub turn(library, now);
+    turn.read(std::move(plan->next));
+    const std::size_t done = turn.count;
+    turn.read(std::move(plan->faulty));
+    const double scrubbed = plan->scrubbed + static_cast<double>(done) * each;
+    // Without anything to note, the disk is left alone.
+    if (turn.count > 0 || (plan->assets > 0 && !plan->isNoted))
+        if (const auto noted = noteReadings(library, turn.conclusive(), now, scrubbed); !noted)
+            return passOn(noted);
+    constexpr double longest = 3600, rounds = 11'520; // of each, pauses of ten minutes where it is 80 days
+    return ScrubOutcome{.read = turn.count,
+                        .isBehind = now - scrubbed > pace.behind,
+                        .isDue = plan->due > done,
+                        .pause = milliseconds(std::llround(
+                            1000 * std::min(longest, std::max({each, pace.round / rounds, 0.1}))))};
+}
+
+Result<> scrubFaulty(Library &library, double now) {
+    constexpr std::size_t many = 100'000;
+    auto faulty = library.read([](Database &database) { return faultyOriginals(database, many); });
+    if (!faulty)
+        return passOn(faulty);
+    for (ScrubbedOriginal &original : *faulty) {
+        if (library.isEnding())
+            return {};
+        Scrub turn(library, now);
+        turn.read({std::move(original)});
+        if (const auto noted = noteReadings(library, turn.conclusive(), now, std::nullopt); !noted)
+            return noted;
+    }
+    return {};
+}
+
+} // namespace wickerlane::hoardd

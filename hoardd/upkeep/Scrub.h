@@ -1,0 +1,32 @@
+// Reading all originals again, now and then, to find out which are no longer what was saved.
+#ifndef HOARDD_UPKEEP_SCRUB_H
+#define HOARDD_UPKEEP_SCRUB_H
+
+#include <chrono>
+
+#include "hoardd/library/Library.h"
+
+namespace wickerlane::hoardd {
+
+/// What is next to be done.
+struct ScrubOutcome {
+    std::size_t read = 0;               ///< How many originals were read.
+    bool isBehind = false;              ///< The time may not be kept unless the next call follows at once.
+    bool isDue = false;                 ///< There is more to read.
+    std::chrono::milliseconds pause{0}; ///< When nothing is: how long.
+};
+
+/// Reads originals again, at such a pace that each is read once within a time, whether a hoardd ran in all of
+/// it or not: those that were not read for the longest time, as many as are due but at most some 64 MiB.
+/// Those that were found to be faulty are read when something has happened to them, and each day or so. What
+/// it finds, it notes in the store; once, it logs it and puts it on the bulletin board. What is changed
+/// meanwhile is left for later. Both times are in seconds, `now` since 2001-01-01 00:00:00 UTC. Blocks, at a
+/// low priority.
+[[nodiscard]] Result<ScrubOutcome> scrub(Library &library, double within, double now);
+
+/// Reads all again that were found to be faulty.
+[[nodiscard]] Result<> scrubFaulty(Library &library, double now);
+
+} // namespace wickerlane::hoardd
+
+#endif
