@@ -46,6 +46,23 @@ Result<> addRenditions(Database &database, const std::string &table, std::vector
         });
 }
 
+/// Marks the originals that hoardd found to be faulty.
+Result<> markFaulty(Database &database, const std::string &assets, const char *scrubs,
+                    std::vector<LibraryFile> &files) {
+    const auto faulty = database
+                            .prepare("SELECT directory, filename FROM " + assets + " JOIN " + scrubs +
+                                     " ON asset = pk WHERE fault <> 0")
+                            .all([](const Statement &row) {
+                                return std::string(row.text(0)) + '/' + std::string(row.text(1));
+                            });
+    if (!faulty)
+        return passOn(faulty);
+    const std::unordered_set<std::string> found(faulty->begin(), faulty->end());
+    for (LibraryFile &each : files)
+        each.isFaulty = each.isFaulty || (each.isOriginal && found.contains(each.path));
+    return {};
+}
+
 /// Adds the files below a folder that `isWanted` takes, given their paths.
 template <class IsWanted>
 Result<> addBelow(const std::string &library, const fs::path &folder, std::vector<LibraryFile> &files,
@@ -172,6 +189,15 @@ Result<std::vector<LibraryFile>> listLibraryFiles(const store::LibraryPaths &pat
         });
         if (!added)
             return passOn(added);
+    }
+    for (const auto &[assets, scrubs] :
+         {std::pair("zgenericasset", "zscrub"), {"ztrashedasset", "ztrashedscrub"}}) {
+        const auto marked =
+            hasTable(store, scrubs).and_then([&, assets = assets, scrubs = scrubs](bool isThere) {
+                return isThere ? markFaulty(store, assets, scrubs, files) : Result<>();
+            });
+        if (!marked)
+            return passOn(marked);
     }
     if (const auto added = addOthers(paths, uuids, files); !added)
         return passOn(added);

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
+#include <unordered_map>
 #include <unordered_set>
 
 #include "cli/Interrupt.h"
@@ -60,7 +61,9 @@ private:
     Result<std::string> takeStoreCopy();
     Result<> restoreFiles(bool quiet);
     Result<> restoreFile(const BackedUpFile &file);
-    Result<> copy(const BackedUpFile &file, const std::string &place);
+    Result<> copy(const BackedUpFile &file, const std::string &place, bool replaces = false);
+    bool isToBeReplaced(const BackedUpFile &file, const std::string &place) const;
+    Result<> putAside(const std::string &place) const;
     Result<> placeStore(const std::string &copy);
     Result<> restoreDecisions();
     Result<> finish(const std::string &storeCopy);
@@ -72,8 +75,9 @@ private:
     const store::LibraryPaths &paths;
     BackupFolder folder;
     Contents contents;
-    std::string identity;                   // of the library in the backup
-    std::unordered_set<std::string> wanted; // paths that the same library lists
+    std::string identity;                                   // of the library in the backup
+    std::unordered_set<std::string> wanted;                 // paths that the same library lists
+    std::unordered_map<std::string, LibraryFile> originals; // of the same library, by their paths
     RestoreOutcome outcome;
 };
 
@@ -82,7 +86,35 @@ const BackedUpFile *Restore::find(const char *path) const {
     return found != contents.end() ? &*found : nullptr;
 }
 
-Result<> Restore::copy(const BackedUpFile &file, const std::string &place) {
+/// An original that is no longer what was saved, which the backup has as it was.
+bool Restore::isToBeReplaced(const BackedUpFile &file, const std::string &place) const {
+    const auto original = originals.find(file.path);
+    if (original == originals.end() || original->second.sum != file.sum)
+        return false;
+    struct stat status = {};
+    const bool isSuspect = original->second.isFaulty || ::lstat(place.c_str(), &status) != 0 ||
+                           static_cast<std::uint64_t>(status.st_size) != file.size;
+    if (!isSuspect)
+        return false;
+    const auto sum = sumOfFile(place);
+    return !sum || *sum != file.sum;
+}
+
+/// Nothing that is there is lost.
+Result<> Restore::putAside(const std::string &place) const {
+    if (!makeFolders(paths.lostAndFound()))
+        return failSystem("make", paths.lostAndFound());
+    const fs::path name = fs::path(place).filename();
+    std::string aside = paths.lostAndFound() + '/' + name.string();
+    for (int number = 2; isThere(aside); ++number)
+        aside = fmt::format("{}/{}-{}{}", paths.lostAndFound(), name.stem().string(), number,
+                            name.extension().string());
+    if (::rename(place.c_str(), aside.c_str()) != 0)
+        return failSystem("move", place);
+    return {};
+}
+
+Result<> Restore::copy(const BackedUpFile &file, const std::string &place, bool replaces) {
     const std::string source = folder.placeOf(file);
     const auto opened = openForCopy(source);
     if (!opened)
@@ -93,6 +125,7 @@ Result<> Restore::copy(const BackedUpFile &file, const std::string &place) {
     const mode_t mode = file.path.starts_with("DCIM/") ? 0400 : 0600;
     return copied->copyFrom(opened->get(), source, file.sum)
         .and_then([&] { return copied->setAttributes(mode, file.modified); })
+        .and_then([&] { return replaces ? putAside(place) : Result<>(); })
         .and_then([&] { return copied->moveToFree(place); });
 }
 
@@ -143,8 +176,10 @@ Result<> Restore::findState() {
     std::unordered_set<std::string> uuids;
     for (const LibraryFile &each : *files) {
         wanted.insert(each.path);
-        if (each.isOriginal)
+        if (each.isOriginal) {
             uuids.insert(fs::path(each.path).stem());
+            originals.emplace(each.path, each);
+        }
     }
     // A thumbnail that is missing isn't listed, but belongs to an asset that is.
     for (const BackedUpFile &each : contents)
@@ -158,7 +193,13 @@ Result<> Restore::restoreFile(const BackedUpFile &file) {
     const std::string place = paths.folder() + '/' + file.path;
     if (isThere(place)) {
         if (outcome.isSameLibrary) {
-            ++outcome.present;
+            if (!isToBeReplaced(file, place)) {
+                ++outcome.present;
+                return {};
+            }
+            if (const auto copied = copy(file, place, true); !copied)
+                return copied;
+            ++outcome.replaced;
             return {};
         }
         const auto sum = sumOfFile(place);

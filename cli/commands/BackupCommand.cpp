@@ -76,11 +76,18 @@ Result<ExitCode> runRestore(const RestoreOptions &options) {
         printJSON({{"sameLibrary", done->isSameLibrary},
                    {"restored", done->restored},
                    {"present", done->present},
+                   {"replaced", done->replaced},
                    {"problems", describe(done->problems)}});
-    else if (done->isSameLibrary)
-        print(fmt::format("the library is the one of the backup: {} that it missed {} filled in",
-                          countText(done->restored, "file", "files"), done->restored == 1 ? "was" : "were"));
-    else
+    else if (done->isSameLibrary) {
+        std::string summary =
+            fmt::format("the library is the one of the backup: {} that it missed {} filled in",
+                        countText(done->restored, "file", "files"), done->restored == 1 ? "was" : "were");
+        if (done->replaced > 0)
+            summary +=
+                fmt::format(", {} put back as {} saved", countText(done->replaced, "original", "originals"),
+                            done->replaced == 1 ? "it was" : "they were");
+        print(summary);
+    } else
         print(fmt::format("{} restored into an empty library",
                           countText(done->restored + done->present, "file", "files")));
     return code;
@@ -110,8 +117,10 @@ void setUpBackup(Command command) {
     const auto restore = command.addSubcommand("restore", "Restore a library from a backup");
     restore.footer(
         "Into an empty library: all that the backup has, with the old UUIDs. Into the library of which it\n"
-        "is a backup: only the files that are missing. A library with other photos is refused. Nothing is\n"
-        "overwritten. hoardd must not serve the library meanwhile.");
+        "is a backup: the files that are missing, and originals that hoardd found to be damaged or changed,\n"
+        "or that have another size; what is there in their places is moved to PhotoData/LostAndFound. A\n"
+        "library with other photos is refused. Nothing is overwritten. hoardd must not serve the library\n"
+        "meanwhile.");
     RestoreOptions &restoring = restore.runs(runRestore);
     restore.addOption("FOLDER", restoring.folder, "Folder of the backup").typeName("PATH").required();
     restore.addFlag("--json", restoring.json, "Write JSON");

@@ -11,6 +11,7 @@
 #include "wickerlane/store/LibraryPaths.h"
 
 using namespace wickerlane::test;
+namespace store = wickerlane::store;
 namespace fs = std::filesystem;
 
 namespace {
@@ -154,6 +155,33 @@ TEST_F(Backups, LeaveAChangedOriginalOut) {
     EXPECT_EQ(result.exitCode, 1) << result;
     EXPECT_EQ(result.json()["originals"], 1) << result;
     EXPECT_NE(result.errors.find("has other contents"), std::string::npos) << result;
+}
+
+TEST_F(Backups, PutBackOriginalsThatHoarddFoundToBeFaulty) {
+    ASSERT_EQ(backUp().exitCode, 0);
+    endDaemon();
+    describeService({"--scrub-days", "0.00001"});
+    const fs::path saved =
+        store::LibraryPaths().folder() + "/DCIM/" + uuid.substr(0, 2) + '/' + uuid + ".JPG";
+    const std::string good = contentsOf(saved);
+    damage(saved);
+    const auto isFound = [] {
+        return run({"check", "--no-sums"}).output.find(" original: ") != std::string::npos;
+    };
+    ASSERT_EQ(run({"daemon", "status", "--start"}).exitCode, 0);
+    ASSERT_EQ(run({"count"}).exitCode, 0);
+    EXPECT_TRUE(waitUntil(isFound)) << "hoardd reads originals unasked";
+    endDaemon();
+
+    const CommandResult restored = restore();
+    EXPECT_EQ(restored.exitCode, 0) << restored;
+    EXPECT_EQ(restored.json()["replaced"], 1) << restored;
+    EXPECT_EQ(contentsOf(saved), good);
+    EXPECT_EQ(filesBelow(store::LibraryPaths().lostAndFound(), ".JPG").size(), 1U);
+    EXPECT_EQ(restore().json()["replaced"], 0) << "it is sound now";
+    EXPECT_EQ(run({"check"}).exitCode, 0);
+    ASSERT_EQ(run({"count"}).exitCode, 0);
+    EXPECT_TRUE(waitUntil([&] { return !isFound(); })) << "hoardd finds it sound";
 }
 
 TEST_F(Backups, GoOnAfterAKill) {

@@ -132,14 +132,22 @@ void Commands::SetUp() {
     const fs::path root = std::getenv("WICKERLANE_ROOT");
     folder = root / "files";
     fs::create_directories(folder);
-    const fs::path services = root / "services";
+    describeService({});
+    setenv("WICKERLANE_SERVICES", (root / "services").c_str(), 1);
+}
+
+void Commands::describeService(const std::vector<std::string> &arguments) const {
+    const fs::path services = folder.parent_path() / "services";
     fs::create_directories(services);
+    std::string more;
+    for (const std::string &each : arguments)
+        more += "<string>" + each + "</string>";
     std::ofstream(services / (std::string(WickerlaneGatekeeperName) + ".plist"))
         << R"(<?xml version="1.0" encoding="UTF-8"?><plist version="1.0"><dict><key>Program</key><string>)"
         << HOARDD_PROGRAM
         << "</string><key>Arguments</key><array><string>--idle-seconds</string><string>60</string>"
-           "<string>--analyze-after</string><string>0</string></array></dict></plist>\n";
-    setenv("WICKERLANE_SERVICES", services.c_str(), 1);
+           "<string>--analyze-after</string><string>0</string>"
+        << more << "</array></dict></plist>\n";
 }
 
 void Commands::TearDown() {

@@ -74,6 +74,8 @@ protected:
     void SetUp() override;
     void TearDown() override;
 
+    /// What the next daemon is started with, besides what keeps it from doing anything unasked.
+    void describeService(const std::vector<std::string> &arguments) const;
     /// A file in the test's folder.
     std::string file(const std::string &name, std::span<const std::byte> contents) const;
     /// Imports one file and returns its UUID. Empty, after a failure of the test, when that does not work.
