@@ -11,7 +11,6 @@
 #include "hoardd/pictures/ShownPicture.h"
 #include "hoardd/pictures/Thumbnails.h"
 #include "wickerlane/platform/file/Files.h"
-#include "wickerlane/platform/queue/WorkQueue.h"
 #include "wickerlane/protocol/ImageDataFormats.h"
 
 namespace wickerlane::hoardd {
@@ -25,11 +24,22 @@ using Image = Result<Ref<MessageValue>>;
 /// What fits a message with room for the rest of it. Larger originals are read through their descriptor.
 constexpr std::uint64_t maxLentBytes = 255ULL << 20;
 
-/// Below this a copy is cheaper than a mapping.
-constexpr std::uint64_t minMappedBytes = 64 << 10;
+/// Below this a copy is cheaper.
+constexpr std::uint64_t minLentBytes = 64 << 10;
+
+/// Waits here until the system has most of a file in memory, so that the thread that sends, which serves all
+/// peers, need not.
+void readAhead(int file, std::uint64_t size) {
+    constexpr std::uint64_t stride = 256 << 10;
+    ::posix_fadvise(file, 0, 0, POSIX_FADV_WILLNEED);
+    for (std::uint64_t at = 0; at < size; at += stride) {
+        std::byte read{};
+        static_cast<void>(::pread(file, &read, 1, static_cast<off_t>(at)) == 1);
+    }
+}
 
 Image lendFile(const std::string &path) {
-    const UniqueFd file = openFile(path, O_RDONLY);
+    UniqueFd file = openFile(path, O_RDONLY);
     struct stat status {};
     if (!file || ::fstat(file.get(), &status) != 0)
         return failSystem("read", path);
@@ -37,18 +47,15 @@ Image lendFile(const std::string &path) {
     if (size > maxLentBytes)
         return fail(ProblemKind::failed, "the original is too large for a message; open its file instead",
                     path);
-    if (size < minMappedBytes) {
-        std::array<std::byte, minMappedBytes> bytes; // NOLINT(*-member-init): read before it is used
+    if (size < minLentBytes) {
+        std::array<std::byte, minLentBytes> bytes; // NOLINT(*-member-init): read before it is used
         const ssize_t count = ::pread(file.get(), bytes.data(), size, 0);
         if (count != static_cast<ssize_t>(size))
             return failSystem("read", path);
         return MessageData::create(bytes.data(), size);
     }
-    void *mapped = ::mmap(nullptr, size, PROT_READ, MAP_SHARED | MAP_POPULATE, file.get(), 0);
-    if (mapped == MAP_FAILED)
-        return failSystem("read", path);
-    return MessageData::createWithRegion(mapped, size, WorkQueue::global(),
-                                         [mapped, size] { ::munmap(mapped, size); });
+    readAhead(file.get(), size);
+    return MessageData::createWithFile(std::move(file), size);
 }
 
 Image render(Library &library, const std::string &path, const ImageSettings &settings) {

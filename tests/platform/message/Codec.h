@@ -10,10 +10,11 @@
 
 namespace wickerlane::test {
 
-inline Ref<MessageDictionary> decode(std::string_view bytes, std::span<UniqueFd> descriptors = {}) {
+inline Ref<MessageDictionary> decode(std::string_view bytes, std::span<UniqueFd> descriptors = {},
+                                     LentFiles files = LentFiles::areRefused) {
     const auto buffer = MessageBuffer::create(std::max<std::size_t>(bytes.size(), 1));
     std::memcpy(buffer->bytes(), bytes.data(), bytes.size());
-    return decodeMessage(buffer, {buffer->bytes(), bytes.size()}, descriptors);
+    return decodeMessage(buffer, {buffer->bytes(), bytes.size()}, descriptors, files);
 }
 
 // The contents of the frame, its lent parts included.

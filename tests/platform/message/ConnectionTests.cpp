@@ -3,12 +3,14 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <fstream>
 #include <mutex>
 #include <set>
 #include <thread>
 
 #include "RawSocket.h"
 #include "Service.h"
+#include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/message/service/ServiceSocket.h"
 #include "wickerlane/platform/message/wire/MessageEncoder.h"
 #include "wickerlane/platform/process/ProcessTransaction.h"
@@ -136,6 +138,22 @@ TEST(Connection, CarriesLargeDataAndDescriptorsBothWays) {
         EXPECT_EQ(last, 'z');
         EXPECT_NE(fcntl(file.get(), F_GETFD) & FD_CLOEXEC, 0);
     }
+}
+
+TEST(Connection, GetsTheBytesOfALentFileAsItsOwn) {
+    const std::string path = rootPath() + "/lent";
+    std::ofstream(path) << std::string(300'000, 'l');
+    const auto listener = listen([&](ReceivedMessage *received) {
+        auto answer = MessageDictionary::create();
+        answer->set("data", MessageData::createWithFile(openFile(path, O_RDONLY), 300'000).get());
+        received->reply(answer.get());
+    });
+    const auto reply = connect()->sendWithReplySync(numbered(1).get());
+    std::ofstream(path) << "written over";
+    const auto *dictionary = as<MessageDictionary>(reply.get());
+    ASSERT_NE(dictionary, nullptr) << reply->description()->utf8();
+    EXPECT_EQ(dictionary->getData("data").size(), 300'000U);
+    EXPECT_EQ(dictionary->getData("data").back(), std::byte{'l'});
 }
 
 TEST(Connection, KeepsWhatIsSentBeforeItIsResumed) {

@@ -2,12 +2,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
+#include <sys/stat.h>
 
 #include <cmath>
 #include <cstdlib>
+#include <fstream>
 #include <future>
 
 #include "Codec.h"
+#include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/message/value/MessageValue.h"
 #include "wickerlane/platform/object/Array.h"
 #include "wickerlane/platform/object/Dictionary.h"
@@ -383,4 +386,62 @@ TEST(MessageDecoder, TakesDescriptorsOnlyAsTheyAreNamed) {
     fds.emplace_back(memfd_create("shrinks", MFD_CLOEXEC | MFD_ALLOW_SEALING));
     ASSERT_EQ(ftruncate(fds[0].get(), 4096), 0);
     EXPECT_EQ(decode(memory, fds), nullptr) << "may shrink";
+}
+
+TEST(MessageDecoder, ReadsDataThatIsLentInAFileOnlyWhereItMay) {
+    const std::string folder = rootPath();
+    const std::string contents(100'000, 'c');
+    std::ofstream(folder + "/file") << contents << "more";
+    std::ofstream(folder + "/short") << "short";
+    ASSERT_EQ(mkfifo((folder + "/pipe").c_str(), 0600), 0);
+    const auto opened = [&](const char *name) {
+        return UniqueFd(open((folder + "/" + name).c_str(), O_RDWR | O_CLOEXEC));
+    };
+    auto message = MessageDictionary::create();
+    message->setInt64("number", 1);
+    message->set("data", MessageData::createWithFile(opened("file"), contents.size()).get());
+    const auto encoded = [&](FrameKind kind, const MessageDictionary *dictionary) {
+        MessageEncoder encoder;
+        EXPECT_EQ(encoder.encode(kind, 1, dictionary), nullptr);
+        return std::pair(contentsOf(encoder), encoder.descriptors().size());
+    };
+    const auto [lent, descriptors] = encoded(FrameKind::reply, message.get());
+    EXPECT_EQ(descriptors, 1U);
+    EXPECT_LT(lent.size(), 100U) << "its bytes do not travel";
+
+    std::string otherNumber = lent;
+    otherNumber.back() = 1;
+    std::string tooLong = lent;
+    tooLong[tooLong.size() - 2] = '\x7f';
+    const struct {
+        const char *what;
+        const char *file;
+        std::string_view bytes;
+        LentFiles files = LentFiles::areRead;
+        bool isRead = false;
+    } cases[] = {
+        {"as it should be", "file", lent, LentFiles::areRead, true},
+        {"to a listener", "file", lent, LentFiles::areRefused},
+        {"a file with fewer bytes", "short", lent},
+        {"a pipe, which would block", "pipe", lent},
+        {"another descriptor", "file", otherNumber},
+        {"more than a message may have", "file", tooLong},
+    };
+    for (const auto &each : cases) {
+        UniqueFd file = opened(each.file);
+        const auto decoded = decode(each.bytes, {&file, 1}, each.files);
+        ASSERT_EQ(decoded != nullptr, each.isRead) << each.what;
+        if (each.isRead) {
+            EXPECT_TRUE(decoded->isEqual(message.get())) << "which maps the lent one";
+        }
+    }
+
+    // Elsewhere the bytes travel.
+    auto outer = MessageDictionary::create();
+    outer->set("inner", message.get());
+    for (const auto &[bytes, count] :
+         {encoded(FrameKind::reply, outer.get()), encoded(FrameKind::request, message.get())}) {
+        EXPECT_EQ(count, 0U);
+        EXPECT_GT(bytes.size(), contents.size());
+    }
 }

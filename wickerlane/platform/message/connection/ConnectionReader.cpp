@@ -26,7 +26,7 @@ bool ConnectionReader::decode(std::vector<Received> &received) {
         const FrameKind kind = frame.header.kind;
         Ref<MessageValue> value;
         if (kind == FrameKind::reply || kind == FrameKind::message)
-            value = decodeMessage(frame.buffer, frame.contents, frame.descriptors);
+            value = decodeMessage(frame.buffer, frame.contents, frame.descriptors, LentFiles::areRead);
         else if (kind == FrameKind::errorReply && frame.descriptors.empty())
             value = decodeError(frame.contents);
         if (value == nullptr)

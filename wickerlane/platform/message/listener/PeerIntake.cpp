@@ -177,7 +177,7 @@ bool PeerIntake::decodeFrames(const Ref<ListenerPeer> &peer, Messages &messages)
             return false;
         std::size_t cost = 0;
         Ref<MessageDictionary> message =
-            decodeMessage(frame.buffer, frame.contents, frame.descriptors, &cost);
+            decodeMessage(frame.buffer, frame.contents, frame.descriptors, LentFiles::areRefused, &cost);
         if (message == nullptr)
             return false;
         // From now on what it costs counts, until it is released, in place of what was reserved for it.

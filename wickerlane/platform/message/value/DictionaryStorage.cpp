@@ -45,8 +45,7 @@ void DictionaryStorage::put(const char *key, const MessageSlot &slot) {
         releaseObject(slot);
         return;
     }
-    if (!appendReceived({arena.copyText(name), name.size()}, slot))
-        releaseObject(slot);
+    static_cast<void>(appendReceived({arena.copyText(name), name.size()}, slot));
 }
 
 bool DictionaryStorage::appendReceived(std::string_view key, const MessageSlot &slot) {
@@ -58,8 +57,10 @@ bool DictionaryStorage::appendReceived(std::string_view key, const MessageSlot &
         isIndexed() ? index.findOrAppend(keyedHash(key),
                                          [&](std::size_t position) { return isAt(position, key); }) != count
                     : find(key) != nullptr;
-    if (isKnown)
+    if (isKnown) {
+        releaseObject(slot);
         return false;
+    }
     entries.append({key.data(), static_cast<std::uint32_t>(key.size()), slot});
     return true;
 }

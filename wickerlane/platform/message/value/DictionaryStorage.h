@@ -36,7 +36,8 @@ public:
     /// Sets the key's slot, which the dictionary now owns. Keys that can't be sent store nothing.
     void put(const char *key, const MessageSlot &slot);
     void remove(std::string_view key);
-    /// Adds an entry whose key lies in the receive buffer. False when the key is there already.
+    /// Adds an entry whose key lies in the receive buffer. False when the key is there already; the slot is
+    /// taken even so.
     [[nodiscard]] bool appendReceived(std::string_view key, const MessageSlot &slot);
     void reserve(std::size_t count) { entries.reserve(count); }
 

@@ -1,5 +1,7 @@
 #include "wickerlane/platform/message/value/MessageData.h"
 
+#include <sys/mman.h>
+
 #include <algorithm>
 
 #include "wickerlane/platform/message/value/MessageStorage.h"
@@ -26,17 +28,44 @@ Ref<MessageData> MessageData::createWithRegion(const void *bytes, std::size_t le
     return made;
 }
 
+Ref<MessageData> MessageData::createWithFile(UniqueFd file, std::size_t length) {
+    auto made = makeRef<DataStorage>(nullptr, length);
+    made->file = std::make_unique<LentFile>(std::move(file), length);
+    return made;
+}
+
+LentFile::~LentFile() {
+    if (mapped != nullptr)
+        munmap(mapped, length);
+}
+
+const std::byte *LentFile::bytes() {
+    std::call_once(isMapped, [this] {
+        void *made = mmap(nullptr, length, PROT_READ, MAP_SHARED, file.get(), 0);
+        if (made == MAP_FAILED)
+            throw std::bad_alloc();
+        mapped = made;
+    });
+    return static_cast<const std::byte *>(mapped);
+}
+
 DataStorage::~DataStorage() {
     if (destructor)
         (queue != nullptr ? queue.get() : WorkQueue::global())->async(std::move(destructor));
 }
 
 const void *MessageData::bytes() const noexcept {
-    return DataStorage::of(this)->first;
+    const DataStorage *storage = DataStorage::of(this);
+    return storage->file != nullptr ? storage->file->bytes() : storage->first;
 }
 
 std::size_t MessageData::length() const noexcept {
     return DataStorage::of(this)->count;
+}
+
+int MessageData::fileDescriptor() const noexcept {
+    const DataStorage *storage = DataStorage::of(this);
+    return storage->file != nullptr ? storage->file->descriptor() : -1;
 }
 
 std::size_t MessageData::getBytes(void *destination, std::size_t offset, std::size_t count) const noexcept {
@@ -44,7 +73,7 @@ std::size_t MessageData::getBytes(void *destination, std::size_t offset, std::si
         return 0;
     count = std::min(count, length() - offset);
     if (count != 0)
-        std::memcpy(destination, DataStorage::of(this)->first + offset, count);
+        std::memcpy(destination, static_cast<const std::byte *>(bytes()) + offset, count);
     return count;
 }
 

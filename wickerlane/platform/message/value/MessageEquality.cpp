@@ -63,9 +63,10 @@ bool areSame(MessageValue *a, MessageValue *b, unsigned depth) {
         return false;
     switch (a->kind()) {
     case MessageKind::data: {
-        const auto *x = DataStorage::of(static_cast<MessageData *>(a));
-        const auto *y = DataStorage::of(static_cast<MessageData *>(b));
-        return x->count == y->count && (x->count == 0 || std::memcmp(x->first, y->first, x->count) == 0);
+        const auto *x = static_cast<const MessageData *>(a);
+        const auto *y = static_cast<const MessageData *>(b);
+        return x->length() == y->length() &&
+               (x->length() == 0 || std::memcmp(x->bytes(), y->bytes(), x->length()) == 0);
     }
     case MessageKind::sharedMemory:
         return isSameFile(static_cast<MessageSharedMemory *>(a)->memory()->descriptor(),

@@ -4,8 +4,10 @@
 
 #include <cstring>
 #include <memory>
+#include <mutex>
 #include <string>
 
+#include "wickerlane/platform/file/UniqueFd.h"
 #include "wickerlane/platform/message/value/InlineVector.h"
 #include "wickerlane/platform/message/value/MessageSlot.h"
 #include "wickerlane/platform/message/value/MessageValue.h"
@@ -43,6 +45,24 @@ public:
     std::string text; ///< Also the 16 bytes of a UUID.
 };
 
+/// The bytes of an open file, which are mapped when somebody looks at them.
+class LentFile {
+public:
+    LentFile(UniqueFd lent, std::size_t count) noexcept : file(std::move(lent)), length(count) {}
+    LentFile(const LentFile &) = delete;
+    LentFile &operator=(const LentFile &) = delete;
+    ~LentFile();
+
+    [[nodiscard]] int descriptor() const noexcept { return file.get(); }
+    [[nodiscard]] const std::byte *bytes();
+
+private:
+    const UniqueFd file;
+    const std::size_t length;
+    std::once_flag isMapped;
+    void *mapped = nullptr;
+};
+
 class DataStorage final : public MessageData {
 public:
     DataStorage(const void *start, std::size_t length) noexcept
@@ -52,8 +72,9 @@ public:
         return static_cast<const DataStorage *>(data);
     }
 
-    const std::byte *first;
+    const std::byte *first; ///< Null for a file's.
     std::size_t count;
+    std::unique_ptr<LentFile> file;
     std::unique_ptr<std::byte[]> copied;
     Ref<Object> keeper; ///< What the bytes belong to.
     Ref<WorkQueue> queue;

@@ -21,6 +21,9 @@ namespace wickerlane {
 inline constexpr std::size_t minEntryBytes = 6;
 inline constexpr std::size_t minElementBytes = 2;
 
+/// The first bytes of a regular file; null when it has fewer, or can't be read.
+[[nodiscard]] Ref<MessageData> readFileAsData(UniqueFd file, std::size_t length);
+
 /// Finds keys that come twice in a nested dictionary without making it.
 class KeysSeen {
 public:
@@ -56,6 +59,7 @@ struct DecodeBudget {
     std::size_t values = MessageLimits::values - 1;
     std::size_t containers = 0; // so far, inside the message
     std::span<UniqueFd> descriptors;
+    bool takesFiles = false;             // of which data is lent
     std::vector<Ref<MessageValue>> made; // of the descriptors so far
 };
 
@@ -131,7 +135,9 @@ public:
             slot.length = 16;
             return readBytes(slot);
         case MessageKind::data:
-            return readNumber(slot.length) && readBytes(slot);
+            return readNumber(slot.length) &&
+                   (slot.length == FrameHeader::lengthOfLentFile ? !Checked && depth == 1 && takeFile(slot)
+                                                                 : readBytes(slot));
         case MessageKind::sharedMemory:
         case MessageKind::fileDescriptor: {
             std::uint8_t number = 0;
@@ -188,6 +194,22 @@ private:
         if (value == nullptr)
             return false;
         budget->made.push_back(std::move(value));
+        return true;
+    }
+
+    /// The slot's object gets the bytes.
+    [[nodiscard]] bool takeFile(MessageSlot &slot) {
+        std::uint32_t length = 0;
+        std::uint8_t number = 0;
+        if (!budget->takesFiles || !readNumber(length) || !readNumber(number) ||
+            number != budget->made.size() || number >= budget->descriptors.size())
+            return false;
+        Ref<MessageData> data = readFileAsData(std::exchange(budget->descriptors[number], {}), length);
+        if (data == nullptr)
+            return false;
+        budget->made.push_back(data);
+        slot.length = 0;
+        slot.object = data.leak();
         return true;
     }
 

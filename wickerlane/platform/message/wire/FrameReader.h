@@ -50,7 +50,8 @@ private:
     void replaceBuffer(Ref<MessageBuffer> fresh);
 
     static constexpr std::size_t sharedBytes = 32 * 1024;
-    static constexpr std::size_t firstBytesOfLongFrame = 1024 * 1024;
+    // Only what arrives is touched, and takes memory.
+    static constexpr std::size_t firstBytesOfLongFrame = 32 * 1024 * 1024;
     Ref<MessageBuffer> buffer;
     std::size_t first = 0; // of the bytes not yet given out
     std::size_t last = 0;

@@ -1,5 +1,9 @@
 #include "wickerlane/platform/message/wire/MessageDecoder.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "wickerlane/platform/file/Retry.h"
 #include "wickerlane/platform/message/value/DictionaryStorage.h"
 #include "wickerlane/platform/message/value/MessageStorage.h"
 #include "wickerlane/platform/message/value/MessageText.h"
@@ -28,8 +32,8 @@ bool readEntries(ContainerReader<Checked> reader, DictionaryStorage &dictionary)
 } // namespace
 
 Ref<MessageDictionary> decodeMessage(const Ref<MessageBuffer> &buffer, Bytes contents,
-                                     std::span<UniqueFd> descriptors, std::size_t *cost) {
-    DecodeBudget budget{.descriptors = descriptors, .made = {}};
+                                     std::span<UniqueFd> descriptors, LentFiles files, std::size_t *cost) {
+    DecodeBudget budget{.descriptors = descriptors, .takesFiles = files == LentFiles::areRead, .made = {}};
     auto dictionary = makeRef<DictionaryStorage>(MessageOrigin{buffer, nullptr});
     if (!readEntries(ContainerReader<false>(contents.data(), contents.size(), &budget), *dictionary) ||
         budget.made.size() != descriptors.size())
@@ -43,6 +47,26 @@ Ref<MessageDictionary> decodeMessage(const Ref<MessageBuffer> &buffer, Bytes con
                 (MessageLimits::values - 1 - budget.values) * MessageCost::value +
                 budget.containers * MessageCost::container + descriptors.size() * MessageCost::descriptor;
     return dictionary;
+}
+
+Ref<MessageData> readFileAsData(UniqueFd file, std::size_t length) {
+    struct stat status {};
+    if (length > MessageLimits::messageBytes || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode))
+        return nullptr;
+    Ref<MessageBuffer> buffer = MessageBuffer::create(length);
+    if (buffer == nullptr)
+        return nullptr;
+    for (std::size_t done = 0; done < length;) {
+        const ssize_t count = retryInterrupted([&] {
+            return pread(file.get(), buffer->bytes() + done, length - done, static_cast<off_t>(done));
+        });
+        if (count <= 0)
+            return nullptr;
+        done += static_cast<std::size_t>(count);
+    }
+    auto data = makeRef<DataStorage>(buffer->bytes(), length);
+    data->keeper = std::move(buffer);
+    return data;
 }
 
 Ref<MessageError> decodeError(Bytes contents) {

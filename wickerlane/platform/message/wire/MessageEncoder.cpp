@@ -49,6 +49,7 @@ void MessageEncoder::finish(std::size_t descriptorCount) {
 
 const char *MessageEncoder::encode(FrameKind kind, std::uint64_t id, const MessageDictionary *message) {
     begin(kind, id);
+    lendsFiles = kind == FrameKind::reply;
     if (!appendDictionary(*DictionaryStorage::of(message), 1))
         return failure;
     if (used + lentBytes - sizeof(FrameHeader) > MessageLimits::messageBytes)
@@ -144,9 +145,15 @@ bool MessageEncoder::appendValue(MessageSlot &slot, const MessageOrigin &origin,
         std::memcpy(extend(16), slot.place, 16);
         return true;
     case MessageKind::data: {
+        const bool isInPlace = slot.place != nullptr || slot.object == nullptr;
+        const std::size_t length =
+            isInPlace ? slot.length : static_cast<const MessageData *>(slot.object)->length();
+        if (length >= minLentBytes) {
+            auto *data = static_cast<MessageData *>(materialise(slot, origin));
+            return lendsFiles && depth == 1 && data->fileDescriptor() >= 0 ? appendFile(data)
+                                                                           : appendLent(data);
+        }
         const Bytes contents = bytesOf(slot);
-        if (contents.size() >= minLentBytes)
-            return appendLent(static_cast<MessageData *>(materialise(slot, origin)));
         append(static_cast<std::uint32_t>(contents.size()));
         if (!contents.empty())
             std::memcpy(extend(contents.size()), contents.data(), contents.size());
@@ -154,11 +161,7 @@ bool MessageEncoder::appendValue(MessageSlot &slot, const MessageOrigin &origin,
     }
     case MessageKind::sharedMemory:
     case MessageKind::fileDescriptor:
-        if (descriptorValues.size() == MessageLimits::descriptors)
-            return fail("The message holds too many descriptors.");
-        append(static_cast<std::uint8_t>(descriptorValues.size()));
-        descriptorValues.emplace_back(materialise(slot, origin));
-        return true;
+        return appendDescriptor(materialise(slot, origin));
     case MessageKind::dictionary:
     case MessageKind::array:
         return appendContainer(materialise(slot, origin), depth + 1);
@@ -188,6 +191,22 @@ bool MessageEncoder::appendContainer(MessageValue *container, unsigned depth) {
     const std::size_t length = used - lengthAt - sizeof(std::uint32_t) + lentBytes - lentBefore;
     const auto written = static_cast<std::uint32_t>(length); // a longer one makes the whole message too long
     std::memcpy(bytes + lengthAt, &written, sizeof written);
+    return true;
+}
+
+bool MessageEncoder::appendFile(MessageData *data) {
+    if (data->length() > MessageLimits::messageBytes)
+        return fail("The message is too long.");
+    append(FrameHeader::lengthOfLentFile);
+    append(static_cast<std::uint32_t>(data->length()));
+    return appendDescriptor(data);
+}
+
+bool MessageEncoder::appendDescriptor(MessageValue *value) {
+    if (descriptorValues.size() == MessageLimits::descriptors)
+        return fail("The message holds too many descriptors.");
+    append(static_cast<std::uint8_t>(descriptorValues.size()));
+    descriptorValues.emplace_back(value);
     return true;
 }
 

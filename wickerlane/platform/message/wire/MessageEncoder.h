@@ -66,6 +66,8 @@ private:
     [[nodiscard]] bool appendValue(MessageSlot &slot, const MessageOrigin &origin, unsigned depth);
     [[nodiscard]] bool appendContainer(MessageValue *container, unsigned depth);
     [[nodiscard]] bool appendLent(MessageData *data);
+    [[nodiscard]] bool appendFile(MessageData *data);
+    [[nodiscard]] bool appendDescriptor(MessageValue *value);
     [[nodiscard]] bool countValues(std::size_t count);
     bool fail(const char *reason) {
         failure = reason;
@@ -77,6 +79,7 @@ private:
     std::size_t capacity = sizeof first;
     std::size_t lentBytes = 0;
     std::size_t values = 1;
+    bool lendsFiles = false; // only clients take them, since they may trust the daemon's files to be quick
     const char *failure = nullptr;
     std::vector<Lent> lentParts;
     std::vector<Ref<MessageValue>> descriptorValues;

@@ -24,7 +24,9 @@
 //     real, date               f64; a date is seconds since 2001-01-01 00:00:00 UTC
 //     boolean                  u8, 0 or 1
 //     uuid                     16 bytes
-//     data                     u32 length; bytes
+//     data                     u32 length; bytes. In a dictionary's own entries of a reply also: u32
+//     0xFFFFFFFF;
+//                              u32 length; u8: which of the frame's descriptors has them, in a regular file
 //     sharedMemory,
 //     fileDescriptor           u8: which of the frame's descriptors; they come in the order of their numbers
 //     dictionary, array        u32 length of what follows; the container
@@ -52,7 +54,8 @@ struct FrameHeader {
     std::uint64_t id;
 
     static constexpr std::uint16_t expectedMark = 0x4C57;
-    static constexpr std::uint32_t version = 2;
+    static constexpr std::uint32_t version = 3;
+    static constexpr std::uint32_t lengthOfLentFile = 0xFFFFFFFF; // longer than any message
 };
 static_assert(sizeof(FrameHeader) == 16);
 

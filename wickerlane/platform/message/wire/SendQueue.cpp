@@ -13,16 +13,18 @@ namespace wickerlane {
 namespace {
 
 int descriptorOf(const MessageValue *value) {
-    return value->kind() == MessageKind::fileDescriptor
-               ? static_cast<const MessageFileDescriptor *>(value)->peek()
-               : static_cast<const MessageSharedMemory *>(value)->memory()->descriptor();
+    if (value->kind() == MessageKind::fileDescriptor)
+        return static_cast<const MessageFileDescriptor *>(value)->peek();
+    if (value->kind() == MessageKind::data)
+        return static_cast<const MessageData *>(value)->fileDescriptor();
+    return static_cast<const MessageSharedMemory *>(value)->memory()->descriptor();
 }
 
 /// A descriptor counts until its batch has been sent; shared memory is memory of the sender's.
 std::size_t costOf(const MessageValue *value) {
-    const std::size_t bytes = value->kind() == MessageKind::fileDescriptor
-                                  ? 0
-                                  : static_cast<const MessageSharedMemory *>(value)->memory()->length();
+    const std::size_t bytes = value->kind() == MessageKind::sharedMemory
+                                  ? static_cast<const MessageSharedMemory *>(value)->memory()->length()
+                                  : 0;
     return std::max(bytes, MessageCost::descriptor);
 }
 
