@@ -9,6 +9,7 @@
 #include "Codec.h"
 #include "RawSocket.h"
 #include "Service.h"
+#include "tests/support/WaitUntil.h"
 #include "wickerlane/platform/message/service/ServiceSocket.h"
 
 using namespace wickerlane;
@@ -127,6 +128,57 @@ TEST(Listener, StopsReadingAPeerThatLeavesItsAnswersUnread) {
     EXPECT_LT(sent, plenty);
     const auto good = connect();
     EXPECT_EQ(good->sendWithReplySync(numbered(1).get())->kind(), MessageKind::dictionary);
+}
+
+// Else its thread would be woken for each that is done, and have no time for others.
+TEST(Listener, ReadsOnWhenAQuarterOfTooManyMessagesIsDone) {
+    constexpr std::size_t limit = 1000, fewEnough = 750;
+    MessageListener::Options options;
+    options.limits.heldMessages = limit;
+    std::mutex mutex;
+    std::vector<Ref<ReceivedMessage>> kept;
+    const auto listener = listen(
+        [&](ReceivedMessage *received) {
+            if (received->wantsReply())
+                return received->reply(received->message());
+            const std::lock_guard lock(mutex);
+            kept.emplace_back(received);
+        },
+        nullptr, options);
+    const auto keptNow = [&] {
+        const std::lock_guard lock(mutex);
+        return kept.size();
+    };
+    const auto release = [&](std::size_t count) {
+        const std::lock_guard lock(mutex);
+        kept.resize(kept.size() - count);
+    };
+    MessageEncoder frame;
+    ASSERT_EQ(frame.encode(FrameKind::message, 0, numbered(1).get()), nullptr);
+    const UniqueFd flooding = ServiceSocket(serviceName).connect();
+    const auto hasRoom = [&] {
+        return send(flooding.get(), frame.gathered().data(), frame.gathered().size(),
+                    MSG_DONTWAIT | MSG_NOSIGNAL) > 0;
+    };
+    const auto other = connect();
+    const auto letItTurn = [&] {
+        for (int i = 0; i < 3; ++i)
+            EXPECT_EQ(numberOf(other->sendWithReplySync(numbered(i).get()).get()), i);
+    };
+    do {
+        while (hasRoom())
+            ;
+        letItTurn();
+    } while (keptNow() < limit || hasRoom());
+    release(keptNow() - fewEnough - 1);
+    letItTurn();
+    EXPECT_FALSE(hasRoom());
+    EXPECT_EQ(keptNow(), fewEnough + 1);
+    release(1);
+    EXPECT_TRUE(waitUntil(hasRoom));
+    EXPECT_TRUE(waitUntil([&] { return keptNow() > fewEnough; }));
+    const std::lock_guard lock(mutex);
+    kept.clear();
 }
 
 TEST(Listener, ReadsNoFurtherWhileTooManyRequestsWait) {

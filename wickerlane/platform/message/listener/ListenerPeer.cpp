@@ -105,8 +105,10 @@ void ListenerPeer::flush() {
         shutdown(descriptor, SHUT_RDWR);
     if (outcome == SendQueue::Outcome::failed)
         breakOff();
-    if (((isBlocked || state == State::broken) && !isInTurn) || share->isHeldBack.load())
+    if ((isBlocked || state == State::broken) && !isInTurn)
         notifyIntake();
+    else
+        notifyIfHeldBack();
 }
 
 // Ending
@@ -158,6 +160,12 @@ ListenerPeer::Interest ListenerPeer::endTurn() {
     return {.wantsRoom = isBlocked, .isBroken = state == State::broken};
 }
 
+// Once: the intake thread looks at all peers of the user, and says so again where one must wait on.
+void ListenerPeer::notifyIfHeldBack() {
+    if (share->isHeldBack.load() && share->isHeldBack.exchange(false))
+        notifyIntake();
+}
+
 void ListenerPeer::notifyIntake() {
     listener->reviewPeers(share.get());
 }
@@ -184,8 +192,7 @@ void ListenerPeer::unchargeReceived(std::size_t bytes) noexcept {
 
 void ListenerPeer::bytesReleased(std::size_t bytes) {
     unchargeReceived(bytes);
-    if (share->isHeldBack.load())
-        notifyIntake();
+    notifyIfHeldBack();
 }
 
 void ListenerPeer::messageHeld(std::size_t cost) noexcept {
@@ -194,8 +201,25 @@ void ListenerPeer::messageHeld(std::size_t cost) noexcept {
 }
 
 void ListenerPeer::messageReleased(std::size_t cost) {
-    messages.fetch_sub(1);
+    const bool areFewEnough = messages.fetch_sub(1) - 1 == fewEnough();
     bytesReleased(cost);
+    if (areFewEnough && waitsForFewer.load())
+        notifyIntake();
+}
+
+std::size_t ListenerPeer::fewEnough() const noexcept {
+    return listener->limits().heldMessages * 3 / 4;
+}
+
+bool ListenerPeer::isFull() noexcept {
+    if (!waitsForFewer.load() && messages.load() < listener->limits().heldMessages)
+        return false;
+    // Announced first and tested again, so that what is released in between is not missed.
+    waitsForFewer = true;
+    if (messages.load() > fewEnough())
+        return true;
+    waitsForFewer = false;
+    return false;
 }
 
 // What is left unread

@@ -64,7 +64,9 @@ public:
     void chargeReceived(std::size_t bytes) noexcept;
     void unchargeReceived(std::size_t bytes) noexcept;
     void bytesReleased(std::size_t bytes);
-    [[nodiscard]] std::size_t heldMessages() const noexcept { return messages.load(); }
+    /// It has sent as many messages as are held of it. It is then not read from until a quarter of them is
+    /// done, so that the intake thread is not woken for each. Of the intake thread.
+    [[nodiscard]] bool isFull() noexcept;
     [[nodiscard]] std::size_t receivedBytes() const noexcept { return bytesReceived.load(); }
 
     /// It has not read an answer while what waits for its user exceeds the limit. One that has read all is
@@ -103,13 +105,16 @@ private:
     void flushSoon() WL_REQUIRES(mutex);
     void breakOff() WL_REQUIRES(mutex);
     void closeSocket() WL_REQUIRES(mutex);
+    [[nodiscard]] std::size_t fewEnough() const noexcept;
+    void notifyIfHeldBack();
     void notifyIntake();
     void chargeQueue() WL_REQUIRES(mutex);
 
     const Ref<ListenerCore> listener;
     const int descriptor; // the socket's number, as long as the intake thread has not closed it
     const PeerProcess client;
-    std::atomic<std::size_t> messages{0}; // received and not yet released
+    std::atomic<std::size_t> messages{0};   // received and not yet released
+    std::atomic<bool> waitsForFewer{false}; // the release that leaves few enough notifies the intake thread
     // Its part of what its user has.
     std::atomic<std::size_t> bytesReceived{0};
     std::atomic<std::size_t> bytesToSend{0};

@@ -111,6 +111,8 @@ void PeerIntake::review(UserShare *share) {
 }
 
 bool PeerIntake::mayRead(ListenerPeer &peer) {
+    if (peer.isFull())
+        return false;
     if (hasRoomFor(peer))
         return true;
     // Announced first and tested again, so that what is freed in between is not missed.
@@ -120,7 +122,7 @@ bool PeerIntake::mayRead(ListenerPeer &peer) {
 
 bool PeerIntake::hasRoomFor(ListenerPeer &peer) {
     const MessageLimits &limits = options.limits;
-    if (peer.heldMessages() >= limits.heldMessages || peer.leavesUnread())
+    if (peer.leavesUnread())
         return false;
     // The bytes of a message are reserved when it begins, so that it can be finished.
     if (peer.intake.reservedBytes != 0)
