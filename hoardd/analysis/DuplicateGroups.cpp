@@ -1,6 +1,7 @@
 #include "hoardd/analysis/DuplicateGroups.h"
 
 #include <algorithm>
+#include <cstring>
 #include <numeric>
 #include <tuple>
 
@@ -37,14 +38,28 @@ private:
     std::vector<std::size_t> parents;
 };
 
+/// An item by index, with what it is sorted by, so that a sort need not look at the items all over memory.
+template <class Value>
+struct Sorted {
+    Value value;
+    std::size_t index;
+};
+
 void mergeEqualSums(std::span<const DuplicateItem> items, DisjointSets &sets) {
-    std::vector<std::size_t> bySum(items.size());
-    std::iota(bySum.begin(), bySum.end(), 0);
-    std::ranges::sort(
-        bySum, {}, [&](std::size_t i) -> const auto & { return items[i].sum; });
-    for (std::size_t i = 1; i < bySum.size(); ++i)
-        if (items[bySum[i - 1]].sum == items[bySum[i]].sum)
-            sets.merge(bySum[i - 1], bySum[i]);
+    std::vector<Sorted<std::uint64_t>> bySum;
+    bySum.reserve(items.size());
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        std::uint64_t beginning = 0; // hardly two sums that are not equal share it
+        std::memcpy(&beginning, items[i].sum.data(), sizeof beginning);
+        bySum.push_back({beginning, i});
+    }
+    std::ranges::sort(bySum, {}, &Sorted<std::uint64_t>::value);
+    for (std::size_t first = 0; first < bySum.size(); ++first)
+        for (std::size_t next = first + 1; next < bySum.size() && bySum[next].value == bySum[first].value &&
+                                           sets.find(bySum[next].index) != sets.find(bySum[first].index);
+             ++next)
+            if (items[bySum[first].index].sum == items[bySum[next].index].sum)
+                sets.merge(bySum[first].index, bySum[next].index);
 }
 
 void mergeSame(std::span<const DuplicateItem> items, DisjointSets &sets) {
@@ -54,23 +69,23 @@ void mergeSame(std::span<const DuplicateItem> items, DisjointSets &sets) {
         if (items[i].fingerprint)
             fingerprints.push_back({*items[i].fingerprint, i});
     findNearPairs(fingerprints, [&](std::size_t one, std::size_t other) {
-        if (likenessOf(items[one], items[other]) == Likeness::same)
+        if (sets.find(one) != sets.find(other) && likenessOf(items[one], items[other]) == Likeness::same)
             sets.merge(one, other);
     });
 }
 
 /// Only what was taken within one burst is compared.
 void mergeSimilar(std::span<const DuplicateItem> items, DisjointSets &sets) {
-    std::vector<std::size_t> byDate;
+    std::vector<Sorted<double>> byDate;
     for (std::size_t i = 0; i < items.size(); ++i)
         if (items[i].fingerprint)
-            byDate.push_back(i);
-    std::ranges::sort(byDate, {}, [&](std::size_t i) { return items[i].date; });
+            byDate.push_back({items[i].date, i});
+    std::ranges::sort(byDate, {}, &Sorted<double>::value);
     for (std::size_t i = 0; i < byDate.size(); ++i)
-        for (std::size_t j = i + 1;
-             j < byDate.size() && items[byDate[j]].date - items[byDate[i]].date <= burstSeconds; ++j)
-            if (likenessOf(items[byDate[i]], items[byDate[j]]) == Likeness::similar)
-                sets.merge(byDate[i], byDate[j]);
+        for (std::size_t j = i + 1; j < byDate.size() && byDate[j].value - byDate[i].value <= burstSeconds;
+             ++j)
+            if (likenessOf(items[byDate[i].index], items[byDate[j].index]) == Likeness::similar)
+                sets.merge(byDate[i].index, byDate[j].index);
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "hoardd/analysis/NearFingerprints.h"
 
+#include <algorithm>
 #include <array>
 #include <numeric>
 #include <vector>
@@ -17,49 +18,67 @@ std::size_t bandOf(std::uint64_t hash, int band) {
 }
 
 /// Sorts by a band of one of the hashes; those that are equal in it keep their order.
-void sortByBand(std::span<const IndexedFingerprint> entries, std::uint64_t Fingerprint::*hash, int band,
-                std::vector<IndexedFingerprint> &sorted) {
-    std::array<std::size_t, (std::size_t{1} << ((64 + bands - 1) / bands)) + 1> starts{};
-    for (const IndexedFingerprint &entry : entries)
-        ++starts[bandOf(entry.fingerprint.*hash, band) + 1];
-    std::partial_sum(starts.begin(), starts.end(), starts.begin());
-    sorted.resize(entries.size());
-    for (const IndexedFingerprint &entry : entries)
-        sorted[starts[bandOf(entry.fingerprint.*hash, band)]++] = entry;
-}
-
-/// Two bands, one of each hash. Fingerprints that are equal in both are in the same bucket.
-struct BandPair {
-    int ofDifference;
-    int ofFrequency;
-    [[nodiscard]] bool isSameBucket(const Fingerprint &a, const Fingerprint &b) const {
-        return bandOf(a.difference, ofDifference) == bandOf(b.difference, ofDifference) &&
-               bandOf(a.frequency, ofFrequency) == bandOf(b.frequency, ofFrequency);
+class BandSorter {
+public:
+    std::span<const IndexedFingerprint> sort(std::span<const IndexedFingerprint> entries,
+                                             std::uint64_t Fingerprint::*hash, int band) {
+        starts.fill(0);
+        for (const IndexedFingerprint &entry : entries)
+            ++starts[bandOf(entry.fingerprint.*hash, band) + 1];
+        std::partial_sum(starts.begin(), starts.end(), starts.begin());
+        sorted.resize(std::max(sorted.size(), entries.size()));
+        for (const IndexedFingerprint &entry : entries)
+            sorted[starts[bandOf(entry.fingerprint.*hash, band)]++] = entry;
+        return std::span(sorted).first(entries.size());
     }
+
+private:
+    std::array<std::uint32_t, (std::size_t{1} << ((64 + bands - 1) / bands)) + 1> starts{};
+    std::vector<IndexedFingerprint> sorted;
 };
 
-/// The near pairs within each bucket; the entries of a bucket are neighbours.
-void findNearPairsInBuckets(std::span<const IndexedFingerprint> sorted, const BandPair &pair,
-                            const Handler<void(std::size_t, std::size_t)> &found) {
-    for (std::size_t i = 0; i < sorted.size(); ++i)
-        for (std::size_t j = i + 1;
-             j < sorted.size() && pair.isSameBucket(sorted[i].fingerprint, sorted[j].fingerprint); ++j)
-            if (areNear(sorted[i].fingerprint, sorted[j].fingerprint, maxBitsOfSame))
-                found(sorted[i].index, sorted[j].index);
+/// Calls `use` with each stretch of neighbours that are equal in a band.
+template <class Use>
+void forEachBucket(std::span<const IndexedFingerprint> sorted, std::uint64_t Fingerprint::*hash, int band,
+                   const Use &use) {
+    for (std::size_t first = 0, end = 0; first < sorted.size(); first = end) {
+        const std::size_t bucket = bandOf(sorted[first].fingerprint.*hash, band);
+        for (++end; end < sorted.size() && bandOf(sorted[end].fingerprint.*hash, band) == bucket;)
+            ++end;
+        if (end - first > 1)
+            use(sorted.subspan(first, end - first));
+    }
 }
+
+void findNearPairsAmong(std::span<const IndexedFingerprint> entries,
+                        const Handler<void(std::size_t, std::size_t)> &found) {
+    for (std::size_t i = 0; i < entries.size(); ++i)
+        for (std::size_t j = i + 1; j < entries.size(); ++j)
+            if (areNear(entries[i].fingerprint, entries[j].fingerprint, maxBitsOfSame))
+                found(entries[i].index, entries[j].index);
+}
+
+/// Fewer are compared each with each.
+constexpr std::size_t minSorted = 48;
 
 } // namespace
 
+// Bucket by bucket of the one hash, so that the sorting by the other stays within the processor's caches.
 void findNearPairs(std::span<const IndexedFingerprint> fingerprints,
                    const Handler<void(std::size_t, std::size_t)> &found) {
-    std::vector<IndexedFingerprint> byFrequency, byBoth;
-    for (int ofFrequency = 0; ofFrequency < bands; ++ofFrequency) {
-        sortByBand(fingerprints, &Fingerprint::frequency, ofFrequency, byFrequency);
-        for (int ofDifference = 0; ofDifference < bands; ++ofDifference) {
-            sortByBand(byFrequency, &Fingerprint::difference, ofDifference, byBoth);
-            findNearPairsInBuckets(byBoth, {ofDifference, ofFrequency}, found);
-        }
-    }
+    BandSorter ofAll, ofBucket;
+    for (int ofFrequency = 0; ofFrequency < bands; ++ofFrequency)
+        forEachBucket(ofAll.sort(fingerprints, &Fingerprint::frequency, ofFrequency), &Fingerprint::frequency,
+                      ofFrequency, [&](std::span<const IndexedFingerprint> bucket) {
+                          if (bucket.size() < minSorted)
+                              return findNearPairsAmong(bucket, found);
+                          for (int band = 0; band < bands; ++band)
+                              forEachBucket(ofBucket.sort(bucket, &Fingerprint::difference, band),
+                                            &Fingerprint::difference, band,
+                                            [&](std::span<const IndexedFingerprint> near) {
+                                                findNearPairsAmong(near, found);
+                                            });
+                      });
 }
 
 } // namespace wickerlane::hoardd
