@@ -16,6 +16,7 @@
 #include "hoardd/upkeep/Repair.h"
 #include "tests/hoardd/OpenLibrary.h"
 #include "tests/hoardd/RunningHoardd.h"
+#include "tests/support/Descriptors.h"
 #include "tests/support/WaitUntil.h"
 #include "wickerlane/store/OriginalFault.h"
 
@@ -233,6 +234,7 @@ TEST_F(Scrubbing, AFaultGoesIntoTheTrashAndComesBack) {
 }
 
 TEST_F(Scrubbing, ABulletinSaysHowManyAndLeadsToOne) {
+    test::allowLastingDescriptors(test::folderWatchDescriptors); // of the texts' language
     save(2);
     for (std::size_t i = 0; i < 2; ++i)
         damage(original(i));
