@@ -72,6 +72,19 @@ Result<Database> openPrepared(const store::LibraryPaths &paths) {
 
 } // namespace
 
+namespace {
+
+Result<> insertCompanion(Database &database, std::string_view uuid, const store::Companion &companion) {
+    return database
+        .prepare("INSERT INTO zcompanion (assetuuid, filename, originalfilename, format, bytesize, sha256) "
+                 "VALUES (?, ?, ?, ?, ?, ?)")
+        .bind(uuid, companion.filename, companion.originalFilename, companion.format, companion.byteSize,
+              Bytes(companion.sha256))
+        .run();
+}
+
+} // namespace
+
 Result<std::unique_ptr<Store>> Store::open(const store::LibraryPaths &paths) {
     auto database = openPrepared(paths);
     if (!database)
@@ -183,6 +196,10 @@ Result<> Store::insert(std::span<Pending *const> group) {
             if (const auto added = statement.run(); !added)
                 return added;
             addition.record.primaryKey = database.lastRowID();
+            if (addition.companion)
+                if (const auto added = insertCompanion(database, addition.record.uuid, *addition.companion);
+                    !added)
+                    return added;
             if (addition.thumbnailsAreDue)
                 if (const auto noted = due.bind(addition.record.primaryKey).run(); !noted)
                     return noted;
@@ -250,12 +267,16 @@ void Store::noticeChanges() {
 }
 
 Result<std::optional<store::AssetRecord>> Store::findSum(const store::Sha256 &sum) {
-    auto found = database.prepare(std::string(store::selectAssets) + "WHERE sha256 = ? ORDER BY pk LIMIT 1")
-                     .bind(Bytes(sum))
-                     .first(store::readRecord);
-    if (found && *found && !faultOf(**found).empty())
-        found->reset();
-    return found;
+    for (const char *condition : {"WHERE sha256 = ? ORDER BY pk LIMIT 1",
+                                  "WHERE uuid IN (SELECT assetuuid FROM zcompanion WHERE sha256 = ?) "
+                                  "ORDER BY pk LIMIT 1"}) {
+        auto found = database.prepare(std::string(store::selectAssets) + condition)
+                         .bind(Bytes(sum))
+                         .first(store::readRecord);
+        if (!found || (*found && faultOf(**found).empty()))
+            return found;
+    }
+    return std::optional<store::AssetRecord>();
 }
 
 Result<std::optional<store::AssetRecord>> Store::findOrRestore(const store::Sha256 &sum) {
@@ -275,6 +296,15 @@ Result<std::optional<store::AssetRecord>> Store::findOrRestore(const store::Sha2
 Result<std::optional<store::AssetRecord>> Store::assetWithSum(const store::Sha256 &sum) {
     const MutexLock lock(databaseMutex);
     return findSum(sum);
+}
+
+Result<std::optional<store::Companion>> Store::companionOf(std::string_view uuid) {
+    const MutexLock lock(databaseMutex);
+    return store::readCompanion(database, uuid);
+}
+
+Result<> Store::addCompanion(std::string_view uuid, const store::Companion &companion) {
+    return change([&](Database &opened) { return insertCompanion(opened, uuid, companion); });
 }
 
 Result<bool> Store::contains(std::string_view uuid) {

@@ -14,6 +14,7 @@
 #include "wickerlane/model/Result.h"
 #include "wickerlane/platform/object/Handler.h"
 #include "wickerlane/platform/object/Mutex.h"
+#include "wickerlane/store/CompanionReader.h"
 #include "wickerlane/store/LibraryPaths.h"
 #include "wickerlane/store/Sqlite.h"
 
@@ -36,7 +37,8 @@ public:
         bool wasPresent = false;    ///< There was: nothing has been added.
         bool thumbnailsAreDue = false; ///< They are still to be made; see due().
         DueFacts dueFacts = DueFacts::none;
-        bool leavesTrashAlone = false; ///< One in the trash does not come back.
+        bool leavesTrashAlone = false;               ///< One in the trash does not come back.
+        std::optional<store::Companion> companion{}; ///< The second file of the shot, in its place.
     };
 
     /// Opens the database, and lays it out when it is new. One of an older version is backed up and brought
@@ -50,8 +52,13 @@ public:
     /// Removes the row of an asset, and with it all that the store says of it. Succeeds without one.
     [[nodiscard]] Result<> remove(std::string_view uuid, AssetPlace from = AssetPlace::library);
 
-    /// The oldest asset whose original has that sum; nothing when there is none.
+    /// The oldest asset whose original has that sum, or else whose companion has; nothing when there is none.
     [[nodiscard]] Result<std::optional<store::AssetRecord>> assetWithSum(const store::Sha256 &sum);
+
+    /// The second file of an asset; nothing when it has none.
+    [[nodiscard]] Result<std::optional<store::Companion>> companionOf(std::string_view uuid);
+    /// Gives one to an asset that has none.
+    [[nodiscard]] Result<> addCompanion(std::string_view uuid, const store::Companion &companion);
 
     /// Whether there is an asset with that UUID.
     [[nodiscard]] Result<bool> contains(std::string_view uuid);

@@ -33,8 +33,10 @@ constexpr NotedTable notedTables[] = {
     {"zlibrary", "uuid"},
     {"zgenericasset", "uuid"},
     {"zrendition", "assetuuid"},
+    {"zcompanion", "assetuuid"},
     {"ztrashedasset", "uuid"},
     {"ztrashedrendition", "assetuuid"},
+    {"ztrashedcompanion", "assetuuid"},
     {"zalbum", "uuid"},
     {"zperson", "personid"},
     {"zemail", "key"},
@@ -295,12 +297,15 @@ NotedRows forgottenRows(const LibraryPaths &paths, Database &database) {
                     .any()
                     .value_or(true);
     };
+    const auto isOfAnAsset = [](const std::string &table) {
+        return table == "zrendition" || table == "zcompanion";
+    };
     std::erase_if(rows, [&](const auto &row) {
-        return row.first.first != "zrendition" &&
+        return !isOfAnAsset(row.first.first) &&
                (row.first.first != "zgenericasset" || !isOurs(row.first.second, row.second));
     });
     std::erase_if(rows, [&](const auto &row) {
-        return row.first.first == "zrendition" &&
+        return isOfAnAsset(row.first.first) &&
                !rows.contains(std::pair(std::string("zgenericasset"), row.first.second));
     });
     return rows;

@@ -114,7 +114,9 @@ Result<bool> isInTrash(Database &database, std::string_view uuid) {
 
 Result<std::optional<std::string>> trashedWithSum(Database &database, const store::Sha256 &sum) {
     return database
-        .prepare("SELECT uuid FROM ztrashedasset WHERE sha256 = ? ORDER BY datetrashed DESC, pk LIMIT 1")
+        .prepare("SELECT uuid FROM ztrashedasset WHERE sha256 = ?1 "
+                 "OR uuid IN (SELECT assetuuid FROM ztrashedcompanion WHERE sha256 = ?1) "
+                 "ORDER BY sha256 = ?1 DESC, datetrashed DESC, pk LIMIT 1")
         .bind(Bytes(sum))
         .first([](const Statement &row) { return std::string(row.text(0)); });
 }

@@ -15,6 +15,7 @@ struct Ending {
     std::string_view text; ///< After the name of the original.
 };
 constexpr Ending endings[] = {{Work::rendition, ".setting-rendition"},
+                              {Work::companion, ".adding-companion"},
                               {Work::removal, ".removing"},
                               {Work::removalFromTrash, ".removing-from-trash"}};
 
@@ -29,7 +30,7 @@ Result<WorkNote> WorkNote::write(const store::LibraryPaths &paths, const store::
     if (!openFile(path, O_WRONLY | O_CREAT))
         return failSystem("make", path);
     WorkNote note(std::move(path));
-    if (work != Work::rendition)
+    if (work == Work::removal || work == Work::removalFromTrash)
         if (const auto durable = makeNamesDurable(paths.saving()); !durable)
             return passOn(durable);
     return note;

@@ -14,6 +14,7 @@ namespace wickerlane::hoardd {
 
 enum class Work {
     rendition,        ///< An edited rendition takes its place before its row is committed.
+    companion,        ///< The same of a companion that an asset gets.
     removal,          ///< The asset goes, with all its files.
     removalFromTrash, ///< The same of one in the trash.
 };

@@ -28,6 +28,11 @@ Result<bool> isFileOfAsset(Library &library, const std::string &uuid, const std:
         std::ranges::any_of(store::thumbnailSizes,
                             [&](auto size) { return path == library.paths().thumbnail(uuid, size); }))
         return true;
+    const auto companion = library.writer().companionOf(uuid);
+    if (!companion)
+        return passOn(companion);
+    if (*companion && path == store::companionPath(library.paths(), uuid, **companion))
+        return true;
     const auto rendition = renditionPath(library, record);
     if (!rendition)
         return passOn(rendition);

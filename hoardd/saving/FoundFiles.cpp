@@ -15,6 +15,7 @@
 #include "hoardd/library/Failures.h"
 #include "hoardd/media/FileType.h"
 #include "hoardd/saving/AssetFiles.h"
+#include "hoardd/saving/Companions.h"
 #include "hoardd/saving/Saving.h"
 #include "wickerlane/log/JXLog.h"
 #include "wickerlane/platform/file/Files.h"
@@ -161,6 +162,16 @@ Result<> moveStrayOriginal(Library &library, const std::string &path, const std:
     if (*isFound) // since the found files were saved
         return fail(ProblemKind::busy, "it has just come", path);
     return moveStray(library, path, folder);
+}
+
+Result<> repairStrayCompanion(Library &library, const std::string &path) {
+    if (const std::string uuid = uuidInName(path); !uuid.empty())
+        if (const auto adopted = adoptCompanion(library, uuid); !adopted)
+            return adopted;
+    const auto isFound = isWholeMedia(path, settlingTime);
+    if (!isFound)
+        return passOn(isFound);
+    return moveStray(library, path, *isFound ? library.paths().found() : library.paths().lostAndFound());
 }
 
 Result<> saveFoundFiles(Library &library, std::chrono::seconds quiet) {

@@ -31,6 +31,10 @@ void saveFilesLeftFound(Library &library);
 [[nodiscard]] Result<> moveStrayOriginal(Library &library, const std::string &path,
                                          const std::string &folder);
 
+/// Gives a file among the companions that no asset had to the asset that it is named by. If that has gone, or
+/// has one, a picture or a video moves into the Found folder, and other files into the lost and found.
+[[nodiscard]] Result<> repairStrayCompanion(Library &library, const std::string &path);
+
 } // namespace wickerlane::hoardd
 
 #endif

@@ -26,11 +26,13 @@ namespace {
 /// Of an asset without a row, as far as a save of it made them. The folder goes last: as long as it stands,
 /// recoverSaves() knows of the files.
 void removeSavedFiles(const store::LibraryPaths &paths, const std::string &saveFolder,
-                      const AssetRecord &asset) {
+                      const AssetRecord &asset, bool withCompanion) {
     for (const auto size : store::thumbnailSizes)
         ::unlink(paths.thumbnail(asset.uuid, size).c_str());
     ::unlink(paths.original(asset).c_str());
     ::unlink(paths.sidecar(asset.uuid).c_str());
+    if (withCompanion)
+        removeCompanion(paths, asset.uuid);
     std::error_code ignored; // recoverSaves() tries again
     fs::remove_all(saveFolder, ignored);
 }
@@ -51,6 +53,7 @@ void removeAllFiles(const store::LibraryPaths &paths, const AssetRecord &asset) 
         ::unlink(paths.thumbnail(asset.uuid, size).c_str());
     ::unlink(paths.original(asset).c_str());
     ::unlink(paths.sidecar(asset.uuid).c_str());
+    removeCompanion(paths, asset.uuid);
     for (const std::string &rendition : renditionFiles(paths, asset))
         ::unlink(rendition.c_str());
 }
@@ -66,6 +69,10 @@ Result<> moveFiles(Library &library, StagedAsset &asset) {
     }
     if (asset.sidecar)
         if (auto placed = placeSidecar(library.paths(), *asset.sidecar, asset.record.uuid); !placed)
+            return placed;
+    // Before the original: an original that is in its place after a kill has its companion.
+    if (asset.companion)
+        if (auto placed = placeCompanion(library.paths(), *asset.companion, asset.record.uuid); !placed)
             return placed;
     if (auto made = makeDurableFolderOnce(std::string(parentFolder(original))); !made)
         return made;
@@ -91,8 +98,9 @@ Result<> commitAssets(Library &library, std::span<StagedAsset *const> assets) {
     // An original with a UUID of its own, such as that of a save that was cut off, is no wish to have back
     // what was deleted.
     for (const StagedAsset *each : assets)
-        additions.push_back(
-            {each->record, each->unlessPresent, false, true, each->dueFacts, each->hasGivenUUID});
+        additions.push_back({each->record, each->unlessPresent, false, true, each->dueFacts,
+                             each->hasGivenUUID,
+                             each->companion ? each->companion->row : each->lyingCompanion});
     if (const auto added = library.writer().add(additions); !added)
         return fail(inContext("can't store the asset", added.error()));
     for (std::size_t i = 0; i < assets.size(); ++i) {
@@ -112,7 +120,7 @@ Result<> publishAssets(Library &library, std::span<StagedAsset *const> assets) {
         each->folder.keep();
     if (auto moved = moveAllFiles(library, assets); !moved) {
         for (const StagedAsset *each : assets)
-            removeSavedFiles(library.paths(), each->folder.path(), each->record);
+            removeSavedFiles(library.paths(), each->folder.path(), each->record, each->companion.has_value());
         return moved;
     }
     if (auto committed = commitAssets(library, assets); !committed) {
@@ -127,7 +135,7 @@ Result<> publishAssets(Library &library, std::span<StagedAsset *const> assets) {
     std::error_code ignored; // recoverSaves() tries again
     for (const StagedAsset *each : assets)
         if (each->present)
-            removeSavedFiles(library.paths(), each->folder.path(), each->record);
+            removeSavedFiles(library.paths(), each->folder.path(), each->record, each->companion.has_value());
         else
             fs::remove_all(each->folder.path(), ignored);
     return {};
@@ -191,11 +199,14 @@ Result<> recoverSave(Library &library, const std::string &folder, const AssetRec
         return passOn(isSaved); // both answers could lose something
     if (!*isSaved) {
         // Unless it was refused, it was not answered, or the store that had its row is lost: the picture is
-        // whole.
-        if (!SaveFolder::isRefused(folder))
-            if (auto moved = moveIntoFolder(paths.original(asset), paths.found()); !moved)
+        // whole. Its companion waits for it to be saved.
+        const std::string original = paths.original(asset), found = paths.found() + '/' + asset.filename;
+        const bool isWhole = !SaveFolder::isRefused(folder) &&
+                             (::access(original.c_str(), F_OK) == 0 || ::access(found.c_str(), F_OK) == 0);
+        if (isWhole)
+            if (auto moved = moveIntoFolder(original, paths.found()); !moved)
                 return moved;
-        removeSavedFiles(paths, folder, asset);
+        removeSavedFiles(paths, folder, asset, SaveFolder::hasCompanion(folder) && !isWhole);
     }
     std::error_code ignored; // the next start tries again
     fs::remove_all(folder, ignored);
@@ -230,6 +241,8 @@ Result<> finish(Library &library, Work work, const AssetRecord &asset) {
     switch (work) {
     case Work::rendition:
         return recoverRendition(library, asset);
+    case Work::companion:
+        return adoptCompanion(library, asset.uuid);
     case Work::removal:
         return finishRemoval(library, asset, AssetPlace::library);
     case Work::removalFromTrash:

@@ -35,6 +35,10 @@ Ref<Dictionary> describeSave(const Result<SavedAsset> &saved) {
     dictionary->set(jobResult::creationDate, asset.dateCreated());
     if (saved->wasPresent)
         dictionary->set(jobResult::wasPresent, Number::of(true));
+    if (saved->companion != CompanionOutcome::none)
+        dictionary->set(saved->companion == CompanionOutcome::wasSaved ? jobResult::companionWasSaved
+                                                                       : jobResult::companionWasPresent,
+                        Number::of(true));
     if (record.duration > 0)
         dictionary->set(jobResult::duration, Number::of(record.duration));
     if (!record.problem.empty())

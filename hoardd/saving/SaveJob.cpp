@@ -44,6 +44,7 @@ Result<> readOptions(const Dictionary *job, SaveOrder &order) {
     const auto once = read<Number>(job, protocol::job::unlessPresent);
     const auto date = read<Date>(job, protocol::job::creationDate);
     const auto sidecar = read<String>(job, protocol::job::sidecarPath);
+    const auto companion = read<String>(job, protocol::job::companionPath);
     if (!type)
         return passOn(type);
     if (!name)
@@ -54,6 +55,8 @@ Result<> readOptions(const Dictionary *job, SaveOrder &order) {
         return passOn(date);
     if (!sidecar)
         return passOn(sidecar);
+    if (!companion)
+        return passOn(companion);
     if (*type != nullptr) {
         const std::uint64_t kind = (*type)->uint64Value();
         if (kind > 1)
@@ -64,6 +67,8 @@ Result<> readOptions(const Dictionary *job, SaveOrder &order) {
         order.originalFilename = plainName((*name)->utf8());
     if (*sidecar != nullptr)
         order.sidecarPath = (*sidecar)->utf8();
+    if (*companion != nullptr)
+        order.companionPath = (*companion)->utf8();
     order.unlessPresent = *once != nullptr && (*once)->boolValue();
     if (*date != nullptr) {
         constexpr double farAway = 1e11; // some 3,000 years; also refuses what is no number

@@ -37,6 +37,7 @@ struct SaveOrder {
     std::optional<double> modified; ///< When `file` was changed last; seconds since 2001-01-01 00:00:00 UTC.
     std::string originalFilename;   ///< May be empty.
     std::string sidecarPath;        ///< Of a file of metadata that is kept with it; empty for none.
+    std::string companionPath;      ///< Of a second file of the same shot; empty for none.
     std::optional<AssetKind> kind;
     std::optional<double> creationDate; ///< Seconds since 2001-01-01 00:00:00 UTC.
     bool unlessPresent = false;         ///< The same bytes are not to be saved twice.

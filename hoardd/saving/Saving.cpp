@@ -19,6 +19,28 @@ Ref<store::ManagedAsset> assetOf(Library &library, AssetRecord record) {
                                        library.assets().storeUUID());
 }
 
+CompanionOutcome companionOutcome(Library &library, StagedAsset &staged) {
+    if (!staged.companion)
+        return CompanionOutcome::none;
+    if (!staged.present)
+        return CompanionOutcome::wasSaved;
+    const auto attached = attachCompanion(library, staged.present->uuid, *staged.companion);
+    if (!attached)
+        JX_LOG(JXLogLevelError, JXAssetImportLog, "can't add the second file of %s: %s",
+               staged.present->uuid.c_str(), attached.error().text.c_str());
+    return attached.value_or(CompanionOutcome::none);
+}
+
+/// The file of an asset that has the bytes of what was to be saved; empty if that can't be told.
+std::string fileWithBytes(Library &library, const AssetRecord &asset, const store::Sha256 &sum) {
+    if (asset.sha256 == sum)
+        return library.paths().original(asset);
+    const auto companion = library.writer().companionOf(asset.uuid);
+    return companion && *companion && (*companion)->sha256 == sum
+               ? store::companionPath(library.paths(), asset.uuid, **companion)
+               : std::string();
+}
+
 SavedAsset savedAsset(Library &library, StagedAsset &staged) {
     const bool wasPresent = staged.present.has_value();
     // The asset may have come without the metadata before. What it has stays.
@@ -27,11 +49,13 @@ SavedAsset savedAsset(Library &library, StagedAsset &staged) {
         if (const auto placed = placeSidecar(library.paths(), *staged.sidecar, staged.present->uuid); !placed)
             JX_LOG(JXLogLevelError, JXAssetImportLog, "can't keep the metadata of %s: %s",
                    staged.present->uuid.c_str(), placed.error().text.c_str());
-    // What was found may be all that is left of an asset whose original is missing.
-    if (!wasPresent || ::access(library.paths().original(*staged.present).c_str(), F_OK) == 0)
+    // What was found may be all that is left of an asset whose file is missing.
+    if (!wasPresent ||
+        ::access(fileWithBytes(library, *staged.present, staged.record.sha256).c_str(), F_OK) == 0)
         staged.takenFrom.remove();
+    const CompanionOutcome companion = companionOutcome(library, staged);
     return {assetOf(library, wasPresent ? *std::move(staged.present) : std::move(staged.record)), wasPresent,
-            !wasPresent};
+            !wasPresent, companion};
 }
 
 } // namespace

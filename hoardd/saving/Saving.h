@@ -7,6 +7,9 @@
 // 2. The original is written there, sealed and synced. A media worker takes a first look at it: its dates,
 // its place, and the small preview that it may carry, which serves as its thumbnails for the moment.
 //
+// The second file of the same shot that a job may name is written there as well. If it turns out to be none,
+// it goes.
+//
 // 3. The files move to their places, whose folders are synced.
 //
 // 4. The row is committed. From here on the asset is saved, and everybody sees it.
@@ -27,6 +30,7 @@
 #include <vector>
 
 #include "hoardd/library/Library.h"
+#include "hoardd/saving/Companions.h"
 #include "hoardd/saving/SaveJob.h"
 
 namespace wickerlane::hoardd {
@@ -36,7 +40,8 @@ struct SavedAsset {
     Ref<store::ManagedAsset> asset;
     bool wasPresent = false; ///< The asset was there before, and nothing was saved.
     bool isDue = false;      ///< Its thumbnails are still to be made.
-    Result<> thumbnails{};   ///< Why it has none yet, though nothing says that it can't be decoded.
+    CompanionOutcome companion = CompanionOutcome::none; ///< Of the second file that the job named.
+    Result<> thumbnails{}; ///< Why it has none yet, though nothing says that it can't be decoded.
 };
 
 /// Takes the first five steps for several jobs, with one commit for all. Blocks; gives a result for each job,

@@ -10,10 +10,12 @@
 #include "hoardd/library/Clock.h"
 #include "hoardd/library/DurableFolders.h"
 #include "hoardd/pictures/AssetFacts.h"
+#include "hoardd/saving/PairRule.h"
 #include "hoardd/saving/SettledFile.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/object/Paths.h"
+#include "wickerlane/store/Sha256Internal.h"
 
 namespace wickerlane::hoardd {
 
@@ -22,6 +24,7 @@ using store::AssetRecord;
 namespace {
 
 constexpr const char *refusedMark = "/refused";
+constexpr const char *companionMark = "/companion";
 
 /// What is known before the bytes have been read.
 AssetRecord recordOf(const SaveJob &job, const SaveOrder &order) {
@@ -129,8 +132,9 @@ bool showSurface(Library &library, const ImageSurface &surface, const std::strin
            library.media().probe(encoded->descriptor(), targets);
 }
 
-/// Takes a first look at the original, which does not decode it.
-Result<> examine(Library &library, const SaveJob &job, const SaveOrder &order, StagedAsset &staged) {
+/// Takes a first look at the original, which does not decode it. Gives what it says of itself.
+Result<PictureFacts> examine(Library &library, const SaveJob &job, const SaveOrder &order,
+                             StagedAsset &staged) {
     auto preview = StagedThumbnails::create(library.paths(), staged.record.uuid);
     if (!preview)
         return passOn(preview);
@@ -150,7 +154,56 @@ Result<> examine(Library &library, const SaveJob &job, const SaveOrder &order, S
         staged.record.thumbnailIndex = 1;
         staged.preview = *std::move(preview);
     }
-    return {};
+    return seen.facts;
+}
+
+/// Whether the asset that has the bytes of what is saved has those of its second file as well.
+Result<bool> isPresent(Library &library, const StagedAsset &staged, const RegularFile &second,
+                       const std::string &path) {
+    if (!staged.present)
+        return false;
+    const auto companion = library.writer().companionOf(staged.present->uuid);
+    if (!companion)
+        return passOn(companion);
+    if (!*companion)
+        return false;
+    return store::sha256OfFile(second.file.get(), path).map([&](const store::Sha256 &sum) {
+        return sum == (*companion)->sha256;
+    });
+}
+
+/// Takes the second file that a job names along if it is of the same shot. That it can't be had is no fault
+/// of the first. `facts` are those of the first, if they are known.
+Result<> takeCompanion(Library &library, const SaveJob &job, const SaveOrder &order,
+                       const std::optional<PictureFacts> &facts, StagedAsset &staged) {
+    const auto second = openCallersFile(order.companionPath, job.mayReadFiles);
+    // What has the bytes of another asset's companion gets none itself.
+    const bool isSecondItself = staged.present && staged.present->sha256 != staged.record.sha256;
+    if (!second || second->status.st_size == 0 || isSecondItself)
+        return {};
+    const auto isThere = isPresent(library, staged, *second, order.companionPath);
+    if (!isThere)
+        return passOn(isThere);
+    // Before it is copied, since a video that is none may be large.
+    const auto factsOf = [&](int file) { return library.media().examine(file, {}).facts; };
+    const PictureFacts ofSecond = *isThere ? PictureFacts() : factsOf(second->file.get());
+    if (!*isThere && !areOneShot(facts ? *facts : factsOf(staged.original.descriptor()), ofSecond))
+        return {};
+    auto companion =
+        stageCompanion(second->file.get(), order.companionPath, staged.record.uuid, staged.folder.path());
+    if (!companion)
+        return passOn(companion);
+    if (ofSecond.format == MediaFormat::raw)
+        companion->row.format = mediaTypeName(MediaFormat::raw); // its first bytes may have said otherwise
+    if (staged.unlessPresent && !*isThere) {
+        const auto isKnown = library.writer().assetWithSum(companion->row.sha256);
+        if (!isKnown)
+            return passOn(isKnown);
+        if (*isKnown)
+            return {}; // as an asset of its own
+    }
+    staged.companion = *std::move(companion);
+    return staged.present ? Result<>() : staged.folder.markCompanion();
 }
 
 /// The file that goes once the asset is saved, if it lies in one of the folders whose files do.
@@ -179,6 +232,16 @@ void SaveFolder::markRefused() const {
 
 bool SaveFolder::isRefused(const std::string &folder) {
     return ::access((folder + refusedMark).c_str(), F_OK) == 0;
+}
+
+Result<> SaveFolder::markCompanion() const {
+    if (!openFile(folder + companionMark, O_WRONLY | O_CREAT))
+        return failSystem("make", folder + companionMark);
+    return {};
+}
+
+bool SaveFolder::hasCompanion(const std::string &folder) {
+    return ::access((folder + companionMark).c_str(), F_OK) == 0;
 }
 
 SaveFolder::~SaveFolder() {
@@ -238,9 +301,22 @@ Result<StagedAsset> stageAsset(Library &library, const SaveJob &job) {
             return passOn(present);
         staged.present = *std::move(present);
     }
-    if (!staged.present)
-        if (const auto examined = examine(library, job, *order, staged); !examined)
+    std::optional<PictureFacts> facts;
+    if (!staged.present) {
+        const auto examined = examine(library, job, *order, staged);
+        if (!examined)
             return passOn(examined);
+        facts = *examined;
+    }
+    if (!order->companionPath.empty()) {
+        if (const auto added = takeCompanion(library, job, *order, facts, staged); !added)
+            return passOn(added);
+    } else if (!job.uuid.empty()) {
+        auto lying = lyingCompanion(library.paths(), job.uuid);
+        if (!lying)
+            return passOn(lying);
+        staged.lyingCompanion = *std::move(lying);
+    }
     staged.original.close();
     return staged;
 }

@@ -11,6 +11,7 @@
 #include "hoardd/library/Library.h"
 #include "hoardd/library/StagedFile.h"
 #include "hoardd/pictures/Thumbnails.h"
+#include "hoardd/saving/Companions.h"
 #include "hoardd/saving/SaveJob.h"
 
 namespace wickerlane::hoardd {
@@ -33,6 +34,9 @@ public:
     /// found after a crash nevertheless, its files are to go.
     void markRefused() const;
     [[nodiscard]] static bool isRefused(const std::string &folder);
+    /// Notes that the save brings a companion: what lies in the place of one is its own.
+    [[nodiscard]] Result<> markCompanion() const;
+    [[nodiscard]] static bool hasCompanion(const std::string &folder);
 
 private:
     explicit SaveFolder(std::string made) : folder(std::move(made)) {}
@@ -55,7 +59,10 @@ struct StagedAsset {
     SaveFolder folder;
     StagedFile original; ///< Sealed and closed.
     store::AssetRecord record;
-    std::optional<StagedFile> sidecar{};       ///< A file of metadata that came with it; sealed and closed.
+    std::optional<StagedFile> sidecar{};        ///< A file of metadata that came with it; sealed and closed.
+    std::optional<StagedCompanion> companion{}; ///< The second file of the shot that came with it.
+    /// That of an asset that comes back, which is in its place.
+    std::optional<store::Companion> lyingCompanion{};
     std::optional<StagedThumbnails> preview{}; ///< What serves as its thumbnails for the moment.
     /// What the first look could not read. Thumbnails of the picture itself are due in any case: whether it
     /// can be decoded is known only when they are made.

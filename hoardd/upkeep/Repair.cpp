@@ -35,6 +35,8 @@ Result<> repairFinding(Library &library, const Finding &finding) {
         return forgetMissingRendition(library, finding.uuid);
     case Finding::Kind::strayOriginal:
         return moveStrayOriginal(library, finding.path, library.paths().lostAndFound());
+    case Finding::Kind::strayCompanion:
+        return repairStrayCompanion(library, finding.path);
     case Finding::Kind::strayThumbnail:
     case Finding::Kind::strayRendition:
         return moveStray(library, finding.path, library.paths().lostAndFound());
@@ -87,6 +89,7 @@ Result<> repairLibrary(Library &library) {
         if (!repaired)
             failures.add(std::string(nameOf(finding.kind)) + ' ' + finding.path, repaired.error());
     }
+    saveFilesLeftFound(library); // companions of assets that have gone
     tryUndecodable(library, Refused::byAny);
     makeThumbnailsLeftDue(library);
     return failures.result("things could not be repaired");

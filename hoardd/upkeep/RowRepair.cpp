@@ -135,9 +135,12 @@ Result<> restoreForgottenRows(Library &library) {
         return {};
     const auto restored = library.writer().change([&](Database &database) -> Result<std::size_t> {
         std::size_t count = 0;
-        // Read again, now that nothing is removed meanwhile. Assets come before their renditions.
-        for (const auto &[name, columns] : forgottenRows(library.paths(), database))
-            count += insertNotedRow(database, name.first, columns) ? 1 : 0;
+        // Read again, now that nothing is removed meanwhile. Assets come before what refers to them.
+        const NotedRows rows = forgottenRows(library.paths(), database);
+        for (const bool isAsset : {true, false})
+            for (const auto &[name, columns] : rows)
+                if ((name.first == "zgenericasset") == isAsset)
+                    count += insertNotedRow(database, name.first, columns) ? 1 : 0;
         return count;
     });
     if (!restored)

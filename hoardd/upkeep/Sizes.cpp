@@ -34,6 +34,14 @@ std::uint64_t bytesOf(const std::string &path) {
     return none ? 0 : bytes;
 }
 
+Result<std::uint64_t> companionBytes(Library &library, std::string_view table) {
+    return library
+        .read([table](sqlite::Database &database) {
+            return database.integer(std::string("SELECT coalesce(sum(bytesize), 0) FROM ").append(table));
+        })
+        .map([](std::int64_t bytes) { return static_cast<std::uint64_t>(bytes); });
+}
+
 struct TrashSizes {
     std::uint64_t originals = 0;
     std::uint64_t derived = 0;
@@ -54,7 +62,11 @@ Result<TrashSizes> trashSizes(Library &library) {
         return passOn(trashed);
     if (!renditions)
         return passOn(renditions);
+    const auto companions = companionBytes(library, store::trashedCompanionTable);
+    if (!companions)
+        return passOn(companions);
     TrashSizes sizes;
+    sizes.originals = *companions;
     for (const store::AssetRecord &asset : *trashed) {
         sizes.originals += asset.byteSize;
         for (const auto size : store::thumbnailSizes)
@@ -74,13 +86,16 @@ Result<std::map<std::uint32_t, std::uint64_t>> librarySizes(Library &library) {
     const auto trash = trashSizes(library);
     if (!trash)
         return passOn(trash);
+    const auto companions = companionBytes(library, store::companionTable);
+    if (!companions)
+        return passOn(companions);
     const store::LibraryPaths &paths = library.paths();
     const std::string data = paths.folder() + "/PhotoData";
     std::map<std::uint32_t, std::uint64_t> sizes;
     const auto set = [&](SizeKind kind, std::uint64_t bytes) {
         sizes[static_cast<std::uint32_t>(kind)] = bytes;
     };
-    set(SizeKind::photos, counts->photoBytes);
+    set(SizeKind::photos, counts->photoBytes + *companions); // only pictures have any
     set(SizeKind::videos, counts->videoBytes);
     const std::uint64_t derived = bytesBelow(data + "/Thumbnails") + bytesBelow(data + "/Renditions");
     set(SizeKind::derived, derived - std::min(derived, trash->derived));

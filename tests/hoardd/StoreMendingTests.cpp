@@ -6,6 +6,7 @@
 #include <array>
 #include <filesystem>
 #include <fstream>
+#include <map>
 
 #include "hoardd/library/Store.h"
 #include "hoardd/library/StoreBackups.h"
@@ -43,6 +44,8 @@ public: // for the tables of cases
                 "INSERT INTO zrendition (assetuuid, filename, sha256, dateadded, properties) SELECT uuid, "
                 "'edited', x'01', 5, x'00ff0a09' FROM zgenericasset "
                 "WHERE pk = 230;"
+                "INSERT INTO zcompanion (assetuuid, filename, originalfilename, format, bytesize, sha256) "
+                "SELECT uuid, 'second', 'a.dng', '', 7, zeroblob(32) FROM zgenericasset WHERE pk = 232;"
                 "INSERT INTO zperson (personid, info) VALUES ('Ann', x'010203');"
                 "INSERT INTO zalbum (uuid, name, datecreated) VALUES "
                 "('00000000-0000-4000-8000-000000000001', 'Dunes', "
@@ -112,6 +115,7 @@ public: // for the tables of cases
         EXPECT_EQ(number("SELECT datecreated = 12345.5 FROM zgenericasset WHERE pk = 231"), 1) << subject;
         EXPECT_EQ(text("SELECT uuid FROM zlibrary"), identity) << subject;
         EXPECT_EQ(number("SELECT properties = x'00ff0a09' FROM zrendition"), 1) << subject;
+        EXPECT_EQ(number("SELECT bytesize FROM zcompanion WHERE originalfilename = 'a.dng'"), 7) << subject;
         EXPECT_EQ(number("SELECT info = x'010203' FROM zperson WHERE personid = 'Ann'"), 1) << subject;
         EXPECT_EQ(text("SELECT name FROM zalbum"), "Dunes") << subject;
     }
@@ -376,11 +380,11 @@ TEST_F(Notes, KeepWhatAnOlderCopyOfTheStoreLacks) {
     ASSERT_TRUE(opened);
     ASSERT_TRUE((*opened)->rewriteNotes());
     auto reader = Database::open(paths.database(), Database::Access::read);
-    std::size_t assets = 0, renditions = 0;
+    std::map<std::string, int> counts;
     for (const auto &[name, columns] : forgottenRows(paths, *reader))
-        ++(name.first == "zgenericasset" ? assets : renditions);
-    EXPECT_EQ(assets, inAll - backedUp);
-    EXPECT_EQ(renditions, 1U);
+        ++counts[name.first];
+    EXPECT_EQ(counts, (std::map<std::string, int>{
+                          {"zgenericasset", inAll - backedUp}, {"zrendition", 1}, {"zcompanion", 1}}));
 }
 
 } // namespace

@@ -259,7 +259,7 @@ Bytes rawOf(const TestRaw &raw) {
         return made;
     };
     // The sizes of directories do not depend on where they are, so that they are laid out twice.
-    std::uint32_t previewAt = 0, sensorAt = 0, pixelsAt = 0, jpegAt = 0;
+    std::uint32_t previewAt = 0, sensorAt = 0, pixelsAt = 0, jpegAt = 0, photoAt = 0;
     Bytes out;
     for (int time = 0; time < 2; ++time) {
         out.clear();
@@ -271,9 +271,17 @@ Bytes rawOf(const TestRaw &raw) {
         first.number32(0x0116, smallHeight);
         first.number32(0x0117, smallWidth * smallHeight);
         first.numbers32(0x014A, {previewAt, sensorAt});
+        if (!raw.dateTimeOriginal.empty())
+            first.number32(0x8769, photoAt);
         if (raw.saysVersion)
             first.number32(0xC612, 1);
         first.writeTo(out);
+        if (!raw.dateTimeOriginal.empty()) {
+            photoAt = static_cast<std::uint32_t>(out.size());
+            Directory photo(raw.bigEndian);
+            photo.text(0x9003, raw.dateTimeOriginal);
+            photo.writeTo(out);
+        }
 
         previewAt = static_cast<std::uint32_t>(out.size());
         const Pixels shown = decodedPicture(raw.preview);

@@ -73,10 +73,11 @@ struct TestRaw {
     std::uint32_t width = 3000;
     std::uint32_t height = 2000;
     std::uint16_t orientation = 1;
-    Bytes preview;               ///< A JPEG; empty for none.
-    bool previewIsStrip = false; ///< Stored as the strip of an image, not as a separate JPEG.
-    bool saysVersion = false;    ///< The format's version marks it as raw.
-    bool saysFilterArray = true; ///< The pixel layout does. If neither does: an ordinary TIFF file.
+    Bytes preview;                  ///< A JPEG; empty for none.
+    bool previewIsStrip = false;    ///< Stored as the strip of an image, not as a separate JPEG.
+    bool saysVersion = false;       ///< The format's version marks it as raw.
+    bool saysFilterArray = true;    ///< The pixel layout does. If neither does: an ordinary TIFF file.
+    std::string dateTimeOriginal{}; ///< "2021:06:15 10:20:30"; empty for none.
 };
 
 /// The TIFF structure of EXIF, as in a JPEG's APP1 segment after "Exif\0\0".

@@ -17,6 +17,10 @@ inline constexpr std::string_view assetType = "assetType";
 /// String: absolute path of a file of metadata that belongs to the picture, which the caller may read. The
 /// library keeps it with the asset.
 inline constexpr std::string_view sidecarPath = "sidecarPath";
+/// String: absolute path of a second file of the same shot, which the caller may read: the raw file of a
+/// picture, or the short video that was taken with it. If contents and times say that it is one, the library
+/// keeps it with the asset; else it is not saved. The file stays where it is.
+inline constexpr std::string_view companionPath = "companionPath";
 /// String: the name of the asset.
 inline constexpr std::string_view originalFilename = "originalFilename";
 /// Date: overrides the date in the file.
@@ -36,6 +40,10 @@ inline constexpr std::string_view error = "error";
 inline constexpr std::string_view uuid = "uuid";
 /// Number, boolean: true when the library had the asset already, else missing.
 inline constexpr std::string_view wasPresent = "wasPresent";
+/// Number, boolean: the second file was saved with the asset; else missing.
+inline constexpr std::string_view companionWasSaved = "companionWasSaved";
+/// Number, boolean: the library had the second file already, with this asset; else missing.
+inline constexpr std::string_view companionWasPresent = "companionWasPresent";
 /// String: the persistent URL.
 inline constexpr std::string_view assetURL = "assetURL";
 /// String.

@@ -12,6 +12,7 @@
 
 #include "wickerlane/platform/object/Paths.h"
 #include "wickerlane/store/AssetColumns.h"
+#include "wickerlane/store/CompanionReader.h"
 #include "wickerlane/store/OriginalFault.h"
 #include "wickerlane/store/Schema.h"
 #include "wickerlane/store/Soundness.h"
@@ -54,6 +55,15 @@ private:
     void checkAsset(const AssetRecord &asset);
     void checkOriginal(const AssetRecord &asset);
     void checkContents(const AssetRecord &asset, const std::string &original);
+    [[nodiscard]] Result<> checkCompanions(Database &database, std::string_view table);
+    /// A file that an asset can't be without.
+    struct Kept {
+        const std::string &path;
+        std::uint64_t byteSize;
+        Finding::Kind whenMissing, whenChanged;
+    };
+    /// Whether it is there in its size; else that is found.
+    bool hasSize(const std::string &uuid, const Kept &file);
     [[nodiscard]] Result<> checkTrash(Database &database);
     [[nodiscard]] Result<> readFaults(Database &database);
     void checkStrays(const std::vector<std::string> &files, Finding::Kind kind);
@@ -65,7 +75,7 @@ private:
     const LibraryPaths &paths;
     const CheckOptions &options;
     bool cancelled = false;
-    std::vector<std::string> originals, thumbnails, renditions;
+    std::vector<std::string> originals, thumbnails, renditions, companions;
     std::unordered_set<std::string> underWay; // UUIDs of assets whose files are being changed
     struct Noted {
         OriginalFault fault;
@@ -83,6 +93,7 @@ Result<> Check::run() {
     originals = filesBelow(paths.folder() + "/DCIM");
     thumbnails = filesBelow(paths.folder() + "/PhotoData/Thumbnails");
     renditions = filesBelow(paths.folder() + "/PhotoData/Renditions");
+    companions = filesBelow(paths.folder() + "/PhotoData/Companions");
     noteUnderWay();
     auto database = Database::open(paths.database(), Database::Access::read);
     if (!database && database.error().kind == ProblemKind::notFound && hasOriginals(paths)) {
@@ -109,6 +120,7 @@ Result<> Check::run() {
     checkStrays(originals, Finding::Kind::strayOriginal);
     checkStrays(thumbnails, Finding::Kind::strayThumbnail);
     checkStrays(renditions, Finding::Kind::strayRendition);
+    checkStrays(companions, Finding::Kind::strayCompanion);
     noteUnderWay();
     return confirm(*database);
 }
@@ -193,6 +205,8 @@ Result<> Check::checkRows(Database &database) {
             });
     if (!albums)
         return albums;
+    if (auto checked = checkCompanions(database, companionTable); !checked)
+        return checked;
     return database.prepare("SELECT assetuuid, filename FROM zrendition").forEach([&](const Statement &row) {
         const std::string uuid(row.text(0));
         const std::string path = paths.renditionFolder(uuid) + '/' + std::string(row.text(1));
@@ -223,6 +237,8 @@ Result<> Check::checkTrash(Database &database) {
     });
     if (!assets || isCancelled())
         return assets;
+    if (auto checked = checkCompanions(database, trashedCompanionTable); !checked)
+        return checked;
     return database.prepare("SELECT assetuuid, filename FROM ztrashedrendition")
         .forEach([&](const Statement &row) {
             expected.insert(paths.renditionFolder(row.text(0)) + '/' + std::string(row.text(1)));
@@ -234,17 +250,23 @@ bool Check::isCancelled() {
     return cancelled;
 }
 
+bool Check::hasSize(const std::string &uuid, const Kept &file) {
+    expected.insert(file.path);
+    struct stat status {};
+    if (::lstat(file.path.c_str(), &status) != 0)
+        find(file.whenMissing, uuid, file.path);
+    else if (!S_ISREG(status.st_mode) || static_cast<std::uint64_t>(status.st_size) != file.byteSize)
+        find(file.whenChanged, uuid, file.path, "its size is another");
+    else
+        return true;
+    return false;
+}
+
 void Check::checkOriginal(const AssetRecord &asset) {
     const std::string original = paths.original(asset);
-    expected.insert(original);
-    struct stat status {};
-    if (::lstat(original.c_str(), &status) != 0) {
-        find(Finding::Kind::missingOriginal, asset.uuid, original);
-    } else if (!S_ISREG(status.st_mode) || static_cast<std::uint64_t>(status.st_size) != asset.byteSize) {
-        find(Finding::Kind::changedOriginal, asset.uuid, original, "its size is another");
-    } else {
+    if (hasSize(asset.uuid,
+                {original, asset.byteSize, Finding::Kind::missingOriginal, Finding::Kind::changedOriginal}))
         checkContents(asset, original);
-    }
 }
 
 void Check::checkContents(const AssetRecord &asset, const std::string &original) {
@@ -273,6 +295,27 @@ void Check::checkContents(const AssetRecord &asset, const std::string &original)
     case OriginalFault::none:
         break;
     }
+}
+
+Result<> Check::checkCompanions(Database &database, std::string_view table) {
+    const auto all = readCompanions(database, table);
+    if (!all)
+        return passOn(all);
+    for (const auto &[uuid, companion] : *all) {
+        if (isCancelled())
+            return {};
+        const std::string path = companionPath(paths, uuid, companion);
+        if (!hasSize(uuid, {path, companion.byteSize, Finding::Kind::missingCompanion,
+                            Finding::Kind::changedCompanion}) ||
+            !options.sumOfFile)
+            continue;
+        const auto sum = options.sumOfFile(path);
+        if (!sum)
+            find(Finding::Kind::unreadable, uuid, path, sum.error().text);
+        else if (*sum != companion.sha256)
+            find(Finding::Kind::changedCompanion, uuid, path, "its contents are others");
+    }
+    return {};
 }
 
 void Check::checkAsset(const AssetRecord &asset) {
@@ -317,12 +360,18 @@ const char *nameOf(Finding::Kind kind) noexcept {
         return "missing thumbnail";
     case Finding::Kind::missingRendition:
         return "missing rendition";
+    case Finding::Kind::missingCompanion:
+        return "missing companion";
+    case Finding::Kind::changedCompanion:
+        return "changed companion";
     case Finding::Kind::strayOriginal:
         return "stray file among the originals";
     case Finding::Kind::strayThumbnail:
         return "stray file among the thumbnails";
     case Finding::Kind::strayRendition:
         return "stray file among the renditions";
+    case Finding::Kind::strayCompanion:
+        return "stray file among the companions";
     }
     return "";
 }

@@ -24,9 +24,12 @@ struct Finding {
         unreadable,       ///< An original that can't be read.
         missingThumbnail, ///< Of a picture that could be decoded; made again on demand.
         missingRendition, ///< An asset whose edited rendition is gone.
+        missingCompanion, ///< An asset whose second file is gone.
+        changedCompanion, ///< A second file whose size or sum is not what was saved.
         strayOriginal,    ///< A file among the originals that no asset has.
         strayThumbnail,   ///< A file among the thumbnails that no asset has.
         strayRendition,   ///< A file among the renditions that no asset has.
+        strayCompanion,   ///< A file among the second files that no asset has.
     };
     Kind kind;
     std::string uuid;   ///< Of the asset; empty for files without one.

@@ -454,17 +454,34 @@ WHEN EXISTS (SELECT 1 FROM zalbumasset WHERE asset = old.pk) BEGIN
 END;
 )sql";
 
+// The second file of a shot, which is kept with the first.
+constexpr const char *companions = R"sql(
+CREATE TABLE zcompanion (
+    assetuuid TEXT PRIMARY KEY REFERENCES zgenericasset (uuid) ON DELETE CASCADE,
+    filename TEXT NOT NULL,
+    originalfilename TEXT NOT NULL,
+    format TEXT NOT NULL,
+    bytesize INTEGER NOT NULL,
+    sha256 BLOB NOT NULL CHECK (length(sha256) = 32)
+);
+CREATE INDEX zcompanion_sha256 ON zcompanion (sha256);
+CREATE TABLE ztrashedcompanion AS SELECT * FROM zcompanion WHERE 0;
+CREATE INDEX ztrashedcompanion_assetuuid ON ztrashedcompanion (assetuuid);
+CREATE INDEX ztrashedcompanion_sha256 ON ztrashedcompanion (sha256);
+)sql";
+
 // New tables and columns are added by a step of their own at the end.
-constexpr const char *steps[] = {assets,      renditions, durations, sums,          counts, analyses,
-                                 albums,      sharing,    feed,      dueThumbnails, clocks, decoders,
-                                 currentFeed, visits,     trash,     scrubs};
+constexpr const char *steps[] = {assets,      renditions, durations, sums,          counts,    analyses,
+                                 albums,      sharing,    feed,      dueThumbnails, clocks,    decoders,
+                                 currentFeed, visits,     trash,     scrubs,        companions};
+
+constexpr const char *ofUUID = "assetuuid IN (SELECT uuid FROM zgenericasset WHERE pk = ?1 UNION ALL "
+                               "SELECT uuid FROM ztrashedasset WHERE pk = ?1)";
 
 constexpr TrashedTable tablesOfTrash[] = {
     {"zgenericasset", "ztrashedasset", "pk = ?1", "1"},
-    {"zrendition", "ztrashedrendition",
-     "assetuuid IN (SELECT uuid FROM zgenericasset WHERE pk = ?1 UNION ALL "
-     "SELECT uuid FROM ztrashedasset WHERE pk = ?1)",
-     "1"},
+    {"zrendition", "ztrashedrendition", ofUUID, "1"},
+    {"zcompanion", "ztrashedcompanion", ofUUID, "1"},
     {"zalbumasset", "ztrashedalbumasset", "asset = ?1", "album IN (SELECT pk FROM zalbum)"},
     {"znotduplicate", "ztrashednotduplicate", "?1 IN (one, other)",
      "one IN (SELECT pk FROM zgenericasset) AND other IN (SELECT pk FROM zgenericasset)"},

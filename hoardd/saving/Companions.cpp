@@ -1,0 +1,144 @@
+#include "hoardd/saving/Companions.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <filesystem>
+
+#include "hoardd/library/CallersFile.h"
+#include "hoardd/library/DurableFolders.h"
+#include "hoardd/library/Lookup.h"
+#include "hoardd/library/WorkNote.h"
+#include "hoardd/media/FileType.h"
+#include "wickerlane/platform/file/Files.h"
+#include "wickerlane/platform/object/Paths.h"
+#include "wickerlane/store/Sha256Internal.h"
+
+namespace wickerlane::hoardd {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+FileType typeOf(int file, std::string_view name) {
+    std::array<std::byte, mediaTypeBytes> start{};
+    const ssize_t count = ::pread(file, start.data(), start.size(), 0);
+    return fileTypeOf(std::span(start).first(count > 0 ? static_cast<std::size_t>(count) : 0), name);
+}
+
+/// The first file among the companions that begins with a UUID; empty when there is none.
+std::string pathOfLying(const store::LibraryPaths &paths, const std::string &uuid) {
+    std::error_code none;
+    for (const auto &entry : fs::directory_iterator(store::companionFolder(paths, uuid), none))
+        if (entry.path().filename().string().starts_with(uuid + '.') && entry.is_regular_file(none))
+            return entry.path();
+    return {};
+}
+
+} // namespace
+
+Result<StagedCompanion> stageCompanion(int source, std::string_view path, std::string_view uuid,
+                                       const std::string &folder) {
+    auto copy = StagedFile::create(folder);
+    if (!copy)
+        return passOn(copy);
+    if (const auto sealed = copy->copyFrom(source).and_then([&] { return copy->seal(); }); !sealed)
+        return passOn(sealed);
+    const auto sum = copy->sum();
+    if (!sum)
+        return passOn(sum);
+    struct stat status {};
+    if (::fstat(copy->descriptor(), &status) != 0)
+        return failSystem("write", folder);
+    const std::string_view name = lastPathComponent(path);
+    const FileType type = typeOf(copy->descriptor(), name);
+    store::Companion row{std::string(uuid) + '.' + type.extension, std::string(name), type.mediaType,
+                         static_cast<std::uint64_t>(status.st_size), *sum};
+    copy->close();
+    return StagedCompanion{*std::move(copy), std::move(row)};
+}
+
+Result<> placeCompanion(const store::LibraryPaths &paths, StagedCompanion &companion, std::string_view uuid) {
+    const std::string folder = store::companionFolder(paths, uuid);
+    const auto placed =
+        makeDurableFolder(folder)
+            .and_then([&] { return companion.file.moveTo(store::companionPath(paths, uuid, companion.row)); })
+            .and_then([&] { return makeNamesDurable(folder); });
+    companion.isPlaced = placed.has_value();
+    return placed;
+}
+
+Result<CompanionOutcome> attachCompanion(Library &library, const std::string &uuid,
+                                         StagedCompanion &companion) {
+    const MutexLock lock(library.locks().of(uuid));
+    const auto asset = assetWithUUID(library, uuid);
+    if (!asset)
+        return CompanionOutcome::none; // it has just been deleted
+    const auto present = library.writer().companionOf(uuid);
+    if (!present)
+        return passOn(present);
+    if (*present)
+        return (*present)->sha256 == companion.row.sha256 ? CompanionOutcome::wasPresent
+                                                          : CompanionOutcome::none;
+    // What lies there without a row may be all that is left of something.
+    if (companion.isPlaced || !pathOfLying(library.paths(), uuid).empty())
+        return CompanionOutcome::none;
+    auto note = WorkNote::write(library.paths(), (*asset)->record(), Work::companion);
+    if (!note)
+        return passOn(note);
+    companion.row.filename.replace(0, uuid.size(), uuid);
+    if (const auto placed = placeCompanion(library.paths(), companion, uuid); !placed) {
+        removeCompanion(library.paths(), uuid);
+        return passOn(placed);
+    }
+    if (const auto added = library.writer().addCompanion(uuid, companion.row); !added) {
+        note->keep(); // a commit whose sync failed may still be found after a crash
+        return passOn(added);
+    }
+    return CompanionOutcome::wasSaved;
+}
+
+Result<std::optional<store::Companion>> lyingCompanion(const store::LibraryPaths &paths,
+                                                       const std::string &uuid) {
+    const std::string path = pathOfLying(paths, uuid);
+    if (path.empty())
+        return std::nullopt;
+    const auto opened = requireRegular(openFile(path, O_RDONLY | O_NONBLOCK), path);
+    if (!opened)
+        return passOn(opened);
+    const auto sum = store::sha256OfFile(opened->file.get(), path);
+    if (!sum)
+        return passOn(sum);
+    const std::string_view name = lastPathComponent(path);
+    return store::Companion{std::string(name),
+                            {},
+                            typeOf(opened->file.get(), name).mediaType,
+                            static_cast<std::uint64_t>(opened->status.st_size),
+                            *sum};
+}
+
+Result<> adoptCompanion(Library &library, const std::string &uuid) {
+    const MutexLock lock(library.locks().of(uuid));
+    const auto isThere = library.writer().contains(uuid);
+    const auto present = library.writer().companionOf(uuid);
+    if (!isThere)
+        return passOn(isThere);
+    if (!present)
+        return passOn(present);
+    if (!*isThere || *present)
+        return {};
+    const auto lying = lyingCompanion(library.paths(), uuid);
+    if (!lying)
+        return passOn(lying);
+    return *lying ? library.writer().addCompanion(uuid, **lying) : Result<>();
+}
+
+void removeCompanion(const store::LibraryPaths &paths, const std::string &uuid) {
+    for (std::string path = pathOfLying(paths, uuid); !path.empty(); path = pathOfLying(paths, uuid))
+        if (::unlink(path.c_str()) != 0)
+            return;
+}
+
+} // namespace wickerlane::hoardd

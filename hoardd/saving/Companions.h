@@ -1,0 +1,50 @@
+// The second file of a shot, which is kept with the first as one asset.
+#ifndef HOARDD_SAVING_COMPANIONS_H
+#define HOARDD_SAVING_COMPANIONS_H
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "hoardd/library/Library.h"
+#include "hoardd/library/StagedFile.h"
+
+namespace wickerlane::hoardd {
+
+/// A companion on its way to its place.
+struct StagedCompanion {
+    StagedFile file; ///< Sealed and closed.
+    store::Companion row;
+    bool isPlaced = false;
+};
+
+/// Copies the second file of a shot, which came from a path, into a folder.
+[[nodiscard]] Result<StagedCompanion> stageCompanion(int source, std::string_view path, std::string_view uuid,
+                                                     const std::string &folder);
+
+/// Puts it into its place, which survives a crash.
+[[nodiscard]] Result<> placeCompanion(const store::LibraryPaths &paths, StagedCompanion &companion,
+                                      std::string_view uuid);
+
+enum class CompanionOutcome {
+    none,       ///< The asset does not have it.
+    wasSaved,   ///< It does now.
+    wasPresent, ///< It did before.
+};
+/// Gives an asset of the library a companion, unless it has one: if hoardd is killed, the next one finishes
+/// this. Blocks.
+[[nodiscard]] Result<CompanionOutcome> attachCompanion(Library &library, const std::string &uuid,
+                                                       StagedCompanion &companion);
+
+/// What lies where the companion of an asset belongs; nothing when nothing does.
+[[nodiscard]] Result<std::optional<store::Companion>> lyingCompanion(const store::LibraryPaths &paths,
+                                                                     const std::string &uuid);
+/// Gives an asset without a companion the one that lies there, if any does.
+[[nodiscard]] Result<> adoptCompanion(Library &library, const std::string &uuid);
+
+/// Of an asset without a row.
+void removeCompanion(const store::LibraryPaths &paths, const std::string &uuid);
+
+} // namespace wickerlane::hoardd
+
+#endif
