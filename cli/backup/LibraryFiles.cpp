@@ -7,6 +7,7 @@
 #include <unordered_set>
 
 #include "wickerlane/store/AssetColumns.h"
+#include "wickerlane/store/CompanionReader.h"
 #include "wickerlane/store/Schema.h"
 
 namespace wickerlane::cli {
@@ -19,10 +20,12 @@ using sqlite::Statement;
 // What is deleted stands in tables of its own until it goes for good. An older store has no such tables.
 constexpr std::array assetTables{"zgenericasset", "ztrashedasset"};
 constexpr std::array renditionTables{"zrendition", "ztrashedrendition"};
+constexpr std::array companionTables{store::companionTable, store::trashedCompanionTable};
 
 // In PhotoData: what is only under way, belongs to this disk or is copied in another way.
-constexpr std::array<std::string_view, 8> leftOut{"Saving",  "Incoming",  "Found",      "Backups",
-                                                  "Reserve", "Restoring", "Renditions", "hoardd.lock"};
+constexpr std::array<std::string_view, 9> leftOut{"Saving",     "Incoming",   "Found",
+                                                  "Backups",    "Reserve",    "Restoring",
+                                                  "Renditions", "Companions", "hoardd.lock"};
 
 Result<bool> hasTable(Database &database, std::string_view name) {
     return database.prepare("SELECT 1 FROM sqlite_schema WHERE type = 'table' AND name = ?").bind(name).any();
@@ -60,6 +63,16 @@ Result<> markFaulty(Database &database, const std::string &assets, const char *s
     const std::unordered_set<std::string> found(faulty->begin(), faulty->end());
     for (LibraryFile &each : files)
         each.isFaulty = each.isFaulty || (each.isOriginal && found.contains(each.path));
+    return {};
+}
+
+Result<> addCompanions(Database &database, std::string_view table, std::vector<LibraryFile> &files) {
+    const auto companions = store::readCompanions(database, table);
+    if (!companions)
+        return passOn(companions);
+    for (const auto &[uuid, companion] : *companions)
+        files.push_back(
+            {store::companionPath(store::LibraryPaths(""), uuid, companion).substr(1), companion.sha256});
     return {};
 }
 
@@ -198,6 +211,13 @@ Result<std::vector<LibraryFile>> listLibraryFiles(const store::LibraryPaths &pat
             });
         if (!marked)
             return passOn(marked);
+    }
+    for (const std::string_view table : companionTables) {
+        const auto added = hasTable(store, table).and_then([&](bool isThere) {
+            return isThere ? addCompanions(store, table, files) : Result<>();
+        });
+        if (!added)
+            return passOn(added);
     }
     if (const auto added = addOthers(paths, uuids, files); !added)
         return passOn(added);

@@ -122,7 +122,8 @@ Result<> Restore::copy(const BackedUpFile &file, const std::string &place, bool 
     auto copied = VerifiedCopy::create(temporary("file"));
     if (!copied)
         return passOn(copied);
-    const mode_t mode = file.path.starts_with("DCIM/") ? 0400 : 0600;
+    const bool isKept = file.path.starts_with("DCIM/") || file.path.starts_with("PhotoData/Companions/");
+    const mode_t mode = isKept ? 0400 : 0600;
     return copied->copyFrom(opened->get(), source, file.sum)
         .and_then([&] { return copied->setAttributes(mode, file.modified); })
         .and_then([&] { return replaces ? putAside(place) : Result<>(); })

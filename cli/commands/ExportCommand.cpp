@@ -23,6 +23,7 @@
 #include "cli/Subcommands.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/platform/file/Retry.h"
+#include "wickerlane/store/CompanionReader.h"
 
 namespace wickerlane::cli {
 namespace {
@@ -38,6 +39,17 @@ struct Options {
 };
 
 using Assets = std::vector<Ref<store::ManagedAsset>>;
+
+/// An asset with its second file, if it has one.
+struct Shot {
+    const store::ManagedAsset &asset;
+    const store::Companion *companion;
+};
+
+Shot shotOf(const store::ManagedAsset &asset, const store::Companions &companions) {
+    const auto found = companions.find(asset.record().uuid);
+    return {asset, found == companions.end() ? nullptr : &found->second};
+}
 
 Result<UniqueFd> openOriginal(const store::ManagedAsset &asset) {
     UniqueFd original(JXGatekeeperClient::sharedInstance()->fileDescriptorForAssetURL(asset.assetURL()));
@@ -72,6 +84,21 @@ Result<> writeSidecar(const store::ManagedAsset &asset, const std::string &copy)
     return !written && written.error().kind == ProblemKind::exists ? Result<>() : written;
 }
 
+/// Beside a copy, under the same name with its own extension.
+std::string pathOfCompanion(const store::Companion &companion, const std::string &copy) {
+    const fs::path own(companion.originalFilename.empty() ? companion.filename : companion.originalFilename);
+    return fs::path(copy).replace_extension(own.extension()).string();
+}
+
+Result<UniqueFd> openCompanion(const Shot &shot) {
+    const std::string path =
+        store::companionPath(store::LibraryPaths(), shot.asset.record().uuid, *shot.companion);
+    UniqueFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!file)
+        return failSystem("read", path);
+    return file;
+}
+
 /// Whether there is a file with the same bytes as the original.
 bool hasSameBytes(const std::string &path, int original) {
     const UniqueFd file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
@@ -102,22 +129,26 @@ bool isThere(const std::string &path) {
 /// Names in a folder, each for one asset.
 class Names {
 public:
+    /// The names that are given for one asset.
+    using Paths = std::vector<std::string>;
     explicit Names(fs::path where) : folder(std::move(where)) {}
 
     /// Calls `take` with the paths that an asset may have, best first, until it takes one: "a.jpg",
-    /// "a 2.jpg", and so on, without those that other assets took.
-    Result<> give(const std::string &name, const std::function<Result<bool>(const std::string &)> &take) {
+    /// "a 2.jpg", and so on, without those that other assets took. `addTo` adds the paths that go with one.
+    Result<> give(const std::string &name, const std::function<void(Paths &)> &addTo,
+                  const std::function<Result<bool>(const Paths &)> &take) {
         unsigned &first = firstFree[name];
         for (unsigned number = first;; ++number) {
-            const std::string path = pathOf(name, number);
-            if (taken.contains(path))
+            Paths all{pathOf(name, number)};
+            addTo(all);
+            if (std::ranges::any_of(all, [&](const std::string &path) { return taken.contains(path); }))
                 continue;
-            const auto isTaken = take(path);
+            const auto isTaken = take(all);
             if (!isTaken)
                 return passOn(isTaken);
             if (!*isTaken)
                 continue;
-            taken.insert(path);
+            taken.insert(all.begin(), all.end());
             while (taken.contains(pathOf(name, first)))
                 ++first;
             return {};
@@ -142,32 +173,56 @@ struct Exported {
     std::size_t wasThere = 0; ///< With the same bytes.
 };
 
-/// Exports an asset under a name that is free, unless it is there already.
-Result<> exportInto(Names &names, const store::ManagedAsset &asset, Exported &exported) {
+/// Exports an asset under a name that is free for all its files, unless they are there already.
+Result<> exportInto(Names &names, const Shot &shot, Exported &exported) {
     const ReleaseScope scope;
-    const auto original = openOriginal(asset);
+    const store::ManagedAsset &asset = shot.asset;
+    std::vector<UniqueFd> files;
+    auto original = openOriginal(asset);
     if (!original)
         return passOn(original);
-    return names.give(outsideName(asset.record()), [&](const std::string &path) -> Result<bool> {
-        if (isThere(path)) {
-            const bool isSame = hasSameBytes(path, original->get());
-            if (!isSame)
+    files.push_back(*std::move(original));
+    // Without its companion, the original is exported all the same.
+    Result<> complete;
+    if (shot.companion != nullptr) {
+        auto companion = openCompanion(shot);
+        if (companion)
+            files.push_back(*std::move(companion));
+        else
+            complete = passOn(companion);
+    }
+    const auto addCompanion = [&](Names::Paths &paths) {
+        if (files.size() > 1)
+            paths.push_back(pathOfCompanion(*shot.companion, paths.front()));
+    };
+    const auto take = [&](const Names::Paths &paths) -> Result<bool> {
+        std::vector<bool> isSame;
+        for (std::size_t i = 0; i < paths.size(); ++i) {
+            isSame.push_back(isThere(paths[i]));
+            if (isSame.back() && !hasSameBytes(paths[i], files[i].get()))
                 return false;
-            ++exported.wasThere;
-            return writeSidecar(asset, path).map([] { return true; });
         }
-        const auto written = writeCopy(asset, original->get(), path, false);
-        if (!written && written.error().kind == ProblemKind::exists)
-            return false; // it has just been made
-        if (!written)
-            return passOn(written);
-        ++exported.written;
-        return writeSidecar(asset, path).map([] { return true; });
-    });
+        for (std::size_t i = 0; i < paths.size(); ++i) {
+            if (isSame[i]) {
+                ++exported.wasThere;
+                continue;
+            }
+            const auto written = writeCopy(asset, files[i].get(), paths[i], false);
+            if (!written && written.error().kind == ProblemKind::exists)
+                return false; // it has just been made
+            if (!written)
+                return passOn(written);
+            ++exported.written;
+        }
+        return writeSidecar(asset, paths.front()).map([] { return true; });
+    };
+    const auto given = names.give(outsideName(asset.record()), addCompanion, take);
+    return given ? complete : given;
 }
 
 /// Exports all that it can.
-Result<ExitCode> exportAll(const Options &options, const Assets &assets, ExitCode code) {
+Result<ExitCode> exportAll(const Options &options, const Assets &assets, const store::Companions &companions,
+                           ExitCode code) {
     std::error_code error;
     fs::create_directories(options.to, error);
     if (!fs::is_directory(options.to))
@@ -181,7 +236,7 @@ Result<ExitCode> exportAll(const Options &options, const Assets &assets, ExitCod
         if (isInterrupted())
             return fail(ProblemKind::failed,
                         "interrupted; the rest was not exported. The same command goes on");
-        const auto done = exportInto(names, *asset, exported);
+        const auto done = exportInto(names, shotOf(*asset, companions), exported);
         if (!done && done.error().kind == ProblemKind::unreachable)
             return passOn(done);
         if (!done)
@@ -196,7 +251,8 @@ Result<ExitCode> exportAll(const Options &options, const Assets &assets, ExitCod
     return code;
 }
 
-Result<ExitCode> exportOne(const Options &options, const store::ManagedAsset &asset, ExitCode code) {
+Result<ExitCode> exportOne(const Options &options, const Shot &shot, ExitCode code) {
+    const store::ManagedAsset &asset = shot.asset;
     std::string path = options.to;
     if (path.ends_with('/')) {
         std::error_code ignored; // writing there tells
@@ -214,14 +270,28 @@ Result<ExitCode> exportOne(const Options &options, const store::ManagedAsset &as
         return passOn(written);
     if (!options.quiet)
         print(path);
+    if (shot.companion == nullptr)
+        return code;
+    const auto companion = openCompanion(shot);
+    if (!companion)
+        return passOn(companion);
+    const std::string beside = pathOfCompanion(*shot.companion, path);
+    if (!hasSameBytes(beside, companion->get()))
+        if (const auto written = writeCopy(asset, companion->get(), beside, options.force); !written)
+            return passOn(written);
+    if (!options.quiet)
+        print(beside);
     return code;
 }
 
 Result<ExitCode> exportTo(const Options &options, const Assets &assets, ExitCode code) {
     if (assets.empty() && !options.all)
         return code;
-    return assets.size() == 1 && !options.all ? exportOne(options, *assets.front(), code)
-                                              : exportAll(options, assets, code);
+    const auto companions = store::readCompanions(store::LibraryPaths());
+    if (!companions)
+        return failToReadStore(companions);
+    return assets.size() == 1 && !options.all ? exportOne(options, shotOf(*assets.front(), *companions), code)
+                                              : exportAll(options, assets, *companions, code);
 }
 
 Result<ExitCode> exportAssets(const Options &options) {
@@ -252,7 +322,9 @@ void setUpExport(Command command) {
         "The copies are the same byte for byte, and say that they were changed last when they were taken.\n"
         "Of several assets with one name, the others become \"NAME 2\", \"NAME 3\", and so on. A file "
         "that is\n"
-        "there already with the same bytes is left as it is, so the same export can be run again.\n\n"
+        "there already with the same bytes is left as it is, so the same export can be run again. The "
+        "second\n"
+        "file of a pair is written beside the first, under the same name with its own extension.\n\n"
         "Examples:\n"
         "  wickerlane export 7F3D0A52-6C1B-4E0E-9D43-2B1C7A5E8F10 --to beach.jpg\n"
         "  wickerlane export --all --to ~/backup");

@@ -16,6 +16,7 @@
 
 #include "cli/Awaited.h"
 #include "cli/DaemonRequests.h"
+#include "cli/FilePairs.h"
 #include "cli/Formatting.h"
 #include "cli/Interrupt.h"
 #include "cli/Output.h"
@@ -43,6 +44,7 @@ constexpr std::size_t maxSentBytes = std::size_t{255} << 20;
 struct Options {
     std::vector<std::string> paths;
     bool again = false;
+    bool noPairs = false;
     bool json = false;
     bool quiet = false;
 };
@@ -51,6 +53,7 @@ struct Options {
 struct Source {
     std::string path;
     std::string sidecar; ///< Of the metadata beside it; empty for none.
+    std::string second;  ///< What may be of the same shot; empty for none.
 };
 
 struct RefusedFile {
@@ -64,6 +67,7 @@ struct SavedFile {
     std::string assetURL;
     bool wasPresent = false;
     std::string problem; ///< Why its picture can't be decoded; empty when it can.
+    std::string first{}; ///< The first file of the pair in which it is second; empty in none.
 };
 
 struct Report {
@@ -94,6 +98,33 @@ std::string sidecarOf(const std::string &path) {
                                                         access(sidecar.c_str(), R_OK) == 0)
                 return sidecar;
     return {};
+}
+
+/// Whether files have to be sent by their bytes: the daemon reads those of the library's owner only.
+bool sendsBytes() {
+    return geteuid() != ConsentStore::owner();
+}
+
+/// Files that are to be saved apart from each other, or as pairs.
+std::vector<Source> sourcesOf(const std::vector<std::string> &files, const Options &options) {
+    // Of a file that is sent by its bytes the daemon can't read a second one.
+    const bool wantsPairs = !options.noPairs && !sendsBytes();
+    const auto pairs = wantsPairs ? pairsAmong(files) : std::map<std::string, std::string>();
+    std::set<std::string> seconds;
+    for (const auto &[first, second] : pairs)
+        seconds.insert(second);
+    std::vector<Source> sources;
+    for (const std::string &path : files) {
+        if (seconds.contains(path))
+            continue;
+        Source source{path, sidecarOf(path), {}};
+        if (const auto pair = pairs.find(path); pair != pairs.end())
+            source.second = pair->second;
+        if (source.sidecar.empty() && !source.second.empty())
+            source.sidecar = sidecarOf(source.second);
+        sources.push_back(std::move(source));
+    }
+    return sources;
 }
 
 bool isHidden(const fs::path &path) {
@@ -146,10 +177,10 @@ Result<> checkReadable(const std::string &path) {
 }
 
 /// Adds the files that can't be sent to the report.
-std::vector<Source> gather(const std::vector<std::string> &paths, Report &report) {
+std::vector<Source> gather(const Options &options, Report &report) {
     std::vector<std::string> files;
     std::error_code unknown;
-    for (const std::string &path : paths) {
+    for (const std::string &path : options.paths) {
         const std::string absolute = fs::absolute(path).lexically_normal().string();
         if (fs::is_directory(absolute, unknown))
             gatherFolder(absolute, files, report);
@@ -162,27 +193,19 @@ std::vector<Source> gather(const std::vector<std::string> &paths, Report &report
             report.refused.push_back({path, readable.error().text});
         return !readable;
     });
-    std::vector<Source> sources;
+    std::vector<Source> sources = sourcesOf(files, options);
     std::set<std::string> sidecars;
-    for (std::string &path : files) {
-        std::string sidecar = sidecarOf(path);
-        sidecars.insert(sidecar);
-        sources.push_back({std::move(path), std::move(sidecar)});
-    }
+    for (const Source &each : sources)
+        sidecars.insert(each.sidecar);
     std::erase_if(report.passedOver, [&](const std::string &path) { return sidecars.contains(path); });
     return sources;
 }
 
 /// Files that were sent in one request, and the daemon's answer.
 struct Batch {
-    std::vector<std::string> paths;
+    std::vector<Source> sources;
     Awaited<Ref<Array>> results; ///< Null when there is no answer.
 };
-
-/// Whether files have to be sent by their bytes: the daemon reads those of the library's owner only.
-bool sendsBytes() {
-    return geteuid() != ConsentStore::owner();
-}
 
 /// Names the file to the daemon, or gives it the bytes.
 Result<> putSource(MutableDictionary *job, const Source &source) {
@@ -190,6 +213,8 @@ Result<> putSource(MutableDictionary *job, const Source &source) {
         job->set(protocol::job::filePath, String::of(source.path));
         if (!source.sidecar.empty())
             job->set(protocol::job::sidecarPath, String::of(source.sidecar));
+        if (!source.second.empty())
+            job->set(protocol::job::companionPath, String::of(source.second));
         return {};
     }
     std::vector<std::byte> bytes;
@@ -219,7 +244,7 @@ Batch sendBatch(std::span<const Source> sources, bool again, Report &report) {
         job->set(protocol::job::originalFilename, String::of(fs::path(source.path).filename().string()));
         job->set(protocol::job::unlessPresent, Number::of(!again));
         jobs->append(job.get());
-        batch.paths.push_back(source.path);
+        batch.sources.push_back(source);
     }
     JXGatekeeperClient::sharedInstance()->batchSaveAssetsWithJobDictionaries(
         jobs.get(), [results = batch.results](Array *received, Error *) { results.give(received); });
@@ -231,33 +256,52 @@ std::string textOf(const Dictionary *dictionary, std::string_view key) {
     return text != nullptr ? std::string(text->utf8()) : std::string();
 }
 
-void receiveBatch(const Batch &batch, Report &report) {
+/// Adds what the daemon says of a file, and of the second one of its pair. Whether it has both.
+bool receive(const Source &source, const Dictionary *result, Report &report) {
+    SavedFile saved{source.path, textOf(result, protocol::jobResult::uuid),
+                    textOf(result, protocol::jobResult::assetURL), false,
+                    textOf(result, protocol::jobResult::problem)};
+    if (saved.uuid.empty()) {
+        std::string reason = textOf(result, protocol::jobResult::error);
+        report.refused.push_back({source.path, reason.empty() ? "the daemon gave no reason" : reason});
+        return false;
+    }
+    const auto says = [&](std::string_view key) { return result->get(key) != nullptr; };
+    saved.wasPresent = says(protocol::jobResult::wasPresent);
+    report.saved.push_back(saved);
+    const bool secondWasPresent = says(protocol::jobResult::companionWasPresent);
+    if (!secondWasPresent && !says(protocol::jobResult::companionWasSaved))
+        return false;
+    report.saved.push_back({source.second, saved.uuid, saved.assetURL, secondWasPresent, {}, source.path});
+    return true;
+}
+
+/// Gives the second files that are to be saved by themselves.
+std::vector<Source> receiveBatch(const Batch &batch, Report &report) {
     const Ref<Array> results = batch.results.take();
     if (!results) {
         // The daemon refused the whole request, or ended. It may have started again.
         report.daemonLost = !requireDaemon();
-        for (const std::string &path : batch.paths)
-            report.refused.push_back(
-                {path, "the daemon did not answer; `wickerlane list` shows whether the file was saved"});
-        return;
+        for (const auto &[first, sidecar, second] : batch.sources)
+            for (const std::string &path : {first, second})
+                if (!path.empty())
+                    report.refused.push_back({path, "the daemon did not answer; `wickerlane list` shows "
+                                                    "whether the file was saved"});
+        return {};
     }
-    for (std::size_t i = 0; i < batch.paths.size(); ++i) {
+    std::vector<Source> apart;
+    for (std::size_t i = 0; i < batch.sources.size(); ++i) {
+        const Source &source = batch.sources[i];
         const auto *result = i < results->count() ? as<Dictionary>(results->at(i)) : nullptr;
-        std::string uuid = textOf(result, protocol::jobResult::uuid);
-        if (uuid.empty()) {
-            std::string reason = textOf(result, protocol::jobResult::error);
-            report.refused.push_back({batch.paths[i], reason.empty() ? "the daemon gave no reason" : reason});
-        } else {
-            report.saved.push_back({batch.paths[i], std::move(uuid),
-                                    textOf(result, protocol::jobResult::assetURL),
-                                    result->get(protocol::jobResult::wasPresent) != nullptr,
-                                    textOf(result, protocol::jobResult::problem)});
-        }
+        if (!receive(source, result, report) && !source.second.empty())
+            apart.push_back({source.second, sidecarOf(source.second), {}});
     }
+    return apart;
 }
 
-void saveFiles(std::span<const Source> files, const Options &options, Report &report) {
-    Progress progress("saved", files.size(), options.quiet);
+void saveFiles(std::vector<Source> files, const Options &options, Report &report) {
+    const auto pairs = std::ranges::count_if(files, [](const Source &each) { return !each.second.empty(); });
+    Progress progress("saved", files.size() + static_cast<std::size_t>(pairs), options.quiet);
     std::deque<Batch> pending;
     std::size_t sent = 0;
     // Bytes that are sent are held until they are answered.
@@ -269,13 +313,14 @@ void saveFiles(std::span<const Source> files, const Options &options, Report &re
         if (!sendMore && pending.empty())
             break;
         if (sendMore && sent < files.size() && pending.size() < batchesAtOnce) {
-            const auto next = files.subspan(sent, std::min(filesAtOnce, files.size() - sent));
+            const auto next = std::span(files).subspan(sent, std::min(filesAtOnce, files.size() - sent));
             pending.push_back(sendBatch(next, options.again, report));
             sent += next.size();
             continue;
         }
         const std::size_t saved = report.saved.size(), refused = report.refused.size();
-        receiveBatch(pending.front(), report);
+        const std::vector<Source> apart = receiveBatch(pending.front(), report);
+        files.insert(files.end(), apart.begin(), apart.end());
         progress.advance(report.saved.size() - saved, report.refused.size() - refused);
         pending.pop_front();
     }
@@ -289,6 +334,8 @@ JSON describe(const Report &report) {
             saved.back()["wasPresent"] = true;
         if (!each.problem.empty())
             saved.back()["problem"] = each.problem;
+        if (!each.first.empty())
+            saved.back()["pairedWith"] = each.first;
     }
     JSON refused = JSON::array();
     for (const RefusedFile &each : report.refused)
@@ -319,6 +366,10 @@ void printSummary(const Report &report) {
     const auto present =
         static_cast<std::size_t>(std::ranges::count(report.saved, true, &SavedFile::wasPresent));
     std::string summary = countText(report.saved.size() - present, "file", "files") + " saved";
+    const auto pairs = static_cast<std::size_t>(std::ranges::count_if(
+        report.saved, [](const SavedFile &each) { return !each.first.empty() && !each.wasPresent; }));
+    if (pairs > 0)
+        summary += fmt::format(" ({} of one shot)", countText(pairs, "pair", "pairs"));
     if (present > 0)
         summary += fmt::format(", {} already in the library", present);
     if (!report.refused.empty())
@@ -332,11 +383,11 @@ void printSummary(const Report &report) {
 
 Result<ExitCode> importFiles(const Options &options) {
     Report report;
-    const std::vector<Source> files = gather(options.paths, report);
+    std::vector<Source> files = gather(options, report);
     if (!files.empty()) {
         if (const auto answers = requireDaemon(); !answers)
             return passOn(answers);
-        saveFiles(files, options, report);
+        saveFiles(std::move(files), options, report);
     }
     if (options.json)
         printJSON(describe(report));
@@ -358,12 +409,17 @@ void setUpImport(Command command) {
                    "contents. Metadata beside a picture (a.xmp or a.jpg.xmp) is kept with it. Ctrl-C stops "
                    "after the files\n"
                    "that are being saved.\n\n"
+                   "A raw file and the picture of the same shot, or a picture and its short video, are one "
+                   "asset with two\n"
+                   "files if their names differ in the extension alone and both say that they were taken at "
+                   "the same time.\n\n"
                    "Examples:\n"
                    "  wickerlane import ~/Pictures\n"
                    "  wickerlane import beach.jpg dunes.jpg --json");
     Options &options = command.runs(importFiles);
     command.addOption("PATH", options.paths, "Files and folders").required();
     command.addFlag("--again", options.again, "Save files even if the library already has the same contents");
+    command.addFlag("--no-pairs", options.noPairs, "Save the two files of a shot as two assets");
     command.addFlag("--json", options.json, "Write JSON: what was saved, what was refused and why");
     command.addFlag("-q,--quiet", options.quiet, "Show no progress");
 }

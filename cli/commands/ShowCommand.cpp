@@ -6,6 +6,7 @@
 #include "cli/Formatting.h"
 #include "cli/StoreLookup.h"
 #include "cli/Subcommands.h"
+#include "wickerlane/store/CompanionReader.h"
 #include "wickerlane/store/RenditionReader.h"
 
 namespace wickerlane::cli {
@@ -57,25 +58,50 @@ void printFields(const store::ManagedAsset &asset) {
         printField("Problem", record.problem);
 }
 
+void printCompanion(const store::Companion &companion, const std::string &path) {
+    printField("Companion", path);
+    printField("  Name", companion.originalFilename);
+    printField("  Format", companion.format);
+    printField("  Size", sizeText(companion.byteSize));
+}
+
+JSON describeCompanion(const store::Companion &companion, const std::string &path) {
+    return {{"file", path},
+            {"name", companion.originalFilename},
+            {"format", companion.format},
+            {"bytes", companion.byteSize}};
+}
+
 Result<ExitCode> show(const Options &options) {
     const auto asset = findAsset(options.asset);
     if (!asset)
         return passOn(asset);
     const std::string &uuid = (*asset)->record().uuid;
     const store::LibraryPaths paths;
-    const auto rendition = store::readRendition(paths, uuid);
+    auto database = sqlite::Database::open(paths.database(), sqlite::Database::Access::read);
+    if (!database)
+        return failToReadStore(database);
+    const auto rendition = store::readRendition(*database, uuid);
     if (!rendition)
         return failToReadStore(rendition);
+    const auto companion = store::readCompanion(*database, uuid);
+    if (!companion)
+        return failToReadStore(companion);
+    const std::string second = *companion ? store::companionPath(paths, uuid, **companion) : std::string();
     const std::string edited =
         *rendition ? paths.renditionFolder(uuid) + '/' + (*rendition)->filename : std::string();
     if (options.json) {
         JSON described = describe(**asset);
         if (*rendition)
             described["edited"] = {{"file", edited}, {"properties", describeProperties(**rendition)}};
+        if (*companion)
+            described["companion"] = describeCompanion(**companion, second);
         printJSON(described);
         return ExitCode::success;
     }
     printFields(**asset);
+    if (*companion)
+        printCompanion(**companion, second);
     if (*rendition)
         printEdit(**rendition, edited);
     return ExitCode::success;

@@ -108,6 +108,32 @@ TEST_F(Backups, AreRestoredAsTheyWere) {
     EXPECT_EQ(run({"check"}).exitCode, 0);
 }
 
+TEST_F(Backups, HaveBothFilesOfAShot) {
+    TestExif exif;
+    exif.dateTimeOriginal = "2021:06:15 10:20:30";
+    TestRaw raw;
+    raw.dateTimeOriginal = exif.dateTimeOriginal;
+    file("shot/a.jpg", jpegOf(fourCorners(44, 30), exif));
+    const std::string second = file("shot/a.dng", rawOf(raw));
+    const auto report = run({"import", "--json", (folder / "shot").string()}).json();
+    ASSERT_EQ(report["saved"].size(), 2U) << report;
+    const std::string shot = report["saved"][0]["uuid"];
+    const auto kept = [&] { return run({"show", shot, "--json"}).json()["companion"]["file"]; };
+    ASSERT_EQ(backUp().exitCode, 0);
+    const std::string lost = kept();
+    fs::remove(lost);
+    EXPECT_EQ(backUp().exitCode, 1) << "it is missing";
+    endDaemon();
+    EXPECT_EQ(restore().json()["restored"], 1);
+    EXPECT_EQ(contentsOf(lost), contentsOf(second));
+
+    moveToNewRoot();
+    ASSERT_EQ(restore().exitCode, 0);
+    EXPECT_EQ(contentsOf(kept().get<std::string>()), contentsOf(second));
+    EXPECT_EQ(fs::status(kept().get<std::string>()).permissions(), fs::perms::owner_read);
+    EXPECT_EQ(run({"check"}).exitCode, 0);
+}
+
 TEST_F(Backups, FillInWhatTheSameLibraryMisses) {
     ASSERT_EQ(backUp().exitCode, 0);
     const std::string lost = run({"show", uuid, "--json"}).json()["file"];

@@ -3,8 +3,10 @@
 
 #include <algorithm>
 #include <csignal>
+#include <map>
 
 #include "tests/cli/CommandRun.h"
+#include "tests/support/TestClips.h"
 #include "tests/support/TestImages.h"
 #include "tests/support/WaitUntil.h"
 
@@ -12,6 +14,12 @@ using namespace wickerlane::test;
 namespace fs = std::filesystem;
 
 namespace {
+
+Bytes bytesIn(const fs::path &path) {
+    const std::string contents = contentsOf(path);
+    const auto bytes = bytesOf(contents);
+    return {bytes.begin(), bytes.end()};
+}
 
 TEST_F(Commands, AFolderIsImportedAndListed) {
     TestExif exif;
@@ -62,6 +70,117 @@ TEST_F(Commands, ImportGoesByContentsAndNamesWhatItSkips) {
     EXPECT_EQ(named.exitCode, 1) << named;
     EXPECT_NE(named.errors.find("neither a picture nor a video"), std::string::npos) << named;
     EXPECT_EQ(run({"count"}).output, "3 photos, 0 videos\n");
+}
+
+/// What a camera writes for one shot.
+Bytes shotPicture(std::uint32_t width, const std::string &date = "2021:06:15 10:20:30") {
+    TestExif exif;
+    exif.dateTimeOriginal = date;
+    return jpegOf(fourCorners(width, 30), exif);
+}
+Bytes shotRaw(std::uint32_t width, const std::string &date = "2021:06:15 10:20:30") {
+    TestRaw raw;
+    raw.width = width;
+    raw.preview = jpegOf(fourCorners(60, 40));
+    raw.dateTimeOriginal = date;
+    return rawOf(raw);
+}
+
+TEST_F(Commands, TwoFilesOfOneShotAreOneAsset) {
+    // Of each folder: the files, and the one that is second.
+    const struct {
+        const char *folder;
+        std::map<std::string, Bytes> files;
+        std::string first, second;
+    } cases[] = {
+        {"raw", {{"a.jpg", shotPicture(40)}, {"a.DNG", shotRaw(2000)}}, "a.jpg", "a.DNG"},
+        {"upper", {{"A.JPG", shotPicture(41)}, {"A.nef", shotRaw(2001)}}, "A.JPG", "A.nef"},
+        {"names", {{"a.jpg", shotPicture(42)}, {"b.dng", shotRaw(2002)}}, "", ""},
+        {"copy", {{"a (1).jpg", shotPicture(43)}, {"a.dng", shotRaw(2003)}}, "", ""},
+        {"cases", {{"A.jpg", shotPicture(44)}, {"a.dng", shotRaw(2004)}}, "", ""},
+        {"times", {{"a.jpg", shotPicture(45)}, {"a.dng", shotRaw(2005, "2021:06:15 10:20:35")}}, "", ""},
+        {"untimed", {{"a.jpg", shotPicture(46, "")}, {"a.dng", shotRaw(2006, "")}}, "", ""},
+        {"scan", {{"a.jpg", shotPicture(47)}, {"a.tif", tiffOf(fourCorners(20, 20))}}, "", ""},
+        {"two",
+         {{"a.jpeg", shotPicture(48)}, {"a.jpg", shotPicture(49)}, {"a.dng", shotRaw(2007)}},
+         "a.jpeg",
+         "a.dng"},
+    };
+    std::size_t assets = 0;
+    for (const auto &[name, files, first, second] : cases) {
+        for (const auto &[path, contents] : files)
+            file(std::string(name) + '/' + path, contents);
+        const fs::path shots = folder / name;
+        const auto report = run({"import", "--json", shots.string()}).json();
+        ASSERT_EQ(report["saved"].size(), files.size()) << name << report;
+        std::string pairs;
+        for (const auto &each : report["saved"])
+            if (each.contains("pairedWith"))
+                pairs += each["path"].get<std::string>() + " with " + each["pairedWith"].get<std::string>();
+        EXPECT_EQ(pairs,
+                  second.empty() ? "" : (shots / second).string() + " with " + (shots / first).string())
+            << name;
+        assets += files.size() - (second.empty() ? 0 : 1);
+        EXPECT_EQ(run({"count", "--json"}).json()["photos"], assets) << name;
+        const CommandResult again = run({"import", shots.string()});
+        EXPECT_EQ(again.output,
+                  "0 files saved, " + std::to_string(files.size()) + " already in the library\n")
+            << name;
+    }
+    EXPECT_EQ(run({"check"}).exitCode, 0);
+}
+
+TEST_F(Commands, APairStaysTogether) {
+    const Bytes picture = shotPicture(40), raw = shotRaw(2000), other = shotRaw(3000);
+    const std::string shots = file("shots/a.jpg", picture).substr(0, (folder / "shots").string().size());
+    EXPECT_EQ(run({"import", shots}).output, "1 file saved\n");
+    file("shots/a.CR2", raw);
+    file("shots/a.CR2.xmp", bytesOf("<developed/>"));
+    EXPECT_EQ(run({"import", shots}).output, "1 file saved (1 pair of one shot), 1 already in the library\n")
+        << "the raw file comes later";
+    file("more/a.jpg", shotPicture(50));
+    file("more/a.CR2", other);
+    EXPECT_EQ(run({"import", (folder / "more").string()}).output, "2 files saved (1 pair of one shot)\n");
+    EXPECT_EQ(run({"count"}).output, "2 photos, 0 videos\n");
+    const std::string uuid = run({"list", "--json"}).json()[0]["uuid"];
+    const auto shown = run({"show", uuid, "--json"}).json();
+    EXPECT_EQ(shown["companion"]["name"], "a.CR2") << shown;
+    EXPECT_EQ(shown["companion"]["format"], "image/x-raw") << shown;
+    const std::string kept = shown["companion"]["file"];
+    EXPECT_EQ(bytesIn(kept), raw);
+    EXPECT_NE(run({"show", uuid}).output.find(kept), std::string::npos);
+    EXPECT_EQ(contentsOf(shown["sidecar"].get<std::string>()), "<developed/>");
+
+    const fs::path out = folder / "out";
+    file("out/a.CR2", bytesOf("something else"));
+    EXPECT_EQ(run({"export", "--all", "--to", out.string()}).output, "4 files written\n");
+    EXPECT_EQ(run({"export", "--all", "--to", out.string()}).output, "0 files written, 4 already there\n");
+    EXPECT_FALSE(fs::exists(out / "a.jpg")) << "both have one name";
+    EXPECT_EQ(bytesIn(out / "a 2.jpg"), picture);
+    EXPECT_EQ(bytesIn(out / "a 2.CR2"), raw);
+    EXPECT_EQ(bytesIn(out / "a 3.CR2"), other);
+    EXPECT_EQ(run({"export", uuid, "--to", (folder / "b.jpg").string()}).exitCode, 0);
+    EXPECT_EQ(bytesIn(folder / "b.CR2"), raw);
+
+    EXPECT_EQ(run({"delete", "--yes", uuid}).exitCode, 0);
+    EXPECT_EQ(run({"check"}).exitCode, 0);
+    EXPECT_EQ(run({"trash", "restore", uuid}).exitCode, 0);
+    EXPECT_EQ(bytesIn(run({"show", uuid, "--json"}).json()["companion"]["file"].get<std::string>()), raw);
+    EXPECT_EQ(run({"delete", "--yes", "--now", uuid}).exitCode, 0);
+    EXPECT_FALSE(fs::exists(kept));
+    EXPECT_EQ(run({"import", "--no-pairs", shots}).output, "2 files saved\n");
+    EXPECT_EQ(run({"count"}).output, "3 photos, 0 videos\n");
+    EXPECT_EQ(run({"check"}).exitCode, 0);
+}
+
+TEST_F(Commands, APictureKeepsItsMovingPart) {
+    file("a.jpg", shotPicture(40));
+    const std::vector<std::string> taken{"-metadata", "creation_time=2021-06-15T08:20:28Z"};
+    makeClip((folder / "a.mov").string(), "0xDC1E1E", taken);
+    EXPECT_EQ(run({"import", folder.string()}).output, "2 files saved (1 pair of one shot)\n");
+    EXPECT_EQ(run({"count"}).output, "1 photo, 0 videos\n");
+    const std::string uuid = run({"list", "--json"}).json()[0]["uuid"];
+    EXPECT_EQ(run({"show", uuid, "--json"}).json()["companion"]["format"], "video/quicktime");
 }
 
 TEST_F(Commands, MetadataBesideAPictureStaysWithIt) {
