@@ -12,6 +12,7 @@
 #include "hoardd/pictures/PictureStore.h"
 #include "hoardd/pictures/ShownPicture.h"
 #include "hoardd/pictures/Thumbnails.h"
+#include "wickerlane/log/JXLog.h"
 #include "wickerlane/platform/object/Hexadecimal.h"
 #include "wickerlane/platform/object/Paths.h"
 #include "wickerlane/platform/propertylist/PropertyList.h"
@@ -45,6 +46,16 @@ Result<> writeRendition(Library &library, const std::string &path, Bytes picture
     return makeNamesDurable(folder);
 }
 
+/// Of what was committed: the thumbnails stay due when they can't be put in their places.
+void putThumbnails(Library &library, StagedThumbnails &thumbnails, const AssetRecord &asset) {
+    const auto published = publishThumbnails(library, thumbnails, asset, true);
+    if (published)
+        return;
+    JX_LOG(JXLogLevelError, JXThumbnailsLog, "the thumbnails of %s are made later: %s", asset.uuid.c_str(),
+           published.error().text.c_str());
+    library.thumbnailRetry().noteFailure();
+}
+
 /// Writes a picture and its thumbnails, with the asset's lock held. The picture goes again on failure.
 Result<> replaceRendition(Library &library, const AssetRecord &asset, const std::string &earlier,
                           const std::string &path, Bytes picture, const RenditionRow &row) {
@@ -67,9 +78,9 @@ Result<> replaceRendition(Library &library, const AssetRecord &asset, const std:
     auto stored = library.writer().change(
         [&](sqlite::Database &database) { return storeRendition(database, asset.primaryKey, row); });
     removeUnlessEarlier(stored ? earlier : path);
-    if (!stored)
-        return stored;
-    return publishThumbnails(library, *thumbnails, asset, true);
+    if (stored)
+        putThumbnails(library, *thumbnails, asset);
+    return stored;
 }
 
 } // namespace
@@ -125,8 +136,10 @@ Result<> revertRendition(Library &library, const AssetRecord &asset) {
         !stored)
         return stored;
     ::unlink(rendition->c_str());
-    if (thumbnails)
-        return publishThumbnails(library, *thumbnails, asset, true);
+    if (thumbnails) {
+        putThumbnails(library, *thumbnails, asset);
+        return {};
+    }
     for (const auto size : store::thumbnailSizes)
         ::unlink(library.paths().thumbnail(asset.uuid, size).c_str());
     return library.writer().change(

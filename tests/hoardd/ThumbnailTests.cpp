@@ -3,6 +3,8 @@
 
 #include <sys/stat.h>
 
+#include <functional>
+
 #include "hoardd/pictures/PictureStore.h"
 #include "hoardd/pictures/PreviewWell.h"
 #include "hoardd/pictures/Renditions.h"
@@ -195,6 +197,35 @@ TEST_F(Rendition, ThatCantBeStoredGoesAgain) {
     ASSERT_FALSE(set);
     EXPECT_EQ(set.error().text, "not today");
     EXPECT_EQ(small(asset).height, 128U) << "the thumbnails are the earlier ones";
+    EXPECT_EQ(faults(), "");
+}
+
+TEST_F(Rendition, IsSetOrRevertedEvenWhenItsThumbnailsAreOnlyMadeLater) {
+    const AssetRecord asset = saved(jpegOf(fourCorners(400, 200)));
+    const struct {
+        const char *what;
+        std::function<Result<>()> change;
+        std::uint32_t width;
+    } cases[] = {
+        {"set", [&] { return setRendition(library(), asset, *dataOf(pngOf(fourCorners(90, 300))), nullptr); },
+         77},
+        {"reverted", [&] { return revertRendition(library(), asset); }, 256},
+    };
+    const auto execute = [&](const char *sql) {
+        ASSERT_TRUE(
+            library().writer().change([&](sqlite::Database &database) { return database.execute(sql); }));
+    };
+    for (const auto &[what, change, width] : cases) {
+        execute(
+            "CREATE TRIGGER refuse BEFORE DELETE ON zduethumbnail BEGIN SELECT RAISE(ABORT, 'not today'); "
+            "END");
+        EXPECT_TRUE(change()) << what;
+        EXPECT_EQ(dueCount(), 1) << what;
+        execute("DROP TRIGGER refuse");
+        makeThumbnailsLeftDue(library());
+        EXPECT_EQ(dueCount(), 0) << what;
+        EXPECT_EQ(small(asset).width, width) << what;
+    }
     EXPECT_EQ(faults(), "");
 }
 
