@@ -22,7 +22,7 @@ WorkerPool::~WorkerPool() {
         const MutexLock lock(mutex);
         isEnding = true;
     }
-    changed.notifyAll();
+    needed.notifyAll();
     starter.join();
 }
 
@@ -41,7 +41,8 @@ Result<std::unique_ptr<WorkerProcess>> WorkerPool::borrowAny() {
     MutexLock lock(mutex);
     ++waiting;
     failures = std::min(failures, maxFailures - 1);
-    changed.notifyAll();
+    if (needsWorker())
+        needed.notifyOne();
     while (idle.empty() && failures < maxFailures)
         changed.wait(mutex);
     --waiting;
@@ -61,17 +62,20 @@ void WorkerPool::giveBack(std::unique_ptr<WorkerProcess> worker) {
         } else {
             std::erase(processes, worker->processID());
             spent = std::move(worker);
+            if (needsWorker())
+                needed.notifyOne();
         }
     }
-    changed.notifyAll();
+    changed.notifyOne();
 }
 
 void WorkerPool::retire(std::unique_ptr<WorkerProcess> worker) {
     {
         const MutexLock lock(mutex);
         std::erase(processes, worker->processID());
+        if (needsWorker())
+            needed.notifyOne();
     }
-    changed.notifyAll();
 }
 
 WorkerPool::Status WorkerPool::status() const {
@@ -93,7 +97,7 @@ void WorkerPool::startWorkers() {
     MutexLock lock(mutex);
     for (;;) {
         while (!isEnding && !needsWorker())
-            changed.wait(mutex);
+            needed.wait(mutex);
         if (isEnding)
             return;
         lock.unlock();

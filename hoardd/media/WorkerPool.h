@@ -51,7 +51,8 @@ private:
 
     const Settings settings;
     mutable Mutex mutex;
-    Condition changed;
+    Condition changed; ///< A worker is idle, or none can be had.
+    Condition needed;  ///< needsWorker(), or isEnding.
     std::vector<std::unique_ptr<WorkerProcess>> idle WL_GUARDED_BY(mutex);
     std::vector<pid_t> processes WL_GUARDED_BY(mutex); ///< Of idle and borrowed workers.
     unsigned waiting WL_GUARDED_BY(mutex) = 0;

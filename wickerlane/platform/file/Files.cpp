@@ -96,6 +96,9 @@ std::string pathUnderRoot(std::string_view systemPath) {
 }
 
 bool makeFolders(const std::string &path) {
+    struct stat status {};
+    if (lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode))
+        return true;
     std::size_t end = 0;
     do {
         end = path.find('/', end + 1);
@@ -105,7 +108,6 @@ bool makeFolders(const std::string &path) {
         else if (errno != EEXIST)
             return false;
     } while (end != std::string::npos);
-    struct stat status {};
     if (lstat(path.c_str(), &status) != 0)
         return false;
     if (!S_ISDIR(status.st_mode))
