@@ -293,8 +293,10 @@ std::vector<Source> receiveBatch(const Batch &batch, Report &report) {
     for (std::size_t i = 0; i < batch.sources.size(); ++i) {
         const Source &source = batch.sources[i];
         const auto *result = i < results->count() ? as<Dictionary>(results->at(i)) : nullptr;
-        if (!receive(source, result, report) && !source.second.empty())
-            apart.push_back({source.second, sidecarOf(source.second), {}});
+        if (receive(source, result, report) || source.second.empty())
+            continue;
+        apart.push_back({source.second, sidecarOf(source.second), {}});
+        std::erase(report.passedOver, apart.back().sidecar);
     }
     return apart;
 }

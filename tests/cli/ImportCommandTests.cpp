@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <csignal>
 #include <map>
+#include <set>
 
 #include "tests/cli/CommandRun.h"
 #include "tests/support/TestClips.h"
@@ -171,6 +172,19 @@ TEST_F(Commands, APairStaysTogether) {
     EXPECT_EQ(run({"import", "--no-pairs", shots}).output, "2 files saved\n");
     EXPECT_EQ(run({"count"}).output, "3 photos, 0 videos\n");
     EXPECT_EQ(run({"check"}).exitCode, 0);
+}
+
+TEST_F(Commands, FilesThatAreNoPairKeepTheirMetadata) {
+    file("a.jpg", shotPicture(40));
+    file("a.jpg.xmp", bytesOf("<picture/>"));
+    file("a.dng", shotRaw(2000, "2020:06:15 10:20:30"));
+    file("a.dng.xmp", bytesOf("<raw/>"));
+    EXPECT_EQ(run({"import", folder.string()}).output, "2 files saved\n");
+    std::set<std::string> kept;
+    const auto assets = run({"list", "--json"}).json();
+    for (const auto &each : assets)
+        kept.insert(contentsOf(each["sidecar"].get<std::string>()));
+    EXPECT_EQ(kept, (std::set<std::string>{"<picture/>", "<raw/>"}));
 }
 
 TEST_F(Commands, APictureKeepsItsMovingPart) {
