@@ -64,10 +64,6 @@ Option Option::asSize() const {
     }));
 }
 
-void Command::description(const std::string &text) const {
-    app->description(text);
-}
-
 void Command::footer(const std::string &text) const {
     app->footer(text);
 }

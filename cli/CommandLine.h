@@ -57,7 +57,6 @@ public:
     /// `chosen` gets the work of the subcommand that the command line names. It outlives the parser.
     Command(CLI::App *borrowed, Action &chosen) : app(borrowed), chosenAction(&chosen) {}
 
-    void description(const std::string &text) const;
     /// What help shows below the options.
     void footer(const std::string &text) const;
 

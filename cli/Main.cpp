@@ -1,10 +1,12 @@
 // The command `wickerlane`: a photo library from the shell.
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
+#include <string_view>
 
 #include "cli/Interrupt.h"
 #include "cli/Output.h"
@@ -24,6 +26,10 @@ constexpr const char *exitCodes = R"(Exit codes:
   2  the command line is wrong
   3  the daemon can't be reached
   4  there is no such asset, text or process, or no library yet
+  5  it is not allowed: no access to the library, or a folder can't be written
+  6  the library's store is damaged or missing; to repair it: wickerlane check --repair
+  7  the library was made by a newer version
+  8  something else works on the library; try again later
 
 For help with a subcommand: wickerlane import --help)";
 
@@ -50,6 +56,12 @@ ExitCode performServingMainQueue(const Action &action) {
     return result;
 }
 
+/// Whether the command line may name a subcommand. The others are not set up, which takes most of the time of
+/// a short command.
+bool mayName(int argc, char **argv, std::string_view subcommand) {
+    return std::any_of(argv + 1, argv + argc, [&](const char *word) { return word == subcommand; });
+}
+
 int run(int argc, char **argv) {
     CLI::App app("Saves photos into a Wickerlane photo library, lists them and exports them.");
     app.name("wickerlane");
@@ -65,8 +77,9 @@ int run(int argc, char **argv) {
 
     Action chosen;
     for (const Subcommand &each : subcommands) {
-        CLI::App *subcommand = app.add_subcommand(each.name)->group(each.group)->footer("");
-        each.setUp(Command(subcommand, chosen));
+        CLI::App *subcommand = app.add_subcommand(each.name, each.summary)->group(each.group)->footer("");
+        if (mayName(argc, argv, each.name))
+            each.setUp(Command(subcommand, chosen));
     }
 
     try {

@@ -128,7 +128,6 @@ Result<ExitCode> adjustDates(const Options &options) {
 } // namespace
 
 void setUpAdjustDate(Command command) {
-    command.description("Move the dates of photos whose camera's clock was wrong");
     command.footer(
         "A time is written as 1h30m, 2d, 45s, or as 1:30 or 1:30:15, with + (default) or - in front.\n"
         "The originals keep the dates that are written in them.\n\n"

@@ -155,7 +155,6 @@ Result<ExitCode> deleteEmpty(const Options &options) {
 } // namespace
 
 void setUpAlbum(Command command) {
-    command.description("Create albums and add assets to them");
     command.requireSubcommand();
     command.footer("Example:\n"
                    "  wickerlane album create Dunes\n"

@@ -96,7 +96,6 @@ Result<ExitCode> runRestore(const RestoreOptions &options) {
 } // namespace
 
 void setUpBackup(Command command) {
-    command.description("Back the library up into a folder, or restore it from there");
     command.footer(
         "Copies what FOLDER doesn't have yet: originals, edits, thumbnails, albums, names and decisions.\n"
         "Each copy is read back and compared with the sum that the library has of it. The library may be\n"

@@ -72,7 +72,6 @@ Result<ExitCode> bulletins(const Options &options) {
 } // namespace
 
 void setUpBulletins(Command command) {
-    command.description("Show what has happened in shared albums, and to originals");
     command.footer("Example:\n  wickerlane bulletins --clear");
     Options &options = command.runs(bulletins);
     command.addFlag("--clear", options.clear, "Clear the bulletins that were shown");

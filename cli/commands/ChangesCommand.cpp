@@ -57,7 +57,6 @@ Result<ExitCode> changes(const Options &options) {
 } // namespace
 
 void setUpChanges(Command command) {
-    command.description("List which assets were added, changed and removed");
     command.footer("Examples:\n"
                    "  wickerlane changes --since 120\n"
                    "  wickerlane changes --clear --json");

@@ -158,7 +158,6 @@ Result<ExitCode> check(const Options &options) {
 } // namespace
 
 void setUpCheck(Command command) {
-    command.description("Check the library's store, originals and thumbnails");
     command.footer(
         "Reads every original, unless --no-sums is given. The library may be in use meanwhile. The daemon "
         "reads\n"

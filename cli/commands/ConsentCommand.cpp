@@ -60,7 +60,6 @@ Result<ExitCode> revoke(const Options &options) {
 } // namespace
 
 void setUpConsent(Command command) {
-    command.description("Decide which programs may use the library");
     command.requireSubcommand();
     command.footer(
         "Programs of the library's owner may use it unless they are denied. Other programs may use\n"

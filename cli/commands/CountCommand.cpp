@@ -25,7 +25,6 @@ Result<ExitCode> count(const Options &options) {
 } // namespace
 
 void setUpCount(Command command) {
-    command.description("Say how many photos and videos the library holds");
     command.footer("Example:\n  wickerlane count --json");
     Options &options = command.runs(count);
     command.addFlag("--json", options.json, "Write JSON");

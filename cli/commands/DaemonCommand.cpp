@@ -106,7 +106,6 @@ Result<ExitCode> showStatus(const Options &options) {
 } // namespace
 
 void setUpDaemon(Command command) {
-    command.description("Show the state of the daemon");
     command.requireSubcommand();
     const auto status =
         command.addSubcommand("status", "Say whether the daemon runs for this library, and what it answers");

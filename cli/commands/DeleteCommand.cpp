@@ -70,7 +70,6 @@ Result<ExitCode> deleteAssets(const Options &options) {
 } // namespace
 
 void setUpDelete(Command command) {
-    command.description("Move assets to the trash, from where they can be had again for 30 days");
     command.footer(
         "To have an asset again: wickerlane trash restore. What --now deletes can't be had again.\n\n"
         "Example:\n  wickerlane delete 7F3D0A52-6C1B-4E0E-9D43-2B1C7A5E8F10");

@@ -59,7 +59,6 @@ Result<ExitCode> describeCounts(const Options &options) {
 } // namespace
 
 void setUpDescribe(Command command) {
-    command.description("Describe numbers of photos and videos in words");
     command.footer("Examples:\n"
                    "  wickerlane describe --photos 1234 --videos 1\n"
                    "  wickerlane describe --photos 3 --others 2 --language pt-BR --commas");

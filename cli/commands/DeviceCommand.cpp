@@ -58,7 +58,6 @@ Result<ExitCode> showDevice(const Options &options) {
 } // namespace
 
 void setUpDevice(Command command) {
-    command.description("Show what the library knows about this device");
     command.footer("Example:\n  wickerlane device --json");
     Options &options = command.runs(showDevice);
     command.addFlag("--json", options.json, "Write JSON");

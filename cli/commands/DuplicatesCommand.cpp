@@ -116,7 +116,6 @@ Result<ExitCode> duplicates(const Options &options) {
 } // namespace
 
 void setUpDuplicates(Command command) {
-    command.description("List groups of photos and videos that are duplicates or look alike");
     command.footer("Likeness:\n"
                    "  same     the same picture: the same bytes, or encoded again, or resized\n"
                    "  similar  another picture of the same subject, taken within a minute\n\n"

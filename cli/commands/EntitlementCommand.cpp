@@ -52,7 +52,6 @@ Result<ExitCode> revoke(const Options &options) {
 } // namespace
 
 void setUpEntitlement(Command command) {
-    command.description("Decide which programs may edit and delete assets");
     command.requireSubcommand();
     command.footer(
         "Entitlements:\n"

@@ -64,7 +64,6 @@ std::string describePreset(const protocol::ExportPreset &preset) {
 } // namespace
 
 void setUpEstimate(Command command) {
-    command.description("Estimate the size of an exported video");
     std::string footer = "Presets:\n";
     std::vector<std::string> names;
     for (const protocol::ExportPreset &each : protocol::exportPresets) {

@@ -317,7 +317,6 @@ Result<ExitCode> exportAssets(const Options &options) {
 } // namespace
 
 void setUpExport(Command command) {
-    command.description("Copy originals out of the library");
     command.footer(
         "The copies are the same byte for byte, and say that they were changed last when they were taken.\n"
         "Of several assets with one name, the others become \"NAME 2\", \"NAME 3\", and so on. A file "

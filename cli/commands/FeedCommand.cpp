@@ -57,7 +57,6 @@ Result<ExitCode> feed(const Options &options) {
 } // namespace
 
 void setUpFeed(Command command) {
-    command.description("List what was added to shared albums, newest first");
     command.footer("Example:\n  wickerlane feed --update --json");
     Options &options = command.runs(feed);
     command.addFlag("--update", options.update, "Rebuild the feed first; it is kept up to date without");

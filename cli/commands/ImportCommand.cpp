@@ -403,7 +403,6 @@ Result<ExitCode> importFiles(const Options &options) {
 } // namespace
 
 void setUpImport(Command command) {
-    command.description("Save photos and videos into the library");
     command.footer("Folders are searched, with all folders in them, for files that are pictures or videos by "
                    "their contents\n"
                    "or their names. Hidden files are skipped. A file is not saved again if the library "

@@ -48,7 +48,6 @@ Result<ExitCode> list(const Options &options) {
 } // namespace
 
 void setUpList(Command command) {
-    command.description("List assets by date of creation");
     command.footer("Examples:\n"
                    "  wickerlane list --sort newest --limit 20\n"
                    "  wickerlane list --kind photo --json | jq -r '.[].uuid'");

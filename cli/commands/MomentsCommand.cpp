@@ -160,7 +160,6 @@ Result<ExitCode> moments(const Options &options) {
 } // namespace
 
 void setUpMoments(Command command) {
-    command.description("List moments: photos and videos taken at the same time and place");
     command.footer("Examples:\n"
                    "  wickerlane moments --update\n"
                    "  wickerlane moments --lists\n"

@@ -65,7 +65,6 @@ Result<ExitCode> person(const Options &options) {
 } // namespace
 
 void setUpPerson(Command command) {
-    command.description("Show or set information about a person");
     command.footer("Example:\n  wickerlane person p-17 name=Ada city=London");
     Options &options = command.runs(person);
     command.addOption("PERSON", options.person, "ID of the person").required();

@@ -42,7 +42,6 @@ Result<ExitCode> preview(const Options &options) {
 } // namespace
 
 void setUpPreview(Command command) {
-    command.description("Set an edited picture to be shown for an asset");
     command.footer("The original is kept. The library shows the edited picture instead of it.\n\n"
                    "Example:\n"
                    "  wickerlane preview 7F3D0A52-6C1B-4E0E-9D43-2B1C7A5E8F10 beach-brighter.jpg");

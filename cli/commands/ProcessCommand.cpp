@@ -28,7 +28,6 @@ Result<ExitCode> findProcess(const Options &options) {
 } // namespace
 
 void setUpProcess(Command command) {
-    command.description("Find a process by its command name");
     command.footer(
         "Only the first 16 characters of a name are compared.\n\nExample:\n  wickerlane process hoardd");
     Options &options = command.runs(findProcess);

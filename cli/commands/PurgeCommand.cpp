@@ -37,7 +37,6 @@ Result<ExitCode> purge(const Options &options) {
 } // namespace
 
 void setUpPurge(Command command) {
-    command.description("Free disk space that shared albums use");
     command.footer("Only larger thumbnails are deleted. They are made again when they are needed.\n\n"
                    "Example:\n  wickerlane purge 50MB");
     Options &options = command.runs(purge);

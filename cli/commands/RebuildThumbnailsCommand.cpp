@@ -18,7 +18,6 @@ Result<ExitCode> rebuildThumbnails() {
 } // namespace
 
 void setUpRebuildThumbnails(Command command) {
-    command.description("Make the thumbnails of all assets again");
     command.footer("To make only the missing ones: wickerlane check --repair\n\n"
                    "Example:\n  wickerlane rebuild-thumbnails");
     command.runs(rebuildThumbnails);

@@ -54,7 +54,6 @@ Result<ExitCode> resolve(const Options &options) {
 } // namespace
 
 void setUpResolve(Command command) {
-    command.description("Write the paths of the files that persistent URLs stand for");
     command.footer("For an asset that has been edited, this is the edited picture.\n\n"
                    "Example:\n  wickerlane resolve "
                    "'rez-vault://asset/asset.JPG?id=7F3D0A52-6C1B-4E0E-9D43-2B1C7A5E8F10&ext=JPG'");

@@ -74,7 +74,6 @@ Result<ExitCode> runStep(Step step) {
 } // namespace
 
 void setUpRestore(Command command) {
-    command.description("Restore a library from its files");
     command.requireSubcommand();
     command.footer(
         "After you have copied the library's folder back from a backup, with its store or without:\n"

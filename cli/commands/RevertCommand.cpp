@@ -52,7 +52,6 @@ Result<ExitCode> revertAssets(const Options &options) {
 } // namespace
 
 void setUpRevert(Command command) {
-    command.description("Take the edits of assets back, so that they show their originals");
     command.footer("Example:\n  wickerlane revert 7F3D0A52-6C1B-4E0E-9D43-2B1C7A5E8F10");
     Options &options = command.runs(revertAssets);
     command.addOption("ASSET", options.assets, "UUIDs, URLs or object IDs of assets").required();

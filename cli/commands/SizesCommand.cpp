@@ -69,7 +69,6 @@ Result<ExitCode> showSizes(const Options &options) {
 } // namespace
 
 void setUpSizes(Command command) {
-    command.description("Say how much disk space the library uses");
     Options &options = command.runs(showSizes);
     command.addFlag("--json", options.json, "Write JSON, in bytes");
 }

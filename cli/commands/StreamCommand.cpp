@@ -33,7 +33,6 @@ Result<ExitCode> stream(const Options &options) {
 } // namespace
 
 void setUpStream(Command command) {
-    command.description("Create the shared album of a stream, and write its URL");
     command.footer("There is no server: a stream is kept in the library alone.");
     Options &options = command.runs(stream);
     command.addOption("STREAM", options.streamID, "ID of the stream").required().notEmpty();

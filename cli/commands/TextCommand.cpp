@@ -73,7 +73,6 @@ Result<ExitCode> showText(const Options &options) {
 } // namespace
 
 void setUpText(Command command) {
-    command.description("Show a text of the library in a language");
     command.footer("Example:\n  wickerlane text SELECT_PHOTOS --language pt-BR");
     Options &options = command.runs(showText);
     command.addOption("KEY", options.key, "Key of the text").required();

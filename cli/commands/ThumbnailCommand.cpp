@@ -70,7 +70,6 @@ Result<ExitCode> writeThumbnail(const Options &options) {
 } // namespace
 
 void setUpThumbnail(Command command) {
-    command.description("Write the picture of an asset in one of the library's formats");
     command.footer(
         "Formats:\n"
         "  small     JPEG, upright, up to 256 pixels a side\n"

@@ -144,7 +144,6 @@ Result<ExitCode> emptyTrash(const EmptyOptions &options) {
 } // namespace
 
 void setUpTrash(Command command) {
-    command.description("List, restore or delete what was deleted in the last 30 days");
     command.requireSubcommand();
 
     const Command list = command.addSubcommand("list", "List what is in the trash, the latest first");

@@ -46,7 +46,6 @@ Result<ExitCode> writeUUIDs(const Options &options) {
 } // namespace
 
 void setUpUuid(Command command) {
-    command.description("Make UUIDs, or write them in the library's form");
     command.footer("Examples:\n  wickerlane uuid --count 3\n"
                    "  wickerlane uuid 7f3d0a52-6c1b-4e0e-9d43-2b1c7a5e8f10");
     Options &options = command.runs(writeUUIDs);

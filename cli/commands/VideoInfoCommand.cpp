@@ -50,7 +50,6 @@ Result<ExitCode> showVideoInfo(const Options &options) {
 } // namespace
 
 void setUpVideoInfo(Command command) {
-    command.description("Show the metadata of a video file");
     command.footer("Example:\n  wickerlane video-info beach.mp4 --json");
     Options &options = command.runs(showVideoInfo);
     command.addOption("FILE", options.path, "The video").required();

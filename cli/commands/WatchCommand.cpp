@@ -69,7 +69,6 @@ Result<ExitCode> watch(const Options &options) {
 } // namespace
 
 void setUpWatch(Command command) {
-    command.description("Show how many photos and videos there are, again after each change");
     command.footer("Ctrl-C ends it.\n\nExample:\n  wickerlane watch --json");
     Options &options = command.runs(watch);
     command.addOption("--changes", options.changes, "End after this number of changes")
