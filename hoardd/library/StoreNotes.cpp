@@ -287,12 +287,15 @@ void StoreNotes::end() {
 
 NotedRows forgottenRows(const LibraryPaths &paths, Database &database) {
     NotedRows rows = readNotes(paths);
+    // One in the trash is not lacking, though a note of its deletion may be.
     const auto isOurs = [&](const std::string &uuid, const std::string &columns) {
         store::AssetRecord asset;
         asset.directory = notedText(columns, "directory");
         asset.filename = notedText(columns, "filename");
         return !asset.directory.empty() && ::access(paths.original(asset).c_str(), F_OK) == 0 &&
-               !database.prepare("SELECT 1 FROM zgenericasset WHERE uuid = ?")
+               !database
+                    .prepare("SELECT 1 FROM zgenericasset WHERE uuid = ?1 UNION ALL "
+                             "SELECT 1 FROM ztrashedasset WHERE uuid = ?1")
                     .bind(uuid)
                     .any()
                     .value_or(true);

@@ -9,6 +9,7 @@
 #include "hoardd/albums/BulletinBoard.h"
 #include "hoardd/library/Clock.h"
 #include "hoardd/library/DiskReserve.h"
+#include "hoardd/library/StoreNotes.h"
 #include "hoardd/saving/AssetFiles.h"
 #include "hoardd/saving/FoundFiles.h"
 #include "hoardd/saving/Publication.h"
@@ -17,6 +18,7 @@
 #include "hoardd/upkeep/Repair.h"
 #include "hoardd/upkeep/Sizes.h"
 #include "tests/hoardd/OpenLibrary.h"
+#include "wickerlane/platform/file/Files.h"
 #include "wickerlane/store/Schema.h"
 
 using namespace wickerlane;
@@ -242,6 +244,19 @@ TEST_F(Trash, LeavesAnAssetWholeThatCantBeMoved) {
     execute("DROP TRIGGER refuse");
     EXPECT_TRUE(restoreFromTrash(library(), asset.uuid));
     EXPECT_EQ(rows(), before);
+}
+
+TEST_F(Trash, KeepsWhatWasMovedThereWithoutANote) {
+    const AssetRecord asset = saved(jpegOf(fourCorners(30, 20)));
+    fs::copy(notesFolder(paths), rootPath() + "/notes");
+    ASSERT_TRUE(trashAsset(library(), asset));
+    fs::remove_all(notesFolder(paths));
+    fs::copy(rootPath() + "/notes", notesFolder(paths));
+
+    ASSERT_TRUE(repairLibrary(library()));
+    EXPECT_EQ(integer("SELECT count(*) FROM zgenericasset"), 0);
+    EXPECT_EQ(integer("SELECT count(*) FROM ztrashedasset"), 1);
+    EXPECT_EQ(faults(), "");
 }
 
 TEST_F(Trash, ReportsOriginalsThatAreMissingInIt) {
