@@ -57,6 +57,8 @@ class Client:
             self.process.stdin.write('\t'.join(map(str, words)) + '\n')
             self.process.stdin.flush()
             answer = self.process.stdout.readline().rstrip('\n').split('\t')
+        except BrokenPipeError:
+            answer = ['']
         finally:
             overdue.cancel()
         if answer == ['']:
@@ -90,11 +92,11 @@ class Library:
         if not on_demand:
             self.environment['WICKERLANE_SERVICES'] = str(self.root / 'none')
 
-    def start(self, limits=None, **variables):
+    def start(self, **variables):
         """Starts hoardd, and returns when it holds the library, or has ended."""
         self.console = open(self.root / 'hoardd.console', 'ab')
         self.daemon = subprocess.Popen(self.arguments, env={**self.environment, **variables}, stdin=subprocess.DEVNULL,
-                                       stdout=self.console, stderr=self.console, preexec_fn=limits)
+                                       stdout=self.console, stderr=self.console)
         self.console.close()
         return self.daemon
 
