@@ -2,12 +2,15 @@
 #include <map>
 #include <nlohmann/json.hpp>
 
-#include "cli/Awaited.h"
 #include "cli/DaemonRequests.h"
 #include "cli/Formatting.h"
 #include "cli/Output.h"
 #include "cli/Subcommands.h"
-#include "wickerlane/api/RZLibrary.h"
+#include "wickerlane/client/JXGatekeeperClient.h"
+#include "wickerlane/client/Request.h"
+#include "wickerlane/platform/object/Dictionary.h"
+#include "wickerlane/platform/object/Number.h"
+#include "wickerlane/protocol/LibraryRows.h"
 #include "wickerlane/protocol/SizeKind.h"
 
 namespace wickerlane::cli {
@@ -33,30 +36,35 @@ constexpr struct Kind {
 /// Bytes by kind.
 using Sizes = std::map<std::uint32_t, std::uint64_t>;
 
-Sizes askSizes() {
-    std::uint32_t allBits = 0;
-    for (const Kind &kind : kinds)
-        allBits |= kind.bit();
-    const auto queue = WorkQueue::create("sizes"); // serial, so that the map needs no lock
-    const Awaited<Sizes> answer;
-    RZGetLibrarySizes(queue.get(), allBits,
-                      [answer, sizes = Sizes()](std::uint32_t kind, std::uint64_t bytes) mutable {
-                          sizes[kind] = bytes;
-                          if (sizes.size() == std::size(kinds))
-                              answer.give(sizes);
-                      });
-    return answer.take();
+Result<Sizes> askSizes() {
+    const client::Reply reply = client::Request(protocol::getLibrarySizes)
+                                    .sendAndWait(JXGatekeeperClient::sharedInstance()->connection());
+    if (const MessageError *error = reply.error();
+        error == MessageError::connectionInterrupted() || error == MessageError::connectionInvalid())
+        return failUnreachable();
+    else if (error != nullptr)
+        return fail(static_cast<ProblemKind>(error->errorKind()), std::string(error->text()));
+    const auto *given = as<Dictionary>(reply.get(protocol::keys::sizes));
+    Sizes sizes;
+    for (const Kind &kind : kinds) {
+        const auto *bytes = given != nullptr ? given->get<Number>(std::to_string(kind.bit())) : nullptr;
+        if (bytes == nullptr)
+            return fail(ProblemKind::failed, "the daemon does not say all sizes");
+        sizes[kind.bit()] = bytes->uint64Value();
+    }
+    return sizes;
 }
 
 Result<ExitCode> showSizes(const Options &options) {
     if (const auto answers = requireDaemon(); !answers)
         return passOn(answers);
-    const Sizes sizes = askSizes();
+    const ReleaseScope scope;
+    const auto sizes = askSizes();
+    if (!sizes)
+        return passOn(sizes);
     JSON described;
     for (const Kind &kind : kinds) {
-        const std::uint64_t bytes = sizes.at(kind.bit());
-        if (bytes == RZLibrarySizeUnknown)
-            return fail(ProblemKind::failed, "the daemon can't say the sizes; see its log");
+        const std::uint64_t bytes = sizes->at(kind.bit());
         described[kind.name] = bytes;
         if (!options.json)
             print(std::string(kind.label) + ": " + sizeText(bytes));

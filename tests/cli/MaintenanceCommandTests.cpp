@@ -1,12 +1,15 @@
 // wickerlane check, wickerlane restore, wickerlane daemon, wickerlane consent
 #include <sys/stat.h>
 
+#include <atomic>
 #include <csignal>
 #include <fstream>
 
 #include "tests/cli/CommandRun.h"
 #include "tests/support/TestImages.h"
 #include "tests/support/WaitUntil.h"
+#include "wickerlane/platform/message/listener/MessageListener.h"
+#include "wickerlane/protocol/ServiceName.h"
 #include "wickerlane/store/LibraryPaths.h"
 #include "wickerlane/store/Schema.h"
 
@@ -165,6 +168,51 @@ TEST_F(Commands, EachReasonHasItsOwnTextAndExitCode) {
     EXPECT_EQ(run({"consent", "revoke", WICKERLANE_COMMAND}).exitCode, 0);
     endDaemon();
     expect({"--root", "/proc/1", "count"}, 5, "--root");
+}
+
+// As a daemon does that finds its store damaged between two requests.
+TEST_F(Commands, ARefusedQuestionIsAnAnswer) {
+    using namespace wickerlane;
+    const struct {
+        std::int64_t kind;
+        int exitCode;
+    } cases[] = {{0, 1}, {3, 5}, {4, 8}, {7, 6}, {13, 8}};
+    std::atomic<std::int64_t> kind{0};
+    const auto daemon = MessageListener::create(WickerlaneGatekeeperName, nullptr,
+                                                [&](ReceivedMessage *received) {
+                                                    const auto answer = MessageDictionary::create();
+                                                    answer->setInt64("version", 1);
+                                                    if (received->message()->getInt64("operation") == 69)
+                                                        received->reply(answer.get());
+                                                    else
+                                                        received->replyError("not now", kind.load());
+                                                },
+                                                {});
+    ASSERT_NE(daemon, nullptr);
+    ASSERT_TRUE(daemon->resume());
+    for (const auto &[given, exitCode] : cases) {
+        kind = given;
+        const CommandResult result = run({"sizes"});
+        EXPECT_EQ(result.exitCode, exitCode) << result;
+        EXPECT_NE(result.errors.find("not now"), std::string::npos) << result;
+    }
+    daemon->cancel();
+}
+
+TEST_F(Commands, AFileThatIsBeingWrittenIsToBeTriedAgain) {
+    imported(file("a.png", pngPicture()));
+    const std::string path = file("../var/mobile/Media/DCIM/b.jpg", jpegPicture());
+    {
+        const std::ofstream writing(path, std::ios::app);
+        const CommandResult early = run({"restore", "import"});
+        EXPECT_EQ(early.exitCode, 8) << early;
+        EXPECT_NE(early.errors.find("b.jpg"), std::string::npos) << early;
+        EXPECT_EQ(early.output, "1 photo, 0 videos\n") << early;
+    }
+    fs::last_write_time(path, fs::file_time_type::clock::now() - std::chrono::hours(1));
+    const CommandResult later = run({"restore", "import"});
+    EXPECT_EQ(later.exitCode, 0) << later;
+    EXPECT_EQ(later.output, "2 photos, 0 videos\n") << later;
 }
 
 TEST_F(Commands, AnOlderLibraryIsBroughtUpToDateBeforeItIsRead) {
