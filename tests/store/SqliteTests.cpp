@@ -161,4 +161,16 @@ TEST_F(Databases, AStatementThatWouldNotEndFails) {
     EXPECT_EQ(database.integer("SELECT count(*) FROM t"), 3) << "the next has its own limit";
 }
 
+TEST_F(Databases, AStatementMayTakeWhatTheSizeOfTheDatabaseIsWorth) {
+    Database database = writer();
+    const auto count = [&] {
+        return database.integer(
+            "WITH RECURSIVE c (x) AS (SELECT 1 UNION ALL SELECT x + 1 FROM c LIMIT 2000000) "
+            "SELECT count(*) FROM c");
+    };
+    EXPECT_FALSE(count()) << "it is a small one";
+    ASSERT_TRUE(database.execute("CREATE TABLE large (b); INSERT INTO large VALUES (zeroblob(20000000))"));
+    EXPECT_EQ(count(), 2'000'000) << "it has grown since it was opened";
+}
+
 } // namespace

@@ -66,9 +66,25 @@ Problem problemOf(sqlite3 *connection, int code) {
 /// How many steps of its program a statement takes between two calls of the progress handler.
 constexpr int workUnit = 1'000'000;
 
+/// Far more than any statement of ours takes on a sound database of that size, and so little that one which
+/// goes in circles ends within a moment.
+std::uint64_t workLimit(const std::string &path) {
+    constexpr std::uint64_t bytesPerUnit = 16'384, unitsAtLeast = 10;
+    std::uint64_t size = 0;
+    for (const char *suffix : {"", "-wal"}) {
+        struct stat status {};
+        if (::stat((path + suffix).c_str(), &status) == 0)
+            size += static_cast<std::uint64_t>(status.st_size);
+    }
+    return unitsAtLeast + size / bytesPerUnit;
+}
+
 int noteWork(void *counted) {
     auto *work = static_cast<WorkLimit *>(counted);
-    return ++work->done > work->limit ? 1 : 0;
+    if (++work->done <= work->limit)
+        return 0;
+    work->limit = workLimit(work->path); // it may have grown since
+    return work->done > work->limit ? 1 : 0;
 }
 
 /// Makes a database that does not exist, and lets only its owner at it and at what SQLite keeps beside it,
@@ -264,13 +280,9 @@ Database::~Database() {
     sqlite3_close_v2(handle);
 }
 
-// Far more than any statement of ours takes on a sound database of that size.
 void Database::limitWork(const std::string &path) {
-    constexpr std::uint64_t bytesPerUnit = 4096, unitsAtLeast = 100;
-    struct stat status {};
-    const std::uint64_t size =
-        ::stat(path.c_str(), &status) == 0 ? static_cast<std::uint64_t>(status.st_size) : 0;
-    work->limit = unitsAtLeast + size / bytesPerUnit;
+    work->path = path;
+    work->limit = workLimit(path);
     sqlite3_progress_handler(handle, workUnit, noteWork, work.get());
 }
 

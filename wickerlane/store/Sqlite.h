@@ -33,6 +33,7 @@ enum class ColumnType { null, integer, real, text, blob };
 struct WorkLimit {
     std::uint64_t done = 0; ///< By the statement that runs, in units of the progress handler.
     std::uint64_t limit = 0;
+    std::string path; ///< Of the database.
 };
 
 /// A prepared statement. Values are bound in order with bind(), then rows are read:
