@@ -1,11 +1,16 @@
 #include "hoardd/library/LibraryFolder.h"
 
+#include <chrono>
+
 #include "hoardd/library/DiskReserve.h"
 #include "wickerlane/log/JXLog.h"
 
 namespace wickerlane::hoardd {
 
 namespace {
+
+/// How long a request waits for a mend: longer than to find that the store of a usual library is sound.
+constexpr std::chrono::seconds mendPatience{2};
 
 /// The problem with what to do about it.
 Problem withCure(Problem problem) {
@@ -19,6 +24,10 @@ Problem withCure(Problem problem) {
 
 Result<Library *> LibraryFolder::open() {
     const MutexLock lock(mutex);
+    const auto deadline = std::chrono::steady_clock::now() + mendPatience;
+    while (isMending)
+        if (!mendingEnded.waitUntil(mutex, deadline) && isMending)
+            return fail(ProblemKind::busy, "the library is being repaired; try again when that has ended");
     if (damage)
         return fail(*damage);
     return openLocked();
@@ -43,11 +52,19 @@ Result<Library *> LibraryFolder::openLocked() {
 }
 
 Result<LibraryFolder::Mended> LibraryFolder::openMended() {
-    const MutexLock lock(mutex);
+    MutexLock lock(mutex);
+    while (isMending)
+        mendingEnded.wait(mutex);
     if (isEnding)
         return stopped();
     readyLibrary = nullptr;
-    const auto mended = library != nullptr ? library->writer().mend() : Library::mend(folderPaths);
+    isMending = true;
+    Library *const known = library.get();
+    lock.unlock();
+    const auto mended = known != nullptr ? known->writer().mend() : Library::mend(folderPaths);
+    lock.lock();
+    isMending = false;
+    mendingEnded.notifyAll();
     if (!mended) {
         JX_LOG(JXLogLevelError, JXPhotosStateLog, "can't mend the store: %s", mended.error().text.c_str());
         return passOn(mended);

@@ -22,7 +22,7 @@ public:
     [[nodiscard]] const store::LibraryPaths &paths() const noexcept { return folderPaths; }
 
     /// The library, which lives as long as this. The first call opens it, and makes it if there is none; when
-    /// that fails, the next call tries again.
+    /// that fails, the next call tries again. `busy` when its store is still being mended after a moment.
     [[nodiscard]] Result<Library *> open();
     struct Mended {
         Library *library;
@@ -44,6 +44,8 @@ private:
     const Handler<void(Library &)> whenOpened;
     Mutex mutex;
     [[nodiscard]] Result<Library *> openLocked() WL_REQUIRES(mutex);
+    Condition mendingEnded;
+    bool isMending WL_GUARDED_BY(mutex) = false; // by one thread, which does not hold the mutex meanwhile
     bool isEnding WL_GUARDED_BY(mutex) = false;
     std::optional<Problem> damage WL_GUARDED_BY(mutex);
     std::unique_ptr<Library> library WL_GUARDED_BY(mutex); // stays once it is there

@@ -1,8 +1,15 @@
 // What is done to a library as a whole.
+#include <fcntl.h>
+
 #include <filesystem>
+#include <future>
+#include <thread>
 
 #include "tests/hoardd/FileAge.h"
 #include "tests/hoardd/RunningHoardd.h"
+#include "tests/support/WaitUntil.h"
+#include "wickerlane/platform/file/FileLock.h"
+#include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/preferences/Preferences.h"
 #include "wickerlane/store/LibraryCheck.h"
 #include "wickerlane/store/Sqlite.h"
@@ -27,6 +34,27 @@ protected:
         return database ? database->integer(sql).value_or(-1) : -1;
     }
 };
+
+// Whoever asks meanwhile is told so, and does not wait for as long as that takes.
+TEST_F(Upkeep, SaysThatTheStoreIsBeingRepaired) {
+    ReleaseScope scope;
+    answer(request(10).get());
+    ASSERT_TRUE(makeFolders(paths.folder() + "/PhotoData"));
+    UniqueFd foreign = openFile(paths.lock(), O_RDWR | O_CREAT); // a repair waits for it
+    ASSERT_TRUE(lockFile(foreign.get(), FileLock::exclusive));
+    std::promise<void> repaired;
+    connection->sendWithReply(request(27).get(), nullptr, [&](MessageValue *) { repaired.set_value(); });
+    // Else the first question may wait for the library by itself, and the repair for that.
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    std::string said;
+    EXPECT_TRUE(waitUntil([&] {
+        said = refusal(request(16).get());
+        return said.starts_with("the library is being repaired");
+    })) << said;
+    foreign.reset();
+    ASSERT_EQ(repaired.get_future().wait_for(std::chrono::minutes(1)), std::future_status::ready);
+    EXPECT_EQ(photos(), 0U);
+}
 
 TEST_F(Upkeep, FilesFoundAmongTheOriginalsBecomeAssets) {
     ReleaseScope scope;
