@@ -5,6 +5,7 @@ import argparse
 import concurrent.futures
 import os
 import pathlib
+import plistlib
 import select
 import shutil
 import signal
@@ -32,6 +33,13 @@ def run(*command, **more):
 def check_application(program, environment, expected):
     output = run(program, env=environment)
     assert output == f'photos: {expected}\npicture: a PNG\n', output
+
+
+def leave_analyses_out(root):
+    """The daemon is started by the installed description, so that no option can say it."""
+    preferences = root / 'var/mobile/Library/Preferences'
+    preferences.mkdir(parents=True)
+    (preferences / 'org.wickerlane.hoardd.plist').write_bytes(plistlib.dumps({'AnalyzesUnasked': 0}))
 
 
 def end_daemon(root):
@@ -90,6 +98,7 @@ def main():
         pkgconfig = next(prefix.rglob('wickerlane.pc')).parent
         environment = {**os.environ, 'PKG_CONFIG_PATH': str(pkgconfig), 'LD_LIBRARY_PATH': str(pkgconfig.parent),
                        'WICKERLANE_ROOT': str(top / 'root')}
+        leave_analyses_out(top / 'root')
         try:
             build_with_pkg_config(folder, environment)
             build_with_cmake(folder, prefix, environment)
