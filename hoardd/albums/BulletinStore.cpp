@@ -1,6 +1,9 @@
 #include "hoardd/albums/BulletinStore.h"
 
 #include <algorithm>
+#include <cmath>
+
+#include "wickerlane/store/Soundness.h"
 
 namespace wickerlane::hoardd {
 
@@ -41,6 +44,14 @@ BulletinRecord readBulletin(const Statement &row) {
     record.type = static_cast<BulletinType>(row.integer(12));
     record.assetFilename = row.text(13);
     return record;
+}
+
+bool isSound(const BulletinRecord &bulletin) {
+    for (const std::string *text :
+         {&bulletin.albumUUID, &bulletin.albumName, &bulletin.assetUUID, &bulletin.sender})
+        if (!store::isText(*text))
+            return false;
+    return std::isfinite(bulletin.date) && std::isfinite(bulletin.originalDate);
 }
 
 /// What a bulletin is about. Only those of shared albums have one.
@@ -108,9 +119,12 @@ Result<> addOriginalBulletin(Database &database, const store::AssetRecord &asset
 }
 
 Result<std::vector<BulletinRecord>> currentBulletins(Database &database, double now) {
-    return database.prepare(selectBulletins("WHERE date > ? ORDER BY recordid DESC"))
-        .bind(now - bulletinLifetime)
-        .all(readBulletin);
+    auto bulletins = database.prepare(selectBulletins("WHERE date > ? ORDER BY recordid DESC"))
+                         .bind(now - bulletinLifetime)
+                         .all(readBulletin);
+    if (bulletins)
+        std::erase_if(*bulletins, [](const BulletinRecord &each) { return !isSound(each); });
+    return bulletins;
 }
 
 Result<std::int64_t> countCurrentBulletins(Database &database, double now) {

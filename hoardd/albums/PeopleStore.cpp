@@ -1,6 +1,7 @@
 #include "hoardd/albums/PeopleStore.h"
 
 #include "hoardd/library/Clock.h"
+#include "wickerlane/store/Soundness.h"
 
 namespace wickerlane::hoardd {
 
@@ -24,9 +25,12 @@ Result<std::int64_t> emailKey(Database &database, std::string_view address) {
 }
 
 Result<std::optional<std::string>> emailAddress(Database &database, std::int64_t key) {
-    return database.prepare("SELECT address FROM zemail WHERE key = ?")
-        .bind(key)
-        .first([](const Statement &row) { return std::string(row.text(0)); });
+    auto address = database.prepare("SELECT address FROM zemail WHERE key = ?")
+                       .bind(key)
+                       .first([](const Statement &row) { return std::string(row.text(0)); });
+    if (address && *address && !store::isText(**address))
+        address->reset();
+    return address;
 }
 
 Result<std::optional<std::vector<std::byte>>> personInfo(Database &database, std::string_view person) {

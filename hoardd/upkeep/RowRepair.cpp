@@ -86,6 +86,30 @@ Result<> replaceAlbum(Database &database, AlbumRecord album) {
         .run();
 }
 
+/// A person keeps what is known of them under a text that can be asked for; a change of nothing goes.
+Result<> mendTexts(Database &database) {
+    for (const store::TextColumn &column : store::textColumns()) {
+        const auto rows = store::rowsWithoutText(database, column);
+        if (!rows)
+            return passOn(rows);
+        const std::string table = column.table;
+        for (const auto &[number, text] : *rows) {
+            const std::string mended = column.holdsUUID ? std::string() : textOf(text);
+            const auto done =
+                mended.empty()
+                    ? database.prepare("DELETE FROM " + table + " WHERE rowid = ?").bind(number).run()
+                    : database
+                          .prepare("UPDATE OR REPLACE " + table + " SET " + column.column +
+                                   " = ? WHERE rowid = ?")
+                          .bind(mended, number)
+                          .run();
+            if (!done)
+                return done;
+        }
+    }
+    return {};
+}
+
 template <class Record>
 void keepUnsound(std::vector<Record> &records) {
     std::erase_if(records, [](const Record &each) { return faultOf(each).empty(); });
@@ -111,10 +135,23 @@ Result<> repairRows(Library &library) {
         return passOn(albums);
     keepUnsound(*assets);
     keepUnsound(*albums);
-    if (assets->empty() && albums->empty())
+    const auto texts = library.read([](Database &database) -> Result<std::size_t> {
+        std::size_t count = 0;
+        for (const store::TextColumn &column : store::textColumns()) {
+            const auto rows = store::rowsWithoutText(database, column);
+            if (!rows)
+                return passOn(rows);
+            count += rows->size();
+        }
+        return count;
+    });
+    if (!texts)
+        return passOn(texts);
+    if (assets->empty() && albums->empty() && *texts == 0)
         return {};
     JX_LOG(JXLogLevelNotice, JXPhotosStateLog,
-           "repairing %zu assets and %zu albums that the store holds wrong", assets->size(), albums->size());
+           "repairing %zu assets, %zu albums and %zu other entries that the store holds wrong",
+           assets->size(), albums->size(), *texts);
     return library.writer().change([&](Database &database) -> Result<> {
         for (const AssetRecord &each : *assets)
             if (const auto done = replaceAsset(database, mended(library.paths(), each)); !done)
@@ -122,7 +159,7 @@ Result<> repairRows(Library &library) {
         for (const AlbumRecord &each : *albums)
             if (const auto done = replaceAlbum(database, each); !done)
                 return done;
-        return {};
+        return mendTexts(database);
     });
 }
 

@@ -152,6 +152,34 @@ TEST_F(Repair, MakesAssetsAgainOfRowsThatCantBeOnes) {
     EXPECT_TRUE(*library().assets().albumWithUUID(album));
 }
 
+TEST_F(Repair, MendsTextsThatAreNone) {
+    allowLastingDescriptors(folderWatchDescriptors); // of the languages for bulletins, which are watched
+    execute("INSERT INTO zemail (address, dateadded) VALUES (CAST(x'41ff' AS TEXT), 1);"
+            "INSERT INTO zperson (personid, info, dateadded) VALUES (CAST(x'41ff' AS TEXT), x'07', 1);"
+            "INSERT INTO zchange (what, assetuuid) VALUES (0, CAST(x'41ff' AS TEXT));"
+            "INSERT INTO zbulletin (type, originalrecordid, originaldate, date, photos, videos, sender) "
+            "VALUES (1, 1, 1, (julianday('now') - 2451910.5) * 86400, 1, 0, CAST(x'41ff' AS TEXT));");
+    const auto address = [&] {
+        return library().read([](sqlite::Database &database) { return emailAddress(database, 1); });
+    };
+    std::string found;
+    const auto report = store::checkLibrary(paths);
+    ASSERT_TRUE(report);
+    for (const store::Finding &each : report->findings)
+        found += each.detail + '\n';
+    for (const char *row : {"bulletin 1", "e-mail address 1", "person 1", "change 1"})
+        EXPECT_NE(found.find(row), std::string::npos) << row << " in " << found;
+    EXPECT_EQ((*currentBulletins(library()))->count(), 0U);
+    EXPECT_EQ(*address(), std::nullopt);
+    EXPECT_TRUE(library().assets().changes(0)->empty());
+
+    ASSERT_TRUE(repairLibrary(library()));
+    EXPECT_EQ(faults(), "");
+    EXPECT_EQ((*currentBulletins(library()))->count(), 1U);
+    EXPECT_EQ(*address(), "A\uFFFD");
+    EXPECT_TRUE(*library().read([](sqlite::Database &database) { return personInfo(database, "A\uFFFD"); }));
+}
+
 TEST_F(Sizes, AreThoseOfTheFiles) {
     const FileBytes one = jpegOf(fourCorners(300, 200)), two = pngOf(fourCorners(40, 40));
     EXPECT_EQ(size(SizeKind::photos), 0U);

@@ -205,6 +205,14 @@ Result<> Check::checkRows(Database &database) {
             });
     if (!albums)
         return albums;
+    for (const TextColumn &column : textColumns()) {
+        const auto rows = rowsWithoutText(database, column);
+        if (!rows)
+            return passOn(rows);
+        for (const auto &[number, text] : *rows)
+            find(Finding::Kind::unsoundRow, {}, paths.database(),
+                 column.what + (' ' + std::to_string(number)) + ": it holds a text that is none");
+    }
     if (auto checked = checkCompanions(database, companionTable); !checked)
         return checked;
     return database.prepare("SELECT assetuuid, filename FROM zrendition").forEach([&](const Statement &row) {

@@ -2,11 +2,15 @@
 #ifndef WICKERLANE_STORE_SOUNDNESS_H
 #define WICKERLANE_STORE_SOUNDNESS_H
 
+#include <span>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "wickerlane/store/AssetRecord.h"
 #include "wickerlane/store/ManagedAlbum.h"
+#include "wickerlane/store/Sqlite.h"
 
 namespace wickerlane::store {
 
@@ -20,6 +24,18 @@ namespace wickerlane::store {
 
 [[nodiscard]] WL_EXPORT std::string faultOf(const AssetRecord &asset);
 [[nodiscard]] WL_EXPORT std::string faultOf(const AlbumRecord &album);
+
+/// A text of a row that is neither an asset nor an album.
+struct TextColumn {
+    const char *what; ///< The row, for people.
+    const char *table;
+    const char *column;
+    bool holdsUUID;
+};
+[[nodiscard]] WL_EXPORT std::span<const TextColumn> textColumns();
+/// The rows whose text in that column is none, or no UUID where it must be one, with that text.
+[[nodiscard]] WL_EXPORT Result<std::vector<std::pair<std::int64_t, std::string>>>
+rowsWithoutText(sqlite::Database &database, const TextColumn &column);
 
 } // namespace wickerlane::store
 

@@ -296,13 +296,17 @@ Result<Ref<ManagedAlbum>> StoreReader::albumNamed(std::string_view name) {
 
 Result<std::vector<AssetChange>> StoreReader::changes(std::int64_t since) {
     const MutexLock lock(connection->mutex);
-    return connection->current()
-        .database.prepare("SELECT pk, date, what, assetuuid FROM zchange WHERE pk > ? ORDER BY pk")
-        .bind(since)
-        .all([](const sqlite::Statement &row) {
-            return AssetChange{row.integer(0), row.real(1), static_cast<AssetChange::What>(row.integer(2)),
-                               std::string(row.text(3))};
-        });
+    auto changes =
+        connection->current()
+            .database.prepare("SELECT pk, date, what, assetuuid FROM zchange WHERE pk > ? ORDER BY pk")
+            .bind(since)
+            .all([](const sqlite::Statement &row) {
+                return AssetChange{row.integer(0), row.real(1),
+                                   static_cast<AssetChange::What>(row.integer(2)), std::string(row.text(3))};
+            });
+    if (changes)
+        std::erase_if(*changes, [](const AssetChange &each) { return !isUUID(each.uuid); });
+    return changes;
 }
 
 ManagedObjectID *StoreReader::managedObjectIDForURI(const char *uri, std::size_t length) {
