@@ -15,6 +15,7 @@
 #include "wickerlane/platform/file/TrustedPath.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/platform/process/Circumstances.h"
+#include "wickerlane/platform/queue/ServiceThreads.h"
 #include "wickerlane/platform/queue/WorkQueue.h"
 
 namespace wickerlane::cli {
@@ -47,6 +48,8 @@ ExitCode perform(const Action &action) {
 /// The work runs on the global queue, while this thread serves the main queue: changed log levels arrive
 /// there.
 ExitCode performServingMainQueue(const Action &action) {
+    if (!startWorker())
+        return report({ProblemKind::failed, "the system has no thread left for this user", {}});
     ExitCode result = ExitCode::failure;
     WorkQueue::global()->async([&] {
         result = perform(action);

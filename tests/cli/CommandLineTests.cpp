@@ -5,6 +5,7 @@
 
 #include "tests/cli/CommandRun.h"
 #include "tests/support/TestImages.h"
+#include "tests/support/WaitUntil.h"
 
 using namespace wickerlane::test;
 
@@ -27,6 +28,18 @@ int exitCodeWithoutErrors(const char *verb, const std::string &argument) {
 TEST_F(Commands, StandardErrorThatTakesNothingStopsNoWork) {
     EXPECT_EQ(exitCodeWithoutErrors("import", file("a.jpg", jpegPicture())), 0);
     EXPECT_EQ(exitCodeWithoutErrors("show", "not-a-uuid"), 4);
+}
+
+TEST_F(Commands, ACommandThatGetsNoThreadSaysSo) {
+    std::vector<std::string> wrapper{"prlimit", "--nproc=1"};
+    if (geteuid() == 0) // no limit holds root
+        wrapper = {"prlimit", "--nproc=1",      "setpriv",        "--reuid",
+                   "65534",   "--clear-groups", "--inh-caps=-all"};
+    RunningCommand command({"list"}, wrapper);
+    ASSERT_TRUE(waitUntil([&] { return !command.isRunning(); }));
+    const CommandResult result = command.wait();
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_NE(result.errors.find("no thread"), std::string::npos) << result;
 }
 
 TEST_F(Commands, TheExitCodeSaysWhatIsWrong) {

@@ -2,6 +2,8 @@
 #ifndef WICKERLANE_PLATFORM_QUEUE_SERVICETHREADS_H
 #define WICKERLANE_PLATFORM_QUEUE_SERVICETHREADS_H
 
+#include "wickerlane/platform/object/Export.h"
+
 namespace wickerlane {
 
 /// Starts the reader thread, the timer's thread and a worker of the global queue, unless they run. False when
@@ -9,7 +11,7 @@ namespace wickerlane {
 [[nodiscard]] bool startServiceThreads() noexcept;
 
 /// Starts a worker of the global queue, unless one runs. False when the system gives no more threads.
-[[nodiscard]] bool startWorker() noexcept;
+[[nodiscard]] WL_EXPORT bool startWorker() noexcept;
 
 } // namespace wickerlane
 
