@@ -93,6 +93,13 @@ Result<> addBelow(const std::string &library, const fs::path &folder, std::vecto
     return {};
 }
 
+/// Such a thumbnail is made again when it is asked for. One from a backup could show what was edited since.
+bool isLateThumbnail(const store::LibraryPaths &paths, const std::string &uuid, const fs::path &file) {
+    return std::ranges::any_of(store::thumbnailKinds, [&](const store::ThumbnailKind &kind) {
+        return kind.making == store::ThumbnailMaking::late && file == paths.thumbnail(uuid, kind.size);
+    });
+}
+
 Result<> addOthers(const store::LibraryPaths &paths, const std::unordered_set<std::string> &uuids,
                    std::vector<LibraryFile> &files) {
     const auto isWanted = [](const fs::path &path) {
@@ -111,7 +118,8 @@ Result<> addOthers(const store::LibraryPaths &paths, const std::unordered_set<st
         Result<> added;
         if (name == "Thumbnails")
             added = addBelow(paths.folder(), path, files, [&](const fs::path &file) {
-                return isWanted(file) && uuids.contains(file.filename().string().substr(0, 36));
+                const std::string uuid = file.filename().string().substr(0, 36);
+                return isWanted(file) && uuids.contains(uuid) && !isLateThumbnail(paths, uuid, file);
             });
         else if (entry->is_directory(error))
             added = addBelow(paths.folder(), path, files, isWanted);

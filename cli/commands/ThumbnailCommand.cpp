@@ -1,6 +1,9 @@
 // wickerlane thumbnail
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <optional>
+
 #include "cli/DaemonRequests.h"
 #include "cli/Formatting.h"
 #include "cli/NewFile.h"
@@ -16,6 +19,7 @@ namespace {
 struct Options {
     std::string asset;
     std::string format = "preview";
+    std::optional<std::uint64_t> size;
     std::string to;
     bool force = false;
 };
@@ -35,6 +39,25 @@ int formatNamed(const std::string &name) {
     return -1;
 }
 
+protocol::ImageDataFormat formatOf(store::ThumbnailSize size) {
+    switch (size) {
+    case store::ThumbnailSize::small:
+        return protocol::imageDataSmallJPEG;
+    case store::ThumbnailSize::preview:
+        return protocol::imageDataPreviewJPEG;
+    case store::ThumbnailSize::large:
+        return protocol::imageDataLargeJPEG;
+    }
+    return protocol::imageDataFullSizeJPEG;
+}
+
+/// The smallest that has as many pixels a side, unless the picture itself has fewer.
+int formatOfSize(std::uint64_t pixels) {
+    const auto kind = std::ranges::find_if(
+        store::thumbnailKinds, [&](const store::ThumbnailKind &each) { return each.maxSide >= pixels; });
+    return kind == store::thumbnailKinds.end() ? protocol::imageDataFullSizeJPEG : formatOf(kind->size);
+}
+
 /// The name of the file when none is given.
 std::string defaultName(const store::ManagedAsset &asset, int format) {
     if (format == protocol::imageDataOriginal)
@@ -47,7 +70,7 @@ Result<ExitCode> writeThumbnail(const Options &options) {
     if (!found)
         return passOn(found);
     const store::ManagedAsset &asset = **found;
-    const int format = formatNamed(options.format);
+    const int format = options.size ? formatOfSize(*options.size) : formatNamed(options.format);
     const Data *data = JXGatekeeperClient::sharedInstance()->imageDataForAsset(asset.objectID(), format);
     if (data == nullptr) {
         const std::string &problem = asset.record().problem;
@@ -74,6 +97,7 @@ void setUpThumbnail(Command command) {
         "Formats:\n"
         "  small     JPEG, upright, up to 256 pixels a side\n"
         "  preview   JPEG, upright, up to 1024 pixels a side (default)\n"
+        "  large     JPEG, upright, up to 2048 pixels a side; kept once it has been asked for\n"
         "  full      JPEG, upright, full size\n"
         "  png       PNG, upright, full size\n"
         "  original  the file as it was saved\n\n"
@@ -81,9 +105,15 @@ void setUpThumbnail(Command command) {
         "  wickerlane thumbnail 7F3D0A52-6C1B-4E0E-9D43-2B1C7A5E8F10 --format small --to beach.jpg");
     Options &options = command.runs(writeThumbnail);
     command.addOption("ASSET", options.asset, "UUID, URL or object ID of the asset").required();
-    command.addOption("-f,--format", options.format, "Format of the picture, see below")
-        .oneOf(formatNames())
-        .typeName("FORMAT");
+    const auto format = command.addOption("-f,--format", options.format, "Format of the picture, see below")
+                            .oneOf(formatNames())
+                            .typeName("FORMAT");
+    command
+        .addOption("-s,--size", options.size,
+                   "Pixels that a side should have at least: chooses small, preview, large or full")
+        .typeName("PIXELS")
+        .positive()
+        .excludes(format);
     command.addOption("-o,--to", options.to, "File to write (default: named after the asset)")
         .typeName("FILE");
     command.addFlag("--force", options.force, "Replace a file that already exists");

@@ -140,8 +140,8 @@ Result<> revertRendition(Library &library, const AssetRecord &asset) {
         putThumbnails(library, *thumbnails, asset);
         return {};
     }
-    for (const auto size : store::thumbnailSizes)
-        ::unlink(library.paths().thumbnail(asset.uuid, size).c_str());
+    for (const auto &kind : store::thumbnailKinds)
+        ::unlink(library.paths().thumbnail(asset.uuid, kind.size).c_str());
     return library.writer().change(
         [&](sqlite::Database &database) { return storeNoThumbnails(database, asset.primaryKey); });
 }

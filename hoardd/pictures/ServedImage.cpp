@@ -91,7 +91,9 @@ Image thumbnail(Library &library, const store::AssetRecord &asset, ThumbnailSize
         if (auto kept = lendFile(path))
             return kept;
         // One that was given up is kept again.
-        if (makeThumbnails(library, asset, {}))
+        const bool isLate =
+            store::thumbnailKinds[static_cast<std::size_t>(size)].making == store::ThumbnailMaking::late;
+        if (isLate ? makeLateThumbnails(library, asset) : makeThumbnails(library, asset, {}))
             if (auto kept = lendFile(path))
                 return kept;
     }
@@ -108,6 +110,8 @@ Result<Ref<MessageValue>> imageOf(Library &library, const store::AssetRecord &as
         return thumbnail(library, asset, ThumbnailSize::small);
     case protocol::imageDataPreviewJPEG:
         return thumbnail(library, asset, ThumbnailSize::preview);
+    case protocol::imageDataLargeJPEG:
+        return thumbnail(library, asset, ThumbnailSize::large);
     case protocol::imageDataFullSizeJPEG:
         return renderShown(library, asset, {.format = MediaFormat::jpeg});
     case protocol::imageDataFullSizePNG:

@@ -15,8 +15,10 @@ namespace wickerlane::hoardd {
 
 namespace {
 
-struct Preview {
+/// A thumbnail that can be given up.
+struct Purgeable {
     store::AssetRecord asset;
+    store::ThumbnailSize size;
     std::string path;
     std::uint64_t bytes; ///< On the disk.
 };
@@ -50,48 +52,50 @@ Result<bool> canBeMadeAgain(const Library &library, const store::AssetRecord &as
     return sum && *sum == source->sum;
 }
 
-/// At a glance: whether their sources are unchanged shows when their turn comes.
-Result<std::vector<Preview>> purgeablePreviews(const Library &library) {
+/// The larger thumbnails, the largest first. At a glance: whether their sources are unchanged shows when
+/// their turn comes.
+Result<std::vector<Purgeable>> purgeableThumbnails(const Library &library) {
     const auto assets = library.read(sharedAssetsWithThumbnails);
     if (!assets)
         return passOn(assets);
-    std::vector<Preview> previews;
-    for (const store::AssetRecord &asset : *assets) {
-        std::string path = library.paths().thumbnail(asset.uuid, store::ThumbnailSize::preview);
-        struct stat status {};
-        if (::lstat(path.c_str(), &status) != 0)
-            continue;
-        const auto source = sourceOf(library, asset);
-        if (!source)
-            return passOn(source);
-        if (::access(source->path.c_str(), R_OK) != 0)
-            continue;
-        constexpr std::uint64_t blockBytes = 512; // the unit of st_blocks
-        previews.push_back(
-            {asset, std::move(path), static_cast<std::uint64_t>(status.st_blocks) * blockBytes});
-    }
-    return previews;
+    std::vector<Purgeable> thumbnails;
+    for (const auto size : {store::ThumbnailSize::large, store::ThumbnailSize::preview})
+        for (const store::AssetRecord &asset : *assets) {
+            std::string path = library.paths().thumbnail(asset.uuid, size);
+            struct stat status {};
+            if (::lstat(path.c_str(), &status) != 0)
+                continue;
+            const auto source = sourceOf(library, asset);
+            if (!source)
+                return passOn(source);
+            if (::access(source->path.c_str(), R_OK) != 0)
+                continue;
+            constexpr std::uint64_t blockBytes = 512; // the unit of st_blocks
+            thumbnails.push_back(
+                {asset, size, std::move(path), static_cast<std::uint64_t>(status.st_blocks) * blockBytes});
+        }
+    return thumbnails;
 }
 
 } // namespace
 
 Result<std::uint64_t> purgeableBytes(Library &library) {
-    const auto previews = purgeablePreviews(library);
-    if (!previews)
-        return passOn(previews);
+    const auto thumbnails = purgeableThumbnails(library);
+    if (!thumbnails)
+        return passOn(thumbnails);
     std::uint64_t sum = 0;
-    for (const Preview &each : *previews)
+    for (const Purgeable &each : *thumbnails)
         sum += each.bytes;
     return sum;
 }
 
 // Marked first, so that a kill leaves no thumbnail missing that the store thinks is there.
 Result<std::uint64_t> purge(Library &library, std::uint64_t maxBytes) {
-    const auto previews = purgeablePreviews(library);
-    if (!previews)
-        return passOn(previews);
+    const auto thumbnails = purgeableThumbnails(library);
+    if (!thumbnails)
+        return passOn(thumbnails);
     std::uint64_t freed = 0;
-    for (const Preview &each : *previews) {
+    for (const Purgeable &each : *thumbnails) {
         if (library.isEnding())
             break;
         if (each.bytes > maxBytes - freed)
@@ -102,10 +106,13 @@ Result<std::uint64_t> purge(Library &library, std::uint64_t maxBytes) {
             return passOn(isSafe);
         if (!*isSafe)
             continue;
-        const auto stored = library.writer().change(
-            [&](sqlite::Database &database) { return storePurgedPreview(database, each.asset.uuid); });
-        if (!stored)
-            return passOn(stored);
+        // That of a late one need not be marked.
+        if (each.size == store::ThumbnailSize::preview) {
+            const auto stored = library.writer().change(
+                [&](sqlite::Database &database) { return storePurgedPreview(database, each.asset.uuid); });
+            if (!stored)
+                return passOn(stored);
+        }
         if (::unlink(each.path.c_str()) == 0)
             freed += each.bytes;
     }

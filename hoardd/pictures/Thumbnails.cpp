@@ -20,23 +20,24 @@
 namespace wickerlane::hoardd {
 
 using store::AssetRecord;
+using store::ThumbnailMaking;
 
 namespace {
 
 /// Far above any small thumbnail.
 constexpr std::size_t maxSmallThumbnailBytes = 4 << 20;
 
-bool hasThumbnails(const store::LibraryPaths &paths, const AssetRecord &asset) {
-    return asset.thumbnailIndex != 0 && std::ranges::all_of(store::thumbnailSizes, [&](auto size) {
-               return ::access(paths.thumbnail(asset.uuid, size).c_str(), F_OK) == 0;
-           });
+bool hasThumbnails(const store::LibraryPaths &paths, const AssetRecord &asset, ThumbnailMaking making) {
+    return std::ranges::all_of(store::thumbnailKinds, [&](const store::ThumbnailKind &kind) {
+        return kind.making != making || ::access(paths.thumbnail(asset.uuid, kind.size).c_str(), F_OK) == 0;
+    });
 }
 
-Result<StagedThumbnails> stageThumbnails(Library &library, const AssetRecord &asset) {
+Result<StagedThumbnails> stageThumbnails(Library &library, const AssetRecord &asset, ThumbnailMaking making) {
     const auto picture = shownPicturePath(library, asset);
     if (!picture)
         return passOn(picture);
-    return stageThumbnails(library, asset.uuid, *picture);
+    return stageThumbnails(library, asset.uuid, *picture, making);
 }
 
 /// The outcome for an asset whose thumbnails were due, and what the asset is once the store says so.
@@ -141,15 +142,21 @@ void noteOutcomes(Library &library, std::span<const Result<Attempt>> attempts) {
 
 } // namespace
 
-Result<StagedThumbnails> StagedThumbnails::create(const store::LibraryPaths &paths, std::string_view uuid) {
+Result<StagedThumbnails> StagedThumbnails::create(const store::LibraryPaths &paths, std::string_view uuid,
+                                                  ThumbnailMaking making) {
     StagedThumbnails made;
     made.folder = paths.thumbnailFolder(uuid);
-    for (const auto size : store::thumbnailSizes) {
+    for (const store::ThumbnailKind &kind : store::thumbnailKinds) {
+        if (kind.making != making) {
+            if (making == ThumbnailMaking::early)
+                made.stale.push_back(paths.thumbnail(uuid, kind.size));
+            continue;
+        }
         auto file = StagedFile::create(paths.saving());
         if (!file)
             return passOn(file);
-        made.open.push_back({store::maxSideOf(size), file->descriptor()});
-        made.all.push_back({*std::move(file), paths.thumbnail(uuid, size)});
+        made.open.push_back({kind.maxSide, file->descriptor()});
+        made.all.push_back({*std::move(file), paths.thumbnail(uuid, kind.size)});
     }
     return made;
 }
@@ -157,6 +164,9 @@ Result<StagedThumbnails> StagedThumbnails::create(const store::LibraryPaths &pat
 Result<> StagedThumbnails::place() {
     if (!makeFolders(folder))
         return failSystem("make", folder);
+    for (const std::string &each : stale)
+        if (::unlink(each.c_str()) != 0 && errno != ENOENT)
+            return failSystem("remove", each);
     for (Thumbnail &each : all)
         if (auto moved = each.file.moveTo(each.place); !moved)
             return moved;
@@ -176,12 +186,12 @@ Result<> StagedThumbnails::publish() {
     return {};
 }
 
-Result<StagedThumbnails> stageThumbnails(Library &library, std::string_view uuid,
-                                         const std::string &picture) {
+Result<StagedThumbnails> stageThumbnails(Library &library, std::string_view uuid, const std::string &picture,
+                                         ThumbnailMaking making) {
     const UniqueFd file = openFile(picture, O_RDONLY);
     if (!file)
         return failSystem("open", picture);
-    auto thumbnails = StagedThumbnails::create(library.paths(), uuid);
+    auto thumbnails = StagedThumbnails::create(library.paths(), uuid, making);
     if (!thumbnails)
         return thumbnails;
     if (const auto probed = library.media().probe(file.get(), thumbnails->targets()); !probed)
@@ -198,15 +208,28 @@ Result<> publishThumbnails(Library &library, StagedThumbnails &thumbnails, const
 }
 
 Result<> makeThumbnails(Library &library, const AssetRecord &asset, const ThumbnailRequest &request) {
-    if (!request.isForced && hasThumbnails(library.paths(), asset))
+    if (!request.isForced && asset.thumbnailIndex != 0 &&
+        hasThumbnails(library.paths(), asset, ThumbnailMaking::early))
         return {};
     const MutexLock lock(library.locks().of(asset.uuid));
     if (auto isThere = requireAsset(library, asset.uuid); !isThere)
         return isThere;
-    auto thumbnails = stageThumbnails(library, asset);
+    auto thumbnails = stageThumbnails(library, asset, ThumbnailMaking::early);
     if (!thumbnails)
         return passOn(thumbnails);
     return publishThumbnails(library, *thumbnails, asset, request.newIndex || asset.thumbnailIndex == 0);
+}
+
+Result<> makeLateThumbnails(Library &library, const AssetRecord &asset) {
+    const MutexLock lock(library.locks().of(asset.uuid));
+    if (auto isThere = requireAsset(library, asset.uuid); !isThere)
+        return isThere;
+    if (hasThumbnails(library.paths(), asset, ThumbnailMaking::late))
+        return {};
+    auto thumbnails = stageThumbnails(library, asset, ThumbnailMaking::late);
+    if (!thumbnails)
+        return passOn(thumbnails);
+    return thumbnails->publish();
 }
 
 std::vector<Result<AssetRecord>> makeDueThumbnails(Library &library, std::span<const AssetRecord> assets) {

@@ -1,4 +1,4 @@
-// Making the thumbnails of assets. There is one of each of the store's thumbnail sizes.
+// Making the thumbnails of assets: those of the store's thumbnail kinds.
 #ifndef HOARDD_PICTURES_THUMBNAILS_H
 #define HOARDD_PICTURES_THUMBNAILS_H
 
@@ -12,12 +12,13 @@
 
 namespace wickerlane::hoardd {
 
-/// The thumbnails of one asset while they are made: files that go with this object unless they have been
-/// moved to their places.
+/// The thumbnails of one asset that are made at one time, while they are made: files that go with this object
+/// unless they have been moved to their places. When the early ones take their places, the late ones go: they
+/// show what the early ones showed before.
 class StagedThumbnails {
 public:
-    [[nodiscard]] static Result<StagedThumbnails> create(const store::LibraryPaths &paths,
-                                                         std::string_view uuid);
+    [[nodiscard]] static Result<StagedThumbnails>
+    create(const store::LibraryPaths &paths, std::string_view uuid, store::ThumbnailMaking making);
 
     /// To be written by a media worker, all of them.
     [[nodiscard]] std::span<const ThumbnailTarget> targets() const noexcept { return open; }
@@ -34,6 +35,7 @@ private:
     StagedThumbnails() = default;
 
     std::string folder;
+    std::vector<std::string> stale; ///< Paths of what goes.
     std::vector<Thumbnail> all;
     std::vector<ThumbnailTarget> open;
 };
@@ -41,8 +43,9 @@ private:
 // Work on an open library. Problems are `invalid` when the picture itself can't be decoded.
 
 /// Decodes a picture into thumbnails of an asset.
-[[nodiscard]] Result<StagedThumbnails> stageThumbnails(Library &library, std::string_view uuid,
-                                                       const std::string &picture);
+[[nodiscard]] Result<StagedThumbnails>
+stageThumbnails(Library &library, std::string_view uuid, const std::string &picture,
+                store::ThumbnailMaking making = store::ThumbnailMaking::early);
 /// Puts thumbnails in their places, synced, and counts them in the store. The asset's lock is held.
 [[nodiscard]] Result<> publishThumbnails(Library &library, StagedThumbnails &thumbnails,
                                          const store::AssetRecord &asset, bool newIndex);
@@ -51,9 +54,11 @@ struct ThumbnailRequest {
     bool isForced = false; ///< Made even when all are there.
     bool newIndex = false; ///< The thumbnail index counts up, so that caches notice.
 };
-/// Makes the thumbnails of an asset, of the picture that shows it. Blocks while it is decoded.
+/// Makes the early thumbnails of an asset, of the picture that shows it. Blocks while it is decoded.
 [[nodiscard]] Result<> makeThumbnails(Library &library, const store::AssetRecord &asset,
                                       const ThumbnailRequest &request);
+/// Makes the late ones where they are missing; of several callers, one makes them. Blocks.
+[[nodiscard]] Result<> makeLateThumbnails(Library &library, const store::AssetRecord &asset);
 
 /// Makes the thumbnails of those assets where they are due, with one commit for all. Gives for each the asset
 /// as it is then: with its thumbnails, or with the reason why its picture can't be decoded. A problem says

@@ -25,8 +25,9 @@ Result<bool> isFileOfAsset(Library &library, const std::string &uuid, const std:
         return false;
     const store::AssetRecord &record = (*asset)->record();
     if (path == library.paths().original(record) ||
-        std::ranges::any_of(store::thumbnailSizes,
-                            [&](auto size) { return path == library.paths().thumbnail(uuid, size); }))
+        std::ranges::any_of(store::thumbnailKinds, [&](const store::ThumbnailKind &kind) {
+            return path == library.paths().thumbnail(uuid, kind.size);
+        }))
         return true;
     const auto companion = library.writer().companionOf(uuid);
     if (!companion)

@@ -27,8 +27,8 @@ namespace {
 /// recoverSaves() knows of the files.
 void removeSavedFiles(const store::LibraryPaths &paths, const std::string &saveFolder,
                       const AssetRecord &asset, bool withCompanion) {
-    for (const auto size : store::thumbnailSizes)
-        ::unlink(paths.thumbnail(asset.uuid, size).c_str());
+    for (const auto &kind : store::thumbnailKinds)
+        ::unlink(paths.thumbnail(asset.uuid, kind.size).c_str());
     ::unlink(paths.original(asset).c_str());
     ::unlink(paths.sidecar(asset.uuid).c_str());
     if (withCompanion)
@@ -49,8 +49,8 @@ std::vector<std::string> renditionFiles(const store::LibraryPaths &paths, const 
 
 /// Of an asset whose removal is noted.
 void removeAllFiles(const store::LibraryPaths &paths, const AssetRecord &asset) {
-    for (const auto size : store::thumbnailSizes)
-        ::unlink(paths.thumbnail(asset.uuid, size).c_str());
+    for (const auto &kind : store::thumbnailKinds)
+        ::unlink(paths.thumbnail(asset.uuid, kind.size).c_str());
     ::unlink(paths.original(asset).c_str());
     ::unlink(paths.sidecar(asset.uuid).c_str());
     removeCompanion(paths, asset.uuid);

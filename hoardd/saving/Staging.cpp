@@ -135,7 +135,8 @@ bool showSurface(Library &library, const ImageSurface &surface, const std::strin
 /// Takes a first look at the original, which does not decode it. Gives what it says of itself.
 Result<PictureFacts> examine(Library &library, const SaveJob &job, const SaveOrder &order,
                              StagedAsset &staged) {
-    auto preview = StagedThumbnails::create(library.paths(), staged.record.uuid);
+    auto preview =
+        StagedThumbnails::create(library.paths(), staged.record.uuid, store::ThumbnailMaking::early);
     if (!preview)
         return passOn(preview);
     // What the caller shows of it serves better than what the file carries.

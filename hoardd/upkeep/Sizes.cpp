@@ -69,8 +69,8 @@ Result<TrashSizes> trashSizes(Library &library) {
     sizes.originals = *companions;
     for (const store::AssetRecord &asset : *trashed) {
         sizes.originals += asset.byteSize;
-        for (const auto size : store::thumbnailSizes)
-            sizes.derived += bytesOf(paths.thumbnail(asset.uuid, size));
+        for (const auto &kind : store::thumbnailKinds)
+            sizes.derived += bytesOf(paths.thumbnail(asset.uuid, kind.size));
     }
     for (const auto &[uuid, filename] : *renditions)
         sizes.derived += bytesOf(paths.renditionFolder(uuid) + '/' + filename);

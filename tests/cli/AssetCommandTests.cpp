@@ -106,7 +106,7 @@ TEST_F(Commands, ThumbnailWritesEachFormat) {
         std::string start;
     } cases[] = {
         {"small", "\xff\xd8\xff"}, {"preview", "\xff\xd8\xff"},      {"full", "\xff\xd8\xff"},
-        {"png", "\x89PNG"},        {"original", contentsOf(source)},
+        {"png", "\x89PNG"},        {"original", contentsOf(source)}, {"large", "\xff\xd8\xff"},
     };
     for (const auto &[format, start] : cases) {
         const fs::path out = folder / format;
@@ -121,6 +121,23 @@ TEST_F(Commands, PreviewNeedsItsEntitlement) {
     const std::string self = WICKERLANE_COMMAND;
     const std::string uuid = imported(file("a.jpg", jpegPicture())),
                       edited = file("edited.png", pngPicture());
+TEST_F(Commands, ThumbnailHasTheSizeThatIsAskedFor) {
+    const std::string uuid = imported(file("a.jpg", jpegOf(fourCorners(2500, 1500))));
+    const std::pair<const char *, std::uint32_t> cases[] = {{"1", 256},     {"256", 256},   {"257", 1024},
+                                                            {"1024", 1024}, {"2000", 2048}, {"2049", 2500}};
+    for (const auto &[size, width] : cases) {
+        const CommandResult result =
+            run({"thumbnail", uuid, "--size", size, "--to", (folder / "out").string(), "--force"});
+        EXPECT_EQ(result.exitCode, 0) << size << ": " << result;
+        const std::string written = contentsOf(folder / "out");
+        const auto bytes = bytesOf(written);
+        EXPECT_EQ(decodedPicture({bytes.begin(), bytes.end()}).width, width) << size;
+    }
+    for (const char *size : {"0", "-1", "large"})
+        EXPECT_EQ(run({"thumbnail", uuid, "--size", size}).exitCode, 2) << size;
+    EXPECT_EQ(run({"thumbnail", uuid, "--size", "20", "--format", "full"}).exitCode, 2);
+}
+
     EXPECT_EQ(run({"entitlement", "revoke", self, "write-assets"}).exitCode, 0);
     const CommandResult refused = run({"preview", uuid, edited});
     EXPECT_EQ(refused.exitCode, 1) << refused;

@@ -90,6 +90,17 @@ TEST_F(Backups, CopyOnlyWhatIsNew) {
     EXPECT_GT(filesBelow(backup / "files", ".JPG").size(), before.size());
 }
 
+TEST_F(Backups, LeaveOutWhatIsMadeOnDemand) {
+    const std::string other = imported(file("other.jpg", jpegOf(fourCorners(1500, 900))));
+    const fs::path large = folder / "large";
+    ASSERT_EQ(run({"thumbnail", other, "--format", "large", "--to", large.string()}).exitCode, 0);
+    ASSERT_EQ(backUp().exitCode, 0);
+    const std::string bytes = contentsOf(large);
+    ASSERT_FALSE(bytes.empty());
+    for (const fs::path &each : filesBelow(backup, ""))
+        EXPECT_NE(contentsOf(each), bytes) << each;
+}
+
 TEST_F(Backups, AreRestoredAsTheyWere) {
     ASSERT_EQ(backUp().exitCode, 0);
     moveToNewRoot();

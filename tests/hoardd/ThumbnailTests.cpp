@@ -1,7 +1,11 @@
 // Thumbnails, edited renditions and the preview well, each by itself.
 #include "hoardd/pictures/Thumbnails.h"
 
+#include <sys/inotify.h>
 #include <sys/stat.h>
+#include <unistd.h>
+
+#include <thread>
 
 #include <functional>
 
@@ -12,6 +16,8 @@
 #include "hoardd/pictures/SharedSpace.h"
 #include "hoardd/pictures/ShownPicture.h"
 #include "hoardd/saving/Publication.h"
+#include "hoardd/saving/Trash.h"
+#include "hoardd/upkeep/Repair.h"
 #include "tests/hoardd/OpenLibrary.h"
 #include "tests/hoardd/RunningHoardd.h"
 #include "wickerlane/platform/file/Files.h"
@@ -280,6 +286,94 @@ TEST_F(Thumbnails, ThePreviewWellNeverShowsAnAssetThatHasGone) {
     EXPECT_EQ(showInPreviewWell(library(), asset).error().kind, ProblemKind::notFound);
 }
 
+class LargeThumbnail : public Thumbnails {
+protected:
+    [[nodiscard]] std::string largeOf(const AssetRecord &asset) const {
+        return paths.thumbnail(asset.uuid, ThumbnailSize::large);
+    }
+    /// As it is served.
+    [[nodiscard]] Pixels large(const AssetRecord &asset) const {
+        return decodedPicture(served(recordOf(asset.uuid), 5));
+    }
+};
+
+TEST_F(LargeThumbnail, IsMadeOnceForAllWhoAsk) {
+    const AssetRecord asset = saved(jpegOf(fourCorners(2500, 1500)));
+    EXPECT_FALSE(fs::exists(largeOf(asset)));
+    EXPECT_EQ(faults(), "") << "it is not missing";
+    const UniqueFd watch(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
+    ASSERT_GE(inotify_add_watch(watch.get(), paths.saving().c_str(), IN_CREATE), 0);
+    std::vector<std::thread> clients;
+    for (int i = 0; i < 4; ++i)
+        clients.emplace_back([&] {
+            const ReleaseScope own;
+            const Pixels shown = large(asset);
+            EXPECT_EQ(shown.width, 2048U);
+            EXPECT_EQ(shown.height, 1229U);
+        });
+    for (std::thread &each : clients)
+        each.join();
+    // Each file that is made has another name at first. One event is its fixed part and that name.
+    alignas(inotify_event) char events[4096];
+    const ssize_t bytes = read(watch.get(), events, sizeof events);
+    ASSERT_GT(bytes, 0);
+    EXPECT_EQ(static_cast<std::size_t>(bytes),
+              sizeof(inotify_event) + reinterpret_cast<const inotify_event *>(events)->len)
+        << "made once";
+    EXPECT_EQ(recordOf(asset.uuid).thumbnailIndex, 1);
+    EXPECT_EQ(faults(), "");
+
+    fs::remove(paths.original(asset));
+    EXPECT_EQ(large(asset).width, 2048U) << "it is kept";
+}
+
+TEST_F(LargeThumbnail, ShowsTheAssetAsItIs) {
+    const AssetRecord asset = saved(jpegOf(fourCorners(2500, 1500)));
+    const FileBytes edit = pngOf(fourCorners(300, 2200));
+    const struct {
+        const char *what;
+        std::function<void()> change;
+        std::uint32_t width, height;
+    } cases[] = {
+        {"as it was saved", [] {}, 2048, 1229},
+        {"edited", [&] { EXPECT_TRUE(setRendition(library(), asset, *dataOf(edit), nullptr)); }, 279, 2048},
+        {"reverted", [&] { EXPECT_TRUE(revertRendition(library(), asset)); }, 2048, 1229},
+        {"made again", [&] { EXPECT_TRUE(makeThumbnails(library(), asset, {.isForced = true})); }, 2048,
+         1229},
+        {"due",
+         [&] {
+             letThemBeDue(asset);
+             makeThumbnailsLeftDue(library());
+         },
+         2048, 1229},
+    };
+    for (const auto &[what, change, width, height] : cases) {
+        change();
+        EXPECT_FALSE(fs::exists(largeOf(asset))) << what;
+        const Pixels shown = large(asset);
+        EXPECT_EQ(shown.width, width) << what;
+        EXPECT_EQ(shown.height, height) << what;
+        EXPECT_TRUE(fs::exists(largeOf(asset))) << what;
+        EXPECT_EQ(faults(), "") << what;
+    }
+}
+
+TEST_F(LargeThumbnail, OfASmallPictureIsNoLarger) {
+    const AssetRecord asset = saved(jpegOf(fourCorners(300, 200)));
+    EXPECT_EQ(large(asset).width, 300U);
+    EXPECT_EQ(decodedPicture(contentsOf(largeOf(asset))).width, 300U);
+}
+
+TEST_F(LargeThumbnail, GoesWithItsAsset) {
+    const AssetRecord asset = saved(jpegOf(fourCorners(2500, 1500)));
+    EXPECT_EQ(large(asset).width, 2048U);
+    ASSERT_TRUE(trashAsset(library(), asset));
+    EXPECT_EQ(faults(), "") << "in the trash it is no stray";
+    ASSERT_TRUE(restoreFromTrash(library(), asset.uuid));
+    ASSERT_TRUE(removeAsset(library(), asset));
+    EXPECT_FALSE(fs::exists(largeOf(asset)));
+}
+
 class SharedPreviews : public Thumbnails {
 protected:
     void share(const AssetRecord &asset) const {
@@ -340,6 +434,34 @@ TEST_F(SharedPreviews, GoOnlyWhereTheyCanBeMadeAgain) {
 
     EXPECT_EQ(decodedPicture(served(recordOf(sound.uuid), 2)).width, 401U);
     EXPECT_TRUE(fs::exists(previewOf(sound))) << "kept once it has been asked for";
+}
+
+TEST_F(SharedPreviews, GoAfterTheLargeOnes) {
+    const AssetRecord asset = saved(jpegOf(fourCorners(2500, 1500))),
+                      other = saved(jpegOf(fourCorners(2400, 1500))),
+                      unshared = saved(jpegOf(fourCorners(2300, 1500)));
+    const auto largeOf = [&](const AssetRecord &each) {
+        return paths.thumbnail(each.uuid, ThumbnailSize::large);
+    };
+    for (const AssetRecord &each : {asset, other, unshared})
+        EXPECT_EQ(decodedPicture(served(each, 5)).width, 2048U);
+    share(asset);
+    share(other);
+    const std::uint64_t all = purgeableBytes(library()).value();
+    std::uint64_t largeBytes = 0;
+    for (const AssetRecord &each : {asset, other}) {
+        struct stat status {};
+        EXPECT_EQ(stat(largeOf(each).c_str(), &status), 0);
+        largeBytes += static_cast<std::uint64_t>(status.st_blocks) * 512;
+    }
+    EXPECT_EQ(purge(library(), largeBytes).value(), largeBytes);
+    for (const AssetRecord &each : {asset, other}) {
+        EXPECT_FALSE(fs::exists(largeOf(each)));
+        EXPECT_TRUE(fs::exists(previewOf(each)));
+    }
+    EXPECT_TRUE(fs::exists(largeOf(unshared)));
+    EXPECT_EQ(purgeableBytes(library()).value(), all - largeBytes);
+    EXPECT_EQ(decodedPicture(served(asset, 5)).width, 2048U) << "made again when it is asked for";
 }
 
 TEST_F(Thumbnails, ThePreviewWellShowsOneAssetOrNone) {

@@ -262,8 +262,8 @@ TEST_F(Trash, KeepsWhatWasMovedThereWithoutANote) {
 TEST_F(Trash, ReportsOriginalsThatAreMissingInIt) {
     const AssetRecord asset = saved(jpegOf(fourCorners(300, 200)));
     ASSERT_TRUE(trashAsset(library(), asset));
-    for (const auto size : store::thumbnailSizes)
-        fs::remove(paths.thumbnail(asset.uuid, size));
+    for (const auto &kind : store::thumbnailKinds)
+        fs::remove(paths.thumbnail(asset.uuid, kind.size));
     EXPECT_EQ(faults(), "") << "thumbnails are only needed again after a restore";
     fs::remove(paths.original(asset));
     EXPECT_EQ(faults(), "missing original " + paths.original(asset) + '\n');

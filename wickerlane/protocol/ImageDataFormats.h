@@ -11,6 +11,7 @@ enum ImageDataFormat : int {
     imageDataPreviewJPEG = 2,  ///< Upright, at most 1024 pixels a side; kept once made.
     imageDataFullSizeJPEG = 3, ///< Upright, of full size; made on each request.
     imageDataFullSizePNG = 4,  ///< The same, without loss.
+    imageDataLargeJPEG = 5,    ///< Upright, at most 2048 pixels a side; made on the first request and kept.
 };
 
 /// A format and its name in the command.
@@ -20,8 +21,8 @@ struct NamedImageDataFormat {
 };
 
 inline constexpr NamedImageDataFormat imageDataFormats[] = {
-    {imageDataOriginal, "original"}, {imageDataSmallJPEG, "small"}, {imageDataPreviewJPEG, "preview"},
-    {imageDataFullSizeJPEG, "full"}, {imageDataFullSizePNG, "png"},
+    {imageDataOriginal, "original"}, {imageDataSmallJPEG, "small"},   {imageDataPreviewJPEG, "preview"},
+    {imageDataLargeJPEG, "large"},   {imageDataFullSizeJPEG, "full"}, {imageDataFullSizePNG, "png"},
 };
 
 } // namespace wickerlane::protocol

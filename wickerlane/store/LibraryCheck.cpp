@@ -240,8 +240,8 @@ Result<> Check::checkTrash(Database &database) {
             return;
         const AssetRecord asset = readRecord(row);
         checkOriginal(asset);
-        for (const ThumbnailSize size : thumbnailSizes)
-            expected.insert(paths.thumbnail(asset.uuid, size));
+        for (const ThumbnailKind &kind : thumbnailKinds)
+            expected.insert(paths.thumbnail(asset.uuid, kind.size));
     });
     if (!assets || isCancelled())
         return assets;
@@ -328,11 +328,11 @@ Result<> Check::checkCompanions(Database &database, std::string_view table) {
 
 void Check::checkAsset(const AssetRecord &asset) {
     checkOriginal(asset);
-    for (const ThumbnailSize size : thumbnailSizes) {
-        const std::string path = paths.thumbnail(asset.uuid, size);
+    for (const ThumbnailKind &kind : thumbnailKinds) {
+        const std::string path = paths.thumbnail(asset.uuid, kind.size);
         expected.insert(path);
-        const bool isDue =
-            asset.thumbnailIndex != 0 && !(size == ThumbnailSize::preview && purged.contains(asset.uuid));
+        const bool isDue = asset.thumbnailIndex != 0 && kind.making == ThumbnailMaking::early &&
+                           !(kind.size == ThumbnailSize::preview && purged.contains(asset.uuid));
         if (isDue && ::access(path.c_str(), F_OK) != 0)
             find(Finding::Kind::missingThumbnail, asset.uuid, path);
     }

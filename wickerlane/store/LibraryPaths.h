@@ -10,13 +10,28 @@
 
 namespace wickerlane::store {
 
-/// The thumbnails that are kept of each asset that can be decoded.
-enum class ThumbnailSize { small, preview };
-inline constexpr std::array thumbnailSizes{ThumbnailSize::small, ThumbnailSize::preview};
+/// The thumbnails of an asset that can be decoded.
+enum class ThumbnailSize { small, preview, large };
 
-/// How long the sides of a thumbnail may be, in pixels.
+enum class ThumbnailMaking {
+    early, ///< With the asset: one that is missing is a fault.
+    late   ///< When it is asked for; then it is kept until the picture changes.
+};
+
+struct ThumbnailKind {
+    ThumbnailSize size;
+    std::uint32_t maxSide; ///< How long its sides may be, in pixels.
+    ThumbnailMaking making;
+};
+/// In the order of ThumbnailSize.
+inline constexpr std::array thumbnailKinds{
+    ThumbnailKind{ThumbnailSize::small, 256, ThumbnailMaking::early},
+    ThumbnailKind{ThumbnailSize::preview, 1024, ThumbnailMaking::early},
+    ThumbnailKind{ThumbnailSize::large, 2048, ThumbnailMaking::late},
+};
+
 constexpr std::uint32_t maxSideOf(ThumbnailSize size) {
-    return size == ThumbnailSize::small ? 256 : 1024;
+    return thumbnailKinds[static_cast<std::size_t>(size)].maxSide;
 }
 
 /// The paths of one library's folders and files, as they are in the file system. An immutable value.
