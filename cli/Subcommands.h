@@ -62,7 +62,7 @@ inline constexpr Subcommand subcommands[] = {
     {"duplicates", "Moments and duplicates",
      "List groups of photos and videos that are duplicates or look alike", setUpDuplicates},
     {"daemon", "Maintenance", "Show the state of the daemon", setUpDaemon},
-    {"check", "Maintenance", "Check the library's store, originals and thumbnails", setUpCheck},
+    {"check", "Maintenance", "Check the library's store, originals, edits and thumbnails", setUpCheck},
     {"sizes", "Maintenance", "Say how much disk space the library uses", setUpSizes},
     {"rebuild-thumbnails", "Maintenance", "Make the thumbnails of all assets again", setUpRebuildThumbnails},
     {"backup", "Maintenance", "Back the library up into a folder, or restore it from there", setUpBackup},

@@ -42,8 +42,10 @@ Result<store::CheckReport> runCheck(const store::LibraryPaths &paths, const Opti
     std::unique_ptr<Progress> progress;
     std::size_t shown = 0;
     store::CheckOptions wanted;
-    if (!options.withoutSums)
+    if (!options.withoutSums) {
         wanted.sumOfFile = [](const std::string &path) { return sumOfFile(path); };
+        wanted.thumbnails = store::ThumbnailLook::whole;
+    }
     wanted.isCancelled = [] { return isInterrupted(); };
     wanted.progress = [&](std::size_t done, std::size_t total) {
         if (!progress)
@@ -159,13 +161,15 @@ Result<ExitCode> check(const Options &options) {
 
 void setUpCheck(Command command) {
     command.footer(
-        "Reads every original, unless --no-sums is given. The library may be in use meanwhile. The daemon "
-        "reads\n"
-        "them too, each within 90 days; what it has found is shown also with --no-sums.\n\n"
-        "--repair makes missing thumbnails and moves files that belong to no asset to\n"
-        "PhotoData/LostAndFound. A damaged store is set aside, and a new one is made of what can be read\n"
-        "of it, of the daemon's backups and notes, and of the files. It deletes nothing. It can't repair an\n"
-        "original that is missing or changed: wickerlane backup restore can, if a backup has it.\n\n"
+        "Reads every original, edit and thumbnail; with --no-sums only the beginning and end of each\n"
+        "thumbnail. Pictures that can't be decoded are problems, too. The library may be in use meanwhile.\n"
+        "The daemon reads the originals too, each within 90 days; what it has found is shown also with\n"
+        "--no-sums.\n\n"
+        "--repair makes missing and damaged thumbnails, tries pictures again that could not be decoded, and\n"
+        "moves files that belong to no asset to PhotoData/LostAndFound. A damaged store is set aside, and a\n"
+        "new one is made of what can be read of it, of the daemon's backups and notes, and of the files. It\n"
+        "deletes nothing. It can't repair an original or edit that is missing or changed: wickerlane backup\n"
+        "restore can bring originals back, if a backup has them.\n\n"
         "Example:\n  wickerlane check --json | jq -r '.findings[].path'");
     Options &options = command.runs(check);
     command.addFlag("--repair", options.repair, "Repair what can be repaired");

@@ -18,11 +18,6 @@ void setFacts(store::AssetRecord &record, const PictureFacts &facts);
 void setDate(store::AssetRecord &record, const PictureFacts &facts, std::optional<double> given,
              double fallback);
 
-/// A picture that can be decoded has a size, even if it has a problem.
-[[nodiscard]] inline bool isUndecodable(const store::AssetRecord &record) {
-    return !record.problem.empty() && record.width == 0;
-}
-
 /// Notes in a record why its picture can't be decoded: then its size is not known either.
 void setUndecodable(store::AssetRecord &record, std::string_view reason);
 

@@ -4,7 +4,6 @@
 
 #include "hoardd/library/Clock.h"
 #include "hoardd/library/Lookup.h"
-#include "hoardd/pictures/AssetFacts.h"
 #include "hoardd/pictures/PictureStore.h"
 #include "hoardd/pictures/PreviewWell.h"
 #include "hoardd/pictures/Renditions.h"
@@ -74,7 +73,7 @@ Result<Answer> updateThumbnails(Library &library, const Call &call) {
         ReleaseScope scope;
         const auto *uuid = as<String>(each);
         const auto asset = assetWithUUID(library, uuid != nullptr ? uuid->utf8() : std::string_view());
-        if (!asset || isUndecodable((*asset)->record()))
+        if (!asset || (*asset)->record().isUndecodable())
             continue; // what can't be decoded has none
         if (const auto made = makeThumbnails(library, (*asset)->record(), request); !made)
             JX_LOG(JXLogLevelError, JXThumbnailsLog, "can't make the thumbnails of %@: %s", uuid,
@@ -111,7 +110,7 @@ Result<Answer> download(Library &library, const Call &call) {
         if (!kept)
             return passOn(kept);
     }
-    if (!call.get(keys::requestThumbnail) || isUndecodable(asset))
+    if (!call.get(keys::requestThumbnail) || asset.isUndecodable())
         return Answer();
     return whenDone(makeThumbnails(library, asset, {}));
 }

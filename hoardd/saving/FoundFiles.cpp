@@ -96,7 +96,9 @@ SaveJob jobFor(Library &library, const std::string &path) {
 /// Moves the pictures and videos among the originals that no asset has into a folder.
 Result<> moveFoundFiles(Library &library, const std::string &folder, std::chrono::seconds quiet,
                         Outcome &outcome) {
-    const auto report = store::checkLibrary(library.paths());
+    store::CheckOptions options;
+    options.thumbnails = store::ThumbnailLook::name;
+    const auto report = store::checkLibrary(library.paths(), options);
     if (!report)
         return passOn(report);
     for (const store::Finding &finding : report->findings) {

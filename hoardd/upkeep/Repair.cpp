@@ -22,15 +22,31 @@ using store::Finding;
 
 namespace {
 
+bool hasSoundThumbnails(const store::LibraryPaths &paths, const std::string &uuid) {
+    return std::ranges::all_of(store::thumbnailKinds, [&](const store::ThumbnailKind &kind) {
+        const auto sound = store::checkThumbnail(paths.thumbnail(uuid, kind.size), kind.maxSide,
+                                                 store::ThumbnailLook::whole);
+        return sound ||
+               (kind.making == store::ThumbnailMaking::late && sound.error().kind == ProblemKind::notFound);
+    });
+}
+
+Result<> makeThumbnailsOf(Library &library, const std::string &uuid, const ThumbnailRequest &request) {
+    const auto asset = assetWithUUID(library, uuid);
+    if (!asset)
+        return passOn(asset);
+    return makeThumbnails(library, (*asset)->record(), request);
+}
+
 /// A finding is old by the time that its turn comes: each case looks again at how things are now.
 Result<> repairFinding(Library &library, const Finding &finding) {
     switch (finding.kind) {
-    case Finding::Kind::missingThumbnail: {
-        const auto asset = assetWithUUID(library, finding.uuid);
-        if (!asset)
-            return passOn(asset);
-        return makeThumbnails(library, (*asset)->record(), {});
-    }
+    case Finding::Kind::missingThumbnail:
+        return makeThumbnailsOf(library, finding.uuid, {});
+    case Finding::Kind::damagedThumbnail: // with a new index, since caches may hold the damaged one
+        return hasSoundThumbnails(library.paths(), finding.uuid)
+                   ? Result<>()
+                   : makeThumbnailsOf(library, finding.uuid, {.isForced = true, .newIndex = true});
     case Finding::Kind::missingRendition:
         return forgetMissingRendition(library, finding.uuid);
     case Finding::Kind::strayOriginal:
@@ -42,6 +58,22 @@ Result<> repairFinding(Library &library, const Finding &finding) {
         return moveStray(library, finding.path, library.paths().lostAndFound());
     default:
         return fail(ProblemKind::failed, finding.detail.empty() ? "it can't be repaired" : finding.detail);
+    }
+}
+
+/// Tries the pictures again that could not be decoded, and makes what thumbnails are due. Counts those that
+/// are still refused.
+void tryAgain(Library &library, std::span<const Finding> findings, FailureCount &failures) {
+    tryUndecodable(library, Refused::byAny);
+    makeThumbnailsLeftDue(library);
+    for (const Finding &each : findings) {
+        if (each.kind != Finding::Kind::undecodable)
+            continue;
+        const ReleaseScope scope;
+        const auto asset = assetWithUUID(library, each.uuid);
+        if (asset && (*asset)->record().isUndecodable())
+            failures.add(std::string(nameOf(each.kind)) + ' ' + each.path,
+                         {ProblemKind::invalid, (*asset)->record().problem, each.path});
     }
 }
 
@@ -72,7 +104,9 @@ Result<> repairLibrary(Library &library) {
     // They may have been put right since.
     if (const auto scrubbed = scrubFaulty(library, secondsNow()); !scrubbed)
         failures.add("originals with a fault", scrubbed.error());
-    const auto report = store::checkLibrary(library.paths());
+    store::CheckOptions options;
+    options.thumbnails = store::ThumbnailLook::whole;
+    const auto report = store::checkLibrary(library.paths(), options);
     if (!report)
         return passOn(report);
     const auto recounted = library.writer().change(recountAssets);
@@ -81,6 +115,8 @@ Result<> repairLibrary(Library &library) {
     for (const Finding &finding : report->findings) {
         if (library.isEnding())
             return stopped();
+        if (finding.kind == Finding::Kind::undecodable)
+            continue; // all are tried in the end
         ReleaseScope scope;
         const auto repaired = repairFinding(library, finding);
         if (!repaired && hasGone(library, finding))
@@ -90,20 +126,22 @@ Result<> repairLibrary(Library &library) {
             failures.add(std::string(nameOf(finding.kind)) + ' ' + finding.path, repaired.error());
     }
     saveFilesLeftFound(library); // companions of assets that have gone
-    tryUndecodable(library, Refused::byAny);
-    makeThumbnailsLeftDue(library);
+    tryAgain(library, report->findings, failures);
     return failures.result("things could not be repaired");
 }
 
 Result<std::int64_t> secondsToRepair(const Library &library) {
-    // Rates of two processors, rounded down: a check without sums; pictures of 12 megapixels to be decoded.
-    constexpr double checkedEachSecond = 20'000, decodedEachSecond = 15;
-    const auto report = store::checkLibrary(library.paths());
+    // Rates of two processors, rounded down: a check that reads thumbnails that are not in memory; pictures
+    // of 12 megapixels to be decoded.
+    constexpr double checkedEachSecond = 1'000, decodedEachSecond = 15;
+    store::CheckOptions options;
+    options.thumbnails = store::ThumbnailLook::name; // this must not take as long itself
+    const auto report = store::checkLibrary(library.paths(), options);
     if (!report)
         return passOn(report);
     const auto toDecode = std::ranges::count_if(report->findings, [](const Finding &finding) {
         return finding.kind == Finding::Kind::missingThumbnail ||
-               finding.kind == Finding::Kind::strayOriginal;
+               finding.kind == Finding::Kind::undecodable || finding.kind == Finding::Kind::strayOriginal;
     });
     const double seconds = 1 + static_cast<double>(report->assets) / checkedEachSecond +
                            static_cast<double>(toDecode) / decodedEachSecond;

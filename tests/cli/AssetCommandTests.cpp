@@ -15,6 +15,10 @@ TEST_F(Commands, AFileThatIsNoPictureIsSavedWithItsProblem) {
     const std::string uuid = imported(file("words.jpg", bytesOf("only words")));
     const auto shown = run({"show", uuid, "--json"}).json();
     EXPECT_TRUE(shown.contains("problem")) << shown;
+    const CommandResult checked = run({"check", "--json"});
+    EXPECT_EQ(checked.exitCode, 1) << checked;
+    EXPECT_EQ(checked.json()["findings"][0]["kind"], "picture that can't be decoded") << checked;
+    EXPECT_EQ(checked.json()["findings"][0]["detail"], shown["problem"]) << checked;
 
     const CommandResult thumbnail = run({"thumbnail", uuid, "--to", (folder / "out.jpg").string()});
     EXPECT_EQ(thumbnail.exitCode, 1) << thumbnail;
@@ -117,10 +121,6 @@ TEST_F(Commands, ThumbnailWritesEachFormat) {
     EXPECT_EQ(run({"thumbnail", uuid, "--to", (folder / "small").string()}).exitCode, 1);
 }
 
-TEST_F(Commands, PreviewNeedsItsEntitlement) {
-    const std::string self = WICKERLANE_COMMAND;
-    const std::string uuid = imported(file("a.jpg", jpegPicture())),
-                      edited = file("edited.png", pngPicture());
 TEST_F(Commands, ThumbnailHasTheSizeThatIsAskedFor) {
     const std::string uuid = imported(file("a.jpg", jpegOf(fourCorners(2500, 1500))));
     const std::pair<const char *, std::uint32_t> cases[] = {{"1", 256},     {"256", 256},   {"257", 1024},
@@ -138,6 +138,10 @@ TEST_F(Commands, ThumbnailHasTheSizeThatIsAskedFor) {
     EXPECT_EQ(run({"thumbnail", uuid, "--size", "20", "--format", "full"}).exitCode, 2);
 }
 
+TEST_F(Commands, PreviewNeedsItsEntitlement) {
+    const std::string self = WICKERLANE_COMMAND;
+    const std::string uuid = imported(file("a.jpg", jpegPicture())),
+                      edited = file("edited.png", pngPicture());
     EXPECT_EQ(run({"entitlement", "revoke", self, "write-assets"}).exitCode, 0);
     const CommandResult refused = run({"preview", uuid, edited});
     EXPECT_EQ(refused.exitCode, 1) << refused;

@@ -46,6 +46,16 @@ TEST_F(Commands, CheckFindsAndRepairsProblems) {
     EXPECT_NE(found.errors.find("--repair"), std::string::npos) << found;
     EXPECT_EQ(run({"check", "--repair"}).exitCode, 0);
     EXPECT_TRUE(fs::exists(thumbnail));
+    std::ofstream(thumbnail) << "garbage";
+    for (const char *how : {"--quiet", "--no-sums"}) {
+        const CommandResult damaged = run({"check", how});
+        EXPECT_EQ(damaged.exitCode, 1) << damaged;
+        EXPECT_NE(damaged.output.find("damaged thumbnail: " + thumbnail), std::string::npos) << damaged;
+        EXPECT_NE(damaged.output.find(", 1 problem found\n"), std::string::npos) << damaged;
+    }
+    const CommandResult mended = run({"check", "--repair"});
+    EXPECT_EQ(mended.exitCode, 0) << mended;
+    EXPECT_NE(mended.output.find(", 1 problem repaired, no problems found\n"), std::string::npos) << mended;
 
     chmod(original.c_str(), 0600);
     std::ofstream(original, std::ios::in | std::ios::binary).put('x');

@@ -80,6 +80,10 @@ TEST_F(Check, FindsEachFaultAndRepairMendsWhatCanBe) {
     fs::remove(thumbnail);
     const std::string rendition = fs::directory_iterator(paths.renditionFolder(assets[4].uuid))->path();
     fs::remove(rendition);
+    const std::string edited = fs::directory_iterator(paths.renditionFolder(assets[1].uuid))->path();
+    FileBytes edit = contentsOf(edited);
+    edit.back() ^= std::byte{1};
+    writeFile(edited, edit);
     const std::string strays[] = {paths.folder() + "/DCIM/AA/stray.JPG",
                                   paths.folder() + "/PhotoData/Thumbnails/AA/stray.JPG",
                                   paths.folder() + "/PhotoData/Renditions/AA/stray.JPG"};
@@ -92,10 +96,11 @@ TEST_F(Check, FindsEachFaultAndRepairMendsWhatCanBe) {
 
     using Kind = Finding::Kind;
     std::multimap<Kind, std::string> expected{
-        {Kind::changedOriginal, changed},    {Kind::changedOriginal, shortened},
-        {Kind::missingOriginal, missing},    {Kind::missingThumbnail, thumbnail},
-        {Kind::missingRendition, rendition}, {Kind::strayOriginal, strays[0]},
-        {Kind::strayThumbnail, strays[1]},   {Kind::strayRendition, strays[2]}};
+        {Kind::changedOriginal, changed}, {Kind::changedOriginal, shortened},
+        {Kind::missingOriginal, missing}, {Kind::missingThumbnail, thumbnail},
+        {Kind::changedRendition, edited}, {Kind::missingRendition, rendition},
+        {Kind::strayOriginal, strays[0]}, {Kind::strayThumbnail, strays[1]},
+        {Kind::strayRendition, strays[2]}};
     const auto sorted = [](const auto &map) {
         return std::set<std::pair<Kind, std::string>>(map.begin(), map.end());
     };

@@ -51,7 +51,8 @@ TEST_F(Saving, EachJobHasItsResultAndItsFiles) {
         EXPECT_EQ(results[i]->asset->record().thumbnailIndex, record.thumbnailIndex);
     }
     EXPECT_EQ(results[2]->asset->record().uuid, ownUUID);
-    EXPECT_EQ(faults(), "");
+    EXPECT_EQ(faults(),
+              "picture that can't be decoded " + paths.original(results[3]->asset->record()) + '\n');
 }
 
 TEST_F(Saving, KeepsTheCamerasClockAndTheInstantWhereItIsKnown) {

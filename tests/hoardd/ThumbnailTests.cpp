@@ -367,6 +367,11 @@ TEST_F(LargeThumbnail, OfASmallPictureIsNoLarger) {
 TEST_F(LargeThumbnail, GoesWithItsAsset) {
     const AssetRecord asset = saved(jpegOf(fourCorners(2500, 1500)));
     EXPECT_EQ(large(asset).width, 2048U);
+    writeFile(largeOf(asset), FileBytes(100, std::byte{1}));
+    EXPECT_EQ(faults(), "damaged thumbnail " + largeOf(asset) + '\n');
+    EXPECT_TRUE(repairLibrary(library()));
+    EXPECT_EQ(faults(), "");
+    EXPECT_EQ(large(asset).width, 2048U);
     ASSERT_TRUE(trashAsset(library(), asset));
     EXPECT_EQ(faults(), "") << "in the trash it is no stray";
     ASSERT_TRUE(restoreFromTrash(library(), asset.uuid));

@@ -67,6 +67,86 @@ TEST_F(Repair, PutsRightWhatItCanAndCountsTheRest) {
     EXPECT_EQ(stoppedEarly.error().kind, ProblemKind::ending);
 }
 
+TEST_F(Repair, MakesThumbnailsAgainThatAreNotWhatWasWritten) {
+    const auto asset = saved(jpegOf(fourCorners(1500, 900)));
+    const auto whole = contentsOf(paths.thumbnail(asset.uuid, store::ThumbnailSize::small)),
+               larger = contentsOf(paths.thumbnail(asset.uuid, store::ThumbnailSize::preview));
+    const std::string path = paths.thumbnail(asset.uuid, store::ThumbnailSize::small);
+    const auto with = [](FileBytes bytes, std::size_t at, const char *others, std::size_t count) {
+        std::memcpy(bytes.data() + at, others, count);
+        return bytes;
+    };
+    const auto firstBytes = [&](std::size_t count) {
+        return FileBytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(count));
+    };
+    const std::size_t middle = whole.size() - 400;
+    const struct {
+        const char *what;
+        FileBytes bytes;
+        bool isSeenAtTheEnds = true;
+    } cases[] = {
+        {"nothing", {}},
+        {"other bytes", FileBytes(whole.size(), std::byte{'w'})},
+        {"no byte was written", FileBytes(whole.size())},
+        {"another picture", pngOf(fourCorners(200, 100))},
+        {"one of another size", larger},
+        {"cut off in its first marker", firstBytes(1)},
+        {"cut off in its header", firstBytes(100)},
+        {"cut off among its pixels", firstBytes(whole.size() / 2)},
+        {"without its end", firstBytes(whole.size() - 1)},
+        {"a header that leads nowhere", with(whole, 4, "\xFF\xFF", 2)},
+        {"other bytes in between", with(whole, middle, "\xFF\x42\xFF\x43", 4), false},
+        {"a second end", with(whole, middle, "\xFF\xD9", 2), false},
+    };
+    const auto found = [&](store::ThumbnailLook look) {
+        store::CheckOptions options;
+        options.thumbnails = look;
+        std::string kinds;
+        const auto report = store::checkLibrary(paths, options);
+        for (const auto &each : report->findings)
+            kinds += std::string(nameOf(each.kind)) + ' ' + each.path;
+        return kinds;
+    };
+    const std::string damaged = "damaged thumbnail " + path;
+    EXPECT_EQ(found(store::ThumbnailLook::whole), "");
+    for (const auto &[what, bytes, isSeenAtTheEnds] : cases) {
+        writeFile(path, bytes);
+        EXPECT_EQ(found(store::ThumbnailLook::name), "") << what;
+        EXPECT_EQ(found(store::ThumbnailLook::ends), isSeenAtTheEnds ? damaged : "") << what;
+        EXPECT_EQ(found(store::ThumbnailLook::whole), damaged) << what;
+        const std::int64_t index = recordOf(asset.uuid).thumbnailIndex;
+        const auto repaired = repairLibrary(library());
+        EXPECT_TRUE(repaired) << what << ": " << repaired.error().text;
+        EXPECT_EQ(contentsOf(path), whole) << what;
+        EXPECT_EQ(recordOf(asset.uuid).thumbnailIndex, index + 1) << what << ": caches notice";
+    }
+    fs::remove(path);
+    fs::create_symlink(paths.thumbnail(asset.uuid, store::ThumbnailSize::preview), path);
+    EXPECT_EQ(found(store::ThumbnailLook::ends), damaged);
+    EXPECT_TRUE(repairLibrary(library()));
+    EXPECT_EQ(contentsOf(path), whole);
+    EXPECT_EQ(contentsOf(paths.thumbnail(asset.uuid, store::ThumbnailSize::preview)), larger);
+
+    writeFile(path, {});
+    fs::remove(paths.original(asset));
+    EXPECT_EQ(repairLibrary(library()).error().text.substr(0, 33), "2 things could not be repaired; t");
+}
+
+TEST_F(Repair, CountsWhatCantBeDecoded) {
+    const auto broken = saved(FileBytes(200, std::byte{7})), passing = saved(jpegOf(fourCorners(40, 30)));
+    execute("UPDATE zgenericasset SET problem = 'no decoder', width = 0, height = 0 WHERE problem = ''");
+    const std::string kind = "picture that can't be decoded ";
+    EXPECT_EQ(faults(), kind + paths.original(broken) + '\n' + kind + paths.original(passing) + '\n');
+    const auto repaired = repairLibrary(library());
+    ASSERT_FALSE(repaired);
+    EXPECT_EQ(repaired.error().text, "1 things could not be repaired; the first: " + kind +
+                                         paths.original(broken) + ": " + recordOf(broken.uuid).problem);
+    EXPECT_EQ(faults(), kind + paths.original(broken) + '\n') << "the other can be decoded by now";
+    EXPECT_EQ(recordOf(passing.uuid).width, 40U);
+    ASSERT_TRUE(removeAsset(library(), broken));
+    EXPECT_TRUE(repairLibrary(library()));
+}
+
 TEST_F(Repair, MovesNothingOfAStoreThatCantBeRead) {
     const auto asset = saved(pngOf(fourCorners(4, 4)));
     const std::string original = paths.original(asset);

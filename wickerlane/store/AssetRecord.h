@@ -46,6 +46,9 @@ struct AssetRecord {
 
     /// The date that people read, and by which assets are ordered.
     [[nodiscard]] double shownDate() const { return clockDate.value_or(dateCreated); }
+
+    /// A picture that can be decoded has a size, even if it has a problem.
+    [[nodiscard]] bool isUndecodable() const { return !problem.empty() && width == 0; }
 };
 
 } // namespace wickerlane::store

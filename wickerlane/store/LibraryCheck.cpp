@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -64,6 +65,9 @@ private:
     };
     /// Whether it is there in its size; else that is found.
     bool hasSize(const std::string &uuid, const Kept &file);
+    void checkRendition(const std::string &uuid, const std::string &path, Bytes sum);
+    void checkThumbnails(const AssetRecord &asset);
+    [[nodiscard]] bool isDamaged(const std::string &thumbnail, const ThumbnailKind &kind) const;
     [[nodiscard]] Result<> checkTrash(Database &database);
     [[nodiscard]] Result<> readFaults(Database &database);
     void checkStrays(const std::vector<std::string> &files, Finding::Kind kind);
@@ -134,24 +138,40 @@ void Check::noteUnderWay() {
 
 /// Leaves out what was only found because the library changed meanwhile.
 Result<> Check::confirm(Database &database) {
-    // The thumbnails of what is in the trash need not be there.
-    Statement asset = database.prepare("SELECT previewpurged FROM zgenericasset WHERE uuid = ?1 UNION ALL "
-                                       "SELECT previewpurged FROM ztrashedasset WHERE uuid = ?1 AND ?2");
+    // Only the originals of what is in the trash need be there.
+    Statement asset = database.prepare("SELECT previewpurged, problem <> '' AND width = 0 FROM zgenericasset "
+                                       "WHERE uuid = ?1 UNION ALL "
+                                       "SELECT 0, 0 FROM ztrashedasset WHERE uuid = ?1 AND ?2");
     Statement rendition = database.prepare("SELECT 1 FROM zrendition WHERE assetuuid = ? AND filename = ?");
+    struct Row {
+        bool isPurged, isUndecodable;
+    };
     const auto isStillSo = [&](const Finding &finding) -> Result<bool> {
+        using Kind = Finding::Kind;
         const std::string name(lastPathComponent(finding.path));
         struct stat status {};
         if (finding.uuid.empty()) // a stray
             return !underWay.contains(name.substr(0, uuidLength)) &&
                    ::lstat(finding.path.c_str(), &status) == 0;
-        if (finding.kind == Finding::Kind::missingRendition)
+        if (finding.kind == Kind::missingRendition || finding.kind == Kind::changedRendition)
             return rendition.bind(finding.uuid, name).any();
-        const auto isPurged = asset.bind(finding.uuid, finding.kind != Finding::Kind::missingThumbnail)
-                                  .first([](const Statement &row) { return row.integer(0) != 0; });
-        if (!isPurged)
-            return passOn(isPurged);
-        return isPurged->has_value() &&
-               !(**isPurged && finding.path == paths.thumbnail(finding.uuid, ThumbnailSize::preview));
+        const bool isOfThumbnail =
+            finding.kind == Kind::missingThumbnail || finding.kind == Kind::damagedThumbnail;
+        const auto row = asset.bind(finding.uuid, !isOfThumbnail).first([](const Statement &read) {
+            return Row{read.integer(0) != 0, read.integer(1) != 0};
+        });
+        if (!row)
+            return passOn(row);
+        if (!*row)
+            return false;
+        if (finding.kind == Kind::undecodable)
+            return (*row)->isUndecodable;
+        if (finding.kind == Kind::damagedThumbnail)
+            return std::ranges::any_of(thumbnailKinds, [&](const ThumbnailKind &kind) {
+                return finding.path == paths.thumbnail(finding.uuid, kind.size) &&
+                       isDamaged(finding.path, kind);
+            });
+        return !((*row)->isPurged && finding.path == paths.thumbnail(finding.uuid, ThumbnailSize::preview));
     };
     std::vector<Finding> suspected = std::exchange(report.findings, {});
     for (Finding &each : suspected) {
@@ -215,13 +235,13 @@ Result<> Check::checkRows(Database &database) {
     }
     if (auto checked = checkCompanions(database, companionTable); !checked)
         return checked;
-    return database.prepare("SELECT assetuuid, filename FROM zrendition").forEach([&](const Statement &row) {
-        const std::string uuid(row.text(0));
-        const std::string path = paths.renditionFolder(uuid) + '/' + std::string(row.text(1));
-        expected.insert(path);
-        if (::access(path.c_str(), F_OK) != 0)
-            find(Finding::Kind::missingRendition, uuid, path);
-    });
+    return database.prepare("SELECT assetuuid, filename, sha256 FROM zrendition")
+        .forEach([&](const Statement &row) {
+            if (isCancelled())
+                return;
+            const std::string uuid(row.text(0));
+            checkRendition(uuid, paths.renditionFolder(uuid) + '/' + std::string(row.text(1)), row.blob(2));
+        });
 }
 
 Result<> Check::readFaults(Database &database) {
@@ -326,16 +346,47 @@ Result<> Check::checkCompanions(Database &database, std::string_view table) {
     return {};
 }
 
-void Check::checkAsset(const AssetRecord &asset) {
-    checkOriginal(asset);
+bool Check::isDamaged(const std::string &thumbnail, const ThumbnailKind &kind) const {
+    const auto sound = checkThumbnail(thumbnail, kind.maxSide, options.thumbnails);
+    return !sound && sound.error().kind != ProblemKind::notFound;
+}
+
+void Check::checkThumbnails(const AssetRecord &asset) {
     for (const ThumbnailKind &kind : thumbnailKinds) {
         const std::string path = paths.thumbnail(asset.uuid, kind.size);
         expected.insert(path);
-        const bool isDue = asset.thumbnailIndex != 0 && kind.making == ThumbnailMaking::early &&
-                           !(kind.size == ThumbnailSize::preview && purged.contains(asset.uuid));
-        if (isDue && ::access(path.c_str(), F_OK) != 0)
+        if (asset.thumbnailIndex == 0)
+            continue;
+        const auto sound = checkThumbnail(path, kind.maxSide, options.thumbnails);
+        if (sound)
+            continue;
+        const bool mayBeMissing = kind.making == ThumbnailMaking::late ||
+                                  (kind.size == ThumbnailSize::preview && purged.contains(asset.uuid));
+        if (sound.error().kind != ProblemKind::notFound)
+            find(Finding::Kind::damagedThumbnail, asset.uuid, path, sound.error().text);
+        else if (!mayBeMissing)
             find(Finding::Kind::missingThumbnail, asset.uuid, path);
     }
+}
+
+void Check::checkAsset(const AssetRecord &asset) {
+    checkOriginal(asset);
+    if (asset.isUndecodable())
+        find(Finding::Kind::undecodable, asset.uuid, paths.original(asset), asset.problem);
+    checkThumbnails(asset);
+}
+
+void Check::checkRendition(const std::string &uuid, const std::string &path, Bytes sum) {
+    expected.insert(path);
+    if (::access(path.c_str(), F_OK) != 0)
+        return find(Finding::Kind::missingRendition, uuid, path);
+    if (!options.sumOfFile)
+        return;
+    const auto present = options.sumOfFile(path);
+    if (!present)
+        find(Finding::Kind::changedRendition, uuid, path, present.error().text);
+    else if (!std::ranges::equal(*present, sum))
+        find(Finding::Kind::changedRendition, uuid, path, "its contents are others");
 }
 
 void Check::checkStrays(const std::vector<std::string> &files, Finding::Kind kind) {
@@ -364,10 +415,16 @@ const char *nameOf(Finding::Kind kind) noexcept {
         return "damaged original";
     case Finding::Kind::unreadable:
         return "unreadable original";
+    case Finding::Kind::undecodable:
+        return "picture that can't be decoded";
     case Finding::Kind::missingThumbnail:
         return "missing thumbnail";
+    case Finding::Kind::damagedThumbnail:
+        return "damaged thumbnail";
     case Finding::Kind::missingRendition:
         return "missing rendition";
+    case Finding::Kind::changedRendition:
+        return "changed rendition";
     case Finding::Kind::missingCompanion:
         return "missing companion";
     case Finding::Kind::changedCompanion:

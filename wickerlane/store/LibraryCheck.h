@@ -9,6 +9,7 @@
 #include "wickerlane/model/Result.h"
 #include "wickerlane/platform/object/Handler.h"
 #include "wickerlane/store/LibraryPaths.h"
+#include "wickerlane/store/ThumbnailFile.h"
 
 namespace wickerlane::store {
 
@@ -22,8 +23,11 @@ struct Finding {
         changedOriginal,  ///< An original whose size or sum is not what was saved.
         damagedOriginal,  ///< The same, though nothing seems to have written to it: hoardd has seen it sound.
         unreadable,       ///< An original that can't be read.
+        undecodable,      ///< An asset whose picture can't be decoded, as the store notes.
         missingThumbnail, ///< Of a picture that could be decoded; made again on demand.
+        damagedThumbnail, ///< One that isn't what hoardd wrote; made again by a repair.
         missingRendition, ///< An asset whose edited rendition is gone.
+        changedRendition, ///< An edited rendition whose sum is not what was saved.
         missingCompanion, ///< An asset whose second file is gone.
         changedCompanion, ///< A second file whose size or sum is not what was saved.
         strayOriginal,    ///< A file among the originals that no asset has.
@@ -44,6 +48,8 @@ struct CheckOptions {
     /// Computes the sum of a file, given its path. Null leaves the sums out; then what hoardd has noted when
     /// it read the originals last is found.
     Handler<Result<Sha256>(const std::string &)> sumOfFile{};
+    /// How much of each thumbnail is read.
+    ThumbnailLook thumbnails = ThumbnailLook::ends;
     /// Called now and then with how many of how many assets have been looked at; may be null.
     Handler<void(std::size_t, std::size_t)> progress{};
     /// Asked now and then; true ends the check early. May be null.
