@@ -2,6 +2,7 @@
 
 #include "hoardd/library/Failures.h"
 #include "hoardd/library/StoreBackups.h"
+#include "hoardd/library/StoreIdentity.h"
 #include "hoardd/library/TrashStore.h"
 #include "wickerlane/log/JXLog.h"
 #include "wickerlane/platform/object/Number.h"
@@ -15,15 +16,17 @@ using sqlite::Database;
 
 namespace {
 
-/// Gives the store an identity unless it has one: a new one, or one that has lost it.
-Result<> giveIdentity(Database &database) {
+/// Gives the store an identity unless it has one: a new one, or one that has lost it. URLs of object IDs hold
+/// it.
+Result<> giveIdentity(Database &database, const store::LibraryPaths &paths) {
     const auto hasOne = database.prepare("SELECT 1 FROM zlibrary").any();
     if (!hasOne)
         return passOn(hasOne);
     if (*hasOne)
         return {};
-    const auto uuid = UUID::createRandom();
-    return database.prepare("INSERT INTO zlibrary VALUES (?)").bind(uuid->uuidString()->utf8()).run();
+    return database.prepare("INSERT INTO zlibrary VALUES (?)")
+        .bind(formerIdentity(paths, readNotes(paths)))
+        .run();
 }
 
 /// Lays out a new database, or takes the steps that an older one lacks.
@@ -32,7 +35,7 @@ Result<> prepare(Database &database, const store::LibraryPaths &paths) {
     if (!version)
         return passOn(version);
     if (*version == store::modelVersion())
-        return giveIdentity(database);
+        return giveIdentity(database, paths);
     const auto hasTables = database.prepare("SELECT 1 FROM sqlite_schema").any();
     if (!hasTables)
         return passOn(hasTables);
@@ -52,7 +55,7 @@ Result<> prepare(Database &database, const store::LibraryPaths &paths) {
         return fail(database.problem());
     if (const auto laidOut = store::layOut(database); !laidOut)
         return laidOut;
-    if (const auto named = giveIdentity(database); !named)
+    if (const auto named = giveIdentity(database, paths); !named)
         return named;
     return transaction.commit();
 }

@@ -11,6 +11,7 @@
 
 #include "hoardd/library/DurableFolders.h"
 #include "hoardd/library/StoreBackups.h"
+#include "hoardd/library/StoreIdentity.h"
 #include "hoardd/library/StoreNotes.h"
 #include "hoardd/library/StoreSalvage.h"
 #include "wickerlane/log/JXLog.h"
@@ -70,34 +71,10 @@ Result<> moveDatabase(const std::string &path, const std::string &place) {
     return {};
 }
 
-std::optional<std::string> identityIn(Database &database) {
-    const auto all = database.prepare("SELECT uuid FROM zlibrary").all([](const Statement &row) {
-        return std::string(row.text(0));
-    });
-    if (all)
-        for (const std::string &each : *all)
-            if (store::isUUID(each))
-                return each;
-    return std::nullopt;
-}
-
 Result<> setIdentity(Database &database, const std::string &uuid) {
     return database.execute("DELETE FROM zlibrary").and_then([&] {
         return database.prepare("INSERT INTO zlibrary VALUES (?)").bind(uuid).run();
     });
-}
-
-/// Of the notes or a backup; else a new one.
-std::string formerIdentity(const LibraryPaths &paths, const NotedRows &notes) {
-    for (const auto &[name, columns] : notes)
-        if (name.first == "zlibrary" && store::isUUID(name.second))
-            return name.second;
-    for (const std::string &backup : storeBackups(paths))
-        if (auto database = Database::open(backup, Database::Access::read))
-            if (const auto uuid = identityIn(*database))
-                return *uuid;
-    const ReleaseScope scope;
-    return std::string(UUID::createRandom()->uuidString()->utf8());
 }
 
 /// Whether making the indexes again can mend all of it.

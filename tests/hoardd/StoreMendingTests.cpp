@@ -319,6 +319,19 @@ TEST_F(Backups, AreMadeBeforeAStoreIsBroughtUpToDate) {
         older);
 }
 
+TEST_F(Mending, AStoreThatIsOpenedWithoutItsIdentityGetsItBack) {
+    for (const bool hasNotes : {true, false}) {
+        makeLibrary();
+        ASSERT_TRUE(Database::open(paths.database(), Database::Access::write).and_then([](Database &&opened) {
+            return opened.execute("DELETE FROM zlibrary");
+        }));
+        if (!hasNotes)
+            fs::remove_all(notesFolder(paths));
+        ASSERT_TRUE(Store::open(paths));
+        EXPECT_EQ(text("SELECT uuid FROM zlibrary"), identity) << hasNotes;
+    }
+}
+
 using Notes = Mending;
 
 TEST_F(Notes, TheLastSoundLineOfARowCounts) {
