@@ -57,6 +57,15 @@ Ref<MessageDictionary> withEmptyValues(std::size_t count) {
     return message;
 }
 
+Ref<MessageDictionary> withNumbers(std::size_t count) {
+    const auto array = MessageArray::create();
+    for (std::size_t i = 0; i < count; ++i)
+        array->appendUInt64(i);
+    const auto message = MessageDictionary::create();
+    message->set("values", array.get());
+    return message;
+}
+
 Ref<MessageDictionary> withDescriptors(std::size_t count) {
     const auto message = MessageDictionary::create();
     const UniqueFd file(open("/dev/null", O_RDONLY | O_CLOEXEC));
@@ -73,18 +82,23 @@ TEST(Listener, HoldsFewMessagesOfASenderWhateverTheyAreMadeOf) {
     const struct {
         const char *name;
         Ref<MessageDictionary> message;
-        std::size_t sent, heldMessages, queuedBytes, most;
+        std::size_t sent, heldMessages, queuedBytes, bytesOfProcess, most;
     } cases[] = {
-        {"empty", MessageDictionary::create(), 6000, 16, 64 * mebibyte, 3000},
-        {"empty, and few bytes allowed", MessageDictionary::create(), 6000, 10'000, mebibyte / 2, 3000},
-        {"of empty values", withEmptyValues(2000), 100, 1000, 4 * mebibyte, 10},
-        {"with descriptors", withDescriptors(8), 40, 1000, 8 * mebibyte, 5},
+        {"empty", MessageDictionary::create(), 6000, 16, 64 * mebibyte, 64 * mebibyte, 3000},
+        {"empty, and few bytes allowed", MessageDictionary::create(), 6000, 10'000, mebibyte / 2,
+         64 * mebibyte, 3000},
+        {"of empty values", withEmptyValues(2000), 100, 1000, 4 * mebibyte, 64 * mebibyte, 10},
+        {"of numbers", withNumbers(2000), 100, 1000, 4 * mebibyte, 64 * mebibyte, 30},
+        {"with descriptors", withDescriptors(8), 40, 1000, 8 * mebibyte, 64 * mebibyte, 5},
+        {"and few bytes allowed to the process", withNumbers(2000), 100, 1000, 64 * mebibyte, 4 * mebibyte,
+         30},
     };
-    for (const auto &[name, message, sent, heldMessages, queuedBytes, most] : cases) {
+    for (const auto &[name, message, sent, heldMessages, queuedBytes, bytesOfProcess, most] : cases) {
         SCOPED_TRACE(name);
         MessageListener::Options options;
         options.limits.heldMessages = heldMessages;
         options.limits.queuedBytes = queuedBytes;
+        options.limits.queuedBytesOfProcess = bytesOfProcess;
         Keeper keeper;
         const auto listener = listen([&](ReceivedMessage *received) { keeper(received); }, nullptr, options);
         const auto connection = connect();
@@ -93,6 +107,29 @@ TEST(Listener, HoldsFewMessagesOfASenderWhateverTheyAreMadeOf) {
         EXPECT_LE(keeper.mostHeldOf(sent), most);
         listener->cancel();
     }
+}
+
+// A small message keeps all of the buffer that it came in.
+TEST(Listener, ChargesTheBufferOfAMessageThatIsKept) {
+    constexpr std::size_t inBuffer = 15, buffers = 200;
+    MessageListener::Options options;
+    options.limits.heldMessages = 10'000;
+    options.limits.queuedBytes = 1 << 20;
+    Keeper keeper;
+    std::size_t come = 0;
+    const auto listener = listen(
+        [&](ReceivedMessage *received) {
+            if (++come % inBuffer == 0)
+                keeper(received);
+        },
+        nullptr, options);
+    const auto connection = connect();
+    const auto message = MessageDictionary::create();
+    message->setData("bytes", std::string(2'048, 'x').data(), 2'048);
+    for (std::size_t i = 0; i < inBuffer * buffers; ++i)
+        connection->send(message.get());
+    EXPECT_LE(keeper.mostHeldOf(buffers), 60U);
+    listener->cancel();
 }
 
 TEST(Listener, TakesAShortRequestBesideASenderThatHasFilledTheShareOfItsUser) {
