@@ -109,6 +109,42 @@ TEST(Listener, HoldsFewMessagesOfASenderWhateverTheyAreMadeOf) {
     }
 }
 
+// Requests that were begun may still be answered, but not without end.
+TEST(Listener, EndsTheConnectionOfAPeerThatLeavesFarTooMuchUnread) {
+    constexpr std::size_t requests = 64, answerBytes = 100'000;
+    MessageListener::Options options;
+    options.limits.unreadBytes = 1 << 20;
+    std::mutex mutex;
+    std::vector<Ref<ReceivedMessage>> kept;
+    const auto listener = listen(
+        [&](ReceivedMessage *received) {
+            const std::lock_guard lock(mutex);
+            kept.emplace_back(received);
+        },
+        nullptr, options);
+    const UniqueFd deaf = ServiceSocket(serviceName).connect();
+    MessageEncoder request;
+    ASSERT_EQ(request.encode(FrameKind::request, 1, numbered(1).get()), nullptr);
+    for (std::size_t i = 0; i < requests; ++i)
+        ASSERT_GT(send(deaf.get(), request.gathered().data(), request.gathered().size(), MSG_NOSIGNAL), 0);
+    ASSERT_TRUE(waitUntil([&] {
+        const std::lock_guard lock(mutex);
+        return kept.size() == requests;
+    }));
+    const auto answer = MessageDictionary::create();
+    answer->setData("bytes", std::string(answerBytes, 'b').data(), answerBytes);
+    for (const auto &each : kept)
+        each->reply(answer.get());
+    kept.clear();
+    std::size_t read = 0;
+    std::string piece(answerBytes, 0);
+    for (ssize_t count = 1; count > 0 && read < requests * answerBytes;) {
+        count = recv(deaf.get(), piece.data(), piece.size(), 0);
+        read += count > 0 ? static_cast<std::size_t>(count) : 0;
+    }
+    EXPECT_LT(read, requests * answerBytes / 2);
+}
+
 // A small message keeps all of the buffer that it came in.
 TEST(Listener, ChargesTheBufferOfAMessageThatIsKept) {
     constexpr std::size_t inBuffer = 15, buffers = 200;
