@@ -56,6 +56,9 @@ struct PictureFacts {
     std::uint32_t isCutOff = 0;      ///< 1 when the file ends before its picture does.
 };
 
+/// What people read of a file that is cut off.
+inline constexpr const char *endsTooEarly = "the file ends before its picture does";
+
 /// The facts without what makes no sense, and with printable ASCII in their texts: a worker that a file has
 /// taken over can answer anything.
 [[nodiscard]] PictureFacts plausibleFacts(const PictureFacts &answered);

@@ -18,7 +18,7 @@ void setFacts(AssetRecord &record, const PictureFacts &facts) {
         record.longitude = facts.place->longitude;
     }
     if (facts.isCutOff != 0)
-        record.problem = "the file ends before its picture does";
+        record.problem = endsTooEarly;
     if (facts.format == MediaFormat::raw)
         record.format = mediaTypeName(MediaFormat::raw); // its first bytes may have said otherwise
 }

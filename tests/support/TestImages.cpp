@@ -351,13 +351,13 @@ Bytes pngOf(const Pixels &pixels, const TestExif &exif) {
     return file;
 }
 
-Bytes pngThatClaims(std::uint32_t width, std::uint32_t height, bool isInterlaced) {
+Bytes pngThatClaims(std::uint32_t width, std::uint32_t height, bool isInterlaced, std::size_t pixelBytes) {
     Bytes header;
     appendNumber(header, width, 4, true);
     appendNumber(header, height, 4, true);
     append(header, std::string_view("\x08\x02\0\0", 4)); // 8 bits a sample, RGB
     header.push_back(isInterlaced ? std::byte{1} : std::byte{0});
-    const Bytes rows(4096);
+    const Bytes rows(pixelBytes);
     Bytes packed(compressBound(rows.size()));
     uLongf packedSize = packed.size();
     compress(reinterpret_cast<Bytef *>(packed.data()), &packedSize,

@@ -93,7 +93,9 @@ Bytes pngOf(const Pixels &pixels);
 /// The same with camera metadata.
 Bytes pngOf(const Pixels &pixels, const TestExif &exif);
 /// A PNG of a few hundred bytes that claims these dimensions. Its checksums are right.
-Bytes pngThatClaims(std::uint32_t width, std::uint32_t height, bool isInterlaced = false);
+/// Decompressed, the pixels have `pixelBytes`.
+Bytes pngThatClaims(std::uint32_t width, std::uint32_t height, bool isInterlaced = false,
+                    std::size_t pixelBytes = 4096);
 
 /// An uncompressed TIFF of colour; alpha is dropped.
 Bytes tiffOf(const Pixels &pixels, std::uint16_t orientation = 1);

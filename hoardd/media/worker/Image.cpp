@@ -2,17 +2,18 @@
 
 namespace wickerlane::hoardd::media {
 
-MediaError imageLibraryError() {
-    std::string text = vips_error_buffer();
+MediaError imageLibraryError(const char *reason) {
+    // The library tells causes apart by text only, and adds a line for each level that the failure passed;
+    // the first says what happened.
+    const std::string all = vips_error_buffer();
+    const std::string text = all.substr(0, all.find('\n'));
     vips_error_clear();
-    // The library adds a line for each level that the failure passed; the first says what happened.
-    text.resize(std::min(text.find('\n'), text.size()));
-    const bool memory = text.find("out of memory") != std::string::npos ||
-                        text.find("nsufficient memory") != std::string::npos ||
-                        text.find("unable to allocate") != std::string::npos;
-    if (memory)
+    const auto says = [&](const char *part) { return text.find(part) != std::string::npos; };
+    if (says("out of memory") || says("nsufficient memory") || says("unable to allocate"))
         return {MediaFailure::tooLarge, ""};
-    return {MediaFailure::damaged, text.empty() ? "the picture cannot be decoded" : text};
+    if (says("write error"))
+        return {MediaFailure::outputFailed, unwritableOutput};
+    return {MediaFailure::damaged, reason};
 }
 
 } // namespace wickerlane::hoardd::media

@@ -25,9 +25,14 @@ public:
     MediaFailure failure;
 };
 
-/// A "damaged" error with what the image library has to say; a "too large" one without a reason when memory
-/// ran out.
-[[nodiscard]] MediaError imageLibraryError();
+// What the libraries say themselves is about parts of the work, which mean nothing to people.
+inline constexpr const char *unreadableHeader = "the header of the picture can't be read";
+inline constexpr const char *unwritableOutput = "the output can't be written";
+inline constexpr const char *unreadablePixels = "the pixels of the picture can't be decoded";
+
+/// A "damaged" error with this reason, after a failure of the image library; a "too large" one without a
+/// reason when memory ran out, and an "output failed" one when nothing could be written.
+[[nodiscard]] MediaError imageLibraryError(const char *reason = unreadablePixels);
 
 /// Runs an operation of the image library that hands out one image:
 /// `made([&](VipsImage **out) { return vips_flip(in, out, VIPS_DIRECTION_VERTICAL, nullptr); })`.

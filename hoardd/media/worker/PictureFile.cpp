@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "hoardd/media/worker/CutOff.h"
+
 namespace wickerlane::hoardd::media {
 
 namespace {
@@ -37,6 +39,7 @@ PictureFile::PictureFile(int descriptor) : file(descriptor), metadata(file.bytes
         known.orientation = 1;
     if (known.format == MediaFormat::tiff && metadata.isRaw())
         known.format = MediaFormat::raw;
+    known.isCutOff = isCutOff(file.bytes(), known.format) ? 1 : 0;
 }
 
 const PictureReader &PictureFile::open(std::uint32_t maxSide) {
@@ -50,7 +53,6 @@ const PictureReader &PictureFile::open(std::uint32_t maxSide) {
         reader.emplace(rawPreview, MediaFormat::jpeg);
     } else {
         reader.emplace(file.bytes(), known.format);
-        known.isCutOff = isCutOff(file.bytes(), known.format) ? 1 : 0;
     }
     if (size.first == 0 || size.second == 0)
         size = {reader->width(), reader->height()};

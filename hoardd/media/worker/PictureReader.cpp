@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <cstring>
-#include <iterator>
+
+#include "hoardd/media/worker/JpegLayout.h"
+#include "hoardd/media/worker/PngLines.h"
 
 namespace wickerlane::hoardd::media {
 
@@ -59,82 +61,6 @@ Image onWhite(Image image) {
     return Image(flat);
 }
 
-// A frame header: marker SOF0 to SOF15 but for DHT, JPG and DAC.
-bool isFrameHeader(unsigned marker) {
-    return marker >= 0xC0 && marker <= 0xCF && marker != 0xC4 && marker != 0xC8 && marker != 0xCC;
-}
-
-struct JpegLayout {
-    bool isProgressive = false; ///< In several passes, so that a decoder must hold all coefficients at once.
-    std::size_t pixels = 0;     ///< Where the coded pixels begin; 0 when there are none.
-};
-
-// Steps over what does not belong between two markers, as decoders do.
-JpegLayout layoutOfJpeg(std::span<const std::byte> file) {
-    JpegLayout layout;
-    const unsigned char *bytes = jpegBytes(file);
-    for (std::size_t at = 2; at + 4 <= file.size();) {
-        const unsigned marker = bytes[at + 1];
-        if (bytes[at] != 0xFF || marker == 0xFF || marker == 0) {
-            ++at;
-            continue;
-        }
-        if (isFrameHeader(marker))
-            layout.isProgressive = marker == 0xC2 || marker == 0xC6 || marker == 0xCA || marker == 0xCE;
-        at += 2 + (std::size_t{bytes[at + 2]} << 8 | bytes[at + 3]);
-        if (marker == 0xDA) {
-            layout.pixels = std::min(at, file.size());
-            break;
-        }
-    }
-    return layout;
-}
-
-bool isJpegCutOff(std::span<const std::byte> file) {
-    const auto pixels = file.subspan(layoutOfJpeg(file).pixels);
-    constexpr std::byte endMarker[] = {std::byte{0xFF}, std::byte{0xD9}};
-    return std::find_end(pixels.begin(), pixels.end(), std::begin(endMarker), std::end(endMarker)) ==
-           pixels.end();
-}
-
-std::uint32_t bigEndian(std::span<const std::byte> file, std::size_t at) {
-    std::uint32_t value = 0;
-    for (const std::byte each : file.subspan(at, 4))
-        value = value << 8 | std::to_integer<std::uint32_t>(each);
-    return value;
-}
-
-bool isPngCutOff(std::span<const std::byte> file) {
-    constexpr std::size_t signatureBytes = 8, chunkBytes = 12; // without a chunk's data
-    for (std::size_t at = signatureBytes; at + chunkBytes <= file.size();) {
-        if (bigEndian(file, at + 4) == 0x49454E44) // "IEND"
-            return false;
-        at += chunkBytes + bigEndian(file, at);
-    }
-    return true;
-}
-
-/// Whether a PNG is stored in passes, of which the first holds no whole lines.
-bool isInterlaced(std::span<const std::byte> png) {
-    constexpr std::size_t place = 28;
-    return png.size() > place && png[place] != std::byte{0};
-}
-
-/// A decoder shows the lines that a damaged PNG lacks as black ones; without any line there is no picture.
-void requireFirstLine(std::span<const std::byte> png, int width) {
-    const Image strict(vips_image_new_from_buffer(png.data(), png.size(), "", "access",
-                                                  VIPS_ACCESS_SEQUENTIAL, "fail_on", VIPS_FAIL_ON_TRUNCATED,
-                                                  nullptr));
-    VipsImage *line = nullptr;
-    if (strict && vips_extract_area(strict.get(), &line, 0, 0, width, 1, nullptr) == 0) {
-        const Image lazy(line);
-        if (const Image decoded(vips_image_copy_memory(lazy.get())); decoded)
-            return;
-    }
-    vips_error_clear();
-    throw MediaError(MediaFailure::damaged, "the file holds no line of the picture");
-}
-
 void checkSize(std::uint64_t width, std::uint64_t height) {
     if (width == 0 || height == 0)
         throw MediaError(MediaFailure::damaged, "the picture has no size");
@@ -156,7 +82,7 @@ PictureReader::PictureReader(std::span<const std::byte> file, MediaFormat format
         if (tjDecompressHeader3(decoder.get(), jpegBytes(bytes), bytes.size(), &width, &height, &subsampling,
                                 &colours) != 0 &&
             tjGetErrorCode(decoder.get()) != TJERR_WARNING)
-            throw MediaError(MediaFailure::damaged, tjGetErrorStr2(decoder.get()));
+            throw MediaError(MediaFailure::damaged, unreadableHeader);
         storedWidth = static_cast<std::uint32_t>(width);
         storedHeight = static_cast<std::uint32_t>(height);
         checkSize(storedWidth, storedHeight);
@@ -177,16 +103,13 @@ PictureReader::PictureReader(std::span<const std::byte> file, MediaFormat format
     }
     header = Image(vips_image_new_from_buffer(bytes.data(), bytes.size(), "", nullptr));
     if (!header)
-        throw imageLibraryError();
+        throw imageLibraryError(unreadableHeader);
     storedWidth = static_cast<std::uint32_t>(vips_image_get_width(header.get()));
     storedHeight = static_cast<std::uint32_t>(vips_image_get_height(header.get()));
     checkSize(storedWidth, storedHeight);
-    if (format == MediaFormat::png && !isInterlaced(bytes))
-        requireFirstLine(bytes, vips_image_get_width(header.get()));
-}
-
-bool isCutOff(std::span<const std::byte> file, MediaFormat format) {
-    return format == MediaFormat::jpeg ? isJpegCutOff(file) : format == MediaFormat::png && isPngCutOff(file);
+    // A decoder shows the lines that a damaged PNG lacks as black ones; without any line there is no picture.
+    if (format == MediaFormat::png && !holdsFirstLine(bytes))
+        throw MediaError(MediaFailure::damaged, "the file holds no line of the picture");
 }
 
 // Decodes at the smallest of the scales that the format offers almost for free, then shrinks the rest of the
@@ -215,7 +138,7 @@ Image PictureReader::decodedJpegSmall(std::uint32_t maxSide) const {
     if (tjDecompress2(decoder.get(), jpegBytes(bytes), bytes.size(), image->data, width, width * bands,
                       height, grey ? TJPF_GRAY : TJPF_RGB, TJFLAG_LIMITSCANS) != 0 &&
         tjGetErrorCode(decoder.get()) != TJERR_WARNING)
-        throw MediaError(MediaFailure::damaged, tjGetErrorStr2(decoder.get()));
+        throw MediaError(MediaFailure::damaged, unreadablePixels);
 
     const void *profile = nullptr;
     std::size_t profileSize = 0;

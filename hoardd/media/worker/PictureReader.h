@@ -38,9 +38,6 @@ private:
     std::uint32_t storedHeight = 0;
 };
 
-/// Whether a file ends before its picture does; known of JPEG and PNG files.
-[[nodiscard]] bool isCutOff(std::span<const std::byte> file, MediaFormat format);
-
 /// An image made smaller, so that its sides are no longer than `maxSide`; in memory.
 [[nodiscard]] Image shrunk(VipsImage *image, std::uint32_t maxSide);
 

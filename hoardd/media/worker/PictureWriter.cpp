@@ -63,15 +63,11 @@ void writePicture(VipsImage *image, int output, MediaFormat format, std::uint32_
                          std::string("the picture is too large for ") + mediaFormatName(format));
     const Target target(vips_target_new_to_descriptor(output));
     if (!target)
-        throw MediaError(MediaFailure::outputFailed, "the output cannot be written");
+        throw MediaError(MediaFailure::outputFailed, unwritableOutput);
     const Image bare = withoutMetadata(image);
-    if (save(bare.get(), target.get(), format, static_cast<int>(quality), keepsProfile ? FALSE : TRUE) != 0) {
-        MediaError error = imageLibraryError();
-        // The library tells a full disk from a damaged picture by text only.
-        if (std::string_view(error.what()).find("write error") != std::string_view::npos)
-            error.failure = MediaFailure::outputFailed;
-        throw error;
-    }
+    // Only now are the pixels of some pictures decoded.
+    if (save(bare.get(), target.get(), format, static_cast<int>(quality), keepsProfile ? FALSE : TRUE) != 0)
+        throw imageLibraryError();
 }
 
 Image imageOfSurface(const void *pixels, const SurfacePixels &surface) {

@@ -97,6 +97,7 @@ void probe(const WorkerRequest &request, std::span<const UniqueFd> descriptors, 
 
 void fingerprint(const WorkerRequest &request, std::span<const UniqueFd> descriptors, WorkerAnswer &answer) {
     PictureFile file(descriptors[0].get());
+    answer.facts = file.facts();
     const std::uint32_t maxSide = request.settings.maxSide;
     const PictureReader &reader = file.open(maxSide);
     answer.facts = file.facts();
@@ -127,6 +128,7 @@ void render(const WorkerRequest &request, std::span<const UniqueFd> descriptors,
         return writeRendered(request, image ? image.get() : frame.get(), descriptors[1].get(), answer);
     }
     PictureFile file(descriptors[0].get());
+    answer.facts = file.facts();
     const PictureReader &reader = file.open(request.settings.maxSide);
     answer.facts = file.facts();
     const Image image = reader.picture(request.settings.maxSide, file.facts().orientation);
@@ -173,7 +175,6 @@ void handleOrThrow(const WorkerRequest &request, std::span<const UniqueFd> descr
     throw MediaError(MediaFailure::badRequest, "the request is unknown");
 }
 
-// The libraries' own texts are about parts of the work, which mean nothing to people.
 std::string tooMuchMemory(const PictureFacts &facts) {
     const std::uint64_t pixels = std::uint64_t{facts.width} * facts.height;
     constexpr std::uint64_t million = 1'000'000;
@@ -222,11 +223,16 @@ WorkerAnswer handle(const WorkerRequest &request, std::span<const UniqueFd> desc
         handleOrThrow(request, descriptors, answer);
     } catch (const MediaError &error) {
         const std::string_view reason = error.what();
-        fail(answer, error.failure, reason.empty() ? tooMuchMemory(answer.facts) : std::string(reason));
+        const bool isOfFile =
+            error.failure == MediaFailure::damaged || error.failure == MediaFailure::noDecoder;
+        if (isOfFile && answer.facts.isCutOff != 0)
+            fail(answer, error.failure, endsTooEarly);
+        else
+            fail(answer, error.failure, reason.empty() ? tooMuchMemory(answer.facts) : std::string(reason));
     } catch (const std::bad_alloc &) {
         fail(answer, MediaFailure::tooLarge, tooMuchMemory(answer.facts));
-    } catch (const std::exception &error) {
-        fail(answer, MediaFailure::damaged, error.what());
+    } catch (const std::exception &) {
+        fail(answer, MediaFailure::damaged, "the file can't be read");
     }
     return answer;
 }

@@ -32,14 +32,11 @@ constexpr int maxStreams = 64;
 constexpr int maxPackets = 2'000; // looked at for one frame
 constexpr std::uint64_t maxPixels = 64'000'000;
 
+/// `error` is what the library has answered. Only lack of memory says nothing about the file.
 [[noreturn]] void fail(MediaFailure failure, const char *what, int error = 0) {
-    std::string reason = what;
-    if (error != 0) {
-        std::array<char, AV_ERROR_MAX_STRING_SIZE> text{};
-        av_strerror(error, text.data(), text.size());
-        reason.append(": ").append(text.data());
-    }
-    throw MediaError(failure, reason);
+    if (error == AVERROR(ENOMEM))
+        throw MediaError(MediaFailure::tooLarge, "the video takes more memory than is allowed");
+    throw MediaError(failure, what);
 }
 
 struct FreeCodec {

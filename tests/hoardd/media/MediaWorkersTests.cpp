@@ -100,6 +100,14 @@ TEST(MediaWorkers, WorkAtThePriorityOfTheirCaller) {
     EXPECT_EQ(nicenessOf(idleWorker(pool)), usual);
 }
 
+/// Of the value of a marker in a JPEG.
+std::size_t placeOf(const Bytes &jpeg, unsigned marker) {
+    for (std::size_t at = 2; at + 1 < jpeg.size(); ++at)
+        if (jpeg[at] == std::byte{0xFF} && jpeg[at + 1] == static_cast<std::byte>(marker))
+            return at + 1;
+    return 0;
+}
+
 TEST(MediaWorkers, SaysWhyAFileIsRefused) {
     MediaWorkers pool(testOptions());
     const Bytes good = goodPicture();
@@ -108,16 +116,29 @@ TEST(MediaWorkers, SaysWhyAFileIsRefused) {
                 "\0\0\0\x18"
                 "ftypheic\0\0\0\0mif1heic",
                 24);
+    Bytes heifCutOff = heif; // by the length of the box behind
+    std::memcpy(heifCutOff.data() + 24, "\0\0\x1\0meta", 8);
+    const auto with = [](Bytes file, std::size_t at, unsigned value) {
+        file.at(at) = static_cast<std::byte>(value);
+        return file;
+    };
+    const Bytes tiff = tiffOf(fourCorners(40, 30)), gif = gifOf(40, 30, cornerGreen);
+    const char *unreadable = "of the picture can't be "; // with "the header" or "the pixels" before
+    const char *early = "the file ends before its picture does";
     struct Case {
         const char *name;
         Bytes file;
         const char *reason;
     };
+    // In words of our own: those of the libraries are about parts of their work.
     for (const Case &refused :
          {Case{"empty", {}, "not a picture of a known format"},
           Case{"text", Bytes(100, std::byte{'x'}), "not a picture of a known format"},
-          Case{"a JPEG's first bytes", Bytes(good.begin(), good.begin() + 20), ""},
-          Case{"a HEIF without a picture", heif, ""},
+          Case{"a JPEG's first bytes", Bytes(good.begin(), good.begin() + 20), early},
+          Case{"a JPEG with a frame of another kind", with(good, placeOf(good, 0xC0), 0xC3), unreadable},
+          Case{"a TIFF that is compressed in an unknown way", with(tiff, 8 + 2 + 12 * 3 + 8, 77), unreadable},
+          Case{"a GIF without colours", with(gif, 10, 0), unreadable},
+          Case{"a HEIF without a picture", heif, unreadable}, Case{"a HEIF to its half", heifCutOff, early},
           Case{"too many pixels", pngThatClaims(60'000, 60'000), "more than are allowed"},
           Case{"too wide", pngThatClaims(70'000, 1), "more than are allowed"}}) {
         SCOPED_TRACE(refused.name);

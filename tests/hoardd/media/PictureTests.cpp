@@ -139,9 +139,14 @@ TEST_F(Pictures, DamageThatAViewerOverlooksIsOverlooked) {
         {"a PNG to its half", part(png, png.size() / 2), true, true},
         {"a PNG without its end", part(png, png.size() - 12), true, true},
         {"a PNG without a line", pngThatClaims(2000, 300), false, false},
+        {"an interlaced PNG without a line", pngThatClaims(2000, 300, true, 700), false, false},
+        {"an interlaced PNG to its pixels", part(pngThatClaims(2000, 300, true), 33), false, false},
+        {"an interlaced PNG that stops before its first line",
+         part(pngThatClaims(2000, 300, true), 33 + 8 + 6), false, false},
     };
     for (const auto &[what, file, isSound, isCutOff] : cases) {
         SCOPED_TRACE(what);
+        EXPECT_EQ(pool().examine(fileOf(file).get(), {}).ended.has_value(), isSound) << "at a glance";
         const auto result = probe(file, {100});
         EXPECT_EQ(problemOf(result), isSound ? std::nullopt : std::optional(ProblemKind::invalid))
             << reasonOf(result);
@@ -156,11 +161,39 @@ TEST_F(Pictures, DamageThatAViewerOverlooksIsOverlooked) {
     }
 }
 
+TEST_F(Pictures, ThatEndEarlyAreToldFromWholeOnes) {
+    const Pixels corners = scene(400, 300, 1);
+    Bytes webp;
+    ASSERT_EQ(reasonOf(render(pngOf(corners), {.format = MediaFormat::webp}, webp)), "");
+    const Bytes gif = gifOf(400, 300, cornerGreen);
+    const std::pair<const char *, Bytes> files[] = {
+        {"JPEG", jpegOf(corners)},
+        {"progressive", jpegOf(corners, 90, false, true)},
+        {"PNG", pngOf(corners)},
+        {"WebP", webp},
+        {"TIFF", tiffOf(corners)},
+        {"GIF", gif},
+        {"GIF without the mark at its end", {gif.begin(), gif.end() - 1}}};
+    for (const auto &[what, file] : files) {
+        SCOPED_TRACE(what);
+        const auto whole = probe(file, {100});
+        ASSERT_EQ(reasonOf(whole), "");
+        EXPECT_EQ(whole->isCutOff, 0U);
+        for (const std::size_t bytes : {file.size() * 9 / 10, file.size() / 2, std::size_t{20}}) {
+            const auto part = probe({file.begin(), file.begin() + static_cast<std::ptrdiff_t>(bytes)}, {100});
+            EXPECT_TRUE(part ? part->isCutOff != 0
+                             : reasonOf(part) == "the file ends before its picture does")
+                << bytes << " bytes: " << reasonOf(part);
+        }
+    }
+}
+
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) // where memory has no limit
 TEST_F(Pictures, LimitsAreToldInWordsForPeople) {
     // Interlaced ones are decoded as a whole.
     Bytes image;
-    const auto result = render(pngThatClaims(16'000, 16'000, true), {.format = MediaFormat::png}, image);
+    const auto result =
+        render(pngThatClaims(16'000, 16'000, true, 8192), {.format = MediaFormat::png}, image);
     EXPECT_EQ(problemOf(result), ProblemKind::invalid);
     EXPECT_EQ(reasonOf(result), "256 megapixels are more than memory allows");
 }
