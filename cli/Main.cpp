@@ -102,7 +102,7 @@ int run(int argc, char **argv) {
     // What is below a root says which programs run.
     if (const std::string why = whyUntrusted(rootPath()); !why.empty())
         return static_cast<int>(
-            report({ProblemKind::refused, "the root " + rootPath() + " does not count: " + why, {}}));
+            report({ProblemKind::refused, "the root " + rootPath() + " is not used: " + why, {}}));
 
     noticeInterrupts();
     const ExitCode result = performServingMainQueue(chosen);

@@ -38,7 +38,7 @@ int serve(const DaemonOptions &options) {
     keepServiceConsole(WickerlaneGatekeeperName);
     leaveCircumstancesOfStart();
     if (const std::string why = whyUntrusted(rootPath()); !why.empty()) {
-        consoleLog("hoardd: the root %s does not count: %s", rootPath().c_str(), why.c_str());
+        consoleLog("hoardd: the root %s is not used: %s", rootPath().c_str(), why.c_str());
         return 1;
     }
     if (const std::string why = ConsentStore::shared().whyIgnored(); !why.empty())

@@ -81,6 +81,12 @@ bool isAboutOriginal(const store::Finding &finding) {
            finding.kind == Kind::damagedOriginal || finding.kind == Kind::unreadable;
 }
 
+/// Nothing else was looked at.
+bool isAboutStore(const store::Finding &finding) {
+    using Kind = store::Finding::Kind;
+    return finding.kind == Kind::damagedStore || finding.kind == Kind::missingStore;
+}
+
 void printReport(const store::CheckReport &report, std::size_t repaired, const Options &options) {
     for (const store::Finding &each : report.findings)
         print(fmt::format("{}: {}{}", nameOf(each.kind), each.path,
@@ -90,9 +96,11 @@ void printReport(const store::CheckReport &report, std::size_t repaired, const O
         summary += " without checksums";
     if (repaired > 0)
         summary += fmt::format(", {} repaired", countText(repaired, "problem", "problems"));
-    summary += report.findings.empty()
-                   ? ", no problems found"
-                   : ", " + countText(report.findings.size(), "problem", "problems") + " found";
+    if (report.findings.empty())
+        summary += repaired > 0 ? ", none left" : ", no problems found";
+    else
+        summary += ", " + countText(report.findings.size(), "problem", "problems") +
+                   (repaired > 0 ? " left" : " found");
     if (isInterrupted())
         summary += "; interrupted, the rest was not checked";
     print(summary);
@@ -154,6 +162,8 @@ Result<ExitCode> check(const Options &options) {
         printJSON(describe(*report, repaired));
     else
         printReport(*report, repaired, options);
+    if (std::ranges::any_of(report->findings, isAboutStore))
+        return ExitCode::damaged;
     return report->findings.empty() && !isInterrupted() ? ExitCode::success : ExitCode::failure;
 }
 

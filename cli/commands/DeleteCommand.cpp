@@ -63,7 +63,9 @@ Result<ExitCode> deleteAssets(const Options &options) {
             ++deleted;
         else
             code = report(result.error());
-    print(countText(deleted, "asset", "assets") + " deleted");
+    print(countText(deleted, "asset", "assets") +
+          (options.now ? " deleted"
+                       : " moved to the trash; to have it back within 30 days: wickerlane trash restore"));
     return code;
 }
 

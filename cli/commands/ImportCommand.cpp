@@ -63,11 +63,12 @@ struct RefusedFile {
 
 struct SavedFile {
     std::string path;
-    std::string uuid;
-    std::string assetURL;
+    std::string uuid{};
+    std::string assetURL{};
     bool wasPresent = false;
-    std::string problem; ///< Why its picture can't be decoded; empty when it can.
-    std::string first{}; ///< The first file of the pair in which it is second; empty in none.
+    std::string problem{}; ///< Why its picture can't be decoded, or not whole; empty when it can.
+    bool isShown = true;   ///< At least in part.
+    std::string first{};   ///< The first file of the pair in which it is second; empty in none.
 };
 
 struct Report {
@@ -77,6 +78,10 @@ struct Report {
     bool daemonLost = false;
     bool interrupted = false;
 };
+
+std::size_t newlySaved(const Report &report) {
+    return static_cast<std::size_t>(std::ranges::count(report.saved, false, &SavedFile::wasPresent));
+}
 
 /// Whether the contents of a file are those of a picture or a video. One that can't be read counts, so that
 /// its problem is told.
@@ -258,9 +263,10 @@ std::string textOf(const Dictionary *dictionary, std::string_view key) {
 
 /// Adds what the daemon says of a file, and of the second one of its pair. Whether it has both.
 bool receive(const Source &source, const Dictionary *result, Report &report) {
-    SavedFile saved{source.path, textOf(result, protocol::jobResult::uuid),
-                    textOf(result, protocol::jobResult::assetURL), false,
-                    textOf(result, protocol::jobResult::problem)};
+    SavedFile saved{.path = source.path,
+                    .uuid = textOf(result, protocol::jobResult::uuid),
+                    .assetURL = textOf(result, protocol::jobResult::assetURL),
+                    .problem = textOf(result, protocol::jobResult::problem)};
     if (saved.uuid.empty()) {
         std::string reason = textOf(result, protocol::jobResult::error);
         report.refused.push_back({source.path, reason.empty() ? "the daemon gave no reason" : reason});
@@ -268,11 +274,17 @@ bool receive(const Source &source, const Dictionary *result, Report &report) {
     }
     const auto says = [&](std::string_view key) { return result->get(key) != nullptr; };
     saved.wasPresent = says(protocol::jobResult::wasPresent);
+    const auto *width = result->get<Number>(protocol::jobResult::width);
+    saved.isShown = width != nullptr && width->uint64Value() != 0;
     report.saved.push_back(saved);
     const bool secondWasPresent = says(protocol::jobResult::companionWasPresent);
     if (!secondWasPresent && !says(protocol::jobResult::companionWasSaved))
         return false;
-    report.saved.push_back({source.second, saved.uuid, saved.assetURL, secondWasPresent, {}, source.path});
+    report.saved.push_back({.path = source.second,
+                            .uuid = saved.uuid,
+                            .assetURL = saved.assetURL,
+                            .wasPresent = secondWasPresent,
+                            .first = source.path});
     return true;
 }
 
@@ -320,10 +332,11 @@ void saveFiles(std::vector<Source> files, const Options &options, Report &report
             sent += next.size();
             continue;
         }
-        const std::size_t saved = report.saved.size(), refused = report.refused.size();
+        const std::size_t saved = newlySaved(report), ended = report.saved.size() + report.refused.size();
         const std::vector<Source> apart = receiveBatch(pending.front(), report);
         files.insert(files.end(), apart.begin(), apart.end());
-        progress.advance(report.saved.size() - saved, report.refused.size() - refused);
+        const std::size_t saves = newlySaved(report) - saved;
+        progress.advance(saves, report.saved.size() + report.refused.size() - ended - saves);
         pending.pop_front();
     }
 }
@@ -352,8 +365,8 @@ JSON describe(const Report &report) {
 void printSummary(const Report &report) {
     for (const SavedFile &each : report.saved)
         if (!each.problem.empty())
-            note(fmt::format("{}: saved, but not all of the picture can be shown: {}", each.path,
-                             each.problem));
+            note(fmt::format("{}: saved, but {} can be shown: {}", each.path,
+                             each.isShown ? "not all of the picture" : "nothing of it", each.problem));
     for (const RefusedFile &each : report.refused)
         note(fmt::format("{}: {}", each.path, each.reason));
 
@@ -365,9 +378,8 @@ void printSummary(const Report &report) {
         note(fmt::format("and {} more were skipped; --json lists all",
                          countText(report.passedOver.size() - maxNamed, "file", "files")));
 
-    const auto present =
-        static_cast<std::size_t>(std::ranges::count(report.saved, true, &SavedFile::wasPresent));
-    std::string summary = countText(report.saved.size() - present, "file", "files") + " saved";
+    const std::size_t present = report.saved.size() - newlySaved(report);
+    std::string summary = countText(newlySaved(report), "file", "files") + " saved";
     const auto pairs = static_cast<std::size_t>(std::ranges::count_if(
         report.saved, [](const SavedFile &each) { return !each.first.empty() && !each.wasPresent; }));
     if (pairs > 0)

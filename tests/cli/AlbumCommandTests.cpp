@@ -21,7 +21,8 @@ TEST_F(Commands, AlbumsAreCreatedFilledAndShown) {
     EXPECT_EQ(shown["assets"][0]["uuid"], uuid) << shown;
     EXPECT_EQ(run({"album", "delete-empty", "Dunes"}).exitCode, 1);
     EXPECT_EQ(run({"delete", uuid}).exitCode, 1) << "there is no terminal to ask";
-    EXPECT_EQ(run({"delete", "--yes", uuid}).output, "1 asset deleted\n");
+    EXPECT_EQ(run({"delete", "--yes", uuid}).output,
+              "1 asset moved to the trash; to have it back within 30 days: wickerlane trash restore\n");
     EXPECT_EQ(run({"count"}).output, "0 photos, 0 videos\n");
     EXPECT_EQ(run({"album", "delete-empty", "Dunes"}).exitCode, 0);
     const auto changes = run({"changes", "--json"}).json();

@@ -55,7 +55,7 @@ TEST_F(Commands, CheckFindsAndRepairsProblems) {
     }
     const CommandResult mended = run({"check", "--repair"});
     EXPECT_EQ(mended.exitCode, 0) << mended;
-    EXPECT_NE(mended.output.find(", 1 problem repaired, no problems found\n"), std::string::npos) << mended;
+    EXPECT_NE(mended.output.find(", 1 problem repaired, none left\n"), std::string::npos) << mended;
 
     chmod(original.c_str(), 0600);
     std::ofstream(original, std::ios::in | std::ios::binary).put('x');
@@ -129,7 +129,7 @@ TEST_F(Commands, AStoreThatIsDamagedIsNotTakenForNoLibrary) {
     }
     EXPECT_EQ(run({"count"}).exitCode, 6);
     const CommandResult checked = run({"check"});
-    EXPECT_EQ(checked.exitCode, 1) << checked;
+    EXPECT_EQ(checked.exitCode, 6) << checked;
     EXPECT_NE(checked.output.find("damaged store"), std::string::npos) << checked;
     const CommandResult repaired = run({"check", "--repair"});
     EXPECT_EQ(repaired.exitCode, 0) << repaired;

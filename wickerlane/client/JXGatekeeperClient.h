@@ -122,8 +122,9 @@ public:
     /// never the original of an asset. There is no answer: hoardd logs what it refuses, and why.
     void writeDataInBackground(wickerlane::Data *data, wickerlane::URL *toFileURL);
 
-    /// downloadAsset:requestThumbnail:shouldPrioritize:shouldExtendTimer: — asks for an asset that is not on
-    /// this device. A null object ID sends nothing.
+    /// downloadAsset:requestThumbnail:shouldPrioritize:shouldExtendTimer: — asks for an asset that may not be
+    /// on this device: for its thumbnails too, before other work of this program, and to keep its larger
+    /// thumbnail for a day at least. A null object ID sends nothing.
     void downloadAsset(wickerlane::ManagedObjectID *objectID, bool requestThumbnail, bool shouldPrioritize,
                        bool shouldExtendTimer);
 
@@ -320,7 +321,8 @@ public:
 
     /// createSnapriverAlbumWithStreamID: — creates the shared album of a stream. Blocks.
     void createSnapriverAlbumWithStreamID(wickerlane::String *streamID);
-    /// enableSnapriversWithStreamID: — enables a stream.
+    /// enableSnapriversWithStreamID: — enables a stream: it gets its shared album, as by the one above,
+    /// unless it has one.
     void enableSnapriversWithStreamID(wickerlane::String *streamID);
     /// updateSharedAlbumsCachedServerConfigurationLimits — updates the stored limits of shared albums.
     void updateSharedAlbumsCachedServerConfigurationLimits();

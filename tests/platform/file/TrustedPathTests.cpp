@@ -14,7 +14,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr const char *written = " may be written by other users";
+constexpr const char *written = " may be written by other users; chmod go-w ends that";
 
 class TrustedPath : public ::testing::Test {
 protected:

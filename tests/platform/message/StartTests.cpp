@@ -216,18 +216,18 @@ TEST_F(Start, RunsNothingThatAnotherUserCouldHavePutThere) {
     const std::string file = folder + "/" + startedName + ".plist";
     const std::string programs = rootPath() + "/programs";
     ASSERT_TRUE(makeFolders(programs));
-    const std::string written = " may be written by other users";
+    const std::string written = " may be written by other users; chmod go-w ends that";
     const auto openTo = [](const std::string &path, mode_t mode) { ASSERT_EQ(chmod(path.c_str(), mode), 0); };
 
     openTo(rootPath(), 0777);
-    EXPECT_EQ(refusal(), "the root " + rootPath() + " does not count: " + rootPath() + written);
+    EXPECT_EQ(refusal(), "the root " + rootPath() + " is not used: " + rootPath() + written);
     openTo(rootPath(), 0700);
     openTo(folder, 0777);
-    EXPECT_EQ(refusal(), "the description " + file + " does not count: " + folder + written);
+    EXPECT_EQ(refusal(), "the description " + file + " is not used: " + folder + written);
     openTo(folder, 0700);
     openTo(programs, 0777);
     std::ofstream(file, std::ios::trunc) << "{ Program = \"" << programs << "/it\"; }";
-    EXPECT_EQ(refusal(), "the program " + programs + "/it does not count: " + programs + written);
+    EXPECT_EQ(refusal(), "the program " + programs + "/it is not used: " + programs + written);
     EXPECT_TRUE(starts().empty());
 }
 

@@ -49,8 +49,9 @@ std::string problemOf(const std::string &path, const struct stat &status, Place 
     if (S_ISLNK(status.st_mode)) // only its owner can replace it, and its mode means nothing
         return {};
     const bool isSticky = place == Place::above && (status.st_mode & S_ISVTX) != 0;
-    return !isSticky && mayOthersWrite(path, status) ? path + " may be written by other users"
-                                                     : std::string();
+    return !isSticky && mayOthersWrite(path, status)
+               ? path + " may be written by other users; chmod go-w ends that"
+               : std::string();
 }
 
 std::string cantLookAt(const std::string &path, int error) {

@@ -104,7 +104,7 @@ Connected connectToService(const char *name, const Handler<bool(int)> &watch) {
         return {.outcome = ConnectOutcome::invalid};
     const std::string root = rootPath();
     if (const std::string why = whyUntrusted(root); !why.empty())
-        return refused("the root " + root + " does not count: " + why);
+        return refused("the root " + root + " is not used: " + why);
     const ServiceSocket place(name);
     // Between starts the service may come and go for good reasons; that many times in a row it does not.
     constexpr int maxRounds = 16;

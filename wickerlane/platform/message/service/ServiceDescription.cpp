@@ -50,10 +50,10 @@ std::optional<ServiceDescription> findServiceDescription(std::string_view servic
         if (ofFile.empty() && ofProgram.empty())
             return found;
         if (problem.empty())
-            problem = ofFile.empty()
-                          ? formatUTF8("the program %s does not count: %s", found->program.c_str(),
-                                       ofProgram.c_str())
-                          : formatUTF8("the description %s does not count: %s", file.c_str(), ofFile.c_str());
+            problem =
+                ofFile.empty()
+                    ? formatUTF8("the program %s is not used: %s", found->program.c_str(), ofProgram.c_str())
+                    : formatUTF8("the description %s is not used: %s", file.c_str(), ofFile.c_str());
     }
     if (whyNot != nullptr)
         *whyNot = std::move(problem);
