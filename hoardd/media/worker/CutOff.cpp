@@ -145,7 +145,7 @@ bool isTiffCutOff(File file) {
     std::uint64_t places = 0, lengths = 0; // where these entries are
     for (std::uint64_t i = 0; i < *count; ++i) {
         const std::uint64_t entry = *directory + 2 + i * entryBytes;
-        const auto tag = tiff.numberAt(entry, 2);
+        const std::uint64_t tag = tiff.numberAt(entry, 2).value_or(0);
         if (tag == stripPlaces || tag == tilePlaces)
             places = entry;
         else if (tag == stripLengths || tag == tileLengths)
