@@ -3,7 +3,7 @@
 #include "hoardd/albums/BulletinStore.h"
 #include "hoardd/albums/BulletinTexts.h"
 #include "hoardd/library/Clock.h"
-#include "hoardd/pictures/Thumbnails.h"
+#include "hoardd/pictures/PreviewWell.h"
 #include "wickerlane/platform/notification/Notification.h"
 #include "wickerlane/platform/object/Dictionary.h"
 #include "wickerlane/platform/object/Number.h"

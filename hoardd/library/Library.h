@@ -48,6 +48,9 @@ public:
     [[nodiscard]] MediaWorkers &media() noexcept { return workers; }
     [[nodiscard]] AssetLocks &locks() noexcept { return assetLocks; }
 
+    /// Guards which asset the preview well shows. Taken after the lock of an asset.
+    [[nodiscard]] Mutex &previewWellLock() noexcept { return previewWell; }
+
     /// Asks for the thumbnails that could not be made.
     [[nodiscard]] Retry &thumbnailRetry() noexcept { return dueThumbnails; }
 
@@ -74,6 +77,7 @@ private:
     std::unique_ptr<store::StoreReader> reader;
     MediaWorkers workers;
     AssetLocks assetLocks;
+    Mutex previewWell;
     std::atomic<bool> ending{false};
 };
 

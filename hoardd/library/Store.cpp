@@ -388,12 +388,6 @@ Result<std::string> Store::renditionOf(std::string_view uuid) {
     return name->value_or("");
 }
 
-Result<> Store::forgetRendition(std::string_view uuid) {
-    return change([uuid](Database &opened) {
-        return opened.prepare("DELETE FROM zrendition WHERE assetuuid = ?").bind(uuid).run();
-    });
-}
-
 Result<> Store::setExternalUsageIntent(std::int64_t asset, std::uint64_t intent) {
     return change([=](Database &opened) {
         return opened.prepare("UPDATE zgenericasset SET externalusageintent = ? WHERE pk = ?")

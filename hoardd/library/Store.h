@@ -94,8 +94,6 @@ public:
     /// most `limit`.
     [[nodiscard]] Result<std::vector<store::AssetRecord>> decodable(std::int64_t last, std::size_t limit);
 
-    /// Deletes the row of an edited rendition.
-    [[nodiscard]] Result<> forgetRendition(std::string_view uuid);
     [[nodiscard]] Result<> setExternalUsageIntent(std::int64_t asset, std::uint64_t intent);
 
     /// Runs `make`, which takes the database and gives a result, in a transaction, and gives that result. On

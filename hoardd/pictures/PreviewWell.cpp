@@ -4,16 +4,44 @@
 
 #include "hoardd/library/Lookup.h"
 #include "hoardd/library/State.h"
-#include "hoardd/pictures/Thumbnails.h"
+#include "wickerlane/log/JXLog.h"
 #include "wickerlane/platform/file/Files.h"
 
 namespace wickerlane::hoardd {
 
 namespace {
 
+/// Far above any small thumbnail.
+constexpr std::size_t maxSmallThumbnailBytes = 4 << 20;
+
+// With the lock of the well held.
+
 Result<> note(Library &library, std::int64_t asset) {
     return library.writer().change(
         [=](sqlite::Database &database) { return state::set(database, state::previewWell, asset); });
+}
+
+Result<> draw(const Library &library, const store::AssetRecord &asset) {
+    const auto thumbnail = smallThumbnail(library.paths(), asset.uuid);
+    if (!thumbnail)
+        return passOn(thumbnail);
+    const std::string well = library.paths().previewWell();
+    if (!replaceFile(well, *thumbnail))
+        return failSystem("write", well);
+    return {};
+}
+
+Result<> clear(Library &library) {
+    const std::string well = library.paths().previewWell();
+    if (::unlink(well.c_str()) != 0 && errno != ENOENT)
+        return failSystem("clear", well);
+    return note(library, 0);
+}
+
+void logFailure(const Result<> &done, const store::AssetRecord &asset) {
+    if (!done)
+        JX_LOG(JXLogLevelError, JXThumbnailsLog, "the preview well still shows %s as it was: %s",
+               asset.uuid.c_str(), done.error().text.c_str());
 }
 
 } // namespace
@@ -23,23 +51,18 @@ Result<> showInPreviewWell(Library &library, const store::AssetRecord &asset) {
     const MutexLock lock(library.locks().of(asset.uuid));
     if (auto isThere = requireAsset(library, asset.uuid); !isThere)
         return isThere;
-    const auto thumbnail = smallThumbnail(library.paths(), asset.uuid);
-    if (!thumbnail)
+    const MutexLock well(library.previewWellLock());
+    if (const auto thumbnail = smallThumbnail(library.paths(), asset.uuid); !thumbnail)
         return passOn(thumbnail);
     // What it shows is noted first: a picture is never there without its name.
     if (auto noted = note(library, asset.primaryKey); !noted)
         return noted;
-    const std::string well = library.paths().previewWell();
-    if (!replaceFile(well, *thumbnail))
-        return failSystem("write", well);
-    return {};
+    return draw(library, asset);
 }
 
 Result<> clearPreviewWell(Library &library) {
-    const std::string well = library.paths().previewWell();
-    if (::unlink(well.c_str()) != 0 && errno != ENOENT)
-        return failSystem("clear", well);
-    return note(library, 0);
+    const MutexLock well(library.previewWellLock());
+    return clear(library);
 }
 
 bool isInPreviewWell(const Library &library, const store::AssetRecord &asset) {
@@ -48,10 +71,31 @@ bool isInPreviewWell(const Library &library, const store::AssetRecord &asset) {
     if (shown && *shown)
         return **shown == asset.primaryKey;
     // An older daemon noted nothing.
-    const auto thumbnail = smallThumbnail(library.paths(), asset.uuid);
     std::vector<std::byte> well;
-    return thumbnail && readFile(library.paths().previewWell(), well, thumbnail->size()) &&
-           well == *thumbnail;
+    if (!readFile(library.paths().previewWell(), well, maxSmallThumbnailBytes))
+        return false;
+    const auto thumbnail = smallThumbnail(library.paths(), asset.uuid);
+    return thumbnail && well == *thumbnail;
+}
+
+void redrawPreviewWell(Library &library, const store::AssetRecord &asset) {
+    const MutexLock well(library.previewWellLock());
+    if (isInPreviewWell(library, asset))
+        logFailure(draw(library, asset), asset);
+}
+
+void leavePreviewWell(Library &library, const store::AssetRecord &asset) {
+    const MutexLock well(library.previewWellLock());
+    if (isInPreviewWell(library, asset))
+        logFailure(clear(library), asset);
+}
+
+Result<std::vector<std::byte>> smallThumbnail(const store::LibraryPaths &paths, std::string_view uuid) {
+    const std::string path = paths.thumbnail(uuid, store::ThumbnailSize::small);
+    std::vector<std::byte> bytes;
+    if (!readFile(path, bytes, maxSmallThumbnailBytes))
+        return failSystem("read", path);
+    return bytes;
 }
 
 } // namespace wickerlane::hoardd

@@ -2,6 +2,10 @@
 #ifndef HOARDD_PICTURES_PREVIEWWELL_H
 #define HOARDD_PICTURES_PREVIEWWELL_H
 
+#include <cstddef>
+#include <string_view>
+#include <vector>
+
 #include "hoardd/library/Library.h"
 
 namespace wickerlane::hoardd {
@@ -9,6 +13,18 @@ namespace wickerlane::hoardd {
 [[nodiscard]] Result<> showInPreviewWell(Library &library, const store::AssetRecord &asset);
 [[nodiscard]] Result<> clearPreviewWell(Library &library);
 [[nodiscard]] bool isInPreviewWell(const Library &library, const store::AssetRecord &asset);
+
+// With the lock of an asset held. Nothing happens unless the well shows it. What fails is only logged: the
+// asset has changed or gone all the same.
+
+/// After its thumbnails have been replaced.
+void redrawPreviewWell(Library &library, const store::AssetRecord &asset);
+/// When it has nothing more to show.
+void leavePreviewWell(Library &library, const store::AssetRecord &asset);
+
+/// The small thumbnail of an asset, as a JPEG file.
+[[nodiscard]] Result<std::vector<std::byte>> smallThumbnail(const store::LibraryPaths &paths,
+                                                            std::string_view uuid);
 
 } // namespace wickerlane::hoardd
 

@@ -10,6 +10,7 @@
 #include "hoardd/library/WorkNote.h"
 #include "hoardd/media/FileType.h"
 #include "hoardd/pictures/PictureStore.h"
+#include "hoardd/pictures/PreviewWell.h"
 #include "hoardd/pictures/ShownPicture.h"
 #include "hoardd/pictures/Thumbnails.h"
 #include "wickerlane/log/JXLog.h"
@@ -142,6 +143,7 @@ Result<> revertRendition(Library &library, const AssetRecord &asset) {
     }
     for (const auto &kind : store::thumbnailKinds)
         ::unlink(library.paths().thumbnail(asset.uuid, kind.size).c_str());
+    leavePreviewWell(library, asset);
     return library.writer().change(
         [&](sqlite::Database &database) { return storeNoThumbnails(database, asset.primaryKey); });
 }
@@ -154,7 +156,11 @@ Result<> forgetMissingRendition(Library &library, const std::string &uuid) {
     const std::string path = library.paths().renditionFolder(uuid) + '/' + *filename;
     if (filename->empty() || ::access(path.c_str(), F_OK) == 0 || errno != ENOENT)
         return {};
-    return library.writer().forgetRendition(uuid);
+    const auto asset = assetWithUUID(library, uuid);
+    if (!asset)
+        return passOn(asset);
+    return library.writer().change(
+        [&](sqlite::Database &database) { return storeNoRendition(database, (*asset)->record()); });
 }
 
 } // namespace wickerlane::hoardd

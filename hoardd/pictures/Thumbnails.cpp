@@ -11,6 +11,7 @@
 #include "hoardd/pictures/AssetFacts.h"
 #include "hoardd/pictures/PictureProblem.h"
 #include "hoardd/pictures/PictureStore.h"
+#include "hoardd/pictures/PreviewWell.h"
 #include "hoardd/pictures/ShownPicture.h"
 #include "wickerlane/log/JXLog.h"
 #include "wickerlane/platform/file/Files.h"
@@ -23,9 +24,6 @@ using store::AssetRecord;
 using store::ThumbnailMaking;
 
 namespace {
-
-/// Far above any small thumbnail.
-constexpr std::size_t maxSmallThumbnailBytes = 4 << 20;
 
 bool hasThumbnails(const store::LibraryPaths &paths, const AssetRecord &asset, ThumbnailMaking making) {
     return std::ranges::all_of(store::thumbnailKinds, [&](const store::ThumbnailKind &kind) {
@@ -110,6 +108,7 @@ Result<Attempt> makeDueFiles(Library &library, const AssetRecord &asset) {
         return passOn(published);
     attempt.outcome = Attempt::Outcome::made;
     ++attempt.asset.thumbnailIndex;
+    redrawPreviewWell(library, asset);
     return attempt;
 }
 
@@ -203,6 +202,7 @@ Result<> publishThumbnails(Library &library, StagedThumbnails &thumbnails, const
                            bool newIndex) {
     if (auto published = thumbnails.publish(); !published)
         return published;
+    redrawPreviewWell(library, asset);
     return library.writer().change(
         [&](sqlite::Database &database) { return storeThumbnails(database, asset.primaryKey, newIndex); });
 }
@@ -309,14 +309,6 @@ void tryUndecodable(Library &library, Refused refused) {
     else if (*count > 0)
         JX_LOG(JXLogLevelNotice, JXThumbnailsLog, "trying %lld assets again that could not be decoded",
                static_cast<long long>(*count));
-}
-
-Result<std::vector<std::byte>> smallThumbnail(const store::LibraryPaths &paths, std::string_view uuid) {
-    const std::string path = paths.thumbnail(uuid, store::ThumbnailSize::small);
-    std::vector<std::byte> bytes;
-    if (!readFile(path, bytes, maxSmallThumbnailBytes))
-        return failSystem("read", path);
-    return bytes;
 }
 
 } // namespace wickerlane::hoardd

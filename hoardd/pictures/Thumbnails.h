@@ -46,7 +46,8 @@ private:
 [[nodiscard]] Result<StagedThumbnails>
 stageThumbnails(Library &library, std::string_view uuid, const std::string &picture,
                 store::ThumbnailMaking making = store::ThumbnailMaking::early);
-/// Puts thumbnails in their places, synced, and counts them in the store. The asset's lock is held.
+/// Puts thumbnails in their places, synced, and counts them in the store. The preview well shows them, if it
+/// shows the asset. The asset's lock is held.
 [[nodiscard]] Result<> publishThumbnails(Library &library, StagedThumbnails &thumbnails,
                                          const store::AssetRecord &asset, bool newIndex);
 
@@ -76,10 +77,6 @@ enum class Refused {
     byOthers, ///< By other decoders than there are now.
 };
 void tryUndecodable(Library &library, Refused refused);
-
-/// The small thumbnail of an asset, as a JPEG file.
-[[nodiscard]] Result<std::vector<std::byte>> smallThumbnail(const store::LibraryPaths &paths,
-                                                            std::string_view uuid);
 
 } // namespace wickerlane::hoardd
 

@@ -170,8 +170,7 @@ Result<> removeAsset(Library &library, const AssetRecord &asset, AssetPlace from
         // be, too.
         if (auto removed = library.writer().remove(asset.uuid, from); !removed)
             return removed;
-        if (isInPreviewWell(library, asset))
-            static_cast<void>(clearPreviewWell(library)); // the asset has gone all the same
+        leavePreviewWell(library, asset);
         auto finished = removeFilesUnlessKnown(library, asset);
         if (!finished)
             note->keep();

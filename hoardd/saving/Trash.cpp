@@ -35,8 +35,7 @@ Result<> trashAsset(Library &library, const store::AssetRecord &asset) {
     });
     if (!moved)
         return passOn(moved);
-    if (isInPreviewWell(library, asset))
-        static_cast<void>(clearPreviewWell(library)); // the asset has gone all the same
+    leavePreviewWell(library, asset);
     return {};
 }
 

@@ -286,6 +286,56 @@ TEST_F(Thumbnails, ThePreviewWellNeverShowsAnAssetThatHasGone) {
     EXPECT_EQ(showInPreviewWell(library(), asset).error().kind, ProblemKind::notFound);
 }
 
+TEST_F(Thumbnails, ThePreviewWellShowsItsAssetAsItIs) {
+    const AssetRecord asset = saved(jpegOf(fourCorners(400, 200))),
+                      other = saved(jpegOf(fourCorners(300, 200)));
+    ASSERT_TRUE(showInPreviewWell(library(), asset));
+    const FileBytes edit = pngOf(fourCorners(90, 300)), old(10, std::byte{1});
+    const struct {
+        const char *what;
+        std::function<void()> change;
+        bool isDrawnAgain;
+    } cases[] = {
+        {"edited", [&] { EXPECT_TRUE(setRendition(library(), asset, *dataOf(edit), nullptr)); }, true},
+        {"reverted", [&] { EXPECT_TRUE(revertRendition(library(), asset)); }, true},
+        {"made again", [&] { EXPECT_TRUE(makeThumbnails(library(), asset, {.isForced = true})); }, true},
+        {"due",
+         [&] {
+             letThemBeDue(asset);
+             makeThumbnailsLeftDue(library());
+         },
+         true},
+        {"another is edited", [&] { EXPECT_TRUE(setRendition(library(), other, *dataOf(edit), nullptr)); },
+         false},
+    };
+    for (const auto &[what, change, isDrawnAgain] : cases) {
+        writeFile(paths.previewWell(), old);
+        change();
+        EXPECT_EQ(contentsOf(paths.previewWell()),
+                  isDrawnAgain ? contentsOf(paths.thumbnail(asset.uuid, ThumbnailSize::small)) : old)
+            << what;
+    }
+    // What can't be decoded has no thumbnail without its edit.
+    const AssetRecord broken = saved(FileBytes(200, std::byte{7}));
+    ASSERT_TRUE(setRendition(library(), broken, *dataOf(edit), nullptr));
+    ASSERT_TRUE(showInPreviewWell(library(), broken));
+    ASSERT_TRUE(revertRendition(library(), broken));
+    EXPECT_FALSE(fs::exists(paths.previewWell()));
+}
+
+TEST_F(Rendition, ThatIsMissingIsForgottenWithItsThumbnails) {
+    const AssetRecord asset = saved(jpegOf(fourCorners(400, 200)));
+    ASSERT_TRUE(setRendition(library(), asset, *dataOf(pngOf(fourCorners(90, 300))), nullptr));
+    EXPECT_EQ(decodedPicture(served(asset, 5)).width, 90U);
+    fs::remove(renditionPath(library(), asset).value());
+    EXPECT_TRUE(repairLibrary(library()));
+    EXPECT_EQ(small(asset).width, 256U);
+    EXPECT_EQ(decodedPicture(served(asset, 5)).width, 400U);
+    EXPECT_EQ(recordOf(asset.uuid).thumbnailIndex, 3) << "caches notice";
+    EXPECT_EQ(dueCount(), 0);
+    EXPECT_EQ(faults(), "");
+}
+
 class LargeThumbnail : public Thumbnails {
 protected:
     [[nodiscard]] std::string largeOf(const AssetRecord &asset) const {
