@@ -20,10 +20,12 @@ using store::AssetRecord;
 
 namespace {
 
-/// The text with a replacement for what is none.
-std::string textOf(std::string text) {
+/// The text, or what was noted of it; else with a replacement for what is none.
+std::string textOf(std::string text, const std::string &noted) {
     if (store::isText(text))
         return text;
+    if (!noted.empty() && store::isText(noted))
+        return noted;
     std::erase(text, '\0');
     auto mended = MutableString::create();
     mended->append(text);
@@ -42,7 +44,7 @@ std::string originalNamed(const store::LibraryPaths &paths, const std::string &u
     return {};
 }
 
-AssetRecord mended(const store::LibraryPaths &paths, AssetRecord asset) {
+AssetRecord mended(const store::LibraryPaths &paths, const NotedRows &notes, AssetRecord asset) {
     if (!store::isUUID(asset.uuid))
         asset.uuid = asset.filename.substr(0, 36);
     if (!store::isUUID(asset.uuid))
@@ -51,8 +53,13 @@ AssetRecord mended(const store::LibraryPaths &paths, AssetRecord asset) {
         asset.directory = store::LibraryPaths::directoryOfOriginal(asset.uuid);
         asset.filename = name;
     }
-    for (std::string *text : {&asset.originalFilename, &asset.format, &asset.problem})
-        *text = textOf(std::move(*text));
+    const auto row = notes.find(std::pair(std::string("zgenericasset"), asset.uuid));
+    const auto noted = [&](const char *column) {
+        return row != notes.end() ? notedText(row->second, column) : std::string();
+    };
+    asset.originalFilename = textOf(std::move(asset.originalFilename), noted("originalfilename"));
+    asset.format = textOf(std::move(asset.format), noted("format"));
+    asset.problem = textOf(std::move(asset.problem), noted("problem"));
     for (double *date : {&asset.dateCreated, &asset.dateAdded})
         if (!std::isfinite(*date))
             *date = secondsNow();
@@ -74,7 +81,7 @@ Result<> replaceAlbum(Database &database, AlbumRecord album) {
     if (!store::isUUID(album.uuid))
         album.uuid = UUID::createRandom()->uuidString()->utf8();
     if (!store::isText(album.name)) // no two have the same
-        album.name = textOf(album.name) + ' ' + album.uuid.substr(0, 8);
+        album.name = textOf(album.name, {}) + ' ' + album.uuid.substr(0, 8);
     if (!std::isfinite(album.dateCreated))
         album.dateCreated = secondsNow();
     const std::optional<std::string_view> stream = album.streamID.empty() || !store::isText(album.streamID)
@@ -94,7 +101,7 @@ Result<> mendTexts(Database &database) {
             return passOn(rows);
         const std::string table = column.table;
         for (const auto &[number, text] : *rows) {
-            const std::string mended = column.holdsUUID ? std::string() : textOf(text);
+            const std::string mended = column.holdsUUID ? std::string() : textOf(text, {});
             const auto done =
                 mended.empty()
                     ? database.prepare("DELETE FROM " + table + " WHERE rowid = ?").bind(number).run()
@@ -152,9 +159,10 @@ Result<> repairRows(Library &library) {
     JX_LOG(JXLogLevelNotice, JXPhotosStateLog,
            "repairing %zu assets, %zu albums and %zu other entries that the store holds wrong",
            assets->size(), albums->size(), *texts);
+    const NotedRows notes = readNotes(library.paths());
     return library.writer().change([&](Database &database) -> Result<> {
         for (const AssetRecord &each : *assets)
-            if (const auto done = replaceAsset(database, mended(library.paths(), each)); !done)
+            if (const auto done = replaceAsset(database, mended(library.paths(), notes, each)); !done)
                 return done;
         for (const AlbumRecord &each : *albums)
             if (const auto done = replaceAlbum(database, each); !done)

@@ -9,6 +9,7 @@
 #include "hoardd/albums/PeopleStore.h"
 #include "hoardd/library/Clock.h"
 #include "hoardd/library/Lookup.h"
+#include "hoardd/library/StoreNotes.h"
 #include "hoardd/pictures/Renditions.h"
 #include "hoardd/pictures/ShownPicture.h"
 #include "hoardd/saving/AssetFiles.h"
@@ -230,6 +231,20 @@ TEST_F(Repair, MakesAssetsAgainOfRowsThatCantBeOnes) {
     EXPECT_EQ(recordOf(two.uuid).primaryKey, two.primaryKey);
     EXPECT_EQ(recordOf(three.uuid).sha256, three.sha256) << "found among the originals";
     EXPECT_TRUE(*library().assets().albumWithUUID(album));
+}
+
+TEST_F(Repair, TakesTheNameOfAnAssetThatIsNoTextFromTheNotes) {
+    const auto one = saved(pngOf(fourCorners(4, 4)));
+    execute("UPDATE zgenericasset SET originalfilename = 'My name.png'");
+    const std::string kept = paths.folder() + "/kept";
+    fs::copy(notesFolder(paths), kept);
+    execute("UPDATE zgenericasset SET originalfilename = CAST(x'42ff' AS TEXT)");
+    fs::remove_all(notesFolder(paths));
+    fs::rename(kept, notesFolder(paths));
+
+    EXPECT_TRUE(repairLibrary(library()));
+    EXPECT_EQ(recordOf(one.uuid).originalFilename, "My name.png");
+    EXPECT_EQ(faults(), "");
 }
 
 TEST_F(Repair, MendsTextsThatAreNone) {
