@@ -470,10 +470,32 @@ CREATE INDEX ztrashedcompanion_assetuuid ON ztrashedcompanion (assetuuid);
 CREATE INDEX ztrashedcompanion_sha256 ON ztrashedcompanion (sha256);
 )sql";
 
+// An entry of the feed begins and ends with what is in it, also when something goes. Assets that were saved
+// before the camera's clock was kept are found without a look at all others.
+constexpr const char *shrinkingFeed = R"sql(
+DROP TRIGGER zalbumasset_feed_delete;
+CREATE TRIGGER zalbumasset_feed_delete AFTER DELETE ON zalbumasset BEGIN
+    DELETE FROM zcloudfeedasset
+        WHERE asset = old.asset AND entry IN (SELECT pk FROM zcloudfeedentry WHERE album = old.album);
+    DELETE FROM zcloudfeedentry
+        WHERE album = old.album AND NOT EXISTS (SELECT 1 FROM zcloudfeedasset WHERE entry = pk);
+    UPDATE zcloudfeedentry SET (startdate, enddate) =
+        (SELECT coalesce(min(dateadded), startdate), coalesce(max(dateadded), enddate)
+         FROM zcloudfeedasset JOIN zalbumasset ON zalbumasset.asset = zcloudfeedasset.asset
+         WHERE entry = zcloudfeedentry.pk AND zalbumasset.album = zcloudfeedentry.album)
+        WHERE album = old.album AND old.dateadded IN (startdate, enddate);
+END;
+UPDATE zcloudfeedentry SET (startdate, enddate) =
+    (SELECT coalesce(min(dateadded), startdate), coalesce(max(dateadded), enddate)
+     FROM zcloudfeedasset JOIN zalbumasset ON zalbumasset.asset = zcloudfeedasset.asset
+     WHERE entry = zcloudfeedentry.pk AND zalbumasset.album = zcloudfeedentry.album);
+CREATE INDEX zgenericasset_noclock ON zgenericasset (pk) WHERE clockdate IS NULL;
+)sql";
+
 // New tables and columns are added by a step of their own at the end.
-constexpr const char *steps[] = {assets,      renditions, durations, sums,          counts,    analyses,
-                                 albums,      sharing,    feed,      dueThumbnails, clocks,    decoders,
-                                 currentFeed, visits,     trash,     scrubs,        companions};
+constexpr const char *steps[] = {
+    assets,        renditions, durations, sums,        counts, analyses, albums, sharing,    feed,
+    dueThumbnails, clocks,     decoders,  currentFeed, visits, trash,    scrubs, companions, shrinkingFeed};
 
 constexpr const char *ofUUID = "assetuuid IN (SELECT uuid FROM zgenericasset WHERE pk = ?1 UNION ALL "
                                "SELECT uuid FROM ztrashedasset WHERE pk = ?1)";
