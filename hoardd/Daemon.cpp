@@ -7,6 +7,7 @@
 #include "hoardd/analysis/LibraryAnalysis.h"
 #include "hoardd/library/Clock.h"
 #include "hoardd/library/StoreBackups.h"
+#include "hoardd/pictures/DueClocks.h"
 #include "hoardd/pictures/Thumbnails.h"
 #include "hoardd/saving/FoundFiles.h"
 #include "hoardd/saving/Publication.h"
@@ -39,7 +40,7 @@ std::vector<std::span<const Operation>> allOperations() {
 
 Daemon::Daemon(DaemonOptions options)
     : settings(options), jobs(options.maxJobs), beside(maxBeside),
-      longWork(maxLongWork, 1, "too much long work is waiting; try again later"), scrubs(1, 1),
+      longWork(maxLongWork, 1, "too much long work is waiting; try again later"), background(1, 1),
       analysis([this] {
           if (Library *library = folder.opened())
               analyzeWhenQuiet(*library);
@@ -68,6 +69,7 @@ void Daemon::prepareLibrary(Library &library) {
         tryUndecodable(library, Refused::byOthers);
         makeThumbnailsLeftDue(library);
     }}));
+    static_cast<void>(ClientJobs::ownOf(background).add({[&library] { readClocksLeftDue(library); }}));
     library.thumbnailRetry().whenDue([this, &library] {
         static_cast<void>(ClientJobs::ownOf(longWork).add({[&library] { makeThumbnailsLeftDue(library); }}));
     });
@@ -90,7 +92,7 @@ void Daemon::analyzeWhenQuiet(Library &library) {
 }
 
 void Daemon::scrubWhenQuiet(Library &library) {
-    static_cast<void>(ClientJobs::ownOf(scrubs).add({[this, &library] {
+    static_cast<void>(ClientJobs::ownOf(background).add({[this, &library] {
         using Clock = std::chrono::steady_clock;
         constexpr int restingShare = 3; // so that the disk rests for most of the time
         if (isOnBattery())
@@ -192,7 +194,7 @@ void Daemon::stop() {
     jobs.close();
     folder.end();
     longWork.close();
-    scrubs.close();
+    background.close();
     dispatcher.end();
     beside.close();
     listener->cancel(); // after the saves, so that they are answered

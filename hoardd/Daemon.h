@@ -53,7 +53,7 @@ private:
     JobQueue jobs;       // saves and pictures
     JobQueue beside;     // what reads or decodes for a moment
     JobQueue longWork;   // rebuilds, analyses, repairs: one at a time, so that saves go on beside them
-    JobQueue scrubs;     // of their own, since a large file takes long, and nothing waits for it
+    JobQueue background; // reading originals: a large one takes long, and nothing waits for it
     QuietTimer analysis; // begins what no client has asked for
     QuietTimer scrubbing;
     LibraryFolder folder;

@@ -1,5 +1,7 @@
 #include "hoardd/pictures/AssetFacts.h"
 
+#include <cmath>
+
 #include "hoardd/library/Clock.h"
 #include "wickerlane/platform/object/Number.h"
 
@@ -40,6 +42,16 @@ void setDate(AssetRecord &record, const PictureFacts &facts, std::optional<doubl
     if (!isClock)
         record.zoneMinutes = zone ? *zone : localZoneMinutes(record.dateCreated);
     record.clockDate = record.dateCreated + static_cast<double>(record.zoneMinutes.value_or(0)) * 60;
+}
+
+void setClock(AssetRecord &record, const PictureFacts &facts) {
+    constexpr double rounding = 1; // the fraction of a second may not have been read
+    const double date = record.dateCreated;
+    setDate(record, facts, std::nullopt, date);
+    if (std::abs(record.dateCreated - date) >= rounding)
+        record.zoneMinutes.reset();
+    record.dateCreated = date;
+    record.clockDate = date + static_cast<double>(record.zoneMinutes.value_or(0)) * 60;
 }
 
 void setUndecodable(AssetRecord &record, std::string_view reason) {

@@ -92,6 +92,24 @@ Result<> storeFacts(Database &database, const store::AssetRecord &record, bool w
         });
 }
 
+Result<std::vector<store::AssetRecord>> assetsWithoutClock(Database &database, std::int64_t last,
+                                                           std::size_t limit) {
+    return database
+        .prepare(std::string(store::selectAssets) +
+                 "WHERE clockdate IS NULL AND pk > ? AND pk NOT IN (SELECT asset FROM zduefacts) "
+                 "ORDER BY pk LIMIT ?")
+        .bind(last, limit)
+        .all(store::readRecord);
+}
+
+Result<> storeClock(Database &database, const store::AssetRecord &record) {
+    return database
+        .prepare("UPDATE zgenericasset SET clockdate = ?, zoneminutes = ? "
+                 "WHERE pk = ? AND clockdate IS NULL AND datecreated = ?")
+        .bind(record.clockDate, record.zoneMinutes, record.primaryKey, record.dateCreated)
+        .run();
+}
+
 Result<std::int64_t> storeUndecodableDue(Database &database, std::optional<std::string_view> decoders) {
     return database
         .prepare("INSERT OR IGNORE INTO zduethumbnail SELECT pk FROM zgenericasset WHERE problem <> '' "

@@ -44,6 +44,13 @@ struct RenditionRow {
 [[nodiscard]] Result<> storeFacts(sqlite::Database &database, const store::AssetRecord &record,
                                   bool withDate);
 
+/// Assets of which it is not known what the camera's clock showed, since they were saved before that was
+/// kept: of those with primary keys after `last`, in their order, at most `limit`.
+[[nodiscard]] Result<std::vector<store::AssetRecord>>
+assetsWithoutClock(sqlite::Database &database, std::int64_t last, std::size_t limit);
+/// Stores what a record says of the clock, unless it is known by now or the date has been changed.
+[[nodiscard]] Result<> storeClock(sqlite::Database &database, const store::AssetRecord &record);
+
 /// The thumbnails of assets that can't be decoded are due again: of those that `decoders` have not refused;
 /// or of all, without them. Gives how many there are.
 [[nodiscard]] Result<std::int64_t> storeUndecodableDue(sqlite::Database &database,

@@ -1,0 +1,80 @@
+#include "hoardd/pictures/DueClocks.h"
+
+#include <fcntl.h>
+
+#include "hoardd/library/Commits.h"
+#include "hoardd/pictures/AssetFacts.h"
+#include "hoardd/pictures/PictureStore.h"
+#include "hoardd/service/LowPriority.h"
+#include "wickerlane/log/JXLog.h"
+#include "wickerlane/platform/file/Files.h"
+
+namespace wickerlane::hoardd {
+
+using sqlite::Database;
+using store::AssetRecord;
+
+namespace {
+
+struct Readings {
+    std::vector<AssetRecord> known; ///< With their clocks.
+    bool areWorkersThere = true;
+};
+
+Readings readClocks(Library &library, std::vector<AssetRecord> assets) {
+    Readings readings;
+    runAtLowPriority(DiskUse::idle, [&] {
+        for (AssetRecord &each : assets) {
+            if (library.isEnding())
+                return;
+            const UniqueFd file = openFile(library.paths().original(each), O_RDONLY);
+            if (!file)
+                continue;
+            const FirstLook seen = library.media().examine(file.get(), {});
+            // What can't be decoded may have a date nevertheless.
+            if (!seen.ended && seen.ended.error().kind != ProblemKind::invalid) {
+                readings.areWorkersThere = seen.ended.error().kind != ProblemKind::busy;
+                if (readings.areWorkersThere)
+                    continue;
+                return;
+            }
+            setClock(each, seen.facts);
+            readings.known.push_back(std::move(each));
+        }
+    });
+    return readings;
+}
+
+} // namespace
+
+void readClocksLeftDue(Library &library) {
+    std::size_t count = 0;
+    for (std::int64_t last = 0; !library.isEnding();) {
+        auto due = library.read(
+            [last](Database &database) { return assetsWithoutClock(database, last, maxFilesPerCommit); });
+        if (!due || due->empty() || due->back().primaryKey <= last)
+            break;
+        last = due->back().primaryKey;
+        const Readings readings = readClocks(library, *std::move(due));
+        const auto stored = library.writer().change([&](Database &database) -> Result<> {
+            for (const AssetRecord &each : readings.known)
+                if (const auto done = storeClock(database, each); !done)
+                    return done;
+            return {};
+        });
+        if (!stored) {
+            JX_LOG(JXLogLevelError, JXPhotosStateLog, "can't store what the cameras' clocks showed: %s",
+                   stored.error().text.c_str());
+            break;
+        }
+        count += readings.known.size();
+        if (!readings.areWorkersThere)
+            break; // nor will there be any for the rest
+    }
+    if (count > 0)
+        JX_LOG(JXLogLevelNotice, JXPhotosStateLog,
+               "read what the camera's clock showed of %zu assets that were saved before that was kept",
+               count);
+}
+
+} // namespace wickerlane::hoardd
