@@ -14,6 +14,7 @@
 #include "hoardd/library/StoreIdentity.h"
 #include "hoardd/library/StoreNotes.h"
 #include "hoardd/library/StoreSalvage.h"
+#include "hoardd/library/TrashStore.h"
 #include "wickerlane/log/JXLog.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/object/Number.h"
@@ -261,6 +262,7 @@ private:
                 return database.execute(
                     "DELETE FROM zgenericasset WHERE uuid IN (SELECT uuid FROM ztrashedasset);");
             })
+            .and_then([&] { return keepKeysOfTrash(database); })
             .and_then([&] { return removeOrphans(database); })
             .and_then([&] {
                 return database.execute(

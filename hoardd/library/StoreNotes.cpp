@@ -285,10 +285,17 @@ void StoreNotes::end() {
         static_cast<void>(openFile(notesFolder(paths) + completeFile, O_WRONLY | O_CREAT));
 }
 
+std::vector<std::string> notedTableNames() {
+    std::vector<std::string> names;
+    for (const NotedTable &each : notedTables)
+        names.emplace_back(each.name);
+    return names;
+}
+
 NotedRows forgottenRows(const LibraryPaths &paths, Database &database) {
-    NotedRows rows = readNotes(paths);
+    const NotedRows rows = readNotes(paths);
     // One in the trash is not lacking, though a note of its deletion may be.
-    const auto isOurs = [&](const std::string &uuid, const std::string &columns) {
+    const auto isForgotten = [&](const std::string &uuid, const std::string &columns) {
         store::AssetRecord asset;
         asset.directory = notedText(columns, "directory");
         asset.filename = notedText(columns, "filename");
@@ -300,18 +307,22 @@ NotedRows forgottenRows(const LibraryPaths &paths, Database &database) {
                     .any()
                     .value_or(true);
     };
-    const auto isOfAnAsset = [](const std::string &table) {
-        return table == "zrendition" || table == "zcompanion";
-    };
-    std::erase_if(rows, [&](const auto &row) {
-        return !isOfAnAsset(row.first.first) &&
-               (row.first.first != "zgenericasset" || !isOurs(row.first.second, row.second));
-    });
-    std::erase_if(rows, [&](const auto &row) {
-        return isOfAnAsset(row.first.first) &&
-               !rows.contains(std::pair(std::string("zgenericasset"), row.first.second));
-    });
-    return rows;
+    constexpr std::string_view places[] = {"z", "ztrashed"}; // with which the names of their tables begin
+    constexpr std::string_view ofAnAsset[] = {"rendition", "companion"};
+    NotedRows forgotten;
+    for (const std::string_view place : places)
+        for (const auto &[name, columns] : rows) {
+            if (name.first != (place == "z" ? "zgenericasset" : "ztrashedasset") ||
+                forgotten.contains(std::pair(std::string("zgenericasset"), name.second)) ||
+                !isForgotten(name.second, columns))
+                continue;
+            forgotten.emplace(name, columns);
+            for (const std::string_view each : ofAnAsset)
+                if (const auto found = rows.find(std::pair(std::string(place).append(each), name.second));
+                    found != rows.end())
+                    forgotten.insert(*found);
+        }
+    return forgotten;
 }
 
 Result<> rewriteNotes(const LibraryPaths &paths, std::uint64_t number, Database &database,

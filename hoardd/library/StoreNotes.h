@@ -12,6 +12,7 @@
 #include <map>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "wickerlane/model/Result.h"
 #include "wickerlane/platform/file/UniqueFd.h"
@@ -54,8 +55,11 @@ using NotedRows = std::map<std::pair<std::string, std::string>, std::string, std
 /// All that can be read.
 [[nodiscard]] NotedRows readNotes(const store::LibraryPaths &paths);
 
+/// The tables whose rows are noted.
+[[nodiscard]] std::vector<std::string> notedTableNames();
+
 /// What is noted of assets whose originals are there and whose rows the store lacks, as an older copy of it
-/// does.
+/// does: in the library or in the trash.
 [[nodiscard]] NotedRows forgottenRows(const store::LibraryPaths &paths, sqlite::Database &database);
 
 /// Notes all rows of a database, which must have been read after beginFile(), and what it lacks, in place of

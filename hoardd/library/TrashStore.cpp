@@ -108,6 +108,17 @@ Result<> deleteFromTrash(Database &database, std::string_view uuid) {
     return {};
 }
 
+Result<> keepKeysOfTrash(Database &database) {
+    return database.execute(
+        "UPDATE ztrashedasset SET pk = rowid + (SELECT max(pk) FROM (SELECT pk FROM ztrashedasset UNION ALL "
+        "SELECT pk FROM zgenericasset UNION ALL SELECT seq FROM sqlite_sequence WHERE name = "
+        "'zgenericasset')) WHERE pk IN (SELECT pk FROM zgenericasset);"
+        "INSERT INTO sqlite_sequence (name, seq) SELECT 'zgenericasset', 0 WHERE NOT EXISTS "
+        "(SELECT 1 FROM sqlite_sequence WHERE name = 'zgenericasset');"
+        "UPDATE sqlite_sequence SET seq = max(seq, coalesce((SELECT max(pk) FROM ztrashedasset), 0)) "
+        "WHERE name = 'zgenericasset';");
+}
+
 Result<bool> isInTrash(Database &database, std::string_view uuid) {
     return database.prepare("SELECT 1 FROM ztrashedasset WHERE uuid = ?").bind(uuid).any();
 }

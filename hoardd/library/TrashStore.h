@@ -21,6 +21,10 @@ namespace wickerlane::hoardd {
 /// Forgets an asset that is in the trash.
 [[nodiscard]] Result<> deleteFromTrash(sqlite::Database &database, std::string_view uuid);
 
+/// After rows were put into the trash that had not come there by themselves: none has the primary key of an
+/// asset, and no asset will get one of theirs.
+[[nodiscard]] Result<> keepKeysOfTrash(sqlite::Database &database);
+
 [[nodiscard]] Result<bool> isInTrash(sqlite::Database &database, std::string_view uuid);
 
 /// The UUID of an asset in the trash whose original has that sum, the latest; nothing when there is none.

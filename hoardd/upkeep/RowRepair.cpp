@@ -5,6 +5,7 @@
 
 #include "hoardd/library/Clock.h"
 #include "hoardd/library/StoreNotes.h"
+#include "hoardd/library/TrashStore.h"
 #include "wickerlane/log/JXLog.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/store/AssetColumns.h"
@@ -186,7 +187,7 @@ Result<> restoreForgottenRows(Library &library) {
             for (const auto &[name, columns] : rows)
                 if ((name.first == "zgenericasset") == isAsset)
                     count += insertNotedRow(database, name.first, columns) ? 1 : 0;
-        return count;
+        return keepKeysOfTrash(database).map([count] { return count; });
     });
     if (!restored)
         return passOn(restored);

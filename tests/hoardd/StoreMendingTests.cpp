@@ -8,9 +8,12 @@
 #include <fstream>
 #include <map>
 
+#include "hoardd/library/Library.h"
 #include "hoardd/library/Store.h"
 #include "hoardd/library/StoreBackups.h"
 #include "hoardd/library/StoreNotes.h"
+#include "hoardd/library/TrashStore.h"
+#include "hoardd/upkeep/RowRepair.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/store/Schema.h"
@@ -50,7 +53,8 @@ public: // for the tables of cases
                 "INSERT INTO zalbum (uuid, name, datecreated) VALUES "
                 "('00000000-0000-4000-8000-000000000001', 'Dunes', "
                 "1); INSERT INTO zalbumasset SELECT 1, pk, 2 FROM zgenericasset WHERE pk < 4;"
-                "UPDATE zgenericasset SET datecreated = 12345.5 WHERE pk = 231;");
+                "UPDATE zgenericasset SET datecreated = 12345.5, clockdate = 15945.5, zoneminutes = 60 "
+                "WHERE pk = 231;");
         }));
         identity = text("SELECT uuid FROM zlibrary");
         ASSERT_TRUE((*opened)->checkpoint());
@@ -112,7 +116,10 @@ public: // for the tables of cases
                          "(pk - 1)"),
                   inAll)
             << subject;
-        EXPECT_EQ(number("SELECT datecreated = 12345.5 FROM zgenericasset WHERE pk = 231"), 1) << subject;
+        EXPECT_EQ(number("SELECT datecreated = 12345.5 AND clockdate = 15945.5 AND zoneminutes = 60 "
+                         "FROM zgenericasset WHERE pk = 231"),
+                  1)
+            << subject << ": a date that was adjusted";
         EXPECT_EQ(text("SELECT uuid FROM zlibrary"), identity) << subject;
         EXPECT_EQ(number("SELECT properties = x'00ff0a09' FROM zrendition"), 1) << subject;
         EXPECT_EQ(number("SELECT bytesize FROM zcompanion WHERE originalfilename = 'a.dng'"), 7) << subject;
@@ -398,6 +405,55 @@ TEST_F(Notes, KeepWhatAnOlderCopyOfTheStoreLacks) {
         ++counts[name.first];
     EXPECT_EQ(counts, (std::map<std::string, int>{
                           {"zgenericasset", inAll - backedUp}, {"zrendition", 1}, {"zcompanion", 1}}));
+}
+
+// Neither what is in the trash nor its keys are given to others.
+TEST_F(Notes, KnowTheTrashWhenTheStoreIsLost) {
+    for (const bool isOlderCopy : {true, false}) {
+        makeLibrary();
+        std::string trashed;
+        {
+            const auto opened = Store::open(paths);
+            ASSERT_TRUE(opened);
+            trashed = text("SELECT uuid FROM zgenericasset WHERE pk = 240");
+            ASSERT_TRUE(
+                (*opened)->change([&](Database &database) { return moveToTrash(database, trashed, 77); }));
+            ASSERT_TRUE((*opened)->checkpoint());
+        }
+        if (isOlderCopy) {
+            fs::copy_file(storeBackups(paths).back(), paths.database(), fs::copy_options::overwrite_existing);
+        } else {
+            fs::remove_all(paths.folder() + "/PhotoData/Backups");
+            fs::remove(paths.database());
+        }
+        const auto repaired = isOlderCopy ? Result<MendedStore>() : Library::mend(paths);
+        ASSERT_TRUE(repaired) << repaired.error().text;
+        const auto library = Library::open(paths);
+        ASSERT_TRUE(library) << library.error().text;
+        ASSERT_TRUE(restoreForgottenRows(**library));
+        EXPECT_EQ(number("SELECT count(*) FROM zgenericasset"), inAll - 1) << isOlderCopy;
+        EXPECT_EQ(text("SELECT uuid FROM ztrashedasset WHERE datetrashed = 77"), trashed) << isOlderCopy;
+        add((*library)->writer(), inAll, inAll + 2);
+        EXPECT_EQ(number("SELECT count(*) FROM ztrashedasset WHERE pk IN (SELECT pk FROM zgenericasset)"), 0);
+        ASSERT_TRUE((*library)->writer().change(
+            [&](Database &database) { return takeFromTrash(database, trashed); }));
+        EXPECT_EQ(number("SELECT count(*) FROM zgenericasset"), inAll + 2);
+    }
+}
+
+// As new assets get them when the store is an older copy that does not know of later ones.
+TEST_F(Notes, KeepTheKeysOfTheTrashApart) {
+    makeLibrary();
+    const auto opened = Store::open(paths);
+    ASSERT_TRUE(opened);
+    ASSERT_TRUE((*opened)->change([&](Database &database) {
+        return database.execute("INSERT INTO ztrashedasset (pk, uuid) VALUES (7, 'A'), (8, 'B'), (900, 'C')");
+    }));
+    ASSERT_TRUE((*opened)->change([](Database &database) { return keepKeysOfTrash(database); }));
+    EXPECT_EQ(number("SELECT count(DISTINCT pk) FROM ztrashedasset WHERE pk > 240"), 3);
+    EXPECT_EQ(number("SELECT pk FROM ztrashedasset WHERE uuid = 'C'"), 900);
+    add(**opened, inAll, inAll + 1);
+    EXPECT_EQ(number("SELECT max(pk) > (SELECT max(pk) FROM ztrashedasset) FROM zgenericasset"), 1);
 }
 
 } // namespace
