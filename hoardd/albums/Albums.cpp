@@ -6,7 +6,6 @@
 
 #include "hoardd/albums/AlbumNotes.h"
 #include "hoardd/albums/AlbumStore.h"
-#include "hoardd/albums/BulletinBoard.h"
 #include "hoardd/albums/BulletinStore.h"
 #include "hoardd/library/Clock.h"
 #include "hoardd/library/Failures.h"
@@ -160,11 +159,8 @@ Result<> addToAlbum(Library &library, const store::ManagedAsset &asset, const st
         [&](Database &database) { return addAsset(database, asset.record(), album.record(), user); });
     if (!isNew)
         return passOn(isNew);
-    if (*isNew) {
+    if (*isNew)
         noteAlbumAsset(library.paths(), album.record().uuid, asset.record().uuid);
-        if (!album.record().streamID.empty())
-            postBulletinsChanged();
-    }
     return {};
 }
 
@@ -173,10 +169,8 @@ Result<> deleteAlbumIfEmpty(Library &library, std::int64_t album) {
         library.writer().change([album](Database &database) { return deleteAlbumIfEmpty(database, album); });
     if (!deleted)
         return passOn(deleted);
-    if (*deleted) {
-        postBulletinsChanged(); // those of the album have gone with it
+    if (*deleted)
         removeAlbumNote(library.paths(), **deleted);
-    }
     return {};
 }
 

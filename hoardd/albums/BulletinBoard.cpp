@@ -4,7 +4,6 @@
 #include "hoardd/albums/BulletinTexts.h"
 #include "hoardd/library/Clock.h"
 #include "hoardd/pictures/PreviewWell.h"
-#include "wickerlane/platform/notification/Notification.h"
 #include "wickerlane/platform/object/Dictionary.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/object/Paths.h"
@@ -98,32 +97,21 @@ Result<Ref<Data>> bulletinThumbnail(Library &library, std::uint64_t recordID) {
 }
 
 Result<> clearBulletins(Library &library, std::uint64_t lastRecordID) {
-    const auto cleared = library.writer().change(
+    return library.writer().change(
         [lastRecordID](Database &database) { return deleteBulletins(database, lastRecordID); });
-    if (cleared)
-        postBulletinsChanged();
-    return cleared;
 }
 
 Result<std::optional<double>> expireBulletins(Library &library, double now) {
     auto first = library.read(firstBulletinDate);
-    if (first && *first && **first + bulletinLifetime <= now) {
+    if (first && *first && **first + bulletinLifetime <= now)
         first = library.writer().change([now](Database &database) {
             return deleteExpiredBulletins(database, now).and_then([&] {
                 return firstBulletinDate(database);
             });
         });
-        if (first)
-            postBulletinsChanged();
-    }
     if (first && *first)
         **first += bulletinLifetime;
     return first;
-}
-
-void postBulletinsChanged() {
-    postNotification(JXPinwallBulletinsChangedNotification->UTF8String());
-    postNotification(JXBadgeCountChangedNotification->UTF8String());
 }
 
 } // namespace wickerlane::hoardd

@@ -18,12 +18,9 @@ namespace wickerlane::hoardd {
 /// Removes all up to a record.
 [[nodiscard]] Result<> clearBulletins(Library &library, std::uint64_t lastRecordID);
 
-/// Deletes those that have expired at a time, and posts that they have gone. Gives when the next one expires;
+/// Deletes those that have expired at a time. Gives when the next one expires;
 /// nothing when there is none.
 [[nodiscard]] Result<std::optional<double>> expireBulletins(Library &library, double now);
-
-/// Posts the notifications that bulletins and badge have changed.
-void postBulletinsChanged();
 
 } // namespace wickerlane::hoardd
 

@@ -168,16 +168,6 @@ Result<> deleteBulletinsAfter(Database &database, double date) {
         });
 }
 
-Result<bool> isInBulletins(Database &database, std::string_view assetUUID) {
-    return database
-        .prepare("SELECT 1 FROM zgenericasset JOIN zalbumasset ON zalbumasset.asset = zgenericasset.pk "
-                 "JOIN zbulletin ON zbulletin.album = zalbumasset.album "
-                 "AND zalbumasset.dateadded BETWEEN zbulletin.originaldate AND zbulletin.date "
-                 "WHERE zgenericasset.uuid = ? LIMIT 1")
-        .bind(assetUUID)
-        .any();
-}
-
 Result<> deleteBulletins(Database &database, std::uint64_t lastID) {
     const auto last = static_cast<std::int64_t>(std::min<std::uint64_t>(lastID, INT64_MAX));
     return database.prepare("DELETE FROM zbulletin WHERE recordid <= ?").bind(last).run();

@@ -63,8 +63,6 @@ struct BulletinRecord {
 /// Deletes what happened in shared albums after a date. A bulletin that began before it tells only of what
 /// was added up to then and is still in the album.
 [[nodiscard]] Result<> deleteBulletinsAfter(sqlite::Database &database, double date);
-/// Whether a bulletin counts an asset. Those that do count one less when it is deleted.
-[[nodiscard]] Result<bool> isInBulletins(sqlite::Database &database, std::string_view assetUUID);
 /// Deletes all up to a record.
 [[nodiscard]] Result<> deleteBulletins(sqlite::Database &database, std::uint64_t lastID);
 

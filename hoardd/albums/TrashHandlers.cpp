@@ -2,8 +2,6 @@
 
 #include <limits>
 
-#include "hoardd/albums/BulletinBoard.h"
-#include "hoardd/albums/BulletinStore.h"
 #include "hoardd/library/Lookup.h"
 #include "hoardd/saving/Publication.h"
 #include "hoardd/saving/Trash.h"
@@ -26,27 +24,11 @@ std::string uuidIn(const Call &call) {
     return std::string(store::uuidOfAssetURL(call.get(keys::assetURL)));
 }
 
-bool isAnnounced(Library &library, const std::string &uuid) {
-    return library.read([&](sqlite::Database &database) { return isInBulletins(database, uuid); })
-        .value_or(true);
-}
-
-/// Takes an asset away by `take`, and with it what shows it.
-template <class Take>
-Result<> takeAway(Library &library, const store::AssetRecord &asset, const Take &take) {
-    const bool isInBulletin = isAnnounced(library, asset.uuid);
-    if (const Result<> taken = take(library, asset); !taken)
-        return taken;
-    if (isInBulletin)
-        postBulletinsChanged();
-    return {};
-}
-
 Result<Answer> deleteAsset(Library &library, const Call &call) {
     const auto asset = assetWithURL(library, call.get(keys::assetURL));
     if (!asset)
         return passOn(asset);
-    return takeAway(library, (*asset)->record(), trashAsset).map(done);
+    return trashAsset(library, (*asset)->record()).map(done);
 }
 
 Result<Answer> removeAsset(Library &library, const Call &call) {
@@ -58,18 +40,11 @@ Result<Answer> removeAsset(Library &library, const Call &call) {
     const auto asset = assetWithURL(library, call.get(keys::assetURL));
     if (!asset)
         return passOn(asset);
-    return takeAway(library, (*asset)->record(),
-                    [](Library &from, const store::AssetRecord &record) { return removeAsset(from, record); })
-        .map(done);
+    return removeAsset(library, (*asset)->record()).map(done);
 }
 
 Result<Answer> restoreTrashedAsset(Library &library, const Call &call) {
-    const std::string uuid = uuidIn(call);
-    if (const auto restored = restoreFromTrash(library, uuid); !restored)
-        return passOn(restored);
-    if (isAnnounced(library, uuid))
-        postBulletinsChanged();
-    return done();
+    return restoreFromTrash(library, uuidIn(call)).map(done);
 }
 
 Result<Answer> emptyWholeTrash(Library &library, const Call &) {

@@ -14,8 +14,12 @@
 #include <thread>
 
 #include "hoardd/library/DurableFolders.h"
+#include "wickerlane/log/JXLog.h"
 #include "wickerlane/platform/file/FileLock.h"
 #include "wickerlane/platform/file/Files.h"
+#include "wickerlane/platform/notification/Notification.h"
+#include "wickerlane/protocol/BulletinKeys.h"
+#include "wickerlane/protocol/CountNotification.h"
 #include "wickerlane/store/LibraryCheck.h"
 
 namespace wickerlane::hoardd {
@@ -72,13 +76,23 @@ Result<> makeLibraryFolders(const store::LibraryPaths &paths) {
     return {};
 }
 
+void post(const char *name) {
+    if (!postNotification(name))
+        JX_LOG(JXLogLevelError, JXGenericLog, "can't post %s: %s", name, std::strerror(errno));
+}
+
 } // namespace
 
 Library::Library(UniqueFd held, std::unique_ptr<Store> writer, std::unique_ptr<store::StoreReader> opened,
                  MediaWorkersOptions mediaWorkers)
-    : lock(std::move(held)), store(std::move(writer)), reader(std::move(opened)),
-      workers(std::move(mediaWorkers)) {
+    : lock(std::move(held)), countNotice([] { post(RZPhotosAndVideosCountNotificationName); }),
+      bulletinNotice([] {
+          post(JXPinwallBulletinsChangedNotification->UTF8String());
+          post(JXBadgeCountChangedNotification->UTF8String());
+      }),
+      store(std::move(writer)), reader(std::move(opened)), workers(std::move(mediaWorkers)) {
     store->whenCountsChange([this] { countNotice.noteChange(); });
+    store->whenBulletinsChange([this] { bulletinNotice.noteChange(); });
 }
 
 Result<std::unique_ptr<Library>> Library::open(const store::LibraryPaths &paths,

@@ -7,7 +7,7 @@
 #include <type_traits>
 
 #include "hoardd/library/AssetLocks.h"
-#include "hoardd/library/CountNotice.h"
+#include "hoardd/library/ChangeNotice.h"
 #include "hoardd/library/Retry.h"
 #include "hoardd/library/Store.h"
 #include "hoardd/media/MediaWorkers.h"
@@ -62,6 +62,7 @@ public:
     void close() {
         dueThumbnails.stop();
         countNotice.flush();
+        bulletinNotice.flush();
         static_cast<void>(store->checkpoint()); // the log keeps what could not be moved
         store->end();
     }
@@ -71,7 +72,8 @@ private:
             MediaWorkersOptions mediaWorkers);
 
     UniqueFd lock;
-    CountNotice countNotice;
+    ChangeNotice countNotice;
+    ChangeNotice bulletinNotice;
     Retry dueThumbnails;
     std::unique_ptr<Store> store;
     std::unique_ptr<store::StoreReader> reader;

@@ -181,17 +181,25 @@ Result<> Store::insert(std::span<Pending *const> group) {
     sqlite::Statement statement = database.prepare(store::insertAsset);
     sqlite::Statement due = database.prepare("INSERT INTO zduethumbnail VALUES (?)");
     sqlite::Statement facts = database.prepare("INSERT INTO zduefacts VALUES (?, ?)");
-    std::vector<std::pair<Addition *, store::AssetRecord>> found; // handed back once they are committed
+    struct Found {
+        Addition *addition;
+        store::AssetRecord record;
+        bool cameBack;
+    };
+    std::vector<Found> found; // handed back once they are committed
     for (Pending *each : group)
         for (Addition &addition : each->additions) {
             // Within the transaction, so that of two equal ones the second finds the first.
             if (addition.unlessPresent) {
                 const store::Sha256 &sum = addition.record.sha256;
-                auto present = addition.leavesTrashAlone ? findSum(sum) : findOrRestore(sum);
+                auto present = findSum(sum);
+                const bool mayComeBack = present && !*present && !addition.leavesTrashAlone;
+                if (mayComeBack)
+                    present = restoreSum(sum);
                 if (!present)
                     return passOn(present);
                 if (*present) {
-                    found.emplace_back(&addition, **std::move(present));
+                    found.push_back({&addition, **std::move(present), mayComeBack});
                     continue;
                 }
             }
@@ -215,9 +223,10 @@ Result<> Store::insert(std::span<Pending *const> group) {
     const auto committed = transaction.commit();
     if (!committed)
         return committed;
-    for (auto &[addition, record] : found) {
-        addition->wasPresent = true;
-        addition->record = std::move(record);
+    for (Found &each : found) {
+        each.addition->wasPresent = true;
+        each.addition->cameBack = each.cameBack;
+        each.addition->record = std::move(each.record);
     }
     afterCommit();
     return {};
@@ -234,6 +243,11 @@ Result<> Store::remove(std::string_view uuid, AssetPlace from) {
 void Store::whenCountsChange(Handler<void()> changed) {
     const MutexLock lock(databaseMutex);
     countsChanged = std::move(changed);
+}
+
+void Store::whenBulletinsChange(Handler<void()> changed) {
+    const MutexLock lock(databaseMutex);
+    bulletinsChanged = std::move(changed);
 }
 
 void Store::whenAssetsChange(Handler<void()> changed) {
@@ -260,8 +274,25 @@ void Store::noticeCounts() {
         countsChanged();
 }
 
+// There are few of them.
+void Store::noticeBulletins() {
+    const auto read = database
+                          .prepare("SELECT group_concat(recordid || ' ' || photos || ' ' || videos || ' ' || "
+                                   "coalesce(asset, '')) FROM zbulletin")
+                          .first([](const sqlite::Statement &row) { return std::string(row.text(0)); });
+    if (!read)
+        return;
+    std::string now = read->value_or("");
+    if (now == knownBulletins)
+        return;
+    knownBulletins = std::move(now);
+    if (bulletinsChanged)
+        bulletinsChanged();
+}
+
 void Store::noticeChanges() {
     noticeCounts();
+    noticeBulletins();
     // The numbers last given to changes: they stay when the lists of changes are cleared.
     const auto change =
         database.integer("SELECT sum(seq) FROM sqlite_sequence WHERE name IN ('zchange', 'zmomentchange')");
@@ -282,15 +313,12 @@ Result<std::optional<store::AssetRecord>> Store::findSum(const store::Sha256 &su
     return std::optional<store::AssetRecord>();
 }
 
-Result<std::optional<store::AssetRecord>> Store::findOrRestore(const store::Sha256 &sum) {
-    auto present = findSum(sum);
-    if (!present || *present)
-        return present;
+Result<std::optional<store::AssetRecord>> Store::restoreSum(const store::Sha256 &sum) {
     const auto trashed = trashedWithSum(database, sum);
     if (!trashed)
         return passOn(trashed);
     if (!*trashed)
-        return present;
+        return std::optional<store::AssetRecord>();
     if (const auto taken = takeFromTrash(database, **trashed); !taken)
         return passOn(taken);
     return findSum(sum);

@@ -39,6 +39,7 @@ public:
         DueFacts dueFacts = DueFacts::none;
         bool leavesTrashAlone = false;               ///< One in the trash does not come back.
         std::optional<store::Companion> companion{}; ///< The second file of the shot, in its place.
+        bool cameBack = false; ///< It was present in the trash: its thumbnails may be due.
     };
 
     /// Opens the database, and lays it out when it is new. One of an older version is backed up and brought
@@ -118,6 +119,8 @@ public:
     /// Has `changed`, which should be quick, called after each commit that leaves more or fewer photos or
     /// videos.
     void whenCountsChange(Handler<void()> changed);
+    /// The same after each commit that changes the bulletins.
+    void whenBulletinsChange(Handler<void()> changed);
     /// The same after each commit with which assets come or go, or get another date, place or look.
     void whenAssetsChange(Handler<void()> changed);
 
@@ -147,8 +150,8 @@ private:
     [[nodiscard]] Result<> insert(std::span<Pending *const> group) WL_REQUIRES(databaseMutex);
     [[nodiscard]] Result<std::optional<store::AssetRecord>> findSum(const store::Sha256 &sum)
         WL_REQUIRES(databaseMutex);
-    /// The same; takes it out of the trash if only that has one.
-    [[nodiscard]] Result<std::optional<store::AssetRecord>> findOrRestore(const store::Sha256 &sum)
+    /// The same of one in the trash, which it takes out of there.
+    [[nodiscard]] Result<std::optional<store::AssetRecord>> restoreSum(const store::Sha256 &sum)
         WL_REQUIRES(databaseMutex);
     /// The assets that a condition with these values selects.
     template <class... Values>
@@ -157,6 +160,7 @@ private:
         WL_REQUIRES(databaseMutex);
     void afterCommit() WL_REQUIRES(databaseMutex);
     void noticeCounts() WL_REQUIRES(databaseMutex);
+    void noticeBulletins() WL_REQUIRES(databaseMutex);
     void noticeChanges() WL_REQUIRES(databaseMutex);
 
     const store::LibraryPaths paths;
@@ -169,6 +173,9 @@ private:
     sqlite::Database database WL_GUARDED_BY(databaseMutex);
     StoreNotes notes WL_GUARDED_BY(databaseMutex);
     Handler<void()> countsChanged WL_GUARDED_BY(databaseMutex);
+    Handler<void()> bulletinsChanged WL_GUARDED_BY(databaseMutex);
+    /// What they were after the last commit.
+    std::string knownBulletins WL_GUARDED_BY(databaseMutex);
     Handler<void()> assetsChanged WL_GUARDED_BY(databaseMutex);
     /// The number of the last change of an asset.
     std::int64_t knownChange WL_GUARDED_BY(databaseMutex) = 0;

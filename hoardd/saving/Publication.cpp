@@ -105,6 +105,7 @@ Result<> commitAssets(Library &library, std::span<StagedAsset *const> assets) {
         return fail(inContext("can't store the asset", added.error()));
     for (std::size_t i = 0; i < assets.size(); ++i) {
         StagedAsset &asset = *assets[i];
+        asset.cameBack = additions[i].cameBack;
         if (additions[i].wasPresent)
             asset.present = std::move(additions[i].record);
         else

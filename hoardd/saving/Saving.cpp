@@ -53,9 +53,11 @@ SavedAsset savedAsset(Library &library, StagedAsset &staged) {
     if (!wasPresent ||
         ::access(fileWithBytes(library, *staged.present, staged.record.sha256).c_str(), F_OK) == 0)
         staged.takenFrom.remove();
+    const bool isDue =
+        !wasPresent || (staged.cameBack && library.writer().isDue(staged.present->primaryKey).value_or(true));
     const CompanionOutcome companion = companionOutcome(library, staged);
     return {assetOf(library, wasPresent ? *std::move(staged.present) : std::move(staged.record)), wasPresent,
-            !wasPresent, companion};
+            isDue, companion};
 }
 
 } // namespace

@@ -70,6 +70,7 @@ struct StagedAsset {
     bool unlessPresent = false;                  ///< Not to be saved when its bytes are there already.
     bool hasGivenUUID = false;                   ///< The job said which UUID it gets.
     std::optional<store::AssetRecord> present{}; ///< The asset that has them.
+    bool cameBack = false;                       ///< That one was in the trash.
     TakenFile takenFrom{};                       ///< Goes once the asset is saved.
 };
 

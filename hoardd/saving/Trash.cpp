@@ -46,7 +46,8 @@ Result<> restoreFromTrash(Library &library, const std::string &uuid) {
         return passOn(moved);
     if (!*moved)
         return fail(ProblemKind::notFound, "the trash has no such asset");
-    if (const auto asset = assetWithUUID(library, uuid))
+    const auto asset = assetWithUUID(library, uuid);
+    if (asset && library.writer().isDue((*asset)->record().primaryKey).value_or(true))
         static_cast<void>(makeDueThumbnails(library, {&(*asset)->record(), 1})); // else they stay due
     return {};
 }

@@ -103,7 +103,6 @@ Result<> removeAddedSince(Library &library, double date) {
         library.writer().change([date](Database &database) { return takeFromStore(database, date); });
     if (!albums)
         return passOn(albums);
-    postBulletinsChanged();
     for (const std::string &uuid : albums->deleted)
         removeAlbumNote(library.paths(), uuid);
     for (const ShrunkAlbum &album : albums->shrunk)

@@ -11,7 +11,6 @@
 #include <utility>
 #include <vector>
 
-#include "hoardd/albums/BulletinBoard.h"
 #include "hoardd/albums/BulletinStore.h"
 #include "hoardd/library/State.h"
 #include "hoardd/service/LowPriority.h"
@@ -232,8 +231,6 @@ Result<> noteReadings(Library &library, const std::vector<Reading> &readings, do
     if (!noted)
         return noted;
     logReadings(library, readings);
-    if (std::ranges::any_of(readings, isNew))
-        postBulletinsChanged();
     return {};
 }
 

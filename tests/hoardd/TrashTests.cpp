@@ -19,6 +19,7 @@
 #include "hoardd/upkeep/Sizes.h"
 #include "tests/hoardd/OpenLibrary.h"
 #include "wickerlane/platform/file/Files.h"
+#include "wickerlane/store/AnalysisReader.h"
 #include "wickerlane/store/Schema.h"
 
 using namespace wickerlane;
@@ -176,6 +177,56 @@ TEST_F(Trash, GivesBackWhatIsSavedAgainUnlessItIsPresent) {
     EXPECT_EQ(contentsOf(paths.original(asset)), picture);
     EXPECT_EQ(library().assets().counts()->photos, 1U);
     EXPECT_EQ(faults(), "");
+}
+
+TEST_F(Trash, WhatASaveTakesOutOfItIsShownAndTold) {
+    const FileBytes picture = jpegOf(fourCorners(300, 200));
+    const AssetRecord asset = saved(picture);
+    const auto album = makeStreamAlbum(library(), "s");
+    ASSERT_TRUE(addToAlbum(library(), **library().assets().assetWithUUID(asset.uuid),
+                           **library().assets().albumWithUUID(*album), getuid()));
+    execute("INSERT INTO zduethumbnail VALUES (" + std::to_string(asset.primaryKey) + ')');
+    int told = 0;
+    library().writer().whenBulletinsChange([&] { ++told; });
+    ASSERT_TRUE(trashAsset(library(), asset));
+    EXPECT_EQ(told, 1);
+    EXPECT_EQ(badgeCount(library()), 0);
+    execute("INSERT INTO zbulletin (originalrecordid, originaldate, date, album, photos, videos, sender) "
+            "SELECT 1, 0, 1e10, pk, 1, 0, '' FROM zalbum");
+    EXPECT_EQ(told, 2);
+
+    SaveJob job = jobOf(picture);
+    job.dictionary = Dictionary::createWithKeys(
+        {{"imageData", dataOf(picture).get()}, {"unlessPresent", Number::of(true)}});
+    ASSERT_TRUE(saveAssets(library(), {&job, 1}).front());
+    EXPECT_EQ(told, 3) << "a bulletin counts it again";
+    EXPECT_EQ(integer("SELECT count(*) FROM zduethumbnail"), 0);
+    EXPECT_EQ(recordOf(asset.uuid).thumbnailIndex, asset.thumbnailIndex + 1);
+    library().writer().whenBulletinsChange({});
+}
+
+TEST_F(Trash, TheFeedEndsWithWhatIsLeft) {
+    const auto album = makeStreamAlbum(library(), "s");
+    std::vector<AssetRecord> assets;
+    for (std::uint32_t i = 0; i < 3; ++i) {
+        assets.push_back(saved(pngOf(fourCorners(4 + i, 4))));
+        execute("INSERT INTO zalbumasset SELECT pk, " + std::to_string(assets.back().primaryKey) + ", " +
+                std::to_string(1000 * (i + 1)) + " FROM zalbum");
+    }
+    const auto dates = [&] {
+        const auto feed = store::AnalysisReader::open(paths)->cloudFeed();
+        return feed && feed->size() == 1 ? std::pair(feed->front().startDate, feed->front().endDate)
+                                         : std::pair(-1.0, -1.0);
+    };
+    EXPECT_EQ(dates(), std::pair(1000.0, 3000.0));
+    ASSERT_TRUE(trashAsset(library(), assets[2]));
+    EXPECT_EQ(dates(), std::pair(1000.0, 2000.0));
+    ASSERT_TRUE(removeAsset(library(), assets[0]));
+    EXPECT_EQ(dates(), std::pair(2000.0, 2000.0));
+    ASSERT_TRUE(restoreFromTrash(library(), assets[2].uuid));
+    EXPECT_EQ(dates(), std::pair(2000.0, 3000.0));
+    execute("DELETE FROM zalbumasset WHERE asset = " + std::to_string(assets[1].primaryKey));
+    EXPECT_EQ(dates(), std::pair(3000.0, 3000.0));
 }
 
 TEST_F(Trash, KeepsWhatASaveThatWasCutOffHasTheBytesOf) {

@@ -1,20 +1,13 @@
-#include "hoardd/library/CountNotice.h"
+#include "hoardd/library/ChangeNotice.h"
 
-#include <cerrno>
-#include <cstring>
 #include <utility>
 
-#include "wickerlane/log/JXLog.h"
-#include "wickerlane/platform/notification/Notification.h"
 #include "wickerlane/platform/object/Mutex.h"
 #include "wickerlane/platform/queue/WorkQueue.h"
-#include "wickerlane/protocol/CountNotification.h"
 
 namespace wickerlane::hoardd {
 
-using namespace std::chrono_literals;
-
-struct CountNotice::State {
+struct ChangeNotice::State {
     State(Post posting, std::chrono::nanoseconds resting) : post(std::move(posting)), rest(resting) {}
 
     const Post post;
@@ -25,21 +18,11 @@ struct CountNotice::State {
     bool isDue WL_GUARDED_BY(mutex) = false;
 };
 
-CountNotice::CountNotice()
-    : CountNotice(
-          [] {
-              if (!postNotification(RZPhotosAndVideosCountNotificationName))
-                  JX_LOG(JXLogLevelError, JXGenericLog, "can't say that the counts have changed: %s",
-                         std::strerror(errno));
-          },
-          100ms) {
-}
-
-CountNotice::CountNotice(Post post, std::chrono::nanoseconds rest)
+ChangeNotice::ChangeNotice(Post post, std::chrono::nanoseconds rest)
     : state(std::make_shared<State>(std::move(post), rest)) {
 }
 
-void CountNotice::noteChange() {
+void ChangeNotice::noteChange() {
     {
         const MutexLock lock(state->mutex);
         state->isDue = true;
@@ -50,7 +33,7 @@ void CountNotice::noteChange() {
 }
 
 // While it rests, or is about to.
-void CountNotice::post(const std::shared_ptr<State> &state) {
+void ChangeNotice::post(const std::shared_ptr<State> &state) {
     {
         const MutexLock lock(state->mutex);
         state->isResting = std::exchange(state->isDue, false);
@@ -61,7 +44,7 @@ void CountNotice::post(const std::shared_ptr<State> &state) {
     WorkQueue::global()->after(state->rest, [state] { post(state); });
 }
 
-void CountNotice::flush() {
+void ChangeNotice::flush() {
     {
         const MutexLock lock(state->mutex);
         if (!std::exchange(state->isDue, false))

@@ -1,6 +1,6 @@
-// The notification that there are more or fewer photos or videos.
-#ifndef HOARDD_LIBRARY_COUNTNOTICE_H
-#define HOARDD_LIBRARY_COUNTNOTICE_H
+// Telling other processes that something has changed.
+#ifndef HOARDD_LIBRARY_CHANGENOTICE_H
+#define HOARDD_LIBRARY_CHANGENOTICE_H
 
 #include <chrono>
 #include <memory>
@@ -9,16 +9,14 @@
 
 namespace wickerlane::hoardd {
 
-/// Posts the notification of changed counts: at once for the first change, and once after a rest for all that
+/// Posts a notification: at once for the first change, and once after a rest for all that
 /// follow during it. So an import of thousands wakes its watchers some ten times a second and not for each
 /// photo. Thread-safe.
-class CountNotice {
+class ChangeNotice {
 public:
     using Post = Handler<void()>;
 
-    CountNotice();
-    /// With another way to post.
-    CountNotice(Post post, std::chrono::nanoseconds rest);
+    explicit ChangeNotice(Post post, std::chrono::nanoseconds rest = std::chrono::milliseconds(100));
 
     void noteChange();
     /// Posts at once what would be posted later: before the end.

@@ -1,4 +1,4 @@
-#include "hoardd/library/CountNotice.h"
+#include "hoardd/library/ChangeNotice.h"
 
 #include <gtest/gtest.h>
 
@@ -10,9 +10,9 @@ using namespace std::chrono_literals;
 
 namespace {
 
-TEST(CountNotice, PostsAtOnceAndThenTogether) {
+TEST(ChangeNotice, PostsAtOnceAndThenTogether) {
     int posts = 0;
-    CountNotice notice([&] { ++posts; }, 1h);
+    ChangeNotice notice([&] { ++posts; }, 1h);
     notice.flush();
     EXPECT_EQ(posts, 0);
     notice.noteChange();
@@ -25,9 +25,9 @@ TEST(CountNotice, PostsAtOnceAndThenTogether) {
     EXPECT_EQ(posts, 2);
 }
 
-TEST(CountNotice, PostsWhatCameWhileItRested) {
+TEST(ChangeNotice, PostsWhatCameWhileItRested) {
     const auto posted = Semaphore::create(0);
-    CountNotice notice([posted] { posted->signal(); }, 1ms);
+    ChangeNotice notice([posted] { posted->signal(); }, 1ms);
     for (int i = 0; i < 20; ++i) {
         notice.noteChange(); // rests now
         posted->wait();
