@@ -3,12 +3,16 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 
 #include "cli/DaemonRequests.h"
+#include "wickerlane/store/AssetURL.h"
 #include "wickerlane/store/LibraryCheck.h"
 
 namespace wickerlane::cli {
+
+using store::TrashedAsset;
 
 namespace {
 
@@ -36,6 +40,14 @@ std::string whatToDo(ProblemKind kind) {
     default:
         return {};
     }
+}
+
+bool isNamed(const store::ManagedAsset &asset, const std::string &name) {
+    const auto uuid = UUID::createWithText(name);
+    const std::string named =
+        uuid ? std::string(uuid->uuidString()->utf8()) : store::uuidOfAssetURL(URL::create(name).get());
+    return asset.record().uuid == named ||
+           asset.objectID()->uriRepresentation()->absoluteString()->utf8() == name;
 }
 
 } // namespace
@@ -75,6 +87,27 @@ Result<Ref<store::ManagedAsset>> findAsset(store::StoreReader &store, const std:
 
 Result<Ref<store::ManagedAsset>> findAsset(const std::string &name) {
     return openStore().and_then([&](const auto &store) { return findAsset(*store, name); });
+}
+
+Result<std::vector<TrashedAsset>> readTrash(store::StoreReader &store) {
+    auto trash = store.trash();
+    if (!trash)
+        return failToReadStore(trash);
+    return trash;
+}
+
+Result<std::vector<TrashedAsset>> readTrash() {
+    return openStore().and_then([](const auto &store) { return readTrash(*store); });
+}
+
+Result<TrashedAsset> findTrashed(const std::vector<TrashedAsset> &trash, const std::string &name) {
+    const auto found =
+        std::ranges::find_if(trash, [&](const TrashedAsset &each) { return isNamed(*each.asset, name); });
+    if (found == trash.end())
+        return fail(
+            ProblemKind::notFound,
+            fmt::format("there is no asset {} in the trash. To list what is: wickerlane trash list", name));
+    return *found;
 }
 
 Result<Ref<store::ManagedAlbum>> findAlbum(store::StoreReader &store, const std::string &name) {

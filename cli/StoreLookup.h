@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "wickerlane/model/Result.h"
 #include "wickerlane/store/AnalysisReader.h"
@@ -24,6 +25,14 @@ Failure failToReadStore(const Result<T> &failed) {
 Result<Ref<store::ManagedAsset>> findAsset(store::StoreReader &store, const std::string &name);
 /// The same, of the current library.
 Result<Ref<store::ManagedAsset>> findAsset(const std::string &name);
+
+/// What is in the trash, the latest first.
+Result<std::vector<store::TrashedAsset>> readTrash();
+/// The same, over a store that is open.
+Result<std::vector<store::TrashedAsset>> readTrash(store::StoreReader &store);
+/// One of them, by the names that an asset has.
+Result<store::TrashedAsset> findTrashed(const std::vector<store::TrashedAsset> &trash,
+                                        const std::string &name);
 
 /// An album by its name or UUID.
 Result<Ref<store::ManagedAlbum>> findAlbum(store::StoreReader &store, const std::string &name);

@@ -25,6 +25,18 @@ bool isWanted(std::size_t count, bool now) {
                            : fmt::format("This moves {} to the trash.", assets));
 }
 
+/// What is deleted at once may be in the trash already.
+Result<Ref<store::ManagedAsset>> findToDelete(store::StoreReader &store, const std::string &name, bool now) {
+    const auto asset = findAsset(store, name);
+    if (asset || !now || asset.error().kind != ProblemKind::notFound)
+        return asset;
+    const auto trashed =
+        readTrash(store).and_then([&](const auto &trash) { return findTrashed(trash, name); });
+    if (trashed)
+        return trashed->asset;
+    return trashed.error().kind == ProblemKind::notFound ? asset : passOn(trashed);
+}
+
 Result<> deleteAsset(const store::ManagedAsset &asset, bool now) {
     return waitForSuccess("see the daemon's log",
                           [&](const SuccessHandler &handler) {
@@ -47,7 +59,7 @@ Result<ExitCode> deleteAssets(const Options &options) {
     ExitCode code = ExitCode::success;
     std::vector<Ref<store::ManagedAsset>> assets;
     for (const std::string &name : options.assets)
-        if (const auto asset = findAsset(**store, name))
+        if (const auto asset = findToDelete(**store, name, options.now))
             assets.push_back(*asset);
         else
             code = report(asset.error());
@@ -77,7 +89,8 @@ void setUpDelete(Command command) {
         "Example:\n  wickerlane delete 7F3D0A52-6C1B-4E0E-9D43-2B1C7A5E8F10");
     Options &options = command.runs(deleteAssets);
     command.addOption("ASSET", options.assets, "UUIDs, URLs or object IDs of assets").required();
-    command.addFlag("--now", options.now, "Delete them at once, with their originals, thumbnails and edits");
+    command.addFlag("--now", options.now,
+                    "Delete them at once, with their originals, thumbnails and edits, also from the trash");
     command.addFlag("-y,--yes", options.yes, "Do not ask");
 }
 

@@ -12,7 +12,6 @@
 #include "cli/Subcommands.h"
 #include "cli/Table.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
-#include "wickerlane/store/AssetURL.h"
 
 namespace wickerlane::cli {
 namespace {
@@ -31,16 +30,6 @@ struct RestoreOptions {
 struct EmptyOptions {
     bool yes = false;
 };
-
-Result<std::vector<TrashedAsset>> readTrash() {
-    const auto store = openStore();
-    if (!store)
-        return passOn(store);
-    auto trash = (*store)->trash();
-    if (!trash)
-        return failToReadStore(trash);
-    return trash;
-}
 
 Result<ExitCode> listTrash(const ListOptions &options) {
     const auto trash = readTrash();
@@ -64,24 +53,6 @@ Result<ExitCode> listTrash(const ListOptions &options) {
     }
     printListing(all, table, "the trash is empty", options.json);
     return ExitCode::success;
-}
-
-bool isNamed(const store::ManagedAsset &asset, const std::string &name) {
-    const auto uuid = UUID::createWithText(name);
-    const std::string named =
-        uuid ? std::string(uuid->uuidString()->utf8()) : store::uuidOfAssetURL(URL::create(name).get());
-    return asset.record().uuid == named ||
-           asset.objectID()->uriRepresentation()->absoluteString()->utf8() == name;
-}
-
-Result<TrashedAsset> findTrashed(const std::vector<TrashedAsset> &trash, const std::string &name) {
-    const auto found =
-        std::ranges::find_if(trash, [&](const TrashedAsset &each) { return isNamed(*each.asset, name); });
-    if (found == trash.end())
-        return fail(
-            ProblemKind::notFound,
-            fmt::format("there is no asset {} in the trash. To list what is: wickerlane trash list", name));
-    return *found;
 }
 
 Result<> restoreAsset(const store::ManagedAsset &asset) {

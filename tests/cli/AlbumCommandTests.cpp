@@ -60,6 +60,11 @@ TEST_F(Commands, WhatWasDeletedIsInTheTrash) {
     const std::string another = imported(file("b.jpg", jpegPicture()));
     EXPECT_EQ(run({"delete", "--now", "--yes", another}).output, "1 asset deleted\n");
     EXPECT_EQ(run({"trash", "list", "--json"}).json().size(), 0U);
+    const std::string third = imported(file("c.jpg", jpegPicture()));
+    EXPECT_EQ(run({"delete", "--yes", third}).exitCode, 0);
+    EXPECT_EQ(run({"delete", "--now", "--yes", third}).output, "1 asset deleted\n") << "it was in the trash";
+    EXPECT_EQ(run({"trash", "list", "--json"}).json().size(), 0U);
+    EXPECT_EQ(run({"delete", "--now", "--yes", third}).exitCode, 4);
 }
 
 TEST_F(Commands, SharedAlbumsHaveBulletinsAndSpaceToPurge) {
