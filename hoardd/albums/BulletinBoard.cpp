@@ -34,10 +34,10 @@ void describeLost(MutableDictionary &bulletin, const BulletinRecord &record) {
     bulletin.set(kBulletinKeyTitle, libraryTitle());
     bulletin.set(kBulletinKeyMessage,
                  originalsLostText(static_cast<std::size_t>(record.photos + record.videos)));
-    if (!record.assetUUID.empty())
-        bulletin.set(
-            kBulletinKeyDefaultURL,
-            store::createAssetURL(record.assetUUID, pathExtension(record.assetFilename))->absoluteString());
+    if (record.assetUUID.empty())
+        return;
+    if (const auto url = store::createAssetURL(record.assetUUID, pathExtension(record.assetFilename)))
+        bulletin.set(kBulletinKeyDefaultURL, url->absoluteString());
 }
 
 Ref<Dictionary> describe(const BulletinRecord &record) {

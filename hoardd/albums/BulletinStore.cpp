@@ -47,8 +47,8 @@ BulletinRecord readBulletin(const Statement &row) {
 }
 
 bool isSound(const BulletinRecord &bulletin) {
-    for (const std::string *text :
-         {&bulletin.albumUUID, &bulletin.albumName, &bulletin.assetUUID, &bulletin.sender})
+    for (const std::string *text : {&bulletin.albumUUID, &bulletin.albumName, &bulletin.assetUUID,
+                                    &bulletin.assetFilename, &bulletin.sender})
         if (!store::isText(*text))
             return false;
     return std::isfinite(bulletin.date) && std::isfinite(bulletin.originalDate);
