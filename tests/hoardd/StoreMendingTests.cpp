@@ -14,6 +14,7 @@
 #include "hoardd/library/StoreNotes.h"
 #include "hoardd/library/TrashStore.h"
 #include "hoardd/upkeep/RowRepair.h"
+#include "tests/support/Descriptors.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/store/Schema.h"
@@ -409,6 +410,7 @@ TEST_F(Notes, KeepWhatAnOlderCopyOfTheStoreLacks) {
 
 // Neither what is in the trash nor its keys are given to others.
 TEST_F(Notes, KnowTheTrashWhenTheStoreIsLost) {
+    test::allowLastingDescriptors(test::folderWatchDescriptors); // of the notices
     for (const bool isOlderCopy : {true, false}) {
         makeLibrary();
         std::string trashed;
