@@ -68,8 +68,10 @@ Result<> replaceRendition(Library &library, const AssetRecord &asset, const std:
     const auto note = WorkNote::write(library.paths(), asset, Work::rendition);
     if (!note)
         return passOn(note);
-    if (auto written = writeRendition(library, path, picture); !written)
+    if (auto written = writeRendition(library, path, picture); !written) {
+        removeUnlessEarlier(path); // it may be in its place already
         return written;
+    }
     auto thumbnails = stageThumbnails(library, asset.uuid, path);
     if (!thumbnails) {
         removeUnlessEarlier(path);

@@ -38,24 +38,32 @@ void removeSavedFiles(const store::LibraryPaths &paths, const std::string &saveF
 }
 
 /// The files among the renditions that begin with an asset's UUID.
-std::vector<std::string> renditionFiles(const store::LibraryPaths &paths, const AssetRecord &asset) {
+Result<std::vector<std::string>> renditionFiles(const store::LibraryPaths &paths, const AssetRecord &asset) {
+    const std::string folder = paths.renditionFolder(asset.uuid);
     std::vector<std::string> files;
-    std::error_code none;
-    for (const auto &entry : fs::directory_iterator(paths.renditionFolder(asset.uuid), none))
+    std::error_code error;
+    const fs::directory_iterator entries(folder, error);
+    if (error && error != std::errc::no_such_file_or_directory)
+        return fail(ProblemKind::failed, "can't look through " + folder + ": " + error.message(), folder);
+    for (const auto &entry : entries)
         if (entry.path().filename().string().starts_with(asset.uuid))
             files.push_back(entry.path());
     return files;
 }
 
 /// Of an asset whose removal is noted.
-void removeAllFiles(const store::LibraryPaths &paths, const AssetRecord &asset) {
+Result<> removeAllFiles(const store::LibraryPaths &paths, const AssetRecord &asset) {
     for (const auto &kind : store::thumbnailKinds)
         ::unlink(paths.thumbnail(asset.uuid, kind.size).c_str());
     ::unlink(paths.original(asset).c_str());
     ::unlink(paths.sidecar(asset.uuid).c_str());
     removeCompanion(paths, asset.uuid);
-    for (const std::string &rendition : renditionFiles(paths, asset))
+    const auto renditions = renditionFiles(paths, asset);
+    if (!renditions)
+        return passOn(renditions);
+    for (const std::string &rendition : *renditions)
         ::unlink(rendition.c_str());
+    return {};
 }
 
 Result<> moveFiles(Library &library, StagedAsset &asset) {
@@ -150,9 +158,7 @@ Result<> removeFilesUnlessKnown(Library &library, const AssetRecord &asset) {
     const auto isKnown = library.writer().knows(asset.uuid);
     if (!isKnown)
         return passOn(isKnown);
-    if (!*isKnown)
-        removeAllFiles(library.paths(), asset);
-    return {};
+    return *isKnown ? Result<>() : removeAllFiles(library.paths(), asset);
 }
 
 } // namespace
@@ -172,10 +178,13 @@ Result<> removeAsset(Library &library, const AssetRecord &asset, AssetPlace from
         if (auto removed = library.writer().remove(asset.uuid, from); !removed)
             return removed;
         leavePreviewWell(library, asset);
-        auto finished = removeFilesUnlessKnown(library, asset);
-        if (!finished)
+        // It has been removed; what is left of its files goes at the next start.
+        if (const auto finished = removeFilesUnlessKnown(library, asset); !finished) {
+            JX_LOG(JXLogLevelError, JXAssetImportLog, "files of %s are removed later: %s", asset.uuid.c_str(),
+                   finished.error().text.c_str());
             note->keep();
-        return finished;
+        }
+        return {};
     });
 }
 
@@ -222,7 +231,10 @@ Result<> recoverRendition(Library &library, const AssetRecord &asset) {
         return passOn(isThere);
     if (!*isThere)
         return {};
-    for (const std::string &file : renditionFiles(library.paths(), asset))
+    const auto files = renditionFiles(library.paths(), asset);
+    if (!files)
+        return passOn(files);
+    for (const std::string &file : *files)
         if (auto moved = moveStray(library, file, library.paths().lostAndFound()); !moved)
             return moved;
     return {};

@@ -164,6 +164,24 @@ TEST_F(Saving, ARemovedAssetLeavesNothing) {
     EXPECT_EQ(faults(), "");
 }
 
+TEST_F(Saving, ARemovalThatCantFindAllFilesIsFinishedLater) {
+    const AssetRecord asset = saved(pngOf(fourCorners(4, 4)));
+    const std::string folder = paths.renditionFolder(asset.uuid), edit = folder + '/' + asset.uuid + "-e.PNG";
+    fs::create_directories(folder);
+    writeFile(edit, {});
+    fs::rename(folder, folder + ".away");
+    writeFile(folder, {}); // which can't be listed, as a folder can't without a descriptor
+    EXPECT_TRUE(removeAsset(library(), asset)) << "its row has gone";
+    EXPECT_EQ(recordOf(asset.uuid).uuid, "");
+    fs::remove(folder);
+    fs::rename(folder + ".away", folder);
+    EXPECT_EQ(faults(), "left over: " + paths.saving() + '/' + asset.filename + ".removing\n")
+        << "it is noted whose the file is";
+    recoverSaves(library());
+    EXPECT_FALSE(fs::exists(edit));
+    EXPECT_EQ(faults(), "");
+}
+
 // As a kill would leave it after each step.
 TEST_F(Recovering, CompletesWhatWasCommittedAndUndoesTheRest) {
     const FileBytes picture = pngOf(fourCorners(4, 4));
