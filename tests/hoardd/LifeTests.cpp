@@ -326,7 +326,7 @@ private:
 /// and checks the library after each. WICKERLANE_KILLS and WICKERLANE_SEED say how often and from which seed.
 TEST_F(Life, WhateverWasAnsweredIsWholeAfterAKillAtAnyInstant) {
     const char *wantedKills = std::getenv("WICKERLANE_KILLS"), *wantedSeed = std::getenv("WICKERLANE_SEED");
-    const int kills = wantedKills != nullptr ? std::stoi(wantedKills) : 300;
+    const int kills = wantedKills != nullptr ? std::stoi(wantedKills) : 100;
     const std::uint64_t seed = wantedSeed != nullptr ? std::stoull(wantedSeed) : std::random_device{}();
     std::printf("seed %llu, %d kills\n", static_cast<unsigned long long>(seed), kills);
     std::mt19937_64 random(seed);
