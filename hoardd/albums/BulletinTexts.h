@@ -46,7 +46,7 @@ struct AddedAssets {
 [[nodiscard]] String *assetsAddedText(const AddedAssets &added, std::string_view sender,
                                       std::string_view album);
 
-/// That so many originals are damaged, missing or not what was saved. Borrowed.
+/// How many originals are damaged, missing or not what was saved. Borrowed.
 [[nodiscard]] String *originalsLostText(std::size_t count);
 /// The title of such a bulletin. Borrowed.
 [[nodiscard]] String *libraryTitle();

@@ -18,8 +18,7 @@ void setFacts(store::AssetRecord &record, const PictureFacts &facts);
 void setDate(store::AssetRecord &record, const PictureFacts &facts, std::optional<double> given,
              double fallback);
 
-/// Sets what the camera's clock showed, of an asset that was saved when only one date was kept: that of the
-/// file, UTC if its zone was known; or one that was given. The latter stays what people read.
+/// Sets the clock date and the zone of an asset that has none, by its date and its file. Its date stays.
 void setClock(store::AssetRecord &record, const PictureFacts &facts);
 
 /// Notes in a record why its picture can't be decoded: then its size is not known either.

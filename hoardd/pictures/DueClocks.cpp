@@ -32,12 +32,12 @@ Readings readClocks(Library &library, std::vector<AssetRecord> assets) {
                 continue;
             const FirstLook seen = library.media().examine(file.get(), {});
             // What can't be decoded may have a date nevertheless.
-            if (!seen.ended && seen.ended.error().kind != ProblemKind::invalid) {
-                readings.areWorkersThere = seen.ended.error().kind != ProblemKind::busy;
-                if (readings.areWorkersThere)
-                    continue;
+            if (!seen.ended && seen.ended.error().kind == ProblemKind::busy) {
+                readings.areWorkersThere = false;
                 return;
             }
+            if (!seen.ended && seen.ended.error().kind != ProblemKind::invalid)
+                continue;
             setClock(each, seen.facts);
             readings.known.push_back(std::move(each));
         }
@@ -52,6 +52,7 @@ void readClocksLeftDue(Library &library) {
     for (std::int64_t last = 0; !library.isEnding();) {
         auto due = library.read(
             [last](Database &database) { return assetsWithoutClock(database, last, maxFilesPerCommit); });
+        // A damaged store may give keys in no order: then this ends.
         if (!due || due->empty() || due->back().primaryKey <= last)
             break;
         last = due->back().primaryKey;

@@ -1,4 +1,4 @@
-// Finding out what the camera's clock showed, of assets that were saved before that was kept.
+// Finding out what the camera's clock showed of assets that have no clock date.
 #ifndef HOARDD_PICTURES_DUECLOCKS_H
 #define HOARDD_PICTURES_DUECLOCKS_H
 

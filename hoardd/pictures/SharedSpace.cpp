@@ -106,7 +106,7 @@ Result<std::uint64_t> purge(Library &library, std::uint64_t maxBytes) {
             return passOn(isSafe);
         if (!*isSafe)
             continue;
-        // That of a late one need not be marked.
+        // A late thumbnail may be missing: nothing need be noted.
         if (each.size == store::ThumbnailSize::preview) {
             const auto stored = library.writer().change(
                 [&](sqlite::Database &database) { return storePurgedPreview(database, each.asset.uuid); });

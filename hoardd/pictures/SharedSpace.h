@@ -15,9 +15,9 @@ namespace wickerlane::hoardd {
 /// How many bytes could be freed, at most: whether files have changed is not looked at.
 [[nodiscard]] Result<std::uint64_t> purgeableBytes(Library &library);
 
-/// Frees up to a limit of bytes. The largest thumbnails go first, which are made only for who asks; of one
-/// size, those of older assets. Gives the bytes that were freed, also when it stops early since the process
-/// is ending.
+/// Frees up to a limit of bytes. The largest thumbnails, which are made only on request, go first; within a
+/// size, those of the oldest assets. Gives the bytes that were freed, also when it stops early since the
+/// process is ending.
 [[nodiscard]] Result<std::uint64_t> purge(Library &library, std::uint64_t maxBytes);
 
 } // namespace wickerlane::hoardd

@@ -181,7 +181,7 @@ TEST_F(Scrubbing, TellsWhatHasBecomeOfAnOriginal) {
     EXPECT_EQ(std::ranges::count(kinds, Finding::Kind::changedOriginal), 3);
     EXPECT_EQ(std::ranges::count(kinds, Finding::Kind::missingOriginal), 1);
 
-    // They are read again and again, and told of once.
+    // They are read each time, and reported once.
     ASSERT_EQ(scrubAt(later + 2 * day), 5U);
     EXPECT_EQ(faultOf(0), OriginalFault::damaged);
     EXPECT_EQ(faultOf(1), OriginalFault::changed);
