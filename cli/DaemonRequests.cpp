@@ -45,7 +45,7 @@ Problem explained(const MessageError &refusal) {
     case ProblemKind::refused:
         problem.text += fmt::format(". The owner of {} can allow it: wickerlane consent grant {}", rootPath(),
                                     fs::read_symlink("/proc/self/exe").string());
-        if (geteuid() != ConsentStore::owner())
+        if (geteuid() != ownerOfRoot())
             problem.text += fmt::format(" --user {}", geteuid());
         break;
     case ProblemKind::busy:

@@ -15,7 +15,7 @@ std::string programPath(const std::string &program) {
 }
 
 Result<> decisionsCount() {
-    if (const std::string why = ConsentStore::shared().whyIgnored(); !why.empty())
+    if (const std::string why = whyConsentIgnored(); !why.empty())
         return fail(ProblemKind::refused, "the decisions do not count: " + why);
     return {};
 }

@@ -41,7 +41,7 @@ int serve(const DaemonOptions &options) {
         consoleLog("hoardd: the root %s is not used: %s", rootPath().c_str(), why.c_str());
         return 1;
     }
-    if (const std::string why = ConsentStore::shared().whyIgnored(); !why.empty())
+    if (const std::string why = whyConsentIgnored(); !why.empty())
         consoleLog("hoardd: the decisions about programs do not count: %s", why.c_str());
     limitLinesOfPeers();
     // Never destroyed: threads of the queues may still use it when main() returns.

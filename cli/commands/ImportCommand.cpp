@@ -107,7 +107,7 @@ std::string sidecarOf(const std::string &path) {
 
 /// Whether files have to be sent by their bytes: the daemon reads those of the library's owner only.
 bool sendsBytes() {
-    return geteuid() != ConsentStore::owner();
+    return geteuid() != ownerOfRoot();
 }
 
 /// Files that are to be saved apart from each other, or as pairs.

@@ -1,5 +1,7 @@
 #include "hoardd/service/Dispatcher.h"
 
+#include <algorithm>
+
 #include "hoardd/service/Access.h"
 #include "hoardd/service/Ending.h"
 #include "hoardd/service/PeerLog.h"
@@ -16,6 +18,13 @@ Result<> checkTextSizes(const Call &call, const protocol::Row &row) {
             return fail(ProblemKind::invalid,
                         std::string("the text under \"") + field.key + "\" is longer than 64 KiB");
     return {};
+}
+
+std::optional<protocol::OperationCode> codeOf(const Call &call) {
+    const auto *value = as<MessageScalar>(call.value(protocol::keys::operation));
+    if (value == nullptr || value->kind() != MessageKind::int64)
+        return std::nullopt;
+    return value->int64Value();
 }
 
 bool takesLibrary(const Operation &operation) {
@@ -44,10 +53,10 @@ ClientJobs jobsOf(const Call &call, JobQueue &queue) {
 
 // Several rows may share a code: the request is served by the first whose shape it has.
 Result<const Operation *> Dispatcher::find(const Call &call) const {
-    const auto *value = as<MessageScalar>(call.value(protocol::keys::operation));
-    if (value == nullptr || value->kind() != MessageKind::int64)
+    const auto asked = codeOf(call);
+    if (!asked)
         return fail(ProblemKind::invalid, "the request names no operation");
-    const protocol::OperationCode code = value->int64Value();
+    const protocol::OperationCode code = *asked;
     std::string misfits;
     for (const std::span<const Operation> family : options.operations)
         for (const Operation &operation : family) {
@@ -77,7 +86,18 @@ void Dispatcher::dispatch(const Call &received) {
         call.refuse(begun.error());
 }
 
+bool Dispatcher::mayBeKnown(const Call &call) const {
+    const auto code = codeOf(call);
+    return code && std::ranges::any_of(options.operations, [&](std::span<const Operation> family) {
+               return std::ranges::any_of(family, [&](const Operation &operation) {
+                   return operation.known != nullptr && operation.row->code == *code;
+               });
+           });
+}
+
 bool Dispatcher::serveKnown(const Call &received) {
+    if (!mayBeKnown(received))
+        return false; // and is looked at once, where it is served
     const auto operation = find(received);
     if (!operation || (*operation)->known == nullptr || (*operation)->entitlement != nullptr)
         return false;

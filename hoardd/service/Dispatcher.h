@@ -43,6 +43,7 @@ public:
 
 private:
     [[nodiscard]] Result<const Operation *> find(const Call &call) const;
+    [[nodiscard]] bool mayBeKnown(const Call &call) const;
     /// Checks the caller and the request, and runs the handler or puts it into its queue. `held` keeps stop()
     /// waiting.
     [[nodiscard]] Result<> begin(const Operation &operation, const Call &call,

@@ -68,11 +68,11 @@ TEST_F(Consent, AFileThatOthersCouldWriteDoesNotCount) {
     for (const std::string &writable : {file(), pathUnderRoot("/var/db")}) {
         fs::permissions(writable, fs::perms::others_write, fs::perm_options::add);
         EXPECT_EQ(consent().rules()->decision("s", named("/bin/a"), 1), std::nullopt) << writable;
-        EXPECT_EQ(consent().whyIgnored(), writable + " may be written by other users; chmod go-w ends that");
+        EXPECT_EQ(whyConsentIgnored(), writable + " may be written by other users; chmod go-w ends that");
         EXPECT_FALSE(consent().decide({"s", "/bin/b", 1, true})) << "nor is it overwritten";
         fs::permissions(writable, fs::perms::others_write, fs::perm_options::remove);
         EXPECT_EQ(consent().rules()->decision("s", named("/bin/a"), 1), true);
-        EXPECT_EQ(consent().whyIgnored(), "");
+        EXPECT_EQ(whyConsentIgnored(), "");
     }
 
     fs::rename(file(), file() + ".other");

@@ -41,14 +41,6 @@ ConsentStore &ConsentStore::shared() {
     return *store;
 }
 
-uid_t ConsentStore::owner() {
-    return ownerOfRoot();
-}
-
-std::string ConsentStore::whyIgnored() {
-    return whyConsentIgnored();
-}
-
 std::shared_ptr<const ConsentRules> ConsentStore::knownRules() {
     const MutexLock lock(mutex);
     if (known && !watch.isUnchanged())
@@ -65,10 +57,7 @@ std::shared_ptr<const ConsentRules> ConsentStore::rules() {
     // Watched before it is read, so that a change meanwhile is noticed next time.
     const bool isWatched = watch.begin(consentPath());
     const auto read = std::make_shared<ConsentRules>();
-    if (!readConsentRules(*read)) {
-        read->decisions.clear();
-        read->programs.clear();
-    }
+    static_cast<void>(readConsentRules(*read)); // without a file that counts there are none
     if (isWatched) {
         const MutexLock lock(mutex);
         known = read;

@@ -31,17 +31,11 @@ public:
     /// The one of this process.
     [[nodiscard]] static ConsentStore &shared();
 
-    /// The user that owns the root, or the calling process's while there is none.
-    [[nodiscard]] static uid_t owner();
-
     /// What the file says now. Never null.
     [[nodiscard]] std::shared_ptr<const ConsentRules> rules() WL_EXCLUDES(mutex);
     /// The same, if that is known without reading the file, else null. Never waits for a file.
     [[nodiscard]] std::shared_ptr<const ConsentRules> knownRules() WL_EXCLUDES(mutex);
 
-    /// Why the file does not count, as a text for people; empty when it does or when there is none. As long
-    /// as it doesn't, there are no decisions.
-    [[nodiscard]] std::string whyIgnored();
     // Changes survive a crash. False, with errno, when the file can't be read or written; EPERM says that it
     // does not count.
 

@@ -44,14 +44,17 @@ struct WL_EXPORT ConsentRules {
 };
 
 /// Reads the rules of the current root. False, with errno, when there is a file that can't be read or does
-/// not count.
+/// not count; then there are no rules.
 [[nodiscard]] bool readConsentRules(ConsentRules &rules);
 /// Replaces the file. False, with errno, on failure.
 [[nodiscard]] bool writeConsentRules(const ConsentRules &rules);
-/// Why the file does not count, as a text for people; empty when it does or when there is none.
-[[nodiscard]] std::string whyConsentIgnored();
+/// Where the rules of the current root are kept.
 [[nodiscard]] std::string consentPath();
-[[nodiscard]] uid_t ownerOfRoot();
+/// Why the file does not count, as a text for people; empty when it does or when there is none. As long as it
+/// doesn't, there are no rules.
+[[nodiscard]] WL_EXPORT std::string whyConsentIgnored();
+/// The user that owns the root, or the calling process's while there is none.
+[[nodiscard]] WL_EXPORT uid_t ownerOfRoot();
 
 } // namespace wickerlane
 
