@@ -27,15 +27,16 @@ constexpr std::uint64_t maxLentBytes = 255ULL << 20;
 /// Below this a copy is cheaper.
 constexpr std::uint64_t minLentBytes = 64 << 10;
 
-/// Waits here until the system has most of a file in memory, so that the thread that sends, which serves all
-/// peers, need not.
-void readAhead(int file, std::uint64_t size) {
+/// Has the system read a file, here and there with an eye on errors: a client that met one when it reads the
+/// file would take the connection for broken. False, with errno, when it can't be read.
+bool readAhead(int file, std::uint64_t size) {
     constexpr std::uint64_t stride = 256 << 10;
     ::posix_fadvise(file, 0, 0, POSIX_FADV_WILLNEED);
-    for (std::uint64_t at = 0; at < size; at += stride) {
-        std::byte read{};
-        static_cast<void>(::pread(file, &read, 1, static_cast<off_t>(at)) == 1);
-    }
+    std::byte read{};
+    for (std::uint64_t at = 0; at < size; at += stride)
+        if (::pread(file, &read, 1, static_cast<off_t>(at)) != 1)
+            return false;
+    return true;
 }
 
 Image lendFile(const std::string &path) {
@@ -54,7 +55,8 @@ Image lendFile(const std::string &path) {
             return failSystem("read", path);
         return MessageData::create(bytes.data(), size);
     }
-    readAhead(file.get(), size);
+    if (!readAhead(file.get(), size))
+        return failSystem("read", path);
     return MessageData::createWithFile(std::move(file), size);
 }
 
