@@ -1,6 +1,7 @@
 #include "hoardd/saving/AssetFiles.h"
 
 #include <algorithm>
+#include <filesystem>
 
 #include "hoardd/library/DurableFolders.h"
 #include "hoardd/pictures/ShownPicture.h"
@@ -8,6 +9,8 @@
 #include "wickerlane/platform/object/Paths.h"
 
 namespace wickerlane::hoardd {
+
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -46,6 +49,19 @@ std::string uuidInName(const std::string &path) {
     constexpr std::size_t uuidLength = 36;
     const auto uuid = UUID::createWithText(lastPathComponent(path).substr(0, uuidLength));
     return uuid ? std::string(uuid->uuidString()->utf8()) : std::string();
+}
+
+Result<std::vector<std::string>> filesOfAsset(const std::string &folder, std::string_view uuid) {
+    std::vector<std::string> files;
+    std::error_code error;
+    for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
+        std::error_code gone;
+        if (entry->path().filename().string().starts_with(uuid) && entry->is_regular_file(gone))
+            files.push_back(entry->path());
+    }
+    if (error && error != std::errc::no_such_file_or_directory)
+        return fail(ProblemKind::failed, "can't look through " + folder + ": " + error.message(), folder);
+    return files;
 }
 
 Result<> withOwnerOf(Library &library, const std::string &path, const Handler<Result<>(FileOwner)> &act) {

@@ -3,6 +3,8 @@
 #define HOARDD_SAVING_ASSETFILES_H
 
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "hoardd/library/Library.h"
 
@@ -16,6 +18,9 @@ enum class FileOwner {
 
 /// The UUID that a file's name begins with, in upper case; empty when it begins with none.
 [[nodiscard]] std::string uuidInName(const std::string &path);
+
+/// The regular files in a folder whose names begin with an asset's UUID; none when there is no folder.
+[[nodiscard]] Result<std::vector<std::string>> filesOfAsset(const std::string &folder, std::string_view uuid);
 
 /// Calls `act`, which gives a result, with whose the file of a path is, and gives that result. It stays so
 /// until `act` returns: the asset's lock is held, and a UUID without an asset is reserved.

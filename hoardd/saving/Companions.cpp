@@ -5,20 +5,19 @@
 #include <unistd.h>
 
 #include <array>
-#include <filesystem>
+#include <cerrno>
 
 #include "hoardd/library/CallersFile.h"
 #include "hoardd/library/DurableFolders.h"
 #include "hoardd/library/Lookup.h"
 #include "hoardd/library/WorkNote.h"
 #include "hoardd/media/FileType.h"
+#include "hoardd/saving/AssetFiles.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/object/Paths.h"
 #include "wickerlane/store/Sha256Internal.h"
 
 namespace wickerlane::hoardd {
-
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -28,13 +27,12 @@ FileType typeOf(int file, std::string_view name) {
     return fileTypeOf(std::span(start).first(count > 0 ? static_cast<std::size_t>(count) : 0), name);
 }
 
-/// The first file among the companions that begins with a UUID; empty when there is none.
-std::string pathOfLying(const store::LibraryPaths &paths, const std::string &uuid) {
-    std::error_code none;
-    for (const auto &entry : fs::directory_iterator(store::companionFolder(paths, uuid), none))
-        if (entry.path().filename().string().starts_with(uuid + '.') && entry.is_regular_file(none))
-            return entry.path();
-    return {};
+/// The companion of a UUID, with a row or without; empty when there is none.
+Result<std::string> companionFile(const store::LibraryPaths &paths, const std::string &uuid) {
+    return filesOfAsset(store::companionFolder(paths, uuid), uuid)
+        .map([](const std::vector<std::string> &files) {
+            return files.empty() ? std::string() : files.front();
+        });
 }
 
 } // namespace
@@ -74,23 +72,28 @@ Result<CompanionOutcome> attachCompanion(Library &library, const std::string &uu
                                          StagedCompanion &companion) {
     const MutexLock lock(library.locks().of(uuid));
     const auto asset = assetWithUUID(library, uuid);
-    if (!asset)
+    if (!asset && asset.error().kind == ProblemKind::notFound)
         return CompanionOutcome::none; // it has just been deleted
+    if (!asset)
+        return passOn(asset);
     const auto present = library.writer().companionOf(uuid);
     if (!present)
         return passOn(present);
     if (*present)
         return (*present)->sha256 == companion.row.sha256 ? CompanionOutcome::wasPresent
                                                           : CompanionOutcome::none;
-    // What lies there without a row may be all that is left of something.
-    if (companion.isPlaced || !pathOfLying(library.paths(), uuid).empty())
+    const auto onDisk = companionFile(library.paths(), uuid);
+    if (!onDisk)
+        return passOn(onDisk);
+    // A file without a row may be all that is left of something.
+    if (companion.isPlaced || !onDisk->empty())
         return CompanionOutcome::none;
     auto note = WorkNote::write(library.paths(), (*asset)->record(), Work::companion);
     if (!note)
         return passOn(note);
     companion.row.filename.replace(0, uuid.size(), uuid);
     if (const auto placed = placeCompanion(library.paths(), companion, uuid); !placed) {
-        removeCompanion(library.paths(), uuid);
+        static_cast<void>(removeCompanion(library.paths(), uuid)); // else a repair finds it
         return passOn(placed);
     }
     if (const auto added = library.writer().addCompanion(uuid, companion.row); !added) {
@@ -100,18 +103,20 @@ Result<CompanionOutcome> attachCompanion(Library &library, const std::string &uu
     return CompanionOutcome::wasSaved;
 }
 
-Result<std::optional<store::Companion>> lyingCompanion(const store::LibraryPaths &paths,
-                                                       const std::string &uuid) {
-    const std::string path = pathOfLying(paths, uuid);
-    if (path.empty())
+Result<std::optional<store::Companion>> companionOnDisk(const store::LibraryPaths &paths,
+                                                        const std::string &uuid) {
+    const auto path = companionFile(paths, uuid);
+    if (!path)
+        return passOn(path);
+    if (path->empty())
         return std::nullopt;
-    const auto opened = requireRegular(openFile(path, O_RDONLY | O_NONBLOCK), path);
+    const auto opened = requireRegular(openFile(*path, O_RDONLY | O_NONBLOCK), *path);
     if (!opened)
         return passOn(opened);
-    const auto sum = store::sha256OfFile(opened->file.get(), path);
+    const auto sum = store::sha256OfFile(opened->file.get(), *path);
     if (!sum)
         return passOn(sum);
-    const std::string_view name = lastPathComponent(path);
+    const std::string_view name = lastPathComponent(*path);
     return store::Companion{std::string(name),
                             {},
                             typeOf(opened->file.get(), name).mediaType,
@@ -129,16 +134,20 @@ Result<> adoptCompanion(Library &library, const std::string &uuid) {
         return passOn(present);
     if (!*isThere || *present)
         return {};
-    const auto lying = lyingCompanion(library.paths(), uuid);
-    if (!lying)
-        return passOn(lying);
-    return *lying ? library.writer().addCompanion(uuid, **lying) : Result<>();
+    const auto onDisk = companionOnDisk(library.paths(), uuid);
+    if (!onDisk)
+        return passOn(onDisk);
+    return *onDisk ? library.writer().addCompanion(uuid, **onDisk) : Result<>();
 }
 
-void removeCompanion(const store::LibraryPaths &paths, const std::string &uuid) {
-    for (std::string path = pathOfLying(paths, uuid); !path.empty(); path = pathOfLying(paths, uuid))
-        if (::unlink(path.c_str()) != 0)
-            return;
+Result<> removeCompanion(const store::LibraryPaths &paths, const std::string &uuid) {
+    const auto files = filesOfAsset(store::companionFolder(paths, uuid), uuid);
+    if (!files)
+        return passOn(files);
+    for (const std::string &file : *files)
+        if (::unlink(file.c_str()) != 0 && errno != ENOENT)
+            return failSystem("remove", file);
+    return {};
 }
 
 } // namespace wickerlane::hoardd

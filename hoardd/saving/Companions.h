@@ -15,7 +15,7 @@ namespace wickerlane::hoardd {
 struct StagedCompanion {
     StagedFile file; ///< Sealed and closed.
     store::Companion row;
-    bool isPlaced = false;
+    bool isPlaced = false; ///< It has been moved to its place, so that `file` is empty.
 };
 
 /// Copies the second file of a shot, which came from a path, into a folder.
@@ -36,14 +36,15 @@ enum class CompanionOutcome {
 [[nodiscard]] Result<CompanionOutcome> attachCompanion(Library &library, const std::string &uuid,
                                                        StagedCompanion &companion);
 
-/// What lies where the companion of an asset belongs; nothing when nothing does.
-[[nodiscard]] Result<std::optional<store::Companion>> lyingCompanion(const store::LibraryPaths &paths,
-                                                                     const std::string &uuid);
-/// Gives an asset without a companion the one that lies there, if any does.
+/// The file in the place of an asset's companion, whether the store knows of it or not; nothing when there is
+/// none.
+[[nodiscard]] Result<std::optional<store::Companion>> companionOnDisk(const store::LibraryPaths &paths,
+                                                                      const std::string &uuid);
+/// Gives an asset without a companion the one that is on disk, if there is one.
 [[nodiscard]] Result<> adoptCompanion(Library &library, const std::string &uuid);
 
-/// Of an asset without a row.
-void removeCompanion(const store::LibraryPaths &paths, const std::string &uuid);
+/// Removes the companion's file of a UUID that has no row.
+[[nodiscard]] Result<> removeCompanion(const store::LibraryPaths &paths, const std::string &uuid);
 
 } // namespace wickerlane::hoardd
 

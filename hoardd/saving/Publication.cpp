@@ -23,47 +23,51 @@ using store::AssetRecord;
 
 namespace {
 
-/// Of an asset without a row, as far as a save of it made them. The folder goes last: as long as it stands,
-/// recoverSaves() knows of the files.
-void removeSavedFiles(const store::LibraryPaths &paths, const std::string &saveFolder,
-                      const AssetRecord &asset, bool withCompanion) {
+/// Which files beside its original and thumbnails are an asset's own.
+struct Parts {
+    bool sidecar = true;
+    bool companion = true;
+};
+
+Result<> removeFiles(const store::LibraryPaths &paths, const AssetRecord &asset, Parts own) {
     for (const auto &kind : store::thumbnailKinds)
         ::unlink(paths.thumbnail(asset.uuid, kind.size).c_str());
     ::unlink(paths.original(asset).c_str());
-    ::unlink(paths.sidecar(asset.uuid).c_str());
-    if (withCompanion)
-        removeCompanion(paths, asset.uuid);
-    std::error_code ignored; // recoverSaves() tries again
-    fs::remove_all(saveFolder, ignored);
+    if (own.sidecar)
+        ::unlink(paths.sidecar(asset.uuid).c_str());
+    return own.companion ? removeCompanion(paths, asset.uuid) : Result<>();
 }
 
-/// The files among the renditions that begin with an asset's UUID.
+/// Of an asset without a row, as far as a save of it made them. The folder goes last: as long as it stands,
+/// recoverSaves() knows of the files.
+Result<> removeSavedFiles(const store::LibraryPaths &paths, const std::string &saveFolder,
+                          const AssetRecord &asset, Parts own) {
+    if (auto removed = removeFiles(paths, asset, own); !removed)
+        return removed;
+    std::error_code ignored; // recoverSaves() tries again
+    fs::remove_all(saveFolder, ignored);
+    return {};
+}
+
 Result<std::vector<std::string>> renditionFiles(const store::LibraryPaths &paths, const AssetRecord &asset) {
-    const std::string folder = paths.renditionFolder(asset.uuid);
-    std::vector<std::string> files;
-    std::error_code error;
-    const fs::directory_iterator entries(folder, error);
-    if (error && error != std::errc::no_such_file_or_directory)
-        return fail(ProblemKind::failed, "can't look through " + folder + ": " + error.message(), folder);
-    for (const auto &entry : entries)
-        if (entry.path().filename().string().starts_with(asset.uuid))
-            files.push_back(entry.path());
-    return files;
+    return filesOfAsset(paths.renditionFolder(asset.uuid), asset.uuid);
 }
 
 /// Of an asset whose removal is noted.
 Result<> removeAllFiles(const store::LibraryPaths &paths, const AssetRecord &asset) {
-    for (const auto &kind : store::thumbnailKinds)
-        ::unlink(paths.thumbnail(asset.uuid, kind.size).c_str());
-    ::unlink(paths.original(asset).c_str());
-    ::unlink(paths.sidecar(asset.uuid).c_str());
-    removeCompanion(paths, asset.uuid);
+    if (auto removed = removeFiles(paths, asset, {}); !removed)
+        return removed;
     const auto renditions = renditionFiles(paths, asset);
     if (!renditions)
         return passOn(renditions);
     for (const std::string &rendition : *renditions)
         ::unlink(rendition.c_str());
     return {};
+}
+
+/// What a save that has not been committed has brought.
+Parts partsOf(const StagedAsset &asset) {
+    return {.sidecar = asset.sidecar.has_value(), .companion = asset.companion.has_value()};
 }
 
 Result<> moveFiles(Library &library, StagedAsset &asset) {
@@ -108,7 +112,7 @@ Result<> commitAssets(Library &library, std::span<StagedAsset *const> assets) {
     for (const StagedAsset *each : assets)
         additions.push_back({each->record, each->unlessPresent, false, true, each->dueFacts,
                              each->hasGivenUUID,
-                             each->companion ? each->companion->row : each->lyingCompanion});
+                             each->companion ? each->companion->row : each->companionOnDisk});
     if (const auto added = library.writer().add(additions); !added)
         return fail(inContext("can't store the asset", added.error()));
     for (std::size_t i = 0; i < assets.size(); ++i) {
@@ -129,7 +133,8 @@ Result<> publishAssets(Library &library, std::span<StagedAsset *const> assets) {
         each->folder.keep();
     if (auto moved = moveAllFiles(library, assets); !moved) {
         for (const StagedAsset *each : assets)
-            removeSavedFiles(library.paths(), each->folder.path(), each->record, each->companion.has_value());
+            static_cast<void>(
+                removeSavedFiles(library.paths(), each->folder.path(), each->record, partsOf(*each)));
         return moved;
     }
     if (auto committed = commitAssets(library, assets); !committed) {
@@ -144,7 +149,8 @@ Result<> publishAssets(Library &library, std::span<StagedAsset *const> assets) {
     std::error_code ignored; // recoverSaves() tries again
     for (const StagedAsset *each : assets)
         if (each->present)
-            removeSavedFiles(library.paths(), each->folder.path(), each->record, each->companion.has_value());
+            static_cast<void>(
+                removeSavedFiles(library.paths(), each->folder.path(), each->record, partsOf(*each)));
         else
             fs::remove_all(each->folder.path(), ignored);
     return {};
@@ -208,14 +214,19 @@ Result<> recoverSave(Library &library, const std::string &folder, const AssetRec
         return passOn(isSaved); // both answers could lose something
     if (!*isSaved) {
         // Unless it was refused, it was not answered, or the store that had its row is lost: the picture is
-        // whole. Its companion waits for it to be saved.
+        // whole. Its sidecar and its companion wait for it to be saved.
         const std::string original = paths.original(asset), found = paths.found() + '/' + asset.filename;
         const bool isWhole = !SaveFolder::isRefused(folder) &&
                              (::access(original.c_str(), F_OK) == 0 || ::access(found.c_str(), F_OK) == 0);
         if (isWhole)
             if (auto moved = moveIntoFolder(original, paths.found()); !moved)
                 return moved;
-        removeSavedFiles(paths, folder, asset, SaveFolder::hasCompanion(folder) && !isWhole);
+        const auto isOwn = [&](SavedPart part) { return !isWhole && SaveFolder::has(folder, part); };
+        if (auto removed = removeSavedFiles(
+                paths, folder, asset,
+                {.sidecar = isOwn(SavedPart::sidecar), .companion = isOwn(SavedPart::companion)});
+            !removed)
+            return removed;
     }
     std::error_code ignored; // the next start tries again
     fs::remove_all(folder, ignored);

@@ -24,7 +24,10 @@ using store::AssetRecord;
 namespace {
 
 constexpr const char *refusedMark = "/refused";
-constexpr const char *companionMark = "/companion";
+
+std::string markOf(const std::string &folder, SavedPart part) {
+    return folder + (part == SavedPart::sidecar ? "/sidecar" : "/companion");
+}
 
 /// What is known before the bytes have been read.
 AssetRecord recordOf(const SaveJob &job, const SaveOrder &order) {
@@ -115,8 +118,8 @@ Result<StagedFile> copySidecar(const SaveJob &job, const std::string &path, cons
     return copy;
 }
 
-/// A file that nothing calls a picture or a video is none. The caller's word counts, and so does that of an
-/// asset that comes back.
+/// Refuses a file that neither its contents nor its name make a picture or a video, unless the caller gave
+/// its kind or its UUID.
 Result<> checkIsMedia(const SaveJob &job, const SaveOrder &order) {
     if (!order.file || order.kind || !job.uuid.empty() || order.type().isMedia)
         return {};
@@ -204,7 +207,7 @@ Result<> takeCompanion(Library &library, const SaveJob &job, const SaveOrder &or
             return {}; // as an asset of its own
     }
     staged.companion = *std::move(companion);
-    return staged.present ? Result<>() : staged.folder.markCompanion();
+    return staged.present ? Result<>() : staged.folder.mark(SavedPart::companion);
 }
 
 /// The file that goes once the asset is saved, if it lies in one of the folders whose files do.
@@ -235,14 +238,15 @@ bool SaveFolder::isRefused(const std::string &folder) {
     return ::access((folder + refusedMark).c_str(), F_OK) == 0;
 }
 
-Result<> SaveFolder::markCompanion() const {
-    if (!openFile(folder + companionMark, O_WRONLY | O_CREAT))
-        return failSystem("make", folder + companionMark);
+Result<> SaveFolder::mark(SavedPart part) const {
+    const std::string mark = markOf(folder, part);
+    if (!openFile(mark, O_WRONLY | O_CREAT))
+        return failSystem("make", mark);
     return {};
 }
 
-bool SaveFolder::hasCompanion(const std::string &folder) {
-    return ::access((folder + companionMark).c_str(), F_OK) == 0;
+bool SaveFolder::has(const std::string &folder, SavedPart part) {
+    return ::access(markOf(folder, part).c_str(), F_OK) == 0;
 }
 
 SaveFolder::~SaveFolder() {
@@ -302,6 +306,9 @@ Result<StagedAsset> stageAsset(Library &library, const SaveJob &job) {
             return passOn(present);
         staged.present = *std::move(present);
     }
+    if (staged.sidecar && !staged.present)
+        if (const auto marked = staged.folder.mark(SavedPart::sidecar); !marked)
+            return passOn(marked);
     std::optional<PictureFacts> facts;
     if (!staged.present) {
         const auto examined = examine(library, job, *order, staged);
@@ -313,10 +320,10 @@ Result<StagedAsset> stageAsset(Library &library, const SaveJob &job) {
         if (const auto added = takeCompanion(library, job, *order, facts, staged); !added)
             return passOn(added);
     } else if (!job.uuid.empty()) {
-        auto lying = lyingCompanion(library.paths(), job.uuid);
-        if (!lying)
-            return passOn(lying);
-        staged.lyingCompanion = *std::move(lying);
+        auto onDisk = companionOnDisk(library.paths(), job.uuid);
+        if (!onDisk)
+            return passOn(onDisk);
+        staged.companionOnDisk = *std::move(onDisk);
     }
     staged.original.close();
     return staged;

@@ -16,6 +16,9 @@
 
 namespace wickerlane::hoardd {
 
+/// What a save may bring beside the original.
+enum class SavedPart { sidecar, companion };
+
 /// The folder that stands for one unfinished save, in the library's Saving folder. It goes with this object
 /// unless it is kept.
 class SaveFolder {
@@ -34,9 +37,9 @@ public:
     /// found after a crash nevertheless, its files are to go.
     void markRefused() const;
     [[nodiscard]] static bool isRefused(const std::string &folder);
-    /// Notes that the save brings a companion: what lies in the place of one is its own.
-    [[nodiscard]] Result<> markCompanion() const;
-    [[nodiscard]] static bool hasCompanion(const std::string &folder);
+    /// Notes that the save brings such a file: the one in that place is its own.
+    [[nodiscard]] Result<> mark(SavedPart part) const;
+    [[nodiscard]] static bool has(const std::string &folder, SavedPart part);
 
 private:
     explicit SaveFolder(std::string made) : folder(std::move(made)) {}
@@ -61,8 +64,8 @@ struct StagedAsset {
     store::AssetRecord record;
     std::optional<StagedFile> sidecar{};        ///< A file of metadata that came with it; sealed and closed.
     std::optional<StagedCompanion> companion{}; ///< The second file of the shot that came with it.
-    /// That of an asset that comes back, which is in its place.
-    std::optional<store::Companion> lyingCompanion{};
+    /// The companion that is on disk already for the UUID that came with the job.
+    std::optional<store::Companion> companionOnDisk{};
     std::optional<StagedThumbnails> preview{}; ///< What serves as its thumbnails for the moment.
     /// What the first look could not read. Thumbnails of the picture itself are due in any case: whether it
     /// can be decoded is known only when they are made.
@@ -70,7 +73,7 @@ struct StagedAsset {
     bool unlessPresent = false;                  ///< Not to be saved when its bytes are there already.
     bool hasGivenUUID = false;                   ///< The job said which UUID it gets.
     std::optional<store::AssetRecord> present{}; ///< The asset that has them.
-    bool cameBack = false;                       ///< That one was in the trash.
+    bool cameBack = false;                       ///< `present` was in the trash until now.
     TakenFile takenFrom{};                       ///< Goes once the asset is saved.
 };
 

@@ -222,6 +222,31 @@ TEST_F(Recovering, CompletesWhatWasCommittedAndUndoesTheRest) {
     EXPECT_FALSE(fs::exists(paths.saving() + "/staged-AAAAAAAA-0000-4000-8000-00000000ABCD"));
 }
 
+TEST_F(Recovering, RemovesNoMetadataButWhatAnUnfinishedSaveBrought) {
+    const struct {
+        const char *what;
+        bool isRefused, isBrought, isKept;
+    } cases[] = {{"saved again", false, true, true},
+                 {"saved again beside what was there", false, false, true},
+                 {"refused", true, true, false},
+                 {"refused beside what was there", true, false, true}};
+    const std::string folder = paths.saving() + '/' + ownUUID + ".PNG", sidecar = paths.sidecar(ownUUID);
+    fs::create_directories(fs::path(sidecar).parent_path());
+    for (const auto &[what, isRefused, isBrought, isKept] : cases) {
+        fs::create_directory(folder);
+        writeFile(paths.folder() + "/DCIM/AA/" + ownUUID + ".PNG", pngOf(fourCorners(4, 4)));
+        writeFile(sidecar, {});
+        if (isRefused)
+            writeFile(folder + "/refused", {});
+        if (isBrought)
+            writeFile(folder + "/sidecar", {});
+        recoverSaves(library());
+        EXPECT_EQ(fs::exists(sidecar), isKept) << what;
+        EXPECT_EQ(fs::exists(paths.found() + '/' + ownUUID + ".PNG"), !isRefused) << what;
+        fs::remove_all(paths.found());
+    }
+}
+
 TEST_F(Recovering, PutsAwayARenditionThatWasNotCommitted) {
     const AssetRecord asset = saved(pngOf(fourCorners(4, 4)));
     const FileBytes edit = pngOf(fourCorners(7, 4)), later = pngOf(fourCorners(8, 4));
