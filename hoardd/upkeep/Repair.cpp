@@ -22,12 +22,12 @@ using store::Finding;
 
 namespace {
 
-bool hasSoundThumbnails(const store::LibraryPaths &paths, const std::string &uuid) {
-    return std::ranges::all_of(store::thumbnailKinds, [&](const store::ThumbnailKind &kind) {
-        const auto sound = store::checkThumbnail(paths.thumbnail(uuid, kind.size), kind.maxSide,
-                                                 store::ThumbnailLook::whole);
-        return sound ||
-               (kind.making == store::ThumbnailMaking::late && sound.error().kind == ProblemKind::notFound);
+bool isStillDamaged(const store::LibraryPaths &paths, const Finding &thumbnail) {
+    return std::ranges::any_of(store::thumbnailKinds, [&](const store::ThumbnailKind &kind) {
+        if (thumbnail.path != paths.thumbnail(thumbnail.uuid, kind.size))
+            return false;
+        const auto sound = store::checkThumbnail(thumbnail.path, kind.maxSide, store::ThumbnailLook::whole);
+        return !sound && sound.error().kind != ProblemKind::notFound;
     });
 }
 
@@ -44,9 +44,9 @@ Result<> repairFinding(Library &library, const Finding &finding) {
     case Finding::Kind::missingThumbnail:
         return makeThumbnailsOf(library, finding.uuid, {});
     case Finding::Kind::damagedThumbnail: // with a new index, since caches may hold the damaged one
-        return hasSoundThumbnails(library.paths(), finding.uuid)
-                   ? Result<>()
-                   : makeThumbnailsOf(library, finding.uuid, {.isForced = true, .newIndex = true});
+        return isStillDamaged(library.paths(), finding)
+                   ? makeThumbnailsOf(library, finding.uuid, {.isForced = true, .newIndex = true})
+                   : Result<>();
     case Finding::Kind::missingRendition:
         return forgetMissingRendition(library, finding.uuid);
     case Finding::Kind::strayOriginal:

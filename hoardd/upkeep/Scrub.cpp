@@ -99,6 +99,7 @@ public:
                     break;
                 bytes += each.asset.byteSize;
                 readings.push_back(reading(std::move(each)));
+                conclusions += readings.back().isConclusive ? 1 : 0;
             }
         });
         std::erase_if(readings, [this](const Reading &each) { return !isToBeNoted(each); });
@@ -106,6 +107,8 @@ public:
 
     /// How many were read, conclusively or not.
     std::size_t count = 0;
+    /// How many of those need not be read again for now.
+    std::size_t conclusions = 0;
 
     [[nodiscard]] const std::vector<Reading> &conclusive() const noexcept { return readings; }
 
@@ -131,6 +134,7 @@ private:
         }
         // From the disk, not from memory, and without pushing anything else out of that.
         static_cast<void>(::posix_fadvise(file.get(), 0, 0, POSIX_FADV_DONTNEED));
+        errno = 0; // it may fail for a reason of its own
         const auto sum = store::sha256OfFile(file.get(), path, [this] { return !library.isEnding(); });
         const int errorNumber = errno;
         static_cast<void>(::posix_fadvise(file.get(), 0, 0, POSIX_FADV_DONTNEED));
@@ -209,7 +213,7 @@ void logReadings(Library &library, const std::vector<Reading> &readings) {
                    original.detail.c_str());
 }
 
-/// Notes, and tells of, what was found.
+/// Stores the results, and posts a bulletin for each new fault.
 Result<> noteReadings(Library &library, const std::vector<Reading> &readings, double now,
                       std::optional<double> scrubbed) {
     const auto isNew = [](const Reading &each) {
@@ -221,8 +225,8 @@ Result<> noteReadings(Library &library, const std::vector<Reading> &readings, do
                 return stored;
             if (!isNew(each))
                 continue;
-            if (const auto told = addOriginalBulletin(database, each.original.asset, now); !told)
-                return told;
+            if (const auto posted = addOriginalBulletin(database, each.original.asset, now); !posted)
+                return posted;
         }
         if (!scrubbed)
             return {};
@@ -289,16 +293,17 @@ Result<ScrubOutcome> scrub(Library &library, double within, double now) {
     });
     Scrub turn(library, now);
     turn.read(std::move(plan->next));
-    const std::size_t done = turn.count;
+    // The pace falls behind by what was inconclusive, so that others are read beside it.
+    const std::size_t done = turn.count, conclusions = turn.conclusions;
     turn.read(std::move(plan->faulty));
-    const double scrubbed = plan->scrubbed + static_cast<double>(done) * each;
+    const double scrubbed = plan->scrubbed + static_cast<double>(conclusions) * each;
     // Without anything to note, the disk is left alone.
     if (turn.count > 0 || (plan->assets > 0 && !plan->isNoted))
         if (const auto noted = noteReadings(library, turn.conclusive(), now, scrubbed); !noted)
             return passOn(noted);
     constexpr double longest = 3600, rounds = 11'520; // of each, pauses of ten minutes where it is 80 days
     return ScrubOutcome{.read = turn.count,
-                        .isBehind = now - scrubbed > pace.behind,
+                        .isBehind = conclusions > 0 && now - scrubbed > pace.behind,
                         .isDue = plan->due > done,
                         .pause = milliseconds(std::llround(
                             1000 * std::min(longest, std::max({each, pace.round / rounds, 0.1}))))};
