@@ -36,6 +36,13 @@ std::string readFrom(int descriptor) {
     return text;
 }
 
+// Two threads that write at once would share a place in it otherwise.
+int makeOutput(const char *name) {
+    const int descriptor = memfd_create(name, MFD_CLOEXEC);
+    EXPECT_EQ(fcntl(descriptor, F_SETFL, O_APPEND), 0);
+    return descriptor;
+}
+
 } // namespace
 
 std::vector<std::byte> jpegPicture() {
@@ -58,7 +65,7 @@ std::ostream &operator<<(std::ostream &stream, const CommandResult &result) {
 
 RunningCommand::RunningCommand(const std::vector<std::string> &arguments,
                                const std::vector<std::string> &wrapper)
-    : outputFile(memfd_create("output", MFD_CLOEXEC)), errorFile(memfd_create("errors", MFD_CLOEXEC)) {
+    : outputFile(makeOutput("output")), errorFile(makeOutput("errors")) {
     std::vector<std::string> words = wrapper;
     words.emplace_back(WICKERLANE_COMMAND);
     words.insert(words.end(), arguments.begin(), arguments.end());
