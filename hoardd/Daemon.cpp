@@ -7,6 +7,7 @@
 #include "hoardd/analysis/LibraryAnalysis.h"
 #include "hoardd/library/Clock.h"
 #include "hoardd/library/StoreBackups.h"
+#include "hoardd/pictures/DerivedSize.h"
 #include "hoardd/pictures/DueClocks.h"
 #include "hoardd/pictures/Thumbnails.h"
 #include "hoardd/saving/FoundFiles.h"
@@ -62,6 +63,8 @@ Daemon::Daemon(DaemonOptions options)
 
 void Daemon::prepareLibrary(Library &library) {
     recoverSaves(library);
+    if (const auto forgotten = forgetUnfinishedChanges(library); !forgotten)
+        JX_LOG(JXLogLevelError, JXPhotosStateLog, "%s", forgotten.error().text.c_str());
     // Beside the requests.
     static_cast<void>(ClientJobs::ownOf(longWork).add({[&library] {
         saveFilesLeftFound(library);
@@ -69,7 +72,10 @@ void Daemon::prepareLibrary(Library &library) {
         tryUndecodable(library, Refused::byOthers);
         makeThumbnailsLeftDue(library);
     }}));
-    static_cast<void>(ClientJobs::ownOf(background).add({[&library] { readClocksLeftDue(library); }}));
+    static_cast<void>(ClientJobs::ownOf(background).add({[&library] {
+        measureLeftUnknown(library);
+        readClocksLeftDue(library);
+    }}));
     library.thumbnailRetry().whenDue([this, &library] {
         static_cast<void>(ClientJobs::ownOf(longWork).add({[&library] { makeThumbnailsLeftDue(library); }}));
     });

@@ -19,6 +19,7 @@
 #include "wickerlane/platform/file/FileLock.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/object/Paths.h"
+#include "wickerlane/store/KeptSums.h"
 
 namespace wickerlane::cli {
 namespace {
@@ -272,10 +273,21 @@ Result<> Restore::restoreDecisions() {
     return {};
 }
 
+/// Thumbnails that a backup leaves out are not there.
+Result<> forgetSizes(const std::string &copy) {
+    auto store = sqlite::Database::open(copy, sqlite::Database::Access::write);
+    if (!store)
+        return passOn(store);
+    sqlite::Transaction transaction(*store);
+    return store::forgetDerivedSizes(*store).and_then([&] { return transaction.commit(); }).and_then([&] {
+        return store->checkpoint();
+    });
+}
+
 Result<> Restore::finish(const std::string &copy) {
     if (const auto decided = restoreDecisions(); !decided)
         outcome.problems.push_back(decided.error());
-    return placeStore(copy);
+    return forgetSizes(copy).and_then([&] { return placeStore(copy); });
 }
 
 Result<RestoreOutcome> Restore::run(bool quiet) {

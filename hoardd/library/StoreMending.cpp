@@ -20,6 +20,7 @@
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/object/Paths.h"
 #include "wickerlane/store/AssetColumns.h"
+#include "wickerlane/store/KeptSums.h"
 #include "wickerlane/store/Schema.h"
 #include "wickerlane/store/Soundness.h"
 
@@ -271,7 +272,9 @@ private:
                     "INSERT INTO zmomentchange (date) SELECT datecreated FROM zgenericasset;"
                     "UPDATE zduplicatestate SET changed = changed + 1;");
             })
-            .and_then([&] { return database.execute(store::recountAssets); });
+            // Backups of the store know files as they were.
+            .and_then([&] { return store::forgetDerivedSizes(database); })
+            .and_then([&] { return store::recountSums(database); });
     }
 
     void noteCount(const std::string &source) {

@@ -12,6 +12,7 @@
 #include "hoardd/library/DurableFolders.h"
 #include "wickerlane/log/JXLog.h"
 #include "wickerlane/platform/file/Files.h"
+#include "wickerlane/store/KeptSums.h"
 #include "wickerlane/store/Sha256Internal.h"
 
 namespace wickerlane::hoardd {
@@ -213,6 +214,18 @@ StoreNotes::StoreNotes(LibraryPaths libraryPaths) : paths(std::move(libraryPaths
     incomplete = ::unlink((notesFolder(paths) + completeFile).c_str()) != 0;
 }
 
+namespace {
+
+/// The size of what is derived from an asset is found out again, so that a change of it alone is not noted.
+std::string unlessMeasured(std::string_view table, std::string_view event) {
+    if (event != "UPDATE" || (table != "zgenericasset" && table != "ztrashedasset"))
+        return {};
+    const std::string column = store::derivedBytesColumn;
+    return " WHEN old." + column + " IS new." + column;
+}
+
+} // namespace
+
 Result<> StoreNotes::watch(Database &database) {
     std::string sql =
         "PRAGMA temp_store=MEMORY; CREATE TEMP TABLE IF NOT EXISTS tempnote (source TEXT, key TEXT, "
@@ -222,8 +235,9 @@ Result<> StoreNotes::watch(Database &database) {
              {std::pair("INSERT", "new"), {"UPDATE", "new"}, {"UPDATE", "old"}, {"DELETE", "old"}})
             // Not by OR IGNORE, which the statement that fires the trigger overrides.
             sql += std::string("CREATE TEMP TRIGGER IF NOT EXISTS note_") + table + event + row + " AFTER " +
-                   event + " ON main." + table + " BEGIN INSERT INTO tempnote SELECT '" + table + "', " +
-                   row + '.' + key + " WHERE NOT EXISTS (SELECT 1 FROM tempnote WHERE source = '" + table +
+                   event + " ON main." + table + unlessMeasured(table, event) +
+                   " BEGIN INSERT INTO tempnote SELECT '" + table + "', " + row + '.' + key +
+                   " WHERE NOT EXISTS (SELECT 1 FROM tempnote WHERE source = '" + table +
                    "' AND key = " + row + '.' + key + "); END;";
     if (const auto watched = database.execute(sql.c_str()); !watched)
         return watched;
@@ -408,7 +422,7 @@ bool insertNotedRow(Database &database, const std::string &table, const std::str
     std::vector<Value> values;
     std::string names, places;
     forEachColumn(columns, [&](std::string_view column, char type, std::string_view value) {
-        if (std::ranges::find(*known, column) == known->end())
+        if (std::ranges::find(*known, column) == known->end() || column == store::derivedBytesColumn)
             return;
         names.append(names.empty() ? "" : ", ").append(column);
         places.append(places.empty() ? "?" : ", ?");

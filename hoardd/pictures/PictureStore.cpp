@@ -23,11 +23,28 @@ Result<> storeDue(Database &database, std::int64_t asset) {
 
 } // namespace
 
+Result<> storeDerivedChange(Database &database, std::int64_t asset) {
+    return database
+        .prepare("UPDATE zgenericasset SET derivedbytes = -1 WHERE pk = ? AND derivedbytes IS NOT -1")
+        .bind(asset)
+        .run();
+}
+
+Result<> storeDerivedBytes(Database &database, std::string_view table, std::int64_t asset,
+                           std::uint64_t bytes) {
+    return database
+        .prepare(std::string("UPDATE ").append(table).append(
+            " SET derivedbytes = iif(pk IN (SELECT asset FROM zduethumbnail), NULL, ?) WHERE pk = ?"))
+        .bind(bytes, asset)
+        .run();
+}
+
 Result<> storeRendition(Database &database, std::int64_t asset, const RenditionRow &row) {
     return database.prepare("INSERT OR REPLACE INTO zrendition VALUES (?, ?, ?, ?, ?)")
         .bind(row.assetUUID, row.filename, Bytes(row.sum), secondsNow(), row.properties)
         .run()
-        .and_then([&] { return storeDue(database, asset); });
+        .and_then([&] { return storeDue(database, asset); })
+        .and_then([&] { return storeDerivedChange(database, asset); });
 }
 
 Result<std::vector<std::string>> assetsEditedAfter(Database &database, double date) {
@@ -148,7 +165,8 @@ Result<> storeNoRendition(Database &database, const store::AssetRecord &asset) {
         .run()
         .and_then([&] {
             return database.prepare("DELETE FROM zrendition WHERE assetuuid = ?").bind(asset.uuid).run();
-        });
+        })
+        .and_then([&] { return storeDerivedChange(database, asset.primaryKey); });
 }
 
 Result<> storeNoThumbnails(Database &database, std::int64_t asset) {

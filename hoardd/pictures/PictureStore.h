@@ -16,6 +16,13 @@
 
 namespace wickerlane::hoardd {
 
+/// The size of what is derived from an asset is unknown until a caller that holds its lock stores it; see
+/// DerivedSize.h.
+[[nodiscard]] Result<> storeDerivedChange(sqlite::Database &database, std::int64_t asset);
+/// It is known, unless thumbnails are due. The table is that of the assets in the library or in the trash.
+[[nodiscard]] Result<> storeDerivedBytes(sqlite::Database &database, std::string_view table,
+                                         std::int64_t asset, std::uint64_t bytes);
+
 /// An asset's edited rendition, of which there is at most one.
 struct RenditionRow {
     std::string_view assetUUID;
@@ -23,7 +30,7 @@ struct RenditionRow {
     const store::Sha256 &sum;
     Bytes properties; ///< The editor's own, as a property list; may be empty.
 };
-/// Thumbnails of it are due from then on.
+/// Thumbnails of it are due from then on, and storeDerivedChange() is done.
 [[nodiscard]] Result<> storeRendition(sqlite::Database &database, std::int64_t asset,
                                       const RenditionRow &row);
 
@@ -66,7 +73,8 @@ assetsWithoutClock(sqlite::Database &database, std::int64_t last, std::size_t li
 /// oldest come first.
 [[nodiscard]] Result<std::vector<store::AssetRecord>> sharedAssetsWithThumbnails(sqlite::Database &database);
 
-/// An asset has no edited rendition any more: its thumbnails are due. Nothing when it has none.
+/// An asset has no edited rendition any more: its thumbnails are due, and storeDerivedChange()
+/// is done. Thumbnails are not due when it had none.
 [[nodiscard]] Result<> storeNoRendition(sqlite::Database &database, const store::AssetRecord &asset);
 
 /// An asset has no thumbnails, and none are due.

@@ -9,6 +9,7 @@
 #include "hoardd/library/StagedFile.h"
 #include "hoardd/library/WorkNote.h"
 #include "hoardd/media/FileType.h"
+#include "hoardd/pictures/DerivedSize.h"
 #include "hoardd/pictures/PictureStore.h"
 #include "hoardd/pictures/PreviewWell.h"
 #include "hoardd/pictures/ShownPicture.h"
@@ -146,8 +147,11 @@ Result<> revertRendition(Library &library, const AssetRecord &asset) {
     for (const auto &kind : store::thumbnailKinds)
         ::unlink(library.paths().thumbnail(asset.uuid, kind.size).c_str());
     leavePreviewWell(library, asset);
-    return library.writer().change(
-        [&](sqlite::Database &database) { return storeNoThumbnails(database, asset.primaryKey); });
+    return library.writer().change([&](sqlite::Database &database) {
+        return storeNoThumbnails(database, asset.primaryKey).and_then([&] {
+            return storeDerivedSize(library, database, asset);
+        });
+    });
 }
 
 Result<> forgetMissingRendition(Library &library, const std::string &uuid) {

@@ -6,6 +6,8 @@
 
 #include <vector>
 
+#include "hoardd/library/DiskReserve.h"
+#include "hoardd/pictures/DerivedSize.h"
 #include "hoardd/pictures/PictureStore.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/store/RenditionReader.h"
@@ -77,6 +79,17 @@ Result<std::vector<Purgeable>> purgeableThumbnails(const Library &library) {
     return thumbnails;
 }
 
+/// A late thumbnail may be missing: that it is need not be noted.
+Result<> storePurged(Library &library, const Purgeable &thumbnail) {
+    return library.writer().change([&](sqlite::Database &database) {
+        return storeDerivedChange(database, thumbnail.asset.primaryKey).and_then([&] {
+            return thumbnail.size == store::ThumbnailSize::preview
+                       ? storePurgedPreview(database, thumbnail.asset.uuid)
+                       : Result<>();
+        });
+    });
+}
+
 } // namespace
 
 Result<std::uint64_t> purgeableBytes(Library &library) {
@@ -106,15 +119,13 @@ Result<std::uint64_t> purge(Library &library, std::uint64_t maxBytes) {
             return passOn(isSafe);
         if (!*isSafe)
             continue;
-        // A late thumbnail may be missing: nothing need be noted.
-        if (each.size == store::ThumbnailSize::preview) {
-            const auto stored = library.writer().change(
-                [&](sqlite::Database &database) { return storePurgedPreview(database, each.asset.uuid); });
-            if (!stored)
-                return passOn(stored);
-        }
+        const auto stored = withDiskReserve(library.paths(), [&] { return storePurged(library, each); });
+        if (!stored)
+            return passOn(stored);
         if (::unlink(each.path.c_str()) == 0)
             freed += each.bytes;
+        if (const auto measured = endDerivedChange(library, each.asset); !measured)
+            return passOn(measured);
     }
     return freed;
 }

@@ -9,6 +9,7 @@
 #include "hoardd/library/DurableFolders.h"
 #include "hoardd/library/Lookup.h"
 #include "hoardd/pictures/AssetFacts.h"
+#include "hoardd/pictures/DerivedSize.h"
 #include "hoardd/pictures/PictureProblem.h"
 #include "hoardd/pictures/PictureStore.h"
 #include "hoardd/pictures/PreviewWell.h"
@@ -112,15 +113,17 @@ Result<Attempt> makeDueFiles(Library &library, const AssetRecord &asset) {
     return attempt;
 }
 
-Result<> storeAttempt(sqlite::Database &database, const Attempt &attempt) {
+Result<> storeAttempt(Library &library, sqlite::Database &database, const Attempt &attempt) {
     if (attempt.outcome == Attempt::Outcome::notDue)
         return {};
     if (attempt.hasFacts)
         if (const auto stored = storeFacts(database, attempt.asset, attempt.hasDate); !stored)
             return stored;
-    if (attempt.outcome == Attempt::Outcome::made)
-        return storeThumbnails(database, attempt.asset.primaryKey, false);
-    return storeUndecodable(database, attempt.asset.primaryKey, attempt.asset.problem, attempt.decoders);
+    const auto stored =
+        attempt.outcome == Attempt::Outcome::made
+            ? storeThumbnails(database, attempt.asset.primaryKey, false)
+            : storeUndecodable(database, attempt.asset.primaryKey, attempt.asset.problem, attempt.decoders);
+    return stored.and_then([&] { return storeUnknownDerivedSize(library, database, attempt.asset); });
 }
 
 /// Whether a failure may be over when it is tried again. An original that is missing seldom comes back.
@@ -200,11 +203,16 @@ Result<StagedThumbnails> stageThumbnails(Library &library, std::string_view uuid
 
 Result<> publishThumbnails(Library &library, StagedThumbnails &thumbnails, const AssetRecord &asset,
                            bool newIndex) {
-    if (auto published = thumbnails.publish(); !published)
+    auto published =
+        beginDerivedChange(library, asset.primaryKey).and_then([&] { return thumbnails.publish(); });
+    if (!published)
         return published;
     redrawPreviewWell(library, asset);
-    return library.writer().change(
-        [&](sqlite::Database &database) { return storeThumbnails(database, asset.primaryKey, newIndex); });
+    return library.writer().change([&](sqlite::Database &database) {
+        return storeThumbnails(database, asset.primaryKey, newIndex).and_then([&] {
+            return storeDerivedSize(library, database, asset);
+        });
+    });
 }
 
 Result<> makeThumbnails(Library &library, const AssetRecord &asset, const ThumbnailRequest &request) {
@@ -229,7 +237,9 @@ Result<> makeLateThumbnails(Library &library, const AssetRecord &asset) {
     auto thumbnails = stageThumbnails(library, asset, ThumbnailMaking::late);
     if (!thumbnails)
         return passOn(thumbnails);
-    return thumbnails->publish();
+    return beginDerivedChange(library, asset.primaryKey)
+        .and_then([&] { return thumbnails->publish(); })
+        .and_then([&] { return endDerivedChange(library, asset); });
 }
 
 std::vector<Result<AssetRecord>> makeDueThumbnails(Library &library, std::span<const AssetRecord> assets) {
@@ -242,7 +252,7 @@ std::vector<Result<AssetRecord>> makeDueThumbnails(Library &library, std::span<c
     const auto stored = library.writer().change([&](sqlite::Database &database) -> Result<> {
         for (const auto &attempt : attempts)
             if (attempt)
-                if (const auto done = storeAttempt(database, *attempt); !done)
+                if (const auto done = storeAttempt(library, database, *attempt); !done)
                     return done;
         return {};
     });

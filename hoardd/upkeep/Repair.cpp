@@ -5,15 +5,16 @@
 #include "hoardd/library/Clock.h"
 #include "hoardd/library/Failures.h"
 #include "hoardd/library/Lookup.h"
+#include "hoardd/pictures/DerivedSize.h"
 #include "hoardd/pictures/Renditions.h"
 #include "hoardd/pictures/Thumbnails.h"
 #include "hoardd/saving/AssetFiles.h"
 #include "hoardd/saving/FoundFiles.h"
 #include "hoardd/upkeep/RowRepair.h"
 #include "hoardd/upkeep/Scrub.h"
-#include "hoardd/upkeep/UpkeepStore.h"
 #include "wickerlane/log/JXLog.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
+#include "wickerlane/store/KeptSums.h"
 #include "wickerlane/store/LibraryCheck.h"
 
 namespace wickerlane::hoardd {
@@ -56,6 +57,10 @@ Result<> repairFinding(Library &library, const Finding &finding) {
     case Finding::Kind::strayThumbnail:
     case Finding::Kind::strayRendition:
         return moveStray(library, finding.path, library.paths().lostAndFound());
+    case Finding::Kind::wrongSize:
+        return measureAgain(library, finding.uuid);
+    case Finding::Kind::wrongSum:
+        return library.writer().change(store::recountSums);
     default:
         return fail(ProblemKind::failed, finding.detail.empty() ? "it can't be repaired" : finding.detail);
     }
@@ -109,9 +114,6 @@ Result<> repairLibrary(Library &library) {
     const auto report = store::checkLibrary(library.paths(), options);
     if (!report)
         return passOn(report);
-    const auto recounted = library.writer().change(recountAssets);
-    if (!recounted)
-        failures.add("the counts of assets", recounted.error());
     for (const Finding &finding : report->findings) {
         if (library.isEnding())
             return stopped();
@@ -127,6 +129,7 @@ Result<> repairLibrary(Library &library) {
     }
     saveFilesLeftFound(library); // companions of assets that have gone
     tryAgain(library, report->findings, failures);
+    measureLeftUnknown(library);
     return failures.result("things could not be repaired");
 }
 

@@ -1,12 +1,10 @@
 #include "hoardd/upkeep/Sizes.h"
 
-#include <algorithm>
 #include <filesystem>
 #include <limits>
 #include <string>
-#include <utility>
 
-#include "hoardd/library/TrashStore.h"
+#include "wickerlane/store/KeptSums.h"
 
 namespace wickerlane::hoardd {
 
@@ -34,72 +32,47 @@ std::uint64_t bytesOf(const std::string &path) {
     return none ? 0 : bytes;
 }
 
-Result<std::uint64_t> companionBytes(Library &library, std::string_view table) {
-    return library
-        .read([table](sqlite::Database &database) {
-            return database.integer(std::string("SELECT coalesce(sum(bytesize), 0) FROM ").append(table));
-        })
-        .map([](std::int64_t bytes) { return static_cast<std::uint64_t>(bytes); });
-}
-
-struct TrashSizes {
-    std::uint64_t originals = 0;
-    std::uint64_t derived = 0;
-};
-
-Result<TrashSizes> trashSizes(Library &library) {
-    const store::LibraryPaths &paths = library.paths();
-    const auto trashed = library.read([](sqlite::Database &database) {
-        return trashedUntil(database, std::numeric_limits<double>::max());
-    });
-    const auto renditions = library.read([](sqlite::Database &database) {
-        return database.prepare("SELECT assetuuid, filename FROM ztrashedrendition")
-            .all([](const sqlite::Statement &row) {
-                return std::pair(std::string(row.text(0)), std::string(row.text(1)));
-            });
-    });
-    if (!trashed)
-        return passOn(trashed);
-    if (!renditions)
-        return passOn(renditions);
-    const auto companions = companionBytes(library, store::trashedCompanionTable);
-    if (!companions)
-        return passOn(companions);
-    TrashSizes sizes;
-    sizes.originals = *companions;
-    for (const store::AssetRecord &asset : *trashed) {
-        sizes.originals += asset.byteSize;
-        for (const auto &kind : store::thumbnailKinds)
-            sizes.derived += bytesOf(paths.thumbnail(asset.uuid, kind.size));
-    }
-    for (const auto &[uuid, filename] : *renditions)
-        sizes.derived += bytesOf(paths.renditionFolder(uuid) + '/' + filename);
-    return sizes;
+/// The bytes of what is derived from assets of which the store does not know it.
+Result<std::uint64_t> unmeasuredBytes(const Library &library, sqlite::Database &database,
+                                      store::AssetsIn place) {
+    const auto assets = unmeasuredAssets(database, place, 0,
+                                         static_cast<std::size_t>(std::numeric_limits<std::int64_t>::max()));
+    if (!assets)
+        return passOn(assets);
+    std::uint64_t bytes = 0;
+    for (const store::UnmeasuredAsset &each : *assets)
+        bytes += bytesOfDerivedFiles(library.paths(), each.uuid, each.rendition);
+    return bytes;
 }
 
 } // namespace
 
 Result<std::map<std::uint32_t, std::uint64_t>> librarySizes(Library &library) {
-    const auto counts = library.assets().counts();
-    if (!counts)
-        return passOn(counts);
-    const auto trash = trashSizes(library);
-    if (!trash)
-        return passOn(trash);
-    const auto companions = companionBytes(library, store::companionTable);
-    if (!companions)
-        return passOn(companions);
+    const auto kept = library.read([&](sqlite::Database &database) -> Result<store::KeptSizes> {
+        auto sizes = store::readKeptSizes(database);
+        if (!sizes)
+            return sizes;
+        const auto derived = unmeasuredBytes(library, database, store::AssetsIn::library),
+                   trash = unmeasuredBytes(library, database, store::AssetsIn::trash);
+        if (!derived)
+            return passOn(derived);
+        if (!trash)
+            return passOn(trash);
+        sizes->derived += *derived;
+        sizes->trash += *trash;
+        return sizes;
+    });
+    if (!kept)
+        return passOn(kept);
     const store::LibraryPaths &paths = library.paths();
-    const std::string data = paths.folder() + "/PhotoData";
     std::map<std::uint32_t, std::uint64_t> sizes;
     const auto set = [&](SizeKind kind, std::uint64_t bytes) {
         sizes[static_cast<std::uint32_t>(kind)] = bytes;
     };
-    set(SizeKind::photos, counts->photoBytes + *companions); // only pictures have any
-    set(SizeKind::videos, counts->videoBytes);
-    const std::uint64_t derived = bytesBelow(data + "/Thumbnails") + bytesBelow(data + "/Renditions");
-    set(SizeKind::derived, derived - std::min(derived, trash->derived));
-    set(SizeKind::trash, trash->originals + trash->derived);
+    set(SizeKind::photos, kept->photos + kept->companions); // only pictures have any
+    set(SizeKind::videos, kept->videos);
+    set(SizeKind::derived, kept->derived);
+    set(SizeKind::trash, kept->trash);
     set(SizeKind::database, bytesOf(paths.database()) + bytesOf(paths.database() + "-wal") +
                                 bytesOf(paths.database() + "-shm") + bytesBelow(paths.albums()));
     return sizes;

@@ -12,7 +12,7 @@ namespace wickerlane::hoardd {
 
 using protocol::SizeKind;
 
-/// Bytes of each kind, by its number. Looks at every derived file.
+/// Bytes of each kind, by its number. Looks only at the files of assets whose size the store does not know.
 [[nodiscard]] Result<std::map<std::uint32_t, std::uint64_t>> librarySizes(Library &library);
 
 } // namespace wickerlane::hoardd

@@ -1,6 +1,6 @@
 #include "hoardd/upkeep/UpkeepStore.h"
 
-#include "wickerlane/store/Schema.h"
+#include "wickerlane/store/KeptSums.h"
 
 namespace wickerlane::hoardd {
 
@@ -18,10 +18,6 @@ Result<> deleteChanges(Database &database) {
     return database.execute("DELETE FROM zchange");
 }
 
-Result<> recountAssets(Database &database) {
-    return database.execute(store::recountAssets);
-}
-
 // Groups of duplicates whose state is lost are stale.
 Result<> repairSingletons(Database &database, std::string_view identity) {
     return database.prepare("INSERT INTO zlibrary SELECT ? WHERE NOT EXISTS (SELECT 1 FROM zlibrary)")
@@ -31,10 +27,9 @@ Result<> repairSingletons(Database &database, std::string_view identity) {
             return database.execute(
                 "DELETE FROM zlibrary WHERE rowid > (SELECT min(rowid) FROM zlibrary);"
                 "INSERT INTO zduplicatestate SELECT 1, 0 WHERE NOT EXISTS (SELECT 1 FROM zduplicatestate);"
-                "DELETE FROM zduplicatestate WHERE rowid > (SELECT min(rowid) FROM zduplicatestate);"
-                "INSERT OR IGNORE INTO zcount (kind, number) VALUES (0, 0), (1, 0);");
+                "DELETE FROM zduplicatestate WHERE rowid > (SELECT min(rowid) FROM zduplicatestate);");
         })
-        .and_then([&] { return recountAssets(database); });
+        .and_then([&] { return store::recountSums(database); });
 }
 
 } // namespace wickerlane::hoardd

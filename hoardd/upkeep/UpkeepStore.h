@@ -22,11 +22,8 @@ struct Termination {
 
 [[nodiscard]] Result<> deleteChanges(sqlite::Database &database);
 
-/// Counts the assets again.
-[[nodiscard]] Result<> recountAssets(sqlite::Database &database);
-
 /// Sees to it that there is one of each row of which there must be one: of the library's identity, of the
-/// state of duplicates, and of the count of each kind, which is right.
+/// state of duplicates, and of each count and sum, which is right.
 [[nodiscard]] Result<> repairSingletons(sqlite::Database &database, std::string_view identity);
 
 } // namespace wickerlane::hoardd

@@ -1,5 +1,7 @@
 // Repair, sizes and demo mode, without a daemon.
 #include <atomic>
+#include <cstring>
+#include <functional>
 #include <thread>
 
 #include "hoardd/albums/AlbumStore.h"
@@ -10,12 +12,15 @@
 #include "hoardd/library/Clock.h"
 #include "hoardd/library/Lookup.h"
 #include "hoardd/library/StoreNotes.h"
+#include "hoardd/pictures/DerivedSize.h"
 #include "hoardd/pictures/Renditions.h"
 #include "hoardd/pictures/ShownPicture.h"
+#include "hoardd/pictures/Thumbnails.h"
 #include "hoardd/saving/AssetFiles.h"
 #include "hoardd/saving/FoundFiles.h"
 #include "hoardd/saving/Publication.h"
 #include "hoardd/saving/Restore.h"
+#include "hoardd/saving/Trash.h"
 #include "hoardd/upkeep/DemoMode.h"
 #include "hoardd/upkeep/Repair.h"
 #include "hoardd/upkeep/Sizes.h"
@@ -112,7 +117,9 @@ TEST_F(Repair, MakesThumbnailsAgainThatAreNotWhatWasWritten) {
     EXPECT_EQ(found(store::ThumbnailLook::whole), "");
     for (const auto &[what, bytes, isSeenAtTheEnds] : cases) {
         writeFile(path, bytes);
-        EXPECT_EQ(found(store::ThumbnailLook::name), "") << what;
+        EXPECT_EQ(found(store::ThumbnailLook::name),
+                  bytes.size() == whole.size() ? "" : "thumbnails of another size " + path)
+            << what;
         EXPECT_EQ(found(store::ThumbnailLook::ends), isSeenAtTheEnds ? damaged : "") << what;
         EXPECT_EQ(found(store::ThumbnailLook::whole), damaged) << what;
         const std::int64_t index = recordOf(asset.uuid).thumbnailIndex;
@@ -275,23 +282,123 @@ TEST_F(Repair, MendsTextsThatAreNone) {
     EXPECT_TRUE(*library().read([](sqlite::Database &database) { return personInfo(database, "A\uFFFD"); }));
 }
 
-TEST_F(Sizes, AreThoseOfTheFiles) {
-    const FileBytes one = jpegOf(fourCorners(300, 200)), two = pngOf(fourCorners(40, 40));
+TEST_F(Sizes, AreThoseOfTheFilesWhateverChanges) {
+    const FileBytes one = jpegOf(fourCorners(2500, 1500)), two = pngOf(fourCorners(40, 40)),
+                    edit = jpegOf(fourCorners(300, 100));
+    const auto derivedFiles = [&] {
+        std::uint64_t bytes = 0;
+        for (const char *folder : {"/PhotoData/Thumbnails", "/PhotoData/Renditions"})
+            for (const auto &entry : fs::recursive_directory_iterator(paths.folder() + folder))
+                bytes += entry.is_regular_file() ? entry.file_size() : 0;
+        return bytes;
+    };
+    fs::create_directories(paths.folder() + "/PhotoData/Renditions");
     EXPECT_EQ(size(SizeKind::photos), 0U);
-    const auto asset = saved(one);
-    static_cast<void>(saved(two));
-    EXPECT_EQ(size(SizeKind::photos), one.size() + two.size());
-    EXPECT_EQ(size(SizeKind::videos), 0U);
-    const std::uint64_t derived = size(SizeKind::derived), database = size(SizeKind::database);
-    std::uint64_t thumbnails = 0;
-    for (const auto &entry : fs::recursive_directory_iterator(paths.folder() + "/PhotoData/Thumbnails"))
-        thumbnails += entry.is_regular_file() ? entry.file_size() : 0;
-    EXPECT_EQ(derived, thumbnails);
+    const auto asset = saved(one), other = saved(two), broken = saved(FileBytes(200, std::byte{7}));
+    const auto picture = dataOf(edit);
+    const struct {
+        const char *what;
+        std::function<bool()> change;
+        bool isInTrash = false;
+    } steps[] = {
+        {"thumbnails are due", [] { return true; }},
+        {"made",
+         [&] {
+             makeThumbnailsLeftDue(library());
+             return true;
+         }},
+        {"a late one", [&] { return makeLateThumbnails(library(), recordOf(asset.uuid)).has_value(); }},
+        {"an edit",
+         [&] { return setRendition(library(), recordOf(asset.uuid), *picture, nullptr).has_value(); }},
+        {"a late one of the edit",
+         [&] { return makeLateThumbnails(library(), recordOf(asset.uuid)).has_value(); }},
+        {"no edit", [&] { return revertRendition(library(), recordOf(asset.uuid)).has_value(); }},
+        {"made again",
+         [&] {
+             return makeThumbnails(library(), recordOf(other.uuid), {.isForced = true, .newIndex = true})
+                 .has_value();
+         }},
+        {"in the trash", [&] { return trashAsset(library(), recordOf(asset.uuid)).has_value(); }, true},
+        {"back", [&] { return restoreFromTrash(library(), asset.uuid).has_value(); }},
+        {"removed", [&] { return removeAsset(library(), recordOf(other.uuid)).has_value(); }},
+    };
+    for (const auto &[what, change, isInTrash] : steps) {
+        ASSERT_TRUE(change()) << what;
+        const std::uint64_t originals = isInTrash ? asset.byteSize : 0;
+        EXPECT_EQ(size(SizeKind::derived) + size(SizeKind::trash), derivedFiles() + originals) << what;
+        EXPECT_EQ(size(SizeKind::trash) > originals, isInTrash) << what;
+        EXPECT_EQ(size(SizeKind::videos), 0U);
+    }
+    EXPECT_EQ(size(SizeKind::photos), one.size() + broken.byteSize);
+    execute("DELETE FROM zduethumbnail"); // of what can't be decoded
+    measureLeftUnknown(library());
+    fs::remove_all(paths.folder() + "/PhotoData/Thumbnails");
+    EXPECT_GT(size(SizeKind::derived), 0U) << "no file was looked at";
+
+    const std::uint64_t database = size(SizeKind::database);
     EXPECT_GE(database, fs::file_size(paths.database()));
-    writeFile(paths.renditionFolder(asset.uuid) + "/x.JPG", one);
     writeFile(paths.albums() + "/x/assets", two);
-    EXPECT_EQ(size(SizeKind::derived), derived + one.size());
     EXPECT_EQ(size(SizeKind::database), database + two.size());
+}
+
+// The store of a process that was killed between a change of the files and the commit after it.
+TEST_F(Sizes, AreRightAfterAKillWithinAChange) {
+    const auto asset = saved(jpegOf(fourCorners(300, 200))), other = saved(jpegOf(fourCorners(301, 200)));
+    makeThumbnailsLeftDue(library());
+    const std::uint64_t before = size(SizeKind::derived);
+    ASSERT_TRUE(beginDerivedChange(library(), asset.primaryKey));
+    const std::string late = paths.thumbnail(asset.uuid, store::ThumbnailSize::large);
+    writeFile(late, FileBytes(100));
+    EXPECT_EQ(size(SizeKind::derived), before + 100);
+    measureLeftUnknown(library());
+    writeFile(late, FileBytes(200));
+    EXPECT_EQ(size(SizeKind::derived), before + 200)
+        << "only the thread that changes the files measures them";
+
+    ASSERT_TRUE(forgetUnfinishedChanges(library())); // the next process
+    EXPECT_EQ(size(SizeKind::derived), before + 200);
+    measureLeftUnknown(library());
+    writeFile(late, FileBytes(300));
+    EXPECT_EQ(size(SizeKind::derived), before + 200) << "kept from now on";
+    fs::remove(late);
+    ASSERT_TRUE(endDerivedChange(library(), asset));
+    EXPECT_EQ(size(SizeKind::derived), before);
+    EXPECT_EQ(faults(), "");
+}
+
+TEST_F(Sizes, AndCountsThatAreWrongAreFoundAndPutRight) {
+    const FileBytes bytes = jpegOf(fourCorners(300, 200));
+    const auto asset = saved(bytes), trashed = saved(jpegOf(fourCorners(301, 200)));
+    makeThumbnailsLeftDue(library());
+    ASSERT_TRUE(trashAsset(library(), recordOf(trashed.uuid)));
+    const auto sizes = [&] {
+        auto all = librarySizes(library()).value();
+        all.erase(static_cast<std::uint32_t>(SizeKind::database)); // changes with each commit
+        return all;
+    };
+    const auto before = sizes();
+    const std::string store = "wrong sum in the store " + paths.database() + '\n',
+                      thumbnail = "thumbnails of another size ";
+    const auto smallOf = [&](const store::AssetRecord &each) {
+        return thumbnail + paths.thumbnail(each.uuid, store::ThumbnailSize::small) + '\n';
+    };
+    const std::pair<const char *, std::string> cases[] = {
+        {"UPDATE zcount SET number = number + 1 WHERE kind = 1", store},
+        {"UPDATE zcount SET bytes = 0", store},
+        {"DELETE FROM zcount WHERE kind = 0", store + store},
+        {"UPDATE zsize SET bytes = 5", store + store + store},
+        {"DELETE FROM zsize", store + store + store},
+        {"UPDATE zgenericasset SET derivedbytes = derivedbytes + 1", smallOf(asset)},
+        {"UPDATE ztrashedasset SET derivedbytes = 0", smallOf(trashed)},
+    };
+    EXPECT_EQ(faults(), "");
+    for (const auto &[sql, found] : cases) {
+        execute(sql);
+        EXPECT_EQ(faults(), found) << sql;
+        EXPECT_TRUE(repairLibrary(library())) << sql;
+        EXPECT_EQ(faults(), "") << sql;
+        EXPECT_EQ(sizes(), before) << sql;
+    }
 }
 
 TEST_F(DemoMode, TakesOutWhatCameAfterADate) {

@@ -8,6 +8,7 @@
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/store/AnalysisReader.h"
+#include "wickerlane/store/KeptSums.h"
 #include "wickerlane/store/ObjectStore.h"
 
 using namespace wickerlane;
@@ -59,8 +60,13 @@ TEST(Schema, AnOlderLibraryGainsWhatItLacks) {
         "UPDATE zgenericasset SET width = 3;"));
     EXPECT_EQ(counted(), std::pair(std::uint64_t{3}, std::uint64_t{3}));
     ASSERT_TRUE(writer->execute("UPDATE zcount SET number = 70;"));
-    ASSERT_TRUE(writer->execute(recountAssets));
+    ASSERT_TRUE(recountSums(*writer));
     EXPECT_EQ(counted(), std::pair(std::uint64_t{3}, std::uint64_t{3}));
+    EXPECT_TRUE(wrongSums(*writer)->empty());
+    const auto unmeasured = unmeasuredAssets(*writer, AssetsIn::library, 2, 3);
+    ASSERT_TRUE(unmeasured) << unmeasured.error().text;
+    ASSERT_EQ(unmeasured->size(), 3U) << "their files are looked at later";
+    EXPECT_EQ(unmeasured->front().primaryKey, 3);
 }
 
 // Of a library that had a feed only when somebody asked for it.

@@ -14,6 +14,7 @@
 #include "wickerlane/platform/object/Paths.h"
 #include "wickerlane/store/AssetColumns.h"
 #include "wickerlane/store/CompanionReader.h"
+#include "wickerlane/store/KeptSums.h"
 #include "wickerlane/store/OriginalFault.h"
 #include "wickerlane/store/Schema.h"
 #include "wickerlane/store/Soundness.h"
@@ -69,6 +70,9 @@ private:
     void checkThumbnails(const AssetRecord &asset);
     [[nodiscard]] bool isDamaged(const std::string &thumbnail, const ThumbnailKind &kind) const;
     [[nodiscard]] Result<> checkTrash(Database &database);
+    [[nodiscard]] Result<> checkSums(Database &database);
+    [[nodiscard]] Result<> checkSizes(Database &database, AssetsIn place);
+    [[nodiscard]] Result<bool> hasWrongSize(Database &database, const std::string &uuid) const;
     [[nodiscard]] Result<> readFaults(Database &database);
     void checkStrays(const std::vector<std::string> &files, Finding::Kind kind);
     void noteUnderWay();
@@ -150,6 +154,10 @@ Result<> Check::confirm(Database &database) {
         using Kind = Finding::Kind;
         const std::string name(lastPathComponent(finding.path));
         struct stat status {};
+        if (finding.kind == Kind::wrongSum)
+            return true; // it was read and counted as of one time
+        if (finding.kind == Kind::wrongSize)
+            return hasWrongSize(database, finding.uuid);
         if (finding.uuid.empty()) // a stray
             return !underWay.contains(name.substr(0, uuidLength)) &&
                    ::lstat(finding.path.c_str(), &status) == 0;
@@ -241,7 +249,77 @@ Result<> Check::checkRows(Database &database) {
                 return;
             const std::string uuid(row.text(0));
             checkRendition(uuid, paths.renditionFolder(uuid) + '/' + std::string(row.text(1)), row.blob(2));
-        });
+        })
+        .and_then([&] { return checkSums(database); });
+}
+
+Result<> Check::checkSums(Database &database) {
+    for (const AssetsIn place : {AssetsIn::library, AssetsIn::trash})
+        if (auto checked = checkSizes(database, place); !checked || isCancelled())
+            return checked;
+    const auto wrong = wrongSums(database);
+    if (!wrong)
+        return passOn(wrong);
+    for (const WrongSum &each : *wrong)
+        find(Finding::Kind::wrongSum, {}, paths.database(),
+             each.what + ": " + std::to_string(each.kept) + ", where " + std::to_string(each.counted) +
+                 " were counted");
+    return {};
+}
+
+/// The UUID, the size and the name of the edited rendition of each asset whose size is known.
+std::string selectSizes(AssetsIn place) {
+    return std::string("SELECT uuid, derivedbytes, coalesce(renditions.filename, '') FROM ") +
+           (place == AssetsIn::library ? "zgenericasset LEFT JOIN zrendition"
+                                       : "ztrashedasset LEFT JOIN ztrashedrendition") +
+           " AS renditions ON assetuuid = uuid WHERE derivedbytes >= 0";
+}
+
+/// A file that was found missing or damaged already needs no second finding.
+Result<> Check::checkSizes(Database &database, AssetsIn place) {
+    std::unordered_set<std::string> faulty;
+    for (const Finding &each : report.findings)
+        if (each.kind == Finding::Kind::missingThumbnail || each.kind == Finding::Kind::damagedThumbnail ||
+            each.kind == Finding::Kind::missingRendition)
+            faulty.insert(each.uuid);
+    return database.prepare(selectSizes(place)).forEach([&](const Statement &row) {
+        const std::string uuid(row.text(0));
+        if (isCancelled() || faulty.contains(uuid) || !isUUID(uuid))
+            return;
+        const std::uint64_t bytes = bytesOfDerivedFiles(paths, uuid, row.text(2));
+        if (bytes != static_cast<std::uint64_t>(row.integer(1)))
+            find(Finding::Kind::wrongSize, uuid, paths.thumbnail(uuid, ThumbnailSize::small),
+                 std::to_string(row.integer(1)) + " bytes with the other thumbnails, where " +
+                     std::to_string(bytes) + " were found");
+    });
+}
+
+/// The size is unknown while the files change.
+Result<bool> Check::hasWrongSize(Database &database, const std::string &uuid) const {
+    struct Row {
+        std::int64_t bytes;
+        std::string rendition;
+        bool operator==(const Row &) const = default;
+    };
+    const auto read = [&] {
+        return database
+            .prepare(selectSizes(AssetsIn::library) + " AND uuid = ?1 UNION ALL " +
+                     selectSizes(AssetsIn::trash) + " AND uuid = ?1")
+            .bind(uuid)
+            .first([](const Statement &row) {
+                return Row{row.integer(1), std::string(row.text(2))};
+            });
+    };
+    const auto before = read();
+    if (!before)
+        return passOn(before);
+    if (!*before)
+        return false;
+    const std::uint64_t bytes = bytesOfDerivedFiles(paths, uuid, (*before)->rendition);
+    const auto after = read();
+    if (!after)
+        return passOn(after);
+    return *after == *before && bytes != static_cast<std::uint64_t>((*before)->bytes);
 }
 
 Result<> Check::readFaults(Database &database) {
@@ -437,6 +515,10 @@ const char *nameOf(Finding::Kind kind) noexcept {
         return "stray file among the renditions";
     case Finding::Kind::strayCompanion:
         return "stray file among the companions";
+    case Finding::Kind::wrongSize:
+        return "thumbnails of another size";
+    case Finding::Kind::wrongSum:
+        return "wrong sum in the store";
     }
     return "";
 }

@@ -34,6 +34,8 @@ struct Finding {
         strayThumbnail,   ///< A file among the thumbnails that no asset has.
         strayRendition,   ///< A file among the renditions that no asset has.
         strayCompanion,   ///< A file among the second files that no asset has.
+        wrongSize,        ///< Thumbnails or an edited rendition whose size is not what the store adds up.
+        wrongSum,         ///< A count or a sum of the store that is not what counting again gives.
     };
     Kind kind;
     std::string uuid;   ///< Of the asset; empty for files without one.

@@ -492,10 +492,70 @@ UPDATE zcloudfeedentry SET (startdate, enddate) =
 CREATE INDEX zgenericasset_noclock ON zgenericasset (pk) WHERE clockdate IS NULL;
 )sql";
 
+// What the thumbnails and the edited rendition of each asset take, and the sums of what takes room: adding
+// them up would take longer the more there is. See KeptSums.h.
+constexpr const char *derivedSizes = R"sql(
+ALTER TABLE zgenericasset ADD COLUMN derivedbytes INTEGER;
+ALTER TABLE ztrashedasset ADD COLUMN derivedbytes INTEGER;
+CREATE INDEX zgenericasset_unmeasured ON zgenericasset (pk) WHERE coalesce(derivedbytes, -1) < 0;
+CREATE INDEX ztrashedasset_unmeasured ON ztrashedasset (pk) WHERE coalesce(derivedbytes, -1) < 0;
+CREATE TRIGGER zduethumbnail_derived_insert AFTER INSERT ON zduethumbnail BEGIN
+    UPDATE zgenericasset SET derivedbytes = NULL WHERE pk = new.asset AND derivedbytes IS NOT NULL;
+END;
+CREATE TABLE zsize (
+    what TEXT PRIMARY KEY,
+    bytes INTEGER NOT NULL
+);
+INSERT INTO zsize VALUES
+    ('derived', 0),
+    ('companions', (SELECT coalesce(sum(bytesize), 0) FROM zcompanion)),
+    ('trash', (SELECT coalesce(sum(bytesize), 0) FROM ztrashedasset) +
+              (SELECT coalesce(sum(bytesize), 0) FROM ztrashedcompanion));
+CREATE TRIGGER zgenericasset_derived_insert AFTER INSERT ON zgenericasset WHEN new.derivedbytes > 0 BEGIN
+    UPDATE zsize SET bytes = bytes + new.derivedbytes WHERE what = 'derived';
+END;
+CREATE TRIGGER zgenericasset_derived_delete AFTER DELETE ON zgenericasset WHEN old.derivedbytes > 0 BEGIN
+    UPDATE zsize SET bytes = bytes - old.derivedbytes WHERE what = 'derived';
+END;
+CREATE TRIGGER zgenericasset_derived_update AFTER UPDATE OF derivedbytes ON zgenericasset BEGIN
+    UPDATE zsize SET bytes = bytes + max(coalesce(new.derivedbytes, 0), 0) - max(coalesce(old.derivedbytes, 0), 0)
+        WHERE what = 'derived';
+END;
+CREATE TRIGGER zcompanion_size_insert AFTER INSERT ON zcompanion BEGIN
+    UPDATE zsize SET bytes = bytes + new.bytesize WHERE what = 'companions';
+END;
+CREATE TRIGGER zcompanion_size_delete AFTER DELETE ON zcompanion BEGIN
+    UPDATE zsize SET bytes = bytes - old.bytesize WHERE what = 'companions';
+END;
+CREATE TRIGGER zcompanion_size_update AFTER UPDATE OF bytesize ON zcompanion BEGIN
+    UPDATE zsize SET bytes = bytes + new.bytesize - old.bytesize WHERE what = 'companions';
+END;
+CREATE TRIGGER ztrashedasset_size_insert AFTER INSERT ON ztrashedasset BEGIN
+    UPDATE zsize SET bytes = bytes + coalesce(new.bytesize, 0) + max(coalesce(new.derivedbytes, 0), 0) WHERE what = 'trash';
+END;
+CREATE TRIGGER ztrashedasset_size_delete AFTER DELETE ON ztrashedasset BEGIN
+    UPDATE zsize SET bytes = bytes - coalesce(old.bytesize, 0) - max(coalesce(old.derivedbytes, 0), 0) WHERE what = 'trash';
+END;
+CREATE TRIGGER ztrashedasset_size_update AFTER UPDATE OF bytesize, derivedbytes ON ztrashedasset BEGIN
+    UPDATE zsize SET bytes = bytes + coalesce(new.bytesize, 0) + max(coalesce(new.derivedbytes, 0), 0)
+                                   - coalesce(old.bytesize, 0) - max(coalesce(old.derivedbytes, 0), 0) WHERE what = 'trash';
+END;
+CREATE TRIGGER ztrashedcompanion_size_insert AFTER INSERT ON ztrashedcompanion BEGIN
+    UPDATE zsize SET bytes = bytes + coalesce(new.bytesize, 0) WHERE what = 'trash';
+END;
+CREATE TRIGGER ztrashedcompanion_size_delete AFTER DELETE ON ztrashedcompanion BEGIN
+    UPDATE zsize SET bytes = bytes - coalesce(old.bytesize, 0) WHERE what = 'trash';
+END;
+CREATE TRIGGER ztrashedcompanion_size_update AFTER UPDATE OF bytesize ON ztrashedcompanion BEGIN
+    UPDATE zsize SET bytes = bytes + coalesce(new.bytesize, 0) - coalesce(old.bytesize, 0) WHERE what = 'trash';
+END;
+)sql";
+
 // New tables and columns are added by a step of their own at the end.
-constexpr const char *steps[] = {
-    assets,        renditions, durations, sums,        counts, analyses, albums, sharing,    feed,
-    dueThumbnails, clocks,     decoders,  currentFeed, visits, trash,    scrubs, companions, shrinkingFeed};
+constexpr const char *steps[] = {assets,   renditions, durations,     sums,        counts,
+                                 analyses, albums,     sharing,       feed,        dueThumbnails,
+                                 clocks,   decoders,   currentFeed,   visits,      trash,
+                                 scrubs,   companions, shrinkingFeed, derivedSizes};
 
 constexpr const char *ofUUID = "assetuuid IN (SELECT uuid FROM zgenericasset WHERE pk = ?1 UNION ALL "
                                "SELECT uuid FROM ztrashedasset WHERE pk = ?1)";

@@ -41,11 +41,6 @@ inline constexpr const char *selectCounts = "SELECT (SELECT number FROM zcount W
                                             "(SELECT bytes FROM zcount WHERE kind = 0), "
                                             "(SELECT bytes FROM zcount WHERE kind = 1)";
 
-/// Counts again what the triggers keep.
-inline constexpr const char *recountAssets =
-    "UPDATE zcount SET (number, bytes) = (SELECT count(*), coalesce(sum(bytesize), 0) FROM zgenericasset "
-    "WHERE zgenericasset.kind = zcount.kind);";
-
 } // namespace wickerlane::store
 
 #endif
