@@ -34,8 +34,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Files in one request. Few, so that progress is shown often and Ctrl-C takes effect soon.
-constexpr std::size_t batchSize = 8;
+/// Files in one request, and their bytes. Few enough that progress is shown often and Ctrl-C takes effect
+/// soon; small files are many, so that the daemon syncs and commits many at once.
+constexpr std::size_t maxFilesOfBatch = 48;
+constexpr std::uintmax_t maxBytesOfBatch = 8 << 20;
 /// Requests that are sent before the first is answered, so that the daemon never waits for the next one.
 constexpr std::size_t maxPendingBatches = 3;
 /// Of a file that is sent by its bytes: what a message can hold besides.
@@ -313,13 +315,26 @@ std::vector<Source> receiveBatch(const Batch &batch, Report &report) {
     return apart;
 }
 
+/// The first files of those that are left, which are sent in one request.
+std::span<const Source> nextBatch(std::span<const Source> files) {
+    if (sendsBytes())
+        return files.first(1); // they are held until they are answered
+    std::size_t count = 0;
+    for (std::uintmax_t bytes = 0; count < std::min(files.size(), maxFilesOfBatch); ++count) {
+        std::error_code unknown;
+        const std::uintmax_t size = fs::file_size(files[count].path, unknown);
+        bytes += unknown ? 0 : size;
+        if (count > 0 && bytes > maxBytesOfBatch)
+            break;
+    }
+    return files.first(count);
+}
+
 void saveFiles(std::vector<Source> files, const Options &options, Report &report) {
     const auto pairs = std::ranges::count_if(files, [](const Source &each) { return !each.second.empty(); });
     Progress progress("saved", files.size() + static_cast<std::size_t>(pairs), options.quiet);
     std::deque<Batch> pending;
     std::size_t sent = 0;
-    // Bytes that are sent are held until they are answered.
-    const std::size_t filesAtOnce = sendsBytes() ? 1 : batchSize;
     const std::size_t batchesAtOnce = sendsBytes() ? 1 : maxPendingBatches;
     while (sent < files.size() || !pending.empty()) {
         report.interrupted = isInterrupted();
@@ -327,7 +342,7 @@ void saveFiles(std::vector<Source> files, const Options &options, Report &report
         if (!sendMore && pending.empty())
             break;
         if (sendMore && sent < files.size() && pending.size() < batchesAtOnce) {
-            const auto next = std::span(files).subspan(sent, std::min(filesAtOnce, files.size() - sent));
+            const auto next = nextBatch(std::span<const Source>(files).subspan(sent));
             pending.push_back(sendBatch(next, options.again, report));
             sent += next.size();
             continue;

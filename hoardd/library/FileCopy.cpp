@@ -4,8 +4,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <memory>
 #include <span>
-#include <vector>
 
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/file/Retry.h"
@@ -16,13 +16,14 @@ namespace {
 
 /// Through this process, for pairs of file systems that can't copy among themselves.
 Result<> copyThroughMemory(int source, int destination, const std::string &path) {
-    std::vector<std::byte> block(256 << 10);
+    constexpr std::size_t blockBytes = 256 << 10;
+    const auto block = std::make_unique_for_overwrite<std::byte[]>(blockBytes);
     for (off_t offset = 0;;) {
         const ssize_t count =
-            retryInterrupted([&] { return ::pread(source, block.data(), block.size(), offset); });
+            retryInterrupted([&] { return ::pread(source, block.get(), blockBytes, offset); });
         if (count == 0)
             return {};
-        if (count < 0 || !writeAll(destination, std::span(block).first(static_cast<std::size_t>(count))))
+        if (count < 0 || !writeAll(destination, std::span(block.get(), static_cast<std::size_t>(count))))
             return failSystem("write", path);
         offset += count;
     }

@@ -84,15 +84,27 @@ void post(const char *name) {
 } // namespace
 
 Library::Library(UniqueFd held, std::unique_ptr<Store> writer, std::unique_ptr<store::StoreReader> opened,
-                 MediaWorkersOptions mediaWorkers)
-    : lock(std::move(held)), countNotice([] { post(RZPhotosAndVideosCountNotificationName); }),
-      bulletinNotice([] {
+                 UniqueFd libraryFolder, MediaWorkersOptions mediaWorkers)
+    : lock(std::move(held)), folder(std::move(libraryFolder)),
+      countNotice([] { post(RZPhotosAndVideosCountNotificationName); }), bulletinNotice([] {
           post(JXPinwallBulletinsChangedNotification->UTF8String());
           post(JXBadgeCountChangedNotification->UTF8String());
       }),
       store(std::move(writer)), reader(std::move(opened)), workers(std::move(mediaWorkers)) {
     store->whenCountsChange([this] { countNotice.noteChange(); });
     store->whenBulletinsChange([this] { bulletinNotice.noteChange(); });
+    lateSync.whenDue([this](std::int64_t round) { return syncThumbnails(round); });
+}
+
+Result<> Library::syncThumbnails(std::int64_t round) {
+    if (::syncfs(folder.get()) == 0)
+        return store->noteSynced(round);
+    const int error = errno;
+    dueThumbnails.noteFailure();
+    return store->noteLost(round).and_then([&] {
+        errno = error;
+        return Result<>(failSystem("sync", paths().folder()));
+    });
 }
 
 Result<std::unique_ptr<Library>> Library::open(const store::LibraryPaths &paths,
@@ -113,8 +125,11 @@ Result<std::unique_ptr<Library>> Library::open(const store::LibraryPaths &paths,
     auto reader = store::StoreReader::open(paths);
     if (!reader)
         return passOn(reader);
-    std::unique_ptr<Library> library(
-        new Library(*std::move(lock), *std::move(writer), *std::move(reader), std::move(mediaWorkers)));
+    UniqueFd folder = openFile(paths.folder(), O_RDONLY | O_DIRECTORY);
+    if (!folder)
+        return failSystem("open", paths.folder());
+    std::unique_ptr<Library> library(new Library(*std::move(lock), *std::move(writer), *std::move(reader),
+                                                 std::move(folder), std::move(mediaWorkers)));
     library->countNotice.noteChange(); // one that was killed may not have posted it
     return library;
 }

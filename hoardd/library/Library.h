@@ -8,6 +8,7 @@
 
 #include "hoardd/library/AssetLocks.h"
 #include "hoardd/library/ChangeNotice.h"
+#include "hoardd/library/LateSync.h"
 #include "hoardd/library/Retry.h"
 #include "hoardd/library/Store.h"
 #include "hoardd/media/MediaWorkers.h"
@@ -54,6 +55,9 @@ public:
     /// Asks for the thumbnails that could not be made.
     [[nodiscard]] Retry &thumbnailRetry() noexcept { return dueThumbnails; }
 
+    /// Syncs the thumbnails that are in their places and due for no other reason, see Store::noteSynced().
+    [[nodiscard]] LateSync &thumbnailSync() noexcept { return lateSync; }
+
     /// Whether the process is about to end: work that takes long stops where it can, with stopped().
     [[nodiscard]] bool isEnding() const noexcept { return ending; }
     void end() noexcept { ending = true; }
@@ -61,6 +65,8 @@ public:
     /// Leaves the database file standing alone. No save may be under way.
     void close() {
         dueThumbnails.stop();
+        static_cast<void>(lateSync.syncNow()); // else they are made again
+        lateSync.stop();
         countNotice.flush();
         bulletinNotice.flush();
         static_cast<void>(store->checkpoint()); // the log keeps what could not be moved
@@ -69,9 +75,11 @@ public:
 
 private:
     Library(UniqueFd held, std::unique_ptr<Store> writer, std::unique_ptr<store::StoreReader> opened,
-            MediaWorkersOptions mediaWorkers);
+            UniqueFd libraryFolder, MediaWorkersOptions mediaWorkers);
+    [[nodiscard]] Result<> syncThumbnails(std::int64_t round);
 
     UniqueFd lock;
+    UniqueFd folder; ///< Open all the time, so that no failure to write its files is missed.
     ChangeNotice countNotice;
     ChangeNotice bulletinNotice;
     Retry dueThumbnails;
@@ -81,6 +89,7 @@ private:
     AssetLocks assetLocks;
     Mutex previewWell;
     std::atomic<bool> ending{false};
+    LateSync lateSync;
 };
 
 } // namespace wickerlane::hoardd

@@ -55,10 +55,18 @@ Result<> StagedFile::sync() {
     return {};
 }
 
-Result<> StagedFile::seal() {
+void StagedFile::startSync() noexcept {
+    ::sync_file_range(file.get(), 0, 0, SYNC_FILE_RANGE_WRITE);
+}
+
+Result<> StagedFile::protect() {
     if (::fchmod(file.get(), 0400) != 0)
         return failSystem("write", stagedPath);
-    return sync();
+    return {};
+}
+
+Result<> StagedFile::seal() {
+    return protect().and_then([&] { return sync(); });
 }
 
 Result<> StagedFile::moveTo(const std::string &place) {

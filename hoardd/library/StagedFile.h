@@ -33,8 +33,12 @@ public:
     /// Copies a regular file, see copyFile().
     [[nodiscard]] Result<> copyFrom(int source);
     [[nodiscard]] Result<store::Sha256> sum() const;
+    /// Lets the disk begin to take it; it is not synced by that.
+    void startSync() noexcept;
     [[nodiscard]] Result<> sync();
-    /// Makes it an original, which nothing alters from here on: read-only and synced.
+    /// Makes it an original, which nothing alters from here on: read-only.
+    [[nodiscard]] Result<> protect();
+    /// The same, synced.
     [[nodiscard]] Result<> seal();
     /// Closes the descriptor; the file can still be published.
     void close() noexcept { file.reset(); }

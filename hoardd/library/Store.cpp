@@ -77,6 +77,31 @@ Result<Database> openPrepared(const store::LibraryPaths &paths) {
 
 namespace {
 
+/// The thumbnails that were made for rounds up to this one are due again, so that their size is unknown;
+/// those of all, without it.
+Result<> noteRoundsLost(Database &database, std::optional<std::int64_t> round = std::nullopt) {
+    const struct {
+        std::string due, assets;
+    } places[] = {{"zduethumbnail", "zgenericasset"}, {"ztrashedduethumbnail", "ztrashedasset"}};
+    const std::string lost = "made <> 0 AND coalesce(made <= ?, 1)";
+    for (const auto &[due, assets] : places) {
+        auto noted =
+            database
+                .prepare("UPDATE " + assets + " SET derivedbytes = NULL WHERE pk IN (SELECT asset FROM " +
+                         due + " WHERE " + lost + ") AND derivedbytes IS NOT NULL")
+                .bind(round)
+                .run()
+                .and_then([&] {
+                    return database.prepare("UPDATE " + due + " SET made = 0 WHERE " + lost)
+                        .bind(round)
+                        .run();
+                });
+        if (!noted)
+            return noted;
+    }
+    return {};
+}
+
 Result<> insertCompanion(Database &database, std::string_view uuid, const store::Companion &companion) {
     return database
         .prepare("INSERT INTO zcompanion (assetuuid, filename, originalfilename, format, bytesize, sha256) "
@@ -96,6 +121,9 @@ Result<std::unique_ptr<Store>> Store::open(const store::LibraryPaths &paths) {
     const MutexLock lock(store->databaseMutex);
     if (const auto watched = store->notes.watch(store->database); !watched)
         return fail(inContext("can't open " + paths.database(), watched.error(), paths.database()));
+    // Of an earlier process, which did not come to sync them.
+    if (const auto due = noteRoundsLost(store->database); !due)
+        return fail(inContext("can't open " + paths.database(), due.error(), paths.database()));
     store->noticeChanges();
     return store;
 }
@@ -179,8 +207,9 @@ Result<> Store::insert(std::span<Pending *const> group) {
     if (!transaction.isOpen())
         return fail(database.problem());
     sqlite::Statement statement = database.prepare(store::insertAsset);
-    sqlite::Statement due = database.prepare("INSERT INTO zduethumbnail VALUES (?)");
+    sqlite::Statement due = database.prepare("INSERT INTO zduethumbnail (asset, made) VALUES (?, ?)");
     sqlite::Statement facts = database.prepare("INSERT INTO zduefacts VALUES (?, ?)");
+    sqlite::Statement size = database.prepare("UPDATE zgenericasset SET derivedbytes = ? WHERE pk = ?");
     struct Found {
         Addition *addition;
         store::AssetRecord record;
@@ -211,8 +240,12 @@ Result<> Store::insert(std::span<Pending *const> group) {
                 if (const auto added = insertCompanion(database, addition.record.uuid, *addition.companion);
                     !added)
                     return added;
-            if (addition.thumbnailsAreDue)
-                if (const auto noted = due.bind(addition.record.primaryKey).run(); !noted)
+            if (const auto noted = due.bind(addition.record.primaryKey, addition.thumbnailRound).run();
+                !noted)
+                return noted;
+            if (addition.thumbnailRound != 0)
+                if (const auto noted = size.bind(addition.thumbnailBytes, addition.record.primaryKey).run();
+                    !noted)
                     return noted;
             if (addition.dueFacts == DueFacts::none)
                 continue;
@@ -376,7 +409,8 @@ Result<std::vector<store::AssetRecord>> Store::select(const char *condition, con
 Result<std::vector<store::AssetRecord>> Store::due(std::int64_t last, std::size_t limit) {
     const MutexLock lock(databaseMutex);
     return ascending(
-        select("WHERE pk IN (SELECT asset FROM zduethumbnail) AND pk > ? ORDER BY pk LIMIT ?", last, limit),
+        select("WHERE pk IN (SELECT asset FROM zduethumbnail WHERE made = 0) AND pk > ? ORDER BY pk LIMIT ?",
+               last, limit),
         last);
 }
 
@@ -393,7 +427,17 @@ Result<std::vector<store::AssetRecord>> Store::addedSince(double date) {
 
 Result<bool> Store::isDue(std::int64_t asset) {
     const MutexLock lock(databaseMutex);
-    return database.prepare("SELECT 1 FROM zduethumbnail WHERE asset = ?").bind(asset).any();
+    return database.prepare("SELECT 1 FROM zduethumbnail WHERE asset = ? AND made = 0").bind(asset).any();
+}
+
+Result<> Store::noteSynced(std::int64_t round) {
+    return change([&](sqlite::Database &written) {
+        return written.prepare("DELETE FROM zduethumbnail WHERE made BETWEEN 1 AND ?").bind(round).run();
+    });
+}
+
+Result<> Store::noteLost(std::int64_t round) {
+    return change([&](sqlite::Database &written) { return noteRoundsLost(written, round); });
 }
 
 Result<Store::DueFacts> Store::dueFacts(std::int64_t asset) {

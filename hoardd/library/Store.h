@@ -35,7 +35,9 @@ public:
         store::AssetRecord record;  ///< Gets its primary key; or becomes the one that was present.
         bool unlessPresent = false; ///< Not when there is one with the same sum; one in the trash comes back.
         bool wasPresent = false;    ///< There was: nothing has been added.
-        bool thumbnailsAreDue = false; ///< They are still to be made; see due().
+        /// In which its thumbnails are synced, see LateSync; 0: they are due.
+        std::int64_t thumbnailRound = 0;
+        std::uint64_t thumbnailBytes = 0; ///< What they take, unless they are due.
         DueFacts dueFacts = DueFacts::none;
         bool leavesTrashAlone = false;               ///< One in the trash does not come back.
         std::optional<store::Companion> companion{}; ///< The second file of the shot, in its place.
@@ -79,6 +81,11 @@ public:
     /// Of the assets after the last commit that has been answered, or a later one. Nothing when they can't be
     /// read. Doesn't wait for the database.
     [[nodiscard]] std::optional<Counts> counts() const WL_EXCLUDES(countsMutex);
+
+    /// The thumbnails that were made for a round, or for one before it, survive a crash from now on.
+    [[nodiscard]] Result<> noteSynced(std::int64_t round);
+    /// They may have been lost, and are due again.
+    [[nodiscard]] Result<> noteLost(std::int64_t round);
 
     /// Whether an asset is there and its thumbnails are due.
     [[nodiscard]] Result<bool> isDue(std::int64_t asset);

@@ -220,12 +220,15 @@ MediaWorkers::MediaWorkers(MediaWorkersOptions options) : pools(std::make_unique
 MediaWorkers::~MediaWorkers() = default;
 
 FirstLook MediaWorkers::examine(int picture, std::span<const ThumbnailTarget> thumbnails) {
-    const auto answer = pools->runOnPicture(WorkerRequest::Kind::examine, picture, thumbnails);
+    auto answer = pools->runOnPicture(WorkerRequest::Kind::examine, picture, thumbnails);
+    // Its pixels may have been too much for the worker, and what it says of itself can still be read.
+    if (!answer && !thumbnails.empty())
+        answer = pools->runOnPicture(WorkerRequest::Kind::examine, picture, {});
     if (!answer)
-        return {{}, false, passOn(answer)};
-    const auto ended = unlessRefused(*answer);
-    return {plausibleFacts(answer->facts), ended && answer->hasPreview != 0,
-            ended ? Result<>() : passOn(ended)};
+        return {{}, QuickThumbnails::none, passOn(answer)};
+    if (const auto ended = unlessRefused(*answer); !ended)
+        return {plausibleFacts(answer->facts), QuickThumbnails::none, passOn(ended)};
+    return {plausibleFacts(answer->facts), answer->thumbnails};
 }
 
 Result<PictureFacts> MediaWorkers::probe(int picture, std::span<const ThumbnailTarget> thumbnails) {

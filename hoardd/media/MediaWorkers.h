@@ -15,12 +15,12 @@
 
 namespace wickerlane::hoardd {
 
-/// What a first look finds, which does not decode the picture: that it ended well is no promise that the
-/// picture can be decoded.
+/// What a first look finds. It decodes small pictures only: that it ended well is no promise that the picture
+/// can be decoded, unless thumbnails were made of it.
 struct FirstLook {
     /// What could be read, even when the look failed: a file that cannot be decoded may well have a date.
     PictureFacts facts;
-    bool hasPreview = false; ///< The file carries a preview of itself, of which the thumbnails were made.
+    QuickThumbnails thumbnails = QuickThumbnails::none;
     Result<> ended{};
 };
 
@@ -68,9 +68,9 @@ public:
     /// No call may be under way.
     ~MediaWorkers();
 
-    /// Reads what a picture says of itself, and makes thumbnails as probe() does, but of the small preview
-    /// that many cameras put into the file: the work of a moment. Fails when probe() would at the picture's
-    /// header.
+    /// Reads what a picture says of itself, and makes thumbnails as probe() does when that is the work of a
+    /// moment: of a small picture, or of the small preview that many cameras put into the file. Fails when
+    /// probe() would at the picture's header.
     [[nodiscard]] FirstLook examine(int picture, std::span<const ThumbnailTarget> thumbnails);
 
     /// Reads what a picture says of itself and makes up to 4 JPEG thumbnails of it, upright, in sRGB, on

@@ -28,6 +28,13 @@ struct ThumbnailTarget {
     int output = -1;           ///< Open for writing, at the start of an empty file; stays the caller's.
 };
 
+/// What thumbnails were made of that are the work of a moment.
+enum class QuickThumbnails : std::uint32_t {
+    none,      ///< They were not made.
+    ofPreview, ///< A preview that the file carries.
+    ofPicture, ///< The picture itself, which is small.
+};
+
 /// What an image is to be written as.
 struct ImageSettings {
     MediaFormat format = MediaFormat::jpeg; ///< JPEG, PNG or WebP.

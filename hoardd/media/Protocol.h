@@ -21,7 +21,7 @@ namespace wickerlane::hoardd::media {
 inline constexpr int workerSocket = 3;
 
 /// Tells two builds of the packets apart.
-inline constexpr std::uint32_t protocolVersion = 8;
+inline constexpr std::uint32_t protocolVersion = 9;
 
 inline constexpr std::size_t maxThumbnails = 4;
 inline constexpr std::size_t maxDescriptors = 1 + maxThumbnails;
@@ -37,7 +37,7 @@ struct Hello {
 /// What is asked of a worker. Thumbnails and pictures are descriptors, which travel beside it.
 struct WorkerRequest {
     enum class Kind : std::uint32_t {
-        examine,     ///< Facts, and thumbnails of the preview in the file; descriptors as for a probe.
+        examine,     ///< Facts, and the thumbnails that take a moment; descriptors as for a probe.
         probe,       ///< Facts and thumbnails; descriptors: the picture, then an output a thumbnail.
         fingerprint, ///< How a picture looks, at `settings.maxSide`; descriptor: the picture.
         render,      ///< Another format or size; descriptors: the picture, the output.
@@ -55,8 +55,8 @@ struct WorkerRequest {
 struct WorkerAnswer {
     MediaFailure failure = MediaFailure::none;
     PlainText<192> reason;
-    PictureFacts facts;           ///< Of an image that was written, its format and size.
-    std::uint32_t hasPreview = 0; ///< The outputs of examining have been written.
+    PictureFacts facts; ///< Of an image that was written, its format and size.
+    QuickThumbnails thumbnails = QuickThumbnails::none; ///< Of examining, when they have been written.
     PlainOptional<Fingerprint> fingerprint;
 };
 

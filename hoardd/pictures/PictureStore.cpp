@@ -18,7 +18,7 @@ Result<> storeNotDue(Database &database, std::int64_t asset) {
 }
 
 Result<> storeDue(Database &database, std::int64_t asset) {
-    return database.prepare("INSERT OR IGNORE INTO zduethumbnail VALUES (?)").bind(asset).run();
+    return database.prepare("INSERT OR REPLACE INTO zduethumbnail (asset) VALUES (?)").bind(asset).run();
 }
 
 } // namespace
@@ -34,7 +34,8 @@ Result<> storeDerivedBytes(Database &database, std::string_view table, std::int6
                            std::uint64_t bytes) {
     return database
         .prepare(std::string("UPDATE ").append(table).append(
-            " SET derivedbytes = iif(pk IN (SELECT asset FROM zduethumbnail), NULL, ?) WHERE pk = ?"))
+            " SET derivedbytes = iif(pk IN (SELECT asset FROM zduethumbnail WHERE made = 0), NULL, ?) WHERE "
+            "pk = ?"))
         .bind(bytes, asset)
         .run();
 }
@@ -53,10 +54,12 @@ Result<std::vector<std::string>> assetsEditedAfter(Database &database, double da
         .all([](const sqlite::Statement &row) { return std::string(row.text(0)); });
 }
 
-Result<> storeThumbnails(Database &database, std::int64_t asset, bool newIndex) {
+namespace {
+
+Result<> storeShown(Database &database, std::int64_t asset, bool newIndex) {
     return database
         .prepare("UPDATE zgenericasset SET thumbnailindex = thumbnailindex + 1 WHERE pk = ? AND "
-                 "(? OR pk IN (SELECT asset FROM zduethumbnail))")
+                 "(? OR pk IN (SELECT asset FROM zduethumbnail WHERE made = 0))")
         .bind(asset, newIndex)
         .run()
         .and_then([&] {
@@ -64,8 +67,23 @@ Result<> storeThumbnails(Database &database, std::int64_t asset, bool newIndex) 
                 .prepare("UPDATE zgenericasset SET previewpurged = 0 WHERE pk = ? AND previewpurged")
                 .bind(asset)
                 .run();
-        })
-        .and_then([&] { return storeNotDue(database, asset); });
+        });
+}
+
+} // namespace
+
+Result<> storeThumbnails(Database &database, std::int64_t asset, bool newIndex) {
+    return storeShown(database, asset, newIndex).and_then([&] { return storeNotDue(database, asset); });
+}
+
+Result<> storeDueThumbnails(Database &database, std::int64_t asset, std::int64_t round) {
+    return storeShown(database, asset, false).and_then([&] {
+        return database
+            .prepare("UPDATE zduethumbnail SET made = ? "
+                     "WHERE asset = ? AND asset NOT IN (SELECT asset FROM zduefacts)")
+            .bind(round, asset)
+            .run();
+    });
 }
 
 Result<> storeUndecodable(Database &database, std::int64_t asset, std::string_view reason,
@@ -129,8 +147,9 @@ Result<> storeClock(Database &database, const store::AssetRecord &record) {
 
 Result<std::int64_t> storeUndecodableDue(Database &database, std::optional<std::string_view> decoders) {
     return database
-        .prepare("INSERT OR IGNORE INTO zduethumbnail SELECT pk FROM zgenericasset WHERE problem <> '' "
-                 "AND width = 0 AND pk NOT IN (SELECT asset FROM zundecodable WHERE decoders = ?)")
+        .prepare(
+            "INSERT OR REPLACE INTO zduethumbnail (asset) SELECT pk FROM zgenericasset WHERE problem <> '' "
+            "AND width = 0 AND pk NOT IN (SELECT asset FROM zundecodable WHERE decoders = ?)")
         .bind(decoders)
         .run()
         .and_then([&] { return database.integer("SELECT changes()"); });
@@ -151,7 +170,7 @@ Result<std::vector<store::AssetRecord>> sharedAssetsWithThumbnails(Database &dat
     return database
         .prepare(std::string(store::selectAssets) +
                  "WHERE thumbnailindex > 0 AND width > 0 AND previewkeptuntil < ? AND pk NOT IN (SELECT "
-                 "asset FROM zduethumbnail) "
+                 "asset FROM zduethumbnail WHERE made = 0) "
                  "AND pk IN (SELECT asset FROM zalbumasset JOIN zalbum ON zalbum.pk = album "
                  "WHERE streamid IS NOT NULL) ORDER BY pk")
         .bind(secondsNow())
@@ -160,7 +179,7 @@ Result<std::vector<store::AssetRecord>> sharedAssetsWithThumbnails(Database &dat
 
 Result<> storeNoRendition(Database &database, const store::AssetRecord &asset) {
     return database
-        .prepare("INSERT OR IGNORE INTO zduethumbnail SELECT ? FROM zrendition WHERE assetuuid = ?")
+        .prepare("INSERT OR REPLACE INTO zduethumbnail (asset) SELECT ? FROM zrendition WHERE assetuuid = ?")
         .bind(asset.primaryKey, asset.uuid)
         .run()
         .and_then([&] {

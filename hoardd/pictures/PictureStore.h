@@ -37,9 +37,12 @@ struct RenditionRow {
 /// The UUIDs of the assets that got their renditions after a date.
 [[nodiscard]] Result<std::vector<std::string>> assetsEditedAfter(sqlite::Database &database, double date);
 
-/// The thumbnails of an asset are in their places. Its thumbnail index counts up, which tells caches that
-/// there are others now: if `newIndex`, and always when they were due.
+/// The thumbnails of an asset are in their places, synced. Its thumbnail index counts up, which tells caches
+/// that there are others now: if `newIndex`, and always when they were due.
 [[nodiscard]] Result<> storeThumbnails(sqlite::Database &database, std::int64_t asset, bool newIndex);
+
+/// The thumbnails of an asset, which were due, are in their places, and synced with that round; see LateSync.
+[[nodiscard]] Result<> storeDueThumbnails(sqlite::Database &database, std::int64_t asset, std::int64_t round);
 
 /// Why the picture of an asset whose thumbnails are due can't be decoded, and what refused it. Nothing when
 /// they are not due.

@@ -1,6 +1,8 @@
 #include "hoardd/pictures/Thumbnails.h"
 
 #include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -44,9 +46,10 @@ struct Attempt {
     enum class Outcome { notDue, made, undecodable };
     Outcome outcome = Outcome::notDue;
     AssetRecord asset;
-    bool hasFacts = false; ///< The record has what the original says of itself...
-    bool hasDate = false;  ///< ... with its date.
-    std::string decoders;  ///< That refused the picture.
+    bool hasFacts = false;  ///< The record has what the original says of itself...
+    bool hasDate = false;   ///< ... with its date.
+    std::string decoders;   ///< That refused the picture.
+    std::int64_t round = 0; ///< In which the thumbnails that were made are synced.
 };
 
 /// Reads what the original says of itself, where nothing sound has been read so far. Gives whether it can be
@@ -105,8 +108,9 @@ Result<Attempt> makeDueFiles(Library &library, const AssetRecord &asset) {
         setUndecodable(attempt.asset, thumbnails.error().text);
         return attempt;
     }
-    if (const auto published = thumbnails->publish(); !published)
-        return passOn(published);
+    if (const auto placed = thumbnails->place(); !placed)
+        return passOn(placed);
+    attempt.round = library.thumbnailSync().round();
     attempt.outcome = Attempt::Outcome::made;
     ++attempt.asset.thumbnailIndex;
     redrawPreviewWell(library, asset);
@@ -121,7 +125,7 @@ Result<> storeAttempt(Library &library, sqlite::Database &database, const Attemp
             return stored;
     const auto stored =
         attempt.outcome == Attempt::Outcome::made
-            ? storeThumbnails(database, attempt.asset.primaryKey, false)
+            ? storeDueThumbnails(database, attempt.asset.primaryKey, attempt.round)
             : storeUndecodable(database, attempt.asset.primaryKey, attempt.asset.problem, attempt.decoders);
     return stored.and_then([&] { return storeUnknownDerivedSize(library, database, attempt.asset); });
 }
@@ -148,36 +152,61 @@ Result<StagedThumbnails> StagedThumbnails::create(const store::LibraryPaths &pat
                                                   ThumbnailMaking making) {
     StagedThumbnails made;
     made.folder = paths.thumbnailFolder(uuid);
+    made.saving = paths.saving();
     for (const store::ThumbnailKind &kind : store::thumbnailKinds) {
         if (kind.making != making) {
             if (making == ThumbnailMaking::early)
                 made.stale.push_back(paths.thumbnail(uuid, kind.size));
             continue;
         }
-        auto file = StagedFile::create(paths.saving());
-        if (!file)
-            return passOn(file);
-        made.open.push_back({kind.maxSide, file->descriptor()});
-        made.all.push_back({*std::move(file), paths.thumbnail(uuid, kind.size)});
+        UniqueFd memory(::memfd_create("hoardd thumbnail", MFD_CLOEXEC));
+        if (!memory)
+            return failSystem("make", paths.thumbnail(uuid, kind.size));
+        made.open.push_back({kind.maxSide, memory.get()});
+        made.all.push_back({std::move(memory), paths.thumbnail(uuid, kind.size)});
     }
     return made;
 }
 
+Result<> StagedThumbnails::write() {
+    for (Thumbnail &each : all) {
+        if (each.file)
+            continue;
+        auto file = StagedFile::create(saving);
+        if (!file)
+            return passOn(file);
+        if (auto copied = file->copyFrom(each.memory.get()); !copied)
+            return copied;
+        struct stat status {};
+        if (::fstat(file->descriptor(), &status) != 0)
+            return failSystem("write", each.place);
+        byteCount += static_cast<std::uint64_t>(status.st_size);
+        each.file = *std::move(file);
+        each.memory.reset();
+    }
+    open.clear();
+    return {};
+}
+
 Result<> StagedThumbnails::place() {
+    if (auto written = write(); !written)
+        return written;
     if (!makeFolders(folder))
         return failSystem("make", folder);
     for (const std::string &each : stale)
         if (::unlink(each.c_str()) != 0 && errno != ENOENT)
             return failSystem("remove", each);
     for (Thumbnail &each : all)
-        if (auto moved = each.file.moveTo(each.place); !moved)
+        if (auto moved = each.file->moveTo(each.place); !moved)
             return moved;
     return {};
 }
 
 Result<> StagedThumbnails::publish() {
+    if (auto written = write(); !written)
+        return written;
     for (Thumbnail &each : all)
-        if (auto synced = each.file.sync(); !synced)
+        if (auto synced = each.file->sync(); !synced)
             return synced;
     if (auto placed = place(); !placed)
         return placed;
@@ -257,6 +286,7 @@ std::vector<Result<AssetRecord>> makeDueThumbnails(Library &library, std::span<c
         return {};
     });
     noteOutcomes(library, attempts);
+    library.thumbnailSync().note();
     std::vector<Result<AssetRecord>> results;
     results.reserve(assets.size());
     for (auto &attempt : attempts)

@@ -2,6 +2,7 @@
 #ifndef HOARDD_PICTURES_THUMBNAILS_H
 #define HOARDD_PICTURES_THUMBNAILS_H
 
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -12,9 +13,10 @@
 
 namespace wickerlane::hoardd {
 
-/// The thumbnails of one asset that are made at one time, while they are made: files that go with this object
-/// unless they have been moved to their places. When the early ones take their places, the late ones go: they
-/// show what the early ones showed before.
+/// The thumbnails of one asset that are made at one time, while they are made: in memory until they are
+/// written, so that what comes to nothing costs no files, and gone with this object unless they have been
+/// moved to their places. When the early ones take their places, the late ones go: they show what the early
+/// ones showed before.
 class StagedThumbnails {
 public:
     [[nodiscard]] static Result<StagedThumbnails>
@@ -22,6 +24,10 @@ public:
 
     /// To be written by a media worker, all of them.
     [[nodiscard]] std::span<const ThumbnailTarget> targets() const noexcept { return open; }
+    /// Writes what the worker made into files, and lets go of the memory; place() and publish() do so, too.
+    [[nodiscard]] Result<> write();
+    /// Of what was written.
+    [[nodiscard]] std::uint64_t bytes() const noexcept { return byteCount; }
     /// Puts them in their places. They may not survive a crash, so the store must say that they are due.
     [[nodiscard]] Result<> place();
     /// Puts them in their places, synced.
@@ -29,15 +35,18 @@ public:
 
 private:
     struct Thumbnail {
-        StagedFile file;
+        UniqueFd memory;
         std::string place;
+        std::optional<StagedFile> file{};
     };
     StagedThumbnails() = default;
 
     std::string folder;
+    std::string saving;             ///< The folder for files on their way.
     std::vector<std::string> stale; ///< Paths of what goes.
     std::vector<Thumbnail> all;
-    std::vector<ThumbnailTarget> open;
+    std::uint64_t byteCount = 0;
+    std::vector<ThumbnailTarget> open; ///< Empty once they are written.
 };
 
 // Work on an open library. Problems are `invalid` when the picture itself can't be decoded.

@@ -72,11 +72,11 @@ Parts partsOf(const StagedAsset &asset) {
 
 Result<> moveFiles(Library &library, StagedAsset &asset) {
     const std::string original = library.paths().original(asset.record);
-    if (asset.preview) {
-        // They last until the real thumbnails take their places, so that nothing need be synced; those of a
-        // picture that can't be decoded may stay.
+    if (asset.thumbnails) {
+        // They last until the real thumbnails take their places, or are synced later; those of a picture that
+        // can't be decoded may stay.
         const bool isSound = asset.record.problem.empty() && asset.dueFacts == Store::DueFacts::none;
-        if (auto moved = isSound ? asset.preview->place() : asset.preview->publish(); !moved)
+        if (auto moved = isSound ? asset.thumbnails->place() : asset.thumbnails->publish(); !moved)
             return moved;
     }
     if (asset.sidecar)
@@ -91,7 +91,19 @@ Result<> moveFiles(Library &library, StagedAsset &asset) {
     return asset.original.moveTo(original);
 }
 
+/// Many are synced in a row, since what they have in common then goes to the disk once.
+Result<> syncOriginals(std::span<StagedAsset *const> assets) {
+    for (StagedAsset *each : assets) {
+        if (auto synced = each->original.sync(); !synced)
+            return synced;
+        each->original.close();
+    }
+    return {};
+}
+
 Result<> moveAllFiles(Library &library, std::span<StagedAsset *const> assets) {
+    if (auto synced = syncOriginals(assets); !synced)
+        return synced;
     std::set<std::string> folders;
     for (StagedAsset *each : assets) {
         if (auto moved = moveFiles(library, *each); !moved)
@@ -109,12 +121,18 @@ Result<> commitAssets(Library &library, std::span<StagedAsset *const> assets) {
     additions.reserve(assets.size());
     // An original with a UUID of its own, such as that of a save that was cut off, is no wish to have back
     // what was deleted.
+    const std::int64_t round = library.thumbnailSync().round();
     for (const StagedAsset *each : assets)
-        additions.push_back({each->record, each->unlessPresent, false, true, each->dueFacts,
-                             each->hasGivenUUID,
-                             each->companion ? each->companion->row : each->companionOnDisk});
+        additions.push_back({.record = each->record,
+                             .unlessPresent = each->unlessPresent,
+                             .thumbnailRound = each->thumbnailsAreDue ? 0 : round,
+                             .thumbnailBytes = each->thumbnails ? each->thumbnails->bytes() : 0,
+                             .dueFacts = each->dueFacts,
+                             .leavesTrashAlone = each->hasGivenUUID,
+                             .companion = each->companion ? each->companion->row : each->companionOnDisk});
     if (const auto added = library.writer().add(additions); !added)
         return fail(inContext("can't store the asset", added.error()));
+    library.thumbnailSync().note();
     for (std::size_t i = 0; i < assets.size(); ++i) {
         StagedAsset &asset = *assets[i];
         asset.cameBack = additions[i].cameBack;

@@ -54,7 +54,8 @@ SavedAsset savedAsset(Library &library, StagedAsset &staged) {
         ::access(fileWithBytes(library, *staged.present, staged.record.sha256).c_str(), F_OK) == 0)
         staged.takenFrom.remove();
     const bool isDue =
-        !wasPresent || (staged.cameBack && library.writer().isDue(staged.present->primaryKey).value_or(true));
+        wasPresent ? staged.cameBack && library.writer().isDue(staged.present->primaryKey).value_or(true)
+                   : staged.thumbnailsAreDue;
     const CompanionOutcome companion = companionOutcome(library, staged);
     return {assetOf(library, wasPresent ? *std::move(staged.present) : std::move(staged.record)), wasPresent,
             isDue, companion};

@@ -4,25 +4,28 @@
 //
 // 1. A folder is made for the asset in the library's Saving folder, named as the original will be.
 //
-// 2. The original is written there, sealed and synced. A media worker takes a first look at it: its dates,
-// its place, and the small preview that it may carry, which serves as its thumbnails for the moment.
+// 2. The original is written there. A media worker takes a first look at it: its dates, its place, and its
+// thumbnails if it is small, or the small preview that it may carry, which serves as its thumbnails for the
+// moment.
 //
 // The second file of the same shot that a job may name is written there as well. If it turns out to be none,
 // it goes.
 //
-// 3. The files move to their places, whose folders are synced.
+// 3. The originals of several jobs are synced in a row. Their files move to their places, whose folders are
+// synced.
 //
-// 4. The row is committed. From here on the asset is saved, and everybody sees it.
+// 4. The rows are committed. From here on the assets are saved, and everybody sees them.
 //
-// 5. The folder, now empty, goes.
+// 5. The folders, now empty, go.
 //
-// 6. A worker decodes the picture, and the real thumbnails take their places.
+// 6. A worker decodes each larger picture, and the real thumbnails take their places.
 //
 // Staging.h is the first two, Publication.h the next three, hoardd/pictures/Thumbnails.h the last. As long as
 // the folder stands, what it stands for is unfinished: after a kill, recoverSaves() keeps the asset if its
 // row was committed. Otherwise it moves an original that is in its place into the Found folder, whose files
 // are saved next, since the row may have been lost with its store; what was not in its place goes. That
-// thumbnails are due is in the store: after a kill, makeThumbnailsLeftDue() makes them.
+// thumbnails are due is in the store, until they have been synced, many at once: after a kill,
+// makeThumbnailsLeftDue() makes them.
 #ifndef HOARDD_SAVING_SAVING_H
 #define HOARDD_SAVING_SAVING_H
 

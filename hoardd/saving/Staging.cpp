@@ -79,7 +79,7 @@ Result<> writeSource(Library &library, const SaveOrder &order, const AssetRecord
                          file.descriptor());
 }
 
-/// Writes and seals the original, and notes its sum and size.
+/// Writes the original, and notes its sum and size. The disk begins to take it meanwhile.
 Result<StagedFile> writeOriginal(Library &library, const SaveOrder &order, const std::string &folder,
                                  AssetRecord &record) {
     auto original = StagedFile::create(folder);
@@ -87,11 +87,12 @@ Result<StagedFile> writeOriginal(Library &library, const SaveOrder &order, const
         return original;
     if (const auto written = writeSource(library, order, record, *original); !written)
         return passOn(written);
+    if (const auto protectedNow = original->protect(); !protectedNow)
+        return passOn(protectedNow);
+    original->startSync();
     const auto sum = original->sum();
     if (!sum)
         return passOn(sum);
-    if (const auto sealed = original->seal(); !sealed)
-        return passOn(sealed);
     struct stat status {};
     if (::fstat(original->descriptor(), &status) != 0)
         return failSystem("write", folder);
@@ -154,9 +155,12 @@ Result<PictureFacts> examine(Library &library, const SaveJob &job, const SaveOrd
         setUndecodable(staged.record, seen.ended.error().text);
     else if (!seen.ended) // which says nothing about the file
         staged.dueFacts = order.creationDate ? Store::DueFacts::allButDate : Store::DueFacts::all;
-    if (isShown || seen.hasPreview) {
+    if (isShown || seen.thumbnails != QuickThumbnails::none) {
+        if (const auto written = preview->write(); !written)
+            return passOn(written);
         staged.record.thumbnailIndex = 1;
-        staged.preview = *std::move(preview);
+        staged.thumbnails = *std::move(preview);
+        staged.thumbnailsAreDue = isShown || seen.thumbnails != QuickThumbnails::ofPicture;
     }
     return seen.facts;
 }
@@ -325,7 +329,6 @@ Result<StagedAsset> stageAsset(Library &library, const SaveJob &job) {
             return passOn(onDisk);
         staged.companionOnDisk = *std::move(onDisk);
     }
-    staged.original.close();
     return staged;
 }
 

@@ -60,21 +60,21 @@ struct TakenFile {
 struct StagedAsset {
     AssetLocks::Reservation reservation; ///< Of a UUID that came with the job; else of nothing.
     SaveFolder folder;
-    StagedFile original; ///< Sealed and closed.
+    StagedFile original; ///< Not synced yet.
     store::AssetRecord record;
     std::optional<StagedFile> sidecar{};        ///< A file of metadata that came with it; sealed and closed.
     std::optional<StagedCompanion> companion{}; ///< The second file of the shot that came with it.
     /// The companion that is on disk already for the UUID that came with the job.
     std::optional<store::Companion> companionOnDisk{};
-    std::optional<StagedThumbnails> preview{}; ///< What serves as its thumbnails for the moment.
-    /// What the first look could not read. Thumbnails of the picture itself are due in any case: whether it
-    /// can be decoded is known only when they are made.
-    Store::DueFacts dueFacts = Store::DueFacts::none;
-    bool unlessPresent = false;                  ///< Not to be saved when its bytes are there already.
-    bool hasGivenUUID = false;                   ///< The job said which UUID it gets.
-    std::optional<store::AssetRecord> present{}; ///< The asset that has them.
-    bool cameBack = false;                       ///< `present` was in the trash until now.
-    TakenFile takenFrom{};                       ///< Goes once the asset is saved.
+    std::optional<StagedThumbnails> thumbnails{}; ///< Its own, or what serves for the moment.
+    /// They are not of the picture itself: whether it can be decoded is known only when those are made.
+    bool thumbnailsAreDue = true;
+    Store::DueFacts dueFacts = Store::DueFacts::none; ///< What the first look could not read.
+    bool unlessPresent = false;                       ///< Not to be saved when its bytes are there already.
+    bool hasGivenUUID = false;                        ///< The job said which UUID it gets.
+    std::optional<store::AssetRecord> present{};      ///< The asset that has them.
+    bool cameBack = false;                            ///< `present` was in the trash until now.
+    TakenFile takenFrom{};                            ///< Goes once the asset is saved.
 };
 
 /// Puts the file of metadata that came with an asset into its place.

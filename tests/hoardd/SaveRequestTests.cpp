@@ -208,8 +208,9 @@ TEST_F(SaveRequest, AnAssetIsListedWithItsPreviewBeforeItsThumbnailsAreMade) {
     TestExif exif;
     exif.dateTimeOriginal = "2021:06:15 10:20:30";
     exif.preview = jpegOf(fourCorners(150, 100));
-    const FileBytes carries = jpegOf(fourCorners(600, 400), exif);
-    const auto job = Dictionary::createWithKeys({{"imageData", dataOf(jpegOf(fourCorners(600, 400))).get()}});
+    const Pixels picture = fourCorners(1500, 1000); // a small one's thumbnails are made at once
+    const FileBytes carries = jpegOf(picture, exif);
+    const auto job = Dictionary::createWithKeys({{"imageData", dataOf(jpegOf(picture)).get()}});
     using What = store::AssetChange::What;
     for (const MutableDictionary *saved :
          {saveData(carries), save(job.get(), nullptr, surfaceOf(64, 64).get())}) {

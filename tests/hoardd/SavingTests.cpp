@@ -93,7 +93,7 @@ TEST_F(Saving, KeepsTheCamerasClockAndTheInstantWhereItIsKnown) {
 }
 
 TEST_F(Saving, IsBegunBeforeItsThumbnailsAreMade) {
-    const SaveJob job = jobOf(pngOf(fourCorners(40, 30)));
+    const SaveJob job = jobOf(jpegOf(fourCorners(1500, 1000)));
     auto results = beginSaves(library(), {&job, 1});
     ASSERT_TRUE(results.front());
     EXPECT_TRUE(results.front()->isDue);

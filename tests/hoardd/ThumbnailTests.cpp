@@ -55,7 +55,9 @@ protected:
     }
     void letThemBeDue(const AssetRecord &asset) const {
         ASSERT_TRUE(library().writer().change([&](sqlite::Database &database) {
-            return database.prepare("INSERT INTO zduethumbnail VALUES (?)").bind(asset.primaryKey).run();
+            return database.prepare("INSERT OR REPLACE INTO zduethumbnail (asset) VALUES (?)")
+                .bind(asset.primaryKey)
+                .run();
         }));
     }
     [[nodiscard]] std::int64_t rowCount(const std::string &table) const {
@@ -64,7 +66,7 @@ protected:
                 [&](sqlite::Database &database) { return database.integer("SELECT count(*) FROM " + table); })
             .value_or(-1);
     }
-    [[nodiscard]] std::int64_t dueCount() const { return rowCount("zduethumbnail"); }
+    [[nodiscard]] std::int64_t dueCount() const { return rowCount("zduethumbnail WHERE made = 0"); }
     [[nodiscard]] std::int64_t changeCount() const { return rowCount("zchange"); }
 };
 using Rendition = Thumbnails;
@@ -137,11 +139,31 @@ TEST_F(Thumbnails, ThatAreDueAreMadeOnceWithTheReasonWhereThePictureIsDamaged) {
     EXPECT_EQ(recordOf(plain.uuid).thumbnailIndex, 2);
 }
 
+TEST_F(Thumbnails, AreNotedUntilTheyAreSynced) {
+    const AssetRecord atOnce = saved(jpegOf(fourCorners(400, 200))),
+                      later = saved(jpegOf(fourCorners(1500, 1000)));
+    const auto noted = [&] { return rowCount("zduethumbnail"); };
+    EXPECT_EQ(noted(), 2);
+    EXPECT_EQ(dueCount(), 0);
+    const std::int64_t round = library().thumbnailSync().round();
+    ASSERT_TRUE(library().writer().noteSynced(round - 1));
+    EXPECT_EQ(noted(), 2) << "of an earlier round";
+    ASSERT_TRUE(library().writer().noteLost(round));
+    EXPECT_EQ(dueCount(), 2);
+    makeThumbnailsLeftDue(library());
+    EXPECT_EQ(recordOf(later.uuid).thumbnailIndex, 2);
+    // Until it is made again, what an edit lets be due is not taken for synced.
+    letThemBeDue(atOnce);
+    ASSERT_TRUE(library().thumbnailSync().syncNow());
+    EXPECT_EQ(noted(), 1);
+    EXPECT_EQ(dueCount(), 1);
+}
+
 TEST_F(Thumbnails, ThatCantBeStoredStayDue) {
     const AssetRecord asset = saved(jpegOf(fourCorners(400, 200)));
     letThemBeDue(asset);
     ASSERT_TRUE(library().writer().change([](sqlite::Database &database) {
-        return database.execute("CREATE TRIGGER refuse BEFORE DELETE ON zduethumbnail BEGIN "
+        return database.execute("CREATE TRIGGER refuse BEFORE UPDATE ON zduethumbnail BEGIN "
                                 "SELECT RAISE(ABORT, 'not today'); END");
     }));
     EXPECT_EQ(makeDueThumbnails(library(), std::span(&asset, 1)).front().error().text, "not today");

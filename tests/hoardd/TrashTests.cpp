@@ -187,7 +187,7 @@ TEST_F(Trash, WhatASaveTakesOutOfItIsShownAndTold) {
     const auto album = makeStreamAlbum(library(), "s");
     ASSERT_TRUE(addToAlbum(library(), **library().assets().assetWithUUID(asset.uuid),
                            **library().assets().albumWithUUID(*album), getuid()));
-    execute("INSERT INTO zduethumbnail VALUES (" + std::to_string(asset.primaryKey) + ')');
+    execute("INSERT OR REPLACE INTO zduethumbnail (asset) VALUES (" + std::to_string(asset.primaryKey) + ')');
     int told = 0;
     library().writer().whenBulletinsChange([&] { ++told; });
     ASSERT_TRUE(trashAsset(library(), asset));

@@ -99,7 +99,7 @@ Result<std::vector<UnmeasuredAsset>> unmeasuredAssets(Database &database, Assets
     return database
         .prepare("SELECT pk, uuid, (SELECT filename FROM " + start + "rendition WHERE assetuuid = uuid), " +
                  "derivedbytes IS NOT NULL OR EXISTS (SELECT 1 FROM " + start +
-                 "duethumbnail WHERE asset = pk) FROM " + assets + " INDEXED BY " + assets +
+                 "duethumbnail WHERE asset = pk AND made = 0) FROM " + assets + " INDEXED BY " + assets +
                  "_unmeasured WHERE coalesce(derivedbytes, -1) < 0 AND pk > ? ORDER BY pk LIMIT ?")
         .bind(last, limit)
         .all([](const Statement &row) {

@@ -551,11 +551,17 @@ CREATE TRIGGER ztrashedcompanion_size_update AFTER UPDATE OF bytesize ON ztrashe
 END;
 )sql";
 
+// The rounds in which thumbnails were made: they are synced later, many at once, and their rows stay until
+// then. 0 when they have not been made.
+constexpr const char *madeThumbnails = R"sql(
+ALTER TABLE zduethumbnail ADD COLUMN made INTEGER NOT NULL DEFAULT 0;
+)sql";
+
 // New tables and columns are added by a step of their own at the end.
-constexpr const char *steps[] = {assets,   renditions, durations,     sums,        counts,
-                                 analyses, albums,     sharing,       feed,        dueThumbnails,
-                                 clocks,   decoders,   currentFeed,   visits,      trash,
-                                 scrubs,   companions, shrinkingFeed, derivedSizes};
+constexpr const char *steps[] = {assets,   renditions, durations,     sums,         counts,
+                                 analyses, albums,     sharing,       feed,         dueThumbnails,
+                                 clocks,   decoders,   currentFeed,   visits,       trash,
+                                 scrubs,   companions, shrinkingFeed, derivedSizes, madeThumbnails};
 
 constexpr const char *ofUUID = "assetuuid IN (SELECT uuid FROM zgenericasset WHERE pk = ?1 UNION ALL "
                                "SELECT uuid FROM ztrashedasset WHERE pk = ?1)";

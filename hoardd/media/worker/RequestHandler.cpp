@@ -56,6 +56,12 @@ void probeVideo(const WorkerRequest &request, std::span<const UniqueFd> descript
                     [&](std::uint32_t side) { return shrunk(reader.poster().get(), side); });
 }
 
+// What takes no longer to decode than a preview.
+bool isSmall(const PictureFacts &facts) {
+    constexpr std::uint64_t maxPixels = 1'000'000;
+    return facts.format != MediaFormat::raw && std::uint64_t{facts.width} * facts.height <= maxPixels;
+}
+
 // Of a video, the facts alone: none carries a preview.
 void examine(const WorkerRequest &request, std::span<const UniqueFd> descriptors, WorkerAnswer &answer) {
     if (isVideo(descriptors[0].get())) {
@@ -65,21 +71,28 @@ void examine(const WorkerRequest &request, std::span<const UniqueFd> descriptors
     }
     PictureFile file(descriptors[0].get());
     answer.facts = file.facts();
-    static_cast<void>(file.open(0));
+    const PictureReader &reader = file.open(0);
     answer.facts = file.facts();
     const auto sides = std::span(request.thumbnailSides).first(request.thumbnailCount);
     if (sides.empty())
         return;
     try {
+        if (isSmall(answer.facts)) {
+            writeThumbnails(request, descriptors, [&](std::uint32_t side) {
+                return reader.thumbnail(side, answer.facts.orientation);
+            });
+            answer.thumbnails = QuickThumbnails::ofPicture;
+            return;
+        }
         // One that suits the smallest is quickest to decode; the real thumbnails follow.
         const Image preview = file.previewThumbnail(*std::ranges::min_element(sides));
         if (!preview)
             return;
         writeThumbnails(request, descriptors,
                         [&](std::uint32_t side) { return shrunk(preview.get(), side); });
-        answer.hasPreview = 1;
+        answer.thumbnails = QuickThumbnails::ofPreview;
     } catch (const std::exception &) {
-        // A preview that is of no use is as good as none.
+        // A preview that is of no use is as good as none, and of a picture the real thumbnails will tell.
     }
 }
 

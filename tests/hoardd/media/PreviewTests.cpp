@@ -42,16 +42,16 @@ TEST_F(Previews, AFirstLookTakesThePreviewForThePicture) {
     TestExif exif;
     exif.dateTimeOriginal = "2021:06:15 10:20:30";
     exif.preview = jpegOf(padded(fourCorners(150, 100)));
-    const Pixels picture = scene(1200, 800, 1); // unlike its preview
+    const Pixels picture = scene(1500, 1000, 1); // unlike its preview
     for (const auto &[orientation, corners] : {std::pair{1, "RGBY"}, std::pair{6, "YRGB"}})
         for (const bool bigEndian : {false, true}) {
             exif.orientation = static_cast<std::uint16_t>(orientation);
             exif.bigEndian = bigEndian;
             const FirstLook seen = examine(jpegOf(picture, exif));
             ASSERT_EQ(reasonOf(seen.ended), "");
-            ASSERT_TRUE(seen.hasPreview);
-            EXPECT_EQ(seen.facts.width, orientation == 1 ? 1200U : 800U);
-            EXPECT_EQ(seen.facts.height, orientation == 1 ? 800U : 1200U);
+            ASSERT_EQ(seen.thumbnails, QuickThumbnails::ofPreview);
+            EXPECT_EQ(seen.facts.width, orientation == 1 ? 1500U : 1000U);
+            EXPECT_EQ(seen.facts.height, orientation == 1 ? 1000U : 1500U);
             EXPECT_TRUE(seen.facts.captureDate);
             for (const std::size_t index : {0U, 1U}) {
                 const Pixels made = thumbnail(index);
@@ -71,7 +71,7 @@ TEST_F(Previews, AFirstLookFindsWhatALongerOneFinds) {
                               gifOf(30, 20, cornerGreen), pngThatClaims(40'000, 40'000), Bytes(50)}) {
         const auto probed = probe(file);
         const FirstLook seen = examine(file);
-        EXPECT_FALSE(seen.hasPreview);
+        EXPECT_EQ(seen.thumbnails, probed ? QuickThumbnails::ofPicture : QuickThumbnails::none);
         EXPECT_EQ(problemOf(seen.ended), problemOf(probed));
         EXPECT_EQ(reasonOf(seen.ended), reasonOf(probed));
         if (!probed)
@@ -82,6 +82,17 @@ TEST_F(Previews, AFirstLookFindsWhatALongerOneFinds) {
         EXPECT_EQ(seen.facts.orientation, probed->orientation);
         EXPECT_EQ(seen.facts.cameraMake, probed->cameraMake);
     }
+}
+
+TEST_F(Previews, AFirstLookAtASmallPictureMakesItsThumbnails) {
+    TestExif exif;
+    exif.orientation = 6;
+    exif.preview = jpegOf(fourCorners(150, 100));
+    const FirstLook seen = examine(jpegOf(fourCorners(600, 400), exif));
+    EXPECT_EQ(seen.thumbnails, QuickThumbnails::ofPicture);
+    EXPECT_EQ(thumbnail(1).height, 600U);
+    EXPECT_EQ(thumbnail(0).height, 256U);
+    EXPECT_EQ(cornersOf(thumbnail(0)), "YRGB");
 }
 
 TEST_F(Previews, AFirstLookPromisesNothingOfThePictureItself) {
@@ -99,8 +110,8 @@ TEST_F(Previews, ABrokenPreviewIsAsGoodAsNone) {
     for (const Bytes &broken : {cut, empty, pngOf(fourCorners(8, 8))}) {
         TestExif exif;
         exif.preview = broken;
-        const Bytes file = jpegOf(fourCorners(300, 200), exif);
-        EXPECT_FALSE(examine(file).hasPreview);
+        const Bytes file = jpegOf(fourCorners(1500, 1000), exif);
+        EXPECT_EQ(examine(file).thumbnails, QuickThumbnails::none);
         EXPECT_EQ(reasonOf(examine(file).ended), "");
         EXPECT_EQ(reasonOf(probe(file)), "");
         EXPECT_EQ(cornersOf(thumbnail(0)), "RGBY");
