@@ -4,7 +4,6 @@
 #include <filesystem>
 
 #include "hoardd/library/DurableFolders.h"
-#include "hoardd/pictures/ShownPicture.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/object/Paths.h"
 
@@ -14,33 +13,35 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// As the store is now.
+/// As the store is now, of an asset in the library or in the trash.
 Result<bool> isFileOfAsset(Library &library, const std::string &uuid, const std::string &path) {
+    const store::LibraryPaths &paths = library.paths();
     const auto trashed = library.assets().trashedWithUUID(uuid);
+    const auto present = library.assets().assetWithUUID(uuid);
     if (!trashed)
         return passOn(trashed);
-    if (trashed->asset)
-        return true; // all files of what is in the trash stay
-    const auto asset = library.assets().assetWithUUID(uuid);
+    if (!present)
+        return passOn(present);
+    const auto &asset = *present ? *present : trashed->asset;
     if (!asset)
-        return passOn(asset);
-    if (!*asset)
         return false;
-    const store::AssetRecord &record = (*asset)->record();
-    if (path == library.paths().original(record) ||
+    if (path == paths.original(asset->record()) ||
         std::ranges::any_of(store::thumbnailKinds, [&](const store::ThumbnailKind &kind) {
-            return path == library.paths().thumbnail(uuid, kind.size);
+            return path == paths.thumbnail(uuid, kind.size);
         }))
         return true;
-    const auto companion = library.writer().companionOf(uuid);
-    if (!companion)
-        return passOn(companion);
-    if (*companion && path == store::companionPath(library.paths(), uuid, **companion))
-        return true;
-    const auto rendition = renditionPath(library, record);
-    if (!rendition)
-        return passOn(rendition);
-    return path == *rendition;
+    const auto isNamedBy = [&](const char *rows) {
+        return library.read([&](sqlite::Database &database) {
+            return database.prepare(rows).bind(uuid, lastPathComponent(path)).any();
+        });
+    };
+    if (parentFolder(path) == paths.renditionFolder(uuid))
+        return isNamedBy("SELECT 1 FROM zrendition WHERE assetuuid = ?1 AND filename = ?2 UNION ALL "
+                         "SELECT 1 FROM ztrashedrendition WHERE assetuuid = ?1 AND filename = ?2");
+    if (parentFolder(path) == store::companionFolder(paths, uuid))
+        return isNamedBy("SELECT 1 FROM zcompanion WHERE assetuuid = ?1 AND filename = ?2 UNION ALL "
+                         "SELECT 1 FROM ztrashedcompanion WHERE assetuuid = ?1 AND filename = ?2");
+    return false;
 }
 
 } // namespace

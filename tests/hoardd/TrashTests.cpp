@@ -11,6 +11,8 @@
 #include "hoardd/library/Clock.h"
 #include "hoardd/library/DiskReserve.h"
 #include "hoardd/library/StoreNotes.h"
+#include "hoardd/pictures/Renditions.h"
+#include "hoardd/pictures/ShownPicture.h"
 #include "hoardd/saving/AssetFiles.h"
 #include "hoardd/saving/FoundFiles.h"
 #include "hoardd/saving/Publication.h"
@@ -240,6 +242,22 @@ TEST_F(Trash, KeepsWhatASaveThatWasCutOffHasTheBytesOf) {
     ASSERT_TRUE(saveFoundFiles(library(), std::chrono::seconds(0)));
     EXPECT_EQ(trashed(), Names{asset.uuid});
     EXPECT_EQ(recordOf(uuid).sha256, asset.sha256);
+    EXPECT_EQ(faults(), "");
+}
+
+TEST_F(Trash, LosesOnlyFilesInARepairThatNoRowNames) {
+    const AssetRecord asset = saved(pngOf(fourCorners(40, 20)));
+    ASSERT_TRUE(setRendition(library(), asset, *dataOf(pngOf(fourCorners(7, 4))), nullptr));
+    const auto rendition = renditionPath(library(), asset);
+    ASSERT_TRUE(rendition);
+    ASSERT_TRUE(trashAsset(library(), asset));
+    // An earlier edit that could not be removed.
+    const std::string left = paths.renditionFolder(asset.uuid) + '/' + asset.uuid + "-0123456789abcdef.PNG";
+    writeFile(left, pngOf(fourCorners(8, 4)));
+    EXPECT_EQ(faults(), "stray file among the renditions " + left + '\n');
+    EXPECT_TRUE(repairLibrary(library()));
+    EXPECT_FALSE(fs::exists(left));
+    EXPECT_TRUE(fs::exists(*rendition));
     EXPECT_EQ(faults(), "");
 }
 
