@@ -15,6 +15,9 @@ inline constexpr const char *scrubbed = "scrubbed"; ///< Until when scrubbing ha
 inline constexpr const char *previewWell =
     "previewwell"; ///< The primary key of the asset it shows; 0 for none.
 
+/// How many commits failed: a number that changes.
+inline constexpr const char *failedCommits = "failedcommits";
+
 /// Nothing when it has never been set.
 [[nodiscard]] inline Result<std::optional<std::int64_t>> get(sqlite::Database &database, const char *name) {
     return database.prepare("SELECT value FROM zstate WHERE name = ?")

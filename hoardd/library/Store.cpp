@@ -1,6 +1,7 @@
 #include "hoardd/library/Store.h"
 
 #include "hoardd/library/Failures.h"
+#include "hoardd/library/State.h"
 #include "hoardd/library/StoreBackups.h"
 #include "hoardd/library/StoreIdentity.h"
 #include "hoardd/library/TrashStore.h"
@@ -202,6 +203,26 @@ void Store::commit(std::span<Pending *const> group) {
         each->result = inserted || group.size() == 1 ? inserted : insert({&each, 1});
 }
 
+// What could be written to the log but not synced would be found there after a crash. Another commit takes its
+// place in the log.
+Result<> Store::commit(sqlite::Transaction &transaction) {
+    const auto committed = transaction.commit();
+    failureMayBeFoundDone = !committed;
+    if (committed)
+        return committed;
+    transaction.rollBack();
+    sqlite::Transaction other(database);
+    const auto failures = state::get(database, state::failedCommits);
+    failureMayBeFoundDone =
+        !failures || !state::set(database, state::failedCommits, failures->value_or(0) + 1) ||
+        !other.commit();
+    if (!failureMayBeFoundDone)
+        return committed;
+    Problem problem = committed.error();
+    problem.text += "; it may be found done after a restart";
+    return fail(std::move(problem));
+}
+
 Result<> Store::insert(std::span<Pending *const> group) {
     sqlite::Transaction transaction(database);
     if (!transaction.isOpen())
@@ -253,8 +274,7 @@ Result<> Store::insert(std::span<Pending *const> group) {
             if (const auto noted = facts.bind(addition.record.primaryKey, hasDate).run(); !noted)
                 return noted;
         }
-    const auto committed = transaction.commit();
-    if (!committed)
+    if (const auto committed = commit(transaction); !committed)
         return committed;
     for (Found &each : found) {
         each.addition->wasPresent = true;
@@ -271,6 +291,11 @@ Result<> Store::remove(std::string_view uuid, AssetPlace from) {
             return deleteFromTrash(opened, uuid);
         return opened.prepare("DELETE FROM zgenericasset WHERE uuid = ?").bind(uuid).run();
     });
+}
+
+bool Store::mayFailureBeFoundDone() {
+    const MutexLock lock(databaseMutex);
+    return failureMayBeFoundDone;
 }
 
 void Store::whenCountsChange(Handler<void()> changed) {

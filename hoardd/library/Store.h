@@ -117,11 +117,15 @@ public:
         Outcome outcome = make(database);
         if (!outcome)
             return outcome;
-        if (const auto committed = transaction.commit(); !committed)
+        if (const auto committed = commit(transaction); !committed)
             return Outcome(passOn(committed));
         afterCommit();
         return outcome;
     }
+
+    /// Whether what could not be committed last may be found done after a crash, since the disk took nothing
+    /// else either.
+    [[nodiscard]] bool mayFailureBeFoundDone();
 
     /// Has `changed`, which should be quick, called after each commit that leaves more or fewer photos or
     /// videos.
@@ -154,6 +158,9 @@ private:
     Store(store::LibraryPaths libraryPaths, sqlite::Database opened)
         : paths(std::move(libraryPaths)), database(std::move(opened)), notes(paths) {}
     void commit(std::span<Pending *const> group) WL_EXCLUDES(databaseMutex);
+    /// If it fails, a start after a crash does not find it done either, as far as the disk allows; else the
+    /// problem says that it may.
+    [[nodiscard]] Result<> commit(sqlite::Transaction &transaction) WL_REQUIRES(databaseMutex);
     [[nodiscard]] Result<> insert(std::span<Pending *const> group) WL_REQUIRES(databaseMutex);
     [[nodiscard]] Result<std::optional<store::AssetRecord>> findSum(const store::Sha256 &sum)
         WL_REQUIRES(databaseMutex);
@@ -178,6 +185,7 @@ private:
 
     Mutex databaseMutex; // never taken before the other one
     sqlite::Database database WL_GUARDED_BY(databaseMutex);
+    bool failureMayBeFoundDone WL_GUARDED_BY(databaseMutex) = false;
     StoreNotes notes WL_GUARDED_BY(databaseMutex);
     Handler<void()> countsChanged WL_GUARDED_BY(databaseMutex);
     Handler<void()> bulletinsChanged WL_GUARDED_BY(databaseMutex);

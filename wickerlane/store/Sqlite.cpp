@@ -379,8 +379,12 @@ Transaction::Transaction(Database &used)
 }
 
 Transaction::~Transaction() {
+    rollBack();
+}
+
+void Transaction::rollBack() {
     // Fails only when SQLite has rolled back by itself, as after a full disk.
-    if (open)
+    if (std::exchange(open, false))
         static_cast<void>(database.execute("ROLLBACK;"));
 }
 

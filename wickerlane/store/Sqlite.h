@@ -210,8 +210,9 @@ public:
     ~Transaction();
 
     [[nodiscard]] bool isOpen() const noexcept { return open; }
-    /// On failure everything is rolled back.
+    /// On failure everything is rolled back, at the latest at the end of this object.
     [[nodiscard]] Result<> commit();
+    void rollBack();
 
 private:
     Database &database;
