@@ -2,7 +2,9 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 
 #include "wickerlane/platform/file/Files.h"
@@ -47,6 +49,12 @@ Result<> moveIntoFolder(const std::string &path, const std::string &folder) {
             break;
     }
     return failSystem("move", path);
+}
+
+Result<> removeFile(const std::string &path) {
+    if (::unlink(path.c_str()) != 0 && errno != ENOENT && errno != ENOTDIR)
+        return failSystem("remove", path);
+    return {};
 }
 
 } // namespace wickerlane::hoardd

@@ -1,4 +1,4 @@
-// Folders whose names survive a crash.
+// Files and folders that come and go for certain.
 #ifndef HOARDD_LIBRARY_DURABLEFOLDERS_H
 #define HOARDD_LIBRARY_DURABLEFOLDERS_H
 
@@ -21,6 +21,9 @@ namespace wickerlane::hoardd {
 /// Moves a file into a folder of the same file system, which is made if need be: under its own name, or one
 /// with a number before it, which survives a crash. Nothing happens when the file has gone already.
 [[nodiscard]] Result<> moveIntoFolder(const std::string &path, const std::string &folder);
+
+/// Succeeds also when there is no such file.
+[[nodiscard]] Result<> removeFile(const std::string &path);
 
 } // namespace wickerlane::hoardd
 

@@ -3,6 +3,9 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cstdio>
+
 #include "hoardd/library/DurableFolders.h"
 #include "wickerlane/platform/file/Files.h"
 
@@ -16,21 +19,28 @@ struct Ending {
 };
 constexpr Ending endings[] = {{Work::rendition, ".setting-rendition"},
                               {Work::companion, ".adding-companion"},
+                              {Work::begunRemoval, ".beginning-removal"},
                               {Work::removal, ".removing"},
                               {Work::removalFromTrash, ".removing-from-trash"}};
 
+std::string pathOf(std::string start, Work work) {
+    return std::move(start.append(std::ranges::find(endings, work, &Ending::work)->text));
+}
+
 } // namespace
+
+WorkNote::WorkNote(std::string original, Work work)
+    : start(std::move(original)), path(pathOf(start, work)) {
+}
 
 Result<WorkNote> WorkNote::write(const store::LibraryPaths &paths, const store::AssetRecord &asset,
                                  Work work) {
-    std::string path = paths.saving() + '/' + asset.filename;
-    for (const Ending &each : endings)
-        if (each.work == work)
-            path += each.text;
-    if (!openFile(path, O_WRONLY | O_CREAT))
+    WorkNote note(paths.saving() + '/' + asset.filename, work);
+    if (!openFile(note.path, O_WRONLY | O_CREAT)) {
+        const std::string path = std::exchange(note.path, {});
         return failSystem("make", path);
-    WorkNote note(std::move(path));
-    if (work == Work::removal || work == Work::removalFromTrash)
+    }
+    if (work == Work::begunRemoval)
         if (const auto durable = makeNamesDurable(paths.saving()); !durable)
             return passOn(durable);
     return note;
@@ -39,6 +49,12 @@ Result<WorkNote> WorkNote::write(const store::LibraryPaths &paths, const store::
 WorkNote::~WorkNote() {
     if (!path.empty())
         ::unlink(path.c_str());
+}
+
+void WorkNote::turnInto(Work work) {
+    std::string renamed = pathOf(start, work);
+    if (::rename(path.c_str(), renamed.c_str()) == 0)
+        path = std::move(renamed);
 }
 
 std::optional<WorkNote::Contents> WorkNote::read(std::string_view filename) {

@@ -15,7 +15,8 @@ namespace wickerlane::hoardd {
 enum class Work {
     rendition,        ///< An edited rendition takes its place before its row is committed.
     companion,        ///< The same of a companion that an asset gets.
-    removal,          ///< The asset goes, with all its files.
+    begunRemoval,     ///< The asset goes, with all its files, if its row does.
+    removal,          ///< Its row has gone, or is to go with the files if an older store has it.
     removalFromTrash, ///< The same of one in the trash.
 };
 
@@ -24,12 +25,16 @@ enum class Work {
 /// alone, and recoverSaves() looks after those that a kill left behind.
 class WorkNote {
 public:
-    /// The note of a removal survives a crash from here on, since it alone says that the files are to go.
+    /// That of a begun removal survives a crash from here on, since it alone says that the files are to go.
     [[nodiscard]] static Result<WorkNote> write(const store::LibraryPaths &paths,
                                                 const store::AssetRecord &asset, Work work);
-    WorkNote(WorkNote &&other) noexcept : path(std::exchange(other.path, {})) {}
+    WorkNote(WorkNote &&other) noexcept
+        : start(std::move(other.start)), path(std::exchange(other.path, {})) {}
     WorkNote &operator=(WorkNote &&) = delete;
     ~WorkNote();
+
+    /// Notes other work on the same asset. If that fails it stays what it was.
+    void turnInto(Work work);
 
     /// The next recoverSaves() is to find it.
     void keep() noexcept { path.clear(); }
@@ -43,7 +48,8 @@ public:
     [[nodiscard]] static std::optional<Contents> read(std::string_view filename);
 
 private:
-    explicit WorkNote(std::string written) : path(std::move(written)) {}
+    WorkNote(std::string original, Work work);
+    std::string start; ///< Of its path; the rest says which work.
     std::string path;
 };
 

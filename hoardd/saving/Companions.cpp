@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <array>
-#include <cerrno>
 
 #include "hoardd/library/CallersFile.h"
 #include "hoardd/library/DurableFolders.h"
@@ -145,8 +144,8 @@ Result<> removeCompanion(const store::LibraryPaths &paths, const std::string &uu
     if (!files)
         return passOn(files);
     for (const std::string &file : *files)
-        if (::unlink(file.c_str()) != 0 && errno != ENOENT)
-            return failSystem("remove", file);
+        if (const auto removed = removeFile(file); !removed)
+            return removed;
     return {};
 }
 

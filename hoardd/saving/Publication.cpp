@@ -29,13 +29,22 @@ struct Parts {
     bool companion = true;
 };
 
+/// Whatever can be removed is; fails if a file is left, which a repair would take for one that was found.
 Result<> removeFiles(const store::LibraryPaths &paths, const AssetRecord &asset, Parts own) {
+    FailureCount left;
+    const auto remove = [&](const std::string &path) {
+        if (const auto removed = removeFile(path); !removed)
+            left.add(path, removed.error());
+    };
     for (const auto &kind : store::thumbnailKinds)
-        ::unlink(paths.thumbnail(asset.uuid, kind.size).c_str());
-    ::unlink(paths.original(asset).c_str());
+        remove(paths.thumbnail(asset.uuid, kind.size));
+    remove(paths.original(asset));
     if (own.sidecar)
-        ::unlink(paths.sidecar(asset.uuid).c_str());
-    return own.companion ? removeCompanion(paths, asset.uuid) : Result<>();
+        remove(paths.sidecar(asset.uuid));
+    if (own.companion)
+        if (const auto removed = removeCompanion(paths, asset.uuid); !removed)
+            left.add(store::companionFolder(paths, asset.uuid), removed.error());
+    return left.result("files are left");
 }
 
 /// Of an asset without a row, as far as a save of it made them. The folder goes last: as long as it stands,
@@ -61,7 +70,8 @@ Result<> removeAllFiles(const store::LibraryPaths &paths, const AssetRecord &ass
     if (!renditions)
         return passOn(renditions);
     for (const std::string &rendition : *renditions)
-        ::unlink(rendition.c_str());
+        if (auto removed = removeFile(rendition); !removed)
+            return removed;
     return {};
 }
 
@@ -151,8 +161,8 @@ Result<> publishAssets(Library &library, std::span<StagedAsset *const> assets) {
         each->folder.keep();
     if (auto moved = moveAllFiles(library, assets); !moved) {
         for (const StagedAsset *each : assets)
-            static_cast<void>(
-                removeSavedFiles(library.paths(), each->folder.path(), each->record, partsOf(*each)));
+            if (!removeSavedFiles(library.paths(), each->folder.path(), each->record, partsOf(*each)))
+                each->folder.markRefused(); // its files go at the next start
         return moved;
     }
     if (auto committed = commitAssets(library, assets); !committed) {
@@ -193,14 +203,16 @@ Result<> removeAsset(Library &library, const AssetRecord &asset, AssetPlace from
         return fail(ProblemKind::busy, "the asset is being saved");
     const MutexLock lock(library.locks().of(asset.uuid));
     return withDiskReserve(library.paths(), [&]() -> Result<> {
-        auto note = WorkNote::write(library.paths(), asset,
-                                    from == AssetPlace::trash ? Work::removalFromTrash : Work::removal);
+        auto note = WorkNote::write(library.paths(), asset, Work::begunRemoval);
         if (!note)
             return passOn(note);
-        // If this fails the note goes. Should the commit be found after a crash nevertheless, the files will
-        // be, too.
-        if (auto removed = library.writer().remove(asset.uuid, from); !removed)
+        // If this fails, the asset stays as long as its row does, even if the note can't be removed.
+        if (auto removed = library.writer().remove(asset.uuid, from); !removed) {
+            if (library.writer().mayFailureBeFoundDone())
+                note->keep();
             return removed;
+        }
+        note->turnInto(from == AssetPlace::trash ? Work::removalFromTrash : Work::removal);
         leavePreviewWell(library, asset);
         // It has been removed; what is left of its files goes at the next start.
         if (const auto finished = removeFilesUnlessKnown(library, asset); !finished) {
@@ -284,6 +296,8 @@ Result<> finish(Library &library, Work work, const AssetRecord &asset) {
         return recoverRendition(library, asset);
     case Work::companion:
         return adoptCompanion(library, asset.uuid);
+    case Work::begunRemoval:
+        return removeFilesUnlessKnown(library, asset);
     case Work::removal:
         return finishRemoval(library, asset, AssetPlace::library);
     case Work::removalFromTrash:
@@ -309,16 +323,34 @@ Result<> recover(Library &library, const fs::directory_entry &entry) {
     return {};
 }
 
+template <class Act>
+void forEachEntry(Library &library, const Act &act) {
+    std::error_code none;
+    for (const auto &entry : fs::directory_iterator(library.paths().saving(), none))
+        if (const auto done = act(entry); !done)
+            JX_LOG(JXLogLevelError, JXAssetImportLog, "can't finish what %s stands for: %s",
+                   entry.path().c_str(), done.error().text.c_str());
+}
+
 } // namespace
 
+void finishRemovals(Library &library) {
+    forEachEntry(library, [&](const fs::directory_entry &entry) -> Result<> {
+        const std::string name = entry.path().filename(), uuid = uuidInName(name);
+        const auto note = WorkNote::read(name);
+        if (!note || (note->work != Work::removal && note->work != Work::removalFromTrash))
+            return {};
+        const auto reservation = library.locks().reserve(uuid);
+        if (!reservation)
+            return {}; // it is under way
+        const MutexLock lock(library.locks().of(uuid));
+        return recover(library, entry);
+    });
+}
+
 void recoverSaves(Library &library) {
-    const std::string folder = library.paths().saving();
-    StagedFile::removeLeftovers(folder);
-    std::error_code none;
-    for (const auto &entry : fs::directory_iterator(folder, none))
-        if (const auto recovered = recover(library, entry); !recovered)
-            JX_LOG(JXLogLevelError, JXAssetImportLog, "can't finish what %s stands for: %s",
-                   entry.path().c_str(), recovered.error().text.c_str());
+    StagedFile::removeLeftovers(library.paths().saving());
+    forEachEntry(library, [&](const fs::directory_entry &entry) { return recover(library, entry); });
 }
 
 } // namespace wickerlane::hoardd

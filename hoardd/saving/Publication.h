@@ -18,6 +18,9 @@ namespace wickerlane::hoardd {
 [[nodiscard]] Result<> removeAsset(Library &library, const store::AssetRecord &asset,
                                    AssetPlace from = AssetPlace::library);
 
+/// Tries again to remove what is left of assets that have been removed. Blocks.
+void finishRemovals(Library &library);
+
 /// Completes or undoes what a killed process left, whatever store is there now. No original is lost with it:
 /// one that no row names moves into the Found folder. A removal that was begun is finished. Before the first
 /// save.

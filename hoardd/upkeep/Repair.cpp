@@ -10,6 +10,7 @@
 #include "hoardd/pictures/Thumbnails.h"
 #include "hoardd/saving/AssetFiles.h"
 #include "hoardd/saving/FoundFiles.h"
+#include "hoardd/saving/Publication.h"
 #include "hoardd/upkeep/RowRepair.h"
 #include "hoardd/upkeep/Scrub.h"
 #include "wickerlane/log/JXLog.h"
@@ -100,6 +101,7 @@ void logRepair(const Finding &finding, const Result<> &repaired) {
 } // namespace
 
 Result<> repairLibrary(Library &library) {
+    finishRemovals(library);
     FailureCount failures;
     const auto rows = repairRows(library).and_then([&] { return restoreForgottenRows(library); });
     if (!rows)

@@ -10,6 +10,8 @@
 #include "hoardd/saving/FoundFiles.h"
 #include "hoardd/saving/Publication.h"
 #include "hoardd/saving/Restore.h"
+#include "hoardd/saving/Trash.h"
+#include "hoardd/upkeep/Repair.h"
 #include "tests/hoardd/FileAge.h"
 #include "tests/hoardd/FileSum.h"
 #include "tests/hoardd/OpenLibrary.h"
@@ -182,6 +184,30 @@ TEST_F(Saving, ARemovalThatCantFindAllFilesIsFinishedLater) {
     EXPECT_EQ(faults(), "");
 }
 
+TEST_F(Saving, ARemovalThatCantRemoveAFileIsFinishedLater) {
+    const AssetRecord asset = saved(pngOf(fourCorners(4, 4)));
+    const std::string original = paths.original(asset), away = rootPath() + "/away";
+    for (const bool isByRepair : {true, false}) {
+        if (!isByRepair) {
+            const SaveJob again = jobOf(contentsOf(away), asset.uuid);
+            ASSERT_TRUE(saveAssets(library(), {&again, 1}).front());
+        }
+        fs::rename(original, away);
+        fs::create_directory(original); // which can't be removed as a file
+        EXPECT_TRUE(removeAsset(library(), asset)) << "its row has gone";
+        EXPECT_EQ(recordOf(asset.uuid).uuid, "");
+        fs::remove(original);
+        fs::copy_file(away, original);
+        if (isByRepair)
+            EXPECT_TRUE(repairLibrary(library()));
+        else
+            recoverSaves(library());
+        EXPECT_FALSE(fs::exists(original));
+        EXPECT_EQ(recordOf(asset.uuid).uuid, "") << "it has not come back";
+        EXPECT_EQ(faults(), "");
+    }
+}
+
 // As a kill would leave it after each step.
 TEST_F(Recovering, CompletesWhatWasCommittedAndUndoesTheRest) {
     const FileBytes picture = pngOf(fourCorners(4, 4));
@@ -280,6 +306,24 @@ TEST_F(Recovering, FinishesARemovalAtEachStep) {
     recoverSaves(library());
     EXPECT_FALSE(fs::exists(original));
     EXPECT_EQ(faults(), "") << "without its row";
+}
+
+// As a kill would leave it when the row did not go, or did.
+TEST_F(Recovering, FinishesABegunRemovalOnlyOfWhatTheStoreLacks) {
+    const AssetRecord asset = saved(pngOf(fourCorners(4, 4))), trashed = saved(pngOf(fourCorners(5, 4)));
+    ASSERT_TRUE(trashAsset(library(), trashed));
+    AssetRecord gone = saved(pngOf(fourCorners(6, 4)));
+    const FileBytes picture = contentsOf(paths.original(gone));
+    ASSERT_TRUE(removeAsset(library(), gone));
+    writeFile(paths.original(gone), picture);
+    for (const AssetRecord &each : {asset, trashed, gone})
+        writeFile(paths.saving() + '/' + each.filename + ".beginning-removal", {});
+    recoverSaves(library());
+    EXPECT_EQ(recordOf(asset.uuid).uuid, asset.uuid);
+    EXPECT_TRUE(fs::exists(paths.original(asset)));
+    EXPECT_TRUE(fs::exists(paths.original(trashed)));
+    EXPECT_FALSE(fs::exists(paths.original(gone)));
+    EXPECT_EQ(faults(), "");
 }
 
 TEST_F(Restoring, BringsBackAMissingOriginalFromTheSameBytesOnly) {
