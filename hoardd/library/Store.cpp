@@ -203,8 +203,8 @@ void Store::commit(std::span<Pending *const> group) {
         each->result = inserted || group.size() == 1 ? inserted : insert({&each, 1});
 }
 
-// What could be written to the log but not synced would be found there after a crash. Another commit takes its
-// place in the log.
+// What could be written to the log but not synced would be found there after a crash. Another commit takes
+// its place in the log.
 Result<> Store::commit(sqlite::Transaction &transaction) {
     const auto committed = transaction.commit();
     failureMayBeFoundDone = !committed;
@@ -213,9 +213,9 @@ Result<> Store::commit(sqlite::Transaction &transaction) {
     transaction.rollBack();
     sqlite::Transaction other(database);
     const auto failures = state::get(database, state::failedCommits);
-    failureMayBeFoundDone =
-        !failures || !state::set(database, state::failedCommits, failures->value_or(0) + 1) ||
-        !other.commit();
+    failureMayBeFoundDone = !failures ||
+                            !state::set(database, state::failedCommits, failures->value_or(0) + 1) ||
+                            !other.commit();
     if (!failureMayBeFoundDone)
         return committed;
     Problem problem = committed.error();

@@ -29,8 +29,7 @@ std::string pathOf(std::string start, Work work) {
 
 } // namespace
 
-WorkNote::WorkNote(std::string original, Work work)
-    : start(std::move(original)), path(pathOf(start, work)) {
+WorkNote::WorkNote(std::string original, Work work) : start(std::move(original)), path(pathOf(start, work)) {
 }
 
 Result<WorkNote> WorkNote::write(const store::LibraryPaths &paths, const store::AssetRecord &asset,

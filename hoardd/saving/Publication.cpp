@@ -159,20 +159,20 @@ Result<> commitAssets(Library &library, std::span<StagedAsset *const> assets) {
 Result<> publishAssets(Library &library, std::span<StagedAsset *const> assets) {
     for (StagedAsset *each : assets)
         each->folder.keep();
-    if (auto moved = moveAllFiles(library, assets); !moved) {
-        for (const StagedAsset *each : assets)
-            if (!removeSavedFiles(library.paths(), each->folder.path(), each->record, partsOf(*each)))
-                each->folder.markRefused(); // its files go at the next start
-        return moved;
-    }
-    if (auto committed = commitAssets(library, assets); !committed) {
-        // The files stay for recoverSaves(): a commit whose sync failed may still be found after a crash. So
-        // do the UUIDs, until then.
-        for (StagedAsset *each : assets) {
-            each->reservation.keep();
-            each->folder.markRefused();
-        }
-        return committed;
+    auto published = moveAllFiles(library, assets);
+    const bool areMoved = published.has_value();
+    if (areMoved)
+        published = commitAssets(library, assets);
+    if (!published) {
+        // What may still be found after a crash keeps its files and its UUID until recoverSaves() knows.
+        const bool mayBeFound = areMoved && library.writer().mayFailureBeFoundDone();
+        for (StagedAsset *each : assets)
+            if (mayBeFound ||
+                !removeSavedFiles(library.paths(), each->folder.path(), each->record, partsOf(*each))) {
+                each->reservation.keep();
+                each->folder.markRefused();
+            }
+        return published;
     }
     std::error_code ignored; // recoverSaves() tries again
     for (const StagedAsset *each : assets)

@@ -4,6 +4,8 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <limits>
+
 #include "hoardd/pictures/Renditions.h"
 #include "hoardd/pictures/ShownPicture.h"
 #include "hoardd/saving/BackgroundWrite.h"
@@ -14,6 +16,7 @@
 #include "hoardd/upkeep/Repair.h"
 #include "tests/hoardd/FileAge.h"
 #include "tests/hoardd/FileSum.h"
+#include "tests/hoardd/LyingWrites.h"
 #include "tests/hoardd/OpenLibrary.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/store/Sha256Internal.h"
@@ -122,15 +125,31 @@ TEST_F(Saving, WhatCantBeMovedToItsPlaceTakesItsGroupBack) {
     EXPECT_EQ(faults(), "");
 }
 
-TEST_F(Saving, WhatCantBeCommittedStaysUntilItIsKnownToBeUndone) {
-    ASSERT_TRUE(library().writer().change([](sqlite::Database &database) {
-        return database.execute("CREATE TRIGGER refuse BEFORE INSERT ON zgenericasset BEGIN "
-                                "SELECT RAISE(ABORT, 'not today'); END");
-    }));
+TEST_F(Saving, WhatTheStoreRefusesLeavesNothing) {
+    const auto execute = [&](const char *sql) {
+        ASSERT_TRUE(library().writer().change([&](sqlite::Database &opened) { return opened.execute(sql); }));
+    };
+    execute(
+        "CREATE TRIGGER refuse BEFORE INSERT ON zgenericasset BEGIN SELECT RAISE(ABORT, 'not today'); END");
     const SaveJob job = jobOf(pngOf(fourCorners(4, 4)), ownUUID);
     const auto failed = saveAssets(library(), {&job, 1});
     ASSERT_FALSE(failed.front());
     EXPECT_EQ(failed.front().error().text, "can't store the asset: not today");
+    EXPECT_FALSE(fs::exists(paths.folder() + "/DCIM/AA/" + ownUUID + ".PNG"));
+    EXPECT_EQ(faults(), "");
+    execute("DROP TRIGGER refuse");
+    EXPECT_TRUE(saveAssets(library(), {&job, 1}).front());
+}
+
+TEST_F(Saving, WhatMayBeFoundAfterACrashStaysUntilItIsKnownToBeUndone) {
+    const SaveJob job = jobOf(pngOf(fourCorners(4, 4)), ownUUID);
+    {
+        const LyingWrites lie(1, std::numeric_limits<int>::max());
+        const auto failed = saveAssets(library(), {&job, 1});
+        ASSERT_FALSE(failed.front());
+        EXPECT_EQ(failed.front().error().text,
+                  "can't store the asset: disk I/O error; it may be found done after a restart");
+    }
     EXPECT_TRUE(fs::exists(paths.folder() + "/DCIM/AA/" + ownUUID + ".PNG"));
     EXPECT_EQ(saveAssets(library(), {&job, 1}).front().error().text, "an asset of that UUID is being saved");
     recoverSaves(library());

@@ -1,15 +1,13 @@
 #include "hoardd/library/Store.h"
 
 #include <gtest/gtest.h>
-#include <sqlite3.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <filesystem>
 #include <thread>
 
+#include "tests/hoardd/LyingWrites.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 
@@ -62,38 +60,6 @@ TEST(Store, CommitsWhatSeveralThreadsAddAndFailsOnlyTheOneAtFault) {
     EXPECT_EQ(std::ranges::adjacent_find(all), all.end());
 }
 
-/// Of SQLite's writes, one reports a failure though it is done: the log of a failing disk after a kill.
-class LyingWrite {
-public:
-    explicit LyingWrite(int which) {
-        number = which;
-        for (const auto &[name, call] : calls())
-            EXPECT_EQ(vfs()->xSetSystemCall(vfs(), name, call), SQLITE_OK);
-    }
-    LyingWrite(const LyingWrite &) = delete;
-    LyingWrite &operator=(const LyingWrite &) = delete;
-    ~LyingWrite() {
-        for (const auto &[name, call] : calls())
-            vfs()->xSetSystemCall(vfs(), name, nullptr);
-    }
-    [[nodiscard]] static bool hasLied() { return number <= 0; }
-
-private:
-    static sqlite3_vfs *vfs() { return sqlite3_vfs_find(nullptr); }
-    static std::vector<std::pair<const char *, sqlite3_syscall_ptr>> calls() {
-        return {{"pwrite", reinterpret_cast<sqlite3_syscall_ptr>(write)},
-                {"pwrite64", reinterpret_cast<sqlite3_syscall_ptr>(write)}};
-    }
-    static ssize_t write(int file, const void *bytes, std::size_t count, off_t offset) {
-        const ssize_t written = ::pwrite(file, bytes, count, offset);
-        if (--number != 0)
-            return written;
-        errno = EIO;
-        return -1;
-    }
-    inline static int number = 0;
-};
-
 TEST(Store, WhatFailedIsNotFoundDoneAfterACrash) {
     const store::LibraryPaths paths;
     const std::string folder = paths.folder() + "/PhotoData", copy = paths.folder() + "/copy";
@@ -106,9 +72,9 @@ TEST(Store, WhatFailedIsNotFoundDoneAfterACrash) {
     for (int number = 1, isOver = 0; isOver == 0; ++number) {
         Result<> removed;
         {
-            const LyingWrite lie(number);
+            const LyingWrites lie(number, number);
             removed = (*opened)->remove(asset[0].record.uuid);
-            isOver = LyingWrite::hasLied() ? 0 : 1;
+            isOver = LyingWrites::haveLied() ? 0 : 1;
         }
         failures += removed ? 0 : 1;
         // As a kill leaves it: another process begins with what is in the log.
@@ -118,7 +84,8 @@ TEST(Store, WhatFailedIsNotFoundDoneAfterACrash) {
         {
             auto found = Database::open(copy + "/store", Database::Access::write);
             ASSERT_TRUE(found) << found.error().text;
-            EXPECT_EQ(found->integer("SELECT count(*) FROM zgenericasset").value_or(-1), removed ? 0 : 1) << number;
+            EXPECT_EQ(found->integer("SELECT count(*) FROM zgenericasset").value_or(-1), removed ? 0 : 1)
+                << number;
         }
         std::filesystem::remove_all(copy);
     }
