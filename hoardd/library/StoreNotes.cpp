@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <charconv>
 #include <filesystem>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -25,23 +26,56 @@ using store::LibraryPaths;
 
 namespace {
 
-/// What is noted, and by which column a row is known.
+/// What is noted, and by which column a row is known; or by which two, of the keys of assets.
 struct NotedTable {
     const char *name;
     const char *key;
+    const char *otherKey = nullptr;
 };
 constexpr NotedTable notedTables[] = {
     {"zlibrary", "uuid"},
     {"zgenericasset", "uuid"},
     {"zrendition", "assetuuid"},
     {"zcompanion", "assetuuid"},
+    {"znotduplicate", "one", "other"},
     {"ztrashedasset", "uuid"},
     {"ztrashedrendition", "assetuuid"},
     {"ztrashedcompanion", "assetuuid"},
+    {"ztrashednotduplicate", "one", "other"},
     {"zalbum", "uuid"},
     {"zperson", "personid"},
     {"zemail", "key"},
 };
+
+/// The key of a row, as an expression; `row` is empty, or names the row with a dot after it.
+std::string keyIn(const NotedTable &table, const std::string &row) {
+    return table.otherKey == nullptr ? row + table.key
+                                     : row + table.key + " || ' ' || " + row + table.otherKey;
+}
+
+/// The columns that are noted: those of the row, and the UUIDs of two assets, whose keys may be others in the
+/// store that gets the row back.
+constexpr const char *columnsOfPair =
+    "*, (SELECT uuid FROM zgenericasset WHERE pk = one UNION ALL SELECT uuid FROM ztrashedasset WHERE pk = "
+    "one) "
+    "AS oneuuid, (SELECT uuid FROM zgenericasset WHERE pk = other UNION ALL SELECT uuid FROM ztrashedasset "
+    "WHERE pk = other) AS otheruuid";
+const char *columnsOf(const NotedTable &table) {
+    return table.otherKey == nullptr ? "*" : columnsOfPair;
+}
+
+/// The row of a key, as a condition for which an index serves.
+std::string hasKey(const NotedTable &table) {
+    return table.otherKey == nullptr
+               ? std::string(table.key) + " = ?1"
+               : std::string(table.key) + " = CAST(substr(?1, 1, instr(?1, ' ')) AS INTEGER) AND " +
+                     table.otherKey + " = CAST(substr(?1, instr(?1, ' ')) AS INTEGER)";
+}
+
+const NotedTable *notedTable(std::string_view name) {
+    const auto *found = std::ranges::find(notedTables, name, &NotedTable::name);
+    return found == std::end(notedTables) ? nullptr : found;
+}
 
 constexpr std::size_t maxNotesBytes = std::size_t{4} << 30;
 constexpr const char *completeFile = "/complete"; // there while no process writes notes
@@ -158,19 +192,20 @@ std::string startOfLine(std::string_view table, std::string_view key) {
     return start;
 }
 
+/// Finds the row of a key.
+Statement selectRow(Database &database, const NotedTable &table) {
+    return database.prepare(std::string("SELECT ") + columnsOf(table) + " FROM " + table.name + " WHERE " +
+                            hasKey(table) + " LIMIT 1");
+}
+
 /// The line of a row, or of its absence.
-Result<std::string> lineOf(Database &database, const std::string &table, const std::string &key) {
-    const auto *noted = std::ranges::find(notedTables, table, &NotedTable::name);
-    if (noted == std::end(notedTables))
-        return std::string();
+Result<std::string> lineOf(Statement &select, const std::string &table, const std::string &key) {
     std::string line = startOfLine(table, key);
-    const auto row = database.prepare("SELECT * FROM " + table + " WHERE " + noted->key + " = ? LIMIT 1")
-                         .bind(key)
-                         .first([&](const Statement &found) {
-                             for (int column = 0; column < found.columnCount(); ++column)
-                                 appendColumn(line, found, column);
-                             return true;
-                         });
+    const auto row = select.bind(key).first([&](const Statement &found) {
+        for (int column = 0; column < found.columnCount(); ++column)
+            appendColumn(line, found, column);
+        return true;
+    });
     if (!row)
         return passOn(row);
     return finishedLine(std::move(line));
@@ -230,15 +265,21 @@ Result<> StoreNotes::watch(Database &database) {
     std::string sql =
         "PRAGMA temp_store=MEMORY; CREATE TEMP TABLE IF NOT EXISTS tempnote (source TEXT, key TEXT, "
         "PRIMARY KEY (source, key)) WITHOUT ROWID;";
-    for (const auto &[table, key] : notedTables)
+    for (const NotedTable &each : notedTables)
         for (const auto &[event, row] :
-             {std::pair("INSERT", "new"), {"UPDATE", "new"}, {"UPDATE", "old"}, {"DELETE", "old"}})
+             {std::pair("INSERT", "new"), {"UPDATE", "new"}, {"UPDATE", "old"}, {"DELETE", "old"}}) {
+            const std::string table = each.name, key = keyIn(each, std::string(row) + '.');
             // Not by OR IGNORE, which the statement that fires the trigger overrides.
-            sql += std::string("CREATE TEMP TRIGGER IF NOT EXISTS note_") + table + event + row + " AFTER " +
-                   event + " ON main." + table + unlessMeasured(table, event) +
-                   " BEGIN INSERT INTO tempnote SELECT '" + table + "', " + row + '.' + key +
-                   " WHERE NOT EXISTS (SELECT 1 FROM tempnote WHERE source = '" + table +
-                   "' AND key = " + row + '.' + key + "); END;";
+            sql.append("CREATE TEMP TRIGGER IF NOT EXISTS note_").append(table).append(event).append(row);
+            sql.append(" AFTER ")
+                .append(event)
+                .append(" ON main.")
+                .append(table)
+                .append(unlessMeasured(table, event));
+            sql.append(" BEGIN INSERT INTO tempnote SELECT '").append(table).append("', ").append(key);
+            sql.append(" WHERE NOT EXISTS (SELECT 1 FROM tempnote WHERE source = '").append(table);
+            sql.append("' AND key = ").append(key).append("); END;");
+        }
     if (const auto watched = database.execute(sql.c_str()); !watched)
         return watched;
     if (number != 1)
@@ -257,15 +298,24 @@ Result<> StoreNotes::watch(Database &database) {
 }
 
 void StoreNotes::noteChanges(Database &database) {
-    const auto changed = database.prepare("SELECT source, key FROM tempnote").all([](const Statement &row) {
-        return std::pair(std::string(row.text(0)), std::string(row.text(1)));
-    });
+    const auto changed =
+        database.prepare("SELECT source, key FROM tempnote ORDER BY source").all([](const Statement &row) {
+            return std::pair(std::string(row.text(0)), std::string(row.text(1)));
+        });
     if (!changed || changed->empty())
         return;
     std::string lines = isTorn ? "\n" : "";
     Result<> noted;
-    for (const auto &[table, key] : *changed) {
-        auto line = lineOf(database, table, key);
+    const NotedTable *table = nullptr;
+    std::optional<Statement> select;
+    for (const auto &[name, key] : *changed) {
+        if (table == nullptr || table->name != name) {
+            table = notedTable(name);
+            if (table == nullptr)
+                continue;
+            select.emplace(selectRow(database, *table));
+        }
+        auto line = lineOf(*select, name, key);
         if (!line)
             noted = passOn(line);
         else
@@ -336,6 +386,17 @@ NotedRows forgottenRows(const LibraryPaths &paths, Database &database) {
                     found != rows.end())
                     forgotten.insert(*found);
         }
+    const auto hasForgotten = [&](const std::string &columns, const char *which) {
+        const std::string uuid = notedText(columns, which);
+        return forgotten.contains(std::pair(std::string("zgenericasset"), uuid)) ||
+               forgotten.contains(std::pair(std::string("ztrashedasset"), uuid));
+    };
+    NotedRows pairs;
+    for (const auto &[name, columns] : rows)
+        if (const NotedTable *table = notedTable(name.first); table != nullptr && table->otherKey != nullptr)
+            if (hasForgotten(columns, "oneuuid") || hasForgotten(columns, "otheruuid"))
+                pairs.emplace(name, columns);
+    forgotten.merge(pairs);
     return forgotten;
 }
 
@@ -350,10 +411,12 @@ Result<> rewriteNotes(const LibraryPaths &paths, std::uint64_t number, Database 
     std::string lines;
     bool isWritten = true;
     constexpr std::size_t enough = 256 << 10;
-    for (const auto &[table, key] : notedTables) {
-        const auto read = database.prepare(std::string("SELECT CAST(") + key + " AS TEXT), * FROM " + table)
-                              .forEach([&, table = table](const Statement &row) {
-                                  std::string line = startOfLine(table, row.text(0));
+    for (const NotedTable &table : notedTables) {
+        const auto read = database
+                              .prepare("SELECT CAST(" + keyIn(table, {}) + " AS TEXT), " + columnsOf(table) +
+                                       " FROM " + table.name)
+                              .forEach([&](const Statement &row) {
+                                  std::string line = startOfLine(table.name, row.text(0));
                                   for (int column = 1; column < row.columnCount(); ++column)
                                       appendColumn(line, row, column);
                                   lines += finishedLine(std::move(line));
@@ -407,7 +470,31 @@ std::string notedText(const std::string &columns, std::string_view name) {
     return text;
 }
 
+namespace {
+
+/// Between the two assets of these UUIDs, whatever their keys are now.
+bool insertNotedPair(Database &database, const std::string &table, const std::string &columns) {
+    return database
+               .prepare("WITH known AS (SELECT pk, uuid FROM zgenericasset UNION ALL "
+                        "SELECT pk, uuid FROM ztrashedasset), "
+                        "pair AS (SELECT min(a.pk, b.pk) AS low, max(a.pk, b.pk) AS high "
+                        "FROM known AS a, known AS b WHERE a.uuid = ?1 AND b.uuid = ?2 AND a.pk <> b.pk) "
+                        "INSERT INTO " +
+                        table +
+                        " (one, other) SELECT low, high FROM pair WHERE NOT EXISTS "
+                        "(SELECT 1 FROM " +
+                        table + " WHERE one = low AND other = high)")
+               .bind(notedText(columns, "oneuuid"), notedText(columns, "otheruuid"))
+               .run() &&
+           database.integer("SELECT changes()").value_or(0) > 0 &&
+           database.execute("UPDATE zduplicatestate SET changed = changed + 1");
+}
+
+} // namespace
+
 bool insertNotedRow(Database &database, const std::string &table, const std::string &columns) {
+    if (const NotedTable *noted = notedTable(table); noted != nullptr && noted->otherKey != nullptr)
+        return insertNotedPair(database, table, columns);
     const auto known =
         database.prepare("SELECT name FROM pragma_table_info(?)").bind(table).all([](const Statement &row) {
             return std::string(row.text(0));

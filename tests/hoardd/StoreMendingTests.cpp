@@ -54,6 +54,7 @@ public: // for the tables of cases
                 "INSERT INTO zalbum (uuid, name, datecreated) VALUES "
                 "('00000000-0000-4000-8000-000000000001', 'Dunes', "
                 "1); INSERT INTO zalbumasset SELECT 1, pk, 2 FROM zgenericasset WHERE pk < 4;"
+                "INSERT INTO znotduplicate VALUES (2, 236), (239, 240);"
                 "UPDATE zgenericasset SET datecreated = 12345.5, clockdate = 15945.5, zoneminutes = 60 "
                 "WHERE pk = 231;");
         }));
@@ -77,7 +78,7 @@ public: // for the tables of cases
         }
         ASSERT_TRUE(store.add(additions));
     }
-    std::int64_t number(const char *sql) const {
+    std::int64_t number(std::string_view sql) const {
         auto database = Database::open(paths.database(), Database::Access::read);
         return database ? database->integer(sql).value_or(-1) : -1;
     }
@@ -87,6 +88,10 @@ public: // for the tables of cases
         const auto value = database->prepare(sql).first(
             [](const sqlite::Statement &row) { return std::string(row.text(0)); });
         return value ? value->value_or("") : value.error().text;
+    }
+    std::string pairs() const {
+        return text(
+            "SELECT group_concat(one || ' ' || other) FROM (SELECT * FROM znotduplicate ORDER BY one)");
     }
     std::string contents() const {
         std::ifstream file(paths.database(), std::ios::binary);
@@ -124,6 +129,7 @@ public: // for the tables of cases
         EXPECT_EQ(text("SELECT uuid FROM zlibrary"), identity) << subject;
         EXPECT_EQ(number("SELECT properties = x'00ff0a09' FROM zrendition"), 1) << subject;
         EXPECT_EQ(number("SELECT bytesize FROM zcompanion WHERE originalfilename = 'a.dng'"), 7) << subject;
+        EXPECT_EQ(pairs(), "2 236,239 240") << subject;
         EXPECT_EQ(number("SELECT info = x'010203' FROM zperson WHERE personid = 'Ann'"), 1) << subject;
         EXPECT_EQ(text("SELECT name FROM zalbum"), "Dunes") << subject;
     }
@@ -404,8 +410,10 @@ TEST_F(Notes, KeepWhatAnOlderCopyOfTheStoreLacks) {
     std::map<std::string, int> counts;
     for (const auto &[name, columns] : forgottenRows(paths, *reader))
         ++counts[name.first];
-    EXPECT_EQ(counts, (std::map<std::string, int>{
-                          {"zgenericasset", inAll - backedUp}, {"zrendition", 1}, {"zcompanion", 1}}));
+    EXPECT_EQ(counts, (std::map<std::string, int>{{"zgenericasset", inAll - backedUp},
+                                                  {"zrendition", 1},
+                                                  {"zcompanion", 1},
+                                                  {"znotduplicate", 2}}));
 }
 
 // Neither what is in the trash nor its keys are given to others.
@@ -440,7 +448,34 @@ TEST_F(Notes, KnowTheTrashWhenTheStoreIsLost) {
         ASSERT_TRUE((*library)->writer().change(
             [&](Database &database) { return takeFromTrash(database, trashed); }));
         EXPECT_EQ(number("SELECT count(*) FROM zgenericasset"), inAll + 2);
+        EXPECT_EQ(number("SELECT count(*) FROM znotduplicate WHERE other IN (SELECT pk FROM zgenericasset "
+                         "WHERE originalfilename LIKE '% 235' OR uuid = '" +
+                         trashed + "')"),
+                  2)
+            << isOlderCopy;
     }
+}
+
+// An asset may have another key in the store that gets it back.
+TEST_F(Notes, KnowByUUIDsWhatAreNoDuplicates) {
+    makeLibrary();
+    const NotedRows noted = readNotes(paths);
+    const auto opened = Store::open(paths);
+    ASSERT_TRUE(opened);
+    ASSERT_TRUE((*opened)->change([&](Database &database) -> Result<> {
+        if (const auto moved = database.execute("PRAGMA defer_foreign_keys=ON; DELETE FROM znotduplicate; "
+                                                "UPDATE zgenericasset SET pk = 1000 WHERE pk = 236");
+            !moved)
+            return moved;
+        for (int round = 0; round < 2; ++round)
+            for (const auto &[name, columns] : noted)
+                if (name.first == "znotduplicate") {
+                    EXPECT_EQ(insertNotedRow(database, name.first, columns), round == 0) << name.second;
+                }
+        return {};
+    }));
+    EXPECT_EQ(pairs(), "2 1000,239 240");
+    EXPECT_EQ(number("SELECT changed > grouped FROM zduplicatestate"), 1);
 }
 
 // As new assets get them when the store is an older copy that does not know of later ones.
