@@ -73,7 +73,7 @@ class Person:
         answer = self.ask('save', 'save', path)
         if answer[0] == 'done':
             self.take(answer[1], total)
-        elif answer[0] == 'refused' and not self.model.refused_may_come:
+        elif answer[0] == 'refused':
             self.unknown.discard(total)
         return answer[0] != 'broken'
 
@@ -86,8 +86,7 @@ class Person:
                 self.take(result, total)
             elif answer[0] == 'done':
                 self.model.refusals[f'batch: {result}'] += 1
-                if not self.model.refused_may_come:
-                    self.unknown.discard(total)
+                self.unknown.discard(total)
         return answer[0] != 'broken'
 
     def take(self, uuid, total):
@@ -106,6 +105,7 @@ class Person:
     def ask(self, kind, *words):
         answer = self.client.ask(*words)
         with self.model.lock:
+            print(self.number, *words, '->', *answer, file=self.model.requests)
             if answer[0] == 'done':
                 self.model.acknowledged[kind] += 1
             elif answer[0] == 'broken':
@@ -173,8 +173,8 @@ class Model:
         self.library, self.chance, self.lock = library, random.Random(seed), threading.Lock()
         self.acknowledged, self.refusals = collections.Counter(), collections.Counter()
         self.broken = self.checks = 0
-        self.refused_may_come = False  # files that could not be removed become assets in a repair
         self.faults = []
+        self.requests = open(library.root / 'requests', 'w')  # is kept with a library in which something was wrong
         self.asker = library.client()
         library.start()
         library.ready(self.asker)
