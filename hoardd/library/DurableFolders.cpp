@@ -13,9 +13,13 @@
 namespace wickerlane::hoardd {
 
 Result<> makeDurableFolder(const std::string &path) {
+    const std::string parent(parentFolder(path));
+    if (!parent.empty() && ::access(parent.c_str(), F_OK) != 0)
+        if (auto made = makeDurableFolder(parent); !made)
+            return made;
     if (!makeFolders(path))
         return failSystem("make", path);
-    return makeNamesDurable(std::string(parentFolder(path)));
+    return makeNamesDurable(parent);
 }
 
 Result<> makeDurableFolderOnce(const std::string &path) {
