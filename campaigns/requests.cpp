@@ -16,6 +16,7 @@
 
 #include "wickerlane/client/Request.h"
 #include "wickerlane/platform/object/Data.h"
+#include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/protocol/AlbumRows.h"
 #include "wickerlane/protocol/AssetRows.h"
@@ -103,10 +104,11 @@ Ref<Data> bytesOf(const std::string &path) {
     return Data::create(bytes.data(), bytes.size());
 }
 
-Ref<Dictionary> jobOf(const std::string &path) {
+Ref<Dictionary> jobOf(const std::string &path, bool unlessPresent = false) {
     const std::string name = path.substr(path.rfind('/') + 1);
-    return Dictionary::createWithKeys(
-        {{"imageData", bytesOf(path).get()}, {"originalFilename", String::create(name).get()}});
+    return Dictionary::createWithKeys({{"imageData", bytesOf(path).get()},
+                                       {"originalFilename", String::create(name).get()},
+                                       {"unlessPresent", Number::of(unlessPresent)}});
 }
 
 /// The UUID of what was saved; a reason after a hyphen when it was not.
@@ -131,10 +133,27 @@ std::string save(const Arguments &paths) {
     });
 }
 
+/// Of a file, with its metadata and the second file of its shot.
+std::string saveShot(const Arguments &paths) {
+    Request request(protocol::saveAsset);
+    const auto job = Dictionary::createWithKeys({{"filePath", String::create(paths.at(0)).get()},
+                                                 {"sidecarPath", String::create(paths.at(1)).get()},
+                                                 {"companionPath", String::create(paths.at(2)).get()}});
+    request.set(keys::jobDictionary, job.get());
+    return service().answer(request, [](const Reply &reply) {
+        const Dictionary *saved = reply.get(keys::resultJobDictionary);
+        const std::string result = resultOf(saved);
+        if (result.starts_with('-'))
+            return refused(result.substr(1));
+        return saved->get("companionWasSaved") != nullptr ? "done\t" + result : refused("not as one shot");
+    });
+}
+
+template <bool UnlessPresent>
 std::string saveBatch(const Arguments &paths) {
     const auto jobs = MutableArray::create();
     for (const std::string &path : paths)
-        jobs->append(jobOf(path).get());
+        jobs->append(jobOf(path, UnlessPresent).get());
     Request request(protocol::batchSaveAssets);
     request.set(keys::jobDictionaries, jobs.get());
     return service().answer(request, [](const Reply &reply) {
@@ -213,7 +232,9 @@ std::string withoutArguments(const Arguments &) {
 
 const std::map<std::string, std::function<std::string(const Arguments &)>> operations = {
     {"save", save},
-    {"batch", saveBatch},
+    {"batch", saveBatch<false>},
+    {"batch-unless-present", saveBatch<true>},
+    {"shot", saveShot},
     {"delete", changeAsset<protocol::deleteAsset>},
     {"remove", changeAsset<protocol::removeAsset>},
     {"restore", changeAsset<protocol::restoreTrashedAsset>},

@@ -1,7 +1,6 @@
 // Takes the place of the system's file operations in a process that it is loaded into beforehand, and makes
 // one of them fail. It acts on files below the folder that WICKERLANE_FAULTS_BELOW names; the file that
 // WICKERLANE_FAULTS_CONTROL names says which operation fails, and how. Without these it does nothing.
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/sendfile.h>
@@ -11,13 +10,16 @@
 
 #include <atomic>
 #include <cerrno>
-#include <climits>
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
+
+#include "campaigns/preload/Interposed.h"
+
+using namespace campaigns;
 
 namespace {
 
@@ -51,12 +53,6 @@ Faults loadFaults() {
     return faults;
 }
 
-template <class Function>
-Function real(const char *name) {
-    return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
-}
-#define REAL(name) real<decltype(&::name)>(#name)
-
 /// Opening the control file comes here as well, and must not wait for it.
 const Faults *faultsIfLoaded() {
     static thread_local bool isLoading = false;
@@ -66,22 +62,6 @@ const Faults *faultsIfLoaded() {
     static const Faults faults = loadFaults();
     isLoading = false;
     return faults.control != nullptr ? &faults : nullptr;
-}
-
-/// Writes the absolute path of what an operation is about; empty when there is none.
-std::string_view pathOf(int folder, const char *path, char (&room)[2 * PATH_MAX]) {
-    if (path != nullptr && path[0] == '/')
-        return path;
-    char link[64];
-    std::snprintf(link, sizeof link, folder == AT_FDCWD ? "/proc/self/cwd" : "/proc/self/fd/%d", folder);
-    const ssize_t length = readlink(link, room, PATH_MAX);
-    if (length <= 0)
-        return {};
-    const int added =
-        path == nullptr
-            ? 0
-            : std::snprintf(room + length, sizeof room - static_cast<std::size_t>(length), "/%s", path);
-    return {room, static_cast<std::size_t>(length) + static_cast<std::size_t>(added)};
 }
 
 /// Counts an operation; whether it fails, with errno set.
@@ -107,19 +87,10 @@ bool fails(const char *what, int folder, const char *path = nullptr, bool takesR
     return true;
 }
 
-bool makes(int flags) {
-    return (flags & O_CREAT) != 0 || (flags & O_TMPFILE) == O_TMPFILE;
-}
-
-mode_t modeIn(int flags, va_list arguments) {
-    return makes(flags) ? va_arg(arguments, mode_t) : 0;
-}
-
 } // namespace
 
-#define FAULTY __attribute__((visibility("default")))
 #define OPEN(name)                                                                               \
-    FAULTY int name(const char *path, int flags, ...) {                                          \
+    INTERPOSED int name(const char *path, int flags, ...) {                                      \
         va_list arguments;                                                                       \
         va_start(arguments, flags);                                                              \
         const mode_t mode = modeIn(flags, arguments);                                            \
@@ -127,7 +98,7 @@ mode_t modeIn(int flags, va_list arguments) {
         return fails("open", AT_FDCWD, path, makes(flags)) ? -1 : REAL(name)(path, flags, mode); \
     }
 #define OPENAT(name)                                                                                   \
-    FAULTY int name(int folder, const char *path, int flags, ...) {                                    \
+    INTERPOSED int name(int folder, const char *path, int flags, ...) {                                \
         va_list arguments;                                                                             \
         va_start(arguments, flags);                                                                    \
         const mode_t mode = modeIn(flags, arguments);                                                  \
@@ -142,84 +113,84 @@ OPEN(open64)
 OPENAT(openat)
 OPENAT(openat64)
 
-FAULTY ssize_t write(int file, const void *bytes, size_t count) {
+INTERPOSED ssize_t write(int file, const void *bytes, size_t count) {
     return fails("write", file) ? -1 : REAL(write)(file, bytes, count);
 }
-FAULTY ssize_t writev(int file, const iovec *parts, int count) {
+INTERPOSED ssize_t writev(int file, const iovec *parts, int count) {
     return fails("write", file) ? -1 : REAL(writev)(file, parts, count);
 }
-FAULTY ssize_t pwrite(int file, const void *bytes, size_t count, off_t offset) {
+INTERPOSED ssize_t pwrite(int file, const void *bytes, size_t count, off_t offset) {
     return fails("write", file) ? -1 : REAL(pwrite)(file, bytes, count, offset);
 }
-FAULTY ssize_t pwrite64(int file, const void *bytes, size_t count, off64_t offset) {
+INTERPOSED ssize_t pwrite64(int file, const void *bytes, size_t count, off64_t offset) {
     return fails("write", file) ? -1 : REAL(pwrite64)(file, bytes, count, offset);
 }
-FAULTY ssize_t copy_file_range(int source, off64_t *from, int target, off64_t *to, size_t count,
-                               unsigned flags) {
+INTERPOSED ssize_t copy_file_range(int source, off64_t *from, int target, off64_t *to, size_t count,
+                                   unsigned flags) {
     return fails("copy", target) ? -1 : REAL(copy_file_range)(source, from, target, to, count, flags);
 }
-FAULTY ssize_t sendfile(int target, int source, off_t *offset, size_t count) {
+INTERPOSED ssize_t sendfile(int target, int source, off_t *offset, size_t count) {
     return fails("send", target) ? -1 : REAL(sendfile)(target, source, offset, count);
 }
-FAULTY ssize_t sendfile64(int target, int source, off64_t *offset, size_t count) {
+INTERPOSED ssize_t sendfile64(int target, int source, off64_t *offset, size_t count) {
     return fails("send", target) ? -1 : REAL(sendfile64)(target, source, offset, count);
 }
-FAULTY int fsync(int file) {
+INTERPOSED int fsync(int file) {
     return fails("sync", file) ? -1 : REAL(fsync)(file);
 }
-FAULTY int fdatasync(int file) {
+INTERPOSED int fdatasync(int file) {
     return fails("sync", file) ? -1 : REAL(fdatasync)(file);
 }
-FAULTY int ftruncate(int file, off_t length) noexcept {
+INTERPOSED int ftruncate(int file, off_t length) noexcept {
     return fails("resize", file) ? -1 : REAL(ftruncate)(file, length);
 }
-FAULTY int ftruncate64(int file, off64_t length) noexcept {
+INTERPOSED int ftruncate64(int file, off64_t length) noexcept {
     return fails("resize", file) ? -1 : REAL(ftruncate64)(file, length);
 }
-FAULTY int fallocate(int file, int mode, off_t offset, off_t length) {
+INTERPOSED int fallocate(int file, int mode, off_t offset, off_t length) {
     return fails("allocate", file) ? -1 : REAL(fallocate)(file, mode, offset, length);
 }
-FAULTY int fallocate64(int file, int mode, off64_t offset, off64_t length) {
+INTERPOSED int fallocate64(int file, int mode, off64_t offset, off64_t length) {
     return fails("allocate", file) ? -1 : REAL(fallocate64)(file, mode, offset, length);
 }
-FAULTY int posix_fallocate(int file, off_t offset, off_t length) {
+INTERPOSED int posix_fallocate(int file, off_t offset, off_t length) {
     return fails("allocate", file) ? errno : REAL(posix_fallocate)(file, offset, length);
 }
-FAULTY int posix_fallocate64(int file, off64_t offset, off64_t length) {
+INTERPOSED int posix_fallocate64(int file, off64_t offset, off64_t length) {
     return fails("allocate", file) ? errno : REAL(posix_fallocate64)(file, offset, length);
 }
-FAULTY int rename(const char *from, const char *to) noexcept {
+INTERPOSED int rename(const char *from, const char *to) noexcept {
     return fails("rename", AT_FDCWD, to) ? -1 : REAL(rename)(from, to);
 }
-FAULTY int renameat(int one, const char *from, int other, const char *to) noexcept {
+INTERPOSED int renameat(int one, const char *from, int other, const char *to) noexcept {
     return fails("rename", other, to) ? -1 : REAL(renameat)(one, from, other, to);
 }
-FAULTY int renameat2(int one, const char *from, int other, const char *to, unsigned flags) noexcept {
+INTERPOSED int renameat2(int one, const char *from, int other, const char *to, unsigned flags) noexcept {
     return fails("rename", other, to) ? -1 : REAL(renameat2)(one, from, other, to, flags);
 }
-FAULTY int link(const char *from, const char *to) noexcept {
+INTERPOSED int link(const char *from, const char *to) noexcept {
     return fails("link", AT_FDCWD, to) ? -1 : REAL(link)(from, to);
 }
-FAULTY int linkat(int one, const char *from, int other, const char *to, int flags) noexcept {
+INTERPOSED int linkat(int one, const char *from, int other, const char *to, int flags) noexcept {
     return fails("link", other, to) ? -1 : REAL(linkat)(one, from, other, to, flags);
 }
-FAULTY int mkdir(const char *path, mode_t mode) noexcept {
+INTERPOSED int mkdir(const char *path, mode_t mode) noexcept {
     return fails("mkdir", AT_FDCWD, path) ? -1 : REAL(mkdir)(path, mode);
 }
-FAULTY int mkdirat(int folder, const char *path, mode_t mode) noexcept {
+INTERPOSED int mkdirat(int folder, const char *path, mode_t mode) noexcept {
     return fails("mkdir", folder, path) ? -1 : REAL(mkdirat)(folder, path, mode);
 }
 // Removing a file never needs room on the file systems that the library is on.
-FAULTY int unlink(const char *path) noexcept {
+INTERPOSED int unlink(const char *path) noexcept {
     return fails("unlink", AT_FDCWD, path, false) ? -1 : REAL(unlink)(path);
 }
-FAULTY int unlinkat(int folder, const char *path, int flags) noexcept {
+INTERPOSED int unlinkat(int folder, const char *path, int flags) noexcept {
     return fails("unlink", folder, path, false) ? -1 : REAL(unlinkat)(folder, path, flags);
 }
-FAULTY int rmdir(const char *path) noexcept {
+INTERPOSED int rmdir(const char *path) noexcept {
     return fails("unlink", AT_FDCWD, path, false) ? -1 : REAL(rmdir)(path);
 }
-FAULTY int remove(const char *path) noexcept {
+INTERPOSED int remove(const char *path) noexcept {
     return fails("unlink", AT_FDCWD, path, false) ? -1 : REAL(remove)(path);
 }
 
