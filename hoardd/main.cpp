@@ -1,4 +1,5 @@
 // hoardd: the daemon that owns the photo library.
+#include <malloc.h>
 #include <sys/epoll.h>
 #include <sys/signalfd.h>
 
@@ -69,6 +70,11 @@ int serve(const DaemonOptions &options) {
 } // namespace wickerlane::hoardd
 
 int main(int argc, char **argv) {
+    // Fixed, since by default they grow with what is freed, and large blocks then stay with the process.
+    // Set before there are threads.
+    constexpr int largeBlock = 1 << 20;
+    mallopt(M_TRIM_THRESHOLD, largeBlock);
+    mallopt(M_MMAP_THRESHOLD, largeBlock);
     CLI::App app{
         "hoardd owns the photo library and serves it to its clients. It is started on demand, and ends when "
         "it has been idle; there is no need to start it by hand.",

@@ -168,6 +168,27 @@ TEST(Listener, ChargesTheBufferOfAMessageThatIsKept) {
     listener->cancel();
 }
 
+// Short frames, all there before any of them is handled.
+TEST(Listener, HandsOutOneCostlyMessageAtATimeWhereTwoAreAboveTheShare) {
+    constexpr std::size_t connections = 6;
+    for (const std::size_t emptyValues : {900, 2000}) { // each below the share, and above it
+        SCOPED_TRACE(emptyValues);
+        MessageListener::Options options;
+        options.limits.queuedBytes = 1 << 20;
+        Keeper keeper;
+        const auto listener = listen([&](ReceivedMessage *received) { keeper(received); }, nullptr, options);
+        std::vector<Ref<MessageConnection>> senders;
+        for (std::size_t i = 0; i < connections; ++i) {
+            senders.push_back(connect());
+            senders.back()->send(withEmptyValues(emptyValues).get());
+            senders.back()->send(withEmptyValues(1).get());
+        }
+        // The short one behind it waits for its turn too.
+        EXPECT_LE(keeper.mostHeldOf(2 * connections), 1 + connections);
+        listener->cancel();
+    }
+}
+
 TEST(Listener, TakesAShortRequestBesideASenderThatHasFilledTheShareOfItsUser) {
     MessageListener::Options options;
     options.limits.queuedBytes = 256 * 1024;

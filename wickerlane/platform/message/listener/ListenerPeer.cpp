@@ -197,11 +197,19 @@ void ListenerPeer::bytesReleased(std::size_t bytes) {
 
 void ListenerPeer::messageHeld(std::size_t cost) noexcept {
     messages.fetch_add(1);
+    process->handedBytes.fetch_add(cost);
+    share->handedBytes.fetch_add(cost);
+    if (cost > listener->limits().queuedBytes)
+        share->largeMessages.fetch_add(1);
     chargeReceived(cost);
 }
 
 void ListenerPeer::messageReleased(std::size_t cost) {
     const bool areFewEnough = messages.fetch_sub(1) - 1 == fewEnough();
+    process->handedBytes.fetch_sub(cost);
+    share->handedBytes.fetch_sub(cost);
+    if (cost > listener->limits().queuedBytes)
+        share->largeMessages.fetch_sub(1);
     bytesReleased(cost);
     if (areFewEnough && waitsForFewer.load())
         notifyIntake();

@@ -24,6 +24,10 @@ struct PeerIntakeState {
     std::uint32_t watchedEvents = 0; ///< What it is registered for; 0: not registered.
     std::size_t reservedBytes = 0;   ///< Of the shares, for the message that is being received.
     std::chrono::steady_clock::time_point lastBytes{};
+    // A message that waits until its cost fits. Meanwhile nothing further is read.
+    Ref<MessageDictionary> waiting;
+    FrameHeader waitingHeader{};
+    std::size_t waitingCost = 0;
 };
 
 /// One client. The intake thread reads its socket; any thread answers.

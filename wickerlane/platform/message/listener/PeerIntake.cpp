@@ -39,6 +39,7 @@ void PeerIntake::disconnect(ListenerPeer &peer) {
         epoll_ctl(poller.get(), EPOLL_CTL_DEL, peer.socketDescriptor(), nullptr);
     peer.close();
     peer.unchargeReceived(std::exchange(peer.intake.reservedBytes, 0));
+    peer.intake.waiting = nullptr;
     if (turns != nullptr)
         turns->disconnected(peer);
     peer.runPostponed();
@@ -103,6 +104,13 @@ void PeerIntake::review(UserShare *share) {
         if (peer->share == share)
             ofUser.push_back(peer);
     for (const auto &peer : ofUser) {
+        if (peer->intake.waiting != nullptr) {
+            peer->beginTurn(false);
+            if (!takeFrames(peer)) {
+                disconnect(*peer);
+                continue;
+            }
+        }
         watch(*peer);
         if (turns != nullptr)
             turns->resume(*peer);
@@ -111,7 +119,7 @@ void PeerIntake::review(UserShare *share) {
 }
 
 bool PeerIntake::mayRead(ListenerPeer &peer) {
-    if (peer.isFull())
+    if (peer.isFull() || peer.intake.waiting != nullptr)
         return false;
     if (hasRoomFor(peer))
         return true;
@@ -128,16 +136,26 @@ bool PeerIntake::hasRoomFor(ListenerPeer &peer) {
     if (peer.intake.reservedBytes != 0)
         return true;
     const std::size_t begun = peer.intake.reader.currentFrameLength();
-    const auto fits = [begun](const std::atomic<std::size_t> &held, std::size_t limit) {
-        return held.load() == 0 || held.load() + begun <= limit;
-    };
     const bool isShortAndAlone = begun <= limits.shortMessage && peer.receivedBytes() == 0;
-    if (!isShortAndAlone && !(fits(peer.share->receivedBytes, limits.queuedBytes) &&
-                              fits(peer.process->receivedBytes, limits.queuedBytesOfProcess)))
+    if (!isShortAndAlone && !(fits(peer.share->receivedBytes.load(), begun, limits.queuedBytes) &&
+                              fits(peer.process->receivedBytes.load(), begun, limits.queuedBytesOfProcess)))
         return false;
     peer.chargeReceived(begun);
     peer.intake.reservedBytes = begun;
     return true;
+}
+
+// Whether the message that waits may be handed to its handler. One that is above the limit by itself goes
+// when no other such one is in hand, so that small messages of the user don't keep it waiting.
+bool PeerIntake::mayHandle(const ListenerPeer &peer) const {
+    const MessageLimits &limits = options.limits;
+    const std::size_t cost = peer.intake.waitingCost;
+    if (cost > limits.queuedBytes)
+        return peer.share->largeMessages.load() == 0;
+    if (cost <= limits.shortMessage && peer.receivedBytes() == peer.intake.reservedBytes)
+        return true;
+    return fits(peer.share->handedBytes.load(), cost, limits.queuedBytes) &&
+           fits(peer.process->handedBytes.load(), cost, limits.queuedBytesOfProcess);
 }
 
 // Reading
@@ -155,12 +173,7 @@ bool PeerIntake::readFrom(const Ref<ListenerPeer> &peer) {
         if (outcome != FrameReader::Outcome::bytes)
             return false;
         peer->intake.lastBytes = Clock::now();
-        Messages messages;
-        const bool isSound = decodeFrames(peer, messages);
-        anyMidMessage = anyMidMessage || reader.isMidFrame();
-        if (!messages.empty())
-            dispatch(peer, std::move(messages));
-        if (!isSound)
+        if (!takeFrames(peer))
             return false;
         if (!reader.wasFilled())
             return true;
@@ -168,24 +181,55 @@ bool PeerIntake::readFrom(const Ref<ListenerPeer> &peer) {
     return true;
 }
 
+// False when what came is not as it should be.
+bool PeerIntake::takeFrames(const Ref<ListenerPeer> &peer) {
+    Messages messages;
+    const bool isSound = decodeFrames(peer, messages);
+    anyMidMessage = anyMidMessage || peer->intake.reader.isMidFrame();
+    if (!messages.empty())
+        dispatch(peer, std::move(messages));
+    return isSound;
+}
+
 bool PeerIntake::decodeFrames(const Ref<ListenerPeer> &peer, Messages &messages) {
+    PeerIntakeState &intake = peer->intake;
     FrameReader::Frame frame;
     for (;;) {
-        const auto next = peer->intake.reader.next(frame);
+        if (intake.waiting != nullptr && !takeWaiting(peer, messages))
+            return true;
+        const auto next = intake.reader.next(frame);
         if (next != FrameReader::Next::frame)
             return next == FrameReader::Next::incomplete;
         const FrameHeader &header = frame.header;
         if (header.kind != FrameKind::message && header.kind != FrameKind::request)
             return false;
-        std::size_t cost = 0;
-        Ref<MessageDictionary> message =
-            decodeMessage(frame.buffer, frame.contents, frame.descriptors, LentFiles::areRefused, &cost);
-        if (message == nullptr)
+        // What lies inside its containers takes memory only when the handler asks for it.
+        intake.waiting = decodeMessage(frame.buffer, frame.contents, frame.descriptors, LentFiles::areRefused,
+                                       &intake.waitingCost);
+        if (intake.waiting == nullptr)
             return false;
-        // From now on what it costs counts, until it is released, in place of what was reserved for it.
-        messages.push_back(makeRef<ListenerMessage>(peer, std::move(message), header, cost, listener));
-        peer->unchargeReceived(std::exchange(peer->intake.reservedBytes, 0));
+        intake.waitingHeader = header;
     }
+}
+
+// Hands the message that waits on, if it fits.
+bool PeerIntake::takeWaiting(const Ref<ListenerPeer> &peer, Messages &messages) {
+    PeerIntakeState &intake = peer->intake;
+    if (!mayHandle(*peer)) {
+        if (intake.reservedBytes == 0) { // it came whole
+            intake.reservedBytes = sizeof(FrameHeader) + intake.waitingHeader.length;
+            peer->chargeReceived(intake.reservedBytes);
+        }
+        // As in mayRead().
+        peer->share->isHeldBack = true;
+        if (!mayHandle(*peer))
+            return false;
+    }
+    // From now on what it costs counts, until it is released, in place of what was reserved for it.
+    messages.push_back(makeRef<ListenerMessage>(peer, std::move(intake.waiting), intake.waitingHeader,
+                                                intake.waitingCost, listener));
+    peer->unchargeReceived(std::exchange(intake.reservedBytes, 0));
+    return true;
 }
 
 // Handling

@@ -17,7 +17,7 @@ namespace wickerlane {
 ///     input                    it is admitted, fewer of its messages than the limit are held, it leaves no
 ///                              answer unread while its user's waiting answers exceed the limit, and the
 ///                              shares of its user and its process have room for the message that it has
-///                              begun to send
+///                              begun to send, and none that it has sent waits for room
 ///     nothing                  else; it is then not registered, since its hang-up would be reported again
 ///                              and again
 class PeerIntake {
@@ -53,6 +53,12 @@ private:
 
     [[nodiscard]] bool mayRead(ListenerPeer &peer);
     [[nodiscard]] bool hasRoomFor(ListenerPeer &peer);
+    [[nodiscard]] static bool fits(std::size_t held, std::size_t cost, std::size_t limit) noexcept {
+        return held == 0 || held + cost <= limit;
+    }
+    [[nodiscard]] bool mayHandle(const ListenerPeer &peer) const;
+    [[nodiscard]] bool takeWaiting(const Ref<ListenerPeer> &peer, Messages &messages);
+    [[nodiscard]] bool takeFrames(const Ref<ListenerPeer> &peer);
     [[nodiscard]] bool readFrom(const Ref<ListenerPeer> &peer);
     [[nodiscard]] bool decodeFrames(const Ref<ListenerPeer> &peer, Messages &messages);
     void dispatch(const Ref<ListenerPeer> &peer, Messages messages);

@@ -17,6 +17,8 @@ class UserShare final : public Object {
 public:
     std::size_t connections = 0;               ///< Of the intake thread.
     std::atomic<std::size_t> receivedBytes{0}; ///< Of messages that are still held or being received.
+    std::atomic<std::size_t> handedBytes{0};   ///< Of messages that a handler has, a part of the former.
+    std::atomic<std::size_t> largeMessages{0}; ///< Of these, how many are above the limit by themselves.
     std::atomic<std::size_t> queuedBytes{0};   ///< Of what waits to be sent.
     std::atomic<bool> isHeldBack{false};       ///< A peer of the user waits until something is freed.
 };
@@ -29,6 +31,7 @@ public:
     const pid_t process;
     std::size_t connections = 0; ///< Of the intake thread.
     std::atomic<std::size_t> receivedBytes{0};
+    std::atomic<std::size_t> handedBytes{0};
     ProcessTurns turns; ///< Of PeerTurns.
 };
 
