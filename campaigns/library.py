@@ -170,4 +170,9 @@ class Library:
 
     def due(self):
         """How many thumbnails are still to be made."""
-        return self.rows('SELECT (SELECT count(*) FROM zduethumbnail) + (SELECT count(*) FROM zduefacts)')[0][0][0]
+        return self.rows('SELECT (SELECT count(*) FROM zduethumbnail WHERE made = 0) + '
+                         '(SELECT count(*) FROM zduefacts)')[0][0][0]
+
+    def unsynced(self):
+        """The number of assets whose thumbnails are due or not synced yet."""
+        return self.rows('SELECT count(*) FROM zduethumbnail')[0][0][0]

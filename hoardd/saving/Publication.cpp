@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <optional>
 #include <set>
@@ -14,6 +15,7 @@
 #include "hoardd/pictures/PreviewWell.h"
 #include "hoardd/saving/AssetFiles.h"
 #include "wickerlane/log/JXLog.h"
+#include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/object/Paths.h"
 
 namespace wickerlane::hoardd {
@@ -72,6 +74,15 @@ Result<> removeAllFiles(const store::LibraryPaths &paths, const AssetRecord &ass
     for (const std::string &rendition : *renditions)
         if (auto removed = removeFile(rendition); !removed)
             return removed;
+    // Once the note has gone, a file that a crash brings back would be taken for one that was found.
+    std::vector<std::string> folders{
+        std::string(parentFolder(paths.original(asset))), paths.thumbnailFolder(asset.uuid),
+        std::string(parentFolder(paths.sidecar(asset.uuid))), store::companionFolder(paths, asset.uuid)};
+    if (!renditions->empty())
+        folders.push_back(paths.renditionFolder(asset.uuid));
+    for (const std::string &folder : folders)
+        if (!syncFolder(folder) && errno != ENOENT)
+            return failSystem("sync", folder);
     return {};
 }
 
@@ -80,15 +91,25 @@ Parts partsOf(const StagedAsset &asset) {
     return {.sidecar = asset.sidecar.has_value(), .companion = asset.companion.has_value()};
 }
 
+/// They last until the real thumbnails take their places, or are synced later; those of a picture that can't
+/// be decoded may stay. No save fails for want of them: they are due then.
+void placeThumbnails(StagedAsset &asset) {
+    if (!asset.thumbnails)
+        return;
+    const bool isSound = asset.record.problem.empty() && asset.dueFacts == Store::DueFacts::none;
+    const auto placed = isSound ? asset.thumbnails->place() : asset.thumbnails->publish();
+    if (placed)
+        return;
+    JX_LOG(JXLogLevelError, JXThumbnailsLog, "the thumbnails of %s are made later: %s",
+           asset.record.uuid.c_str(), placed.error().text.c_str());
+    asset.thumbnails.reset();
+    asset.thumbnailsAreDue = true;
+    asset.record.thumbnailIndex = 0;
+}
+
 Result<> moveFiles(Library &library, StagedAsset &asset) {
     const std::string original = library.paths().original(asset.record);
-    if (asset.thumbnails) {
-        // They last until the real thumbnails take their places, or are synced later; those of a picture that
-        // can't be decoded may stay.
-        const bool isSound = asset.record.problem.empty() && asset.dueFacts == Store::DueFacts::none;
-        if (auto moved = isSound ? asset.thumbnails->place() : asset.thumbnails->publish(); !moved)
-            return moved;
-    }
+    placeThumbnails(asset);
     if (asset.sidecar)
         if (auto placed = placeSidecar(library.paths(), *asset.sidecar, asset.record.uuid); !placed)
             return placed;

@@ -155,9 +155,8 @@ Result<PictureFacts> examine(Library &library, const SaveJob &job, const SaveOrd
         setUndecodable(staged.record, seen.ended.error().text);
     else if (!seen.ended) // which says nothing about the file
         staged.dueFacts = order.creationDate ? Store::DueFacts::allButDate : Store::DueFacts::all;
-    if (isShown || seen.thumbnails != QuickThumbnails::none) {
-        if (const auto written = preview->write(); !written)
-            return passOn(written);
+    // If they can't be written they are due, like those that were not made.
+    if ((isShown || seen.thumbnails != QuickThumbnails::none) && preview->write()) {
         staged.record.thumbnailIndex = 1;
         staged.thumbnails = *std::move(preview);
         staged.thumbnailsAreDue = isShown || seen.thumbnails != QuickThumbnails::ofPicture;

@@ -463,8 +463,9 @@ TEST_F(Notes, KnowByUUIDsWhatAreNoDuplicates) {
     const auto opened = Store::open(paths);
     ASSERT_TRUE(opened);
     ASSERT_TRUE((*opened)->change([&](Database &database) -> Result<> {
-        if (const auto moved = database.execute("PRAGMA defer_foreign_keys=ON; DELETE FROM znotduplicate; "
-                                                "UPDATE zgenericasset SET pk = 1000 WHERE pk = 236");
+        if (const auto moved = database.execute(
+                "PRAGMA defer_foreign_keys=ON; DELETE FROM znotduplicate; DELETE FROM zduethumbnail; "
+                "UPDATE zgenericasset SET pk = 1000 WHERE pk = 236");
             !moved)
             return moved;
         for (int round = 0; round < 2; ++round)

@@ -555,6 +555,10 @@ END;
 // then. 0 when they have not been made.
 constexpr const char *madeThumbnails = R"sql(
 ALTER TABLE zduethumbnail ADD COLUMN made INTEGER NOT NULL DEFAULT 0;
+DROP TRIGGER zduethumbnail_derived_insert;
+CREATE TRIGGER zduethumbnail_derived_insert AFTER INSERT ON zduethumbnail WHEN new.made = 0 BEGIN
+    UPDATE zgenericasset SET derivedbytes = NULL WHERE pk = new.asset AND derivedbytes IS NOT NULL;
+END;
 )sql";
 
 // New tables and columns are added by a step of their own at the end.
