@@ -1,5 +1,7 @@
 #include "hoardd/library/Store.h"
 
+#include <limits>
+
 #include "hoardd/library/Failures.h"
 #include "hoardd/library/State.h"
 #include "hoardd/library/StoreBackups.h"
@@ -78,28 +80,19 @@ Result<Database> openPrepared(const store::LibraryPaths &paths) {
 
 namespace {
 
-/// The thumbnails that were made for rounds up to this one are due again, so that their size is unknown;
-/// those of all, without it.
-Result<> noteRoundsLost(Database &database, std::optional<std::int64_t> round = std::nullopt) {
-    const struct {
-        std::string due, assets;
-    } places[] = {{"zduethumbnail", "zgenericasset"}, {"ztrashedduethumbnail", "ztrashedasset"}};
-    const std::string lost = "made <> 0 AND coalesce(made <= ?, 1)";
-    for (const auto &[due, assets] : places) {
-        auto noted =
-            database
-                .prepare("UPDATE " + assets + " SET derivedbytes = NULL WHERE pk IN (SELECT asset FROM " +
-                         due + " WHERE " + lost + ") AND derivedbytes IS NOT NULL")
-                .bind(round)
-                .run()
-                .and_then([&] {
-                    return database.prepare("UPDATE " + due + " SET made = 0 WHERE " + lost)
-                        .bind(round)
-                        .run();
-                });
-        if (!noted)
+constexpr std::int64_t allRounds = std::numeric_limits<std::int64_t>::max();
+
+/// The thumbnails that were made for rounds up to this one are due again, so that their size is unknown.
+Result<> noteRoundsLost(Database &database, std::int64_t round) {
+    for (const char *update :
+         {"UPDATE zgenericasset SET derivedbytes = NULL WHERE derivedbytes IS NOT NULL AND "
+          "pk IN (SELECT asset FROM zduethumbnail WHERE made BETWEEN 1 AND ?)",
+          "UPDATE zduethumbnail SET made = 0 WHERE made BETWEEN 1 AND ?",
+          "UPDATE ztrashedasset SET derivedbytes = NULL WHERE derivedbytes IS NOT NULL AND "
+          "pk IN (SELECT asset FROM ztrashedduethumbnail WHERE made BETWEEN 1 AND ?)",
+          "UPDATE ztrashedduethumbnail SET made = 0 WHERE made BETWEEN 1 AND ?"})
+        if (auto noted = database.prepare(update).bind(round).run(); !noted)
             return noted;
-    }
     return {};
 }
 
@@ -123,7 +116,7 @@ Result<std::unique_ptr<Store>> Store::open(const store::LibraryPaths &paths) {
     if (const auto watched = store->notes.watch(store->database); !watched)
         return fail(inContext("can't open " + paths.database(), watched.error(), paths.database()));
     // Of an earlier process, which did not come to sync them.
-    if (const auto due = noteRoundsLost(store->database); !due)
+    if (const auto due = noteRoundsLost(store->database, allRounds); !due)
         return fail(inContext("can't open " + paths.database(), due.error(), paths.database()));
     store->noticeChanges();
     return store;

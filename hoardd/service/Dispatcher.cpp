@@ -33,13 +33,16 @@ bool takesLibrary(const Operation &operation) {
 }
 
 Result<> checkCaller(const Operation &operation, const PeerIdentity &peer) {
-    if (operation.callers != Callers::everybody && accessOf(peer) != AccessStatus::granted)
-        return peer.program.standing == ProgramStanding::foreign
-                   ? fail(
-                         ProblemKind::refused,
-                         "this program runs in a user or mount namespace of its own, where its path could be "
-                         "made up")
-                   : fail(ProblemKind::refused, "this user has no access to the photo library");
+    const AccessStatus access =
+        operation.callers == Callers::everybody ? AccessStatus::granted : accessOf(peer);
+    if (access != AccessStatus::granted && peer.program.standing == ProgramStanding::foreign)
+        return fail(ProblemKind::refused,
+                    "this program runs in a user or mount namespace of its own, where its path "
+                    "could be made up");
+    if (access == AccessStatus::denied)
+        return fail(ProblemKind::refused, "this program was denied access to the photo library");
+    if (access != AccessStatus::granted)
+        return fail(ProblemKind::refused, "this user has no access to the photo library");
     if (operation.entitlement != nullptr && !isEntitled(peer, *operation.entitlement))
         return fail(ProblemKind::refused, "this program lacks the entitlement");
     return {};

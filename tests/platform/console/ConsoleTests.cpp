@@ -44,8 +44,8 @@ TEST(Console, EscapesWhatCouldForgeALine) {
         {"photo\u202egpj.exe", "photo\\u202egpj.exe"},
         {"\u200f\u2066\u00ad\ufeff\U000e0041", "\\u200f\\u2066\\u00ad\\ufeff\\U000e0041"},
         {"\u05d0\u0301\U0001f600", "\u05d0\u0301\U0001f600"},
-        {"cut \xe2\x80", "cut \xe2\x80"},
-        {"cut \xc2", "cut \xc2"},
+        {"cut \xe2\x80", "cut \\xe2\\x80"},
+        {"an 8-bit \x9b\x33\x31m", "an 8-bit \\x9b31m"},
     };
     for (const auto &each : cases)
         EXPECT_EQ(escapingControls(each.text), each.shown);

@@ -145,11 +145,15 @@ TEST(Listener, AnswersWhatItsHandlerForgot) {
             received->replyError("no", static_cast<std::int64_t>(ProblemKind::exists));
             received->reply(numbered(2).get()); // too late
         }
+        if (numberOf(received->message()) == 3)
+            received->replyError("no \x9b in it", static_cast<std::int64_t>(ProblemKind::exists));
     });
     const auto connection = connect();
     EXPECT_THAT(connection->sendWithReplySync(numbered(1).get()),
                 isError("The service did not answer.", ProblemKind::failed));
     EXPECT_THAT(connection->sendWithReplySync(numbered(2).get()), isError("no", ProblemKind::exists));
+    EXPECT_THAT(connection->sendWithReplySync(numbered(3).get()),
+                isError("no \uFFFD in it", ProblemKind::exists));
 }
 
 TEST(Listener, TakesANameThatIsFree) {

@@ -44,6 +44,16 @@ void appendEscaped(std::string &text, char32_t character) {
     text += code.data();
 }
 
+// Bytes that are no UTF-8. To some terminals they are control characters.
+void appendBytes(std::string &text, std::string_view bytes) {
+    for (const char each : bytes) {
+        std::array<char, 5> code{};
+        std::snprintf(code.data(), code.size(), "\\x%02x",
+                      static_cast<unsigned>(static_cast<unsigned char>(each)));
+        text += code.data();
+    }
+}
+
 constinit std::atomic<bool (*)()> consoleGate{nullptr};
 constinit std::atomic<bool (*)(std::string_view)> consoleWriter{nullptr};
 
@@ -71,7 +81,9 @@ std::string escapingControls(std::string_view text) {
     for (const char *at = text.data(); at != end;) {
         const char *const start = at;
         const char32_t character = utf8::next(at, end);
-        if (character != utf8::invalid && isHidden(character))
+        if (character == utf8::invalid)
+            appendBytes(result, {start, at});
+        else if (isHidden(character))
             appendEscaped(result, character);
         else
             result.append(start, at);

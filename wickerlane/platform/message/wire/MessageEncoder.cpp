@@ -5,6 +5,7 @@
 #include "wickerlane/platform/message/value/MessageStorage.h"
 #include "wickerlane/platform/message/value/MessageText.h"
 #include "wickerlane/platform/message/wire/MessageLimits.h"
+#include "wickerlane/platform/object/UTF8Internal.h"
 
 namespace wickerlane {
 
@@ -72,12 +73,15 @@ void MessageEncoder::encodeRefusal(std::string_view text, std::int64_t kind) {
 
 void MessageEncoder::appendErrorContents(std::string_view text, std::int64_t kind) {
     append(kind);
+    std::string repaired; // a reason with a broken name in it is better than none
+    if (!isUTF8(text)) {
+        utf8::appendRepaired(repaired, text);
+        text = repaired;
+    }
     std::size_t length = std::min(text.size(), MessageLimits::errorTextBytes);
     // A cut must not split a character.
     while (length < text.size() && length != 0 && (static_cast<unsigned char>(text[length]) & 0xC0) == 0x80)
         --length;
-    if (!isUTF8(text.substr(0, length)))
-        length = 0;
     if (length != 0)
         std::memcpy(extend(length), text.data(), length);
 }
