@@ -52,8 +52,8 @@ WL_EXTERN_C void RZDataMigrationWillFinish(void);
 
 /// The sizes of the library's parts. `kinds` is a mask of the kinds 1, 2, 4, 8 and 16, which
 /// docs/hoardd.md describes. The handler is called on `queue` once for each of them, with its size in bytes
-/// or RZLibrarySizeUnknown. Without a daemon, it is called for the kinds 1, 2, 4 and 8 alone, with the latter. A
-/// null queue or handler does nothing.
+/// or RZLibrarySizeUnknown. Without a daemon, it is called for the kinds 1, 2, 4 and 8 alone, with the
+/// latter. A null queue or handler does nothing.
 WL_EXTERN_C void RZGetLibrarySizes(WLQueue *queue, uint32_t kinds,
                                    void (*handler)(void *context, uint32_t kind, uint64_t bytes),
                                    void *context, WLReleaseContext release);
