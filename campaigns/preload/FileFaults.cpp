@@ -87,31 +87,19 @@ bool fails(const char *what, int folder, const char *path = nullptr, bool takesR
     return true;
 }
 
-} // namespace
+template <class Operation>
+int opened(int folder, const char *path, int flags, mode_t /*mode*/, Operation operation) {
+    return fails("open", folder, path, makes(flags)) ? -1 : operation();
+}
 
-#define OPEN(name)                                                                               \
-    INTERPOSED int name(const char *path, int flags, ...) {                                      \
-        va_list arguments;                                                                       \
-        va_start(arguments, flags);                                                              \
-        const mode_t mode = modeIn(flags, arguments);                                            \
-        va_end(arguments);                                                                       \
-        return fails("open", AT_FDCWD, path, makes(flags)) ? -1 : REAL(name)(path, flags, mode); \
-    }
-#define OPENAT(name)                                                                                   \
-    INTERPOSED int name(int folder, const char *path, int flags, ...) {                                \
-        va_list arguments;                                                                             \
-        va_start(arguments, flags);                                                                    \
-        const mode_t mode = modeIn(flags, arguments);                                                  \
-        va_end(arguments);                                                                             \
-        return fails("open", folder, path, makes(flags)) ? -1 : REAL(name)(folder, path, flags, mode); \
-    }
+} // namespace
 
 extern "C" {
 
-OPEN(open)
-OPEN(open64)
-OPENAT(openat)
-OPENAT(openat64)
+INTERPOSED_OPEN(open)
+INTERPOSED_OPEN(open64)
+INTERPOSED_OPENAT(openat)
+INTERPOSED_OPENAT(openat64)
 
 INTERPOSED ssize_t write(int file, const void *bytes, size_t count) {
     return fails("write", file) ? -1 : REAL(write)(file, bytes, count);

@@ -298,29 +298,12 @@ iovec partOf(const void *bytes, size_t count) {
 
 } // namespace
 
-#define OPEN(name)                                                                                 \
-    INTERPOSED int name(const char *path, int flags, ...) {                                        \
-        va_list arguments;                                                                         \
-        va_start(arguments, flags);                                                                \
-        const mode_t mode = modeIn(flags, arguments);                                              \
-        va_end(arguments);                                                                         \
-        return opened(AT_FDCWD, path, flags, mode, [&] { return REAL(name)(path, flags, mode); }); \
-    }
-#define OPENAT(name)                                                                                     \
-    INTERPOSED int name(int folder, const char *path, int flags, ...) {                                  \
-        va_list arguments;                                                                               \
-        va_start(arguments, flags);                                                                      \
-        const mode_t mode = modeIn(flags, arguments);                                                    \
-        va_end(arguments);                                                                               \
-        return opened(folder, path, flags, mode, [&] { return REAL(name)(folder, path, flags, mode); }); \
-    }
-
 extern "C" {
 
-OPEN(open)
-OPEN(open64)
-OPENAT(openat)
-OPENAT(openat64)
+INTERPOSED_OPEN(open)
+INTERPOSED_OPEN(open64)
+INTERPOSED_OPENAT(openat)
+INTERPOSED_OPENAT(openat64)
 
 INTERPOSED ssize_t write(int file, const void *bytes, size_t count) {
     noteSentIfSocket(file);

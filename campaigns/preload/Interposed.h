@@ -54,4 +54,23 @@ inline mode_t modeIn(int flags, va_list arguments) {
 
 } // namespace campaigns
 
+/// Open and openat under one of their names: they call `opened(folder, path, flags, mode, operation)`, which
+/// gives a descriptor or -1, with the operation itself as a function.
+#define INTERPOSED_OPEN(name)                                                                      \
+    INTERPOSED int name(const char *path, int flags, ...) {                                        \
+        va_list arguments;                                                                         \
+        va_start(arguments, flags);                                                                \
+        const mode_t mode = campaigns::modeIn(flags, arguments);                                   \
+        va_end(arguments);                                                                         \
+        return opened(AT_FDCWD, path, flags, mode, [&] { return REAL(name)(path, flags, mode); }); \
+    }
+#define INTERPOSED_OPENAT(name)                                                                          \
+    INTERPOSED int name(int folder, const char *path, int flags, ...) {                                  \
+        va_list arguments;                                                                               \
+        va_start(arguments, flags);                                                                      \
+        const mode_t mode = campaigns::modeIn(flags, arguments);                                         \
+        va_end(arguments);                                                                               \
+        return opened(folder, path, flags, mode, [&] { return REAL(name)(folder, path, flags, mode); }); \
+    }
+
 #endif
