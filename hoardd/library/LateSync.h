@@ -19,15 +19,16 @@ public:
     LateSync &operator=(const LateSync &) = delete;
     ~LateSync() { stop(); }
 
-    /// Has `sync` called, on the global queue, some time after each note(): it syncs what belongs to a round
-    /// or to those before it.
+    /// Has `sync` called some time after each note(), on the global queue, and by syncNow(): never twice at a
+    /// time. It syncs what belongs to a round or to those before it, may block, and must not call this object
+    /// but for round(). What goes wrong on the queue is logged.
     void whenDue(Handler<Result<>(std::int64_t round)> sync);
 
     /// The round of what is in its place by now; they begin with 1.
     [[nodiscard]] std::int64_t round() const noexcept;
     /// Something belongs to the round.
     void note();
-    /// Ends the round, and syncs at once. Blocks.
+    /// Ends the round, and syncs at once, on this thread. Blocks. Nothing without a handler.
     [[nodiscard]] Result<> syncNow();
     /// Nothing is synced any more: once it returns, `sync` is not called.
     void stop();

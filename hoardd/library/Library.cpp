@@ -99,12 +99,9 @@ Library::Library(UniqueFd held, std::unique_ptr<Store> writer, std::unique_ptr<s
 Result<> Library::syncThumbnails(std::int64_t round) {
     if (::syncfs(folder.get()) == 0)
         return store->noteSynced(round);
-    const int error = errno;
+    const Result<> failed = failSystem("sync", paths().folder());
     dueThumbnails.noteFailure();
-    return store->noteLost(round).and_then([&] {
-        errno = error;
-        return Result<>(failSystem("sync", paths().folder()));
-    });
+    return store->noteLost(round).and_then([&] { return failed; });
 }
 
 Result<std::unique_ptr<Library>> Library::open(const store::LibraryPaths &paths,

@@ -222,7 +222,7 @@ MediaWorkers::~MediaWorkers() = default;
 FirstLook MediaWorkers::examine(int picture, std::span<const ThumbnailTarget> thumbnails) {
     auto answer = pools->runOnPicture(WorkerRequest::Kind::examine, picture, thumbnails);
     // Its pixels may have been too much for the worker, and what it says of itself can still be read.
-    if (!answer && !thumbnails.empty())
+    if (!answer && answer.error().kind != ProblemKind::unreachable && !thumbnails.empty())
         answer = pools->runOnPicture(WorkerRequest::Kind::examine, picture, {});
     if (!answer)
         return {{}, QuickThumbnails::none, passOn(answer)};

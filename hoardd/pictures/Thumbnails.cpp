@@ -286,7 +286,8 @@ std::vector<Result<AssetRecord>> makeDueThumbnails(Library &library, std::span<c
         return {};
     });
     noteOutcomes(library, attempts);
-    library.thumbnailSync().note();
+    if (std::ranges::any_of(attempts, [](const auto &each) { return each && each->round != 0; }))
+        library.thumbnailSync().note();
     std::vector<Result<AssetRecord>> results;
     results.reserve(assets.size());
     for (auto &attempt : attempts)

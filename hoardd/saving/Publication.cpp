@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 #include <optional>
@@ -150,9 +151,9 @@ Result<> moveAllFiles(Library &library, std::span<StagedAsset *const> assets) {
 Result<> commitAssets(Library &library, std::span<StagedAsset *const> assets) {
     std::vector<Store::Addition> additions;
     additions.reserve(assets.size());
+    const std::int64_t round = library.thumbnailSync().round();
     // An original with a UUID of its own, such as that of a save that was cut off, is no wish to have back
     // what was deleted.
-    const std::int64_t round = library.thumbnailSync().round();
     for (const StagedAsset *each : assets)
         additions.push_back({.record = each->record,
                              .unlessPresent = each->unlessPresent,
@@ -163,7 +164,8 @@ Result<> commitAssets(Library &library, std::span<StagedAsset *const> assets) {
                              .companion = each->companion ? each->companion->row : each->companionOnDisk});
     if (const auto added = library.writer().add(additions); !added)
         return fail(inContext("can't store the asset", added.error()));
-    library.thumbnailSync().note();
+    if (std::ranges::any_of(assets, [](const StagedAsset *each) { return !each->thumbnailsAreDue; }))
+        library.thumbnailSync().note();
     for (std::size_t i = 0; i < assets.size(); ++i) {
         StagedAsset &asset = *assets[i];
         asset.cameBack = additions[i].cameBack;

@@ -78,10 +78,7 @@ void MessageEncoder::appendErrorContents(std::string_view text, std::int64_t kin
         utf8::appendRepaired(repaired, text);
         text = repaired;
     }
-    std::size_t length = std::min(text.size(), MessageLimits::errorTextBytes);
-    // A cut must not split a character.
-    while (length < text.size() && length != 0 && (static_cast<unsigned char>(text[length]) & 0xC0) == 0x80)
-        --length;
+    const std::size_t length = utf8::lengthOfWhole(text.substr(0, MessageLimits::errorTextBytes));
     if (length != 0)
         std::memcpy(extend(length), text.data(), length);
 }
