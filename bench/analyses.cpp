@@ -87,7 +87,9 @@ void fill(Database &database, std::size_t count) {
         bindRecord(statement, record);
         fingerprint = fingerprintNumbered(i, random, fingerprint);
         sure(statement.run(), "insert");
-        sure(writeFingerprint(database, {database.lastRowID(), record.uuid, 1}, fingerprint), "fingerprint");
+        const NewAsset asset{database.lastRowID(), record.uuid, 1};
+        const std::optional<Fingerprint> written(fingerprint);
+        sure(writeFingerprints(database, {&asset, 1}, {&written, 1}), "fingerprint");
     }
     sure(transaction.commit(), "commit");
 }

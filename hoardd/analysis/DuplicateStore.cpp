@@ -116,18 +116,22 @@ Result<std::vector<Fingerprint>> readFingerprints(Database &database) {
         .all([](const Statement &row) { return *fingerprintIn(row, 0); });
 }
 
-Result<> writeFingerprint(Database &database, const NewAsset &asset,
-                          const std::optional<Fingerprint> &fingerprint) {
-    std::optional<std::uint64_t> difference, frequency;
-    if (fingerprint) {
-        difference = fingerprint->difference;
-        frequency = fingerprint->frequency;
+Result<> writeFingerprints(Database &database, std::span<const NewAsset> assets,
+                           std::span<const std::optional<Fingerprint>> fingerprints) {
+    Statement write =
+        database.prepare("INSERT OR REPLACE INTO zfingerprint (asset, thumbnailindex, difference, frequency) "
+                         "SELECT pk, ?, ?, ? FROM zgenericasset WHERE pk = ?");
+    for (std::size_t i = 0; i < assets.size(); ++i) {
+        std::optional<std::uint64_t> difference, frequency;
+        if (fingerprints[i]) {
+            difference = fingerprints[i]->difference;
+            frequency = fingerprints[i]->frequency;
+        }
+        write.bind(assets[i].thumbnailIndex, difference, frequency, assets[i].key);
+        if (const auto written = write.run(); !written)
+            return written;
     }
-    return database
-        .prepare("INSERT OR REPLACE INTO zfingerprint (asset, thumbnailindex, difference, frequency) "
-                 "SELECT pk, ?, ?, ? FROM zgenericasset WHERE pk = ?")
-        .bind(asset.thumbnailIndex, difference, frequency, asset.key)
-        .run();
+    return {};
 }
 
 Result<bool> isLinked(Database &database, std::int64_t asset) {

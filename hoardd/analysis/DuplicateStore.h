@@ -30,9 +30,10 @@ struct NewAsset {
 /// All fingerprints, in no order.
 [[nodiscard]] Result<std::vector<Fingerprint>> readFingerprints(sqlite::Database &database);
 
-/// Writes the fingerprint of an asset, unless it has gone meanwhile. Nothing of a picture without features.
-[[nodiscard]] Result<> writeFingerprint(sqlite::Database &database, const NewAsset &asset,
-                                        const std::optional<Fingerprint> &fingerprint);
+/// Writes the fingerprints of assets, of each unless it has gone meanwhile; nothing of a picture without
+/// features. There are as many of both.
+[[nodiscard]] Result<> writeFingerprints(sqlite::Database &database, std::span<const NewAsset> assets,
+                                         std::span<const std::optional<Fingerprint>> fingerprints);
 
 /// Whether there is another asset with the same bytes, or the asset is in a group.
 [[nodiscard]] Result<bool> isLinked(sqlite::Database &database, std::int64_t asset);

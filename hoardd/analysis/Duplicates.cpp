@@ -48,16 +48,21 @@ Result<KnownFingerprints> readKnown(Database &database) {
     return KnownFingerprints{*isStale, *std::move(fingerprints)};
 }
 
-/// Nothing for an asset without thumbnail, or with one that is of no use: it is compared by its bytes alone.
-Result<Fingerprints> fingerprintsOf(Library &library, std::span<const NewAsset> assets) {
+/// Of the first assets: as many as have `maxRowsPerCommit` thumbnails, so that a kill leaves most of long
+/// work stored. Nothing for an asset without thumbnail, or with one that is of no use: it is compared by its
+/// bytes alone.
+Result<Fingerprints> firstFingerprints(Library &library, std::span<const NewAsset> assets) {
     Fingerprints fingerprints;
-    fingerprints.reserve(assets.size());
     constexpr store::ThumbnailSize size = store::ThumbnailSize::small;
+    std::size_t thumbnails = 0;
     for (const NewAsset &asset : assets) {
+        if (thumbnails == maxRowsPerCommit)
+            break;
         const std::string path = library.paths().thumbnail(asset.uuid, size);
         const UniqueFd thumbnail = openFile(path, O_RDONLY);
         if (!thumbnail && errno != ENOENT)
             return failSystem("open", path);
+        thumbnails += thumbnail ? 1 : 0;
         const auto fingerprint = thumbnail ? library.media().fingerprint(thumbnail.get(), maxSideOf(size))
                                            : Result<std::optional<Fingerprint>>(std::nullopt);
         // What says nothing about the thumbnail is left for the next analysis.
@@ -68,31 +73,61 @@ Result<Fingerprints> fingerprintsOf(Library &library, std::span<const NewAsset> 
     return fingerprints;
 }
 
-/// Gives whether one of the assets makes the groups stale; not looked for when they are.
-Result<bool> writeFingerprints(Database &database, std::span<const NewAsset> assets,
-                               const Fingerprints &fingerprints, bool isStale) {
-    for (std::size_t i = 0; i < assets.size(); ++i) {
-        if (!isStale) {
-            const auto linked = isLinked(database, assets[i].key);
-            if (!linked)
-                return linked;
-            isStale = *linked;
-        }
-        if (const auto written = writeFingerprint(database, assets[i], fingerprints[i]); !written)
-            return passOn(written);
+/// Whether one of the assets makes the groups stale.
+Result<bool> isAnyLinked(Database &database, std::span<const NewAsset> assets) {
+    for (const NewAsset &asset : assets) {
+        const auto linked = isLinked(database, asset.key);
+        if (!linked || *linked)
+            return linked;
     }
+    return false;
+}
+
+/// Gives whether the groups are stale then. That an asset is linked is not looked for when they are.
+Result<bool> storeFingerprints(Database &database, std::span<const NewAsset> assets,
+                               const Fingerprints &fingerprints, const KnownFingerprints &known,
+                               bool wasStale) {
+    const auto isStale = known.isStale ? Result<bool>(true) : isAnyLinked(database, assets);
+    if (!isStale)
+        return isStale;
+    if (const auto written = writeFingerprints(database, assets, fingerprints); !written)
+        return passOn(written);
+    if (*isStale && !wasStale)
+        if (const auto marked = markGroupsStale(database); !marked)
+            return passOn(marked);
     return isStale;
 }
 
+/// Fingerprints some assets and stores that.
+Result<> fingerprintAssets(Library &library, std::span<const NewAsset> assets, KnownFingerprints &known) {
+    while (!assets.empty()) {
+        if (library.isEnding())
+            return stopped();
+        const auto fingerprints = firstFingerprints(library, assets);
+        if (!fingerprints)
+            return passOn(fingerprints);
+        const auto batch = assets.first(fingerprints->size());
+        assets = assets.subspan(batch.size());
+        const bool wasStale = known.isStale;
+        known.add(*fingerprints);
+        const auto isStale = library.writer().change([&](Database &database) {
+            return storeFingerprints(database, batch, *fingerprints, known, wasStale);
+        });
+        if (!isStale)
+            return passOn(isStale);
+        known.isStale = *isStale;
+    }
+    return {};
+}
+
 Result<> fingerprintNewAssets(Library &library) {
-    auto known = library.read(readKnown);
-    if (!known)
-        return passOn(known);
+    std::optional<KnownFingerprints> known;
     for (std::int64_t last = 0;;) {
         if (library.isEnding())
             return stopped();
-        const auto batch = library.read(
-            [&](Database &database) { return assetsWithoutFingerprint(database, last, maxRowsPerCommit); });
+        const auto batch = library.read([&](Database &database) {
+            return assetsWithoutFingerprint(database, last, maxQuickRowsPerCommit);
+        });
         if (!batch)
             return passOn(batch);
         if (batch->empty())
@@ -100,23 +135,14 @@ Result<> fingerprintNewAssets(Library &library) {
         if (batch->back().key <= last) // or this would not end
             return fail(ProblemKind::damagedStore, "the store's assets are in no order");
         last = batch->back().key;
-        const auto fingerprints = fingerprintsOf(library, *batch);
-        if (!fingerprints)
-            return passOn(fingerprints);
-        const bool wasStale = known->isStale;
-        known->add(*fingerprints);
-        const auto isStale = library.writer().change([&](Database &database) {
-            return writeFingerprints(database, *batch, *fingerprints, known->isStale)
-                .and_then([&](bool stale) -> Result<bool> {
-                    if (stale && !wasStale)
-                        if (const auto marked = markGroupsStale(database); !marked)
-                            return passOn(marked);
-                    return stale;
-                });
-        });
-        if (!isStale)
-            return passOn(isStale);
-        known->isStale = *isStale;
+        if (!known) {
+            auto read = library.read(readKnown);
+            if (!read)
+                return passOn(read);
+            known = *std::move(read);
+        }
+        if (const auto done = fingerprintAssets(library, *batch, *known); !done)
+            return done;
     }
 }
 
