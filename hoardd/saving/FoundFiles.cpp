@@ -81,11 +81,9 @@ Result<bool> isWholeMedia(const std::string &path, std::chrono::seconds quiet) {
 }
 
 SaveJob jobFor(Library &library, const std::string &path) {
-    SaveJob job{
-        Dictionary::createWithKeys({{protocol::job::filePath, String::of(path)},
-                                    {protocol::job::originalFilename, String::of(lastPathComponent(path))},
-                                    {protocol::job::unlessPresent, Number::of(true)}}),
-        nullptr, nullptr, true};
+    SaveJob job{Dictionary::createWithKeys({{protocol::job::unlessPresent, Number::of(true)}}), nullptr,
+                nullptr, true};
+    job.filePath = path;
     const std::string uuid = uuidInName(path);
     if (!uuid.empty())
         if (const auto known = library.writer().knows(uuid); known && !*known)

@@ -16,12 +16,16 @@ namespace wickerlane::hoardd {
 
 namespace {
 
-/// The last component of a path or name, no longer than a file name may be.
-std::string plainName(std::string_view name) {
+/// The last component of a path or name, no longer than a file name may be. What is no text in it becomes
+/// U+FFFD.
+std::string plainName(std::string_view path) {
     constexpr std::size_t maxBytes = 255;
-    name = lastPathComponent(name);
-    if (name == "/")
+    path = lastPathComponent(path);
+    if (path == "/")
         return {};
+    auto repaired = MutableString::create();
+    repaired->append(path);
+    const std::string_view name = repaired->utf8();
     std::size_t length = std::min(name.size(), maxBytes);
     while (length > 0 && length < name.size() && (static_cast<unsigned char>(name[length]) & 0xC0) == 0x80)
         --length; // never inside a character
@@ -114,8 +118,8 @@ Result<> findSource(const SaveJob &job, SaveOrder &order) {
         order.data = *data;
         return order.data->length() != 0 ? Result<>() : noData();
     }
-    if (*path != nullptr) {
-        order.path = (*path)->utf8();
+    if (*path != nullptr || !job.filePath.empty()) {
+        order.path = *path != nullptr ? std::string((*path)->utf8()) : job.filePath;
         return openFile(job, order);
     }
     order.surface = job.image.get();

@@ -23,6 +23,8 @@ struct SaveJob {
     bool mayReadFiles = false;  ///< Whether the caller has this process's rights to files.
     /// Of an asset that comes back, which the library must not have; empty for a new one.
     std::string uuid{};
+    /// Of the file to be saved when the dictionary names none: unlike a text, it may hold any bytes.
+    std::string filePath{};
 };
 
 /// What a job says, once it has been read: where the bytes come from, which is one of three, and what its
@@ -35,7 +37,7 @@ struct SaveOrder {
     std::string path;               ///< Of `file`; else empty.
     struct stat status {};          ///< Of `file` when it was opened.
     std::optional<double> modified; ///< When `file` was changed last; seconds since 2001-01-01 00:00:00 UTC.
-    std::string originalFilename;   ///< May be empty.
+    std::string originalFilename;   ///< Text; may be empty.
     std::string sidecarPath;        ///< Of a file of metadata that is kept with it; empty for none.
     std::string companionPath;      ///< Of a second file of the same shot; empty for none.
     std::optional<AssetKind> kind;

@@ -119,8 +119,9 @@ Result<> repairLibrary(Library &library) {
     for (const Finding &finding : report->findings) {
         if (library.isEnding())
             return stopped();
-        if (finding.kind == Finding::Kind::undecodable)
-            continue; // all are tried in the end
+        // All are tried in the end, or have been tried.
+        if (finding.kind == Finding::Kind::undecodable || finding.kind == Finding::Kind::unsavedFile)
+            continue;
         ReleaseScope scope;
         const auto repaired = repairFinding(library, finding);
         if (!repaired && hasGone(library, finding))

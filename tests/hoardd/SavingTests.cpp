@@ -499,6 +499,34 @@ TEST_F(FindingFiles, WaitsForFilesThatAreStillBeingWritten) {
     EXPECT_EQ(faults(), "");
 }
 
+TEST_F(FindingFiles, TakesNamesThatAreNoText) {
+    const FileBytes picture = pngOf(fourCorners(4, 4)), other = pngOf(fourCorners(5, 4));
+    const std::string path = paths.folder() + "/DCIM/AA/sch\xF6n.PNG", left = paths.found() + "/\xFF.PNG";
+    writeFile(path, picture);
+    writeFile(left, other);
+    letSettle(path);
+    EXPECT_EQ(faults(),
+              "stray file among the originals " + path + "\nfound file that is not saved " + left + '\n');
+    const auto saved = saveFoundFiles(library());
+    EXPECT_TRUE(saved) << saved.error().text;
+    const auto nameOf = [&](const FileBytes &bytes) {
+        const auto asset = library().writer().assetWithSum(store::sha256Of(bytes).value());
+        return asset && *asset ? (*asset)->originalFilename : std::string("none");
+    };
+    EXPECT_EQ(nameOf(picture), "sch\xEF\xBF\xBDn.PNG");
+    EXPECT_EQ(nameOf(other), "\xEF\xBF\xBD.PNG");
+    EXPECT_EQ(faults(), "");
+}
+
+TEST_F(FindingFiles, WhatCantBeSavedIsFound) {
+    const std::string words = paths.found() + "/words.txt";
+    writeFile(words, FileBytes(30, std::byte{'w'}));
+    const auto repaired = repairLibrary(library());
+    ASSERT_FALSE(repaired);
+    EXPECT_NE(repaired.error().text.find("the first: " + words), std::string::npos) << repaired.error().text;
+    EXPECT_EQ(faults(), "found file that is not saved " + words + '\n');
+}
+
 // It was moved there before a program opened it again.
 TEST_F(FindingFiles, WaitsForAFoundFileThatIsBeingWritten) {
     fs::create_directories(paths.found());

@@ -83,7 +83,7 @@ private:
     const LibraryPaths &paths;
     const CheckOptions &options;
     bool cancelled = false;
-    std::vector<std::string> originals, thumbnails, renditions, companions;
+    std::vector<std::string> originals, thumbnails, renditions, companions, found;
     std::unordered_set<std::string> underWay; // UUIDs of assets whose files are being changed
     struct Noted {
         OriginalFault fault;
@@ -102,6 +102,7 @@ Result<> Check::run() {
     thumbnails = filesBelow(paths.folder() + "/PhotoData/Thumbnails");
     renditions = filesBelow(paths.folder() + "/PhotoData/Renditions");
     companions = filesBelow(paths.folder() + "/PhotoData/Companions");
+    found = filesBelow(paths.found());
     noteUnderWay();
     auto database = Database::open(paths.database(), Database::Access::read);
     if (!database && database.error().kind == ProblemKind::notFound && hasOriginals(paths)) {
@@ -129,6 +130,7 @@ Result<> Check::run() {
     checkStrays(thumbnails, Finding::Kind::strayThumbnail);
     checkStrays(renditions, Finding::Kind::strayRendition);
     checkStrays(companions, Finding::Kind::strayCompanion);
+    checkStrays(found, Finding::Kind::unsavedFile);
     noteUnderWay();
     return confirm(*database);
 }
@@ -515,6 +517,8 @@ const char *nameOf(Finding::Kind kind) noexcept {
         return "stray file among the renditions";
     case Finding::Kind::strayCompanion:
         return "stray file among the companions";
+    case Finding::Kind::unsavedFile:
+        return "found file that is not saved";
     case Finding::Kind::wrongSize:
         return "thumbnails of another size";
     case Finding::Kind::wrongSum:

@@ -34,6 +34,7 @@ struct Finding {
         strayThumbnail,   ///< A file among the thumbnails that no asset has.
         strayRendition,   ///< A file among the renditions that no asset has.
         strayCompanion,   ///< A file among the second files that no asset has.
+        unsavedFile,      ///< A found file of which no asset could be made yet.
         wrongSize,        ///< Thumbnails or an edited rendition whose size is not what the store adds up.
         wrongSum,         ///< A count or a sum of the store that is not what counting again gives.
     };
