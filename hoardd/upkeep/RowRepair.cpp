@@ -1,6 +1,7 @@
 #include "hoardd/upkeep/RowRepair.h"
 
 #include <cmath>
+#include <cstdint>
 #include <filesystem>
 
 #include "hoardd/library/Clock.h"
@@ -64,6 +65,11 @@ AssetRecord mended(const store::LibraryPaths &paths, const NotedRows &notes, Ass
     for (double *date : {&asset.dateCreated, &asset.dateAdded})
         if (!std::isfinite(*date))
             *date = secondsNow();
+    if (asset.byteSize > INT64_MAX) {
+        std::error_code none;
+        const std::uintmax_t size = fs::file_size(paths.original(asset), none);
+        asset.byteSize = none ? 0 : size;
+    }
     return asset;
 }
 
@@ -72,9 +78,9 @@ Result<> replaceAsset(Database &database, const AssetRecord &asset) {
         return database.prepare("DELETE FROM zgenericasset WHERE pk = ?").bind(asset.primaryKey).run();
     return database
         .prepare("UPDATE zgenericasset SET uuid = ?2, directory = ?3, filename = ?4, originalfilename = ?5, "
-                 "format = ?6, problem = ?7, datecreated = ?8, dateadded = ?9 WHERE pk = ?1")
+                 "format = ?6, problem = ?7, datecreated = ?8, dateadded = ?9, bytesize = ?10 WHERE pk = ?1")
         .bind(asset.primaryKey, asset.uuid, asset.directory, asset.filename, asset.originalFilename,
-              asset.format, asset.problem, asset.dateCreated, asset.dateAdded)
+              asset.format, asset.problem, asset.dateCreated, asset.dateAdded, asset.byteSize)
         .run();
 }
 

@@ -222,12 +222,13 @@ TEST_F(Repair, LeavesWhatIsSetAndRemovedMeanwhile) {
 
 TEST_F(Repair, MakesAssetsAgainOfRowsThatCantBeOnes) {
     const auto one = saved(pngOf(fourCorners(4, 4))), two = saved(pngOf(fourCorners(5, 4))),
-               three = saved(pngOf(fourCorners(6, 4)));
+               three = saved(pngOf(fourCorners(6, 4))), four = saved(pngOf(fourCorners(7, 4)));
     const std::string album = *makeAlbum(library(), "Dunes");
     execute(
         "UPDATE zgenericasset SET filename = CAST(x'41ff' AS TEXT), originalfilename = CAST(x'42ff' AS TEXT) "
         "WHERE pk = 1; UPDATE zgenericasset SET uuid = CAST(x'ff' AS TEXT) WHERE pk = 2;"
         "UPDATE zgenericasset SET uuid = 'x', filename = 'x' WHERE pk = 3;"
+        "UPDATE zgenericasset SET bytesize = -1 WHERE pk = 4;"
         "UPDATE zalbum SET name = CAST(x'4142ff' AS TEXT);");
     EXPECT_NE(faults().find("unreadable entry of the store"), std::string::npos);
     const auto repaired = repairLibrary(library());
@@ -237,6 +238,7 @@ TEST_F(Repair, MakesAssetsAgainOfRowsThatCantBeOnes) {
     EXPECT_EQ(recordOf(one.uuid).originalFilename, "B\uFFFD");
     EXPECT_EQ(recordOf(two.uuid).primaryKey, two.primaryKey);
     EXPECT_EQ(recordOf(three.uuid).sha256, three.sha256) << "found among the originals";
+    EXPECT_EQ(recordOf(four.uuid).byteSize, four.byteSize);
     EXPECT_TRUE(*library().assets().albumWithUUID(album));
 }
 

@@ -133,6 +133,7 @@ TEST(StoreReader, MakesNoObjectsOfRowsThatCantBeOnes) {
         {"UPDATE zgenericasset SET originalfilename = CAST(x'41ff' AS TEXT) WHERE pk = 1", 1, 2},
         {"UPDATE zgenericasset SET problem = 'a' || char(0) WHERE pk = 1", 1, 2},
         {"UPDATE zgenericasset SET datecreated = 9e999 WHERE pk = 1", 1, 2},
+        {"UPDATE zgenericasset SET bytesize = -1 WHERE pk = 1", 1, 2},
         {"UPDATE zalbum SET uuid = 'x' WHERE pk = 1", 2, 1},
         {"UPDATE zalbum SET name = CAST(x'ff' AS TEXT) WHERE pk = 1", 2, 1},
     };

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 
 #include "wickerlane/platform/message/value/MessageText.h"
 #include "wickerlane/store/ManagedAsset.h"
@@ -47,6 +48,8 @@ std::string faultOf(const AssetRecord &asset) {
     for (const std::string *text : {&asset.originalFilename, &asset.format, &asset.problem})
         if (!isText(*text))
             return "it holds a text that is none";
+    if (asset.byteSize > INT64_MAX)
+        return "it has a size that is none";
     if (!std::isfinite(asset.dateCreated) || !std::isfinite(asset.dateAdded))
         return "it has a date that is none";
     return {};
