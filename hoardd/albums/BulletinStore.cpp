@@ -79,8 +79,9 @@ Result<std::optional<BulletinRecord>> gatheringBulletin(Database &database, cons
         });
 }
 
-Result<> addBulletin(Database &database, const Subject &subject, const store::AssetRecord &asset,
-                     std::string_view sender, double date) {
+/// Gives the number of the bulletin's first record.
+Result<std::int64_t> addBulletin(Database &database, const Subject &subject, const store::AssetRecord &asset,
+                                 std::string_view sender, double date) {
     const auto gathering = gatheringBulletin(database, subject, date);
     if (!gathering)
         return passOn(gathering);
@@ -92,7 +93,7 @@ Result<> addBulletin(Database &database, const Subject &subject, const store::As
                              .bind(bulletin.id, date - bulletinLifetime)
                              .run();
     if (!deleted)
-        return deleted;
+        return passOn(deleted);
     const auto inserted =
         database
             .prepare("INSERT INTO zbulletin (type, originalrecordid, originaldate, date, album, asset, "
@@ -100,40 +101,49 @@ Result<> addBulletin(Database &database, const Subject &subject, const store::As
             .bind(static_cast<std::int64_t>(subject.type), bulletin.originalID, bulletin.originalDate, date,
                   subject.album, asset.primaryKey, bulletin.photos, bulletin.videos, sender)
             .run();
-    if (!inserted || bulletin.originalID != 0)
-        return inserted;
+    if (!inserted)
+        return passOn(inserted);
+    if (bulletin.originalID != 0)
+        return bulletin.originalID;
+    const std::int64_t id = database.lastRowID();
     return database.prepare("UPDATE zbulletin SET originalrecordid = recordid WHERE recordid = ?")
-        .bind(database.lastRowID())
-        .run();
+        .bind(id)
+        .run()
+        .map([id] { return id; });
 }
 
 } // namespace
 
 Result<> addAssetBulletin(Database &database, const store::AssetRecord &asset,
                           const store::AlbumRecord &album, std::string_view sender, double date) {
-    return addBulletin(database, {BulletinType::assetsAdded, album.primaryKey}, asset, sender, date);
+    const auto added =
+        addBulletin(database, {BulletinType::assetsAdded, album.primaryKey}, asset, sender, date);
+    return added ? Result<>() : passOn(added);
 }
 
 Result<> addOriginalBulletin(Database &database, const store::AssetRecord &asset, double date) {
-    return addBulletin(database, {BulletinType::originalsLost, std::nullopt}, asset, {}, date);
+    const auto added = addBulletin(database, {BulletinType::originalsLost, std::nullopt}, asset, {}, date);
+    if (!added)
+        return passOn(added);
+    return database.prepare("UPDATE zscrub SET bulletin = ? WHERE asset = ?")
+        .bind(*added, asset.primaryKey)
+        .run();
 }
 
 Result<std::vector<BulletinRecord>> currentBulletins(Database &database, double now) {
-    auto bulletins = database.prepare(selectBulletins("WHERE date > ? ORDER BY recordid DESC"))
-                         .bind(now - bulletinLifetime)
-                         .all(readBulletin);
+    auto bulletins =
+        database.prepare(selectBulletins("WHERE date > ? AND photos + videos > 0 ORDER BY recordid DESC"))
+            .bind(now - bulletinLifetime)
+            .all(readBulletin);
     if (bulletins)
         std::erase_if(*bulletins, [](const BulletinRecord &each) { return !isSound(each); });
     return bulletins;
 }
 
 Result<std::int64_t> countCurrentBulletins(Database &database, double now) {
-    const auto count = database.prepare("SELECT count(*) FROM zbulletin WHERE date > ?")
-                           .bind(now - bulletinLifetime)
-                           .first([](const Statement &row) { return row.integer(0); });
-    if (!count)
-        return passOn(count);
-    return count->value_or(0);
+    return currentBulletins(database, now).map([](const std::vector<BulletinRecord> &bulletins) {
+        return static_cast<std::int64_t>(bulletins.size());
+    });
 }
 
 Result<std::optional<BulletinRecord>> bulletinWithID(Database &database, std::uint64_t id) {

@@ -47,11 +47,13 @@ struct BulletinRecord {
                                         const store::AlbumRecord &album, std::string_view sender,
                                         double date);
 
-/// Makes a bulletin of an asset whose original was found to be faulty. Those of one day are gathered.
+/// Makes a bulletin of an asset whose original was found to be faulty, as the store notes already. Those of
+/// one day are gathered. An asset leaves it when it is deleted.
 [[nodiscard]] Result<> addOriginalBulletin(sqlite::Database &database, const store::AssetRecord &asset,
                                            double date);
 
-/// Those that have not expired at a time, newest first.
+/// Those that have not expired at a time and are about something that is there, newest first. What can't be
+/// an object is left out, also of the count.
 [[nodiscard]] Result<std::vector<BulletinRecord>> currentBulletins(sqlite::Database &database, double now);
 [[nodiscard]] Result<std::int64_t> countCurrentBulletins(sqlite::Database &database, double now);
 [[nodiscard]] Result<std::optional<BulletinRecord>> bulletinWithID(sqlite::Database &database,

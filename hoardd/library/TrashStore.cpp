@@ -44,14 +44,17 @@ Result<> deleteRows(Database &database, const std::string &table, const std::str
     return database.prepare("DELETE FROM " + table + " WHERE " + condition).bind(asset).run();
 }
 
-/// The bulletins that counted an asset when it was added to their albums count it again.
+/// The bulletins that counted an asset when it was added to their albums count it again, and so does the one
+/// that counted its original, if that is still faulty.
 Result<> countInBulletins(Database &database, std::int64_t asset) {
     return database
         .prepare("UPDATE zbulletin SET photos = photos + (SELECT kind = 0 FROM zgenericasset WHERE pk = ?1), "
                  "videos = videos + (SELECT kind = 1 FROM zgenericasset WHERE pk = ?1), "
                  "asset = coalesce(asset, ?1) "
                  "WHERE EXISTS (SELECT 1 FROM zalbumasset WHERE zalbumasset.album = zbulletin.album AND "
-                 "zalbumasset.asset = ?1 AND dateadded BETWEEN originaldate AND date)")
+                 "zalbumasset.asset = ?1 AND dateadded BETWEEN originaldate AND date) "
+                 "OR (type = 1 AND originalrecordid = "
+                 "(SELECT bulletin FROM zscrub WHERE zscrub.asset = ?1 AND fault <> 0))")
         .bind(asset)
         .run();
 }

@@ -52,8 +52,10 @@ Result<std::vector<ScrubbedOriginal>> faultyOriginals(Database &database, std::s
 
 Result<> storeScrubbed(Database &database, const ScrubbedOriginal &original) {
     return database
-        .prepare("INSERT OR REPLACE INTO zscrub (asset, date, modified, fault, detail) "
-                 "SELECT pk, ?, ?, ?, ? FROM zgenericasset WHERE pk = ? AND sha256 = ?")
+        .prepare("INSERT INTO zscrub (asset, date, modified, fault, detail) "
+                 "SELECT pk, ?, ?, ?, ? FROM zgenericasset WHERE pk = ? AND sha256 = ? "
+                 "ON CONFLICT (asset) DO UPDATE SET date = excluded.date, modified = excluded.modified, "
+                 "fault = excluded.fault, detail = excluded.detail")
         .bind(original.date, original.modified, static_cast<std::int64_t>(original.fault), original.detail,
               original.asset.primaryKey, Bytes(original.asset.sha256))
         .run();

@@ -255,6 +255,41 @@ TEST_F(Scrubbing, ABulletinSaysHowManyAndLeadsToOne) {
     EXPECT_EQ(badgeCount(library()), 0);
 }
 
+TEST_F(Scrubbing, ADeletedAssetLeavesItsBulletin) {
+    test::allowLastingDescriptors(test::folderWatchDescriptors); // of the texts' language
+    save(3);
+    for (std::size_t i = 0; i < 3; ++i)
+        damage(original(i));
+    scrubAt(start - 81 * day);
+    scrubAt(start - day / 2);
+    ASSERT_EQ(told(start), 3);
+    const auto leadsTo = [&] {
+        const auto all =
+            library().read([&](sqlite::Database &database) { return currentBulletins(database, start); });
+        return all && all->size() == 1 ? all->front().assetUUID : std::string("none");
+    };
+    EXPECT_EQ(leadsTo(), assets[2].uuid);
+    ASSERT_TRUE(trashAsset(library(), assets[2]));
+    EXPECT_EQ(told(start), 2);
+    EXPECT_NE(leadsTo(), "");
+    for (const std::size_t i : {0, 1})
+        ASSERT_TRUE(removeAsset(library(), assets[i]));
+    EXPECT_EQ(leadsTo(), "none");
+    EXPECT_EQ(badgeCount(library()), 0);
+    // Reading it again, which finds the fault again, keeps it in its bulletin.
+    ASSERT_TRUE(restoreFromTrash(library(), assets[2].uuid));
+    EXPECT_EQ(told(start), 1);
+    EXPECT_EQ(leadsTo(), assets[2].uuid);
+    EXPECT_EQ(badgeCount(library()), 1);
+    ASSERT_TRUE(scrubFaulty(library(), start));
+    ASSERT_TRUE(trashAsset(library(), assets[2]));
+    EXPECT_EQ(told(start), 0);
+    // What was cleared meanwhile stays so.
+    ASSERT_TRUE(clearBulletins(library(), INT64_MAX));
+    ASSERT_TRUE(restoreFromTrash(library(), assets[2].uuid));
+    EXPECT_EQ(told(start), 0);
+}
+
 class ScrubbingDaemon : public RunningHoardd {};
 
 TEST_F(ScrubbingDaemon, FindsDamageByItself) {

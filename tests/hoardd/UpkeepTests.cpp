@@ -274,6 +274,7 @@ TEST_F(Repair, MendsTextsThatAreNone) {
     for (const char *row : {"bulletin 1", "e-mail address 1", "person 1", "change 1"})
         EXPECT_NE(found.find(row), std::string::npos) << row << " in " << found;
     EXPECT_EQ((*currentBulletins(library()))->count(), 0U);
+    EXPECT_EQ(badgeCount(library()), 0) << "of what is listed";
     EXPECT_EQ(*address(), std::nullopt);
     EXPECT_TRUE(library().assets().changes(0)->empty());
 

@@ -561,11 +561,48 @@ CREATE TRIGGER zduethumbnail_derived_insert AFTER INSERT ON zduethumbnail WHEN n
 END;
 )sql";
 
+// The bulletin that counts a faulty original, by the number of its first record. An asset leaves its
+// bulletins, also one that is left with nothing to count: it is not shown, and counts again what comes back
+// from the trash.
+constexpr const char *countedOriginals = R"sql(
+ALTER TABLE zscrub ADD COLUMN bulletin INTEGER;
+ALTER TABLE ztrashedscrub ADD COLUMN bulletin INTEGER;
+CREATE INDEX zscrub_bulletin ON zscrub (bulletin) WHERE bulletin IS NOT NULL;
+UPDATE zscrub SET bulletin = (SELECT originalrecordid FROM zbulletin WHERE type = 1 AND zbulletin.asset = zscrub.asset)
+    WHERE fault <> 0;
+CREATE TRIGGER zgenericasset_lost_delete BEFORE DELETE ON zgenericasset
+WHEN EXISTS (SELECT 1 FROM zscrub WHERE asset = old.pk AND bulletin IS NOT NULL) BEGIN
+    UPDATE zbulletin SET
+        photos = photos - (old.kind = 0),
+        videos = videos - (old.kind = 1),
+        asset = CASE WHEN asset IS NOT old.pk THEN asset ELSE
+            (SELECT other.asset FROM zscrub AS other
+             WHERE other.bulletin = zbulletin.originalrecordid AND other.asset <> old.pk
+             ORDER BY other.date DESC LIMIT 1) END
+    WHERE type = 1 AND originalrecordid = (SELECT bulletin FROM zscrub WHERE asset = old.pk);
+END;
+DROP TRIGGER zgenericasset_bulletin_delete;
+CREATE TRIGGER zgenericasset_bulletin_delete BEFORE DELETE ON zgenericasset
+WHEN EXISTS (SELECT 1 FROM zalbumasset WHERE asset = old.pk) BEGIN
+    UPDATE zbulletin SET
+        photos = photos - (old.kind = 0),
+        videos = videos - (old.kind = 1),
+        asset = CASE WHEN asset IS NOT old.pk THEN asset ELSE
+            (SELECT other.asset FROM zalbumasset AS other
+             WHERE other.album = zbulletin.album AND other.asset <> old.pk
+                 AND other.dateadded BETWEEN zbulletin.originaldate AND zbulletin.date
+             ORDER BY other.dateadded DESC LIMIT 1) END
+    WHERE EXISTS (SELECT 1 FROM zalbumasset AS added
+                  WHERE added.album = zbulletin.album AND added.asset = old.pk
+                      AND added.dateadded BETWEEN zbulletin.originaldate AND zbulletin.date);
+END;
+)sql";
+
 // New tables and columns are added by a step of their own at the end.
-constexpr const char *steps[] = {assets,   renditions, durations,     sums,         counts,
-                                 analyses, albums,     sharing,       feed,         dueThumbnails,
-                                 clocks,   decoders,   currentFeed,   visits,       trash,
-                                 scrubs,   companions, shrinkingFeed, derivedSizes, madeThumbnails};
+constexpr const char *steps[] = {
+    assets,  renditions, durations,     sums,          counts,       analyses,       albums,
+    sharing, feed,       dueThumbnails, clocks,        decoders,     currentFeed,    visits,
+    trash,   scrubs,     companions,    shrinkingFeed, derivedSizes, madeThumbnails, countedOriginals};
 
 constexpr const char *ofUUID = "assetuuid IN (SELECT uuid FROM zgenericasset WHERE pk = ?1 UNION ALL "
                                "SELECT uuid FROM ztrashedasset WHERE pk = ?1)";
