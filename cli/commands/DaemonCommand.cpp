@@ -40,23 +40,26 @@ pid_t daemonProcess(const std::string &lockPath) {
     return process;
 }
 
-/// Whether a daemon runs for a user who may not enter the library. It is not started.
-bool listensForOthers(const std::string &library) {
-    return access(library.c_str(), X_OK) != 0 && errno == EACCES &&
-           ServiceSocket(WickerlaneGatekeeperName).connect();
+/// Whether a daemon runs, also one that has not opened the library or can't. It is not started.
+bool listens() {
+    return static_cast<bool>(ServiceSocket(WickerlaneGatekeeperName).connect());
 }
 
 struct Status {
     std::int64_t modelVersion = 0;
-    pid_t process = 0; ///< 0 when only the library's owner can find out.
+    pid_t process = 0; ///< 0 when it is not known: of one that serves another user, or no library.
+    Result<> serves;   ///< Why it refuses to; then nothing else is known.
     Result<> access;
 };
 
 Result<Status> askStatus(const std::string &lockPath) {
     JXGatekeeperClient *client = JXGatekeeperClient::sharedInstance();
     Status status;
-    if (const auto answers = requireDaemon(); !answers)
-        return passOn(answers);
+    status.serves = requireDaemon();
+    if (!status.serves && !listens())
+        return passOn(status.serves);
+    if (!status.serves)
+        return status;
     status.modelVersion = client->getCurrentModelVersion();
     status.access = waitForSuccess(
         "no reason given", [&](const SuccessHandler &handler) { client->requestAccessWithHandler(handler); });
@@ -66,7 +69,9 @@ Result<Status> askStatus(const std::string &lockPath) {
 
 JSON describe(const std::optional<Status> &status, const std::string &library) {
     JSON described = {{"running", status.has_value()}, {"root", rootPath()}, {"library", library}};
-    if (status) {
+    if (status && !status->serves) {
+        described["refused"] = status->serves.error().text;
+    } else if (status) {
         if (status->process != 0)
             described["process"] = status->process;
         described["modelVersion"] = status->modelVersion;
@@ -77,11 +82,12 @@ JSON describe(const std::optional<Status> &status, const std::string &library) {
 
 void printStatus(const std::optional<Status> &status, const std::string &library) {
     printField("Daemon", !status                ? "not running; it starts when it is needed, or with --start"
+                         : !status->serves      ? "running, but it refuses"
                          : status->process == 0 ? "running"
                                                 : fmt::format("running, process {}", status->process));
     printField("Root", rootPath());
     printField("Library", library);
-    if (status) {
+    if (status && status->serves) {
         printField("Model", fmt::format("version {}", status->modelVersion));
         printField("Access", status->access ? "granted" : "refused: " + status->access.error().text);
     }
@@ -90,7 +96,7 @@ void printStatus(const std::optional<Status> &status, const std::string &library
 Result<ExitCode> showStatus(const Options &options) {
     const store::LibraryPaths paths;
     std::optional<Status> status;
-    if (options.start || daemonProcess(paths.lock()) != 0 || listensForOthers(paths.folder())) {
+    if (options.start || listens()) {
         auto asked = askStatus(paths.lock());
         if (!asked)
             return passOn(asked);
@@ -100,6 +106,8 @@ Result<ExitCode> showStatus(const Options &options) {
         printJSON(describe(status, paths.folder()));
     else
         printStatus(status, paths.folder());
+    if (status && !status->serves)
+        return passOn(status->serves);
     return ExitCode::success;
 }
 

@@ -170,6 +170,11 @@ TEST_F(Commands, EachReasonHasItsOwnTextAndExitCode) {
     setVersion("9999");
     expect({"list"}, 7, "at least as new");
     expect({"count"}, 7, "at least as new");
+    expect({"daemon", "status"}, 7, "at least as new");
+    EXPECT_NE(run({"daemon", "status"}).output.find("running, but it refuses"), std::string::npos);
+    const auto refusing = run({"daemon", "status", "--json"}).json();
+    EXPECT_EQ(refusing["running"], true) << refusing;
+    EXPECT_NE(refusing["refused"].get<std::string>().find("at least as new"), std::string::npos) << refusing;
     endDaemon();
     setVersion(std::to_string(wickerlane::store::modelVersion()));
 
