@@ -4,18 +4,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <array>
 #include <cerrno>
-#include <charconv>
-#include <chrono>
 #include <cstring>
-#include <span>
-#include <thread>
 
 #include "hoardd/library/DurableFolders.h"
+#include "hoardd/library/LibraryLock.h"
 #include "wickerlane/log/JXLog.h"
-#include "wickerlane/platform/file/FileLock.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/notification/Notification.h"
 #include "wickerlane/protocol/BulletinKeys.h"
@@ -25,40 +19,6 @@
 namespace wickerlane::hoardd {
 
 namespace {
-
-/// How long an ending process may take to let go of the library.
-constexpr std::chrono::seconds lockPatience{10};
-
-/// Who holds the lock, as far as that is known: " by process 17", or nothing.
-std::string holderOf(const UniqueFd &lock) {
-    std::array<char, 16> text{};
-    const ssize_t count = ::pread(lock.get(), text.data(), text.size(), 0);
-    pid_t process = 0;
-    std::from_chars(text.data(), text.data() + std::max<ssize_t>(count, 0), process);
-    return process > 0 ? " by process " + std::to_string(process) : std::string();
-}
-
-/// Takes the library's lock and writes the process id into it.
-Result<UniqueFd> takeLock(const std::string &path) {
-    UniqueFd lock = openFile(path, O_RDWR | O_CREAT);
-    if (!lock)
-        return failSystem("lock", path);
-    const auto deadline = std::chrono::steady_clock::now() + lockPatience;
-    while (!tryLockFile(lock.get(), FileLock::exclusive)) {
-        if (errno != EWOULDBLOCK)
-            return failSystem("lock", path);
-        if (std::chrono::steady_clock::now() > deadline)
-            return fail(ProblemKind::busy,
-                        "the library is in use" + holderOf(lock) + ", which holds " + path +
-                            "; try again when it has ended",
-                        path);
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    const std::string process = std::to_string(::getpid()) + '\n';
-    if (::ftruncate(lock.get(), 0) != 0 || !writeAll(lock.get(), std::as_bytes(std::span(process))))
-        return failSystem("lock", path);
-    return lock;
-}
 
 /// What every open library has. Only its owner may come in, whatever the umask: others reach the pictures
 /// through the daemon.
@@ -108,7 +68,7 @@ Result<std::unique_ptr<Library>> Library::open(const store::LibraryPaths &paths,
                                                MediaWorkersOptions mediaWorkers) {
     if (const auto made = makeLibraryFolders(paths); !made)
         return passOn(made);
-    auto lock = takeLock(paths.lock());
+    auto lock = takeLibraryLock(paths.lock());
     if (!lock)
         return passOn(lock);
     if (const auto finished = finishMending(paths); !finished)
@@ -134,7 +94,7 @@ Result<std::unique_ptr<Library>> Library::open(const store::LibraryPaths &paths,
 Result<MendedStore> Library::mend(const store::LibraryPaths &paths) {
     if (const auto made = makeLibraryFolders(paths); !made)
         return passOn(made);
-    const auto lock = takeLock(paths.lock());
+    const auto lock = takeLibraryLock(paths.lock());
     if (!lock)
         return passOn(lock);
     if (const auto finished = finishMending(paths); !finished)
