@@ -49,20 +49,18 @@ Result<> addRenditions(Database &database, const std::string &table, std::vector
         });
 }
 
-/// Marks the originals that hoardd found to be faulty.
+/// Marks the originals, or the companions, that hoardd found to be faulty. Their names begin with the UUIDs
+/// of their assets.
 Result<> markFaulty(Database &database, const std::string &assets, const char *scrubs,
-                    std::vector<LibraryFile> &files) {
-    const auto faulty = database
-                            .prepare("SELECT directory, filename FROM " + assets + " JOIN " + scrubs +
-                                     " ON asset = pk WHERE fault <> 0")
-                            .all([](const Statement &row) {
-                                return std::string(row.text(0)) + '/' + std::string(row.text(1));
-                            });
+                    bool LibraryFile::*isOfKind, std::vector<LibraryFile> &files) {
+    const auto faulty =
+        database.prepare("SELECT uuid FROM " + assets + " JOIN " + scrubs + " ON asset = pk WHERE fault <> 0")
+            .all([](const Statement &row) { return std::string(row.text(0)); });
     if (!faulty)
         return passOn(faulty);
     const std::unordered_set<std::string> found(faulty->begin(), faulty->end());
     for (LibraryFile &each : files)
-        each.isFaulty = each.isFaulty || (each.isOriginal && found.contains(each.path));
+        each.isFaulty = each.isFaulty || (each.*isOfKind && found.contains(fs::path(each.path).stem()));
     return {};
 }
 
@@ -71,8 +69,8 @@ Result<> addCompanions(Database &database, std::string_view table, std::vector<L
     if (!companions)
         return passOn(companions);
     for (const auto &[uuid, companion] : *companions)
-        files.push_back(
-            {store::companionPath(store::LibraryPaths(""), uuid, companion).substr(1), companion.sha256});
+        files.push_back({store::companionPath(store::LibraryPaths(""), uuid, companion).substr(1),
+                         companion.sha256, false, true});
     return {};
 }
 
@@ -211,21 +209,28 @@ Result<std::vector<LibraryFile>> listLibraryFiles(const store::LibraryPaths &pat
         if (!added)
             return passOn(added);
     }
-    for (const auto &[assets, scrubs] :
-         {std::pair("zgenericasset", "zscrub"), {"ztrashedasset", "ztrashedscrub"}}) {
-        const auto marked =
-            hasTable(store, scrubs).and_then([&, assets = assets, scrubs = scrubs](bool isThere) {
-                return isThere ? markFaulty(store, assets, scrubs, files) : Result<>();
-            });
-        if (!marked)
-            return passOn(marked);
-    }
     for (const std::string_view table : companionTables) {
         const auto added = hasTable(store, table).and_then([&](bool isThere) {
             return isThere ? addCompanions(store, table, files) : Result<>();
         });
         if (!added)
             return passOn(added);
+    }
+    const struct {
+        const char *assets, *scrubs;
+        bool LibraryFile::*isOfKind;
+    } noted[] = {
+        {"zgenericasset", "zscrub", &LibraryFile::isOriginal},
+        {"ztrashedasset", "ztrashedscrub", &LibraryFile::isOriginal},
+        {"zgenericasset", "zcompanionscrub", &LibraryFile::isCompanion},
+        {"ztrashedasset", "ztrashedcompanionscrub", &LibraryFile::isCompanion},
+    };
+    for (const auto &each : noted) {
+        const auto marked = hasTable(store, each.scrubs).and_then([&](bool isThere) {
+            return isThere ? markFaulty(store, each.assets, each.scrubs, each.isOfKind, files) : Result<>();
+        });
+        if (!marked)
+            return passOn(marked);
     }
     if (const auto added = addOthers(paths, uuids, files); !added)
         return passOn(added);

@@ -18,6 +18,7 @@ struct LibraryFile {
     std::string path;                 ///< Relative to the library's folder.
     std::optional<store::Sha256> sum; ///< As the store has it; nothing when the store doesn't know the file.
     bool isOriginal = false;
+    bool isCompanion = false;
     bool isFaulty = false; ///< hoardd has found that it is no longer what was saved.
 };
 

@@ -76,9 +76,10 @@ private:
     const store::LibraryPaths &paths;
     BackupFolder folder;
     Contents contents;
-    std::string identity;                                   // of the library in the backup
-    std::unordered_set<std::string> wanted;                 // paths that the same library lists
-    std::unordered_map<std::string, LibraryFile> originals; // of the same library, by their paths
+    std::string identity;                   // of the library in the backup
+    std::unordered_set<std::string> wanted; // paths that the same library lists
+    std::unordered_map<std::string, LibraryFile>
+        kept; // originals and companions of the same library, by path
     RestoreOutcome outcome;
 };
 
@@ -89,11 +90,11 @@ const BackedUpFile *Restore::find(const char *path) const {
 
 /// An original that is no longer what was saved, which the backup has as it was.
 bool Restore::isToBeReplaced(const BackedUpFile &file, const std::string &place) const {
-    const auto original = originals.find(file.path);
-    if (original == originals.end() || original->second.sum != file.sum)
+    const auto known = kept.find(file.path);
+    if (known == kept.end() || known->second.sum != file.sum)
         return false;
     struct stat status = {};
-    const bool isSuspect = original->second.isFaulty || ::lstat(place.c_str(), &status) != 0 ||
+    const bool isSuspect = known->second.isFaulty || ::lstat(place.c_str(), &status) != 0 ||
                            static_cast<std::uint64_t>(status.st_size) != file.size;
     if (!isSuspect)
         return false;
@@ -178,10 +179,10 @@ Result<> Restore::findState() {
     std::unordered_set<std::string> uuids;
     for (const LibraryFile &each : *files) {
         wanted.insert(each.path);
-        if (each.isOriginal) {
+        if (each.isOriginal)
             uuids.insert(fs::path(each.path).stem());
-            originals.emplace(each.path, each);
-        }
+        if (each.isOriginal || each.isCompanion)
+            kept.emplace(each.path, each);
     }
     // A thumbnail that is missing isn't listed, but belongs to an asset that is.
     for (const BackedUpFile &each : contents)

@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <array>
 #include <filesystem>
 #include <optional>
 
@@ -75,10 +76,12 @@ JSON describe(const store::CheckReport &report, std::size_t repaired) {
             {"interrupted", isInterrupted()}};
 }
 
-bool isAboutOriginal(const store::Finding &finding) {
-    using Kind = store::Finding::Kind;
-    return finding.kind == Kind::missingOriginal || finding.kind == Kind::changedOriginal ||
-           finding.kind == Kind::damagedOriginal || finding.kind == Kind::unreadable;
+/// About an original or a companion, which only a backup brings back.
+bool isAboutKeptFile(const store::Finding &finding) {
+    using enum store::Finding::Kind;
+    constexpr std::array kinds{missingOriginal,  changedOriginal,  damagedOriginal, unreadable,
+                               missingCompanion, changedCompanion, damagedCompanion};
+    return std::ranges::find(kinds, finding.kind) != kinds.end();
 }
 
 /// Nothing else was looked at.
@@ -106,8 +109,8 @@ void printReport(const store::CheckReport &report, std::size_t repaired, const O
     print(summary);
     if (!report.findings.empty() && !options.repair)
         note("to repair what can be repaired: wickerlane check --repair");
-    if (std::ranges::any_of(report.findings, isAboutOriginal))
-        note("if a backup has good copies of these originals, which is not known here, this puts them back: "
+    if (std::ranges::any_of(report.findings, isAboutKeptFile))
+        note("if a backup has good copies of these files, which is not known here, this puts them back: "
              "wickerlane backup restore FOLDER");
 }
 

@@ -125,7 +125,10 @@ Result<> addOriginalBulletin(Database &database, const store::AssetRecord &asset
     const auto added = addBulletin(database, {BulletinType::originalsLost, std::nullopt}, asset, {}, date);
     if (!added)
         return passOn(added);
-    return database.prepare("UPDATE zscrub SET bulletin = ? WHERE asset = ?")
+    // Its original may not have been read yet.
+    return database
+        .prepare("INSERT INTO zscrub (asset, date, bulletin) SELECT pk, dateadded, ?1 FROM zgenericasset "
+                 "WHERE pk = ?2 ON CONFLICT (asset) DO UPDATE SET bulletin = ?1")
         .bind(*added, asset.primaryKey)
         .run();
 }

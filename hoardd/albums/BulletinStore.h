@@ -47,8 +47,8 @@ struct BulletinRecord {
                                         const store::AlbumRecord &album, std::string_view sender,
                                         double date);
 
-/// Makes a bulletin of an asset whose original was found to be faulty, as the store notes already. Those of
-/// one day are gathered. An asset leaves it when it is deleted.
+/// Makes a bulletin of an asset whose original or companion was found to be faulty. Those of one day are
+/// gathered. An asset leaves it when it is deleted.
 [[nodiscard]] Result<> addOriginalBulletin(sqlite::Database &database, const store::AssetRecord &asset,
                                            double date);
 

@@ -45,7 +45,7 @@ Result<> deleteRows(Database &database, const std::string &table, const std::str
 }
 
 /// The bulletins that counted an asset when it was added to their albums count it again, and so does the one
-/// that counted its original, if that is still faulty.
+/// that counted its original or its companion, if that is still faulty.
 Result<> countInBulletins(Database &database, std::int64_t asset) {
     return database
         .prepare("UPDATE zbulletin SET photos = photos + (SELECT kind = 0 FROM zgenericasset WHERE pk = ?1), "
@@ -54,7 +54,8 @@ Result<> countInBulletins(Database &database, std::int64_t asset) {
                  "WHERE EXISTS (SELECT 1 FROM zalbumasset WHERE zalbumasset.album = zbulletin.album AND "
                  "zalbumasset.asset = ?1 AND dateadded BETWEEN originaldate AND date) "
                  "OR (type = 1 AND originalrecordid = "
-                 "(SELECT bulletin FROM zscrub WHERE zscrub.asset = ?1 AND fault <> 0))")
+                 "(SELECT bulletin FROM zscrub WHERE zscrub.asset = ?1 AND (fault <> 0 OR "
+                 "EXISTS (SELECT 1 FROM zcompanionscrub AS other WHERE other.asset = ?1 AND fault <> 0))))")
         .bind(asset)
         .run();
 }

@@ -30,7 +30,7 @@ using store::OriginalFault;
 
 namespace {
 
-constexpr std::size_t maxOriginals = 64; // of one call
+constexpr std::size_t maxFiles = 64; // of one call
 constexpr std::uint64_t maxBytes = 64 << 20;
 
 /// The times of which the pace is made, in seconds.
@@ -47,10 +47,10 @@ struct Pace {
 struct Plan {
     double scrubbed = 0; ///< Until when the pace was kept.
     bool isNoted = true; ///< By the store, just so.
-    std::int64_t assets = 0;
+    std::int64_t files = 0;
     std::size_t due = 0;
-    std::vector<ScrubbedOriginal> faulty;
-    std::vector<ScrubbedOriginal> next;
+    std::vector<ScrubbedFile> faulty;
+    std::vector<ScrubbedFile> next;
 };
 
 std::int64_t nanoseconds(const timespec &time) {
@@ -61,11 +61,11 @@ double referenceSeconds(const timespec &time) {
     return static_cast<double>(nanoseconds(time)) * 1e-9 - Date::secondsFrom1970To2001;
 }
 
-/// An original that has just been looked at.
+/// A file that has just been looked at.
 struct Reading {
-    ScrubbedOriginal original; ///< With what was found.
-    OriginalFault former;      ///< What was found the last time.
-    bool isConclusive = true;  ///< Not when a passing reason kept it from being read, or it was just changed.
+    ScrubbedFile file;        ///< With what was found.
+    OriginalFault former;     ///< What was found the last time.
+    bool isConclusive = true; ///< Not when a passing reason kept it from being read, or it was just changed.
 };
 
 /// Shortages of this process, or of the system, which say nothing of the file.
@@ -79,7 +79,7 @@ bool isSameFile(const struct stat &one, const struct stat &other) {
 }
 
 /// Without a time at which it was read last, that of its saving stands for it, with room for copying.
-bool wasWrittenSince(const ScrubbedOriginal &last, const struct stat &status) {
+bool wasWrittenSince(const ScrubbedFile &last, const struct stat &status) {
     constexpr double copying = 60;
     return last.modified ? *last.modified != nanoseconds(status.st_mtim)
                          : referenceSeconds(status.st_mtim) > last.asset.dateAdded + copying;
@@ -90,14 +90,14 @@ public:
     Scrub(Library &scrubbed, double time) : library(scrubbed), now(time) {}
 
     /// Reads at a low priority, as many as are not too much for one turn. At least one.
-    void read(std::vector<ScrubbedOriginal> originals) {
-        if (originals.empty())
+    void read(std::vector<ScrubbedFile> files) {
+        if (files.empty())
             return;
         runAtLowPriority(DiskUse::idle, [&] {
-            for (ScrubbedOriginal &each : originals) {
+            for (ScrubbedFile &each : files) {
                 if (library.isEnding() || bytes >= maxBytes)
                     break;
-                bytes += each.asset.byteSize;
+                bytes += each.byteSize();
                 readings.push_back(reading(std::move(each)));
                 conclusions += readings.back().isConclusive ? 1 : 0;
             }
@@ -113,22 +113,21 @@ public:
     [[nodiscard]] const std::vector<Reading> &conclusive() const noexcept { return readings; }
 
 private:
-    Reading reading(ScrubbedOriginal original) {
+    Reading reading(ScrubbedFile read) {
         ++count;
-        const OriginalFault former = original.fault;
-        Reading made{std::move(original), former};
-        made.original.fault = OriginalFault::none;
-        made.original.detail.clear();
-        made.original.date = now;
-        if (!store::faultOf(made.original.asset).empty())
+        const OriginalFault former = read.fault;
+        Reading made{std::move(read), former};
+        made.file.fault = OriginalFault::none;
+        made.file.detail.clear();
+        made.file.date = now;
+        if (!store::faultOf(made.file.asset).empty())
             return made; // a check finds the row
-        const std::string path = library.paths().original(made.original.asset);
+        const std::string path = made.file.path(library.paths());
         struct stat before {};
         UniqueFd file = openFile(path, O_RDONLY | O_NONBLOCK);
         if (!file || ::fstat(file.get(), &before) != 0)
             return failed(std::move(made), errno);
-        if (!S_ISREG(before.st_mode) ||
-            static_cast<std::uint64_t>(before.st_size) != made.original.asset.byteSize) {
+        if (!S_ISREG(before.st_mode) || static_cast<std::uint64_t>(before.st_size) != made.file.byteSize()) {
             judge(made, OriginalFault::changed, before);
             return made;
         }
@@ -142,43 +141,43 @@ private:
             made.isConclusive = false;
         else if (!sum)
             return failed(std::move(made), errorNumber);
-        else if (*sum == made.original.asset.sha256)
-            made.original.modified = nanoseconds(before.st_mtim);
+        else if (*sum == made.file.sum())
+            made.file.modified = nanoseconds(before.st_mtim);
         else
             judge(made,
-                  wasWrittenSince(made.original, before) || made.former == OriginalFault::changed
+                  wasWrittenSince(made.file, before) || made.former == OriginalFault::changed
                       ? OriginalFault::changed
                       : OriginalFault::damaged,
                   before);
         return made;
     }
 
-    /// An original that is not what was saved. It is the same one under the asset's lock, unless somebody
+    /// A file that is not what was saved. It is the same one under the asset's lock, unless somebody
     /// works on it.
     void judge(Reading &made, OriginalFault fault, const struct stat &before) {
-        made.original.fault = fault;
-        made.original.modified = nanoseconds(before.st_mtim);
-        const MutexLock lock(library.locks().of(made.original.asset.uuid));
+        made.file.fault = fault;
+        made.file.modified = nanoseconds(before.st_mtim);
+        const MutexLock lock(library.locks().of(made.file.asset.uuid));
         struct stat after {};
-        made.isConclusive = ::lstat(library.paths().original(made.original.asset).c_str(), &after) == 0 &&
-                            isSameFile(before, after);
+        made.isConclusive =
+            ::lstat(made.file.path(library.paths()).c_str(), &after) == 0 && isSameFile(before, after);
     }
 
     Reading failed(Reading made, int errorNumber) {
-        const std::string path = library.paths().original(made.original.asset);
-        const MutexLock lock(library.locks().of(made.original.asset.uuid));
+        const std::string path = made.file.path(library.paths());
+        const MutexLock lock(library.locks().of(made.file.asset.uuid));
         struct stat status {};
         const bool isMissing = ::lstat(path.c_str(), &status) != 0 && errno == ENOENT;
-        made.original.fault = isMissing ? OriginalFault::missing : OriginalFault::unreadable;
+        made.file.fault = isMissing ? OriginalFault::missing : OriginalFault::unreadable;
         made.isConclusive = isMissing || (errorNumber != ENOENT && !isShortage(errorNumber));
         if (!isMissing)
-            made.original.detail = systemProblem("read", path, errorNumber).text;
+            made.file.detail = systemProblem("read", path, errorNumber).text;
         return made;
     }
 
-    /// The asset may have gone while its original was read.
+    /// The asset may have gone while its file was read.
     bool isToBeNoted(const Reading &each) {
-        return each.isConclusive && library.writer().contains(each.original.asset.uuid).value_or(false);
+        return each.isConclusive && library.writer().contains(each.file.asset.uuid).value_or(false);
     }
 
     Library &library;
@@ -204,28 +203,28 @@ const char *describe(OriginalFault fault) {
 }
 
 void logReadings(Library &library, const std::vector<Reading> &readings) {
-    for (const auto &[original, former, isConclusive] : readings)
-        if (original.fault != former)
-            JX_LOG(original.fault == OriginalFault::none ? JXLogLevelNotice : JXLogLevelError,
-                   JXPhotosStateLog, "the original %s %s%s%s%s",
-                   library.paths().original(original.asset).c_str(), describe(original.fault),
-                   original.fault == OriginalFault::none ? " again" : "", original.detail.empty() ? "" : ": ",
-                   original.detail.c_str());
+    for (const auto &[file, former, isConclusive] : readings)
+        if (file.fault != former)
+            JX_LOG(file.fault == OriginalFault::none ? JXLogLevelNotice : JXLogLevelError, JXPhotosStateLog,
+                   "the %s %s %s%s%s%s", file.companion ? "companion" : "original",
+                   file.path(library.paths()).c_str(), describe(file.fault),
+                   file.fault == OriginalFault::none ? " again" : "", file.detail.empty() ? "" : ": ",
+                   file.detail.c_str());
 }
 
-/// Stores the results, and posts a bulletin for each new fault.
+/// Stores the results, and posts a bulletin for each asset that was without a fault.
 Result<> noteReadings(Library &library, const std::vector<Reading> &readings, double now,
                       std::optional<double> scrubbed) {
-    const auto isNew = [](const Reading &each) {
-        return each.original.fault != OriginalFault::none && each.former == OriginalFault::none;
-    };
     const auto noted = library.writer().change([&](Database &database) -> Result<> {
         for (const Reading &each : readings) {
-            if (const auto stored = storeScrubbed(database, each.original); !stored)
+            const auto wasFaulty = isFaulty(database, each.file.asset);
+            if (!wasFaulty)
+                return passOn(wasFaulty);
+            if (const auto stored = storeScrubbed(database, each.file); !stored)
                 return stored;
-            if (!isNew(each))
+            if (*wasFaulty || each.file.fault == OriginalFault::none)
                 continue;
-            if (const auto posted = addOriginalBulletin(database, each.original.asset, now); !posted)
+            if (const auto posted = addOriginalBulletin(database, each.file.asset, now); !posted)
                 return posted;
         }
         if (!scrubbed)
@@ -238,9 +237,9 @@ Result<> noteReadings(Library &library, const std::vector<Reading> &readings, do
     return {};
 }
 
-bool isDueAgain(const Library &library, const ScrubbedOriginal &faulty, const Pace &pace, double now) {
+bool isDueAgain(const Library &library, const ScrubbedFile &faulty, const Pace &pace, double now) {
     struct stat status {};
-    const bool isThere = ::lstat(library.paths().original(faulty.asset).c_str(), &status) == 0;
+    const bool isThere = ::lstat(faulty.path(library.paths()).c_str(), &status) == 0;
     return faulty.date > now || faulty.date + pace.faulty <= now ||
            isThere == (faulty.fault == OriginalFault::missing) ||
            (isThere && referenceSeconds(status.st_ctim) > faulty.date);
@@ -250,26 +249,26 @@ Result<Plan> makePlan(Library &library, const Pace &pace, double now) {
     return library.read([&](Database &database) -> Result<Plan> {
         Plan plan;
         const auto scrubbed = state::get(database, state::scrubbed);
-        const auto assets = database.integer("SELECT sum(number) FROM zcount");
-        auto faulty = faultyOriginals(database, maxOriginals);
+        const auto files = countFilesToScrub(database);
+        auto faulty = faultyFiles(database, maxFiles);
         if (!scrubbed)
             return passOn(scrubbed);
-        if (!assets)
-            return passOn(assets);
+        if (!files)
+            return passOn(files);
         if (!faulty)
             return passOn(faulty);
-        plan.assets = *assets;
+        plan.files = *files;
         // A clock that was set may have made the time a future one.
         const double noted = *scrubbed ? static_cast<double>(**scrubbed) / 1000 : now;
         plan.scrubbed = std::clamp(noted, now - pace.round, now);
         plan.isNoted = *scrubbed && plan.scrubbed == noted;
-        constexpr double rounding = 1e-6; // of an original
+        constexpr double rounding = 1e-6; // of a file
         plan.due = static_cast<std::size_t>(
-            (now - plan.scrubbed) / pace.round * static_cast<double>(plan.assets) + rounding);
+            (now - plan.scrubbed) / pace.round * static_cast<double>(plan.files) + rounding);
         plan.faulty = *std::move(faulty);
         if (plan.due == 0)
             return plan;
-        auto next = longestUnread(database, std::min(plan.due, maxOriginals));
+        auto next = longestUnread(database, std::min(plan.due, maxFiles));
         if (!next)
             return passOn(next);
         plan.next = *std::move(next);
@@ -284,12 +283,11 @@ Result<ScrubOutcome> scrub(Library &library, double within, double now) {
     auto plan = makePlan(library, pace, now);
     if (!plan)
         return passOn(plan);
-    const double each = pace.round / static_cast<double>(std::max<std::int64_t>(plan->assets, 1));
-    std::erase_if(plan->faulty, [&](const ScrubbedOriginal &faulty) {
+    const double each = pace.round / static_cast<double>(std::max<std::int64_t>(plan->files, 1));
+    std::erase_if(plan->faulty, [&](const ScrubbedFile &faulty) {
         return !isDueAgain(library, faulty, pace, now) ||
-               std::ranges::any_of(plan->next, [&](const ScrubbedOriginal &next) {
-                   return next.asset.primaryKey == faulty.asset.primaryKey;
-               });
+               std::ranges::any_of(plan->next,
+                                   [&](const ScrubbedFile &next) { return next.isSameAs(faulty); });
     });
     Scrub turn(library, now);
     turn.read(std::move(plan->next));
@@ -298,7 +296,7 @@ Result<ScrubOutcome> scrub(Library &library, double within, double now) {
     turn.read(std::move(plan->faulty));
     const double scrubbed = plan->scrubbed + static_cast<double>(conclusions) * each;
     // Without anything to note, the disk is left alone.
-    if (turn.count > 0 || (plan->assets > 0 && !plan->isNoted))
+    if (turn.count > 0 || (plan->files > 0 && !plan->isNoted))
         if (const auto noted = noteReadings(library, turn.conclusive(), now, scrubbed); !noted)
             return passOn(noted);
     constexpr double longest = 3600, rounds = 11'520; // of each, pauses of ten minutes where it is 80 days
@@ -311,14 +309,14 @@ Result<ScrubOutcome> scrub(Library &library, double within, double now) {
 
 Result<> scrubFaulty(Library &library, double now) {
     constexpr std::size_t many = 100'000;
-    auto faulty = library.read([](Database &database) { return faultyOriginals(database, many); });
+    auto faulty = library.read([](Database &database) { return faultyFiles(database, many); });
     if (!faulty)
         return passOn(faulty);
-    for (ScrubbedOriginal &original : *faulty) {
+    for (ScrubbedFile &each : *faulty) {
         if (library.isEnding())
             return {};
         Scrub turn(library, now);
-        turn.read({std::move(original)});
+        turn.read({std::move(each)});
         if (const auto noted = noteReadings(library, turn.conclusive(), now, std::nullopt); !noted)
             return noted;
     }

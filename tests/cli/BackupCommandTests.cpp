@@ -137,6 +137,19 @@ TEST_F(Backups, HaveBothFilesOfAShot) {
     endDaemon();
     EXPECT_EQ(restore().json()["restored"], 1);
     EXPECT_EQ(contentsOf(lost), contentsOf(second));
+    // One that hoardd found to be damaged is replaced.
+    damage(lost);
+    describeService({"--scrub-days", "0.00001"});
+    const auto isFound = [] {
+        return run({"check", "--no-sums"}).output.find(" companion: ") != std::string::npos;
+    };
+    ASSERT_EQ(run({"count"}).exitCode, 0);
+    EXPECT_TRUE(waitUntil(isFound)) << "hoardd reads companions unasked";
+    endDaemon();
+    EXPECT_EQ(restore().json()["replaced"], 1);
+    EXPECT_EQ(contentsOf(lost), contentsOf(second));
+    EXPECT_EQ(restore().json()["replaced"], 0) << "it is sound now";
+    describeService({});
 
     moveToNewRoot();
     ASSERT_EQ(restore().exitCode, 0);

@@ -20,7 +20,8 @@ using Tables = std::set<std::string>;
 const Tables foundAgain = {"zmomentasset", "zfingerprint", "zduplicate", "zbulletin", "zcloudfeedasset"};
 // Of what goes into the trash: what is found out again from the files, which the notes leave out. Albums have
 // copies of their own.
-const Tables leftOutOfNotes = {"zalbumasset", "zduethumbnail", "zundecodable", "zduefacts", "zscrub"};
+const Tables leftOutOfNotes = {"zalbumasset", "zduethumbnail", "zundecodable",
+                               "zduefacts",   "zscrub",        "zcompanionscrub"};
 // The files of these are listed in cli/backup/LibraryFiles.cpp.
 const Tables withFiles = {"zgenericasset",     "zrendition", "ztrashedasset",
                           "ztrashedrendition", "zcompanion", "ztrashedcompanion"};

@@ -3,17 +3,21 @@
 
 #include <csignal>
 #include <filesystem>
+#include <fstream>
 #include <future>
 #include <random>
 #include <set>
 #include <thread>
 
+#include "hoardd/albums/BulletinStore.h"
+#include "hoardd/library/Clock.h"
 #include "hoardd/saving/FoundFiles.h"
 #include "hoardd/saving/PairRule.h"
 #include "hoardd/saving/Publication.h"
 #include "hoardd/saving/Trash.h"
 #include "hoardd/upkeep/Repair.h"
 #include "hoardd/upkeep/RowRepair.h"
+#include "hoardd/upkeep/Scrub.h"
 #include "hoardd/upkeep/Sizes.h"
 #include "tests/hoardd/FileAge.h"
 #include "tests/hoardd/FileSum.h"
@@ -311,6 +315,55 @@ TEST_F(Companions, AreCheckedAndStraysComeHome) {
 }
 
 // The store is an older copy: the notes know the rest.
+TEST_F(Companions, AreReadAgainLikeOriginals) {
+    constexpr double day = 86'400, within = 90 * day;
+    const double start = secondsNow();
+    const AssetRecord shot = savePair(shotPicture(), shotRaw()).asset->record(),
+                      single = saved(shotPicture(42));
+    const std::string raw = placeOfRaw(shot.uuid);
+    const auto scrubAt = [&](double now) { return scrub(library(), within, now)->read; };
+    const auto told = [&] {
+        const auto all = library().read(
+            [&](sqlite::Database &database) { return currentBulletins(database, start + 160 * day); });
+        std::int64_t count = 0;
+        for (const BulletinRecord &each : *all)
+            count += each.photos;
+        return count;
+    };
+    ASSERT_EQ(scrubAt(start), 0U);
+    EXPECT_EQ(scrubAt(start + 80 * day), 3U);
+    EXPECT_EQ(told(), 0);
+    // As a disk does it that forgets.
+    const auto flip = [](const std::string &path) {
+        const auto written = fs::last_write_time(path);
+        fs::permissions(path, fs::perms::owner_all);
+        std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
+        const int byte = file.peek();
+        file.put(static_cast<char>(byte ^ 1));
+        file.close();
+        fs::last_write_time(path, written);
+    };
+    flip(raw);
+    EXPECT_EQ(scrubAt(start + 160 * day), 3U);
+    EXPECT_EQ(faults(), "damaged companion " + raw + '\n');
+    EXPECT_EQ(told(), 1);
+    // Both files of a shot are one item.
+    flip(paths.original(shot));
+    ASSERT_TRUE(scrubFaulty(library(), start + 161 * day));
+    EXPECT_EQ(scrubAt(start + 240 * day), 3U);
+    EXPECT_EQ(faults(), "damaged original " + paths.original(shot) + "\ndamaged companion " + raw + '\n');
+    EXPECT_EQ(told(), 1);
+    ASSERT_TRUE(trashAsset(library(), shot));
+    EXPECT_EQ(told(), 0);
+    EXPECT_EQ(faults(), "damaged original " + paths.original(shot) + "\ndamaged companion " + raw + '\n');
+    ASSERT_TRUE(restoreFromTrash(library(), shot.uuid));
+    EXPECT_EQ(told(), 1);
+    flip(raw);
+    flip(paths.original(shot));
+    ASSERT_TRUE(scrubFaulty(library(), start + 241 * day));
+    EXPECT_EQ(faults(), "");
+}
+
 TEST_F(Companions, ComeBackWithWhatTheNotesKnow) {
     const FileBytes raw = shotRaw();
     const AssetRecord asset = savePair(shotPicture(), raw).asset->record();

@@ -56,16 +56,23 @@ private:
     Result<> checkRows(Database &database);
     void checkAsset(const AssetRecord &asset);
     void checkOriginal(const AssetRecord &asset);
-    void checkContents(const AssetRecord &asset, const std::string &original);
     [[nodiscard]] Result<> checkCompanions(Database &database, std::string_view table);
     /// A file that an asset can't be without.
     struct Kept {
-        const std::string &path;
+        std::string path;
         std::uint64_t byteSize;
-        Finding::Kind whenMissing, whenChanged;
+        const Sha256 &sum;
+        Finding::Kind whenMissing, whenChanged, whenDamaged;
     };
     /// Whether it is there in its size; else that is found.
     bool hasSize(const std::string &uuid, const Kept &file);
+    struct Noted {
+        OriginalFault fault;
+        std::string detail;
+    };
+    using NotedFaults = std::unordered_map<std::string, Noted>; // by the UUIDs of the assets
+    /// Looks at its size and its contents.
+    void checkKept(const std::string &uuid, const Kept &file, const NotedFaults &noted);
     void checkRendition(const std::string &uuid, const std::string &path, Bytes sum);
     void checkThumbnails(const AssetRecord &asset);
     [[nodiscard]] bool isDamaged(const std::string &thumbnail, const ThumbnailKind &kind) const;
@@ -84,15 +91,10 @@ private:
     const CheckOptions &options;
     bool cancelled = false;
     std::vector<std::string> originals, thumbnails, renditions, companions, found;
-    std::unordered_set<std::string> underWay; // UUIDs of assets whose files are being changed
-    struct Noted {
-        OriginalFault fault;
-        std::string detail;
-    };
-    std::unordered_map<std::int64_t, Noted>
-        noted;                                // by the asset, of originals that hoardd found to be faulty
-    std::unordered_set<std::string> purged;   // UUIDs of assets whose larger thumbnail was given up
-    std::unordered_set<std::string> expected; // paths
+    std::unordered_set<std::string> underWay;    // UUIDs of assets whose files are being changed
+    NotedFaults notedOriginals, notedCompanions; // what hoardd found when it read them last
+    std::unordered_set<std::string> purged;      // UUIDs of assets whose larger thumbnail was given up
+    std::unordered_set<std::string> expected;    // paths
 };
 
 // The files first, then what is under way, then the rows: a file that was there when they were listed has
@@ -325,12 +327,27 @@ Result<bool> Check::hasWrongSize(Database &database, const std::string &uuid) co
 }
 
 Result<> Check::readFaults(Database &database) {
-    return database
-        .prepare("SELECT asset, fault, detail FROM zscrub WHERE fault <> 0 UNION ALL "
-                 "SELECT asset, fault, detail FROM ztrashedscrub WHERE fault <> 0")
-        .forEach([&](const Statement &row) {
-            noted[row.integer(0)] = {static_cast<OriginalFault>(row.integer(1)), std::string(row.text(2))};
-        });
+    const struct {
+        const char *assets, *faults;
+        NotedFaults &noted;
+    } places[] = {
+        {"zgenericasset", "zscrub", notedOriginals},
+        {"ztrashedasset", "ztrashedscrub", notedOriginals},
+        {"zgenericasset", "zcompanionscrub", notedCompanions},
+        {"ztrashedasset", "ztrashedcompanionscrub", notedCompanions},
+    };
+    for (const auto &[assets, faults, noted] : places) {
+        const auto read = database
+                              .prepare(std::string("SELECT uuid, fault, detail FROM ") + faults + " JOIN " +
+                                       assets + " ON pk = asset WHERE fault <> 0")
+                              .forEach([&noted = noted](const Statement &row) {
+                                  noted[std::string(row.text(0))] = {
+                                      static_cast<OriginalFault>(row.integer(1)), std::string(row.text(2))};
+                              });
+        if (!read)
+            return read;
+    }
+    return {};
 }
 
 // Nothing need be made for what is in the trash, but its files are no strays.
@@ -371,19 +388,21 @@ bool Check::hasSize(const std::string &uuid, const Kept &file) {
 }
 
 void Check::checkOriginal(const AssetRecord &asset) {
-    const std::string original = paths.original(asset);
-    if (hasSize(asset.uuid,
-                {original, asset.byteSize, Finding::Kind::missingOriginal, Finding::Kind::changedOriginal}))
-        checkContents(asset, original);
+    checkKept(asset.uuid,
+              {paths.original(asset), asset.byteSize, asset.sha256, Finding::Kind::missingOriginal,
+               Finding::Kind::changedOriginal, Finding::Kind::damagedOriginal},
+              notedOriginals);
 }
 
-void Check::checkContents(const AssetRecord &asset, const std::string &original) {
-    const auto known = noted.find(asset.primaryKey);
+void Check::checkKept(const std::string &uuid, const Kept &file, const NotedFaults &noted) {
+    if (!hasSize(uuid, file))
+        return;
+    const auto known = noted.find(uuid);
     OriginalFault fault = known != noted.end() ? known->second.fault : OriginalFault::none;
     std::string detail = known != noted.end() ? known->second.detail : std::string();
     if (options.sumOfFile) {
-        const auto sum = options.sumOfFile(original);
-        if (sum && *sum == asset.sha256)
+        const auto sum = options.sumOfFile(file.path);
+        if (sum && *sum == file.sum)
             return;
         if (!sum)
             detail = sum.error().text;
@@ -393,12 +412,12 @@ void Check::checkContents(const AssetRecord &asset, const std::string &original)
     }
     switch (fault) {
     case OriginalFault::damaged:
-        return find(Finding::Kind::damagedOriginal, asset.uuid, original,
+        return find(file.whenDamaged, uuid, file.path,
                     "its contents are others, though nothing seems to have written to it");
     case OriginalFault::changed:
-        return find(Finding::Kind::changedOriginal, asset.uuid, original, "its contents are others");
+        return find(file.whenChanged, uuid, file.path, "its contents are others");
     case OriginalFault::unreadable:
-        return find(Finding::Kind::unreadable, asset.uuid, original, std::move(detail));
+        return find(Finding::Kind::unreadable, uuid, file.path, std::move(detail));
     case OriginalFault::missing: // it is there again
     case OriginalFault::none:
         break;
@@ -412,16 +431,11 @@ Result<> Check::checkCompanions(Database &database, std::string_view table) {
     for (const auto &[uuid, companion] : *all) {
         if (isCancelled())
             return {};
-        const std::string path = companionPath(paths, uuid, companion);
-        if (!hasSize(uuid, {path, companion.byteSize, Finding::Kind::missingCompanion,
-                            Finding::Kind::changedCompanion}) ||
-            !options.sumOfFile)
-            continue;
-        const auto sum = options.sumOfFile(path);
-        if (!sum)
-            find(Finding::Kind::unreadable, uuid, path, sum.error().text);
-        else if (*sum != companion.sha256)
-            find(Finding::Kind::changedCompanion, uuid, path, "its contents are others");
+        checkKept(uuid,
+                  {companionPath(paths, uuid, companion), companion.byteSize, companion.sha256,
+                   Finding::Kind::missingCompanion, Finding::Kind::changedCompanion,
+                   Finding::Kind::damagedCompanion},
+                  notedCompanions);
     }
     return {};
 }
@@ -494,7 +508,7 @@ const char *nameOf(Finding::Kind kind) noexcept {
     case Finding::Kind::damagedOriginal:
         return "damaged original";
     case Finding::Kind::unreadable:
-        return "unreadable original";
+        return "unreadable file";
     case Finding::Kind::undecodable:
         return "picture that can't be decoded";
     case Finding::Kind::missingThumbnail:
@@ -509,6 +523,8 @@ const char *nameOf(Finding::Kind kind) noexcept {
         return "missing companion";
     case Finding::Kind::changedCompanion:
         return "changed companion";
+    case Finding::Kind::damagedCompanion:
+        return "damaged companion";
     case Finding::Kind::strayOriginal:
         return "stray file among the originals";
     case Finding::Kind::strayThumbnail:

@@ -22,7 +22,7 @@ struct Finding {
         missingOriginal,  ///< An asset without its file.
         changedOriginal,  ///< An original whose size or sum is not what was saved.
         damagedOriginal,  ///< The same, though nothing seems to have written to it: hoardd has seen it sound.
-        unreadable,       ///< An original that can't be read.
+        unreadable,       ///< An original or a second file that can't be read.
         undecodable,      ///< An asset whose picture can't be decoded, as the store notes.
         missingThumbnail, ///< Of a picture that could be decoded; made again on demand.
         damagedThumbnail, ///< One that isn't what hoardd wrote; made again by a repair.
@@ -30,6 +30,7 @@ struct Finding {
         changedRendition, ///< An edited rendition whose sum is not what was saved.
         missingCompanion, ///< An asset whose second file is gone.
         changedCompanion, ///< A second file whose size or sum is not what was saved.
+        damagedCompanion, ///< The same, though nothing seems to have written to it.
         strayOriginal,    ///< A file among the originals that no asset has.
         strayThumbnail,   ///< A file among the thumbnails that no asset has.
         strayRendition,   ///< A file among the renditions that no asset has.

@@ -598,11 +598,25 @@ WHEN EXISTS (SELECT 1 FROM zalbumasset WHERE asset = old.pk) BEGIN
 END;
 )sql";
 
+// What came of reading companions again, like that of originals. A bulletin counts an asset once, for either.
+constexpr const char *companionScrubs = R"sql(
+CREATE TABLE zcompanionscrub (
+    asset INTEGER PRIMARY KEY REFERENCES zgenericasset (pk) ON DELETE CASCADE,
+    date REAL NOT NULL,
+    modified INTEGER,
+    fault INTEGER NOT NULL DEFAULT 0,
+    detail TEXT NOT NULL DEFAULT ''
+);
+CREATE INDEX zcompanionscrub_fault ON zcompanionscrub (fault) WHERE fault <> 0;
+CREATE TABLE ztrashedcompanionscrub AS SELECT * FROM zcompanionscrub WHERE 0;
+)sql";
+
 // New tables and columns are added by a step of their own at the end.
 constexpr const char *steps[] = {
-    assets,  renditions, durations,     sums,          counts,       analyses,       albums,
-    sharing, feed,       dueThumbnails, clocks,        decoders,     currentFeed,    visits,
-    trash,   scrubs,     companions,    shrinkingFeed, derivedSizes, madeThumbnails, countedOriginals};
+    assets,         renditions, durations,     sums,          counts,       analyses,       albums,
+    sharing,        feed,       dueThumbnails, clocks,        decoders,     currentFeed,    visits,
+    trash,          scrubs,     companions,    shrinkingFeed, derivedSizes, madeThumbnails, countedOriginals,
+    companionScrubs};
 
 constexpr const char *ofUUID = "assetuuid IN (SELECT uuid FROM zgenericasset WHERE pk = ?1 UNION ALL "
                                "SELECT uuid FROM ztrashedasset WHERE pk = ?1)";
@@ -618,6 +632,7 @@ constexpr TrashedTable tablesOfTrash[] = {
     {"zundecodable", "ztrashedundecodable", "asset = ?1", "1"},
     {"zduefacts", "ztrashedduefacts", "asset = ?1", "1"},
     {"zscrub", "ztrashedscrub", "asset = ?1", "1"},
+    {"zcompanionscrub", "ztrashedcompanionscrub", "asset = ?1", "1"},
 };
 
 /// Gives the tables of the trash the columns that the others have got.
