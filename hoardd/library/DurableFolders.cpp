@@ -6,8 +6,10 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <unordered_set>
 
 #include "wickerlane/platform/file/Files.h"
+#include "wickerlane/platform/object/Mutex.h"
 #include "wickerlane/platform/object/Paths.h"
 
 namespace wickerlane::hoardd {
@@ -23,11 +25,22 @@ Result<> makeDurableFolder(const std::string &path) {
 }
 
 Result<> makeDurableFolderOnce(const std::string &path) {
-    if (::mkdir(path.c_str(), 0700) == 0)
-        return makeNamesDurable(std::string(parentFolder(path)));
-    if (errno == EEXIST)
+    static Mutex mutex;
+    static std::unordered_set<std::string> durable; // folders whose names have been synced as they are now
+    const std::string parent(parentFolder(path));
+    // One that another thread has just made is there, but may not be for good until that thread has synced
+    // it.
+    const MutexLock lock(mutex);
+    const bool isNew = ::mkdir(path.c_str(), 0700) == 0;
+    if (!isNew && errno != EEXIST)
+        return failSystem("make", path);
+    if (!isNew && durable.contains(parent))
         return {};
-    return failSystem("make", path);
+    durable.erase(parent);
+    if (auto synced = makeNamesDurable(parent); !synced)
+        return synced;
+    durable.insert(parent);
+    return {};
 }
 
 Result<> makeNamesDurable(const std::string &folder) {

@@ -12,7 +12,8 @@ namespace wickerlane::hoardd {
 /// synced all the same: a killed process may not have done so. Fails on a link or a file of that name.
 [[nodiscard]] Result<> makeDurableFolder(const std::string &path);
 
-/// The same for a folder in one that exists, without syncing one that is there, since each save calls it.
+/// The same for a folder in one that exists. Since each save calls it, the name of one that is there is
+/// synced only if this process has not done so. Threads may call it at the same time.
 [[nodiscard]] Result<> makeDurableFolderOnce(const std::string &path);
 
 /// Lets the names in a folder survive a crash.

@@ -5,10 +5,17 @@
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
+#include <atomic>
+#include <cerrno>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <random>
+#include <thread>
+#include <vector>
 
 #include "hoardd/library/AssetLocks.h"
 #include "hoardd/library/DurableFolders.h"
@@ -21,6 +28,42 @@
 using namespace wickerlane;
 using namespace wickerlane::hoardd;
 namespace fs = std::filesystem;
+
+namespace {
+
+/// Decides, while it is there, what comes of syncing: 0, or an error number. One at a time.
+class SyncHook {
+public:
+    explicit SyncHook(int (*outcome)()) {
+        ends = 0;
+        hook = outcome;
+    }
+    SyncHook(const SyncHook &) = delete;
+    SyncHook &operator=(const SyncHook &) = delete;
+    ~SyncHook() { hook = nullptr; }
+    /// How many syncs have ended.
+    static int ended() { return ends; }
+    static int sync(int file) {
+        const auto outcome = hook.load();
+        if (outcome == nullptr)
+            return static_cast<int>(syscall(SYS_fsync, file));
+        const int error = outcome();
+        ++ends;
+        errno = error;
+        return error == 0 ? 0 : -1;
+    }
+
+private:
+    inline static std::atomic<int (*)()> hook{nullptr};
+    inline static std::atomic<int> ends{0};
+};
+
+} // namespace
+
+// In place of the C library's, for the library under test too.
+extern "C" __attribute__((visibility("default"))) int fsync(int file) {
+    return SyncHook::sync(file);
+}
 
 namespace {
 
@@ -99,6 +142,38 @@ TEST(DurableFolders, MovingIntoAFolderReplacesNothing) {
     const auto blocked = moveIntoFolder(folder + "/name", folder + "/1-name");
     ASSERT_FALSE(blocked) << "that is a file";
     EXPECT_NE(blocked.error().text.find("Not a directory"), std::string::npos) << blocked.error().text;
+}
+
+// Threads that come while it is being made wait for it, and a sync that failed is not forgotten.
+TEST(DurableFolders, NoneIsThereBeforeItsNameIsSynced) {
+    const std::string folder = rootPath() + "/made";
+    std::vector<std::thread> threads;
+    std::atomic<int> early{0};
+    {
+        const SyncHook slow([] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+            return 0;
+        });
+        for (int i = 0; i < 8; ++i)
+            threads.emplace_back([&] {
+                EXPECT_TRUE(makeDurableFolderOnce(folder));
+                early += SyncHook::ended() == 0 ? 1 : 0;
+            });
+        for (std::thread &each : threads)
+            each.join();
+        EXPECT_EQ(early, 0);
+        EXPECT_EQ(SyncHook::ended(), 1) << "once is enough";
+    }
+    const std::string other = rootPath() + "/other";
+    {
+        const SyncHook failing([] { return EIO; });
+        EXPECT_FALSE(makeDurableFolderOnce(other));
+        ASSERT_TRUE(fs::exists(other));
+        EXPECT_FALSE(makeDurableFolderOnce(other));
+    }
+    const SyncHook sound([] { return 0; });
+    EXPECT_TRUE(makeDurableFolderOnce(other));
+    EXPECT_EQ(SyncHook::ended(), 1);
 }
 
 TEST(FileCopy, KeepsEveryByteAlsoBetweenFileSystems) {
