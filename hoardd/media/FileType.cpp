@@ -1,6 +1,9 @@
 #include "hoardd/media/FileType.h"
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <array>
 
 #include "wickerlane/platform/object/Paths.h"
 
@@ -50,6 +53,12 @@ FileType fileTypeOf(std::span<const std::byte> start, std::string_view name) {
         return {AssetKind::video, std::string(named->name), extension, true};
     return {type != nullptr ? type->kind : AssetKind::photo, std::string(unknownMediaType),
             extension.empty() ? "DAT" : extension, type != nullptr || named != nullptr};
+}
+
+FileType fileTypeOf(int file, std::string_view name) {
+    std::array<std::byte, mediaTypeBytes> start{};
+    const ssize_t count = ::pread(file, start.data(), start.size(), 0);
+    return fileTypeOf(std::span(start).first(count > 0 ? static_cast<std::size_t>(count) : 0), name);
 }
 
 } // namespace wickerlane::hoardd

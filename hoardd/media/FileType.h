@@ -21,6 +21,9 @@ struct FileType {
 /// content leaves open.
 [[nodiscard]] FileType fileTypeOf(std::span<const std::byte> start, std::string_view name);
 
+/// The same of a regular file. One that can't be read has no content.
+[[nodiscard]] FileType fileTypeOf(int file, std::string_view name);
+
 /// Whether it is an extension that may stand in a file name of the library: 1 to 16 ASCII letters and digits.
 [[nodiscard]] bool isPlainExtension(std::string_view extension);
 

@@ -21,12 +21,9 @@ Result<> note(Library &library, std::int64_t asset) {
         [=](sqlite::Database &database) { return state::set(database, state::previewWell, asset); });
 }
 
-Result<> draw(const Library &library, const store::AssetRecord &asset) {
-    const auto thumbnail = smallThumbnail(library.paths(), asset.uuid);
-    if (!thumbnail)
-        return passOn(thumbnail);
+Result<> draw(const Library &library, Bytes thumbnail) {
     const std::string well = library.paths().previewWell();
-    if (!replaceFile(well, *thumbnail))
+    if (!replaceFile(well, thumbnail))
         return failSystem("write", well);
     return {};
 }
@@ -52,12 +49,13 @@ Result<> showInPreviewWell(Library &library, const store::AssetRecord &asset) {
     if (auto isThere = requireAsset(library, asset.uuid); !isThere)
         return isThere;
     const MutexLock well(library.previewWellLock());
-    if (const auto thumbnail = smallThumbnail(library.paths(), asset.uuid); !thumbnail)
+    const auto thumbnail = smallThumbnail(library.paths(), asset.uuid);
+    if (!thumbnail)
         return passOn(thumbnail);
     // What it shows is noted first: a picture is never there without its name.
     if (auto noted = note(library, asset.primaryKey); !noted)
         return noted;
-    return draw(library, asset);
+    return draw(library, *thumbnail);
 }
 
 Result<> clearPreviewWell(Library &library) {
@@ -80,8 +78,10 @@ bool isInPreviewWell(const Library &library, const store::AssetRecord &asset) {
 
 void redrawPreviewWell(Library &library, const store::AssetRecord &asset) {
     const MutexLock well(library.previewWellLock());
-    if (isInPreviewWell(library, asset))
-        logFailure(draw(library, asset), asset);
+    if (!isInPreviewWell(library, asset))
+        return;
+    const auto thumbnail = smallThumbnail(library.paths(), asset.uuid);
+    logFailure(thumbnail ? draw(library, *thumbnail) : passOn(thumbnail), asset);
 }
 
 void leavePreviewWell(Library &library, const store::AssetRecord &asset) {

@@ -2,9 +2,6 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
-
-#include <array>
 
 #include "hoardd/library/CallersFile.h"
 #include "hoardd/library/DurableFolders.h"
@@ -19,12 +16,6 @@
 namespace wickerlane::hoardd {
 
 namespace {
-
-FileType typeOf(int file, std::string_view name) {
-    std::array<std::byte, mediaTypeBytes> start{};
-    const ssize_t count = ::pread(file, start.data(), start.size(), 0);
-    return fileTypeOf(std::span(start).first(count > 0 ? static_cast<std::size_t>(count) : 0), name);
-}
 
 /// The companion of a UUID, with a row or without; empty when there is none.
 Result<std::string> companionFile(const store::LibraryPaths &paths, const std::string &uuid) {
@@ -50,7 +41,7 @@ Result<StagedCompanion> stageCompanion(int source, std::string_view path, std::s
     if (::fstat(copy->descriptor(), &status) != 0)
         return failSystem("write", folder);
     const std::string_view name = lastPathComponent(path);
-    const FileType type = typeOf(copy->descriptor(), name);
+    const FileType type = fileTypeOf(copy->descriptor(), name);
     store::Companion row{std::string(uuid) + '.' + type.extension, std::string(name), type.mediaType,
                          static_cast<std::uint64_t>(status.st_size), *sum};
     copy->close();
@@ -118,7 +109,7 @@ Result<std::optional<store::Companion>> companionOnDisk(const store::LibraryPath
     const std::string_view name = lastPathComponent(*path);
     return store::Companion{std::string(name),
                             {},
-                            typeOf(opened->file.get(), name).mediaType,
+                            fileTypeOf(opened->file.get(), name).mediaType,
                             static_cast<std::uint64_t>(opened->status.st_size),
                             *sum};
 }

@@ -2,10 +2,8 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <filesystem>
 #include <span>
 #include <vector>
@@ -54,12 +52,6 @@ void note(Outcome &outcome, const std::string &file, const Problem &problem) {
     outcome.failures.add(file, {problem.kind, problem.text, file});
 }
 
-bool isMedia(int descriptor) {
-    std::array<std::byte, mediaTypeBytes> start{};
-    const ssize_t count = ::pread(descriptor, start.data(), start.size(), 0);
-    return count > 0 && fileTypeOf(std::span(start).first(static_cast<std::size_t>(count)), {}).isMedia;
-}
-
 /// Whether a file's content is that of a picture or a video. The problem is `busy` as long as that may
 /// change.
 Result<bool> isWholeMedia(const std::string &path, std::chrono::seconds quiet) {
@@ -77,7 +69,7 @@ Result<bool> isWholeMedia(const std::string &path, std::chrono::seconds quiet) {
     const bool isSealed = (status.st_mode & 0222) == 0 && !uuidInName(path).empty();
     if (!isSealed && !isLeftAlone(status, quiet))
         return fail(ProblemKind::busy, "it has just changed", path);
-    return isMedia(file.get());
+    return fileTypeOf(file.get(), {}).isMedia;
 }
 
 SaveJob jobFor(Library &library, const std::string &path) {

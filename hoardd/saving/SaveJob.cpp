@@ -1,12 +1,11 @@
 #include "hoardd/saving/SaveJob.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <cmath>
 
 #include "hoardd/library/CallersFile.h"
+#include "hoardd/library/Clock.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/object/Paths.h"
 #include "wickerlane/protocol/JobKeys.h"
@@ -99,9 +98,7 @@ Result<> openFile(const SaveJob &job, SaveOrder &order) {
         return noData();
     order.file = std::move(opened->file);
     order.status = opened->status;
-    const timespec &changed = order.status.st_mtim;
-    order.modified = static_cast<double>(changed.tv_sec) + static_cast<double>(changed.tv_nsec) * 1e-9 -
-                     Date::secondsFrom1970To2001;
+    order.modified = referenceSeconds(order.status.st_mtim);
     if (order.originalFilename.empty())
         order.originalFilename = plainName(order.path);
     return {};
@@ -135,15 +132,9 @@ FileType SaveOrder::type() const {
         const bool isPNG = named != nullptr && named->format == MediaFormat::png;
         return typeOf(isPNG ? *named : *mediaTypeOfExtension("JPG"));
     }
-    std::array<std::byte, mediaTypeBytes> read;
-    Bytes start = read;
-    if (data != nullptr) {
-        start = data->span().first(std::min(read.size(), data->length()));
-    } else {
-        const ssize_t count = ::pread(file.get(), read.data(), read.size(), 0);
-        start = start.first(count > 0 ? static_cast<std::size_t>(count) : 0);
-    }
-    return fileTypeOf(start, originalFilename);
+    if (data != nullptr)
+        return fileTypeOf(data->span().first(std::min(mediaTypeBytes, data->length())), originalFilename);
+    return fileTypeOf(file.get(), originalFilename);
 }
 
 Result<SaveOrder> readJob(const SaveJob &job) {

@@ -12,12 +12,12 @@
 #include <vector>
 
 #include "hoardd/albums/BulletinStore.h"
+#include "hoardd/library/Clock.h"
 #include "hoardd/library/State.h"
 #include "hoardd/service/LowPriority.h"
 #include "hoardd/upkeep/ScrubStore.h"
 #include "wickerlane/log/JXLog.h"
 #include "wickerlane/platform/file/Files.h"
-#include "wickerlane/platform/object/Number.h"
 #include "wickerlane/store/Schema.h"
 #include "wickerlane/store/Sha256Internal.h"
 #include "wickerlane/store/Soundness.h"
@@ -55,10 +55,6 @@ struct Plan {
 
 std::int64_t nanoseconds(const timespec &time) {
     return std::int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
-}
-
-double referenceSeconds(const timespec &time) {
-    return static_cast<double>(nanoseconds(time)) * 1e-9 - Date::secondsFrom1970To2001;
 }
 
 /// A file that has just been looked at.
