@@ -23,7 +23,7 @@ Result<Answer> rebuildMoments(Library &library, const Call &call) {
 }
 
 Result<Answer> rebuildMomentLists(Library &library, const Call &) {
-    return whenDone(library.writer().change(hoardd::rebuildMomentLists));
+    return whenDone(library.writer().change(rebuildAllMomentLists));
 }
 
 Result<Answer> analyzeAllMoments(Library &library, const Call &) {

@@ -102,9 +102,8 @@ Result<> writeGrouping(Database &database, const Grouping &grouping) {
 Result<std::vector<NewAsset>> assetsWithoutFingerprint(Database &database, std::int64_t after,
                                                        std::size_t limit) {
     return database
-        .prepare("SELECT a.pk, a.uuid, a.thumbnailindex FROM zgenericasset a LEFT JOIN zfingerprint f "
-                 "ON f.asset = a.pk WHERE a.pk > ? AND (f.asset IS NULL OR f.thumbnailindex <> "
-                 "a.thumbnailindex) ORDER BY a.pk LIMIT ?")
+        .prepare("SELECT pk, uuid, thumbnailindex FROM zduefingerprint JOIN zgenericasset ON pk = asset "
+                 "WHERE asset > ? ORDER BY asset LIMIT ?")
         .bind(after, limit)
         .all([](const Statement &row) {
             return NewAsset{row.integer(0), std::string(row.text(1)), row.integer(2)};

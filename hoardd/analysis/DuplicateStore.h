@@ -1,7 +1,8 @@
 // Fingerprints and groups of duplicates in the store. The functions work in a transaction of the caller's.
 //
-// An asset without a fingerprint row of its present thumbnails is to be fingerprinted. Whatever may change
-// the groups counts up zduplicatestate.changed; they are right when `grouped` has reached it.
+// Triggers note in zduefingerprint which assets are to be fingerprinted: those without a fingerprint row of
+// their present thumbnails. Whatever may change the groups counts up zduplicatestate.changed; they are right
+// when `grouped` has reached it.
 #ifndef HOARDD_ANALYSIS_DUPLICATESTORE_H
 #define HOARDD_ANALYSIS_DUPLICATESTORE_H
 

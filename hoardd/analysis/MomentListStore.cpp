@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "hoardd/analysis/MomentRule.h"
-#include "hoardd/analysis/MomentRunStore.h"
 
 namespace wickerlane::hoardd {
 
@@ -15,13 +14,7 @@ using sqlite::Statement;
 
 namespace {
 
-struct ListedMoment {
-    std::int64_t key = 0;
-    std::int64_t previousList = 0; ///< In which it is stored; 0 for none.
-    std::int64_t assetCount = 0;
-    Interval interval;
-};
-using Group = std::span<const ListedMoment>;
+using Group = std::span<const RunItem>;
 
 struct MomentList {
     double start = 0;
@@ -31,48 +24,20 @@ struct MomentList {
     bool operator==(const MomentList &) const = default;
 };
 
-Result<std::vector<ListedMoment>> readMoments(Database &database) {
-    return database
-        .prepare("SELECT pk, startdate, enddate, latitude, longitude, coalesce(list, 0), assetcount "
-                 "FROM zmoment ORDER BY startdate, pk")
-        .all([](const Statement &row) {
-            return ListedMoment{
-                row.integer(0), row.integer(5), row.integer(6), {row.real(1), row.real(2), placeIn(row, 3)}};
-        });
-}
-
-Result<std::vector<std::int64_t>> readListKeys(Database &database) {
-    return database.prepare("SELECT pk FROM zmomentlist").all([](const Statement &row) {
-        return row.integer(0);
+Result<std::set<std::int64_t>> readListKeys(Database &database) {
+    std::set<std::int64_t> keys;
+    const auto read = database.prepare("SELECT pk FROM zmomentlist").forEach([&](const Statement &row) {
+        keys.insert(row.integer(0));
     });
-}
-
-std::vector<Group> groupsIn(Group moments) {
-    std::vector<Interval> intervals;
-    for (const ListedMoment &moment : moments)
-        intervals.push_back(moment.interval);
-    const std::vector<bool> boundaries = findBoundaries(intervals, momentListRule);
-    std::vector<Group> groups;
-    for (std::size_t start = 0, end = 0; start < moments.size(); start = end) {
-        for (++end; end < moments.size() && !boundaries[end - 1];)
-            ++end;
-        groups.push_back(moments.subspan(start, end - start));
-    }
-    return groups;
-}
-
-std::vector<std::int64_t> keysOf(std::span<const Group> groups) {
-    std::vector<std::vector<std::int64_t>> previousLists(groups.size());
-    for (std::size_t i = 0; i < groups.size(); ++i)
-        for (const ListedMoment &moment : groups[i])
-            previousLists[i].push_back(moment.previousList);
-    return reassignKeys(previousLists);
+    if (!read)
+        return passOn(read);
+    return keys;
 }
 
 MomentList listOf(Group group) {
     MomentList list{group.front().interval.start, group.back().interval.end,
                     static_cast<std::int64_t>(group.size()), 0};
-    for (const ListedMoment &moment : group)
+    for (const RunItem &moment : group)
         list.assetCount += moment.assetCount;
     return list;
 }
@@ -93,8 +58,8 @@ public:
     /// A key of 0 makes a new list.
     Result<> writeGroup(std::int64_t key, Group group) {
         const MomentList list = listOf(group);
-        const bool hasChanged = key == 0 || std::ranges::any_of(group, [key](const ListedMoment &moment) {
-                                    return moment.previousList != key;
+        const bool hasChanged = key == 0 || std::ranges::any_of(group, [key](const RunItem &moment) {
+                                    return moment.previousGroup != key;
                                 });
         if (!hasChanged) {
             const auto isWritten = isStored(key, list);
@@ -106,8 +71,8 @@ public:
         const auto written = writeList(key, list);
         if (!written)
             return passOn(written);
-        for (const ListedMoment &moment : group)
-            if (moment.previousList != *written)
+        for (const RunItem &moment : group)
+            if (moment.previousGroup != *written)
                 if (const auto moved = move.bind(*written, moment.key).run(); !moved)
                     return moved;
         return {};
@@ -145,28 +110,36 @@ private:
     Statement remove;
 };
 
-} // namespace
-
-Result<> rebuildMomentLists(Database &database) {
-    const auto moments = readMoments(database);
-    if (!moments)
-        return passOn(moments);
-    const auto stored = readListKeys(database);
-    if (!stored)
-        return passOn(stored);
-    std::set<std::int64_t> gone(stored->begin(), stored->end());
-    const std::vector<Group> groups = groupsIn(*moments);
-    const std::vector<std::int64_t> keys = keysOf(groups);
+Result<> rebuildLists(Database &database, const std::vector<Run> &runs, std::set<std::int64_t> maybeGone) {
+    const std::vector<Group> groups = groupsIn(runs, momentListRule);
+    const GroupKeys keys = keysOf(groups, std::move(maybeGone));
     ListWriter writer(database);
-    for (std::size_t i = 0; i < groups.size(); ++i) {
-        if (const auto written = writer.writeGroup(keys[i], groups[i]); !written)
+    for (std::size_t i = 0; i < groups.size(); ++i)
+        if (const auto written = writer.writeGroup(keys.keys[i], groups[i]); !written)
             return written;
-        gone.erase(keys[i]);
-    }
-    for (const std::int64_t key : gone)
+    for (const std::int64_t key : keys.maybeGone)
         if (const auto removed = writer.removeList(key); !removed)
             return removed;
     return {};
+}
+
+} // namespace
+
+Result<> rebuildAllMomentLists(Database &database) {
+    const auto runs = readWholeRun(database, RunsOf::moments);
+    if (!runs)
+        return passOn(runs);
+    auto stored = readListKeys(database);
+    if (!stored)
+        return passOn(stored);
+    return rebuildLists(database, *runs, *std::move(stored));
+}
+
+Result<> rebuildMomentLists(Database &database, const RunChanges &changes) {
+    const auto runs = readRunsAround(database, RunsOf::moments, changes.dates);
+    if (!runs)
+        return passOn(runs);
+    return rebuildLists(database, *runs, changes.groups);
 }
 
 } // namespace wickerlane::hoardd

@@ -1,4 +1,4 @@
-// Reading the assets around changes, of which moments are made.
+// Reading the assets around changes, of which moments are made, and the moments, of which lists are made.
 #ifndef HOARDD_ANALYSIS_MOMENTRUNSTORE_H
 #define HOARDD_ANALYSIS_MOMENTRUNSTORE_H
 
@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 #include <set>
+#include <span>
 #include <vector>
 
 #include "hoardd/analysis/MomentRule.h"
@@ -13,37 +14,52 @@
 
 namespace wickerlane::hoardd {
 
-/// The place in two columns of a row, a latitude and the longitude after it.
-[[nodiscard]] std::optional<Place> placeIn(const sqlite::Statement &row, int latitude);
+/// What moments are made of, and what lists are made of.
+enum class RunsOf { assets, moments };
 
-struct MomentAsset {
+struct RunItem {
     std::int64_t key = 0;
-    std::int64_t previousMoment = 0; ///< In which it is stored; 0 for none.
+    std::int64_t previousGroup = 0; ///< The moment or list in which it is stored; 0 for none.
+    std::int64_t assetCount = 1;
     Interval interval;
 };
 
-/// Assets in order of time. Those before `first` and from `last` on only help to find the boundaries between
+/// Items in order of time. Those before `first` and from `last` on only help to find the boundaries between
 /// the others.
-struct MomentRun {
-    std::vector<MomentAsset> assets;
+struct Run {
+    std::vector<RunItem> items;
     std::size_t first = 0;
     std::size_t last = 0;
 };
 
-/// What has changed since moments were made.
-struct MomentChanges {
-    std::vector<double> dates;      ///< Around which something has changed, in order.
-    std::set<std::int64_t> moments; ///< From which something has gone.
-    std::int64_t last = 0;          ///< The newest note of a change; 0 when there is none.
+/// What has changed since moments or lists were made.
+struct RunChanges {
+    std::vector<double> dates;     ///< Around which something has changed, in order.
+    std::set<std::int64_t> groups; ///< The moments or lists from which something has gone.
+    std::int64_t last = 0;         ///< The newest note of a change; 0 when there is none.
 };
-[[nodiscard]] Result<MomentChanges> readMomentChanges(sqlite::Database &database);
+/// Those of assets, since moments were made.
+[[nodiscard]] Result<RunChanges> readMomentChanges(sqlite::Database &database);
 
 /// The runs around changes. Each ends, on either side, at a boundary that is stored and that no change can
-/// have moved, so that each moment is either wholly in a run or wholly outside.
-[[nodiscard]] Result<std::vector<MomentRun>> readRunsAround(sqlite::Database &database,
-                                                            const MomentChanges &changes);
-/// All assets as one run.
-[[nodiscard]] Result<std::vector<MomentRun>> readWholeRun(sqlite::Database &database);
+/// have moved, so that each group is either wholly in a run or wholly outside.
+[[nodiscard]] Result<std::vector<Run>> readRunsAround(sqlite::Database &database, RunsOf of,
+                                                      std::span<const double> dates);
+/// All items as one run.
+[[nodiscard]] Result<std::vector<Run>> readWholeRun(sqlite::Database &database, RunsOf of);
+
+/// The items of each group by a rule. They are part of the runs.
+[[nodiscard]] std::vector<std::span<const RunItem>> groupsIn(const std::vector<Run> &runs,
+                                                             const BoundaryRule &rule);
+
+/// The key of each group, and 0 for one that gets a new key; and the stored groups that may have gone,
+/// besides those of which that is known.
+struct GroupKeys {
+    std::vector<std::int64_t> keys;
+    std::set<std::int64_t> maybeGone;
+};
+[[nodiscard]] GroupKeys keysOf(std::span<const std::span<const RunItem>> groups,
+                               std::set<std::int64_t> maybeGone);
 
 } // namespace wickerlane::hoardd
 

@@ -1,7 +1,6 @@
 #include "hoardd/analysis/MomentStore.h"
 
 #include <algorithm>
-#include <iterator>
 #include <set>
 #include <span>
 
@@ -16,30 +15,12 @@ using sqlite::Statement;
 
 namespace {
 
-/// The assets of each moment by the rule. They are part of the runs.
-std::vector<std::span<const MomentAsset>> groupsIn(const std::vector<MomentRun> &runs) {
-    std::vector<std::span<const MomentAsset>> groups;
-    for (const MomentRun &run : runs) {
-        std::vector<Interval> intervals;
-        intervals.reserve(run.assets.size());
-        for (const MomentAsset &asset : run.assets)
-            intervals.push_back(asset.interval);
-        const std::vector<bool> boundaries = findBoundaries(intervals, momentRule);
-        for (std::size_t start = run.first, end = start; start < run.last; start = end) {
-            for (++end; end < run.last && !boundaries[end - 1];)
-                ++end;
-            groups.push_back(std::span(run.assets).subspan(start, end - start));
-        }
-    }
-    return groups;
-}
-
-MomentPlan::Moment momentOf(std::span<const MomentAsset> group, std::int64_t key) {
+MomentPlan::Moment momentOf(std::span<const RunItem> group, std::int64_t key) {
     std::vector<Interval> intervals;
     MomentPlan::Moment moment;
-    for (const MomentAsset &asset : group) {
+    for (const RunItem &asset : group) {
         intervals.push_back(asset.interval);
-        if (key == 0 || asset.previousMoment != key)
+        if (key == 0 || asset.previousGroup != key)
             moment.newAssets.push_back(asset.key);
     }
     moment.key = key;
@@ -67,21 +48,50 @@ Result<bool> isStored(Statement &byKey, const MomentPlan::Moment &moment) {
 
 Result<std::set<std::int64_t>> readMomentKeys(Database &database) {
     std::set<std::int64_t> keys;
-    const auto read = database.prepare("SELECT pk FROM zmoment").forEach([&](const Statement &row) {
-        keys.insert(row.integer(0));
-    });
+    const auto read =
+        database.prepare("SELECT pk FROM zmoment ORDER BY pk").forEach([&](const Statement &row) {
+            keys.insert(keys.end(), row.integer(0));
+        });
     if (!read)
         return passOn(read);
     return keys;
 }
 
-Result<> writeMoments(Database &database, std::span<const MomentPlan::Moment> moments) {
+/// Notes, for the lists, where moments are or were.
+class ListChangeNotes {
+public:
+    explicit ListChangeNotes(Database &database)
+        : stored(database.prepare("SELECT startdate, coalesce(list, 0) FROM zmoment WHERE pk = ?")) {}
+
+    void note(double start) { changes.dates.push_back(start); }
+    Result<> noteStored(std::int64_t moment) {
+        return stored.bind(moment).forEach([&](const Statement &row) {
+            note(row.real(0));
+            changes.groups.insert(row.integer(1));
+        });
+    }
+    RunChanges take() {
+        std::ranges::sort(changes.dates);
+        return std::move(changes);
+    }
+
+private:
+    RunChanges changes;
+    Statement stored;
+};
+
+Result<> writeMoments(Database &database, std::span<const MomentPlan::Moment> moments,
+                      ListChangeNotes &notes) {
     Statement add = database.prepare("INSERT INTO zmoment (startdate, enddate, assetcount, latitude, "
                                      "longitude) VALUES (?, ?, ?, ?, ?)");
     Statement alter = database.prepare("UPDATE zmoment SET startdate = ?, enddate = ?, assetcount = ?, "
                                        "latitude = ?, longitude = ?, analyzed = 0 WHERE pk = ?");
     Statement move = database.prepare("INSERT OR REPLACE INTO zmomentasset (asset, moment) VALUES (?, ?)");
     for (const MomentPlan::Moment &moment : moments) {
+        notes.note(moment.start);
+        if (moment.key != 0)
+            if (const auto noted = notes.noteStored(moment.key); !noted)
+                return noted;
         Statement &write = moment.key == 0 ? add : alter;
         write.bind(moment.start, moment.end, moment.assetCount, moment.latitude, moment.longitude);
         if (moment.key != 0)
@@ -96,11 +106,14 @@ Result<> writeMoments(Database &database, std::span<const MomentPlan::Moment> mo
     return {};
 }
 
-Result<> deleteMoments(Database &database, std::span<const std::int64_t> keys) {
+Result<> deleteMoments(Database &database, std::span<const std::int64_t> keys, ListChangeNotes &notes) {
     Statement remove = database.prepare("DELETE FROM zmoment WHERE pk = ?");
-    for (const std::int64_t key : keys)
+    for (const std::int64_t key : keys) {
+        if (const auto noted = notes.noteStored(key); !noted)
+            return noted;
         if (const auto removed = remove.bind(key).run(); !removed)
             return removed;
+    }
     return {};
 }
 
@@ -110,37 +123,40 @@ Result<MomentPlan> planMoments(Database &database, bool incremental) {
     const auto changes = readMomentChanges(database);
     if (!changes)
         return passOn(changes);
-    const auto runs = incremental ? readRunsAround(database, *changes) : readWholeRun(database);
+    const auto runs = incremental ? readRunsAround(database, RunsOf::assets, changes->dates)
+                                  : readWholeRun(database, RunsOf::assets);
     if (!runs)
         return passOn(runs);
-    const auto stored = readMomentKeys(database);
-    if (!stored)
-        return passOn(stored);
-
-    const std::vector<std::span<const MomentAsset>> groups = groupsIn(*runs);
-    std::vector<std::vector<std::int64_t>> previousMoments(groups.size());
-    std::set<std::int64_t> maybeGone = incremental ? changes->moments : *stored;
-    for (std::size_t i = 0; i < groups.size(); ++i)
-        for (const MomentAsset &asset : groups[i]) {
-            previousMoments[i].push_back(asset.previousMoment);
-            maybeGone.insert(asset.previousMoment);
-        }
-    const std::vector<std::int64_t> keys = reassignKeys(previousMoments);
+    std::set<std::int64_t> maybeGone = changes->groups;
+    if (!incremental) {
+        auto stored = readMomentKeys(database);
+        if (!stored)
+            return passOn(stored);
+        maybeGone = *std::move(stored);
+    }
+    const std::vector<std::span<const RunItem>> groups = groupsIn(*runs, momentRule);
+    const GroupKeys keys = keysOf(groups, std::move(maybeGone));
 
     MomentPlan plan;
+    plan.isWhole = !incremental;
     plan.lastChange = changes->last;
     Statement byKey = database.prepare(
         "SELECT startdate, enddate, assetcount, latitude, longitude FROM zmoment WHERE pk = ?");
     for (std::size_t i = 0; i < groups.size(); ++i) {
-        maybeGone.erase(keys[i]);
-        MomentPlan::Moment moment = momentOf(groups[i], keys[i]);
+        MomentPlan::Moment moment = momentOf(groups[i], keys.keys[i]);
         const auto isWritten = isStored(byKey, moment);
         if (!isWritten)
             return passOn(isWritten);
         if (!*isWritten || !moment.newAssets.empty())
             plan.moments.push_back(std::move(moment));
     }
-    std::ranges::set_intersection(maybeGone, *stored, std::back_inserter(plan.gone));
+    for (const std::int64_t key : keys.maybeGone) {
+        const auto isThere = byKey.bind(key).any();
+        if (!isThere)
+            return passOn(isThere);
+        if (*isThere)
+            plan.gone.push_back(key);
+    }
     return plan;
 }
 
@@ -152,12 +168,16 @@ Result<bool> isCurrent(Database &database, const MomentPlan &plan) {
 }
 
 Result<> applyPlan(Database &database, const MomentPlan &plan) {
-    return writeMoments(database, plan.moments)
-        .and_then([&] { return deleteMoments(database, plan.gone); })
+    ListChangeNotes notes(database);
+    return writeMoments(database, plan.moments, notes)
+        .and_then([&] { return deleteMoments(database, plan.gone, notes); })
         .and_then([&] {
             return database.prepare("DELETE FROM zmomentchange WHERE pk <= ?").bind(plan.lastChange).run();
         })
-        .and_then([&] { return rebuildMomentLists(database); })
+        .and_then([&] {
+            return plan.isWhole ? rebuildAllMomentLists(database)
+                                : rebuildMomentLists(database, notes.take());
+        })
         .and_then([&] {
             return database.execute("UPDATE zmomentlist SET analyzed = 0 "
                                     "WHERE pk IN (SELECT list FROM zmoment WHERE analyzed = 0)");

@@ -31,6 +31,7 @@ struct MomentPlan {
     std::vector<Moment> moments;    ///< In order of time.
     std::vector<std::int64_t> gone; ///< Moments that have no assets any more, in order of keys.
     std::int64_t lastChange = 0;    ///< The newest note that was read.
+    bool isWhole = false;           ///< Made of the whole library.
     bool operator==(const MomentPlan &) const = default;
 };
 

@@ -269,7 +269,15 @@ private:
                 return database.execute(
                     "UPDATE zalbum SET cachedcount = (SELECT count(*) FROM zalbumasset WHERE album = "
                     "zalbum.pk);"
-                    "INSERT INTO zmomentchange (date) SELECT datecreated FROM zgenericasset;"
+                    // Moments are written again even if they seem right, and with them their lists.
+                    "UPDATE zmoment SET assetcount = 0;"
+                    "DELETE FROM zmomentlist WHERE pk NOT IN (SELECT coalesce(list, 0) FROM zmoment);"
+                    "INSERT INTO zmomentchange (date) SELECT coalesce(clockdate, datecreated) FROM "
+                    "zgenericasset;"
+                    "INSERT INTO zduefingerprint SELECT a.pk FROM zgenericasset a "
+                    "LEFT JOIN zfingerprint f ON f.asset = a.pk "
+                    "WHERE (f.asset IS NULL OR f.thumbnailindex <> a.thumbnailindex) AND "
+                    "NOT EXISTS (SELECT 1 FROM zduefingerprint d WHERE d.asset = a.pk);"
                     "UPDATE zduplicatestate SET changed = changed + 1;");
             })
             // Backups of the store know files as they were.

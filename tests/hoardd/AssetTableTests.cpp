@@ -17,7 +17,8 @@ namespace {
 using Tables = std::set<std::string>;
 
 // What is found out again.
-const Tables foundAgain = {"zmomentasset", "zfingerprint", "zduplicate", "zbulletin", "zcloudfeedasset"};
+const Tables foundAgain = {"zmomentasset", "zfingerprint", "zduefingerprint",
+                           "zduplicate",   "zbulletin",    "zcloudfeedasset"};
 // Of what goes into the trash: what is found out again from the files, which the notes leave out. Albums have
 // copies of their own.
 const Tables leftOutOfNotes = {"zalbumasset", "zduethumbnail", "zundecodable",

@@ -162,6 +162,15 @@ protected:
         sqlite::Transaction transaction(*database);
         return applyPlan(*database, plan) && transaction.commit();
     }
+    /// Each list with its moments.
+    std::vector<std::string> lists() {
+        return *database
+                    ->prepare(
+                        "SELECT l.pk || ' ' || l.startdate || ' ' || l.enddate || ' ' || l.momentcount || "
+                        "' ' || l.assetcount || ' ' || l.analyzed || ' ' || group_concat(m.pk) FROM "
+                        "zmomentlist l LEFT JOIN zmoment m ON m.list = l.pk GROUP BY l.pk")
+                    .all([](const sqlite::Statement &row) { return std::string(row.text(0)); });
+    }
     std::int64_t number(const char *query) { return database->integer(query).value_or(-1); }
     /// The moment of each asset, in the order of time.
     std::vector<std::int64_t> momentsOfAssets() {
@@ -222,7 +231,7 @@ TEST_F(MomentPlans, AnIncrementalResultIsThatOfAWholeRebuild) {
     const auto below = [&](unsigned limit) { return random() % limit; };
     // Days with bursts in them: dates of all distances, many of them equal.
     const auto someDate = [&] {
-        return static_cast<double>(below(40)) * day + static_cast<double>(below(5)) * 2 * hour +
+        return static_cast<double>(below(100)) * day + static_cast<double>(below(5)) * 2 * hour +
                static_cast<double>(below(30) * below(30));
     };
     const auto somePlace = [&]() -> std::optional<Place> {
@@ -238,7 +247,8 @@ TEST_F(MomentPlans, AnIncrementalResultIsThatOfAWholeRebuild) {
     for (int i = 0; i < 300; ++i)
         add(someDate(), somePlace());
 
-    std::size_t moved = 0;
+    std::size_t moved = 0, mostLists = 0;
+    std::vector<std::string> wantedLists;
     for (int edit = 0; edit < edits; ++edit) {
         for (unsigned step = 0, steps = 1 + (below(4) == 0 ? below(6) : 0); step < steps; ++step) {
             const auto place = somePlace();
@@ -270,9 +280,17 @@ TEST_F(MomentPlans, AnIncrementalResultIsThatOfAWholeRebuild) {
         }
         const auto around = planMoments(*database, true), whole = planMoments(*database, false);
         ASSERT_TRUE(around && whole) << database->problem().text;
-        ASSERT_EQ(*around, *whole) << "edit " << edit << " of seed " << seed;
+        ASSERT_EQ(around->moments, whole->moments) << "edit " << edit << " of seed " << seed;
+        ASSERT_EQ(around->gone, whole->gone) << "edit " << edit << " of seed " << seed;
         moved += around->moments.size();
+        {
+            const sqlite::Transaction rolledBack(*database);
+            ASSERT_TRUE(applyPlan(*database, *whole)) << database->problem().text;
+            wantedLists = lists();
+        }
         ASSERT_TRUE(apply(*around)) << database->problem().text;
+        ASSERT_EQ(lists(), wantedLists) << "edit " << edit << " of seed " << seed;
+        mostLists = std::max(mostLists, wantedLists.size());
         ASSERT_EQ(isCurrent(*database, *around), true);
         ASSERT_EQ(number("SELECT count(*) FROM zmomentchange"), 0);
 
@@ -304,6 +322,7 @@ TEST_F(MomentPlans, AnIncrementalResultIsThatOfAWholeRebuild) {
         ASSERT_EQ(number("SELECT count(*) FROM zmoment WHERE list IS NULL"), 0);
     }
     EXPECT_GT(moved, static_cast<std::size_t>(edits) / 10) << "the edits must have moved something";
+    EXPECT_GT(mostLists, 5U) << "and some lists must be far from a change";
 }
 
 TEST_F(MomentPlans, AnyChangeOutdatesAPlan) {

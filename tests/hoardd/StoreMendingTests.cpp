@@ -465,6 +465,7 @@ TEST_F(Notes, KnowByUUIDsWhatAreNoDuplicates) {
     ASSERT_TRUE((*opened)->change([&](Database &database) -> Result<> {
         if (const auto moved = database.execute(
                 "PRAGMA defer_foreign_keys=ON; DELETE FROM znotduplicate; DELETE FROM zduethumbnail; "
+                "DELETE FROM zduefingerprint; "
                 "UPDATE zgenericasset SET pk = 1000 WHERE pk = 236");
             !moved)
             return moved;

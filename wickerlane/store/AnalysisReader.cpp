@@ -131,9 +131,8 @@ Result<bool> AnalysisReader::areMomentsComplete() {
 
 Result<bool> AnalysisReader::areDuplicatesComplete() {
     return database
-        .prepare("SELECT 1 FROM zduplicatestate WHERE grouped >= changed AND NOT EXISTS (SELECT 1 FROM "
-                 "zgenericasset a LEFT JOIN zfingerprint f ON f.asset = a.pk WHERE f.asset IS NULL OR "
-                 "f.thumbnailindex <> a.thumbnailindex)")
+        .prepare("SELECT 1 FROM zduplicatestate WHERE grouped >= changed AND "
+                 "NOT EXISTS (SELECT 1 FROM zduefingerprint)")
         .any();
 }
 

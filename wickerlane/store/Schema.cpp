@@ -611,12 +611,40 @@ CREATE INDEX zcompanionscrub_fault ON zcompanionscrub (fault) WHERE fault <> 0;
 CREATE TABLE ztrashedcompanionscrub AS SELECT * FROM zcompanionscrub WHERE 0;
 )sql";
 
+// What an analysis has left to do, so that it is found without a look at all assets and all moments. An asset
+// is to be fingerprinted until it has a fingerprint of its present thumbnails.
+constexpr const char *dueAnalyses = R"sql(
+CREATE INDEX zmoment_unanalyzed ON zmoment (list) WHERE analyzed = 0;
+CREATE INDEX zmomentlist_unanalyzed ON zmomentlist (pk) WHERE analyzed = 0;
+CREATE TABLE zduefingerprint (
+    asset INTEGER PRIMARY KEY REFERENCES zgenericasset (pk) ON DELETE CASCADE
+);
+INSERT INTO zduefingerprint SELECT a.pk FROM zgenericasset a LEFT JOIN zfingerprint f ON f.asset = a.pk
+    WHERE f.asset IS NULL OR f.thumbnailindex <> a.thumbnailindex;
+CREATE TRIGGER zgenericasset_fingerprint_insert AFTER INSERT ON zgenericasset BEGIN
+    INSERT INTO zduefingerprint VALUES (new.pk);
+END;
+CREATE TRIGGER zgenericasset_fingerprint_update AFTER UPDATE OF thumbnailindex ON zgenericasset
+WHEN old.thumbnailindex IS NOT new.thumbnailindex
+    AND NOT EXISTS (SELECT 1 FROM zduefingerprint WHERE asset = new.pk) BEGIN
+    INSERT INTO zduefingerprint VALUES (new.pk);
+END;
+CREATE TRIGGER zfingerprint_insert AFTER INSERT ON zfingerprint BEGIN
+    DELETE FROM zduefingerprint WHERE asset = new.asset
+        AND new.thumbnailindex = (SELECT thumbnailindex FROM zgenericasset WHERE pk = new.asset);
+END;
+CREATE TRIGGER zfingerprint_delete AFTER DELETE ON zfingerprint BEGIN
+    INSERT INTO zduefingerprint SELECT pk FROM zgenericasset
+        WHERE pk = old.asset AND NOT EXISTS (SELECT 1 FROM zduefingerprint WHERE asset = old.asset);
+END;
+)sql";
+
 // New tables and columns are added by a step of their own at the end.
 constexpr const char *steps[] = {
-    assets,         renditions, durations,     sums,          counts,       analyses,       albums,
-    sharing,        feed,       dueThumbnails, clocks,        decoders,     currentFeed,    visits,
-    trash,          scrubs,     companions,    shrinkingFeed, derivedSizes, madeThumbnails, countedOriginals,
-    companionScrubs};
+    assets,          renditions, durations,     sums,          counts,       analyses,       albums,
+    sharing,         feed,       dueThumbnails, clocks,        decoders,     currentFeed,    visits,
+    trash,           scrubs,     companions,    shrinkingFeed, derivedSizes, madeThumbnails, countedOriginals,
+    companionScrubs, dueAnalyses};
 
 constexpr const char *ofUUID = "assetuuid IN (SELECT uuid FROM zgenericasset WHERE pk = ?1 UNION ALL "
                                "SELECT uuid FROM ztrashedasset WHERE pk = ?1)";
