@@ -9,6 +9,7 @@
 #include <string>
 
 #include "tests/support/Descriptors.h"
+#include "tests/support/Fork.h"
 #include "tests/support/Peer.h"
 #include "wickerlane/platform/file/Files.h"
 
@@ -156,4 +157,19 @@ TEST_F(Notifications, KeepToTheirRoot) {
     EXPECT_TRUE(postNotification("n"));
     EXPECT_TRUE(called->wait(generous));
     cancelNotification(token);
+}
+
+TEST_F(Notifications, OfTheParentGoOnWhateverAForkedChildDoes) {
+    const auto posted = Semaphore::create(0);
+    const NotificationToken token =
+        registerNotification("kept", WorkQueue::global(), [&](NotificationToken) { posted->signal(); });
+    ASSERT_NE(token, 0);
+    const int outcome = test::resultOfForkedChild([&] {
+        const bool isRefused = registerNotification("other", WorkQueue::global(), [](int) {}) == 0;
+        return isRefused && cancelNotification(token) ? 7 : 1;
+    });
+    EXPECT_EQ(outcome, 7);
+    ASSERT_TRUE(postNotification("kept"));
+    EXPECT_TRUE(posted->wait(generous));
+    EXPECT_TRUE(cancelNotification(token));
 }

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "wickerlane/platform/file/Files.h"
+#include "wickerlane/platform/process/ForkedChild.h"
 
 namespace wickerlane {
 namespace {
@@ -70,6 +71,10 @@ NotificationCenter &NotificationCenter::shared() {
 
 NotificationToken NotificationCenter::add(std::string name, WorkQueue *queue,
                                           Handler<void(NotificationToken)> handler) {
+    if (isForkedChild()) {
+        errno = ENOTSUP;
+        return 0;
+    }
     const std::string folder = usableFolder();
     const MutexLock lock(mutex);
     const int watch = folder.empty() ? -1 : folders.add(folder, IN_CLOSE_WRITE);
@@ -84,6 +89,8 @@ NotificationToken NotificationCenter::add(std::string name, WorkQueue *queue,
 }
 
 bool NotificationCenter::cancel(NotificationToken token) {
+    if (isForkedChild())
+        return true; // no handler runs here
     std::shared_ptr<Registration> ended;
     Handler<void(NotificationToken)> dropped; // after the locks: what it holds may cancel others
     const MutexLock lock(mutex);

@@ -8,6 +8,7 @@
 #include <cerrno>
 
 #include "wickerlane/platform/object/ReleaseScope.h"
+#include "wickerlane/platform/queue/AfterFork.h"
 #include "wickerlane/platform/queue/Thread.h"
 
 namespace wickerlane {
@@ -43,6 +44,10 @@ DescriptorReader &DescriptorReader::shared() {
 }
 
 bool DescriptorReader::start() noexcept {
+    if (isForkedChild()) {
+        errno = ENOTSUP;
+        return false;
+    }
     const AdaptiveMutexLock lock(mutex);
     if (hasThread)
         return true;
@@ -76,6 +81,8 @@ void DescriptorReader::add(DescriptorSource &source) {
 }
 
 void DescriptorReader::arm(DescriptorSource &source, std::uint32_t events) {
+    if (isForkedChild())
+        return; // the poller is the parent's too
     const MutexLock sourceLock(source.mutex);
     if (source.cancelled)
         return;
@@ -92,6 +99,8 @@ void DescriptorReader::arm(DescriptorSource &source, std::uint32_t events) {
 }
 
 void DescriptorReader::cancel(DescriptorSource &source) {
+    if (isForkedChild())
+        return;
     Ref<DescriptorSource> kept;
     Handler<void(std::uint32_t)> dropped;
     const MutexLock sourceLock(source.mutex);

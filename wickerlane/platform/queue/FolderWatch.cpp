@@ -11,6 +11,7 @@
 
 #include "wickerlane/platform/file/Retry.h"
 #include "wickerlane/platform/object/Paths.h"
+#include "wickerlane/platform/process/ForkedChild.h"
 
 namespace wickerlane {
 namespace {
@@ -26,6 +27,10 @@ int addWatch(int inotify, const std::string &folder, std::uint32_t events) {
 } // namespace
 
 int FolderWatch::add(const std::string &folder, std::uint32_t events) {
+    if (isForkedChild()) {
+        errno = ENOTSUP;
+        return -1;
+    }
     const MutexLock lock(mutex);
     if (!open())
         return -1;
@@ -47,6 +52,8 @@ int FolderWatch::add(const std::string &folder, std::uint32_t events) {
 }
 
 void FolderWatch::remove(int folder) {
+    if (isForkedChild())
+        return; // the watch is the parent's too
     const MutexLock lock(mutex);
     if (const auto found = folders.find(folder); found != folders.end()) {
         const int descriptor = found->second.descriptor;

@@ -3,9 +3,14 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
+#include "wickerlane/platform/queue/AfterFork.h"
 #include "wickerlane/platform/queue/RunItem.h"
 
 namespace wickerlane {
+
+MainQueue::MainQueue() {
+    refuseForkedChildren();
+}
 
 MainQueue &MainQueue::shared() {
     static NeverDestroyed<MainQueue> queue;
@@ -18,6 +23,8 @@ bool MainQueue::isServedByThisThread() const noexcept {
 }
 
 int MainQueue::descriptor() {
+    if (isForkedChild())
+        return -1;
     const MutexLock lock(mutex);
     if (event < 0) {
         event = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
@@ -42,6 +49,8 @@ void MainQueue::async(Work work) {
 }
 
 void MainQueue::asyncBatch(std::span<Work> batch) {
+    if (isForkedChild())
+        return runAfterFork(batch);
     {
         const MutexLock lock(mutex);
         for (Work &work : batch)
@@ -62,12 +71,16 @@ WorkQueue::Work MainQueue::popFirst() {
 }
 
 void MainQueue::run() {
+    if (isForkedChild())
+        return reportForkedChild();
     thread.store(gettid(), std::memory_order_relaxed);
     MutexLock lock(mutex);
     while (!std::exchange(stopping, false)) {
         if (Work work = popFirst()) {
             lock.unlock();
             runItem(std::move(work));
+            if (isForkedChild())
+                return;
             lock.lock();
         } else {
             changed.wait(mutex);
@@ -76,6 +89,8 @@ void MainQueue::run() {
 }
 
 void MainQueue::stop() {
+    if (isForkedChild())
+        return;
     {
         const MutexLock lock(mutex);
         stopping = true;
@@ -84,6 +99,10 @@ void MainQueue::stop() {
 }
 
 std::size_t MainQueue::drain() {
+    if (isForkedChild()) {
+        reportForkedChild();
+        return 0;
+    }
     thread.store(gettid(), std::memory_order_relaxed);
     MutexLock lock(mutex);
     // Only what waits now; an item may drain the queue itself, and leave fewer.
@@ -95,6 +114,8 @@ std::size_t MainQueue::drain() {
             break;
         lock.unlock();
         runItem(std::move(work));
+        if (isForkedChild())
+            return ran + 1;
         lock.lock();
     }
     return ran;

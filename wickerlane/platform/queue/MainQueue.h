@@ -27,6 +27,8 @@ public:
     std::size_t drain();
 
 private:
+    friend class NeverDestroyed<MainQueue>;
+    MainQueue();
     [[nodiscard]] Work popFirst() WL_REQUIRES(mutex);
     void updateEvent() noexcept WL_REQUIRES(mutex);
 

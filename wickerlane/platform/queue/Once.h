@@ -25,7 +25,9 @@ public:
     }
 
 private:
+    // While it runs, the upper bits say in which process: see forkGeneration().
     static constexpr std::uint32_t untouched = 0, running = 1, awaited = 2, done = 3;
+    static constexpr std::uint32_t generationShift = 2;
     void runSlowly(void *callable, void (*invoke)(void *));
     void finish(std::uint32_t outcome) noexcept;
 

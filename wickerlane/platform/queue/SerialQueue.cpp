@@ -1,5 +1,6 @@
 #include "wickerlane/platform/queue/SerialQueue.h"
 
+#include "wickerlane/platform/queue/AfterFork.h"
 #include "wickerlane/platform/queue/RunItem.h"
 #include "wickerlane/platform/queue/ThreadPool.h"
 
@@ -20,6 +21,8 @@ void SerialQueue::async(Work work) {
 }
 
 void SerialQueue::asyncBatch(std::span<Work> batch) {
+    if (isForkedChild())
+        return runAfterFork(batch);
     {
         const AdaptiveMutexLock lock(mutex);
         for (Work &work : batch)
@@ -49,8 +52,11 @@ void SerialQueue::runTurn() {
             release();
             return;
         }
-        for (Work &work : running)
+        for (Work &work : running) {
             runItem(std::move(work));
+            if (isForkedChild())
+                return; // the rest is the parent's
+        }
     }
     ThreadPool::shared().submit(turnWork);
 }

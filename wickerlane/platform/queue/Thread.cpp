@@ -6,6 +6,8 @@
 #include <memory>
 #include <new>
 
+#include "wickerlane/platform/process/ForkedChild.h"
+
 namespace wickerlane {
 namespace {
 
@@ -26,6 +28,7 @@ void *begin(void *given) noexcept {
 } // namespace
 
 bool startThread(const char *name, void (*run)(void *), void *argument) noexcept {
+    refuseForkedChildren();
     std::unique_ptr<Start> start(new (std::nothrow) Start{name, run, argument});
     pthread_attr_t attributes;
     if (!start || pthread_attr_init(&attributes) != 0)

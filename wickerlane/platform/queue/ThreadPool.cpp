@@ -11,6 +11,7 @@
 
 #include "wickerlane/platform/file/UniqueFd.h"
 #include "wickerlane/platform/process/ProcessFacts.h"
+#include "wickerlane/platform/queue/AfterFork.h"
 #include "wickerlane/platform/queue/BlockingRegion.h"
 #include "wickerlane/platform/queue/Futex.h"
 #include "wickerlane/platform/queue/RunItem.h"
@@ -60,6 +61,8 @@ void ThreadPool::submit(WorkQueue::Work work) {
 }
 
 void ThreadPool::submit(std::span<WorkQueue::Work> batch) {
+    if (isForkedChild())
+        return runAfterFork(batch);
     Dispatch dispatch;
     {
         const AdaptiveMutexLock lock(mutex);
@@ -123,6 +126,8 @@ bool ThreadPool::startThread() noexcept {
 }
 
 bool ThreadPool::startWorker() noexcept {
+    if (isForkedChild())
+        return false;
     {
         const AdaptiveMutexLock lock(mutex);
         if (workerCount != 0)
@@ -158,6 +163,8 @@ void ThreadPool::runWorker() noexcept {
             lock.unlock();
             perform(dispatch);
             runItem(std::move(work));
+            if (isForkedChild())
+                return; // the item forked, and the child's only thread has come out of it
             self.item.store(0, std::memory_order_relaxed);
             lock.lock();
             unmark(self);
@@ -197,7 +204,7 @@ void ThreadPool::unmark(Worker &worker) noexcept {
 
 bool ThreadPool::enterBlocking() noexcept {
     auto *self = static_cast<Worker *>(workerOfThread);
-    if (self == nullptr)
+    if (self == nullptr || isForkedChild())
         return false;
     Dispatch dispatch;
     {
@@ -212,6 +219,8 @@ bool ThreadPool::enterBlocking() noexcept {
 }
 
 void ThreadPool::leaveBlocking() noexcept {
+    if (isForkedChild())
+        return;
     const AdaptiveMutexLock lock(mutex);
     unmark(*static_cast<Worker *>(workerOfThread));
 }

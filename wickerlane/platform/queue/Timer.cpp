@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "wickerlane/platform/queue/AfterFork.h"
 #include "wickerlane/platform/queue/Thread.h"
 
 namespace wickerlane {
@@ -17,6 +18,8 @@ Timer &Timer::shared() {
 }
 
 bool Timer::start() noexcept {
+    if (isForkedChild())
+        return false;
     const MutexLock lock(mutex);
     return startThreadOnce();
 }
@@ -29,6 +32,8 @@ bool Timer::startThreadOnce() noexcept {
 }
 
 void Timer::submitAt(Clock::time_point due, Ref<WorkQueue> queue, WorkQueue::Work work) {
+    if (isForkedChild())
+        return reportForkedChild();
     const MutexLock lock(mutex);
     const bool first = entries.empty() || due < entries.front().due;
     entries.push_back({due, ++lastNumber, std::move(queue), std::move(work)});

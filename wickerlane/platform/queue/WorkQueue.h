@@ -16,8 +16,9 @@ namespace wickerlane {
 /// ends the process; a null item is ignored. A queue lives until its last item has run, even if all others
 /// let go of it.
 ///
-/// The threads of the queues block the signals sent to the process. They do not survive fork(): a child may
-/// only go on to execute another program.
+/// The threads of the queues block the signals sent to the process. They do not survive fork(), so
+/// that a child can't use queues, and should execute another program. It is told so on the console; items
+/// then run at once, on the thread that submits them, those of after() never, and the main queue is empty.
 class WL_EXPORT WorkQueue : public Object {
     WL_OBJECT
 public:

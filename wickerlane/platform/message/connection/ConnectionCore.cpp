@@ -5,6 +5,7 @@
 #include "wickerlane/platform/console/Console.h"
 #include "wickerlane/platform/message/connection/ConnectionSession.h"
 #include "wickerlane/platform/message/service/ServiceConnector.h"
+#include "wickerlane/platform/process/ForkedChild.h"
 #include "wickerlane/platform/queue/ServiceThreads.h"
 
 namespace wickerlane {
@@ -12,21 +13,28 @@ namespace wickerlane {
 ConnectionCore::ConnectionCore(const char *serviceName, WorkQueue *queue)
     : name(serviceName == nullptr ? "" : serviceName), target(queue != nullptr ? queue : WorkQueue::global()),
       session(makeRef<Session>()) {
+    refuseForkedChildren();
 }
 
 ConnectionCore::~ConnectionCore() = default;
 
 void ConnectionCore::setEventHandler(Handler<void(MessageValue *)> handler) {
+    if (isForkedChild())
+        return;
     const MutexLock lock(mutex);
     eventHandler = std::move(handler);
 }
 
 void ConnectionCore::setIdleTime(std::chrono::milliseconds time) {
+    if (isForkedChild())
+        return;
     const MutexLock lock(mutex);
     idleTimer.idleTime = time;
 }
 
 void ConnectionCore::resume() {
+    if (isForkedChild())
+        return;
     const MutexLock lock(mutex);
     if (state != State::suspended)
         return;
@@ -36,6 +44,8 @@ void ConnectionCore::resume() {
 }
 
 void ConnectionCore::cancel() {
+    if (isForkedChild())
+        return;
     const MutexLock lock(mutex);
     if (state == State::invalid)
         return;
@@ -45,6 +55,8 @@ void ConnectionCore::cancel() {
 }
 
 void ConnectionCore::abandon() {
+    if (isForkedChild())
+        return;
     std::vector<Delivery> deliveries;
     {
         const MutexLock lock(mutex);
@@ -64,7 +76,8 @@ void ConnectionCore::abandon() {
 
 void ConnectionCore::send(const MessageDictionary *message) {
     MessageEncoder frame;
-    if (const char *reason = frame.encode(FrameKind::message, 0, message)) {
+    if (const char *reason =
+            isForkedChild() ? forkedChildText : frame.encode(FrameKind::message, 0, message)) {
         consoleLog("A message to '%s' was not sent: %s", name.c_str(), reason);
         return;
     }
@@ -80,7 +93,8 @@ void ConnectionCore::send(const MessageDictionary *message, WorkQueue *queue,
     Ref<WorkQueue> replyQueue = queue != nullptr ? queue : target.get();
     MessageEncoder frame;
     Ref<MessageError> error;
-    if (const char *reason = frame.encode(FrameKind::request, 0, message)) {
+    if (const char *reason =
+            isForkedChild() ? forkedChildText : frame.encode(FrameKind::request, 0, message)) {
         error = MessageError::create(reason);
     } else {
         const MutexLock lock(mutex);
@@ -99,7 +113,7 @@ void ConnectionCore::send(const MessageDictionary *message, WorkQueue *queue,
 
 Ref<MessageValue> ConnectionCore::sendSync(const MessageDictionary *message) {
     MessageEncoder frame;
-    if (const char *reason = frame.encode(FrameKind::request, 0, message))
+    if (const char *reason = isForkedChild() ? forkedChildText : frame.encode(FrameKind::request, 0, message))
         return MessageError::create(reason);
     ReplyWaiter waiter;
     const MutexLock lock(mutex);
@@ -126,7 +140,7 @@ Ref<MessageValue> ConnectionCore::sendSync(const MessageDictionary *message) {
 }
 
 void ConnectionCore::sendBarrier(Handler<void()> handler) {
-    {
+    if (!isForkedChild()) {
         const MutexLock lock(mutex);
         if (session->sender.addBarrier(handler))
             return;

@@ -3,6 +3,8 @@
 #include <sys/epoll.h>
 #include <sys/socket.h>
 
+#include "wickerlane/platform/process/ForkedChild.h"
+
 namespace wickerlane {
 
 void ConnectionSession::begin(ConnectionCore &connection, UniqueFd connected) {
@@ -116,7 +118,10 @@ class ConnectionSession::RunningHandlers final : public Object {
 public:
     RunningHandlers(ConnectionCore &ofConnection, ConnectionSession *ofSession)
         : connection(&ofConnection), session(ofSession) {}
-    ~RunningHandlers() override { session->handlersHaveRun(*connection); }
+    ~RunningHandlers() override {
+        if (!isForkedChild()) // one of them has forked
+            session->handlersHaveRun(*connection);
+    }
 
 private:
     const Ref<ConnectionCore> connection;

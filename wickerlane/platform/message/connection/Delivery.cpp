@@ -1,5 +1,6 @@
 #include "wickerlane/platform/message/connection/Delivery.h"
 
+#include "wickerlane/platform/process/ForkedChild.h"
 #include "wickerlane/platform/queue/RunItem.h"
 #include "wickerlane/platform/queue/ServiceThreads.h"
 
@@ -16,7 +17,7 @@ void deliver(std::vector<Delivery> deliveries) {
             batch.emplace_back(
                 [handler = std::move(deliveries[next].handler), value = std::move(deliveries[next].value),
                  held = std::move(deliveries[next].heldWhileRunning)] { handler(value.get()); });
-        if (queue == WorkQueue::main() || startWorker())
+        if (!isForkedChild() && (queue == WorkQueue::main() || startWorker()))
             queue->asyncBatch(batch);
         else
             for (WorkQueue::Work &work : batch)

@@ -16,6 +16,10 @@ namespace wickerlane {
 /// peer went away, refused this client, or a limit was met; pending requests fail with it (those that a
 /// refusal meets with an error that says why), and the next send connects again. The event handler never gets
 /// another error than these two.
+///
+/// In a process that fork() made of one that had a connection or used queues, no connection works: requests
+/// fail with an error that says so, messages and cancel() do nothing, and the parent's connection is left
+/// alone. Start a new program instead (exec, spawn).
 class WL_EXPORT MessageConnection : public Object {
     WL_OBJECT
 public:

@@ -1,0 +1,75 @@
+// The client in a process that fork() made.
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "tests/client/OwnClient.h"
+#include "tests/support/Descriptors.h"
+#include "tests/support/Fork.h"
+#include "wickerlane/platform/message/listener/MessageListener.h"
+#include "wickerlane/platform/object/Number.h"
+#include "wickerlane/platform/object/ReleaseScope.h"
+
+using namespace wickerlane;
+
+namespace {
+
+// The number of the first operation that does not fail as it does without hoardd; 0 when all do.
+int firstFault(JXGatekeeperClient *inherited) {
+    const ReleaseScope scope;
+    int step = 0;
+    for (JXGatekeeperClient *client : {inherited, JXGatekeeperClient::sharedInstance()}) {
+        if (++step; client->getCurrentModelVersion() != -1)
+            return step;
+        if (++step; client->getCurrentBulletins() != nullptr)
+            return step;
+        Error *refusal = nullptr;
+        client->requestAccessWithHandler([&](bool, Error *error) { refusal = error; });
+        if (++step; refusal == nullptr || refusal->code() != WickerlaneErrorService)
+            return step;
+        int calls = 0;
+        client->getPhotosAndVideosCountWithHandler(
+            [&](Number *photos, Number *) { calls += photos == nullptr ? 1 : 100; });
+        if (++step; calls != 1)
+            return step;
+        client->clearChangeStore();
+        client->waitUntilConnectionSendsAllMessages();
+    }
+    return 0;
+}
+
+} // namespace
+
+TEST(ClientAfterFork, FailsInTheChildAndWorksInTheParent) {
+    test::allowLastingDescriptors(test::readerDescriptors);
+    const ReleaseScope scope;
+    std::string error;
+    const auto listener = MessageListener::create(
+        WickerlaneGatekeeperName, WorkQueue::global(),
+        [](ReceivedMessage *received) {
+            auto answer = MessageDictionary::create();
+            answer->setInt64("version", 12);
+            received->reply(answer.get());
+        },
+        {}, &error);
+    ASSERT_NE(listener, nullptr) << error;
+    listener->resume();
+    const test::OwnClient client;
+    std::atomic<bool> isOver{false};
+    std::atomic<int> astray{0};
+    {
+        std::vector<std::jthread> threads;
+        for (int i = 0; i < 3; ++i)
+            threads.emplace_back([&] {
+                while (!isOver)
+                    if (client->getCurrentModelVersion() != 12)
+                        ++astray;
+            });
+        for (int i = 0; i < 30; ++i)
+            EXPECT_EQ(test::resultOfForkedChild([&] { return firstFault(client.get()); }), 0);
+        isOver = true;
+    }
+    EXPECT_EQ(astray, 0);
+    EXPECT_EQ(client->getCurrentModelVersion(), 12);
+    listener->cancel();
+}

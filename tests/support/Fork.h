@@ -1,0 +1,36 @@
+// Children that fork() makes.
+#ifndef WICKERLANE_TESTS_SUPPORT_FORK_H
+#define WICKERLANE_TESTS_SUPPORT_FORK_H
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+
+namespace wickerlane::test {
+
+/// How a child ended: what `run` returned, or -1 when a signal ended it, as one does when it hangs. Its
+/// standard error is lost.
+template <class Run>
+int resultOfForkedChild(Run run) {
+    const pid_t child = fork();
+    if (child == 0) {
+        alarm(60);
+        dup2(open("/dev/null", O_WRONLY | O_CLOEXEC), STDERR_FILENO);
+        const int result = run();
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+        _exit(result); // what the parent's threads hold looks like a leak here
+#else
+        exit(result);
+#endif
+    }
+    int status = 0;
+    if (child < 0 || waitpid(child, &status, 0) != child || !WIFEXITED(status))
+        return -1;
+    return WEXITSTATUS(status);
+}
+
+} // namespace wickerlane::test
+
+#endif
