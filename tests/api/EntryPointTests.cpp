@@ -48,6 +48,7 @@ protected:
 };
 
 TEST_F(EntryPoints, WorkFromC) {
+    failWith(MessageError::connectionInvalid());
     const char *fault = faultOfAccessors();
     EXPECT_EQ(fault, nullptr) << fault;
 }

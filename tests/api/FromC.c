@@ -98,6 +98,17 @@ static const char *faultOfQueues(void) {
     return NULL;
 }
 
+static const char *faultOfErrors(void) {
+    CHECK(WLErrorCode(NULL) == 0);
+    CHECK(WLErrorDomain(NULL) == NULL && WLErrorText(NULL) == NULL);
+    CHECK(WLNCreatePathForPersistentURL(NULL) == NULL);
+    WLError *error = WLLastError();
+    CHECK(strcmp(WLStringText(WLErrorDomain(error)), "WickerlaneRequest") == 0);
+    CHECK(WLErrorCode(error) == WLErrorUnreachable);
+    CHECK(strstr(WLStringText(WLErrorText(error)), "hoardd") != NULL);
+    return NULL;
+}
+
 static const char *faultOfConstants(void) {
     CHECK(strcmp(RZPhotosAndVideosCountNotificationName, "RZPhotosAndVideosCount") == 0);
     CHECK(strcmp(WLStringText(WickerlaneErrorDomain), "Wickerlane") == 0);
@@ -113,6 +124,8 @@ const char *faultOfAccessors(void) {
     const char *fault = faultOfValues();
     if (fault == NULL)
         fault = faultOfQueues();
+    if (fault == NULL)
+        fault = faultOfErrors();
     if (fault == NULL)
         fault = faultOfConstants();
     WLScopePop(scope);

@@ -6,7 +6,8 @@
 extern "C" {
 #endif
 
-/// Uses every accessor. The condition that does not hold; null when all do.
+/// Uses every accessor, with a daemon that can't be reached. The condition that does not hold; null when all
+/// do.
 const char *faultOfAccessors(void);
 
 #ifdef __cplusplus

@@ -21,6 +21,9 @@ int firstFault(JXGatekeeperClient *inherited) {
     for (JXGatekeeperClient *client : {inherited, JXGatekeeperClient::sharedInstance()}) {
         if (++step; client->getCurrentModelVersion() != -1)
             return step;
+        if (++step;
+            JXGatekeeperClient::lastError()->code() != static_cast<std::int64_t>(ProblemKind::unreachable))
+            return step;
         if (++step; client->getCurrentBulletins() != nullptr)
             return step;
         Error *refusal = nullptr;

@@ -10,7 +10,8 @@
 //    by `release`, which may be null, once the handler will not be called again: on any thread, or at once
 //    for a null function. The other arguments are borrowed until the function returns.
 //  - Threads. All functions may be called from any thread.
-//  - Errors. No function throws. Comments say what a function returns on failure.
+//  - Errors. No function throws. Comments say what a function returns on failure. After a function that
+//    waits for the daemon, WLLastError() says why it failed (WLError.h).
 //
 // In C++ the opaque types are the classes behind them, and each function of RZLibrary.h that takes a handler
 // has an overload that takes any callable.
@@ -27,6 +28,7 @@
 
 #include "wickerlane/platform/object/Array.h"
 #include "wickerlane/platform/object/Dictionary.h"
+#include "wickerlane/platform/object/Error.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/object/URL.h"
 #include "wickerlane/platform/queue/WorkQueue.h"
@@ -37,6 +39,7 @@ using WLURL = wickerlane::URL;
 using WLNumber = wickerlane::Number;
 using WLArray = wickerlane::Array;
 using WLDictionary = wickerlane::Dictionary;
+using WLError = wickerlane::Error;
 using WLQueue = wickerlane::WorkQueue;
 
 #else
@@ -47,6 +50,7 @@ typedef struct WLURL WLURL;
 typedef struct WLNumber WLNumber;
 typedef struct WLArray WLArray;
 typedef struct WLDictionary WLDictionary;
+typedef struct WLError WLError;
 typedef struct WLQueue WLQueue;
 
 #endif

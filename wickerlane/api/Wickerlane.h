@@ -4,6 +4,7 @@
 
 #include "wickerlane/api/RZLibrary.h"
 #include "wickerlane/api/WLCollections.h"
+#include "wickerlane/api/WLError.h"
 #include "wickerlane/api/WLNPersistentURL.h"
 #include "wickerlane/api/WLObject.h"
 #include "wickerlane/api/WLQueue.h"

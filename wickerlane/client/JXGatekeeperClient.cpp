@@ -15,11 +15,13 @@ WL_BUILT_IN_CLASS(JXGatekeeperClient);
 
 namespace {
 WL_IMMORTAL Immortal<ConstantString> errorDomainText{"Wickerlane"};
+WL_IMMORTAL Immortal<ConstantString> requestErrorDomainText{"WickerlaneRequest"};
 constinit Once sharedInstanceOnce;
 constinit JXGatekeeperClient *shared = nullptr;
 } // namespace
 
 constinit String *const WickerlaneErrorDomain = errorDomainText.get();
+constinit String *const WickerlaneRequestErrorDomain = requestErrorDomainText.get();
 
 namespace wickerlane::client {
 
@@ -88,6 +90,10 @@ Error *JXGatekeeperClient::securityPolicyErrorForMissingEntitlement(String *enti
     return autorelease(Error::createWithDescription(
         WickerlaneErrorDomain, WickerlaneErrorMissingEntitlement,
         String::format("A required entitlement (%@) was not present", entitlement)));
+}
+
+Error *JXGatekeeperClient::lastError() {
+    return lastErrorOfThread();
 }
 
 void JXGatekeeperClient::requestAccessWithHandler(Handler<bool, Error *> handler) {

@@ -15,11 +15,13 @@
 //  - Null arguments. A value that is null is left out of the request, unless its operation says otherwise.
 //  - Errors. When hoardd can't be reached, or reports an error, an operation returns the failure value that
 //    its comment names, or calls its handler with it. Most operations then write a line to the console log.
+//    After one that blocks, lastError() says why it failed, and is null when it did not.
 #ifndef WICKERLANE_CLIENT_JXGATEKEEPERCLIENT_H
 #define WICKERLANE_CLIENT_JXGATEKEEPERCLIENT_H
 
 #include "wickerlane/client/JXDaemonJob.h"
 #include "wickerlane/model/ManagedObjectID.h"
+#include "wickerlane/model/Problem.h"
 #include "wickerlane/platform/message/connection/MessageConnection.h"
 #include "wickerlane/platform/object/Array.h"
 #include "wickerlane/platform/object/Data.h"
@@ -35,6 +37,10 @@
 
 /// Domain of all errors that the client makes: "Wickerlane".
 WL_EXTERN_C wickerlane::String *const WickerlaneErrorDomain;
+
+/// Domain of the errors of lastError(), whose codes are those of wickerlane::ProblemKind:
+/// "WickerlaneRequest".
+WL_EXTERN_C wickerlane::String *const WickerlaneRequestErrorDomain;
 
 /// Codes of errors in WickerlaneErrorDomain.
 enum : std::int64_t {
@@ -77,6 +83,14 @@ public:
 
     /// waitUntilConnectionSendsAllMessages — blocks until every message sent before has left this process.
     void waitUntilConnectionSendsAllMessages();
+
+    /// Why the last operation of the calling thread that blocked has failed; null when hoardd has answered
+    /// it, be it with nothing, and before the first. So a failure value with an error is a failure, and one
+    /// without is what hoardd said. In WickerlaneRequestErrorDomain: refused (this program may not do that),
+    /// unreachable (no daemon), ending (the daemon restarts), busy, queueFull, notFound, invalid and the
+    /// others of ProblemKind. The localized description says what was wrong, and what to do about it if
+    /// anything can be done. Operations that return at once, and handlers, leave it as it is.
+    [[nodiscard]] static wickerlane::Error *lastError();
 
     // Access and launch.
 

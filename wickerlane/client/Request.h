@@ -2,6 +2,7 @@
 #ifndef WICKERLANE_CLIENT_REQUEST_H
 #define WICKERLANE_CLIENT_REQUEST_H
 
+#include "wickerlane/client/LastError.h"
 #include "wickerlane/platform/message/connection/MessageConnection.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/protocol/Keys.h"
@@ -65,9 +66,11 @@ public:
             handler(Reply(reply));
         });
     }
-    /// Sends, and blocks until the reply is there.
+    /// Sends, and blocks until the reply is there. An error becomes the last one of this thread.
     [[nodiscard]] Reply sendAndWait(MessageConnection *connection) const {
-        return Reply(connection->sendWithReplySync(message.get()));
+        Ref<MessageValue> reply = connection->sendWithReplySync(message.get());
+        noteOutcome(reply.get());
+        return Reply(std::move(reply));
     }
 
     /// Ends the release scope, and gives a borrowed result to the caller's scope. Null gives null.

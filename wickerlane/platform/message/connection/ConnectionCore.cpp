@@ -9,6 +9,15 @@
 #include "wickerlane/platform/queue/ServiceThreads.h"
 
 namespace wickerlane {
+namespace {
+
+// Of a request that was never sent.
+Ref<MessageError> unsent(const char *reason) {
+    constexpr std::int64_t kindUnreachable = 11; // as the model numbers the kinds of problems
+    return MessageError::create(reason, isForkedChild() ? kindUnreachable : 0);
+}
+
+} // namespace
 
 ConnectionCore::ConnectionCore(const char *serviceName, WorkQueue *queue)
     : name(serviceName == nullptr ? "" : serviceName), target(queue != nullptr ? queue : WorkQueue::global()),
@@ -95,7 +104,7 @@ void ConnectionCore::send(const MessageDictionary *message, WorkQueue *queue,
     Ref<MessageError> error;
     if (const char *reason =
             isForkedChild() ? forkedChildText : frame.encode(FrameKind::request, 0, message)) {
-        error = MessageError::create(reason);
+        error = unsent(reason);
     } else {
         const MutexLock lock(mutex);
         if (state != State::invalid) {
@@ -114,7 +123,7 @@ void ConnectionCore::send(const MessageDictionary *message, WorkQueue *queue,
 Ref<MessageValue> ConnectionCore::sendSync(const MessageDictionary *message) {
     MessageEncoder frame;
     if (const char *reason = isForkedChild() ? forkedChildText : frame.encode(FrameKind::request, 0, message))
-        return MessageError::create(reason);
+        return unsent(reason);
     ReplyWaiter waiter;
     const MutexLock lock(mutex);
     if (state == State::invalid)

@@ -1,0 +1,44 @@
+#include "wickerlane/api/WLError.h"
+
+#include "wickerlane/client/JXGatekeeperClient.h"
+
+using namespace wickerlane;
+
+namespace {
+
+constexpr bool isSame(std::int64_t code, ProblemKind kind) {
+    return code == static_cast<std::int64_t>(kind);
+}
+
+static_assert(isSame(WLErrorFailed, ProblemKind::failed));
+static_assert(isSame(WLErrorInvalid, ProblemKind::invalid));
+static_assert(isSame(WLErrorNotFound, ProblemKind::notFound));
+static_assert(isSame(WLErrorRefused, ProblemKind::refused));
+static_assert(isSame(WLErrorBusy, ProblemKind::busy));
+static_assert(isSame(WLErrorEnding, ProblemKind::ending));
+static_assert(isSame(WLErrorExists, ProblemKind::exists));
+static_assert(isSame(WLErrorDamagedStore, ProblemKind::damagedStore));
+static_assert(isSame(WLErrorNoSpace, ProblemKind::noSpace));
+static_assert(isSame(WLErrorNotWritable, ProblemKind::notWritable));
+static_assert(isSame(WLErrorNewerVersion, ProblemKind::newerVersion));
+static_assert(isSame(WLErrorUnreachable, ProblemKind::unreachable));
+static_assert(isSame(WLErrorEmpty, ProblemKind::empty));
+static_assert(isSame(WLErrorQueueFull, ProblemKind::queueFull));
+
+} // namespace
+
+WLError *WLLastError() {
+    return JXGatekeeperClient::lastError();
+}
+
+WLString *WLErrorDomain(const WLError *error) {
+    return error != nullptr ? error->domain() : nullptr;
+}
+
+int64_t WLErrorCode(const WLError *error) {
+    return error != nullptr ? error->code() : 0;
+}
+
+WLString *WLErrorText(const WLError *error) {
+    return error != nullptr ? error->localizedDescription() : nullptr;
+}

@@ -1,0 +1,18 @@
+// Why a thread's last request failed.
+#ifndef WICKERLANE_CLIENT_LASTERROR_H
+#define WICKERLANE_CLIENT_LASTERROR_H
+
+#include "wickerlane/platform/message/value/MessageValue.h"
+#include "wickerlane/platform/object/Error.h"
+
+namespace wickerlane::client {
+
+/// Makes the reply's error the last one of this thread; a reply that is no error clears it.
+WL_EXPORT void noteOutcome(const MessageValue *reply);
+
+/// The last error of this thread, borrowed; null when its last request was answered.
+[[nodiscard]] Error *lastErrorOfThread();
+
+} // namespace wickerlane::client
+
+#endif
