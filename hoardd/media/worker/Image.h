@@ -4,6 +4,7 @@
 
 #include <vips/vips.h>
 
+#include <algorithm>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -33,6 +34,10 @@ inline constexpr const char *unreadablePixels = "the pixels of the picture can't
 /// A "damaged" error with this reason, after a failure of the image library; a "too large" one without a
 /// reason when memory ran out, and an "output failed" one when nothing could be written.
 [[nodiscard]] MediaError imageLibraryError(const char *reason = unreadablePixels);
+
+[[nodiscard]] inline std::uint32_t longerSide(VipsImage *image) {
+    return static_cast<std::uint32_t>(std::max(vips_image_get_width(image), vips_image_get_height(image)));
+}
 
 /// Runs an operation of the image library that hands out one image:
 /// `made([&](VipsImage **out) { return vips_flip(in, out, VIPS_DIRECTION_VERTICAL, nullptr); })`.

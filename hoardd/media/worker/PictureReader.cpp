@@ -187,12 +187,12 @@ Image PictureReader::picture(std::uint32_t maxSide, std::uint32_t orientation) c
 }
 
 Image shrunk(VipsImage *image, std::uint32_t maxSide) {
-    const int longerSide = std::max(vips_image_get_width(image), vips_image_get_height(image));
-    const double scale = std::min(1.0, static_cast<double>(maxSide) / longerSide);
-    // Averages as far as whole steps go, and filters only the rest of the way: half the work, to the same
-    // eye.
-    return inMemory(
-        made([&](VipsImage **out) { return vips_resize(image, out, scale, "gap", 1.0, nullptr); }));
+    const double scale = std::min(1.0, static_cast<double>(maxSide) / longerSide(image));
+    // Averages as far as whole steps go, and filters only the rest of the way, with two lobes rather than
+    // three: half the work, to the same eye.
+    return inMemory(made([&](VipsImage **out) {
+        return vips_resize(image, out, scale, "gap", 1.0, "kernel", VIPS_KERNEL_LANCZOS2, nullptr);
+    }));
 }
 
 } // namespace wickerlane::hoardd::media

@@ -1,5 +1,8 @@
 #include "hoardd/media/worker/PictureWriter.h"
 
+#include <unistd.h>
+
+#include <array>
 #include <string_view>
 #include <vector>
 
@@ -68,6 +71,18 @@ void writePicture(VipsImage *image, int output, MediaFormat format, std::uint32_
     // Only now are the pixels of some pictures decoded.
     if (save(bare.get(), target.get(), format, static_cast<int>(quality), keepsProfile ? FALSE : TRUE) != 0)
         throw imageLibraryError();
+}
+
+void copyWritten(int written, int output) {
+    std::array<std::byte, 16 << 10> part;
+    for (off_t done = 0;;) {
+        const ssize_t count = pread(written, part.data(), part.size(), done);
+        if (count == 0)
+            return;
+        if (count < 0 || write(output, part.data(), static_cast<std::size_t>(count)) != count)
+            throw MediaError(MediaFailure::outputFailed, unwritableOutput);
+        done += count;
+    }
 }
 
 Image imageOfSurface(const void *pixels, const SurfacePixels &surface) {

@@ -11,6 +11,9 @@ namespace wickerlane::hoardd::media {
 /// MediaError.
 void writePicture(VipsImage *image, int output, MediaFormat format, std::uint32_t quality, bool keepsProfile);
 
+/// Copies what was written to one output, which must be readable, to another. Throws MediaError.
+void copyWritten(int written, int output);
+
 /// The pixels of a mapped surface as an image; they must outlive it.
 [[nodiscard]] Image imageOfSurface(const void *pixels, const SurfacePixels &surface);
 

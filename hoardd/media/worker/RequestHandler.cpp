@@ -32,7 +32,8 @@ bool isVideo(int descriptor) {
            mediaFormatOf(std::span(start).first(static_cast<std::size_t>(count))) == MediaFormat::video;
 }
 
-// Each is made from the next larger one; `first` makes the largest, of the size that it is given.
+// Each is made from the next larger one; `first` makes the largest, of the size that it is given. A picture
+// that is small enough for several is encoded once.
 template <class First>
 void writeThumbnails(const WorkerRequest &request, std::span<const UniqueFd> descriptors,
                      const First &first) {
@@ -41,10 +42,17 @@ void writeThumbnails(const WorkerRequest &request, std::span<const UniqueFd> des
     std::ranges::sort(largestFirst, std::greater(),
                       [&](auto index) { return request.thumbnailSides[index]; });
     Image image;
+    int written = -1;
     for (const std::uint32_t index : largestFirst) {
         const std::uint32_t side = request.thumbnailSides[index];
-        image = image ? shrunk(image.get(), side) : first(side);
-        writePicture(image.get(), descriptors[1 + index].get(), MediaFormat::jpeg, thumbnailQuality, false);
+        const int output = descriptors[1 + index].get();
+        if (image && longerSide(image.get()) <= side) {
+            copyWritten(written, output);
+        } else {
+            image = image ? shrunk(image.get(), side) : first(side);
+            writePicture(image.get(), output, MediaFormat::jpeg, thumbnailQuality, false);
+        }
+        written = output;
     }
 }
 
