@@ -1,0 +1,5 @@
+find_package(PNG REQUIRED)
+pkg_check_modules(TURBOJPEG REQUIRED IMPORTED_TARGET libturbojpeg)
+target_sources(bench_previews PRIVATE ${PROJECT_SOURCE_DIR}/tests/support/TestImages.cpp)
+target_link_libraries(bench_previews PRIVATE PkgConfig::TURBOJPEG PNG::PNG ZLIB::ZLIB)
+add_dependencies(bench_previews hoardd)
