@@ -187,7 +187,8 @@ Result<> Daemon::start(Handler<void()> ended) {
          .atOnce =
              [this](ReceivedMessage *message) {
                  return !isTimeToLookForBackups() && dispatcher.serveKnown(Call(message));
-             }},
+             },
+         .weight = [this](std::string_view key) { return dispatcher.weightOf(key); }},
         &reason);
     if (!listener)
         return fail(ProblemKind::failed, reason);

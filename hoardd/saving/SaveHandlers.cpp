@@ -59,9 +59,6 @@ void answerSave(const Call &call, const Result<SavedAsset> &saved) {
 
 /// The most jobs of a batch that are saved: bounds what one request makes the daemon hold.
 constexpr std::size_t maxJobsOfBatch = 4'096;
-/// The most results that are sure to fit into an answer, at four values each.
-constexpr std::size_t maxResultsOfBatch = 256 * 1'024;
-
 Ref<MessageDictionary> codedResult(const Result<SavedAsset> &saved) {
     return Ref<MessageDictionary>::adopt(JXJobCreateMsgDictionaryFromDictionary(describeSave(saved).get()));
 }
@@ -115,8 +112,6 @@ Result<> batchSaveAssets(Library &library, ClientJobs queue, const Call &call) {
     // A job that can't be read stays in its place, without data, so that the results keep the order of the
     // jobs.
     const std::size_t count = coded->count();
-    if (count > maxResultsOfBatch)
-        return fail(ProblemKind::invalid, "a batch has at most " + std::to_string(maxJobsOfBatch) + " jobs");
     std::vector<SaveJob> jobs(std::min(count, maxJobsOfBatch));
     for (std::size_t i = 0; i < jobs.size(); ++i)
         jobs[i] = {JXJobDictionaryFromMsgDictionary(coded->at(i)), nullptr, nullptr, call.mayReadFiles()};

@@ -54,6 +54,20 @@ ClientJobs jobsOf(const Call &call, JobQueue &queue) {
 
 } // namespace
 
+Dispatcher::Dispatcher(Options chosen) : options(std::move(chosen)) {
+    for (const std::span<const Operation> family : options.operations)
+        for (const Operation &operation : family)
+            for (const protocol::Field &field : operation.row->requestKeys.all())
+                if (field.isList)
+                    listKeys.insert(field.key);
+}
+
+std::size_t Dispatcher::weightOf(std::string_view key) const {
+    // The shortest values of a list become objects some twenty times their size.
+    constexpr std::size_t weightOfLists = 24;
+    return listKeys.contains(key) ? weightOfLists : 0;
+}
+
 // Several rows may share a code: the request is served by the first whose shape it has.
 Result<const Operation *> Dispatcher::find(const Call &call) const {
     const auto asked = codeOf(call);

@@ -4,7 +4,9 @@
 
 #include <cstddef>
 #include <memory>
+#include <set>
 #include <span>
+#include <string_view>
 #include <vector>
 
 #include "hoardd/service/Call.h"
@@ -26,7 +28,7 @@ public:
         JobQueue *beside = nullptr; ///< What takes a moment longer than other requests.
         JobQueue *longWork = nullptr;
     };
-    explicit Dispatcher(Options chosen) : options(std::move(chosen)) {}
+    explicit Dispatcher(Options chosen);
 
     /// Serves one request: finds its operation, checks it against the row, checks the peer's access, and runs
     /// the handler where the row says. Each request that wants a reply gets one.
@@ -35,6 +37,9 @@ public:
     /// Serves a request whose answer is known without any wait, as its operation says; on the thread that
     /// reads requests. False: dispatch() is to serve it.
     [[nodiscard]] bool serveKnown(const Call &call);
+
+    /// What the data under a key of a request weighs, as MessageWeight has it. Any thread.
+    [[nodiscard]] std::size_t weightOf(std::string_view key) const;
 
     /// From now on refuses what comes, and what waits to be read or decoded.
     void end();
@@ -61,6 +66,7 @@ private:
     [[nodiscard]] bool isEnding();
 
     const Options options;
+    std::set<std::string_view> listKeys; // of requests
     MemoryTrim memory;
     Mutex mutex;
     Condition served;

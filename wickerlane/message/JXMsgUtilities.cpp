@@ -18,6 +18,8 @@ namespace {
 // The limits of writers and of the reader differ: URIs of 199 to 250 bytes are written but not read.
 constexpr std::size_t maxWrittenURILength = 250;
 constexpr std::size_t readBufferSize = 200;
+// Of the objects of a property list from another process: room for a list of a million UUID strings.
+constexpr std::size_t maxListMemory = std::size_t{112} << 20;
 
 MessageValue *rawValue(MessageValue *dict, const char *key) {
     const auto *dictionary = as<MessageDictionary>(dict);
@@ -31,7 +33,7 @@ Object *propertyList(MessageValue *dict, const char *key, const char *reader, co
         return nullptr;
     const auto copied = Data::create(bytes);
     Ref<Error> error;
-    auto root = createPropertyListObject(copied->span(), &error);
+    auto root = createPropertyListObject(copied->span(), &error, nullptr, maxListMemory);
     if (!root)
         consoleLog("ERROR: %s failed to deserialize %s %@", reader, what, error.get());
     return autorelease(std::move(root));

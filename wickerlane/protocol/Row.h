@@ -20,10 +20,13 @@ struct Field {
     const char *key = nullptr;
     std::span<const MessageKind> kinds{}; ///< The value is of any of these.
     bool optional = false;
+    bool isList = false; ///< The value is the data of a property list.
 
     constexpr Field() = default;
     template <class Coding>
-    constexpr Field(const Key<Coding> &described) : key(described.text), kinds(Coding::kinds) {}
+    constexpr Field(const Key<Coding> &described)
+        : key(described.text), kinds(Coding::kinds),
+          isList(std::is_same_v<Coding, coding::List> || std::is_same_v<Coding, coding::Mapping>) {}
 };
 
 /// A key that a request may leave out.

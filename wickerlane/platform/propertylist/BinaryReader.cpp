@@ -14,7 +14,8 @@ namespace {
 
 class BinaryReader {
 public:
-    BinaryReader(Bytes list, Failure &reported) : bytes(list), failure(reported) {}
+    BinaryReader(Bytes list, MemoryLeft given, Failure &reported)
+        : bytes(list), memory(given), failure(reported) {}
     BinaryReader(const BinaryReader &) = delete;
     BinaryReader &operator=(const BinaryReader &) = delete;
     ~BinaryReader() {
@@ -83,6 +84,8 @@ private:
         if (root >= count)
             return fail("the root is not among the objects", trailer + 16);
         unread = tablePlace - binaryMagic.size();
+        if (!memory.take(count * (sizeof objects[0] + sizeof heights[0])))
+            return failMemoryUsedUp();
         objects.resize(count);
         heights.resize(count);
         return true;
@@ -156,8 +159,14 @@ private:
     }
 
     bool keep(std::uint64_t object, Ref<Object> made) {
+        const bool fits = memory.take(made.get());
         objects[object] = made.leak();
-        return true;
+        return fits || failMemoryUsedUp();
+    }
+
+    bool failMemoryUsedUp() {
+        failure = {PropertyListErrorCode::tooLarge, std::string(memoryUsedUp)};
+        return false;
     }
 
     bool failTooDeep() {
@@ -281,6 +290,7 @@ private:
     }
 
     Bytes bytes;
+    MemoryLeft memory;
     Failure &failure;
     std::uint64_t offsetSize = 0;
     std::uint64_t referenceSize = 0;
@@ -298,8 +308,8 @@ private:
 
 } // namespace
 
-Ref<Object> readBinary(Bytes bytes, Failure &failure) {
-    return BinaryReader(bytes, failure).read();
+Ref<Object> readBinary(Bytes bytes, MemoryLeft memory, Failure &failure) {
+    return BinaryReader(bytes, memory, failure).read();
 }
 
 } // namespace wickerlane::propertylist

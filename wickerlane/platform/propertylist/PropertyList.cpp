@@ -50,22 +50,24 @@ Ref<Data> createPropertyListData(const Object *root, Ref<Error> *error) {
     return data;
 }
 
-Ref<Object> createPropertyListObject(Bytes bytes, Ref<Error> *error, PropertyListFormat *format) {
+Ref<Object> createPropertyListObject(Bytes bytes, Ref<Error> *error, PropertyListFormat *format,
+                                     std::size_t memory) {
     if (error != nullptr)
         *error = nullptr;
     const std::string_view text(reinterpret_cast<const char *>(bytes.data()), bytes.size());
     Failure failure;
+    const propertylist::MemoryLeft left(memory);
     Ref<Object> root;
     PropertyListFormat found;
     if (text.starts_with("bplist")) {
         found = PropertyListFormat::binary;
-        root = propertylist::readBinary(bytes, failure);
+        root = propertylist::readBinary(bytes, left, failure);
     } else if (looksLikeXML(text)) {
         found = PropertyListFormat::xml;
-        root = propertylist::readXML(bytes, failure);
+        root = propertylist::readXML(bytes, left, failure);
     } else {
         found = PropertyListFormat::text;
-        root = propertylist::readText(bytes, failure);
+        root = propertylist::readText(bytes, left, failure);
     }
     if (format != nullptr)
         *format = found;
@@ -75,6 +77,19 @@ Ref<Object> createPropertyListObject(Bytes bytes, Ref<Error> *error, PropertyLis
 }
 
 namespace propertylist {
+
+bool MemoryLeft::take(const Object *made) {
+    constexpr std::size_t object = 64, reference = 8, dictionary = 192, entry = 32;
+    if (const auto *text = as<String>(made))
+        return take(object + text->utf8().size());
+    if (const auto *data = as<Data>(made))
+        return take(object + data->length());
+    if (const auto *array = as<Array>(made))
+        return take(object + array->count() * reference);
+    if (const auto *pairs = as<Dictionary>(made))
+        return take(dictionary + pairs->count() * entry);
+    return take(object);
+}
 
 void TreeBuilder::close() {
     const Frame frame = frames.back();

@@ -2,6 +2,8 @@
 #ifndef WICKERLANE_PLATFORM_PROPERTYLIST_PROPERTYLIST_H
 #define WICKERLANE_PLATFORM_PROPERTYLIST_PROPERTYLIST_H
 
+#include <limits>
+
 #include "wickerlane/platform/object/Data.h"
 #include "wickerlane/platform/object/Error.h"
 
@@ -14,7 +16,7 @@ enum class PropertyListErrorCode : std::int64_t {
     corrupt = 1, ///< The bytes are not a property list; the description says where and why.
     unsupported =
         2,        ///< The tree holds what no property list can; the description names the place by its keys.
-    tooLarge = 3, ///< A limit on depth or size was reached.
+    tooLarge = 3, ///< A limit on depth, size or memory was reached.
 };
 
 /// Containers nest at most so deep, in what is written and in what is read.
@@ -37,9 +39,11 @@ inline constexpr std::size_t propertyListDepthLimit = 512;
 ///
 /// Hostile bytes give null and a reason: depth, counts, offsets, cycles and sizes are checked, and memory
 /// stays within a small multiple of the input, which the XML form limits to 256 MiB and the text form to 16
-/// MiB. `format`, when not null, receives what it was.
-[[nodiscard]] WL_EXPORT Ref<Object> createPropertyListObject(Bytes bytes, Ref<Error> *error = nullptr,
-                                                             PropertyListFormat *format = nullptr);
+/// MiB. `format`, when not null, receives what it was. A tree that would take more than about `memory` bytes
+/// is not read.
+[[nodiscard]] WL_EXPORT Ref<Object>
+createPropertyListObject(Bytes bytes, Ref<Error> *error = nullptr, PropertyListFormat *format = nullptr,
+                         std::size_t memory = std::numeric_limits<std::size_t>::max());
 
 } // namespace wickerlane
 

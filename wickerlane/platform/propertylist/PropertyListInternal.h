@@ -2,6 +2,7 @@
 #ifndef WICKERLANE_PLATFORM_PROPERTYLIST_PROPERTYLISTINTERNAL_H
 #define WICKERLANE_PLATFORM_PROPERTYLIST_PROPERTYLISTINTERNAL_H
 
+#include <algorithm>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -44,10 +45,28 @@ struct Failure {
     std::string reason;
 };
 
+// The memory that the objects of a tree may still take, each charged with a little more than it takes.
+class MemoryLeft {
+public:
+    explicit MemoryLeft(std::size_t bytes) : left(bytes) {}
+    // False when it is used up.
+    bool take(const Object *made);
+    bool take(std::size_t bytes) {
+        left -= std::min(left, bytes);
+        return left != 0;
+    }
+    [[nodiscard]] bool isUsedUp() const noexcept { return left == 0; }
+
+private:
+    std::size_t left;
+};
+
+constexpr std::string_view memoryUsedUp = "the list takes more memory than it is given";
+
 // Each gives null with the failure filled in when the bytes are not such a list.
-Ref<Object> readBinary(Bytes bytes, Failure &failure);
-Ref<Object> readXML(Bytes bytes, Failure &failure);
-Ref<Object> readText(Bytes bytes, Failure &failure);
+Ref<Object> readBinary(Bytes bytes, MemoryLeft memory, Failure &failure);
+Ref<Object> readXML(Bytes bytes, MemoryLeft memory, Failure &failure);
+Ref<Object> readText(Bytes bytes, MemoryLeft memory, Failure &failure);
 
 // Null with the failure filled in when the tree is not a property list.
 Ref<Data> writeBinary(const Object *root, Failure &failure);
@@ -55,7 +74,7 @@ Ref<Data> writeBinary(const Object *root, Failure &failure);
 // Puts a tree together from its values in the order in which a text form tells them.
 class TreeBuilder {
 public:
-    TreeBuilder() = default;
+    explicit TreeBuilder(MemoryLeft given) : memory(given) {}
     TreeBuilder(const TreeBuilder &) = delete;
     TreeBuilder &operator=(const TreeBuilder &) = delete;
     ~TreeBuilder() {
@@ -73,7 +92,12 @@ public:
         return (values.size() - frames.back().firstValue) % 2 == 0 ? Place::key : Place::value;
     }
     /// A value, or a key where a key must come.
-    void add(Ref<Object> value) { values.push_back(value.leak()); }
+    void add(Ref<Object> value) {
+        memory.take(value.get());
+        values.push_back(value.leak());
+    }
+    /// To be asked after each value.
+    [[nodiscard]] bool isMemoryUsedUp() const noexcept { return memory.isUsedUp(); }
     void open(bool isDictionary) { frames.push_back({isDictionary, values.size()}); }
     [[nodiscard]] bool isFull() const noexcept { return frames.size() == propertyListDepthLimit; }
     [[nodiscard]] std::size_t depth() const noexcept { return frames.size(); }
@@ -91,6 +115,7 @@ private:
         bool isDictionary;
         std::size_t firstValue;
     };
+    MemoryLeft memory;
     std::vector<Frame> frames;
     std::vector<Object *> values; // owned; of every open container, keys and values in turn
     // Empty containers are shared, since they are the values that cost most for their length in the text.

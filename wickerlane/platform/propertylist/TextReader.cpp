@@ -27,7 +27,8 @@ int digitValue(char c, int base) noexcept {
 
 class TextReader {
 public:
-    TextReader(std::string_view utf8, Failure &reported) : text(utf8), failure(reported) {}
+    TextReader(std::string_view utf8, MemoryLeft memory, Failure &reported)
+        : text(utf8), failure(reported), tree(memory) {}
 
     Ref<Object> read() {
         if (!skipSpace())
@@ -38,6 +39,10 @@ public:
         while (tree.place() != TreeBuilder::Place::done) {
             if (!readNext(isTable))
                 return {};
+            if (tree.isMemoryUsedUp()) {
+                fail(memoryUsedUp, PropertyListErrorCode::tooLarge);
+                return {};
+            }
         }
         if (!skipSpace())
             return {};
@@ -322,7 +327,7 @@ std::optional<std::string> decodeUTF16(std::string_view bytes, bool isBigEndian)
 
 } // namespace
 
-Ref<Object> readText(Bytes bytes, Failure &failure) {
+Ref<Object> readText(Bytes bytes, MemoryLeft memory, Failure &failure) {
     std::string_view text(reinterpret_cast<const char *>(bytes.data()), bytes.size());
     if (text.size() > maxTextBytes) {
         failure = {PropertyListErrorCode::tooLarge, "the text form has more bytes than are read"};
@@ -335,7 +340,7 @@ Ref<Object> readText(Bytes bytes, Failure &failure) {
             failure.reason = "UTF-16 text ends within a unit";
             return {};
         }
-        return TextReader(*decoded, failure).read();
+        return TextReader(*decoded, memory, failure).read();
     }
     if (text.starts_with("\xEF\xBB\xBF"))
         text.remove_prefix(3);
@@ -343,7 +348,7 @@ Ref<Object> readText(Bytes bytes, Failure &failure) {
         failure.reason = "the text is neither valid UTF-8 nor UTF-16 with a byte order mark";
         return {};
     }
-    return TextReader(text, failure).read();
+    return TextReader(text, memory, failure).read();
 }
 
 } // namespace wickerlane::propertylist

@@ -168,7 +168,8 @@ constexpr Element elements[] = {
 
 class XMLReader {
 public:
-    explicit XMLReader(Failure &reported) : failure(reported), parser(XML_ParserCreate(nullptr)) {
+    XMLReader(MemoryLeft memory, Failure &reported)
+        : failure(reported), parser(XML_ParserCreate(nullptr)), tree(memory) {
         XML_Parser p = parser.get();
         if (p == nullptr)
             return;
@@ -261,6 +262,8 @@ private:
     void endElement() {
         if (hasFailed)
             return;
+        if (tree.isMemoryUsedUp())
+            return fail(memoryUsedUp, PropertyListErrorCode::tooLarge);
         const Element *ended = std::exchange(current, nullptr);
         if (ended == nullptr) { // of a container, or of the list
             if (tree.depth() == 0)
@@ -304,12 +307,12 @@ private:
 
 } // namespace
 
-Ref<Object> readXML(Bytes bytes, Failure &failure) {
+Ref<Object> readXML(Bytes bytes, MemoryLeft memory, Failure &failure) {
     if (bytes.size() > maxXMLBytes) {
         failure = {PropertyListErrorCode::tooLarge, "the XML form has more bytes than are read"};
         return {};
     }
-    return XMLReader(failure).read(bytes);
+    return XMLReader(memory, failure).read(bytes);
 }
 
 } // namespace wickerlane::propertylist

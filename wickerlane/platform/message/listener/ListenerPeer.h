@@ -2,6 +2,7 @@
 #ifndef WICKERLANE_PLATFORM_MESSAGE_LISTENER_LISTENERPEER_H
 #define WICKERLANE_PLATFORM_MESSAGE_LISTENER_LISTENERPEER_H
 
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -24,9 +25,8 @@ struct PeerIntakeState {
     std::uint32_t watchedEvents = 0; ///< What it is registered for; 0: not registered.
     std::size_t reservedBytes = 0;   ///< Of the shares, for the message that is being received.
     std::chrono::steady_clock::time_point lastBytes{};
-    // A message that waits until its cost fits. Meanwhile nothing further is read.
-    Ref<MessageDictionary> waiting;
-    FrameHeader waitingHeader{};
+    // A message that waits, unread, until its cost fits. Meanwhile nothing further is read.
+    std::optional<FrameReader::Frame> waiting;
     std::size_t waitingCost = 0;
 };
 

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "wickerlane/platform/message/value/MessageValue.h"
+#include "wickerlane/platform/message/wire/MessageDecoder.h"
 #include "wickerlane/platform/message/wire/MessageLimits.h"
 #include "wickerlane/platform/process/RunningProgram.h"
 #include "wickerlane/platform/queue/WorkQueue.h"
@@ -75,6 +76,8 @@ public:
         /// waits, on the intake thread, which reads for all peers. True when it has handled it; false leaves
         /// it to the handler. For what is answered from memory: it must never wait.
         Handler<bool(ReceivedMessage *)> atOnce{};
+        /// What the data of the handler's keys weighs when the handler reads it; may be null.
+        MessageWeight weight{};
         MessageLimits limits{};
     };
 

@@ -39,7 +39,7 @@ void PeerIntake::disconnect(ListenerPeer &peer) {
         epoll_ctl(poller.get(), EPOLL_CTL_DEL, peer.socketDescriptor(), nullptr);
     peer.close();
     peer.unchargeReceived(std::exchange(peer.intake.reservedBytes, 0));
-    peer.intake.waiting = nullptr;
+    peer.intake.waiting.reset();
     if (turns != nullptr)
         turns->disconnected(peer);
     peer.runPostponed();
@@ -104,7 +104,7 @@ void PeerIntake::review(UserShare *share) {
         if (peer->share == share)
             ofUser.push_back(peer);
     for (const auto &peer : ofUser) {
-        if (peer->intake.waiting != nullptr) {
+        if (peer->intake.waiting) {
             peer->beginTurn(false);
             if (!takeFrames(peer)) {
                 disconnect(*peer);
@@ -119,7 +119,7 @@ void PeerIntake::review(UserShare *share) {
 }
 
 bool PeerIntake::mayRead(ListenerPeer &peer) {
-    if (peer.isFull() || peer.intake.waiting != nullptr)
+    if (peer.isFull() || peer.intake.waiting)
         return false;
     if (hasRoomFor(peer))
         return true;
@@ -154,8 +154,12 @@ bool PeerIntake::mayHandle(const ListenerPeer &peer) const {
         return peer.share->largeMessages.load() == 0;
     if (cost <= limits.shortMessage && peer.receivedBytes() == peer.intake.reservedBytes)
         return true;
-    return fits(peer.share->handedBytes.load(), cost, limits.queuedBytes) &&
-           fits(peer.process->handedBytes.load(), cost, limits.queuedBytesOfProcess);
+    // What is reserved for it is not needed besides. Where nothing is in hand, one goes.
+    const auto fits = [&](const auto &share, std::size_t limit) {
+        return share.handedBytes.load() == 0 ||
+               share.receivedBytes.load() - peer.intake.reservedBytes + cost <= limit;
+    };
+    return fits(*peer.share, limits.queuedBytes) && fits(*peer.process, limits.queuedBytesOfProcess);
 }
 
 // Reading
@@ -193,43 +197,64 @@ bool PeerIntake::takeFrames(const Ref<ListenerPeer> &peer) {
 
 bool PeerIntake::decodeFrames(const Ref<ListenerPeer> &peer, Messages &messages) {
     PeerIntakeState &intake = peer->intake;
-    FrameReader::Frame frame;
     for (;;) {
-        if (intake.waiting != nullptr && !takeWaiting(peer, messages))
-            return true;
+        if (intake.waiting) {
+            const Waiting outcome = takeWaiting(peer, messages);
+            if (outcome != Waiting::taken)
+                return outcome == Waiting::waits;
+        }
+        FrameReader::Frame frame;
         const auto next = intake.reader.next(frame);
         if (next != FrameReader::Next::frame)
             return next == FrameReader::Next::incomplete;
-        const FrameHeader &header = frame.header;
-        if (header.kind != FrameKind::message && header.kind != FrameKind::request)
+        if (frame.header.kind != FrameKind::message && frame.header.kind != FrameKind::request)
             return false;
-        // What lies inside its containers takes memory only when the handler asks for it.
-        intake.waiting = decodeMessage(frame.buffer, frame.contents, frame.descriptors, LentFiles::areRefused,
-                                       &intake.waitingCost);
-        if (intake.waiting == nullptr)
+        intake.waiting = std::move(frame);
+        if (!measure(*peer))
             return false;
-        intake.waitingHeader = header;
     }
 }
 
+// False when the message that waits is to end the connection. One that is refused waits no longer.
+bool PeerIntake::measure(ListenerPeer &peer) const {
+    PeerIntakeState &intake = peer.intake;
+    const FrameReader::Frame &frame = *intake.waiting;
+    const MessageMeasure found =
+        measureMessage(frame.contents, frame.descriptors.size(), options.weight);
+    intake.waitingCost = found.cost;
+    if (!found.isSound || found.ofValues <= options.limits.queuedBytes)
+        return found.isSound;
+    const bool wantsReply = frame.header.kind == FrameKind::request;
+    if (wantsReply)
+        peer.replyError(frame.header.id, "The message has more values than the service takes at once.", 0);
+    intake.waiting.reset();
+    peer.bytesReleased(std::exchange(intake.reservedBytes, 0));
+    return wantsReply;
+}
+
 // Hands the message that waits on, if it fits.
-bool PeerIntake::takeWaiting(const Ref<ListenerPeer> &peer, Messages &messages) {
+PeerIntake::Waiting PeerIntake::takeWaiting(const Ref<ListenerPeer> &peer, Messages &messages) {
     PeerIntakeState &intake = peer->intake;
     if (!mayHandle(*peer)) {
         if (intake.reservedBytes == 0) { // it came whole
-            intake.reservedBytes = sizeof(FrameHeader) + intake.waitingHeader.length;
+            intake.reservedBytes = sizeof(FrameHeader) + intake.waiting->header.length;
             peer->chargeReceived(intake.reservedBytes);
         }
         // As in mayRead().
         peer->share->isHeldBack = true;
         if (!mayHandle(*peer))
-            return false;
+            return Waiting::waits;
     }
+    FrameReader::Frame frame = *std::exchange(intake.waiting, std::nullopt);
+    // What lies inside its containers takes memory only when the handler asks for it.
+    auto message = decodeMessage(frame.buffer, frame.contents, frame.descriptors);
+    if (message == nullptr)
+        return Waiting::malformed;
     // From now on what it costs counts, until it is released, in place of what was reserved for it.
-    messages.push_back(makeRef<ListenerMessage>(peer, std::move(intake.waiting), intake.waitingHeader,
-                                                intake.waitingCost, listener));
+    messages.push_back(
+        makeRef<ListenerMessage>(peer, std::move(message), frame.header, intake.waitingCost, listener));
     peer->unchargeReceived(std::exchange(intake.reservedBytes, 0));
-    return true;
+    return Waiting::taken;
 }
 
 // Handling

@@ -57,7 +57,9 @@ private:
         return held == 0 || held + cost <= limit;
     }
     [[nodiscard]] bool mayHandle(const ListenerPeer &peer) const;
-    [[nodiscard]] bool takeWaiting(const Ref<ListenerPeer> &peer, Messages &messages);
+    enum class Waiting { taken, waits, malformed };
+    [[nodiscard]] Waiting takeWaiting(const Ref<ListenerPeer> &peer, Messages &messages);
+    [[nodiscard]] bool measure(ListenerPeer &peer) const;
     [[nodiscard]] bool takeFrames(const Ref<ListenerPeer> &peer);
     [[nodiscard]] bool readFrom(const Ref<ListenerPeer> &peer);
     [[nodiscard]] bool decodeFrames(const Ref<ListenerPeer> &peer, Messages &messages);

@@ -60,6 +60,9 @@ struct DecodeBudget {
     std::size_t containers = 0; // so far, inside the message
     std::span<UniqueFd> descriptors;
     bool takesFiles = false;             // of which data is lent
+    bool onlyMeasures = false;           // makes nothing of the descriptors, which are `announced`
+    std::size_t announced = 0;
+    std::size_t counted = 0;
     std::vector<Ref<MessageValue>> made; // of the descriptors so far
 };
 
@@ -182,6 +185,8 @@ private:
     }
 
     [[nodiscard]] bool takeDescriptor(MessageKind kind, std::size_t number) {
+        if (budget->onlyMeasures)
+            return number == budget->counted && budget->counted++ < budget->announced;
         if (number != budget->made.size() || number >= budget->descriptors.size())
             return false;
         UniqueFd &fd = budget->descriptors[number];

@@ -32,7 +32,7 @@ bool readEntries(ContainerReader<Checked> reader, DictionaryStorage &dictionary)
 } // namespace
 
 Ref<MessageDictionary> decodeMessage(const Ref<MessageBuffer> &buffer, Bytes contents,
-                                     std::span<UniqueFd> descriptors, LentFiles files, std::size_t *cost) {
+                                     std::span<UniqueFd> descriptors, LentFiles files) {
     DecodeBudget budget{.descriptors = descriptors, .takesFiles = files == LentFiles::areRead, .made = {}};
     auto dictionary = makeRef<DictionaryStorage>(MessageOrigin{buffer, nullptr});
     if (!readEntries(ContainerReader<false>(contents.data(), contents.size(), &budget), *dictionary) ||
@@ -42,11 +42,31 @@ Ref<MessageDictionary> decodeMessage(const Ref<MessageBuffer> &buffer, Bytes con
         dictionary->origin.descriptors = makeRef<ReceivedDescriptors>();
         dictionary->origin.descriptors->values = std::move(budget.made);
     }
-    if (cost != nullptr)
-        *cost = MessageCost::message + contents.size() +
-                (MessageLimits::values - 1 - budget.values) * MessageCost::value +
-                budget.containers * MessageCost::container + descriptors.size() * MessageCost::descriptor;
     return dictionary;
+}
+
+MessageMeasure measureMessage(Bytes contents, std::size_t descriptors, const MessageWeight &weight) {
+    DecodeBudget budget{.descriptors = {}, .onlyMeasures = true, .announced = descriptors, .made = {}};
+    ContainerReader<false> reader(contents.data(), contents.size(), &budget);
+    MessageMeasure measure;
+    std::size_t count = 0;
+    if (!reader.readCount(minEntryBytes, count))
+        return measure;
+    std::string_view key;
+    MessageKind kind{};
+    MessageSlot slot;
+    for (; count != 0; --count) {
+        if (!reader.readKey(key, kind) || !reader.readValue(kind, slot, 1))
+            return measure;
+        if (weight && kind == MessageKind::data)
+            measure.ofContents += weight(key) * slot.length;
+    }
+    measure.isSound = reader.atEnd() && budget.counted == descriptors;
+    measure.ofValues = (MessageLimits::values - 1 - budget.values) * MessageCost::value +
+                       budget.containers * MessageCost::container;
+    measure.cost = MessageCost::message + contents.size() + measure.ofValues + measure.ofContents +
+                   descriptors * MessageCost::descriptor;
+    return measure;
 }
 
 Ref<MessageData> readFileAsData(UniqueFd file, std::size_t length) {

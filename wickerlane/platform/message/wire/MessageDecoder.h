@@ -8,6 +8,7 @@
 #include "wickerlane/platform/message/value/MessageDictionary.h"
 #include "wickerlane/platform/message/value/MessageError.h"
 #include "wickerlane/platform/message/value/MessageSlot.h"
+#include "wickerlane/platform/object/Handler.h"
 
 namespace wickerlane {
 
@@ -17,11 +18,25 @@ enum class LentFiles { areRefused, areRead };
 
 /// Reads the contents of a frame, which lie in the buffer, as a dictionary, and checks them whole, nested
 /// containers included. The dictionary reads them in place. Takes the frame's descriptors. Null when anything
-/// is not as it should be. `cost`, unless null, gets what MessageCost makes of it.
+/// is not as it should be.
 [[nodiscard]] WL_EXPORT Ref<MessageDictionary> decodeMessage(const Ref<MessageBuffer> &buffer, Bytes contents,
                                                              std::span<UniqueFd> descriptors,
-                                                             LentFiles files = LentFiles::areRefused,
-                                                             std::size_t *cost = nullptr);
+                                                             LentFiles files = LentFiles::areRefused);
+
+/// How many times its bytes the data under a key takes at most when it is read; 0 where it stays as it is.
+using MessageWeight = Handler<std::size_t(std::string_view key)>;
+
+/// What a message will cost.
+struct MessageMeasure {
+    bool isSound = false;      ///< As far as can be told without its descriptors.
+    std::size_t ofValues = 0;  ///< What MessageCost makes of its values.
+    std::size_t ofContents = 0; ///< By the weights of its keys.
+    std::size_t cost = 0;      ///< All that is charged.
+};
+
+/// Looks at the contents of a frame that has so many descriptors, and makes nothing. `weight` may be null.
+[[nodiscard]] WL_EXPORT MessageMeasure measureMessage(Bytes contents, std::size_t descriptors,
+                                                      const MessageWeight &weight);
 
 /// Reads the contents of an error reply or a refusal. Null when they are not as they should be.
 [[nodiscard]] WL_EXPORT Ref<MessageError> decodeError(Bytes contents);

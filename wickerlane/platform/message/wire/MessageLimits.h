@@ -38,7 +38,8 @@ struct MessageLimits {
     std::size_t heldMessages = 1'024;
     /// Bytes of one user that a listener holds, each way, as MessageCost reckons them: past it the listener
     /// begins no further message of that user, and handles none of those who leave answers unread. One
-    /// message is always let through. Both ways together stay below 128 MiB with what is not reckoned.
+    /// message is always let through, if what it costs beyond its bytes stays within this too. Both ways
+    /// together stay below 128 MiB with what is not reckoned.
     std::size_t queuedBytes = std::size_t{48} << 20;
     /// The same for what one process sends, so that it leaves room to others of its user.
     std::size_t queuedBytesOfProcess = std::size_t{32} << 20;
