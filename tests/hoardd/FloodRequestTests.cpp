@@ -79,10 +79,10 @@ TEST_F(FloodRequest, JobsBeyondTheBoundOfABatchAreRefusedInTheirPlaces) {
             << i;
     }
 
-    // So many that no answer holds a result for each.
+    // More than the message service takes.
     for (std::size_t i = array->count(); i < 300'000; ++i)
         array->append(array->at(0));
-    EXPECT_EQ(refusal(message.get()), "a batch has at most 4096 jobs");
+    EXPECT_EQ(refusal(message.get()), "The message has more values than the service takes at once.");
 }
 
 TEST_F(FloodRequest, WhatHasNoReplyIsNotRefusedWhenTheQueueIsFull) {

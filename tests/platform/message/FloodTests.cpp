@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <condition_variable>
+#include <filesystem>
 #include <mutex>
 
 #include "RawSocket.h"
@@ -64,6 +65,11 @@ Ref<MessageDictionary> withNumbers(std::size_t count) {
     const auto message = MessageDictionary::create();
     message->set("values", array.get());
     return message;
+}
+
+std::size_t openDescriptors() {
+    const std::filesystem::directory_iterator all("/proc/self/fd");
+    return static_cast<std::size_t>(std::distance(begin(all), end(all)));
 }
 
 Ref<MessageDictionary> withDescriptors(std::size_t count) {
@@ -168,25 +174,107 @@ TEST(Listener, ChargesTheBufferOfAMessageThatIsKept) {
     listener->cancel();
 }
 
-// Short frames, all there before any of them is handled.
+// All there before any of them is handled.
 TEST(Listener, HandsOutOneCostlyMessageAtATimeWhereTwoAreAboveTheShare) {
     constexpr std::size_t connections = 6;
-    for (const std::size_t emptyValues : {900, 2000}) { // each below the share, and above it
-        SCOPED_TRACE(emptyValues);
-        MessageListener::Options options;
+    const auto withData = [](const char *key, std::size_t length) {
+        const auto message = MessageDictionary::create();
+        message->setData(key, std::string(length, 'x').data(), length);
+        return message;
+    };
+    const struct {
+        const char *name;
+        Ref<MessageDictionary> message;
+    } cases[] = {{"a short frame of many values", withEmptyValues(900)},
+                 {"a list that is large when it is read", withData("list", 30'000)},
+                 {"a list that is above the share", withData("list", 60'000)},
+                 {"bytes above the share", withData("bytes", 1'500'000)}};
+    for (const auto &[name, message] : cases) {
+        SCOPED_TRACE(name);
+        MessageListener::Options options{
+            .idle = {}, .weight = [](std::string_view key) { return key == "list" ? 24U : 0U; }};
         options.limits.queuedBytes = 1 << 20;
         Keeper keeper;
         const auto listener = listen([&](ReceivedMessage *received) { keeper(received); }, nullptr, options);
         std::vector<Ref<MessageConnection>> senders;
         for (std::size_t i = 0; i < connections; ++i) {
             senders.push_back(connect());
-            senders.back()->send(withEmptyValues(emptyValues).get());
+            senders.back()->send(message.get());
             senders.back()->send(withEmptyValues(1).get());
         }
         // The short one behind it waits for its turn too.
         EXPECT_LE(keeper.mostHeldOf(2 * connections), 1 + connections);
         listener->cancel();
     }
+}
+
+TEST(Listener, RefusesAMessageWhoseValuesAreAboveTheShareByThemselves) {
+    MessageListener::Options options;
+    options.limits.queuedBytes = 1 << 20;
+    std::atomic<int> handled{0};
+    const auto listener = listen(
+        [&](ReceivedMessage *received) {
+            ++handled;
+            echo(received);
+        },
+        nullptr, options);
+    const auto interruptions = std::make_shared<std::atomic<int>>(0); // the handler may outlive the test
+    const auto connection = connect([interruptions](MessageValue *) { ++*interruptions; });
+    const auto tooMany = withEmptyValues(2000);
+    for (int i = 0; i < 20; ++i) { // what it reserved is free again
+        const auto reply = connection->sendWithReplySync(tooMany.get());
+        const auto *error = as<MessageError>(reply.get());
+        ASSERT_NE(error, nullptr);
+        EXPECT_EQ(error->text(), "The message has more values than the service takes at once.");
+    }
+    EXPECT_EQ(numberOf(connection->sendWithReplySync(numbered(1).get()).get()), 1);
+    EXPECT_EQ(handled, 1);
+    // Without a reply the end of the connection says so.
+    EXPECT_EQ(*interruptions, 0);
+    connection->send(tooMany.get());
+    EXPECT_TRUE(waitUntil([&] { return *interruptions != 0; }));
+    connection->cancel();
+    listener->cancel();
+}
+
+// What begins a message and never ends it.
+TEST(Listener, ReceivesFewDescriptorsOfMessagesThatAreNotWhole) {
+    MessageListener::Options options;
+    options.limits.begunDescriptors = 20;
+    const auto listener = listen(
+        [](ReceivedMessage *received) { received->reply(numbered(numberOf(received->message())).get()); },
+        nullptr, options);
+    const auto good = connect();
+    EXPECT_EQ(numberOf(good->sendWithReplySync(numbered(1).get()).get()), 1);
+    const int passed[8] = {STDIN_FILENO, STDIN_FILENO, STDIN_FILENO, STDIN_FILENO,
+                           STDIN_FILENO, STDIN_FILENO, STDIN_FILENO, STDIN_FILENO};
+    MessageEncoder whole;
+    ASSERT_EQ(whole.encode(FrameKind::request, 1, withDescriptors(8).get()), nullptr);
+    const std::size_t before = openDescriptors();
+    constexpr std::size_t peers = 30;
+    std::vector<UniqueFd> raw;
+    for (std::size_t i = 0; i < peers; ++i) {
+        raw.push_back(ServiceSocket(serviceName).connect());
+        sendBytes(raw.back().get(), whole.gathered().substr(0, 20), passed);
+        // Each has its turn before the next.
+        EXPECT_EQ(numberOf(good->sendWithReplySync(numbered(2).get()).get()), 2);
+    }
+    const std::size_t ofConnections = 3 * peers; // two sockets, and the process of the peer
+    EXPECT_LE(openDescriptors(), before + ofConnections + 24);
+    std::atomic<bool> isAnswered{false};
+    good->sendWithReply(withDescriptors(1).get(), nullptr, [&](MessageValue *reply) {
+        EXPECT_EQ(reply->kind(), MessageKind::dictionary);
+        isAnswered = true;
+    });
+    // The rest of those that were begun is read, and lets the others in.
+    for (const UniqueFd &each : raw)
+        sendBytes(each.get(), whole.gathered().substr(20));
+    EXPECT_TRUE(waitUntil([&] { return isAnswered.load(); }));
+    for (const UniqueFd &each : raw) {
+        pollfd answer{.fd = each.get(), .events = POLLIN, .revents = 0};
+        EXPECT_EQ(poll(&answer, 1, 60'000), 1);
+    }
+    listener->cancel();
 }
 
 TEST(Listener, TakesAShortRequestBesideASenderThatHasFilledTheShareOfItsUser) {
@@ -293,6 +381,76 @@ TEST(Listener, LetsAPeerThatReadsNothingWaitForItsTurn) {
         }
         EXPECT_TRUE(waitUntil([&] { return handled == requests + 1; })) << "what was sent is handled";
         EXPECT_TRUE(waitUntil([&] { return ran == postponed; }));
+        listener->cancel();
+    }
+}
+
+// What memory is sent stays in the socket, unseen by those who count bytes, until it is read.
+TEST(Listener, CountsMemoryThatWasSentUntilItIsRead) {
+    constexpr std::size_t memoryBytes = 1 << 20, requests = 12, atMost = 4;
+    MessageListener::Options options{.idle = {}, .ordersEachPeer = true};
+    options.limits.queuedBytes = 3 * memoryBytes;
+    std::atomic<std::size_t> handled{0};
+    const auto listener = listen(
+        [&](ReceivedMessage *received) {
+            const auto memory = SharedMemory::create(memoryBytes);
+            EXPECT_TRUE(memory->seal());
+            auto answer = MessageDictionary::create();
+            answer->set("memory", MessageSharedMemory::create(memory.get()).get());
+            ++handled;
+            received->reply(answer.get());
+        },
+        WorkQueue::global(), options);
+    const UniqueFd deaf = ServiceSocket(serviceName).connect();
+    MessageEncoder request;
+    ASSERT_EQ(request.encode(FrameKind::request, 1, numbered(1).get()), nullptr);
+    for (std::size_t i = 0; i < requests; ++i)
+        sendBytes(deaf.get(), request.gathered());
+    ASSERT_TRUE(waitUntil([&] { return handled >= 3; }));
+    const auto other = connect();
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(other->sendWithReplySync(numbered(1).get())->kind(), MessageKind::dictionary);
+    EXPECT_LE(handled, atMost + 3);
+    EXPECT_TRUE(waitUntil([&] {
+        char piece[4096];
+        static_cast<void>(recv(deaf.get(), piece, sizeof piece, MSG_DONTWAIT));
+        return handled == requests + 3;
+    }));
+    listener->cancel();
+}
+
+// Each has read all, but for one answer: many connections of a process count as one.
+TEST(Listener, HoldsAProcessBackThatLeavesUnreadOnManyConnections) {
+    constexpr std::size_t peers = 40, answerBytes = 2'000'000; // of which a socket takes a part
+    for (const bool waitsLong : {true, false}) {
+        MessageListener::Options options{.idle = {}, .ordersEachPeer = true};
+        options.limits.queuedBytes = options.limits.unreadBytesOfProcess = 8'000'000;
+        options.limits.stalledMessage = waitsLong ? std::chrono::minutes(10) : std::chrono::milliseconds(50);
+        std::atomic<std::size_t> handled{0};
+        const auto listener = listen(
+            [&](ReceivedMessage *received) {
+                ++handled;
+                auto answer = MessageDictionary::create();
+                answer->setData("bytes", std::string(answerBytes, 'b').data(), answerBytes);
+                received->reply(answer.get());
+            },
+            WorkQueue::global(), options);
+        MessageEncoder request;
+        ASSERT_EQ(request.encode(FrameKind::request, 1, numbered(1).get()), nullptr);
+        std::vector<UniqueFd> deaf;
+        for (std::size_t i = 0; i < peers; ++i) {
+            deaf.push_back(ServiceSocket(serviceName).connect());
+            sendBytes(deaf.back().get(), request.gathered());
+        }
+        if (waitsLong) {
+            ASSERT_TRUE(waitUntil([&] { return handled >= 4; }));
+            std::this_thread::sleep_for(std::chrono::milliseconds(20)); // for more, were they let in
+            EXPECT_LE(handled, 20U);
+        } else {
+            // Those who read nothing for long lose their connections, and the others have their turn.
+            EXPECT_TRUE(waitUntil([&] { return handled == peers; }));
+        }
+        deaf.clear();
         listener->cancel();
     }
 }

@@ -3,7 +3,6 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 
-#include <span>
 #include <thread>
 
 #include "Codec.h"
@@ -25,24 +24,6 @@ std::string requestBytes(std::uint64_t id = 1) {
     MessageEncoder encoder;
     EXPECT_EQ(encoder.encode(FrameKind::request, id, numbered(1).get()), nullptr);
     return std::string(encoder.gathered());
-}
-
-void sendBytes(int socket, std::string_view bytes, std::span<const int> descriptors = {}) {
-    iovec part{const_cast<char *>(bytes.data()), bytes.size()};
-    char control[CMSG_SPACE(64 * sizeof(int))] = {};
-    msghdr message{};
-    message.msg_iov = &part;
-    message.msg_iovlen = 1;
-    if (!descriptors.empty()) {
-        message.msg_control = control;
-        message.msg_controllen = CMSG_SPACE(descriptors.size_bytes());
-        cmsghdr *header = CMSG_FIRSTHDR(&message);
-        header->cmsg_level = SOL_SOCKET;
-        header->cmsg_type = SCM_RIGHTS;
-        header->cmsg_len = CMSG_LEN(descriptors.size_bytes());
-        std::memcpy(CMSG_DATA(header), descriptors.data(), descriptors.size_bytes());
-    }
-    EXPECT_EQ(sendmsg(socket, &message, MSG_NOSIGNAL), static_cast<ssize_t>(bytes.size()));
 }
 
 } // namespace

@@ -211,4 +211,29 @@ TEST(TextPropertyList, AnythingElseIsRefusedWithItsLine) {
     expectRefusals(refusals);
 }
 
+TEST(PropertyList, ReadsNoTreeThatTakesMoreMemoryThanItIsGiven) {
+    const auto numbers = MutableArray::create();
+    for (std::int64_t i = 0; i < 2000; ++i)
+        numbers->append(Number::create(i).get());
+    const auto binary = createPropertyListData(numbers.get());
+    // The same number again and again: one object, and many references to it.
+    const auto same = MutableArray::create();
+    for (int i = 0; i < 20'000; ++i)
+        same->append(Number::of(1));
+    const auto references = createPropertyListData(same.get());
+    const auto textOf = [](const Ref<Data> &data) {
+        return std::string(static_cast<const char *>(data->bytes()), data->length());
+    };
+    const std::string lists[] = {textOf(binary), textOf(references),
+                                 xml("<array>" + repeated("<true/>", 2000) + "</array>"),
+                                 "(" + repeated("a,", 2000) + ")", "(" + repeated("{},", 2000) + ")"};
+    for (const std::string &list : lists) {
+        Ref<Error> error;
+        EXPECT_FALSE(createPropertyListObject(std::as_bytes(std::span(list)), &error, nullptr, 100'000));
+        ASSERT_TRUE(error);
+        EXPECT_EQ(error->code(), static_cast<std::int64_t>(PropertyListErrorCode::tooLarge));
+        EXPECT_TRUE(createPropertyListObject(std::as_bytes(std::span(list)), &error, nullptr, 1'000'000));
+    }
+}
+
 } // namespace

@@ -94,6 +94,15 @@ void ListenerCore::reviewPeers(UserShare *share) {
     post([this, share = Ref<UserShare>(share)] { intake.review(share.get()); });
 }
 
+void ListenerCore::lookAfterUnread() {
+    if (isLookPosted.exchange(true))
+        return;
+    post([this] {
+        isLookPosted = false;
+        intake.lookAfterUnread();
+    });
+}
+
 void ListenerCore::runPosted() {
     eventfd_t count = 0;
     eventfd_read(wakeUp.get(), &count);
@@ -137,8 +146,7 @@ ListenerCore::End ListenerCore::serve(const ServiceSocket &place) {
             else if (const Ref<ListenerPeer> peer = intake.find(number); peer != nullptr)
                 intake.onReady(peer, events[i].events);
         }
-        if (intake.isMidMessage())
-            intake.disconnectStalled();
+        intake.lookAfterStalled();
         if (endIfIdle(place))
             return End::idle;
     }
@@ -161,17 +169,13 @@ bool ListenerCore::isCancelled() {
 }
 
 int ListenerCore::timeToWait() const {
-    using std::chrono::milliseconds;
-    constexpr milliseconds stalledCheck{1000};
-    milliseconds wait{-1};
-    if (options.idleTime.count() > 0 && intake.isEmpty()) {
-        const auto since = std::max(idleSince, intake.emptySince());
-        wait = std::max(milliseconds(0),
-                        std::chrono::ceil<milliseconds>(since + options.idleTime - Clock::now()));
-    } else if (intake.isMidMessage()) {
-        wait = std::min(stalledCheck, options.limits.stalledMessage);
-    }
-    return static_cast<int>(wait.count());
+    std::optional<Clock::time_point> next = intake.nextLook();
+    if (options.idleTime.count() > 0 && intake.isEmpty())
+        next = std::max(idleSince, intake.emptySince()) + options.idleTime;
+    if (!next)
+        return -1;
+    const auto wait = std::chrono::ceil<std::chrono::milliseconds>(*next - Clock::now());
+    return static_cast<int>(std::max<std::chrono::milliseconds::rep>(wait.count(), 0));
 }
 
 // Ending

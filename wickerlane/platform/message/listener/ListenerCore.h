@@ -31,6 +31,8 @@ public:
     void post(Handler<void()> work) WL_EXCLUDES(mutex);
     /// Has the intake thread find out what it may now do with the peers of a user.
     void reviewPeers(UserShare *share);
+    /// Has the intake thread look after those who leave much unread.
+    void lookAfterUnread();
     [[nodiscard]] const MessageLimits &limits() const noexcept { return options.limits; }
     void messageHeld() noexcept { heldMessages.fetch_add(1, std::memory_order_relaxed); }
     void messageReleased() noexcept { heldMessages.fetch_sub(1, std::memory_order_relaxed); }
@@ -53,6 +55,7 @@ private:
     const MessageListener::Options options;
     const bool managed; // the socket stays bound when this ends
     std::atomic<std::size_t> heldMessages{0};
+    std::atomic<bool> isLookPosted{false};
 
     // Of the intake thread.
     UniqueFd listening;

@@ -1,5 +1,7 @@
 #include "wickerlane/platform/message/listener/ListenerPeer.h"
 
+#include <linux/sockios.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 
 #include "wickerlane/platform/message/listener/ListenerCore.h"
@@ -101,6 +103,8 @@ void ListenerPeer::flush() {
     if (state == State::closed)
         return closeSocket();
     isBlocked = outcome == SendQueue::Outcome::blocked;
+    if (isBlocked && queue.sent() != std::exchange(sentWhenBlocked, queue.sent()))
+        lastTaken = std::chrono::steady_clock::now();
     if (state == State::ending && queue.isEmpty())
         shutdown(descriptor, SHUT_RDWR);
     if (outcome == SendQueue::Outcome::failed)
@@ -139,7 +143,9 @@ void ListenerPeer::close() {
 
 void ListenerPeer::closeSocket() {
     queue = SendQueue();
+    seenDescriptorCost = 0;
     chargeQueue();
+    chargeMemoryInSocket(0);
     socket.reset();
 }
 
@@ -175,7 +181,20 @@ void ListenerPeer::notifyIntake() {
 void ListenerPeer::chargeQueue() {
     const std::size_t now = queue.cost();
     const std::size_t before = bytesToSend.exchange(now);
-    share->queuedBytes.fetch_add(now - before); // which may wrap around, and back
+    // Each may wrap around, and back.
+    share->queuedBytes.fetch_add(now - before);
+    process->unreadBytes.fetch_add(now - before);
+    // A socket holds what it was given of memory and files until they are read; bytes fill it soon.
+    if (const std::uint64_t sent = queue.sentDescriptorCost(); sent != seenDescriptorCost)
+        chargeMemoryInSocket(memoryInSocket.load() + (sent - std::exchange(seenDescriptorCost, sent)));
+}
+
+void ListenerPeer::chargeMemoryInSocket(std::size_t now) {
+    const std::size_t before = memoryInSocket.exchange(now);
+    if (before == 0)
+        lastTaken = std::chrono::steady_clock::now();
+    share->memoryInSockets.fetch_add(now - before);
+    process->unreadBytes.fetch_add(now - before);
 }
 
 void ListenerPeer::chargeReceived(std::size_t bytes) noexcept {
@@ -233,7 +252,32 @@ bool ListenerPeer::isFull() noexcept {
 // What is left unread
 
 bool ListenerPeer::leavesUnread() const noexcept {
-    return bytesToSend.load() != 0 && share->queuedBytes.load() >= listener->limits().queuedBytes;
+    const MessageLimits &limits = listener->limits();
+    return share->unread() >= limits.queuedBytes &&
+           (bytesToSend.load() + memoryInSocket.load() != 0 ||
+            process->unreadBytes.load() >= limits.unreadBytesOfProcess);
+}
+
+void ListenerPeer::noteWhatWasRead() {
+    if (memoryInSocket.load() == 0)
+        return;
+    {
+        const MutexLock lock(mutex);
+        int unread = 0;
+        if (state == State::closed || ioctl(descriptor, SIOCOUTQ, &unread) != 0)
+            return;
+        if (std::exchange(unreadInSocket, unread) != unread)
+            lastTaken = std::chrono::steady_clock::now();
+        if (unread != 0)
+            return;
+        chargeMemoryInSocket(0);
+    }
+    notifyIfHeldBack();
+}
+
+bool ListenerPeer::hasTakenNothingSince(std::chrono::steady_clock::time_point time) {
+    const MutexLock lock(mutex);
+    return (isBlocked || memoryInSocket.load() != 0) && lastTaken < time;
 }
 
 // Announced first and tested again, so that what is read in between is not missed.
@@ -241,7 +285,10 @@ bool ListenerPeer::mustReadFirst() noexcept {
     if (!leavesUnread())
         return false;
     share->isHeldBack = true;
-    return leavesUnread();
+    if (!leavesUnread())
+        return false;
+    listener->lookAfterUnread();
+    return true;
 }
 
 bool ListenerPeer::postponeUntilRead(Handler<void()> work) {

@@ -28,6 +28,8 @@ struct PeerIntakeState {
     // A message that waits, unread, until its cost fits. Meanwhile nothing further is read.
     std::optional<FrameReader::Frame> waiting;
     std::size_t waitingCost = 0;
+    std::size_t countedDescriptors = 0; ///< Of the shares.
+    bool waitsWithDescriptors = false;  ///< What it sends next brings some, past their limit.
 };
 
 /// One client. The intake thread reads its socket; any thread answers.
@@ -73,13 +75,18 @@ public:
     [[nodiscard]] bool isFull() noexcept;
     [[nodiscard]] std::size_t receivedBytes() const noexcept { return bytesReceived.load(); }
 
-    /// It has not read an answer while what waits for its user exceeds the limit. One that has read all is
-    /// not held back by others of its user.
+    /// It has not read an answer, or its process far too many, while what waits for its user exceeds the
+    /// limit. One that has read all is not held back by others of its user.
     [[nodiscard]] bool leavesUnread() const noexcept;
     /// The same; if so, the intake thread turns to it when something has been read.
     [[nodiscard]] bool mustReadFirst() noexcept;
     /// Runs what was postponed, unless the peer must still read first. Of the intake thread.
     void runPostponed() WL_EXCLUDES(mutex);
+
+    /// Finds out whether what was sent has been read: the kernel does not report it. Of the intake thread.
+    void noteWhatWasRead() WL_EXCLUDES(mutex);
+    /// Whether it has taken nothing since then of what waits for it.
+    [[nodiscard]] bool hasTakenNothingSince(std::chrono::steady_clock::time_point time) WL_EXCLUDES(mutex);
 
     struct Interest {
         bool wantsRoom; ///< Something waits until the socket has room.
@@ -113,6 +120,7 @@ private:
     void notifyIfHeldBack();
     void notifyIntake();
     void chargeQueue() WL_REQUIRES(mutex);
+    void chargeMemoryInSocket(std::size_t now) WL_REQUIRES(mutex);
 
     const Ref<ListenerCore> listener;
     const int descriptor; // the socket's number, as long as the intake thread has not closed it
@@ -122,11 +130,17 @@ private:
     // Its part of what its user has.
     std::atomic<std::size_t> bytesReceived{0};
     std::atomic<std::size_t> bytesToSend{0};
+    std::atomic<std::size_t> memoryInSocket{0};
 
     Mutex mutex;
     State state WL_GUARDED_BY(mutex) = State::open;
     SendQueue queue WL_GUARDED_BY(mutex);
-    UniqueFd socket WL_GUARDED_BY(mutex);         // closed by the intake thread, or by the last that sends
+    UniqueFd socket WL_GUARDED_BY(mutex); // closed by the intake thread, or by the last that sends
+    std::uint64_t seenDescriptorCost WL_GUARDED_BY(mutex) = 0; // of what was sent, in memoryInSocket
+    std::uint64_t sentWhenBlocked WL_GUARDED_BY(mutex) = 0;
+    int unreadInSocket WL_GUARDED_BY(mutex) = 0;
+    // When something of what was sent was last seen to be taken.
+    std::chrono::steady_clock::time_point lastTaken WL_GUARDED_BY(mutex);
     bool isBlocked WL_GUARDED_BY(mutex) = false;  // the intake thread sends on when there is room
     bool isInTurn WL_GUARDED_BY(mutex) = false;   // the intake thread looks after it by itself
     bool isFlushDue WL_GUARDED_BY(mutex) = false; // a timer will send what is gathered

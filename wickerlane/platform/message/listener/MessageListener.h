@@ -7,7 +7,6 @@
 #include <string>
 
 #include "wickerlane/platform/message/value/MessageValue.h"
-#include "wickerlane/platform/message/wire/MessageDecoder.h"
 #include "wickerlane/platform/message/wire/MessageLimits.h"
 #include "wickerlane/platform/process/RunningProgram.h"
 #include "wickerlane/platform/queue/WorkQueue.h"

@@ -40,6 +40,8 @@ void PeerIntake::disconnect(ListenerPeer &peer) {
     peer.close();
     peer.unchargeReceived(std::exchange(peer.intake.reservedBytes, 0));
     peer.intake.waiting.reset();
+    peer.intake.reader = FrameReader();
+    countDescriptors(peer);
     if (turns != nullptr)
         turns->disconnected(peer);
     peer.runPostponed();
@@ -55,14 +57,31 @@ void PeerIntake::disconnectAll() {
         disconnect(*peers.begin()->second);
 }
 
-void PeerIntake::disconnectStalled() {
+std::optional<PeerIntake::Clock::time_point> PeerIntake::nextLook() const {
+    using std::chrono::milliseconds;
+    if (!anyMidMessage && !anyUnread)
+        return std::nullopt;
+    return lastLook + std::min(milliseconds(anyUnread ? 50 : 1000), options.limits.stalledMessage);
+}
+
+void PeerIntake::lookAfterStalled() {
+    const auto due = nextLook();
+    if (!due || Clock::now() < *due)
+        return;
+    lastLook = Clock::now();
     anyMidMessage = false;
+    anyUnread = false;
+    const auto longAgo = Clock::now() - options.limits.stalledMessage;
     std::vector<Ref<ListenerPeer>> stalled;
     for (const auto &[number, peer] : peers) {
-        if (!peer->intake.reader.isMidFrame() || (peer->intake.watchedEvents & EPOLLIN) == 0)
-            continue;
-        anyMidMessage = true;
-        if (Clock::now() - peer->intake.lastBytes > options.limits.stalledMessage)
+        const bool isMidMessage =
+            peer->intake.reader.isMidFrame() && (peer->intake.watchedEvents & EPOLLIN) != 0;
+        anyMidMessage = anyMidMessage || isMidMessage;
+        peer->noteWhatWasRead();
+        const bool leavesUnread = peer->leavesUnread();
+        anyUnread = anyUnread || leavesUnread;
+        if ((isMidMessage && peer->intake.lastBytes < longAgo) ||
+            (leavesUnread && peer->hasTakenNothingSince(longAgo)))
             stalled.push_back(peer);
     }
     for (const auto &peer : stalled)
@@ -121,6 +140,9 @@ void PeerIntake::review(UserShare *share) {
 bool PeerIntake::mayRead(ListenerPeer &peer) {
     if (peer.isFull() || peer.intake.waiting)
         return false;
+    if (peer.intake.waitsWithDescriptors && !mayBringDescriptors(peer))
+        return false;
+    peer.intake.waitsWithDescriptors = false;
     if (hasRoomFor(peer))
         return true;
     // Announced first and tested again, so that what is freed in between is not missed.
@@ -130,8 +152,10 @@ bool PeerIntake::mayRead(ListenerPeer &peer) {
 
 bool PeerIntake::hasRoomFor(ListenerPeer &peer) {
     const MessageLimits &limits = options.limits;
-    if (peer.leavesUnread())
+    if (leavesUnread(peer)) {
+        anyUnread = true;
         return false;
+    }
     // The bytes of a message are reserved when it begins, so that it can be finished.
     if (peer.intake.reservedBytes != 0)
         return true;
@@ -143,6 +167,34 @@ bool PeerIntake::hasRoomFor(ListenerPeer &peer) {
     peer.chargeReceived(begun);
     peer.intake.reservedBytes = begun;
     return true;
+}
+
+bool PeerIntake::mayBringDescriptors(const ListenerPeer &peer) const {
+    return peer.share->begunDescriptors < options.limits.begunDescriptors &&
+           peer.process->begunDescriptors < options.limits.begunDescriptorsOfProcess;
+}
+
+bool PeerIntake::leavesUnread(const ListenerPeer &peer) const {
+    if (peer.leavesUnread() && peer.share->memoryInSockets.load() != 0)
+        for (const auto &[number, each] : peers)
+            if (each->share == peer.share)
+                each->noteWhatWasRead();
+    return peer.leavesUnread();
+}
+
+// To be called when some have come or gone.
+void PeerIntake::countDescriptors(ListenerPeer &peer) {
+    PeerIntakeState &intake = peer.intake;
+    const std::size_t now =
+        intake.reader.heldDescriptors() + (intake.waiting ? intake.waiting->descriptors.size() : 0);
+    const std::size_t before = std::exchange(intake.countedDescriptors, now);
+    if (now == before)
+        return;
+    const bool werePast = !mayBringDescriptors(peer);
+    peer.share->begunDescriptors += now - before; // which may wrap around, and back
+    peer.process->begunDescriptors += now - before;
+    if (werePast && mayBringDescriptors(peer))
+        listener->reviewPeers(peer.share.get());
 }
 
 // Whether the message that waits may be handed to its handler. One that is above the limit by itself goes
@@ -168,9 +220,14 @@ bool PeerIntake::mayHandle(const ListenerPeer &peer) const {
 bool PeerIntake::readFrom(const Ref<ListenerPeer> &peer) {
     constexpr int maxRounds = 16; // so that others get their turn
     FrameReader &reader = peer->intake.reader;
+    peer->noteWhatWasRead();
     for (int round = 0; round < maxRounds; ++round) {
         if (!peer->intake.isAdmitted || !mayRead(*peer))
             return true;
+        if (!mayBringDescriptors(*peer) && FrameReader::nextBringsDescriptors(peer->socketDescriptor())) {
+            peer->intake.waitsWithDescriptors = true;
+            return true;
+        }
         const auto outcome = reader.receive(peer->socketDescriptor(), MSG_DONTWAIT);
         if (outcome == FrameReader::Outcome::nothing)
             return true;
@@ -189,6 +246,7 @@ bool PeerIntake::readFrom(const Ref<ListenerPeer> &peer) {
 bool PeerIntake::takeFrames(const Ref<ListenerPeer> &peer) {
     Messages messages;
     const bool isSound = decodeFrames(peer, messages);
+    countDescriptors(*peer);
     anyMidMessage = anyMidMessage || peer->intake.reader.isMidFrame();
     if (!messages.empty())
         dispatch(peer, std::move(messages));
@@ -219,8 +277,7 @@ bool PeerIntake::decodeFrames(const Ref<ListenerPeer> &peer, Messages &messages)
 bool PeerIntake::measure(ListenerPeer &peer) const {
     PeerIntakeState &intake = peer.intake;
     const FrameReader::Frame &frame = *intake.waiting;
-    const MessageMeasure found =
-        measureMessage(frame.contents, frame.descriptors.size(), options.weight);
+    const MessageMeasure found = measureMessage(frame.contents, frame.descriptors.size(), options.weight);
     intake.waitingCost = found.cost;
     if (!found.isSound || found.ofValues <= options.limits.queuedBytes)
         return found.isSound;

@@ -2,6 +2,7 @@
 #ifndef WICKERLANE_PLATFORM_MESSAGE_LISTENER_PEERINTAKE_H
 #define WICKERLANE_PLATFORM_MESSAGE_LISTENER_PEERINTAKE_H
 
+#include <optional>
 #include <unordered_map>
 #include <vector>
 
@@ -17,7 +18,8 @@ namespace wickerlane {
 ///     input                    it is admitted, fewer of its messages than the limit are held, it leaves no
 ///                              answer unread while its user's waiting answers exceed the limit, and the
 ///                              shares of its user and its process have room for the message that it has
-///                              begun to send, and none that it has sent waits for room
+///                              begun to send, none that it has sent waits for room, and what it sends next
+///                              does not bring descriptors past their limit
 ///     nothing                  else; it is then not registered, since its hang-up would be reported again
 ///                              and again
 class PeerIntake {
@@ -32,10 +34,14 @@ public:
     void add(std::uint64_t number, Ref<ListenerPeer> peer);
     void disconnect(ListenerPeer &peer);
     void disconnectAll();
-    /// Ends the connections on which a message was begun and nothing has come for too long.
-    void disconnectStalled();
-    /// A message was begun and is not whole: disconnectStalled() is to be called from time to time.
-    [[nodiscard]] bool isMidMessage() const noexcept { return anyMidMessage; }
+    /// Ends the connections on which a message was begun and nothing has come, or too much is unread and
+    /// nothing has been taken, for too long. Finds out what has been read. Does so from time to time only,
+    /// however often it is called.
+    void lookAfterStalled();
+    /// Somebody is kept waiting until more has been read.
+    void lookAfterUnread() noexcept { anyUnread = true; }
+    /// When to call lookAfterStalled() again; nothing when there is no need.
+    [[nodiscard]] std::optional<Clock::time_point> nextLook() const;
     /// When the last peer went away.
     [[nodiscard]] Clock::time_point emptySince() const noexcept { return lastRemoval; }
 
@@ -53,6 +59,9 @@ private:
 
     [[nodiscard]] bool mayRead(ListenerPeer &peer);
     [[nodiscard]] bool hasRoomFor(ListenerPeer &peer);
+    [[nodiscard]] bool leavesUnread(const ListenerPeer &peer) const;
+    [[nodiscard]] bool mayBringDescriptors(const ListenerPeer &peer) const;
+    void countDescriptors(ListenerPeer &peer);
     [[nodiscard]] static bool fits(std::size_t held, std::size_t cost, std::size_t limit) noexcept {
         return held == 0 || held + cost <= limit;
     }
@@ -75,6 +84,8 @@ private:
     std::unordered_map<std::uint64_t, Ref<ListenerPeer>> peers; // by their numbers
     Clock::time_point lastRemoval{};
     bool anyMidMessage = false;
+    bool anyUnread = false;
+    Clock::time_point lastLook{};
 };
 
 } // namespace wickerlane

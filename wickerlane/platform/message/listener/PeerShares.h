@@ -15,12 +15,15 @@ namespace wickerlane {
 /// One user's part, over all of the user's connections.
 class UserShare final : public Object {
 public:
-    std::size_t connections = 0;               ///< Of the intake thread.
-    std::atomic<std::size_t> receivedBytes{0}; ///< Of messages that are still held or being received.
-    std::atomic<std::size_t> handedBytes{0};   ///< Of messages that a handler has, a part of the former.
-    std::atomic<std::size_t> largeMessages{0}; ///< Of these, how many are above the limit by themselves.
-    std::atomic<std::size_t> queuedBytes{0};   ///< Of what waits to be sent.
-    std::atomic<bool> isHeldBack{false};       ///< A peer of the user waits until something is freed.
+    std::size_t connections = 0;                 ///< Of the intake thread.
+    std::atomic<std::size_t> receivedBytes{0};   ///< Of messages that are still held or being received.
+    std::atomic<std::size_t> handedBytes{0};     ///< Of messages that a handler has, a part of the former.
+    std::atomic<std::size_t> largeMessages{0};   ///< Of these, how many are above the limit by themselves.
+    std::atomic<std::size_t> queuedBytes{0};     ///< Of what waits to be sent.
+    std::atomic<std::size_t> memoryInSockets{0}; ///< Of what was sent and may not have been read.
+    std::size_t begunDescriptors = 0;            ///< Of the intake thread.
+    [[nodiscard]] std::size_t unread() const noexcept { return queuedBytes.load() + memoryInSockets.load(); }
+    std::atomic<bool> isHeldBack{false}; ///< A peer of the user waits until something is freed.
 };
 
 /// The part of one process, over all of its connections.
@@ -32,7 +35,9 @@ public:
     std::size_t connections = 0; ///< Of the intake thread.
     std::atomic<std::size_t> receivedBytes{0};
     std::atomic<std::size_t> handedBytes{0};
-    ProcessTurns turns; ///< Of PeerTurns.
+    std::atomic<std::size_t> unreadBytes{0}; ///< Of what waits to be sent, and of memory in sockets.
+    std::size_t begunDescriptors = 0;        ///< Of the intake thread.
+    ProcessTurns turns;                      ///< Of PeerTurns.
 };
 
 /// The shares of all users and of the processes that are connected. Of the intake thread.

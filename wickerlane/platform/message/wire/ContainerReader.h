@@ -59,8 +59,8 @@ struct DecodeBudget {
     std::size_t values = MessageLimits::values - 1;
     std::size_t containers = 0; // so far, inside the message
     std::span<UniqueFd> descriptors;
-    bool takesFiles = false;             // of which data is lent
-    bool onlyMeasures = false;           // makes nothing of the descriptors, which are `announced`
+    bool takesFiles = false;   // of which data is lent
+    bool onlyMeasures = false; // makes nothing of the descriptors, which are `announced`
     std::size_t announced = 0;
     std::size_t counted = 0;
     std::vector<Ref<MessageValue>> made; // of the descriptors so far

@@ -97,6 +97,18 @@ FrameReader::Outcome FrameReader::receive(int socket, int flags) {
     return Outcome::bytes;
 }
 
+// There is no room for them, and the kernel says that it would have dropped some.
+bool FrameReader::nextBringsDescriptors(int socket) {
+    std::byte byte{};
+    iovec part{&byte, sizeof byte};
+    msghdr message{};
+    message.msg_iov = &part;
+    message.msg_iovlen = 1;
+    const ssize_t count = retryInterrupted(
+        [&] { return recvmsg(socket, &message, MSG_PEEK | MSG_DONTWAIT | MSG_CMSG_CLOEXEC); });
+    return count > 0 && (message.msg_flags & MSG_CTRUNC) != 0;
+}
+
 FrameReader::Next FrameReader::next(Frame &frame) {
     const std::size_t available = last - first;
     if (available < sizeof(FrameHeader))

@@ -42,6 +42,10 @@ public:
     [[nodiscard]] bool isMidFrame() const noexcept { return first != last; }
     /// Length of the frame that has begun, with its header; 0 until its header is there.
     [[nodiscard]] std::size_t currentFrameLength() const noexcept { return frameLength; }
+    /// How many descriptors came with what was received and is not given out.
+    [[nodiscard]] std::size_t heldDescriptors() const noexcept { return descriptors.size(); }
+    /// Whether the next bytes of a socket bring descriptors. Leaves both where they are.
+    [[nodiscard]] static bool nextBringsDescriptors(int socket);
     /// Whether the last receive() filled all the room it had, so that more may be waiting.
     [[nodiscard]] bool wasFilled() const noexcept { return filled; }
 

@@ -8,7 +8,7 @@
 #include "wickerlane/platform/message/value/MessageDictionary.h"
 #include "wickerlane/platform/message/value/MessageError.h"
 #include "wickerlane/platform/message/value/MessageSlot.h"
-#include "wickerlane/platform/object/Handler.h"
+#include "wickerlane/platform/message/wire/MessageLimits.h"
 
 namespace wickerlane {
 
@@ -23,15 +23,12 @@ enum class LentFiles { areRefused, areRead };
                                                              std::span<UniqueFd> descriptors,
                                                              LentFiles files = LentFiles::areRefused);
 
-/// How many times its bytes the data under a key takes at most when it is read; 0 where it stays as it is.
-using MessageWeight = Handler<std::size_t(std::string_view key)>;
-
 /// What a message will cost.
 struct MessageMeasure {
-    bool isSound = false;      ///< As far as can be told without its descriptors.
-    std::size_t ofValues = 0;  ///< What MessageCost makes of its values.
+    bool isSound = false;       ///< As far as can be told without its descriptors.
+    std::size_t ofValues = 0;   ///< What MessageCost makes of its values.
     std::size_t ofContents = 0; ///< By the weights of its keys.
-    std::size_t cost = 0;      ///< All that is charged.
+    std::size_t cost = 0;       ///< All that is charged.
 };
 
 /// Looks at the contents of a frame that has so many descriptors, and makes nothing. `weight` may be null.

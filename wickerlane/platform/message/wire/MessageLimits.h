@@ -5,6 +5,9 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
+
+#include "wickerlane/platform/object/Handler.h"
 
 namespace wickerlane {
 
@@ -46,15 +49,23 @@ struct MessageLimits {
     /// Bytes of a message that is let through past these limits when its sender has no other in hand, so that
     /// short requests of a program go on beside another program of its user that floods.
     std::size_t shortMessage = 16 * 1'024;
+    /// Bytes of answers that a process leaves unread on some of its connections before, past the user's
+    /// limit, its others wait with them: room for a large answer.
+    std::size_t unreadBytesOfProcess = std::size_t{4} << 20;
     /// Bytes of answers that a listener keeps for a user who does not read them. Requests that were begun
     /// before the limit above was met may still be answered; past this one the connection ends.
-    std::size_t unreadBytes = std::size_t{320} << 20;
+    std::size_t unreadBytes = std::size_t{80} << 20;
+    /// Descriptors of messages that one user, and one process, has begun to send and whose turn has not come.
+    /// Past it no message with descriptors is begun.
+    std::size_t begunDescriptors = 96;
+    std::size_t begunDescriptorsOfProcess = 32;
     /// Peers whose messages are handled at a time where each has its own order, and those of one process:
     /// bounds the threads of a listener without letting one process take them all.
     std::size_t turns = 32;
     std::size_t turnsOfProcess = 4;
-    /// How long a listener waits for the next piece of a message that was begun, so that a stalled peer does
-    /// not keep its user's share indefinitely.
+    /// How long a listener waits for the next piece of a message that was begun, and, where the unread
+    /// answers of a user are above the limit, for a peer to read some more of them, so that a stalled peer
+    /// does not keep its user's share indefinitely.
     std::chrono::milliseconds stalledMessage{10'000};
 
     /// Bytes that a connection gathers for a peer which does not read (bytes that are lent cost nothing and
@@ -79,6 +90,9 @@ struct MessageCost {
     /// at least this.
     static constexpr std::size_t descriptor = 512 * 1'024;
 };
+
+/// How many times its bytes the data under a key takes at most when it is read; 0 where it stays as it is.
+using MessageWeight = Handler<std::size_t(std::string_view key)>;
 
 } // namespace wickerlane
 

@@ -153,8 +153,10 @@ SendQueue::Outcome SendQueue::flush(Mutex &mutex, int socket, int flags, std::ui
             if (isFinished)
                 current.clear(); // what was lent goes back to its owner without the mutex
         }
-        if (isFinished)
+        if (isFinished) {
+            sentDescriptors += currentDescriptorCost;
             currentBytes = currentDescriptorCost = 0;
+        }
         if (count < 0) {
             outcome = error == EAGAIN || error == EWOULDBLOCK ? Outcome::blocked : Outcome::failed;
             break;

@@ -30,6 +30,8 @@ public:
     [[nodiscard]] std::size_t cost() const noexcept {
         return queuedBytes() + waiting.descriptorCost + currentDescriptorCost;
     }
+    /// What MessageCost makes of the descriptors that have been sent, ever.
+    [[nodiscard]] std::uint64_t sentDescriptorCost() const noexcept { return sentDescriptors; }
     /// Bytes that are kept here, without those that are lent.
     [[nodiscard]] std::size_t gatheredBytes() const noexcept {
         return waiting.gathered.size() + currentBytes;
@@ -70,6 +72,7 @@ private:
     bool isFlushing = false;
     std::uint64_t appendedBytes = 0;
     std::uint64_t sentBytes = 0;
+    std::uint64_t sentDescriptors = 0;
 };
 
 } // namespace wickerlane
