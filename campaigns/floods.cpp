@@ -16,6 +16,8 @@
 #include "wickerlane/platform/message/connection/MessageConnection.h"
 #include "wickerlane/platform/message/service/ServiceSocket.h"
 #include "wickerlane/platform/message/wire/MessageEncoder.h"
+#include "wickerlane/platform/object/Array.h"
+#include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/platform/surface/ImageSurface.h"
 #include "wickerlane/protocol/ServiceName.h"
@@ -60,8 +62,8 @@ public:
             std::fprintf(stderr, "%s\n", reason);
             std::exit(1);
         }
-        constexpr int copies = 64;
-        for (int i = 0; i < copies; ++i)
+        constexpr std::size_t copies = 64, enoughBytes = 1 << 20;
+        for (std::size_t i = 0; i < copies && bytes.size() < enoughBytes; ++i)
             bytes.append(frame.gathered());
     }
     /// False when the socket takes nothing now.
@@ -116,6 +118,101 @@ void flood(const MessageDictionary *message, FrameKind kind, std::size_t count, 
         if (!anyWork)
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
+}
+
+// Messages that are dense: as many objects as few bytes can make.
+
+Ref<MessageArray> emptyDictionaries(std::size_t count) {
+    const auto array = MessageArray::create();
+    const auto empty = MessageDictionary::create();
+    for (std::size_t i = 0; i < count; ++i)
+        array->append(empty.get());
+    return array;
+}
+
+Ref<MessageDictionary> ofValues(std::size_t count) {
+    const auto dictionary = MessageDictionary::create();
+    dictionary->set("values", emptyDictionaries(count).get());
+    const auto message = request(60);
+    message->setString("personID", "flood");
+    message->set("personInfoDictionary", dictionary.get());
+    return message;
+}
+
+Ref<MessageDictionary> ofBooleans(std::size_t count) {
+    const auto message = request(16);
+    for (std::size_t i = 0; i < count; ++i)
+        message->setBool(std::to_string(i).c_str(), true);
+    return message;
+}
+
+Ref<MessageDictionary> ofJobs(std::size_t jobs, std::size_t keys) {
+    const auto job = MessageDictionary::create();
+    for (std::size_t i = 0; i < keys; ++i)
+        job->setBool(std::to_string(i).c_str(), true);
+    const auto array = MessageArray::create();
+    for (std::size_t i = 0; i < jobs; ++i)
+        array->append(job.get());
+    const auto message = request(9);
+    message->set("jobDictionaries", array.get());
+    return message;
+}
+
+Ref<MessageDictionary> ofList(std::int64_t count) {
+    const auto list = MutableArray::create();
+    for (std::int64_t i = 0; i < count; ++i)
+        list->append(Number::create(i).get());
+    const auto message = request(18);
+    JXMsgDictionarySetArray(message.get(), "photoUUIDs", list.get());
+    message->setBool("assignNewIndex", false);
+    message->setBool("forceRefresh", false);
+    message->setBool("waitingForReply", true);
+    return message;
+}
+
+/// Sets what answers of a mebibyte are made of, and gives the request for one.
+Ref<MessageDictionary> ofLargeAnswer() {
+    const auto dictionary = MessageDictionary::create();
+    const std::string bytes(1'000'000, 'b');
+    dictionary->setData("bytes", bytes.data(), bytes.size());
+    const auto message = request(60);
+    message->setString("personID", "flood");
+    message->set("personInfoDictionary", dictionary.get());
+    const auto connection = connect();
+    static_cast<void>(connection->sendWithReplySync(message.get()));
+    const auto asked = request(59);
+    asked->setString("personID", "flood");
+    return asked;
+}
+
+/// Begins a message with descriptors on each of many connections, and ends none.
+void beginMessages(std::size_t connections, Clock::time_point end) {
+    MessageEncoder frame;
+    const auto message = MessageDictionary::create();
+    for (int i = 0; i < 8; ++i)
+        message->setDescriptor(std::to_string(i).c_str(), STDERR_FILENO);
+    if (frame.encode(FrameKind::message, 1, message.get()) != nullptr)
+        std::exit(1);
+    std::vector<UniqueFd> sockets;
+    for (std::size_t i = 0; i < connections && Clock::now() < end; ++i) {
+        sockets.push_back(ServiceSocket(WickerlaneGatekeeperName).connect());
+        std::string bytes(frame.gathered().substr(0, 20));
+        iovec part{bytes.data(), bytes.size()};
+        alignas(cmsghdr) char control[CMSG_SPACE(8 * sizeof(int))] = {};
+        msghdr header{};
+        header.msg_iov = &part;
+        header.msg_iovlen = 1;
+        header.msg_control = control;
+        header.msg_controllen = sizeof control;
+        cmsghdr *rights = CMSG_FIRSTHDR(&header);
+        rights->cmsg_level = SOL_SOCKET;
+        rights->cmsg_type = SCM_RIGHTS;
+        rights->cmsg_len = CMSG_LEN(8 * sizeof(int));
+        const int passed[8] = {2, 2, 2, 2, 2, 2, 2, 2};
+        std::memcpy(CMSG_DATA(rights), passed, sizeof passed);
+        static_cast<void>(sendmsg(sockets.back().get(), &header, MSG_NOSIGNAL));
+    }
+    std::this_thread::sleep_until(end);
 }
 
 void sendBatch(std::size_t jobs) {
@@ -192,7 +289,7 @@ int main(int argc, char **argv) {
     const auto picture = request(6);
     if (argc > 3)
         picture->setData("objectID", argv[3], std::strlen(argv[3]));
-    picture->setUInt64("format", kind == "unread" ? 2 : 3);
+    picture->setUInt64("format", kind == "unread" ? 2 : kind == "unread-memory" ? 4 : 3);
     const auto empty = MessageDictionary::create();
     constexpr std::size_t manyClients = 4;
     if (kind == "stand-by")
@@ -211,6 +308,24 @@ int main(int argc, char **argv) {
         flood(picture.get(), FrameKind::request, manyClients, true, end);
     else if (kind == "unread")
         flood(picture.get(), FrameKind::request, 64, false, end);
+    else if (kind == "unread-memory")
+        flood(picture.get(), FrameKind::request, 60, false, end);
+    else if (kind == "unread-answers")
+        flood(ofLargeAnswer().get(), FrameKind::request, 60, false, end);
+    else if (kind == "begun")
+        beginMessages(60, end);
+    else if (kind == "values")
+        flood(ofValues(50'000).get(), FrameKind::request, manyClients, true, end);
+    else if (kind == "too-many-values")
+        flood(ofValues(500'000).get(), FrameKind::request, manyClients, true, end);
+    else if (kind == "booleans")
+        flood(ofBooleans(450'000).get(), FrameKind::request, manyClients, true, end);
+    else if (kind == "jobs")
+        flood(ofJobs(4'096, 40).get(), FrameKind::request, manyClients, true, end);
+    else if (kind == "lists")
+        flood(ofList(400'000).get(), FrameKind::request, 6, true, end);
+    else if (kind == "long-lists")
+        flood(ofList(1'000'000).get(), FrameKind::request, 6, true, end);
     else if (kind == "batch")
         sendBatch(900'000);
     else if (kind == "saves")

@@ -59,6 +59,7 @@ void answerSave(const Call &call, const Result<SavedAsset> &saved) {
 
 /// The most jobs of a batch that are saved: bounds what one request makes the daemon hold.
 constexpr std::size_t maxJobsOfBatch = 4'096;
+
 Ref<MessageDictionary> codedResult(const Result<SavedAsset> &saved) {
     return Ref<MessageDictionary>::adopt(JXJobCreateMsgDictionaryFromDictionary(describeSave(saved).get()));
 }

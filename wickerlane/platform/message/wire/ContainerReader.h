@@ -58,6 +58,7 @@ private:
 struct DecodeBudget {
     std::size_t values = MessageLimits::values - 1;
     std::size_t containers = 0; // so far, inside the message
+    std::size_t entries = 0;    // of these
     std::span<UniqueFd> descriptors;
     bool takesFiles = false;   // of which data is lent
     bool onlyMeasures = false; // makes nothing of the descriptors, which are `announced`
@@ -236,6 +237,7 @@ private:
         }
         if (!inner.readCount(minEntryBytes, count))
             return false;
+        budget->entries += count;
         KeysSeen seen(count);
         std::string_view key;
         for (; count != 0; --count)

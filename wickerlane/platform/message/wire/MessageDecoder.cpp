@@ -63,7 +63,7 @@ MessageMeasure measureMessage(Bytes contents, std::size_t descriptors, const Mes
     }
     measure.isSound = reader.atEnd() && budget.counted == descriptors;
     measure.ofValues = (MessageLimits::values - 1 - budget.values) * MessageCost::value +
-                       budget.containers * MessageCost::container;
+                       budget.containers * MessageCost::container + budget.entries * MessageCost::entry;
     measure.cost = MessageCost::message + contents.size() + measure.ofValues + measure.ofContents +
                    descriptors * MessageCost::descriptor;
     return measure;

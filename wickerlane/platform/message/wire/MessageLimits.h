@@ -84,6 +84,8 @@ struct MessageCost {
     static constexpr std::size_t message = 1'024;
     /// Of a value, besides its bytes: its place, and the object that is made when it is asked for.
     static constexpr std::size_t value = 96;
+    /// Of an entry of a dictionary within a message, besides its value: its key becomes an object too.
+    static constexpr std::size_t entry = 160;
     /// Of a dictionary or an array within a message, likewise.
     static constexpr std::size_t container = 768;
     /// Of a descriptor, of which a process has few: a user's share is 96 of them each way. Of shared memory
