@@ -315,13 +315,13 @@ int main(int argc, char **argv) {
     else if (kind == "begun")
         beginMessages(60, end);
     else if (kind == "values")
-        flood(ofValues(50'000).get(), FrameKind::request, manyClients, true, end);
+        flood(ofValues(40'000).get(), FrameKind::request, manyClients, true, end);
     else if (kind == "too-many-values")
         flood(ofValues(500'000).get(), FrameKind::request, manyClients, true, end);
     else if (kind == "booleans")
-        flood(ofBooleans(450'000).get(), FrameKind::request, manyClients, true, end);
+        flood(ofBooleans(400'000).get(), FrameKind::request, manyClients, true, end);
     else if (kind == "jobs")
-        flood(ofJobs(4'096, 40).get(), FrameKind::request, manyClients, true, end);
+        flood(ofJobs(4'096, 24).get(), FrameKind::request, manyClients, true, end);
     else if (kind == "lists")
         flood(ofList(400'000).get(), FrameKind::request, 6, true, end);
     else if (kind == "long-lists")

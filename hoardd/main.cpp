@@ -75,6 +75,8 @@ int main(int argc, char **argv) {
     constexpr int largeBlock = 1 << 20;
     mallopt(M_TRIM_THRESHOLD, largeBlock);
     mallopt(M_MMAP_THRESHOLD, largeBlock);
+    // Each arena keeps free memory of its own, and one for each thread would keep a burst many times.
+    mallopt(M_ARENA_MAX, 4);
     CLI::App app{
         "hoardd owns the photo library and serves it to its clients. It is started on demand, and ends when "
         "it has been idle; there is no need to start it by hand.",

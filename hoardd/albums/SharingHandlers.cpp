@@ -141,17 +141,17 @@ Result<Answer> setPersonInfoDictionary(Library &library, const Call &call) {
 constexpr Operation operations[] = {
     {&protocol::createSnapriverAlbum, enableStream},
     {&protocol::enableSnaprivers, enableStream},
-    {&protocol::getCurrentBulletins, getCurrentBulletins},
-    {&protocol::getCurrentApplicationBadgeCount, getCurrentApplicationBadgeCount},
-    {&protocol::getThumbnailImageDataForBulletin, getThumbnailImageDataForBulletin},
+    reading(protocol::getCurrentBulletins, getCurrentBulletins),
+    reading(protocol::getCurrentApplicationBadgeCount, getCurrentApplicationBadgeCount),
+    reading(protocol::getThumbnailImageDataForBulletin, getThumbnailImageDataForBulletin),
     {&protocol::clearAllBulletins, clearAllBulletins},
     {&protocol::updateSharedAlbumsCachedServerConfigurationLimits,
      updateSharedAlbumsCachedServerConfigurationLimits},
     {&protocol::attemptToPurgeSharedAssetsSpace, attemptToPurgeSharedAssetsSpace, Runs::beside},
-    {&protocol::purgeableSharedAssetsSpace, purgeableSharedAssetsSpace, Runs::beside},
+    reading(protocol::purgeableSharedAssetsSpace, purgeableSharedAssetsSpace, Runs::beside),
     {&protocol::keyForEmailAddress, keyForEmailAddress},
-    {&protocol::emailAddressForKey, emailAddressForKey},
-    {&protocol::personInfoDictionary, personInfoDictionary},
+    reading(protocol::emailAddressForKey, emailAddressForKey),
+    reading(protocol::personInfoDictionary, personInfoDictionary),
     {&protocol::setPersonInfoDictionary, setPersonInfoDictionary},
 };
 

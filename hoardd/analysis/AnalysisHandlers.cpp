@@ -95,7 +95,7 @@ constexpr Operation operations[] = {
     {&protocol::analyzeMomentList, analyzeMomentList, Runs::longWork},
     {&protocol::rebuildCloudFeed, rebuildCloudFeed, Runs::longWork},
     {&protocol::resetDupesAnalysis, resetDupesAnalysis, Runs::longWork},
-    {&protocol::hasCompletedMomentAnalysis, hasCompletedMomentAnalysis},
+    reading(protocol::hasCompletedMomentAnalysis, hasCompletedMomentAnalysis),
     {&protocol::rebuildAllThumbnails, rebuildAllThumbnails, Runs::longWork},
     {&protocol::setAreDuplicates, setAreDuplicates, Runs::longWork},
 };

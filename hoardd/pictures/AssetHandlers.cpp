@@ -49,9 +49,9 @@ Result<Answer> imageDataForAsset(Library &library, const Call &call) {
 }
 
 constexpr Operation operations[] = {
-    {&protocol::fileDescriptorForAssetURL, fileDescriptorForAssetURL},
-    {&protocol::fileURLForAssetURL, fileURLForAssetURL},
-    {&protocol::imageDataForAsset, imageDataForAsset, Runs::beside},
+    reading(protocol::fileDescriptorForAssetURL, fileDescriptorForAssetURL),
+    reading(protocol::fileURLForAssetURL, fileURLForAssetURL),
+    reading(protocol::imageDataForAsset, imageDataForAsset, Runs::beside),
 };
 
 } // namespace

@@ -134,7 +134,7 @@ constexpr Operation operations[] = {
      .handler = revertAsset,
      .runs = Runs::asJob,
      .entitlement = &JXWriteAssetsEntitlement},
-    {&protocol::renditionOfAsset, renditionOfAsset},
+    reading(protocol::renditionOfAsset, renditionOfAsset),
     {&protocol::updateThumbnails, updateThumbnails, Runs::asJob},
     {&protocol::updateCameraPreviewWell, updateCameraPreviewWell},
     {&protocol::downloadAsset, downloadAsset},

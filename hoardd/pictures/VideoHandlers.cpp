@@ -81,8 +81,8 @@ Result<Answer> estimatedOutputFileLength(Library &library, const Call &call) {
 }
 
 constexpr Operation operations[] = {
-    {&protocol::videoMetadata, videoMetadata, Runs::beside},
-    {&protocol::estimatedOutputFileLength, estimatedOutputFileLength, Runs::beside},
+    reading(protocol::videoMetadata, videoMetadata, Runs::beside),
+    reading(protocol::estimatedOutputFileLength, estimatedOutputFileLength, Runs::beside),
 };
 
 } // namespace

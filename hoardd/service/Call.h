@@ -37,6 +37,8 @@ public:
     [[nodiscard]] bool postponeUntilRead(Handler<void()> work) const {
         return received->peer()->postponeUntilRead(std::move(work));
     }
+    /// False when the connection is over: the answer would reach nobody.
+    [[nodiscard]] bool isAwaited() const { return received->peer()->isConnected(); }
     /// Whether the caller has this process's rights to files, so that files may be read for it.
     [[nodiscard]] bool mayReadFiles() const noexcept;
 

@@ -175,6 +175,8 @@ void Dispatcher::serveWhenRead(const Operation &operation, Library *library, con
 }
 
 void Dispatcher::serve(const Operation &operation, Library *library, const Call &call) const {
+    if (operation.onlyReads && !call.isAwaited())
+        return;
     const PeerLogScope logged(call.peer().process);
     const auto result = withoutExceptions([&] { return handle(operation, library, call); });
     if (!result) {

@@ -65,7 +65,13 @@ struct Operation {
     const String *const *entitlement = nullptr; ///< What callers need besides; null for nothing.
     RefusalReply refusal = nullptr;             ///< Null: a problem is answered with an error.
     KnownAnswer known = nullptr;                ///< Null: never known. With an entitlement it is not asked.
+    bool onlyReads = false;                     ///< Not served for a peer that has gone.
 };
+
+/// Of an operation that changes nothing.
+constexpr Operation reading(const protocol::Row &row, LibraryHandler handler, Runs runs = Runs::inOrder) {
+    return {.row = &row, .handler = handler, .runs = runs, .onlyReads = true};
+}
 
 } // namespace wickerlane::hoardd
 

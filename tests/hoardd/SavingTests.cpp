@@ -248,7 +248,7 @@ TEST_F(Recovering, CompletesWhatWasCommittedAndUndoesTheRest) {
     writeFile(small, picture);
     recoverSaves(library());
     EXPECT_FALSE(fs::exists(original));
-    EXPECT_EQ(faults(), "") << "moved";
+    EXPECT_NE(faults().find("found file that is not saved"), std::string::npos) << "moved";
     saveFilesLeftFound(library());
     EXPECT_EQ(contentsOf(original), picture);
     EXPECT_EQ(recordOf(ownUUID).uuid, ownUUID);
@@ -392,6 +392,7 @@ TEST_F(Restoring, MakesAnAssetThatTheLibraryLacks) {
     writeFile(lying, picture);
     EXPECT_TRUE(restoreAsset(library(), third, std::span(&lying, 1), true));
     EXPECT_EQ(contentsOf(paths.original(recordOf(third))), picture);
+    saveFilesLeftFound(library());
     EXPECT_EQ(faults(), "");
 }
 

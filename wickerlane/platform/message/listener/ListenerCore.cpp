@@ -137,6 +137,7 @@ ListenerCore::End ListenerCore::serve(const ServiceSocket &place) {
         const ReleaseScope scope;
         epoll_event events[64];
         const int count = epoll_wait(intake.poller.get(), events, std::size(events), timeToWait());
+        intake.setReadyCount(static_cast<std::size_t>(std::max(count, 0)));
         for (int i = 0; i < count; ++i) {
             const std::uint64_t number = events[i].data.u64;
             if (number == listeningNumber)

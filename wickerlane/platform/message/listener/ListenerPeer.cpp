@@ -27,6 +27,11 @@ ListenerPeer::ListenerPeer(ListenerCore *owner, UniqueFd connected, PeerProcess 
 
 ListenerPeer::~ListenerPeer() = default;
 
+bool ListenerPeer::isConnected() {
+    const MutexLock lock(mutex);
+    return state == State::open;
+}
+
 // Sending
 
 void ListenerPeer::send(MessageDictionary *message) {

@@ -50,6 +50,7 @@ public:
 
     [[nodiscard]] const PeerIdentity &identity() const noexcept override { return client.identity; }
     [[nodiscard]] bool isAlive() const noexcept override { return client.isAlive(); }
+    [[nodiscard]] bool isConnected() override WL_EXCLUDES(mutex);
     void send(MessageDictionary *message) override;
     [[nodiscard]] bool postponeUntilRead(Handler<void()> work) override WL_EXCLUDES(mutex);
     void cancel() override;

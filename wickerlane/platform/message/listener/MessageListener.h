@@ -30,6 +30,8 @@ public:
     [[nodiscard]] virtual const PeerIdentity &identity() const noexcept = 0;
     /// True as long as the process that connected still runs, even if its id has been reused.
     [[nodiscard]] virtual bool isAlive() const noexcept = 0;
+    /// Whether what is sent may still reach it.
+    [[nodiscard]] virtual bool isConnected() = 0;
     /// Sends a message of the daemon's own accord.
     virtual void send(MessageDictionary *message) = 0;
     /// Keeps work back from a peer that leaves so many answers unread that it is to get no more: it is called

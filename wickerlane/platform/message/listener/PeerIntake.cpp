@@ -218,7 +218,11 @@ bool PeerIntake::mayHandle(const ListenerPeer &peer) const {
 
 // False when the connection is over.
 bool PeerIntake::readFrom(const Ref<ListenerPeer> &peer) {
-    constexpr int maxRounds = 16; // so that others get their turn
+    // So that others get their turn: with hundreds of small frames from each, the last of many would wait for
+    // tens of thousands.
+    constexpr std::size_t fewPeers = 4;
+    const int maxRounds = ready <= fewPeers ? 16 : 1;
+    const std::size_t smallBytes = ready <= fewPeers ? FrameReader::sharedBytes : 4 * 1024;
     FrameReader &reader = peer->intake.reader;
     peer->noteWhatWasRead();
     for (int round = 0; round < maxRounds; ++round) {
@@ -228,7 +232,7 @@ bool PeerIntake::readFrom(const Ref<ListenerPeer> &peer) {
             peer->intake.waitsWithDescriptors = true;
             return true;
         }
-        const auto outcome = reader.receive(peer->socketDescriptor(), MSG_DONTWAIT);
+        const auto outcome = reader.receive(peer->socketDescriptor(), MSG_DONTWAIT, smallBytes);
         if (outcome == FrameReader::Outcome::nothing)
             return true;
         if (outcome != FrameReader::Outcome::bytes)
@@ -277,9 +281,11 @@ bool PeerIntake::decodeFrames(const Ref<ListenerPeer> &peer, Messages &messages)
 bool PeerIntake::measure(ListenerPeer &peer) const {
     PeerIntakeState &intake = peer.intake;
     const FrameReader::Frame &frame = *intake.waiting;
-    const MessageMeasure found = measureMessage(frame.contents, frame.descriptors.size(), options.weight);
+    const MessageMeasure found =
+        measureMessage(frame.contents, frame.descriptors.size(), options.weight,
+                       {.keys = options.limits.keys, .values = options.limits.queuedBytes});
     intake.waitingCost = found.cost;
-    if (!found.isSound || found.ofValues <= options.limits.queuedBytes)
+    if (!found.isTooMuch)
         return found.isSound;
     const bool wantsReply = frame.header.kind == FrameKind::request;
     if (wantsReply)

@@ -45,6 +45,8 @@ public:
     /// When the last peer went away.
     [[nodiscard]] Clock::time_point emptySince() const noexcept { return lastRemoval; }
 
+    /// So many peers are ready at a time: where they are many, each gets a short turn.
+    void setReadyCount(std::size_t count) noexcept { ready = count; }
     void onReady(const Ref<ListenerPeer> &peer, std::uint32_t events);
     /// Watches the peer for what it may do now.
     void watch(ListenerPeer &peer);
@@ -83,6 +85,7 @@ private:
     const Ref<PeerTurns> turns;                                 // null where peers have no order of their own
     std::unordered_map<std::uint64_t, Ref<ListenerPeer>> peers; // by their numbers
     Clock::time_point lastRemoval{};
+    std::size_t ready = 0;
     bool anyMidMessage = false;
     bool anyUnread = false;
     Clock::time_point lastLook{};

@@ -3,6 +3,7 @@
 #define WICKERLANE_PLATFORM_MESSAGE_WIRE_CONTAINERREADER_H
 
 #include <algorithm>
+#include <limits>
 #include <span>
 #include <vector>
 
@@ -57,8 +58,8 @@ private:
 /// What a message may still hold while it is being checked.
 struct DecodeBudget {
     std::size_t values = MessageLimits::values - 1;
-    std::size_t containers = 0; // so far, inside the message
-    std::size_t entries = 0;    // of these
+    std::size_t cost = 0; // of the values so far
+    std::size_t costLimit = std::numeric_limits<std::size_t>::max();
     std::span<UniqueFd> descriptors;
     bool takesFiles = false;   // of which data is lent
     bool onlyMeasures = false; // makes nothing of the descriptors, which are `announced`
@@ -86,6 +87,9 @@ public:
             if (count > remaining() / minBytes || count > budget->values)
                 return false;
             budget->values -= count;
+            budget->cost += count * MessageCost::value;
+            if (budget->cost > budget->costLimit)
+                return false;
         }
         return true;
     }
@@ -222,7 +226,7 @@ private:
     [[nodiscard]] bool check(const MessageSlot &container, unsigned depth) {
         if (depth > MessageLimits::nesting)
             return false;
-        ++budget->containers;
+        budget->cost += MessageCost::container;
         ContainerReader inner(container.place, container.length, budget);
         MessageSlot slot;
         std::size_t count = 0;
@@ -237,7 +241,7 @@ private:
         }
         if (!inner.readCount(minEntryBytes, count))
             return false;
-        budget->entries += count;
+        budget->cost += count * MessageCost::entry;
         KeysSeen seen(count);
         std::string_view key;
         for (; count != 0; --count)

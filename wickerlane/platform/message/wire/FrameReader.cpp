@@ -62,12 +62,12 @@ void FrameReader::replaceBuffer(Ref<MessageBuffer> fresh) {
     buffer = std::move(fresh);
 }
 
-FrameReader::Outcome FrameReader::receive(int socket, int flags) {
+FrameReader::Outcome FrameReader::receive(int socket, int flags, std::size_t smallBytes) {
     if (!makeRoom())
         return Outcome::malformed;
     // A long frame's buffer takes that frame alone.
-    const std::size_t end =
-        frameLength > sharedBytes ? std::min(frameLength, buffer->capacity()) : buffer->capacity();
+    const std::size_t end = frameLength > sharedBytes ? std::min(frameLength, buffer->capacity())
+                                                      : std::min(buffer->capacity(), last + smallBytes);
     iovec part{buffer->bytes() + last, end - last};
     alignas(cmsghdr) char control[CMSG_SPACE(maxDescriptors * sizeof(int))];
     msghdr message{};

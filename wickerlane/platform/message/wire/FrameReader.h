@@ -21,6 +21,8 @@ public:
     /// in it. A single one of them may keep all of it.
     using Charge = Handler<Ref<Object>(std::size_t bytes)>;
 
+    static constexpr std::size_t sharedBytes = 32 * 1024; ///< Of a buffer for small frames.
+
     enum class Outcome { bytes, nothing, ended, malformed };
     enum class Next { frame, incomplete, malformed };
 
@@ -33,9 +35,9 @@ public:
 
     void setCharge(Charge chosen) { charge = std::move(chosen); }
 
-    /// Receives once. `flags` are those of recvmsg(2). With MSG_DONTWAIT `nothing` means that nothing is
-    /// there.
-    [[nodiscard]] Outcome receive(int socket, int flags);
+    /// Receives once, of small frames at most so many bytes. `flags` are those of recvmsg(2). With
+    /// MSG_DONTWAIT `nothing` means that nothing is there.
+    [[nodiscard]] Outcome receive(int socket, int flags, std::size_t smallBytes = sharedBytes);
     /// The next frame of what was received, if it is whole.
     [[nodiscard]] Next next(Frame &frame);
     /// A frame has begun and is not whole.
@@ -53,7 +55,6 @@ private:
     [[nodiscard]] bool makeRoom();
     void replaceBuffer(Ref<MessageBuffer> fresh);
 
-    static constexpr std::size_t sharedBytes = 32 * 1024;
     // Only what arrives is touched, and takes memory.
     static constexpr std::size_t firstBytesOfLongFrame = 32 * 1024 * 1024;
     Ref<MessageBuffer> buffer;

@@ -45,27 +45,35 @@ Ref<MessageDictionary> decodeMessage(const Ref<MessageBuffer> &buffer, Bytes con
     return dictionary;
 }
 
-MessageMeasure measureMessage(Bytes contents, std::size_t descriptors, const MessageWeight &weight) {
-    DecodeBudget budget{.descriptors = {}, .onlyMeasures = true, .announced = descriptors, .made = {}};
+MessageMeasure measureMessage(Bytes contents, std::size_t descriptors, const MessageWeight &weight,
+                              MessageMeasureLimits limits) {
+    DecodeBudget budget{.costLimit = limits.values,
+                        .descriptors = {},
+                        .onlyMeasures = true,
+                        .announced = descriptors,
+                        .made = {}};
     ContainerReader<false> reader(contents.data(), contents.size(), &budget);
     MessageMeasure measure;
-    std::size_t count = 0;
-    if (!reader.readCount(minEntryBytes, count))
-        return measure;
-    std::string_view key;
-    MessageKind kind{};
-    MessageSlot slot;
-    for (; count != 0; --count) {
-        if (!reader.readKey(key, kind) || !reader.readValue(kind, slot, 1))
-            return measure;
-        if (weight && kind == MessageKind::data)
-            measure.ofContents += weight(key) * slot.length;
-    }
-    measure.isSound = reader.atEnd() && budget.counted == descriptors;
-    measure.ofValues = (MessageLimits::values - 1 - budget.values) * MessageCost::value +
-                       budget.containers * MessageCost::container + budget.entries * MessageCost::entry;
-    measure.cost = MessageCost::message + contents.size() + measure.ofValues + measure.ofContents +
-                   descriptors * MessageCost::descriptor;
+    const auto walk = [&] {
+        std::size_t count = 0;
+        if (!reader.readCount(minEntryBytes, count))
+            return false;
+        measure.isTooMuch = count > limits.keys;
+        std::string_view key;
+        MessageKind kind{};
+        MessageSlot slot;
+        for (; count != 0 && !measure.isTooMuch; --count) {
+            if (!reader.readKey(key, kind) || !reader.readValue(kind, slot, 1))
+                return false;
+            if (weight && kind == MessageKind::data)
+                measure.cost += weight(key) * slot.length;
+        }
+        return measure.isTooMuch || (reader.atEnd() && budget.counted == descriptors);
+    };
+    measure.isSound = walk();
+    measure.isTooMuch = measure.isTooMuch || budget.cost > budget.costLimit;
+    measure.cost +=
+        MessageCost::message + contents.size() + budget.cost + descriptors * MessageCost::descriptor;
     return measure;
 }
 

@@ -25,15 +25,21 @@ enum class LentFiles { areRefused, areRead };
 
 /// What a message will cost.
 struct MessageMeasure {
-    bool isSound = false;       ///< As far as can be told without its descriptors.
-    std::size_t ofValues = 0;   ///< What MessageCost makes of its values.
-    std::size_t ofContents = 0; ///< By the weights of its keys.
-    std::size_t cost = 0;       ///< All that is charged.
+    bool isSound = false;   ///< As far as can be told without its descriptors.
+    bool isTooMuch = false; ///< It has too many keys, or its values cost too much: the rest is not measured.
+    std::size_t cost = 0;   ///< As MessageCost reckons it, and by the weights of its keys.
+};
+
+/// What is too much.
+struct MessageMeasureLimits {
+    std::size_t keys;   ///< Of the message itself.
+    std::size_t values; ///< What MessageCost makes of the values, without their bytes.
 };
 
 /// Looks at the contents of a frame that has so many descriptors, and makes nothing. `weight` may be null.
 [[nodiscard]] WL_EXPORT MessageMeasure measureMessage(Bytes contents, std::size_t descriptors,
-                                                      const MessageWeight &weight);
+                                                      const MessageWeight &weight,
+                                                      MessageMeasureLimits limits);
 
 /// Reads the contents of an error reply or a refusal. Null when they are not as they should be.
 [[nodiscard]] WL_EXPORT Ref<MessageError> decodeError(Bytes contents);

@@ -36,6 +36,9 @@ struct MessageLimits {
     std::size_t connections = 64;
     /// Connections of all processes of one user: many programs, and one that misbehaves, find room.
     std::size_t connectionsOfUser = 1'024;
+    /// Keys of a message itself that a listener takes, since it reads them before others have their turn:
+    /// requests have few.
+    std::size_t keys = 1'024;
     /// Messages of one connection that a listener holds, those without reply too: past it the listener stops
     /// reading that sender.
     std::size_t heldMessages = 1'024;
@@ -43,15 +46,15 @@ struct MessageLimits {
     /// begins no further message of that user, and handles none of those who leave answers unread. One
     /// message is always let through, if what it costs beyond its bytes stays within this too. Both ways
     /// together stay below 128 MiB with what is not reckoned.
-    std::size_t queuedBytes = std::size_t{48} << 20;
+    std::size_t queuedBytes = std::size_t{36} << 20;
     /// The same for what one process sends, so that it leaves room to others of its user.
-    std::size_t queuedBytesOfProcess = std::size_t{32} << 20;
+    std::size_t queuedBytesOfProcess = std::size_t{24} << 20;
     /// Bytes of a message that is let through past these limits when its sender has no other in hand, so that
     /// short requests of a program go on beside another program of its user that floods.
     std::size_t shortMessage = 16 * 1'024;
     /// Bytes of answers that a process leaves unread on some of its connections before, past the user's
-    /// limit, its others wait with them: room for a large answer.
-    std::size_t unreadBytesOfProcess = std::size_t{4} << 20;
+    /// limit, its others wait with them.
+    std::size_t unreadBytesOfProcess = std::size_t{1} << 20;
     /// Bytes of answers that a listener keeps for a user who does not read them. Requests that were begun
     /// before the limit above was met may still be answered; past this one the connection ends.
     std::size_t unreadBytes = std::size_t{80} << 20;
@@ -61,7 +64,7 @@ struct MessageLimits {
     std::size_t begunDescriptorsOfProcess = 32;
     /// Peers whose messages are handled at a time where each has its own order, and those of one process:
     /// bounds the threads of a listener without letting one process take them all.
-    std::size_t turns = 32;
+    std::size_t turns = 24;
     std::size_t turnsOfProcess = 4;
     /// How long a listener waits for the next piece of a message that was begun, and, where the unread
     /// answers of a user are above the limit, for a peer to read some more of them, so that a stalled peer
@@ -85,10 +88,10 @@ struct MessageCost {
     /// Of a value, besides its bytes: its place, and the object that is made when it is asked for.
     static constexpr std::size_t value = 96;
     /// Of an entry of a dictionary within a message, besides its value: its key becomes an object too.
-    static constexpr std::size_t entry = 160;
+    static constexpr std::size_t entry = 224;
     /// Of a dictionary or an array within a message, likewise.
     static constexpr std::size_t container = 768;
-    /// Of a descriptor, of which a process has few: a user's share is 96 of them each way. Of shared memory
+    /// Of a descriptor, of which a process has few: a user's share is 72 of them each way. Of shared memory
     /// at least this.
     static constexpr std::size_t descriptor = 512 * 1'024;
 };
