@@ -284,8 +284,8 @@ void spin(Clock::time_point end) {
 
 int main(int argc, char **argv) {
     const std::string kind = argc > 1 ? argv[1] : "";
-    const auto end =
-        Clock::now() + std::chrono::milliseconds(argc > 2 ? std::lround(std::atof(argv[2]) * 1000) : 0);
+    const auto end = Clock::now() + std::chrono::milliseconds(
+                                        argc > 2 ? std::lround(std::strtod(argv[2], nullptr) * 1000) : 0);
     const auto picture = request(6);
     if (argc > 3)
         picture->setData("objectID", argv[3], std::strlen(argv[3]));

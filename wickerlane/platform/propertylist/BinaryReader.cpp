@@ -84,7 +84,7 @@ private:
         if (root >= count)
             return fail("the root is not among the objects", trailer + 16);
         unread = tablePlace - binaryMagic.size();
-        if (!memory.take(count * (sizeof objects[0] + sizeof heights[0])))
+        if (!memory.take(count * (sizeof(void *) + sizeof(std::uint16_t))))
             return failMemoryUsedUp();
         objects.resize(count);
         heights.resize(count);
