@@ -1,8 +1,10 @@
 // The entry points with a scripted daemon.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <filesystem>
 #include <fstream>
+#include <limits>
 
 #include "tests/api/FromC.h"
 #include "tests/client/FakeConnection.h"
@@ -51,6 +53,24 @@ TEST_F(EntryPoints, WorkFromC) {
     failWith(MessageError::connectionInvalid());
     const char *fault = faultOfAccessors();
     EXPECT_EQ(fault, nullptr) << fault;
+}
+
+TEST_F(EntryPoints, TimeLimitsAreSecondsOfTheProcessAndTheThread) {
+    using namespace std::chrono_literals;
+    constexpr double beyond = std::numeric_limits<double>::infinity();
+    for (const auto &[seconds, limit] :
+         {std::pair{1.5, 1500ms}, std::pair{0.0, 0ms}, std::pair{std::nan(""), 0ms}}) {
+        WLSetTimeLimit(seconds);
+        EXPECT_EQ(fake.timeLimit, limit);
+        WLSetTimeLimitOfThread(seconds);
+        EXPECT_EQ(ReplyTimeLimit::ofThread(), std::optional<std::chrono::nanoseconds>(limit));
+    }
+    WLSetTimeLimit(beyond);
+    EXPECT_GT(fake.timeLimit, 24h * 365);
+    WLSetTimeLimit(-1);
+    EXPECT_EQ(fake.timeLimit, 0ms);
+    WLSetTimeLimitOfThread(-1);
+    EXPECT_EQ(ReplyTimeLimit::ofThread(), std::nullopt);
 }
 
 TEST_F(EntryPoints, CountsAreNumbersOrNull) {

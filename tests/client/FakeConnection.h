@@ -38,6 +38,8 @@ public:
 
     void setEventHandler(Handler<void(MessageValue *)>) override {}
     void setIdleTime(std::chrono::milliseconds) override {}
+    std::chrono::nanoseconds timeLimit{};
+    void setReplyTimeLimit(std::chrono::nanoseconds limit) override { timeLimit = limit; }
     void resume() override {}
     void send(MessageDictionary *message) override { record("none", message); }
     void sendWithReply(MessageDictionary *message, WorkQueue *queue,

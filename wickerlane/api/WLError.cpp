@@ -1,5 +1,8 @@
 #include "wickerlane/api/WLError.h"
 
+#include <algorithm>
+#include <cmath>
+
 #include "wickerlane/client/JXGatekeeperClient.h"
 
 using namespace wickerlane;
@@ -24,11 +27,26 @@ static_assert(isSame(WLErrorNewerVersion, ProblemKind::newerVersion));
 static_assert(isSame(WLErrorUnreachable, ProblemKind::unreachable));
 static_assert(isSame(WLErrorEmpty, ProblemKind::empty));
 static_assert(isSame(WLErrorQueueFull, ProblemKind::queueFull));
+static_assert(isSame(WLErrorTimedOut, ProblemKind::timedOut));
+
+// The end of time for what lies beyond it; none for what is no number.
+std::chrono::nanoseconds timeOf(double seconds) {
+    constexpr double most = 9e9; // seconds that a count of nanoseconds can hold
+    return std::chrono::nanoseconds(seconds > 0 ? std::llround(std::min(seconds, most) * 1e9) : 0);
+}
 
 } // namespace
 
 WLError *WLLastError() {
     return JXGatekeeperClient::lastError();
+}
+
+void WLSetTimeLimit(double seconds) {
+    JXGatekeeperClient::sharedInstance()->setReplyTimeLimit(timeOf(seconds));
+}
+
+void WLSetTimeLimitOfThread(double seconds) {
+    ReplyTimeLimit::setOfThread(seconds < 0 ? std::nullopt : std::optional(timeOf(seconds)));
 }
 
 WLString *WLErrorDomain(const WLError *error) {

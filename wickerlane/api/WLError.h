@@ -19,7 +19,8 @@ enum {
     WLErrorNewerVersion = 10, ///< The library was made by a newer daemon.
     WLErrorUnreachable = 11,  ///< There is no daemon, and it can't be started.
     WLErrorEmpty = 12,        ///< The request holds nothing to work on.
-    WLErrorQueueFull = 13     ///< Too much work is waiting: try again later.
+    WLErrorQueueFull = 13,    ///< Too much work is waiting: try again later.
+    WLErrorTimedOut = 14      ///< No answer came in the time that was allowed.
 };
 
 /// Why the last function of this thread that waited for the daemon has failed; borrowed. Null when the daemon
@@ -34,5 +35,14 @@ WL_EXTERN_C int64_t WLErrorCode(const WLError *error);
 
 /// A text for people: what was wrong, and what to do about it. Borrowed; null for null.
 WL_EXTERN_C WLString *WLErrorText(const WLError *error);
+
+/// How long functions may wait for the daemon, in this process, from now on; 0, which is the default, or less
+/// means without limit. A function that is late fails as it does without a daemon, and WLLastError() is
+/// WLErrorTimedOut. The daemon may still do what was asked.
+WL_EXTERN_C void WLSetTimeLimit(double seconds);
+
+/// The same for what the calling thread calls from now on, whatever the limit of the process. A negative time
+/// ends that.
+WL_EXTERN_C void WLSetTimeLimitOfThread(double seconds);
 
 #endif

@@ -23,6 +23,7 @@
 #include "wickerlane/model/ManagedObjectID.h"
 #include "wickerlane/model/Problem.h"
 #include "wickerlane/platform/message/connection/MessageConnection.h"
+#include "wickerlane/platform/message/connection/ReplyTimeLimit.h"
 #include "wickerlane/platform/object/Array.h"
 #include "wickerlane/platform/object/Data.h"
 #include "wickerlane/platform/object/Dictionary.h"
@@ -81,15 +82,22 @@ public:
     /// Not while operations are running.
     void setConnection(wickerlane::MessageConnection *connection) noexcept { _connection = connection; }
 
+    /// How long operations may wait for hoardd's answer, from now on; zero, which is the default, or less
+    /// means without limit. For one call, or a few: wickerlane::ReplyTimeLimit. An operation that is late
+    /// fails as it does when hoardd can't be reached, with its failure value or in its handler, and its
+    /// answer, should it come, is dropped; lastError() is `timedOut`. hoardd may still do what was asked. Of
+    /// the connection that the client has now.
+    void setReplyTimeLimit(std::chrono::nanoseconds limit) { _connection->setReplyTimeLimit(limit); }
+
     /// waitUntilConnectionSendsAllMessages — blocks until every message sent before has left this process.
     void waitUntilConnectionSendsAllMessages();
 
     /// Why the last operation of the calling thread that blocked has failed; null when hoardd has answered
     /// it, be it with nothing, and before the first. So a failure value with an error is a failure, and one
     /// without is what hoardd said. In WickerlaneRequestErrorDomain: refused (this program may not do that),
-    /// unreachable (no daemon), ending (the daemon restarts), busy, queueFull, notFound, invalid and the
-    /// others of ProblemKind. The localized description says what was wrong, and what to do about it if
-    /// anything can be done. Operations that return at once, and handlers, leave it as it is.
+    /// unreachable (no daemon), ending (the daemon restarts), timedOut, busy, queueFull, notFound, invalid
+    /// and the others of ProblemKind. The localized description says what was wrong, and what to do about it
+    /// if anything can be done. Operations that return at once, and handlers, leave it as it is.
     [[nodiscard]] static wickerlane::Error *lastError();
 
     // Access and launch.

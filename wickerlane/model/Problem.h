@@ -25,7 +25,8 @@ enum class ProblemKind : std::int64_t {
     newerVersion = 10, ///< The library was made by a newer hoardd.
     unreachable = 11,  ///< hoardd can't be started, or stopped answering. Never in a reply.
     empty = 12,        ///< The request holds nothing to work on.
-    queueFull = 13     ///< Too much work is waiting: try again later.
+    queueFull = 13,    ///< Too much work is waiting: try again later.
+    timedOut = 14      ///< No answer came in the time that was allowed. Never in a reply.
 };
 
 struct Problem {

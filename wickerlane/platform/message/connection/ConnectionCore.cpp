@@ -2,8 +2,11 @@
 
 #include <sys/socket.h>
 
+#include <algorithm>
+
 #include "wickerlane/platform/console/Console.h"
 #include "wickerlane/platform/message/connection/ConnectionSession.h"
+#include "wickerlane/platform/message/connection/ReplyTimeLimit.h"
 #include "wickerlane/platform/message/service/ServiceConnector.h"
 #include "wickerlane/platform/process/ForkedChild.h"
 #include "wickerlane/platform/queue/ServiceThreads.h"
@@ -39,6 +42,13 @@ void ConnectionCore::setIdleTime(std::chrono::milliseconds time) {
         return;
     const MutexLock lock(mutex);
     idleTimer.idleTime = time;
+}
+
+void ConnectionCore::setReplyTimeLimit(std::chrono::nanoseconds limit) {
+    if (isForkedChild())
+        return;
+    const MutexLock lock(mutex);
+    replyTimeLimit = limit;
 }
 
 void ConnectionCore::resume() {
@@ -108,7 +118,10 @@ void ConnectionCore::send(const MessageDictionary *message, WorkQueue *queue,
     } else {
         const MutexLock lock(mutex);
         if (state != State::invalid) {
-            frame.setID(session->pending.add(std::move(replyQueue), std::move(handler)));
+            const Clock::time_point due = dueTime();
+            frame.setID(session->pending.add(std::move(replyQueue), std::move(handler), due));
+            if (due < watchedDueTime)
+                watchDueTime(due);
             session->sender.append(frame);
             sendAppended();
             return;
@@ -129,23 +142,51 @@ Ref<MessageValue> ConnectionCore::sendSync(const MessageDictionary *message) {
     if (state == State::invalid)
         return MessageError::connectionInvalid();
     const Ref<Session> mine = session;
+    waiter.due = dueTime();
     frame.setID(mine->pending.add(&waiter));
     mine->sender.append(frame);
     const std::uint64_t end = mine->sender.appended();
     noteActivity();
+    if (waiter.isLimited())
+        awaitUntilDue(*mine, waiter, end);
+    else
+        await(*mine, waiter, end);
+    return std::move(waiter.reply);
+}
+
+void ConnectionCore::await(Session &mine, ReplyWaiter &waiter, std::uint64_t end) {
     while (waiter.reply == nullptr) {
         if (state == State::disconnected) {
             state = State::connecting;
             connect();
-        } else if (state == State::connected && mine->sender.isFree() && mine->sender.sent() < end) {
-            mine->send(*this, 0, end);
-        } else if (state == State::connected && !mine->isBeingRead) {
-            mine->readUntilReply(*this, waiter);
+        } else if (state == State::connected && mine.sender.isFree() && mine.sender.sent() < end) {
+            mine.send(*this, 0, end);
+        } else if (state == State::connected && !mine.isBeingRead) {
+            mine.readUntilReply(*this, waiter);
         } else {
             waiter.changed.wait(mutex);
         }
     }
-    return std::move(waiter.reply);
+}
+
+// Nothing here blocks longer than that: others connect, and send what the socket does not take at once.
+void ConnectionCore::awaitUntilDue(Session &mine, ReplyWaiter &waiter, std::uint64_t end) {
+    if (mine.sender.exceedsLimit())
+        endSession(MessageError::connectionInterrupted());
+    while (waiter.reply == nullptr) {
+        if (state == State::disconnected) {
+            startConnecting();
+        } else if (state == State::connected && mine.sender.isDue() && mine.sender.sent() < end) {
+            mine.send(*this, MSG_DONTWAIT, end);
+        } else if (state == State::connected && !mine.isBeingRead) {
+            mine.readUntilReply(*this, waiter);
+        } else if (!waiter.changed.waitUntil(mutex, waiter.due) && waiter.reply == nullptr) {
+            mine.pending.giveUp(waiter);
+            // It may have been chosen as the next to read.
+            if (state == State::connected && !mine.isBeingRead)
+                mine.passOnReading();
+        }
+    }
 }
 
 void ConnectionCore::sendBarrier(Handler<void()> handler) {
@@ -171,6 +212,36 @@ void ConnectionCore::sendAppended() {
         return;
     const Ref<Session> kept = session;
     kept->sendAppended(*this);
+}
+
+// Being late
+
+Clock::time_point ConnectionCore::dueTime() const {
+    const std::chrono::nanoseconds limit = ReplyTimeLimit::ofThread().value_or(replyTimeLimit);
+    return limit.count() > 0 ? timeAfter(limit) : Clock::time_point::max();
+}
+
+void ConnectionCore::watchDueTime(Clock::time_point due) {
+    watchedDueTime = due;
+    WorkQueue::global()->after(due - Clock::now(),
+                               [self = Ref<ConnectionCore>(this), due] { self->dueTimeCame(due); });
+}
+
+void ConnectionCore::dueTimeCame(Clock::time_point due) {
+    std::vector<Delivery> deliveries;
+    {
+        const MutexLock lock(mutex);
+        if (due != watchedDueTime)
+            return;
+        watchedDueTime = Clock::time_point::max();
+        const Clock::time_point now = Clock::now();
+        PendingReplies &pending = session->pending;
+        pending.giveUpLateHandlers(now, deliveries);
+        constexpr std::chrono::milliseconds pause{1}; // each look takes as long as there are requests
+        if (const auto next = pending.nextDue(); next != Clock::time_point::max())
+            watchDueTime(std::max(next, now + pause));
+    }
+    deliver(std::move(deliveries));
 }
 
 // Connecting

@@ -9,11 +9,13 @@
 #include "wickerlane/platform/message/value/MessageValue.h"
 #include "wickerlane/platform/message/wire/MessageEncoder.h"
 #include "wickerlane/platform/object/Mutex.h"
+#include "wickerlane/platform/queue/Futex.h"
 #include "wickerlane/platform/queue/WorkQueue.h"
 
 namespace wickerlane {
 
 class ConnectionSession;
+struct ReplyWaiter;
 
 /// The machinery of one connection. It is kept alive by its MessageConnection, and for a moment longer by
 /// timers and threads that are at work in it.
@@ -38,6 +40,7 @@ public:
 
     void setEventHandler(Handler<void(MessageValue *)> handler) WL_EXCLUDES(mutex);
     void setIdleTime(std::chrono::milliseconds time) WL_EXCLUDES(mutex);
+    void setReplyTimeLimit(std::chrono::nanoseconds limit) WL_EXCLUDES(mutex);
     void resume() WL_EXCLUDES(mutex);
     void send(const MessageDictionary *message) WL_EXCLUDES(mutex);
     void send(const MessageDictionary *message, WorkQueue *queue, Handler<void(MessageValue *)> handler)
@@ -59,8 +62,13 @@ private:
     void connect() WL_REQUIRES(mutex);
     void failForWantOfThreads() WL_REQUIRES(mutex);
     void sendAppended() WL_REQUIRES(mutex);
+    void await(ConnectionSession &session, ReplyWaiter &waiter, std::uint64_t end) WL_REQUIRES(mutex);
+    void awaitUntilDue(ConnectionSession &session, ReplyWaiter &waiter, std::uint64_t end) WL_REQUIRES(mutex);
     void endSession(MessageError *error, MessageError *pendingError = nullptr) WL_REQUIRES(mutex);
 
+    [[nodiscard]] Clock::time_point dueTime() const WL_REQUIRES(mutex);
+    void watchDueTime(Clock::time_point due) WL_REQUIRES(mutex);
+    void dueTimeCame(Clock::time_point due) WL_EXCLUDES(mutex);
     [[nodiscard]] Delivery barrierPassed(Handler<void()> handler) const;
     void noteActivity() WL_REQUIRES(mutex);
     void startQuietTimer();
@@ -77,6 +85,9 @@ private:
     bool isReleased WL_GUARDED_BY(mutex) = false;
     Handler<void(MessageValue *)> eventHandler WL_GUARDED_BY(mutex);
     IdleTimer idleTimer WL_GUARDED_BY(mutex);
+    std::chrono::nanoseconds replyTimeLimit WL_GUARDED_BY(mutex){}; // zero or less: none
+    // When late handlers are looked for; other timers that fire are out of date.
+    Clock::time_point watchedDueTime WL_GUARDED_BY(mutex) = Clock::time_point::max();
 };
 
 } // namespace wickerlane

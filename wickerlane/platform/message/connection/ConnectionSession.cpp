@@ -1,7 +1,10 @@
 #include "wickerlane/platform/message/connection/ConnectionSession.h"
 
+#include <poll.h>
 #include <sys/epoll.h>
 #include <sys/socket.h>
+
+#include <algorithm>
 
 #include "wickerlane/platform/process/ForkedChild.h"
 
@@ -157,11 +160,28 @@ void ConnectionSession::readUntilReply(ConnectionCore &connection, const ReplyWa
     isQuiet = false;
     arm();
     Received received;
-    while (waiter.reply == nullptr)
-        if (readOnce(connection, 0, received) == ReadResult::sessionIsOver)
+    const int flags = waiter.isLimited() ? MSG_DONTWAIT : 0;
+    while (waiter.reply == nullptr) {
+        const bool isLate = waiter.isLimited() && !awaitInput(connection, waiter.due);
+        if (isOver)
             return;
+        if (isLate)
+            pending.giveUp(waiter);
+        else if (readOnce(connection, flags, received) == ReadResult::sessionIsOver)
+            return;
+    }
     isBeingRead = false;
     passOnReading();
+}
+
+// False when there is none at that time.
+bool ConnectionSession::awaitInput(ConnectionCore &connection, Clock::time_point due) {
+    const MutexUnlock unlocked(connection.mutex);
+    pollfd readable{.fd = socket.get(), .events = POLLIN, .revents = 0};
+    const auto left = std::max<Clock::duration>(due - Clock::now(), Clock::duration::zero());
+    const auto seconds = std::chrono::floor<std::chrono::seconds>(left);
+    const timespec limit{.tv_sec = seconds.count(), .tv_nsec = (left - seconds).count()};
+    return ppoll(&readable, 1, &limit, nullptr) != 0;
 }
 
 // On the reader thread.
@@ -178,7 +198,6 @@ void ConnectionSession::readAvailable(ConnectionCore &connection) {
     passOnReading();
 }
 
-// A thread has stopped reading: another may.
 void ConnectionSession::passOnReading() {
     if (ReplyWaiter *waiter = pending.anyWaiter())
         waiter->changed.notifyOne();

@@ -18,7 +18,7 @@ namespace wickerlane {
 /// One thread at a time reads:
 ///
 ///     reader                begins when                            stops when
-///     a waiting thread      nothing else reads, and its request    its reply has come
+///     a waiting thread      nothing else reads, and its request    its reply has come, or is late
 ///                           has been sent
 ///     the reader thread     its source reports input               there is no more, or other connections
 ///                                                                  are to have their turn
@@ -37,8 +37,10 @@ public:
     void sendAppended(ConnectionCore &connection) WL_REQUIRES(connection.mutex);
     /// Sends until `upTo` bytes, ever, have been sent, as far as the socket takes them.
     void send(ConnectionCore &connection, int flags, std::uint64_t upTo) WL_REQUIRES(connection.mutex);
-    /// On the thread that waits.
+    /// On the thread that waits; until the waiter is late at most.
     void readUntilReply(ConnectionCore &connection, const ReplyWaiter &waiter) WL_REQUIRES(connection.mutex);
+    /// A thread has stopped reading, or does not begin to: another may.
+    void passOnReading();
 
     /// Arms the source for what the reader thread is to do now.
     void arm();
@@ -68,7 +70,8 @@ private:
     [[nodiscard]] ReadResult readOnce(ConnectionCore &connection, int flags, Received &received)
         WL_REQUIRES(connection.mutex);
     [[nodiscard]] bool dispatch(ConnectionCore &connection, Received &received) WL_REQUIRES(connection.mutex);
-    void passOnReading();
+    [[nodiscard]] bool awaitInput(ConnectionCore &connection, Clock::time_point due)
+        WL_REQUIRES(connection.mutex);
     void watchForEnd();
 
     UniqueFd socket;

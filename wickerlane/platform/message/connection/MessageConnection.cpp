@@ -21,6 +21,7 @@ public:
         core->setEventHandler(std::move(handler));
     }
     void setIdleTime(std::chrono::milliseconds time) override { core->setIdleTime(time); }
+    void setReplyTimeLimit(std::chrono::nanoseconds limit) override { core->setReplyTimeLimit(limit); }
     void resume() override { core->resume(); }
     // The last release may come while one of these is at work: what ends a session lets go of its handlers.
     void send(MessageDictionary *message) override { Ref(core)->send(message); }

@@ -33,6 +33,12 @@ public:
     virtual void setEventHandler(Handler<void(MessageValue *)> handler) = 0;
     /// How long nothing is in flight before the connection closes itself; 10 seconds unless set.
     virtual void setIdleTime(std::chrono::milliseconds time) = 0;
+    /// How long the requests that are sent from now on may wait for their replies; zero, which is the
+    /// default, or less means without limit. A ReplyTimeLimit of the sending thread goes before it. A request
+    /// that is late gets an error of the kind `timedOut`, and a reply that comes afterwards is dropped: what
+    /// was asked may still be done. The connection stays as it is. Connecting, and starting the service,
+    /// count.
+    virtual void setReplyTimeLimit(std::chrono::nanoseconds limit) = 0;
     virtual void resume() = 0;
 
     /// Sends without reply, and returns at once.

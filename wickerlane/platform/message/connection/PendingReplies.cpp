@@ -1,5 +1,7 @@
 #include "wickerlane/platform/message/connection/PendingReplies.h"
 
+#include <algorithm>
+
 namespace wickerlane {
 
 PendingReplies::Entry &PendingReplies::allocate() {
@@ -21,11 +23,13 @@ std::uint64_t PendingReplies::add(ReplyWaiter *waiter) {
     return entry.id;
 }
 
-std::uint64_t PendingReplies::add(Ref<WorkQueue> queue, Handler<void(MessageValue *)> handler) {
+std::uint64_t PendingReplies::add(Ref<WorkQueue> queue, Handler<void(MessageValue *)> handler,
+                                  Clock::time_point due) {
     ++handlers;
     Entry &entry = allocate();
     entry.queue = std::move(queue);
     entry.handler = std::move(handler);
+    entry.due = due;
     return entry.id;
 }
 
@@ -35,15 +39,50 @@ bool PendingReplies::resolve(std::uint64_t id, Ref<MessageValue> reply, std::vec
         return false;
     Entry found = std::exchange(entries[position], Entry{});
     entries[position].nextFree = std::exchange(firstFree, position);
-    if (found.waiter != nullptr) {
-        --waiters;
-        found.waiter->reply = std::move(reply);
-        found.waiter->changed.notifyOne();
-    } else {
-        --handlers;
-        deliveries.push_back({std::move(found.queue), std::move(found.handler), std::move(reply)});
-    }
+    give(std::move(found), std::move(reply), deliveries);
     return true;
+}
+
+void PendingReplies::give(Entry taken, Ref<MessageValue> reply, std::vector<Delivery> &deliveries) {
+    if (taken.waiter != nullptr) {
+        --waiters;
+        taken.waiter->reply = std::move(reply);
+        taken.waiter->changed.notifyOne();
+    } else if (taken.queue != nullptr) {
+        --handlers;
+        deliveries.push_back({std::move(taken.queue), std::move(taken.handler), std::move(reply)});
+    }
+}
+
+void PendingReplies::giveUp(Entry &entry, std::vector<Delivery> &deliveries) {
+    constexpr std::int64_t kindTimedOut = 14; // as the model numbers the kinds of problems
+    Entry givenUp;
+    givenUp.id = entry.id;
+    give(std::exchange(entry, std::move(givenUp)),
+         MessageError::create("The service has not answered in time, and may still do what was asked. Ask "
+                              "again later, or allow more time.",
+                              kindTimedOut),
+         deliveries);
+}
+
+void PendingReplies::giveUp(const ReplyWaiter &waiter) {
+    std::vector<Delivery> deliveries;
+    for (Entry &entry : entries)
+        if (entry.waiter == &waiter)
+            return giveUp(entry, deliveries);
+}
+
+void PendingReplies::giveUpLateHandlers(Clock::time_point now, std::vector<Delivery> &deliveries) {
+    for (Entry &entry : entries)
+        if (entry.queue != nullptr && entry.due <= now)
+            giveUp(entry, deliveries);
+}
+
+Clock::time_point PendingReplies::nextDue() const noexcept {
+    Clock::time_point next = Clock::time_point::max();
+    for (const Entry &entry : entries)
+        next = std::min(next, entry.due);
+    return next;
 }
 
 void PendingReplies::failAll(MessageError *error, std::vector<Delivery> &deliveries) {

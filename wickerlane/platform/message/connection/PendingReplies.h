@@ -6,11 +6,15 @@
 
 #include "wickerlane/platform/message/connection/Delivery.h"
 #include "wickerlane/platform/object/Mutex.h"
+#include "wickerlane/platform/queue/Futex.h"
 
 namespace wickerlane {
 
 /// A thread that waits for its reply. Guarded by the connection's mutex.
 struct ReplyWaiter {
+    [[nodiscard]] bool isLimited() const noexcept { return due != Clock::time_point::max(); }
+
+    Clock::time_point due = Clock::time_point::max(); ///< It is late then.
     Condition changed;
     Ref<MessageValue> reply; ///< Null until it is there.
 };
@@ -21,11 +25,18 @@ class PendingReplies {
 public:
     /// Each returns the id of the request.
     [[nodiscard]] std::uint64_t add(ReplyWaiter *waiter);
-    [[nodiscard]] std::uint64_t add(Ref<WorkQueue> queue, Handler<void(MessageValue *)> handler);
+    [[nodiscard]] std::uint64_t add(Ref<WorkQueue> queue, Handler<void(MessageValue *)> handler,
+                                    Clock::time_point due = Clock::time_point::max());
 
     /// Gives a reply to the thread that waits for it, or adds a delivery to its handler. False when nothing
     /// waits under that id.
     [[nodiscard]] bool resolve(std::uint64_t id, Ref<MessageValue> reply, std::vector<Delivery> &deliveries);
+    /// Gives a request that is late the error that says so, unless its reply has come. A later reply is
+    /// dropped.
+    void giveUp(const ReplyWaiter &waiter);
+    void giveUpLateHandlers(Clock::time_point now, std::vector<Delivery> &deliveries);
+    /// When the next handler is late; the end of time when none will be.
+    [[nodiscard]] Clock::time_point nextDue() const noexcept;
     /// Gives the error to all.
     void failAll(MessageError *error, std::vector<Delivery> &deliveries);
 
@@ -38,13 +49,17 @@ private:
     static constexpr std::uint32_t none = ~0U;
     struct Entry {
         std::uint64_t id = 0; // the entry's position and, above it, a number that counts up; 0: free
+        // Without waiter and queue it is given up: its reply is expected, and dropped.
         ReplyWaiter *waiter = nullptr;
         Ref<WorkQueue> queue;
         Handler<void(MessageValue *)> handler;
+        Clock::time_point due = Clock::time_point::max(); // of a handler
         std::uint32_t nextFree = none;
     };
 
     [[nodiscard]] Entry &allocate();
+    void give(Entry taken, Ref<MessageValue> reply, std::vector<Delivery> &deliveries);
+    void giveUp(Entry &entry, std::vector<Delivery> &deliveries);
 
     std::vector<Entry> entries;
     std::uint32_t firstFree = none;
