@@ -1,0 +1,10 @@
+# What is loaded is chosen by the linking alone.
+function(add_nothing name)
+    add_executable(bench_startup_${name} ${CMAKE_CURRENT_SOURCE_DIR}/startup/main.cpp)
+    target_link_options(bench_startup_${name} PRIVATE -Wl,--no-as-needed)
+    target_link_libraries(bench_startup_${name} PRIVATE ${ARGN})
+    add_dependencies(bench_startup bench_startup_${name})
+endfunction()
+add_nothing(dependencies PkgConfig::ICU PkgConfig::EXPAT PkgConfig::UUID PkgConfig::SQLITE ZLIB::ZLIB)
+add_nothing(library wickerlane)
+add_dependencies(bench_startup wickerlane_command)
