@@ -3,10 +3,19 @@
 #define WICKERLANE_TESTS_SUPPORT_FORK_H
 
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
+
+/// For tests that fork while other threads run. A sanitizer's allocator does not follow that: a lock that
+/// another thread holds at the fork stays locked in the child.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define WL_NEEDS_FORK_BESIDE_THREADS() GTEST_SKIP() << "the sanitizer may hang in the child"
+#else
+#define WL_NEEDS_FORK_BESIDE_THREADS() static_cast<void>(0)
+#endif
 
 namespace wickerlane::test {
 

@@ -55,6 +55,7 @@ int firstFault(Ref<MessageConnection> inherited, const Ref<WorkQueue> &serial) {
 } // namespace
 
 TEST(Fork, RefusesTheChildAndIsNotNoticedByTheParent) {
+    WL_NEEDS_FORK_BESIDE_THREADS();
     const auto listener = listen(echo);
     std::atomic<int> events{0};
     const auto connection = connect([&](MessageValue *) { ++events; });
