@@ -10,6 +10,7 @@
 
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/object/Mutex.h"
+#include "wickerlane/platform/object/NeverDestroyed.h"
 #include "wickerlane/platform/object/Paths.h"
 
 namespace wickerlane::hoardd {
@@ -26,7 +27,9 @@ Result<> makeDurableFolder(const std::string &path) {
 
 Result<> makeDurableFolderOnce(const std::string &path) {
     static Mutex mutex;
-    static std::unordered_set<std::string> durable; // folders whose names have been synced as they are now
+    // Folders whose names have been synced as they are now.
+    static NeverDestroyed<std::unordered_set<std::string>> kept;
+    std::unordered_set<std::string> &durable = *kept;
     const std::string parent(parentFolder(path));
     // One that another thread has just made is there, but may not be for good until that thread has synced
     // it.
