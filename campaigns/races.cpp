@@ -309,14 +309,16 @@ private:
     }
 
     /// Files that are dropped are no assets yet.
-    static unsigned findings(bool strayOriginalsCount, std::string &first) {
+    // A file that was dropped is a stray until it is found, and then waits among the found ones to be saved.
+    static unsigned findings(bool droppedFilesCount, std::string &first) {
         const auto report = store::checkLibrary(paths());
         unsigned count = report ? 0 : 1;
         if (!report)
             first = report.error().text;
         else
             for (const store::Finding &each : report->findings)
-                if (strayOriginalsCount || each.kind != store::Finding::Kind::strayOriginal) {
+                if (droppedFilesCount || (each.kind != store::Finding::Kind::strayOriginal &&
+                                          each.kind != store::Finding::Kind::unsavedFile)) {
                     ++count;
                     first = std::string(nameOf(each.kind)) + ' ' + each.path;
                 }
