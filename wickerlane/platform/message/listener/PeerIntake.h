@@ -45,7 +45,7 @@ public:
     /// When the last peer went away.
     [[nodiscard]] Clock::time_point emptySince() const noexcept { return lastRemoval; }
 
-    /// So many peers are ready at a time: where they are many, each gets a short turn.
+    /// How many peers are ready at the same time. Where they are many, each gets a short turn.
     void setReadyCount(std::size_t count) noexcept { ready = count; }
     void onReady(const Ref<ListenerPeer> &peer, std::uint32_t events);
     /// Watches the peer for what it may do now.

@@ -22,8 +22,9 @@ public:
     std::atomic<std::size_t> queuedBytes{0};     ///< Of what waits to be sent.
     std::atomic<std::size_t> memoryInSockets{0}; ///< Of what was sent and may not have been read.
     std::size_t begunDescriptors = 0;            ///< Of the intake thread.
+    std::atomic<bool> isHeldBack{false};         ///< A peer of the user waits until something is freed.
+
     [[nodiscard]] std::size_t unread() const noexcept { return queuedBytes.load() + memoryInSockets.load(); }
-    std::atomic<bool> isHeldBack{false}; ///< A peer of the user waits until something is freed.
 };
 
 /// The part of one process, over all of its connections.

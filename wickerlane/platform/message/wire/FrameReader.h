@@ -35,8 +35,8 @@ public:
 
     void setCharge(Charge chosen) { charge = std::move(chosen); }
 
-    /// Receives once, of small frames at most so many bytes. `flags` are those of recvmsg(2). With
-    /// MSG_DONTWAIT `nothing` means that nothing is there.
+    /// Receives once. `flags` are those of recvmsg(2). With MSG_DONTWAIT `nothing` means that nothing is
+    /// there. Unless a long frame is being received, at most `smallBytes` bytes are.
     [[nodiscard]] Outcome receive(int socket, int flags, std::size_t smallBytes = sharedBytes);
     /// The next frame of what was received, if it is whole.
     [[nodiscard]] Next next(Frame &frame);

@@ -36,7 +36,8 @@ struct MessageMeasureLimits {
     std::size_t values; ///< What MessageCost makes of the values, without their bytes.
 };
 
-/// Looks at the contents of a frame that has so many descriptors, and makes nothing. `weight` may be null.
+/// Checks the contents of a frame and reckons what they will cost, without making objects of them.
+/// `descriptors` is the number that came with the frame. `weight` may be null.
 [[nodiscard]] WL_EXPORT MessageMeasure measureMessage(Bytes contents, std::size_t descriptors,
                                                       const MessageWeight &weight,
                                                       MessageMeasureLimits limits);
