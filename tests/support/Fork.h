@@ -10,7 +10,8 @@
 #include <cstdlib>
 
 /// For tests that fork while other threads run. A sanitizer's allocator does not follow that: a lock that
-/// another thread holds at the fork stays locked in the child.
+/// another thread holds at the fork stays locked in the child, and what the parent's threads hold looks like
+/// a leak.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 #define WL_NEEDS_FORK_BESIDE_THREADS() GTEST_SKIP() << "the sanitizer may hang in the child"
 #else

@@ -99,6 +99,7 @@ TEST(Fork, RefusesTheChildAndIsNotNoticedByTheParent) {
 }
 
 TEST(Fork, ByAHandlerEndsTheChildWhenTheHandlerReturns) {
+    WL_NEEDS_FORK_BESIDE_THREADS();
     const auto listener = listen(echo);
     const auto connection = connect();
     for (const Ref<WorkQueue> &queue : {Ref(WorkQueue::global()), WorkQueue::create("serial")}) {
