@@ -42,8 +42,8 @@ Value sure(wickerlane::Result<Value> value, const char *what) {
     return *std::move(value);
 }
 
-wickerlane::store::AssetRecord recordNumbered(std::size_t number, std::mt19937_64 &random) {
-    wickerlane::store::AssetRecord record;
+wickerlane::AssetRecord recordNumbered(std::size_t number, std::mt19937_64 &random) {
+    wickerlane::AssetRecord record;
     record.uuid = std::to_string(number);
     record.thumbnailIndex = 1;
     record.width = 4000;

@@ -50,7 +50,7 @@ void fillLibrary() {
     std::vector<hoardd::Store::Addition> additions(assets);
     for (std::size_t i = 0; i < assets; ++i) {
         additions[i].record.uuid = UUID::createRandom()->uuidString()->utf8();
-        additions[i].record.kind = i % 10 == 0 ? store::AssetKind::video : store::AssetKind::photo;
+        additions[i].record.kind = i % 10 == 0 ? AssetKind::video : AssetKind::photo;
     }
     if (!store || !(*store)->add(additions) || !(*store)->checkpoint())
         bench::fail("the library can't be filled");

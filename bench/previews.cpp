@@ -87,7 +87,7 @@ void waitUntilShown(std::size_t count) {
     const ReleaseScope scope;
     const auto assets = (*reader)->assets();
     const bool areShown =
-        assets && std::ranges::all_of(*assets, [&](const Ref<store::ManagedAsset> &each) {
+        assets && std::ranges::all_of(*assets, [&](const Ref<ManagedAsset> &each) {
             const std::string &uuid = each->record().uuid;
             return each->record().thumbnailIndex != 0 &&
                    fs::exists((*reader)->paths().thumbnail(uuid, store::ThumbnailSize::small));

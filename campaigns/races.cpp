@@ -359,7 +359,7 @@ bool Race::report() {
     std::set<Contents> originals;
     std::map<std::string, Contents> byUUID;
     for (const Object *each : *store->assets()) {
-        const auto &record = as<store::ManagedAsset>(each)->record();
+        const auto &record = as<ManagedAsset>(each)->record();
         const Contents &bytes = byUUID[record.uuid] = contentsOf(paths().original(record));
         originals.insert(bytes);
     }
@@ -380,7 +380,7 @@ bool Race::report() {
         bool isIn = false;
         if (made != nullptr)
             for (const Object *each : *store->assets({.album = made->record().primaryKey}))
-                isIn = isIn || as<store::ManagedAsset>(each)->record().uuid == uuid;
+                isIn = isIn || as<ManagedAsset>(each)->record().uuid == uuid;
         lostAdditions += isIn ? 0 : 1;
         const bool isCopied =
             made != nullptr &&

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "wickerlane/client/Request.h"
+#include "wickerlane/model/AssetURL.h"
 #include "wickerlane/platform/object/Data.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
@@ -23,7 +24,6 @@
 #include "wickerlane/protocol/CoreRows.h"
 #include "wickerlane/protocol/LibraryRows.h"
 #include "wickerlane/protocol/ServiceName.h"
-#include "wickerlane/store/AssetURL.h"
 
 using namespace wickerlane;
 using client::Reply;
@@ -121,7 +121,7 @@ std::string resultOf(const Dictionary *result) {
 }
 
 Ref<URL> urlOf(const std::string &uuid) {
-    return store::createAssetURL(uuid, "PNG");
+    return createAssetURL(uuid, "PNG");
 }
 
 std::string save(const Arguments &paths) {

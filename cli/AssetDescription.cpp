@@ -14,31 +14,31 @@
 
 namespace wickerlane::cli {
 
-std::string outsideName(const store::AssetRecord &asset) {
+std::string outsideName(const AssetRecord &asset) {
     const std::string &name = asset.originalFilename;
     const bool usable = !name.empty() && name != "." && name != ".." && name.find('/') == std::string::npos &&
                         name.find('\0') == std::string::npos && name.size() <= 200;
     return usable ? name : asset.filename;
 }
 
-const char *kindText(const store::AssetRecord &asset) {
-    return asset.kind == store::AssetKind::photo ? "photo" : "video";
+const char *kindText(const AssetRecord &asset) {
+    return asset.kind == AssetKind::photo ? "photo" : "video";
 }
 
-std::string pixelsText(const store::AssetRecord &asset, const char *unknown) {
+std::string pixelsText(const AssetRecord &asset, const char *unknown) {
     return asset.width > 0 ? fmt::format("{}x{}", asset.width, asset.height) : unknown;
 }
 
-std::string sidecarPath(const store::AssetRecord &asset) {
+std::string sidecarPath(const AssetRecord &asset) {
     std::string path = store::LibraryPaths().sidecar(asset.uuid);
     return access(path.c_str(), F_OK) == 0 ? path : std::string();
 }
 
-std::string createdText(const store::AssetRecord &asset) {
+std::string createdText(const AssetRecord &asset) {
     return clockText(asset.shownDate());
 }
 
-double captureTime(const store::AssetRecord &asset) {
+double captureTime(const AssetRecord &asset) {
     const double seconds = asset.dateCreated + Date::secondsFrom1970To2001;
     if (asset.zoneMinutes || !asset.clockDate)
         return seconds;
@@ -51,8 +51,8 @@ double captureTime(const store::AssetRecord &asset) {
     return static_cast<double>(std::mktime(&parts)) + (seconds - whole);
 }
 
-JSON describe(const store::ManagedAsset &asset) {
-    const store::AssetRecord &record = asset.record();
+JSON describe(const ManagedAsset &asset) {
+    const AssetRecord &record = asset.record();
     JSON result = {
         {"uuid", record.uuid},
         {"kind", kindText(record)},

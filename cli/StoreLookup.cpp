@@ -7,7 +7,7 @@
 #include <cerrno>
 
 #include "cli/DaemonRequests.h"
-#include "wickerlane/store/AssetURL.h"
+#include "wickerlane/model/AssetURL.h"
 #include "wickerlane/store/LibraryCheck.h"
 
 namespace wickerlane::cli {
@@ -42,10 +42,10 @@ std::string whatToDo(ProblemKind kind) {
     }
 }
 
-bool isNamed(const store::ManagedAsset &asset, const std::string &name) {
+bool isNamed(const ManagedAsset &asset, const std::string &name) {
     const auto uuid = UUID::createWithText(name);
     const std::string named =
-        uuid ? std::string(uuid->uuidString()->utf8()) : store::uuidOfAssetURL(URL::create(name).get());
+        uuid ? std::string(uuid->uuidString()->utf8()) : uuidOfAssetURL(URL::create(name).get());
     return asset.record().uuid == named ||
            asset.objectID()->uriRepresentation()->absoluteString()->utf8() == name;
 }
@@ -69,7 +69,7 @@ Result<std::unique_ptr<store::StoreReader>> openStore() {
     return store;
 }
 
-Result<Ref<store::ManagedAsset>> findAsset(store::StoreReader &store, const std::string &name) {
+Result<Ref<ManagedAsset>> findAsset(store::StoreReader &store, const std::string &name) {
     auto found = store.assetWithUUID(name);
     if (found && !*found && name.find("://") != std::string::npos) {
         found = store.assetWithURL(URL::create(name).get());
@@ -85,7 +85,7 @@ Result<Ref<store::ManagedAsset>> findAsset(store::StoreReader &store, const std:
     return found;
 }
 
-Result<Ref<store::ManagedAsset>> findAsset(const std::string &name) {
+Result<Ref<ManagedAsset>> findAsset(const std::string &name) {
     return openStore().and_then([&](const auto &store) { return findAsset(*store, name); });
 }
 
@@ -110,7 +110,7 @@ Result<TrashedAsset> findTrashed(const std::vector<TrashedAsset> &trash, const s
     return *found;
 }
 
-Result<Ref<store::ManagedAlbum>> findAlbum(store::StoreReader &store, const std::string &name) {
+Result<Ref<ManagedAlbum>> findAlbum(store::StoreReader &store, const std::string &name) {
     auto found = store.albumNamed(name);
     if (found && !*found)
         found = store.albumWithUUID(name);

@@ -22,9 +22,9 @@ Failure failToReadStore(const Result<T> &failed) {
 }
 
 /// An asset by its UUID, its persistent URL or the URI of its object ID.
-Result<Ref<store::ManagedAsset>> findAsset(store::StoreReader &store, const std::string &name);
+Result<Ref<ManagedAsset>> findAsset(store::StoreReader &store, const std::string &name);
 /// The same, of the current library.
-Result<Ref<store::ManagedAsset>> findAsset(const std::string &name);
+Result<Ref<ManagedAsset>> findAsset(const std::string &name);
 
 /// What is in the trash, the latest first.
 Result<std::vector<store::TrashedAsset>> readTrash();
@@ -35,7 +35,7 @@ Result<store::TrashedAsset> findTrashed(const std::vector<store::TrashedAsset> &
                                         const std::string &name);
 
 /// An album by its name or UUID.
-Result<Ref<store::ManagedAlbum>> findAlbum(store::StoreReader &store, const std::string &name);
+Result<Ref<ManagedAlbum>> findAlbum(store::StoreReader &store, const std::string &name);
 
 /// The moments, duplicates and the cloud feed of a library.
 Result<store::AnalysisReader> openAnalyses(const store::StoreReader &store);

@@ -100,7 +100,7 @@ bool staysBelow(const fs::path &path) {
     });
 }
 
-bool readSum(std::string_view digits, store::Sha256 &sum) {
+bool readSum(std::string_view digits, Sha256 &sum) {
     if (digits.size() != 2 * sum.size())
         return false;
     for (std::size_t at = 0; at < sum.size(); ++at) {

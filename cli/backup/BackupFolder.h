@@ -15,16 +15,16 @@
 #include <string>
 #include <vector>
 
+#include "wickerlane/model/AssetRecord.h"
 #include "wickerlane/model/Result.h"
 #include "wickerlane/platform/file/UniqueFd.h"
-#include "wickerlane/store/AssetRecord.h"
 
 namespace wickerlane::cli {
 
 /// A file of the library.
 struct BackedUpFile {
     std::string path; ///< Relative to the library's folder, or one of those below.
-    store::Sha256 sum{};
+    Sha256 sum{};
     std::uint64_t size = 0;
     std::int64_t modified = 0; ///< Nanoseconds since 1970.
 

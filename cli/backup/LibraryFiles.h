@@ -7,16 +7,16 @@
 #include <string>
 #include <vector>
 
+#include "wickerlane/model/AssetRecord.h"
 #include "wickerlane/model/Result.h"
-#include "wickerlane/store/AssetRecord.h"
 #include "wickerlane/store/LibraryPaths.h"
 #include "wickerlane/store/Sqlite.h"
 
 namespace wickerlane::cli {
 
 struct LibraryFile {
-    std::string path;                 ///< Relative to the library's folder.
-    std::optional<store::Sha256> sum; ///< As the store has it; nothing when the store doesn't know the file.
+    std::string path;          ///< Relative to the library's folder.
+    std::optional<Sha256> sum; ///< As the store has it; nothing when the store doesn't know the file.
     bool isOriginal = false;
     bool isCompanion = false;
     bool isFaulty = false; ///< hoardd has found that it is no longer what was saved.

@@ -52,7 +52,7 @@ Result<UniqueFd> openForCopy(const std::string &path) {
     return file;
 }
 
-Result<store::Sha256> sumOfFile(const std::string &path) {
+Result<Sha256> sumOfFile(const std::string &path) {
     const auto file = openForCopy(path);
     if (!file)
         return passOn(file);
@@ -71,7 +71,7 @@ VerifiedCopy::~VerifiedCopy() {
         unlink(temporary.c_str());
 }
 
-Result<> VerifiedCopy::copyFrom(int source, const std::string &sourcePath, const store::Sha256 &sum) {
+Result<> VerifiedCopy::copyFrom(int source, const std::string &sourcePath, const Sha256 &sum) {
     if (const auto copied = copyBytes(source, sourcePath, fd.get(), temporary); !copied)
         return copied;
     if (fsync(fd.get()) != 0)

@@ -7,15 +7,15 @@
 #include <cstdint>
 #include <string>
 
+#include "wickerlane/model/AssetRecord.h"
 #include "wickerlane/model/Result.h"
 #include "wickerlane/platform/file/UniqueFd.h"
-#include "wickerlane/store/AssetRecord.h"
 
 namespace wickerlane::cli {
 
 /// Opens a regular file for reading, without waiting for what a pipe in its place would send.
 Result<UniqueFd> openForCopy(const std::string &path);
-Result<store::Sha256> sumOfFile(const std::string &path);
+Result<Sha256> sumOfFile(const std::string &path);
 
 /// The copy is written under a temporary name in the same file system, and removed unless it takes its place.
 class VerifiedCopy {
@@ -26,7 +26,7 @@ public:
 
     /// Copies all that `source` holds, syncs it, and reads it back from the disk. Fails unless both have the
     /// sum.
-    Result<> copyFrom(int source, const std::string &sourcePath, const store::Sha256 &sum);
+    Result<> copyFrom(int source, const std::string &sourcePath, const Sha256 &sum);
     /// Gives the file a mode, and a time of last change in nanoseconds since 1970.
     Result<> setAttributes(mode_t mode, std::int64_t modified);
     /// Takes the place of what may be there. The folder is made when it is missing.

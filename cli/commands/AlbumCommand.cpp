@@ -20,8 +20,8 @@ struct Options {
     bool json = false;
 };
 
-JSON describe(const store::ManagedAlbum &album) {
-    const store::AlbumRecord &record = album.record();
+JSON describe(const ManagedAlbum &album) {
+    const AlbumRecord &record = album.record();
     JSON described = {{"name", record.name},
                       {"uuid", record.uuid},
                       {"url", album.groupURL()->absoluteString()->utf8()},
@@ -36,7 +36,7 @@ JSON describe(const store::ManagedAlbum &album) {
 /// An album, and the store that it was found in.
 struct NamedAlbum {
     std::unique_ptr<store::StoreReader> store;
-    Ref<store::ManagedAlbum> album;
+    Ref<ManagedAlbum> album;
 };
 
 Result<NamedAlbum> openAlbum(const std::string &name) {
@@ -59,7 +59,7 @@ Result<ExitCode> list(const Options &options) {
     JSON all = JSON::array();
     Table table({{"ASSETS", Table::Align::right}, {"CREATED"}, {"UUID"}, {"NAME"}});
     for (const auto &album : *albums) {
-        const store::AlbumRecord &record = album->record();
+        const AlbumRecord &record = album->record();
         all.push_back(describe(*album));
         table.add(
             {std::to_string(record.assetCount), dateText(record.dateCreated), record.uuid, record.name});
@@ -90,7 +90,7 @@ Result<ExitCode> create(const Options &options) {
     return ExitCode::success;
 }
 
-Result<> addAsset(store::StoreReader &store, const store::ManagedAlbum &album, const std::string &name) {
+Result<> addAsset(store::StoreReader &store, const ManagedAlbum &album, const std::string &name) {
     const auto asset = findAsset(store, name);
     if (!asset)
         return passOn(asset);
@@ -131,7 +131,7 @@ Result<ExitCode> show(const Options &options) {
     described["assets"] = JSON::array();
     Table table({{"CREATED"}, {"UUID"}, {"NAME"}});
     for (const auto &asset : *assets) {
-        const store::AssetRecord &record = asset->record();
+        const AssetRecord &record = asset->record();
         described["assets"].push_back(cli::describe(*asset));
         table.add({createdText(record), record.uuid, outsideName(record)});
     }
@@ -144,7 +144,7 @@ Result<ExitCode> deleteEmpty(const Options &options) {
     if (!named)
         return passOn(named);
     const auto &[store, album] = *named;
-    const store::AlbumRecord &record = album->record();
+    const AlbumRecord &record = album->record();
     if (record.assetCount != 0)
         return fail(ProblemKind::failed, fmt::format("the album {} is not empty: it holds {}", record.name,
                                                      countText(record.assetCount, "asset", "assets")));

@@ -32,7 +32,7 @@ struct Options {
     bool quiet = false;
 };
 
-Result<store::Sha256> sumOfFile(const std::string &path) {
+Result<Sha256> sumOfFile(const std::string &path) {
     const UniqueFd file = openFile(path, O_RDONLY);
     if (!file)
         return failSystem("open", path);

@@ -26,7 +26,7 @@ bool isWanted(std::size_t count, bool now) {
 }
 
 /// What is deleted at once may be in the trash already.
-Result<Ref<store::ManagedAsset>> findToDelete(store::StoreReader &store, const std::string &name, bool now) {
+Result<Ref<ManagedAsset>> findToDelete(store::StoreReader &store, const std::string &name, bool now) {
     const auto asset = findAsset(store, name);
     if (asset || !now || asset.error().kind != ProblemKind::notFound)
         return asset;
@@ -37,7 +37,7 @@ Result<Ref<store::ManagedAsset>> findToDelete(store::StoreReader &store, const s
     return trashed.error().kind == ProblemKind::notFound ? asset : passOn(trashed);
 }
 
-Result<> deleteAsset(const store::ManagedAsset &asset, bool now) {
+Result<> deleteAsset(const ManagedAsset &asset, bool now) {
     return waitForSuccess("see the daemon's log",
                           [&](const SuccessHandler &handler) {
                               auto *client = JXGatekeeperClient::sharedInstance();
@@ -57,7 +57,7 @@ Result<ExitCode> deleteAssets(const Options &options) {
     if (!store)
         return passOn(store);
     ExitCode code = ExitCode::success;
-    std::vector<Ref<store::ManagedAsset>> assets;
+    std::vector<Ref<ManagedAsset>> assets;
     for (const std::string &name : options.assets)
         if (const auto asset = findToDelete(**store, name, options.now))
             assets.push_back(*asset);

@@ -76,7 +76,7 @@ Result<> printGroups(store::StoreReader &store, const std::vector<store::Duplica
                 return failToReadStore(asset);
             if (!*asset)
                 continue; // deleted since
-            const store::AssetRecord &record = (*asset)->record();
+            const AssetRecord &record = (*asset)->record();
             table.add({std::to_string(number), likeness, record.uuid, createdText(record),
                        pixelsText(record, "-"), sizeText(record.byteSize), outsideName(record)});
             assets.push_back(describe(**asset));

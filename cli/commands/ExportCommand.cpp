@@ -38,20 +38,20 @@ struct Options {
     bool quiet = false;
 };
 
-using Assets = std::vector<Ref<store::ManagedAsset>>;
+using Assets = std::vector<Ref<ManagedAsset>>;
 
 /// An asset with its second file, if it has one.
 struct Shot {
-    const store::ManagedAsset &asset;
+    const ManagedAsset &asset;
     const store::Companion *companion;
 };
 
-Shot shotOf(const store::ManagedAsset &asset, const store::Companions &companions) {
+Shot shotOf(const ManagedAsset &asset, const store::Companions &companions) {
     const auto found = companions.find(asset.record().uuid);
     return {asset, found == companions.end() ? nullptr : &found->second};
 }
 
-Result<UniqueFd> openOriginal(const store::ManagedAsset &asset) {
+Result<UniqueFd> openOriginal(const ManagedAsset &asset) {
     UniqueFd original(JXGatekeeperClient::sharedInstance()->fileDescriptorForAssetURL(asset.assetURL()));
     if (!original)
         return failRequest({ProblemKind::failed,
@@ -60,7 +60,7 @@ Result<UniqueFd> openOriginal(const store::ManagedAsset &asset) {
     return original;
 }
 
-Result<> writeCopy(const store::ManagedAsset &asset, int original, const std::string &path, bool force) {
+Result<> writeCopy(const ManagedAsset &asset, int original, const std::string &path, bool force) {
     auto file = NewFile::create(path);
     if (!file)
         return passOn(file);
@@ -70,7 +70,7 @@ Result<> writeCopy(const store::ManagedAsset &asset, int original, const std::st
 }
 
 /// Copies the file of metadata that came with an asset beside its copy, unless there is one of that name.
-Result<> writeSidecar(const store::ManagedAsset &asset, const std::string &copy) {
+Result<> writeSidecar(const ManagedAsset &asset, const std::string &copy) {
     const std::string sidecar = sidecarPath(asset.record()), path = copy + ".xmp";
     if (sidecar.empty())
         return {};
@@ -176,7 +176,7 @@ struct Exported {
 /// Exports an asset under a name that is free for all its files, unless they are there already.
 Result<> exportInto(Names &names, const Shot &shot, Exported &exported) {
     const ReleaseScope scope;
-    const store::ManagedAsset &asset = shot.asset;
+    const ManagedAsset &asset = shot.asset;
     std::vector<UniqueFd> files;
     auto original = openOriginal(asset);
     if (!original)
@@ -252,7 +252,7 @@ Result<ExitCode> exportAll(const Options &options, const Assets &assets, const s
 }
 
 Result<ExitCode> exportOne(const Options &options, const Shot &shot, ExitCode code) {
-    const store::ManagedAsset &asset = shot.asset;
+    const ManagedAsset &asset = shot.asset;
     std::string path = options.to;
     if (path.ends_with('/')) {
         std::error_code ignored; // writing there tells

@@ -24,7 +24,7 @@ Result<ExitCode> list(const Options &options) {
     store::AssetQuery query = options.query;
     query.newestFirst = options.sort == "newest";
     if (!options.kind.empty())
-        query.kind = options.kind == "photo" ? store::AssetKind::photo : store::AssetKind::video;
+        query.kind = options.kind == "photo" ? AssetKind::photo : AssetKind::video;
     const auto assets = (*store)->assets(query);
     if (!assets)
         return failToReadStore(assets);
@@ -34,7 +34,7 @@ Result<ExitCode> list(const Options &options) {
     Table table(
         {{"UUID"}, {"KIND"}, {"CREATED"}, {"PIXELS", Align::right}, {"SIZE", Align::right}, {"NAME"}});
     for (const auto &asset : *assets) {
-        const store::AssetRecord &record = asset->record();
+        const AssetRecord &record = asset->record();
         if (options.json)
             all.push_back(describe(*asset));
         else

@@ -49,11 +49,11 @@ Result<> printMoments(store::AnalysisReader &reader, const std::string &storeUUI
                    std::to_string(moment.videoCount), placeText(moment)});
         if (!json)
             continue;
-        JSON described = describe(store::objectURI(storeUUID, moment.primaryKey, store::momentEntity),
+        JSON described = describe(objectURI(storeUUID, moment.primaryKey, store::momentEntity),
                                   moment.startDate, moment.endDate, moment.assetCount, moment.keyAsset);
         if (moment.latitude)
             described["place"] = {{"latitude", *moment.latitude}, {"longitude", *moment.longitude}};
-        described["list"] = store::objectURI(storeUUID, moment.list, store::momentListEntity);
+        described["list"] = objectURI(storeUUID, moment.list, store::momentListEntity);
         const auto uuids = reader.assetsOfMoment(moment.primaryKey);
         if (!uuids)
             return failToReadStore(uuids);
@@ -74,7 +74,7 @@ Result<> printLists(store::AnalysisReader &reader, const std::string &storeUUID,
     for (const store::MomentListRecord &list : *lists) {
         table.add({clockText(list.startDate), clockText(list.endDate), std::to_string(list.momentCount),
                    std::to_string(list.assetCount)});
-        JSON described = describe(store::objectURI(storeUUID, list.primaryKey, store::momentListEntity),
+        JSON described = describe(objectURI(storeUUID, list.primaryKey, store::momentListEntity),
                                   list.startDate, list.endDate, list.assetCount, list.keyAsset);
         described["moments"] = list.momentCount;
         all.push_back(std::move(described));
@@ -113,7 +113,7 @@ Result<> analyze(const store::StoreReader &store, const std::string &objectID) {
     if (!lists)
         return failToReadStore(lists);
     const auto keyIn = [&](std::string_view entity) {
-        return store::primaryKeyInURI(objectID, store.storeUUID(), entity);
+        return primaryKeyInURI(objectID, store.storeUUID(), entity);
     };
     const auto *moment = recordWithKey(*moments, keyIn(store::momentEntity));
     const auto *list = recordWithKey(*lists, keyIn(store::momentListEntity));

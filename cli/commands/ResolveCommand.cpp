@@ -6,8 +6,8 @@
 #include "cli/Output.h"
 #include "cli/Subcommands.h"
 #include "wickerlane/api/WLNPersistentURL.h"
+#include "wickerlane/model/AssetURL.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
-#include "wickerlane/store/AssetURL.h"
 
 namespace wickerlane::cli {
 namespace {
@@ -24,7 +24,7 @@ Result<std::string> pathOf(const std::string &text) {
         return fail(ProblemKind::invalid,
                     fmt::format("{} is not a persistent URL; that of an asset looks like "
                                 "{}://asset/asset.JPG?id=...",
-                                text, store::assetURLScheme));
+                                text, assetURLScheme));
     const auto path = Ref<String>::adopt(WLNCreatePathForPersistentURL(url.get()));
     if (!path)
         return failRequest({ProblemKind::notFound, fmt::format("the library has no file for {}", text), {}});

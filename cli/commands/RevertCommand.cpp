@@ -15,7 +15,7 @@ struct Options {
     std::vector<std::string> assets;
 };
 
-Result<> revert(const store::ManagedAsset &asset) {
+Result<> revert(const ManagedAsset &asset) {
     client::Request request(protocol::revertAsset);
     request.set(protocol::keys::assetURL, asset.assetURL());
     return waitForWork(request).map_error([&](Problem problem) {
@@ -29,7 +29,7 @@ Result<ExitCode> revertAssets(const Options &options) {
     if (!store)
         return passOn(store);
     ExitCode code = ExitCode::success;
-    std::vector<Ref<store::ManagedAsset>> assets;
+    std::vector<Ref<ManagedAsset>> assets;
     for (const std::string &name : options.assets)
         if (const auto asset = findAsset(**store, name))
             assets.push_back(*asset);

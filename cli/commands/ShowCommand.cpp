@@ -33,8 +33,8 @@ void printEdit(const store::Rendition &rendition, const std::string &path) {
         printField("  " + key, value.get<std::string>());
 }
 
-void printFields(const store::ManagedAsset &asset) {
-    const store::AssetRecord &record = asset.record();
+void printFields(const ManagedAsset &asset) {
+    const AssetRecord &record = asset.record();
     printField("UUID", record.uuid);
     printField("Kind", kindText(record));
     printField("Name", outsideName(record));

@@ -59,7 +59,7 @@ int formatOfSize(std::uint64_t pixels) {
 }
 
 /// The name of the file when none is given.
-std::string defaultName(const store::ManagedAsset &asset, int format) {
+std::string defaultName(const ManagedAsset &asset, int format) {
     if (format == protocol::imageDataOriginal)
         return asset.record().filename;
     return asset.record().uuid + (format == protocol::imageDataFullSizePNG ? ".png" : ".jpg");
@@ -69,7 +69,7 @@ Result<ExitCode> writeThumbnail(const Options &options) {
     const auto found = findAsset(options.asset);
     if (!found)
         return passOn(found);
-    const store::ManagedAsset &asset = **found;
+    const ManagedAsset &asset = **found;
     const int format = options.size ? formatOfSize(*options.size) : formatNamed(options.format);
     const Data *data = JXGatekeeperClient::sharedInstance()->imageDataForAsset(asset.objectID(), format);
     if (data == nullptr) {

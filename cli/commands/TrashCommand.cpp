@@ -39,7 +39,7 @@ Result<ExitCode> listTrash(const ListOptions &options) {
     using Align = Table::Align;
     Table table({{"UUID"}, {"KIND"}, {"DELETED"}, {"KEPT UNTIL"}, {"SIZE", Align::right}, {"NAME"}});
     for (const auto &[asset, dateTrashed] : *trash) {
-        const store::AssetRecord &record = asset->record();
+        const AssetRecord &record = asset->record();
         const double end = dateTrashed + store::trashLifetime;
         if (options.json) {
             JSON described = describe(*asset);
@@ -55,7 +55,7 @@ Result<ExitCode> listTrash(const ListOptions &options) {
     return ExitCode::success;
 }
 
-Result<> restoreAsset(const store::ManagedAsset &asset) {
+Result<> restoreAsset(const ManagedAsset &asset) {
     return waitForSuccess("see the daemon's log",
                           [&](const SuccessHandler &handler) {
                               JXGatekeeperClient::sharedInstance()->restoreTrashedAssetWithURL(

@@ -21,7 +21,7 @@ Result<Answer> addGroup(Library &library, const Call &call) {
         return Answer().set(keys::nameTaken, true);
     if (!uuid)
         return fail(uuid.error().kind, "can't make the album: " + uuid.error().text);
-    return Answer().set(keys::nameTaken, false).set(keys::groupURL, store::createAlbumURL(*uuid).get());
+    return Answer().set(keys::nameTaken, false).set(keys::groupURL, createAlbumURL(*uuid).get());
 }
 
 Result<Answer> addAssetToAlbum(Library &library, const Call &call) {
@@ -52,7 +52,7 @@ Result<Answer> recalculateCachedAlbumCounts(Library &library, const Call &) {
 }
 
 Result<Answer> automaticallyDeleteEmptyAlbum(Library &library, const Call &call) {
-    const auto album = keyOfObject(library, call.value(keys::albumOID), store::albumEntity);
+    const auto album = keyOfObject(library, call.value(keys::albumOID), albumEntity);
     if (!album)
         return passOn(album);
     return whenDone(deleteAlbumIfEmpty(library, *album));

@@ -16,7 +16,6 @@
 
 namespace wickerlane::hoardd {
 
-using store::AlbumRecord;
 using store::LibraryPaths;
 
 namespace {

@@ -6,15 +6,15 @@
 #include <string>
 #include <vector>
 
+#include "wickerlane/model/ManagedAlbum.h"
 #include "wickerlane/store/LibraryPaths.h"
-#include "wickerlane/store/ManagedAlbum.h"
 
 namespace wickerlane::hoardd {
 
 // A note is a copy, written after the commit. One that can't be written is logged: it costs nothing unless
 // the store is lost as well.
 
-void noteAlbum(const store::LibraryPaths &paths, const store::AlbumRecord &album);
+void noteAlbum(const store::LibraryPaths &paths, const AlbumRecord &album);
 void noteAlbumAsset(const store::LibraryPaths &paths, const std::string &albumUUID,
                     const std::string &assetUUID);
 /// Of all assets that are left in an album, in the order in which they were added.
@@ -23,7 +23,7 @@ void noteAlbumAssets(const store::LibraryPaths &paths, const std::string &albumU
 void removeAlbumNote(const store::LibraryPaths &paths, const std::string &albumUUID);
 
 struct NotedAlbum {
-    store::AlbumRecord album;        ///< Without key and count.
+    AlbumRecord album;               ///< Without key and count.
     std::vector<std::string> assets; ///< Their UUIDs, in the order in which they were added.
 };
 

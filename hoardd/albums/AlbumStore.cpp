@@ -13,7 +13,7 @@ std::string firstText(const Statement &row) {
 
 } // namespace
 
-Result<> insertAlbum(Database &database, const store::AlbumRecord &album) {
+Result<> insertAlbum(Database &database, const AlbumRecord &album) {
     return database
         .prepare("INSERT INTO zalbum (uuid, name, streamid, datecreated) VALUES (?, ?, nullif(?, ''), ?)")
         .bind(album.uuid, album.name, album.streamID, album.dateCreated)

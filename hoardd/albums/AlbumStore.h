@@ -9,12 +9,12 @@
 #include <string_view>
 #include <vector>
 
-#include "wickerlane/store/ManagedAlbum.h"
+#include "wickerlane/model/ManagedAlbum.h"
 #include "wickerlane/store/Sqlite.h"
 
 namespace wickerlane::hoardd {
 
-[[nodiscard]] Result<> insertAlbum(sqlite::Database &database, const store::AlbumRecord &album);
+[[nodiscard]] Result<> insertAlbum(sqlite::Database &database, const AlbumRecord &album);
 [[nodiscard]] Result<bool> hasAlbum(sqlite::Database &database, std::string_view uuid);
 [[nodiscard]] Result<bool> isAlbumNameTaken(sqlite::Database &database, std::string_view name);
 /// The UUID of the album that a stream shares, if it has one.

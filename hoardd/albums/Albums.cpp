@@ -15,7 +15,6 @@
 namespace wickerlane::hoardd {
 
 using sqlite::Database;
-using store::AlbumRecord;
 
 namespace {
 
@@ -68,8 +67,7 @@ Result<> checkForRoom(Database &database, const AlbumRecord &album) {
 }
 
 /// Whether the asset is new in the album.
-Result<bool> addAsset(Database &database, const store::AssetRecord &asset, const AlbumRecord &album,
-                      uid_t user) {
+Result<bool> addAsset(Database &database, const AssetRecord &asset, const AlbumRecord &album, uid_t user) {
     const auto isPresent = isInAlbum(database, album.primaryKey, asset.primaryKey);
     if (!isPresent)
         return passOn(isPresent);
@@ -153,8 +151,7 @@ Result<std::string> makeStreamAlbum(Library &library, std::string_view streamID)
     return made;
 }
 
-Result<> addToAlbum(Library &library, const store::ManagedAsset &asset, const store::ManagedAlbum &album,
-                    uid_t user) {
+Result<> addToAlbum(Library &library, const ManagedAsset &asset, const ManagedAlbum &album, uid_t user) {
     const auto isNew = library.writer().change(
         [&](Database &database) { return addAsset(database, asset.record(), album.record(), user); });
     if (!isNew)

@@ -23,8 +23,8 @@ inline constexpr std::int64_t maxSharedAssets = 5000;
 
 /// Puts an asset into an album for a user; adding it again changes nothing. An asset that is new in a shared
 /// album becomes a bulletin.
-[[nodiscard]] Result<> addToAlbum(Library &library, const store::ManagedAsset &asset,
-                                  const store::ManagedAlbum &album, uid_t user);
+[[nodiscard]] Result<> addToAlbum(Library &library, const ManagedAsset &asset, const ManagedAlbum &album,
+                                  uid_t user);
 
 /// Deletes an album, by its primary key, when there is nothing in it.
 [[nodiscard]] Result<> deleteAlbumIfEmpty(Library &library, std::int64_t album);

@@ -4,12 +4,12 @@
 #include "hoardd/albums/BulletinTexts.h"
 #include "hoardd/library/Clock.h"
 #include "hoardd/pictures/PreviewWell.h"
+#include "wickerlane/model/AssetURL.h"
 #include "wickerlane/platform/object/Dictionary.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/object/Paths.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/protocol/BulletinKeys.h"
-#include "wickerlane/store/AssetURL.h"
 
 namespace wickerlane::hoardd {
 
@@ -24,7 +24,7 @@ void describeAdded(MutableDictionary &bulletin, const BulletinRecord &record) {
                                                        static_cast<std::size_t>(record.videos)},
                                                       record.sender, record.albumName));
     bulletin.set(kBulletinKeySenderNames, Array::of({String::of(record.sender)}));
-    bulletin.set(kBulletinKeyDefaultURL, store::createAlbumURL(record.albumUUID)->absoluteString());
+    bulletin.set(kBulletinKeyDefaultURL, createAlbumURL(record.albumUUID)->absoluteString());
     std::string albumView(JXSuppresionContextPrefixAlbumView->utf8());
     bulletin.set(kBulletinKeySuppresionContexts, Array::of({JXLibraryViewBulletinSuppresionContext,
                                                             String::of(albumView.append(record.albumUUID))}));
@@ -36,7 +36,7 @@ void describeLost(MutableDictionary &bulletin, const BulletinRecord &record) {
                  originalsLostText(static_cast<std::size_t>(record.photos + record.videos)));
     if (record.assetUUID.empty())
         return;
-    if (const auto url = store::createAssetURL(record.assetUUID, pathExtension(record.assetFilename)))
+    if (const auto url = createAssetURL(record.assetUUID, pathExtension(record.assetFilename)))
         bulletin.set(kBulletinKeyDefaultURL, url->absoluteString());
 }
 

@@ -9,7 +9,6 @@ namespace wickerlane::hoardd {
 
 using sqlite::Database;
 using sqlite::Statement;
-using store::AssetKind;
 
 namespace {
 
@@ -80,7 +79,7 @@ Result<std::optional<BulletinRecord>> gatheringBulletin(Database &database, cons
 }
 
 /// Gives the number of the bulletin's first record.
-Result<std::int64_t> addBulletin(Database &database, const Subject &subject, const store::AssetRecord &asset,
+Result<std::int64_t> addBulletin(Database &database, const Subject &subject, const AssetRecord &asset,
                                  std::string_view sender, double date) {
     const auto gathering = gatheringBulletin(database, subject, date);
     if (!gathering)
@@ -114,14 +113,14 @@ Result<std::int64_t> addBulletin(Database &database, const Subject &subject, con
 
 } // namespace
 
-Result<> addAssetBulletin(Database &database, const store::AssetRecord &asset,
-                          const store::AlbumRecord &album, std::string_view sender, double date) {
+Result<> addAssetBulletin(Database &database, const AssetRecord &asset, const AlbumRecord &album,
+                          std::string_view sender, double date) {
     const auto added =
         addBulletin(database, {BulletinType::assetsAdded, album.primaryKey}, asset, sender, date);
     return added ? Result<>() : passOn(added);
 }
 
-Result<> addOriginalBulletin(Database &database, const store::AssetRecord &asset, double date) {
+Result<> addOriginalBulletin(Database &database, const AssetRecord &asset, double date) {
     const auto added = addBulletin(database, {BulletinType::originalsLost, std::nullopt}, asset, {}, date);
     if (!added)
         return passOn(added);

@@ -8,8 +8,8 @@
 #include <string_view>
 #include <vector>
 
-#include "wickerlane/store/AssetRecord.h"
-#include "wickerlane/store/ManagedAlbum.h"
+#include "wickerlane/model/AssetRecord.h"
+#include "wickerlane/model/ManagedAlbum.h"
 #include "wickerlane/store/Sqlite.h"
 
 namespace wickerlane::hoardd {
@@ -43,14 +43,12 @@ struct BulletinRecord {
 
 /// Makes a bulletin of an asset that somebody added to a shared album. What is added to one album within ten
 /// minutes is gathered in one bulletin. Expired ones are deleted.
-[[nodiscard]] Result<> addAssetBulletin(sqlite::Database &database, const store::AssetRecord &asset,
-                                        const store::AlbumRecord &album, std::string_view sender,
-                                        double date);
+[[nodiscard]] Result<> addAssetBulletin(sqlite::Database &database, const AssetRecord &asset,
+                                        const AlbumRecord &album, std::string_view sender, double date);
 
 /// Makes a bulletin of an asset whose original or companion was found to be faulty. Those of one day are
 /// gathered. An asset leaves it when it is deleted.
-[[nodiscard]] Result<> addOriginalBulletin(sqlite::Database &database, const store::AssetRecord &asset,
-                                           double date);
+[[nodiscard]] Result<> addOriginalBulletin(sqlite::Database &database, const AssetRecord &asset, double date);
 
 /// Those that have not expired at a time and are about something that is there, newest first. What can't be
 /// an object is left out, also of the count.

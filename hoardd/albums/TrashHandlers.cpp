@@ -6,9 +6,9 @@
 #include "hoardd/saving/Publication.h"
 #include "hoardd/saving/Trash.h"
 #include "hoardd/service/Call.h"
+#include "wickerlane/model/AssetURL.h"
 #include "wickerlane/protocol/AlbumRows.h"
 #include "wickerlane/protocol/Entitlements.h"
-#include "wickerlane/store/AssetURL.h"
 
 namespace wickerlane::hoardd {
 
@@ -21,7 +21,7 @@ Answer done() {
 }
 
 std::string uuidIn(const Call &call) {
-    return std::string(store::uuidOfAssetURL(call.get(keys::assetURL)));
+    return std::string(uuidOfAssetURL(call.get(keys::assetURL)));
 }
 
 Result<Answer> deleteAsset(Library &library, const Call &call) {

@@ -8,19 +8,19 @@
 #include <span>
 
 #include "hoardd/media/Fingerprint.h"
-#include "wickerlane/store/AssetRecord.h"
+#include "wickerlane/model/AssetRecord.h"
 
 namespace wickerlane::hoardd {
 
 /// What is compared of an asset.
 struct DuplicateItem {
     std::int64_t key = 0;
-    store::AssetKind kind = store::AssetKind::photo;
+    AssetKind kind = AssetKind::photo;
     std::uint32_t width = 0;
     std::uint32_t height = 0;
     double date = 0;
     double duration = 0;
-    store::Sha256 sum{};
+    Sha256 sum{};
     std::optional<Fingerprint> fingerprint; ///< Nothing for what has no features, or no picture.
 };
 

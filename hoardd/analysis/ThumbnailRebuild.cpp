@@ -17,7 +17,7 @@ Result<> rebuildThumbnails(Library &library) {
         if (assets->empty())
             break;
         last = assets->back().primaryKey;
-        for (const store::AssetRecord &each : *assets) {
+        for (const AssetRecord &each : *assets) {
             if (library.isEnding())
                 return stopped();
             ReleaseScope scope;

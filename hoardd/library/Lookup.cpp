@@ -4,9 +4,6 @@
 
 namespace wickerlane::hoardd {
 
-using store::ManagedAlbum;
-using store::ManagedAsset;
-
 namespace {
 
 constexpr const char *noSuchAsset = "there is no such asset";
@@ -56,10 +53,10 @@ Result<Ref<ManagedAlbum>> albumWithUUID(Library &library, std::string_view uuid)
 
 Result<std::int64_t> keyOfObject(Library &library, const MessageValue *objectID, std::string_view entity) {
     const auto *uri = as<MessageData>(objectID);
-    const std::int64_t key =
-        uri != nullptr ? store::primaryKeyInURI({static_cast<const char *>(uri->bytes()), uri->length()},
-                                                library.assets().storeUUID(), entity)
-                       : 0;
+    const std::int64_t key = uri != nullptr
+                                 ? primaryKeyInURI({static_cast<const char *>(uri->bytes()), uri->length()},
+                                                   library.assets().storeUUID(), entity)
+                                 : 0;
     if (key == 0)
         return fail(ProblemKind::notFound,
                     "the object ID is not that of a " + std::string(entity) + " of this library");

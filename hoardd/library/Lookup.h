@@ -11,16 +11,16 @@ namespace wickerlane::hoardd {
 
 // An asset by its persistent URL, its object ID or its UUID; a null URL, ID or text names none.
 
-[[nodiscard]] Result<Ref<store::ManagedAsset>> assetWithURL(Library &library, const URL *url);
+[[nodiscard]] Result<Ref<ManagedAsset>> assetWithURL(Library &library, const URL *url);
 /// `objectID` is the value that travels.
-[[nodiscard]] Result<Ref<store::ManagedAsset>> assetWithObjectID(Library &library, MessageValue *objectID);
-[[nodiscard]] Result<Ref<store::ManagedAsset>> assetWithURI(Library &library, std::string_view uri);
-[[nodiscard]] Result<Ref<store::ManagedAsset>> assetWithUUID(Library &library, std::string_view uuid);
+[[nodiscard]] Result<Ref<ManagedAsset>> assetWithObjectID(Library &library, MessageValue *objectID);
+[[nodiscard]] Result<Ref<ManagedAsset>> assetWithURI(Library &library, std::string_view uri);
+[[nodiscard]] Result<Ref<ManagedAsset>> assetWithUUID(Library &library, std::string_view uuid);
 
 /// Fails when there is no asset of a UUID as the store is now: for those that hold its lock.
 [[nodiscard]] Result<> requireAsset(Library &library, std::string_view uuid);
 
-[[nodiscard]] Result<Ref<store::ManagedAlbum>> albumWithUUID(Library &library, std::string_view uuid);
+[[nodiscard]] Result<Ref<ManagedAlbum>> albumWithUUID(Library &library, std::string_view uuid);
 
 /// The primary key of a moment, a list of moments or an album, by the value of its object ID that travels.
 [[nodiscard]] Result<std::int64_t> keyOfObject(Library &library, const MessageValue *objectID,

@@ -45,7 +45,7 @@ Result<> StagedFile::copyFrom(int source) {
     return copyFile(source, file.get(), stagedPath);
 }
 
-Result<store::Sha256> StagedFile::sum() const {
+Result<Sha256> StagedFile::sum() const {
     return store::sha256OfFile(file.get(), stagedPath);
 }
 

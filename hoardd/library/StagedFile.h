@@ -4,10 +4,10 @@
 
 #include <string>
 
+#include "wickerlane/model/AssetRecord.h"
 #include "wickerlane/model/Result.h"
 #include "wickerlane/platform/file/UniqueFd.h"
 #include "wickerlane/platform/object/Data.h"
-#include "wickerlane/store/AssetRecord.h"
 
 namespace wickerlane::hoardd {
 
@@ -32,7 +32,7 @@ public:
     [[nodiscard]] Result<> write(Bytes bytes);
     /// Copies a regular file, see copyFile().
     [[nodiscard]] Result<> copyFrom(int source);
-    [[nodiscard]] Result<store::Sha256> sum() const;
+    [[nodiscard]] Result<Sha256> sum() const;
     /// Lets the disk begin to take it; it is not synced by that.
     void startSync() noexcept;
     [[nodiscard]] Result<> sync();

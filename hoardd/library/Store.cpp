@@ -226,7 +226,7 @@ Result<> Store::insert(std::span<Pending *const> group) {
     sqlite::Statement size = database.prepare("UPDATE zgenericasset SET derivedbytes = ? WHERE pk = ?");
     struct Found {
         Addition *addition;
-        store::AssetRecord record;
+        AssetRecord record;
         bool cameBack;
     };
     std::vector<Found> found; // handed back once they are committed
@@ -234,7 +234,7 @@ Result<> Store::insert(std::span<Pending *const> group) {
         for (Addition &addition : each->additions) {
             // Within the transaction, so that of two equal ones the second finds the first.
             if (addition.unlessPresent) {
-                const store::Sha256 &sum = addition.record.sha256;
+                const Sha256 &sum = addition.record.sha256;
                 auto present = findSum(sum);
                 const bool mayComeBack = present && !*present && !addition.leavesTrashAlone;
                 if (mayComeBack)
@@ -246,7 +246,7 @@ Result<> Store::insert(std::span<Pending *const> group) {
                     continue;
                 }
             }
-            bindRecord(statement, addition.record);
+            store::bindRecord(statement, addition.record);
             if (const auto added = statement.run(); !added)
                 return added;
             addition.record.primaryKey = database.lastRowID();
@@ -351,31 +351,31 @@ void Store::noticeChanges() {
         assetsChanged();
 }
 
-Result<std::optional<store::AssetRecord>> Store::findSum(const store::Sha256 &sum) {
+Result<std::optional<AssetRecord>> Store::findSum(const Sha256 &sum) {
     for (const char *condition : {"WHERE sha256 = ? ORDER BY pk LIMIT 1",
                                   "WHERE uuid IN (SELECT assetuuid FROM zcompanion WHERE sha256 = ?) "
                                   "ORDER BY pk LIMIT 1"}) {
         auto found = database.prepare(std::string(store::selectAssets) + condition)
                          .bind(Bytes(sum))
                          .first(store::readRecord);
-        if (!found || (*found && faultOf(**found).empty()))
+        if (!found || (*found && store::faultOf(**found).empty()))
             return found;
     }
-    return std::optional<store::AssetRecord>();
+    return std::optional<AssetRecord>();
 }
 
-Result<std::optional<store::AssetRecord>> Store::restoreSum(const store::Sha256 &sum) {
+Result<std::optional<AssetRecord>> Store::restoreSum(const Sha256 &sum) {
     const auto trashed = trashedWithSum(database, sum);
     if (!trashed)
         return passOn(trashed);
     if (!*trashed)
-        return std::optional<store::AssetRecord>();
+        return std::optional<AssetRecord>();
     if (const auto taken = takeFromTrash(database, **trashed); !taken)
         return passOn(taken);
     return findSum(sum);
 }
 
-Result<std::optional<store::AssetRecord>> Store::assetWithSum(const store::Sha256 &sum) {
+Result<std::optional<AssetRecord>> Store::assetWithSum(const Sha256 &sum) {
     const MutexLock lock(databaseMutex);
     return findSum(sum);
 }
@@ -406,10 +406,9 @@ namespace {
 
 /// The pages of a damaged store can give keys in an order that is none, and a loop that asks for those after
 /// the last would not end.
-Result<std::vector<store::AssetRecord>> ascending(Result<std::vector<store::AssetRecord>> assets,
-                                                  std::int64_t last) {
+Result<std::vector<AssetRecord>> ascending(Result<std::vector<AssetRecord>> assets, std::int64_t last) {
     if (assets)
-        for (const store::AssetRecord &each : *assets)
+        for (const AssetRecord &each : *assets)
             if (each.primaryKey <= std::exchange(last, each.primaryKey))
                 return fail(ProblemKind::damagedStore, "the store's assets are in no order");
     return assets;
@@ -418,13 +417,13 @@ Result<std::vector<store::AssetRecord>> ascending(Result<std::vector<store::Asse
 } // namespace
 
 template <class... Values>
-Result<std::vector<store::AssetRecord>> Store::select(const char *condition, const Values &...values) {
+Result<std::vector<AssetRecord>> Store::select(const char *condition, const Values &...values) {
     return database.prepare(std::string(store::selectAssets) + condition)
         .bind(values...)
         .all(store::readRecord);
 }
 
-Result<std::vector<store::AssetRecord>> Store::due(std::int64_t last, std::size_t limit) {
+Result<std::vector<AssetRecord>> Store::due(std::int64_t last, std::size_t limit) {
     const MutexLock lock(databaseMutex);
     return ascending(
         select("WHERE pk IN (SELECT asset FROM zduethumbnail WHERE made = 0) AND pk > ? ORDER BY pk LIMIT ?",
@@ -432,13 +431,13 @@ Result<std::vector<store::AssetRecord>> Store::due(std::int64_t last, std::size_
         last);
 }
 
-Result<std::vector<store::AssetRecord>> Store::decodable(std::int64_t last, std::size_t limit) {
+Result<std::vector<AssetRecord>> Store::decodable(std::int64_t last, std::size_t limit) {
     const MutexLock lock(databaseMutex);
     return ascending(select("WHERE pk > ? AND (problem = '' OR width > 0) ORDER BY pk LIMIT ?", last, limit),
                      last);
 }
 
-Result<std::vector<store::AssetRecord>> Store::addedSince(double date) {
+Result<std::vector<AssetRecord>> Store::addedSince(double date) {
     const MutexLock lock(databaseMutex);
     return select("WHERE dateadded > ? ORDER BY pk DESC", date);
 }

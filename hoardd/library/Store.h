@@ -32,7 +32,7 @@ public:
 
     /// An asset to be added.
     struct Addition {
-        store::AssetRecord record;  ///< Gets its primary key; or becomes the one that was present.
+        AssetRecord record;         ///< Gets its primary key; or becomes the one that was present.
         bool unlessPresent = false; ///< Not when there is one with the same sum; one in the trash comes back.
         bool wasPresent = false;    ///< There was: nothing has been added.
         /// In which its thumbnails are synced, see LateSync; 0: they are due.
@@ -56,7 +56,7 @@ public:
     [[nodiscard]] Result<> remove(std::string_view uuid, AssetPlace from = AssetPlace::library);
 
     /// The oldest asset whose original has that sum, or else whose companion has; nothing when there is none.
-    [[nodiscard]] Result<std::optional<store::AssetRecord>> assetWithSum(const store::Sha256 &sum);
+    [[nodiscard]] Result<std::optional<AssetRecord>> assetWithSum(const Sha256 &sum);
 
     /// The second file of an asset; nothing when it has none.
     [[nodiscard]] Result<std::optional<store::Companion>> companionOf(std::string_view uuid);
@@ -71,7 +71,7 @@ public:
 
     /// Assets whose thumbnails are due: of those with primary keys after `last`, in their order, at most
     /// `limit`.
-    [[nodiscard]] Result<std::vector<store::AssetRecord>> due(std::int64_t last, std::size_t limit);
+    [[nodiscard]] Result<std::vector<AssetRecord>> due(std::int64_t last, std::size_t limit);
 
     struct Counts {
         std::uint64_t photos = 0;
@@ -96,11 +96,11 @@ public:
     [[nodiscard]] Result<std::string> renditionOf(std::string_view uuid);
 
     /// Assets that were added after a date, the newest first.
-    [[nodiscard]] Result<std::vector<store::AssetRecord>> addedSince(double date);
+    [[nodiscard]] Result<std::vector<AssetRecord>> addedSince(double date);
 
     /// Assets whose originals can be decoded: of those with primary keys after `last`, in their order, at
     /// most `limit`.
-    [[nodiscard]] Result<std::vector<store::AssetRecord>> decodable(std::int64_t last, std::size_t limit);
+    [[nodiscard]] Result<std::vector<AssetRecord>> decodable(std::int64_t last, std::size_t limit);
 
     [[nodiscard]] Result<> setExternalUsageIntent(std::int64_t asset, std::uint64_t intent);
 
@@ -162,15 +162,12 @@ private:
     /// problem says that it may.
     [[nodiscard]] Result<> commit(sqlite::Transaction &transaction) WL_REQUIRES(databaseMutex);
     [[nodiscard]] Result<> insert(std::span<Pending *const> group) WL_REQUIRES(databaseMutex);
-    [[nodiscard]] Result<std::optional<store::AssetRecord>> findSum(const store::Sha256 &sum)
-        WL_REQUIRES(databaseMutex);
+    [[nodiscard]] Result<std::optional<AssetRecord>> findSum(const Sha256 &sum) WL_REQUIRES(databaseMutex);
     /// The same of one in the trash, which it takes out of there.
-    [[nodiscard]] Result<std::optional<store::AssetRecord>> restoreSum(const store::Sha256 &sum)
-        WL_REQUIRES(databaseMutex);
+    [[nodiscard]] Result<std::optional<AssetRecord>> restoreSum(const Sha256 &sum) WL_REQUIRES(databaseMutex);
     /// The assets that a condition with these values selects.
     template <class... Values>
-    [[nodiscard]] Result<std::vector<store::AssetRecord>> select(const char *condition,
-                                                                 const Values &...values)
+    [[nodiscard]] Result<std::vector<AssetRecord>> select(const char *condition, const Values &...values)
         WL_REQUIRES(databaseMutex);
     void afterCommit() WL_REQUIRES(databaseMutex);
     void noticeCounts() WL_REQUIRES(databaseMutex);

@@ -186,8 +186,8 @@ private:
         std::vector<std::int64_t> unsound;
         const auto read =
             database.prepare(std::string(store::selectAssets)).forEach([&](const Statement &row) {
-                const store::AssetRecord record = store::readRecord(row);
-                if (!faultOf(record).empty())
+                const AssetRecord record = store::readRecord(row);
+                if (!store::faultOf(record).empty())
                     unsound.push_back(record.primaryKey);
             });
         if (!read)
@@ -202,7 +202,7 @@ private:
     }
 
     [[nodiscard]] bool hasFile(std::string_view directory, std::string_view filename) const {
-        store::AssetRecord asset;
+        AssetRecord asset;
         asset.directory = directory;
         asset.filename = filename;
         return !directory.empty() && ::access(paths.original(asset).c_str(), F_OK) == 0;

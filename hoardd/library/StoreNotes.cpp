@@ -360,7 +360,7 @@ NotedRows forgottenRows(const LibraryPaths &paths, Database &database) {
     const NotedRows rows = readNotes(paths);
     // One in the trash is not lacking, though a note of its deletion may be.
     const auto isForgotten = [&](const std::string &uuid, const std::string &columns) {
-        store::AssetRecord asset;
+        AssetRecord asset;
         asset.directory = notedText(columns, "directory");
         asset.filename = notedText(columns, "filename");
         return !asset.directory.empty() && ::access(paths.original(asset).c_str(), F_OK) == 0 &&

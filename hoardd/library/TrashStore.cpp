@@ -127,7 +127,7 @@ Result<bool> isInTrash(Database &database, std::string_view uuid) {
     return database.prepare("SELECT 1 FROM ztrashedasset WHERE uuid = ?").bind(uuid).any();
 }
 
-Result<std::optional<std::string>> trashedWithSum(Database &database, const store::Sha256 &sum) {
+Result<std::optional<std::string>> trashedWithSum(Database &database, const Sha256 &sum) {
     return database
         .prepare("SELECT uuid FROM ztrashedasset WHERE sha256 = ?1 "
                  "OR uuid IN (SELECT assetuuid FROM ztrashedcompanion WHERE sha256 = ?1) "
@@ -136,7 +136,7 @@ Result<std::optional<std::string>> trashedWithSum(Database &database, const stor
         .first([](const Statement &row) { return std::string(row.text(0)); });
 }
 
-Result<std::vector<store::AssetRecord>> trashedUntil(Database &database, double date) {
+Result<std::vector<AssetRecord>> trashedUntil(Database &database, double date) {
     return database
         .prepare(std::string(store::selectTrashedAssets) + "WHERE datetrashed <= ? ORDER BY datetrashed, pk")
         .bind(date)

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "wickerlane/store/AssetRecord.h"
+#include "wickerlane/model/AssetRecord.h"
 #include "wickerlane/store/Sqlite.h"
 
 namespace wickerlane::hoardd {
@@ -29,10 +29,10 @@ namespace wickerlane::hoardd {
 
 /// The UUID of an asset in the trash whose original has that sum, the latest; nothing when there is none.
 [[nodiscard]] Result<std::optional<std::string>> trashedWithSum(sqlite::Database &database,
-                                                                const store::Sha256 &sum);
+                                                                const Sha256 &sum);
 
 /// What came into the trash until a date, the oldest first.
-[[nodiscard]] Result<std::vector<store::AssetRecord>> trashedUntil(sqlite::Database &database, double date);
+[[nodiscard]] Result<std::vector<AssetRecord>> trashedUntil(sqlite::Database &database, double date);
 
 } // namespace wickerlane::hoardd
 

@@ -32,8 +32,7 @@ std::string pathOf(std::string start, Work work) {
 WorkNote::WorkNote(std::string original, Work work) : start(std::move(original)), path(pathOf(start, work)) {
 }
 
-Result<WorkNote> WorkNote::write(const store::LibraryPaths &paths, const store::AssetRecord &asset,
-                                 Work work) {
+Result<WorkNote> WorkNote::write(const store::LibraryPaths &paths, const AssetRecord &asset, Work work) {
     WorkNote note(paths.saving() + '/' + asset.filename, work);
     if (!openFile(note.path, O_WRONLY | O_CREAT)) {
         const std::string path = std::exchange(note.path, {});

@@ -26,8 +26,8 @@ enum class Work {
 class WorkNote {
 public:
     /// That of a begun removal survives a crash from here on, since it alone says that the files are to go.
-    [[nodiscard]] static Result<WorkNote> write(const store::LibraryPaths &paths,
-                                                const store::AssetRecord &asset, Work work);
+    [[nodiscard]] static Result<WorkNote> write(const store::LibraryPaths &paths, const AssetRecord &asset,
+                                                Work work);
     WorkNote(WorkNote &&other) noexcept
         : start(std::move(other.start)), path(std::exchange(other.path, {})) {}
     WorkNote &operator=(WorkNote &&) = delete;

@@ -7,8 +7,6 @@
 
 namespace wickerlane::hoardd {
 
-using store::AssetRecord;
-
 void setFacts(AssetRecord &record, const PictureFacts &facts) {
     record.width = facts.width;
     record.height = facts.height;

@@ -6,23 +6,22 @@
 #include <string_view>
 
 #include "hoardd/media/PictureFacts.h"
-#include "wickerlane/store/AssetRecord.h"
+#include "wickerlane/model/AssetRecord.h"
 
 namespace wickerlane::hoardd {
 
 /// Sets all but the date, which a caller may know better; the problem, of a picture that is cut off.
-void setFacts(store::AssetRecord &record, const PictureFacts &facts);
+void setFacts(AssetRecord &record, const PictureFacts &facts);
 
 /// Sets the dates: that of its creation as `given`, else as the file says, else `fallback`. All are in
 /// seconds since 2001-01-01 00:00:00 UTC.
-void setDate(store::AssetRecord &record, const PictureFacts &facts, std::optional<double> given,
-             double fallback);
+void setDate(AssetRecord &record, const PictureFacts &facts, std::optional<double> given, double fallback);
 
 /// Sets the clock date and the zone of an asset that has none, by its date and its file. Its date stays.
-void setClock(store::AssetRecord &record, const PictureFacts &facts);
+void setClock(AssetRecord &record, const PictureFacts &facts);
 
 /// Notes in a record why its picture can't be decoded: then its size is not known either.
-void setUndecodable(store::AssetRecord &record, std::string_view reason);
+void setUndecodable(AssetRecord &record, std::string_view reason);
 
 } // namespace wickerlane::hoardd
 

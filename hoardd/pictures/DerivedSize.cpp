@@ -43,7 +43,7 @@ Result<> beginDerivedChange(Library &library, std::int64_t asset) {
     return library.writer().change([=](Database &database) { return storeDerivedChange(database, asset); });
 }
 
-Result<> storeDerivedSize(const Library &library, Database &database, const store::AssetRecord &asset) {
+Result<> storeDerivedSize(const Library &library, Database &database, const AssetRecord &asset) {
     const auto rendition = database.prepare("SELECT filename FROM zrendition WHERE assetuuid = ?")
                                .bind(asset.uuid)
                                .first([](const sqlite::Statement &row) { return std::string(row.text(0)); });
@@ -53,13 +53,12 @@ Result<> storeDerivedSize(const Library &library, Database &database, const stor
                              bytesOfDerivedFiles(library.paths(), asset.uuid, rendition->value_or("")));
 }
 
-Result<> endDerivedChange(Library &library, const store::AssetRecord &asset) {
+Result<> endDerivedChange(Library &library, const AssetRecord &asset) {
     return library.writer().change(
         [&](Database &database) { return storeDerivedSize(library, database, asset); });
 }
 
-Result<> storeUnknownDerivedSize(const Library &library, Database &database,
-                                 const store::AssetRecord &asset) {
+Result<> storeUnknownDerivedSize(const Library &library, Database &database, const AssetRecord &asset) {
     const auto isUnknown =
         database.prepare("SELECT 1 FROM zgenericasset WHERE pk = ? AND derivedbytes IS NULL")
             .bind(asset.primaryKey)

@@ -17,16 +17,16 @@ namespace wickerlane::hoardd {
 [[nodiscard]] Result<> beginDerivedChange(Library &library, std::int64_t asset);
 /// Looks at the files and stores their size, in a transaction of the caller's. After they have changed.
 [[nodiscard]] Result<> storeDerivedSize(const Library &library, sqlite::Database &database,
-                                        const store::AssetRecord &asset);
+                                        const AssetRecord &asset);
 /// The same in a transaction of its own.
-[[nodiscard]] Result<> endDerivedChange(Library &library, const store::AssetRecord &asset);
+[[nodiscard]] Result<> endDerivedChange(Library &library, const AssetRecord &asset);
 
 // Without it.
 
 /// Looks at the files and stores their size, in a transaction of the caller's. Nothing if the size is known,
 /// or a thread is changing the files.
 [[nodiscard]] Result<> storeUnknownDerivedSize(const Library &library, sqlite::Database &database,
-                                               const store::AssetRecord &asset);
+                                               const AssetRecord &asset);
 
 /// Looks at the files of an asset again, in the library or in the trash.
 [[nodiscard]] Result<> measureAgain(Library &library, const std::string &uuid);

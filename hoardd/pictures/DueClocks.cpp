@@ -12,7 +12,6 @@
 namespace wickerlane::hoardd {
 
 using sqlite::Database;
-using store::AssetRecord;
 
 namespace {
 

@@ -103,7 +103,7 @@ Result<> storeUndecodable(Database &database, std::int64_t asset, std::string_vi
         .and_then([&] { return storeNotDue(database, asset); });
 }
 
-Result<> storeFacts(Database &database, const store::AssetRecord &record, bool withDate) {
+Result<> storeFacts(Database &database, const AssetRecord &record, bool withDate) {
     return database
         .prepare("UPDATE zgenericasset SET format = ?, width = ?, height = ?, orientation = ?, duration = ?, "
                  "latitude = ?, longitude = ?, problem = ? WHERE pk = ?")
@@ -127,8 +127,8 @@ Result<> storeFacts(Database &database, const store::AssetRecord &record, bool w
         });
 }
 
-Result<std::vector<store::AssetRecord>> assetsWithoutClock(Database &database, std::int64_t last,
-                                                           std::size_t limit) {
+Result<std::vector<AssetRecord>> assetsWithoutClock(Database &database, std::int64_t last,
+                                                    std::size_t limit) {
     return database
         .prepare(std::string(store::selectAssets) +
                  "WHERE clockdate IS NULL AND pk > ? AND pk NOT IN (SELECT asset FROM zduefacts) "
@@ -137,7 +137,7 @@ Result<std::vector<store::AssetRecord>> assetsWithoutClock(Database &database, s
         .all(store::readRecord);
 }
 
-Result<> storeClock(Database &database, const store::AssetRecord &record) {
+Result<> storeClock(Database &database, const AssetRecord &record) {
     return database
         .prepare("UPDATE zgenericasset SET clockdate = ?, zoneminutes = ? "
                  "WHERE pk = ? AND clockdate IS NULL AND datecreated = ?")
@@ -165,7 +165,7 @@ Result<> keepPreviewUntil(Database &database, std::int64_t asset, double date) {
         .run();
 }
 
-Result<std::vector<store::AssetRecord>> sharedAssetsWithThumbnails(Database &database) {
+Result<std::vector<AssetRecord>> sharedAssetsWithThumbnails(Database &database) {
     // Without a size, the picture can't be decoded.
     return database
         .prepare(std::string(store::selectAssets) +
@@ -177,7 +177,7 @@ Result<std::vector<store::AssetRecord>> sharedAssetsWithThumbnails(Database &dat
         .all(store::readRecord);
 }
 
-Result<> storeNoRendition(Database &database, const store::AssetRecord &asset) {
+Result<> storeNoRendition(Database &database, const AssetRecord &asset) {
     return database
         .prepare("INSERT OR REPLACE INTO zduethumbnail (asset) SELECT ? FROM zrendition WHERE assetuuid = ?")
         .bind(asset.primaryKey, asset.uuid)

@@ -9,9 +9,9 @@
 #include <string_view>
 #include <vector>
 
+#include "wickerlane/model/AssetRecord.h"
 #include "wickerlane/model/Result.h"
 #include "wickerlane/platform/object/Data.h"
-#include "wickerlane/store/AssetRecord.h"
 #include "wickerlane/store/Sqlite.h"
 
 namespace wickerlane::hoardd {
@@ -27,7 +27,7 @@ namespace wickerlane::hoardd {
 struct RenditionRow {
     std::string_view assetUUID;
     std::string_view filename;
-    const store::Sha256 &sum;
+    const Sha256 &sum;
     Bytes properties; ///< The editor's own, as a property list; may be empty.
 };
 /// Thumbnails of it are due from then on, and storeDerivedChange() is done.
@@ -51,15 +51,14 @@ struct RenditionRow {
 
 /// What a record says of its picture, its date only if asked to: the picture has been read, and can be
 /// decoded unless the record has a problem.
-[[nodiscard]] Result<> storeFacts(sqlite::Database &database, const store::AssetRecord &record,
-                                  bool withDate);
+[[nodiscard]] Result<> storeFacts(sqlite::Database &database, const AssetRecord &record, bool withDate);
 
 /// Assets of which it is not known what the camera's clock showed, since they were saved before that was
 /// kept: of those with primary keys after `last`, in their order, at most `limit`.
-[[nodiscard]] Result<std::vector<store::AssetRecord>>
-assetsWithoutClock(sqlite::Database &database, std::int64_t last, std::size_t limit);
+[[nodiscard]] Result<std::vector<AssetRecord>> assetsWithoutClock(sqlite::Database &database,
+                                                                  std::int64_t last, std::size_t limit);
 /// Stores what a record says of the clock, unless it is known by now or the date has been changed.
-[[nodiscard]] Result<> storeClock(sqlite::Database &database, const store::AssetRecord &record);
+[[nodiscard]] Result<> storeClock(sqlite::Database &database, const AssetRecord &record);
 
 /// The thumbnails of assets that can't be decoded are due again: of those that `decoders` have not refused;
 /// or of all, without them. Gives how many there are.
@@ -74,11 +73,11 @@ assetsWithoutClock(sqlite::Database &database, std::int64_t last, std::size_t li
 
 /// The assets in shared albums whose thumbnails show what they are to show, and can be made again of it; the
 /// oldest come first.
-[[nodiscard]] Result<std::vector<store::AssetRecord>> sharedAssetsWithThumbnails(sqlite::Database &database);
+[[nodiscard]] Result<std::vector<AssetRecord>> sharedAssetsWithThumbnails(sqlite::Database &database);
 
 /// An asset has no edited rendition any more: its thumbnails are due, and storeDerivedChange()
 /// is done. Thumbnails are not due when it had none.
-[[nodiscard]] Result<> storeNoRendition(sqlite::Database &database, const store::AssetRecord &asset);
+[[nodiscard]] Result<> storeNoRendition(sqlite::Database &database, const AssetRecord &asset);
 
 /// An asset has no thumbnails, and none are due.
 [[nodiscard]] Result<> storeNoThumbnails(sqlite::Database &database, std::int64_t asset);

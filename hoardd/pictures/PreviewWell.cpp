@@ -35,7 +35,7 @@ Result<> clear(Library &library) {
     return note(library, 0);
 }
 
-void logFailure(const Result<> &done, const store::AssetRecord &asset) {
+void logFailure(const Result<> &done, const AssetRecord &asset) {
     if (!done)
         JX_LOG(JXLogLevelError, JXThumbnailsLog, "the preview well still shows %s as it was: %s",
                asset.uuid.c_str(), done.error().text.c_str());
@@ -43,7 +43,7 @@ void logFailure(const Result<> &done, const store::AssetRecord &asset) {
 
 } // namespace
 
-Result<> showInPreviewWell(Library &library, const store::AssetRecord &asset) {
+Result<> showInPreviewWell(Library &library, const AssetRecord &asset) {
     // With its lock held, so that an asset that is removed meanwhile is not shown.
     const MutexLock lock(library.locks().of(asset.uuid));
     if (auto isThere = requireAsset(library, asset.uuid); !isThere)
@@ -63,7 +63,7 @@ Result<> clearPreviewWell(Library &library) {
     return clear(library);
 }
 
-bool isInPreviewWell(const Library &library, const store::AssetRecord &asset) {
+bool isInPreviewWell(const Library &library, const AssetRecord &asset) {
     const auto shown =
         library.read([](sqlite::Database &database) { return state::get(database, state::previewWell); });
     if (shown && *shown)
@@ -76,7 +76,7 @@ bool isInPreviewWell(const Library &library, const store::AssetRecord &asset) {
     return thumbnail && well == *thumbnail;
 }
 
-void redrawPreviewWell(Library &library, const store::AssetRecord &asset) {
+void redrawPreviewWell(Library &library, const AssetRecord &asset) {
     const MutexLock well(library.previewWellLock());
     if (!isInPreviewWell(library, asset))
         return;
@@ -84,7 +84,7 @@ void redrawPreviewWell(Library &library, const store::AssetRecord &asset) {
     logFailure(thumbnail ? draw(library, *thumbnail) : passOn(thumbnail), asset);
 }
 
-void leavePreviewWell(Library &library, const store::AssetRecord &asset) {
+void leavePreviewWell(Library &library, const AssetRecord &asset) {
     const MutexLock well(library.previewWellLock());
     if (isInPreviewWell(library, asset))
         logFailure(clear(library), asset);

@@ -10,17 +10,17 @@
 
 namespace wickerlane::hoardd {
 
-[[nodiscard]] Result<> showInPreviewWell(Library &library, const store::AssetRecord &asset);
+[[nodiscard]] Result<> showInPreviewWell(Library &library, const AssetRecord &asset);
 [[nodiscard]] Result<> clearPreviewWell(Library &library);
-[[nodiscard]] bool isInPreviewWell(const Library &library, const store::AssetRecord &asset);
+[[nodiscard]] bool isInPreviewWell(const Library &library, const AssetRecord &asset);
 
 // With the lock of an asset held. Nothing happens unless the well shows it. What fails is only logged: the
 // asset has changed or gone all the same.
 
 /// After its thumbnails have been replaced.
-void redrawPreviewWell(Library &library, const store::AssetRecord &asset);
+void redrawPreviewWell(Library &library, const AssetRecord &asset);
 /// When it has nothing more to show.
-void leavePreviewWell(Library &library, const store::AssetRecord &asset);
+void leavePreviewWell(Library &library, const AssetRecord &asset);
 
 /// The small thumbnail of an asset, as a JPEG file.
 [[nodiscard]] Result<std::vector<std::byte>> smallThumbnail(const store::LibraryPaths &paths,

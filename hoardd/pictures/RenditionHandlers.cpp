@@ -48,7 +48,7 @@ Result<Answer> renditionOfAsset(Library &library, const Call &call) {
     const auto asset = assetWithURL(library, call.get(keys::assetURL));
     if (!asset)
         return passOn(asset);
-    const store::AssetRecord &record = (*asset)->record();
+    const AssetRecord &record = (*asset)->record();
     const auto rendition =
         library.read([&](sqlite::Database &database) { return store::readRendition(database, record.uuid); });
     if (!rendition)
@@ -98,7 +98,7 @@ Result<Answer> download(Library &library, const Call &call) {
     const auto found = assetWithObjectID(library, call.value(keys::objectID));
     if (!found)
         return passOn(found);
-    const store::AssetRecord &asset = (*found)->record();
+    const AssetRecord &asset = (*found)->record();
     const std::string original = library.paths().original(asset);
     if (::access(original.c_str(), R_OK) != 0)
         return fail(ProblemKind::notFound, "the original is missing, and there is no cloud to fetch it from",

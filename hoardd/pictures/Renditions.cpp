@@ -22,12 +22,10 @@
 
 namespace wickerlane::hoardd {
 
-using store::AssetRecord;
-
 namespace {
 
 /// Named by its contents, so that a rendition never takes the place of another before its row does.
-std::string filenameOf(const AssetRecord &asset, Bytes picture, const store::Sha256 &sum) {
+std::string filenameOf(const AssetRecord &asset, Bytes picture, const Sha256 &sum) {
     const FileType type = fileTypeOf(picture.first(std::min(picture.size(), mediaTypeBytes)), "");
     return asset.uuid + '-' + hexadecimal(Bytes(sum).first(8)) + '.' + type.extension;
 }
@@ -94,7 +92,7 @@ Result<> setRendition(Library &library, const AssetRecord &asset, const Data &pi
     const auto summed = store::sha256Of(picture.span());
     if (!summed)
         return passOn(summed);
-    const store::Sha256 &sum = *summed;
+    const Sha256 &sum = *summed;
     const std::string filename = filenameOf(asset, picture.span(), sum);
     const std::string path = library.paths().renditionFolder(asset.uuid) + '/' + filename;
     const auto coded = properties != nullptr ? createPropertyListData(properties) : nullptr;

@@ -12,7 +12,7 @@ namespace wickerlane::hoardd {
 /// (may be null). Its thumbnails are made of it. Setting the same picture again changes the properties alone.
 /// If the daemon is killed, the asset has either its earlier rendition and thumbnails or the new ones.
 /// Blocks.
-[[nodiscard]] Result<> setRendition(Library &library, const store::AssetRecord &asset, const Data &picture,
+[[nodiscard]] Result<> setRendition(Library &library, const AssetRecord &asset, const Data &picture,
                                     const Dictionary *properties);
 
 /// Deletes the row of an edited rendition if its file is missing.
@@ -20,7 +20,7 @@ namespace wickerlane::hoardd {
 
 /// Takes an asset's edited rendition away, so that the original is shown again, with thumbnails of it. Fails
 /// when the asset has no rendition, or when its original is missing. Blocks.
-[[nodiscard]] Result<> revertRendition(Library &library, const store::AssetRecord &asset);
+[[nodiscard]] Result<> revertRendition(Library &library, const AssetRecord &asset);
 
 } // namespace wickerlane::hoardd
 

@@ -80,14 +80,14 @@ Image render(Library &library, const std::string &path, const ImageSettings &set
 }
 
 /// The edited rendition if there is one, else the original.
-Image renderShown(Library &library, const store::AssetRecord &asset, const ImageSettings &settings) {
+Image renderShown(Library &library, const AssetRecord &asset, const ImageSettings &settings) {
     const auto picture = shownPicturePath(library, asset);
     if (!picture)
         return passOn(picture);
     return render(library, *picture, settings);
 }
 
-Image thumbnail(Library &library, const store::AssetRecord &asset, ThumbnailSize size) {
+Image thumbnail(Library &library, const AssetRecord &asset, ThumbnailSize size) {
     if (asset.thumbnailIndex != 0) {
         const std::string path = library.paths().thumbnail(asset.uuid, size);
         if (auto kept = lendFile(path))
@@ -104,7 +104,7 @@ Image thumbnail(Library &library, const store::AssetRecord &asset, ThumbnailSize
 
 } // namespace
 
-Result<Ref<MessageValue>> imageOf(Library &library, const store::AssetRecord &asset, std::uint64_t format) {
+Result<Ref<MessageValue>> imageOf(Library &library, const AssetRecord &asset, std::uint64_t format) {
     switch (format) {
     case protocol::imageDataOriginal:
         return lendFile(library.paths().original(asset));

@@ -12,7 +12,7 @@ namespace wickerlane::hoardd {
 /// The picture of an asset in a format of wickerlane/protocol/ImageDataFormats.h, as the value that carries
 /// it. What exists already is lent from its file, what is made travels as shared memory. Blocks while a
 /// picture is decoded.
-[[nodiscard]] Result<Ref<MessageValue>> imageOf(Library &library, const store::AssetRecord &asset,
+[[nodiscard]] Result<Ref<MessageValue>> imageOf(Library &library, const AssetRecord &asset,
                                                 std::uint64_t format);
 
 } // namespace wickerlane::hoardd

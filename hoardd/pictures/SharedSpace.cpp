@@ -19,7 +19,7 @@ namespace {
 
 /// A thumbnail that can be given up.
 struct Purgeable {
-    store::AssetRecord asset;
+    AssetRecord asset;
     store::ThumbnailSize size;
     std::string path;
     std::uint64_t bytes; ///< On the disk.
@@ -28,10 +28,10 @@ struct Purgeable {
 /// The file of which the thumbnails of an asset are made.
 struct Source {
     std::string path;
-    store::Sha256 sum; ///< As it was when it came into the library.
+    Sha256 sum; ///< As it was when it came into the library.
 };
 
-Result<Source> sourceOf(const Library &library, const store::AssetRecord &asset) {
+Result<Source> sourceOf(const Library &library, const AssetRecord &asset) {
     const auto rendition =
         library.read([&](sqlite::Database &database) { return store::readRendition(database, asset.uuid); });
     if (!rendition)
@@ -43,7 +43,7 @@ Result<Source> sourceOf(const Library &library, const store::AssetRecord &asset)
 }
 
 /// Whether thumbnails can be made again: the file of which they were made is there, unchanged.
-Result<bool> canBeMadeAgain(const Library &library, const store::AssetRecord &asset) {
+Result<bool> canBeMadeAgain(const Library &library, const AssetRecord &asset) {
     const auto source = sourceOf(library, asset);
     if (!source)
         return passOn(source);
@@ -62,7 +62,7 @@ Result<std::vector<Purgeable>> purgeableThumbnails(const Library &library) {
         return passOn(assets);
     std::vector<Purgeable> thumbnails;
     for (const auto size : {store::ThumbnailSize::large, store::ThumbnailSize::preview})
-        for (const store::AssetRecord &asset : *assets) {
+        for (const AssetRecord &asset : *assets) {
             std::string path = library.paths().thumbnail(asset.uuid, size);
             struct stat status {};
             if (::lstat(path.c_str(), &status) != 0)

@@ -9,10 +9,10 @@
 namespace wickerlane::hoardd {
 
 /// Where an asset's edited rendition is; an empty path when it has none.
-[[nodiscard]] Result<std::string> renditionPath(Library &library, const store::AssetRecord &asset);
+[[nodiscard]] Result<std::string> renditionPath(Library &library, const AssetRecord &asset);
 
 /// The edited rendition if there is one, else the original.
-[[nodiscard]] Result<std::string> shownPicturePath(Library &library, const store::AssetRecord &asset);
+[[nodiscard]] Result<std::string> shownPicturePath(Library &library, const AssetRecord &asset);
 
 } // namespace wickerlane::hoardd
 

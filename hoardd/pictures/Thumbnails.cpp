@@ -23,7 +23,6 @@
 
 namespace wickerlane::hoardd {
 
-using store::AssetRecord;
 using store::ThumbnailMaking;
 
 namespace {

@@ -58,23 +58,23 @@ stageThumbnails(Library &library, std::string_view uuid, const std::string &pict
 /// Puts thumbnails in their places, synced, and counts them in the store. The preview well shows them, if it
 /// shows the asset. The asset's lock is held.
 [[nodiscard]] Result<> publishThumbnails(Library &library, StagedThumbnails &thumbnails,
-                                         const store::AssetRecord &asset, bool newIndex);
+                                         const AssetRecord &asset, bool newIndex);
 
 struct ThumbnailRequest {
     bool isForced = false; ///< Made even when all are there.
     bool newIndex = false; ///< The thumbnail index counts up, so that caches notice.
 };
 /// Makes the early thumbnails of an asset, of the picture that shows it. Blocks while it is decoded.
-[[nodiscard]] Result<> makeThumbnails(Library &library, const store::AssetRecord &asset,
+[[nodiscard]] Result<> makeThumbnails(Library &library, const AssetRecord &asset,
                                       const ThumbnailRequest &request);
 /// Makes the late ones where they are missing; of several callers, one makes them. Blocks.
-[[nodiscard]] Result<> makeLateThumbnails(Library &library, const store::AssetRecord &asset);
+[[nodiscard]] Result<> makeLateThumbnails(Library &library, const AssetRecord &asset);
 
 /// Makes the thumbnails of those assets where they are due, with one commit for all. Gives for each the asset
 /// as it is then: with its thumbnails, or with the reason why its picture can't be decoded. A problem says
 /// why they stay due: then they are asked for again, see Library::thumbnailRetry(). Blocks.
-[[nodiscard]] std::vector<Result<store::AssetRecord>>
-makeDueThumbnails(Library &library, std::span<const store::AssetRecord> assets);
+[[nodiscard]] std::vector<Result<AssetRecord>> makeDueThumbnails(Library &library,
+                                                                 std::span<const AssetRecord> assets);
 
 /// Makes the thumbnails that were left due: by an earlier process, or since they could not be made at the
 /// time. Blocks, and stops where it can when the process is ending.

@@ -22,7 +22,6 @@
 namespace wickerlane::hoardd {
 
 namespace fs = std::filesystem;
-using store::AssetRecord;
 
 namespace {
 

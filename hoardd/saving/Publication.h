@@ -15,7 +15,7 @@ namespace wickerlane::hoardd {
 
 /// Takes an asset and all its files out of the library or the trash for good: all of it or nothing, even if
 /// the process is killed. Succeeds also when it has gone already. On failure it stays. Blocks.
-[[nodiscard]] Result<> removeAsset(Library &library, const store::AssetRecord &asset,
+[[nodiscard]] Result<> removeAsset(Library &library, const AssetRecord &asset,
                                    AssetPlace from = AssetPlace::library);
 
 /// Tries again to remove what is left of assets that have been removed. Blocks.

@@ -17,8 +17,7 @@ namespace wickerlane::hoardd {
 namespace {
 
 /// Puts an original that is missing back, from a file with the same contents.
-Result<> putBack(Library &library, const store::AssetRecord &asset, const std::string &path,
-                 bool mayReadFiles) {
+Result<> putBack(Library &library, const AssetRecord &asset, const std::string &path, bool mayReadFiles) {
     const auto source = openCallersFile(path, mayReadFiles);
     if (!source)
         return passOn(source);
@@ -68,7 +67,7 @@ Result<> restoreAsset(Library &library, const std::string &uuid, std::span<const
     const auto found = library.assets().assetWithUUID(uuid);
     if (!found)
         return passOn(found);
-    const Ref<store::ManagedAsset> &asset = *found;
+    const Ref<ManagedAsset> &asset = *found;
     if (asset && ::access(library.paths().original(asset->record()).c_str(), F_OK) == 0)
         return {};
     Result<> restored = fail(ProblemKind::invalid, "no path was named");

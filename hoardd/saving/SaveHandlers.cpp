@@ -21,8 +21,8 @@ Ref<Dictionary> describeSave(const Result<SavedAsset> &saved) {
         dictionary->set(jobResult::error, String::of(saved.error().text));
         return dictionary;
     }
-    const store::ManagedAsset &asset = *saved->asset;
-    const store::AssetRecord &record = asset.record();
+    const ManagedAsset &asset = *saved->asset;
+    const AssetRecord &record = asset.record();
     dictionary->set(jobResult::uuid, asset.uuid());
     dictionary->set(jobResult::assetURL, asset.assetURL()->absoluteString());
     dictionary->set(jobResult::objectIDURI, asset.objectID()->uriRepresentation()->absoluteString());

@@ -6,10 +6,10 @@
 
 #include "hoardd/library/CallersFile.h"
 #include "hoardd/library/Clock.h"
+#include "wickerlane/model/ManagedAsset.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/object/Paths.h"
 #include "wickerlane/protocol/JobKeys.h"
-#include "wickerlane/store/ManagedAsset.h"
 
 namespace wickerlane::hoardd {
 
@@ -128,7 +128,7 @@ Result<> findSource(const SaveJob &job, SaveOrder &order) {
 FileType SaveOrder::type() const {
     if (surface != nullptr) {
         // It becomes what its name asks for: a PNG without loss, else a JPEG.
-        const MediaType *named = mediaTypeOfExtension(store::extensionOf(originalFilename));
+        const MediaType *named = mediaTypeOfExtension(extensionOf(originalFilename));
         const bool isPNG = named != nullptr && named->format == MediaFormat::png;
         return typeOf(isPNG ? *named : *mediaTypeOfExtension("JPG"));
     }

@@ -10,13 +10,10 @@
 
 namespace wickerlane::hoardd {
 
-using store::AssetRecord;
-
 namespace {
 
-Ref<store::ManagedAsset> assetOf(Library &library, AssetRecord record) {
-    return store::ManagedAsset::create(std::move(record), library.paths().folder(),
-                                       library.assets().storeUUID());
+Ref<ManagedAsset> assetOf(Library &library, AssetRecord record) {
+    return ManagedAsset::create(std::move(record), library.paths().folder(), library.assets().storeUUID());
 }
 
 CompanionOutcome companionOutcome(Library &library, StagedAsset &staged) {
@@ -32,7 +29,7 @@ CompanionOutcome companionOutcome(Library &library, StagedAsset &staged) {
 }
 
 /// The file of an asset that has the bytes of what was to be saved; empty if that can't be told.
-std::string fileWithBytes(Library &library, const AssetRecord &asset, const store::Sha256 &sum) {
+std::string fileWithBytes(Library &library, const AssetRecord &asset, const Sha256 &sum) {
     if (asset.sha256 == sum)
         return library.paths().original(asset);
     const auto companion = library.writer().companionOf(asset.uuid);

@@ -40,7 +40,7 @@ namespace wickerlane::hoardd {
 
 /// The outcome of a job.
 struct SavedAsset {
-    Ref<store::ManagedAsset> asset;
+    Ref<ManagedAsset> asset;
     bool wasPresent = false; ///< The asset was there before, and nothing was saved.
     bool isDue = false;      ///< Its thumbnails are still to be made.
     CompanionOutcome companion = CompanionOutcome::none; ///< Of the second file that the job named.

@@ -19,8 +19,6 @@
 
 namespace wickerlane::hoardd {
 
-using store::AssetRecord;
-
 namespace {
 
 constexpr const char *refusedMark = "/refused";
@@ -174,7 +172,7 @@ Result<bool> isPresent(Library &library, const StagedAsset &staged, const Regula
         return passOn(companion);
     if (!*companion)
         return false;
-    return store::sha256OfFile(second.file.get(), path).map([&](const store::Sha256 &sum) {
+    return store::sha256OfFile(second.file.get(), path).map([&](const Sha256 &sum) {
         return sum == (*companion)->sha256;
     });
 }

@@ -24,7 +24,7 @@ enum class SavedPart { sidecar, companion };
 class SaveFolder {
 public:
     [[nodiscard]] static Result<SaveFolder> create(const store::LibraryPaths &paths,
-                                                   const store::AssetRecord &asset);
+                                                   const AssetRecord &asset);
     SaveFolder(SaveFolder &&other) noexcept
         : folder(std::move(other.folder)), isKept(std::exchange(other.isKept, true)) {}
     SaveFolder &operator=(SaveFolder &&) = delete;
@@ -61,7 +61,7 @@ struct StagedAsset {
     AssetLocks::Reservation reservation; ///< Of a UUID that came with the job; else of nothing.
     SaveFolder folder;
     StagedFile original; ///< Not synced yet.
-    store::AssetRecord record;
+    AssetRecord record;
     std::optional<StagedFile> sidecar{};        ///< A file of metadata that came with it; sealed and closed.
     std::optional<StagedCompanion> companion{}; ///< The second file of the shot that came with it.
     /// The companion that is on disk already for the UUID that came with the job.
@@ -72,7 +72,7 @@ struct StagedAsset {
     Store::DueFacts dueFacts = Store::DueFacts::none; ///< What the first look could not read.
     bool unlessPresent = false;                       ///< Not to be saved when its bytes are there already.
     bool hasGivenUUID = false;                        ///< The job said which UUID it gets.
-    std::optional<store::AssetRecord> present{};      ///< The asset that has them.
+    std::optional<AssetRecord> present{};             ///< The asset that has them.
     bool cameBack = false;                            ///< `present` was in the trash until now.
     TakenFile takenFrom{};                            ///< Goes once the asset is saved.
 };

@@ -29,7 +29,7 @@ Result<bool> changeAsset(Library &library, const std::string &uuid, const Change
 
 } // namespace
 
-Result<> trashAsset(Library &library, const store::AssetRecord &asset) {
+Result<> trashAsset(Library &library, const AssetRecord &asset) {
     const auto moved = changeAsset(library, asset.uuid, [&](Database &database) {
         return moveToTrash(database, asset.uuid, secondsNow());
     });
@@ -57,7 +57,7 @@ Result<> emptyTrash(Library &library, double until) {
     if (!trashed)
         return passOn(trashed);
     FailureCount failures;
-    for (const store::AssetRecord &asset : *trashed) {
+    for (const AssetRecord &asset : *trashed) {
         if (library.isEnding())
             return stopped();
         ReleaseScope scope;

@@ -13,7 +13,7 @@ namespace wickerlane::hoardd {
 // These block.
 
 /// Moves an asset into the trash. Succeeds also when it has gone already.
-[[nodiscard]] Result<> trashAsset(Library &library, const store::AssetRecord &asset);
+[[nodiscard]] Result<> trashAsset(Library &library, const AssetRecord &asset);
 
 /// Takes an asset out of the trash, and makes its thumbnails if they are due. Fails when the trash doesn't
 /// have it.

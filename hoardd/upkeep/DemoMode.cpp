@@ -26,7 +26,7 @@ Result<> restoreTrashedSince(Library &library, double date) {
     for (const auto &[asset, dateTrashed] : *trash) {
         if (library.isEnding())
             return stopped();
-        const store::AssetRecord &record = asset->record();
+        const AssetRecord &record = asset->record();
         Result<> done;
         if (record.dateAdded > date)
             done = removeAsset(library, record, AssetPlace::trash);
@@ -44,7 +44,7 @@ Result<> removeAssets(Library &library, double date) {
     const auto added = library.writer().addedSince(date);
     if (!added)
         return passOn(added);
-    for (const store::AssetRecord &each : *added) {
+    for (const AssetRecord &each : *added) {
         if (library.isEnding())
             return stopped();
         ReleaseScope scope;

@@ -17,8 +17,6 @@ namespace wickerlane::hoardd {
 namespace fs = std::filesystem;
 using sqlite::Database;
 using sqlite::Statement;
-using store::AlbumRecord;
-using store::AssetRecord;
 
 namespace {
 
@@ -74,7 +72,7 @@ AssetRecord mended(const store::LibraryPaths &paths, const NotedRows &notes, Ass
 }
 
 Result<> replaceAsset(Database &database, const AssetRecord &asset) {
-    if (!faultOf(asset).empty())
+    if (!store::faultOf(asset).empty())
         return database.prepare("DELETE FROM zgenericasset WHERE pk = ?").bind(asset.primaryKey).run();
     return database
         .prepare("UPDATE zgenericasset SET uuid = ?2, directory = ?3, filename = ?4, originalfilename = ?5, "
@@ -126,7 +124,7 @@ Result<> mendTexts(Database &database) {
 
 template <class Record>
 void keepUnsound(std::vector<Record> &records) {
-    std::erase_if(records, [](const Record &each) { return faultOf(each).empty(); });
+    std::erase_if(records, [](const Record &each) { return store::faultOf(each).empty(); });
 }
 
 } // namespace

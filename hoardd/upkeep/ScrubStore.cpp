@@ -67,7 +67,7 @@ Result<std::vector<ScrubbedFile>> faultyFiles(Database &database, std::size_t li
     return select(database, "WHERE fault <> 0", limit);
 }
 
-Result<bool> isFaulty(Database &database, const store::AssetRecord &asset) {
+Result<bool> isFaulty(Database &database, const AssetRecord &asset) {
     return database
         .prepare("SELECT 1 FROM zscrub WHERE asset = ?1 AND fault <> 0 UNION ALL "
                  "SELECT 1 FROM zcompanionscrub WHERE asset = ?1 AND fault <> 0")

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "wickerlane/store/AssetRecord.h"
+#include "wickerlane/model/AssetRecord.h"
 #include "wickerlane/store/CompanionReader.h"
 #include "wickerlane/store/LibraryPaths.h"
 #include "wickerlane/store/OriginalFault.h"
@@ -18,7 +18,7 @@ namespace wickerlane::hoardd {
 
 /// An original, or a companion, as it was found when it was read last.
 struct ScrubbedFile {
-    store::AssetRecord asset;
+    AssetRecord asset;
     std::optional<store::Companion>
         companion; ///< Of the asset, if it is what was read; else its original was.
     double date =
@@ -33,7 +33,7 @@ struct ScrubbedFile {
         return companion ? store::companionPath(paths, asset.uuid, *companion) : paths.original(asset);
     }
     [[nodiscard]] std::uint64_t byteSize() const { return companion ? companion->byteSize : asset.byteSize; }
-    [[nodiscard]] const store::Sha256 &sum() const { return companion ? companion->sha256 : asset.sha256; }
+    [[nodiscard]] const Sha256 &sum() const { return companion ? companion->sha256 : asset.sha256; }
     /// Whether it is the same file, as it was found at one time or another.
     [[nodiscard]] bool isSameAs(const ScrubbedFile &other) const {
         return asset.primaryKey == other.asset.primaryKey &&
@@ -48,7 +48,7 @@ struct ScrubbedFile {
 /// Those with a fault, at most `limit`, in the order in which they were read.
 [[nodiscard]] Result<std::vector<ScrubbedFile>> faultyFiles(sqlite::Database &database, std::size_t limit);
 /// Whether the original or the companion of an asset has a fault.
-[[nodiscard]] Result<bool> isFaulty(sqlite::Database &database, const store::AssetRecord &asset);
+[[nodiscard]] Result<bool> isFaulty(sqlite::Database &database, const AssetRecord &asset);
 /// Notes what was found. Without effect when the asset has gone or has another file now.
 [[nodiscard]] Result<> storeScrubbed(sqlite::Database &database, const ScrubbedFile &file);
 

@@ -38,10 +38,10 @@ protected:
         const auto report = store::checkLibrary(paths);
         return report ? report->findings.size() : SIZE_MAX;
     }
-    static store::AlbumRecord album(const char *name) {
+    static AlbumRecord album(const char *name) {
         const auto opened = store::ObjectStore::open();
         const auto *found = opened->albumNamed(name);
-        return found != nullptr ? found->record() : store::AlbumRecord();
+        return found != nullptr ? found->record() : AlbumRecord();
     }
     std::string saved(std::uint32_t width) const {
         return textIn(saveData(pngOf(fourCorners(width, 4))), "assetURL");
@@ -79,8 +79,7 @@ TEST_F(Album, HoldsAssetsAndCountsThem) {
     EXPECT_EQ(album("Trip").assetCount, 1U);
 
     const auto deleteEmpty = request(58);
-    const std::string uri =
-        store::objectURI(store::ObjectStore::open()->storeUUID(), trip.primaryKey, "Album");
+    const std::string uri = objectURI(store::ObjectStore::open()->storeUUID(), trip.primaryKey, "Album");
     deleteEmpty->setData("albumOID", uri.data(), uri.size());
     answer(deleteEmpty.get());
     EXPECT_EQ(album("Trip").uuid, trip.uuid) << "it is not empty";

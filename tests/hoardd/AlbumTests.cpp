@@ -17,10 +17,10 @@ namespace {
 
 class Albums : public OpenLibrary {
 protected:
-    [[nodiscard]] store::AlbumRecord album(const std::string &uuid) const {
+    [[nodiscard]] AlbumRecord album(const std::string &uuid) const {
         const auto found = library().assets().albumWithUUID(uuid);
         EXPECT_TRUE(found) << found.error().text;
-        return found && *found ? (*found)->record() : store::AlbumRecord();
+        return found && *found ? (*found)->record() : AlbumRecord();
     }
     [[nodiscard]] Result<> add(const std::string &assetUUID, const std::string &albumUUID) const {
         return addToAlbum(library(), **library().assets().assetWithUUID(assetUUID),

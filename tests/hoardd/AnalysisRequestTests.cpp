@@ -136,10 +136,10 @@ TEST_F(Analysis, OneMomentOrListIsNamedByItsObjectID) {
         message->setData(key, uri.data(), uri.size());
         return message;
     };
-    const std::string moment = store::objectURI(storeUUID, 1, "Moment");
-    const std::string list = store::objectURI(storeUUID, 1, "MomentList");
+    const std::string moment = objectURI(storeUUID, 1, "Moment");
+    const std::string list = objectURI(storeUUID, 1, "MomentList");
     auto opened = reader();
-    const auto byObject = [](std::int64_t code, const char *key, const store::StoredObject *object) {
+    const auto byObject = [](std::int64_t code, const char *key, const StoredObject *object) {
         auto message = request(code);
         JXMsgDictionarySetManagedObjectID(message.get(), key, object->objectID());
         return message;
@@ -156,7 +156,7 @@ TEST_F(Analysis, OneMomentOrListIsNamedByItsObjectID) {
     answer(named(65, "momentOID", moment).get());
     answer(named(66, "momentListOID", list).get());
     // What is gone is no error: who asked could not know.
-    answer(named(65, "momentOID", store::objectURI(storeUUID, 77, "Moment")).get());
+    answer(named(65, "momentOID", objectURI(storeUUID, 77, "Moment")).get());
     for (const std::string &uri :
          {list, moment + "x", std::string("x-hoard-store://other/Moment/p1"), std::string()})
         EXPECT_NE(refusal(named(65, "momentOID", uri).get()), "") << uri;

@@ -28,14 +28,14 @@ protected:
             addition.record.uuid = std::string("0000000A-0000-4000-8000-00000000000") + (i == 0 ? "1" : "2");
             addition.record.directory = "DCIM/00";
             addition.record.filename = addition.record.uuid + ".JPG";
-            addition.record.kind = i == 0 ? store::AssetKind::photo : store::AssetKind::video;
+            addition.record.kind = i == 0 ? AssetKind::photo : AssetKind::video;
             addition.record.directory = "DCIM/00";
             addition.record.filename = addition.record.uuid + ".JPG";
             ASSERT_TRUE(library().writer().add({&addition, 1}));
             assets.push_back(addition.record);
         }
     }
-    void add(const store::AssetRecord &asset, const store::AlbumRecord &album, double date) const {
+    void add(const AssetRecord &asset, const AlbumRecord &album, double date) const {
         ASSERT_TRUE(library().writer().change(
             [&](Database &database) { return addAssetBulletin(database, asset, album, "Ada", date); }));
     }
@@ -50,8 +50,8 @@ protected:
         return *read;
     }
 
-    std::vector<store::AlbumRecord> albums;
-    std::vector<store::AssetRecord> assets; // a photo and a video
+    std::vector<AlbumRecord> albums;
+    std::vector<AssetRecord> assets; // a photo and a video
 };
 
 TEST_F(Bulletins, GatherWhatComesIntoOneAlbumWithinTenMinutes) {

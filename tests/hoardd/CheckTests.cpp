@@ -22,7 +22,7 @@ class Check : public RunningHoardd {
 protected:
     std::multimap<Finding::Kind, std::string> findings() const {
         store::CheckOptions options;
-        options.sumOfFile = [](const std::string &path) { return Result<store::Sha256>(sumOfFile(path)); };
+        options.sumOfFile = [](const std::string &path) { return Result<Sha256>(sumOfFile(path)); };
         const auto report = store::checkLibrary(paths, options);
         EXPECT_TRUE(report) << report.error().text;
         std::multimap<Finding::Kind, std::string> found;
@@ -55,7 +55,7 @@ protected:
 TEST_F(Check, FindsEachFaultAndRepairMendsWhatCanBe) {
     ReleaseScope scope;
     EXPECT_EQ(answer(request(16).get())->getUInt64("photoCount"), 0U);
-    std::vector<store::AssetRecord> assets;
+    std::vector<AssetRecord> assets;
     for (std::uint32_t i = 0; i < 5; ++i) {
         const MutableDictionary *saved = saveData(jpegOf(fourCorners(300 + i, 200)));
         const auto edited = request(17);

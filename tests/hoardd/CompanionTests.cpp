@@ -28,7 +28,6 @@
 using namespace wickerlane;
 using namespace wickerlane::hoardd;
 using namespace wickerlane::test;
-using store::AssetRecord;
 namespace fs = std::filesystem;
 
 namespace {
@@ -412,7 +411,7 @@ TEST_F(KilledPairs, AreWholeAfterAKillAtAnyInstant) {
         connection = connect();
         answer(request(28).get());
         store::CheckOptions options;
-        options.sumOfFile = [](const std::string &path) { return Result<store::Sha256>(sumOfFile(path)); };
+        options.sumOfFile = [](const std::string &path) { return Result<Sha256>(sumOfFile(path)); };
         const auto report = store::checkLibrary(paths, options);
         ASSERT_TRUE(report) << report.error().text;
         for (const store::Finding &each : report->findings)

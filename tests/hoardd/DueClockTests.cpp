@@ -9,7 +9,6 @@ using namespace wickerlane;
 using namespace wickerlane::hoardd;
 using namespace wickerlane::test;
 using sqlite::Database;
-using store::AssetRecord;
 
 namespace {
 

@@ -110,7 +110,7 @@ TEST(Duplicates, AreDistinguishedFromSimilarPicturesAndFromOthers) {
         {"too many bits of one hash", [](DuplicateItem &i) { flip(i.fingerprint->difference, 7); }, none},
         {"too many bits of the other", [](DuplicateItem &i) { flip(i.fingerprint->frequency, 7); }, none},
         {"cropped", [](DuplicateItem &i) { i.height = 2500; }, none},
-        {"a video", [](DuplicateItem &i) { i.kind = wickerlane::store::AssetKind::video; }, none},
+        {"a video", [](DuplicateItem &i) { i.kind = wickerlane::AssetKind::video; }, none},
         {"longer", [](DuplicateItem &i) { i.duration = 3; }, none},
         {"the next shot", [](DuplicateItem &i) { i.date += 0.2; }, similar},
         {"a copy that lost parts of a second",

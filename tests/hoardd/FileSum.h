@@ -8,15 +8,15 @@
 #include <fstream>
 #include <iterator>
 
-#include "wickerlane/store/AssetRecord.h"
+#include "wickerlane/model/AssetRecord.h"
 
 namespace wickerlane::test {
 
-inline store::Sha256 sumOfFile(const std::string &path) {
+inline Sha256 sumOfFile(const std::string &path) {
     std::ifstream file(path, std::ios::binary);
     EXPECT_TRUE(file) << path;
     const std::string contents{std::istreambuf_iterator<char>(file), {}};
-    store::Sha256 sum{};
+    Sha256 sum{};
     EXPECT_EQ(EVP_Digest(contents.data(), contents.size(), reinterpret_cast<unsigned char *>(sum.data()),
                          nullptr, EVP_sha256(), nullptr),
               1);

@@ -378,7 +378,7 @@ TEST_F(Life, WhateverWasAnsweredIsWholeAfterAKillAtAnyInstant) {
         answer(request(28).get()); // once the thumbnails that were due are made
         const auto store = store::StoreReader::open(paths);
         ASSERT_TRUE(store) << store.error().text;
-        std::map<std::string, std::pair<store::AssetRecord, Place>> found;
+        std::map<std::string, std::pair<AssetRecord, Place>> found;
         const auto assets = (*store)->assets();
         const auto trash = (*store)->trash();
         ASSERT_TRUE(assets && trash);
@@ -392,7 +392,7 @@ TEST_F(Life, WhateverWasAnsweredIsWholeAfterAKillAtAnyInstant) {
         }
         std::size_t files = 0, thumbnails = 0;
         for (const auto &[uuid, each] : found) {
-            const store::AssetRecord &record = each.first;
+            const AssetRecord &record = each.first;
             ASSERT_EQ(sumOfFile(paths.original(record)), record.sha256) << uuid;
             ASSERT_EQ(fs::file_size(paths.original(record)), record.byteSize);
             ++files;

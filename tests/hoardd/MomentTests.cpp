@@ -143,7 +143,7 @@ protected:
         ASSERT_TRUE(database->execute("PRAGMA synchronous=OFF") && store::layOut(*database));
     }
     void add(double date, std::optional<Place> place) {
-        store::AssetRecord record;
+        AssetRecord record;
         record.uuid = "U" + std::to_string(++added);
         record.dateCreated = date;
         if (added % 2 != 0) { // the camera's clock was ten hours ahead of UTC

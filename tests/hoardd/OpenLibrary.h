@@ -50,17 +50,17 @@ protected:
                 std::move(uuid)};
     }
     /// The record of an asset that is made of these bytes.
-    [[nodiscard]] store::AssetRecord saved(const FileBytes &bytes) const {
+    [[nodiscard]] AssetRecord saved(const FileBytes &bytes) const {
         const SaveJob job = jobOf(bytes);
         const auto results = saveAssets(library(), {&job, 1});
         EXPECT_TRUE(results.front()) << results.front().error().text;
-        return results.front() ? results.front()->asset->record() : store::AssetRecord();
+        return results.front() ? results.front()->asset->record() : AssetRecord();
     }
     /// As the store has it now; an empty one when it has none.
-    [[nodiscard]] store::AssetRecord recordOf(const std::string &uuid) const {
+    [[nodiscard]] AssetRecord recordOf(const std::string &uuid) const {
         const auto asset = library().assets().assetWithUUID(uuid);
         EXPECT_TRUE(asset) << asset.error().text;
-        return asset && *asset ? (*asset)->record() : store::AssetRecord();
+        return asset && *asset ? (*asset)->record() : AssetRecord();
     }
 
     /// What a check finds, as lines; empty when store and files belong together and nothing is left over.

@@ -15,7 +15,6 @@
 using namespace wickerlane;
 using namespace wickerlane::hoardd;
 using namespace wickerlane::test;
-using store::AssetRecord;
 namespace fs = std::filesystem;
 
 namespace {

@@ -106,7 +106,7 @@ protected:
         return kinds;
     }
 
-    std::vector<store::AssetRecord> assets;
+    std::vector<AssetRecord> assets;
     const double start = secondsNow();
 };
 

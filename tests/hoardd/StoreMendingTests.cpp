@@ -67,7 +67,7 @@ public: // for the tables of cases
         std::vector<Store::Addition> additions;
         for (int i = first; i < end; ++i) {
             Store::Addition addition;
-            store::AssetRecord &record = addition.record;
+            AssetRecord &record = addition.record;
             record.uuid = UUID::createRandom()->uuidString()->utf8();
             record.directory = store::LibraryPaths::directoryOfOriginal(record.uuid);
             record.filename = record.uuid + ".JPG";

@@ -26,7 +26,6 @@
 using namespace wickerlane;
 using namespace wickerlane::hoardd;
 using namespace wickerlane::test;
-using store::AssetRecord;
 using store::ThumbnailSize;
 namespace fs = std::filesystem;
 

@@ -29,7 +29,6 @@ using namespace wickerlane;
 using namespace wickerlane::hoardd;
 using namespace wickerlane::test;
 using sqlite::Database;
-using store::AssetRecord;
 namespace fs = std::filesystem;
 
 namespace {

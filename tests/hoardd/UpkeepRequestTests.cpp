@@ -84,8 +84,7 @@ TEST_F(Upkeep, FilesFoundAmongTheOriginalsBecomeAssets) {
     EXPECT_EQ(contentsOf(paths.original(asset->record())), named);
     bool isThere = false;
     for (Object *each : *store->assets())
-        if (const auto &record = as<store::ManagedAsset>(each)->record();
-            record.originalFilename == "IMG_0001.JPG")
+        if (const auto &record = as<ManagedAsset>(each)->record(); record.originalFilename == "IMG_0001.JPG")
             isThere = contentsOf(paths.original(record)) == fresh;
     EXPECT_TRUE(isThere);
     EXPECT_TRUE(fs::exists(folder + "100TRIP/notes.txt"));

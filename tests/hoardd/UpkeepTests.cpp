@@ -191,7 +191,7 @@ TEST_F(Repair, LooksAgainBeforeItTakesAnything) {
 }
 
 TEST_F(Repair, LeavesWhatIsSetAndRemovedMeanwhile) {
-    std::vector<store::AssetRecord> assets;
+    std::vector<AssetRecord> assets;
     for (std::uint32_t i = 0; i < 4; ++i)
         assets.push_back(saved(jpegOf(fourCorners(300 + i, 200))));
     std::atomic<bool> isOver = false;
@@ -382,7 +382,7 @@ TEST_F(Sizes, AndCountsThatAreWrongAreFoundAndPutRight) {
     const auto before = sizes();
     const std::string store = "wrong sum in the store " + paths.database() + '\n',
                       thumbnail = "thumbnails of another size ";
-    const auto smallOf = [&](const store::AssetRecord &each) {
+    const auto smallOf = [&](const AssetRecord &each) {
         return thumbnail + paths.thumbnail(each.uuid, store::ThumbnailSize::small) + '\n';
     };
     const std::pair<const char *, std::string> cases[] = {
@@ -407,7 +407,7 @@ TEST_F(Sizes, AndCountsThatAreWrongAreFoundAndPutRight) {
 TEST_F(DemoMode, TakesOutWhatCameAfterADate) {
     const FileBytes picture = jpegOf(fourCorners(300, 200)), edited = jpegOf(fourCorners(200, 300));
     const auto mine = saved(picture), shared = saved(picture), kept = saved(picture);
-    const auto add = [&](const store::AssetRecord &asset, const std::string &album) {
+    const auto add = [&](const AssetRecord &asset, const std::string &album) {
         ASSERT_TRUE(addToAlbum(library(), **library().assets().assetWithUUID(asset.uuid),
                                **library().assets().albumWithUUID(album), getuid()));
     };

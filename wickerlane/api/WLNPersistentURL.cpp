@@ -4,9 +4,9 @@
 #include <string_view>
 
 #include "wickerlane/client/JXGatekeeperClient.h"
+#include "wickerlane/model/AssetURL.h"
 #include "wickerlane/platform/consent/Consent.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
-#include "wickerlane/store/AssetURL.h"
 
 using namespace wickerlane;
 
@@ -23,7 +23,7 @@ bool hasScheme(const URL *url, std::string_view expected) {
 
 bool WLNIsPersistentURL(const WLURL *url) {
     ReleaseScope scope;
-    return hasScheme(url, store::assetURLScheme) || hasScheme(url, musicScheme);
+    return hasScheme(url, assetURLScheme) || hasScheme(url, musicScheme);
 }
 
 WLString *WLNCreatePathForPersistentURL(WLURL *url) {

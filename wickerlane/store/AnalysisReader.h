@@ -9,9 +9,9 @@
 #include <string_view>
 #include <vector>
 
+#include "wickerlane/model/StoredObject.h"
 #include "wickerlane/store/LibraryPaths.h"
 #include "wickerlane/store/Sqlite.h"
-#include "wickerlane/store/StoredObject.h"
 
 namespace wickerlane::store {
 

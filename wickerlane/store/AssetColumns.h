@@ -5,7 +5,7 @@
 #include <optional>
 #include <string_view>
 
-#include "wickerlane/store/AssetRecord.h"
+#include "wickerlane/model/AssetRecord.h"
 #include "wickerlane/store/Sqlite.h"
 
 namespace wickerlane::store {

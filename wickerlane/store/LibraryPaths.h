@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "wickerlane/model/AssetRecord.h"
 #include "wickerlane/platform/object/Export.h"
-#include "wickerlane/store/AssetRecord.h"
 
 namespace wickerlane::store {
 

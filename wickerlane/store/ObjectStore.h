@@ -7,11 +7,11 @@
 #include <string>
 #include <vector>
 
+#include "wickerlane/model/ManagedAlbum.h"
+#include "wickerlane/model/ManagedAsset.h"
 #include "wickerlane/platform/object/Array.h"
 #include "wickerlane/store/AssetQuery.h"
 #include "wickerlane/store/LibraryPaths.h"
-#include "wickerlane/store/ManagedAlbum.h"
-#include "wickerlane/store/ManagedAsset.h"
 
 namespace wickerlane::store {
 

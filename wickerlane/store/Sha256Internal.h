@@ -10,11 +10,11 @@
 
 #include <openssl/evp.h>
 
+#include "wickerlane/model/AssetRecord.h"
 #include "wickerlane/model/Result.h"
 #include "wickerlane/platform/file/Retry.h"
 #include "wickerlane/platform/object/Data.h"
 #include "wickerlane/platform/object/Handler.h"
-#include "wickerlane/store/AssetRecord.h"
 
 namespace wickerlane::store {
 

@@ -4,8 +4,8 @@
 #include <cmath>
 #include <cstdint>
 
+#include "wickerlane/model/ManagedAsset.h"
 #include "wickerlane/platform/message/value/MessageText.h"
-#include "wickerlane/store/ManagedAsset.h"
 
 namespace wickerlane::store {
 

@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
-#include "wickerlane/store/AssetRecord.h"
-#include "wickerlane/store/ManagedAlbum.h"
+#include "wickerlane/model/AssetRecord.h"
+#include "wickerlane/model/ManagedAlbum.h"
 #include "wickerlane/store/Sqlite.h"
 
 namespace wickerlane::store {

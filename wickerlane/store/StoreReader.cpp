@@ -5,9 +5,9 @@
 #include <algorithm>
 #include <map>
 
+#include "wickerlane/model/AssetURL.h"
 #include "wickerlane/platform/object/Mutex.h"
 #include "wickerlane/store/AssetColumns.h"
-#include "wickerlane/store/AssetURL.h"
 #include "wickerlane/store/Schema.h"
 #include "wickerlane/store/Soundness.h"
 

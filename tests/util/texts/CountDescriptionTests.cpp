@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "wickerlane/model/ManagedAsset.h"
 #include "wickerlane/platform/locale/Locale.h"
-#include "wickerlane/store/ManagedAsset.h"
 #include "wickerlane/util/texts/JXDates.h"
 #include "wickerlane/util/texts/JXItemKinds.h"
 #include "wickerlane/util/texts/JXMomentHomeLocationName.h"
@@ -94,11 +94,11 @@ TEST_F(Descriptions, ItemsAreAnyRangeOfObjectsWithAKind) {
               "PHOTO");
     EXPECT_EQ(JXItemCollection(mixed).count(), 3U);
 
-    store::AssetRecord record;
+    AssetRecord record;
     record.uuid = "00000000-0000-4000-8000-000000000000";
-    record.kind = store::AssetKind::video;
+    record.kind = AssetKind::video;
     EXPECT_EQ(textOf(JXLocalizedSelectionMessageForItems(
-                  std::vector{store::ManagedAsset::create(record, "/library", record.uuid)})),
+                  std::vector{ManagedAsset::create(record, "/library", record.uuid)})),
               "1 Video Selected");
 }
 

@@ -1,9 +1,9 @@
-#include "wickerlane/store/ManagedAlbum.h"
+#include "wickerlane/model/ManagedAlbum.h"
 
-#include "wickerlane/store/AssetURL.h"
-#include "wickerlane/store/ManagedAsset.h"
+#include "wickerlane/model/AssetURL.h"
+#include "wickerlane/model/ManagedAsset.h"
 
-namespace wickerlane::store {
+namespace wickerlane {
 
 constinit const Class ManagedAlbum::classInfo{"ManagedAlbum", &Object::classInfo, nullptr};
 WL_BUILT_IN_CLASS(ManagedAlbum);
@@ -30,4 +30,4 @@ String *ManagedAlbum::description() const {
     return String::format("<ManagedAlbum: %s, %s>", known.uuid.c_str(), known.name.c_str());
 }
 
-} // namespace wickerlane::store
+} // namespace wickerlane

@@ -1,10 +1,10 @@
-#include "wickerlane/store/ManagedAsset.h"
+#include "wickerlane/model/ManagedAsset.h"
 
 #include <charconv>
 
-#include "wickerlane/store/AssetURL.h"
+#include "wickerlane/model/AssetURL.h"
 
-namespace wickerlane::store {
+namespace wickerlane {
 
 namespace {
 
@@ -58,4 +58,4 @@ String *ManagedAsset::description() const {
     return String::format("<ManagedAsset: %s, %s>", known.uuid.c_str(), known.filename.c_str());
 }
 
-} // namespace wickerlane::store
+} // namespace wickerlane

@@ -1,6 +1,6 @@
 // What the store knows of one asset.
-#ifndef WICKERLANE_STORE_ASSETRECORD_H
-#define WICKERLANE_STORE_ASSETRECORD_H
+#ifndef WICKERLANE_MODEL_ASSETRECORD_H
+#define WICKERLANE_MODEL_ASSETRECORD_H
 
 #include <array>
 #include <cstddef>
@@ -10,9 +10,7 @@
 
 #include "wickerlane/model/AssetKind.h"
 
-namespace wickerlane::store {
-
-using wickerlane::AssetKind;
+namespace wickerlane {
 
 using Sha256 = std::array<std::byte, 32>;
 
@@ -51,6 +49,6 @@ struct AssetRecord {
     [[nodiscard]] bool isUndecodable() const { return !problem.empty() && width == 0; }
 };
 
-} // namespace wickerlane::store
+} // namespace wickerlane
 
 #endif

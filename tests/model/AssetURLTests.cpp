@@ -1,11 +1,10 @@
-#include "wickerlane/store/AssetURL.h"
+#include "wickerlane/model/AssetURL.h"
 
 #include <gtest/gtest.h>
 
 #include "wickerlane/platform/object/ReleaseScope.h"
 
 using namespace wickerlane;
-using namespace wickerlane::store;
 
 namespace {
 

@@ -1,8 +1,8 @@
-#include "wickerlane/store/AssetURL.h"
+#include "wickerlane/model/AssetURL.h"
 
 #include "wickerlane/platform/object/Number.h"
 
-namespace wickerlane::store {
+namespace wickerlane {
 
 Ref<URL> createAssetURL(std::string_view uuid, std::string_view extension) {
     std::string text(assetURLScheme);
@@ -24,4 +24,4 @@ std::string uuidOfAssetURL(const URL *url) {
     return uuid ? std::string(uuid->uuidString()->utf8()) : std::string();
 }
 
-} // namespace wickerlane::store
+} // namespace wickerlane

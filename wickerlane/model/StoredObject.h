@@ -1,10 +1,10 @@
 // The identity of an object in a library's store, for operations that ask for nothing else of it.
-#ifndef WICKERLANE_STORE_STOREDOBJECT_H
-#define WICKERLANE_STORE_STOREDOBJECT_H
+#ifndef WICKERLANE_MODEL_STOREDOBJECT_H
+#define WICKERLANE_MODEL_STOREDOBJECT_H
 
-#include "wickerlane/store/ManagedAsset.h"
+#include "wickerlane/model/ManagedAsset.h"
 
-namespace wickerlane::store {
+namespace wickerlane {
 
 /// Stands wherever an operation asks for a moment, a list of moments, or another object of a store.
 /// Immutable.
@@ -22,6 +22,6 @@ private:
     Ref<ManagedObjectID> identity;
 };
 
-} // namespace wickerlane::store
+} // namespace wickerlane
 
 #endif

@@ -1,12 +1,12 @@
 // An asset of the library as an object.
-#ifndef WICKERLANE_STORE_MANAGEDASSET_H
-#define WICKERLANE_STORE_MANAGEDASSET_H
+#ifndef WICKERLANE_MODEL_MANAGEDASSET_H
+#define WICKERLANE_MODEL_MANAGEDASSET_H
 
+#include "wickerlane/model/AssetRecord.h"
 #include "wickerlane/model/ManagedObjectID.h"
 #include "wickerlane/platform/object/Number.h"
-#include "wickerlane/store/AssetRecord.h"
 
-namespace wickerlane::store {
+namespace wickerlane {
 
 /// An asset as it was when it was read: immutable, shared between threads freely. It stands wherever an
 /// operation asks for an asset or a photo. Object results live as long as the asset.
@@ -59,6 +59,6 @@ inline constexpr std::string_view assetEntity = "GenericAsset";
 /// The extension of a file name, without the dot; empty when there is none.
 [[nodiscard]] WL_EXPORT std::string_view extensionOf(std::string_view filename);
 
-} // namespace wickerlane::store
+} // namespace wickerlane
 
 #endif

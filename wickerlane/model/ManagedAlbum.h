@@ -1,6 +1,6 @@
 // An album of the library as an object.
-#ifndef WICKERLANE_STORE_MANAGEDALBUM_H
-#define WICKERLANE_STORE_MANAGEDALBUM_H
+#ifndef WICKERLANE_MODEL_MANAGEDALBUM_H
+#define WICKERLANE_MODEL_MANAGEDALBUM_H
 
 #include <cstdint>
 #include <string>
@@ -8,7 +8,7 @@
 
 #include "wickerlane/model/ManagedObjectID.h"
 
-namespace wickerlane::store {
+namespace wickerlane {
 
 /// What albums are called in the URIs of their object IDs.
 inline constexpr std::string_view albumEntity = "Album";
@@ -52,6 +52,6 @@ private:
 /// The persistent URL of an album.
 [[nodiscard]] WL_EXPORT Ref<URL> createAlbumURL(std::string_view uuid);
 
-} // namespace wickerlane::store
+} // namespace wickerlane
 
 #endif

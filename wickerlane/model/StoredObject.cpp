@@ -1,6 +1,6 @@
-#include "wickerlane/store/StoredObject.h"
+#include "wickerlane/model/StoredObject.h"
 
-namespace wickerlane::store {
+namespace wickerlane {
 
 constinit const Class StoredObject::classInfo{"StoredObject", &Object::classInfo, nullptr};
 WL_BUILT_IN_CLASS(StoredObject);
@@ -12,4 +12,4 @@ Ref<StoredObject> StoredObject::create(std::string_view storeUUID, std::string_v
     return object;
 }
 
-} // namespace wickerlane::store
+} // namespace wickerlane

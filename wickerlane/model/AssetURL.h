@@ -1,13 +1,13 @@
 // The persistent URLs of assets: rez-vault://asset/asset.JPG?id=<UUID>&ext=JPG
-#ifndef WICKERLANE_STORE_ASSETURL_H
-#define WICKERLANE_STORE_ASSETURL_H
+#ifndef WICKERLANE_MODEL_ASSETURL_H
+#define WICKERLANE_MODEL_ASSETURL_H
 
 #include <string>
 #include <string_view>
 
 #include "wickerlane/platform/object/URL.h"
 
-namespace wickerlane::store {
+namespace wickerlane {
 
 /// The scheme of the photo library's URLs; its case counts.
 inline constexpr std::string_view assetURLScheme = "rez-vault";
@@ -18,6 +18,6 @@ inline constexpr std::string_view assetURLScheme = "rez-vault";
 /// The UUID in an asset's URL, in upper case; empty when the URL (which may be null) is not one.
 [[nodiscard]] WL_EXPORT std::string uuidOfAssetURL(const URL *url);
 
-} // namespace wickerlane::store
+} // namespace wickerlane
 
 #endif
