@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 
+#include "wickerlane/model/AssetFields.h"
+
 namespace wickerlane::store {
 
 using sqlite::Statement;
@@ -49,36 +51,16 @@ struct Column {
     void (*read)(const Statement &, int, AssetRecord &);
 };
 
-template <auto member>
-constexpr Column column(std::string_view name) {
-    return {
-        name, [](Statement &statement, const AssetRecord &record) { bindValue(statement, record.*member); },
-        [](const Statement &row, int index, AssetRecord &record) { readValue(row, index, record.*member); }};
-}
-
-constexpr std::array columns{
-    column<&AssetRecord::uuid>("uuid"),
-    column<&AssetRecord::kind>("kind"),
-    column<&AssetRecord::directory>("directory"),
-    column<&AssetRecord::filename>("filename"),
-    column<&AssetRecord::originalFilename>("originalfilename"),
-    column<&AssetRecord::format>("format"),
-    column<&AssetRecord::width>("width"),
-    column<&AssetRecord::height>("height"),
-    column<&AssetRecord::orientation>("orientation"),
-    column<&AssetRecord::dateCreated>("datecreated"),
-    column<&AssetRecord::dateAdded>("dateadded"),
-    column<&AssetRecord::latitude>("latitude"),
-    column<&AssetRecord::longitude>("longitude"),
-    column<&AssetRecord::byteSize>("bytesize"),
-    column<&AssetRecord::sha256>("sha256"),
-    column<&AssetRecord::thumbnailIndex>("thumbnailindex"),
-    column<&AssetRecord::problem>("problem"),
-    column<&AssetRecord::duration>("duration"),
-    column<&AssetRecord::clockDate>("clockdate"),
-    column<&AssetRecord::zoneMinutes>("zoneminutes"),
-    column<&AssetRecord::externalUsageIntent>("externalusageintent"),
-};
+constexpr auto columns = std::apply(
+    []<auto... members>(const AssetMember<members> &...each) {
+        return std::array{Column{
+            each.name,
+            [](Statement &statement, const AssetRecord &record) { bindValue(statement, record.*members); },
+            [](const Statement &row, int index, AssetRecord &record) {
+                readValue(row, index, record.*members);
+            }}...};
+    },
+    assetMembers);
 
 /// SQL that is put together while this is compiled.
 struct SQL {
