@@ -1,5 +1,6 @@
 #include "hoardd/upkeep/RowRepair.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <filesystem>
@@ -8,6 +9,7 @@
 #include "hoardd/library/StoreNotes.h"
 #include "hoardd/library/TrashStore.h"
 #include "wickerlane/log/JXLog.h"
+#include "wickerlane/model/AssetDetails.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/store/AssetColumns.h"
 #include "wickerlane/store/Soundness.h"
@@ -60,6 +62,16 @@ AssetRecord mended(const store::LibraryPaths &paths, const NotedRows &notes, Ass
     asset.originalFilename = textOf(std::move(asset.originalFilename), noted("originalfilename"));
     asset.format = textOf(std::move(asset.format), noted("format"));
     asset.problem = textOf(std::move(asset.problem), noted("problem"));
+    asset.camera = textOf(std::move(asset.camera), noted("camera"));
+    asset.lens = textOf(std::move(asset.lens), noted("lens"));
+    asset.caption = captionOf(textOf(std::move(asset.caption), noted("caption")));
+    asset.keywords = keywordLines(keywordsIn(textOf(std::move(asset.keywords), noted("keywords"))));
+    asset.rating = std::clamp<std::int64_t>(asset.rating, 0, maxRating);
+    if (asset.isoSpeed.value_or(0) < 0)
+        asset.isoSpeed.reset();
+    for (std::optional<double> *number : {&asset.exposureSeconds, &asset.aperture, &asset.focalLength})
+        if (*number && !(**number >= 0 && std::isfinite(**number)))
+            number->reset();
     for (double *date : {&asset.dateCreated, &asset.dateAdded})
         if (!std::isfinite(*date))
             *date = secondsNow();
@@ -76,9 +88,13 @@ Result<> replaceAsset(Database &database, const AssetRecord &asset) {
         return database.prepare("DELETE FROM zgenericasset WHERE pk = ?").bind(asset.primaryKey).run();
     return database
         .prepare("UPDATE zgenericasset SET uuid = ?2, directory = ?3, filename = ?4, originalfilename = ?5, "
-                 "format = ?6, problem = ?7, datecreated = ?8, dateadded = ?9, bytesize = ?10 WHERE pk = ?1")
+                 "format = ?6, problem = ?7, datecreated = ?8, dateadded = ?9, bytesize = ?10, camera = ?11, "
+                 "lens = ?12, exposureseconds = ?13, aperture = ?14, isospeed = ?15, focallength = ?16, "
+                 "rating = ?17, caption = ?18, keywords = ?19 WHERE pk = ?1")
         .bind(asset.primaryKey, asset.uuid, asset.directory, asset.filename, asset.originalFilename,
-              asset.format, asset.problem, asset.dateCreated, asset.dateAdded, asset.byteSize)
+              asset.format, asset.problem, asset.dateCreated, asset.dateAdded, asset.byteSize, asset.camera,
+              asset.lens, asset.exposureSeconds, asset.aperture, asset.isoSpeed, asset.focalLength,
+              asset.rating, asset.caption, asset.keywords)
         .run();
 }
 

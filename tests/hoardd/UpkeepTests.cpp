@@ -228,7 +228,10 @@ TEST_F(Repair, MakesAssetsAgainOfRowsThatCantBeOnes) {
         "UPDATE zgenericasset SET filename = CAST(x'41ff' AS TEXT), originalfilename = CAST(x'42ff' AS TEXT) "
         "WHERE pk = 1; UPDATE zgenericasset SET uuid = CAST(x'ff' AS TEXT) WHERE pk = 2;"
         "UPDATE zgenericasset SET uuid = 'x', filename = 'x' WHERE pk = 3;"
-        "UPDATE zgenericasset SET bytesize = -1 WHERE pk = 4;"
+        "UPDATE zgenericasset SET bytesize = -1, camera = CAST(x'42ff' AS TEXT), lens = 'a' || char(0), "
+        "exposureseconds = -1, aperture = 9e999, focallength = -9e999, isospeed = -1, rating = 6, "
+        "favourite = 1, caption = 'b' || char(27), keywords = 'c' || char(10) || 'd' || char(10) || 'c' "
+        "WHERE pk = 4;"
         "UPDATE zalbum SET name = CAST(x'4142ff' AS TEXT);");
     EXPECT_NE(faults().find("unreadable entry of the store"), std::string::npos);
     const auto repaired = repairLibrary(library());
@@ -238,7 +241,15 @@ TEST_F(Repair, MakesAssetsAgainOfRowsThatCantBeOnes) {
     EXPECT_EQ(recordOf(one.uuid).originalFilename, "B\uFFFD");
     EXPECT_EQ(recordOf(two.uuid).primaryKey, two.primaryKey);
     EXPECT_EQ(recordOf(three.uuid).sha256, three.sha256) << "found among the originals";
-    EXPECT_EQ(recordOf(four.uuid).byteSize, four.byteSize);
+    const auto fourth = recordOf(four.uuid);
+    EXPECT_EQ(fourth.byteSize, four.byteSize);
+    EXPECT_EQ(fourth.camera, "B\uFFFD");
+    EXPECT_EQ(fourth.lens, "a");
+    EXPECT_FALSE(fourth.exposureSeconds || fourth.aperture || fourth.focalLength || fourth.isoSpeed);
+    EXPECT_TRUE(fourth.favourite);
+    EXPECT_EQ(fourth.rating, 5);
+    EXPECT_EQ(fourth.caption, "b");
+    EXPECT_EQ(fourth.keywords, "c\nd");
     EXPECT_TRUE(*library().assets().albumWithUUID(album));
 }
 

@@ -63,6 +63,16 @@ TEST(Schema, AnOlderLibraryGainsWhatItLacks) {
     ASSERT_TRUE(recountSums(*writer));
     EXPECT_EQ(counted(), std::pair(std::uint64_t{3}, std::uint64_t{3}));
     EXPECT_TRUE(wrongSums(*writer)->empty());
+    EXPECT_EQ(writer->integer("SELECT count(*) FROM zgenericasset WHERE duedetails = 15"), 6)
+        << "what they say of themselves is read later";
+    const auto changes = [&] { return writer->integer("SELECT count(*) FROM zchange"); };
+    const auto before = changes();
+    for (const char *change :
+         {"favourite = 1", "hidden = 1", "rating = 5", "caption = 'a'", "keywords = 'a'"})
+        for (int time = 0; time < 2; ++time)
+            ASSERT_TRUE(writer->execute(
+                (std::string("UPDATE zgenericasset SET ") + change + " WHERE pk = 3").c_str()));
+    EXPECT_EQ(*changes(), *before + 5) << "what people change is noted, once";
     const auto unmeasured = unmeasuredAssets(*writer, AssetsIn::library, 2, 3);
     ASSERT_TRUE(unmeasured) << unmeasured.error().text;
     ASSERT_EQ(unmeasured->size(), 3U) << "their files are looked at later";

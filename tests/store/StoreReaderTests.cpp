@@ -134,6 +134,17 @@ TEST(StoreReader, MakesNoObjectsOfRowsThatCantBeOnes) {
         {"UPDATE zgenericasset SET problem = 'a' || char(0) WHERE pk = 1", 1, 2},
         {"UPDATE zgenericasset SET datecreated = 9e999 WHERE pk = 1", 1, 2},
         {"UPDATE zgenericasset SET bytesize = -1 WHERE pk = 1", 1, 2},
+        {"UPDATE zgenericasset SET camera = CAST(x'ff' AS TEXT) WHERE pk = 1", 1, 2},
+        {"UPDATE zgenericasset SET exposureseconds = -1 WHERE pk = 1", 1, 2},
+        {"UPDATE zgenericasset SET aperture = 9e999 WHERE pk = 1", 1, 2},
+        {"UPDATE zgenericasset SET isospeed = -1 WHERE pk = 1", 1, 2},
+        {"UPDATE zgenericasset SET rating = 6 WHERE pk = 1", 1, 2},
+        {"UPDATE zgenericasset SET caption = CAST(x'ff' AS TEXT) WHERE pk = 1", 1, 2},
+        {"UPDATE zgenericasset SET caption = printf('%.*c', 4097, 'x') WHERE pk = 1", 1, 2},
+        {"UPDATE zgenericasset SET keywords = 'a' || char(10) || 'a' WHERE pk = 1", 1, 2},
+        {"UPDATE zgenericasset SET caption = 'a' || char(10) || 'b', keywords = 'a' || char(10) || 'b', "
+         "rating = 5, exposureseconds = 0.008, isospeed = 100",
+         2, 2},
         {"UPDATE zalbum SET uuid = 'x' WHERE pk = 1", 2, 1},
         {"UPDATE zalbum SET name = CAST(x'ff' AS TEXT) WHERE pk = 1", 2, 1},
     };

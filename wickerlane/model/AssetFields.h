@@ -40,6 +40,18 @@ inline constexpr std::tuple assetMembers{
     AssetMember<&AssetRecord::clockDate>{"clockdate"},
     AssetMember<&AssetRecord::zoneMinutes>{"zoneminutes"},
     AssetMember<&AssetRecord::externalUsageIntent>{"externalusageintent"},
+    AssetMember<&AssetRecord::camera>{"camera"},
+    AssetMember<&AssetRecord::lens>{"lens"},
+    AssetMember<&AssetRecord::exposureSeconds>{"exposureseconds"},
+    AssetMember<&AssetRecord::aperture>{"aperture"},
+    AssetMember<&AssetRecord::isoSpeed>{"isospeed"},
+    AssetMember<&AssetRecord::focalLength>{"focallength"},
+    AssetMember<&AssetRecord::favourite>{"favourite"},
+    AssetMember<&AssetRecord::hidden>{"hidden"},
+    AssetMember<&AssetRecord::rating>{"rating"},
+    AssetMember<&AssetRecord::caption>{"caption"},
+    AssetMember<&AssetRecord::keywords>{"keywords"},
+    AssetMember<&AssetRecord::dueDetails>{"duedetails"},
 };
 
 /// A set of fields: bit n stands for the n-th of the list. The numbers travel in requests, so the list only

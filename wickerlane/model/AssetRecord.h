@@ -14,6 +14,15 @@ namespace wickerlane {
 
 using Sha256 = std::array<std::byte, 32>;
 
+/// What an asset's file may still have to say of it. What people have set is not due.
+enum DueDetail : std::int64_t {
+    dueCamera = 1, ///< All that the camera says.
+    dueRating = 2,
+    dueCaption = 4,
+    dueKeywords = 8,
+    allDetailsDue = 15,
+};
+
 /// A row of the asset table.
 struct AssetRecord {
     std::int64_t primaryKey = 0; ///< 0 until the asset is stored; never used again for another one.
@@ -41,6 +50,24 @@ struct AssetRecord {
     std::string problem;             ///< Why it could not be decoded; empty when it could.
     /// What an application has noted; the numbers are its own.
     std::uint64_t externalUsageIntent = 0;
+
+    // What the file says of the camera. Missing or empty if it does not.
+    std::string camera;                    ///< Maker and model, as people say it.
+    std::string lens;                      ///< Its model.
+    std::optional<double> exposureSeconds; ///< For how long light came in.
+    std::optional<double> aperture;        ///< The f-number.
+    std::optional<std::int64_t> isoSpeed;
+    std::optional<double> focalLength; ///< Millimetres, of the lens itself.
+
+    // What people say of the asset, in the file or here.
+    bool favourite = false;
+    bool hidden = false;
+    std::int64_t rating = 0; ///< 1 to 5 stars; 0 without one.
+    std::string caption;     ///< May have several lines.
+    std::string keywords;    ///< One a line, each once, in the order in which they were given.
+
+    /// What of these is still to be read from the file: bits of DueDetail.
+    std::int64_t dueDetails = allDetailsDue;
 
     /// The date that people read, and by which assets are ordered.
     [[nodiscard]] double shownDate() const { return clockDate.value_or(dateCreated); }

@@ -639,12 +639,37 @@ CREATE TRIGGER zfingerprint_delete AFTER DELETE ON zfingerprint BEGIN
 END;
 )sql";
 
+// What photographs say of themselves, and what people say of them; see AssetDetails.h. And which part is
+// still to be read from the file, see DueDetail: all of what was saved before.
+constexpr const char *details = R"sql(
+ALTER TABLE zgenericasset ADD COLUMN camera TEXT NOT NULL DEFAULT '';
+ALTER TABLE zgenericasset ADD COLUMN lens TEXT NOT NULL DEFAULT '';
+ALTER TABLE zgenericasset ADD COLUMN exposureseconds REAL;
+ALTER TABLE zgenericasset ADD COLUMN aperture REAL;
+ALTER TABLE zgenericasset ADD COLUMN isospeed INTEGER;
+ALTER TABLE zgenericasset ADD COLUMN focallength REAL;
+ALTER TABLE zgenericasset ADD COLUMN favourite INTEGER NOT NULL DEFAULT 0;
+ALTER TABLE zgenericasset ADD COLUMN hidden INTEGER NOT NULL DEFAULT 0;
+ALTER TABLE zgenericasset ADD COLUMN rating INTEGER NOT NULL DEFAULT 0;
+ALTER TABLE zgenericasset ADD COLUMN caption TEXT NOT NULL DEFAULT '';
+ALTER TABLE zgenericasset ADD COLUMN keywords TEXT NOT NULL DEFAULT '';
+ALTER TABLE zgenericasset ADD COLUMN duedetails INTEGER NOT NULL DEFAULT 15;
+CREATE INDEX zgenericasset_duedetails ON zgenericasset (pk) WHERE duedetails <> 0;
+CREATE TRIGGER zgenericasset_details_update
+AFTER UPDATE OF favourite, hidden, rating, caption, keywords ON zgenericasset
+WHEN old.favourite IS NOT new.favourite OR old.hidden IS NOT new.hidden OR old.rating IS NOT new.rating
+    OR old.caption IS NOT new.caption OR old.keywords IS NOT new.keywords BEGIN
+    INSERT INTO zchange (what, assetuuid) VALUES (1, new.uuid);
+END;
+)sql";
+
 // New tables and columns are added by a step of their own at the end.
 constexpr const char *steps[] = {
-    assets,          renditions, durations,     sums,          counts,       analyses,       albums,
-    sharing,         feed,       dueThumbnails, clocks,        decoders,     currentFeed,    visits,
-    trash,           scrubs,     companions,    shrinkingFeed, derivedSizes, madeThumbnails, countedOriginals,
-    companionScrubs, dueAnalyses};
+    assets,           renditions,      durations,     sums,         counts,
+    analyses,         albums,          sharing,       feed,         dueThumbnails,
+    clocks,           decoders,        currentFeed,   visits,       trash,
+    scrubs,           companions,      shrinkingFeed, derivedSizes, madeThumbnails,
+    countedOriginals, companionScrubs, dueAnalyses,   details};
 
 constexpr const char *ofUUID = "assetuuid IN (SELECT uuid FROM zgenericasset WHERE pk = ?1 UNION ALL "
                                "SELECT uuid FROM ztrashedasset WHERE pk = ?1)";

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdint>
 
+#include "wickerlane/model/AssetDetails.h"
 #include "wickerlane/model/ManagedAsset.h"
 #include "wickerlane/platform/message/value/MessageText.h"
 
@@ -48,6 +49,14 @@ std::string faultOf(const AssetRecord &asset) {
     for (const std::string *text : {&asset.originalFilename, &asset.format, &asset.problem})
         if (!isText(*text))
             return "it holds a text that is none";
+    if (!isText(asset.camera) || !isText(asset.lens) || !isCaption(asset.caption) ||
+        !areKeywordLines(asset.keywords))
+        return "it is described with a text that is none";
+    if (asset.rating < 0 || asset.rating > maxRating || asset.isoSpeed.value_or(0) < 0)
+        return "it is described with a number that can't be";
+    for (const std::optional<double> each : {asset.exposureSeconds, asset.aperture, asset.focalLength})
+        if (each && !(*each >= 0 && std::isfinite(*each)))
+            return "it is described with a number that can't be";
     if (asset.byteSize > INT64_MAX)
         return "it has a size that is none";
     if (!std::isfinite(asset.dateCreated) || !std::isfinite(asset.dateAdded))
