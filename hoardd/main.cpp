@@ -18,6 +18,7 @@
 #include "wickerlane/platform/queue/DescriptorSource.h"
 #include "wickerlane/platform/queue/WorkQueue.h"
 #include "wickerlane/protocol/ServiceName.h"
+#include "wickerlane/store/Sqlite.h"
 
 namespace wickerlane::hoardd {
 namespace {
@@ -77,6 +78,7 @@ int main(int argc, char **argv) {
     mallopt(M_MMAP_THRESHOLD, largeBlock);
     // Each arena keeps free memory of its own, and one for each thread would keep a burst many times.
     mallopt(M_ARENA_MAX, 4);
+    wickerlane::sqlite::leaveMemoryUncounted();
     CLI::App app{
         "hoardd owns the photo library and serves it to its clients. It is started on demand, and ends when "
         "it has been idle; there is no need to start it by hand.",

@@ -129,15 +129,16 @@ private:
 
 Result<RunChanges> readMomentChanges(Database &database) {
     RunChanges changes;
-    const auto read = database.prepare("SELECT pk, date, moment FROM zmomentchange ORDER BY date")
-                          .forEach([&](const Statement &row) {
-                              changes.last = std::max(changes.last, row.integer(0));
-                              changes.dates.push_back(row.real(1));
-                              if (!row.isNull(2))
-                                  changes.groups.insert(row.integer(2));
-                          });
+    const auto read =
+        database.prepare("SELECT pk, date, moment FROM zmomentchange").forEach([&](const Statement &row) {
+            changes.last = std::max(changes.last, row.integer(0));
+            changes.dates.push_back(row.real(1));
+            if (!row.isNull(2))
+                changes.groups.insert(row.integer(2));
+        });
     if (!read)
         return passOn(read);
+    std::ranges::sort(changes.dates); // in a fraction of the time that SQLite takes for it
     return changes;
 }
 

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <set>
 #include <span>
+#include <string>
+#include <vector>
 
 #include "hoardd/analysis/MomentListStore.h"
 #include "hoardd/analysis/MomentRunStore.h"
@@ -57,6 +59,50 @@ Result<std::set<std::int64_t>> readMomentKeys(Database &database) {
     return keys;
 }
 
+/// Notes which moments assets belong to, many at a time: a statement that is run costs more than a row.
+class AssetMoves {
+public:
+    explicit AssetMoves(Database &opened) : database(opened), many(opened.prepare(insertOf(rowsAtATime))) {}
+
+    Result<> add(std::int64_t asset, std::int64_t moment) {
+        waiting.push_back({asset, moment});
+        return waiting.size() < rowsAtATime ? Result<>() : write(many);
+    }
+    /// Writes what is left.
+    Result<> finish() {
+        if (waiting.empty())
+            return {};
+        Statement rest = database.prepare(insertOf(waiting.size()));
+        return write(rest);
+    }
+
+private:
+    static constexpr std::size_t rowsAtATime = 64;
+
+    struct Move {
+        std::int64_t asset;
+        std::int64_t moment;
+    };
+
+    static std::string insertOf(std::size_t rows) {
+        std::string sql = "INSERT OR REPLACE INTO zmomentasset (asset, moment) VALUES (?, ?)";
+        while (--rows > 0)
+            sql += ", (?, ?)";
+        return sql;
+    }
+
+    Result<> write(Statement &statement) {
+        for (const Move &move : waiting)
+            statement.bind(move.asset, move.moment);
+        waiting.clear();
+        return statement.run();
+    }
+
+    Database &database;
+    Statement many;
+    std::vector<Move> waiting;
+};
+
 /// Notes, for the lists, where moments are or were.
 class ListChangeNotes {
 public:
@@ -86,7 +132,7 @@ Result<> writeMoments(Database &database, std::span<const MomentPlan::Moment> mo
                                      "longitude) VALUES (?, ?, ?, ?, ?)");
     Statement alter = database.prepare("UPDATE zmoment SET startdate = ?, enddate = ?, assetcount = ?, "
                                        "latitude = ?, longitude = ?, analyzed = 0 WHERE pk = ?");
-    Statement move = database.prepare("INSERT OR REPLACE INTO zmomentasset (asset, moment) VALUES (?, ?)");
+    AssetMoves moves(database);
     for (const MomentPlan::Moment &moment : moments) {
         notes.note(moment.start);
         if (moment.key != 0)
@@ -100,10 +146,10 @@ Result<> writeMoments(Database &database, std::span<const MomentPlan::Moment> mo
             return written;
         const std::int64_t key = moment.key != 0 ? moment.key : database.lastRowID();
         for (const std::int64_t asset : moment.newAssets)
-            if (const auto moved = move.bind(asset, key).run(); !moved)
+            if (const auto moved = moves.add(asset, key); !moved)
                 return moved;
     }
-    return {};
+    return moves.finish();
 }
 
 Result<> deleteMoments(Database &database, std::span<const std::int64_t> keys, ListChangeNotes &notes) {

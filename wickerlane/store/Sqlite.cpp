@@ -115,6 +115,10 @@ std::string resolvingFolder(const std::string &path) {
 
 } // namespace
 
+void leaveMemoryUncounted() noexcept {
+    sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0);
+}
+
 Statement::~Statement() {
     sqlite3_finalize(handle);
 }

@@ -27,6 +27,10 @@ struct sqlite3_stmt;
 
 namespace wickerlane::sqlite {
 
+/// Has SQLite not count the memory that this process takes for it, for which each allocation takes a lock
+/// that all connections share. For a process of our own, before it opens a database.
+WL_EXPORT void leaveMemoryUncounted() noexcept;
+
 enum class ColumnType { null, integer, real, text, blob };
 
 /// How much work a statement may take: the pages of a damaged file can lead it in circles.
