@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "hoardd/media/worker/RequestHandler.h"
+#include "wickerlane/model/AssetDetails.h"
 
 using namespace wickerlane::hoardd::media;
 using wickerlane::UniqueFd;
@@ -33,6 +34,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const WorkerAnswer probed = handle(request, descriptors);
     if (probed.failure != MediaFailure::none && probed.reason.text().empty())
         std::abort(); // a failure says why
+    if (!wickerlane::isCaption(probed.facts.caption) || !wickerlane::areKeywordLines(probed.facts.keywords))
+        std::abort(); // they are texts, whatever the file holds
     // Memory and time are limited by what a worker is confined to, which is absent here.
     constexpr std::uint64_t maxPixels = 1 << 20;
     if (probed.failure != MediaFailure::none ||

@@ -8,7 +8,7 @@
 #include "hoardd/library/Clock.h"
 #include "hoardd/library/StoreBackups.h"
 #include "hoardd/pictures/DerivedSize.h"
-#include "hoardd/pictures/DueClocks.h"
+#include "hoardd/pictures/LateFacts.h"
 #include "hoardd/pictures/Thumbnails.h"
 #include "hoardd/saving/FoundFiles.h"
 #include "hoardd/saving/Publication.h"
@@ -74,7 +74,7 @@ void Daemon::prepareLibrary(Library &library) {
     }}));
     static_cast<void>(ClientJobs::ownOf(background).add({[&library] {
         measureLeftUnknown(library);
-        readClocksLeftDue(library);
+        readLateFacts(library);
     }}));
     library.thumbnailRetry().whenDue([this, &library] {
         static_cast<void>(ClientJobs::ownOf(longWork).add({[&library] { makeThumbnailsLeftDue(library); }}));

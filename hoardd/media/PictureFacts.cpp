@@ -14,10 +14,18 @@ constexpr std::uint32_t maxAudioChannels = 1024;
 constexpr std::uint64_t maxBitRate = 100'000'000'000;
 constexpr std::int64_t maxDateSeconds = 1'000'000'000'000; // some 30,000 years
 constexpr int maxZoneMinutes = 24 * 60;
+constexpr double maxExposureSeconds = 1e6, maxAperture = 1e4, maxFocalLength = 1e6;
+constexpr std::uint32_t maxISOSpeed = 1'000'000'000;
 
 // Also leaves out what is not a number.
 double between0And(double limit, double value) {
     return value > 0 && value <= limit ? value : 0;
+}
+
+PlainOptional<double> orNone(double limit, const PlainOptional<double> &answered) {
+    if (!answered || between0And(limit, *answered) == 0)
+        return std::nullopt;
+    return *answered;
 }
 
 PlainOptional<CaptureDate> plausibleDate(const PlainOptional<CaptureDate> &answered) {
@@ -68,6 +76,14 @@ PictureFacts plausibleFacts(const PictureFacts &answered) {
     facts.place = plausiblePlace(answered.place);
     facts.cameraMake = printable(answered.cameraMake);
     facts.cameraModel = printable(answered.cameraModel);
+    facts.lens = printable(answered.lens);
+    facts.exposureSeconds = orNone(maxExposureSeconds, answered.exposureSeconds);
+    facts.aperture = orNone(maxAperture, answered.aperture);
+    facts.focalLength = orNone(maxFocalLength, answered.focalLength);
+    facts.isoSpeed = answered.isoSpeed <= maxISOSpeed ? answered.isoSpeed : 0;
+    facts.rating = answered.rating <= maxRating ? answered.rating : 0;
+    facts.caption = captionOf(answered.caption);
+    facts.keywords = keywordLines(keywordsIn(answered.keywords));
     facts.video = plausibleVideo(answered.video);
     facts.isCutOff = answered.isCutOff != 0 ? 1 : 0;
     return facts;

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "hoardd/media/PlainValues.h"
+#include "wickerlane/model/AssetDetails.h"
 #include "wickerlane/model/MediaType.h"
 
 namespace wickerlane::hoardd {
@@ -52,15 +53,23 @@ struct PictureFacts {
     PlainOptional<Place> place;
     PlainText<64> cameraMake;
     PlainText<64> cameraModel;
-    PlainOptional<VideoFacts> video; ///< Only of a video.
-    std::uint32_t isCutOff = 0;      ///< 1 when the file ends before its picture does.
+    PlainText<96> lens;                    ///< Its model.
+    PlainOptional<double> exposureSeconds; ///< For how long light came in.
+    PlainOptional<double> aperture;        ///< The f-number.
+    PlainOptional<double> focalLength;     ///< Millimetres, of the lens itself.
+    std::uint32_t isoSpeed = 0;            ///< 0 when unknown.
+    std::uint32_t rating = 0;              ///< 1 to 5 stars; 0 without one.
+    PlainText<maxCaptionBytes + 1> caption;
+    PlainText<maxKeywordLines + 1> keywords; ///< In the form in which they are kept; see AssetDetails.h.
+    PlainOptional<VideoFacts> video;         ///< Only of a video.
+    std::uint32_t isCutOff = 0;              ///< 1 when the file ends before its picture does.
 };
 
 /// What people read of a file that is cut off.
 inline constexpr const char *endsTooEarly = "the file ends before its picture does";
 
-/// The facts without what makes no sense, and with printable ASCII in their texts: a worker that a file has
-/// taken over can answer anything.
+/// The facts without what makes no sense. Their texts are printable ASCII, the caption and the keywords UTF-8
+/// without control characters. A worker that a file has taken over can answer anything.
 [[nodiscard]] PictureFacts plausibleFacts(const PictureFacts &answered);
 
 /// A text from a worker as printable ASCII without spaces at its end.

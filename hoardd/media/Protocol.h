@@ -21,7 +21,7 @@ namespace wickerlane::hoardd::media {
 inline constexpr int workerSocket = 3;
 
 /// Tells two builds of the packets apart.
-inline constexpr std::uint32_t protocolVersion = 9;
+inline constexpr std::uint32_t protocolVersion = 10;
 
 inline constexpr std::size_t maxThumbnails = 4;
 inline constexpr std::size_t maxDescriptors = 1 + maxThumbnails;

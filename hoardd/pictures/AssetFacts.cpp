@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "hoardd/library/Clock.h"
+#include "hoardd/pictures/CameraName.h"
 #include "wickerlane/platform/object/Number.h"
 
 namespace wickerlane::hoardd {
@@ -17,10 +18,24 @@ void setFacts(AssetRecord &record, const PictureFacts &facts) {
         record.latitude = facts.place->latitude;
         record.longitude = facts.place->longitude;
     }
+    setDetails(record, facts);
     if (facts.isCutOff != 0)
         record.problem = endsTooEarly;
     if (facts.format == MediaFormat::raw)
         record.format = mediaTypeName(MediaFormat::raw); // its first bytes may have said otherwise
+}
+
+void setDetails(AssetRecord &record, const PictureFacts &facts) {
+    record.camera = cameraName(facts.cameraMake, facts.cameraModel);
+    record.lens = facts.lens;
+    record.exposureSeconds = facts.exposureSeconds.asOptional();
+    record.aperture = facts.aperture.asOptional();
+    record.focalLength = facts.focalLength.asOptional();
+    record.isoSpeed = facts.isoSpeed != 0 ? std::optional<std::int64_t>(facts.isoSpeed) : std::nullopt;
+    record.rating = facts.rating;
+    record.caption = facts.caption;
+    record.keywords = facts.keywords;
+    record.dueDetails = 0;
 }
 
 void setDate(AssetRecord &record, const PictureFacts &facts, std::optional<double> given, double fallback) {

@@ -10,6 +10,10 @@
 
 namespace wickerlane::hoardd {
 
+/// Sets what the file says of its camera, and of what people said of it elsewhere: nothing of that is due
+/// then.
+void setDetails(AssetRecord &record, const PictureFacts &facts);
+
 /// Sets all but the date, which a caller may know better; the problem, of a picture that is cut off.
 void setFacts(AssetRecord &record, const PictureFacts &facts);
 

@@ -119,6 +119,7 @@ Result<> storeFacts(Database &database, const AssetRecord &record, bool withDate
                 .bind(record.dateCreated, record.clockDate, record.zoneMinutes, record.primaryKey)
                 .run();
         })
+        .and_then([&] { return storeDetails(database, record); })
         .and_then([&] {
             return database.prepare("DELETE FROM zduefacts WHERE asset = ?").bind(record.primaryKey).run();
         })
@@ -127,12 +128,14 @@ Result<> storeFacts(Database &database, const AssetRecord &record, bool withDate
         });
 }
 
-Result<std::vector<AssetRecord>> assetsWithoutClock(Database &database, std::int64_t last,
-                                                    std::size_t limit) {
+Result<std::vector<AssetRecord>> assetsWithLateFacts(Database &database, std::int64_t last,
+                                                     std::size_t limit) {
+    // Each half has an index of its own.
     return database
         .prepare(std::string(store::selectAssets) +
-                 "WHERE clockdate IS NULL AND pk > ? AND pk NOT IN (SELECT asset FROM zduefacts) "
-                 "ORDER BY pk LIMIT ?")
+                 "WHERE pk IN (SELECT pk FROM zgenericasset WHERE clockdate IS NULL AND pk > ?1 "
+                 "UNION SELECT pk FROM zgenericasset WHERE duedetails <> 0 AND pk > ?1 "
+                 "EXCEPT SELECT asset FROM zduefacts ORDER BY 1 LIMIT ?2) ORDER BY pk")
         .bind(last, limit)
         .all(store::readRecord);
 }
@@ -142,6 +145,20 @@ Result<> storeClock(Database &database, const AssetRecord &record) {
         .prepare("UPDATE zgenericasset SET clockdate = ?, zoneminutes = ? "
                  "WHERE pk = ? AND clockdate IS NULL AND datecreated = ?")
         .bind(record.clockDate, record.zoneMinutes, record.primaryKey, record.dateCreated)
+        .run();
+}
+
+Result<> storeDetails(Database &database, const AssetRecord &record) {
+    const auto unlessSet = [](const char *column, DueDetail due) {
+        return std::string(column) + " = iif(duedetails & " + std::to_string(due) + ", ?, " + column + "), ";
+    };
+    return database
+        .prepare("UPDATE zgenericasset SET camera = ?, lens = ?, exposureseconds = ?, aperture = ?, "
+                 "isospeed = ?, focallength = ?, " +
+                 unlessSet("rating", dueRating) + unlessSet("caption", dueCaption) +
+                 unlessSet("keywords", dueKeywords) + "duedetails = 0 WHERE pk = ? AND duedetails <> 0")
+        .bind(record.camera, record.lens, record.exposureSeconds, record.aperture, record.isoSpeed,
+              record.focalLength, record.rating, record.caption, record.keywords, record.primaryKey)
         .run();
 }
 

@@ -53,12 +53,16 @@ struct RenditionRow {
 /// decoded unless the record has a problem.
 [[nodiscard]] Result<> storeFacts(sqlite::Database &database, const AssetRecord &record, bool withDate);
 
-/// Assets of which it is not known what the camera's clock showed, since they were saved before that was
-/// kept: of those with primary keys after `last`, in their order, at most `limit`.
-[[nodiscard]] Result<std::vector<AssetRecord>> assetsWithoutClock(sqlite::Database &database,
-                                                                  std::int64_t last, std::size_t limit);
+/// Assets of whose files not all has been read, since they were saved before it was kept: of those with
+/// primary keys after `last`, in their order, at most `limit`.
+[[nodiscard]] Result<std::vector<AssetRecord>> assetsWithLateFacts(sqlite::Database &database,
+                                                                   std::int64_t last, std::size_t limit);
 /// Stores what a record says of the clock, unless it is known by now or the date has been changed.
 [[nodiscard]] Result<> storeClock(sqlite::Database &database, const AssetRecord &record);
+
+/// Stores what a record says of the camera, its rating, caption and keywords, so far as it is due: what
+/// people have set stays. Nothing is due then.
+[[nodiscard]] Result<> storeDetails(sqlite::Database &database, const AssetRecord &record);
 
 /// The thumbnails of assets that can't be decoded are due again: of those that `decoders` have not refused;
 /// or of all, without them. Gives how many there are.

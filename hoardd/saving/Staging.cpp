@@ -149,10 +149,12 @@ Result<PictureFacts> examine(Library &library, const SaveJob &job, const SaveOrd
     setFacts(staged.record, seen.facts);
     staged.record.dateAdded = secondsNow();
     setDate(staged.record, seen.facts, order.creationDate, order.modified.value_or(staged.record.dateAdded));
-    if (!seen.ended && seen.ended.error().kind == ProblemKind::invalid)
+    if (!seen.ended && seen.ended.error().kind == ProblemKind::invalid) {
         setUndecodable(staged.record, seen.ended.error().text);
-    else if (!seen.ended) // which says nothing about the file
+    } else if (!seen.ended) { // which says nothing about the file
         staged.dueFacts = order.creationDate ? Store::DueFacts::allButDate : Store::DueFacts::all;
+        staged.record.dueDetails = allDetailsDue;
+    }
     // If they can't be written they are due, like those that were not made.
     if ((isShown || seen.thumbnails != QuickThumbnails::none) && preview->write()) {
         staged.record.thumbnailIndex = 1;

@@ -50,6 +50,8 @@ TEST_F(PassingShortage, OfWorkersBrandsNoPicture) {
     exif.longitude = {{2, 17, 40}};
     exif.latitudeRef = "N";
     exif.longitudeRef = "E";
+    exif.model = "Model 7";
+    exif.rating = 3;
     std::vector<SaveJob> jobs;
     for (std::uint32_t i = 0; i < count; ++i)
         jobs.push_back(jobOf(jpegOf(fourCorners(40 + i, 30), exif)));
@@ -61,6 +63,10 @@ TEST_F(PassingShortage, OfWorkersBrandsNoPicture) {
     EXPECT_EQ(branded(), 0) << "of " << count;
     EXPECT_EQ(number("SELECT count(*) FROM zduethumbnail WHERE made = 0"), count);
 
+    EXPECT_EQ(number("SELECT count(*) FROM zgenericasset WHERE duedetails = 15"), count);
+    ASSERT_TRUE(library().writer().change([](sqlite::Database &database) {
+        return database.execute("UPDATE zgenericasset SET rating = 1, duedetails = 13 WHERE pk = 1;");
+    }));
     static_cast<void>(workerProgram());
     makeThumbnailsLeftDue(library());
     EXPECT_EQ(number("SELECT count(*) FROM zduethumbnail WHERE made = 0"), 0);
@@ -72,6 +78,8 @@ TEST_F(PassingShortage, OfWorkersBrandsNoPicture) {
         EXPECT_EQ(now.thumbnailIndex, 1);
         EXPECT_NEAR(now.latitude.value_or(0), 48.858, 0.001);
         EXPECT_EQ(now.dateCreated, i == 0 ? 1000 : 645'445'230) << i;
+        EXPECT_EQ(now.camera, "Model 7");
+        EXPECT_EQ(now.rating, now.primaryKey == 1 ? 1 : 3) << "what people have set stays";
     }
     EXPECT_EQ(faults(), "");
 }

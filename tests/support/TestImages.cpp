@@ -72,6 +72,15 @@ public:
         add(tag, 5, 3, std::move(bytes));
     }
 
+    void fraction(std::uint16_t tag, const std::optional<TestExif::Fraction> &value) {
+        if (!value)
+            return;
+        Bytes bytes;
+        appendNumber(bytes, value->first, 4, bigEndian);
+        appendNumber(bytes, value->second, 4, bigEndian);
+        add(tag, 5, 1, std::move(bytes));
+    }
+
     [[nodiscard]] bool empty() const { return entries.empty(); }
     [[nodiscard]] std::uint32_t size() const {
         std::size_t total = 2 + 12 * entries.size() + 4;
@@ -197,9 +206,17 @@ Bytes exifBytes(const TestExif &exif) {
     Directory camera(exif.bigEndian);
     Directory photo(exif.bigEndian);
     Directory place(exif.bigEndian);
+    photo.fraction(0x829A, exif.exposure);
+    photo.fraction(0x829D, exif.aperture);
+    if (exif.isoSpeed)
+        photo.number16(0x8827, *exif.isoSpeed);
+    if (exif.exposureIndex)
+        photo.number32(0x8832, *exif.exposureIndex);
     photo.text(0x9003, exif.dateTimeOriginal);
     photo.text(0x9011, exif.offsetTimeOriginal);
+    photo.fraction(0x920A, exif.focalLength);
     photo.text(0x9291, exif.subSecTimeOriginal);
+    photo.text(0xA434, exif.lens);
     place.text(1, exif.latitudeRef);
     if (exif.latitude)
         place.fractions(2, *exif.latitude, exif.gpsDenominator);
@@ -211,10 +228,13 @@ Bytes exifBytes(const TestExif &exif) {
     place.text(9, exif.gpsStatus);
     place.text(29, exif.gpsDate);
 
+    camera.text(0x010E, exif.description);
     camera.text(0x010F, exif.make);
     camera.text(0x0110, exif.model);
     if (exif.orientation)
         camera.number16(0x0112, *exif.orientation);
+    if (exif.rating)
+        camera.number16(0x4746, *exif.rating);
     // The first directory lies behind the header of 8 bytes, the others behind it, so that its size is needed
     // first.
     const std::uint32_t photoAt = 8 + camera.size() + (photo.empty() ? 0 : 12) + (place.empty() ? 0 : 12);
@@ -316,16 +336,58 @@ Bytes jpegOf(const Pixels &pixels, int quality, bool grey, bool progressive) {
     return file;
 }
 
-Bytes jpegOf(const Pixels &pixels, const TestExif &exif) {
-    const Bytes contents = exifBytes(exif);
+namespace {
+
+/// With a segment after the start of the image.
+Bytes withSegment(Bytes jpeg, std::string_view marker, const Bytes &contents) {
     Bytes segment;
-    append(segment, "\xFF\xE1");
-    appendNumber(segment, 2 + 6 + contents.size(), 2, true);
-    append(segment, std::string_view("Exif\0\0", 6));
+    append(segment, marker);
+    appendNumber(segment, 2 + contents.size(), 2, true);
     segment.insert(segment.end(), contents.begin(), contents.end());
-    Bytes file = jpegOf(pixels);
-    file.insert(file.begin() + 2, segment.begin(), segment.end());
-    return file;
+    jpeg.insert(jpeg.begin() + 2, segment.begin(), segment.end());
+    return jpeg;
+}
+
+} // namespace
+
+Bytes jpegOf(const Pixels &pixels, const TestExif &exif) {
+    Bytes contents;
+    append(contents, std::string_view("Exif\0\0", 6));
+    const Bytes block = exifBytes(exif);
+    contents.insert(contents.end(), block.begin(), block.end());
+    return withSegment(jpegOf(pixels), "\xFF\xE1", contents);
+}
+
+Bytes withXmp(const Bytes &jpeg, std::string_view properties) {
+    Bytes contents;
+    append(contents, std::string_view("http://ns.adobe.com/xap/1.0/\0", 29));
+    append(contents, "<x:xmpmeta xmlns:x='adobe:ns:meta/'>"
+                     "<rdf:RDF xmlns:rdf='http://www.w3.org/1999/02/22-rdf-syntax-ns#'>"
+                     "<rdf:Description rdf:about='' xmlns:xmp='http://ns.adobe.com/xap/1.0/' "
+                     "xmlns:dc='http://purl.org/dc/elements/1.1/' "
+                     "xmlns:aux='http://ns.adobe.com/exif/1.0/aux/'>");
+    append(contents, properties);
+    append(contents, "</rdf:Description></rdf:RDF></x:xmpmeta>");
+    return withSegment(jpeg, "\xFF\xE1", contents);
+}
+
+Bytes withIptc(const Bytes &jpeg, const std::vector<std::pair<std::uint8_t, std::string>> &sets) {
+    Bytes record;
+    for (const auto &[number, text] : sets) {
+        append(record, std::string_view("\x1C\x02", 2));
+        record.push_back(static_cast<std::byte>(number));
+        appendNumber(record, text.size(), 2, true);
+        append(record, text);
+    }
+    Bytes contents;
+    append(contents, std::string_view("Photoshop 3.0\0"
+                                      "8BIM\x04\x04\0\0",
+                                      22));
+    appendNumber(contents, record.size(), 4, true);
+    contents.insert(contents.end(), record.begin(), record.end());
+    if (record.size() % 2 != 0)
+        contents.push_back(std::byte{0});
+    return withSegment(jpeg, "\xFF\xED", contents);
 }
 
 Bytes pngOf(const Pixels &pixels) {

@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 namespace wickerlane::test {
@@ -64,6 +66,15 @@ struct TestExif {
     std::optional<std::array<std::uint32_t, 3>> gpsTime;
     std::string gpsStatus; ///< "A" with a fix, "V" without
     Bytes preview;         ///< The small JPEG of the picture; empty for none.
+    using Fraction = std::pair<std::uint32_t, std::uint32_t>;
+    std::optional<Fraction> exposure;    ///< Seconds.
+    std::optional<Fraction> aperture;    ///< The f-number.
+    std::optional<Fraction> focalLength; ///< Millimetres.
+    std::optional<std::uint16_t> isoSpeed;
+    std::optional<std::uint32_t> exposureIndex;
+    std::string lens;
+    std::string description;
+    std::optional<std::uint16_t> rating;
 };
 
 /// A raw file with the layout of a TIFF file: first a small grey picture, then a preview and the sensor data,
@@ -87,6 +98,11 @@ Bytes exifBytes(const TestExif &exif);
 Bytes jpegOf(const Pixels &pixels, int quality = 90, bool grey = false, bool progressive = false);
 /// A JPEG with an EXIF segment put at its start.
 Bytes jpegOf(const Pixels &pixels, const TestExif &exif);
+
+/// The same JPEG with an XMP packet of these properties, such as "<xmp:Rating>5</xmp:Rating>".
+Bytes withXmp(const Bytes &jpeg, std::string_view properties);
+/// The same JPEG with IPTC data sets of its second record, such as {25, "a keyword"}.
+Bytes withIptc(const Bytes &jpeg, const std::vector<std::pair<std::uint8_t, std::string>> &sets);
 
 /// A PNG with alpha.
 Bytes pngOf(const Pixels &pixels);

@@ -9,6 +9,7 @@
 
 #include "hoardd/media/worker/DateText.h"
 #include "hoardd/media/worker/Places.h"
+#include "hoardd/media/worker/WrittenTexts.h"
 
 namespace wickerlane::hoardd::media {
 
@@ -157,20 +158,30 @@ std::uint32_t orientation(const Exiv2::ExifData &exif, const Exiv2::XmpData &xmp
                : 1;
 }
 
+/// A number that is written as a fraction; nothing when it is none.
+std::optional<double> exifFraction(const Exiv2::ExifData &exif, const char *tag) {
+    const auto found = exif.findKey(Exiv2::ExifKey(tag));
+    if (found == exif.end() || found->typeId() != Exiv2::unsignedRational || found->count() != 1)
+        return std::nullopt;
+    const auto [numerator, denominator] = found->toRational();
+    const auto above = static_cast<std::uint32_t>(numerator), below = static_cast<std::uint32_t>(denominator);
+    return above != 0 && below != 0 ? std::optional(static_cast<double>(above) / below) : std::nullopt;
+}
+
+std::uint32_t sensitivity(const Exiv2::ExifData &exif) {
+    constexpr std::uint32_t asElsewhere = 65'535; // more than the field holds
+    const auto speed = exifNumber(exif, "Photo", "ISOSpeedRatings");
+    if (speed != asElsewhere)
+        return speed.value_or(0);
+    const auto index = exifNumber(exif, "Photo", "RecommendedExposureIndex");
+    return index ? *index : exifNumber(exif, "Photo", "ISOSpeed").value_or(*speed);
+}
+
 struct Preview {
     std::uint32_t maxSide;
     std::span<const std::byte> strip;               ///< In the file.
     std::optional<Exiv2::PreviewProperties> listed; ///< Or as the library knows it.
 };
-
-/// The number under a tag of an image's group; nothing unless it is one.
-std::optional<std::uint32_t> exifNumber(const Exiv2::ExifData &exif, const std::string &group,
-                                        const char *tag) {
-    const auto found = exif.findKey(Exiv2::ExifKey("Exif." + group + '.' + tag));
-    const bool isNumber = found != exif.end() && found->count() == 1 &&
-                          (found->typeId() == Exiv2::unsignedShort || found->typeId() == Exiv2::unsignedLong);
-    return isNumber ? std::optional(static_cast<std::uint32_t>(found->toLong())) : std::nullopt;
-}
 
 /// The previews that are stored as the only strip of an image of their own, which the library does not list.
 std::vector<Preview> stripPreviews(const Exiv2::ExifData &exif, std::span<const std::byte> file) {
@@ -241,6 +252,17 @@ void Metadata::fill(PictureFacts &facts) const {
     read(facts.orientation, [&] { return orientation(exif, xmp); });
     read(facts.cameraMake, [&] { return exifText(exif, {"Exif.Image.Make"}); });
     read(facts.cameraModel, [&] { return exifText(exif, {"Exif.Image.Model"}); });
+    read(facts.lens, [&] { return exifText(exif, {"Exif.Photo.LensModel"}); });
+    if (facts.lens.text().empty())
+        read(facts.lens, [&] { return xmpText(xmp, {"Xmp.aux.Lens"}); });
+    read(facts.exposureSeconds, [&] { return exifFraction(exif, "Exif.Photo.ExposureTime"); });
+    read(facts.aperture, [&] { return exifFraction(exif, "Exif.Photo.FNumber"); });
+    read(facts.focalLength, [&] { return exifFraction(exif, "Exif.Photo.FocalLength"); });
+    read(facts.isoSpeed, [&] { return sensitivity(exif); });
+    const MetadataBlocks blocks{exif, parsed->image->iptcData(), xmp};
+    read(facts.rating, [&] { return writtenRating(blocks); });
+    read(facts.caption, [&] { return writtenCaption(blocks, facts.cameraMake, facts.cameraModel); });
+    read(facts.keywords, [&] { return writtenKeywords(blocks); });
 }
 
 bool Metadata::isRaw() const {

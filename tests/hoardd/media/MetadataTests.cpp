@@ -212,5 +212,123 @@ TEST_F(Metadata, WrongByteOrderAndForeignTextDoNoHarm) {
     EXPECT_LT(make.size(), 64U);
 }
 
+TEST_F(Metadata, TheCameraSaysHowThePictureWasTaken) {
+    for (const bool bigEndian : {false, true}) {
+        TestExif exif;
+        exif.bigEndian = bigEndian;
+        exif.lens = "Lens 24-70 f/4";
+        exif.exposure = {10, 1250};
+        exif.aperture = {28, 10};
+        exif.focalLength = {4'000'000'000, 80'000'000};
+        exif.isoSpeed = 3200;
+        const PictureFacts facts = factsOf(exif);
+        EXPECT_EQ(facts.lens, "Lens 24-70 f/4");
+        EXPECT_EQ(facts.exposureSeconds.asOptional(), 0.008);
+        EXPECT_EQ(facts.aperture.asOptional(), 2.8);
+        EXPECT_EQ(facts.focalLength.asOptional(), 50);
+        EXPECT_EQ(facts.isoSpeed, 3200U);
+    }
+    TestExif odd;
+    odd.exposure = {1, 0};
+    odd.aperture = {0, 10};
+    odd.focalLength = {4'000'000'000, 1};
+    odd.isoSpeed = 65'535;
+    odd.exposureIndex = 102'400;
+    const PictureFacts facts =
+        factsOf(withXmp(jpegOf(fourCorners(16, 16), odd), "<aux:Lens>A lens</aux:Lens>"));
+    EXPECT_FALSE(facts.exposureSeconds || facts.aperture || facts.focalLength);
+    EXPECT_EQ(facts.isoSpeed, 102'400U);
+    EXPECT_EQ(facts.lens, "A lens");
+}
+
+TEST_F(Metadata, RatingsComeFromXmpOrExif) {
+    const struct {
+        std::optional<std::uint16_t> exif;
+        const char *xmp;
+        std::uint32_t rating;
+    } cases[] = {
+        {std::nullopt, "", 0},
+        {4, "", 4},
+        {6, "", 0},
+        {65'535, "", 0},
+        {4, "<xmp:Rating>5</xmp:Rating>", 5},
+        {4, "<xmp:Rating>-1</xmp:Rating>", 0},
+        {4, "<xmp:Rating>3.0</xmp:Rating>", 3},
+        {4, "<xmp:Rating>99</xmp:Rating>", 0},
+        {4, "<xmp:Rating>good</xmp:Rating>", 0},
+    };
+    for (const auto &each : cases) {
+        TestExif exif;
+        exif.rating = each.exif;
+        EXPECT_EQ(factsOf(withXmp(jpegOf(fourCorners(16, 16), exif), each.xmp)).rating, each.rating)
+            << each.xmp;
+    }
+}
+
+constexpr const char *describedInTwoLanguages =
+    "<dc:description><rdf:Alt><rdf:li xml:lang='fr'>La mer</rdf:li>"
+    "<rdf:li xml:lang='x-default'>The sea \xE2\x98\x80</rdf:li></rdf:Alt></dc:description>";
+
+TEST_F(Metadata, CaptionsAreWhatPeopleWrote) {
+    const struct {
+        const char *description, *iptc, *xmp, *caption;
+    } cases[] = {
+        {"By EXIF", "By IPTC", describedInTwoLanguages, "The sea \xE2\x98\x80"},
+        {"By EXIF", "By IPTC", "<dc:description>Plain</dc:description>", "Plain"},
+        {"By EXIF", "By IPTC",
+         "<dc:description><rdf:Alt><rdf:li xml:lang='x-default'> </rdf:li></rdf:Alt></dc:description>",
+         "By IPTC"},
+        {"By EXIF", "", "", "By EXIF"},
+        {"", "Caf\xE9", "", "Caf\xC3\xA9"},
+        {"Stra\xC3\x9F"
+         "e",
+         "", "",
+         "Stra\xC3\x9F"
+         "e"},
+        {"\xE9t\xE9\x1B[2J", "", "", "\xC3\xA9t\xC3\xA9[2J"},
+        {"        ", "", "", ""},
+        {"MAKER DIGITAL CAMERA", "", "", ""},
+        {"Model 7", "", "", ""},
+        {"DCIM\\100MEDIA\\A_0001.JPG", "", "", ""},
+        {"Exif_JPEG_PICTURE", "", "", ""},
+        {"My camera", "", "", "My camera"},
+        {"...", "", "", ""},
+    };
+    for (const auto &each : cases) {
+        TestExif exif;
+        exif.make = "MAKER WORKS CO.,LTD.";
+        exif.model = "Model 7";
+        exif.description = each.description;
+        Bytes file = withXmp(jpegOf(fourCorners(16, 16), exif), each.xmp);
+        if (*each.iptc != '\0')
+            file = withIptc(file, {{120, each.iptc}});
+        EXPECT_EQ(factsOf(file).caption.text(), each.caption) << each.description << each.iptc << each.xmp;
+    }
+    TestExif exif;
+    exif.description = std::string(maxCaptionBytes - 1, 'x') + "\xC3\xA9";
+    EXPECT_EQ(factsOf(exif).caption.text(), std::string(maxCaptionBytes - 1, 'x'));
+}
+
+TEST_F(Metadata, KeywordsAreJoined) {
+    const Bytes plain = jpegOf(fourCorners(16, 16));
+    const auto xmp = [&](const std::string &items) {
+        return withXmp(plain, "<dc:subject><rdf:Bag>" + items + "</rdf:Bag></dc:subject>");
+    };
+    EXPECT_EQ(factsOf(plain).keywords, "");
+    EXPECT_EQ(factsOf(withIptc(xmp("<rdf:li>Sea</rdf:li><rdf:li> Sky\n</rdf:li><rdf:li></rdf:li>"),
+                               {{25, "Sky"}, {25, "Caf\xE9"}, {120, "a caption"}, {25, "Sea"}}))
+                  .keywords,
+              "Sea\nSky\nCaf\xC3\xA9");
+    EXPECT_EQ(factsOf(withXmp(plain, "<dc:subject>One</dc:subject>")).keywords, "One");
+    std::string many, most;
+    for (std::size_t i = 0; i < 2 * maxKeywords; ++i) {
+        const std::string keyword = std::to_string(100 + i) + std::string(maxKeywordBytes, 'x');
+        many += "<rdf:li>" + keyword + "</rdf:li>";
+        if (i < maxKeywords)
+            most += (i == 0 ? "" : "\n") + keyword.substr(0, maxKeywordBytes);
+    }
+    EXPECT_EQ(factsOf(xmp(many)).keywords.text(), most);
+}
+
 } // namespace
 } // namespace wickerlane::hoardd

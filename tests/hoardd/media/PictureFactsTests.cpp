@@ -33,6 +33,13 @@ void expectPlausible(const PictureFacts &facts) {
     }
     EXPECT_TRUE(isPrintable(facts.cameraMake)) << facts.cameraMake.text();
     EXPECT_TRUE(isPrintable(facts.cameraModel));
+    EXPECT_TRUE(isPrintable(facts.lens));
+    for (const auto &each : {facts.exposureSeconds, facts.aperture, facts.focalLength})
+        EXPECT_TRUE(!each || (*each > 0 && *each <= 1e6));
+    EXPECT_LE(facts.isoSpeed, 1'000'000'000U);
+    EXPECT_LE(facts.rating, maxRating);
+    EXPECT_TRUE(isCaption(facts.caption)) << facts.caption.text();
+    EXPECT_TRUE(areKeywordLines(facts.keywords)) << facts.keywords.text();
     if (facts.video) {
         EXPECT_TRUE(facts.video->seconds >= 0 && facts.video->seconds <= 1e7);
         EXPECT_TRUE(facts.video->frameRate >= 0 && facts.video->frameRate <= 1e5);
@@ -63,12 +70,27 @@ TEST(PictureFacts, NumbersThatAreNoneAreLeftOut) {
     for (const double none :
          {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity()}) {
         answered.place = Place{none, 0};
+        answered.exposureSeconds = answered.aperture = answered.focalLength = none;
         answered.video = VideoFacts{.seconds = none, .frameRate = none};
         const PictureFacts facts = plausibleFacts(answered);
         EXPECT_FALSE(facts.place);
+        EXPECT_FALSE(facts.exposureSeconds || facts.aperture || facts.focalLength);
         EXPECT_EQ(facts.video->seconds, 0);
         EXPECT_EQ(facts.video->frameRate, 0);
     }
+}
+
+TEST(PictureFacts, OfTextsWhatPeopleCanReadIsLeft) {
+    PictureFacts answered;
+    answered.caption = "\xC3";
+    answered.keywords = "Sky\nSky\n\x1B\n\nSea";
+    answered.rating = 6;
+    PictureFacts facts = plausibleFacts(answered);
+    EXPECT_EQ(facts.caption, "");
+    EXPECT_EQ(facts.keywords, "Sky\nSea");
+    EXPECT_EQ(facts.rating, 0U);
+    answered.caption = "a\x1B[2Jb\xC2\x9B";
+    EXPECT_EQ(plausibleFacts(answered).caption, "a[2Jb");
 }
 
 TEST(PictureFacts, WhatIsPlausibleStays) {
@@ -79,6 +101,10 @@ TEST(PictureFacts, WhatIsPlausibleStays) {
     answered.captureDate = CaptureDate{-5, 999'999'999, -720};
     answered.place = Place{-90, 180};
     answered.cameraMake = "Maker \xC3\xA9  ";
+    answered.exposureSeconds = 0.008;
+    answered.rating = 5;
+    answered.caption = "Caf\xC3\xA9\nat sea";
+    answered.keywords = "Sky\nSea";
     answered.video = VideoFacts{.seconds = 2, .rotation = 270, .container = "mov,mp4"};
     const PictureFacts facts = plausibleFacts(answered);
     EXPECT_EQ(facts.format, MediaFormat::video);
@@ -90,6 +116,10 @@ TEST(PictureFacts, WhatIsPlausibleStays) {
     EXPECT_EQ(facts.place->latitude, -90);
     EXPECT_EQ(facts.place->longitude, 180);
     EXPECT_EQ(facts.cameraMake, "Maker ??");
+    EXPECT_EQ(facts.exposureSeconds.asOptional(), 0.008);
+    EXPECT_EQ(facts.rating, 5U);
+    EXPECT_EQ(facts.caption, "Caf\xC3\xA9\nat sea");
+    EXPECT_EQ(facts.keywords, "Sky\nSea");
     EXPECT_EQ(facts.video->seconds, 2);
     EXPECT_EQ(facts.video->rotation, 270U);
     EXPECT_EQ(facts.video->container, "mov,mp4");

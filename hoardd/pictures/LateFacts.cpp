@@ -1,4 +1,4 @@
-#include "hoardd/pictures/DueClocks.h"
+#include "hoardd/pictures/LateFacts.h"
 
 #include <fcntl.h>
 
@@ -16,11 +16,11 @@ using sqlite::Database;
 namespace {
 
 struct Readings {
-    std::vector<AssetRecord> known; ///< With their clocks.
+    std::vector<AssetRecord> known; ///< With what their files say.
     bool areWorkersThere = true;
 };
 
-Readings readClocks(Library &library, std::vector<AssetRecord> assets) {
+Readings readFiles(Library &library, std::vector<AssetRecord> assets) {
     Readings readings;
     runAtLowPriority(DiskUse::idle, [&] {
         for (AssetRecord &each : assets) {
@@ -30,14 +30,16 @@ Readings readClocks(Library &library, std::vector<AssetRecord> assets) {
             if (!file)
                 continue;
             const FirstLook seen = library.media().examine(file.get(), {});
-            // What can't be decoded may have a date nevertheless.
+            // What can't be decoded may say something nevertheless.
             if (!seen.ended && seen.ended.error().kind == ProblemKind::busy) {
                 readings.areWorkersThere = false;
                 return;
             }
             if (!seen.ended && seen.ended.error().kind != ProblemKind::invalid)
                 continue;
-            setClock(each, seen.facts);
+            if (!each.clockDate)
+                setClock(each, seen.facts);
+            setDetails(each, seen.facts);
             readings.known.push_back(std::move(each));
         }
     });
@@ -46,24 +48,26 @@ Readings readClocks(Library &library, std::vector<AssetRecord> assets) {
 
 } // namespace
 
-void readClocksLeftDue(Library &library) {
+void readLateFacts(Library &library) {
     std::size_t count = 0;
     for (std::int64_t last = 0; !library.isEnding();) {
         auto due = library.read(
-            [last](Database &database) { return assetsWithoutClock(database, last, maxFilesPerCommit); });
+            [last](Database &database) { return assetsWithLateFacts(database, last, maxFilesPerCommit); });
         // A damaged store may give keys in no order: then this ends.
         if (!due || due->empty() || due->back().primaryKey <= last)
             break;
         last = due->back().primaryKey;
-        const Readings readings = readClocks(library, *std::move(due));
+        const Readings readings = readFiles(library, *std::move(due));
         const auto stored = library.writer().change([&](Database &database) -> Result<> {
             for (const AssetRecord &each : readings.known)
-                if (const auto done = storeClock(database, each); !done)
+                if (const auto done =
+                        storeClock(database, each).and_then([&] { return storeDetails(database, each); });
+                    !done)
                     return done;
             return {};
         });
         if (!stored) {
-            JX_LOG(JXLogLevelError, JXPhotosStateLog, "can't store what the cameras' clocks showed: %s",
+            JX_LOG(JXLogLevelError, JXPhotosStateLog, "can't store what files say of themselves: %s",
                    stored.error().text.c_str());
             break;
         }
@@ -73,8 +77,7 @@ void readClocksLeftDue(Library &library) {
     }
     if (count > 0)
         JX_LOG(JXLogLevelNotice, JXPhotosStateLog,
-               "read what the camera's clock showed of %zu assets that were saved before that was kept",
-               count);
+               "read what the files of %zu assets say, which were saved before that was kept", count);
 }
 
 } // namespace wickerlane::hoardd
