@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cmath>
 #include <numbers>
 
@@ -16,9 +15,15 @@ using Greys = std::array<double, side * side>; ///< 0 to 255, of the picture bro
 /// What encoding a picture again may change by itself: a bit is set by more than this, so that it stays as it
 /// is where a picture is flat.
 constexpr double noise = 1;
-constexpr double frequencyNoise = 4;
-/// Bits that must be set, and in the difference hash clear, for a picture to have features.
-constexpr int minBits = 12;
+constexpr double frequencyNoise = 3;
+/// Values that must be larger than the noise, one way or the other, for a picture to have features.
+constexpr int minDifferences = 12;
+constexpr int minFrequencies = 20;
+/// A picture that changes less than this from one cell to the next, across the direction in which it changes
+/// most, is a gradient.
+constexpr double minChangeAcross = 0.6;
+/// So is one whose changes differ by less than this part of them from one cell to the next.
+constexpr double minBend = 0.25;
 
 double greyAt(const PixelView &picture, std::uint32_t x, std::uint32_t y) {
     const std::size_t at = (std::size_t{y} * picture.width + x) * picture.channels;
@@ -49,25 +54,73 @@ Greys greysOf(const PixelView &picture) {
     return greys;
 }
 
-std::uint64_t differenceHash(const Greys &greys) {
-    constexpr std::uint32_t rows = 8, columns = 9, cellHeight = side / rows;
-    std::uint64_t hash = 0;
-    for (std::uint32_t row = 0; row < rows; ++row) {
-        double previous = 0;
-        for (std::uint32_t column = 0; column < columns; ++column) {
-            const std::uint32_t left = startOf(column, columns, side);
-            const std::uint32_t right = startOf(column + 1, columns, side);
-            double sum = 0;
-            for (std::uint32_t y = row * cellHeight; y < (row + 1) * cellHeight; ++y)
-                for (std::uint32_t x = left; x < right; ++x)
-                    sum += greys[y * side + x];
-            const double mean = sum / ((right - left) * cellHeight);
-            if (column != 0)
-                hash = hash << 1 | (mean > previous + noise ? 1U : 0U);
-            previous = mean;
+/// Whether the picture is of one colour, or gets lighter or darker so smoothly, along lines or around a
+/// point, that its hashes would tell little more than that.
+bool isGradient(const Greys &greys) {
+    const auto at = [&](std::uint32_t x, std::uint32_t y) { return greys[y * side + x]; };
+    double xx = 0, xy = 0, yy = 0; // the structure tensor
+    for (std::uint32_t y = 1; y < side; ++y)
+        for (std::uint32_t x = 1; x < side; ++x) {
+            const double falling = at(x, y) - at(x - 1, y - 1), rising = at(x, y - 1) - at(x - 1, y);
+            const double along = (falling + rising) / 2, down = (falling - rising) / 2;
+            xx += along * along;
+            xy += along * down;
+            yy += down * down;
         }
+    double bends = 0;
+    for (std::uint32_t y = 1; y + 1 < side; ++y)
+        for (std::uint32_t x = 1; x + 1 < side; ++x) {
+            const double bend = 4 * at(x, y) - at(x - 1, y) - at(x + 1, y) - at(x, y - 1) - at(x, y + 1);
+            bends += bend * bend;
+        }
+    constexpr double cells = (side - 1) * (side - 1), innerCells = (side - 2) * (side - 2);
+    const double leastChange = (xx + yy) / 2 - std::hypot((xx - yy) / 2, xy);
+    return leastChange < minChangeAcross * minChangeAcross * cells ||
+           bends / innerCells < minBend * minBend * (xx + yy) / cells;
+}
+
+/// How much lighter the picture is than the plane that fits it best, which is what light from one side adds.
+Greys fromSlope(const Greys &greys) {
+    constexpr double middle = (side - 1) / 2.0;
+    double mean = 0, across = 0, down = 0, weight = 0;
+    for (std::uint32_t row = 0; row < side; ++row)
+        for (std::uint32_t column = 0; column < side; ++column) {
+            const double grey = greys[row * side + column];
+            mean += grey / (side * side);
+            across += grey * (column - middle);
+            down += grey * (row - middle);
+            weight += (row - middle) * (row - middle);
+        }
+    Greys rest{};
+    for (std::uint32_t row = 0; row < side; ++row)
+        for (std::uint32_t column = 0; column < side; ++column)
+            rest[row * side + column] = greys[row * side + column] - mean -
+                                        (across * (column - middle) + down * (row - middle)) / weight;
+    return rest;
+}
+
+/// The values of a hash as bits. Neighbours, which are often alike, go far apart: a search for hashes with
+/// equal stretches of bits then finds fewer by chance.
+struct Bits {
+    std::uint64_t positive = 0;
+    int decided = 0; ///< Values that are larger than the noise, one way or the other.
+
+    void add(std::uint32_t index, double value, double least) {
+        positive |= std::uint64_t{value > least} << index * 13 % 64;
+        decided += std::abs(value) > least ? 1 : 0;
     }
-    return hash;
+};
+
+Bits differencesOf(const Greys &rest) {
+    constexpr std::uint32_t cells = 8, cellSide = side / cells;
+    std::array<double, std::size_t{cells} * cells> sums{};
+    for (std::uint32_t row = 0; row < side; ++row)
+        for (std::uint32_t column = 0; column < side; ++column)
+            sums[row / cellSide * cells + column / cellSide] += rest[row * side + column];
+    Bits bits;
+    for (std::uint32_t cell = 0; cell < sums.size(); ++cell)
+        bits.add(cell, sums[cell] / (cellSide * cellSide), noise);
+    return bits;
 }
 
 /// The cosine transform's basis, for the eight lowest frequencies.
@@ -82,23 +135,24 @@ struct Basis {
     }
 };
 
-std::uint64_t frequencyHash(const Greys &greys) {
+Bits frequenciesOf(const Greys &greys) {
     const Basis basis;
     std::array<std::array<double, side>, 8> across{}; // by horizontal frequency and row
     for (std::size_t u = 0; u < 8; ++u)
         for (std::uint32_t row = 0; row < side; ++row)
             for (std::uint32_t column = 0; column < side; ++column)
                 across[u][row] += greys[row * side + column] * basis.waves[u][column];
-    std::uint64_t hash = 0;
-    for (std::size_t v = 0; v < 8; ++v)
-        for (std::size_t u = 0; u < 8; ++u) {
+    Bits bits;
+    for (std::uint32_t v = 0; v < 8; ++v)
+        for (std::uint32_t u = 0; u < 8; ++u) {
             double amplitude = 0;
             for (std::uint32_t row = 0; row < side; ++row)
                 amplitude += across[u][row] * basis.waves[v][row];
             // The first is how light the picture is, which says nothing of what it shows.
-            hash = hash << 1 | (u + v != 0 && amplitude > frequencyNoise ? 1U : 0U);
+            if (u + v != 0)
+                bits.add(v * 8 + u, amplitude, frequencyNoise);
         }
-    return hash;
+    return bits;
 }
 
 } // namespace
@@ -108,11 +162,12 @@ std::optional<Fingerprint> fingerprintOf(const PixelView &picture) {
         picture.bytes.size() < std::size_t{picture.width} * picture.height * picture.channels)
         return std::nullopt;
     const Greys greys = greysOf(picture);
-    const Fingerprint fingerprint{differenceHash(greys), frequencyHash(greys)};
-    const int lighter = std::popcount(fingerprint.difference);
-    if (lighter < minBits || lighter > 64 - minBits || std::popcount(fingerprint.frequency) < minBits)
+    if (isGradient(greys))
         return std::nullopt;
-    return fingerprint;
+    const Bits differences = differencesOf(fromSlope(greys)), frequencies = frequenciesOf(greys);
+    if (differences.decided < minDifferences || frequencies.decided < minFrequencies)
+        return std::nullopt;
+    return Fingerprint{differences.positive, frequencies.positive};
 }
 
 } // namespace wickerlane::hoardd

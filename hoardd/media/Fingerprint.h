@@ -11,7 +11,7 @@ namespace wickerlane::hoardd {
 /// Two hashes that look at different things. Pictures that look alike have hashes that differ in few bits;
 /// that two pictures which do not should agree in both is unlikely.
 struct Fingerprint {
-    std::uint64_t difference = 0; ///< Where the picture gets lighter from left to right: 8 rows of 8.
+    std::uint64_t difference = 0; ///< Which of 8 by 8 cells are lighter than a gradient over the picture.
     std::uint64_t frequency = 0;  ///< Which of its 63 lowest frequencies are positive.
     bool operator==(const Fingerprint &) const = default;
 };

@@ -129,4 +129,27 @@ TEST(Schema, BulletinsKeepTheirNumbersAndGetNewOnes) {
         2);
 }
 
+TEST(Schema, HashesOfAnOlderWayAreComputedAgain) {
+    const LibraryPaths paths;
+    ASSERT_TRUE(makeFolders(std::filesystem::path(paths.database()).parent_path()));
+    auto database = sqlite::Database::open(paths.database(), sqlite::Database::Access::write);
+    ASSERT_TRUE(database) << database.error().text;
+    layOutUntil(*database, "DELETE FROM zfingerprint;");
+    ASSERT_TRUE(database->execute(
+        "WITH RECURSIVE n(i) AS (VALUES (1) UNION ALL SELECT i + 1 FROM n LIMIT 4) "
+        "INSERT INTO zgenericasset (pk, uuid, kind, directory, filename, originalfilename, format, width, "
+        "height, orientation, datecreated, dateadded, bytesize, sha256, thumbnailindex, problem) "
+        "SELECT i, i, 0, '', '', '', '', 0, 0, 1, 0, 0, 0, zeroblob(32), 1, '' FROM n;"
+        "INSERT INTO zfingerprint VALUES (1, 1, 5, 6), (2, 1, 5, 6), (3, 1, NULL, NULL);"
+        "INSERT INTO zduplicate VALUES (1, 0, 1), (2, 0, 1);"
+        "UPDATE zduplicatestate SET grouped = changed;"))
+        << database->problem().text;
+    ASSERT_EQ(database->integer("SELECT count(*) FROM zduefingerprint"), 1);
+    ASSERT_TRUE(layOut(*database)) << database->problem().text;
+    EXPECT_EQ(database->integer("SELECT count(*) FROM zduefingerprint"), 4);
+    EXPECT_EQ(database->integer("SELECT count(*) FROM zfingerprint"), 0);
+    EXPECT_EQ(database->integer("SELECT changed > grouped FROM zduplicatestate"), 1);
+    EXPECT_EQ(database->integer("SELECT count(*) FROM zduplicate"), 2) << "shown until they are found again";
+}
+
 } // namespace

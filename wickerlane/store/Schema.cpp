@@ -663,13 +663,19 @@ WHEN old.favourite IS NOT new.favourite OR old.hidden IS NOT new.hidden OR old.r
 END;
 )sql";
 
+// Hashes that are computed in another way can't be compared with those before.
+constexpr const char *newHashes = R"sql(
+DELETE FROM zfingerprint;
+UPDATE zduplicatestate SET changed = changed + 1;
+)sql";
+
 // New tables and columns are added by a step of their own at the end.
 constexpr const char *steps[] = {
     assets,           renditions,      durations,     sums,         counts,
     analyses,         albums,          sharing,       feed,         dueThumbnails,
     clocks,           decoders,        currentFeed,   visits,       trash,
     scrubs,           companions,      shrinkingFeed, derivedSizes, madeThumbnails,
-    countedOriginals, companionScrubs, dueAnalyses,   details};
+    countedOriginals, companionScrubs, dueAnalyses,   details,      newHashes};
 
 constexpr const char *ofUUID = "assetuuid IN (SELECT uuid FROM zgenericasset WHERE pk = ?1 UNION ALL "
                                "SELECT uuid FROM ztrashedasset WHERE pk = ?1)";
