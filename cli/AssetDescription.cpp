@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/Formatting.h"
+#include "wickerlane/model/AssetDetails.h"
 #include "wickerlane/platform/object/Hexadecimal.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/store/LibraryPaths.h"
@@ -51,6 +52,23 @@ double captureTime(const AssetRecord &asset) {
     return static_cast<double>(std::mktime(&parts)) + (seconds - whole);
 }
 
+std::string exposureText(const AssetRecord &asset) {
+    std::string text;
+    const auto add = [&](const std::string &part) { text.append(text.empty() ? "" : ", ").append(part); };
+    // As cameras show it.
+    if (const auto &seconds = asset.exposureSeconds; seconds && *seconds > 0 && *seconds < 0.3)
+        add(fmt::format("1/{:.0f} s", 1 / *seconds));
+    else if (seconds)
+        add(fmt::format("{:.3g} s", *seconds));
+    if (asset.aperture)
+        add(fmt::format("f/{:.3g}", *asset.aperture));
+    if (asset.isoSpeed)
+        add(fmt::format("ISO {}", *asset.isoSpeed));
+    if (asset.focalLength)
+        add(fmt::format("{:.4g} mm", *asset.focalLength));
+    return text;
+}
+
 JSON describe(const ManagedAsset &asset) {
     const AssetRecord &record = asset.record();
     JSON result = {
@@ -73,6 +91,28 @@ JSON describe(const ManagedAsset &asset) {
         result["place"] = {{"latitude", *record.latitude}, {"longitude", *record.longitude}};
     if (record.duration > 0)
         result["duration"] = record.duration;
+    if (!record.camera.empty())
+        result["camera"] = record.camera;
+    if (!record.lens.empty())
+        result["lens"] = record.lens;
+    if (record.exposureSeconds)
+        result["exposureSeconds"] = *record.exposureSeconds;
+    if (record.aperture)
+        result["aperture"] = *record.aperture;
+    if (record.isoSpeed)
+        result["isoSpeed"] = *record.isoSpeed;
+    if (record.focalLength)
+        result["focalLength"] = *record.focalLength;
+    if (record.favourite)
+        result["favourite"] = true;
+    if (record.hidden)
+        result["hidden"] = true;
+    if (record.rating > 0)
+        result["rating"] = record.rating;
+    if (!record.caption.empty())
+        result["caption"] = record.caption;
+    if (!record.keywords.empty())
+        result["keywords"] = keywordsIn(record.keywords);
     if (record.externalUsageIntent != 0)
         result["usageIntent"] = record.externalUsageIntent;
     if (const std::string sidecar = sidecarPath(record); !sidecar.empty())

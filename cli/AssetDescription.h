@@ -26,6 +26,9 @@ std::string createdText(const AssetRecord &asset);
 /// one of this machine.
 double captureTime(const AssetRecord &asset);
 
+/// "1/125 s, f/2.8, ISO 400, 50 mm", as far as it is known.
+std::string exposureText(const AssetRecord &asset);
+
 /// All that is known of an asset.
 JSON describe(const ManagedAsset &asset);
 

@@ -54,6 +54,10 @@ Option Option::valueCount(int min, int max) const {
     return Option(option->expected(min, max));
 }
 
+Option Option::repeatable() const {
+    return Option(option->allow_extra_args(false));
+}
+
 Option Option::asSize() const {
     option->transform(CLI::AsSizeValue(true));
     // The parser would read a negative number as a large one.

@@ -44,6 +44,8 @@ public:
     Option check(std::function<std::string(const std::string &value)> problem) const;
     /// How many values it takes.
     Option valueCount(int min, int max) const;
+    /// It may be given several times, and takes one value each time. For a list of texts.
+    Option repeatable() const;
     /// The value may have a unit: "50MB", where a kilobyte is 1000 bytes, or "2MiB".
     Option asSize() const;
 

@@ -10,8 +10,8 @@ namespace wickerlane::cli {
 using SetUp = void(Command command);
 
 SetUp setUpImport, setUpList, setUpShow, setUpCount, setUpWatch, setUpExport, setUpResolve, setUpThumbnail,
-    setUpPreview, setUpAdjustDate, setUpVideoInfo, setUpEstimate, setUpRevert, setUpDelete, setUpTrash,
-    setUpChanges;
+    setUpPreview, setUpAdjustDate, setUpSet, setUpVideoInfo, setUpEstimate, setUpRevert, setUpDelete,
+    setUpTrash, setUpChanges;
 SetUp setUpAlbum, setUpFeed, setUpBulletins, setUpStream, setUpPurge, setUpPerson;
 SetUp setUpMoments, setUpDuplicates;
 SetUp setUpDaemon, setUpCheck, setUpSizes, setUpRebuildThumbnails, setUpRestore, setUpBackup;
@@ -41,6 +41,7 @@ inline constexpr Subcommand subcommands[] = {
     {"preview", "Photos and videos", "Set an edited picture to be shown for an asset", setUpPreview},
     {"adjust-date", "Photos and videos", "Move the dates of photos whose camera's clock was wrong",
      setUpAdjustDate},
+    {"set", "Photos and videos", "Set the rating, caption, keywords and marks of assets", setUpSet},
     {"video-info", "Photos and videos", "Show the metadata of a video file", setUpVideoInfo},
     {"estimate", "Photos and videos", "Estimate the size of an exported video", setUpEstimate},
     {"revert", "Photos and videos", "Take the edits of assets back, so that they show their originals",

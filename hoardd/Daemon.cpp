@@ -34,9 +34,10 @@ constexpr std::chrono::seconds scrubDelay{5}; // after the library was opened, w
 } // namespace
 
 std::vector<std::span<const Operation>> allOperations() {
-    return {accessOperations(),  assetOperations(),   renditionOperations(), videoOperations(),
-            saveOperations(),    fileOperations(),    dateOperations(),      albumOperations(),
-            sharingOperations(), libraryOperations(), analysisOperations(),  trashOperations()};
+    return {accessOperations(), assetOperations(),   renditionOperations(), videoOperations(),
+            saveOperations(),   fileOperations(),    dateOperations(),      detailOperations(),
+            albumOperations(),  sharingOperations(), libraryOperations(),   analysisOperations(),
+            trashOperations()};
 }
 
 Daemon::Daemon(DaemonOptions options)

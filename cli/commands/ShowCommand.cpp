@@ -1,4 +1,5 @@
 // wickerlane show
+#include <algorithm>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
@@ -6,6 +7,7 @@
 #include "cli/Formatting.h"
 #include "cli/StoreLookup.h"
 #include "cli/Subcommands.h"
+#include "wickerlane/model/AssetDetails.h"
 #include "wickerlane/store/CompanionReader.h"
 #include "wickerlane/store/RenditionReader.h"
 
@@ -33,6 +35,24 @@ void printEdit(const store::Rendition &rendition, const std::string &path) {
         printField("  " + key, value.get<std::string>());
 }
 
+/// What people say of it.
+void printDetails(const AssetRecord &record) {
+    if (record.favourite)
+        printField("Favourite", "yes");
+    if (record.hidden)
+        printField("Hidden", "yes");
+    if (record.rating > 0)
+        printField("Rating", fmt::format("{} of {}", record.rating, maxRating));
+    std::string_view caption = record.caption;
+    for (const char *label = "Caption"; !caption.empty(); label = "") {
+        const std::size_t length = std::min(caption.find('\n'), caption.size());
+        printField(label, caption.substr(0, length));
+        caption.remove_prefix(std::min(length + 1, caption.size()));
+    }
+    if (!record.keywords.empty())
+        printField("Keywords", fmt::format("{}", fmt::join(keywordsIn(record.keywords), ", ")));
+}
+
 void printFields(const ManagedAsset &asset) {
     const AssetRecord &record = asset.record();
     printField("UUID", record.uuid);
@@ -46,6 +66,13 @@ void printFields(const ManagedAsset &asset) {
     printField("Added", dateText(record.dateAdded));
     if (record.latitude && record.longitude)
         printField("Place", fmt::format("{:.6f}, {:.6f}", *record.latitude, *record.longitude));
+    if (!record.camera.empty())
+        printField("Camera", record.camera);
+    if (!record.lens.empty())
+        printField("Lens", record.lens);
+    if (const std::string exposure = exposureText(record); !exposure.empty())
+        printField("Exposure", exposure);
+    printDetails(record);
     printField("Size", sizeText(record.byteSize));
     printField("URL", asset.assetURL()->absoluteString()->utf8());
     printField("Object ID", asset.objectID()->uriRepresentation()->absoluteString()->utf8());

@@ -2,6 +2,8 @@
 
 #include <fcntl.h>
 
+#include <algorithm>
+
 #include "hoardd/library/Commits.h"
 #include "hoardd/pictures/AssetFacts.h"
 #include "hoardd/pictures/PictureStore.h"
@@ -22,28 +24,37 @@ struct Readings {
 
 Readings readFiles(Library &library, std::vector<AssetRecord> assets) {
     Readings readings;
-    runAtLowPriority(DiskUse::idle, [&] {
-        for (AssetRecord &each : assets) {
-            if (library.isEnding())
-                return;
-            const UniqueFd file = openFile(library.paths().original(each), O_RDONLY);
-            if (!file)
-                continue;
-            const FirstLook seen = library.media().examine(file.get(), {});
-            // What can't be decoded may say something nevertheless.
-            if (!seen.ended && seen.ended.error().kind == ProblemKind::busy) {
-                readings.areWorkersThere = false;
-                return;
-            }
-            if (!seen.ended && seen.ended.error().kind != ProblemKind::invalid)
-                continue;
-            if (!each.clockDate)
-                setClock(each, seen.facts);
-            setDetails(each, seen.facts);
-            readings.known.push_back(std::move(each));
+    for (AssetRecord &each : assets) {
+        if (library.isEnding())
+            break;
+        const UniqueFd file = openFile(library.paths().original(each), O_RDONLY);
+        if (!file)
+            continue;
+        const FirstLook seen = library.media().examine(file.get(), {});
+        // What can't be decoded may say something nevertheless.
+        if (!seen.ended && seen.ended.error().kind == ProblemKind::busy) {
+            readings.areWorkersThere = false;
+            break;
         }
-    });
+        if (!seen.ended && seen.ended.error().kind != ProblemKind::invalid)
+            continue;
+        if (!each.clockDate)
+            setClock(each, seen.facts);
+        setDetails(each, seen.facts);
+        readings.known.push_back(std::move(each));
+    }
     return readings;
+}
+
+Result<> storeReadings(Library &library, const Readings &readings) {
+    return library.writer().change([&](Database &database) -> Result<> {
+        for (const AssetRecord &each : readings.known)
+            if (const auto done =
+                    storeClock(database, each).and_then([&] { return storeDetails(database, each); });
+                !done)
+                return done;
+        return {};
+    });
 }
 
 } // namespace
@@ -57,15 +68,9 @@ void readLateFacts(Library &library) {
         if (!due || due->empty() || due->back().primaryKey <= last)
             break;
         last = due->back().primaryKey;
-        const Readings readings = readFiles(library, *std::move(due));
-        const auto stored = library.writer().change([&](Database &database) -> Result<> {
-            for (const AssetRecord &each : readings.known)
-                if (const auto done =
-                        storeClock(database, each).and_then([&] { return storeDetails(database, each); });
-                    !done)
-                    return done;
-            return {};
-        });
+        Readings readings;
+        runAtLowPriority(DiskUse::idle, [&] { readings = readFiles(library, *std::move(due)); });
+        const auto stored = storeReadings(library, readings);
         if (!stored) {
             JX_LOG(JXLogLevelError, JXPhotosStateLog, "can't store what files say of themselves: %s",
                    stored.error().text.c_str());
@@ -78,6 +83,31 @@ void readLateFacts(Library &library) {
     if (count > 0)
         JX_LOG(JXLogLevelNotice, JXPhotosStateLog,
                "read what the files of %zu assets say, which were saved before that was kept", count);
+}
+
+Result<> readLateFactsOf(Library &library, std::span<const std::int64_t> assets) {
+    for (std::size_t first = 0; first < assets.size() && !library.isEnding(); first += maxFilesPerCommit) {
+        auto due = library.read([&](Database &database) -> Result<std::vector<AssetRecord>> {
+            std::vector<AssetRecord> found;
+            for (const std::int64_t each :
+                 assets.subspan(first, std::min(maxFilesPerCommit, assets.size() - first))) {
+                auto next = assetsWithLateFacts(database, each - 1, 1);
+                if (!next)
+                    return next;
+                if (!next->empty() && next->front().primaryKey == each)
+                    found.push_back(std::move(next->front()));
+            }
+            return found;
+        });
+        if (!due)
+            return passOn(due);
+        const Readings readings = readFiles(library, *std::move(due));
+        if (const auto stored = storeReadings(library, readings); !stored)
+            return stored;
+        if (!readings.areWorkersThere)
+            break;
+    }
+    return {};
 }
 
 } // namespace wickerlane::hoardd

@@ -15,6 +15,7 @@ namespace wickerlane::hoardd {
 [[nodiscard]] std::span<const Operation> saveOperations();
 [[nodiscard]] std::span<const Operation> fileOperations(); ///< Files that callers bring.
 [[nodiscard]] std::span<const Operation> dateOperations();
+[[nodiscard]] std::span<const Operation> detailOperations(); ///< What people say of assets.
 [[nodiscard]] std::span<const Operation> albumOperations();
 [[nodiscard]] std::span<const Operation> trashOperations(); ///< Deleting, and having again what was deleted.
 [[nodiscard]] std::span<const Operation> sharingOperations();

@@ -64,6 +64,7 @@ TEST_F(LastErrors, AreSetByEveryOperationThatBlocks) {
         [&] { client->updateThumbnailsForPhotos(none, true, false, false); },
         [&] { std::ignore = client->videoMetadataAtPath(String::of("/a")); },
         [&] { std::ignore = client->adjustDatesBySeconds(1, none); },
+        [&] { std::ignore = client->setDetails(autorelease(MutableDictionary::create()), none); },
         [&] { client->createPixholdDatabase(); },
         [&] { client->importFileSystemAssetsWaitingForReply(true); },
         [&] { std::ignore = client->secondsNeededToCleanupModelAfterHarborsyncRestore(); },

@@ -95,6 +95,7 @@ constexpr struct {
     {1010, "adjustDatesBySeconds:forPhotos:", Need::writeAssets},
     {1020, "revertAssetWithURL:", Need::writeAssets},
     {1021, "renditionOfAssetWithURL:", Need::access},
+    {1040, "setDetails:forPhotos:", Need::writeAssets},
 };
 
 struct Asker {

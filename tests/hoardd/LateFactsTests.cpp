@@ -119,6 +119,17 @@ TEST_F(LateFacts, DetailsAreReadFromTheFilesOnce) {
     EXPECT_EQ(recordOf(one.uuid).keywords, "Mine");
 }
 
+TEST_F(LateFacts, OfSomeAssetsAreReadWhenTheyAreNeeded) {
+    const AssetRecord one = saved(described()), two = saved(described(20)), three = saved(described(24));
+    forgetDetails();
+    std::filesystem::remove(paths.original(three));
+    const std::int64_t keys[] = {three.primaryKey, one.primaryKey, one.primaryKey + 99};
+    ASSERT_TRUE(readLateFactsOf(library(), keys));
+    expectDescribed(recordOf(one.uuid));
+    for (const AssetRecord &each : {two, three})
+        EXPECT_EQ(recordOf(each.uuid).dueDetails, allDetailsDue);
+}
+
 TEST_F(LateFacts, WhatPeopleHaveSetMeanwhileStays) {
     const AssetRecord read = saved(described());
     const struct {

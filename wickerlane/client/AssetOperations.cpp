@@ -165,6 +165,13 @@ bool JXGatekeeperClient::adjustDatesBySeconds(std::int64_t seconds, Array *photo
     return request.sendAndWait(connection()).isDictionary();
 }
 
+bool JXGatekeeperClient::setDetails(Dictionary *details, Array *photos) {
+    Request request(protocol::setDetails);
+    request.set(keys::properties, details);
+    request.set(keys::photoUUIDs, uuidsOf(photos));
+    return request.sendAndWait(connection()).isDictionary();
+}
+
 void JXGatekeeperClient::updateCameraPreviewWellImage(const ManagedObject *asset) {
     Request request(protocol::updateCameraPreviewWell);
     // Unlike all other object IDs this one is sent as a string.

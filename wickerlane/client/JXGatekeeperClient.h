@@ -246,6 +246,14 @@ public:
     /// no date has changed. Needs the entitlement JXWriteAssetsEntitlement. Blocks.
     [[nodiscard]] bool adjustDatesBySeconds(std::int64_t seconds, wickerlane::Array *photos);
 
+    /// setDetails:forPhotos: — sets what people say of assets. `details` may hold "favourite" and "hidden"
+    /// (booleans), "rating" (an integer from 0 to 5), "caption" (a text of at most 4096 bytes of UTF-8),
+    /// "keywords" (texts, which replace those that there are), "removeKeywords" and "addKeywords" (texts);
+    /// what it does not hold stays. An asset has at most 64 keywords of at most 64 bytes. `photos` holds 1 to
+    /// 10,000 objects that are a wickerlane::Photo; others are ignored. False on failure, and then nothing
+    /// has changed; lastError() says why. Needs the entitlement JXWriteAssetsEntitlement. Blocks.
+    [[nodiscard]] bool setDetails(wickerlane::Dictionary *details, wickerlane::Array *photos);
+
     // The library: creation, counts, import.
 
     /// createPixholdDatabase — creates the library's database if there is none. Blocks.

@@ -76,6 +76,10 @@ inline constexpr Row revertAsset{1020, "revertAssetWithURL:", request(keys::asse
 inline constexpr Row renditionOfAsset{1021, "renditionOfAssetWithURL:", request(keys::assetURL),
                                       reply(keys::fileURL, keys::properties)};
 
+/// Sets what people say of assets: favourite, hidden, rating, caption, keywords. See DetailKeys.h.
+inline constexpr Row setDetails{1040, "setDetails:forPhotos:", request(keys::properties, keys::photoUUIDs),
+                                reply()};
+
 } // namespace wickerlane::protocol
 
 #endif

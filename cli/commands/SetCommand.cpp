@@ -1,0 +1,113 @@
+// wickerlane set
+#include <algorithm>
+#include <optional>
+#include <span>
+
+#include "cli/DaemonRequests.h"
+#include "cli/Formatting.h"
+#include "cli/Output.h"
+#include "cli/StoreLookup.h"
+#include "cli/Subcommands.h"
+#include "wickerlane/platform/object/Number.h"
+#include "wickerlane/protocol/AssetRows.h"
+#include "wickerlane/protocol/DetailKeys.h"
+
+namespace wickerlane::cli {
+namespace {
+
+namespace detail = protocol::detail;
+
+/// Assets in one request.
+constexpr std::size_t batchSize = 10'000;
+
+struct Options {
+    std::vector<std::string> assets;
+    bool favourite = false, notFavourite = false;
+    bool hidden = false, notHidden = false;
+    std::optional<std::uint64_t> rating;
+    std::vector<std::string> caption; ///< The last one counts.
+    std::vector<std::string> keywords;
+    std::vector<std::string> removedKeywords;
+};
+
+Ref<Array> textsOf(std::span<const std::string> values) {
+    auto texts = MutableArray::create();
+    for (const std::string &each : values)
+        texts->append(String::of(each));
+    return texts;
+}
+
+Ref<Dictionary> detailsOf(const Options &options) {
+    auto details = MutableDictionary::create();
+    if (options.favourite || options.notFavourite)
+        details->set(detail::favourite, Number::of(options.favourite));
+    if (options.hidden || options.notHidden)
+        details->set(detail::hidden, Number::of(options.hidden));
+    if (options.rating)
+        details->set(detail::rating, Number::of(*options.rating));
+    if (!options.caption.empty())
+        details->set(detail::caption, String::of(options.caption.back()));
+    if (!options.keywords.empty())
+        details->set(detail::addKeywords, textsOf(options.keywords).get());
+    if (!options.removedKeywords.empty())
+        details->set(detail::removeKeywords, textsOf(options.removedKeywords).get());
+    return details;
+}
+
+/// Changes nothing if one of the assets is not there.
+Result<ExitCode> setDetails(const Options &options) {
+    const Ref<Dictionary> details = detailsOf(options);
+    if (details->count() == 0)
+        return fail(ProblemKind::invalid, "say what is to be set, such as --rating 5");
+    const auto store = openStore();
+    if (!store)
+        return passOn(store);
+    std::vector<std::string> uuids;
+    for (const std::string &name : options.assets) {
+        const auto asset = findAsset(**store, name);
+        if (!asset)
+            return passOn(asset);
+        uuids.push_back((*asset)->record().uuid);
+    }
+    std::ranges::sort(uuids);
+    uuids.erase(std::unique(uuids.begin(), uuids.end()), uuids.end());
+    for (std::span left(uuids); !left.empty();) {
+        const auto batch = left.first(std::min(left.size(), batchSize));
+        left = left.subspan(batch.size());
+        client::Request request(protocol::setDetails);
+        request.set(protocol::keys::properties, details.get());
+        request.set(protocol::keys::photoUUIDs, textsOf(batch).get());
+        if (const auto set = waitForWork(request); !set)
+            return passOn(set);
+    }
+    print(countText(uuids.size(), "asset", "assets") + " changed");
+    return ExitCode::success;
+}
+
+} // namespace
+
+void setUpSet(Command command) {
+    command.footer("What is not given stays as it is. The originals keep what is written in them.\n\n"
+                   "Example:\n"
+                   "  wickerlane set --rating 5 --keyword Sea 7F3D0A52-6C1B-4E0E-9D43-2B1C7A5E8F10");
+    Options &options = command.runs(setDetails);
+    command.addOption("ASSET", options.assets, "UUIDs, URLs or object IDs of assets").required();
+    const auto favourite = command.addFlag("--favourite", options.favourite, "Mark as favourites");
+    command.addFlag("--no-favourite", options.notFavourite, "Take that mark away").excludes(favourite);
+    const auto hidden = command.addFlag("--hidden", options.hidden, "Mark as hidden");
+    command.addFlag("--no-hidden", options.notHidden, "Take that mark away").excludes(hidden);
+    command.addOption("--rating", options.rating, "Stars, 1 to 5, or 0 for none")
+        .typeName("STARS")
+        .between(0, 5);
+    command.addOption("--caption", options.caption, "Replace the caption; an empty one deletes it")
+        .typeName("TEXT")
+        .repeatable();
+    command.addOption("--keyword", options.keywords, "Add a keyword; may be given several times")
+        .typeName("WORD")
+        .repeatable();
+    command.addOption("--remove-keyword", options.removedKeywords, "Remove a keyword; the same")
+        .typeName("WORD")
+        .repeatable();
+}
+
+} // namespace wickerlane::cli
