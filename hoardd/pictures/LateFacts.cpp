@@ -31,11 +31,11 @@ Readings readFiles(Library &library, std::vector<AssetRecord> assets) {
         if (!file)
             continue;
         const FirstLook seen = library.media().examine(file.get(), {});
-        // What can't be decoded may say something nevertheless.
-        if (!seen.ended && seen.ended.error().kind == ProblemKind::busy) {
+        if (!seen.ended && seen.ended.error().kind == ProblemKind::unreachable) {
             readings.areWorkersThere = false;
             break;
         }
+        // What can't be decoded may say something nevertheless.
         if (!seen.ended && seen.ended.error().kind != ProblemKind::invalid)
             continue;
         if (!each.clockDate)

@@ -5,6 +5,7 @@
 
 #include "hoardd/analysis/ThumbnailRebuild.h"
 #include "hoardd/library/Retry.h"
+#include "hoardd/pictures/LateFacts.h"
 #include "hoardd/pictures/Renditions.h"
 #include "hoardd/pictures/Thumbnails.h"
 #include "hoardd/upkeep/Repair.h"
@@ -82,6 +83,24 @@ TEST_F(PassingShortage, OfWorkersBrandsNoPicture) {
         EXPECT_EQ(now.rating, now.primaryKey == 1 ? 1 : 3) << "what people have set stays";
     }
     EXPECT_EQ(faults(), "");
+}
+
+TEST_F(PassingShortage, LateFactsWaitForWorkers) {
+    TestExif exif;
+    exif.model = "Model 7";
+    const AssetRecord one = saved(jpegOf(fourCorners(16, 16), exif)), two = saved(pngOf(fourCorners(8, 8)));
+    ASSERT_TRUE(library().writer().change([](sqlite::Database &database) {
+        return database.execute("UPDATE zgenericasset SET camera = '', duedetails = 15;");
+    }));
+    takeWorkersAway();
+    readLateFacts(library());
+    const std::int64_t keys[] = {one.primaryKey, two.primaryKey};
+    EXPECT_TRUE(readLateFactsOf(library(), keys));
+    EXPECT_EQ(number("SELECT count(*) FROM zgenericasset WHERE duedetails = 15"), 2);
+    static_cast<void>(workerProgram());
+    readLateFacts(library());
+    EXPECT_EQ(number("SELECT count(*) FROM zgenericasset WHERE duedetails = 0"), 2);
+    EXPECT_EQ(recordOf(one.uuid).camera, "Model 7");
 }
 
 TEST_F(PassingShortage, WhatWasRefusedIsTriedAgainByOtherDecodersOrWhenAsked) {
