@@ -84,7 +84,7 @@ void fill(Database &database, std::size_t count) {
     Fingerprint fingerprint;
     for (std::size_t i = 0; i < count; ++i) {
         const auto record = recordNumbered(i, random);
-        bindRecord(statement, record);
+        wickerlane::store::bindRecord(statement, record);
         fingerprint = fingerprintNumbered(i, random, fingerprint);
         sure(statement.run(), "insert");
         const NewAsset asset{database.lastRowID(), record.uuid, 1};
@@ -166,7 +166,7 @@ std::vector<Measure> measure(const std::string &folder, std::size_t count) {
         auto record = recordNumbered(random() % count, random);
         record.uuid = std::to_string(next++);
         auto statement = database.prepare(wickerlane::store::insertAsset);
-        bindRecord(statement, record);
+        wickerlane::store::bindRecord(statement, record);
         sure(statement.run(), "insert");
         apply(database, sure(planMoments(database, true), "plan"));
     });
@@ -197,6 +197,7 @@ std::vector<Measure> measure(const std::string &folder, std::size_t count) {
 } // namespace
 
 int main(int argc, char **argv) {
+    wickerlane::sqlite::leaveMemoryUncounted(); // as hoardd does
     std::vector<std::size_t> counts{10'000, 100'000};
     if (bench::isQuick())
         counts = {500, 1'000};
