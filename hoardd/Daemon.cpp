@@ -37,7 +37,7 @@ std::vector<std::span<const Operation>> allOperations() {
     return {accessOperations(), assetOperations(),   renditionOperations(), videoOperations(),
             saveOperations(),   fileOperations(),    dateOperations(),      detailOperations(),
             albumOperations(),  sharingOperations(), libraryOperations(),   analysisOperations(),
-            trashOperations()};
+            trashOperations(),  queryOperations()};
 }
 
 Daemon::Daemon(DaemonOptions options)

@@ -51,7 +51,7 @@ Result<> askDaemon(store::StoreReader &store, const Options &options) {
     return decide(store, options.together, true);
 }
 
-Result<> printGroups(store::StoreReader &store, const std::vector<store::DuplicatesRecord> &groups,
+Result<> printGroups(store::StoreReader &store, const std::vector<DuplicatesRecord> &groups,
                      const Options &options) {
     using Align = Table::Align;
     Table table({{"GROUP", Align::right},
@@ -63,7 +63,7 @@ Result<> printGroups(store::StoreReader &store, const std::vector<store::Duplica
                  {"NAME"}});
     JSON all = JSON::array();
     std::size_t number = 0;
-    for (const store::DuplicatesRecord &group : groups) {
+    for (const DuplicatesRecord &group : groups) {
         const std::string likeness = group.isSame ? "same" : "similar";
         if (!options.likeness.empty() && options.likeness != likeness)
             continue;

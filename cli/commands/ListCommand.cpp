@@ -11,7 +11,7 @@ namespace wickerlane::cli {
 namespace {
 
 struct Options {
-    store::AssetQuery query;
+    store::Listing query;
     std::string kind;
     std::string sort = "oldest";
     bool json = false;
@@ -21,7 +21,7 @@ Result<ExitCode> list(const Options &options) {
     const auto store = openStore();
     if (!store)
         return passOn(store);
-    store::AssetQuery query = options.query;
+    store::Listing query = options.query;
     query.newestFirst = options.sort == "newest";
     if (!options.kind.empty())
         query.kind = options.kind == "photo" ? AssetKind::photo : AssetKind::video;

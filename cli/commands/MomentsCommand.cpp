@@ -33,7 +33,7 @@ JSON describe(const std::string &objectID, double start, double end, std::uint64
     return result;
 }
 
-std::string placeText(const store::MomentRecord &moment) {
+std::string placeText(const MomentRecord &moment) {
     return moment.latitude ? fmt::format("{:.4f}, {:.4f}", *moment.latitude, *moment.longitude) : "-";
 }
 
@@ -44,16 +44,16 @@ Result<> printMoments(store::AnalysisReader &reader, const std::string &storeUUI
     JSON all = JSON::array();
     using Align = Table::Align;
     Table table({{"FROM"}, {"TO"}, {"PHOTOS", Align::right}, {"VIDEOS", Align::right}, {"PLACE"}});
-    for (const store::MomentRecord &moment : *moments) {
+    for (const MomentRecord &moment : *moments) {
         table.add({clockText(moment.startDate), clockText(moment.endDate), std::to_string(moment.photoCount),
                    std::to_string(moment.videoCount), placeText(moment)});
         if (!json)
             continue;
-        JSON described = describe(objectURI(storeUUID, moment.primaryKey, store::momentEntity),
-                                  moment.startDate, moment.endDate, moment.assetCount, moment.keyAsset);
+        JSON described = describe(objectURI(storeUUID, moment.primaryKey, momentEntity), moment.startDate,
+                                  moment.endDate, moment.assetCount, moment.keyAsset);
         if (moment.latitude)
             described["place"] = {{"latitude", *moment.latitude}, {"longitude", *moment.longitude}};
-        described["list"] = objectURI(storeUUID, moment.list, store::momentListEntity);
+        described["list"] = objectURI(storeUUID, moment.list, momentListEntity);
         const auto uuids = reader.assetsOfMoment(moment.primaryKey);
         if (!uuids)
             return failToReadStore(uuids);
@@ -71,11 +71,11 @@ Result<> printLists(store::AnalysisReader &reader, const std::string &storeUUID,
     JSON all = JSON::array();
     using Align = Table::Align;
     Table table({{"FROM"}, {"TO"}, {"MOMENTS", Align::right}, {"ASSETS", Align::right}});
-    for (const store::MomentListRecord &list : *lists) {
+    for (const MomentListRecord &list : *lists) {
         table.add({clockText(list.startDate), clockText(list.endDate), std::to_string(list.momentCount),
                    std::to_string(list.assetCount)});
-        JSON described = describe(objectURI(storeUUID, list.primaryKey, store::momentListEntity),
-                                  list.startDate, list.endDate, list.assetCount, list.keyAsset);
+        JSON described = describe(objectURI(storeUUID, list.primaryKey, momentListEntity), list.startDate,
+                                  list.endDate, list.assetCount, list.keyAsset);
         described["moments"] = list.momentCount;
         all.push_back(std::move(described));
     }
@@ -115,8 +115,8 @@ Result<> analyze(const store::StoreReader &store, const std::string &objectID) {
     const auto keyIn = [&](std::string_view entity) {
         return primaryKeyInURI(objectID, store.storeUUID(), entity);
     };
-    const auto *moment = recordWithKey(*moments, keyIn(store::momentEntity));
-    const auto *list = recordWithKey(*lists, keyIn(store::momentListEntity));
+    const auto *moment = recordWithKey(*moments, keyIn(momentEntity));
+    const auto *list = recordWithKey(*lists, keyIn(momentListEntity));
     if (moment == nullptr && list == nullptr)
         return fail(ProblemKind::notFound, "there is no moment or list of moments with that object ID");
     if (const auto answers = requireDaemon(); !answers)

@@ -39,14 +39,16 @@ Result<bool> isInAlbum(Database &database, std::int64_t album, std::int64_t asse
 }
 
 Result<> insertAlbumAsset(Database &database, std::int64_t album, std::int64_t asset, double date) {
-    return database.prepare("INSERT INTO zalbumasset VALUES (?, ?, ?)").bind(album, asset, date).run();
+    return database.prepare("INSERT INTO zalbumasset (album, asset, dateadded) VALUES (?, ?, ?)")
+        .bind(album, asset, date)
+        .run();
 }
 
 Result<> insertAlbumAssets(Database &database, std::string_view albumUUID,
                            std::span<const std::string> assetUUIDs, double date) {
-    Statement insert =
-        database.prepare("INSERT OR IGNORE INTO zalbumasset SELECT zalbum.pk, zgenericasset.pk, ? "
-                         "FROM zalbum, zgenericasset WHERE zalbum.uuid = ? AND zgenericasset.uuid = ?");
+    Statement insert = database.prepare(
+        "INSERT OR IGNORE INTO zalbumasset (album, asset, dateadded) SELECT zalbum.pk, zgenericasset.pk, ? "
+        "FROM zalbum, zgenericasset WHERE zalbum.uuid = ? AND zgenericasset.uuid = ?");
     for (const std::string &asset : assetUUIDs)
         if (const auto inserted = insert.bind(date, albumUUID, asset).run(); !inserted)
             return inserted;

@@ -35,14 +35,14 @@ Result<Answer> analyzeInvalidMomentsAndDupesIfNeeded(Library &library, const Cal
 }
 
 Result<Answer> analyzeMoment(Library &library, const Call &call) {
-    const auto key = keyOfObject(library, call.value(keys::momentOID), store::momentEntity);
+    const auto key = keyOfObject(library, call.value(keys::momentOID), momentEntity);
     if (!key)
         return passOn(key);
     return whenDone(analyzeMoments(library, {AnalysisScope::Kind::oneMoment, *key}));
 }
 
 Result<Answer> analyzeMomentList(Library &library, const Call &call) {
-    const auto key = keyOfObject(library, call.value(keys::momentListOID), store::momentListEntity);
+    const auto key = keyOfObject(library, call.value(keys::momentListOID), momentListEntity);
     if (!key)
         return passOn(key);
     return whenDone(analyzeMoments(library, {AnalysisScope::Kind::oneList, *key}));

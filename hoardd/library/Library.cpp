@@ -44,13 +44,15 @@ void post(const char *name) {
 } // namespace
 
 Library::Library(UniqueFd held, std::unique_ptr<Store> writer, std::unique_ptr<store::StoreReader> opened,
-                 UniqueFd libraryFolder, MediaWorkersOptions mediaWorkers)
+                 std::unique_ptr<store::StoreReader> openedForQueries, UniqueFd libraryFolder,
+                 MediaWorkersOptions mediaWorkers)
     : lock(std::move(held)), folder(std::move(libraryFolder)),
       countNotice([] { post(RZPhotosAndVideosCountNotificationName); }), bulletinNotice([] {
           post(JXPinwallBulletinsChangedNotification->UTF8String());
           post(JXBadgeCountChangedNotification->UTF8String());
       }),
-      store(std::move(writer)), reader(std::move(opened)), workers(std::move(mediaWorkers)) {
+      store(std::move(writer)), reader(std::move(opened)), queryReader(std::move(openedForQueries)),
+      workers(std::move(mediaWorkers)) {
     store->whenCountsChange([this] { countNotice.noteChange(); });
     store->whenBulletinsChange([this] { bulletinNotice.noteChange(); });
     lateSync.whenDue([this](std::int64_t round) { return syncThumbnails(round); });
@@ -82,11 +84,15 @@ Result<std::unique_ptr<Library>> Library::open(const store::LibraryPaths &paths,
     auto reader = store::StoreReader::open(paths);
     if (!reader)
         return passOn(reader);
+    auto queryReader = store::StoreReader::open(paths);
+    if (!queryReader)
+        return passOn(queryReader);
     UniqueFd folder = openFile(paths.folder(), O_RDONLY | O_DIRECTORY);
     if (!folder)
         return failSystem("open", paths.folder());
     std::unique_ptr<Library> library(new Library(*std::move(lock), *std::move(writer), *std::move(reader),
-                                                 std::move(folder), std::move(mediaWorkers)));
+                                                 *std::move(queryReader), std::move(folder),
+                                                 std::move(mediaWorkers)));
     library->countNotice.noteChange(); // one that was killed may not have posted it
     return library;
 }

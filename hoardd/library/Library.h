@@ -34,6 +34,8 @@ public:
     [[nodiscard]] const store::LibraryPaths &paths() const noexcept { return reader->paths(); }
     /// Finds assets, over a connection that only reads.
     [[nodiscard]] store::StoreReader &assets() noexcept { return *reader; }
+    /// The same over another connection, for what takes longer.
+    [[nodiscard]] store::StoreReader &queries() noexcept { return *queryReader; }
     /// What `read`, which takes a database and gives a result, reads over a connection of its own from the
     /// store as it is at one time.
     template <class Read>
@@ -75,7 +77,8 @@ public:
 
 private:
     Library(UniqueFd held, std::unique_ptr<Store> writer, std::unique_ptr<store::StoreReader> opened,
-            UniqueFd libraryFolder, MediaWorkersOptions mediaWorkers);
+            std::unique_ptr<store::StoreReader> openedForQueries, UniqueFd libraryFolder,
+            MediaWorkersOptions mediaWorkers);
     [[nodiscard]] Result<> syncThumbnails(std::int64_t round);
 
     UniqueFd lock;
@@ -85,6 +88,7 @@ private:
     Retry dueThumbnails;
     std::unique_ptr<Store> store;
     std::unique_ptr<store::StoreReader> reader;
+    std::unique_ptr<store::StoreReader> queryReader;
     MediaWorkers workers;
     AssetLocks assetLocks;
     Mutex previewWell;

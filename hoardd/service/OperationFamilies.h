@@ -21,6 +21,7 @@ namespace wickerlane::hoardd {
 [[nodiscard]] std::span<const Operation> sharingOperations();
 [[nodiscard]] std::span<const Operation> libraryOperations(); ///< The library as a whole.
 [[nodiscard]] std::span<const Operation> analysisOperations();
+[[nodiscard]] std::span<const Operation> queryOperations(); ///< Listing and finding.
 
 } // namespace wickerlane::hoardd
 

@@ -36,7 +36,7 @@ protected:
         std::vector<std::vector<std::string>> all;
         auto opened = reader();
         const auto stored = opened.moments().value();
-        for (const store::MomentRecord &moment : stored)
+        for (const MomentRecord &moment : stored)
             all.push_back(*opened.assetsOfMoment(moment.primaryKey));
         return all;
     }
@@ -44,7 +44,7 @@ protected:
     [[nodiscard]] std::set<std::set<std::string>> groups(bool same) const {
         std::set<std::set<std::string>> all;
         const auto stored = reader().duplicates().value();
-        for (const store::DuplicatesRecord &group : stored)
+        for (const DuplicatesRecord &group : stored)
             if (group.isSame == same)
                 all.emplace(group.uuids.begin(), group.uuids.end());
         return all;

@@ -53,7 +53,8 @@ public: // for the tables of cases
                 "INSERT INTO zperson (personid, info) VALUES ('Ann', x'010203');"
                 "INSERT INTO zalbum (uuid, name, datecreated) VALUES "
                 "('00000000-0000-4000-8000-000000000001', 'Dunes', "
-                "1); INSERT INTO zalbumasset SELECT 1, pk, 2 FROM zgenericasset WHERE pk < 4;"
+                "1); INSERT INTO zalbumasset (album, asset, dateadded) SELECT 1, pk, 2 FROM zgenericasset "
+                "WHERE pk < 4;"
                 "INSERT INTO znotduplicate VALUES (2, 236), (239, 240);"
                 "UPDATE zgenericasset SET datecreated = 12345.5, clockdate = 15945.5, zoneminutes = 60 "
                 "WHERE pk = 231;");

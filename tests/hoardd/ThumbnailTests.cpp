@@ -458,7 +458,8 @@ protected:
                 .execute("INSERT OR IGNORE INTO zalbum (pk, uuid, name, streamid, datecreated) "
                          "VALUES (1, 'u', 'n', 's', 0)")
                 .and_then([&] {
-                    return database.prepare("INSERT INTO zalbumasset VALUES (1, ?, 0)")
+                    return database
+                        .prepare("INSERT INTO zalbumasset (album, asset, dateadded) VALUES (1, ?, 0)")
                         .bind(asset.primaryKey)
                         .run();
                 });

@@ -213,8 +213,9 @@ TEST_F(Trash, TheFeedEndsWithWhatIsLeft) {
     std::vector<AssetRecord> assets;
     for (std::uint32_t i = 0; i < 3; ++i) {
         assets.push_back(saved(pngOf(fourCorners(4 + i, 4))));
-        execute("INSERT INTO zalbumasset SELECT pk, " + std::to_string(assets.back().primaryKey) + ", " +
-                std::to_string(1000 * (i + 1)) + " FROM zalbum");
+        execute("INSERT INTO zalbumasset (album, asset, dateadded) SELECT pk, " +
+                std::to_string(assets.back().primaryKey) + ", " + std::to_string(1000 * (i + 1)) +
+                " FROM zalbum");
     }
     const auto dates = [&] {
         const auto feed = store::AnalysisReader::open(paths)->cloudFeed();

@@ -159,7 +159,7 @@ TEST_F(StoredAssets, QueriesNarrowSortAndPage) {
     add(assetNumbered(5, photo, -5));
     const auto store = openStore();
     const struct {
-        AssetQuery query;
+        Listing query;
         std::vector<int> expected;
     } cases[] = {
         {{}, {5, 2, 3, 4, 1}},

@@ -20,7 +20,10 @@
 #define WICKERLANE_CLIENT_JXGATEKEEPERCLIENT_H
 
 #include "wickerlane/client/JXDaemonJob.h"
+#include "wickerlane/model/AssetQuery.h"
+#include "wickerlane/model/ManagedAlbum.h"
 #include "wickerlane/model/ManagedObjectID.h"
+#include "wickerlane/model/Moments.h"
 #include "wickerlane/model/Problem.h"
 #include "wickerlane/platform/message/connection/MessageConnection.h"
 #include "wickerlane/platform/message/connection/ReplyTimeLimit.h"
@@ -149,6 +152,31 @@ public:
     /// thumbnail for a day at least. A null object ID sends nothing.
     void downloadAsset(wickerlane::ManagedObjectID *objectID, bool requestThumbnail, bool shouldPrioritize,
                        bool shouldExtendTimer);
+
+    // Listing and finding. These are additions to the original operations: an application sees assets,
+    // albums and moments through them alone, and never opens the store. All block; nothing on failure.
+
+    /// assetsMatchingQuery: — a page of the assets that a query asks for. To get all pages, ask again with
+    /// the `next` of the last one as the cursor, until that is empty.
+    [[nodiscard]] std::optional<wickerlane::AssetPage>
+    assetsMatchingQuery(const wickerlane::AssetQuery &query);
+
+    /// sectionsOfAssetsMatchingQuery:byUnit: — the days or months of the assets that a filter asks for, with
+    /// how many they have and of which shapes, so that a view knows its whole height before it loads a page.
+    [[nodiscard]] std::optional<std::vector<wickerlane::AssetSection>>
+    sectionsOfAssets(const wickerlane::AssetFilter &filter, wickerlane::SectionUnit unit,
+                     bool isDescending = false);
+
+    /// albums — all of them, by name. Their assets are asked for by AssetFilter::album.
+    [[nodiscard]] std::optional<std::vector<wickerlane::Ref<wickerlane::ManagedAlbum>>> albums();
+
+    /// momentsMatchingQuery: — a page of moments. Their assets are asked for by AssetFilter::moment.
+    [[nodiscard]] std::optional<wickerlane::MomentPage>
+    momentsMatchingQuery(const wickerlane::MomentQuery &query);
+
+    /// duplicatesMatchingQuery: — a page of groups of duplicates.
+    [[nodiscard]] std::optional<wickerlane::DuplicatesPage>
+    duplicatesMatchingQuery(const wickerlane::DuplicatesQuery &query);
 
     // Saving assets.
 

@@ -59,20 +59,24 @@ Problem problemIn(const MessageError &error) {
     return problem;
 }
 
+void replaceLastError(Ref<Error> error) {
+    const Ref<Error> replaced = Ref<Error>::adopt(std::exchange(lastError, error.leak()));
+    pthread_setspecific(threadKey(), lastError);
+}
+
 } // namespace
 
 void noteOutcome(const MessageValue *reply) {
     const auto *error = as<MessageError>(reply);
-    if (error == nullptr && lastError == nullptr)
-        return;
-    Ref<Error> made;
-    if (error != nullptr) {
-        const Problem problem = problemIn(*error);
-        made = Error::createWithDescription(
-            WickerlaneRequestErrorDomain, static_cast<std::int64_t>(problem.kind), String::of(problem.text));
-    }
-    const Ref<Error> replaced = Ref<Error>::adopt(std::exchange(lastError, made.leak()));
-    pthread_setspecific(threadKey(), lastError);
+    if (error != nullptr)
+        noteProblem(problemIn(*error));
+    else if (lastError != nullptr)
+        replaceLastError(nullptr);
+}
+
+void noteProblem(const Problem &problem) {
+    replaceLastError(Error::createWithDescription(
+        WickerlaneRequestErrorDomain, static_cast<std::int64_t>(problem.kind), String::of(problem.text)));
 }
 
 Error *lastErrorOfThread() {

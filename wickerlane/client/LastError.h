@@ -2,6 +2,7 @@
 #ifndef WICKERLANE_CLIENT_LASTERROR_H
 #define WICKERLANE_CLIENT_LASTERROR_H
 
+#include "wickerlane/model/Problem.h"
 #include "wickerlane/platform/message/value/MessageValue.h"
 #include "wickerlane/platform/object/Error.h"
 
@@ -9,6 +10,8 @@ namespace wickerlane::client {
 
 /// Makes the reply's error the last one of this thread; a reply that is no error clears it.
 WL_EXPORT void noteOutcome(const MessageValue *reply);
+/// Makes a problem the last error of this thread.
+void noteProblem(const Problem &problem);
 
 /// The last error of this thread, borrowed; null when its last request was answered.
 [[nodiscard]] Error *lastErrorOfThread();

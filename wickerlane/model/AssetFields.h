@@ -76,7 +76,7 @@ consteval AssetFields fieldOf() {
     std::apply(
         [&](const auto &...each) {
             const auto look = [&]<class Each>(const Each &) {
-                if constexpr (std::is_same_v<decltype(Each::member), decltype(member)>)
+                if constexpr (std::is_same_v<std::remove_const_t<decltype(Each::member)>, decltype(member)>)
                     if (Each::member == member)
                         found = bit;
                 bit <<= 1U;

@@ -45,6 +45,9 @@ private:
     Ref<Date> created;
 };
 
+/// The folder of the library, before the root is put before it.
+inline constexpr std::string_view mediaFolder = "/var/mobile/Media";
+
 /// What the objects of a kind are called in the URIs of their IDs.
 inline constexpr std::string_view assetEntity = "GenericAsset";
 

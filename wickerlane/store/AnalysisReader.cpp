@@ -1,6 +1,9 @@
 #include "wickerlane/store/AnalysisReader.h"
 
+#include <limits>
+
 #include "wickerlane/store/AssetColumns.h"
+#include "wickerlane/store/PageCursor.h"
 
 namespace wickerlane::store {
 
@@ -11,6 +14,76 @@ using sqlite::Statement;
 
 std::uint64_t count(const Statement &row, int column) {
     return static_cast<std::uint64_t>(row.integer(column));
+}
+
+constexpr std::string_view selectMoments =
+    "SELECT m.pk, coalesce(m.list, 0), m.startdate, m.enddate, m.assetcount, "
+    "m.photocount, m.videocount, m.latitude, m.longitude, a.uuid, m.analyzed "
+    "FROM zmoment m LEFT JOIN zgenericasset a ON a.pk = m.keyasset ";
+
+MomentRecord readMoment(const Statement &row) {
+    return {row.integer(0),
+            row.integer(1),
+            row.real(2),
+            row.real(3),
+            count(row, 4),
+            count(row, 5),
+            count(row, 6),
+            optionalRealIn(row, 7),
+            optionalRealIn(row, 8),
+            std::string(row.text(9)),
+            row.integer(10) != 0};
+}
+
+Result<> checkPage(std::size_t limit) {
+    constexpr std::size_t largestPage = 10'000;
+    if (limit == 0 || limit > largestPage)
+        return fail(ProblemKind::invalid, "a page may have 1 to 10000 entries");
+    return {};
+}
+
+Failure failWithoutCursor() {
+    return fail(ProblemKind::invalid, "the cursor is none of these pages: begin without one");
+}
+
+Result<DuplicatesPage> duplicatesAfter(Database &database, std::optional<bool> isSame,
+                                       const std::optional<PageCursor<std::int64_t>> &cursor,
+                                       std::size_t limit) {
+    DuplicatesPage page;
+    std::int64_t group = 0;
+    const auto isLast = [&] {
+        // Assets that have been deleted since can have left one alone.
+        if (!page.groups.empty() && page.groups.back().uuids.size() < 2)
+            page.groups.pop_back();
+        return page.groups.size() >= limit;
+    };
+    const auto takeRow = [&](const Statement &row) {
+        const bool same = row.integer(0) == 0;
+        if (page.groups.empty() || page.groups.back().isSame != same || group != row.integer(1)) {
+            if (isLast()) {
+                page.next = cursorText(group, std::int64_t{page.groups.back().isSame ? 0 : 1});
+                return false;
+            }
+            page.groups.push_back({same, {}});
+            group = row.integer(1);
+        }
+        page.groups.back().uuids.emplace_back(row.text(2));
+        return true;
+    };
+    const std::optional<int> likeness = isSame ? std::optional(*isSame ? 0 : 1) : std::nullopt;
+    const auto done =
+        database
+            .prepare("SELECT d.likeness, d.duplicategroup, a.uuid FROM zduplicate d JOIN zgenericasset a "
+                     "ON a.pk = d.asset WHERE (?1 IS NULL OR d.likeness = ?1) AND "
+                     "(?2 IS NULL OR (d.likeness, d.duplicategroup) > (?2, ?3)) "
+                     "ORDER BY d.likeness, d.duplicategroup, d.asset")
+            .bind(likeness, cursor ? std::optional(cursor->value) : std::nullopt, cursor ? cursor->number : 0)
+            .forEachWhile(takeRow);
+    if (!done)
+        return passOn(done);
+    if (page.next.empty())
+        static_cast<void>(isLast());
+    return page;
 }
 
 } // namespace
@@ -30,24 +103,34 @@ Result<AnalysisReader> AnalysisReader::open(const LibraryPaths &paths) {
 }
 
 Result<std::vector<MomentRecord>> AnalysisReader::moments() {
-    return database
-        .prepare("SELECT m.pk, coalesce(m.list, 0), m.startdate, m.enddate, m.assetcount, "
-                 "m.photocount, m.videocount, m.latitude, m.longitude, a.uuid, m.analyzed "
-                 "FROM zmoment m LEFT JOIN zgenericasset a ON a.pk = m.keyasset "
-                 "ORDER BY m.startdate, m.pk")
-        .all([](const Statement &row) {
-            return MomentRecord{row.integer(0),
-                                row.integer(1),
-                                row.real(2),
-                                row.real(3),
-                                count(row, 4),
-                                count(row, 5),
-                                count(row, 6),
-                                optionalRealIn(row, 7),
-                                optionalRealIn(row, 8),
-                                std::string(row.text(9)),
-                                row.integer(10) != 0};
-        });
+    return database.prepare(std::string(selectMoments) + "ORDER BY m.startdate, m.pk").all(readMoment);
+}
+
+Result<MomentPage> AnalysisReader::moments(const MomentQuery &query) {
+    if (const auto checked = checkPage(query.limit); !checked)
+        return passOn(checked);
+    const auto cursor = cursorIn<double>(query.cursor);
+    if (!cursor && !query.cursor.empty())
+        return failWithoutCursor();
+    const std::string direction = query.isDescending ? " DESC" : "";
+    const std::string behind = query.isDescending ? " < " : " > ";
+    auto moments =
+        database
+            .prepare(std::string(selectMoments) +
+                     "WHERE (?1 IS NULL OR m.startdate >= ?1) AND (?2 IS NULL OR m.startdate < ?2) " +
+                     "AND (?3 IS NULL OR (m.startdate, m.pk)" + behind + "(?3, ?4)) ORDER BY m.startdate" +
+                     direction + ", m.pk" + direction + " LIMIT ?5")
+            .bind(query.from, query.until, cursor ? std::optional(cursor->value) : std::nullopt,
+                  cursor ? cursor->number : 0, query.limit + 1)
+            .all(readMoment);
+    if (!moments)
+        return passOn(moments);
+    MomentPage page{*std::move(moments), {}};
+    if (page.moments.size() > query.limit) {
+        page.moments.pop_back();
+        page.next = cursorText(page.moments.back().primaryKey, page.moments.back().startDate);
+    }
+    return page;
 }
 
 Result<std::vector<MomentListRecord>> AnalysisReader::momentLists() {
@@ -79,26 +162,19 @@ Ref<StoredObject> AnalysisReader::objectOf(const MomentListRecord &list) const {
 }
 
 Result<std::vector<DuplicatesRecord>> AnalysisReader::duplicates() {
-    std::vector<DuplicatesRecord> groups;
-    std::int64_t group = 0;
-    const auto read = [&](const Statement &row) {
-        const bool isSame = row.integer(0) == 0;
-        if (groups.empty() || groups.back().isSame != isSame || group != row.integer(1)) {
-            groups.push_back({isSame, {}});
-            group = row.integer(1);
-        }
-        groups.back().uuids.emplace_back(row.text(2));
-    };
-    const auto done =
-        database
-            .prepare("SELECT d.likeness, d.duplicategroup, a.uuid FROM zduplicate d JOIN zgenericasset a "
-                     "ON a.pk = d.asset ORDER BY d.likeness, d.duplicategroup, d.asset")
-            .forEach(read);
-    if (!done)
-        return passOn(done);
-    // Assets that have been deleted since can have left one alone.
-    std::erase_if(groups, [](const DuplicatesRecord &each) { return each.uuids.size() < 2; });
-    return groups;
+    const auto page = duplicatesAfter(database, {}, {}, std::numeric_limits<std::size_t>::max());
+    if (!page)
+        return passOn(page);
+    return page->groups;
+}
+
+Result<DuplicatesPage> AnalysisReader::duplicates(const DuplicatesQuery &query) {
+    if (const auto checked = checkPage(query.limit); !checked)
+        return passOn(checked);
+    const auto cursor = cursorIn<std::int64_t>(query.cursor);
+    if (!cursor && !query.cursor.empty())
+        return failWithoutCursor();
+    return duplicatesAfter(database, query.isSame, cursor, query.limit);
 }
 
 Result<std::vector<FeedEntryRecord>> AnalysisReader::cloudFeed() {

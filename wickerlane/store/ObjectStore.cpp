@@ -54,7 +54,7 @@ const std::string &ObjectStore::storeUUID() const noexcept {
     return reader->storeUUID();
 }
 
-Array *ObjectStore::assets(const AssetQuery &query) {
+Array *ObjectStore::assets(const Listing &query) {
     return arrayOrNull(reader->assets(query));
 }
 

@@ -10,8 +10,8 @@
 #include "wickerlane/model/ManagedAlbum.h"
 #include "wickerlane/model/ManagedAsset.h"
 #include "wickerlane/platform/object/Array.h"
-#include "wickerlane/store/AssetQuery.h"
 #include "wickerlane/store/LibraryPaths.h"
+#include "wickerlane/store/Listing.h"
 
 namespace wickerlane::store {
 
@@ -33,7 +33,7 @@ public:
     [[nodiscard]] const std::string &storeUUID() const noexcept;
 
     /// ManagedAssets; null on failure.
-    [[nodiscard]] Array *assets(const AssetQuery &query = {});
+    [[nodiscard]] Array *assets(const Listing &query = {});
     /// Nothing on failure.
     [[nodiscard]] std::optional<AssetCounts> counts();
 

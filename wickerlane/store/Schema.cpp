@@ -669,13 +669,71 @@ DELETE FROM zfingerprint;
 UPDATE zduplicatestate SET changed = changed + 1;
 )sql";
 
+// What pages of assets in each order, or of some filters, begin with: a range of an index. An album keeps the
+// dates of its assets for that.
+constexpr const char *orders = R"sql(
+DROP INDEX zgenericasset_kind;
+CREATE INDEX zgenericasset_kind ON zgenericasset (kind, coalesce(clockdate, datecreated));
+CREATE INDEX zgenericasset_format ON zgenericasset (format, coalesce(clockdate, datecreated));
+CREATE INDEX zgenericasset_added ON zgenericasset (dateadded);
+CREATE INDEX zgenericasset_size ON zgenericasset (bytesize);
+CREATE INDEX zgenericasset_name ON zgenericasset (originalfilename COLLATE NOCASE);
+CREATE INDEX zgenericasset_problem ON zgenericasset (coalesce(clockdate, datecreated)) WHERE problem <> '';
+CREATE INDEX zgenericasset_camera ON zgenericasset (camera, coalesce(clockdate, datecreated)) WHERE camera <> '';
+CREATE INDEX zgenericasset_favourite ON zgenericasset (coalesce(clockdate, datecreated)) WHERE favourite = 1;
+CREATE INDEX zgenericasset_rating ON zgenericasset (coalesce(clockdate, datecreated)) WHERE rating > 0;
+CREATE INDEX zgenericasset_hidden ON zgenericasset (coalesce(clockdate, datecreated)) WHERE hidden = 1;
+CREATE INDEX zgenericasset_place ON zgenericasset (latitude, longitude) WHERE latitude IS NOT NULL;
+
+ALTER TABLE zgenericasset ADD COLUMN edited INTEGER NOT NULL DEFAULT 0;
+UPDATE zgenericasset SET edited = 1 WHERE uuid IN (SELECT assetuuid FROM zrendition);
+CREATE INDEX zgenericasset_edited ON zgenericasset (coalesce(clockdate, datecreated)) WHERE edited = 1;
+CREATE TRIGGER zrendition_edited_insert AFTER INSERT ON zrendition BEGIN
+    UPDATE zgenericasset SET edited = 1 WHERE uuid = new.assetuuid;
+END;
+CREATE TRIGGER zrendition_edited_delete AFTER DELETE ON zrendition BEGIN
+    UPDATE zgenericasset SET edited = 0 WHERE uuid = old.assetuuid;
+END;
+
+ALTER TABLE zalbumasset ADD COLUMN shown REAL NOT NULL DEFAULT 0;
+UPDATE zalbumasset SET shown = (SELECT coalesce(clockdate, datecreated) FROM zgenericasset WHERE pk = asset);
+CREATE INDEX zalbumasset_shown ON zalbumasset (album, shown, asset);
+CREATE TRIGGER zalbumasset_shown_insert AFTER INSERT ON zalbumasset BEGIN
+    UPDATE zalbumasset SET shown = (SELECT coalesce(clockdate, datecreated) FROM zgenericasset WHERE pk = new.asset)
+        WHERE album = new.album AND asset = new.asset;
+END;
+CREATE TRIGGER zgenericasset_shown_update AFTER UPDATE OF datecreated, clockdate ON zgenericasset BEGIN
+    UPDATE zalbumasset SET shown = coalesce(new.clockdate, new.datecreated) WHERE asset = new.pk;
+END;
+)sql";
+
 // New tables and columns are added by a step of their own at the end.
-constexpr const char *steps[] = {
-    assets,           renditions,      durations,     sums,         counts,
-    analyses,         albums,          sharing,       feed,         dueThumbnails,
-    clocks,           decoders,        currentFeed,   visits,       trash,
-    scrubs,           companions,      shrinkingFeed, derivedSizes, madeThumbnails,
-    countedOriginals, companionScrubs, dueAnalyses,   details,      newHashes};
+constexpr const char *steps[] = {assets,
+                                 renditions,
+                                 durations,
+                                 sums,
+                                 counts,
+                                 analyses,
+                                 albums,
+                                 sharing,
+                                 feed,
+                                 dueThumbnails,
+                                 clocks,
+                                 decoders,
+                                 currentFeed,
+                                 visits,
+                                 trash,
+                                 scrubs,
+                                 companions,
+                                 shrinkingFeed,
+                                 derivedSizes,
+                                 madeThumbnails,
+                                 countedOriginals,
+                                 companionScrubs,
+                                 dueAnalyses,
+                                 details,
+                                 newHashes,
+                                 orders};
 
 constexpr const char *ofUUID = "assetuuid IN (SELECT uuid FROM zgenericasset WHERE pk = ?1 UNION ALL "
                                "SELECT uuid FROM ztrashedasset WHERE pk = ?1)";

@@ -3,11 +3,14 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <chrono>
+#include <cmath>
 #include <map>
 
 #include "wickerlane/model/AssetURL.h"
 #include "wickerlane/platform/object/Mutex.h"
 #include "wickerlane/store/AssetColumns.h"
+#include "wickerlane/store/QueryPlan.h"
 #include "wickerlane/store/Schema.h"
 #include "wickerlane/store/Soundness.h"
 
@@ -64,6 +67,27 @@ Result<std::string> identityOf(sqlite::Database &database, const std::string &pa
     return **uuid;
 }
 
+/// The first moment of the day or month of a date.
+double startOfSection(double date, SectionUnit unit) {
+    constexpr double secondsOfDay = 86'400;
+    const double day = std::floor(date / secondsOfDay);
+    constexpr double farthest = 1e8; // days
+    if (unit == SectionUnit::day || !(std::abs(day) < farthest))
+        return day * secondsOfDay;
+    using namespace std::chrono;
+    constexpr sys_days reference = 2001y / January / 1;
+    const year_month_day shown = reference + days(static_cast<int>(day));
+    return static_cast<double>((sys_days(shown.year() / shown.month() / 1) - reference).count()) *
+           secondsOfDay;
+}
+
+std::uint16_t shapeOf(const AssetRecord &asset) {
+    if (asset.width == 0 || asset.height == 0)
+        return 0;
+    const std::uint64_t thousandths = std::uint64_t{1000} * asset.width / asset.height;
+    return static_cast<std::uint16_t>(std::clamp<std::uint64_t>(thousandths, 1, 65'535));
+}
+
 } // namespace
 
 /// The connection, and who may use it. A statement is reset before the lock is given up, so that no read
@@ -93,21 +117,33 @@ struct StoreReader::Connection {
         return *opened;
     }
 
+    /// What `use` makes of the statement of `columns` and `narrowing`, which is kept for the next time.
+    template <class Use>
+    auto with(std::string_view columns, std::string_view narrowing, const Use &use)
+        -> decltype(use(std::declval<sqlite::Statement &>())) {
+        constexpr std::size_t maxPrepared = 64; // there are many queries, of which a program uses few
+        const MutexLock lock(mutex);
+        Opened &used = current();
+        const std::string sql = std::string(columns).append(narrowing);
+        auto found = used.prepared.find(sql);
+        if (found == used.prepared.end()) {
+            if (used.prepared.size() >= maxPrepared)
+                used.prepared.clear();
+            found = used.prepared.emplace(sql, used.database.prepare(sql)).first;
+        }
+        auto result = use(found->second);
+        if (!result)
+            used.prepared.erase(found);
+        return result;
+    }
+
     /// The records that a statement made of `selectAssets` and `narrowing` gives.
     template <class... Values>
     Result<std::vector<AssetRecord>> select(std::string_view narrowing, const Values &...values) {
-        const MutexLock lock(mutex);
-        Opened &used = current();
-        auto found = used.prepared.find(narrowing);
-        if (found == used.prepared.end())
-            found =
-                used.prepared
-                    .emplace(narrowing, used.database.prepare(std::string(selectAssets).append(narrowing)))
-                    .first;
-        auto records = found->second.bind(values...).all(readRecord);
-        if (!records)
-            used.prepared.erase(found);
-        else
+        auto records = with(selectAssets, narrowing, [&](sqlite::Statement &statement) {
+            return statement.bind(values...).all(readRecord);
+        });
+        if (records)
             keepSound(*records);
         return records;
     }
@@ -143,7 +179,13 @@ Ref<ManagedAsset> StoreReader::assetOf(AssetRecord record) const {
     return ManagedAsset::create(std::move(record), libraryPaths.folder(), identity);
 }
 
-Result<std::vector<Ref<ManagedAsset>>> StoreReader::assets(const AssetQuery &query) {
+// An index that was emptied gives no rows, and no error.
+Failure StoreReader::failToList() const {
+    return fail(ProblemKind::damagedStore, libraryPaths.database() + " holds assets and lists none of them",
+                libraryPaths.database());
+}
+
+Result<std::vector<Ref<ManagedAsset>>> StoreReader::assets(const Listing &query) {
     constexpr auto maxInteger = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
     std::string narrowing = "WHERE ";
     narrowing += query.album != 0 ? "pk IN (SELECT asset FROM zalbumasset WHERE album = ?) " : "? = 0 ";
@@ -157,17 +199,14 @@ Result<std::vector<Ref<ManagedAsset>>> StoreReader::assets(const AssetQuery &que
                                   std::min<std::uint64_t>(query.offset, maxInteger));
     };
     auto records = list();
-    // An index that was emptied gives no rows, and no error.
     if (records && records->empty() && query.album == 0 && query.offset == 0 && query.limit != 0) {
-        const auto isAny = connection->hasAny(query.kind);
-        if (!isAny)
-            return passOn(isAny);
-        if (*isAny)
+        const auto unlisted = connection->hasAny(query.kind);
+        if (!unlisted)
+            return passOn(unlisted);
+        if (*unlisted)
             records = list(); // the first may have been added just now
-        if (*isAny && records && records->empty())
-            return fail(ProblemKind::damagedStore,
-                        libraryPaths.database() + " holds assets and lists none of them",
-                        libraryPaths.database());
+        if (*unlisted && records && records->empty())
+            return failToList();
     }
     if (!records)
         return passOn(records);
@@ -176,6 +215,75 @@ Result<std::vector<Ref<ManagedAsset>>> StoreReader::assets(const AssetQuery &que
     for (AssetRecord &record : *records)
         result.push_back(assetOf(std::move(record)));
     return result;
+}
+
+Result<StoreReader::Page> StoreReader::page(const wickerlane::AssetQuery &query) {
+    const auto selections = selectionsFor(query, identity);
+    if (!selections)
+        return passOn(selections);
+    const auto read = [&]() -> Result<Page> {
+        Page page;
+        const auto takeRow = [&](const sqlite::Statement &row) {
+            AssetRecord record = readRecord(row);
+            if (!isWanted(record, query.filter) || !faultOf(record).empty())
+                return true;
+            if (page.records.size() == query.limit) { // there is more
+                page.next = cursorAfter(page.records.back(), query.order);
+                return false;
+            }
+            page.records.push_back(std::move(record));
+            return true;
+        };
+        for (const Selection &each : *selections) {
+            const auto goesOn =
+                connection->with(selectAssets, each.narrowing, [&](sqlite::Statement &statement) {
+                    each.bindTo(statement);
+                    return statement.forEachWhile(takeRow);
+                });
+            if (!goesOn)
+                return passOn(goesOn);
+            if (!*goesOn)
+                break;
+        }
+        return page;
+    };
+    auto found = read();
+    const bool isOfAll = query.cursor.empty() && selections->front().narrowing.starts_with(" ORDER BY");
+    if (!found || !found->records.empty() || !isOfAll)
+        return found;
+    const auto unlisted = connection->hasAny({});
+    if (!unlisted)
+        return passOn(unlisted);
+    if (*unlisted)
+        found = read(); // the first may have been added just now
+    if (*unlisted && found && found->records.empty())
+        return failToList();
+    return found;
+}
+
+Result<std::vector<AssetSection>> StoreReader::sections(const AssetFilter &filter, SectionUnit unit,
+                                                        bool isDescending) {
+    const auto selections = selectionsFor({.filter = filter, .isDescending = isDescending}, identity);
+    if (!selections)
+        return passOn(selections);
+    std::vector<AssetSection> sections;
+    const auto addRow = [&](const sqlite::Statement &row) {
+        const AssetRecord record = readRecord(row);
+        if (!isWanted(record, filter) || !faultOf(record).empty())
+            return;
+        const double start = startOfSection(record.shownDate(), unit);
+        if (sections.empty() || sections.back().start != start)
+            sections.push_back({start, {}});
+        sections.back().shapes.push_back(shapeOf(record));
+    };
+    const Selection &all = selections->front();
+    const auto done = connection->with(selectAssets, all.narrowing, [&](sqlite::Statement &statement) {
+        all.bindTo(statement);
+        return statement.forEach(addRow);
+    });
+    if (!done)
+        return passOn(done);
+    return sections;
 }
 
 Result<AssetCounts> StoreReader::counts() {

@@ -7,11 +7,12 @@
 #include <string_view>
 #include <vector>
 
+#include "wickerlane/model/AssetQuery.h"
 #include "wickerlane/model/ManagedAlbum.h"
 #include "wickerlane/model/ManagedAsset.h"
 #include "wickerlane/model/Result.h"
-#include "wickerlane/store/AssetQuery.h"
 #include "wickerlane/store/LibraryPaths.h"
+#include "wickerlane/store/Listing.h"
 
 namespace wickerlane::sqlite {
 class Statement;
@@ -41,8 +42,19 @@ public:
     /// The identity of this store, which its object IDs carry.
     [[nodiscard]] const std::string &storeUUID() const noexcept { return identity; }
 
-    [[nodiscard]] Result<std::vector<Ref<ManagedAsset>>> assets(const AssetQuery &query = {});
+    [[nodiscard]] Result<std::vector<Ref<ManagedAsset>>> assets(const Listing &query = {});
     [[nodiscard]] Result<AssetCounts> counts();
+
+    /// Records instead of assets.
+    struct Page {
+        std::vector<AssetRecord> records;
+        std::string next; ///< As in AssetPage.
+    };
+    /// Kinds of problems: also `invalid` when the query makes no sense.
+    [[nodiscard]] Result<Page> page(const wickerlane::AssetQuery &query);
+    /// In the order of date, the first first or the last first.
+    [[nodiscard]] Result<std::vector<AssetSection>> sections(const AssetFilter &filter, SectionUnit unit,
+                                                             bool isDescending);
 
     // Null when there is no such asset.
     [[nodiscard]] Result<Ref<ManagedAsset>>
@@ -75,6 +87,7 @@ private:
     struct Connection;
     StoreReader(LibraryPaths paths, std::string uuid, std::unique_ptr<Connection> opened);
     [[nodiscard]] Ref<ManagedAsset> assetOf(AssetRecord record) const;
+    [[nodiscard]] Failure failToList() const;
     [[nodiscard]] TrashedAsset readTrashed(const sqlite::Statement &row) const;
     template <class Value>
     [[nodiscard]] Result<Ref<ManagedAsset>> assetWhere(std::string_view narrowing, const Value &value);

@@ -1,6 +1,6 @@
 // What is asked of a library's store, and what it answers besides assets and albums.
-#ifndef WICKERLANE_STORE_ASSETQUERY_H
-#define WICKERLANE_STORE_ASSETQUERY_H
+#ifndef WICKERLANE_STORE_LISTING_H
+#define WICKERLANE_STORE_LISTING_H
 
 #include <cstddef>
 #include <cstdint>
@@ -13,7 +13,7 @@
 namespace wickerlane::store {
 
 /// Which assets, in which order.
-struct AssetQuery {
+struct Listing {
     std::optional<AssetKind> kind{}; ///< All kinds when there is none.
     std::int64_t album = 0;          ///< Only those in that album, by its primary key; 0 for all.
     bool newestFirst = false;        ///< By the date that is shown, those of one date by age in the library.

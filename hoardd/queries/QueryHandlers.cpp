@@ -1,0 +1,121 @@
+#include "hoardd/service/OperationFamilies.h"
+
+#include "hoardd/library/Library.h"
+#include "hoardd/service/Call.h"
+#include "wickerlane/protocol/QueryCoding.h"
+#include "wickerlane/protocol/QueryRows.h"
+#include "wickerlane/store/AnalysisReader.h"
+
+namespace wickerlane::hoardd {
+
+namespace keys = protocol::keys;
+
+namespace {
+
+template <class Query>
+Result<Query> queryOf(const Call &call) {
+    Query query;
+    const auto *coded = as<Dictionary>(call.get(keys::query));
+    if (coded == nullptr && call.value(keys::query) != nullptr)
+        return fail(ProblemKind::invalid, "the query is no dictionary");
+    if (const auto decoded = protocol::decode(coded, query); !decoded)
+        return passOn(decoded);
+    return query;
+}
+
+/// Without a cursor it is the last page.
+Answer withCursor(Answer answer, const std::string &next) {
+    if (!next.empty())
+        answer.set(keys::cursor, String::of(next));
+    return answer;
+}
+
+Result<Answer> assetsMatchingQuery(Library &library, const Call &call) {
+    const auto query = queryOf<AssetQuery>(call);
+    if (!query)
+        return passOn(query);
+    const auto page = library.queries().page(*query);
+    if (!page)
+        return passOn(page);
+    Answer answer;
+    answer.set(keys::assets, protocol::packed(page->records, query->fields).get());
+    answer.set(keys::storeUUID, String::of(library.queries().storeUUID()));
+    return withCursor(std::move(answer), page->next);
+}
+
+Result<Answer> sectionsOfAssets(Library &library, const Call &call) {
+    const auto query = queryOf<AssetQuery>(call);
+    if (!query)
+        return passOn(query);
+    const std::int64_t unit = call.get(keys::unit);
+    if (unit != static_cast<int>(SectionUnit::day) && unit != static_cast<int>(SectionUnit::month))
+        return fail(ProblemKind::invalid, "sections are days (0) or months (1)");
+    // All rows are looked at: pages are read meanwhile.
+    const auto reader = store::StoreReader::open(library.paths());
+    if (!reader)
+        return passOn(reader);
+    const auto sections =
+        (*reader)->sections(query->filter, static_cast<SectionUnit>(unit), query->isDescending);
+    if (!sections)
+        return passOn(sections);
+    return Answer().set(keys::sections, protocol::packed(*sections).get());
+}
+
+Result<Answer> allAlbums(Library &library, const Call &) {
+    const auto albums = library.queries().albums();
+    if (!albums)
+        return passOn(albums);
+    std::vector<AlbumRecord> records;
+    records.reserve(albums->size());
+    for (const Ref<ManagedAlbum> &each : *albums)
+        records.push_back(each->record());
+    Answer answer;
+    answer.set(keys::albums, protocol::packed(records).get());
+    return answer.set(keys::storeUUID, String::of(library.queries().storeUUID()));
+}
+
+Result<Answer> momentsMatchingQuery(Library &library, const Call &call) {
+    const auto query = queryOf<MomentQuery>(call);
+    if (!query)
+        return passOn(query);
+    auto reader = store::AnalysisReader::open(library.paths());
+    if (!reader)
+        return passOn(reader);
+    const auto page = reader->moments(*query);
+    if (!page)
+        return passOn(page);
+    Answer answer;
+    answer.set(keys::moments, protocol::packed(page->moments).get());
+    return withCursor(std::move(answer), page->next);
+}
+
+Result<Answer> duplicatesMatchingQuery(Library &library, const Call &call) {
+    const auto query = queryOf<DuplicatesQuery>(call);
+    if (!query)
+        return passOn(query);
+    auto reader = store::AnalysisReader::open(library.paths());
+    if (!reader)
+        return passOn(reader);
+    const auto page = reader->duplicates(*query);
+    if (!page)
+        return passOn(page);
+    Answer answer;
+    answer.set(keys::groups, protocol::packed(page->groups).get());
+    return withCursor(std::move(answer), page->next);
+}
+
+constexpr Operation operations[] = {
+    reading(protocol::assetsMatchingQuery, assetsMatchingQuery, Runs::beside),
+    reading(protocol::sectionsOfAssets, sectionsOfAssets, Runs::beside),
+    reading(protocol::allAlbums, allAlbums, Runs::beside),
+    reading(protocol::momentsMatchingQuery, momentsMatchingQuery, Runs::beside),
+    reading(protocol::duplicatesMatchingQuery, duplicatesMatchingQuery, Runs::beside),
+};
+
+} // namespace
+
+std::span<const Operation> queryOperations() {
+    return operations;
+}
+
+} // namespace wickerlane::hoardd

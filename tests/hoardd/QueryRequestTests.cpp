@@ -1,0 +1,138 @@
+// Listing and finding, asked of a running daemon by the client.
+#include <set>
+
+#include "tests/hoardd/RunningHoardd.h"
+#include "wickerlane/client/JXGatekeeperClient.h"
+
+using namespace wickerlane;
+using namespace wickerlane::test;
+
+namespace {
+
+class QueryRequests : public RunningHoardd {
+protected:
+    Ref<JXGatekeeperClient> client;
+
+    void SetUp() override {
+        RunningHoardd::SetUp();
+        client = JXGatekeeperClient::init();
+        client->setConnection(connection.get());
+    }
+    std::string saveAt(double unixSeconds, const std::string &name, const FileBytes &picture) const {
+        const auto job =
+            Dictionary::createWithKeys({{"imageData", dataOf(picture).get()},
+                                        {"filename", String::of(name)},
+                                        {"creationDate", Date::createWithUnixSeconds(unixSeconds).get()}});
+        return textIn(save(job.get()), "uuid");
+    }
+    [[nodiscard]] std::int64_t lastErrorCode() const {
+        const Error *error = JXGatekeeperClient::lastError();
+        return error != nullptr ? error->code() : -1;
+    }
+};
+
+TEST_F(QueryRequests, GiveWhatTheStoreHas) {
+    ReleaseScope scope;
+    const std::string one = saveAt(1e9, "one.png", pngOf(scene(40, 30, 1)));
+    const std::string two = saveAt(1e9 + 1e7, "two.png", pngOf(scene(30, 40, 2)));
+    const auto store = store::ObjectStore::open();
+    ASSERT_TRUE(store);
+
+    const auto page = client->assetsMatchingQuery({.limit = 1});
+    ASSERT_TRUE(page);
+    ASSERT_EQ(page->assets.size(), 1U);
+    const ManagedAsset *stored = store->assetWithUUID(one);
+    const AssetRecord &record = page->assets.front()->record();
+    EXPECT_TRUE(page->assets.front()->isEqual(stored));
+    EXPECT_TRUE(page->assets.front()->fileURL()->isEqual(stored->fileURL()));
+    EXPECT_EQ(record.sha256, stored->record().sha256);
+    EXPECT_EQ(record.width, 40U);
+    EXPECT_EQ(record.latitude, std::nullopt);
+    EXPECT_EQ(record.dateAdded, stored->record().dateAdded);
+
+    const auto next = client->assetsMatchingQuery(
+        {.limit = 1, .cursor = page->next, .fields = fieldOf<&AssetRecord::width>()});
+    ASSERT_TRUE(next);
+    ASSERT_EQ(next->assets.size(), 1U);
+    EXPECT_EQ(next->next, "");
+    EXPECT_EQ(next->assets.front()->record().uuid, two) << "identity is always there";
+    EXPECT_EQ(next->assets.front()->record().width, 30U);
+    EXPECT_EQ(next->assets.front()->record().byteSize, 0U) << "not asked for";
+    EXPECT_TRUE(next->assets.front()->fileURL()->isEqual(store->assetWithUUID(two)->fileURL()));
+
+    const auto sections = client->sectionsOfAssets({}, SectionUnit::month, true);
+    ASSERT_TRUE(sections);
+    ASSERT_EQ(sections->size(), 2U);
+    EXPECT_EQ(sections->front().shapes, std::vector<std::uint16_t>{750});
+}
+
+TEST_F(QueryRequests, GiveAlbumsMomentsAndDuplicatesInPages) {
+    ReleaseScope scope;
+    const FileBytes picture = pngOf(scene(64, 48, 3));
+    std::set<std::string> saved;
+    for (int i = 0; i < 3; ++i)
+        saved.insert(saveAt(1e9 + i * 1e6, "x.png", picture));
+    auto addAlbum = request(11);
+    addAlbum->setString("name", "Dunes");
+    static_cast<void>(answer(addAlbum.get()));
+    client->analyzeInvalidMomentsAndDupesIfNeeded();
+
+    const auto albums = client->albums();
+    ASSERT_TRUE(albums);
+    ASSERT_EQ(albums->size(), 1U);
+    EXPECT_EQ(albums->front()->record().name, "Dunes");
+    EXPECT_TRUE(albums->front()->isEqual(store::ObjectStore::open()->albumNamed("Dunes")));
+
+    MomentQuery moments{.isDescending = true, .limit = 2};
+    std::vector<double> starts;
+    do {
+        const auto page = client->momentsMatchingQuery(moments);
+        ASSERT_TRUE(page);
+        for (const MomentRecord &each : page->moments) {
+            starts.push_back(each.startDate);
+            const auto assets = client->assetsMatchingQuery({.filter = {.moment = each.primaryKey}});
+            ASSERT_TRUE(assets);
+            EXPECT_EQ(assets->assets.size(), 1U);
+            EXPECT_EQ(assets->assets.front()->record().uuid, each.keyAsset);
+        }
+        moments.cursor = page->next;
+    } while (!moments.cursor.empty());
+    EXPECT_EQ(starts.size(), 3U);
+    EXPECT_TRUE(std::ranges::is_sorted(starts, std::greater()));
+    moments = {.from = starts[1], .until = starts[0]};
+    ASSERT_TRUE(client->momentsMatchingQuery(moments));
+    EXPECT_EQ(client->momentsMatchingQuery(moments)->moments.size(), 1U);
+
+    const auto duplicates = client->duplicatesMatchingQuery({});
+    ASSERT_TRUE(duplicates);
+    ASSERT_EQ(duplicates->groups.size(), 1U);
+    const auto &uuids = duplicates->groups.front().uuids;
+    EXPECT_EQ(std::set<std::string>(uuids.begin(), uuids.end()), saved);
+    EXPECT_TRUE(client->duplicatesMatchingQuery({.isSame = false})->groups.empty());
+}
+
+TEST_F(QueryRequests, RefuseWithAReason) {
+    ReleaseScope scope;
+    const auto refused = [&](const char *key, Object *value) {
+        auto message = request(1030);
+        const auto query = Dictionary::createWithKeys({{key, value}});
+        JXMsgDictionarySetDictionary(message.get(), "query", query.get());
+        return refusal(message.get());
+    };
+    EXPECT_NE(refused("kind", Number::of(2)).find("\"kind\""), std::string::npos);
+    EXPECT_NE(refused("kind", String::of("photo")).find("\"kind\""), std::string::npos);
+    EXPECT_NE(refused("isEdited", Number::of(1)).find("\"isEdited\""), std::string::npos);
+    EXPECT_NE(refused("limit", Number::of(-1)).find("\"limit\""), std::string::npos);
+    EXPECT_NE(refused("colour", String::of("red")).find("does not know"), std::string::npos);
+    EXPECT_NE(refused("cursor", String::of("x")).find("cursor"), std::string::npos);
+    auto list = request(1030);
+    JXMsgDictionarySetArray(list.get(), "query", MutableArray::create().get());
+    EXPECT_NE(refusal(list.get()).find("no dictionary"), std::string::npos);
+
+    EXPECT_FALSE(client->assetsMatchingQuery({.limit = 0}));
+    EXPECT_EQ(lastErrorCode(), static_cast<std::int64_t>(ProblemKind::invalid));
+    EXPECT_TRUE(client->assetsMatchingQuery({}));
+    EXPECT_EQ(lastErrorCode(), -1);
+}
+
+} // namespace

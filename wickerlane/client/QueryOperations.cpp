@@ -1,0 +1,102 @@
+#include "wickerlane/client/ClientInternal.h"
+#include "wickerlane/platform/file/Files.h"
+#include "wickerlane/protocol/QueryCoding.h"
+#include "wickerlane/protocol/QueryRows.h"
+
+using namespace wickerlane;
+using namespace wickerlane::client;
+namespace keys = wickerlane::protocol::keys;
+
+namespace {
+
+// A reply that is not what hoardd sends is a failure like one that never came.
+template <class Value>
+std::optional<Value> orFailure(std::optional<Value> value) {
+    if (!value)
+        noteProblem({ProblemKind::failed, "hoardd's answer can't be read: is it another version?", {}});
+    return value;
+}
+
+std::string textOf(const String *text) {
+    return text != nullptr ? std::string(text->utf8()) : std::string();
+}
+
+/// Sends a query, and reads the rows of the answer by `unpack`.
+template <class Query, class Unpack>
+auto ask(MessageConnection *connection, const protocol::Row &row, const Query &query,
+         const protocol::Key<protocol::coding::ByteData> &rows, const Unpack &unpack)
+    -> std::optional<std::pair<typename decltype(unpack(nullptr))::value_type, Reply>> {
+    ReleaseScope scope;
+    Request request(row);
+    request.set(keys::query, protocol::encoded(query).get());
+    Reply reply = request.sendAndWait(connection);
+    if (reply.isError())
+        return std::nullopt;
+    auto unpacked = orFailure(unpack(reply.get(rows)));
+    if (!unpacked)
+        return std::nullopt;
+    return std::pair(*std::move(unpacked), std::move(reply));
+}
+
+} // namespace
+
+std::optional<AssetPage> JXGatekeeperClient::assetsMatchingQuery(const AssetQuery &query) {
+    const auto unpack = [&](const Data *data) { return protocol::unpackedAssets(data, query.fields); };
+    auto answer = ask(connection(), protocol::assetsMatchingQuery, query, keys::assets, unpack);
+    if (!answer)
+        return std::nullopt;
+    auto &[records, reply] = *answer;
+    ReleaseScope scope;
+    AssetPage page{{}, textOf(reply.get(keys::cursor))};
+    page.assets.reserve(records.size());
+    const std::string storeUUID = textOf(reply.get(keys::storeUUID));
+    const std::string folder = pathUnderRoot(mediaFolder);
+    for (AssetRecord &each : records)
+        page.assets.push_back(ManagedAsset::create(std::move(each), folder, storeUUID));
+    return page;
+}
+
+std::optional<std::vector<AssetSection>>
+JXGatekeeperClient::sectionsOfAssets(const AssetFilter &filter, SectionUnit unit, bool isDescending) {
+    ReleaseScope scope;
+    Request request(protocol::sectionsOfAssets);
+    request.set(keys::unit, static_cast<std::int64_t>(unit));
+    request.set(keys::query,
+                protocol::encoded(AssetQuery{.filter = filter, .isDescending = isDescending}).get());
+    const Reply reply = request.sendAndWait(connection());
+    if (reply.isError())
+        return std::nullopt;
+    return orFailure(protocol::unpackedSections(reply.get(keys::sections)));
+}
+
+std::optional<std::vector<Ref<ManagedAlbum>>> JXGatekeeperClient::albums() {
+    ReleaseScope scope;
+    const Request request(protocol::allAlbums);
+    const Reply reply = request.sendAndWait(connection());
+    if (reply.isError())
+        return std::nullopt;
+    auto records = orFailure(protocol::unpackedAlbums(reply.get(keys::albums)));
+    if (!records)
+        return std::nullopt;
+    std::vector<Ref<ManagedAlbum>> albums;
+    albums.reserve(records->size());
+    for (AlbumRecord &each : *records)
+        albums.push_back(ManagedAlbum::create(std::move(each), textOf(reply.get(keys::storeUUID))));
+    return albums;
+}
+
+std::optional<MomentPage> JXGatekeeperClient::momentsMatchingQuery(const MomentQuery &query) {
+    auto answer =
+        ask(connection(), protocol::momentsMatchingQuery, query, keys::moments, protocol::unpackedMoments);
+    if (!answer)
+        return std::nullopt;
+    return MomentPage{std::move(answer->first), textOf(answer->second.get(keys::cursor))};
+}
+
+std::optional<DuplicatesPage> JXGatekeeperClient::duplicatesMatchingQuery(const DuplicatesQuery &query) {
+    auto answer =
+        ask(connection(), protocol::duplicatesMatchingQuery, query, keys::groups, protocol::unpackedGroups);
+    if (!answer)
+        return std::nullopt;
+    return DuplicatesPage{std::move(answer->first), textOf(answer->second.get(keys::cursor))};
+}

@@ -1,0 +1,29 @@
+// The rows of operations that list and find what is in the library. All are additions to the original ones.
+#ifndef WICKERLANE_PROTOCOL_QUERYROWS_H
+#define WICKERLANE_PROTOCOL_QUERYROWS_H
+
+#include "wickerlane/protocol/Keys.h"
+#include "wickerlane/protocol/Row.h"
+
+namespace wickerlane::protocol {
+
+// QueryCoding.h has the forms of the queries and of what they give.
+
+inline constexpr Row assetsMatchingQuery{1030, "assetsMatchingQuery:", request(whenSet(keys::query)),
+                                         reply(keys::assets, keys::cursor, keys::storeUUID)};
+
+/// The query's filter and direction; all else of it is ignored.
+inline constexpr Row sectionsOfAssets{1031, "sectionsOfAssetsMatchingQuery:byUnit:",
+                                      request(keys::unit, whenSet(keys::query)), reply(keys::sections)};
+
+inline constexpr Row allAlbums{1032, "albums", request(), reply(keys::albums, keys::storeUUID)};
+
+inline constexpr Row momentsMatchingQuery{1033, "momentsMatchingQuery:", request(whenSet(keys::query)),
+                                          reply(keys::moments, keys::cursor)};
+
+inline constexpr Row duplicatesMatchingQuery{1034, "duplicatesMatchingQuery:", request(whenSet(keys::query)),
+                                             reply(keys::groups, keys::cursor)};
+
+} // namespace wickerlane::protocol
+
+#endif
