@@ -20,22 +20,39 @@ std::optional<Fingerprint> fingerprintIn(const Statement &row, int column) {
                        static_cast<std::uint64_t>(row.integer(column + 1))};
 }
 
+// In two passes over tables that are in the same order: a join would search the second for each row of the
+// first.
 Result<std::vector<DuplicateItem>> readItems(Database &database) {
-    return database
-        .prepare("SELECT a.pk, a.kind, a.width, a.height, a.datecreated, a.duration, a.sha256, f.difference, "
-                 "f.frequency FROM zgenericasset a LEFT JOIN zfingerprint f ON f.asset = a.pk ORDER BY a.pk")
-        .all([](const Statement &row) {
-            DuplicateItem item;
-            item.key = row.integer(0);
-            item.kind = store::kindIn(row, 1);
-            item.width = static_cast<std::uint32_t>(row.integer(2));
-            item.height = static_cast<std::uint32_t>(row.integer(3));
-            item.date = row.real(4);
-            item.duration = row.real(5);
-            item.sum = store::sumIn(row, 6);
-            item.fingerprint = fingerprintIn(row, 7);
-            return item;
-        });
+    std::vector<DuplicateItem> items;
+    const auto read =
+        database
+            .prepare("SELECT pk, kind, width, height, datecreated, duration, sha256 FROM zgenericasset "
+                     "ORDER BY pk")
+            .forEach([&](const Statement &row) {
+                DuplicateItem &item = items.emplace_back();
+                item.key = row.integer(0);
+                item.kind = store::kindIn(row, 1);
+                item.width = static_cast<std::uint32_t>(row.integer(2));
+                item.height = static_cast<std::uint32_t>(row.integer(3));
+                item.date = row.real(4);
+                item.duration = row.real(5);
+                item.sum = store::sumIn(row, 6);
+            });
+    if (!read)
+        return passOn(read);
+    auto item = items.begin();
+    const auto added =
+        database.prepare("SELECT asset, difference, frequency FROM zfingerprint ORDER BY asset")
+            .forEach([&](const Statement &row) {
+                const std::int64_t key = row.integer(0);
+                while (item != items.end() && item->key < key)
+                    ++item;
+                if (item != items.end() && item->key == key)
+                    item->fingerprint = fingerprintIn(row, 1);
+            });
+    if (!added)
+        return passOn(added);
+    return items;
 }
 
 Result<std::vector<CannotLink>> readConstraints(Database &database) {
