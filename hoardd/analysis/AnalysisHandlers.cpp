@@ -1,7 +1,6 @@
 #include "hoardd/service/OperationFamilies.h"
 
 #include "hoardd/albums/CloudFeedStore.h"
-#include "hoardd/analysis/DuplicateStore.h"
 #include "hoardd/analysis/Duplicates.h"
 #include "hoardd/analysis/LibraryAnalysis.h"
 #include "hoardd/analysis/MomentListStore.h"
@@ -53,7 +52,7 @@ Result<Answer> rebuildCloudFeed(Library &library, const Call &) {
 }
 
 Result<Answer> resetDupesAnalysis(Library &library, const Call &) {
-    return whenDone(library.writer().change(forgetDuplicates));
+    return whenDone(resetDuplicates(library));
 }
 
 Result<Answer> hasCompletedMomentAnalysis(Library &library, const Call &) {

@@ -24,7 +24,7 @@ using Fingerprints = std::vector<std::optional<Fingerprint>>;
 /// Whether the groups are stale, and all fingerprints that are known.
 struct KnownFingerprints {
     bool isStale = false;
-    std::vector<Fingerprint> all;
+    FingerprintMemory::Known all;
 
     /// Adds new ones. The groups become stale when one is like another.
     void add(const Fingerprints &fingerprints) {
@@ -32,20 +32,23 @@ struct KnownFingerprints {
             if (!fingerprint)
                 continue;
             // Once they are stale, no other reason is needed.
-            isStale = isStale || mayBeLikeAny(*fingerprint, all);
-            all.push_back(*fingerprint);
+            isStale = isStale || mayBeLikeAny(*fingerprint, all.fingerprints);
+            all.fingerprints.push_back(*fingerprint);
         }
     }
 };
 
-Result<KnownFingerprints> readKnown(Database &database) {
-    const auto isStale = areGroupsStale(database);
+Result<KnownFingerprints> readKnown(Library &library) {
+    const auto isStale = library.read(areGroupsStale);
     if (!isStale)
         return passOn(isStale);
-    auto fingerprints = readFingerprints(database);
+    if (auto kept = library.fingerprints().take())
+        return KnownFingerprints{*isStale, *std::move(kept)};
+    const auto version = library.fingerprints().version();
+    auto fingerprints = library.read(readFingerprints);
     if (!fingerprints)
         return passOn(fingerprints);
-    return KnownFingerprints{*isStale, *std::move(fingerprints)};
+    return KnownFingerprints{*isStale, {*std::move(fingerprints), version}};
 }
 
 /// Of the first assets: as many as have `maxRowsPerCommit` thumbnails, so that a kill leaves most of long
@@ -110,9 +113,12 @@ Result<> fingerprintAssets(Library &library, std::span<const NewAsset> assets, K
         assets = assets.subspan(batch.size());
         const bool wasStale = known.isStale;
         known.add(*fingerprints);
+        library.fingerprints().noteChange();
         const auto isStale = library.writer().change([&](Database &database) {
             return storeFingerprints(database, batch, *fingerprints, known, wasStale);
         });
+        library.fingerprints().noteChange();
+        known.all.version += 2;
         if (!isStale)
             return passOn(isStale);
         known.isStale = *isStale;
@@ -130,13 +136,16 @@ Result<> fingerprintNewAssets(Library &library) {
         });
         if (!batch)
             return passOn(batch);
-        if (batch->empty())
+        if (batch->empty()) {
+            if (known)
+                library.fingerprints().keep(std::move(known->all));
             return {};
+        }
         if (batch->back().key <= last) // or this would not end
             return fail(ProblemKind::damagedStore, "the store's assets are in no order");
         last = batch->back().key;
         if (!known) {
-            auto read = library.read(readKnown);
+            auto read = readKnown(library);
             if (!read)
                 return passOn(read);
             known = *std::move(read);
@@ -163,6 +172,12 @@ Result<> groupDuplicates(Library &library) {
 
 Result<> analyzeDuplicates(Library &library) {
     return fingerprintNewAssets(library).and_then([&] { return groupDuplicates(library); });
+}
+
+Result<> resetDuplicates(Library &library) {
+    const auto done = library.writer().change(forgetDuplicates);
+    library.fingerprints().forget(); // or each asset would be like itself
+    return done;
 }
 
 Result<> setAreDuplicates(Library &library, std::span<const std::int64_t> assets, bool areDuplicates) {

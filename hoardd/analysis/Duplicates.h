@@ -11,6 +11,8 @@ namespace wickerlane::hoardd {
 
 /// Fingerprints new assets, and groups duplicates if need be.
 [[nodiscard]] Result<> analyzeDuplicates(Library &library);
+/// Deletes all fingerprints and groups, so that the next analysis looks at all assets again.
+[[nodiscard]] Result<> resetDuplicates(Library &library);
 /// Remembers whether assets, by their keys, may be duplicates of each other, and groups again.
 [[nodiscard]] Result<> setAreDuplicates(Library &library, std::span<const std::int64_t> assets,
                                         bool areDuplicates);

@@ -8,6 +8,7 @@
 
 #include "hoardd/library/AssetLocks.h"
 #include "hoardd/library/ChangeNotice.h"
+#include "hoardd/library/FingerprintMemory.h"
 #include "hoardd/library/LateSync.h"
 #include "hoardd/library/Retry.h"
 #include "hoardd/library/Store.h"
@@ -51,6 +52,9 @@ public:
     [[nodiscard]] MediaWorkers &media() noexcept { return workers; }
     [[nodiscard]] AssetLocks &locks() noexcept { return assetLocks; }
 
+    /// What is compared with a new asset.
+    [[nodiscard]] FingerprintMemory &fingerprints() noexcept { return fingerprintMemory; }
+
     /// Guards which asset the preview well shows. Taken after the lock of an asset.
     [[nodiscard]] Mutex &previewWellLock() noexcept { return previewWell; }
 
@@ -92,6 +96,7 @@ private:
     MediaWorkers workers;
     AssetLocks assetLocks;
     Mutex previewWell;
+    FingerprintMemory fingerprintMemory;
     std::atomic<bool> ending{false};
     LateSync lateSync;
 };
