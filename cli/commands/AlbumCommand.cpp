@@ -2,22 +2,32 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+#include <span>
+
 #include "cli/AssetDescription.h"
 #include "cli/Awaited.h"
+#include "cli/Confirmation.h"
 #include "cli/DaemonRequests.h"
 #include "cli/Formatting.h"
 #include "cli/StoreLookup.h"
 #include "cli/Subcommands.h"
 #include "cli/Table.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
+#include "wickerlane/protocol/AlbumRows.h"
 
 namespace wickerlane::cli {
 namespace {
 
+/// Assets in one request.
+constexpr std::size_t batchSize = 10'000;
+
 struct Options {
     std::string album;
+    std::string newName;
     std::vector<std::string> assets;
     bool json = false;
+    bool yes = false;
 };
 
 JSON describe(const ManagedAlbum &album) {
@@ -139,6 +149,72 @@ Result<ExitCode> show(const Options &options) {
     return ExitCode::success;
 }
 
+Result<> ask(const client::Request &request) {
+    return requireDaemon().and_then([&] { return waitForWork(request); });
+}
+
+Result<ExitCode> rename(const Options &options) {
+    const auto named = openAlbum(options.album);
+    if (!named)
+        return passOn(named);
+    const AlbumRecord &record = named->album->record();
+    client::Request request(protocol::renameAlbum);
+    request.set(protocol::keys::albumUUID, String::of(record.uuid));
+    request.set(protocol::keys::name, String::of(options.newName));
+    if (const auto renamed = ask(request); !renamed)
+        return passOn(renamed);
+    print(fmt::format("{} is now {}", record.name, options.newName));
+    return ExitCode::success;
+}
+
+Result<ExitCode> deleteAlbum(const Options &options) {
+    const auto named = openAlbum(options.album);
+    if (!named)
+        return passOn(named);
+    const AlbumRecord &record = named->album->record();
+    const std::string assets = countText(record.assetCount, "asset", "assets");
+    if (!options.yes &&
+        !isConfirmed(fmt::format("This deletes the album {}, not the {} in it.", record.name, assets)))
+        return fail(ProblemKind::failed, "nothing was deleted; --yes deletes without asking");
+    client::Request request(protocol::deleteAlbum);
+    request.set(protocol::keys::albumUUID, String::of(record.uuid));
+    if (const auto deleted = ask(request); !deleted)
+        return passOn(deleted);
+    print(fmt::format("album {} deleted; the library still has its {}", record.name, assets));
+    return ExitCode::success;
+}
+
+/// Removes nothing if one of the assets is not there.
+Result<ExitCode> remove(const Options &options) {
+    const auto named = openAlbum(options.album);
+    if (!named)
+        return passOn(named);
+    const auto &[store, album] = *named;
+    std::vector<std::string> uuids;
+    for (const std::string &name : options.assets) {
+        const auto asset = findAsset(*store, name);
+        if (!asset)
+            return passOn(asset);
+        if (std::ranges::find(uuids, (*asset)->record().uuid) == uuids.end())
+            uuids.push_back((*asset)->record().uuid);
+    }
+    for (std::span left(uuids); !left.empty();) {
+        const auto photos = MutableArray::create();
+        const auto batch = left.first(std::min(left.size(), batchSize));
+        left = left.subspan(batch.size());
+        for (const std::string &each : batch)
+            photos->append(String::of(each));
+        client::Request request(protocol::removeFromAlbum);
+        request.set(protocol::keys::photoUUIDs, photos.get());
+        request.set(protocol::keys::albumUUID, String::of(album->record().uuid));
+        if (const auto removed = ask(request); !removed)
+            return passOn(removed);
+    }
+    print(
+        fmt::format("{} removed from {}", countText(uuids.size(), "asset", "assets"), album->record().name));
+    return ExitCode::success;
+}
+
 Result<ExitCode> deleteEmpty(const Options &options) {
     const auto named = openAlbum(options.album);
     if (!named)
@@ -172,6 +248,14 @@ void setUpAlbum(Command command) {
     adding.addOption("ASSET", added.assets, "UUIDs, URLs or object IDs of assets").required();
     auto [showing, shown] = addVerb("show", "List the assets of an album", show);
     showing.addFlag("--json", shown.json, "Write JSON");
+    auto [removing, removed] =
+        addVerb("remove", "Take assets out of an album; the library keeps them", remove);
+    removing.addOption("ASSET", removed.assets, "UUIDs, URLs or object IDs of assets").required();
+    auto [renaming, renamed] = addVerb("rename", "Give an album another name", rename);
+    renaming.addOption("NAME", renamed.newName, "Its new name, of at most 1024 bytes").required().notEmpty();
+    auto [deleting, deleted] =
+        addVerb("delete", "Delete an album; the library keeps the assets in it", deleteAlbum);
+    deleting.addFlag("-y,--yes", deleted.yes, "Do not ask");
     addVerb("delete-empty", "Delete an album that is empty", deleteEmpty);
 }
 

@@ -36,6 +36,22 @@ Result<Answer> addAssetToAlbum(Library &library, const Call &call) {
     return Answer().set(keys::success, true);
 }
 
+Result<Answer> renameAlbum(Library &library, const Call &call) {
+    return whenDone(renameAlbum(library, call.get(keys::albumUUID)->utf8(), call.get(keys::name)->utf8()));
+}
+
+Result<Answer> deleteAlbum(Library &library, const Call &call) {
+    return whenDone(deleteAlbum(library, call.get(keys::albumUUID)->utf8()));
+}
+
+Result<Answer> removeFromAlbum(Library &library, const Call &call) {
+    const auto *photos = as<Array>(call.get(keys::photoUUIDs));
+    const auto uuids = uuidsIn(photos);
+    if (!uuids)
+        return passOn(uuids);
+    return whenDone(removeFromAlbum(library, *uuids, call.get(keys::albumUUID)->utf8()));
+}
+
 Result<Answer> setExternalUsageIntent(Library &library, const Call &call) {
     const auto asset = assetWithURL(library, call.get(keys::assetURL));
     if (!asset)
@@ -61,6 +77,9 @@ Result<Answer> automaticallyDeleteEmptyAlbum(Library &library, const Call &call)
 constexpr Operation operations[] = {
     {&protocol::addGroup, addGroup},
     {.row = &protocol::addAssetToAlbum, .handler = addAssetToAlbum, .refusal = bySuccess},
+    {&protocol::renameAlbum, renameAlbum},
+    {&protocol::deleteAlbum, deleteAlbum},
+    {&protocol::removeFromAlbum, removeFromAlbum},
     {.row = &protocol::setExternalUsageIntent, .handler = setExternalUsageIntent, .refusal = bySuccess},
     {&protocol::recalculateCachedAlbumCounts, recalculateCachedAlbumCounts},
     {&protocol::automaticallyDeleteEmptyAlbum, automaticallyDeleteEmptyAlbum},

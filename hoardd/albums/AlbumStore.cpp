@@ -64,6 +64,26 @@ Result<std::int64_t> countAssetsInAlbum(Database &database, std::int64_t album) 
     return count->value_or(0);
 }
 
+Result<> renameAlbum(Database &database, std::string_view uuid, std::string_view name) {
+    return database.prepare("UPDATE zalbum SET name = ?2 WHERE uuid = ?1").bind(uuid, name).run();
+}
+
+Result<> deleteAlbum(Database &database, std::string_view uuid) {
+    return database.prepare("DELETE FROM zalbum WHERE uuid = ?").bind(uuid).run();
+}
+
+Result<> removeAlbumAsset(Database &database, std::int64_t album, std::int64_t asset) {
+    return database.prepare("DELETE FROM zalbumasset WHERE album = ? AND asset = ?").bind(album, asset).run();
+}
+
+Result<std::vector<std::string>> assetsInAlbum(Database &database, std::string_view albumUUID) {
+    return database
+        .prepare("SELECT zgenericasset.uuid FROM zalbumasset JOIN zgenericasset ON zgenericasset.pk = asset "
+                 "WHERE album = (SELECT pk FROM zalbum WHERE uuid = ?) ORDER BY zalbumasset.dateadded, asset")
+        .bind(albumUUID)
+        .all(firstText);
+}
+
 Result<std::optional<std::string>> deleteAlbumIfEmpty(Database &database, std::int64_t album) {
     auto empty = database
                      .prepare("SELECT uuid FROM zalbum WHERE pk = ? AND NOT EXISTS "
@@ -101,11 +121,8 @@ Result<std::vector<ShrunkAlbum>> deleteAlbumAssetsAddedAfter(Database &database,
     const auto deleted = database.prepare("DELETE FROM zalbumasset WHERE dateadded > ?").bind(date).run();
     if (!deleted)
         return passOn(deleted);
-    Statement left = database.prepare(
-        "SELECT zgenericasset.uuid FROM zalbumasset JOIN zgenericasset ON zgenericasset.pk = asset "
-        "WHERE album = (SELECT pk FROM zalbum WHERE uuid = ?) ORDER BY zalbumasset.dateadded, asset");
     for (ShrunkAlbum &album : *albums) {
-        auto assets = left.bind(album.uuid).all(firstText);
+        auto assets = assetsInAlbum(database, album.uuid);
         if (!assets)
             return passOn(assets);
         album.assets = *std::move(assets);

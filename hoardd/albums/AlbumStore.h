@@ -29,6 +29,15 @@ namespace wickerlane::hoardd {
                                          std::span<const std::string> assetUUIDs, double date);
 [[nodiscard]] Result<std::int64_t> countAssetsInAlbum(sqlite::Database &database, std::int64_t album);
 
+[[nodiscard]] Result<> renameAlbum(sqlite::Database &database, std::string_view uuid, std::string_view name);
+/// What is in it stays in the library.
+[[nodiscard]] Result<> deleteAlbum(sqlite::Database &database, std::string_view uuid);
+/// Succeeds when the asset is not in the album.
+[[nodiscard]] Result<> removeAlbumAsset(sqlite::Database &database, std::int64_t album, std::int64_t asset);
+/// The UUIDs of what is in an album, in the order in which it was added.
+[[nodiscard]] Result<std::vector<std::string>> assetsInAlbum(sqlite::Database &database,
+                                                             std::string_view albumUUID);
+
 /// Deletes an album if there is nothing in it. Gives its UUID if it was deleted.
 [[nodiscard]] Result<std::optional<std::string>> deleteAlbumIfEmpty(sqlite::Database &database,
                                                                     std::int64_t album);

@@ -9,8 +9,10 @@
 #include "hoardd/albums/BulletinStore.h"
 #include "hoardd/library/Clock.h"
 #include "hoardd/library/Failures.h"
+#include "hoardd/library/Lookup.h"
 #include "hoardd/library/State.h"
 #include "wickerlane/log/JXLog.h"
+#include "wickerlane/store/Soundness.h"
 
 namespace wickerlane::hoardd {
 
@@ -36,6 +38,10 @@ AlbumRecord newAlbum(std::string_view name, std::string_view streamID) {
     album.streamID = streamID;
     album.dateCreated = secondsNow();
     return album;
+}
+
+Failure failTaken() {
+    return fail(ProblemKind::exists, "there is an album of that name");
 }
 
 /// The name, or else one with a number behind it that no album has.
@@ -86,6 +92,25 @@ Result<bool> addAsset(Database &database, const AssetRecord &asset, const AlbumR
     return true;
 }
 
+/// Takes assets out of an album and its bulletins.
+Result<> takeOut(Database &database, const AlbumRecord &album, std::span<const std::string_view> assets) {
+    auto keyOf = database.prepare("SELECT pk FROM zgenericasset WHERE uuid = ?");
+    for (const std::string_view uuid : assets) {
+        const auto asset =
+            keyOf.bind(uuid).first([](const sqlite::Statement &row) { return row.integer(0); });
+        if (!asset)
+            return passOn(asset);
+        if (!*asset)
+            return fail(ProblemKind::notFound, "there is no such asset");
+        const auto removed =
+            (album.streamID.empty() ? Result<>() : leaveAlbumBulletins(database, album.primaryKey, **asset))
+                .and_then([&] { return removeAlbumAsset(database, album.primaryKey, **asset); });
+        if (!removed)
+            return removed;
+    }
+    return {};
+}
+
 /// Whether the store lacked the album.
 Result<bool> restoreAlbum(Database &database, const NotedAlbum &noted) {
     AlbumRecord album = noted.album;
@@ -116,12 +141,13 @@ Result<bool> restoreAlbum(Database &database, const NotedAlbum &noted) {
 
 Result<std::string> makeAlbum(Library &library, std::string_view name) {
     const AlbumRecord album = newAlbum(name, {});
+    const MutexLock lock(library.albumNotesLock());
     const auto made = library.writer().change([&](Database &database) -> Result<> {
         const auto isTaken = isAlbumNameTaken(database, name);
         if (!isTaken)
             return passOn(isTaken);
         if (*isTaken)
-            return fail(ProblemKind::exists, "there is an album of that name");
+            return failTaken();
         return insertAlbum(database, album);
     });
     if (!made)
@@ -133,6 +159,7 @@ Result<std::string> makeAlbum(Library &library, std::string_view name) {
 Result<std::string> makeStreamAlbum(Library &library, std::string_view streamID) {
     AlbumRecord album = newAlbum(streamID, streamID);
     bool isNew = false;
+    const MutexLock lock(library.albumNotesLock());
     const auto made = library.writer().change([&](Database &database) -> Result<std::string> {
         const auto present = albumOfStream(database, streamID);
         if (!present)
@@ -152,6 +179,7 @@ Result<std::string> makeStreamAlbum(Library &library, std::string_view streamID)
 }
 
 Result<> addToAlbum(Library &library, const ManagedAsset &asset, const ManagedAlbum &album, uid_t user) {
+    const MutexLock lock(library.albumNotesLock());
     const auto isNew = library.writer().change(
         [&](Database &database) { return addAsset(database, asset.record(), album.record(), user); });
     if (!isNew)
@@ -161,7 +189,62 @@ Result<> addToAlbum(Library &library, const ManagedAsset &asset, const ManagedAl
     return {};
 }
 
+Result<> renameAlbum(Library &library, std::string_view uuid, std::string_view name) {
+    if (name.empty() || name.size() > maxAlbumNameBytes || !store::isText(name))
+        return fail(ProblemKind::invalid, "an album's name must be a text of 1 to 1024 bytes");
+    const MutexLock lock(library.albumNotesLock());
+    const auto found = albumWithUUID(library, uuid);
+    if (!found)
+        return passOn(found);
+    AlbumRecord album = (*found)->record();
+    const auto renamed = library.writer().change([&](Database &database) -> Result<> {
+        const auto isTaken = album.name == name ? Result<bool>(false) : isAlbumNameTaken(database, name);
+        if (!isTaken)
+            return passOn(isTaken);
+        if (*isTaken)
+            return failTaken();
+        return renameAlbum(database, album.uuid, name);
+    });
+    if (!renamed)
+        return renamed;
+    album.name = name;
+    noteAlbum(library.paths(), album);
+    return {};
+}
+
+Result<> deleteAlbum(Library &library, std::string_view uuid) {
+    const MutexLock lock(library.albumNotesLock());
+    const auto album = albumWithUUID(library, uuid);
+    if (!album)
+        return passOn(album);
+    const std::string &known = (*album)->record().uuid;
+    const auto deleted =
+        library.writer().change([&](Database &database) { return deleteAlbum(database, known); });
+    if (deleted)
+        removeAlbumNote(library.paths(), known);
+    return deleted;
+}
+
+Result<> removeFromAlbum(Library &library, std::span<const std::string_view> assets,
+                         std::string_view albumUUID) {
+    const MutexLock lock(library.albumNotesLock());
+    const auto album = albumWithUUID(library, albumUUID);
+    if (!album)
+        return passOn(album);
+    const AlbumRecord &record = (*album)->record();
+    const auto left = library.writer().change([&](Database &database) {
+        return takeOut(database, record, assets).and_then([&] {
+            return assetsInAlbum(database, record.uuid);
+        });
+    });
+    if (!left)
+        return passOn(left);
+    noteAlbumAssets(library.paths(), record.uuid, *left);
+    return {};
+}
+
 Result<> deleteAlbumIfEmpty(Library &library, std::int64_t album) {
+    const MutexLock lock(library.albumNotesLock());
     const auto deleted =
         library.writer().change([album](Database &database) { return deleteAlbumIfEmpty(database, album); });
     if (!deleted)

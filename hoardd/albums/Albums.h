@@ -4,6 +4,8 @@
 
 #include <sys/types.h>
 
+#include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -25,6 +27,21 @@ inline constexpr std::int64_t maxSharedAssets = 5000;
 /// album becomes a bulletin.
 [[nodiscard]] Result<> addToAlbum(Library &library, const ManagedAsset &asset, const ManagedAlbum &album,
                                   uid_t user);
+
+/// What an album's new name may have at most.
+inline constexpr std::size_t maxAlbumNameBytes = 1024;
+
+/// Gives an album another name. Fails with `exists` when another one has it, and with `invalid` when it is
+/// empty or too long.
+[[nodiscard]] Result<> renameAlbum(Library &library, std::string_view uuid, std::string_view name);
+
+/// Deletes an album, not what is in it. A stream that it shares gets a new one when it asks again.
+[[nodiscard]] Result<> deleteAlbum(Library &library, std::string_view uuid);
+
+/// Takes assets, by their UUIDs, out of an album and its bulletins, all or none. Those that are not in it are
+/// passed over; one that is not in the library is a problem.
+[[nodiscard]] Result<> removeFromAlbum(Library &library, std::span<const std::string_view> assets,
+                                       std::string_view albumUUID);
 
 /// Deletes an album, by its primary key, when there is nothing in it.
 [[nodiscard]] Result<> deleteAlbumIfEmpty(Library &library, std::int64_t album);

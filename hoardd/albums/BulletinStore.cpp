@@ -152,6 +152,24 @@ Result<std::optional<BulletinRecord>> bulletinWithID(Database &database, std::ui
     return database.prepare(selectBulletins("WHERE recordid = ?")).bind(id).first(readBulletin);
 }
 
+// As the trigger of a deleted asset does for all albums.
+Result<> leaveAlbumBulletins(Database &database, std::int64_t album, std::int64_t asset) {
+    return database
+        .prepare("UPDATE zbulletin SET "
+                 "photos = photos - (SELECT kind = 0 FROM zgenericasset WHERE pk = ?2), "
+                 "videos = videos - (SELECT kind = 1 FROM zgenericasset WHERE pk = ?2), "
+                 "asset = CASE WHEN asset IS NOT ?2 THEN asset ELSE "
+                 "(SELECT other.asset FROM zalbumasset AS other "
+                 "WHERE other.album = zbulletin.album AND other.asset <> ?2 "
+                 "AND other.dateadded BETWEEN zbulletin.originaldate AND zbulletin.date "
+                 "ORDER BY other.dateadded DESC LIMIT 1) END "
+                 "WHERE album = ?1 AND EXISTS (SELECT 1 FROM zalbumasset AS added "
+                 "WHERE added.album = ?1 AND added.asset = ?2 "
+                 "AND added.dateadded BETWEEN zbulletin.originaldate AND zbulletin.date)")
+        .bind(album, asset)
+        .run();
+}
+
 Result<std::optional<double>> firstBulletinDate(Database &database) {
     return database.prepare("SELECT date FROM zbulletin ORDER BY date LIMIT 1")
         .first([](const Statement &row) { return row.real(0); });

@@ -46,6 +46,10 @@ struct BulletinRecord {
 [[nodiscard]] Result<> addAssetBulletin(sqlite::Database &database, const AssetRecord &asset,
                                         const AlbumRecord &album, std::string_view sender, double date);
 
+/// Has an asset leave the bulletins that count it in an album. Before it is taken out of the album.
+[[nodiscard]] Result<> leaveAlbumBulletins(sqlite::Database &database, std::int64_t album,
+                                           std::int64_t asset);
+
 /// Makes a bulletin of an asset whose original or companion was found to be faulty. Those of one day are
 /// gathered. An asset leaves it when it is deleted.
 [[nodiscard]] Result<> addOriginalBulletin(sqlite::Database &database, const AssetRecord &asset, double date);

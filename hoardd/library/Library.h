@@ -58,6 +58,9 @@ public:
     /// Guards which asset the preview well shows. Taken after the lock of an asset.
     [[nodiscard]] Mutex &previewWellLock() noexcept { return previewWell; }
 
+    /// Guards that what is noted of albums beside the store is what was committed last.
+    [[nodiscard]] Mutex &albumNotesLock() noexcept { return albumNotes; }
+
     /// Asks for the thumbnails that could not be made.
     [[nodiscard]] Retry &thumbnailRetry() noexcept { return dueThumbnails; }
 
@@ -97,6 +100,7 @@ private:
     AssetLocks assetLocks;
     Mutex previewWell;
     FingerprintMemory fingerprintMemory;
+    Mutex albumNotes;
     std::atomic<bool> ending{false};
     LateSync lateSync;
 };

@@ -47,6 +47,20 @@ Result<> requireAsset(Library &library, std::string_view uuid) {
     return {};
 }
 
+Result<std::vector<std::string_view>> uuidsIn(const Array *photos) {
+    constexpr std::size_t maxPhotos = 10'000;
+    if (photos == nullptr || photos->count() < 1 || photos->count() > maxPhotos)
+        return fail(ProblemKind::invalid, "photoUUIDs must name 1 to 10000 assets");
+    std::vector<std::string_view> uuids;
+    for (const Object *each : *photos) {
+        const auto *uuid = as<String>(each);
+        if (uuid == nullptr)
+            return fail(ProblemKind::invalid, "photoUUIDs must hold texts");
+        uuids.push_back(uuid->utf8());
+    }
+    return uuids;
+}
+
 Result<Ref<ManagedAlbum>> albumWithUUID(Library &library, std::string_view uuid) {
     return orMissing(library.assets().albumWithUUID(uuid), "there is no such album");
 }

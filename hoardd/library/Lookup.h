@@ -3,9 +3,11 @@
 #define HOARDD_LIBRARY_LOOKUP_H
 
 #include <string_view>
+#include <vector>
 
 #include "hoardd/library/Library.h"
 #include "wickerlane/platform/message/value/MessageValue.h"
+#include "wickerlane/platform/object/Array.h"
 
 namespace wickerlane::hoardd {
 
@@ -19,6 +21,9 @@ namespace wickerlane::hoardd {
 
 /// Fails when there is no asset of a UUID as the store is now: for those that hold its lock.
 [[nodiscard]] Result<> requireAsset(Library &library, std::string_view uuid);
+
+/// The UUIDs of 1 to 10,000 assets that a request lists; they live as long as the list.
+[[nodiscard]] Result<std::vector<std::string_view>> uuidsIn(const Array *photos);
 
 [[nodiscard]] Result<Ref<ManagedAlbum>> albumWithUUID(Library &library, std::string_view uuid);
 

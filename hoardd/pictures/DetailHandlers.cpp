@@ -1,5 +1,6 @@
 #include <vector>
 
+#include "hoardd/library/Lookup.h"
 #include "hoardd/pictures/DetailChange.h"
 #include "hoardd/pictures/LateFacts.h"
 #include "hoardd/service/Call.h"
@@ -15,20 +16,6 @@ namespace keys = protocol::keys;
 using sqlite::Database;
 
 namespace {
-
-Result<std::vector<std::string_view>> uuidsIn(const Array *photos) {
-    constexpr std::size_t maxPhotos = 10'000;
-    if (photos == nullptr || photos->count() < 1 || photos->count() > maxPhotos)
-        return fail(ProblemKind::invalid, "photoUUIDs must name 1 to 10000 assets");
-    std::vector<std::string_view> uuids;
-    for (const Object *each : *photos) {
-        const auto *uuid = as<String>(each);
-        if (uuid == nullptr)
-            return fail(ProblemKind::invalid, "photoUUIDs must hold texts");
-        uuids.push_back(uuid->utf8());
-    }
-    return uuids;
-}
 
 /// What there is of an asset before the change.
 struct Present {

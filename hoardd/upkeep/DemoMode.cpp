@@ -99,6 +99,7 @@ Result<> removeAddedSince(Library &library, double date) {
         removeAssets(library, date).and_then([&] { return removeRenditions(library, date); });
     if (!removed)
         return removed;
+    const MutexLock lock(library.albumNotesLock());
     const auto albums =
         library.writer().change([date](Database &database) { return takeFromStore(database, date); });
     if (!albums)

@@ -31,6 +31,28 @@ TEST_F(Commands, AlbumsAreCreatedFilledAndShown) {
     EXPECT_EQ(changes[1]["what"], "removed");
 }
 
+TEST_F(Commands, AlbumsAreRenamedEmptiedAndDeletedAndTheAssetsStay) {
+    const std::string uuid = imported(file("a.jpg", jpegPicture()));
+    EXPECT_EQ(run({"album", "create", "Dunes"}).exitCode, 0);
+    EXPECT_EQ(run({"album", "create", "Hills"}).exitCode, 0);
+    EXPECT_EQ(run({"album", "add", "Dunes", uuid}).exitCode, 0);
+    EXPECT_EQ(run({"album", "rename", "Dunes", "Hills"}).exitCode, 1);
+    EXPECT_EQ(run({"album", "rename", "Dunes", ""}).exitCode, 2);
+    EXPECT_EQ(run({"album", "rename", "Lakes", "Seas"}).exitCode, 4);
+    EXPECT_EQ(run({"album", "rename", "Dunes", "Seas"}).output, "Dunes is now Seas\n");
+    EXPECT_EQ(run({"album", "remove", "Seas", uuid, absentUUID}).exitCode, 4);
+    EXPECT_EQ(run({"album", "show", "Seas", "--json"}).json()["assets"].size(), 1U);
+    EXPECT_EQ(run({"album", "remove", "Seas", uuid, uuid}).output, "1 asset removed from Seas\n");
+    EXPECT_EQ(run({"album", "show", "Seas", "--json"}).json()["assets"].size(), 0U);
+    EXPECT_EQ(run({"album", "add", "Seas", uuid}).exitCode, 0);
+    EXPECT_EQ(run({"album", "delete", "Seas"}).exitCode, 1) << "there is no terminal to ask";
+    EXPECT_EQ(run({"album", "delete", "Seas", "--yes"}).output,
+              "album Seas deleted; the library still has its 1 asset\n");
+    EXPECT_EQ(run({"album", "delete", "Seas", "--yes"}).exitCode, 4);
+    EXPECT_EQ(run({"album", "list", "--json"}).json().size(), 1U);
+    EXPECT_EQ(run({"count"}).output, "1 photo, 0 videos\n");
+}
+
 TEST_F(Commands, WhatWasDeletedIsInTheTrash) {
     const std::string source = file("a.jpg", jpegPicture());
     const std::string uuid = imported(source);

@@ -90,6 +90,52 @@ TEST_F(Album, HoldsAssetsAndCountsThem) {
     EXPECT_NE(refusal(deleteEmpty.get()), "");
 }
 
+TEST_F(Album, IsRenamedEmptiedAndDeletedByRequests) {
+    ReleaseScope scope;
+    addGroup("Trip");
+    addGroup("Dunes");
+    const auto trip = album("Trip");
+    const auto *one = saveData(pngOf(fourCorners(4, 4)));
+    EXPECT_TRUE(add(textIn(one, "assetURL"), trip.uuid));
+    const auto change = [&](std::int64_t code, const std::string &uuid, const char *name,
+                            const std::vector<std::string> &photos) {
+        const auto message = request(code);
+        message->setString("albumUUID", uuid.c_str());
+        if (name != nullptr)
+            message->setString("name", name);
+        const auto texts = MutableArray::create();
+        for (const std::string &each : photos)
+            texts->append(String::of(each));
+        if (code == 1037)
+            JXMsgDictionarySetArray(message.get(), "photoUUIDs", texts.get());
+        const auto reply = ask(message.get());
+        const auto *error = as<MessageError>(reply.get());
+        return error != nullptr ? error->errorKind() : -1;
+    };
+    const std::string absent = "0000000A-0000-4000-8000-00000000ABCD", photo = textIn(one, "uuid");
+    constexpr std::int64_t done = -1, invalid = 1, notFound = 2, exists = 6;
+    EXPECT_EQ(change(1035, trip.uuid, "Dunes", {}), exists);
+    EXPECT_EQ(change(1035, trip.uuid, "", {}), invalid);
+    EXPECT_EQ(change(1035, trip.uuid, nullptr, {}), invalid);
+    EXPECT_EQ(change(1035, absent, "Sea", {}), notFound);
+    EXPECT_EQ(change(1035, trip.uuid, "Sea", {}), done);
+    EXPECT_EQ(album("Sea").uuid, trip.uuid);
+
+    EXPECT_EQ(change(1037, trip.uuid, nullptr, {}), invalid);
+    EXPECT_EQ(change(1037, trip.uuid, nullptr, std::vector<std::string>(10'001, photo)), invalid);
+    EXPECT_EQ(change(1037, trip.uuid, nullptr, {photo, absent}), notFound);
+    EXPECT_EQ(album("Sea").assetCount, 1U);
+    EXPECT_EQ(change(1037, trip.uuid, nullptr, std::vector<std::string>(10'000, photo)), done);
+    EXPECT_EQ(album("Sea").assetCount, 0U);
+
+    EXPECT_TRUE(add(textIn(one, "assetURL"), trip.uuid));
+    EXPECT_EQ(change(1036, absent, nullptr, {}), notFound);
+    EXPECT_EQ(change(1036, trip.uuid, nullptr, {}), done);
+    EXPECT_EQ(album("Sea").uuid, "");
+    EXPECT_EQ(photos(), 1U);
+    EXPECT_EQ(findings(), 0U);
+}
+
 TEST_F(Album, ComesBackWithARestore) {
     ReleaseScope scope;
     addGroup("Trip");

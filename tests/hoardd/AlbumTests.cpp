@@ -3,7 +3,9 @@
 
 #include "hoardd/albums/AlbumNotes.h"
 #include "hoardd/albums/AlbumStore.h"
+#include "hoardd/albums/BulletinStore.h"
 #include "hoardd/albums/CloudFeedStore.h"
+#include "hoardd/library/Clock.h"
 #include "hoardd/library/State.h"
 #include "tests/hoardd/OpenLibrary.h"
 #include "wickerlane/store/AnalysisReader.h"
@@ -14,6 +16,8 @@ using sqlite::Database;
 namespace fs = std::filesystem;
 
 namespace {
+
+constexpr const char *absentUUID = "0000000A-0000-4000-8000-00000000ABCD";
 
 class Albums : public OpenLibrary {
 protected:
@@ -99,6 +103,123 @@ TEST_F(Albums, ThatAreSharedAreLimited) {
     EXPECT_EQ(assetsIn(shared), std::vector{one});
     for (const std::string &asset : {one, two})
         EXPECT_TRUE(add(asset, mine));
+}
+
+TEST_F(Albums, AreRenamedUnlessTheNameIsTakenOrNone) {
+    const std::string trip = *makeAlbum(library(), "Trip");
+    ASSERT_TRUE(makeAlbum(library(), "Dunes"));
+    const struct {
+        std::string uuid, name;
+        std::optional<ProblemKind> refusal;
+    } cases[] = {
+        {trip, "Été", {}},
+        {trip, "Été", {}}, // its own name is no other album's
+        {trip, "Dunes", ProblemKind::exists},
+        {trip, "", ProblemKind::invalid},
+        {trip, std::string(1024, 'x'), {}},
+        {trip, std::string(1025, 'x'), ProblemKind::invalid},
+        {trip, std::string("a\0b", 3), ProblemKind::invalid},
+        {trip, "\xFF", ProblemKind::invalid},
+        {absentUUID, "Sea", ProblemKind::notFound},
+        {"Trip", "Sea", ProblemKind::notFound},
+    };
+    std::string name = "Trip";
+    for (const auto &each : cases) {
+        const auto renamed = renameAlbum(library(), each.uuid, each.name);
+        ASSERT_EQ(renamed.has_value(), !each.refusal) << each.name;
+        if (each.refusal)
+            EXPECT_EQ(renamed.error().kind, *each.refusal) << each.name;
+        else
+            name = each.name;
+        EXPECT_EQ(album(trip).name, name);
+    }
+    EXPECT_TRUE(makeAlbum(library(), "Trip")) << "the old name is free";
+}
+
+TEST_F(Albums, ThatAreSharedKeepTheirStreamUnderAnyName) {
+    const std::string asset = added("1"), shared = *makeStreamAlbum(library(), "s");
+    ASSERT_TRUE(add(asset, shared));
+    ASSERT_TRUE(renameAlbum(library(), shared, "Ours"));
+    EXPECT_EQ(album(shared).streamID, "s");
+    EXPECT_EQ(makeStreamAlbum(library(), "s"), shared);
+    ASSERT_TRUE(deleteAlbum(library(), shared));
+    const auto left = [&](const char *table) {
+        return library().writer().change([&](Database &database) {
+            return database.integer((std::string("SELECT count(*) FROM ") + table).c_str());
+        });
+    };
+    for (const char *table : {"zalbum", "zalbumasset", "zbulletin", "zcloudfeedentry", "zcloudfeedasset"})
+        EXPECT_EQ(left(table), 0) << table;
+    const auto another = makeStreamAlbum(library(), "s");
+    ASSERT_TRUE(another);
+    EXPECT_NE(*another, shared);
+    EXPECT_EQ(assetsIn(*another), std::vector<std::string>());
+}
+
+TEST_F(Albums, LoseWhatIsTakenOutAndNothingElseDoes) {
+    const std::string one = added("1"), two = added("2"), three = added("3");
+    const std::string trip = *makeAlbum(library(), "Trip"), other = *makeAlbum(library(), "Other");
+    for (const std::string &asset : {one, two})
+        for (const std::string &uuid : {trip, other})
+            ASSERT_TRUE(add(asset, uuid));
+    const auto takeOut = [&](const std::vector<std::string_view> &assets, std::string_view uuid) {
+        const auto taken = removeFromAlbum(library(), assets, uuid);
+        return taken ? std::optional<ProblemKind>() : taken.error().kind;
+    };
+    EXPECT_EQ(takeOut({one, absentUUID}, trip), ProblemKind::notFound);
+    EXPECT_EQ(takeOut({one}, absentUUID), ProblemKind::notFound);
+    EXPECT_EQ(assetsIn(trip), (std::vector{one, two})) << "all or none";
+    EXPECT_EQ(takeOut({one, three, one}, trip), std::nullopt) << "one is not in it, one is named twice";
+    EXPECT_EQ(assetsIn(trip), std::vector{two});
+    EXPECT_EQ(album(trip).assetCount, 1U);
+    EXPECT_EQ(assetsIn(other), (std::vector{one, two}));
+    ASSERT_TRUE(deleteAlbum(library(), other));
+    EXPECT_EQ(deleteAlbum(library(), other).error().kind, ProblemKind::notFound);
+    EXPECT_EQ(assetsIn(trip), std::vector{two});
+    for (const std::string &asset : {one, two, three})
+        EXPECT_TRUE(library().writer().contains(asset).value_or(false)) << asset;
+}
+
+TEST_F(Albums, AreMadeAgainAsTheyWereChanged) {
+    const std::string one = added("1"), two = added("2"), three = added("3");
+    const std::string trip = *makeStreamAlbum(library(), "s"), gone = *makeAlbum(library(), "Gone");
+    for (const std::string &asset : {one, two, three}) {
+        ASSERT_TRUE(add(asset, trip));
+        ASSERT_TRUE(add(asset, gone));
+    }
+    ASSERT_TRUE(renameAlbum(library(), trip, "Sea"));
+    ASSERT_TRUE(removeFromAlbum(library(), std::vector<std::string_view>{one, three}, trip));
+    ASSERT_TRUE(add(three, trip));
+    ASSERT_TRUE(deleteAlbum(library(), gone));
+    execute("DELETE FROM zalbum");
+    ASSERT_TRUE(recreateAlbums(library()));
+    EXPECT_EQ(album(trip).name, "Sea");
+    EXPECT_EQ(album(trip).streamID, "s");
+    EXPECT_EQ(assetsIn(trip), (std::vector{two, three}));
+    EXPECT_EQ(album(gone).name, "") << "it does not come back";
+}
+
+TEST_F(Albums, LeaveTheirBulletinsWithWhatIsTakenOut) {
+    const std::string one = added("1"), two = added("2");
+    const std::string shared = *makeStreamAlbum(library(), "s"), another = *makeStreamAlbum(library(), "t");
+    for (const std::string &asset : {one, two})
+        for (const std::string &uuid : {shared, another})
+            ASSERT_TRUE(add(asset, uuid));
+    const auto bulletins = [&] {
+        std::map<std::string, std::pair<std::int64_t, std::string>> byAlbum;
+        const auto read = library().writer().change(
+            [](Database &database) { return currentBulletins(database, secondsNow()); });
+        EXPECT_TRUE(read);
+        for (const BulletinRecord &each : *read)
+            byAlbum[each.albumUUID] = {each.photos, each.assetUUID};
+        return byAlbum;
+    };
+    EXPECT_EQ(bulletins()[shared], std::pair(std::int64_t{2}, two));
+    ASSERT_TRUE(removeFromAlbum(library(), std::vector<std::string_view>{two, two}, shared));
+    EXPECT_EQ(bulletins()[shared], std::pair(std::int64_t{1}, one)) << "the newest that is left";
+    EXPECT_EQ(bulletins()[another], std::pair(std::int64_t{2}, two));
+    ASSERT_TRUE(removeFromAlbum(library(), std::vector<std::string_view>{one}, shared));
+    EXPECT_FALSE(bulletins().contains(shared));
 }
 
 TEST_F(Albums, AreDeletedOnlyWhenTheyAreEmpty) {

@@ -54,6 +54,26 @@ void JXGatekeeperClient::addAssetWithURL(URL *assetURL, String *toAlbumWithUUID,
                           [handler](const Reply &reply) { handler(reply.get(keys::success), nullptr); });
 }
 
+bool JXGatekeeperClient::renameAlbumWithUUID(String *uuid, String *to) {
+    Request request(protocol::renameAlbum);
+    request.set(keys::albumUUID, uuid);
+    request.set(keys::name, to);
+    return request.sendAndWait(connection()).isDictionary();
+}
+
+bool JXGatekeeperClient::deleteAlbumWithUUID(String *uuid) {
+    Request request(protocol::deleteAlbum);
+    request.set(keys::albumUUID, uuid);
+    return request.sendAndWait(connection()).isDictionary();
+}
+
+bool JXGatekeeperClient::removePhotos(Array *photos, String *fromAlbumWithUUID) {
+    Request request(protocol::removeFromAlbum);
+    request.set(keys::photoUUIDs, uuidsOf(photos));
+    request.set(keys::albumUUID, fromAlbumWithUUID);
+    return request.sendAndWait(connection()).isDictionary();
+}
+
 void JXGatekeeperClient::deleteAssetWithURL(URL *assetURL, Handler<bool, Error *> handler) {
     if (assetURL == nullptr)
         failParameter(this, protocol::deleteAsset.name, "assetURL");

@@ -242,12 +242,29 @@ public:
     void addAssetWithURL(wickerlane::URL *assetURL, wickerlane::String *toAlbumWithUUID,
                          Handler<bool, wickerlane::Error *> handler);
 
+    // Three additions that block. False on failure, and then nothing has changed; lastError() says why:
+    // `notFound` for an unknown album or photo, `exists`, `invalid`, also for a null argument, or what stops
+    // any operation. An album that a stream shares keeps its stream under any name; one that is deleted takes
+    // its bulletins and its part of the feed along, and its stream gets a new album when it is created or
+    // enabled again. No asset is ever deleted.
+
+    /// renameAlbumWithUUID:to: — gives an album another name, of 1 to 1024 bytes of UTF-8. `exists` when
+    /// another album has it.
+    [[nodiscard]] bool renameAlbumWithUUID(wickerlane::String *uuid, wickerlane::String *to);
+
+    /// deleteAlbumWithUUID: — deletes an album. The assets in it stay in the library, and in other albums.
+    [[nodiscard]] bool deleteAlbumWithUUID(wickerlane::String *uuid);
+
+    /// removePhotos:fromAlbumWithUUID: — takes photos out of an album; those that are not in it are ignored.
+    /// `photos` holds 1 to 10,000 objects that are a wickerlane::Photo; others are ignored.
+    [[nodiscard]] bool removePhotos(wickerlane::Array *photos, wickerlane::String *fromAlbumWithUUID);
+
     /// deleteAssetWithURL:handler: — moves an asset to the trash, from where it can be had again for 30 days.
     /// The handler gets (success, error): error 3 without JXDeleteAssetsEntitlement, or when hoardd can't be
     /// reached.
     void deleteAssetWithURL(wickerlane::URL *assetURL, Handler<bool, wickerlane::Error *> handler);
 
-    // Three more that answer in the same way.
+    // Three more that answer like deleteAssetWithURL:handler:.
 
     /// removeAssetWithURL:handler: — deletes an asset of the library or its trash for good.
     void removeAssetWithURL(wickerlane::URL *assetURL, Handler<bool, wickerlane::Error *> handler);

@@ -36,6 +36,16 @@ inline constexpr Row recalculateCachedAlbumCounts{30, "recalculateCachedAlbumCou
 inline constexpr Row automaticallyDeleteEmptyAlbum{
     58, "automaticallyDeleteEmptyAlbum:", request(keys::albumOID), reply()};
 
+// Three more additions, beside those of QueryRows.h.
+
+inline constexpr Row renameAlbum{1035, "renameAlbumWithUUID:to:", request(keys::albumUUID, keys::name),
+                                 reply()};
+
+inline constexpr Row deleteAlbum{1036, "deleteAlbumWithUUID:", request(keys::albumUUID), reply()};
+
+inline constexpr Row removeFromAlbum{
+    1037, "removePhotos:fromAlbumWithUUID:", request(keys::photoUUIDs, keys::albumUUID), reply()};
+
 } // namespace wickerlane::protocol
 
 #endif
