@@ -9,6 +9,10 @@ namespace wickerlane::test {
 /// The connection that a client makes is its caller's to let go of: a process's one client never does.
 class OwnClient {
 public:
+    OwnClient() = default;
+    OwnClient(const OwnClient &) = delete;
+    OwnClient &operator=(const OwnClient &) = delete;
+    ~OwnClient() { connection->cancel(); }
     JXGatekeeperClient *operator->() const noexcept { return client.get(); }
     [[nodiscard]] JXGatekeeperClient *get() const noexcept { return client.get(); }
 

@@ -58,7 +58,8 @@ Ref<JXGatekeeperClient> JXGatekeeperClient::init() {
     MessageConnection *connection =
         MessageConnection::create(WickerlaneGatekeeperName, client->sendQueue()).leak();
     client->setConnection(connection);
-    connection->setEventHandler([connection](MessageValue *event) {
+    // Until it is cancelled the handler keeps the connection, which may be released while it runs.
+    connection->setEventHandler([connection = Ref(connection)](MessageValue *event) {
         if (event == MessageError::connectionInvalid()) {
             consoleLog(
                 "Named service '%s' not found. hoardd is down or misconfigured. Things will not work the way "

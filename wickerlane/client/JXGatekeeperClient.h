@@ -68,8 +68,8 @@ public:
 
     /// sharedInstance — the client of this process, created on the first call and never destroyed.
     static JXGatekeeperClient *sharedInstance();
-    /// init — a new client. Its connection belongs to the caller, who releases it after the client. Most
-    /// callers want sharedInstance().
+    /// init — a new client. Its connection belongs to the caller, who cancels and releases it after the
+    /// client. Most callers want sharedInstance().
     [[nodiscard]] static wickerlane::Ref<JXGatekeeperClient> init();
 
     /// replyQueue — the queue of most handlers: the global concurrent queue.
