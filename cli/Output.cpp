@@ -32,8 +32,31 @@ void printField(std::string_view label, std::string_view value) {
     print(fmt::format("{:<12}{}", label, value));
 }
 
+namespace {
+
+std::string textOf(const JSON &value) {
+    return value.dump(2, ' ', false, JSON::error_handler_t::replace);
+}
+
+} // namespace
+
 void printJSON(const JSON &value) {
-    fmt::print("{}\n", value.dump(2, ' ', false, JSON::error_handler_t::replace));
+    fmt::print("{}\n", textOf(value));
+}
+
+void JSONList::add(const JSON &value) {
+    std::string indented = isEmpty ? "[\n  " : ",\n  ";
+    isEmpty = false;
+    for (const char each : textOf(value)) {
+        indented += each;
+        if (each == '\n') // in texts they are escaped
+            indented += "  ";
+    }
+    static_cast<void>(std::fwrite(indented.data(), 1, indented.size(), stdout));
+}
+
+void JSONList::end() const {
+    fmt::print("{}\n", isEmpty ? "[]" : "\n]");
 }
 
 } // namespace wickerlane::cli

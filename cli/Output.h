@@ -29,6 +29,17 @@ void printField(std::string_view label, std::string_view value);
 /// Writes a value to standard output, indented. Bytes that are not UTF-8 are replaced.
 void printJSON(const JSON &value);
 
+/// Writes a list to standard output value by value, as printJSON() writes the whole of it.
+class JSONList {
+public:
+    void add(const JSON &value);
+    /// Writes its end.
+    void end() const;
+
+private:
+    bool isEmpty = true;
+};
+
 } // namespace wickerlane::cli
 
 #endif

@@ -52,10 +52,23 @@ bool isNamed(const ManagedAsset &asset, const std::string &name) {
 
 } // namespace
 
-Result<std::unique_ptr<store::StoreReader>> openStore() {
+Failure failToOpenStore(const Problem &problem) {
+    return fail(problem.kind,
+                fmt::format("the library in {} can't be read: {}{}", store::LibraryPaths().folder(),
+                            problem.text, whatToDo(problem.kind)));
+}
+
+Result<> requireLibrary() {
     const store::LibraryPaths paths;
     if (access(paths.database().c_str(), F_OK) != 0 && errno == ENOENT)
         return failWithoutStore(paths);
+    return {};
+}
+
+Result<std::unique_ptr<store::StoreReader>> openStore() {
+    if (const auto there = requireLibrary(); !there)
+        return passOn(there);
+    const store::LibraryPaths paths;
     auto store = store::StoreReader::open(paths);
     if (!store && store.error().kind == ProblemKind::busy) {
         // The daemon brings it up to date when it opens it.
@@ -64,8 +77,7 @@ Result<std::unique_ptr<store::StoreReader>> openStore() {
         store = store::StoreReader::open(paths);
     }
     if (!store)
-        return fail(store.error().kind, fmt::format("the library in {} can't be read: {}{}", paths.folder(),
-                                                    store.error().text, whatToDo(store.error().kind)));
+        return failToOpenStore(store.error());
     return store;
 }
 

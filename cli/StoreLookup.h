@@ -12,6 +12,9 @@
 
 namespace wickerlane::cli {
 
+/// Fails when nothing has been saved into the library yet: asking the daemon would make it.
+Result<> requireLibrary();
+
 Result<std::unique_ptr<store::StoreReader>> openStore();
 
 /// The problem of a store that is open but can't be read.
@@ -20,6 +23,9 @@ Failure failToReadStore(const Result<T> &failed) {
     const Problem &problem = failed.error();
     return fail(problem.kind, "the library's store can't be read: " + problem.text, problem.file);
 }
+
+/// The problem of a store that can't be opened, with what to do about it.
+Failure failToOpenStore(const Problem &problem);
 
 /// An asset by its UUID, its persistent URL or the URI of its object ID.
 Result<Ref<ManagedAsset>> findAsset(store::StoreReader &store, const std::string &name);

@@ -24,29 +24,43 @@ void Table::add(std::vector<std::string> cells) {
     rows.push_back(std::move(cells));
 }
 
-void Table::print() const {
-    std::vector<std::size_t> widths;
+std::vector<std::size_t> Table::widths() const {
+    std::vector<std::size_t> widths = printedWidths;
+    widths.resize(columns.size());
     for (std::size_t i = 0; i < columns.size(); ++i) {
-        std::size_t width = widthOf(columns[i].heading);
+        widths[i] = std::max(widths[i], widthOf(columns[i].heading));
         for (const auto &row : rows)
-            width = std::max(width, widthOf(row[i]));
-        widths.push_back(width);
+            widths[i] = std::max(widths[i], widthOf(row[i]));
     }
-    const auto printRow = [&](auto cellAt) {
-        std::string line;
-        for (std::size_t i = 0; i < columns.size(); ++i) {
-            const std::string &cell = cellAt(i);
-            const std::string padding(widths[i] - widthOf(cell), ' ');
-            if (i > 0)
-                line += "  ";
-            line += columns[i].align == Align::right ? padding + cell : cell + padding;
-        }
-        line.erase(line.find_last_not_of(' ') + 1);
-        fmt::print("{}\n", line);
-    };
-    printRow([&](std::size_t i) -> const std::string & { return columns[i].heading; });
+    return widths;
+}
+
+template <class CellAt>
+void Table::printRow(const std::vector<std::size_t> &widths, const CellAt &cellAt) const {
+    std::string line;
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+        const std::string &cell = cellAt(i);
+        const std::string padding(widths[i] - widthOf(cell), ' ');
+        if (i > 0)
+            line += "  ";
+        line += columns[i].align == Align::right ? padding + cell : cell + padding;
+    }
+    line.erase(line.find_last_not_of(' ') + 1);
+    fmt::print("{}\n", line);
+}
+
+void Table::print() const {
+    const std::vector<std::size_t> all = widths();
+    if (printedWidths.empty())
+        printRow(all, [&](std::size_t i) -> const std::string & { return columns[i].heading; });
     for (const auto &row : rows)
-        printRow([&](std::size_t i) -> const std::string & { return row[i]; });
+        printRow(all, [&](std::size_t i) -> const std::string & { return row[i]; });
+}
+
+void Table::printRows() {
+    print();
+    printedWidths = widths();
+    rows.clear();
 }
 
 void printListing(const JSON &list, const Table &table, std::string_view noteWhenEmpty, bool asJSON) {

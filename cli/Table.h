@@ -24,10 +24,17 @@ public:
     void add(std::vector<std::string> cells);
     [[nodiscard]] bool isEmpty() const { return rows.empty(); }
     void print() const;
+    /// Prints the rows that are there and forgets them, so that a long table takes little memory. Its columns
+    /// grow with later rows.
+    void printRows();
 
 private:
     std::vector<Column> columns;
     std::vector<std::vector<std::string>> rows;
+    std::vector<std::size_t> printedWidths; ///< Of the rows that were printed; empty before the first.
+    [[nodiscard]] std::vector<std::size_t> widths() const;
+    template <class CellAt>
+    void printRow(const std::vector<std::size_t> &widths, const CellAt &cellAt) const;
 };
 
 /// Writes JSON or the table. An empty table is replaced by a note.

@@ -1,9 +1,12 @@
 // wickerlane list
 #include <nlohmann/json.hpp>
 
+#include <limits>
+
 #include "cli/AssetDescription.h"
+#include "cli/FilterOptions.h"
 #include "cli/Formatting.h"
-#include "cli/StoreLookup.h"
+#include "cli/Queries.h"
 #include "cli/Subcommands.h"
 #include "cli/Table.h"
 
@@ -11,37 +14,63 @@ namespace wickerlane::cli {
 namespace {
 
 struct Options {
-    store::Listing query;
-    std::string kind;
+    FilterOptions filter;
     std::string sort = "oldest";
+    std::uint64_t offset = 0;
+    std::uint64_t limit = std::numeric_limits<std::uint64_t>::max();
     bool json = false;
 };
 
-Result<ExitCode> list(const Options &options) {
-    const auto store = openStore();
-    if (!store)
-        return passOn(store);
-    store::Listing query = options.query;
-    query.newestFirst = options.sort == "newest";
-    if (!options.kind.empty())
-        query.kind = options.kind == "photo" ? AssetKind::photo : AssetKind::video;
-    const auto assets = (*store)->assets(query);
-    if (!assets)
-        return failToReadStore(assets);
+AssetQuery queryOf(const std::string &sort) {
+    if (sort == "added")
+        return {.order = AssetOrder::added, .isDescending = true};
+    if (sort == "largest")
+        return {.order = AssetOrder::size, .isDescending = true};
+    if (sort == "name")
+        return {.order = AssetOrder::name};
+    return {.isDescending = sort == "newest"};
+}
 
-    JSON all = JSON::array();
+Result<> listAsJSON(const AssetQuery &query, const Options &options) {
+    JSONList list;
+    const auto listed = forEachAsset(query, options.offset, options.limit,
+                                     [&](const ManagedAsset &asset) { list.add(describe(asset)); });
+    if (listed)
+        list.end();
+    return listed;
+}
+
+Result<> listAsTable(const AssetQuery &query, const Options &options) {
     using Align = Table::Align;
     Table table(
         {{"UUID"}, {"KIND"}, {"CREATED"}, {"PIXELS", Align::right}, {"SIZE", Align::right}, {"NAME"}});
-    for (const auto &asset : *assets) {
-        const AssetRecord &record = asset->record();
-        if (options.json)
-            all.push_back(describe(*asset));
-        else
-            table.add({record.uuid, kindText(record), createdText(record), pixelsText(record, "-"),
-                       sizeText(record.byteSize), outsideName(record)});
-    }
-    printListing(all, table, "no assets", options.json);
+    constexpr std::size_t rowsAtOnce = 10'000;
+    std::size_t count = 0;
+    const auto listed = forEachAsset(query, options.offset, options.limit, [&](const ManagedAsset &asset) {
+        const AssetRecord &record = asset.record();
+        table.add({record.uuid, kindText(record), createdText(record), pixelsText(record, "-"),
+                   sizeText(record.byteSize), outsideName(record)});
+        if (++count % rowsAtOnce == 0)
+            table.printRows();
+    });
+    if (!listed)
+        return listed;
+    if (count == 0)
+        note("no assets");
+    else if (!table.isEmpty())
+        table.print();
+    return {};
+}
+
+Result<ExitCode> list(const Options &options) {
+    AssetQuery query = queryOf(options.sort);
+    auto filter = filterOf(options.filter);
+    if (!filter)
+        return passOn(filter);
+    query.filter = *std::move(filter);
+    const auto listed = options.json ? listAsJSON(query, options) : listAsTable(query, options);
+    if (!listed)
+        return passOn(listed);
     return ExitCode::success;
 }
 
@@ -50,19 +79,20 @@ Result<ExitCode> list(const Options &options) {
 void setUpList(Command command) {
     command.footer("Examples:\n"
                    "  wickerlane list --sort newest --limit 20\n"
+                   "  wickerlane list --from 2019-08 --to 2019-09 --near 47.4,8.5,10km\n"
                    "  wickerlane list --kind photo --json | jq -r '.[].uuid'");
     Options &options = command.runs(list);
-    command.addOption("--limit", options.query.limit, "Maximum number of assets to list")
+    command.addOption("--limit", options.limit, "Maximum number of assets to list")
         .notNegative()
         .typeName("COUNT");
-    command.addOption("--offset", options.query.offset, "Number of assets to skip at the start")
+    command.addOption("--offset", options.offset, "Number of assets to skip at the start")
         .notNegative()
         .typeName("COUNT");
-    command.addOption("--kind", options.kind, "Only assets of this kind: photo, video")
-        .oneOf({"photo", "video"})
-        .typeName("KIND");
-    command.addOption("--sort", options.sort, "Which come first: oldest (default), newest")
-        .oneOf({"oldest", "newest"})
+    addFilterOptions(command, options.filter);
+    command
+        .addOption("--sort", options.sort,
+                   "Which come first: oldest (default), newest, added (latest), largest, name")
+        .oneOf({"oldest", "newest", "added", "largest", "name"})
         .typeName("ORDER");
     command.addFlag("--json", options.json, "Write JSON");
 }

@@ -65,11 +65,15 @@ TEST_F(OtherUsers, ReachADeviceOnlyThroughTheDaemonAndByConsent) {
     const std::string listed = run({"list", "--json"}).output;
     EXPECT_NE(listed.find("\"b.jpg\""), std::string::npos) << listed;
 
-    expectRefusal({"list"}, "Only its owner may read it directly");
+    EXPECT_EQ(runAs(other, {"list", "--json"}).output, listed);
+    expectRefusal({"show", "x"}, "Only its owner may read it directly");
     expectRefusal({"consent", "list"}, "can't be looked at: Permission denied");
     for (const char *closed : {"var/mobile", "var/mobile/Media", "var/mobile/Media/PhotoData/Incoming",
                                "var/log", "var/db", "var/run/wickerlane/notify"})
         EXPECT_EQ(fs::status(root / closed).permissions(), fs::perms(0700)) << closed;
+
+    ASSERT_EQ(run({"consent", "revoke", WICKERLANE_COMMAND, "--user", "65534"}).exitCode, 0);
+    expectRefusal({"list"}, "consent grant " WICKERLANE_COMMAND " --user 65534");
 }
 
 } // namespace

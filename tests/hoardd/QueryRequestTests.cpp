@@ -1,8 +1,8 @@
 // Listing and finding, asked of a running daemon by the client.
 #include <set>
 
+#include "tests/client/OwnClient.h"
 #include "tests/hoardd/RunningHoardd.h"
-#include "wickerlane/client/JXGatekeeperClient.h"
 
 using namespace wickerlane;
 using namespace wickerlane::test;
@@ -11,13 +11,8 @@ namespace {
 
 class QueryRequests : public RunningHoardd {
 protected:
-    Ref<JXGatekeeperClient> client;
+    const OwnClient client;
 
-    void SetUp() override {
-        RunningHoardd::SetUp();
-        client = JXGatekeeperClient::init();
-        client->setConnection(connection.get());
-    }
     std::string saveAt(double unixSeconds, const std::string &name, const FileBytes &picture) const {
         const auto job =
             Dictionary::createWithKeys({{"imageData", dataOf(picture).get()},
