@@ -53,8 +53,12 @@ bool mayBeLike(const Fingerprint &one, const Fingerprint &other) {
     return areNear(one, other, maxBitsOfSimilar);
 }
 
-bool mayBeLikeAny(const Fingerprint &one, std::span<const Fingerprint> others) {
-    return std::ranges::any_of(others, [&](const Fingerprint &other) { return mayBeLike(one, other); });
+std::vector<std::size_t> mayBeLike(const Fingerprint &one, std::span<const Fingerprint> others) {
+    std::vector<std::size_t> places;
+    for (std::size_t place = 0; place < others.size(); ++place)
+        if (mayBeLike(one, others[place]))
+            places.push_back(place);
+    return places;
 }
 
 } // namespace wickerlane::hoardd

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <vector>
 
 #include "hoardd/media/Fingerprint.h"
 #include "wickerlane/model/AssetRecord.h"
@@ -42,8 +43,8 @@ inline constexpr double burstSeconds = 60;
 /// Whether the hashes alone allow two assets to be alike in any way.
 [[nodiscard]] bool mayBeLike(const Fingerprint &one, const Fingerprint &other);
 
-/// Whether any of the others may be like the one: for a single new asset, when there is no time to sort.
-[[nodiscard]] bool mayBeLikeAny(const Fingerprint &one, std::span<const Fingerprint> others);
+/// The places of those that may be like the one: for a single new asset, when there is no time to sort.
+[[nodiscard]] std::vector<std::size_t> mayBeLike(const Fingerprint &one, std::span<const Fingerprint> others);
 
 } // namespace wickerlane::hoardd
 

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "hoardd/analysis/DuplicateGroups.h"
+#include "hoardd/library/FingerprintMemory.h"
 #include "wickerlane/store/Sqlite.h"
 
 namespace wickerlane::hoardd {
@@ -28,16 +29,22 @@ struct NewAsset {
 [[nodiscard]] Result<std::vector<NewAsset>> assetsWithoutFingerprint(sqlite::Database &database,
                                                                      std::int64_t after, std::size_t limit);
 
-/// All fingerprints, in no order.
-[[nodiscard]] Result<std::vector<Fingerprint>> readFingerprints(sqlite::Database &database);
+/// All fingerprints with their assets, in no order.
+[[nodiscard]] Result<FingerprintMemory::Known> readFingerprints(sqlite::Database &database);
 
 /// Writes the fingerprints of assets, of each unless it has gone meanwhile; nothing of a picture without
 /// features. There are as many of both.
 [[nodiscard]] Result<> writeFingerprints(sqlite::Database &database, std::span<const NewAsset> assets,
                                          std::span<const std::optional<Fingerprint>> fingerprints);
 
-/// Whether there is another asset with the same bytes, or the asset is in a group.
-[[nodiscard]] Result<bool> isLinked(sqlite::Database &database, std::int64_t asset);
+/// Whether an asset has a fingerprint, of whatever thumbnails, and is in a group.
+[[nodiscard]] Result<bool> isGrouped(sqlite::Database &database, std::int64_t asset);
+
+/// Puts a new asset, whose fingerprint is written, into groups with those that it is like: with those of the
+/// same bytes, and with those of the candidates that are. The groups must be right but for the asset. Gives
+/// whether they are right then; if not, nothing has changed, and all have to be found again.
+[[nodiscard]] Result<bool> linkAsset(sqlite::Database &database, std::int64_t asset,
+                                     std::span<const std::int64_t> candidates);
 
 /// Whether the groups may be wrong.
 [[nodiscard]] Result<bool> areGroupsStale(sqlite::Database &database);

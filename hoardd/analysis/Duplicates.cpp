@@ -21,20 +21,34 @@ namespace {
 
 using Fingerprints = std::vector<std::optional<Fingerprint>>;
 
+/// More new assets than this that are like others in one analysis are not linked one by one: finding all
+/// groups again takes less time than comparing each with all others.
+constexpr std::size_t maxLinks = 64;
+
+/// By asset: those that it may be like.
+using Candidates = std::vector<std::vector<std::int64_t>>;
+
 /// Whether the groups are stale, and all fingerprints that are known.
 struct KnownFingerprints {
     bool isStale = false;
     FingerprintMemory::Known all;
+    std::size_t links = 0; ///< New assets that may be like others.
 
-    /// Adds new ones. The groups become stale when one is like another.
-    void add(const Fingerprints &fingerprints) {
-        for (const auto &fingerprint : fingerprints) {
-            if (!fingerprint)
+    /// Adds those of new assets. Gives, unless the groups are stale, what each may be like.
+    Candidates add(std::span<const NewAsset> assets, const Fingerprints &fingerprints) {
+        Candidates candidates(assets.size());
+        for (std::size_t i = 0; i < assets.size(); ++i) {
+            if (!fingerprints[i])
                 continue;
-            // Once they are stale, no other reason is needed.
-            isStale = isStale || mayBeLikeAny(*fingerprint, all.fingerprints);
-            all.fingerprints.push_back(*fingerprint);
+            if (!isStale)
+                for (const std::size_t place : mayBeLike(*fingerprints[i], all.fingerprints))
+                    candidates[i].push_back(all.assets[place]);
+            links += candidates[i].empty() ? 0 : 1;
+            isStale = isStale || links > maxLinks;
+            all.fingerprints.push_back(*fingerprints[i]);
+            all.assets.push_back(assets[i].key);
         }
+        return candidates;
     }
 };
 
@@ -43,12 +57,13 @@ Result<KnownFingerprints> readKnown(Library &library) {
     if (!isStale)
         return passOn(isStale);
     if (auto kept = library.fingerprints().take())
-        return KnownFingerprints{*isStale, *std::move(kept)};
+        return KnownFingerprints{*isStale, *std::move(kept), 0};
     const auto version = library.fingerprints().version();
-    auto fingerprints = library.read(readFingerprints);
-    if (!fingerprints)
-        return passOn(fingerprints);
-    return KnownFingerprints{*isStale, {*std::move(fingerprints), version}};
+    auto known = library.read(readFingerprints);
+    if (!known)
+        return passOn(known);
+    known->version = version;
+    return KnownFingerprints{*isStale, *std::move(known), 0};
 }
 
 /// Of the first assets: as many as have `maxRowsPerCommit` thumbnails, so that a kill leaves most of long
@@ -76,26 +91,47 @@ Result<Fingerprints> firstFingerprints(Library &library, std::span<const NewAsse
     return fingerprints;
 }
 
-/// Whether one of the assets makes the groups stale.
-Result<bool> isAnyLinked(Database &database, std::span<const NewAsset> assets) {
+/// Whether one of the assets was in a group that may be another one with its new fingerprint.
+Result<bool> isAnyGrouped(Database &database, std::span<const NewAsset> assets) {
     for (const NewAsset &asset : assets) {
-        const auto linked = isLinked(database, asset.key);
-        if (!linked || *linked)
-            return linked;
+        const auto grouped = isGrouped(database, asset.key);
+        if (!grouped || *grouped)
+            return grouped;
     }
     return false;
 }
 
-/// Gives whether the groups are stale then. That an asset is linked is not looked for when they are.
+/// Whether the groups are right with the assets, which have just got their fingerprints.
+Result<bool> linkAssets(Database &database, std::span<const NewAsset> assets, const Candidates &candidates) {
+    const auto stale = areGroupsStale(database);
+    if (!stale || *stale)
+        return stale ? Result<bool>(false) : stale;
+    for (std::size_t i = 0; i < assets.size(); ++i) {
+        const auto linked = linkAsset(database, assets[i].key, candidates[i]);
+        if (!linked || !*linked)
+            return linked;
+    }
+    return true;
+}
+
+/// Gives whether the groups are stale then. Nothing is linked when they are.
 Result<bool> storeFingerprints(Database &database, std::span<const NewAsset> assets,
-                               const Fingerprints &fingerprints, const KnownFingerprints &known,
-                               bool wasStale) {
-    const auto isStale = known.isStale ? Result<bool>(true) : isAnyLinked(database, assets);
-    if (!isStale)
-        return isStale;
+                               const Fingerprints &fingerprints, const Candidates &candidates, bool isStale) {
+    if (!isStale) {
+        const auto grouped = isAnyGrouped(database, assets);
+        if (!grouped)
+            return grouped;
+        isStale = *grouped;
+    }
     if (const auto written = writeFingerprints(database, assets, fingerprints); !written)
         return passOn(written);
-    if (*isStale && !wasStale)
+    if (!isStale) {
+        const auto linked = linkAssets(database, assets, candidates);
+        if (!linked)
+            return linked;
+        isStale = !*linked;
+    }
+    if (isStale) // also if they have been for long: they may be found at this moment
         if (const auto marked = markGroupsStale(database); !marked)
             return passOn(marked);
     return isStale;
@@ -111,11 +147,10 @@ Result<> fingerprintAssets(Library &library, std::span<const NewAsset> assets, K
             return passOn(fingerprints);
         const auto batch = assets.first(fingerprints->size());
         assets = assets.subspan(batch.size());
-        const bool wasStale = known.isStale;
-        known.add(*fingerprints);
+        const Candidates candidates = known.add(batch, *fingerprints);
         library.fingerprints().noteChange();
         const auto isStale = library.writer().change([&](Database &database) {
-            return storeFingerprints(database, batch, *fingerprints, known, wasStale);
+            return storeFingerprints(database, batch, *fingerprints, candidates, known.isStale);
         });
         library.fingerprints().noteChange();
         known.all.version += 2;
@@ -155,7 +190,7 @@ Result<> fingerprintNewAssets(Library &library) {
     }
 }
 
-// Assets that are like no others change no group, so that most saves end here.
+// Most saves end here.
 Result<> groupDuplicates(Library &library) {
     const auto isStale = library.read(areGroupsStale);
     if (!isStale)

@@ -11,7 +11,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::size_t maxKept = std::size_t{2} << 20; // 32 MB
+constexpr std::size_t maxKept = std::size_t{3} << 19; // 36 MB
 
 } // namespace
 

@@ -20,6 +20,7 @@ public:
     using Version = std::uint64_t;
     struct Known {
         std::vector<Fingerprint> fingerprints;
+        std::vector<std::int64_t> assets; ///< Their keys, in the same order.
         Version version = 0;
     };
 

@@ -1,8 +1,12 @@
 // When groups of duplicates are stale, and what is written of them.
 #include "hoardd/analysis/DuplicateStore.h"
 
+#include <algorithm>
+#include <random>
+
 #include "hoardd/analysis/Duplicates.h"
 #include "tests/hoardd/OpenLibrary.h"
+#include "wickerlane/store/AssetColumns.h"
 
 using namespace wickerlane;
 using namespace wickerlane::hoardd;
@@ -46,14 +50,12 @@ protected:
 };
 
 TEST_F(DuplicateStore, AGroupIsWrittenAndFollowsWhatAPersonSays) {
-    const std::int64_t one = added(1, 7), other = added(2, 9), copy = added(3, 7);
+    const std::int64_t one = added(1, 7);
+    EXPECT_NE(added(2, 9), one);
+    const std::int64_t copy = added(3, 7);
     EXPECT_TRUE(analyzeDuplicates(library()));
     EXPECT_FALSE(isStale());
     EXPECT_EQ(grouped(), (Keys{one, copy}));
-    for (const auto &[asset, linked] : {std::pair(one, true), {other, false}, {copy, true}})
-        EXPECT_EQ(library().read([asset = asset](Database &database) { return isLinked(database, asset); }),
-                  linked);
-
     const std::int64_t pair[] = {copy, one};
     EXPECT_TRUE(setAreDuplicates(library(), pair, false));
     EXPECT_EQ(grouped(), Keys());
@@ -97,6 +99,93 @@ TEST_F(DuplicateStore, AnAssetIsNewUntilItsThumbnailsHaveAFingerprint) {
         return database.prepare("UPDATE zgenericasset SET thumbnailindex = 5 WHERE pk = ?").bind(two).run();
     }));
     EXPECT_EQ(pending(0), Keys{two});
+}
+
+/// The groups in the store, as lines.
+std::string groupsIn(Database &database) {
+    std::string lines;
+    EXPECT_TRUE(
+        database
+            .prepare("SELECT likeness, duplicategroup, group_concat(asset) FROM (SELECT * FROM zduplicate "
+                     "ORDER BY asset) GROUP BY likeness, duplicategroup")
+            .forEach([&](const sqlite::Statement &row) {
+                lines += std::to_string(row.integer(0)) + ' ' + std::to_string(row.integer(1)) + ": " +
+                         std::string(row.text(2)) + '\n';
+            }));
+    return lines;
+}
+
+// One by one, with groups that grow and become one, as all are found at once.
+TEST_F(DuplicateStore, NewAssetsAreLinkedAsAllAreFound) {
+    for (unsigned seed = 1; seed <= 4; ++seed) {
+        std::mt19937_64 random(seed);
+        const auto one = [&](std::uint64_t count) { return random() % count; };
+        ASSERT_TRUE(library().writer().change([&](Database &database) -> Result<> {
+            EXPECT_TRUE(
+                database.execute("DELETE FROM zgenericasset; UPDATE zduplicatestate SET grouped = changed;"));
+            FingerprintMemory::Known known;
+            for (int number = 0; number < 150; ++number) {
+                auto record = Store::Addition().record;
+                record.uuid = "U" + std::to_string(number);
+                record.thumbnailIndex = 1;
+                record.sha256[0] = static_cast<std::byte>(one(250));
+                record.width = one(10) == 0 ? 20 : 10;
+                record.height = 10;
+                record.dateCreated = 40.0 * static_cast<double>(one(150));
+                auto insert = database.prepare(store::insertAsset);
+                store::bindRecord(insert, record);
+                EXPECT_TRUE(insert.run());
+                const NewAsset asset{database.lastRowID(), record.uuid, 1};
+                std::optional<Fingerprint> fingerprint(Fingerprint{random(), random()});
+                if (!known.fingerprints.empty() && one(3) != 0) {
+                    fingerprint = known.fingerprints[one(known.fingerprints.size())];
+                    for (auto bits = one(14); bits > 0; --bits)
+                        (one(2) == 0 ? fingerprint->difference : fingerprint->frequency) ^= std::uint64_t{1}
+                                                                                            << one(64);
+                } else if (one(5) == 0) {
+                    fingerprint.reset();
+                }
+                EXPECT_TRUE(writeFingerprints(database, {&asset, 1}, {&fingerprint, 1}));
+                std::vector<std::int64_t> candidates;
+                if (fingerprint)
+                    for (const std::size_t place : mayBeLike(*fingerprint, known.fingerprints))
+                        candidates.push_back(known.assets[place]);
+                EXPECT_EQ(linkAsset(database, asset.key, candidates), true);
+                if (fingerprint) {
+                    known.fingerprints.push_back(*fingerprint);
+                    known.assets.push_back(asset.key);
+                }
+            }
+            const std::string linked = groupsIn(database);
+            EXPECT_GT(std::ranges::count(linked, '\n'), 10);
+            EXPECT_EQ(database.integer("SELECT count(DISTINCT likeness) FROM zduplicate"), 2);
+            EXPECT_TRUE(database.execute("DELETE FROM zduplicate"));
+            EXPECT_TRUE(planDuplicates(database).and_then(
+                [&](const DuplicatePlan &plan) { return applyPlan(database, plan); }));
+            EXPECT_EQ(linked, groupsIn(database)) << seed;
+            return {};
+        }));
+    }
+}
+
+TEST_F(DuplicateStore, AnAssetIsNotLinkedByItselfWhereAPersonKeepsOthersApart) {
+    const std::int64_t one = added(1, 7), two = added(2, 7), three = added(3, 7);
+    const std::int64_t pair[] = {two, three};
+    EXPECT_TRUE(setAreDuplicates(library(), pair, false));
+    EXPECT_TRUE(analyzeDuplicates(library()));
+    EXPECT_EQ(grouped(), (Keys{one, two}));
+    const std::int64_t four = added(4, 7);
+    EXPECT_TRUE(library().writer().change([&](Database &database) -> Result<> {
+        EXPECT_EQ(linkAsset(database, four, {}), false);
+        return {};
+    }));
+    EXPECT_EQ(grouped(), (Keys{one, two})) << "nothing has changed";
+    EXPECT_TRUE(analyzeDuplicates(library()));
+    EXPECT_EQ(grouped(), (Keys{one, two, four}));
+    const std::int64_t other = added(5, 8), copy = added(6, 8);
+    EXPECT_TRUE(analyzeDuplicates(library()));
+    EXPECT_EQ(grouped(), (Keys{one, two, four, other, copy}));
+    EXPECT_FALSE(isStale());
 }
 
 } // namespace

@@ -36,7 +36,7 @@ TEST(FingerprintMemory, GivesOnlyWhatIsAllThatTheStoreHas) {
         EXPECT_FALSE(memory.take()) << what;
         const auto version = memory.version();
         meanwhile(memory);
-        memory.keep({{{1, 2}, {3, 4}}, version});
+        memory.keep({{{1, 2}, {3, 4}}, {7, 8}, version});
         later(memory);
         const auto taken = memory.take();
         EXPECT_EQ(taken.has_value(), isKept) << what;
@@ -49,7 +49,7 @@ TEST(FingerprintMemory, GivesOnlyWhatIsAllThatTheStoreHas) {
 TEST(FingerprintMemory, ForgetsWhatIsNotUsed) {
     FingerprintMemory memory(std::chrono::nanoseconds(1));
     EXPECT_TRUE(test::waitUntil([&] {
-        memory.keep({{{1, 2}}, memory.version()});
+        memory.keep({{{1, 2}}, {7}, memory.version()});
         usleep(1000);
         return !memory.take();
     }));
