@@ -124,6 +124,8 @@ TEST_F(QueryRequests, RefuseWithAReason) {
     JXMsgDictionarySetArray(list.get(), "query", MutableArray::create().get());
     EXPECT_NE(refusal(list.get()).find("no dictionary"), std::string::npos);
 
+    EXPECT_FALSE(client->assetsMatchingQuery({.filter = {.name = "\xff"}})) << "a condition is never dropped";
+    EXPECT_EQ(lastErrorCode(), static_cast<std::int64_t>(ProblemKind::invalid));
     EXPECT_FALSE(client->assetsMatchingQuery({.limit = 0}));
     EXPECT_EQ(lastErrorCode(), static_cast<std::int64_t>(ProblemKind::invalid));
     EXPECT_TRUE(client->assetsMatchingQuery({}));

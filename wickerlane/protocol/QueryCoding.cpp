@@ -17,8 +17,11 @@ concept MaybeConst = std::same_as<std::remove_const_t<Given>, Record>;
 
 // Each value as the property-list object of its type, and back; false for an object of another type.
 
+// A text that is not UTF-8 travels as bytes, which hoardd refuses. Left out, it would make the query wider.
 Ref<Object> objectOf(const std::string &text) {
-    return String::create(text);
+    if (const auto string = String::create(text))
+        return string;
+    return Data::create(text.data(), text.size());
 }
 template <class Value>
 requires(std::is_arithmetic_v<Value>) Ref<Object> objectOf(Value value) {
