@@ -1,6 +1,7 @@
 // The headers for C code, compiled as C and used by it.
 #include "tests/api/FromC.h"
 
+#include <math.h>
 #include <string.h>
 
 #include "wickerlane/api/Wickerlane.h"
@@ -109,6 +110,39 @@ static const char *faultOfErrors(void) {
     return NULL;
 }
 
+static const char *faultOfQueries(void) {
+    WLAssetQuery *query = WLAssetQueryCreate();
+    WLError *error = NULL;
+    CHECK(WLAssetPageCreate(query, &error) == NULL && WLErrorCode(error) == WLErrorUnreachable);
+    CHECK(WLAssetPageCreate(query, NULL) == NULL && WLErrorCode(WLLastError()) == WLErrorUnreachable);
+    CHECK(WLAssetPageCreate(NULL, &error) == NULL && WLErrorCode(error) == WLErrorInvalid);
+    CHECK(WLAssetPageCreateNext(NULL, &error) == NULL && error == NULL);
+    CHECK(WLAlbumsCreate(&error) == NULL && WLErrorCode(error) == WLErrorUnreachable);
+    error = NULL;
+    CHECK(WLMomentPageCreate(-INFINITY, INFINITY, false, 1, &error) == NULL && error != NULL);
+    CHECK(WLMomentPageCreateNext(NULL, &error) == NULL && error == NULL);
+    CHECK(WLDuplicatesPageCreate(WLDuplicatesAll, 1, &error) == NULL && error != NULL);
+    CHECK(WLDuplicatesPageCreateNext(NULL, &error) == NULL && error == NULL);
+    CHECK(WLDuplicatesPageCreate(3, 1, &error) == NULL && WLErrorCode(error) == WLErrorInvalid);
+    WLRelease(query);
+
+    WLAssetQuerySetKind(NULL, WLAssetKindVideo);
+    WLAssetQuerySetName(NULL, "a");
+    WLAssetQuerySetSizes(NULL, 1, 2);
+    WLAssetQueryAddField(NULL, WLAssetFieldWidth);
+    CHECK(WLAssetPageCount(NULL) == 0 && WLAssetPageGet(NULL, 0) == NULL && WLAssetPageCursor(NULL) == NULL);
+    CHECK(WLAssetUUID(NULL) == NULL && WLAssetURL(NULL) == NULL && WLAssetFilePath(NULL) == NULL);
+    CHECK(WLAssetSHA256(NULL) == NULL && WLAssetDate(NULL) == 0 && WLAssetWidth(NULL) == 0);
+    double latitude = 1, longitude = 2;
+    CHECK(!WLAssetGetLocation(NULL, &latitude, &longitude) && latitude == 0 && longitude == 0);
+    CHECK(!WLAssetGetLocation(NULL, NULL, NULL));
+    CHECK(WLAlbumName(NULL) == NULL && WLAlbumAssetCount(NULL) == 0 && WLAlbumURL(NULL) == NULL);
+    CHECK(WLMomentPageGet(NULL, 0) == NULL && WLMomentKeyAsset(NULL) == NULL);
+    CHECK(WLDuplicatesPageGet(NULL, 0) == NULL && WLDuplicatesGetUUID(NULL, 0) == NULL);
+    CHECK(WLAsAsset(NULL) == NULL && WLAsAlbum(NULL) == NULL);
+    return NULL;
+}
+
 static const char *faultOfConstants(void) {
     CHECK(strcmp(RZPhotosAndVideosCountNotificationName, "RZPhotosAndVideosCount") == 0);
     CHECK(strcmp(WLStringText(WickerlaneErrorDomain), "Wickerlane") == 0);
@@ -126,6 +160,8 @@ const char *faultOfAccessors(void) {
         fault = faultOfQueues();
     if (fault == NULL)
         fault = faultOfErrors();
+    if (fault == NULL)
+        fault = faultOfQueries();
     if (fault == NULL)
         fault = faultOfConstants();
     WLScopePop(scope);

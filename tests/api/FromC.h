@@ -10,6 +10,9 @@ extern "C" {
 /// do.
 const char *faultOfAccessors(void);
 
+/// Asks for all assets, from a source file in C++11. How many there are; -1 when they don't come.
+long countFromOldCpp(void);
+
 #ifdef __cplusplus
 }
 #endif

@@ -1,10 +1,12 @@
 # A daemon to talk to, and a connection that answers from a script.
 target_sources(api_tests PRIVATE api/FromC.c hoardd/RunningHoardd.cpp client/FakeConnection.cpp)
 set_target_properties(api_tests PROPERTIES C_STANDARD 11 C_STANDARD_REQUIRED ON C_EXTENSIONS OFF)
+set_source_files_properties(api/FromOldCpp.cpp PROPERTIES COMPILE_OPTIONS -std=c++11)
 target_link_libraries(api_tests PRIVATE test_images)
 target_compile_definitions(api_tests PRIVATE
-    HOARDD_PROGRAM="$<TARGET_FILE:hoardd>" C_EXAMPLE="$<TARGET_FILE:count>")
-add_dependencies(api_tests hoardd count)
+    HOARDD_PROGRAM="$<TARGET_FILE:hoardd>" C_EXAMPLE="$<TARGET_FILE:count>"
+    LIST_EXAMPLE="$<TARGET_FILE:list>")
+add_dependencies(api_tests hoardd count list)
 
 # An interpreter that was built without sanitizers can't load a library that was built with them.
 if(NOT WICKERLANE_SANITIZE)

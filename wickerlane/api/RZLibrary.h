@@ -5,7 +5,7 @@
 #include "wickerlane/api/WLTypes.h"
 #include "wickerlane/protocol/CountNotification.h"
 
-#ifdef __cplusplus
+#if WL_HAS_CLASSES
 #include "wickerlane/api/WLHandler.h"
 #endif
 
@@ -63,7 +63,7 @@ WL_EXTERN_C void RZGetLibrarySizes(WLQueue *queue, uint32_t kinds,
 WL_EXTERN_C int64_t RZEstimatedOutputFileLength(WLURL *videoURL, WLString *fallbackFilePath,
                                                 WLString *exportPreset, WLDictionary *exportProperties);
 
-#ifdef __cplusplus
+#if WL_HAS_CLASSES
 
 inline void RZGetPhotosAndVideosCount(wickerlane::Handler<void(WLNumber *, WLNumber *)> handler) {
     const wickerlane::CHandler c(std::move(handler));

@@ -13,8 +13,8 @@
 //  - Errors. No function throws. Comments say what a function returns on failure. After a function that
 //    waits for the daemon, WLLastError() says why it failed (WLError.h).
 //
-// In C++ the opaque types are the classes behind them, and each function of RZLibrary.h that takes a handler
-// has an overload that takes any callable.
+// In C++20 the opaque types are the classes behind them, and each function of RZLibrary.h that takes a
+// handler has an overload that takes any callable. Older C++, from C++11 on, sees what C sees.
 #ifndef WICKERLANE_API_WLTYPES_H
 #define WICKERLANE_API_WLTYPES_H
 
@@ -24,7 +24,13 @@
 
 #include "wickerlane/platform/object/Export.h"
 
-#ifdef __cplusplus
+#if defined(__cplusplus) && __cplusplus > 201703L
+#define WL_HAS_CLASSES 1 ///< The opaque types are classes.
+#else
+#define WL_HAS_CLASSES 0
+#endif
+
+#if WL_HAS_CLASSES
 
 #include "wickerlane/platform/object/Array.h"
 #include "wickerlane/platform/object/Dictionary.h"

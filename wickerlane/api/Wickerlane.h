@@ -3,8 +3,12 @@
 #define WICKERLANE_API_WICKERLANE_H
 
 #include "wickerlane/api/RZLibrary.h"
+#include "wickerlane/api/WLAlbum.h"
+#include "wickerlane/api/WLAsset.h"
+#include "wickerlane/api/WLAssetQuery.h"
 #include "wickerlane/api/WLCollections.h"
 #include "wickerlane/api/WLError.h"
+#include "wickerlane/api/WLMoment.h"
 #include "wickerlane/api/WLNPersistentURL.h"
 #include "wickerlane/api/WLObject.h"
 #include "wickerlane/api/WLQueue.h"

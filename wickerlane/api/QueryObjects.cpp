@@ -1,0 +1,17 @@
+#include "wickerlane/api/QueryObjects.h"
+
+namespace wickerlane {
+
+constinit const Class AssetQueryObject::classInfo{"AssetQuery", &Object::classInfo, nullptr};
+template <>
+constinit const Class MomentObject::classInfo{"Moment", &Object::classInfo, nullptr};
+template <>
+constinit const Class DuplicatesObject::classInfo{"Duplicates", &Object::classInfo, nullptr};
+template <>
+constinit const Class AssetPageObject::classInfo{"AssetPage", &Object::classInfo, nullptr};
+template <>
+constinit const Class MomentPageObject::classInfo{"MomentPage", &Object::classInfo, nullptr};
+template <>
+constinit const Class DuplicatesPageObject::classInfo{"DuplicatesPage", &Object::classInfo, nullptr};
+
+} // namespace wickerlane

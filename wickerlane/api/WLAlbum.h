@@ -1,0 +1,46 @@
+// Albums of the library. WLAssetQuerySetAlbum() asks for the assets of one.
+//
+// An album is immutable: it stays as it was when the daemon was asked. Any number of threads may use it. All
+// that is had from it lives as long as the album.
+#ifndef WICKERLANE_API_WLALBUM_H
+#define WICKERLANE_API_WLALBUM_H
+
+#include "wickerlane/api/WLTypes.h"
+
+#if WL_HAS_CLASSES
+#include "wickerlane/model/ManagedAlbum.h"
+using WLAlbum = wickerlane::ManagedAlbum;
+#else
+typedef struct WLAlbum WLAlbum;
+#endif
+
+/// All albums by name, as an array of WLAlbum objects. Null on failure, and only then. `error` may be null;
+/// what is stored there is borrowed: it is what WLLastError() gives, and null when the daemon has answered.
+/// Blocks.
+WL_EXTERN_C WLArray *WLAlbumsCreate(WLError **error);
+
+/// The object as an album, without a new reference; null when it is another object, and for null.
+WL_EXTERN_C WLAlbum *WLAsAlbum(WLObject *object);
+
+/// 36 characters, upper case. Null for null.
+WL_EXTERN_C const char *WLAlbumUUID(const WLAlbum *album);
+
+/// No two albums have the same, and none has an empty one. Null for null.
+WL_EXTERN_C const char *WLAlbumName(const WLAlbum *album);
+
+/// How many assets it had; 0 for null.
+WL_EXTERN_C uint64_t WLAlbumAssetCount(const WLAlbum *album);
+
+/// When it was made, in seconds since 2001-01-01 00:00:00 UTC (WLReferenceDate); 0 for null.
+WL_EXTERN_C double WLAlbumDateCreated(const WLAlbum *album);
+
+/// The ID of the stream that shares it; null when it is not shared.
+WL_EXTERN_C const char *WLAlbumStreamID(const WLAlbum *album);
+
+/// The persistent URL. Null for null.
+WL_EXTERN_C WLURL *WLAlbumURL(const WLAlbum *album);
+
+/// The URI of its object ID. Null for null.
+WL_EXTERN_C WLURL *WLAlbumObjectID(const WLAlbum *album);
+
+#endif
