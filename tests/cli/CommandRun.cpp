@@ -65,12 +65,18 @@ std::ostream &operator<<(std::ostream &stream, const CommandResult &result) {
 
 RunningCommand::RunningCommand(const std::vector<std::string> &arguments,
                                const std::vector<std::string> &wrapper)
+    : RunningCommand([&] {
+          CommandLine line{wrapper};
+          line.words.emplace_back(WICKERLANE_COMMAND);
+          line.words.insert(line.words.end(), arguments.begin(), arguments.end());
+          return line;
+      }()) {
+}
+
+RunningCommand::RunningCommand(CommandLine line)
     : outputFile(makeOutput("output")), errorFile(makeOutput("errors")) {
-    std::vector<std::string> words = wrapper;
-    words.emplace_back(WICKERLANE_COMMAND);
-    words.insert(words.end(), arguments.begin(), arguments.end());
     std::vector<char *> pointers;
-    for (std::string &word : words)
+    for (std::string &word : line.words)
         pointers.push_back(word.data());
     pointers.push_back(nullptr);
 

@@ -41,6 +41,10 @@ public:
     /// `wrapper` is a command that runs the rest of its command line.
     explicit RunningCommand(const std::vector<std::string> &arguments,
                             const std::vector<std::string> &wrapper = {});
+    /// Another program, by its path and arguments.
+    static RunningCommand ofProgram(const std::vector<std::string> &words) {
+        return RunningCommand(CommandLine{words});
+    }
     /// Kills it if it still runs.
     ~RunningCommand();
     RunningCommand(const RunningCommand &) = delete;
@@ -53,6 +57,11 @@ public:
     [[nodiscard]] CommandResult wait();
 
 private:
+    struct CommandLine {
+        std::vector<std::string> words;
+    };
+    explicit RunningCommand(CommandLine line);
+
     pid_t pid = -1;
     int outputFile = -1;
     int errorFile = -1;

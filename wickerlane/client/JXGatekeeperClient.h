@@ -182,8 +182,13 @@ public:
 
     /// saveAssetWithJobDictionary:handler:imageSurface:previewImageSurface: — saves one asset. The job
     /// dictionary has the keys of JobKeys.h; the picture and a preview of it may be given as surfaces. The
-    /// handler gets (result, error): the result dictionary, null when hoardd returned none; or null and error
-    /// 10, 11 or 12.
+    /// handler gets (result, error), one of which is null, or both when hoardd's answer has neither:
+    ///  - Saved: a result with the keys of protocol::jobResult, among them `assetURL`.
+    ///  - Refused: a result that has `error` alone, a text for people. So it is with a file that is missing,
+    ///    is none (a folder, say), or can't be read, a value that makes no sense, and a full disk.
+    ///  - Error 12: the job names nothing to save, or something empty.
+    ///  - Error 11: hoardd has too many jobs of this program.
+    ///  - Error 10: hoardd can't be reached, ended before it answered, or did not serve the request at all.
     void saveAssetWithJobDictionary(wickerlane::Dictionary *jobDictionary,
                                     Handler<wickerlane::Dictionary *, wickerlane::Error *> handler,
                                     wickerlane::ImageSurface *imageSurface = nullptr,
