@@ -77,7 +77,7 @@ struct Report {
     std::vector<SavedFile> saved;
     std::vector<RefusedFile> refused;
     std::vector<std::string> passedOver; ///< Files in folders that are neither pictures nor videos.
-    bool daemonLost = false;
+    Result<> daemon{};                   ///< The problem that it serves no longer.
     bool interrupted = false;
 };
 
@@ -212,6 +212,7 @@ std::vector<Source> gather(const Options &options, Report &report) {
 struct Batch {
     std::vector<Source> sources;
     Awaited<Ref<Array>> results; ///< Null when there is no answer.
+    bool isRepeated = false;
 };
 
 /// Names the file to the daemon, or gives it the bytes.
@@ -290,12 +291,9 @@ bool receive(const Source &source, const Dictionary *result, Report &report) {
     return true;
 }
 
-/// Gives the second files that are to be saved by themselves.
-std::vector<Source> receiveBatch(const Batch &batch, Report &report) {
-    const Ref<Array> results = batch.results.take();
-    if (!results) {
-        // The daemon refused the whole request, or ended. It may have started again.
-        report.daemonLost = !requireDaemon();
+/// Gives the second files that are to be saved by themselves. Without results the daemon did not answer.
+std::vector<Source> receiveBatch(const Batch &batch, const Array *results, Report &report) {
+    if (results == nullptr) {
         for (const auto &[first, sidecar, second] : batch.sources)
             for (const std::string &path : {first, second})
                 if (!path.empty())
@@ -338,7 +336,7 @@ void saveFiles(std::vector<Source> files, const Options &options, Report &report
     const std::size_t batchesAtOnce = sendsBytes() ? 1 : maxPendingBatches;
     while (sent < files.size() || !pending.empty()) {
         report.interrupted = isInterrupted();
-        const bool sendMore = !report.interrupted && !report.daemonLost;
+        const bool sendMore = !report.interrupted && report.daemon;
         if (!sendMore && pending.empty())
             break;
         if (sendMore && sent < files.size() && pending.size() < batchesAtOnce) {
@@ -347,12 +345,24 @@ void saveFiles(std::vector<Source> files, const Options &options, Report &report
             sent += next.size();
             continue;
         }
+        const Batch batch = std::move(pending.front());
+        pending.pop_front();
+        const Ref<Array> results = batch.results.take();
+        if (!results) {
+            // The daemon refused the whole request, or ended. It may have started again.
+            report.daemon = requireDaemon();
+            // What it saved before is found present. With --again it would be saved twice.
+            if (report.daemon && !batch.isRepeated && !options.again) {
+                pending.push_back(sendBatch(batch.sources, options.again, report));
+                pending.back().isRepeated = true;
+                continue;
+            }
+        }
         const std::size_t saved = newlySaved(report), ended = report.saved.size() + report.refused.size();
-        const std::vector<Source> apart = receiveBatch(pending.front(), report);
+        const std::vector<Source> apart = receiveBatch(batch, results.get(), report);
         files.insert(files.end(), apart.begin(), apart.end());
         const std::size_t saves = newlySaved(report) - saved;
         progress.advance(saves, report.saved.size() + report.refused.size() - ended - saves);
-        pending.pop_front();
     }
 }
 
@@ -422,8 +432,8 @@ Result<ExitCode> importFiles(const Options &options) {
         printJSON(describe(report));
     else
         printSummary(report);
-    if (report.daemonLost)
-        return failUnreachable();
+    if (!report.daemon)
+        return passOn(report.daemon);
     return report.refused.empty() && !report.interrupted ? ExitCode::success : ExitCode::failure;
 }
 

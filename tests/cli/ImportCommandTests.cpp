@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <fstream>
 #include <map>
 #include <set>
 
@@ -10,6 +11,7 @@
 #include "tests/support/TestClips.h"
 #include "tests/support/TestImages.h"
 #include "tests/support/WaitUntil.h"
+#include "wickerlane/store/LibraryPaths.h"
 
 using namespace wickerlane::test;
 namespace fs = std::filesystem;
@@ -267,6 +269,38 @@ TEST_F(Commands, AnInterruptedImportReportsWhatItSaved) {
     EXPECT_EQ(report["refused"].size(), 0U) << result;
     EXPECT_EQ(result.exitCode, report["interrupted"] ? 1 : 0);
     EXPECT_EQ(run({"count", "--json"}).json()["photos"], report["saved"].size());
+}
+
+TEST_F(Commands, AnImportThatMetTheDaemonsDeathSavesEachFileOnce) {
+    std::size_t count = 0;
+    bool wasMet = false;
+    // A kill that came too late for one import comes in the next.
+    for (int round = 0; !wasMet && round < 20; ++round) {
+        const std::string name = "round " + std::to_string(round);
+        constexpr std::uint32_t files = 300;
+        for (std::uint32_t i = 0; i < files; ++i)
+            file(name + '/' + std::to_string(i) + ".png",
+                 pngOf(fourCorners(8 + i, 8 + static_cast<std::uint32_t>(round))));
+        ASSERT_EQ(run({"daemon", "status", "--start"}).exitCode, 0);
+        RunningCommand importing({"import", "--json", "--quiet", (folder / name).string()});
+        ASSERT_TRUE(waitUntil([&] {
+            return !importing.isRunning() || run({"count", "--json"}).json()["photos"] > count;
+        }));
+        pid_t daemon = 0;
+        std::ifstream(wickerlane::store::LibraryPaths().lock()) >> daemon;
+        ASSERT_GT(daemon, 0);
+        ASSERT_EQ(kill(daemon, SIGSTOP), 0);
+        wasMet = importing.isRunning();
+        ASSERT_EQ(kill(daemon, SIGKILL), 0);
+        const CommandResult result = importing.wait();
+        count += files;
+        EXPECT_EQ(result.exitCode, 0) << result.errors;
+        EXPECT_EQ(result.json()["saved"].size(), files);
+        EXPECT_EQ(result.json()["refused"].size(), 0U) << result;
+        EXPECT_EQ(run({"count", "--json"}).json()["photos"], count);
+    }
+    EXPECT_TRUE(wasMet);
+    EXPECT_EQ(run({"check"}).exitCode, 0);
 }
 
 TEST_F(Commands, AFileNameCannotForgeALine) {
