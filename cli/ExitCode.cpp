@@ -23,6 +23,8 @@ ExitCode exitCodeOf(const Problem &problem) {
     case ProblemKind::busy:
     case ProblemKind::queueFull:
         return ExitCode::busy;
+    case ProblemKind::timedOut:
+        return ExitCode::timedOut;
     default:
         return ExitCode::failure;
     }

@@ -16,6 +16,7 @@ enum class ExitCode : int {
     damaged = 6,     ///< The library's store is damaged or missing, and can be repaired.
     newer = 7,       ///< The library was made by a newer version.
     busy = 8,        ///< Something else works on the library, or too much is asked of it: try again later.
+    timedOut = 9,    ///< The daemon did not answer in the time that was allowed.
 };
 
 /// The code for a problem that ends the command.

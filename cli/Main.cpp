@@ -2,6 +2,7 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -11,6 +12,7 @@
 #include "cli/Interrupt.h"
 #include "cli/Output.h"
 #include "cli/Subcommands.h"
+#include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/file/TrustedPath.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
@@ -31,6 +33,7 @@ constexpr const char *exitCodes = R"(Exit codes:
   6  the library's store is damaged or missing; to repair it: wickerlane check --repair
   7  the library was made by a newer version
   8  something else works on the library; try again later
+  9  the daemon did not answer in the time that --timeout allows
 
 For help with a subcommand: wickerlane import --help)";
 
@@ -78,6 +81,12 @@ int run(int argc, char **argv) {
                    "Folder of the library (default: WICKERLANE_ROOT, else the user's own library)")
         ->type_name("FOLDER");
 
+    double timeout = 0;
+    app.add_option("--timeout", timeout,
+                   "Give up when the daemon does not answer a request for so long (default: wait)")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(0.001, 1e6));
+
     Action chosen;
     for (const Subcommand &each : subcommands) {
         CLI::App *subcommand = app.add_subcommand(each.name, each.summary)->group(each.group)->footer("");
@@ -105,7 +114,12 @@ int run(int argc, char **argv) {
             report({ProblemKind::refused, "the root " + rootPath() + " is not used: " + why, {}}));
 
     noticeInterrupts();
-    const ExitCode result = performServingMainQueue(chosen);
+    const ExitCode result = performServingMainQueue([&] {
+        if (timeout > 0)
+            JXGatekeeperClient::sharedInstance()->setReplyTimeLimit(
+                std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::duration<double>(timeout)));
+        return chosen();
+    });
     if (std::fflush(stdout) != 0)
         return static_cast<int>(report({ProblemKind::failed, "the output could not be written", {}}));
     return static_cast<int>(result);

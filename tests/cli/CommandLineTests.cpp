@@ -3,9 +3,13 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
+#include <fstream>
+
 #include "tests/cli/CommandRun.h"
 #include "tests/support/TestImages.h"
 #include "tests/support/WaitUntil.h"
+#include "wickerlane/store/LibraryPaths.h"
 
 using namespace wickerlane::test;
 
@@ -40,6 +44,24 @@ TEST_F(Commands, ACommandThatGetsNoThreadSaysSo) {
     const CommandResult result = command.wait();
     EXPECT_EQ(result.exitCode, 1);
     EXPECT_NE(result.errors.find("no thread"), std::string::npos) << result;
+}
+
+TEST_F(Commands, ADaemonThatStandsStillCostsTheTimeThatIsAllowed) {
+    const std::string picture = file("a.jpg", jpegPicture());
+    const std::string uuid = imported(picture);
+    pid_t daemon = 0;
+    std::ifstream(wickerlane::store::LibraryPaths().lock()) >> daemon;
+    ASSERT_GT(daemon, 0);
+    ASSERT_EQ(kill(daemon, SIGSTOP), 0);
+    for (const std::vector<std::string> &arguments : {std::vector<std::string>{"--timeout", "0.05", "count"},
+                                                      {"--timeout", "0.05", "import", picture},
+                                                      {"--timeout", "0.05", "set", "--rating", "5", uuid},
+                                                      {"--timeout", "0.05", "delete", "--yes", uuid}}) {
+        const CommandResult result = run(arguments);
+        EXPECT_EQ(result.exitCode, 9) << arguments[2] << result;
+    }
+    ASSERT_EQ(kill(daemon, SIGCONT), 0);
+    EXPECT_EQ(run({"--timeout", "1000", "count"}).output, "1 photo, 0 videos\n");
 }
 
 TEST_F(Commands, TheExitCodeSaysWhatIsWrong) {
