@@ -47,10 +47,14 @@ void printJSON(const JSON &value) {
 void JSONList::add(const JSON &value) {
     std::string indented = isEmpty ? "[\n  " : ",\n  ";
     isEmpty = false;
-    for (const char each : textOf(value)) {
-        indented += each;
-        if (each == '\n') // in texts they are escaped
-            indented += "  ";
+    const std::string text = textOf(value);
+    for (std::size_t begin = 0; begin < text.size();) {
+        const std::size_t end = text.find('\n', begin); // in texts they are escaped
+        indented.append(text, begin, end - begin);
+        if (end == std::string::npos)
+            break;
+        indented += "\n  ";
+        begin = end + 1;
     }
     static_cast<void>(std::fwrite(indented.data(), 1, indented.size(), stdout));
 }

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <future>
 
 #include "cli/DaemonRequests.h"
 #include "cli/StoreLookup.h"
@@ -24,34 +25,49 @@ Failure failLastRequest() {
     return failRequest({kind, text, {}});
 }
 
+Result<AssetPage> askForPage(const AssetQuery &query) {
+    ReleaseScope scope;
+    auto page = JXGatekeeperClient::sharedInstance()->assetsMatchingQuery(query);
+    if (!page)
+        return failLastRequest();
+    return *std::move(page);
+}
+
 } // namespace
 
+// The next page is on its way while the last one is used.
 Result<> forEachAsset(AssetQuery query, std::size_t offset, std::size_t limit,
                       const Handler<void(const ManagedAsset &)> &use) {
-    constexpr std::size_t pageSize = 1'000;
     if (const auto there = requireLibrary(); !there)
         return there;
-    JXGatekeeperClient *client = JXGatekeeperClient::sharedInstance();
-    const AssetFields fields = query.fields;
-    while (limit > 0) {
-        ReleaseScope scope;
-        query.limit = std::min(offset > 0 ? std::min(offset, pageSize) : pageSize, limit);
-        query.fields = offset > 0 ? AssetFields::identity : fields;
-        const auto page = client->assetsMatchingQuery(query);
+    constexpr std::size_t pageSize = 1'000;
+    const auto asked = [&, fields = query.fields] {
+        const bool isPassedOver = offset > 0;
+        query.limit = std::min(isPassedOver ? std::min(offset, pageSize) : pageSize, limit);
+        query.fields = isPassedOver ? AssetFields::identity : fields;
+        return std::async(std::launch::async, [query = query] { return askForPage(query); });
+    };
+    if (limit == 0)
+        return {};
+    auto coming = asked();
+    for (;;) {
+        const auto page = coming.get();
         if (!page)
-            return failLastRequest();
-        if (offset > 0) {
-            offset -= std::min(offset, page->assets.size());
-        } else {
-            for (const Ref<ManagedAsset> &each : page->assets)
-                use(*each);
-            limit -= page->assets.size();
-        }
-        if (page->next.empty())
-            break;
+            return passOn(page);
+        const bool isPassedOver = offset > 0;
+        (isPassedOver ? offset : limit) -= page->assets.size();
         query.cursor = page->next;
+        const bool goesOn = !page->next.empty() && limit > 0;
+        if (goesOn)
+            coming = asked();
+        for (const Ref<ManagedAsset> &each : page->assets)
+            if (!isPassedOver) {
+                ReleaseScope scope;
+                use(*each);
+            }
+        if (!goesOn)
+            return {};
     }
-    return {};
 }
 
 Result<Ref<ManagedAlbum>> askForAlbum(const std::string &name) {
