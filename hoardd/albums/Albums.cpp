@@ -12,7 +12,7 @@
 #include "hoardd/library/Lookup.h"
 #include "hoardd/library/State.h"
 #include "wickerlane/log/JXLog.h"
-#include "wickerlane/store/Soundness.h"
+#include "wickerlane/model/RecordFaults.h"
 
 namespace wickerlane::hoardd {
 
@@ -190,7 +190,7 @@ Result<> addToAlbum(Library &library, const ManagedAsset &asset, const ManagedAl
 }
 
 Result<> renameAlbum(Library &library, std::string_view uuid, std::string_view name) {
-    if (name.empty() || name.size() > maxAlbumNameBytes || !store::isText(name))
+    if (name.empty() || name.size() > maxAlbumNameBytes || !isText(name))
         return fail(ProblemKind::invalid, "an album's name must be a text of 1 to 1024 bytes");
     const MutexLock lock(library.albumNotesLock());
     const auto found = albumWithUUID(library, uuid);

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "wickerlane/store/Soundness.h"
+#include "wickerlane/model/RecordFaults.h"
 
 namespace wickerlane::hoardd {
 
@@ -48,7 +48,7 @@ BulletinRecord readBulletin(const Statement &row) {
 bool isSound(const BulletinRecord &bulletin) {
     for (const std::string *text : {&bulletin.albumUUID, &bulletin.albumName, &bulletin.assetUUID,
                                     &bulletin.assetFilename, &bulletin.sender})
-        if (!store::isText(*text))
+        if (!isText(*text))
             return false;
     return std::isfinite(bulletin.date) && std::isfinite(bulletin.originalDate);
 }

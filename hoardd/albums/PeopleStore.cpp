@@ -1,7 +1,7 @@
 #include "hoardd/albums/PeopleStore.h"
 
 #include "hoardd/library/Clock.h"
-#include "wickerlane/store/Soundness.h"
+#include "wickerlane/model/RecordFaults.h"
 
 namespace wickerlane::hoardd {
 
@@ -28,7 +28,7 @@ Result<std::optional<std::string>> emailAddress(Database &database, std::int64_t
     auto address = database.prepare("SELECT address FROM zemail WHERE key = ?")
                        .bind(key)
                        .first([](const Statement &row) { return std::string(row.text(0)); });
-    if (address && *address && !store::isText(**address))
+    if (address && *address && !isText(**address))
         address->reset();
     return address;
 }

@@ -8,10 +8,10 @@
 #include "hoardd/library/StoreIdentity.h"
 #include "hoardd/library/TrashStore.h"
 #include "wickerlane/log/JXLog.h"
+#include "wickerlane/model/RecordFaults.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/store/AssetColumns.h"
 #include "wickerlane/store/Schema.h"
-#include "wickerlane/store/Soundness.h"
 
 namespace wickerlane::hoardd {
 
@@ -358,7 +358,7 @@ Result<std::optional<AssetRecord>> Store::findSum(const Sha256 &sum) {
         auto found = database.prepare(std::string(store::selectAssets) + condition)
                          .bind(Bytes(sum))
                          .first(store::readRecord);
-        if (!found || (*found && store::faultOf(**found).empty()))
+        if (!found || (*found && faultOf(**found).empty()))
             return found;
     }
     return std::optional<AssetRecord>();

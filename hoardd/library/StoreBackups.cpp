@@ -11,8 +11,8 @@
 #include <thread>
 
 #include "hoardd/library/DurableFolders.h"
+#include "wickerlane/model/RecordFaults.h"
 #include "wickerlane/store/Schema.h"
-#include "wickerlane/store/Soundness.h"
 #include "wickerlane/store/Sqlite.h"
 
 namespace wickerlane::hoardd {
@@ -100,7 +100,7 @@ Result<> checkStoreFile(const std::string &path) {
     const auto uuid = database->prepare("SELECT uuid FROM zlibrary").first([](const sqlite::Statement &row) {
         return std::string(row.text(0));
     });
-    if (!uuid || !store::isUUID(uuid->value_or("")))
+    if (!uuid || !isUUID(uuid->value_or("")))
         return fail(ProblemKind::damagedStore, path + " has no identity", path);
     return {};
 }

@@ -1,9 +1,9 @@
 #include "hoardd/library/StoreIdentity.h"
 
 #include "hoardd/library/StoreBackups.h"
+#include "wickerlane/model/RecordFaults.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
-#include "wickerlane/store/Soundness.h"
 
 namespace wickerlane::hoardd {
 
@@ -17,14 +17,14 @@ std::optional<std::string> identityIn(Database &database) {
     });
     if (all)
         for (const std::string &each : *all)
-            if (store::isUUID(each))
+            if (isUUID(each))
                 return each;
     return std::nullopt;
 }
 
 std::string formerIdentity(const LibraryPaths &paths, const NotedRows &notes) {
     for (const auto &[name, columns] : notes)
-        if (name.first == "zlibrary" && store::isUUID(name.second))
+        if (name.first == "zlibrary" && isUUID(name.second))
             return name.second;
     for (const std::string &backup : storeBackups(paths))
         if (auto database = Database::open(backup, Database::Access::read))

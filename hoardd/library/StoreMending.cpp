@@ -16,13 +16,13 @@
 #include "hoardd/library/StoreSalvage.h"
 #include "hoardd/library/TrashStore.h"
 #include "wickerlane/log/JXLog.h"
+#include "wickerlane/model/RecordFaults.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/object/Paths.h"
 #include "wickerlane/store/AssetColumns.h"
 #include "wickerlane/store/KeptSums.h"
 #include "wickerlane/store/Schema.h"
-#include "wickerlane/store/Soundness.h"
 
 namespace wickerlane::hoardd {
 
@@ -187,7 +187,7 @@ private:
         const auto read =
             database.prepare(std::string(store::selectAssets)).forEach([&](const Statement &row) {
                 const AssetRecord record = store::readRecord(row);
-                if (!store::faultOf(record).empty())
+                if (!faultOf(record).empty())
                     unsound.push_back(record.primaryKey);
             });
         if (!read)

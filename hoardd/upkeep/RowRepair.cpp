@@ -10,6 +10,7 @@
 #include "hoardd/library/TrashStore.h"
 #include "wickerlane/log/JXLog.h"
 #include "wickerlane/model/AssetDetails.h"
+#include "wickerlane/model/RecordFaults.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/store/AssetColumns.h"
 #include "wickerlane/store/Soundness.h"
@@ -24,9 +25,9 @@ namespace {
 
 /// The text, or what was noted of it; else with a replacement for what is none.
 std::string textOf(std::string text, const std::string &noted) {
-    if (store::isText(text))
+    if (isText(text))
         return text;
-    if (!noted.empty() && store::isText(noted))
+    if (!noted.empty() && isText(noted))
         return noted;
     std::erase(text, '\0');
     auto mended = MutableString::create();
@@ -47,9 +48,9 @@ std::string originalNamed(const store::LibraryPaths &paths, const std::string &u
 }
 
 AssetRecord mended(const store::LibraryPaths &paths, const NotedRows &notes, AssetRecord asset) {
-    if (!store::isUUID(asset.uuid))
+    if (!isUUID(asset.uuid))
         asset.uuid = asset.filename.substr(0, 36);
-    if (!store::isUUID(asset.uuid))
+    if (!isUUID(asset.uuid))
         return asset;
     if (const std::string name = originalNamed(paths, asset.uuid); !name.empty()) {
         asset.directory = store::LibraryPaths::directoryOfOriginal(asset.uuid);
@@ -84,7 +85,7 @@ AssetRecord mended(const store::LibraryPaths &paths, const NotedRows &notes, Ass
 }
 
 Result<> replaceAsset(Database &database, const AssetRecord &asset) {
-    if (!store::faultOf(asset).empty())
+    if (!faultOf(asset).empty())
         return database.prepare("DELETE FROM zgenericasset WHERE pk = ?").bind(asset.primaryKey).run();
     return database
         .prepare("UPDATE zgenericasset SET uuid = ?2, directory = ?3, filename = ?4, originalfilename = ?5, "
@@ -99,13 +100,13 @@ Result<> replaceAsset(Database &database, const AssetRecord &asset) {
 }
 
 Result<> replaceAlbum(Database &database, AlbumRecord album) {
-    if (!store::isUUID(album.uuid))
+    if (!isUUID(album.uuid))
         album.uuid = UUID::createRandom()->uuidString()->utf8();
-    if (!store::isText(album.name)) // no two have the same
+    if (!isText(album.name)) // no two have the same
         album.name = textOf(album.name, {}) + ' ' + album.uuid.substr(0, 8);
     if (!std::isfinite(album.dateCreated))
         album.dateCreated = secondsNow();
-    const std::optional<std::string_view> stream = album.streamID.empty() || !store::isText(album.streamID)
+    const std::optional<std::string_view> stream = album.streamID.empty() || !isText(album.streamID)
                                                        ? std::nullopt
                                                        : std::optional<std::string_view>(album.streamID);
     return database
@@ -140,7 +141,7 @@ Result<> mendTexts(Database &database) {
 
 template <class Record>
 void keepUnsound(std::vector<Record> &records) {
-    std::erase_if(records, [](const Record &each) { return store::faultOf(each).empty(); });
+    std::erase_if(records, [](const Record &each) { return faultOf(each).empty(); });
 }
 
 } // namespace

@@ -17,10 +17,10 @@
 #include "hoardd/service/LowPriority.h"
 #include "hoardd/upkeep/ScrubStore.h"
 #include "wickerlane/log/JXLog.h"
+#include "wickerlane/model/RecordFaults.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/store/Schema.h"
 #include "wickerlane/store/Sha256Internal.h"
-#include "wickerlane/store/Soundness.h"
 
 namespace wickerlane::hoardd {
 
@@ -116,7 +116,7 @@ private:
         made.file.fault = OriginalFault::none;
         made.file.detail.clear();
         made.file.date = now;
-        if (!store::faultOf(made.file.asset).empty())
+        if (!faultOf(made.file.asset).empty())
             return made; // a check finds the row
         const std::string path = made.file.path(library.paths());
         struct stat before {};

@@ -1,4 +1,5 @@
 #include "wickerlane/client/ClientInternal.h"
+#include "wickerlane/model/RecordFaults.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/protocol/QueryCoding.h"
 #include "wickerlane/protocol/QueryRows.h"
@@ -51,8 +52,11 @@ std::optional<AssetPage> JXGatekeeperClient::assetsMatchingQuery(const AssetQuer
     page.assets.reserve(records.size());
     const std::string storeUUID = textOf(reply.get(keys::storeUUID));
     const std::string folder = pathUnderRoot(mediaFolder);
-    for (AssetRecord &each : records)
+    for (AssetRecord &each : records) {
+        if (!faultOf(each).empty() || !isUUID(storeUUID))
+            return orFailure(std::optional<AssetPage>());
         page.assets.push_back(ManagedAsset::create(std::move(each), folder, storeUUID));
+    }
     return page;
 }
 
@@ -80,8 +84,12 @@ std::optional<std::vector<Ref<ManagedAlbum>>> JXGatekeeperClient::albums() {
         return std::nullopt;
     std::vector<Ref<ManagedAlbum>> albums;
     albums.reserve(records->size());
-    for (AlbumRecord &each : *records)
-        albums.push_back(ManagedAlbum::create(std::move(each), textOf(reply.get(keys::storeUUID))));
+    const std::string storeUUID = textOf(reply.get(keys::storeUUID));
+    for (AlbumRecord &each : *records) {
+        if (!faultOf(each).empty() || !isUUID(storeUUID))
+            return orFailure(std::optional<std::vector<Ref<ManagedAlbum>>>());
+        albums.push_back(ManagedAlbum::create(std::move(each), storeUUID));
+    }
     return albums;
 }
 

@@ -11,6 +11,7 @@
 #include <unordered_set>
 #include <utility>
 
+#include "wickerlane/model/RecordFaults.h"
 #include "wickerlane/platform/object/Paths.h"
 #include "wickerlane/store/AssetColumns.h"
 #include "wickerlane/store/CompanionReader.h"

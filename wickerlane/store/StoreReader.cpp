@@ -8,11 +8,11 @@
 #include <map>
 
 #include "wickerlane/model/AssetURL.h"
+#include "wickerlane/model/RecordFaults.h"
 #include "wickerlane/platform/object/Mutex.h"
 #include "wickerlane/store/AssetColumns.h"
 #include "wickerlane/store/QueryPlan.h"
 #include "wickerlane/store/Schema.h"
-#include "wickerlane/store/Soundness.h"
 
 namespace wickerlane::store {
 
