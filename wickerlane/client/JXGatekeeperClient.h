@@ -178,6 +178,23 @@ public:
     [[nodiscard]] std::optional<wickerlane::DuplicatesPage>
     duplicatesMatchingQuery(const wickerlane::DuplicatesQuery &query);
 
+    // Saving, albums and deletion for callers that wait. These too are additions: lastError() says why one
+    // has failed, which the handlers of the original operations don't. All block.
+
+    /// saveAssetWithJobDictionary: — saves one asset; the job has the keys of JobKeys.h. The result
+    /// dictionary; null on failure, and for a job that hoardd refused.
+    [[nodiscard]] wickerlane::Dictionary *saveAsset(wickerlane::Dictionary *jobDictionary);
+
+    /// addGroupWithName: — creates an album. Its URL; null on failure.
+    [[nodiscard]] wickerlane::URL *addAlbum(wickerlane::String *name);
+
+    /// addAssetWithURL:toAlbumWithUUID: — adds an asset to an album. False on failure.
+    [[nodiscard]] bool addAsset(wickerlane::URL *assetURL, wickerlane::String *toAlbumWithUUID);
+
+    /// deleteAssetWithURL: — moves an asset to the trash, from where it can be had again for 30 days. False
+    /// on failure. Needs the entitlement JXDeleteAssetsEntitlement.
+    [[nodiscard]] bool deleteAsset(wickerlane::URL *assetURL);
+
     // Saving assets.
 
     /// saveAssetWithJobDictionary:handler:imageSurface:previewImageSurface: — saves one asset. The job
