@@ -4,6 +4,7 @@
 #include <cmath>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <limits>
 
 #include "tests/api/FromC.h"
@@ -189,6 +190,44 @@ TEST_F(EntryPoints, EachRequestedSizeIsReportedOnce) {
     fake.delivered->wait();
     queue->sync([] {});
     EXPECT_EQ(seen, (Sizes{{1, unknown}, {8, unknown}}));
+}
+
+TEST_F(EntryPoints, RepliesThatAreNoErrorMayStillRefuse) {
+    const auto data = Ref<WLData>::adopt(WLDataCreate("a", 1));
+    const auto job = Ref<WLSaveJob>::adopt(WLSaveJobCreateWithData(data.get()));
+    AssetRecord record;
+    record.uuid = "00000000-0000-4000-8000-000000000001";
+    const auto asset = ManagedAsset::create(record, "/", "STORE");
+    WLError *error = nullptr;
+    const auto save = [&] { return WLSaveJobRun(job.get(), &error) != nullptr; };
+    const auto addAlbum = [&] { return WLAlbumAdd("a", &error) != nullptr; };
+    const auto remove = [&] { return WLAssetDelete(asset.get(), &error); };
+    const struct {
+        std::vector<const char *> keys; ///< Those that are true.
+        std::function<bool()> ask;
+        std::int64_t code;
+    } cases[] = {
+        {{}, save, WLErrorFailed},
+        {{"noData"}, save, WLErrorEmpty},
+        {{"jobQueueFull"}, save, WLErrorQueueFull},
+        {{}, addAlbum, WLErrorFailed},
+        {{"nameTaken"}, addAlbum, WLErrorExists},
+        {{}, remove, WLErrorRefused},
+        {{"hasEntitlement"}, remove, WLErrorFailed},
+        {{}, [&] { return WLAlbumAddAsset("a", asset.get(), &error); }, WLErrorFailed},
+        {{}, [&] { return WLAssetOpenOriginal(asset.get(), &error) >= 0; }, WLErrorFailed},
+        {{}, [&] { return WLAssetCreatePicture(asset.get(), 0, &error) != nullptr; }, WLErrorFailed},
+    };
+    for (const auto &[keys, ask, code] : cases) {
+        answerWith([&](MessageDictionary *reply) {
+            for (const char *key : keys)
+                reply->setBool(key, true);
+        });
+        error = nullptr;
+        EXPECT_FALSE(ask()) << fake.sent.back().text;
+        ASSERT_NE(error, nullptr) << fake.sent.back().text;
+        EXPECT_EQ(WLErrorCode(error), code) << fake.sent.back().text;
+    }
 }
 
 TEST_F(EntryPoints, MigrationIsEstimatedByTheStoresCount) {

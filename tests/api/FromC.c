@@ -110,7 +110,7 @@ static const char *faultOfErrors(void) {
     return NULL;
 }
 
-static const char *faultOfQueries(void) {
+static const char *faultOfTheLibrary(void) {
     WLAssetQuery *query = WLAssetQueryCreate();
     WLError *error = NULL;
     CHECK(WLAssetPageCreate(query, &error) == NULL && WLErrorCode(error) == WLErrorUnreachable);
@@ -125,6 +125,22 @@ static const char *faultOfQueries(void) {
     CHECK(WLDuplicatesPageCreateNext(NULL, &error) == NULL && error == NULL);
     CHECK(WLDuplicatesPageCreate(3, 1, &error) == NULL && WLErrorCode(error) == WLErrorInvalid);
     WLRelease(query);
+
+    CHECK(WLAssetOpenOriginal(NULL, &error) == -1 && WLErrorCode(error) == WLErrorInvalid);
+    CHECK(WLAssetCreatePicture(NULL, WLPictureOriginal, &error) == NULL && error != NULL);
+    CHECK(!WLAssetDelete(NULL, &error) && WLErrorCode(error) == WLErrorInvalid);
+    CHECK(WLAlbumAdd("a", &error) == NULL && WLErrorCode(error) == WLErrorUnreachable);
+    WLData *data = WLDataCreate("abc", 3);
+    CHECK(WLDataLength(data) == 3 && memcmp(WLDataBytes(data), "abc", 3) == 0 && WLAsData(data) == data);
+    CHECK(WLDataCreate(NULL, 1) == NULL && WLDataBytes(NULL) == NULL && WLDataLength(NULL) == 0);
+    WLSaveJob *job = WLSaveJobCreateWithData(data);
+    CHECK(WLSaveJobRun(job, &error) == NULL && WLErrorCode(error) == WLErrorUnreachable);
+    WLRelease(job);
+    WLRelease(data);
+    WLSaveJobSetDateCreated(NULL, 1);
+    WLSaveJobSetUnlessPresent(NULL, true);
+    CHECK(WLSavedAssetUUID(NULL) == NULL && WLSavedAssetURL(NULL) == NULL);
+    CHECK(!WLSavedAssetWasPresent(NULL) && WLSavedAssetProblem(NULL) == NULL);
 
     WLAssetQuerySetKind(NULL, WLAssetKindVideo);
     WLAssetQuerySetName(NULL, "a");
@@ -161,7 +177,7 @@ const char *faultOfAccessors(void) {
     if (fault == NULL)
         fault = faultOfErrors();
     if (fault == NULL)
-        fault = faultOfQueries();
+        fault = faultOfTheLibrary();
     if (fault == NULL)
         fault = faultOfConstants();
     WLScopePop(scope);

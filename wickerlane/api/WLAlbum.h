@@ -5,7 +5,7 @@
 #ifndef WICKERLANE_API_WLALBUM_H
 #define WICKERLANE_API_WLALBUM_H
 
-#include "wickerlane/api/WLTypes.h"
+#include "wickerlane/api/WLAsset.h"
 
 #if WL_HAS_CLASSES
 #include "wickerlane/model/ManagedAlbum.h"
@@ -42,5 +42,25 @@ WL_EXTERN_C WLURL *WLAlbumURL(const WLAlbum *album);
 
 /// The URI of its object ID. Null for null.
 WL_EXTERN_C WLURL *WLAlbumObjectID(const WLAlbum *album);
+
+// Changes. Each names an album by its UUID. They return false, or null, on failure, and `error` is as above;
+// a text that is null or not UTF-8 is WLErrorInvalid. An album that was had before stays as it was. All
+// block.
+
+/// Makes an album. Its UUID, borrowed; null on failure: WLErrorExists when there is one of that name.
+WL_EXTERN_C WLString *WLAlbumAdd(const char *name, WLError **error);
+
+/// Gives an album another name, of 1 to 1024 bytes. WLErrorExists when another album has it.
+WL_EXTERN_C bool WLAlbumRename(const char *uuid, const char *name, WLError **error);
+
+/// Deletes an album; its assets stay in the library.
+WL_EXTERN_C bool WLAlbumDelete(const char *uuid, WLError **error);
+
+/// Adds an asset; one that it has already is no failure.
+WL_EXTERN_C bool WLAlbumAddAsset(const char *uuid, const WLAsset *asset, WLError **error);
+
+/// Takes assets out: an array of 1 to 10,000 WLAsset objects; other objects, and assets that are not in it,
+/// are ignored. The assets stay in the library.
+WL_EXTERN_C bool WLAlbumRemoveAssets(const char *uuid, WLArray *assets, WLError **error);
 
 #endif

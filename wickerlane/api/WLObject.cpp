@@ -47,6 +47,10 @@ WLNumber *WLAsNumber(WLObject *object) {
     return as<Number>(object);
 }
 
+WLData *WLAsData(WLObject *object) {
+    return as<Data>(object);
+}
+
 WLArray *WLAsArray(WLObject *object) {
     return as<Array>(object);
 }

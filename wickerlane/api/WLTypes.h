@@ -33,6 +33,7 @@
 #if WL_HAS_CLASSES
 
 #include "wickerlane/platform/object/Array.h"
+#include "wickerlane/platform/object/Data.h"
 #include "wickerlane/platform/object/Dictionary.h"
 #include "wickerlane/platform/object/Error.h"
 #include "wickerlane/platform/object/Number.h"
@@ -43,6 +44,7 @@ using WLObject = wickerlane::Object;
 using WLString = wickerlane::String;
 using WLURL = wickerlane::URL;
 using WLNumber = wickerlane::Number;
+using WLData = wickerlane::Data;
 using WLArray = wickerlane::Array;
 using WLDictionary = wickerlane::Dictionary;
 using WLError = wickerlane::Error;
@@ -54,6 +56,7 @@ typedef void WLObject; ///< Any of the following.
 typedef struct WLString WLString;
 typedef struct WLURL WLURL;
 typedef struct WLNumber WLNumber;
+typedef struct WLData WLData;
 typedef struct WLArray WLArray;
 typedef struct WLDictionary WLDictionary;
 typedef struct WLError WLError;

@@ -61,3 +61,15 @@ uint64_t WLNumberUInt64(const WLNumber *number) {
 double WLNumberDouble(const WLNumber *number) {
     return number != nullptr ? number->doubleValue() : 0;
 }
+
+WLData *WLDataCreate(const void *bytes, size_t length) {
+    return bytes != nullptr || length == 0 ? Data::create(bytes, length).leak() : nullptr;
+}
+
+const void *WLDataBytes(const WLData *data) {
+    return data != nullptr ? data->bytes() : nullptr;
+}
+
+size_t WLDataLength(const WLData *data) {
+    return data != nullptr ? data->length() : 0;
+}

@@ -1,4 +1,4 @@
-// Strings, URLs and numbers.
+// Strings, URLs, numbers and bytes.
 #ifndef WICKERLANE_API_WLVALUES_H
 #define WICKERLANE_API_WLVALUES_H
 
@@ -38,5 +38,15 @@ WL_EXTERN_C bool WLNumberBool(const WLNumber *number);
 WL_EXTERN_C int64_t WLNumberInt64(const WLNumber *number);
 WL_EXTERN_C uint64_t WLNumberUInt64(const WLNumber *number);
 WL_EXTERN_C double WLNumberDouble(const WLNumber *number);
+
+/// A copy of `length` bytes, which may be none. Null for null bytes with a length.
+WL_EXTERN_C WLData *WLDataCreate(const void *bytes, size_t length);
+
+/// The bytes, which live as long as the data and must not be changed. Null for null, and may be null when
+/// there are none.
+WL_EXTERN_C const void *WLDataBytes(const WLData *data);
+
+/// How many bytes there are; 0 for null.
+WL_EXTERN_C size_t WLDataLength(const WLData *data);
 
 #endif

@@ -5,6 +5,7 @@
 #include "wickerlane/api/RZLibrary.h"
 #include "wickerlane/api/WLAlbum.h"
 #include "wickerlane/api/WLAsset.h"
+#include "wickerlane/api/WLAssetData.h"
 #include "wickerlane/api/WLAssetQuery.h"
 #include "wickerlane/api/WLCollections.h"
 #include "wickerlane/api/WLError.h"
@@ -12,6 +13,7 @@
 #include "wickerlane/api/WLNPersistentURL.h"
 #include "wickerlane/api/WLObject.h"
 #include "wickerlane/api/WLQueue.h"
+#include "wickerlane/api/WLSave.h"
 #include "wickerlane/api/WLTypes.h"
 #include "wickerlane/api/WLValues.h"
 
