@@ -111,14 +111,17 @@ Result<> takeOut(Database &database, const AlbumRecord &album, std::span<const s
     return {};
 }
 
-/// Whether the store lacked the album.
-Result<bool> restoreAlbum(Database &database, const NotedAlbum &noted) {
+Result<> insertNotedAssets(Database &database, const NotedAlbum &noted) {
+    return insertAlbumAssets(database, noted.album.uuid, noted.assets, secondsNow());
+}
+
+Result<> restoreAlbum(Database &database, const NotedAlbum &noted, bool isMended) {
     AlbumRecord album = noted.album;
     const auto isPresent = hasAlbum(database, album.uuid);
     if (!isPresent)
         return passOn(isPresent);
     if (*isPresent)
-        return false;
+        return isMended ? insertNotedAssets(database, noted) : Result<>();
     // The name may have gone to another album meanwhile, and the stream as well.
     const auto ofStream = albumOfStream(database, album.streamID);
     const auto name = freeAlbumName(database, album.name);
@@ -129,12 +132,21 @@ Result<bool> restoreAlbum(Database &database, const NotedAlbum &noted) {
     if (*ofStream)
         album.streamID.clear();
     album.name = *name;
-    const auto inserted = insertAlbum(database, album).and_then([&] {
-        return insertAlbumAssets(database, album.uuid, noted.assets, secondsNow());
-    });
-    if (!inserted)
-        return passOn(inserted);
-    return true;
+    return insertAlbum(database, album).and_then([&] { return insertNotedAssets(database, noted); });
+}
+
+Result<> recreateAlbums(Library &library, bool isMended) {
+    FailureCount failures;
+    for (const NotedAlbum &noted : readAlbumNotes(library.paths())) {
+        const auto restored = library.writer().change(
+            [&](Database &database) { return restoreAlbum(database, noted, isMended); });
+        if (restored)
+            continue;
+        JX_LOG(JXLogLevelError, JXPhotosStateLog, "can't make the album %s again: %s",
+               noted.album.name.c_str(), restored.error().text.c_str());
+        failures.add(noted.album.name, restored.error());
+    }
+    return failures.result("albums could not be made again");
 }
 
 } // namespace
@@ -255,17 +267,11 @@ Result<> deleteAlbumIfEmpty(Library &library, std::int64_t album) {
 }
 
 Result<> recreateAlbums(Library &library) {
-    FailureCount failures;
-    for (const NotedAlbum &noted : readAlbumNotes(library.paths())) {
-        const auto restored =
-            library.writer().change([&](Database &database) { return restoreAlbum(database, noted); });
-        if (restored)
-            continue;
-        JX_LOG(JXLogLevelError, JXPhotosStateLog, "can't make the album %s again: %s",
-               noted.album.name.c_str(), restored.error().text.c_str());
-        failures.add(noted.album.name, restored.error());
-    }
-    return failures.result("albums could not be made again");
+    return recreateAlbums(library, false);
+}
+
+Result<> recreateAlbumsOfMendedStore(Library &library) {
+    return recreateAlbums(library, true);
 }
 
 } // namespace wickerlane::hoardd

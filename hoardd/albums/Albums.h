@@ -50,6 +50,10 @@ inline constexpr std::size_t maxAlbumNameBytes = 1024;
 /// the store has. An album that can't be made doesn't stop the others.
 [[nodiscard]] Result<> recreateAlbums(Library &library);
 
+/// The same for a store that was made again: its albums also get back the assets that they lack. What was
+/// taken out of an album after the copy of which the store was made may be in it again.
+[[nodiscard]] Result<> recreateAlbumsOfMendedStore(Library &library);
+
 } // namespace wickerlane::hoardd
 
 #endif

@@ -91,7 +91,7 @@ Result<Library *> openMended(LibraryFolder &folder) {
     if (!mended)
         return passOn(mended);
     if (mended->isChanged)
-        if (const auto recreated = recreateAlbums(*mended->library); !recreated)
+        if (const auto recreated = recreateAlbumsOfMendedStore(*mended->library); !recreated)
             return passOn(recreated);
     return mended->library;
 }

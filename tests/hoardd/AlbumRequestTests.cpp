@@ -27,6 +27,22 @@ protected:
         message->setString("albumUUID", albumUUID);
         return answer(message.get())->getBool("success");
     }
+    /// Asks for a change of an album. Gives the kind of the error, or -1.
+    [[nodiscard]] std::int64_t change(std::int64_t code, const std::string &uuid, const char *name,
+                                      const std::vector<std::string> &photos) const {
+        const auto message = request(code);
+        message->setString("albumUUID", uuid);
+        if (name != nullptr)
+            message->setString("name", name);
+        const auto texts = MutableArray::create();
+        for (const std::string &each : photos)
+            texts->append(String::of(each));
+        if (code == 1037)
+            JXMsgDictionarySetArray(message.get(), "photoUUIDs", texts.get());
+        const auto reply = ask(message.get());
+        const auto *error = as<MessageError>(reply.get());
+        return error != nullptr ? error->errorKind() : -1;
+    }
     Ref<MessageDictionary> askFor(std::int64_t code, const std::string &assetURL) const {
         const auto message = request(code);
         message->setString("assetURL", assetURL);
@@ -97,21 +113,6 @@ TEST_F(Album, IsRenamedEmptiedAndDeletedByRequests) {
     const auto trip = album("Trip");
     const auto *one = saveData(pngOf(fourCorners(4, 4)));
     EXPECT_TRUE(add(textIn(one, "assetURL"), trip.uuid));
-    const auto change = [&](std::int64_t code, const std::string &uuid, const char *name,
-                            const std::vector<std::string> &photos) {
-        const auto message = request(code);
-        message->setString("albumUUID", uuid.c_str());
-        if (name != nullptr)
-            message->setString("name", name);
-        const auto texts = MutableArray::create();
-        for (const std::string &each : photos)
-            texts->append(String::of(each));
-        if (code == 1037)
-            JXMsgDictionarySetArray(message.get(), "photoUUIDs", texts.get());
-        const auto reply = ask(message.get());
-        const auto *error = as<MessageError>(reply.get());
-        return error != nullptr ? error->errorKind() : -1;
-    };
     const std::string absent = "0000000A-0000-4000-8000-00000000ABCD", photo = textIn(one, "uuid");
     constexpr std::int64_t done = -1, invalid = 1, notFound = 2, exists = 6;
     EXPECT_EQ(change(1035, trip.uuid, "Dunes", {}), exists);
@@ -171,6 +172,32 @@ TEST_F(Album, ComesBackWithARestore) {
     EXPECT_EQ(store->assets()->count(), assets.size());
     EXPECT_EQ(album("Trip").uuid, trip.uuid);
     EXPECT_EQ(store->assets({.album = album("Trip").primaryKey})->count(), assets.size());
+    EXPECT_EQ(findings(), 0U);
+}
+
+// What was answered is known beside the store: the kill comes at once, and the store is lost.
+TEST_F(Album, ComesBackAsItWasChangedLastAfterAKill) {
+    ReleaseScope scope;
+    addGroup("Trip");
+    addGroup("Gone");
+    const auto trip = album("Trip"), gone = album("Gone");
+    const auto *one = saveData(jpegOf(fourCorners(40, 20))), *two = saveData(jpegOf(fourCorners(50, 20)));
+    for (const auto *each : {one, two})
+        for (const std::string &uuid : {trip.uuid, gone.uuid})
+            ASSERT_TRUE(add(textIn(each, "assetURL"), uuid));
+    ASSERT_EQ(change(1035, trip.uuid, "Sea", {}), -1);
+    ASSERT_EQ(change(1037, trip.uuid, nullptr, {textIn(one, "uuid")}), -1);
+    ASSERT_EQ(change(1036, gone.uuid, nullptr, {}), -1);
+    end(daemon(), SIGKILL);
+    connection = connect();
+    for (const char *part : {"", "-wal", "-shm"})
+        fs::remove(paths.database() + part);
+    fs::remove_all(paths.folder() + "/PhotoData/Backups");
+    EXPECT_EQ(refusal(request(27).get()), "");
+    EXPECT_EQ(album("Sea").uuid, trip.uuid);
+    EXPECT_EQ(album("Sea").assetCount, 1U);
+    EXPECT_EQ(album("Trip").uuid + album("Gone").uuid, "");
+    EXPECT_EQ(photos(), 2U);
     EXPECT_EQ(findings(), 0U);
 }
 
