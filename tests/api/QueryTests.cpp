@@ -50,13 +50,6 @@ protected:
             names.push_back(WLStringText(WLErrorText(error)));
         return names;
     }
-    void setDetails(const Dictionary *saved, Dictionary *details) const {
-        auto message = request(1040);
-        JXMsgDictionarySetDictionary(message.get(), "properties", details);
-        JXMsgDictionarySetArray(message.get(), "photoUUIDs", Array::of({String::of(textIn(saved, "uuid"))}));
-        static_cast<void>(answer(message.get()));
-    }
-
     ReleaseScope scope;
 };
 
@@ -77,11 +70,15 @@ TEST_F(CQueries, GiveWhatFitsEachCondition) {
     const Dictionary *first = saveOnDay(1, "first.jpg", jpegOf(scene(64, 48, 1), exif));
     const Dictionary *second = saveOnDay(2, "second.png", pngOf(fourCorners(8, 8)));
     const Dictionary *third = saveOnDay(3, "third.jpg", jpegOf(fourCorners(16, 12)));
-    setDetails(second, Dictionary::createWithKeys({{"favourite", Number::of(true)},
-                                                   {"hidden", Number::of(true)},
-                                                   {"rating", Number::of(4)},
-                                                   {"caption", String::of("a dune")}})
-                           .get());
+    const auto details = Ref<WLAssetDetails>::adopt(WLAssetDetailsCreate());
+    WLAssetDetailsSetFavourite(details.get(), true);
+    WLAssetDetailsSetHidden(details.get(), true);
+    WLAssetDetailsSetRating(details.get(), 4);
+    EXPECT_TRUE(WLAssetDetailsSetCaption(details.get(), "a dune"));
+    const auto applied = Ref<WLAssetQuery>::adopt(WLAssetQueryCreate());
+    WLAssetQuerySetIdentity(applied.get(), textIn(second, "uuid").c_str());
+    const auto chosen = Ref<WLAssetPage>::adopt(WLAssetPageCreate(applied.get(), nullptr));
+    EXPECT_TRUE(WLAssetDetailsApply(details.get(), Array::of({WLAssetPageGet(chosen.get(), 0)}), nullptr));
     const std::string album = "Dunes";
     auto addAlbum = request(11);
     addAlbum->setString("name", album);
@@ -200,6 +197,31 @@ TEST_F(CQueries, GoOnFromACursorAndAskForFields) {
     EXPECT_EQ(countFromOldCpp(), 3);
 }
 
+TEST_F(CQueries, GiveSectionsOfWhatTheyFind) {
+    for (const int day : {1, 2, 40})
+        static_cast<void>(saveOnDay(day, std::to_string(day), pngOf(fourCorners(8, day == 2 ? 16 : 8))));
+    const auto query = Ref<WLAssetQuery>::adopt(WLAssetQueryCreate());
+    WLAssetQuerySetOrder(query.get(), WLAssetOrderDate, true);
+    WLError *error = nullptr;
+    const auto months =
+        Ref<WLAssetSections>::adopt(WLAssetSectionsCreate(query.get(), WLSectionMonth, &error));
+    ASSERT_EQ(WLAssetSectionsCount(months.get()), 2U);
+    EXPECT_EQ(WLAssetSectionsStart(months.get(), 0), 31 * oneDay) << "February comes first";
+    EXPECT_EQ(WLAssetSectionsAssetCount(months.get(), 0), 1U);
+    ASSERT_EQ(WLAssetSectionsAssetCount(months.get(), 1), 2U);
+    const std::uint16_t *shapes = WLAssetSectionsShapes(months.get(), 1);
+    EXPECT_EQ(shapes[0], 500);
+    EXPECT_EQ(shapes[1], 1000);
+    EXPECT_EQ(WLAssetSectionsAssetCount(months.get(), 2), 0U);
+    EXPECT_EQ(WLAssetSectionsShapes(months.get(), 2), nullptr);
+    WLAssetQuerySetUntil(query.get(), 3 * oneDay);
+    const auto days = Ref<WLAssetSections>::adopt(WLAssetSectionsCreate(query.get(), WLSectionDay, &error));
+    EXPECT_EQ(WLAssetSectionsCount(days.get()), 2U);
+    EXPECT_EQ(error, nullptr);
+    EXPECT_EQ(WLAssetSectionsCreate(query.get(), 256, &error), nullptr);
+    EXPECT_EQ(WLErrorCode(error), WLErrorInvalid);
+}
+
 TEST_F(CQueries, GiveAlbumsMomentsAndDuplicates) {
     const FileBytes picture = pngOf(scene(64, 48, 3));
     std::set<std::string> saved;
@@ -259,6 +281,43 @@ TEST_F(CQueries, GiveAlbumsMomentsAndDuplicates) {
         ASSERT_TRUE(some);
         EXPECT_EQ(WLDuplicatesPageCount(some.get()), count) << kind;
     }
+}
+
+TEST_F(CQueries, ShowDetailsThatWereSet) {
+    static_cast<void>(saveOnDay(1, "a.png", pngOf(fourCorners(8, 8))));
+    const auto query = Ref<WLAssetQuery>::adopt(WLAssetQueryCreate());
+    const auto asset = [&] {
+        const auto page = Ref<WLAssetPage>::adopt(WLAssetPageCreate(query.get(), nullptr));
+        return Ref(WLAssetPageGet(page.get(), 0));
+    };
+    WLError *error = nullptr;
+    const auto keywords = [&](void (*set)(WLAssetDetails *, WLArray *),
+                              std::initializer_list<Object *> words) {
+        const auto details = Ref<WLAssetDetails>::adopt(WLAssetDetailsCreate());
+        set(details.get(), Array::of(words));
+        return WLAssetDetailsApply(details.get(), Array::of({asset().get()}), &error);
+    };
+    String *const sand = String::of("sand"), *const sea = String::of("sea"), *const sky = String::of("sky");
+    EXPECT_TRUE(keywords(WLAssetDetailsSetKeywords, {sand, sea}));
+    EXPECT_TRUE(keywords(WLAssetDetailsAddKeywords, {sky}));
+    EXPECT_TRUE(keywords(WLAssetDetailsRemoveKeywords, {sand}));
+    EXPECT_EQ(error, nullptr);
+    EXPECT_STREQ(WLAssetKeywords(asset().get()), "sea\nsky");
+    EXPECT_FALSE(keywords(WLAssetDetailsAddKeywords, {Number::of(1)}));
+    EXPECT_EQ(WLErrorCode(error), WLErrorInvalid);
+
+    const auto details = Ref<WLAssetDetails>::adopt(WLAssetDetailsCreate());
+    EXPECT_FALSE(WLAssetDetailsSetCaption(details.get(), "\xff"));
+    EXPECT_TRUE(WLAssetDetailsSetCaption(details.get(), ""));
+    WLAssetDetailsSetRating(details.get(), 6);
+    EXPECT_FALSE(WLAssetDetailsApply(details.get(), Array::of({asset().get()}), &error));
+    EXPECT_EQ(WLErrorCode(error), WLErrorInvalid);
+    for (WLArray *assets : {static_cast<WLArray *>(nullptr), Array::of({})}) {
+        EXPECT_FALSE(WLAssetDetailsApply(details.get(), assets, &error));
+        EXPECT_EQ(WLErrorCode(error), WLErrorInvalid);
+    }
+    EXPECT_FALSE(WLAssetDetailsApply(nullptr, Array::of({asset().get()}), &error));
+    EXPECT_EQ(WLErrorCode(error), WLErrorInvalid);
 }
 
 /// What a program prints, on both of its outputs, and its status.

@@ -4,6 +4,8 @@ namespace wickerlane {
 
 constinit const Class AssetQueryObject::classInfo{"AssetQuery", &Object::classInfo, nullptr};
 template <>
+constinit const Class SectionsObject::classInfo{"AssetSections", &Object::classInfo, nullptr};
+template <>
 constinit const Class MomentObject::classInfo{"Moment", &Object::classInfo, nullptr};
 template <>
 constinit const Class DuplicatesObject::classInfo{"Duplicates", &Object::classInfo, nullptr};

@@ -50,12 +50,15 @@ private:
     const std::vector<Ref<Item>> held;
 };
 
+using SectionsObject = RecordObject<std::vector<AssetSection>>;
 using MomentObject = RecordObject<MomentRecord>;
 using DuplicatesObject = RecordObject<DuplicatesRecord>;
 using AssetPageObject = PageObject<AssetQuery, ManagedAsset>;
 using MomentPageObject = PageObject<MomentQuery, MomentObject>;
 using DuplicatesPageObject = PageObject<DuplicatesQuery, DuplicatesObject>;
 
+template <>
+const Class SectionsObject::classInfo;
 template <>
 const Class MomentObject::classInfo;
 template <>

@@ -17,6 +17,10 @@ static_assert(isSame(WLAssetOrderDate, AssetOrder::date));
 static_assert(isSame(WLAssetOrderAdded, AssetOrder::added));
 static_assert(isSame(WLAssetOrderSize, AssetOrder::size));
 static_assert(isSame(WLAssetOrderName, AssetOrder::name));
+static_assert(WLSectionDay == static_cast<int>(SectionUnit::day));
+static_assert(WLSectionMonth == static_cast<int>(SectionUnit::month));
+
+constexpr const char *noQuery = "there is no query to ask";
 
 constexpr std::uint64_t bitOf(int field) {
     return std::uint64_t{1} << static_cast<unsigned>(field);
@@ -196,9 +200,8 @@ void WLAssetQueryAddField(WLAssetQuery *query, int field) {
 }
 
 WLAssetPage *WLAssetPageCreate(const WLAssetQuery *query, WLError **error) {
-    return query != nullptr
-               ? create(query->query, error)
-               : failing<WLAssetPage *>(nullptr, ProblemKind::invalid, "there is no query to ask", error);
+    return query != nullptr ? create(query->query, error)
+                            : failing<WLAssetPage *>(nullptr, ProblemKind::invalid, noQuery, error);
 }
 
 WLAssetPage *WLAssetPageCreateNext(const WLAssetPage *page, WLError **error) {
@@ -215,4 +218,28 @@ WLAsset *WLAssetPageGet(const WLAssetPage *page, size_t index) {
 
 const char *WLAssetPageCursor(const WLAssetPage *page) {
     return page != nullptr ? textOrNull(page->next().cursor) : nullptr;
+}
+
+WLAssetSections *WLAssetSectionsCreate(const WLAssetQuery *query, int unit, WLError **error) {
+    if (query == nullptr)
+        return failing<WLAssetSections *>(nullptr, ProblemKind::invalid, noQuery, error);
+    auto sections = JXGatekeeperClient::sharedInstance()->sectionsOfAssets(
+        query->query.filter, valueOf<SectionUnit>(unit), query->query.isDescending);
+    return withLastError(sections ? makeRef<SectionsObject>(*std::move(sections)).leak() : nullptr, error);
+}
+
+size_t WLAssetSectionsCount(const WLAssetSections *sections) {
+    return sections != nullptr ? sections->record().size() : 0;
+}
+
+double WLAssetSectionsStart(const WLAssetSections *sections, size_t index) {
+    return index < WLAssetSectionsCount(sections) ? sections->record()[index].start : 0;
+}
+
+size_t WLAssetSectionsAssetCount(const WLAssetSections *sections, size_t index) {
+    return index < WLAssetSectionsCount(sections) ? sections->record()[index].shapes.size() : 0;
+}
+
+const uint16_t *WLAssetSectionsShapes(const WLAssetSections *sections, size_t index) {
+    return index < WLAssetSectionsCount(sections) ? sections->record()[index].shapes.data() : nullptr;
 }

@@ -27,9 +27,11 @@
 #include "wickerlane/api/QueryObjects.h"
 using WLAssetQuery = wickerlane::AssetQueryObject;
 using WLAssetPage = wickerlane::AssetPageObject;
+using WLAssetSections = wickerlane::SectionsObject;
 #else
 typedef struct WLAssetQuery WLAssetQuery;
 typedef struct WLAssetPage WLAssetPage;
+typedef struct WLAssetSections WLAssetSections;
 #endif
 
 /// By what assets are ordered; those that are equal in it by their age in the library.
@@ -174,5 +176,32 @@ WL_EXTERN_C WLAsset *WLAssetPageGet(const WLAssetPage *page, size_t index);
 /// Where the page that follows begins, for WLAssetQuerySetCursor(), perhaps in another process. It lives as
 /// long as the page. Null for the last page.
 WL_EXTERN_C const char *WLAssetPageCursor(const WLAssetPage *page);
+
+// Sections: the days or months of all assets that a query asks for, so that a view knows its whole height
+// before it has a page. They are immutable; any number of threads may use them.
+
+/// Into what assets are divided, by WLAssetDate().
+enum {
+    WLSectionDay = 0,
+    WLSectionMonth = 1,
+};
+
+/// Asks for the days or months; of the query, only the conditions count, and whether the largest comes first.
+/// Null on failure, and only then. `error` is as above. Blocks.
+WL_EXTERN_C WLAssetSections *WLAssetSectionsCreate(const WLAssetQuery *query, int unit, WLError **error);
+
+/// How many days or months have an asset; 0 for null.
+WL_EXTERN_C size_t WLAssetSectionsCount(const WLAssetSections *sections);
+
+/// When the day or month at an index begins, a date as WLAssetDate(); 0 when there is none.
+WL_EXTERN_C double WLAssetSectionsStart(const WLAssetSections *sections, size_t index);
+
+/// How many assets it has; 0 when there is none.
+WL_EXTERN_C size_t WLAssetSectionsAssetCount(const WLAssetSections *sections, size_t index);
+
+/// The shape of each of its pictures, in the order of the query by date: width divided by height, in
+/// thousandths, at most 65535; 0 when unknown. They live as long as the sections. Null when there is no such
+/// section.
+WL_EXTERN_C const uint16_t *WLAssetSectionsShapes(const WLAssetSections *sections, size_t index);
 
 #endif

@@ -6,6 +6,7 @@
 #include "wickerlane/api/WLAlbum.h"
 #include "wickerlane/api/WLAsset.h"
 #include "wickerlane/api/WLAssetData.h"
+#include "wickerlane/api/WLAssetDetails.h"
 #include "wickerlane/api/WLAssetQuery.h"
 #include "wickerlane/api/WLCollections.h"
 #include "wickerlane/api/WLError.h"
