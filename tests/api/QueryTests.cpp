@@ -5,6 +5,7 @@
 #include <sstream>
 
 #include "tests/api/FromC.h"
+#include "tests/api/ProgramOutcome.h"
 #include "tests/hoardd/RunningHoardd.h"
 #include "wickerlane/api/Wickerlane.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
@@ -318,16 +319,6 @@ TEST_F(CQueries, ShowDetailsThatWereSet) {
     }
     EXPECT_FALSE(WLAssetDetailsApply(nullptr, Array::of({asset().get()}), &error));
     EXPECT_EQ(WLErrorCode(error), WLErrorInvalid);
-}
-
-/// What a program prints, on both of its outputs, and its status.
-std::pair<std::string, int> outcomeOf(const std::string &command) {
-    std::string output;
-    FILE *program = popen((command + " 2>&1").c_str(), "re");
-    for (int c = 0; (c = fgetc(program)) != EOF;)
-        output += static_cast<char>(c);
-    const int status = pclose(program);
-    return {output, WIFEXITED(status) ? WEXITSTATUS(status) : -1};
 }
 
 TEST_F(CQueries, AreShownByAProgramInC) {

@@ -2,6 +2,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "tests/api/ProgramOutcome.h"
 #include "tests/hoardd/RunningHoardd.h"
 #include "wickerlane/api/Wickerlane.h"
 #include "wickerlane/platform/file/Files.h"
@@ -92,6 +93,24 @@ TEST_F(CSaves, SayWhyNothingWasSaved) {
     for (const char *path : {"", "\xff", static_cast<const char *>(nullptr)})
         EXPECT_EQ(WLSaveJobCreateWithFile(path), nullptr);
     EXPECT_EQ(WLSaveJobCreateWithData(nullptr), nullptr);
+}
+
+TEST_F(CSaves, AreMadeByAProgramInC) {
+    const std::string good = rootPath() + "/good.png", empty = rootPath() + "/empty.jpg",
+                      missing = rootPath() + "/missing.jpg";
+    writeFile(good, pngOf(fourCorners(8, 8)));
+    writeFile(empty, {});
+    const auto saved = outcomeOf(SAVE_EXAMPLE " " + good);
+    EXPECT_EQ(saved.second, 0) << saved.first;
+    EXPECT_EQ(saved.first.substr(36), " " + good + "\n");
+    EXPECT_EQ(outcomeOf(SAVE_EXAMPLE " " + good), saved) << "no copy";
+    for (const std::string &bad : {empty, missing, rootPath()}) {
+        const auto [text, status] = outcomeOf(SAVE_EXAMPLE " " + bad + " " + good);
+        EXPECT_EQ(status, 1);
+        EXPECT_TRUE(text.starts_with(bad + ": ")) << text;
+        EXPECT_TRUE(text.ends_with(saved.first)) << "the others are saved: " << text;
+    }
+    EXPECT_EQ(outcomeOf(SAVE_EXAMPLE).second, 1);
 }
 
 TEST_F(CSaves, GiveOriginalsAndPicturesUntilTheAssetIsDeleted) {

@@ -5,8 +5,8 @@ set_source_files_properties(api/FromOldCpp.cpp PROPERTIES COMPILE_OPTIONS -std=c
 target_link_libraries(api_tests PRIVATE test_images)
 target_compile_definitions(api_tests PRIVATE
     HOARDD_PROGRAM="$<TARGET_FILE:hoardd>" C_EXAMPLE="$<TARGET_FILE:count>"
-    LIST_EXAMPLE="$<TARGET_FILE:list>")
-add_dependencies(api_tests hoardd count list)
+    LIST_EXAMPLE="$<TARGET_FILE:list>" SAVE_EXAMPLE="$<TARGET_FILE:save>")
+add_dependencies(api_tests hoardd count list save)
 
 # An interpreter that was built without sanitizers can't load a library that was built with them.
 if(NOT WICKERLANE_SANITIZE)

@@ -49,7 +49,9 @@ void WLSaveJobSetUnlessPresent(WLSaveJob *job, bool unlessPresent) {
 
 WLSavedAsset *WLSaveJobRun(WLSaveJob *job, WLError **error) {
     if (job == nullptr)
-        return failing<WLSavedAsset *>(nullptr, ProblemKind::invalid, "there is no job", error);
+        return failing<WLSavedAsset *>(
+            nullptr, ProblemKind::invalid,
+            "there is no job to run: a path must be UTF-8, and data must not be null", error);
     return withLastError(JXGatekeeperClient::sharedInstance()->saveAsset(job), error);
 }
 
