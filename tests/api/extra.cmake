@@ -2,6 +2,7 @@
 target_sources(api_tests PRIVATE api/FromC.c hoardd/RunningHoardd.cpp client/FakeConnection.cpp)
 set_target_properties(api_tests PROPERTIES C_STANDARD 11 C_STANDARD_REQUIRED ON C_EXTENSIONS OFF)
 set_source_files_properties(api/FromOldCpp.cpp PROPERTIES COMPILE_OPTIONS -std=c++11)
+set_source_files_properties(api/FromCppWithoutExceptions.cpp PROPERTIES COMPILE_OPTIONS -fno-exceptions)
 target_link_libraries(api_tests PRIVATE test_images)
 target_compile_definitions(api_tests PRIVATE
     HOARDD_PROGRAM="$<TARGET_FILE:hoardd>" C_EXAMPLE="$<TARGET_FILE:count>"

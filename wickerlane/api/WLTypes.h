@@ -14,7 +14,8 @@
 //    waits for the daemon, WLLastError() says why it failed (WLError.h).
 //
 // In C++20 the opaque types are the classes behind them, and each function of RZLibrary.h that takes a
-// handler has an overload that takes any callable. Older C++, from C++11 on, sees what C sees.
+// handler has an overload that takes any callable. Older C++, from C++11 on, and C++ without exceptions see
+// what C sees.
 #ifndef WICKERLANE_API_WLTYPES_H
 #define WICKERLANE_API_WLTYPES_H
 
@@ -24,7 +25,7 @@
 
 #include "wickerlane/platform/object/Export.h"
 
-#if defined(__cplusplus) && __cplusplus > 201703L
+#if defined(__cplusplus) && __cplusplus > 201703L && defined(__cpp_exceptions)
 #define WL_HAS_CLASSES 1 ///< The opaque types are classes.
 #else
 #define WL_HAS_CLASSES 0
