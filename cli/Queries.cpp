@@ -85,4 +85,14 @@ Result<Ref<ManagedAlbum>> askForAlbum(const std::string &name) {
                 fmt::format("there is no album {}. To list all albums: wickerlane album list", name));
 }
 
+Result<ChangesPage> askForChanges(const std::string &token) {
+    constexpr std::size_t pageSize = 1'000;
+    if (const auto there = requireLibrary(); !there)
+        return passOn(there);
+    auto page = JXGatekeeperClient::sharedInstance()->changesSinceToken(token, pageSize);
+    if (!page)
+        return failLastRequest();
+    return *std::move(page);
+}
+
 } // namespace wickerlane::cli

@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "wickerlane/model/AssetChange.h"
 #include "wickerlane/model/AssetQuery.h"
 #include "wickerlane/model/ManagedAlbum.h"
 #include "wickerlane/model/Result.h"
@@ -18,6 +19,9 @@ Result<> forEachAsset(AssetQuery query, std::size_t offset, std::size_t limit,
 
 /// An album by its name or UUID.
 Result<Ref<ManagedAlbum>> askForAlbum(const std::string &name);
+
+/// What has changed since a token: JXGatekeeperClient::changesSinceToken().
+Result<ChangesPage> askForChanges(const std::string &token);
 
 } // namespace wickerlane::cli
 

@@ -22,5 +22,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t siz
     static_cast<void>(protocol::unpackedAlbums(data.get()));
     static_cast<void>(protocol::unpackedMoments(data.get()));
     static_cast<void>(protocol::unpackedGroups(data.get()));
+    static_cast<void>(protocol::unpackedChanges(data.get()));
     return 0;
 }

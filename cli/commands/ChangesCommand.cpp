@@ -3,7 +3,7 @@
 
 #include "cli/DaemonRequests.h"
 #include "cli/Formatting.h"
-#include "cli/StoreLookup.h"
+#include "cli/Queries.h"
 #include "cli/Subcommands.h"
 #include "cli/Table.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
@@ -17,33 +17,41 @@ struct Options {
     bool json = false;
 };
 
-const char *nameOf(store::AssetChange::What what) {
+const char *nameOf(AssetChange::What what) {
     switch (what) {
-    case store::AssetChange::What::added:
+    case AssetChange::What::added:
         return "added";
-    case store::AssetChange::What::changed:
+    case AssetChange::What::changed:
         return "changed";
-    case store::AssetChange::What::removed:
+    case AssetChange::What::removed:
         return "removed";
     }
     return "";
 }
 
 Result<ExitCode> changes(const Options &options) {
-    const auto store = openStore();
-    if (!store)
-        return passOn(store);
-    const auto all = (*store)->changes(options.since);
-    if (!all)
-        return failToReadStore(all);
     JSON described = JSON::array();
     Table table({{"NUMBER", Table::Align::right}, {"DATE"}, {"WHAT"}, {"UUID"}});
-    for (const store::AssetChange &each : *all) {
-        described.push_back({{"number", each.number},
-                             {"date", isoDateText(each.date)},
-                             {"what", nameOf(each.what)},
-                             {"uuid", each.uuid}});
-        table.add({std::to_string(each.number), dateText(each.date), nameOf(each.what), each.uuid});
+    std::string token = options.since > 0 ? std::to_string(options.since) : std::string();
+    for (bool isLast = false; !isLast;) {
+        const auto page = askForChanges(token);
+        if (!page)
+            return passOn(page);
+        if (page->isTooOld)
+            return fail(ProblemKind::notFound,
+                        "the library no longer knows all changes since number " +
+                            std::to_string(options.since) +
+                            ". Begin with all assets: wickerlane list; the changes that it knows: "
+                            "wickerlane changes");
+        for (const AssetChange &each : page->changes) {
+            described.push_back({{"number", each.number},
+                                 {"date", isoDateText(each.date)},
+                                 {"what", nameOf(each.what)},
+                                 {"uuid", each.uuid}});
+            table.add({std::to_string(each.number), dateText(each.date), nameOf(each.what), each.uuid});
+        }
+        token = page->token;
+        isLast = page->isLast;
     }
     printListing(described, table, "nothing has changed", options.json);
     if (options.clear) {

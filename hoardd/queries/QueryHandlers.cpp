@@ -104,12 +104,25 @@ Result<Answer> duplicatesMatchingQuery(Library &library, const Call &call) {
     return withCursor(std::move(answer), page->next);
 }
 
+Result<Answer> changesSinceToken(Library &library, const Call &call) {
+    const String *token = call.get(keys::token);
+    const auto page = library.queries().changesSince(token != nullptr ? token->utf8() : std::string_view(),
+                                                     call.get(keys::limit));
+    if (!page)
+        return passOn(page);
+    Answer answer;
+    answer.set(keys::changes, protocol::packed(page->changes).get())
+        .set(keys::token, String::of(page->token));
+    return answer.set(keys::isLast, page->isLast).set(keys::isTooOld, page->isTooOld);
+}
+
 constexpr Operation operations[] = {
     reading(protocol::assetsMatchingQuery, assetsMatchingQuery, Runs::beside),
     reading(protocol::sectionsOfAssets, sectionsOfAssets, Runs::beside),
     reading(protocol::allAlbums, allAlbums, Runs::beside),
     reading(protocol::momentsMatchingQuery, momentsMatchingQuery, Runs::beside),
     reading(protocol::duplicatesMatchingQuery, duplicatesMatchingQuery, Runs::beside),
+    reading(protocol::changesSinceToken, changesSinceToken, Runs::beside),
 };
 
 } // namespace

@@ -29,6 +29,10 @@ TEST_F(Commands, AlbumsAreCreatedFilledAndShown) {
     ASSERT_EQ(changes.size(), 2U) << changes;
     EXPECT_EQ(changes[0]["what"], "added");
     EXPECT_EQ(changes[1]["what"], "removed");
+    EXPECT_EQ(run({"changes", "--since", "1", "--clear", "--json"}).json().size(), 1U);
+    const CommandResult late = run({"changes", "--since", "1"});
+    EXPECT_EQ(late.exitCode, 4) << late;
+    EXPECT_NE(late.errors.find("no longer knows all changes since number 1"), std::string::npos) << late;
 }
 
 TEST_F(Commands, AlbumsAreRenamedEmptiedAndDeletedAndTheAssetsStay) {

@@ -93,11 +93,6 @@ constexpr struct {
     {1002, "restoreTrashedAssetWithURL:handler:", Need::deleteAssets},
     {1003, "emptyTrashWithHandler:", Need::deleteAssets},
     {1010, "adjustDatesBySeconds:forPhotos:", Need::writeAssets},
-    {1030, "assetsMatchingQuery:", Need::access},
-    {1031, "sectionsOfAssetsMatchingQuery:byUnit:", Need::access},
-    {1032, "albums", Need::access},
-    {1033, "momentsMatchingQuery:", Need::access},
-    {1034, "duplicatesMatchingQuery:", Need::access},
     {1020, "revertAssetWithURL:", Need::writeAssets},
     {1021, "renditionOfAssetWithURL:", Need::access},
     {1030, "assetsMatchingQuery:", Need::access},
@@ -108,6 +103,7 @@ constexpr struct {
     {1035, "renameAlbumWithUUID:to:", Need::access},
     {1036, "deleteAlbumWithUUID:", Need::access},
     {1037, "removePhotos:fromAlbumWithUUID:", Need::access},
+    {1038, "changesSinceToken:limit:", Need::access},
     {1040, "setDetails:forPhotos:", Need::writeAssets},
 };
 

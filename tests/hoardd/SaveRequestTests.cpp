@@ -211,7 +211,7 @@ TEST_F(SaveRequest, AnAssetIsListedWithItsPreviewBeforeItsThumbnailsAreMade) {
     const Pixels picture = fourCorners(1500, 1000); // a small one's thumbnails are made at once
     const FileBytes carries = jpegOf(picture, exif);
     const auto job = Dictionary::createWithKeys({{"imageData", dataOf(jpegOf(picture)).get()}});
-    using What = store::AssetChange::What;
+    using What = AssetChange::What;
     for (const MutableDictionary *saved :
          {saveData(carries), save(job.get(), nullptr, surfaceOf(64, 64).get())}) {
         const std::string uuid = textIn(saved, "uuid");

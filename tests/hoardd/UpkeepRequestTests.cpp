@@ -130,10 +130,10 @@ TEST_F(Upkeep, ChangesAreNotedUntilTheyAreCleared) {
     const auto store = store::ObjectStore::open();
     const auto changes = store->changes();
     ASSERT_TRUE(changes && changes->size() == 2);
-    EXPECT_EQ((*changes)[0].what, store::AssetChange::What::added);
+    EXPECT_EQ((*changes)[0].what, AssetChange::What::added);
     EXPECT_EQ((*changes)[0].uuid, textIn(saved, "uuid"));
     EXPECT_NEAR((*changes)[0].date, Date::createNow()->referenceSeconds(), 3600);
-    EXPECT_EQ((*changes)[1].what, store::AssetChange::What::removed);
+    EXPECT_EQ((*changes)[1].what, AssetChange::What::removed);
     EXPECT_EQ(store->changes((*changes)[0].number)->size(), 1U);
     answer(request(31).get());
     EXPECT_EQ(store->changes()->size(), 0U);

@@ -307,4 +307,52 @@ TEST_F(Queries, CountDaysAndMonthsWithTheirShapes) {
     EXPECT_EQ((*months)[1].shapes, (std::vector<std::uint16_t>{1, 1500}));
 }
 
+TEST_F(Queries, GiveChangesWithoutAGapOrSayThatThereIsOne) {
+    const auto since = [&](const std::string &token, std::size_t limit) {
+        auto page = reader->changesSince(token, limit);
+        EXPECT_TRUE(page) << page.error().text;
+        return page ? *page : ChangesPage();
+    };
+    const std::string beginning = since("", 0).token;
+    for (int i = 1; i <= 5; ++i)
+        add(asset(i, i));
+    const ChangesPage first = since(beginning, 3), second = since(first.token, 3);
+    EXPECT_EQ(first.changes.size(), 3U);
+    EXPECT_FALSE(first.isLast);
+    ASSERT_EQ(second.changes.size(), 2U);
+    EXPECT_EQ(second.changes.back().uuid, uuidNumbered(5));
+    EXPECT_TRUE(second.isLast);
+    EXPECT_EQ(since("", 100).changes.size(), 5U) << "from the oldest on";
+    EXPECT_EQ(since("3", 100).changes.size(), 2U) << "by number";
+    EXPECT_TRUE(since(since("", 0).token, 100).changes.empty()) << "from now on";
+
+    execute("DELETE FROM zchange WHERE pk <= 3"); // as when there are too many
+    const struct {
+        const char *subject;
+        std::string token;
+        bool isTooOld;
+    } cases[] = {
+        {"the first is missing", beginning, true},
+        {"only what was seen is missing", first.token, false},
+        {"ahead of the store", std::string("6/") + libraryUUID, true},
+        {"of another store", std::string("4/") + albumUUID, true},
+        {"the present", second.token, false},
+    };
+    for (const auto &each : cases) {
+        const ChangesPage page = since(each.token, 100);
+        EXPECT_EQ(page.isTooOld, each.isTooOld) << each.subject;
+        EXPECT_TRUE(!page.isTooOld || page.changes.empty()) << each.subject;
+        EXPECT_TRUE(page.isLast) << each.subject;
+        EXPECT_EQ(page.token, second.token) << each.subject;
+    }
+    execute("DELETE FROM zchange"); // as when they are cleared
+    EXPECT_TRUE(since(first.token, 100).isTooOld);
+    EXPECT_FALSE(since(second.token, 100).isTooOld);
+    for (const char *token : {"x", "/", "1/2/3x", "99999999999999999999"}) {
+        const auto page = reader->changesSince(token, 1);
+        EXPECT_TRUE(!page || page->isTooOld) << token;
+    }
+    EXPECT_FALSE(reader->changesSince("", 10'001));
+}
+
 } // namespace

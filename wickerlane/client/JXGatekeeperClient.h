@@ -20,6 +20,7 @@
 #define WICKERLANE_CLIENT_JXGATEKEEPERCLIENT_H
 
 #include "wickerlane/client/JXDaemonJob.h"
+#include "wickerlane/model/AssetChange.h"
 #include "wickerlane/model/AssetQuery.h"
 #include "wickerlane/model/ManagedAlbum.h"
 #include "wickerlane/model/ManagedObjectID.h"
@@ -177,6 +178,13 @@ public:
     /// duplicatesMatchingQuery: — a page of groups of duplicates.
     [[nodiscard]] std::optional<wickerlane::DuplicatesPage>
     duplicatesMatchingQuery(const wickerlane::DuplicatesQuery &query);
+
+    /// changesSinceToken:limit: — what has happened to the assets since a token was given out, at most
+    /// `limit` (up to 10,000) changes. An empty token stands for the oldest change that the library knows. To
+    /// begin, ask for none: with a limit of 0 comes the token of the present. Ask again with the token that
+    /// came last until `isLast`. Nothing is passed over in silence: see ChangesPage::isTooOld.
+    [[nodiscard]] std::optional<wickerlane::ChangesPage> changesSinceToken(const std::string &token,
+                                                                           std::size_t limit);
 
     // Saving, albums and deletion for callers that wait. These too are additions: lastError() says why one
     // has failed, which the handlers of the original operations don't. All block.

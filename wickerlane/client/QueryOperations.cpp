@@ -108,3 +108,20 @@ std::optional<DuplicatesPage> JXGatekeeperClient::duplicatesMatchingQuery(const 
         return std::nullopt;
     return DuplicatesPage{std::move(answer->first), textOf(answer->second.get(keys::cursor))};
 }
+
+std::optional<ChangesPage> JXGatekeeperClient::changesSinceToken(const std::string &token,
+                                                                 std::size_t limit) {
+    ReleaseScope scope;
+    Request request(protocol::changesSinceToken);
+    if (!token.empty())
+        request.set(keys::token, String::of(token));
+    request.set(keys::limit, limit);
+    const Reply reply = request.sendAndWait(connection());
+    if (reply.isError())
+        return std::nullopt;
+    auto changes = orFailure(protocol::unpackedChanges(reply.get(keys::changes)));
+    if (!changes)
+        return std::nullopt;
+    return ChangesPage{*std::move(changes), textOf(reply.get(keys::token)), reply.get(keys::isLast),
+                       reply.get(keys::isTooOld)};
+}

@@ -13,6 +13,7 @@
 #include <string_view>
 #include <vector>
 
+#include "wickerlane/model/AssetChange.h"
 #include "wickerlane/model/AssetRecord.h"
 #include "wickerlane/platform/message/value/MessageText.h"
 #include "wickerlane/platform/object/Data.h"
@@ -27,6 +28,7 @@ public:
         append(static_cast<std::int64_t>(value));
     }
     void write(AssetKind value) { write(static_cast<int>(value)); }
+    void write(AssetChange::What value) { write(static_cast<int>(value)); }
     void write(double value) { append(value); }
     void write(const std::optional<double> &value) {
         append(value.value_or(std::numeric_limits<double>::quiet_NaN()));
@@ -89,6 +91,11 @@ public:
         const auto number = take<std::int64_t>();
         failed = failed || number < 0 || number > 1;
         value = number == 1 ? AssetKind::video : AssetKind::photo;
+    }
+    void read(AssetChange::What &value) {
+        const auto number = take<std::int64_t>();
+        failed = failed || number < 0 || number > static_cast<int>(AssetChange::What::removed);
+        value = failed ? AssetChange::What::changed : static_cast<AssetChange::What>(number);
     }
     void read(double &value) { value = take<double>(); }
     void read(std::optional<double> &value) {

@@ -220,6 +220,14 @@ void forEachMember(MaybeConst<AssetSection> auto &section, const Use &use) {
     use(section.shapes);
 }
 
+template <class Use>
+void forEachMember(MaybeConst<AssetChange> auto &change, const Use &use) {
+    use(change.number);
+    use(change.date);
+    use(change.what);
+    use(change.uuid);
+}
+
 template <class Record>
 Ref<Data> packedRows(std::span<const Record> records) {
     RowWriter writer;
@@ -304,6 +312,9 @@ Ref<Data> packed(std::span<const MomentRecord> moments) {
 Ref<Data> packed(std::span<const DuplicatesRecord> groups) {
     return packedRows(groups);
 }
+Ref<Data> packed(std::span<const AssetChange> changes) {
+    return packedRows(changes);
+}
 
 std::optional<std::vector<AssetRecord>> unpackedAssets(const Data *data, AssetFields fields) {
     return unpackedRows<AssetRecord>(data, [&](RowReader &reader, AssetRecord &record) {
@@ -322,6 +333,9 @@ std::optional<std::vector<MomentRecord>> unpackedMoments(const Data *data) {
 }
 std::optional<std::vector<DuplicatesRecord>> unpackedGroups(const Data *data) {
     return unpackedRows<DuplicatesRecord>(data);
+}
+std::optional<std::vector<AssetChange>> unpackedChanges(const Data *data) {
+    return unpackedRows<AssetChange>(data);
 }
 
 } // namespace wickerlane::protocol

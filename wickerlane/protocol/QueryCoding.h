@@ -6,6 +6,7 @@
 #include <span>
 #include <vector>
 
+#include "wickerlane/model/AssetChange.h"
 #include "wickerlane/model/AssetQuery.h"
 #include "wickerlane/model/ManagedAlbum.h"
 #include "wickerlane/model/Moments.h"
@@ -34,6 +35,7 @@ namespace wickerlane::protocol {
 [[nodiscard]] WL_EXPORT Ref<Data> packed(std::span<const AlbumRecord> albums);
 [[nodiscard]] WL_EXPORT Ref<Data> packed(std::span<const MomentRecord> moments);
 [[nodiscard]] WL_EXPORT Ref<Data> packed(std::span<const DuplicatesRecord> groups);
+[[nodiscard]] WL_EXPORT Ref<Data> packed(std::span<const AssetChange> changes);
 
 // What was packed; null data holds nothing. Each gives nothing when the data is not that of whole rows.
 
@@ -43,6 +45,7 @@ namespace wickerlane::protocol {
 [[nodiscard]] WL_EXPORT std::optional<std::vector<AlbumRecord>> unpackedAlbums(const Data *data);
 [[nodiscard]] WL_EXPORT std::optional<std::vector<MomentRecord>> unpackedMoments(const Data *data);
 [[nodiscard]] WL_EXPORT std::optional<std::vector<DuplicatesRecord>> unpackedGroups(const Data *data);
+[[nodiscard]] WL_EXPORT std::optional<std::vector<AssetChange>> unpackedChanges(const Data *data);
 
 } // namespace wickerlane::protocol
 

@@ -24,6 +24,11 @@ inline constexpr Row momentsMatchingQuery{1033, "momentsMatchingQuery:", request
 inline constexpr Row duplicatesMatchingQuery{1034, "duplicatesMatchingQuery:", request(whenSet(keys::query)),
                                              reply(keys::groups, keys::cursor)};
 
+/// AssetChange.h says what a token is.
+inline constexpr Row changesSinceToken{1038,
+                                       "changesSinceToken:limit:", request(whenSet(keys::token), keys::limit),
+                                       reply(keys::changes, keys::token, keys::isLast, keys::isTooOld)};
+
 } // namespace wickerlane::protocol
 
 #endif

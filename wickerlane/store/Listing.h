@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <limits>
 #include <optional>
-#include <string>
 
+#include "wickerlane/model/AssetChange.h"
 #include "wickerlane/model/AssetKind.h"
 
 namespace wickerlane::store {
@@ -19,15 +19,6 @@ struct Listing {
     bool newestFirst = false;        ///< By the date that is shown, those of one date by age in the library.
     std::size_t offset = 0;          ///< How many of the first to leave out.
     std::size_t limit = std::numeric_limits<std::size_t>::max();
-};
-
-/// What has happened to an asset.
-struct AssetChange {
-    enum class What { added = 0, changed = 1, removed = 2 };
-    std::int64_t number = 0; ///< Ascends with each change; never used again.
-    double date = 0;         ///< Seconds since 2001-01-01 00:00:00 UTC.
-    What what = What::added;
-    std::string uuid; ///< Of the asset.
 };
 
 struct AssetCounts {

@@ -11,6 +11,7 @@
 #include "wickerlane/model/RecordFaults.h"
 #include "wickerlane/platform/object/Mutex.h"
 #include "wickerlane/store/AssetColumns.h"
+#include "wickerlane/store/PageCursor.h"
 #include "wickerlane/store/QueryPlan.h"
 #include "wickerlane/store/Schema.h"
 
@@ -65,6 +66,21 @@ Result<std::string> identityOf(sqlite::Database &database, const std::string &pa
     if (!UUID::createWithText(uuid->value_or("")))
         return failToRead({ProblemKind::damagedStore, "it has no identity", {}});
     return **uuid;
+}
+
+/// At most `limit` changes with higher numbers than `since`. One whose UUID is none is left out.
+Result<std::vector<AssetChange>> readChanges(sqlite::Database &database, std::int64_t since,
+                                             std::int64_t limit) {
+    auto changes =
+        database.prepare("SELECT pk, date, what, assetuuid FROM zchange WHERE pk > ? ORDER BY pk LIMIT ?")
+            .bind(since, limit)
+            .all([](const sqlite::Statement &row) {
+                return AssetChange{row.integer(0), row.real(1),
+                                   static_cast<AssetChange::What>(row.integer(2)), std::string(row.text(3))};
+            });
+    if (changes)
+        std::erase_if(*changes, [](const AssetChange &each) { return !isUUID(each.uuid); });
+    return changes;
 }
 
 /// The first moment of the day or month of a date.
@@ -404,17 +420,41 @@ Result<Ref<ManagedAlbum>> StoreReader::albumNamed(std::string_view name) {
 
 Result<std::vector<AssetChange>> StoreReader::changes(std::int64_t since) {
     const MutexLock lock(connection->mutex);
-    auto changes =
-        connection->current()
-            .database.prepare("SELECT pk, date, what, assetuuid FROM zchange WHERE pk > ? ORDER BY pk")
-            .bind(since)
-            .all([](const sqlite::Statement &row) {
-                return AssetChange{row.integer(0), row.real(1),
-                                   static_cast<AssetChange::What>(row.integer(2)), std::string(row.text(3))};
-            });
-    if (changes)
-        std::erase_if(*changes, [](const AssetChange &each) { return !isUUID(each.uuid); });
-    return changes;
+    return readChanges(connection->current().database, since, std::numeric_limits<std::int64_t>::max());
+}
+
+Result<ChangesPage> StoreReader::changesSince(std::string_view token, std::size_t limit) {
+    constexpr std::size_t largestPage = 10'000;
+    auto since = cursorIn<std::string>(token);
+    if (const auto number = numberIn<std::int64_t>(token))
+        since = PageCursor<std::string>{*number, identity};
+    if (limit > largestPage || (!token.empty() && !since))
+        return fail(ProblemKind::invalid, limit > largestPage ? "a page may have up to 10000 changes"
+                                                              : "the token is none of this service");
+    const MutexLock lock(connection->mutex);
+    sqlite::Database &database = connection->current().database;
+    const sqlite::Snapshot snapshot(database);
+    const auto last =
+        database.integer("SELECT coalesce((SELECT seq FROM sqlite_sequence WHERE name = 'zchange'), 0)");
+    const auto first = database.integer("SELECT coalesce(min(pk), 0) FROM zchange");
+    if (!last || !first)
+        return passOn(last ? first : last);
+    const std::int64_t oldest = *first != 0 ? *first : *last + 1; // all may have been deleted
+    if (token.empty())
+        since = PageCursor<std::string>{limit == 0 ? *last : oldest - 1, identity};
+    ChangesPage page;
+    page.isTooOld = since->value != identity || since->number < oldest - 1 || since->number > *last;
+    std::int64_t reached = page.isTooOld ? *last : since->number;
+    if (!page.isTooOld && limit > 0) {
+        auto changes = readChanges(database, since->number, static_cast<std::int64_t>(limit));
+        if (!changes)
+            return passOn(changes);
+        page.changes = *std::move(changes);
+        reached = page.changes.size() < limit ? *last : page.changes.back().number;
+    }
+    page.isLast = reached == *last;
+    page.token = cursorText(reached, identity);
+    return page;
 }
 
 ManagedObjectID *StoreReader::managedObjectIDForURI(const char *uri, std::size_t length) {

@@ -77,6 +77,10 @@ public:
 
     /// The changes with higher numbers than `since`, oldest first; the store keeps the latest 10,000.
     [[nodiscard]] Result<std::vector<AssetChange>> changes(std::int64_t since = 0);
+    /// Those since a token; all that the store knows since an empty one. At most `limit`: with 0, the token
+    /// of the present. A number alone is the token behind the change with that number. Fails with `invalid`
+    /// when the token is none.
+    [[nodiscard]] Result<ChangesPage> changesSince(std::string_view token, std::size_t limit);
 
     /// Of the form that this store gives its assets; whether there is one is found out by asking for it.
     ManagedObjectID *managedObjectIDForURI(const char *uri, std::size_t length) override;
