@@ -16,7 +16,7 @@ protected:
     std::string saveAt(double unixSeconds, const std::string &name, const FileBytes &picture) const {
         const auto job =
             Dictionary::createWithKeys({{"imageData", dataOf(picture).get()},
-                                        {"filename", String::of(name)},
+                                        {"originalFilename", String::of(name)},
                                         {"creationDate", Date::createWithUnixSeconds(unixSeconds).get()}});
         return textIn(save(job.get()), "uuid");
     }
