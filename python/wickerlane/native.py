@@ -1,0 +1,236 @@
+"""The C functions, and the ownership of what they give."""
+
+import ctypes
+import os
+from collections.abc import Callable, Iterable
+from ctypes import c_bool, c_char_p, c_double, c_int, c_int64, c_size_t, c_uint32, c_uint64, c_void_p
+from types import TracebackType
+from typing import Any, NoReturn
+
+from . import errors
+
+Function = Callable[..., Any]
+
+
+def _load() -> ctypes.CDLL:
+    name = os.environ.get('WICKERLANE_LIBRARY', 'libwickerlane.so.0')
+    try:
+        return ctypes.CDLL(name)
+    except OSError as error:
+        raise ImportError(f'the library of Wickerlane can\'t be loaded ({error}): install it, or name its file in '
+                          'the environment variable WICKERLANE_LIBRARY') from error
+
+
+_library = _load()
+
+_POINTER, _TEXT, _ERROR = c_void_p, c_char_p, ctypes.POINTER(c_void_p)
+
+# What a function returns, what it takes, and the functions of which that is true. Without types Python would treat
+# results as 32-bit numbers.
+_SIGNATURES: list[tuple[Any, list[Any], str]] = [
+    (_POINTER, [], 'WLScopePush WLAssetQueryCreate WLAssetDetailsCreate'),
+    (None, [_POINTER], 'WLScopePop WLRelease'),
+    (_POINTER, [_POINTER], 'WLRetain WLAsAlbum WLURLText WLErrorText WLDataBytes WLSaveJobCreateWithData '
+     'WLAssetURL WLAssetObjectID WLAssetFilePath WLAlbumURL WLAlbumObjectID '
+     'WLSavedAssetUUID WLSavedAssetURL WLSavedAssetProblem WLAssetSHA256'),
+    (_TEXT, [_POINTER], 'WLStringText WLAssetUUID WLAssetFilename WLAssetOriginalFilename WLAssetFormat '
+     'WLAssetProblem WLAssetCamera WLAssetLens WLAssetCaption WLAssetKeywords WLAlbumUUID WLAlbumName '
+     'WLAlbumStreamID WLMomentKeyAsset'),
+    (_POINTER, [_TEXT], 'WLStringCreate WLSaveJobCreateWithFile'),
+    (c_int, [_POINTER], 'WLAssetKind'),
+    (c_int64, [_POINTER], 'WLErrorCode WLAssetThumbnailIndex WLAssetRating WLMomentNumber WLMomentListNumber'),
+    (c_uint32, [_POINTER], 'WLAssetWidth WLAssetHeight WLAssetOrientation'),
+    (c_uint64, [_POINTER], 'WLAssetByteSize WLAssetExternalUsageIntent WLAlbumAssetCount WLMomentAssetCount '
+     'WLMomentPhotoCount WLMomentVideoCount'),
+    (c_size_t, [_POINTER], 'WLDataLength WLArrayCount WLAssetPageCount WLMomentPageCount WLDuplicatesPageCount '
+     'WLDuplicatesCount WLAssetSectionsCount'),
+    (c_double, [_POINTER], 'WLAssetDuration WLAssetDate WLAssetDateCreated WLAssetDateAdded WLAlbumDateCreated '
+     'WLMomentStartDate WLMomentEndDate'),
+    (c_bool, [_POINTER], 'WLAssetIsFavourite WLAssetIsHidden WLSavedAssetWasPresent WLMomentIsAnalyzed '
+     'WLDuplicatesAreSame'),
+    (c_bool, [_POINTER, ctypes.POINTER(c_double)], 'WLAssetGetExposureSeconds WLAssetGetAperture '
+     'WLAssetGetFocalLength'),
+    (c_bool, [_POINTER, ctypes.POINTER(c_int64)], 'WLAssetGetZoneMinutes WLAssetGetISOSpeed'),
+    (c_bool, [_POINTER, ctypes.POINTER(c_double), ctypes.POINTER(c_double)], 'WLAssetGetLocation '
+     'WLMomentGetLocation'),
+    (_POINTER, [_POINTER, c_size_t], 'WLDataCreate WLArrayCreate WLArrayGet WLAssetPageGet WLMomentPageGet '
+     'WLDuplicatesPageGet'),
+    (_TEXT, [_POINTER, c_size_t], 'WLDuplicatesGetUUID'),
+    (c_size_t, [_POINTER, c_size_t], 'WLAssetSectionsAssetCount'),
+    (None, [_POINTER, _TEXT], 'WLAssetQuerySetIdentity WLAssetQuerySetAlbum WLAssetQuerySetName '
+     'WLAssetQuerySetText WLAssetQuerySetFormat WLAssetQuerySetCamera'),
+    (None, [_POINTER, c_int], 'WLAssetQuerySetKind WLAssetQueryAddField'),
+    (None, [_POINTER, c_int64], 'WLAssetQuerySetMoment WLAssetQuerySetMinimumRating WLAssetDetailsSetRating'),
+    (None, [_POINTER, c_bool], 'WLAssetQuerySetFavourite WLAssetQuerySetHidden WLAssetQuerySetEdited '
+     'WLAssetQuerySetProblem WLSaveJobSetUnlessPresent WLAssetDetailsSetFavourite WLAssetDetailsSetHidden'),
+    (None, [_POINTER, c_double], 'WLAssetQuerySetFrom WLAssetQuerySetUntil WLSaveJobSetDateCreated'),
+    (None, [_POINTER, c_double, c_double, c_double], 'WLAssetQuerySetNear'),
+    (None, [_POINTER, c_double, c_double, c_double, c_double], 'WLAssetQuerySetBox'),
+    (None, [_POINTER, c_uint64, c_uint64], 'WLAssetQuerySetSizes'),
+    (None, [_POINTER, c_int, c_bool], 'WLAssetQuerySetOrder'),
+    (None, [_POINTER, c_size_t], 'WLAssetQuerySetLimit'),
+    (None, [_POINTER, _POINTER], 'WLAssetDetailsSetKeywords WLAssetDetailsAddKeywords WLAssetDetailsRemoveKeywords'),
+    (c_bool, [_POINTER, _TEXT], 'WLSaveJobSetOriginalFilename WLAssetDetailsSetCaption'),
+    (None, [c_double], 'WLSetTimeLimitOfThread'),
+    # Those that wait for the daemon.
+    (_POINTER, [_ERROR], 'WLAlbumsCreate'),
+    (_POINTER, [_POINTER, _ERROR], 'WLAssetPageCreate WLAssetPageCreateNext WLSaveJobRun WLMomentPageCreateNext '
+     'WLDuplicatesPageCreateNext'),
+    (_POINTER, [_POINTER, c_int, _ERROR], 'WLAssetSectionsCreate WLAssetCreatePicture'),
+    (_POINTER, [c_double, c_double, c_bool, c_size_t, _ERROR], 'WLMomentPageCreate'),
+    (_POINTER, [c_int, c_size_t, _ERROR], 'WLDuplicatesPageCreate'),
+    (_POINTER, [_TEXT, _ERROR], 'WLAlbumAdd'),
+    (c_int, [_POINTER, _ERROR], 'WLAssetOpenOriginal'),
+    (c_bool, [_POINTER, _ERROR], 'WLAssetDelete'),
+    (c_bool, [_TEXT, _ERROR], 'WLAlbumDelete'),
+    (c_bool, [_TEXT, _TEXT, _ERROR], 'WLAlbumRename'),
+    (c_bool, [_TEXT, _POINTER, _ERROR], 'WLAlbumAddAsset WLAlbumRemoveAssets'),
+    (c_bool, [_POINTER, _POINTER, _ERROR], 'WLAssetDetailsApply'),
+]
+
+
+class _Functions:
+    """The declared functions, by name."""
+
+    def __init__(self) -> None:
+        for result, arguments, names in _SIGNATURES:
+            for name in names.split():
+                function = _library[name]
+                function.restype, function.argtypes = result, arguments
+                setattr(self, name, function)
+
+    def __getattr__(self, name: str) -> Function:
+        raise AttributeError(name)
+
+
+C = _Functions()
+_release, _scope_push, _scope_pop = C.WLRelease, C.WLScopePush, C.WLScopePop
+
+
+class Handle:
+    """One reference to an object of the library's, which is released with the handle. It can be given to a C
+    function, and can't be copied, pickled, or used after a failure: there is no handle of null."""
+
+    __slots__ = ('_as_parameter_',)
+
+    def __init__(self, pointer: int | None) -> None:
+        """Takes over a reference that a function with `Create` in its name has given."""
+        self._as_parameter_ = pointer
+        if pointer is None:
+            raise MemoryError('the library gave no object')
+
+    @classmethod
+    def retaining(cls, pointer: int | None) -> 'Handle':
+        """Keeps a borrowed object."""
+        return cls(C.WLRetain(pointer))
+
+    def __del__(self, release: Function = _release) -> None: # at the end of the interpreter the global may be gone
+        release(self._as_parameter_)
+
+    def __reduce__(self) -> NoReturn:
+        raise TypeError('an object of the library belongs to one process: pass its UUID on')
+
+
+class Scope:
+    """All that is borrowed inside is released at the end. Enter and leave it on one thread."""
+
+    __slots__ = ('_scope',)
+
+    def __enter__(self) -> None:
+        self._scope = _scope_push()
+
+    def __exit__(self, _type: type[BaseException] | None, _value: BaseException | None,
+                 _traceback: TracebackType | None) -> None:
+        _scope_pop(self._scope)
+
+
+_used = False
+_is_forked = False
+
+
+def _note_fork() -> None:
+    global _is_forked
+    _is_forked = _used
+
+
+os.register_at_fork(after_in_child=_note_fork)
+
+
+def ask(function: Function, *arguments: object) -> Any:
+    """Calls a function that waits for the daemon, inside of a scope, and raises what it says is wrong."""
+    global _used
+    _used = True
+    error = c_void_p()
+    result = function(*arguments, ctypes.byref(error))
+    if error.value is not None:
+        text = string(C.WLErrorText(error)) or 'the request failed'
+        kind = errors.BY_CODE.get(C.WLErrorCode(error), errors.WickerlaneError)
+        if _is_forked and kind is errors.Unreachable:
+            raise errors.ForkedProcess('a process that fork() made can\'t use the library that its parent has used: '
+                                       'start a new program, or use the start method "spawn" of multiprocessing')
+        raise kind(text)
+    return result
+
+
+def text_argument(text: str) -> bytes:
+    """A text as C takes it."""
+    if '\0' in text:
+        raise ValueError('a text for the library can\'t have a NUL in it')
+    return text.encode()
+
+
+def text_or_none(text: bytes | None) -> str | None:
+    """A text that C gave."""
+    return None if text is None else text.decode(errors='replace')
+
+
+def string(pointer: int | None) -> str | None:
+    """The text of a borrowed string."""
+    return text_or_none(C.WLStringText(pointer))
+
+
+def url(pointer: int | None) -> str | None:
+    """The text of a borrowed URL."""
+    with Scope():
+        return string(C.WLURLText(pointer))
+
+
+def known(text: str | None) -> str:
+    """For texts that the headers promise."""
+    return text if text is not None else ''
+
+
+def array(handles: Iterable[Handle]) -> Handle:
+    """An array of the library's, which retains the objects."""
+    kept = list(handles)
+    pointers = (c_void_p * len(kept))(*(each._as_parameter_ for each in kept))
+    return Handle(C.WLArrayCreate(pointers, len(kept)))
+
+
+def strings(texts: Iterable[str]) -> Handle:
+    """An array of strings."""
+    return array([Handle(C.WLStringCreate(text_argument(text))) for text in texts])
+
+
+def optional(function: Function, handle: Handle, kind: Any) -> Any:
+    """A fact that may be unknown: None then."""
+    value = kind()
+    return value.value if function(handle, ctypes.byref(value)) else None
+
+
+def location(function: Function, handle: Handle) -> tuple[float, float] | None:
+    """Latitude and longitude, where they are known."""
+    latitude, longitude = c_double(), c_double()
+    is_known = function(handle, ctypes.byref(latitude), ctypes.byref(longitude))
+    return (latitude.value, longitude.value) if is_known else None
+
+
+def view(data: Handle) -> memoryview:
+    """The bytes of data, without a copy. They live as long as the view, and all that was made from it."""
+    length = C.WLDataLength(data)
+    address = C.WLDataBytes(data)
+    if length == 0 or address is None:
+        return memoryview(b'')
+    exporter: Any = (ctypes.c_ubyte * length).from_address(address)
+    exporter.owner = data
+    return memoryview(exporter).cast('B').toreadonly()

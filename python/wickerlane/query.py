@@ -1,0 +1,148 @@
+"""Queries: which assets there are."""
+
+import datetime
+from collections.abc import Callable, Iterable, Iterator
+from typing import Any, Literal, NotRequired, TypedDict
+
+from .asset import KINDS, Asset, Kind
+from .dates import seconds_of_clock
+from .native import C, Handle, ask, text_argument
+from .session import Session
+
+Order = Literal['date', 'added', 'size', 'name']
+ORDERS: tuple[Order, ...] = ('date', 'added', 'size', 'name')
+
+# The numbers of the fields behind each property of Asset; names and places are always there.
+_FIELDS: dict[str, tuple[int, ...]] = {
+    'kind': (1,), 'original_filename': (4,), 'format': (5,), 'width': (6,), 'height': (7,), 'orientation': (8,),
+    'created': (9,), 'added': (10,), 'location': (11, 12), 'size': (13,), 'sha256': (14,), 'thumbnail_index': (15,),
+    'problem': (16,), 'duration': (17,), 'date': (9, 18), 'zone': (19,), 'usage_intent': (20,), 'camera': (21,),
+    'lens': (22,), 'exposure_seconds': (23,), 'aperture': (24,), 'iso_speed': (25,), 'focal_length': (26,),
+    'favourite': (27,), 'hidden': (28,), 'rating': (29,), 'caption': (30,), 'keywords': (31,),
+}
+_ALWAYS_THERE = {'uuid', 'url', 'object_id', 'path', 'filename'}
+
+
+class Filters(TypedDict):
+    """Conditions and order of a query. The assets to which all conditions apply are given; without one, all are."""
+
+    identity: NotRequired[str]
+    """One asset by a UUID or a beginning of it of at least four characters, by its URL, or by its object ID."""
+    kind: NotRequired[Kind]
+    since: NotRequired[datetime.date]
+    """Not before this date, which is compared with Asset.date: it has no zone."""
+    until: NotRequired[datetime.date]
+    """Before this date."""
+    near: NotRequired[tuple[float, float, float]]
+    """Latitude and longitude in degrees, and the greatest distance from there in meters."""
+    box: NotRequired[tuple[float, float, float, float]]
+    """South, west, north and east in degrees. A west that is larger than the east spans the date line."""
+    album: NotRequired[object]
+    """Members of an Album, or of the one with this UUID."""
+    moment: NotRequired[object]
+    """Those of a Moment, or of the one with this number."""
+    name: NotRequired[str]
+    """With this original name; `*` and `?` stand for any characters and for any one."""
+    text: NotRequired[str]
+    """Words, each of which the original name, the caption, a keyword or the title of an album has."""
+    format: NotRequired[str]
+    """Of a media type, such as 'image/jpeg'."""
+    camera: NotRequired[str]
+    """Of a camera, as Asset.camera gives it."""
+    favourite: NotRequired[bool]
+    hidden: NotRequired[bool]
+    rating: NotRequired[int]
+    """Of at least so many stars, 1 to 5."""
+    edited: NotRequired[bool]
+    problem: NotRequired[bool]
+    """Whether something kept the file from being decoded."""
+    sizes: NotRequired[tuple[int, int | None]]
+    """Originals of at least, and at most, so many bytes; None is no limit."""
+    order: NotRequired[Order]
+    """By date at first."""
+    newest_first: NotRequired[bool]
+    """Whether the order begins with the last date or name, or the largest size."""
+
+
+def _sizes(query: Handle, sizes: tuple[int, int | None]) -> None:
+    least, most = sizes
+    C.WLAssetQuerySetSizes(query, least, 2**64 - 1 if most is None else most)
+
+
+def _text(setter: Any) -> Callable[[Handle, Any], object]:
+    return lambda query, value: setter(query, text_argument(value))
+
+
+_SETTERS: dict[str, Callable[[Handle, Any], object]] = {
+    'identity': _text(C.WLAssetQuerySetIdentity),
+    'kind': lambda query, kind: C.WLAssetQuerySetKind(query, KINDS.index(kind)),
+    'since': lambda query, date: C.WLAssetQuerySetFrom(query, seconds_of_clock(date)),
+    'until': lambda query, date: C.WLAssetQuerySetUntil(query, seconds_of_clock(date)),
+    'near': lambda query, near: C.WLAssetQuerySetNear(query, *near),
+    'box': lambda query, box: C.WLAssetQuerySetBox(query, *box),
+    'album': lambda query, album: C.WLAssetQuerySetAlbum(query, text_argument(getattr(album, 'uuid', album))),
+    'moment': lambda query, moment: C.WLAssetQuerySetMoment(query, getattr(moment, 'number', moment)),
+    'name': _text(C.WLAssetQuerySetName),
+    'text': _text(C.WLAssetQuerySetText),
+    'format': _text(C.WLAssetQuerySetFormat),
+    'camera': _text(C.WLAssetQuerySetCamera),
+    'favourite': C.WLAssetQuerySetFavourite,
+    'hidden': C.WLAssetQuerySetHidden,
+    'rating': C.WLAssetQuerySetMinimumRating,
+    'edited': C.WLAssetQuerySetEdited,
+    'problem': C.WLAssetQuerySetProblem,
+    'sizes': _sizes,
+}
+
+
+def make_query(filters: Filters, fields: Iterable[str] | None, page_size: int) -> Handle:
+    """A query that is ready to be asked. Raises ValueError or TypeError for what no query has."""
+    query = Handle(C.WLAssetQueryCreate())
+    order = ORDERS.index(filters.get('order', 'date'))
+    C.WLAssetQuerySetOrder(query, order, filters.get('newest_first', False))
+    C.WLAssetQuerySetLimit(query, page_size)
+    for name, value in filters.items():
+        if name in ('order', 'newest_first'):
+            continue
+        if name not in _SETTERS:
+            raise TypeError(f'assets can\'t be asked for by {name!r}')
+        _SETTERS[name](query, value)
+    for field in fields if fields is not None else ():
+        if field not in _FIELDS and field not in _ALWAYS_THERE:
+            raise ValueError(f'assets have no field {field!r}')
+        for number in _FIELDS.get(field, (1,)):
+            C.WLAssetQueryAddField(query, number)
+    return query
+
+
+class Assets:
+    """The assets that match a query. Each iteration asks the daemon again, a page at a time: no asset that is there
+    all the time comes twice or is passed over, even while assets come and go."""
+
+    def __init__(self, query: Handle, session: Session) -> None:
+        """For the package's own use."""
+        self._query = query
+        self._session = session
+
+    def __iter__(self) -> Iterator[Asset]:
+        for page in pages(self._session, C.WLAssetPageCreate, C.WLAssetPageCreateNext, self._query):
+            for index in range(C.WLAssetPageCount(page)):
+                yield Asset(Handle.retaining(C.WLAssetPageGet(page, index)), self._session)
+
+    def count(self) -> int:
+        """How many there are now. They are not fetched for that."""
+        by_month = 1
+        with self._session.asking():
+            sections = Handle(ask(C.WLAssetSectionsCreate, self._query, by_month))
+        return sum(C.WLAssetSectionsAssetCount(sections, index) for index in range(C.WLAssetSectionsCount(sections)))
+
+
+def pages(session: Session, first: Any, following: Any, *arguments: object) -> Iterator[Handle]:
+    """The pages that the function `first` begins with."""
+    with session.asking():
+        page: Handle | None = Handle(ask(first, *arguments))
+    while page is not None:
+        yield page
+        with session.asking():
+            pointer = ask(following, page)
+        page = Handle(pointer) if pointer is not None else None
