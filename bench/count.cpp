@@ -5,8 +5,7 @@
 #include <filesystem>
 
 #include "bench/InTurn.h"
-#include "bench/OtherProcess.h"
-#include "hoardd/Daemon.h"
+#include "bench/ServedLibrary.h"
 #include "hoardd/library/Store.h"
 #include "wickerlane/api/RZLibrary.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
@@ -27,17 +26,6 @@ void echo(int fd) {
         bench::readAll(fd, bytes, sizeof bytes);
         bench::writeAll(fd, bytes, sizeof bytes);
     }
-}
-
-void serve(int fd) {
-    static hoardd::Daemon &daemon = *new hoardd::Daemon({.idleTime = std::chrono::milliseconds(0)});
-    if (const auto started = daemon.start([] {}); !started) {
-        std::fprintf(stderr, "%s\n", started.error().text.c_str());
-        _exit(1);
-    }
-    bench::writeAll(fd, "r", 1);
-    for (;;)
-        pause();
 }
 
 /// Rows without files, which a count does not miss.
@@ -73,7 +61,7 @@ void askCounts(int times) {
 void measure(const char *where, int processor) {
     fillLibrary();
     Other floor(processor, echo);
-    const Other daemon(processor, serve);
+    const Other daemon(processor, bench::serveLibrary);
     char byte = 0;
     bench::readAll(daemon.socket, &byte, 1);
     bench::measureInTurn(assets > 10'000 ? 20 : 100, assets > 10'000 ? 20 : 200,

@@ -6,8 +6,7 @@
 #include <filesystem>
 
 #include "bench/InTurn.h"
-#include "bench/OtherProcess.h"
-#include "hoardd/Daemon.h"
+#include "bench/ServedLibrary.h"
 #include "hoardd/library/Store.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/platform/file/Files.h"
@@ -21,19 +20,6 @@ namespace {
 
 constexpr std::size_t pageSize = 500;
 std::size_t assets = 0;
-
-void serve(int fd) {
-    static hoardd::Daemon &daemon = *new hoardd::Daemon({.idleTime = std::chrono::milliseconds(0),
-                                                         .quietTime = std::chrono::milliseconds(0),
-                                                         .scrubTime = {}});
-    if (const auto started = daemon.start([] {}); !started) {
-        std::fprintf(stderr, "%s\n", started.error().text.c_str());
-        _exit(1);
-    }
-    bench::writeAll(fd, "r", 1);
-    for (;;)
-        pause();
-}
 
 /// Rows without files, which a page does not miss. Some 20 a day.
 void fillLibrary() {
@@ -99,7 +85,7 @@ void measurePage(const char *where, store::StoreReader &reader, bool isInTheMidd
 
 void measure(const char *where, int processor) {
     fillLibrary();
-    const Other daemon(processor, serve);
+    const Other daemon(processor, bench::serveLibrary);
     char byte = 0;
     bench::readAll(daemon.socket, &byte, 1);
     if (JXGatekeeperClient::sharedInstance()->getCurrentModelVersion() < 0)

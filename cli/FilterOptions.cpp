@@ -114,7 +114,7 @@ void addFilterOptions(const Command &command, FilterOptions &options) {
     command.addOption("--name", options.name, "Only those with such an original name: 'IMG_*.jpg'")
         .typeName("PATTERN");
     command.addOption("--camera", options.camera, "Only those taken with this camera").typeName("CAMERA");
-    command.addOption("--rating", options.rating, "Only those with at least so many stars")
+    command.addOption("--rating", options.rating, "Only those with at least this number of stars")
         .between(1, 5)
         .typeName("STARS");
     command.addFlag("--favourite", options.favourite, "Only favourites");

@@ -74,34 +74,33 @@ Result<Answer> allAlbums(Library &library, const Call &) {
     return answer.set(keys::storeUUID, String::of(library.queries().storeUUID()));
 }
 
-Result<Answer> momentsMatchingQuery(Library &library, const Call &call) {
-    const auto query = queryOf<MomentQuery>(call);
+/// A page of what an analysis has found: of the records that are a member of what `read` gives.
+template <class Query, class Page, class Record>
+Result<Answer>
+pageOfAnalysis(Library &library, const Call &call, Result<Page> (store::AnalysisReader::*read)(const Query &),
+               std::vector<Record> Page::*records, const protocol::Key<protocol::coding::ByteData> &key) {
+    const auto query = queryOf<Query>(call);
     if (!query)
         return passOn(query);
     auto reader = store::AnalysisReader::open(library.paths());
     if (!reader)
         return passOn(reader);
-    const auto page = reader->moments(*query);
+    const auto page = ((*reader).*read)(*query);
     if (!page)
         return passOn(page);
     Answer answer;
-    answer.set(keys::moments, protocol::packed(page->moments).get());
+    answer.set(key, protocol::packed((*page).*records).get());
     return withCursor(std::move(answer), page->next);
 }
 
+Result<Answer> momentsMatchingQuery(Library &library, const Call &call) {
+    return pageOfAnalysis<MomentQuery, MomentPage>(library, call, &store::AnalysisReader::moments,
+                                                   &MomentPage::moments, keys::moments);
+}
+
 Result<Answer> duplicatesMatchingQuery(Library &library, const Call &call) {
-    const auto query = queryOf<DuplicatesQuery>(call);
-    if (!query)
-        return passOn(query);
-    auto reader = store::AnalysisReader::open(library.paths());
-    if (!reader)
-        return passOn(reader);
-    const auto page = reader->duplicates(*query);
-    if (!page)
-        return passOn(page);
-    Answer answer;
-    answer.set(keys::groups, protocol::packed(page->groups).get());
-    return withCursor(std::move(answer), page->next);
+    return pageOfAnalysis<DuplicatesQuery, DuplicatesPage>(library, call, &store::AnalysisReader::duplicates,
+                                                           &DuplicatesPage::groups, keys::groups);
 }
 
 Result<Answer> changesSinceToken(Library &library, const Call &call) {

@@ -125,7 +125,7 @@ WL_EXTERN_C void WLAssetQuerySetFavourite(WLAssetQuery *query, bool isFavourite)
 /// Hidden assets only, or only the others. Without it, both are given.
 WL_EXTERN_C void WLAssetQuerySetHidden(WLAssetQuery *query, bool isHidden);
 
-/// Of at least so many stars, 1 to 5.
+/// Of at least this number of stars, 1 to 5.
 WL_EXTERN_C void WLAssetQuerySetMinimumRating(WLAssetQuery *query, int64_t rating);
 
 /// With an edited rendition, or without.
@@ -134,7 +134,7 @@ WL_EXTERN_C void WLAssetQuerySetEdited(WLAssetQuery *query, bool isEdited);
 /// Whether something kept the file from being decoded.
 WL_EXTERN_C void WLAssetQuerySetProblem(WLAssetQuery *query, bool hasProblem);
 
-/// Originals of at least and at most so many bytes. 0 and UINT64_MAX are no limits.
+/// The smallest and the largest size of originals, in bytes. 0 and UINT64_MAX are no limits.
 WL_EXTERN_C void WLAssetQuerySetSizes(WLAssetQuery *query, uint64_t minimum, uint64_t maximum);
 
 // In which order, and how much at a time.

@@ -24,7 +24,7 @@ struct ChangesPage {
     std::string token;  ///< To ask for what changes behind these.
     bool isLast = true; ///< Nothing more has changed yet.
     /// The library no longer knows all that has changed since then, or its store is another one: list its
-    /// assets anew, and go on with this token. There are no changes then.
+    /// assets again, and go on with this token. There are no changes then.
     bool isTooOld = false;
 };
 
