@@ -14,6 +14,7 @@ folder."""
 
 from .album import Album
 from .asset import Asset, DetailChanges
+from .changes import CountChanges
 from .errors import (Busy, DamagedStore, Empty, Ending, Exists, Failed, ForkedProcess, Invalid, NewerVersion,
                      NoSpace, NotFound, NotWritable, QueueFull, Refused, TimedOut, Unreachable, WickerlaneError)
 from .library import Library, Saved
@@ -21,7 +22,8 @@ from .moment import Duplicates, Moment
 from .query import Assets, Filters
 
 __all__ = [
-    'Album', 'Asset', 'Assets', 'Busy', 'DamagedStore', 'DetailChanges', 'Duplicates', 'Empty', 'Ending', 'Exists',
-    'Failed', 'Filters', 'ForkedProcess', 'Invalid', 'Library', 'Moment', 'NewerVersion', 'NoSpace', 'NotFound',
-    'NotWritable', 'QueueFull', 'Refused', 'Saved', 'TimedOut', 'Unreachable', 'WickerlaneError',
+    'Album', 'Asset', 'Assets', 'Busy', 'CountChanges', 'DamagedStore', 'DetailChanges', 'Duplicates', 'Empty',
+    'Ending', 'Exists', 'Failed', 'Filters', 'ForkedProcess', 'Invalid', 'Library', 'Moment', 'NewerVersion',
+    'NoSpace', 'NotFound', 'NotWritable', 'QueueFull', 'Refused', 'Saved', 'TimedOut', 'Unreachable',
+    'WickerlaneError',
 ]

@@ -10,6 +10,7 @@ from typing import Literal, Self, Unpack
 
 from .album import Album
 from .asset import Asset, DetailChanges, set_details
+from .changes import CountChanges
 from .dates import seconds_of_clock, seconds_of_instant
 from .errors import NotFound
 from .moment import Duplicates, Moment
@@ -68,6 +69,10 @@ class Library:
     def count(self, **filters: Unpack[Filters]) -> int:
         """How many assets match all filters."""
         return self.assets(**filters).count()
+
+    def count_changes(self) -> CountChanges:
+        """The numbers of photos and videos at each change, for programs that run on asyncio."""
+        return CountChanges(self.assets(kind='photo'), self.assets(kind='video'))
 
     def asset(self, identity: str) -> Asset:
         """The asset with a UUID, a beginning of one that no other has, a URL or an object ID."""

@@ -29,7 +29,11 @@ _POINTER, _TEXT, _ERROR = c_void_p, c_char_p, ctypes.POINTER(c_void_p)
 # results as 32-bit numbers.
 _SIGNATURES: list[tuple[Any, list[Any], str]] = [
     (_POINTER, [], 'WLScopePush WLAssetQueryCreate WLAssetDetailsCreate'),
-    (None, [_POINTER], 'WLScopePop WLRelease'),
+    (None, [_POINTER], 'WLScopePop WLRelease RZUnregisterForPhotosAndVideosCount'),
+    (_POINTER, [_POINTER, _POINTER, _POINTER, _POINTER], 'RZRegisterForPhotosAndVideosCount'),
+    (_POINTER, [], 'WLQueueMain'),
+    (c_int, [], 'WLMainDescriptor'),
+    (c_size_t, [], 'WLMainDrain'),
     (_POINTER, [_POINTER], 'WLRetain WLAsAlbum WLURLText WLErrorText WLDataBytes WLSaveJobCreateWithData '
      'WLAssetURL WLAssetObjectID WLAssetFilePath WLAlbumURL WLAlbumObjectID '
      'WLSavedAssetUUID WLSavedAssetURL WLSavedAssetProblem WLAssetSHA256'),
@@ -156,10 +160,15 @@ def _note_fork() -> None:
 os.register_at_fork(after_in_child=_note_fork)
 
 
-def ask(function: Function, *arguments: object) -> Any:
-    """Calls a function that waits for the daemon, inside of a scope, and raises what it says is wrong."""
+def note_use() -> None:
+    """From now on, children that fork() makes can't use the library."""
     global _used
     _used = True
+
+
+def ask(function: Function, *arguments: object) -> Any:
+    """Calls a function that waits for the daemon, inside of a scope, and raises what it says is wrong."""
+    note_use()
     error = c_void_p()
     result = function(*arguments, ctypes.byref(error))
     if error.value is not None:

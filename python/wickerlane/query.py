@@ -1,7 +1,8 @@
 """Queries: which assets there are."""
 
+import asyncio
 import datetime
-from collections.abc import Callable, Iterable, Iterator
+from collections.abc import AsyncIterator, Callable, Iterable, Iterator
 from typing import Any, Literal, NotRequired, TypedDict
 
 from .asset import KINDS, Asset, Kind
@@ -125,9 +126,26 @@ class Assets:
         self._session = session
 
     def __iter__(self) -> Iterator[Asset]:
-        for page in pages(self._session, C.WLAssetPageCreate, C.WLAssetPageCreateNext, self._query):
-            for index in range(C.WLAssetPageCount(page)):
-                yield Asset(Handle.retaining(C.WLAssetPageGet(page, index)), self._session)
+        for page in self._pages():
+            yield from self._on(page)
+
+    async def __aiter__(self) -> AsyncIterator[Asset]:
+        """The same, for programs that run on asyncio: they don't stand still while a page is awaited."""
+        found = self._pages()
+
+        def following() -> Handle | None:
+            return next(found, None)
+
+        while (page := await asyncio.to_thread(following)) is not None:
+            for asset in self._on(page):
+                yield asset
+
+    def _pages(self) -> Iterator[Handle]:
+        return pages(self._session, C.WLAssetPageCreate, C.WLAssetPageCreateNext, self._query)
+
+    def _on(self, page: Handle) -> Iterator[Asset]:
+        for index in range(C.WLAssetPageCount(page)):
+            yield Asset(Handle.retaining(C.WLAssetPageGet(page, index)), self._session)
 
     def count(self) -> int:
         """How many there are now. They are not fetched for that."""

@@ -20,7 +20,10 @@ def run(*command: object, **more: object) -> subprocess.CompletedProcess[str]:
                           check=False, **more)
 
 
-@pytest.mark.parametrize('sources', [['wickerlane'], ['../examples/backup.py', '../examples/contact_sheet.py']])
+@pytest.mark.parametrize('sources', [
+    ['wickerlane'],
+    ['../examples/backup.py', '../examples/contact_sheet.py', '../examples/watch.py'],
+])
 def test_types(sources: list[str], tmp_path: pathlib.Path) -> None:
     checked = run(sys.executable, '-m', 'mypy', '--strict', '--cache-dir', tmp_path, *sources, cwd=TREE / 'python')
     assert checked.returncode == 0, checked.stdout
