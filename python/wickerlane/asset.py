@@ -8,7 +8,7 @@ from typing import Any, BinaryIO, Literal, NotRequired, TypedDict, Unpack
 
 from . import dates
 from .native import C, Handle, Scope, array, ask, known, location, optional, string, strings, text_argument
-from .native import text_or_none, url, view
+from .native import text_or_none, url, view, whole
 from .session import Session
 
 Kind = Literal['photo', 'video']
@@ -278,7 +278,7 @@ class Asset:
 _SETTERS: dict[str, tuple[Any, Any]] = {
     'favourite': (C.WLAssetDetailsSetFavourite, bool),
     'hidden': (C.WLAssetDetailsSetHidden, bool),
-    'rating': (C.WLAssetDetailsSetRating, int),
+    'rating': (C.WLAssetDetailsSetRating, whole),
     'caption': (C.WLAssetDetailsSetCaption, text_argument),
     'keywords': (C.WLAssetDetailsSetKeywords, strings),
     'add_keywords': (C.WLAssetDetailsAddKeywords, strings),

@@ -14,7 +14,7 @@ from .changes import CountChanges
 from .dates import seconds_of_clock, seconds_of_instant
 from .errors import NotFound
 from .moment import Duplicates, Moment
-from .native import C, Handle, ask, known, string, text_argument, url
+from .native import C, Handle, ask, known, size, string, text_argument, url
 from .query import Assets, Filters, make_query, pages
 from .session import Session
 
@@ -143,13 +143,13 @@ class Library:
         start = seconds_of_clock(since) if since is not None else -math.inf
         end = seconds_of_clock(until) if until is not None else math.inf
         found = pages(self._session, C.WLMomentPageCreate, C.WLMomentPageCreateNext, start, end, newest_first,
-                      page_size)
+                      size(page_size))
         return (Moment(Handle.retaining(C.WLMomentPageGet(page, index)), self._session)
                 for page in found for index in range(C.WLMomentPageCount(page)))
 
     def duplicates(self, kind: DuplicateKind = 'all', *, page_size: int = 500) -> Iterator[Duplicates]:
         """Groups of assets that are the same picture, of those that are similar, or of both."""
         found = pages(self._session, C.WLDuplicatesPageCreate, C.WLDuplicatesPageCreateNext,
-                      DUPLICATE_KINDS.index(kind), page_size)
+                      DUPLICATE_KINDS.index(kind), size(page_size))
         return (Duplicates(Handle.retaining(C.WLDuplicatesPageGet(page, index)))
                 for page in found for index in range(C.WLDuplicatesPageCount(page)))

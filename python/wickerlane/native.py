@@ -1,11 +1,12 @@
 """The C functions, and the ownership of what they give."""
 
 import ctypes
+import operator
 import os
 from collections.abc import Callable, Iterable
 from ctypes import c_bool, c_char_p, c_double, c_int, c_int64, c_size_t, c_uint32, c_uint64, c_void_p
 from types import TracebackType
-from typing import Any, NoReturn
+from typing import Any, NoReturn, SupportsIndex
 
 from . import errors
 
@@ -186,6 +187,22 @@ def text_argument(text: str) -> bytes:
     if '\0' in text:
         raise ValueError('a text for the library can\'t have a NUL in it')
     return text.encode()
+
+
+def whole(number: SupportsIndex) -> int:
+    """A number as C takes it: ctypes would cut off what is too large."""
+    value = operator.index(number)
+    if not -2**63 <= value < 2**63:
+        raise ValueError(f'{value} is beyond all numbers of the library')
+    return value
+
+
+def size(number: SupportsIndex) -> int:
+    """A number of things, or of bytes."""
+    value = whole(number)
+    if value < 0:
+        raise ValueError(f'{value} is no size')
+    return value
 
 
 def text_or_none(text: bytes | None) -> str | None:

@@ -7,7 +7,7 @@ from typing import Any, Literal, NotRequired, TypedDict
 
 from .asset import KINDS, Asset, Kind
 from .dates import seconds_of_clock
-from .native import C, Handle, ask, text_argument
+from .native import C, Handle, ask, size, text_argument, whole
 from .session import Session
 
 Order = Literal['date', 'added', 'size', 'name']
@@ -67,7 +67,7 @@ class Filters(TypedDict):
 
 def _sizes(query: Handle, sizes: tuple[int, int | None]) -> None:
     least, most = sizes
-    C.WLAssetQuerySetSizes(query, least, 2**64 - 1 if most is None else most)
+    C.WLAssetQuerySetSizes(query, size(least), 2**64 - 1 if most is None else size(most))
 
 
 def _text(setter: Any) -> Callable[[Handle, Any], object]:
@@ -82,14 +82,14 @@ _SETTERS: dict[str, Callable[[Handle, Any], object]] = {
     'near': lambda query, near: C.WLAssetQuerySetNear(query, *near),
     'box': lambda query, box: C.WLAssetQuerySetBox(query, *box),
     'album': lambda query, album: C.WLAssetQuerySetAlbum(query, text_argument(getattr(album, 'uuid', album))),
-    'moment': lambda query, moment: C.WLAssetQuerySetMoment(query, getattr(moment, 'number', moment)),
+    'moment': lambda query, moment: C.WLAssetQuerySetMoment(query, whole(getattr(moment, 'number', moment))),
     'name': _text(C.WLAssetQuerySetName),
     'text': _text(C.WLAssetQuerySetText),
     'format': _text(C.WLAssetQuerySetFormat),
     'camera': _text(C.WLAssetQuerySetCamera),
     'favourite': C.WLAssetQuerySetFavourite,
     'hidden': C.WLAssetQuerySetHidden,
-    'rating': C.WLAssetQuerySetMinimumRating,
+    'rating': lambda query, rating: C.WLAssetQuerySetMinimumRating(query, whole(rating)),
     'edited': C.WLAssetQuerySetEdited,
     'problem': C.WLAssetQuerySetProblem,
     'sizes': _sizes,
@@ -101,7 +101,7 @@ def make_query(filters: Filters, fields: Iterable[str] | None, page_size: int) -
     query = Handle(C.WLAssetQueryCreate())
     order = ORDERS.index(filters.get('order', 'date'))
     C.WLAssetQuerySetOrder(query, order, filters.get('newest_first', False))
-    C.WLAssetQuerySetLimit(query, page_size)
+    C.WLAssetQuerySetLimit(query, size(page_size))
     for name, value in filters.items():
         if name in ('order', 'newest_first'):
             continue

@@ -45,6 +45,11 @@ def test_refused_requests(library: wickerlane.Library, save: Save, tmp_path: pat
         (lambda: library.assets(colour='red'), TypeError), # type: ignore[call-arg]
         (lambda: library.assets(fields=['colour']), ValueError),
         (lambda: library.assets(since=datetime.datetime.now(datetime.UTC)), ValueError),
+        (lambda: asset.set(rating=2**64 + 3), ValueError),
+        (lambda: library.assets(rating=2**64 + 3), ValueError),
+        (lambda: library.assets(sizes=(-1, None)), ValueError),
+        (lambda: library.assets(page_size=2**64 + 1), ValueError),
+        (lambda: library.moments(page_size=-1), ValueError),
         (lambda: asset.picture('huge'), ValueError), # type: ignore[arg-type]
         (lambda: wickerlane.Library(time_limit=0), ValueError),
     ]

@@ -1,9 +1,11 @@
 """The package as a whole: its types, how it is built, and how it fails to load."""
 
+import ctypes
 import importlib
 import inspect
 import os
 import pathlib
+import re
 import shutil
 import subprocess
 import sys
@@ -11,6 +13,7 @@ import zipfile
 
 import pytest
 import wickerlane
+from wickerlane import asset, native, query
 
 TREE = pathlib.Path(__file__).parents[2]
 
@@ -57,11 +60,51 @@ def test_a_library_that_is_not_there_is_named() -> None:
     assert 'ImportError' in failed.stdout and '/nowhere.so' in failed.stdout
 
 
-def test_each_reason_has_its_class() -> None:
-    """As the header has them."""
+def constants(header: str, prefix: str) -> dict[str, int]:
+    """The numbers that a header of C gives to names with a prefix."""
+    text = (TREE / 'wickerlane/api' / header).read_text(encoding='utf-8')
+    found = {name: int(number) for name, number in re.findall(rf'^    {prefix}(\w+) = (\d+)', text, re.MULTILINE)}
+    assert len(found) > 1
+    return found
+
+
+def test_numbers_are_those_of_the_headers() -> None:
     errors = importlib.import_module('wickerlane.errors')
-    header = (TREE / 'wickerlane/api/WLError.h').read_text(encoding='utf-8')
-    lines = [line.split() for line in header.splitlines() if line.startswith('    WLError')]
-    codes = {int(words[2].rstrip(',')): words[0].removeprefix('WLError') for words in lines}
-    assert len(codes) == 15
-    assert {code: kind.__name__ for code, kind in errors.BY_CODE.items()} == codes
+    assert {kind.__name__: code for code, kind in errors.BY_CODE.items()} == constants('WLError.h', 'WLError')
+    orders = {name.lower(): number for name, number in constants('WLAssetQuery.h', 'WLAssetOrder').items()}
+    assert dict(zip(query.ORDERS, range(4), strict=True)) == orders
+    pictures = {'original': 'Original', 'small': 'SmallJPEG', 'preview': 'PreviewJPEG', 'full': 'FullJPEG',
+                'full-png': 'FullPNG', 'large': 'LargeJPEG'}
+    assert {pictures[name]: i for i, name in enumerate(asset.PICTURES)} == constants('WLAssetData.h', 'WLPicture')
+    other_names = {'created': ['DateCreated'], 'added': ['DateAdded'], 'location': ['Latitude', 'Longitude'],
+                   'size': ['ByteSize'], 'sha256': ['SHA256'], 'date': ['DateCreated', 'ClockDate'],
+                   'zone': ['ZoneMinutes'], 'usage_intent': ['ExternalUsageIntent'], 'iso_speed': ['ISOSpeed']}
+    fields = constants('WLAssetQuery.h', 'WLAssetField')
+    for name, numbers in query._FIELDS.items():
+        names = other_names.get(name, [''.join(word.capitalize() for word in name.split('_'))])
+        assert numbers == tuple(fields[each] for each in names), name
+    assert {number for numbers in query._FIELDS.values() for number in numbers} == set(fields.values())
+
+
+def test_functions_are_declared_as_in_the_headers() -> None:
+    c_types = {'void': None, 'bool': ctypes.c_bool, 'int': ctypes.c_int, 'size_t': ctypes.c_size_t,
+               'double': ctypes.c_double, 'int64_t': ctypes.c_int64, 'uint32_t': ctypes.c_uint32,
+               'uint64_t': ctypes.c_uint64, 'WLReleaseContext': ctypes.c_void_p, 'const char *': ctypes.c_char_p,
+               'double *': ctypes.POINTER(ctypes.c_double), 'int64_t *': ctypes.POINTER(ctypes.c_int64),
+               'WLError **': ctypes.POINTER(ctypes.c_void_p)}
+
+    def ctype(text: str) -> object:
+        """Of a type, or of an argument with its name."""
+        kind = re.sub(r'(?<=[ *])\w+$', '', text).strip() if ' ' in text else text
+        return c_types.get(kind, ctypes.c_void_p if '*' in kind or '(' in kind else kind)
+
+    headers = '\n'.join(file.read_text(encoding='utf-8') for file in (TREE / 'wickerlane/api').glob('*.h'))
+    declared = {}
+    for result, name, arguments in re.findall(r'^WL_EXTERN_C ([\w ]+?[ *]+)(\w+)\((.*?)\);', headers, re.M | re.S):
+        arguments = re.sub(r'\(\*\w+\)\(.*?\)', '*function', ' '.join(arguments.split())) # a pointer to a function
+        types = [] if arguments == 'void' else [ctype(each) for each in arguments.split(', ')]
+        declared[name] = (ctype(result.strip()), types)
+    assert len(declared) > 150
+    for result, arguments, names in native._SIGNATURES:
+        for name in names.split():
+            assert declared[name] == (result, arguments), name
