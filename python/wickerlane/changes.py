@@ -13,7 +13,6 @@ from typing import Self
 from . import native
 from .errors import Unreachable
 from .native import C, Handle, Scope
-from .query import Assets
 
 # C calls one function, which is always there, with the number of a handler: a call that comes late finds none.
 _handlers: dict[int, Callable[[], object]] = {}
@@ -57,10 +56,9 @@ class CountChanges:
 
     Changes in quick succession share a turn. What comes while a turn is worked on is seen by the next."""
 
-    def __init__(self, photos: Assets, videos: Assets) -> None:
+    def __init__(self, count: Callable[[], tuple[int, int]]) -> None:
         """For the package's own use."""
-        self._photos = photos
-        self._videos = videos
+        self._count = count
         self._changed = asyncio.Event()
 
     async def __aenter__(self) -> Self:
@@ -98,6 +96,4 @@ class CountChanges:
     async def __anext__(self) -> tuple[int, int]:
         await self._changed.wait()
         self._changed.clear()
-        photos, videos = await asyncio.gather(asyncio.to_thread(self._photos.count),
-                                              asyncio.to_thread(self._videos.count))
-        return photos, videos
+        return await asyncio.to_thread(self._count)

@@ -9,8 +9,9 @@ from types import TracebackType
 from typing import Literal, Self, Unpack
 
 from .album import Album
-from .asset import Asset, DetailChanges, set_details
+from .asset import KINDS, Asset, DetailChanges, set_details
 from .changes import CountChanges
+from .counts import photos_and_videos
 from .dates import seconds_of_clock, seconds_of_instant
 from .errors import NotFound
 from .moment import Duplicates, Moment
@@ -67,12 +68,16 @@ class Library:
         return Assets(make_query(filters, fields, page_size), self._session)
 
     def count(self, **filters: Unpack[Filters]) -> int:
-        """How many assets match all filters."""
-        return self.assets(**filters).count()
+        """How many assets match all filters. Without any, or by kind alone, it does not depend on their number."""
+        assets = self.assets(**filters)
+        counts = photos_and_videos(self._session) if filters.keys() <= {'kind'} else None
+        if counts is None:
+            return assets.count()
+        return counts[KINDS.index(filters['kind'])] if 'kind' in filters else sum(counts)
 
     def count_changes(self) -> CountChanges:
         """The numbers of photos and videos at each change, for programs that run on asyncio."""
-        return CountChanges(self.assets(kind='photo'), self.assets(kind='video'))
+        return CountChanges(lambda: (self.count(kind='photo'), self.count(kind='video')))
 
     def asset(self, identity: str) -> Asset:
         """The asset with a UUID, a beginning of one that no other has, a URL or an object ID."""

@@ -32,6 +32,8 @@ _SIGNATURES: list[tuple[Any, list[Any], str]] = [
     (_POINTER, [], 'WLScopePush WLAssetQueryCreate WLAssetDetailsCreate'),
     (None, [_POINTER], 'WLScopePop WLRelease RZUnregisterForPhotosAndVideosCount'),
     (_POINTER, [_POINTER, _POINTER, _POINTER, _POINTER], 'RZRegisterForPhotosAndVideosCount'),
+    (None, [_POINTER, _POINTER, _POINTER], 'RZGetPhotosAndVideosCount'),
+    (c_uint64, [_POINTER], 'WLNumberUInt64'),
     (_POINTER, [], 'WLQueueMain'),
     (c_int, [], 'WLMainDescriptor'),
     (c_size_t, [], 'WLMainDrain'),

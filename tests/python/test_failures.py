@@ -107,6 +107,13 @@ except wickerlane.WickerlaneError as error:
     assert done.stdout == 'Unreachable 11\n'
 
 
+def test_the_interpreter_ends_well_right_after_an_answer(library: wickerlane.Library) -> None:
+    for _ in range(10):
+        program = 'import wickerlane; print(wickerlane.Library().count())'
+        done = subprocess.run([sys.executable, '-c', program], stdout=subprocess.PIPE, text=True, check=True)
+        assert done.stdout == '0\n'
+
+
 def test_a_daemon_that_has_ended_is_started_again(library: wickerlane.Library) -> None:
     library.save(png(207))
     end_daemon()
@@ -141,6 +148,7 @@ def test_threads_share_a_library(library: wickerlane.Library, save: Save) -> Non
             with pytest.raises(wickerlane.NotFound):
                 library.album(f'album {number}')
         assert asset.original() == png(205)
+        assert (library.count(), library.count(kind='photo'), library.count(kind='video')) == (1, 1, 0)
         return sum(each.original_filename == 'a.png' for each in library.assets())
 
     with concurrent.futures.ThreadPoolExecutor(8) as pool:
