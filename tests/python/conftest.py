@@ -9,6 +9,7 @@ import signal
 import subprocess
 import sys
 import tempfile
+import time
 from collections.abc import Callable, Iterator
 from contextlib import contextmanager
 
@@ -57,6 +58,30 @@ def daemon() -> Iterator[int | None]:
         yield None
     finally:
         os.close(descriptor)
+
+
+def stands_still(thread: pathlib.Path) -> bool:
+    """Of a folder below /proc."""
+    try:
+        return '\nState:\tT' in (thread / 'status').read_text(encoding='utf-8')
+    except OSError: # it has ended meanwhile
+        return True
+
+
+@contextmanager
+def stopped_daemon() -> Iterator[None]:
+    """Inside, the daemon, which must run, stands still. A signal stops its threads one after another."""
+    with daemon() as descriptor:
+        assert descriptor is not None
+        facts = pathlib.Path(f'/proc/self/fdinfo/{descriptor}').read_text(encoding='ascii')
+        threads = pathlib.Path('/proc') / facts.split('Pid:')[1].split()[0] / 'task'
+        signal.pidfd_send_signal(descriptor, signal.SIGSTOP)
+        try:
+            while not all(stands_still(thread) for thread in threads.iterdir()):
+                time.sleep(0.001)
+            yield
+        finally:
+            signal.pidfd_send_signal(descriptor, signal.SIGCONT)
 
 
 def end_daemon() -> None:
