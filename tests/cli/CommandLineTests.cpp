@@ -7,6 +7,7 @@
 #include <fstream>
 
 #include "tests/cli/CommandRun.h"
+#include "tests/support/StoppedProcess.h"
 #include "tests/support/TestImages.h"
 #include "tests/support/WaitUntil.h"
 #include "wickerlane/store/LibraryPaths.h"
@@ -52,7 +53,7 @@ TEST_F(Commands, ADaemonThatStandsStillCostsTheTimeThatIsAllowed) {
     pid_t daemon = 0;
     std::ifstream(wickerlane::store::LibraryPaths().lock()) >> daemon;
     ASSERT_GT(daemon, 0);
-    ASSERT_EQ(kill(daemon, SIGSTOP), 0);
+    ASSERT_TRUE(stopProcess(daemon));
     for (const std::vector<std::string> &arguments : {std::vector<std::string>{"--timeout", "0.05", "count"},
                                                       {"--timeout", "0.05", "import", picture},
                                                       {"--timeout", "0.05", "set", "--rating", "5", uuid},

@@ -8,6 +8,7 @@
 #include <set>
 
 #include "tests/cli/CommandRun.h"
+#include "tests/support/StoppedProcess.h"
 #include "tests/support/TestClips.h"
 #include "tests/support/TestImages.h"
 #include "tests/support/WaitUntil.h"
@@ -289,7 +290,7 @@ TEST_F(Commands, AnImportThatMetTheDaemonsDeathSavesEachFileOnce) {
         pid_t daemon = 0;
         std::ifstream(wickerlane::store::LibraryPaths().lock()) >> daemon;
         ASSERT_GT(daemon, 0);
-        ASSERT_EQ(kill(daemon, SIGSTOP), 0);
+        ASSERT_TRUE(stopProcess(daemon));
         wasMet = importing.isRunning();
         ASSERT_EQ(kill(daemon, SIGKILL), 0);
         const CommandResult result = importing.wait();

@@ -6,6 +6,7 @@
 #include <fstream>
 
 #include "tests/cli/CommandRun.h"
+#include "tests/support/StoppedProcess.h"
 #include "tests/support/TestImages.h"
 #include "tests/support/WaitUntil.h"
 #include "wickerlane/platform/message/listener/MessageListener.h"
@@ -103,7 +104,7 @@ TEST_F(Commands, LongWorkThatFailsSaysSo) {
 TEST_F(Commands, LongWorkThatIsInterruptedSaysSo) {
     imported(file("a.jpg", jpegPicture()));
     const pid_t daemon = run({"daemon", "status", "--json"}).json()["process"];
-    ASSERT_EQ(kill(daemon, SIGSTOP), 0); // it answers nothing
+    ASSERT_TRUE(stopProcess(daemon)); // it answers nothing
     RunningCommand rebuilding({"rebuild-thumbnails"});
     EXPECT_TRUE(waitUntil([&] { return catchesInterrupts(rebuilding.process()); }));
     kill(rebuilding.process(), SIGINT);

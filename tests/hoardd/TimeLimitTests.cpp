@@ -2,6 +2,7 @@
 #include <csignal>
 
 #include "tests/hoardd/RunningHoardd.h"
+#include "tests/support/StoppedProcess.h"
 #include "wickerlane/platform/message/connection/ReplyTimeLimit.h"
 
 namespace wickerlane::test {
@@ -15,7 +16,7 @@ TEST_F(StoppedDaemon, CostsTheTimeLimitAndAnswersWhenItGoesOn) {
     constexpr std::int64_t modelVersion = 69;
     answer(request(modelVersion).get());
     const Process process = daemon();
-    ASSERT_EQ(kill(process.id, SIGSTOP), 0);
+    ASSERT_TRUE(stopProcess(process.id));
     for (int i = 0; i < 3; ++i) {
         const ReplyTimeLimit limit(20ms);
         const auto reply = ask(request(modelVersion).get());
