@@ -4,6 +4,7 @@
 #include <cmath>
 #include <numbers>
 
+#include "wickerlane/model/AssetDetails.h"
 #include "wickerlane/model/AssetURL.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/store/PageCursor.h"
@@ -124,6 +125,11 @@ bool areNumbers(const Values &...values) {
     return (std::isfinite(values.value_or(0)) && ...);
 }
 
+template <class... Values>
+bool areWithin(double limit, const Values &...values) {
+    return ((std::abs(values.value_or(0)) <= limit) && ...);
+}
+
 Result<> check(const AssetQuery &query) {
     const AssetFilter &filter = query.filter;
     constexpr std::size_t largestPage = 10'000;
@@ -136,6 +142,14 @@ Result<> check(const AssetQuery &query) {
     if (!areNumbers(filter.from, filter.until, filter.south, filter.west, filter.north, filter.east,
                     filter.nearLatitude, filter.nearLongitude, filter.radius))
         return fail(ProblemKind::invalid, "a date, place or distance is no number");
+    constexpr double pole = 90, dateLine = 180;
+    if (!areWithin(pole, filter.south, filter.north, filter.nearLatitude) ||
+        !areWithin(dateLine, filter.west, filter.east, filter.nearLongitude) || filter.radius.value_or(0) < 0)
+        return fail(ProblemKind::invalid,
+                    "a latitude is from -90 to 90 degrees, a longitude from -180 to 180, and "
+                    "a radius not negative");
+    if (filter.minRating && (*filter.minRating < 1 || *filter.minRating > maxRating))
+        return fail(ProblemKind::invalid, "a rating is from 1 to 5");
     return {};
 }
 
