@@ -18,7 +18,7 @@ public:
     Progress(const Progress &) = delete;
     Progress &operator=(const Progress &) = delete;
 
-    /// So many more things have been done, and so many more could not be.
+    /// Adds to what has been done, and to what could not be.
     void advance(std::size_t count, std::size_t failed = 0);
 
 private:

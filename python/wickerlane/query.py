@@ -53,12 +53,12 @@ class Filters(TypedDict):
     favourite: NotRequired[bool]
     hidden: NotRequired[bool]
     rating: NotRequired[int]
-    """Of at least so many stars, 1 to 5."""
+    """The fewest stars, 1 to 5."""
     edited: NotRequired[bool]
     problem: NotRequired[bool]
     """Whether something kept the file from being decoded."""
     sizes: NotRequired[tuple[int, int | None]]
-    """Originals of at least, and at most, so many bytes; None is no limit."""
+    """The smallest and the largest size of originals, in bytes; None is no limit."""
     order: NotRequired[Order]
     """By date at first."""
     newest_first: NotRequired[bool]

@@ -24,8 +24,8 @@ using FileBytes = std::vector<std::byte>;
 /// mistakes.
 class RunningHoardd : public testing::Test {
 protected:
-    /// Lets the next daemon be started with these arguments. It analyzes after so many seconds; "0": only
-    /// when it is asked to.
+    /// Lets the next daemon be started with these arguments. it analyzes after that number of seconds; "0":
+    /// only when it is asked to.
     void describeService(std::vector<std::string> arguments = {"--idle-seconds", "60"},
                          const std::string &analyzeAfter = "0");
     void SetUp() override;
