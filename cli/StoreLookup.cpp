@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <set>
 
 #include "cli/DaemonRequests.h"
 #include "wickerlane/model/AssetURL.h"
@@ -99,6 +100,23 @@ Result<Ref<ManagedAsset>> findAsset(store::StoreReader &store, const std::string
 
 Result<Ref<ManagedAsset>> findAsset(const std::string &name) {
     return openStore().and_then([&](const auto &store) { return findAsset(*store, name); });
+}
+
+Result<std::vector<std::string>> findUUIDs(const std::vector<std::string> &names) {
+    const auto store = openStore();
+    if (!store)
+        return passOn(store);
+    std::vector<std::string> uuids;
+    std::set<std::string> known;
+    for (const std::string &name : names) {
+        const auto asset = findAsset(**store, name);
+        if (!asset)
+            return passOn(asset);
+        const std::string &uuid = (*asset)->record().uuid;
+        if (known.insert(uuid).second)
+            uuids.push_back(uuid);
+    }
+    return uuids;
 }
 
 Result<std::vector<TrashedAsset>> readTrash(store::StoreReader &store) {

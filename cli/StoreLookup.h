@@ -32,6 +32,10 @@ Result<Ref<ManagedAsset>> findAsset(store::StoreReader &store, const std::string
 /// The same, of the current library.
 Result<Ref<ManagedAsset>> findAsset(const std::string &name);
 
+/// The UUIDs of assets of the current library, each once, in the order of their names. Fails when one of the
+/// assets is not there.
+Result<std::vector<std::string>> findUUIDs(const std::vector<std::string> &names);
+
 /// What is in the trash, the latest first.
 Result<std::vector<store::TrashedAsset>> readTrash();
 /// The same, over a store that is open.

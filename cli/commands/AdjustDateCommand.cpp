@@ -104,24 +104,16 @@ Result<> adjust(std::span<const std::string> uuids, std::int64_t seconds) {
 /// Changes nothing if one of the assets is not there.
 Result<ExitCode> adjustDates(const Options &options) {
     const auto seconds = secondsIn(options.by);
-    const auto store = openStore();
-    if (!store)
-        return passOn(store);
-    std::vector<std::string> uuids;
-    for (const std::string &name : options.assets) {
-        const auto asset = findAsset(**store, name);
-        if (!asset)
-            return passOn(asset);
-        if (std::ranges::find(uuids, (*asset)->record().uuid) == uuids.end())
-            uuids.push_back((*asset)->record().uuid);
-    }
-    for (std::span left(uuids); !left.empty();) {
+    const auto uuids = findUUIDs(options.assets);
+    if (!uuids)
+        return passOn(uuids);
+    for (std::span left(*uuids); !left.empty();) {
         const auto batch = left.first(std::min(left.size(), batchSize));
         left = left.subspan(batch.size());
         if (const auto adjusted = adjust(batch, *seconds); !adjusted)
             return passOn(adjusted);
     }
-    print(countText(uuids.size(), "date", "dates") + " changed");
+    print(countText(uuids->size(), "date", "dates") + " changed");
     return ExitCode::success;
 }
 

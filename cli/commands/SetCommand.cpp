@@ -59,19 +59,10 @@ Result<ExitCode> setDetails(const Options &options) {
     const Ref<Dictionary> details = detailsOf(options);
     if (details->count() == 0)
         return fail(ProblemKind::invalid, "say what is to be set, such as --rating 5");
-    const auto store = openStore();
-    if (!store)
-        return passOn(store);
-    std::vector<std::string> uuids;
-    for (const std::string &name : options.assets) {
-        const auto asset = findAsset(**store, name);
-        if (!asset)
-            return passOn(asset);
-        uuids.push_back((*asset)->record().uuid);
-    }
-    std::ranges::sort(uuids);
-    uuids.erase(std::unique(uuids.begin(), uuids.end()), uuids.end());
-    for (std::span left(uuids); !left.empty();) {
+    const auto uuids = findUUIDs(options.assets);
+    if (!uuids)
+        return passOn(uuids);
+    for (std::span left(*uuids); !left.empty();) {
         const auto batch = left.first(std::min(left.size(), batchSize));
         left = left.subspan(batch.size());
         client::Request request(protocol::setDetails);
@@ -80,7 +71,7 @@ Result<ExitCode> setDetails(const Options &options) {
         if (const auto set = waitForWork(request); !set)
             return passOn(set);
     }
-    print(countText(uuids.size(), "asset", "assets") + " changed");
+    print(countText(uuids->size(), "asset", "assets") + " changed");
     return ExitCode::success;
 }
 
