@@ -5,9 +5,13 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <filesystem>
+#include <vector>
 
 #include "bench/OtherProcess.h"
 #include "hoardd/Daemon.h"
+#include "hoardd/library/Store.h"
+#include "wickerlane/platform/object/Number.h"
 
 namespace bench {
 
@@ -25,6 +29,29 @@ namespace bench {
     writeAll(fd, "r", 1);
     for (;;)
         pause();
+}
+
+/// Makes the library of the root, unless there is one, of `count` assets without files. `describe` says of
+/// each, by its number, what its record is.
+template <class Describe>
+void fillLibrary(std::size_t count, const Describe &describe) {
+    namespace hoardd = wickerlane::hoardd;
+    const wickerlane::store::LibraryPaths paths;
+    if (std::filesystem::exists(paths.database()))
+        return;
+    std::filesystem::create_directories(paths.folder() + "/PhotoData");
+    const auto store = hoardd::Store::open(paths);
+    std::vector<hoardd::Store::Addition> additions(count);
+    for (std::size_t i = 0; i < count; ++i) {
+        additions[i].record.uuid = wickerlane::UUID::createRandom()->uuidString()->utf8();
+        describe(i, additions[i].record);
+    }
+    const auto expectNoThumbnails = [](wickerlane::sqlite::Database &database) {
+        return database.execute("DELETE FROM zduethumbnail");
+    };
+    if (!store || !(*store)->add(additions) || !(*store)->change(expectNoThumbnails) ||
+        !(*store)->checkpoint())
+        fail("the library can't be filled");
 }
 
 } // namespace bench

@@ -2,14 +2,10 @@
 // with libraries of no, a thousand and a hundred thousand assets. The daemon is another process, bound to the
 // same processor as this one and to another. Prints nanoseconds of the best batch, and the median ratio to
 // the bare ping-pong of the same round.
-#include <filesystem>
-
 #include "bench/InTurn.h"
 #include "bench/ServedLibrary.h"
-#include "hoardd/library/Store.h"
 #include "wickerlane/api/RZLibrary.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
-#include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/object/Number.h"
 
 using namespace wickerlane;
@@ -30,18 +26,9 @@ void echo(int fd) {
 
 /// Rows without files, which a count does not miss.
 void fillLibrary() {
-    const store::LibraryPaths paths;
-    if (std::filesystem::exists(paths.database()))
-        return;
-    std::filesystem::create_directories(paths.folder() + "/PhotoData");
-    const auto store = hoardd::Store::open(paths);
-    std::vector<hoardd::Store::Addition> additions(assets);
-    for (std::size_t i = 0; i < assets; ++i) {
-        additions[i].record.uuid = UUID::createRandom()->uuidString()->utf8();
-        additions[i].record.kind = i % 10 == 0 ? AssetKind::video : AssetKind::photo;
-    }
-    if (!store || !(*store)->add(additions) || !(*store)->checkpoint())
-        bench::fail("the library can't be filled");
+    bench::fillLibrary(assets, [](std::size_t number, AssetRecord &record) {
+        record.kind = number % 10 == 0 ? AssetKind::video : AssetKind::photo;
+    });
 }
 
 void askCounts(int times) {

@@ -3,13 +3,10 @@
 // bound to the same processor as this one and to another. Prints microseconds an asset of the best batch, and
 // the median ratio to the store. With the argument "million" also for a library of that size.
 #include <cstring>
-#include <filesystem>
 
 #include "bench/InTurn.h"
 #include "bench/ServedLibrary.h"
-#include "hoardd/library/Store.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
-#include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/store/StoreReader.h"
 
@@ -23,32 +20,18 @@ std::size_t assets = 0;
 
 /// Rows without files, which a page does not miss. Some 20 a day.
 void fillLibrary() {
-    const store::LibraryPaths paths;
-    if (std::filesystem::exists(paths.database()))
-        return;
-    std::filesystem::create_directories(paths.folder() + "/PhotoData");
-    const auto store = hoardd::Store::open(paths);
-    std::vector<hoardd::Store::Addition> additions(assets);
-    for (std::size_t i = 0; i < assets; ++i) {
-        AssetRecord &record = additions[i].record;
-        record.uuid = UUID::createRandom()->uuidString()->utf8();
+    bench::fillLibrary(assets, [](std::size_t number, AssetRecord &record) {
         record.directory = store::LibraryPaths::directoryOfOriginal(record.uuid);
         record.filename = record.uuid + ".JPG";
-        record.originalFilename = "IMG_" + std::to_string(i) + ".JPG";
+        record.originalFilename = "IMG_" + std::to_string(number) + ".JPG";
         record.format = "image/jpeg";
-        record.kind = i % 10 == 0 ? AssetKind::video : AssetKind::photo;
-        record.dateCreated = static_cast<double>(i) * 4'000;
-        record.latitude = 47.0 + static_cast<double>(i % 100) / 100;
+        record.kind = number % 10 == 0 ? AssetKind::video : AssetKind::photo;
+        record.dateCreated = static_cast<double>(number) * 4'000;
+        record.latitude = 47.0 + static_cast<double>(number % 100) / 100;
         record.longitude = 8.5;
         record.camera = "Camera Model 5";
         record.dueDetails = 0;
-    }
-    const auto expectNoThumbnails = [](sqlite::Database &database) {
-        return database.execute("DELETE FROM zduethumbnail");
-    };
-    if (!store || !(*store)->add(additions) || !(*store)->change(expectNoThumbnails) ||
-        !(*store)->checkpoint())
-        bench::fail("the library can't be filled");
+    });
 }
 
 void measurePage(const char *where, store::StoreReader &reader, bool isInTheMiddle) {
