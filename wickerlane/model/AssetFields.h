@@ -55,7 +55,7 @@ inline constexpr std::tuple assetMembers{
 };
 
 /// A set of fields: bit n stands for the n-th of the list. The numbers travel in requests, so the list only
-/// grows at its end. The primary key, the UUID and the file name are always there.
+/// grows at its end. The primary key, UUID, folder and file name are always there.
 enum class AssetFields : std::uint64_t {
     identity = 1U << 0 | 1U << 2 | 1U << 3,
     all = (std::uint64_t{1} << std::tuple_size_v<decltype(assetMembers)>)-1,

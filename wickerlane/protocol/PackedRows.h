@@ -49,7 +49,6 @@ public:
     }
     void write(const Sha256 &value) { appendBytes(value.data(), value.size()); }
 
-    [[nodiscard]] std::size_t size() const noexcept { return written.size(); }
     [[nodiscard]] Ref<Data> data() { return Data::createAdopting(std::move(written)); }
 
     static constexpr std::int64_t missingInteger = std::numeric_limits<std::int64_t>::min();
@@ -133,8 +132,6 @@ public:
 
     [[nodiscard]] bool isAtEnd() const noexcept { return rest.empty(); }
     [[nodiscard]] bool hasFailed() const noexcept { return failed; }
-    /// Of what was not read yet.
-    [[nodiscard]] std::size_t remaining() const noexcept { return rest.size(); }
 
 private:
     Bytes takeBytes(std::size_t count) {
