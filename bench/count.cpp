@@ -4,7 +4,7 @@
 // the bare ping-pong of the same round.
 #include "bench/InTurn.h"
 #include "bench/ServedLibrary.h"
-#include "wickerlane/api/RZLibrary.h"
+#include "wickerlane/api/WLCallables.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/platform/object/Number.h"
 

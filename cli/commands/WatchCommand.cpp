@@ -6,7 +6,7 @@
 #include "cli/Interrupt.h"
 #include "cli/LibraryCounts.h"
 #include "cli/Subcommands.h"
-#include "wickerlane/api/RZLibrary.h"
+#include "wickerlane/api/WLCallables.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 
 namespace wickerlane::cli {

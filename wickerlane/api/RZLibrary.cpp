@@ -3,6 +3,7 @@
 #include <cerrno>
 
 #include "wickerlane/api/HandlerInternal.h"
+#include "wickerlane/api/WLCallables.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/platform/console/Console.h"
 #include "wickerlane/platform/notification/Notification.h"

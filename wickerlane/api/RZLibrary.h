@@ -5,10 +5,6 @@
 #include "wickerlane/api/WLTypes.h"
 #include "wickerlane/protocol/CountNotification.h"
 
-#if WL_HAS_CLASSES
-#include "wickerlane/api/WLHandler.h"
-#endif
-
 /// Counts the photos and videos of the library. The handler gets both counts, on the global queue; a count
 /// that the daemon did not return is null. A null handler does nothing.
 WL_EXTERN_C void RZGetPhotosAndVideosCount(void (*handler)(void *context, WLNumber *photoCount,
@@ -62,30 +58,5 @@ WL_EXTERN_C void RZGetLibrarySizes(WLQueue *queue, uint32_t kinds,
 /// All arguments but the URL may be null. Blocks.
 WL_EXTERN_C int64_t RZEstimatedOutputFileLength(WLURL *videoURL, WLString *fallbackFilePath,
                                                 WLString *exportPreset, WLDictionary *exportProperties);
-
-#if WL_HAS_CLASSES
-
-inline void RZGetPhotosAndVideosCount(wickerlane::Handler<void(WLNumber *, WLNumber *)> handler) {
-    const wickerlane::CHandler c(std::move(handler));
-    RZGetPhotosAndVideosCount(c.function, c.context, c.release);
-}
-
-inline WLNumber *RZRegisterForPhotosAndVideosCount(wickerlane::Handler<void()> handler, WLQueue *queue) {
-    const wickerlane::CHandler c(std::move(handler));
-    return RZRegisterForPhotosAndVideosCount(c.function, c.context, c.release, queue);
-}
-
-inline void RZHasAtLeastOnePhoto(wickerlane::Handler<void(bool)> handler) {
-    const wickerlane::CHandler c(std::move(handler));
-    RZHasAtLeastOnePhoto(c.function, c.context, c.release);
-}
-
-inline void RZGetLibrarySizes(WLQueue *queue, std::uint32_t kinds,
-                              wickerlane::Handler<void(std::uint32_t, std::uint64_t)> handler) {
-    const wickerlane::CHandler c(std::move(handler));
-    RZGetLibrarySizes(queue, kinds, c.function, c.context, c.release);
-}
-
-#endif
 
 #endif

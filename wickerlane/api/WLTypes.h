@@ -13,9 +13,9 @@
 //  - Errors. No function throws. Comments say what a function returns on failure. After a function that
 //    waits for the daemon, WLLastError() says why it failed (WLError.h).
 //
-// In C++20 the opaque types are the classes behind them, and each function of RZLibrary.h that takes a
-// handler has an overload that takes any callable. Older C++, from C++11 on, and C++ without exceptions see
-// what C sees.
+// In C++20 the opaque types are the classes behind them, and functions that take a handler have overloads
+// that take any callable (WLCallables.h). Older C++, from C++11 on, and C++ without exceptions see what C
+// sees.
 #ifndef WICKERLANE_API_WLTYPES_H
 #define WICKERLANE_API_WLTYPES_H
 

@@ -8,6 +8,7 @@
 #include "wickerlane/api/WLAssetData.h"
 #include "wickerlane/api/WLAssetDetails.h"
 #include "wickerlane/api/WLAssetQuery.h"
+#include "wickerlane/api/WLCallables.h"
 #include "wickerlane/api/WLCollections.h"
 #include "wickerlane/api/WLError.h"
 #include "wickerlane/api/WLMoment.h"
