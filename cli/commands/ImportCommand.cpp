@@ -1,8 +1,10 @@
 // wickerlane import
 #include <fcntl.h>
 #include <fmt/format.h>
+#include <linux/magic.h>
 #include <nlohmann/json.hpp>
 #include <sys/stat.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -107,16 +109,17 @@ std::string sidecarOf(const std::string &path) {
     return {};
 }
 
-/// Whether files have to be sent by their bytes: the daemon reads those of the library's owner only.
-bool sendsBytes() {
-    return geteuid() != ownerOfRoot();
+/// Whether a file has to be sent by its bytes: of other users than the library's owner, the daemon reads no
+/// open file whose file system is a program's.
+bool sendsBytes(const std::string &path) {
+    struct statfs status = {};
+    return geteuid() != ownerOfRoot() && statfs(path.c_str(), &status) == 0 &&
+           status.f_type == FUSE_SUPER_MAGIC;
 }
 
 /// Files that are to be saved apart from each other, or as pairs.
 std::vector<Source> sourcesOf(const std::vector<std::string> &files, const Options &options) {
-    // Of a file that is sent by its bytes the daemon can't read a second one.
-    const bool wantsPairs = !options.noPairs && !sendsBytes();
-    const auto pairs = wantsPairs ? pairsAmong(files) : std::map<std::string, std::string>();
+    const auto pairs = options.noPairs ? std::map<std::string, std::string>() : pairsAmong(files);
     std::set<std::string> seconds;
     for (const auto &[first, second] : pairs)
         seconds.insert(second);
@@ -215,9 +218,9 @@ struct Batch {
     bool isRepeated = false;
 };
 
-/// Names the file to the daemon, or gives it the bytes.
+/// Names the files, which the client opens, or gives the bytes.
 Result<> putSource(MutableDictionary *job, const Source &source) {
-    if (!sendsBytes()) {
+    if (!sendsBytes(source.path)) {
         job->set(protocol::job::filePath, String::of(source.path));
         if (!source.sidecar.empty())
             job->set(protocol::job::sidecarPath, String::of(source.sidecar));
@@ -230,12 +233,13 @@ Result<> putSource(MutableDictionary *job, const Source &source) {
     if (!readFile(fs::canonical(source.path, unknown), bytes, maxSentBytes))
         return fail(ProblemKind::failed,
                     errno == EFBIG
-                        ? "of a user other than the library's owner, no files above 255 MiB are saved"
+                        ? "of this file system, files above 255 MiB are saved for the library's owner only"
                         : std::strerror(errno),
                     source.path);
     job->set(protocol::job::imageData, Data::createAdopting(std::move(bytes)).get());
     if (!source.sidecar.empty())
-        note(source.sidecar + ": not kept, since only the library's owner can save metadata beside pictures");
+        note(source.sidecar +
+             ": not kept, since of this file system that is done for the library's owner only");
     return {};
 }
 
@@ -254,7 +258,7 @@ Batch sendBatch(std::span<const Source> sources, bool again, Report &report) {
         jobs->append(job.get());
         batch.sources.push_back(source);
     }
-    JXGatekeeperClient::sharedInstance()->batchSaveAssetsWithJobDictionaries(
+    JXGatekeeperClient::sharedInstance()->saveOpenFilesWithJobDictionaries(
         jobs.get(), [results = batch.results](Array *received, Error *) { results.give(received); });
     return batch;
 }
@@ -315,14 +319,14 @@ std::vector<Source> receiveBatch(const Batch &batch, const Array *results, Repor
 
 /// The first files of those that are left, which are sent in one request.
 std::span<const Source> nextBatch(std::span<const Source> files) {
-    if (sendsBytes())
-        return files.first(1); // they are held until they are answered
+    if (sendsBytes(files.front().path))
+        return files.first(1); // it is held until it is answered
     std::size_t count = 0;
     for (std::uintmax_t bytes = 0; count < std::min(files.size(), maxFilesOfBatch); ++count) {
         std::error_code unknown;
         const std::uintmax_t size = fs::file_size(files[count].path, unknown);
         bytes += unknown ? 0 : size;
-        if (count > 0 && bytes > maxBytesOfBatch)
+        if (count > 0 && (bytes > maxBytesOfBatch || sendsBytes(files[count].path)))
             break;
     }
     return files.first(count);
@@ -333,13 +337,12 @@ void saveFiles(std::vector<Source> files, const Options &options, Report &report
     Progress progress("saved", files.size() + static_cast<std::size_t>(pairs), options.quiet);
     std::deque<Batch> pending;
     std::size_t sent = 0;
-    const std::size_t batchesAtOnce = sendsBytes() ? 1 : maxPendingBatches;
     while (sent < files.size() || !pending.empty()) {
         report.interrupted = isInterrupted();
         const bool sendMore = !report.interrupted && report.daemon;
         if (!sendMore && pending.empty())
             break;
-        if (sendMore && sent < files.size() && pending.size() < batchesAtOnce) {
+        if (sendMore && sent < files.size() && pending.size() < maxPendingBatches) {
             const auto next = nextBatch(std::span<const Source>(files).subspan(sent));
             pending.push_back(sendBatch(next, options.again, report));
             sent += next.size();

@@ -1,10 +1,23 @@
 #include "hoardd/library/CallersFile.h"
 
 #include <fcntl.h>
+#include <linux/magic.h>
+#include <sys/vfs.h>
+#include <unistd.h>
 
 #include <utility>
 
 namespace wickerlane::hoardd {
+
+namespace {
+
+/// Whether some program answers the reads of the file, and may let them wait for as long as it likes.
+bool isServedByProgram(int file) {
+    struct statfs status {};
+    return ::fstatfs(file, &status) != 0 || status.f_type == FUSE_SUPER_MAGIC;
+}
+
+} // namespace
 
 Result<RegularFile> requireRegular(UniqueFd opened, const std::string &path) {
     struct stat status {};
@@ -22,6 +35,36 @@ Result<RegularFile> openCallersFile(const std::string &path, bool mayRead) {
         return fail(ProblemKind::refused,
                     "files are read only for the user that hoardd serves; send the bytes instead");
     return requireRegular(UniqueFd(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)), path);
+}
+
+CallersFiles::CallersFiles(bool mayRead, const MessageDictionary *sent) : mayReadAll(mayRead) {
+    if (sent == nullptr)
+        return;
+    auto files = std::make_shared<std::map<std::string, UniqueFd, std::less<>>>();
+    sent->forEach([&](const char *path, MessageValue *value) {
+        if (const auto *descriptor = as<MessageFileDescriptor>(value))
+            files->emplace(path, UniqueFd(descriptor->duplicate()));
+        return true;
+    });
+    opened = std::move(files);
+}
+
+const UniqueFd *CallersFiles::fileSentAs(const std::string &path) const {
+    if (!opened)
+        return nullptr;
+    const auto found = opened->find(path);
+    return found != opened->end() ? &found->second : nullptr;
+}
+
+Result<RegularFile> CallersFiles::open(const std::string &path) const {
+    const auto *sent = fileSentAs(path);
+    if (sent == nullptr)
+        return openCallersFile(path, mayReadAll);
+    const int file = sent->get();
+    // The caller opened it, so it may read it; what was not opened for reading fails at the first read.
+    if (!mayReadAll && isServedByProgram(file))
+        return fail(ProblemKind::refused, "its file system is a program's; send the bytes instead", path);
+    return requireRegular(UniqueFd(::fcntl(file, F_DUPFD_CLOEXEC, 0)), path);
 }
 
 } // namespace wickerlane::hoardd

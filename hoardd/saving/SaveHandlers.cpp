@@ -108,14 +108,14 @@ std::optional<Answer> byNoDataOrQueueFull(const Refusal &refusal) {
     return Answer().set(keys::noData, noData).set(keys::jobQueueFull, isFull);
 }
 
-Result<> batchSaveAssets(Library &library, ClientJobs queue, const Call &call) {
+Result<> startBatch(Library &library, ClientJobs queue, const Call &call, const CallersFiles &files) {
     const MessageArray *coded = call.message()->getArray(keys::jobDictionaries.text);
     // A job that can't be read stays in its place, without data, so that the results keep the order of the
     // jobs.
     const std::size_t count = coded->count();
     std::vector<SaveJob> jobs(std::min(count, maxJobsOfBatch));
     for (std::size_t i = 0; i < jobs.size(); ++i)
-        jobs[i] = {JXJobDictionaryFromMsgDictionary(coded->at(i)), nullptr, nullptr, call.mayReadFiles()};
+        jobs[i] = {JXJobDictionaryFromMsgDictionary(coded->at(i)), nullptr, nullptr, files};
     if (jobs.empty()) {
         answerBatch(call, {}, 0);
         return {};
@@ -125,9 +125,18 @@ Result<> batchSaveAssets(Library &library, ClientJobs queue, const Call &call) {
         [call, count](std::span<const Result<SavedAsset>> saves) { answerBatch(call, saves, count); });
 }
 
+Result<> batchSaveAssets(Library &library, ClientJobs queue, const Call &call) {
+    return startBatch(library, queue, call, call.mayReadFiles());
+}
+
+Result<> saveOpenFiles(Library &library, ClientJobs queue, const Call &call) {
+    return startBatch(library, queue, call, {call.mayReadFiles(), call.get(keys::openFiles)});
+}
+
 constexpr Operation operations[] = {
     {.row = &protocol::saveAsset, .handler = saveAsset, .refusal = byNoDataOrQueueFull},
     {&protocol::batchSaveAssets, batchSaveAssets},
+    {&protocol::saveOpenFiles, saveOpenFiles},
 };
 
 } // namespace

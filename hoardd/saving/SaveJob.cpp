@@ -4,7 +4,6 @@
 #include <array>
 #include <cmath>
 
-#include "hoardd/library/CallersFile.h"
 #include "hoardd/library/Clock.h"
 #include "wickerlane/model/ManagedAsset.h"
 #include "wickerlane/platform/object/Number.h"
@@ -91,7 +90,7 @@ Failure noData() {
 }
 
 Result<> openFile(const SaveJob &job, SaveOrder &order) {
-    auto opened = openCallersFile(order.path, job.mayReadFiles);
+    auto opened = job.files.open(order.path);
     if (!opened)
         return passOn(opened);
     if (opened->status.st_size == 0)

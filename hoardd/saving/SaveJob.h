@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 
+#include "hoardd/library/CallersFile.h"
 #include "hoardd/media/FileType.h"
 #include "wickerlane/model/Result.h"
 #include "wickerlane/platform/file/UniqueFd.h"
@@ -20,7 +21,7 @@ struct SaveJob {
     Ref<Dictionary> dictionary; ///< Null when there is none.
     Ref<ImageSurface> image;    ///< Null when there is none.
     Ref<ImageSurface> preview;  ///< Serves as the thumbnails when none can be made of the image itself.
-    bool mayReadFiles = false;  ///< Whether the caller has this process's rights to files.
+    CallersFiles files{false};  ///< Those that it may name.
     /// Of an asset that comes back, which the library must not have; empty for a new one.
     std::string uuid{};
     /// Of the file to be saved when the dictionary names none: unlike a text, it may hold any bytes.

@@ -102,7 +102,7 @@ Result<StagedFile> writeOriginal(Library &library, const SaveOrder &order, const
 /// Copies the file of metadata that belongs to an original.
 Result<StagedFile> copySidecar(const SaveJob &job, const std::string &path, const std::string &folder) {
     constexpr off_t maxBytes = 16 << 20;
-    const auto source = openCallersFile(path, job.mayReadFiles);
+    const auto source = job.files.open(path);
     if (!source)
         return passOn(source);
     if (source->status.st_size > maxBytes)
@@ -183,7 +183,7 @@ Result<bool> isPresent(Library &library, const StagedAsset &staged, const Regula
 /// of the first. `facts` are those of the first, if they are known.
 Result<> takeCompanion(Library &library, const SaveJob &job, const SaveOrder &order,
                        const std::optional<PictureFacts> &facts, StagedAsset &staged) {
-    const auto second = openCallersFile(order.companionPath, job.mayReadFiles);
+    const auto second = job.files.open(order.companionPath);
     // What has the bytes of another asset's companion gets none itself.
     const bool isSecondItself = staged.present && staged.present->sha256 != staged.record.sha256;
     if (!second || second->status.st_size == 0 || isSecondItself)

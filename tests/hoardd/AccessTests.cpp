@@ -105,6 +105,7 @@ constexpr struct {
     {1037, "removePhotos:fromAlbumWithUUID:", Need::access},
     {1038, "changesSinceToken:limit:", Need::access},
     {1040, "setDetails:forPhotos:", Need::writeAssets},
+    {1041, "saveOpenFilesWithJobDictionaries:handler:", Need::access},
 };
 
 struct Asker {

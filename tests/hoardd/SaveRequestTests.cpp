@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <future>
 
+#include "tests/client/OwnClient.h"
 #include "tests/hoardd/RunningHoardd.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/store/Schema.h"
@@ -345,6 +346,42 @@ TEST_F(SaveRequest, ABatchAnswersEachJobInItsPlace) {
 
     message->set("jobDictionaries", MessageArray::create().get());
     EXPECT_EQ(answer(message.get())->getArray("resultJobDictionaries")->count(), 0U);
+}
+
+TEST_F(SaveRequest, OpenFilesAreSentInAsManyMessagesAsTheyNeed) {
+    ReleaseScope scope;
+    const OwnClient client;
+    // A path of this process alone, by which the daemon itself finds nothing.
+    constexpr int firstDescriptor = 500, count = 20;
+    std::vector<UniqueFd> open;
+    auto jobs = MutableArray::create();
+    for (int i = 0; i < count; ++i) {
+        const std::string written = rootPath() + "/picture.png";
+        writeFile(written, pngOf(fourCorners(4 + i, 4)));
+        const UniqueFd file(::open(written.c_str(), O_RDONLY | O_CLOEXEC));
+        open.emplace_back(fcntl(file.get(), F_DUPFD_CLOEXEC, firstDescriptor));
+        std::filesystem::remove(written);
+        const std::string path = "/proc/self/fd/" + std::to_string(i == 7 ? 400 : open.back().get());
+        jobs->append(Dictionary::createWithKeys({{"filePath", String::of(path)}}).get());
+    }
+    std::promise<std::vector<std::int64_t>> given;
+    client->saveOpenFilesWithJobDictionaries(jobs.get(), [&](Array *results, Error *error) {
+        EXPECT_EQ(error, nullptr);
+        std::vector<std::int64_t> widths;
+        for (std::size_t i = 0; results != nullptr && i < results->count(); ++i)
+            widths.push_back(numberIn(as<Dictionary>(results->at(i)), "width"));
+        given.set_value(widths);
+    });
+    std::vector<std::int64_t> expected;
+    for (int i = 0; i < count; ++i)
+        expected.push_back(i == 7 ? -1 : 4 + i);
+    EXPECT_EQ(given.get_future().get(), expected);
+
+    std::promise<std::size_t> none;
+    client->saveOpenFilesWithJobDictionaries(nullptr, [&](Array *results, Error *) {
+        none.set_value(results != nullptr ? results->count() : 99);
+    });
+    EXPECT_EQ(none.get_future().get(), 0U);
 }
 
 TEST_F(SaveRequest, AFullQueueIsReported) {

@@ -469,6 +469,50 @@ TEST_F(WritingInBackground, WhatReplacesAFileThatIsBeingSavedStays) {
     library().writer().whenCountsChange(nullptr);
 }
 
+// A caller of another user may name what it has opened, and nothing else.
+TEST_F(Saving, TakesOpenFilesOfCallersThatMayNameNone) {
+    const std::string folder = rootPath(), picture = folder + "/picture.png", closed = folder + "/closed.png",
+                      metadata = folder + "/picture.xmp";
+    const FileBytes bytes = pngOf(fourCorners(4, 4)), described = {std::byte('<')};
+    writeFile(picture, bytes);
+    writeFile(closed, pngOf(fourCorners(5, 4)));
+    writeFile(metadata, described);
+    const auto sent = MessageDictionary::create();
+    const auto send = [&](const std::string &name, const std::string &path, int flags) {
+        const UniqueFd file(::open(path.c_str(), flags | O_CLOEXEC));
+        ASSERT_TRUE(file) << path;
+        sent->setDescriptor(name.c_str(), file.get());
+    };
+    send(picture, picture, O_RDONLY);
+    send(metadata, metadata, O_RDONLY);
+    send("/folder", folder, O_RDONLY);
+    send("/device", "/dev/zero", O_RDONLY);
+    send("/written", closed, O_WRONLY);
+    send("/place", closed, O_PATH);
+    sent->setString("/text", "no descriptor");
+    const CallersFiles files(false, sent.get());
+    const auto save = [&](const std::string &path, const std::string &sidecar) {
+        auto dictionary = MutableDictionary::create();
+        dictionary->set("filePath", String::of(path));
+        if (!sidecar.empty())
+            dictionary->set("sidecarPath", String::of(sidecar));
+        const SaveJob job{dictionary, nullptr, nullptr, files};
+        return std::move(saveAssets(library(), {&job, 1}).front());
+    };
+    const auto saved = save(picture, metadata);
+    ASSERT_TRUE(saved) << saved.error().text;
+    const AssetRecord &record = saved->asset->record();
+    EXPECT_EQ(contentsOf(paths.original(record)), bytes);
+    EXPECT_EQ(contentsOf(paths.sidecar(record.uuid)), described);
+    EXPECT_EQ(record.originalFilename, "picture.png");
+    EXPECT_TRUE(fs::exists(picture));
+    for (const std::string path : {"/folder", "/device", "/written", "/place", "/text"})
+        EXPECT_FALSE(save(path, {})) << path;
+    EXPECT_EQ(save(closed, {}).error().kind, ProblemKind::refused);
+    EXPECT_EQ(save(picture, closed).error().kind, ProblemKind::refused);
+    EXPECT_TRUE(fs::is_empty(paths.saving()));
+}
+
 TEST_F(FindingFiles, WaitsForFilesThatAreStillBeingWritten) {
     const FileBytes picture = pngOf(scene(300, 200, 1));
     const std::string path = paths.folder() + "/DCIM/AA/copied.PNG",

@@ -225,6 +225,12 @@ public:
     void batchSaveAssetsWithJobDictionaries(wickerlane::Array *jobDictionaries,
                                             Handler<wickerlane::Array *, wickerlane::Error *> handler);
 
+    /// saveOpenFilesWithJobDictionaries:handler: — the same for jobs that name files, which this process
+    /// opens and sends along: hoardd, which may run as another user, needs no right to read them. They are
+    /// sent in several requests if a message can't hold them all. An addition to the original operations.
+    void saveOpenFilesWithJobDictionaries(wickerlane::Array *jobDictionaries,
+                                          Handler<wickerlane::Array *, wickerlane::Error *> handler);
+
     /// setLargePreviewImageForAssetWithURL:imageData:properties:handler: — stores an edited version of an
     /// asset. Blocks while it is stored. The handler, which may be null, then gets (success, error): error 3
     /// without JXWriteAssetsEntitlement, and (false, null) when hoardd can't be reached.

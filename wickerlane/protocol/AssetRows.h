@@ -29,6 +29,11 @@ inline constexpr Row saveAsset{
 inline constexpr Row batchSaveAssets{9, "batchSaveAssetsWithJobDictionaries:handler:",
                                      request(keys::jobDictionaries), reply(keys::resultJobDictionaries)};
 
+/// Jobs as above, and the files that they name, opened by the client.
+inline constexpr Row saveOpenFiles{
+    1041, "saveOpenFilesWithJobDictionaries:handler:", request(keys::jobDictionaries, keys::openFiles),
+    reply(keys::resultJobDictionaries)};
+
 /// Sent twice for each call.
 inline constexpr Row setLargePreviewImage{17,
                                           "setLargePreviewImageForAssetWithURL:imageData:properties:handler:",

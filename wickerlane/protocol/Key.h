@@ -162,6 +162,17 @@ struct Descriptor {
     }
 };
 
+/// Open files, each under the path by which a job of the same request names it.
+struct OpenFiles {
+    using Write = MessageDictionary *;
+    static constexpr MessageKind kinds[] = {MessageKind::dictionary};
+    static void write(MessageDictionary *message, const char *key, Write files) { message->set(key, files); }
+    static MessageDictionary *read(MessageValue *message, const char *key) {
+        const auto *dictionary = as<MessageDictionary>(message);
+        return dictionary != nullptr ? dictionary->getDictionary(key) : nullptr;
+    }
+};
+
 } // namespace coding
 
 } // namespace wickerlane::protocol

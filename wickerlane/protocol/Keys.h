@@ -65,6 +65,7 @@ inline constexpr Key<coding::Text> objectIDText{"objectID"};
 inline constexpr Key<coding::Text> personID{"personID"};
 inline constexpr Key<coding::Job> personInfoDictionary{"personInfoDictionary"};
 inline constexpr Key<coding::UInt64> photoCount{"photoCount"};
+inline constexpr Key<coding::OpenFiles> openFiles{"openFiles"};
 inline constexpr Key<coding::List> photoUUIDs{"photoUUIDs"};
 inline constexpr Key<coding::Surface> previewImagePort{"previewImagePort"};
 inline constexpr Key<coding::Mapping> properties{"properties"};
