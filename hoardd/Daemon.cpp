@@ -85,10 +85,14 @@ void Daemon::prepareLibrary(Library &library) {
     watchBulletins(library);
     if (settings.scrubTime.count() > 0)
         scrubbing.startAfter(scrubDelay);
-    if (settings.quietTime.count() == 0)
-        return;
-    library.writer().whenAssetsChange([this] { analysis.startAfter(settings.quietTime); });
-    analysis.startAfter(settings.quietTime); // of what an earlier process has left
+    const bool analyzes = settings.quietTime.count() != 0;
+    library.writer().whenAssetsChange([this, &library, analyzes] {
+        library.waitingCalls().noteChange();
+        if (analyzes)
+            analysis.startAfter(settings.quietTime);
+    });
+    if (analyzes)
+        analysis.startAfter(settings.quietTime); // of what an earlier process has left
 }
 
 void Daemon::analyzeWhenQuiet(Library &library) {

@@ -12,6 +12,7 @@
 #include "hoardd/library/LateSync.h"
 #include "hoardd/library/Retry.h"
 #include "hoardd/library/Store.h"
+#include "hoardd/library/WaitingCalls.h"
 #include "hoardd/media/MediaWorkers.h"
 #include "hoardd/service/Ending.h"
 #include "wickerlane/model/Result.h"
@@ -67,9 +68,15 @@ public:
     /// Syncs the thumbnails that are in their places and due for no other reason, see Store::noteSynced().
     [[nodiscard]] LateSync &thumbnailSync() noexcept { return lateSync; }
 
+    /// Requests that wait until the assets change.
+    [[nodiscard]] WaitingCalls &waitingCalls() noexcept { return waiting; }
+
     /// Whether the process is about to end: work that takes long stops where it can, with stopped().
     [[nodiscard]] bool isEnding() const noexcept { return ending; }
-    void end() noexcept { ending = true; }
+    void end() {
+        ending = true;
+        waiting.end();
+    }
 
     /// Leaves the database file standing alone. No save may be under way.
     void close() {
@@ -103,6 +110,7 @@ private:
     Mutex albumNotes;
     std::atomic<bool> ending{false};
     LateSync lateSync;
+    WaitingCalls waiting;
 };
 
 } // namespace wickerlane::hoardd

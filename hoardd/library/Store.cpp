@@ -134,6 +134,8 @@ Result<MendedStore> Store::mend() {
     if (const auto watched = notes.watch(database); !watched)
         return passOn(watched);
     noticeChanges();
+    if (assetsChanged) // though the numbers of its changes may be the same
+        assetsChanged();
     return mended;
 }
 

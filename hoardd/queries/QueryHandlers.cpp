@@ -1,5 +1,7 @@
 #include "hoardd/service/OperationFamilies.h"
 
+#include <chrono>
+
 #include "hoardd/library/Library.h"
 #include "hoardd/service/Call.h"
 #include "wickerlane/protocol/QueryCoding.h"
@@ -103,16 +105,43 @@ Result<Answer> duplicatesMatchingQuery(Library &library, const Call &call) {
                                                            &DuplicatesPage::groups, keys::groups);
 }
 
-Result<Answer> changesSinceToken(Library &library, const Call &call) {
+Result<ChangesPage> changesAskedFor(Library &library, const Call &call) {
     const String *token = call.get(keys::token);
-    const auto page = library.queries().changesSince(token != nullptr ? token->utf8() : std::string_view(),
-                                                     call.get(keys::limit));
-    if (!page)
-        return passOn(page);
+    return library.queries().changesSince(token != nullptr ? token->utf8() : std::string_view(),
+                                          call.get(keys::limit));
+}
+
+Answer answerOf(const ChangesPage &page) {
     Answer answer;
-    answer.set(keys::changes, protocol::packed(page->changes).get())
-        .set(keys::token, String::of(page->token));
-    return answer.set(keys::isLast, page->isLast).set(keys::isTooOld, page->isTooOld);
+    answer.set(keys::changes, protocol::packed(page.changes).get()).set(keys::token, String::of(page.token));
+    return answer.set(keys::isLast, page.isLast).set(keys::isTooOld, page.isTooOld);
+}
+
+Result<Answer> changesSinceToken(Library &library, const Call &call) {
+    return changesAskedFor(library, call).transform(answerOf);
+}
+
+Result<std::optional<Answer>> awaitChangesSinceToken(Library &library, const Call &call) {
+    constexpr std::chrono::seconds longest{600};
+    const std::chrono::seconds time(call.get(keys::seconds));
+    if (time > longest || time.count() < 0)
+        return fail(ProblemKind::invalid, "changes are awaited for 0 to 600 seconds");
+    const std::size_t limit = call.get(keys::limit);
+    if (limit == 0)
+        return fail(ProblemKind::invalid, "the limit is 1 change at least");
+    const auto first = changesAskedFor(library, call);
+    if (!first)
+        return passOn(first);
+    // Without a token it waits with that of the first look, so that it is told of a gap.
+    const auto look = [&library, limit, token = first->token]() -> Result<std::optional<Answer>> {
+        const auto page = library.queries().changesSince(token, limit);
+        if (!page)
+            return passOn(page);
+        return page->changes.empty() && !page->isTooOld ? std::nullopt : std::optional(answerOf(*page));
+    };
+    if (!first->changes.empty() || first->isTooOld)
+        return answerOf(*first);
+    return library.waitingCalls().answerOrKeep(call, time, look, answerOf(*first));
 }
 
 constexpr Operation operations[] = {
@@ -122,6 +151,7 @@ constexpr Operation operations[] = {
     reading(protocol::momentsMatchingQuery, momentsMatchingQuery, Runs::beside),
     reading(protocol::duplicatesMatchingQuery, duplicatesMatchingQuery, Runs::beside),
     reading(protocol::changesSinceToken, changesSinceToken, Runs::beside),
+    reading(protocol::awaitChangesSinceToken, awaitChangesSinceToken, Runs::beside),
 };
 
 } // namespace

@@ -39,6 +39,10 @@ public:
     }
     /// False when the connection is over: the answer would reach nobody.
     [[nodiscard]] bool isAwaited() const { return received->peer()->isConnected(); }
+    /// As ReceivedMessage has it.
+    [[nodiscard]] bool whenUnwanted(Handler<void()> work) const {
+        return received->whenUnwanted(std::move(work));
+    }
     /// Whether the caller has this process's rights to files, so that files may be read for it.
     [[nodiscard]] bool mayReadFiles() const noexcept;
 

@@ -29,6 +29,7 @@ std::optional<protocol::OperationCode> codeOf(const Call &call) {
 
 bool takesLibrary(const Operation &operation) {
     return std::holds_alternative<LibraryHandler>(operation.handler) ||
+           std::holds_alternative<WaitingHandler>(operation.handler) ||
            std::holds_alternative<JobsHandler>(operation.handler);
 }
 
@@ -195,6 +196,8 @@ Result<std::optional<Answer>> Dispatcher::handle(const Operation &operation, Lib
         return (*onFolder)(*options.folder, call);
     if (const auto *onLibrary = std::get_if<LibraryHandler>(&operation.handler))
         return (*onLibrary)(*library, call);
+    if (const auto *waiting = std::get_if<WaitingHandler>(&operation.handler))
+        return (*waiting)(*library, call);
     const auto begun = std::get<JobsHandler>(operation.handler)(*library, jobsOf(call, *options.jobs), call);
     if (!begun)
         return passOn(begun);

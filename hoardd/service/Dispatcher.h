@@ -58,7 +58,7 @@ private:
     /// that leaves others unread.
     void serveWhenRead(const Operation &operation, Library *library, const Call &call,
                        const std::shared_ptr<void> &held);
-    /// Nothing when jobs have been begun that answer the call.
+    /// Nothing when the call is answered later.
     [[nodiscard]] Result<std::optional<Answer>> handle(const Operation &operation, Library *library,
                                                        const Call &call) const;
     [[nodiscard]] std::shared_ptr<void> beginServing();

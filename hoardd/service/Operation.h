@@ -22,6 +22,8 @@ using PlainHandler = Result<Answer> (*)(const Call &);
 using FolderHandler = Result<Answer> (*)(LibraryFolder &, const Call &);
 /// Serves the open library.
 using LibraryHandler = Result<Answer> (*)(Library &, const Call &);
+/// The same; nothing when the call is kept, and answered later.
+using WaitingHandler = Result<std::optional<Answer>> (*)(Library &, const Call &);
 /// Begins jobs on the open library, the last of which answers the call.
 using JobsHandler = Result<> (*)(Library &, ClientJobs, const Call &);
 
@@ -59,7 +61,7 @@ using RefusalReply = std::optional<Answer> (*)(const Refusal &refusal);
 
 struct Operation {
     const protocol::Row *row;
-    std::variant<PlainHandler, FolderHandler, LibraryHandler, JobsHandler> handler;
+    std::variant<PlainHandler, FolderHandler, LibraryHandler, WaitingHandler, JobsHandler> handler;
     Runs runs = Runs::inOrder;
     Callers callers = Callers::withAccess;
     const String *const *entitlement = nullptr; ///< What callers need besides; null for nothing.
@@ -69,7 +71,8 @@ struct Operation {
 };
 
 /// Of an operation that changes nothing.
-constexpr Operation reading(const protocol::Row &row, LibraryHandler handler, Runs runs = Runs::inOrder) {
+template <class Handler>
+constexpr Operation reading(const protocol::Row &row, Handler handler, Runs runs = Runs::inOrder) {
     return {.row = &row, .handler = handler, .runs = runs, .onlyReads = true};
 }
 

@@ -66,6 +66,8 @@ TEST_F(LastErrors, AreSetByEveryOperationThatBlocks) {
         [&] { std::ignore = client->albums(); },
         [&] { std::ignore = client->momentsMatchingQuery({}); },
         [&] { std::ignore = client->duplicatesMatchingQuery({}); },
+        [&] { std::ignore = client->changesSinceToken("", 1); },
+        [&] { std::ignore = client->awaitChangesSinceToken("", 1, std::chrono::seconds(1)); },
         [&] { client->updateThumbnailsForPhotos(none, true, false, false); },
         [&] { std::ignore = client->videoMetadataAtPath(String::of("/a")); },
         [&] { std::ignore = client->adjustDatesBySeconds(1, none); },

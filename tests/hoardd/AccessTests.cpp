@@ -104,6 +104,7 @@ constexpr struct {
     {1036, "deleteAlbumWithUUID:", Need::access},
     {1037, "removePhotos:fromAlbumWithUUID:", Need::access},
     {1038, "changesSinceToken:limit:", Need::access},
+    {1039, "awaitChangesSinceToken:limit:seconds:", Need::access},
     {1040, "setDetails:forPhotos:", Need::writeAssets},
     {1041, "saveOpenFilesWithJobDictionaries:handler:", Need::access},
 };

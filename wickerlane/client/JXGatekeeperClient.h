@@ -19,6 +19,8 @@
 #ifndef WICKERLANE_CLIENT_JXGATEKEEPERCLIENT_H
 #define WICKERLANE_CLIENT_JXGATEKEEPERCLIENT_H
 
+#include <chrono>
+
 #include "wickerlane/client/JXDaemonJob.h"
 #include "wickerlane/model/AssetChange.h"
 #include "wickerlane/model/AssetQuery.h"
@@ -185,6 +187,18 @@ public:
     /// came last until `isLast`. Nothing is passed over in silence: see ChangesPage::isTooOld.
     [[nodiscard]] std::optional<wickerlane::ChangesPage> changesSinceToken(const std::string &token,
                                                                            std::size_t limit);
+
+    /// awaitChangesSinceToken:limit:seconds: — the same as soon as there are any, without asking again and
+    /// again: hoardd answers with the next commit, or with an empty page and the token after `time`, at most
+    /// 600 seconds. The limit is at least 1. A token that is too old is told of at once. At most 16 such
+    /// requests of a process wait at a time; further ones are `busy`. When hoardd ends meanwhile, the error
+    /// is `ending`: ask again, with the same token. setReplyTimeLimit() should allow more than `time`.
+    [[nodiscard]] std::optional<wickerlane::ChangesPage>
+    awaitChangesSinceToken(const std::string &token, std::size_t limit, std::chrono::seconds time);
+    /// The same without blocking. The handler gets the page, or null and an error like that of lastError();
+    /// both are borrowed until it returns.
+    void awaitChangesSinceToken(const std::string &token, std::size_t limit, std::chrono::seconds time,
+                                Handler<const wickerlane::ChangesPage *, wickerlane::Error *> handler);
 
     // Saving, albums and deletion for callers that wait. These too are additions: lastError() says why one
     // has failed, which the handlers of the original operations don't. All block.

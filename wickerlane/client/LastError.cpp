@@ -59,6 +59,11 @@ Problem problemIn(const MessageError &error) {
     return problem;
 }
 
+Ref<Error> makeError(const Problem &problem) {
+    return Error::createWithDescription(WickerlaneRequestErrorDomain, static_cast<std::int64_t>(problem.kind),
+                                        String::of(problem.text));
+}
+
 void replaceLastError(Ref<Error> error) {
     const Ref<Error> replaced = Ref<Error>::adopt(std::exchange(lastError, error.leak()));
     pthread_setspecific(threadKey(), lastError);
@@ -75,8 +80,16 @@ void noteOutcome(const MessageValue *reply) {
 }
 
 void noteProblem(const Problem &problem) {
-    replaceLastError(Error::createWithDescription(
-        WickerlaneRequestErrorDomain, static_cast<std::int64_t>(problem.kind), String::of(problem.text)));
+    replaceLastError(makeError(problem));
+}
+
+Error *errorIn(const MessageValue *reply) {
+    const auto *error = as<MessageError>(reply);
+    return error != nullptr ? errorOf(problemIn(*error)) : nullptr;
+}
+
+Error *errorOf(const Problem &problem) {
+    return autorelease(makeError(problem));
 }
 
 Error *lastErrorOfThread() {

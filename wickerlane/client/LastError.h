@@ -13,6 +13,10 @@ WL_EXPORT void noteOutcome(const MessageValue *reply);
 /// Makes a problem the last error of this thread.
 void noteProblem(const Problem &problem);
 
+/// The errors that these functions make the last one, borrowed; null for a reply that is no error.
+[[nodiscard]] Error *errorIn(const MessageValue *reply);
+[[nodiscard]] Error *errorOf(const Problem &problem);
+
 /// The last error of this thread, borrowed; null when its last request was answered.
 [[nodiscard]] Error *lastErrorOfThread();
 

@@ -10,11 +10,15 @@ namespace keys = wickerlane::protocol::keys;
 
 namespace {
 
+Problem unreadable() {
+    return {ProblemKind::failed, "hoardd's answer can't be read: is it another version?", {}};
+}
+
 // A reply that is not what hoardd sends is a failure like one that never came.
 template <class Value>
 std::optional<Value> orFailure(std::optional<Value> value) {
     if (!value)
-        noteProblem({ProblemKind::failed, "hoardd's answer can't be read: is it another version?", {}});
+        noteProblem(unreadable());
     return value;
 }
 
@@ -37,6 +41,21 @@ auto ask(MessageConnection *connection, const protocol::Row &row, const Query &q
     if (!unpacked)
         return std::nullopt;
     return std::pair(*std::move(unpacked), std::move(reply));
+}
+
+/// Asks for changes.
+Request &fill(Request &request, const std::string &token, std::size_t limit) {
+    if (!token.empty())
+        request.set(keys::token, String::of(token));
+    return request.set(keys::limit, limit);
+}
+
+std::optional<ChangesPage> changesIn(const Reply &reply) {
+    auto changes = protocol::unpackedChanges(reply.get(keys::changes));
+    if (!changes)
+        return std::nullopt;
+    return ChangesPage{*std::move(changes), textOf(reply.get(keys::token)), reply.get(keys::isLast),
+                       reply.get(keys::isTooOld)};
 }
 
 } // namespace
@@ -113,15 +132,33 @@ std::optional<ChangesPage> JXGatekeeperClient::changesSinceToken(const std::stri
                                                                  std::size_t limit) {
     ReleaseScope scope;
     Request request(protocol::changesSinceToken);
-    if (!token.empty())
-        request.set(keys::token, String::of(token));
-    request.set(keys::limit, limit);
-    const Reply reply = request.sendAndWait(connection());
-    if (reply.isError())
-        return std::nullopt;
-    auto changes = orFailure(protocol::unpackedChanges(reply.get(keys::changes)));
-    if (!changes)
-        return std::nullopt;
-    return ChangesPage{*std::move(changes), textOf(reply.get(keys::token)), reply.get(keys::isLast),
-                       reply.get(keys::isTooOld)};
+    const Reply reply = fill(request, token, limit).sendAndWait(connection());
+    return reply.isError() ? std::nullopt : orFailure(changesIn(reply));
+}
+
+std::optional<ChangesPage> JXGatekeeperClient::awaitChangesSinceToken(const std::string &token,
+                                                                      std::size_t limit,
+                                                                      std::chrono::seconds time) {
+    ReleaseScope scope;
+    Request request(protocol::awaitChangesSinceToken);
+    const Reply reply =
+        fill(request, token, limit).set(keys::seconds, time.count()).sendAndWait(connection());
+    return reply.isError() ? std::nullopt : orFailure(changesIn(reply));
+}
+
+void JXGatekeeperClient::awaitChangesSinceToken(const std::string &token, std::size_t limit,
+                                                std::chrono::seconds time,
+                                                Handler<const ChangesPage *, Error *> handler) {
+    if (handler == nullptr)
+        failParameter(this, protocol::awaitChangesSinceToken.name, "handler != NULL");
+    ReleaseScope scope;
+    Request request(protocol::awaitChangesSinceToken);
+    fill(request, token, limit)
+        .set(keys::seconds, time.count())
+        .sendWithReply(connection(), replyQueue(), [handler = std::move(handler)](const Reply &reply) {
+            const auto page = reply.isError() ? std::nullopt : changesIn(reply);
+            if (page)
+                return handler(&*page, nullptr);
+            handler(nullptr, reply.isError() ? reply.requestError() : errorOf(unreadable()));
+        });
 }

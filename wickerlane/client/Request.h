@@ -31,6 +31,8 @@ public:
         const auto *dictionary = as<MessageDictionary>(value.get());
         return dictionary != nullptr && dictionary->contains(key.text);
     }
+    /// As lastError() would give it, borrowed; null when it is none.
+    [[nodiscard]] Error *requestError() const { return errorIn(value.get()); }
     /// The description text of an error; null for other kinds.
     [[nodiscard]] String *errorDescription() const {
         return JXStringFromMsgDictionary(value.get(), messageErrorDescriptionKey);

@@ -29,6 +29,11 @@ inline constexpr Row changesSinceToken{1038,
                                        "changesSinceToken:limit:", request(whenSet(keys::token), keys::limit),
                                        reply(keys::changes, keys::token, keys::isLast, keys::isTooOld)};
 
+/// Answered as soon as there are any, or after the seconds, at most 600. The limit is 1 at least.
+inline constexpr Row awaitChangesSinceToken{
+    1039, "awaitChangesSinceToken:limit:seconds:", request(whenSet(keys::token), keys::limit, keys::seconds),
+    reply(keys::changes, keys::token, keys::isLast, keys::isTooOld)};
+
 } // namespace wickerlane::protocol
 
 #endif

@@ -72,6 +72,31 @@ TEST(Listener, TellsARefusedClientWhyInItsReplyAndNotAsAnEvent) {
     EXPECT_EQ(numberOf(connection->sendWithReplySync(numbered(2).get()).get()), 2) << "it connects again";
 }
 
+TEST(Listener, SaysOfAKeptMessageWhenItsPeerHasGone) {
+    std::promise<Ref<ReceivedMessage>> received;
+    std::promise<void> unwanted;
+    int wakes = 0;
+    const auto listener = listen([&](ReceivedMessage *message) {
+        if (numberOf(message->message()) == 1) {
+            EXPECT_TRUE(message->whenUnwanted([&] { ++wakes; }));
+            message->reply(message->message());
+            return;
+        }
+        EXPECT_TRUE(message->whenUnwanted([&] { unwanted.set_value(); }));
+        received.set_value(message);
+    });
+    const auto connection = connect();
+    EXPECT_EQ(numberOf(connection->sendWithReplySync(numbered(1).get()).get()), 1);
+    connection->sendWithReply(numbered(2).get(), nullptr, [](MessageValue *) {});
+    Ref<ReceivedMessage> kept = resultOf(received);
+    connection->cancel();
+    unwanted.get_future().wait();
+    EXPECT_EQ(wakes, 0) << "it was released before";
+    EXPECT_FALSE(kept->whenUnwanted([] {})) << "it has gone";
+    kept = nullptr;
+    listener->cancel();
+}
+
 TEST(Listener, TellsAClientWhenTheServiceHasNoDescriptorsLeft) {
     const auto listener = listen(echo);
     // The client opens its socket first; what the service opens then finds no number free.

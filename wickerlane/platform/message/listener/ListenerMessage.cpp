@@ -18,9 +18,16 @@ ListenerMessage::ListenerMessage(Ref<ListenerPeer> from, Ref<MessageDictionary> 
 ListenerMessage::~ListenerMessage() {
     if (claimAnswer())
         sender->replyError(id, "The service did not answer.", 0);
+    if (isWatched.load())
+        sender->forgetWatched(this);
     received = nullptr;
     sender->messageReleased(charged);
     listener->messageReleased();
+}
+
+bool ListenerMessage::whenUnwanted(Handler<void()> work) {
+    isWatched = true;
+    return sender->watch(this, std::move(work));
 }
 
 void ListenerMessage::reply(MessageDictionary *answer) {

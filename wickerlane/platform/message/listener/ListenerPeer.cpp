@@ -4,6 +4,9 @@
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 
+#include <algorithm>
+#include <iterator>
+
 #include "wickerlane/platform/message/listener/ListenerCore.h"
 
 namespace wickerlane {
@@ -30,6 +33,35 @@ ListenerPeer::~ListenerPeer() = default;
 bool ListenerPeer::isConnected() {
     const MutexLock lock(mutex);
     return state == State::open;
+}
+
+// Messages that are kept
+
+bool ListenerPeer::watch(const ReceivedMessage *message, Handler<void()> work) {
+    const MutexLock lock(mutex);
+    if (state == State::closed)
+        return false;
+    watched.push_back({message, std::move(work)});
+    return true;
+}
+
+void ListenerPeer::forgetWatched(const ReceivedMessage *message) {
+    std::vector<Watched> forgotten; // destroyed without the lock
+    const MutexLock lock(mutex);
+    const auto rest = std::partition(watched.begin(), watched.end(),
+                                     [=](const Watched &each) { return each.message != message; });
+    forgotten.assign(std::make_move_iterator(rest), std::make_move_iterator(watched.end()));
+    watched.erase(rest, watched.end());
+}
+
+void ListenerPeer::runUnwanted() {
+    std::vector<Watched> gone;
+    {
+        const MutexLock lock(mutex);
+        gone.swap(watched);
+    }
+    for (const Watched &each : gone)
+        each.work();
 }
 
 // Sending

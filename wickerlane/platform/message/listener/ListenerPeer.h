@@ -55,6 +55,12 @@ public:
     [[nodiscard]] bool postponeUntilRead(Handler<void()> work) override WL_EXCLUDES(mutex);
     void cancel() override;
 
+    /// As ReceivedMessage::whenUnwanted() has it.
+    [[nodiscard]] bool watch(const ReceivedMessage *message, Handler<void()> work) WL_EXCLUDES(mutex);
+    void forgetWatched(const ReceivedMessage *message) WL_EXCLUDES(mutex);
+    /// It has gone: runs what waits for that. Of the intake thread.
+    void runUnwanted() WL_EXCLUDES(mutex);
+
     void reply(std::uint64_t id, MessageDictionary *answer);
     void replyError(std::uint64_t id, std::string_view description, std::int64_t kind);
     void transmit(const MessageEncoder &frame) WL_EXCLUDES(mutex);
@@ -148,6 +154,11 @@ private:
     std::thread::id gatheringThread WL_GUARDED_BY(mutex);
     bool gathersByTimer WL_GUARDED_BY(mutex) = false;
     std::vector<Handler<void()>> postponed WL_GUARDED_BY(mutex);
+    struct Watched {
+        const ReceivedMessage *message;
+        Handler<void()> work;
+    };
+    std::vector<Watched> watched WL_GUARDED_BY(mutex); // few at a time
 };
 
 /// Bytes that count among what a peer sent as long as this lives.

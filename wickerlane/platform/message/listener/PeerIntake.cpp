@@ -45,6 +45,7 @@ void PeerIntake::disconnect(ListenerPeer &peer) {
     if (turns != nullptr)
         turns->disconnected(peer);
     peer.runPostponed();
+    peer.runUnwanted();
     shares.disconnected(*peer.share, *peer.process);
     if (peer.share->isHeldBack.load())
         listener->reviewPeers(peer.share.get());

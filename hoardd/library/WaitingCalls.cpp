@@ -1,0 +1,179 @@
+#include "hoardd/library/WaitingCalls.h"
+
+#include <algorithm>
+#include <map>
+#include <vector>
+
+#include "hoardd/library/ChangeNotice.h"
+#include "hoardd/service/Ending.h"
+#include "wickerlane/platform/object/Mutex.h"
+#include "wickerlane/platform/object/ReleaseScope.h"
+#include "wickerlane/platform/queue/WorkQueue.h"
+
+namespace wickerlane::hoardd {
+
+using Clock = std::chrono::steady_clock;
+
+namespace {
+
+struct Waiting {
+    Call call;
+    WaitingCalls::Look look;
+    Answer late;
+    Clock::time_point due;
+};
+
+/// So that calls that come and go leave few timers behind.
+Clock::time_point wholeSeconds(Clock::time_point time) {
+    return std::chrono::ceil<std::chrono::seconds>(time);
+}
+
+} // namespace
+
+// Calls are answered, refused and destroyed without the lock. One may be looked at on two threads at a time:
+// the first answer counts.
+struct WaitingCalls::State : std::enable_shared_from_this<State> {
+    using Number = std::uint64_t;
+    using Kept = std::shared_ptr<const Waiting>;
+
+    Mutex mutex;
+    bool isEnding WL_GUARDED_BY(mutex) = false;
+    Number changes WL_GUARDED_BY(mutex) = 0;
+    Number last WL_GUARDED_BY(mutex) = 0;
+    std::map<Number, Kept> waiting WL_GUARDED_BY(mutex);
+    /// When a timer will fire; later ones are not started before that.
+    Clock::time_point timer WL_GUARDED_BY(mutex) = Clock::time_point::max();
+    std::unique_ptr<ChangeNotice> notice; // null only while the object is made
+
+    Kept remove(Number number) WL_EXCLUDES(mutex) {
+        const MutexLock lock(mutex);
+        const auto found = waiting.find(number);
+        if (found == waiting.end())
+            return nullptr;
+        Kept removed = std::move(found->second);
+        waiting.erase(found);
+        return removed;
+    }
+
+    void lookAtAll() WL_EXCLUDES(mutex) {
+        std::map<Number, Kept> now;
+        {
+            const MutexLock lock(mutex);
+            now = waiting;
+        }
+        for (const auto &[number, each] : now) {
+            const ReleaseScope scope;
+            const auto result = withoutExceptions(each->look);
+            if (result && !*result)
+                continue;
+            if (remove(number) != nullptr)
+                each->call.finish(
+                    result.transform([](const std::optional<Answer> &answer) { return *answer; }));
+        }
+    }
+
+    void startTimer(Clock::time_point due) WL_REQUIRES(mutex) {
+        if (due >= timer)
+            return;
+        timer = due;
+        WorkQueue::global()->after(due - Clock::now(), [weak = weak_from_this(), due] {
+            if (const auto kept = weak.lock())
+                kept->timerFired(due);
+        });
+    }
+
+    void timerFired(Clock::time_point due) WL_EXCLUDES(mutex) {
+        std::vector<Kept> late;
+        {
+            const MutexLock lock(mutex);
+            if (timer == due)
+                timer = Clock::time_point::max();
+            auto next = Clock::time_point::max();
+            for (auto each = waiting.begin(); each != waiting.end();) {
+                if (each->second->due <= due) {
+                    late.push_back(std::move(each->second));
+                    each = waiting.erase(each);
+                } else {
+                    next = std::min(next, each->second->due);
+                    ++each;
+                }
+            }
+            startTimer(next);
+        }
+        for (const Kept &each : late)
+            each->call.answer(each->late);
+    }
+};
+
+WaitingCalls::WaitingCalls() : state(std::make_shared<State>()) {
+    state->notice = std::make_unique<ChangeNotice>([weak = std::weak_ptr(state)] {
+        WorkQueue::global()->async([weak] {
+            if (const auto kept = weak.lock())
+                kept->lookAtAll();
+        });
+    });
+}
+
+Result<std::optional<Answer>> WaitingCalls::answerOrKeep(const Call &call, std::chrono::seconds time,
+                                                         Look look, const Answer &late) {
+    const auto due = wholeSeconds(Clock::now() + time);
+    for (;;) {
+        State::Number seen = 0;
+        {
+            const MutexLock lock(state->mutex);
+            if (state->isEnding)
+                return stopped();
+            seen = state->changes;
+        }
+        auto answer = look();
+        if (!answer || *answer)
+            return answer;
+        if (time.count() <= 0)
+            return std::optional(late);
+        State::Number number = 0;
+        {
+            const MutexLock lock(state->mutex);
+            if (state->isEnding || state->changes != seen)
+                continue; // what has changed since it looked is noticed by no one else
+            const auto ofProcess = std::ranges::count_if(state->waiting, [&](const auto &each) {
+                return each.second->call.peer().process == call.peer().process;
+            });
+            if (static_cast<std::size_t>(ofProcess) >= maxOfProcess || state->waiting.size() >= maxOfAll)
+                return fail(ProblemKind::busy, "too many requests wait for changes; try again later");
+            number = ++state->last;
+            state->waiting.emplace(
+                number, std::make_shared<const Waiting>(Waiting{call, std::move(look), late, due}));
+            state->startTimer(due);
+        }
+        const auto forget = [weak = std::weak_ptr(state), number] {
+            if (const auto kept = weak.lock())
+                kept->remove(number);
+        };
+        if (!call.whenUnwanted(forget))
+            forget();
+        return std::optional<Answer>();
+    }
+}
+
+void WaitingCalls::noteChange() {
+    {
+        const MutexLock lock(state->mutex);
+        ++state->changes;
+        if (state->waiting.empty())
+            return;
+    }
+    state->notice->noteChange();
+}
+
+void WaitingCalls::end() {
+    std::map<State::Number, State::Kept> refused;
+    {
+        const MutexLock lock(state->mutex);
+        state->isEnding = true;
+        refused.swap(state->waiting);
+    }
+    for (const auto &[number, each] : refused)
+        each->call.refuse(stopped().value());
+}
+
+} // namespace wickerlane::hoardd
