@@ -13,8 +13,6 @@
 
 namespace wickerlane::cli {
 
-using store::TrashedAsset;
-
 namespace {
 
 Failure failWithoutStore(const store::LibraryPaths &paths) {

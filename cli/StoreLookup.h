@@ -37,11 +37,11 @@ Result<Ref<ManagedAsset>> findAsset(const std::string &name);
 Result<std::vector<std::string>> findUUIDs(const std::vector<std::string> &names);
 
 /// What is in the trash, the latest first.
-Result<std::vector<store::TrashedAsset>> readTrash();
+Result<std::vector<TrashedAsset>> readTrash();
 /// The same, over a store that is open.
-Result<std::vector<store::TrashedAsset>> readTrash(store::StoreReader &store);
+Result<std::vector<TrashedAsset>> readTrash(store::StoreReader &store);
 /// One of them, by the names that an asset has.
-Result<store::TrashedAsset> findTrashed(const std::vector<store::TrashedAsset> &trash,
+Result<TrashedAsset> findTrashed(const std::vector<TrashedAsset> &trash,
                                         const std::string &name);
 
 /// An album by its name or UUID.

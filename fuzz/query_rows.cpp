@@ -23,5 +23,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t siz
     static_cast<void>(protocol::unpackedMoments(data.get()));
     static_cast<void>(protocol::unpackedGroups(data.get()));
     static_cast<void>(protocol::unpackedChanges(data.get()));
+    static_cast<void>(protocol::unpackedMomentLists(data.get()));
+    static_cast<void>(protocol::unpackedFeed(data.get()));
+    static_cast<void>(protocol::unpackedCompanions(data.get()));
+    static_cast<void>(protocol::unpackedTrash(data.get()));
     return 0;
 }

@@ -39,7 +39,7 @@ Result<ExitCode> feed(const Options &options) {
         return failToReadStore(entries);
     JSON all = JSON::array();
     Table table({{"FROM"}, {"TO"}, {"ASSETS", Table::Align::right}, {"ALBUM"}});
-    for (const store::FeedEntryRecord &entry : *entries) {
+    for (const FeedEntryRecord &entry : *entries) {
         const auto name = albumName(**store, entry.albumUUID);
         if (!name)
             return failToReadStore(name);

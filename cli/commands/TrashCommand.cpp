@@ -16,8 +16,6 @@
 namespace wickerlane::cli {
 namespace {
 
-using store::TrashedAsset;
-
 struct ListOptions {
     bool json = false;
 };
@@ -40,7 +38,7 @@ Result<ExitCode> listTrash(const ListOptions &options) {
     Table table({{"UUID"}, {"KIND"}, {"DELETED"}, {"KEPT UNTIL"}, {"SIZE", Align::right}, {"NAME"}});
     for (const auto &[asset, dateTrashed] : *trash) {
         const AssetRecord &record = asset->record();
-        const double end = dateTrashed + store::trashLifetime;
+        const double end = dateTrashed + trashLifetime;
         if (options.json) {
             JSON described = describe(*asset);
             described["trashed"] = isoDateText(dateTrashed);

@@ -2,11 +2,12 @@
 
 #include <chrono>
 
-#include "hoardd/library/Library.h"
+#include "hoardd/library/Lookup.h"
 #include "hoardd/service/Call.h"
 #include "wickerlane/protocol/QueryCoding.h"
 #include "wickerlane/protocol/QueryRows.h"
 #include "wickerlane/store/AnalysisReader.h"
+#include "wickerlane/store/CompanionReader.h"
 
 namespace wickerlane::hoardd {
 
@@ -76,6 +77,49 @@ Result<Answer> allAlbums(Library &library, const Call &) {
     return answer.set(keys::storeUUID, String::of(library.queries().storeUUID()));
 }
 
+Result<Answer> trashMatchingQuery(Library &library, const Call &call) {
+    const auto query = queryOf<TrashQuery>(call);
+    if (!query)
+        return passOn(query);
+    const auto page = library.queries().trash(*query);
+    if (!page)
+        return passOn(page);
+    Answer answer;
+    answer.set(keys::assets, protocol::packed(page->records).get());
+    answer.set(keys::storeUUID, String::of(library.queries().storeUUID()));
+    return withCursor(std::move(answer), page->next);
+}
+
+Result<Answer> countOfAssets(Library &library, const Call &call) {
+    const auto query = queryOf<AssetQuery>(call);
+    if (!query)
+        return passOn(query);
+    // Many rows may be looked at: pages are read meanwhile.
+    const auto reader = store::StoreReader::open(library.paths());
+    if (!reader)
+        return passOn(reader);
+    const auto count = (*reader)->count(query->filter);
+    if (!count)
+        return passOn(count);
+    return Answer().set(keys::count, *count);
+}
+
+Result<Answer> companionsOfPhotos(Library &library, const Call &call) {
+    const auto uuids = uuidsIn(as<Array>(call.get(keys::photoUUIDs)));
+    if (!uuids)
+        return passOn(uuids);
+    const auto companions =
+        library.read([&](sqlite::Database &database) { return store::readCompanions(database, *uuids); });
+    if (!companions)
+        return passOn(companions);
+    std::vector<CompanionRecord> records;
+    records.reserve(companions->size());
+    for (const auto &[uuid, each] : *companions)
+        records.push_back({uuid, store::companionPath(library.paths(), uuid, each), each.originalFilename,
+                           each.format, each.byteSize});
+    return Answer().set(keys::companions, protocol::packed(records).get());
+}
+
 /// A page of what an analysis has found: of the records that are a member of what `read` gives.
 template <class Query, class Page, class Record>
 Result<Answer>
@@ -91,7 +135,9 @@ pageOfAnalysis(Library &library, const Call &call, Result<Page> (store::Analysis
     if (!page)
         return passOn(page);
     Answer answer;
-    answer.set(key, protocol::packed((*page).*records).get());
+    answer.set(key, protocol::packed((*page).*records).get()).set(keys::isComplete, page->isComplete);
+    if constexpr (requires { page->storeUUID; })
+        answer.set(keys::storeUUID, String::of(page->storeUUID));
     return withCursor(std::move(answer), page->next);
 }
 
@@ -103,6 +149,28 @@ Result<Answer> momentsMatchingQuery(Library &library, const Call &call) {
 Result<Answer> duplicatesMatchingQuery(Library &library, const Call &call) {
     return pageOfAnalysis<DuplicatesQuery, DuplicatesPage>(library, call, &store::AnalysisReader::duplicates,
                                                            &DuplicatesPage::groups, keys::groups);
+}
+
+Result<Answer> allMomentLists(Library &library, const Call &) {
+    auto reader = store::AnalysisReader::open(library.paths());
+    if (!reader)
+        return passOn(reader);
+    const auto lists = reader->momentLists();
+    if (!lists)
+        return passOn(lists);
+    Answer answer;
+    answer.set(keys::lists, protocol::packed(*lists).get());
+    return answer.set(keys::storeUUID, String::of(library.queries().storeUUID()));
+}
+
+Result<Answer> cloudFeed(Library &library, const Call &) {
+    auto reader = store::AnalysisReader::open(library.paths());
+    if (!reader)
+        return passOn(reader);
+    const auto entries = reader->cloudFeed();
+    if (!entries)
+        return passOn(entries);
+    return Answer().set(keys::entries, protocol::packed(*entries).get());
 }
 
 Result<ChangesPage> changesAskedFor(Library &library, const Call &call) {
@@ -152,6 +220,11 @@ constexpr Operation operations[] = {
     reading(protocol::duplicatesMatchingQuery, duplicatesMatchingQuery, Runs::beside),
     reading(protocol::changesSinceToken, changesSinceToken, Runs::beside),
     reading(protocol::awaitChangesSinceToken, awaitChangesSinceToken, Runs::beside),
+    reading(protocol::trashMatchingQuery, trashMatchingQuery, Runs::beside),
+    reading(protocol::companionsOfPhotos, companionsOfPhotos, Runs::beside),
+    reading(protocol::countOfAssets, countOfAssets, Runs::beside),
+    reading(protocol::allMomentLists, allMomentLists, Runs::beside),
+    reading(protocol::cloudFeed, cloudFeed, Runs::beside),
 };
 
 } // namespace

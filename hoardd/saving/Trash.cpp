@@ -72,7 +72,7 @@ Result<> emptyTrash(Library &library, double until) {
 }
 
 void emptyExpiredTrash(Library &library) {
-    if (const auto emptied = emptyTrash(library, secondsNow() - store::trashLifetime); !emptied)
+    if (const auto emptied = emptyTrash(library, secondsNow() - trashLifetime); !emptied)
         JX_LOG(JXLogLevelError, JXPhotosStateLog, "can't empty the trash: %s", emptied.error().text.c_str());
 }
 

@@ -92,9 +92,11 @@ constexpr struct {
     {1001, "removeAssetWithURL:handler:", Need::deleteAssets},
     {1002, "restoreTrashedAssetWithURL:handler:", Need::deleteAssets},
     {1003, "emptyTrashWithHandler:", Need::deleteAssets},
+    {1004, "trashMatchingQuery:", Need::access},
     {1010, "adjustDatesBySeconds:forPhotos:", Need::writeAssets},
     {1020, "revertAssetWithURL:", Need::writeAssets},
     {1021, "renditionOfAssetWithURL:", Need::access},
+    {1022, "companionsOfPhotos:", Need::access},
     {1030, "assetsMatchingQuery:", Need::access},
     {1031, "sectionsOfAssetsMatchingQuery:byUnit:", Need::access},
     {1032, "albums", Need::access},
@@ -107,6 +109,9 @@ constexpr struct {
     {1039, "awaitChangesSinceToken:limit:seconds:", Need::access},
     {1040, "setDetails:forPhotos:", Need::writeAssets},
     {1041, "saveOpenFilesWithJobDictionaries:handler:", Need::access},
+    {1044, "countOfAssetsMatchingQuery:", Need::access},
+    {1045, "momentLists", Need::access},
+    {1046, "cloudFeed", Need::access},
 };
 
 struct Asker {

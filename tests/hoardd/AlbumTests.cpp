@@ -240,7 +240,7 @@ TEST_F(Albums, ThatAreSharedAreInTheFeedAsARebuildWouldHaveThem) {
         std::vector<std::string> lines;
         const auto entries = store::AnalysisReader::open(paths)->cloudFeed();
         EXPECT_TRUE(entries);
-        for (const store::FeedEntryRecord &entry : *entries) {
+        for (const FeedEntryRecord &entry : *entries) {
             lines.push_back(entry.albumUUID + ' ' + std::to_string(entry.startDate) + ' ' +
                             std::to_string(entry.endDate));
             lines.insert(lines.end(), entry.uuids.begin(), entry.uuids.end());

@@ -1,8 +1,10 @@
 // Listing and finding, asked of a running daemon by the client.
+#include <cmath>
 #include <set>
 
 #include "tests/client/OwnClient.h"
 #include "tests/hoardd/RunningHoardd.h"
+#include "wickerlane/platform/file/Files.h"
 
 using namespace wickerlane;
 using namespace wickerlane::test;
@@ -93,6 +95,16 @@ TEST_F(QueryRequests, GiveAlbumsMomentsAndDuplicatesInPages) {
         moments.cursor = page->next;
     } while (!moments.cursor.empty());
     EXPECT_EQ(starts.size(), 3U);
+    const auto lists = client->momentLists();
+    ASSERT_TRUE(lists);
+    EXPECT_EQ(lists->storeUUID, store::ObjectStore::open()->storeUUID());
+    std::uint64_t inLists = 0;
+    for (const MomentListRecord &each : lists->lists)
+        inLists += each.momentCount;
+    EXPECT_EQ(inLists, 3U);
+    EXPECT_TRUE(client->momentsMatchingQuery({})->isComplete);
+    EXPECT_EQ(client->momentsMatchingQuery({})->storeUUID, lists->storeUUID);
+    EXPECT_TRUE(client->duplicatesMatchingQuery({})->isComplete);
     EXPECT_TRUE(std::ranges::is_sorted(starts, std::greater()));
     moments = {.from = starts[1], .until = starts[0]};
     ASSERT_TRUE(client->momentsMatchingQuery(moments));
@@ -104,6 +116,78 @@ TEST_F(QueryRequests, GiveAlbumsMomentsAndDuplicatesInPages) {
     const auto &uuids = duplicates->groups.front().uuids;
     EXPECT_EQ(std::set<std::string>(uuids.begin(), uuids.end()), saved);
     EXPECT_TRUE(client->duplicatesMatchingQuery({.isSame = false})->groups.empty());
+
+    saved.insert(saveAt(2e9, "y.png", pngOf(scene(30, 60, 4))));
+    EXPECT_FALSE(client->momentsMatchingQuery({})->isComplete) << "one is in none";
+    EXPECT_FALSE(client->duplicatesMatchingQuery({})->isComplete);
+}
+
+TEST_F(QueryRequests, GiveTheTrashInPages) {
+    ReleaseScope scope;
+    std::vector<std::string> saved;
+    for (unsigned i = 0; i < 3; ++i)
+        saved.push_back(saveAt(1e9, "x.png", pngOf(scene(40, 30, i))));
+    for (const std::string &each : {saved[1], saved[0]}) {
+        const auto page = client->assetsMatchingQuery({.filter = {.identity = each}});
+        ASSERT_TRUE(page && page->assets.size() == 1);
+        ASSERT_TRUE(client->deleteAsset(page->assets.front()->assetURL()));
+    }
+    TrashQuery query{.limit = 1};
+    std::vector<std::string> found;
+    double last = HUGE_VAL;
+    do {
+        const auto page = client->trashMatchingQuery(query);
+        ASSERT_TRUE(page);
+        ASSERT_EQ(page->assets.size(), 1U);
+        const auto &[asset, dateTrashed] = page->assets.front();
+        found.push_back(asset->record().uuid);
+        EXPECT_EQ(asset->record().width, 40U) << "all fields come";
+        EXPECT_LE(dateTrashed, last);
+        EXPECT_GE(dateTrashed, asset->record().dateAdded);
+        last = dateTrashed;
+        query.cursor = page->next;
+    } while (!query.cursor.empty());
+    EXPECT_EQ(found, (std::vector{saved[0], saved[1]})) << "the latest first";
+    EXPECT_EQ(client->countOfAssets({}), 1U);
+    for (const TrashQuery &odd : {TrashQuery{.limit = 0}, TrashQuery{.cursor = "x"}}) {
+        EXPECT_FALSE(client->trashMatchingQuery(odd));
+        EXPECT_EQ(lastErrorCode(), static_cast<std::int64_t>(ProblemKind::invalid));
+    }
+}
+
+TEST_F(QueryRequests, GiveTheOtherFilesOfAssets) {
+    ReleaseScope scope;
+    const std::string plain = saveAt(1e9, "x.png", pngOf(scene(40, 30, 1)));
+    TestExif exif;
+    TestRaw raw;
+    exif.dateTimeOriginal = raw.dateTimeOriginal = "2021:06:15 10:20:30";
+    raw.width = 3000;
+    raw.preview = jpegOf(fourCorners(60, 40));
+    const FileBytes second = rawOf(raw);
+    const std::string one = rootPath() + "/a.jpg", other = rootPath() + "/a.DNG";
+    writeFile(one, jpegOf(fourCorners(40, 30), exif));
+    writeFile(other, second);
+    const auto *pair =
+        save(Dictionary::createWithKeys({{"filePath", String::of(one)}, {"companionPath", String::of(other)}})
+                 .get());
+    const std::string uuid = textIn(pair, "uuid");
+    const auto photos = MutableArray::create();
+    for (const std::string &each : {plain, uuid, std::string("no UUID")})
+        photos->append(String::of(each));
+    const auto companions = client->companionsOfPhotos(photos.get());
+    ASSERT_TRUE(companions);
+    ASSERT_EQ(companions->size(), 1U);
+    const CompanionRecord &companion = companions->front();
+    EXPECT_EQ(companion.assetUUID, uuid);
+    EXPECT_EQ(companion.originalFilename, "a.DNG");
+    EXPECT_EQ(companion.byteSize, second.size());
+    EXPECT_EQ(contentsOf(companion.path), second);
+
+    const auto url = URL::create(textIn(pair, "assetURL"));
+    ASSERT_TRUE(client->renditionOfAsset(url.get()));
+    EXPECT_EQ(client->renditionOfAsset(url.get())->file, nullptr);
+    EXPECT_FALSE(client->companionsOfPhotos(MutableArray::create().get()));
+    EXPECT_EQ(lastErrorCode(), static_cast<std::int64_t>(ProblemKind::invalid));
 }
 
 TEST_F(QueryRequests, RefuseWithAReason) {
@@ -119,6 +203,7 @@ TEST_F(QueryRequests, RefuseWithAReason) {
     EXPECT_NE(refused("isEdited", Number::of(1)).find("\"isEdited\""), std::string::npos);
     EXPECT_NE(refused("limit", Number::of(-1)).find("\"limit\""), std::string::npos);
     EXPECT_NE(refused("colour", String::of("red")).find("does not know"), std::string::npos);
+    EXPECT_NE(refused("uuids", String::of("x")).find("\"uuids\""), std::string::npos);
     EXPECT_NE(refused("cursor", String::of("x")).find("cursor"), std::string::npos);
     auto list = request(1030);
     JXMsgDictionarySetArray(list.get(), "query", MutableArray::create().get());

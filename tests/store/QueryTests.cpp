@@ -166,6 +166,13 @@ TEST_F(Queries, FindWhatAllConditionsApplyTo) {
         {"not edited", {.isEdited = false}, {1, 3}},
         {"problem", {.hasProblem = true}, {3}},
         {"size", {.minBytes = 1001, .maxBytes = 5000}, {2}},
+        {"by several UUIDs",
+         {.uuids = {{"00000003-0000-4000-8000-00000000abcd", uuidNumbered(1), "1\"]"}}},
+         {1, 3}},
+        {"by no UUIDs", {.uuids = {{}}}, {}},
+        {"by UUIDs and another condition",
+         {.uuids = {{uuidNumbered(1), uuidNumbered(2)}}, .minRating = 4},
+         {2}},
         {"by UUID", {.identity = "00000002-0000-4000-8000-00000000abcd"}, {2}},
         {"by a beginning", {.identity = "00000003-0000"}, {3}},
         {"by a beginning of several", {.identity = beginning}, {1, 2, 3}},
@@ -181,6 +188,7 @@ TEST_F(Queries, FindWhatAllConditionsApplyTo) {
         std::ranges::reverse(backwards);
         EXPECT_EQ(allOf({.filter = each.filter, .isDescending = true, .limit = 1}), backwards)
             << each.subject;
+        EXPECT_EQ(reader->count(each.filter), each.expected.size()) << each.subject;
     }
     execute("DELETE FROM zrendition; UPDATE zgenericasset SET clockdate = 10 WHERE pk = 3;");
     EXPECT_EQ(allOf({.filter = {.isEdited = true}}), Numbers()) << "the edit was taken back";
@@ -232,6 +240,7 @@ TEST_F(Queries, RefuseWhatMakesNoSense) {
         {.filter = {.nearLatitude = 1, .nearLongitude = 2, .radius = -1}},
         {.filter = {.south = 1, .west = -181, .north = 2, .east = 3}},
         {.filter = {.minRating = 6}},
+        {.filter = {.uuids = std::vector<std::string>(10'001)}},
         {.cursor = "x"},
         {.cursor = "1/"},
         {.cursor = "1/nan"},

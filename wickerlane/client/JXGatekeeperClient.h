@@ -23,11 +23,13 @@
 
 #include "wickerlane/client/JXDaemonJob.h"
 #include "wickerlane/model/AssetChange.h"
+#include "wickerlane/model/AssetFiles.h"
 #include "wickerlane/model/AssetQuery.h"
 #include "wickerlane/model/ManagedAlbum.h"
 #include "wickerlane/model/ManagedObjectID.h"
 #include "wickerlane/model/Moments.h"
 #include "wickerlane/model/Problem.h"
+#include "wickerlane/model/Trash.h"
 #include "wickerlane/platform/message/connection/MessageConnection.h"
 #include "wickerlane/platform/message/connection/ReplyTimeLimit.h"
 #include "wickerlane/platform/object/Array.h"
@@ -170,6 +172,21 @@ public:
     sectionsOfAssets(const wickerlane::AssetFilter &filter, wickerlane::SectionUnit unit,
                      bool isDescending = false);
 
+    /// countOfAssetsMatchingQuery: — how many assets a filter asks for.
+    [[nodiscard]] std::optional<std::uint64_t> countOfAssets(const wickerlane::AssetFilter &filter);
+
+    /// trashMatchingQuery: — a page of what is in the trash. No other query finds these assets.
+    [[nodiscard]] std::optional<wickerlane::TrashPage>
+    trashMatchingQuery(const wickerlane::TrashQuery &query);
+
+    /// renditionOfAssetWithURL: — the edited rendition of an asset, without a file when it has none.
+    [[nodiscard]] std::optional<wickerlane::EditedRendition> renditionOfAsset(wickerlane::URL *assetURL);
+
+    /// companionsOfPhotos: — the companions of up to 10,000 assets, by their UUIDs (String), in any order.
+    /// What has none is passed over.
+    [[nodiscard]] std::optional<std::vector<wickerlane::CompanionRecord>>
+    companionsOfPhotos(wickerlane::Array *photoUUIDs);
+
     /// albums — all of them, by name. Their assets are asked for by AssetFilter::album.
     [[nodiscard]] std::optional<std::vector<wickerlane::Ref<wickerlane::ManagedAlbum>>> albums();
 
@@ -177,9 +194,15 @@ public:
     [[nodiscard]] std::optional<wickerlane::MomentPage>
     momentsMatchingQuery(const wickerlane::MomentQuery &query);
 
+    /// momentLists — all lists of moments.
+    [[nodiscard]] std::optional<wickerlane::MomentLists> momentLists();
+
     /// duplicatesMatchingQuery: — a page of groups of duplicates.
     [[nodiscard]] std::optional<wickerlane::DuplicatesPage>
     duplicatesMatchingQuery(const wickerlane::DuplicatesQuery &query);
+
+    /// cloudFeed — what came into shared albums, the newest first.
+    [[nodiscard]] std::optional<std::vector<wickerlane::FeedEntryRecord>> cloudFeed();
 
     /// changesSinceToken:limit: — what has happened to the assets since a token was given out, at most
     /// `limit` (up to 10,000) changes. An empty token stands for the oldest change that the library knows. To

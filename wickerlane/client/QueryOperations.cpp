@@ -1,6 +1,9 @@
+#include <algorithm>
+
 #include "wickerlane/client/ClientInternal.h"
 #include "wickerlane/model/RecordFaults.h"
 #include "wickerlane/platform/file/Files.h"
+#include "wickerlane/protocol/AssetRows.h"
 #include "wickerlane/protocol/QueryCoding.h"
 #include "wickerlane/protocol/QueryRows.h"
 
@@ -92,6 +95,60 @@ JXGatekeeperClient::sectionsOfAssets(const AssetFilter &filter, SectionUnit unit
     return orFailure(protocol::unpackedSections(reply.get(keys::sections)));
 }
 
+std::optional<std::uint64_t> JXGatekeeperClient::countOfAssets(const AssetFilter &filter) {
+    ReleaseScope scope;
+    Request request(protocol::countOfAssets);
+    request.set(keys::query, protocol::encoded(AssetQuery{.filter = filter}).get());
+    const Reply reply = request.sendAndWait(connection());
+    if (reply.isError())
+        return std::nullopt;
+    return reply.get(keys::count);
+}
+
+std::optional<TrashPage> JXGatekeeperClient::trashMatchingQuery(const TrashQuery &query) {
+    auto answer =
+        ask(connection(), protocol::trashMatchingQuery, query, keys::assets, protocol::unpackedTrash);
+    if (!answer)
+        return std::nullopt;
+    auto &[records, reply] = *answer;
+    ReleaseScope scope;
+    TrashPage page{{}, textOf(reply.get(keys::cursor))};
+    page.assets.reserve(records.size());
+    const std::string storeUUID = textOf(reply.get(keys::storeUUID));
+    const std::string folder = pathUnderRoot(mediaFolder);
+    for (TrashedRecord &each : records) {
+        if (!faultOf(each.asset).empty() || !isUUID(storeUUID))
+            return orFailure(std::optional<TrashPage>());
+        page.assets.push_back(
+            {ManagedAsset::create(std::move(each.asset), folder, storeUUID), each.dateTrashed});
+    }
+    return page;
+}
+
+std::optional<EditedRendition> JXGatekeeperClient::renditionOfAsset(URL *assetURL) {
+    ReleaseScope scope;
+    Request request(protocol::renditionOfAsset);
+    request.set(keys::assetURL, assetURL);
+    const Reply reply = request.sendAndWait(connection());
+    if (reply.isError())
+        return std::nullopt;
+    return EditedRendition{Ref<URL>(reply.get(keys::fileURL)),
+                           Ref<Dictionary>(as<Dictionary>(reply.get(keys::properties)))};
+}
+
+std::optional<std::vector<CompanionRecord>> JXGatekeeperClient::companionsOfPhotos(Array *photoUUIDs) {
+    ReleaseScope scope;
+    Request request(protocol::companionsOfPhotos);
+    request.set(keys::photoUUIDs, photoUUIDs);
+    const Reply reply = request.sendAndWait(connection());
+    if (reply.isError())
+        return std::nullopt;
+    auto companions = orFailure(protocol::unpackedCompanions(reply.get(keys::companions)));
+    if (companions && !std::ranges::all_of(*companions, isText, &CompanionRecord::path))
+        return orFailure(std::optional<std::vector<CompanionRecord>>());
+    return companions;
+}
+
 std::optional<std::vector<Ref<ManagedAlbum>>> JXGatekeeperClient::albums() {
     ReleaseScope scope;
     const Request request(protocol::allAlbums);
@@ -117,7 +174,20 @@ std::optional<MomentPage> JXGatekeeperClient::momentsMatchingQuery(const MomentQ
         ask(connection(), protocol::momentsMatchingQuery, query, keys::moments, protocol::unpackedMoments);
     if (!answer)
         return std::nullopt;
-    return MomentPage{std::move(answer->first), textOf(answer->second.get(keys::cursor))};
+    const Reply &reply = answer->second;
+    return MomentPage{std::move(answer->first), textOf(reply.get(keys::cursor)),
+                      textOf(reply.get(keys::storeUUID)), reply.get(keys::isComplete)};
+}
+
+std::optional<MomentLists> JXGatekeeperClient::momentLists() {
+    ReleaseScope scope;
+    const Reply reply = Request(protocol::allMomentLists).sendAndWait(connection());
+    if (reply.isError())
+        return std::nullopt;
+    auto lists = orFailure(protocol::unpackedMomentLists(reply.get(keys::lists)));
+    if (!lists)
+        return std::nullopt;
+    return MomentLists{*std::move(lists), textOf(reply.get(keys::storeUUID))};
 }
 
 std::optional<DuplicatesPage> JXGatekeeperClient::duplicatesMatchingQuery(const DuplicatesQuery &query) {
@@ -125,7 +195,17 @@ std::optional<DuplicatesPage> JXGatekeeperClient::duplicatesMatchingQuery(const 
         ask(connection(), protocol::duplicatesMatchingQuery, query, keys::groups, protocol::unpackedGroups);
     if (!answer)
         return std::nullopt;
-    return DuplicatesPage{std::move(answer->first), textOf(answer->second.get(keys::cursor))};
+    const Reply &reply = answer->second;
+    return DuplicatesPage{std::move(answer->first), textOf(reply.get(keys::cursor)),
+                          reply.get(keys::isComplete)};
+}
+
+std::optional<std::vector<FeedEntryRecord>> JXGatekeeperClient::cloudFeed() {
+    ReleaseScope scope;
+    const Reply reply = Request(protocol::cloudFeed).sendAndWait(connection());
+    if (reply.isError())
+        return std::nullopt;
+    return orFailure(protocol::unpackedFeed(reply.get(keys::entries)));
 }
 
 std::optional<ChangesPage> JXGatekeeperClient::changesSinceToken(const std::string &token,

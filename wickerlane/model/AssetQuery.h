@@ -28,6 +28,8 @@ struct AssetFilter {
     /// One asset by any of its names: its UUID or a beginning of it of at least four characters, its URL, the
     /// URI of its object ID. Several assets may have one beginning.
     std::optional<std::string> identity{};
+    /// Any of these, by their UUIDs: at most 10,000.
+    std::optional<std::vector<std::string>> uuids{};
     std::optional<AssetKind> kind{};
     std::optional<double> from{};  ///< Not before.
     std::optional<double> until{}; ///< Before.

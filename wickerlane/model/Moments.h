@@ -1,4 +1,4 @@
-// What hoardd has found out about the assets: moments, lists of them, duplicates.
+// What hoardd has found out about the assets: moments, lists of them, duplicates, the cloud feed.
 #ifndef WICKERLANE_MODEL_MOMENTS_H
 #define WICKERLANE_MODEL_MOMENTS_H
 
@@ -58,7 +58,16 @@ struct MomentQuery {
 
 struct MomentPage {
     std::vector<MomentRecord> moments;
-    std::string next; ///< The cursor of the page that follows; empty when this is the last.
+    std::string next{};      ///< The cursor of the page that follows; empty when this is the last.
+    std::string storeUUID{}; ///< Of the library's store, which the object IDs of the moments carry.
+    /// Whether all assets are in moments, and all moments and lists of them have been analyzed.
+    bool isComplete = false;
+};
+
+/// All lists of moments, in the order of time.
+struct MomentLists {
+    std::vector<MomentListRecord> lists;
+    std::string storeUUID{};
 };
 
 /// Which groups of duplicates, a page of them: the same before the similar.
@@ -70,7 +79,17 @@ struct DuplicatesQuery {
 
 struct DuplicatesPage {
     std::vector<DuplicatesRecord> groups;
-    std::string next; ///< As above.
+    std::string next{}; ///< As above.
+    /// Whether all assets have been looked at, and the groups are what they should be.
+    bool isComplete = false;
+};
+
+/// What came into a shared album within a short time: an entry of the cloud feed.
+struct FeedEntryRecord {
+    std::string albumUUID;
+    double startDate = 0; ///< When the first was added, in seconds since 2001-01-01 00:00:00 UTC.
+    double endDate = 0;   ///< When the last was.
+    std::vector<std::string> uuids;
 };
 
 } // namespace wickerlane

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <limits>
 
+#include "wickerlane/platform/object/Array.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/object/String.h"
 #include "wickerlane/protocol/PackedRows.h"
@@ -30,6 +31,12 @@ requires(std::is_arithmetic_v<Value>) Ref<Object> objectOf(Value value) {
 template <class Value>
 requires(std::is_enum_v<Value>) Ref<Object> objectOf(Value value) {
     return Number::create(static_cast<std::uint64_t>(value));
+}
+Ref<Object> objectOf(const std::vector<std::string> &texts) {
+    const auto list = MutableArray::create();
+    for (const std::string &each : texts)
+        list->append(objectOf(each).get());
+    return list;
 }
 template <class Value>
 Ref<Object> objectOf(const std::optional<Value> &value) {
@@ -65,6 +72,17 @@ bool take(const Object *object, Integer &value) {
     const std::int64_t whole = number->int64Value();
     value = static_cast<Integer>(whole);
     return std::in_range<Integer>(whole) && (number->kind() != Number::Kind::unsignedInteger || whole >= 0);
+}
+
+bool take(const Object *object, std::vector<std::string> &texts) {
+    const auto *list = as<Array>(object);
+    if (list == nullptr)
+        return false;
+    texts.reserve(list->count());
+    for (const Object *each : *list)
+        if (!take(each, texts.emplace_back()))
+            return false;
+    return true;
 }
 
 /// The last value of an enumeration; the first is 0.
@@ -110,6 +128,7 @@ constexpr QueryKey<Query> keyOf(const char *name) {
 
 constexpr QueryKey<AssetQuery> assetQueryKeys[] = {
     ofFilter<&AssetFilter::identity>("identity"),
+    ofFilter<&AssetFilter::uuids>("uuids"),
     ofFilter<&AssetFilter::kind>("kind"),
     ofFilter<&AssetFilter::from>("from"),
     ofFilter<&AssetFilter::until>("until"),
@@ -152,6 +171,11 @@ constexpr QueryKey<DuplicatesQuery> duplicatesQueryKeys[] = {
     keyOf<DuplicatesQuery, &DuplicatesQuery::isSame>("isSame"),
     keyOf<DuplicatesQuery, &DuplicatesQuery::limit>("limit"),
     keyOf<DuplicatesQuery, &DuplicatesQuery::cursor>("cursor"),
+};
+
+constexpr QueryKey<TrashQuery> trashQueryKeys[] = {
+    keyOf<TrashQuery, &TrashQuery::limit>("limit"),
+    keyOf<TrashQuery, &TrashQuery::cursor>("cursor"),
 };
 
 template <class Query, std::size_t count>
@@ -228,6 +252,40 @@ void forEachMember(MaybeConst<AssetChange> auto &change, const Use &use) {
     use(change.uuid);
 }
 
+template <class Use>
+void forEachMember(MaybeConst<MomentListRecord> auto &list, const Use &use) {
+    use(list.primaryKey);
+    use(list.startDate);
+    use(list.endDate);
+    use(list.momentCount);
+    use(list.assetCount);
+    use(list.keyAsset);
+    use(list.isAnalyzed);
+}
+template <class Use>
+void forEachMember(MaybeConst<FeedEntryRecord> auto &entry, const Use &use) {
+    use(entry.albumUUID);
+    use(entry.startDate);
+    use(entry.endDate);
+    use(entry.uuids);
+}
+template <class Use>
+void forEachMember(MaybeConst<CompanionRecord> auto &companion, const Use &use) {
+    use(companion.assetUUID);
+    use(companion.path);
+    use(companion.originalFilename);
+    use(companion.format);
+    use(companion.byteSize);
+}
+template <class Use>
+void forEachMember(MaybeConst<TrashedRecord> auto &trashed, const Use &use) {
+    use(trashed.asset.primaryKey);
+    std::apply(
+        [&]<auto... members>(const AssetMember<members> &...) { (use(trashed.asset.*members), ...); },
+        assetMembers);
+    use(trashed.dateTrashed);
+}
+
 template <class Record>
 Ref<Data> packedRows(std::span<const Record> records) {
     RowWriter writer;
@@ -282,6 +340,10 @@ Ref<Dictionary> encoded(const DuplicatesQuery &query) {
     return encodedBy(duplicatesQueryKeys, query);
 }
 
+Ref<Dictionary> encoded(const TrashQuery &query) {
+    return encodedBy(trashQueryKeys, query);
+}
+
 Result<> decode(const Dictionary *coded, AssetQuery &query) {
     return decodeBy(assetQueryKeys, coded, query);
 }
@@ -290,6 +352,10 @@ Result<> decode(const Dictionary *coded, MomentQuery &query) {
 }
 Result<> decode(const Dictionary *coded, DuplicatesQuery &query) {
     return decodeBy(duplicatesQueryKeys, coded, query);
+}
+
+Result<> decode(const Dictionary *coded, TrashQuery &query) {
+    return decodeBy(trashQueryKeys, coded, query);
 }
 
 Ref<Data> packed(std::span<const AssetRecord> records, AssetFields fields) {
@@ -315,6 +381,18 @@ Ref<Data> packed(std::span<const DuplicatesRecord> groups) {
 Ref<Data> packed(std::span<const AssetChange> changes) {
     return packedRows(changes);
 }
+Ref<Data> packed(std::span<const MomentListRecord> lists) {
+    return packedRows(lists);
+}
+Ref<Data> packed(std::span<const FeedEntryRecord> entries) {
+    return packedRows(entries);
+}
+Ref<Data> packed(std::span<const CompanionRecord> companions) {
+    return packedRows(companions);
+}
+Ref<Data> packed(std::span<const TrashedRecord> trash) {
+    return packedRows(trash);
+}
 
 std::optional<std::vector<AssetRecord>> unpackedAssets(const Data *data, AssetFields fields) {
     return unpackedRows<AssetRecord>(data, [&](RowReader &reader, AssetRecord &record) {
@@ -336,6 +414,18 @@ std::optional<std::vector<DuplicatesRecord>> unpackedGroups(const Data *data) {
 }
 std::optional<std::vector<AssetChange>> unpackedChanges(const Data *data) {
     return unpackedRows<AssetChange>(data);
+}
+std::optional<std::vector<MomentListRecord>> unpackedMomentLists(const Data *data) {
+    return unpackedRows<MomentListRecord>(data);
+}
+std::optional<std::vector<FeedEntryRecord>> unpackedFeed(const Data *data) {
+    return unpackedRows<FeedEntryRecord>(data);
+}
+std::optional<std::vector<CompanionRecord>> unpackedCompanions(const Data *data) {
+    return unpackedRows<CompanionRecord>(data);
+}
+std::optional<std::vector<TrashedRecord>> unpackedTrash(const Data *data) {
+    return unpackedRows<TrashedRecord>(data);
 }
 
 } // namespace wickerlane::protocol

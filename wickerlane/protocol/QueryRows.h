@@ -18,11 +18,12 @@ inline constexpr Row sectionsOfAssets{1031, "sectionsOfAssetsMatchingQuery:byUni
 
 inline constexpr Row allAlbums{1032, "albums", request(), reply(keys::albums, keys::storeUUID)};
 
-inline constexpr Row momentsMatchingQuery{1033, "momentsMatchingQuery:", request(whenSet(keys::query)),
-                                          reply(keys::moments, keys::cursor)};
+inline constexpr Row momentsMatchingQuery{
+    1033, "momentsMatchingQuery:", request(whenSet(keys::query)),
+    reply(keys::moments, keys::cursor, keys::storeUUID, keys::isComplete)};
 
 inline constexpr Row duplicatesMatchingQuery{1034, "duplicatesMatchingQuery:", request(whenSet(keys::query)),
-                                             reply(keys::groups, keys::cursor)};
+                                             reply(keys::groups, keys::cursor, keys::isComplete)};
 
 /// AssetChange.h says what a token is.
 inline constexpr Row changesSinceToken{1038,
@@ -33,6 +34,21 @@ inline constexpr Row changesSinceToken{1038,
 inline constexpr Row awaitChangesSinceToken{
     1039, "awaitChangesSinceToken:limit:seconds:", request(whenSet(keys::token), keys::limit, keys::seconds),
     reply(keys::changes, keys::token, keys::isLast, keys::isTooOld)};
+
+inline constexpr Row trashMatchingQuery{1004, "trashMatchingQuery:", request(whenSet(keys::query)),
+                                        reply(keys::assets, keys::cursor, keys::storeUUID)};
+
+/// Of up to 10,000 assets those that they have.
+inline constexpr Row companionsOfPhotos{1022, "companionsOfPhotos:", request(keys::photoUUIDs),
+                                        reply(keys::companions)};
+
+/// The query's filter; all else of it is ignored.
+inline constexpr Row countOfAssets{1044, "countOfAssetsMatchingQuery:", request(whenSet(keys::query)),
+                                   reply(keys::count)};
+
+inline constexpr Row allMomentLists{1045, "momentLists", request(), reply(keys::lists, keys::storeUUID)};
+
+inline constexpr Row cloudFeed{1046, "cloudFeed", request(), reply(keys::entries)};
 
 } // namespace wickerlane::protocol
 

@@ -125,7 +125,10 @@ Result<MomentPage> AnalysisReader::moments(const MomentQuery &query) {
             .all(readMoment);
     if (!moments)
         return passOn(moments);
-    MomentPage page{*std::move(moments), {}};
+    const auto isComplete = areMomentsComplete();
+    if (!isComplete)
+        return passOn(isComplete);
+    MomentPage page{*std::move(moments), {}, storeUUID, *isComplete};
     if (page.moments.size() > query.limit) {
         page.moments.pop_back();
         page.next = cursorText(page.moments.back().primaryKey, page.moments.back().startDate);
@@ -174,7 +177,13 @@ Result<DuplicatesPage> AnalysisReader::duplicates(const DuplicatesQuery &query) 
     const auto cursor = cursorIn<std::int64_t>(query.cursor);
     if (!cursor && !query.cursor.empty())
         return failWithoutCursor();
-    return duplicatesAfter(database, query.isSame, cursor, query.limit);
+    const auto isComplete = areDuplicatesComplete();
+    if (!isComplete)
+        return passOn(isComplete);
+    auto page = duplicatesAfter(database, query.isSame, cursor, query.limit);
+    if (page)
+        page->isComplete = *isComplete;
+    return page;
 }
 
 Result<std::vector<FeedEntryRecord>> AnalysisReader::cloudFeed() {

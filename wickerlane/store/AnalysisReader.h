@@ -16,14 +16,6 @@
 
 namespace wickerlane::store {
 
-/// What came into a shared album within a short time.
-struct FeedEntryRecord {
-    std::string albumUUID;
-    double startDate = 0; ///< When the first was added, in seconds since 2001-01-01 00:00:00 UTC.
-    double endDate = 0;   ///< When the last was.
-    std::vector<std::string> uuids;
-};
-
 /// Reads over a connection of its own, which never blocks or changes the store. One thread at a time.
 class WL_EXPORT AnalysisReader {
 public:

@@ -1,6 +1,7 @@
 #include "wickerlane/store/CompanionReader.h"
 
 #include "wickerlane/store/AssetColumns.h"
+#include "wickerlane/store/UUIDList.h"
 
 namespace wickerlane::store {
 
@@ -44,6 +45,17 @@ Result<Companions> readCompanions(const LibraryPaths &paths) {
     if (!database)
         return passOn(database);
     return readCompanions(*database);
+}
+
+Result<Companions> readCompanions(Database &database, std::span<const std::string_view> uuids) {
+    Companions companions;
+    const auto read =
+        database.prepare(selectFrom(companionTable) + " WHERE assetuuid" + std::string(isInUUIDList))
+            .bind(uuidList(uuids))
+            .forEach([&](const Statement &row) { companions.emplace(row.text(0), companionIn(row)); });
+    if (!read)
+        return passOn(read);
+    return companions;
 }
 
 Result<std::optional<Companion>> readCompanion(Database &database, std::string_view uuid) {

@@ -3,6 +3,7 @@
 #define WICKERLANE_STORE_COMPANIONREADER_H
 
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -36,6 +37,10 @@ using Companions = std::unordered_map<std::string, Companion>;
                                                           std::string_view table = companionTable);
 /// The same, over a connection of its own.
 [[nodiscard]] WL_EXPORT Result<Companions> readCompanions(const LibraryPaths &paths);
+
+/// Those of the assets with these UUIDs.
+[[nodiscard]] WL_EXPORT Result<Companions> readCompanions(sqlite::Database &database,
+                                                          std::span<const std::string_view> uuids);
 
 /// The companion of an asset, if it has one.
 [[nodiscard]] WL_EXPORT Result<std::optional<Companion>> readCompanion(sqlite::Database &database,

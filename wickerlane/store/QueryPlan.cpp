@@ -8,6 +8,7 @@
 #include "wickerlane/model/AssetURL.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/store/PageCursor.h"
+#include "wickerlane/store/UUIDList.h"
 
 namespace wickerlane::store {
 
@@ -148,6 +149,8 @@ Result<> check(const AssetQuery &query) {
         return fail(ProblemKind::invalid,
                     "a latitude is from -90 to 90 degrees, a longitude from -180 to 180, and "
                     "a radius not negative");
+    if (filter.uuids && filter.uuids->size() > largestPage)
+        return fail(ProblemKind::invalid, "a filter may name up to 10000 assets");
     if (filter.minRating && (*filter.minRating < 1 || *filter.minRating > maxRating))
         return fail(ProblemKind::invalid, "a rating is from 1 to 5");
     return {};
@@ -173,6 +176,8 @@ Conditions conditionsOf(const AssetFilter &filter, std::string_view date, std::s
     Conditions all;
     if (filter.identity)
         addIdentity(all, *filter.identity, storeUUID);
+    if (filter.uuids)
+        all.addNarrow(std::string("uuid").append(isInUUIDList), uuidList(*filter.uuids));
     if (filter.kind)
         all.add("kind = ?", static_cast<std::int64_t>(*filter.kind));
     if (filter.from)

@@ -31,6 +31,9 @@ AlbumRecord readAlbum(const sqlite::Statement &statement) {
             static_cast<std::uint64_t>(statement.integer(5))};
 }
 
+/// Followed by what narrows selectAssets.
+constexpr std::string_view countAssets = "SELECT count(*) FROM zgenericasset ";
+
 /// Leaves out rows that can't be objects, which a check finds.
 template <class Record>
 void keepSound(std::vector<Record> &records) {
@@ -302,6 +305,33 @@ Result<std::vector<AssetSection>> StoreReader::sections(const AssetFilter &filte
     return sections;
 }
 
+Result<std::uint64_t> StoreReader::count(const AssetFilter &filter) {
+    const auto selections = selectionsFor({.filter = filter}, identity);
+    if (!selections)
+        return passOn(selections);
+    const Selection &all = selections->front();
+    std::uint64_t count = 0;
+    // What is within a circle is not known without the places.
+    const auto counted =
+        filter.nearLatitude
+            ? connection->with(selectAssets, all.narrowing,
+                               [&](sqlite::Statement &statement) {
+                                   all.bindTo(statement);
+                                   return statement.forEach([&](const sqlite::Statement &row) {
+                                       count += isWanted(readRecord(row), filter) ? 1U : 0U;
+                                   });
+                               })
+            : connection->with(countAssets, all.narrowing, [&](sqlite::Statement &statement) {
+                  all.bindTo(statement);
+                  return statement.forEach([&](const sqlite::Statement &row) {
+                      count = static_cast<std::uint64_t>(row.integer(0));
+                  });
+              });
+    if (!counted)
+        return passOn(counted);
+    return count;
+}
+
 Result<AssetCounts> StoreReader::counts() {
     const MutexLock lock(connection->mutex);
     sqlite::Statement &counting = connection->current().counting;
@@ -363,6 +393,39 @@ Result<std::vector<TrashedAsset>> StoreReader::trash() {
     if (trashed)
         std::erase_if(*trashed, [](const TrashedAsset &each) { return !each.asset; });
     return trashed;
+}
+
+Result<StoreReader::TrashedPage> StoreReader::trash(const TrashQuery &query) {
+    constexpr std::size_t largestPage = 10'000;
+    const auto cursor = cursorIn<double>(query.cursor);
+    if (query.limit == 0 || query.limit > largestPage)
+        return fail(ProblemKind::invalid, "a page may have 1 to 10000 assets");
+    if (!cursor && !query.cursor.empty())
+        return fail(ProblemKind::invalid, "the cursor is none of these pages: begin without one");
+    TrashedPage page;
+    const auto takeRow = [&](const sqlite::Statement &row) {
+        TrashedRecord record{readRecord(row), row.real(trashedDateColumn)};
+        if (!faultOf(record.asset).empty())
+            return true;
+        if (page.records.size() == query.limit) { // there is more
+            const TrashedRecord &last = page.records.back();
+            page.next = cursorText(last.asset.primaryKey, last.dateTrashed);
+            return false;
+        }
+        page.records.push_back(std::move(record));
+        return true;
+    };
+    const auto read = connection->with(
+        selectTrashedAssets,
+        "WHERE ?1 IS NULL OR (datetrashed, pk) < (?1, ?2) ORDER BY datetrashed DESC, pk DESC",
+        [&](sqlite::Statement &statement) {
+            return statement
+                .bind(cursor ? std::optional(cursor->value) : std::nullopt, cursor ? cursor->number : 0)
+                .forEachWhile(takeRow);
+        });
+    if (!read)
+        return passOn(read);
+    return page;
 }
 
 Result<TrashedAsset> StoreReader::trashedWithUUID(std::string_view uuid) {

@@ -11,6 +11,7 @@
 #include "wickerlane/model/ManagedAlbum.h"
 #include "wickerlane/model/ManagedAsset.h"
 #include "wickerlane/model/Result.h"
+#include "wickerlane/model/Trash.h"
 #include "wickerlane/store/LibraryPaths.h"
 #include "wickerlane/store/Listing.h"
 
@@ -19,15 +20,6 @@ class Statement;
 }
 
 namespace wickerlane::store {
-
-/// An asset that was deleted, and can still be had again.
-struct TrashedAsset {
-    Ref<ManagedAsset> asset;
-    double dateTrashed = 0; ///< Seconds since 2001-01-01 00:00:00 UTC.
-};
-
-/// How long an asset stays in the trash, in seconds.
-inline constexpr double trashLifetime = 30 * 86'400;
 
 /// What stands behind ObjectStore, which gives applications the same without the problems.
 /// It sees what the daemon has committed at the time of each call, and never blocks or changes the store.
@@ -55,6 +47,8 @@ public:
     /// In the order of date, the first first or the last first.
     [[nodiscard]] Result<std::vector<AssetSection>> sections(const AssetFilter &filter, SectionUnit unit,
                                                              bool isDescending);
+    /// How many assets a filter asks for. A row that a check finds to be damaged counts.
+    [[nodiscard]] Result<std::uint64_t> count(const AssetFilter &filter);
 
     // Null when there is no such asset.
     [[nodiscard]] Result<Ref<ManagedAsset>>
@@ -65,6 +59,11 @@ public:
 
     /// What is in the trash, the latest first. Nothing else here finds these assets.
     [[nodiscard]] Result<std::vector<TrashedAsset>> trash();
+    struct TrashedPage {
+        std::vector<TrashedRecord> records;
+        std::string next; ///< As in TrashPage.
+    };
+    [[nodiscard]] Result<TrashedPage> trash(const TrashQuery &query);
     /// Of a UUID, in either case of letters; no asset when there is none.
     [[nodiscard]] Result<TrashedAsset> trashedWithUUID(std::string_view uuid);
 
