@@ -63,6 +63,22 @@ void Table::printRows() {
     rows.clear();
 }
 
+void Listing::addRow(std::vector<std::string> cells) {
+    constexpr std::size_t rowsAtOnce = 10'000;
+    table.add(std::move(cells));
+    if (++rowCount % rowsAtOnce == 0)
+        table.printRows();
+}
+
+void Listing::end(std::string_view noteWhenEmpty) {
+    if (asJSON)
+        list.end();
+    else if (rowCount == 0)
+        note(noteWhenEmpty);
+    else if (!table.isEmpty())
+        table.print();
+}
+
 void printListing(const JSON &list, const Table &table, std::string_view noteWhenEmpty, bool asJSON) {
     if (asJSON)
         printJSON(list);

@@ -37,6 +37,26 @@ private:
     void printRow(const std::vector<std::size_t> &widths, const CellAt &cellAt) const;
 };
 
+/// A list that may be long, written as it grows: as JSON, or as a table.
+class Listing {
+public:
+    Listing(std::vector<Table::Column> columns, bool json) : table(std::move(columns)), asJSON(json) {}
+
+    [[nodiscard]] bool isJSON() const noexcept { return asJSON; }
+    /// An entry of JSON.
+    void add(const JSON &entry) { list.add(entry); }
+    /// A row of the table.
+    void addRow(std::vector<std::string> cells);
+    /// Writes the rest. A table that had no rows is replaced by a note.
+    void end(std::string_view noteWhenEmpty);
+
+private:
+    Table table;
+    JSONList list;
+    std::size_t rowCount = 0;
+    bool asJSON;
+};
+
 /// Writes JSON or the table. An empty table is replaced by a note.
 void printListing(const JSON &list, const Table &table, std::string_view noteWhenEmpty, bool asJSON);
 

@@ -7,7 +7,7 @@
 #include "cli/DaemonRequests.h"
 #include "cli/Formatting.h"
 #include "cli/Output.h"
-#include "cli/StoreLookup.h"
+#include "cli/Queries.h"
 #include "cli/Subcommands.h"
 #include "wickerlane/protocol/AssetRows.h"
 
@@ -104,7 +104,7 @@ Result<> adjust(std::span<const std::string> uuids, std::int64_t seconds) {
 /// Changes nothing if one of the assets is not there.
 Result<ExitCode> adjustDates(const Options &options) {
     const auto seconds = secondsIn(options.by);
-    const auto uuids = findUUIDs(options.assets);
+    const auto uuids = askForUUIDs(options.assets);
     if (!uuids)
         return passOn(uuids);
     for (std::span left(*uuids); !left.empty();) {

@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <limits>
 #include <span>
 
 #include "cli/AssetDescription.h"
@@ -10,7 +11,7 @@
 #include "cli/Confirmation.h"
 #include "cli/DaemonRequests.h"
 #include "cli/Formatting.h"
-#include "cli/StoreLookup.h"
+#include "cli/Queries.h"
 #include "cli/Subcommands.h"
 #include "cli/Table.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
@@ -43,29 +44,10 @@ JSON describe(const ManagedAlbum &album) {
     return described;
 }
 
-/// An album, and the store that it was found in.
-struct NamedAlbum {
-    std::unique_ptr<store::StoreReader> store;
-    Ref<ManagedAlbum> album;
-};
-
-Result<NamedAlbum> openAlbum(const std::string &name) {
-    auto store = openStore();
-    if (!store)
-        return passOn(store);
-    auto album = findAlbum(**store, name);
-    if (!album)
-        return passOn(album);
-    return NamedAlbum{*std::move(store), *std::move(album)};
-}
-
 Result<ExitCode> list(const Options &options) {
-    const auto store = openStore();
-    if (!store)
-        return passOn(store);
-    const auto albums = (*store)->albums();
+    const auto albums = askForAlbums();
     if (!albums)
-        return failToReadStore(albums);
+        return passOn(albums);
     JSON all = JSON::array();
     Table table({{"ASSETS", Table::Align::right}, {"CREATED"}, {"UUID"}, {"NAME"}});
     for (const auto &album : *albums) {
@@ -100,51 +82,54 @@ Result<ExitCode> create(const Options &options) {
     return ExitCode::success;
 }
 
-Result<> addAsset(store::StoreReader &store, const ManagedAlbum &album, const std::string &name) {
-    const auto asset = findAsset(store, name);
-    if (!asset)
-        return passOn(asset);
+Result<> addAsset(const ManagedAsset *asset, const ManagedAlbum &album, const std::string &name) {
+    if (asset == nullptr)
+        return failToFindAsset(name);
     return waitForSuccess(fmt::format("{} could not be added; see the daemon's log", name),
                           [&](const SuccessHandler &handler) {
                               JXGatekeeperClient::sharedInstance()->addAssetWithURL(
-                                  (*asset)->assetURL(), String::of(album.record().uuid), handler);
+                                  asset->assetURL(), String::of(album.record().uuid), handler);
                           });
 }
 
 Result<ExitCode> add(const Options &options) {
-    const auto named = openAlbum(options.album);
+    const auto named = askForAlbum(options.album);
     if (!named)
         return passOn(named);
-    const auto &[store, album] = *named;
-    if (const auto answers = requireDaemon(); !answers)
-        return passOn(answers);
+    const ManagedAlbum &album = **named;
+    const auto assets = askForAssets(options.assets);
+    if (!assets)
+        return passOn(assets);
     ExitCode code = ExitCode::success;
     std::size_t added = 0;
-    for (const std::string &name : options.assets)
-        if (const auto result = addAsset(*store, *album, name))
+    for (std::size_t i = 0; i < assets->size(); ++i)
+        if (const auto result = addAsset((*assets)[i].get(), album, options.assets[i]))
             ++added;
         else
             code = report(result.error());
-    print(fmt::format("{} added to {}", countText(added, "asset", "assets"), album->record().name));
+    print(fmt::format("{} added to {}", countText(added, "asset", "assets"), album.record().name));
     return code;
 }
 
 Result<ExitCode> show(const Options &options) {
-    const auto named = openAlbum(options.album);
+    const auto named = askForAlbum(options.album);
     if (!named)
         return passOn(named);
-    const auto &[store, album] = *named;
-    const auto assets = store->assets({.album = album->record().primaryKey});
-    if (!assets)
-        return failToReadStore(assets);
-    JSON described = describe(*album);
+    const ManagedAlbum &album = **named;
+    JSON described = describe(album);
     described["assets"] = JSON::array();
     Table table({{"CREATED"}, {"UUID"}, {"NAME"}});
-    for (const auto &asset : *assets) {
-        const AssetRecord &record = asset->record();
-        described["assets"].push_back(cli::describe(*asset));
-        table.add({createdText(record), record.uuid, outsideName(record)});
-    }
+    const auto listed =
+        forEachAsset({.filter = {.album = album.record().uuid}}, 0, std::numeric_limits<std::size_t>::max(),
+                     [&](const ManagedAsset &asset) {
+                         const AssetRecord &record = asset.record();
+                         if (options.json)
+                             described["assets"].push_back(cli::describe(asset));
+                         else
+                             table.add({createdText(record), record.uuid, outsideName(record)});
+                     });
+    if (!listed)
+        return passOn(listed);
     printListing(described, table, "the album is empty", options.json);
     return ExitCode::success;
 }
@@ -154,10 +139,10 @@ Result<> ask(const client::Request &request) {
 }
 
 Result<ExitCode> rename(const Options &options) {
-    const auto named = openAlbum(options.album);
+    const auto named = askForAlbum(options.album);
     if (!named)
         return passOn(named);
-    const AlbumRecord &record = named->album->record();
+    const AlbumRecord &record = (*named)->record();
     client::Request request(protocol::renameAlbum);
     request.set(protocol::keys::albumUUID, String::of(record.uuid));
     request.set(protocol::keys::name, String::of(options.newName));
@@ -168,10 +153,10 @@ Result<ExitCode> rename(const Options &options) {
 }
 
 Result<ExitCode> deleteAlbum(const Options &options) {
-    const auto named = openAlbum(options.album);
+    const auto named = askForAlbum(options.album);
     if (!named)
         return passOn(named);
-    const AlbumRecord &record = named->album->record();
+    const AlbumRecord &record = (*named)->record();
     const std::string assets = countText(record.assetCount, "asset", "assets");
     if (!options.yes &&
         !isConfirmed(fmt::format("This deletes the album {}, not the {} in it.", record.name, assets)))
@@ -186,19 +171,14 @@ Result<ExitCode> deleteAlbum(const Options &options) {
 
 /// Removes nothing if one of the assets is not there.
 Result<ExitCode> remove(const Options &options) {
-    const auto named = openAlbum(options.album);
+    const auto named = askForAlbum(options.album);
     if (!named)
         return passOn(named);
-    const auto &[store, album] = *named;
-    std::vector<std::string> uuids;
-    for (const std::string &name : options.assets) {
-        const auto asset = findAsset(*store, name);
-        if (!asset)
-            return passOn(asset);
-        if (std::ranges::find(uuids, (*asset)->record().uuid) == uuids.end())
-            uuids.push_back((*asset)->record().uuid);
-    }
-    for (std::span left(uuids); !left.empty();) {
+    const ManagedAlbum &album = **named;
+    const auto uuids = askForUUIDs(options.assets);
+    if (!uuids)
+        return passOn(uuids);
+    for (std::span left(*uuids); !left.empty();) {
         const auto photos = MutableArray::create();
         const auto batch = left.first(std::min(left.size(), batchSize));
         left = left.subspan(batch.size());
@@ -206,25 +186,25 @@ Result<ExitCode> remove(const Options &options) {
             photos->append(String::of(each));
         client::Request request(protocol::removeFromAlbum);
         request.set(protocol::keys::photoUUIDs, photos.get());
-        request.set(protocol::keys::albumUUID, String::of(album->record().uuid));
+        request.set(protocol::keys::albumUUID, String::of(album.record().uuid));
         if (const auto removed = ask(request); !removed)
             return passOn(removed);
     }
     print(
-        fmt::format("{} removed from {}", countText(uuids.size(), "asset", "assets"), album->record().name));
+        fmt::format("{} removed from {}", countText(uuids->size(), "asset", "assets"), album.record().name));
     return ExitCode::success;
 }
 
 Result<ExitCode> deleteEmpty(const Options &options) {
-    const auto named = openAlbum(options.album);
+    const auto named = askForAlbum(options.album);
     if (!named)
         return passOn(named);
-    const auto &[store, album] = *named;
-    const AlbumRecord &record = album->record();
+    const ManagedAlbum &album = **named;
+    const AlbumRecord &record = album.record();
     if (record.assetCount != 0)
         return fail(ProblemKind::failed, fmt::format("the album {} is not empty: it holds {}", record.name,
                                                      countText(record.assetCount, "asset", "assets")));
-    JXGatekeeperClient::sharedInstance()->automaticallyDeleteEmptyAlbum(album.get());
+    JXGatekeeperClient::sharedInstance()->automaticallyDeleteEmptyAlbum(named->get());
     return waitUntilReceived().map([] { return ExitCode::success; });
 }
 

@@ -4,8 +4,8 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/Formatting.h"
+#include "cli/LibraryState.h"
 #include "cli/Output.h"
-#include "cli/StoreLookup.h"
 #include "cli/Subcommands.h"
 #include "cli/backup/LibraryBackup.h"
 #include "cli/backup/LibraryRestore.h"
@@ -40,10 +40,9 @@ JSON describe(const std::vector<Problem> &problems) {
 Result<ExitCode> runBackup(const Options &options) {
     if (options.backup.folder.empty())
         return fail(ProblemKind::invalid, "FOLDER is required");
-    const auto store = openStore();
-    if (!store)
-        return passOn(store);
-    const auto done = backUp((*store)->paths(), options.backup);
+    if (const auto readable = requireReadableStore(); !readable)
+        return passOn(readable);
+    const auto done = backUp(store::LibraryPaths(), options.backup);
     if (!done)
         return passOn(done);
     const ExitCode code = reportAll(done->problems);

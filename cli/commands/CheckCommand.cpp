@@ -13,9 +13,9 @@
 #include "cli/DaemonRequests.h"
 #include "cli/Formatting.h"
 #include "cli/Interrupt.h"
+#include "cli/LibraryState.h"
 #include "cli/Output.h"
 #include "cli/Progress.h"
-#include "cli/StoreLookup.h"
 #include "cli/Subcommands.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/platform/file/Files.h"
@@ -145,8 +145,9 @@ Result<> repair(const store::LibraryPaths &paths) {
 
 Result<ExitCode> check(const Options &options) {
     // A check needs no store that can be read: it says what is the matter with it.
-    if (const auto store = openStore(); !store && store.error().kind != ProblemKind::damagedStore)
-        return passOn(store);
+    if (const auto readable = requireReadableStore();
+        !readable && readable.error().kind != ProblemKind::damagedStore)
+        return passOn(readable);
     const store::LibraryPaths paths;
     auto report = runCheck(paths, options);
     if (!report)

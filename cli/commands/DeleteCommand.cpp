@@ -1,11 +1,14 @@
 // wickerlane delete
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <span>
+
 #include "cli/Confirmation.h"
 #include "cli/DaemonRequests.h"
 #include "cli/Formatting.h"
 #include "cli/Output.h"
-#include "cli/StoreLookup.h"
+#include "cli/Queries.h"
 #include "cli/Subcommands.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 
@@ -25,16 +28,18 @@ bool isWanted(std::size_t count, bool now) {
                            : fmt::format("This moves {} to the trash.", assets));
 }
 
-/// What is deleted at once may be in the trash already.
-Result<Ref<ManagedAsset>> findToDelete(store::StoreReader &store, const std::string &name, bool now) {
-    const auto asset = findAsset(store, name);
-    if (asset || !now || asset.error().kind != ProblemKind::notFound)
-        return asset;
-    const auto trashed =
-        readTrash(store).and_then([&](const auto &trash) { return findTrashed(trash, name); });
-    if (trashed)
-        return trashed->asset;
-    return trashed.error().kind == ProblemKind::notFound ? asset : passOn(trashed);
+/// Null where there is none. What is deleted at once may be in the trash already.
+Result<Assets> findToDelete(std::span<const std::string> names, bool now) {
+    auto assets = askForAssets(names);
+    if (!assets || !now || std::ranges::find(*assets, nullptr) == assets->end())
+        return assets;
+    const auto trashed = askForTrashed(names);
+    if (!trashed)
+        return passOn(trashed);
+    for (std::size_t i = 0; i < names.size(); ++i)
+        if (!(*assets)[i])
+            (*assets)[i] = (*trashed)[i];
+    return assets;
 }
 
 Result<> deleteAsset(const ManagedAsset &asset, bool now) {
@@ -53,24 +58,19 @@ Result<> deleteAsset(const ManagedAsset &asset, bool now) {
 }
 
 Result<ExitCode> deleteAssets(const Options &options) {
-    const auto store = openStore();
-    if (!store)
-        return passOn(store);
+    const auto assets = findToDelete(options.assets, options.now);
+    if (!assets)
+        return passOn(assets);
     ExitCode code = ExitCode::success;
-    std::vector<Ref<ManagedAsset>> assets;
-    for (const std::string &name : options.assets)
-        if (const auto asset = findToDelete(**store, name, options.now))
-            assets.push_back(*asset);
-        else
-            code = report(asset.error());
+    for (std::size_t i = 0; i < assets->size(); ++i)
+        if (!(*assets)[i])
+            code = report(failToFindAsset(options.assets[i]).value());
     if (code != ExitCode::success)
         return code; // before anything is deleted
-    if (!options.yes && !isWanted(assets.size(), options.now))
+    if (!options.yes && !isWanted(assets->size(), options.now))
         return fail(ProblemKind::failed, "nothing was deleted; --yes deletes without asking");
-    if (const auto answers = requireDaemon(); !answers)
-        return passOn(answers);
     std::size_t deleted = 0;
-    for (const auto &asset : assets)
+    for (const auto &asset : *assets)
         if (const auto result = deleteAsset(*asset, options.now))
             ++deleted;
         else

@@ -5,13 +5,17 @@
 #include "cli/AssetDescription.h"
 #include "cli/DaemonRequests.h"
 #include "cli/Formatting.h"
-#include "cli/StoreLookup.h"
+#include "cli/LibraryState.h"
+#include "cli/Queries.h"
 #include "cli/Subcommands.h"
 #include "cli/Table.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 
 namespace wickerlane::cli {
 namespace {
+
+/// A group has several assets, all of which are shown.
+constexpr std::size_t groupsOfPage = 200;
 
 struct Options {
     bool update = false;
@@ -23,22 +27,24 @@ struct Options {
 };
 
 /// Tells the daemon whether the named assets may be duplicates of each other.
-Result<> decide(store::StoreReader &store, const std::vector<std::string> &names, bool areDuplicates) {
+Result<> decide(const std::vector<std::string> &names, bool areDuplicates) {
     if (names.empty())
         return {};
+    const auto assets = askForAssets(names);
+    if (!assets)
+        return passOn(assets);
     const auto photos = MutableArray::create();
-    for (const std::string &name : names) {
-        const auto asset = findAsset(store, name);
-        if (!asset)
-            return passOn(asset);
-        photos->append(asset->get());
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        if (!(*assets)[i])
+            return failToFindAsset(names[i]);
+        photos->append((*assets)[i].get());
     }
     JXGatekeeperClient::sharedInstance()->setAreDuplicates(areDuplicates, photos.get());
     return {};
 }
 
 /// What the daemon is to do before the groups are shown.
-Result<> askDaemon(store::StoreReader &store, const Options &options) {
+Result<> askDaemon(const Options &options) {
     if (const auto answers = requireDaemon(); !answers)
         return answers;
     auto *client = JXGatekeeperClient::sharedInstance();
@@ -46,64 +52,79 @@ Result<> askDaemon(store::StoreReader &store, const Options &options) {
         client->resetDupesAnalysis();
     if (options.reset || options.update)
         client->analyzeInvalidMomentsAndDupesIfNeeded();
-    if (const auto decided = decide(store, options.apart, false); !decided)
+    if (const auto decided = decide(options.apart, false); !decided)
         return decided;
-    return decide(store, options.together, true);
+    return decide(options.together, true);
 }
 
-Result<> printGroups(store::StoreReader &store, const std::vector<DuplicatesRecord> &groups,
-                     const Options &options) {
-    using Align = Table::Align;
-    Table table({{"GROUP", Align::right},
-                 {"LIKENESS"},
-                 {"UUID"},
-                 {"CREATED"},
-                 {"PIXELS", Align::right},
-                 {"SIZE", Align::right},
-                 {"NAME"}});
-    JSON all = JSON::array();
-    std::size_t number = 0;
+/// Adds groups to the listing; `number` is that of the last one.
+Result<> addGroups(const std::vector<DuplicatesRecord> &groups, std::size_t &number, Listing &listing) {
+    std::vector<std::string> uuids;
+    for (const DuplicatesRecord &group : groups)
+        uuids.insert(uuids.end(), group.uuids.begin(), group.uuids.end());
+    const auto assets = askForAssetsWithUUIDs(uuids);
+    if (!assets)
+        return passOn(assets);
     for (const DuplicatesRecord &group : groups) {
         const std::string likeness = group.isSame ? "same" : "similar";
-        if (!options.likeness.empty() && options.likeness != likeness)
-            continue;
         ++number;
-        JSON assets = JSON::array();
+        JSON described = JSON::array();
         for (const std::string &uuid : group.uuids) {
-            const ReleaseScope scope;
-            const auto asset = store.assetWithUUID(uuid);
-            if (!asset)
-                return failToReadStore(asset);
-            if (!*asset)
+            const auto found = assets->find(uuid);
+            if (found == assets->end())
                 continue; // deleted since
-            const AssetRecord &record = (*asset)->record();
-            table.add({std::to_string(number), likeness, record.uuid, createdText(record),
-                       pixelsText(record, "-"), sizeText(record.byteSize), outsideName(record)});
-            assets.push_back(describe(**asset));
+            const ReleaseScope scope;
+            const AssetRecord &record = found->second->record();
+            if (listing.isJSON())
+                described.push_back(describe(*found->second));
+            else
+                listing.addRow({std::to_string(number), likeness, record.uuid, createdText(record),
+                                pixelsText(record, "-"), sizeText(record.byteSize), outsideName(record)});
         }
-        all.push_back({{"likeness", likeness}, {"assets", std::move(assets)}});
+        if (listing.isJSON())
+            listing.add({{"likeness", likeness}, {"assets", std::move(described)}});
     }
-    printListing(all, table, "no duplicates", options.json);
     return {};
 }
 
+/// Gives whether the groups are up to date.
+Result<bool> printGroups(const Options &options) {
+    using Align = Table::Align;
+    Listing listing({{"GROUP", Align::right},
+                     {"LIKENESS"},
+                     {"UUID"},
+                     {"CREATED"},
+                     {"PIXELS", Align::right},
+                     {"SIZE", Align::right},
+                     {"NAME"}},
+                    options.json);
+    DuplicatesQuery query{.limit = groupsOfPage};
+    if (!options.likeness.empty())
+        query.isSame = options.likeness == "same";
+    bool isComplete = false;
+    std::size_t number = 0;
+    const auto listed =
+        forEachPage(query, &JXGatekeeperClient::duplicatesMatchingQuery, [&](const DuplicatesPage &page) {
+            isComplete = page.isComplete;
+            return addGroups(page.groups, number, listing);
+        });
+    if (!listed)
+        return passOn(listed);
+    listing.end("no duplicates");
+    return isComplete;
+}
+
 Result<ExitCode> duplicates(const Options &options) {
-    const auto store = openStore();
-    if (!store)
-        return passOn(store);
+    if (const auto there = requireLibrary(); !there)
+        return passOn(there);
     const bool analyzes = options.update || options.reset;
     if (analyzes || !options.apart.empty() || !options.together.empty())
-        if (const auto done = askDaemon(**store, options); !done)
+        if (const auto done = askDaemon(options); !done)
             return passOn(done);
-    auto reader = openAnalyses(**store);
-    if (!reader)
-        return passOn(reader);
-    const auto groups = reader->duplicates();
-    if (!groups)
-        return failToReadStore(groups);
-    if (const auto printed = printGroups(**store, *groups, options); !printed)
-        return passOn(printed);
-    if (reader->areDuplicatesComplete().value_or(false))
+    const auto isComplete = printGroups(options);
+    if (!isComplete)
+        return passOn(isComplete);
+    if (*isComplete)
         return ExitCode::success;
     if (analyzes)
         return fail(ProblemKind::failed,

@@ -7,7 +7,7 @@
 #include "cli/DaemonRequests.h"
 #include "cli/Formatting.h"
 #include "cli/Output.h"
-#include "cli/StoreLookup.h"
+#include "cli/Queries.h"
 #include "cli/Subcommands.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/protocol/VideoKeys.h"
@@ -30,7 +30,7 @@ Result<Ref<URL>> urlOf(const std::string &video) {
     std::error_code unknown;
     if (fs::exists(video, unknown))
         return URL::ofPath(fs::absolute(video).lexically_normal().string());
-    return findAsset(video).map([](const auto &asset) { return Ref<URL>(asset->assetURL()); });
+    return askForAsset(video).map([](const auto &asset) { return Ref<URL>(asset->assetURL()); });
 }
 
 Result<ExitCode> estimate(const Options &options) {

@@ -8,6 +8,8 @@
 #include <cstring>
 #include <filesystem>
 #include <functional>
+#include <optional>
+#include <span>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
@@ -16,14 +18,14 @@
 #include "cli/DaemonRequests.h"
 #include "cli/Formatting.h"
 #include "cli/Interrupt.h"
+#include "cli/LibraryState.h"
 #include "cli/NewFile.h"
 #include "cli/Output.h"
 #include "cli/Progress.h"
-#include "cli/StoreLookup.h"
+#include "cli/Queries.h"
 #include "cli/Subcommands.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/platform/file/Retry.h"
-#include "wickerlane/store/CompanionReader.h"
 
 namespace wickerlane::cli {
 namespace {
@@ -38,15 +40,13 @@ struct Options {
     bool quiet = false;
 };
 
-using Assets = std::vector<Ref<ManagedAsset>>;
-
 /// An asset with its second file, if it has one.
 struct Shot {
     const ManagedAsset &asset;
-    const store::Companion *companion;
+    const CompanionRecord *companion;
 };
 
-Shot shotOf(const ManagedAsset &asset, const store::Companions &companions) {
+Shot shotOf(const ManagedAsset &asset, const Companions &companions) {
     const auto found = companions.find(asset.record().uuid);
     return {asset, found == companions.end() ? nullptr : &found->second};
 }
@@ -85,14 +85,13 @@ Result<> writeSidecar(const ManagedAsset &asset, const std::string &copy) {
 }
 
 /// Beside a copy, under the same name with its own extension.
-std::string pathOfCompanion(const store::Companion &companion, const std::string &copy) {
-    const fs::path own(companion.originalFilename.empty() ? companion.filename : companion.originalFilename);
+std::string pathOfCompanion(const CompanionRecord &companion, const std::string &copy) {
+    const fs::path own(companion.originalFilename.empty() ? companion.path : companion.originalFilename);
     return fs::path(copy).replace_extension(own.extension()).string();
 }
 
 Result<UniqueFd> openCompanion(const Shot &shot) {
-    const std::string path =
-        store::companionPath(store::LibraryPaths(), shot.asset.record().uuid, *shot.companion);
+    const std::string &path = shot.companion->path;
     UniqueFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
     if (!file)
         return failSystem("read", path);
@@ -220,35 +219,56 @@ Result<> exportInto(Names &names, const Shot &shot, Exported &exported) {
     return given ? complete : given;
 }
 
-/// Exports all that it can.
-Result<ExitCode> exportAll(const Options &options, const Assets &assets, const store::Companions &companions,
-                           ExitCode code) {
-    std::error_code error;
-    fs::create_directories(options.to, error);
-    if (!fs::is_directory(options.to))
-        return fail(ProblemKind::invalid,
-                    error ? fmt::format("{} can't be made: {}", options.to, error.message())
-                          : fmt::format("{} is not a folder; several assets need one", options.to));
-    Names names(options.to);
-    Exported exported;
-    Progress progress("exported", assets.size(), options.quiet);
-    for (const auto &asset : assets) {
-        if (isInterrupted())
-            return fail(ProblemKind::failed,
-                        "interrupted; the rest was not exported. The same command goes on");
-        const auto done = exportInto(names, shotOf(*asset, companions), exported);
-        if (!done && done.error().kind == ProblemKind::unreachable)
-            return passOn(done);
-        if (!done)
-            code = report(done.error());
-        progress.advance(done ? 1 : 0, done ? 0 : 1);
+/// Where several assets go.
+class Exporter {
+public:
+    Exporter(const Options &chosen, std::size_t total)
+        : options(chosen), names(options.to), progress("exported", total, options.quiet) {}
+
+    /// Exports all that it can; the rest is reported.
+    Result<> add(std::span<const Ref<ManagedAsset>> assets) {
+        const auto companions = askForCompanions(assets);
+        if (!companions)
+            return passOn(companions);
+        for (const auto &asset : assets) {
+            if (isInterrupted())
+                return fail(ProblemKind::failed,
+                            "interrupted; the rest was not exported. The same command goes on");
+            const auto done = exportInto(names, shotOf(*asset, *companions), exported);
+            if (!done && done.error().kind == ProblemKind::unreachable)
+                return done;
+            if (!done)
+                code = report(done.error());
+            progress.advance(done ? 1 : 0, done ? 0 : 1);
+        }
+        return {};
     }
-    if (!options.quiet)
-        print(exported.wasThere == 0
-                  ? countText(exported.written, "file", "files") + " written"
-                  : fmt::format("{} written, {} already there", countText(exported.written, "file", "files"),
-                                exported.wasThere));
-    return code;
+
+    /// Says what was done. The code of the last problem, if there was one.
+    [[nodiscard]] std::optional<ExitCode> end() const {
+        const std::string written = countText(exported.written, "file", "files") + " written";
+        if (!options.quiet)
+            print(exported.wasThere == 0 ? written
+                                         : fmt::format("{}, {} already there", written, exported.wasThere));
+        return code;
+    }
+
+private:
+    const Options &options;
+    Names names;
+    Exported exported;
+    Progress progress;
+    std::optional<ExitCode> code;
+};
+
+Result<> requireFolder(const std::string &path) {
+    std::error_code error;
+    fs::create_directories(path, error);
+    if (!fs::is_directory(path))
+        return fail(ProblemKind::invalid,
+                    error ? fmt::format("{} can't be made: {}", path, error.message())
+                          : fmt::format("{} is not a folder; several assets need one", path));
+    return {};
 }
 
 Result<ExitCode> exportOne(const Options &options, const Shot &shot, ExitCode code) {
@@ -284,34 +304,48 @@ Result<ExitCode> exportOne(const Options &options, const Shot &shot, ExitCode co
     return code;
 }
 
-Result<ExitCode> exportTo(const Options &options, const Assets &assets, ExitCode code) {
-    if (assets.empty() && !options.all)
+Result<ExitCode> exportAll(const Options &options) {
+    if (const auto there = requireLibrary(); !there)
+        return passOn(there);
+    const auto total = orLastError(JXGatekeeperClient::sharedInstance()->countOfAssets({}));
+    if (!total)
+        return passOn(total);
+    if (const auto made = requireFolder(options.to); !made)
+        return passOn(made);
+    Exporter exporter(options, *total);
+    const auto done =
+        forEachPage(AssetQuery{.limit = entriesOfPage}, &JXGatekeeperClient::assetsMatchingQuery,
+                    [&](const AssetPage &page) { return exporter.add(page.assets); });
+    if (!done)
+        return passOn(done);
+    return exporter.end().value_or(ExitCode::success);
+}
+
+Result<ExitCode> exportNamed(const Options &options) {
+    const auto named = askForAllOf(options.assets);
+    if (!named)
+        return passOn(named);
+    const auto &[assets, code] = *named;
+    if (assets.empty())
         return code;
-    const auto companions = store::readCompanions(store::LibraryPaths());
-    if (!companions)
-        return failToReadStore(companions);
-    return assets.size() == 1 && !options.all ? exportOne(options, shotOf(*assets.front(), *companions), code)
-                                              : exportAll(options, assets, *companions, code);
+    if (assets.size() == 1) {
+        const auto companions = askForCompanions(assets);
+        if (!companions)
+            return passOn(companions);
+        return exportOne(options, shotOf(*assets.front(), *companions), code);
+    }
+    if (const auto made = requireFolder(options.to); !made)
+        return passOn(made);
+    Exporter exporter(options, assets.size());
+    if (const auto done = exporter.add(assets); !done)
+        return passOn(done);
+    return exporter.end().value_or(code);
 }
 
 Result<ExitCode> exportAssets(const Options &options) {
     if (!options.all && options.assets.empty())
         return fail(ProblemKind::invalid, "ASSET or --all is required");
-    const auto store = openStore();
-    if (!store)
-        return passOn(store);
-    if (options.all) {
-        const auto assets = (*store)->assets();
-        return assets ? exportTo(options, *assets, ExitCode::success) : failToReadStore(assets);
-    }
-    Assets assets;
-    ExitCode code = ExitCode::success;
-    for (const std::string &name : options.assets)
-        if (const auto asset = findAsset(**store, name))
-            assets.push_back(*asset);
-        else
-            code = report(asset.error());
-    return exportTo(options, assets, code);
+    return options.all ? exportAll(options) : exportNamed(options);
 }
 
 } // namespace

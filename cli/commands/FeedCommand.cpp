@@ -1,9 +1,12 @@
 // wickerlane feed
 #include <nlohmann/json.hpp>
 
+#include <unordered_map>
+
 #include "cli/DaemonRequests.h"
 #include "cli/Formatting.h"
-#include "cli/StoreLookup.h"
+#include "cli/LibraryState.h"
+#include "cli/Queries.h"
 #include "cli/Subcommands.h"
 #include "cli/Table.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
@@ -16,36 +19,31 @@ struct Options {
     bool json = false;
 };
 
-Result<std::string> albumName(store::StoreReader &store, const std::string &albumUUID) {
-    const ReleaseScope scope;
-    return store.albumWithUUID(albumUUID).map(
-        [&](const auto &album) { return album ? album->record().name : albumUUID; });
-}
-
 Result<ExitCode> feed(const Options &options) {
-    const auto store = openStore();
-    if (!store)
-        return passOn(store);
+    if (const auto there = requireLibrary(); !there)
+        return passOn(there);
     if (options.update) {
         JXGatekeeperClient::sharedInstance()->rebuildCloudFeed();
         if (const auto received = waitUntilReceived(); !received)
             return passOn(received);
     }
-    auto reader = openAnalyses(**store);
-    if (!reader)
-        return passOn(reader);
-    const auto entries = reader->cloudFeed();
+    const auto entries = orLastError(JXGatekeeperClient::sharedInstance()->cloudFeed());
     if (!entries)
-        return failToReadStore(entries);
+        return passOn(entries);
+    const auto albums = askForAlbums();
+    if (!albums)
+        return passOn(albums);
+    std::unordered_map<std::string, std::string> names;
+    for (const Ref<ManagedAlbum> &each : *albums)
+        names.emplace(each->record().uuid, each->record().name);
     JSON all = JSON::array();
     Table table({{"FROM"}, {"TO"}, {"ASSETS", Table::Align::right}, {"ALBUM"}});
     for (const FeedEntryRecord &entry : *entries) {
-        const auto name = albumName(**store, entry.albumUUID);
-        if (!name)
-            return failToReadStore(name);
+        const auto found = names.find(entry.albumUUID);
+        const std::string &name = found != names.end() ? found->second : entry.albumUUID;
         table.add(
-            {dateText(entry.startDate), dateText(entry.endDate), std::to_string(entry.uuids.size()), *name});
-        all.push_back({{"album", {{"uuid", entry.albumUUID}, {"name", *name}}},
+            {dateText(entry.startDate), dateText(entry.endDate), std::to_string(entry.uuids.size()), name});
+        all.push_back({{"album", {{"uuid", entry.albumUUID}, {"name", name}}},
                        {"start", isoDateText(entry.startDate)},
                        {"end", isoDateText(entry.endDate)},
                        {"uuids", entry.uuids}});

@@ -31,46 +31,27 @@ AssetQuery queryOf(const std::string &sort) {
     return {.isDescending = sort == "newest"};
 }
 
-Result<> listAsJSON(const AssetQuery &query, const Options &options) {
-    JSONList list;
-    const auto listed = forEachAsset(query, options.offset, options.limit,
-                                     [&](const ManagedAsset &asset) { list.add(describe(asset)); });
-    if (listed)
-        list.end();
-    return listed;
-}
-
-Result<> listAsTable(const AssetQuery &query, const Options &options) {
-    using Align = Table::Align;
-    Table table(
-        {{"UUID"}, {"KIND"}, {"CREATED"}, {"PIXELS", Align::right}, {"SIZE", Align::right}, {"NAME"}});
-    constexpr std::size_t rowsAtOnce = 10'000;
-    std::size_t count = 0;
-    const auto listed = forEachAsset(query, options.offset, options.limit, [&](const ManagedAsset &asset) {
-        const AssetRecord &record = asset.record();
-        table.add({record.uuid, kindText(record), createdText(record), pixelsText(record, "-"),
-                   sizeText(record.byteSize), outsideName(record)});
-        if (++count % rowsAtOnce == 0)
-            table.printRows();
-    });
-    if (!listed)
-        return listed;
-    if (count == 0)
-        note("no assets");
-    else if (!table.isEmpty())
-        table.print();
-    return {};
-}
-
 Result<ExitCode> list(const Options &options) {
     AssetQuery query = queryOf(options.sort);
     auto filter = filterOf(options.filter);
     if (!filter)
         return passOn(filter);
     query.filter = *std::move(filter);
-    const auto listed = options.json ? listAsJSON(query, options) : listAsTable(query, options);
+    using Align = Table::Align;
+    Listing listing(
+        {{"UUID"}, {"KIND"}, {"CREATED"}, {"PIXELS", Align::right}, {"SIZE", Align::right}, {"NAME"}},
+        options.json);
+    const auto listed = forEachAsset(query, options.offset, options.limit, [&](const ManagedAsset &asset) {
+        const AssetRecord &record = asset.record();
+        if (options.json)
+            listing.add(describe(asset));
+        else
+            listing.addRow({record.uuid, kindText(record), createdText(record), pixelsText(record, "-"),
+                            sizeText(record.byteSize), outsideName(record)});
+    });
     if (!listed)
         return passOn(listed);
+    listing.end("no assets");
     return ExitCode::success;
 }
 

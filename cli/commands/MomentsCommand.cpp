@@ -1,14 +1,18 @@
 // wickerlane moments
-#include <algorithm>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+#include <limits>
+
 #include "cli/DaemonRequests.h"
 #include "cli/Formatting.h"
-#include "cli/StoreLookup.h"
+#include "cli/LibraryState.h"
+#include "cli/Queries.h"
 #include "cli/Subcommands.h"
 #include "cli/Table.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
+#include "wickerlane/model/StoredObject.h"
 
 namespace wickerlane::cli {
 namespace {
@@ -37,49 +41,74 @@ std::string placeText(const MomentRecord &moment) {
     return moment.latitude ? fmt::format("{:.4f}, {:.4f}", *moment.latitude, *moment.longitude) : "-";
 }
 
-Result<> printMoments(store::AnalysisReader &reader, const std::string &storeUUID, bool json) {
-    const auto moments = reader.moments();
-    if (!moments)
-        return failToReadStore(moments);
-    JSON all = JSON::array();
-    using Align = Table::Align;
-    Table table({{"FROM"}, {"TO"}, {"PHOTOS", Align::right}, {"VIDEOS", Align::right}, {"PLACE"}});
-    for (const MomentRecord &moment : *moments) {
-        table.add({clockText(moment.startDate), clockText(moment.endDate), std::to_string(moment.photoCount),
-                   std::to_string(moment.videoCount), placeText(moment)});
-        if (!json)
-            continue;
-        JSON described = describe(objectURI(storeUUID, moment.primaryKey, momentEntity), moment.startDate,
-                                  moment.endDate, moment.assetCount, moment.keyAsset);
-        if (moment.latitude)
-            described["place"] = {{"latitude", *moment.latitude}, {"longitude", *moment.longitude}};
-        described["list"] = objectURI(storeUUID, moment.list, momentListEntity);
-        const auto uuids = reader.assetsOfMoment(moment.primaryKey);
-        if (!uuids)
-            return failToReadStore(uuids);
-        described["uuids"] = *uuids;
-        all.push_back(std::move(described));
-    }
-    printListing(all, table, "no moments", json);
-    return {};
+/// Asks the daemon for all moments: `use` gives a Result<>.
+template <class Use>
+Result<> forEachPageOfMoments(const Use &use) {
+    return forEachPage(MomentQuery{.limit = entriesOfPage}, &JXGatekeeperClient::momentsMatchingQuery, use);
 }
 
-Result<> printLists(store::AnalysisReader &reader, const std::string &storeUUID, bool json) {
-    const auto lists = reader.momentLists();
-    if (!lists)
-        return failToReadStore(lists);
-    JSON all = JSON::array();
+Result<JSON> describe(const MomentRecord &moment, const std::string &storeUUID) {
+    JSON described = describe(objectURI(storeUUID, moment.primaryKey, momentEntity), moment.startDate,
+                              moment.endDate, moment.assetCount, moment.keyAsset);
+    if (moment.latitude)
+        described["place"] = {{"latitude", *moment.latitude}, {"longitude", *moment.longitude}};
+    described["list"] = objectURI(storeUUID, moment.list, momentListEntity);
+    JSON uuids = JSON::array();
+    const auto listed =
+        forEachAsset({.filter = {.moment = moment.primaryKey}, .fields = AssetFields::identity}, 0,
+                     std::numeric_limits<std::size_t>::max(),
+                     [&](const ManagedAsset &asset) { uuids.push_back(asset.record().uuid); });
+    if (!listed)
+        return passOn(listed);
+    described["uuids"] = std::move(uuids);
+    return described;
+}
+
+Result<> printMoments(bool json) {
     using Align = Table::Align;
-    Table table({{"FROM"}, {"TO"}, {"MOMENTS", Align::right}, {"ASSETS", Align::right}});
-    for (const MomentListRecord &list : *lists) {
-        table.add({clockText(list.startDate), clockText(list.endDate), std::to_string(list.momentCount),
-                   std::to_string(list.assetCount)});
-        JSON described = describe(objectURI(storeUUID, list.primaryKey, momentListEntity), list.startDate,
-                                  list.endDate, list.assetCount, list.keyAsset);
-        described["moments"] = list.momentCount;
-        all.push_back(std::move(described));
+    Listing listing({{"FROM"}, {"TO"}, {"PHOTOS", Align::right}, {"VIDEOS", Align::right}, {"PLACE"}}, json);
+    const auto listed = forEachPageOfMoments([&](const MomentPage &page) -> Result<> {
+        for (const MomentRecord &moment : page.moments) {
+            if (!json) {
+                listing.addRow({clockText(moment.startDate), clockText(moment.endDate),
+                                std::to_string(moment.photoCount), std::to_string(moment.videoCount),
+                                placeText(moment)});
+                continue;
+            }
+            const auto described = describe(moment, page.storeUUID);
+            if (!described)
+                return passOn(described);
+            listing.add(*described);
+        }
+        return {};
+    });
+    if (listed)
+        listing.end("no moments");
+    return listed;
+}
+
+Result<MomentLists> askForLists() {
+    return orLastError(JXGatekeeperClient::sharedInstance()->momentLists());
+}
+
+Result<> printLists(bool json) {
+    const auto all = askForLists();
+    if (!all)
+        return passOn(all);
+    using Align = Table::Align;
+    Listing listing({{"FROM"}, {"TO"}, {"MOMENTS", Align::right}, {"ASSETS", Align::right}}, json);
+    for (const MomentListRecord &list : all->lists) {
+        if (json) {
+            JSON described = describe(objectURI(all->storeUUID, list.primaryKey, momentListEntity),
+                                      list.startDate, list.endDate, list.assetCount, list.keyAsset);
+            described["moments"] = list.momentCount;
+            listing.add(described);
+        } else {
+            listing.addRow({clockText(list.startDate), clockText(list.endDate),
+                            std::to_string(list.momentCount), std::to_string(list.assetCount)});
+        }
     }
-    printListing(all, table, "no moments", json);
+    listing.end("no moments");
     return {};
 }
 
@@ -96,58 +125,71 @@ Result<> updateMoments(bool rebuild) {
     return {};
 }
 
-template <class Record>
-const Record *recordWithKey(const std::vector<Record> &records, std::int64_t key) {
-    const auto found = std::ranges::find(records, key, &Record::primaryKey);
-    return found != records.end() ? &*found : nullptr;
+/// A moment, or a list of moments.
+struct FoundObject {
+    Ref<StoredObject> object;
+    bool isList = false;
+};
+
+Result<FoundObject> findObject(const std::string &objectID) {
+    const auto lists = askForLists();
+    if (!lists)
+        return passOn(lists);
+    FoundObject found;
+    const auto take = [&](const auto &records, const std::string &storeUUID, std::string_view entity) {
+        const std::int64_t key = primaryKeyInURI(objectID, storeUUID, entity);
+        if (std::ranges::find(records, key, [](const auto &each) { return each.primaryKey; }) !=
+            records.end())
+            found = {StoredObject::create(storeUUID, entity, key), entity == momentListEntity};
+    };
+    take(lists->lists, lists->storeUUID, momentListEntity);
+    const auto looked = forEachPageOfMoments([&](const MomentPage &page) -> Result<> {
+        take(page.moments, page.storeUUID, momentEntity);
+        return {};
+    });
+    if (!looked)
+        return passOn(looked);
+    if (!found.object)
+        return fail(ProblemKind::notFound, "there is no moment or list of moments with that object ID");
+    return found;
 }
 
-Result<> analyze(const store::StoreReader &store, const std::string &objectID) {
-    auto reader = openAnalyses(store);
-    if (!reader)
-        return passOn(reader);
-    const auto moments = reader->moments();
-    if (!moments)
-        return failToReadStore(moments);
-    const auto lists = reader->momentLists();
-    if (!lists)
-        return failToReadStore(lists);
-    const auto keyIn = [&](std::string_view entity) {
-        return primaryKeyInURI(objectID, store.storeUUID(), entity);
-    };
-    const auto *moment = recordWithKey(*moments, keyIn(momentEntity));
-    const auto *list = recordWithKey(*lists, keyIn(momentListEntity));
-    if (moment == nullptr && list == nullptr)
-        return fail(ProblemKind::notFound, "there is no moment or list of moments with that object ID");
-    if (const auto answers = requireDaemon(); !answers)
-        return answers;
+Result<> analyze(const std::string &objectID) {
+    const auto found = findObject(objectID);
+    if (!found)
+        return passOn(found);
     auto *client = JXGatekeeperClient::sharedInstance();
-    if (moment != nullptr)
-        client->analyzeMoment(reader->objectOf(*moment).get());
+    if (found->isList)
+        client->analyzeMomentList(found->object.get());
     else
-        client->analyzeMomentList(reader->objectOf(*list).get());
+        client->analyzeMoment(found->object.get());
     client->rebuildMomentLists(); // has nothing to do; its answer tells that the analysis before it is done
     return {};
 }
 
+/// Whether all moments and lists of them are up to date.
+Result<bool> areMomentsComplete() {
+    return orLastError(JXGatekeeperClient::sharedInstance()->momentsMatchingQuery({.limit = 1}))
+        .map([](const MomentPage &page) { return page.isComplete; });
+}
+
 Result<ExitCode> moments(const Options &options) {
-    const auto store = openStore();
-    if (!store)
-        return passOn(store);
+    if (const auto there = requireLibrary(); !there)
+        return passOn(there);
     const bool updates = options.update || options.rebuild;
     if (updates)
         if (const auto updated = updateMoments(options.rebuild); !updated)
             return passOn(updated);
     if (!options.analyze.empty())
-        if (const auto analyzed = analyze(**store, options.analyze); !analyzed)
+        if (const auto analyzed = analyze(options.analyze); !analyzed)
             return passOn(analyzed);
-    auto reader = openAnalyses(**store);
-    if (!reader)
-        return passOn(reader);
     const auto print = options.lists ? printLists : printMoments;
-    if (const auto printed = print(*reader, (*store)->storeUUID(), options.json); !printed)
+    if (const auto printed = print(options.json); !printed)
         return passOn(printed);
-    if (reader->areMomentsComplete().value_or(false))
+    const auto areComplete = areMomentsComplete();
+    if (!areComplete)
+        return passOn(areComplete);
+    if (*areComplete)
         return ExitCode::success;
     if (updates)
         return fail(ProblemKind::failed,

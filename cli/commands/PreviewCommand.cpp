@@ -3,7 +3,7 @@
 
 #include "cli/DaemonRequests.h"
 #include "cli/Output.h"
-#include "cli/StoreLookup.h"
+#include "cli/Queries.h"
 #include "cli/Subcommands.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/platform/file/Files.h"
@@ -19,7 +19,7 @@ struct Options {
 };
 
 Result<ExitCode> preview(const Options &options) {
-    const auto asset = findAsset(options.asset);
+    const auto asset = askForAsset(options.asset);
     if (!asset)
         return passOn(asset);
     std::vector<std::byte> bytes;

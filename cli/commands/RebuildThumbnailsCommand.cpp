@@ -1,7 +1,7 @@
 // wickerlane rebuild-thumbnails
 #include "cli/DaemonRequests.h"
+#include "cli/LibraryState.h"
 #include "cli/Output.h"
-#include "cli/StoreLookup.h"
 #include "cli/Subcommands.h"
 #include "wickerlane/protocol/AnalysisRows.h"
 
@@ -9,8 +9,8 @@ namespace wickerlane::cli {
 namespace {
 
 Result<ExitCode> rebuildThumbnails() {
-    if (const auto store = openStore(); !store)
-        return passOn(store);
+    if (const auto there = requireLibrary(); !there)
+        return passOn(there);
     note("this takes a while; thumbnails that were made are kept if you interrupt it");
     return waitForWork(client::Request(protocol::rebuildAllThumbnails)).map([] { return ExitCode::success; });
 }

@@ -5,7 +5,6 @@
 #include "cli/Formatting.h"
 #include "cli/Interrupt.h"
 #include "cli/LibraryCounts.h"
-#include "cli/StoreLookup.h"
 #include "cli/Subcommands.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/protocol/LibraryRows.h"
@@ -59,15 +58,12 @@ Result<ExitCode> runStep(Step step) {
             return passOn(done);
         code = report(done.error());
     }
-    const auto store = openStore();
-    if (!store) {
-        report(store.error());
+    const auto counts = countLibrary();
+    if (!counts) {
+        report(counts.error());
         return ExitCode::failure;
     }
-    const auto counts = (*store)->counts();
-    if (!counts)
-        return failToReadStore(counts);
-    print(textOf(LibraryCounts{counts->photos, counts->videos}));
+    print(textOf(*counts));
     return code;
 }
 

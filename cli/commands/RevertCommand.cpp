@@ -4,7 +4,7 @@
 #include "cli/DaemonRequests.h"
 #include "cli/Formatting.h"
 #include "cli/Output.h"
-#include "cli/StoreLookup.h"
+#include "cli/Queries.h"
 #include "cli/Subcommands.h"
 #include "wickerlane/protocol/AssetRows.h"
 
@@ -25,22 +25,14 @@ Result<> revert(const ManagedAsset &asset) {
 }
 
 Result<ExitCode> revertAssets(const Options &options) {
-    const auto store = openStore();
-    if (!store)
-        return passOn(store);
-    ExitCode code = ExitCode::success;
-    std::vector<Ref<ManagedAsset>> assets;
-    for (const std::string &name : options.assets)
-        if (const auto asset = findAsset(**store, name))
-            assets.push_back(*asset);
-        else
-            code = report(asset.error());
+    const auto named = askForAllOf(options.assets);
+    if (!named)
+        return passOn(named);
+    ExitCode code = named->code;
     if (code != ExitCode::success)
         return code; // before anything is changed
-    if (const auto answers = requireDaemon(); !answers)
-        return passOn(answers);
     std::size_t reverted = 0;
-    for (const auto &asset : assets)
+    for (const auto &asset : named->assets)
         if (const auto result = revert(*asset))
             ++reverted;
         else

@@ -6,7 +6,7 @@
 #include "cli/DaemonRequests.h"
 #include "cli/Formatting.h"
 #include "cli/Output.h"
-#include "cli/StoreLookup.h"
+#include "cli/Queries.h"
 #include "cli/Subcommands.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/protocol/AssetRows.h"
@@ -59,7 +59,7 @@ Result<ExitCode> setDetails(const Options &options) {
     const Ref<Dictionary> details = detailsOf(options);
     if (details->count() == 0)
         return fail(ProblemKind::invalid, "say what is to be set, such as --rating 5");
-    const auto uuids = findUUIDs(options.assets);
+    const auto uuids = askForUUIDs(options.assets);
     if (!uuids)
         return passOn(uuids);
     for (std::span left(*uuids); !left.empty();) {

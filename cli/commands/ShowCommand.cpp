@@ -5,11 +5,9 @@
 
 #include "cli/AssetDescription.h"
 #include "cli/Formatting.h"
-#include "cli/StoreLookup.h"
+#include "cli/Queries.h"
 #include "cli/Subcommands.h"
 #include "wickerlane/model/AssetDetails.h"
-#include "wickerlane/store/CompanionReader.h"
-#include "wickerlane/store/RenditionReader.h"
 
 namespace wickerlane::cli {
 namespace {
@@ -20,16 +18,16 @@ struct Options {
 };
 
 /// What the editor of an asset said, as texts.
-JSON describeProperties(const store::Rendition &rendition) {
+JSON describeProperties(const EditedRendition &rendition) {
     JSON described = JSON::object();
-    if (const auto properties = rendition.properties())
-        for (const auto &[key, value] : *properties)
+    if (rendition.properties)
+        for (const auto &[key, value] : *rendition.properties)
             described[std::string(key->description()->utf8())] = std::string(value->description()->utf8());
     return described;
 }
 
-void printEdit(const store::Rendition &rendition, const std::string &path) {
-    printField("Edited", path);
+void printEdit(const EditedRendition &rendition) {
+    printField("Edited", rendition.file->fileSystemPath());
     const JSON properties = describeProperties(rendition);
     for (const auto &[key, value] : properties.items())
         printField("  " + key, value.get<std::string>());
@@ -85,52 +83,46 @@ void printFields(const ManagedAsset &asset) {
         printField("Problem", record.problem);
 }
 
-void printCompanion(const store::Companion &companion, const std::string &path) {
-    printField("Companion", path);
+void printCompanion(const CompanionRecord &companion) {
+    printField("Companion", companion.path);
     printField("  Name", companion.originalFilename);
     printField("  Format", companion.format);
     printField("  Size", sizeText(companion.byteSize));
 }
 
-JSON describeCompanion(const store::Companion &companion, const std::string &path) {
-    return {{"file", path},
+JSON describeCompanion(const CompanionRecord &companion) {
+    return {{"file", companion.path},
             {"name", companion.originalFilename},
             {"format", companion.format},
             {"bytes", companion.byteSize}};
 }
 
 Result<ExitCode> show(const Options &options) {
-    const auto asset = findAsset(options.asset);
+    const auto asset = askForAsset(options.asset);
     if (!asset)
         return passOn(asset);
-    const std::string &uuid = (*asset)->record().uuid;
-    const store::LibraryPaths paths;
-    auto database = sqlite::Database::open(paths.database(), sqlite::Database::Access::read);
-    if (!database)
-        return failToReadStore(database);
-    const auto rendition = store::readRendition(*database, uuid);
+    const auto rendition =
+        orLastError(JXGatekeeperClient::sharedInstance()->renditionOfAsset((*asset)->assetURL()));
     if (!rendition)
-        return failToReadStore(rendition);
-    const auto companion = store::readCompanion(*database, uuid);
-    if (!companion)
-        return failToReadStore(companion);
-    const std::string second = *companion ? store::companionPath(paths, uuid, **companion) : std::string();
-    const std::string edited =
-        *rendition ? paths.renditionFolder(uuid) + '/' + (*rendition)->filename : std::string();
+        return passOn(rendition);
+    const auto companions = askForCompanions({&*asset, 1});
+    if (!companions)
+        return passOn(companions);
     if (options.json) {
         JSON described = describe(**asset);
-        if (*rendition)
-            described["edited"] = {{"file", edited}, {"properties", describeProperties(**rendition)}};
-        if (*companion)
-            described["companion"] = describeCompanion(**companion, second);
+        if (rendition->file)
+            described["edited"] = {{"file", rendition->file->fileSystemPath()},
+                                   {"properties", describeProperties(*rendition)}};
+        for (const auto &[uuid, companion] : *companions)
+            described["companion"] = describeCompanion(companion);
         printJSON(described);
         return ExitCode::success;
     }
     printFields(**asset);
-    if (*companion)
-        printCompanion(**companion, second);
-    if (*rendition)
-        printEdit(**rendition, edited);
+    for (const auto &[uuid, companion] : *companions)
+        printCompanion(companion);
+    if (rendition->file)
+        printEdit(*rendition);
     return ExitCode::success;
 }
 

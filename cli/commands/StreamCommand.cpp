@@ -1,7 +1,7 @@
 // wickerlane stream
 #include "cli/DaemonRequests.h"
 #include "cli/Output.h"
-#include "cli/StoreLookup.h"
+#include "cli/Queries.h"
 #include "cli/Subcommands.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 
@@ -16,12 +16,9 @@ Result<ExitCode> stream(const Options &options) {
     if (const auto answers = requireDaemon(); !answers)
         return passOn(answers);
     JXGatekeeperClient::sharedInstance()->createSnapriverAlbumWithStreamID(String::of(options.streamID));
-    const auto store = openStore();
-    if (!store)
-        return passOn(store);
-    const auto albums = (*store)->albums();
+    const auto albums = askForAlbums();
     if (!albums)
-        return failToReadStore(albums);
+        return passOn(albums);
     for (const auto &album : *albums)
         if (album->record().streamID == options.streamID) {
             print(album->groupURL()->absoluteString()->utf8());

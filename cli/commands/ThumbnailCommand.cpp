@@ -8,10 +8,11 @@
 #include "cli/Formatting.h"
 #include "cli/NewFile.h"
 #include "cli/Output.h"
-#include "cli/StoreLookup.h"
+#include "cli/Queries.h"
 #include "cli/Subcommands.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/protocol/ImageDataFormats.h"
+#include "wickerlane/store/LibraryPaths.h"
 
 namespace wickerlane::cli {
 namespace {
@@ -66,7 +67,7 @@ std::string defaultName(const ManagedAsset &asset, int format) {
 }
 
 Result<ExitCode> writeThumbnail(const Options &options) {
-    const auto found = findAsset(options.asset);
+    const auto found = askForAsset(options.asset);
     if (!found)
         return passOn(found);
     const ManagedAsset &asset = **found;

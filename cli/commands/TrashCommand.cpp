@@ -8,7 +8,8 @@
 #include "cli/Confirmation.h"
 #include "cli/DaemonRequests.h"
 #include "cli/Formatting.h"
-#include "cli/StoreLookup.h"
+#include "cli/LibraryState.h"
+#include "cli/Queries.h"
 #include "cli/Subcommands.h"
 #include "cli/Table.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
@@ -29,27 +30,38 @@ struct EmptyOptions {
     bool yes = false;
 };
 
+/// Calls `use` with all that is in the trash, the latest first.
+template <class Use>
+Result<> forEachTrashed(const Use &use) {
+    if (const auto there = requireLibrary(); !there)
+        return there;
+    return forEachPage(TrashQuery{.limit = entriesOfPage}, &JXGatekeeperClient::trashMatchingQuery,
+                       [&](const TrashPage &page) -> Result<> {
+                           std::ranges::for_each(page.assets, use);
+                           return {};
+                       });
+}
+
 Result<ExitCode> listTrash(const ListOptions &options) {
-    const auto trash = readTrash();
-    if (!trash)
-        return passOn(trash);
-    JSON all = JSON::array();
     using Align = Table::Align;
-    Table table({{"UUID"}, {"KIND"}, {"DELETED"}, {"KEPT UNTIL"}, {"SIZE", Align::right}, {"NAME"}});
-    for (const auto &[asset, dateTrashed] : *trash) {
-        const AssetRecord &record = asset->record();
-        const double end = dateTrashed + trashLifetime;
+    Listing listing({{"UUID"}, {"KIND"}, {"DELETED"}, {"KEPT UNTIL"}, {"SIZE", Align::right}, {"NAME"}},
+                    options.json);
+    const auto listed = forEachTrashed([&](const TrashedAsset &each) {
+        const AssetRecord &record = each.asset->record();
+        const double end = each.dateTrashed + trashLifetime;
         if (options.json) {
-            JSON described = describe(*asset);
-            described["trashed"] = isoDateText(dateTrashed);
+            JSON described = describe(*each.asset);
+            described["trashed"] = isoDateText(each.dateTrashed);
             described["keptUntil"] = isoDateText(end);
-            all.push_back(std::move(described));
+            listing.add(described);
         } else {
-            table.add({record.uuid, kindText(record), dateText(dateTrashed), dateText(end),
-                       sizeText(record.byteSize), outsideName(record)});
+            listing.addRow({record.uuid, kindText(record), dateText(each.dateTrashed), dateText(end),
+                            sizeText(record.byteSize), outsideName(record)});
         }
-    }
-    printListing(all, table, "the trash is empty", options.json);
+    });
+    if (!listed)
+        return passOn(listed);
+    listing.end("the trash is empty");
     return ExitCode::success;
 }
 
@@ -68,23 +80,27 @@ Result<> restoreAsset(const ManagedAsset &asset) {
 Result<ExitCode> restoreTrashed(const RestoreOptions &options) {
     if (options.all != options.assets.empty())
         return fail(ProblemKind::invalid, "name the assets to restore, or use --all for all in the trash");
-    const auto trash = readTrash();
-    if (!trash)
-        return passOn(trash);
     ExitCode code = ExitCode::success;
-    std::vector<TrashedAsset> wanted = options.all ? *trash : std::vector<TrashedAsset>();
-    for (const std::string &name : options.assets)
-        if (auto asset = findTrashed(*trash, name))
-            wanted.push_back(*std::move(asset));
-        else
-            code = report(asset.error());
+    Assets wanted;
+    if (options.all) {
+        const auto read = forEachTrashed([&](const TrashedAsset &each) { wanted.push_back(each.asset); });
+        if (!read)
+            return passOn(read);
+    } else {
+        const auto found = askForTrashed(options.assets);
+        if (!found)
+            return passOn(found);
+        for (std::size_t i = 0; i < found->size(); ++i)
+            if ((*found)[i])
+                wanted.push_back((*found)[i]);
+            else
+                code = report(failToFindTrashed(options.assets[i]).value());
+    }
     if (code != ExitCode::success)
         return code; // before anything is restored
-    if (const auto answers = requireDaemon(); !answers)
-        return passOn(answers);
     std::size_t restored = 0;
-    for (const TrashedAsset &each : wanted)
-        if (const auto result = restoreAsset(*each.asset))
+    for (const Ref<ManagedAsset> &each : wanted)
+        if (const auto result = restoreAsset(*each))
             ++restored;
         else
             code = report(result.error());
@@ -93,14 +109,13 @@ Result<ExitCode> restoreTrashed(const RestoreOptions &options) {
 }
 
 Result<ExitCode> emptyTrash(const EmptyOptions &options) {
-    const auto trash = readTrash();
-    if (!trash)
-        return passOn(trash);
-    const std::string assets = countText(trash->size(), "asset", "assets");
-    if (!trash->empty() && !options.yes && !isConfirmed(fmt::format("This deletes {} permanently.", assets)))
+    std::size_t count = 0;
+    const auto counted = forEachTrashed([&](const TrashedAsset &) { ++count; });
+    if (!counted)
+        return passOn(counted);
+    const std::string assets = countText(count, "asset", "assets");
+    if (count > 0 && !options.yes && !isConfirmed(fmt::format("This deletes {} permanently.", assets)))
         return fail(ProblemKind::failed, "nothing was deleted; --yes deletes without asking");
-    if (const auto answers = requireDaemon(); !answers)
-        return passOn(answers);
     const auto emptied = waitForSuccess("see the daemon's log", [](const SuccessHandler &handler) {
         JXGatekeeperClient::sharedInstance()->emptyTrashWithHandler(handler);
     });

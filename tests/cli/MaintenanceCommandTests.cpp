@@ -276,17 +276,41 @@ TEST_F(Commands, WithoutADaemonEachRequestReportsIt) {
 }
 
 TEST_F(Commands, ConsentKeepsAProgramOut) {
-    const std::string self = WICKERLANE_COMMAND;
+    const std::string self = WICKERLANE_COMMAND, copies = folder / "copies";
+    const std::string uuid = imported(file("a.jpg", jpegPicture()));
+    EXPECT_EQ(run({"album", "create", "Dunes"}).exitCode, 0);
     EXPECT_EQ(run({"count"}).exitCode, 0);
     EXPECT_EQ(run({"consent", "deny", self}).exitCode, 0);
     const auto decisions = run({"consent", "list", "--json"}).json();
     ASSERT_EQ(decisions.size(), 1U) << decisions;
     EXPECT_EQ(decisions[0]["granted"], false);
-    const CommandResult denied = run({"count"});
-    EXPECT_NE(denied.exitCode, 0) << denied;
+    for (const std::vector<std::string> &arguments :
+         std::vector<std::vector<std::string>>{{"count"},
+                                               {"list"},
+                                               {"list", "--json"},
+                                               {"show", uuid},
+                                               {"export", uuid, "--to", copies},
+                                               {"export", "--all", "--to", copies},
+                                               {"album", "list"},
+                                               {"album", "show", "Dunes"},
+                                               {"moments"},
+                                               {"moments", "--lists"},
+                                               {"duplicates"},
+                                               {"feed"},
+                                               {"changes"},
+                                               {"trash", "list"},
+                                               {"trash", "empty", "--yes"},
+                                               {"delete", uuid, "--yes"},
+                                               {"set", "--rating", "1", uuid}}) {
+        const CommandResult denied = run(arguments);
+        EXPECT_EQ(denied.exitCode, 5) << ::testing::PrintToString(arguments) << ": " << denied;
+        EXPECT_EQ(denied.output.find(uuid), std::string::npos) << denied;
+        EXPECT_EQ(denied.output.find("Dunes"), std::string::npos) << denied;
+    }
+    EXPECT_FALSE(fs::exists(copies));
     EXPECT_EQ(run({"consent", "revoke", self}).exitCode, 0);
     EXPECT_EQ(run({"consent", "list", "--json"}).json().size(), 0U);
-    EXPECT_EQ(run({"count"}).exitCode, 0);
+    EXPECT_EQ(run({"count"}).output, "1 photo, 0 videos\n");
 }
 
 } // namespace

@@ -68,9 +68,12 @@ TEST_F(OtherUsers, ReachADeviceOnlyThroughTheDaemonAndByConsent) {
     EXPECT_NE(listed.find("\"b.jpg\""), std::string::npos) << listed;
     EXPECT_NE(listed.find("\"sidecar\""), std::string::npos) << listed;
 
-    EXPECT_EQ(runAs(other, {"list", "--json", "--name", "a.png"}).output,
-              run({"list", "--json", "--name", "a.png"}).output);
-    expectRefusal({"show", "x"}, "Only its owner may read it directly");
+    const std::string plain = run({"list", "--json", "--name", "a.png"}).output;
+    EXPECT_EQ(runAs(other, {"list", "--json", "--name", "a.png"}).output, plain);
+    const std::string uuid = nlohmann::json::parse(plain)[0]["uuid"];
+    EXPECT_EQ(runAs(other, {"show", uuid, "--json"}).output, run({"show", uuid, "--json"}).output);
+    EXPECT_EQ(runAs(other, {"moments"}).exitCode, 0);
+    expectRefusal({"check"}, "Only its owner may read it directly");
     expectRefusal({"consent", "list"}, "can't be looked at: Permission denied");
     for (const char *closed : {"var/mobile", "var/mobile/Media", "var/mobile/Media/PhotoData/Incoming",
                                "var/log", "var/db", "var/run/wickerlane/notify"})
@@ -78,6 +81,7 @@ TEST_F(OtherUsers, ReachADeviceOnlyThroughTheDaemonAndByConsent) {
 
     ASSERT_EQ(run({"consent", "revoke", WICKERLANE_COMMAND, "--user", "65534"}).exitCode, 0);
     expectRefusal({"list"}, "consent grant " WICKERLANE_COMMAND " --user 65534");
+    expectRefusal({"show", uuid}, "consent grant " WICKERLANE_COMMAND " --user 65534");
 }
 
 } // namespace
