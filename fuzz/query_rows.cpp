@@ -20,7 +20,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t siz
     static_cast<void>(protocol::unpackedAssets(data.get(), AssetFields::identity));
     static_cast<void>(protocol::unpackedSections(data.get()));
     static_cast<void>(protocol::unpackedAlbums(data.get()));
-    static_cast<void>(protocol::unpackedMoments(data.get()));
+    for (const bool withAssets : {false, true})
+        static_cast<void>(protocol::unpackedMoments(data.get(), withAssets));
     static_cast<void>(protocol::unpackedGroups(data.get()));
     static_cast<void>(protocol::unpackedChanges(data.get()));
     static_cast<void>(protocol::unpackedMomentLists(data.get()));

@@ -3,7 +3,6 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <limits>
 
 #include "cli/DaemonRequests.h"
 #include "cli/Formatting.h"
@@ -43,43 +42,32 @@ std::string placeText(const MomentRecord &moment) {
 
 /// Asks the daemon for all moments: `use` gives a Result<>.
 template <class Use>
-Result<> forEachPageOfMoments(const Use &use) {
-    return forEachPage(MomentQuery{.limit = entriesOfPage}, &JXGatekeeperClient::momentsMatchingQuery, use);
+Result<> forEachPageOfMoments(bool withAssets, const Use &use) {
+    return forEachPage(MomentQuery{.limit = entriesOfPage, .withAssets = withAssets},
+                       &JXGatekeeperClient::momentsMatchingQuery, use);
 }
 
-Result<JSON> describe(const MomentRecord &moment, const std::string &storeUUID) {
+JSON describe(const MomentRecord &moment, const std::string &storeUUID) {
     JSON described = describe(objectURI(storeUUID, moment.primaryKey, momentEntity), moment.startDate,
                               moment.endDate, moment.assetCount, moment.keyAsset);
     if (moment.latitude)
         described["place"] = {{"latitude", *moment.latitude}, {"longitude", *moment.longitude}};
     described["list"] = objectURI(storeUUID, moment.list, momentListEntity);
-    JSON uuids = JSON::array();
-    const auto listed =
-        forEachAsset({.filter = {.moment = moment.primaryKey}, .fields = AssetFields::identity}, 0,
-                     std::numeric_limits<std::size_t>::max(),
-                     [&](const ManagedAsset &asset) { uuids.push_back(asset.record().uuid); });
-    if (!listed)
-        return passOn(listed);
-    described["uuids"] = std::move(uuids);
+    described["uuids"] = moment.uuids;
     return described;
 }
 
 Result<> printMoments(bool json) {
     using Align = Table::Align;
     Listing listing({{"FROM"}, {"TO"}, {"PHOTOS", Align::right}, {"VIDEOS", Align::right}, {"PLACE"}}, json);
-    const auto listed = forEachPageOfMoments([&](const MomentPage &page) -> Result<> {
-        for (const MomentRecord &moment : page.moments) {
-            if (!json) {
+    const auto listed = forEachPageOfMoments(json, [&](const MomentPage &page) -> Result<> {
+        for (const MomentRecord &moment : page.moments)
+            if (json)
+                listing.add(describe(moment, page.storeUUID));
+            else
                 listing.addRow({clockText(moment.startDate), clockText(moment.endDate),
                                 std::to_string(moment.photoCount), std::to_string(moment.videoCount),
                                 placeText(moment)});
-                continue;
-            }
-            const auto described = describe(moment, page.storeUUID);
-            if (!described)
-                return passOn(described);
-            listing.add(*described);
-        }
         return {};
     });
     if (listed)
@@ -143,7 +131,7 @@ Result<FoundObject> findObject(const std::string &objectID) {
             found = {StoredObject::create(storeUUID, entity, key), entity == momentListEntity};
     };
     take(lists->lists, lists->storeUUID, momentListEntity);
-    const auto looked = forEachPageOfMoments([&](const MomentPage &page) -> Result<> {
+    const auto looked = forEachPageOfMoments(false, [&](const MomentPage &page) -> Result<> {
         take(page.moments, page.storeUUID, momentEntity);
         return {};
     });

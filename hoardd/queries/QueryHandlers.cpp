@@ -120,11 +120,18 @@ Result<Answer> companionsOfPhotos(Library &library, const Call &call) {
     return Answer().set(keys::companions, protocol::packed(records).get());
 }
 
-/// A page of what an analysis has found: of the records that are a member of what `read` gives.
-template <class Query, class Page, class Record>
-Result<Answer>
-pageOfAnalysis(Library &library, const Call &call, Result<Page> (store::AnalysisReader::*read)(const Query &),
-               std::vector<Record> Page::*records, const protocol::Key<protocol::coding::ByteData> &key) {
+Ref<Data> packedPage(const MomentPage &page, const MomentQuery &query) {
+    return protocol::packed(page.moments, query.withAssets);
+}
+Ref<Data> packedPage(const DuplicatesPage &page, const DuplicatesQuery &) {
+    return protocol::packed(page.groups);
+}
+
+/// A page of what an analysis has found.
+template <class Query, class Page>
+Result<Answer> pageOfAnalysis(Library &library, const Call &call,
+                              Result<Page> (store::AnalysisReader::*read)(const Query &),
+                              const protocol::Key<protocol::coding::ByteData> &key) {
     const auto query = queryOf<Query>(call);
     if (!query)
         return passOn(query);
@@ -135,7 +142,7 @@ pageOfAnalysis(Library &library, const Call &call, Result<Page> (store::Analysis
     if (!page)
         return passOn(page);
     Answer answer;
-    answer.set(key, protocol::packed((*page).*records).get()).set(keys::isComplete, page->isComplete);
+    answer.set(key, packedPage(*page, *query).get()).set(keys::isComplete, page->isComplete);
     if constexpr (requires { page->storeUUID; })
         answer.set(keys::storeUUID, String::of(page->storeUUID));
     return withCursor(std::move(answer), page->next);
@@ -143,12 +150,12 @@ pageOfAnalysis(Library &library, const Call &call, Result<Page> (store::Analysis
 
 Result<Answer> momentsMatchingQuery(Library &library, const Call &call) {
     return pageOfAnalysis<MomentQuery, MomentPage>(library, call, &store::AnalysisReader::moments,
-                                                   &MomentPage::moments, keys::moments);
+                                                   keys::moments);
 }
 
 Result<Answer> duplicatesMatchingQuery(Library &library, const Call &call) {
     return pageOfAnalysis<DuplicatesQuery, DuplicatesPage>(library, call, &store::AnalysisReader::duplicates,
-                                                           &DuplicatesPage::groups, keys::groups);
+                                                           keys::groups);
 }
 
 Result<Answer> allMomentLists(Library &library, const Call &) {

@@ -95,6 +95,10 @@ TEST_F(QueryRequests, GiveAlbumsMomentsAndDuplicatesInPages) {
         moments.cursor = page->next;
     } while (!moments.cursor.empty());
     EXPECT_EQ(starts.size(), 3U);
+    const auto withAssets = client->momentsMatchingQuery({.withAssets = true});
+    ASSERT_TRUE(withAssets && withAssets->moments.size() == 3);
+    for (const MomentRecord &each : withAssets->moments)
+        EXPECT_EQ(each.uuids, std::vector{each.keyAsset});
     const auto lists = client->momentLists();
     ASSERT_TRUE(lists);
     EXPECT_EQ(lists->storeUUID, store::ObjectStore::open()->storeUUID());

@@ -170,8 +170,8 @@ std::optional<std::vector<Ref<ManagedAlbum>>> JXGatekeeperClient::albums() {
 }
 
 std::optional<MomentPage> JXGatekeeperClient::momentsMatchingQuery(const MomentQuery &query) {
-    auto answer =
-        ask(connection(), protocol::momentsMatchingQuery, query, keys::moments, protocol::unpackedMoments);
+    const auto unpack = [&](const Data *data) { return protocol::unpackedMoments(data, query.withAssets); };
+    auto answer = ask(connection(), protocol::momentsMatchingQuery, query, keys::moments, unpack);
     if (!answer)
         return std::nullopt;
     const Reply &reply = answer->second;

@@ -28,6 +28,7 @@ struct MomentRecord {
     std::optional<double> longitude;
     std::string keyAsset; ///< The UUID of the asset that stands for it; empty when it has none.
     bool isAnalyzed = false;
+    std::vector<std::string> uuids{}; ///< Of its assets, in the order of time; only if they were asked for.
 };
 
 /// Moments that belong together: a journey, a time at home.
@@ -54,6 +55,7 @@ struct MomentQuery {
     bool isDescending = false;
     std::size_t limit = 500; ///< At most 10,000.
     std::string cursor{};    ///< The `next` of the page before; empty at the start.
+    bool withAssets = false; ///< Whether the UUIDs of their assets are wanted too.
 };
 
 struct MomentPage {

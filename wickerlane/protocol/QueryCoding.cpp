@@ -165,6 +165,7 @@ constexpr QueryKey<MomentQuery> momentQueryKeys[] = {
     keyOf<MomentQuery, &MomentQuery::isDescending>("isDescending"),
     keyOf<MomentQuery, &MomentQuery::limit>("limit"),
     keyOf<MomentQuery, &MomentQuery::cursor>("cursor"),
+    keyOf<MomentQuery, &MomentQuery::withAssets>("withAssets"),
 };
 
 constexpr QueryKey<DuplicatesQuery> duplicatesQueryKeys[] = {
@@ -372,8 +373,14 @@ Ref<Data> packed(std::span<const AssetSection> sections) {
 Ref<Data> packed(std::span<const AlbumRecord> albums) {
     return packedRows(albums);
 }
-Ref<Data> packed(std::span<const MomentRecord> moments) {
-    return packedRows(moments);
+Ref<Data> packed(std::span<const MomentRecord> moments, bool withAssets) {
+    RowWriter writer;
+    for (const MomentRecord &moment : moments) {
+        forEachMember(moment, [&](const auto &value) { writer.write(value); });
+        if (withAssets)
+            writer.write(moment.uuids);
+    }
+    return writer.data();
 }
 Ref<Data> packed(std::span<const DuplicatesRecord> groups) {
     return packedRows(groups);
@@ -406,8 +413,12 @@ std::optional<std::vector<AssetSection>> unpackedSections(const Data *data) {
 std::optional<std::vector<AlbumRecord>> unpackedAlbums(const Data *data) {
     return unpackedRows<AlbumRecord>(data);
 }
-std::optional<std::vector<MomentRecord>> unpackedMoments(const Data *data) {
-    return unpackedRows<MomentRecord>(data);
+std::optional<std::vector<MomentRecord>> unpackedMoments(const Data *data, bool withAssets) {
+    return unpackedRows<MomentRecord>(data, [&](RowReader &reader, MomentRecord &moment) {
+        forEachMember(moment, [&](auto &value) { reader.read(value); });
+        if (withAssets)
+            reader.read(moment.uuids);
+    });
 }
 std::optional<std::vector<DuplicatesRecord>> unpackedGroups(const Data *data) {
     return unpackedRows<DuplicatesRecord>(data);

@@ -37,7 +37,7 @@ namespace wickerlane::protocol {
 [[nodiscard]] WL_EXPORT Ref<Data> packed(std::span<const AssetRecord> records, AssetFields fields);
 [[nodiscard]] WL_EXPORT Ref<Data> packed(std::span<const AssetSection> sections);
 [[nodiscard]] WL_EXPORT Ref<Data> packed(std::span<const AlbumRecord> albums);
-[[nodiscard]] WL_EXPORT Ref<Data> packed(std::span<const MomentRecord> moments);
+[[nodiscard]] WL_EXPORT Ref<Data> packed(std::span<const MomentRecord> moments, bool withAssets);
 [[nodiscard]] WL_EXPORT Ref<Data> packed(std::span<const DuplicatesRecord> groups);
 [[nodiscard]] WL_EXPORT Ref<Data> packed(std::span<const AssetChange> changes);
 [[nodiscard]] WL_EXPORT Ref<Data> packed(std::span<const MomentListRecord> lists);
@@ -52,7 +52,8 @@ namespace wickerlane::protocol {
                                                                                AssetFields fields);
 [[nodiscard]] WL_EXPORT std::optional<std::vector<AssetSection>> unpackedSections(const Data *data);
 [[nodiscard]] WL_EXPORT std::optional<std::vector<AlbumRecord>> unpackedAlbums(const Data *data);
-[[nodiscard]] WL_EXPORT std::optional<std::vector<MomentRecord>> unpackedMoments(const Data *data);
+[[nodiscard]] WL_EXPORT std::optional<std::vector<MomentRecord>> unpackedMoments(const Data *data,
+                                                                                 bool withAssets);
 [[nodiscard]] WL_EXPORT std::optional<std::vector<DuplicatesRecord>> unpackedGroups(const Data *data);
 [[nodiscard]] WL_EXPORT std::optional<std::vector<AssetChange>> unpackedChanges(const Data *data);
 [[nodiscard]] WL_EXPORT std::optional<std::vector<MomentListRecord>> unpackedMomentLists(const Data *data);

@@ -35,6 +35,14 @@ MomentRecord readMoment(const Statement &row) {
             row.integer(10) != 0};
 }
 
+constexpr std::string_view selectAssetsOfMoment =
+    "SELECT a.uuid FROM zmomentasset m JOIN zgenericasset a ON a.pk = m.asset "
+    "WHERE m.moment = ? ORDER BY coalesce(a.clockdate, a.datecreated), a.pk";
+
+std::string readUUID(const Statement &row) {
+    return std::string(row.text(0));
+}
+
 Result<> checkPage(std::size_t limit) {
     constexpr std::size_t largestPage = 10'000;
     if (limit == 0 || limit > largestPage)
@@ -125,6 +133,7 @@ Result<MomentPage> AnalysisReader::moments(const MomentQuery &query) {
             .all(readMoment);
     if (!moments)
         return passOn(moments);
+    Statement assets = database.prepare(selectAssetsOfMoment);
     const auto isComplete = areMomentsComplete();
     if (!isComplete)
         return passOn(isComplete);
@@ -133,6 +142,13 @@ Result<MomentPage> AnalysisReader::moments(const MomentQuery &query) {
         page.moments.pop_back();
         page.next = cursorText(page.moments.back().primaryKey, page.moments.back().startDate);
     }
+    if (query.withAssets)
+        for (MomentRecord &each : page.moments) {
+            auto uuids = assets.bind(each.primaryKey).all(readUUID);
+            if (!uuids)
+                return passOn(uuids);
+            each.uuids = *std::move(uuids);
+        }
     return page;
 }
 
@@ -149,11 +165,7 @@ Result<std::vector<MomentListRecord>> AnalysisReader::momentLists() {
 }
 
 Result<std::vector<std::string>> AnalysisReader::assetsOfMoment(std::int64_t primaryKey) {
-    return database
-        .prepare("SELECT a.uuid FROM zmomentasset m JOIN zgenericasset a ON a.pk = m.asset "
-                 "WHERE m.moment = ? ORDER BY coalesce(a.clockdate, a.datecreated), a.pk")
-        .bind(primaryKey)
-        .all([](const Statement &row) { return std::string(row.text(0)); });
+    return database.prepare(selectAssetsOfMoment).bind(primaryKey).all(readUUID);
 }
 
 Ref<StoredObject> AnalysisReader::objectOf(const MomentRecord &moment) const {
