@@ -74,6 +74,8 @@ TEST_F(LastErrors, AreSetByEveryOperationThatBlocks) {
         [&] { std::ignore = client->duplicatesMatchingQuery({}); },
         [&] { std::ignore = client->changesSinceToken("", 1); },
         [&] { std::ignore = client->awaitChangesSinceToken("", 1, std::chrono::seconds(1)); },
+        [&] { std::ignore = client->saveAssets(none); },
+        [&] { std::ignore = client->revertAsset(assetURL()); },
         [&] { client->updateThumbnailsForPhotos(none, true, false, false); },
         [&] { std::ignore = client->videoMetadataAtPath(String::of("/a")); },
         [&] { std::ignore = client->adjustDatesBySeconds(1, none); },

@@ -1,6 +1,8 @@
 #include "wickerlane/client/ClientInternal.h"
+#include "wickerlane/platform/process/ProcessFacts.h"
 #include "wickerlane/protocol/AlbumRows.h"
 #include "wickerlane/protocol/AssetRows.h"
+#include "wickerlane/protocol/CoreRows.h"
 #include "wickerlane/protocol/JobKeys.h"
 
 using namespace wickerlane;
@@ -33,11 +35,62 @@ bool succeeded(const Reply &reply, const char *reason) {
     return success;
 }
 
+// Of one that also says whether this program has the entitlement.
+bool succeeded(const Reply &reply, const String *entitlement, const char *reason) {
+    if (reply.isError() || reply.get(keys::hasEntitlement))
+        return succeeded(reply, reason);
+    const std::string name(entitlement->utf8());
+    noteProblem({ProblemKind::refused,
+                 "This program lacks the entitlement " + name +
+                     ". The library's owner can grant it: wickerlane entitlement grant " + ownExecutable() +
+                     ' ' + name.substr(name.rfind('.') + 1),
+                 {}});
+    return false;
+}
+
+bool isMissing(const void *argument, const char *reason) {
+    if (argument == nullptr)
+        noteProblem({ProblemKind::invalid, reason, {}});
+    return argument == nullptr;
+}
+
+// Sends a request about one asset that needs an entitlement.
+bool changeAsset(MessageConnection *connection, const protocol::Row &row, URL *assetURL,
+                 const String *entitlement, const char *reason) {
+    if (isMissing(assetURL, noArgument))
+        return false;
+    Request request(row);
+    request.set(keys::assetURL, assetURL);
+    return succeeded(request.sendAndWait(connection), entitlement, reason);
+}
+
 } // namespace
 
-Dictionary *JXGatekeeperClient::saveAsset(Dictionary *jobDictionary) {
+bool JXGatekeeperClient::requestAccess() {
+    const Request request(protocol::requestAccess);
+    const Reply reply = request.sendAndWait(connection());
+    if (reply.isError())
+        return false;
+    if (!reply.has(keys::authorized)) {
+        noteProblem({ProblemKind::failed, noAnswer, {}});
+        return false;
+    }
+    if (reply.get(keys::authorized) == 0)
+        return true;
+    noteProblem({ProblemKind::refused,
+                 "This program may not use the photo library. The library's owner can allow it: wickerlane "
+                 "consent grant " +
+                     ownExecutable(),
+                 {}});
+    return false;
+}
+
+Dictionary *JXGatekeeperClient::saveAsset(Dictionary *jobDictionary, ImageSurface *imageSurface,
+                                          ImageSurface *previewImageSurface) {
     Request request(protocol::saveAsset);
     request.set(keys::jobDictionary, jobDictionary);
+    request.set(keys::imagePort, imageSurface);
+    request.set(keys::previewImagePort, previewImageSurface);
     const Reply reply = request.sendAndWait(connection());
     if (reply.isError())
         return nullptr;
@@ -46,6 +99,13 @@ Dictionary *JXGatekeeperClient::saveAsset(Dictionary *jobDictionary) {
     if (refusal)
         noteProblem(*refusal);
     return request.handOver(refusal ? nullptr : result);
+}
+
+Array *JXGatekeeperClient::saveAssets(Array *jobDictionaries) {
+    Request request(protocol::batchSaveAssets);
+    request.set(keys::jobDictionaries, jobDictionaries);
+    const Reply reply = request.sendAndWait(connection());
+    return request.handOver(reply.isError() ? nullptr : reply.get(keys::resultJobDictionaries));
 }
 
 URL *JXGatekeeperClient::addAlbum(String *name) {
@@ -63,10 +123,8 @@ URL *JXGatekeeperClient::addAlbum(String *name) {
 }
 
 bool JXGatekeeperClient::addAsset(URL *assetURL, String *toAlbumWithUUID) {
-    if (assetURL == nullptr || toAlbumWithUUID == nullptr) {
-        noteProblem({ProblemKind::invalid, noArgument, {}});
+    if (isMissing(assetURL, noArgument) || isMissing(toAlbumWithUUID, noArgument))
         return false;
-    }
     Request request(protocol::addAssetToAlbum);
     request.set(keys::assetURL, assetURL);
     request.set(keys::albumUUID, toAlbumWithUUID);
@@ -76,20 +134,55 @@ bool JXGatekeeperClient::addAsset(URL *assetURL, String *toAlbumWithUUID) {
 }
 
 bool JXGatekeeperClient::deleteAsset(URL *assetURL) {
-    if (assetURL == nullptr) {
-        noteProblem({ProblemKind::invalid, noArgument, {}});
+    return changeAsset(connection(), protocol::deleteAsset, assetURL, JXDeleteAssetsEntitlement,
+                       "hoardd did not delete the asset. See that there is such an asset; more is in "
+                       "hoardd's log.");
+}
+
+bool JXGatekeeperClient::removeAsset(URL *assetURL) {
+    return changeAsset(connection(), protocol::removeAsset, assetURL, JXDeleteAssetsEntitlement,
+                       "hoardd did not delete the asset. See that there is such an asset, in the library or "
+                       "the trash; more is in hoardd's log.");
+}
+
+bool JXGatekeeperClient::restoreTrashedAsset(URL *assetURL) {
+    return changeAsset(connection(), protocol::restoreTrashedAsset, assetURL, JXDeleteAssetsEntitlement,
+                       "hoardd did not restore the asset. See that it is in the trash; more is in hoardd's "
+                       "log.");
+}
+
+bool JXGatekeeperClient::emptyTrash() {
+    return succeeded(Request(protocol::emptyTrash).sendAndWait(connection()), JXDeleteAssetsEntitlement,
+                     "hoardd did not empty the trash. More is in hoardd's log.");
+}
+
+bool JXGatekeeperClient::setLargePreviewImage(URL *assetURL, Data *imageData, Dictionary *properties) {
+    if (isMissing(assetURL, noArgument) || isMissing(imageData, "There is no picture to set."))
         return false;
-    }
-    Request request(protocol::deleteAsset);
+    Request request(protocol::setLargePreviewImage);
     request.set(keys::assetURL, assetURL);
-    const Reply reply = request.sendAndWait(connection());
-    if (!reply.isError() && !reply.get(keys::hasEntitlement)) {
-        noteProblem(
-            {ProblemKind::refused,
-             "This program lacks the entitlement " + std::string(JXDeleteAssetsEntitlement->utf8()) + ".",
-             {}});
+    request.set(keys::imageData, imageData);
+    request.set(keys::properties, properties);
+    return succeeded(request.sendAndWait(connection()), JXWriteAssetsEntitlement,
+                     "hoardd did not set the edited version. See that there is such an asset, and that the "
+                     "picture can be decoded; more is in hoardd's log.");
+}
+
+bool JXGatekeeperClient::revertAsset(URL *assetURL) {
+    if (isMissing(assetURL, noArgument))
         return false;
-    }
-    return succeeded(reply, "hoardd did not delete the asset. See that there is such an asset; more is in "
-                            "hoardd's log.");
+    Request request(protocol::revertAsset);
+    request.set(keys::assetURL, assetURL);
+    return request.sendAndWait(connection()).isDictionary();
+}
+
+bool JXGatekeeperClient::setUsageIntent(std::uint64_t intent, URL *forAssetWithURL) {
+    if (isMissing(forAssetWithURL, noArgument))
+        return false;
+    Request request(protocol::setExternalUsageIntent);
+    request.set(keys::externalUsageIntent, intent);
+    request.set(keys::assetURL, forAssetWithURL);
+    return succeeded(request.sendAndWait(connection()),
+                     "hoardd did not record the use. See that there is such an asset; more is in hoardd's "
+                     "log.");
 }

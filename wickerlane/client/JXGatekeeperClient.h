@@ -223,12 +223,23 @@ public:
     void awaitChangesSinceToken(const std::string &token, std::size_t limit, std::chrono::seconds time,
                                 Handler<const wickerlane::ChangesPage *, wickerlane::Error *> handler);
 
-    // Saving, albums and deletion for callers that wait. These too are additions: lastError() says why one
-    // has failed, which the handlers of the original operations don't. All block.
+    // Access, saving, albums, deletion and edits for callers that wait. These too are additions: lastError()
+    // says why one has failed, which the handlers of the original operations don't. All block. An asset that
+    // is null is `invalid`.
 
-    /// saveAssetWithJobDictionary: — saves one asset; the job has the keys of JobKeys.h. The result
-    /// dictionary; null on failure, and for a job that hoardd refused.
-    [[nodiscard]] wickerlane::Dictionary *saveAsset(wickerlane::Dictionary *jobDictionary);
+    /// requestAccess — whether this process may use the photo library. False on failure, too.
+    [[nodiscard]] bool requestAccess();
+
+    /// saveAssetWithJobDictionary:imageSurface:previewImageSurface: — saves one asset; the job has the keys
+    /// of JobKeys.h. The result dictionary; null on failure, and for a job that hoardd refused.
+    [[nodiscard]] wickerlane::Dictionary *saveAsset(wickerlane::Dictionary *jobDictionary,
+                                                    wickerlane::ImageSurface *imageSurface = nullptr,
+                                                    wickerlane::ImageSurface *previewImageSurface = nullptr);
+
+    /// batchSaveAssetsWithJobDictionaries: — saves several assets, like the operation with a handler: one
+    /// result for each job that was sent, in order, of which those of refused jobs have `error` alone. Null
+    /// on failure.
+    [[nodiscard]] wickerlane::Array *saveAssets(wickerlane::Array *jobDictionaries);
 
     /// addGroupWithName: — creates an album. Its URL; null on failure.
     [[nodiscard]] wickerlane::URL *addAlbum(wickerlane::String *name);
@@ -239,6 +250,33 @@ public:
     /// deleteAssetWithURL: — moves an asset to the trash, from where it can be had again for 30 days. False
     /// on failure. Needs the entitlement JXDeleteAssetsEntitlement.
     [[nodiscard]] bool deleteAsset(wickerlane::URL *assetURL);
+
+    // Three more that need it.
+
+    /// removeAssetWithURL: — deletes an asset of the library or its trash for good. False on failure.
+    [[nodiscard]] bool removeAsset(wickerlane::URL *assetURL);
+
+    /// restoreTrashedAssetWithURL: — takes an asset out of the trash, with its albums and edits. False on
+    /// failure, also when it is not there.
+    [[nodiscard]] bool restoreTrashedAsset(wickerlane::URL *assetURL);
+
+    /// emptyTrash — deletes all that is in the trash for good. False on failure.
+    [[nodiscard]] bool emptyTrash();
+
+    /// setLargePreviewImageForAssetWithURL:imageData:properties: — stores an edited version of an asset, in
+    /// place of one that there is; `properties`, what its editor says of it, may be null. False on failure.
+    /// Needs the entitlement JXWriteAssetsEntitlement.
+    [[nodiscard]] bool setLargePreviewImage(wickerlane::URL *assetURL, wickerlane::Data *imageData,
+                                            wickerlane::Dictionary *properties);
+
+    /// revertAssetWithURL: — takes the edited version of an asset away. False on failure, also when it has
+    /// none
+    /// (`notFound`). Needs the entitlement JXWriteAssetsEntitlement.
+    [[nodiscard]] bool revertAsset(wickerlane::URL *assetURL);
+
+    /// setExternalUsageIntent:forAssetWithURL: — records how an asset is used outside the library. False on
+    /// failure.
+    [[nodiscard]] bool setUsageIntent(std::uint64_t intent, wickerlane::URL *forAssetWithURL);
 
     // Saving assets.
 
