@@ -8,6 +8,8 @@
 #include <limits>
 
 #include "tests/api/FromC.h"
+#include "tests/api/HandlerCode.h"
+#include "tests/api/WaitingCalls.h"
 #include "tests/client/FakeConnection.h"
 #include "tests/support/Console.h"
 #include "tests/support/Descriptors.h"
@@ -214,6 +216,13 @@ TEST_F(EntryPoints, RepliesThatAreNoErrorMayStillRefuse) {
         {{"nameTaken"}, addAlbum, WLErrorExists},
         {{}, remove, WLErrorRefused},
         {{"hasEntitlement"}, remove, WLErrorFailed},
+        {{}, [&] { return WLTrashRestore(asset->assetURL(), &error); }, WLErrorRefused},
+        {{}, [&] { return WLTrashEmpty(&error); }, WLErrorRefused},
+        {{}, [&] { return WLAssetSetEdit(asset.get(), data.get(), nullptr, &error); }, WLErrorRefused},
+        {{}, [&] { return WLHasAccess(&error); }, WLErrorFailed},
+        {{}, [&] { return WLSaveJobsRun(Array::of({job.get()}), &error) != nullptr; }, WLErrorFailed},
+        {{}, [&] { return WLBulletinsCreate(&error) != nullptr; }, WLErrorFailed},
+        {{}, [&] { return WLAssetSetExternalUsageIntent(asset.get(), 1, &error); }, WLErrorFailed},
         {{}, [&] { return WLAlbumAddAsset("a", asset.get(), &error); }, WLErrorFailed},
         {{}, [&] { return WLAssetOpenOriginal(asset.get(), &error) >= 0; }, WLErrorFailed},
         {{}, [&] { return WLAssetCreatePicture(asset.get(), 0, &error) != nullptr; }, WLErrorFailed},
@@ -228,6 +237,78 @@ TEST_F(EntryPoints, RepliesThatAreNoErrorMayStillRefuse) {
         ASSERT_NE(error, nullptr) << fake.sent.back().text;
         EXPECT_EQ(WLErrorCode(error), code) << fake.sent.back().text;
     }
+}
+
+TEST_F(EntryPoints, HandlersGetTheReasons) {
+    const auto data = Ref<WLData>::adopt(WLDataCreate("a", 1));
+    const auto job = Ref<WLSaveJob>::adopt(WLSaveJobCreateWithData(data.get()));
+    AssetRecord record;
+    record.uuid = "00000000-0000-4000-8000-000000000001";
+    const auto asset = ManagedAsset::create(record, "/", "STORE");
+    const auto save = [&] {
+        return codeFrom<WLSavedAsset *>(
+            [&](const auto &handler) { WLSaveJobRunWithHandler(job.get(), handler); });
+    };
+    const auto saveAll = [&] {
+        return codeFrom<WLArray *>(
+            [&](const auto &handler) { WLSaveJobsRunWithHandler(Array::of({job.get()}), handler); });
+    };
+    const auto remove = [&] {
+        return codeFrom([&](const auto &handler) { WLAssetDeleteWithHandler(asset.get(), handler); });
+    };
+    const auto access = [] { return codeFrom([](const auto &handler) { WLRequestAccess(handler); }); };
+    const auto add = [] {
+        return codeFrom<WLString *>([](const auto &handler) { WLAlbumAddWithHandler("a", handler); });
+    };
+    const struct {
+        std::function<void(MessageDictionary *)> reply; ///< Null: there is no daemon.
+        std::function<std::int64_t()> ask;
+        std::int64_t code;
+    } cases[] = {
+        {[](auto *reply) { reply->setBool("noData", true); }, save, WLErrorEmpty},
+        {[](auto *reply) { reply->setBool("jobQueueFull", true); }, save, WLErrorQueueFull},
+        {[](auto *) {}, save, WLErrorFailed},
+        {nullptr, save, WLErrorUnreachable},
+        {[](auto *) {}, saveAll, WLErrorFailed},
+        {nullptr, saveAll, WLErrorUnreachable},
+        {[](auto *) {}, remove, WLErrorRefused},
+        {[](auto *reply) { reply->setBool("hasEntitlement", true); }, remove, WLErrorFailed},
+        {[](auto *reply) { reply->setInt64("authorized", 1); }, access, WLErrorRefused},
+        {nullptr, access, WLErrorUnreachable},
+        {[](auto *reply) { reply->setBool("nameTaken", true); }, add, WLErrorExists},
+        {nullptr, add, WLErrorFailed},
+    };
+    for (const auto &[reply, ask, code] : cases) {
+        if (reply)
+            answerWith(reply);
+        else
+            failWith(MessageError::connectionInvalid());
+        EXPECT_EQ(ask(), code) << fake.sent.back().text;
+    }
+    const std::size_t sent = fake.sent.size();
+    EXPECT_EQ(codeFrom<WLSavedAsset *>([](const auto &h) { WLSaveJobRunWithHandler(nullptr, h); }),
+              WLErrorInvalid);
+    EXPECT_EQ(codeFrom([](const auto &h) { WLTrashRestoreWithHandler(nullptr, h); }), WLErrorInvalid);
+    WLRequestAccess(nullptr);
+    WLTrashEmptyWithHandler(nullptr);
+    WLAssetDeleteWithHandler(asset.get(), nullptr);
+    WLAlbumAddWithHandler("a", nullptr);
+    EXPECT_EQ(fake.sent.size(), sent) << "these send nothing";
+}
+
+TEST_F(EntryPoints, SayThatThereIsNoDaemon) {
+    failWith(MessageError::connectionInvalid());
+    AssetRecord record;
+    record.uuid = "00000000-0000-4000-8000-000000000001";
+    const auto asset = ManagedAsset::create(record, "/", "STORE");
+    consoleOf([&] {
+        for (const auto &[name, call] : waitingCalls(asset.get(), asset.get())) {
+            WLError *error = nullptr;
+            std::ignore = call(&error);
+            EXPECT_EQ(WLErrorCode(error), WLErrorUnreachable) << name;
+            std::ignore = call(nullptr);
+        }
+    });
 }
 
 TEST_F(EntryPoints, MigrationIsEstimatedByTheStoresCount) {

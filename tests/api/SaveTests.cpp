@@ -1,10 +1,11 @@
 // Saving, looking at, sorting and deleting assets, with the real daemon.
+#include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <span>
 
+#include "tests/api/CProgram.h"
 #include "tests/api/ProgramOutcome.h"
-#include "tests/hoardd/RunningHoardd.h"
-#include "wickerlane/api/Wickerlane.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/file/UniqueFd.h"
 
@@ -14,27 +15,12 @@ namespace fs = std::filesystem;
 
 namespace {
 
-class CSaves : public RunningHoardd {
-protected:
-    static Ref<WLSaveJob> jobOfFile(const std::string &path) {
-        return Ref<WLSaveJob>::adopt(WLSaveJobCreateWithFile(path.c_str()));
-    }
-    static Ref<WLSaveJob> jobOfBytes(const FileBytes &bytes) {
-        const auto data = Ref<WLData>::adopt(WLDataCreate(bytes.data(), bytes.size()));
-        return Ref<WLSaveJob>::adopt(WLSaveJobCreateWithData(data.get()));
-    }
-    /// The one asset of that identity, or of the album; null when there is none.
-    static Ref<WLAsset> assetOf(const WLSavedAsset *saved, const char *album = nullptr) {
-        const auto query = Ref<WLAssetQuery>::adopt(WLAssetQueryCreate());
-        WLAssetQuerySetIdentity(query.get(), WLStringText(WLSavedAssetUUID(saved)));
-        WLAssetQuerySetAlbum(query.get(), album);
-        const auto page = Ref<WLAssetPage>::adopt(WLAssetPageCreate(query.get(), nullptr));
-        return WLAssetPageGet(page.get(), 0);
-    }
+using CSaves = CProgram;
 
-    WLError *error = nullptr;
-    ReleaseScope scope;
-};
+FileBytes bytesOf(std::string_view text) {
+    const auto bytes = std::as_bytes(std::span(text));
+    return {bytes.begin(), bytes.end()};
+}
 
 TEST_F(CSaves, SaveFilesAndBytes) {
     const FileBytes picture = pngOf(fourCorners(12, 8));
@@ -188,6 +174,95 @@ TEST_F(CSaves, SortAssetsIntoAlbums) {
     EXPECT_EQ(error, nullptr);
     EXPECT_TRUE(assetOf(saved));
     EXPECT_EQ(WLArrayCount(Ref<WLArray>::adopt(WLAlbumsCreate(nullptr)).get()), 0U);
+}
+
+TEST_F(CSaves, TakeThePixelsOfASurface) {
+    const auto filled = [](std::uint32_t width, std::uint32_t height, std::uint32_t layout) {
+        auto surface = Ref<WLSurface>::adopt(WLSurfaceCreate(width, height, layout));
+        std::memset(WLSurfaceWritableBytes(surface.get()), 0x80,
+                    WLSurfaceBytesPerRow(surface.get()) * height);
+        return surface;
+    };
+    const auto picture = filled(300, 20, WLPixelsBGRA), preview = filled(30, 2, WLPixelsBGRA);
+    const auto job = Ref<WLSaveJob>::adopt(WLSaveJobCreateWithSurface(picture.get()));
+    WLSaveJobSetPreview(job.get(), preview.get());
+    WLSaveJobSetKind(job.get(), WLAssetKindPhoto);
+    const WLSavedAsset *saved = WLSaveJobRun(job.get(), &error);
+    ASSERT_NE(saved, nullptr) << WLStringText(WLErrorText(error));
+    const Ref<WLAsset> asset = assetOf(saved);
+    EXPECT_EQ(WLAssetWidth(asset.get()), 300U);
+    EXPECT_EQ(WLAssetHeight(asset.get()), 20U);
+    EXPECT_EQ(WLSurfaceWritableBytes(picture.get()), nullptr) << "it was sent";
+    EXPECT_NE(WLSurfaceBytes(picture.get()), nullptr);
+
+    EXPECT_EQ(WLSurfaceCreate(0, 20, WLPixelsGray), nullptr);
+    EXPECT_EQ(WLSurfaceCreate(20, 20, 1), nullptr);
+    EXPECT_EQ(WLSaveJobCreateWithSurface(nullptr), nullptr);
+}
+
+TEST_F(CSaves, OfABatchEachSucceedOrFailByThemselves) {
+    const FileBytes picture = pngOf(fourCorners(8, 8));
+    const auto again = jobOfBytes(picture);
+    WLSaveJobSetUnlessPresent(again.get(), true);
+    const Ref<WLSaveJob> jobs[] = {jobOfBytes(picture), jobOfFile(rootPath() + "/missing.jpg"), again};
+    Array *const all = Array::of({jobs[0].get(), jobs[1].get(), jobs[2].get()});
+    const auto expectResults = [&](const WLArray *results, bool wasPresent) {
+        ASSERT_EQ(WLArrayCount(results), 3U);
+        const WLSavedAsset *first = WLSaveResultsGet(results, 0, &error);
+        EXPECT_TRUE(assetOf(first));
+        EXPECT_EQ(error, nullptr);
+        EXPECT_EQ(WLSaveResultsGet(results, 1, &error), nullptr);
+        EXPECT_EQ(WLErrorCode(error), WLErrorFailed);
+        EXPECT_NE(WLErrorText(error)->utf8().find("missing.jpg"), std::string_view::npos);
+        EXPECT_TRUE(WLSavedAssetWasPresent(WLSaveResultsGet(results, 2, &error)) || !wasPresent);
+        EXPECT_EQ(WLSaveResultsGet(results, 3, &error), nullptr);
+        EXPECT_EQ(WLErrorCode(error), WLErrorInvalid);
+    };
+    expectResults(WLSaveJobsRun(all, &error), false);
+    const auto answered = Semaphore::create(0);
+    WLSaveJobsRunWithHandler(all, [&](WLArray *results, WLError *reason) {
+        EXPECT_EQ(reason, nullptr);
+        expectResults(results, true);
+        answered->signal();
+    });
+    answered->wait();
+
+    EXPECT_EQ(WLArrayCount(WLSaveJobsRun(Array::of({}), &error)), 0U);
+    EXPECT_EQ(error, nullptr);
+    const auto surface = Ref<WLSurface>::adopt(WLSurfaceCreate(2, 2, WLPixelsGray));
+    const auto withSurface = Ref<WLSaveJob>::adopt(WLSaveJobCreateWithSurface(surface.get()));
+    for (WLArray *bad : {static_cast<WLArray *>(nullptr), Array::of({String::of("job")}),
+                         Array::of({jobs[0].get(), withSurface.get()})}) {
+        EXPECT_EQ(WLSaveJobsRun(bad, &error), nullptr);
+        EXPECT_EQ(WLErrorCode(error), WLErrorInvalid);
+    }
+    EXPECT_EQ(WLSaveResultsGet(nullptr, 0, nullptr), nullptr);
+}
+
+TEST_F(CSaves, NameTheFilesThatBelongToAnAsset) {
+    TestExif exif;
+    TestRaw raw;
+    exif.dateTimeOriginal = raw.dateTimeOriginal = "2020:05:04 03:02:01";
+    const std::string second = rootPath() + "/shot.DNG", words = rootPath() + "/shot.xmp";
+    writeFile(second, rawOf(raw));
+    writeFile(words, bytesOf("words"));
+    const auto job = jobOfBytes(jpegOf(fourCorners(40, 30), exif));
+    WLSaveJobSetUnlessPresent(job.get(), true);
+    for (bool (*const set)(WLSaveJob *, const char *) : {WLSaveJobSetSidecar, WLSaveJobSetCompanion})
+        for (const char *path : {"", "\xff", static_cast<const char *>(nullptr)})
+            EXPECT_FALSE(set(job.get(), path));
+    ASSERT_TRUE(WLSaveJobSetSidecar(job.get(), (words + ".missing").c_str()));
+    EXPECT_EQ(WLSaveJobRun(job.get(), &error), nullptr);
+    EXPECT_EQ(WLErrorCode(error), WLErrorFailed);
+    ASSERT_TRUE(WLSaveJobSetSidecar(job.get(), words.c_str()));
+    ASSERT_TRUE(WLSaveJobSetCompanion(job.get(), second.c_str()));
+    for (const bool isThere : {false, true}) {
+        const WLSavedAsset *saved = WLSaveJobRun(job.get(), &error);
+        ASSERT_NE(saved, nullptr) << WLStringText(WLErrorText(error));
+        EXPECT_EQ(WLSavedAssetWasPresent(saved), isThere);
+        EXPECT_EQ(WLSavedAssetCompanionWasSaved(saved), !isThere);
+        EXPECT_EQ(WLSavedAssetCompanionWasPresent(saved), isThere);
+    }
 }
 
 } // namespace

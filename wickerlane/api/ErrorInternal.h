@@ -9,6 +9,9 @@
 
 namespace wickerlane {
 
+inline constexpr const char *noAsset = "there is no asset";
+inline constexpr const char *noAnswer = "hoardd's answer can't be read: is it another version?";
+
 /// Stores the last error of this thread for a caller who asked for it, and passes the result on.
 template <class Result>
 Result withLastError(Result result, WLError **error) {

@@ -6,6 +6,8 @@ constinit const Class AssetQueryObject::classInfo{"AssetQuery", &Object::classIn
 template <>
 constinit const Class SectionsObject::classInfo{"AssetSections", &Object::classInfo, nullptr};
 template <>
+constinit const Class ChangesObject::classInfo{"Changes", &Object::classInfo, nullptr};
+template <>
 constinit const Class MomentObject::classInfo{"Moment", &Object::classInfo, nullptr};
 template <>
 constinit const Class DuplicatesObject::classInfo{"Duplicates", &Object::classInfo, nullptr};

@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "wickerlane/model/AssetChange.h"
 #include "wickerlane/model/AssetQuery.h"
 #include "wickerlane/model/Moments.h"
 
@@ -51,6 +52,7 @@ private:
 };
 
 using SectionsObject = RecordObject<std::vector<AssetSection>>;
+using ChangesObject = RecordObject<ChangesPage>;
 using MomentObject = RecordObject<MomentRecord>;
 using DuplicatesObject = RecordObject<DuplicatesRecord>;
 using AssetPageObject = PageObject<AssetQuery, ManagedAsset>;
@@ -59,6 +61,8 @@ using DuplicatesPageObject = PageObject<DuplicatesQuery, DuplicatesObject>;
 
 template <>
 const Class SectionsObject::classInfo;
+template <>
+const Class ChangesObject::classInfo;
 template <>
 const Class MomentObject::classInfo;
 template <>

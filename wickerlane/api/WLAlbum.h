@@ -50,6 +50,12 @@ WL_EXTERN_C WLURL *WLAlbumObjectID(const WLAlbum *album);
 /// Makes an album. Its UUID, borrowed; null on failure: WLErrorExists when there is one of that name.
 WL_EXTERN_C WLString *WLAlbumAdd(const char *name, WLError **error);
 
+/// The same, without waiting. The handler gets the UUID, borrowed, or null and an error; it is called on the
+/// global queue, and a null one does nothing.
+WL_EXTERN_C void WLAlbumAddWithHandler(const char *name,
+                                       void (*handler)(void *context, WLString *uuid, WLError *error),
+                                       void *context, WLReleaseContext release);
+
 /// Gives an album another name, of 1 to 1024 bytes. WLErrorExists when another album has it.
 WL_EXTERN_C bool WLAlbumRename(const char *uuid, const char *name, WLError **error);
 
@@ -59,8 +65,20 @@ WL_EXTERN_C bool WLAlbumDelete(const char *uuid, WLError **error);
 /// Adds an asset; one that it has already is no failure.
 WL_EXTERN_C bool WLAlbumAddAsset(const char *uuid, const WLAsset *asset, WLError **error);
 
+/// The same, without waiting. The handler is called on the global queue; a null one does nothing.
+WL_EXTERN_C void WLAlbumAddAssetWithHandler(const char *uuid, const WLAsset *asset, WLDoneHandler handler,
+                                            void *context, WLReleaseContext release);
+
 /// Takes assets out: an array of 1 to 10,000 WLAsset objects; other objects, and assets that are not in it,
 /// are ignored. The assets stay in the library.
 WL_EXTERN_C bool WLAlbumRemoveAssets(const char *uuid, WLArray *assets, WLError **error);
+
+// Two that send what they have to say, and return at once.
+
+/// Deletes an album if it is empty. Null is ignored.
+WL_EXTERN_C void WLAlbumDeleteIfEmpty(const WLAlbum *album);
+
+/// Lets the daemon count again how many assets each album has.
+WL_EXTERN_C void WLAlbumsRecount(void);
 
 #endif

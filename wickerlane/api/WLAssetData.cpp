@@ -1,8 +1,7 @@
 #include "wickerlane/api/WLAssetData.h"
 
-#include "wickerlane/api/ErrorInternal.h"
-#include "wickerlane/client/JXGatekeeperClient.h"
-#include "wickerlane/platform/object/ReleaseScope.h"
+#include "wickerlane/api/CallInternal.h"
+#include "wickerlane/api/ReasonInternal.h"
 #include "wickerlane/protocol/ImageDataFormats.h"
 
 using namespace wickerlane;
@@ -14,17 +13,10 @@ static_assert(WLPictureFullJPEG == static_cast<int>(protocol::imageDataFullSizeJ
 static_assert(WLPictureFullPNG == static_cast<int>(protocol::imageDataFullSizePNG));
 static_assert(WLPictureLargeJPEG == static_cast<int>(protocol::imageDataLargeJPEG));
 
-namespace {
-
-constexpr const char *noAsset = "there is no asset";
-constexpr const char *noAnswer = "hoardd's answer can't be read: is it another version?";
-
-} // namespace
-
 int WLAssetOpenOriginal(const WLAsset *asset, WLError **error) {
     if (asset == nullptr)
         return failing(-1, ProblemKind::invalid, noAsset, error);
-    const int descriptor = JXGatekeeperClient::sharedInstance()->fileDescriptorForAssetURL(asset->assetURL());
+    const int descriptor = sharedClient()->fileDescriptorForAssetURL(asset->assetURL());
     if (descriptor < 0 && client::lastErrorOfThread() == nullptr)
         return failing(-1, ProblemKind::failed, noAnswer, error);
     return withLastError(descriptor, error);
@@ -33,12 +25,46 @@ int WLAssetOpenOriginal(const WLAsset *asset, WLError **error) {
 WLData *WLAssetCreatePicture(const WLAsset *asset, int picture, WLError **error) {
     if (asset == nullptr)
         return failing<WLData *>(nullptr, ProblemKind::invalid, noAsset, error);
-    Ref<Data> data;
-    {
-        ReleaseScope scope; // a program that loops over its assets need not keep all pictures
-        data = JXGatekeeperClient::sharedInstance()->imageDataForAsset(asset->objectID(), picture);
+    return createBy(&JXGatekeeperClient::imageDataForAsset, Null::isAFailure, error, asset->objectID(),
+                    picture);
+}
+
+void WLAssetRequestPicture(const WLAsset *asset, int picture, void (*handler)(void *, WLData *, WLError *),
+                           void *context, WLReleaseContext release) {
+    auto called = handlerOf(handler, context, release);
+    if (!called)
+        return;
+    if (asset == nullptr) {
+        failLater(std::move(called), noAsset);
+        return;
     }
-    if (!data && client::lastErrorOfThread() == nullptr)
-        return failing<WLData *>(nullptr, ProblemKind::failed, noAnswer, error);
-    return withLastError(data.leak(), error);
+    const auto answered = [called = std::move(called)](Data *data, int) {
+        called(data, data != nullptr ? nullptr
+                                     : reasonOf(nullptr, "There is no such picture, or hoardd can't be "
+                                                         "reached. More is in hoardd's log.")
+                                           .get());
+    };
+    sharedClient()->requestImageDataForAsset(asset->objectID(), picture, answered);
+}
+
+void WLAssetDownload(const WLAsset *asset, bool withThumbnail, bool isUrgent, bool isKept) {
+    if (asset != nullptr)
+        sharedClient()->downloadAsset(asset->objectID(), withThumbnail, isUrgent, isKept);
+}
+
+void WLAssetShowInCameraPreview(const WLAsset *asset) {
+    sharedClient()->updateCameraPreviewWellImage(asset);
+}
+
+bool WLAssetsMakeThumbnails(WLArray *assets, bool isForced, bool hasNewIndex, WLError **error) {
+    return waitFor(&JXGatekeeperClient::updateThumbnailsForPhotos, error, assets, true, hasNewIndex,
+                   isForced);
+}
+
+void WLAssetsMakeThumbnailsInBackground(WLArray *assets, bool isForced, bool hasNewIndex) {
+    sharedClient()->updateThumbnailsForPhotos(assets, false, hasNewIndex, isForced);
+}
+
+bool WLThumbnailsRebuild(WLError **error) {
+    return waitFor(&JXGatekeeperClient::rebuildAllThumbnails, error);
 }

@@ -1,7 +1,6 @@
 #include "wickerlane/api/WLAssetDetails.h"
 
-#include "wickerlane/api/ErrorInternal.h"
-#include "wickerlane/client/JXGatekeeperClient.h"
+#include "wickerlane/api/CallInternal.h"
 #include "wickerlane/protocol/DetailKeys.h"
 
 using namespace wickerlane;
@@ -51,5 +50,5 @@ void WLAssetDetailsRemoveKeywords(WLAssetDetails *details, WLArray *keywords) {
 }
 
 bool WLAssetDetailsApply(WLAssetDetails *details, WLArray *assets, WLError **error) {
-    return withLastError(JXGatekeeperClient::sharedInstance()->setDetails(details, assets), error);
+    return waitFor(&JXGatekeeperClient::setDetails, error, details, assets);
 }

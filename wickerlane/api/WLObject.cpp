@@ -47,6 +47,10 @@ WLNumber *WLAsNumber(WLObject *object) {
     return as<Number>(object);
 }
 
+WLDate *WLAsDate(WLObject *object) {
+    return as<Date>(object);
+}
+
 WLData *WLAsData(WLObject *object) {
     return as<Data>(object);
 }

@@ -33,6 +33,7 @@ WL_EXTERN_C WLString *WLDescription(const WLObject *object);
 WL_EXTERN_C WLString *WLAsString(WLObject *object);
 WL_EXTERN_C WLURL *WLAsURL(WLObject *object);
 WL_EXTERN_C WLNumber *WLAsNumber(WLObject *object);
+WL_EXTERN_C WLDate *WLAsDate(WLObject *object);
 WL_EXTERN_C WLData *WLAsData(WLObject *object);
 WL_EXTERN_C WLArray *WLAsArray(WLObject *object);
 WL_EXTERN_C WLDictionary *WLAsDictionary(WLObject *object);

@@ -1,58 +1,180 @@
 #include "wickerlane/api/WLSave.h"
 
-#include "wickerlane/api/ErrorInternal.h"
+#include "wickerlane/api/CallInternal.h"
+#include "wickerlane/api/ReasonInternal.h"
 #include "wickerlane/api/WLValues.h"
-#include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/protocol/JobKeys.h"
 
 using namespace wickerlane;
 namespace jobKeys = wickerlane::protocol::job;
 namespace jobResult = wickerlane::protocol::jobResult;
 
+constinit const Class SaveJob::classInfo{"SaveJob", &Object::classInfo, nullptr};
+
 namespace {
 
-WLSaveJob *jobOf(std::string_view key, Object *source) {
-    if (source == nullptr)
+constexpr const char *noJob = "there is no job to run: a path must be UTF-8, and data must not be null";
+constexpr const char *badBatch =
+    "a batch is an array of save jobs without surfaces: run a job with a surface by itself";
+
+/// Null when there is nothing to save.
+template <class Source>
+Ref<SaveJob> jobOf(Source *source) {
+    return source != nullptr ? makeRef<SaveJob>() : nullptr;
+}
+
+void set(WLSaveJob *job, std::string_view key, Object *value) {
+    if (job != nullptr)
+        job->entries->set(key, value);
+}
+
+/// An absolute path; null when there is none.
+Ref<String> absolutePath(const char *path) {
+    const auto url = path != nullptr ? URL::createWithPath(path) : nullptr;
+    return url ? String::create(url->fileSystemPath()) : nullptr;
+}
+
+bool setText(WLSaveJob *job, std::string_view key, const Ref<String> &text) {
+    if (text)
+        set(job, key, text.get());
+    return text != nullptr;
+}
+
+/// Null when an object is no job for a batch.
+Ref<Array> entriesOf(const WLArray *jobs) {
+    if (jobs == nullptr || !jobs->holdsObjects())
         return nullptr;
-    auto made = MutableDictionary::create();
-    made->set(key, source);
-    return made.leak();
+    auto entries = MutableArray::create();
+    for (Object *each : *jobs) {
+        const auto *job = as<SaveJob>(each);
+        if (job == nullptr || job->image || job->preview)
+            return nullptr;
+        entries->append(job->entries.get());
+    }
+    return entries;
+}
+
+bool flag(const WLSavedAsset *saved, std::string_view key) {
+    return saved != nullptr && WLNumberBool(saved->get<Number>(key));
 }
 
 } // namespace
 
 WLSaveJob *WLSaveJobCreateWithFile(const char *path) {
-    const auto url = path != nullptr ? URL::createWithPath(path) : nullptr;
-    return jobOf(jobKeys::filePath, url ? String::create(url->fileSystemPath()).get() : nullptr);
+    const auto absolute = absolutePath(path);
+    auto job = jobOf(absolute.get());
+    set(job.get(), jobKeys::filePath, absolute.get());
+    return job.leak();
 }
 
 WLSaveJob *WLSaveJobCreateWithData(WLData *data) {
-    return jobOf(jobKeys::imageData, data);
+    auto job = jobOf(data);
+    set(job.get(), jobKeys::imageData, data);
+    return job.leak();
+}
+
+WLSaveJob *WLSaveJobCreateWithSurface(WLSurface *surface) {
+    auto job = jobOf(surface);
+    if (job)
+        job->image = surface;
+    return job.leak();
 }
 
 bool WLSaveJobSetOriginalFilename(WLSaveJob *job, const char *name) {
-    const auto text = String::create(name);
-    if (job != nullptr && text)
-        job->set(jobKeys::originalFilename, text.get());
-    return text != nullptr;
+    return setText(job, jobKeys::originalFilename, String::create(name));
 }
 
 void WLSaveJobSetDateCreated(WLSaveJob *job, double date) {
-    if (job != nullptr)
-        job->set(jobKeys::creationDate, Date::createWithReferenceSeconds(date).get());
+    set(job, jobKeys::creationDate, Date::createWithReferenceSeconds(date).get());
 }
 
 void WLSaveJobSetUnlessPresent(WLSaveJob *job, bool unlessPresent) {
+    set(job, jobKeys::unlessPresent, Number::create(unlessPresent).get());
+}
+
+void WLSaveJobSetKind(WLSaveJob *job, int kind) {
+    set(job, jobKeys::assetType, Number::create(kind).get());
+}
+
+void WLSaveJobSetPreview(WLSaveJob *job, WLSurface *preview) {
     if (job != nullptr)
-        job->set(jobKeys::unlessPresent, Number::create(unlessPresent).get());
+        job->preview = preview;
+}
+
+bool WLSaveJobSetSidecar(WLSaveJob *job, const char *path) {
+    return setText(job, jobKeys::sidecarPath, absolutePath(path));
+}
+
+bool WLSaveJobSetCompanion(WLSaveJob *job, const char *path) {
+    return setText(job, jobKeys::companionPath, absolutePath(path));
 }
 
 WLSavedAsset *WLSaveJobRun(WLSaveJob *job, WLError **error) {
     if (job == nullptr)
-        return failing<WLSavedAsset *>(
-            nullptr, ProblemKind::invalid,
-            "there is no job to run: a path must be UTF-8, and data must not be null", error);
-    return withLastError(JXGatekeeperClient::sharedInstance()->saveAsset(job), error);
+        return failing<WLSavedAsset *>(nullptr, ProblemKind::invalid, noJob, error);
+    return waitFor(&JXGatekeeperClient::saveAsset, error, job->entries.get(), job->image.get(),
+                   job->preview.get());
+}
+
+void WLSaveJobRunWithHandler(WLSaveJob *job, void (*handler)(void *, WLSavedAsset *, WLError *),
+                             void *context, WLReleaseContext release) {
+    auto called = handlerOf(handler, context, release);
+    if (!called)
+        return;
+    if (job == nullptr) {
+        failLater(std::move(called), noJob);
+        return;
+    }
+    const auto answered = [called = std::move(called)](Dictionary *result, const Error *error) {
+        const auto *refusal = result != nullptr ? result->get<String>(jobResult::error) : nullptr;
+        if (refusal != nullptr)
+            called(nullptr, errorOf(ProblemKind::failed, std::string(refusal->utf8())).get());
+        else
+            called(result, result != nullptr ? nullptr : reasonOf(error, noAnswer).get());
+    };
+    sharedClient()->saveAssetWithJobDictionary(job->entries.get(), answered, job->image.get(),
+                                               job->preview.get());
+}
+
+WLArray *WLSaveJobsRun(WLArray *jobs, WLError **error) {
+    const auto entries = entriesOf(jobs);
+    if (!entries)
+        return failing<WLArray *>(nullptr, ProblemKind::invalid, badBatch, error);
+    Array *results = sharedClient()->saveAssets(entries.get());
+    if (results != nullptr && results->count() != entries->count())
+        return failing<WLArray *>(nullptr, ProblemKind::failed, noAnswer, error);
+    return withLastError(results, error);
+}
+
+void WLSaveJobsRunWithHandler(WLArray *jobs, void (*handler)(void *, WLArray *, WLError *), void *context,
+                              WLReleaseContext release) {
+    auto called = handlerOf(handler, context, release);
+    if (!called)
+        return;
+    const auto entries = entriesOf(jobs);
+    if (!entries) {
+        failLater(std::move(called), badBatch);
+        return;
+    }
+    const std::size_t count = entries->count();
+    sharedClient()->batchSaveAssetsWithJobDictionaries(
+        entries.get(), [called = std::move(called), count](Array *results, const Error *error) {
+            const bool isWhole = results != nullptr && results->count() == count;
+            called(isWhole ? results : nullptr, isWhole ? nullptr : reasonOf(error, noAnswer).get());
+        });
+}
+
+WLSavedAsset *WLSaveResultsGet(const WLArray *results, size_t index, WLError **error) {
+    const bool isThere = results != nullptr && results->holdsObjects() && index < results->count();
+    auto *result = isThere ? as<Dictionary>(results->at(index)) : nullptr;
+    Ref<Error> failure;
+    if (result == nullptr)
+        failure = errorOf(ProblemKind::invalid, "the results have no job at that index");
+    else if (const auto *refusal = result->get<String>(jobResult::error))
+        failure = errorOf(ProblemKind::failed, std::string(refusal->utf8()));
+    if (error != nullptr)
+        *error = failure ? autorelease(failure) : nullptr;
+    return failure ? nullptr : result;
 }
 
 WLString *WLSavedAssetUUID(const WLSavedAsset *saved) {
@@ -65,13 +187,17 @@ WLURL *WLSavedAssetURL(const WLSavedAsset *saved) {
 }
 
 bool WLSavedAssetWasPresent(const WLSavedAsset *saved) {
-    return saved != nullptr && WLNumberBool(saved->get<Number>(jobResult::wasPresent));
+    return flag(saved, jobResult::wasPresent);
 }
 
 WLString *WLSavedAssetProblem(const WLSavedAsset *saved) {
     return saved != nullptr ? saved->get<String>(jobResult::problem) : nullptr;
 }
 
-bool WLAssetDelete(const WLAsset *asset, WLError **error) {
-    return withLastError(JXGatekeeperClient::sharedInstance()->deleteAsset(WLAssetURL(asset)), error);
+bool WLSavedAssetCompanionWasSaved(const WLSavedAsset *saved) {
+    return flag(saved, jobResult::companionWasSaved);
+}
+
+bool WLSavedAssetCompanionWasPresent(const WLSavedAsset *saved) {
+    return flag(saved, jobResult::companionWasPresent);
 }

@@ -1,4 +1,4 @@
-// Saving assets, and deleting them.
+// Saving assets.
 //
 //     WLError *error = NULL;
 //     WLSaveJob *job = WLSaveJobCreateWithFile("/home/me/picture.jpg");
@@ -8,14 +8,18 @@
 //     WLRelease(job);
 //
 // One thread at a time may use a job. The `error` of the functions that wait for the daemon may be null. What
-// is stored there is borrowed; it is what WLLastError() gives, and null when the function has succeeded.
+// is stored there is borrowed; it is what WLLastError() gives, and null when the function has succeeded. The
+// functions with a handler return at once. They use the job only during the call; the handler is called on
+// the global queue, and a null one does nothing.
 #ifndef WICKERLANE_API_WLSAVE_H
 #define WICKERLANE_API_WLSAVE_H
 
 #include "wickerlane/api/WLAsset.h"
+#include "wickerlane/api/WLSurface.h"
 
 #if WL_HAS_CLASSES
-using WLSaveJob = wickerlane::MutableDictionary;
+#include "wickerlane/api/SaveJob.h"
+using WLSaveJob = wickerlane::SaveJob;
 using WLSavedAsset = wickerlane::Dictionary;
 #else
 typedef struct WLSaveJob WLSaveJob;
@@ -28,6 +32,9 @@ WL_EXTERN_C WLSaveJob *WLSaveJobCreateWithFile(const char *path);
 
 /// A job that saves bytes, which are those of a file of a photo or video. Null for null.
 WL_EXTERN_C WLSaveJob *WLSaveJobCreateWithData(WLData *data);
+
+/// A job that saves a picture whose pixels are in a surface. Null for null.
+WL_EXTERN_C WLSaveJob *WLSaveJobCreateWithSurface(WLSurface *surface);
 
 // What can be said of it. A null job is ignored.
 
@@ -43,11 +50,51 @@ WL_EXTERN_C void WLSaveJobSetDateCreated(WLSaveJob *job, double date);
 /// be run again after any failure without danger. False at first.
 WL_EXTERN_C void WLSaveJobSetUnlessPresent(WLSaveJob *job, bool unlessPresent);
 
+/// What the content is (WLAsset.h), whatever the daemon finds in it.
+WL_EXTERN_C void WLSaveJobSetKind(WLSaveJob *job, int kind);
+
+/// A preview of the picture, which the daemon need not make then. Null for none.
+WL_EXTERN_C void WLSaveJobSetPreview(WLSaveJob *job, WLSurface *preview);
+
+// Files that belong to the asset, which this program must be allowed to read; relative paths are resolved
+// against the working directory, at once. False, and nothing is changed, when the path is null, empty, or not
+// UTF-8.
+
+/// A file of metadata, which the library keeps with the asset.
+WL_EXTERN_C bool WLSaveJobSetSidecar(WLSaveJob *job, const char *path);
+
+/// A second file of the same shot: the raw file of a picture, or the short video that was taken with it. If
+/// contents and times say that it is one, the library keeps it with the asset; else it is not saved, which is
+/// no failure, and neither is a file that can't be read.
+WL_EXTERN_C bool WLSaveJobSetCompanion(WLSaveJob *job, const char *path);
+
 /// Saves. The result is borrowed. Null on failure, with the reason: WLErrorEmpty when there are no bytes,
 /// WLErrorQueueFull when too many jobs wait, WLErrorFailed and a text when the file can't be read or is
 /// neither a photo nor a video, WLErrorInvalid for a null job, and others. Blocks until the asset is safe on
 /// the disk.
 WL_EXTERN_C WLSavedAsset *WLSaveJobRun(WLSaveJob *job, WLError **error);
+
+/// The same, without waiting. The handler gets the result, or null and an error.
+WL_EXTERN_C void WLSaveJobRunWithHandler(WLSaveJob *job,
+                                         void (*handler)(void *context, WLSavedAsset *saved, WLError *error),
+                                         void *context, WLReleaseContext release);
+
+// Several at once: an array of WLSaveJob objects, without surfaces. The daemon saves up to 4096 of them.
+
+/// Saves. What came of each job, for WLSaveResultsGet(), in the order of the jobs; borrowed. Null when the
+/// daemon did not take the jobs: WLErrorInvalid when one of the objects is no such job, and others. A job
+/// that fails does not keep the others from being saved. Blocks.
+WL_EXTERN_C WLArray *WLSaveJobsRun(WLArray *jobs, WLError **error);
+
+/// The same, without waiting. The handler gets the results, or null and an error.
+WL_EXTERN_C void WLSaveJobsRunWithHandler(WLArray *jobs,
+                                          void (*handler)(void *context, WLArray *results, WLError *error),
+                                          void *context, WLReleaseContext release);
+
+/// What came of the job at an index, which counts from 0; it lives as long as the results. Null with an
+/// error, which is borrowed, when that job was not saved: WLErrorFailed and a text that says why, or
+/// WLErrorInvalid when there is no job at the index. WLLastError() stays as it is.
+WL_EXTERN_C WLSavedAsset *WLSaveResultsGet(const WLArray *results, size_t index, WLError **error);
 
 // What came of it. WLAssetQuerySetIdentity() asks for all facts of the asset.
 
@@ -64,8 +111,10 @@ WL_EXTERN_C bool WLSavedAssetWasPresent(const WLSavedAsset *saved);
 /// when it could.
 WL_EXTERN_C WLString *WLSavedAssetProblem(const WLSavedAsset *saved);
 
-/// Moves an asset to the trash, from where it can be had again for 30 days. False on failure: WLErrorRefused
-/// when this program has no right to delete, WLErrorInvalid for a null asset, and others. Blocks.
-WL_EXTERN_C bool WLAssetDelete(const WLAsset *asset, WLError **error);
+/// Whether the second file was saved with the asset.
+WL_EXTERN_C bool WLSavedAssetCompanionWasSaved(const WLSavedAsset *saved);
+
+/// Whether the library had the second file already, with this asset.
+WL_EXTERN_C bool WLSavedAssetCompanionWasPresent(const WLSavedAsset *saved);
 
 #endif

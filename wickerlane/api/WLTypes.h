@@ -45,6 +45,7 @@ using WLObject = wickerlane::Object;
 using WLString = wickerlane::String;
 using WLURL = wickerlane::URL;
 using WLNumber = wickerlane::Number;
+using WLDate = wickerlane::Date;
 using WLData = wickerlane::Data;
 using WLArray = wickerlane::Array;
 using WLDictionary = wickerlane::Dictionary;
@@ -57,6 +58,7 @@ typedef void WLObject; ///< Any of the following.
 typedef struct WLString WLString;
 typedef struct WLURL WLURL;
 typedef struct WLNumber WLNumber;
+typedef struct WLDate WLDate;
 typedef struct WLData WLData;
 typedef struct WLArray WLArray;
 typedef struct WLDictionary WLDictionary;
@@ -67,5 +69,8 @@ typedef struct WLQueue WLQueue;
 
 /// Releases the context of a handler.
 typedef void (*WLReleaseContext)(void *context);
+
+/// Gets whether the daemon has done what it was asked for, and if not, why (WLError.h).
+typedef void (*WLDoneHandler)(void *context, bool done, WLError *error);
 
 #endif

@@ -62,6 +62,14 @@ double WLNumberDouble(const WLNumber *number) {
     return number != nullptr ? number->doubleValue() : 0;
 }
 
+WLDate *WLDateCreate(double seconds) {
+    return Date::createWithReferenceSeconds(seconds).leak();
+}
+
+double WLDateSeconds(const WLDate *date) {
+    return date != nullptr ? date->referenceSeconds() : 0;
+}
+
 WLData *WLDataCreate(const void *bytes, size_t length) {
     return bytes != nullptr || length == 0 ? Data::create(bytes, length).leak() : nullptr;
 }

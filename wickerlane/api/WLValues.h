@@ -1,4 +1,4 @@
-// Strings, URLs, numbers and bytes.
+// Strings, URLs, numbers, dates and bytes.
 #ifndef WICKERLANE_API_WLVALUES_H
 #define WICKERLANE_API_WLVALUES_H
 
@@ -38,6 +38,12 @@ WL_EXTERN_C bool WLNumberBool(const WLNumber *number);
 WL_EXTERN_C int64_t WLNumberInt64(const WLNumber *number);
 WL_EXTERN_C uint64_t WLNumberUInt64(const WLNumber *number);
 WL_EXTERN_C double WLNumberDouble(const WLNumber *number);
+
+/// A date: seconds since 2001-01-01 00:00:00 UTC. WLReferenceDate (WLAsset.h) makes them seconds since 1970.
+WL_EXTERN_C WLDate *WLDateCreate(double seconds);
+
+/// Those seconds; 0 for null.
+WL_EXTERN_C double WLDateSeconds(const WLDate *date);
 
 /// A copy of `length` bytes, which may be none. Null for null bytes with a length.
 WL_EXTERN_C WLData *WLDataCreate(const void *bytes, size_t length);

@@ -1,0 +1,23 @@
+// The daemon, and whether this program may use the library. Time limits are in WLError.h.
+#ifndef WICKERLANE_API_WLDAEMON_H
+#define WICKERLANE_API_WLDAEMON_H
+
+#include "wickerlane/api/WLTypes.h"
+
+/// Asks whether this program may use the library; that may ask the library's owner. The handler gets the
+/// answer, on the global queue: with an error when it is no, WLErrorRefused or WLErrorUnreachable. A null
+/// handler does nothing.
+WL_EXTERN_C void WLRequestAccess(WLDoneHandler handler, void *context, WLReleaseContext release);
+
+/// The same. False with an error when the answer is no, and on failure. Blocks.
+WL_EXTERN_C bool WLHasAccess(WLError **error);
+
+/// Starts the daemon if it is not running. All functions that need it do; this one does nothing else, and
+/// returns at once.
+WL_EXTERN_C void WLLaunchDaemon(void);
+
+/// Blocks until all that this program has sent has left it: before it ends, after a function that says that
+/// it sends.
+WL_EXTERN_C void WLWaitUntilSent(void);
+
+#endif

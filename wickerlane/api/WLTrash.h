@@ -1,0 +1,35 @@
+// Deleting assets, and having them again.
+//
+// An asset that is in the trash is no longer among the assets: it is named by its persistent URL, which
+// WLAssetURL() gives while it is there. All functions need the right to delete (WLErrorRefused). The `error`
+// of those that wait for the daemon may be null; what is stored there is borrowed: it is what WLLastError()
+// gives, and null when the daemon has done it. Their failures are WLErrorInvalid for null, WLErrorFailed when
+// the asset is not where it should be, and others.
+//
+// The functions with a handler return at once; the handler is called on the global queue. A null handler does
+// nothing.
+#ifndef WICKERLANE_API_WLTRASH_H
+#define WICKERLANE_API_WLTRASH_H
+
+#include "wickerlane/api/WLAsset.h"
+
+/// Moves an asset to the trash, from where it can be had again for 30 days. False on failure. Blocks.
+WL_EXTERN_C bool WLAssetDelete(const WLAsset *asset, WLError **error);
+WL_EXTERN_C void WLAssetDeleteWithHandler(const WLAsset *asset, WLDoneHandler handler, void *context,
+                                          WLReleaseContext release);
+
+/// Takes an asset out of the trash, with its albums and edits. False on failure. Blocks.
+WL_EXTERN_C bool WLTrashRestore(WLURL *assetURL, WLError **error);
+WL_EXTERN_C void WLTrashRestoreWithHandler(WLURL *assetURL, WLDoneHandler handler, void *context,
+                                           WLReleaseContext release);
+
+/// Deletes an asset of the library or its trash for good. False on failure. Blocks.
+WL_EXTERN_C bool WLTrashRemove(WLURL *assetURL, WLError **error);
+WL_EXTERN_C void WLTrashRemoveWithHandler(WLURL *assetURL, WLDoneHandler handler, void *context,
+                                          WLReleaseContext release);
+
+/// Deletes all that is in the trash for good. False on failure. Blocks.
+WL_EXTERN_C bool WLTrashEmpty(WLError **error);
+WL_EXTERN_C void WLTrashEmptyWithHandler(WLDoneHandler handler, void *context, WLReleaseContext release);
+
+#endif
