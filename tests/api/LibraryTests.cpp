@@ -85,6 +85,24 @@ TEST_F(CLibrary, TellsWhatHasChangedSinceAToken) {
     EXPECT_TRUE(WLChangesIsLast(nullptr));
 }
 
+TEST_F(CLibrary, AwaitsTheNextChange) {
+    const auto start = changesSince(nullptr, 0);
+    const char *const token = WLChangesToken(start.get());
+    const auto await = [&](const char *since) {
+        return codeFrom<WLChanges *>([&](const auto &handler) {
+            WLChangesAwait(since, 10, 600, handler);
+            std::ignore = saveOne();
+        });
+    };
+    EXPECT_EQ(await(token), success);
+    EXPECT_EQ(await("\xff"), WLErrorInvalid);
+    const auto changes = Ref<WLChanges>::adopt(WLChangesCreateWhenAny(token, 10, 600, &error));
+    EXPECT_GT(WLChangesCount(changes.get()), 0U);
+    EXPECT_EQ(error, nullptr);
+    EXPECT_EQ(WLChangesCreateWhenAny(token, 0, 1, &error), nullptr) << "a limit of none";
+    EXPECT_EQ(WLErrorCode(error), WLErrorInvalid);
+}
+
 TEST_F(CLibrary, SharesAlbumsAndTellsOfIt) {
     ASSERT_TRUE(WLStreamAddAlbum("a stream", &error));
     const auto albums = Ref<WLArray>::adopt(WLAlbumsCreate(&error));

@@ -227,6 +227,17 @@ TEST_F(CSaves, OfABatchEachSucceedOrFailByThemselves) {
     });
     answered->wait();
 
+    const std::string file = rootPath() + "/own.png";
+    writeFile(file, picture);
+    const auto own = jobOfFile(file);
+    WLSaveJobSetUnlessPresent(own.get(), true);
+    Array *const files = Array::of({own.get(), jobs[1].get(), own.get()});
+    WLSaveOpenFilesWithHandler(files, [&](WLArray *results, WLError *) {
+        expectResults(results, true);
+        answered->signal();
+    });
+    answered->wait();
+
     EXPECT_EQ(WLArrayCount(WLSaveJobsRun(Array::of({}), &error)), 0U);
     EXPECT_EQ(error, nullptr);
     const auto surface = Ref<WLSurface>::adopt(WLSurfaceCreate(2, 2, WLPixelsGray));

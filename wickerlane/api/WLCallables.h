@@ -6,6 +6,7 @@
 #include "wickerlane/api/RZLibrary.h"
 #include "wickerlane/api/WLAlbum.h"
 #include "wickerlane/api/WLAssetData.h"
+#include "wickerlane/api/WLChanges.h"
 #include "wickerlane/api/WLDaemon.h"
 #include "wickerlane/api/WLEdit.h"
 #include "wickerlane/api/WLSave.h"
@@ -68,6 +69,18 @@ inline void WLSaveJobRunWithHandler(WLSaveJob *job,
 inline void WLSaveJobsRunWithHandler(WLArray *jobs, wickerlane::Handler<void(WLArray *, WLError *)> handler) {
     const wickerlane::CHandler c(std::move(handler));
     WLSaveJobsRunWithHandler(jobs, c.function, c.context, c.release);
+}
+
+inline void WLSaveOpenFilesWithHandler(WLArray *jobs,
+                                       wickerlane::Handler<void(WLArray *, WLError *)> handler) {
+    const wickerlane::CHandler c(std::move(handler));
+    WLSaveOpenFilesWithHandler(jobs, c.function, c.context, c.release);
+}
+
+inline void WLChangesAwait(const char *token, std::size_t limit, std::int64_t seconds,
+                           wickerlane::Handler<void(WLChanges *, WLError *)> handler) {
+    const wickerlane::CHandler c(std::move(handler));
+    WLChangesAwait(token, limit, seconds, c.function, c.context, c.release);
 }
 
 inline void WLAssetDeleteWithHandler(const WLAsset *asset,

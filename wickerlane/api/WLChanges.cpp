@@ -1,6 +1,7 @@
 #include "wickerlane/api/WLChanges.h"
 
 #include "wickerlane/api/CallInternal.h"
+#include "wickerlane/api/ReasonInternal.h"
 
 using namespace wickerlane;
 
@@ -14,13 +15,52 @@ const AssetChange *changeAt(const WLChanges *changes, std::size_t index) {
     return index < WLChangesCount(changes) ? &changes->record().changes[index] : nullptr;
 }
 
+constexpr const char *notUTF8 = "the token is not UTF-8";
+
+bool isToken(const char *token) {
+    return token == nullptr || String::create(token) != nullptr;
+}
+
+std::string textOf(const char *token) {
+    return token != nullptr ? token : "";
+}
+
+template <class Ask>
+WLChanges *create(const char *token, WLError **error, const Ask &ask) {
+    if (!isToken(token))
+        return failing<WLChanges *>(nullptr, ProblemKind::invalid, notUTF8, error);
+    std::optional<ChangesPage> page = ask(textOf(token));
+    return withLastError(page ? makeRef<ChangesObject>(*std::move(page)).leak() : nullptr, error);
+}
+
 } // namespace
 
 WLChanges *WLChangesCreate(const char *token, size_t limit, WLError **error) {
-    if (token != nullptr && !String::create(token))
-        return failing<WLChanges *>(nullptr, ProblemKind::invalid, "the token is not UTF-8", error);
-    auto page = sharedClient()->changesSinceToken(token != nullptr ? token : "", limit);
-    return withLastError(page ? makeRef<ChangesObject>(*std::move(page)).leak() : nullptr, error);
+    return create(token, error,
+                  [&](const std::string &since) { return sharedClient()->changesSinceToken(since, limit); });
+}
+
+WLChanges *WLChangesCreateWhenAny(const char *token, size_t limit, int64_t seconds, WLError **error) {
+    return create(token, error, [&](const std::string &since) {
+        return sharedClient()->awaitChangesSinceToken(since, limit, std::chrono::seconds(seconds));
+    });
+}
+
+void WLChangesAwait(const char *token, size_t limit, int64_t seconds,
+                    void (*handler)(void *, WLChanges *, WLError *), void *context,
+                    WLReleaseContext release) {
+    auto called = handlerOf(handler, context, release);
+    if (!called)
+        return;
+    if (!isToken(token)) {
+        failLater(std::move(called), notUTF8);
+        return;
+    }
+    sharedClient()->awaitChangesSinceToken(
+        textOf(token), limit, std::chrono::seconds(seconds),
+        [called = std::move(called)](const ChangesPage *page, Error *error) {
+            called(page != nullptr ? makeRef<ChangesObject>(*page).get() : nullptr, error);
+        });
 }
 
 size_t WLChangesCount(const WLChanges *changes) {

@@ -1,5 +1,5 @@
 // What has changed in the library since a program last looked. RZRegisterForPhotosAndVideosCount() says when
-// the counts have changed.
+// the counts alone have changed.
 //
 //     WLChanges *changes = WLChangesCreate(token, 1000, &error); // the token that was kept
 //     for (size_t i = 0; i < WLChangesCount(changes); ++i)
@@ -32,6 +32,19 @@ enum {
 /// WLChangesIsLast(). Null on failure, and only then; `error` may be null, and what is stored there is
 /// borrowed: it is what WLLastError() gives, and null when the daemon has answered. Blocks.
 WL_EXTERN_C WLChanges *WLChangesCreate(const char *token, size_t limit, WLError **error);
+
+/// The same as soon as there are any, without asking again and again: none, with a new token, when there are
+/// none after so many seconds, at most 600. The limit is at least 1. At most 16 such calls of a program wait
+/// at a time; further ones are WLErrorBusy. Blocks. After WLErrorEnding, ask again with the same token. A
+/// time limit (WLError.h) should allow more than `seconds`.
+WL_EXTERN_C WLChanges *WLChangesCreateWhenAny(const char *token, size_t limit, int64_t seconds,
+                                              WLError **error);
+
+/// The same, without blocking. The handler gets the changes, borrowed, or null and an error. It is called on
+/// the global queue; a null one does nothing.
+WL_EXTERN_C void WLChangesAwait(const char *token, size_t limit, int64_t seconds,
+                                void (*handler)(void *context, WLChanges *changes, WLError *error),
+                                void *context, WLReleaseContext release);
 
 /// How many changes there are; 0 for null.
 WL_EXTERN_C size_t WLChangesCount(const WLChanges *changes);

@@ -54,6 +54,25 @@ Ref<Array> entriesOf(const WLArray *jobs) {
     return entries;
 }
 
+using ResultsHandler = Handler<void(Array *, Error *)>;
+
+void saveAll(void (JXGatekeeperClient::*save)(Array *, ResultsHandler), const WLArray *jobs,
+             ResultsHandler handler) {
+    if (!handler)
+        return;
+    const auto entries = entriesOf(jobs);
+    if (!entries) {
+        failLater(std::move(handler), badBatch);
+        return;
+    }
+    const std::size_t count = entries->count();
+    const auto answered = [handler = std::move(handler), count](Array *results, const Error *error) {
+        const bool isWhole = results != nullptr && results->count() == count;
+        handler(isWhole ? results : nullptr, isWhole ? nullptr : reasonOf(error, noAnswer).get());
+    };
+    (sharedClient()->*save)(entries.get(), answered);
+}
+
 bool flag(const WLSavedAsset *saved, std::string_view key) {
     return saved != nullptr && WLNumberBool(saved->get<Number>(key));
 }
@@ -148,20 +167,14 @@ WLArray *WLSaveJobsRun(WLArray *jobs, WLError **error) {
 
 void WLSaveJobsRunWithHandler(WLArray *jobs, void (*handler)(void *, WLArray *, WLError *), void *context,
                               WLReleaseContext release) {
-    auto called = handlerOf(handler, context, release);
-    if (!called)
-        return;
-    const auto entries = entriesOf(jobs);
-    if (!entries) {
-        failLater(std::move(called), badBatch);
-        return;
-    }
-    const std::size_t count = entries->count();
-    sharedClient()->batchSaveAssetsWithJobDictionaries(
-        entries.get(), [called = std::move(called), count](Array *results, const Error *error) {
-            const bool isWhole = results != nullptr && results->count() == count;
-            called(isWhole ? results : nullptr, isWhole ? nullptr : reasonOf(error, noAnswer).get());
-        });
+    saveAll(&JXGatekeeperClient::batchSaveAssetsWithJobDictionaries, jobs,
+            handlerOf(handler, context, release));
+}
+
+void WLSaveOpenFilesWithHandler(WLArray *jobs, void (*handler)(void *, WLArray *, WLError *), void *context,
+                                WLReleaseContext release) {
+    saveAll(&JXGatekeeperClient::saveOpenFilesWithJobDictionaries, jobs,
+            handlerOf(handler, context, release));
 }
 
 WLSavedAsset *WLSaveResultsGet(const WLArray *results, size_t index, WLError **error) {

@@ -91,6 +91,12 @@ WL_EXTERN_C void WLSaveJobsRunWithHandler(WLArray *jobs,
                                           void (*handler)(void *context, WLArray *results, WLError *error),
                                           void *context, WLReleaseContext release);
 
+/// The same for jobs that name files: this program opens them and sends them along, so that a daemon of
+/// another user, such as one of the whole device, need not have the right to read them.
+WL_EXTERN_C void WLSaveOpenFilesWithHandler(WLArray *jobs,
+                                            void (*handler)(void *context, WLArray *results, WLError *error),
+                                            void *context, WLReleaseContext release);
+
 /// What came of the job at an index, which counts from 0; it lives as long as the results. Null with an
 /// error, which is borrowed, when that job was not saved: WLErrorFailed and a text that says why, or
 /// WLErrorInvalid when there is no job at the index. WLLastError() stays as it is.
