@@ -21,6 +21,11 @@ static void appendAndStop(void *context) {
     WLMainStop();
 }
 
+static void stop(void *context) {
+    (void)context;
+    WLMainStop();
+}
+
 static void released(void *context) {
     strcat(context, "r");
 }
@@ -50,6 +55,11 @@ static const char *faultOfValues(void) {
     CHECK(WLNumberUInt64(numbers[2]) == UINT64_MAX && WLNumberDouble(numbers[3]) == 2.5);
     CHECK(!WLNumberBool(NULL) && WLNumberInt64(NULL) == 0 && WLNumberUInt64(NULL) == 0 &&
           WLNumberDouble(NULL) == 0);
+
+    WLDate *date = WLDateCreate(86400.5);
+    CHECK(WLDateSeconds(date) == 86400.5 && WLDateSeconds(NULL) == 0);
+    CHECK(WLAsDate(date) == date && WLAsDate(text) == NULL);
+    WLRelease(date);
 
     WLObject *values[] = {text, numbers[1]};
     WLArray *array = WLArrayCreate(values, 2);
@@ -149,6 +159,20 @@ static const char *faultOfTheLibrary(void) {
     CHECK(WLAssetPageCount(NULL) == 0 && WLAssetPageGet(NULL, 0) == NULL && WLAssetPageCursor(NULL) == NULL);
     CHECK(WLAssetUUID(NULL) == NULL && WLAssetURL(NULL) == NULL && WLAssetFilePath(NULL) == NULL);
     CHECK(WLAssetSHA256(NULL) == NULL && WLAssetDate(NULL) == 0 && WLAssetWidth(NULL) == 0);
+    CHECK(!WLTrashRestore(NULL, &error) && WLErrorCode(error) == WLErrorInvalid);
+    CHECK(!WLAssetRevert(NULL, &error) && WLErrorCode(error) == WLErrorInvalid);
+    CHECK(!WLMomentAnalyze(NULL, &error) && WLErrorCode(error) == WLErrorInvalid);
+    CHECK(WLSaveJobsRun(NULL, &error) == NULL && WLErrorCode(error) == WLErrorInvalid);
+    CHECK(WLChangesCreate(NULL, 0, &error) == NULL && WLErrorCode(error) == WLErrorUnreachable);
+    CHECK(WLChangesCount(NULL) == 0 && WLChangesToken(NULL) == NULL && WLChangesUUID(NULL, 0) == NULL);
+    CHECK(!WLSavedAssetCompanionWasSaved(NULL) && !WLSavedAssetCompanionWasPresent(NULL));
+    WLSaveJobSetPreview(NULL, NULL);
+    WLSaveJobSetKind(NULL, WLAssetKindVideo);
+    WLSurface *surface = WLSurfaceCreate(3, 2, WLPixelsGray);
+    CHECK(WLSurfaceWidth(surface) == 3 && WLSurfaceHeight(surface) == 2);
+    CHECK(WLSurfaceBytesPerRow(surface) >= 3 && WLSurfaceBytes(surface) == WLSurfaceWritableBytes(surface));
+    CHECK(WLSurfaceWidth(NULL) == 0 && WLSurfaceBytes(NULL) == NULL && WLSurfaceWritableBytes(NULL) == NULL);
+    WLRelease(surface);
     double latitude = 1, longitude = 2;
     CHECK(!WLAssetGetLocation(NULL, &latitude, &longitude) && latitude == 0 && longitude == 0);
     CHECK(!WLAssetGetLocation(NULL, NULL, NULL));
@@ -156,6 +180,23 @@ static const char *faultOfTheLibrary(void) {
     CHECK(WLMomentPageGet(NULL, 0) == NULL && WLMomentKeyAsset(NULL) == NULL);
     CHECK(WLDuplicatesPageGet(NULL, 0) == NULL && WLDuplicatesGetUUID(NULL, 0) == NULL);
     CHECK(WLAsAsset(NULL) == NULL && WLAsAlbum(NULL) == NULL);
+    return NULL;
+}
+
+static void answered(void *context, bool done, WLError *error) {
+    *(bool *)context = !done && WLErrorCode(error) == WLErrorInvalid;
+    WLQueueAsync(WLQueueMain(), stop, NULL, NULL);
+}
+
+static const char *faultOfHandlers(void) {
+    bool isRefused = false;
+    WLTrashRestoreWithHandler(NULL, answered, &isRefused, NULL);
+    WLMainRun();
+    CHECK(isRefused);
+    char seen[16] = "";
+    WLTrashRestoreWithHandler(NULL, NULL, seen, released);
+    WLRequestAccess(NULL, seen, released);
+    CHECK(strcmp(seen, "rr") == 0);
     return NULL;
 }
 
@@ -178,6 +219,8 @@ const char *faultOfAccessors(void) {
         fault = faultOfErrors();
     if (fault == NULL)
         fault = faultOfTheLibrary();
+    if (fault == NULL)
+        fault = faultOfHandlers();
     if (fault == NULL)
         fault = faultOfConstants();
     WLScopePop(scope);
