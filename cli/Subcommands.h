@@ -16,7 +16,7 @@ SetUp setUpAlbum, setUpFeed, setUpBulletins, setUpStream, setUpPurge, setUpPerso
 SetUp setUpMoments, setUpDuplicates;
 SetUp setUpDaemon, setUpCheck, setUpSizes, setUpRebuildThumbnails, setUpRestore, setUpBackup;
 SetUp setUpConsent, setUpEntitlement;
-SetUp setUpText, setUpDescribe, setUpUuid, setUpProcess, setUpDevice;
+SetUp setUpMonitor, setUpText, setUpDescribe, setUpUuid, setUpProcess, setUpDevice;
 
 struct Subcommand {
     const char *name;
@@ -70,6 +70,7 @@ inline constexpr Subcommand subcommands[] = {
     {"restore", "Maintenance", "Restore a library from its files", setUpRestore},
     {"consent", "Permissions", "Decide which programs may use the library", setUpConsent},
     {"entitlement", "Permissions", "Decide which programs may edit and delete assets", setUpEntitlement},
+    {"monitor", "Tools", "Show what travels between applications and the daemon", setUpMonitor},
     {"text", "Tools", "Show a text of the library in a language", setUpText},
     {"describe", "Tools", "Describe numbers of photos and videos in words", setUpDescribe},
     {"uuid", "Tools", "Make UUIDs, or write them in the library's form", setUpUuid},

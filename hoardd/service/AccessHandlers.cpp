@@ -37,6 +37,15 @@ std::optional<Answer> nothingToSay(Library *, const Call &) {
     return Answer();
 }
 
+Result<Answer> takeTraffic(const Call &call) {
+    if (!call.mayReadFiles())
+        return fail(ProblemKind::refused, "only the user that hoardd serves may watch what travels");
+    const auto noted = Traffic::ofProcess().take(call.peer(), call.get(keys::withTexts));
+    if (!noted)
+        return passOn(noted);
+    return Answer().set(keys::traffic, noted->events.get()).set(keys::lost, noted->lost);
+}
+
 constexpr Operation operations[] = {
     {.row = &protocol::requestAccess,
      .handler = requestAccess,
@@ -47,6 +56,7 @@ constexpr Operation operations[] = {
      .handler = launchHoardd,
      .callers = Callers::everybody,
      .known = nothingToSay},
+    {.row = &protocol::takeTraffic, .handler = takeTraffic},
 };
 
 } // namespace

@@ -5,6 +5,7 @@
 #include <exception>
 
 #include "hoardd/service/Operation.h"
+#include "hoardd/service/Traffic.h"
 #include "wickerlane/platform/message/listener/MessageListener.h"
 
 namespace wickerlane::hoardd {
@@ -19,6 +20,11 @@ public:
         Call call(*this);
         call.served = &operation;
         return call;
+    }
+
+    /// The same request, which is noted together with its answer.
+    [[nodiscard]] Call noted(const protocol::Row *row) const {
+        return Call(Traffic::ofProcess().note(received.get(), row).get());
     }
 
     template <class Coding>

@@ -5,6 +5,7 @@
 #include "hoardd/service/Access.h"
 #include "hoardd/service/Ending.h"
 #include "hoardd/service/PeerLog.h"
+#include "wickerlane/protocol/CoreRows.h"
 
 namespace wickerlane::hoardd {
 
@@ -89,10 +90,14 @@ Result<const Operation *> Dispatcher::find(const Call &call) const {
                 misfits.empty() ? "there is no operation " + std::to_string(code) : misfits);
 }
 
-void Dispatcher::dispatch(const Call &received) {
+void Dispatcher::dispatch(const Call &asked) {
     memory.noteWork();
-    const PeerLogScope logged(received.peer().process);
-    const auto operation = find(received);
+    const PeerLogScope logged(asked.peer().process);
+    const auto operation = find(asked);
+    const protocol::Row *row = operation ? (*operation)->row : nullptr;
+    // Questions for what was noted are not: they would make each other longer.
+    const bool isNoted = Traffic::isWatched() && row != &protocol::takeTraffic;
+    const Call received = isNoted ? asked.noted(row) : asked;
     if (!operation)
         return received.refuse(operation.error());
     const Call call = received.servedBy(**operation);
@@ -114,7 +119,7 @@ bool Dispatcher::mayBeKnown(const Call &call) const {
 }
 
 bool Dispatcher::serveKnown(const Call &received) {
-    if (!mayBeKnown(received))
+    if (!mayBeKnown(received) || Traffic::isWatched())
         return false; // and is looked at once, where it is served
     const auto operation = find(received);
     if (!operation || (*operation)->known == nullptr || (*operation)->entitlement != nullptr)

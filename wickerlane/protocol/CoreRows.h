@@ -11,6 +11,10 @@ inline constexpr Row requestAccess{3, "requestAccessWithHandler:", request(), re
 
 inline constexpr Row launchHoardd{10, "launchHoardd", request(), reply()};
 
+/// For the command's `monitor`.
+inline constexpr Row takeTraffic{1042, "takeTrafficWithTexts:", request(whenSet(keys::withTexts)),
+                                 reply(keys::traffic, keys::lost)};
+
 } // namespace wickerlane::protocol
 
 #endif

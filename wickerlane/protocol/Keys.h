@@ -57,6 +57,7 @@ inline constexpr Key<coding::Bool> jobQueueFull{"jobQueueFull"};
 inline constexpr Key<coding::UInt64> lastClearedRecordID{"kJXLastClearedRecordIDKey"};
 inline constexpr Key<coding::UInt64> limit{"limit"};
 inline constexpr Key<coding::ByteData> lists{"lists"};
+inline constexpr Key<coding::UInt64> lost{"lost"};
 inline constexpr Key<coding::Mapping> metadata{"metadata"};
 inline constexpr Key<coding::ObjectID> momentListOID{"momentListOID"};
 inline constexpr Key<coding::ObjectID> momentOID{"momentOID"};
@@ -94,6 +95,7 @@ inline constexpr Key<coding::Text> streamID{"streamID"};
 inline constexpr Key<coding::Bool> success{"success"};
 inline constexpr Key<coding::ByteData> thumbnailImageData{"kJXThumbnailImageDataKey"};
 inline constexpr Key<coding::Text> token{"token"};
+inline constexpr Key<coding::List> traffic{"traffic"};
 inline constexpr Key<coding::Int64> unit{"unit"};
 inline constexpr Key<coding::Location> url{"url"};
 inline constexpr Key<coding::Int64> version{"version"};
@@ -101,6 +103,7 @@ inline constexpr Key<coding::UInt64> videoCount{"videoCount"};
 inline constexpr Key<coding::Location> videoURL{"videoURL"};
 inline constexpr Key<coding::Bool> waitingForReply{"waitingForReply"};
 inline constexpr Key<coding::Bool> withAdjustments{"withAdjustments"};
+inline constexpr Key<coding::Bool> withTexts{"withTexts"};
 
 } // namespace wickerlane::protocol::keys
 

@@ -1,0 +1,199 @@
+#include "hoardd/service/TrafficEvents.h"
+
+#include <algorithm>
+#include <string>
+
+#include "wickerlane/platform/message/value/MessageConversion.h"
+#include "wickerlane/platform/object/Array.h"
+#include "wickerlane/platform/object/Number.h"
+#include "wickerlane/platform/propertylist/PropertyList.h"
+#include "wickerlane/protocol/Keys.h"
+#include "wickerlane/protocol/TrafficKeys.h"
+
+namespace wickerlane::hoardd {
+
+namespace traffic = protocol::traffic;
+
+namespace {
+
+/// What is longer is only measured, so that watching a save of many pictures copies none of them.
+constexpr std::size_t maxShownBytes = 64 << 10;
+
+const char *nameOf(MessageKind kind) {
+    switch (kind) {
+    case MessageKind::string:
+        return "string";
+    case MessageKind::int64:
+        return "int64";
+    case MessageKind::uint64:
+        return "uint64";
+    case MessageKind::boolean:
+        return "boolean";
+    case MessageKind::real:
+        return "real";
+    case MessageKind::date:
+        return "date";
+    case MessageKind::uuid:
+        return "uuid";
+    case MessageKind::data:
+        return "data";
+    case MessageKind::sharedMemory:
+        return "sharedMemory";
+    case MessageKind::fileDescriptor:
+        return "fileDescriptor";
+    case MessageKind::dictionary:
+        return "dictionary";
+    case MessageKind::array:
+        return "array";
+    case MessageKind::error:
+        return "error";
+    }
+    return "unknown";
+}
+
+/// The bytes of the contents, without what tells them apart on the way.
+std::size_t bytesOf(const MessageValue *value) {
+    if (const auto *scalar = as<MessageScalar>(value))
+        return scalar->kind() == MessageKind::string ? scalar->stringValue().size() : sizeof(std::int64_t);
+    if (const auto *data = as<MessageData>(value))
+        return data->length();
+    if (const auto *shared = as<MessageSharedMemory>(value))
+        return shared->memory()->length();
+    std::size_t bytes = 0;
+    if (const auto *array = as<MessageArray>(value))
+        for (std::size_t i = 0; i < array->count(); ++i)
+            bytes += bytesOf(array->at(i));
+    if (const auto *dictionary = as<MessageDictionary>(value))
+        dictionary->forEach([&](const char *key, MessageValue *each) {
+            bytes += std::string_view(key).size() + bytesOf(each);
+            return true;
+        });
+    return bytes;
+}
+
+/// A tree whose data is replaced by how many bytes it has.
+Ref<Object> withoutData(Object *object) {
+    if (const auto *data = as<Data>(object))
+        return Dictionary::createWithKeys(
+            {{traffic::bytes, Number::of(static_cast<std::uint64_t>(data->length()))}});
+    if (const auto *array = as<Array>(object)) {
+        auto made = MutableArray::create();
+        for (Object *each : *array)
+            made->append(withoutData(each).get());
+        return made;
+    }
+    if (const auto *dictionary = as<Dictionary>(object)) {
+        auto made = MutableDictionary::create();
+        for (const auto &[key, value] : *dictionary)
+            if (const auto *text = as<String>(key))
+                made->set(text->utf8(), withoutData(value).get());
+        return made;
+    }
+    return Ref<Object>(object);
+}
+
+/// Whether data names something: object IDs travel as the bytes of their URLs.
+bool isURL(Bytes data) {
+    const std::string_view text(reinterpret_cast<const char *>(data.data()), data.size());
+    return text.starts_with("x-hoard") &&
+           std::ranges::all_of(text, [](char each) { return each > ' ' && each < 0x7F; });
+}
+
+/// What a value says; null when that is not to be shown.
+Ref<Object> contentsOf(const MessageValue *value, bool isList) {
+    if (const auto *data = as<MessageData>(value)) {
+        const Bytes bytes(static_cast<const std::byte *>(data->bytes()), data->length());
+        if (isURL(bytes))
+            return String::create({reinterpret_cast<const char *>(bytes.data()), bytes.size()});
+        const auto list =
+            isList ? createPropertyListObject(bytes, nullptr, nullptr, 16 * maxShownBytes) : Ref<Object>();
+        return list ? withoutData(list.get()) : nullptr;
+    }
+    const auto object = createObject(value);
+    return object ? withoutData(object.get()) : nullptr;
+}
+
+Ref<Dictionary> describe(const MessageValue *value, bool isList, bool withTexts) {
+    auto described = MutableDictionary::create();
+    const std::size_t bytes = bytesOf(value);
+    described->set(traffic::kind, String::of(isList ? "list" : nameOf(value->kind())));
+    described->set(traffic::bytes, Number::of(static_cast<std::uint64_t>(bytes)));
+    const auto *scalar = as<MessageScalar>(value);
+    const bool isNumber = scalar != nullptr && scalar->kind() != MessageKind::string;
+    if ((isNumber || withTexts) && bytes <= maxShownBytes)
+        if (const auto contents = contentsOf(value, isList))
+            described->set(traffic::value, contents.get());
+    return described;
+}
+
+/// Of all keys but that of the operation.
+Ref<Dictionary> describeValues(const MessageDictionary &message, const protocol::Fields *fields,
+                               bool withTexts) {
+    const auto isList = [fields](std::string_view key) {
+        return fields != nullptr && std::ranges::any_of(fields->all(), [&](const protocol::Field &field) {
+                   return field.key == key && field.isList;
+               });
+    };
+    auto values = MutableDictionary::create();
+    message.forEach([&](const char *key, MessageValue *value) {
+        if (std::string_view(key) != protocol::keys::operation.text)
+            values->set(key, describe(value, isList(key), withTexts).get());
+        return true;
+    });
+    return values;
+}
+
+Ref<MutableDictionary> eventOf(const char *what, std::uint64_t number) {
+    auto event = MutableDictionary::create();
+    event->set(traffic::event, String::of(what));
+    event->set(traffic::number, Number::of(number));
+    return event;
+}
+
+Ref<MutableDictionary> endEvent(std::uint64_t number, std::chrono::nanoseconds time) {
+    auto event = eventOf(traffic::answer, number);
+    event->set(traffic::seconds, Number::of(std::chrono::duration<double>(time).count()));
+    return event;
+}
+
+} // namespace
+
+Ref<Dictionary> requestEvent(std::uint64_t number, const ReceivedMessage &message, const protocol::Row *row,
+                             bool withTexts) {
+    auto event = eventOf(traffic::request, number);
+    const MessageDictionary &contents = *message.message();
+    const PeerIdentity &peer = message.peer()->identity();
+    const auto now = std::chrono::system_clock::now().time_since_epoch();
+    event->set(traffic::date, Date::createWithUnixSeconds(std::chrono::duration<double>(now).count()).get());
+    event->set(traffic::process, Number::of(std::int64_t{peer.process}));
+    event->set(traffic::user, Number::of(std::uint64_t{peer.user}));
+    event->set(traffic::program, String::of(peer.program.path));
+    event->set(traffic::operation, Number::of(contents.getInt64(protocol::keys::operation.text)));
+    if (row != nullptr)
+        event->set(traffic::name, String::of(row->name));
+    event->set(traffic::wantsReply, Number::of(message.wantsReply()));
+    event->set(traffic::bytes, Number::of(static_cast<std::uint64_t>(bytesOf(&contents))));
+    event->set(traffic::values,
+               describeValues(contents, row != nullptr ? &row->requestKeys : nullptr, withTexts).get());
+    return event;
+}
+
+Ref<Dictionary> answerEvent(std::uint64_t number, const MessageDictionary *answer, const protocol::Row *row,
+                            std::chrono::nanoseconds time, bool withTexts) {
+    auto event = endEvent(number, time);
+    event->set(traffic::bytes, Number::of(static_cast<std::uint64_t>(bytesOf(answer))));
+    event->set(traffic::values,
+               describeValues(*answer, row != nullptr ? &row->replyKeys : nullptr, withTexts).get());
+    return event;
+}
+
+Ref<Dictionary> errorEvent(std::uint64_t number, std::string_view text, std::int64_t kind,
+                           std::chrono::nanoseconds time, bool withTexts) {
+    auto event = endEvent(number, time);
+    event->set(traffic::errorKind, Number::of(kind));
+    if (withTexts)
+        event->set(traffic::error, String::of(text));
+    return event;
+}
+
+} // namespace wickerlane::hoardd

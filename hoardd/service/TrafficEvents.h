@@ -1,0 +1,28 @@
+// Messages between applications and hoardd as property lists, for who watches them.
+#ifndef HOARDD_SERVICE_TRAFFICEVENTS_H
+#define HOARDD_SERVICE_TRAFFICEVENTS_H
+
+#include <chrono>
+
+#include "wickerlane/platform/message/listener/MessageListener.h"
+#include "wickerlane/platform/object/Dictionary.h"
+#include "wickerlane/protocol/Row.h"
+
+namespace wickerlane::hoardd {
+
+/// A request that comes. The row is null when it is of none. What texts, lists and mappings say is left out
+/// without `withTexts`, and what data says always is.
+[[nodiscard]] Ref<Dictionary> requestEvent(std::uint64_t number, const ReceivedMessage &message,
+                                           const protocol::Row *row, bool withTexts);
+
+/// The answer to the request with that number, after so much time.
+[[nodiscard]] Ref<Dictionary> answerEvent(std::uint64_t number, const MessageDictionary *answer,
+                                          const protocol::Row *row, std::chrono::nanoseconds time,
+                                          bool withTexts);
+/// The same for one that is refused by an error.
+[[nodiscard]] Ref<Dictionary> errorEvent(std::uint64_t number, std::string_view text, std::int64_t kind,
+                                         std::chrono::nanoseconds time, bool withTexts);
+
+} // namespace wickerlane::hoardd
+
+#endif
