@@ -1,0 +1,1 @@
+target_link_libraries(testing_tests PRIVATE wickerlane_testing)

@@ -1,0 +1,262 @@
+#include "wickerlane/testing/MadeUpRecords.h"
+
+#include <algorithm>
+#include <concepts>
+#include <cstring>
+#include <stdexcept>
+
+#include "wickerlane/model/RecordFaults.h"
+#include "wickerlane/platform/object/Data.h"
+#include "wickerlane/platform/object/Dictionary.h"
+#include "wickerlane/platform/object/Format.h"
+#include "wickerlane/platform/object/Number.h"
+#include "wickerlane/platform/object/String.h"
+
+namespace wickerlane {
+
+namespace {
+
+/// The same for each record of a number, and different ones for different kinds.
+std::string madeUpUUID(unsigned kind, std::int64_t number) {
+    return formatUTF8("00000000-0000-4000-%04X-%012llX", 0x8000 + kind, static_cast<long long>(number));
+}
+
+constexpr unsigned assetKind = 1, albumKind = 2;
+
+template <class Record>
+void numberRecord(Record &record, std::size_t index) {
+    if (record.primaryKey == 0)
+        record.primaryKey = static_cast<std::int64_t>(index + 1);
+}
+
+template <class Record>
+void checkRecord(const Record &record, const char *what) {
+    if (const std::string fault = faultOf(record); !fault.empty())
+        throw std::invalid_argument(std::string(what) + " " + record.uuid + " can't be one: " + fault);
+}
+
+// Each gives false for an object of another type, or a number that does not fit.
+
+bool take(const Object *object, std::string &value) {
+    const auto *text = as<String>(object);
+    if (text != nullptr)
+        value = text->utf8();
+    return text != nullptr;
+}
+bool take(const Object *object, bool &value) {
+    const auto *number = as<Number>(object);
+    if (number == nullptr || number->kind() != Number::Kind::boolean)
+        return false;
+    value = number->boolValue();
+    return true;
+}
+bool take(const Object *object, double &value) {
+    if (const auto *date = as<Date>(object)) {
+        value = date->referenceSeconds();
+        return true;
+    }
+    const auto *number = as<Number>(object);
+    if (number == nullptr || number->kind() == Number::Kind::boolean)
+        return false;
+    value = number->doubleValue();
+    return true;
+}
+template <std::integral Integer>
+bool take(const Object *object, Integer &value) {
+    const auto *number = as<Number>(object);
+    if (number == nullptr || number->kind() == Number::Kind::boolean || number->kind() == Number::Kind::real)
+        return false;
+    if (number->kind() == Number::Kind::unsignedInteger) {
+        value = static_cast<Integer>(number->uint64Value());
+        return std::in_range<Integer>(number->uint64Value());
+    }
+    value = static_cast<Integer>(number->int64Value());
+    return std::in_range<Integer>(number->int64Value());
+}
+bool take(const Object *object, AssetKind &value) {
+    std::string name;
+    if (!take(object, name) || (name != "photo" && name != "video"))
+        return false;
+    value = name == "video" ? AssetKind::video : AssetKind::photo;
+    return true;
+}
+bool take(const Object *object, Sha256 &value) {
+    const auto *data = as<Data>(object);
+    if (data == nullptr || data->length() != value.size())
+        return false;
+    std::memcpy(value.data(), data->bytes(), value.size());
+    return true;
+}
+template <class Value>
+bool take(const Object *object, std::optional<Value> &value) {
+    return take(object, value.emplace());
+}
+bool take(const Object *object, std::vector<std::string> &values) {
+    const auto *array = as<Array>(object);
+    return array != nullptr && array->holdsObjects() &&
+           std::all_of(array->begin(), array->end(),
+                       [&](const Object *each) { return take(each, values.emplace_back()); });
+}
+
+bool takeKeywords(AssetRecord &record, const Object *object) {
+    std::vector<std::string> keywords;
+    if (!take(object, keywords))
+        return false;
+    for (const std::string &each : keywords)
+        record.keywords.append(record.keywords.empty() ? "" : "\n").append(each);
+    return true;
+}
+
+template <class Record>
+struct Fact {
+    std::string_view key;
+    bool (*set)(Record &, const Object *);
+};
+
+template <class Record, auto member>
+constexpr Fact<Record> fact(std::string_view key) {
+    return {key, [](Record &record, const Object *value) { return take(value, record.*member); }};
+}
+template <auto member>
+constexpr Fact<AssetRecord> ofAsset(std::string_view key) {
+    return fact<AssetRecord, member>(key);
+}
+template <auto member>
+constexpr Fact<MomentRecord> ofMoment(std::string_view key) {
+    return fact<MomentRecord, member>(key);
+}
+
+constexpr Fact<AssetRecord> assetFacts[] = {
+    ofAsset<&AssetRecord::uuid>("uuid"),
+    ofAsset<&AssetRecord::kind>("kind"),
+    ofAsset<&AssetRecord::directory>("directory"),
+    ofAsset<&AssetRecord::filename>("filename"),
+    ofAsset<&AssetRecord::originalFilename>("originalFilename"),
+    ofAsset<&AssetRecord::format>("format"),
+    ofAsset<&AssetRecord::width>("width"),
+    ofAsset<&AssetRecord::height>("height"),
+    ofAsset<&AssetRecord::orientation>("orientation"),
+    ofAsset<&AssetRecord::clockDate>("date"),
+    ofAsset<&AssetRecord::dateCreated>("dateCreated"),
+    ofAsset<&AssetRecord::dateAdded>("dateAdded"),
+    ofAsset<&AssetRecord::zoneMinutes>("zoneMinutes"),
+    ofAsset<&AssetRecord::latitude>("latitude"),
+    ofAsset<&AssetRecord::longitude>("longitude"),
+    ofAsset<&AssetRecord::byteSize>("byteSize"),
+    ofAsset<&AssetRecord::sha256>("sha256"),
+    ofAsset<&AssetRecord::thumbnailIndex>("thumbnailIndex"),
+    ofAsset<&AssetRecord::duration>("duration"),
+    ofAsset<&AssetRecord::problem>("problem"),
+    ofAsset<&AssetRecord::externalUsageIntent>("externalUsageIntent"),
+    ofAsset<&AssetRecord::camera>("camera"),
+    ofAsset<&AssetRecord::lens>("lens"),
+    ofAsset<&AssetRecord::exposureSeconds>("exposureSeconds"),
+    ofAsset<&AssetRecord::aperture>("aperture"),
+    ofAsset<&AssetRecord::isoSpeed>("isoSpeed"),
+    ofAsset<&AssetRecord::focalLength>("focalLength"),
+    ofAsset<&AssetRecord::favourite>("favourite"),
+    ofAsset<&AssetRecord::hidden>("hidden"),
+    ofAsset<&AssetRecord::rating>("rating"),
+    ofAsset<&AssetRecord::caption>("caption"),
+    {"keywords", takeKeywords},
+};
+
+constexpr Fact<AlbumRecord> albumFacts[] = {
+    fact<AlbumRecord, &AlbumRecord::uuid>("uuid"),
+    fact<AlbumRecord, &AlbumRecord::name>("name"),
+    fact<AlbumRecord, &AlbumRecord::streamID>("streamID"),
+    fact<AlbumRecord, &AlbumRecord::dateCreated>("dateCreated"),
+    fact<AlbumRecord, &AlbumRecord::assetCount>("assetCount"),
+};
+
+constexpr Fact<MomentRecord> momentFacts[] = {
+    ofMoment<&MomentRecord::primaryKey>("number"),     ofMoment<&MomentRecord::list>("listNumber"),
+    ofMoment<&MomentRecord::startDate>("startDate"),   ofMoment<&MomentRecord::endDate>("endDate"),
+    ofMoment<&MomentRecord::assetCount>("assetCount"), ofMoment<&MomentRecord::photoCount>("photoCount"),
+    ofMoment<&MomentRecord::videoCount>("videoCount"), ofMoment<&MomentRecord::latitude>("latitude"),
+    ofMoment<&MomentRecord::longitude>("longitude"),   ofMoment<&MomentRecord::keyAsset>("keyAsset"),
+    ofMoment<&MomentRecord::isAnalyzed>("isAnalyzed"), ofMoment<&MomentRecord::uuids>("uuids"),
+};
+
+constexpr Fact<DuplicatesRecord> duplicatesFacts[] = {
+    fact<DuplicatesRecord, &DuplicatesRecord::isSame>("isSame"),
+    fact<DuplicatesRecord, &DuplicatesRecord::uuids>("uuids"),
+};
+
+template <class Record, std::size_t count>
+std::vector<Record> recordsOf(const Object *given, const Fact<Record> (&known)[count],
+                              std::string_view what) {
+    const auto *array = as<Array>(given);
+    if (array == nullptr || !array->holdsObjects())
+        throw std::invalid_argument(std::string(what) + "s are an array of dictionaries");
+    std::vector<Record> records;
+    for (const Object *each : *array) {
+        const auto *facts = as<Dictionary>(each);
+        if (facts == nullptr)
+            throw std::invalid_argument(std::string(what) + "s are an array of dictionaries");
+        Record &record = records.emplace_back();
+        for (const Dictionary::Entry &entry : *facts) {
+            const auto *key = as<String>(entry.key);
+            const std::string name(key != nullptr ? key->utf8() : "");
+            const auto found = std::ranges::find(known, name, &Fact<Record>::key);
+            if (found == std::end(known))
+                throw std::invalid_argument("no " + std::string(what) + " has a \"" + name + "\"");
+            if (!found->set(record, entry.value))
+                throw std::invalid_argument("the \"" + name + "\" of the " + std::string(what) +
+                                            " can't have that value");
+        }
+    }
+    return records;
+}
+
+} // namespace
+
+void completeRecords(std::vector<AssetRecord> &records) {
+    for (std::size_t i = 0; i < records.size(); ++i) {
+        AssetRecord &each = records[i];
+        const bool isVideo = each.kind == AssetKind::video;
+        numberRecord(each, i);
+        if (each.uuid.empty())
+            each.uuid = madeUpUUID(assetKind, each.primaryKey);
+        if (each.directory.empty())
+            each.directory = "DCIM/100MADEUP";
+        if (each.filename.empty())
+            each.filename =
+                formatUTF8("IMG_%04lld.%s", static_cast<long long>(each.primaryKey), isVideo ? "MOV" : "JPG");
+        if (each.format.empty())
+            each.format = isVideo ? "video/quicktime" : "image/jpeg";
+        checkRecord(each, "the asset");
+    }
+}
+
+void completeRecords(std::vector<AlbumRecord> &records) {
+    for (std::size_t i = 0; i < records.size(); ++i) {
+        AlbumRecord &each = records[i];
+        numberRecord(each, i);
+        if (each.uuid.empty())
+            each.uuid = madeUpUUID(albumKind, each.primaryKey);
+        if (each.name.empty())
+            each.name = formatUTF8("Album %lld", static_cast<long long>(each.primaryKey));
+        checkRecord(each, "the album");
+    }
+}
+
+void completeRecords(std::vector<MomentRecord> &records) {
+    for (std::size_t i = 0; i < records.size(); ++i)
+        numberRecord(records[i], i);
+}
+
+std::vector<AssetRecord> assetsOfFacts(const Object *facts) {
+    return recordsOf(facts, assetFacts, "asset");
+}
+std::vector<AlbumRecord> albumsOfFacts(const Object *facts) {
+    return recordsOf(facts, albumFacts, "album");
+}
+std::vector<MomentRecord> momentsOfFacts(const Object *facts) {
+    return recordsOf(facts, momentFacts, "moment");
+}
+std::vector<DuplicatesRecord> duplicatesOfFacts(const Object *facts) {
+    return recordsOf(facts, duplicatesFacts, "group");
+}
+
+} // namespace wickerlane
