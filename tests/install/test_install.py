@@ -17,7 +17,7 @@ arguments = argparse.ArgumentParser()
 for name in ('build', 'cmake', 'generator', 'cc', 'cxx', 'sanitize'):
     arguments.add_argument('--' + name, required=True)
 options = arguments.parse_args()
-application = pathlib.Path(__file__).parent / 'application'
+here = pathlib.Path(__file__).parent
 sanitizers = [f'-fsanitize={options.sanitize}'] if options.sanitize else []
 
 
@@ -35,6 +35,12 @@ def check_application(program, environment, expected):
     assert output == f'photos: {expected}\npicture: a PNG\n', output
 
 
+def check_kit(program, environment):
+    """The test of an application asks no daemon but its own."""
+    output = run(program, env=environment)
+    assert output == 'version: 7\n', output
+
+
 def leave_analyses_out(root):
     """The daemon is started by the installed description, so that no option can say it."""
     preferences = root / 'var/mobile/Library/Preferences'
@@ -50,18 +56,20 @@ def end_daemon(root):
         select.select([pidfd], [], [], 60)
 
 
-def build_with_pkg_config(folder, environment):
-    flags = run('pkg-config', '--cflags', '--libs', 'wickerlane', env=environment).split()
+def build_with_pkg_config(folder, module, environment):
+    """The program that was built."""
+    flags = run('pkg-config', '--cflags', '--libs', module, env=environment).split()
     run(options.cxx, '-std=c++20', *sanitizers, folder / 'main.cpp', '-o', folder / 'by-pkg-config', *flags)
-    check_application(folder / 'by-pkg-config', environment, 1)
+    return folder / 'by-pkg-config'
 
 
-def build_with_cmake(folder, prefix, environment):
+def build_with_cmake(folder, prefix):
+    """The program that was built."""
     build = folder / 'build'
     run(options.cmake, '-G', options.generator, '-S', folder, '-B', build, f'-DCMAKE_PREFIX_PATH={prefix}',
         f'-DCMAKE_CXX_COMPILER={options.cxx}', f"-DCMAKE_CXX_FLAGS={' '.join(sanitizers)}")
     run(options.cmake, '--build', build)
-    check_application(build / 'application', environment, 2)
+    return build / folder.name
 
 
 def compile_header(include, header):
@@ -93,17 +101,18 @@ def main():
         top = pathlib.Path(made)
         prefix = top / 'usr'
         run(options.cmake, '--install', options.build, '--prefix', prefix)
-        folder = top / 'application'
-        shutil.copytree(application, folder)
+        folder, kit = (shutil.copytree(here / name, top / name) for name in ('application', 'kit'))
         pkgconfig = next(prefix.rglob('wickerlane.pc')).parent
         environment = {**os.environ, 'PKG_CONFIG_PATH': str(pkgconfig), 'LD_LIBRARY_PATH': str(pkgconfig.parent),
                        'WICKERLANE_ROOT': str(top / 'root')}
         leave_analyses_out(top / 'root')
         try:
-            build_with_pkg_config(folder, environment)
-            build_with_cmake(folder, prefix, environment)
+            check_application(build_with_pkg_config(folder, 'wickerlane', environment), environment, 1)
+            check_application(build_with_cmake(folder, prefix), environment, 2)
         finally:
             end_daemon(top / 'root')
+        check_kit(build_with_pkg_config(kit, 'wickerlane-testing', environment), environment)
+        check_kit(build_with_cmake(kit, prefix), environment)
         check_headers(prefix / 'include')
 
 

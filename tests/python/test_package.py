@@ -50,8 +50,9 @@ def test_it_is_built_without_a_network_or_a_compiler(tmp_path: pathlib.Path) -> 
     built = run(sys.executable, '-c', build, tmp_path, cwd=source, env={**os.environ, 'CC': '/bin/false'})
     assert built.returncode == 0, built.stdout
     wheel, = tmp_path.glob('*-py3-none-any.whl')
-    files = {file.name for file in (TREE / 'python/wickerlane').iterdir() if file.suffix or file.name == 'py.typed'}
-    assert {f'wickerlane/{name}' for name in files} <= set(zipfile.ZipFile(wheel).namelist())
+    files = {file.relative_to(TREE / 'python').as_posix() for file in (TREE / 'python/wickerlane').rglob('*')
+             if file.suffix == '.py' or file.name == 'py.typed'}
+    assert files <= set(zipfile.ZipFile(wheel).namelist())
 
 
 def test_a_library_that_is_not_there_is_named() -> None:

@@ -102,6 +102,11 @@ constexpr const Row *rows[] = {
     &duplicatesMatchingQuery,
     &changesSinceToken,
     &awaitChangesSinceToken,
+    &trashMatchingQuery,
+    &companionsOfPhotos,
+    &countOfAssets,
+    &allMomentLists,
+    &cloudFeed,
 };
 
 } // namespace

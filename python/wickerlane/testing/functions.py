@@ -1,0 +1,64 @@
+"""The C functions of the scripted daemon, and those that make values for it."""
+
+import ctypes
+import os
+import pathlib
+from collections.abc import Callable
+from ctypes import c_bool, c_char_p, c_double, c_int64, c_size_t, c_uint64, c_void_p
+from typing import Any
+
+_FILE = 'libwickerlane-testing.so.0'
+_POINTER, _TEXT, _ERROR = c_void_p, c_char_p, ctypes.POINTER(c_void_p)
+
+
+def _load() -> ctypes.CDLL:
+    library = os.environ.get('WICKERLANE_LIBRARY', '')
+    name = str(pathlib.Path(library).with_name(_FILE)) if '/' in library else _FILE
+    try:
+        return ctypes.CDLL(name)
+    except OSError as error:
+        raise ImportError(f'the scripted daemon can\'t be loaded ({error}): install it, or name the library beside it '
+                          'in the environment variable WICKERLANE_LIBRARY') from error
+
+
+# As in wickerlane.native.
+_SIGNATURES: list[tuple[Any, list[Any], str]] = [
+    (_POINTER, [_ERROR], 'WLScriptedDaemonStart'),
+    (_POINTER, [], 'WLScriptedOperationsCreate'),
+    (_POINTER, [_POINTER], 'WLScriptedDaemonCreateRequests WLAsString WLAsNumber WLAsData WLAsArray WLAsDictionary '
+     'WLDescription'),
+    (_TEXT, [_POINTER], 'WLScriptedDaemonRoot'),
+    (None, [_POINTER], 'WLScriptedDaemonEnd WLScriptedDaemonRelease WLScriptedDaemonStop '
+     'WLScriptedDaemonForgetRequests'),
+    (None, [_POINTER, c_bool], 'WLScriptedDaemonRefuseAccess'),
+    (c_bool, [_POINTER, _ERROR], 'WLScriptedDaemonListen'),
+    (c_bool, [_POINTER, c_size_t, c_double], 'WLScriptedDaemonWaitForRequests'),
+    (c_bool, [_POINTER, _TEXT, c_size_t, c_double, _POINTER, _ERROR], 'WLScriptedDaemonAnswer'),
+    (c_bool, [_POINTER, _TEXT, c_size_t, c_double, c_int64, _TEXT, _ERROR], 'WLScriptedDaemonFail'),
+    (c_bool, [_POINTER, _TEXT, c_size_t, c_double, _ERROR], 'WLScriptedDaemonDie'),
+    (_POINTER, [_POINTER, _POINTER, c_size_t], 'WLDictionaryCreate'),
+    (_POINTER, [_POINTER, c_size_t], 'WLDictionaryKeyAt WLDictionaryValueAt'),
+    (c_size_t, [_POINTER], 'WLDictionaryCount'),
+    (_POINTER, [c_bool], 'WLNumberCreateWithBool'),
+    (_POINTER, [c_int64], 'WLNumberCreateWithInt64'),
+    (_POINTER, [c_uint64], 'WLNumberCreateWithUInt64'),
+    (_POINTER, [c_double], 'WLNumberCreateWithDouble'),
+]
+
+
+class _Functions:
+    """The declared functions, by name."""
+
+    def __init__(self) -> None:
+        library = _load()
+        for result, arguments, names in _SIGNATURES:
+            for name in names.split():
+                function = library[name]
+                function.restype, function.argtypes = result, arguments
+                setattr(self, name, function)
+
+    def __getattr__(self, name: str) -> Callable[..., Any]:
+        raise AttributeError(name)
+
+
+T = _Functions()

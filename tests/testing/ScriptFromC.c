@@ -1,0 +1,93 @@
+// The functions for C, compiled as C and used by it.
+#include "tests/testing/ScriptFromC.h"
+
+#include <string.h>
+
+#include "wickerlane/api/Wickerlane.h"
+#include "wickerlane/testing/WLScriptedDaemon.h"
+
+#define CHECK(condition)       \
+    do {                       \
+        if (!(condition))      \
+            return #condition; \
+    } while (0)
+
+/// A dictionary with one entry, which takes over the value.
+static WLDictionary *entry(const char *key, WLObject *value) {
+    WLDictionary *dictionary = WLDictionaryCreate(&key, &value, 1);
+    WLRelease(value);
+    return dictionary;
+}
+
+static WLArray *only(WLObject *element) {
+    WLArray *array = WLArrayCreate(&element, 1);
+    WLRelease(element);
+    return array;
+}
+
+/// How many albums there are; minus the code of the error when they don't come.
+static long albums(void) {
+    WLError *error = NULL;
+    WLArray *found = WLAlbumsCreate(&error);
+    long count = found != NULL ? (long)WLArrayCount(found) : -(long)WLErrorCode(error);
+    WLRelease(found);
+    return count;
+}
+
+static const char *faultOf(WLScriptedDaemon *daemon) {
+    WLError *error = NULL;
+    WLDictionary *dunes = entry("albums", only(entry("name", WLStringCreate("Dunes"))));
+    CHECK(WLScriptedDaemonAnswer(daemon, "albums", 0, 0, dunes, &error) && error == NULL);
+    WLRelease(dunes);
+    CHECK(WLScriptedDaemonFail(daemon, "albums", 2, 0, WLErrorNoSpace, "full", &error));
+    CHECK(WLScriptedDaemonDie(daemon, "albums", 3, 0, &error));
+    CHECK(WLScriptedDaemonAnswer(daemon, "albums", 4, -1, NULL, &error));
+    CHECK(albums() == 1 && albums() == -WLErrorNoSpace && albums() == -WLErrorEnding);
+    WLSetTimeLimitOfThread(0.02);
+    CHECK(albums() == -WLErrorTimedOut);
+    WLSetTimeLimitOfThread(-1);
+    WLScriptedDaemonRelease(daemon);
+    WLScriptedDaemonRefuseAccess(daemon, true);
+    CHECK(albums() == -WLErrorRefused);
+    WLScriptedDaemonRefuseAccess(daemon, false);
+    WLScriptedDaemonStop(daemon);
+    CHECK(WLScriptedDaemonListen(daemon, &error) && WLScriptedDaemonRoot(daemon)[0] == '/');
+    CHECK(albums() == 1);
+
+    WLScriptedDaemonForgetRequests(daemon);
+    CHECK(!WLAlbumRename("U", "Seas", &error));
+    CHECK(WLScriptedDaemonWaitForRequests(daemon, 1, 30) && !WLScriptedDaemonWaitForRequests(daemon, 2, 0));
+    WLArray *requests = WLScriptedDaemonCreateRequests(daemon);
+    WLDictionary *request = WLAsDictionary(WLArrayGet(requests, 0));
+    const char *name = WLStringText(WLAsString(WLDictionaryGet(request, "operation")));
+    WLDictionary *values = WLAsDictionary(WLDictionaryGet(request, "values"));
+    CHECK(WLArrayCount(requests) == 1 && strcmp(name, "renameAlbumWithUUID:to:") == 0);
+    CHECK(strcmp(WLStringText(WLAsString(WLDictionaryGet(values, "name"))), "Seas") == 0);
+    CHECK(WLNumberBool(WLAsNumber(WLDictionaryGet(request, "wantsReply"))));
+    WLRelease(requests);
+
+    WLDictionary *wrong = entry("albums", WLStringCreate("Dunes"));
+    CHECK(!WLScriptedDaemonAnswer(daemon, "albums", 0, 0, wrong, &error));
+    CHECK(WLErrorCode(error) == WLErrorInvalid);
+    CHECK(strcmp(WLStringText(WLErrorText(error)), "albums are an array of dictionaries") == 0);
+    CHECK(!WLScriptedDaemonAnswer(daemon, NULL, 0, 0, wrong, NULL));
+    WLRelease(wrong);
+    CHECK(!WLScriptedDaemonDie(daemon, NULL, 1, 0, &error) && !WLScriptedDaemonDie(daemon, "x", 0, 0, NULL));
+    CHECK(!WLScriptedDaemonFail(daemon, NULL, 0, 0, WLErrorTimedOut, "late", &error));
+    CHECK(WLScriptedDaemonFail(daemon, NULL, 0, 0, WLErrorExists, NULL, &error) && error == NULL);
+    CHECK(!WLAlbumRename("U", "Seas", &error) && WLErrorCode(error) == WLErrorExists);
+    WLDictionary *operations = WLScriptedOperationsCreate();
+    CHECK(WLArrayCount(WLAsArray(WLDictionaryGet(operations, "albums"))) == 2);
+    WLRelease(operations);
+    return NULL;
+}
+
+const char *faultOfScriptFromC(void) {
+    WLScope *scope = WLScopePush();
+    WLError *error = NULL;
+    WLScriptedDaemon *daemon = WLScriptedDaemonStart(&error);
+    const char *fault = daemon != NULL ? faultOf(daemon) : "the daemon starts";
+    WLScriptedDaemonEnd(daemon);
+    WLScopePop(scope);
+    return fault;
+}

@@ -1,0 +1,127 @@
+"""The scripted daemon from Python."""
+
+import datetime
+import os
+import pathlib
+import re
+import subprocess
+import sys
+
+import pytest
+from wickerlane import Busy, Ending, Failed, Library, NotFound, Refused, TimedOut
+from wickerlane.testing import ScriptedDaemon, album, asset, operations
+
+pytest_plugins = ['wickerlane.testing.pytest_plugin']
+
+TREE = pathlib.Path(__file__).parents[2]
+DAY = datetime.datetime(2024, 5, 1, 12, 30)
+
+
+def test_answers_are_what_the_library_gives(scripted_daemon: ScriptedDaemon) -> None:
+    made = datetime.datetime(2024, 5, 1, 10, 30, tzinfo=datetime.UTC)
+    facts = {'original_filename': 'a.jpg', 'size': 5, 'date': DAY, 'created': made, 'location': (1.5, -2.0),
+             'keywords': ('sea', 'sand'), 'iso_speed': 100, 'favourite': True, 'sha256': bytes(range(32))}
+    scripted_daemon.answer('assetsMatchingQuery:', {'assets': [asset(**facts), asset(kind='video')]})
+    scripted_daemon.answer('albums', {'albums': [album(name='Dunes', asset_count=3)]})
+    with Library() as library:
+        first, second = library.assets(newest_first=True)
+        assert {name: getattr(first, name) for name in facts} == facts
+        assert (second.kind, second.filename, second.original_filename) == ('video', 'IMG_0002.MOV', None)
+        found, = library.albums()
+        assert (found.name, len(found.uuid)) == ('Dunes', 36)
+        assert [each.uuid for each in library.assets(page_size=1)] == [first.uuid, second.uuid]
+    assert scripted_daemon.requests[0].values == {'query': {'isDescending': True}}
+
+
+def test_what_was_sent_is_recorded_in_its_order(scripted_daemon: ScriptedDaemon) -> None:
+    scripted_daemon.answer(None)
+    scripted_daemon.answer('albums', {'albums': [album(name='Dunes')]})
+    with Library() as library:
+        library.albums()[0].rename('Seas')
+    listed, renamed = scripted_daemon.requests
+    assert (listed.operation, listed.values, listed.process) == ('albums', {}, os.getpid())
+    assert renamed.operation == 'renameAlbumWithUUID:to:' and renamed.wants_reply
+    assert list(renamed.values) == ['albumUUID', 'name'] and renamed.values['name'] == 'Seas'
+    scripted_daemon.forget_requests()
+    assert scripted_daemon.requests == [] and not scripted_daemon.wait_for_requests(1, 0)
+
+
+def test_each_kind_of_failure(scripted_daemon: ScriptedDaemon) -> None:
+    scripted_daemon.answer('albums', {'albums': []})
+    scripted_daemon.fail('albums', Busy, 'in use', nth=2)
+    scripted_daemon.die('albums', nth=3)
+    scripted_daemon.answer('albums', nth=4, held=True)
+    with Library(time_limit=None) as library, Library(time_limit=0.02) as hasty:
+        assert library.albums() == []
+        with pytest.raises(Busy, match='in use'):
+            library.albums()
+        with pytest.raises(Ending):
+            library.albums()
+        with pytest.raises(TimedOut):
+            hasty.albums()
+        scripted_daemon.release()
+        scripted_daemon.refuse_access()
+        with pytest.raises(Refused):
+            library.albums()
+        scripted_daemon.refuse_access(False)
+        scripted_daemon.answer('albums', delay=0.01)
+        assert library.albums() == []
+        with pytest.raises(Failed, match='not told what to answer to "assetsMatchingQuery:"'):
+            list(library.assets())
+        scripted_daemon.fail(None, NotFound)
+        with pytest.raises(NotFound):
+            list(library.assets())
+        scripted_daemon.stop()
+        asked = subprocess.run([sys.executable, '-c', 'import wickerlane; wickerlane.Library().albums()'],
+                               stderr=subprocess.PIPE, text=True, check=False)
+        assert 'wickerlane.errors.Unreachable' in asked.stderr
+        scripted_daemon.listen()
+        with pytest.raises(NotFound):
+            list(library.assets())
+
+
+def test_a_script_that_no_daemon_could_follow_is_refused(scripted_daemon: ScriptedDaemon) -> None:
+    with pytest.raises(ValueError, match='did you mean "assetsMatchingQuery:"'):
+        scripted_daemon.answer('assetsMatching')
+    with pytest.raises(ValueError, match='has no "name"; it has "albums"'):
+        scripted_daemon.answer('albums', {'name': 'Dunes'})
+    with pytest.raises(ValueError, match='"version" needs a whole number'):
+        scripted_daemon.answer('getCurrentModelVersion', {'version': 1.5})
+    with pytest.raises(ValueError, match='counted from 1'):
+        scripted_daemon.die('albums', nth=0)
+    with pytest.raises(ValueError, match='runs already'):
+        scripted_daemon.__enter__()
+    with pytest.raises(ValueError, match='with statement'):
+        ScriptedDaemon().release()
+    with pytest.raises(TypeError):
+        scripted_daemon.answer('getLibrarySizes:', {'sizes': {'a': None}}) # type: ignore[dict-item]
+    assert operations()['albums'] == ['albums', 'storeUUID']
+
+
+def test_the_root_is_that_of_the_context() -> None:
+    before = os.environ.get('WICKERLANE_ROOT')
+    roots = set()
+    for _ in range(3):
+        with ScriptedDaemon() as daemon, Library() as library:
+            daemon.answer('getPhotosAndVideosCountWithHandler:', {'photoCount': 2, 'videoCount': 1})
+            roots.add(daemon.root)
+            assert library.count() == 3
+            asked = subprocess.run([sys.executable, '-c', 'import wickerlane; print(wickerlane.Library().count())'],
+                                   stdout=subprocess.PIPE, text=True, check=True)
+            assert asked.stdout == '3\n'
+    assert len(roots) == 3 and not any(root.exists() for root in roots)
+    assert os.environ.get('WICKERLANE_ROOT') == before
+
+
+def test_the_guide_shows_the_examples() -> None:
+    guide = (TREE / 'docs/testing.md').read_text(encoding='utf-8')
+    examples = ''.join(file.read_text(encoding='utf-8') for file in (TREE / 'examples').glob('test_album*'))
+    shown = re.findall(r'```\w+\n(.*?)```', guide, re.DOTALL)
+    assert len(shown) >= 3 and not [each for each in shown if each not in examples]
+
+
+def test_the_types_of_the_example(tmp_path: pathlib.Path) -> None:
+    checked = subprocess.run([sys.executable, '-m', 'mypy', '--strict', '--cache-dir', tmp_path,
+                              TREE / 'examples/test_albums.py'], cwd=TREE / 'python', stdout=subprocess.PIPE,
+                             stderr=subprocess.STDOUT, text=True, check=False)
+    assert checked.returncode == 0, checked.stdout
