@@ -14,6 +14,8 @@
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/platform/message/listener/MessageListener.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
+#include "wickerlane/protocol/LibraryRows.h"
+#include "wickerlane/testing/ScriptedDaemon.h"
 
 using namespace wickerlane;
 
@@ -27,24 +29,6 @@ struct RealConnection : ::testing::Test {
         test::allowLastingDescriptors(test::readerDescriptors);
     }
     ~RealConnection() override { unsetenv("WICKERLANE_SERVICES"); }
-};
-
-// A hoardd that serves each request by a handler.
-struct Service {
-    Ref<MessageListener> listener;
-
-    explicit Service(Handler<void(ReceivedMessage *)> handler) {
-        std::string error;
-        listener = MessageListener::create(WickerlaneGatekeeperName, WorkQueue::global(), std::move(handler),
-                                           {}, &error);
-        if (listener)
-            listener->resume();
-        EXPECT_TRUE(listener) << error;
-    }
-    ~Service() {
-        if (listener)
-            listener->cancel();
-    }
 };
 
 TEST_F(RealConnection, AMissingServiceIsReportedOnceAndFailsEveryRequest) {
@@ -91,27 +75,23 @@ TEST_F(RealConnection, AMissingServiceIsReportedOnceAndFailsEveryRequest) {
 
 TEST_F(RealConnection, ADaemonThatGoesAwayIsReplacedByTheNext) {
     const test::OwnClient client;
+    ScriptedDaemon daemon;
     for (const std::int64_t version : {3, 4}) {
-        const Service service([version](ReceivedMessage *received) {
-            auto answer = MessageDictionary::create();
-            answer->setInt64("version", version);
-            received->reply(answer.get());
-        });
-        // A request that meets the end of the one before fails; the next one connects again.
-        std::int64_t answered = client->getCurrentModelVersion();
-        if (answered == -1)
-            answered = client->getCurrentModelVersion();
-        EXPECT_EQ(answered, version);
+        daemon.on(protocol::getCurrentModelVersion,
+                  ScriptedReaction::answer().with(protocol::keys::version, version));
+        EXPECT_EQ(client->getCurrentModelVersion(), version);
+        daemon.stop();
+        daemon.start();
     }
 }
 
 TEST(RealConnectionDeathTest, AnUnsolicitedMessageTrapsTheProcess) {
     ::testing::GTEST_FLAG(death_test_style) = "threadsafe";
     const auto provoke = [] {
-        const Service service([](ReceivedMessage *received) {
-            received->peer()->send(MessageDictionary::create().get());
-            received->reply(MessageDictionary::create().get());
-        });
+        const auto listener = MessageListener::create(
+            WickerlaneGatekeeperName, nullptr,
+            [](ReceivedMessage *received) { received->peer()->send(MessageDictionary::create().get()); }, {});
+        listener->resume();
         const test::OwnClient client;
         client->launchHoardd();
         sleep(60);

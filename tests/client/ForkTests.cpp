@@ -6,9 +6,10 @@
 #include "tests/client/OwnClient.h"
 #include "tests/support/Descriptors.h"
 #include "tests/support/Fork.h"
-#include "wickerlane/platform/message/listener/MessageListener.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
+#include "wickerlane/protocol/LibraryRows.h"
+#include "wickerlane/testing/ScriptedDaemon.h"
 
 using namespace wickerlane;
 
@@ -48,17 +49,8 @@ TEST(ClientAfterFork, FailsInTheChildAndWorksInTheParent) {
     WL_NEEDS_FORK_BESIDE_THREADS();
     test::allowLastingDescriptors(test::readerDescriptors);
     const ReleaseScope scope;
-    std::string error;
-    const auto listener = MessageListener::create(
-        WickerlaneGatekeeperName, WorkQueue::global(),
-        [](ReceivedMessage *received) {
-            auto answer = MessageDictionary::create();
-            answer->setInt64("version", 12);
-            received->reply(answer.get());
-        },
-        {}, &error);
-    ASSERT_NE(listener, nullptr) << error;
-    listener->resume();
+    ScriptedDaemon daemon;
+    daemon.on(protocol::getCurrentModelVersion, ScriptedReaction::answer().with(protocol::keys::version, 12));
     const test::OwnClient client;
     std::atomic<bool> isOver{false};
     std::atomic<int> astray{0};
@@ -76,5 +68,4 @@ TEST(ClientAfterFork, FailsInTheChildAndWorksInTheParent) {
     }
     EXPECT_EQ(astray, 0);
     EXPECT_EQ(client->getCurrentModelVersion(), 12);
-    listener->cancel();
 }

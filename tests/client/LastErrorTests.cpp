@@ -3,46 +3,47 @@
 
 #include "tests/client/GatekeeperClient.h"
 #include "wickerlane/model/Problem.h"
+#include "wickerlane/testing/ScriptedDaemon.h"
 
 using namespace wickerlane;
 using namespace wickerlane::test;
+using Reaction = ScriptedReaction;
 
 namespace {
 
-struct LastErrors : GatekeeperClient {
-    void answerWith(Ref<MessageValue> reply) {
-        connection->answer = [reply = std::move(reply)](const MessageDictionary *) { return reply; };
-    }
-    void answerWith(const char *text, ProblemKind kind) {
-        answerWith(MessageError::create(text, static_cast<std::int64_t>(kind)));
-    }
+struct LastErrors : ::testing::Test {
+    const ReleaseScope scope;
+    ScriptedDaemon daemon;
+    const OwnClient client;
+
+    LastErrors() { allowLastingDescriptors(readerDescriptors); }
 };
 
 } // namespace
 
 TEST_F(LastErrors, SayWhatHappenedAndWhatToDo) {
     struct Case {
-        Ref<MessageError> reply;
+        Reaction reaction;
         ProblemKind kind;
         const char *beginning;
         const char *advice;
     };
-    const auto refusal = [](const char *text, ProblemKind kind) {
-        return MessageError::create(text, static_cast<std::int64_t>(kind));
-    };
+    const auto refusal = [](ProblemKind kind, const char *text) { return Reaction::failure(kind, text); };
     using enum ProblemKind;
     for (const Case &each : {
-             Case{MessageError::connectionInvalid(), unreachable, "The daemon hoardd can't be", "installed"},
-             Case{MessageError::connectionInterrupted(), ending, "The daemon hoardd ended", "Ask again"},
-             Case{refusal("you may not", refused), refused, "you may not. ", "wickerlane consent grant /"},
-             Case{refusal("in use", busy), busy, "in use. ", "Try again later."},
-             Case{refusal("in use, try again", busy), busy, "in use, try again", "again"},
-             Case{refusal("too much", queueFull), queueFull, "too much. ", "Try again later."},
-             Case{refusal("no such album", notFound), notFound, "no such album", ""},
-             Case{refusal("odd", invalid), invalid, "odd", ""},
-             Case{refusal("broken", failed), failed, "broken", ""},
+             Case{Reaction::death(), ending, "The daemon hoardd ended", "Ask again"},
+             Case{refusal(refused, "you may not"), refused, "you may not. ", "wickerlane consent grant /"},
+             Case{refusal(busy, "in use"), busy, "in use. ", "Try again later."},
+             Case{refusal(busy, "in use, try again"), busy, "in use, try again", "again"},
+             Case{refusal(queueFull, "too much"), queueFull, "too much. ", "Try again later."},
+             Case{refusal(notFound, "no such album"), notFound, "no such album", ""},
+             Case{refusal(invalid, "odd"), invalid, "odd", ""},
+             Case{refusal(failed, "broken"), failed, "broken", ""},
+             Case{Reaction::answer(), unreachable, "The daemon hoardd can't be", "installed"},
          }) {
-        answerWith(each.reply);
+        daemon.onAllElse(each.reaction);
+        if (each.kind == unreachable)
+            daemon.stop();
         EXPECT_EQ(client->getCurrentModelVersion(), -1);
         const Error *error = JXGatekeeperClient::lastError();
         ASSERT_NE(error, nullptr) << each.beginning;
@@ -97,25 +98,25 @@ TEST_F(LastErrors, AreSetByEveryOperationThatBlocks) {
         [&] { std::ignore = client->personInfoDictionaryForPersonID(String::of("p")); },
     };
     for (std::size_t i = 0; i < std::size(operations); ++i) {
-        answerWith("gone", ProblemKind::notFound);
+        daemon.onAllElse(Reaction::failure(ProblemKind::notFound, "gone"));
         operations[i]();
         const Error *error = JXGatekeeperClient::lastError();
         EXPECT_TRUE(error != nullptr && error->code() == 2) << i;
-        answerWith(MessageDictionary::create()); // says nothing, which is an answer
+        daemon.onAllElse(Reaction::answer()); // says nothing, which is an answer
         operations[i]();
         EXPECT_EQ(JXGatekeeperClient::lastError(), nullptr) << i;
     }
 }
 
 TEST_F(LastErrors, BelongToTheirThreads) {
-    answerWith("gone", ProblemKind::notFound);
+    daemon.onAllElse(Reaction::failure(ProblemKind::notFound, "gone"));
     std::ignore = client->getCurrentModelVersion();
     Error *mine = JXGatekeeperClient::lastError();
     ASSERT_NE(mine, nullptr);
     std::thread([&] {
         const ReleaseScope threadScope;
         EXPECT_EQ(JXGatekeeperClient::lastError(), nullptr);
-        answerWith("odd", ProblemKind::invalid);
+        daemon.onAllElse(Reaction::failure(ProblemKind::invalid, "odd"));
         std::ignore = client->getCurrentModelVersion();
         EXPECT_EQ(JXGatekeeperClient::lastError()->code(), 1);
     }).join();

@@ -1,0 +1,1 @@
+target_link_libraries(client_tests PRIVATE wickerlane_testing)
