@@ -16,6 +16,7 @@ constexpr const Row *rows[] = {
     // CoreRows.h
     &requestAccess,
     &launchHoardd,
+    &takeTraffic,
     // AssetRows.h
     &fileDescriptorForAssetURL,
     &fileURLForAssetURL,
