@@ -20,6 +20,7 @@
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/object/Paths.h"
 #include "wickerlane/store/KeptSums.h"
+#include "wickerlane/store/StoreHistory.h"
 
 namespace wickerlane::cli {
 namespace {
@@ -274,21 +275,23 @@ Result<> Restore::restoreDecisions() {
     return {};
 }
 
-/// Thumbnails that a backup leaves out are not there.
-Result<> forgetSizes(const std::string &copy) {
+/// Thumbnails that a backup leaves out are not there, and what changes from now on is not what changed after
+/// the backup.
+Result<> beginAgain(const std::string &copy) {
     auto store = sqlite::Database::open(copy, sqlite::Database::Access::write);
     if (!store)
         return passOn(store);
     sqlite::Transaction transaction(*store);
-    return store::forgetDerivedSizes(*store).and_then([&] { return transaction.commit(); }).and_then([&] {
-        return store->checkpoint();
-    });
+    return store::forgetDerivedSizes(*store)
+        .and_then([&] { return store::beginHistory(*store); })
+        .and_then([&] { return transaction.commit(); })
+        .and_then([&] { return store->checkpoint(); });
 }
 
 Result<> Restore::finish(const std::string &copy) {
     if (const auto decided = restoreDecisions(); !decided)
         outcome.problems.push_back(decided.error());
-    return forgetSizes(copy).and_then([&] { return placeStore(copy); });
+    return beginAgain(copy).and_then([&] { return placeStore(copy); });
 }
 
 Result<RestoreOutcome> Restore::run(bool quiet) {

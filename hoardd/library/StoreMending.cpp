@@ -23,6 +23,7 @@
 #include "wickerlane/store/AssetColumns.h"
 #include "wickerlane/store/KeptSums.h"
 #include "wickerlane/store/Schema.h"
+#include "wickerlane/store/StoreHistory.h"
 
 namespace wickerlane::hoardd {
 
@@ -282,6 +283,7 @@ private:
             })
             // Backups of the store know files as they were.
             .and_then([&] { return store::forgetDerivedSizes(database); })
+            .and_then([&] { return store::beginHistory(database); })
             .and_then([&] { return store::recountSums(database); });
     }
 

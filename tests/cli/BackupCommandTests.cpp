@@ -9,6 +9,7 @@
 #include "tests/support/TestImages.h"
 #include "tests/support/WaitUntil.h"
 #include "wickerlane/store/LibraryPaths.h"
+#include "wickerlane/store/StoreReader.h"
 
 using namespace wickerlane::test;
 namespace store = wickerlane::store;
@@ -99,6 +100,29 @@ TEST_F(Backups, LeaveOutWhatIsMadeOnDemand) {
     ASSERT_FALSE(bytes.empty());
     for (const fs::path &each : filesBelow(backup, ""))
         EXPECT_NE(contentsOf(each), bytes) << each;
+}
+
+// The changes after the backup get the numbers of others that were made when it was there.
+TEST_F(Backups, TellOneWhoFollowsChangesToStartOver) {
+    ASSERT_EQ(backUp().exitCode, 0);
+    imported(file("late.jpg", jpegOf(fourCorners(70, 60))));
+    const auto page = [](const std::string &token) {
+        const auto reader = store::StoreReader::open(store::LibraryPaths());
+        EXPECT_TRUE(reader);
+        return (*reader)->changesSince(token, 100).value();
+    };
+    const std::string token = page("").token;
+    endDaemon();
+    fs::remove_all(store::LibraryPaths().folder());
+    ASSERT_EQ(restore().exitCode, 0);
+    for (unsigned i = 0; i < 4; ++i)
+        imported(file("other.jpg", jpegOf(fourCorners(50 + i, 60))));
+    EXPECT_TRUE(page(token).isTooOld);
+    const std::string now = page(token).token;
+    endDaemon();
+    const CommandResult again = restore(); // of the same library, where no store is put back
+    EXPECT_EQ(again.exitCode, 0) << again;
+    EXPECT_FALSE(page(now).isTooOld);
 }
 
 TEST_F(Backups, AreRestoredAsTheyWere) {

@@ -18,6 +18,7 @@
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/store/Schema.h"
+#include "wickerlane/store/StoreReader.h"
 
 using namespace wickerlane;
 using namespace wickerlane::hoardd;
@@ -260,10 +261,20 @@ TEST_F(Mending, AnOpenStoreGoesOnWithTheNewFile) {
     makeLibrary();
     const auto opened = Store::open(paths);
     ASSERT_TRUE(opened);
+    const auto reader = store::StoreReader::open(paths);
+    ASSERT_TRUE(reader);
+    const std::string token = (*reader)->changesSince("", 0)->token;
+    bool areTold = false;
+    (*opened)->whenAssetsChange([&] { areTold = true; });
     destroy(2 * pageBytes, 12 * pageBytes);
     const auto mended = (*opened)->mend();
     ASSERT_TRUE(mended) << mended.error().text;
     EXPECT_TRUE(mended->isReplaced);
+    EXPECT_TRUE(areTold) << "who waits for changes";
+    const auto page = (*reader)->changesSince(token, 10);
+    ASSERT_TRUE(page);
+    EXPECT_TRUE(page->isTooOld) << "its numbers may be given again";
+    EXPECT_FALSE((*reader)->changesSince(page->token, 10)->isTooOld);
     add(**opened, inAll, inAll + 1);
     EXPECT_EQ(number("SELECT count(*) FROM zgenericasset"), inAll + 1);
 }

@@ -358,6 +358,11 @@ TEST_F(Queries, GiveChangesWithoutAGapOrSayThatThereIsOne) {
         EXPECT_TRUE(page.isLast) << each.subject;
         EXPECT_EQ(page.token, second.token) << each.subject;
     }
+    execute("INSERT INTO zstate VALUES ('history', 7)"); // as when an older store was put back
+    EXPECT_TRUE(since(second.token, 100).isTooOld);
+    EXPECT_FALSE(since(since(second.token, 100).token, 100).isTooOld);
+    EXPECT_FALSE(since("5", 100).isTooOld) << "by number";
+    execute("DELETE FROM zstate WHERE name = 'history'");
     execute("DELETE FROM zchange"); // as when they are cleared
     EXPECT_TRUE(since(first.token, 100).isTooOld);
     EXPECT_FALSE(since(second.token, 100).isTooOld);

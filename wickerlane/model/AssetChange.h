@@ -23,7 +23,8 @@ struct ChangesPage {
     std::vector<AssetChange> changes;
     std::string token;  ///< To ask for what changes behind these.
     bool isLast = true; ///< Nothing more has changed yet.
-    /// The library no longer knows all that has changed since then, or its store is another one: list its
+    /// The library no longer knows all that has changed since then, or an older store or that of another
+    /// library has taken the place of its store: list its
     /// assets again, and go on with this token. There are no changes then.
     bool isTooOld = false;
 };

@@ -14,6 +14,7 @@
 #include "wickerlane/store/PageCursor.h"
 #include "wickerlane/store/QueryPlan.h"
 #include "wickerlane/store/Schema.h"
+#include "wickerlane/store/StoreHistory.h"
 
 namespace wickerlane::store {
 
@@ -489,9 +490,8 @@ Result<std::vector<AssetChange>> StoreReader::changes(std::int64_t since) {
 Result<ChangesPage> StoreReader::changesSince(std::string_view token, std::size_t limit) {
     constexpr std::size_t largestPage = 10'000;
     auto since = cursorIn<std::string>(token);
-    if (const auto number = numberIn<std::int64_t>(token))
-        since = PageCursor<std::string>{*number, identity};
-    if (limit > largestPage || (!token.empty() && !since))
+    const auto number = numberIn<std::int64_t>(token);
+    if (limit > largestPage || (!token.empty() && !since && !number))
         return fail(ProblemKind::invalid, limit > largestPage ? "a page may have up to 10000 changes"
                                                               : "the token is none of this service");
     const MutexLock lock(connection->mutex);
@@ -500,13 +500,17 @@ Result<ChangesPage> StoreReader::changesSince(std::string_view token, std::size_
     const auto last =
         database.integer("SELECT coalesce((SELECT seq FROM sqlite_sequence WHERE name = 'zchange'), 0)");
     const auto first = database.integer("SELECT coalesce(min(pk), 0) FROM zchange");
-    if (!last || !first)
-        return passOn(last ? first : last);
+    const auto history = historyOf(database);
+    if (!last || !first || !history)
+        return passOn(!last ? last : !first ? first : history);
+    const std::string origin = *history == 0 ? identity : identity + "/" + std::to_string(*history);
     const std::int64_t oldest = *first != 0 ? *first : *last + 1; // all may have been deleted
     if (token.empty())
-        since = PageCursor<std::string>{limit == 0 ? *last : oldest - 1, identity};
+        since = PageCursor<std::string>{limit == 0 ? *last : oldest - 1, origin};
+    else if (number)
+        since = PageCursor<std::string>{*number, origin};
     ChangesPage page;
-    page.isTooOld = since->value != identity || since->number < oldest - 1 || since->number > *last;
+    page.isTooOld = since->value != origin || since->number < oldest - 1 || since->number > *last;
     std::int64_t reached = page.isTooOld ? *last : since->number;
     if (!page.isTooOld && limit > 0) {
         auto changes = readChanges(database, since->number, static_cast<std::int64_t>(limit));
@@ -516,7 +520,7 @@ Result<ChangesPage> StoreReader::changesSince(std::string_view token, std::size_
         reached = page.changes.size() < limit ? *last : page.changes.back().number;
     }
     page.isLast = reached == *last;
-    page.token = cursorText(reached, identity);
+    page.token = cursorText(reached, origin);
     return page;
 }
 
