@@ -2,7 +2,9 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/DaemonRequests.h"
+#include "cli/FollowedChanges.h"
 #include "cli/Formatting.h"
+#include "cli/LibraryState.h"
 #include "cli/Queries.h"
 #include "cli/Subcommands.h"
 #include "cli/Table.h"
@@ -12,24 +14,17 @@ namespace wickerlane::cli {
 namespace {
 
 struct Options {
-    std::int64_t since = 0;
+    std::int64_t since = -1; ///< Negative: not given.
+    bool follow = false;
     bool clear = false;
     bool json = false;
 };
 
-const char *nameOf(AssetChange::What what) {
-    switch (what) {
-    case AssetChange::What::added:
-        return "added";
-    case AssetChange::What::changed:
-        return "changed";
-    case AssetChange::What::removed:
-        return "removed";
-    }
-    return "";
-}
-
 Result<ExitCode> changes(const Options &options) {
+    if (const auto there = requireLibrary(); !there)
+        return passOn(there);
+    if (options.follow)
+        return followChanges(options.since, options.json);
     JSON described = JSON::array();
     Table table({{"NUMBER", Table::Align::right}, {"DATE"}, {"WHAT"}, {"UUID"}});
     std::string token = options.since > 0 ? std::to_string(options.since) : std::string();
@@ -44,10 +39,7 @@ Result<ExitCode> changes(const Options &options) {
                             ". Begin with all assets: wickerlane list; the changes that it knows: "
                             "wickerlane changes");
         for (const AssetChange &each : page->changes) {
-            described.push_back({{"number", each.number},
-                                 {"date", isoDateText(each.date)},
-                                 {"what", nameOf(each.what)},
-                                 {"uuid", each.uuid}});
+            described.push_back(describe(each));
             table.add({std::to_string(each.number), dateText(each.date), nameOf(each.what), each.uuid});
         }
         token = page->token;
@@ -67,13 +59,17 @@ Result<ExitCode> changes(const Options &options) {
 void setUpChanges(Command command) {
     command.footer("Examples:\n"
                    "  wickerlane changes --since 120\n"
+                   "  wickerlane changes --follow --json\n"
                    "  wickerlane changes --clear --json");
     Options &options = command.runs(changes);
     command.addOption("--since", options.since, "Only changes with a higher number")
         .typeName("NUMBER")
         .notNegative();
-    command.addFlag("--clear", options.clear, "Then delete the record of all changes");
-    command.addFlag("--json", options.json, "Write JSON");
+    const Option follow =
+        command.addFlag("--follow", options.follow,
+                        "Write each change as it comes, from now on or from --since, until Ctrl-C");
+    command.addFlag("--clear", options.clear, "Then delete the record of all changes").excludes(follow);
+    command.addFlag("--json", options.json, "Write JSON; with --follow one object a line");
 }
 
 } // namespace wickerlane::cli
