@@ -51,7 +51,10 @@ protected:
                 kept.push_back(std::move(next));
             return isFull || HasFailure();
         }));
-        std::erase_if(kept, [](Coming &each) { return each.wait_for(0s) == std::future_status::ready; });
+        EXPECT_TRUE(waitUntil([&] { // those that were refused later than the last one
+            std::erase_if(kept, [](Coming &each) { return each.wait_for(0s) == std::future_status::ready; });
+            return kept.size() <= maxOfProcess;
+        }));
         EXPECT_EQ(kept.size(), maxOfProcess);
         return kept;
     }
