@@ -36,8 +36,20 @@ TEST_F(CTrash, GivesAssetsBackUntilTheyAreRemoved) {
     EXPECT_EQ(codeOf(WLTrashRestore(url, &error)), WLErrorFailed) << "it is not in the trash";
     EXPECT_EQ(codeOf(WLAssetDelete(asset.get(), &error)), success);
     EXPECT_FALSE(assetOf(saved));
+    const auto page = Ref<WLTrashPage>::adopt(WLTrashPageCreate(10, &error));
+    ASSERT_EQ(WLTrashPageCount(page.get()), 1U);
+    EXPECT_STREQ(WLAssetUUID(WLTrashPageGet(page.get(), 0)), WLAssetUUID(asset.get()));
+    EXPECT_GT(WLTrashPageDate(page.get(), 0), WLAssetDateAdded(asset.get()));
+    EXPECT_EQ(WLTrashPageGet(page.get(), 1), nullptr);
+    EXPECT_EQ(WLTrashPageCreateNext(page.get(), &error), nullptr);
+    EXPECT_EQ(error, nullptr);
+    EXPECT_EQ(WLTrashPageCreate(0, &error), nullptr);
+    EXPECT_EQ(WLErrorCode(error), WLErrorInvalid);
     EXPECT_EQ(codeOf(WLTrashRestore(url, &error)), success);
     EXPECT_TRUE(assetOf(saved));
+    const auto query = Ref<WLAssetQuery>::adopt(WLAssetQueryCreate());
+    EXPECT_EQ(WLAssetQueryCount(query.get(), &error), 1);
+    EXPECT_EQ(WLAssetQueryCount(nullptr, &error), -1);
     EXPECT_EQ(codeOf(WLTrashRemove(url, &error)), success);
     EXPECT_FALSE(assetOf(saved));
     EXPECT_EQ(codeOf(WLTrashRestore(url, &error)), WLErrorFailed) << "it is gone for good";
@@ -72,8 +84,15 @@ TEST_F(CEdits, AreShownUntilTheyAreReverted) {
     EXPECT_EQ(shown(), picture);
     EXPECT_EQ(codeOf(WLAssetSetEdit(asset.get(), data.get(), properties.get(), &error)), success);
     EXPECT_EQ(shown(), edited);
+    WLDictionary *said = nullptr;
+    const WLURL *file = WLAssetGetEdit(asset.get(), &said, &error);
+    ASSERT_NE(file, nullptr);
+    EXPECT_EQ(contentsOf(file->fileSystemPath()), edited);
+    EXPECT_TRUE(WLIsEqual(said, properties.get()));
     EXPECT_EQ(codeOf(WLAssetRevert(asset.get(), &error)), success);
     EXPECT_EQ(shown(), picture);
+    EXPECT_EQ(WLAssetGetEdit(asset.get(), nullptr, &error), nullptr);
+    EXPECT_EQ(error, nullptr);
     EXPECT_EQ(codeOf(WLAssetRevert(nullptr, &error)), WLErrorInvalid);
     EXPECT_EQ(codeOf(WLAssetSetEdit(nullptr, data.get(), nullptr, &error)), WLErrorInvalid);
 }

@@ -24,6 +24,9 @@ REACHED = {
     # Listing and finding.
     'assetsMatchingQuery': 'WLAssetPageCreate WLAssetPageCreateNext',
     'sectionsOfAssets': 'WLAssetSectionsCreate',
+    'countOfAssets': 'WLAssetQueryCount',
+    'trashMatchingQuery': 'WLTrashPageCreate WLTrashPageCreateNext',
+    'renditionOfAsset': 'WLAssetGetEdit',
     'albums': 'WLAlbumsCreate',
     'momentsMatchingQuery': 'WLMomentPageCreate WLMomentPageCreateNext',
     'duplicatesMatchingQuery': 'WLDuplicatesPageCreate WLDuplicatesPageCreateNext',
@@ -124,6 +127,9 @@ LEFT_OUT = {
     'setConnection': 'likewise',
     'sendDaemonJob': 'likewise: a job encodes itself into a message',
     'securityPolicyErrorForMissingEntitlement': 'it makes an error for handlers, whose errors in C are WLErrorRefused',
+    'companionsOfPhotos': 'not yet',
+    'momentLists': 'not yet',
+    'cloudFeed': 'not yet',
     'setLargePreviewImageForAssetWithURL': 'it blocks all the same; setLargePreviewImage() says why it has failed',
 }
 

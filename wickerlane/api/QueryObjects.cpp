@@ -12,6 +12,10 @@ constinit const Class MomentObject::classInfo{"Moment", &Object::classInfo, null
 template <>
 constinit const Class DuplicatesObject::classInfo{"Duplicates", &Object::classInfo, nullptr};
 template <>
+constinit const Class TrashedObject::classInfo{"Trashed", &Object::classInfo, nullptr};
+template <>
+constinit const Class TrashPageObject::classInfo{"TrashPage", &Object::classInfo, nullptr};
+template <>
 constinit const Class AssetPageObject::classInfo{"AssetPage", &Object::classInfo, nullptr};
 template <>
 constinit const Class MomentPageObject::classInfo{"MomentPage", &Object::classInfo, nullptr};

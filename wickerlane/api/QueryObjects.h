@@ -8,6 +8,7 @@
 #include "wickerlane/model/AssetChange.h"
 #include "wickerlane/model/AssetQuery.h"
 #include "wickerlane/model/Moments.h"
+#include "wickerlane/model/Trash.h"
 
 namespace wickerlane {
 
@@ -55,9 +56,11 @@ using SectionsObject = RecordObject<std::vector<AssetSection>>;
 using ChangesObject = RecordObject<ChangesPage>;
 using MomentObject = RecordObject<MomentRecord>;
 using DuplicatesObject = RecordObject<DuplicatesRecord>;
+using TrashedObject = RecordObject<TrashedAsset>;
 using AssetPageObject = PageObject<AssetQuery, ManagedAsset>;
 using MomentPageObject = PageObject<MomentQuery, MomentObject>;
 using DuplicatesPageObject = PageObject<DuplicatesQuery, DuplicatesObject>;
+using TrashPageObject = PageObject<TrashQuery, TrashedObject>;
 
 template <>
 const Class SectionsObject::classInfo;
@@ -67,6 +70,10 @@ template <>
 const Class MomentObject::classInfo;
 template <>
 const Class DuplicatesObject::classInfo;
+template <>
+const Class TrashedObject::classInfo;
+template <>
+const Class TrashPageObject::classInfo;
 template <>
 const Class AssetPageObject::classInfo;
 template <>

@@ -199,6 +199,13 @@ void WLAssetQueryAddField(WLAssetQuery *query, int field) {
     fields = (fields == AssetFields::all ? AssetFields::identity : fields) | AssetFields{bitOf(bit)};
 }
 
+int64_t WLAssetQueryCount(const WLAssetQuery *query, WLError **error) {
+    if (query == nullptr)
+        return failing<int64_t>(-1, ProblemKind::invalid, noQuery, error);
+    const auto count = JXGatekeeperClient::sharedInstance()->countOfAssets(query->query.filter);
+    return withLastError(count ? static_cast<int64_t>(*count) : -1, error);
+}
+
 WLAssetPage *WLAssetPageCreate(const WLAssetQuery *query, WLError **error) {
     return query != nullptr ? create(query->query, error)
                             : failing<WLAssetPage *>(nullptr, ProblemKind::invalid, noQuery, error);

@@ -157,6 +157,10 @@ WL_EXTERN_C void WLAssetQueryAddField(WLAssetQuery *query, int field);
 // the daemon may be null. What is stored there is borrowed; it is what WLLastError() gives, and null when the
 // daemon has answered.
 
+/// How many assets a query asks for, in all pages together; -1 on failure. A null query is WLErrorInvalid.
+/// Blocks.
+WL_EXTERN_C int64_t WLAssetQueryCount(const WLAssetQuery *query, WLError **error);
+
 /// Asks for the first page. Null on failure, and only then: when no asset matches, the page is empty. A null
 /// query is WLErrorInvalid. The query may be changed or released afterwards. Blocks.
 WL_EXTERN_C WLAssetPage *WLAssetPageCreate(const WLAssetQuery *query, WLError **error);

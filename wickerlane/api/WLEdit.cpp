@@ -9,6 +9,17 @@ bool WLAssetSetEdit(const WLAsset *asset, WLData *picture, WLDictionary *propert
     return waitFor(&JXGatekeeperClient::setLargePreviewImage, error, WLAssetURL(asset), picture, properties);
 }
 
+WLURL *WLAssetGetEdit(const WLAsset *asset, WLDictionary **properties, WLError **error) {
+    if (properties != nullptr)
+        *properties = nullptr;
+    if (asset == nullptr)
+        return failing<WLURL *>(nullptr, ProblemKind::invalid, noAsset, error);
+    const auto edit = sharedClient()->renditionOfAsset(asset->assetURL());
+    if (edit && edit->properties && properties != nullptr)
+        *properties = autorelease(edit->properties);
+    return withLastError(edit && edit->file ? autorelease(edit->file) : nullptr, error);
+}
+
 bool WLAssetRevert(const WLAsset *asset, WLError **error) {
     return waitFor(&JXGatekeeperClient::revertAsset, error, WLAssetURL(asset));
 }

@@ -1,6 +1,7 @@
 #include "wickerlane/api/WLTrash.h"
 
 #include "wickerlane/api/CallInternal.h"
+#include "wickerlane/api/PageInternal.h"
 #include "wickerlane/api/ReasonInternal.h"
 
 using namespace wickerlane;
@@ -19,6 +20,21 @@ void ask(void (JXGatekeeperClient::*operation)(URL *, Done), WLURL *assetURL, Do
         failLater(std::move(handler), noAsset);
     else
         (sharedClient()->*operation)(assetURL, withReason(std::move(handler), notDone));
+}
+
+TrashPageObject *create(const TrashQuery &query, WLError **error) {
+    const auto objectsOf = [](TrashPage page) {
+        std::vector<Ref<TrashedObject>> objects;
+        objects.reserve(page.assets.size());
+        for (TrashedAsset &each : page.assets)
+            objects.push_back(makeRef<TrashedObject>(std::move(each)));
+        return objects;
+    };
+    return createPage<TrashPageObject>(&JXGatekeeperClient::trashMatchingQuery, query, objectsOf, error);
+}
+
+const TrashedObject *trashedAt(const WLTrashPage *page, std::size_t index) {
+    return page != nullptr ? page->at(index) : nullptr;
 }
 
 } // namespace
@@ -57,4 +73,26 @@ bool WLTrashEmpty(WLError **error) {
 void WLTrashEmptyWithHandler(WLDoneHandler handler, void *context, WLReleaseContext release) {
     if (auto called = handlerOf(handler, context, release))
         sharedClient()->emptyTrashWithHandler(withReason(std::move(called), notDone));
+}
+
+WLTrashPage *WLTrashPageCreate(size_t limit, WLError **error) {
+    return create({.limit = limit}, error);
+}
+
+WLTrashPage *WLTrashPageCreateNext(const WLTrashPage *page, WLError **error) {
+    return createNext(page, create, error);
+}
+
+size_t WLTrashPageCount(const WLTrashPage *page) {
+    return page != nullptr ? page->count() : 0;
+}
+
+WLAsset *WLTrashPageGet(const WLTrashPage *page, size_t index) {
+    const TrashedObject *trashed = trashedAt(page, index);
+    return trashed != nullptr ? trashed->record().asset.get() : nullptr;
+}
+
+double WLTrashPageDate(const WLTrashPage *page, size_t index) {
+    const TrashedObject *trashed = trashedAt(page, index);
+    return trashed != nullptr ? trashed->record().dateTrashed : 0;
 }
