@@ -46,7 +46,9 @@ TEST_F(Commands, TheExampleSavesAPictureOrSaysWhyNot) {
 TEST_F(Commands, TheExampleSaysWhenNothingIsServed) {
     const std::string picture = file("a.jpg", jpegPicture());
     describeService({"--max-jobs", "0"});
-    EXPECT_EQ(hello(picture).output, "Not saved: hoardd has too much to do; try again later\n");
+    const CommandResult full = hello(picture);
+    EXPECT_EQ(full.output, "Not saved: hoardd has too much to do; try again later\n");
+    EXPECT_EQ(full.exitCode, 1);
     endDaemon();
     describeService({});
     ASSERT_TRUE(ConsentStore::shared().decide({kPVGServicePhotos, HELLO_EXAMPLE, getuid(), false}));

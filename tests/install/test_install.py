@@ -72,6 +72,14 @@ def build_with_cmake(folder, prefix):
     return build / folder.name
 
 
+def build_examples(examples, build, prefix, environment):
+    """As the guides say it, from what is installed."""
+    run(options.cmake, '-G', options.generator, '-S', examples, '-B', build, f'-DCMAKE_PREFIX_PATH={prefix}',
+        f'-DCMAKE_C_COMPILER={options.cc}', f'-DCMAKE_CXX_COMPILER={options.cxx}')
+    run(options.cmake, '--build', build)
+    assert len(run(build / 'list', env=environment).splitlines()) == 2
+
+
 def compile_header(include, header):
     """What the compilers say about the header; nothing when it can be included by itself."""
     # A header that looks whether it is C++ that reads it promises to be C as well.
@@ -112,6 +120,7 @@ def main():
         try:
             check_application(build_with_pkg_config(folder, 'wickerlane', environment), environment, 1)
             check_application(build_with_cmake(folder, prefix), environment, 2)
+            build_examples(next(prefix.rglob('first.c')).parent, top / 'examples', prefix, environment)
         finally:
             end_daemon(top / 'root')
         check_kit(build_with_pkg_config(kit, 'wickerlane-testing', environment), environment)
