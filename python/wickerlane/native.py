@@ -178,8 +178,7 @@ def ask(function: Function, *arguments: object) -> Any:
         text = string(C.WLErrorText(error)) or 'the request failed'
         kind = errors.BY_CODE.get(C.WLErrorCode(error), errors.WickerlaneError)
         if _is_forked and kind is errors.Unreachable:
-            raise errors.ForkedProcess('a process that fork() made can\'t use the library that its parent has used: '
-                                       'start a new program, or use the start method "spawn" of multiprocessing')
+            kind = errors.ForkedProcess
         raise kind(text)
     return result
 

@@ -8,6 +8,7 @@
 #include "tests/support/Fork.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
+#include "wickerlane/platform/process/ForkedChild.h"
 #include "wickerlane/protocol/LibraryRows.h"
 #include "wickerlane/testing/ScriptedDaemon.h"
 
@@ -24,6 +25,8 @@ int firstFault(JXGatekeeperClient *inherited) {
             return step;
         if (++step;
             JXGatekeeperClient::lastError()->code() != static_cast<std::int64_t>(ProblemKind::unreachable))
+            return step;
+        if (++step; JXGatekeeperClient::lastError()->localizedDescription()->utf8() != forkedChildText)
             return step;
         if (++step; client->getCurrentBulletins() != nullptr)
             return step;

@@ -1,5 +1,6 @@
 #include "wickerlane/api/ReasonInternal.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
+#include "wickerlane/platform/process/ForkedChild.h"
 #include "wickerlane/platform/process/ProcessFacts.h"
 
 namespace wickerlane {
@@ -10,6 +11,8 @@ Ref<Error> errorOf(ProblemKind kind, const std::string &text) {
 }
 
 Ref<Error> reasonOf(const Error *error, const char *reason) {
+    if (isForkedChild())
+        return errorOf(ProblemKind::unreachable, forkedChildText);
     if (error == nullptr)
         return errorOf(ProblemKind::failed, reason);
     switch (error->code()) {

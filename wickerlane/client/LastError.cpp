@@ -7,6 +7,7 @@
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/model/Problem.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
+#include "wickerlane/platform/process/ForkedChild.h"
 #include "wickerlane/platform/process/ProcessFacts.h"
 
 namespace wickerlane::client {
@@ -31,6 +32,8 @@ pthread_key_t threadKey() {
 
 // With what can be done about it, unless that is said already.
 Problem problemIn(const MessageError &error) {
+    if (&error == MessageError::connectionInvalid() && isForkedChild())
+        return {ProblemKind::unreachable, forkedChildText, {}};
     if (&error == MessageError::connectionInvalid())
         return {ProblemKind::unreachable,
                 "The daemon hoardd can't be reached, and can't be started. See that it is installed; what it "
