@@ -179,6 +179,9 @@ static const char *faultOfTheLibrary(void) {
     CHECK(WLAlbumName(NULL) == NULL && WLAlbumAssetCount(NULL) == 0 && WLAlbumURL(NULL) == NULL);
     CHECK(WLMomentPageGet(NULL, 0) == NULL && WLMomentKeyAsset(NULL) == NULL);
     CHECK(WLDuplicatesPageGet(NULL, 0) == NULL && WLDuplicatesGetUUID(NULL, 0) == NULL);
+    CHECK(WLMomentListsCount(NULL) == 0 && WLMomentListsKeyAsset(NULL, 0) == NULL);
+    CHECK(WLFeedCount(NULL) == 0 && WLFeedAssetUUID(NULL, 0, 0) == NULL);
+    CHECK(WLCompanionsCount(NULL) == 0 && WLCompanionsPath(NULL, 0) == NULL);
     CHECK(WLAsAsset(NULL) == NULL && WLAsAlbum(NULL) == NULL);
     return NULL;
 }

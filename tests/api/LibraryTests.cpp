@@ -129,6 +129,16 @@ TEST_F(CLibrary, SharesAlbumsAndTellsOfIt) {
     EXPECT_EQ(WLBadgeCount(&error), 0);
     EXPECT_EQ(error, nullptr);
 
+    const auto feed = Ref<WLFeed>::adopt(WLFeedCreate(&error));
+    ASSERT_EQ(WLFeedCount(feed.get()), 1U);
+    EXPECT_STREQ(WLFeedAlbumUUID(feed.get(), 0), WLAlbumUUID(album));
+    EXPECT_GE(WLFeedStartDate(feed.get(), 0), WLAssetDateAdded(asset.get()));
+    EXPECT_EQ(WLFeedEndDate(feed.get(), 0), WLFeedStartDate(feed.get(), 0));
+    ASSERT_EQ(WLFeedAssetCount(feed.get(), 0), 1U);
+    EXPECT_STREQ(WLFeedAssetUUID(feed.get(), 0, 0), WLAssetUUID(asset.get()));
+    EXPECT_EQ(WLFeedAssetUUID(feed.get(), 0, 1), nullptr);
+    EXPECT_EQ(WLFeedAssetUUID(feed.get(), 1, 0), nullptr);
+
     WLAlbumDeleteIfEmpty(album); // which it is not
     WLStreamEnable("another");
     WLStreamEnable(nullptr);

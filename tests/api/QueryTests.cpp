@@ -263,6 +263,18 @@ TEST_F(CQueries, GiveAlbumsMomentsAndDuplicates) {
     }
     EXPECT_EQ(error, nullptr);
     EXPECT_EQ(starts, (std::vector<double>{30, 20}));
+    const auto lists = Ref<WLMomentLists>::adopt(WLMomentListsCreate(&error));
+    std::uint64_t inLists = 0;
+    for (std::size_t i = 0; i < WLMomentListsCount(lists.get()); ++i) {
+        inLists += WLMomentListsMomentCount(lists.get(), i);
+        EXPECT_EQ(WLMomentListsAssetCount(lists.get(), i), WLMomentListsMomentCount(lists.get(), i));
+        EXPECT_LE(WLMomentListsStartDate(lists.get(), i), WLMomentListsEndDate(lists.get(), i));
+        EXPECT_TRUE(WLMomentListsIsAnalyzed(lists.get(), i));
+        EXPECT_TRUE(saved.contains(shown(WLMomentListsKeyAsset(lists.get(), i))));
+        EXPECT_NE(WLMomentListsNumber(lists.get(), i), 0);
+    }
+    EXPECT_EQ(inLists, 3U);
+    EXPECT_EQ(WLMomentListsKeyAsset(lists.get(), WLMomentListsCount(lists.get())), nullptr);
     EXPECT_EQ(WLMomentPageCreate(std::nan(""), 0, false, 1, &error), nullptr);
     EXPECT_EQ(WLErrorCode(error), WLErrorInvalid);
 

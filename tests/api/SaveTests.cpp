@@ -273,6 +273,22 @@ TEST_F(CSaves, NameTheFilesThatBelongToAnAsset) {
         EXPECT_EQ(WLSavedAssetWasPresent(saved), isThere);
         EXPECT_EQ(WLSavedAssetCompanionWasSaved(saved), !isThere);
         EXPECT_EQ(WLSavedAssetCompanionWasPresent(saved), isThere);
+        const auto query = Ref<WLAssetQuery>::adopt(WLAssetQueryCreate());
+        const auto page = Ref<WLAssetPage>::adopt(WLAssetPageCreate(query.get(), &error));
+        WLAsset *asset = WLAssetPageGet(page.get(), 0);
+        const auto companions =
+            Ref<WLCompanions>::adopt(WLCompanionsCreate(Array::of({job.get(), asset}), &error));
+        ASSERT_EQ(WLCompanionsCount(companions.get()), 1U);
+        EXPECT_STREQ(WLCompanionsAssetUUID(companions.get(), 0), WLAssetUUID(asset));
+        EXPECT_EQ(contentsOf(WLCompanionsPath(companions.get(), 0)), contentsOf(second));
+        EXPECT_STREQ(WLCompanionsOriginalFilename(companions.get(), 0), "shot.DNG");
+        EXPECT_NE(WLCompanionsFormat(companions.get(), 0), nullptr);
+        EXPECT_EQ(WLCompanionsByteSize(companions.get(), 0), contentsOf(second).size());
+        EXPECT_EQ(WLCompanionsPath(companions.get(), 1), nullptr);
+    }
+    for (const WLArray *assets : {static_cast<WLArray *>(nullptr), Array::of({job.get()})}) {
+        EXPECT_EQ(WLCompanionsCreate(assets, &error), nullptr);
+        EXPECT_EQ(WLErrorCode(error), WLErrorInvalid);
     }
 }
 

@@ -33,6 +33,31 @@ const char *factOf(const Object *object, std::string Record::*member) {
     return object != nullptr ? textOrNull(object->record().*member) : nullptr;
 }
 
+/// A record of an object that holds several; null when there is none at the index.
+template <class Object>
+auto *recordAt(const Object *object, std::size_t index) {
+    return object != nullptr && index < object->record().size() ? &object->record()[index] : nullptr;
+}
+
+/// A member of it, as factOf() gives it.
+template <class Object, class Record, class Value>
+requires(std::is_trivially_destructible_v<Value>) Value
+    factAt(const Object *object, std::size_t index, Value Record::*member) {
+    const auto *record = recordAt(object, index);
+    return record != nullptr ? record->*member : Value{};
+}
+template <class Object, class Record>
+const char *factAt(const Object *object, std::size_t index, std::string Record::*member) {
+    const auto *record = recordAt(object, index);
+    return record != nullptr ? textOrNull(record->*member) : nullptr;
+}
+
+/// How many there are; 0 for null.
+template <class Object>
+std::size_t countOf(const Object *object) {
+    return object != nullptr ? object->record().size() : 0;
+}
+
 } // namespace wickerlane
 
 #endif

@@ -12,6 +12,12 @@ constinit const Class MomentObject::classInfo{"Moment", &Object::classInfo, null
 template <>
 constinit const Class DuplicatesObject::classInfo{"Duplicates", &Object::classInfo, nullptr};
 template <>
+constinit const Class MomentListsObject::classInfo{"MomentLists", &Object::classInfo, nullptr};
+template <>
+constinit const Class FeedObject::classInfo{"Feed", &Object::classInfo, nullptr};
+template <>
+constinit const Class CompanionsObject::classInfo{"Companions", &Object::classInfo, nullptr};
+template <>
 constinit const Class TrashedObject::classInfo{"Trashed", &Object::classInfo, nullptr};
 template <>
 constinit const Class TrashPageObject::classInfo{"TrashPage", &Object::classInfo, nullptr};

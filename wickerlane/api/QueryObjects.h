@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "wickerlane/model/AssetChange.h"
+#include "wickerlane/model/AssetFiles.h"
 #include "wickerlane/model/AssetQuery.h"
 #include "wickerlane/model/Moments.h"
 #include "wickerlane/model/Trash.h"
@@ -56,6 +57,9 @@ using SectionsObject = RecordObject<std::vector<AssetSection>>;
 using ChangesObject = RecordObject<ChangesPage>;
 using MomentObject = RecordObject<MomentRecord>;
 using DuplicatesObject = RecordObject<DuplicatesRecord>;
+using MomentListsObject = RecordObject<std::vector<MomentListRecord>>;
+using FeedObject = RecordObject<std::vector<FeedEntryRecord>>;
+using CompanionsObject = RecordObject<std::vector<CompanionRecord>>;
 using TrashedObject = RecordObject<TrashedAsset>;
 using AssetPageObject = PageObject<AssetQuery, ManagedAsset>;
 using MomentPageObject = PageObject<MomentQuery, MomentObject>;
@@ -70,6 +74,12 @@ template <>
 const Class MomentObject::classInfo;
 template <>
 const Class DuplicatesObject::classInfo;
+template <>
+const Class MomentListsObject::classInfo;
+template <>
+const Class FeedObject::classInfo;
+template <>
+const Class CompanionsObject::classInfo;
 template <>
 const Class TrashedObject::classInfo;
 template <>

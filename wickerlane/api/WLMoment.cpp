@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "wickerlane/api/CallInternal.h"
 #include "wickerlane/api/FactsInternal.h"
 #include "wickerlane/api/PageInternal.h"
 
@@ -94,6 +95,44 @@ uint64_t WLMomentVideoCount(const WLMoment *moment) {
 
 const char *WLMomentKeyAsset(const WLMoment *moment) {
     return factOf(moment, &MomentRecord::keyAsset);
+}
+
+WLMomentLists *WLMomentListsCreate(WLError **error) {
+    std::optional<MomentLists> answer = sharedClient()->momentLists();
+    return withLastError(answer ? makeRef<MomentListsObject>(std::move(answer->lists)).leak() : nullptr,
+                         error);
+}
+
+size_t WLMomentListsCount(const WLMomentLists *lists) {
+    return countOf(lists);
+}
+
+int64_t WLMomentListsNumber(const WLMomentLists *lists, size_t index) {
+    return factAt(lists, index, &MomentListRecord::primaryKey);
+}
+
+double WLMomentListsStartDate(const WLMomentLists *lists, size_t index) {
+    return factAt(lists, index, &MomentListRecord::startDate);
+}
+
+double WLMomentListsEndDate(const WLMomentLists *lists, size_t index) {
+    return factAt(lists, index, &MomentListRecord::endDate);
+}
+
+uint64_t WLMomentListsMomentCount(const WLMomentLists *lists, size_t index) {
+    return factAt(lists, index, &MomentListRecord::momentCount);
+}
+
+uint64_t WLMomentListsAssetCount(const WLMomentLists *lists, size_t index) {
+    return factAt(lists, index, &MomentListRecord::assetCount);
+}
+
+bool WLMomentListsIsAnalyzed(const WLMomentLists *lists, size_t index) {
+    return factAt(lists, index, &MomentListRecord::isAnalyzed);
+}
+
+const char *WLMomentListsKeyAsset(const WLMomentLists *lists, size_t index) {
+    return factAt(lists, index, &MomentListRecord::keyAsset);
 }
 
 WLDuplicatesPage *WLDuplicatesPageCreate(int kind, size_t limit, WLError **error) {

@@ -15,11 +15,13 @@
 #include "wickerlane/api/QueryObjects.h"
 using WLMoment = wickerlane::MomentObject;
 using WLMomentPage = wickerlane::MomentPageObject;
+using WLMomentLists = wickerlane::MomentListsObject;
 using WLDuplicates = wickerlane::DuplicatesObject;
 using WLDuplicatesPage = wickerlane::DuplicatesPageObject;
 #else
 typedef struct WLMoment WLMoment;
 typedef struct WLMomentPage WLMomentPage;
+typedef struct WLMomentLists WLMomentLists;
 typedef struct WLDuplicates WLDuplicates;
 typedef struct WLDuplicatesPage WLDuplicatesPage;
 #endif
@@ -69,6 +71,32 @@ WL_EXTERN_C uint64_t WLMomentVideoCount(const WLMoment *moment);
 
 /// The UUID of the asset that stands for it; null when it has none.
 WL_EXTERN_C const char *WLMomentKeyAsset(const WLMoment *moment);
+
+// Lists of moments that belong together: a journey, a time at home. What is had by an index, which counts
+// from 0, is 0 or null when there is none.
+
+/// Asks for all lists, the earliest first. Null on failure, and only then. Blocks.
+WL_EXTERN_C WLMomentLists *WLMomentListsCreate(WLError **error);
+
+/// How many lists there are; 0 for null.
+WL_EXTERN_C size_t WLMomentListsCount(const WLMomentLists *lists);
+
+/// What WLMomentListNumber() gives for its moments.
+WL_EXTERN_C int64_t WLMomentListsNumber(const WLMomentLists *lists, size_t index);
+
+// Of its first and its last asset, in seconds since 2001-01-01 00:00:00 UTC.
+
+WL_EXTERN_C double WLMomentListsStartDate(const WLMomentLists *lists, size_t index);
+WL_EXTERN_C double WLMomentListsEndDate(const WLMomentLists *lists, size_t index);
+
+WL_EXTERN_C uint64_t WLMomentListsMomentCount(const WLMomentLists *lists, size_t index);
+WL_EXTERN_C uint64_t WLMomentListsAssetCount(const WLMomentLists *lists, size_t index);
+
+/// Whether the daemon has looked at its moments. The next is known only then.
+WL_EXTERN_C bool WLMomentListsIsAnalyzed(const WLMomentLists *lists, size_t index);
+
+/// The UUID of the asset that stands for it; null when it has none.
+WL_EXTERN_C const char *WLMomentListsKeyAsset(const WLMomentLists *lists, size_t index);
 
 // Groups of duplicates: assets that are alike.
 

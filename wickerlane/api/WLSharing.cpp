@@ -1,6 +1,7 @@
 #include "wickerlane/api/WLSharing.h"
 
 #include "wickerlane/api/CallInternal.h"
+#include "wickerlane/api/FactsInternal.h"
 
 using namespace wickerlane;
 
@@ -20,6 +21,37 @@ void WLStreamsUpdateLimits() {
 
 bool WLFeedRebuild(WLError **error) {
     return waitFor(&JXGatekeeperClient::rebuildCloudFeed, error);
+}
+
+WLFeed *WLFeedCreate(WLError **error) {
+    auto entries = sharedClient()->cloudFeed();
+    return withLastError(entries ? makeRef<FeedObject>(*std::move(entries)).leak() : nullptr, error);
+}
+
+size_t WLFeedCount(const WLFeed *feed) {
+    return countOf(feed);
+}
+
+const char *WLFeedAlbumUUID(const WLFeed *feed, size_t index) {
+    return factAt(feed, index, &FeedEntryRecord::albumUUID);
+}
+
+double WLFeedStartDate(const WLFeed *feed, size_t index) {
+    return factAt(feed, index, &FeedEntryRecord::startDate);
+}
+
+double WLFeedEndDate(const WLFeed *feed, size_t index) {
+    return factAt(feed, index, &FeedEntryRecord::endDate);
+}
+
+size_t WLFeedAssetCount(const WLFeed *feed, size_t index) {
+    const FeedEntryRecord *entry = recordAt(feed, index);
+    return entry != nullptr ? entry->uuids.size() : 0;
+}
+
+const char *WLFeedAssetUUID(const WLFeed *feed, size_t index, size_t assetIndex) {
+    return assetIndex < WLFeedAssetCount(feed, index) ? recordAt(feed, index)->uuids[assetIndex].c_str()
+                                                      : nullptr;
 }
 
 int64_t WLSharedAssetsPurgeableBytes(WLError **error) {

@@ -9,6 +9,13 @@
 
 #include "wickerlane/api/WLTypes.h"
 
+#if WL_HAS_CLASSES
+#include "wickerlane/api/QueryObjects.h"
+using WLFeed = wickerlane::FeedObject;
+#else
+typedef struct WLFeed WLFeed;
+#endif
+
 /// Makes the shared album of a stream. False on failure. Blocks.
 WL_EXTERN_C bool WLStreamAddAlbum(const char *streamID, WLError **error);
 
@@ -20,6 +27,31 @@ WL_EXTERN_C void WLStreamsUpdateLimits(void);
 
 /// Makes the feed of shared albums again. False on failure. Blocks.
 WL_EXTERN_C bool WLFeedRebuild(WLError **error);
+
+// The feed: what came into shared albums. It is immutable; any number of threads may use it, and all that is
+// had from it lives as long as it does. What is had by an index, which counts from 0, is 0 or null when there
+// is none.
+
+/// Asks for it. Null on failure, and only then. Blocks.
+WL_EXTERN_C WLFeed *WLFeedCreate(WLError **error);
+
+/// How many entries there are, the newest first; 0 for null. One has what came into an album within a short
+/// time.
+WL_EXTERN_C size_t WLFeedCount(const WLFeed *feed);
+
+/// The UUID of the album.
+WL_EXTERN_C const char *WLFeedAlbumUUID(const WLFeed *feed, size_t index);
+
+// When the first and the last of its assets was added, in seconds since 2001-01-01 00:00:00 UTC.
+
+WL_EXTERN_C double WLFeedStartDate(const WLFeed *feed, size_t index);
+WL_EXTERN_C double WLFeedEndDate(const WLFeed *feed, size_t index);
+
+/// How many assets came.
+WL_EXTERN_C size_t WLFeedAssetCount(const WLFeed *feed, size_t index);
+
+/// The UUID of one of them.
+WL_EXTERN_C const char *WLFeedAssetUUID(const WLFeed *feed, size_t index, size_t assetIndex);
 
 /// How many bytes of shared assets could be freed; 0 on failure. Blocks.
 WL_EXTERN_C int64_t WLSharedAssetsPurgeableBytes(WLError **error);

@@ -13,6 +13,7 @@
 #include "wickerlane/api/WLCallables.h"
 #include "wickerlane/api/WLChanges.h"
 #include "wickerlane/api/WLCollections.h"
+#include "wickerlane/api/WLCompanion.h"
 #include "wickerlane/api/WLDaemon.h"
 #include "wickerlane/api/WLEdit.h"
 #include "wickerlane/api/WLError.h"
