@@ -2,6 +2,7 @@
 //   campaign_races SECONDS
 #include <fcntl.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdio>
@@ -27,8 +28,8 @@
 #include "wickerlane/platform/surface/ImageSurface.h"
 #include "wickerlane/protocol/ServiceName.h"
 #include "wickerlane/store/LibraryCheck.h"
-#include "wickerlane/store/ObjectStore.h"
 #include "wickerlane/store/Sqlite.h"
+#include "wickerlane/store/StoreReader.h"
 
 using namespace wickerlane;
 namespace fs = std::filesystem;
@@ -41,6 +42,28 @@ using Contents = std::string;
 const store::LibraryPaths &paths() {
     static const store::LibraryPaths all;
     return all;
+}
+
+Ref<ManagedAlbum> albumNamed(store::StoreReader &store, const std::string &name) {
+    const auto albums = store.albums();
+    if (albums)
+        for (const Ref<ManagedAlbum> &each : *albums)
+            if (each->record().name == name)
+                return each;
+    return nullptr;
+}
+
+/// Appends all assets of a filter. False when they can't be read.
+bool readAssets(store::StoreReader &store, const AssetFilter &filter, std::vector<AssetRecord> &records) {
+    AssetQuery query{.filter = filter};
+    do {
+        auto page = store.page(query);
+        if (!page)
+            return false;
+        std::ranges::move(page->records, std::back_inserter(records));
+        query.cursor = page->next;
+    } while (!query.cursor.empty());
+    return true;
 }
 
 Contents contentsOf(const std::string &path) {
@@ -247,9 +270,9 @@ private:
         const std::string album = name + ' ' + std::to_string(++albums);
         if (!client.answer(Client::request(11, {{"name", album}}).get()))
             return;
-        const auto store = store::ObjectStore::open();
-        const auto *made = store ? store->albumNamed(album) : nullptr;
-        if (made == nullptr)
+        const auto store = store::StoreReader::open(paths());
+        const auto made = store ? albumNamed(**store, album) : nullptr;
+        if (!made)
             return;
         for (const Asset &asset : assets)
             if (client.succeeds(
@@ -351,15 +374,15 @@ bool Race::report() {
             letSettle(entry.path());
     static_cast<void>(client.answer(Client::request(22).get()));
 
-    const auto store = store::ObjectStore::open();
-    if (!store || store->assets() == nullptr) {
+    const auto store = store::StoreReader::open(paths());
+    std::vector<AssetRecord> records;
+    if (!store || !readAssets(**store, {}, records)) {
         std::printf("%-10s the store can't be read\n", name.c_str());
         return false;
     }
     std::set<Contents> originals;
     std::map<std::string, Contents> byUUID;
-    for (const Object *each : *store->assets()) {
-        const auto &record = as<ManagedAsset>(each)->record();
+    for (const AssetRecord &record : records) {
         const Contents &bytes = byUUID[record.uuid] = contentsOf(paths().original(record));
         originals.insert(bytes);
     }
@@ -376,16 +399,14 @@ bool Race::report() {
         halves += originals.contains(picture.substr(0, picture.size() / 2)) ? 1 : 0;
     }
     for (const auto &[album, uuid] : tally.in) {
-        const auto *made = store->albumNamed(album);
-        bool isIn = false;
-        if (made != nullptr)
-            for (const Object *each : *store->assets({.album = made->record().primaryKey}))
-                isIn = isIn || as<ManagedAsset>(each)->record().uuid == uuid;
+        const auto made = albumNamed(**store, album);
+        std::vector<AssetRecord> members;
+        const bool isIn = made && readAssets(**store, {.album = made->record().uuid}, members) &&
+                          std::ranges::find(members, uuid, &AssetRecord::uuid) != members.end();
         lostAdditions += isIn ? 0 : 1;
         const bool isCopied =
-            made != nullptr &&
-            contentsOf(paths().albums() + '/' + made->record().uuid + "/assets").find(uuid) !=
-                std::string::npos;
+            made && contentsOf(paths().albums() + '/' + made->record().uuid + "/assets").find(uuid) !=
+                        std::string::npos;
         lostCopies += isCopied ? 0 : 1;
     }
     std::string first;

@@ -245,7 +245,7 @@ TEST_F(Access, LeavesALibraryAsItIsForOneWhoHasNone) {
     ASSERT_TRUE(consent.decide({kPVGServicePhotos, self, getuid(), false}));
     for (const auto &message : {add, intent, edit, remove})
         EXPECT_FALSE(answer(message.get())->getBool("success"));
-    const auto store = store::ObjectStore::open();
+    const auto store = StoreView::open();
     ASSERT_TRUE(store);
     EXPECT_EQ(store->assets()->count(), 1U);
     EXPECT_EQ(store->albumWithUUID(album)->record().assetCount, 0U);

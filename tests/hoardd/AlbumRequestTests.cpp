@@ -55,7 +55,7 @@ protected:
         return report ? report->findings.size() : SIZE_MAX;
     }
     static AlbumRecord album(const char *name) {
-        const auto opened = store::ObjectStore::open();
+        const auto opened = StoreView::open();
         const auto *found = opened->albumNamed(name);
         return found != nullptr ? found->record() : AlbumRecord();
     }
@@ -88,14 +88,14 @@ TEST_F(Album, HoldsAssetsAndCountsThem) {
     EXPECT_FALSE(add(one, "0000000A-0000-4000-8000-00000000ABCD"));
     EXPECT_FALSE(add(one, "Trip"));
     EXPECT_EQ(album("Trip").assetCount, 2U);
-    EXPECT_EQ(store::ObjectStore::open()->assets({.album = trip.primaryKey})->count(), 2U);
+    EXPECT_EQ(StoreView::open()->assets({.album = trip.uuid})->count(), 2U);
     EXPECT_TRUE(remove(one)->getBool("success"));
     EXPECT_EQ(album("Trip").assetCount, 1U);
     answer(request(30).get());
     EXPECT_EQ(album("Trip").assetCount, 1U);
 
     const auto deleteEmpty = request(58);
-    const std::string uri = objectURI(store::ObjectStore::open()->storeUUID(), trip.primaryKey, "Album");
+    const std::string uri = objectURI(StoreView::open()->storeUUID(), trip.primaryKey, "Album");
     deleteEmpty->setData("albumOID", uri.data(), uri.size());
     answer(deleteEmpty.get());
     EXPECT_EQ(album("Trip").uuid, trip.uuid) << "it is not empty";
@@ -163,7 +163,7 @@ TEST_F(Album, ComesBackWithARestore) {
     answer(finalize.get());
     EXPECT_TRUE(answer(request(71).get())->getBool("isComplete"));
 
-    const auto store = store::ObjectStore::open();
+    const auto store = StoreView::open();
     for (const auto &[uuid, picture] : assets) {
         const auto *asset = store->assetWithUUID(uuid);
         ASSERT_NE(asset, nullptr) << "under its own name";
@@ -171,7 +171,7 @@ TEST_F(Album, ComesBackWithARestore) {
     }
     EXPECT_EQ(store->assets()->count(), assets.size());
     EXPECT_EQ(album("Trip").uuid, trip.uuid);
-    EXPECT_EQ(store->assets({.album = album("Trip").primaryKey})->count(), assets.size());
+    EXPECT_EQ(store->assets({.album = album("Trip").uuid})->count(), assets.size());
     EXPECT_EQ(findings(), 0U);
 }
 
@@ -302,7 +302,7 @@ TEST_F(Album, ALostStoreTakesNoOriginalWithIt) {
     const std::string left = refusal(request(27).get()); // makes the store again
     EXPECT_TRUE(left.starts_with("1 things could not be repaired; the first: picture that can't be")) << left;
     answer(request(28).get()); // once the work that was waiting is done
-    const auto store = store::ObjectStore::open();
+    const auto store = StoreView::open();
     for (const auto &[result, bytes] : {std::pair(whole, picture), std::pair(undecodable, broken)}) {
         const auto *asset = store->assetWithUUID(textIn(result, "uuid"));
         ASSERT_NE(asset, nullptr) << "under its own UUID";
@@ -321,7 +321,7 @@ TEST_F(Album, UsageIntentsAreKept) {
     message->setUInt64("externalUsageIntent", UINT64_MAX);
     message->setString("assetURL", url->absoluteString()->utf8());
     const auto intent = [&] {
-        return store::ObjectStore::open()->assetWithURL(url.get())->record().externalUsageIntent;
+        return StoreView::open()->assetWithURL(url.get())->record().externalUsageIntent;
     };
     EXPECT_EQ(intent(), 0U);
     EXPECT_TRUE(answer(message.get())->getBool("success"));

@@ -32,10 +32,10 @@ protected:
     }
     [[nodiscard]] std::vector<std::string> assetsIn(const std::string &albumUUID) const {
         std::vector<std::string> uuids;
-        const auto assets = library().assets().assets({.album = album(albumUUID).primaryKey});
+        const auto assets = library().assets().page({.filter = {.album = albumUUID}});
         EXPECT_TRUE(assets) << assets.error().text;
-        for (const auto &each : assets.value())
-            uuids.push_back(each->record().uuid);
+        for (const AssetRecord &each : assets.value().records)
+            uuids.push_back(each.uuid);
         std::ranges::sort(uuids);
         return uuids;
     }

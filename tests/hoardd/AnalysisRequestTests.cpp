@@ -111,7 +111,7 @@ TEST_F(Analysis, IsDoneUnaskedSoonAfterChanges) {
     // Deletions count as well.
     const auto remove = request(13);
     remove->setString("assetURL",
-                      store::ObjectStore::open()->assetWithUUID(one)->assetURL()->absoluteString()->utf8());
+                      StoreView::open()->assetWithUUID(one)->assetURL()->absoluteString()->utf8());
     EXPECT_TRUE(answer(remove.get())->getBool("success"));
     EXPECT_TRUE(waitUntil([&] { return isComplete() && reader().moments()->front().assetCount == 1; }));
     // What an earlier daemon has left is done by the next.
@@ -130,7 +130,7 @@ TEST_F(Analysis, OneMomentOrListIsNamedByItsObjectID) {
     ReleaseScope scope;
     saveAt(1e9, pngOf(fourCorners(8, 8)));
     answer(rebuildRequest(true).get());
-    const std::string storeUUID = store::ObjectStore::open()->storeUUID();
+    const std::string storeUUID = StoreView::open()->storeUUID();
     const auto named = [](std::int64_t code, const char *key, const std::string &uri) {
         auto message = request(code);
         message->setData(key, uri.data(), uri.size());
@@ -206,7 +206,7 @@ TEST_F(Analysis, TheCloudFeedGathersWhatCameIntoSharedAlbums) {
         const auto made = request(code);
         made->setString(key, name);
         answer(made.get());
-        const auto opened = store::ObjectStore::open();
+        const auto opened = StoreView::open();
         const std::string album = opened->albumNamed(name)->record().uuid;
         for (const std::string &uuid : uuids) {
             const auto added = request(12);
@@ -238,7 +238,7 @@ TEST_F(Analysis, AllThumbnailsAreRemade) {
     std::filesystem::resize_file(small, 10);
     answer(request(73).get());
     EXPECT_EQ(decodedPicture(contentsOf(small)).width, 256U);
-    const auto opened = store::ObjectStore::open();
+    const auto opened = StoreView::open();
     EXPECT_EQ(opened->assetWithUUID(uuid)->record().thumbnailIndex, 2);
     EXPECT_EQ(opened->assetWithUUID(broken)->record().thumbnailIndex, 0)
         << "what can't be decoded is left alone";

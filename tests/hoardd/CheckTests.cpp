@@ -63,7 +63,7 @@ TEST_F(Check, FindsEachFaultAndRepairMendsWhatCanBe) {
         const FileBytes picture = pngOf(fourCorners(40, 30 + i));
         edited->setData("imageData", picture.data(), picture.size());
         EXPECT_TRUE(answer(edited.get())->getBool("success"));
-        assets.push_back(store::ObjectStore::open()->assetWithUUID(textIn(saved, "uuid"))->record());
+        assets.push_back(StoreView::open()->assetWithUUID(textIn(saved, "uuid"))->record());
     }
     EXPECT_TRUE(findings().empty());
 

@@ -27,7 +27,7 @@ protected:
         return refusal(setting(Dictionary::createWithKeys({{key, value}}).get(), uuids).get());
     }
     [[nodiscard]] static AssetRecord recordOf(const std::string &uuid) {
-        const auto store = store::ObjectStore::open();
+        const auto store = StoreView::open();
         return store->assetWithUUID(uuid)->record();
     }
     [[nodiscard]] std::string saved(std::uint32_t width) const {

@@ -98,7 +98,7 @@ TEST_F(FloodRequest, WhatHasNoReplyIsNotRefusedWhenTheQueueIsFull) {
     connection->send(restore.get());
     EXPECT_TRUE(waitUntil([] {
         const ReleaseScope inner;
-        return store::ObjectStore::open()->counts()->photos == 1;
+        return StoreView::open()->counts()->photos == 1;
     }));
 }
 

@@ -86,7 +86,7 @@ TEST_F(Life, ASignalToEndLetsRunningSavesFinish) {
     for (const pid_t worker : workers)
         kill(worker, SIGCONT);
     waitForEnd(process);
-    EXPECT_EQ(store::ObjectStore::open()->counts()->photos, 1U);
+    EXPECT_EQ(StoreView::open()->counts()->photos, 1U);
     EXPECT_TRUE(fs::is_empty(paths.saving()));
 }
 
@@ -147,7 +147,7 @@ TEST_F(Life, ADamagedStoreIsOnlyRepaired) {
             EXPECT_NE(refused.find("check --repair"), std::string::npos) << refused;
         }
         EXPECT_EQ(refusal(request(27).get()), "") << each.subject;
-        const auto store = store::ObjectStore::open();
+        const auto store = StoreView::open();
         ASSERT_TRUE(store) << each.subject;
         const auto *asset = store->assetWithUUID(uuid);
         ASSERT_NE(asset, nullptr) << each.subject;
@@ -186,7 +186,7 @@ TEST_F(Life, ThumbnailsThatAreDueAreMadeByTheNextDaemon) {
     };
     EXPECT_EQ(widthOf(plain), 256U);
     EXPECT_EQ(widthOf(edited), 77U);
-    EXPECT_EQ(store::ObjectStore::open()->assetWithUUID(textIn(plain, "uuid"))->record().thumbnailIndex, 2);
+    EXPECT_EQ(StoreView::open()->assetWithUUID(textIn(plain, "uuid"))->record().thumbnailIndex, 2);
     EXPECT_FALSE(fs::exists(leftover));
     EXPECT_EQ(sqlite::Database::open(paths.database(), sqlite::Database::Access::read)
                   ->integer("SELECT count(*) FROM zduethumbnail WHERE made = 0"),
@@ -379,11 +379,11 @@ TEST_F(Life, WhateverWasAnsweredIsWholeAfterAKillAtAnyInstant) {
         const auto store = store::StoreReader::open(paths);
         ASSERT_TRUE(store) << store.error().text;
         std::map<std::string, std::pair<AssetRecord, Place>> found;
-        const auto assets = (*store)->assets();
+        const auto assets = (*store)->page({.limit = 10'000});
         const auto trash = (*store)->trash();
         ASSERT_TRUE(assets && trash);
-        for (const auto &each : *assets)
-            found.emplace(each->record().uuid, std::pair(each->record(), Place::library));
+        for (const AssetRecord &each : assets->records)
+            found.emplace(each.uuid, std::pair(each, Place::library));
         for (const auto &each : *trash) {
             ++inTrash;
             const auto &record = each.asset->record();

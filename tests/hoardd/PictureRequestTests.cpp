@@ -86,7 +86,7 @@ TEST_F(PictureRequest, ThumbnailsAreMadeAgain) {
         message->setBool("forceRefresh", force);
         message->setBool("waitingForReply", true);
         answer(message.get());
-        return store::ObjectStore::open()->assetWithUUID(uuid)->record().thumbnailIndex;
+        return StoreView::open()->assetWithUUID(uuid)->record().thumbnailIndex;
     };
     EXPECT_EQ(update(true, false), 1) << "nothing was missing";
     EXPECT_EQ(update(true, true), 2);
@@ -135,7 +135,7 @@ TEST_F(PictureRequest, ARestoreFindsItsPathsInAnyTree) {
     EXPECT_NE(restore("no UUID", nested.get()), "");
     EXPECT_NE(restore(uuid, Array::of({String::of("/none")})).find("can't read /none"), std::string::npos);
     EXPECT_EQ(restore(uuid, nested.get()), "");
-    const auto *added = store::ObjectStore::open()->assetWithUUID(uuid);
+    const auto *added = StoreView::open()->assetWithUUID(uuid);
     ASSERT_NE(added, nullptr);
     EXPECT_EQ(contentsOf(paths.original(added->record())), picture);
 }
@@ -153,10 +153,8 @@ TEST_F(PictureRequest, ABackgroundWriteSaysWhichFileWasNotWritten) {
     const std::string_view url = URL::ofPath(fresh)->absoluteString()->utf8();
     EXPECT_EQ(write(url), "");
     EXPECT_EQ(contentsOf(fresh).size(), 3U);
-    const std::string original =
-        paths.original(store::ObjectStore::open()
-                           ->assetWithUUID(textIn(saveData(pngOf(fourCorners(4, 4))), "uuid"))
-                           ->record());
+    const std::string original = paths.original(
+        StoreView::open()->assetWithUUID(textIn(saveData(pngOf(fourCorners(4, 4))), "uuid"))->record());
     EXPECT_EQ(write(URL::ofPath(original)->absoluteString()->utf8()),
               original + " was not written: it is the original of an asset");
     EXPECT_EQ(write("http://host/a"), "destinationURL is no file URL");

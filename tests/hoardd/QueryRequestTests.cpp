@@ -1,4 +1,5 @@
 // Listing and finding, asked of a running daemon by the client.
+#include <algorithm>
 #include <cmath>
 #include <set>
 
@@ -32,7 +33,7 @@ TEST_F(QueryRequests, GiveWhatTheStoreHas) {
     ReleaseScope scope;
     const std::string one = saveAt(1e9, "one.png", pngOf(scene(40, 30, 1)));
     const std::string two = saveAt(1e9 + 1e7, "two.png", pngOf(scene(30, 40, 2)));
-    const auto store = store::ObjectStore::open();
+    const auto store = StoreView::open();
     ASSERT_TRUE(store);
 
     const auto page = client->assetsMatchingQuery({.limit = 1});
@@ -78,7 +79,7 @@ TEST_F(QueryRequests, GiveAlbumsMomentsAndDuplicatesInPages) {
     ASSERT_TRUE(albums);
     ASSERT_EQ(albums->size(), 1U);
     EXPECT_EQ(albums->front()->record().name, "Dunes");
-    EXPECT_TRUE(albums->front()->isEqual(store::ObjectStore::open()->albumNamed("Dunes")));
+    EXPECT_TRUE(albums->front()->isEqual(StoreView::open()->albumNamed("Dunes")));
 
     MomentQuery moments{.isDescending = true, .limit = 2};
     std::vector<double> starts;
@@ -101,7 +102,7 @@ TEST_F(QueryRequests, GiveAlbumsMomentsAndDuplicatesInPages) {
         EXPECT_EQ(each.uuids, std::vector{each.keyAsset});
     const auto lists = client->momentLists();
     ASSERT_TRUE(lists);
-    EXPECT_EQ(lists->storeUUID, store::ObjectStore::open()->storeUUID());
+    EXPECT_EQ(lists->storeUUID, StoreView::open()->storeUUID());
     std::uint64_t inLists = 0;
     for (const MomentListRecord &each : lists->lists)
         inLists += each.momentCount;

@@ -7,13 +7,13 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/StoreView.h"
 #include "tests/support/TestImages.h"
 #include "wickerlane/message/JXJobDictionary.h"
 #include "wickerlane/message/JXMsgUtilities.h"
 #include "wickerlane/platform/message/connection/MessageConnection.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
-#include "wickerlane/store/ObjectStore.h"
 
 namespace wickerlane::test {
 

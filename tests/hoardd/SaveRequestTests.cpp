@@ -63,7 +63,7 @@ TEST_F(SaveRequest, APictureComesBackUnchangedHoweverItIsRead) {
     EXPECT_EQ(imageData(result, 0), picture);
     EXPECT_EQ(URL::of(textIn(result, "fileURL"))->fileSystemPath(), path(result));
 
-    const auto store = store::ObjectStore::open();
+    const auto store = StoreView::open();
     ASSERT_TRUE(store);
     const auto *asset = store->assetWithURL(URL::of(textIn(result, "assetURL")));
     ASSERT_NE(asset, nullptr);
@@ -130,7 +130,7 @@ TEST_F(SaveRequest, AFileIsCopiedAndStaysUnlessItWasPutIntoTheLibraryForSaving) 
     EXPECT_EQ(contentsOf(path(result)), picture);
     EXPECT_EQ(contentsOf(own), picture);
     EXPECT_EQ(result->get<Date>("creationDate")->unixSeconds(), 86400.5);
-    const auto store = store::ObjectStore::open();
+    const auto store = StoreView::open();
     EXPECT_EQ(store->assetWithUUID(textIn(result, "uuid"))->record().originalFilename,
               "Media-holiday picture.png");
 
@@ -216,7 +216,7 @@ TEST_F(SaveRequest, AnAssetIsListedWithItsPreviewBeforeItsThumbnailsAreMade) {
     for (const MutableDictionary *saved :
          {saveData(carries), save(job.get(), nullptr, surfaceOf(64, 64).get())}) {
         const std::string uuid = textIn(saved, "uuid");
-        const auto store = store::ObjectStore::open();
+        const auto store = StoreView::open();
         const auto all = store->changes();
         std::vector<What> changes;
         for (const auto &each : all.value())
@@ -241,7 +241,7 @@ TEST_F(SaveRequest, WhatOnlyTurnsOutToBeDamagedWhenItIsDecodedIsKeptWithTheReaso
         EXPECT_NE(textIn(saved, "problem"), "");
         EXPECT_EQ(numberIn(saved, "width"), 0);
         EXPECT_EQ(imageData(saved, 0), cut);
-        const auto record = store::ObjectStore::open()->assetWithUUID(textIn(saved, "uuid"))->record();
+        const auto record = StoreView::open()->assetWithUUID(textIn(saved, "uuid"))->record();
         EXPECT_EQ(record.problem, textIn(saved, "problem"));
         EXPECT_EQ(record.thumbnailIndex, thumbnailIndex);
     }
@@ -256,8 +256,7 @@ TEST_F(SaveRequest, ARawFileIsKeptAsSuch) {
     EXPECT_EQ(textIn(saved, "problem"), "");
     EXPECT_EQ(numberIn(saved, "width"), 3000);
     EXPECT_TRUE(textIn(saved, "filename").ends_with(".NEF"));
-    EXPECT_EQ(store::ObjectStore::open()->assetWithUUID(textIn(saved, "uuid"))->record().format,
-              "image/x-raw");
+    EXPECT_EQ(StoreView::open()->assetWithUUID(textIn(saved, "uuid"))->record().format, "image/x-raw");
     EXPECT_EQ(imageData(saved, 0), file);
 }
 

@@ -22,7 +22,7 @@ protected:
         const auto message = request(34);
         message->setString("streamID", stream);
         answer(message.get());
-        const auto *album = store::ObjectStore::open()->albumNamed(stream);
+        const auto *album = StoreView::open()->albumNamed(stream);
         return album != nullptr ? album->record().uuid : std::string();
     }
     bool share(const std::string &assetURL, const std::string &album) const {
@@ -216,7 +216,7 @@ TEST_F(Sharing, EmptyNamesAreRefused) {
     const auto enable = request(35);
     enable->setString("streamID", "stream-3");
     answer(enable.get());
-    const auto *album = store::ObjectStore::open()->albumNamed("stream-3");
+    const auto *album = StoreView::open()->albumNamed("stream-3");
     ASSERT_NE(album, nullptr) << "a stream that is enabled shows an album";
     EXPECT_EQ(album->record().streamID, "stream-3");
     EXPECT_EQ(streamAlbum("stream-3"), album->record().uuid) << "it has one";

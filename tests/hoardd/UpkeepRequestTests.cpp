@@ -78,7 +78,7 @@ TEST_F(Upkeep, FilesFoundAmongTheOriginalsBecomeAssets) {
     connection->send(request(23).get());
     answer(request(22).get());
     EXPECT_EQ(photos(), 4U) << "what the library has already is not saved twice";
-    const auto store = store::ObjectStore::open();
+    const auto store = StoreView::open();
     const auto *asset = store->assetWithUUID(uuid);
     ASSERT_NE(asset, nullptr);
     EXPECT_EQ(contentsOf(paths.original(asset->record())), named);
@@ -127,14 +127,14 @@ TEST_F(Upkeep, ChangesAreNotedUntilTheyAreCleared) {
     const auto remove = request(13);
     remove->setString("assetURL", textIn(saved, "assetURL"));
     answer(remove.get());
-    const auto store = store::ObjectStore::open();
+    const auto store = StoreView::open();
     const auto changes = store->changes();
     ASSERT_TRUE(changes && changes->size() == 2);
     EXPECT_EQ((*changes)[0].what, AssetChange::What::added);
     EXPECT_EQ((*changes)[0].uuid, textIn(saved, "uuid"));
     EXPECT_NEAR((*changes)[0].date, Date::createNow()->referenceSeconds(), 3600);
     EXPECT_EQ((*changes)[1].what, AssetChange::What::removed);
-    EXPECT_EQ(store->changes((*changes)[0].number)->size(), 1U);
+    EXPECT_EQ(store->changes(std::to_string((*changes)[0].number))->size(), 1U);
     answer(request(31).get());
     EXPECT_EQ(store->changes()->size(), 0U);
 }
@@ -206,7 +206,7 @@ TEST_F(Upkeep, ADemonstrationLibraryGoesBackToWhatItWas) {
     answer(request(41).get());
     EXPECT_EQ(photos(), 1U);
     EXPECT_EQ(imageData(mine, 0), pngOf(fourCorners(4, 4)));
-    EXPECT_EQ(store::ObjectStore::open()->albums()->count(), 0U);
+    EXPECT_EQ(StoreView::open()->albums()->count(), 0U);
 }
 
 } // namespace

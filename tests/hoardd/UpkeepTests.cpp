@@ -287,7 +287,7 @@ TEST_F(Repair, MendsTextsThatAreNone) {
     EXPECT_EQ((*currentBulletins(library()))->count(), 0U);
     EXPECT_EQ(badgeCount(library()), 0) << "of what is listed";
     EXPECT_EQ(*address(), std::nullopt);
-    EXPECT_TRUE(library().assets().changes(0)->empty());
+    EXPECT_TRUE(library().assets().changesSince({}, 1)->changes.empty());
 
     ASSERT_TRUE(repairLibrary(library()));
     EXPECT_EQ(faults(), "");

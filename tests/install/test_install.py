@@ -97,8 +97,8 @@ def compile_header(include, header):
 def check_headers(include):
     headers = sorted(file.relative_to(include).as_posix() for file in include.rglob('*.h'))
     # What reads a store beside the daemon is not for applications.
-    of_store = [pathlib.Path(each).name for each in headers if each.startswith('wickerlane/store/')]
-    assert of_store == ['LibraryPaths.h', 'Listing.h', 'ObjectStore.h'], of_store
+    of_store = [each for each in headers if each.startswith('wickerlane/store/')]
+    assert of_store == ['wickerlane/store/LibraryPaths.h', 'wickerlane/store/ObjectStore.h'], of_store
     assert len(headers) > 20, headers
     assert not [header for header in headers if header.endswith('Internal.h')]
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:

@@ -1,3 +1,4 @@
+#include "tests/support/StoreView.h"
 #include "wickerlane/store/Schema.h"
 
 #include <gtest/gtest.h>
@@ -9,7 +10,6 @@
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/store/AnalysisReader.h"
 #include "wickerlane/store/KeptSums.h"
-#include "wickerlane/store/ObjectStore.h"
 
 using namespace wickerlane;
 using namespace wickerlane::store;
@@ -46,9 +46,8 @@ TEST(Schema, AnOlderLibraryGainsWhatItLacks) {
     ASSERT_TRUE(layOut(*writer)) << writer->problem().text;
 
     ReleaseScope scope;
-    std::string problem;
-    const auto store = ObjectStore::open(&problem);
-    ASSERT_TRUE(store) << problem;
+    const auto store = test::StoreView::open();
+    ASSERT_TRUE(store);
     const auto counted = [&] {
         const auto counts = store->counts().value_or(AssetCounts{99, 99});
         return std::pair(counts.photos, counts.videos);

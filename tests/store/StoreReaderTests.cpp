@@ -82,10 +82,14 @@ TEST(StoreReader, TellsAReadThatFailsFromWhatIsNotThere) {
         [&] { return reader.assetWithUUID(uuid).map(isThere); },
         [&] { return reader.assetWithURI(url->absoluteString()->utf8()).map(isThere); },
         [&] { return reader.albumWithUUID(uuid).map(isThere); },
-        [&] { return reader.albumNamed("A").map(isThere); },
-        [&] { return reader.assets().map(isSome); },
+        [&] { return reader.page({}).map([](const auto &page) { return !page.records.empty(); }); },
+        [&] { return reader.count({}).map([](std::uint64_t count) { return count != 0; }); },
+        [&] { return reader.trash().map(isSome); },
+        [&] { return reader.trash({}).map([](const auto &page) { return !page.records.empty(); }); },
         [&] { return reader.albums().map(isSome); },
-        [&] { return reader.changes().map(isSome); },
+        [&] {
+            return reader.changesSince({}, 1).map([](const auto &page) { return !page.changes.empty(); });
+        },
         [&] { return reader.counts().map([](const auto &found) { return found.photos != 0; }); },
     };
     for (const auto &read : reads) {
@@ -94,9 +98,9 @@ TEST(StoreReader, TellsAReadThatFailsFromWhatIsNotThere) {
     }
     {
         auto writer = sqlite::Database::open(paths.database(), sqlite::Database::Access::write);
-        ASSERT_TRUE(writer->execute(
-            "PRAGMA foreign_keys=OFF; DROP TABLE zgenericasset; DROP TABLE zalbum; DROP TABLE zchange; "
-            "DROP TABLE zcount;"));
+        ASSERT_TRUE(writer->execute("PRAGMA foreign_keys=OFF; DROP TABLE zgenericasset; DROP TABLE "
+                                    "ztrashedasset; DROP TABLE zalbum; DROP TABLE zchange; "
+                                    "DROP TABLE zcount;"));
     }
     for (const auto &read : reads) {
         const auto found = read();
@@ -156,11 +160,11 @@ TEST(StoreReader, MakesNoObjectsOfRowsThatCantBeOnes) {
         makeStore(paths, std::string(twoAssets) + change);
         const auto opened = StoreReader::open(paths);
         ASSERT_TRUE(opened) << opened.error().text;
-        const auto listed = (*opened)->assets();
+        const auto listed = (*opened)->page({});
         if (assets == 0)
             EXPECT_FALSE(listed) << change;
         else
-            EXPECT_EQ(listed ? listed->size() : 99, assets) << change;
+            EXPECT_EQ(listed ? listed->records.size() : 99, assets) << change;
         EXPECT_EQ((*opened)->albums()->size(), albums) << change;
         const auto report = checkLibrary(paths);
         ASSERT_TRUE(report) << change;
@@ -186,10 +190,10 @@ TEST(StoreReader, DoesNotTakeAnEmptiedIndexForAnEmptyLibrary) {
     }
     const auto opened = StoreReader::open(paths);
     ASSERT_TRUE(opened) << opened.error().text;
-    const auto listed = (*opened)->assets();
-    ASSERT_FALSE(listed) << listed->size();
+    const auto listed = (*opened)->page({});
+    ASSERT_FALSE(listed) << listed->records.size();
     EXPECT_EQ(listed.error().kind, ProblemKind::damagedStore);
-    EXPECT_TRUE((*opened)->assets({.kind = AssetKind::video})) << "there is none";
+    EXPECT_TRUE((*opened)->page({.filter = {.kind = AssetKind::video}})) << "there is none";
 }
 
 TEST(StoreReader, ReadsTheFileThatIsTheStoreNow) {
@@ -204,7 +208,7 @@ TEST(StoreReader, ReadsTheFileThatIsTheStoreNow) {
     EXPECT_EQ((*opened)->counts()->photos, 2U) << "while there is none";
     makeStore(paths, std::string(twoAssets) + "DELETE FROM zgenericasset WHERE pk = 1");
     EXPECT_EQ((*opened)->counts()->photos, 1U);
-    EXPECT_EQ((*opened)->assets()->size(), 1U);
+    EXPECT_EQ((*opened)->page({})->records.size(), 1U);
 }
 
 } // namespace

@@ -168,13 +168,10 @@ struct StoreReader::Connection {
         return records;
     }
 
-    /// Whether the table has assets of a kind, or of any, whatever its indexes say.
-    Result<bool> hasAny(const std::optional<AssetKind> &kind) {
+    /// Whether the table has assets, whatever its indexes say.
+    Result<bool> hasAny() {
         const MutexLock lock(mutex);
-        return current()
-            .database.prepare("SELECT 1 FROM zgenericasset NOT INDEXED WHERE ?1 = -1 OR kind = ?1 LIMIT 1")
-            .bind(kind ? static_cast<int>(*kind) : -1)
-            .any();
+        return current().database.prepare("SELECT 1 FROM zgenericasset NOT INDEXED LIMIT 1").any();
     }
 };
 
@@ -203,38 +200,6 @@ Ref<ManagedAsset> StoreReader::assetOf(AssetRecord record) const {
 Failure StoreReader::failToList() const {
     return fail(ProblemKind::damagedStore, libraryPaths.database() + " holds assets and lists none of them",
                 libraryPaths.database());
-}
-
-Result<std::vector<Ref<ManagedAsset>>> StoreReader::assets(const Listing &query) {
-    constexpr auto maxInteger = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
-    std::string narrowing = "WHERE ";
-    narrowing += query.album != 0 ? "pk IN (SELECT asset FROM zalbumasset WHERE album = ?) " : "? = 0 ";
-    if (query.kind)
-        narrowing += *query.kind == AssetKind::photo ? "AND kind = 0 " : "AND kind = 1 ";
-    narrowing += query.newestFirst ? "ORDER BY coalesce(clockdate, datecreated) DESC, pk DESC"
-                                   : "ORDER BY coalesce(clockdate, datecreated), pk";
-    narrowing += " LIMIT ? OFFSET ?";
-    const auto list = [&] {
-        return connection->select(narrowing, query.album, std::min<std::uint64_t>(query.limit, maxInteger),
-                                  std::min<std::uint64_t>(query.offset, maxInteger));
-    };
-    auto records = list();
-    if (records && records->empty() && query.album == 0 && query.offset == 0 && query.limit != 0) {
-        const auto unlisted = connection->hasAny(query.kind);
-        if (!unlisted)
-            return passOn(unlisted);
-        if (*unlisted)
-            records = list(); // the first may have been added just now
-        if (*unlisted && records && records->empty())
-            return failToList();
-    }
-    if (!records)
-        return passOn(records);
-    std::vector<Ref<ManagedAsset>> result;
-    result.reserve(records->size());
-    for (AssetRecord &record : *records)
-        result.push_back(assetOf(std::move(record)));
-    return result;
 }
 
 Result<StoreReader::Page> StoreReader::page(const wickerlane::AssetQuery &query) {
@@ -271,7 +236,7 @@ Result<StoreReader::Page> StoreReader::page(const wickerlane::AssetQuery &query)
     const bool isOfAll = query.cursor.empty() && selections->front().narrowing.starts_with(" ORDER BY");
     if (!found || !found->records.empty() || !isOfAll)
         return found;
-    const auto unlisted = connection->hasAny({});
+    const auto unlisted = connection->hasAny();
     if (!unlisted)
         return passOn(unlisted);
     if (*unlisted)
@@ -458,33 +423,20 @@ Result<std::vector<Ref<ManagedAlbum>>> StoreReader::albums() {
     return albums;
 }
 
-Result<Ref<ManagedAlbum>> StoreReader::albumWhere(std::string_view narrowing, std::string_view value) {
+Result<Ref<ManagedAlbum>> StoreReader::albumWithUUID(std::string_view uuid) {
+    const auto parsed = UUID::createWithText(uuid);
+    if (!parsed)
+        return nullptr;
     const MutexLock lock(connection->mutex);
     auto album = connection->current()
-                     .database.prepare(std::string(selectAlbums).append(narrowing))
-                     .bind(value)
+                     .database.prepare(std::string(selectAlbums) + "WHERE uuid = ?")
+                     .bind(parsed->uuidString()->utf8())
                      .first(readAlbum);
     if (!album)
         return passOn(album);
     if (!*album || !faultOf(**album).empty())
         return nullptr;
     return ManagedAlbum::create(**std::move(album), identity);
-}
-
-Result<Ref<ManagedAlbum>> StoreReader::albumWithUUID(std::string_view uuid) {
-    const auto parsed = UUID::createWithText(uuid);
-    if (!parsed)
-        return nullptr;
-    return albumWhere("WHERE uuid = ?", parsed->uuidString()->utf8());
-}
-
-Result<Ref<ManagedAlbum>> StoreReader::albumNamed(std::string_view name) {
-    return albumWhere("WHERE name = ?", name);
-}
-
-Result<std::vector<AssetChange>> StoreReader::changes(std::int64_t since) {
-    const MutexLock lock(connection->mutex);
-    return readChanges(connection->current().database, since, std::numeric_limits<std::int64_t>::max());
 }
 
 Result<ChangesPage> StoreReader::changesSince(std::string_view token, std::size_t limit) {

@@ -7,13 +7,13 @@
 #include <string_view>
 #include <vector>
 
+#include "wickerlane/model/AssetChange.h"
 #include "wickerlane/model/AssetQuery.h"
 #include "wickerlane/model/ManagedAlbum.h"
 #include "wickerlane/model/ManagedAsset.h"
 #include "wickerlane/model/Result.h"
 #include "wickerlane/model/Trash.h"
 #include "wickerlane/store/LibraryPaths.h"
-#include "wickerlane/store/Listing.h"
 
 namespace wickerlane::sqlite {
 class Statement;
@@ -21,9 +21,16 @@ class Statement;
 
 namespace wickerlane::store {
 
-/// What stands behind ObjectStore, which gives applications the same without the problems.
-/// It sees what the daemon has committed at the time of each call, and never blocks or changes the store.
-/// Thread-safe; calls on one reader take turns.
+struct AssetCounts {
+    std::uint64_t photos = 0;
+    std::uint64_t videos = 0;
+    std::uint64_t photoBytes = 0; ///< Of the originals.
+    std::uint64_t videoBytes = 0;
+};
+
+/// What hoardd finds in its library, and ObjectStore resolves object IDs by. It sees what the daemon has
+/// committed at the time of each call, and never blocks or changes the store. Thread-safe; calls on one
+/// reader take turns.
 class WL_EXPORT StoreReader final : public ObjectIDResolver {
 public:
     /// Kinds of problems: notFound when there is no store yet, refused when its permissions forbid reading,
@@ -34,7 +41,6 @@ public:
     /// The identity of this store, which its object IDs carry.
     [[nodiscard]] const std::string &storeUUID() const noexcept { return identity; }
 
-    [[nodiscard]] Result<std::vector<Ref<ManagedAsset>>> assets(const Listing &query = {});
     [[nodiscard]] Result<AssetCounts> counts();
 
     /// Records instead of assets.
@@ -69,14 +75,11 @@ public:
 
     /// By name.
     [[nodiscard]] Result<std::vector<Ref<ManagedAlbum>>> albums();
-    // Null when there is no such album.
-    [[nodiscard]] Result<Ref<ManagedAlbum>>
-    albumWithUUID(std::string_view uuid); ///< In either case of letters.
-    [[nodiscard]] Result<Ref<ManagedAlbum>> albumNamed(std::string_view name);
+    /// In either case of letters; null when there is no such album.
+    [[nodiscard]] Result<Ref<ManagedAlbum>> albumWithUUID(std::string_view uuid);
 
-    /// The changes with higher numbers than `since`, oldest first; the store keeps the latest 10,000.
-    [[nodiscard]] Result<std::vector<AssetChange>> changes(std::int64_t since = 0);
-    /// Those since a token; all that the store knows since an empty one. At most `limit`: with 0, the token
+    /// The changes since a token, the oldest first; all that the store knows, which keeps the latest 10,000,
+    /// since an empty one. At most `limit`: with 0, the token
     /// of the present. A number alone is the token behind the change with that number. Fails with `invalid`
     /// when the token is none.
     [[nodiscard]] Result<ChangesPage> changesSince(std::string_view token, std::size_t limit);
@@ -94,7 +97,6 @@ private:
     [[nodiscard]] TrashedAsset readTrashed(const sqlite::Statement &row) const;
     template <class Value>
     [[nodiscard]] Result<Ref<ManagedAsset>> assetWhere(std::string_view narrowing, const Value &value);
-    [[nodiscard]] Result<Ref<ManagedAlbum>> albumWhere(std::string_view narrowing, std::string_view value);
 
     LibraryPaths libraryPaths;
     std::string identity;
