@@ -237,6 +237,16 @@ Result<PictureFacts> MediaWorkers::probe(int picture, std::span<const ThumbnailT
         .map([](const WorkerAnswer &answer) { return plausibleFacts(answer.facts); });
 }
 
+Result<PictureFacts> MediaWorkers::readMetadata(int file) {
+    WorkerRequest request;
+    request.kind = WorkerRequest::Kind::describe;
+    UniqueFd reopened;
+    const int descriptor = readOnly(file, reopened);
+    return pools->run(pools->isolated, request, std::span(&descriptor, 1))
+        .and_then(unlessRefused)
+        .map([](const WorkerAnswer &answer) { return plausibleFacts(answer.facts); });
+}
+
 Result<std::optional<Fingerprint>> MediaWorkers::fingerprint(int picture, std::uint32_t maxSide) {
     WorkerRequest request;
     request.kind = WorkerRequest::Kind::fingerprint;

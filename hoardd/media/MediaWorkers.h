@@ -78,6 +78,10 @@ public:
     /// its offset does not matter. On failure the outputs hold nothing of use.
     [[nodiscard]] Result<PictureFacts> probe(int picture, std::span<const ThumbnailTarget> thumbnails);
 
+    /// Reads what a file says that holds metadata alone, for a picture beside it. One that holds none says
+    /// nothing.
+    [[nodiscard]] Result<PictureFacts> readMetadata(int file);
+
     /// How a picture looks, made no larger than `maxSide`; nothing of one without features.
     [[nodiscard]] Result<std::optional<Fingerprint>> fingerprint(int picture, std::uint32_t maxSide);
 

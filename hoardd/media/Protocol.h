@@ -21,7 +21,7 @@ namespace wickerlane::hoardd::media {
 inline constexpr int workerSocket = 3;
 
 /// Tells two builds of the packets apart.
-inline constexpr std::uint32_t protocolVersion = 10;
+inline constexpr std::uint32_t protocolVersion = 11;
 
 inline constexpr std::size_t maxThumbnails = 4;
 inline constexpr std::size_t maxDescriptors = 1 + maxThumbnails;
@@ -37,6 +37,7 @@ struct Hello {
 /// What is asked of a worker. Thumbnails and pictures are descriptors, which travel beside it.
 struct WorkerRequest {
     enum class Kind : std::uint32_t {
+        describe,    ///< Facts in metadata that is a file of its own; descriptor: the file.
         examine,     ///< Facts, and the thumbnails that take a moment; descriptors as for a probe.
         probe,       ///< Facts and thumbnails; descriptors: the picture, then an output a thumbnail.
         fingerprint, ///< How a picture looks, at `settings.maxSide`; descriptor: the picture.

@@ -7,6 +7,7 @@
 #include "hoardd/library/Commits.h"
 #include "hoardd/pictures/AssetFacts.h"
 #include "hoardd/pictures/PictureStore.h"
+#include "hoardd/pictures/SidecarFacts.h"
 #include "hoardd/service/LowPriority.h"
 #include "wickerlane/log/JXLog.h"
 #include "wickerlane/platform/file/Files.h"
@@ -41,6 +42,8 @@ Readings readFiles(Library &library, std::vector<AssetRecord> assets) {
         if (!each.clockDate)
             setClock(each, seen.facts);
         setDetails(each, seen.facts);
+        if (const UniqueFd sidecar = openFile(library.paths().sidecar(each.uuid), O_RDONLY))
+            readSidecar(library, sidecar.get(), each);
         readings.known.push_back(std::move(each));
     }
     return readings;

@@ -10,6 +10,7 @@
 #include "hoardd/library/Clock.h"
 #include "hoardd/library/DurableFolders.h"
 #include "hoardd/pictures/AssetFacts.h"
+#include "hoardd/pictures/SidecarFacts.h"
 #include "hoardd/saving/PairRule.h"
 #include "hoardd/saving/SettledFile.h"
 #include "wickerlane/platform/file/Files.h"
@@ -113,7 +114,6 @@ Result<StagedFile> copySidecar(const SaveJob &job, const std::string &path, cons
     const auto sealed = copy->copyFrom(source->file.get()).and_then([&] { return copy->seal(); });
     if (!sealed)
         return passOn(sealed);
-    copy->close();
     return copy;
 }
 
@@ -147,6 +147,8 @@ Result<PictureFacts> examine(Library &library, const SaveJob &job, const SaveOrd
     const FirstLook seen = library.media().examine(
         staged.original.descriptor(), job.preview ? std::span<const ThumbnailTarget>() : preview->targets());
     setFacts(staged.record, seen.facts);
+    if (staged.sidecar)
+        readSidecar(library, staged.sidecar->descriptor(), staged.record);
     staged.record.dateAdded = secondsNow();
     setDate(staged.record, seen.facts, order.creationDate, order.modified.value_or(staged.record.dateAdded));
     if (!seen.ended && seen.ended.error().kind == ProblemKind::invalid) {
@@ -319,6 +321,8 @@ Result<StagedAsset> stageAsset(Library &library, const SaveJob &job) {
             return passOn(examined);
         facts = *examined;
     }
+    if (staged.sidecar)
+        staged.sidecar->close();
     if (!order->companionPath.empty()) {
         if (const auto added = takeCompanion(library, job, *order, facts, staged); !added)
             return passOn(added);

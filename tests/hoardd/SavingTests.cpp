@@ -469,6 +469,23 @@ TEST_F(WritingInBackground, WhatReplacesAFileThatIsBeingSavedStays) {
     library().writer().whenCountsChange(nullptr);
 }
 
+TEST_F(Saving, WhatIsSaidBesideAPictureGoesBeforeWhatItSays) {
+    const std::string picture = rootPath() + "/picture.jpg", metadata = rootPath() + "/picture.xmp";
+    writeFile(picture,
+              withXmp(jpegOf(fourCorners(16, 16)), "<xmp:Rating>2</xmp:Rating><dc:subject><rdf:Bag>"
+                                                   "<rdf:li>inside</rdf:li></rdf:Bag></dc:subject>"));
+    writeFile(metadata, xmpOf("<xmp:Rating>5</xmp:Rating>"));
+    const SaveJob job{Dictionary::createWithKeys(
+                          {{"filePath", String::of(picture)}, {"sidecarPath", String::of(metadata)}}),
+                      nullptr, nullptr, true};
+    const auto results = saveAssets(library(), {&job, 1});
+    ASSERT_TRUE(results.front()) << results.front().error().text;
+    const AssetRecord &record = results.front()->asset->record();
+    EXPECT_EQ(record.rating, 5);
+    EXPECT_EQ(record.keywords, "inside");
+    EXPECT_EQ(recordOf(record.uuid).rating, 5);
+}
+
 // A caller of another user may name what it has opened, and nothing else.
 TEST_F(Saving, TakesOpenFilesOfCallersThatMayNameNone) {
     const std::string folder = rootPath(), picture = folder + "/picture.png", closed = folder + "/closed.png",

@@ -358,9 +358,8 @@ Bytes jpegOf(const Pixels &pixels, const TestExif &exif) {
     return withSegment(jpegOf(pixels), "\xFF\xE1", contents);
 }
 
-Bytes withXmp(const Bytes &jpeg, std::string_view properties) {
+Bytes xmpOf(std::string_view properties) {
     Bytes contents;
-    append(contents, std::string_view("http://ns.adobe.com/xap/1.0/\0", 29));
     append(contents, "<x:xmpmeta xmlns:x='adobe:ns:meta/'>"
                      "<rdf:RDF xmlns:rdf='http://www.w3.org/1999/02/22-rdf-syntax-ns#'>"
                      "<rdf:Description rdf:about='' xmlns:xmp='http://ns.adobe.com/xap/1.0/' "
@@ -368,6 +367,14 @@ Bytes withXmp(const Bytes &jpeg, std::string_view properties) {
                      "xmlns:aux='http://ns.adobe.com/exif/1.0/aux/'>");
     append(contents, properties);
     append(contents, "</rdf:Description></rdf:RDF></x:xmpmeta>");
+    return contents;
+}
+
+Bytes withXmp(const Bytes &jpeg, std::string_view properties) {
+    Bytes contents;
+    append(contents, std::string_view("http://ns.adobe.com/xap/1.0/\0", 29));
+    const Bytes packet = xmpOf(properties);
+    contents.insert(contents.end(), packet.begin(), packet.end());
     return withSegment(jpeg, "\xFF\xE1", contents);
 }
 

@@ -99,6 +99,8 @@ Bytes jpegOf(const Pixels &pixels, int quality = 90, bool grey = false, bool pro
 /// A JPEG with an EXIF segment put at its start.
 Bytes jpegOf(const Pixels &pixels, const TestExif &exif);
 
+/// XMP with these properties, as it lies in a file of its own.
+Bytes xmpOf(std::string_view properties);
 /// The same JPEG with an XMP packet of these properties, such as "<xmp:Rating>5</xmp:Rating>".
 Bytes withXmp(const Bytes &jpeg, std::string_view properties);
 /// The same JPEG with IPTC data sets of its second record, such as {25, "a keyword"}.

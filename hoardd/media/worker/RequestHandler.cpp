@@ -9,6 +9,8 @@
 
 #include "hoardd/media/Fingerprint.h"
 #include "hoardd/media/worker/Confinement.h"
+#include "hoardd/media/worker/MappedFile.h"
+#include "hoardd/media/worker/Metadata.h"
 #include "hoardd/media/worker/PictureFile.h"
 #include "hoardd/media/worker/PictureWriter.h"
 #include "hoardd/media/worker/VideoReader.h"
@@ -116,6 +118,11 @@ void probe(const WorkerRequest &request, std::span<const UniqueFd> descriptors, 
                     [&](std::uint32_t side) { return reader.thumbnail(side, file.facts().orientation); });
 }
 
+void describe(std::span<const UniqueFd> descriptors, WorkerAnswer &answer) {
+    const MappedFile file(descriptors[0].get());
+    Metadata(file.bytes()).fill(answer.facts);
+}
+
 void fingerprint(const WorkerRequest &request, std::span<const UniqueFd> descriptors, WorkerAnswer &answer) {
     PictureFile file(descriptors[0].get());
     answer.facts = file.facts();
@@ -173,11 +180,14 @@ void handleOrThrow(const WorkerRequest &request, std::span<const UniqueFd> descr
     const bool probes = request.kind == Kind::probe || request.kind == Kind::examine;
     const std::size_t expected = request.kind == Kind::selfTest      ? 0
                                  : request.kind == Kind::fingerprint ? 1
+                                 : request.kind == Kind::describe    ? 1
                                  : probes                            ? 1 + request.thumbnailCount
                                                                      : 2;
     if (request.thumbnailCount > maxThumbnails || descriptors.size() != expected)
         throw MediaError(MediaFailure::badRequest, "the request has the wrong descriptors");
     switch (request.kind) {
+    case Kind::describe:
+        return describe(descriptors, answer);
     case Kind::examine:
         return examine(request, descriptors, answer);
     case Kind::probe:

@@ -241,6 +241,33 @@ TEST_F(Metadata, TheCameraSaysHowThePictureWasTaken) {
     EXPECT_EQ(facts.lens, "A lens");
 }
 
+TEST_F(Metadata, MayBeAFileOfTheirOwn) {
+    MediaWorkers workers(testOptions());
+    const auto facts = workers.readMetadata(
+        fileOf(xmpOf("<xmp:Rating>4</xmp:Rating>"
+                     "<dc:description><rdf:Alt><rdf:li "
+                     "xml:lang='x-default'>Dunes</rdf:li></rdf:Alt></dc:description>"
+                     "<dc:subject><rdf:Bag><rdf:li>sand</rdf:li><rdf:li>sea</rdf:li></rdf:Bag></dc:subject>"))
+            .get());
+    ASSERT_TRUE(facts) << facts.error().text;
+    EXPECT_EQ(facts->rating, 4U);
+    EXPECT_EQ(facts->caption.text(), "Dunes");
+    EXPECT_EQ(facts->keywords.text(), "sand\nsea");
+    std::string bomb = "<?xml version='1.0'?><!DOCTYPE x [<!ENTITY a0 'aaaaaaaaaa'>";
+    for (int i = 1; i < 12; ++i) {
+        const std::string one = "&a" + std::to_string(i - 1) + ';';
+        bomb += "<!ENTITY a" + std::to_string(i) + " '" + one + one + one + one + "'>";
+    }
+    bomb += "]><x:xmpmeta xmlns:x='adobe:ns:meta/'>&a11;</x:xmpmeta>";
+    for (const std::string &odd : {std::string("no metadata"), std::string("<x:xmpmeta"), bomb,
+                                   "<x:xmpmeta>" + std::string(10'000, '<')}) {
+        const auto asBytes = std::as_bytes(std::span(odd));
+        const auto said = workers.readMetadata(fileOf(Bytes(asBytes.begin(), asBytes.end())).get());
+        EXPECT_TRUE(!said || said->rating == 0) << odd.substr(0, 40);
+    }
+    EXPECT_FALSE(workers.readMetadata(fileOf({}).get()));
+}
+
 TEST_F(Metadata, RatingsComeFromXmpOrExif) {
     const struct {
         std::optional<std::uint16_t> exif;
