@@ -13,17 +13,23 @@ WICKERLANE_LIBRARY names. The library of photos is below WICKERLANE_ROOT if that
 folder."""
 
 from .album import Album
-from .asset import Asset, DetailChanges
+from .asset import Asset, DetailChanges, Edit, Trashed
 from .changes import CountChanges
-from .errors import (Busy, DamagedStore, Empty, Ending, Exists, Failed, ForkedProcess, Invalid, NewerVersion,
-                     NoSpace, NotFound, NotWritable, QueueFull, Refused, TimedOut, Unreachable, WickerlaneError)
-from .library import Library, Saved
-from .moment import Duplicates, Moment
-from .query import Assets, Filters
+from .errors import (Busy, DamagedStore, Empty, Ending, Exists, Failed, ForkedProcess, Invalid, NewerVersion, NoSpace,
+                     NotFound, NotWritable, QueueFull, Refused, TimedOut, TooOld, Unreachable, WickerlaneError)
+from .following import Change, Changes, Following
+from .library import Library
+from .moment import Duplicates, Moment, MomentList
+from .query import Assets, Filters, Page, Pages, Section
+from .saving import Companion, Saved
+from .sharing import Bulletin, FeedEntry
+from .values import Value
+from .video import VideoFacts
 
 __all__ = [
-    'Album', 'Asset', 'Assets', 'Busy', 'CountChanges', 'DamagedStore', 'DetailChanges', 'Duplicates', 'Empty',
-    'Ending', 'Exists', 'Failed', 'Filters', 'ForkedProcess', 'Invalid', 'Library', 'Moment', 'NewerVersion',
-    'NoSpace', 'NotFound', 'NotWritable', 'QueueFull', 'Refused', 'Saved', 'TimedOut', 'Unreachable',
-    'WickerlaneError',
+    'Album', 'Asset', 'Assets', 'Bulletin', 'Busy', 'Change', 'Changes', 'Companion', 'CountChanges',
+    'DamagedStore', 'DetailChanges', 'Duplicates', 'Edit', 'Empty', 'Ending', 'Exists', 'Failed', 'FeedEntry',
+    'Filters', 'Following', 'ForkedProcess', 'Invalid', 'Library', 'Moment', 'MomentList', 'NewerVersion',
+    'NoSpace', 'NotFound', 'NotWritable', 'Page', 'Pages', 'QueueFull', 'Refused', 'Saved', 'Section', 'TimedOut',
+    'TooOld', 'Trashed', 'Unreachable', 'Value', 'VideoFacts', 'WickerlaneError',
 ]

@@ -1,15 +1,17 @@
 """Assets: what is known of one, its bytes, and changing it."""
 
+import dataclasses
 import datetime
 import os
-from collections.abc import Iterable
-from ctypes import c_double, c_int64, string_at
-from typing import Any, BinaryIO, Literal, NotRequired, TypedDict, Unpack
+from collections.abc import Iterable, Mapping
+from ctypes import byref, c_double, c_int64, c_void_p, string_at
+from typing import Any, BinaryIO, Literal, NamedTuple, NotRequired, TypedDict, Unpack
 
 from . import dates
 from .native import C, Handle, Scope, array, ask, known, location, optional, string, strings, text_argument
 from .native import text_or_none, url, view, whole
 from .session import Session
+from .values import Value, handle_of, mapping_of
 
 Kind = Literal['photo', 'video']
 Picture = Literal['original', 'small', 'preview', 'full', 'full-png', 'large']
@@ -269,10 +271,64 @@ class Asset:
         """Sets what people say of the asset. This object stays as it was."""
         set_details(self._session, [self], changes)
 
+    def set_edit(self, picture: bytes | bytearray | memoryview, properties: Mapping[str, Value] | None = None) -> None:
+        """Stores an edited version, which other programs are shown, in place of one that there is. `picture` is a file
+        of a picture, and `properties` is what its editor says of it. The original stays as it is."""
+        contents = bytes(picture)
+        data = Handle(C.WLDataCreate(contents, len(contents)))
+        said = handle_of(properties) if properties is not None else None
+        with self._session.asking():
+            ask(C.WLAssetSetEdit, self.handle, data, said)
+
+    def revert(self) -> None:
+        """Takes the edited version away. NotFound is raised when there is none."""
+        with self._session.asking():
+            ask(C.WLAssetRevert, self.handle)
+
+    def edit(self) -> 'Edit | None':
+        """The edited version; None when there is none."""
+        properties = c_void_p()
+        with self._session.asking():
+            file = ask(C.WLAssetGetEdit, self.handle, byref(properties))
+            if file is None:
+                return None
+            return Edit(known(string(C.WLURLPath(file))), mapping_of(properties.value) if properties.value else {})
+
     def delete(self) -> None:
         """Moves the asset to the trash, from where it can be had again for 30 days."""
         with self._session.asking():
             ask(C.WLAssetDelete, self.handle)
+
+    def restore(self) -> None:
+        """Takes the asset out of the trash, with its albums and edits."""
+        self._ask_by_url(C.WLTrashRestore)
+
+    def remove(self) -> None:
+        """Deletes the asset for good, whether it is in the library or in its trash."""
+        self._ask_by_url(C.WLTrashRemove)
+
+    def _ask_by_url(self, function: Any) -> None:
+        with self._session.asking():
+            ask(function, C.WLAssetURL(self.handle))
+
+
+@dataclasses.dataclass(frozen=True, slots=True)
+class Edit:
+    """An edited version of an asset."""
+
+    path: str
+    """Of its file, which this program may have no right to open. Asset.picture() shows what is in it."""
+    properties: dict[str, Value]
+    """What its editor said of it."""
+
+
+class Trashed(NamedTuple):
+    """An asset in the trash."""
+
+    asset: Asset
+    """Asset.restore() brings it back, and Asset.remove() deletes it for good."""
+    date: datetime.datetime
+    """When it was moved there, in UTC."""
 
 
 _SETTERS: dict[str, tuple[Any, Any]] = {

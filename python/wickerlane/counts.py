@@ -1,60 +1,13 @@
 """The numbers of all photos and videos, which the daemon knows without looking at the assets."""
 
-import ctypes
-import math
-import time
-from ctypes import CFUNCTYPE, c_int, c_long, c_void_p
-
-from .errors import TimedOut
-from .native import C, note_use
+from .handlers import answer_of
+from .native import C
 from .session import Session
-
-
-class _Semaphore(ctypes.Union):
-    """sem_t."""
-
-    _fields_ = [('size', ctypes.c_char * 64), ('alignment', c_long)]
-
-
-class _Time(ctypes.Structure):
-    """struct timespec."""
-
-    _fields_ = [('seconds', ctypes.c_int64), ('nanoseconds', c_long)]
-
-
-# The library calls the handler and then releases its context, both on a thread of its own. The context is a semaphore,
-# and its release is the function of C that posts it: when the caller goes on, no Python runs on that thread any more,
-# which might not survive the end of the interpreter.
-_libc = ctypes.CDLL(None, use_errno=True)
-_post = ctypes.cast(_libc.sem_post, c_void_p)
-_libc.sem_init.argtypes = [c_void_p, c_int, ctypes.c_uint]
-_libc.sem_clockwait.argtypes = [c_void_p, c_int, c_void_p]
-
-_answers: dict[int, tuple[int, int] | None] = {}
-_kept: list[_Semaphore] = []
-
-
-def _note(context: int, photos: int | None, videos: int | None) -> None:
-    if photos is not None and videos is not None:
-        _answers[context] = C.WLNumberUInt64(photos), C.WLNumberUInt64(videos)
-
-
-_handler = CFUNCTYPE(None, c_void_p, c_void_p, c_void_p)(_note)
 
 
 def photos_and_videos(session: Session) -> tuple[int, int] | None:
     """None when the daemon does not say: another request then fails with the reason."""
-    semaphore = _Semaphore()
-    address = ctypes.addressof(semaphore)
-    _libc.sem_init(address, 0, 0)
-    note_use()
-    limit = session.time_limit if session.time_limit is not None else math.inf
-    with session.asking():
-        C.RZGetPhotosAndVideosCount(_handler, address, _post)
-    end = time.monotonic() + min(limit, 1e9)
-    until = _Time(int(end), int(end % 1 * 1e9))
-    while _libc.sem_clockwait(address, time.CLOCK_MONOTONIC, ctypes.byref(until)) != 0:
-        if time.monotonic() >= end:
-            _kept.append(semaphore) # it is posted one day
-            raise TimedOut('no answer came in the time that was allowed')
-    return _answers.pop(address, None)
+    photos, videos = answer_of(session, C.RZGetPhotosAndVideosCount)
+    if photos is None or videos is None:
+        return None
+    return C.WLNumberUInt64(photos), C.WLNumberUInt64(videos)

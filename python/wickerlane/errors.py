@@ -14,6 +14,13 @@ class Failed(WickerlaneError):
     code = 0
 
 
+class TooOld(Failed):
+    """The library no longer knows all that has changed since a token was given out: list the assets again."""
+
+    token = ''
+    """That of the present, to go on with. What changes while the assets are listed comes behind it."""
+
+
 class Invalid(WickerlaneError):
     """The request makes no sense, or a file is not what it should be."""
 

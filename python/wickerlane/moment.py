@@ -1,11 +1,12 @@
 """What the daemon has found out about the assets: moments, and groups of duplicates."""
 
+import dataclasses
 import datetime
 from collections.abc import Iterable
 from typing import Unpack
 
 from . import dates
-from .native import C, Handle, known, location, text_or_none
+from .native import C, Handle, ask, known, location, text_or_none
 from .query import Assets, Filters, make_query
 from .session import Session
 
@@ -102,3 +103,32 @@ class Duplicates:
         """Of its assets."""
         count = C.WLDuplicatesCount(self._handle)
         return tuple(known(text_or_none(C.WLDuplicatesGetUUID(self._handle, index))) for index in range(count))
+
+
+@dataclasses.dataclass(frozen=True, slots=True)
+class MomentList:
+    """Moments that belong together: a journey, a time at home."""
+
+    number: int
+    """Moment.list_number of its moments."""
+    start: datetime.datetime
+    """When its first asset was taken, in UTC."""
+    end: datetime.datetime
+    """When its last asset was taken, in UTC."""
+    moment_count: int
+    asset_count: int
+    is_analyzed: bool
+    """Whether the daemon has looked at its moments. The next is known only then."""
+    key_asset: str | None
+    """The UUID of the asset that stands for it."""
+
+
+def moment_lists(session: Session) -> list[MomentList]:
+    """All of them, the earliest first."""
+    with session.asking():
+        lists = Handle(ask(C.WLMomentListsCreate))
+    return [MomentList(C.WLMomentListsNumber(lists, index), dates.instant(C.WLMomentListsStartDate(lists, index)),
+                       dates.instant(C.WLMomentListsEndDate(lists, index)), C.WLMomentListsMomentCount(lists, index),
+                       C.WLMomentListsAssetCount(lists, index), C.WLMomentListsIsAnalyzed(lists, index),
+                       text_or_none(C.WLMomentListsKeyAsset(lists, index)))
+            for index in range(C.WLMomentListsCount(lists))]

@@ -33,39 +33,57 @@ _SIGNATURES: list[tuple[Any, list[Any], str]] = [
     (None, [_POINTER], 'WLScopePop WLRelease RZUnregisterForPhotosAndVideosCount'),
     (_POINTER, [_POINTER, _POINTER, _POINTER, _POINTER], 'RZRegisterForPhotosAndVideosCount'),
     (None, [_POINTER, _POINTER, _POINTER], 'RZGetPhotosAndVideosCount'),
+    (None, [_POINTER, _POINTER, _POINTER, _POINTER], 'WLSaveOpenFilesWithHandler'),
+    (None, [c_uint64], 'WLBulletinsClear'),
     (c_uint64, [_POINTER], 'WLNumberUInt64'),
     (_POINTER, [], 'WLQueueMain'),
     (c_int, [], 'WLMainDescriptor'),
     (c_size_t, [], 'WLMainDrain'),
-    (_POINTER, [_POINTER], 'WLRetain WLAsAlbum WLURLText WLErrorText WLDataBytes WLSaveJobCreateWithData '
+    (_POINTER, [_POINTER], 'WLRetain WLAsAlbum WLAsString WLAsNumber WLAsDate WLAsData WLAsArray '
+     'WLAsDictionary WLDescription WLURLText WLURLPath WLErrorText WLDataBytes WLSaveJobCreateWithData '
      'WLAssetURL WLAssetObjectID WLAssetFilePath WLAlbumURL WLAlbumObjectID '
      'WLSavedAssetUUID WLSavedAssetURL WLSavedAssetProblem WLAssetSHA256'),
     (_TEXT, [_POINTER], 'WLStringText WLAssetUUID WLAssetFilename WLAssetOriginalFilename WLAssetFormat '
      'WLAssetProblem WLAssetCamera WLAssetLens WLAssetCaption WLAssetKeywords WLAlbumUUID WLAlbumName '
-     'WLAlbumStreamID WLMomentKeyAsset'),
+     'WLAlbumStreamID WLMomentKeyAsset WLAssetPageCursor WLChangesToken'),
     (_POINTER, [_TEXT], 'WLStringCreate WLSaveJobCreateWithFile'),
+    (_POINTER, [c_bool], 'WLNumberCreateWithBool'),
+    (_POINTER, [c_int64], 'WLNumberCreateWithInt64'),
+    (_POINTER, [c_uint64], 'WLNumberCreateWithUInt64'),
+    (_POINTER, [c_double], 'WLNumberCreateWithDouble WLDateCreate'),
+    (_POINTER, [_POINTER, _POINTER, c_size_t], 'WLDictionaryCreate'),
     (c_int, [_POINTER], 'WLAssetKind'),
     (c_int64, [_POINTER], 'WLErrorCode WLAssetThumbnailIndex WLAssetRating WLMomentNumber WLMomentListNumber'),
     (c_uint32, [_POINTER], 'WLAssetWidth WLAssetHeight WLAssetOrientation'),
     (c_uint64, [_POINTER], 'WLAssetByteSize WLAssetExternalUsageIntent WLAlbumAssetCount WLMomentAssetCount '
      'WLMomentPhotoCount WLMomentVideoCount'),
     (c_size_t, [_POINTER], 'WLDataLength WLArrayCount WLAssetPageCount WLMomentPageCount WLDuplicatesPageCount '
-     'WLDuplicatesCount WLAssetSectionsCount'),
+     'WLDuplicatesCount WLAssetSectionsCount WLTrashPageCount WLChangesCount WLMomentListsCount WLFeedCount '
+     'WLCompanionsCount WLDictionaryCount'),
     (c_double, [_POINTER], 'WLAssetDuration WLAssetDate WLAssetDateCreated WLAssetDateAdded WLAlbumDateCreated '
-     'WLMomentStartDate WLMomentEndDate'),
+     'WLMomentStartDate WLMomentEndDate WLDateSeconds'),
     (c_bool, [_POINTER], 'WLAssetIsFavourite WLAssetIsHidden WLSavedAssetWasPresent WLMomentIsAnalyzed '
-     'WLDuplicatesAreSame'),
+     'WLDuplicatesAreSame WLSavedAssetCompanionWasSaved WLSavedAssetCompanionWasPresent '
+     'WLChangesIsLast WLChangesIsTooOld'),
     (c_bool, [_POINTER, ctypes.POINTER(c_double)], 'WLAssetGetExposureSeconds WLAssetGetAperture '
      'WLAssetGetFocalLength'),
     (c_bool, [_POINTER, ctypes.POINTER(c_int64)], 'WLAssetGetZoneMinutes WLAssetGetISOSpeed'),
     (c_bool, [_POINTER, ctypes.POINTER(c_double), ctypes.POINTER(c_double)], 'WLAssetGetLocation '
      'WLMomentGetLocation'),
     (_POINTER, [_POINTER, c_size_t], 'WLDataCreate WLArrayCreate WLArrayGet WLAssetPageGet WLMomentPageGet '
-     'WLDuplicatesPageGet'),
-    (_TEXT, [_POINTER, c_size_t], 'WLDuplicatesGetUUID'),
-    (c_size_t, [_POINTER, c_size_t], 'WLAssetSectionsAssetCount'),
+     'WLDuplicatesPageGet WLTrashPageGet WLAssetSectionsShapes WLDictionaryKeyAt WLDictionaryValueAt'),
+    (_TEXT, [_POINTER, c_size_t], 'WLDuplicatesGetUUID WLChangesUUID WLMomentListsKeyAsset WLFeedAlbumUUID '
+     'WLCompanionsAssetUUID WLCompanionsPath WLCompanionsOriginalFilename WLCompanionsFormat'),
+    (_TEXT, [_POINTER, c_size_t, c_size_t], 'WLFeedAssetUUID'),
+    (c_size_t, [_POINTER, c_size_t], 'WLAssetSectionsAssetCount WLFeedAssetCount'),
+    (c_double, [_POINTER, c_size_t], 'WLAssetSectionsStart WLTrashPageDate WLChangesDate WLMomentListsStartDate '
+     'WLMomentListsEndDate WLFeedStartDate WLFeedEndDate'),
+    (c_int, [_POINTER, c_size_t], 'WLChangesKind'),
+    (c_int64, [_POINTER, c_size_t], 'WLChangesNumber WLMomentListsNumber'),
+    (c_uint64, [_POINTER, c_size_t], 'WLMomentListsMomentCount WLMomentListsAssetCount WLCompanionsByteSize'),
+    (c_bool, [_POINTER, c_size_t], 'WLMomentListsIsAnalyzed'),
     (None, [_POINTER, _TEXT], 'WLAssetQuerySetIdentity WLAssetQuerySetAlbum WLAssetQuerySetName '
-     'WLAssetQuerySetText WLAssetQuerySetFormat WLAssetQuerySetCamera'),
+     'WLAssetQuerySetText WLAssetQuerySetFormat WLAssetQuerySetCamera WLAssetQuerySetCursor'),
     (None, [_POINTER, c_int], 'WLAssetQuerySetKind WLAssetQueryAddField'),
     (None, [_POINTER, c_int64], 'WLAssetQuerySetMoment WLAssetQuerySetMinimumRating WLAssetDetailsSetRating'),
     (None, [_POINTER, c_bool], 'WLAssetQuerySetFavourite WLAssetQuerySetHidden WLAssetQuerySetEdited '
@@ -77,18 +95,32 @@ _SIGNATURES: list[tuple[Any, list[Any], str]] = [
     (None, [_POINTER, c_int, c_bool], 'WLAssetQuerySetOrder'),
     (None, [_POINTER, c_size_t], 'WLAssetQuerySetLimit'),
     (None, [_POINTER, _POINTER], 'WLAssetDetailsSetKeywords WLAssetDetailsAddKeywords WLAssetDetailsRemoveKeywords'),
-    (c_bool, [_POINTER, _TEXT], 'WLSaveJobSetOriginalFilename WLAssetDetailsSetCaption'),
+    (c_bool, [_POINTER, _TEXT], 'WLSaveJobSetOriginalFilename WLSaveJobSetSidecar WLSaveJobSetCompanion '
+     'WLAssetDetailsSetCaption'),
     (None, [c_double], 'WLSetTimeLimitOfThread'),
     # Those that wait for the daemon.
-    (_POINTER, [_ERROR], 'WLAlbumsCreate'),
+    (_POINTER, [_ERROR], 'WLAlbumsCreate WLMomentListsCreate WLFeedCreate WLBulletinsCreate'),
+    (_POINTER, [c_size_t, _ERROR], 'WLTrashPageCreate'),
+    (_POINTER, [_TEXT, c_size_t, _ERROR], 'WLChangesCreate'),
+    (_POINTER, [_TEXT, c_size_t, c_int64, _ERROR], 'WLChangesCreateWhenAny'),
+    (_POINTER, [_POINTER, c_size_t, _ERROR], 'WLSaveResultsGet'),
+    (_POINTER, [_POINTER, ctypes.POINTER(c_void_p), _ERROR], 'WLAssetGetEdit'),
+    (_POINTER, [c_uint64, _ERROR], 'WLBulletinCreateThumbnail'),
     (_POINTER, [_POINTER, _ERROR], 'WLAssetPageCreate WLAssetPageCreateNext WLSaveJobRun WLMomentPageCreateNext '
-     'WLDuplicatesPageCreateNext'),
+     'WLDuplicatesPageCreateNext WLTrashPageCreateNext WLCompanionsCreate'),
     (_POINTER, [_POINTER, c_int, _ERROR], 'WLAssetSectionsCreate WLAssetCreatePicture'),
     (_POINTER, [c_double, c_double, c_bool, c_size_t, _ERROR], 'WLMomentPageCreate'),
     (_POINTER, [c_int, c_size_t, _ERROR], 'WLDuplicatesPageCreate'),
-    (_POINTER, [_TEXT, _ERROR], 'WLAlbumAdd'),
+    (_POINTER, [_TEXT, _ERROR], 'WLAlbumAdd WLVideoMetadataCreate'),
     (c_int, [_POINTER, _ERROR], 'WLAssetOpenOriginal'),
-    (c_bool, [_POINTER, _ERROR], 'WLAssetDelete'),
+    (c_int64, [_POINTER, _ERROR], 'WLAssetQueryCount'),
+    (c_int64, [_ERROR], 'WLBadgeCount'),
+    (c_bool, [_ERROR], 'WLTrashEmpty WLAnalyzeWhatIsOutOfDate WLThumbnailsRebuild WLMomentListsRebuild '
+     'WLDuplicatesReset WLLibraryImportFiles'),
+    (c_bool, [c_bool, _ERROR], 'WLMomentsRebuild'),
+    (c_bool, [_POINTER, _ERROR], 'WLAssetDelete WLTrashRestore WLTrashRemove WLAssetRevert'),
+    (c_bool, [_POINTER, _POINTER, _POINTER, _ERROR], 'WLAssetSetEdit'),
+    (c_bool, [_POINTER, c_int64, _ERROR], 'WLAssetsAdjustDates'),
     (c_bool, [_TEXT, _ERROR], 'WLAlbumDelete'),
     (c_bool, [_TEXT, _TEXT, _ERROR], 'WLAlbumRename'),
     (c_bool, [_TEXT, _POINTER, _ERROR], 'WLAlbumAddAsset WLAlbumRemoveAssets'),
@@ -175,12 +207,17 @@ def ask(function: Function, *arguments: object) -> Any:
     error = c_void_p()
     result = function(*arguments, ctypes.byref(error))
     if error.value is not None:
-        text = string(C.WLErrorText(error)) or 'the request failed'
-        kind = errors.BY_CODE.get(C.WLErrorCode(error), errors.WickerlaneError)
-        if _is_forked and kind is errors.Unreachable:
-            kind = errors.ForkedProcess
-        raise kind(text)
+        raise error_of(error)
     return result
+
+
+def error_of(error: object) -> errors.WickerlaneError:
+    """What is raised for an error of the library's."""
+    text = string(C.WLErrorText(error)) or 'the request failed'
+    kind = errors.BY_CODE.get(C.WLErrorCode(error), errors.WickerlaneError)
+    if _is_forked and kind is errors.Unreachable:
+        kind = errors.ForkedProcess
+    return kind(text)
 
 
 def text_argument(text: str) -> bytes:
@@ -204,6 +241,14 @@ def size(number: SupportsIndex) -> int:
     if value < 0:
         raise ValueError(f'{value} is no size')
     return value
+
+
+def path_argument(path: str | os.PathLike[str]) -> bytes:
+    """A path as C takes it, which must not be empty."""
+    text = os.fspath(path)
+    if not text:
+        raise ValueError('a path must not be empty')
+    return text_argument(text)
 
 
 def text_or_none(text: bytes | None) -> str | None:
@@ -254,10 +299,13 @@ def location(function: Function, handle: Handle) -> tuple[float, float] | None:
 
 def view(data: Handle) -> memoryview:
     """The bytes of data, without a copy. They live as long as the view, and all that was made from it."""
-    length = C.WLDataLength(data)
-    address = C.WLDataBytes(data)
+    return memory(C.WLDataBytes(data), C.WLDataLength(data), data)
+
+
+def memory(address: int | None, length: int, owner: Handle) -> memoryview:
+    """Bytes that an object of the library holds, as view() gives them."""
     if length == 0 or address is None:
         return memoryview(b'')
     exporter: Any = (ctypes.c_ubyte * length).from_address(address)
-    exporter.owner = data
+    exporter.owner = owner
     return memoryview(exporter).cast('B').toreadonly()

@@ -1,17 +1,20 @@
 """Queries: which assets there are."""
 
 import asyncio
+import dataclasses
 import datetime
 from collections.abc import AsyncIterator, Callable, Iterable, Iterator
 from typing import Any, Literal, NotRequired, TypedDict
 
 from .asset import KINDS, Asset, Kind
-from .dates import seconds_of_clock
-from .native import C, Handle, ask, size, text_argument, whole
+from .dates import clock_date, seconds_of_clock
+from .native import C, Handle, ask, memory, size, text_argument, text_or_none, whole
 from .session import Session
 
 Order = Literal['date', 'added', 'size', 'name']
 ORDERS: tuple[Order, ...] = ('date', 'added', 'size', 'name')
+SectionUnit = Literal['day', 'month']
+SECTION_UNITS: tuple[SectionUnit, ...] = ('day', 'month')
 
 # The numbers of the fields behind each property of Asset; names and places are always there.
 _FIELDS: dict[str, tuple[int, ...]] = {
@@ -96,12 +99,14 @@ _SETTERS: dict[str, Callable[[Handle, Any], object]] = {
 }
 
 
-def make_query(filters: Filters, fields: Iterable[str] | None, page_size: int) -> Handle:
+def make_query(filters: Filters, fields: Iterable[str] | None, page_size: int, cursor: str | None = None) -> Handle:
     """A query that is ready to be asked. Raises ValueError or TypeError for what no query has."""
     query = Handle(C.WLAssetQueryCreate())
     order = ORDERS.index(filters.get('order', 'date'))
     C.WLAssetQuerySetOrder(query, order, filters.get('newest_first', False))
     C.WLAssetQuerySetLimit(query, size(page_size))
+    if cursor is not None:
+        C.WLAssetQuerySetCursor(query, text_argument(cursor))
     for name, value in filters.items():
         if name in ('order', 'newest_first'):
             continue
@@ -116,6 +121,53 @@ def make_query(filters: Filters, fields: Iterable[str] | None, page_size: int) -
     return query
 
 
+@dataclasses.dataclass(frozen=True, slots=True)
+class Page:
+    """Some of the assets that match a query."""
+
+    assets: tuple[Asset, ...]
+    cursor: str | None
+    """Where the page that follows begins, for Library.assets() with the same filters and order, perhaps in another
+    process. None after the last page."""
+
+
+class Pages:
+    """The pages of a query. Each iteration asks the daemon again."""
+
+    def __init__(self, query: Handle, session: Session) -> None:
+        """For the package's own use."""
+        self._query = query
+        self._session = session
+
+    def __iter__(self) -> Iterator[Page]:
+        for page in pages(self._session, C.WLAssetPageCreate, C.WLAssetPageCreateNext, self._query):
+            assets = tuple(Asset(Handle.retaining(C.WLAssetPageGet(page, index)), self._session)
+                           for index in range(C.WLAssetPageCount(page)))
+            yield Page(assets, text_or_none(C.WLAssetPageCursor(page)))
+
+    async def __aiter__(self) -> AsyncIterator[Page]:
+        """The same, for programs that run on asyncio: they don't stand still while a page is awaited."""
+        found = iter(self)
+
+        def following() -> Page | None:
+            return next(found, None)
+
+        while (page := await asyncio.to_thread(following)) is not None:
+            yield page
+
+
+@dataclasses.dataclass(frozen=True, slots=True)
+class Section:
+    """A day or a month that has assets, by Asset.date."""
+
+    start: datetime.date
+    """Its first day."""
+    count: int
+    """How many assets it has."""
+    shapes: memoryview
+    """The shape of each of its pictures by date: width divided by height, in thousandths; 0 when unknown."""
+
+
 class Assets:
     """The assets that match a query. Each iteration asks the daemon again, a page at a time: no asset that is there
     all the time comes twice or is passed over, even while assets come and go."""
@@ -126,33 +178,35 @@ class Assets:
         self._session = session
 
     def __iter__(self) -> Iterator[Asset]:
-        for page in self._pages():
-            yield from self._on(page)
+        for page in self.pages():
+            yield from page.assets
 
     async def __aiter__(self) -> AsyncIterator[Asset]:
         """The same, for programs that run on asyncio: they don't stand still while a page is awaited."""
-        found = self._pages()
-
-        def following() -> Handle | None:
-            return next(found, None)
-
-        while (page := await asyncio.to_thread(following)) is not None:
-            for asset in self._on(page):
+        async for page in self.pages():
+            for asset in page.assets:
                 yield asset
 
-    def _pages(self) -> Iterator[Handle]:
-        return pages(self._session, C.WLAssetPageCreate, C.WLAssetPageCreateNext, self._query)
-
-    def _on(self, page: Handle) -> Iterator[Asset]:
-        for index in range(C.WLAssetPageCount(page)):
-            yield Asset(Handle.retaining(C.WLAssetPageGet(page, index)), self._session)
+    def pages(self) -> Pages:
+        """The same assets by the page, for programs that go on later from the cursor of one."""
+        return Pages(self._query, self._session)
 
     def count(self) -> int:
         """How many there are now. They are not fetched for that."""
-        by_month = 1
         with self._session.asking():
-            sections = Handle(ask(C.WLAssetSectionsCreate, self._query, by_month))
-        return sum(C.WLAssetSectionsAssetCount(sections, index) for index in range(C.WLAssetSectionsCount(sections)))
+            return int(ask(C.WLAssetQueryCount, self._query))
+
+    def sections(self, by: SectionUnit = 'month') -> list[Section]:
+        """The days or months of all of them, so that a view knows its whole height before it has a page."""
+        with self._session.asking():
+            sections = Handle(ask(C.WLAssetSectionsCreate, self._query, SECTION_UNITS.index(by)))
+        return [_section(sections, index) for index in range(C.WLAssetSectionsCount(sections))]
+
+
+def _section(sections: Handle, index: int) -> Section:
+    count = C.WLAssetSectionsAssetCount(sections, index)
+    shapes = memory(C.WLAssetSectionsShapes(sections, index), 2 * count, sections).cast('H')
+    return Section(clock_date(C.WLAssetSectionsStart(sections, index)).date(), count, shapes)
 
 
 def pages(session: Session, first: Any, following: Any, *arguments: object) -> Iterator[Handle]:

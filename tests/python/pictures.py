@@ -1,7 +1,9 @@
 """Pictures that the tests make."""
 
+import pathlib
 import random
 import struct
+import subprocess
 import zlib
 
 
@@ -49,3 +51,18 @@ def exif(maker: str, model: str, latitude: int, longitude: int) -> bytes:
              entry(4, 5, 3, degrees(longitude))]
     return (b'MM\0*' + struct.pack('>I', 8) + struct.pack('>H', 3) + b''.join(first) + b'\0' * 4 +
             struct.pack('>H', 4) + b''.join(place) + b'\0' * 4 + contents)
+
+
+def dated(jpeg: bytes, date: str) -> bytes:
+    """A JPEG file with the date '2021:06:15 10:20:30' of its shot in it."""
+    text = date.encode() + b'\0'
+    directory = struct.pack('>HHHIIIHHHIII', 1, 0x8769, 4, 1, 26, 0, 1, 0x9003, 2, len(text), 44, 0)
+    metadata = b'Exif\0\0MM\0*' + struct.pack('>I', 8) + directory + text
+    return jpeg[:2] + b'\xff\xe1' + struct.pack('>H', len(metadata) + 2) + metadata + jpeg[2:]
+
+
+def clip(path: pathlib.Path, date: str) -> None:
+    """A video of two seconds, 160 by 120 pixels, that was taken at an instant."""
+    source = ['-f', 'lavfi', '-i', 'color=red:size=160x120:rate=10:duration=2']
+    subprocess.run(['ffmpeg', '-nostdin', '-v', 'error', *source, '-pix_fmt', 'yuv420p',
+                    '-metadata', f'creation_time={date}', path], check=True)

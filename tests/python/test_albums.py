@@ -50,6 +50,46 @@ def test_moments(library: wickerlane.Library, save: Save) -> None:
         assert all(moment.location is None for moment in moments)
 
 
+def test_moment_lists_and_upkeep(library: wickerlane.Library, save: Save) -> None:
+    library.empty_trash()
+    for day in (1, 2):
+        save(png(0x100 * day, width=200 * day), created=datetime.datetime(2017, 6, day, 12, tzinfo=datetime.UTC))
+    asset = save(png(3), created=datetime.datetime(2017, 6, 3, 12, tzinfo=datetime.UTC))
+    library.analyze()
+    library.rebuild_moments()
+    library.reset_duplicates()
+    library.rebuild_thumbnails()
+    library.import_files()
+    assert library.asset(asset.uuid).thumbnail_index > asset.thumbnail_index or asset.thumbnail_index == 0
+    lists = library.moment_lists()
+    moments = list(library.moments())
+    assert {each.list_number for each in moments} == {each.number for each in lists}
+    assert (sum(each.moment_count for each in lists), sum(each.asset_count for each in lists)) == (len(moments), 3)
+    assert (lists[0].start, lists[-1].end) == (moments[0].start, moments[-1].end)
+    library.analyze()
+    uuids = {each.uuid for each in library.assets()}
+    assert all(each.is_analyzed and each.key_asset in uuids for each in library.moment_lists())
+
+
+def test_bulletins_and_the_feed(library: wickerlane.Library, save: Save) -> None:
+    command('stream', 'dunes')
+    album, = library.albums()
+    before = datetime.datetime.now(datetime.UTC)
+    asset = save(png(130))
+    album.add(asset)
+    bulletin, = library.bulletins()
+    assert (bulletin.kind, bulletin.album_uuid, bulletin.asset_uuid, bulletin.asset_count) == ('added', album.uuid,
+                                                                                              asset.uuid, 1)
+    assert bulletin.title and bulletin.message and bulletin.date is not None and bulletin.date >= before
+    picture = bulletin.thumbnail()
+    assert picture is not None and bytes(picture[:2]) == b'\xff\xd8'
+    assert library.badge_count() == 1
+    entry, = library.feed()
+    assert (entry.album_uuid, entry.asset_uuids, entry.start) == (album.uuid, (asset.uuid,), entry.end)
+    library.clear_bulletins(bulletin)
+    assert (library.badge_count(), library.bulletins()) == (0, [])
+
+
 def test_duplicates(library: wickerlane.Library, save: Save) -> None:
     same = {save(png(120)).uuid, save(png(120)).uuid}
     save(png(0xFFFF00, width=300))

@@ -10,7 +10,7 @@ from collections.abc import Callable
 
 import pytest
 import wickerlane
-from pictures import exif, noise, png
+from pictures import clip, dated, exif, noise, png
 from wickerlane.native import Handle
 
 Save = Callable[..., wickerlane.Asset]
@@ -190,6 +190,135 @@ def test_details(library: wickerlane.Library, save: Save) -> None:
     first.set(rating=0, caption='', keywords=[])
     first = library.asset(first.uuid)
     assert (first.rating, first.caption, first.keywords) == (0, None, ())
+
+
+def test_pages_go_on_from_a_cursor(library: wickerlane.Library, save: Save) -> None:
+    saved = [save(png(60 + i)) for i in range(5)]
+    first, *rest = library.assets(page_size=2, order='added').pages()
+    assert list(first.assets) == saved[:2] and [len(page.assets) for page in rest] == [2, 1]
+    assert rest[-1].cursor is None and first.cursor is not None
+    assert list(library.assets(page_size=4, order='added', cursor=first.cursor)) == saved[2:]
+    for wrong in ('no cursor', ''):
+        assets = library.assets(order='size', cursor=wrong)
+        if wrong:
+            with pytest.raises(wickerlane.Invalid):
+                list(assets)
+        else:
+            assert len(list(assets)) == 5
+
+
+def test_sections_and_counts(library: wickerlane.Library, save: Save) -> None:
+    for day, width in ((3, 60), (4, 30), (4, 90)):
+        save(png(65, width=width), created=datetime.datetime(2020, 2, day, 12, tzinfo=UTC))
+    save(png(66), created=datetime.datetime(2020, 3, 1, 12, tzinfo=UTC), name='a.png')
+    months = library.sections()
+    assert [(each.start, each.count) for each in months] == [(datetime.date(2020, 2, 1), 3),
+                                                             (datetime.date(2020, 3, 1), 1)]
+    assert list(months[0].shapes) == [2000, 1000, 3000]
+    days = library.sections(by='day', until=datetime.date(2020, 2, 20), newest_first=True)
+    assert [(each.start.day, each.count, len(each.shapes)) for each in days] == [(4, 2, 2), (3, 1, 1)]
+    assert library.sections(name='nothing') == []
+    assert (library.count(name='a.png'), library.assets(kind='video').count(), library.assets().count()) == (1, 0, 4)
+    with pytest.raises(ValueError):
+        library.sections(by='year') # type: ignore[arg-type]
+
+
+def test_the_trash(library: wickerlane.Library, save: Save) -> None:
+    library.empty_trash()
+    kept, gone, other = (save(png(70 + i)) for i in range(3))
+    before = datetime.datetime.now(UTC)
+    for asset in (kept, gone, other):
+        asset.delete()
+    trashed = list(library.trash(page_size=2))
+    assert [asset for asset, _ in trashed] == [other, gone, kept]
+    assert all(before <= date <= datetime.datetime.now(UTC) for _, date in trashed)
+    trashed[2].asset.restore()
+    trashed[1].asset.remove()
+    assert list(library.assets()) == [kept] and [each.asset for each in library.trash()] == [other]
+    for again in (kept.restore, gone.remove):
+        with pytest.raises(wickerlane.Failed):
+            again()
+    library.empty_trash()
+    assert list(library.trash()) == [] and library.count() == 1
+    kept.remove()
+    assert library.count() == 0
+    with pytest.raises(wickerlane.Invalid):
+        list(library.trash(page_size=0))
+
+
+def test_edits(save: Save) -> None:
+    asset = save(png(75))
+    assert asset.edit() is None
+    when = datetime.datetime(2024, 5, 1, 10, tzinfo=UTC)
+    said: dict[str, wickerlane.Value] = {'editor': 'brush', 'steps': [1, 2.5, True], 'when': when, 'raw': b'\0\1'}
+    asset.set_edit(png(76), said)
+    edit = asset.edit()
+    assert edit is not None and edit.properties == said
+    assert pathlib.Path(edit.path).read_bytes() == png(76)
+    asset.set_edit(bytearray(png(77)))
+    assert asset.edit() != edit
+    with pytest.raises(wickerlane.Failed):
+        asset.set_edit(b'no picture')
+    asset.revert()
+    assert asset.edit() is None
+    with pytest.raises(wickerlane.NotFound):
+        asset.revert()
+
+
+def test_dates_are_adjusted(library: wickerlane.Library, save: Save) -> None:
+    taken = datetime.datetime(2020, 1, 1, 12, tzinfo=UTC)
+    asset = save(png(78), created=taken)
+    library.adjust_dates([asset], datetime.timedelta(days=-2, seconds=5))
+    assert library.asset(asset.uuid).created == taken - datetime.timedelta(days=2, seconds=-5)
+    for wrong, kind in (({'milliseconds': 3}, ValueError), ({'days': 999_999_999}, wickerlane.WickerlaneError)):
+        with pytest.raises(kind):
+            library.adjust_dates([asset], datetime.timedelta(**wrong))
+
+
+def test_many_files_are_saved_at_once(library: wickerlane.Library, tmp_path: pathlib.Path) -> None:
+    assert library.save_all([]) == []
+    paths = [tmp_path / f'{i}.png' for i in range(40)]
+    for i, path in enumerate(paths):
+        path.write_bytes(png(1000 + i))
+    (tmp_path / 'text').write_text('no picture', encoding='utf-8')
+    paths[3:3] = [tmp_path / 'text', tmp_path / 'missing.png']
+    outcomes = library.save_all(paths, unless_present=True)
+    failed = [i for i, each in enumerate(outcomes) if isinstance(each, wickerlane.WickerlaneError)]
+    assert failed == [3, 4] and all(str(outcomes[i]) for i in failed)
+    saved = [each for each in outcomes if isinstance(each, wickerlane.Saved)]
+    names = [path.name for path in paths[:3] + paths[5:]]
+    assert [library.asset(each.uuid).original_filename for each in saved] == names
+    again = library.save_all(paths[:2], unless_present=True)
+    assert [isinstance(each, wickerlane.Saved) and each.was_present for each in again] == [True, True]
+    with pytest.raises(ValueError):
+        library.save_all([paths[0], ''])
+    assert library.count() == 40
+
+
+def test_files_that_belong_to_an_asset(library: wickerlane.Library, save: Save, tmp_path: pathlib.Path) -> None:
+    plain = save(png(79))
+    picture, video, words = tmp_path / 'a.jpg', tmp_path / 'a.mp4', tmp_path / 'a.xmp'
+    picture.write_bytes(dated(bytes(plain.picture('full')), '2021:06:15 10:20:30'))
+    clip(video, '2021-06-15T10:20:30Z')
+    words.write_text('words', encoding='utf-8')
+    first = library.save(picture, sidecar=words, companion=video, unless_present=True)
+    again = library.save(picture, sidecar=words, companion=video, unless_present=True)
+    assert (first.companion_was_saved, first.companion_was_present) == (True, False)
+    assert (again.companion_was_saved, again.companion_was_present, again.uuid) == (False, True, first.uuid)
+    found = library.companions([plain, library.asset(first.uuid)])
+    assert found.keys() == {first.uuid}
+    companion = found[first.uuid]
+    assert (companion.original_filename, companion.size) == ('a.mp4', video.stat().st_size)
+    assert pathlib.Path(companion.path).read_bytes() == video.read_bytes()
+    with pytest.raises(ValueError):
+        library.save(picture, companion='')
+    with pytest.raises(wickerlane.Failed):
+        library.save(picture, sidecar=tmp_path / 'missing')
+    facts = library.video_facts(video)
+    assert (facts.width, facts.height, facts.duration, facts.audio_codec) == (160, 120, 2, None)
+    assert facts.creation_date == datetime.datetime(2021, 6, 15, 10, 20, 30, tzinfo=UTC)
+    with pytest.raises(wickerlane.WickerlaneError):
+        library.video_facts(words)
 
 
 def test_delete(library: wickerlane.Library, save: Save) -> None:

@@ -1,6 +1,7 @@
 """The package as a whole: its types, how it is built, and how it fails to load."""
 
 import ctypes
+import dataclasses
 import importlib
 import inspect
 import os
@@ -13,7 +14,7 @@ import zipfile
 
 import pytest
 import wickerlane
-from wickerlane import asset, native, query
+from wickerlane import asset, following, native, query, video
 
 TREE = pathlib.Path(__file__).parents[2]
 
@@ -39,7 +40,8 @@ def test_everything_public_is_documented() -> None:
         public = getattr(wickerlane, name)
         members = [(f'{name}.{member}', value) for member, value in vars(public).items()
                    if not member.startswith('_') and (inspect.isfunction(value) or isinstance(value, property))]
-        missing += [label for label, value in [(name, public), *members] if not inspect.getdoc(value)]
+        missing += [label for label, value in [(name, public), *members]
+                    if value is not wickerlane.Value and not inspect.getdoc(value)]
     assert not missing
 
 
@@ -77,6 +79,10 @@ def test_numbers_are_those_of_the_headers() -> None:
     pictures = {'original': 'Original', 'small': 'SmallJPEG', 'preview': 'PreviewJPEG', 'full': 'FullJPEG',
                 'full-png': 'FullPNG', 'large': 'LargeJPEG'}
     assert {pictures[name]: i for i, name in enumerate(asset.PICTURES)} == constants('WLAssetData.h', 'WLPicture')
+    assert dict(zip(following.CHANGE_KINDS, range(3), strict=True)) == {
+        name.lower(): number for name, number in constants('WLChanges.h', 'WLChange').items()}
+    assert dict(zip(query.SECTION_UNITS, range(2), strict=True)) == {
+        name.lower(): number for name, number in constants('WLAssetQuery.h', 'WLSection').items()}
     other_names = {'created': ['DateCreated'], 'added': ['DateAdded'], 'location': ['Latitude', 'Longitude'],
                    'size': ['ByteSize'], 'sha256': ['SHA256'], 'date': ['DateCreated', 'ClockDate'],
                    'zone': ['ZoneMinutes'], 'usage_intent': ['ExternalUsageIntent'], 'iso_speed': ['ISOSpeed']}
@@ -92,7 +98,8 @@ def test_functions_are_declared_as_in_the_headers() -> None:
                'double': ctypes.c_double, 'int64_t': ctypes.c_int64, 'uint32_t': ctypes.c_uint32,
                'uint64_t': ctypes.c_uint64, 'WLReleaseContext': ctypes.c_void_p, 'const char *': ctypes.c_char_p,
                'double *': ctypes.POINTER(ctypes.c_double), 'int64_t *': ctypes.POINTER(ctypes.c_int64),
-               'WLError **': ctypes.POINTER(ctypes.c_void_p)}
+               'WLError **': ctypes.POINTER(ctypes.c_void_p),
+               'WLDictionary **': ctypes.POINTER(ctypes.c_void_p)}
 
     def ctype(text: str) -> object:
         """Of a type, or of an argument with its name."""
@@ -105,6 +112,8 @@ def test_functions_are_declared_as_in_the_headers() -> None:
         arguments = re.sub(r'\(\*\w+\)\(.*?\)', '*function', ' '.join(arguments.split())) # a pointer to a function
         types = [] if arguments == 'void' else [ctype(each) for each in arguments.split(', ')]
         declared[name] = (ctype(result.strip()), types)
+    keys = re.findall(r'^#define WLVideo\w+ "(\w+)"', headers, re.M)
+    assert [video._key(field.name) for field in dataclasses.fields(video.VideoFacts)] == keys
     assert len(declared) > 150
     for result, arguments, names in native._SIGNATURES:
         for name in names.split():

@@ -16,6 +16,6 @@ WICKERLANE_LIBRARY names, if that is set."""
 
 from .daemon import Request, ScriptedDaemon, operations
 from .facts import AlbumFacts, AssetFacts, album, asset
-from .values import Value
+from ..values import Value
 
 __all__ = ['AlbumFacts', 'AssetFacts', 'Request', 'ScriptedDaemon', 'Value', 'album', 'asset', 'operations']

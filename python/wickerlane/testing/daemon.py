@@ -12,7 +12,7 @@ from typing import Any, Self
 from ..errors import Invalid, WickerlaneError
 from ..native import C, Handle, Scope, known, note_use, size, string, text_argument, text_or_none
 from .functions import T
-from .values import Value, handle_of, mapping_of
+from ..values import Value, handle_of, mapping_of
 
 _VARIABLES = ('WICKERLANE_ROOT', 'WICKERLANE_SERVICES')
 

@@ -6,7 +6,7 @@ from typing import Any, NotRequired, TypedDict, Unpack
 
 from ..asset import Kind
 from ..dates import seconds_of_clock, seconds_of_instant
-from .values import Value
+from ..values import Value
 
 
 class AssetFacts(TypedDict):

@@ -4,7 +4,7 @@ import ctypes
 import os
 import pathlib
 from collections.abc import Callable
-from ctypes import c_bool, c_char_p, c_double, c_int64, c_size_t, c_uint64, c_void_p
+from ctypes import c_bool, c_char_p, c_double, c_int64, c_size_t, c_void_p
 from typing import Any
 
 _FILE = 'libwickerlane-testing.so.0'
@@ -25,8 +25,7 @@ def _load() -> ctypes.CDLL:
 _SIGNATURES: list[tuple[Any, list[Any], str]] = [
     (_POINTER, [_ERROR], 'WLScriptedDaemonStart'),
     (_POINTER, [], 'WLScriptedOperationsCreate'),
-    (_POINTER, [_POINTER], 'WLScriptedDaemonCreateRequests WLAsString WLAsNumber WLAsData WLAsArray WLAsDictionary '
-     'WLDescription'),
+    (_POINTER, [_POINTER], 'WLScriptedDaemonCreateRequests'),
     (_TEXT, [_POINTER], 'WLScriptedDaemonRoot'),
     (None, [_POINTER], 'WLScriptedDaemonEnd WLScriptedDaemonRelease WLScriptedDaemonStop '
      'WLScriptedDaemonForgetRequests'),
@@ -36,13 +35,6 @@ _SIGNATURES: list[tuple[Any, list[Any], str]] = [
     (c_bool, [_POINTER, _TEXT, c_size_t, c_double, _POINTER, _ERROR], 'WLScriptedDaemonAnswer'),
     (c_bool, [_POINTER, _TEXT, c_size_t, c_double, c_int64, _TEXT, _ERROR], 'WLScriptedDaemonFail'),
     (c_bool, [_POINTER, _TEXT, c_size_t, c_double, _ERROR], 'WLScriptedDaemonDie'),
-    (_POINTER, [_POINTER, _POINTER, c_size_t], 'WLDictionaryCreate'),
-    (_POINTER, [_POINTER, c_size_t], 'WLDictionaryKeyAt WLDictionaryValueAt'),
-    (c_size_t, [_POINTER], 'WLDictionaryCount'),
-    (_POINTER, [c_bool], 'WLNumberCreateWithBool'),
-    (_POINTER, [c_int64], 'WLNumberCreateWithInt64'),
-    (_POINTER, [c_uint64], 'WLNumberCreateWithUInt64'),
-    (_POINTER, [c_double], 'WLNumberCreateWithDouble'),
 ]
 
 
