@@ -3,6 +3,7 @@
 import ctypes
 import operator
 import os
+import pathlib
 from collections.abc import Callable, Iterable
 from ctypes import c_bool, c_char_p, c_double, c_int, c_int64, c_size_t, c_uint32, c_uint64, c_void_p
 from types import TracebackType
@@ -13,8 +14,22 @@ from . import errors
 Function = Callable[..., Any]
 
 
+def library_file(name: str) -> str:
+    """Where one of the libraries is: beside the one that the environment names, where it was installed together with
+    this package, or where the linker finds it."""
+    named = os.environ.get('WICKERLANE_LIBRARY', '')
+    if '/' in named:
+        return str(pathlib.Path(named).with_name(name))
+    package = pathlib.Path(__file__).parent
+    try:
+        folder = (package / 'library-folder').read_text(encoding='utf-8').rstrip('\n')
+    except FileNotFoundError:
+        return name
+    return str(package / folder / name)
+
+
 def _load() -> ctypes.CDLL:
-    name = os.environ.get('WICKERLANE_LIBRARY', 'libwickerlane.so.0')
+    name = os.environ.get('WICKERLANE_LIBRARY') or library_file('libwickerlane.so.0')
     try:
         return ctypes.CDLL(name)
     except OSError as error:

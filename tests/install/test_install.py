@@ -80,6 +80,21 @@ def build_examples(examples, build, prefix, environment):
     assert len(run(build / 'list', env=environment).splitlines()) == 2
 
 
+def check_python(prefix, environment, expected):
+    """The package finds the library by its own place, and both are those that were installed."""
+    package, = prefix.rglob('wickerlane/__init__.py')
+    program = '''
+import pathlib, sys, wickerlane, wickerlane.testing
+loaded = {line.split()[-1] for line in open('/proc/self/maps') if '/libwickerlane' in line}
+print(wickerlane.Library().count(), wickerlane.__file__, *sorted(loaded))
+'''
+    alone = {key: value for key, value in environment.items() if key not in ('LD_LIBRARY_PATH', 'WICKERLANE_LIBRARY')}
+    count, file, *loaded = run(sys.executable, '-c', program, env={**alone, 'PYTHONPATH': package.parents[1]}).split()
+    assert (count, file) == (str(expected), str(package)), (count, file)
+    assert len(loaded) == 2 and all(each.startswith(str(prefix) + '/') for each in loaded), loaded
+    assert (package.parent / 'py.typed').exists()
+
+
 def compile_header(include, header):
     """What the compilers say about the header; nothing when it can be included by itself."""
     # A header that looks whether it is C++ that reads it promises to be C as well.
@@ -120,6 +135,7 @@ def main():
         try:
             check_application(build_with_pkg_config(folder, 'wickerlane', environment), environment, 1)
             check_application(build_with_cmake(folder, prefix), environment, 2)
+            check_python(prefix, environment, 2)
             build_examples(next(prefix.rglob('first.c')).parent, top / 'examples', prefix, environment)
         finally:
             end_daemon(top / 'root')

@@ -1,19 +1,17 @@
 """The C functions of the scripted daemon, and those that make values for it."""
 
 import ctypes
-import os
-import pathlib
 from collections.abc import Callable
 from ctypes import c_bool, c_char_p, c_double, c_int64, c_size_t, c_void_p
 from typing import Any
 
-_FILE = 'libwickerlane-testing.so.0'
+from ..native import library_file
+
 _POINTER, _TEXT, _ERROR = c_void_p, c_char_p, ctypes.POINTER(c_void_p)
 
 
 def _load() -> ctypes.CDLL:
-    library = os.environ.get('WICKERLANE_LIBRARY', '')
-    name = str(pathlib.Path(library).with_name(_FILE)) if '/' in library else _FILE
+    name = library_file('libwickerlane-testing.so.0')
     try:
         return ctypes.CDLL(name)
     except OSError as error:
