@@ -6,7 +6,7 @@ import signal
 import subprocess
 import sys
 import threading
-from collections.abc import Callable
+from collections.abc import Callable, Iterator
 
 import pytest
 import wickerlane
@@ -21,18 +21,23 @@ def what(changes: wickerlane.Changes) -> list[tuple[str, str]]:
     return [(change.kind, change.uuid) for change in changes]
 
 
+def comes(wanted: tuple[str, str], following: Iterator[wickerlane.Changes]) -> bool:
+    """Waits for a change, perhaps behind others, such as those of thumbnails that are made."""
+    return any(wanted in what(changes) for changes in following)
+
+
 def test_changes_since_a_token(library: wickerlane.Library, save: Save) -> None:
     start = library.changes()
     assert what(start) == []
     before = datetime.datetime.now(datetime.UTC)
     asset = save(png(400))
     added = library.changes(since=start.token)
-    assert what(added)[0] == ('added', asset.uuid) and len(added) == len(added.changes)
+    assert ('added', asset.uuid) in what(added) and len(added) == len(added.changes)
     assert all(before <= change.date <= datetime.datetime.now(datetime.UTC) for change in added)
     asset.set(favourite=True)
     asset.delete()
     kinds = [kind for kind, _ in what(library.changes(since=added.token))]
-    assert 'changed' in kinds and kinds[-1] == 'removed'
+    assert 'changed' in kinds and 'removed' in kinds
     numbers = [change.number for change in library.changes(since='')]
     assert numbers == sorted(set(numbers)) and numbers[-1] > added.changes[-1].number
     assert what(library.changes(since=library.changes().token)) == []
@@ -59,10 +64,10 @@ def test_changes_are_followed(library: wickerlane.Library, save: Save) -> None:
     assert ('added', asset.uuid) in what(seen)
     later = iter(library.follow(library.changes().token))
     threading.Timer(0.05, asset.delete).start()
-    assert what(next(later)) == [('removed', asset.uuid)]
+    assert comes(('removed', asset.uuid), later)
     end_daemon() # between two waits
     threading.Timer(0.05, lambda: library.save(png(404))).start()
-    assert [kind for kind, _ in what(next(later))][0] == 'added'
+    assert any(change.kind == 'added' for changes in later for change in changes)
     library.close()
     with pytest.raises(ValueError, match='closed'):
         next(later)

@@ -22,6 +22,12 @@ def test_following_outlives_one_end_of_the_daemon(scripted_daemon: ScriptedDaemo
     assert [request.values['token'] for request in scripted_daemon.requests] == ['1'] * 4
 
 
+def test_the_time_that_the_daemon_waits_is_not_limited(scripted_daemon: ScriptedDaemon) -> None:
+    scripted_daemon.fail('awaitChangesSinceToken:limit:seconds:', wickerlane.Busy, 'too many wait', delay=0.2)
+    with wickerlane.Library(time_limit=0.02) as hasty, pytest.raises(wickerlane.Busy):
+        next(iter(hasty.follow('1')))
+
+
 def test_each_function_says_what_failed(scripted_daemon: ScriptedDaemon) -> None:
     scripted_daemon.answer('assetsMatchingQuery:', {'assets': [{}]})
     with wickerlane.Library() as library:
