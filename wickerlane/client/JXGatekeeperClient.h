@@ -30,6 +30,7 @@
 #include "wickerlane/model/Moments.h"
 #include "wickerlane/model/Problem.h"
 #include "wickerlane/model/Trash.h"
+#include "wickerlane/platform/message/connection/Cancellation.h"
 #include "wickerlane/platform/message/connection/MessageConnection.h"
 #include "wickerlane/platform/message/connection/ReplyTimeLimit.h"
 #include "wickerlane/platform/object/Array.h"
@@ -94,7 +95,8 @@ public:
     /// means without limit. For one call, or a few: wickerlane::ReplyTimeLimit. An operation that is late
     /// fails as it does when hoardd can't be reached, with its failure value or in its handler, and its
     /// answer, should it come, is dropped; lastError() is `timedOut`. hoardd may still do what was asked. Of
-    /// the connection that the client has now.
+    /// the connection that the client has now. What ends operations from another thread, and their work with
+    /// them: wickerlane::Cancellation; lastError() is then `cancelled`.
     void setReplyTimeLimit(std::chrono::nanoseconds limit) { _connection->setReplyTimeLimit(limit); }
 
     /// waitUntilConnectionSendsAllMessages — blocks until every message sent before has left this process.
@@ -103,9 +105,9 @@ public:
     /// Why the last operation of the calling thread that blocked has failed; null when hoardd has answered
     /// it, be it with nothing, and before the first. So a failure value with an error is a failure, and one
     /// without is what hoardd said. In WickerlaneRequestErrorDomain: refused (this program may not do that),
-    /// unreachable (no daemon), ending (the daemon restarts), timedOut, busy, queueFull, notFound, invalid
-    /// and the others of ProblemKind. The localized description says what was wrong, and what to do about it
-    /// if anything can be done. Operations that return at once, and handlers, leave it as it is.
+    /// unreachable (no daemon), ending (the daemon restarts), timedOut, cancelled, busy, queueFull, notFound,
+    /// invalid and the others of ProblemKind. The localized description says what was wrong, and what to do
+    /// about it if anything can be done. Operations that return at once, and handlers, leave it as it is.
     [[nodiscard]] static wickerlane::Error *lastError();
 
     // Access and launch.

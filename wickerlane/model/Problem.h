@@ -26,7 +26,8 @@ enum class ProblemKind : std::int64_t {
     unreachable = 11,  ///< hoardd can't be started, or stopped answering. Never in a reply.
     empty = 12,        ///< The request holds nothing to work on.
     queueFull = 13,    ///< Too much work is waiting: try again later.
-    timedOut = 14      ///< No answer came in the time that was allowed. Never in a reply.
+    timedOut = 14,     ///< No answer came in the time that was allowed. Never in a reply.
+    cancelled = 15     ///< Its caller has cancelled the request.
 };
 
 struct Problem {

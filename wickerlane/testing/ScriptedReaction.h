@@ -42,7 +42,7 @@ public:
     [[nodiscard]] static ScriptedReaction answer(const Dictionary *values);
     /// The daemon says no, in the way that it has for the operation: with an error of that kind and text, or
     /// with the keys by which the operation says so. `text` is a line for people.
-    /// Never `unreachable` or `timedOut`: stop() the daemon, or hold its answer.
+    /// Never `unreachable`, `timedOut` or `cancelled`: stop() the daemon, or hold its answer.
     [[nodiscard]] static ScriptedReaction failure(ProblemKind kind, std::string_view text);
     /// The daemon is gone, as if it was killed: all connections end, nothing that waits is answered. The next
     /// request reaches a new one, as if it had been started again.

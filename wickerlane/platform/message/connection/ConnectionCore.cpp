@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "wickerlane/platform/console/Console.h"
+#include "wickerlane/platform/message/connection/Cancellation.h"
 #include "wickerlane/platform/message/connection/ConnectionSession.h"
 #include "wickerlane/platform/message/connection/ReplyTimeLimit.h"
 #include "wickerlane/platform/message/service/ServiceConnector.h"
@@ -116,17 +117,18 @@ void ConnectionCore::send(const MessageDictionary *message, WorkQueue *queue,
             isForkedChild() ? forkedChildText : frame.encode(FrameKind::request, 0, message)) {
         error = unsent(reason);
     } else {
+        Cancellation *cancellation = CancellationScope::ofThread();
         const MutexLock lock(mutex);
-        if (state != State::invalid) {
+        error = refusalOf(cancellation);
+        if (error == nullptr) {
             const Clock::time_point due = dueTime();
-            frame.setID(session->pending.add(std::move(replyQueue), std::move(handler), due));
+            frame.setID(session->pending.add(std::move(replyQueue), std::move(handler), due, cancellation));
             if (due < watchedDueTime)
                 watchDueTime(due);
             session->sender.append(frame);
             sendAppended();
             return;
         }
-        error = MessageError::connectionInvalid();
     }
     std::vector<Delivery> deliveries;
     deliveries.push_back({std::move(replyQueue), std::move(handler), std::move(error)});
@@ -138,17 +140,19 @@ Ref<MessageValue> ConnectionCore::sendSync(const MessageDictionary *message) {
     if (const char *reason = isForkedChild() ? forkedChildText : frame.encode(FrameKind::request, 0, message))
         return unsent(reason);
     ReplyWaiter waiter;
+    Cancellation *cancellation = CancellationScope::ofThread();
     const MutexLock lock(mutex);
-    if (state == State::invalid)
-        return MessageError::connectionInvalid();
+    if (auto refusal = refusalOf(cancellation))
+        return refusal;
     const Ref<Session> mine = session;
     waiter.due = dueTime();
-    frame.setID(mine->pending.add(&waiter));
+    waiter.isCancellable = cancellation != nullptr;
+    frame.setID(mine->pending.add(&waiter, cancellation));
     mine->sender.append(frame);
     const std::uint64_t end = mine->sender.appended();
     noteActivity();
-    if (waiter.isLimited())
-        awaitUntilDue(*mine, waiter, end);
+    if (waiter.isLimited() || waiter.isCancellable)
+        awaitInTurns(*mine, waiter, end);
     else
         await(*mine, waiter, end);
     return std::move(waiter.reply);
@@ -169,8 +173,9 @@ void ConnectionCore::await(Session &mine, ReplyWaiter &waiter, std::uint64_t end
     }
 }
 
-// Nothing here blocks longer than that: others connect, and send what the socket does not take at once.
-void ConnectionCore::awaitUntilDue(Session &mine, ReplyWaiter &waiter, std::uint64_t end) {
+// Nothing here blocks when the waiter is late or cancelled: others connect, and send what the socket does not
+// take at once. For one that can be cancelled others read, too, so that it is never blocked in the socket.
+void ConnectionCore::awaitInTurns(Session &mine, ReplyWaiter &waiter, std::uint64_t end) {
     if (mine.sender.exceedsLimit())
         endSession(MessageError::connectionInterrupted());
     while (waiter.reply == nullptr) {
@@ -178,9 +183,13 @@ void ConnectionCore::awaitUntilDue(Session &mine, ReplyWaiter &waiter, std::uint
             startConnecting();
         } else if (state == State::connected && mine.sender.isDue() && mine.sender.sent() < end) {
             mine.send(*this, MSG_DONTWAIT, end);
-        } else if (state == State::connected && !mine.isBeingRead) {
+        } else if (state == State::connected && !mine.isBeingRead && !waiter.isCancellable) {
             mine.readUntilReply(*this, waiter);
-        } else if (!waiter.changed.waitUntil(mutex, waiter.due) && waiter.reply == nullptr) {
+        } else {
+            if (state == State::connected && waiter.isCancellable)
+                mine.arm();
+            if (waiter.changed.waitUntil(mutex, waiter.due) || waiter.reply != nullptr)
+                continue;
             mine.pending.giveUp(waiter);
             // It may have been chosen as the next to read.
             if (state == State::connected && !mine.isBeingRead)
@@ -212,6 +221,34 @@ void ConnectionCore::sendAppended() {
         return;
     const Ref<Session> kept = session;
     kept->sendAppended(*this);
+}
+
+// Being cancelled
+
+// Of a request that is not to be sent; null when it may be.
+Ref<MessageError> ConnectionCore::refusalOf(Cancellation *cancellation) {
+    if (state == State::invalid)
+        return MessageError::connectionInvalid();
+    if (cancellation != nullptr && !cancellation->reach(this))
+        return PendingReplies::cancelled();
+    return nullptr;
+}
+
+void ConnectionCore::cancelRequests(const Cancellation &cancellation) {
+    std::vector<Delivery> deliveries;
+    {
+        const MutexLock lock(mutex);
+        const auto ids = session->pending.cancel(cancellation, deliveries);
+        const auto nothing = MessageDictionary::create();
+        for (const std::uint64_t id : ids) {
+            MessageEncoder frame;
+            if (frame.encode(FrameKind::message, id, nothing.get()) == nullptr)
+                session->sender.append(frame);
+        }
+        if (!ids.empty())
+            sendAppended();
+    }
+    deliver(std::move(deliveries));
 }
 
 // Being late

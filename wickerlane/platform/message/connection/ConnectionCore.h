@@ -14,6 +14,7 @@
 
 namespace wickerlane {
 
+class Cancellation;
 class ConnectionSession;
 struct ReplyWaiter;
 
@@ -48,6 +49,8 @@ public:
     [[nodiscard]] Ref<MessageValue> sendSync(const MessageDictionary *message) WL_EXCLUDES(mutex);
     void sendBarrier(Handler<void()> handler) WL_EXCLUDES(mutex);
     void cancel() WL_EXCLUDES(mutex);
+    /// Ends those that belong to a cancellation, which does not reach this any more.
+    void cancelRequests(const Cancellation &cancellation) WL_EXCLUDES(mutex);
     /// Nothing holds the connection any more. It ends without an event, after what was sent has left.
     void abandon() WL_EXCLUDES(mutex);
     [[nodiscard]] const char *serviceName() const noexcept { return name.c_str(); }
@@ -58,12 +61,13 @@ private:
     enum class State { suspended, disconnected, connecting, connected, invalid };
 
     // Those that require the mutex may let go of it for a while, and end the session.
+    [[nodiscard]] Ref<MessageError> refusalOf(Cancellation *cancellation) WL_REQUIRES(mutex);
     void startConnecting() WL_REQUIRES(mutex);
     void connect() WL_REQUIRES(mutex);
     void failForWantOfThreads() WL_REQUIRES(mutex);
     void sendAppended() WL_REQUIRES(mutex);
     void await(ConnectionSession &session, ReplyWaiter &waiter, std::uint64_t end) WL_REQUIRES(mutex);
-    void awaitUntilDue(ConnectionSession &session, ReplyWaiter &waiter, std::uint64_t end) WL_REQUIRES(mutex);
+    void awaitInTurns(ConnectionSession &session, ReplyWaiter &waiter, std::uint64_t end) WL_REQUIRES(mutex);
     void endSession(MessageError *error, MessageError *pendingError = nullptr) WL_REQUIRES(mutex);
 
     [[nodiscard]] Clock::time_point dueTime() const WL_REQUIRES(mutex);

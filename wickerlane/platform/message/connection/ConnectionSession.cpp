@@ -42,7 +42,7 @@ bool ConnectionSession::isInUse() const noexcept {
 
 void ConnectionSession::arm() {
     std::uint32_t wanted = sender.isDeferred() ? EPOLLOUT : 0U;
-    if (!isBeingRead && (isQuiet || pending.handlerCount() != 0))
+    if (!isBeingRead && (isQuiet || pending.needReaderThread()))
         wanted |= EPOLLIN;
     if (armedEvents) {
         const bool isEnough = (*armedEvents & wanted) == wanted;

@@ -19,14 +19,15 @@ namespace wickerlane {
 ///
 ///     reader                begins when                            stops when
 ///     a waiting thread      nothing else reads, and its request    its reply has come, or is late
-///                           has been sent
+///                           has been sent and can't be cancelled
 ///     the reader thread     its source reports input               there is no more, or other connections
 ///                                                                  are to have their turn
 ///
 /// The reader thread's source is armed for
 ///
-///     input     while nothing reads and either a handler waits for a reply or the connection is quiet (so
-///               that the thread does not wake for each reply that a thread waits for)
+///     input     while nothing reads and either a handler, or a thread that can be cancelled, waits for a
+///               reply or the connection is quiet (so that the thread does not wake for each reply that
+///               another thread waits for)
 ///     output    while sending is deferred to the reader thread
 ///     nothing   else; it always reports a hang-up
 class ConnectionSession final : public Object {

@@ -17,6 +17,8 @@ namespace wickerlane {
 /// refusal meets with an error that says why), and the next send connects again. The event handler never gets
 /// another error than these two.
 ///
+/// A request that a thread sends within a CancellationScope can be cancelled by another thread.
+///
 /// In a process that fork() made of one that had a connection or used queues, no connection works: requests
 /// fail with an error that says so, messages and cancel() do nothing, and the parent's connection is left
 /// alone. Start a new program instead (exec, spawn).

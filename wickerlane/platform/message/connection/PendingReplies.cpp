@@ -3,6 +3,19 @@
 #include <algorithm>
 
 namespace wickerlane {
+namespace {
+
+// As the model numbers the kinds of problems.
+constexpr std::int64_t kindTimedOut = 14;
+constexpr std::int64_t kindCancelled = 15;
+
+Ref<MessageError> late() {
+    return MessageError::create("The service has not answered in time, and may still do what was asked. Ask "
+                                "again later, or allow more time.",
+                                kindTimedOut);
+}
+
+} // namespace
 
 PendingReplies::Entry &PendingReplies::allocate() {
     std::uint32_t position = firstFree;
@@ -16,20 +29,23 @@ PendingReplies::Entry &PendingReplies::allocate() {
     return entries[position];
 }
 
-std::uint64_t PendingReplies::add(ReplyWaiter *waiter) {
+std::uint64_t PendingReplies::add(ReplyWaiter *waiter, Cancellation *cancellation) {
     ++waiters;
+    cancellableWaiters += waiter->isCancellable ? 1 : 0;
     Entry &entry = allocate();
     entry.waiter = waiter;
+    entry.cancellation = cancellation;
     return entry.id;
 }
 
 std::uint64_t PendingReplies::add(Ref<WorkQueue> queue, Handler<void(MessageValue *)> handler,
-                                  Clock::time_point due) {
+                                  Clock::time_point due, Cancellation *cancellation) {
     ++handlers;
     Entry &entry = allocate();
     entry.queue = std::move(queue);
     entry.handler = std::move(handler);
     entry.due = due;
+    entry.cancellation = cancellation;
     return entry.id;
 }
 
@@ -46,6 +62,7 @@ bool PendingReplies::resolve(std::uint64_t id, Ref<MessageValue> reply, std::vec
 void PendingReplies::give(Entry taken, Ref<MessageValue> reply, std::vector<Delivery> &deliveries) {
     if (taken.waiter != nullptr) {
         --waiters;
+        cancellableWaiters -= taken.waiter->isCancellable ? 1 : 0;
         taken.waiter->reply = std::move(reply);
         taken.waiter->changed.notifyOne();
     } else if (taken.queue != nullptr) {
@@ -54,28 +71,38 @@ void PendingReplies::give(Entry taken, Ref<MessageValue> reply, std::vector<Deli
     }
 }
 
-void PendingReplies::giveUp(Entry &entry, std::vector<Delivery> &deliveries) {
-    constexpr std::int64_t kindTimedOut = 14; // as the model numbers the kinds of problems
+void PendingReplies::giveUp(Entry &entry, Ref<MessageError> error, std::vector<Delivery> &deliveries) {
     Entry givenUp;
     givenUp.id = entry.id;
-    give(std::exchange(entry, std::move(givenUp)),
-         MessageError::create("The service has not answered in time, and may still do what was asked. Ask "
-                              "again later, or allow more time.",
-                              kindTimedOut),
-         deliveries);
+    give(std::exchange(entry, std::move(givenUp)), std::move(error), deliveries);
 }
 
 void PendingReplies::giveUp(const ReplyWaiter &waiter) {
     std::vector<Delivery> deliveries;
     for (Entry &entry : entries)
         if (entry.waiter == &waiter)
-            return giveUp(entry, deliveries);
+            return giveUp(entry, late(), deliveries);
 }
 
 void PendingReplies::giveUpLateHandlers(Clock::time_point now, std::vector<Delivery> &deliveries) {
     for (Entry &entry : entries)
         if (entry.queue != nullptr && entry.due <= now)
-            giveUp(entry, deliveries);
+            giveUp(entry, late(), deliveries);
+}
+
+std::vector<std::uint64_t> PendingReplies::cancel(const Cancellation &cancellation,
+                                                  std::vector<Delivery> &deliveries) {
+    std::vector<std::uint64_t> ids;
+    for (Entry &entry : entries)
+        if (entry.cancellation.get() == &cancellation) {
+            ids.push_back(entry.id);
+            giveUp(entry, cancelled(), deliveries);
+        }
+    return ids;
+}
+
+Ref<MessageError> PendingReplies::cancelled() {
+    return MessageError::create("The request was cancelled.", kindCancelled);
 }
 
 Clock::time_point PendingReplies::nextDue() const noexcept {
@@ -91,9 +118,9 @@ void PendingReplies::failAll(MessageError *error, std::vector<Delivery> &deliver
 }
 
 ReplyWaiter *PendingReplies::anyWaiter() const noexcept {
-    if (waiters != 0)
+    if (waiters != cancellableWaiters)
         for (const Entry &entry : entries)
-            if (entry.waiter != nullptr)
+            if (entry.waiter != nullptr && !entry.waiter->isCancellable)
                 return entry.waiter;
     return nullptr;
 }

@@ -20,6 +20,8 @@ ListenerMessage::~ListenerMessage() {
         sender->replyError(id, "The service did not answer.", 0);
     if (isWatched.load())
         sender->forgetWatched(this);
+    if (isRequest)
+        sender->forgetCancelled(id);
     received = nullptr;
     sender->messageReleased(charged);
     listener->messageReleased();
@@ -27,7 +29,7 @@ ListenerMessage::~ListenerMessage() {
 
 bool ListenerMessage::whenUnwanted(Handler<void()> work) {
     isWatched = true;
-    return sender->watch(this, std::move(work));
+    return sender->watch(this, isRequest ? id : 0, std::move(work));
 }
 
 void ListenerMessage::reply(MessageDictionary *answer) {

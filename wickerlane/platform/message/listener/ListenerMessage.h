@@ -16,6 +16,7 @@ public:
     [[nodiscard]] MessageDictionary *message() const noexcept override { return received.get(); }
     [[nodiscard]] MessagePeer *peer() const noexcept override { return sender.get(); }
     [[nodiscard]] bool wantsReply() const noexcept override { return isRequest; }
+    [[nodiscard]] bool isCancelled() override { return isRequest && sender->isCancelled(id); }
     [[nodiscard]] bool whenUnwanted(Handler<void()> work) override;
     void reply(MessageDictionary *answer) override;
     void replyError(std::string_view description, std::int64_t kind) override;

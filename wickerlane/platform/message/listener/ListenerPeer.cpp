@@ -37,11 +37,11 @@ bool ListenerPeer::isConnected() {
 
 // Messages that are kept
 
-bool ListenerPeer::watch(const ReceivedMessage *message, Handler<void()> work) {
+bool ListenerPeer::watch(const ReceivedMessage *message, std::uint64_t id, Handler<void()> work) {
     const MutexLock lock(mutex);
-    if (state == State::closed)
+    if (state == State::closed || (id != 0 && cancelled.contains(id)))
         return false;
-    watched.push_back({message, std::move(work)});
+    watched.push_back({message, id, std::move(work)});
     return true;
 }
 
@@ -62,6 +62,43 @@ void ListenerPeer::runUnwanted() {
     }
     for (const Watched &each : gone)
         each.work();
+}
+
+void ListenerPeer::cancelRequest(std::uint64_t id) {
+    std::vector<Watched> unwanted;
+    {
+        const MutexLock lock(mutex);
+        if (messages.load() == 0)
+            return;
+        cancelled.insert(id);
+        if (cancelled.size() > listener->limits().heldMessages)
+            cancelled.erase(cancelled.begin()); // the oldest, of a client that counts up
+        hasCancelled = true;
+        const auto rest = std::partition(watched.begin(), watched.end(),
+                                         [=](const Watched &each) { return each.id != id; });
+        unwanted.assign(std::make_move_iterator(rest), std::make_move_iterator(watched.end()));
+        watched.erase(rest, watched.end());
+    }
+    for (const Watched &each : unwanted)
+        each.work();
+}
+
+bool ListenerPeer::isCancelled(std::uint64_t id) {
+    if (!hasCancelled.load(std::memory_order_relaxed))
+        return false;
+    const MutexLock lock(mutex);
+    return cancelled.contains(id);
+}
+
+void ListenerPeer::forgetCancelled(std::uint64_t id) {
+    if (!hasCancelled.load(std::memory_order_relaxed))
+        return;
+    const MutexLock lock(mutex);
+    cancelled.erase(id);
+    if (messages.load() <= 1) // the one that asks
+        cancelled.clear();
+    if (cancelled.empty())
+        hasCancelled = false;
 }
 
 // Sending

@@ -3,6 +3,7 @@
 #define WICKERLANE_PLATFORM_MESSAGE_LISTENER_LISTENERPEER_H
 
 #include <optional>
+#include <set>
 #include <thread>
 #include <vector>
 
@@ -56,10 +57,17 @@ public:
     void cancel() override;
 
     /// As ReceivedMessage::whenUnwanted() has it.
-    [[nodiscard]] bool watch(const ReceivedMessage *message, Handler<void()> work) WL_EXCLUDES(mutex);
+    [[nodiscard]] bool watch(const ReceivedMessage *message, std::uint64_t id, Handler<void()> work)
+        WL_EXCLUDES(mutex);
     void forgetWatched(const ReceivedMessage *message) WL_EXCLUDES(mutex);
     /// It has gone: runs what waits for that. Of the intake thread.
     void runUnwanted() WL_EXCLUDES(mutex);
+
+    /// It has cancelled a request. An id that none of its requests has is forgotten when none is held any
+    /// more. Of the intake thread.
+    void cancelRequest(std::uint64_t id) WL_EXCLUDES(mutex);
+    [[nodiscard]] bool isCancelled(std::uint64_t id) WL_EXCLUDES(mutex);
+    void forgetCancelled(std::uint64_t id) WL_EXCLUDES(mutex);
 
     void reply(std::uint64_t id, MessageDictionary *answer);
     void replyError(std::uint64_t id, std::string_view description, std::int64_t kind);
@@ -156,9 +164,13 @@ private:
     std::vector<Handler<void()>> postponed WL_GUARDED_BY(mutex);
     struct Watched {
         const ReceivedMessage *message;
+        std::uint64_t id; // 0: of a message that wants no reply
         Handler<void()> work;
     };
     std::vector<Watched> watched WL_GUARDED_BY(mutex); // few at a time
+    // As many as messages are held at most. All that others cost is a look at whether there are any.
+    std::set<std::uint64_t> cancelled WL_GUARDED_BY(mutex);
+    std::atomic<bool> hasCancelled{false};
 };
 
 /// Bytes that count among what a peer sent as long as this lives.

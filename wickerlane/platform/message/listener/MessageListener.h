@@ -50,9 +50,12 @@ public:
     [[nodiscard]] virtual MessageDictionary *message() const noexcept = 0; ///< Lives as long as this.
     [[nodiscard]] virtual MessagePeer *peer() const noexcept = 0;          ///< Lives as long as this.
     [[nodiscard]] virtual bool wantsReply() const noexcept = 0;
+    /// Whether the client has cancelled the request. It is noticed as soon as it is read, while messages of
+    /// the client are handled or wait. The request still gets an answer, which the client drops.
+    [[nodiscard]] virtual bool isCancelled() = 0;
     /// For a message that is kept for long: has `work` called when its peer has gone, so that no answer
-    /// arrives; on the intake thread, where it must not wait. Once for a message. False, and nothing is kept,
-    /// when the peer has gone already.
+    /// arrives, or has cancelled it; on the intake thread, where it must not wait. Once for a message. False,
+    /// and nothing is kept, when that has happened already.
     [[nodiscard]] virtual bool whenUnwanted(Handler<void()> work) = 0;
     /// Answers, once: a later answer, or one to a message that wants no reply, is ignored.
     virtual void reply(MessageDictionary *answer) = 0;

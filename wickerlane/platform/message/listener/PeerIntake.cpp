@@ -272,6 +272,11 @@ bool PeerIntake::decodeFrames(const Ref<ListenerPeer> &peer, Messages &messages)
             return next == FrameReader::Next::incomplete;
         if (frame.header.kind != FrameKind::message && frame.header.kind != FrameKind::request)
             return false;
+        if (frame.header.kind == FrameKind::message && frame.header.id != 0) {
+            peer->cancelRequest(frame.header.id);
+            peer->bytesReleased(std::exchange(intake.reservedBytes, 0));
+            continue;
+        }
         intake.waiting = std::move(frame);
         if (!measure(*peer))
             return false;

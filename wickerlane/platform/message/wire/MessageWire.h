@@ -8,7 +8,8 @@
 //     hello       the listener's first frame: u32 version. A client sends nothing before it has come, so that
 //                 nothing is lost to a service that dies, or ends, while a client stands in its queue.
 //     refusal     the listener's first and only frame: no connection for this client, and why: an error.
-//     message     either way: a dictionary's contents. Wants no reply; id 0.
+//     message     either way: a dictionary's contents. Wants no reply; id 0. With the id of a request that
+//                 the client has sent: that is cancelled. The dictionary is then empty.
 //     request     a message of the client that wants a reply; the id is the client's choice.
 //     reply       a dictionary's contents, with the id of the request.
 //     errorReply  an error, with the id of the request.
