@@ -140,8 +140,8 @@ Result<bool> storeFingerprints(Database &database, std::span<const NewAsset> ass
 /// Fingerprints some assets and stores that.
 Result<> fingerprintAssets(Library &library, std::span<const NewAsset> assets, KnownFingerprints &known) {
     while (!assets.empty()) {
-        if (library.isEnding())
-            return stopped();
+        if (const auto on = library.goesOn(); !on)
+            return passOn(on);
         const auto fingerprints = firstFingerprints(library, assets);
         if (!fingerprints)
             return passOn(fingerprints);
@@ -164,8 +164,8 @@ Result<> fingerprintAssets(Library &library, std::span<const NewAsset> assets, K
 Result<> fingerprintNewAssets(Library &library) {
     std::optional<KnownFingerprints> known;
     for (std::int64_t last = 0;;) {
-        if (library.isEnding())
-            return stopped();
+        if (const auto on = library.goesOn(); !on)
+            return passOn(on);
         const auto batch = library.read([&](Database &database) {
             return assetsWithoutFingerprint(database, last, maxQuickRowsPerCommit);
         });

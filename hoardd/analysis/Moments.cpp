@@ -53,8 +53,8 @@ Result<> analyzeMoments(Library &library, const AnalysisScope &scope) {
     if (!moments)
         return passOn(moments);
     for (std::span left(*moments); !left.empty();) {
-        if (library.isEnding())
-            return stopped();
+        if (const auto on = library.goesOn(); !on)
+            return passOn(on);
         const auto batch = left.first(std::min(left.size(), maxQuickRowsPerCommit));
         left = left.subspan(batch.size());
         const auto analyzed =

@@ -18,8 +18,8 @@ Result<> rebuildThumbnails(Library &library) {
             break;
         last = assets->back().primaryKey;
         for (const AssetRecord &each : *assets) {
-            if (library.isEnding())
-                return stopped();
+            if (const auto on = library.goesOn(); !on)
+                return passOn(on);
             ReleaseScope scope;
             const auto asset = library.assets().assetWithUUID(each.uuid);
             if (!asset)

@@ -14,6 +14,7 @@
 #include "hoardd/library/Store.h"
 #include "hoardd/library/WaitingCalls.h"
 #include "hoardd/media/MediaWorkers.h"
+#include "hoardd/service/CurrentCall.h"
 #include "hoardd/service/Ending.h"
 #include "wickerlane/model/Result.h"
 #include "wickerlane/platform/file/UniqueFd.h"
@@ -73,6 +74,15 @@ public:
 
     /// Whether the process is about to end: work that takes long stops where it can, with stopped().
     [[nodiscard]] bool isEnding() const noexcept { return ending; }
+    /// Asked between the steps of what takes long: why it is to stop, because the process is about to end or
+    /// the caller of this thread's work has cancelled it.
+    [[nodiscard]] Result<> goesOn() const {
+        if (isEnding())
+            return stopped();
+        if (CurrentCall::isCancelled())
+            return cancelled();
+        return {};
+    }
     void end() {
         ending = true;
         waiting.end();

@@ -11,8 +11,8 @@
 namespace wickerlane::hoardd {
 
 /// Keeps requests that have no answer yet, and looks again after a commit: at once after the first, and
-/// every tenth of a second while there are many. No thread waits. A request whose client has gone is
-/// forgotten. Thread-safe.
+/// every tenth of a second while there are many. No thread waits. A request whose client has gone or
+/// has cancelled it is forgotten. Thread-safe.
 class WaitingCalls {
 public:
     /// The answer to a call as things are; nothing when there is none yet. Called on any thread, and may be

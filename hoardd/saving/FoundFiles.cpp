@@ -86,11 +86,15 @@ SaveJob jobFor(Library &library, const std::string &path) {
 /// Moves the pictures and videos among the originals that no asset has into a folder.
 Result<> moveFoundFiles(Library &library, const std::string &folder, std::chrono::seconds quiet,
                         Outcome &outcome) {
+    Result<> on;
     store::CheckOptions options;
     options.thumbnails = store::ThumbnailLook::name;
+    options.isCancelled = [&] { return !(on = library.goesOn()); };
     const auto report = store::checkLibrary(library.paths(), options);
     if (!report)
         return passOn(report);
+    if (!on) // the report is not whole
+        return on;
     for (const store::Finding &finding : report->findings) {
         if (finding.kind != store::Finding::Kind::strayOriginal)
             continue;
@@ -134,8 +138,8 @@ void saveFiles(Library &library, std::span<const std::string> files, Outcome &ou
 Result<> saveFilesIn(Library &library, const std::string &folder, Outcome &outcome) {
     const std::vector<std::string> files = filesIn(folder);
     for (std::size_t at = 0; at < files.size(); at += maxFilesPerCommit) {
-        if (library.isEnding())
-            return stopped();
+        if (const auto on = library.goesOn(); !on)
+            return passOn(on);
         saveFiles(library, std::span(files).subspan(at, std::min(maxFilesPerCommit, files.size() - at)),
                   outcome);
     }

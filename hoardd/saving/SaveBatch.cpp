@@ -16,6 +16,7 @@ using Results = std::vector<Result<SavedAsset>>;
 struct Batch {
     Library &library;
     const ClientJobs queue;
+    const Handler<bool()> areCancelled;
     const SavesEnded ended;
     std::vector<SaveJob> jobs;
     Results results;
@@ -42,6 +43,8 @@ void finish(const Chunk &chunk) {
 
 void begin(const Chunk &chunk) {
     const auto begun = withoutExceptions([&]() -> Result<> {
+        if (chunk.batch->areCancelled())
+            return cancelled();
         std::ranges::move(beginSaves(chunk.batch->library, chunk.jobs()), chunk.results().begin());
         return {};
     });
@@ -56,11 +59,13 @@ void begin(const Chunk &chunk) {
 
 } // namespace
 
-Result<> startSaves(Library &library, ClientJobs queue, std::vector<SaveJob> jobs, SavesEnded ended) {
+Result<> startSaves(Library &library, ClientJobs queue, std::vector<SaveJob> jobs,
+                    Handler<bool()> areCancelled, SavesEnded ended) {
     const std::size_t count = jobs.size();
     const std::size_t perChunk = std::clamp<std::size_t>(count / queue.lanes(), 1, maxFilesPerCommit);
-    const std::shared_ptr<Batch> batch(new Batch{library, queue, std::move(ended), std::move(jobs),
-                                                 Results(count), (count + perChunk - 1) / perChunk});
+    const std::shared_ptr<Batch> batch(new Batch{library, queue, std::move(areCancelled), std::move(ended),
+                                                 std::move(jobs), Results(count),
+                                                 (count + perChunk - 1) / perChunk});
     std::vector<ClientJobs::Job> chunks;
     for (std::size_t first = 0; first < count; first += perChunk)
         chunks.push_back([chunk = Chunk{batch, first, std::min(perChunk, count - first)}] { begin(chunk); });

@@ -14,9 +14,10 @@ namespace wickerlane::hoardd {
 using SavesEnded = Handler<void(std::span<const Result<SavedAsset>>)>;
 
 /// Saves jobs (at least one) in chunks, each with one commit. The thumbnails of a chunk are made after the
-/// jobs that wait, so that all are listed early. `queueFull` when the queue takes no more.
+/// jobs that wait, so that all are listed early. `queueFull` when the queue takes no more. Chunks that have
+/// not begun when `areCancelled` says so are not saved.
 [[nodiscard]] Result<> startSaves(Library &library, ClientJobs queue, std::vector<SaveJob> jobs,
-                                  SavesEnded ended);
+                                  Handler<bool()> areCancelled, SavesEnded ended);
 
 } // namespace wickerlane::hoardd
 

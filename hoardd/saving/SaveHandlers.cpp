@@ -96,8 +96,9 @@ Result<> saveAsset(Library &library, ClientJobs queue, const Call &call) {
     auto job = readSaveRequest(call);
     if (!job)
         return passOn(job);
-    return startSaves(library, queue, {*std::move(job)},
-                      [call](std::span<const Result<SavedAsset>> saves) { answerSave(call, saves.front()); });
+    return startSaves(
+        library, queue, {*std::move(job)}, [call] { return call.isCancelled(); },
+        [call](std::span<const Result<SavedAsset>> saves) { answerSave(call, saves.front()); });
 }
 
 std::optional<Answer> byNoDataOrQueueFull(const Refusal &refusal) {
@@ -121,7 +122,7 @@ Result<> startBatch(Library &library, ClientJobs queue, const Call &call, const 
         return {};
     }
     return startSaves(
-        library, queue, std::move(jobs),
+        library, queue, std::move(jobs), [call] { return call.isCancelled(); },
         [call, count](std::span<const Result<SavedAsset>> saves) { answerBatch(call, saves, count); });
 }
 

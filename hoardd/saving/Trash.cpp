@@ -58,8 +58,8 @@ Result<> emptyTrash(Library &library, double until) {
         return passOn(trashed);
     FailureCount failures;
     for (const AssetRecord &asset : *trashed) {
-        if (library.isEnding())
-            return stopped();
+        if (const auto on = library.goesOn(); !on)
+            return passOn(on);
         ReleaseScope scope;
         if (const auto removed = removeAsset(library, asset, AssetPlace::trash); !removed)
             failures.add(asset.uuid, removed.error());

@@ -4,6 +4,7 @@
 
 #include <exception>
 
+#include "hoardd/service/CurrentCall.h"
 #include "hoardd/service/Operation.h"
 #include "hoardd/service/Traffic.h"
 #include "wickerlane/platform/message/listener/MessageListener.h"
@@ -43,8 +44,11 @@ public:
     [[nodiscard]] bool postponeUntilRead(Handler<void()> work) const {
         return received->peer()->postponeUntilRead(std::move(work));
     }
-    /// False when the connection is over: the answer would reach nobody.
-    [[nodiscard]] bool isAwaited() const { return received->peer()->isConnected(); }
+    /// False when the connection is over or the caller has cancelled the request: nothing reads the answer.
+    [[nodiscard]] bool isAwaited() const { return received->peer()->isConnected() && !isCancelled(); }
+    [[nodiscard]] bool isCancelled() const { return received->isCancelled(); }
+    /// Has this thread work for the request, see CurrentCall. The call must outlive it.
+    [[nodiscard]] CurrentCall workedFor() const { return CurrentCall(received.get()); }
     /// As ReceivedMessage has it.
     [[nodiscard]] bool whenUnwanted(Handler<void()> work) const {
         return received->whenUnwanted(std::move(work));

@@ -181,9 +181,12 @@ void Dispatcher::serveWhenRead(const Operation &operation, Library *library, con
 }
 
 void Dispatcher::serve(const Operation &operation, Library *library, const Call &call) const {
+    if (call.isCancelled())
+        return call.refuse(cancelled().value());
     if (operation.onlyReads && !call.isAwaited())
         return;
     const PeerLogScope logged(call.peer().process);
+    const CurrentCall current = call.workedFor();
     const auto result = withoutExceptions([&] { return handle(operation, library, call); });
     if (!result) {
         if (result.error().kind == ProblemKind::damagedStore && options.storeIsDamaged)

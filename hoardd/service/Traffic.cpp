@@ -31,6 +31,7 @@ public:
     [[nodiscard]] MessageDictionary *message() const noexcept override { return received->message(); }
     [[nodiscard]] MessagePeer *peer() const noexcept override { return received->peer(); }
     [[nodiscard]] bool wantsReply() const noexcept override { return received->wantsReply(); }
+    [[nodiscard]] bool isCancelled() override { return received->isCancelled(); }
     [[nodiscard]] bool whenUnwanted(Handler<void()> work) override {
         return received->whenUnwanted(std::move(work));
     }

@@ -24,8 +24,8 @@ Result<> restoreTrashedSince(Library &library, double date) {
     if (!trash)
         return passOn(trash);
     for (const auto &[asset, dateTrashed] : *trash) {
-        if (library.isEnding())
-            return stopped();
+        if (const auto on = library.goesOn(); !on)
+            return passOn(on);
         const AssetRecord &record = asset->record();
         Result<> done;
         if (record.dateAdded > date)
@@ -45,8 +45,8 @@ Result<> removeAssets(Library &library, double date) {
     if (!added)
         return passOn(added);
     for (const AssetRecord &each : *added) {
-        if (library.isEnding())
-            return stopped();
+        if (const auto on = library.goesOn(); !on)
+            return passOn(on);
         ReleaseScope scope;
         if (const auto removed = removeAsset(library, each); !removed)
             return removed;
@@ -60,8 +60,8 @@ Result<> removeRenditions(Library &library, double date) {
     if (!edited)
         return passOn(edited);
     for (const std::string &each : *edited) {
-        if (library.isEnding())
-            return stopped();
+        if (const auto on = library.goesOn(); !on)
+            return passOn(on);
         ReleaseScope scope;
         const auto asset = assetWithUUID(library, each);
         if (!asset)

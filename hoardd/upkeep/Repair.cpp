@@ -111,14 +111,18 @@ Result<> repairLibrary(Library &library) {
     // They may have been put right since.
     if (const auto scrubbed = scrubFaulty(library, secondsNow()); !scrubbed)
         failures.add("originals with a fault", scrubbed.error());
+    Result<> on;
     store::CheckOptions options;
     options.thumbnails = store::ThumbnailLook::whole;
+    options.isCancelled = [&] { return !(on = library.goesOn()); };
     const auto report = store::checkLibrary(library.paths(), options);
     if (!report)
         return passOn(report);
+    if (!on) // the report is not whole
+        return on;
     for (const Finding &finding : report->findings) {
-        if (library.isEnding())
-            return stopped();
+        if (on = library.goesOn(); !on)
+            return on;
         // All are tried in the end, or have been tried.
         if (finding.kind == Finding::Kind::undecodable || finding.kind == Finding::Kind::unsavedFile)
             continue;

@@ -309,7 +309,7 @@ Result<> scrubFaulty(Library &library, double now) {
     if (!faulty)
         return passOn(faulty);
     for (ScrubbedFile &each : *faulty) {
-        if (library.isEnding())
+        if (const auto on = library.goesOn(); !on)
             return {};
         Scrub turn(library, now);
         turn.read({std::move(each)});
