@@ -46,6 +46,15 @@ static const char *faultOf(WLScriptedDaemon *daemon) {
     WLSetTimeLimitOfThread(0.02);
     CHECK(albums() == -WLErrorTimedOut);
     WLSetTimeLimitOfThread(-1);
+    WLCancellation *cancellation = WLCancellationCreate();
+    WLSetCancellationOfThread(cancellation);
+    CHECK(!WLIsCancelled(cancellation) && !WLIsCancelled(NULL));
+    WLCancel(cancellation);
+    WLCancel(NULL);
+    CHECK(WLIsCancelled(cancellation) && albums() == -WLErrorCancelled);
+    WLRelease(cancellation);
+    CHECK(albums() == -WLErrorCancelled); // the thread keeps it
+    WLSetCancellationOfThread(NULL);
     WLScriptedDaemonRelease(daemon);
     WLScriptedDaemonRefuseAccess(daemon, true);
     CHECK(albums() == -WLErrorRefused);

@@ -28,6 +28,7 @@ static_assert(isSame(WLErrorUnreachable, ProblemKind::unreachable));
 static_assert(isSame(WLErrorEmpty, ProblemKind::empty));
 static_assert(isSame(WLErrorQueueFull, ProblemKind::queueFull));
 static_assert(isSame(WLErrorTimedOut, ProblemKind::timedOut));
+static_assert(isSame(WLErrorCancelled, ProblemKind::cancelled));
 
 // The end of time for what lies beyond it; none for what is no number.
 std::chrono::nanoseconds timeOf(double seconds) {

@@ -20,7 +20,8 @@ enum {
     WLErrorUnreachable = 11,  ///< There is no daemon, and it can't be started.
     WLErrorEmpty = 12,        ///< The request holds nothing to work on.
     WLErrorQueueFull = 13,    ///< Too much work is waiting: try again later.
-    WLErrorTimedOut = 14      ///< No answer came in the time that was allowed.
+    WLErrorTimedOut = 14,     ///< No answer came in the time that was allowed.
+    WLErrorCancelled = 15     ///< This program has cancelled it, see WLCancellation.h.
 };
 
 /// Why the last function of this thread that waited for the daemon has failed; borrowed. Null when the daemon

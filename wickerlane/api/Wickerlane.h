@@ -11,6 +11,7 @@
 #include "wickerlane/api/WLAssetQuery.h"
 #include "wickerlane/api/WLBulletin.h"
 #include "wickerlane/api/WLCallables.h"
+#include "wickerlane/api/WLCancellation.h"
 #include "wickerlane/api/WLChanges.h"
 #include "wickerlane/api/WLCollections.h"
 #include "wickerlane/api/WLCompanion.h"
