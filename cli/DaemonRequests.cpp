@@ -78,6 +78,13 @@ Result<> outcomeIn(const client::Reply &reply) {
     return fail(kind, std::string(error->text()));
 }
 
+/// Before the process ends; not for long, since the daemon may hang.
+void waitUntilSent() {
+    const auto sent = Semaphore::create(0);
+    JXGatekeeperClient::sharedInstance()->connection()->sendBarrier([sent] { sent->signal(); });
+    static_cast<void>(sent->wait(std::chrono::seconds(1)));
+}
+
 } // namespace
 
 Failure failUnreachable() {
@@ -133,6 +140,8 @@ Result<> waitForSuccess(std::string withoutReason, const Handler<void(const Succ
 
 Result<> waitForWork(const client::Request &request) {
     const Awaited<Result<>> outcome;
+    const auto cancellation = Cancellation::create();
+    const CancellationScope scope(cancellation.get());
     request.sendWithReply(JXGatekeeperClient::sharedInstance()->connection(), WorkQueue::global(),
                           [outcome](const client::Reply &reply) {
                               outcome.give(outcomeIn(reply));
@@ -141,10 +150,20 @@ Result<> waitForWork(const client::Request &request) {
     for (;;) {
         if (auto given = outcome.takeIfGiven())
             return *std::move(given);
-        if (isInterrupted())
-            return fail(ProblemKind::failed, "interrupted; the daemon goes on with what it has begun");
+        if (isInterrupted()) {
+            cancellation->cancel();
+            waitUntilSent();
+            return fail(ProblemKind::cancelled,
+                        "interrupted: the daemon stops; what it has done stays, and the rest is done when it "
+                        "is asked for again");
+        }
         interruptSemaphore().wait();
     }
+}
+
+Result<> waitForEndOfWork(const client::Request &request) {
+    auto done = waitForWork(request);
+    return !done && done.error().kind == ProblemKind::cancelled ? done : Result<>();
 }
 
 } // namespace wickerlane::cli

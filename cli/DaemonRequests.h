@@ -31,8 +31,11 @@ using SuccessHandler = Handler<void(bool success, Error *error)>;
 Result<> waitForSuccess(std::string withoutReason, const Handler<void(const SuccessHandler &)> &send);
 
 /// Sends a request whose work may take long and that is answered when it is done. Blocks until then, or until
-/// Ctrl-C, which does not end what the daemon has begun.
+/// Ctrl-C, which cancels it.
 Result<> waitForWork(const client::Request &request);
+
+/// The same for work whose problems show in what the command looks at afterwards: only Ctrl-C is one.
+Result<> waitForEndOfWork(const client::Request &request);
 
 } // namespace wickerlane::cli
 

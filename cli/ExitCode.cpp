@@ -25,6 +25,8 @@ ExitCode exitCodeOf(const Problem &problem) {
         return ExitCode::busy;
     case ProblemKind::timedOut:
         return ExitCode::timedOut;
+    case ProblemKind::cancelled:
+        return ExitCode::interrupted;
     default:
         return ExitCode::failure;
     }

@@ -17,8 +17,8 @@
 #include "cli/Output.h"
 #include "cli/Progress.h"
 #include "cli/Subcommands.h"
-#include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/platform/file/Files.h"
+#include "wickerlane/protocol/LibraryRows.h"
 #include "wickerlane/store/LibraryCheck.h"
 #include "wickerlane/store/Sha256Internal.h"
 
@@ -132,7 +132,7 @@ std::vector<std::string> repairReports(const store::LibraryPaths &paths) {
 /// Has the daemon repair the library, and says what became of a store that was damaged.
 Result<> repair(const store::LibraryPaths &paths) {
     const auto before = repairReports(paths);
-    JXGatekeeperClient::sharedInstance()->repairPotentialModelCorruption();
+    const auto done = waitForEndOfWork(client::Request(protocol::repairPotentialModelCorruption));
     for (const std::string &path : repairReports(paths)) {
         constexpr std::size_t maxBytes = 64 << 10;
         std::vector<std::byte> text;
@@ -140,7 +140,7 @@ Result<> repair(const store::LibraryPaths &paths) {
             !text.empty())
             note(std::string_view(reinterpret_cast<const char *>(text.data()), text.size() - 1));
     }
-    return requireDaemon();
+    return done ? requireDaemon() : done;
 }
 
 Result<ExitCode> check(const Options &options) {

@@ -10,6 +10,7 @@
 #include "cli/Subcommands.h"
 #include "cli/Table.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
+#include "wickerlane/protocol/AnalysisRows.h"
 
 namespace wickerlane::cli {
 namespace {
@@ -47,11 +48,14 @@ Result<> decide(const std::vector<std::string> &names, bool areDuplicates) {
 Result<> askDaemon(const Options &options) {
     if (const auto answers = requireDaemon(); !answers)
         return answers;
-    auto *client = JXGatekeeperClient::sharedInstance();
     if (options.reset)
-        client->resetDupesAnalysis();
+        if (const auto done = waitForEndOfWork(client::Request(protocol::resetDupesAnalysis)); !done)
+            return done;
     if (options.reset || options.update)
-        client->analyzeInvalidMomentsAndDupesIfNeeded();
+        if (const auto done =
+                waitForEndOfWork(client::Request(protocol::analyzeInvalidMomentsAndDupesIfNeeded));
+            !done)
+            return done;
     if (const auto decided = decide(options.apart, false); !decided)
         return decided;
     return decide(options.together, true);

@@ -12,6 +12,7 @@
 #include "cli/Table.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/model/StoredObject.h"
+#include "wickerlane/protocol/AnalysisRows.h"
 
 namespace wickerlane::cli {
 namespace {
@@ -103,14 +104,12 @@ Result<> printLists(bool json) {
 Result<> updateMoments(bool rebuild) {
     if (const auto answers = requireDaemon(); !answers)
         return answers;
-    auto *client = JXGatekeeperClient::sharedInstance();
-    if (rebuild) {
-        client->rebuildMomentsIncremental(false);
-        client->analyzeAllMoments();
-    } else {
-        client->analyzeInvalidMomentsAndDupesIfNeeded();
-    }
-    return {};
+    if (!rebuild)
+        return waitForEndOfWork(client::Request(protocol::analyzeInvalidMomentsAndDupesIfNeeded));
+    client::Request whole(protocol::rebuildMoments);
+    whole.set(protocol::keys::incremental, false);
+    return waitForEndOfWork(whole).and_then(
+        [] { return waitForEndOfWork(client::Request(protocol::analyzeAllMoments)); });
 }
 
 /// A moment, or a list of moments.

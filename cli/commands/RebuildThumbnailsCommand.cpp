@@ -11,7 +11,7 @@ namespace {
 Result<ExitCode> rebuildThumbnails() {
     if (const auto there = requireLibrary(); !there)
         return passOn(there);
-    note("this takes a while; thumbnails that were made are kept if you interrupt it");
+    note("this takes a while; Ctrl-C stops it, and keeps the thumbnails that were made");
     return waitForWork(client::Request(protocol::rebuildAllThumbnails)).map([] { return ExitCode::success; });
 }
 

@@ -110,7 +110,7 @@ TEST_F(Commands, LongWorkThatIsInterruptedSaysSo) {
     kill(rebuilding.process(), SIGINT);
     const CommandResult result = rebuilding.wait();
     kill(daemon, SIGCONT);
-    EXPECT_EQ(result.exitCode, 1) << result;
+    EXPECT_EQ(result.exitCode, 130) << result;
     EXPECT_NE(result.errors.find("interrupted"), std::string::npos) << result;
 }
 
