@@ -8,7 +8,7 @@ from ctypes import byref, c_double, c_int64, c_void_p, string_at
 from typing import Any, BinaryIO, Literal, NamedTuple, NotRequired, TypedDict, Unpack
 
 from . import dates
-from .native import C, Handle, Scope, array, ask, known, location, optional, string, strings, text_argument
+from .native import C, Handle, Scope, array, ask, known, number_of, location, optional, string, strings, text_argument
 from .native import text_or_none, url, view, whole
 from .session import Session
 from .values import Value, handle_of, mapping_of
@@ -248,7 +248,7 @@ class Asset:
 
         'small', 'preview' and 'large' are JPEG files of at most 256, 1024 and 2048 pixels a side, kept once made;
         'full' (JPEG) and 'full-png' have the full size. The view is read-only and no copy; bytes() makes one."""
-        number = PICTURES.index(picture)
+        number = number_of(PICTURES, picture)
         with self._session.asking():
             return view(Handle(ask(C.WLAssetCreatePicture, self.handle, number)))
 

@@ -21,6 +21,8 @@ def instant(seconds: float) -> datetime.datetime:
 
 def seconds_of_clock(date: datetime.date) -> float:
     """The opposite of clock_date(); a date without a time of day is its midnight."""
+    if not isinstance(date, datetime.date):
+        raise TypeError(f'{date!r} is no date')
     if not isinstance(date, datetime.datetime):
         date = datetime.datetime(date.year, date.month, date.day)
     if date.tzinfo is not None:

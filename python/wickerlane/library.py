@@ -12,10 +12,10 @@ from .asset import KINDS, Asset, DetailChanges, Trashed, set_details
 from .changes import CountChanges
 from .counts import photos_and_videos
 from .dates import instant, seconds_of_clock
-from .errors import NotFound, WickerlaneError
+from .errors import Invalid, NotFound, WickerlaneError
 from .following import Changes, Following, changes_since
 from .moment import Duplicates, Moment, MomentList, moment_lists
-from .native import C, Handle, array, ask, note_use, size, string, text_argument
+from .native import C, Handle, array, ask, note_use, number_of, size, string, text_argument
 from .query import Assets, Filters, Section, SectionUnit, make_query, pages
 from .saving import Companion, Saved, companions_of, data_job, describe, file_job, save_files, saved_of
 from .session import Session
@@ -34,7 +34,8 @@ class Library:
 
     def __init__(self, *, time_limit: float | None = None) -> None:
         """`time_limit` is how many seconds each request may take, of this object and all that it gives; a late one
-        raises TimedOut. None is without a limit, and not even an interrupt from the keyboard ends the wait."""
+        raises TimedOut. None is without a limit. An interrupt from the keyboard ends the waits of follow(), of save_all()
+        and of count() without filters or by kind alone; others go on until the daemon has answered."""
         self._session = Session(time_limit)
 
     def __enter__(self) -> Self:
@@ -81,10 +82,14 @@ class Library:
         return CountChanges(lambda: (self.count(kind='photo'), self.count(kind='video')))
 
     def asset(self, identity: str) -> Asset:
-        """The asset with a UUID, a beginning of one that no other has, a URL or an object ID."""
-        for asset in self.assets(identity=identity, page_size=2):
-            return asset
-        raise NotFound(f'there is no asset {identity!r}')
+        """The asset with a UUID, a beginning of one that no other has, a URL or an object ID. Invalid is raised for a
+        beginning that several have."""
+        found = list(self.assets(identity=identity, page_size=2))
+        if len(found) > 1:
+            raise Invalid(f'several assets begin with {identity!r}: give more of it')
+        if not found:
+            raise NotFound(f'there is no asset {identity!r}')
+        return found[0]
 
     def save(self, source: os.PathLike[str] | str | bytes | bytearray | memoryview, *, name: str | None = None,
              created: datetime.datetime | None = None, unless_present: bool = False,
@@ -103,11 +108,10 @@ class Library:
     def save_all(self, paths: Iterable[os.PathLike[str] | str], *,
                  unless_present: bool = False) -> list[Saved | WickerlaneError]:
         """Saves copies of any number of files. What came of each, in their order: a file that can't be saved does not
-        keep the others from it. This program opens the files, so that the daemon need not have the right to."""
-        jobs = [file_job(path) for path in paths]
-        for job in jobs:
-            C.WLSaveJobSetUnlessPresent(job, unless_present)
-        return save_files(self._session, jobs)
+        keep the others from it. This program opens the files, so that the daemon need not have the right to. They
+        travel 4096 at a time: what keeps the first of these requests from being done is raised, and what befalls a
+        later one is the outcome of each of its files."""
+        return save_files(self._session, paths, unless_present)
 
     def companions(self, assets: Iterable[Asset]) -> dict[str, Companion]:
         """The second files of the shots that 1 to 10,000 assets are, by the UUIDs of those that have one."""
@@ -195,7 +199,7 @@ class Library:
     def duplicates(self, kind: DuplicateKind = 'all', *, page_size: int = 500) -> Iterator[Duplicates]:
         """Groups of assets that are the same picture, of those that are similar, or of both."""
         found = pages(self._session, C.WLDuplicatesPageCreate, C.WLDuplicatesPageCreateNext,
-                      DUPLICATE_KINDS.index(kind), size(page_size))
+                      number_of(DUPLICATE_KINDS, kind), size(page_size))
         return (Duplicates(Handle.retaining(C.WLDuplicatesPageGet(page, index)))
                 for page in found for index in range(C.WLDuplicatesPageCount(page)))
 

@@ -4,7 +4,7 @@ import ctypes
 import operator
 import os
 import pathlib
-from collections.abc import Callable, Iterable
+from collections.abc import Callable, Iterable, Sequence
 from ctypes import c_bool, c_char_p, c_double, c_int, c_int64, c_size_t, c_uint32, c_uint64, c_void_p
 from types import TracebackType
 from typing import Any, NoReturn, SupportsIndex
@@ -237,6 +237,8 @@ def error_of(error: object) -> errors.WickerlaneError:
 
 def text_argument(text: str) -> bytes:
     """A text as C takes it."""
+    if not isinstance(text, str):
+        raise TypeError(f'{text!r} is no text')
     if '\0' in text:
         raise ValueError('a text for the library can\'t have a NUL in it')
     return text.encode()
@@ -244,9 +246,26 @@ def text_argument(text: str) -> bytes:
 
 def whole(number: SupportsIndex) -> int:
     """A number as C takes it: ctypes would cut off what is too large."""
-    value = operator.index(number)
+    try:
+        value = operator.index(number)
+    except TypeError:
+        raise TypeError(f'{number!r} is no whole number') from None
     if not -2**63 <= value < 2**63:
         raise ValueError(f'{value} is beyond all numbers of the library')
+    return value
+
+
+def number_of(words: Sequence[str], word: str) -> int:
+    """The number that C has for one of some words."""
+    if word not in words:
+        raise ValueError(f'{word!r} is none of {", ".join(words)}')
+    return words.index(word)
+
+
+def truth(value: bool) -> bool:
+    """Yes or no as C takes it: ctypes would take any object for yes."""
+    if not isinstance(value, bool):
+        raise TypeError(f'{value!r} is neither True nor False')
     return value
 
 
@@ -263,7 +282,10 @@ def path_argument(path: str | os.PathLike[str]) -> bytes:
     text = os.fspath(path)
     if not text:
         raise ValueError('a path must not be empty')
-    return text_argument(text)
+    try:
+        return text_argument(text)
+    except UnicodeEncodeError:
+        raise ValueError(f'a path must be UTF-8, and {text!r} is not') from None
 
 
 def text_or_none(text: bytes | None) -> str | None:

@@ -3,12 +3,12 @@
 import asyncio
 import dataclasses
 import datetime
-from collections.abc import AsyncIterator, Callable, Iterable, Iterator
+from collections.abc import AsyncIterator, Callable, Iterable, Iterator, Sequence
 from typing import Any, Literal, NotRequired, TypedDict
 
 from .asset import KINDS, Asset, Kind
 from .dates import clock_date, seconds_of_clock
-from .native import C, Handle, ask, memory, size, text_argument, text_or_none, whole
+from .native import C, Handle, ask, memory, number_of, size, text_argument, text_or_none, truth, whole
 from .session import Session
 
 Order = Literal['date', 'added', 'size', 'name']
@@ -69,7 +69,10 @@ class Filters(TypedDict):
 
 
 def _sizes(query: Handle, sizes: tuple[int, int | None]) -> None:
-    least, most = sizes
+    try:
+        least, most = sizes
+    except (TypeError, ValueError):
+        raise TypeError(f'{sizes!r} is not two sizes') from None
     C.WLAssetQuerySetSizes(query, size(least), 2**64 - 1 if most is None else size(most))
 
 
@@ -77,24 +80,39 @@ def _text(setter: Any) -> Callable[[Handle, Any], object]:
     return lambda query, value: setter(query, text_argument(value))
 
 
+def _truth(setter: Any) -> Callable[[Handle, Any], object]:
+    return lambda query, value: setter(query, truth(value))
+
+
+def _numbers(setter: Any, count: int) -> Callable[[Handle, Any], object]:
+    def set_numbers(query: Handle, value: tuple[float, ...]) -> None:
+        if not isinstance(value, Sequence) or len(value) != count:
+            raise TypeError(f'{value!r} is not {count} numbers')
+        for number in value:
+            if not isinstance(number, (int, float)):
+                raise TypeError(f'{number!r} is no number')
+        setter(query, *map(float, value))
+    return set_numbers
+
+
 _SETTERS: dict[str, Callable[[Handle, Any], object]] = {
     'identity': _text(C.WLAssetQuerySetIdentity),
-    'kind': lambda query, kind: C.WLAssetQuerySetKind(query, KINDS.index(kind)),
+    'kind': lambda query, kind: C.WLAssetQuerySetKind(query, number_of(KINDS, kind)),
     'since': lambda query, date: C.WLAssetQuerySetFrom(query, seconds_of_clock(date)),
     'until': lambda query, date: C.WLAssetQuerySetUntil(query, seconds_of_clock(date)),
-    'near': lambda query, near: C.WLAssetQuerySetNear(query, *near),
-    'box': lambda query, box: C.WLAssetQuerySetBox(query, *box),
+    'near': _numbers(C.WLAssetQuerySetNear, 3),
+    'box': _numbers(C.WLAssetQuerySetBox, 4),
     'album': lambda query, album: C.WLAssetQuerySetAlbum(query, text_argument(getattr(album, 'uuid', album))),
     'moment': lambda query, moment: C.WLAssetQuerySetMoment(query, whole(getattr(moment, 'number', moment))),
     'name': _text(C.WLAssetQuerySetName),
     'text': _text(C.WLAssetQuerySetText),
     'format': _text(C.WLAssetQuerySetFormat),
     'camera': _text(C.WLAssetQuerySetCamera),
-    'favourite': C.WLAssetQuerySetFavourite,
-    'hidden': C.WLAssetQuerySetHidden,
+    'favourite': _truth(C.WLAssetQuerySetFavourite),
+    'hidden': _truth(C.WLAssetQuerySetHidden),
     'rating': lambda query, rating: C.WLAssetQuerySetMinimumRating(query, whole(rating)),
-    'edited': C.WLAssetQuerySetEdited,
-    'problem': C.WLAssetQuerySetProblem,
+    'edited': _truth(C.WLAssetQuerySetEdited),
+    'problem': _truth(C.WLAssetQuerySetProblem),
     'sizes': _sizes,
 }
 
@@ -102,8 +120,8 @@ _SETTERS: dict[str, Callable[[Handle, Any], object]] = {
 def make_query(filters: Filters, fields: Iterable[str] | None, page_size: int, cursor: str | None = None) -> Handle:
     """A query that is ready to be asked. Raises ValueError or TypeError for what no query has."""
     query = Handle(C.WLAssetQueryCreate())
-    order = ORDERS.index(filters.get('order', 'date'))
-    C.WLAssetQuerySetOrder(query, order, filters.get('newest_first', False))
+    order = number_of(ORDERS, filters.get('order', 'date'))
+    C.WLAssetQuerySetOrder(query, order, truth(filters.get('newest_first', False)))
     C.WLAssetQuerySetLimit(query, size(page_size))
     if cursor is not None:
         C.WLAssetQuerySetCursor(query, text_argument(cursor))
@@ -199,7 +217,7 @@ class Assets:
     def sections(self, by: SectionUnit = 'month') -> list[Section]:
         """The days or months of all of them, so that a view knows its whole height before it has a page."""
         with self._session.asking():
-            sections = Handle(ask(C.WLAssetSectionsCreate, self._query, SECTION_UNITS.index(by)))
+            sections = Handle(ask(C.WLAssetSectionsCreate, self._query, number_of(SECTION_UNITS, by)))
         return [_section(sections, index) for index in range(C.WLAssetSectionsCount(sections))]
 
 

@@ -9,7 +9,7 @@ from typing import Any
 
 from . import dates
 from .asset import Asset
-from .errors import WickerlaneError
+from .errors import Invalid, WickerlaneError
 from .handlers import answer_of
 from .native import (C, Handle, Scope, array, ask, error_of, known, path_argument, string, text_argument, text_or_none,
                      url)
@@ -54,17 +54,39 @@ def saved_of(result: Any) -> Saved:
                  bool(C.WLSavedAssetCompanionWasSaved(result)), bool(C.WLSavedAssetCompanionWasPresent(result)))
 
 
-def save_files(session: Session, jobs: list[Handle]) -> list[Saved | WickerlaneError]:
+def save_files(session: Session, paths: Iterable[str | os.PathLike[str]],
+               unless_present: bool) -> list[Saved | WickerlaneError]:
     """Saves files that this program opens, any number of them. What came of each, in their order."""
+    jobs = [_job_or_fault(path, unless_present) for path in paths]
+    sound = [job for job in jobs if isinstance(job, Handle)]
     outcomes: list[Saved | WickerlaneError] = []
-    for first in range(0, len(jobs), _MOST_JOBS):
-        some = jobs[first:first + _MOST_JOBS]
-        results, failure = answer_of(session, C.WLSaveOpenFilesWithHandler, array(some))
-        with Scope():
-            if results is None:
-                raise error_of(failure)
-            outcomes += [_outcome(results, index) for index in range(len(some))]
-    return outcomes
+    for first in range(0, len(sound), _MOST_JOBS):
+        some = sound[first:first + _MOST_JOBS]
+        try:
+            outcomes += _outcomes(session, some)
+        except WickerlaneError as error:
+            if first == 0: # nothing was saved that the caller must learn of
+                raise
+            outcomes += [error] * len(some)
+    ordered = iter(outcomes)
+    return [next(ordered) if isinstance(job, Handle) else job for job in jobs]
+
+
+def _job_or_fault(path: str | os.PathLike[str], unless_present: bool) -> Handle | Invalid:
+    try:
+        job = file_job(path)
+    except ValueError as error:
+        return Invalid(str(error))
+    C.WLSaveJobSetUnlessPresent(job, unless_present)
+    return job
+
+
+def _outcomes(session: Session, jobs: list[Handle]) -> list[Saved | WickerlaneError]:
+    results, failure = answer_of(session, C.WLSaveOpenFilesWithHandler, array(jobs))
+    with Scope():
+        if results is None:
+            raise error_of(failure)
+        return [_outcome(results, index) for index in range(len(jobs))]
 
 
 def _outcome(results: Handle, index: int) -> Saved | WickerlaneError:

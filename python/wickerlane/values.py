@@ -8,7 +8,7 @@ from typing import Union
 from . import dates
 from .native import C, Handle, array, known, string, text_argument
 
-Value = Union[str, bool, int, float, bytes, datetime.datetime, Sequence['Value'], Mapping[str, 'Value']]
+Value = Union[str, bool, int, float, bytes, bytearray, memoryview, datetime.datetime, Sequence['Value'], Mapping[str, 'Value']]
 """What a property list can hold. Numbers that come back are equal to those that were given: a boolean is 1 or 0."""
 
 
@@ -24,8 +24,9 @@ def handle_of(value: Value) -> Handle:
         return Handle(C.WLNumberCreateWithInt64(value) if value < 2**63 else C.WLNumberCreateWithUInt64(value))
     if isinstance(value, float):
         return Handle(C.WLNumberCreateWithDouble(value))
-    if isinstance(value, bytes):
-        return Handle(C.WLDataCreate(value, len(value)))
+    if isinstance(value, (bytes, bytearray, memoryview)):
+        contents = bytes(value)
+        return Handle(C.WLDataCreate(contents, len(contents)))
     if isinstance(value, datetime.datetime):
         return Handle(C.WLDateCreate(dates.seconds_of_instant(value)))
     if isinstance(value, Mapping):

@@ -290,8 +290,10 @@ def test_many_files_are_saved_at_once(library: wickerlane.Library, tmp_path: pat
     assert [library.asset(each.uuid).original_filename for each in saved] == names
     again = library.save_all(paths[:2], unless_present=True)
     assert [isinstance(each, wickerlane.Saved) and each.was_present for each in again] == [True, True]
-    with pytest.raises(ValueError):
-        library.save_all([paths[0], ''])
+    outcomes = library.save_all(['', paths[0], '\udcff', tmp_path / 'a\0b'], unless_present=True)
+    assert [type(each) for each in outcomes] == [wickerlane.Invalid, wickerlane.Saved, *[wickerlane.Invalid] * 2]
+    assert 'UTF-8' in str(outcomes[2])
+    assert [type(each) for each in library.save_all([''])] == [wickerlane.Invalid]
     assert library.count() == 40
 
 

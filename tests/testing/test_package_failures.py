@@ -1,10 +1,15 @@
 """What the package does when the daemon does not do what it should."""
 
+import os
+import pathlib
+import signal
+import threading
 from collections.abc import Callable
 
 import pytest
 import wickerlane
-from wickerlane.testing import ScriptedDaemon
+from wickerlane import handlers, saving
+from wickerlane.testing import ScriptedDaemon, asset
 
 pytest_plugins = ['wickerlane.testing.pytest_plugin']
 
@@ -63,3 +68,64 @@ def test_a_time_limit_for_one_call(scripted_daemon: ScriptedDaemon) -> None:
         hasty.albums()
     with pytest.raises(ValueError):
         library.within(0)
+
+
+def test_an_interrupted_wait_leaves_nothing_to_its_late_answer(scripted_daemon: ScriptedDaemon) -> None:
+    operation = 'getPhotosAndVideosCountWithHandler:'
+    scripted_daemon.answer(operation, {'photoCount': 2, 'videoCount': 1}, held=True)
+
+    def interrupt() -> None:
+        assert scripted_daemon.wait_for_requests(1)
+        os.kill(os.getpid(), signal.SIGINT)
+
+    with wickerlane.Library() as library:
+        interrupter = threading.Thread(target=interrupt)
+        interrupter.start()
+        with pytest.raises(KeyboardInterrupt):
+            library.count()
+        interrupter.join()
+        given_up, = handlers._waits.values()
+        scripted_daemon.release()
+        scripted_daemon.answer(operation, {'photoCount': 3, 'videoCount': 4})
+        while handlers._waits: # until the late answer has come
+            assert library.count() == 7
+        assert given_up.answer == (None, None)
+
+
+def test_a_late_answer_is_said_by_the_library(scripted_daemon: ScriptedDaemon, tmp_path: pathlib.Path) -> None:
+    scripted_daemon.answer(None, held=True)
+    (tmp_path / 'a').write_bytes(b'a')
+    with wickerlane.Library(time_limit=0.05) as library:
+        for late in (library.count, lambda: library.save_all([tmp_path / 'a'])):
+            with pytest.raises(wickerlane.TimedOut):
+                late()
+    assert not [wait for wait in handlers._waits.values() if not wait.is_given_up]
+
+
+def test_a_later_failure_keeps_the_earlier_outcomes(scripted_daemon: ScriptedDaemon, tmp_path: pathlib.Path,
+                                                    monkeypatch: pytest.MonkeyPatch) -> None:
+    monkeypatch.setattr(saving, '_MOST_JOBS', 2)
+    operation = 'saveOpenFilesWithJobDictionaries:handler:'
+    saved = {'uuid': 'U', 'assetURL': 'rez-vault://a'}
+    scripted_daemon.answer(operation, {'resultJobDictionaries': [saved, saved]})
+    scripted_daemon.fail(operation, wickerlane.Busy, nth=2)
+    with wickerlane.Library() as library:
+        kinds = [type(each) is wickerlane.Saved for each in library.save_all(['a', 'b', '', 'c', 'd', 'e', 'f'])]
+        assert kinds == [True, True, False, False, False, True, True]
+        scripted_daemon.fail(operation, wickerlane.Busy)
+        with pytest.raises(wickerlane.WickerlaneError):
+            library.save_all(['a'])
+
+
+def test_a_beginning_of_two_assets_is_none_of_them(scripted_daemon: ScriptedDaemon) -> None:
+    scripted_daemon.answer('assetsMatchingQuery:', {'assets': [asset(), asset()]})
+    with wickerlane.Library() as library, pytest.raises(wickerlane.Invalid, match="begin with '0123'"):
+        library.asset('0123')
+
+
+@pytest.mark.parametrize('kind', [bytes, bytearray, memoryview])
+def test_each_kind_of_bytes_is_data(kind: Callable[[bytes], bytes], scripted_daemon: ScriptedDaemon) -> None:
+    scripted_daemon.answer('assetsMatchingQuery:', {'assets': [asset(sha256=kind(bytes(range(32))))]})
+    with wickerlane.Library() as library:
+        found, = library.assets()
+        assert found.sha256 == bytes(range(32))
