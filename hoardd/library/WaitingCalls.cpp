@@ -21,6 +21,7 @@ struct Waiting {
     WaitingCalls::Look look;
     Answer late;
     Clock::time_point due;
+    Clock::time_point begun;
 };
 
 /// So that calls that come and go leave few timers behind.
@@ -53,6 +54,29 @@ struct WaitingCalls::State : std::enable_shared_from_this<State> {
         Kept removed = std::move(found->second);
         waiting.erase(found);
         return removed;
+    }
+
+    /// Whether there is room for a call. It may take the place of the oldest one of its process: often
+    /// nothing waits for that any more, as when its client has stopped waiting but is still connected. Not of
+    /// one that has just come: clients that ask again at once would end each other's calls without a rest.
+    Result<Kept> makeRoom(const PeerIdentity &caller, Clock::time_point now) WL_REQUIRES(mutex) {
+        auto oldest = waiting.end();
+        std::size_t ofProcess = 0, ofUser = 0;
+        for (auto each = waiting.begin(); each != waiting.end(); ++each) {
+            const PeerIdentity &other = each->second->call.peer();
+            if (other.user == caller.user)
+                ++ofUser;
+            if (other.process == caller.process && ofProcess++ == 0)
+                oldest = each;
+        }
+        if (ofProcess >= maxOfProcess && now - oldest->second->begun >= shortest) {
+            Kept ended = std::move(oldest->second);
+            waiting.erase(oldest);
+            return ended;
+        }
+        if (ofProcess >= maxOfProcess || ofUser >= maxOfUser || waiting.size() >= maxOfAll)
+            return fail(ProblemKind::busy, "too many requests wait for changes; try again later");
+        return nullptr;
     }
 
     void lookAtAll() WL_EXCLUDES(mutex) {
@@ -116,7 +140,8 @@ WaitingCalls::WaitingCalls() : state(std::make_shared<State>()) {
 
 Result<std::optional<Answer>> WaitingCalls::answerOrKeep(const Call &call, std::chrono::seconds time,
                                                          Look look, const Answer &late) {
-    const auto due = wholeSeconds(Clock::now() + time);
+    const auto begun = Clock::now();
+    const auto due = wholeSeconds(begun + time);
     for (;;) {
         State::Number seen = 0;
         {
@@ -131,20 +156,22 @@ Result<std::optional<Answer>> WaitingCalls::answerOrKeep(const Call &call, std::
         if (time.count() <= 0)
             return std::optional(late);
         State::Number number = 0;
+        State::Kept ended;
         {
             const MutexLock lock(state->mutex);
             if (state->isEnding || state->changes != seen)
                 continue; // what has changed since it looked is noticed by no one else
-            const auto ofProcess = std::ranges::count_if(state->waiting, [&](const auto &each) {
-                return each.second->call.peer().process == call.peer().process;
-            });
-            if (static_cast<std::size_t>(ofProcess) >= maxOfProcess || state->waiting.size() >= maxOfAll)
-                return fail(ProblemKind::busy, "too many requests wait for changes; try again later");
+            auto room = state->makeRoom(call.peer(), Clock::now());
+            if (!room)
+                return passOn(room);
+            ended = *std::move(room);
             number = ++state->last;
             state->waiting.emplace(
-                number, std::make_shared<const Waiting>(Waiting{call, std::move(look), late, due}));
+                number, std::make_shared<const Waiting>(Waiting{call, std::move(look), late, due, begun}));
             state->startTimer(due);
         }
+        if (ended != nullptr)
+            ended->call.answer(ended->late);
         const auto forget = [weak = std::weak_ptr(state), number] {
             if (const auto kept = weak.lock())
                 kept->remove(number);

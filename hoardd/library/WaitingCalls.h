@@ -19,8 +19,12 @@ public:
     /// called on several at a time.
     using Look = Handler<Result<std::optional<Answer>>()>;
 
-    static constexpr std::size_t maxOfProcess = 16; ///< Further calls are `busy`.
+    /// A further call of the process ends its oldest one as if its time were over. It is `busy` if that has
+    /// not waited for `shortest` yet, or if the limits below are reached.
+    static constexpr std::size_t maxOfProcess = 16;
+    static constexpr std::size_t maxOfUser = 256;
     static constexpr std::size_t maxOfAll = 1'024;
+    static constexpr std::chrono::seconds shortest{1};
 
     WaitingCalls();
     ~WaitingCalls() { end(); }

@@ -207,7 +207,7 @@ Result<std::optional<Answer>> awaitChangesSinceToken(Library &library, const Cal
     const auto first = changesAskedFor(library, call);
     if (!first)
         return passOn(first);
-    // Without a token it waits with that of the first look, so that it is told of a gap.
+    // Without a token it waits with that of the first look, so that it learns of a gap.
     const auto look = [&library, limit, token = first->token]() -> Result<std::optional<Answer>> {
         const auto page = library.queries().changesSince(token, limit);
         if (!page)

@@ -35,8 +35,9 @@ WL_EXTERN_C WLChanges *WLChangesCreate(const char *token, size_t limit, WLError 
 
 /// The same as soon as there are any, without asking again and again: none, with a new token, when there are
 /// none after so many seconds, at most 600. The limit is at least 1. At most 16 such calls of a program wait
-/// at a time; further ones are WLErrorBusy. Blocks. After WLErrorEnding, ask again with the same token. A
-/// time limit (WLError.h) should allow more than `seconds`.
+/// at a time: a further one ends the oldest, without changes and with its token; it is WLErrorBusy if that
+/// has waited for less than a second, or if too many of other programs wait. Blocks. After WLErrorEnding, ask
+/// again with the same token. A time limit (WLError.h) should allow more than `seconds`.
 WL_EXTERN_C WLChanges *WLChangesCreateWhenAny(const char *token, size_t limit, int64_t seconds,
                                               WLError **error);
 
@@ -70,7 +71,7 @@ WL_EXTERN_C const char *WLChangesUUID(const WLChanges *changes, size_t index);
 /// When, in seconds since 2001-01-01 00:00:00 UTC.
 WL_EXTERN_C double WLChangesDate(const WLChanges *changes, size_t index);
 
-/// Ascends with each change, and is never used again.
+/// Ascends with each change; given again after an older store was put back. To go on, keep the token instead.
 WL_EXTERN_C int64_t WLChangesNumber(const WLChanges *changes, size_t index);
 
 #endif
