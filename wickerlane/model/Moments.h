@@ -55,7 +55,7 @@ struct MomentQuery {
     bool isDescending = false;
     std::size_t limit = 500; ///< At most 10,000.
     std::string cursor{};    ///< The `next` of the page before; empty at the start.
-    bool withAssets = false; ///< Whether the UUIDs of their assets are wanted too.
+    bool withAssets = false; ///< The UUIDs of their assets too; a page may then end before its limit.
 };
 
 struct MomentPage {

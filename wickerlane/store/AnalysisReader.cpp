@@ -1,5 +1,6 @@
 #include "wickerlane/store/AnalysisReader.h"
 
+#include <algorithm>
 #include <limits>
 
 #include "wickerlane/store/AssetColumns.h"
@@ -42,6 +43,9 @@ constexpr std::string_view selectAssetsOfMoment =
 std::string readUUID(const Statement &row) {
     return std::string(row.text(0));
 }
+
+/// A page of moments with their assets ends early when it has as many.
+constexpr std::size_t enoughUUIDs = 100'000;
 
 Result<> checkPage(std::size_t limit) {
     constexpr std::size_t largestPage = 10'000;
@@ -122,6 +126,7 @@ Result<MomentPage> AnalysisReader::moments(const MomentQuery &query) {
         return failWithoutCursor();
     const std::string direction = query.isDescending ? " DESC" : "";
     const std::string behind = query.isDescending ? " < " : " > ";
+    const sqlite::Snapshot snapshot(database);
     auto moments =
         database
             .prepare(std::string(selectMoments) +
@@ -138,17 +143,23 @@ Result<MomentPage> AnalysisReader::moments(const MomentQuery &query) {
     if (!isComplete)
         return passOn(isComplete);
     MomentPage page{*std::move(moments), {}, storeUUID, *isComplete};
-    if (page.moments.size() > query.limit) {
-        page.moments.pop_back();
-        page.next = cursorText(page.moments.back().primaryKey, page.moments.back().startDate);
-    }
-    if (query.withAssets)
-        for (MomentRecord &each : page.moments) {
-            auto uuids = assets.bind(each.primaryKey).all(readUUID);
+    const std::size_t found = page.moments.size();
+    std::size_t taken = std::min(found, query.limit);
+    if (query.withAssets) {
+        std::size_t uuidsOfPage = 0;
+        for (std::size_t i = 0; i < taken; ++i) {
+            auto uuids = assets.bind(page.moments[i].primaryKey).all(readUUID);
             if (!uuids)
                 return passOn(uuids);
-            each.uuids = *std::move(uuids);
+            uuidsOfPage += uuids->size();
+            page.moments[i].uuids = *std::move(uuids);
+            if (uuidsOfPage >= enoughUUIDs)
+                taken = i + 1;
         }
+    }
+    page.moments.resize(taken);
+    if (taken < found)
+        page.next = cursorText(page.moments.back().primaryKey, page.moments.back().startDate);
     return page;
 }
 
@@ -189,6 +200,7 @@ Result<DuplicatesPage> AnalysisReader::duplicates(const DuplicatesQuery &query) 
     const auto cursor = cursorIn<std::int64_t>(query.cursor);
     if (!cursor && !query.cursor.empty())
         return failWithoutCursor();
+    const sqlite::Snapshot snapshot(database);
     const auto isComplete = areDuplicatesComplete();
     if (!isComplete)
         return passOn(isComplete);

@@ -381,14 +381,13 @@ Result<StoreReader::TrashedPage> StoreReader::trash(const TrashQuery &query) {
         page.records.push_back(std::move(record));
         return true;
     };
-    const auto read = connection->with(
-        selectTrashedAssets,
-        "WHERE ?1 IS NULL OR (datetrashed, pk) < (?1, ?2) ORDER BY datetrashed DESC, pk DESC",
-        [&](sqlite::Statement &statement) {
-            return statement
-                .bind(cursor ? std::optional(cursor->value) : std::nullopt, cursor ? cursor->number : 0)
-                .forEachWhile(takeRow);
-        });
+    const std::string_view narrowing =
+        cursor ? "WHERE (datetrashed, pk) < (?, ?) ORDER BY datetrashed DESC, pk DESC"
+               : "ORDER BY datetrashed DESC, pk DESC";
+    const auto read = connection->with(selectTrashedAssets, narrowing, [&](sqlite::Statement &statement) {
+        return (cursor ? statement.bind(cursor->value, cursor->number) : statement.bind())
+            .forEachWhile(takeRow);
+    });
     if (!read)
         return passOn(read);
     return page;
