@@ -10,11 +10,13 @@
 #include <cstdio>
 #include <cstdlib>
 #include <nlohmann/json.hpp>
+#include <utility>
 
 #include "cli/Awaited.h"
 #include "cli/DaemonRequests.h"
 #include "cli/Formatting.h"
 #include "cli/Interrupt.h"
+#include "cli/Output.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/platform/queue/DescriptorSource.h"
@@ -92,12 +94,15 @@ Result<std::optional<ChangesPage>> nextPage(const std::string &token) {
     }
 }
 
-/// Whether a question is to be asked again, after a pause.
-bool passes(const Problem &problem) {
-    const bool is = problem.kind == ProblemKind::ending || problem.kind == ProblemKind::busy;
-    if (is)
-        static_cast<void>(interruptSemaphore().wait(200ms));
-    return is;
+/// Whether a question is to be asked again, after a pause. Says once that the daemon is busy.
+bool passes(const Problem &problem, bool &hasSaidBusy) {
+    const bool isBusy = problem.kind == ProblemKind::busy;
+    if (!isBusy && problem.kind != ProblemKind::ending)
+        return false;
+    if (isBusy && !std::exchange(hasSaidBusy, true))
+        note("the daemon is busy (" + problem.text + "); trying until it is not");
+    static_cast<void>(interruptSemaphore().wait(200ms));
+    return true;
 }
 
 } // namespace
@@ -123,6 +128,7 @@ JSON describe(const AssetChange &change) {
 
 Result<ExitCode> followChanges(std::int64_t since, bool json) {
     endWhenOutputIsClosed();
+    bool hasSaidBusy = false;
     std::optional<std::string> token;
     if (since >= 0)
         token = since > 0 ? std::to_string(since) : std::string();
@@ -132,12 +138,12 @@ Result<ExitCode> followChanges(std::int64_t since, bool json) {
             const auto present = presentToken();
             if (present)
                 token = *present;
-            else if (!passes(present.error()))
+            else if (!passes(present.error(), hasSaidBusy))
                 return failRequest(present.error());
             continue;
         }
         const auto page = nextPage(*token);
-        if (!page && !passes(page.error()))
+        if (!page && !passes(page.error(), hasSaidBusy))
             return failRequest(page.error());
         if (!page || !*page)
             continue;

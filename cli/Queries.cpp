@@ -135,22 +135,29 @@ Result<Assets> askForTrashed(std::span<const std::string> names) {
             places.emplace(uuid.empty() ? names[i] : uuid, i);
     }
     Assets assets(names.size());
-    const auto take = [&](const TrashPage &page) -> Result<> {
+    const auto take = [&](const TrashPage &page) {
         for (const TrashedAsset &each : page.assets) {
             const std::string_view uri =
                 each.asset->objectID()->uriRepresentation()->absoluteString()->utf8();
-            for (const std::string_view name : {std::string_view(each.asset->record().uuid), uri})
-                for (auto [place, end] = places.equal_range(name); place != end; ++place)
+            for (const std::string_view name : {std::string_view(each.asset->record().uuid), uri}) {
+                const auto [first, end] = places.equal_range(name);
+                for (auto place = first; place != end; ++place)
                     assets[place->second] = each.asset;
+                places.erase(first, end);
+            }
         }
-        return {};
     };
-    if (places.empty())
-        return assets;
-    const auto looked =
-        forEachPage(TrashQuery{.limit = entriesOfPage}, &JXGatekeeperClient::trashMatchingQuery, take);
-    if (!looked)
-        return passOn(looked);
+    TrashQuery query{.limit = entriesOfPage};
+    while (!places.empty()) {
+        const ReleaseScope scope;
+        const auto page = orLastError(JXGatekeeperClient::sharedInstance()->trashMatchingQuery(query));
+        if (!page)
+            return passOn(page);
+        take(*page);
+        query.cursor = page->next;
+        if (query.cursor.empty())
+            break;
+    }
     return assets;
 }
 

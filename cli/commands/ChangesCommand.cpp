@@ -34,8 +34,8 @@ Result<ExitCode> changes(const Options &options) {
             return passOn(page);
         if (page->isTooOld)
             return fail(ProblemKind::notFound,
-                        "the library no longer knows all changes since number " +
-                            std::to_string(options.since) +
+                        "the library no longer knows all changes" +
+                            (options.since < 0 ? "" : " since number " + std::to_string(options.since)) +
                             ". Begin with all assets: wickerlane list; the changes that it knows: "
                             "wickerlane changes");
         for (const AssetChange &each : page->changes) {
@@ -62,7 +62,9 @@ void setUpChanges(Command command) {
                    "  wickerlane changes --follow --json\n"
                    "  wickerlane changes --clear --json");
     Options &options = command.runs(changes);
-    command.addOption("--since", options.since, "Only changes with a higher number")
+    command
+        .addOption("--since", options.since,
+                   "Only changes with a higher number; it is good until an older store is put back")
         .typeName("NUMBER")
         .notNegative();
     const Option follow =

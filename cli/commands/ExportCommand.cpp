@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <filesystem>
 #include <functional>
@@ -26,6 +27,7 @@
 #include "cli/Subcommands.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/platform/file/Retry.h"
+#include "wickerlane/store/LibraryPaths.h"
 
 namespace wickerlane::cli {
 namespace {
@@ -342,9 +344,18 @@ Result<ExitCode> exportNamed(const Options &options) {
     return exporter.end().value_or(code);
 }
 
+/// The daemon opens originals for another user, but what goes with them is read from the library's files.
+void noteWhatIsClosed() {
+    const store::LibraryPaths paths;
+    if (::access(paths.folder().c_str(), X_OK) != 0 && errno == EACCES)
+        note("only originals are exported: companions and sidecars can be read by the library's "
+             "owner alone");
+}
+
 Result<ExitCode> exportAssets(const Options &options) {
     if (!options.all && options.assets.empty())
         return fail(ProblemKind::invalid, "ASSET or --all is required");
+    noteWhatIsClosed();
     return options.all ? exportAll(options) : exportNamed(options);
 }
 

@@ -73,6 +73,16 @@ TEST_F(OtherUsers, ReachADeviceOnlyThroughTheDaemonAndByConsent) {
     const std::string uuid = nlohmann::json::parse(plain)[0]["uuid"];
     EXPECT_EQ(runAs(other, {"show", uuid, "--json"}).output, run({"show", uuid, "--json"}).output);
     EXPECT_EQ(runAs(other, {"moments"}).exitCode, 0);
+    const fs::path copies = folder / "copies";
+    fs::create_directory(copies);
+    ASSERT_EQ(chown(copies.c_str(), other, other), 0);
+    const CommandResult exported = runAs(other, {"export", "--all", "--to", copies.string()});
+    EXPECT_EQ(exported.exitCode, 0) << exported;
+    EXPECT_NE(exported.errors.find("only originals are exported"), std::string::npos) << exported;
+    EXPECT_TRUE(fs::exists(copies / "b.jpg") && !fs::exists(copies / "b.jpg.xmp"));
+    const CommandResult ofOwner = run({"export", "--all", "--quiet", "--to", copies.string()});
+    EXPECT_EQ(ofOwner.errors, "") << ofOwner;
+    EXPECT_TRUE(fs::exists(copies / "b.jpg.xmp"));
     expectRefusal({"check"}, "Only its owner may read it directly");
     expectRefusal({"consent", "list"}, "can't be looked at: Permission denied");
     for (const char *closed : {"var/mobile", "var/mobile/Media", "var/mobile/Media/PhotoData/Incoming",
