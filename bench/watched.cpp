@@ -1,4 +1,4 @@
-// A request that hoardd answers from memory, while nobody watches the traffic and while a program does.
+// A request that hoardd answers from memory, while no program watches the traffic and while one does.
 // Prints microseconds in the best batch, and their ratio. A watch ends only after a while, so that the two
 // are measured one after the other, not in turn.
 #include "bench/InTurn.h"
@@ -45,7 +45,7 @@ void measure(const char *where, int processor) {
         bench::readAll(fd, &start, 1);
         watch(fd);
     });
-    const bench::Measured alone = measureQuestions("nobody watches");
+    const bench::Measured alone = measureQuestions("not watched");
     bench::writeAll(watcher.socket, "s", 1);
     bench::readAll(watcher.socket, &byte, 1);
     const bench::Measured watched = measureQuestions("watched");

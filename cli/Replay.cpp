@@ -102,24 +102,24 @@ Result<std::vector<RecordedRequest>> readRecording(const std::string &path) {
     if (!file)
         return fail(ProblemKind::failed, std::strerror(errno), path);
     std::vector<RecordedRequest> requests;
-    std::map<std::uint64_t, std::string> outcomes;
+    std::map<std::uint64_t, std::size_t> unanswered; // numbers begin again in each daemon
     std::size_t lines = 0;
     for (std::string line; std::getline(file, line);) {
         ++lines;
         try {
             const JSON event = JSON::parse(line);
             const auto what = event.value(std::string(traffic::event), "");
-            if (what == traffic::request)
+            const auto number = event.at(std::string(traffic::number)).get<std::uint64_t>();
+            if (what == traffic::request) {
+                unanswered[number] = requests.size();
                 requests.push_back(requestOf(event));
-            else if (what == traffic::answer)
-                outcomes[event.at(std::string(traffic::number)).get<std::uint64_t>()] =
-                    recordedOutcome(event);
+            } else if (const auto request = unanswered.extract(number);
+                       what == traffic::answer && !request.empty())
+                requests[request.mapped()].outcome = recordedOutcome(event);
         } catch (const nlohmann::json::exception &) {
             return fail(ProblemKind::invalid, fmt::format("line {} is no recorded event", lines), path);
         }
     }
-    for (RecordedRequest &each : requests)
-        each.outcome = outcomes[each.number];
     return requests;
 }
 

@@ -97,9 +97,11 @@ public:
         } else if (const auto request = unanswered.extract(number); !request.empty())
             print(request.mapped() + " -> " + textOfAnswer(event));
     }
-    void end() const {
+    /// No more is known of what was not answered.
+    void end(const char *reason) {
         for (const auto &[number, request] : unanswered)
-            print(request + " -> not answered yet");
+            print(request + " -> " + reason);
+        unanswered.clear();
     }
 
 private:
@@ -135,12 +137,15 @@ public:
             lines.show(event);
         return {};
     }
+    /// Some events are missing from here on.
+    void noteGap(std::string_view reason) {
+        note(reason);
+        lines.end("its answer is not known");
+    }
     Result<> end() {
-        if (!recording) {
-            if (!json)
-                lines.end();
+        lines.end("not answered yet");
+        if (!recording)
             return {};
-        }
         return recording->finish(true).transform(
             [&] { note(countText(recorded, "event", "events") + " recorded"); });
     }
@@ -182,21 +187,23 @@ Result<ExitCode> watchTraffic(const Options &options) {
         const ReleaseScope scope;
         auto reply = takeTraffic(withTexts);
         if (!reply && !isNew) { // the daemon has ended, and is started again by the question
-            note("the daemon ended; watching the next one");
+            shown->noteGap("the daemon ended; watching the next one");
             reply = takeTraffic(withTexts);
         }
         if (!reply)
             return passOn(reply);
         if (std::exchange(isNew, false))
             note("watching; Ctrl-C ends");
+        else if (!reply->get(protocol::keys::isComplete))
+            shown->noteGap("some events may be missing: the daemon is another, or was not asked for a while");
         if (const auto lost = reply->get(protocol::keys::lost); lost > 0)
-            note(countText(lost, "event was", "events were") + " lost: they came too fast");
+            shown->noteGap(countText(lost, "event was", "events were") + " lost: they came too fast");
         if (const auto *events = as<Array>(reply->get(protocol::keys::traffic)))
             for (const Object *each : *events)
                 if (const auto done = shown->show(jsonOf(each)); !done)
                     return passOn(done);
         if (std::fflush(stdout) != 0)
-            break; // nobody reads it any more
+            break; // its reader has gone
         static_cast<void>(interruptSemaphore().wait(pause));
     }
     if (const auto ended = shown->end(); !ended)
@@ -233,7 +240,8 @@ void setUpMonitor(Command command) {
     command.footer(
         "Shows each request to the daemon when it has been answered: who asked, the operation, what it was "
         "given and\n"
-        "what it gave. Numbers are shown, texts only with --texts, and the bytes of pictures never. Only for "
+        "what it gave. Numbers and dates are shown, texts only with --texts, and the bytes of pictures "
+        "never. Only for "
         "the user\n"
         "whose library it is.\n\n"
         "A recording has all that is needed to send the requests again, but for bytes and open files. Texts "
@@ -260,7 +268,7 @@ void setUpMonitor(Command command) {
         .excludes(record)
         .excludes(json)
         .excludes(texts);
-    command.addOption("--requests", options.requests, "End after so many requests")
+    command.addOption("--requests", options.requests, "End after that number of requests")
         .typeName("COUNT")
         .positive();
     command.addFlag("-y,--yes", options.yes, "Do not ask before a replay");

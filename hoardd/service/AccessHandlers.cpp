@@ -43,7 +43,10 @@ Result<Answer> takeTraffic(const Call &call) {
     const auto noted = Traffic::ofProcess().take(call.peer(), call.get(keys::withTexts));
     if (!noted)
         return passOn(noted);
-    return Answer().set(keys::traffic, noted->events.get()).set(keys::lost, noted->lost);
+    return Answer()
+        .set(keys::traffic, noted->events.get())
+        .set(keys::lost, noted->lost)
+        .set(keys::isComplete, !noted->isBegun);
 }
 
 constexpr Operation operations[] = {

@@ -24,8 +24,8 @@ public:
     }
 
     /// The same request, which is noted together with its answer.
-    [[nodiscard]] Call noted(const protocol::Row *row) const {
-        return Call(Traffic::ofProcess().note(received.get(), row).get());
+    [[nodiscard]] Call noted(const protocol::Row *row, bool isAllowed) const {
+        return Call(Traffic::ofProcess().note(received.get(), row, isAllowed).get());
     }
 
     template <class Coding>

@@ -50,6 +50,10 @@ Result<> checkCaller(const Operation &operation, const PeerIdentity &peer) {
     return {};
 }
 
+Result<> checkRequest(const Operation &operation, const Call &call) {
+    return checkCaller(operation, call.peer()).and_then([&] { return checkTextSizes(call, *operation.row); });
+}
+
 ClientJobs jobsOf(const Call &call, JobQueue &queue) {
     return {queue, call.peer().process, call.wantsReply()};
 }
@@ -97,7 +101,7 @@ void Dispatcher::dispatch(const Call &asked) {
     const protocol::Row *row = operation ? (*operation)->row : nullptr;
     // Questions for what was noted are not: they would make each other longer.
     const bool isNoted = Traffic::isWatched() && row != &protocol::takeTraffic;
-    const Call received = isNoted ? asked.noted(row) : asked;
+    const Call received = isNoted ? asked.noted(row, operation && checkRequest(**operation, asked)) : asked;
     if (!operation)
         return received.refuse(operation.error());
     const Call call = received.servedBy(**operation);
@@ -138,9 +142,7 @@ bool Dispatcher::serveKnown(const Call &received) {
 }
 
 Result<> Dispatcher::begin(const Operation &operation, const Call &call, const std::shared_ptr<void> &held) {
-    if (const auto checked = checkCaller(operation, call.peer()); !checked)
-        return checked;
-    if (const auto checked = checkTextSizes(call, *operation.row); !checked)
+    if (const auto checked = checkRequest(operation, call); !checked)
         return checked;
     // Opened here rather than in a queue, so that what a new library leaves to do comes before this.
     Library *library = nullptr;

@@ -1,6 +1,7 @@
 #include "hoardd/service/Traffic.h"
 
 #include <algorithm>
+#include <exception>
 
 #include "wickerlane/platform/object/NeverDestroyed.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
@@ -10,8 +11,8 @@ namespace wickerlane::hoardd {
 namespace {
 
 constexpr std::size_t maxWatchers = 4;
-/// Of each watcher: a thousand requests a second for the time between two questions, many times over.
-constexpr std::size_t maxEvents = 4'096;
+/// Of memory, for each watcher: thousands of common events.
+constexpr std::size_t maxBytes = 8 << 20;
 constexpr std::chrono::seconds patience{10};
 
 } // namespace
@@ -22,9 +23,9 @@ public:
     NotedMessage(ReceivedMessage *noted, const protocol::Row *fitting, std::uint64_t itsNumber)
         : received(noted), row(fitting), number(itsNumber) {}
     ~NotedMessage() override {
-        if (received->wantsReply() && !isAnswered.exchange(true))
-            add([this](bool withTexts) {
-                return errorEvent(number, "It was not answered.", 0, elapsed(), withTexts);
+        if (isFirstAnswer())
+            add([this, time = elapsed()](bool withTexts) {
+                return errorEvent(number, "It was not answered.", 0, time, withTexts);
             });
     }
 
@@ -36,19 +37,22 @@ public:
         return received->whenUnwanted(std::move(work));
     }
     void reply(MessageDictionary *answer) override {
-        if (received->wantsReply() && !isAnswered.exchange(true))
-            add([&](bool withTexts) { return answerEvent(number, answer, row, elapsed(), withTexts); });
+        const auto time = elapsed();
         received->reply(answer);
+        if (isFirstAnswer())
+            add([&](bool withTexts) { return answerEvent(number, answer, row, time, withTexts); });
     }
     void replyError(std::string_view description, std::int64_t kind) override {
-        if (received->wantsReply() && !isAnswered.exchange(true))
-            add([&](bool withTexts) { return errorEvent(number, description, kind, elapsed(), withTexts); });
+        const auto time = elapsed();
         received->replyError(description, kind);
+        if (isFirstAnswer())
+            add([&](bool withTexts) { return errorEvent(number, description, kind, time, withTexts); });
     }
 
 private:
+    [[nodiscard]] bool isFirstAnswer() { return received->wantsReply() && !isAnswered.exchange(true); }
     [[nodiscard]] std::chrono::nanoseconds elapsed() const { return Traffic::Clock::now() - begun; }
-    void add(const Handler<Ref<Dictionary>(bool)> &make) const {
+    void add(const Handler<TrafficEvent(bool)> &make) const {
         Traffic::ofProcess().add(received->peer()->identity().process, make);
     }
 
@@ -66,42 +70,66 @@ Traffic &Traffic::ofProcess() {
 
 Result<Traffic::Noted> Traffic::take(const PeerIdentity &program, bool withTexts) {
     const MutexLock lock(mutex);
-    const auto now = Clock::now();
-    std::erase_if(watchers, [&](const Watcher &each) { return now - each.lastAsked > patience; });
+    forgetIdle();
     auto watcher = std::ranges::find_if(watchers, [&](const Watcher &each) {
         return each.process == program.process && each.startTime == program.startTime;
     });
-    if (watcher == watchers.end()) {
+    const bool isBegun = watcher == watchers.end();
+    if (isBegun) {
         if (watchers.size() == maxWatchers)
             return fail(ProblemKind::busy, "too many programs watch the traffic; end one of them");
         watcher = watchers.insert(watcher, {.process = program.process, .startTime = program.startTime});
         watched = true;
     }
     watcher->withTexts = withTexts;
-    watcher->lastAsked = now;
-    return Noted{std::exchange(watcher->events, MutableArray::create()), std::exchange(watcher->lost, 0)};
+    watcher->lastAsked = Clock::now();
+    watcher->bytes = 0;
+    return Noted{std::exchange(watcher->events, MutableArray::create()), std::exchange(watcher->lost, 0),
+                 isBegun};
 }
 
-Ref<ReceivedMessage> Traffic::note(ReceivedMessage *message, const protocol::Row *row) {
+Ref<ReceivedMessage> Traffic::note(ReceivedMessage *message, const protocol::Row *row, bool isAllowed) {
     const std::uint64_t number = ++requests;
     add(message->peer()->identity().process,
-        [&](bool withTexts) { return requestEvent(number, *message, row, withTexts); });
+        [&](bool withTexts) { return requestEvent(number, *message, row, isAllowed, withTexts); });
     return makeRef<NotedMessage>(message, row, number);
 }
 
-void Traffic::add(pid_t process, const Handler<Ref<Dictionary>(bool withTexts)> &make) {
-    const ReleaseScope scope;
-    const MutexLock lock(mutex);
+void Traffic::forgetIdle() {
     const auto now = Clock::now();
     std::erase_if(watchers, [&](const Watcher &each) { return now - each.lastAsked > patience; });
     watched = !watchers.empty();
-    for (Watcher &watcher : watchers) {
-        if (watcher.process == process)
+}
+
+void Traffic::add(pid_t process, const Handler<TrafficEvent(bool withTexts)> &make) {
+    const ReleaseScope scope;
+    bool isWanted[2] = {false, false}; // without texts, and with them
+    {
+        const MutexLock lock(mutex);
+        forgetIdle();
+        for (const Watcher &each : watchers)
+            if (each.process != process)
+                isWanted[each.withTexts ? 1 : 0] = true;
+    }
+    TrafficEvent made[2];
+    for (const bool withTexts : {false, true})
+        if (isWanted[withTexts ? 1 : 0]) {
+            try {
+                made[withTexts ? 1 : 0] = make(withTexts);
+            } catch (const std::exception &) {
+                // For want of memory: it is lost, like what does not fit.
+            }
+        }
+    const MutexLock lock(mutex);
+    for (Watcher &each : watchers) {
+        const TrafficEvent &event = made[each.withTexts ? 1 : 0];
+        if (each.process == process)
             continue;
-        if (watcher.events->count() < maxEvents)
-            watcher.events->append(make(watcher.withTexts).get());
-        else
-            ++watcher.lost;
+        if (event.described && each.bytes + event.bytes <= maxBytes) {
+            each.events->append(event.described.get());
+            each.bytes += event.bytes;
+        } else
+            ++each.lost;
     }
 }
 

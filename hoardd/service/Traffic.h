@@ -13,7 +13,7 @@
 
 namespace wickerlane::hoardd {
 
-/// Keeps what was noted until the watching programs ask for it: so much for each at most, and what they are
+/// Keeps what was noted until the watching programs ask for it: some MiB for each at most, and what they are
 /// too slow for is dropped and counted. Thread-safe.
 class Traffic {
 public:
@@ -24,15 +24,17 @@ public:
 
     struct Noted {
         Ref<Array> events;      ///< Dictionaries with the keys of TrafficKeys.h.
-        std::uint64_t lost = 0; ///< How many were dropped before them.
+        std::uint64_t lost = 0; ///< How many were dropped.
+        bool isBegun = false;   ///< The watch begins with this question: what was before is not known.
     };
     /// What was noted since the program asked last. It watches from its first question on, until it has not
     /// asked for a while. Its own requests are not noted for it. `busy` when too many programs watch.
     [[nodiscard]] Result<Noted> take(const PeerIdentity &program, bool withTexts);
 
-    /// Notes a request, and returns it in a form that notes its answer too. The row is null when it is of
-    /// none.
-    [[nodiscard]] Ref<ReceivedMessage> note(ReceivedMessage *message, const protocol::Row *row);
+    /// Notes a request, and returns it in a form that notes its answer too; the rest as requestEvent() has
+    /// it.
+    [[nodiscard]] Ref<ReceivedMessage> note(ReceivedMessage *message, const protocol::Row *row,
+                                            bool isAllowed);
 
     using Clock = std::chrono::steady_clock;
 
@@ -44,10 +46,13 @@ private:
         bool withTexts = false;
         Clock::time_point lastAsked{};
         Ref<MutableArray> events = MutableArray::create();
+        std::size_t bytes = 0;
         std::uint64_t lost = 0;
     };
     /// Gives each watcher but the one with this process the event that `make` makes, with texts or without.
-    void add(pid_t process, const Handler<Ref<Dictionary>(bool withTexts)> &make);
+    /// It is made without the lock, which requests of others wait for.
+    void add(pid_t process, const Handler<TrafficEvent(bool withTexts)> &make);
+    void forgetIdle() WL_REQUIRES(mutex);
 
     static inline std::atomic<bool> watched = false;
     std::atomic<std::uint64_t> requests = 0;

@@ -16,8 +16,12 @@ namespace traffic = protocol::traffic;
 
 namespace {
 
-/// What is longer is only measured, so that watching a save of many pictures copies none of them.
+// Of a message: watching one that is large must not cost as much as serving it.
 constexpr std::size_t maxShownBytes = 64 << 10;
+constexpr std::size_t maxKeys = 64;
+constexpr std::size_t maxValues = 4'096;
+// Of memory: an event without its values, and a value.
+constexpr std::size_t eventCost = 2'048, valueCost = 512;
 
 const char *nameOf(MessageKind kind) {
     switch (kind) {
@@ -51,25 +55,39 @@ const char *nameOf(MessageKind kind) {
     return "unknown";
 }
 
-/// The bytes of the contents, without what tells them apart on the way.
-std::size_t bytesOf(const MessageValue *value) {
-    if (const auto *scalar = as<MessageScalar>(value))
-        return scalar->kind() == MessageKind::string ? scalar->stringValue().size() : sizeof(std::int64_t);
-    if (const auto *data = as<MessageData>(value))
-        return data->length();
-    if (const auto *shared = as<MessageSharedMemory>(value))
-        return shared->memory()->length();
-    std::size_t bytes = 0;
-    if (const auto *array = as<MessageArray>(value))
-        for (std::size_t i = 0; i < array->count(); ++i)
-            bytes += bytesOf(array->at(i));
-    if (const auto *dictionary = as<MessageDictionary>(value))
-        dictionary->forEach([&](const char *key, MessageValue *each) {
-            bytes += std::string_view(key).size() + bytesOf(each);
-            return true;
-        });
-    return bytes;
-}
+/// The bytes of contents, without what tells them apart on the way, and how many values they are. Counting
+/// ends at `maxValues`.
+struct Measure {
+    std::size_t bytes = 0, values = 0;
+
+    void add(const MessageValue *value) {
+        if (++values > maxValues)
+            return;
+        if (const auto *scalar = as<MessageScalar>(value))
+            bytes +=
+                scalar->kind() == MessageKind::string ? scalar->stringValue().size() : sizeof(std::int64_t);
+        else if (const auto *data = as<MessageData>(value))
+            bytes += data->length();
+        else if (const auto *shared = as<MessageSharedMemory>(value))
+            bytes += shared->memory()->length();
+        else if (const auto *array = as<MessageArray>(value))
+            for (std::size_t i = 0; i < array->count() && values <= maxValues; ++i)
+                add(array->at(i));
+        else if (const auto *dictionary = as<MessageDictionary>(value))
+            dictionary->forEach([&](const char *key, MessageValue *each) {
+                bytes += std::string_view(key).size();
+                add(each);
+                return values <= maxValues;
+            });
+    }
+    static Measure of(const MessageValue *value) {
+        Measure measure;
+        measure.add(value);
+        return measure;
+    }
+    /// Of memory, when it is shown.
+    [[nodiscard]] std::size_t cost() const { return bytes + values * valueCost; }
+};
 
 /// A tree whose data is replaced by how many bytes it has.
 Ref<Object> withoutData(Object *object) {
@@ -113,35 +131,50 @@ Ref<Object> contentsOf(const MessageValue *value, bool isList) {
     return object ? withoutData(object.get()) : nullptr;
 }
 
-Ref<Dictionary> describe(const MessageValue *value, bool isList, bool withTexts) {
-    auto described = MutableDictionary::create();
-    const std::size_t bytes = bytesOf(value);
-    described->set(traffic::kind, String::of(isList ? "list" : nameOf(value->kind())));
-    described->set(traffic::bytes, Number::of(static_cast<std::uint64_t>(bytes)));
-    const auto *scalar = as<MessageScalar>(value);
-    const bool isNumber = scalar != nullptr && scalar->kind() != MessageKind::string;
-    if ((isNumber || withTexts) && bytes <= maxShownBytes)
-        if (const auto contents = contentsOf(value, isList))
-            described->set(traffic::value, contents.get());
-    return described;
-}
+/// Describes the values of one message.
+class Description {
+public:
+    Description(const MessageDictionary &message, const protocol::Fields *fields, bool withTexts)
+        : rowFields(fields), showsTexts(withTexts) {
+        std::size_t keys = 0;
+        message.forEach([&](const char *key, MessageValue *value) {
+            if (std::string_view(key) != protocol::keys::operation.text)
+                values->set(key, describe(value, isList(key)).get());
+            return ++keys < maxKeys;
+        });
+    }
 
-/// Of all keys but that of the operation.
-Ref<Dictionary> describeValues(const MessageDictionary &message, const protocol::Fields *fields,
-                               bool withTexts) {
-    const auto isList = [fields](std::string_view key) {
-        return fields != nullptr && std::ranges::any_of(fields->all(), [&](const protocol::Field &field) {
+    const Ref<MutableDictionary> values = MutableDictionary::create();
+    std::size_t bytes = 0; ///< Of memory.
+
+private:
+    [[nodiscard]] bool isList(std::string_view key) const {
+        return rowFields != nullptr &&
+               std::ranges::any_of(rowFields->all(), [&](const protocol::Field &field) {
                    return field.key == key && field.isList;
                });
-    };
-    auto values = MutableDictionary::create();
-    message.forEach([&](const char *key, MessageValue *value) {
-        if (std::string_view(key) != protocol::keys::operation.text)
-            values->set(key, describe(value, isList(key), withTexts).get());
-        return true;
-    });
-    return values;
-}
+    }
+    Ref<Dictionary> describe(const MessageValue *value, bool isList) {
+        auto described = MutableDictionary::create();
+        const Measure measure = Measure::of(value);
+        described->set(traffic::kind, String::of(isList ? "list" : nameOf(value->kind())));
+        described->set(traffic::bytes, Number::of(static_cast<std::uint64_t>(measure.bytes)));
+        bytes += valueCost;
+        const auto *scalar = as<MessageScalar>(value);
+        const bool isNumber = scalar != nullptr && scalar->kind() != MessageKind::string;
+        if (!isNumber && (!showsTexts || measure.values > maxValues || shown + measure.bytes > maxShownBytes))
+            return described;
+        shown += measure.bytes;
+        bytes += measure.cost();
+        if (const auto contents = contentsOf(value, isList))
+            described->set(traffic::value, contents.get());
+        return described;
+    }
+
+    const protocol::Fields *const rowFields;
+    const bool showsTexts;
+    std::size_t shown = 0;
+};
 
 Ref<MutableDictionary> eventOf(const char *what, std::uint64_t number) {
     auto event = MutableDictionary::create();
@@ -158,8 +191,8 @@ Ref<MutableDictionary> endEvent(std::uint64_t number, std::chrono::nanoseconds t
 
 } // namespace
 
-Ref<Dictionary> requestEvent(std::uint64_t number, const ReceivedMessage &message, const protocol::Row *row,
-                             bool withTexts) {
+TrafficEvent requestEvent(std::uint64_t number, const ReceivedMessage &message, const protocol::Row *row,
+                          bool isAllowed, bool withTexts) {
     auto event = eventOf(traffic::request, number);
     const MessageDictionary &contents = *message.message();
     const PeerIdentity &peer = message.peer()->identity();
@@ -172,28 +205,32 @@ Ref<Dictionary> requestEvent(std::uint64_t number, const ReceivedMessage &messag
     if (row != nullptr)
         event->set(traffic::name, String::of(row->name));
     event->set(traffic::wantsReply, Number::of(message.wantsReply()));
-    event->set(traffic::bytes, Number::of(static_cast<std::uint64_t>(bytesOf(&contents))));
-    event->set(traffic::values,
-               describeValues(contents, row != nullptr ? &row->requestKeys : nullptr, withTexts).get());
-    return event;
+    if (!isAllowed) {
+        event->set(traffic::values, Dictionary::createWithKeys({}).get());
+        return {event, eventCost};
+    }
+    event->set(traffic::bytes, Number::of(static_cast<std::uint64_t>(Measure::of(&contents).bytes)));
+    const Description values(contents, row != nullptr ? &row->requestKeys : nullptr, withTexts);
+    event->set(traffic::values, values.values.get());
+    return {event, eventCost + values.bytes};
 }
 
-Ref<Dictionary> answerEvent(std::uint64_t number, const MessageDictionary *answer, const protocol::Row *row,
-                            std::chrono::nanoseconds time, bool withTexts) {
+TrafficEvent answerEvent(std::uint64_t number, const MessageDictionary *answer, const protocol::Row *row,
+                         std::chrono::nanoseconds time, bool withTexts) {
     auto event = endEvent(number, time);
-    event->set(traffic::bytes, Number::of(static_cast<std::uint64_t>(bytesOf(answer))));
-    event->set(traffic::values,
-               describeValues(*answer, row != nullptr ? &row->replyKeys : nullptr, withTexts).get());
-    return event;
+    event->set(traffic::bytes, Number::of(static_cast<std::uint64_t>(Measure::of(answer).bytes)));
+    const Description values(*answer, row != nullptr ? &row->replyKeys : nullptr, withTexts);
+    event->set(traffic::values, values.values.get());
+    return {event, eventCost + values.bytes};
 }
 
-Ref<Dictionary> errorEvent(std::uint64_t number, std::string_view text, std::int64_t kind,
-                           std::chrono::nanoseconds time, bool withTexts) {
+TrafficEvent errorEvent(std::uint64_t number, std::string_view text, std::int64_t kind,
+                        std::chrono::nanoseconds time, bool withTexts) {
     auto event = endEvent(number, time);
     event->set(traffic::errorKind, Number::of(kind));
     if (withTexts)
         event->set(traffic::error, String::of(text));
-    return event;
+    return {event, eventCost + text.size()};
 }
 
 } // namespace wickerlane::hoardd

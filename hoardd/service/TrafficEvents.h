@@ -10,18 +10,25 @@
 
 namespace wickerlane::hoardd {
 
-/// A request that comes. The row is null when it is of none. What texts, lists and mappings say is left out
-/// without `withTexts`, and what data says always is.
-[[nodiscard]] Ref<Dictionary> requestEvent(std::uint64_t number, const ReceivedMessage &message,
-                                           const protocol::Row *row, bool withTexts);
+/// An event with the keys of TrafficKeys.h.
+struct TrafficEvent {
+    Ref<Dictionary> described;
+    std::size_t bytes = 0; ///< Of memory, more or less.
+};
 
-/// The answer to the request with that number, after so much time.
-[[nodiscard]] Ref<Dictionary> answerEvent(std::uint64_t number, const MessageDictionary *answer,
-                                          const protocol::Row *row, std::chrono::nanoseconds time,
-                                          bool withTexts);
+/// A request that comes. The row is null when it is of none. Of one that is not `isAllowed`, to its sender or
+/// by its form, the keys are left out. What texts, lists and mappings say is left out without `withTexts`,
+/// and what data says always; beyond the first few, keys and what they say are left out too.
+[[nodiscard]] TrafficEvent requestEvent(std::uint64_t number, const ReceivedMessage &message,
+                                        const protocol::Row *row, bool isAllowed, bool withTexts);
+
+/// The answer to the request with that number, after so long.
+[[nodiscard]] TrafficEvent answerEvent(std::uint64_t number, const MessageDictionary *answer,
+                                       const protocol::Row *row, std::chrono::nanoseconds time,
+                                       bool withTexts);
 /// The same for one that is refused by an error.
-[[nodiscard]] Ref<Dictionary> errorEvent(std::uint64_t number, std::string_view text, std::int64_t kind,
-                                         std::chrono::nanoseconds time, bool withTexts);
+[[nodiscard]] TrafficEvent errorEvent(std::uint64_t number, std::string_view text, std::int64_t kind,
+                                      std::chrono::nanoseconds time, bool withTexts);
 
 } // namespace wickerlane::hoardd
 

@@ -11,9 +11,9 @@ inline constexpr Row requestAccess{3, "requestAccessWithHandler:", request(), re
 
 inline constexpr Row launchHoardd{10, "launchHoardd", request(), reply()};
 
-/// For the command's `monitor`.
+/// For the command's `monitor`. The answer is complete unless the watch begins with it.
 inline constexpr Row takeTraffic{1042, "takeTrafficWithTexts:", request(whenSet(keys::withTexts)),
-                                 reply(keys::traffic, keys::lost)};
+                                 reply(keys::traffic, keys::lost, keys::isComplete)};
 
 } // namespace wickerlane::protocol
 
