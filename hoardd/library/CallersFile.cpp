@@ -5,16 +5,29 @@
 #include <sys/vfs.h>
 #include <unistd.h>
 
+#include <cstring>
 #include <utility>
 
 namespace wickerlane::hoardd {
 
 namespace {
 
-/// Whether some program answers the reads of the file, and may let them wait for as long as it likes.
+/// Whether a program may answer the reads of the file, and let them wait for as long as it likes.
 bool isServedByProgram(int file) {
-    struct statfs status {};
-    return ::fstatfs(file, &status) != 0 || status.f_type == FUSE_SUPER_MAGIC;
+    struct statfs status {
+    }, system{};
+    if (::fstatfs(file, &status) != 0 || status.f_type == FUSE_SUPER_MAGIC)
+        return true;
+    // One may lie below an overlay, if that is not the system's own.
+    return status.f_type == OVERLAYFS_SUPER_MAGIC &&
+           (::statfs("/", &system) != 0 ||
+            std::memcmp(&status.f_fsid, &system.f_fsid, sizeof status.f_fsid) != 0);
+}
+
+/// A descriptor without it may be opened anew with the rights of this process.
+bool isOpenForReading(int file) {
+    const int flags = ::fcntl(file, F_GETFL);
+    return flags >= 0 && (flags & O_PATH) == 0 && (flags & O_ACCMODE) != O_WRONLY;
 }
 
 } // namespace
@@ -43,7 +56,8 @@ CallersFiles::CallersFiles(bool mayRead, const MessageDictionary *sent) : mayRea
     auto files = std::make_shared<std::map<std::string, UniqueFd, std::less<>>>();
     sent->forEach([&](const char *path, MessageValue *value) {
         if (const auto *descriptor = as<MessageFileDescriptor>(value))
-            files->emplace(path, UniqueFd(descriptor->duplicate()));
+            if (UniqueFd file(descriptor->duplicate()); file)
+                files->emplace(path, std::move(file));
         return true;
     });
     opened = std::move(files);
@@ -61,9 +75,10 @@ Result<RegularFile> CallersFiles::open(const std::string &path) const {
     if (sent == nullptr)
         return openCallersFile(path, mayReadAll);
     const int file = sent->get();
-    // The caller opened it, so it may read it; what was not opened for reading fails at the first read.
+    if (!isOpenForReading(file))
+        return fail(ProblemKind::invalid, "it was not opened for reading", path);
     if (!mayReadAll && isServedByProgram(file))
-        return fail(ProblemKind::refused, "its file system is a program's; send the bytes instead", path);
+        return fail(ProblemKind::refused, "its file system may be a program's; send the bytes instead", path);
     return requireRegular(UniqueFd(::fcntl(file, F_DUPFD_CLOEXEC, 0)), path);
 }
 

@@ -35,6 +35,8 @@ public:
     CallersFiles(bool mayRead, const MessageDictionary *sent);
 
     [[nodiscard]] Result<RegularFile> open(const std::string &path) const;
+    /// Whether it may name any file.
+    [[nodiscard]] bool areAll() const noexcept { return mayReadAll; }
 
 private:
     [[nodiscard]] const UniqueFd *fileSentAs(const std::string &path) const;

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <memory>
 #include <span>
 
@@ -15,10 +16,10 @@ namespace wickerlane::hoardd {
 namespace {
 
 /// Through this process, for pairs of file systems that can't copy among themselves.
-Result<> copyThroughMemory(int source, int destination, const std::string &path) {
+Result<> copyThroughMemory(int source, int destination, off_t length, const std::string &path) {
     constexpr std::size_t blockBytes = 256 << 10;
     const auto block = std::make_unique_for_overwrite<std::byte[]>(blockBytes);
-    for (off_t offset = 0;;) {
+    for (off_t offset = 0; offset < length;) {
         const ssize_t count =
             retryInterrupted([&] { return ::pread(source, block.get(), blockBytes, offset); });
         if (count == 0)
@@ -27,12 +28,16 @@ Result<> copyThroughMemory(int source, int destination, const std::string &path)
             return failSystem("write", path);
         offset += count;
     }
+    return {};
 }
 
-Result<> copyBytes(int source, int destination, const std::string &path) {
-    for (off_t offset = 0;;) {
+/// As many as there were at first: a file that grows all the time has no end.
+Result<> copyBytes(int source, int destination, off_t length, const std::string &path) {
+    constexpr off_t atOnce = 1 << 30;
+    for (off_t offset = 0; offset < length;) {
+        const auto rest = static_cast<std::size_t>(std::min(length - offset, atOnce));
         const ssize_t count = retryInterrupted(
-            [&] { return ::copy_file_range(source, &offset, destination, nullptr, 1U << 30, 0); });
+            [&] { return ::copy_file_range(source, &offset, destination, nullptr, rest, 0); });
         if (count == 0)
             return {};
         if (count > 0)
@@ -41,8 +46,9 @@ Result<> copyBytes(int source, int destination, const std::string &path) {
         const bool isUnable = errno == EXDEV || errno == EINVAL || errno == ENOSYS || errno == EOPNOTSUPP;
         if (!isUnable || offset != 0)
             return failSystem("write", path);
-        return copyThroughMemory(source, destination, path);
+        return copyThroughMemory(source, destination, length, path);
     }
+    return {};
 }
 
 bool isSameState(const struct stat &a, const struct stat &b) {
@@ -57,7 +63,7 @@ Result<> copyFile(int source, int destination, const std::string &path) {
     }, after{}, copied{};
     if (::fstat(source, &before) != 0)
         return failSystem("write", path);
-    if (auto done = copyBytes(source, destination, path); !done)
+    if (auto done = copyBytes(source, destination, before.st_size, path); !done)
         return done;
     if (::fstat(source, &after) != 0 || ::fstat(destination, &copied) != 0)
         return failSystem("write", path);

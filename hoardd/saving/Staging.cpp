@@ -2,8 +2,10 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <filesystem>
 
 #include "hoardd/library/CallersFile.h"
@@ -226,6 +228,17 @@ Result<TakenFile> takenFile(const store::LibraryPaths &paths, const SaveOrder &o
     return TakenFile{order.path, order.status};
 }
 
+/// Refuses a file of another user's that can't fit, before it fills the disk: it need not take any room where
+/// it is.
+Result<> checkFits(const store::LibraryPaths &paths, const SaveJob &job, const SaveOrder &order) {
+    struct statvfs status {};
+    if (!order.file || job.files.areAll() || ::statvfs(paths.saving().c_str(), &status) != 0 ||
+        static_cast<std::uint64_t>(order.status.st_size) < std::uint64_t{status.f_bavail} * status.f_frsize)
+        return {};
+    errno = ENOSPC;
+    return failSystem("write", order.path);
+}
+
 } // namespace
 
 Result<SaveFolder> SaveFolder::create(const store::LibraryPaths &paths, const AssetRecord &asset) {
@@ -277,6 +290,8 @@ Result<StagedAsset> stageAsset(Library &library, const SaveJob &job) {
     if (!order)
         return passOn(order);
     if (const auto checked = checkIsMedia(job, *order); !checked)
+        return passOn(checked);
+    if (const auto checked = checkFits(library.paths(), job, *order); !checked)
         return passOn(checked);
     AssetRecord record = recordOf(job, *order);
     Result<AssetLocks::Reservation> reservation;
