@@ -42,8 +42,7 @@ Readings readFiles(Library &library, std::vector<AssetRecord> assets) {
         if (!each.clockDate)
             setClock(each, seen.facts);
         setDetails(each, seen.facts);
-        if (const UniqueFd sidecar = openFile(library.paths().sidecar(each.uuid), O_RDONLY))
-            readSidecar(library, sidecar.get(), each);
+        readKeptSidecar(library, each);
         readings.known.push_back(std::move(each));
     }
     return readings;

@@ -156,9 +156,11 @@ Result<> storeDetails(Database &database, const AssetRecord &record) {
         .prepare("UPDATE zgenericasset SET camera = ?, lens = ?, exposureseconds = ?, aperture = ?, "
                  "isospeed = ?, focallength = ?, " +
                  unlessSet("rating", dueRating) + unlessSet("caption", dueCaption) +
-                 unlessSet("keywords", dueKeywords) + "duedetails = 0 WHERE pk = ? AND duedetails <> 0")
+                 unlessSet("keywords", dueKeywords) +
+                 "duedetails = duedetails & ? WHERE pk = ? AND duedetails <> 0")
         .bind(record.camera, record.lens, record.exposureSeconds, record.aperture, record.isoSpeed,
-              record.focalLength, record.rating, record.caption, record.keywords, record.primaryKey)
+              record.focalLength, record.rating, record.caption, record.keywords, record.dueDetails,
+              record.primaryKey)
         .run();
 }
 

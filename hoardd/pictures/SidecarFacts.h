@@ -8,9 +8,13 @@
 namespace wickerlane::hoardd {
 
 /// Sets the rating, the caption and the keywords of an asset as far as the file has them: it goes before what
-/// the picture says, since programs that never write originals write there. What can't be read says nothing.
-/// Blocks while a worker reads it.
+/// the picture says, since programs that never write originals write there. One that makes no sense says
+/// nothing. When it can't be read, through no fault of its own, the three become due again. Blocks while a
+/// worker reads it.
 void readSidecar(Library &library, int file, AssetRecord &record);
+
+/// The same for the file that the library keeps with an asset, if there is one.
+void readKeptSidecar(Library &library, AssetRecord &record);
 
 } // namespace wickerlane::hoardd
 

@@ -16,6 +16,7 @@
 #include "hoardd/pictures/PictureStore.h"
 #include "hoardd/pictures/PreviewWell.h"
 #include "hoardd/pictures/ShownPicture.h"
+#include "hoardd/pictures/SidecarFacts.h"
 #include "wickerlane/log/JXLog.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/object/Paths.h"
@@ -69,6 +70,7 @@ Result<bool> readFacts(Library &library, Attempt &attempt) {
     attempt.hasFacts = true;
     attempt.asset.problem.clear();
     setFacts(attempt.asset, seen.facts);
+    readKeptSidecar(library, attempt.asset);
     attempt.hasDate = *due == Store::DueFacts::all;
     if (attempt.hasDate) {
         attempt.asset.zoneMinutes.reset();
