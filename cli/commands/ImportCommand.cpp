@@ -110,11 +110,15 @@ std::string sidecarOf(const std::string &path) {
 }
 
 /// Whether a file has to be sent by its bytes: of other users than the library's owner, the daemon reads no
-/// open file whose file system is a program's.
+/// open file whose file system may be a program's.
 bool sendsBytes(const std::string &path) {
-    struct statfs status = {};
-    return geteuid() != ownerOfRoot() && statfs(path.c_str(), &status) == 0 &&
-           status.f_type == FUSE_SUPER_MAGIC;
+    struct statfs status = {}, system = {};
+    if (geteuid() == ownerOfRoot() || statfs(path.c_str(), &status) != 0)
+        return false;
+    return status.f_type == FUSE_SUPER_MAGIC ||
+           (status.f_type == OVERLAYFS_SUPER_MAGIC &&
+            (statfs("/", &system) != 0 ||
+             std::memcmp(&status.f_fsid, &system.f_fsid, sizeof status.f_fsid) != 0));
 }
 
 /// Files that are to be saved apart from each other, or as pairs.
@@ -295,20 +299,34 @@ bool receive(const Source &source, const Dictionary *result, Report &report) {
     return true;
 }
 
-/// Gives the second files that are to be saved by themselves. Without results the daemon did not answer.
+/// What the daemon says of a file of a batch; null when it did not answer, because it ended for instance.
+const Dictionary *answerIn(const Array *results, std::size_t file) {
+    const auto *result =
+        results != nullptr && file < results->count() ? as<Dictionary>(results->at(file)) : nullptr;
+    return result != nullptr && result->get(protocol::jobResult::requestErrorKind) == nullptr ? result
+                                                                                              : nullptr;
+}
+
+bool isAnswered(const Batch &batch, const Array *results) {
+    for (std::size_t i = 0; i < batch.sources.size(); ++i)
+        if (answerIn(results, i) == nullptr)
+            return false;
+    return true;
+}
+
+/// Gives the second files that are to be saved by themselves.
 std::vector<Source> receiveBatch(const Batch &batch, const Array *results, Report &report) {
-    if (results == nullptr) {
-        for (const auto &[first, sidecar, second] : batch.sources)
-            for (const std::string &path : {first, second})
-                if (!path.empty())
-                    report.refused.push_back({path, "the daemon did not answer; `wickerlane list` shows "
-                                                    "whether the file was saved"});
-        return {};
-    }
     std::vector<Source> apart;
     for (std::size_t i = 0; i < batch.sources.size(); ++i) {
         const Source &source = batch.sources[i];
-        const auto *result = i < results->count() ? as<Dictionary>(results->at(i)) : nullptr;
+        const Dictionary *result = answerIn(results, i);
+        if (result == nullptr) {
+            for (const std::string &path : {source.path, source.second})
+                if (!path.empty())
+                    report.refused.push_back({path, "the daemon did not answer; `wickerlane list` shows "
+                                                    "whether the file was saved"});
+            continue;
+        }
         if (receive(source, result, report) || source.second.empty())
             continue;
         apart.push_back({source.second, sidecarOf(source.second), {}});
@@ -351,8 +369,8 @@ void saveFiles(std::vector<Source> files, const Options &options, Report &report
         const Batch batch = std::move(pending.front());
         pending.pop_front();
         const Ref<Array> results = batch.results.take();
-        if (!results) {
-            // The daemon refused the whole request, or ended. It may have started again.
+        if (!isAnswered(batch, results.get())) {
+            // The daemon refused the requests, or ended. It may have started again.
             report.daemon = requireDaemon();
             // What it saved before is found present. With --again it would be saved twice.
             if (report.daemon && !batch.isRepeated && !options.again) {

@@ -15,6 +15,9 @@ Ref<Error> reasonOf(const Error *error, const char *reason) {
         return errorOf(ProblemKind::unreachable, forkedChildText);
     if (error == nullptr)
         return errorOf(ProblemKind::failed, reason);
+    if (error->domain()->isEqual(WickerlaneRequestErrorDomain)) // it says all that there is to say
+        return errorOf(static_cast<ProblemKind>(error->code()),
+                       std::string(error->localizedDescription()->utf8()));
     switch (error->code()) {
     case WickerlaneErrorAccessStatusOne:
     case WickerlaneErrorAccessStatusTwo:

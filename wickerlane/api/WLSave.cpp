@@ -73,6 +73,12 @@ void saveAll(void (JXGatekeeperClient::*save)(Array *, ResultsHandler), const WL
     (sharedClient()->*save)(entries.get(), answered);
 }
 
+/// hoardd gives no kind, the client one for a request that has failed.
+ProblemKind kindOfRefusal(const Dictionary &result) {
+    const auto *kind = result.get<Number>(jobResult::requestErrorKind);
+    return kind != nullptr ? static_cast<ProblemKind>(kind->int64Value()) : ProblemKind::failed;
+}
+
 bool flag(const WLSavedAsset *saved, std::string_view key) {
     return saved != nullptr && WLNumberBool(saved->get<Number>(key));
 }
@@ -184,7 +190,7 @@ WLSavedAsset *WLSaveResultsGet(const WLArray *results, size_t index, WLError **e
     if (result == nullptr)
         failure = errorOf(ProblemKind::invalid, "the results have no job at that index");
     else if (const auto *refusal = result->get<String>(jobResult::error))
-        failure = errorOf(ProblemKind::failed, std::string(refusal->utf8()));
+        failure = errorOf(kindOfRefusal(*result), std::string(refusal->utf8()));
     if (error != nullptr)
         *error = failure ? autorelease(failure) : nullptr;
     return failure ? nullptr : result;

@@ -304,7 +304,9 @@ public:
 
     /// saveOpenFilesWithJobDictionaries:handler: — the same for jobs that name files, which this process
     /// opens and sends along: hoardd, which may run as another user, needs no right to read them. They are
-    /// sent in several requests if a message can't hold them all. An addition to the original operations.
+    /// sent in several requests if a message can't hold them all; the result of a job whose request has
+    /// failed has `error` and `requestErrorKind`. Null only when no request was answered: then the error is
+    /// as lastError() has it. An addition to the original operations.
     void saveOpenFilesWithJobDictionaries(wickerlane::Array *jobDictionaries,
                                           Handler<wickerlane::Array *, wickerlane::Error *> handler);
 

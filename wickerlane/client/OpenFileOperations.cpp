@@ -54,52 +54,109 @@ OpenJobs nextOf(const Array &jobs, std::size_t &first) {
     return next;
 }
 
-/// The results of several requests, which become those of one.
-class Gathered {
+/// A save that takes as many requests as its files need, a few of them at a time: each has descriptors, which
+/// stay open until they are sent.
+class OpenSave : public std::enable_shared_from_this<OpenSave> {
 public:
-    explicit Gathered(Handler<void(Array *, Error *)> whenWhole) : handler(std::move(whenWhole)) {}
+    OpenSave(MessageConnection *used, WorkQueue *answers, Array *all,
+             Handler<void(Array *, Error *)> whenEnded)
+        : connection(used), queue(answers), jobs(all), handler(std::move(whenEnded)) {}
 
-    /// Of one more request: its number.
-    std::size_t expect() {
-        const MutexLock lock(mutex);
-        parts.emplace_back();
-        return parts.size() - 1;
-    }
-    /// Null for a request that has failed.
-    void give(std::size_t request, Array *results) {
-        {
-            const MutexLock lock(mutex);
-            parts[request] = Ref<Array>(results);
+    void begin() {
+        // At least one, so that it is hoardd that answers.
+        sendNext();
+        for (std::size_t i = 1; i < requestsAtOnce && sendNextIfAny(); ++i) {
         }
-        endOne();
     }
-    /// That no more requests come.
-    void endSending() { endOne(); }
 
 private:
-    void endOne() {
-        std::vector<Ref<Array>> whole;
+    struct Part {
+        std::size_t jobs = 0;
+        Ref<Array> results{}; ///< Null until the answer is there, and when it is an error.
+        Ref<Error> error{};
+    };
+    static constexpr std::size_t requestsAtOnce = 8;
+
+    bool sendNextIfAny() {
         {
             const MutexLock lock(mutex);
-            // Sending ends too.
-            if (++ended <= parts.size())
+            if (first >= jobs->count())
+                return false;
+        }
+        sendNext();
+        return true;
+    }
+    void sendNext() {
+        OpenJobs next;
+        std::size_t number = 0;
+        {
+            const MutexLock lock(mutex);
+            next = nextOf(*jobs, first);
+            number = parts.size();
+            parts.push_back({next.jobs->count()});
+            ++unanswered;
+        }
+        Request request(protocol::saveOpenFiles);
+        request.set(keys::jobDictionaries, next.jobs.get());
+        request.set(keys::openFiles, next.files.get());
+        request.sendWithReply(
+            connection.get(), queue,
+            [self = shared_from_this(), number](const Reply &reply) { self->receive(number, reply); });
+    }
+    void receive(std::size_t number, const Reply &reply) {
+        {
+            const MutexLock lock(mutex);
+            if (reply.isDictionary())
+                parts[number].results = Ref<Array>(reply.get(keys::resultJobDictionaries));
+            else
+                parts[number].error = Ref<Error>(reply.requestError());
+        }
+        static_cast<void>(sendNextIfAny());
+        {
+            const MutexLock lock(mutex);
+            if (--unanswered != 0)
                 return;
-            whole.swap(parts);
         }
+        end();
+    }
+    /// No request is under way any more.
+    void end() {
         auto all = MutableArray::create();
-        for (const Ref<Array> &part : whole) {
-            if (!part)
-                return handler(nullptr, errorWithCode(WickerlaneErrorService));
-            for (std::size_t i = 0; i < part->count(); ++i)
-                all->append(part->at(i));
+        const Part *failed = nullptr;
+        bool isAnswered = false;
+        for (const Part &part : parts) {
+            isAnswered = isAnswered || part.results;
+            if (!part.results)
+                failed = &part;
+            for (std::size_t i = 0; i < part.jobs; ++i)
+                all->append(resultOf(part, i));
         }
-        handler(all.get(), nullptr);
+        if (isAnswered)
+            handler(all.get(), nullptr);
+        else
+            handler(nullptr, failed->error ? failed->error.get() : errorWithCode(WickerlaneErrorService));
+    }
+    /// Of a job whose request has failed, that of a refused job.
+    static Object *resultOf(const Part &part, std::size_t job) {
+        if (part.results && job < part.results->count())
+            return part.results->at(job);
+        String *reason =
+            part.error ? part.error->localizedDescription() : String::of("hoardd gave no result");
+        const std::int64_t kind =
+            part.error ? part.error->code() : static_cast<std::int64_t>(ProblemKind::failed);
+        return autorelease(
+            Dictionary::createWithKeys({{protocol::jobResult::error, reason},
+                                        {protocol::jobResult::requestErrorKind, Number::of(kind)}}));
     }
 
-    Mutex mutex;
-    std::vector<Ref<Array>> parts;
-    std::size_t ended = 0;
+    const Ref<MessageConnection> connection;
+    WorkQueue *const queue;
+    const Ref<Array> jobs;
     const Handler<void(Array *, Error *)> handler;
+    Mutex mutex;
+    std::size_t first = 0;
+    std::size_t unanswered = 0;
+    std::vector<Part> parts;
 };
 
 } // namespace
@@ -108,19 +165,6 @@ void JXGatekeeperClient::saveOpenFilesWithJobDictionaries(Array *jobDictionaries
                                                           Handler<Array *, Error *> handler) {
     if (!handler)
         failParameter(this, protocol::saveOpenFiles.name, "resultsBlock != NULL");
-    const auto gathered = std::make_shared<Gathered>(std::move(handler));
-    const Ref<Array> jobs(jobDictionaries != nullptr ? jobDictionaries : Array::of({}));
-    std::size_t first = 0;
-    do { // at least once, so that it is hoardd that answers
-        const OpenJobs next = nextOf(*jobs, first);
-        Request request(protocol::saveOpenFiles);
-        request.set(keys::jobDictionaries, next.jobs.get());
-        request.set(keys::openFiles, next.files.get());
-        request.sendWithReply(
-            connection(), replyQueue(), [gathered, part = gathered->expect()](const Reply &reply) {
-                gathered->give(part, reply.isDictionary() ? reply.get(keys::resultJobDictionaries) : nullptr);
-            });
-    } while (first < jobs->count());
-    // On the queue of handlers, since it may be the last to end.
-    replyQueue()->async([gathered] { gathered->endSending(); });
+    Array *jobs = jobDictionaries != nullptr ? jobDictionaries : Array::of({});
+    std::make_shared<OpenSave>(connection(), replyQueue(), jobs, std::move(handler))->begin();
 }

@@ -30,11 +30,14 @@ inline constexpr std::string_view unlessPresent = "unlessPresent";
 
 } // namespace wickerlane::protocol::job
 
-/// The result of a job. That of a refused job has `error` alone.
+/// The result of a job. That of a job that was not saved has `error`.
 namespace wickerlane::protocol::jobResult {
 
 /// String: why nothing was saved.
 inline constexpr std::string_view error = "error";
+/// Number: a ProblemKind. The client says so, beside `error`, of a job whose request has failed: it may have
+/// been saved all the same.
+inline constexpr std::string_view requestErrorKind = "requestErrorKind";
 
 /// String.
 inline constexpr std::string_view uuid = "uuid";
