@@ -34,6 +34,7 @@ public:
     [[nodiscard]] MessageDictionary *message() const noexcept override { return contents.get(); }
     [[nodiscard]] MessagePeer *peer() const noexcept override { return sender.get(); }
     [[nodiscard]] bool wantsReply() const noexcept override { return true; }
+    [[nodiscard]] bool isCancelled() override { return false; }
     [[nodiscard]] bool whenUnwanted(Handler<void()> /*work*/) override { return true; }
     void reply(MessageDictionary * /*answer*/) override { isAnswered = true; }
     void replyError(std::string_view /*description*/, std::int64_t /*kind*/) override {}
