@@ -15,8 +15,9 @@ folder."""
 from .album import Album
 from .asset import Asset, DetailChanges, Edit, Trashed
 from .changes import CountChanges
-from .errors import (Busy, DamagedStore, Empty, Ending, Exists, Failed, ForkedProcess, Invalid, NewerVersion, NoSpace,
-                     NotFound, NotWritable, QueueFull, Refused, TimedOut, TooOld, Unreachable, WickerlaneError)
+from .errors import (Busy, Cancelled, DamagedStore, Empty, Ending, Exists, Failed, ForkedProcess, Invalid, NewerVersion,
+                     NoSpace, NotFound, NotWritable, QueueFull, Refused, TimedOut, TooOld, Unreachable,
+                     WickerlaneError)
 from .following import Change, Changes, Following
 from .library import Library
 from .moment import Duplicates, Moment, MomentList
@@ -27,9 +28,9 @@ from .values import Value
 from .video import VideoFacts
 
 __all__ = [
-    'Album', 'Asset', 'Assets', 'Bulletin', 'Busy', 'Change', 'Changes', 'Companion', 'CountChanges',
-    'DamagedStore', 'DetailChanges', 'Duplicates', 'Edit', 'Empty', 'Ending', 'Exists', 'Failed', 'FeedEntry',
-    'Filters', 'Following', 'ForkedProcess', 'Invalid', 'Library', 'Moment', 'MomentList', 'NewerVersion',
+    'Album', 'Asset', 'Assets', 'Bulletin', 'Busy', 'Cancelled', 'Change', 'Changes', 'Companion',
+    'CountChanges', 'DamagedStore', 'DetailChanges', 'Duplicates', 'Edit', 'Empty', 'Ending', 'Exists', 'Failed',
+    'FeedEntry', 'Filters', 'Following', 'ForkedProcess', 'Invalid', 'Library', 'Moment', 'MomentList', 'NewerVersion',
     'NoSpace', 'NotFound', 'NotWritable', 'Page', 'Pages', 'QueueFull', 'Refused', 'Saved', 'Section', 'TimedOut',
     'TooOld', 'Trashed', 'Unreachable', 'Value', 'VideoFacts', 'WickerlaneError',
 ]

@@ -109,4 +109,10 @@ class TimedOut(WickerlaneError, TimeoutError):
     code = 14
 
 
+class Cancelled(WickerlaneError):
+    """This program has cancelled it."""
+
+    code = 15
+
+
 BY_CODE: dict[int, type[WickerlaneError]] = {each.code: each for each in WickerlaneError.__subclasses__()}

@@ -85,6 +85,15 @@ static const char *faultOf(WLScriptedDaemon *daemon) {
     CHECK(!WLScriptedDaemonFail(daemon, NULL, 0, 0, WLErrorTimedOut, "late", &error));
     CHECK(WLScriptedDaemonFail(daemon, NULL, 0, 0, WLErrorExists, NULL, &error) && error == NULL);
     CHECK(!WLAlbumRename("U", "Seas", &error) && WLErrorCode(error) == WLErrorExists);
+    CHECK(
+        WLScriptedDaemonAnswer(daemon, NULL, 0, 0, NULL, &error)); // answers that lack what they should have
+    WLSaveJob *job = WLSaveJobCreateWithFile("/a");
+    CHECK(WLSaveJobSetOriginalFilename(job, "a") && !WLSaveJobSetOriginalFilename(NULL, "a"));
+    WLArray *jobs = only(job);
+    CHECK(WLSaveJobsRun(jobs, &error) == NULL && error != NULL && WLErrorCode(error) == WLErrorFailed);
+    WLRelease(jobs);
+    CHECK(WLLibraryReserveFile(WLAssetKindPhoto, "PNG", &error) == NULL && error != NULL);
+    CHECK(!WLMomentListAnalyze(1, &error) && error != NULL);
     WLDictionary *operations = WLScriptedOperationsCreate();
     CHECK(WLArrayCount(WLAsArray(WLDictionaryGet(operations, "albums"))) == 2);
     WLRelease(operations);
@@ -96,6 +105,9 @@ const char *faultOfScriptFromC(void) {
     WLError *error = NULL;
     WLScriptedDaemon *daemon = WLScriptedDaemonStart(&error);
     const char *fault = daemon != NULL ? faultOf(daemon) : "the daemon starts";
+    if (fault == NULL && (WLScriptedDaemonStart(&error) != NULL || error == NULL ||
+                          strstr(WLStringText(WLErrorText(error)), "already") == NULL))
+        fault = "there is one at a time";
     WLScriptedDaemonEnd(daemon);
     WLScopePop(scope);
     return fault;

@@ -8,7 +8,7 @@ import subprocess
 import sys
 
 import pytest
-from wickerlane import Busy, Ending, Failed, Library, NotFound, Refused, TimedOut
+from wickerlane import Busy, Cancelled, Ending, Failed, Library, NotFound, Refused, TimedOut, Unreachable
 from wickerlane.testing import ScriptedDaemon, album, asset, operations
 
 pytest_plugins = ['wickerlane.testing.pytest_plugin']
@@ -20,7 +20,7 @@ DAY = datetime.datetime(2024, 5, 1, 12, 30)
 def test_answers_are_what_the_library_gives(scripted_daemon: ScriptedDaemon) -> None:
     made = datetime.datetime(2024, 5, 1, 10, 30, tzinfo=datetime.UTC)
     facts = {'original_filename': 'a.jpg', 'size': 5, 'date': DAY, 'created': made, 'location': (1.5, -2.0),
-             'keywords': ('sea', 'sand'), 'iso_speed': 100, 'favourite': True, 'sha256': bytes(range(32))}
+             'zone': datetime.timezone(datetime.timedelta(minutes=-210)), 'keywords': ('sea', 'sand'), 'iso_speed': 100, 'favourite': True, 'sha256': bytes(range(32))}
     scripted_daemon.answer('assetsMatchingQuery:', {'assets': [asset(**facts), asset(kind='video')]})
     scripted_daemon.answer('albums', {'albums': [album(name='Dunes', asset_count=3)]})
     with Library() as library:
@@ -89,6 +89,9 @@ def test_a_script_that_no_daemon_could_follow_is_refused(scripted_daemon: Script
         scripted_daemon.answer('getCurrentModelVersion', {'version': 1.5})
     with pytest.raises(ValueError, match='counted from 1'):
         scripted_daemon.die('albums', nth=0)
+    for kind, instead in ((Unreachable, 'stop it'), (TimedOut, 'hold its answer'), (Cancelled, 'hold its answer')):
+        with pytest.raises(ValueError, match=instead):
+            scripted_daemon.fail('albums', kind)
     with pytest.raises(ValueError, match='runs already'):
         scripted_daemon.__enter__()
     with pytest.raises(ValueError, match='with statement'):
@@ -111,6 +114,27 @@ def test_the_root_is_that_of_the_context() -> None:
             assert asked.stdout == '3\n'
     assert len(roots) == 3 and not any(root.exists() for root in roots)
     assert os.environ.get('WICKERLANE_ROOT') == before
+
+
+def test_a_process_that_has_a_daemon_gets_no_other(scripted_daemon: ScriptedDaemon) -> None:
+    """One that would go on asking the daemon from before could change a library that is not the test's."""
+    with pytest.raises(OSError, match='has a scripted daemon already'), ScriptedDaemon():
+        pass
+    program = """
+import os, wickerlane
+from wickerlane.testing import ScriptedDaemon
+root = os.environ['WICKERLANE_ROOT']
+with wickerlane.Library() as library:
+    library.albums()
+    try:
+        with ScriptedDaemon():
+            print('two daemons')
+    except OSError as error:
+        print(error, os.environ['WICKERLANE_ROOT'] == root, library.albums())
+"""
+    scripted_daemon.answer('albums', {'albums': []})
+    asked = subprocess.run([sys.executable, '-c', program], stdout=subprocess.PIPE, text=True, check=True)
+    assert 'connected to another daemon' in asked.stdout and asked.stdout.endswith(' True []\n')
 
 
 def test_the_guide_shows_the_examples() -> None:

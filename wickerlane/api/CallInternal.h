@@ -19,6 +19,16 @@ Result waitFor(Result (JXGatekeeperClient::*ask)(Parameters...), WLError **error
     return withLastError((sharedClient()->*ask)(arguments...), error);
 }
 
+/// The same for one that gives an object: null is a failure, also when the daemon has answered.
+template <class Result, class... Parameters>
+Result *waitForObject(Result *(JXGatekeeperClient::*ask)(Parameters...), WLError **error,
+                      std::type_identity_t<Parameters>... arguments) {
+    Result *result = (sharedClient()->*ask)(arguments...);
+    if (result == nullptr && client::lastErrorOfThread() == nullptr)
+        return failing<Result *>(nullptr, ProblemKind::failed, noAnswer, error);
+    return withLastError(result, error);
+}
+
 /// The same for one without a result: whether the daemon has done it.
 template <class... Parameters>
 bool waitFor(void (JXGatekeeperClient::*ask)(Parameters...), WLError **error,

@@ -10,7 +10,7 @@
 namespace wickerlane {
 
 inline constexpr const char *noAsset = "there is no asset";
-inline constexpr const char *noAnswer = "hoardd's answer can't be read: is it another version?";
+using client::noAnswer;
 
 /// Stores the last error of this thread for a caller who asked for it, and passes the result on.
 template <class Result>

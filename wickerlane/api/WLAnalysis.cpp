@@ -11,14 +11,21 @@ namespace {
 std::string storeUUID() {
     const ReleaseScope scope;
     const auto page = sharedClient()->assetsMatchingQuery(AssetQuery{.limit = 1});
-    if (!page)
+    if (!page) {
+        if (client::lastErrorOfThread() == nullptr)
+            client::noteProblem({ProblemKind::failed, noAnswer, {}});
         return {};
+    }
     if (page->assets.empty()) {
         client::noteProblem({ProblemKind::notFound, "the library has no assets, and so no moments", {}});
         return {};
     }
     const String *host = page->assets.front()->objectID()->uriRepresentation()->host();
-    return host != nullptr ? std::string(host->utf8()) : std::string();
+    if (host == nullptr) {
+        client::noteProblem({ProblemKind::failed, noAnswer, {}});
+        return {};
+    }
+    return std::string(host->utf8());
 }
 
 bool analyze(void (JXGatekeeperClient::*analysis)(const ManagedObject *), std::string_view entity,

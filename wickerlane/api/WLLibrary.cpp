@@ -21,8 +21,8 @@ void WLLibraryImportFilesInBackground() {
 }
 
 WLURL *WLLibraryReserveFile(int kind, const char *extension, WLError **error) {
-    return waitFor(&JXGatekeeperClient::fileURLForNewAssetWithType, error, kind,
-                   String::create(extension).get());
+    return waitForObject(&JXGatekeeperClient::fileURLForNewAssetWithType, error, kind,
+                         String::create(extension).get());
 }
 
 void WLLibraryWriteFile(WLData *data, WLURL *fileURL) {

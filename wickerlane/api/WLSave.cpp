@@ -35,9 +35,10 @@ Ref<String> absolutePath(const char *path) {
 }
 
 bool setText(WLSaveJob *job, std::string_view key, const Ref<String> &text) {
-    if (text)
-        set(job, key, text.get());
-    return text != nullptr;
+    if (job == nullptr || !text)
+        return false;
+    set(job, key, text.get());
+    return true;
 }
 
 /// Null when an object is no job for a batch.
@@ -165,10 +166,10 @@ WLArray *WLSaveJobsRun(WLArray *jobs, WLError **error) {
     const auto entries = entriesOf(jobs);
     if (!entries)
         return failing<WLArray *>(nullptr, ProblemKind::invalid, badBatch, error);
-    Array *results = sharedClient()->saveAssets(entries.get());
+    Array *results = waitForObject(&JXGatekeeperClient::saveAssets, error, entries.get());
     if (results != nullptr && results->count() != entries->count())
         return failing<WLArray *>(nullptr, ProblemKind::failed, noAnswer, error);
-    return withLastError(results, error);
+    return results;
 }
 
 void WLSaveJobsRunWithHandler(WLArray *jobs, void (*handler)(void *, WLArray *, WLError *), void *context,

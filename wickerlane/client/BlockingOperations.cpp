@@ -1,4 +1,5 @@
 #include "wickerlane/client/ClientInternal.h"
+#include "wickerlane/client/LastError.h"
 #include "wickerlane/platform/process/ProcessFacts.h"
 #include "wickerlane/protocol/AlbumRows.h"
 #include "wickerlane/protocol/AssetRows.h"
@@ -11,7 +12,6 @@ namespace keys = wickerlane::protocol::keys;
 
 namespace {
 
-constexpr const char *noAnswer = "hoardd's answer can't be read: is it another version?";
 constexpr const char *noArgument = "The asset's URL or the album's UUID is missing.";
 
 // Why hoardd says no in a reply that is no error; nothing when it has saved the asset.

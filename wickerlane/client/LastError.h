@@ -8,6 +8,9 @@
 
 namespace wickerlane::client {
 
+/// Of a reply that is no error, and lacks what it should have.
+inline constexpr const char *noAnswer = "hoardd's answer can't be read: is it another version?";
+
 /// Makes the reply's error the last one of this thread; a reply that is no error clears it.
 WL_EXPORT void noteOutcome(const MessageValue *reply);
 /// Makes a problem the last error of this thread.

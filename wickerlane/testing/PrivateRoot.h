@@ -7,13 +7,15 @@
 #include <optional>
 #include <string>
 
+#include "wickerlane/testing/SoleDaemon.h"
+
 namespace wickerlane {
 
 /// A new folder that is the root of this process, and of those that it starts, as long as this lives. No
 /// service can be started from it.
 class PrivateRoot {
 public:
-    /// Throws std::system_error when the folder can't be made.
+    /// Throws std::system_error when the folder can't be made, and as SoleDaemon does.
     PrivateRoot();
     PrivateRoot(const PrivateRoot &) = delete;
     PrivateRoot &operator=(const PrivateRoot &) = delete;
@@ -36,6 +38,7 @@ private:
         std::optional<std::string> before;
     };
 
+    const SoleDaemon sole; // before anything is changed
     const std::string folder;
     const pid_t maker;
     const Variable root, services;

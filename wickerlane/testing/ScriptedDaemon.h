@@ -32,7 +32,8 @@ class PrivateRoot;
 /// destructor.
 class WL_EXPORT ScriptedDaemon {
 public:
-    /// Begins to listen. Throws std::runtime_error when it can't.
+    /// Begins to listen. Throws std::runtime_error when it can't, when there is another one, and when this
+    /// process is connected to a daemon: a test never reaches the user's own library.
     ScriptedDaemon();
     ScriptedDaemon(const ScriptedDaemon &) = delete;
     ScriptedDaemon &operator=(const ScriptedDaemon &) = delete;

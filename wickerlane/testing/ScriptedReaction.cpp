@@ -56,8 +56,14 @@ ScriptedReaction ScriptedReaction::answer(const Dictionary *values) {
 
 ScriptedReaction ScriptedReaction::failure(ProblemKind kind, std::string_view text) {
     using enum ProblemKind;
-    if (kind < failed || kind >= timedOut || kind == unreachable)
-        throw std::invalid_argument("no daemon says no for that reason");
+    if (kind == unreachable)
+        throw std::invalid_argument(
+            "no daemon says that it can't be reached: stop it instead, or let it die");
+    if (kind == timedOut || kind == cancelled)
+        throw std::invalid_argument("no daemon says that a request is late or cancelled: hold its answer");
+    if (kind < failed || kind > cancelled)
+        throw std::invalid_argument("there is no kind " + std::to_string(static_cast<std::int64_t>(kind)) +
+                                    " of failures");
     auto made = makeRef<ReactionBody>();
     made->what = reaction::Failure{kind, std::string(text)};
     return ScriptedReaction(std::move(made));

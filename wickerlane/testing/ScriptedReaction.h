@@ -42,7 +42,9 @@ public:
     [[nodiscard]] static ScriptedReaction answer(const Dictionary *values);
     /// The daemon says no, in the way that it has for the operation: with an error of that kind and text, or
     /// with the keys by which the operation says so. `text` is a line for people.
-    /// Never `unreachable`, `timedOut` or `cancelled`: stop() the daemon, or hold its answer.
+    /// Operations whose reply has "success" have no room for a reason: the caller gets `failed` and a text of
+    /// the library's, or `refused` for that kind when the reply also has "hasEntitlement". Never
+    /// `unreachable`, `timedOut` or `cancelled`: stop() the daemon, or hold its answer.
     [[nodiscard]] static ScriptedReaction failure(ProblemKind kind, std::string_view text);
     /// The daemon is gone, as if it was killed: all connections end, nothing that waits is answered. The next
     /// request reaches a new one, as if it had been started again.

@@ -19,7 +19,8 @@
 
 typedef struct WLScriptedDaemon WLScriptedDaemon;
 
-/// Begins to listen. Null when it can't.
+/// Begins to listen. Null when it can't, when there is another one, and when this process is connected to a
+/// daemon: a test never reaches the user's own library.
 WL_EXTERN_C WLScriptedDaemon *WLScriptedDaemonStart(WLError **error);
 
 /// Ends all connections, and removes the root. Null is ignored.
@@ -39,7 +40,11 @@ WL_EXTERN_C const char *WLScriptedDaemonRoot(const WLScriptedDaemon *daemon);
 WL_EXTERN_C bool WLScriptedDaemonAnswer(WLScriptedDaemon *daemon, const char *operation, size_t number,
                                         double delay, const WLDictionary *values, WLError **error);
 
-/// The daemon says no for that reason, a code of WLError.h, with a text for people.
+/// The daemon says no for that reason, a code of WLError.h, with a text for people. Operations whose reply
+/// has "success" have no room for a reason: the caller gets WLErrorFailed and a text of the library's, or
+/// WLErrorRefused for that code when the reply also has "hasEntitlement". WLErrorInvalid for codes that no
+/// daemon sends: WLScriptedDaemonStop() stands for WLErrorUnreachable, and a negative delay lets a request
+/// become WLErrorTimedOut or WLErrorCancelled.
 WL_EXTERN_C bool WLScriptedDaemonFail(WLScriptedDaemon *daemon, const char *operation, size_t number,
                                       double delay, int64_t code, const char *text, WLError **error);
 

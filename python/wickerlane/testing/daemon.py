@@ -35,7 +35,9 @@ class ScriptedDaemon:
     """Stands in for the daemon while the context lasts, in this process, on a private root in a new folder.
 
     Enter it before the process has asked a daemon, or after the one that it has asked has ended. While it lasts,
-    WICKERLANE_ROOT names the root for this process and those that it starts. There is one at a time.
+    WICKERLANE_ROOT names the root for this process and those that it starts. There is one at a time. OSError is
+    raised when there is another one, and when this process is connected to a daemon: a test never reaches the user's
+    own library.
 
     An operation of which nothing was said is answered with an error that names it; but access is granted. All
     functions raise ValueError for what no daemon could do, such as an answer with a key that the operation's reply
@@ -83,7 +85,9 @@ class ScriptedDaemon:
 
     def fail(self, operation: str | None, error: type[WickerlaneError], text: str = 'the script says so', *,
              nth: int | None = None, delay: float = 0, held: bool = False) -> None:
-        """The daemon says no, so that the error is raised."""
+        """The daemon says no, so that the error is raised. Operations whose reply has 'success', see operations(),
+        have no room for a reason: Failed is raised with a text of the library's, or Refused for that when the reply
+        also has 'hasEntitlement'. No daemon says Unreachable, TimedOut or Cancelled: use stop() or die(), or `held` with a time limit."""
         _call(T.WLScriptedDaemonFail, self._running(), *_when(operation, nth, delay, held), error.code,
               text_argument(text))
 

@@ -28,6 +28,7 @@ class AssetFacts(TypedDict):
     date: NotRequired[datetime.datetime]
     created: NotRequired[datetime.datetime]
     added: NotRequired[datetime.datetime]
+    zone: NotRequired[datetime.timezone]
     location: NotRequired[tuple[float, float]]
     camera: NotRequired[str]
     lens: NotRequired[str]
@@ -73,6 +74,9 @@ def asset(**facts: Unpack[AssetFacts]) -> dict[str, Value]:
     for key in ('created', 'added'):
         if key in plain:
             plain[key] = seconds_of_instant(plain[key])
+    if 'zone' in facts:
+        plain['zone_minutes'] = facts['zone'].utcoffset(None) // datetime.timedelta(minutes=1)
+        del plain['zone']
     if 'location' in facts:
         plain['latitude'], plain['longitude'] = facts['location']
         del plain['location']
