@@ -11,6 +11,7 @@
 #include "hoardd/analysis/MomentStore.h"
 #include "tests/hoardd/RunningHoardd.h"
 #include "tests/support/WaitUntil.h"
+#include "wickerlane/model/StoredObject.h"
 #include "wickerlane/store/AnalysisReader.h"
 
 using namespace wickerlane;
@@ -34,19 +35,17 @@ protected:
     }
     [[nodiscard]] std::vector<std::vector<std::string>> moments() const {
         std::vector<std::vector<std::string>> all;
-        auto opened = reader();
-        const auto stored = opened.moments().value();
-        for (const MomentRecord &moment : stored)
-            all.push_back(*opened.assetsOfMoment(moment.primaryKey));
+        const auto page = reader().moments({.withAssets = true}).value();
+        for (const MomentRecord &moment : page.moments)
+            all.push_back(moment.uuids);
         return all;
     }
     /// The groups of one likeness, each sorted.
     [[nodiscard]] std::set<std::set<std::string>> groups(bool same) const {
         std::set<std::set<std::string>> all;
-        const auto stored = reader().duplicates().value();
-        for (const DuplicatesRecord &group : stored)
-            if (group.isSame == same)
-                all.emplace(group.uuids.begin(), group.uuids.end());
+        const auto page = reader().duplicates({.isSame = same}).value();
+        for (const DuplicatesRecord &group : page.groups)
+            all.emplace(group.uuids.begin(), group.uuids.end());
         return all;
     }
     [[nodiscard]] static Ref<MessageDictionary> rebuildRequest(bool incremental) {
@@ -82,7 +81,7 @@ TEST_F(Analysis, MomentsAreMadeOfWhatWasSavedAndFollowIt) {
     EXPECT_TRUE(isComplete());
 
     auto opened = reader();
-    const auto made = *opened.moments();
+    const auto made = opened.moments({})->moments;
     ASSERT_EQ(made.size(), 2U);
     EXPECT_EQ(made[0].photoCount, 2U);
     EXPECT_EQ(made[0].keyAsset, first);
@@ -95,7 +94,7 @@ TEST_F(Analysis, MomentsAreMadeOfWhatWasSavedAndFollowIt) {
     answer(request(64).get());
     EXPECT_TRUE(isComplete());
     EXPECT_EQ(moments().front(), (std::vector<std::string>{earlier, first, second}));
-    EXPECT_EQ(opened.moments()->front().primaryKey, made[0].primaryKey);
+    EXPECT_EQ(opened.moments({})->moments.front().primaryKey, made[0].primaryKey);
     answer(rebuildRequest(false).get());
     answer(request(62).get());
     EXPECT_TRUE(isComplete()) << "a rebuild finds everything as it should be";
@@ -113,7 +112,8 @@ TEST_F(Analysis, IsDoneUnaskedSoonAfterChanges) {
     remove->setString("assetURL",
                       StoreView::open()->assetWithUUID(one)->assetURL()->absoluteString()->utf8());
     EXPECT_TRUE(answer(remove.get())->getBool("success"));
-    EXPECT_TRUE(waitUntil([&] { return isComplete() && reader().moments()->front().assetCount == 1; }));
+    EXPECT_TRUE(
+        waitUntil([&] { return isComplete() && reader().moments({})->moments.front().assetCount == 1; }));
     // What an earlier daemon has left is done by the next.
     end(daemon(), SIGTERM);
     describeService();
@@ -144,13 +144,15 @@ TEST_F(Analysis, OneMomentOrListIsNamedByItsObjectID) {
         JXMsgDictionarySetManagedObjectID(message.get(), key, object->objectID());
         return message;
     };
-    const auto momentObject = opened.objectOf(opened.moments()->front());
+    const auto momentObject =
+        StoredObject::create(storeUUID, momentEntity, opened.moments({})->moments.front().primaryKey);
     answer(byObject(65, "momentOID", momentObject.get()).get());
-    EXPECT_TRUE(opened.moments()->front().isAnalyzed);
+    EXPECT_TRUE(opened.moments({})->moments.front().isAnalyzed);
     saveAt(1e9 + 1, pngOf(fourCorners(8, 8)));
     answer(rebuildRequest(true).get());
     EXPECT_FALSE(isComplete());
-    const auto listObject = opened.objectOf(opened.momentLists()->front());
+    const auto listObject =
+        StoredObject::create(storeUUID, momentListEntity, opened.momentLists()->front().primaryKey);
     answer(byObject(66, "momentListOID", listObject.get()).get());
     EXPECT_TRUE(isComplete());
     answer(named(65, "momentOID", moment).get());

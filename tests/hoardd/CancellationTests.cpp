@@ -46,7 +46,7 @@ protected:
     [[nodiscard]] std::size_t moments() const {
         auto reader = store::AnalysisReader::open(paths);
         EXPECT_TRUE(reader) << reader.error().text;
-        return reader->moments().value().size();
+        return reader->moments({}).value().moments.size();
     }
     /// The daemon has read all that was sent before, in order.
     void waitUntilRead() const { answer(request(16).get()); }

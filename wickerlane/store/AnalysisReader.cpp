@@ -1,7 +1,6 @@
 #include "wickerlane/store/AnalysisReader.h"
 
 #include <algorithm>
-#include <limits>
 
 #include "wickerlane/store/AssetColumns.h"
 #include "wickerlane/store/PageCursor.h"
@@ -114,10 +113,6 @@ Result<AnalysisReader> AnalysisReader::open(const LibraryPaths &paths) {
     return AnalysisReader(*std::move(opened), **uuid);
 }
 
-Result<std::vector<MomentRecord>> AnalysisReader::moments() {
-    return database.prepare(std::string(selectMoments) + "ORDER BY m.startdate, m.pk").all(readMoment);
-}
-
 Result<MomentPage> AnalysisReader::moments(const MomentQuery &query) {
     if (const auto checked = checkPage(query.limit); !checked)
         return passOn(checked);
@@ -173,25 +168,6 @@ Result<std::vector<MomentListRecord>> AnalysisReader::momentLists() {
                                     count(row, 3),      count(row, 4), std::string(row.text(5)),
                                     row.integer(6) != 0};
         });
-}
-
-Result<std::vector<std::string>> AnalysisReader::assetsOfMoment(std::int64_t primaryKey) {
-    return database.prepare(selectAssetsOfMoment).bind(primaryKey).all(readUUID);
-}
-
-Ref<StoredObject> AnalysisReader::objectOf(const MomentRecord &moment) const {
-    return StoredObject::create(storeUUID, momentEntity, moment.primaryKey);
-}
-
-Ref<StoredObject> AnalysisReader::objectOf(const MomentListRecord &list) const {
-    return StoredObject::create(storeUUID, momentListEntity, list.primaryKey);
-}
-
-Result<std::vector<DuplicatesRecord>> AnalysisReader::duplicates() {
-    const auto page = duplicatesAfter(database, {}, {}, std::numeric_limits<std::size_t>::max());
-    if (!page)
-        return passOn(page);
-    return page->groups;
 }
 
 Result<DuplicatesPage> AnalysisReader::duplicates(const DuplicatesQuery &query) {

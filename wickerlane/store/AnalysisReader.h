@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "wickerlane/model/Moments.h"
-#include "wickerlane/model/StoredObject.h"
 #include "wickerlane/store/LibraryPaths.h"
 #include "wickerlane/store/Sqlite.h"
 
@@ -21,18 +20,10 @@ class WL_EXPORT AnalysisReader {
 public:
     [[nodiscard]] static Result<AnalysisReader> open(const LibraryPaths &paths);
 
-    [[nodiscard]] Result<std::vector<MomentRecord>> moments(); ///< In the order of time.
     [[nodiscard]] Result<MomentPage> moments(const MomentQuery &query);
     [[nodiscard]] Result<std::vector<MomentListRecord>> momentLists(); ///< In the order of time.
-    /// The UUIDs of a moment's assets, in the order of time.
-    [[nodiscard]] Result<std::vector<std::string>> assetsOfMoment(std::int64_t primaryKey);
     /// The same before the similar, the oldest in the library first.
-    [[nodiscard]] Result<std::vector<DuplicatesRecord>> duplicates();
     [[nodiscard]] Result<DuplicatesPage> duplicates(const DuplicatesQuery &query);
-
-    // What the operations on one moment or list ask for.
-    [[nodiscard]] Ref<StoredObject> objectOf(const MomentRecord &moment) const;
-    [[nodiscard]] Ref<StoredObject> objectOf(const MomentListRecord &list) const;
 
     /// The cloud feed; the newest first.
     [[nodiscard]] Result<std::vector<FeedEntryRecord>> cloudFeed();
