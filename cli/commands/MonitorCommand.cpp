@@ -16,6 +16,7 @@
 #include "cli/Subcommands.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/platform/file/Files.h"
+#include "wickerlane/platform/object/NeverDestroyed.h"
 #include "wickerlane/platform/object/Paths.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/protocol/CoreRows.h"
@@ -39,9 +40,9 @@ struct Options {
 };
 
 const JSON &in(const JSON &event, std::string_view key) {
-    static const JSON none;
+    static NeverDestroyed<const JSON> none;
     const auto found = event.find(key);
-    return found != event.end() ? *found : none;
+    return found != event.end() ? *found : none.get();
 }
 
 std::string textIn(const JSON &event, std::string_view key) {
