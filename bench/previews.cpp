@@ -85,12 +85,12 @@ void waitUntilShown(std::size_t count) {
     while (!listsAll())
         usleep(10'000);
     const ReleaseScope scope;
-    const auto assets = (*reader)->assets();
+    const auto page = (*reader)->page({.limit = 10'000});
     const bool areShown =
-        assets && std::ranges::all_of(*assets, [&](const Ref<ManagedAsset> &each) {
-            const std::string &uuid = each->record().uuid;
-            return each->record().thumbnailIndex != 0 &&
-                   fs::exists((*reader)->paths().thumbnail(uuid, store::ThumbnailSize::small));
+        page && page->records.size() == count &&
+        std::ranges::all_of(page->records, [&](const AssetRecord &each) {
+            return each.thumbnailIndex != 0 &&
+                   fs::exists((*reader)->paths().thumbnail(each.uuid, store::ThumbnailSize::small));
         });
     if (!areShown)
         bench::fail("a photo is listed without a preview");
