@@ -4,6 +4,7 @@
 #include <thread>
 
 #include "Codec.h"
+#include "Holding.h"
 #include "RawSocket.h"
 #include "Service.h"
 #include "tests/support/WaitUntil.h"
@@ -20,45 +21,6 @@ bool isCancelled(MessageValue *value) {
     const auto *error = as<MessageError>(value);
     return error != nullptr && error->errorKind() == 15 && error->text() == "The request was cancelled.";
 }
-
-// Keeps the requests with an odd number until it is told to answer them.
-class Holding {
-public:
-    void take(ReceivedMessage *received) {
-        if (numberOf(received->message()) % 2 == 0)
-            return echo(received);
-        const std::lock_guard lock(mutex);
-        held.emplace_back(received);
-        ++count;
-    }
-    void answerAll() {
-        std::vector<Ref<ReceivedMessage>> answered;
-        {
-            const std::lock_guard lock(mutex);
-            answered.swap(held);
-        }
-        for (const auto &each : answered)
-            echo(each.get());
-    }
-    std::size_t total() {
-        const std::lock_guard lock(mutex);
-        return count;
-    }
-    /// The numbers of those that are cancelled.
-    std::set<std::int64_t> cancelled() {
-        const std::lock_guard lock(mutex);
-        std::set<std::int64_t> numbers;
-        for (const auto &each : held)
-            if (each->isCancelled())
-                numbers.insert(numberOf(each->message()));
-        return numbers;
-    }
-
-private:
-    std::mutex mutex;
-    std::vector<Ref<ReceivedMessage>> held;
-    std::size_t count = 0;
-};
 
 using Reply = std::shared_ptr<std::promise<Ref<MessageValue>>>;
 

@@ -1,7 +1,7 @@
 // Requests that have only so long to be answered.
-#include <mutex>
 #include <thread>
 
+#include "Holding.h"
 #include "Service.h"
 #include "tests/support/WaitUntil.h"
 #include "wickerlane/platform/message/connection/ReplyTimeLimit.h"
@@ -18,36 +18,6 @@ bool isLate(MessageValue *value) {
     return error != nullptr && error->errorKind() == 14 &&
            error->text().find("Ask again") != std::string::npos;
 }
-
-// Keeps the requests with an odd number until it is told to answer them.
-class Holding {
-public:
-    void take(ReceivedMessage *received) {
-        if (numberOf(received->message()) % 2 == 0)
-            return echo(received);
-        const std::lock_guard lock(mutex);
-        held.emplace_back(received);
-        ++count;
-    }
-    void answerAll() {
-        std::vector<Ref<ReceivedMessage>> answered;
-        {
-            const std::lock_guard lock(mutex);
-            answered.swap(held);
-        }
-        for (const auto &each : answered)
-            echo(each.get());
-    }
-    std::size_t total() {
-        const std::lock_guard lock(mutex);
-        return count;
-    }
-
-private:
-    std::mutex mutex;
-    std::vector<Ref<ReceivedMessage>> held;
-    std::size_t count = 0;
-};
 
 Ref<MessageValue> awaitReply(MessageConnection *connection, MessageDictionary *message) {
     std::promise<Ref<MessageValue>> reply;
