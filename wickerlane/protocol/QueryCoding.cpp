@@ -1,13 +1,13 @@
 #include "wickerlane/protocol/QueryCoding.h"
 
 #include <array>
-#include <cmath>
 #include <limits>
 
 #include "wickerlane/platform/object/Array.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/object/String.h"
 #include "wickerlane/protocol/PackedRows.h"
+#include "wickerlane/protocol/PlainValueInternal.h"
 
 namespace wickerlane::protocol {
 
@@ -43,47 +43,7 @@ Ref<Object> objectOf(const std::optional<Value> &value) {
     return value ? objectOf(*value) : nullptr;
 }
 
-bool take(const Object *object, std::string &value) {
-    const auto *text = as<String>(object);
-    if (text == nullptr)
-        return false;
-    value = text->utf8();
-    return true;
-}
-bool take(const Object *object, bool &value) {
-    const auto *number = as<Number>(object);
-    if (number == nullptr || number->kind() != Number::Kind::boolean)
-        return false;
-    value = number->boolValue();
-    return true;
-}
-bool take(const Object *object, double &value) {
-    const auto *number = as<Number>(object);
-    if (number == nullptr || number->kind() == Number::Kind::boolean)
-        return false;
-    value = number->doubleValue();
-    return std::isfinite(value);
-}
-template <std::integral Integer>
-bool take(const Object *object, Integer &value) {
-    const auto *number = as<Number>(object);
-    if (number == nullptr || number->kind() == Number::Kind::boolean || number->kind() == Number::Kind::real)
-        return false;
-    const std::int64_t whole = number->int64Value();
-    value = static_cast<Integer>(whole);
-    return std::in_range<Integer>(whole) && (number->kind() != Number::Kind::unsignedInteger || whole >= 0);
-}
-
-bool take(const Object *object, std::vector<std::string> &texts) {
-    const auto *list = as<Array>(object);
-    if (list == nullptr)
-        return false;
-    texts.reserve(list->count());
-    for (const Object *each : *list)
-        if (!take(each, texts.emplace_back()))
-            return false;
-    return true;
-}
+using protocol::take;
 
 /// The last value of an enumeration; the first is 0.
 constexpr std::uint64_t lastOf(AssetKind) {

@@ -1,7 +1,6 @@
 #include "wickerlane/testing/MadeUpRecords.h"
 
 #include <algorithm>
-#include <concepts>
 #include <cstring>
 #include <stdexcept>
 
@@ -11,6 +10,7 @@
 #include "wickerlane/platform/object/Format.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/object/String.h"
+#include "wickerlane/protocol/PlainValueInternal.h"
 
 namespace wickerlane {
 
@@ -35,44 +35,8 @@ void checkRecord(const Record &record, const char *what) {
         throw std::invalid_argument(std::string(what) + " " + record.uuid + " can't be one: " + fault);
 }
 
-// Each gives false for an object of another type, or a number that does not fit.
+using protocol::take;
 
-bool take(const Object *object, std::string &value) {
-    const auto *text = as<String>(object);
-    if (text != nullptr)
-        value = text->utf8();
-    return text != nullptr;
-}
-bool take(const Object *object, bool &value) {
-    const auto *number = as<Number>(object);
-    if (number == nullptr || number->kind() != Number::Kind::boolean)
-        return false;
-    value = number->boolValue();
-    return true;
-}
-bool take(const Object *object, double &value) {
-    if (const auto *date = as<Date>(object)) {
-        value = date->referenceSeconds();
-        return true;
-    }
-    const auto *number = as<Number>(object);
-    if (number == nullptr || number->kind() == Number::Kind::boolean)
-        return false;
-    value = number->doubleValue();
-    return true;
-}
-template <std::integral Integer>
-bool take(const Object *object, Integer &value) {
-    const auto *number = as<Number>(object);
-    if (number == nullptr || number->kind() == Number::Kind::boolean || number->kind() == Number::Kind::real)
-        return false;
-    if (number->kind() == Number::Kind::unsignedInteger) {
-        value = static_cast<Integer>(number->uint64Value());
-        return std::in_range<Integer>(number->uint64Value());
-    }
-    value = static_cast<Integer>(number->int64Value());
-    return std::in_range<Integer>(number->int64Value());
-}
 bool take(const Object *object, AssetKind &value) {
     std::string name;
     if (!take(object, name) || (name != "photo" && name != "video"))
@@ -91,13 +55,6 @@ template <class Value>
 bool take(const Object *object, std::optional<Value> &value) {
     return take(object, value.emplace());
 }
-bool take(const Object *object, std::vector<std::string> &values) {
-    const auto *array = as<Array>(object);
-    return array != nullptr && array->holdsObjects() &&
-           std::all_of(array->begin(), array->end(),
-                       [&](const Object *each) { return take(each, values.emplace_back()); });
-}
-
 bool takeKeywords(AssetRecord &record, const Object *object) {
     std::vector<std::string> keywords;
     if (!take(object, keywords))
@@ -116,6 +73,16 @@ struct Fact {
 template <class Record, auto member>
 constexpr Fact<Record> fact(std::string_view key) {
     return {key, [](Record &record, const Object *value) { return take(value, record.*member); }};
+}
+/// Of a date, which may be given as one or as a number.
+template <class Record, auto member>
+constexpr Fact<Record> date(std::string_view key) {
+    return {key, [](Record &record, const Object *value) {
+                const auto *given = as<Date>(value);
+                if (given != nullptr)
+                    record.*member = given->referenceSeconds();
+                return given != nullptr || take(value, record.*member);
+            }};
 }
 template <auto member>
 constexpr Fact<AssetRecord> ofAsset(std::string_view key) {
@@ -136,9 +103,9 @@ constexpr Fact<AssetRecord> assetFacts[] = {
     ofAsset<&AssetRecord::width>("width"),
     ofAsset<&AssetRecord::height>("height"),
     ofAsset<&AssetRecord::orientation>("orientation"),
-    ofAsset<&AssetRecord::clockDate>("date"),
-    ofAsset<&AssetRecord::dateCreated>("dateCreated"),
-    ofAsset<&AssetRecord::dateAdded>("dateAdded"),
+    date<AssetRecord, &AssetRecord::clockDate>("date"),
+    date<AssetRecord, &AssetRecord::dateCreated>("dateCreated"),
+    date<AssetRecord, &AssetRecord::dateAdded>("dateAdded"),
     ofAsset<&AssetRecord::zoneMinutes>("zoneMinutes"),
     ofAsset<&AssetRecord::latitude>("latitude"),
     ofAsset<&AssetRecord::longitude>("longitude"),
@@ -165,17 +132,23 @@ constexpr Fact<AlbumRecord> albumFacts[] = {
     fact<AlbumRecord, &AlbumRecord::uuid>("uuid"),
     fact<AlbumRecord, &AlbumRecord::name>("name"),
     fact<AlbumRecord, &AlbumRecord::streamID>("streamID"),
-    fact<AlbumRecord, &AlbumRecord::dateCreated>("dateCreated"),
+    date<AlbumRecord, &AlbumRecord::dateCreated>("dateCreated"),
     fact<AlbumRecord, &AlbumRecord::assetCount>("assetCount"),
 };
 
 constexpr Fact<MomentRecord> momentFacts[] = {
-    ofMoment<&MomentRecord::primaryKey>("number"),     ofMoment<&MomentRecord::list>("listNumber"),
-    ofMoment<&MomentRecord::startDate>("startDate"),   ofMoment<&MomentRecord::endDate>("endDate"),
-    ofMoment<&MomentRecord::assetCount>("assetCount"), ofMoment<&MomentRecord::photoCount>("photoCount"),
-    ofMoment<&MomentRecord::videoCount>("videoCount"), ofMoment<&MomentRecord::latitude>("latitude"),
-    ofMoment<&MomentRecord::longitude>("longitude"),   ofMoment<&MomentRecord::keyAsset>("keyAsset"),
-    ofMoment<&MomentRecord::isAnalyzed>("isAnalyzed"), ofMoment<&MomentRecord::uuids>("uuids"),
+    ofMoment<&MomentRecord::primaryKey>("number"),
+    ofMoment<&MomentRecord::list>("listNumber"),
+    date<MomentRecord, &MomentRecord::startDate>("startDate"),
+    date<MomentRecord, &MomentRecord::endDate>("endDate"),
+    ofMoment<&MomentRecord::assetCount>("assetCount"),
+    ofMoment<&MomentRecord::photoCount>("photoCount"),
+    ofMoment<&MomentRecord::videoCount>("videoCount"),
+    ofMoment<&MomentRecord::latitude>("latitude"),
+    ofMoment<&MomentRecord::longitude>("longitude"),
+    ofMoment<&MomentRecord::keyAsset>("keyAsset"),
+    ofMoment<&MomentRecord::isAnalyzed>("isAnalyzed"),
+    ofMoment<&MomentRecord::uuids>("uuids"),
 };
 
 constexpr Fact<DuplicatesRecord> duplicatesFacts[] = {
