@@ -24,7 +24,7 @@ bool isServedByProgram(int file) {
             std::memcmp(&status.f_fsid, &system.f_fsid, sizeof status.f_fsid) != 0);
 }
 
-/// A descriptor without it may be opened anew with the rights of this process.
+/// The media workers open other descriptors again through /proc, with the rights of this process.
 bool isOpenForReading(int file) {
     const int flags = ::fcntl(file, F_GETFL);
     return flags >= 0 && (flags & O_PATH) == 0 && (flags & O_ACCMODE) != O_WRONLY;

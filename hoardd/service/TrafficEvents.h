@@ -22,7 +22,7 @@ struct TrafficEvent {
 [[nodiscard]] TrafficEvent requestEvent(std::uint64_t number, const ReceivedMessage &message,
                                         const protocol::Row *row, bool isAllowed, bool withTexts);
 
-/// The answer to the request with that number, after so long.
+/// The answer to the request with that number. `time` is how long it took.
 [[nodiscard]] TrafficEvent answerEvent(std::uint64_t number, const MessageDictionary *answer,
                                        const protocol::Row *row, std::chrono::nanoseconds time,
                                        bool withTexts);

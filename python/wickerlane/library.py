@@ -118,8 +118,8 @@ class Library:
         return companions_of(self._session, assets)
 
     def adjust_dates(self, assets: Iterable[Asset], by: datetime.timedelta) -> None:
-        """Moves the dates of 1 to 1000 photos whose camera's clock was wrong by so much, in whole seconds; when that
-        fails, no date has changed."""
+        """Moves the dates of 1 to 1000 photos whose camera's clock was wrong: by `by`, which is whole seconds. When
+        that fails, no date has changed."""
         if by.microseconds != 0:
             raise ValueError('dates are moved by whole seconds')
         with self._session.asking():

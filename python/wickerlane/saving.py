@@ -124,7 +124,7 @@ def companions_of(session: Session, assets: Iterable[Asset]) -> dict[str, Compan
 
 def describe(job: Handle, *, name: str | None, created: datetime.datetime | None, unless_present: bool,
              sidecar: str | os.PathLike[str] | None, companion: str | os.PathLike[str] | None) -> None:
-    """Says what Library.save() was told of a file."""
+    """Sets on a job what the arguments of Library.save() say of the file."""
     if name is not None:
         C.WLSaveJobSetOriginalFilename(job, text_argument(name))
     if created is not None:

@@ -152,7 +152,7 @@ TEST_F(CancelledRequest, ReturnsAtOnceFromADaemonThatStandsStill) {
 namespace wickerlane::hoardd {
 namespace {
 
-/// A request that is cancelled when work has asked so many times.
+/// A request that says that it is cancelled when it has been asked `times` times.
 class CountingRequest final : public ReceivedMessage {
 public:
     explicit CountingRequest(int times) : left(times) {}

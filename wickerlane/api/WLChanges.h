@@ -33,8 +33,8 @@ enum {
 /// borrowed: it is what WLLastError() gives, and null when the daemon has answered. Blocks.
 WL_EXTERN_C WLChanges *WLChangesCreate(const char *token, size_t limit, WLError **error);
 
-/// The same as soon as there are any, without asking again and again: none, with a new token, when there are
-/// none after so many seconds, at most 600. The limit is at least 1. At most 16 such calls of a program wait
+/// The same, but waits for changes if there are none yet: at most `seconds`, which are at most 600. When the
+/// time is over, there are none, and a new token. The limit is at least 1. At most 16 such calls of a program wait
 /// at a time: a further one ends the oldest, without changes and with its token; it is WLErrorBusy if that
 /// has waited for less than a second, or if too many of other programs wait. Blocks. After WLErrorEnding, ask
 /// again with the same token. A time limit (WLError.h) should allow more than `seconds`.

@@ -56,7 +56,7 @@ WL_EXTERN_C const char *WLFeedAssetUUID(const WLFeed *feed, size_t index, size_t
 /// How many bytes of shared assets could be freed; 0 on failure. Blocks.
 WL_EXTERN_C int64_t WLSharedAssetsPurgeableBytes(WLError **error);
 
-/// Frees up to so many bytes of shared assets. How many were freed; 0 on failure. Blocks.
+/// Frees up to `bytes` bytes of shared assets. Returns how many were freed; 0 on failure. Blocks.
 WL_EXTERN_C int64_t WLSharedAssetsPurge(uint64_t bytes, WLError **error);
 
 // People.

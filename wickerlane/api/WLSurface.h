@@ -21,7 +21,7 @@ enum {
     WLPixelsGray = 0x4C303038, ///< One byte of brightness.
 };
 
-/// A surface of so many pixels, all of them zero. Null when a size is 0 or above 65,500, the layout is
+/// A surface of `width` times `height` pixels, all of them zero. Null when a size is 0 or above 65,500, the layout is
 /// unknown, or there is no memory for it.
 WL_EXTERN_C WLSurface *WLSurfaceCreate(uint32_t width, uint32_t height, uint32_t layout);
 

@@ -213,11 +213,12 @@ public:
     [[nodiscard]] std::optional<wickerlane::ChangesPage> changesSinceToken(const std::string &token,
                                                                            std::size_t limit);
 
-    /// awaitChangesSinceToken:limit:seconds: — the same as soon as there are any, without asking again and
-    /// again: hoardd answers with the next commit, or with an empty page and the token after `time`, at most
-    /// 600 seconds. The limit is at least 1. A token that is too old is told of at once. At most 16 such
-    /// requests of a process wait at a time; further ones are `busy`. When hoardd ends meanwhile, the error
-    /// is `ending`: ask again, with the same token. setReplyTimeLimit() should allow more than `time`.
+    /// awaitChangesSinceToken:limit:seconds: — the same, but waits for changes if there are none yet: hoardd
+    /// answers with the next commit, or after `time`, which is at most 600 seconds, with an empty page and
+    /// the token. For a token that is too old the answer comes at once. The limit is at least 1. At most 16
+    /// such requests of a process wait at a time: a further one ends the oldest, with an empty page; it is
+    /// `busy` if that has waited for less than a second. When hoardd ends meanwhile, the error is `ending`:
+    /// ask again, with the same token. setReplyTimeLimit() should allow more than `time`.
     [[nodiscard]] std::optional<wickerlane::ChangesPage>
     awaitChangesSinceToken(const std::string &token, std::size_t limit, std::chrono::seconds time);
     /// The same without blocking. The handler gets the page, or null and an error like that of lastError();

@@ -1,4 +1,4 @@
-// What a scripted daemon was told.
+// The reactions of a scripted daemon, by operation.
 #ifndef WICKERLANE_TESTING_DAEMONSCRIPT_H
 #define WICKERLANE_TESTING_DAEMONSCRIPT_H
 

@@ -70,7 +70,7 @@ public:
         return *this;
     }
 
-    /// It comes so much later. Other requests don't wait for it.
+    /// It comes after `delay`. Other requests don't wait for it.
     ScriptedReaction &after(std::chrono::nanoseconds delay);
     /// It comes when ScriptedDaemon::release() is called; never if it isn't.
     ScriptedReaction &whenReleased();
