@@ -34,7 +34,7 @@ constexpr const char *exitCodes = R"(Exit codes:
   7  the library was made by a newer version
   8  something else works on the library; try again later
   9  the daemon did not answer in the time that --timeout allows
-  130  Ctrl-C ended what goes on until then
+  130  Ctrl-C ended `changes --follow`, or work of the daemon that the command waited for
 
 For help with a subcommand: wickerlane import --help)";
 

@@ -10,7 +10,6 @@ static bool mayPass(const WLError *error) {
     switch (WLErrorCode(error)) {
     case WLErrorBusy:
     case WLErrorEnding:
-    case WLErrorUnreachable:
     case WLErrorQueueFull:
     case WLErrorTimedOut:
         return true;

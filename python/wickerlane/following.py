@@ -33,7 +33,7 @@ class Change:
     date: datetime.datetime
     """When, in UTC."""
     number: int
-    """Ascends with each change, and is never used again."""
+    """Ascends with each change, and is given again only after an older store was put back."""
 
 
 @dataclasses.dataclass(frozen=True, slots=True)
