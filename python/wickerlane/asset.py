@@ -295,7 +295,7 @@ class Asset:
             return Edit(known(string(C.WLURLPath(file))), mapping_of(properties.value) if properties.value else {})
 
     def delete(self) -> None:
-        """Moves the asset to the trash, from where it can be had again for 30 days."""
+        """Moves the asset to the trash, from where it can be restored for 30 days."""
         with self._session.asking():
             ask(C.WLAssetDelete, self.handle)
 

@@ -18,8 +18,7 @@ CHANGE_KINDS: tuple[ChangeKind, ...] = ('added', 'changed', 'removed')
 
 _MOST_AT_ONCE = 1000
 
-# For how long the daemon may wait before it answers that nothing has changed. A wait that nothing needs any more, and
-# that can't be taken back, ends by then.
+# How long the daemon may wait before it answers that nothing has changed. A wait that was given up still ends by then.
 _SECONDS = 30
 
 

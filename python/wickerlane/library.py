@@ -34,8 +34,8 @@ class Library:
 
     def __init__(self, *, time_limit: float | None = None) -> None:
         """`time_limit` is how many seconds each request may take, of this object and all that it gives; a late one
-        raises TimedOut. None is without a limit. An interrupt from the keyboard ends the waits of follow(), of save_all()
-        and of count() without filters or by kind alone; others go on until the daemon has answered."""
+        raises TimedOut. None is without a limit. An interrupt from the keyboard ends the waits of follow(), of
+        save_all() and of count() without filters or by kind alone; others go on until the daemon has answered."""
         self._session = Session(time_limit)
 
     def __enter__(self) -> Self:

@@ -8,7 +8,8 @@ from typing import Union
 from . import dates
 from .native import C, Handle, array, known, string, text_argument
 
-Value = Union[str, bool, int, float, bytes, bytearray, memoryview, datetime.datetime, Sequence['Value'], Mapping[str, 'Value']]
+Value = Union[str, bool, int, float, bytes, bytearray, memoryview, datetime.datetime, Sequence['Value'],
+              Mapping[str, 'Value']]
 """What a property list can hold. Numbers that come back are equal to those that were given: a boolean is 1 or 0."""
 
 

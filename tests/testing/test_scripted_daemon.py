@@ -66,7 +66,7 @@ def test_each_kind_of_failure(scripted_daemon: ScriptedDaemon) -> None:
         scripted_daemon.refuse_access(False)
         scripted_daemon.answer('albums', delay=0.01)
         assert library.albums() == []
-        with pytest.raises(Failed, match='not told what to answer to "assetsMatchingQuery:"'):
+        with pytest.raises(Failed, match='the scripted daemon has no answer to "assetsMatchingQuery:"'):
             list(library.assets())
         scripted_daemon.fail(None, NotFound)
         with pytest.raises(NotFound):

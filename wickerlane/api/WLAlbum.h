@@ -1,7 +1,7 @@
 // Albums of the library. WLAssetQuerySetAlbum() asks for the assets of one.
 //
-// An album is immutable: it stays as it was when the daemon was asked. Any number of threads may use it. All
-// that is had from it lives as long as the album.
+// An album is immutable: it stays as it was when the daemon was asked. Any number of threads may use it. What
+// it gives lives as long as it does.
 #ifndef WICKERLANE_API_WLALBUM_H
 #define WICKERLANE_API_WLALBUM_H
 
@@ -44,8 +44,7 @@ WL_EXTERN_C WLURL *WLAlbumURL(const WLAlbum *album);
 WL_EXTERN_C WLURL *WLAlbumObjectID(const WLAlbum *album);
 
 // Changes. Each names an album by its UUID. They return false, or null, on failure, and `error` is as above;
-// a text that is null or not UTF-8 is WLErrorInvalid. An album that was had before stays as it was. All
-// block.
+// a text that is null or not UTF-8 is WLErrorInvalid. Album objects stay as they were. All block.
 
 /// Makes an album. Its UUID, borrowed; null on failure: WLErrorExists when there is one of that name.
 WL_EXTERN_C WLString *WLAlbumAdd(const char *name, WLError **error);
@@ -73,7 +72,7 @@ WL_EXTERN_C void WLAlbumAddAssetWithHandler(const char *uuid, const WLAsset *ass
 /// are ignored. The assets stay in the library.
 WL_EXTERN_C bool WLAlbumRemoveAssets(const char *uuid, WLArray *assets, WLError **error);
 
-// Two that send what they have to say, and return at once.
+// These two only send, and return at once.
 
 /// Deletes an album if it is empty. Null is ignored.
 WL_EXTERN_C void WLAlbumDeleteIfEmpty(const WLAlbum *album);

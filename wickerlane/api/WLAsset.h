@@ -1,8 +1,8 @@
 // Assets of the library, as pages of queries hold them (WLAssetQuery.h), and what is known of them.
 //
-// An asset is immutable: it stays as it was when the daemon was asked. Any number of threads may use it. All
-// that is had from it lives as long as the asset, where a comment does not say otherwise. None of these
-// functions waits for the daemon.
+// An asset is immutable: it stays as it was when the daemon was asked. Any number of threads may use it. What
+// it gives lives as long as it does, where a comment does not say otherwise. None of these functions waits
+// for the daemon.
 //
 // A fact that may be unknown is returned through a pointer: the function returns whether it is known, and
 // stores 0 when it is not. The pointer may be null. Facts that the query did not ask for are unknown, empty,

@@ -56,13 +56,13 @@ void WLAssetShowInCameraPreview(const WLAsset *asset) {
     sharedClient()->updateCameraPreviewWellImage(asset);
 }
 
-bool WLAssetsMakeThumbnails(WLArray *assets, bool isForced, bool hasNewIndex, WLError **error) {
-    return waitFor(&JXGatekeeperClient::updateThumbnailsForPhotos, error, assets, true, hasNewIndex,
+bool WLAssetsMakeThumbnails(WLArray *assets, bool isForced, bool assignsNewIndex, WLError **error) {
+    return waitFor(&JXGatekeeperClient::updateThumbnailsForPhotos, error, assets, true, assignsNewIndex,
                    isForced);
 }
 
-void WLAssetsMakeThumbnailsInBackground(WLArray *assets, bool isForced, bool hasNewIndex) {
-    sharedClient()->updateThumbnailsForPhotos(assets, false, hasNewIndex, isForced);
+void WLAssetsMakeThumbnailsInBackground(WLArray *assets, bool isForced, bool assignsNewIndex) {
+    sharedClient()->updateThumbnailsForPhotos(assets, false, assignsNewIndex, isForced);
 }
 
 bool WLThumbnailsRebuild(WLError **error) {

@@ -31,21 +31,23 @@ WL_EXTERN_C void WLAssetRequestPicture(const WLAsset *asset, int picture,
                                        void (*handler)(void *context, WLData *data, WLError *error),
                                        void *context, WLReleaseContext release);
 
-/// Asks for an asset that may not be on this device: for its thumbnails too, before other work of this
-/// program, and to keep its larger thumbnail for a day at least. Returns at once. A null asset is ignored.
+/// Asks for an asset that may not be on this device. `withThumbnail`: its thumbnails too. `isUrgent`: before
+/// other work of this program. `isKept`: keeps its larger thumbnail for at least a day. Returns at once; a
+/// null asset is ignored.
 WL_EXTERN_C void WLAssetDownload(const WLAsset *asset, bool withThumbnail, bool isUrgent, bool isKept);
 
 /// Shows an asset in the preview well of the camera; null clears it. Returns at once.
 WL_EXTERN_C void WLAssetShowInCameraPreview(const WLAsset *asset);
 
-// Thumbnails. `assets` holds WLAsset objects; others are ignored. `isForced` makes those again that there
-// are, and `hasNewIndex` gives each a new index.
+// Thumbnails. `assets` holds WLAsset objects; others are ignored. `isForced` also makes existing ones again;
+// `assignsNewIndex` gives each asset a new thumbnail index.
 
 /// Makes the missing ones. False on failure. Blocks until they are made.
-WL_EXTERN_C bool WLAssetsMakeThumbnails(WLArray *assets, bool isForced, bool hasNewIndex, WLError **error);
+WL_EXTERN_C bool WLAssetsMakeThumbnails(WLArray *assets, bool isForced, bool assignsNewIndex,
+                                        WLError **error);
 
 /// The same without waiting for it.
-WL_EXTERN_C void WLAssetsMakeThumbnailsInBackground(WLArray *assets, bool isForced, bool hasNewIndex);
+WL_EXTERN_C void WLAssetsMakeThumbnailsInBackground(WLArray *assets, bool isForced, bool assignsNewIndex);
 
 /// Makes all thumbnails of the library again, which takes long. False on failure. Blocks.
 WL_EXTERN_C bool WLThumbnailsRebuild(WLError **error);

@@ -19,11 +19,11 @@ WL_EXTERN_C WLCancellation *WLCancellationCreate(void);
 /// with a handler or without. Handlers run on other threads, with cancellations of their own.
 WL_EXTERN_C void WLSetCancellationOfThread(WLCancellation *cancellation);
 
-/// For good. Functions that wait return at once, on any thread, as they do without a daemon, and
-/// WLLastError() is then WLErrorCancelled; handlers get that error. Later calls that belong to it fail with
-/// it at once. The daemon does not begin what it has not begun, and stops long work at its next step; what it
-/// has done by then stays. Does not wait for it. Functions that only send are not concerned. A second call,
-/// and null, do nothing.
+/// Cancels, permanently, all calls that belong to it. Functions that wait return at once, on any thread, as
+/// they do without a daemon, and WLLastError() is then WLErrorCancelled; handlers get that error. Later calls
+/// that belong to it fail with it at once. The daemon does not begin what it has not begun, and stops long
+/// work at its next step; what it has done by then stays. Does not wait for it. Functions that only send are
+/// not concerned. A second call, and null, do nothing.
 WL_EXTERN_C void WLCancel(WLCancellation *cancellation);
 
 /// False for null.

@@ -5,8 +5,8 @@
 //     for (size_t i = 0; i < WLChangesCount(changes); ++i)
 //         puts(WLChangesUUID(changes, i));
 //
-// Changes are immutable, and any number of threads may use them. All that is had from them lives as long as
-// they do.
+// Changes are immutable, and any number of threads may use them. Texts that they give live as long as they
+// do.
 #ifndef WICKERLANE_API_WLCHANGES_H
 #define WICKERLANE_API_WLCHANGES_H
 
@@ -34,10 +34,10 @@ enum {
 WL_EXTERN_C WLChanges *WLChangesCreate(const char *token, size_t limit, WLError **error);
 
 /// The same, but waits for changes if there are none yet: at most `seconds`, which are at most 600. When the
-/// time is over, there are none, and a new token. The limit is at least 1. At most 16 such calls of a program wait
-/// at a time: a further one ends the oldest, without changes and with its token; it is WLErrorBusy if that
-/// has waited for less than a second, or if too many of other programs wait. Blocks. After WLErrorEnding, ask
-/// again with the same token. A time limit (WLError.h) should allow more than `seconds`.
+/// time is over, there are none, and a new token. The limit is at least 1. At most 16 such calls of a program
+/// wait at a time: a further one ends the oldest, without changes and with its token; it is WLErrorBusy if
+/// that has waited for less than a second, or if too many of other programs wait. Blocks. After
+/// WLErrorEnding, ask again with the same token. A time limit (WLError.h) should allow more than `seconds`.
 WL_EXTERN_C WLChanges *WLChangesCreateWhenAny(const char *token, size_t limit, int64_t seconds,
                                               WLError **error);
 

@@ -1,8 +1,8 @@
 // Companions: second files of the shots that assets are, such as the raw file of a picture or the short video
 // that was taken with it. WLSaveJobSetCompanion() saves one.
 //
-// Companions are immutable, and any number of threads may use them. All that is had from them lives as long
-// as they do.
+// Companions are immutable, and any number of threads may use them. Texts that they give live as long as
+// they do.
 #ifndef WICKERLANE_API_WLCOMPANION_H
 #define WICKERLANE_API_WLCOMPANION_H
 

@@ -16,8 +16,8 @@ WL_EXTERN_C bool WLHasAccess(WLError **error);
 /// returns at once.
 WL_EXTERN_C void WLLaunchDaemon(void);
 
-/// Blocks until all that this program has sent has left it: before it ends, after a function that says that
-/// it sends.
+/// Blocks until everything that this program sent has left it. Call it before the program ends, if its last
+/// functions only send.
 WL_EXTERN_C void WLWaitUntilSent(void);
 
 #endif

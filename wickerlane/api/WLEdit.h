@@ -29,9 +29,9 @@ WL_EXTERN_C void WLAssetSetExternalUsageIntentWithHandler(const WLAsset *asset, 
                                                           WLDoneHandler handler, void *context,
                                                           WLReleaseContext release);
 
-/// The file of the edited version of an asset, borrowed; null without an error when it has none. In
-/// `properties`, which may be null, is stored what its editor said of it, borrowed; null when that is
-/// nothing. Blocks.
+/// The file of the edited version of an asset, borrowed; null without an error when it has none. Stores in
+/// `properties`, which may be null, what its editor recorded, borrowed; null when it recorded nothing.
+/// Blocks.
 WL_EXTERN_C WLURL *WLAssetGetEdit(const WLAsset *asset, WLDictionary **properties, WLError **error);
 
 #endif

@@ -2,8 +2,8 @@
 //
 // A function that returns bool and takes an error waits for the daemon, and returns false on failure. `error`
 // may be null; what is stored there is borrowed: it is what WLLastError() gives, and null when the daemon has
-// done it. A function without a result sends what it has to say, and returns at once; what the daemon can't
-// do is in its log.
+// done it. A function without a result only sends its request, and returns at once; the daemon logs what it
+// can't do.
 #ifndef WICKERLANE_API_WLLIBRARY_H
 #define WICKERLANE_API_WLLIBRARY_H
 

@@ -1,8 +1,8 @@
 // What the daemon has found out about the assets: moments, and groups of duplicates. Both come in pages.
 //
 // Pages, moments and groups are immutable: they stay as they were when the daemon was asked. Any number of
-// threads may use one. Moments and groups live as long as their page; WLRetain() keeps one longer. All that
-// is had from one lives as long as it does.
+// threads may use one. Moments and groups live as long as their page; WLRetain() keeps one longer. Texts
+// that they give live as long as they do.
 //
 // The `error` of the functions that wait for the daemon may be null. What is stored there is borrowed; it is
 // what WLLastError() gives, and null when the daemon has answered.
@@ -72,8 +72,8 @@ WL_EXTERN_C uint64_t WLMomentVideoCount(const WLMoment *moment);
 /// The UUID of the asset that stands for it; null when it has none.
 WL_EXTERN_C const char *WLMomentKeyAsset(const WLMoment *moment);
 
-// Lists of moments that belong together: a journey, a time at home. What is had by an index, which counts
-// from 0, is 0 or null when there is none.
+// Lists of moments that belong together: a journey, a time at home. Functions that take an index, which
+// counts from 0, give 0 or null when nothing is there.
 
 /// Asks for all lists, the earliest first. Null on failure, and only then. Blocks.
 WL_EXTERN_C WLMomentLists *WLMomentListsCreate(WLError **error);

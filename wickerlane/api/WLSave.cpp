@@ -74,7 +74,7 @@ void saveAll(void (JXGatekeeperClient::*save)(Array *, ResultsHandler), const WL
     (sharedClient()->*save)(entries.get(), answered);
 }
 
-/// hoardd gives no kind, the client one for a request that has failed.
+/// Only the client sets a kind, for a request that failed; hoardd's refusals have none.
 ProblemKind kindOfRefusal(const Dictionary &result) {
     const auto *kind = result.get<Number>(jobResult::requestErrorKind);
     return kind != nullptr ? static_cast<ProblemKind>(kind->int64Value()) : ProblemKind::failed;

@@ -2,8 +2,8 @@
 //
 // The `error` of the functions that wait for the daemon may be null; what is stored there is borrowed: it is
 // what WLLastError() gives, and null when the daemon has answered. A text that is null or not UTF-8 is
-// WLErrorInvalid. A function without a result sends what it has to say, and returns at once; what the daemon
-// can't do is in its log.
+// WLErrorInvalid. A function without a result only sends its request, and returns at once; the daemon logs
+// what it can't do.
 #ifndef WICKERLANE_API_WLSHARING_H
 #define WICKERLANE_API_WLSHARING_H
 
@@ -28,9 +28,9 @@ WL_EXTERN_C void WLStreamsUpdateLimits(void);
 /// Makes the feed of shared albums again. False on failure. Blocks.
 WL_EXTERN_C bool WLFeedRebuild(WLError **error);
 
-// The feed: what came into shared albums. It is immutable; any number of threads may use it, and all that is
-// had from it lives as long as it does. What is had by an index, which counts from 0, is 0 or null when there
-// is none.
+// The feed: what came into shared albums. It is immutable; any number of threads may use it, and texts that
+// it gives live as long as it does. Functions that take an index, which counts from 0, give 0 or null when
+// nothing is there.
 
 /// Asks for it. Null on failure, and only then. Blocks.
 WL_EXTERN_C WLFeed *WLFeedCreate(WLError **error);

@@ -21,8 +21,8 @@ enum {
     WLPixelsGray = 0x4C303038, ///< One byte of brightness.
 };
 
-/// A surface of `width` times `height` pixels, all of them zero. Null when a size is 0 or above 65,500, the layout is
-/// unknown, or there is no memory for it.
+/// A surface of `width` times `height` pixels, all of them zero. Null when a size is 0 or above 65,500, the
+/// layout is unknown, or there is no memory for it.
 WL_EXTERN_C WLSurface *WLSurfaceCreate(uint32_t width, uint32_t height, uint32_t layout);
 
 // Null or 0 for null.
@@ -33,8 +33,8 @@ WL_EXTERN_C uint32_t WLSurfaceHeight(const WLSurface *surface);
 /// How many bytes a row has: at least those of its pixels.
 WL_EXTERN_C size_t WLSurfaceBytesPerRow(const WLSurface *surface);
 
-/// The pixels to be filled, row after row, the upper one first; they live as long as the surface. Null once
-/// the surface was sent: what was had before must not be written to then, which ends the program.
+/// The pixels to be filled, row after row, the upper one first; they live as long as the surface. Null after
+/// the surface was sent; writing through an earlier pointer then ends the program.
 WL_EXTERN_C void *WLSurfaceWritableBytes(WLSurface *surface);
 
 /// The pixels to be read, as long as the surface lives.

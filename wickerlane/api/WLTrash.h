@@ -1,4 +1,4 @@
-// Deleting assets, and having them again.
+// Deleting and restoring assets.
 //
 // An asset that is in the trash is no longer among the assets: it is named by its persistent URL, which
 // WLAssetURL() gives while it is there. All functions need the right to delete (WLErrorRefused). The `error`
@@ -20,7 +20,7 @@ using WLTrashPage = wickerlane::TrashPageObject;
 typedef struct WLTrashPage WLTrashPage;
 #endif
 
-/// Moves an asset to the trash, from where it can be had again for 30 days. False on failure. Blocks.
+/// Moves an asset to the trash, from where it can be restored for 30 days. False on failure. Blocks.
 WL_EXTERN_C bool WLAssetDelete(const WLAsset *asset, WLError **error);
 WL_EXTERN_C void WLAssetDeleteWithHandler(const WLAsset *asset, WLDoneHandler handler, void *context,
                                           WLReleaseContext release);

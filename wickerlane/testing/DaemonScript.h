@@ -2,7 +2,6 @@
 #ifndef WICKERLANE_TESTING_DAEMONSCRIPT_H
 #define WICKERLANE_TESTING_DAEMONSCRIPT_H
 
-#include <functional>
 #include <map>
 #include <optional>
 #include <string>

@@ -54,14 +54,13 @@ void waitForReaderThread() {
     }
 }
 
-/// What is done about an operation that nothing was said of.
+/// What is done about an operation without a script.
 ScriptedReaction usualReaction(const Row &row) {
     const std::string_view name = row.name;
     if (name == protocol::requestAccess.name || name == protocol::launchHoardd.name)
         return ScriptedReaction::answer();
     return ScriptedReaction::failure(ProblemKind::failed,
-                                     "the scripted daemon was not told what to answer to \"" +
-                                         std::string(name) + "\"");
+                                     "the scripted daemon has no answer to \"" + std::string(name) + "\"");
 }
 
 } // namespace
@@ -221,15 +220,15 @@ void ScriptedDaemon::Core::requestCame(ReceivedMessage *message) {
 }
 
 ScriptedReaction ScriptedDaemon::Core::reactionTo(const ScriptedRequest &request, const Row &row) {
-    std::optional<ScriptedReaction> told;
+    std::optional<ScriptedReaction> scripted;
     {
         const MutexLock lock(mutex);
-        told = script.next(request.operation);
+        scripted = script.next(request.operation);
         if (isRefusing && request.operation != protocol::launchHoardd.name)
-            told = ScriptedReaction::failure(ProblemKind::refused,
-                                             "this program was denied access to the photo library");
+            scripted = ScriptedReaction::failure(ProblemKind::refused,
+                                                 "this program was denied access to the photo library");
     }
-    ScriptedReaction reaction = told ? std::move(*told) : usualReaction(row);
+    ScriptedReaction reaction = scripted ? std::move(*scripted) : usualReaction(row);
     try {
         while (const auto *function = std::get_if<reaction::Function>(&reaction.body->what)) {
             const Ref<const ReactionBody> kept(reaction.body.get());
@@ -260,8 +259,8 @@ void ScriptedDaemon::Core::perform(const Waiting &waiting) {
     if (std::holds_alternative<reaction::Death>(what.what))
         return die();
     reaction::Failure failure{ProblemKind::failed, {}};
-    if (const auto *told = std::get_if<reaction::Failure>(&what.what)) {
-        failure = *told;
+    if (const auto *given = std::get_if<reaction::Failure>(&what.what)) {
+        failure = *given;
     } else {
         try {
             const auto &answer = std::get<reaction::Answer>(what.what);

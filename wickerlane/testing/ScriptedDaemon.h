@@ -57,7 +57,7 @@ public:
     void onNth(std::size_t number, const protocol::Row &operation, ScriptedReaction reaction) {
         onNth(number, std::string_view(operation.name), std::move(reaction));
     }
-    /// Each request that nothing else was said of. An answer must be without values.
+    /// Each request of an operation without a script. An answer must be without values.
     void onAllElse(ScriptedReaction reaction);
 
     /// While it is true, this program has no access to the library, whatever else was said.

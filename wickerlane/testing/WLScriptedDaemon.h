@@ -5,8 +5,8 @@
 // this process and those that it starts. Start it before the process has asked a daemon, or after the one
 // that it has asked has ended, and while no other thread uses the environment. There is one at a time.
 //
-// Operations are named as WLScriptedOperationsCreate() lists them: "assetsMatchingQuery:". One of which
-// nothing was said is answered with an error that names it, except for two: access is granted, and a request
+// Operations are named as WLScriptedOperationsCreate() lists them: "assetsMatchingQuery:". An operation
+// without a script is answered with an error that names it, except for two: access is granted, and a request
 // to start the daemon finds it running.
 //
 // The conventions of WLTypes.h hold, but the daemon is no object: WLScriptedDaemonEnd() ends it. No daemon
@@ -31,7 +31,7 @@ WL_EXTERN_C const char *WLScriptedDaemonRoot(const WLScriptedDaemon *daemon);
 
 // What is to be done about requests of an operation from now on: about each of them when `number` is 0, in
 // place of what was said before; else about that one alone, counted from the next, which is 1. A null
-// `operation` stands for all of which nothing else was said, and takes no number. It is done after `delay`
+// `operation` stands for all operations without a script, and takes no number. It is done after `delay`
 // seconds, while other requests are served; when the delay is negative, once WLScriptedDaemonRelease() is
 // called. False, and WLErrorInvalid, when no daemon could do that.
 

@@ -39,11 +39,11 @@ class ScriptedDaemon:
     raised when there is another one, and when this process is connected to a daemon: a test never reaches the user's
     own library.
 
-    An operation of which nothing was said is answered with an error that names it; but access is granted. All
-    functions raise ValueError for what no daemon could do, such as an answer with a key that the operation's reply
-    does not have. Each of those that say what is to be done takes
+    An operation without a script is answered with an error that names it; but access is granted. All functions raise
+    ValueError for what no daemon could do, such as an answer with a key that the operation's reply does not have. Each
+    of those that say what is to be done takes
 
-    operation -- its name, one of operations(); None for all of which nothing else was said
+    operation -- its name, one of operations(); None for all operations without a script
     nth -- which request it is about, counted from the next, which is 1; without it, each
     delay -- after how many seconds it is done; other requests don't wait
     held -- done when release() is called"""
@@ -87,7 +87,8 @@ class ScriptedDaemon:
              nth: int | None = None, delay: float = 0, held: bool = False) -> None:
         """The daemon says no, so that the error is raised. Operations whose reply has 'success', see operations(),
         have no room for a reason: Failed is raised with a text of the library's, or Refused for that when the reply
-        also has 'hasEntitlement'. No daemon says Unreachable, TimedOut or Cancelled: use stop() or die(), or `held` with a time limit."""
+        also has 'hasEntitlement'. No daemon says Unreachable, TimedOut or Cancelled: use stop() or die(), or `held`
+        with a time limit."""
         _call(T.WLScriptedDaemonFail, self._running(), *_when(operation, nth, delay, held), error.code,
               text_argument(text))
 
