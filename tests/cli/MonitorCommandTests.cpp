@@ -79,7 +79,8 @@ TEST_F(Monitor, AReplayFindsWhatIsAnsweredDifferently) {
 
     const std::string other = (folder / "other").string();
     ASSERT_EQ(run({"--root", other, "count"}).exitCode, 0);
-    EXPECT_NE(run({"--root", other, "monitor", "--replay", recording}).exitCode, 0) << "there is no terminal to ask";
+    EXPECT_NE(run({"--root", other, "monitor", "--replay", recording}).exitCode, 0)
+        << "there is no terminal to ask";
     const CommandResult first = run({"--root", other, "monitor", "--replay", recording, "--yes"});
     EXPECT_NE(first.output.find("requests sent"), std::string::npos) << first;
     EXPECT_FALSE(run({"--root", other, "album", "list", "--json"}).json().empty());
