@@ -339,6 +339,11 @@ TEST_F(Queries, GiveChangesWithoutAGapOrSayThatThereIsOne) {
     EXPECT_EQ(since("3", 100).changes.size(), 2U) << "by number";
     EXPECT_TRUE(since(since("", 0).token, 100).changes.empty()) << "from now on";
 
+    execute("UPDATE zchange SET assetuuid = 'damaged' WHERE pk = 2");
+    const ChangesPage besideDamage = since(beginning, 3);
+    EXPECT_EQ(besideDamage.changes.size(), 2U);
+    EXPECT_EQ(besideDamage.token, first.token) << "a damaged row costs none of those behind it";
+
     execute("DELETE FROM zchange WHERE pk <= 3"); // as when there are too many
     const struct {
         const char *subject;

@@ -72,19 +72,15 @@ Result<std::string> identityOf(sqlite::Database &database, const std::string &pa
     return **uuid;
 }
 
-/// At most `limit` changes with higher numbers than `since`. One whose UUID is none is left out.
+/// At most `limit` changes with higher numbers than `since`, damaged ones among them.
 Result<std::vector<AssetChange>> readChanges(sqlite::Database &database, std::int64_t since,
                                              std::int64_t limit) {
-    auto changes =
-        database.prepare("SELECT pk, date, what, assetuuid FROM zchange WHERE pk > ? ORDER BY pk LIMIT ?")
-            .bind(since, limit)
-            .all([](const sqlite::Statement &row) {
-                return AssetChange{row.integer(0), row.real(1),
-                                   static_cast<AssetChange::What>(row.integer(2)), std::string(row.text(3))};
-            });
-    if (changes)
-        std::erase_if(*changes, [](const AssetChange &each) { return !isUUID(each.uuid); });
-    return changes;
+    return database.prepare("SELECT pk, date, what, assetuuid FROM zchange WHERE pk > ? ORDER BY pk LIMIT ?")
+        .bind(since, limit)
+        .all([](const sqlite::Statement &row) {
+            return AssetChange{row.integer(0), row.real(1), static_cast<AssetChange::What>(row.integer(2)),
+                               std::string(row.text(3))};
+        });
 }
 
 /// The first moment of the day or month of a date.
@@ -469,6 +465,7 @@ Result<ChangesPage> StoreReader::changesSince(std::string_view token, std::size_
             return passOn(changes);
         page.changes = *std::move(changes);
         reached = page.changes.size() < limit ? *last : page.changes.back().number;
+        std::erase_if(page.changes, [](const AssetChange &each) { return !isUUID(each.uuid); });
     }
     page.isLast = reached == *last;
     page.token = cursorText(reached, origin);
