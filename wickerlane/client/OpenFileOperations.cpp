@@ -64,8 +64,8 @@ public:
 
     void begin() {
         // At least one, so that it is hoardd that answers.
-        sendNext();
-        for (std::size_t i = 1; i < requestsAtOnce && sendNextIfAny(); ++i) {
+        sendNext(true);
+        for (std::size_t i = 1; i < requestsAtOnce && sendNext(false); ++i) {
         }
     }
 
@@ -77,20 +77,14 @@ private:
     };
     static constexpr std::size_t requestsAtOnce = 8;
 
-    bool sendNextIfAny() {
-        {
-            const MutexLock lock(mutex);
-            if (first >= jobs->count())
-                return false;
-        }
-        sendNext();
-        return true;
-    }
-    void sendNext() {
+    /// Whether there were jobs to send, or an empty request was to be sent.
+    bool sendNext(bool evenIfNone) {
         OpenJobs next;
         std::size_t number = 0;
         {
             const MutexLock lock(mutex);
+            if (first >= jobs->count() && !evenIfNone)
+                return false;
             next = nextOf(*jobs, first);
             number = parts.size();
             parts.push_back({next.jobs->count()});
@@ -102,6 +96,7 @@ private:
         request.sendWithReply(
             connection.get(), queue,
             [self = shared_from_this(), number](const Reply &reply) { self->receive(number, reply); });
+        return true;
     }
     void receive(std::size_t number, const Reply &reply) {
         {
@@ -111,7 +106,7 @@ private:
             else
                 parts[number].error = Ref<Error>(reply.requestError());
         }
-        static_cast<void>(sendNextIfAny());
+        static_cast<void>(sendNext(false));
         {
             const MutexLock lock(mutex);
             if (--unanswered != 0)
