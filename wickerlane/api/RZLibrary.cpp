@@ -54,8 +54,9 @@ WLNumber *RZRegisterForPhotosAndVideosCount(void (*handler)(void *), void *conte
     Handler<void(NotificationToken)> notified;
     if (auto called = handlerOf(handler, context, release))
         notified = [called = std::move(called)](NotificationToken) { called(); };
+    // Kept until the status is read: what releases the context may set another.
     const NotificationToken token =
-        registerNotification(RZPhotosAndVideosCountNotificationName, queue, std::move(notified));
+        registerNotification(RZPhotosAndVideosCountNotificationName, queue, notified);
     if (token == 0) {
         consoleLog("registerNotification() failed for RZRegisterForPhotosAndVideosCount(). (%d)", errno);
         return nullptr;

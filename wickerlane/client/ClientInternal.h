@@ -15,7 +15,7 @@ namespace wickerlane::client {
 /// An error in WickerlaneErrorDomain without user information, borrowed.
 [[nodiscard]] Error *errorWithCode(std::int64_t code);
 
-/// The UUIDs of the Photos in an array (may be null), borrowed.
+/// The UUIDs of the Photos in an array, borrowed; null for a null one.
 [[nodiscard]] Array *uuidsOf(const Array *photos);
 
 } // namespace wickerlane::client

@@ -36,8 +36,10 @@ Error *errorWithCode(std::int64_t code) {
 }
 
 Array *uuidsOf(const Array *photos) {
+    if (photos == nullptr)
+        return nullptr;
     auto uuids = MutableArray::create();
-    for (std::size_t i = 0; photos != nullptr && i < photos->count(); ++i)
+    for (std::size_t i = 0; i < photos->count(); ++i)
         if (const auto *photo = dynamic_cast<const Photo *>(photos->at(i)); photo != nullptr && photo->uuid())
             uuids->append(photo->uuid());
     return autorelease(std::move(uuids));

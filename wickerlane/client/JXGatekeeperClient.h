@@ -7,9 +7,10 @@
 // Conventions of all operations:
 //  - Threads. Operations may be called from any thread. One that returns a value, or whose comment says
 //    "Blocks", returns when hoardd has answered. The others return at once.
-//  - Handlers. A handler runs once, never on the caller's thread. It runs on replyQueue() unless its
-//    operation says otherwise, inside a release scope. Its arguments are borrowed until it returns. A null
-//    handler is allowed only where the operation says so; elsewhere it stops the process.
+//  - Handlers. A handler runs once, never on the caller's thread while the system has a thread left. It runs
+//    on replyQueue() unless its operation says otherwise, inside a release scope. Its arguments are borrowed
+//    until it returns. A null handler is allowed only where the operation says so; elsewhere it stops the
+//    process.
 //  - Ownership. Objects that an operation returns are borrowed: they live until the caller's current release
 //    scope ends. Arguments are retained as long as the operation needs them. They must not change meanwhile.
 //  - Null arguments. A value that is null is left out of the request, unless its operation says otherwise.
