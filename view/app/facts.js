@@ -1,0 +1,81 @@
+// The panel of facts beside a large picture, and what can be set there.
+
+import {el, icon, iconButton} from './dom.js';
+import {bytes, moment, number, place, t} from './texts.js';
+
+function exposure({exposureSeconds, aperture, isoSpeed, focalLength}) {
+    const parts = [];
+    if (exposureSeconds > 0)
+        parts.push(exposureSeconds < 0.3 ? `1/${number(Math.round(1 / exposureSeconds))} s` : `${number(exposureSeconds)} s`);
+    if (aperture)
+        parts.push(`f/${number(aperture)}`);
+    if (isoSpeed)
+        parts.push(`ISO ${isoSpeed}`);
+    if (focalLength)
+        parts.push(`${number(focalLength)} mm`);
+    // Left-to-right in every language.
+    return parts.length ? `\u2066${parts.join('   ')}\u2069` : '';
+}
+
+function fact(name, ...content) {
+    return content.some(Boolean) ? el('div', {class: 'fact'}, el('dt', {}, name), el('dd', {}, ...content)) : null;
+}
+
+function rating(asset, isFixed, onSet) {
+    const chosen = asset.rating ?? 0;
+    const stars = [1, 2, 3, 4, 5].map((stars) => {
+        const input = el('input', {type: 'radio', name: 'rating', value: stars, disabled: isFixed,
+                                   'aria-label': t('rating.stars', {n: stars})});
+        input.checked = chosen === stars;
+        input.addEventListener('change', () => onSet(stars));
+        return el('label', {class: stars <= chosen ? 'star lit' : 'star'}, input, icon('star'));
+    });
+    const none = chosen > 0 && !isFixed ? iconButton('close', t('rating.none'), () => onSet(0), {class: 'icon-button small'})
+        : null;
+    return el('fieldset', {class: 'rating'}, el('legend', {}, t('rating')), el('div', {class: 'stars'}, ...stars, none));
+}
+
+/**
+ * Fills the panel. `onSet` gets details that were changed, `onGo` an address within the page, `onCopy` a text; with
+ * `isFixed` nothing can be set.
+ */
+export function showFacts(panel, asset, {isFixed, onSet, onGo, onCopy}) {
+    const field = (key, value, input) => {
+        input.value = value;
+        input.disabled = isFixed;
+        input.addEventListener('change', () => onSet({[key]: key === 'keywords' ?
+            input.value.split(/[,،、]/).map((word) => word.trim()).filter(Boolean) : input.value.trim()}));
+        return el('label', {class: 'field'}, el('span', {}, t(key)), input);
+    };
+    const where = asset.place;
+    const coordinates = where ? `${where.latitude.toFixed(5)},${where.longitude.toFixed(5)}` : '';
+    panel.replaceChildren(
+        el('h2', {}, asset.name),
+        el('p', {class: 'facts-date'}, moment(asset.created)),
+        field('caption', asset.caption ?? '', el('textarea', {rows: '2', placeholder: isFixed ? '' : t('caption.hint')})),
+        field('keywords', (asset.keywords ?? []).join(', '), el('input', {type: 'text',
+                                                                         placeholder: isFixed ? '' : t('keywords.hint')})),
+        rating(asset, isFixed, (stars) => onSet({rating: stars})),
+        el('dl', {},
+            asset.problem ? fact(t('fact.problem'), asset.problem) : null,
+            fact(t('fact.camera'), asset.camera),
+            fact(t('fact.lens'), asset.lens),
+            fact(t('fact.exposure'), exposure(asset)),
+            where ? fact(t('fact.place'),
+                         el('a', {href: `#/photos?q=${encodeURIComponent(`near:${coordinates}`)}`,
+                                  title: t('fact.near'),
+                                  on: {click: (event) => {
+                                      event.preventDefault();
+                                      onGo('photos', `near:${coordinates}`);
+                                  }}}, place(where, 4)),
+                         iconButton('copy', t('copy.place'), () => onCopy(coordinates), {class: 'icon-button small'})) : null,
+            fact(t('fact.size'), [asset.width ? `\u2066${number(asset.width)} × ${number(asset.height)}\u2069` : '',
+                                  asset.bytes ? bytes(asset.bytes) : ''].filter(Boolean).join('   ')),
+            fact(t('fact.format'), asset.format),
+            fact(t('fact.file'), asset.file ? el('span', {class: 'path'}, asset.file) : null),
+            asset.albums?.length ? fact(t('albums'), ...asset.albums.map(({id, title}) => el('a', {
+                class: 'album-link', href: `#/album/${id}`, on: {click: (event) => {
+                    event.preventDefault();
+                    onGo(`album/${id}`, '');
+                }}}, title))) : null));
+}

@@ -1,0 +1,426 @@
+// Puts the page together: what is shown for an address, and what follows from a change of the library.
+
+import * as actions from './actions.js';
+import {AlbumsPage, AlbumTray} from './albums.js';
+import * as api from './api.js';
+import {Changes} from './changes.js';
+import {confirm, showHelp} from './dialogs.js';
+import {debounced, el, iconButton, isTyping, textButton} from './dom.js';
+import {DuplicatesPage} from './duplicates.js';
+import {Gestures} from './gestures.js';
+import {Import} from './import.js';
+import {forgetPlaces} from './places.js';
+import {addressOf, currentRoute} from './route.js';
+import {parse, quoted, without} from './search.js';
+import {Selection} from './selection.js';
+import {SelectionBar, Shell} from './shell.js';
+import {Source} from './source.js';
+import {explain, showAway, statusElements} from './status.js';
+import {loadTexts, monthNames, t} from './texts.js';
+import {Timeline} from './timeline.js';
+import {TrashPage} from './trash.js';
+import {Viewer} from './viewer.js';
+
+const searchAfter = 250;
+const followAfter = 300;
+const showLoadingAfter = 250;
+
+class Page {
+    #albums = [];
+    #loading = null;
+    #shown = '';
+    #months = monthNames();
+
+    constructor({readOnly}) {
+        this.isFixed = readOnly;
+        this.shell = new Shell(readOnly);
+        this.selection = new Selection();
+        this.timeline = new Timeline(this.selection);
+        this.viewer = new Viewer(actions, readOnly);
+        this.tray = new AlbumTray(() => this.selection.clear());
+        this.gestures = new Gestures(this.timeline, {
+            onOpen: (index) => this.#open(index),
+            onDrag: readOnly ? null : (ids) => (ids ? this.tray.show() : this.tray.hide()),
+        });
+        this.bar = new SelectionBar(this.selection);
+        this.import = new Import(() => (currentRoute().name === 'album' ? currentRoute().id : undefined));
+        this.pages = {albums: new AlbumsPage(readOnly), duplicates: new DuplicatesPage(readOnly), trash: new TrashPage(readOnly)};
+        document.body.append(...this.shell.elements, this.bar.element, this.tray.element,
+                             ...(readOnly ? [] : this.import.elements), this.viewer.element, ...statusElements);
+        this.#listen();
+    }
+
+    #listen() {
+        const search = debounced((text) => this.#search(text, false), searchAfter);
+        this.shell.addEventListener('search', ({detail: {text, isFinal}}) => {
+            search.cancel();
+            if (isFinal)
+                this.#search(text, true);
+            else
+                search(text);
+        });
+        this.shell.addEventListener('import', () => this.import.choose());
+        this.shell.addEventListener('help', () => showHelp(this.isFixed));
+        this.shell.addEventListener('skip', () => this.#enter());
+        this.viewer.addEventListener('shown', ({detail}) => this.#viewed(detail));
+        this.viewer.addEventListener('closed', () => this.#closed());
+        this.viewer.addEventListener('go', ({detail: {route, query}}) => {
+            const [name, id] = route.split('/');
+            location.hash = addressOf({name, id, query});
+        });
+        this.timeline.addEventListener('stale', debounced(() => this.refresh(), followAfter));
+        addEventListener('hashchange', () => this.show());
+        document.addEventListener('keydown', (event) => this.#key(event));
+        const refresh = debounced(() => this.refresh(), followAfter);
+        const changes = new Changes();
+        changes.addEventListener('changed', () => refresh());
+        changes.addEventListener('away', ({detail: {error}}) => showAway(error));
+        changes.addEventListener('back', () => showAway(null));
+        changes.follow();
+    }
+
+    /** Gives the content the focus. */
+    #enter() {
+        if (this.timeline.element.isConnected)
+            this.timeline.focus(this.timeline.current);
+        else
+            this.shell.main.querySelector('a, button, input')?.focus();
+    }
+
+    #key(event) {
+        if (isTyping(event)) {
+            if (event.key === 'Escape' || (event.key === 'ArrowDown' && event.target === this.shell.input)) {
+                event.target.blur();
+                this.#enter();
+                event.preventDefault();
+            }
+            return;
+        }
+        if (this.viewer.isOpen && event.key !== '?')
+            return;
+        const keys = {
+            '/': () => this.shell.input.focus(),
+            '?': () => showHelp(this.isFixed),
+            Escape: () => this.selection.clear(),
+            Delete: () => this.isFixed || this.selection.size === 0 || this.#remove(),
+        };
+        if (event.ctrlKey || event.metaKey || event.altKey || !(event.key in keys))
+            return;
+        keys[event.key]();
+        event.preventDefault();
+    }
+
+    #search(text, isFinal) {
+        const route = currentRoute();
+        const address = addressOf({name: 'photos', query: text.trim()});
+        // What is found while one types does not become a step to go back to.
+        if (route.name === 'photos' && route.query && !isFinal)
+            history.replaceState(null, '', address);
+        else if (location.hash !== address)
+            history.pushState(null, '', address);
+        this.show();
+        if (isFinal && this.timeline.source?.count > 0)
+            this.#enter();
+    }
+
+    async #knownAlbums() {
+        if (this.#albums.length === 0)
+            this.#albums = await actions.albums().catch(() => []);
+        return this.#albums;
+    }
+
+    /** Shows what the address says. */
+    async show() {
+        const route = currentRoute();
+        const isTimeline = ['photos', 'album'].includes(route.name) || !(route.name in this.pages);
+        this.shell.show(route.name === 'album' ? 'albums' : route.name);
+        const wanted = addressOf({...route, open: ''});
+        if (document.activeElement !== this.shell.input)
+            this.shell.input.value = route.query;
+        if (wanted !== this.#shown) {
+            this.#shown = wanted;
+            this.selection.clear();
+            if (!route.open && this.viewer.isOpen)
+                this.viewer.close();
+            await (isTimeline ? this.#showTimeline(route) : this.#showPage(this.pages[route.name], t(route.name)));
+        }
+        await this.#showLarge(currentRoute().open);
+    }
+
+    async #whileLoading(work) {
+        const timer = setTimeout(() => {
+            this.shell.loading.hidden = false;
+        }, showLoadingAfter);
+        try {
+            return await work();
+        } finally {
+            clearTimeout(timer);
+            this.shell.loading.hidden = true;
+        }
+    }
+
+    async #showPage(page, title) {
+        document.title = `${title} – ${t('app.name')}`;
+        this.#loading?.abort();
+        this.shell.main.replaceChildren(page.element);
+        this.shell.main.scrollTop = 0;
+        await this.#whileLoading(() => page.show()).catch(actions.fail);
+    }
+
+    async #filterOf(route) {
+        if (route.name === 'album')
+            return {filter: {album: route.id}, chips: [], words: ''};
+        const albums = route.query ? await this.#knownAlbums() : [];
+        return parse(route.query, albums, this.#months);
+    }
+
+    async #showTimeline(route) {
+        const controller = new AbortController();
+        this.#loading?.abort();
+        this.#loading = controller;
+        if (!this.timeline.element.isConnected)
+            this.shell.main.replaceChildren(this.timeline.element);
+        try {
+            const meaning = await this.#filterOf(route);
+            const source = new Source(meaning.filter);
+            const album = route.name === 'album' ? (this.#albums = await actions.albums()).find(({id}) => id === route.id) : null;
+            await this.#whileLoading(() => source.load(controller.signal));
+            if (controller.signal.aborted)
+                return;
+            this.#showHead(route, meaning, source, album);
+            this.timeline.show(source);
+        } catch (error) {
+            if (error.name === 'AbortError')
+                return;
+            this.timeline.setMessage(el('p', {}, explain(error)));
+            // What is asked for again later is shown then.
+            this.#shown = '';
+        }
+    }
+
+    #showHead(route, {chips, words, filter}, source, album) {
+        const {head} = this.timeline;
+        document.title = `${album?.title ?? (route.query || t('photos'))} – ${t('app.name')}`;
+        this.bar.setChoices(this.#choices(route));
+        if (route.name === 'album') {
+            head.replaceChildren(iconButton('back', t('albums'), () => {
+                location.hash = '#/albums';
+            }), el('h1', {}, album?.title ?? t('album.gone')), el('span', {class: 'quiet-text'},
+                t('photos.count', {n: source.count})),
+            ...(this.isFixed || !album || !actions.isOwn(album) ? [] : [
+                iconButton('pencil', t('album.rename'), () => this.#renameAlbum(album)),
+                iconButton('trash', t('album.delete'), () => this.#deleteAlbum(album))]));
+        } else if (route.query) {
+            const chip = (label, raw) => el('span', {class: 'chip'}, el('span', {}, label), iconButton('close',
+                t('chip.remove', {label}), () => {
+                    this.shell.input.value = without(this.shell.input.value, raw);
+                    this.#search(this.shell.input.value, false);
+                }, {class: 'icon-button small'}));
+            const found = words ? this.#albums.filter(({title}) =>
+                title.toLowerCase().includes(words.toLowerCase())).slice(0, 4) : [];
+            head.replaceChildren(el('h1', {class: 'unseen'}, t('search')), el('span', {class: 'quiet-text found', role: 'status'},
+                t('photos.count', {n: source.count})),
+            ...chips.map(({label, raw}) => chip(label, raw)), ...(words ? [chip(`“${words}”`, words)] : []),
+            ...found.map(({id, title}) => el('a', {class: 'suggestion', href: `#/album/${id}`}, t('suggest.album', {title}))),
+            ...this.#suggestions(filter));
+        } else {
+            head.replaceChildren(el('h1', {class: 'unseen'}, t('photos')));
+        }
+        if (source.count > 0)
+            this.timeline.setMessage();
+        else if (route.name === 'album')
+            this.timeline.setMessage(el('p', {}, t('album.empty')));
+        else if (route.query)
+            this.timeline.setMessage(el('p', {}, t('search.none')));
+        else
+            this.timeline.setMessage(el('p', {class: 'empty-title'}, t('library.empty')),
+                ...(this.isFixed ? [] : [el('p', {}, t('library.empty.hint')),
+                    textButton(t('import'), () => this.import.choose(), {class: 'button primary'})]));
+    }
+
+    /** Filters that can be added with a click. */
+    #suggestions(filter) {
+        const all = [['kind', 'kind:video', 'chip.video'], ['favourite', 'favourite:yes', 'chip.favourite'],
+                     ['edited', 'edited:yes', 'chip.edited'], ['problem', 'problem:yes', 'chip.problem'],
+                     ['hidden', 'hidden:yes', 'chip.hidden']];
+        return all.filter(([key]) => !(key in filter)).map(([, raw, text]) => textButton(t(text), () => {
+            this.shell.input.value = `${this.shell.input.value.trim()} ${raw}`.trim();
+            this.#search(this.shell.input.value, false);
+        }, {class: 'suggestion'}));
+    }
+
+    #choices({name, id}) {
+        const then = (work) => async (selection) => {
+            if (await work(selection.ids))
+                selection.clear();
+        };
+        const both = [['download', 'download.original', (selection) => actions.download(selection.assets, false)],
+                      ['compare', 'download.edited', (selection) => actions.download(selection.assets, true)]];
+        if (this.isFixed)
+            return both;
+        return [
+            ['plus', 'album.add', then(actions.addToAlbum)],
+            ...(name === 'album' ? [['minus', 'album.remove', then((ids) => actions.removeFrom(id, ids))]] : []),
+            ['heart', 'favourite.set', (selection) => this.#toggleAll(selection, 'favourite')],
+            ['clock', 'shift.title', then(actions.shiftDates)],
+            ['hide', 'hide', (selection) => this.#toggleHidden(selection)],
+            ...both,
+            ['trash', 'delete', () => this.#remove()],
+        ];
+    }
+
+    /** Sets a mark of all selected ones, or takes it from them if all have it. */
+    async #toggleAll(selection, name) {
+        const isSet = selection.assets.every((asset) => asset[name]);
+        if (await actions.set(selection.ids, {[name]: !isSet}))
+            selection.clear();
+    }
+
+    async #toggleHidden(selection) {
+        const isHidden = this.timeline.source.filter.hidden === 1;
+        const {ids} = selection;
+        if (!await actions.set(ids, {hidden: !isHidden}))
+            return;
+        selection.clear();
+        actions.say(t(isHidden ? 'shown' : 'hidden', {n: ids.length}), {text: t('undo'), press: () =>
+            actions.set(ids, {hidden: isHidden})});
+    }
+
+    async #remove() {
+        const deleted = await actions.remove(this.selection.ids);
+        if (deleted)
+            this.selection.remove(deleted);
+    }
+
+    async #renameAlbum(album) {
+        if (await actions.renameAlbum(album))
+            this.refresh(true);
+    }
+
+    async #deleteAlbum(album) {
+        if (!await confirm(t('album.delete'), t('album.delete.question', {title: album.title}), t('album.delete')))
+            return;
+        try {
+            await api.post('/api/albums/delete', {id: album.id});
+            location.hash = '#/albums';
+        } catch (error) {
+            actions.fail(error);
+        }
+    }
+
+    #open(index) {
+        const asset = this.timeline.source.known(index);
+        if (!asset)
+            return;
+        this.#opening = index;
+        location.hash = addressOf({...currentRoute(), open: asset.id});
+    }
+
+    #opening = -1;
+
+    /** Opens or closes the large view as the address says. */
+    async #showLarge(id) {
+        if (!id) {
+            this.viewer.close();
+            return;
+        }
+        if (this.viewer.isOpen && this.viewer.asset?.id === id)
+            return;
+        this.#hold(true);
+        const index = this.#opening;
+        this.#opening = -1;
+        const {source} = this.timeline;
+        if (index >= 0) {
+            await this.viewer.open(source, index);
+            return;
+        }
+        // It was opened by its address.
+        const facts = await api.get(`/api/asset/${id}`).catch(() => null);
+        const found = facts && source && this.timeline.element.isConnected ?
+            await source.find(id, facts.created.slice(0, 10)).catch(() => -1) : -1;
+        if (currentRoute().open === id)
+            await (found >= 0 ? this.viewer.open(source, found) : this.viewer.open(source, -1, id));
+    }
+
+    /** What is behind the large view can't be reached meanwhile. */
+    #hold(isHeld) {
+        for (const each of [this.shell.skip, this.shell.header, this.shell.main, this.bar.element])
+            each.inert = isHeld;
+    }
+
+    #viewed({asset, index}) {
+        const address = addressOf({...currentRoute(), open: asset.id});
+        if (location.hash !== address)
+            history.replaceState(null, '', address);
+        if (index >= 0 && this.timeline.element.isConnected) {
+            this.timeline.current = index;
+            this.timeline.reveal(index, 'middle');
+        }
+    }
+
+    #closed() {
+        this.#hold(false);
+        const route = currentRoute();
+        if (route.open)
+            history.replaceState(null, '', addressOf({...route, open: ''}));
+        if (this.timeline.element.isConnected && this.timeline.source?.count > 0)
+            this.timeline.focus(this.timeline.current);
+    }
+
+    /** Looks at the library again; what is in view stays where it is. */
+    async refresh() {
+        forgetPlaces();
+        this.#albums = [];
+        const route = currentRoute();
+        if (route.name in this.pages) {
+            if (route.name === 'albums')
+                await this.pages.albums.show().catch(actions.fail);
+            return;
+        }
+        if (!this.timeline.source || this.#shown === '') {
+            this.#shown = '';
+            await this.show();
+            return;
+        }
+        const before = this.timeline.source;
+        const opened = this.viewer.asset;
+        try {
+            const meaning = await this.#filterOf(route);
+            const album = route.name === 'album' ? (await actions.albums()).find(({id}) => id === route.id) : null;
+            const source = new Source(meaning.filter);
+            await source.load();
+            await this.timeline.prepare(source);
+            if (this.timeline.source !== before)
+                return;
+            this.#showHead(route, meaning, source, album);
+            this.timeline.show(source, {anchored: true});
+            if (this.viewer.isOpen && opened) {
+                const day = opened.created?.slice(0, 10);
+                const index = day ? await source.find(opened.id, day) : -1;
+                await this.viewer.refresh(source, index >= 0 ? index : Math.min(this.viewer.index, source.count - 1));
+            }
+        } catch (error) {
+            // The loop that follows changes says so if the library is away.
+            if (error.code !== 'noServer' && error.status !== 503)
+                actions.fail(error);
+        }
+    }
+}
+
+async function begin() {
+    let session;
+    try {
+        session = await api.get('/api/session');
+    } catch (error) {
+        await loadTexts('en').catch(() => {});
+        document.body.append(el('p', {class: 'empty'}, explain(error)));
+        return;
+    }
+    api.setToken(session.token);
+    await loadTexts(session.language);
+    document.body.classList.toggle('fixed', session.readOnly);
+    const page = new Page(session);
+    await page.show();
+}
+
+begin();

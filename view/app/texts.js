@@ -1,0 +1,119 @@
+// What people read, in their language, and how numbers, sizes, dates and places are written in it.
+
+const rightToLeft = ['ar'];
+let texts = {};
+let language = 'en';
+let plurals = new Intl.PluralRules('en');
+let numbers = new Intl.NumberFormat('en');
+const formats = new Map();
+
+/** Fetches the texts of a language, and sets the language and direction of the document. */
+export async function loadTexts(tag) {
+    const answer = await fetch(`/texts/${tag}.json`);
+    if (!answer.ok)
+        throw new Error(`there are no texts for ${tag}`);
+    texts = await answer.json();
+    language = tag;
+    plurals = new Intl.PluralRules(tag);
+    numbers = new Intl.NumberFormat(tag);
+    formats.clear();
+    document.documentElement.lang = tag;
+    document.documentElement.dir = rightToLeft.includes(tag) ? 'rtl' : 'ltr';
+}
+
+export const currentLanguage = () => language;
+
+/**
+ * The text of a key. `{name}` stands for a value. A text with plurals is chosen by the value `n`, which is shown as a
+ * number in the language.
+ */
+export function t(key, values = {}) {
+    let text = texts[key] ?? key;
+    if (typeof text === 'object')
+        text = text[plurals.select(values.n)] ?? text.other;
+    return text.replace(/\{(\w+)\}/g, (_, name) => (name === 'n' ? number(values.n) : String(values[name] ?? '')));
+}
+
+export const number = (value) => numbers.format(value);
+
+export function bytes(value) {
+    const units = ['byte', 'kilobyte', 'megabyte', 'gigabyte'];
+    let step = 0;
+    while (value >= 1000 && step < units.length - 1) {
+        value /= 1000;
+        step += 1;
+    }
+    return format(Intl.NumberFormat, `unit${step}`, {style: 'unit', unit: units[step], unitDisplay: 'short',
+                                                    maximumFractionDigits: step > 1 ? 1 : 0}).format(value);
+}
+
+function format(Kind, name, options) {
+    if (!formats.has(name))
+        formats.set(name, new Kind(language, options));
+    return formats.get(name);
+}
+
+// Clock texts such as "2019-08-05T12:40:11+02:00" are shown as the camera's clock showed them.
+const clock = (text) => new Date(`${text.slice(0, 10)}T${text.slice(11, 19) || '00:00:00'}Z`);
+
+export function day(text) {
+    const date = clock(text);
+    const thisYear = date.getUTCFullYear() === new Date().getFullYear();
+    return thisYear ? format(Intl.DateTimeFormat, 'day', {weekday: 'short', day: 'numeric', month: 'long', timeZone: 'UTC'})
+        .format(date) : format(Intl.DateTimeFormat, 'dayYear', {day: 'numeric', month: 'long', year: 'numeric',
+                                                                timeZone: 'UTC'}).format(date);
+}
+
+export function fullDay(text) {
+    return format(Intl.DateTimeFormat, 'fullDay', {weekday: 'long', day: 'numeric', month: 'long', year: 'numeric',
+                                                   timeZone: 'UTC'}).format(clock(text));
+}
+
+export function month(text) {
+    return format(Intl.DateTimeFormat, 'month', {month: 'long', year: 'numeric', timeZone: 'UTC'}).format(clock(text));
+}
+
+export function year(text) {
+    return format(Intl.DateTimeFormat, 'year', {year: 'numeric', timeZone: 'UTC'}).format(clock(text));
+}
+
+export function moment(text) {
+    return format(Intl.DateTimeFormat, 'moment', {dateStyle: 'medium', timeStyle: 'short', timeZone: 'UTC'})
+        .format(clock(text));
+}
+
+/** The names of the twelve months in the page's language and in English, lower-case, with their numbers from 1. */
+export function monthNames() {
+    const names = new Map();
+    for (const tag of ['en', language]) {
+        for (const style of ['long', 'short']) {
+            // Some languages write the name differently inside a date.
+            for (const parts of [{month: style}, {month: style, day: 'numeric', year: 'numeric'}]) {
+                const form = new Intl.DateTimeFormat(tag, {...parts, timeZone: 'UTC'});
+                for (let index = 0; index < 12; index += 1) {
+                    const part = form.formatToParts(Date.UTC(2020, index, 1)).find(({type}) => type === 'month');
+                    names.set(part.value.toLowerCase().replace(/\.$/, ''), index + 1);
+                }
+            }
+        }
+    }
+    return names;
+}
+
+export function duration(seconds) {
+    const whole = Math.round(seconds);
+    const two = (value) => String(value).padStart(2, '0');
+    const hours = Math.floor(whole / 3600);
+    const minutes = Math.floor(whole / 60) % 60;
+    return hours ? `${hours}:${two(minutes)}:${two(whole % 60)}` : `${minutes}:${two(whole % 60)}`;
+}
+
+const degrees = (value, digits, positive, negative) =>
+    `${format(Intl.NumberFormat, `degrees${digits}`, {minimumFractionDigits: digits, maximumFractionDigits: digits})
+        .format(Math.abs(value))}° ${t(value < 0 ? negative : positive)}`;
+
+/** Coordinates as people read them. Left-to-right in every language. */
+export function place({latitude, longitude}, digits = 2) {
+    return `\u2066${degrees(latitude, digits, 'place.north', 'place.south')}, ` +
+        `${degrees(longitude, digits, 'place.east', 'place.west')}\u2069`;
+}
