@@ -68,7 +68,7 @@ Result<> checkForRoom(Database &database, const AlbumRecord &album) {
     if (!count)
         return passOn(count);
     if (*count >= limit->value_or(maxSharedAssets))
-        return fail(ProblemKind::refused, "the shared album is full");
+        return fail(ProblemKind::failed, "the shared album is full: take assets out of it first");
     return {};
 }
 

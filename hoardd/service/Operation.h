@@ -54,9 +54,9 @@ struct Refusal {
 /// An operation's own reply to a request that it refuses; nothing when it has none for that problem.
 using RefusalReply = std::optional<Answer> (*)(const Refusal &refusal);
 
-/// By "success" false.
+/// By "success" false, with the reason.
 [[nodiscard]] std::optional<Answer> bySuccess(const Refusal &refusal);
-/// By "success" false, with "hasEntitlement" as it is.
+/// The same, with "hasEntitlement" as it is.
 [[nodiscard]] std::optional<Answer> bySuccessAndEntitlement(const Refusal &refusal);
 
 struct Operation {

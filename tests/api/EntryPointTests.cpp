@@ -276,7 +276,10 @@ TEST_F(EntryPoints, HandlersGetTheReasons) {
         {[](auto *reply) { reply->setInt64("authorized", 1); }, access, WLErrorRefused},
         {nullptr, access, WLErrorUnreachable},
         {[](auto *reply) { reply->setBool("nameTaken", true); }, add, WLErrorExists},
-        {nullptr, add, WLErrorFailed},
+        {nullptr, add, WLErrorUnreachable},
+        {nullptr, remove, WLErrorUnreachable},
+        {[](auto *reply) { reply->setInt64("problemKind", WLErrorBusy); }, remove, WLErrorBusy},
+        {[](auto *reply) { reply->setInt64("problemKind", WLErrorRefused); }, remove, WLErrorRefused},
     };
     for (const auto &[reply, ask, code] : cases) {
         if (reply)

@@ -224,7 +224,7 @@ TEST_F(CLibrary, GivesPicturesToHandlers) {
             [=](const auto &handler) { WLAssetRequestPicture(asked, picture, handler); });
     };
     EXPECT_EQ(ask(asset.get(), WLPictureSmallJPEG), success);
-    EXPECT_EQ(ask(asset.get(), 99), WLErrorFailed);
+    EXPECT_EQ(ask(asset.get(), 99), WLErrorInvalid);
     EXPECT_EQ(ask(nullptr, 0), WLErrorInvalid);
 }
 

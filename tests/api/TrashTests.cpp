@@ -33,7 +33,7 @@ using CEdits = CTrash;
 
 TEST_F(CTrash, GivesAssetsBackUntilTheyAreRemoved) {
     WLURL *const url = WLAssetURL(asset.get());
-    EXPECT_EQ(codeOf(WLTrashRestore(url, &error)), WLErrorFailed) << "it is not in the trash";
+    EXPECT_EQ(codeOf(WLTrashRestore(url, &error)), WLErrorNotFound) << "it is not in the trash";
     EXPECT_EQ(codeOf(WLAssetDelete(asset.get(), &error)), success);
     EXPECT_FALSE(assetOf(saved));
     const auto page = Ref<WLTrashPage>::adopt(WLTrashPageCreate(10, &error));
@@ -52,8 +52,8 @@ TEST_F(CTrash, GivesAssetsBackUntilTheyAreRemoved) {
     EXPECT_EQ(WLAssetQueryCount(nullptr, &error), -1);
     EXPECT_EQ(codeOf(WLTrashRemove(url, &error)), success);
     EXPECT_FALSE(assetOf(saved));
-    EXPECT_EQ(codeOf(WLTrashRestore(url, &error)), WLErrorFailed) << "it is gone for good";
-    EXPECT_EQ(codeOf(WLTrashRemove(url, &error)), WLErrorFailed);
+    EXPECT_EQ(codeOf(WLTrashRestore(url, &error)), WLErrorNotFound) << "it is gone for good";
+    EXPECT_EQ(codeOf(WLTrashRemove(url, &error)), WLErrorNotFound);
     EXPECT_EQ(codeOf(WLTrashRestore(nullptr, &error)), WLErrorInvalid);
     EXPECT_EQ(codeOf(WLTrashRemove(nullptr, &error)), WLErrorInvalid);
 }
@@ -63,13 +63,14 @@ TEST_F(CTrash, WorksWithHandlersToo) {
     const auto remove = [&](const auto &handler) { WLAssetDeleteWithHandler(asset.get(), handler); };
     const auto restore = [&](const auto &handler) { WLTrashRestoreWithHandler(url, handler); };
     EXPECT_EQ(codeFrom(remove), success);
-    EXPECT_EQ(codeFrom(remove), WLErrorFailed);
+    EXPECT_EQ(codeFrom(remove), WLErrorNotFound);
     EXPECT_EQ(codeFrom(restore), success);
     EXPECT_TRUE(assetOf(saved));
     EXPECT_EQ(codeFrom(remove), success);
     EXPECT_EQ(codeFrom([](const auto &handler) { WLTrashEmptyWithHandler(handler); }), success);
-    EXPECT_EQ(codeFrom(restore), WLErrorFailed);
-    EXPECT_EQ(codeFrom([&](const auto &handler) { WLTrashRemoveWithHandler(url, handler); }), WLErrorFailed);
+    EXPECT_EQ(codeFrom(restore), WLErrorNotFound);
+    EXPECT_EQ(codeFrom([&](const auto &handler) { WLTrashRemoveWithHandler(url, handler); }),
+              WLErrorNotFound);
     EXPECT_EQ(codeOf(WLTrashEmpty(&error)), success) << "an empty trash, too";
 }
 
@@ -79,7 +80,7 @@ TEST_F(CEdits, AreShownUntilTheyAreReverted) {
     const auto words = Ref<WLData>::adopt(WLDataCreate("words", 5));
     const auto properties = Dictionary::createWithKeys({{"crop", Number::of(true)}});
     EXPECT_EQ(codeOf(WLAssetRevert(asset.get(), &error)), WLErrorNotFound);
-    EXPECT_EQ(codeOf(WLAssetSetEdit(asset.get(), words.get(), nullptr, &error)), WLErrorFailed);
+    EXPECT_EQ(codeOf(WLAssetSetEdit(asset.get(), words.get(), nullptr, &error)), WLErrorInvalid);
     EXPECT_EQ(codeOf(WLAssetSetEdit(asset.get(), nullptr, nullptr, &error)), WLErrorInvalid);
     EXPECT_EQ(shown(), picture);
     EXPECT_EQ(codeOf(WLAssetSetEdit(asset.get(), data.get(), properties.get(), &error)), success);

@@ -3,6 +3,9 @@
 
 #include "tests/client/GatekeeperClient.h"
 #include "wickerlane/model/Problem.h"
+#include "wickerlane/platform/process/ProcessFacts.h"
+#include "wickerlane/protocol/AlbumRows.h"
+#include "wickerlane/protocol/AssetRows.h"
 #include "wickerlane/testing/ScriptedDaemon.h"
 
 using namespace wickerlane;
@@ -105,6 +108,60 @@ TEST_F(LastErrors, AreSetByEveryOperationThatBlocks) {
         daemon.onAllElse(Reaction::answer()); // says nothing, which is an answer
         operations[i]();
         EXPECT_EQ(JXGatekeeperClient::lastError(), nullptr) << i;
+    }
+}
+
+TEST_F(LastErrors, TellWhyAnAssetWasLeftAsItIs) {
+    const auto data = Data::create("a", 1);
+    const struct {
+        const protocol::Row &row;
+        std::function<bool()> ask;
+        const char *entitlement; ///< Null when none is needed.
+    } operations[] = {
+        {protocol::addAssetToAlbum, [&] { return client->addAsset(assetURL(), String::of("U")); }, nullptr},
+        {protocol::deleteAsset, [&] { return client->deleteAsset(assetURL()); }, "delete-assets"},
+        {protocol::removeAsset, [&] { return client->removeAsset(assetURL()); }, "delete-assets"},
+        {protocol::restoreTrashedAsset, [&] { return client->restoreTrashedAsset(assetURL()); },
+         "delete-assets"},
+        {protocol::emptyTrash, [&] { return client->emptyTrash(); }, "delete-assets"},
+        {protocol::setLargePreviewImage,
+         [&] { return client->setLargePreviewImage(assetURL(), data.get(), nullptr); }, "write-assets"},
+        {protocol::setExternalUsageIntent, [&] { return client->setUsageIntent(1, assetURL()); }, nullptr},
+    };
+    using enum ProblemKind;
+    for (const auto &[row, ask, entitlement] : operations) {
+        const std::string grant = entitlement != nullptr
+                                      ? "wickerlane entitlement grant " + ownExecutable() + ' ' + entitlement
+                                      : "wickerlane consent grant " + ownExecutable();
+        const auto expect = [&](ProblemKind kind, std::string_view beginning, std::string_view end) {
+            EXPECT_FALSE(ask()) << row.name;
+            const Error *error = JXGatekeeperClient::lastError();
+            ASSERT_NE(error, nullptr) << row.name;
+            EXPECT_EQ(error->code(), static_cast<std::int64_t>(kind)) << row.name;
+            const std::string text(error->localizedDescription()->utf8());
+            EXPECT_TRUE(text.starts_with(beginning) && text.ends_with(end)) << row.name << ": " << text;
+        };
+        const struct {
+            ProblemKind kind;
+            const char *text;
+            std::string advice;
+        } cases[] = {
+            {notFound, "there is no such asset",
+             ". It may have been deleted meanwhile: ask for the list again."},
+            {busy, "the asset is being saved", ". Try again later."},
+            {noSpace, "can't write /a", ". Free some space on the library's disk, then try again."},
+            {refused, entitlement != nullptr ? "" : "you may not", grant},
+            {invalid, "the picture is empty", "the picture is empty"},
+        };
+        for (const auto &each : cases) {
+            daemon.on(row, Reaction::failure(each.kind, each.text));
+            expect(each.kind, each.text, each.advice);
+        }
+        auto silent = Reaction::answer().with(protocol::keys::success, false); // an older daemon
+        if (entitlement != nullptr)
+            silent.with(protocol::keys::hasEntitlement, true);
+        daemon.on(row, std::move(silent));
+        expect(failed, "hoardd did not ", "hoardd's log.");
     }
 }
 

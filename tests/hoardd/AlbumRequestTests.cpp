@@ -220,7 +220,10 @@ TEST_F(Album, ADeletedAssetIsInTheTrashUntilThatIsEmptiedAndNeedsTheEntitlement)
     entitle(true);
     const auto removed = remove(url);
     EXPECT_TRUE(removed->getBool("hasEntitlement") && removed->getBool("success"));
-    EXPECT_FALSE(remove(url)->getBool("success")) << "it is in the trash already";
+    const auto again = remove(url);
+    EXPECT_FALSE(again->getBool("success")) << "it is in the trash already";
+    EXPECT_EQ(again->getInt64("problemKind"), static_cast<std::int64_t>(ProblemKind::notFound));
+    EXPECT_EQ(again->getString("problemText"), "there is no such asset");
     EXPECT_EQ(photos(), 0U);
     EXPECT_EQ(findings(), 0U);
     entitle(false);

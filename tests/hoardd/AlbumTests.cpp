@@ -98,7 +98,7 @@ TEST_F(Albums, ThatAreSharedAreLimited) {
     EXPECT_TRUE(add(one, shared));
     const auto refused = add(two, shared);
     ASSERT_FALSE(refused);
-    EXPECT_EQ(refused.error().text, "the shared album is full");
+    EXPECT_EQ(refused.error().text, "the shared album is full: take assets out of it first");
     EXPECT_TRUE(add(one, shared)) << "adding it again changes nothing";
     EXPECT_EQ(assetsIn(shared), std::vector{one});
     for (const std::string &asset : {one, two})

@@ -78,8 +78,7 @@ void WLAlbumAddWithHandler(const char *name, void (*handler)(void *, WLString *,
         if (isTaken)
             called(nullptr, errorOf(ProblemKind::exists, "There is an album of that name.").get());
         else if (url == nullptr)
-            called(nullptr,
-                   reasonOf(error, "hoardd made no album, or can't be reached. More is in its log.").get());
+            called(nullptr, reasonOf(error, "hoardd made no album. More is in its log.").get());
         else
             called(String::of(uuidOfAlbumURL(*url)), nullptr);
     };
@@ -110,8 +109,8 @@ void WLAlbumAddAssetWithHandler(const char *uuid, const WLAsset *asset, WLDoneHa
     else
         sharedClient()->addAssetWithURL(
             asset->assetURL(), album.get(),
-            withReason(std::move(called), "hoardd did not add the asset, or can't be reached. See that there "
-                                          "is such an asset and such an album; more is in hoardd's log."));
+            withReason(std::move(called), "hoardd did not add the asset. See that there is such an asset and "
+                                          "such an album; more is in hoardd's log."));
 }
 
 bool WLAlbumRemoveAssets(const char *uuid, WLArray *assets, WLError **error) {

@@ -39,10 +39,9 @@ void WLAssetRequestPicture(const WLAsset *asset, int picture, void (*handler)(vo
         return;
     }
     const auto answered = [called = std::move(called)](Data *data, int) {
-        called(data, data != nullptr ? nullptr
-                                     : reasonOf(nullptr, "There is no such picture, or hoardd can't be "
-                                                         "reached. More is in hoardd's log.")
-                                           .get());
+        called(data, data != nullptr
+                         ? nullptr
+                         : reasonOf(nullptr, "There is no such picture. More is in hoardd's log.").get());
     };
     sharedClient()->requestImageDataForAsset(asset->objectID(), picture, answered);
 }

@@ -43,6 +43,6 @@ void WLAssetSetExternalUsageIntentWithHandler(const WLAsset *asset, uint64_t int
         sharedClient()->setExternalUsageIntent(
             intent, asset->assetURL(),
             withReason(std::move(called),
-                       "hoardd did not record the use, or can't be reached. See that there "
-                       "is such an asset; more is in hoardd's log."));
+                       "hoardd did not record the use. See that there is such an asset; more is in "
+                       "hoardd's log."));
 }

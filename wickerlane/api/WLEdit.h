@@ -9,8 +9,9 @@
 #include "wickerlane/api/WLAsset.h"
 
 /// Stores an edited version of an asset, in place of one that there is. `picture` is a file of a picture;
-/// `properties`, which may be null, is what its editor says of it. The original stays as it is. WLErrorFailed
-/// when the picture can't be decoded, WLErrorRefused without the right to change assets. Blocks.
+/// `properties`, which may be null, is what its editor says of it. The original stays as it is.
+/// WLErrorInvalid when the picture can't be decoded, WLErrorRefused without the right to change assets.
+/// Blocks.
 WL_EXTERN_C bool WLAssetSetEdit(const WLAsset *asset, WLData *picture, WLDictionary *properties,
                                 WLError **error);
 

@@ -3,8 +3,8 @@
 // An asset that is in the trash is no longer among the assets: it is named by its persistent URL, which
 // WLAssetURL() gives while it is there. All functions need the right to delete (WLErrorRefused). The `error`
 // of those that wait for the daemon may be null; what is stored there is borrowed: it is what WLLastError()
-// gives, and null when the daemon has done it. Their failures are WLErrorInvalid for null, WLErrorFailed when
-// the asset is not where it should be, and others.
+// gives, and null when the daemon has done it. Their failures are WLErrorInvalid for null, WLErrorNotFound
+// when the asset is not where it should be, and others.
 //
 // The functions with a handler return at once; the handler is called on the global queue. A null handler does
 // nothing.

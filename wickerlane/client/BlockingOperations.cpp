@@ -1,6 +1,6 @@
 #include "wickerlane/client/ClientInternal.h"
 #include "wickerlane/client/LastError.h"
-#include "wickerlane/platform/process/ProcessFacts.h"
+#include "wickerlane/client/Refusals.h"
 #include "wickerlane/protocol/AlbumRows.h"
 #include "wickerlane/protocol/AssetRows.h"
 #include "wickerlane/protocol/CoreRows.h"
@@ -17,9 +17,9 @@ constexpr const char *noArgument = "The asset's URL or the album's UUID is missi
 // Why hoardd says no in a reply that is no error; nothing when it has saved the asset.
 std::optional<Problem> refusalIn(const Reply &reply, const Dictionary *result) {
     if (reply.get(keys::noData))
-        return Problem{ProblemKind::empty, "The job holds no data to save.", {}};
+        return noDataToSave();
     if (reply.get(keys::jobQueueFull))
-        return Problem{ProblemKind::queueFull, "Too many jobs are waiting in hoardd. Try again later.", {}};
+        return jobQueueFull();
     if (result == nullptr)
         return Problem{ProblemKind::failed, noAnswer, {}};
     if (const auto *error = result->get<String>(protocol::jobResult::error))
@@ -27,24 +27,20 @@ std::optional<Problem> refusalIn(const Reply &reply, const Dictionary *result) {
     return std::nullopt;
 }
 
-// Of a reply that has no reason in it.
-bool succeeded(const Reply &reply, const char *reason) {
+// An older hoardd says no without a reason: then it is `usual`.
+bool succeeded(const Reply &reply, const char *usual) {
     const bool success = reply.get(keys::success);
     if (!success && !reply.isError())
-        noteProblem({ProblemKind::failed, reason, {}});
+        noteProblem(reply.problem().value_or(Problem{ProblemKind::failed, usual, {}}));
     return success;
 }
 
-// Of one that also says whether this program has the entitlement.
-bool succeeded(const Reply &reply, const String *entitlement, const char *reason) {
+// Of a reply that also says whether this program has the entitlement.
+bool succeeded(const Reply &reply, const String *entitlement, const char *usual) {
     if (reply.isError() || reply.get(keys::hasEntitlement))
-        return succeeded(reply, reason);
-    const std::string name(entitlement->utf8());
-    noteProblem({ProblemKind::refused,
-                 "This program lacks the entitlement " + name +
-                     ". The library's owner can grant it: wickerlane entitlement grant " + ownExecutable() +
-                     ' ' + name.substr(name.rfind('.') + 1),
-                 {}});
+        return succeeded(reply, usual);
+    const auto told = reply.problem();
+    noteProblem(told && told->kind != ProblemKind::refused ? *told : entitlementMissing(entitlement));
     return false;
 }
 
@@ -56,12 +52,12 @@ bool isMissing(const void *argument, const char *reason) {
 
 // Sends a request about one asset that needs an entitlement.
 bool changeAsset(MessageConnection *connection, const protocol::Row &row, URL *assetURL,
-                 const String *entitlement, const char *reason) {
+                 const String *entitlement, const char *usual) {
     if (isMissing(assetURL, noArgument))
         return false;
     Request request(row);
     request.set(keys::assetURL, assetURL);
-    return succeeded(request.sendAndWait(connection), entitlement, reason);
+    return succeeded(request.sendAndWait(connection), entitlement, usual);
 }
 
 } // namespace
@@ -77,11 +73,7 @@ bool JXGatekeeperClient::requestAccess() {
     }
     if (reply.get(keys::authorized) == 0)
         return true;
-    noteProblem({ProblemKind::refused,
-                 "This program may not use the photo library. The library's owner can allow it: wickerlane "
-                 "consent grant " +
-                     ownExecutable(),
-                 {}});
+    noteProblem(accessRefused());
     return false;
 }
 

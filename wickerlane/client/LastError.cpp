@@ -5,15 +5,19 @@
 #include <cstdlib>
 
 #include "wickerlane/client/JXGatekeeperClient.h"
-#include "wickerlane/model/Problem.h"
+#include "wickerlane/client/Refusals.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/platform/process/ForkedChild.h"
-#include "wickerlane/platform/process/ProcessFacts.h"
+#include "wickerlane/protocol/Keys.h"
 
 namespace wickerlane::client {
+
+namespace keys = protocol::keys;
+
 namespace {
 
 thread_local constinit Error *lastError = nullptr; // owned
+thread_local constinit const MessageValue *handledReply = nullptr;
 
 // A thread key rather than a thread-local object with a destructor: code that runs at exit may still ask.
 pthread_key_t threadKey() {
@@ -30,8 +34,7 @@ pthread_key_t threadKey() {
     return key;
 }
 
-// With what can be done about it, unless that is said already.
-Problem problemIn(const MessageError &error) {
+Problem problemOf(const MessageError &error) {
     if (&error == MessageError::connectionInvalid() && isForkedChild())
         return {ProblemKind::unreachable, forkedChildText, {}};
     if (&error == MessageError::connectionInvalid())
@@ -44,22 +47,20 @@ Problem problemIn(const MessageError &error) {
                 "The daemon hoardd ended or was restarted before it answered. Ask again; what was asked may "
                 "have been done.",
                 {}};
-    Problem problem{static_cast<ProblemKind>(error.errorKind()), std::string(error.text()), {}};
-    const bool saysAgain = problem.text.find("again") != std::string::npos;
-    switch (problem.kind) {
-    case ProblemKind::refused:
-        problem.text += ". The library's owner can allow it: wickerlane consent grant " + ownExecutable();
-        break;
-    case ProblemKind::busy:
-    case ProblemKind::ending:
-    case ProblemKind::queueFull:
-        if (!saysAgain)
-            problem.text += ". Try again later.";
-        break;
-    default:
-        break;
-    }
-    return problem;
+    return withAdvice({static_cast<ProblemKind>(error.errorKind()), std::string(error.text()), {}});
+}
+
+// Of the reply of an operation that says so by a key of its own.
+std::optional<Problem> problemIn(const MessageDictionary &reply) {
+    if (!reply.contains(keys::problemKind.text))
+        return std::nullopt;
+    const auto text = reply.getString(keys::problemText.text);
+    Problem told{static_cast<ProblemKind>(reply.getInt64(keys::problemKind.text)),
+                 std::string(text.value_or("hoardd did not do it, and says why in its log")),
+                 {}};
+    if (told.kind == ProblemKind::notFound) // the asset or the album that the request named
+        told.text += ". It may have been deleted meanwhile: ask for the list again.";
+    return withAdvice(std::move(told));
 }
 
 Ref<Error> makeError(const Problem &problem) {
@@ -77,7 +78,7 @@ void replaceLastError(Ref<Error> error) {
 void noteOutcome(const MessageValue *reply) {
     const auto *error = as<MessageError>(reply);
     if (error != nullptr)
-        noteProblem(problemIn(*error));
+        noteProblem(problemOf(*error));
     else if (lastError != nullptr)
         replaceLastError(nullptr);
 }
@@ -86,9 +87,26 @@ void noteProblem(const Problem &problem) {
     replaceLastError(makeError(problem));
 }
 
+std::optional<Problem> problemIn(const MessageValue *reply) {
+    if (const auto *error = as<MessageError>(reply))
+        return problemOf(*error);
+    const auto *dictionary = as<MessageDictionary>(reply);
+    return dictionary != nullptr ? problemIn(*dictionary) : std::nullopt;
+}
+
+HandledReply::HandledReply(const MessageValue *reply) noexcept : outer(std::exchange(handledReply, reply)) {
+}
+HandledReply::~HandledReply() {
+    handledReply = outer;
+}
+
+std::optional<Problem> HandledReply::problem() {
+    return problemIn(handledReply);
+}
+
 Error *errorIn(const MessageValue *reply) {
     const auto *error = as<MessageError>(reply);
-    return error != nullptr ? errorOf(problemIn(*error)) : nullptr;
+    return error != nullptr ? errorOf(problemOf(*error)) : nullptr;
 }
 
 Error *errorOf(const Problem &problem) {

@@ -31,6 +31,8 @@ public:
         const auto *dictionary = as<MessageDictionary>(value.get());
         return dictionary != nullptr && dictionary->contains(key.text);
     }
+    /// Why hoardd says no in it; nothing when it does not say so.
+    [[nodiscard]] std::optional<Problem> problem() const { return problemIn(value.get()); }
     /// As lastError() would give it, borrowed; null when it is none.
     [[nodiscard]] Error *requestError() const { return errorIn(value.get()); }
     /// The description text of an error; null for other kinds.
@@ -65,6 +67,7 @@ public:
     void sendWithReply(MessageConnection *connection, WorkQueue *queue,
                        Handler<void(const Reply &)> handler) const {
         connection->sendWithReply(message.get(), queue, [handler = std::move(handler)](MessageValue *reply) {
+            const HandledReply handled(reply);
             handler(Reply(reply));
         });
     }

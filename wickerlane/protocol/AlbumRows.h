@@ -10,26 +10,31 @@ namespace wickerlane::protocol {
 inline constexpr Row addGroup{11, "addGroupWithName:handler:", request(whenSet(keys::name)),
                               reply(keys::nameTaken, keys::groupURL)};
 
-inline constexpr Row addAssetToAlbum{12, "addAssetWithURL:toAlbumWithUUID:handler:",
-                                     request(keys::assetURL, keys::albumUUID), reply(keys::success)};
+inline constexpr Row addAssetToAlbum{
+    12, "addAssetWithURL:toAlbumWithUUID:handler:", request(keys::assetURL, keys::albumUUID),
+    reply(keys::success, keys::problemKind, keys::problemText)};
 
-inline constexpr Row deleteAsset{13, "deleteAssetWithURL:handler:", request(keys::assetURL),
-                                 reply(keys::success, keys::hasEntitlement)};
+inline constexpr Row deleteAsset{
+    13, "deleteAssetWithURL:handler:", request(keys::assetURL),
+    reply(keys::success, keys::hasEntitlement, keys::problemKind, keys::problemText)};
 
 /// Deletes what the library or its trash has for good. Codes from 1000 on are additions to the original
 /// operations.
-inline constexpr Row removeAsset{1001, "removeAssetWithURL:handler:", request(keys::assetURL),
-                                 reply(keys::success, keys::hasEntitlement)};
+inline constexpr Row removeAsset{
+    1001, "removeAssetWithURL:handler:", request(keys::assetURL),
+    reply(keys::success, keys::hasEntitlement, keys::problemKind, keys::problemText)};
 
-inline constexpr Row restoreTrashedAsset{1002, "restoreTrashedAssetWithURL:handler:", request(keys::assetURL),
-                                         reply(keys::success, keys::hasEntitlement)};
+inline constexpr Row restoreTrashedAsset{
+    1002, "restoreTrashedAssetWithURL:handler:", request(keys::assetURL),
+    reply(keys::success, keys::hasEntitlement, keys::problemKind, keys::problemText)};
 
-inline constexpr Row emptyTrash{1003, "emptyTrashWithHandler:", request(),
-                                reply(keys::success, keys::hasEntitlement)};
+inline constexpr Row emptyTrash{
+    1003, "emptyTrashWithHandler:", request(),
+    reply(keys::success, keys::hasEntitlement, keys::problemKind, keys::problemText)};
 
 inline constexpr Row setExternalUsageIntent{
     14, "setExternalUsageIntent:forAssetWithURL:handler:", request(keys::externalUsageIntent, keys::assetURL),
-    reply(keys::success)};
+    reply(keys::success, keys::problemKind, keys::problemText)};
 
 inline constexpr Row recalculateCachedAlbumCounts{30, "recalculateCachedAlbumCounts", request(), reply()};
 

@@ -35,10 +35,10 @@ inline constexpr Row saveOpenFiles{
     reply(keys::resultJobDictionaries)};
 
 /// Sent twice for each call.
-inline constexpr Row setLargePreviewImage{17,
-                                          "setLargePreviewImageForAssetWithURL:imageData:properties:handler:",
-                                          request(keys::assetURL, keys::imageData, whenSet(keys::properties)),
-                                          reply(keys::success, keys::hasEntitlement)};
+inline constexpr Row setLargePreviewImage{
+    17, "setLargePreviewImageForAssetWithURL:imageData:properties:handler:",
+    request(keys::assetURL, keys::imageData, whenSet(keys::properties)),
+    reply(keys::success, keys::hasEntitlement, keys::problemKind, keys::problemText)};
 
 inline constexpr Row updateThumbnails{
     18, "updateThumbnailsForPhotos:waitForReply:assignNewIndex:forceRefresh:",

@@ -73,6 +73,9 @@ inline constexpr Key<coding::UInt64> photoCount{"photoCount"};
 inline constexpr Key<coding::OpenFiles> openFiles{"openFiles"};
 inline constexpr Key<coding::List> photoUUIDs{"photoUUIDs"};
 inline constexpr Key<coding::Surface> previewImagePort{"previewImagePort"};
+/// Why "success" is false: a ProblemKind, and a text for people. The original replies have neither.
+inline constexpr Key<coding::Int64> problemKind{"problemKind"};
+inline constexpr Key<coding::Text> problemText{"problemText"};
 inline constexpr Key<coding::Mapping> properties{"properties"};
 inline constexpr Key<coding::Mapping> query{"query"};
 inline constexpr Key<coding::Text> reason{"reason"};

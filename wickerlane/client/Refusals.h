@@ -1,0 +1,21 @@
+// Why hoardd refuses requests, in texts for people that also say what can be done about it.
+#ifndef WICKERLANE_CLIENT_REFUSALS_H
+#define WICKERLANE_CLIENT_REFUSALS_H
+
+#include "wickerlane/model/Problem.h"
+#include "wickerlane/platform/object/String.h"
+
+namespace wickerlane::client {
+
+/// What hoardd said, and what can be done about it unless that is said already.
+[[nodiscard]] Problem withAdvice(Problem said);
+
+/// This program or its user has no access to the library.
+[[nodiscard]] Problem accessRefused();
+[[nodiscard]] Problem entitlementMissing(const String *entitlement);
+[[nodiscard]] Problem noDataToSave();
+[[nodiscard]] Problem jobQueueFull();
+
+} // namespace wickerlane::client
+
+#endif
