@@ -312,7 +312,22 @@ TEST_F(ScriptedDaemons, RefuseScriptsThatNoDaemonCouldFollow) {
              Case{"assetsMatchingQuery:", assets("kind", text),
                   "the \"kind\" of the asset can't have that value"},
              Case{"assetsMatchingQuery:", assets("uuid", text), "the asset x can't be one: its UUID is none"},
-             Case{"assetsMatchingQuery:", plain("assets", text), "assets are an array of dictionaries"},
+             Case{"assetsMatchingQuery:", plain("assets", text), "each asset is a dictionary in an array"},
+         })
+        EXPECT_EQ(faultOf([&] { daemon.on(each.operation, each.reaction); }), each.fault);
+    const auto only = [&](const char *list, const char *key, Object *value) {
+        return plain(list, Array::of({autorelease(Dictionary::createWithKeys({{key, value}}))}));
+    };
+    for (const Case &each : {
+             Case{"changesSinceToken:limit:", only("changes", "kind", text),
+                  "the \"kind\" of the change can't have that value"},
+             Case{"sectionsOfAssetsMatchingQuery:byUnit:",
+                  only("sections", "shapes", Array::of({Number::of(65536)})),
+                  "the \"shapes\" of the section can't have that value"},
+             Case{"cloudFeed", only("entries", "name", text), "no entry of the feed has a \"name\""},
+             Case{"cloudFeed", plain("entries", text), "each entry of the feed is a dictionary in an array"},
+             Case{"cloudFeed", plain("companions", text),
+                  "the reply of cloudFeed has no \"companions\"; it has \"entries\""},
          })
         EXPECT_EQ(faultOf([&] { daemon.on(each.operation, each.reaction); }), each.fault);
     EXPECT_EQ(faultOf([&] { daemon.onNth(0, "albums", Reaction::answer()); }), "requests are counted from 1");

@@ -8,7 +8,8 @@ import subprocess
 import sys
 
 import pytest
-from wickerlane import Busy, Cancelled, Ending, Failed, Library, NotFound, Refused, TimedOut, Unreachable
+from wickerlane import (Busy, Cancelled, Change, Companion, Ending, Failed, FeedEntry, Invalid, Library, MomentList,
+                        NotFound, Refused, TimedOut, TooOld, Unreachable)
 from wickerlane.testing import ScriptedDaemon, album, asset, operations
 
 pytest_plugins = ['wickerlane.testing.pytest_plugin']
@@ -31,6 +32,47 @@ def test_answers_are_what_the_library_gives(scripted_daemon: ScriptedDaemon) -> 
         assert (found.name, len(found.uuid)) == ('Dunes', 36)
         assert [each.uuid for each in library.assets(page_size=1)] == [first.uuid, second.uuid]
     assert scripted_daemon.requests[0].values == {'query': {'isDescending': True}}
+
+
+def test_lists_that_have_no_pages(scripted_daemon: ScriptedDaemon) -> None:
+    start, end = (datetime.datetime(2024, 5, day, tzinfo=datetime.UTC) for day in (1, 31))
+    for operation in ('changesSinceToken:limit:', 'awaitChangesSinceToken:limit:seconds:'):
+        scripted_daemon.answer(operation, {'token': 't', 'changes': [
+            {'kind': 'changed', 'uuid': 'A', 'date': start, 'number': 7}, {'kind': 'removed'}]})
+    scripted_daemon.answer('sectionsOfAssetsMatchingQuery:byUnit:',
+                           {'sections': [{'start': start, 'shapes': [1500, 0, 65535]}]})
+    scripted_daemon.answer('momentLists', {'lists': [
+        {'number': 4, 'startDate': start, 'endDate': end, 'momentCount': 2, 'assetCount': 9, 'keyAsset': 'A',
+         'isAnalyzed': True}, {}]})
+    scripted_daemon.answer('cloudFeed', {'entries': [
+        {'albumUUID': 'B', 'startDate': start, 'endDate': end, 'uuids': ['A', 'C']}, {}]})
+    scripted_daemon.answer('assetsMatchingQuery:', {'assets': [asset(), asset()]})
+    scripted_daemon.answer('companionsOfPhotos:', {'companions': [
+        {'path': '/a/b.dng', 'originalFilename': 'b.dng', 'format': 'image/x-adobe-dng', 'byteSize': 5}]})
+    with Library() as library:
+        changed, removed = changes = library.changes('')
+        assert changes.token == 't' and changed == Change('changed', 'A', start, 7)
+        assert (removed.kind, removed.number) == ('removed', 2)
+        assert next(iter(library.follow('t'))) == changes
+        section, = library.sections()
+        assert (section.start, section.count, list(section.shapes)) == (start.date(), 3, [1500, 0, 65535])
+        first, second = library.moment_lists()
+        assert first == MomentList(4, start, end, 2, 9, True, 'A') and second.number == 2
+        entry, made_up = library.feed()
+        assert entry == FeedEntry('B', start, end, ('A', 'C')) and made_up.asset_uuids == ()
+        photos = list(library.assets())
+        assert library.companions(photos) == {
+            photos[0].uuid: Companion(photos[0].uuid, '/a/b.dng', 'b.dng', 'image/x-adobe-dng', 5)}
+        scripted_daemon.answer('changesSinceToken:limit:', {'changes': [], 'isTooOld': True})
+        with pytest.raises(TooOld):
+            library.changes('')
+
+
+def test_two_assets_tell_that_a_beginning_is_ambiguous(scripted_daemon: ScriptedDaemon) -> None:
+    scripted_daemon.answer('assetsMatchingQuery:', {'assets': [asset() for _ in range(5)]})
+    with Library() as library, pytest.raises(Invalid):
+        library.asset('0000')
+    assert len(scripted_daemon.requests) == 1
 
 
 def test_what_was_sent_is_recorded_in_its_order(scripted_daemon: ScriptedDaemon) -> None:

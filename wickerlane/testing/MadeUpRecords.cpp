@@ -44,6 +44,19 @@ bool take(const Object *object, AssetKind &value) {
     value = name == "video" ? AssetKind::video : AssetKind::photo;
     return true;
 }
+bool take(const Object *object, AssetChange::What &value) {
+    constexpr std::string_view names[] = {"added", "changed", "removed"}; // in the order of their numbers
+    std::string name;
+    const auto found = take(object, name) ? std::ranges::find(names, name) : std::end(names);
+    value = static_cast<AssetChange::What>(found - std::begin(names));
+    return found != std::end(names);
+}
+bool take(const Object *object, std::vector<std::uint16_t> &numbers) {
+    const auto *list = as<Array>(object);
+    return list != nullptr && list->holdsObjects() &&
+           std::all_of(list->begin(), list->end(),
+                       [&](const Object *each) { return take(each, numbers.emplace_back()); });
+}
 bool take(const Object *object, Sha256 &value) {
     const auto *data = as<Data>(object);
     if (data == nullptr || data->length() != value.size())
@@ -156,17 +169,54 @@ constexpr Fact<DuplicatesRecord> duplicatesFacts[] = {
     fact<DuplicatesRecord, &DuplicatesRecord::uuids>("uuids"),
 };
 
+constexpr Fact<AssetChange> changeFacts[] = {
+    fact<AssetChange, &AssetChange::what>("kind"),
+    fact<AssetChange, &AssetChange::uuid>("uuid"),
+    date<AssetChange, &AssetChange::date>("date"),
+    fact<AssetChange, &AssetChange::number>("number"),
+};
+
+constexpr Fact<AssetSection> sectionFacts[] = {
+    date<AssetSection, &AssetSection::start>("start"),
+    fact<AssetSection, &AssetSection::shapes>("shapes"),
+};
+
+constexpr Fact<MomentListRecord> momentListFacts[] = {
+    fact<MomentListRecord, &MomentListRecord::primaryKey>("number"),
+    date<MomentListRecord, &MomentListRecord::startDate>("startDate"),
+    date<MomentListRecord, &MomentListRecord::endDate>("endDate"),
+    fact<MomentListRecord, &MomentListRecord::momentCount>("momentCount"),
+    fact<MomentListRecord, &MomentListRecord::assetCount>("assetCount"),
+    fact<MomentListRecord, &MomentListRecord::keyAsset>("keyAsset"),
+    fact<MomentListRecord, &MomentListRecord::isAnalyzed>("isAnalyzed"),
+};
+
+constexpr Fact<FeedEntryRecord> feedFacts[] = {
+    fact<FeedEntryRecord, &FeedEntryRecord::albumUUID>("albumUUID"),
+    date<FeedEntryRecord, &FeedEntryRecord::startDate>("startDate"),
+    date<FeedEntryRecord, &FeedEntryRecord::endDate>("endDate"),
+    fact<FeedEntryRecord, &FeedEntryRecord::uuids>("uuids"),
+};
+
+constexpr Fact<CompanionRecord> companionFacts[] = {
+    fact<CompanionRecord, &CompanionRecord::assetUUID>("assetUUID"),
+    fact<CompanionRecord, &CompanionRecord::path>("path"),
+    fact<CompanionRecord, &CompanionRecord::originalFilename>("originalFilename"),
+    fact<CompanionRecord, &CompanionRecord::format>("format"),
+    fact<CompanionRecord, &CompanionRecord::byteSize>("byteSize"),
+};
+
 template <class Record, std::size_t count>
 std::vector<Record> recordsOf(const Object *given, const Fact<Record> (&known)[count],
                               std::string_view what) {
     const auto *array = as<Array>(given);
     if (array == nullptr || !array->holdsObjects())
-        throw std::invalid_argument(std::string(what) + "s are an array of dictionaries");
+        throw std::invalid_argument("each " + std::string(what) + " is a dictionary in an array");
     std::vector<Record> records;
     for (const Object *each : *array) {
         const auto *facts = as<Dictionary>(each);
         if (facts == nullptr)
-            throw std::invalid_argument(std::string(what) + "s are an array of dictionaries");
+            throw std::invalid_argument("each " + std::string(what) + " is a dictionary in an array");
         Record &record = records.emplace_back();
         for (const Dictionary::Entry &entry : *facts) {
             const auto *key = as<String>(entry.key);
@@ -220,16 +270,62 @@ void completeRecords(std::vector<MomentRecord> &records) {
 }
 
 std::vector<AssetRecord> assetsOfFacts(const Object *facts) {
-    return recordsOf(facts, assetFacts, "asset");
+    auto records = recordsOf(facts, assetFacts, "asset");
+    completeRecords(records);
+    return records;
 }
 std::vector<AlbumRecord> albumsOfFacts(const Object *facts) {
-    return recordsOf(facts, albumFacts, "album");
+    auto records = recordsOf(facts, albumFacts, "album");
+    completeRecords(records);
+    return records;
 }
 std::vector<MomentRecord> momentsOfFacts(const Object *facts) {
-    return recordsOf(facts, momentFacts, "moment");
+    auto records = recordsOf(facts, momentFacts, "moment");
+    completeRecords(records);
+    return records;
 }
 std::vector<DuplicatesRecord> duplicatesOfFacts(const Object *facts) {
     return recordsOf(facts, duplicatesFacts, "group");
+}
+std::vector<AssetChange> changesOfFacts(const Object *facts) {
+    auto records = recordsOf(facts, changeFacts, "change");
+    std::int64_t number = 0;
+    for (AssetChange &each : records) {
+        ++number;
+        if (each.number == 0)
+            each.number = number;
+        if (each.uuid.empty())
+            each.uuid = madeUpUUID(assetKind, number);
+    }
+    return records;
+}
+std::vector<AssetSection> sectionsOfFacts(const Object *facts) {
+    return recordsOf(facts, sectionFacts, "section");
+}
+std::vector<MomentListRecord> momentListsOfFacts(const Object *facts) {
+    auto records = recordsOf(facts, momentListFacts, "list of moments");
+    for (std::size_t i = 0; i < records.size(); ++i)
+        numberRecord(records[i], i);
+    return records;
+}
+std::vector<FeedEntryRecord> feedOfFacts(const Object *facts) {
+    auto records = recordsOf(facts, feedFacts, "entry of the feed");
+    for (FeedEntryRecord &each : records)
+        if (each.albumUUID.empty())
+            each.albumUUID = madeUpUUID(albumKind, 1);
+    return records;
+}
+std::vector<CompanionRecord> companionsOfFacts(const Object *facts) {
+    auto records = recordsOf(facts, companionFacts, "companion");
+    std::int64_t number = 0;
+    for (CompanionRecord &each : records) {
+        ++number;
+        if (each.assetUUID.empty())
+            each.assetUUID = madeUpUUID(assetKind, number);
+        if (each.path.empty())
+            each.path = formatUTF8("/DCIM/100MADEUP/IMG_%04lld.MOV", static_cast<long long>(number));
+    }
+    return records;
 }
 
 } // namespace wickerlane

@@ -37,14 +37,12 @@ public:
     /// An answer with nothing in it, to be filled by with().
     [[nodiscard]] static ScriptedReaction answer();
     /// An answer with plain values by the keys of the operation's reply, of the types that ScriptedRequest
-    /// names. Under "assets", "albums", "moments" and "groups" stand arrays of dictionaries; docs/testing.md
+    /// names. Under "assets", "albums", "changes" and the like stand arrays of dictionaries; docs/testing.md
     /// lists their keys. An open file is the path of a file, which is opened for each answer.
     [[nodiscard]] static ScriptedReaction answer(const Dictionary *values);
     /// The daemon says no, in the way that it has for the operation: with an error of that kind and text, or
     /// with the keys by which the operation says so. `text` is a line for people.
-    /// Operations whose reply has "success" have no room for a reason: the caller gets `failed` and a text of
-    /// the library's, or `refused` for that kind when the reply also has "hasEntitlement". Never
-    /// `unreachable`, `timedOut` or `cancelled`: stop() the daemon, or hold its answer.
+    /// Never `unreachable`, `timedOut` or `cancelled`: stop() the daemon, or hold its answer.
     [[nodiscard]] static ScriptedReaction failure(ProblemKind kind, std::string_view text);
     /// The daemon is gone, as if it was killed: all connections end, nothing that waits is answered. The next
     /// request reaches a new one, as if it had been started again.

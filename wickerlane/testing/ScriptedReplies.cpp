@@ -84,6 +84,16 @@ void setComplete(MessageDictionary *reply, const Row &row) {
         set(reply, keys::isComplete, true);
 }
 
+/// Nothing more has changed.
+void setChangesEnd(MessageDictionary *reply, const Row &row) {
+    if (!hasKey(row, keys::changes))
+        return;
+    if (!reply->contains(keys::isLast.text))
+        set(reply, keys::isLast, true);
+    if (!reply->contains(keys::token.text))
+        set(reply, keys::token, String::create(madeUpToken).get());
+}
+
 /// Assets that went into the trash when they were added.
 void setTrash(MessageDictionary *reply, const std::vector<AssetRecord> &records, MessageDictionary *request) {
     std::vector<TrashedRecord> trash;
@@ -117,25 +127,40 @@ void setRows(MessageDictionary *reply, const Row &row, const std::vector<Duplica
     setComplete(reply, row);
 }
 
+/// Lists that have no pages, by their keys.
+struct WholeList {
+    const char *key;
+    Ref<Data> (*packedFacts)(const Object *facts);
+};
+
+template <auto recordsOfFacts>
+constexpr WholeList wholeList(const protocol::Key<protocol::coding::ByteData> &key) {
+    return {key.text, [](const Object *facts) {
+                const auto records = recordsOfFacts(facts);
+                return protocol::packed(std::span(records));
+            }};
+}
+
+constexpr WholeList wholeLists[] = {
+    wholeList<albumsOfFacts>(keys::albums),     wholeList<changesOfFacts>(keys::changes),
+    wholeList<sectionsOfFacts>(keys::sections), wholeList<momentListsOfFacts>(keys::lists),
+    wholeList<feedOfFacts>(keys::entries),      wholeList<companionsOfFacts>(keys::companions),
+};
+
 /// Records in their plain form. False when they have none under that key.
 bool setPlainRecords(MessageDictionary *reply, const Row &row, std::string_view key, const Object *value,
                      MessageDictionary *request) {
     if (key == keys::assets.text) {
-        auto records = assetsOfFacts(value);
-        completeRecords(records);
-        setRows(reply, row, records, request);
-    } else if (key == keys::albums.text) {
-        auto records = albumsOfFacts(value);
-        completeRecords(records);
-        set(reply, keys::albums, protocol::packed(std::span<const AlbumRecord>(records)).get());
+        setRows(reply, row, assetsOfFacts(value), request);
     } else if (key == keys::moments.text) {
-        auto records = momentsOfFacts(value);
-        completeRecords(records);
-        setRows(reply, row, records, request);
+        setRows(reply, row, momentsOfFacts(value), request);
     } else if (key == keys::groups.text) {
         setRows(reply, row, duplicatesOfFacts(value), request);
     } else {
-        return false;
+        const auto found = std::ranges::find(wholeLists, key, &WholeList::key);
+        if (found == std::end(wholeLists))
+            return false;
+        protocol::coding::ByteData::write(reply, found->key, found->packedFacts(value).get());
     }
     return true;
 }
@@ -170,6 +195,7 @@ Ref<MessageDictionary> makeReply(const Row &row, const reaction::Answer &answer,
     std::visit([&](const auto &rows) { setRows(reply.get(), row, rows, request); }, answer.rows);
     if (answer.plain != nullptr)
         setPlainValues(reply.get(), row, *answer.plain, request);
+    setChangesEnd(reply.get(), row);
     if (hasKey(row, keys::storeUUID) && !reply->contains(keys::storeUUID.text))
         set(reply.get(), keys::storeUUID, String::create(madeUpStoreUUID).get());
     return reply;
@@ -180,6 +206,8 @@ void replyFailure(ReceivedMessage &received, const Row &row, const reaction::Fai
     const auto reply = MessageDictionary::create();
     if (hasKey(row, keys::success)) {
         set(reply.get(), keys::success, false);
+        set(reply.get(), keys::problemKind, static_cast<std::int64_t>(failure.kind));
+        set(reply.get(), keys::problemText, String::create(failure.text).get());
         if (hasKey(row, keys::hasEntitlement))
             set(reply.get(), keys::hasEntitlement, failure.kind != ProblemKind::refused);
     } else if (hasKey(row, keys::authorized)) {

@@ -20,7 +20,10 @@ namespace {
 /// Long enough for any test, and far from the end of what clocks count.
 constexpr double maxSeconds = 1e8;
 
+/// Of no number none.
 std::chrono::nanoseconds durationOf(double seconds) {
+    if (std::isnan(seconds))
+        return {};
     return std::chrono::duration_cast<std::chrono::nanoseconds>(
         std::chrono::duration<double>(std::clamp(seconds, 0.0, maxSeconds)));
 }

@@ -40,11 +40,9 @@ WL_EXTERN_C const char *WLScriptedDaemonRoot(const WLScriptedDaemon *daemon);
 WL_EXTERN_C bool WLScriptedDaemonAnswer(WLScriptedDaemon *daemon, const char *operation, size_t number,
                                         double delay, const WLDictionary *values, WLError **error);
 
-/// The daemon says no for that reason, a code of WLError.h, with a text for people. Operations whose reply
-/// has "success" have no room for a reason: the caller gets WLErrorFailed and a text of the library's, or
-/// WLErrorRefused for that code when the reply also has "hasEntitlement". WLErrorInvalid for codes that no
-/// daemon sends: WLScriptedDaemonStop() stands for WLErrorUnreachable, and a negative delay lets a request
-/// become WLErrorTimedOut or WLErrorCancelled.
+/// The daemon says no for that reason, a code of WLError.h, with a text for people. Null stands for an empty
+/// text. WLErrorInvalid for codes that no daemon sends: WLScriptedDaemonStop() stands for WLErrorUnreachable,
+/// and a negative delay lets a request become WLErrorTimedOut or WLErrorCancelled.
 WL_EXTERN_C bool WLScriptedDaemonFail(WLScriptedDaemon *daemon, const char *operation, size_t number,
                                       double delay, int64_t code, const char *text, WLError **error);
 
@@ -70,7 +68,8 @@ WL_EXTERN_C bool WLScriptedDaemonListen(WLScriptedDaemon *daemon, WLError **erro
 /// dictionary in the order in which they were sent; "wantsReply", a boolean; "process", a number.
 WL_EXTERN_C WLArray *WLScriptedDaemonCreateRequests(const WLScriptedDaemon *daemon);
 
-/// Waits until that many have come. False when they have not in that many seconds.
+/// Waits until that many have come. False when they have not in that many seconds; 0 or less, or what is no
+/// number, looks and does not wait.
 WL_EXTERN_C bool WLScriptedDaemonWaitForRequests(const WLScriptedDaemon *daemon, size_t count,
                                                  double seconds);
 

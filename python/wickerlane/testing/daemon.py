@@ -85,10 +85,8 @@ class ScriptedDaemon:
 
     def fail(self, operation: str | None, error: type[WickerlaneError], text: str = 'the script says so', *,
              nth: int | None = None, delay: float = 0, held: bool = False) -> None:
-        """The daemon says no, so that the error is raised. Operations whose reply has 'success', see operations(),
-        have no room for a reason: Failed is raised with a text of the library's, or Refused for that when the reply
-        also has 'hasEntitlement'. No daemon says Unreachable, TimedOut or Cancelled: use stop() or die(), or `held`
-        with a time limit."""
+        """The daemon says no, so that the error is raised. No daemon says Unreachable, TimedOut or Cancelled: use
+        stop() or die(), or `held` with a time limit."""
         _call(T.WLScriptedDaemonFail, self._running(), *_when(operation, nth, delay, held), error.code,
               text_argument(text))
 
