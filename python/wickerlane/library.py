@@ -1,6 +1,7 @@
 """The library itself."""
 
 import datetime
+import itertools
 import math
 import os
 from collections.abc import Iterable, Iterator
@@ -84,7 +85,7 @@ class Library:
     def asset(self, identity: str) -> Asset:
         """The asset with a UUID, a beginning of one that no other has, a URL or an object ID. Invalid is raised for a
         beginning that several have."""
-        found = list(self.assets(identity=identity, page_size=2))
+        found = list(itertools.islice(self.assets(identity=identity, page_size=2), 2))
         if len(found) > 1:
             raise Invalid(f'several assets begin with {identity!r}: give more of it')
         if not found:
