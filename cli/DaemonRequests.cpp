@@ -138,27 +138,36 @@ Result<> waitForSuccess(std::string withoutReason, const Handler<void(const Succ
     return outcome.take();
 }
 
-Result<> waitForWork(const client::Request &request) {
-    const Awaited<Result<>> outcome;
+Result<client::Reply> answerUnlessInterrupted(const client::Request &request) {
+    const Awaited<client::Reply> answer;
     const auto cancellation = Cancellation::create();
     const CancellationScope scope(cancellation.get());
     request.sendWithReply(JXGatekeeperClient::sharedInstance()->connection(), WorkQueue::global(),
-                          [outcome](const client::Reply &reply) {
-                              outcome.give(outcomeIn(reply));
+                          [answer](const client::Reply &reply) {
+                              answer.give(reply);
                               interruptSemaphore().signal();
                           });
     for (;;) {
-        if (auto given = outcome.takeIfGiven())
+        if (auto given = answer.takeIfGiven())
             return *std::move(given);
         if (isInterrupted()) {
             cancellation->cancel();
             waitUntilSent();
-            return fail(ProblemKind::cancelled,
-                        "interrupted: the daemon stops; what it has done stays, and the rest is done when it "
-                        "is asked for again");
+            return fail(ProblemKind::cancelled, "interrupted");
         }
         interruptSemaphore().wait();
     }
+}
+
+Result<> waitForWork(const client::Request &request) {
+    return answerUnlessInterrupted(request)
+        .map_error([](Problem problem) {
+            problem.text +=
+                ": the daemon stops; what it has done stays, and the rest is done when it is asked "
+                "for again";
+            return problem;
+        })
+        .and_then(outcomeIn);
 }
 
 Result<> waitForEndOfWork(const client::Request &request) {

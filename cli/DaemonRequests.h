@@ -30,8 +30,12 @@ using SuccessHandler = Handler<void(bool success, Error *error)>;
 /// `withoutReason` when it gives none.
 Result<> waitForSuccess(std::string withoutReason, const Handler<void(const SuccessHandler &)> &send);
 
-/// Sends a request whose work may take long and that is answered when it is done. Blocks until then, or until
-/// Ctrl-C, which cancels it.
+/// Sends a request, and blocks until its answer is there, or until Ctrl-C, which cancels it: that is the only
+/// problem.
+Result<client::Reply> answerUnlessInterrupted(const client::Request &request);
+
+/// The same for work that is answered when it is done; the problem is also that of an answer that is an
+/// error.
 Result<> waitForWork(const client::Request &request);
 
 /// The same for work whose problems show in what the command looks at afterwards: only Ctrl-C is one.

@@ -9,13 +9,15 @@
 #include "cli/Output.h"
 #include "cli/Queries.h"
 #include "cli/Subcommands.h"
-#include "wickerlane/client/JXGatekeeperClient.h"
+#include "wickerlane/platform/object/Number.h"
+#include "wickerlane/protocol/AssetRows.h"
 #include "wickerlane/protocol/VideoKeys.h"
 
 namespace wickerlane::cli {
 namespace {
 
 namespace fs = std::filesystem;
+namespace keys = protocol::keys;
 
 struct Options {
     std::string video;
@@ -42,11 +44,18 @@ Result<ExitCode> estimate(const Options &options) {
         properties->set(protocol::exportProperty::startTime, Number::of(options.start));
     if (options.duration >= 0)
         properties->set(protocol::exportProperty::duration, Number::of(options.duration));
-    const std::int64_t bytes = JXGatekeeperClient::sharedInstance()->estimatedOutputFileLengthForVideoURL(
-        url->get(), nullptr, String::of(options.preset), properties.get());
-    if (bytes < 0)
+    client::Request request(protocol::estimatedOutputFileLength);
+    request.set(keys::videoURL, url->get());
+    request.set(keys::exportPreset, String::of(options.preset));
+    if (properties->count() != 0)
+        request.set(keys::exportProperties, properties.get());
+    const auto answer = answerUnlessInterrupted(request);
+    if (!answer)
+        return passOn(answer);
+    if (!answer->isDictionary())
         return failRequest(
             {ProblemKind::failed, fmt::format("{} can't be read as a video", options.video), {}});
+    const std::int64_t bytes = answer->get(keys::fileLength);
     if (options.json)
         printJSON({{"preset", options.preset}, {"bytes", bytes}});
     else

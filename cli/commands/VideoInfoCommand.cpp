@@ -8,7 +8,8 @@
 #include "cli/Formatting.h"
 #include "cli/Output.h"
 #include "cli/Subcommands.h"
-#include "wickerlane/client/JXGatekeeperClient.h"
+#include "wickerlane/platform/object/Number.h"
+#include "wickerlane/protocol/AssetRows.h"
 
 namespace wickerlane::cli {
 namespace {
@@ -32,7 +33,12 @@ Result<ExitCode> showVideoInfo(const Options &options) {
     const auto absolute = String::create(std::filesystem::absolute(options.path).lexically_normal().string());
     if (!absolute)
         return fail(ProblemKind::invalid, "the path is not UTF-8; rename the file first");
-    const Dictionary *metadata = JXGatekeeperClient::sharedInstance()->videoMetadataAtPath(absolute.get());
+    client::Request request(protocol::videoMetadata);
+    request.set(protocol::keys::filePath, absolute.get());
+    const auto answer = answerUnlessInterrupted(request);
+    if (!answer)
+        return passOn(answer);
+    const Dictionary *metadata = as<Dictionary>(answer->get(protocol::keys::metadata));
     if (metadata == nullptr)
         return failRequest(
             {ProblemKind::failed, fmt::format("{} can't be read as a video", options.path), options.path});

@@ -102,16 +102,20 @@ TEST_F(Commands, LongWorkThatFailsSaysSo) {
 }
 
 TEST_F(Commands, LongWorkThatIsInterruptedSaysSo) {
-    imported(file("a.jpg", jpegPicture()));
+    const std::string picture = file("a.jpg", jpegPicture());
+    imported(picture);
     const pid_t daemon = run({"daemon", "status", "--json"}).json()["process"];
     ASSERT_TRUE(stopProcess(daemon)); // it answers nothing
-    RunningCommand rebuilding({"rebuild-thumbnails"});
-    EXPECT_TRUE(waitUntil([&] { return catchesInterrupts(rebuilding.process()); }));
-    kill(rebuilding.process(), SIGINT);
-    const CommandResult result = rebuilding.wait();
+    for (const std::vector<std::string> &work : std::initializer_list<std::vector<std::string>>{
+             {"rebuild-thumbnails"}, {"estimate", picture}, {"video-info", picture}}) {
+        RunningCommand working(work);
+        EXPECT_TRUE(waitUntil([&] { return catchesInterrupts(working.process()); }));
+        kill(working.process(), SIGINT);
+        const CommandResult result = working.wait();
+        EXPECT_EQ(result.exitCode, 130) << result;
+        EXPECT_NE(result.errors.find("interrupted"), std::string::npos) << result;
+    }
     kill(daemon, SIGCONT);
-    EXPECT_EQ(result.exitCode, 130) << result;
-    EXPECT_NE(result.errors.find("interrupted"), std::string::npos) << result;
 }
 
 TEST_F(Commands, AStoreThatIsDamagedIsNotTakenForNoLibrary) {
