@@ -104,7 +104,7 @@ class QueueFull(WickerlaneError):
 
 
 class TimedOut(WickerlaneError, TimeoutError):
-    """No answer came in the time that was allowed. What was asked may still be done."""
+    """No answer came in the time that was allowed. The daemon was told to stop; what was asked may have been done."""
 
     code = 14
 

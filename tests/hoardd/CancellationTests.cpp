@@ -17,6 +17,7 @@
 #include "tests/support/StoppedProcess.h"
 #include "tests/support/WaitUntil.h"
 #include "wickerlane/platform/message/connection/Cancellation.h"
+#include "wickerlane/platform/message/connection/ReplyTimeLimit.h"
 #include "wickerlane/store/AnalysisReader.h"
 
 namespace wickerlane::test {
@@ -34,11 +35,12 @@ protected:
                                   [reply](MessageValue *value) { reply->set_value(value); });
         return reply->get_future();
     }
-    static bool isCancelled(Reply &reply) {
+    static std::int64_t errorKindIn(Reply &reply) {
         const auto value = reply.get();
         const auto *error = as<MessageError>(value.get());
-        return error != nullptr && error->errorKind() == 15;
+        return error != nullptr ? error->errorKind() : -1;
     }
+    static bool isCancelled(Reply &reply) { return errorKindIn(reply) == 15; }
     static void signalAll(const std::vector<pid_t> &processes, int signal) {
         for (const pid_t each : processes)
             kill(each, signal);
@@ -59,21 +61,27 @@ protected:
 
 TEST_F(CancelledRequest, IsNotBegunWhenItWaits) {
     ReleaseScope scope;
-    saveData(jpegOf(scene(90, 60, 1)));
-    const auto workers = mediaWorkersOf(daemon().id);
-    signalAll(workers, SIGSTOP);
-    auto before = send(request(73).get()); // keeps the queue of long work
-    const auto cancellation = Cancellation::create();
-    auto cancelled = send(rebuildMoments().get(), cancellation.get());
-    auto after = send(request(68).get()); // runs after it
-    waitUntilRead();
-    cancellation->cancel();
-    EXPECT_TRUE(isCancelled(cancelled));
-    waitUntilRead();
-    signalAll(workers, SIGCONT);
-    EXPECT_EQ(before.get()->kind(), MessageKind::dictionary);
-    EXPECT_EQ(after.get()->kind(), MessageKind::dictionary);
-    EXPECT_EQ(moments(), 0U);
+    for (const bool isLate : {false, true}) {
+        saveData(jpegOf(scene(90, 60, isLate ? 2 : 1)));
+        const auto workers = mediaWorkersOf(daemon().id);
+        signalAll(workers, SIGSTOP);
+        auto before = send(request(73).get()); // keeps the queue of long work
+        const auto cancellation = Cancellation::create();
+        auto unwanted = [&] {
+            const ReplyTimeLimit limit(isLate ? 20ms : 0ms);
+            return send(rebuildMoments().get(), cancellation.get());
+        }();
+        auto after = send(request(68).get()); // runs after it
+        waitUntilRead();
+        if (!isLate)
+            cancellation->cancel();
+        EXPECT_EQ(errorKindIn(unwanted), isLate ? 14 : 15);
+        waitUntilRead();
+        signalAll(workers, SIGCONT);
+        EXPECT_EQ(before.get()->kind(), MessageKind::dictionary);
+        EXPECT_EQ(after.get()->kind(), MessageKind::dictionary);
+        EXPECT_EQ(moments(), 0U) << isLate;
+    }
     answer(rebuildMoments().get());
     EXPECT_EQ(moments(), 1U) << "there was something to do";
 }

@@ -39,7 +39,7 @@ WL_EXTERN_C WLString *WLErrorText(const WLError *error);
 
 /// How long functions may wait for the daemon, in this process, from now on; 0, which is the default, or less
 /// means without limit. A function that is late fails as it does without a daemon, and WLLastError() is
-/// WLErrorTimedOut. The daemon may still do what was asked.
+/// WLErrorTimedOut. The daemon is told to stop, as WLCancel() does; what was asked may have been done.
 WL_EXTERN_C void WLSetTimeLimit(double seconds);
 
 /// The same for what the calling thread calls from now on, whatever the limit of the process. A negative time

@@ -95,9 +95,9 @@ public:
     /// How long operations may wait for hoardd's answer, from now on; zero, which is the default, or less
     /// means without limit. For one call, or a few: wickerlane::ReplyTimeLimit. An operation that is late
     /// fails as it does when hoardd can't be reached, with its failure value or in its handler, and its
-    /// answer, should it come, is dropped; lastError() is `timedOut`. hoardd may still do what was asked. Of
-    /// the connection that the client has now. What ends operations from another thread, and their work with
-    /// them: wickerlane::Cancellation; lastError() is then `cancelled`.
+    /// answer, should it come, is dropped; lastError() is `timedOut`. hoardd is told to stop; what was asked
+    /// may have been done. Of the connection that the client has now. What ends operations from another
+    /// thread: wickerlane::Cancellation; lastError() is then `cancelled`.
     void setReplyTimeLimit(std::chrono::nanoseconds limit) { _connection->setReplyTimeLimit(limit); }
 
     /// waitUntilConnectionSendsAllMessages — blocks until every message sent before has left this process.

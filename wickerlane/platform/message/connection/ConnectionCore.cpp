@@ -190,10 +190,12 @@ void ConnectionCore::awaitInTurns(Session &mine, ReplyWaiter &waiter, std::uint6
                 mine.arm();
             if (waiter.changed.waitUntil(mutex, waiter.due) || waiter.reply != nullptr)
                 continue;
-            mine.pending.giveUp(waiter);
+            const auto late = mine.pending.giveUp(waiter);
             // It may have been chosen as the next to read.
             if (state == State::connected && !mine.isBeingRead)
                 mine.passOnReading();
+            if (!mine.isOver)
+                withdraw(late);
         }
     }
 }
@@ -238,17 +240,22 @@ void ConnectionCore::cancelRequests(const Cancellation &cancellation) {
     std::vector<Delivery> deliveries;
     {
         const MutexLock lock(mutex);
-        const auto ids = session->pending.cancel(cancellation, deliveries);
-        const auto nothing = MessageDictionary::create();
-        for (const std::uint64_t id : ids) {
-            MessageEncoder frame;
-            if (frame.encode(FrameKind::message, id, nothing.get()) == nullptr)
-                session->sender.append(frame);
-        }
-        if (!ids.empty())
-            sendAppended();
+        withdraw(session->pending.cancel(cancellation, deliveries));
     }
     deliver(std::move(deliveries));
+}
+
+// Nothing waits for the replies of these requests any more: the service need not do what they ask for.
+void ConnectionCore::withdraw(std::span<const std::uint64_t> ids) {
+    if (ids.empty())
+        return;
+    const auto nothing = MessageDictionary::create();
+    for (const std::uint64_t id : ids) {
+        MessageEncoder frame;
+        if (frame.encode(FrameKind::message, id, nothing.get()) == nullptr)
+            session->sender.append(frame);
+    }
+    sendAppended();
 }
 
 // Being late
@@ -273,10 +280,11 @@ void ConnectionCore::dueTimeCame(Clock::time_point due) {
         watchedDueTime = Clock::time_point::max();
         const Clock::time_point now = Clock::now();
         PendingReplies &pending = session->pending;
-        pending.giveUpLateHandlers(now, deliveries);
+        const auto late = pending.giveUpLateHandlers(now, deliveries);
         constexpr std::chrono::milliseconds pause{1}; // each look takes as long as there are requests
         if (const auto next = pending.nextDue(); next != Clock::time_point::max())
             watchDueTime(std::max(next, now + pause));
+        withdraw(late);
     }
     deliver(std::move(deliveries));
 }

@@ -2,6 +2,7 @@
 #ifndef WICKERLANE_PLATFORM_MESSAGE_CONNECTION_CONNECTIONCORE_H
 #define WICKERLANE_PLATFORM_MESSAGE_CONNECTION_CONNECTIONCORE_H
 
+#include <span>
 #include <string>
 
 #include "wickerlane/platform/message/connection/Delivery.h"
@@ -66,6 +67,7 @@ private:
     void connect() WL_REQUIRES(mutex);
     void failForWantOfThreads() WL_REQUIRES(mutex);
     void sendAppended() WL_REQUIRES(mutex);
+    void withdraw(std::span<const std::uint64_t> ids) WL_REQUIRES(mutex);
     void await(ConnectionSession &session, ReplyWaiter &waiter, std::uint64_t end) WL_REQUIRES(mutex);
     void awaitInTurns(ConnectionSession &session, ReplyWaiter &waiter, std::uint64_t end) WL_REQUIRES(mutex);
     void endSession(MessageError *error, MessageError *pendingError = nullptr) WL_REQUIRES(mutex);

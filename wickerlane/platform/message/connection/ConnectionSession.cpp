@@ -160,18 +160,20 @@ void ConnectionSession::readUntilReply(ConnectionCore &connection, const ReplyWa
     isQuiet = false;
     arm();
     Received received;
+    std::vector<std::uint64_t> late;
     const int flags = waiter.isLimited() ? MSG_DONTWAIT : 0;
     while (waiter.reply == nullptr) {
         const bool isLate = waiter.isLimited() && !awaitInput(connection, waiter.due);
         if (isOver)
             return;
         if (isLate)
-            pending.giveUp(waiter);
+            late = pending.giveUp(waiter);
         else if (readOnce(connection, flags, received) == ReadResult::sessionIsOver)
             return;
     }
     isBeingRead = false;
     passOnReading();
+    connection.withdraw(late);
 }
 
 // False when there is none at that time.

@@ -37,9 +37,9 @@ public:
     virtual void setIdleTime(std::chrono::milliseconds time) = 0;
     /// How long the requests that are sent from now on may wait for their replies; zero, which is the
     /// default, or less means without limit. A ReplyTimeLimit of the sending thread goes before it. A request
-    /// that is late gets an error of the kind `timedOut`, and a reply that comes afterwards is dropped: what
-    /// was asked may still be done. The connection stays as it is. Connecting, and starting the service,
-    /// count.
+    /// that is late gets an error of the kind `timedOut`, and a reply that comes afterwards is dropped. The
+    /// service is told to stop, as for one that is cancelled; what was asked may have been done. The
+    /// connection stays as it is. Connecting, and starting the service, count.
     virtual void setReplyTimeLimit(std::chrono::nanoseconds limit) = 0;
     virtual void resume() = 0;
 

@@ -10,9 +10,10 @@ constexpr std::int64_t kindTimedOut = 14;
 constexpr std::int64_t kindCancelled = 15;
 
 Ref<MessageError> late() {
-    return MessageError::create("The service has not answered in time, and may still do what was asked. Ask "
-                                "again later, or allow more time.",
-                                kindTimedOut);
+    return MessageError::create(
+        "The service has not answered in time, and was told to stop. It may have done "
+        "what was asked. Ask again later, or allow more time.",
+        kindTimedOut);
 }
 
 } // namespace
@@ -77,28 +78,33 @@ void PendingReplies::giveUp(Entry &entry, Ref<MessageError> error, std::vector<D
     give(std::exchange(entry, std::move(givenUp)), std::move(error), deliveries);
 }
 
-void PendingReplies::giveUp(const ReplyWaiter &waiter) {
-    std::vector<Delivery> deliveries;
+template <class Matches>
+std::vector<std::uint64_t> PendingReplies::giveUpIf(const Matches &matches, const Ref<MessageError> &error,
+                                                    std::vector<Delivery> &deliveries) {
+    std::vector<std::uint64_t> ids;
     for (Entry &entry : entries)
-        if (entry.waiter == &waiter)
-            return giveUp(entry, late(), deliveries);
+        if (matches(entry)) {
+            ids.push_back(entry.id);
+            giveUp(entry, error, deliveries);
+        }
+    return ids;
 }
 
-void PendingReplies::giveUpLateHandlers(Clock::time_point now, std::vector<Delivery> &deliveries) {
-    for (Entry &entry : entries)
-        if (entry.queue != nullptr && entry.due <= now)
-            giveUp(entry, late(), deliveries);
+std::vector<std::uint64_t> PendingReplies::giveUp(const ReplyWaiter &waiter) {
+    std::vector<Delivery> unused; // a waiter has no handler
+    return giveUpIf([&](const Entry &each) { return each.waiter == &waiter; }, late(), unused);
+}
+
+std::vector<std::uint64_t> PendingReplies::giveUpLateHandlers(Clock::time_point now,
+                                                              std::vector<Delivery> &deliveries) {
+    return giveUpIf([&](const Entry &each) { return each.queue != nullptr && each.due <= now; }, late(),
+                    deliveries);
 }
 
 std::vector<std::uint64_t> PendingReplies::cancel(const Cancellation &cancellation,
                                                   std::vector<Delivery> &deliveries) {
-    std::vector<std::uint64_t> ids;
-    for (Entry &entry : entries)
-        if (entry.cancellation.get() == &cancellation) {
-            ids.push_back(entry.id);
-            giveUp(entry, cancelled(), deliveries);
-        }
-    return ids;
+    return giveUpIf([&](const Entry &each) { return each.cancellation.get() == &cancellation; }, cancelled(),
+                    deliveries);
 }
 
 Ref<MessageError> PendingReplies::cancelled() {

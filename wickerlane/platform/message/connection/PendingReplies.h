@@ -33,16 +33,20 @@ public:
     /// Gives a reply to the thread that waits for it, or adds a delivery to its handler. False when nothing
     /// waits under that id.
     [[nodiscard]] bool resolve(std::uint64_t id, Ref<MessageValue> reply, std::vector<Delivery> &deliveries);
-    /// Gives a request that is late the error that says so, unless its reply has come. A later reply is
-    /// dropped.
-    void giveUp(const ReplyWaiter &waiter);
-    void giveUpLateHandlers(Clock::time_point now, std::vector<Delivery> &deliveries);
-    /// When the next handler is late; the end of time when none will be.
-    [[nodiscard]] Clock::time_point nextDue() const noexcept;
-    /// Gives those that belong to a cancellation the error that says so, and returns their ids. A later reply
-    /// is dropped.
+    // Each gives requests the error that says why they are given up, and returns their ids. A later reply is
+    // dropped.
+
+    /// That of a waiter that is late, unless its reply has come.
+    [[nodiscard]] std::vector<std::uint64_t> giveUp(const ReplyWaiter &waiter);
+    /// Those of all handlers that are late.
+    [[nodiscard]] std::vector<std::uint64_t> giveUpLateHandlers(Clock::time_point now,
+                                                                std::vector<Delivery> &deliveries);
+    /// Those that belong to a cancellation.
     [[nodiscard]] std::vector<std::uint64_t> cancel(const Cancellation &cancellation,
                                                     std::vector<Delivery> &deliveries);
+
+    /// When the next handler is late; the end of time when none will be.
+    [[nodiscard]] Clock::time_point nextDue() const noexcept;
     /// The error of a request that was cancelled.
     [[nodiscard]] static Ref<MessageError> cancelled();
     /// Gives the error to all.
@@ -71,6 +75,9 @@ private:
     [[nodiscard]] Entry &allocate();
     void give(Entry taken, Ref<MessageValue> reply, std::vector<Delivery> &deliveries);
     void giveUp(Entry &entry, Ref<MessageError> error, std::vector<Delivery> &deliveries);
+    template <class Matches>
+    std::vector<std::uint64_t> giveUpIf(const Matches &matches, const Ref<MessageError> &error,
+                                        std::vector<Delivery> &deliveries);
 
     std::vector<Entry> entries;
     std::uint32_t firstFree = none;
