@@ -56,7 +56,7 @@ int main(int argc, char **argv) {
     WLNumber *token = WLRetain(RZRegisterForPhotosAndVideosCount(ask, NULL, NULL, WLQueueMain()));
     WLScopePop(scope);
     ask(NULL);
-    WLMainRun();
+    WLMainRun(); // calls ask() on this thread, soon after each change
     RZUnregisterForPhotosAndVideosCount(token);
     WLRelease(token);
     return EXIT_SUCCESS;

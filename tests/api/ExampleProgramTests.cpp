@@ -1,4 +1,6 @@
 // The example programs of the guides, with the real daemon.
+#include <poll.h>
+
 #include <csignal>
 #include <filesystem>
 
@@ -107,6 +109,55 @@ TEST_F(ExamplePrograms, TryAgainWhereThatMayHelp) {
     const auto full = outcomeOf(program + picture);
     EXPECT_EQ(full.second, 1);
     EXPECT_EQ(timesIn(full.first, "trying again"), 3U) << full.first;
+}
+
+TEST_F(ExamplePrograms, FollowChanges) {
+    FILE *output = popen("echo $$; exec " EXAMPLES_FOLDER "/changes", "re");
+    ASSERT_NE(output, nullptr);
+    pid_t process = 0;
+    ASSERT_EQ(fscanf(output, "%d", &process), 1);
+    std::uint32_t width = 100;
+    std::string saved;
+    const auto saveOne = [&] {
+        const auto outcome = outcomeOf(EXAMPLES_FOLDER "/save " + newPicture(width++).first);
+        EXPECT_EQ(outcome.second, 0) << outcome.first;
+        saved += outcome.first;
+    };
+    char word[16], uuid[64];
+    const auto expectAddition = [&] {
+        ASSERT_EQ(fscanf(output, "%15s %63s", word, uuid), 2);
+        EXPECT_STREQ(word, "added");
+        EXPECT_NE(saved.find(uuid), std::string::npos) << uuid;
+    };
+    // What is saved before it has its first token is no change.
+    pollfd readable{.fd = fileno(output), .events = POLLIN, .revents = 0};
+    do
+        saveOne();
+    while (poll(&readable, 1, 50) == 0);
+    expectAddition();
+    end(daemon(), SIGTERM);
+    const std::size_t before = saved.size();
+    saveOne();
+    do // those that were saved meanwhile come first
+        expectAddition();
+    while (!HasFatalFailure() && saved.find(uuid) < before);
+    EXPECT_EQ(kill(process, SIGTERM), 0);
+    EXPECT_EQ(pclose(output), SIGTERM);
+}
+
+TEST_F(ExamplePrograms, SaveTogetherAndWithoutWaiting) {
+    const std::string first = newPicture(60).first, second = newPicture(61).first;
+    const std::string missing = rootPath() + "/missing.png";
+    const auto one = outcomeOf(EXAMPLES_FOLDER "/save_all " + first + " " + missing + " " + second);
+    EXPECT_EQ(one.second, 1);
+    EXPECT_NE(one.first.find("No such file"), std::string::npos) << one.first;
+    const auto both = outcomeOf(EXAMPLES_FOLDER "/save_all " + first + " " + second);
+    EXPECT_EQ(both.second, 0);
+    EXPECT_EQ(both.first.size(), 2 * 37U) << both.first;
+    EXPECT_EQ(outcomeOf(EXAMPLES_FOLDER "/background " + missing).second, 1);
+    const auto alone = outcomeOf(EXAMPLES_FOLDER "/background " + newPicture(62).first);
+    EXPECT_EQ(alone.second, 0);
+    EXPECT_EQ(alone.first.size(), 37U) << alone.first;
 }
 
 } // namespace

@@ -8,7 +8,7 @@ target_compile_definitions(api_tests PRIVATE
     HOARDD_PROGRAM="$<TARGET_FILE:hoardd>" C_EXAMPLE="$<TARGET_FILE:count>"
     LIST_EXAMPLE="$<TARGET_FILE:list>" SAVE_EXAMPLE="$<TARGET_FILE:save>"
     EXAMPLES_FOLDER="$<TARGET_FILE_DIR:save>")
-add_dependencies(api_tests hoardd count first_c first_cpp glib list poll retry save)
+add_dependencies(api_tests hoardd background changes count first_c first_cpp glib list poll retry save save_all)
 
 # An interpreter that was built without sanitizers can't load a library that was built with them.
 if(NOT WICKERLANE_SANITIZE)

@@ -1,6 +1,7 @@
 """The examples, as programs."""
 
 import pathlib
+import signal
 import subprocess
 import sys
 from collections.abc import Callable
@@ -46,3 +47,26 @@ def test_contact_sheet(library: wickerlane.Library, save: Save, tmp_path: pathli
     assert page.count('data:image/jpeg;base64,/9j/') == 2
     assert '&lt;' in page and 'torn' not in page
     assert run('contact_sheet.py', tmp_path / 'all.html') == (0, '3 photos\n')
+
+
+def test_dunes(library: wickerlane.Library, tmp_path: pathlib.Path) -> None:
+    picture = tmp_path / 'dawn.png'
+    picture.write_bytes(png(280))
+    code, output = run('dunes.py', picture)
+    assert code == 0 and ' dawn.png ' in output
+    asset, = library.album('Dunes').assets()
+    assert asset.favourite and asset.caption == 'Dunes at dawn'
+    assert run('dunes.py', picture)[0] == 1 # there is such an album
+
+
+def test_follow(library: wickerlane.Library, save: Save) -> None:
+    with subprocess.Popen([sys.executable, TREE / 'examples/follow.py'], text=True,
+                          stdout=subprocess.PIPE) as following:
+        assert following.stdout is not None
+        assert following.stdout.readline() == '0 assets\n'
+        asset = save(png(281))
+        assert '1 assets\n' in following.stdout
+        asset.delete()
+        assert '0 assets\n' in following.stdout
+        following.send_signal(signal.SIGINT)
+        assert following.wait() == 0

@@ -8,7 +8,7 @@ import textwrap
 
 TREE = pathlib.Path(sys.argv[1])
 GUIDES = ['README.md', *(f'docs/{name}.md' for name in (
-    'errors', 'event-loops', 'first-application', 'renditions', 'testing', 'threads'))]
+    'c-api', 'errors', 'event-loops', 'first-application', 'python', 'renditions', 'testing', 'threads'))]
 SHORT = 2 # lines, of which a block may have that many of its own
 OWN = {('README.md', 'python')}
 BLOCK = re.compile(r'^```(c|cpp|python|cmake)\n(.*?)^```$', re.MULTILINE | re.DOTALL)
