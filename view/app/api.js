@@ -50,12 +50,17 @@ export function get(path, parameters, {signal} = {}) {
     return answerOf(fetch(address(path, parameters), {signal}));
 }
 
-export function post(path, body = {}) {
-    return answerOf(fetch(path, {
+/** Emits `made` after each change that the page made. Those of albums are not among what the library tells. */
+export const changes = new EventTarget();
+
+export async function post(path, body = {}) {
+    const answer = await answerOf(fetch(path, {
         method: 'POST',
         headers: {'Content-Type': 'application/json', 'X-Wickerlane-Token': token},
         body: JSON.stringify(body),
     }));
+    changes.dispatchEvent(new Event('made'));
+    return answer;
 }
 
 const mostIds = 5000;

@@ -60,6 +60,7 @@ export class DuplicatesPage {
         const isEmpty = this.list.childElementCount === 0 && this.#next === undefined;
         this.note.textContent = isEmpty ? t(isComplete ? 'duplicates.none' : 'duplicates.searching') :
             this.isFixed ? '' : t('duplicates.hint');
+        this.note.classList.toggle('key-hint', !isEmpty);
         // Whatever room is left is filled.
         if (!isEmpty && this.#next !== undefined && this.end.getBoundingClientRect().top < innerHeight + 800)
             this.#more();

@@ -11,7 +11,7 @@ import {Gestures} from './gestures.js';
 import {Import} from './import.js';
 import {forgetPlaces} from './places.js';
 import {addressOf, currentRoute} from './route.js';
-import {parse, quoted, without} from './search.js';
+import {parse, without} from './search.js';
 import {Selection} from './selection.js';
 import {SelectionBar, Shell} from './shell.js';
 import {Source} from './source.js';
@@ -73,7 +73,8 @@ class Page {
         document.addEventListener('keydown', (event) => this.#key(event));
         const refresh = debounced(() => this.refresh(), followAfter);
         const changes = new Changes();
-        changes.addEventListener('changed', () => refresh());
+        changes.addEventListener('changed', refresh);
+        api.changes.addEventListener('made', refresh);
         changes.addEventListener('away', ({detail: {error}}) => showAway(error));
         changes.addEventListener('back', () => showAway(null));
         changes.follow();
@@ -110,7 +111,7 @@ class Page {
         event.preventDefault();
     }
 
-    #search(text, isFinal) {
+    async #search(text, isFinal) {
         const route = currentRoute();
         const address = addressOf({name: 'photos', query: text.trim()});
         // What is found while one types does not become a step to go back to.
@@ -118,7 +119,7 @@ class Page {
             history.replaceState(null, '', address);
         else if (location.hash !== address)
             history.pushState(null, '', address);
-        this.show();
+        await this.show();
         if (isFinal && this.timeline.source?.count > 0)
             this.#enter();
     }
@@ -208,7 +209,7 @@ class Page {
             }), el('h1', {}, album?.title ?? t('album.gone')), el('span', {class: 'quiet-text'},
                 t('photos.count', {n: source.count})),
             ...(this.isFixed || !album || !actions.isOwn(album) ? [] : [
-                iconButton('pencil', t('album.rename'), () => this.#renameAlbum(album)),
+                iconButton('pencil', t('album.rename'), () => actions.renameAlbum(album)),
                 iconButton('trash', t('album.delete'), () => this.#deleteAlbum(album))]));
         } else if (route.query) {
             const chip = (label, raw) => el('span', {class: 'chip'}, el('span', {}, label), iconButton('close',
@@ -220,7 +221,7 @@ class Page {
                 title.toLowerCase().includes(words.toLowerCase())).slice(0, 4) : [];
             head.replaceChildren(el('h1', {class: 'unseen'}, t('search')), el('span', {class: 'quiet-text found', role: 'status'},
                 t('photos.count', {n: source.count})),
-            ...chips.map(({label, raw}) => chip(label, raw)), ...(words ? [chip(`“${words}”`, words)] : []),
+            ...chips.map(({label, raw}) => chip(label, raw)), ...(words ? [chip(words, words)] : []),
             ...found.map(({id, title}) => el('a', {class: 'suggestion', href: `#/album/${id}`}, t('suggest.album', {title}))),
             ...this.#suggestions(filter));
         } else {
@@ -290,11 +291,6 @@ class Page {
         const deleted = await actions.remove(this.selection.ids);
         if (deleted)
             this.selection.remove(deleted);
-    }
-
-    async #renameAlbum(album) {
-        if (await actions.renameAlbum(album))
-            this.refresh(true);
     }
 
     async #deleteAlbum(album) {

@@ -39,8 +39,15 @@ export class Scroller {
         return Math.max(0, this.#height - this.window);
     }
 
+    /** Near the ends they have the same distance from them, so that neither runs out before the other. */
     #realOf(top) {
-        return this.most > 0 ? top / this.most * (mostPixels - this.window) : 0;
+        const end = mostPixels - this.window;
+        const margin = 4 * this.window;
+        if (top < margin)
+            return top;
+        if (this.most - top < margin)
+            return end - (this.most - top);
+        return clamp(top / this.most * end, margin, end - margin);
     }
 
     setHeight(height) {

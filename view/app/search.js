@@ -107,9 +107,6 @@ function meaning(key, value, albums) {
     }
 }
 
-/** A value for the box: in quotes if it has spaces. */
-export const quoted = (value) => /\s/.test(value) ? `"${value.replaceAll('"', '')}"` : value;
-
 /**
  * The filter that a text means, its `chips` ({label, raw}, where `raw` is the part of the text), and the words that mean
  * nothing else and are looked for in texts.

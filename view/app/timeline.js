@@ -15,7 +15,7 @@ const topMargin = 8;
 const bottomMargin = 96;
 
 /**
- * Shows a source. Emits `stale` when the source no longer fits the library, and `arrange` after all was placed.
+ * Shows a source. Emits `stale` when the source no longer fits the library.
  */
 export class Timeline extends EventTarget {
     #rows = new Map();
@@ -56,15 +56,30 @@ export class Timeline extends EventTarget {
     /** Shows a source that has been loaded. `anchored` keeps what is in view where it is. */
     show(source, {anchored = false} = {}) {
         const anchor = anchored ? this.#anchor() : null;
+        this.current = anchored ? this.#follow(source) : 0;
         this.source?.removeEventListener('arrived', this.#onArrived);
         this.source?.removeEventListener('stale', this.#onStale);
         this.source = source;
         source.addEventListener('arrived', this.#onArrived);
         source.addEventListener('stale', this.#onStale);
-        if (!anchored)
-            this.current = 0;
-        this.current = clamp(this.current, 0, Math.max(0, source.count - 1));
         this.#arrange(anchor);
+    }
+
+    /** The index that the current asset has in a source that takes the place of the old one. */
+    #follow(source) {
+        const before = this.source?.known(this.current);
+        let first = 0;
+        if (before) {
+            const {start} = this.layout.sections[this.layout.sectionOf(this.current)];
+            for (const section of source.sections) {
+                if (section.start === start)
+                    for (let index = first; index < first + section.count; index += 1)
+                        if (source.known(index)?.id === before.id)
+                            return index;
+                first += section.count;
+            }
+        }
+        return clamp(this.current, 0, Math.max(0, source.count - 1));
     }
 
     /** Fetches what will be in view once another source is shown, so that nothing flickers. */
@@ -121,6 +136,7 @@ export class Timeline extends EventTarget {
         if (width === 0)
             return;
         this.#width = width;
+        const hasFocus = this.grid.contains(document.activeElement);
         this.layout = new Layout(this.source.sections, width, this.#sizes());
         this.grid.setAttribute('aria-rowcount', String(this.layout.rowCount + this.layout.sections.length));
         for (const key of [...this.#rows.keys()])
@@ -132,8 +148,9 @@ export class Timeline extends EventTarget {
         this.scroller.scrollTo(anchor && this.layout.count > 0 ? this.#positionOf(anchor) : 0);
         this.#lastTop = this.scroller.top;
         this.#render();
+        if (hasFocus)
+            (this.cellAt(this.current) ?? this.tabStop)?.focus({preventScroll: true});
         this.#rest();
-        this.dispatchEvent(new Event('arrange'));
     }
 
     scrollTo(top) {
