@@ -11,7 +11,7 @@ using SetUp = void(Command command);
 
 SetUp setUpImport, setUpList, setUpShow, setUpCount, setUpWatch, setUpExport, setUpResolve, setUpThumbnail,
     setUpPreview, setUpAdjustDate, setUpSet, setUpVideoInfo, setUpEstimate, setUpRevert, setUpDelete,
-    setUpTrash, setUpChanges;
+    setUpTrash, setUpChanges, setUpView;
 SetUp setUpAlbum, setUpFeed, setUpBulletins, setUpStream, setUpPurge, setUpPerson;
 SetUp setUpMoments, setUpDuplicates;
 SetUp setUpDaemon, setUpCheck, setUpSizes, setUpRebuildThumbnails, setUpRestore, setUpBackup;
@@ -51,6 +51,7 @@ inline constexpr Subcommand subcommands[] = {
     {"trash", "Photos and videos", "List, restore or delete what was deleted in the last 30 days",
      setUpTrash},
     {"changes", "Photos and videos", "List which assets were added, changed and removed", setUpChanges},
+    {"view", "Photos and videos", "Show the library in a browser on this machine", setUpView},
     {"album", "Albums and sharing", "Create albums and add assets to them", setUpAlbum},
     {"feed", "Albums and sharing", "List what was added to shared albums, newest first", setUpFeed},
     {"bulletins", "Albums and sharing", "Show what has happened in shared albums, and to originals",
