@@ -65,17 +65,27 @@ Problem explained(const MessageError &refusal) {
     return problem;
 }
 
+/// What was asked for made sense, and was there: a part of the work failed.
+ProblemKind kindOfWork(ProblemKind kind) {
+    return kind == ProblemKind::invalid || kind == ProblemKind::notFound ? ProblemKind::failed : kind;
+}
+
 Result<> outcomeIn(const client::Reply &reply) {
     const MessageError *error = reply.error();
     if (error == nullptr)
         return {};
     if (error == MessageError::connectionInterrupted() || error == MessageError::connectionInvalid())
         return failUnreachable();
-    auto kind = static_cast<ProblemKind>(error->errorKind());
-    // What was asked for made sense, and was there: a part of the work failed.
-    if (kind == ProblemKind::invalid || kind == ProblemKind::notFound)
-        kind = ProblemKind::failed;
-    return fail(kind, std::string(error->text()));
+    return fail(kindOfWork(static_cast<ProblemKind>(error->errorKind())), std::string(error->text()));
+}
+
+/// Of the reply that is being handled.
+Problem toldProblem() {
+    auto told = client::HandledReply::problem();
+    if (!told)
+        return {ProblemKind::failed, "see the daemon's log", {}};
+    told->kind = kindOfWork(told->kind);
+    return *std::move(told);
 }
 
 /// Before the process ends; not for long, since the daemon may hang.
@@ -125,17 +135,21 @@ Failure failRequest(Problem problem) {
     return answers ? fail(std::move(problem)) : passOn(answers);
 }
 
-Result<> waitForSuccess(std::string withoutReason, const Handler<void(const SuccessHandler &)> &send) {
+Result<> waitForSuccess(const std::string &undone, const Handler<void(const SuccessHandler &)> &send) {
     const Awaited<Result<>> outcome;
-    send([outcome, withoutReason](bool success, Error *error) {
+    send([outcome](bool success, Error *error) {
         if (success)
             outcome.give({});
+        else if (error != nullptr)
+            outcome.give(fail(ProblemKind::failed, std::string(error->localizedDescription()->utf8())));
         else
-            outcome.give(fail(ProblemKind::failed, error != nullptr
-                                                       ? std::string(error->localizedDescription()->utf8())
-                                                       : withoutReason));
+            outcome.give(fail(toldProblem()));
     });
-    return outcome.take();
+    return outcome.take().map_error([&](Problem problem) {
+        if (!undone.empty())
+            problem.text = undone + ": " + problem.text;
+        return problem;
+    });
 }
 
 Result<client::Reply> answerUnlessInterrupted(const client::Request &request) {

@@ -26,9 +26,9 @@ Failure failRequest(Problem problem);
 /// What the client gives to a request that either succeeds or fails.
 using SuccessHandler = Handler<void(bool success, Error *error)>;
 
-/// Sends such a request and blocks until it is answered. The problem's text is the daemon's, or
-/// `withoutReason` when it gives none.
-Result<> waitForSuccess(std::string withoutReason, const Handler<void(const SuccessHandler &)> &send);
+/// Sends such a request and blocks until it is answered. The problem's text is `undone`, which says what was
+/// not done unless it is empty, and the reason.
+Result<> waitForSuccess(const std::string &undone, const Handler<void(const SuccessHandler &)> &send);
 
 /// Sends a request, and blocks until its answer is there, or until Ctrl-C, which cancels it: that is the only
 /// problem.

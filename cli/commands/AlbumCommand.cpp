@@ -85,11 +85,10 @@ Result<ExitCode> create(const Options &options) {
 Result<> addAsset(const ManagedAsset *asset, const ManagedAlbum &album, const std::string &name) {
     if (asset == nullptr)
         return failToFindAsset(name);
-    return waitForSuccess(fmt::format("{} could not be added; see the daemon's log", name),
-                          [&](const SuccessHandler &handler) {
-                              JXGatekeeperClient::sharedInstance()->addAssetWithURL(
-                                  asset->assetURL(), String::of(album.record().uuid), handler);
-                          });
+    return waitForSuccess(name + " was not added", [&](const SuccessHandler &handler) {
+        JXGatekeeperClient::sharedInstance()->addAssetWithURL(asset->assetURL(),
+                                                              String::of(album.record().uuid), handler);
+    });
 }
 
 Result<ExitCode> add(const Options &options) {

@@ -61,8 +61,8 @@ Result<Status> askStatus(const std::string &lockPath) {
     if (!status.serves)
         return status;
     status.modelVersion = client->getCurrentModelVersion();
-    status.access = waitForSuccess(
-        "no reason given", [&](const SuccessHandler &handler) { client->requestAccessWithHandler(handler); });
+    status.access =
+        waitForSuccess("", [&](const SuccessHandler &handler) { client->requestAccessWithHandler(handler); });
     status.process = daemonProcess(lockPath);
     return status;
 }

@@ -43,18 +43,13 @@ Result<Assets> findToDelete(std::span<const std::string> names, bool now) {
 }
 
 Result<> deleteAsset(const ManagedAsset &asset, bool now) {
-    return waitForSuccess("see the daemon's log",
-                          [&](const SuccessHandler &handler) {
-                              auto *client = JXGatekeeperClient::sharedInstance();
-                              if (now)
-                                  client->removeAssetWithURL(asset.assetURL(), handler);
-                              else
-                                  client->deleteAssetWithURL(asset.assetURL(), handler);
-                          })
-        .map_error([&](Problem problem) {
-            problem.text = fmt::format("{} was not deleted: {}", asset.record().uuid, problem.text);
-            return problem;
-        });
+    return waitForSuccess(asset.record().uuid + " was not deleted", [&](const SuccessHandler &handler) {
+        auto *client = JXGatekeeperClient::sharedInstance();
+        if (now)
+            client->removeAssetWithURL(asset.assetURL(), handler);
+        else
+            client->deleteAssetWithURL(asset.assetURL(), handler);
+    });
 }
 
 Result<ExitCode> deleteAssets(const Options &options) {

@@ -28,11 +28,10 @@ Result<ExitCode> preview(const Options &options) {
     if (const auto answers = requireDaemon(); !answers)
         return passOn(answers);
     const auto data = Data::create(bytes);
-    const auto set = waitForSuccess(
-        fmt::format("{} can't be decoded as a picture", options.picture), [&](const SuccessHandler &handler) {
-            JXGatekeeperClient::sharedInstance()->setLargePreviewImageForAssetWithURL(
-                (*asset)->assetURL(), data.get(), nullptr, handler);
-        });
+    const auto set = waitForSuccess(options.picture + " was not set", [&](const SuccessHandler &handler) {
+        JXGatekeeperClient::sharedInstance()->setLargePreviewImageForAssetWithURL(
+            (*asset)->assetURL(), data.get(), nullptr, handler);
+    });
     if (!set)
         return passOn(set);
     print(fmt::format("{} is now shown as {}", (*asset)->record().uuid, options.picture));

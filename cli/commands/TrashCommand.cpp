@@ -66,15 +66,9 @@ Result<ExitCode> listTrash(const ListOptions &options) {
 }
 
 Result<> restoreAsset(const ManagedAsset &asset) {
-    return waitForSuccess("see the daemon's log",
-                          [&](const SuccessHandler &handler) {
-                              JXGatekeeperClient::sharedInstance()->restoreTrashedAssetWithURL(
-                                  asset.assetURL(), handler);
-                          })
-        .map_error([&](Problem problem) {
-            problem.text = fmt::format("{} was not restored: {}", asset.record().uuid, problem.text);
-            return problem;
-        });
+    return waitForSuccess(asset.record().uuid + " was not restored", [&](const SuccessHandler &handler) {
+        JXGatekeeperClient::sharedInstance()->restoreTrashedAssetWithURL(asset.assetURL(), handler);
+    });
 }
 
 Result<ExitCode> restoreTrashed(const RestoreOptions &options) {
@@ -116,11 +110,11 @@ Result<ExitCode> emptyTrash(const EmptyOptions &options) {
     const std::string assets = countText(count, "asset", "assets");
     if (count > 0 && !options.yes && !isConfirmed(fmt::format("This deletes {} permanently.", assets)))
         return fail(ProblemKind::failed, "nothing was deleted; --yes deletes without asking");
-    const auto emptied = waitForSuccess("see the daemon's log", [](const SuccessHandler &handler) {
+    const auto emptied = waitForSuccess("the trash was not emptied", [](const SuccessHandler &handler) {
         JXGatekeeperClient::sharedInstance()->emptyTrashWithHandler(handler);
     });
     if (!emptied)
-        return fail(ProblemKind::failed, "the trash was not emptied: " + emptied.error().text);
+        return passOn(emptied);
     print(assets + " deleted");
     return ExitCode::success;
 }

@@ -156,7 +156,11 @@ TEST_F(Commands, PreviewNeedsItsEntitlement) {
     EXPECT_EQ(run({"revert", uuid}).output, "1 asset reverted\n");
     EXPECT_FALSE(run({"show", uuid, "--json"}).json().contains("edited"));
     EXPECT_NE(run({"revert", uuid}).exitCode, 0) << "nothing is left to revert";
-    EXPECT_EQ(run({"preview", uuid, file("words", bytesOf("only words"))}).exitCode, 1);
+    const CommandResult words = run({"preview", uuid, file("words", bytesOf("only words"))});
+    EXPECT_EQ(words.exitCode, 1) << words;
+    EXPECT_NE(words.errors.find("words was not set: "), std::string::npos) << words;
+    EXPECT_EQ(words.errors.find("see the daemon's log"), std::string::npos)
+        << "the daemon says why: " << words;
 }
 
 } // namespace
