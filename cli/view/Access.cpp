@@ -151,7 +151,7 @@ std::optional<Refusal> Access::refusalOfSender(const httplib::Request &request) 
     if (request.get_header_value_count("X-Wickerlane-Token") != 1 ||
         !isSecret(request.get_header_value("X-Wickerlane-Token"), secret.change))
         return denied("this page is from before the server was started. Load it again");
-    if (forbidsChanges)
+    if (forbidsChanges && request.path != offerPath)
         return Refusal{403, "readOnly",
                        "changes are refused, since the command was started with --read-only"};
     return std::nullopt;

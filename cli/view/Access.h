@@ -20,6 +20,9 @@ inline constexpr std::uint64_t maxBodyBytes = 1 << 20;
 /// Where files are sent, whose bodies may be larger.
 inline constexpr std::string_view importPath = "/api/import";
 
+/// Where an export is asked for, which changes nothing.
+inline constexpr std::string_view offerPath = "/api/export";
+
 /// A text that can't be guessed, of 64 hexadecimal digits.
 Result<std::string> randomText();
 

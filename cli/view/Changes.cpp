@@ -24,6 +24,8 @@ namespace detail = protocol::detail;
 /// Dates that are changed by one request of the client.
 constexpr std::size_t datesOfRequest = 1'000;
 
+constexpr std::size_t maxTitleBytes = 1'024;
+
 JXGatekeeperClient *client() {
     return JXGatekeeperClient::sharedInstance();
 }
@@ -153,8 +155,8 @@ Result<JSON> createAlbum(const JSON &body) {
     const auto title = textIn(body, "title");
     if (!title)
         return passOn(title);
-    if (title->empty())
-        return fail(ProblemKind::invalid, "an album needs a title");
+    if (title->empty() || title->size() > maxTitleBytes)
+        return fail(ProblemKind::invalid, "an album has a title of 1 to 1024 bytes");
     const URL *url = client()->addAlbum(String::of(*title));
     if (url == nullptr)
         return failAsked("the album could not be made; see the daemon's log");
@@ -190,8 +192,11 @@ Result<JSON> addToAlbum(const JSON &body) {
         return passOn(assets);
     for (const Ref<ManagedAsset> &each : *assets) {
         const ReleaseScope scope;
-        if (!client()->addAsset(each->assetURL(), String::of(*album)))
-            return failAsked("there is no such album any more");
+        if (client()->addAsset(each->assetURL(), String::of(*album)))
+            continue;
+        auto failure = failAsked();
+        const auto isThere = askForAlbum(*album);
+        return isThere ? failure : passOn(isThere);
     }
     return JSON::object();
 }

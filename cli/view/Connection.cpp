@@ -75,10 +75,8 @@ ssize_t Connection::read(char *to, size_t size) {
         size = std::min(size, maxHeadBytes - headBytes);
     else
         size = static_cast<std::size_t>(std::min<std::uint64_t>(size, bodyLeft));
-    if (size == 0 || !fill(isHead ? headUntil : Clock::now() + idleTime)) {
-        hasFailed = hasFailed || size != 0;
-        return 0;
-    }
+    if (size == 0 || !fill(isHead ? headUntil : Clock::now() + idleTime))
+        return 0; // what is missing keeps another request from following
     size = std::min(size, end - begin);
     std::memcpy(to, received.data() + begin, size);
     begin += size;

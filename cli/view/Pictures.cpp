@@ -19,6 +19,7 @@
 #include "wickerlane/model/MediaType.h"
 #include "wickerlane/platform/file/Retry.h"
 #include "wickerlane/platform/object/Hexadecimal.h"
+#include "wickerlane/platform/object/Paths.h"
 #include "wickerlane/protocol/ImageDataFormats.h"
 
 namespace wickerlane::cli::view {
@@ -146,8 +147,11 @@ Result<AssetFile> openEdited(const ManagedAsset &asset) {
     const MediaType *type =
         count > 0 ? mediaTypeOfContent(std::span(start).first(static_cast<std::size_t>(count))) : nullptr;
     opened.type = type != nullptr ? type->name : unknownMediaType;
-    opened.name = std::filesystem::path(outsideName(asset.record())).stem().string() +
-                  std::filesystem::path(path).extension().string();
+    // Under the name of the original, with the extension of its own type.
+    namespace fs = std::filesystem;
+    opened.name = outsideName(asset.record());
+    if (mediaTypeOfExtension(pathExtension(opened.name)) != type)
+        opened.name = fs::path(opened.name).replace_extension(fs::path(path).extension()).string();
     return opened;
 }
 

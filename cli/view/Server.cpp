@@ -8,6 +8,7 @@
 #include <atomic>
 #include <cerrno>
 #include <cstring>
+#include <exception>
 #include <system_error>
 #include <thread>
 
@@ -194,7 +195,10 @@ bool Server::process_and_close_socket(socket_t socket) {
     } else if (isOfThisUser(socket)) {
         Client client(socket);
         if (enter(client)) {
-            serveClient(client);
+            try {
+                serveClient(client);
+            } catch (const std::exception &) { // no memory, while an answer was sent: it ends here
+            }
             client.connection.close();
             leave(client);
         }

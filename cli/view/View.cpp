@@ -21,6 +21,7 @@
 #include "cli/view/Access.h"
 #include "cli/view/Answers.h"
 #include "cli/view/Changes.h"
+#include "cli/view/Exports.h"
 #include "cli/view/Imports.h"
 #include "cli/view/KnownAssets.h"
 #include "cli/view/Languages.h"
@@ -73,6 +74,7 @@ private:
     std::optional<Access> access; // since there is a port
     KnownAssets known;
     Polls polls;
+    Exports exports;
     Server server;
 };
 
@@ -119,6 +121,11 @@ void View::answerQuestion(const Server::Request &request, Server::Response &resp
             answerProblem(response, answered.error());
         return;
     }
+    if (request.path.starts_with(exportPath)) {
+        if (const auto answered = exports.answer(request, response); !answered)
+            answerProblem(response, answered.error());
+        return;
+    }
     if (request.path == "/api/session")
         return answerSession(request, response);
     if (files.answer(request, response))
@@ -135,8 +142,8 @@ Result<JSON> View::change(const Server::Request &request, const httplib::Content
         return importFile(request, body);
     const auto changes = changesOfLibrary();
     const auto named = std::ranges::find(changes, request.path, &NamedChange::path);
-    const bool rotates = request.path == "/api/assets/rotate";
-    if (named == changes.end() && !rotates)
+    const bool rotates = request.path == "/api/assets/rotate", exportsFiles = request.path == offerPath;
+    if (named == changes.end() && !rotates && !exportsFiles)
         return fail(ProblemKind::notFound, "there is nothing at this address");
     std::string text;
     const bool isRead = body([&](const char *bytes, std::size_t count) {
@@ -148,6 +155,8 @@ Result<JSON> View::change(const Server::Request &request, const httplib::Content
     const auto object = objectIn(text);
     if (!object)
         return passOn(object);
+    if (exportsFiles)
+        return exports.offer(*object);
     return rotates ? rotateAsset(*object) : named->make(*object);
 }
 
