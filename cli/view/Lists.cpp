@@ -26,7 +26,7 @@ constexpr std::size_t maxGridAssets = 50'000;
 constexpr std::size_t maxEntries = 1'000;
 
 /// Assets of one question: what they take is held until its answer is written.
-constexpr std::size_t assetsOfPage = 2'000;
+constexpr std::size_t assetsOfPage = 1'000;
 
 JXGatekeeperClient *client() {
     return JXGatekeeperClient::sharedInstance();

@@ -10,6 +10,8 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <nlohmann/json.hpp>
@@ -36,6 +38,8 @@
 
 namespace wickerlane::cli::view {
 namespace {
+
+using namespace std::chrono_literals;
 
 struct Question {
     std::string_view path;
@@ -75,10 +79,12 @@ private:
     KnownAssets known;
     Polls polls;
     Exports exports;
+    std::atomic<bool> hasAnswered{false}; // since memory was given back
     Server server;
 };
 
 bool View::admits(const Server::Request &request, Server::Response &response) {
+    hasAnswered = true;
     auto refusal = access->refusalOfForm(request);
     if (!refusal && request.method == "GET" && request.path == "/" && request.has_param("token") &&
         (access->isKnown(request) || access->redeems(request))) {
@@ -185,7 +191,7 @@ void openBrowser(const std::string &address) {
     posix_spawn_file_actions_destroy(&actions);
 }
 
-/// Threads share few arenas, and what one answer took goes back to the system: the process stays small.
+/// Threads share few arenas, and large blocks go back to the system at once.
 void keepMemorySmall() {
     ::mallopt(M_ARENA_MAX, 2);
     ::mallopt(M_MMAP_THRESHOLD, 256 << 10);
@@ -203,7 +209,8 @@ Result<> View::serve(const ViewOptions &options) {
     if (!options.noOpen)
         openBrowser(access->address());
     while (!isInterrupted())
-        interruptSemaphore().wait();
+        if (!interruptSemaphore().wait(3s) && hasAnswered.exchange(false))
+            ::malloc_trim(0); // what answers took goes back to the system
     polls.end();
     server.stop();
     serving.join();
