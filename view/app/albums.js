@@ -49,10 +49,11 @@ function albumLink(album) {
 }
 
 function bulletin({record, text, date, assets}, isFixed, onCleared) {
-    const pictures = (assets ?? []).slice(0, 4).map((id) => el('a', {href: `#/photos?open=${id}`, 'aria-label': t('key.open')},
-        el('img', {alt: '', loading: 'lazy', src: api.media({id}, 'small'), class: 'loaded'})));
-    return el('li', {class: 'bulletin'}, el('div', {}, el('p', {}, text), date ? el('p', {class: 'quiet-text'}, moment(date)) :
-        null), ...pictures, isFixed ? null : textButton(t('bulletin.clear'), async () => {
+    const pictures = (assets ?? []).slice(0, 4).map((id) =>
+        el('a', {href: `#/photos?open=${id}`, 'aria-label': t('key.open')},
+           el('img', {alt: '', loading: 'lazy', src: api.media({id}, 'small'), class: 'loaded'})));
+    const when = date ? el('p', {class: 'quiet-text'}, moment(date)) : null;
+    return el('li', {class: 'bulletin'}, el('div', {}, el('p', {}, text), when), ...pictures, isFixed ? null : textButton(t('bulletin.clear'), async () => {
             await api.post('/api/bulletins/clear', {record}).catch(actions.fail);
             onCleared();
         }, {class: 'button quiet'}));
@@ -81,7 +82,8 @@ export class AlbumsPage {
                this.isFixed ? null : textButton(t('album.new'), create, {class: 'button primary'})),
             own.length > 0 ? el('ul', {class: 'albums'}, ...own.map(albumLink)) :
                 el('p', {class: 'page-empty'}, t('albums.empty')),
-            ...(shared.length > 0 ? [el('h2', {}, t('albums.shared')), el('ul', {class: 'albums'}, ...shared.map(albumLink))] : []),
+            ...(shared.length > 0 ? [el('h2', {}, t('albums.shared')),
+                el('ul', {class: 'albums'}, ...shared.map(albumLink))] : []),
             ...(bulletins.length > 0 ? [el('h2', {}, t('bulletins')), el('ul', {class: 'bulletins'},
                 ...bulletins.map((each) => bulletin(each, this.isFixed, again)))] : []));
     }

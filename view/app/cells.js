@@ -5,6 +5,7 @@ import {el, icon} from './dom.js';
 import {duration, t} from './texts.js';
 
 const smallSide = 256;
+const retries = [1000, 4000];
 const mostSharpening = 4;
 
 export function newCell() {
@@ -16,8 +17,23 @@ export function newCell() {
 
 function setPicture(cell, asset) {
     const image = el('img', {alt: '', draggable: 'false', decoding: 'async'});
-    image.addEventListener('load', () => image.classList.add('loaded'), {once: true});
-    image.addEventListener('error', () => cell.classList.toggle('broken', cell.picture === image), {once: true});
+    let failures = 0;
+    image.addEventListener('load', () => {
+        image.classList.add('loaded');
+        cell.classList.remove('broken');
+    }, {once: true});
+    image.addEventListener('error', () => {
+        if (cell.picture !== image)
+            return;
+        cell.classList.add('broken');
+        // The library may just have been busy or away.
+        if (failures < retries.length)
+            setTimeout(() => {
+                if (cell.picture === image)
+                    image.src = media(asset, 'small');
+            }, retries[failures]);
+        failures += 1;
+    });
     cell.classList.remove('broken');
     if (cell.picture)
         forgetPicture(cell.picture);

@@ -1,6 +1,9 @@
 // Makes elements. Data becomes text and attributes only, never markup.
 
-/** Properties: `class`, `data` (an object), `on` (handlers by event), anything else an attribute; null and false leave it out. */
+/**
+ * Properties: `class`, `data` (an object), `on` (handlers by event), anything else an attribute; null and false leave it
+ * out.
+ */
 export function el(tag, properties = {}, ...children) {
     const element = document.createElement(tag);
     for (const [name, value] of Object.entries(properties)) {

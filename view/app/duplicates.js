@@ -21,8 +21,8 @@ export class DuplicatesPage {
         this.list = el('div', {class: 'groups', on: {keydown: (event) => this.#key(event)}});
         this.end = el('div', {class: 'groups-end'});
         this.note = el('p', {class: 'quiet-text'});
-        this.element = el('div', {class: 'page'}, el('div', {class: 'page-head'}, el('h1', {}, t('duplicates'))), this.note,
-                          this.list, this.end);
+        this.element = el('div', {class: 'page'}, el('div', {class: 'page-head'}, el('h1', {}, t('duplicates'))),
+                          this.note, this.list, this.end);
         new IntersectionObserver((entries) => {
             if (entries.some(({isIntersecting}) => isIntersecting))
                 this.#more();

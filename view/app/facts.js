@@ -6,7 +6,7 @@ import {bytes, moment, number, place, t} from './texts.js';
 function exposure({exposureSeconds, aperture, isoSpeed, focalLength}) {
     const parts = [];
     if (exposureSeconds > 0)
-        parts.push(exposureSeconds < 0.3 ? `1/${number(Math.round(1 / exposureSeconds))} s` : `${number(exposureSeconds)} s`);
+        parts.push(`${exposureSeconds < 0.3 ? `1/${number(Math.round(1 / exposureSeconds))}` : number(exposureSeconds)} s`);
     if (aperture)
         parts.push(`f/${number(aperture)}`);
     if (isoSpeed)
@@ -30,8 +30,8 @@ function rating(asset, isFixed, onSet) {
         input.addEventListener('change', () => onSet(stars));
         return el('label', {class: stars <= chosen ? 'star lit' : 'star'}, input, icon('star'));
     });
-    const none = chosen > 0 && !isFixed ? iconButton('close', t('rating.none'), () => onSet(0), {class: 'icon-button small'})
-        : null;
+    const none = chosen > 0 && !isFixed ?
+        iconButton('close', t('rating.none'), () => onSet(0), {class: 'icon-button small'}) : null;
     return el('fieldset', {class: 'rating'}, el('legend', {}, t('rating')), el('div', {class: 'stars'}, ...stars, none));
 }
 

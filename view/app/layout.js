@@ -52,7 +52,7 @@ export class Layout {
             }
             let unit = target;
             const filling = flexible > 0 ? (width - fixed) / flexible : Infinity;
-            if (!isLast && filling <= target * 1.4)
+            if (!isLast && filling <= target * 1.3)
                 unit = filling;
             const height = Math.round(unit);
             let left = 0;
@@ -105,7 +105,7 @@ export class Layout {
                         const more = rowSum + this.aspects[next];
                         const room = width - gap * inRow;
                         if (more * target > room) {
-                            // With this one the row becomes lower, without it higher: what is nearer to the target stays.
+                            // The row is lower with this one and higher without it: what is nearer to the target stays.
                             const lower = room / more;
                             const higher = inRow > 0 ? (room + gap) / rowSum : Infinity;
                             if (target / lower <= higher / target) {

@@ -24,15 +24,19 @@ import {Viewer} from './viewer.js';
 const searchAfter = 250;
 const followAfter = 300;
 const showLoadingAfter = 250;
+const firstAssets = 60;
 
 class Page {
     #albums = [];
+    #first;
     #loading = null;
     #shown = '';
     #months = monthNames();
 
-    constructor({readOnly}) {
+    /** `first` is a promise of the source that is shown first, if that is of all assets. */
+    constructor({readOnly}, first) {
         this.isFixed = readOnly;
+        this.#first = first;
         this.shell = new Shell(readOnly);
         this.selection = new Selection();
         this.timeline = new Timeline(this.selection);
@@ -44,7 +48,8 @@ class Page {
         });
         this.bar = new SelectionBar(this.selection);
         this.import = new Import(() => (currentRoute().name === 'album' ? currentRoute().id : undefined));
-        this.pages = {albums: new AlbumsPage(readOnly), duplicates: new DuplicatesPage(readOnly), trash: new TrashPage(readOnly)};
+        this.pages = {albums: new AlbumsPage(readOnly), duplicates: new DuplicatesPage(readOnly),
+                      trash: new TrashPage(readOnly)};
         document.body.append(...this.shell.elements, this.bar.element, this.tray.element,
                              ...(readOnly ? [] : this.import.elements), this.viewer.element, ...statusElements);
         this.#listen();
@@ -183,9 +188,12 @@ class Page {
             this.shell.main.replaceChildren(this.timeline.element);
         try {
             const meaning = await this.#filterOf(route);
-            const source = new Source(meaning.filter);
-            const album = route.name === 'album' ? (this.#albums = await actions.albums()).find(({id}) => id === route.id) : null;
-            await this.#whileLoading(() => source.load(controller.signal));
+            const early = Object.keys(meaning.filter).length === 0 ? this.#first : null;
+            this.#first = null;
+            this.#albums = route.name === 'album' ? await actions.albums() : this.#albums;
+            const album = route.name === 'album' ? this.#albums.find(({id}) => id === route.id) : null;
+            const source = await this.#whileLoading(async () => await early ??
+                new Source(meaning.filter).load(controller.signal));
             if (controller.signal.aborted)
                 return;
             this.#showHead(route, meaning, source, album);
@@ -219,8 +227,8 @@ class Page {
                 }, {class: 'icon-button small'}));
             const found = words ? this.#albums.filter(({title}) =>
                 title.toLowerCase().includes(words.toLowerCase())).slice(0, 4) : [];
-            head.replaceChildren(el('h1', {class: 'unseen'}, t('search')), el('span', {class: 'quiet-text found', role: 'status'},
-                t('photos.count', {n: source.count})),
+            head.replaceChildren(el('h1', {class: 'unseen'}, t('search')),
+                el('span', {class: 'quiet-text found', role: 'status'}, t('photos.count', {n: source.count})),
             ...chips.map(({label, raw}) => chip(label, raw)), ...(words ? [chip(words, words)] : []),
             ...found.map(({id, title}) => el('a', {class: 'suggestion', href: `#/album/${id}`}, t('suggest.album', {title}))),
             ...this.#suggestions(filter));
@@ -403,8 +411,17 @@ class Page {
     }
 }
 
+/** All assets, with those at the top of the window. */
+async function loadedSource() {
+    const source = await new Source({}).load();
+    source.want(0, Math.min(source.count, firstAssets));
+    return source;
+}
+
 async function begin() {
     let session;
+    // What most often comes first is asked for meanwhile.
+    const first = currentRoute().name === 'photos' && !currentRoute().query ? loadedSource() : null;
     try {
         session = await api.get('/api/session');
     } catch (error) {
@@ -415,7 +432,7 @@ async function begin() {
     api.setToken(session.token);
     await loadTexts(session.language);
     document.body.classList.toggle('fixed', session.readOnly);
-    const page = new Page(session);
+    const page = new Page(session, first?.catch(() => null));
     await page.show();
 }
 

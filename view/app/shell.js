@@ -10,8 +10,8 @@ export class Shell extends EventTarget {
     constructor(isFixed) {
         super();
         const tell = (name, detail) => this.dispatchEvent(new CustomEvent(name, {detail}));
-        this.input = el('input', {type: 'search', class: 'search-input', 'aria-label': t('search'), placeholder: t('search'),
-                                  autocomplete: 'off', spellcheck: 'false', enterkeyhint: 'search', on: {
+        this.input = el('input', {type: 'search', class: 'search-input', 'aria-label': t('search'),
+                                  placeholder: t('search'), autocomplete: 'off', spellcheck: 'false', enterkeyhint: 'search', on: {
                                       input: () => tell('search', {text: this.input.value, isFinal: false}),
                                       keydown: (event) => {
                                           if (event.key === 'Enter')

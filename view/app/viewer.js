@@ -397,7 +397,8 @@ export class Viewer extends EventTarget {
             event.preventDefault();
             return;
         }
-        if (isTyping(event) || event.ctrlKey || event.metaKey || event.altKey || event.target.closest('video, [type=radio]'))
+        if (isTyping(event) || event.ctrlKey || event.metaKey || event.altKey ||
+            event.target.closest('video, [type=radio]'))
             return;
         const forward = isRightToLeft() ? -1 : 1;
         const far = 80;

@@ -1,0 +1,147 @@
+"""What the page computes: positions, scrolling, and the meaning of what one searches for; within the browser."""
+
+import json
+import pathlib
+import re
+
+from browser import Browser
+
+TEXTS = pathlib.Path(__file__).parents[2] / 'view/texts'
+LANGUAGES = ('en', 'de', 'fr', 'ja', 'pt-BR', 'ar')
+
+
+def test_each_layout_shows_everything_once_and_fits(page: Browser) -> None:
+    faults = page.module('''
+        const {Layout} = await import('/app/layout.js');
+        const faults = [];
+        let seed = 7;
+        const chance = (most) => (seed = seed * 48271 % 2147483647) % most;
+        const libraries = [[], [1], [0], [3], Array.from({length: 400}, () => 1 + chance(4)), [20000],
+                           Array.from({length: 60}, () => chance(120))];
+        for (const counts of libraries) for (const width of [120, 336, 700, 1216, 3000]) {
+            const sections = counts.filter(Boolean).map((count, index) => ({start: String(index), count,
+                shapes: Uint16Array.from({length: count}, () => [0, 100, 667, 1000, 1500, 9000][chance(6)])}));
+            const layout = new Layout(sections, width, {target: 200, gap: 6, heading: 60, sectionGap: 20, between: 10,
+                                                        leastHeading: 150});
+            const say = (what) => faults.push(`${counts.length} ${width}: ${what}`);
+            let seen = 0;
+            for (let row = 0; row < layout.rowCount; row += 1) {
+                let edge = -Infinity;
+                layout.eachOf(row, (index, left, cell) => {
+                    if (index !== seen) say(`${index} instead of ${seen}`);
+                    seen += 1;
+                    if (left < edge) say(`${index} overlaps`);
+                    if (left + cell > Math.max(width, 600) + 1) say(`${index} is outside`);
+                    if (cell < 1) say(`${index} has no width`);
+                    edge = left + cell;
+                    if (layout.rowOf(index) !== row) say(`${index} is in another row`);
+                });
+                if (row > 0 && layout.rowTop[row] < layout.rowTop[row - 1]) say(`row ${row} is not in order`);
+                if (layout.rowHeight[row] > 620) say(`row ${row} is ${layout.rowHeight[row]} high`);
+                const [first, end] = layout.rowsBetween(layout.rowTop[row], layout.rowTop[row] + 1);
+                if (row < first || row >= end) say(`row ${row} is not found at its top`);
+            }
+            if (seen !== layout.count) say(`${seen} of ${layout.count}`);
+            const last = layout.rowCount - 1;
+            if (last >= 0 && layout.rowTop[last] + layout.rowHeight[last] > layout.height) say('it is too low');
+        }
+        return faults;''')
+    assert faults == []
+
+
+def test_content_higher_than_an_element_can_be_is_scrolled_through(page: Browser) -> None:
+    steps = page.module('''
+        const {Scroller} = await import('/app/scroller.js');
+        const element = document.createElement('div');
+        const spacer = document.createElement('div');
+        Object.assign(element.style, {position: 'absolute', top: 0, width: '100px', height: '500px',
+                                      overflowY: 'scroll'});
+        element.append(spacer);
+        document.body.append(element);
+        const next = () => new Promise((resolve) =>
+            element.addEventListener('scroll', () => setTimeout(resolve), {once: true}));
+        const scroller = new Scroller(element, spacer, () => {});
+        const height = 40_000_000;
+        scroller.setHeight(height);
+        const seen = [spacer.offsetHeight < height];
+        const move = async (work) => {
+            const moved = next();
+            work();
+            await moved;
+            return scroller.top;
+        };
+        // A small step moves by as many pixels, also after a rest.
+        await move(() => scroller.scrollTo(20_000_000));
+        seen.push(scroller.top);
+        seen.push(await move(() => { element.scrollTop += 300; }));
+        scroller.rest();
+        seen.push(scroller.top);
+        seen.push(scroller.top - scroller.offset === element.scrollTop);
+        // The ends of the bar are the ends of the content.
+        seen.push(await move(() => { element.scrollTop = spacer.offsetHeight; }) === height - 500);
+        seen.push(await move(() => { element.scrollTop = 0; }));
+        // Close to the start the content does not run out.
+        await move(() => scroller.scrollTo(3000));
+        for (let step = 0; step < 60 && scroller.top > 0; step += 1)
+            await move(() => { element.scrollTop -= 100; });
+        seen.push(scroller.top);
+        element.remove();
+        return seen;''')
+    assert steps == [True, 20_000_000, 20_000_300, 20_000_300, True, True, 0, 0]
+
+
+SEARCHES: list[tuple[str, str, dict[str, object], str]] = [
+    ('en', '2019', {'from': '2019-01-01', 'until': '2020-01-01'}, ''),
+    ('en', 'August 2019', {'from': '2019-08-01', 'until': '2019-09-01'}, ''),
+    ('en', 'lake 5 august 2019 red', {'from': '2019-08-05', 'until': '2019-08-06'}, 'lake red'),
+    ('en', '2019-12-31', {'from': '2019-12-31', 'until': '2020-01-01'}, ''),
+    ('en', '2018..2019-06', {'from': '2018-01-01', 'until': '2019-07-01'}, ''),
+    ('en', '31 february 2019', {'from': '2019-02-01', 'until': '2019-03-01'}, '31'),
+    ('de', '5. März 2021', {'from': '2021-03-05', 'until': '2021-03-06'}, ''),
+    ('de', 'december 2020', {'from': '2020-12-01', 'until': '2021-01-01'}, ''),
+    ('fr', 'août 2019', {'from': '2019-08-01', 'until': '2019-09-01'}, ''),
+    ('pt-BR', '7 de setembro de 2020', {'from': '2020-09-07', 'until': '2020-09-08'}, ''),
+    ('ja', '2019年8月', {'from': '2019-08-01', 'until': '2019-09-01'}, ''),
+    ('ar', 'أغسطس ٢٠١٩', {'from': '2019-08-01', 'until': '2019-09-01'}, ''),
+    ('en', 'kind:video problem:yes favourite:yes', {'kind': 'video', 'problem': 1, 'favourite': 1}, ''),
+    ('en', 'near:47.4,8.5', {'near': '47.4,8.5,1000'}, ''),
+    ('en', 'near:-47.4,8.5,300m', {'near': '-47.4,8.5,300'}, ''),
+    ('en', 'near:147.4,8.5', {}, 'near:147.4,8.5'),
+    ('en', 'camera:"Old Box" rating:3 boat', {'camera': 'Old Box', 'rating': '3'}, 'boat'),
+    ('en', 'album:"red lakes"', {'album': 'A1'}, ''),
+    ('en', 'album:unknown kind:sound rating:9', {}, 'album:unknown kind:sound rating:9'),
+    ('en', '"august 2019"', {}, 'august 2019'),
+]
+
+
+def test_what_is_searched_for(page: Browser) -> None:
+    results = page.module('''
+        const {loadTexts, monthNames} = await import('/app/texts.js');
+        const {parse} = await import('/app/search.js');
+        const results = [];
+        for (const [language, text] of values[0]) {
+            await loadTexts(language);
+            const {filter, chips} = parse(text, [{id: 'A1', title: 'Red Lakes'}], monthNames());
+            results.push({filter, isNamed: chips.every(({label}) => label && !label.includes('chip.'))});
+        }
+        return results;''', [each[:2] for each in SEARCHES])
+    for (language, text, meaning, words), result in zip(SEARCHES, results):
+        expected = {**meaning, **({'text': words} if words else {})}
+        assert result == {'filter': expected, 'isNamed': True}, f'{language}: {text}'
+
+
+def test_each_language_has_all_texts_with_the_same_values() -> None:
+    english = json.loads((TEXTS / 'en.json').read_text(encoding='utf-8'))
+    used = {name for source in TEXTS.parent.glob('app/*.js') for name in re.findall(r"'([a-z]+(?:\.[a-zA-Z]+)*)'",
+                                                                                 source.read_text(encoding='utf-8'))}
+    for key in english:
+        assert key in used or key.rsplit('.', 1)[0] in ('chip', 'error', 'shift', 'away'), f'{key} is not used'
+    for language in LANGUAGES:
+        texts = json.loads((TEXTS / f'{language}.json').read_text(encoding='utf-8'))
+        assert list(texts) == list(english), language
+        for key, text in texts.items():
+            assert isinstance(text, dict) == isinstance(english[key], dict), f'{language} {key}'
+            of_english = english[key]['other'] if isinstance(text, dict) else english[key]
+            of_this = text['other'] if isinstance(text, dict) else text
+            values = [sorted(re.findall(r'\{\w+\}', each)) for each in (of_this, of_english)]
+            assert values[0] == values[1], f'{language} {key}'
