@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 #include <sched.h>
+#include <sys/mount.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -82,6 +83,17 @@ TEST_F(Consent, AFileThatOthersCouldWriteDoesNotCount) {
     std::ofstream(file()) << "garbage";
     EXPECT_EQ(consent().rules()->decision("s", named("/bin/a"), 1), std::nullopt);
     EXPECT_FALSE(consent().decide({"s", "/bin/b", 1, true})) << "what is not understood stays as it is";
+}
+
+TEST_F(Consent, IsReadByTheGroupThatItsFolderPassesOn) {
+    const fs::path folder = fs::path(file()).parent_path();
+    constexpr fs::perms owners = fs::perms::owner_read | fs::perms::owner_write;
+    ASSERT_TRUE(consent().decide({"s", "/bin/a", 1, true}));
+    EXPECT_EQ(fs::status(file()).permissions(), owners);
+    fs::permissions(folder, fs::perms::set_gid | fs::perms::group_read, fs::perm_options::add);
+    ASSERT_TRUE(consent().decide({"s", "/bin/a", 1, false}));
+    EXPECT_EQ(fs::status(file()).permissions(), owners | fs::perms::group_read);
+    EXPECT_EQ(whyConsentIgnored(), "");
 }
 
 /// A process of a program, which the destructor ends.
@@ -172,6 +184,55 @@ TEST_F(Consent, IsNotForProgramsInNamespacesOfTheirOwn) {
         GTEST_SKIP() << "this system gives no user namespaces to programs";
     EXPECT_EQ(inside.program().standing, ProgramStanding::foreign);
     EXPECT_FALSE(consent().rules()->isEntitled({getuid(), 0, 1, 1, inside.program()}, "x"));
+}
+
+/// The exit code of a child process; -1 when it did not exit.
+template <class Run>
+int exitCodeOf(Run run) {
+    const pid_t child = fork();
+    if (child == 0)
+        _exit(run());
+    int status = 0;
+    return waitpid(child, &status, 0) == child && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+// A service manager gives hoardd mounts of its own; its clients have those of process 1.
+TEST_F(Consent, IsForProgramsWithTheMountsOfTheFirstProcess) {
+    const fs::path program = fs::canonical(rootPath()) / "sleeper";
+    fs::copy_file("/bin/sleep", program);
+    constexpr int impossible = 99;
+    const auto standing = [](const Running &each) { return static_cast<int>(each.program().standing); };
+    // The first process of a process namespace, with mounts that all there have unless they leave them.
+    const auto asFirst = [&](auto ask) {
+        return exitCodeOf([&] {
+            const std::string user = std::to_string(getuid()), group = std::to_string(getgid());
+            if (unshare(CLONE_NEWUSER | CLONE_NEWPID | CLONE_NEWNS) != 0)
+                return impossible;
+            // Only a user who has a name here can make further namespaces.
+            std::ofstream("/proc/self/setgroups") << "deny";
+            std::ofstream("/proc/self/uid_map") << "0 " << user << " 1";
+            std::ofstream("/proc/self/gid_map") << "0 " << group << " 1";
+            if (getuid() != 0 || getgid() != 0)
+                return impossible;
+            return exitCodeOf([&] {
+                if (mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+                    mount("proc", "/proc", "proc", 0, nullptr) != 0)
+                    return impossible;
+                return ask();
+            });
+        });
+    };
+    const auto besideOwnMounts = [&](int clientsNamespaces) {
+        return asFirst([&] {
+            const Running client(program, clientsNamespaces);
+            return exitCodeOf([&] { return unshare(CLONE_NEWNS) == 0 ? standing(client) : impossible; });
+        });
+    };
+    if (asFirst([] { return 0; }) != 0)
+        GTEST_SKIP() << "this system gives no namespaces to programs";
+    EXPECT_EQ(besideOwnMounts(0), static_cast<int>(ProgramStanding::named));
+    EXPECT_EQ(besideOwnMounts(CLONE_NEWNS), static_cast<int>(ProgramStanding::foreign));
+    EXPECT_EQ(besideOwnMounts(CLONE_NEWUSER), static_cast<int>(ProgramStanding::foreign));
 }
 
 TEST_F(Consent, TokensStandForOneProcessWhileItRuns) {

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 
 #include "wickerlane/platform/file/Files.h"
@@ -38,6 +39,14 @@ std::string problemOf(const std::string &path) {
     if (status.st_uid != ownerOfRoot() && status.st_uid != 0)
         return path + " belongs neither to the owner of the root nor to root";
     return whyUntrusted(path);
+}
+
+// A folder that passes its group on says who reads besides the owner: on a device the user of hoardd.
+mode_t modeOfFileIn(const std::string &folder) {
+    constexpr mode_t owners = S_IRUSR | S_IWUSR;
+    struct stat status {};
+    const bool passesGroupOn = stat(folder.c_str(), &status) == 0 && (status.st_mode & S_ISGID) != 0;
+    return passesGroupOn ? owners | S_IRGRP : owners;
 }
 
 } // namespace
@@ -119,7 +128,9 @@ bool writeConsentRules(const ConsentRules &rules) {
     const auto root =
         Dictionary::createWithKeys({{consentKey, decisions.get()}, {entitlementsKey, programs.get()}});
     const auto bytes = createPropertyListData(root.get());
-    return bytes && replaceFile(consentPath(), bytes->span());
+    const std::string path = consentPath(), next = path + ".next", folder(parentFolder(path));
+    return bytes && replaceFile(next, bytes->span()) && chmod(next.c_str(), modeOfFileIn(folder)) == 0 &&
+           rename(next.c_str(), path.c_str()) == 0 && syncFolder(folder);
 }
 
 std::optional<bool> ConsentRules::decision(std::string_view service, const RunningProgram &program,

@@ -13,13 +13,23 @@ bool isFile(const std::string &path, const RunningProgram &program) {
            status.st_ino == program.file;
 }
 
-// False also where the kernel does not tell.
-bool hasOtherNamespace(const std::string &process, const char *kind) {
-    struct stat own {};
-    struct stat theirs {};
-    return stat((std::string("/proc/self/ns/") + kind).c_str(), &own) == 0 &&
-           stat((process + "/ns/" + kind).c_str(), &theirs) == 0 &&
-           (own.st_dev != theirs.st_dev || own.st_ino != theirs.st_ino);
+// False also where the kernel does not tell of them.
+bool areApart(const std::string &oneNamespace, const std::string &other) {
+    struct stat one {};
+    struct stat two {};
+    return stat(oneNamespace.c_str(), &one) == 0 && stat(other.c_str(), &two) == 0 &&
+           (one.st_dev != two.st_dev || one.st_ino != two.st_ino);
+}
+
+// A service manager may have given this process mounts of its own. Its clients then have those of the first
+// process, which no user can change either.
+bool isForeign(const std::string &process) {
+    const std::string mounts = process + "/ns/mnt";
+    struct stat first {};
+    if (areApart("/proc/self/ns/user", process + "/ns/user"))
+        return true;
+    return areApart("/proc/self/ns/mnt", mounts) &&
+           (stat("/proc/1/ns/mnt", &first) != 0 || areApart("/proc/1/ns/mnt", mounts));
 }
 
 } // namespace
@@ -28,7 +38,7 @@ RunningProgram programOf(pid_t process) {
     const std::string folder = "/proc/" + std::to_string(process);
     RunningProgram program;
     struct stat status {};
-    if (hasOtherNamespace(folder, "user") || hasOtherNamespace(folder, "mnt"))
+    if (isForeign(folder))
         program.standing = ProgramStanding::foreign;
     program.path = executableOf(process);
     if (program.path.empty() || stat((folder + "/exe").c_str(), &status) != 0) {
