@@ -34,19 +34,7 @@ void limit(int resource, rlim_t max) {
     setrlimit(static_cast<__rlimit_resource>(resource), &limits);
 }
 
-// Bytes of address space in use.
-std::uint64_t addressSpace() {
-    std::array<char, 128> text{};
-    std::uint64_t pages = 0; // the first number there
-    const int file = open("/proc/self/statm", O_RDONLY | O_CLOEXEC);
-    const ssize_t length = file >= 0 ? read(file, text.data(), text.size()) : -1;
-    close(file);
-    if (length > 0)
-        std::from_chars(text.data(), text.data() + length, pages);
-    return pages * static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
-}
-
-void limitResources() {
+void limitResources(std::uint64_t inUse) {
     limit(RLIMIT_CORE, 0);
     limit(RLIMIT_NOFILE, 64);
     limit(RLIMIT_FSIZE, pictureLimits.memoryBytes);
@@ -55,21 +43,7 @@ void limitResources() {
     // Heap and stacks are what a hostile file can blow up. The address space also holds the programs and the
     // file that is looked at, and is limited so that shared mappings do not escape.
     limit(RLIMIT_DATA, pictureLimits.memoryBytes);
-    limit(RLIMIT_AS, addressSpace() + pictureLimits.memoryBytes + pictureLimits.fileBytes);
-}
-
-std::uint32_t landlock() {
-    const long version = syscall(SYS_landlock_create_ruleset, nullptr, 0, LANDLOCK_CREATE_RULESET_VERSION);
-    if (version < 1)
-        return 0;
-    landlock_ruleset_attr rules{};
-    rules.handled_access_fs = (LANDLOCK_ACCESS_FS_MAKE_SYM << 1) - 1; // all of the first version
-    const long descriptor = syscall(SYS_landlock_create_ruleset, &rules, sizeof rules.handled_access_fs, 0);
-    if (descriptor < 0)
-        return 0;
-    const long restricted = syscall(SYS_landlock_restrict_self, descriptor, 0);
-    close(static_cast<int>(descriptor));
-    return restricted == 0 ? static_cast<std::uint32_t>(version) : 0;
+    limit(RLIMIT_AS, inUse + pictureLimits.memoryBytes + pictureLimits.fileBytes);
 }
 
 struct ReleaseFilter {
@@ -159,14 +133,39 @@ Failure breach(const char *what) {
 
 } // namespace
 
-Hello confine() {
+std::uint64_t addressSpaceInUse() {
+    std::array<char, 128> text{};
+    std::uint64_t pages = 0; // the first number there
+    const int file = open("/proc/self/statm", O_RDONLY | O_CLOEXEC);
+    const ssize_t length = file >= 0 ? read(file, text.data(), text.size()) : -1;
+    close(file);
+    if (length > 0)
+        std::from_chars(text.data(), text.data() + length, pages);
+    return pages * static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
+}
+
+std::uint32_t forbidFiles() {
+    const long version = syscall(SYS_landlock_create_ruleset, nullptr, 0, LANDLOCK_CREATE_RULESET_VERSION);
+    if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 || version < 1)
+        return 0;
+    landlock_ruleset_attr rules{};
+    rules.handled_access_fs = (LANDLOCK_ACCESS_FS_MAKE_SYM << 1) - 1; // all of the first version
+    const long descriptor = syscall(SYS_landlock_create_ruleset, &rules, sizeof rules.handled_access_fs, 0);
+    if (descriptor < 0)
+        return 0;
+    const long restricted = syscall(SYS_landlock_restrict_self, descriptor, 0);
+    close(static_cast<int>(descriptor));
+    return restricted == 0 ? static_cast<std::uint32_t>(version) : 0;
+}
+
+Hello confine(std::uint64_t inUse) {
     Hello hello;
     mallopt(M_ARENA_MAX, 1); // arenas reserve address space
     prctl(PR_SET_DUMPABLE, 0);
-    limitResources();
-    if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0)
+    limitResources(inUse);
+    hello.landlockVersion = forbidFiles();
+    if (prctl(PR_GET_NO_NEW_PRIVS, 0, 0, 0, 0) != 1)
         return hello;
-    hello.landlockVersion = landlock();
     hello.hasSystemCallFilter = filterSystemCalls() ? 1 : 0;
     return hello;
 }

@@ -1,5 +1,6 @@
 #include "hoardd/media/worker/RequestHandler.h"
 
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -219,6 +220,12 @@ void fail(WorkerAnswer &answer, MediaFailure failure, std::string_view reason) {
     answer.reason = reason;
 }
 
+// A service manager may forbid memory that can be written and executed.
+bool mayMakeCode() {
+    void *page = mmap(nullptr, 1, PROT_READ | PROT_WRITE | PROT_EXEC, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    return page != MAP_FAILED && munmap(page, 1) == 0;
+}
+
 } // namespace
 
 bool prepareHandling(const char *program) {
@@ -226,6 +233,8 @@ bool prepareHandling(const char *program) {
     setenv("VIPS_DISC_THRESHOLD", "1024g", 1);
     setenv("VIPS_WARNING", "1", 1);
     setenv("VIPS_BLOCK_UNTRUSTED", "1", 1);
+    if (!mayMakeCode()) // the compiler for vectors would end the process
+        setenv("VIPS_NOVECTOR", "1", 1);
     if (VIPS_INIT(program) != 0)
         return false;
     vips_block_untrusted_set(TRUE);

@@ -12,6 +12,7 @@
 #include <sys/wait.h>
 
 #include <csignal>
+#include <cstdint>
 #include <cstdio>
 #include <string_view>
 
@@ -52,13 +53,13 @@ bool serveOne() {
 }
 
 // Reads nothing that hoardd sends, so that a file can only reach the child that decodes it.
-int serveApart(pid_t self) {
+int serveApart(pid_t self, std::uint64_t inUse) {
     pollfd waiting{workerSocket, POLLIN, 0};
     while (poll(&waiting, 1, -1) > 0 && (waiting.revents & POLLIN) != 0) {
         const pid_t child = fork();
         if (child == 0) {
             prctl(PR_SET_PDEATHSIG, SIGKILL);
-            const bool served = getppid() == self && confine().hasSystemCallFilter != 0 && serveOne();
+            const bool served = getppid() == self && confine(inUse).hasSystemCallFilter != 0 && serveOne();
             _exit(served ? 0 : 1);
         }
         int status = 0;
@@ -75,7 +76,7 @@ int serveApart(pid_t self) {
 }
 
 // What confinement a child will get, found out in one.
-Hello helloOfChild() {
+Hello helloOfChild(std::uint64_t inUse) {
     Hello hello;
     int ends[2];
     if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0)
@@ -84,7 +85,7 @@ Hello helloOfChild() {
     UniqueFd far(ends[1]);
     const pid_t child = fork();
     if (child == 0)
-        _exit(sendPacket(far.get(), confine()) ? 0 : 1);
+        _exit(sendPacket(far.get(), confine(inUse)) ? 0 : 1);
     far.reset();
     std::vector<UniqueFd> none;
     if (child < 0 || !receivePacket(near.get(), hello, none))
@@ -100,12 +101,15 @@ int run(const char *program, bool apart) {
         return 1;
     // Asked before confinement, since the libraries may read files for it.
     const std::string decoders = decoderVersions();
-    Hello hello = apart ? helloOfChild() : confine();
+    const std::uint64_t inUse = addressSpaceInUse();
+    if (apart) // what only forks needs no files either
+        forbidFiles();
+    Hello hello = apart ? helloOfChild(inUse) : confine(inUse);
     hello.decoders = decoders;
     if (!sendPacket(workerSocket, hello))
         return 1;
     if (apart)
-        return serveApart(self);
+        return serveApart(self, inUse);
     while (serveOne()) {
     }
     return 0;

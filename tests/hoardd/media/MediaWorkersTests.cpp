@@ -7,6 +7,8 @@
 #include <atomic>
 #include <csignal>
 #include <cstring>
+#include <fstream>
+#include <iterator>
 #include <random>
 #include <thread>
 
@@ -49,6 +51,18 @@ TEST(MediaWorkers, ConfinesItsWorkers) {
     MediaWorkers pool(testOptions());
     EXPECT_EQ(reasonOf(pool.testConfinement()), "");
     EXPECT_TRUE(pool.status().isConfined);
+}
+
+// Some formats have a process for each file; what forks it stays, and reads no file itself.
+TEST(MediaWorkers, ConfinesWhatForksWorkersToo) {
+    MediaWorkers pool(testOptions());
+    ASSERT_EQ(reasonOf(probe(pool, tiffOf(fourCorners(8, 8)))), "");
+    ASSERT_TRUE(waitUntil([&] { return pool.status().idle == 2; })) << "one of each kind";
+    for (const pid_t process : pool.status().processes) {
+        std::ifstream status("/proc/" + std::to_string(process) + "/status");
+        const std::string text(std::istreambuf_iterator<char>(status), {});
+        EXPECT_THAT(text, ::testing::HasSubstr("NoNewPrivs:\t1\n"));
+    }
 }
 
 TEST(MediaWorkers, DamagedFilesCostOnlyThemselves) {

@@ -1,3 +1,7 @@
-target_link_libraries(${name}_tests PRIVATE hoardd_media test_images)
+pkg_check_modules(SECCOMP REQUIRED IMPORTED_TARGET libseccomp)
+set(confinement ${PROJECT_SOURCE_DIR}/hoardd/media/worker/Confinement.cpp)
+target_sources(${name}_tests PRIVATE ${confinement})
+set_source_files_properties(${confinement} PROPERTIES SKIP_PRECOMPILE_HEADERS ON)
+target_link_libraries(${name}_tests PRIVATE hoardd_media test_images PkgConfig::SECCOMP)
 target_compile_definitions(${name}_tests PRIVATE MEDIA_WORKER="$<TARGET_FILE:hoardd-media>")
 add_dependencies(${name}_tests hoardd-media)
