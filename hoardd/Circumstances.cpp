@@ -3,6 +3,8 @@
 #include <sched.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -12,7 +14,9 @@
 #include "wickerlane/platform/console/Console.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/message/service/InheritedSocket.h"
+#include "wickerlane/platform/object/Paths.h"
 #include "wickerlane/platform/process/Circumstances.h"
+#include "wickerlane/store/LibraryPaths.h"
 
 namespace wickerlane::hoardd {
 namespace {
@@ -79,9 +83,11 @@ std::string whatStays() {
         stays.emplace_back("a scheduling policy other than the usual one");
     if (const std::string score = textOf("/proc/self/oom_score_adj"); !score.empty() && score != "0")
         stays.push_back("an adjustment of " + score + " for when memory runs out");
-    if (prctl(PR_GET_NO_NEW_PRIVS, 0, 0, 0, 0) == 1)
+    // A service manager has chosen the following for hoardd.
+    const bool isManaged = getenv("NOTIFY_SOCKET") != nullptr;
+    if (!isManaged && prctl(PR_GET_NO_NEW_PRIVS, 0, 0, 0, 0) == 1)
         stays.emplace_back("no new privileges");
-    if (prctl(PR_GET_SECCOMP) == 2)
+    if (!isManaged && prctl(PR_GET_SECCOMP) == 2)
         stays.emplace_back("a filter of system calls");
     if (const std::string group = clientsControlGroup(); !group.empty())
         stays.push_back("the control group " + group + " with its limits");
@@ -96,10 +102,26 @@ std::string whatStays() {
 void leaveCircumstancesOfStart() {
     occupyStandardDescriptors();
     leaveCircumstances();
+    prctl(PR_CAP_AMBIENT, PR_CAP_AMBIENT_CLEAR_ALL, 0, 0, 0);
     for (const Need &need : needs)
         sayIfTooLow(need);
     if (const std::string stays = whatStays(); !stays.empty())
         consoleLog("hoardd: what the process that started it had stays with it: %s", stays.c_str());
+}
+
+std::string whyLibraryIsAnothers() {
+    if (geteuid() != 0)
+        return {};
+    const std::string folder = store::LibraryPaths().folder();
+    for (const std::string &each : {folder, std::string(parentFolder(folder))}) {
+        struct stat status {};
+        if (stat(each.c_str(), &status) == 0)
+            return status.st_uid == 0
+                       ? std::string()
+                       : each + " belongs to user " + std::to_string(status.st_uid) +
+                             ", and root does not serve it; on a device, systemctl start hoardd.socket";
+    }
+    return {};
 }
 
 } // namespace wickerlane::hoardd

@@ -8,6 +8,7 @@
 
 #include "hoardd/Circumstances.h"
 #include "hoardd/Daemon.h"
+#include "hoardd/ServiceManager.h"
 #include "hoardd/service/PeerLog.h"
 #include "wickerlane/platform/consent/Consent.h"
 #include "wickerlane/platform/console/Console.h"
@@ -43,6 +44,10 @@ int serve(const DaemonOptions &options) {
         consoleLog("hoardd: the root %s is not used: %s", rootPath().c_str(), why.c_str());
         return 1;
     }
+    if (const std::string why = whyLibraryIsAnothers(); !why.empty()) {
+        consoleLog("hoardd: %s", why.c_str());
+        return 1;
+    }
     if (const std::string why = whyConsentIgnored(); !why.empty())
         consoleLog("hoardd: the decisions about programs do not count: %s", why.c_str());
     limitLinesOfPeers();
@@ -59,9 +64,11 @@ int serve(const DaemonOptions &options) {
         return 1;
     }
     source->arm(EPOLLIN);
+    tellServiceManager("READY=1");
     // The main queue is served so that changed log levels reach this process.
     WorkQueue::runMain();
     source->cancel();
+    tellServiceManager("STOPPING=1");
     daemon.stop();
     sayWhatWasLeftOut();
     return 0;

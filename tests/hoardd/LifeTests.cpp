@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <future>
+#include <iterator>
 #include <map>
 #include <random>
 #include <thread>
@@ -104,6 +105,23 @@ TEST_F(Life, ASecondDaemonGetsNeitherTheNameNorTheLibrary) {
     ASSERT_EQ(waitpid(second, &status, 0), second);
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 1) << status;
     EXPECT_EQ(answer(request(16).get())->getUInt64("photoCount"), 0U);
+}
+
+// On a device the library is that of hoardd's own user.
+TEST_F(Life, RootDoesNotServeTheLibraryOfAnotherUser) {
+    if (geteuid() != 0)
+        GTEST_SKIP() << "only root could";
+    constexpr uid_t other = 65534;
+    ReleaseScope scope;
+    fs::create_directories(paths.folder());
+    ASSERT_EQ(chown(paths.folder().c_str(), other, other), 0);
+    EXPECT_EQ(ask(request(15).get()).get(), MessageError::connectionInvalid());
+    EXPECT_TRUE(waitUntil([] {
+        std::ifstream log(logOfService());
+        const std::string text(std::istreambuf_iterator<char>(log), {});
+        return text.find("belongs to user 65534, and root does not serve it") != std::string::npos;
+    }));
+    EXPECT_TRUE(fs::is_empty(paths.folder()));
 }
 
 TEST_F(Life, ALibraryThatCantBeOpenedIsReportedAndTriedAgain) {
