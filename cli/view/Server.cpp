@@ -5,10 +5,10 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <exception>
+#include <limits>
 #include <system_error>
 #include <thread>
 
@@ -91,6 +91,7 @@ Server::Server(Delegate &asked) : delegate(asked) {
     new_task_queue = [] { return new Threads; };
     set_default_headers(commonHeaders());
     set_tcp_nodelay(true);
+    set_keep_alive_max_count(std::numeric_limits<int>::max()); // which browsers are told
     set_keep_alive_timeout(static_cast<time_t>(std::chrono::seconds(idleTime).count()));
     set_pre_routing_handler([this](const Request &request, Response &response) {
         const ReleaseScope scope;
@@ -128,9 +129,12 @@ Result<int> Server::bind(std::uint64_t port) {
 
 void Server::serve() {
     listen_after_bind();
+    hasServed = true;
 }
 
 void Server::stop() {
+    while (!is_running() && !hasServed) // before it runs, it can't be stopped
+        std::this_thread::sleep_for(1ms);
     httplib::Server::stop();
     const MutexLock lock(mutex);
     isStopping = true;

@@ -4,9 +4,8 @@
 
 #include <httplib.h>
 
+#include <atomic>
 #include <cstdint>
-#include <memory>
-#include <string>
 #include <vector>
 
 #include "wickerlane/model/Result.h"
@@ -41,8 +40,10 @@ public:
 
     /// Begins to listen on a port; 0 for any. Gives the port.
     [[nodiscard]] Result<int> bind(std::uint64_t port);
-    /// Serves until stop() is called, from any thread. Returns when no connection is left.
+    /// Serves until stop() is called, or the system takes the socket away. Returns when no connection is
+    /// left.
     void serve();
+    /// Once, from another thread than serve(), which is called before or soon.
     void stop();
 
 private:
@@ -55,6 +56,7 @@ private:
     void leave(Client &client);
 
     Delegate &delegate;
+    std::atomic<bool> hasServed{false};
     Mutex mutex;
     std::vector<Client *> clients WL_GUARDED_BY(mutex); // in the order in which they came
     bool isStopping WL_GUARDED_BY(mutex) = false;

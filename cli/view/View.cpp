@@ -205,15 +205,22 @@ Result<> View::serve(const ViewOptions &options) {
     access.emplace(std::move(keptSecrets), *port, forbidsChanges);
     print(access->address());
     std::fflush(stdout);
-    std::thread serving([this] { server.serve(); });
+    std::atomic<bool> hasEnded{false};
+    std::thread serving([&] {
+        server.serve();
+        hasEnded = true;
+        interruptSemaphore().signal();
+    });
     if (!options.noOpen)
         openBrowser(access->address());
-    while (!isInterrupted())
+    while (!isInterrupted() && !hasEnded)
         if (!interruptSemaphore().wait(3s) && hasAnswered.exchange(false))
             ::malloc_trim(0); // what answers took goes back to the system
     polls.end();
     server.stop();
     serving.join();
+    if (!isInterrupted())
+        return fail(ProblemKind::failed, "the system took the server's socket away. Start the command again");
     return {};
 }
 

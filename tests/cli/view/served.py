@@ -63,7 +63,7 @@ class Answer:
 class View:
     """A server, and a browser that it lets in."""
 
-    def __init__(self, library: Library, *options: str) -> None:
+    def __init__(self, library: Library, *options: str, knocks: bool = True) -> None:
         self.process = subprocess.Popen([COMMAND, 'view', '--no-open', *options], env=library.environment,
                                         stdout=subprocess.PIPE, text=True)
         assert self.process.stdout is not None
@@ -73,27 +73,28 @@ class View:
         self.port = parts.port
         self.invitation = f'{parts.path}?{parts.query}'
         self.headers: dict[str, str] = {}
+        if not knocks:
+            return
         entrance = self.get(self.invitation)
         self.headers['Cookie'] = entrance.headers['Set-Cookie'].split(';')[0]
         self.token: str = self.get('/api/session').json['token']
 
-    def ask(self, method: str, path: str, body: bytes | None = None, **more: str) -> Answer:
-        """`more` are headers, with _ for -."""
+    def ask(self, method: str, path: str, body: bytes | None, more: dict[str, str]) -> Answer:
         connection = http.client.HTTPConnection('127.0.0.1', self.port, timeout=60)
         try:
-            headers = {**self.headers, **{name.replace('_', '-'): value for name, value in more.items()}}
-            connection.request(method, path, body, headers)
+            connection.request(method, path, body, {**self.headers, **more})
             answer = connection.getresponse()
             return Answer(answer.status, answer.headers, answer.read())
         finally:
             connection.close()
 
     def get(self, path: str, **more: str) -> Answer:
-        return self.ask('GET', path, **more)
+        """`more` are headers, with _ for -."""
+        return self.ask('GET', path, None, {name.replace('_', '-'): value for name, value in more.items()})
 
     def post(self, path: str, value: Any) -> Answer:
         body = value if isinstance(value, bytes) else json.dumps(value).encode()
-        return self.ask('POST', path, body, X_Wickerlane_Token=self.token)
+        return self.ask('POST', path, body, {'X-Wickerlane-Token': self.token})
 
     def change(self, path: str, value: Any) -> Any:
         """A change that succeeds."""

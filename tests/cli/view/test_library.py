@@ -53,10 +53,12 @@ def test_sections_and_grid_show_the_same_assets_in_one_order(view: View, library
     assert sections[0]['start'] > sections[1]['start']
     shapes = [shape for each in sections for shape in struct.unpack(
         f'<{each["count"]}H', base64.b64decode(each['shapes'], validate=True))]
-    known = {each['uuid']: each['width'] * 1000 // each['height'] for each in json.loads(library.command('list', '--json'))}
+    listed = json.loads(library.command('list', '--json'))
+    known = {each['uuid']: each['width'] * 1000 // each['height'] for each in listed}
     assert shapes == pytest.approx([known[each['id']] for each in assets], abs=1)
     assert assets[-1]['id'] == asset and assets[-1]['kind'] == 'photo'
-    assert [each['id'] for each in assets_of(view, f'from={sections[1]["start"]}&until={sections[0]["start"]}')] == [asset]
+    days = f'from={sections[1]["start"]}&until={sections[0]["start"]}'
+    assert [each['id'] for each in assets_of(view, days)] == [asset]
     assert assets_of(view, 'offset=1&limit=1') == assets[1:2]
     assert len(view.get('/api/sections?unit=month').json['sections']) == 2
 
@@ -199,7 +201,8 @@ def test_changes_are_told_while_pictures_are_served(view: View) -> None:
     asset = named(view, 'odd.jpg')
     token = view.get('/api/changes').json['token']
     answers: list[Any] = []
-    waiting = [threading.Thread(target=lambda: answers.append(view.get('/api/changes?token=' + token))) for _ in range(8)]
+    poll = '/api/changes?token=' + token
+    waiting = [threading.Thread(target=lambda: answers.append(view.get(poll))) for _ in range(8)]
     for each in waiting:
         each.start()
     assert view.get(f'/media/{asset}/small').status == 200
@@ -243,3 +246,8 @@ def test_the_page_is_served_in_the_readers_language(view: View) -> None:
                                ('xx;q=oops,,;', 'en')):
         assert view.get('/api/session', Accept_Language=accepted).json['language'] == language
     assert view.get('/texts/de.json').json
+
+
+def test_it_ends_however_early_it_is_told_to(library: Library) -> None:
+    for _ in range(5):
+        assert View(library, knocks=False).end() == 0
