@@ -6,6 +6,7 @@
 #include <iterator>
 #include <limits>
 #include <nlohmann/json.hpp>
+#include <span>
 #include <tuple>
 #include <unordered_set>
 
@@ -24,6 +25,11 @@ namespace {
 /// In one answer.
 constexpr std::size_t maxGridAssets = 50'000;
 constexpr std::size_t maxEntries = 1'000;
+
+/// Groups of duplicates in one answer, and assets of each that are described: a picture may have any number
+/// of copies.
+constexpr std::size_t maxGroups = 25;
+constexpr std::size_t assetsOfGroup = 40;
 
 /// Assets of one question: what they take is held until its answer is written.
 constexpr std::size_t assetsOfPage = 1'000;
@@ -275,16 +281,20 @@ Result<std::string> listMoments(KnownAssets &, const httplib::Request &request) 
 }
 
 Result<std::string> listDuplicates(KnownAssets &known, const httplib::Request &request) {
-    constexpr std::size_t groupsOfAnswer = 200;
     const auto page = askAgain([&] {
         return client()->duplicatesMatchingQuery(
-            {.limit = groupsOfAnswer, .cursor = request.get_param_value("cursor")});
+            {.limit = maxGroups, .cursor = request.get_param_value("cursor")});
     });
     if (!page)
         return failAsked();
+    const auto shownOf = [](const DuplicatesRecord &group) {
+        return std::span(group.uuids).first(std::min(group.uuids.size(), assetsOfGroup));
+    };
     std::vector<std::string> uuids;
-    for (const DuplicatesRecord &group : page->groups)
-        uuids.insert(uuids.end(), group.uuids.begin(), group.uuids.end());
+    for (const DuplicatesRecord &group : page->groups) {
+        const auto shown = shownOf(group);
+        uuids.insert(uuids.end(), shown.begin(), shown.end());
+    }
     const auto assets = askForAssetsWithUUIDs(uuids);
     if (!assets)
         return passOn(assets);
@@ -294,7 +304,7 @@ Result<std::string> listDuplicates(KnownAssets &known, const httplib::Request &r
         // The one with most pixels, then most bytes.
         std::tuple<std::uint64_t, std::uint64_t> most;
         std::size_t best = 0;
-        for (const std::string &uuid : group.uuids) {
+        for (const std::string &uuid : shownOf(group)) {
             const auto found = assets->find(uuid);
             if (found == assets->end())
                 continue; // deleted since
@@ -311,7 +321,9 @@ Result<std::string> listDuplicates(KnownAssets &known, const httplib::Request &r
         if (entries.size() < 2)
             continue;
         entries[best]["best"] = true;
-        groups.push_back({{"likeness", group.isSame ? "same" : "similar"}, {"assets", std::move(entries)}});
+        groups.push_back({{"likeness", group.isSame ? "same" : "similar"},
+                          {"count", group.uuids.size()},
+                          {"assets", std::move(entries)}});
     }
     JSON described = {{"groups", std::move(groups)}, {"isComplete", page->isComplete}};
     if (!page->next.empty())

@@ -251,3 +251,39 @@ def test_the_page_is_served_in_the_readers_language(view: View) -> None:
 def test_it_ends_however_early_it_is_told_to(library: Library) -> None:
     for _ in range(5):
         assert View(library, knocks=False).end() == 0
+
+
+def test_duplicates_are_listed_until_they_are_dismissed(view: View, library: Library,
+                                                        pictures: list[pathlib.Path]) -> None:
+    original = named(view, 'aligned.jpg')
+    copy = view.change('/api/import?name=copy.jpg', pictures[0].read_bytes() + b'more')['id']
+    library.command('duplicates', '--update')
+    listed = view.get('/api/duplicates').json
+    assert listed['isComplete'] is True and len(listed['groups']) == 1
+    group = listed['groups'][0]
+    assert group['count'] == 2 and group['likeness'] in ('same', 'similar') # by the time between the imports
+    assert {each['id'] for each in group['assets']} == {original, copy}
+    assert [each['id'] for each in group['assets'] if each.get('best')] == [copy] # it has more bytes
+    view.change('/api/duplicates/dismiss', {'ids': [original, copy]})
+    assert view.get('/api/duplicates').json['groups'] == []
+
+
+def test_moments_say_which_assets_they_hold(view: View, library: Library) -> None:
+    library.command('moments', '--update')
+    listed = view.get('/api/moments').json
+    assert listed['isComplete'] is True and sum(each['count'] for each in listed['moments']) == 3
+    for moment in listed['moments']:
+        assert view.get('/api/count?moment=' + moment['key']).json == {'count': moment['count']}
+    assert view.get('/api/moments?from=2100-01-01').json['moments'] == []
+
+
+def test_bulletins_are_shown_until_they_are_cleared(view: View, library: Library) -> None:
+    library.command('stream', 'walks')
+    shared = view.get('/api/albums').json['albums']
+    assert [(each['kind'], each['isShared']) for each in shared] == [('shared', True)]
+    asset = named(view, 'aligned.jpg')
+    view.change('/api/albums/add', {'id': shared[0]['id'], 'assets': [asset]})
+    bulletins = view.get('/api/bulletins').json['bulletins']
+    assert len(bulletins) == 1 and bulletins[0]['assets'] == [asset] and bulletins[0]['text']
+    view.change('/api/bulletins/clear', {'record': bulletins[0]['record']})
+    assert view.get('/api/bulletins').json == {'bulletins': []}
