@@ -58,7 +58,7 @@ std::optional<uid_t> userOfPeer(int socket) {
         return std::nullopt;
     alignas(nlmsghdr) std::array<char, 4096> answer{};
     const ssize_t count =
-        retryInterrupted([&] { return ::recv(kernel.get(), answer.data(), answer.size(), 0); });
+        retryInterrupted([&] { return ::recv(kernel.get(), answer.data(), answer.size(), MSG_DONTWAIT); });
     nlmsghdr header{};
     inet_diag_msg message{};
     if (count < static_cast<ssize_t>(NLMSG_HDRLEN + sizeof message))

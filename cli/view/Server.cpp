@@ -1,5 +1,6 @@
 #include "cli/view/Server.h"
 
+#include <fcntl.h>
 #include <fmt/format.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -90,6 +91,10 @@ thread_local constinit bool Server::Threads::isAccepting = false;
 Server::Server(Delegate &asked) : delegate(asked) {
     new_task_queue = [] { return new Threads; };
     set_default_headers(commonHeaders());
+    set_socket_options([](socket_t socket) { // a port is never shared with another process
+        const int yes = 1;
+        ::setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+    });
     set_tcp_nodelay(true);
     set_keep_alive_max_count(std::numeric_limits<int>::max()); // which browsers are told
     set_keep_alive_timeout(static_cast<time_t>(std::chrono::seconds(idleTime).count()));
@@ -194,6 +199,7 @@ void Server::serveClient(Client &client) {
 }
 
 bool Server::process_and_close_socket(socket_t socket) {
+    ::fcntl(socket, F_SETFD, FD_CLOEXEC); // the daemon may be started meanwhile
     if (Threads::isAcceptingThread()) {
         static_cast<void>(::send(socket, busyAnswer.data(), busyAnswer.size(), MSG_DONTWAIT | MSG_NOSIGNAL));
     } else if (isOfThisUser(socket)) {

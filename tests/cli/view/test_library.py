@@ -15,7 +15,7 @@ from typing import Any
 
 import pytest
 
-from served import Library, View
+from served import COMMAND, Library, View
 
 
 def assets_of(view: View, query: str = '') -> list[Any]:
@@ -246,6 +246,13 @@ def test_the_page_is_served_in_the_readers_language(view: View) -> None:
                                ('xx;q=oops,,;', 'en')):
         assert view.get('/api/session', Accept_Language=accepted).json['language'] == language
     assert view.get('/texts/de.json').json
+
+
+def test_a_port_that_is_taken_is_not_shared(view: View, library: Library) -> None:
+    second = subprocess.run([COMMAND, 'view', '--no-open', '--port', str(view.port)], env=library.environment,
+                            text=True, capture_output=True, timeout=60, check=False)
+    assert second.returncode == 1 and f'port {view.port} can' in second.stderr
+    assert view.get('/api/count').status == 200
 
 
 def test_it_ends_however_early_it_is_told_to(library: Library) -> None:
