@@ -84,6 +84,10 @@ Option Command::addFlag(const std::string &name, bool &value, const std::string 
     return Option(app->add_flag(name, value, help));
 }
 
+Option Command::addAnswer(const std::string &name, std::string &value, const std::string &help) const {
+    return Option(app->add_flag(name, value, help));
+}
+
 template <class Value>
 Option Command::addOption(const std::string &name, Value &value, const std::string &help) const {
     return Option(app->add_option(name, value, help));

@@ -1,7 +1,7 @@
 // Subcommands and their options, as the command line names them.
 //
-// The parser is all in headers, which take longer to compile than a subcommand does: only CommandLine.cpp and
-// Main.cpp include them.
+// The parser is all in headers, which take longer to compile than a subcommand does: only CommandLine.cpp,
+// Help.cpp and Main.cpp include them.
 #ifndef CLI_COMMANDLINE_H
 #define CLI_COMMANDLINE_H
 
@@ -59,7 +59,8 @@ public:
     /// `chosen` gets the work of the subcommand that the command line names. It outlives the parser.
     Command(CLI::App *borrowed, Action &chosen) : app(borrowed), chosenAction(&chosen) {}
 
-    /// What help shows below the options.
+    /// What help shows below the options. The paragraph "Example:" or "Examples:" at its end is shown above
+    /// them.
     void footer(const std::string &text) const;
 
     Command addSubcommand(const std::string &name, const std::string &help) const;
@@ -67,6 +68,8 @@ public:
     void requireSubcommand() const;
 
     Option addFlag(const std::string &name, bool &value, const std::string &help) const;
+    /// A flag that may have a value: "--edited", which is "true", or "--edited=no".
+    Option addAnswer(const std::string &name, std::string &value, const std::string &help) const;
     /// `Value` is a text, a list of texts or a number; see the end of CommandLine.cpp.
     template <class Value>
     Option addOption(const std::string &name, Value &value, const std::string &help) const;

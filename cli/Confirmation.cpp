@@ -2,19 +2,24 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <iostream>
 #include <string>
 
 #include "cli/Output.h"
+#include "wickerlane/platform/console/Console.h"
 
 namespace wickerlane::cli {
 
 bool isConfirmed(std::string_view what) {
     if (isatty(STDIN_FILENO) == 0)
         return false;
-    note(std::string(what) + " Continue? [y/N]");
+    noteText(escapingControls(what) + " Continue? [y/N] ");
     std::string line;
-    return std::getline(std::cin, line) && (line == "y" || line == "yes");
+    std::getline(std::cin, line);
+    std::ranges::transform(line, line.begin(),
+                           [](char c) { return c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c; });
+    return line == "y" || line == "yes";
 }
 
 } // namespace wickerlane::cli

@@ -97,6 +97,10 @@ void waitUntilSent() {
 
 } // namespace
 
+std::string daemonLogPath() {
+    return pathUnderRoot(fmt::format("/var/log/wickerlane/{}.log", WickerlaneGatekeeperName));
+}
+
 Failure failUnreachable() {
     const std::string root = rootPath(), standing = existingPart(root);
     if (access(standing.c_str(), W_OK | X_OK) != 0)
@@ -109,8 +113,8 @@ Failure failUnreachable() {
         ProblemKind::unreachable,
         fmt::format("the daemon hoardd can't be reached (library below {}): it can't be started, or has "
                     "stopped answering. It starts on demand if it is installed. What it says is in "
-                    "{}/var/log/wickerlane/{}.log",
-                    root, root == "/" ? "" : root, WickerlaneGatekeeperName));
+                    "{}",
+                    root, daemonLogPath()));
 }
 
 Result<> requireDaemon() {
@@ -152,8 +156,9 @@ Result<> waitForSuccess(const std::string &undone, const Handler<void(const Succ
     });
 }
 
-Result<client::Reply> answerUnlessInterrupted(const client::Request &request) {
+Result<client::Reply> answerUnlessInterrupted(const client::Request &request, Progress *progress) {
     const Awaited<client::Reply> answer;
+    const InterruptScope interrupts;
     const auto cancellation = Cancellation::create();
     const CancellationScope scope(cancellation.get());
     request.sendWithReply(JXGatekeeperClient::sharedInstance()->connection(), WorkQueue::global(),
@@ -169,12 +174,16 @@ Result<client::Reply> answerUnlessInterrupted(const client::Request &request) {
             waitUntilSent();
             return fail(ProblemKind::cancelled, "interrupted");
         }
-        interruptSemaphore().wait();
+        using namespace std::chrono_literals;
+        if (progress == nullptr || !progress->isShown())
+            interruptSemaphore().wait();
+        else if (!interruptSemaphore().wait(100ms))
+            progress->tick();
     }
 }
 
-Result<> waitForWork(const client::Request &request) {
-    return answerUnlessInterrupted(request)
+Result<> waitForWork(const client::Request &request, Progress *progress) {
+    return answerUnlessInterrupted(request, progress)
         .map_error([](Problem problem) {
             problem.text +=
                 ": the daemon stops; what it has done stays, and the rest is done when it is asked "
@@ -184,8 +193,8 @@ Result<> waitForWork(const client::Request &request) {
         .and_then(outcomeIn);
 }
 
-Result<> waitForEndOfWork(const client::Request &request) {
-    auto done = waitForWork(request);
+Result<> waitForEndOfWork(const client::Request &request, Progress *progress) {
+    auto done = waitForWork(request, progress);
     return !done && done.error().kind == ProblemKind::cancelled ? done : Result<>();
 }
 

@@ -2,12 +2,18 @@
 #ifndef CLI_DAEMONREQUESTS_H
 #define CLI_DAEMONREQUESTS_H
 
+#include <string>
+
+#include "cli/Progress.h"
 #include "wickerlane/client/Request.h"
 #include "wickerlane/model/Result.h"
 #include "wickerlane/platform/object/Error.h"
 #include "wickerlane/platform/object/Handler.h"
 
 namespace wickerlane::cli {
+
+/// The file with what the daemon says.
+std::string daemonLogPath();
 
 /// The problem of a daemon that can't be started, or does not answer.
 Failure failUnreachable();
@@ -31,15 +37,15 @@ using SuccessHandler = Handler<void(bool success, Error *error)>;
 Result<> waitForSuccess(const std::string &undone, const Handler<void(const SuccessHandler &)> &send);
 
 /// Sends a request, and blocks until its answer is there, or until Ctrl-C, which cancels it: that is the only
-/// problem.
-Result<client::Reply> answerUnlessInterrupted(const client::Request &request);
+/// problem. The progress, if there is one, shows that time passes.
+Result<client::Reply> answerUnlessInterrupted(const client::Request &request, Progress *progress = nullptr);
 
 /// The same for work that is answered when it is done; the problem is also that of an answer that is an
 /// error.
-Result<> waitForWork(const client::Request &request);
+Result<> waitForWork(const client::Request &request, Progress *progress = nullptr);
 
 /// The same for work whose problems show in what the command looks at afterwards: only Ctrl-C is one.
-Result<> waitForEndOfWork(const client::Request &request);
+Result<> waitForEndOfWork(const client::Request &request, Progress *progress = nullptr);
 
 } // namespace wickerlane::cli
 

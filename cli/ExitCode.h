@@ -17,7 +17,7 @@ enum class ExitCode : int {
     newer = 7,         ///< The library was made by a newer version.
     busy = 8,          ///< Something else works on the library, or too much is asked of it: try again later.
     timedOut = 9,      ///< The daemon did not answer in the time that was allowed.
-    interrupted = 130, ///< Ctrl-C ended `changes --follow`, or work of the daemon.
+    interrupted = 130, ///< Ctrl-C ended it.
 };
 
 /// The code for a problem that ends the command.

@@ -1,11 +1,17 @@
 #include "cli/FilterOptions.h"
 
+#include <fmt/format.h>
+
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <chrono>
 #include <cmath>
+#include <utility>
 
 #include "cli/Queries.h"
+#include "cli/Suggestion.h"
+#include "wickerlane/model/MediaType.h"
 
 namespace wickerlane::cli {
 namespace {
@@ -56,12 +62,239 @@ std::optional<Circle> circleIn(std::string_view text) {
     return circle;
 }
 
-std::string checkPeriod(const std::string &text) {
-    return periodIn(text) ? std::string() : text + " is no date; write 2019, 2019-08 or 2019-08-31";
+/// "south,west,north,east", in degrees.
+bool takeBox(std::string_view text, AssetFilter &filter) {
+    std::array<double, 4> edges{};
+    for (std::size_t i = 0; i < edges.size(); ++i) {
+        const auto edge = i == 0 || take(text, ',') ? takeNumber<double>(text) : std::nullopt;
+        if (!edge || !(std::abs(*edge) <= (i % 2 == 0 ? 90 : 180)))
+            return false;
+        edges.at(i) = *edge;
+    }
+    if (!text.empty() || edges[0] > edges[2])
+        return false;
+    filter.south = edges[0];
+    filter.west = edges[1];
+    filter.north = edges[2];
+    filter.east = edges[3];
+    return true;
 }
 
-std::string checkCircle(const std::string &text) {
-    return circleIn(text) ? std::string() : text + " is no place; write LATITUDE,LONGITUDE,10km";
+/// "834", "3.5MB", "2MiB": bytes.
+std::optional<std::uint64_t> sizeIn(std::string_view text) {
+    const auto number = takeNumber<double>(text);
+    if (!number || !(*number >= 0) || !(*number < 1e15))
+        return std::nullopt;
+    std::string unit(text);
+    std::ranges::transform(unit, unit.begin(),
+                           [](char c) { return c >= 'a' && c <= 'z' ? c - 'a' + 'A' : c; });
+    constexpr std::array<std::pair<std::string_view, double>, 11> units{{{"", 1},
+                                                                         {"B", 1},
+                                                                         {"KB", 1e3},
+                                                                         {"MB", 1e6},
+                                                                         {"GB", 1e9},
+                                                                         {"KIB", 1 << 10},
+                                                                         {"MIB", 1 << 20},
+                                                                         {"GIB", 1 << 30},
+                                                                         {"K", 1e3},
+                                                                         {"M", 1e6},
+                                                                         {"G", 1e9}}};
+    const auto *found = std::ranges::find(units, unit, [](const auto &each) { return each.first; });
+    if (found == units.end() || !(*number * found->second < 1e18))
+        return std::nullopt;
+    return static_cast<std::uint64_t>(*number * found->second);
+}
+
+std::optional<bool> answerIn(std::string_view text) {
+    if (text == "yes" || text == "true")
+        return true;
+    if (text == "no" || text == "false")
+        return false;
+    return std::nullopt;
+}
+
+Failure refuse(std::string text) {
+    return fail(ProblemKind::invalid, std::move(text));
+}
+
+using Value = const std::string &;
+
+Result<> setKind(AssetFilter &filter, Value value) {
+    if (value != "photo" && value != "video")
+        return refuse(value + " is no kind; write photo or video");
+    filter.kind = value == "photo" ? AssetKind::photo : AssetKind::video;
+    return {};
+}
+
+/// The member gets the beginning or the end of a period.
+template <auto member, auto edge>
+Result<> setDate(AssetFilter &filter, Value value) {
+    const auto period = periodIn(value);
+    if (!period)
+        return refuse(value + " is no date; write 2019, 2019-08 or 2019-08-31");
+    filter.*member = *period.*edge;
+    return {};
+}
+
+Result<> setNear(AssetFilter &filter, Value value) {
+    const auto circle = circleIn(value);
+    if (!circle)
+        return refuse(value + " is no place; write LATITUDE,LONGITUDE,10km");
+    filter.nearLatitude = circle->latitude;
+    filter.nearLongitude = circle->longitude;
+    filter.radius = circle->meters;
+    return {};
+}
+
+Result<> setBox(AssetFilter &filter, Value value) {
+    if (!takeBox(value, filter))
+        return refuse(value + " is no area; write its edges as SOUTH,WEST,NORTH,EAST in degrees");
+    return {};
+}
+
+template <auto member>
+Result<> setText(AssetFilter &filter, Value value) {
+    filter.*member = value;
+    return {};
+}
+
+Result<> setType(AssetFilter &filter, Value value) {
+    if (value.find('/') != std::string::npos) {
+        filter.format = value;
+        return {};
+    }
+    const MediaType *type = mediaTypeOfExtension(value);
+    if (type == nullptr)
+        return refuse(value + " is no format; write an extension, such as heic, or a media type: image/heic");
+    filter.format = type->name;
+    return {};
+}
+
+Result<> setRating(AssetFilter &filter, Value value) {
+    if (value.size() != 1 || value[0] < '1' || value[0] > '5')
+        return refuse(value + " is no number of stars; write 1 to 5");
+    filter.minRating = value[0] - '0';
+    return {};
+}
+
+template <auto member>
+Result<> setAnswer(AssetFilter &filter, Value value) {
+    const auto answer = answerIn(value);
+    if (!answer)
+        return refuse(value + " is no answer; write yes or no");
+    filter.*member = *answer;
+    return {};
+}
+
+template <auto member>
+Result<> setSize(AssetFilter &filter, Value value) {
+    const auto bytes = sizeIn(value);
+    if (!bytes)
+        return refuse(value + " is no size; write 500kB or 2MB");
+    filter.*member = *bytes;
+    return {};
+}
+
+Result<> setAlbum(AssetFilter &filter, Value value) {
+    return askForAlbum(value).map(
+        [&](const Ref<ManagedAlbum> &album) { filter.album = album->record().uuid; });
+}
+
+Result<> setMoment(AssetFilter &filter, Value value) {
+    return askForMomentKey(value).map([&](std::int64_t key) { filter.moment = key; });
+}
+
+/// A condition, which is an option of `list` and a word of a query.
+struct Condition {
+    const char *name;
+    const char *valueName; ///< Null for one that is answered with yes or no, and may stand alone.
+    const char *help;
+    Result<> (*set)(AssetFilter &filter, Value value);
+};
+
+constexpr Condition conditions[] = {
+    {"kind", "KIND", "Only assets of this kind: photo, video", setKind},
+    {"from", "DATE", "Only those from this year, month or day on: 2019, 2019-08-31",
+     setDate<&AssetFilter::from, &Period::begin>},
+    {"to", "DATE", "Only those up to the end of this year, month or day",
+     setDate<&AssetFilter::until, &Period::end>},
+    {"near", "LATITUDE,LONGITUDE[,DISTANCE]", "Only those taken near a place, within 1km or as given",
+     setNear},
+    {"within", "SOUTH,WEST,NORTH,EAST", "Only those taken in an area, by its edges in degrees", setBox},
+    {"album", "ALBUM", "Only those in this album: name or UUID", setAlbum},
+    {"moment", "ID", "Only those of this moment", setMoment},
+    {"name", "PATTERN", "Only those with such an original name: 'IMG_*.jpg'", setText<&AssetFilter::name>},
+    {"words", "WORDS", "Only those with these words in their name, caption, keywords or albums",
+     setText<&AssetFilter::text>},
+    {"type", "TYPE", "Only those of this format: jpeg, heic, image/heic", setType},
+    {"camera", "CAMERA", "Only those taken with this camera", setText<&AssetFilter::camera>},
+    {"rating", "STARS", "Only those with at least this number of stars", setRating},
+    {"min-size", "SIZE", "Only those whose original has at least this size: 2MB",
+     setSize<&AssetFilter::minBytes>},
+    {"max-size", "SIZE", "Only those whose original has at most this size", setSize<&AssetFilter::maxBytes>},
+    {"favourite", nullptr, "Only favourites; with =no the others", setAnswer<&AssetFilter::isFavourite>},
+    {"hidden", nullptr, "Only hidden ones; with =no the others", setAnswer<&AssetFilter::isHidden>},
+    {"edited", nullptr, "Only those with an edited version; with =no the others",
+     setAnswer<&AssetFilter::isEdited>},
+    {"problem", nullptr, "Only those that could not be decoded; with =no the others",
+     setAnswer<&AssetFilter::hasProblem>},
+};
+
+/// A query that asks for all assets on purpose.
+constexpr const char *allAssets = "all";
+
+/// Splits a query at its blanks. What is between quotation marks belongs together.
+Result<std::vector<std::string>> wordsOf(const std::string &query) {
+    std::vector<std::string> words;
+    std::string word;
+    bool isWord = false;
+    char quote = 0;
+    for (const char each : query) {
+        if (quote != 0 ? each == quote : each == '"' || each == '\'') {
+            quote = quote == 0 ? each : '\0';
+            isWord = true;
+        } else if (quote == 0 && std::string_view(" \t\n").find(each) != std::string_view::npos) {
+            if (isWord)
+                words.push_back(std::exchange(word, {}));
+            isWord = false;
+        } else {
+            word += each;
+            isWord = true;
+        }
+    }
+    if (quote != 0)
+        return refuse(fmt::format("the query has no second {}", quote));
+    if (isWord)
+        words.push_back(word);
+    return words;
+}
+
+Result<> addQuery(AssetFilter &filter, const std::string &query) {
+    const auto words = wordsOf(query);
+    if (!words)
+        return passOn(words);
+    if (words->empty())
+        return refuse(fmt::format("the query is empty; to ask for all assets: --where {}", allAssets));
+    for (const std::string &word : *words) {
+        const std::string name = word.substr(0, word.find('='));
+        const bool hasValue = name.size() < word.size();
+        if (word == allAssets)
+            continue;
+        const auto *condition =
+            std::ranges::find(conditions, name, [](const Condition &each) { return each.name; });
+        if (condition == std::end(conditions))
+            return refuse(
+                fmt::format("a query has no condition '{}'{} It has the same as wickerlane list has "
+                            "options; words to be found stand in words=\"...\"",
+                            name, didYouMean(name, conditionNames())));
+        if (!hasValue && condition->valueName != nullptr)
+            return refuse(
+                fmt::format("{0} has no value in the query; write {0}={1}", name, condition->valueName));
+        const auto set = condition->set(filter, hasValue ? word.substr(name.size() + 1) : "yes");
+        if (!set)
+            return set;
+    }
+    return {};
 }
 
 } // namespace
@@ -97,62 +330,52 @@ std::optional<Period> periodIn(const std::string &text) {
     return Period{secondsTo(begin), secondsTo(end)};
 }
 
+std::vector<std::string> conditionNames() {
+    std::vector<std::string> names;
+    for (const Condition &each : conditions)
+        names.emplace_back(each.name);
+    return names;
+}
+
 void addFilterOptions(const Command &command, FilterOptions &options) {
-    command.addOption("--kind", options.kind, "Only assets of this kind: photo, video")
-        .oneOf({"photo", "video"})
-        .typeName("KIND");
-    command.addOption("--from", options.from, "Only those from this year, month or day on: 2019, 2019-08-31")
-        .check(checkPeriod)
-        .typeName("DATE");
-    command.addOption("--to", options.to, "Only those up to the end of this year, month or day")
-        .check(checkPeriod)
-        .typeName("DATE");
-    command.addOption("--near", options.near, "Only those taken near a place, within 1km or as given")
-        .check(checkCircle)
-        .typeName("LATITUDE,LONGITUDE[,DISTANCE]");
-    command.addOption("--album", options.album, "Only those in this album: name or UUID").typeName("ALBUM");
-    command.addOption("--name", options.name, "Only those with such an original name: 'IMG_*.jpg'")
-        .typeName("PATTERN");
-    command.addOption("--camera", options.camera, "Only those taken with this camera").typeName("CAMERA");
-    command.addOption("--rating", options.rating, "Only those with at least this number of stars")
-        .between(1, 5)
-        .typeName("STARS");
-    command.addFlag("--favourite", options.favourite, "Only favourites");
-    command.addFlag("--edited", options.edited, "Only those with an edited version");
-    command.addFlag("--problem", options.problem, "Only those that could not be decoded");
+    options.values.resize(std::size(conditions));
+    auto value = options.values.begin();
+    for (const Condition &each : conditions) {
+        const std::string name = std::string("--") + each.name;
+        if (each.valueName == nullptr)
+            command.addAnswer(name, *value, each.help);
+        else
+            command.addOption(name, *value, each.help).typeName(each.valueName);
+        ++value;
+    }
+    addQueryOption(command, options.query);
+}
+
+Option addQueryOption(const Command &command, std::string &query) {
+    return command
+        .addOption(
+            "--where", query,
+            "The assets that a query finds: 'kind=video from=2019-08 album=\"At sea\"'. Its conditions "
+            "are the options of wickerlane list")
+        .typeName("QUERY");
 }
 
 Result<AssetFilter> filterOf(const FilterOptions &options) {
     AssetFilter filter;
-    if (!options.kind.empty())
-        filter.kind = options.kind == "photo" ? AssetKind::photo : AssetKind::video;
-    if (const auto period = periodIn(options.from))
-        filter.from = period->begin;
-    if (const auto period = periodIn(options.to))
-        filter.until = period->end;
-    if (const auto circle = circleIn(options.near)) {
-        filter.nearLatitude = circle->latitude;
-        filter.nearLongitude = circle->longitude;
-        filter.radius = circle->meters;
-    }
-    if (!options.album.empty()) {
-        const auto album = askForAlbum(options.album);
-        if (!album)
-            return passOn(album);
-        filter.album = (*album)->record().uuid;
-    }
-    if (!options.name.empty())
-        filter.name = options.name;
-    if (!options.camera.empty())
-        filter.camera = options.camera;
-    if (options.rating > 0)
-        filter.minRating = static_cast<std::int64_t>(options.rating);
-    if (options.favourite)
-        filter.isFavourite = true;
-    if (options.edited)
-        filter.isEdited = true;
-    if (options.problem)
-        filter.hasProblem = true;
+    for (std::size_t i = 0; i < options.values.size(); ++i)
+        if (const std::string &value = options.values[i]; !value.empty())
+            if (const auto set = conditions[i].set(filter, value); !set)
+                return fail(set.error().kind, fmt::format("--{}: {}", conditions[i].name, set.error().text));
+    if (!options.query.empty())
+        if (const auto added = addQuery(filter, options.query); !added)
+            return passOn(added);
+    return filter;
+}
+
+Result<AssetFilter> filterOfQuery(const std::string &query) {
+    AssetFilter filter;
+    if (const auto added = addQuery(filter, query); !added)
+        return passOn(added);
     return filter;
 }
 

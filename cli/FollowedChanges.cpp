@@ -41,14 +41,6 @@ void endWhenOutputIsClosed() {
         source->arm(0); // an error or hang-up
 }
 
-Result<> write(const std::string &lines) {
-    if (std::fwrite(lines.data(), 1, lines.size(), stdout) == lines.size() && std::fflush(stdout) == 0)
-        return {};
-    if (errno == EPIPE)
-        endAtClosedPipe();
-    return fail(ProblemKind::failed, "the output could not be written");
-}
-
 std::string linesOf(const ChangesPage &page, bool json) {
     if (page.isTooOld)
         return json ? JSON{{"startOver", true}}.dump() + "\n"
@@ -128,12 +120,13 @@ JSON describe(const AssetChange &change) {
 
 Result<ExitCode> followChanges(std::int64_t since, bool json) {
     endWhenOutputIsClosed();
+    const InterruptScope scope;
     bool hasSaidBusy = false;
     std::optional<std::string> token;
     if (since >= 0)
         token = since > 0 ? std::to_string(since) : std::string();
     while (!isInterrupted()) {
-        const ReleaseScope scope;
+        const ReleaseScope releases;
         if (!token) {
             const auto present = presentToken();
             if (present)
@@ -147,7 +140,8 @@ Result<ExitCode> followChanges(std::int64_t since, bool json) {
             return failRequest(page.error());
         if (!page || !*page)
             continue;
-        if (const auto written = write(linesOf(**page, json)); !written)
+        printText(linesOf(**page, json));
+        if (const auto written = flushOutput(); !written)
             return passOn(written);
         token = (*page)->token;
     }

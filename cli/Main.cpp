@@ -1,18 +1,24 @@
 // The command `wickerlane`: a photo library from the shell.
 #include <CLI/CLI.hpp>
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
+#include <string>
 #include <string_view>
+#include <vector>
 
+#include "cli/Help.h"
 #include "cli/Interrupt.h"
 #include "cli/Output.h"
 #include "cli/Subcommands.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
+#include "wickerlane/platform/console/Console.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/file/TrustedPath.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
@@ -23,7 +29,9 @@
 namespace wickerlane::cli {
 namespace {
 
-constexpr const char *exitCodes = R"(Exit codes:
+constexpr const char *notes = R"(For help with a command: wickerlane help import
+
+Exit codes:
   0  success
   1  some or all of the work failed; see standard error
   2  the command line is wrong
@@ -34,9 +42,12 @@ constexpr const char *exitCodes = R"(Exit codes:
   7  the library was made by a newer version
   8  something else works on the library; try again later
   9  the daemon did not answer in the time that --timeout allows
-  130  Ctrl-C ended `changes --follow`, or work of the daemon that the command waited for
+  130  Ctrl-C ended it
 
-For help with a subcommand: wickerlane import --help)";
+Examples:
+  wickerlane import ~/Pictures
+  wickerlane list --sort newest --limit 10
+  wickerlane export --all --to /media/backup)";
 
 /// In the one release scope that every subcommand has.
 ExitCode perform(const Action &action) {
@@ -69,11 +80,35 @@ bool mayName(int argc, char **argv, std::string_view subcommand) {
     return std::any_of(argv + 1, argv + argc, [&](const char *word) { return word == subcommand; });
 }
 
+void addSubcommands(CLI::App &app, int argc, char **argv, Action &chosen) {
+    const auto add = [&](const Subcommand &each) {
+        CLI::App *subcommand = app.add_subcommand(each.name, each.summary)->group(each.group)->footer("");
+        if (mayName(argc, argv, each.name))
+            each.setUp(Command(subcommand, chosen));
+    };
+    std::ranges::for_each(subcommands, add);
+    std::ranges::for_each(debugSubcommands, add);
+}
+
+void useRoot(const std::string &folder) {
+    setenv("WICKERLANE_ROOT", std::filesystem::absolute(folder).lexically_normal().c_str(), 1);
+}
+
+void noteOldName(const CLI::App &named) {
+    for (const Subcommand &each : debugSubcommands)
+        if (named.get_name() == each.name)
+            advise(
+                fmt::format("wickerlane: '{0}' is now 'wickerlane debug {0}'; the next release does without "
+                            "the old name",
+                            each.name));
+}
+
 int run(int argc, char **argv) {
     CLI::App app("Saves photos into a Wickerlane photo library, lists them and exports them.");
     app.name("wickerlane");
+    app.formatter(helpFormatter());
     app.set_version_flag("--version", WICKERLANE_VERSION);
-    app.footer(exitCodes);
+    app.footer(notes);
     app.require_subcommand(1);
     app.fallthrough();
 
@@ -88,42 +123,53 @@ int run(int argc, char **argv) {
         ->type_name("SECONDS")
         ->check(CLI::Range(0.001, 1e6));
 
-    Action chosen;
-    for (const Subcommand &each : subcommands) {
-        CLI::App *subcommand = app.add_subcommand(each.name, each.summary)->group(each.group)->footer("");
-        if (mayName(argc, argv, each.name))
-            each.setUp(Command(subcommand, chosen));
-    }
+    Manner manner;
+    app.add_flag("-q,--quiet", manner.isQuiet,
+                 "Show problems and what was asked for only: no progress, advice or summaries");
+    app.add_flag("--no-color,--no-colour", manner.isPlain, "Use no colour; NO_COLOR says the same");
 
+    Action chosen;
+    addSubcommands(app, argc, argv, chosen);
+
+    if (argc == 1) {
+        printText(app.help());
+        return static_cast<int>(ExitCode::usage);
+    }
+    if (std::string_view(argv[1]) == "help") {
+        const auto help = helpOf(app, std::vector<std::string>(argv + 2, argv + argc));
+        if (!help)
+            return static_cast<int>(report(help.error()));
+        printText(*help);
+        return 0;
+    }
     try {
         app.parse(argc, argv);
-    } catch (const CLI::ParseError &error) {
-        // Of an unknown subcommand the parser would only say that one is missing.
-        if (const auto words = app.remaining(); !words.empty() && app.get_subcommands().empty())
-            return static_cast<int>(
-                report({ProblemKind::invalid,
-                        "there is no subcommand '" + words.front() + "'; wickerlane --help lists them",
-                        {}}));
-        return app.exit(error) == 0 ? 0 : static_cast<int>(ExitCode::usage);
+    } catch (const CLI::Success &asked) {
+        return app.exit(asked);
+    } catch (const CLI::Error &error) {
+        return static_cast<int>(report(problemOf(app, error)));
     }
+    setManner(manner);
+    setConsoleGate([] { return false; }); // the command says itself what went wrong
+    noteOldName(*app.get_subcommands().front());
+
     // Before any other thread runs. A daemon that is started inherits it.
     if (!root.empty())
-        setenv("WICKERLANE_ROOT", std::filesystem::absolute(root).lexically_normal().c_str(), 1);
+        useRoot(root);
     // What is below a root says which programs run.
     if (const std::string why = whyUntrusted(rootPath()); !why.empty())
         return static_cast<int>(
             report({ProblemKind::refused, "the root " + rootPath() + " is not used: " + why, {}}));
 
-    noticeInterrupts();
     const ExitCode result = performServingMainQueue([&] {
         if (timeout > 0)
             JXGatekeeperClient::sharedInstance()->setReplyTimeLimit(
                 std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::duration<double>(timeout)));
         return chosen();
     });
-    if (std::fflush(stdout) != 0)
-        return static_cast<int>(report({ProblemKind::failed, "the output could not be written", {}}));
-    return static_cast<int>(result);
+    if (const auto written = flushOutput(); !written)
+        return static_cast<int>(report(written.error()));
+    return static_cast<int>(isInterrupted() ? ExitCode::interrupted : result);
 }
 
 } // namespace

@@ -2,8 +2,10 @@
 #ifndef CLI_NEWFILE_H
 #define CLI_NEWFILE_H
 
+#include <memory>
 #include <string>
 
+#include "cli/Interrupt.h"
 #include "wickerlane/model/Result.h"
 #include "wickerlane/platform/file/UniqueFd.h"
 #include "wickerlane/platform/object/Data.h"
@@ -30,6 +32,8 @@ private:
     NewFile(std::string path, std::string temporaryPath, UniqueFd opened)
         : place(std::move(path)), temporary(std::move(temporaryPath)), fd(std::move(opened)) {}
 
+    // Or the file under the other name would stay.
+    std::unique_ptr<InterruptScope> interrupts = std::make_unique<InterruptScope>();
     std::string place;
     std::string temporary;
     UniqueFd fd;

@@ -2,16 +2,64 @@
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
+#include <unistd.h>
 
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <string>
+#include <system_error>
 
 #include "wickerlane/platform/console/Console.h"
 
 namespace wickerlane::cli {
 
+namespace {
+
+Manner &manner() {
+    static Manner present;
+    return present;
+}
+
+/// Whether there is a line that was painted.
+constinit bool isPainted = false;
+
+bool showsColour(FILE *stream) {
+    const char *unwanted = std::getenv("NO_COLOR"), *terminal = std::getenv("TERM");
+    return !manner().isPlain && (unwanted == nullptr || *unwanted == '\0') && isatty(fileno(stream)) != 0 &&
+           (terminal == nullptr || std::string_view(terminal) != "dumb");
+}
+
+/// As a filter ends that writes into such a pipe. No stream can be flushed any more.
+[[noreturn]] void endAtClosedPipe() {
+    std::_Exit(128 + SIGPIPE);
+}
+
+} // namespace
+
+void setManner(const Manner &wanted) {
+    manner() = wanted;
+}
+
+bool isQuiet() {
+    return manner().isQuiet;
+}
+
 ExitCode report(const Problem &problem) {
-    note("wickerlane: " + problem.text);
+    // Further lines are the command's own. A foreign text can't forge one: it would be indented.
+    std::string_view left = problem.text;
+    std::string lines = showsColour(stderr) ? "\x1b[31mwickerlane:\x1b[0m " : "wickerlane: ";
+    for (;;) {
+        const std::size_t length = std::min(left.find('\n'), left.size());
+        lines += escapingControls(left.substr(0, length)) + "\n";
+        if (length == left.size())
+            break;
+        left.remove_prefix(length + 1);
+        lines += "  ";
+    }
+    noteText(lines);
     return exitCodeOf(problem);
 }
 
@@ -19,13 +67,53 @@ void note(std::string_view line) {
     noteText(escapingControls(line) + "\n");
 }
 
+void advise(std::string_view line) {
+    if (!isQuiet())
+        note(line);
+}
+
+void paintLine(const std::string &line) {
+    if (line.empty() && !isPainted)
+        return;
+    const std::string text = "\r\x1b[K" + line;
+    static_cast<void>(std::fputs(text.c_str(), stderr));
+    isPainted = !line.empty();
+}
+
 void noteText(const std::string &text) {
+    paintLine("");
     // Work goes on when standard error can't be written: there is no other place to say so.
     static_cast<void>(std::fputs(text.c_str(), stderr));
 }
 
 void print(std::string_view line) {
-    fmt::print("{}\n", escapingControls(line));
+    printText(escapingControls(line) + "\n");
+}
+
+void summarize(std::string_view line) {
+    if (!isQuiet())
+        print(line);
+}
+
+void printText(std::string_view text) {
+    paintLine("");
+    if (std::fwrite(text.data(), 1, text.size(), stdout) == text.size())
+        return;
+    if (errno == EPIPE)
+        endAtClosedPipe();
+    throw std::system_error(errno, std::generic_category(), "the output could not be written");
+}
+
+Result<> flushOutput() {
+    if (std::fflush(stdout) == 0)
+        return {};
+    if (errno == EPIPE)
+        endAtClosedPipe();
+    return fail(ProblemKind::failed, "the output could not be written");
+}
+
+std::string bold(std::string_view text) {
+    return showsColour(stdout) ? fmt::format("\x1b[1m{}\x1b[0m", text) : std::string(text);
 }
 
 void printField(std::string_view label, std::string_view value) {
@@ -41,7 +129,7 @@ std::string textOf(const JSON &value) {
 } // namespace
 
 void printJSON(const JSON &value) {
-    fmt::print("{}\n", textOf(value));
+    printText(textOf(value) + "\n");
 }
 
 void JSONList::add(const JSON &value) {
@@ -56,11 +144,11 @@ void JSONList::add(const JSON &value) {
         indented += "\n  ";
         begin = end + 1;
     }
-    static_cast<void>(std::fwrite(indented.data(), 1, indented.size(), stdout));
+    printText(indented);
 }
 
 void JSONList::end() const {
-    fmt::print("{}\n", isEmpty ? "[]" : "\n]");
+    printText(isEmpty ? "[]\n" : "\n]\n");
 }
 
 } // namespace wickerlane::cli

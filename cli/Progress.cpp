@@ -7,11 +7,27 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
+#include <string_view>
 
 #include "cli/Output.h"
 
 namespace wickerlane::cli {
 namespace {
+
+/// Whether a line can be painted over.
+bool canRepaint() {
+    const char *terminal = std::getenv("TERM");
+    return !isQuiet() && isatty(STDERR_FILENO) != 0 &&
+           (terminal == nullptr || std::string_view(terminal) != "dumb");
+}
+
+std::size_t columnsOfTerminal() {
+    winsize window = {};
+    return ioctl(STDERR_FILENO, TIOCGWINSZ, &window) == 0 && window.ws_col > 0 ? window.ws_col : 80;
+}
+
+} // namespace
 
 std::string durationText(double seconds) {
     const auto whole = static_cast<long>(std::lround(seconds));
@@ -22,50 +38,70 @@ std::string durationText(double seconds) {
     return fmt::format("{}:{:02} h", whole / 3600, whole % 3600 / 60);
 }
 
-} // namespace
-
-Progress::Progress(std::string described, std::size_t expected, bool isQuiet)
-    : verb(std::move(described)), total(expected), quiet(isQuiet), isTerminal(isatty(STDERR_FILENO) != 0) {
+Progress::Progress(std::string described, std::size_t expected)
+    : what(std::move(described)), total(expected), shows(canRepaint()) {
 }
 
 Progress::~Progress() {
-    if (!quiet && isTerminal && done + failed > 0)
-        noteText("\r\x1b[K");
+    paintLine("");
 }
 
 void Progress::advance(std::size_t count, std::size_t notDone) {
     done += count;
     failed += notDone;
-    if (quiet)
+    tick();
+}
+
+void Progress::begin(std::string described, std::size_t expected) {
+    if (described == what && expected == total)
         return;
-    const auto now = Clock::now();
-    if (isTerminal) {
-        drawBar(std::chrono::duration<double>(now - started).count());
-    } else if (done + failed == total || now - lastLine >= std::chrono::seconds(2)) {
-        lastLine = now;
-        noteText(fmt::format("{} {} of {}\n", verb, done, total));
+    what = std::move(described);
+    total = expected;
+    done = failed = 0;
+    started = Clock::now();
+    tick();
+}
+
+void Progress::set(std::size_t count, std::size_t expected) {
+    done = count;
+    total = expected;
+    tick();
+}
+
+void Progress::tick() {
+    if (!shows)
+        return;
+    if (const auto now = Clock::now(); now >= nextPaint) {
+        nextPaint = now + std::chrono::milliseconds(100);
+        paint(now);
     }
 }
 
-void Progress::drawBar(double seconds) const {
-    winsize window = {};
-    const std::size_t columns =
-        ioctl(STDERR_FILENO, TIOCGWINSZ, &window) == 0 && window.ws_col > 0 ? window.ws_col : 80;
+void Progress::paint(Clock::time_point now) {
+    const double seconds = std::chrono::duration<double>(now - started).count();
     const std::size_t ended = done + failed;
     const double rate = seconds > 0 ? static_cast<double>(ended) / seconds : 0;
-    const std::string figures = rate > 0
-                                    ? fmt::format(" {}/{}  {:.1f}/s  {} left", done, total, rate,
-                                                  durationText(static_cast<double>(total - ended) / rate))
-                                    : fmt::format(" {}/{}", done, total);
-    const std::size_t taken = verb.size() + figures.size() + 3;
-    const std::size_t width = columns > taken + 10 ? std::min<std::size_t>(columns - taken, 40) : 0;
+    std::string figures = total > 0   ? fmt::format(" {} of {}", ended, std::max(total, ended))
+                          : ended > 0 ? fmt::format(" {}", ended)
+                                      : "";
+    if (failed > 0)
+        figures += fmt::format(", {} refused", failed);
+    if (rate > 0)
+        figures += fmt::format("  {:.1f}/s", rate);
+    if (rate > 0 && total > ended)
+        figures += fmt::format("  {} left", durationText(static_cast<double>(total - ended) / rate));
+    else
+        figures += "  " + durationText(seconds);
+    const std::size_t columns = columnsOfTerminal(), taken = what.size() + figures.size() + 4;
     std::string bar;
-    if (width > 0) {
-        const std::size_t filled = total > 0 ? width * ended / total : width;
+    if (total > 0 && columns > taken + 10) {
+        const std::size_t width = std::min<std::size_t>(columns - taken, 40);
+        const std::size_t filled = width * std::min(ended, total) / total;
         bar = fmt::format(" [{}{}]", std::string(filled, '#'), std::string(width - filled, '-'));
     }
-    noteText(fmt::format("\r\x1b[K{}{}{}", verb, bar, figures));
-    std::fflush(stderr);
+    std::string line = what + bar + figures;
+    line.resize(std::min(line.size(), columns > 1 ? columns - 1 : 1));
+    paintLine(line);
 }
 
 } // namespace wickerlane::cli

@@ -8,32 +8,43 @@
 
 namespace wickerlane::cli {
 
-/// Shows progress on standard error: on a terminal a bar with the rate and the time left, else a line every
-/// two seconds. One thread at a time.
+/// One line on the terminal at standard error: what is under way, how much of it is done, how fast, and the
+/// time left. It appears after half a second, is painted at most ten times a second, and goes when the work
+/// ends. Nothing is shown without a terminal, with TERM=dumb, and with --quiet. One thread at a time.
 class Progress {
 public:
-    /// `verb` says what is done to the things that are counted: "saved".
-    Progress(std::string verb, std::size_t total, bool quiet);
+    /// `what` is under way: "saving". `total` is how many there are to do; 0 when that is not known.
+    explicit Progress(std::string what, std::size_t total = 0);
     ~Progress();
     Progress(const Progress &) = delete;
     Progress &operator=(const Progress &) = delete;
 
     /// Adds to what has been done, and to what could not be.
     void advance(std::size_t count, std::size_t failed = 0);
+    /// Something else is under way, of which nothing is done yet.
+    void begin(std::string what, std::size_t total);
+    /// What is done, of another total than before.
+    void set(std::size_t count, std::size_t total);
+    /// Shows that time passes. To be called now and then while nothing advances.
+    void tick();
+    /// Whether anything is ever shown.
+    [[nodiscard]] bool isShown() const noexcept { return shows; }
 
 private:
     using Clock = std::chrono::steady_clock;
-    void drawBar(double seconds) const;
+    void paint(Clock::time_point now);
 
-    std::string verb;
+    std::string what;
     std::size_t total;
     std::size_t done = 0;
     std::size_t failed = 0;
-    bool quiet;
-    bool isTerminal;
+    bool shows;
     Clock::time_point started = Clock::now();
-    Clock::time_point lastLine = started;
+    Clock::time_point nextPaint = started + std::chrono::milliseconds(500);
 };
+
+/// "12 s", "3:05 min", "1:02 h".
+[[nodiscard]] std::string durationText(double seconds);
 
 } // namespace wickerlane::cli
 

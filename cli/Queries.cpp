@@ -3,14 +3,17 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cctype>
+#include <charconv>
 #include <future>
-#include <map>
 #include <set>
 
+#include "cli/AssetDescription.h"
 #include "cli/DaemonRequests.h"
 #include "cli/LibraryState.h"
 #include "cli/Output.h"
 #include "wickerlane/model/AssetURL.h"
+#include "wickerlane/platform/console/Console.h"
 #include "wickerlane/store/LibraryPaths.h"
 
 namespace wickerlane::cli {
@@ -31,6 +34,65 @@ std::string uuidIn(const std::string &name) {
 
 bool isURI(const std::string &name) {
     return name.find("://") != std::string::npos;
+}
+
+/// At least four characters with which the text of a UUID may begin.
+bool isBeginningOfUUID(std::string_view text) {
+    constexpr std::size_t shortest = 4, longest = 36;
+    if (text.size() < shortest || text.size() > longest)
+        return false;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const bool isHyphen = i == 8 || i == 13 || i == 18 || i == 23;
+        if (isHyphen ? text[i] != '-' : std::isxdigit(static_cast<unsigned char>(text[i])) == 0)
+            return false;
+    }
+    return true;
+}
+
+/// Several assets have one name. A few of them are listed.
+Failure failForSeveral(const std::string &name, const Assets &candidates, bool areMore) {
+    std::string text = fmt::format("several assets are called {}; name one by its UUID:", name);
+    for (const Ref<ManagedAsset> &each : candidates)
+        text += fmt::format("\n{}  {}  {}", each->record().uuid, createdText(each->record()),
+                            escapingControls(outsideName(each->record())));
+    if (areMore)
+        text += "\nand more";
+    return fail(ProblemKind::invalid, text);
+}
+
+/// The asset whose UUID begins so, or whose original name it is. Null when there is none.
+Result<Ref<ManagedAsset>> askForNamed(const std::string &name) {
+    constexpr std::size_t maxCandidates = 10;
+    Assets candidates;
+    const auto add = [&](const AssetFilter &filter) -> Result<> {
+        const auto page = askForPage({.filter = filter, .limit = maxCandidates + 1});
+        if (!page)
+            return passOn(page);
+        for (const Ref<ManagedAsset> &each : page->assets)
+            if (std::ranges::find(candidates, each->record().uuid, [](const Ref<ManagedAsset> &known) {
+                    return known->record().uuid;
+                }) == candidates.end())
+                candidates.push_back(each);
+        return {};
+    };
+    if (isBeginningOfUUID(name))
+        if (const auto added = add({.identity = name}); !added)
+            return passOn(added);
+    if (const auto added = add({.name = name}); !added)
+        return passOn(added);
+    // The case of letters does not count, and a name may have a star in it, unless one is called just so.
+    const auto isCalledSo = [&](const Ref<ManagedAsset> &each) {
+        return outsideName(each->record()) == name;
+    };
+    if (std::ranges::count_if(candidates, isCalledSo) == 1 && !isBeginningOfUUID(name))
+        return *std::ranges::find_if(candidates, isCalledSo);
+    if (candidates.empty())
+        return Ref<ManagedAsset>();
+    if (candidates.size() == 1)
+        return candidates.front();
+    const bool areMore = candidates.size() > maxCandidates;
+    candidates.resize(std::min(candidates.size(), maxCandidates));
+    return failForSeveral(name, candidates, areMore);
 }
 
 /// Calls `use` with each part of a list that fits into one request, until one fails.
@@ -121,44 +183,80 @@ Result<Assets> askForAssets(std::span<const std::string> names) {
                 return passOn(page);
             if (!page->assets.empty())
                 assets[i] = page->assets.front();
+        } else if (uuids[i].empty() && !names[i].empty()) {
+            auto named = askForNamed(names[i]);
+            if (!named)
+                return passOn(named);
+            assets[i] = *std::move(named);
         }
     return assets;
+}
+
+/// Whether an asset of the trash is called so, by another name than its UUID.
+bool isCalled(const ManagedAsset &asset, const std::string &name) {
+    const AssetRecord &record = asset.record();
+    if (isURI(name))
+        return asset.objectID()->uriRepresentation()->absoluteString()->utf8() == name;
+    if (isBeginningOfUUID(name) && std::ranges::equal(name, record.uuid.substr(0, name.size()), {},
+                                                      [](char each) { return std::toupper(each); }))
+        return true;
+    return outsideName(record) == name;
 }
 
 Result<Assets> askForTrashed(std::span<const std::string> names) {
     if (const auto there = requireLibrary(); !there)
         return passOn(there);
-    std::multimap<std::string, std::size_t, std::less<>> places;
-    for (std::size_t i = 0; i < names.size(); ++i) {
-        const std::string uuid = uuidIn(names[i]);
-        if (!uuid.empty() || isURI(names[i]))
-            places.emplace(uuid.empty() ? names[i] : uuid, i);
-    }
-    Assets assets(names.size());
-    const auto take = [&](const TrashPage &page) {
-        for (const TrashedAsset &each : page.assets) {
-            const std::string_view uri =
-                each.asset->objectID()->uriRepresentation()->absoluteString()->utf8();
-            for (const std::string_view name : {std::string_view(each.asset->record().uuid), uri}) {
-                const auto [first, end] = places.equal_range(name);
-                for (auto place = first; place != end; ++place)
-                    assets[place->second] = each.asset;
-                places.erase(first, end);
-            }
-        }
-    };
+    std::vector<std::string> uuids;
+    for (const std::string &name : names)
+        uuids.push_back(uuidIn(name));
+    std::unordered_map<std::string, std::vector<std::size_t>> placesOfUUID;
+    std::vector<std::size_t> others;
+    for (std::size_t i = 0; i < names.size(); ++i)
+        if (uuids[i].empty())
+            others.push_back(i);
+        else
+            placesOfUUID[uuids[i]].push_back(i);
+    std::vector<Assets> found(names.size());
     TrashQuery query{.limit = entriesOfPage};
-    while (!places.empty()) {
+    // Several may have another name than a UUID, so that all are looked at.
+    while (!placesOfUUID.empty() || !others.empty()) {
         const ReleaseScope scope;
         const auto page = orLastError(JXGatekeeperClient::sharedInstance()->trashMatchingQuery(query));
         if (!page)
             return passOn(page);
-        take(*page);
+        for (const TrashedAsset &each : page->assets) {
+            if (const auto places = placesOfUUID.extract(each.asset->record().uuid))
+                for (const std::size_t place : places.mapped())
+                    found[place].push_back(each.asset);
+            for (const std::size_t place : others)
+                if (isCalled(*each.asset, names[place]))
+                    found[place].push_back(each.asset);
+        }
         query.cursor = page->next;
         if (query.cursor.empty())
             break;
     }
+    Assets assets(names.size());
+    for (std::size_t i = 0; i < names.size(); ++i)
+        if (found[i].size() > 1)
+            return failForSeveral(names[i], found[i], false);
+        else if (!found[i].empty())
+            assets[i] = found[i].front();
     return assets;
+}
+
+Result<std::int64_t> askForMomentKey(const std::string &name) {
+    const auto lists = orLastError(JXGatekeeperClient::sharedInstance()->momentLists());
+    if (!lists)
+        return passOn(lists);
+    std::int64_t key = primaryKeyInURI(name, lists->storeUUID, momentEntity);
+    const char *end = name.data() + name.size();
+    if (key <= 0)
+        if (const auto [stopped, error] = std::from_chars(name.data(), end, key);
+            error != std::errc() || stopped != end || key <= 0)
+            return fail(ProblemKind::notFound,
+                        fmt::format("there is no moment {}. To list all moments: wickerlane moments", name));
+    return key;
 }
 
 Failure failToFindAsset(const std::string &name) {

@@ -53,7 +53,12 @@ Result<> forEachPage(Query query, std::optional<Page> (JXGatekeeperClient::*ask)
 Result<> forEachAsset(AssetQuery query, std::size_t offset, std::size_t limit,
                       const Handler<void(const ManagedAsset &)> &use);
 
-/// An asset by its UUID, its persistent URL or the URI of its object ID.
+/// What help says of the names of assets.
+inline constexpr const char *namesOfAssets = "UUIDs or beginnings of them, file names or URLs of assets";
+inline constexpr const char *nameOfAsset = "UUID or a beginning of it, file name or URL of the asset";
+
+/// An asset by its UUID or a beginning of it, its original file name, its persistent URL or the URI of its
+/// object ID. Fails for a name that several have, and lists them.
 Result<Ref<ManagedAsset>> askForAsset(const std::string &name);
 
 /// Assets by such names, in their order; null where there is none.
@@ -64,6 +69,9 @@ Result<Assets> askForTrashed(std::span<const std::string> names);
 /// The problem of a name that no asset has.
 Failure failToFindAsset(const std::string &name);
 Failure failToFindTrashed(const std::string &name);
+
+/// The number of a moment, by that or by the URI of its object ID.
+Result<std::int64_t> askForMomentKey(const std::string &name);
 
 /// Assets of which all must be there: `code` is that of the last one that is not, each of which is reported.
 struct NamedAssets {

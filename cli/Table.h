@@ -10,13 +10,22 @@
 
 namespace wickerlane::cli {
 
-/// Columns are as wide as what is in them. Control characters in cells are escaped.
+/// Columns are as wide as what is in them. In a table that is wider than the terminal, UUIDs are cut to their
+/// first part, then long texts, and at last columns are left out. Control characters in cells are escaped.
 class Table {
 public:
     enum class Align { left, right };
+    enum class Kind {
+        whole, ///< Is shown whole or not at all.
+        uuid,  ///< Its first part names it as well.
+        text,  ///< May be cut.
+    };
     struct Column {
         std::string heading;
         Align align = Align::left;
+        Kind kind = Kind::whole;
+        /// Columns of a lower rank are left out before others.
+        int rank = 1;
     };
 
     explicit Table(std::vector<Column> described) : columns(std::move(described)) {}
@@ -34,8 +43,11 @@ private:
     std::vector<std::size_t> printedWidths; ///< Of the rows that were printed; empty before the first.
     [[nodiscard]] std::vector<std::size_t> widths() const;
     template <class CellAt>
-    void printRow(const std::vector<std::size_t> &widths, const CellAt &cellAt) const;
+    void printRow(const std::vector<std::size_t> &widths, bool isHeading, const CellAt &cellAt) const;
 };
+
+/// How many places a text takes on a terminal.
+[[nodiscard]] std::size_t widthOf(std::string_view text);
 
 /// A list that may be long, written as it grows: as JSON, or as a table.
 class Listing {

@@ -35,11 +35,6 @@ bool endsAll(const Problem &problem) {
     return problem.kind == ProblemKind::noSpace || problem.kind == ProblemKind::notWritable;
 }
 
-Failure failInterrupted() {
-    return fail(ProblemKind::failed,
-                "interrupted; what was copied stays, and the same command goes on from there");
-}
-
 class Backup {
 public:
     Backup(const store::LibraryPaths &backedUp, const BackupOptions &wanted, BackupFolder opened)
@@ -173,10 +168,10 @@ Result<> Backup::runRound() {
             return passOn(listed);
         files = *std::move(listed);
     }
-    Progress progress("backed up", files.size(), options.quiet);
+    Progress progress("backing up", files.size());
     for (const LibraryFile &each : files) {
         if (isInterrupted())
-            return failInterrupted();
+            return failInterrupted("what was copied stays, and the same command goes on from there");
         const std::size_t before = contents.size();
         const auto added = addFile(each);
         if (!added) {

@@ -15,7 +15,6 @@ struct BackupOptions {
     std::string folder;
     bool verify = false; ///< Reads what is in the backup already, too.
     bool prune = false;
-    bool quiet = false;
 };
 
 struct BackupOutcome {

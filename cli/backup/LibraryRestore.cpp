@@ -56,12 +56,12 @@ public:
     Restore(const store::LibraryPaths &restored, BackupFolder opened, Contents listed)
         : paths(restored), folder(std::move(opened)), contents(std::move(listed)) {}
 
-    Result<RestoreOutcome> run(bool quiet);
+    Result<RestoreOutcome> run();
 
 private:
     Result<> findState();
     Result<std::string> takeStoreCopy();
-    Result<> restoreFiles(bool quiet);
+    Result<> restoreFiles();
     Result<> restoreFile(const BackedUpFile &file);
     Result<> copy(const BackedUpFile &file, const std::string &place, bool replaces = false);
     bool isToBeReplaced(const BackedUpFile &file, const std::string &place) const;
@@ -220,12 +220,11 @@ Result<> Restore::restoreFile(const BackedUpFile &file) {
     return {};
 }
 
-Result<> Restore::restoreFiles(bool quiet) {
-    Progress progress("restored", contents.size(), quiet);
+Result<> Restore::restoreFiles() {
+    Progress progress("restoring", contents.size());
     for (const BackedUpFile &each : contents) {
         if (isInterrupted())
-            return fail(ProblemKind::failed,
-                        "interrupted; the library is not complete. The same command goes on from there");
+            return failInterrupted("the library is not complete. The same command goes on from there");
         const bool isDue = each.path != pathOfStore && each.path != pathOfDecisions &&
                            (!outcome.isSameLibrary || wanted.contains(each.path));
         const auto done = isDue ? restoreFile(each) : Result<>();
@@ -294,7 +293,7 @@ Result<> Restore::finish(const std::string &copy) {
     return beginAgain(copy).and_then([&] { return placeStore(copy); });
 }
 
-Result<RestoreOutcome> Restore::run(bool quiet) {
+Result<RestoreOutcome> Restore::run() {
     const auto lock = lockLibrary(paths);
     if (!lock)
         return passOn(lock);
@@ -303,7 +302,7 @@ Result<RestoreOutcome> Restore::run(bool quiet) {
     if (!makeFolders(paths.folder() + "/PhotoData/Restoring"))
         return failSystem("write", paths.folder());
     const auto done = takeStoreCopy().and_then([&](const std::string &copy) {
-        return findState().and_then([&] { return restoreFiles(quiet); }).and_then([&] {
+        return findState().and_then([&] { return restoreFiles(); }).and_then([&] {
             return outcome.isSameLibrary ? Result<>() : finish(copy);
         });
     });
@@ -315,8 +314,7 @@ Result<RestoreOutcome> Restore::run(bool quiet) {
 
 } // namespace
 
-Result<RestoreOutcome> restoreBackup(const store::LibraryPaths &paths, const std::string &folder,
-                                     bool quiet) {
+Result<RestoreOutcome> restoreBackup(const store::LibraryPaths &paths, const std::string &folder) {
     auto opened = BackupFolder::open(fs::absolute(folder).lexically_normal());
     if (!opened)
         return passOn(opened);
@@ -327,7 +325,7 @@ Result<RestoreOutcome> restoreBackup(const store::LibraryPaths &paths, const std
         return fail(ProblemKind::failed,
                     opened->path() + " holds a backup that was never finished; run wickerlane backup again",
                     opened->path());
-    return Restore(paths, *std::move(opened), **std::move(contents)).run(quiet);
+    return Restore(paths, *std::move(opened), **std::move(contents)).run();
 }
 
 } // namespace wickerlane::cli

@@ -21,7 +21,7 @@ struct RestoreOutcome {
 /// Restores into an empty library, or fills in files that the same library misses. A library with other
 /// assets is refused, and nothing that is there is overwritten: an original that is no longer what was saved
 /// makes room by moving into PhotoData/LostAndFound. hoardd can't work on the library meanwhile.
-Result<RestoreOutcome> restoreBackup(const store::LibraryPaths &paths, const std::string &folder, bool quiet);
+Result<RestoreOutcome> restoreBackup(const store::LibraryPaths &paths, const std::string &folder);
 
 } // namespace wickerlane::cli
 

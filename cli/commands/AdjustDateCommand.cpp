@@ -1,5 +1,4 @@
 // wickerlane adjust-date
-#include <algorithm>
 #include <charconv>
 #include <optional>
 #include <span>
@@ -7,18 +6,15 @@
 #include "cli/DaemonRequests.h"
 #include "cli/Formatting.h"
 #include "cli/Output.h"
-#include "cli/Queries.h"
+#include "cli/Selection.h"
 #include "cli/Subcommands.h"
 #include "wickerlane/protocol/AssetRows.h"
 
 namespace wickerlane::cli {
 namespace {
 
-/// Assets in one request.
-constexpr std::size_t batchSize = 1'000;
-
 struct Options {
-    std::vector<std::string> assets;
+    Selection selection;
     std::string by;
 };
 
@@ -91,29 +87,33 @@ std::optional<std::int64_t> secondsIn(std::string_view text) {
     return seconds && isBack ? std::optional(-*seconds) : seconds;
 }
 
-Result<> adjust(std::span<const std::string> uuids, std::int64_t seconds) {
+Result<> adjust(std::span<const std::string> uuids, std::int64_t seconds, Progress &progress) {
     const auto texts = MutableArray::create();
     for (const std::string &uuid : uuids)
         texts->append(String::of(uuid));
     client::Request request(protocol::adjustDates);
     request.set(protocol::keys::seconds, seconds);
     request.set(protocol::keys::photoUUIDs, texts.get());
-    return waitForWork(request);
+    return waitForWork(request, &progress);
 }
 
 /// Changes nothing if one of the assets is not there.
 Result<ExitCode> adjustDates(const Options &options) {
     const auto seconds = secondsIn(options.by);
-    const auto uuids = askForUUIDs(options.assets);
-    if (!uuids)
-        return passOn(uuids);
-    for (std::span left(*uuids); !left.empty();) {
-        const auto batch = left.first(std::min(left.size(), batchSize));
-        left = left.subspan(batch.size());
-        if (const auto adjusted = adjust(batch, *seconds); !adjusted)
-            return passOn(adjusted);
-    }
-    print(countText(uuids->size(), "date", "dates") + " changed");
+    const auto selected = select(options.selection);
+    if (!selected)
+        return passOn(selected);
+    if (selected->code != ExitCode::success)
+        return selected->code;
+    if (options.selection.isDryRun)
+        return printDryRun(selected->uuids, "given another date");
+    const auto adjusted = inParts(selected->uuids, "changing dates",
+                                  [&](std::span<const std::string> part, Progress &progress) {
+                                      return adjust(part, *seconds, progress);
+                                  });
+    if (!adjusted)
+        return passOn(adjusted);
+    summarize(countText(selected->uuids.size(), "date", "dates") + " changed");
     return ExitCode::success;
 }
 
@@ -123,10 +123,12 @@ void setUpAdjustDate(Command command) {
     command.footer(
         "A time is written as 1h30m, 2d, 45s, or as 1:30 or 1:30:15, with + (default) or - in front.\n"
         "The originals keep the dates that are written in them.\n\n"
-        "Example:\n"
-        "  wickerlane adjust-date --by -1h 7F3D0A52-6C1B-4E0E-9D43-2B1C7A5E8F10");
+        "Examples:\n"
+        "  wickerlane adjust-date --by -1h 7F3D0A52\n"
+        "  wickerlane adjust-date --by 6h --where 'camera=\"MAKER Model 7\" from=2019-08'");
     Options &options = command.runs(adjustDates);
-    command.addOption("ASSET", options.assets, "UUIDs, URLs or object IDs of assets").required();
+    addSelection(command, options.selection);
+    addDryRun(command, options.selection);
     command.addOption("--by", options.by, "By how much the clock was slow; negative if it was fast")
         .required()
         .typeName("TIME")

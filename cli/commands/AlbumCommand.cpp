@@ -2,16 +2,16 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
-#include <algorithm>
 #include <limits>
 #include <span>
 
+#include "cli/Albums.h"
 #include "cli/AssetDescription.h"
-#include "cli/Awaited.h"
 #include "cli/Confirmation.h"
 #include "cli/DaemonRequests.h"
 #include "cli/Formatting.h"
 #include "cli/Queries.h"
+#include "cli/Selection.h"
 #include "cli/Subcommands.h"
 #include "cli/Table.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
@@ -20,15 +20,11 @@
 namespace wickerlane::cli {
 namespace {
 
-/// Assets in one request.
-constexpr std::size_t batchSize = 10'000;
-
 struct Options {
     std::string album;
     std::string newName;
-    std::vector<std::string> assets;
+    Selection selection;
     bool json = false;
-    bool yes = false;
 };
 
 JSON describe(const ManagedAlbum &album) {
@@ -49,7 +45,10 @@ Result<ExitCode> list(const Options &options) {
     if (!albums)
         return passOn(albums);
     JSON all = JSON::array();
-    Table table({{"ASSETS", Table::Align::right}, {"CREATED"}, {"UUID"}, {"NAME"}});
+    Table table({{"ASSETS", Table::Align::right},
+                 {"CREATED", Table::Align::left, Table::Kind::whole, 0},
+                 {"UUID", Table::Align::left, Table::Kind::uuid},
+                 {"NAME", Table::Align::left, Table::Kind::text, 2}});
     for (const auto &album : *albums) {
         const AlbumRecord &record = album->record();
         all.push_back(describe(*album));
@@ -63,51 +62,32 @@ Result<ExitCode> list(const Options &options) {
 Result<ExitCode> create(const Options &options) {
     if (const auto answers = requireDaemon(); !answers)
         return passOn(answers);
-    struct Created {
-        bool nameTaken = false;
-        std::string url;
-    };
-    const Awaited<Created> answer;
-    JXGatekeeperClient::sharedInstance()->addGroupWithName(
-        String::of(options.album), [answer](bool nameTaken, const URL *groupURL, Error *) {
-            answer.give({nameTaken, groupURL != nullptr ? std::string(groupURL->absoluteString()->utf8())
-                                                        : std::string()});
-        });
-    const Created created = answer.take();
-    if (created.nameTaken)
-        return fail(ProblemKind::exists, fmt::format("there is already an album {}", options.album));
-    if (created.url.empty())
-        return fail(ProblemKind::failed, "the album could not be made; see the daemon's log");
-    print(created.url);
+    const auto created = createAlbum(options.album);
+    if (!created)
+        return passOn(created);
+    print(*created);
     return ExitCode::success;
 }
 
-Result<> addAsset(const ManagedAsset *asset, const ManagedAlbum &album, const std::string &name) {
-    if (asset == nullptr)
-        return failToFindAsset(name);
-    return waitForSuccess(name + " was not added", [&](const SuccessHandler &handler) {
-        JXGatekeeperClient::sharedInstance()->addAssetWithURL(asset->assetURL(),
-                                                              String::of(album.record().uuid), handler);
-    });
-}
-
+/// Adds all that are there.
 Result<ExitCode> add(const Options &options) {
     const auto named = askForAlbum(options.album);
     if (!named)
         return passOn(named);
     const ManagedAlbum &album = **named;
-    const auto assets = askForAssets(options.assets);
-    if (!assets)
-        return passOn(assets);
-    ExitCode code = ExitCode::success;
-    std::size_t added = 0;
-    for (std::size_t i = 0; i < assets->size(); ++i)
-        if (const auto result = addAsset((*assets)[i].get(), album, options.assets[i]))
-            ++added;
-        else
-            code = report(result.error());
-    print(fmt::format("{} added to {}", countText(added, "asset", "assets"), album.record().name));
-    return code;
+    const auto selected = select(options.selection);
+    if (!selected)
+        return passOn(selected);
+    if (options.selection.isDryRun)
+        return printDryRun(selected->uuids, "added to " + album.record().name);
+    const auto outcome = forEachSelected(selected->uuids, "adding", [&](const ManagedAsset &asset) {
+        return addToAlbum(asset.assetURL(), album.record().uuid, asset.record().uuid);
+    });
+    if (!outcome)
+        return passOn(outcome);
+    summarize(
+        fmt::format("{} added to {}", countText(outcome->done, "asset", "assets"), album.record().name));
+    return outcome->code != ExitCode::success ? outcome->code : selected->code;
 }
 
 Result<ExitCode> show(const Options &options) {
@@ -117,7 +97,9 @@ Result<ExitCode> show(const Options &options) {
     const ManagedAlbum &album = **named;
     JSON described = describe(album);
     described["assets"] = JSON::array();
-    Table table({{"CREATED"}, {"UUID"}, {"NAME"}});
+    Table table({{"CREATED"},
+                 {"UUID", Table::Align::left, Table::Kind::uuid, 2},
+                 {"NAME", Table::Align::left, Table::Kind::text, 2}});
     const auto listed =
         forEachAsset({.filter = {.album = album.record().uuid}}, 0, std::numeric_limits<std::size_t>::max(),
                      [&](const ManagedAsset &asset) {
@@ -133,10 +115,6 @@ Result<ExitCode> show(const Options &options) {
     return ExitCode::success;
 }
 
-Result<> ask(const client::Request &request) {
-    return requireDaemon().and_then([&] { return waitForWork(request); });
-}
-
 Result<ExitCode> rename(const Options &options) {
     const auto named = askForAlbum(options.album);
     if (!named)
@@ -145,9 +123,9 @@ Result<ExitCode> rename(const Options &options) {
     client::Request request(protocol::renameAlbum);
     request.set(protocol::keys::albumUUID, String::of(record.uuid));
     request.set(protocol::keys::name, String::of(options.newName));
-    if (const auto renamed = ask(request); !renamed)
+    if (const auto renamed = waitForWork(request); !renamed)
         return passOn(renamed);
-    print(fmt::format("{} is now {}", record.name, options.newName));
+    summarize(fmt::format("{} is now {}", record.name, options.newName));
     return ExitCode::success;
 }
 
@@ -157,14 +135,14 @@ Result<ExitCode> deleteAlbum(const Options &options) {
         return passOn(named);
     const AlbumRecord &record = (*named)->record();
     const std::string assets = countText(record.assetCount, "asset", "assets");
-    if (!options.yes &&
+    if (!options.selection.yes &&
         !isConfirmed(fmt::format("This deletes the album {}, not the {} in it.", record.name, assets)))
         return fail(ProblemKind::failed, "nothing was deleted; --yes deletes without asking");
     client::Request request(protocol::deleteAlbum);
     request.set(protocol::keys::albumUUID, String::of(record.uuid));
-    if (const auto deleted = ask(request); !deleted)
+    if (const auto deleted = waitForWork(request); !deleted)
         return passOn(deleted);
-    print(fmt::format("album {} deleted; the library still has its {}", record.name, assets));
+    summarize(fmt::format("album {} deleted; the library still has its {}", record.name, assets));
     return ExitCode::success;
 }
 
@@ -174,23 +152,27 @@ Result<ExitCode> remove(const Options &options) {
     if (!named)
         return passOn(named);
     const ManagedAlbum &album = **named;
-    const auto uuids = askForUUIDs(options.assets);
-    if (!uuids)
-        return passOn(uuids);
-    for (std::span left(*uuids); !left.empty();) {
-        const auto photos = MutableArray::create();
-        const auto batch = left.first(std::min(left.size(), batchSize));
-        left = left.subspan(batch.size());
-        for (const std::string &each : batch)
-            photos->append(String::of(each));
-        client::Request request(protocol::removeFromAlbum);
-        request.set(protocol::keys::photoUUIDs, photos.get());
-        request.set(protocol::keys::albumUUID, String::of(album.record().uuid));
-        if (const auto removed = ask(request); !removed)
-            return passOn(removed);
-    }
-    print(
-        fmt::format("{} removed from {}", countText(uuids->size(), "asset", "assets"), album.record().name));
+    const auto selected = select(options.selection);
+    if (!selected)
+        return passOn(selected);
+    if (selected->code != ExitCode::success)
+        return selected->code;
+    if (options.selection.isDryRun)
+        return printDryRun(selected->uuids, "removed from " + album.record().name);
+    const auto removed =
+        inParts(selected->uuids, "removing", [&](std::span<const std::string> part, Progress &progress) {
+            const auto photos = MutableArray::create();
+            for (const std::string &each : part)
+                photos->append(String::of(each));
+            client::Request request(protocol::removeFromAlbum);
+            request.set(protocol::keys::photoUUIDs, photos.get());
+            request.set(protocol::keys::albumUUID, String::of(album.record().uuid));
+            return waitForWork(request, &progress);
+        });
+    if (!removed)
+        return passOn(removed);
+    summarize(fmt::format("{} removed from {}", countText(selected->uuids.size(), "asset", "assets"),
+                          album.record().name));
     return ExitCode::success;
 }
 
@@ -211,9 +193,10 @@ Result<ExitCode> deleteEmpty(const Options &options) {
 
 void setUpAlbum(Command command) {
     command.requireSubcommand();
-    command.footer("Example:\n"
+    command.footer("Examples:\n"
                    "  wickerlane album create Dunes\n"
-                   "  wickerlane album add Dunes 7F3D0A52-6C1B-4E0E-9D43-2B1C7A5E8F10");
+                   "  wickerlane album add Dunes 7F3D0A52 IMG_0012.jpg\n"
+                   "  wickerlane album add Dunes --where 'from=2019-08 words=dune'");
     const auto listing = command.addSubcommand("list", "List all albums");
     listing.addFlag("--json", listing.runs(list).json, "Write JSON");
     const auto addVerb = [&](const char *name, const char *help, Result<ExitCode> (*work)(const Options &)) {
@@ -224,17 +207,19 @@ void setUpAlbum(Command command) {
     };
     addVerb("create", "Create an album and write its URL", create);
     auto [adding, added] = addVerb("add", "Add assets to an album", add);
-    adding.addOption("ASSET", added.assets, "UUIDs, URLs or object IDs of assets").required();
+    addSelection(adding, added.selection);
+    addDryRun(adding, added.selection);
     auto [showing, shown] = addVerb("show", "List the assets of an album", show);
     showing.addFlag("--json", shown.json, "Write JSON");
     auto [removing, removed] =
         addVerb("remove", "Take assets out of an album; the library keeps them", remove);
-    removing.addOption("ASSET", removed.assets, "UUIDs, URLs or object IDs of assets").required();
+    addSelection(removing, removed.selection);
+    addDryRun(removing, removed.selection);
     auto [renaming, renamed] = addVerb("rename", "Give an album another name", rename);
     renaming.addOption("NAME", renamed.newName, "Its new name, of at most 1024 bytes").required().notEmpty();
     auto [deleting, deleted] =
         addVerb("delete", "Delete an album; the library keeps the assets in it", deleteAlbum);
-    deleting.addFlag("-y,--yes", deleted.yes, "Do not ask");
+    addYes(deleting, deleted.selection.yes);
     addVerb("delete-empty", "Delete an album that is empty", deleteEmpty);
 }
 

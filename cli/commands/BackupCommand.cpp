@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/Formatting.h"
+#include "cli/Interrupt.h"
 #include "cli/LibraryState.h"
 #include "cli/Output.h"
 #include "cli/Subcommands.h"
@@ -21,7 +22,6 @@ struct Options {
 struct RestoreOptions {
     std::string folder;
     bool json = false;
-    bool quiet = false;
 };
 
 ExitCode reportAll(const std::vector<Problem> &problems) {
@@ -42,6 +42,7 @@ Result<ExitCode> runBackup(const Options &options) {
         return fail(ProblemKind::invalid, "FOLDER is required");
     if (const auto readable = requireReadableStore(); !readable)
         return passOn(readable);
+    const InterruptScope interrupts;
     const auto done = backUp(store::LibraryPaths(), options.backup);
     if (!done)
         return passOn(done);
@@ -67,7 +68,8 @@ Result<ExitCode> runBackup(const Options &options) {
 }
 
 Result<ExitCode> runRestore(const RestoreOptions &options) {
-    const auto done = restoreBackup(store::LibraryPaths(), options.folder, options.quiet);
+    const InterruptScope interrupts;
+    const auto done = restoreBackup(store::LibraryPaths(), options.folder);
     if (!done)
         return passOn(done);
     const ExitCode code = reportAll(done->problems);
@@ -110,7 +112,6 @@ void setUpBackup(Command command) {
                     "Read all that is in the backup again; copy what is damaged again");
     command.addFlag("--prune", options.backup.prune, "Remove files that the library no longer has");
     command.addFlag("--json", options.json, "Write JSON");
-    command.addFlag("-q,--quiet", options.backup.quiet, "Show problems and the result only");
 
     const auto restore = command.addSubcommand("restore", "Restore a library from a backup");
     restore.footer(
@@ -122,7 +123,6 @@ void setUpBackup(Command command) {
     RestoreOptions &restoring = restore.runs(runRestore);
     restore.addOption("FOLDER", restoring.folder, "Folder of the backup").typeName("PATH").required();
     restore.addFlag("--json", restoring.json, "Write JSON");
-    restore.addFlag("-q,--quiet", restoring.quiet, "Show problems and the result only");
 }
 
 } // namespace wickerlane::cli

@@ -29,7 +29,6 @@ struct Options {
     bool repair = false;
     bool withoutSums = false;
     bool json = false;
-    bool quiet = false;
 };
 
 Result<Sha256> sumOfFile(const std::string &path) {
@@ -50,7 +49,7 @@ Result<store::CheckReport> runCheck(const store::LibraryPaths &paths, const Opti
     wanted.isCancelled = [] { return isInterrupted(); };
     wanted.progress = [&](std::size_t done, std::size_t total) {
         if (!progress)
-            progress = std::make_unique<Progress>("checked", total, options.quiet);
+            progress = std::make_unique<Progress>("checking", total);
         progress->advance(done - shown);
         shown = done;
     };
@@ -108,10 +107,10 @@ void printReport(const store::CheckReport &report, std::size_t repaired, const O
         summary += "; interrupted, the rest was not checked";
     print(summary);
     if (!report.findings.empty() && !options.repair)
-        note("to repair what can be repaired: wickerlane check --repair");
+        advise("to repair what can be repaired: wickerlane check --repair");
     if (std::ranges::any_of(report.findings, isAboutKeptFile))
-        note("if a backup has good copies of these files, which is not known here, this puts them back: "
-             "wickerlane backup restore FOLDER");
+        advise("if a backup has good copies of these files, which is not known here, this puts them back: "
+               "wickerlane backup restore FOLDER");
 }
 
 /// What repairs have written beside the store about what they did to it.
@@ -132,7 +131,8 @@ std::vector<std::string> repairReports(const store::LibraryPaths &paths) {
 /// Has the daemon repair the library, and says what became of a store that was damaged.
 Result<> repair(const store::LibraryPaths &paths) {
     const auto before = repairReports(paths);
-    const auto done = waitForEndOfWork(client::Request(protocol::repairPotentialModelCorruption));
+    Progress progress("repairing");
+    const auto done = waitForEndOfWork(client::Request(protocol::repairPotentialModelCorruption), &progress);
     for (const std::string &path : repairReports(paths)) {
         constexpr std::size_t maxBytes = 64 << 10;
         std::vector<std::byte> text;
@@ -148,6 +148,7 @@ Result<ExitCode> check(const Options &options) {
     if (const auto readable = requireReadableStore();
         !readable && readable.error().kind != ProblemKind::damagedStore)
         return passOn(readable);
+    const InterruptScope interrupts;
     const store::LibraryPaths paths;
     auto report = runCheck(paths, options);
     if (!report)
@@ -190,7 +191,6 @@ void setUpCheck(Command command) {
     command.addFlag("--no-sums", options.withoutSums,
                     "Read no originals, compare their sizes only: this is quick");
     command.addFlag("--json", options.json, "Write JSON");
-    command.addFlag("-q,--quiet", options.quiet, "Show no progress");
 }
 
 } // namespace wickerlane::cli

@@ -2,13 +2,21 @@
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
+#include <poll.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
+#include <csignal>
+#include <cstring>
 
 #include "cli/DaemonRequests.h"
+#include "cli/Interrupt.h"
 #include "cli/Output.h"
+#include "cli/Progress.h"
 #include "cli/Subcommands.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/platform/file/FileLock.h"
@@ -111,6 +119,122 @@ Result<ExitCode> showStatus(const Options &options) {
     return ExitCode::success;
 }
 
+/// Ends the process that serves the library, and waits until it has ended. Gives whether there was one.
+Result<bool> stopDaemon() {
+    using namespace std::chrono_literals;
+    const store::LibraryPaths paths;
+    const pid_t process = daemonProcess(paths.lock());
+    if (process == 0) {
+        if (listens())
+            return fail(ProblemKind::refused,
+                        "the daemon serves another user or no library, and is left alone");
+        return false;
+    }
+    const UniqueFd handle(static_cast<int>(syscall(SYS_pidfd_open, process, 0)));
+    // The number may be another process's by now.
+    if (!handle || daemonProcess(paths.lock()) != process)
+        return false;
+    if (syscall(SYS_pidfd_send_signal, handle.get(), SIGTERM, nullptr, 0) != 0)
+        return failSystem("end the daemon", fmt::format("process {}", process));
+    const InterruptScope interrupts;
+    Progress progress("waiting for the daemon to end");
+    for (pollfd ended{handle.get(), POLLIN, 0}; poll(&ended, 1, 100) == 0;) {
+        if (isInterrupted())
+            return failInterrupted("the daemon may still be ending");
+        progress.tick();
+    }
+    return true;
+}
+
+Result<ExitCode> stop() {
+    const auto stopped = stopDaemon();
+    if (!stopped)
+        return passOn(stopped);
+    summarize(*stopped ? "the daemon has ended; it starts when it is needed" : "the daemon is not running");
+    return ExitCode::success;
+}
+
+Result<ExitCode> restart() {
+    if (const auto stopped = stopDaemon(); !stopped)
+        return passOn(stopped);
+    if (const auto answers = requireDaemon(); !answers)
+        return passOn(answers);
+    summarize(fmt::format("the daemon runs, process {}", daemonProcess(store::LibraryPaths().lock())));
+    return ExitCode::success;
+}
+
+struct LogOptions {
+    std::uint64_t lines = 50;
+    bool follow = false;
+};
+
+/// Prints the whole lines that a file has from a place on, and gives the place behind them.
+Result<off_t> printLines(int file, off_t from) {
+    std::string text;
+    char buffer[65536];
+    for (;;) {
+        const ssize_t count = pread(file, buffer, sizeof buffer, from + static_cast<off_t>(text.size()));
+        if (count < 0)
+            return failSystem("read", daemonLogPath());
+        if (count == 0)
+            break;
+        text.append(buffer, static_cast<std::size_t>(count));
+    }
+    const std::size_t length = text.rfind('\n') + 1; // 0 without one
+    for (std::size_t begin = 0; begin < length;) {
+        const std::size_t end = text.find('\n', begin);
+        print(std::string_view(text).substr(begin, end - begin));
+        begin = end + 1;
+    }
+    return from + static_cast<off_t>(length);
+}
+
+/// Where the last lines of a file begin.
+off_t beginOfLast(int file, std::uint64_t lines) {
+    const off_t size = lseek(file, 0, SEEK_END);
+    std::uint64_t ends = 0;
+    char buffer[4096];
+    for (off_t end = size; end > 0;) {
+        const auto length = static_cast<std::size_t>(std::min<off_t>(end, sizeof buffer));
+        end -= static_cast<off_t>(length);
+        if (pread(file, buffer, length, end) != static_cast<ssize_t>(length))
+            return 0;
+        for (std::size_t i = length; i-- > 0;)
+            if (buffer[i] == '\n' && ends++ == lines)
+                return end + static_cast<off_t>(i) + 1;
+    }
+    return 0;
+}
+
+Result<ExitCode> showLog(const LogOptions &options) {
+    using namespace std::chrono_literals;
+    const std::string path = daemonLogPath();
+    UniqueFd file = openFile(path, O_RDONLY);
+    if (!file)
+        return fail(ProblemKind::notFound, fmt::format("there is no log {}: {}", path, std::strerror(errno)));
+    auto place = printLines(file.get(), beginOfLast(file.get(), options.lines));
+    if (!options.follow || !place)
+        return place.map([](off_t) { return ExitCode::success; });
+    const InterruptScope interrupts;
+    while (!isInterrupted()) {
+        if (const auto written = flushOutput(); !written)
+            return passOn(written);
+        static_cast<void>(interruptSemaphore().wait(200ms));
+        place = printLines(file.get(), *place);
+        if (!place)
+            return passOn(place);
+        // A full log is set aside, and another one is begun.
+        struct stat here = {}, there = {};
+        if (UniqueFd next = openFile(path, O_RDONLY); next && fstat(file.get(), &here) == 0 &&
+                                                      fstat(next.get(), &there) == 0 &&
+                                                      here.st_ino != there.st_ino) {
+            file = std::move(next);
+            place = 0;
+        }
+    }
+    return ExitCode::interrupted;
+}
+
 } // namespace
 
 void setUpDaemon(Command command) {
@@ -121,6 +245,16 @@ void setUpDaemon(Command command) {
     Options &options = status.runs(showStatus);
     status.addFlag("--start", options.start, "Start the daemon if it is not running");
     status.addFlag("--json", options.json, "Write JSON");
+
+    command.addSubcommand("stop", "End the daemon of this library when it has done what it does").runs([] {
+        return stop();
+    });
+    command.addSubcommand("restart", "End it and start it again").runs([] { return restart(); });
+    const Command log = command.addSubcommand("log", "Show the last lines of the daemon's log");
+    log.footer("Example:\n  wickerlane daemon log --follow");
+    LogOptions &logging = log.runs(showLog);
+    log.addOption("--lines", logging.lines, "How many (default: 50)").notNegative().typeName("COUNT");
+    log.addFlag("-f,--follow", logging.follow, "Then show further lines as they come, until Ctrl-C");
 }
 
 } // namespace wickerlane::cli

@@ -2,13 +2,12 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <span>
 
 #include "cli/Confirmation.h"
 #include "cli/DaemonRequests.h"
 #include "cli/Formatting.h"
 #include "cli/Output.h"
-#include "cli/Queries.h"
+#include "cli/Selection.h"
 #include "cli/Subcommands.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 
@@ -16,9 +15,8 @@ namespace wickerlane::cli {
 namespace {
 
 struct Options {
-    std::vector<std::string> assets;
+    Selection selection;
     bool now = false;
-    bool yes = false;
 };
 
 /// Asks the person at the terminal. False when there is none.
@@ -28,18 +26,45 @@ bool isWanted(std::size_t count, bool now) {
                            : fmt::format("This moves {} to the trash.", assets));
 }
 
-/// Null where there is none. What is deleted at once may be in the trash already.
-Result<Assets> findToDelete(std::span<const std::string> names, bool now) {
-    auto assets = askForAssets(names);
-    if (!assets || !now || std::ranges::find(*assets, nullptr) == assets->end())
-        return assets;
-    const auto trashed = askForTrashed(names);
+/// What is to be deleted, in the library or its trash. `code` is that of the last name that no asset has.
+struct Found {
+    std::vector<std::string> uuids;
+    Assets trashed;
+    ExitCode code = ExitCode::success;
+};
+
+Result<Found> find(const Options &options) {
+    // What is deleted at once may be in the trash already.
+    if (!options.now || !options.selection.query.empty())
+        return select(options.selection).map([](SelectedAssets &&selected) {
+            return Found{std::move(selected.uuids), {}, selected.code};
+        });
+    const auto names = namesIn(options.selection);
+    if (!names)
+        return passOn(names);
+    const auto assets = askForAssets(*names);
+    if (!assets)
+        return passOn(assets);
+    Found found;
+    std::vector<std::string> others;
+    for (std::size_t i = 0; i < names->size(); ++i)
+        if ((*assets)[i] == nullptr)
+            others.push_back((*names)[i]);
+        else
+            found.uuids.push_back((*assets)[i]->record().uuid);
+    std::ranges::sort(found.uuids);
+    found.uuids.erase(std::unique(found.uuids.begin(), found.uuids.end()), found.uuids.end());
+    if (others.empty())
+        return found;
+    const auto trashed = askForTrashed(others);
     if (!trashed)
         return passOn(trashed);
-    for (std::size_t i = 0; i < names.size(); ++i)
-        if (!(*assets)[i])
-            (*assets)[i] = (*trashed)[i];
-    return assets;
+    for (std::size_t i = 0; i < others.size(); ++i)
+        if ((*trashed)[i] != nullptr)
+            found.trashed.push_back((*trashed)[i]);
+        else
+            found.code = report(failToFindAsset(others[i]).value());
+    return found;
 }
 
 Result<> deleteAsset(const ManagedAsset &asset, bool now) {
@@ -53,27 +78,32 @@ Result<> deleteAsset(const ManagedAsset &asset, bool now) {
 }
 
 Result<ExitCode> deleteAssets(const Options &options) {
-    const auto assets = findToDelete(options.assets, options.now);
-    if (!assets)
-        return passOn(assets);
-    ExitCode code = ExitCode::success;
-    for (std::size_t i = 0; i < assets->size(); ++i)
-        if (!(*assets)[i])
-            code = report(failToFindAsset(options.assets[i]).value());
-    if (code != ExitCode::success)
-        return code; // before anything is deleted
-    if (!options.yes && !isWanted(assets->size(), options.now))
+    if (options.selection.isEmpty())
+        return fail(ProblemKind::invalid, "ASSET or --where is required");
+    const auto found = find(options);
+    if (!found)
+        return passOn(found);
+    if (found->code != ExitCode::success)
+        return found->code; // before anything is deleted
+    const std::size_t count = found->uuids.size() + found->trashed.size();
+    if (options.selection.isDryRun)
+        return printDryRun(found->uuids, options.now ? "deleted" : "moved to the trash");
+    if (count > 0 && !options.selection.yes && !isWanted(count, options.now))
         return fail(ProblemKind::failed, "nothing was deleted; --yes deletes without asking");
-    std::size_t deleted = 0;
-    for (const auto &asset : *assets)
-        if (const auto result = deleteAsset(*asset, options.now))
-            ++deleted;
+    auto outcome = forEachSelected(
+        found->uuids, "deleting", [&](const ManagedAsset &asset) { return deleteAsset(asset, options.now); });
+    if (!outcome)
+        return passOn(outcome);
+    for (const auto &asset : found->trashed)
+        if (const auto deleted = deleteAsset(*asset, true))
+            ++outcome->done;
         else
-            code = report(result.error());
-    print(countText(deleted, "asset", "assets") +
-          (options.now ? " deleted"
-                       : " moved to the trash; to have it back within 30 days: wickerlane trash restore"));
-    return code;
+            outcome->code = report(deleted.error());
+    summarize(countText(outcome->done, "asset", "assets") +
+              (options.now
+                   ? " deleted"
+                   : " moved to the trash; to have it back within 30 days: wickerlane trash restore"));
+    return outcome->code;
 }
 
 } // namespace
@@ -81,12 +111,15 @@ Result<ExitCode> deleteAssets(const Options &options) {
 void setUpDelete(Command command) {
     command.footer(
         "To have an asset again: wickerlane trash restore. What --now deletes can't be had again.\n\n"
-        "Example:\n  wickerlane delete 7F3D0A52-6C1B-4E0E-9D43-2B1C7A5E8F10");
+        "Examples:\n"
+        "  wickerlane delete 7F3D0A52\n"
+        "  wickerlane delete --dry-run --where 'kind=video max-size=100kB'");
     Options &options = command.runs(deleteAssets);
-    command.addOption("ASSET", options.assets, "UUIDs, URLs or object IDs of assets").required();
+    addSelection(command, options.selection);
     command.addFlag("--now", options.now,
                     "Delete them at once, with their originals, thumbnails and edits, also from the trash");
-    command.addFlag("-y,--yes", options.yes, "Do not ask");
+    addDryRun(command, options.selection);
+    addYes(command, options.selection.yes);
 }
 
 } // namespace wickerlane::cli

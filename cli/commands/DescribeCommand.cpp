@@ -1,4 +1,4 @@
-// wickerlane describe
+// wickerlane debug describe
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 #include <nlohmann/json.hpp>
@@ -60,8 +60,8 @@ Result<ExitCode> describeCounts(const Options &options) {
 
 void setUpDescribe(Command command) {
     command.footer("Examples:\n"
-                   "  wickerlane describe --photos 1234 --videos 1\n"
-                   "  wickerlane describe --photos 3 --others 2 --language pt-BR --commas");
+                   "  wickerlane debug describe --photos 1234 --videos 1\n"
+                   "  wickerlane debug describe --photos 3 --others 2 --language pt-BR --commas");
     Options &options = command.runs(describeCounts);
     const auto addCount = [&](const char *name, std::uint64_t &count, const char *help) {
         command.addOption(name, count, help).check(problemOfCount).typeName("COUNT");

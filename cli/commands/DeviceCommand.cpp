@@ -1,4 +1,4 @@
-// wickerlane device
+// wickerlane debug device
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
@@ -58,7 +58,7 @@ Result<ExitCode> showDevice(const Options &options) {
 } // namespace
 
 void setUpDevice(Command command) {
-    command.footer("Example:\n  wickerlane device --json");
+    command.footer("Example:\n  wickerlane debug device --json");
     Options &options = command.runs(showDevice);
     command.addFlag("--json", options.json, "Write JSON");
 }

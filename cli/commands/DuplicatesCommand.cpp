@@ -2,11 +2,15 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include <tuple>
+
 #include "cli/AssetDescription.h"
+#include "cli/Confirmation.h"
 #include "cli/DaemonRequests.h"
 #include "cli/Formatting.h"
 #include "cli/LibraryState.h"
 #include "cli/Queries.h"
+#include "cli/Selection.h"
 #include "cli/Subcommands.h"
 #include "cli/Table.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
@@ -25,6 +29,7 @@ struct Options {
     std::string likeness;
     std::vector<std::string> apart;
     std::vector<std::string> together;
+    bool keepBest = false, isDryRun = false, yes = false;
 };
 
 /// Tells the daemon whether the named assets may be duplicates of each other.
@@ -48,12 +53,14 @@ Result<> decide(const std::vector<std::string> &names, bool areDuplicates) {
 Result<> askDaemon(const Options &options) {
     if (const auto answers = requireDaemon(); !answers)
         return answers;
+    Progress progress("analyzing");
     if (options.reset)
-        if (const auto done = waitForEndOfWork(client::Request(protocol::resetDupesAnalysis)); !done)
+        if (const auto done = waitForEndOfWork(client::Request(protocol::resetDupesAnalysis), &progress);
+            !done)
             return done;
     if (options.reset || options.update)
         if (const auto done =
-                waitForEndOfWork(client::Request(protocol::analyzeInvalidMomentsAndDupesIfNeeded));
+                waitForEndOfWork(client::Request(protocol::analyzeInvalidMomentsAndDupesIfNeeded), &progress);
             !done)
             return done;
     if (const auto decided = decide(options.apart, false); !decided)
@@ -95,12 +102,12 @@ Result<> addGroups(const std::vector<DuplicatesRecord> &groups, std::size_t &num
 Result<bool> printGroups(const Options &options) {
     using Align = Table::Align;
     Listing listing({{"GROUP", Align::right},
-                     {"LIKENESS"},
-                     {"UUID"},
+                     {"LIKENESS", Align::left, Table::Kind::whole, 0},
+                     {"UUID", Align::left, Table::Kind::uuid, 2},
                      {"CREATED"},
-                     {"PIXELS", Align::right},
-                     {"SIZE", Align::right},
-                     {"NAME"}},
+                     {"PIXELS", Align::right, Table::Kind::whole, 0},
+                     {"SIZE", Align::right, Table::Kind::whole, 0},
+                     {"NAME", Align::left, Table::Kind::text, 2}},
                     options.json);
     DuplicatesQuery query{.limit = groupsOfPage};
     if (!options.likeness.empty())
@@ -118,6 +125,71 @@ Result<bool> printGroups(const Options &options) {
     return isComplete;
 }
 
+/// Which of two pictures that are the same is kept: the one with more pixels, else with the larger file, else
+/// what people have said more of, else the one that was there first.
+bool isBetter(const AssetRecord &one, const AssetRecord &other) {
+    const auto rank = [](const AssetRecord &each) {
+        const std::size_t said = (each.favourite ? 1U : 0U) + (each.rating > 0 ? 1U : 0U) +
+                                 (each.caption.empty() ? 0U : 1U) + (each.keywords.empty() ? 0U : 1U);
+        return std::tuple(static_cast<std::uint64_t>(each.width) * static_cast<std::uint64_t>(each.height),
+                          each.byteSize, said, -each.dateAdded);
+    };
+    return rank(one) > rank(other);
+}
+
+/// All of the groups but the best asset of each.
+Result<std::vector<std::string>> othersThanTheBest(bool isSame) {
+    std::vector<std::string> others;
+    const auto listed = forEachPage(
+        DuplicatesQuery{.isSame = isSame, .limit = groupsOfPage},
+        &JXGatekeeperClient::duplicatesMatchingQuery, [&](const DuplicatesPage &page) -> Result<> {
+            std::vector<std::string> uuids;
+            for (const DuplicatesRecord &group : page.groups)
+                uuids.insert(uuids.end(), group.uuids.begin(), group.uuids.end());
+            const auto assets = askForAssetsWithUUIDs(uuids);
+            if (!assets)
+                return passOn(assets);
+            for (const DuplicatesRecord &group : page.groups) {
+                const AssetRecord *best = nullptr;
+                const auto add = [&](const AssetRecord &each) { others.push_back(each.uuid); };
+                for (const std::string &uuid : group.uuids)
+                    if (const auto found = assets->find(uuid); found != assets->end()) {
+                        const AssetRecord &each = found->second->record();
+                        const bool isBest = best == nullptr || isBetter(each, *best);
+                        if (best != nullptr)
+                            add(isBest ? *best : each);
+                        best = isBest ? &each : best;
+                    }
+            }
+            return {};
+        });
+    if (!listed)
+        return passOn(listed);
+    return others;
+}
+
+Result<ExitCode> keepBest(const Options &options) {
+    const auto others = othersThanTheBest(options.likeness != "similar");
+    if (!others)
+        return passOn(others);
+    if (options.isDryRun)
+        return printDryRun(*others, "moved to the trash");
+    const std::string assets = countText(others->size(), "asset", "assets");
+    if (!others->empty() && !options.yes &&
+        !isConfirmed(fmt::format("This moves {} to the trash, and keeps the best of each group.", assets)))
+        return fail(ProblemKind::failed, "nothing was deleted; --yes deletes without asking");
+    const auto outcome = forEachSelected(*others, "deleting", [](const ManagedAsset &asset) {
+        return waitForSuccess(asset.record().uuid + " was not deleted", [&](const SuccessHandler &handler) {
+            JXGatekeeperClient::sharedInstance()->deleteAssetWithURL(asset.assetURL(), handler);
+        });
+    });
+    if (!outcome)
+        return passOn(outcome);
+    summarize(countText(outcome->done, "asset", "assets") +
+              " moved to the trash; to have it back within 30 days: wickerlane trash restore");
+    return outcome->code;
+}
+
 Result<ExitCode> duplicates(const Options &options) {
     if (const auto there = requireLibrary(); !there)
         return passOn(there);
@@ -125,6 +197,8 @@ Result<ExitCode> duplicates(const Options &options) {
     if (analyzes || !options.apart.empty() || !options.together.empty())
         if (const auto done = askDaemon(options); !done)
             return passOn(done);
+    if (options.keepBest)
+        return keepBest(options);
     const auto isComplete = printGroups(options);
     if (!isComplete)
         return passOn(isComplete);
@@ -134,7 +208,7 @@ Result<ExitCode> duplicates(const Options &options) {
         return fail(ProblemKind::failed,
                     "some photos are not analyzed: the analysis failed, or photos were added meanwhile; see "
                     "the daemon's log");
-    note("some photos are not analyzed yet; to analyze them: wickerlane duplicates --update");
+    advise("some photos are not analyzed yet; to analyze them: wickerlane duplicates --update");
     return ExitCode::success;
 }
 
@@ -144,9 +218,12 @@ void setUpDuplicates(Command command) {
     command.footer("Likeness:\n"
                    "  same     the same picture: the same bytes, or encoded again, or resized\n"
                    "  similar  another picture of the same subject, taken within a minute\n\n"
+                   "The best has the most pixels, else the largest file, else more that people said of it, "
+                   "else was there first.\n\n"
                    "Examples:\n"
                    "  wickerlane duplicates --update --likeness same\n"
-                   "  wickerlane duplicates --not UUID --not UUID");
+                   "  wickerlane duplicates --keep-best --dry-run\n"
+                   "  wickerlane duplicates --not 7F3D0A52 81AA03C4");
     Options &options = command.runs(duplicates);
     const auto update = command.addFlag("--update", options.update, "Analyze new photos first");
     command.addFlag("--reset", options.reset, "Delete all results and analyze all photos again first")
@@ -162,7 +239,14 @@ void setUpDuplicates(Command command) {
     command.addOption("--maybe", options.together, "Undo --not: these assets may be duplicates of each other")
         .valueCount(2, 1000)
         .typeName("ASSET...");
-    command.addFlag("--json", options.json, "Write JSON");
+    const auto json = command.addFlag("--json", options.json, "Write JSON");
+    command
+        .addFlag("--keep-best", options.keepBest,
+                 "Move all but the best of each group to the trash: of those that are the same, or with "
+                 "--likeness similar of the others")
+        .excludes(json);
+    command.addFlag("-n,--dry-run", options.isDryRun, "With --keep-best: only list what would be moved");
+    addYes(command, options.yes);
 }
 
 } // namespace wickerlane::cli

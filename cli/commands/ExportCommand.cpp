@@ -17,6 +17,7 @@
 
 #include "cli/AssetDescription.h"
 #include "cli/DaemonRequests.h"
+#include "cli/FilterOptions.h"
 #include "cli/Formatting.h"
 #include "cli/Interrupt.h"
 #include "cli/LibraryState.h"
@@ -24,6 +25,7 @@
 #include "cli/Output.h"
 #include "cli/Progress.h"
 #include "cli/Queries.h"
+#include "cli/Selection.h"
 #include "cli/Subcommands.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/platform/file/Retry.h"
@@ -35,11 +37,11 @@ namespace {
 namespace fs = std::filesystem;
 
 struct Options {
-    std::vector<std::string> assets;
+    Selection selection;
     bool all = false;
+    bool edited = false;
     std::string to = ".";
     bool force = false;
-    bool quiet = false;
 };
 
 /// An asset with its second file, if it has one.
@@ -53,13 +55,44 @@ Shot shotOf(const ManagedAsset &asset, const Companions &companions) {
     return {asset, found == companions.end() ? nullptr : &found->second};
 }
 
-Result<UniqueFd> openOriginal(const ManagedAsset &asset) {
+/// What is exported of an asset.
+struct Source {
+    UniqueFd file;
+    std::string name; ///< Of the copy.
+    bool isEdited = false;
+};
+
+/// The edited version of an asset, if it is wanted and there is one; it has the original's name with its own
+/// extension.
+Result<std::optional<Source>> openEdited(const ManagedAsset &asset) {
+    const auto rendition =
+        orLastError(JXGatekeeperClient::sharedInstance()->renditionOfAsset(asset.assetURL()));
+    if (!rendition)
+        return passOn(rendition);
+    if (!rendition->file)
+        return std::nullopt;
+    const std::string path = rendition->file->fileSystemPath();
+    UniqueFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!file)
+        return failSystem("read", path);
+    const fs::path name = fs::path(outsideName(asset.record())).replace_extension(fs::path(path).extension());
+    return Source{std::move(file), name.string(), true};
+}
+
+Result<Source> openSource(const ManagedAsset &asset, const Options &options) {
+    if (options.edited) {
+        auto edited = openEdited(asset);
+        if (!edited)
+            return passOn(edited);
+        if (*edited)
+            return **std::move(edited);
+    }
     UniqueFd original(JXGatekeeperClient::sharedInstance()->fileDescriptorForAssetURL(asset.assetURL()));
     if (!original)
         return failRequest({ProblemKind::failed,
                             fmt::format("the original of {} could not be opened", asset.record().uuid),
                             {}});
-    return original;
+    return Source{std::move(original), outsideName(asset.record())};
 }
 
 Result<> writeCopy(const ManagedAsset &asset, int original, const std::string &path, bool force) {
@@ -175,17 +208,17 @@ struct Exported {
 };
 
 /// Exports an asset under a name that is free for all its files, unless they are there already.
-Result<> exportInto(Names &names, const Shot &shot, Exported &exported) {
+Result<> exportInto(Names &names, const Shot &shot, const Options &options, Exported &exported) {
     const ReleaseScope scope;
     const ManagedAsset &asset = shot.asset;
     std::vector<UniqueFd> files;
-    auto original = openOriginal(asset);
-    if (!original)
-        return passOn(original);
-    files.push_back(*std::move(original));
-    // Without its companion, the original is exported all the same.
+    auto source = openSource(asset, options);
+    if (!source)
+        return passOn(source);
+    files.push_back(std::move(source->file));
+    // Without its companion, the original is exported all the same. It does not belong to an edited version.
     Result<> complete;
-    if (shot.companion != nullptr) {
+    if (shot.companion != nullptr && !source->isEdited) {
         auto companion = openCompanion(shot);
         if (companion)
             files.push_back(*std::move(companion));
@@ -217,7 +250,7 @@ Result<> exportInto(Names &names, const Shot &shot, Exported &exported) {
         }
         return writeSidecar(asset, paths.front()).map([] { return true; });
     };
-    const auto given = names.give(outsideName(asset.record()), addCompanion, take);
+    const auto given = names.give(source->name, addCompanion, take);
     return given ? complete : given;
 }
 
@@ -225,7 +258,7 @@ Result<> exportInto(Names &names, const Shot &shot, Exported &exported) {
 class Exporter {
 public:
     Exporter(const Options &chosen, std::size_t total)
-        : options(chosen), names(options.to), progress("exported", total, options.quiet) {}
+        : options(chosen), names(options.to), progress("exporting", total) {}
 
     /// Exports all that it can; the rest is reported.
     Result<> add(std::span<const Ref<ManagedAsset>> assets) {
@@ -234,9 +267,8 @@ public:
             return passOn(companions);
         for (const auto &asset : assets) {
             if (isInterrupted())
-                return fail(ProblemKind::failed,
-                            "interrupted; the rest was not exported. The same command goes on");
-            const auto done = exportInto(names, shotOf(*asset, *companions), exported);
+                return failInterrupted("the rest was not exported. The same command goes on");
+            const auto done = exportInto(names, shotOf(*asset, *companions), options, exported);
             if (!done && done.error().kind == ProblemKind::unreachable)
                 return done;
             if (!done)
@@ -249,8 +281,7 @@ public:
     /// Says what was done. The code of the last problem, if there was one.
     [[nodiscard]] std::optional<ExitCode> end() const {
         const std::string written = countText(exported.written, "file", "files") + " written";
-        if (!options.quiet)
-            print(exported.wasThere == 0 ? written
+        summarize(exported.wasThere == 0 ? written
                                          : fmt::format("{}, {} already there", written, exported.wasThere));
         return code;
     }
@@ -280,19 +311,18 @@ Result<ExitCode> exportOne(const Options &options, const Shot &shot, ExitCode co
         std::error_code ignored; // writing there tells
         fs::create_directories(path, ignored);
     }
+    const auto source = openSource(asset, options);
+    if (!source)
+        return passOn(source);
     if (path.ends_with('/') || fs::is_directory(path))
-        path = (fs::path(path) / outsideName(asset.record())).string();
-    const auto original = openOriginal(asset);
-    if (!original)
-        return passOn(original);
-    if (!hasSameBytes(path, original->get()))
-        if (const auto written = writeCopy(asset, original->get(), path, options.force); !written)
+        path = (fs::path(path) / source->name).string();
+    if (!hasSameBytes(path, source->file.get()))
+        if (const auto written = writeCopy(asset, source->file.get(), path, options.force); !written)
             return passOn(written);
     if (const auto written = writeSidecar(asset, path); !written)
         return passOn(written);
-    if (!options.quiet)
-        print(path);
-    if (shot.companion == nullptr)
+    summarize(path);
+    if (shot.companion == nullptr || source->isEdited)
         return code;
     const auto companion = openCompanion(shot);
     if (!companion)
@@ -301,46 +331,59 @@ Result<ExitCode> exportOne(const Options &options, const Shot &shot, ExitCode co
     if (!hasSameBytes(beside, companion->get()))
         if (const auto written = writeCopy(asset, companion->get(), beside, options.force); !written)
             return passOn(written);
-    if (!options.quiet)
-        print(beside);
+    summarize(beside);
     return code;
 }
 
-Result<ExitCode> exportAll(const Options &options) {
+/// All, or those that a query finds, page by page.
+Result<ExitCode> exportFound(const Options &options, const AssetFilter &filter) {
     if (const auto there = requireLibrary(); !there)
         return passOn(there);
-    const auto total = orLastError(JXGatekeeperClient::sharedInstance()->countOfAssets({}));
+    const auto total = orLastError(JXGatekeeperClient::sharedInstance()->countOfAssets(filter));
     if (!total)
         return passOn(total);
     if (const auto made = requireFolder(options.to); !made)
         return passOn(made);
     Exporter exporter(options, *total);
-    const auto done =
-        forEachPage(AssetQuery{.limit = entriesOfPage}, &JXGatekeeperClient::assetsMatchingQuery,
-                    [&](const AssetPage &page) { return exporter.add(page.assets); });
+    const auto done = forEachPage(AssetQuery{.filter = filter, .limit = entriesOfPage},
+                                  &JXGatekeeperClient::assetsMatchingQuery,
+                                  [&](const AssetPage &page) { return exporter.add(page.assets); });
     if (!done)
         return passOn(done);
     return exporter.end().value_or(ExitCode::success);
 }
 
 Result<ExitCode> exportNamed(const Options &options) {
-    const auto named = askForAllOf(options.assets);
-    if (!named)
-        return passOn(named);
-    const auto &[assets, code] = *named;
-    if (assets.empty())
+    const auto selected = select(options.selection);
+    if (!selected)
+        return passOn(selected);
+    const auto &[uuids, code] = *selected;
+    if (uuids.empty())
         return code;
-    if (assets.size() == 1) {
-        const auto companions = askForCompanions(assets);
-        if (!companions)
-            return passOn(companions);
-        return exportOne(options, shotOf(*assets.front(), *companions), code);
-    }
-    if (const auto made = requireFolder(options.to); !made)
+    if (options.selection.isDryRun)
+        return printDryRun(uuids, "exported");
+    const bool isOne = uuids.size() == 1 && !options.selection.isOpen();
+    if (const auto made = isOne ? Result<>() : requireFolder(options.to); !made)
         return passOn(made);
-    Exporter exporter(options, assets.size());
-    if (const auto done = exporter.add(assets); !done)
-        return passOn(done);
+    Exporter exporter(options, uuids.size());
+    for (std::size_t begin = 0; begin < uuids.size(); begin += entriesOfPage) {
+        const auto part = std::span(uuids).subspan(begin, std::min(uuids.size() - begin, entriesOfPage));
+        const auto found = askForAssetsWithUUIDs(part);
+        if (!found)
+            return passOn(found);
+        Assets assets;
+        for (const std::string &uuid : part)
+            if (const auto each = found->find(uuid); each != found->end())
+                assets.push_back(each->second);
+        if (isOne && assets.size() == 1) {
+            const auto companions = askForCompanions(assets);
+            if (!companions)
+                return passOn(companions);
+            return exportOne(options, shotOf(*assets.front(), *companions), code);
+        }
+        if (const auto done = exporter.add(assets); !done)
+            return passOn(done);
+    }
     return exporter.end().value_or(code);
 }
 
@@ -348,15 +391,27 @@ Result<ExitCode> exportNamed(const Options &options) {
 void noteWhatIsClosed() {
     const store::LibraryPaths paths;
     if (::access(paths.folder().c_str(), X_OK) != 0 && errno == EACCES)
-        note("only originals are exported: companions and sidecars can be read by the library's "
-             "owner alone");
+        advise("only originals are exported: companions and sidecars can be read by the library's "
+               "owner alone");
 }
 
 Result<ExitCode> exportAssets(const Options &options) {
-    if (!options.all && options.assets.empty())
-        return fail(ProblemKind::invalid, "ASSET or --all is required");
+    const Selection &selection = options.selection;
+    if (!options.all && selection.isEmpty())
+        return fail(ProblemKind::invalid, "ASSET, --where or --all is required");
     noteWhatIsClosed();
-    return options.all ? exportAll(options) : exportNamed(options);
+    const InterruptScope interrupts;
+    if (options.all)
+        return exportFound(options, {});
+    if (selection.query.empty())
+        return exportNamed(options);
+    const auto filter = filterOfQuery(selection.query);
+    if (!filter)
+        return passOn(filter);
+    if (!selection.isDryRun)
+        return exportFound(options, *filter);
+    return select(selection).and_then(
+        [](const SelectedAssets &selected) { return printDryRun(selected.uuids, "exported"); });
 }
 
 } // namespace
@@ -364,22 +419,24 @@ Result<ExitCode> exportAssets(const Options &options) {
 void setUpExport(Command command) {
     command.footer(
         "The copies are the same byte for byte, and say that they were changed last when they were taken.\n"
-        "Of several assets with one name, the others become \"NAME 2\", \"NAME 3\", and so on. A file "
-        "that is\n"
+        "Of several assets with one name, the others become \"NAME 2\", \"NAME 3\", and so on. A file that "
+        "is\n"
         "there already with the same bytes is left as it is, so the same export can be run again. The "
         "second\n"
         "file of a pair is written beside the first, under the same name with its own extension.\n\n"
         "Examples:\n"
-        "  wickerlane export 7F3D0A52-6C1B-4E0E-9D43-2B1C7A5E8F10 --to beach.jpg\n"
+        "  wickerlane export 7F3D0A52 --to beach.jpg\n"
+        "  wickerlane export --where 'from=2019-08 to=2019-09 favourite' --edited --to ~/best\n"
         "  wickerlane export --all --to ~/backup");
     Options &options = command.runs(exportAssets);
-    const auto assets = command.addOption("ASSET", options.assets, "UUIDs, URLs or object IDs of assets");
+    const auto assets = addSelection(command, options.selection);
+    addDryRun(command, options.selection);
     command.addFlag("--all", options.all, "Export all assets").excludes(assets);
+    command.addFlag("--edited", options.edited, "Copy the edited version instead, of assets that have one");
     command.addOption("-o,--to", options.to, "File or folder to write to (default: the current folder)")
         .typeName("PATH");
     command.addFlag("--force", options.force,
                     "Replace a file that already exists; only when one ASSET is exported");
-    command.addFlag("-q,--quiet", options.quiet, "Show problems only");
 }
 
 } // namespace wickerlane::cli

@@ -13,9 +13,13 @@
 #include <cstring>
 #include <deque>
 #include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <iterator>
 #include <set>
 #include <span>
 
+#include "cli/Albums.h"
 #include "cli/Awaited.h"
 #include "cli/DaemonRequests.h"
 #include "cli/FilePairs.h"
@@ -23,6 +27,8 @@
 #include "cli/Interrupt.h"
 #include "cli/Output.h"
 #include "cli/Progress.h"
+#include "cli/Queries.h"
+#include "cli/Selection.h"
 #include "cli/Subcommands.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/model/MediaType.h"
@@ -47,10 +53,12 @@ constexpr std::size_t maxSentBytes = std::size_t{255} << 20;
 
 struct Options {
     std::vector<std::string> paths;
+    std::string filesFrom; ///< A file with further paths; "-" for standard input.
+    std::string album;
+    bool isDryRun = false;
     bool again = false;
     bool noPairs = false;
     bool json = false;
-    bool quiet = false;
 };
 
 /// A file to be saved.
@@ -81,6 +89,8 @@ struct Report {
     std::vector<std::string> passedOver; ///< Files in folders that are neither pictures nor videos.
     Result<> daemon{};                   ///< The problem that it serves no longer.
     bool interrupted = false;
+    std::size_t addedToAlbum = 0;
+    bool albumFailed = false;
 };
 
 std::size_t newlySaved(const Report &report) {
@@ -191,10 +201,10 @@ Result<> checkReadable(const std::string &path) {
 }
 
 /// Adds the files that can't be sent to the report.
-std::vector<Source> gather(const Options &options, Report &report) {
+std::vector<Source> gather(const std::vector<std::string> &paths, const Options &options, Report &report) {
     std::vector<std::string> files;
     std::error_code unknown;
-    for (const std::string &path : options.paths) {
+    for (const std::string &path : paths) {
         const std::string absolute = fs::absolute(path).lexically_normal().string();
         if (fs::is_directory(absolute, unknown))
             gatherFolder(absolute, files, report);
@@ -352,7 +362,7 @@ std::span<const Source> nextBatch(std::span<const Source> files) {
 
 void saveFiles(std::vector<Source> files, const Options &options, Report &report) {
     const auto pairs = std::ranges::count_if(files, [](const Source &each) { return !each.second.empty(); });
-    Progress progress("saved", files.size() + static_cast<std::size_t>(pairs), options.quiet);
+    Progress progress("saving", files.size() + static_cast<std::size_t>(pairs));
     std::deque<Batch> pending;
     std::size_t sent = 0;
     while (sent < files.size() || !pending.empty()) {
@@ -379,11 +389,38 @@ void saveFiles(std::vector<Source> files, const Options &options, Report &report
                 continue;
             }
         }
-        const std::size_t saved = newlySaved(report), ended = report.saved.size() + report.refused.size();
+        const std::size_t saved = report.saved.size(), refused = report.refused.size();
         const std::vector<Source> apart = receiveBatch(batch, results.get(), report);
         files.insert(files.end(), apart.begin(), apart.end());
-        const std::size_t saves = newlySaved(report) - saved;
-        progress.advance(saves, report.saved.size() + report.refused.size() - ended - saves);
+        progress.advance(report.saved.size() - saved, report.refused.size() - refused);
+    }
+}
+
+/// Adds what was saved to an album, which is made if it is not there.
+void addToAlbum(const std::string &name, Report &report) {
+    auto album = askForAlbum(name);
+    if (!album && album.error().kind == ProblemKind::notFound)
+        album = createAlbum(name).and_then([&](const std::string &) { return askForAlbum(name); });
+    if (!album) {
+        report.albumFailed = true;
+        cli::report(album.error());
+        return;
+    }
+    const std::string uuid = (*album)->record().uuid;
+    Progress progress("adding to the album", report.saved.size());
+    for (const SavedFile &each : report.saved) {
+        if (isInterrupted())
+            break;
+        if (!each.first.empty())
+            continue; // of the same asset as the first
+        const ReleaseScope scope;
+        const auto added = cli::addToAlbum(URL::create(each.assetURL).get(), uuid, each.path);
+        if (!added) {
+            report.albumFailed = true;
+            cli::report(added.error());
+        }
+        report.addedToAlbum += added ? 1 : 0;
+        progress.advance(added ? 1 : 0, added ? 0 : 1);
     }
 }
 
@@ -438,24 +475,86 @@ void printSummary(const Report &report) {
         summary += fmt::format(", {} skipped (not pictures or videos)", report.passedOver.size());
     if (report.interrupted)
         summary += "; interrupted, the rest was not saved";
-    print(summary);
+    summarize(summary);
+}
+
+/// What would be saved, if the library does not have it yet.
+ExitCode printDryRun(const std::vector<Source> &files, const Report &report, const Options &options) {
+    if (options.json) {
+        JSON described = describe(report);
+        described["wouldSave"] = JSON::array();
+        for (const Source &each : files)
+            for (const std::string &path : {each.path, each.second})
+                if (!path.empty())
+                    described["wouldSave"].push_back(path);
+        printJSON(described);
+    } else {
+        std::size_t count = 0;
+        for (const Source &each : files) {
+            print(each.second.empty() ? each.path : fmt::format("{} with {}", each.path, each.second));
+            count += each.second.empty() ? 1 : 2;
+        }
+        for (const RefusedFile &each : report.refused)
+            note(fmt::format("{}: {}", each.path, each.reason));
+        summarize(fmt::format("{} would be saved unless the library has them, {} refused, {} skipped",
+                              countText(count, "file", "files"), report.refused.size(),
+                              report.passedOver.size()));
+    }
+    return report.refused.empty() ? ExitCode::success : ExitCode::failure;
+}
+
+/// The paths of the command line and of the list that it names.
+Result<std::vector<std::string>> pathsOf(const Options &options) {
+    std::vector<std::string> paths = options.paths;
+    if (options.filesFrom.empty())
+        return paths;
+    std::string text;
+    if (options.filesFrom == "-") {
+        text.assign(std::istreambuf_iterator<char>(std::cin), {});
+    } else {
+        std::ifstream file(options.filesFrom, std::ios::binary);
+        if (!file)
+            return failSystem("read", options.filesFrom);
+        text.assign(std::istreambuf_iterator<char>(file), {});
+    }
+    const auto lines = linesOf(text);
+    paths.insert(paths.end(), lines.begin(), lines.end());
+    return paths;
 }
 
 Result<ExitCode> importFiles(const Options &options) {
+    if (options.paths.empty() && options.filesFrom.empty())
+        return fail(ProblemKind::invalid, "PATH or --files-from is required");
+    const auto paths = pathsOf(options);
+    if (!paths)
+        return passOn(paths);
+    const InterruptScope interrupts;
     Report report;
-    std::vector<Source> files = gather(options, report);
+    std::vector<Source> files = gather(*paths, options, report);
+    if (options.isDryRun)
+        return printDryRun(files, report, options);
     if (!files.empty()) {
         if (const auto answers = requireDaemon(); !answers)
             return passOn(answers);
         saveFiles(std::move(files), options, report);
     }
-    if (options.json)
-        printJSON(describe(report));
-    else
+    if (!options.album.empty() && report.daemon)
+        addToAlbum(options.album, report);
+    if (options.json) {
+        JSON described = describe(report);
+        if (!options.album.empty())
+            described["addedToAlbum"] = report.addedToAlbum;
+        printJSON(described);
+    } else {
         printSummary(report);
+        if (!options.album.empty())
+            summarize(fmt::format("{} added to {}", countText(report.addedToAlbum, "asset", "assets"),
+                                  options.album));
+    }
     if (!report.daemon)
         return passOn(report.daemon);
-    return report.refused.empty() && !report.interrupted ? ExitCode::success : ExitCode::failure;
+    return report.refused.empty() && !report.interrupted && !report.albumFailed ? ExitCode::success
+                                                                                : ExitCode::failure;
 }
 
 } // namespace
@@ -474,13 +573,21 @@ void setUpImport(Command command) {
                    "the same time.\n\n"
                    "Examples:\n"
                    "  wickerlane import ~/Pictures\n"
-                   "  wickerlane import beach.jpg dunes.jpg --json");
+                   "  wickerlane import beach.jpg dunes.jpg --album Dunes\n"
+                   "  find /media/card -newer last -print0 | wickerlane import --files-from -");
     Options &options = command.runs(importFiles);
-    command.addOption("PATH", options.paths, "Files and folders").required();
+    command.addOption("PATH", options.paths, "Files and folders");
+    command
+        .addOption(
+            "--files-from", options.filesFrom,
+            "Save the files in this list, too: one a line, or each ended by a NUL; - is standard input")
+        .typeName("FILE");
+    command.addOption("--album", options.album, "Add them to this album, which is made if it is not there")
+        .typeName("ALBUM");
+    command.addFlag("-n,--dry-run", options.isDryRun, "Only say which files would be saved");
     command.addFlag("--again", options.again, "Save files even if the library already has the same contents");
     command.addFlag("--no-pairs", options.noPairs, "Save the two files of a shot as two assets");
     command.addFlag("--json", options.json, "Write JSON: what was saved, what was refused and why");
-    command.addFlag("-q,--quiet", options.quiet, "Show no progress");
 }
 
 } // namespace wickerlane::cli

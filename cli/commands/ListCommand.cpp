@@ -1,24 +1,24 @@
-// wickerlane list
-#include <nlohmann/json.hpp>
+// wickerlane list, wickerlane find
+#include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <limits>
 
-#include "cli/AssetDescription.h"
+#include "cli/AssetListing.h"
 #include "cli/FilterOptions.h"
-#include "cli/Formatting.h"
 #include "cli/Queries.h"
 #include "cli/Subcommands.h"
-#include "cli/Table.h"
 
 namespace wickerlane::cli {
 namespace {
 
 struct Options {
     FilterOptions filter;
+    std::vector<std::string> words; ///< What is to be found.
     std::string sort = "oldest";
     std::uint64_t offset = 0;
     std::uint64_t limit = std::numeric_limits<std::uint64_t>::max();
-    bool json = false;
+    AssetListingOptions listing;
 };
 
 AssetQuery queryOf(const std::string &sort) {
@@ -37,32 +37,21 @@ Result<ExitCode> list(const Options &options) {
     if (!filter)
         return passOn(filter);
     query.filter = *std::move(filter);
-    using Align = Table::Align;
-    Listing listing(
-        {{"UUID"}, {"KIND"}, {"CREATED"}, {"PIXELS", Align::right}, {"SIZE", Align::right}, {"NAME"}},
-        options.json);
-    const auto listed = forEachAsset(query, options.offset, options.limit, [&](const ManagedAsset &asset) {
-        const AssetRecord &record = asset.record();
-        if (options.json)
-            listing.add(describe(asset));
-        else
-            listing.addRow({record.uuid, kindText(record), createdText(record), pixelsText(record, "-"),
-                            sizeText(record.byteSize), outsideName(record)});
-    });
+    if (!options.words.empty())
+        query.filter.text =
+            fmt::format("{} {}", query.filter.text.value_or(""), fmt::join(options.words, " "));
+    auto listing = AssetListing::create(options.listing);
+    if (!listing)
+        return passOn(listing);
+    const auto listed = forEachAsset(query, options.offset, options.limit,
+                                     [&](const ManagedAsset &asset) { listing->add(asset); });
     if (!listed)
         return passOn(listed);
-    listing.end("no assets");
+    listing->end("no assets");
     return ExitCode::success;
 }
 
-} // namespace
-
-void setUpList(Command command) {
-    command.footer("Examples:\n"
-                   "  wickerlane list --sort newest --limit 20\n"
-                   "  wickerlane list --from 2019-08 --to 2019-09 --near 47.4,8.5,10km\n"
-                   "  wickerlane list --kind photo --json | jq -r '.[].uuid'");
-    Options &options = command.runs(list);
+void addOptions(const Command &command, Options &options) {
     command.addOption("--limit", options.limit, "Maximum number of assets to list")
         .notNegative()
         .typeName("COUNT");
@@ -75,7 +64,31 @@ void setUpList(Command command) {
                    "Which come first: oldest (default), newest, added (latest), largest, name")
         .oneOf({"oldest", "newest", "added", "largest", "name"})
         .typeName("ORDER");
-    command.addFlag("--json", options.json, "Write JSON");
+    addListingOptions(command, options.listing);
+}
+
+} // namespace
+
+void setUpList(Command command) {
+    command.footer(
+        "Examples:\n"
+        "  wickerlane list --sort newest --limit 20\n"
+        "  wickerlane list --from 2019-08 --to 2019-09 --near 47.4,8.5,10km\n"
+        "  wickerlane list --kind photo --format csv --fields name,created,camera\n"
+        "  wickerlane list --where 'kind=video rating=4' --format ids0 | wickerlane export - --to ~/best");
+    addOptions(command, command.runs(list));
+}
+
+void setUpFind(Command command) {
+    command.footer(
+        "An asset is found when each of the words is in its name, its caption, a keyword or the title of\n"
+        "an album that it is in. The case of letters does not count.\n\n"
+        "Examples:\n"
+        "  wickerlane find beach\n"
+        "  wickerlane find dunes evening --kind photo --rating 3");
+    Options &options = command.runs(list);
+    command.addOption("WORD", options.words, "Words to be found").required();
+    addOptions(command, options);
 }
 
 } // namespace wickerlane::cli

@@ -3,7 +3,9 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <limits>
 
+#include "cli/AssetListing.h"
 #include "cli/DaemonRequests.h"
 #include "cli/Formatting.h"
 #include "cli/LibraryState.h"
@@ -60,15 +62,21 @@ JSON describe(const MomentRecord &moment, const std::string &storeUUID) {
 
 Result<> printMoments(bool json) {
     using Align = Table::Align;
-    Listing listing({{"FROM"}, {"TO"}, {"PHOTOS", Align::right}, {"VIDEOS", Align::right}, {"PLACE"}}, json);
+    Listing listing({{"ID", Align::right},
+                     {"FROM"},
+                     {"TO"},
+                     {"PHOTOS", Align::right},
+                     {"VIDEOS", Align::right},
+                     {"PLACE", Align::left, Table::Kind::whole, 0}},
+                    json);
     const auto listed = forEachPageOfMoments(json, [&](const MomentPage &page) -> Result<> {
         for (const MomentRecord &moment : page.moments)
             if (json)
                 listing.add(describe(moment, page.storeUUID));
             else
-                listing.addRow({clockText(moment.startDate), clockText(moment.endDate),
-                                std::to_string(moment.photoCount), std::to_string(moment.videoCount),
-                                placeText(moment)});
+                listing.addRow({std::to_string(moment.primaryKey), clockText(moment.startDate),
+                                clockText(moment.endDate), std::to_string(moment.photoCount),
+                                std::to_string(moment.videoCount), placeText(moment)});
         return {};
     });
     if (listed)
@@ -104,12 +112,14 @@ Result<> printLists(bool json) {
 Result<> updateMoments(bool rebuild) {
     if (const auto answers = requireDaemon(); !answers)
         return answers;
+    Progress progress("analyzing");
     if (!rebuild)
-        return waitForEndOfWork(client::Request(protocol::analyzeInvalidMomentsAndDupesIfNeeded));
+        return waitForEndOfWork(client::Request(protocol::analyzeInvalidMomentsAndDupesIfNeeded), &progress);
     client::Request whole(protocol::rebuildMoments);
     whole.set(protocol::keys::incremental, false);
-    return waitForEndOfWork(whole).and_then(
-        [] { return waitForEndOfWork(client::Request(protocol::analyzeAllMoments)); });
+    return waitForEndOfWork(whole, &progress).and_then([&] {
+        return waitForEndOfWork(client::Request(protocol::analyzeAllMoments), &progress);
+    });
 }
 
 /// A moment, or a list of moments.
@@ -154,10 +164,34 @@ Result<> analyze(const std::string &objectID) {
     return {};
 }
 
-/// Whether all moments and lists of them are up to date.
-Result<bool> areMomentsComplete() {
-    return orLastError(JXGatekeeperClient::sharedInstance()->momentsMatchingQuery({.limit = 1}))
-        .map([](const MomentPage &page) { return page.isComplete; });
+struct ShowOptions {
+    std::string moment;
+    AssetListingOptions listing;
+};
+
+Result<ExitCode> showMoment(const ShowOptions &options) {
+    if (const auto there = requireLibrary(); !there)
+        return passOn(there);
+    auto listing = AssetListing::create(options.listing);
+    if (!listing)
+        return passOn(listing);
+    const auto key = askForMomentKey(options.moment);
+    if (!key)
+        return passOn(key);
+    std::size_t count = 0;
+    const auto listed = forEachAsset({.filter = {.moment = *key}}, 0, std::numeric_limits<std::size_t>::max(),
+                                     [&](const ManagedAsset &asset) {
+                                         listing->add(asset);
+                                         ++count;
+                                     });
+    if (!listed)
+        return passOn(listed);
+    if (count == 0) // no moment is empty
+        return fail(
+            ProblemKind::notFound,
+            fmt::format("there is no moment {}. To list all moments: wickerlane moments", options.moment));
+    listing->end("");
+    return ExitCode::success;
 }
 
 Result<ExitCode> moments(const Options &options) {
@@ -173,16 +207,13 @@ Result<ExitCode> moments(const Options &options) {
     const auto print = options.lists ? printLists : printMoments;
     if (const auto printed = print(options.json); !printed)
         return passOn(printed);
-    const auto areComplete = areMomentsComplete();
-    if (!areComplete)
-        return passOn(areComplete);
-    if (*areComplete)
+    if (JXGatekeeperClient::sharedInstance()->hasCompletedMomentAnalysis())
         return ExitCode::success;
     if (updates)
         return fail(ProblemKind::failed,
                     "some moments are not up to date: the work failed, or photos were added meanwhile; see "
                     "the daemon's log");
-    note("some moments are not up to date; to update them: wickerlane moments --update");
+    advise("some moments are not up to date; to update them: wickerlane moments --update");
     return ExitCode::success;
 }
 
@@ -191,6 +222,7 @@ Result<ExitCode> moments(const Options &options) {
 void setUpMoments(Command command) {
     command.footer("Examples:\n"
                    "  wickerlane moments --update\n"
+                   "  wickerlane moments show 12\n"
                    "  wickerlane moments --lists\n"
                    "  wickerlane moments --json | jq -r '.[-1].uuids[]'");
     Options &options = command.runs(moments);
@@ -202,6 +234,12 @@ void setUpMoments(Command command) {
                                             "Analyze one moment or group again first, by its object ID");
     analyzes.typeName("ID").excludes(update).excludes(rebuild);
     command.addFlag("--json", options.json, "Write JSON");
+
+    const Command show = command.addSubcommand("show", "List the assets of a moment");
+    show.footer("Example:\n  wickerlane moments show 12");
+    ShowOptions &shown = show.runs(showMoment);
+    show.addOption("MOMENT", shown.moment, "Its ID in the list of moments, or its object ID").required();
+    addListingOptions(show, shown.listing);
 }
 
 } // namespace wickerlane::cli

@@ -148,7 +148,7 @@ public:
         if (!recording)
             return {};
         return recording->finish(true).transform(
-            [&] { note(countText(recorded, "event", "events") + " recorded"); });
+            [&] { advise(countText(recorded, "event", "events") + " recorded"); });
     }
 
     /// How many requests were answered, or want no answer.
@@ -179,6 +179,7 @@ Result<client::Reply> takeTraffic(bool withTexts) {
 }
 
 Result<ExitCode> watchTraffic(const Options &options) {
+    const InterruptScope interrupts;
     auto shown = Shown::create(options);
     if (!shown)
         return passOn(shown);
@@ -194,7 +195,7 @@ Result<ExitCode> watchTraffic(const Options &options) {
         if (!reply)
             return passOn(reply);
         if (std::exchange(isNew, false))
-            note("watching; Ctrl-C ends");
+            advise("watching; Ctrl-C ends");
         else if (!reply->get(protocol::keys::isComplete))
             shown->noteGap("some events may be missing: the daemon is another, or was not asked for a while");
         if (const auto lost = reply->get(protocol::keys::lost); lost > 0)
@@ -203,8 +204,8 @@ Result<ExitCode> watchTraffic(const Options &options) {
             for (const Object *each : *events)
                 if (const auto done = shown->show(jsonOf(each)); !done)
                     return passOn(done);
-        if (std::fflush(stdout) != 0)
-            break; // its reader has gone
+        if (const auto written = flushOutput(); !written)
+            return passOn(written);
         static_cast<void>(interruptSemaphore().wait(pause));
     }
     if (const auto ended = shown->end(); !ended)
@@ -222,6 +223,7 @@ Result<ExitCode> replayRecording(const Options &options) {
         return fail(ProblemKind::failed, "nothing was sent; --yes sends without asking");
     if (const auto answers = requireDaemon(); !answers)
         return passOn(answers);
+    const InterruptScope interrupts;
     const ReplayReport report = replay(*requests);
     for (const std::string &each : report.differences)
         print(each);

@@ -45,7 +45,7 @@ void setUpPreview(Command command) {
                    "Example:\n"
                    "  wickerlane preview 7F3D0A52-6C1B-4E0E-9D43-2B1C7A5E8F10 beach-brighter.jpg");
     Options &options = command.runs(preview);
-    command.addOption("ASSET", options.asset, "UUID, URL or object ID of the asset").required();
+    command.addOption("ASSET", options.asset, nameOfAsset).required();
     command.addOption("PICTURE", options.picture, "File with the edited picture").required();
 }
 

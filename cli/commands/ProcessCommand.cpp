@@ -1,4 +1,4 @@
-// wickerlane process
+// wickerlane debug process
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
@@ -28,8 +28,8 @@ Result<ExitCode> findProcess(const Options &options) {
 } // namespace
 
 void setUpProcess(Command command) {
-    command.footer(
-        "Only the first 16 characters of a name are compared.\n\nExample:\n  wickerlane process hoardd");
+    command.footer("Only the first 16 characters of a name are compared.\n\nExample:\n  wickerlane debug "
+                   "process hoardd");
     Options &options = command.runs(findProcess);
     command.addOption("NAME", options.name, "Command name of the process").required();
     command.addFlag("--json", options.json, "Write JSON");

@@ -1,7 +1,6 @@
 // wickerlane rebuild-thumbnails
 #include "cli/DaemonRequests.h"
 #include "cli/LibraryState.h"
-#include "cli/Output.h"
 #include "cli/Subcommands.h"
 #include "wickerlane/protocol/AnalysisRows.h"
 
@@ -11,8 +10,10 @@ namespace {
 Result<ExitCode> rebuildThumbnails() {
     if (const auto there = requireLibrary(); !there)
         return passOn(there);
-    note("this takes a while; Ctrl-C stops it, and keeps the thumbnails that were made");
-    return waitForWork(client::Request(protocol::rebuildAllThumbnails)).map([] { return ExitCode::success; });
+    Progress progress("making thumbnails");
+    return waitForWork(client::Request(protocol::rebuildAllThumbnails), &progress).map([] {
+        return ExitCode::success;
+    });
 }
 
 } // namespace

@@ -1,10 +1,11 @@
 // wickerlane revert
 #include <fmt/format.h>
 
+#include "cli/Confirmation.h"
 #include "cli/DaemonRequests.h"
 #include "cli/Formatting.h"
 #include "cli/Output.h"
-#include "cli/Queries.h"
+#include "cli/Selection.h"
 #include "cli/Subcommands.h"
 #include "wickerlane/protocol/AssetRows.h"
 
@@ -12,7 +13,7 @@ namespace wickerlane::cli {
 namespace {
 
 struct Options {
-    std::vector<std::string> assets;
+    Selection selection;
 };
 
 Result<> revert(const ManagedAsset &asset) {
@@ -25,28 +26,36 @@ Result<> revert(const ManagedAsset &asset) {
 }
 
 Result<ExitCode> revertAssets(const Options &options) {
-    const auto named = askForAllOf(options.assets);
-    if (!named)
-        return passOn(named);
-    ExitCode code = named->code;
-    if (code != ExitCode::success)
-        return code; // before anything is changed
-    std::size_t reverted = 0;
-    for (const auto &asset : named->assets)
-        if (const auto result = revert(*asset))
-            ++reverted;
-        else
-            code = report(result.error());
-    print(countText(reverted, "asset", "assets") + " reverted");
-    return code;
+    const auto selected = select(options.selection);
+    if (!selected)
+        return passOn(selected);
+    if (selected->code != ExitCode::success)
+        return selected->code; // before anything is changed
+    if (options.selection.isDryRun)
+        return printDryRun(selected->uuids, "reverted");
+    // What is named one by one is wanted.
+    if (options.selection.isOpen() && !selected->uuids.empty() && !options.selection.yes &&
+        !isConfirmed(fmt::format("This deletes the edits of {}.",
+                                 countText(selected->uuids.size(), "asset", "assets"))))
+        return fail(ProblemKind::failed, "nothing was reverted; --yes reverts without asking");
+    const auto outcome = forEachSelected(selected->uuids, "reverting", revert);
+    if (!outcome)
+        return passOn(outcome);
+    summarize(countText(outcome->done, "asset", "assets") + " reverted");
+    return outcome->code;
 }
 
 } // namespace
 
 void setUpRevert(Command command) {
-    command.footer("Example:\n  wickerlane revert 7F3D0A52-6C1B-4E0E-9D43-2B1C7A5E8F10");
+    command.footer("It asks before it reverts what --where or standard input says.\n\n"
+                   "Examples:\n"
+                   "  wickerlane revert 7F3D0A52\n"
+                   "  wickerlane revert --where 'edited album=Dunes'");
     Options &options = command.runs(revertAssets);
-    command.addOption("ASSET", options.assets, "UUIDs, URLs or object IDs of assets").required();
+    addSelection(command, options.selection);
+    addDryRun(command, options.selection);
+    addYes(command, options.selection.yes);
 }
 
 } // namespace wickerlane::cli

@@ -1,12 +1,11 @@
 // wickerlane set
-#include <algorithm>
 #include <optional>
 #include <span>
 
 #include "cli/DaemonRequests.h"
 #include "cli/Formatting.h"
 #include "cli/Output.h"
-#include "cli/Queries.h"
+#include "cli/Selection.h"
 #include "cli/Subcommands.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/protocol/AssetRows.h"
@@ -17,11 +16,8 @@ namespace {
 
 namespace detail = protocol::detail;
 
-/// Assets in one request.
-constexpr std::size_t batchSize = 10'000;
-
 struct Options {
-    std::vector<std::string> assets;
+    Selection selection;
     bool favourite = false, notFavourite = false;
     bool hidden = false, notHidden = false;
     std::optional<std::uint64_t> rating;
@@ -59,19 +55,23 @@ Result<ExitCode> setDetails(const Options &options) {
     const Ref<Dictionary> details = detailsOf(options);
     if (details->count() == 0)
         return fail(ProblemKind::invalid, "say what is to be set, such as --rating 5");
-    const auto uuids = askForUUIDs(options.assets);
-    if (!uuids)
-        return passOn(uuids);
-    for (std::span left(*uuids); !left.empty();) {
-        const auto batch = left.first(std::min(left.size(), batchSize));
-        left = left.subspan(batch.size());
-        client::Request request(protocol::setDetails);
-        request.set(protocol::keys::properties, details.get());
-        request.set(protocol::keys::photoUUIDs, textsOf(batch).get());
-        if (const auto set = waitForWork(request); !set)
-            return passOn(set);
-    }
-    print(countText(uuids->size(), "asset", "assets") + " changed");
+    const auto selected = select(options.selection);
+    if (!selected)
+        return passOn(selected);
+    if (selected->code != ExitCode::success)
+        return selected->code;
+    if (options.selection.isDryRun)
+        return printDryRun(selected->uuids, "changed");
+    const auto set =
+        inParts(selected->uuids, "changing", [&](std::span<const std::string> part, Progress &progress) {
+            client::Request request(protocol::setDetails);
+            request.set(protocol::keys::properties, details.get());
+            request.set(protocol::keys::photoUUIDs, textsOf(part).get());
+            return waitForWork(request, &progress);
+        });
+    if (!set)
+        return passOn(set);
+    summarize(countText(selected->uuids.size(), "asset", "assets") + " changed");
     return ExitCode::success;
 }
 
@@ -79,10 +79,12 @@ Result<ExitCode> setDetails(const Options &options) {
 
 void setUpSet(Command command) {
     command.footer("What is not given stays as it is. The originals keep what is written in them.\n\n"
-                   "Example:\n"
-                   "  wickerlane set --rating 5 --keyword Sea 7F3D0A52-6C1B-4E0E-9D43-2B1C7A5E8F10");
+                   "Examples:\n"
+                   "  wickerlane set --rating 5 --keyword Sea 7F3D0A52\n"
+                   "  wickerlane set --favourite --where 'album=Dunes rating=5'");
     Options &options = command.runs(setDetails);
-    command.addOption("ASSET", options.assets, "UUIDs, URLs or object IDs of assets").required();
+    addSelection(command, options.selection);
+    addDryRun(command, options.selection);
     const auto favourite = command.addFlag("--favourite", options.favourite, "Mark as favourites");
     command.addFlag("--no-favourite", options.notFavourite, "Take that mark away").excludes(favourite);
     const auto hidden = command.addFlag("--hidden", options.hidden, "Mark as hidden");

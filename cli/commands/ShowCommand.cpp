@@ -131,7 +131,7 @@ Result<ExitCode> show(const Options &options) {
 void setUpShow(Command command) {
     command.footer("Example:\n  wickerlane show 7F3D0A52-6C1B-4E0E-9D43-2B1C7A5E8F10 --json");
     Options &options = command.runs(show);
-    command.addOption("ASSET", options.asset, "UUID, URL or object ID of the asset").required();
+    command.addOption("ASSET", options.asset, nameOfAsset).required();
     command.addFlag("--json", options.json, "Write JSON");
 }
 

@@ -1,4 +1,4 @@
-// wickerlane text
+// wickerlane debug text
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 #include <nlohmann/json.hpp>
@@ -73,7 +73,7 @@ Result<ExitCode> showText(const Options &options) {
 } // namespace
 
 void setUpText(Command command) {
-    command.footer("Example:\n  wickerlane text SELECT_PHOTOS --language pt-BR");
+    command.footer("Example:\n  wickerlane debug text SELECT_PHOTOS --language pt-BR");
     Options &options = command.runs(showText);
     command.addOption("KEY", options.key, "Key of the text").required();
     command

@@ -2,13 +2,14 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <optional>
 
 #include "cli/DaemonRequests.h"
 #include "cli/Formatting.h"
 #include "cli/NewFile.h"
 #include "cli/Output.h"
-#include "cli/Queries.h"
+#include "cli/Selection.h"
 #include "cli/Subcommands.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/protocol/ImageDataFormats.h"
@@ -18,7 +19,7 @@ namespace wickerlane::cli {
 namespace {
 
 struct Options {
-    std::string asset;
+    Selection selection;
     std::string format = "preview";
     std::optional<std::uint64_t> size;
     std::string to;
@@ -66,11 +67,7 @@ std::string defaultName(const ManagedAsset &asset, int format) {
     return asset.record().uuid + (format == protocol::imageDataFullSizePNG ? ".png" : ".jpg");
 }
 
-Result<ExitCode> writeThumbnail(const Options &options) {
-    const auto found = askForAsset(options.asset);
-    if (!found)
-        return passOn(found);
-    const ManagedAsset &asset = **found;
+Result<> writeThumbnail(const Options &options, const ManagedAsset &asset, const std::string &to) {
     const int format = options.size ? formatOfSize(*options.size) : formatNamed(options.format);
     const Data *data = JXGatekeeperClient::sharedInstance()->imageDataForAsset(asset.objectID(), format);
     if (data == nullptr) {
@@ -80,32 +77,55 @@ Result<ExitCode> writeThumbnail(const Options &options) {
                                         problem.empty() ? "" : ", because it can't be decoded: " + problem),
                             {}});
     }
-    const std::string path = options.to.empty() ? defaultName(asset, format) : options.to;
+    const std::string path = to.empty() || to.ends_with('/') ? to + defaultName(asset, format) : to;
     auto file = NewFile::create(path);
     if (!file)
         return passOn(file);
     if (const auto written = file->write(data->span()).and_then([&] { return file->finish(options.force); });
         !written)
         return passOn(written);
-    print(fmt::format("{} ({})", path, sizeText(data->length())));
-    return ExitCode::success;
+    summarize(fmt::format("{} ({})", path, sizeText(data->length())));
+    return {};
+}
+
+Result<ExitCode> writeThumbnails(const Options &options) {
+    const auto selected = select(options.selection);
+    if (!selected)
+        return passOn(selected);
+    if (options.selection.isDryRun)
+        return printDryRun(selected->uuids, "written as pictures");
+    std::string to = options.to;
+    const bool isOne = selected->uuids.size() == 1 && !options.selection.isOpen();
+    if (std::error_code error; !to.empty() && (!isOne || std::filesystem::is_directory(to))) {
+        std::filesystem::create_directories(to, error);
+        if (!std::filesystem::is_directory(to))
+            return fail(ProblemKind::invalid, to + " is not a folder; several pictures need one");
+        to += '/';
+    }
+    const auto outcome = forEachSelected(selected->uuids, "writing", [&](const ManagedAsset &asset) {
+        return writeThumbnail(options, asset, to);
+    });
+    if (!outcome)
+        return passOn(outcome);
+    return outcome->code != ExitCode::success ? outcome->code : selected->code;
 }
 
 } // namespace
 
 void setUpThumbnail(Command command) {
-    command.footer(
-        "Formats:\n"
-        "  small     JPEG, upright, up to 256 pixels a side\n"
-        "  preview   JPEG, upright, up to 1024 pixels a side (default)\n"
-        "  large     JPEG, upright, up to 2048 pixels a side; kept once it has been asked for\n"
-        "  full      JPEG, upright, full size\n"
-        "  png       PNG, upright, full size\n"
-        "  original  the file as it was saved\n\n"
-        "Example:\n"
-        "  wickerlane thumbnail 7F3D0A52-6C1B-4E0E-9D43-2B1C7A5E8F10 --format small --to beach.jpg");
-    Options &options = command.runs(writeThumbnail);
-    command.addOption("ASSET", options.asset, "UUID, URL or object ID of the asset").required();
+    command.footer("Formats:\n"
+                   "  small     JPEG, upright, up to 256 pixels a side\n"
+                   "  preview   JPEG, upright, up to 1024 pixels a side (default)\n"
+                   "  large     JPEG, upright, up to 2048 pixels a side; kept once it has been asked for\n"
+                   "  full      JPEG, upright, full size\n"
+                   "  png       PNG, upright, full size\n"
+                   "  original  the file as it was saved\n\n"
+                   "Examples:\n"
+                   "  wickerlane thumbnail 7F3D0A52 --format small --to beach.jpg\n"
+                   "  wickerlane thumbnail --where album=Dunes --size 300 --to pages");
+    Options &options = command.runs(writeThumbnails);
+    addSelection(command, options.selection);
+    addDryRun(command, options.selection);
     const auto format = command.addOption("-f,--format", options.format, "Format of the picture, see below")
                             .oneOf(formatNames())
                             .typeName("FORMAT");
@@ -115,8 +135,8 @@ void setUpThumbnail(Command command) {
         .typeName("PIXELS")
         .positive()
         .excludes(format);
-    command.addOption("-o,--to", options.to, "File to write (default: named after the asset)")
-        .typeName("FILE");
+    command.addOption("-o,--to", options.to, "File or folder to write to (default: named after the asset)")
+        .typeName("PATH");
     command.addFlag("--force", options.force, "Replace a file that already exists");
 }
 

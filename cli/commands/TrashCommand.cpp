@@ -10,6 +10,7 @@
 #include "cli/Formatting.h"
 #include "cli/LibraryState.h"
 #include "cli/Queries.h"
+#include "cli/Selection.h"
 #include "cli/Subcommands.h"
 #include "cli/Table.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
@@ -44,7 +45,12 @@ Result<> forEachTrashed(const Use &use) {
 
 Result<ExitCode> listTrash(const ListOptions &options) {
     using Align = Table::Align;
-    Listing listing({{"UUID"}, {"KIND"}, {"DELETED"}, {"KEPT UNTIL"}, {"SIZE", Align::right}, {"NAME"}},
+    Listing listing({{"UUID", Align::left, Table::Kind::uuid, 2},
+                     {"KIND", Align::left, Table::Kind::whole, 0},
+                     {"DELETED"},
+                     {"KEPT UNTIL"},
+                     {"SIZE", Align::right, Table::Kind::whole, 0},
+                     {"NAME", Align::left, Table::Kind::text, 2}},
                     options.json);
     const auto listed = forEachTrashed([&](const TrashedAsset &each) {
         const AssetRecord &record = each.asset->record();
@@ -93,12 +99,20 @@ Result<ExitCode> restoreTrashed(const RestoreOptions &options) {
     if (code != ExitCode::success)
         return code; // before anything is restored
     std::size_t restored = 0;
-    for (const Ref<ManagedAsset> &each : wanted)
-        if (const auto result = restoreAsset(*each))
-            ++restored;
-        else
+    const InterruptScope interrupts;
+    Progress progress("restoring", wanted.size());
+    for (const Ref<ManagedAsset> &each : wanted) {
+        if (isInterrupted()) {
+            code = report(failInterrupted("the rest is still in the trash").value());
+            break;
+        }
+        const auto result = restoreAsset(*each);
+        if (!result)
             code = report(result.error());
-    print(countText(restored, "asset", "assets") + " restored");
+        restored += result ? 1 : 0;
+        progress.advance(result ? 1 : 0, result ? 0 : 1);
+    }
+    summarize(countText(restored, "asset", "assets") + " restored");
     return code;
 }
 
@@ -115,7 +129,7 @@ Result<ExitCode> emptyTrash(const EmptyOptions &options) {
     });
     if (!emptied)
         return passOn(emptied);
-    print(assets + " deleted");
+    summarize(assets + " deleted");
     return ExitCode::success;
 }
 
@@ -131,13 +145,13 @@ void setUpTrash(Command command) {
     const Command restore =
         command.addSubcommand("restore", "Take assets out of the trash, with their albums and edits");
     RestoreOptions &restoring = restore.runs(restoreTrashed);
-    restore.addOption("ASSET", restoring.assets, "UUIDs, URLs or object IDs of assets");
+    restore.addOption("ASSET", restoring.assets, namesOfAssets);
     restore.addFlag("--all", restoring.all, "Restore all that is in the trash");
 
     const Command empty =
         command.addSubcommand("empty", "Delete all that is in the trash; this can't be undone");
     EmptyOptions &emptying = empty.runs(emptyTrash);
-    empty.addFlag("-y,--yes", emptying.yes, "Do not ask");
+    addYes(empty, emptying.yes);
 }
 
 } // namespace wickerlane::cli

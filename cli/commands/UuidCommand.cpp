@@ -1,4 +1,4 @@
-// wickerlane uuid
+// wickerlane debug uuid
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
@@ -46,8 +46,8 @@ Result<ExitCode> writeUUIDs(const Options &options) {
 } // namespace
 
 void setUpUuid(Command command) {
-    command.footer("Examples:\n  wickerlane uuid --count 3\n"
-                   "  wickerlane uuid 7f3d0a52-6c1b-4e0e-9d43-2b1c7a5e8f10");
+    command.footer("Examples:\n  wickerlane debug uuid --count 3\n"
+                   "  wickerlane debug uuid 7f3d0a52-6c1b-4e0e-9d43-2b1c7a5e8f10");
     Options &options = command.runs(writeUUIDs);
     const auto texts = command.addOption("TEXT", options.texts, "UUIDs to write in the library's form");
     command.addOption("--count", options.count, "How many to make (default: 1)")

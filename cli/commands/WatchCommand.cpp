@@ -1,5 +1,4 @@
 // wickerlane watch
-#include <cstdio>
 #include <nlohmann/json.hpp>
 #include <optional>
 
@@ -28,9 +27,7 @@ Result<LibraryCounts> countWithRetry() {
 /// Flushes the line, so that a reader of a pipe gets it now.
 Result<> write(const LibraryCounts &counts, bool json) {
     print(json ? describe(counts).dump() : textOf(counts));
-    if (std::fflush(stdout) != 0)
-        return fail(ProblemKind::failed, "the output could not be written");
-    return {};
+    return flushOutput();
 }
 
 Result<ExitCode> watchUntilInterrupted(const Options &options) {
@@ -56,6 +53,7 @@ Result<ExitCode> watchUntilInterrupted(const Options &options) {
 }
 
 Result<ExitCode> watch(const Options &options) {
+    const InterruptScope interrupts;
     // Before the first request, so that no change is missed in between.
     Number *token =
         RZRegisterForPhotosAndVideosCount([] { interruptSemaphore().signal(); }, WorkQueue::global());

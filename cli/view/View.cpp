@@ -199,6 +199,7 @@ void keepMemorySmall() {
 }
 
 Result<> View::serve(const ViewOptions &options) {
+    const InterruptScope interrupts;
     const auto port = server.bind(options.port);
     if (!port)
         return passOn(port);

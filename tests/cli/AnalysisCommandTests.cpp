@@ -45,6 +45,13 @@ TEST_F(AnalysisCommands, MomentsAreListedOnceTheyHaveBeenMade) {
     EXPECT_EQ(run({"moments", "--rebuild", "--json"}).json(), moments) << "keys stay";
     EXPECT_EQ(run({"moments", "--rebuild", "--update"}).exitCode, 2);
 
+    const auto assets = run({"list", "--json", "--from", "2021-06-16"}).json();
+    EXPECT_EQ(run({"moments", "show", moments[1]["objectID"], "--json"}).json(), assets);
+    const std::string id = table.output.substr(table.output.rfind("2021-06-16 12:00") - 3, 1);
+    EXPECT_EQ(run({"moments", "show", id, "--format", "ids0"}).output, noon + '\0' + later + '\0') << table;
+    for (const char *unknown : {"999", "0", "-1", "1x", "x"})
+        EXPECT_EQ(run({"moments", "show", "--", unknown}).exitCode, 4) << unknown;
+
     const std::string moment = moments[1]["objectID"], list = moments[1]["list"];
     for (const std::string &objectID : {moment, list})
         EXPECT_EQ(run({"moments", "--analyze", objectID, "--json"}).json(), moments) << objectID;
@@ -84,6 +91,22 @@ TEST_F(AnalysisCommands, DuplicatesAreListedAndDecisionsRemembered) {
     };
     for (const auto &[arguments, exitCode] : cases)
         EXPECT_EQ(run(arguments).exitCode, exitCode) << testing::PrintToString(arguments);
+}
+
+TEST_F(AnalysisCommands, OfDuplicatesTheBestIsKept) {
+    const std::string small = taken("small.jpg", "2021:06:15 10:00:00", 1, 120);
+    const std::string best = taken("a.jpg", "2021:06:15 10:00:00", 1);
+    const std::string smaller = taken("smaller.jpg", "2021:06:15 10:00:00", 1, 80);
+    const CommandResult dry = run({"duplicates", "--update", "--keep-best", "--dry-run"});
+    EXPECT_EQ(dry.exitCode, 0) << dry;
+    EXPECT_NE(dry.output.find("2 assets would be moved to the trash"), std::string::npos) << dry;
+    EXPECT_EQ(dry.output.find(" a.jpg"), std::string::npos) << dry;
+    EXPECT_EQ(run({"duplicates", "--keep-best"}).exitCode, 1) << "there is no terminal to ask";
+    EXPECT_EQ(run({"count"}).output, "3 photos, 0 videos\n");
+    EXPECT_EQ(run({"duplicates", "--keep-best", "--yes", "--quiet"}).output, "");
+    EXPECT_EQ(run({"list", "--format", "ids0"}).output, best + '\0');
+    EXPECT_EQ(run({"trash", "list", "--json"}).json().size(), 2U);
+    EXPECT_EQ(run({"duplicates", "--keep-best", "--yes"}).output.substr(0, 8), "0 assets");
 }
 
 TEST_F(AnalysisCommands, TheFeedAndThumbnailsAreRebuiltOnRequest) {

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <pty.h>
 #include <spawn.h>
 #include <sys/mman.h>
 #include <sys/syscall.h>
@@ -14,6 +15,7 @@
 #include <iterator>
 
 #include "tests/support/TestImages.h"
+#include "tests/support/WaitUntil.h"
 #include "wickerlane/platform/file/Retry.h"
 #include "wickerlane/platform/file/UniqueFd.h"
 #include "wickerlane/protocol/ServiceName.h"
@@ -95,6 +97,10 @@ bool RunningCommand::isRunning() const {
            ended.si_pid == 0;
 }
 
+std::string RunningCommand::output() const {
+    return readFrom(outputFile);
+}
+
 CommandResult RunningCommand::wait() {
     CommandResult result;
     int status = 0;
@@ -113,6 +119,76 @@ RunningCommand::~RunningCommand() {
     }
     close(outputFile);
     close(errorFile);
+}
+
+TerminalCommand::TerminalCommand(const std::vector<std::string> &arguments, unsigned short columns) {
+    std::vector<std::string> words{WICKERLANE_COMMAND};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    std::vector<char *> pointers;
+    for (std::string &word : words)
+        pointers.push_back(word.data());
+    pointers.push_back(nullptr);
+    setenv("TERM", "xterm", 1);
+    const winsize size{.ws_row = 24, .ws_col = columns, .ws_xpixel = 0, .ws_ypixel = 0};
+    pid = forkpty(&terminal, nullptr, nullptr, &size);
+    if (pid == 0) {
+        execv(pointers[0], pointers.data());
+        _exit(127);
+    }
+    EXPECT_GT(pid, 0);
+    fcntl(terminal, F_SETFD, FD_CLOEXEC);
+    // Before that, what is typed may reach no process.
+    const fs::path program = "/proc/" + std::to_string(pid) + "/exe";
+    EXPECT_TRUE(waitUntil([&] {
+        std::error_code gone;
+        const fs::path runs = fs::read_symlink(program, gone);
+        return gone || runs == WICKERLANE_COMMAND;
+    }));
+}
+
+TerminalCommand::~TerminalCommand() {
+    if (pid > 0) {
+        kill(pid, SIGKILL);
+        waitpid(pid, nullptr, 0);
+    }
+    close(terminal);
+}
+
+bool TerminalCommand::readMore() {
+    char buffer[4096];
+    const ssize_t count = retryInterrupted([&] { return read(terminal, buffer, sizeof buffer); });
+    if (count <= 0) // an error when no process has the terminal any more
+        return false;
+    shown.append(buffer, static_cast<std::size_t>(count));
+    return true;
+}
+
+bool TerminalCommand::shows(std::string_view text) {
+    while (shown.find(text) == std::string::npos)
+        if (!readMore())
+            return false;
+    return true;
+}
+
+void TerminalCommand::type(std::string_view text) const {
+    EXPECT_EQ(write(terminal, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+}
+
+CommandResult TerminalCommand::wait() {
+    while (readMore()) {
+    }
+    CommandResult result;
+    int status = 0;
+    if (pid > 0 && waitpid(pid, &status, 0) == pid)
+        result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+    pid = -1;
+    result.output = shown;
+    return result;
+}
+
+CommandResult runShell(const std::string &line) {
+    setenv("WL", WICKERLANE_COMMAND, 1);
+    return RunningCommand::ofProgram({"sh", "-c", line}).wait();
 }
 
 CommandResult run(const std::vector<std::string> &arguments) {

@@ -53,6 +53,8 @@ public:
     [[nodiscard]] pid_t process() const noexcept { return pid; }
     /// False once it has ended by itself.
     [[nodiscard]] bool isRunning() const;
+    /// What it has written so far.
+    [[nodiscard]] std::string output() const;
     /// Blocks until it has ended.
     [[nodiscard]] CommandResult wait();
 
@@ -66,6 +68,34 @@ private:
     int outputFile = -1;
     int errorFile = -1;
 };
+
+/// A command on a terminal of its own, of a width in columns. One thread at a time.
+class TerminalCommand {
+public:
+    explicit TerminalCommand(const std::vector<std::string> &arguments, unsigned short columns = 80);
+    /// Kills it if it still runs.
+    ~TerminalCommand();
+    TerminalCommand(const TerminalCommand &) = delete;
+    TerminalCommand &operator=(const TerminalCommand &) = delete;
+
+    /// Blocks until the terminal has shown a text. False when the command ends before.
+    [[nodiscard]] bool shows(std::string_view text);
+    void type(std::string_view text) const;
+    [[nodiscard]] pid_t process() const noexcept { return pid; }
+    /// Blocks until it has ended. All that was shown is its output.
+    [[nodiscard]] CommandResult wait();
+
+private:
+    /// False at the end.
+    bool readMore();
+
+    pid_t pid = -1;
+    int terminal = -1;
+    std::string shown;
+};
+
+/// Runs a line of the shell, in which $WL is the command.
+CommandResult runShell(const std::string &line);
 
 /// Runs the command to its end.
 CommandResult run(const std::vector<std::string> &arguments);

@@ -1,4 +1,4 @@
-// wickerlane describe
+// wickerlane debug describe
 #include "tests/cli/CommandRun.h"
 
 using namespace wickerlane::test;
@@ -20,22 +20,22 @@ TEST(DescribeCommand, DescribesCountsInALanguage) {
         {{"--language", "en-AU", "--lower-case"}, "no photos or videos\n"},
     };
     for (const Row &row : rows) {
-        std::vector<std::string> arguments{"describe"};
+        std::vector<std::string> arguments{"debug", "describe"};
         arguments.insert(arguments.end(), row.arguments.begin(), row.arguments.end());
         const CommandResult result = run(arguments);
         EXPECT_EQ(result.output, row.text) << result;
         EXPECT_EQ(result.exitCode, 0) << result;
     }
-    EXPECT_EQ(run({"describe", "--photos", "2", "--language", "de-CH", "--json"}).json(),
+    EXPECT_EQ(run({"debug", "describe", "--photos", "2", "--language", "de-CH", "--json"}).json(),
               (nlohmann::json{{"language", "de"}, {"text", "2 Fotos"}}));
 }
 
 TEST(DescribeCommand, RefusesUnknownLanguagesAndWrongCounts) {
-    const CommandResult unknown = run({"describe", "--photos", "1", "--language", "pl"});
+    const CommandResult unknown = run({"debug", "describe", "--photos", "1", "--language", "pl"});
     EXPECT_EQ(unknown.exitCode, 2) << unknown;
     EXPECT_NE(unknown.errors.find("choose one of ar, de, en, fr, ja, pt-BR"), std::string::npos) << unknown;
     for (const char *count : {"-1", "many", "99999999999999999999"})
-        EXPECT_EQ(run({"describe", "--photos", count}).exitCode, 2) << count;
+        EXPECT_EQ(run({"debug", "describe", "--photos", count}).exitCode, 2) << count;
 }
 
 } // namespace

@@ -101,6 +101,29 @@ TEST_F(Commands, LongWorkThatFailsSaysSo) {
     }
 }
 
+TEST_F(Commands, TheDaemonIsStoppedRestartedAndRead) {
+    EXPECT_EQ(run({"daemon", "stop"}).output, "the daemon is not running\n");
+    EXPECT_EQ(run({"daemon", "log"}).exitCode, 4);
+    imported(file("a.jpg", jpegPicture()));
+    const auto process = [] { return run({"daemon", "status", "--json"}).json()["process"]; };
+    const auto first = process();
+    EXPECT_EQ(run({"daemon", "restart"}).exitCode, 0);
+    EXPECT_NE(process(), first);
+    EXPECT_EQ(run({"daemon", "stop"}).exitCode, 0);
+    EXPECT_FALSE(run({"daemon", "status", "--json"}).json()["running"]);
+    const fs::path log = folder.parent_path() / "var/log/wickerlane/org.wickerlane.hoardd.Gatekeeper.log";
+    std::ofstream(log) << "one\ntwo\x1b\nthree\n";
+    EXPECT_EQ(run({"daemon", "log"}).output, "one\ntwo\\x1b\nthree\n");
+    EXPECT_EQ(run({"daemon", "log", "--lines", "1"}).output, "three\n");
+    EXPECT_EQ(run({"daemon", "log", "--lines", "0"}).output, "");
+    RunningCommand following({"daemon", "log", "--follow", "--lines", "0"});
+    ASSERT_TRUE(waitUntil([&] { return catchesInterrupts(following.process()); }));
+    std::ofstream(log, std::ios::app) << "four\n";
+    ASSERT_TRUE(waitUntil([&] { return following.output() == "four\n" || !following.isRunning(); }));
+    kill(following.process(), SIGINT);
+    EXPECT_EQ(following.wait().exitCode, 130);
+}
+
 TEST_F(Commands, LongWorkThatIsInterruptedSaysSo) {
     const std::string picture = file("a.jpg", jpegPicture());
     imported(picture);

@@ -61,7 +61,7 @@ TEST_F(OtherUsers, ReachADeviceOnlyThroughTheDaemonAndByConsent) {
     fs::permissions(second, fs::perms(0600));
     ASSERT_EQ(chown(second.c_str(), other, other), 0);
     file("b.xmp", bytesOf("<metadata/>"));
-    const CommandResult saved = runAs(other, {"import", "--quiet", second});
+    const CommandResult saved = runAs(other, {"import", second});
     EXPECT_EQ(saved.output, "1 file saved\n") << saved;
     EXPECT_EQ(saved.errors, "") << saved;
     const std::string listed = run({"list", "--json"}).output;

@@ -1,4 +1,4 @@
-// wickerlane text
+// wickerlane debug text
 #include "tests/cli/CommandRun.h"
 
 using namespace wickerlane::test;
@@ -55,13 +55,13 @@ TEST_F(TextCommand, ShowsTextsInALanguage) {
         {{}, 2, ""},
     };
     for (const auto &each : cases) {
-        std::vector<std::string> words{"text"};
+        std::vector<std::string> words{"debug", "text"};
         words.insert(words.end(), each.arguments.begin(), each.arguments.end());
         const CommandResult result = run(words);
         EXPECT_EQ(result.exitCode, each.exitCode) << testing::PrintToString(each.arguments) << result;
         EXPECT_EQ(result.output, each.output) << testing::PrintToString(each.arguments);
         EXPECT_EQ(result.errors.empty(), each.exitCode == 0) << result;
     }
-    EXPECT_EQ(run({"text", "SELECT", "--json", "-l", "de-AT"}).json(),
+    EXPECT_EQ(run({"debug", "text", "SELECT", "--json", "-l", "de-AT"}).json(),
               (nlohmann::json{{"key", "SELECT"}, {"text", "Auswählen"}, {"languages", {"de", "en"}}}));
 }

@@ -20,7 +20,7 @@ def view(tmp_path_factory: pytest.TempPathFactory, pictures: list[pathlib.Path])
     library.command('import', '-q', *pictures)
     served = View(library)
     yield served
-    assert served.end() == 0
+    assert served.end() == 130
     library.end_daemon()
 
 

@@ -1,0 +1,20 @@
+// Making albums, and putting assets into them.
+#ifndef CLI_ALBUMS_H
+#define CLI_ALBUMS_H
+
+#include <string>
+
+#include "wickerlane/model/Result.h"
+#include "wickerlane/platform/object/URL.h"
+
+namespace wickerlane::cli {
+
+/// Creates an album, and gives its URL.
+Result<std::string> createAlbum(const std::string &name);
+
+/// `what` names the asset in the problem.
+Result<> addToAlbum(URL *assetURL, const std::string &albumUUID, const std::string &what);
+
+} // namespace wickerlane::cli
+
+#endif
