@@ -13,6 +13,7 @@
 #include <string_view>
 #include <vector>
 
+#include "cli/Completion.h"
 #include "cli/Help.h"
 #include "cli/Interrupt.h"
 #include "cli/Output.h"
@@ -140,6 +141,14 @@ int run(int argc, char **argv) {
         if (!help)
             return static_cast<int>(report(help.error()));
         printText(*help);
+        return 0;
+    }
+    if (std::string_view(argv[1]) == "complete") {
+        const std::vector<std::string> words(argv + 2, argv + argc);
+        for (std::size_t i = 0; i + 2 < words.size(); ++i)
+            if (words[i] == "--root")
+                useRoot(words[i + 1]);
+        printCompletions(app, words);
         return 0;
     }
     try {

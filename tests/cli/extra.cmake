@@ -1,5 +1,6 @@
 find_package(nlohmann_json REQUIRED)
 target_compile_definitions(cli_tests PRIVATE
+    BASH_COMPLETION="${PROJECT_SOURCE_DIR}/cli/completion/wickerlane.bash"
     HELLO_EXAMPLE="$<TARGET_FILE:hello>"
     WICKERLANE_COMMAND="$<TARGET_FILE:wickerlane_command>" HOARDD_PROGRAM="$<TARGET_FILE:hoardd>")
 target_link_libraries(cli_tests PRIVATE test_images nlohmann_json::nlohmann_json)
