@@ -1,5 +1,7 @@
 find_package(nlohmann_json REQUIRED)
 target_compile_definitions(cli_tests PRIVATE
+    JSON_SCHEMA="${PROJECT_SOURCE_DIR}/cli/wickerlane.schema.json"
+    CHECK_SCHEMA="${CMAKE_CURRENT_LIST_DIR}/check_schema.py"
     BASH_COMPLETION="${PROJECT_SOURCE_DIR}/cli/completion/wickerlane.bash"
     HELLO_EXAMPLE="$<TARGET_FILE:hello>"
     WICKERLANE_COMMAND="$<TARGET_FILE:wickerlane_command>" HOARDD_PROGRAM="$<TARGET_FILE:hoardd>")
