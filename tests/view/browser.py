@@ -71,6 +71,13 @@ class Browser:
     def one_or_none(self, selector: str) -> WebElement | None:
         return next((each for each in self.all(selector) if each.is_displayed()), None)
 
+    def click(self, selector: str) -> None:
+        """Also when the page is just showing it anew."""
+        def press() -> bool:
+            self.one(selector).click()
+            return True
+        self.wait(press, f'{selector} can not be clicked')
+
     def named(self, name: str, within: str = 'body') -> WebElement:
         """The visible button or link of that accessible name or text."""
         def find() -> WebElement | None:

@@ -28,6 +28,11 @@ class Photos:
         for index, (width, height) in enumerate(SIZES):
             colours = ':'.join(f'c{each}=0x{(0x2A6F97 * (index * 3 + each + 1)) & 0xFFFFFF:06X}' for each in range(4))
             source = f'gradients=size={width}x{height}:nb_colors=4:seed={index + 1}:{colours}'
+            # A mere gradient has nothing by which its duplicates could be found.
+            for box in range(6):
+                left, top = (index * 5 + box * 7) % 11 / 12, (box * 5 + index) % 7 / 8
+                source += (f',drawbox=x=iw*{left:.3f}:y=ih*{top:.3f}:w=iw*{0.08 + 0.03 * box:.2f}:'
+                           f'h=ih*{0.3 - 0.03 * box:.2f}:color={"black" if box % 2 else "white"}@0.5:t=fill')
             path = folder / f'template-{index}.jpg'
             subprocess.run(['ffmpeg', '-nostdin', '-v', 'error', '-f', 'lavfi', '-i', source, '-frames:v', '1', path],
                            check=True)
@@ -46,6 +51,7 @@ class Photos:
         """A video of two seconds that browsers play."""
         path = self.folder / name
         source = 'testsrc2=size=320x240:rate=10:duration=2'
-        subprocess.run(['ffmpeg', '-nostdin', '-v', 'error', '-f', 'lavfi', '-i', source, '-c:v', 'libx264', '-pix_fmt', 'yuv420p', '-movflags', '+faststart',
+        coding = ['-c:v', 'libx264', '-pix_fmt', 'yuv420p', '-movflags', '+faststart']
+        subprocess.run(['ffmpeg', '-nostdin', '-v', 'error', '-f', 'lavfi', '-i', source, *coding,
                         '-metadata', f'creation_time={date}', path], check=True)
         return path

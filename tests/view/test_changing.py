@@ -1,6 +1,8 @@
 """Finding and changing things: search, albums, importing, the trash."""
 
 import pathlib
+import zipfile
+from collections.abc import Callable
 
 from browser import CONTROL, DELETE, ENTER, ESCAPE, SHIFT, Browser
 from conftest import COUNT
@@ -44,7 +46,7 @@ def test_an_album_is_made_of_a_selection_and_changed(page: Browser) -> None:
     page.toast('3 items added to “Lakes”')
     page.named('Albums', 'nav').click()
     page.wait(lambda: 'Lakes' in page.one('.album').text and '3 items' in page.one('.album').text, 'no album')
-    page.one('.album').click()
+    page.click('.album')
     page.wait(lambda: len(page.cells()) == 3 and page.wait_for_grid(), 'the album does not show its photos')
     page.click_with(CONTROL, page.cell(0))
     page.named('Remove from the album', '.selection-bar').click()
@@ -133,11 +135,23 @@ def test_dates_are_shifted_and_shifted_back(page: Browser) -> None:
               'the date is not restored')
 
 
-def test_an_original_is_downloaded(page: Browser, tmp_path: pathlib.Path) -> None:
+def test_originals_are_exported(page: Browser, tmp_path: pathlib.Path) -> None:
     page.driver.execute_cdp_cmd('Browser.setDownloadBehavior', {'behavior': 'allow', 'downloadPath': str(tmp_path)})
+
+    def downloaded(ending: str) -> Callable[[], pathlib.Path | None]:
+        return lambda: next((each for each in tmp_path.glob(f'*{ending}')), None)
+
+    page.click_with(CONTROL, page.cell(0))
+    page.click_with(CONTROL, page.cell(1))
+    page.named('Download', '.selection-bar').click()
+    archive = page.wait(downloaded('.zip'), 'no archive')
+    assert archive is not None
+    names = zipfile.ZipFile(archive).namelist()
+    assert len(names) == 2 and all(name.endswith('.JPG') for name in names)
+    page.press(ESCAPE)
     page.cell(0).click()
-    page.named('Download').click()
-    page.wait(lambda: [*tmp_path.glob('IMG_*.JPG')], 'no photo')
+    page.named('Download', '.viewer').click()
+    page.wait(downloaded('.JPG'), 'no photo')
 
 
 def test_all_photos_of_the_library_are_counted(page: Browser) -> None:

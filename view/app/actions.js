@@ -1,7 +1,7 @@
 // What is done with assets, from wherever it is asked for. Each says how it ended, and gives false or null when it failed.
 
 import * as api from './api.js';
-import {askAlbum, askShift, askText} from './dialogs.js';
+import {askAlbum, askShift, askText, askVersion} from './dialogs.js';
 import {fail, say} from './status.js';
 import {t} from './texts.js';
 
@@ -63,13 +63,15 @@ function follow(address) {
     link.remove();
 }
 
-/** Hands one asset to the browser's downloads as it is, several as an archive. */
-export const download = (assets, isEdited) => attempt(async () => {
+/** Hands one asset to the browser's downloads as it is, several as an archive. Asks which version, if some have two. */
+export const download = (assets) => attempt(async () => {
+    const version = assets.some(({edited}) => edited) ? await askVersion() : 'original';
+    if (version === null)
+        return false;
     if (assets.length === 1) {
-        follow(api.media(assets[0], isEdited && assets[0].edited ? 'edited' : 'original', {download: 1}));
+        follow(api.media(assets[0], version, {download: 1}));
         return true;
     }
-    const version = isEdited ? 'edited' : 'original';
     const {href} = await api.post('/api/export', {ids: assets.map(({id}) => id), version});
     follow(href);
     return true;

@@ -77,6 +77,7 @@ export class AlbumsPage {
             if (album)
                 location.hash = `#/album/${album.id}`;
         };
+        const focused = this.element.contains(document.activeElement) && document.activeElement.getAttribute('href');
         this.element.replaceChildren(
             el('div', {class: 'page-head'}, el('h1', {}, t('albums')),
                this.isFixed ? null : textButton(t('album.new'), create, {class: 'button primary'})),
@@ -86,6 +87,8 @@ export class AlbumsPage {
                 el('ul', {class: 'albums'}, ...shared.map(albumLink))] : []),
             ...(bulletins.length > 0 ? [el('h2', {}, t('bulletins')), el('ul', {class: 'bulletins'},
                 ...bulletins.map((each) => bulletin(each, this.isFixed, again)))] : []));
+        if (focused)
+            this.element.querySelector(`a[href="${focused}"]`)?.focus();
     }
 }
 

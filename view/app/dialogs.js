@@ -60,17 +60,16 @@ export async function askShift() {
     return seconds || null;
 }
 
-/** The ID of an album, "new" for one that is to be made, or null. */
-export function askAlbum(albums) {
+/** Which of several things is chosen: its value, or null. Each is {value, text, isFirst}. */
+function choose(title, choices) {
     return new Promise((resolve) => {
         const end = (value) => {
-            dialog.close();
             resolve(value);
+            dialog.close();
         };
-        const choices = albums.map(({id, title}) => textButton(title, () => end(id), {class: 'button choice'}));
-        const dialog = el('dialog', {'aria-label': t('album.add')}, el('h2', {}, t('album.add')),
-            el('div', {class: 'choices'}, textButton(t('album.new'), () => end('new'), {class: 'button choice accent'}),
-               ...choices),
+        const buttons = choices.map(({value, text, isFirst}) =>
+            textButton(text, () => end(value), {class: isFirst ? 'button choice accent' : 'button choice'}));
+        const dialog = el('dialog', {'aria-label': title}, el('h2', {}, title), el('div', {class: 'choices'}, ...buttons),
             el('div', {class: 'dialog-buttons'}, textButton(t('cancel'), () => end(null), {class: 'button quiet'})));
         dialog.addEventListener('close', () => {
             dialog.remove();
@@ -81,6 +80,15 @@ export function askAlbum(albums) {
         dialog.showModal();
     });
 }
+
+/** The ID of an album, "new" for one that is to be made, or null. */
+export const askAlbum = (albums) => choose(t('album.add'), [
+    {value: 'new', text: t('album.new'), isFirst: true},
+    ...albums.map(({id, title}) => ({value: id, text: title}))]);
+
+/** "original", "edited" or null. */
+export const askVersion = () => choose(t('download'), ['original', 'edited'].map((value) =>
+    ({value, text: t(`download.${value}`)})));
 
 export function showHelp(isFixed) {
     const change = isFixed ? [] : [

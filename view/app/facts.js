@@ -1,6 +1,7 @@
 // The panel of facts beside a large picture, and what can be set there.
 
 import {el, icon, iconButton} from './dom.js';
+import {addressOf} from './route.js';
 import {bytes, moment, number, place, t} from './texts.js';
 
 function exposure({exposureSeconds, aperture, isoSpeed, focalLength}) {
@@ -36,10 +37,9 @@ function rating(asset, isFixed, onSet) {
 }
 
 /**
- * Fills the panel. `onSet` gets details that were changed, `onGo` an address within the page, `onCopy` a text; with
- * `isFixed` nothing can be set.
+ * Fills the panel. `onSet` gets details that were changed, `onCopy` a text; with `isFixed` nothing can be set.
  */
-export function showFacts(panel, asset, {isFixed, onSet, onGo, onCopy}) {
+export function showFacts(panel, asset, {isFixed, onSet, onCopy}) {
     const field = (key, value, input) => {
         input.value = value;
         input.disabled = isFixed;
@@ -47,6 +47,7 @@ export function showFacts(panel, asset, {isFixed, onSet, onGo, onCopy}) {
             input.value.split(/[,،、]/).map((word) => word.trim()).filter(Boolean) : input.value.trim()}));
         return el('label', {class: 'field'}, el('span', {}, t(key)), input);
     };
+    const search = (query, text, title) => el('a', {href: addressOf({name: 'photos', query}), title}, text);
     const where = asset.place;
     const coordinates = where ? `${where.latitude.toFixed(5)},${where.longitude.toFixed(5)}` : '';
     panel.replaceChildren(
@@ -58,24 +59,16 @@ export function showFacts(panel, asset, {isFixed, onSet, onGo, onCopy}) {
         rating(asset, isFixed, (stars) => onSet({rating: stars})),
         el('dl', {},
             asset.problem ? fact(t('fact.problem'), asset.problem) : null,
-            fact(t('fact.camera'), asset.camera),
+            asset.camera ? fact(t('fact.camera'), search(`camera:"${asset.camera}"`, asset.camera, t('fact.same'))) : null,
             fact(t('fact.lens'), asset.lens),
             fact(t('fact.exposure'), exposure(asset)),
             where ? fact(t('fact.place'),
-                         el('a', {href: `#/photos?q=${encodeURIComponent(`near:${coordinates}`)}`,
-                                  title: t('fact.near'),
-                                  on: {click: (event) => {
-                                      event.preventDefault();
-                                      onGo('photos', `near:${coordinates}`);
-                                  }}}, place(where, 4)),
+                         search(`near:${coordinates}`, place(where, 4), t('fact.near')),
                          iconButton('copy', t('copy.place'), () => onCopy(coordinates), {class: 'icon-button small'})) : null,
             fact(t('fact.size'), [asset.width ? `\u2066${number(asset.width)} × ${number(asset.height)}\u2069` : '',
                                   asset.bytes ? bytes(asset.bytes) : ''].filter(Boolean).join('   ')),
             fact(t('fact.format'), asset.format),
             fact(t('fact.file'), asset.file ? el('span', {class: 'path'}, asset.file) : null),
-            asset.albums?.length ? fact(t('albums'), ...asset.albums.map(({id, title}) => el('a', {
-                class: 'album-link', href: `#/album/${id}`, on: {click: (event) => {
-                    event.preventDefault();
-                    onGo(`album/${id}`, '');
-                }}}, title))) : null));
+            asset.albums?.length ? fact(t('albums'), ...asset.albums.map(({id, title}) =>
+                el('a', {class: 'album-link', href: addressOf({name: 'album', id})}, title))) : null));
 }

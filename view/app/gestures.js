@@ -119,7 +119,6 @@ export class Gestures {
         this.#press = setTimeout(() => {
             end();
             this.#ignoresClick = true;
-            navigator.vibrate?.(10);
             this.toggle(index);
         }, longPress);
     }

@@ -13,7 +13,7 @@ import {forgetPlaces} from './places.js';
 import {addressOf, currentRoute} from './route.js';
 import {parse, without} from './search.js';
 import {Selection} from './selection.js';
-import {SelectionBar, Shell} from './shell.js';
+import {SelectionBar, Shell, suggestions} from './shell.js';
 import {Source} from './source.js';
 import {explain, showAway, statusElements} from './status.js';
 import {loadTexts, monthNames, t} from './texts.js';
@@ -25,6 +25,11 @@ const searchAfter = 250;
 const followAfter = 300;
 const showLoadingAfter = 250;
 const firstAssets = 60;
+const retryAfter = 2000;
+const leastBetweenStale = 5000;
+
+/** Whether it may succeed when it is asked for again. */
+const isPassing = ({code, status}) => code === 'noServer' || status === 503;
 
 class Page {
     #albums = [];
@@ -56,6 +61,7 @@ class Page {
     }
 
     #listen() {
+        const refresh = debounced(() => this.refresh(), followAfter);
         const search = debounced((text) => this.#search(text, false), searchAfter);
         this.shell.addEventListener('search', ({detail: {text, isFinal}}) => {
             search.cancel();
@@ -69,14 +75,15 @@ class Page {
         this.shell.addEventListener('skip', () => this.#enter());
         this.viewer.addEventListener('shown', ({detail}) => this.#viewed(detail));
         this.viewer.addEventListener('closed', () => this.#closed());
-        this.viewer.addEventListener('go', ({detail: {route, query}}) => {
-            const [name, id] = route.split('/');
-            location.hash = addressOf({name, id, query});
+        let lastStale = -Infinity;
+        this.timeline.addEventListener('stale', () => {
+            if (performance.now() - lastStale < leastBetweenStale)
+                return;
+            lastStale = performance.now();
+            refresh();
         });
-        this.timeline.addEventListener('stale', debounced(() => this.refresh(), followAfter));
         addEventListener('hashchange', () => this.show());
         document.addEventListener('keydown', (event) => this.#key(event));
-        const refresh = debounced(() => this.refresh(), followAfter);
         const changes = new Changes();
         changes.addEventListener('changed', refresh);
         api.changes.addEventListener('made', refresh);
@@ -202,8 +209,9 @@ class Page {
             if (error.name === 'AbortError')
                 return;
             this.timeline.setMessage(el('p', {}, explain(error)));
-            // What is asked for again later is shown then.
             this.#shown = '';
+            if (isPassing(error))
+                setTimeout(() => this.#shown === '' && this.show(), retryAfter);
         }
     }
 
@@ -249,10 +257,7 @@ class Page {
 
     /** Filters that can be added with a click. */
     #suggestions(filter) {
-        const all = [['kind', 'kind:video', 'chip.video'], ['favourite', 'favourite:yes', 'chip.favourite'],
-                     ['edited', 'edited:yes', 'chip.edited'], ['problem', 'problem:yes', 'chip.problem'],
-                     ['hidden', 'hidden:yes', 'chip.hidden']];
-        return all.filter(([key]) => !(key in filter)).map(([, raw, text]) => textButton(t(text), () => {
+        return suggestions.filter(({key}) => !(key in filter)).map(({raw, text}) => textButton(t(text), () => {
             this.shell.input.value = `${this.shell.input.value.trim()} ${raw}`.trim();
             this.#search(this.shell.input.value, false);
         }, {class: 'suggestion'}));
@@ -263,17 +268,16 @@ class Page {
             if (await work(selection.ids))
                 selection.clear();
         };
-        const both = [['download', 'download.original', (selection) => actions.download(selection.assets, false)],
-                      ['compare', 'download.edited', (selection) => actions.download(selection.assets, true)]];
+        const always = [['download', 'download', (selection) => actions.download(selection.assets)]];
         if (this.isFixed)
-            return both;
+            return always;
         return [
             ['plus', 'album.add', then(actions.addToAlbum)],
             ...(name === 'album' ? [['minus', 'album.remove', then((ids) => actions.removeFrom(id, ids))]] : []),
             ['heart', 'favourite.set', (selection) => this.#toggleAll(selection, 'favourite')],
             ['clock', 'shift.title', then(actions.shiftDates)],
             ['hide', 'hide', (selection) => this.#toggleHidden(selection)],
-            ...both,
+            ...always,
             ['trash', 'delete', () => this.#remove()],
         ];
     }
@@ -317,10 +321,13 @@ class Page {
         if (!asset)
             return;
         this.#opening = index;
+        this.#isPushed = true;
         location.hash = addressOf({...currentRoute(), open: asset.id});
     }
 
     #opening = -1;
+    /** Whether the large view is one step further than what is behind it. */
+    #isPushed = false;
 
     /** Opens or closes the large view as the address says. */
     async #showLarge(id) {
@@ -365,8 +372,11 @@ class Page {
     #closed() {
         this.#hold(false);
         const route = currentRoute();
-        if (route.open)
+        if (route.open && this.#isPushed)
+            history.back();
+        else if (route.open)
             history.replaceState(null, '', addressOf({...route, open: ''}));
+        this.#isPushed = false;
         if (this.timeline.element.isConnected && this.timeline.source?.count > 0)
             this.timeline.focus(this.timeline.current);
     }
@@ -418,17 +428,30 @@ async function loadedSource() {
     return source;
 }
 
+/** Tries until it succeeds, unless this browser is not let in. */
+async function openSession() {
+    const message = el('p', {class: 'empty'});
+    for (;;) {
+        try {
+            const session = await api.get('/api/session');
+            message.remove();
+            return session;
+        } catch (error) {
+            await loadTexts('en').catch(() => {});
+            message.textContent = explain(error);
+            document.body.append(message);
+            if (!isPassing(error))
+                throw error;
+        }
+        await new Promise((resolve) => setTimeout(resolve, retryAfter));
+    }
+}
+
 async function begin() {
-    let session;
     // What most often comes first is asked for meanwhile.
     const first = currentRoute().name === 'photos' && !currentRoute().query ? loadedSource() : null;
-    try {
-        session = await api.get('/api/session');
-    } catch (error) {
-        await loadTexts('en').catch(() => {});
-        document.body.append(el('p', {class: 'empty'}, explain(error)));
-        return;
-    }
+    first?.catch(() => {});
+    const session = await openSession();
     api.setToken(session.token);
     await loadTexts(session.language);
     document.body.classList.toggle('fixed', session.readOnly);

@@ -1,9 +1,18 @@
 // The frame of the page: bar, navigation, search box, and the bar for what is selected.
 
 import {el, icon, iconButton} from './dom.js';
-import {t} from './texts.js';
+import {number, t} from './texts.js';
 
 const places = ['photos', 'albums', 'duplicates', 'trash'];
+
+/** Filters that are offered: `raw` is what one would write for it. */
+export const suggestions = [
+    {key: 'kind', raw: 'kind:video', text: 'chip.video'},
+    {key: 'favourite', raw: 'favourite:yes', text: 'chip.favourite'},
+    {key: 'edited', raw: 'edited:yes', text: 'chip.edited'},
+    {key: 'problem', raw: 'problem:yes', text: 'chip.problem'},
+    {key: 'hidden', raw: 'hidden:yes', text: 'chip.hidden'},
+];
 
 export class Shell extends EventTarget {
     /** Emits `search` with {text, isFinal}, `import` and `help`. */
@@ -17,6 +26,12 @@ export class Shell extends EventTarget {
                                           if (event.key === 'Enter')
                                               tell('search', {text: this.input.value, isFinal: true});
                                       }}});
+        this.hints = el('div', {class: 'search-hints'}, el('p', {class: 'quiet-text'}, t('search.hint')),
+            ...suggestions.map(({raw, text}) => el('button', {type: 'button', class: 'suggestion', on: {click: () => {
+                this.input.value = raw;
+                this.input.focus();
+                tell('search', {text: raw, isFinal: false});
+            }}}, t(text))));
         this.links = new Map(places.map((name) => [name, el('a', {href: `#/${name}`, class: 'nav-link'}, icon(name),
                                                             el('span', {}, t(name)))]));
         this.main = el('main', {id: 'main'});
@@ -24,7 +39,7 @@ export class Shell extends EventTarget {
             el('a', {class: 'brand', href: '#/photos', 'aria-label': t('app.name')},
                el('img', {src: '/icon.svg', alt: '', width: '28', height: '28'})),
             el('nav', {class: 'nav', 'aria-label': t('navigation')}, ...this.links.values()),
-            el('div', {class: 'search', role: 'search'}, icon('search'), this.input),
+            el('div', {class: 'search', role: 'search'}, icon('search'), this.input, this.hints),
             el('div', {class: 'bar-tools'},
                 isFixed ? null : iconButton('import', t('import'), () => tell('import')),
                 iconButton('help', t('help'), () => tell('help'), {class: 'icon-button help-button'})));
@@ -67,6 +82,8 @@ export class SelectionBar {
 
     #show() {
         this.element.hidden = this.selection.size === 0;
-        this.count.textContent = this.selection.size > 0 ? t('selected', {n: this.selection.size}) : '';
+        const n = this.selection.size;
+        this.count.replaceChildren(...(n === 0 ? [] : [
+            el('span', {class: 'words'}, t('selected', {n})), el('span', {class: 'number', 'aria-hidden': 'true'}, number(n))]));
     }
 }

@@ -26,7 +26,7 @@ function remember(name, isOn) {
 
 /**
  * Shows assets of a source one at a time. `actions` has what is done with them: set, rotate, revert, remove, download,
- * say, fail. Emits `shown` with {asset, index}, `closed`, and `go` with {route, query}.
+ * copy, fail. Emits `shown` with {asset, index}, and `closed`.
  */
 export class Viewer extends EventTarget {
     #asset = null;
@@ -57,7 +57,7 @@ export class Viewer extends EventTarget {
             el('div', {class: 'viewer-bar'},
                 iconButton('close', t('close'), () => this.close()), this.title,
                 el('div', {class: 'viewer-tools'}, this.favourite, this.turnButton, this.compareButton, this.revertButton,
-                    iconButton('download', t('download'), () => this.actions.download([this.#asset], this.#asset.edited)),
+                    iconButton('download', t('download'), () => this.actions.download([this.#asset])),
                     change('trash', 'delete', () => this.#remove()), this.infoButton)),
             el('div', {class: 'viewer-body'},
                 el('div', {class: 'viewer-stage'}, this.stage, this.problem, this.previous, this.next), this.panel));
@@ -312,7 +312,6 @@ export class Viewer extends EventTarget {
         showFacts(this.panel, this.#facts, {
             isFixed: this.isFixed,
             onSet: (details) => this.#set(details),
-            onGo: (route, query) => this.dispatchEvent(new CustomEvent('go', {detail: {route, query}})),
             onCopy: (text) => this.actions.copy(text),
         });
     }
