@@ -96,6 +96,11 @@ TEST_F(Selections, QueriesHaveEveryFilter) {
     ASSERT_EQ(both.size(), 1U) << both;
     EXPECT_EQ(both[0]["uuid"], jpeg);
     EXPECT_EQ(run({"list", "--favourite=no", "--json"}).json()[0]["uuid"], png);
+    EXPECT_EQ(run({"count", "--where", "rating=4"}).output, "1 photo, 0 videos\n");
+    EXPECT_EQ(run({"count", "--kind", "video"}).output, "0 photos, 0 videos\n");
+    EXPECT_EQ(run({"count", "--favourite=no", "--json"}).json(),
+              (nlohmann::json{{"photos", 1}, {"videos", 0}}));
+    EXPECT_EQ(run({"count", "--where", "kind=film"}).exitCode, 2);
     EXPECT_EQ(run({"find", "by", "SEA", "--json"}).json()[0]["uuid"], jpeg);
     EXPECT_EQ(run({"find", "by", "land", "--json"}).json().size(), 0U);
 

@@ -3,7 +3,7 @@ import json
 import pathlib
 import sys
 
-import jsonschema
+import jsonschema  # type: ignore
 
 schema = json.loads(pathlib.Path(sys.argv[1]).read_text())
 faults = 0
