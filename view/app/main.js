@@ -36,6 +36,8 @@ class Page {
     #first;
     #loading = null;
     #shown = '';
+    /** Until the page that is shown has what it shows. */
+    #showing = Promise.resolve();
     #months = monthNames();
 
     /** `first` is a promise of the source that is shown first, if that is of all assets. */
@@ -155,8 +157,10 @@ class Page {
             this.selection.clear();
             if (!route.open && this.viewer.isOpen)
                 this.viewer.close();
-            await (isTimeline ? this.#showTimeline(route) : this.#showPage(this.pages[route.name], t(route.name)));
+            this.#showing = isTimeline ? this.#showTimeline(route)
+                                       : this.#showPage(this.pages[route.name], t(route.name));
         }
+        await this.#showing;
         await this.#showLarge(currentRoute().open);
     }
 
