@@ -7,7 +7,7 @@ import os
 import queue
 import sys
 
-wickerlane = ctypes.CDLL(os.environ.get('WICKERLANE_LIBRARY', 'libwickerlane.so.0'))
+wickerlane = ctypes.CDLL(os.environ.get('WICKERLANE_LIBRARY', 'libwickerlane.so.1'))
 
 # Without types Python would treat results as 32-bit numbers.
 WORK = ctypes.CFUNCTYPE(None, ctypes.c_void_p)

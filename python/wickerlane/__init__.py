@@ -8,7 +8,7 @@
         for asset in library.assets(kind='photo', newest_first=True):
             print(asset.uuid, asset.date, asset.original_filename)
 
-The package calls the C functions of `libwickerlane.so.0`, or of the library that the environment variable
+The package calls the C functions of `libwickerlane.so.1`, or of the library that the environment variable
 WICKERLANE_LIBRARY names. The library of photos is below WICKERLANE_ROOT if that is set, else in the user's data
 folder."""
 

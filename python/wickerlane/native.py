@@ -29,7 +29,7 @@ def library_file(name: str) -> str:
 
 
 def _load() -> ctypes.CDLL:
-    name = os.environ.get('WICKERLANE_LIBRARY') or library_file('libwickerlane.so.0')
+    name = os.environ.get('WICKERLANE_LIBRARY') or library_file('libwickerlane.so.1')
     try:
         return ctypes.CDLL(name)
     except OSError as error:

@@ -213,7 +213,7 @@ TEST(JXPictorama, IsInstalledWhenItsEntryExistsOrNothingKnows) {
 
     // A copy of the library without the application-services library beside it.
     fs::create_directory(root() / "alone");
-    fs::create_symlink(WICKERLANE_LIBRARY, root() / "alone/libwickerlane.so.0");
+    fs::create_symlink(WICKERLANE_LIBRARY, root() / "alone/libwickerlane.so.1");
     Environment alone{
         {"XDG_DATA_HOME", root()}, {"XDG_DATA_DIRS", root()}, {"LD_LIBRARY_PATH", root() / "alone"}};
     EXPECT_EQ(answersOf("any", alone).at("pictorama"), 1);

@@ -11,7 +11,7 @@
 
 With pytest, `pytest_plugins = ['wickerlane.testing.pytest_plugin']` gives the fixture `scripted_daemon`.
 
-The package calls the C functions of `libwickerlane-testing.so.0`, which is looked for beside the library that
+The package calls the C functions of `libwickerlane-testing.so.1`, which is looked for beside the library that
 WICKERLANE_LIBRARY names, if that is set."""
 
 from .daemon import Request, ScriptedDaemon, operations

@@ -11,7 +11,7 @@ _POINTER, _TEXT, _ERROR = c_void_p, c_char_p, ctypes.POINTER(c_void_p)
 
 
 def _load() -> ctypes.CDLL:
-    name = library_file('libwickerlane-testing.so.0')
+    name = library_file('libwickerlane-testing.so.1')
     try:
         return ctypes.CDLL(name)
     except OSError as error:
