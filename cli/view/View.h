@@ -19,9 +19,9 @@ struct ViewOptions {
 /// Prints the address and serves it until Ctrl-C. Sets how that ended.
 using ServeView = void(const ViewOptions &options, Result<ExitCode> &ended);
 
-/// The function of the module, and the module's file, which is beside libwickerlane.so.
+/// The function of the module, and the module's file from the folder of libwickerlane.so on.
 inline constexpr const char *serveViewName = "wickerlane_serve_view";
-inline constexpr const char *viewModuleName = "wickerlane-view.so";
+inline constexpr const char *viewModuleName = "wickerlane/wickerlane-view.so";
 
 } // namespace wickerlane::cli
 
