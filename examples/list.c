@@ -1,4 +1,6 @@
 // Lists all assets by date, a page at a time: list [ASSETS IN A PAGE]
+#define _POSIX_C_SOURCE 200809L // standard C alone lacks functions that it uses
+
 #include <stdio.h>
 #include <stdlib.h>
 #include <time.h>

@@ -1,4 +1,6 @@
 // Saves a photo, and tries again when that may help: retry PHOTO
+#define _POSIX_C_SOURCE 200809L // standard C alone lacks functions that it uses
+
 #include <stdio.h>
 #include <stdlib.h>
 #include <time.h>
