@@ -219,11 +219,12 @@ def test_changes_are_told_while_pictures_are_served(view: View) -> None:
 
 
 def test_a_daemon_that_is_killed_comes_back(view: View, library: Library) -> None:
-    before = assets_of(view)
+    before = [each['id'] for each in assets_of(view)]
     for _ in range(3):
         library.end_daemon(signal.SIGKILL)
-        assert assets_of(view) == before
-        assert view.get(f'/media/{before[0]["id"]}/small').status == 200
+        # A daemon that was killed makes the pictures that were due again: they may have another version.
+        assert [each['id'] for each in assets_of(view)] == before
+        assert view.get(f'/media/{before[0]}/small').status == 200
 
 
 def test_it_ends_at_once_while_pages_wait(library: Library) -> None:
