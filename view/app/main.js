@@ -111,8 +111,12 @@ class Page {
             }
             return;
         }
-        if (this.viewer.isOpen && event.key !== '?')
+        if (this.viewer.isOpen && event.key !== '?') {
+            // A button that has had its use, such as the one that reverts, takes the focus with it.
+            if (event.target === document.body)
+                this.viewer.key(event);
             return;
+        }
         const keys = {
             '/': () => this.shell.input.focus(),
             '?': () => showHelp(this.isFixed),

@@ -53,7 +53,7 @@ export class Viewer extends EventTarget {
         this.panel = el('aside', {class: 'facts', 'aria-label': t('facts'), hidden: true});
         this.problem = el('p', {class: 'stage-problem', hidden: true});
         this.element = el('div', {class: 'viewer', role: 'dialog', 'aria-modal': 'true', 'aria-label': t('viewer.name'),
-                                  tabindex: '-1', hidden: true, on: {keydown: (event) => this.#key(event)}},
+                                  tabindex: '-1', hidden: true, on: {keydown: (event) => this.key(event)}},
             el('div', {class: 'viewer-bar'},
                 iconButton('close', t('close'), () => this.close()), this.title,
                 el('div', {class: 'viewer-tools'}, this.favourite, this.turnButton, this.compareButton, this.revertButton,
@@ -380,7 +380,8 @@ export class Viewer extends EventTarget {
         this.actions.remove([this.#asset.id]);
     }
 
-    #key(event) {
+    /** Does what a key is for while this is open. */
+    key(event) {
         if (event.key === 'Tab') {
             this.#keepFocus(event);
             return;
