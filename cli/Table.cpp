@@ -39,7 +39,7 @@ void forEachCharacter(std::string_view text, const Use &use) {
         uselocale(before);
 }
 
-/// A text of at most so many places.
+/// The beginning of a text that fits into `places` columns, with an ellipsis when something is left out.
 std::string cut(const std::string &text, std::size_t places) {
     if (widthOf(text) <= places)
         return text;

@@ -1,4 +1,4 @@
-// What the service manager that started this process is told of it.
+// Reports the state of this process to the service manager that started it.
 #ifndef HOARDD_SERVICEMANAGER_H
 #define HOARDD_SERVICEMANAGER_H
 

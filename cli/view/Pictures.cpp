@@ -41,8 +41,9 @@ std::optional<std::uint64_t> takeNumber(std::string_view &text) {
     return number;
 }
 
-/// What "bytes=0-499", "bytes=500-" or "bytes=-500" asks for of so many bytes; no bytes when there are none
-/// of those. Nothing for what is to be answered with the whole file, such as several ranges.
+/// The range that a header such as "bytes=0-499", "bytes=500-" or "bytes=-500" asks for, of a file of `total`
+/// bytes; an empty range when it lies outside the file. Nothing for a header that is answered with the whole
+/// file, such as one with several ranges.
 std::optional<Span> spanIn(std::string_view header, std::uint64_t total) {
     constexpr std::string_view unit = "bytes=";
     if (!header.starts_with(unit))

@@ -10,8 +10,8 @@
 
 namespace wickerlane::cli::view {
 
-/// A JPEG picture turned clockwise by so many quarters, 1 to 3: without loss if its size allows, else encoded
-/// again. Keeps what its file says besides, such as its colour profile.
+/// A JPEG picture turned clockwise by 1 to 3 quarters: without loss if its size allows, else encoded again.
+/// The metadata of its file, such as the colour profile, is kept.
 Result<std::vector<std::byte>> turnedJPEG(Bytes picture, int quarters);
 
 } // namespace wickerlane::cli::view

@@ -72,7 +72,7 @@ class Browser:
         return next((each for each in self.all(selector) if each.is_displayed()), None)
 
     def click(self, selector: str) -> None:
-        """Also when the page is just showing it anew."""
+        """Tries again when the page replaces the element at that moment."""
         def press() -> bool:
             self.one(selector).click()
             return True

@@ -207,7 +207,7 @@ def test_changes_are_told_while_pictures_are_served(view: View) -> None:
         each.start()
     assert view.get(f'/media/{asset}/small').status == 200
     deadline = time.monotonic() + 60
-    while waiting and time.monotonic() < deadline: # one that comes late is told of the next change
+    while waiting and time.monotonic() < deadline: # a request that comes late gets the next change
         view.change('/api/assets/set', {'ids': [asset], 'details': {'rating': int(time.monotonic()) % 6}})
         for each in waiting:
             each.join(0.1)
