@@ -2,20 +2,20 @@
 
 import {el, icon, iconButton} from './dom.js';
 import {addressOf} from './route.js';
-import {bytes, moment, number, place, t} from './texts.js';
+import {bytes, leftToRight, moment, number, pixels, place, t} from './texts.js';
 
 function exposure({exposureSeconds, aperture, isoSpeed, focalLength}) {
     const parts = [];
     if (exposureSeconds > 0)
-        parts.push(`${exposureSeconds < 0.3 ? `1/${number(Math.round(1 / exposureSeconds))}` : number(exposureSeconds)} s`);
+        parts.push(exposureSeconds < 0.3 ? `1/${number(Math.round(1 / exposureSeconds))} s` :
+            `${number(exposureSeconds)} s`);
     if (aperture)
         parts.push(`f/${number(aperture)}`);
     if (isoSpeed)
         parts.push(`ISO ${isoSpeed}`);
     if (focalLength)
         parts.push(`${number(focalLength)} mm`);
-    // Left-to-right in every language.
-    return parts.length ? `\u2066${parts.join('   ')}\u2069` : '';
+    return parts.length > 0 ? leftToRight(parts.join('   ')) : '';
 }
 
 function fact(name, ...content) {
@@ -36,9 +36,7 @@ function rating(asset, isFixed, onSet) {
     return el('fieldset', {class: 'rating'}, el('legend', {}, t('rating')), el('div', {class: 'stars'}, ...stars, none));
 }
 
-/**
- * Fills the panel. `onSet` gets details that were changed, `onCopy` a text; with `isFixed` nothing can be set.
- */
+/** Fills the panel. `onSet` gets details that were changed, `onCopy` a text; with `isFixed` nothing can be set. */
 export function showFacts(panel, asset, {isFixed, onSet, onCopy}) {
     const field = (key, value, input) => {
         input.value = value;
@@ -47,28 +45,29 @@ export function showFacts(panel, asset, {isFixed, onSet, onCopy}) {
             input.value.split(/[,،、]/).map((word) => word.trim()).filter(Boolean) : input.value.trim()}));
         return el('label', {class: 'field'}, el('span', {}, t(key)), input);
     };
+    const hint = (key) => isFixed ? '' : t(`${key}.hint`);
     const search = (query, text, title) => el('a', {href: addressOf({name: 'photos', query}), title}, text);
     const where = asset.place;
     const coordinates = where ? `${where.latitude.toFixed(5)},${where.longitude.toFixed(5)}` : '';
     panel.replaceChildren(
         el('h2', {}, asset.name),
         el('p', {class: 'facts-date'}, moment(asset.created)),
-        field('caption', asset.caption ?? '', el('textarea', {rows: '2', placeholder: isFixed ? '' : t('caption.hint')})),
-        field('keywords', (asset.keywords ?? []).join(', '), el('input', {type: 'text',
-                                                                         placeholder: isFixed ? '' : t('keywords.hint')})),
+        field('caption', asset.caption ?? '', el('textarea', {rows: '2', placeholder: hint('caption')})),
+        field('keywords', (asset.keywords ?? []).join(', '), el('input', {type: 'text', placeholder: hint('keywords')})),
         rating(asset, isFixed, (stars) => onSet({rating: stars})),
         el('dl', {},
-            asset.problem ? fact(t('fact.problem'), asset.problem) : null,
-            asset.camera ? fact(t('fact.camera'), search(`camera:"${asset.camera}"`, asset.camera, t('fact.same'))) : null,
+            fact(t('fact.problem'), asset.problem),
+            fact(t('fact.camera'),
+                 asset.camera && search(`camera:"${asset.camera}"`, asset.camera, t('fact.same'))),
             fact(t('fact.lens'), asset.lens),
             fact(t('fact.exposure'), exposure(asset)),
-            where ? fact(t('fact.place'),
-                         search(`near:${coordinates}`, place(where, 4), t('fact.near')),
-                         iconButton('copy', t('copy.place'), () => onCopy(coordinates), {class: 'icon-button small'})) : null,
-            fact(t('fact.size'), [asset.width ? `\u2066${number(asset.width)} × ${number(asset.height)}\u2069` : '',
+            fact(t('fact.place'), ...(where ? [
+                search(`near:${coordinates}`, place(where, 4), t('fact.near')),
+                iconButton('copy', t('copy.place'), () => onCopy(coordinates), {class: 'icon-button small'})] : [])),
+            fact(t('fact.size'), [asset.width ? pixels(asset) : '',
                                   asset.bytes ? bytes(asset.bytes) : ''].filter(Boolean).join('   ')),
             fact(t('fact.format'), asset.format),
-            fact(t('fact.file'), asset.file ? el('span', {class: 'path'}, asset.file) : null),
-            asset.albums?.length ? fact(t('albums'), ...asset.albums.map(({id, title}) =>
-                el('a', {class: 'album-link', href: addressOf({name: 'album', id})}, title))) : null));
+            fact(t('fact.file'), asset.file && el('span', {class: 'path'}, asset.file)),
+            fact(t('albums'), ...(asset.albums ?? []).map(({id, title}) =>
+                el('a', {class: 'album-link', href: addressOf({name: 'album', id})}, title)))));
 }

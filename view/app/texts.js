@@ -21,8 +21,6 @@ export async function loadTexts(tag) {
     document.documentElement.dir = rightToLeft.includes(tag) ? 'rtl' : 'ltr';
 }
 
-export const currentLanguage = () => language;
-
 /**
  * The text of a key. `{name}` stands for a value. A text with plurals is chosen by the value `n`, which is shown as a
  * number in the language.
@@ -56,31 +54,17 @@ function format(Kind, name, options) {
 // Clock texts such as "2019-08-05T12:40:11+02:00" are shown as the camera's clock showed them.
 const clock = (text) => new Date(`${text.slice(0, 10)}T${text.slice(11, 19) || '00:00:00'}Z`);
 
-export function day(text) {
-    const date = clock(text);
-    const thisYear = date.getUTCFullYear() === new Date().getFullYear();
-    return thisYear ? format(Intl.DateTimeFormat, 'day', {weekday: 'short', day: 'numeric', month: 'long', timeZone: 'UTC'})
-        .format(date) : format(Intl.DateTimeFormat, 'dayYear', {day: 'numeric', month: 'long', year: 'numeric',
-                                                                timeZone: 'UTC'}).format(date);
-}
+const dated = (name, options) => (text) =>
+    format(Intl.DateTimeFormat, name, {...options, timeZone: 'UTC'}).format(clock(text));
 
-export function fullDay(text) {
-    return format(Intl.DateTimeFormat, 'fullDay', {weekday: 'long', day: 'numeric', month: 'long', year: 'numeric',
-                                                   timeZone: 'UTC'}).format(clock(text));
-}
-
-export function month(text) {
-    return format(Intl.DateTimeFormat, 'month', {month: 'long', year: 'numeric', timeZone: 'UTC'}).format(clock(text));
-}
-
-export function year(text) {
-    return format(Intl.DateTimeFormat, 'year', {year: 'numeric', timeZone: 'UTC'}).format(clock(text));
-}
-
-export function moment(text) {
-    return format(Intl.DateTimeFormat, 'moment', {dateStyle: 'medium', timeStyle: 'short', timeZone: 'UTC'})
-        .format(clock(text));
-}
+const dayThisYear = dated('dayThisYear', {weekday: 'short', day: 'numeric', month: 'long'});
+const dayOtherYear = dated('dayOtherYear', {day: 'numeric', month: 'long', year: 'numeric'});
+export const day = (text) =>
+    (Number(text.slice(0, 4)) === new Date().getFullYear() ? dayThisYear : dayOtherYear)(text);
+export const fullDay = dated('fullDay', {weekday: 'long', day: 'numeric', month: 'long', year: 'numeric'});
+export const month = dated('month', {month: 'long', year: 'numeric'});
+export const year = dated('year', {year: 'numeric'});
+export const moment = dated('moment', {dateStyle: 'medium', timeStyle: 'short'});
 
 /** The names of the twelve months in the page's language and in English, lower-case, with their numbers from 1. */
 export function monthNames() {
@@ -112,8 +96,12 @@ const degrees = (value, digits, positive, negative) =>
     `${format(Intl.NumberFormat, `degrees${digits}`, {minimumFractionDigits: digits, maximumFractionDigits: digits})
         .format(Math.abs(value))}° ${t(value < 0 ? negative : positive)}`;
 
-/** Coordinates as people read them. Left-to-right in every language. */
-export function place({latitude, longitude}, digits = 2) {
-    return `\u2066${degrees(latitude, digits, 'place.north', 'place.south')}, ` +
-        `${degrees(longitude, digits, 'place.east', 'place.west')}\u2069`;
-}
+/** A text that runs from left to right in every language. */
+export const leftToRight = (text) => `\u2066${text}\u2069`;
+
+export const pixels = ({width, height}) => leftToRight(`${number(width)} × ${number(height)}`);
+
+/** Coordinates as people read them. */
+export const place = ({latitude, longitude}, digits = 2) =>
+    leftToRight(`${degrees(latitude, digits, 'place.north', 'place.south')}, ` +
+                degrees(longitude, digits, 'place.east', 'place.west'));
