@@ -2,7 +2,7 @@
 
 import * as api from './api.js';
 import * as actions from './actions.js';
-import {el, icon, textButton} from './dom.js';
+import {el, icon, lazyImage, textButton} from './dom.js';
 import {draggedIds, isDragOfAssets} from './gestures.js';
 import {moment, t} from './texts.js';
 
@@ -12,10 +12,7 @@ function cover({cover: id, v}) {
         frame.append(icon('albums'));
         return frame;
     }
-    const image = el('img', {alt: '', loading: 'lazy', decoding: 'async', src: api.media({id, v}, 'preview')});
-    image.addEventListener('load', () => image.classList.add('loaded'));
-    image.addEventListener('error', () => frame.replaceChildren(icon('albums')));
-    frame.append(image);
+    frame.append(lazyImage(api.media({id, v}, 'preview'), () => frame.replaceChildren(icon('albums'))));
     return frame;
 }
 
@@ -45,18 +42,20 @@ function takeDrops(element, album, onDone) {
 function albumLink(album) {
     return el('li', {}, el('a', {class: 'album', href: `#/album/${album.id}`}, cover(album),
         el('span', {class: 'album-title'}, album.isShared ? icon('people') : null, album.title),
-        el('span', {class: 'album-count'}, t('photos.count', {n: album.count}))));
+        el('span', {class: 'quiet-text'}, t('photos.count', {n: album.count}))));
 }
 
 function bulletin({record, text, date, assets}, isFixed, onCleared) {
     const pictures = (assets ?? []).slice(0, 4).map((id) =>
         el('a', {href: `#/photos?open=${id}`, 'aria-label': t('key.open')},
-           el('img', {alt: '', loading: 'lazy', src: api.media({id}, 'small'), class: 'loaded'})));
+           lazyImage(api.media({id}, 'small'))));
     const when = date ? el('p', {class: 'quiet-text'}, moment(date)) : null;
-    return el('li', {class: 'bulletin'}, el('div', {}, el('p', {}, text), when), ...pictures, isFixed ? null : textButton(t('bulletin.clear'), async () => {
-            await api.post('/api/bulletins/clear', {record}).catch(actions.fail);
-            onCleared();
-        }, {class: 'button quiet'}));
+    const clear = async () => {
+        await api.post('/api/bulletins/clear', {record}).catch(actions.fail);
+        onCleared();
+    };
+    return el('li', {class: 'bulletin'}, el('div', {}, el('p', {}, text), when), ...pictures,
+              isFixed ? null : textButton(t('bulletin.clear'), clear, {class: 'button quiet'}));
 }
 
 /** All albums: own ones, shared streams, and what was reported of these. */

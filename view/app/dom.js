@@ -67,6 +67,15 @@ export function icon(name) {
     return svg;
 }
 
+/** A picture that is fetched when it comes near the window. It has the class `loaded` once it is there. */
+export function lazyImage(src, onError) {
+    const image = el('img', {alt: '', loading: 'lazy', decoding: 'async', src});
+    image.addEventListener('load', () => image.classList.add('loaded'));
+    if (onError)
+        image.addEventListener('error', onError);
+    return image;
+}
+
 /** A button that shows an icon and is named by a text, which also is its tooltip. */
 export function iconButton(name, text, press, properties = {}) {
     return el('button', {type: 'button', class: 'icon-button', 'aria-label': text, title: text, on: {click: press},

@@ -2,92 +2,67 @@
 
 import * as api from './api.js';
 import * as actions from './actions.js';
-import {el, textButton} from './dom.js';
-import {bytes, moment, number, t} from './texts.js';
+import {el, lazyImage, textButton} from './dom.js';
+import {Paging} from './paging.js';
+import {bytes, moment, pixels, t} from './texts.js';
 
 /** What the assets of a group differ in. */
-export function differences(assets) {
+function differences(assets) {
     const differs = (value) => new Set(assets.map(value)).size > 1;
     return {name: differs(({name}) => name), size: differs(({width, height}) => `${width} ${height}`),
             bytes: differs((asset) => asset.bytes), created: differs(({created}) => created)};
 }
 
 export class DuplicatesPage {
-    #next;
-    #turn = 0;
+    /** Whether the library has compared everything. */
+    #isSearched = true;
 
     constructor(isFixed) {
         this.isFixed = isFixed;
         this.list = el('div', {class: 'groups', on: {keydown: (event) => this.#key(event)}});
-        this.end = el('div', {class: 'groups-end'});
+        this.paging = new Paging('/api/duplicates', ({groups, isComplete}) => {
+            this.list.append(...groups.filter(({assets}) => assets.length > 1).map(({assets}) => this.#group(assets)));
+            this.#isSearched = isComplete;
+            this.#tell();
+        });
         this.note = el('p', {class: 'quiet-text'});
         this.element = el('div', {class: 'page'}, el('div', {class: 'page-head'}, el('h1', {}, t('duplicates'))),
-                          this.note, this.list, this.end);
-        new IntersectionObserver((entries) => {
-            if (entries.some(({isIntersecting}) => isIntersecting))
-                this.#more();
-        }, {rootMargin: '800px'}).observe(this.end);
+                          this.note, this.list, this.paging.end);
     }
 
     async show() {
-        this.#turn += 1;
         this.list.replaceChildren();
-        this.#next = '';
-        await this.#more();
+        await this.paging.restart();
     }
 
-    async #more() {
-        if (this.#next === undefined)
-            return;
-        const cursor = this.#next;
-        const turn = this.#turn;
-        this.#next = undefined;
-        let answer;
-        try {
-            answer = await api.get('/api/duplicates', {cursor});
-        } catch (error) {
-            actions.fail(error);
-            return;
-        }
-        if (turn !== this.#turn)
-            return;
-        this.#next = answer.next;
-        this.list.append(...answer.groups.filter(({assets}) => assets.length > 1).map(({assets}) => this.#group(assets)));
-        this.#tell(answer.isComplete);
-    }
-
-    #tell(isComplete = true) {
-        const isEmpty = this.list.childElementCount === 0 && this.#next === undefined;
-        this.note.textContent = isEmpty ? t(isComplete ? 'duplicates.none' : 'duplicates.searching') :
+    #tell() {
+        const isEmpty = this.list.childElementCount === 0 && this.paging.isComplete;
+        this.note.textContent = isEmpty ? t(this.#isSearched ? 'duplicates.none' : 'duplicates.searching') :
             this.isFixed ? '' : t('duplicates.hint');
         this.note.classList.toggle('key-hint', !isEmpty);
-        // Whatever room is left is filled.
-        if (!isEmpty && this.#next !== undefined && this.end.getBoundingClientRect().top < innerHeight + 800)
-            this.#more();
     }
 
     #group(assets) {
         const differs = differences(assets);
         const best = Math.max(0, assets.findIndex((asset) => asset.best));
         const value = (isOther, text) => el('span', {class: isOther ? 'differs' : ''}, text);
-        const candidates = assets.map((asset, index) => {
-            const image = el('img', {alt: '', loading: 'lazy', decoding: 'async', src: api.media(asset, 'preview')});
-            image.addEventListener('load', () => image.classList.add('loaded'));
-            return el('div', {class: 'candidate', data: {id: asset.id}},
-                el('a', {class: 'candidate-picture', href: `#/duplicates?open=${asset.id}`, tabindex: '-1',
-                         'aria-label': t('open.name', {name: asset.name})}, image),
-                el('div', {class: 'candidate-facts'},
-                    value(differs.name, asset.name),
-                    value(differs.size, `\u2066${number(asset.width)} × ${number(asset.height)}\u2069`),
-                    value(differs.bytes, bytes(asset.bytes)),
-                    value(differs.created, moment(asset.created))),
-                this.isFixed ? null : textButton(t('keep.this'), () => this.#keep(group, asset.id),
-                    {class: index === best ? 'button primary' : 'button', 'aria-keyshortcuts': String(index + 1)}));
-        });
+        const keep = (asset, index) => this.isFixed ? null :
+            textButton(t('keep.this'), () => this.#keep(group, asset.id),
+                       {class: index === best ? 'button primary' : 'button', 'aria-keyshortcuts': String(index + 1)});
+        const candidates = assets.map((asset, index) => el('div', {class: 'candidate', data: {id: asset.id}},
+            el('a', {class: 'candidate-picture', href: `#/duplicates?open=${asset.id}`, tabindex: '-1',
+                     'aria-label': t('open.name', {name: asset.name})}, lazyImage(api.media(asset, 'preview'))),
+            el('div', {class: 'candidate-facts'},
+                value(differs.name, asset.name),
+                value(differs.size, pixels(asset)),
+                value(differs.bytes, bytes(asset.bytes)),
+                value(differs.created, moment(asset.created))),
+            keep(asset, index)));
+        const dismiss = this.isFixed ? null :
+            textButton(t('duplicates.dismiss'), () => this.#dismiss(group), {class: 'button quiet'});
         const group = el('section', {class: 'group', tabindex: '0',
                                      'aria-label': t('duplicates.group', {n: assets.length})},
-            el('div', {class: 'candidates'}, ...candidates),
-            this.isFixed ? null : textButton(t('duplicates.dismiss'), () => this.#dismiss(group), {class: 'button quiet'}));
+            el('div', {class: 'candidates'}, ...candidates), dismiss);
         group.assets = assets;
         group.best = assets[best].id;
         return group;
@@ -99,6 +74,7 @@ export class DuplicatesPage {
         near?.focus();
         near?.scrollIntoView({block: 'nearest'});
         this.#tell();
+        this.paging.fill();
     }
 
     async #keep(group, id) {

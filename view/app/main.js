@@ -462,7 +462,6 @@ async function begin() {
     const session = await openSession();
     api.setToken(session.token);
     await loadTexts(session.language);
-    document.body.classList.toggle('fixed', session.readOnly);
     const page = new Page(session, first?.catch(() => null));
     await page.show();
 }
