@@ -2,7 +2,7 @@
 
 import * as api from './api.js';
 import {el, iconButton} from './dom.js';
-import {explain} from './status.js';
+import {explain, fail} from './status.js';
 import {bytes, t} from './texts.js';
 
 const mostAtOnce = 2;
@@ -46,11 +46,12 @@ export class Import extends EventTarget {
     constructor(album) {
         super();
         this.album = album;
-        this.input = el('input', {type: 'file', multiple: true, accept: 'image/*,video/*', class: 'unseen', tabindex: '-1',
-                                  'aria-label': t('import'), on: {change: () => {
-                                      this.add([...this.input.files]);
-                                      this.input.value = '';
-                                  }}});
+        const take = () => {
+            this.add([...this.input.files]);
+            this.input.value = '';
+        };
+        this.input = el('input', {type: 'file', multiple: true, accept: 'image/*,video/*', class: 'unseen',
+                                  tabindex: '-1', 'aria-label': t('import'), on: {change: take}});
         this.target = el('div', {class: 'drop-target', hidden: true}, el('p', {}, t('import.drop')));
         this.bar = el('progress', {max: '1', value: '0', 'aria-label': t('import')});
         this.text = el('p', {class: 'import-text'});
@@ -85,7 +86,7 @@ export class Import extends EventTarget {
             if (!isFiles(event))
                 return;
             event.preventDefault();
-            this.add(await filesOf(event.dataTransfer));
+            await filesOf(event.dataTransfer).then((files) => this.add(files), fail);
         });
     }
 
@@ -161,8 +162,10 @@ export class Import extends EventTarget {
 
     /** What has not begun is left out. */
     #close() {
-        this.#total.files -= this.#queue.length;
-        this.#queue = [];
+        for (const {file} of this.#queue.splice(0)) {
+            this.#total.files -= 1;
+            this.#total.bytes -= file.size;
+        }
         this.panel.hidden = true;
     }
 }
