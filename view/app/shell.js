@@ -19,18 +19,21 @@ export class Shell extends EventTarget {
     constructor(isFixed) {
         super();
         const tell = (name, detail) => this.dispatchEvent(new CustomEvent(name, {detail}));
-        this.input = el('input', {type: 'search', class: 'search-input', 'aria-label': t('search'),
-                                  placeholder: t('search'), autocomplete: 'off', spellcheck: 'false', enterkeyhint: 'search', on: {
-                                      input: () => tell('search', {text: this.input.value, isFinal: false}),
-                                      keydown: (event) => {
-                                          if (event.key === 'Enter')
-                                              tell('search', {text: this.input.value, isFinal: true});
-                                      }}});
+        const search = (isFinal) => tell('search', {text: this.input.value, isFinal});
+        this.input = el('input', {
+            type: 'search', class: 'search-input', 'aria-label': t('search'), placeholder: t('search'),
+            autocomplete: 'off', spellcheck: 'false', enterkeyhint: 'search',
+            on: {
+                input: () => search(false),
+                // While a word is being composed, Enter takes it over.
+                keydown: ({key, isComposing}) => key === 'Enter' && !isComposing && search(true),
+            },
+        });
         this.hints = el('div', {class: 'search-hints'}, el('p', {class: 'quiet-text'}, t('search.hint')),
             ...suggestions.map(({raw, text}) => el('button', {type: 'button', class: 'suggestion', on: {click: () => {
                 this.input.value = raw;
                 this.input.focus();
-                tell('search', {text: raw, isFinal: false});
+                search(false);
             }}}, t(text))));
         this.links = new Map(places.map((name) => [name, el('a', {href: `#/${name}`, class: 'nav-link'}, icon(name),
                                                             el('span', {}, t(name)))]));
@@ -81,9 +84,10 @@ export class SelectionBar {
     }
 
     #show() {
-        this.element.hidden = this.selection.size === 0;
         const n = this.selection.size;
+        this.element.hidden = n === 0;
         this.count.replaceChildren(...(n === 0 ? [] : [
-            el('span', {class: 'words'}, t('selected', {n})), el('span', {class: 'number', 'aria-hidden': 'true'}, number(n))]));
+            el('span', {class: 'words'}, t('selected', {n})),
+            el('span', {class: 'number', 'aria-hidden': 'true'}, number(n))]));
     }
 }
