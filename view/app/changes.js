@@ -16,7 +16,7 @@ const wait = (milliseconds) => new Promise((resolve) => {
     document.addEventListener('visibilitychange', end);
 });
 
-/** Emits `changed` with {changes} (null if all may have changed), `away` with {error}, and `back`. */
+/** Emits `changed` when anything may have changed, `away` with {error}, and `back`. */
 export class Changes extends EventTarget {
     async follow() {
         let token;
@@ -28,10 +28,8 @@ export class Changes extends EventTarget {
                 failures = 0;
                 if (wasAway)
                     this.dispatchEvent(new Event('back'));
-                if (answer.tooOld || wasAway)
-                    this.#tell(null);
-                else if (token !== undefined && answer.changes.length > 0)
-                    this.#tell(answer.changes);
+                if (answer.tooOld || wasAway || (token !== undefined && answer.changes.length > 0))
+                    this.dispatchEvent(new Event('changed'));
                 token = answer.token;
             } catch (error) {
                 // A short pause of the service goes unnoticed.
@@ -41,9 +39,5 @@ export class Changes extends EventTarget {
                 failures += 1;
             }
         }
-    }
-
-    #tell(changes) {
-        this.dispatchEvent(new CustomEvent('changed', {detail: {changes}}));
     }
 }

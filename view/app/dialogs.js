@@ -1,6 +1,6 @@
 // Questions in a dialog.
 
-import {el, textButton} from './dom.js';
+import {el} from './dom.js';
 import {t} from './texts.js';
 
 /** Shows a dialog until a button ends it; the value of that button, or null. */
@@ -45,10 +45,8 @@ export async function askText(title, label, button, value = '') {
 /** The seconds by which dates are to be shifted, or null. */
 export async function askShift() {
     const units = {days: 86_400, hours: 3600, minutes: 60};
-    const inputs = Object.keys(units).map((unit) => {
-        const input = el('input', {type: 'number', value: '0', step: '1', name: unit});
-        return [unit, input];
-    });
+    const inputs = Object.keys(units).map((unit) =>
+        [unit, el('input', {type: 'number', value: '0', step: '1', name: unit})]);
     const answer = await show(t('shift.title'), [
         el('p', {}, t('shift.hint')),
         el('div', {class: 'field-row'}, ...inputs.map(([unit, input]) =>
@@ -61,25 +59,8 @@ export async function askShift() {
 }
 
 /** Which of several things is chosen: its value, or null. Each is {value, text, isFirst}. */
-function choose(title, choices) {
-    return new Promise((resolve) => {
-        const end = (value) => {
-            resolve(value);
-            dialog.close();
-        };
-        const buttons = choices.map(({value, text, isFirst}) =>
-            textButton(text, () => end(value), {class: isFirst ? 'button choice accent' : 'button choice'}));
-        const dialog = el('dialog', {'aria-label': title}, el('h2', {}, title), el('div', {class: 'choices'}, ...buttons),
-            el('div', {class: 'dialog-buttons'}, textButton(t('cancel'), () => end(null), {class: 'button quiet'})));
-        dialog.addEventListener('close', () => {
-            dialog.remove();
-            resolve(null);
-        });
-        dialog.addEventListener('keydown', (event) => event.stopPropagation());
-        document.body.append(dialog);
-        dialog.showModal();
-    });
-}
+const choose = (title, choices) => show(title, [el('div', {class: 'choices'}, ...choices.map(({value, text, isFirst}) =>
+    el('button', {class: isFirst ? 'button choice accent' : 'button choice', value}, text)))], [cancel()]);
 
 /** The ID of an album, "new" for one that is to be made, or null. */
 export const askAlbum = (albums) => choose(t('album.add'), [
@@ -91,11 +72,11 @@ export const askVersion = () => choose(t('download'), ['original', 'edited'].map
     ({value, text: t(`download.${value}`)})));
 
 export function showHelp(isFixed) {
-    const change = isFixed ? [] : [
-        ['Delete', 'key.delete'], ['[ ]', 'key.turn'], ['f', 'key.favourite']];
-    const keys = [['← ↑ → ↓', 'key.move'], ['Enter', 'key.open'], ['Space', 'key.select'], ['Shift + ← →', 'key.extend'],
-                  ['Ctrl + A', 'key.all'], ['Esc', 'key.back'], ['/', 'key.search'], ['Home End', 'key.ends'],
-                  ['+ − 0', 'key.zoom'], ['i', 'key.facts'], ['c', 'key.compare'], ...change, ['?', 'key.help']];
+    const change = isFixed ? [] : [['Delete', 'key.delete'], ['[ ]', 'key.turn'], ['f', 'key.favourite']];
+    const keys = [['← ↑ → ↓', 'key.move'], ['Enter', 'key.open'], ['Space', 'key.select'],
+                  ['Shift + ← →', 'key.extend'], ['Ctrl + A', 'key.all'], ['Esc', 'key.back'], ['/', 'key.search'],
+                  ['Home End', 'key.ends'], ['+ − 0', 'key.zoom'], ['i', 'key.facts'], ['c', 'key.compare'], ...change,
+                  ['?', 'key.help']];
     return show(t('help'), [el('dl', {class: 'keys'}, ...keys.map(([key, text]) =>
         el('div', {}, el('dt', {}, el('kbd', {}, key)), el('dd', {}, t(text)))))],
                 [{text: t('close'), value: 'yes', kind: 'primary'}]);

@@ -1,8 +1,8 @@
 // Makes elements. Data becomes text and attributes only, never markup.
 
 /**
- * Properties: `class`, `data` (an object), `on` (handlers by event), anything else an attribute; null and false leave it
- * out.
+ * Properties: `class`, `data` (an object), `on` (handlers by event), anything else an attribute; null and false leave
+ * it out.
  */
 export function el(tag, properties = {}, ...children) {
     const element = document.createElement(tag);
@@ -42,7 +42,6 @@ const paths = {
     play: 'M8 5l11 7-11 7z',
     check: 'M5 12.5l4.5 4.5L19 7.5',
     plus: 'M12 5v14M5 12h14',
-    more: 'M5 12h.01M12 12h.01M19 12h.01',
     pencil: 'M4 20l1-4L16 5l3 3L8 19z',
     clock: 'M12 4a8 8 0 1 0 0 16 8 8 0 0 0 0-16zM12 8v4l3 2',
     hide: 'M4 4l16 16M9.5 6.3A9 9 0 0 1 21 12a13 13 0 0 1-2.4 3M6 8a13 13 0 0 0-3 4 9.5 9.5 0 0 0 12 5',

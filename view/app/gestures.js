@@ -34,12 +34,8 @@ export class Gestures {
         scroll.addEventListener('pointerdown', (event) => this.#down(event));
     }
 
-    async #select(first, end, isAdded = true) {
-        const assets = await this.#timeline.source.range(first, end);
-        if (isAdded)
-            this.#selection.add(assets);
-        else
-            this.#selection.remove(assets.map(({id}) => id));
+    async #select(first, end) {
+        this.#selection.add(await this.#timeline.source.range(first, end));
     }
 
     async selectTo(index) {
@@ -206,7 +202,8 @@ export class Gestures {
         const {layout} = timeline;
         const forward = isRightToLeft() ? -1 : 1;
         const page = () => {
-            const rows = Math.max(1, Math.floor(timeline.scroller.window / (layout.rowHeight[layout.rowOf(index)] + 60)));
+            const height = layout.rowHeight[layout.rowOf(index)] + 60;
+            const rows = Math.max(1, Math.floor(timeline.scroller.window / height));
             let to = index;
             for (let row = 0; row < rows; row += 1)
                 to = layout.neighbour(to, event.key === 'PageDown' ? 1 : -1);

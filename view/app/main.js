@@ -55,8 +55,8 @@ class Page {
         });
         this.bar = new SelectionBar(this.selection);
         this.import = new Import(() => (currentRoute().name === 'album' ? currentRoute().id : undefined));
-        this.pages = {albums: new AlbumsPage(readOnly), duplicates: new DuplicatesPage(readOnly),
-                      trash: new TrashPage(readOnly)};
+        this.pages = new Map([['albums', new AlbumsPage(readOnly)], ['duplicates', new DuplicatesPage(readOnly)],
+                              ['trash', new TrashPage(readOnly)]]);
         document.body.append(...this.shell.elements, this.bar.element, this.tray.element,
                              ...(readOnly ? [] : this.import.elements), this.viewer.element, ...statusElements);
         this.#listen();
@@ -151,7 +151,7 @@ class Page {
     /** Shows what the address says. */
     async show() {
         const route = currentRoute();
-        const isTimeline = ['photos', 'album'].includes(route.name) || !(route.name in this.pages);
+        const page = this.pages.get(route.name);
         this.shell.show(route.name === 'album' ? 'albums' : route.name);
         const wanted = addressOf({...route, open: ''});
         if (document.activeElement !== this.shell.input)
@@ -161,8 +161,7 @@ class Page {
             this.selection.clear();
             if (!route.open && this.viewer.isOpen)
                 this.viewer.close();
-            this.#showing = isTimeline ? this.#showTimeline(route)
-                                       : this.#showPage(this.pages[route.name], t(route.name));
+            this.#showing = page ? this.#showPage(page, t(route.name)) : this.#showTimeline(route);
         }
         await this.#showing;
         await this.#showLarge(currentRoute().open);
@@ -246,7 +245,8 @@ class Page {
             head.replaceChildren(el('h1', {class: 'unseen'}, t('search')),
                 el('span', {class: 'quiet-text found', role: 'status'}, t('photos.count', {n: source.count})),
             ...chips.map(({label, raw}) => chip(label, raw)), ...(words ? [chip(words, words)] : []),
-            ...found.map(({id, title}) => el('a', {class: 'suggestion', href: `#/album/${id}`}, t('suggest.album', {title}))),
+            ...found.map(({id, title}) => el('a', {class: 'suggestion', href: addressOf({name: 'album', id})},
+                                             t('suggest.album', {title}))),
             ...this.#suggestions(filter));
         } else {
             head.replaceChildren(el('h1', {class: 'unseen'}, t('photos')));
@@ -394,9 +394,9 @@ class Page {
         forgetPlaces();
         this.#albums = [];
         const route = currentRoute();
-        if (route.name in this.pages) {
+        if (this.pages.has(route.name)) {
             if (route.name === 'albums')
-                await this.pages.albums.show().catch(actions.fail);
+                await this.pages.get('albums').show().catch(actions.fail);
             return;
         }
         if (!this.timeline.source || this.#shown === '') {

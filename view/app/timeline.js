@@ -1,7 +1,7 @@
 // The grid of all photos and videos by day. Only what is near the window exists as elements.
 
 import {bindCell, cellName, clearCell, newCell, Sharpener} from './cells.js';
-import {clamp, debounced, el, icon} from './dom.js';
+import {clamp, debounced, el, icon, isRightToLeft} from './dom.js';
 import {Layout} from './layout.js';
 import {placeOfDay} from './places.js';
 import {Scroller} from './scroller.js';
@@ -14,9 +14,7 @@ const restAfter = 120;
 const topMargin = 8;
 const bottomMargin = 96;
 
-/**
- * Shows a source. Emits `stale` when the source no longer fits the library.
- */
+/** Shows a source. Emits `stale` when the source no longer fits the library. */
 export class Timeline extends EventTarget {
     #rows = new Map();
     #days = new Map();
@@ -39,8 +37,8 @@ export class Timeline extends EventTarget {
         /** The asset that has the focus, or would get it. */
         this.current = 0;
         this.spacer = el('div', {class: 'spacer', role: 'presentation'});
-        this.grid = el('div', {class: 'grid', role: 'grid', 'aria-multiselectable': 'true', 'aria-label': t('timeline.name')},
-                       this.spacer);
+        this.grid = el('div', {class: 'grid', role: 'grid', 'aria-multiselectable': 'true',
+                               'aria-label': t('timeline.name')}, this.spacer);
         this.scroll = el('div', {class: 'scroll'}, this.grid);
         this.head = el('div', {class: 'timeline-head'});
         this.message = el('div', {class: 'empty', hidden: true});
@@ -173,13 +171,6 @@ export class Timeline extends EventTarget {
             this.scrollTo(top - margin);
         else if (top + height + 16 > this.scroller.top + window)
             this.scrollTo(top + height + 16 - window);
-    }
-
-    /** Shows a day, or the next older one that there is. */
-    revealDay(start) {
-        const section = this.layout?.sections.findIndex((each) => each.start <= start) ?? -1;
-        if (section >= 0)
-            this.scrollTo(this.layout.sectionTop[section] + topMargin);
     }
 
     #scrolled() {
@@ -316,8 +307,10 @@ export class Timeline extends EventTarget {
             element = this.#spareRows.pop() ?? el('div', {class: 'row', role: 'row'});
             element.style.height = `${layout.rowHeight[row]}px`;
             const wanted = layout.rowFirst[row + 1] - layout.rowFirst[row];
-            while (element.childElementCount > wanted)
-                this.#spareCells.push(element.lastElementChild), element.lastElementChild.remove();
+            while (element.childElementCount > wanted) {
+                this.#spareCells.push(element.lastElementChild);
+                element.lastElementChild.remove();
+            }
             while (element.childElementCount < wanted)
                 element.append(this.#spareCells.pop() ?? newCell());
             let child = element.firstElementChild;
@@ -420,8 +413,7 @@ export class Timeline extends EventTarget {
     /** The content's position of a pointer. */
     pointOf({clientX, clientY}) {
         const {left, right, top} = this.grid.getBoundingClientRect();
-        const isRightToLeft = document.documentElement.dir === 'rtl';
-        return {x: isRightToLeft ? right - clientX : clientX - left,
+        return {x: isRightToLeft() ? right - clientX : clientX - left,
                 y: clientY - top + this.scroller.offset - topMargin};
     }
 }

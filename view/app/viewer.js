@@ -48,7 +48,8 @@ export class Viewer extends EventTarget {
         this.revertButton = change('revert', 'revert', () => this.#revert());
         this.compareButton = iconButton('compare', t('compare'), () => this.#compare(), {'aria-pressed': 'false'});
         this.infoButton = iconButton('info', t('facts'), () => this.#toggleFacts(), {'aria-pressed': 'false'});
-        this.previous = iconButton('back', t('previous'), () => this.step(-1), {class: 'icon-button step step-previous'});
+        this.previous = iconButton('back', t('previous'), () => this.step(-1),
+                                   {class: 'icon-button step step-previous'});
         this.next = iconButton('next', t('next'), () => this.step(1), {class: 'icon-button step step-next'});
         this.panel = el('aside', {class: 'facts', 'aria-label': t('facts'), hidden: true});
         this.problem = el('p', {class: 'stage-problem', hidden: true});
@@ -56,7 +57,8 @@ export class Viewer extends EventTarget {
                                   tabindex: '-1', hidden: true, on: {keydown: (event) => this.key(event)}},
             el('div', {class: 'viewer-bar'},
                 iconButton('close', t('close'), () => this.close()), this.title,
-                el('div', {class: 'viewer-tools'}, this.favourite, this.turnButton, this.compareButton, this.revertButton,
+                el('div', {class: 'viewer-tools'},
+                    this.favourite, this.turnButton, this.compareButton, this.revertButton,
                     iconButton('download', t('download'), () => this.actions.download([this.#asset])),
                     change('trash', 'delete', () => this.#remove()), this.infoButton)),
             el('div', {class: 'viewer-body'},
@@ -220,14 +222,14 @@ export class Viewer extends EventTarget {
                 holder.replaceChildren(image);
             }
             if (shown === 0 && turn === this.#turn && holder.isConnected)
-                this.#showProblem();
+                this.#showProblem(this.#facts?.problem || t('picture.missing'));
         };
         load();
         return holder;
     }
 
-    #showProblem() {
-        this.problem.replaceChildren(icon('warning'), this.#facts?.problem || t('picture.missing'));
+    #showProblem(text) {
+        this.problem.replaceChildren(icon('warning'), text);
         this.problem.hidden = false;
     }
 
@@ -259,10 +261,8 @@ export class Viewer extends EventTarget {
                                    poster: api.media(asset, 'preview'), 'aria-label': t('kind.video')});
         const turn = this.#turn;
         video.addEventListener('error', () => {
-            if (turn === this.#turn) {
-                this.problem.replaceChildren(icon('warning'), t('video.unplayable'));
-                this.problem.hidden = false;
-            }
+            if (turn === this.#turn)
+                this.#showProblem(t('video.unplayable'));
         });
         return video;
     }
