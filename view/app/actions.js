@@ -1,4 +1,5 @@
-// What is done with assets, from wherever it is asked for. Each says how it ended, and gives false or null when it failed.
+// What is done with assets, from wherever it is asked for. Each says how it ended, and gives false or null when it
+// failed.
 
 import * as api from './api.js';
 import {askAlbum, askShift, askText, askVersion} from './dialogs.js';

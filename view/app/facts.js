@@ -33,7 +33,8 @@ function rating(asset, isFixed, onSet) {
     });
     const none = chosen > 0 && !isFixed ?
         iconButton('close', t('rating.none'), () => onSet(0), {class: 'icon-button small'}) : null;
-    return el('fieldset', {class: 'rating'}, el('legend', {}, t('rating')), el('div', {class: 'stars'}, ...stars, none));
+    return el('fieldset', {class: 'rating'}, el('legend', {}, t('rating')),
+              el('div', {class: 'stars'}, ...stars, none));
 }
 
 /** Fills the panel. `onSet` gets details that were changed, `onCopy` a text; with `isFixed` nothing can be set. */
@@ -45,15 +46,16 @@ export function showFacts(panel, asset, {isFixed, onSet, onCopy}) {
             input.value.split(/[,،、]/).map((word) => word.trim()).filter(Boolean) : input.value.trim()}));
         return el('label', {class: 'field'}, el('span', {}, t(key)), input);
     };
-    const hint = (key) => isFixed ? '' : t(`${key}.hint`);
+    const hint = (key) => isFixed ? '' : t(key);
     const search = (query, text, title) => el('a', {href: addressOf({name: 'photos', query}), title}, text);
     const where = asset.place;
     const coordinates = where ? `${where.latitude.toFixed(5)},${where.longitude.toFixed(5)}` : '';
     panel.replaceChildren(
         el('h2', {}, asset.name),
         el('p', {class: 'facts-date'}, moment(asset.created)),
-        field('caption', asset.caption ?? '', el('textarea', {rows: '2', placeholder: hint('caption')})),
-        field('keywords', (asset.keywords ?? []).join(', '), el('input', {type: 'text', placeholder: hint('keywords')})),
+        field('caption', asset.caption ?? '', el('textarea', {rows: '2', placeholder: hint('caption.hint')})),
+        field('keywords', (asset.keywords ?? []).join(', '),
+              el('input', {type: 'text', placeholder: hint('keywords.hint')})),
         rating(asset, isFixed, (stars) => onSet({rating: stars})),
         el('dl', {},
             fact(t('fact.problem'), asset.problem),

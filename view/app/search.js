@@ -108,8 +108,8 @@ function meaning(key, value, albums) {
 }
 
 /**
- * The filter that a text means, its `chips` ({label, raw}, where `raw` is the part of the text), and the words that mean
- * nothing else and are looked for in texts.
+ * The filter that a text means, its `chips` ({label, raw}, where `raw` is the part of the text), and the words that
+ * mean nothing else and are looked for in texts.
  */
 export function parse(text, albums = [], months = monthNames()) {
     const filter = {};

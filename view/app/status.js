@@ -40,8 +40,8 @@ export function say(text, action = null) {
 
 /** What went wrong, for people: the server's text where there is one. */
 export function explain(error) {
-    const known = ['noServer', 'unreachable', 'restarting', 'busy', 'timedOut', 'denied', 'readOnly', 'full', 'notFound',
-                   'exists'];
+    const known = ['noServer', 'unreachable', 'restarting', 'busy', 'timedOut', 'denied', 'readOnly', 'full',
+                   'notFound', 'exists'];
     const own = known.includes(error.code) ? t(`error.${error.code}`) : t('error.failed');
     return error.message && error.code !== 'noServer' ? error.message : own;
 }
