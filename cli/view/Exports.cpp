@@ -149,15 +149,13 @@ public:
                 found.push_back(asset->second);
             else
                 missing += fmt::format("{}: it is not in the library any more\n", each);
-        const auto companions = edited ? Result<Companions>() : askForCompanions(found);
+        const Companions companions = companionsOf(found);
         return std::ranges::all_of(found, [&](const Ref<ManagedAsset> &asset) {
             const ReleaseScope turn;
             if (!addFile(*asset, open(*asset)))
                 return false;
-            const auto companion =
-                companions ? companions->find(asset->record().uuid) : Companions::const_iterator();
-            return !companions || companion == companions->end() ||
-                   addFile(*asset, openCompanion(companion->second));
+            const auto companion = companions.find(asset->record().uuid);
+            return companion == companions.end() || addFile(*asset, openCompanion(companion->second));
         });
     }
     bool end() {
@@ -172,6 +170,17 @@ private:
                 return file;
         }
         return openFileOf(asset, false);
+    }
+    /// The raw files and the videos that came with originals; edited versions have none.
+    [[nodiscard]] Companions companionsOf(const Assets &assets) {
+        if (edited)
+            return {};
+        auto companions = askForCompanions(assets);
+        if (companions)
+            return *std::move(companions);
+        missing += fmt::format("raw files and videos that came with {} pictures: {}\n", assets.size(),
+                               companions.error().text);
+        return {};
     }
     bool addFile(const ManagedAsset &asset, const Result<AssetFile> &file) {
         if (file)

@@ -194,15 +194,17 @@ Result<std::string> describeAsset(KnownAssets &known, const httplib::Request &re
     const auto albums = rendition ? askAgain([&] { return client()->albums(); }) : std::nullopt;
     if (!rendition || !albums)
         return failAsked();
+    const auto companions = askAgain([&] { return askForCompanions({&page->assets.front(), 1}); });
+    if (!companions)
+        return passOn(companions);
     JSON described = describe(asset);
     described["id"] = uuid;
     described["v"] = versionOf(asset.record());
     described["edited"] = rendition->file != nullptr;
-    if (const auto companions = askForCompanions({&page->assets.front(), 1}))
-        for (const auto &[of, companion] : *companions)
-            described["companion"] = {{"name", companion.originalFilename},
-                                      {"format", companion.format},
-                                      {"bytes", companion.byteSize}};
+    for (const auto &[of, companion] : *companions)
+        described["companion"] = {{"name", companion.originalFilename},
+                                  {"format", companion.format},
+                                  {"bytes", companion.byteSize}};
     described["albums"] = JSON::array();
     for (const Ref<ManagedAlbum> &each : *albums) {
         const auto count = askAgain([&] {
