@@ -9,6 +9,7 @@
 #include "cli/Queries.h"
 #include "cli/view/Answers.h"
 #include "cli/view/Parameters.h"
+#include "cli/view/Rotation.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/platform/object/Array.h"
 #include "wickerlane/platform/object/Dictionary.h"
@@ -31,9 +32,9 @@ JXGatekeeperClient *client() {
 }
 
 /// What a change that gives nothing answers.
-Result<JSON> done(bool isDone, std::string otherwise = "there is no such thing in the library any more") {
+Result<JSON> done(bool isDone) {
     if (!isDone)
-        return failAsked(std::move(otherwise));
+        return failAsked("there is no such thing in the library any more");
     return JSON::object();
 }
 
@@ -247,6 +248,7 @@ Result<JSON> emptyTrash(const JSON &) {
 constexpr std::array changes = {
     NamedChange{"/api/assets/set", setDetails},
     NamedChange{"/api/assets/delete", deleteAssets},
+    NamedChange{"/api/assets/rotate", rotateAsset},
     NamedChange{"/api/assets/revert", revertAssets},
     NamedChange{"/api/assets/adjust-dates", adjustDates},
     NamedChange{"/api/albums/create", createAlbum},

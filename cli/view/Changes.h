@@ -18,7 +18,7 @@ struct NamedChange {
     Change *make;
 };
 
-/// All changes but imports, exports and rotations.
+/// All changes that are described by JSON; imports send files.
 std::span<const NamedChange> changesOfLibrary();
 
 } // namespace wickerlane::cli::view

@@ -34,7 +34,7 @@ JXGatekeeperClient *client() {
 /// A picture to be turned, and what is to be said of the result.
 struct Source {
     Ref<const Data> picture;
-    int quarters = 0;
+    int quarters = 0; ///< 0 when the edit is to be taken away: then there is no picture.
     Ref<Dictionary> properties;
 };
 
@@ -65,23 +65,20 @@ Result<Source> sourceFor(const ManagedAsset &asset, const EditedRendition &rendi
     properties->set(editorKey, String::of(editorName));
     Source source{.picture = nullptr, .quarters = quarters, .properties = properties};
     if (showsOriginal) {
-        const auto turns = (before != nullptr ? before->int64Value() : 0) + quarters;
+        const auto turns = (before != nullptr ? before->int64Value() & 3 : 0) + quarters;
         const int all = static_cast<int>(turns & 3);
         properties->set(quartersKey, Number::of(all));
-        const bool isUpright = record.format == "image/jpeg" && record.orientation == 1;
-        if (all == 0 || isUpright)
-            source.quarters = all;
-        if (all == 0)
+        if (all == 0) {
+            source.quarters = 0;
             return source;
-        if (isUpright) {
-            auto original = pictureIn(asset, protocol::imageDataOriginal);
-            if (original) {
+        }
+        if (record.format == "image/jpeg" && record.orientation == 1)
+            if (auto original = pictureIn(asset, protocol::imageDataOriginal)) {
                 source.picture = *std::move(original);
+                source.quarters = all;
                 return source;
             }
-        }
     }
-    source.quarters = quarters;
     auto picture = isOurs ? renditionIn(rendition) : pictureIn(asset, protocol::imageDataFullSizeJPEG);
     if (!picture)
         return passOn(picture);

@@ -31,7 +31,6 @@
 #include "cli/view/Parameters.h"
 #include "cli/view/Pictures.h"
 #include "cli/view/Polls.h"
-#include "cli/view/Rotation.h"
 #include "cli/view/Server.h"
 #include "cli/view/StaticFiles.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
@@ -148,8 +147,8 @@ Result<JSON> View::change(const Server::Request &request, const httplib::Content
         return importFile(request, body);
     const auto changes = changesOfLibrary();
     const auto named = std::ranges::find(changes, request.path, &NamedChange::path);
-    const bool rotates = request.path == "/api/assets/rotate", exportsFiles = request.path == offerPath;
-    if (named == changes.end() && !rotates && !exportsFiles)
+    const bool exportsFiles = request.path == offerPath;
+    if (named == changes.end() && !exportsFiles)
         return fail(ProblemKind::notFound, "there is nothing at this address");
     std::string text;
     const bool isRead = body([&](const char *bytes, std::size_t count) {
@@ -161,9 +160,7 @@ Result<JSON> View::change(const Server::Request &request, const httplib::Content
     const auto object = objectIn(text);
     if (!object)
         return passOn(object);
-    if (exportsFiles)
-        return exports.offer(*object);
-    return rotates ? rotateAsset(*object) : named->make(*object);
+    return exportsFiles ? exports.offer(*object) : named->make(*object);
 }
 
 void View::answerChange(const Server::Request &request, Server::Response &response,
