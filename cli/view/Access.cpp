@@ -138,7 +138,7 @@ std::optional<Refusal> Access::refusalOfForm(const httplib::Request &request) co
             return denied("this server answers its own page only");
     if (request.path.size() > maxPathBytes || request.params.size() > maxParameters ||
         request.path.find('\0') != std::string::npos)
-        return malformed(400, "no address of this server is so long");
+        return malformed(400, "the address is too long, or holds a NUL character");
     return refusalOfBody(request);
 }
 

@@ -1,9 +1,7 @@
 #include "cli/view/Answers.h"
 
 #include <nlohmann/json.hpp>
-
-#include "wickerlane/client/JXGatekeeperClient.h"
-#include "wickerlane/platform/object/String.h"
+#include <utility>
 
 namespace wickerlane::cli::view {
 namespace {
@@ -82,29 +80,12 @@ void answerProblem(httplib::Response &response, const Problem &problem) {
     answerError(response, meaning.status, meaning.code, problem.text);
 }
 
-void answerData(httplib::Response &response, const Data *data, const std::string &type) {
-    response.status = 200;
-    if (data->length() == 0) {
+void answerBytes(httplib::Response &response, std::size_t count, const std::string &type,
+                 httplib::ContentProvider give) {
+    if (count > 0)
+        response.set_content_provider(count, type, std::move(give));
+    else // a provider of nothing is taken for one that fails
         response.set_header("Content-Type", type);
-        return;
-    }
-    response.set_content_provider(
-        data->length(), type,
-        [kept = Ref<const Data>(data)](std::size_t offset, std::size_t length, httplib::DataSink &sink) {
-            return sink.write(static_cast<const char *>(kept->bytes()) + offset, length);
-        });
-}
-
-Failure failAsked(std::string absence) {
-    const Error *error = JXGatekeeperClient::lastError();
-    if (error == nullptr)
-        return fail(ProblemKind::notFound, std::move(absence));
-    return fail(static_cast<ProblemKind>(error->code()), std::string(error->localizedDescription()->utf8()));
-}
-
-bool hasEnded() {
-    const Error *error = JXGatekeeperClient::lastError();
-    return error != nullptr && error->code() == static_cast<std::int64_t>(ProblemKind::ending);
 }
 
 } // namespace wickerlane::cli::view

@@ -4,14 +4,12 @@
 
 #include <httplib.h>
 
-#include <chrono>
+#include <cstddef>
 #include <string>
 #include <string_view>
-#include <thread>
 
 #include "cli/Output.h"
 #include "wickerlane/model/Result.h"
-#include "wickerlane/platform/object/Data.h"
 
 namespace wickerlane::cli::view {
 
@@ -24,26 +22,10 @@ void answerText(httplib::Response &response, std::string json);
 void answerJSON(httplib::Response &response, const JSON &value);
 void answerError(httplib::Response &response, int status, std::string_view code, std::string_view text);
 void answerProblem(httplib::Response &response, const Problem &problem);
-/// Writes the bytes from where they are. `type` is a media type.
-void answerData(httplib::Response &response, const Data *data, const std::string &type);
-
-/// Why the client's last operation on this thread has failed. `absence` is said when the daemon has answered,
-/// but gave nothing.
-Failure failAsked(std::string absence = "there is no such thing in the library");
-/// Whether it has failed because the daemon ended, so that it may be asked again.
-bool hasEnded();
-
-/// Asks the daemon a question, which changes nothing: again, if the daemon ended before it answered. Gives
-/// what `ask` gives: something that is false when there is no answer.
-template <class Ask>
-auto askAgain(const Ask &ask) {
-    auto given = ask();
-    for (int times = 0; !given && hasEnded() && times < 5; ++times) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
-        given = ask();
-    }
-    return given;
-}
+/// The body is `count` bytes, which `give` sends when it is called. `type` is a media type. The caller sets
+/// the status.
+void answerBytes(httplib::Response &response, std::size_t count, const std::string &type,
+                 httplib::ContentProvider give);
 
 } // namespace wickerlane::cli::view
 

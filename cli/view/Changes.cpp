@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "cli/Queries.h"
-#include "cli/view/Answers.h"
+#include "cli/view/DaemonQuestions.h"
 #include "cli/view/Parameters.h"
 #include "cli/view/Rotation.h"
 #include "wickerlane/client/JXGatekeeperClient.h"

@@ -13,7 +13,7 @@
 
 #include "cli/Awaited.h"
 #include "cli/Queries.h"
-#include "cli/view/Answers.h"
+#include "cli/view/DaemonQuestions.h"
 #include "cli/view/Parameters.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/platform/file/Files.h"

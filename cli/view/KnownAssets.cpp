@@ -2,8 +2,7 @@
 
 #include <charconv>
 
-#include "cli/view/Answers.h"
-#include "wickerlane/client/JXGatekeeperClient.h"
+#include "cli/view/DaemonQuestions.h"
 
 namespace wickerlane::cli::view {
 namespace {
@@ -64,16 +63,11 @@ Result<Ref<ManagedObjectID>> KnownAssets::objectID(const std::string &uuid) {
         if (number != 0)
             return ManagedObjectID::create(URL::create(objectURI(store, number)).get());
     }
-    const auto page = askAgain([&] {
-        return JXGatekeeperClient::sharedInstance()->assetsMatchingQuery(
-            {.filter = {.uuids = std::vector{uuid}}, .limit = 1, .fields = AssetFields::identity});
-    });
-    if (!page)
-        return failAsked();
-    if (page->assets.empty())
-        return fail(ProblemKind::notFound, "there is no such asset in the library any more");
-    note(*page->assets.front());
-    return Ref<ManagedObjectID>(page->assets.front()->objectID());
+    const auto asset = assetWithUUID(uuid, AssetFields::identity);
+    if (!asset)
+        return passOn(asset);
+    note(**asset);
+    return Ref<ManagedObjectID>((*asset)->objectID());
 }
 
 void KnownAssets::forget(const std::string &uuid) {

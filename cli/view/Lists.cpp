@@ -13,8 +13,8 @@
 #include "cli/AssetDescription.h"
 #include "cli/Formatting.h"
 #include "cli/Queries.h"
-#include "cli/view/Answers.h"
 #include "cli/view/Base64.h"
+#include "cli/view/DaemonQuestions.h"
 #include "cli/view/Parameters.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/platform/object/Number.h"
@@ -182,19 +182,16 @@ Result<std::string> describeAsset(KnownAssets &known, const httplib::Request &re
     const std::string uuid = uuidIn(std::string_view(request.path).substr(assetPath.size()));
     if (uuid.empty())
         return fail(ProblemKind::notFound, "there is no such asset in the library");
-    const auto page = askAgain(
-        [&] { return client()->assetsMatchingQuery({.filter = {.uuids = std::vector{uuid}}, .limit = 1}); });
-    if (!page)
-        return failAsked();
-    if (page->assets.empty())
-        return fail(ProblemKind::notFound, "there is no such asset in the library any more");
-    const ManagedAsset &asset = *page->assets.front();
+    const auto found = assetWithUUID(uuid);
+    if (!found)
+        return passOn(found);
+    const ManagedAsset &asset = **found;
     known.note(asset);
     const auto rendition = askAgain([&] { return client()->renditionOfAsset(asset.assetURL()); });
     const auto albums = rendition ? askAgain([&] { return client()->albums(); }) : std::nullopt;
     if (!rendition || !albums)
         return failAsked();
-    const auto companions = askAgain([&] { return askForCompanions({&page->assets.front(), 1}); });
+    const auto companions = askAgain([&] { return askForCompanions({&*found, 1}); });
     if (!companions)
         return passOn(companions);
     JSON described = describe(asset);

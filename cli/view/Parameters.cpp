@@ -24,8 +24,9 @@ Failure failInvalid(std::string_view name, std::string_view what) {
     return fail(ProblemKind::invalid, fmt::format("'{}' must be {}", name, what));
 }
 
+/// The number that a text is, as a whole.
 template <class Number>
-std::optional<Number> wholeNumber(std::string_view text) {
+std::optional<Number> numberIn(std::string_view text) {
     Number number{};
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
     return error == std::errc() && end == text.data() + text.size() ? std::optional(number) : std::nullopt;
@@ -36,7 +37,7 @@ bool setCircle(std::string_view text, AssetFilter &filter) {
     std::array<double, 3> numbers{};
     for (std::size_t i = 0; i < numbers.size(); ++i) {
         const std::size_t length = i + 1 < numbers.size() ? text.find(',') : text.size();
-        const auto number = wholeNumber<double>(text.substr(0, length));
+        const auto number = numberIn<double>(text.substr(0, length));
         if (length == text.npos || !number || !std::isfinite(*number))
             return false;
         numbers.at(i) = *number;
@@ -108,7 +109,7 @@ std::string uuidIn(std::string_view text) {
 Result<std::uint64_t> numberIn(const httplib::Request &request, const char *name, std::uint64_t otherwise) {
     if (!request.has_param(name))
         return otherwise;
-    const auto number = wholeNumber<std::uint64_t>(request.get_param_value(name));
+    const auto number = numberIn<std::uint64_t>(request.get_param_value(name));
     if (!number)
         return failInvalid(name, "a number");
     return *number;
@@ -144,12 +145,12 @@ Result<AssetFilter> filterIn(const httplib::Request &request) {
             return failInvalid("album", "a UUID");
     }
     if (const std::string moment = request.get_param_value("moment"); !moment.empty()) {
-        filter.moment = wholeNumber<std::int64_t>(moment);
+        filter.moment = numberIn<std::int64_t>(moment);
         if (!filter.moment)
             return failInvalid("moment", "the key of a moment");
     }
     if (const std::string rating = request.get_param_value("rating"); !rating.empty()) {
-        filter.minRating = wholeNumber<std::int64_t>(rating);
+        filter.minRating = numberIn<std::int64_t>(rating);
         if (!filter.minRating || *filter.minRating < 1 || *filter.minRating > maxRating)
             return failInvalid("rating", "a number from 1 to 5");
     }

@@ -15,6 +15,7 @@
 
 #include "cli/AssetDescription.h"
 #include "cli/view/Answers.h"
+#include "cli/view/DaemonQuestions.h"
 #include "cli/view/Parameters.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/model/MediaType.h"
@@ -107,16 +108,11 @@ void answerFile(const httplib::Request &request, httplib::Response &response, As
     if (asked)
         response.set_header("Content-Range",
                             fmt::format("bytes {}-{}/{}", span.first, span.first + span.count - 1, total));
-    if (span.count == 0) {
-        response.set_header("Content-Type", file.type);
-        return;
-    }
-    response.set_content_provider(
-        span.count, file.type,
-        [shared = std::make_shared<UniqueFd>(std::move(file.file)),
-         first = span.first](std::size_t offset, std::size_t length, httplib::DataSink &sink) {
-            return sendPart(*shared, first + offset, length, sink);
-        });
+    answerBytes(response, span.count, file.type,
+                [shared = std::make_shared<UniqueFd>(std::move(file.file)),
+                 first = span.first](std::size_t offset, std::size_t length, httplib::DataSink &sink) {
+                    return sendPart(*shared, first + offset, length, sink);
+                });
 }
 
 /// Pictures and videos as they are; all else is for saving only.
@@ -157,8 +153,7 @@ Result<AssetFile> openEdited(const ManagedAsset &asset) {
     return opened;
 }
 
-} // namespace
-
+/// The picture of an asset in one of the formats of ImageDataFormats.h. Borrowed.
 Result<const Data *> pictureOf(KnownAssets &known, const std::string &uuid, int format) {
     for (bool isRepeated = false;; isRepeated = true) {
         const auto id = known.objectID(uuid);
@@ -175,17 +170,7 @@ Result<const Data *> pictureOf(KnownAssets &known, const std::string &uuid, int 
     }
 }
 
-Result<Ref<ManagedAsset>> assetWithUUID(const std::string &uuid) {
-    const auto page = askAgain([&] {
-        return JXGatekeeperClient::sharedInstance()->assetsMatchingQuery(
-            {.filter = {.uuids = std::vector{uuid}}, .limit = 1});
-    });
-    if (!page)
-        return failAsked();
-    if (page->assets.empty())
-        return fail(ProblemKind::notFound, "there is no such asset in the library any more");
-    return page->assets.front();
-}
+} // namespace
 
 Result<AssetFile> openFileOf(const ManagedAsset &asset, bool edited) {
     Result<AssetFile> opened;
@@ -238,7 +223,12 @@ Result<> answerMedia(KnownAssets &known, const httplib::Request &request, httpli
         const auto data = pictureOf(known, uuid, each.format);
         if (!data)
             return passOn(data);
-        answerData(response, *data, "image/jpeg");
+        response.status = 200;
+        answerBytes(
+            response, (*data)->length(), "image/jpeg",
+            [kept = Ref<const Data>(*data)](std::size_t offset, std::size_t length, httplib::DataSink &sink) {
+                return sink.write(static_cast<const char *>(kept->bytes()) + offset, length);
+            });
         return {};
     }
     return fail(ProblemKind::notFound, "there is no such picture");

@@ -4,19 +4,13 @@
 
 #include <httplib.h>
 
+#include <cstdint>
 #include <string>
 
 #include "cli/view/KnownAssets.h"
 #include "wickerlane/platform/file/UniqueFd.h"
-#include "wickerlane/platform/object/Data.h"
 
 namespace wickerlane::cli::view {
-
-/// The picture of an asset in one of the formats of ImageDataFormats.h. Borrowed.
-Result<const Data *> pictureOf(KnownAssets &known, const std::string &uuid, int format);
-
-/// An asset by its UUID.
-Result<Ref<ManagedAsset>> assetWithUUID(const std::string &uuid);
 
 /// A file of an asset, and what it is called outside the library.
 struct AssetFile {

@@ -3,7 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/FollowedChanges.h"
-#include "cli/view/Answers.h"
+#include "cli/view/DaemonQuestions.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 
 namespace wickerlane::cli::view {

@@ -4,9 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "cli/view/Answers.h"
+#include "cli/view/DaemonQuestions.h"
 #include "cli/view/Parameters.h"
-#include "cli/view/Pictures.h"
 #include "cli/view/TurnedJPEG.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/platform/file/Files.h"

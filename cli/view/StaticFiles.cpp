@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <string_view>
 
+#include "cli/view/Answers.h"
 #include "wickerlane/platform/file/DataFolders.h"
 #include "wickerlane/platform/file/Files.h"
 
@@ -79,14 +80,10 @@ bool StaticFiles::answer(const httplib::Request &request, httplib::Response &res
         return true;
     }
     response.status = 200;
-    if (file.contents.empty())
-        response.set_header("Content-Type", file.type);
-    else
-        response.set_content_provider(
-            file.contents.size(), file.type,
-            [&file](std::size_t offset, std::size_t length, httplib::DataSink &sink) {
-                return sink.write(file.contents.data() + offset, length);
-            });
+    answerBytes(response, file.contents.size(), file.type,
+                [&file](std::size_t offset, std::size_t length, httplib::DataSink &sink) {
+                    return sink.write(file.contents.data() + offset, length);
+                });
     return true;
 }
 

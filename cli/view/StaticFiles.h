@@ -18,7 +18,8 @@ public:
     /// Of the installation, or of the tree that the command was built in.
     [[nodiscard]] static Result<StaticFiles> read();
 
-    /// False when there is no such file. `path` is that of the request.
+    /// Answers with the file at the path of the request. False when there is none. The answer borrows from
+    /// this object.
     [[nodiscard]] bool answer(const httplib::Request &request, httplib::Response &response) const;
 
 private:
