@@ -1,4 +1,4 @@
-// The elements that show assets in a grid. They are used again and again.
+// The elements that show assets in a grid. One that leaves the window shows another asset later.
 
 import {media} from './api.js';
 import {el, icon} from './dom.js';
@@ -64,7 +64,7 @@ function mark(cell, name, make) {
                    icon(isDuration ? 'play' : name), isDuration ? text : null));
 }
 
-/** Shows an asset, or an empty place while it is not known. `withPicture` is false while all flies by. */
+/** Shows an asset, or an empty place while it is not known. `withPicture` is false during fast scrolling. */
 export function bindCell(cell, asset, withPicture) {
     cell.asset = asset ?? null;
     if (!asset) {

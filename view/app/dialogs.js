@@ -20,7 +20,7 @@ function show(title, content, buttons) {
             if (event.target === dialog)
                 dialog.close('');
         });
-        // What the page does with keys is not meant here.
+        // The keys of the page don't apply in a dialog.
         dialog.addEventListener('keydown', (event) => event.stopPropagation());
         document.body.append(dialog);
         dialog.showModal();

@@ -85,7 +85,7 @@ export function textButton(text, press, properties = {}) {
     return el('button', {type: 'button', class: 'button', on: {click: press}, ...properties}, text);
 }
 
-/** Calls `work` when it has not been asked to for that number of milliseconds. */
+/** A function that calls `work` once it has not been called again for that number of milliseconds. */
 export function debounced(work, milliseconds) {
     let timer = 0;
     const later = (...values) => {

@@ -119,7 +119,7 @@ export class Gestures {
         }, longPress);
     }
 
-    /** Selects what a rectangle touches that is drawn from an empty place. */
+    /** Selects what is touched by a rectangle that is drawn from an empty place. */
     #band(begin) {
         const timeline = this.#timeline;
         const from = timeline.pointOf(begin);

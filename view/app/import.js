@@ -34,7 +34,7 @@ async function filesOf(transfer) {
     return files.filter(({name}) => !name.startsWith('.'));
 }
 
-/** Imports one after another, and shows how far it is. Emits `imported` when one is in the library. */
+/** Imports files, a few at a time, and shows how far it is. Emits `imported` when one is in the library. */
 export class Import extends EventTarget {
     #queue = [];
     #sent = new Map();
@@ -160,7 +160,7 @@ export class Import extends EventTarget {
         this.text.textContent = parts.join(' · ');
     }
 
-    /** What has not begun is left out. */
+    /** Files that have not begun are not imported. */
     #close() {
         for (const {file} of this.#queue.splice(0)) {
             this.#total.files -= 1;

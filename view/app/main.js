@@ -86,6 +86,11 @@ class Page {
         });
         addEventListener('hashchange', () => this.show());
         document.addEventListener('keydown', (event) => this.#key(event));
+        // What was asked for by a click, and says nothing of failure itself.
+        addEventListener('unhandledrejection', ({reason}) => {
+            if (reason instanceof api.ApiError)
+                actions.fail(reason);
+        });
         const changes = new Changes();
         changes.addEventListener('changed', refresh);
         api.changes.addEventListener('made', refresh);
@@ -361,7 +366,7 @@ class Page {
             await (found >= 0 ? this.viewer.open(source, found) : this.viewer.open(source, -1, id));
     }
 
-    /** What is behind the large view can't be reached meanwhile. */
+    /** Keeps the focus and the pointer away from what is behind the large view. */
     #hold(isHeld) {
         for (const each of [this.shell.skip, this.shell.header, this.shell.main, this.bar.element])
             each.inert = isHeld;
@@ -456,7 +461,7 @@ async function openSession() {
 }
 
 async function begin() {
-    // What most often comes first is asked for meanwhile.
+    // The timeline, which is what most visits begin with, is fetched while the session opens.
     const first = currentRoute().name === 'photos' && !currentRoute().query ? loadedSource() : null;
     first?.catch(() => {});
     const session = await openSession();

@@ -1,6 +1,6 @@
 // Which assets are selected.
 
-/** Emits `change`. Whoever shows assets keeps their look in step with it. */
+/** Emits `change`. Views that show assets mark the selected ones then. */
 export class Selection extends EventTarget {
     #assets = new Map();
     /** The index at which a range begins that is selected with Shift. */

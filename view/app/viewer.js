@@ -380,7 +380,7 @@ export class Viewer extends EventTarget {
         this.actions.remove([this.#asset.id]);
     }
 
-    /** Does what a key is for while this is open. */
+    /** Handles a key press while this is open. */
     key(event) {
         if (event.key === 'Tab') {
             this.#keepFocus(event);
