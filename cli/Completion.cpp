@@ -143,7 +143,7 @@ void addConditions(Candidates candidates) {
     candidates.follow(candidates.begun().substr(0, candidates.begun().rfind(' ') + 1));
     for (const std::string &each : conditionNames())
         candidates.add(each + "=");
-    candidates.add("all");
+    candidates.add(allAssets);
 }
 
 /// The values that help has in braces.

@@ -156,6 +156,13 @@ Result<> waitForSuccess(const std::string &undone, const Handler<void(const Succ
     });
 }
 
+Ref<Array> textsOf(std::span<const std::string> texts) {
+    auto list = MutableArray::create();
+    for (const std::string &each : texts)
+        list->append(String::of(each));
+    return list;
+}
+
 Result<client::Reply> answerUnlessInterrupted(const client::Request &request, Progress *progress) {
     const Awaited<client::Reply> answer;
     const InterruptScope interrupts;

@@ -2,11 +2,13 @@
 #ifndef CLI_DAEMONREQUESTS_H
 #define CLI_DAEMONREQUESTS_H
 
+#include <span>
 #include <string>
 
 #include "cli/Progress.h"
 #include "wickerlane/client/Request.h"
 #include "wickerlane/model/Result.h"
+#include "wickerlane/platform/object/Array.h"
 #include "wickerlane/platform/object/Error.h"
 #include "wickerlane/platform/object/Handler.h"
 
@@ -35,6 +37,9 @@ using SuccessHandler = Handler<void(bool success, Error *error)>;
 /// Sends such a request and blocks until it is answered. The problem's text is `undone`, which says what was
 /// not done unless it is empty, and the reason.
 Result<> waitForSuccess(const std::string &undone, const Handler<void(const SuccessHandler &)> &send);
+
+/// Texts as a request has them.
+Ref<Array> textsOf(std::span<const std::string> texts);
 
 /// Sends a request, and blocks until its answer is there, or until Ctrl-C, which cancels it: that is the only
 /// problem. The progress, if there is one, shows that time passes.

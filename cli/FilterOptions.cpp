@@ -240,9 +240,6 @@ constexpr Condition conditions[] = {
      setAnswer<&AssetFilter::hasProblem>},
 };
 
-/// A query that asks for all assets on purpose.
-constexpr const char *allAssets = "all";
-
 /// Splits a query at its blanks. What is between quotation marks belongs together.
 Result<std::vector<std::string>> wordsOf(const std::string &query) {
     std::vector<std::string> words;

@@ -18,6 +18,9 @@ struct FilterOptions {
     std::string query; ///< More conditions, in one text.
 };
 
+/// A query that asks for all assets on purpose.
+inline constexpr const char *allAssets = "all";
+
 /// "kind", "from", ...
 [[nodiscard]] std::vector<std::string> conditionNames();
 
@@ -26,7 +29,7 @@ void addFilterOptions(const Command &command, FilterOptions &options);
 /// --where alone.
 Option addQueryOption(const Command &command, std::string &query);
 
-/// Asks the daemon for the album, the moment and the assets that are named.
+/// Asks the daemon for the album and the moment that are named.
 Result<AssetFilter> filterOf(const FilterOptions &options);
 /// The same for conditions in one text, as in: kind=video album="At sea". At least one must be there.
 Result<AssetFilter> filterOfQuery(const std::string &query);

@@ -6,7 +6,6 @@
 #include <cctype>
 #include <charconv>
 #include <future>
-#include <set>
 
 #include "cli/AssetDescription.h"
 #include "cli/DaemonRequests.h"
@@ -95,16 +94,15 @@ Result<Ref<ManagedAsset>> askForNamed(const std::string &name) {
     return failForSeveral(name, candidates, areMore);
 }
 
-/// Calls `use` with each part of a list that fits into one request, until one fails.
-template <class Element, class Use>
-Result<> forEachPart(std::span<Element> list, const Use &use) {
-    while (!list.empty()) {
-        const auto part = list.first(std::min(list.size(), entriesOfPage));
-        list = list.subspan(part.size());
-        if (const Result<> used = use(part); !used)
-            return used;
-    }
-    return {};
+/// Whether an asset of the trash is called so, by another name than its UUID.
+bool isCalled(const ManagedAsset &asset, const std::string &name) {
+    const AssetRecord &record = asset.record();
+    if (isURI(name))
+        return asset.objectID()->uriRepresentation()->absoluteString()->utf8() == name;
+    if (isBeginningOfUUID(name) && std::ranges::equal(name, record.uuid.substr(0, name.size()), {},
+                                                      [](char each) { return std::toupper(each); }))
+        return true;
+    return outsideName(record) == name;
 }
 
 } // namespace
@@ -192,17 +190,6 @@ Result<Assets> askForAssets(std::span<const std::string> names) {
     return assets;
 }
 
-/// Whether an asset of the trash is called so, by another name than its UUID.
-bool isCalled(const ManagedAsset &asset, const std::string &name) {
-    const AssetRecord &record = asset.record();
-    if (isURI(name))
-        return asset.objectID()->uriRepresentation()->absoluteString()->utf8() == name;
-    if (isBeginningOfUUID(name) && std::ranges::equal(name, record.uuid.substr(0, name.size()), {},
-                                                      [](char each) { return std::toupper(each); }))
-        return true;
-    return outsideName(record) == name;
-}
-
 Result<Assets> askForTrashed(std::span<const std::string> names) {
     if (const auto there = requireLibrary(); !there)
         return passOn(there);
@@ -246,16 +233,18 @@ Result<Assets> askForTrashed(std::span<const std::string> names) {
 }
 
 Result<std::int64_t> askForMomentKey(const std::string &name) {
+    std::int64_t key = 0;
+    const char *end = name.data() + name.size();
+    if (const auto [stopped, error] = std::from_chars(name.data(), end, key);
+        error == std::errc() && stopped == end && key > 0)
+        return key;
     const auto lists = orLastError(JXGatekeeperClient::sharedInstance()->momentLists());
     if (!lists)
         return passOn(lists);
-    std::int64_t key = primaryKeyInURI(name, lists->storeUUID, momentEntity);
-    const char *end = name.data() + name.size();
+    key = primaryKeyInURI(name, lists->storeUUID, momentEntity);
     if (key <= 0)
-        if (const auto [stopped, error] = std::from_chars(name.data(), end, key);
-            error != std::errc() || stopped != end || key <= 0)
-            return fail(ProblemKind::notFound,
-                        fmt::format("there is no moment {}. To list all moments: wickerlane moments", name));
+        return fail(ProblemKind::notFound,
+                    fmt::format("there is no moment {}. To list all moments: wickerlane moments", name));
     return key;
 }
 
@@ -269,35 +258,6 @@ Failure failToFindTrashed(const std::string &name) {
     return fail(
         ProblemKind::notFound,
         fmt::format("there is no asset {} in the trash. To list what is: wickerlane trash list", name));
-}
-
-Result<NamedAssets> askForAllOf(std::span<const std::string> names) {
-    auto found = askForAssets(names);
-    if (!found)
-        return passOn(found);
-    NamedAssets named;
-    for (std::size_t i = 0; i < names.size(); ++i)
-        if ((*found)[i])
-            named.assets.push_back(std::move((*found)[i]));
-        else
-            named.code = report(failToFindAsset(names[i]).value());
-    return named;
-}
-
-Result<std::vector<std::string>> askForUUIDs(std::span<const std::string> names) {
-    const auto assets = askForAssets(names);
-    if (!assets)
-        return passOn(assets);
-    std::vector<std::string> uuids;
-    std::set<std::string> known;
-    for (std::size_t i = 0; i < names.size(); ++i) {
-        if (!(*assets)[i])
-            return failToFindAsset(names[i]);
-        const std::string &uuid = (*assets)[i]->record().uuid;
-        if (known.insert(uuid).second)
-            uuids.push_back(uuid);
-    }
-    return uuids;
 }
 
 Result<std::unordered_map<std::string, Ref<ManagedAsset>>>

@@ -2,13 +2,13 @@
 #ifndef CLI_QUERIES_H
 #define CLI_QUERIES_H
 
+#include <algorithm>
 #include <optional>
 #include <span>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
-#include "cli/ExitCode.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/model/Result.h"
 #include "wickerlane/platform/object/Handler.h"
@@ -48,6 +48,18 @@ Result<> forEachPage(Query query, std::optional<Page> (JXGatekeeperClient::*ask)
     return {};
 }
 
+/// Calls `use`, which gives a Result<>, with each part of a list that fits into one request, until one fails.
+template <class Element, class Use>
+Result<> forEachPart(std::span<Element> list, const Use &use) {
+    while (!list.empty()) {
+        const auto part = list.first(std::min(list.size(), entriesOfPage));
+        list = list.subspan(part.size());
+        if (const Result<> used = use(part); !used)
+            return used;
+    }
+    return {};
+}
+
 /// Calls `use` with the assets that a query asks for, page by page, from the `offset`-th on and at most
 /// `limit` of them. Memory for one page is held at a time.
 Result<> forEachAsset(AssetQuery query, std::size_t offset, std::size_t limit,
@@ -72,16 +84,6 @@ Failure failToFindTrashed(const std::string &name);
 
 /// The number of a moment, by that or by the URI of its object ID.
 Result<std::int64_t> askForMomentKey(const std::string &name);
-
-/// Assets of which all must be there: `code` is that of the last one that is not, each of which is reported.
-struct NamedAssets {
-    Assets assets;
-    ExitCode code = ExitCode::success;
-};
-Result<NamedAssets> askForAllOf(std::span<const std::string> names);
-
-/// The UUIDs of assets, each once, in the order of their names. Fails when one of the assets is not there.
-Result<std::vector<std::string>> askForUUIDs(std::span<const std::string> names);
 
 /// Assets by their UUIDs; what is not there is left out.
 Result<std::unordered_map<std::string, Ref<ManagedAsset>>>

@@ -8,16 +8,34 @@
 #include <set>
 
 #include "cli/AssetListing.h"
+#include "cli/DaemonRequests.h"
 #include "cli/FilterOptions.h"
 #include "cli/Formatting.h"
 
 namespace wickerlane::cli {
 
-Option addSelection(const Command &command, Selection &selection) {
+namespace {
+
+/// The names, with those on standard input in the place of "-".
+std::vector<std::string> namesIn(const Selection &selection) {
+    std::vector<std::string> names;
+    for (const std::string &name : selection.names) {
+        if (name != "-") {
+            names.push_back(name);
+            continue;
+        }
+        const auto read = linesOf(std::string(std::istreambuf_iterator<char>(std::cin), {}));
+        names.insert(names.end(), read.begin(), read.end());
+    }
+    return names;
+}
+
+} // namespace
+
+void addSelection(const Command &command, Selection &selection) {
     const Option names = command.addOption(
         "ASSET", selection.names, fmt::format("{}; - reads them from standard input", namesOfAssets));
     addQueryOption(command, selection.query).excludes(names);
-    return names;
 }
 
 void addDryRun(const Command &command, Selection &selection) {
@@ -40,65 +58,97 @@ std::vector<std::string> linesOf(const std::string &text) {
     return lines;
 }
 
-Result<std::vector<std::string>> namesIn(const Selection &selection) {
-    std::vector<std::string> names;
-    for (const std::string &name : selection.names) {
-        if (name != "-") {
-            names.push_back(name);
-            continue;
-        }
-        const auto read = linesOf(std::string(std::istreambuf_iterator<char>(std::cin), {}));
-        names.insert(names.end(), read.begin(), read.end());
-    }
-    return names;
-}
-
-Result<SelectedAssets> select(const Selection &selection) {
+Result<FoundAssets> find(const Selection &selection) {
     if (selection.isEmpty())
         return fail(ProblemKind::invalid, "ASSET or --where is required");
-    SelectedAssets selected;
+    FoundAssets found;
     if (!selection.query.empty()) {
         auto filter = filterOfQuery(selection.query);
         if (!filter)
             return passOn(filter);
-        const auto found =
+        const auto read =
             forEachAsset({.filter = *std::move(filter), .fields = AssetFields::identity}, 0,
                          std::numeric_limits<std::size_t>::max(),
-                         [&](const ManagedAsset &asset) { selected.uuids.push_back(asset.record().uuid); });
-        if (!found)
-            return passOn(found);
-        return selected;
+                         [&](const ManagedAsset &asset) { found.uuids.push_back(asset.record().uuid); });
+        if (!read)
+            return passOn(read);
+        return found;
     }
-    const auto names = namesIn(selection);
-    if (!names)
-        return passOn(names);
-    const auto assets = askForAssets(*names);
+    const std::vector<std::string> names = namesIn(selection);
+    const auto assets = askForAssets(names);
     if (!assets)
         return passOn(assets);
     std::set<std::string, std::less<>> known;
-    for (std::size_t i = 0; i < names->size(); ++i)
+    for (std::size_t i = 0; i < names.size(); ++i)
         if ((*assets)[i] == nullptr)
-            selected.code = report(failToFindAsset((*names)[i]).value());
+            found.absent.push_back(names[i]);
         else if (known.insert((*assets)[i]->record().uuid).second)
-            selected.uuids.push_back((*assets)[i]->record().uuid);
-    return selected;
+            found.uuids.push_back((*assets)[i]->record().uuid);
+    return found;
 }
 
-Result<ExitCode> printDryRun(std::span<const std::string> uuids, std::string_view what) {
+Result<SelectedAssets> select(const Selection &selection) {
+    return find(selection).map([](FoundAssets &&found) {
+        SelectedAssets selected{std::move(found.uuids)};
+        for (const std::string &name : found.absent)
+            selected.code = report(failToFindAsset(name).value());
+        return selected;
+    });
+}
+
+Result<ExitCode> printDryRun(std::span<const std::string> uuids, std::string_view what,
+                             const Assets &trashed) {
     auto listing = AssetListing::create({});
     if (!listing)
         return passOn(listing);
-    for (std::size_t begin = 0; begin < uuids.size(); begin += entriesOfPage) {
-        const auto part = uuids.subspan(begin, std::min(uuids.size() - begin, entriesOfPage));
-        const auto assets = askForAssetsWithUUIDs(part);
+    const auto listed = forEachPart(uuids, [&](std::span<const std::string> part) -> Result<> {
+        const auto assets = askForAssets(part);
         if (!assets)
             return passOn(assets);
-        for (const std::string &uuid : part)
-            if (const auto found = assets->find(uuid); found != assets->end())
-                listing->add(*found->second);
-    }
+        for (const Ref<ManagedAsset> &each : *assets)
+            if (each)
+                listing->add(*each);
+        return {};
+    });
+    if (!listed)
+        return passOn(listed);
+    for (const Ref<ManagedAsset> &each : trashed)
+        listing->add(*each);
     listing->end("no assets");
-    summarize(fmt::format("{} would be {}", countText(uuids.size(), "asset", "assets"), what));
+    summarize(fmt::format("{} would be {}", countText(uuids.size() + trashed.size(), "asset", "assets"), what));
+    return ExitCode::success;
+}
+
+Result<ExitCode> changeSelected(const Selection &selection, const ChangeTexts &texts,
+                                const protocol::Row &row,
+                                const Handler<void(client::Request &request)> &fill) {
+    const auto selected = select(selection);
+    if (!selected)
+        return passOn(selected);
+    if (selected->code != ExitCode::success)
+        return selected->code;
+    const std::vector<std::string> &uuids = selected->uuids;
+    if (selection.isDryRun)
+        return printDryRun(uuids, texts.done);
+    const InterruptScope interrupts;
+    Progress progress(std::string(texts.doing), uuids.size());
+    std::size_t done = 0;
+    const auto changed = forEachPart(std::span(uuids), [&](std::span<const std::string> part) -> Result<> {
+        if (isInterrupted())
+            return failInterrupted(fmt::format("{} of {} are done", done, uuids.size()));
+        client::Request request(row);
+        fill(request);
+        request.set(protocol::keys::photoUUIDs, textsOf(part).get());
+        if (const auto worked = waitForWork(request, &progress); !worked)
+            return worked;
+        done += part.size();
+        progress.advance(part.size());
+        return {};
+    });
+    if (!changed)
+        return passOn(changed);
+    summarize(texts.summary != nullptr ? texts.summary(done)
+                                       : countText(done, "asset", "assets") + " " + texts.done);
     return ExitCode::success;
 }
 

@@ -13,6 +13,7 @@
 #include "cli/Output.h"
 #include "cli/Progress.h"
 #include "cli/Queries.h"
+#include "wickerlane/client/Request.h"
 
 namespace wickerlane::cli {
 
@@ -30,8 +31,8 @@ struct Selection {
     }
 };
 
-/// ASSET... and --where. Gives the first.
-Option addSelection(const Command &command, Selection &selection);
+/// ASSET... and --where.
+void addSelection(const Command &command, Selection &selection);
 /// --dry-run.
 void addDryRun(const Command &command, Selection &selection);
 /// --yes.
@@ -40,36 +41,38 @@ void addYes(const Command &command, bool &yes);
 /// What is in a text one a line, or each ended by a NUL.
 [[nodiscard]] std::vector<std::string> linesOf(const std::string &text);
 
-/// The names, with those on standard input in the place of "-": one a line, or each ended by a NUL.
-Result<std::vector<std::string>> namesIn(const Selection &selection);
+/// The assets of a selection, each once, by their UUIDs, and the names that no asset has.
+struct FoundAssets {
+    std::vector<std::string> uuids;
+    std::vector<std::string> absent;
+};
+Result<FoundAssets> find(const Selection &selection);
 
-/// The UUIDs of the assets, each once. Those that are not there are reported; then `code` is not success.
+/// The same with each absent name reported; then `code` is not success.
 struct SelectedAssets {
     std::vector<std::string> uuids;
     ExitCode code = ExitCode::success;
 };
 Result<SelectedAssets> select(const Selection &selection);
 
-/// Shows the assets that something would be done to: "moved to the trash".
-Result<ExitCode> printDryRun(std::span<const std::string> uuids, std::string_view what);
+/// Shows the assets that something would be done to: "moved to the trash". `trashed` are those that are there
+/// already.
+Result<ExitCode> printDryRun(std::span<const std::string> uuids, std::string_view what,
+                             const Assets &trashed = {});
 
-/// Calls `work`, which gives a Result<>, with one part of a list after the other, until one fails.
-template <class Work>
-Result<> inParts(std::span<const std::string> uuids, std::string_view what, const Work &work) {
-    const InterruptScope interrupts;
-    Progress progress(std::string(what), uuids.size());
-    for (std::size_t done = 0; done < uuids.size();) {
-        const auto part = uuids.subspan(done, std::min(uuids.size() - done, entriesOfPage));
-        if (const Result<> worked = work(part, progress); !worked)
-            return worked;
-        done += part.size();
-        progress.advance(part.size());
-        if (isInterrupted() && done < uuids.size())
-            return failInterrupted(std::to_string(done) + " of " + std::to_string(uuids.size()) +
-                                   " are done");
-    }
-    return {};
-}
+/// What people are told of a change.
+struct ChangeTexts {
+    std::string_view doing; ///< While it is under way: "removing".
+    std::string done;       ///< "removed from Dunes".
+    /// After that many were changed; otherwise "2 assets" and `done`.
+    std::string (*summary)(std::size_t count) = nullptr;
+};
+
+/// Asks the daemon for the same change of all assets in a selection, and says what was done. Changes nothing
+/// if one of them is not there, or in a dry run. `fill` sets what the request has besides the UUIDs.
+Result<ExitCode> changeSelected(const Selection &selection, const ChangeTexts &texts,
+                                const protocol::Row &row,
+                                const Handler<void(client::Request &request)> &fill);
 
 /// How far work on single assets came.
 struct BulkOutcome {
@@ -85,29 +88,30 @@ Result<BulkOutcome> forEachSelected(std::span<const std::string> uuids, std::str
     const InterruptScope interrupts;
     BulkOutcome outcome;
     Progress progress(std::string(what), uuids.size());
-    for (std::size_t begin = 0; begin < uuids.size(); begin += entriesOfPage) {
-        const auto part = uuids.subspan(begin, std::min(uuids.size() - begin, entriesOfPage));
-        const auto assets = askForAssetsWithUUIDs(part);
+    const auto ended = forEachPart(uuids, [&](std::span<const std::string> part) -> Result<> {
+        const auto assets = askForAssets(part);
         if (!assets)
             return passOn(assets);
-        for (const std::string &uuid : part) {
-            if (isInterrupted()) {
-                outcome.code = report(failInterrupted(std::to_string(uuids.size() - outcome.done) +
-                                                      " assets are left as they were")
-                                          .value());
-                return outcome;
-            }
+        for (std::size_t i = 0; i < part.size(); ++i) {
+            if (isInterrupted())
+                return failInterrupted(std::to_string(uuids.size() - outcome.done) +
+                                       " assets are left as they were");
             const ReleaseScope scope;
-            const auto found = assets->find(uuid);
-            const Result<> worked = found == assets->end() ? failToFindAsset(uuid) : work(*found->second);
+            const Ref<ManagedAsset> &asset = (*assets)[i];
+            const Result<> worked = asset ? work(*asset) : failToFindAsset(part[i]);
             if (!worked && worked.error().kind == ProblemKind::unreachable)
-                return passOn(worked);
+                return worked;
             if (!worked)
                 outcome.code = report(worked.error());
             outcome.done += worked ? 1 : 0;
             progress.advance(worked ? 1 : 0, worked ? 0 : 1);
         }
-    }
+        return {};
+    });
+    if (!ended && ended.error().kind != ProblemKind::cancelled)
+        return passOn(ended);
+    if (!ended)
+        outcome.code = report(ended.error());
     return outcome;
 }
 

@@ -1,11 +1,8 @@
 // wickerlane adjust-date
 #include <charconv>
 #include <optional>
-#include <span>
 
-#include "cli/DaemonRequests.h"
 #include "cli/Formatting.h"
-#include "cli/Output.h"
 #include "cli/Selection.h"
 #include "cli/Subcommands.h"
 #include "wickerlane/protocol/AssetRows.h"
@@ -87,34 +84,15 @@ std::optional<std::int64_t> secondsIn(std::string_view text) {
     return seconds && isBack ? std::optional(-*seconds) : seconds;
 }
 
-Result<> adjust(std::span<const std::string> uuids, std::int64_t seconds, Progress &progress) {
-    const auto texts = MutableArray::create();
-    for (const std::string &uuid : uuids)
-        texts->append(String::of(uuid));
-    client::Request request(protocol::adjustDates);
-    request.set(protocol::keys::seconds, seconds);
-    request.set(protocol::keys::photoUUIDs, texts.get());
-    return waitForWork(request, &progress);
-}
-
-/// Changes nothing if one of the assets is not there.
 Result<ExitCode> adjustDates(const Options &options) {
-    const auto seconds = secondsIn(options.by);
-    const auto selected = select(options.selection);
-    if (!selected)
-        return passOn(selected);
-    if (selected->code != ExitCode::success)
-        return selected->code;
-    if (options.selection.isDryRun)
-        return printDryRun(selected->uuids, "given another date");
-    const auto adjusted = inParts(selected->uuids, "changing dates",
-                                  [&](std::span<const std::string> part, Progress &progress) {
-                                      return adjust(part, *seconds, progress);
-                                  });
-    if (!adjusted)
-        return passOn(adjusted);
-    summarize(countText(selected->uuids.size(), "date", "dates") + " changed");
-    return ExitCode::success;
+    return changeSelected(
+        options.selection,
+        {.doing = "changing dates",
+         .done = "given another date",
+         .summary = [](std::size_t count) { return countText(count, "date", "dates") + " changed"; }},
+        protocol::adjustDates, [seconds = *secondsIn(options.by)](client::Request &request) {
+            request.set(protocol::keys::seconds, seconds);
+        });
 }
 
 } // namespace

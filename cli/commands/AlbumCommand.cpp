@@ -3,7 +3,6 @@
 #include <nlohmann/json.hpp>
 
 #include <limits>
-#include <span>
 
 #include "cli/Albums.h"
 #include "cli/AssetDescription.h"
@@ -146,34 +145,15 @@ Result<ExitCode> deleteAlbum(const Options &options) {
     return ExitCode::success;
 }
 
-/// Removes nothing if one of the assets is not there.
 Result<ExitCode> remove(const Options &options) {
     const auto named = askForAlbum(options.album);
     if (!named)
         return passOn(named);
-    const ManagedAlbum &album = **named;
-    const auto selected = select(options.selection);
-    if (!selected)
-        return passOn(selected);
-    if (selected->code != ExitCode::success)
-        return selected->code;
-    if (options.selection.isDryRun)
-        return printDryRun(selected->uuids, "removed from " + album.record().name);
-    const auto removed =
-        inParts(selected->uuids, "removing", [&](std::span<const std::string> part, Progress &progress) {
-            const auto photos = MutableArray::create();
-            for (const std::string &each : part)
-                photos->append(String::of(each));
-            client::Request request(protocol::removeFromAlbum);
-            request.set(protocol::keys::photoUUIDs, photos.get());
-            request.set(protocol::keys::albumUUID, String::of(album.record().uuid));
-            return waitForWork(request, &progress);
-        });
-    if (!removed)
-        return passOn(removed);
-    summarize(fmt::format("{} removed from {}", countText(selected->uuids.size(), "asset", "assets"),
-                          album.record().name));
-    return ExitCode::success;
+    const AlbumRecord &album = (*named)->record();
+    return changeSelected(
+        options.selection, {.doing = "removing", .done = "removed from " + album.name},
+        protocol::removeFromAlbum,
+        [&](client::Request &request) { request.set(protocol::keys::albumUUID, String::of(album.uuid)); });
 }
 
 Result<ExitCode> deleteEmpty(const Options &options) {

@@ -121,7 +121,6 @@ Result<ExitCode> showStatus(const Options &options) {
 
 /// Ends the process that serves the library, and waits until it has ended. Gives whether there was one.
 Result<bool> stopDaemon() {
-    using namespace std::chrono_literals;
     const store::LibraryPaths paths;
     const pid_t process = daemonProcess(paths.lock());
     if (process == 0) {
@@ -138,7 +137,8 @@ Result<bool> stopDaemon() {
         return failSystem("end the daemon", fmt::format("process {}", process));
     const InterruptScope interrupts;
     Progress progress("waiting for the daemon to end");
-    for (pollfd ended{handle.get(), POLLIN, 0}; poll(&ended, 1, 100) == 0;) {
+    // A signal may end the waiting early.
+    for (pollfd ended{handle.get(), POLLIN, 0}; poll(&ended, 1, 100) != 1;) {
         if (isInterrupted())
             return failInterrupted("the daemon may still be ending");
         progress.tick();

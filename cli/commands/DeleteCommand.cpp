@@ -1,7 +1,7 @@
 // wickerlane delete
 #include <fmt/format.h>
 
-#include <algorithm>
+#include <set>
 
 #include "cli/Confirmation.h"
 #include "cli/DaemonRequests.h"
@@ -33,37 +33,23 @@ struct Found {
     ExitCode code = ExitCode::success;
 };
 
-Result<Found> find(const Options &options) {
-    // What is deleted at once may be in the trash already.
-    if (!options.now || !options.selection.query.empty())
-        return select(options.selection).map([](SelectedAssets &&selected) {
-            return Found{std::move(selected.uuids), {}, selected.code};
-        });
-    const auto names = namesIn(options.selection);
-    if (!names)
-        return passOn(names);
-    const auto assets = askForAssets(*names);
-    if (!assets)
-        return passOn(assets);
+Result<Found> findWhatToDelete(const Options &options) {
+    auto present = find(options.selection);
+    if (!present)
+        return passOn(present);
     Found found;
-    std::vector<std::string> others;
-    for (std::size_t i = 0; i < names->size(); ++i)
-        if ((*assets)[i] == nullptr)
-            others.push_back((*names)[i]);
-        else
-            found.uuids.push_back((*assets)[i]->record().uuid);
-    std::ranges::sort(found.uuids);
-    found.uuids.erase(std::unique(found.uuids.begin(), found.uuids.end()), found.uuids.end());
-    if (others.empty())
-        return found;
-    const auto trashed = askForTrashed(others);
+    found.uuids = std::move(present->uuids);
+    const std::vector<std::string> &others = present->absent;
+    // What is deleted at once may be in the trash already.
+    const auto trashed = options.now && !others.empty() ? askForTrashed(others) : Assets(others.size());
     if (!trashed)
         return passOn(trashed);
+    std::set<std::string> known;
     for (std::size_t i = 0; i < others.size(); ++i)
-        if ((*trashed)[i] != nullptr)
-            found.trashed.push_back((*trashed)[i]);
-        else
+        if ((*trashed)[i] == nullptr)
             found.code = report(failToFindAsset(others[i]).value());
+        else if (known.insert((*trashed)[i]->record().uuid).second)
+            found.trashed.push_back((*trashed)[i]);
     return found;
 }
 
@@ -78,16 +64,14 @@ Result<> deleteAsset(const ManagedAsset &asset, bool now) {
 }
 
 Result<ExitCode> deleteAssets(const Options &options) {
-    if (options.selection.isEmpty())
-        return fail(ProblemKind::invalid, "ASSET or --where is required");
-    const auto found = find(options);
+    const auto found = findWhatToDelete(options);
     if (!found)
         return passOn(found);
     if (found->code != ExitCode::success)
         return found->code; // before anything is deleted
     const std::size_t count = found->uuids.size() + found->trashed.size();
     if (options.selection.isDryRun)
-        return printDryRun(found->uuids, options.now ? "deleted" : "moved to the trash");
+        return printDryRun(found->uuids, options.now ? "deleted" : "moved to the trash", found->trashed);
     if (count > 0 && !options.selection.yes && !isWanted(count, options.now))
         return fail(ProblemKind::failed, "nothing was deleted; --yes deletes without asking");
     auto outcome = forEachSelected(

@@ -362,28 +362,27 @@ Result<ExitCode> exportNamed(const Options &options) {
         return code;
     if (options.selection.isDryRun)
         return printDryRun(uuids, "exported");
-    const bool isOne = uuids.size() == 1 && !options.selection.isOpen();
-    if (const auto made = isOne ? Result<>() : requireFolder(options.to); !made)
+    if (uuids.size() == 1 && !options.selection.isOpen()) {
+        const auto asset = askForAsset(uuids.front());
+        if (!asset)
+            return passOn(asset);
+        const auto companions = askForCompanions({&*asset, 1});
+        if (!companions)
+            return passOn(companions);
+        return exportOne(options, shotOf(**asset, *companions), code);
+    }
+    if (const auto made = requireFolder(options.to); !made)
         return passOn(made);
     Exporter exporter(options, uuids.size());
-    for (std::size_t begin = 0; begin < uuids.size(); begin += entriesOfPage) {
-        const auto part = std::span(uuids).subspan(begin, std::min(uuids.size() - begin, entriesOfPage));
-        const auto found = askForAssetsWithUUIDs(part);
-        if (!found)
-            return passOn(found);
-        Assets assets;
-        for (const std::string &uuid : part)
-            if (const auto each = found->find(uuid); each != found->end())
-                assets.push_back(each->second);
-        if (isOne && assets.size() == 1) {
-            const auto companions = askForCompanions(assets);
-            if (!companions)
-                return passOn(companions);
-            return exportOne(options, shotOf(*assets.front(), *companions), code);
-        }
-        if (const auto done = exporter.add(assets); !done)
-            return passOn(done);
-    }
+    const auto done = forEachPart(std::span(uuids), [&](std::span<const std::string> part) -> Result<> {
+        auto assets = askForAssets(part);
+        if (!assets)
+            return passOn(assets);
+        std::erase_if(*assets, [](const Ref<ManagedAsset> &each) { return !each; });
+        return exporter.add(*assets);
+    });
+    if (!done)
+        return passOn(done);
     return exporter.end().value_or(code);
 }
 
@@ -396,22 +395,24 @@ void noteWhatIsClosed() {
 }
 
 Result<ExitCode> exportAssets(const Options &options) {
-    const Selection &selection = options.selection;
-    if (!options.all && selection.isEmpty())
+    Selection selection = options.selection;
+    if (options.all && !selection.isEmpty())
+        return fail(ProblemKind::invalid, "--all stands for all assets: leave out ASSET and --where");
+    if (options.all)
+        selection.query = allAssets;
+    if (selection.isEmpty())
         return fail(ProblemKind::invalid, "ASSET, --where or --all is required");
     noteWhatIsClosed();
     const InterruptScope interrupts;
-    if (options.all)
-        return exportFound(options, {});
     if (selection.query.empty())
         return exportNamed(options);
+    if (selection.isDryRun)
+        return select(selection).and_then(
+            [](const SelectedAssets &selected) { return printDryRun(selected.uuids, "exported"); });
     const auto filter = filterOfQuery(selection.query);
     if (!filter)
         return passOn(filter);
-    if (!selection.isDryRun)
-        return exportFound(options, *filter);
-    return select(selection).and_then(
-        [](const SelectedAssets &selected) { return printDryRun(selected.uuids, "exported"); });
+    return exportFound(options, *filter);
 }
 
 } // namespace
@@ -429,9 +430,9 @@ void setUpExport(Command command) {
         "  wickerlane export --where 'from=2019-08 to=2019-09 favourite' --edited --to ~/best\n"
         "  wickerlane export --all --to ~/backup");
     Options &options = command.runs(exportAssets);
-    const auto assets = addSelection(command, options.selection);
+    addSelection(command, options.selection);
     addDryRun(command, options.selection);
-    command.addFlag("--all", options.all, "Export all assets").excludes(assets);
+    command.addFlag("--all", options.all, "Export all assets");
     command.addFlag("--edited", options.edited, "Copy the edited version instead, of assets that have one");
     command.addOption("-o,--to", options.to, "File or folder to write to (default: the current folder)")
         .typeName("PATH");

@@ -1,10 +1,7 @@
 // wickerlane set
 #include <optional>
-#include <span>
 
 #include "cli/DaemonRequests.h"
-#include "cli/Formatting.h"
-#include "cli/Output.h"
 #include "cli/Selection.h"
 #include "cli/Subcommands.h"
 #include "wickerlane/platform/object/Number.h"
@@ -26,13 +23,6 @@ struct Options {
     std::vector<std::string> removedKeywords;
 };
 
-Ref<Array> textsOf(std::span<const std::string> values) {
-    auto texts = MutableArray::create();
-    for (const std::string &each : values)
-        texts->append(String::of(each));
-    return texts;
-}
-
 Ref<Dictionary> detailsOf(const Options &options) {
     auto details = MutableDictionary::create();
     if (options.favourite || options.notFavourite)
@@ -50,29 +40,14 @@ Ref<Dictionary> detailsOf(const Options &options) {
     return details;
 }
 
-/// Changes nothing if one of the assets is not there.
 Result<ExitCode> setDetails(const Options &options) {
     const Ref<Dictionary> details = detailsOf(options);
     if (details->count() == 0)
         return fail(ProblemKind::invalid, "say what is to be set, such as --rating 5");
-    const auto selected = select(options.selection);
-    if (!selected)
-        return passOn(selected);
-    if (selected->code != ExitCode::success)
-        return selected->code;
-    if (options.selection.isDryRun)
-        return printDryRun(selected->uuids, "changed");
-    const auto set =
-        inParts(selected->uuids, "changing", [&](std::span<const std::string> part, Progress &progress) {
-            client::Request request(protocol::setDetails);
-            request.set(protocol::keys::properties, details.get());
-            request.set(protocol::keys::photoUUIDs, textsOf(part).get());
-            return waitForWork(request, &progress);
-        });
-    if (!set)
-        return passOn(set);
-    summarize(countText(selected->uuids.size(), "asset", "assets") + " changed");
-    return ExitCode::success;
+    return changeSelected(options.selection, {.doing = "changing", .done = "changed"}, protocol::setDetails,
+                          [&](client::Request &request) {
+                              request.set(protocol::keys::properties, details.get());
+                          });
 }
 
 } // namespace

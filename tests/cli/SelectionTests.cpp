@@ -179,6 +179,8 @@ TEST_F(Selections, CommandsTakeWhatOthersHaveFound) {
     EXPECT_TRUE(fs::exists(out / (jpeg + ".jpg")) && fs::exists(out / (png + ".jpg")));
     EXPECT_EQ(run({"set", "--rating", "1"}).exitCode, 2) << "of what?";
     EXPECT_EQ(run({"set", "--rating", "1", jpeg, "--where", "all"}).exitCode, 2);
+    EXPECT_EQ(run({"export", "--all", "--where", "rating=5", "--to", out.string()}).exitCode, 2);
+    EXPECT_EQ(run({"export", "--all", jpeg, "--to", out.string()}).exitCode, 2);
 }
 
 TEST_F(Selections, EditedVersionsAreExportedWhereThereAreAny) {
@@ -218,6 +220,8 @@ TEST_F(Selections, NothingIsDoneInADryRunOrWithoutConsent) {
         EXPECT_EQ(result.exitCode, 0) << words[0] << result;
         EXPECT_NE(result.output.find("2 assets would be "), std::string::npos) << words[0] << result;
     }
+    const CommandResult all = run({"export", "--all", "--dry-run", "--to", (folder / "out").string()});
+    EXPECT_NE(all.output.find("2 assets would be exported\n"), std::string::npos) << all;
     EXPECT_FALSE(fs::exists(folder / "out"));
     EXPECT_EQ(found("rating=2"), Names{});
 
