@@ -24,7 +24,8 @@ bool isServedByProgram(int file) {
             std::memcmp(&status.f_fsid, &system.f_fsid, sizeof status.f_fsid) != 0);
 }
 
-/// The media workers open other descriptors again through /proc, with the rights of this process.
+/// The file of any other descriptor would be opened again through /proc for the media workers, with the
+/// rights of this process instead of the caller's.
 bool isOpenForReading(int file) {
     const int flags = ::fcntl(file, F_GETFL);
     return flags >= 0 && (flags & O_PATH) == 0 && (flags & O_ACCMODE) != O_WRONLY;

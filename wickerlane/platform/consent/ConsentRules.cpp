@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 
 #include "wickerlane/platform/file/Files.h"
@@ -128,9 +127,8 @@ bool writeConsentRules(const ConsentRules &rules) {
     const auto root =
         Dictionary::createWithKeys({{consentKey, decisions.get()}, {entitlementsKey, programs.get()}});
     const auto bytes = createPropertyListData(root.get());
-    const std::string path = consentPath(), next = path + ".next", folder(parentFolder(path));
-    return bytes && replaceFile(next, bytes->span()) && chmod(next.c_str(), modeOfFileIn(folder)) == 0 &&
-           rename(next.c_str(), path.c_str()) == 0 && syncFolder(folder);
+    const std::string path = consentPath();
+    return bytes && replaceFile(path, bytes->span(), modeOfFileIn(std::string(parentFolder(path))));
 }
 
 std::optional<bool> ConsentRules::decision(std::string_view service, const RunningProgram &program,

@@ -178,7 +178,7 @@ bool writeAll(int descriptor, std::span<const std::byte> bytes) {
     return true;
 }
 
-bool replaceFile(const std::string &path, std::span<const std::byte> contents) {
+bool replaceFile(const std::string &path, std::span<const std::byte> contents, mode_t mode) {
     static constinit std::atomic<unsigned> counter{0};
     UniqueFd file;
     std::string temporary;
@@ -189,7 +189,7 @@ bool replaceFile(const std::string &path, std::span<const std::byte> contents) {
     if (!file)
         return false;
     Removal removal(temporary);
-    if (!writeAll(file.get(), contents) || fsync(file.get()) != 0 ||
+    if (!writeAll(file.get(), contents) || fchmod(file.get(), mode) != 0 || fsync(file.get()) != 0 ||
         rename(temporary.c_str(), path.c_str()) != 0)
         return false;
     removal.keep();

@@ -2,6 +2,8 @@
 #ifndef WICKERLANE_PLATFORM_FILE_FILES_H
 #define WICKERLANE_PLATFORM_FILE_FILES_H
 
+#include <sys/stat.h>
+
 #include <cstddef>
 #include <span>
 #include <string>
@@ -38,8 +40,10 @@ WL_EXPORT bool readFile(const std::string &path, std::vector<std::byte> &content
 WL_EXPORT bool writeAll(int descriptor, std::span<const std::byte> bytes);
 
 /// Replaces a file so that a reader, or a crash at any instant, sees the old contents or the new ones, whole:
-/// writes beside it, syncs, renames, syncs the folder. False on failure, with the old contents in place.
-WL_EXPORT bool replaceFile(const std::string &path, std::span<const std::byte> contents);
+/// writes beside it, syncs, renames, syncs the folder. The file gets that mode, whatever the file mask takes.
+/// False on failure, with the old contents in place.
+WL_EXPORT bool replaceFile(const std::string &path, std::span<const std::byte> contents,
+                           mode_t mode = S_IRUSR | S_IWUSR);
 
 /// Syncs a folder, so that names made or removed in it survive a crash. False on failure.
 WL_EXPORT bool syncFolder(const std::string &path);
