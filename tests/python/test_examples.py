@@ -62,11 +62,14 @@ def test_dunes(library: wickerlane.Library, tmp_path: pathlib.Path) -> None:
 def test_follow(library: wickerlane.Library, save: Save) -> None:
     with subprocess.Popen([sys.executable, TREE / 'examples/follow.py'], text=True,
                           stdout=subprocess.PIPE) as following:
-        assert following.stdout is not None
-        assert following.stdout.readline() == '0 assets\n'
-        asset = save(png(281))
-        assert '1 assets\n' in following.stdout
-        asset.delete()
-        assert '0 assets\n' in following.stdout
-        following.send_signal(signal.SIGINT)
-        assert following.wait() == 0
+        try:
+            assert following.stdout is not None
+            assert following.stdout.readline() == '0 assets\n'
+            asset = save(png(281))
+            assert '1 assets\n' in following.stdout
+            asset.delete()
+            assert '0 assets\n' in following.stdout
+            following.send_signal(signal.SIGINT)
+            assert following.wait() == 0
+        finally:
+            following.kill()

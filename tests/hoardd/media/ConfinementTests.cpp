@@ -2,7 +2,6 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -10,11 +9,13 @@
 #include <fstream>
 
 #include "hoardd/media/worker/Confinement.h"
+#include "tests/support/Fork.h"
 
 namespace wickerlane::hoardd::media {
 namespace {
 
 namespace fs = std::filesystem;
+using test::resultOfForkedChild;
 
 bool opens(const fs::path &path, int flags) {
     return open(path.c_str(), flags | O_CLOEXEC, 0600) >= 0;
@@ -44,18 +45,8 @@ constexpr struct {
     {"executing a program", [](const fs::path &) { return executes(); }},
 };
 
-/// The exit code of a child process.
-template <class Run>
-int exitCodeOf(Run run) {
-    const pid_t child = fork();
-    if (child == 0)
-        _exit(run());
-    int status = 0;
-    return waitpid(child, &status, 0) == child && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
-
 TEST(Confinement, WhatForksWorkersReachesNoFileAndNeitherDoItsChildren) {
-    if (exitCodeOf([] { return forbidFiles() == 0 ? 1 : 0; }) != 0)
+    if (resultOfForkedChild([] { return forbidFiles() == 0 ? 1 : 0; }) != 0)
         GTEST_SKIP() << "this kernel has no Landlock";
     std::string made = (fs::temp_directory_path() / "wickerlane-confinement-XXXXXX").string();
     ASSERT_NE(mkdtemp(made.data()), nullptr);
@@ -64,10 +55,10 @@ TEST(Confinement, WhatForksWorkersReachesNoFileAndNeitherDoItsChildren) {
         std::ofstream(folder / "file") << "x";
         fs::create_directory(folder / "empty");
         const auto tried = [&] { return attempt.succeeds(folder) ? 0 : 1; };
-        EXPECT_EQ(exitCodeOf([&] { return forbidFiles() != 0 ? tried() : 2; }), 1) << attempt.name;
-        EXPECT_EQ(exitCodeOf([&] { return forbidFiles() != 0 ? exitCodeOf(tried) : 2; }), 1)
+        EXPECT_EQ(resultOfForkedChild([&] { return forbidFiles() != 0 ? tried() : 2; }), 1) << attempt.name;
+        EXPECT_EQ(resultOfForkedChild([&] { return forbidFiles() != 0 ? resultOfForkedChild(tried) : 2; }), 1)
             << attempt.name << ", in a child";
-        EXPECT_EQ(exitCodeOf(tried), 0) << attempt.name << " works for others";
+        EXPECT_EQ(resultOfForkedChild(tried), 0) << attempt.name << " works for others";
     }
     fs::remove_all(folder);
 }

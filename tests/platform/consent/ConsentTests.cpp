@@ -9,11 +9,13 @@
 #include <fstream>
 
 #include "tests/support/Descriptors.h"
+#include "tests/support/Fork.h"
 #include "wickerlane/platform/consent/Consent.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/process/ProcessFacts.h"
 
 using namespace wickerlane;
+using test::resultOfForkedChild;
 namespace fs = std::filesystem;
 
 namespace {
@@ -186,16 +188,6 @@ TEST_F(Consent, IsNotForProgramsInNamespacesOfTheirOwn) {
     EXPECT_FALSE(consent().rules()->isEntitled({getuid(), 0, 1, 1, inside.program()}, "x"));
 }
 
-/// The exit code of a child process; -1 when it did not exit.
-template <class Run>
-int exitCodeOf(Run run) {
-    const pid_t child = fork();
-    if (child == 0)
-        _exit(run());
-    int status = 0;
-    return waitpid(child, &status, 0) == child && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
-
 // A service manager gives hoardd mounts of its own; its clients have those of process 1.
 TEST_F(Consent, IsForProgramsWithTheMountsOfTheFirstProcess) {
     const fs::path program = fs::canonical(rootPath()) / "sleeper";
@@ -204,7 +196,7 @@ TEST_F(Consent, IsForProgramsWithTheMountsOfTheFirstProcess) {
     const auto standing = [](const Running &each) { return static_cast<int>(each.program().standing); };
     // The first process of a process namespace, with mounts that all there have unless they leave them.
     const auto asFirst = [&](auto ask) {
-        return exitCodeOf([&] {
+        return resultOfForkedChild([&] {
             const std::string user = std::to_string(getuid()), group = std::to_string(getgid());
             if (unshare(CLONE_NEWUSER | CLONE_NEWPID | CLONE_NEWNS) != 0)
                 return impossible;
@@ -214,7 +206,7 @@ TEST_F(Consent, IsForProgramsWithTheMountsOfTheFirstProcess) {
             std::ofstream("/proc/self/gid_map") << "0 " << group << " 1";
             if (getuid() != 0 || getgid() != 0)
                 return impossible;
-            return exitCodeOf([&] {
+            return resultOfForkedChild([&] {
                 if (mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
                     mount("proc", "/proc", "proc", 0, nullptr) != 0)
                     return impossible;
@@ -225,7 +217,8 @@ TEST_F(Consent, IsForProgramsWithTheMountsOfTheFirstProcess) {
     const auto besideOwnMounts = [&](int clientsNamespaces) {
         return asFirst([&] {
             const Running client(program, clientsNamespaces);
-            return exitCodeOf([&] { return unshare(CLONE_NEWNS) == 0 ? standing(client) : impossible; });
+            return resultOfForkedChild(
+                [&] { return unshare(CLONE_NEWNS) == 0 ? standing(client) : impossible; });
         });
     };
     if (asFirst([] { return 0; }) != 0)
