@@ -115,7 +115,8 @@ Result<ExitCode> printDryRun(std::span<const std::string> uuids, std::string_vie
     for (const Ref<ManagedAsset> &each : trashed)
         listing->add(*each);
     listing->end("no assets");
-    summarize(fmt::format("{} would be {}", countText(uuids.size() + trashed.size(), "asset", "assets"), what));
+    summarize(
+        fmt::format("{} would be {}", countText(uuids.size() + trashed.size(), "asset", "assets"), what));
     return ExitCode::success;
 }
 

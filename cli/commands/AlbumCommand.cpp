@@ -150,10 +150,10 @@ Result<ExitCode> remove(const Options &options) {
     if (!named)
         return passOn(named);
     const AlbumRecord &album = (*named)->record();
-    return changeSelected(
-        options.selection, {.doing = "removing", .done = "removed from " + album.name},
-        protocol::removeFromAlbum,
-        [&](client::Request &request) { request.set(protocol::keys::albumUUID, String::of(album.uuid)); });
+    return changeSelected(options.selection, {.doing = "removing", .done = "removed from " + album.name},
+                          protocol::removeFromAlbum, [&](client::Request &request) {
+                              request.set(protocol::keys::albumUUID, String::of(album.uuid));
+                          });
 }
 
 Result<ExitCode> deleteEmpty(const Options &options) {

@@ -44,10 +44,9 @@ Result<ExitCode> setDetails(const Options &options) {
     const Ref<Dictionary> details = detailsOf(options);
     if (details->count() == 0)
         return fail(ProblemKind::invalid, "say what is to be set, such as --rating 5");
-    return changeSelected(options.selection, {.doing = "changing", .done = "changed"}, protocol::setDetails,
-                          [&](client::Request &request) {
-                              request.set(protocol::keys::properties, details.get());
-                          });
+    return changeSelected(
+        options.selection, {.doing = "changing", .done = "changed"}, protocol::setDetails,
+        [&](client::Request &request) { request.set(protocol::keys::properties, details.get()); });
 }
 
 } // namespace
