@@ -19,8 +19,15 @@ bool isExtension(std::string_view text) {
 
 /// Whether a path stays below the folder from which it starts.
 bool staysBelow(std::string_view path) {
-    const std::string inside = '/' + std::string(path) + '/';
-    return !path.empty() && !path.starts_with('/') && inside.find("/../") == std::string::npos;
+    if (path.empty() || path.starts_with('/'))
+        return false;
+    for (std::size_t begin = 0; begin <= path.size();) {
+        const std::size_t end = std::min(path.find('/', begin), path.size());
+        if (path.substr(begin, end - begin) == "..")
+            return false;
+        begin = end + 1;
+    }
+    return true;
 }
 
 } // namespace

@@ -132,10 +132,14 @@ std::optional<double> optionalRealIn(const Statement &row, int column) {
 
 AssetRecord readRecord(const Statement &row) {
     AssetRecord record;
+    readRecordInto(record, row);
+    return record;
+}
+
+void readRecordInto(AssetRecord &record, const Statement &row) {
     record.primaryKey = row.integer(0);
     for (int index = 1; const Column &each : columns)
         each.read(row, index++, record);
-    return record;
 }
 
 } // namespace wickerlane::store

@@ -33,6 +33,8 @@ WL_EXPORT void bindRecord(sqlite::Statement &statement, const AssetRecord &recor
 
 /// The record in the current row.
 [[nodiscard]] WL_EXPORT AssetRecord readRecord(const sqlite::Statement &row);
+/// The same into a record that is used for one row after the other, whose texts keep their memory.
+WL_EXPORT void readRecordInto(AssetRecord &record, const sqlite::Statement &row);
 
 } // namespace wickerlane::store
 

@@ -248,8 +248,9 @@ Result<std::vector<AssetSection>> StoreReader::sections(const AssetFilter &filte
     if (!selections)
         return passOn(selections);
     std::vector<AssetSection> sections;
+    AssetRecord record;
     const auto addRow = [&](const sqlite::Statement &row) {
-        const AssetRecord record = readRecord(row);
+        readRecordInto(record, row);
         if (!isWanted(record, filter) || !faultOf(record).empty())
             return;
         const double start = startOfSection(record.shownDate(), unit);
