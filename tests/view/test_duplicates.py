@@ -6,18 +6,17 @@ from collections.abc import Iterator
 
 import pytest
 from browser import Browser
-from pictures import SIZES, Photos
+from pictures import PALETTES, Photos
 from served import ServedLibrary
 
 
 @pytest.fixture
 def twins(tmp_path: pathlib.Path, photos: Photos) -> Iterator[ServedLibrary]:
-    """A library in which each of four pictures is twice."""
+    """A library in which each landscape is twice."""
     served = ServedLibrary(tmp_path)
-    # Each has the shape and colours of the one four places before it.
     photos.made = 0
-    files = [photos.photo(f'TWIN_{number}.JPG', f'2024:05:{number % len(SIZES) + 1:02} 12:00:00')
-             for number in range(2 * len(SIZES))]
+    files = [photos.photo(f'TWIN_{number}.JPG', f'2024:05:{number % len(PALETTES) + 1:02} 12:00:00')
+             for number in range(2 * len(PALETTES))]
     served.command('import', '-q', *files)
     served.command('duplicates', '--update')
     yield served
@@ -29,7 +28,7 @@ def test_the_best_is_kept_with_one_key_and_others_are_told_apart(browser: Browse
         browser.driver.get(address)
         browser.wait_for_grid()
         browser.named('Duplicates', 'nav').click()
-        browser.wait(lambda: len(browser.all('.group')) == len(SIZES), 'not every pair is a group')
+        browser.wait(lambda: len(browser.all('.group')) == len(PALETTES), 'not every pair is a group')
         group = browser.all('.group')[0]
         # What is the same is not stressed.
         differing = browser.run(
@@ -38,10 +37,10 @@ def test_the_best_is_kept_with_one_key_and_others_are_told_apart(browser: Browse
         browser.run('arguments[0].focus()', group)
         browser.press('k')
         browser.toast('1 item moved to the trash')
-        browser.wait(lambda: len(browser.all('.group')) == len(SIZES) - 1, 'the group stays')
+        browser.wait(lambda: len(browser.all('.group')) == len(PALETTES) - 1, 'the group stays')
         # The next group has the focus.
         browser.press('n')
-        browser.wait(lambda: len(browser.all('.group')) == len(SIZES) - 2, 'the group that is none stays')
-        assert len(json.loads(twins.command('list', '--json'))) == 2 * len(SIZES) - 1
+        browser.wait(lambda: len(browser.all('.group')) == len(PALETTES) - 2, 'the group that is none stays')
+        assert len(json.loads(twins.command('list', '--json'))) == 2 * len(PALETTES) - 1
         browser.driver.refresh()
-        browser.wait(lambda: len(browser.all('.group')) == len(SIZES) - 2, 'what was decided is forgotten')
+        browser.wait(lambda: len(browser.all('.group')) == len(PALETTES) - 2, 'what was decided is forgotten')
