@@ -4,8 +4,10 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <filesystem>
+#include <optional>
 
 #include "cli/Awaited.h"
 #include "cli/Interrupt.h"
@@ -14,6 +16,7 @@
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/message/connection/MessageConnection.h"
 #include "wickerlane/platform/queue/WorkQueue.h"
+#include "wickerlane/protocol/CoreRows.h"
 #include "wickerlane/protocol/Keys.h"
 #include "wickerlane/protocol/LibraryRows.h"
 #include "wickerlane/protocol/ServiceName.h"
@@ -163,6 +166,46 @@ Ref<Array> textsOf(std::span<const std::string> texts) {
     return list;
 }
 
+namespace {
+
+/// Asks the daemon now and then how far it is with a request of this connection, and shows that.
+class WorkShown {
+public:
+    explicit WorkShown(Progress *wanted)
+        : progress(wanted != nullptr && wanted->isShown() ? wanted : nullptr) {}
+
+    /// Whether anything is shown.
+    [[nodiscard]] bool isShown() const { return progress != nullptr; }
+
+    /// To be called several times a second while anything is shown. Does not block.
+    void update() {
+        if (const auto reply = answer.takeIfGiven()) {
+            isAsked = false;
+            if (const std::uint64_t total = reply->get(protocol::keys::total); total > 0)
+                progress->set(reply->get(protocol::keys::done), total);
+        }
+        const auto now = std::chrono::steady_clock::now();
+        if (!isAsked && now >= next) {
+            next = now + pause;
+            answer = {};
+            isAsked = true;
+            client::Request(protocol::progressOfWork)
+                .sendWithReply(JXGatekeeperClient::sharedInstance()->connection(), WorkQueue::global(),
+                               [given = answer](const client::Reply &reply) { given.give(reply); });
+        }
+        progress->tick();
+    }
+
+private:
+    static constexpr std::chrono::milliseconds pause{500};
+    Progress *const progress;
+    Awaited<client::Reply> answer;
+    bool isAsked = false;
+    std::chrono::steady_clock::time_point next = std::chrono::steady_clock::now() + pause;
+};
+
+} // namespace
+
 Result<client::Reply> answerUnlessInterrupted(const client::Request &request, Progress *progress) {
     const Awaited<client::Reply> answer;
     const InterruptScope interrupts;
@@ -173,6 +216,7 @@ Result<client::Reply> answerUnlessInterrupted(const client::Request &request, Pr
                               answer.give(reply);
                               interruptSemaphore().signal();
                           });
+    WorkShown shown(progress);
     for (;;) {
         if (auto given = answer.takeIfGiven())
             return *std::move(given);
@@ -182,10 +226,10 @@ Result<client::Reply> answerUnlessInterrupted(const client::Request &request, Pr
             return fail(ProblemKind::cancelled, "interrupted");
         }
         using namespace std::chrono_literals;
-        if (progress == nullptr || !progress->isShown())
+        if (!shown.isShown())
             interruptSemaphore().wait();
         else if (!interruptSemaphore().wait(100ms))
-            progress->tick();
+            shown.update();
     }
 }
 

@@ -195,6 +195,12 @@ Result<std::vector<NewAsset>> assetsWithoutFingerprint(Database &database, std::
         });
 }
 
+Result<std::uint64_t> countWithoutFingerprint(Database &database) {
+    return database.integer("SELECT count(*) FROM zduefingerprint").map([](std::int64_t count) {
+        return static_cast<std::uint64_t>(count);
+    });
+}
+
 Result<FingerprintMemory::Known> readFingerprints(Database &database) {
     FingerprintMemory::Known known;
     const auto read =

@@ -29,6 +29,9 @@ struct NewAsset {
 [[nodiscard]] Result<std::vector<NewAsset>> assetsWithoutFingerprint(sqlite::Database &database,
                                                                      std::int64_t after, std::size_t limit);
 
+/// How many there are.
+[[nodiscard]] Result<std::uint64_t> countWithoutFingerprint(sqlite::Database &database);
+
 /// All fingerprints with their assets, in no order.
 [[nodiscard]] Result<FingerprintMemory::Known> readFingerprints(sqlite::Database &database);
 

@@ -137,10 +137,11 @@ Result<bool> storeFingerprints(Database &database, std::span<const NewAsset> ass
     return isStale;
 }
 
-/// Fingerprints some assets and stores that.
-Result<> fingerprintAssets(Library &library, std::span<const NewAsset> assets, KnownFingerprints &known) {
+/// Fingerprints some assets and stores that. Adds them to what is done.
+Result<> fingerprintAssets(Library &library, std::span<const NewAsset> assets, KnownFingerprints &known,
+                           WorkDone &work) {
     while (!assets.empty()) {
-        if (const auto on = library.goesOn(); !on)
+        if (const auto on = library.goesOn(work); !on)
             return passOn(on);
         const auto fingerprints = firstFingerprints(library, assets);
         if (!fingerprints)
@@ -157,12 +158,14 @@ Result<> fingerprintAssets(Library &library, std::span<const NewAsset> assets, K
         if (!isStale)
             return passOn(isStale);
         known.isStale = *isStale;
+        work.done += batch.size();
     }
     return {};
 }
 
 Result<> fingerprintNewAssets(Library &library) {
     std::optional<KnownFingerprints> known;
+    WorkDone work{0, library.read(countWithoutFingerprint).value_or(0)};
     for (std::int64_t last = 0;;) {
         if (const auto on = library.goesOn(); !on)
             return passOn(on);
@@ -185,7 +188,7 @@ Result<> fingerprintNewAssets(Library &library) {
                 return passOn(read);
             known = *std::move(read);
         }
-        if (const auto done = fingerprintAssets(library, *batch, *known); !done)
+        if (const auto done = fingerprintAssets(library, *batch, *known, work); !done)
             return done;
     }
 }

@@ -53,7 +53,7 @@ Result<> analyzeMoments(Library &library, const AnalysisScope &scope) {
     if (!moments)
         return passOn(moments);
     for (std::span left(*moments); !left.empty();) {
-        if (const auto on = library.goesOn(); !on)
+        if (const auto on = library.goesOn({moments->size() - left.size(), moments->size()}); !on)
             return passOn(on);
         const auto batch = left.first(std::min(left.size(), maxQuickRowsPerCommit));
         left = left.subspan(batch.size());

@@ -10,6 +10,7 @@ namespace wickerlane::hoardd {
 Result<> rebuildThumbnails(Library &library) {
     constexpr std::size_t maxPerRead = 64;
     FailureCount failures;
+    WorkDone work{0, library.writer().countDecodable().value_or(0)};
     for (std::int64_t last = 0;;) {
         const auto assets = library.writer().decodable(last, maxPerRead);
         if (!assets)
@@ -18,8 +19,9 @@ Result<> rebuildThumbnails(Library &library) {
             break;
         last = assets->back().primaryKey;
         for (const AssetRecord &each : *assets) {
-            if (const auto on = library.goesOn(); !on)
+            if (const auto on = library.goesOn(work); !on)
                 return passOn(on);
+            ++work.done;
             ReleaseScope scope;
             const auto asset = library.assets().assetWithUUID(each.uuid);
             if (!asset)

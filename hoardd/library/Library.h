@@ -83,6 +83,11 @@ public:
             return cancelled();
         return {};
     }
+    /// The same, and says to the caller of this thread's work how much of it is done.
+    [[nodiscard]] Result<> goesOn(WorkDone done) const {
+        CurrentCall::report(done);
+        return goesOn();
+    }
     void end() {
         ending = true;
         waiting.end();

@@ -439,6 +439,12 @@ Result<std::vector<AssetRecord>> Store::decodable(std::int64_t last, std::size_t
                      last);
 }
 
+Result<std::uint64_t> Store::countDecodable() {
+    const MutexLock lock(databaseMutex);
+    return database.integer("SELECT count(*) FROM zgenericasset WHERE problem = '' OR width > 0")
+        .map([](std::int64_t count) { return static_cast<std::uint64_t>(count); });
+}
+
 Result<std::vector<AssetRecord>> Store::addedSince(double date) {
     const MutexLock lock(databaseMutex);
     return select("WHERE dateadded > ? ORDER BY pk DESC", date);

@@ -101,6 +101,8 @@ public:
     /// Assets whose originals can be decoded: of those with primary keys after `last`, in their order, at
     /// most `limit`.
     [[nodiscard]] Result<std::vector<AssetRecord>> decodable(std::int64_t last, std::size_t limit);
+    /// How many there are.
+    [[nodiscard]] Result<std::uint64_t> countDecodable();
 
     [[nodiscard]] Result<> setExternalUsageIntent(std::int64_t asset, std::uint64_t intent);
 

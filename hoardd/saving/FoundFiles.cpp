@@ -138,7 +138,7 @@ void saveFiles(Library &library, std::span<const std::string> files, Outcome &ou
 Result<> saveFilesIn(Library &library, const std::string &folder, Outcome &outcome) {
     const std::vector<std::string> files = filesIn(folder);
     for (std::size_t at = 0; at < files.size(); at += maxFilesPerCommit) {
-        if (const auto on = library.goesOn(); !on)
+        if (const auto on = library.goesOn({at, files.size()}); !on)
             return passOn(on);
         saveFiles(library, std::span(files).subspan(at, std::min(maxFilesPerCommit, files.size() - at)),
                   outcome);

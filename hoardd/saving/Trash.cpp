@@ -57,12 +57,14 @@ Result<> emptyTrash(Library &library, double until) {
     if (!trashed)
         return passOn(trashed);
     FailureCount failures;
+    WorkDone work{0, trashed->size()};
     for (const AssetRecord &asset : *trashed) {
-        if (const auto on = library.goesOn(); !on)
+        if (const auto on = library.goesOn(work); !on)
             return passOn(on);
         ReleaseScope scope;
         if (const auto removed = removeAsset(library, asset, AssetPlace::trash); !removed)
             failures.add(asset.uuid, removed.error());
+        ++work.done;
     }
     if (!trashed->empty())
         JX_LOG(JXLogLevelNotice, JXPhotosStateLog, "deleted %zu assets that were in the trash",

@@ -49,6 +49,11 @@ Result<Answer> takeTraffic(const Call &call) {
         .set(keys::isComplete, !noted->isBegun);
 }
 
+Result<Answer> progressOfWork(const Call &call) {
+    const WorkDone work = call.doneOnConnection();
+    return Answer().set(keys::done, work.done).set(keys::total, work.total);
+}
+
 constexpr Operation operations[] = {
     {.row = &protocol::requestAccess,
      .handler = requestAccess,
@@ -60,6 +65,7 @@ constexpr Operation operations[] = {
      .callers = Callers::everybody,
      .known = nothingToSay},
     {.row = &protocol::takeTraffic, .handler = takeTraffic},
+    {.row = &protocol::progressOfWork, .handler = progressOfWork},
 };
 
 } // namespace

@@ -49,6 +49,8 @@ public:
     [[nodiscard]] bool isCancelled() const { return received->isCancelled(); }
     /// Has this thread work for the request, see CurrentCall. The call must outlive it.
     [[nodiscard]] CurrentCall workedFor() const { return CurrentCall(received.get()); }
+    /// How far the work for another request of the same connection is, see CurrentCall.
+    [[nodiscard]] WorkDone doneOnConnection() const { return CurrentCall::doneFor(received->peer()); }
     /// As ReceivedMessage has it.
     [[nodiscard]] bool whenUnwanted(Handler<void()> work) const {
         return received->whenUnwanted(std::move(work));

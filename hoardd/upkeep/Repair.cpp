@@ -120,9 +120,11 @@ Result<> repairLibrary(Library &library) {
         return passOn(report);
     if (!on) // the report is not whole
         return on;
+    WorkDone work{0, report->findings.size()};
     for (const Finding &finding : report->findings) {
-        if (on = library.goesOn(); !on)
+        if (on = library.goesOn(work); !on)
             return on;
+        ++work.done;
         // All are tried in the end, or have been tried.
         if (finding.kind == Finding::Kind::undecodable || finding.kind == Finding::Kind::unsavedFile)
             continue;

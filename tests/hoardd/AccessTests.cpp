@@ -110,6 +110,7 @@ constexpr struct {
     {1040, "setDetails:forPhotos:", Need::writeAssets},
     {1041, "saveOpenFilesWithJobDictionaries:handler:", Need::access},
     {1042, "takeTrafficWithTexts:", Need::access},
+    {1047, "progressOfWork", Need::access},
     {1044, "countOfAssetsMatchingQuery:", Need::access},
     {1045, "momentLists", Need::access},
     {1046, "cloudFeed", Need::access},

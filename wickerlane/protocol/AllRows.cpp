@@ -17,6 +17,7 @@ constexpr const Row *rows[] = {
     &requestAccess,
     &launchHoardd,
     &takeTraffic,
+    &progressOfWork,
     // AssetRows.h
     &fileDescriptorForAssetURL,
     &fileURLForAssetURL,

@@ -15,6 +15,9 @@ inline constexpr Row launchHoardd{10, "launchHoardd", request(), reply()};
 inline constexpr Row takeTraffic{1042, "takeTrafficWithTexts:", request(whenSet(keys::withTexts)),
                                  reply(keys::traffic, keys::lost, keys::isComplete)};
 
+/// How far hoardd is with the long request of the same connection: zeros when that is not known.
+inline constexpr Row progressOfWork{1047, "progressOfWork", request(), reply(keys::done, keys::total)};
+
 } // namespace wickerlane::protocol
 
 #endif
