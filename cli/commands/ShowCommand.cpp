@@ -2,10 +2,13 @@
 #include <algorithm>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
+#include <utility>
 
 #include "cli/AssetDescription.h"
 #include "cli/Formatting.h"
+#include "cli/Output.h"
 #include "cli/Queries.h"
+#include "cli/Selection.h"
 #include "cli/Subcommands.h"
 #include "wickerlane/model/AssetDetails.h"
 
@@ -13,7 +16,7 @@ namespace wickerlane::cli {
 namespace {
 
 struct Options {
-    std::string asset;
+    Selection selection;
     bool json = false;
 };
 
@@ -97,41 +100,78 @@ JSON describeCompanion(const CompanionRecord &companion) {
             {"bytes", companion.byteSize}};
 }
 
-Result<ExitCode> show(const Options &options) {
-    const auto asset = askForAsset(options.asset);
+/// An asset, with what the library knows of it besides.
+struct Shown {
+    Ref<ManagedAsset> asset;
+    EditedRendition rendition;
+    Companions companions;
+};
+
+Result<Shown> look(const std::string &uuid) {
+    auto asset = askForAsset(uuid);
     if (!asset)
         return passOn(asset);
-    const auto rendition =
+    auto rendition =
         orLastError(JXGatekeeperClient::sharedInstance()->renditionOfAsset((*asset)->assetURL()));
     if (!rendition)
         return passOn(rendition);
-    const auto companions = askForCompanions({&*asset, 1});
+    auto companions = askForCompanions({&*asset, 1});
     if (!companions)
         return passOn(companions);
-    if (options.json) {
-        JSON described = describe(**asset);
-        if (rendition->file)
-            described["edited"] = {{"file", rendition->file->fileSystemPath()},
-                                   {"properties", describeProperties(*rendition)}};
-        for (const auto &[uuid, companion] : *companions)
-            described["companion"] = describeCompanion(companion);
-        printJSON(described);
-        return ExitCode::success;
-    }
-    printFields(**asset);
-    for (const auto &[uuid, companion] : *companions)
+    return Shown{*std::move(asset), *std::move(rendition), *std::move(companions)};
+}
+
+JSON describeShown(const Shown &shown) {
+    JSON described = describe(*shown.asset);
+    if (shown.rendition.file)
+        described["edited"] = {{"file", shown.rendition.file->fileSystemPath()},
+                               {"properties", describeProperties(shown.rendition)}};
+    for (const auto &[uuid, companion] : shown.companions)
+        described["companion"] = describeCompanion(companion);
+    return described;
+}
+
+void printShown(const Shown &shown) {
+    printFields(*shown.asset);
+    for (const auto &[uuid, companion] : shown.companions)
         printCompanion(companion);
-    if (rendition->file)
-        printEdit(*rendition);
-    return ExitCode::success;
+    if (shown.rendition.file)
+        printEdit(shown.rendition);
+}
+
+// A list of JSON is for what may be several, however many there are.
+Result<ExitCode> show(const Options &options) {
+    const auto selected = select(options.selection);
+    if (!selected)
+        return passOn(selected);
+    const bool isList = options.selection.isOpen() || options.selection.names.size() > 1;
+    JSONList list;
+    bool isFirst = true;
+    for (const std::string &uuid : selected->uuids) {
+        const auto shown = look(uuid);
+        if (!shown)
+            return passOn(shown);
+        if (options.json) {
+            isList ? list.add(describeShown(*shown)) : printJSON(describeShown(*shown));
+            continue;
+        }
+        if (!std::exchange(isFirst, false))
+            print("");
+        printShown(*shown);
+    }
+    if (options.json && isList)
+        list.end();
+    return selected->code;
 }
 
 } // namespace
 
 void setUpShow(Command command) {
-    command.footer("Example:\n  wickerlane show 7F3D0A52-6C1B-4E0E-9D43-2B1C7A5E8F10 --json");
+    command.footer("Examples:\n"
+                   "  wickerlane show 7F3D0A52-6C1B-4E0E-9D43-2B1C7A5E8F10 --json\n"
+                   "  wickerlane show --where 'from=2019-08 problem'");
     Options &options = command.runs(show);
-    command.addOption("ASSET", options.asset, nameOfAsset).required();
+    addSelection(command, options.selection);
     command.addFlag("--json", options.json, "Write JSON");
 }
 

@@ -177,6 +177,9 @@ TEST_F(Selections, CommandsTakeWhatOthersHaveFound) {
     EXPECT_TRUE(fs::exists(out / dunes));
     EXPECT_EQ(run({"thumbnail", jpeg, png, "--size", "20", "--to", out.string()}).exitCode, 0);
     EXPECT_TRUE(fs::exists(out / (jpeg + ".jpg")) && fs::exists(out / (png + ".jpg")));
+    EXPECT_EQ(run({"show", jpeg, png, "--json"}).json().size(), 2U);
+    EXPECT_EQ(run({"show", "--where", "rating=5", "--json"}).json().size(), 2U);
+    EXPECT_EQ(run({"show", "--where", "favourite", "--json"}).output, "[]\n");
     EXPECT_EQ(run({"set", "--rating", "1"}).exitCode, 2) << "of what?";
     EXPECT_EQ(run({"set", "--rating", "1", jpeg, "--where", "all"}).exitCode, 2);
     EXPECT_EQ(run({"export", "--all", "--where", "rating=5", "--to", out.string()}).exitCode, 2);
