@@ -105,6 +105,13 @@ class Browser:
     def click_with(self, modifier: str, element: WebElement) -> None:
         self.actions().key_down(modifier).click(element).key_up(modifier).perform()
 
+    def drop(self, path: pathlib.Path) -> None:
+        """Drops a file or folder in the middle of the page, as from a file manager."""
+        for event in ('dragEnter', 'dragOver', 'drop'):
+            self.driver.execute_cdp_cmd('Input.dispatchDragEvent', {
+                'type': event, 'x': 600, 'y': 400,
+                'data': {'items': [], 'files': [str(path)], 'dragOperationsMask': 1}})
+
     # What the page shows.
 
     def cells(self) -> list[dict[str, Any]]:

@@ -100,6 +100,34 @@ def test_files_are_imported_and_refused_with_a_reason(page: Browser, photos: Pho
     page.wait(lambda: 'December' not in page.cells()[0]['name'], 'the deleted photo stays')
 
 
+def test_a_dropped_folder_is_imported_with_the_folders_in_it(page: Browser, tmp_path: pathlib.Path, photos: Photos,
+                                                             library: ServedLibrary) -> None:
+    inner = tmp_path / 'trip/day'
+    inner.mkdir(parents=True)
+    for number, folder in enumerate((inner.parent, inner)):
+        made = photos.photo(f'DROPPED_{number}.JPG', f'2025:12:2{number} 18:00:00')
+        made.rename(folder / made.name)
+    (inner / '.hidden').write_text('Left alone.')
+    page.drop(inner.parent)
+    page.wait(lambda: [each['name'] for each in page.cells()[:2] if 'December' in each['name']][1:], 'not both appear')
+    page.wait(lambda: page.one('.import-text').text, 'nothing says how it went')
+    assert not page.one_or_none('.refusals li')
+    library.command('delete', '--yes', 'DROPPED_0.JPG', 'DROPPED_1.JPG')
+    page.wait(lambda: 'December' not in page.cells()[0]['name'], 'the deleted photos stay')
+
+
+def test_a_shared_stream_and_what_was_reported_of_it_are_shown(page: Browser, library: ServedLibrary) -> None:
+    library.command('stream', 'walks')
+    library.command('album', 'add', 'walks', page.wait_for_grid()[0]['id'])
+    page.named('Albums', 'nav').click()
+    page.wait(lambda: 'walks' in page.one('.album').text, 'the stream is not shown')
+    bulletin = page.one('.bulletin')
+    assert 'walks' in bulletin.text and bulletin.find_elements('css selector', 'a')
+    page.named('Clear', '.bulletin').click()
+    page.wait(lambda: page.one_or_none('.bulletin') is None, 'it stays')
+    library.command('album', 'delete', '--yes', 'walks')
+
+
 def test_what_was_deleted_comes_back(page: Browser) -> None:
     gone = page.wait_for_grid()[0]['id']
     page.click_with(CONTROL, page.cell(0))
