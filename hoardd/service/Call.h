@@ -39,6 +39,7 @@ public:
     }
     [[nodiscard]] MessageDictionary *message() const noexcept { return received->message(); }
     [[nodiscard]] const PeerIdentity &peer() const noexcept { return received->peer()->identity(); }
+    [[nodiscard]] PeerVersion version() const noexcept { return received->peer()->version(); }
     [[nodiscard]] bool wantsReply() const noexcept { return received->wantsReply(); }
     /// As MessagePeer has it.
     [[nodiscard]] bool postponeUntilRead(Handler<void()> work) const {

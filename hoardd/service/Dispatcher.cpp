@@ -90,8 +90,14 @@ Result<const Operation *> Dispatcher::find(const Call &call) const {
                 return &operation;
             misfits += (misfits.empty() ? "" : "; ") + misfit;
         }
-    return fail(ProblemKind::invalid,
-                misfits.empty() ? "there is no operation " + std::to_string(code) : misfits);
+    if (!misfits.empty())
+        return fail(ProblemKind::invalid, misfits);
+    const auto dropped = std::ranges::find(options.dropped, code, &DroppedOperation::code);
+    if (dropped == options.dropped.end())
+        return fail(ProblemKind::invalid, "there is no operation " + std::to_string(code));
+    return fail(ProblemKind::invalid, std::string("hoardd does not serve ") + dropped->name + " since " +
+                                          dropped->release + ", and the library of this program is of " +
+                                          call.version().text() + ": upgrade the program");
 }
 
 void Dispatcher::dispatch(const Call &asked) {

@@ -20,10 +20,11 @@ class Dispatcher {
 public:
     struct Options {
         std::vector<std::span<const Operation>> operations; ///< Of all families.
-        LibraryFolder *folder = nullptr;                    ///< Borrowed, as the queues are.
-        Handler<Result<Library *>()> openLibrary;           ///< The open library, which lives on.
-        Handler<Library *()> readyLibrary;                  ///< If openLibrary() would not wait, else null.
-        Handler<void(const Problem &)> storeIsDamaged{};    ///< Called with what a handler met; may be null.
+        std::span<const DroppedOperation> dropped{};
+        LibraryFolder *folder = nullptr;                 ///< Borrowed, as the queues are.
+        Handler<Result<Library *>()> openLibrary;        ///< The open library, which lives on.
+        Handler<Library *()> readyLibrary;               ///< If openLibrary() would not wait, else null.
+        Handler<void(const Problem &)> storeIsDamaged{}; ///< Called with what a handler met; may be null.
         JobQueue *jobs = nullptr;
         JobQueue *beside = nullptr; ///< What takes a moment longer than other requests.
         JobQueue *longWork = nullptr;

@@ -70,6 +70,13 @@ struct Operation {
     bool onlyReads = false;                     ///< Not served for a peer that has gone.
 };
 
+/// An operation that this version does not serve any more. Older clients are told so.
+struct DroppedOperation {
+    protocol::OperationCode code;
+    const char *name;
+    const char *release; ///< The first without it.
+};
+
 /// Of an operation that changes nothing.
 template <class Handler>
 constexpr Operation reading(const protocol::Row &row, Handler handler, Runs runs = Runs::inOrder) {

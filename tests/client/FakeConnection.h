@@ -66,6 +66,8 @@ public:
     }
     void cancel() override {}
     [[nodiscard]] const char *serviceName() const noexcept override { return "fake"; }
+    PeerVersion version = PeerVersion::own();
+    [[nodiscard]] PeerVersion serviceVersion() const override { return version; }
 
 private:
     struct Temporary final : Object {

@@ -3,9 +3,11 @@
 
 #include "tests/client/GatekeeperClient.h"
 #include "wickerlane/model/Problem.h"
+#include "wickerlane/platform/message/listener/MessageListener.h"
 #include "wickerlane/platform/process/ProcessFacts.h"
 #include "wickerlane/protocol/AlbumRows.h"
 #include "wickerlane/protocol/AssetRows.h"
+#include "wickerlane/protocol/ServiceName.h"
 #include "wickerlane/testing/ScriptedDaemon.h"
 
 using namespace wickerlane;
@@ -55,6 +57,44 @@ TEST_F(LastErrors, SayWhatHappenedAndWhatToDo) {
         const std::string text(error->localizedDescription()->utf8());
         EXPECT_TRUE(text.starts_with(each.beginning)) << text;
         EXPECT_NE(text.find(each.advice), text.npos) << text;
+    }
+}
+
+TEST_F(LastErrors, SayThatTheDaemonIsOlder) {
+    daemon.stop();
+    const PeerVersion own = PeerVersion::own();
+    const struct {
+        PeerVersion daemon;
+        ProblemKind kind;
+        const char *text;
+        const char *shown;
+    } cases[] = {
+        {{},
+         ProblemKind::invalid,
+         "there is no operation 69",
+         "older (version 0.9 or older) than this program's"},
+        {{}, ProblemKind::invalid, "\"name\" is missing", "\"name\" is missing"},
+        {{}, ProblemKind::failed, "there is no operation 69", "there is no operation 69"},
+        {own, ProblemKind::invalid, "there is no operation 69", "there is no operation 69"},
+    };
+    for (const auto &[version, kind, text, shown] : cases) {
+        MessageListener::Options options;
+        options.version = version;
+        const auto older = MessageListener::create(
+            WickerlaneGatekeeperName, nullptr,
+            [&](ReceivedMessage *received) { received->replyError(text, static_cast<std::int64_t>(kind)); },
+            options);
+        ASSERT_TRUE(older != nullptr && older->resume());
+        const OwnClient asking;
+        EXPECT_EQ(asking->getCurrentModelVersion(), -1);
+        const Error *error = JXGatekeeperClient::lastError();
+        ASSERT_NE(error, nullptr) << text;
+        EXPECT_EQ(error->code(), static_cast<std::int64_t>(kind)) << text;
+        const std::string said(error->localizedDescription()->utf8());
+        EXPECT_NE(said.find(shown), said.npos) << said;
+        EXPECT_EQ(said.find("wickerlane daemon restart") != said.npos, std::string_view(shown) != text)
+            << said;
+        older->cancel();
     }
 }
 

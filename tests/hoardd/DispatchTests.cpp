@@ -124,4 +124,30 @@ TEST_F(Requests, WithoutReplyHaveTheirProblemsLogged) {
         << text;
 }
 
+// Of a later version, made up: this one has dropped nothing.
+TEST_F(Requests, ForWhatIsNoLongerServedAreToldSinceWhen) {
+    const hoardd::DroppedOperation dropped[] = {{2000, "paintAsset:", "3.0.0"}};
+    hoardd::Dispatcher dispatcher(
+        {.operations = hoardd::allOperations(), .dropped = dropped, .openLibrary = {}, .readyLibrary = {}});
+    const auto listener = MessageListener::create(
+        "org.wickerlane.test.Dispatch", nullptr,
+        [&](ReceivedMessage *received) { dispatcher.dispatch(hoardd::Call(received)); }, {});
+    ASSERT_TRUE(listener != nullptr && listener->resume());
+    const auto client = MessageConnection::create("org.wickerlane.test.Dispatch", nullptr);
+    client->resume();
+    const auto said = [&](std::int64_t code) {
+        const auto message = MessageDictionary::create();
+        message->setInt64("operation", code);
+        const auto reply = client->sendWithReplySync(message.get());
+        const auto *error = as<MessageError>(reply.get());
+        return error != nullptr ? std::string(error->text()) : std::string();
+    };
+    EXPECT_EQ(said(2000),
+              "hoardd does not serve paintAsset: since 3.0.0, and the library of this program is of " +
+                  PeerVersion::own().text() + ": upgrade the program");
+    EXPECT_EQ(said(2001), "there is no operation 2001");
+    client->cancel();
+    listener->cancel();
+}
+
 } // namespace

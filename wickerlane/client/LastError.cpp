@@ -47,6 +47,8 @@ Problem problemOf(const MessageError &error) {
                 "The daemon hoardd ended or was restarted before it answered. Ask again; what was asked may "
                 "have been done.",
                 {}};
+    if (auto unknown = unknownToOlderDaemon(error))
+        return *std::move(unknown);
     return withAdvice({static_cast<ProblemKind>(error.errorKind()), std::string(error.text()), {}});
 }
 

@@ -57,4 +57,19 @@ Problem jobQueueFull() {
     return {ProblemKind::queueFull, "Too many jobs are waiting in hoardd." + std::string(tryAgain), {}};
 }
 
+std::optional<Problem> unknownToOlderDaemon(const MessageError &error) {
+    const PeerVersion own = PeerVersion::own();
+    const PeerVersion service = error.service();
+    if (service.protocol >= own.protocol ||
+        error.errorKind() != static_cast<std::int64_t>(ProblemKind::invalid) ||
+        !error.text().starts_with("there is no operation ")) // as each version says it
+        return std::nullopt;
+    return Problem{ProblemKind::invalid,
+                   "The daemon hoardd is older (version " + service.text() +
+                       ") than this program's library (" + own.text() +
+                       "), and does not know this operation. Restart it: wickerlane daemon restart. If it is "
+                       "still older then, upgrade it.",
+                   {}};
+}
+
 } // namespace wickerlane::client

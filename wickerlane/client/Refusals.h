@@ -2,7 +2,10 @@
 #ifndef WICKERLANE_CLIENT_REFUSALS_H
 #define WICKERLANE_CLIENT_REFUSALS_H
 
+#include <optional>
+
 #include "wickerlane/model/Problem.h"
+#include "wickerlane/platform/message/value/MessageValue.h"
 #include "wickerlane/platform/object/String.h"
 
 namespace wickerlane::client {
@@ -15,6 +18,10 @@ namespace wickerlane::client {
 [[nodiscard]] Problem entitlementMissing(const String *entitlement);
 [[nodiscard]] Problem noDataToSave();
 [[nodiscard]] Problem jobQueueFull();
+
+/// Of an error that says that hoardd does not know an operation, because it is older than this library; else
+/// nothing.
+[[nodiscard]] WL_EXPORT std::optional<Problem> unknownToOlderDaemon(const MessageError &error);
 
 } // namespace wickerlane::client
 

@@ -188,7 +188,7 @@ TEST(Connection, RunsABarrierOnlyWhenAllThatWasSentBeforeHasLeft) {
     connection->resume();
     const UniqueFd client(accept4(listening.get(), nullptr, nullptr, SOCK_CLOEXEC));
     MessageEncoder hello;
-    hello.encodeHello();
+    hello.encodeHello({}); // so that the client sends its message first
     ASSERT_EQ(::send(client.get(), hello.gathered().data(), hello.gathered().size(), MSG_NOSIGNAL),
               static_cast<ssize_t>(hello.gathered().size()));
     pollfd readable{.fd = client.get(), .events = POLLIN, .revents = 0};

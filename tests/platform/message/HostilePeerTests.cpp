@@ -204,7 +204,7 @@ TEST(Connection, IsOnlyInterruptedByAServiceThatBreaksTheRules) {
     const UniqueFd listening = ServiceSocket(serviceName).listen();
     ASSERT_TRUE(listening);
     MessageEncoder hello;
-    hello.encodeHello();
+    hello.encodeHello({}); // so that the client sends its request first
     const auto reply = [](std::uint64_t id) {
         MessageEncoder encoder;
         EXPECT_EQ(encoder.encode(FrameKind::reply, id, numbered(1).get()), nullptr);

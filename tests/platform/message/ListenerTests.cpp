@@ -248,3 +248,33 @@ TEST(Listener, WorksBelowARootOfAnyLength) {
     const auto listener = listen(echo);
     EXPECT_EQ(numberOf(connect()->sendWithReplySync(numbered(1).get()).get()), 1);
 }
+
+TEST(Listener, AndItsClientsTellEachOtherTheirVersions) {
+    const PeerVersion silent{};
+    const PeerVersion later{.protocol = 70, .release = {3, 11, 2}};
+    EXPECT_EQ(later.text(), "3.11.2");
+    EXPECT_EQ(PeerVersion::fromNumber(later.number()), later);
+    for (const PeerVersion &service : {silent, later, PeerVersion::own()}) {
+        MessageListener::Options options;
+        options.version = service;
+        PeerVersion seen = later;
+        const auto listener = listen(
+            [&](ReceivedMessage *received) {
+                seen = received->peer()->version();
+                received->replyError("no");
+            },
+            nullptr, options);
+        const auto connection = connect();
+        EXPECT_EQ(connection->serviceVersion(), silent) << "it has not connected yet";
+        const auto reply = connection->sendWithReplySync(numbered(1).get());
+        const auto *error = as<MessageError>(reply.get());
+        ASSERT_NE(error, nullptr) << service.text();
+        EXPECT_EQ(error->text(), "no") << service.text();
+        EXPECT_EQ(error->service(), service) << service.text();
+        EXPECT_EQ(connection->serviceVersion(), service);
+        // One of 0.9 would end the connection if it were told anything.
+        EXPECT_EQ(seen, service == silent ? silent : PeerVersion::own()) << service.text();
+        connection->cancel();
+        listener->cancel();
+    }
+}

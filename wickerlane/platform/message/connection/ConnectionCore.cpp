@@ -74,6 +74,13 @@ void ConnectionCore::cancel() {
     endSession(MessageError::connectionInvalid());
 }
 
+PeerVersion ConnectionCore::serviceVersion() {
+    if (isForkedChild())
+        return {};
+    const MutexLock lock(mutex);
+    return versionOfService;
+}
+
 void ConnectionCore::abandon() {
     if (isForkedChild())
         return;
@@ -329,8 +336,9 @@ void ConnectionCore::connect() {
         return endSession(MessageError::connectionInterrupted(), made.refusal.get());
     const Ref<Session> s = session;
     state = State::connected;
+    versionOfService = made.version;
     noteActivity();
-    s->begin(*this, std::move(made.socket));
+    s->begin(*this, std::move(made.socket), made.version);
 }
 
 // Ending

@@ -55,6 +55,7 @@ public:
     /// Nothing holds the connection any more. It ends without an event, after what was sent has left.
     void abandon() WL_EXCLUDES(mutex);
     [[nodiscard]] const char *serviceName() const noexcept { return name.c_str(); }
+    [[nodiscard]] PeerVersion serviceVersion() WL_EXCLUDES(mutex);
 
 private:
     friend class ConnectionSession;
@@ -88,6 +89,7 @@ private:
     State state WL_GUARDED_BY(mutex) = State::suspended;
     Ref<Session> session WL_GUARDED_BY(mutex);
     int connectingSocket WL_GUARDED_BY(mutex) = -1;
+    PeerVersion versionOfService WL_GUARDED_BY(mutex);
     bool isReleased WL_GUARDED_BY(mutex) = false;
     Handler<void(MessageValue *)> eventHandler WL_GUARDED_BY(mutex);
     IdleTimer idleTimer WL_GUARDED_BY(mutex);

@@ -17,6 +17,13 @@ ConnectionReader::Result ConnectionReader::read(int socket, int flags, std::vect
     return {.isSound = false, .mayHaveMore = false};
 }
 
+Ref<MessageError> ConnectionReader::decodeReplyError(Bytes contents) const {
+    auto error = decodeError(contents);
+    if (error != nullptr)
+        error->setService(service);
+    return error;
+}
+
 bool ConnectionReader::decode(std::vector<Received> &received) {
     FrameReader::Frame frame;
     for (;;) {
@@ -28,7 +35,7 @@ bool ConnectionReader::decode(std::vector<Received> &received) {
         if (kind == FrameKind::reply || kind == FrameKind::message)
             value = decodeMessage(frame.buffer, frame.contents, frame.descriptors, LentFiles::areRead);
         else if (kind == FrameKind::errorReply && frame.descriptors.empty())
-            value = decodeError(frame.contents);
+            value = decodeReplyError(frame.contents);
         if (value == nullptr)
             return false;
         received.push_back({kind, frame.header.id, std::move(value)});

@@ -2,8 +2,9 @@
 #ifndef WICKERLANE_PLATFORM_MESSAGE_CONNECTION_CONNECTIONREADER_H
 #define WICKERLANE_PLATFORM_MESSAGE_CONNECTION_CONNECTIONREADER_H
 
-#include "wickerlane/platform/message/value/MessageKind.h"
+#include "wickerlane/platform/message/value/MessageError.h"
 #include "wickerlane/platform/message/wire/FrameReader.h"
+#include "wickerlane/platform/message/wire/PeerVersion.h"
 
 namespace wickerlane {
 
@@ -21,6 +22,8 @@ public:
         bool mayHaveMore; // there may be more to read
     };
 
+    /// The version of the service at the other end. Before reading.
+    void setService(const PeerVersion &version) noexcept { service = version; }
     /// Receives once, with the flags of recvmsg(2), and puts what has come whole into `received`.
     [[nodiscard]] Result read(int socket, int flags, std::vector<Received> &received);
     /// A frame has begun and is not whole.
@@ -28,7 +31,9 @@ public:
 
 private:
     [[nodiscard]] bool decode(std::vector<Received> &received);
+    [[nodiscard]] Ref<MessageError> decodeReplyError(Bytes contents) const;
     FrameReader frames;
+    PeerVersion service;
 };
 
 } // namespace wickerlane

@@ -10,7 +10,8 @@
 
 namespace wickerlane {
 
-void ConnectionSession::begin(ConnectionCore &connection, UniqueFd connected) {
+void ConnectionSession::begin(ConnectionCore &connection, UniqueFd connected, const PeerVersion &service) {
+    reader.setService(service);
     socket = std::move(connected);
     source = DescriptorSource::create(
         socket.get(),

@@ -33,7 +33,8 @@ namespace wickerlane {
 class ConnectionSession final : public Object {
 public:
     // These let go of the connection's mutex for a while, and may end the session.
-    void begin(ConnectionCore &connection, UniqueFd connected) WL_REQUIRES(connection.mutex);
+    void begin(ConnectionCore &connection, UniqueFd connected, const PeerVersion &service)
+        WL_REQUIRES(connection.mutex);
     /// After a frame was appended to the sender.
     void sendAppended(ConnectionCore &connection) WL_REQUIRES(connection.mutex);
     /// Sends until `upTo` bytes, ever, have been sent, as far as the socket takes them.

@@ -35,6 +35,7 @@ public:
     void sendBarrier(Handler<void()> handler) override { core->sendBarrier(std::move(handler)); }
     void cancel() override { Ref(core)->cancel(); }
     [[nodiscard]] const char *serviceName() const noexcept override { return core->serviceName(); }
+    [[nodiscard]] PeerVersion serviceVersion() const override { return core->serviceVersion(); }
 
 private:
     const Ref<ConnectionCore> core;

@@ -3,6 +3,7 @@
 #define WICKERLANE_PLATFORM_MESSAGE_CONNECTION_MESSAGECONNECTION_H
 
 #include "wickerlane/platform/message/value/MessageValue.h"
+#include "wickerlane/platform/message/wire/PeerVersion.h"
 #include "wickerlane/platform/queue/WorkQueue.h"
 
 namespace wickerlane {
@@ -61,6 +62,8 @@ public:
     virtual void cancel() = 0;
 
     [[nodiscard]] virtual const char *serviceName() const noexcept = 0; ///< Lives as long as the connection.
+    /// What the service said when this connected last; not told before it has.
+    [[nodiscard]] virtual PeerVersion serviceVersion() const = 0;
 };
 
 } // namespace wickerlane

@@ -116,7 +116,7 @@ void Admission::conclude(const Ref<ListenerPeer> &peer, bool isWelcome) {
     }
     peer->intake.isAdmitted = true;
     MessageEncoder frame;
-    frame.encodeHello();
+    frame.encodeHello(version);
     peer->transmit(frame);
     intake.watch(*peer);
 }

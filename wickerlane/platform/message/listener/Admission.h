@@ -20,8 +20,10 @@ struct Refusal;
 ///     when the peer handler does not want it                 refused
 class Admission {
 public:
-    Admission(ListenerCore *owner, PeerIntake &admitted, WorkQueue *handlerQueue, const MessageLimits &chosen)
-        : listener(owner), intake(admitted), queue(handlerQueue), limits(chosen) {}
+    Admission(ListenerCore *owner, PeerIntake &admitted, WorkQueue *handlerQueue,
+              const MessageListener::Options &chosen)
+        : listener(owner), intake(admitted), queue(handlerQueue), limits(chosen.limits),
+          version(chosen.version) {}
 
     /// False when the process has no descriptors left.
     [[nodiscard]] bool prepare();
@@ -41,6 +43,7 @@ private:
     PeerIntake &intake;
     WorkQueue *const queue;
     const MessageLimits &limits;
+    const PeerVersion version;
     UniqueFd spare;               // given up to refuse a client when no descriptor is left
     std::uint64_t lastNumber = 1; // the smaller ones are the listener's own
 

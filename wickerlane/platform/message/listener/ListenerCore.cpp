@@ -29,7 +29,7 @@ ListenerCore::ListenerCore(std::string serviceName, WorkQueue *handlerQueue,
                            UniqueFd bound, bool isManaged)
     : name(std::move(serviceName)), queue(handlerQueue), options(std::move(chosen)), managed(isManaged),
       listening(std::move(bound)), intake(this, handlerQueue, std::move(handler), options),
-      admission(this, intake, handlerQueue, options.limits) {
+      admission(this, intake, handlerQueue, options) {
 }
 
 ListenerCore::~ListenerCore() {

@@ -34,6 +34,7 @@ public:
     /// Has the intake thread look after those who leave much unread.
     void lookAfterUnread();
     [[nodiscard]] const MessageLimits &limits() const noexcept { return options.limits; }
+    [[nodiscard]] std::size_t heldCount() const noexcept { return heldMessages.load(); }
     void messageHeld() noexcept { heldMessages.fetch_add(1, std::memory_order_relaxed); }
     void messageReleased() noexcept { heldMessages.fetch_sub(1, std::memory_order_relaxed); }
 

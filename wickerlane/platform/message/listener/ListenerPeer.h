@@ -50,6 +50,11 @@ public:
     ~ListenerPeer() override;
 
     [[nodiscard]] const PeerIdentity &identity() const noexcept override { return client.identity; }
+    [[nodiscard]] PeerVersion version() const noexcept override {
+        return PeerVersion::fromNumber(toldVersion.load(std::memory_order_relaxed));
+    }
+    /// Before its first message. Of the intake thread.
+    void noteVersion(std::uint64_t number) noexcept { toldVersion = number; }
     [[nodiscard]] bool isAlive() const noexcept override { return client.isAlive(); }
     [[nodiscard]] bool isConnected() override WL_EXCLUDES(mutex);
     void send(MessageDictionary *message) override;
@@ -140,6 +145,7 @@ private:
     const Ref<ListenerCore> listener;
     const int descriptor; // the socket's number, as long as the intake thread has not closed it
     const PeerProcess client;
+    std::atomic<std::uint64_t> toldVersion{0};
     std::atomic<std::size_t> messages{0};   // received and not yet released
     std::atomic<bool> waitsForFewer{false}; // the release that leaves few enough notifies the intake thread
     // Its part of what its user has.

@@ -25,6 +25,7 @@ public:
     void setPeerHandler(Handler<bool(MessagePeer *)> handler) override {
         core->setPeerHandler(std::move(handler));
     }
+    [[nodiscard]] std::size_t heldMessages() const noexcept override { return core->heldCount(); }
     bool resume() override { return core->resume(); }
     void cancel() override { core->cancel(); }
 

@@ -8,6 +8,7 @@
 
 #include "wickerlane/platform/message/value/MessageValue.h"
 #include "wickerlane/platform/message/wire/MessageLimits.h"
+#include "wickerlane/platform/message/wire/PeerVersion.h"
 #include "wickerlane/platform/process/RunningProgram.h"
 #include "wickerlane/platform/queue/WorkQueue.h"
 
@@ -28,6 +29,8 @@ class WL_EXPORT MessagePeer : public Object {
     WL_OBJECT
 public:
     [[nodiscard]] virtual const PeerIdentity &identity() const noexcept = 0;
+    /// What it has told; in an application of a version before 1 nothing.
+    [[nodiscard]] virtual PeerVersion version() const noexcept = 0;
     /// True as long as the process that connected still runs, even if its id has been reused.
     [[nodiscard]] virtual bool isAlive() const noexcept = 0;
     /// Whether what is sent may still reach it.
@@ -87,6 +90,8 @@ public:
         /// What the data of the handler's keys weighs when the handler reads it; may be null.
         MessageWeight weight{};
         MessageLimits limits{};
+        /// What it tells its clients.
+        PeerVersion version = PeerVersion::own();
     };
 
     /// Takes the service's name: binds its socket under the root's run-time folder, or uses the socket that
@@ -98,6 +103,8 @@ public:
     /// Called on the queue for each new peer; false refuses it: its pending requests fail with an error that
     /// says so.
     virtual void setPeerHandler(Handler<bool(MessagePeer *)> handler) = 0;
+    /// How many messages its handlers have that they have not let go of.
+    [[nodiscard]] virtual std::size_t heldMessages() const noexcept = 0;
     /// False when the system has no thread left for the service.
     virtual bool resume() = 0;
     /// Accepts no more clients and ends all connections, as releasing the last reference does. Waits for the

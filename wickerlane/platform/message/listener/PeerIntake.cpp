@@ -10,6 +10,17 @@
 
 namespace wickerlane {
 
+namespace {
+
+bool isHello(const FrameReader::Frame &frame) {
+    constexpr std::size_t maxBytes = 4096;
+    return frame.header.kind == FrameKind::hello && frame.contents.size() >= sizeof FrameHeader::version &&
+           frame.contents.size() <= maxBytes && frame.descriptors.empty() &&
+           loadUnaligned<std::uint32_t>(frame.contents.data()) == FrameHeader::version;
+}
+
+} // namespace
+
 PeerIntake::PeerIntake(ListenerCore *owner, WorkQueue *handlerQueue, Handler<void(ReceivedMessage *)> handler,
                        const MessageListener::Options &chosen)
     : listener(owner), queue(handlerQueue), messageHandler(std::move(handler)), options(chosen),
@@ -270,6 +281,11 @@ bool PeerIntake::decodeFrames(const Ref<ListenerPeer> &peer, Messages &messages)
         const auto next = intake.reader.next(frame);
         if (next != FrameReader::Next::frame)
             return next == FrameReader::Next::incomplete;
+        if (isHello(frame)) {
+            peer->noteVersion(frame.header.id);
+            peer->bytesReleased(std::exchange(intake.reservedBytes, 0));
+            continue;
+        }
         if (frame.header.kind != FrameKind::message && frame.header.kind != FrameKind::request)
             return false;
         if (frame.header.kind == FrameKind::message && frame.header.id != 0) {

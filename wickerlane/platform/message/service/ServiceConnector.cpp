@@ -1,16 +1,19 @@
 #include "wickerlane/platform/message/service/ServiceConnector.h"
 
 #include <poll.h>
+#include <sys/socket.h>
 
 #include <cerrno>
 #include <cstring>
 #include <optional>
 
 #include "wickerlane/platform/file/Files.h"
+#include "wickerlane/platform/file/Retry.h"
 #include "wickerlane/platform/file/TrustedPath.h"
 #include "wickerlane/platform/message/service/ServiceSocket.h"
 #include "wickerlane/platform/message/service/ServiceStart.h"
 #include "wickerlane/platform/message/wire/MessageDecoder.h"
+#include "wickerlane/platform/message/wire/MessageEncoder.h"
 #include "wickerlane/platform/message/wire/MessageLimits.h"
 #include "wickerlane/platform/message/wire/MessageWire.h"
 
@@ -42,6 +45,15 @@ Received receive(int socket, void *into, std::size_t wanted, Clock::time_point d
     return Received::all;
 }
 
+// Tells the service what this client is. The socket has room for it: nothing was sent before.
+bool sayHello(int socket) {
+    MessageEncoder frame;
+    frame.encodeHello();
+    const std::string_view bytes = frame.gathered();
+    return retryInterrupted([&] { return ::send(socket, bytes.data(), bytes.size(), MSG_NOSIGNAL); }) ==
+           static_cast<ssize_t>(bytes.size());
+}
+
 // What the service says first, without the socket; nothing when it went away before it said anything.
 std::optional<Connected> awaitHello(int socket) {
     const auto deadline = Clock::now() + MessageLimits::startTime;
@@ -59,9 +71,13 @@ std::optional<Connected> awaitHello(int socket) {
         return Connected{};
     if (header.kind == FrameKind::refusal)
         return Connected{.refusal = decodeError({contents, header.length})};
-    const bool isOurs = header.kind == FrameKind::hello && header.length == sizeof FrameHeader::version &&
+    const bool isOurs = header.kind == FrameKind::hello && header.length >= sizeof FrameHeader::version &&
                         loadUnaligned<std::uint32_t>(contents) == FrameHeader::version;
-    return Connected{.outcome = isOurs ? ConnectOutcome::connected : ConnectOutcome::interrupted};
+    if (!isOurs)
+        return Connected{};
+    if (header.id != 0 && !sayHello(socket))
+        return std::nullopt;
+    return Connected{.outcome = ConnectOutcome::connected, .version = PeerVersion::fromNumber(header.id)};
 }
 
 bool isForbidden(int error) {

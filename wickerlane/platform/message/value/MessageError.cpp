@@ -30,4 +30,12 @@ std::int64_t MessageError::errorKind() const noexcept {
     return ErrorStorage::of(this)->number;
 }
 
+void MessageError::setService(const PeerVersion &version) {
+    static_cast<ErrorStorage *>(this)->service = version;
+}
+
+PeerVersion MessageError::service() const noexcept {
+    return ErrorStorage::of(this)->service.value_or(PeerVersion::own());
+}
+
 } // namespace wickerlane

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "wickerlane/platform/message/value/MessageKind.h"
+#include "wickerlane/platform/message/wire/PeerVersion.h"
 
 namespace wickerlane {
 
@@ -25,6 +26,11 @@ public:
     [[nodiscard]] std::string_view text() const noexcept; ///< Lives as long as the error.
     /// What programs can tell apart, in numbers that both ends agree on; 0 for an error that names none.
     [[nodiscard]] std::int64_t errorKind() const noexcept;
+    /// The version of the service whose reply this is; this library's own when it is none.
+    [[nodiscard]] PeerVersion service() const noexcept;
+
+    /// Before others see the error.
+    void setService(const PeerVersion &version);
 
 private:
     friend class ErrorStorage;

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 
 #include "wickerlane/platform/file/UniqueFd.h"
@@ -99,6 +100,7 @@ public:
     std::unique_ptr<char[]> owned;
     std::string_view shown; ///< NUL-terminated.
     std::int64_t number = 0;
+    std::optional<PeerVersion> service{}; ///< Set before others see the error.
 };
 
 } // namespace wickerlane

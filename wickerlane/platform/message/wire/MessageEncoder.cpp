@@ -83,8 +83,8 @@ void MessageEncoder::appendErrorContents(std::string_view text, std::int64_t kin
         std::memcpy(extend(length), text.data(), length);
 }
 
-void MessageEncoder::encodeHello() {
-    begin(FrameKind::hello, 0);
+void MessageEncoder::encodeHello(const PeerVersion &version) {
+    begin(FrameKind::hello, version.number());
     append(FrameHeader::version);
     finish(0);
 }

@@ -6,6 +6,7 @@
 
 #include "wickerlane/platform/message/value/DictionaryStorage.h"
 #include "wickerlane/platform/message/wire/MessageWire.h"
+#include "wickerlane/platform/message/wire/PeerVersion.h"
 
 namespace wickerlane {
 
@@ -31,7 +32,7 @@ public:
     [[nodiscard]] const char *encode(FrameKind kind, std::uint64_t id, const MessageDictionary *message);
     /// A text that is too long is cut, and one that is not valid UTF-8 is left out.
     void encodeError(std::uint64_t id, std::string_view text, std::int64_t kind = 0);
-    void encodeHello();
+    void encodeHello(const PeerVersion &version = PeerVersion::own());
     void encodeRefusal(std::string_view text, std::int64_t kind);
 
     /// Changes the id of the frame that was encoded.
