@@ -1,5 +1,7 @@
 #include "hoardd/Daemon.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cmath>
 
@@ -17,6 +19,8 @@
 #include "hoardd/service/OperationFamilies.h"
 #include "hoardd/upkeep/Scrub.h"
 #include "wickerlane/log/JXLog.h"
+#include "wickerlane/platform/console/Console.h"
+#include "wickerlane/platform/process/RunningProgram.h"
 #include "wickerlane/platform/queue/WorkQueue.h"
 #include "wickerlane/protocol/ServiceName.h"
 
@@ -177,7 +181,41 @@ void Daemon::backUp(Library &library, const Handler<bool()> &goesOn) {
         JX_LOG(JXLogLevelError, JXPhotosStateLog, "can't back the store up: %s", done.error().text.c_str());
 }
 
+bool Daemon::isTimeToLookForReplacement() const noexcept {
+    return std::chrono::steady_clock::now().time_since_epoch() >= nextLook.load(std::memory_order_relaxed);
+}
+
+void Daemon::endWhenReplaced() {
+    using Clock = std::chrono::steady_clock;
+    constexpr std::chrono::seconds between{2};
+    const auto now = Clock::now().time_since_epoch();
+    auto next = nextLook.load(std::memory_order_relaxed);
+    if (now < next || !nextLook.compare_exchange_strong(next, now + between))
+        return;
+    // One that was only removed has no successor.
+    const RunningProgram program = programOf(::getpid());
+    if (program.standing != ProgramStanding::gone || ::access(program.path.c_str(), X_OK) != 0)
+        return;
+    nextLook = Clock::duration::max();
+    consoleLog("hoardd: %s was replaced: this hoardd, of version %s, ends when it has done what was asked",
+               program.path.c_str(), PeerVersion::own().text().c_str());
+    endWhenAtRest();
+}
+
+void Daemon::endWhenAtRest() {
+    constexpr std::chrono::milliseconds pause{10}; // a client that asks in a loop leaves short gaps
+    WorkQueue::global()->after(pause, [this] {
+        Library *library = folder.opened();
+        const std::size_t waiting = library != nullptr ? library->waitingCalls().count() : 0;
+        if (listener->heldMessages() <= waiting)
+            end();
+        else
+            endWhenAtRest();
+    });
+}
+
 Result<> Daemon::start(Handler<void()> ended) {
+    end = ended;
     // What one client asks for is done in the order in which it asked; what takes long is handed on.
     std::string reason;
     listener = MessageListener::create(
@@ -185,13 +223,15 @@ Result<> Daemon::start(Handler<void()> ended) {
         [this](ReceivedMessage *message) {
             dispatcher.dispatch(Call(message));
             backUpWhenDue();
+            endWhenReplaced();
         },
         {.idleTime = settings.idleTime,
          .idle = std::move(ended),
          .ordersEachPeer = true,
          .atOnce =
              [this](ReceivedMessage *message) {
-                 return !isTimeToLookForBackups() && dispatcher.serveKnown(Call(message));
+                 return !isTimeToLookForBackups() && !isTimeToLookForReplacement() &&
+                        dispatcher.serveKnown(Call(message));
              },
          .weight = [this](std::string_view key) { return dispatcher.weightOf(key); }},
         &reason);

@@ -47,6 +47,12 @@ private:
     void emptyTrashTomorrow(Library &library);
     [[nodiscard]] bool isTimeToLookForBackups() const noexcept;
     void backUpWhenDue();
+    [[nodiscard]] bool isTimeToLookForReplacement() const noexcept;
+    /// Looks from time to time whether another program has taken the place of this one, as in an upgrade. If
+    /// so, ends as soon as no request is being worked for: clients that stay connected, and those that wait
+    /// for changes, would keep the old version alive. What they send next starts the new one.
+    void endWhenReplaced();
+    void endWhenAtRest();
     void backUp(Library &library, const Handler<bool()> &goesOn);
 
     const DaemonOptions settings;
@@ -59,6 +65,9 @@ private:
     LibraryFolder folder;
     Dispatcher dispatcher;
     Ref<MessageListener> listener;
+    Handler<void()> end; ///< Given by start().
+    /// When to look next whether the program was replaced; far away once it was.
+    std::atomic<std::chrono::steady_clock::duration> nextLook{};
     /// When to look next whether a backup is due; far away as long as no library is open.
     std::atomic<std::chrono::steady_clock::duration> nextBackup{std::chrono::steady_clock::duration::max()};
 };

@@ -192,6 +192,11 @@ void WaitingCalls::noteChange() {
     state->notice->noteChange();
 }
 
+std::size_t WaitingCalls::count() const {
+    const MutexLock lock(state->mutex);
+    return state->waiting.size();
+}
+
 void WaitingCalls::end() {
     std::map<State::Number, State::Kept> refused;
     {

@@ -35,6 +35,8 @@ public:
                                                              Look look, const Answer &late);
     /// A commit may have brought answers. Quick.
     void noteChange();
+    /// How many calls wait.
+    [[nodiscard]] std::size_t count() const;
     /// Refuses what waits, and all that comes, since the process is ending.
     void end();
 
