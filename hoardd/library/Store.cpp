@@ -9,6 +9,7 @@
 #include "hoardd/library/TrashStore.h"
 #include "wickerlane/log/JXLog.h"
 #include "wickerlane/model/RecordFaults.h"
+#include "wickerlane/platform/console/Console.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/store/AssetColumns.h"
 #include "wickerlane/store/Schema.h"
@@ -60,7 +61,11 @@ Result<> prepare(Database &database, const store::LibraryPaths &paths) {
         return laidOut;
     if (const auto named = giveIdentity(database, paths); !named)
         return named;
-    return transaction.commit();
+    const auto done = transaction.commit();
+    if (done && *version > 0)
+        consoleLog("hoardd: the library was brought up to date: its model version was %lld, and is %lld now",
+                   static_cast<long long>(*version), static_cast<long long>(store::modelVersion()));
+    return done;
 }
 
 } // namespace
