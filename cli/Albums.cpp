@@ -1,9 +1,8 @@
 #include "cli/Albums.h"
 
-#include <fmt/format.h>
-
 #include "cli/Awaited.h"
 #include "cli/DaemonRequests.h"
+#include "cli/Texts.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 
 namespace wickerlane::cli {
@@ -21,14 +20,14 @@ Result<std::string> createAlbum(const std::string &name) {
         });
     const Created created = answer.take();
     if (created.nameTaken)
-        return fail(ProblemKind::exists, fmt::format("there is already an album {}", name));
+        return fail(ProblemKind::exists, localized("there is already an album {}", name));
     if (created.url.empty())
-        return fail(ProblemKind::failed, "the album could not be made; see the daemon's log");
+        return fail(ProblemKind::failed, localized("the album could not be made; see the daemon's log"));
     return created.url;
 }
 
 Result<> addToAlbum(URL *assetURL, const std::string &albumUUID, const std::string &what) {
-    return waitForSuccess(what + " was not added", [&](const SuccessHandler &handler) {
+    return waitForSuccess(localized("{} was not added", what), [&](const SuccessHandler &handler) {
         JXGatekeeperClient::sharedInstance()->addAssetWithURL(assetURL, String::of(albumUUID), handler);
     });
 }

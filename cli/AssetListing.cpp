@@ -8,6 +8,7 @@
 #include "cli/AssetDescription.h"
 #include "cli/Formatting.h"
 #include "cli/Suggestion.h"
+#include "cli/Texts.h"
 
 namespace wickerlane::cli {
 namespace {
@@ -126,8 +127,9 @@ Result<std::vector<std::size_t>> fieldsIn(const std::string &text) {
             std::ranges::find_if(allFields, [&](const Field &each) { return name == each.name; });
         if (found == std::end(allFields))
             return fail(ProblemKind::invalid,
-                        fmt::format("--fields: there is no field '{}'{} There are: {}", name,
-                                    didYouMean(name, assetFieldNames()), fmt::join(assetFieldNames(), ", ")));
+                        localized("--fields: there is no field '{}'{} There are: {}", name,
+                                  didYouMean(name, assetFieldNames()),
+                                  fmt::format("{}", fmt::join(assetFieldNames(), ", "))));
         fields.push_back(static_cast<std::size_t>(found - std::begin(allFields)));
         begin = end + 1;
     }

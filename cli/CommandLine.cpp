@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <optional>
 
+#include "cli/Texts.h"
+
 namespace wickerlane::cli {
 
 Option Option::required() const {
@@ -29,12 +31,14 @@ Option Option::oneOf(std::vector<std::string> values) const {
 }
 
 Option Option::notEmpty() const {
-    return check([](const std::string &value) { return value.empty() ? "the text is empty" : ""; });
+    return check([](const std::string &value) {
+        return value.empty() ? localized("the text is empty") : std::string();
+    });
 }
 
 Option Option::notNegative() const {
     return check([](const std::string &value) {
-        return value.starts_with('-') ? "it can't be negative" : std::string();
+        return value.starts_with('-') ? localized("it can't be negative") : std::string();
     });
 }
 
@@ -63,7 +67,7 @@ Option Option::asSize() const {
     // The parser would read a negative number as a large one.
     return Option(option->transform([](const std::string &value) {
         if (value.starts_with('-'))
-            throw CLI::ValidationError("a size can't be negative");
+            throw CLI::ValidationError(localized("a size can't be negative"));
         return value;
     }));
 }

@@ -4,22 +4,35 @@
 
 #include <algorithm>
 #include <iostream>
+#include <iterator>
+#include <sstream>
 #include <string>
 
 #include "cli/Output.h"
+#include "cli/Texts.h"
 #include "wickerlane/platform/console/Console.h"
 
 namespace wickerlane::cli {
+namespace {
 
-bool isConfirmed(std::string_view what) {
+/// Whether an answer is among words with blanks between them.
+bool isOneOf(const std::string &answer, const std::string &words) {
+    std::istringstream list(words);
+    return std::find(std::istream_iterator<std::string>(list), {}, answer) !=
+           std::istream_iterator<std::string>();
+}
+
+} // namespace
+
+bool isConfirmed(const std::string &what) {
     if (isatty(STDIN_FILENO) == 0)
         return false;
-    noteText(escapingControls(what) + " Continue? [y/N] ");
+    noteText(escapingControls(what + " " + localized("Continue? [y/N]")) + " ");
     std::string line;
     std::getline(std::cin, line);
     std::ranges::transform(line, line.begin(),
                            [](char c) { return c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c; });
-    return line == "y" || line == "yes";
+    return isOneOf(line, "y yes") || isOneOf(line, localized("y yes"));
 }
 
 } // namespace wickerlane::cli

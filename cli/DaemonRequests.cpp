@@ -11,6 +11,7 @@
 
 #include "cli/Awaited.h"
 #include "cli/Interrupt.h"
+#include "cli/Texts.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/platform/consent/Consent.h"
 #include "wickerlane/platform/file/Files.h"
@@ -45,22 +46,23 @@ Ref<MessageValue> askVersion() {
 Problem explained(const MessageError &refusal) {
     Problem problem{static_cast<ProblemKind>(refusal.errorKind()), std::string(refusal.text()), {}};
     switch (problem.kind) {
-    case ProblemKind::refused:
-        problem.text += fmt::format(". The owner of {} can allow it: wickerlane consent grant {}", rootPath(),
-                                    fs::read_symlink("/proc/self/exe").string());
+    case ProblemKind::refused: {
+        std::string remedy = "wickerlane consent grant " + fs::read_symlink("/proc/self/exe").string();
         if (geteuid() != ownerOfRoot())
-            problem.text += fmt::format(" --user {}", geteuid());
+            remedy += fmt::format(" --user {}", geteuid());
+        problem.text = localized("{}. The owner of {} can allow it: {}", problem.text, rootPath(), remedy);
         break;
+    }
     case ProblemKind::busy:
     case ProblemKind::queueFull:
         if (problem.text.find("try again") == std::string::npos)
-            problem.text += " Try again later.";
+            problem.text = localized("{} Try again later.", problem.text);
         break;
     case ProblemKind::notWritable:
-        problem.text += ". Choose another library with --root, or ask its owner";
+        problem.text = localized("{}. Choose another library with --root, or ask its owner", problem.text);
         break;
     case ProblemKind::newerVersion:
-        problem.text += ". Install a wickerlane that is at least as new";
+        problem.text = localized("{}. Install a wickerlane that is at least as new", problem.text);
         break;
     default:
         break;
@@ -86,7 +88,7 @@ Result<> outcomeIn(const client::Reply &reply) {
 Problem toldProblem() {
     auto told = client::HandledReply::problem();
     if (!told)
-        return {ProblemKind::failed, "see the daemon's log", {}};
+        return {ProblemKind::failed, localized("see the daemon's log"), {}};
     told->kind = kindOfWork(told->kind);
     return *std::move(told);
 }
@@ -109,15 +111,15 @@ Failure failUnreachable() {
     if (access(standing.c_str(), W_OK | X_OK) != 0)
         return fail(
             ProblemKind::notWritable,
-            fmt::format("the library's folder {} can't be used: {}: {}. Choose another with --root, or have "
-                        "its owner give you access",
-                        root, standing, std::strerror(errno)));
+            localized("the library's folder {} can't be used: {}: {}. Choose another with --root, or have "
+                      "its owner give you access",
+                      root, standing, std::strerror(errno)));
     return fail(
         ProblemKind::unreachable,
-        fmt::format("the daemon hoardd can't be reached (library below {}): it can't be started, or has "
-                    "stopped answering. It starts on demand if it is installed. What it says is in "
-                    "{}",
-                    root, daemonLogPath()));
+        localized("the daemon hoardd can't be reached (library below {}): it can't be started, or has "
+                  "stopped answering. It starts on demand if it is installed. What it says is in "
+                  "{}",
+                  root, daemonLogPath()));
 }
 
 Result<> requireDaemon() {
@@ -223,7 +225,7 @@ Result<client::Reply> answerUnlessInterrupted(const client::Request &request, Pr
         if (isInterrupted()) {
             cancellation->cancel();
             waitUntilSent();
-            return fail(ProblemKind::cancelled, "interrupted");
+            return fail(ProblemKind::cancelled, localized("interrupted"));
         }
         using namespace std::chrono_literals;
         if (!shown.isShown())
@@ -236,9 +238,8 @@ Result<client::Reply> answerUnlessInterrupted(const client::Request &request, Pr
 Result<> waitForWork(const client::Request &request, Progress *progress) {
     return answerUnlessInterrupted(request, progress)
         .map_error([](Problem problem) {
-            problem.text +=
-                ": the daemon stops; what it has done stays, and the rest is done when it is asked "
-                "for again";
+            problem.text = localized("interrupted: the daemon stops; what it has done stays, and the rest is "
+                                     "done when it is asked for again");
             return problem;
         })
         .and_then(outcomeIn);

@@ -11,6 +11,7 @@
 
 #include "cli/Queries.h"
 #include "cli/Suggestion.h"
+#include "cli/Texts.h"
 #include "wickerlane/model/MediaType.h"
 
 namespace wickerlane::cli {
@@ -121,7 +122,7 @@ using Value = const std::string &;
 
 Result<> setKind(AssetFilter &filter, Value value) {
     if (value != "photo" && value != "video")
-        return refuse(value + " is no kind; write photo or video");
+        return refuse(localized("{} is no kind; write photo or video", value));
     filter.kind = value == "photo" ? AssetKind::photo : AssetKind::video;
     return {};
 }
@@ -131,7 +132,7 @@ template <auto member, auto edge>
 Result<> setDate(AssetFilter &filter, Value value) {
     const auto period = periodIn(value);
     if (!period)
-        return refuse(value + " is no date; write 2019, 2019-08 or 2019-08-31");
+        return refuse(localized("{} is no date; write 2019, 2019-08 or 2019-08-31", value));
     filter.*member = *period.*edge;
     return {};
 }
@@ -139,7 +140,7 @@ Result<> setDate(AssetFilter &filter, Value value) {
 Result<> setNear(AssetFilter &filter, Value value) {
     const auto circle = circleIn(value);
     if (!circle)
-        return refuse(value + " is no place; write LATITUDE,LONGITUDE,10km");
+        return refuse(localized("{} is no place; write LATITUDE,LONGITUDE,10km", value));
     filter.nearLatitude = circle->latitude;
     filter.nearLongitude = circle->longitude;
     filter.radius = circle->meters;
@@ -148,7 +149,7 @@ Result<> setNear(AssetFilter &filter, Value value) {
 
 Result<> setBox(AssetFilter &filter, Value value) {
     if (!takeBox(value, filter))
-        return refuse(value + " is no area; write its edges as SOUTH,WEST,NORTH,EAST in degrees");
+        return refuse(localized("{} is no area; write its edges as SOUTH,WEST,NORTH,EAST in degrees", value));
     return {};
 }
 
@@ -165,14 +166,15 @@ Result<> setType(AssetFilter &filter, Value value) {
     }
     const MediaType *type = mediaTypeOfExtension(value);
     if (type == nullptr)
-        return refuse(value + " is no format; write an extension, such as heic, or a media type: image/heic");
+        return refuse(localized(
+            "{} is no format; write an extension, such as heic, or a media type: image/heic", value));
     filter.format = type->name;
     return {};
 }
 
 Result<> setRating(AssetFilter &filter, Value value) {
     if (value.size() != 1 || value[0] < '1' || value[0] > '5')
-        return refuse(value + " is no number of stars; write 1 to 5");
+        return refuse(localized("{} is no number of stars; write 1 to 5", value));
     filter.minRating = value[0] - '0';
     return {};
 }
@@ -181,7 +183,7 @@ template <auto member>
 Result<> setAnswer(AssetFilter &filter, Value value) {
     const auto answer = answerIn(value);
     if (!answer)
-        return refuse(value + " is no answer; write yes or no");
+        return refuse(localized("{} is no answer; write yes or no", value));
     filter.*member = *answer;
     return {};
 }
@@ -190,7 +192,7 @@ template <auto member>
 Result<> setSize(AssetFilter &filter, Value value) {
     const auto bytes = sizeIn(value);
     if (!bytes)
-        return refuse(value + " is no size; write 500kB or 2MB");
+        return refuse(localized("{} is no size; write 500kB or 2MB", value));
     filter.*member = *bytes;
     return {};
 }
@@ -260,7 +262,7 @@ Result<std::vector<std::string>> wordsOf(const std::string &query) {
         }
     }
     if (quote != 0)
-        return refuse(fmt::format("the query has no second {}", quote));
+        return refuse(localized("the query has no second {}", quote));
     if (isWord)
         words.push_back(word);
     return words;
@@ -271,7 +273,7 @@ Result<> addQuery(AssetFilter &filter, const std::string &query) {
     if (!words)
         return passOn(words);
     if (words->empty())
-        return refuse(fmt::format("the query is empty; to ask for all assets: --where {}", allAssets));
+        return refuse(localized("the query is empty; to ask for all assets: --where {}", allAssets));
     for (const std::string &word : *words) {
         const std::string name = word.substr(0, word.find('='));
         const bool hasValue = name.size() < word.size();
@@ -280,13 +282,12 @@ Result<> addQuery(AssetFilter &filter, const std::string &query) {
         const auto *condition =
             std::ranges::find(conditions, name, [](const Condition &each) { return each.name; });
         if (condition == std::end(conditions))
-            return refuse(
-                fmt::format("a query has no condition '{}'{} It has the same as wickerlane list has "
-                            "options; words to be found stand in words=\"...\"",
-                            name, didYouMean(name, conditionNames())));
+            return refuse(localized("a query has no condition '{}'{} It has the same as wickerlane list has "
+                                    "options; words to be found stand in words=\"...\"",
+                                    name, didYouMean(name, conditionNames())));
         if (!hasValue && condition->valueName != nullptr)
             return refuse(
-                fmt::format("{0} has no value in the query; write {0}={1}", name, condition->valueName));
+                localized("{0} has no value in the query; write {0}={1}", name, condition->valueName));
         const auto set = condition->set(filter, hasValue ? word.substr(name.size() + 1) : "yes");
         if (!set)
             return set;

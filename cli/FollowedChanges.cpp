@@ -17,6 +17,7 @@
 #include "cli/Formatting.h"
 #include "cli/Interrupt.h"
 #include "cli/Output.h"
+#include "cli/Texts.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/platform/queue/DescriptorSource.h"
@@ -44,8 +45,9 @@ void endWhenOutputIsClosed() {
 std::string linesOf(const ChangesPage &page, bool json) {
     if (page.isTooOld)
         return json ? JSON{{"startOver", true}}.dump() + "\n"
-                    : "The library no longer knows all changes. Begin again with all assets: wickerlane "
-                      "list\n";
+                    : localized("The library no longer knows all changes. Begin again with all assets: "
+                                "wickerlane list") +
+                          "\n";
     std::string lines;
     for (const AssetChange &each : page.changes)
         lines += json ? describe(each).dump() + "\n"
@@ -92,7 +94,7 @@ bool passes(const Problem &problem, bool &hasSaidBusy) {
     if (!isBusy && problem.kind != ProblemKind::ending)
         return false;
     if (isBusy && !std::exchange(hasSaidBusy, true))
-        note("the daemon is busy (" + problem.text + "); trying until it is not");
+        note(localized("the daemon is busy ({}); trying until it is not", problem.text));
     static_cast<void>(interruptSemaphore().wait(200ms));
     return true;
 }

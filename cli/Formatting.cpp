@@ -63,8 +63,4 @@ std::string zoneText(std::int64_t minutes) {
     return fmt::format("{}{:02}:{:02}", minutes < 0 ? '-' : '+', size / 60, size % 60);
 }
 
-std::string countText(std::uint64_t count, std::string_view one, std::string_view many) {
-    return fmt::format("{} {}", count, count == 1 ? one : many);
-}
-
 } // namespace wickerlane::cli

@@ -21,8 +21,6 @@ std::string clockText(double seconds);
 std::string isoClockText(double seconds, std::optional<std::int64_t> zoneMinutes = {});
 /// "+01:00".
 std::string zoneText(std::int64_t minutes);
-/// "1 photo", "2 photos".
-std::string countText(std::uint64_t count, std::string_view one, std::string_view many);
 
 } // namespace wickerlane::cli
 

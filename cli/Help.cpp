@@ -2,11 +2,10 @@
 
 #include <CLI/CLI.hpp>
 
-#include <fmt/format.h>
-
 #include <algorithm>
 
 #include "cli/Suggestion.h"
+#include "cli/Texts.h"
 
 namespace wickerlane::cli {
 namespace {
@@ -68,8 +67,8 @@ std::string pathOf(const CLI::App &app) {
 
 std::string withoutSubcommand(const CLI::App &app, const std::string &word) {
     const auto all = app.get_subcommands([](const CLI::App *) { return true; });
-    return fmt::format("there is no subcommand '{}'{} To list them: {} --help", word,
-                       didYouMean(word, namesIn(all)), pathOf(app));
+    return localized("there is no subcommand '{}'{} To list them: {} --help", word,
+                     didYouMean(word, namesIn(all)), pathOf(app));
 }
 
 /// With the options of the command itself and those that every command has.
@@ -80,7 +79,7 @@ std::string withoutOption(const CLI::App &app, const std::string &word) {
             for (const std::string &name : option->get_lnames())
                 names.push_back("--" + name);
     const std::string name = word.substr(0, word.find('='));
-    return fmt::format("there is no option {}{} See: {} --help", name, didYouMean(name, names), pathOf(app));
+    return localized("there is no option {}{} See: {} --help", name, didYouMean(name, names), pathOf(app));
 }
 
 } // namespace
@@ -114,7 +113,7 @@ Problem problemOf(CLI::App &app, const CLI::Error &error) {
         if (named->get_require_subcommand_min() > 0)
             return {ProblemKind::invalid, withoutSubcommand(*named, word), {}};
     }
-    return {ProblemKind::invalid, fmt::format("{}. See: {} --help", error.what(), pathOf(*named)), {}};
+    return {ProblemKind::invalid, localized("{}. See: {} --help", error.what(), pathOf(*named)), {}};
 }
 
 } // namespace wickerlane::cli

@@ -49,8 +49,8 @@ bool isInterrupted() {
     return interrupted.load();
 }
 
-Failure failInterrupted(std::string_view what) {
-    return fail(ProblemKind::cancelled, "interrupted: " + std::string(what));
+Failure failInterrupted(std::string text) {
+    return fail(ProblemKind::cancelled, std::move(text));
 }
 
 Semaphore &interruptSemaphore() {

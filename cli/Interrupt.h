@@ -20,8 +20,8 @@ public:
 /// Whether a signal has been noted, also in a scope that has ended. Thread-safe.
 bool isInterrupted();
 
-/// The problem of work that was ended so; `what` says how far it came.
-Failure failInterrupted(std::string_view what);
+/// The problem of work that was ended so; `text` says how far it came: "interrupted: ...".
+Failure failInterrupted(std::string text);
 
 /// Is signalled when a signal is noted. Those who wait for something else as well may signal it too. Lives
 /// forever.

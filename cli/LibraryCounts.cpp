@@ -6,7 +6,7 @@
 
 #include "cli/Awaited.h"
 #include "cli/DaemonRequests.h"
-#include "cli/Formatting.h"
+#include "cli/Texts.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 
 namespace wickerlane::cli {
@@ -35,11 +35,12 @@ Result<LibraryCounts> countLibrary() {
     // The daemon was just ending; another has taken its place.
     if (const auto counts = askCounts())
         return *counts;
-    return failRequest({ProblemKind::failed, "the daemon gives no counts", {}});
+    return failRequest({ProblemKind::failed, localized("the daemon gives no counts"), {}});
 }
 
 std::string textOf(const LibraryCounts &counts) {
-    return countText(counts.photos, "photo", "photos") + ", " + countText(counts.videos, "video", "videos");
+    return joined({localizedCount(counts.photos, "{} photo", "{} photos"),
+                   localizedCount(counts.videos, "{} video", "{} videos")});
 }
 
 JSON describe(const LibraryCounts &counts) {

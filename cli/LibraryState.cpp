@@ -1,11 +1,11 @@
 #include "cli/LibraryState.h"
 
-#include <fmt/format.h>
 #include <unistd.h>
 
 #include <cerrno>
 
 #include "cli/DaemonRequests.h"
+#include "cli/Texts.h"
 #include "wickerlane/store/LibraryCheck.h"
 #include "wickerlane/store/StoreReader.h"
 
@@ -16,25 +16,25 @@ Failure failWithoutStore(const store::LibraryPaths &paths) {
     if (store::hasOriginals(paths))
         return fail(
             ProblemKind::damagedStore,
-            fmt::format("the store of the library in {} is missing beside its originals. To make it again: "
-                        "wickerlane check --repair",
-                        paths.folder()));
+            localized("the store of the library in {} is missing beside its originals. To make it again: "
+                      "wickerlane check --repair",
+                      paths.folder()));
     return fail(ProblemKind::notFound,
-                fmt::format("there is no library in {} yet. To make one, save photos into it: "
-                            "wickerlane import FOLDER",
-                            paths.folder()));
+                localized("there is no library in {} yet. To make one, save photos into it: "
+                          "wickerlane import FOLDER",
+                          paths.folder()));
 }
 
-std::string whatToDo(ProblemKind kind) {
+std::string withAdvice(ProblemKind kind, std::string text) {
     switch (kind) {
     case ProblemKind::damagedStore:
-        return ". To repair it: wickerlane check --repair";
+        return localized("{}. To repair it: wickerlane check --repair", text);
     case ProblemKind::newerVersion:
-        return ". Install a wickerlane that is at least as new";
+        return localized("{}. Install a wickerlane that is at least as new", text);
     case ProblemKind::refused:
-        return ". Only its owner may read it directly";
+        return localized("{}. Only its owner may read it directly", text);
     default:
-        return {};
+        return text;
     }
 }
 
@@ -42,8 +42,8 @@ std::string whatToDo(ProblemKind kind) {
 
 Failure failToOpenStore(const Problem &problem) {
     return fail(problem.kind,
-                fmt::format("the library in {} can't be read: {}{}", store::LibraryPaths().folder(),
-                            problem.text, whatToDo(problem.kind)));
+                withAdvice(problem.kind, localized("the library in {} can't be read: {}",
+                                                   store::LibraryPaths().folder(), problem.text)));
 }
 
 Result<> requireLibrary() {

@@ -1,8 +1,6 @@
 // The command `wickerlane`: a photo library from the shell.
 #include <CLI/CLI.hpp>
 
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -18,6 +16,7 @@
 #include "cli/Interrupt.h"
 #include "cli/Output.h"
 #include "cli/Subcommands.h"
+#include "cli/Texts.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/platform/console/Console.h"
 #include "wickerlane/platform/file/Files.h"
@@ -65,7 +64,7 @@ ExitCode perform(const Action &action) {
 /// there.
 ExitCode performServingMainQueue(const Action &action) {
     if (!startWorker())
-        return report({ProblemKind::failed, "the system has no thread left for this user", {}});
+        return report({ProblemKind::failed, localized("the system has no thread left for this user"), {}});
     ExitCode result = ExitCode::failure;
     WorkQueue::global()->async([&] {
         result = perform(action);
@@ -98,10 +97,18 @@ void useRoot(const std::string &folder) {
 void noteOldName(const CLI::App &named) {
     for (const Subcommand &each : debugSubcommands)
         if (named.get_name() == each.name)
-            advise(
-                fmt::format("wickerlane: '{0}' is now 'wickerlane debug {0}'; the next release does without "
-                            "the old name",
-                            each.name));
+            advise(localized(
+                "wickerlane: '{0}' is now 'wickerlane debug {0}'; the next release does without the old name",
+                each.name));
+}
+
+/// Whether the subcommand that was chosen writes JSON.
+bool writesJSON(const CLI::App &app) {
+    const CLI::App *named = &app;
+    while (!named->get_subcommands().empty())
+        named = named->get_subcommands().front();
+    const CLI::Option *json = named->get_option_no_throw("--json");
+    return json != nullptr && json->count() > 0;
 }
 
 int run(int argc, char **argv) {
@@ -159,13 +166,15 @@ int run(int argc, char **argv) {
         return static_cast<int>(report(problemOf(app, error)));
     }
     setManner(manner);
+    if (writesJSON(app)) // which holds texts of problems as well
+        speakEnglish();
     setConsoleGate([] { return false; }); // the command says itself what went wrong
     noteOldName(*app.get_subcommands().front());
 
     // Before any other thread runs. A daemon that is started inherits it.
     if (!root.empty())
         useRoot(root);
-    // What is below a root says which programs run.
+    // What is below a root says which programs run. Translations may be there, too, so this is in English.
     if (const std::string why = whyUntrusted(rootPath()); !why.empty())
         return static_cast<int>(
             report({ProblemKind::refused, "the root " + rootPath() + " is not used: " + why, {}}));

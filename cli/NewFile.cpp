@@ -1,7 +1,6 @@
 #include "cli/NewFile.h"
 
 #include <fcntl.h>
-#include <fmt/format.h>
 #include <sys/stat.h>
 
 #include <cerrno>
@@ -12,6 +11,8 @@
 #include <filesystem>
 #include <vector>
 
+#include "cli/FileFailures.h"
+#include "cli/Texts.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/file/Retry.h"
 
@@ -39,8 +40,8 @@ Result<> putInPlace(const std::string &from, const std::string &to, bool replace
     if (renameFile(from.c_str(), to.c_str(), replace))
         return {};
     if (errno == EEXIST)
-        return fail(ProblemKind::exists, fmt::format("{} already exists; --force replaces it", to), to);
-    return failSystem("write", to);
+        return fail(ProblemKind::exists, localized("{} already exists; --force replaces it", to), to);
+    return failToWrite(to);
 }
 
 } // namespace
@@ -49,7 +50,7 @@ Result<NewFile> NewFile::create(std::string path) {
     std::string temporary = (std::filesystem::path(path).parent_path() / ".wickerlane-XXXXXX").string();
     UniqueFd fd(mkostemp(temporary.data(), O_CLOEXEC));
     if (!fd)
-        return failSystem("write", std::move(path));
+        return failToWrite(path);
     return NewFile(std::move(path), std::move(temporary), std::move(fd));
 }
 
@@ -60,7 +61,7 @@ NewFile::~NewFile() {
 
 Result<> NewFile::write(Bytes bytes) {
     if (!writeAll(fd.get(), bytes))
-        return failSystem("write", place);
+        return failToWrite(place);
     return {};
 }
 
@@ -70,7 +71,7 @@ Result<> NewFile::copyFrom(int descriptor) {
         const ssize_t count =
             retryInterrupted([&] { return pread(descriptor, buffer.data(), buffer.size(), position); });
         if (count < 0)
-            return failSystem("copy to", place);
+            return failToWrite(place);
         if (count == 0)
             return {};
         const auto written = write(std::span(buffer).first(static_cast<std::size_t>(count)));
@@ -85,13 +86,13 @@ Result<> NewFile::setModified(double seconds) {
     const timespec modified{static_cast<std::time_t>(whole), std::lround((seconds - whole) * 999'999'999)};
     const timespec times[] = {{0, UTIME_OMIT}, modified};
     if (futimens(fd.get(), times) != 0)
-        return failSystem("write", place);
+        return failToWrite(place);
     return {};
 }
 
 Result<> NewFile::finish(bool replace) {
     if (fchmod(fd.get(), usualMode()) != 0 || fsync(fd.get()) != 0)
-        return failSystem("write", place);
+        return failToWrite(place);
     if (auto put = putInPlace(temporary, place, replace); !put)
         return put;
     fd.reset();

@@ -12,6 +12,7 @@
 #include <string>
 #include <system_error>
 
+#include "cli/Texts.h"
 #include "wickerlane/platform/console/Console.h"
 
 namespace wickerlane::cli {
@@ -101,7 +102,7 @@ void printText(std::string_view text) {
         return;
     if (errno == EPIPE)
         endAtClosedPipe();
-    throw std::system_error(errno, std::generic_category(), "the output could not be written");
+    throw std::system_error(errno, std::generic_category(), localized("the output could not be written"));
 }
 
 Result<> flushOutput() {
@@ -109,7 +110,7 @@ Result<> flushOutput() {
         return {};
     if (errno == EPIPE)
         endAtClosedPipe();
-    return fail(ProblemKind::failed, "the output could not be written");
+    return fail(ProblemKind::failed, localized("the output could not be written"));
 }
 
 std::string bold(std::string_view text) {

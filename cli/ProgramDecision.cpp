@@ -1,10 +1,10 @@
 #include "cli/ProgramDecision.h"
 
-#include <fmt/format.h>
-
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+
+#include "cli/Texts.h"
 
 namespace wickerlane::cli {
 
@@ -16,7 +16,7 @@ std::string programPath(const std::string &program) {
 
 Result<> decisionsCount() {
     if (const std::string why = whyConsentIgnored(); !why.empty())
-        return fail(ProblemKind::refused, "the decisions do not count: " + why);
+        return fail(ProblemKind::refused, localized("the decisions do not count: {}", why));
     return {};
 }
 
@@ -27,9 +27,9 @@ Result<ExitCode> changeDecisions(const std::function<bool(ConsentStore &decision
     if (const auto counted = decisionsCount(); !counted)
         return passOn(counted);
     return fail(ProblemKind::failed,
-                fmt::format("the decisions can't be changed: {}. Only the owner of the library's root may "
-                            "change them",
-                            std::strerror(error)));
+                localized("the decisions can't be changed: {}. Only the owner of the library's root may "
+                          "change them",
+                          std::strerror(error)));
 }
 
 } // namespace wickerlane::cli

@@ -11,6 +11,8 @@
 #include <string_view>
 
 #include "cli/Output.h"
+#include "cli/Table.h"
+#include "cli/Texts.h"
 
 namespace wickerlane::cli {
 namespace {
@@ -81,27 +83,25 @@ void Progress::paint(Clock::time_point now) {
     const double seconds = std::chrono::duration<double>(now - started).count();
     const std::size_t ended = done + failed;
     const double rate = seconds > 0 ? static_cast<double>(ended) / seconds : 0;
-    std::string figures = total > 0   ? fmt::format(" {} of {}", ended, std::max(total, ended))
+    std::string figures = total > 0   ? " " + localized("{} of {}", ended, std::max(total, ended))
                           : ended > 0 ? fmt::format(" {}", ended)
                                       : "";
     if (failed > 0)
-        figures += fmt::format(", {} refused", failed);
+        figures += localized(", ") + localizedCount(failed, "{} refused", "{} refused");
     if (rate > 0)
         figures += fmt::format("  {:.1f}/s", rate);
     if (rate > 0 && total > ended)
-        figures += fmt::format("  {} left", durationText(static_cast<double>(total - ended) / rate));
+        figures += "  " + localized("{} left", durationText(static_cast<double>(total - ended) / rate));
     else
         figures += "  " + durationText(seconds);
-    const std::size_t columns = columnsOfTerminal(), taken = what.size() + figures.size() + 4;
+    const std::size_t columns = columnsOfTerminal(), taken = widthOf(what) + widthOf(figures) + 4;
     std::string bar;
     if (total > 0 && columns > taken + 10) {
         const std::size_t width = std::min<std::size_t>(columns - taken, 40);
         const std::size_t filled = width * std::min(ended, total) / total;
         bar = fmt::format(" [{}{}]", std::string(filled, '#'), std::string(width - filled, '-'));
     }
-    std::string line = what + bar + figures;
-    line.resize(std::min(line.size(), columns > 1 ? columns - 1 : 1));
-    paintLine(line);
+    paintLine(cut(what + bar + figures, columns > 1 ? columns - 1 : 1));
 }
 
 } // namespace wickerlane::cli

@@ -11,6 +11,7 @@
 #include "cli/DaemonRequests.h"
 #include "cli/LibraryState.h"
 #include "cli/Output.h"
+#include "cli/Texts.h"
 #include "wickerlane/model/AssetURL.h"
 #include "wickerlane/platform/console/Console.h"
 #include "wickerlane/store/LibraryPaths.h"
@@ -50,12 +51,12 @@ bool isBeginningOfUUID(std::string_view text) {
 
 /// Several assets have one name. A few of them are listed.
 Failure failForSeveral(const std::string &name, const Assets &candidates, bool areMore) {
-    std::string text = fmt::format("several assets are called {}; name one by its UUID:", name);
+    std::string text = localized("several assets are called {}; name one by its UUID:", name);
     for (const Ref<ManagedAsset> &each : candidates)
         text += fmt::format("\n{}  {}  {}", each->record().uuid, createdText(each->record()),
                             escapingControls(outsideName(each->record())));
     if (areMore)
-        text += "\nand more";
+        text += "\n" + localized("and more");
     return fail(ProblemKind::invalid, text);
 }
 
@@ -244,20 +245,19 @@ Result<std::int64_t> askForMomentKey(const std::string &name) {
     key = primaryKeyInURI(name, lists->storeUUID, momentEntity);
     if (key <= 0)
         return fail(ProblemKind::notFound,
-                    fmt::format("there is no moment {}. To list all moments: wickerlane moments", name));
+                    localized("there is no moment {}. To list all moments: wickerlane moments", name));
     return key;
 }
 
 Failure failToFindAsset(const std::string &name) {
     return fail(ProblemKind::notFound,
-                fmt::format("there is no asset {} in {}. To list all assets: wickerlane list", name,
-                            store::LibraryPaths().folder()));
+                localized("there is no asset {} in {}. To list all assets: wickerlane list", name,
+                          store::LibraryPaths().folder()));
 }
 
 Failure failToFindTrashed(const std::string &name) {
-    return fail(
-        ProblemKind::notFound,
-        fmt::format("there is no asset {} in the trash. To list what is: wickerlane trash list", name));
+    return fail(ProblemKind::notFound,
+                localized("there is no asset {} in the trash. To list what is: wickerlane trash list", name));
 }
 
 Result<std::unordered_map<std::string, Ref<ManagedAsset>>>
@@ -316,7 +316,7 @@ Result<Ref<ManagedAlbum>> askForAlbum(const std::string &name) {
         });
     if (found == albums->end())
         return fail(ProblemKind::notFound,
-                    fmt::format("there is no album {}. To list all albums: wickerlane album list", name));
+                    localized("there is no album {}. To list all albums: wickerlane album list", name));
     return *found;
 }
 

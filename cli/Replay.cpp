@@ -11,6 +11,7 @@
 
 #include "cli/Interrupt.h"
 #include "cli/ObjectJSON.h"
+#include "cli/Texts.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/platform/message/value/MessageConversion.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
@@ -117,7 +118,7 @@ Result<std::vector<RecordedRequest>> readRecording(const std::string &path) {
                        what == traffic::answer && !request.empty())
                 requests[request.mapped()].outcome = recordedOutcome(event);
         } catch (const nlohmann::json::exception &) {
-            return fail(ProblemKind::invalid, fmt::format("line {} is no recorded event", lines), path);
+            return fail(ProblemKind::invalid, localized("line {} is no recorded event", lines), path);
         }
     }
     return requests;

@@ -10,7 +10,7 @@
 #include "cli/AssetListing.h"
 #include "cli/DaemonRequests.h"
 #include "cli/FilterOptions.h"
-#include "cli/Formatting.h"
+#include "cli/Texts.h"
 
 namespace wickerlane::cli {
 
@@ -60,7 +60,7 @@ std::vector<std::string> linesOf(const std::string &text) {
 
 Result<FoundAssets> find(const Selection &selection) {
     if (selection.isEmpty())
-        return fail(ProblemKind::invalid, "ASSET or --where is required");
+        return fail(ProblemKind::invalid, localized("ASSET or --where is required"));
     FoundAssets found;
     if (!selection.query.empty()) {
         auto filter = filterOfQuery(selection.query);
@@ -96,7 +96,7 @@ Result<SelectedAssets> select(const Selection &selection) {
     });
 }
 
-Result<ExitCode> printDryRun(std::span<const std::string> uuids, std::string_view what,
+Result<ExitCode> printDryRun(std::span<const std::string> uuids, const std::string &summary,
                              const Assets &trashed) {
     auto listing = AssetListing::create({});
     if (!listing)
@@ -114,9 +114,8 @@ Result<ExitCode> printDryRun(std::span<const std::string> uuids, std::string_vie
         return passOn(listed);
     for (const Ref<ManagedAsset> &each : trashed)
         listing->add(*each);
-    listing->end("no assets");
-    summarize(
-        fmt::format("{} would be {}", countText(uuids.size() + trashed.size(), "asset", "assets"), what));
+    listing->end(localized("no assets"));
+    summarize(summary);
     return ExitCode::success;
 }
 
@@ -130,13 +129,13 @@ Result<ExitCode> changeSelected(const Selection &selection, const ChangeTexts &t
         return selected->code;
     const std::vector<std::string> &uuids = selected->uuids;
     if (selection.isDryRun)
-        return printDryRun(uuids, texts.done);
+        return printDryRun(uuids, texts.wouldBeDone(uuids.size()));
     const InterruptScope interrupts;
-    Progress progress(std::string(texts.doing), uuids.size());
+    Progress progress(texts.doing, uuids.size());
     std::size_t done = 0;
     const auto changed = forEachPart(std::span(uuids), [&](std::span<const std::string> part) -> Result<> {
         if (isInterrupted())
-            return failInterrupted(fmt::format("{} of {} are done", done, uuids.size()));
+            return failInterrupted(localized("interrupted: {} of {} are done", done, uuids.size()));
         client::Request request(row);
         fill(request);
         request.set(protocol::keys::photoUUIDs, textsOf(part).get());
@@ -148,8 +147,7 @@ Result<ExitCode> changeSelected(const Selection &selection, const ChangeTexts &t
     });
     if (!changed)
         return passOn(changed);
-    summarize(texts.summary != nullptr ? texts.summary(done)
-                                       : countText(done, "asset", "assets") + " " + texts.done);
+    summarize(texts.done(done));
     return ExitCode::success;
 }
 

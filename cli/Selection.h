@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <functional>
 #include <span>
 #include <string>
 #include <vector>
@@ -13,6 +14,7 @@
 #include "cli/Output.h"
 #include "cli/Progress.h"
 #include "cli/Queries.h"
+#include "cli/Texts.h"
 #include "wickerlane/client/Request.h"
 
 namespace wickerlane::cli {
@@ -55,17 +57,18 @@ struct SelectedAssets {
 };
 Result<SelectedAssets> select(const Selection &selection);
 
-/// Shows the assets that something would be done to: "moved to the trash". `trashed` are those that are there
-/// already.
-Result<ExitCode> printDryRun(std::span<const std::string> uuids, std::string_view what,
+/// Shows the assets that something would be done to, and says what: "2 assets would be moved to the trash".
+/// `trashed` are those that are there already.
+Result<ExitCode> printDryRun(std::span<const std::string> uuids, const std::string &summary,
                              const Assets &trashed = {});
 
 /// What people are told of a change.
 struct ChangeTexts {
-    std::string_view doing; ///< While it is under way: "removing".
-    std::string done;       ///< "removed from Dunes".
-    /// After that many were changed; otherwise "2 assets" and `done`.
-    std::string (*summary)(std::size_t count) = nullptr;
+    std::string doing; ///< While it is under way: "removing".
+    /// "2 assets would be removed from Dunes".
+    std::function<std::string(std::size_t count)> wouldBeDone;
+    /// "2 assets removed from Dunes".
+    std::function<std::string(std::size_t count)> done;
 };
 
 /// Asks the daemon for the same change of all assets in a selection, and says what was done. Changes nothing
@@ -83,19 +86,20 @@ struct BulkOutcome {
 /// Calls `work`, which gives a Result<>, with one asset after the other. A problem does not stop it, unless
 /// the daemon is gone.
 template <class Work>
-Result<BulkOutcome> forEachSelected(std::span<const std::string> uuids, std::string_view what,
+Result<BulkOutcome> forEachSelected(std::span<const std::string> uuids, const std::string &what,
                                     const Work &work) {
     const InterruptScope interrupts;
     BulkOutcome outcome;
-    Progress progress(std::string(what), uuids.size());
+    Progress progress(what, uuids.size());
     const auto ended = forEachPart(uuids, [&](std::span<const std::string> part) -> Result<> {
         const auto assets = askForAssets(part);
         if (!assets)
             return passOn(assets);
         for (std::size_t i = 0; i < part.size(); ++i) {
             if (isInterrupted())
-                return failInterrupted(std::to_string(uuids.size() - outcome.done) +
-                                       " assets are left as they were");
+                return failInterrupted(localizedCount(uuids.size() - outcome.done,
+                                                      "interrupted: {} asset is left as it was",
+                                                      "interrupted: {} assets are left as they were"));
             const ReleaseScope scope;
             const Ref<ManagedAsset> &asset = (*assets)[i];
             const Result<> worked = asset ? work(*asset) : failToFindAsset(part[i]);

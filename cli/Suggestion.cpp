@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "cli/Texts.h"
+
 namespace wickerlane::cli {
 namespace {
 
@@ -45,7 +47,7 @@ std::string likeliest(std::string_view word, const std::vector<std::string> &wor
 
 std::string didYouMean(std::string_view word, const std::vector<std::string> &words) {
     const std::string best = likeliest(word, words);
-    return best.empty() ? "." : "; did you mean " + best + "?";
+    return best.empty() ? localized(".") : localized("; did you mean {}?", best);
 }
 
 } // namespace wickerlane::cli

@@ -39,22 +39,6 @@ void forEachCharacter(std::string_view text, const Use &use) {
         uselocale(before);
 }
 
-/// The beginning of a text that fits into `places` columns, with an ellipsis when something is left out.
-std::string cut(const std::string &text, std::size_t places) {
-    if (widthOf(text) <= places)
-        return text;
-    std::string begin;
-    std::size_t taken = 1; // by the ellipsis
-    forEachCharacter(text, [&](std::string_view character, std::size_t width) {
-        taken += width;
-        if (taken > places)
-            return false;
-        begin += character;
-        return true;
-    });
-    return begin.append(ellipsis);
-}
-
 std::size_t columnsOfOutput() {
     winsize window = {};
     return ioctl(STDOUT_FILENO, TIOCGWINSZ, &window) == 0 && window.ws_col > 0 ? window.ws_col : 80;
@@ -94,6 +78,21 @@ std::size_t widthOf(std::string_view text) {
         return true;
     });
     return places;
+}
+
+std::string cut(const std::string &text, std::size_t places) {
+    if (widthOf(text) <= places)
+        return text;
+    std::string begin;
+    std::size_t taken = 1; // by the ellipsis
+    forEachCharacter(text, [&](std::string_view character, std::size_t width) {
+        taken += width;
+        if (taken > places)
+            return false;
+        begin += character;
+        return true;
+    });
+    return begin.append(ellipsis);
 }
 
 void Table::add(std::vector<std::string> cells) {

@@ -48,6 +48,8 @@ private:
 
 /// How many places a text takes on a terminal.
 [[nodiscard]] std::size_t widthOf(std::string_view text);
+/// The beginning of a text that fits into a number of places, with an ellipsis when something is left out.
+[[nodiscard]] std::string cut(const std::string &text, std::size_t places);
 
 /// A list that may be long, written as it grows: as JSON, or as a table.
 class Listing {

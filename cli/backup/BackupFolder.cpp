@@ -13,7 +13,9 @@
 #include <string_view>
 #include <unordered_set>
 
+#include "cli/FileFailures.h"
 #include "cli/Output.h"
+#include "cli/Texts.h"
 #include "cli/backup/VerifiedCopy.h"
 #include "wickerlane/platform/file/FileLock.h"
 #include "wickerlane/platform/file/Files.h"
@@ -39,7 +41,8 @@ bool isOwnName(const std::string &name) {
 
 Failure failOther(const std::string &folder) {
     return fail(ProblemKind::invalid,
-                folder + " holds something else than a backup; give an empty folder or a new one", folder);
+                localized("{} holds something else than a backup; give an empty folder or a new one", folder),
+                folder);
 }
 
 /// Gives the identity of the library that the folder is a backup of; empty when it is none.
@@ -49,7 +52,7 @@ Result<std::string> readDescription(const std::string &folder) {
     if (!readFile(path, bytes, 1 << 20)) {
         if (errno == ENOENT || errno == ENOTDIR)
             return std::string();
-        return failSystem("read", path);
+        return failToRead(path);
     }
     const auto *start = reinterpret_cast<const char *>(bytes.data());
     const auto described = JSON::parse(start, start + bytes.size(), nullptr, false);
@@ -58,7 +61,8 @@ Result<std::string> readDescription(const std::string &folder) {
         !described["library"].is_string())
         return failOther(folder);
     if (described["wickerlaneBackup"].get<int>() > format)
-        return fail(ProblemKind::newerVersion, folder + " was written by a newer wickerlane", folder);
+        return fail(ProblemKind::newerVersion, localized("{} was written by a newer wickerlane", folder),
+                    folder);
     return described["library"].get<std::string>();
 }
 
@@ -66,7 +70,7 @@ Result<> describeAs(const std::string &folder, const std::string &libraryUUID) {
     const JSON description = {{"wickerlaneBackup", format}, {"library", libraryUUID}};
     const std::string path = folder + '/' + descriptionName, text = description.dump(2) + '\n';
     if (!replaceFile(path, std::as_bytes(std::span(text))))
-        return failSystem("write", path);
+        return failToWrite(path);
     return {};
 }
 
@@ -142,7 +146,7 @@ std::optional<BackedUpFile> readLine(std::string_view line) {
 Result<> syncAll(const std::string &folder) {
     const UniqueFd opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!opened || syncfs(opened.get()) != 0)
-        return failSystem("write", folder);
+        return failToWrite(folder);
     return {};
 }
 
@@ -153,7 +157,7 @@ Result<BackupFolder> BackupFolder::open(const std::string &folder) {
     if (!library)
         return passOn(library);
     if (library->empty())
-        return fail(ProblemKind::invalid, folder + " is not a backup", folder);
+        return fail(ProblemKind::invalid, localized("{} is not a backup", folder), folder);
     return BackupFolder(folder);
 }
 
@@ -162,38 +166,38 @@ Result<BackupFolder> BackupFolder::openForWriting(const std::string &folder, con
     fs::create_directories(folder, error);
     if (!fs::is_directory(folder))
         return fail(ProblemKind::notWritable,
-                    fmt::format("{} can't be made: {}", folder,
-                                error ? error.message() : "there is something else of this name"),
+                    localized("{} can't be made: {}", folder,
+                              error ? error.message() : localized("there is something else of this name")),
                     folder);
     const auto described = readDescription(folder);
     if (!described)
         return passOn(described);
     if (!described->empty() && *described != libraryUUID)
-        return fail(ProblemKind::exists, folder + " is a backup of another library; give another folder",
-                    folder);
+        return fail(ProblemKind::exists,
+                    localized("{} is a backup of another library; give another folder", folder), folder);
     if (described->empty()) {
         for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error))
             if (!isOwnName(entry->path().filename()) && entry->path().filename() != "lost+found")
                 return failOther(folder);
         if (error)
-            return fail(ProblemKind::failed, fmt::format("can't read {}: {}", folder, error.message()),
-                        folder);
+            return fail(ProblemKind::failed, localized("can't read {}: {}", folder, error.message()), folder);
     }
     BackupFolder opened(folder);
     opened.lock = openFile(folder + '/' + lockName, O_RDWR | O_CREAT);
     if (!opened.lock)
-        return failSystem("write", folder + '/' + lockName);
+        return failToWrite(folder + '/' + lockName);
     if (!tryLockFile(opened.lock.get(), FileLock::exclusive))
         return errno == EWOULDBLOCK
-                   ? fail(ProblemKind::busy, "another process is writing the backup in " + folder, folder)
-                   : failSystem("lock", folder + '/' + lockName);
+                   ? fail(ProblemKind::busy, localized("another process is writing the backup in {}", folder),
+                          folder)
+                   : failToLock(folder + '/' + lockName);
     if (described->empty())
         if (const auto done = describeAs(folder, libraryUUID); !done)
             return passOn(done);
     // What was left unfinished is of no use: its name says nothing.
     fs::remove_all(opened.unfinished(""), error);
     if (!makeFolders(folder + "/unfinished") || !makeFolders(folder + "/files"))
-        return failSystem("write", folder);
+        return failToWrite(folder);
     return opened;
 }
 
@@ -203,9 +207,11 @@ Result<std::optional<Contents>> BackupFolder::readContents() const {
     if (!readFile(file, bytes, maxContentsBytes)) {
         if (errno == ENOENT)
             return std::optional<Contents>();
-        return failSystem("read", file);
+        return failToRead(file);
     }
-    const auto failDamaged = [&] { return fail(ProblemKind::failed, file + " is damaged", file); };
+    const auto failDamaged = [&] {
+        return fail(ProblemKind::failed, localized("{} is damaged", file), file);
+    };
     std::string_view text(reinterpret_cast<const char *>(bytes.data()), bytes.size());
     if (takeUntil(text, '\n') != firstLine)
         return failDamaged();
@@ -237,7 +243,7 @@ Result<> BackupFolder::writeContents(const Contents &contents) const {
     text += fmt::format("end {}\n", contents.size());
     const std::string path = folder + '/' + contentsName;
     if (!replaceFile(path, std::as_bytes(std::span(text))))
-        return failSystem("write", path);
+        return failToWrite(path);
     return {};
 }
 
@@ -283,7 +289,7 @@ Result<std::size_t> BackupFolder::removeAllBut(const Contents &contents) const {
         if (!error)
             fs::remove(each, error);
     if (error)
-        return fail(ProblemKind::failed, fmt::format("can't prune {}: {}", folder, error.message()), folder);
+        return fail(ProblemKind::failed, localized("can't prune {}: {}", folder, error.message()), folder);
     return needless.size();
 }
 

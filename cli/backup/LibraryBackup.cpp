@@ -9,10 +9,10 @@
 #include <set>
 #include <unordered_map>
 
-#include <fmt/format.h>
-
+#include "cli/FileFailures.h"
 #include "cli/Interrupt.h"
 #include "cli/Progress.h"
+#include "cli/Texts.h"
 #include "cli/backup/BackupFolder.h"
 #include "cli/backup/LibraryFiles.h"
 #include "cli/backup/VerifiedCopy.h"
@@ -95,7 +95,7 @@ Result<> Backup::bring(const BackedUpFile &file, const std::string &source) {
 Result<> Backup::addFileFrom(const std::string &source, std::string path) {
     struct stat status = {};
     if (::lstat(source.c_str(), &status) != 0)
-        return errno == ENOENT ? Result<>() : failSystem("read", source);
+        return errno == ENOENT ? Result<>() : failToRead(source);
     BackedUpFile file{std::move(path), {}, static_cast<std::uint64_t>(status.st_size), modifiedOf(status)};
     if (const auto before = earlier.find(file.path); before != earlier.end() &&
                                                      before->second.size == file.size &&
@@ -128,12 +128,14 @@ Result<> Backup::add(const LibraryFile &listed, const struct stat *status) {
         missing.insert(listed.path);
         if (file.size != 0 && isSound(file)) {
             contents.push_back(file);
-            return fail(ProblemKind::notFound,
-                        source + " is missing in the library; the backup has it: wickerlane backup restore "
-                                 "brings it back",
-                        source);
+            return fail(
+                ProblemKind::notFound,
+                localized("{} is missing in the library; the backup has it: wickerlane backup restore "
+                          "brings it back",
+                          source),
+                source);
         }
-        return fail(ProblemKind::notFound, source + " is missing in the library", source);
+        return fail(ProblemKind::notFound, localized("{} is missing in the library", source), source);
     }
     return bring(file, source);
 }
@@ -145,7 +147,7 @@ Result<> Backup::addFile(const LibraryFile &file) {
     struct stat status = {};
     const bool isThere = ::lstat(source.c_str(), &status) == 0;
     if (!isThere && errno != ENOENT)
-        return failSystem("read", source);
+        return failToRead(source);
     return add(file, isThere ? &status : nullptr);
 }
 
@@ -168,10 +170,11 @@ Result<> Backup::runRound() {
             return passOn(listed);
         files = *std::move(listed);
     }
-    Progress progress("backing up", files.size());
+    Progress progress(localized("backing up"), files.size());
     for (const LibraryFile &each : files) {
         if (isInterrupted())
-            return failInterrupted("what was copied stays, and the same command goes on from there");
+            return failInterrupted(
+                localized("interrupted: what was copied stays, and the same command goes on from there"));
         const std::size_t before = contents.size();
         const auto added = addFile(each);
         if (!added) {
@@ -240,7 +243,8 @@ Result<BackupOutcome> backUp(const store::LibraryPaths &paths, const BackupOptio
     const std::string target = fs::absolute(options.folder).lexically_normal();
     if (isWithin(target, paths.folder()) || isWithin(paths.folder(), target))
         return fail(ProblemKind::invalid,
-                    target + " and the library are one in the other; give a folder elsewhere", target);
+                    localized("{} and the library are one in the other; give a folder elsewhere", target),
+                    target);
     auto database = sqlite::Database::open(paths.database(), sqlite::Database::Access::read);
     if (!database)
         return passOn(database);

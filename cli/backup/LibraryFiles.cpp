@@ -6,6 +6,7 @@
 #include <string_view>
 #include <unordered_set>
 
+#include "cli/Texts.h"
 #include "wickerlane/store/AssetColumns.h"
 #include "wickerlane/store/CompanionReader.h"
 #include "wickerlane/store/Schema.h"
@@ -87,7 +88,8 @@ Result<> addBelow(const std::string &library, const fs::path &folder, std::vecto
         files.push_back({entry->path().lexically_relative(library).string(), std::nullopt});
     }
     if (error && error != std::errc::no_such_file_or_directory)
-        return fail(ProblemKind::failed, "can't read " + folder.string() + ": " + error.message(), folder);
+        return fail(ProblemKind::failed, localized("can't read {}: {}", folder.string(), error.message()),
+                    folder);
     return {};
 }
 
@@ -141,7 +143,8 @@ Result<> copyStore(const store::LibraryPaths &paths, const std::string &to) {
     if (const auto allowed = database->execute("PRAGMA query_only=OFF;"); !allowed)
         return allowed;
     if (const auto copied = database->prepare("VACUUM INTO ?").bind(to).run(); !copied)
-        return fail(copied.error().kind, "the library's store can't be copied: " + copied.error().text,
+        return fail(copied.error().kind,
+                    localized("the library's store can't be copied: {}", copied.error().text),
                     paths.database());
     if (const auto checked = openCheckedStore(to); !checked)
         return passOn(checked);
@@ -157,13 +160,14 @@ Result<Database> openCheckedStore(const std::string &path) {
     });
     if (!integrity || *integrity != "ok")
         return fail(ProblemKind::damagedStore,
-                    "the store is damaged: " + (integrity ? integrity->value_or("") : integrity.error().text),
+                    localized("the store is damaged: {}",
+                              integrity ? integrity->value_or("") : integrity.error().text),
                     path);
     const auto version = database->integer("PRAGMA user_version");
     if (!version)
         return passOn(version);
     if (*version > store::modelVersion())
-        return fail(ProblemKind::newerVersion, "the library was made by a newer hoardd", path);
+        return fail(ProblemKind::newerVersion, localized("the library was made by a newer hoardd"), path);
     return database;
 }
 

@@ -11,8 +11,10 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "cli/FileFailures.h"
 #include "cli/Interrupt.h"
 #include "cli/Progress.h"
+#include "cli/Texts.h"
 #include "cli/backup/BackupFolder.h"
 #include "cli/backup/LibraryFiles.h"
 #include "cli/backup/VerifiedCopy.h"
@@ -36,18 +38,18 @@ bool isThere(const std::string &path) {
 /// Keeps hoardd away.
 Result<UniqueFd> lockLibrary(const store::LibraryPaths &paths) {
     if (!makeFolders(paths.folder() + "/PhotoData"))
-        return failSystem("make", paths.folder() + "/PhotoData");
+        return failToMake(paths.folder() + "/PhotoData");
     UniqueFd lock = openFile(paths.lock(), O_RDWR | O_CREAT);
     if (!lock)
-        return failSystem("lock", paths.lock());
+        return failToLock(paths.lock());
     if (!tryLockFile(lock.get(), FileLock::exclusive))
-        return errno == EWOULDBLOCK
-                   ? fail(ProblemKind::busy,
-                          "hoardd serves the library in " + paths.folder() +
-                              "; it ends by itself half a minute after its last client. Close the "
-                              "applications that use the library and try again",
-                          paths.folder())
-                   : failSystem("lock", paths.lock());
+        return errno == EWOULDBLOCK ? fail(ProblemKind::busy,
+                                           localized("hoardd serves the library in {}; it ends by itself "
+                                                     "half a minute after its last client. Close "
+                                                     "the applications that use the library and try again",
+                                                     paths.folder()),
+                                           paths.folder())
+                                    : failToLock(paths.lock());
     return lock;
 }
 
@@ -106,14 +108,14 @@ bool Restore::isToBeReplaced(const BackedUpFile &file, const std::string &place)
 /// Nothing that is there is lost.
 Result<> Restore::putAside(const std::string &place) const {
     if (!makeFolders(paths.lostAndFound()))
-        return failSystem("make", paths.lostAndFound());
+        return failToMake(paths.lostAndFound());
     const fs::path name = fs::path(place).filename();
     std::string aside = paths.lostAndFound() + '/' + name.string();
     for (int number = 2; isThere(aside); ++number)
         aside = fmt::format("{}/{}-{}{}", paths.lostAndFound(), name.stem().string(), number,
                             name.extension().string());
     if (::rename(place.c_str(), aside.c_str()) != 0)
-        return failSystem("move", place);
+        return failToMove(place);
     return {};
 }
 
@@ -137,7 +139,8 @@ Result<> Restore::copy(const BackedUpFile &file, const std::string &place, bool 
 Result<std::string> Restore::takeStoreCopy() {
     const BackedUpFile *file = find(pathOfStore);
     if (file == nullptr)
-        return fail(ProblemKind::failed, folder.path() + " has no copy of the store", folder.path());
+        return fail(ProblemKind::failed, localized("{} has no copy of the store", folder.path()),
+                    folder.path());
     std::string place = temporary("store.sqlite");
     if (const auto copied = copy(*file, place); !copied)
         return passOn(copied);
@@ -168,10 +171,9 @@ Result<> Restore::findState() {
         return {};
     if (*uuid != identity)
         return fail(ProblemKind::exists,
-                    paths.folder() +
-                        " holds another library, which is not overwritten. To restore into a new "
-                        "one: wickerlane --root FOLDER backup restore " +
-                        folder.path(),
+                    localized("{} holds another library, which is not overwritten. To restore into a new "
+                              "one: wickerlane --root FOLDER backup restore {}",
+                              paths.folder(), folder.path()),
                     paths.folder());
     outcome.isSameLibrary = true;
     const auto files = listLibraryFiles(paths, *store);
@@ -211,8 +213,8 @@ Result<> Restore::restoreFile(const BackedUpFile &file) {
             ++outcome.present;
             return {};
         }
-        return fail(ProblemKind::exists, place + " is there with other contents, and was left as it is",
-                    place);
+        return fail(ProblemKind::exists,
+                    localized("{} is there with other contents, and was left as it is", place), place);
     }
     if (const auto copied = copy(file, place); !copied)
         return copied;
@@ -221,10 +223,11 @@ Result<> Restore::restoreFile(const BackedUpFile &file) {
 }
 
 Result<> Restore::restoreFiles() {
-    Progress progress("restoring", contents.size());
+    Progress progress(localized("restoring"), contents.size());
     for (const BackedUpFile &each : contents) {
         if (isInterrupted())
-            return failInterrupted("the library is not complete. The same command goes on from there");
+            return failInterrupted(
+                localized("interrupted: the library is not complete. The same command goes on from there"));
         const bool isDue = each.path != pathOfStore && each.path != pathOfDecisions &&
                            (!outcome.isSameLibrary || wanted.contains(each.path));
         const auto done = isDue ? restoreFile(each) : Result<>();
@@ -242,14 +245,14 @@ Result<> Restore::restoreFiles() {
 Result<> Restore::placeStore(const std::string &copy) {
     const UniqueFd opened(::open(paths.folder().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!opened || ::syncfs(opened.get()) != 0)
-        return failSystem("write", paths.folder());
+        return failToWrite(paths.folder());
     // Of an empty library. Its write-ahead log must not meet the other store.
     for (const char *suffix : {"-wal", "-shm", ""})
         if (const std::string old = paths.database() + suffix; ::unlink(old.c_str()) != 0 && errno != ENOENT)
-            return failSystem("remove", old);
+            return failToRemove(old);
     if (::rename(copy.c_str(), paths.database().c_str()) != 0 ||
         !syncFolder(std::string(parentFolder(paths.database()))))
-        return failSystem("write", paths.database());
+        return failToWrite(paths.database());
     ++outcome.restored;
     return {};
 }
@@ -263,11 +266,12 @@ Result<> Restore::restoreDecisions() {
     const std::string source = folder.placeOf(*file);
     struct stat status = {};
     if (::lstat(source.c_str(), &status) != 0)
-        return failSystem("read", source);
+        return failToRead(source);
     if (status.st_uid != ::geteuid() || (status.st_mode & (S_IWGRP | S_IWOTH)) != 0)
-        return fail(ProblemKind::refused,
-                    "the decisions about programs were not restored: others could have written " + source,
-                    source);
+        return fail(
+            ProblemKind::refused,
+            localized("the decisions about programs were not restored: others could have written {}", source),
+            source);
     if (const auto copied = copy(*file, place); !copied)
         return copied;
     ++outcome.restored;
@@ -300,7 +304,7 @@ Result<RestoreOutcome> Restore::run() {
     std::error_code none;
     fs::remove_all(temporary(""), none);
     if (!makeFolders(paths.folder() + "/PhotoData/Restoring"))
-        return failSystem("write", paths.folder());
+        return failToWrite(paths.folder());
     const auto done = takeStoreCopy().and_then([&](const std::string &copy) {
         return findState().and_then([&] { return restoreFiles(); }).and_then([&] {
             return outcome.isSameLibrary ? Result<>() : finish(copy);
@@ -323,7 +327,8 @@ Result<RestoreOutcome> restoreBackup(const store::LibraryPaths &paths, const std
         return passOn(contents);
     if (!*contents)
         return fail(ProblemKind::failed,
-                    opened->path() + " holds a backup that was never finished; run wickerlane backup again",
+                    localized("{} holds a backup that was never finished; run wickerlane backup again",
+                              opened->path()),
                     opened->path());
     return Restore(paths, *std::move(opened), **std::move(contents)).run();
 }

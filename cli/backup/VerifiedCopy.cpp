@@ -1,7 +1,6 @@
 #include "cli/backup/VerifiedCopy.h"
 
 #include <fcntl.h>
-#include <fmt/format.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -10,6 +9,8 @@
 #include <ctime>
 #include <vector>
 
+#include "cli/FileFailures.h"
+#include "cli/Texts.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/file/Retry.h"
 #include "wickerlane/platform/object/Paths.h"
@@ -24,11 +25,11 @@ Result<> copyBytes(int source, const std::string &sourcePath, int destination, c
         const ssize_t count =
             retryInterrupted([&] { return pread(source, block.data(), block.size(), offset); });
         if (count < 0)
-            return failSystem("read", sourcePath);
+            return failToRead(sourcePath);
         if (count == 0)
             return {};
         if (!writeAll(destination, std::span(block).first(static_cast<std::size_t>(count))))
-            return failSystem("write", path);
+            return failToWrite(path);
         offset += count;
     }
 }
@@ -36,7 +37,7 @@ Result<> copyBytes(int source, const std::string &sourcePath, int destination, c
 Result<> makeFolderOf(const std::string &place) {
     const std::string folder(parentFolder(place));
     if (!makeFolders(folder))
-        return failSystem("make", folder);
+        return failToMake(folder);
     return {};
 }
 
@@ -46,9 +47,9 @@ Result<UniqueFd> openForCopy(const std::string &path) {
     UniqueFd file = openFile(path, O_RDONLY | O_NONBLOCK | O_NOCTTY);
     struct stat status = {};
     if (!file || fstat(file.get(), &status) != 0)
-        return failSystem("read", path);
+        return failToRead(path);
     if (!S_ISREG(status.st_mode))
-        return fail(ProblemKind::invalid, path + " is not a file", path);
+        return fail(ProblemKind::invalid, localized("{} is not a file", path), path);
     return file;
 }
 
@@ -62,7 +63,7 @@ Result<Sha256> sumOfFile(const std::string &path) {
 Result<VerifiedCopy> VerifiedCopy::create(std::string temporaryPath) {
     UniqueFd fd = openFile(temporaryPath, O_RDWR | O_CREAT | O_TRUNC);
     if (!fd)
-        return failSystem("write", std::move(temporaryPath));
+        return failToWrite(temporaryPath);
     return VerifiedCopy(std::move(temporaryPath), std::move(fd));
 }
 
@@ -75,7 +76,7 @@ Result<> VerifiedCopy::copyFrom(int source, const std::string &sourcePath, const
     if (const auto copied = copyBytes(source, sourcePath, fd.get(), temporary); !copied)
         return copied;
     if (fsync(fd.get()) != 0)
-        return failSystem("write", temporary);
+        return failToWrite(temporary);
     // What is read back should come from the disk, not from memory.
     static_cast<void>(posix_fadvise(fd.get(), 0, 0, POSIX_FADV_DONTNEED));
     const auto readBack = store::sha256OfFile(fd.get(), temporary);
@@ -87,10 +88,10 @@ Result<> VerifiedCopy::copyFrom(int source, const std::string &sourcePath, const
     if (!given)
         return passOn(given);
     if (*given != sum)
-        return fail(ProblemKind::failed, fmt::format("{} has other contents than it should have", sourcePath),
+        return fail(ProblemKind::failed, localized("{} has other contents than it should have", sourcePath),
                     sourcePath);
     return fail(ProblemKind::failed,
-                fmt::format("a copy of {} was not read back as it was written to {}", sourcePath, temporary),
+                localized("a copy of {} was not read back as it was written to {}", sourcePath, temporary),
                 temporary);
 }
 
@@ -102,7 +103,7 @@ Result<> VerifiedCopy::setAttributes(mode_t mode, std::int64_t modified) {
     static_cast<void>(fchmod(fd.get(), mode));
     static_cast<void>(futimens(fd.get(), times));
     if (fsync(fd.get()) != 0)
-        return failSystem("write", temporary);
+        return failToWrite(temporary);
     return {};
 }
 
@@ -110,7 +111,7 @@ Result<> VerifiedCopy::replace(const std::string &place) {
     if (const auto made = makeFolderOf(place); !made)
         return made;
     if (std::rename(temporary.c_str(), place.c_str()) != 0)
-        return failSystem("write", place);
+        return failToWrite(place);
     fd.reset();
     return {};
 }
@@ -122,7 +123,7 @@ Result<> VerifiedCopy::moveToFree(const std::string &place) {
         // Some file systems can't rename so, but a link never replaces anything either.
         const bool isUnable = errno == EINVAL || errno == ENOSYS;
         if (!isUnable || link(temporary.c_str(), place.c_str()) != 0)
-            return failSystem("write", place);
+            return failToWrite(place);
         unlink(temporary.c_str());
     }
     fd.reset();

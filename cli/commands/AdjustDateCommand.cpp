@@ -2,9 +2,9 @@
 #include <charconv>
 #include <optional>
 
-#include "cli/Formatting.h"
 #include "cli/Selection.h"
 #include "cli/Subcommands.h"
+#include "cli/Texts.h"
 #include "wickerlane/protocol/AssetRows.h"
 
 namespace wickerlane::cli {
@@ -87,9 +87,14 @@ std::optional<std::int64_t> secondsIn(std::string_view text) {
 Result<ExitCode> adjustDates(const Options &options) {
     return changeSelected(
         options.selection,
-        {.doing = "changing dates",
-         .done = "given another date",
-         .summary = [](std::size_t count) { return countText(count, "date", "dates") + " changed"; }},
+        {.doing = localized("changing dates"),
+         .wouldBeDone =
+             [](std::size_t count) {
+                 return localizedCount(count, "{} asset would be given another date",
+                                       "{} assets would be given another date");
+             },
+         .done =
+             [](std::size_t count) { return localizedCount(count, "{} date changed", "{} dates changed"); }},
         protocol::adjustDates, [seconds = *secondsIn(options.by)](client::Request &request) {
             request.set(protocol::keys::seconds, seconds);
         });
@@ -111,7 +116,8 @@ void setUpAdjustDate(Command command) {
         .required()
         .typeName("TIME")
         .check([](const std::string &text) {
-            return secondsIn(text) ? std::string() : "'" + text + "' is no time such as 1h30m or -0:45";
+            return secondsIn(text) ? std::string()
+                                   : localized("'{}' is no time such as 1h30m or -0:45", text);
         });
 }
 

@@ -1,5 +1,4 @@
 // wickerlane album
-#include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include <limits>
@@ -13,6 +12,7 @@
 #include "cli/Selection.h"
 #include "cli/Subcommands.h"
 #include "cli/Table.h"
+#include "cli/Texts.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/protocol/AlbumRows.h"
 
@@ -54,7 +54,7 @@ Result<ExitCode> list(const Options &options) {
         table.add(
             {std::to_string(record.assetCount), dateText(record.dateCreated), record.uuid, record.name});
     }
-    printListing(all, table, "there are no albums", options.json);
+    printListing(all, table, localized("there are no albums"), options.json);
     return ExitCode::success;
 }
 
@@ -78,14 +78,17 @@ Result<ExitCode> add(const Options &options) {
     if (!selected)
         return passOn(selected);
     if (options.selection.isDryRun)
-        return printDryRun(selected->uuids, "added to " + album.record().name);
-    const auto outcome = forEachSelected(selected->uuids, "adding", [&](const ManagedAsset &asset) {
-        return addToAlbum(asset.assetURL(), album.record().uuid, asset.record().uuid);
-    });
+        return printDryRun(selected->uuids,
+                           localizedCount(selected->uuids.size(), "{} asset would be added to {}",
+                                          "{} assets would be added to {}", album.record().name));
+    const auto outcome =
+        forEachSelected(selected->uuids, localized("adding"), [&](const ManagedAsset &asset) {
+            return addToAlbum(asset.assetURL(), album.record().uuid, asset.record().uuid);
+        });
     if (!outcome)
         return passOn(outcome);
     summarize(
-        fmt::format("{} added to {}", countText(outcome->done, "asset", "assets"), album.record().name));
+        localizedCount(outcome->done, "{} asset added to {}", "{} assets added to {}", album.record().name));
     return outcome->code != ExitCode::success ? outcome->code : selected->code;
 }
 
@@ -110,7 +113,7 @@ Result<ExitCode> show(const Options &options) {
                      });
     if (!listed)
         return passOn(listed);
-    printListing(described, table, "the album is empty", options.json);
+    printListing(described, table, localized("the album is empty"), options.json);
     return ExitCode::success;
 }
 
@@ -124,7 +127,7 @@ Result<ExitCode> rename(const Options &options) {
     request.set(protocol::keys::name, String::of(options.newName));
     if (const auto renamed = waitForWork(request); !renamed)
         return passOn(renamed);
-    summarize(fmt::format("{} is now {}", record.name, options.newName));
+    summarize(localized("{} is now {}", record.name, options.newName));
     return ExitCode::success;
 }
 
@@ -133,15 +136,17 @@ Result<ExitCode> deleteAlbum(const Options &options) {
     if (!named)
         return passOn(named);
     const AlbumRecord &record = (*named)->record();
-    const std::string assets = countText(record.assetCount, "asset", "assets");
+
     if (!options.selection.yes &&
-        !isConfirmed(fmt::format("This deletes the album {}, not the {} in it.", record.name, assets)))
-        return fail(ProblemKind::failed, "nothing was deleted; --yes deletes without asking");
+        !isConfirmed(localizedCount(record.assetCount, "This deletes the album {1}, not the {0} asset in it.",
+                                    "This deletes the album {1}, not the {0} assets in it.", record.name)))
+        return fail(ProblemKind::failed, localized("nothing was deleted; --yes deletes without asking"));
     client::Request request(protocol::deleteAlbum);
     request.set(protocol::keys::albumUUID, String::of(record.uuid));
     if (const auto deleted = waitForWork(request); !deleted)
         return passOn(deleted);
-    summarize(fmt::format("album {} deleted; the library still has its {}", record.name, assets));
+    summarize(localizedCount(record.assetCount, "album {1} deleted; the library still has its {0} asset",
+                             "album {1} deleted; the library still has its {0} assets", record.name));
     return ExitCode::success;
 }
 
@@ -150,7 +155,18 @@ Result<ExitCode> remove(const Options &options) {
     if (!named)
         return passOn(named);
     const AlbumRecord &album = (*named)->record();
-    return changeSelected(options.selection, {.doing = "removing", .done = "removed from " + album.name},
+    return changeSelected(options.selection,
+                          {.doing = localized("removing"),
+                           .wouldBeDone =
+                               [&](std::size_t count) {
+                                   return localizedCount(count, "{} asset would be removed from {}",
+                                                         "{} assets would be removed from {}", album.name);
+                               },
+                           .done =
+                               [&](std::size_t count) {
+                                   return localizedCount(count, "{} asset removed from {}",
+                                                         "{} assets removed from {}", album.name);
+                               }},
                           protocol::removeFromAlbum, [&](client::Request &request) {
                               request.set(protocol::keys::albumUUID, String::of(album.uuid));
                           });
@@ -163,8 +179,9 @@ Result<ExitCode> deleteEmpty(const Options &options) {
     const ManagedAlbum &album = **named;
     const AlbumRecord &record = album.record();
     if (record.assetCount != 0)
-        return fail(ProblemKind::failed, fmt::format("the album {} is not empty: it holds {}", record.name,
-                                                     countText(record.assetCount, "asset", "assets")));
+        return fail(ProblemKind::failed,
+                    localizedCount(record.assetCount, "the album {1} is not empty: it holds {0} asset",
+                                   "the album {1} is not empty: it holds {0} assets", record.name));
     JXGatekeeperClient::sharedInstance()->automaticallyDeleteEmptyAlbum(named->get());
     return waitUntilReceived().map([] { return ExitCode::success; });
 }

@@ -1,6 +1,4 @@
 // wickerlane backup
-#include <fmt/format.h>
-
 #include <nlohmann/json.hpp>
 
 #include "cli/Formatting.h"
@@ -8,6 +6,7 @@
 #include "cli/LibraryState.h"
 #include "cli/Output.h"
 #include "cli/Subcommands.h"
+#include "cli/Texts.h"
 #include "cli/backup/LibraryBackup.h"
 #include "cli/backup/LibraryRestore.h"
 
@@ -39,7 +38,7 @@ JSON describe(const std::vector<Problem> &problems) {
 
 Result<ExitCode> runBackup(const Options &options) {
     if (options.backup.folder.empty())
-        return fail(ProblemKind::invalid, "FOLDER is required");
+        return fail(ProblemKind::invalid, localized("FOLDER is required"));
     if (const auto readable = requireReadableStore(); !readable)
         return passOn(readable);
     const InterruptScope interrupts;
@@ -56,14 +55,15 @@ Result<ExitCode> runBackup(const Options &options) {
                    {"problems", describe(done->problems)}});
         return code;
     }
-    std::string summary =
-        fmt::format("{} backed up, {} copied ({})", countText(done->originals, "original", "originals"),
-                    countText(done->copied, "file", "files"), sizeText(done->copiedBytes));
+    std::vector summary{localizedCount(done->originals, "{} original backed up", "{} originals backed up"),
+                        localizedCount(done->copied, "{} file copied ({})", "{} files copied ({})",
+                                       sizeText(done->copiedBytes))};
     if (done->replaced > 0)
-        summary += fmt::format(", {} of them because the copy was damaged", done->replaced);
+        summary.push_back(localizedCount(done->replaced, "{} of them because the copy was damaged",
+                                         "{} of them because the copy was damaged"));
     if (done->pruned > 0)
-        summary += fmt::format(", {} removed", countText(done->pruned, "old file", "old files"));
-    print(summary);
+        summary.push_back(localizedCount(done->pruned, "{} old file removed", "{} old files removed"));
+    print(joined(summary));
     return code;
 }
 
@@ -80,17 +80,16 @@ Result<ExitCode> runRestore(const RestoreOptions &options) {
                    {"replaced", done->replaced},
                    {"problems", describe(done->problems)}});
     else if (done->isSameLibrary) {
-        std::string summary =
-            fmt::format("the library is the one of the backup: {} that it missed {} filled in",
-                        countText(done->restored, "file", "files"), done->restored == 1 ? "was" : "were");
+        std::vector summary{localizedCount(
+            done->restored, "the library is the one of the backup: {} file that it missed was filled in",
+            "the library is the one of the backup: {} files that it missed were filled in")};
         if (done->replaced > 0)
-            summary +=
-                fmt::format(", {} put back as {} saved", countText(done->replaced, "original", "originals"),
-                            done->replaced == 1 ? "it was" : "they were");
-        print(summary);
+            summary.push_back(localizedCount(done->replaced, "{} original put back as it was saved",
+                                             "{} originals put back as they were saved"));
+        print(joined(summary));
     } else
-        print(fmt::format("{} restored into an empty library",
-                          countText(done->restored + done->present, "file", "files")));
+        print(localizedCount(done->restored + done->present, "{} file restored into an empty library",
+                             "{} files restored into an empty library"));
     return code;
 }
 

@@ -1,5 +1,4 @@
 // wickerlane bulletins
-#include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
@@ -8,6 +7,7 @@
 #include "cli/Formatting.h"
 #include "cli/Subcommands.h"
 #include "cli/Table.h"
+#include "cli/Texts.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/protocol/BulletinKeys.h"
@@ -43,7 +43,7 @@ Result<ExitCode> bulletins(const Options &options) {
         return passOn(answers);
     const Array *all = client->getCurrentBulletins();
     if (all == nullptr)
-        return fail(ProblemKind::failed, "the daemon can't list the bulletins; see its log");
+        return fail(ProblemKind::failed, localized("the daemon can't list the bulletins; see its log"));
     JSON described = JSON::array();
     Table table({{"DATE"}, {"ABOUT"}, {"BULLETIN"}});
     std::uint64_t last = 0;
@@ -60,7 +60,7 @@ Result<ExitCode> bulletins(const Options &options) {
         table.add(
             {dateText(date->referenceSeconds()), std::string(title->utf8()), std::string(message->utf8())});
     }
-    printListing(described, table, "there are no bulletins", options.json);
+    printListing(described, table, localized("there are no bulletins"), options.json);
     if (options.clear && last != 0) {
         client->clearAllBulletinsWithLastClearedRecordID(last);
         if (const auto received = waitUntilReceived(); !received)

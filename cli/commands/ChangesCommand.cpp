@@ -8,6 +8,7 @@
 #include "cli/Queries.h"
 #include "cli/Subcommands.h"
 #include "cli/Table.h"
+#include "cli/Texts.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 
 namespace wickerlane::cli {
@@ -33,11 +34,14 @@ Result<ExitCode> changes(const Options &options) {
         if (!page)
             return passOn(page);
         if (page->isTooOld)
-            return fail(ProblemKind::notFound,
-                        "the library no longer knows all changes" +
-                            (options.since < 0 ? "" : " since number " + std::to_string(options.since)) +
-                            ". Begin with all assets: wickerlane list; the changes that it knows: "
-                            "wickerlane changes");
+            return fail(
+                ProblemKind::notFound,
+                options.since < 0
+                    ? localized("the library no longer knows all changes. Begin with all assets: "
+                                "wickerlane list; the changes that it knows: wickerlane changes")
+                    : localized("the library no longer knows all changes since number {}. Begin with all "
+                                "assets: wickerlane list; the changes that it knows: wickerlane changes",
+                                options.since));
         for (const AssetChange &each : page->changes) {
             described.push_back(describe(each));
             table.add({std::to_string(each.number), dateText(each.date), nameOf(each.what), each.uuid});
@@ -45,7 +49,7 @@ Result<ExitCode> changes(const Options &options) {
         token = page->token;
         isLast = page->isLast;
     }
-    printListing(described, table, "nothing has changed", options.json);
+    printListing(described, table, localized("nothing has changed"), options.json);
     if (options.clear) {
         JXGatekeeperClient::sharedInstance()->clearChangeStore();
         if (const auto received = waitUntilReceived(); !received)

@@ -11,12 +11,13 @@
 #include <optional>
 
 #include "cli/DaemonRequests.h"
-#include "cli/Formatting.h"
+#include "cli/FileFailures.h"
 #include "cli/Interrupt.h"
 #include "cli/LibraryState.h"
 #include "cli/Output.h"
 #include "cli/Progress.h"
 #include "cli/Subcommands.h"
+#include "cli/Texts.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/protocol/LibraryRows.h"
 #include "wickerlane/store/LibraryCheck.h"
@@ -34,7 +35,7 @@ struct Options {
 Result<Sha256> sumOfFile(const std::string &path) {
     const UniqueFd file = openFile(path, O_RDONLY);
     if (!file)
-        return failSystem("open", path);
+        return failToRead(path);
     return store::sha256OfFile(file.get(), path);
 }
 
@@ -49,13 +50,13 @@ Result<store::CheckReport> runCheck(const store::LibraryPaths &paths, const Opti
     wanted.isCancelled = [] { return isInterrupted(); };
     wanted.progress = [&](std::size_t done, std::size_t total) {
         if (!progress)
-            progress = std::make_unique<Progress>("checking", total);
+            progress = std::make_unique<Progress>(localized("checking"), total);
         progress->advance(done - shown);
         shown = done;
     };
     auto report = store::checkLibrary(paths, wanted);
     if (!report)
-        return fail(report.error().kind, fmt::format("the library can't be checked: {}", report.error().text),
+        return fail(report.error().kind, localized("the library can't be checked: {}", report.error().text),
                     report.error().file);
     return report;
 }
@@ -93,24 +94,26 @@ void printReport(const store::CheckReport &report, std::size_t repaired, const O
     for (const store::Finding &each : report.findings)
         print(fmt::format("{}: {}{}", nameOf(each.kind), each.path,
                           each.detail.empty() ? "" : " (" + each.detail + ")"));
-    std::string summary = countText(report.assets, "asset", "assets") + " checked";
-    if (options.withoutSums)
-        summary += " without checksums";
-    if (repaired > 0)
-        summary += fmt::format(", {} repaired", countText(repaired, "problem", "problems"));
-    if (report.findings.empty())
-        summary += repaired > 0 ? ", none left" : ", no problems found";
-    else
-        summary += ", " + countText(report.findings.size(), "problem", "problems") +
-                   (repaired > 0 ? " left" : " found");
-    if (isInterrupted())
-        summary += "; interrupted, the rest was not checked";
-    print(summary);
+    const std::size_t found = report.findings.size();
+    std::vector parts{options.withoutSums
+                          ? localizedCount(report.assets, "{} asset checked without checksums",
+                                           "{} assets checked without checksums")
+                          : localizedCount(report.assets, "{} asset checked", "{} assets checked")};
+    if (repaired > 0) {
+        parts.push_back(localizedCount(repaired, "{} problem repaired", "{} problems repaired"));
+        parts.push_back(found == 0 ? localized("none left")
+                                   : localizedCount(found, "{} problem left", "{} problems left"));
+    } else
+        parts.push_back(found == 0 ? localized("no problems found")
+                                   : localizedCount(found, "{} problem found", "{} problems found"));
+    const std::string summary = joined(parts);
+    print(isInterrupted() ? localized("{}; interrupted, the rest was not checked", summary) : summary);
     if (!report.findings.empty() && !options.repair)
-        advise("to repair what can be repaired: wickerlane check --repair");
+        advise(localized("to repair what can be repaired: wickerlane check --repair"));
     if (std::ranges::any_of(report.findings, isAboutKeptFile))
-        advise("if a backup has good copies of these files, which is not known here, this puts them back: "
-               "wickerlane backup restore FOLDER");
+        advise(localized(
+            "if a backup has good copies of these files, which is not known here, this puts them back: "
+            "wickerlane backup restore FOLDER"));
 }
 
 /// What repairs have written beside the store about what they did to it.
@@ -131,7 +134,7 @@ std::vector<std::string> repairReports(const store::LibraryPaths &paths) {
 /// Has the daemon repair the library, and says what became of a store that was damaged.
 Result<> repair(const store::LibraryPaths &paths) {
     const auto before = repairReports(paths);
-    Progress progress("repairing");
+    Progress progress(localized("repairing"));
     const auto done = waitForEndOfWork(client::Request(protocol::repairPotentialModelCorruption), &progress);
     for (const std::string &path : repairReports(paths)) {
         constexpr std::size_t maxBytes = 64 << 10;

@@ -6,6 +6,7 @@
 #include "cli/ProgramDecision.h"
 #include "cli/Subcommands.h"
 #include "cli/Table.h"
+#include "cli/Texts.h"
 #include "wickerlane/platform/consent/Consent.h"
 #include "wickerlane/protocol/Entitlements.h"
 
@@ -32,7 +33,8 @@ Result<ExitCode> list(const Options &options) {
         all.push_back({{"program", each.executable}, {"user", each.user}, {"granted", each.isGranted}});
         table.add({each.isGranted ? "granted" : "denied", std::to_string(each.user), each.executable});
     }
-    printListing(all, table, "there are no decisions; all programs of the library's owner have access",
+    printListing(all, table,
+                 localized("there are no decisions; all programs of the library's owner have access"),
                  options.json);
     return ExitCode::success;
 }

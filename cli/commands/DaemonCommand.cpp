@@ -14,10 +14,12 @@
 #include <cstring>
 
 #include "cli/DaemonRequests.h"
+#include "cli/FileFailures.h"
 #include "cli/Interrupt.h"
 #include "cli/Output.h"
 #include "cli/Progress.h"
 #include "cli/Subcommands.h"
+#include "cli/Texts.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/platform/file/FileLock.h"
 #include "wickerlane/platform/file/Files.h"
@@ -126,7 +128,7 @@ Result<bool> stopDaemon() {
     if (process == 0) {
         if (listens())
             return fail(ProblemKind::refused,
-                        "the daemon serves another user or no library, and is left alone");
+                        localized("the daemon serves another user or no library, and is left alone"));
         return false;
     }
     const UniqueFd handle(static_cast<int>(syscall(SYS_pidfd_open, process, 0)));
@@ -134,13 +136,14 @@ Result<bool> stopDaemon() {
     if (!handle || daemonProcess(paths.lock()) != process)
         return false;
     if (syscall(SYS_pidfd_send_signal, handle.get(), SIGTERM, nullptr, 0) != 0)
-        return failSystem("end the daemon", fmt::format("process {}", process));
+        return fail(ProblemKind::failed,
+                    localized("can't end the daemon process {}: {}", process, std::strerror(errno)));
     const InterruptScope interrupts;
-    Progress progress("waiting for the daemon to end");
+    Progress progress(localized("waiting for the daemon to end"));
     // A signal may end the waiting early.
     for (pollfd ended{handle.get(), POLLIN, 0}; poll(&ended, 1, 100) != 1;) {
         if (isInterrupted())
-            return failInterrupted("the daemon may still be ending");
+            return failInterrupted(localized("interrupted: the daemon may still be ending"));
         progress.tick();
     }
     return true;
@@ -150,7 +153,8 @@ Result<ExitCode> stop() {
     const auto stopped = stopDaemon();
     if (!stopped)
         return passOn(stopped);
-    summarize(*stopped ? "the daemon has ended; it starts when it is needed" : "the daemon is not running");
+    summarize(*stopped ? localized("the daemon has ended; it starts when it is needed")
+                       : localized("the daemon is not running"));
     return ExitCode::success;
 }
 
@@ -159,7 +163,7 @@ Result<ExitCode> restart() {
         return passOn(stopped);
     if (const auto answers = requireDaemon(); !answers)
         return passOn(answers);
-    summarize(fmt::format("the daemon runs, process {}", daemonProcess(store::LibraryPaths().lock())));
+    summarize(localized("the daemon runs, process {}", daemonProcess(store::LibraryPaths().lock())));
     return ExitCode::success;
 }
 
@@ -175,7 +179,7 @@ Result<off_t> printLines(int file, off_t from) {
     for (;;) {
         const ssize_t count = pread(file, buffer, sizeof buffer, from + static_cast<off_t>(text.size()));
         if (count < 0)
-            return failSystem("read", daemonLogPath());
+            return failToRead(daemonLogPath());
         if (count == 0)
             break;
         text.append(buffer, static_cast<std::size_t>(count));
@@ -211,7 +215,7 @@ Result<ExitCode> showLog(const LogOptions &options) {
     const std::string path = daemonLogPath();
     UniqueFd file = openFile(path, O_RDONLY);
     if (!file)
-        return fail(ProblemKind::notFound, fmt::format("there is no log {}: {}", path, std::strerror(errno)));
+        return fail(ProblemKind::notFound, localized("there is no log {}: {}", path, std::strerror(errno)));
     auto place = printLines(file.get(), beginOfLast(file.get(), options.lines));
     if (!options.follow || !place)
         return place.map([](off_t) { return ExitCode::success; });

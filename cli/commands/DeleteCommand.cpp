@@ -1,14 +1,12 @@
 // wickerlane delete
-#include <fmt/format.h>
-
 #include <set>
 
 #include "cli/Confirmation.h"
 #include "cli/DaemonRequests.h"
-#include "cli/Formatting.h"
 #include "cli/Output.h"
 #include "cli/Selection.h"
 #include "cli/Subcommands.h"
+#include "cli/Texts.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 
 namespace wickerlane::cli {
@@ -21,9 +19,10 @@ struct Options {
 
 /// Asks the person at the terminal. False when there is none.
 bool isWanted(std::size_t count, bool now) {
-    const std::string assets = countText(count, "asset", "assets");
-    return isConfirmed(now ? fmt::format("This deletes {} permanently.", assets)
-                           : fmt::format("This moves {} to the trash.", assets));
+    return isConfirmed(now ? localizedCount(count, "This deletes {} asset permanently.",
+                                            "This deletes {} assets permanently.")
+                           : localizedCount(count, "This moves {} asset to the trash.",
+                                            "This moves {} assets to the trash."));
 }
 
 /// What is to be deleted, in the library or its trash. `code` is that of the last name that no asset has.
@@ -54,13 +53,14 @@ Result<Found> findWhatToDelete(const Options &options) {
 }
 
 Result<> deleteAsset(const ManagedAsset &asset, bool now) {
-    return waitForSuccess(asset.record().uuid + " was not deleted", [&](const SuccessHandler &handler) {
-        auto *client = JXGatekeeperClient::sharedInstance();
-        if (now)
-            client->removeAssetWithURL(asset.assetURL(), handler);
-        else
-            client->deleteAssetWithURL(asset.assetURL(), handler);
-    });
+    return waitForSuccess(localized("{} was not deleted", asset.record().uuid),
+                          [&](const SuccessHandler &handler) {
+                              auto *client = JXGatekeeperClient::sharedInstance();
+                              if (now)
+                                  client->removeAssetWithURL(asset.assetURL(), handler);
+                              else
+                                  client->deleteAssetWithURL(asset.assetURL(), handler);
+                          });
 }
 
 Result<ExitCode> deleteAssets(const Options &options) {
@@ -71,11 +71,17 @@ Result<ExitCode> deleteAssets(const Options &options) {
         return found->code; // before anything is deleted
     const std::size_t count = found->uuids.size() + found->trashed.size();
     if (options.selection.isDryRun)
-        return printDryRun(found->uuids, options.now ? "deleted" : "moved to the trash", found->trashed);
+        return printDryRun(
+            found->uuids,
+            options.now ? localizedCount(count, "{} asset would be deleted", "{} assets would be deleted")
+                        : localizedCount(count, "{} asset would be moved to the trash",
+                                         "{} assets would be moved to the trash"),
+            found->trashed);
     if (count > 0 && !options.selection.yes && !isWanted(count, options.now))
-        return fail(ProblemKind::failed, "nothing was deleted; --yes deletes without asking");
-    auto outcome = forEachSelected(
-        found->uuids, "deleting", [&](const ManagedAsset &asset) { return deleteAsset(asset, options.now); });
+        return fail(ProblemKind::failed, localized("nothing was deleted; --yes deletes without asking"));
+    auto outcome = forEachSelected(found->uuids, localized("deleting"), [&](const ManagedAsset &asset) {
+        return deleteAsset(asset, options.now);
+    });
     if (!outcome)
         return passOn(outcome);
     for (const auto &asset : found->trashed)
@@ -83,10 +89,13 @@ Result<ExitCode> deleteAssets(const Options &options) {
             ++outcome->done;
         else
             outcome->code = report(deleted.error());
-    summarize(countText(outcome->done, "asset", "assets") +
-              (options.now
-                   ? " deleted"
-                   : " moved to the trash; to have it back within 30 days: wickerlane trash restore"));
+    summarize(
+        options.now
+            ? localizedCount(outcome->done, "{} asset deleted", "{} assets deleted")
+            : localizedCount(
+                  outcome->done,
+                  "{} asset moved to the trash; to have it back within 30 days: wickerlane trash restore",
+                  "{} assets moved to the trash; to have it back within 30 days: wickerlane trash restore"));
     return outcome->code;
 }
 

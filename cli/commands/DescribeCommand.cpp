@@ -7,6 +7,7 @@
 
 #include "cli/Output.h"
 #include "cli/Subcommands.h"
+#include "cli/Texts.h"
 #include "wickerlane/platform/bundle/LocalizationMatcher.h"
 #include "wickerlane/platform/locale/Locale.h"
 #include "wickerlane/util/texts/JXCountDescription.h"
@@ -30,18 +31,21 @@ std::string problemOfCount(const std::string &text) {
     std::uint64_t value = 0;
     const char *end = text.data() + text.size();
     const auto [stopped, problem] = std::from_chars(text.data(), end, value);
-    return problem == std::errc() && stopped == end ? "" : text + " is not a count";
+    return problem == std::errc() && stopped == end ? std::string() : localized("{} is not a count", text);
 }
 
 Result<ExitCode> describeCounts(const Options &options) {
     const std::vector<std::string> languages = JXPixholdFrameworkBundle()->localizations();
     if (languages.empty())
-        return fail(ProblemKind::failed, "the texts of the library (Pixhold.bundle) are not installed; "
-                                         "WICKERLANE_BUNDLES can say where they are");
+        return fail(ProblemKind::failed,
+                    localized("the texts of the library (Pixhold.bundle) are not installed; "
+                              "WICKERLANE_BUNDLES can say where they are"));
     if (!options.language.empty()) {
         if (matchingLocalizations(languages, std::vector{options.language}).empty())
-            return fail(ProblemKind::invalid, fmt::format("there are no texts in \"{}\"; choose one of {}",
-                                                          options.language, fmt::join(languages, ", ")));
+            return fail(ProblemKind::invalid,
+                        localized("there are no texts in \"{}\"; choose one of {}", options.language,
+                                  fmt::format("{}", fmt::join(languages, ", "))));
+        chooseLanguage();
         setProcessLanguages({options.language});
     }
     const String *text = JXLocalizedCountDescription(options.photos, options.videos, options.others,

@@ -1,5 +1,4 @@
 // wickerlane duplicates
-#include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include <tuple>
@@ -13,6 +12,7 @@
 #include "cli/Selection.h"
 #include "cli/Subcommands.h"
 #include "cli/Table.h"
+#include "cli/Texts.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/protocol/AnalysisRows.h"
 
@@ -53,7 +53,7 @@ Result<> decide(const std::vector<std::string> &names, bool areDuplicates) {
 Result<> askDaemon(const Options &options) {
     if (const auto answers = requireDaemon(); !answers)
         return answers;
-    Progress progress("analyzing");
+    Progress progress(localized("analyzing"));
     if (options.reset)
         if (const auto done = waitForEndOfWork(client::Request(protocol::resetDupesAnalysis), &progress);
             !done)
@@ -121,7 +121,7 @@ Result<bool> printGroups(const Options &options) {
         });
     if (!listed)
         return passOn(listed);
-    listing.end("no duplicates");
+    listing.end(localized("no duplicates"));
     return isComplete;
 }
 
@@ -173,20 +173,26 @@ Result<ExitCode> keepBest(const Options &options) {
     if (!others)
         return passOn(others);
     if (options.isDryRun)
-        return printDryRun(*others, "moved to the trash");
-    const std::string assets = countText(others->size(), "asset", "assets");
+        return printDryRun(*others, localizedCount(others->size(), "{} asset would be moved to the trash",
+                                                   "{} assets would be moved to the trash"));
+
     if (!others->empty() && !options.yes &&
-        !isConfirmed(fmt::format("This moves {} to the trash, and keeps the best of each group.", assets)))
-        return fail(ProblemKind::failed, "nothing was deleted; --yes deletes without asking");
-    const auto outcome = forEachSelected(*others, "deleting", [](const ManagedAsset &asset) {
-        return waitForSuccess(asset.record().uuid + " was not deleted", [&](const SuccessHandler &handler) {
-            JXGatekeeperClient::sharedInstance()->deleteAssetWithURL(asset.assetURL(), handler);
-        });
+        !isConfirmed(localizedCount(others->size(),
+                                    "This moves {} asset to the trash, and keeps the best of each group.",
+                                    "This moves {} assets to the trash, and keeps the best of each group.")))
+        return fail(ProblemKind::failed, localized("nothing was deleted; --yes deletes without asking"));
+    const auto outcome = forEachSelected(*others, localized("deleting"), [](const ManagedAsset &asset) {
+        return waitForSuccess(
+            localized("{} was not deleted", asset.record().uuid), [&](const SuccessHandler &handler) {
+                JXGatekeeperClient::sharedInstance()->deleteAssetWithURL(asset.assetURL(), handler);
+            });
     });
     if (!outcome)
         return passOn(outcome);
-    summarize(countText(outcome->done, "asset", "assets") +
-              " moved to the trash; to have it back within 30 days: wickerlane trash restore");
+    summarize(localizedCount(
+        outcome->done,
+        "{} asset moved to the trash; to have it back within 30 days: wickerlane trash restore",
+        "{} assets moved to the trash; to have it back within 30 days: wickerlane trash restore"));
     return outcome->code;
 }
 
@@ -205,10 +211,12 @@ Result<ExitCode> duplicates(const Options &options) {
     if (*isComplete)
         return ExitCode::success;
     if (analyzes)
-        return fail(ProblemKind::failed,
-                    "some photos are not analyzed: the analysis failed, or photos were added meanwhile; see "
-                    "the daemon's log");
-    advise("some photos are not analyzed yet; to analyze them: wickerlane duplicates --update");
+        return fail(
+            ProblemKind::failed,
+            localized(
+                "some photos are not analyzed: the analysis failed, or photos were added meanwhile; see "
+                "the daemon's log"));
+    advise(localized("some photos are not analyzed yet; to analyze them: wickerlane duplicates --update"));
     return ExitCode::success;
 }
 

@@ -6,6 +6,7 @@
 #include "cli/ProgramDecision.h"
 #include "cli/Subcommands.h"
 #include "cli/Table.h"
+#include "cli/Texts.h"
 #include "wickerlane/platform/consent/Consent.h"
 #include "wickerlane/protocol/Entitlements.h"
 
@@ -29,7 +30,7 @@ Result<ExitCode> list(const Options &options) {
         table.add(
             {each.executable, each.names.empty() ? "none" : fmt::format("{}", fmt::join(each.names, ", "))});
     }
-    printListing(all, table, "no program is listed", options.json);
+    printListing(all, table, localized("no program is listed"), options.json);
     return ExitCode::success;
 }
 

@@ -9,6 +9,7 @@
 #include "cli/Output.h"
 #include "cli/Queries.h"
 #include "cli/Subcommands.h"
+#include "cli/Texts.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/protocol/AssetRows.h"
 #include "wickerlane/protocol/VideoKeys.h"
@@ -54,7 +55,7 @@ Result<ExitCode> estimate(const Options &options) {
         return passOn(answer);
     if (!answer->isDictionary())
         return failRequest(
-            {ProblemKind::failed, fmt::format("{} can't be read as a video", options.video), {}});
+            {ProblemKind::failed, localized("{} can't be read as a video", options.video), {}});
     const std::int64_t bytes = answer->get(keys::fileLength);
     if (options.json)
         printJSON({{"preset", options.preset}, {"bytes", bytes}});

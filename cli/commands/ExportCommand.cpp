@@ -17,8 +17,8 @@
 
 #include "cli/AssetDescription.h"
 #include "cli/DaemonRequests.h"
+#include "cli/FileFailures.h"
 #include "cli/FilterOptions.h"
-#include "cli/Formatting.h"
 #include "cli/Interrupt.h"
 #include "cli/LibraryState.h"
 #include "cli/NewFile.h"
@@ -27,6 +27,7 @@
 #include "cli/Queries.h"
 #include "cli/Selection.h"
 #include "cli/Subcommands.h"
+#include "cli/Texts.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/platform/file/Retry.h"
 #include "wickerlane/store/LibraryPaths.h"
@@ -74,7 +75,7 @@ Result<std::optional<Source>> openEdited(const ManagedAsset &asset) {
     const std::string path = rendition->file->fileSystemPath();
     UniqueFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
     if (!file)
-        return failSystem("read", path);
+        return failToRead(path);
     const fs::path name = fs::path(outsideName(asset.record())).replace_extension(fs::path(path).extension());
     return Source{std::move(file), name.string(), true};
 }
@@ -90,7 +91,7 @@ Result<Source> openSource(const ManagedAsset &asset, const Options &options) {
     UniqueFd original(JXGatekeeperClient::sharedInstance()->fileDescriptorForAssetURL(asset.assetURL()));
     if (!original)
         return failRequest({ProblemKind::failed,
-                            fmt::format("the original of {} could not be opened", asset.record().uuid),
+                            localized("the original of {} could not be opened", asset.record().uuid),
                             {}});
     return Source{std::move(original), outsideName(asset.record())};
 }
@@ -111,7 +112,7 @@ Result<> writeSidecar(const ManagedAsset &asset, const std::string &copy) {
         return {};
     const UniqueFd source(::open(sidecar.c_str(), O_RDONLY | O_CLOEXEC));
     if (!source)
-        return failSystem("read", sidecar);
+        return failToRead(sidecar);
     auto file = NewFile::create(path);
     if (!file)
         return passOn(file);
@@ -129,7 +130,7 @@ Result<UniqueFd> openCompanion(const Shot &shot) {
     const std::string &path = shot.companion->path;
     UniqueFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
     if (!file)
-        return failSystem("read", path);
+        return failToRead(path);
     return file;
 }
 
@@ -258,7 +259,7 @@ Result<> exportInto(Names &names, const Shot &shot, const Options &options, Expo
 class Exporter {
 public:
     Exporter(const Options &chosen, std::size_t total)
-        : options(chosen), names(options.to), progress("exporting", total) {}
+        : options(chosen), names(options.to), progress(localized("exporting"), total) {}
 
     /// Exports all that it can; the rest is reported.
     Result<> add(std::span<const Ref<ManagedAsset>> assets) {
@@ -267,7 +268,8 @@ public:
             return passOn(companions);
         for (const auto &asset : assets) {
             if (isInterrupted())
-                return failInterrupted("the rest was not exported. The same command goes on");
+                return failInterrupted(
+                    localized("interrupted: the rest was not exported. The same command goes on"));
             const auto done = exportInto(names, shotOf(*asset, *companions), options, exported);
             if (!done && done.error().kind == ProblemKind::unreachable)
                 return done;
@@ -280,9 +282,10 @@ public:
 
     /// Says what was done. The code of the last problem, if there was one.
     [[nodiscard]] std::optional<ExitCode> end() const {
-        const std::string written = countText(exported.written, "file", "files") + " written";
-        summarize(exported.wasThere == 0 ? written
-                                         : fmt::format("{}, {} already there", written, exported.wasThere));
+        std::vector summary{localizedCount(exported.written, "{} file written", "{} files written")};
+        if (exported.wasThere > 0)
+            summary.push_back(localizedCount(exported.wasThere, "{} already there", "{} already there"));
+        summarize(joined(summary));
         return code;
     }
 
@@ -299,8 +302,8 @@ Result<> requireFolder(const std::string &path) {
     fs::create_directories(path, error);
     if (!fs::is_directory(path))
         return fail(ProblemKind::invalid,
-                    error ? fmt::format("{} can't be made: {}", path, error.message())
-                          : fmt::format("{} is not a folder; several assets need one", path));
+                    error ? localized("{} can't be made: {}", path, error.message())
+                          : localized("{} is not a folder; several assets need one", path));
     return {};
 }
 
@@ -353,6 +356,10 @@ Result<ExitCode> exportFound(const Options &options, const AssetFilter &filter) 
     return exporter.end().value_or(ExitCode::success);
 }
 
+std::string wouldBeExported(std::size_t count) {
+    return localizedCount(count, "{} asset would be exported", "{} assets would be exported");
+}
+
 Result<ExitCode> exportNamed(const Options &options) {
     const auto selected = select(options.selection);
     if (!selected)
@@ -361,7 +368,7 @@ Result<ExitCode> exportNamed(const Options &options) {
     if (uuids.empty())
         return code;
     if (options.selection.isDryRun)
-        return printDryRun(uuids, "exported");
+        return printDryRun(uuids, wouldBeExported(uuids.size()));
     if (uuids.size() == 1 && !options.selection.isOpen()) {
         const auto asset = askForAsset(uuids.front());
         if (!asset)
@@ -390,25 +397,27 @@ Result<ExitCode> exportNamed(const Options &options) {
 void noteWhatIsClosed() {
     const store::LibraryPaths paths;
     if (::access(paths.folder().c_str(), X_OK) != 0 && errno == EACCES)
-        advise("only originals are exported: companions and sidecars can be read by the library's "
-               "owner alone");
+        advise(localized("only originals are exported: companions and sidecars can be read by the library's "
+                         "owner alone"));
 }
 
 Result<ExitCode> exportAssets(const Options &options) {
     Selection selection = options.selection;
     if (options.all && !selection.isEmpty())
-        return fail(ProblemKind::invalid, "--all stands for all assets: leave out ASSET and --where");
+        return fail(ProblemKind::invalid,
+                    localized("--all stands for all assets: leave out ASSET and --where"));
     if (options.all)
         selection.query = allAssets;
     if (selection.isEmpty())
-        return fail(ProblemKind::invalid, "ASSET, --where or --all is required");
+        return fail(ProblemKind::invalid, localized("ASSET, --where or --all is required"));
     noteWhatIsClosed();
     const InterruptScope interrupts;
     if (selection.query.empty())
         return exportNamed(options);
     if (selection.isDryRun)
-        return select(selection).and_then(
-            [](const SelectedAssets &selected) { return printDryRun(selected.uuids, "exported"); });
+        return select(selection).and_then([](const SelectedAssets &selected) {
+            return printDryRun(selected.uuids, wouldBeExported(selected.uuids.size()));
+        });
     const auto filter = filterOfQuery(selection.query);
     if (!filter)
         return passOn(filter);

@@ -9,6 +9,7 @@
 #include "cli/Queries.h"
 #include "cli/Subcommands.h"
 #include "cli/Table.h"
+#include "cli/Texts.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 
 namespace wickerlane::cli {
@@ -48,7 +49,8 @@ Result<ExitCode> feed(const Options &options) {
                        {"end", isoDateText(entry.endDate)},
                        {"uuids", entry.uuids}});
     }
-    printListing(all, table, "the feed is empty: nothing was added to shared albums", options.json);
+    printListing(all, table, localized("the feed is empty: nothing was added to shared albums"),
+                 options.json);
     return ExitCode::success;
 }
 

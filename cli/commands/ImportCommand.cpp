@@ -22,14 +22,15 @@
 #include "cli/Albums.h"
 #include "cli/Awaited.h"
 #include "cli/DaemonRequests.h"
+#include "cli/FileFailures.h"
 #include "cli/FilePairs.h"
-#include "cli/Formatting.h"
 #include "cli/Interrupt.h"
 #include "cli/Output.h"
 #include "cli/Progress.h"
 #include "cli/Queries.h"
 #include "cli/Selection.h"
 #include "cli/Subcommands.h"
+#include "cli/Texts.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/model/MediaType.h"
 #include "wickerlane/platform/consent/Consent.h"
@@ -191,12 +192,12 @@ void gatherFolder(const fs::path &folder, std::vector<std::string> &files, Repor
 /// caller.
 Result<> checkReadable(const std::string &path) {
     if (!String::create(path))
-        return fail(ProblemKind::invalid, "its name is not UTF-8; rename it first", path);
+        return fail(ProblemKind::invalid, localized("its name is not UTF-8; rename it first"), path);
     struct stat status = {};
     if (stat(path.c_str(), &status) != 0 || access(path.c_str(), R_OK) != 0)
         return fail(ProblemKind::failed, std::strerror(errno), path);
     if (!S_ISREG(status.st_mode))
-        return fail(ProblemKind::invalid, "not a file", path);
+        return fail(ProblemKind::invalid, localized("not a file"), path);
     return {};
 }
 
@@ -246,14 +247,14 @@ Result<> putSource(MutableDictionary *job, const Source &source) {
     std::error_code unknown;
     if (!readFile(fs::canonical(source.path, unknown), bytes, maxSentBytes))
         return fail(ProblemKind::failed,
-                    errno == EFBIG
-                        ? "of this file system, files above 255 MiB are saved for the library's owner only"
-                        : std::strerror(errno),
+                    errno == EFBIG ? localized("of this file system, files above 255 MiB are saved for the "
+                                               "library's owner only")
+                                   : std::strerror(errno),
                     source.path);
     job->set(protocol::job::imageData, Data::createAdopting(std::move(bytes)).get());
     if (!source.sidecar.empty())
-        note(source.sidecar +
-             ": not kept, since of this file system that is done for the library's owner only");
+        note(localized("{}: not kept, since of this file system that is done for the library's owner only",
+                       source.sidecar));
     return {};
 }
 
@@ -290,7 +291,8 @@ bool receive(const Source &source, const Dictionary *result, Report &report) {
                     .problem = textOf(result, protocol::jobResult::problem)};
     if (saved.uuid.empty()) {
         std::string reason = textOf(result, protocol::jobResult::error);
-        report.refused.push_back({source.path, reason.empty() ? "the daemon gave no reason" : reason});
+        report.refused.push_back(
+            {source.path, reason.empty() ? localized("the daemon gave no reason") : reason});
         return false;
     }
     const auto says = [&](std::string_view key) { return result->get(key) != nullptr; };
@@ -333,8 +335,9 @@ std::vector<Source> receiveBatch(const Batch &batch, const Array *results, Repor
         if (result == nullptr) {
             for (const std::string &path : {source.path, source.second})
                 if (!path.empty())
-                    report.refused.push_back({path, "the daemon did not answer; `wickerlane list` shows "
-                                                    "whether the file was saved"});
+                    report.refused.push_back(
+                        {path, localized("the daemon did not answer; `wickerlane list` shows "
+                                         "whether the file was saved")});
             continue;
         }
         if (receive(source, result, report) || source.second.empty())
@@ -362,7 +365,7 @@ std::span<const Source> nextBatch(std::span<const Source> files) {
 
 void saveFiles(std::vector<Source> files, const Options &options, Report &report) {
     const auto pairs = std::ranges::count_if(files, [](const Source &each) { return !each.second.empty(); });
-    Progress progress("saving", files.size() + static_cast<std::size_t>(pairs));
+    Progress progress(localized("saving"), files.size() + static_cast<std::size_t>(pairs));
     std::deque<Batch> pending;
     std::size_t sent = 0;
     while (sent < files.size() || !pending.empty()) {
@@ -407,7 +410,7 @@ void addToAlbum(const std::string &name, Report &report) {
         return;
     }
     const std::string uuid = (*album)->record().uuid;
-    Progress progress("adding to the album", report.saved.size());
+    Progress progress(localized("adding to the album"), report.saved.size());
     for (const SavedFile &each : report.saved) {
         if (isInterrupted())
             break;
@@ -445,37 +448,45 @@ JSON describe(const Report &report) {
             {"interrupted", report.interrupted}};
 }
 
+std::string refusedText(const Report &report) {
+    return localizedCount(report.refused.size(), "{} refused", "{} refused");
+}
+
 void printSummary(const Report &report) {
     for (const SavedFile &each : report.saved)
         if (!each.problem.empty())
-            note(fmt::format("{}: saved, but {} can be shown: {}", each.path,
-                             each.isShown ? "not all of the picture" : "nothing of it", each.problem));
+            note(each.isShown
+                     ? localized("{}: saved, but not all of the picture can be shown: {}", each.path,
+                                 each.problem)
+                     : localized("{}: saved, but nothing of it can be shown: {}", each.path, each.problem));
     for (const RefusedFile &each : report.refused)
         note(fmt::format("{}: {}", each.path, each.reason));
 
     constexpr std::size_t maxNamed = 20;
     for (const std::string &path :
          std::span(report.passedOver).first(std::min(report.passedOver.size(), maxNamed)))
-        note(fmt::format("{}: skipped, since it is neither a picture nor a video", path));
+        note(localized("{}: skipped, since it is neither a picture nor a video", path));
     if (report.passedOver.size() > maxNamed)
-        note(fmt::format("and {} more were skipped; --json lists all",
-                         countText(report.passedOver.size() - maxNamed, "file", "files")));
+        note(localizedCount(report.passedOver.size() - maxNamed,
+                            "and {} file more was skipped; --json lists all",
+                            "and {} files more were skipped; --json lists all"));
 
     const std::size_t present = report.saved.size() - newlySaved(report);
-    std::string summary = countText(newlySaved(report), "file", "files") + " saved";
+    std::vector summary{localizedCount(newlySaved(report), "{} file saved", "{} files saved")};
     const auto pairs = static_cast<std::size_t>(std::ranges::count_if(
         report.saved, [](const SavedFile &each) { return !each.first.empty() && !each.wasPresent; }));
     if (pairs > 0)
-        summary += fmt::format(" ({} of one shot)", countText(pairs, "pair", "pairs"));
+        summary.back() +=
+            fmt::format(" ({})", localizedCount(pairs, "{} pair of one shot", "{} pairs of one shot"));
     if (present > 0)
-        summary += fmt::format(", {} already in the library", present);
+        summary.push_back(localizedCount(present, "{} already in the library", "{} already in the library"));
     if (!report.refused.empty())
-        summary += fmt::format(", {} refused", report.refused.size());
+        summary.push_back(refusedText(report));
     if (!report.passedOver.empty())
-        summary += fmt::format(", {} skipped (not pictures or videos)", report.passedOver.size());
-    if (report.interrupted)
-        summary += "; interrupted, the rest was not saved";
-    summarize(summary);
+        summary.push_back(localizedCount(report.passedOver.size(), "{} skipped (not pictures or videos)",
+                                         "{} skipped (not pictures or videos)"));
+    const std::string text = joined(summary);
+    summarize(report.interrupted ? localized("{}; interrupted, the rest was not saved", text) : text);
 }
 
 /// What would be saved, if the library does not have it yet.
@@ -491,14 +502,15 @@ ExitCode printDryRun(const std::vector<Source> &files, const Report &report, con
     } else {
         std::size_t count = 0;
         for (const Source &each : files) {
-            print(each.second.empty() ? each.path : fmt::format("{} with {}", each.path, each.second));
+            print(each.second.empty() ? each.path : localized("{} with {}", each.path, each.second));
             count += each.second.empty() ? 1 : 2;
         }
         for (const RefusedFile &each : report.refused)
             note(fmt::format("{}: {}", each.path, each.reason));
-        summarize(fmt::format("{} would be saved unless the library has them, {} refused, {} skipped",
-                              countText(count, "file", "files"), report.refused.size(),
-                              report.passedOver.size()));
+        summarize(joined({localizedCount(count, "{} file would be saved unless the library has it",
+                                         "{} files would be saved unless the library has them"),
+                          refusedText(report),
+                          localizedCount(report.passedOver.size(), "{} skipped", "{} skipped")}));
     }
     return report.refused.empty() ? ExitCode::success : ExitCode::failure;
 }
@@ -514,7 +526,7 @@ Result<std::vector<std::string>> pathsOf(const Options &options) {
     } else {
         std::ifstream file(options.filesFrom, std::ios::binary);
         if (!file)
-            return failSystem("read", options.filesFrom);
+            return failToRead(options.filesFrom);
         text.assign(std::istreambuf_iterator<char>(file), {});
     }
     const auto lines = linesOf(text);
@@ -524,7 +536,7 @@ Result<std::vector<std::string>> pathsOf(const Options &options) {
 
 Result<ExitCode> importFiles(const Options &options) {
     if (options.paths.empty() && options.filesFrom.empty())
-        return fail(ProblemKind::invalid, "PATH or --files-from is required");
+        return fail(ProblemKind::invalid, localized("PATH or --files-from is required"));
     const auto paths = pathsOf(options);
     if (!paths)
         return passOn(paths);
@@ -548,8 +560,8 @@ Result<ExitCode> importFiles(const Options &options) {
     } else {
         printSummary(report);
         if (!options.album.empty())
-            summarize(fmt::format("{} added to {}", countText(report.addedToAlbum, "asset", "assets"),
-                                  options.album));
+            summarize(localizedCount(report.addedToAlbum, "{} asset added to {}", "{} assets added to {}",
+                                     options.album));
     }
     if (!report.daemon)
         return passOn(report.daemon);

@@ -8,6 +8,7 @@
 #include "cli/FilterOptions.h"
 #include "cli/Queries.h"
 #include "cli/Subcommands.h"
+#include "cli/Texts.h"
 
 namespace wickerlane::cli {
 namespace {
@@ -47,7 +48,7 @@ Result<ExitCode> list(const Options &options) {
                                      [&](const ManagedAsset &asset) { listing->add(asset); });
     if (!listed)
         return passOn(listed);
-    listing->end("no assets");
+    listing->end(localized("no assets"));
     return ExitCode::success;
 }
 

@@ -12,6 +12,7 @@
 #include "cli/Queries.h"
 #include "cli/Subcommands.h"
 #include "cli/Table.h"
+#include "cli/Texts.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/model/StoredObject.h"
 #include "wickerlane/protocol/AnalysisRows.h"
@@ -80,7 +81,7 @@ Result<> printMoments(bool json) {
         return {};
     });
     if (listed)
-        listing.end("no moments");
+        listing.end(localized("no moments"));
     return listed;
 }
 
@@ -105,14 +106,14 @@ Result<> printLists(bool json) {
                             std::to_string(list.momentCount), std::to_string(list.assetCount)});
         }
     }
-    listing.end("no moments");
+    listing.end(localized("no moments"));
     return {};
 }
 
 Result<> updateMoments(bool rebuild) {
     if (const auto answers = requireDaemon(); !answers)
         return answers;
-    Progress progress("analyzing");
+    Progress progress(localized("analyzing"));
     if (!rebuild)
         return waitForEndOfWork(client::Request(protocol::analyzeInvalidMomentsAndDupesIfNeeded), &progress);
     client::Request whole(protocol::rebuildMoments);
@@ -147,7 +148,8 @@ Result<FoundObject> findObject(const std::string &objectID) {
     if (!looked)
         return passOn(looked);
     if (!found.object)
-        return fail(ProblemKind::notFound, "there is no moment or list of moments with that object ID");
+        return fail(ProblemKind::notFound,
+                    localized("there is no moment or list of moments with that object ID"));
     return found;
 }
 
@@ -189,7 +191,7 @@ Result<ExitCode> showMoment(const ShowOptions &options) {
     if (count == 0) // no moment is empty
         return fail(
             ProblemKind::notFound,
-            fmt::format("there is no moment {}. To list all moments: wickerlane moments", options.moment));
+            localized("there is no moment {}. To list all moments: wickerlane moments", options.moment));
     listing->end("");
     return ExitCode::success;
 }
@@ -210,10 +212,11 @@ Result<ExitCode> moments(const Options &options) {
     if (JXGatekeeperClient::sharedInstance()->hasCompletedMomentAnalysis())
         return ExitCode::success;
     if (updates)
-        return fail(ProblemKind::failed,
-                    "some moments are not up to date: the work failed, or photos were added meanwhile; see "
-                    "the daemon's log");
-    advise("some moments are not up to date; to update them: wickerlane moments --update");
+        return fail(
+            ProblemKind::failed,
+            localized("some moments are not up to date: the work failed, or photos were added meanwhile; see "
+                      "the daemon's log"));
+    advise(localized("some moments are not up to date; to update them: wickerlane moments --update"));
     return ExitCode::success;
 }
 

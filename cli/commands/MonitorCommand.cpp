@@ -14,6 +14,7 @@
 #include "cli/Output.h"
 #include "cli/Replay.h"
 #include "cli/Subcommands.h"
+#include "cli/Texts.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/object/NeverDestroyed.h"
@@ -148,7 +149,7 @@ public:
         if (!recording)
             return {};
         return recording->finish(true).transform(
-            [&] { advise(countText(recorded, "event", "events") + " recorded"); });
+            [&] { advise(localizedCount(recorded, "{} event recorded", "{} events recorded")); });
     }
 
     /// How many requests were answered, or want no answer.
@@ -189,17 +190,19 @@ Result<ExitCode> watchTraffic(const Options &options) {
         const ReleaseScope scope;
         auto reply = takeTraffic(withTexts);
         if (!reply && !isNew) { // the daemon has ended, and is started again by the question
-            shown->noteGap("the daemon ended; watching the next one");
+            shown->noteGap(localized("the daemon ended; watching the next one"));
             reply = takeTraffic(withTexts);
         }
         if (!reply)
             return passOn(reply);
         if (std::exchange(isNew, false))
-            advise("watching; Ctrl-C ends");
+            advise(localized("watching; Ctrl-C ends"));
         else if (!reply->get(protocol::keys::isComplete))
-            shown->noteGap("some events may be missing: the daemon is another, or was not asked for a while");
+            shown->noteGap(
+                localized("some events may be missing: the daemon is another, or was not asked for a while"));
         if (const auto lost = reply->get(protocol::keys::lost); lost > 0)
-            shown->noteGap(countText(lost, "event was", "events were") + " lost: they came too fast");
+            shown->noteGap(localizedCount(lost, "{} event was lost: they came too fast",
+                                          "{} events were lost: they came too fast"));
         if (const auto *events = as<Array>(reply->get(protocol::keys::traffic)))
             for (const Object *each : *events)
                 if (const auto done = shown->show(jsonOf(each)); !done)
@@ -218,18 +221,23 @@ Result<ExitCode> replayRecording(const Options &options) {
     if (!requests)
         return passOn(requests);
     if (!options.yes &&
-        !isConfirmed(fmt::format("{}, which may change and delete photos, will be sent to the library in {}.",
-                                 countText(requests->size(), "request", "requests"), rootPath())))
-        return fail(ProblemKind::failed, "nothing was sent; --yes sends without asking");
+        !isConfirmed(localizedCount(
+            requests->size(),
+            "{} request, which may change and delete photos, will be sent to the library in {}.",
+            "{} requests, which may change and delete photos, will be sent to the library in {}.",
+            rootPath())))
+        return fail(ProblemKind::failed, localized("nothing was sent; --yes sends without asking"));
     if (const auto answers = requireDaemon(); !answers)
         return passOn(answers);
     const InterruptScope interrupts;
     const ReplayReport report = replay(*requests);
     for (const std::string &each : report.differences)
         print(each);
-    print(fmt::format(
-        "{} sent, {} answered differently, {} left out since bytes and open files are not recorded",
-        countText(report.sent, "request", "requests"), report.differences.size(), report.notRecorded));
+    print(joined(
+        {localizedCount(report.sent, "{} request sent", "{} requests sent"),
+         localizedCount(report.differences.size(), "{} answered differently", "{} answered differently"),
+         localizedCount(report.notRecorded, "{} left out since bytes and open files are not recorded",
+                        "{} left out since bytes and open files are not recorded")}));
     return report.differences.empty() && !isInterrupted() ? ExitCode::success : ExitCode::failure;
 }
 

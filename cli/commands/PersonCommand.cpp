@@ -5,6 +5,7 @@
 #include "cli/DaemonRequests.h"
 #include "cli/Output.h"
 #include "cli/Subcommands.h"
+#include "cli/Texts.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 
 namespace wickerlane::cli {
@@ -22,7 +23,7 @@ Result<ExitCode> show(const Options &options) {
         JXGatekeeperClient::sharedInstance()->personInfoDictionaryForPersonID(String::of(options.person));
     if (info == nullptr)
         return fail(ProblemKind::notFound,
-                    fmt::format("there is no information about the person {}", options.person));
+                    localized("there is no information about the person {}", options.person));
     JSON described = JSON::object();
     for (const auto &[key, value] : *info) {
         const std::string name(as<String>(key)->utf8()), text(value->description()->utf8());
@@ -40,7 +41,7 @@ Result<Ref<MutableDictionary>> readEntries(const std::vector<std::string> &entri
     for (const std::string &entry : entries) {
         const std::size_t equals = entry.find('=');
         if (equals == std::string::npos || equals == 0)
-            return fail(ProblemKind::invalid, fmt::format("{} is not KEY=VALUE", entry));
+            return fail(ProblemKind::invalid, localized("{} is not KEY=VALUE", entry));
         info->set(String::of(entry.substr(0, equals)), String::of(entry.substr(equals + 1)));
     }
     return info;

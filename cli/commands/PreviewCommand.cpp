@@ -1,10 +1,10 @@
 // wickerlane preview
-#include <fmt/format.h>
-
 #include "cli/DaemonRequests.h"
+#include "cli/FileFailures.h"
 #include "cli/Output.h"
 #include "cli/Queries.h"
 #include "cli/Subcommands.h"
+#include "cli/Texts.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/platform/file/Files.h"
 
@@ -24,17 +24,18 @@ Result<ExitCode> preview(const Options &options) {
         return passOn(asset);
     std::vector<std::byte> bytes;
     if (!readFile(options.picture, bytes, maxBytes))
-        return failSystem("read", options.picture);
+        return failToRead(options.picture);
     if (const auto answers = requireDaemon(); !answers)
         return passOn(answers);
     const auto data = Data::create(bytes);
-    const auto set = waitForSuccess(options.picture + " was not set", [&](const SuccessHandler &handler) {
-        JXGatekeeperClient::sharedInstance()->setLargePreviewImageForAssetWithURL(
-            (*asset)->assetURL(), data.get(), nullptr, handler);
-    });
+    const auto set =
+        waitForSuccess(localized("{} was not set", options.picture), [&](const SuccessHandler &handler) {
+            JXGatekeeperClient::sharedInstance()->setLargePreviewImageForAssetWithURL(
+                (*asset)->assetURL(), data.get(), nullptr, handler);
+        });
     if (!set)
         return passOn(set);
-    print(fmt::format("{} is now shown as {}", (*asset)->record().uuid, options.picture));
+    print(localized("{} is now shown as {}", (*asset)->record().uuid, options.picture));
     return ExitCode::success;
 }
 

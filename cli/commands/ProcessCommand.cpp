@@ -1,9 +1,9 @@
 // wickerlane debug process
-#include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include "cli/Output.h"
 #include "cli/Subcommands.h"
+#include "cli/Texts.h"
 #include "wickerlane/util/identity/JXProcessIdentity.h"
 
 namespace wickerlane::cli {
@@ -17,7 +17,7 @@ struct Options {
 Result<ExitCode> findProcess(const Options &options) {
     const pid_t process = JXPIDForProcessNamed(options.name.c_str());
     if (process < 0)
-        return fail(ProblemKind::notFound, fmt::format("no process is named '{}'", options.name));
+        return fail(ProblemKind::notFound, localized("no process is named '{}'", options.name));
     if (options.json)
         printJSON({{"name", options.name}, {"process", process}});
     else

@@ -7,6 +7,7 @@
 #include "cli/Formatting.h"
 #include "cli/Output.h"
 #include "cli/Subcommands.h"
+#include "cli/Texts.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 
 namespace wickerlane::cli {
@@ -20,7 +21,7 @@ struct Options {
 
 Result<ExitCode> purge(const Options &options) {
     if (!options.bytes && !options.isDryRun)
-        return fail(ProblemKind::invalid, "BYTES or --dry-run is required");
+        return fail(ProblemKind::invalid, localized("BYTES or --dry-run is required"));
     if (const auto answers = requireDaemon(); !answers)
         return passOn(answers);
     JXGatekeeperClient *client = JXGatekeeperClient::sharedInstance();
@@ -29,8 +30,8 @@ Result<ExitCode> purge(const Options &options) {
     if (options.json)
         printJSON({{options.isDryRun ? "purgeable" : "freed", bytes}});
     else
-        print(sizeText(static_cast<std::uint64_t>(bytes)) +
-              (options.isDryRun ? " could be freed" : " freed"));
+        print(options.isDryRun ? localized("{} could be freed", sizeText(static_cast<std::uint64_t>(bytes)))
+                               : localized("{} freed", sizeText(static_cast<std::uint64_t>(bytes))));
     return ExitCode::success;
 }
 

@@ -2,6 +2,7 @@
 #include "cli/DaemonRequests.h"
 #include "cli/LibraryState.h"
 #include "cli/Subcommands.h"
+#include "cli/Texts.h"
 #include "wickerlane/protocol/AnalysisRows.h"
 
 namespace wickerlane::cli {
@@ -10,7 +11,7 @@ namespace {
 Result<ExitCode> rebuildThumbnails() {
     if (const auto there = requireLibrary(); !there)
         return passOn(there);
-    Progress progress("making thumbnails");
+    Progress progress(localized("making thumbnails"));
     return waitForWork(client::Request(protocol::rebuildAllThumbnails), &progress).map([] {
         return ExitCode::success;
     });

@@ -1,10 +1,10 @@
 // wickerlane resolve
-#include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include "cli/DaemonRequests.h"
 #include "cli/Output.h"
 #include "cli/Subcommands.h"
+#include "cli/Texts.h"
 #include "wickerlane/api/WLNPersistentURL.h"
 #include "wickerlane/model/AssetURL.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
@@ -21,13 +21,12 @@ Result<std::string> pathOf(const std::string &text) {
     const ReleaseScope scope;
     const auto url = URL::create(text);
     if (!WLNIsPersistentURL(url.get()))
-        return fail(ProblemKind::invalid,
-                    fmt::format("{} is not a persistent URL; that of an asset looks like "
-                                "{}://asset/asset.JPG?id=...",
-                                text, assetURLScheme));
+        return fail(ProblemKind::invalid, localized("{} is not a persistent URL; that of an asset looks like "
+                                                    "{}://asset/asset.JPG?id=...",
+                                                    text, assetURLScheme));
     const auto path = Ref<String>::adopt(WLNCreatePathForPersistentURL(url.get()));
     if (!path)
-        return failRequest({ProblemKind::notFound, fmt::format("the library has no file for {}", text), {}});
+        return failRequest({ProblemKind::notFound, localized("the library has no file for {}", text), {}});
     return std::string(path->utf8());
 }
 

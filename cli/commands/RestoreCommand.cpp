@@ -2,10 +2,10 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/DaemonRequests.h"
-#include "cli/Formatting.h"
 #include "cli/Interrupt.h"
 #include "cli/LibraryCounts.h"
 #include "cli/Subcommands.h"
+#include "cli/Texts.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/protocol/LibraryRows.h"
 
@@ -25,10 +25,10 @@ Result<ExitCode> showStatus(const Options &options) {
     if (options.json) {
         printJSON({{"complete", isComplete}, {"cleanupSeconds", seconds}});
     } else {
-        print(isComplete ? "no restore is in progress"
-                         : "a restore is in progress; to end it: wickerlane restore finish");
-        print("a cleanup would take about " +
-              countText(static_cast<std::uint64_t>(seconds), "second", "seconds"));
+        print(isComplete ? localized("no restore is in progress")
+                         : localized("a restore is in progress; to end it: wickerlane restore finish"));
+        print(localizedCount(static_cast<std::uint64_t>(seconds), "a cleanup would take about {} second",
+                             "a cleanup would take about {} seconds"));
     }
     return ExitCode::success;
 }

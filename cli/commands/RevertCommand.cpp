@@ -1,12 +1,10 @@
 // wickerlane revert
-#include <fmt/format.h>
-
 #include "cli/Confirmation.h"
 #include "cli/DaemonRequests.h"
-#include "cli/Formatting.h"
 #include "cli/Output.h"
 #include "cli/Selection.h"
 #include "cli/Subcommands.h"
+#include "cli/Texts.h"
 #include "wickerlane/protocol/AssetRows.h"
 
 namespace wickerlane::cli {
@@ -20,7 +18,7 @@ Result<> revert(const ManagedAsset &asset) {
     client::Request request(protocol::revertAsset);
     request.set(protocol::keys::assetURL, asset.assetURL());
     return waitForWork(request).map_error([&](Problem problem) {
-        problem.text = fmt::format("{} was not reverted: {}", asset.record().uuid, problem.text);
+        problem.text = localized("{} was not reverted: {}", asset.record().uuid, problem.text);
         return problem;
     });
 }
@@ -32,16 +30,18 @@ Result<ExitCode> revertAssets(const Options &options) {
     if (selected->code != ExitCode::success)
         return selected->code; // before anything is changed
     if (options.selection.isDryRun)
-        return printDryRun(selected->uuids, "reverted");
+        return printDryRun(selected->uuids,
+                           localizedCount(selected->uuids.size(), "{} asset would be reverted",
+                                          "{} assets would be reverted"));
     // What is named one by one is wanted.
     if (options.selection.isOpen() && !selected->uuids.empty() && !options.selection.yes &&
-        !isConfirmed(fmt::format("This deletes the edits of {}.",
-                                 countText(selected->uuids.size(), "asset", "assets"))))
-        return fail(ProblemKind::failed, "nothing was reverted; --yes reverts without asking");
-    const auto outcome = forEachSelected(selected->uuids, "reverting", revert);
+        !isConfirmed(localizedCount(selected->uuids.size(), "This deletes the edits of {} asset.",
+                                    "This deletes the edits of {} assets.")))
+        return fail(ProblemKind::failed, localized("nothing was reverted; --yes reverts without asking"));
+    const auto outcome = forEachSelected(selected->uuids, localized("reverting"), revert);
     if (!outcome)
         return passOn(outcome);
-    summarize(countText(outcome->done, "asset", "assets") + " reverted");
+    summarize(localizedCount(outcome->done, "{} asset reverted", "{} assets reverted"));
     return outcome->code;
 }
 

@@ -4,6 +4,7 @@
 #include "cli/DaemonRequests.h"
 #include "cli/Selection.h"
 #include "cli/Subcommands.h"
+#include "cli/Texts.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/protocol/AssetRows.h"
 #include "wickerlane/protocol/DetailKeys.h"
@@ -43,9 +44,19 @@ Ref<Dictionary> detailsOf(const Options &options) {
 Result<ExitCode> setDetails(const Options &options) {
     const Ref<Dictionary> details = detailsOf(options);
     if (details->count() == 0)
-        return fail(ProblemKind::invalid, "say what is to be set, such as --rating 5");
+        return fail(ProblemKind::invalid, localized("say what is to be set, such as --rating 5"));
     return changeSelected(
-        options.selection, {.doing = "changing", .done = "changed"}, protocol::setDetails,
+        options.selection,
+        {.doing = localized("changing"),
+         .wouldBeDone =
+             [](std::size_t count) {
+                 return localizedCount(count, "{} asset would be changed", "{} assets would be changed");
+             },
+         .done =
+             [](std::size_t count) {
+                 return localizedCount(count, "{} asset changed", "{} assets changed");
+             }},
+        protocol::setDetails,
         [&](client::Request &request) { request.set(protocol::keys::properties, details.get()); });
 }
 

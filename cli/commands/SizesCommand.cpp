@@ -6,6 +6,7 @@
 #include "cli/Formatting.h"
 #include "cli/Output.h"
 #include "cli/Subcommands.h"
+#include "cli/Texts.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/client/Request.h"
 #include "wickerlane/platform/object/Dictionary.h"
@@ -49,7 +50,7 @@ Result<Sizes> askSizes() {
     for (const Kind &kind : kinds) {
         const auto *bytes = given != nullptr ? given->get<Number>(std::to_string(kind.bit())) : nullptr;
         if (bytes == nullptr)
-            return fail(ProblemKind::failed, "the daemon does not say all sizes");
+            return fail(ProblemKind::failed, localized("the daemon does not say all sizes"));
         sizes[kind.bit()] = bytes->uint64Value();
     }
     return sizes;

@@ -3,6 +3,7 @@
 #include "cli/Output.h"
 #include "cli/Queries.h"
 #include "cli/Subcommands.h"
+#include "cli/Texts.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 
 namespace wickerlane::cli {
@@ -24,7 +25,7 @@ Result<ExitCode> stream(const Options &options) {
             print(album->groupURL()->absoluteString()->utf8());
             return ExitCode::success;
         }
-    return fail(ProblemKind::failed, "the stream has no album; see the daemon's log");
+    return fail(ProblemKind::failed, localized("the stream has no album; see the daemon's log"));
 }
 
 } // namespace

@@ -7,6 +7,7 @@
 
 #include "cli/Output.h"
 #include "cli/Subcommands.h"
+#include "cli/Texts.h"
 #include "wickerlane/platform/bundle/LocalizationMatcher.h"
 #include "wickerlane/platform/locale/Locale.h"
 #include "wickerlane/util/texts/JXLocalization.h"
@@ -30,9 +31,9 @@ Result<Ref<Bundle>> findBundle(const std::string &name) {
                                                                      : nullptr;
     if (!bundle)
         return fail(ProblemKind::notFound,
-                    fmt::format("there is no bundle {}; give a path, or the name of a bundle in a folder of "
-                                "WICKERLANE_BUNDLES",
-                                name));
+                    localized("there is no bundle {}; give a path, or the name of a bundle in a folder of "
+                              "WICKERLANE_BUNDLES",
+                              name));
     return bundle;
 }
 
@@ -45,8 +46,10 @@ String *lookUp(Bundle *bundle, String *key, const std::string &table) {
 }
 
 Result<ExitCode> showText(const Options &options) {
-    if (!options.language.empty())
+    if (!options.language.empty()) {
+        chooseLanguage();
         setProcessLanguages({options.language});
+    }
     const auto found = findBundle(options.bundle);
     if (!found)
         return passOn(found);
@@ -54,15 +57,16 @@ Result<ExitCode> showText(const Options &options) {
     const std::vector<std::string> languages = bundle->localizations();
     if (!options.language.empty() && !languages.empty() &&
         matchingLocalizations(languages, std::vector{options.language}).empty())
-        return fail(ProblemKind::invalid, fmt::format("there are no texts in \"{}\"; choose one of {}",
-                                                      options.language, fmt::join(languages, ", ")));
+        return fail(ProblemKind::invalid,
+                    localized("there are no texts in \"{}\"; choose one of {}", options.language,
+                              fmt::format("{}", fmt::join(languages, ", "))));
     const Ref<String> key = String::create(options.key);
     if (!key)
-        return fail(ProblemKind::invalid, "the key is not valid UTF-8");
+        return fail(ProblemKind::invalid, localized("the key is not valid UTF-8"));
     const std::string_view text = lookUp(bundle, key.get(), options.table)->utf8();
     // The library gives the key itself when there is no text.
     if (text == options.key)
-        return fail(ProblemKind::notFound, fmt::format("{} has no text for {}", bundle->path(), options.key));
+        return fail(ProblemKind::notFound, localized("{} has no text for {}", bundle->path(), options.key));
     if (options.json)
         printJSON({{"key", options.key}, {"text", text}, {"languages", bundle->preferredLocalizations()}});
     else

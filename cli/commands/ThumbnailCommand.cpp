@@ -11,6 +11,7 @@
 #include "cli/Output.h"
 #include "cli/Selection.h"
 #include "cli/Subcommands.h"
+#include "cli/Texts.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/protocol/ImageDataFormats.h"
 #include "wickerlane/store/LibraryPaths.h"
@@ -73,8 +74,10 @@ Result<> writeThumbnail(const Options &options, const ManagedAsset &asset, const
     if (data == nullptr) {
         const std::string &problem = asset.record().problem;
         return failRequest({ProblemKind::failed,
-                            fmt::format("there is no such picture of {}{}", asset.record().uuid,
-                                        problem.empty() ? "" : ", because it can't be decoded: " + problem),
+                            problem.empty()
+                                ? localized("there is no such picture of {}", asset.record().uuid)
+                                : localized("there is no such picture of {}, because it can't be decoded: {}",
+                                            asset.record().uuid, problem),
                             {}});
     }
     const std::string path = to.empty() || to.ends_with('/') ? to + defaultName(asset, format) : to;
@@ -93,18 +96,20 @@ Result<ExitCode> writeThumbnails(const Options &options) {
     if (!selected)
         return passOn(selected);
     if (options.selection.isDryRun)
-        return printDryRun(selected->uuids, "written as pictures");
+        return printDryRun(selected->uuids,
+                           localizedCount(selected->uuids.size(), "{} asset would be written as pictures",
+                                          "{} assets would be written as pictures"));
     std::string to = options.to;
     const bool isOne = selected->uuids.size() == 1 && !options.selection.isOpen();
     if (std::error_code error; !to.empty() && (!isOne || std::filesystem::is_directory(to))) {
         std::filesystem::create_directories(to, error);
         if (!std::filesystem::is_directory(to))
-            return fail(ProblemKind::invalid, to + " is not a folder; several pictures need one");
+            return fail(ProblemKind::invalid, localized("{} is not a folder; several pictures need one", to));
         to += '/';
     }
-    const auto outcome = forEachSelected(selected->uuids, "writing", [&](const ManagedAsset &asset) {
-        return writeThumbnail(options, asset, to);
-    });
+    const auto outcome =
+        forEachSelected(selected->uuids, localized("writing"),
+                        [&](const ManagedAsset &asset) { return writeThumbnail(options, asset, to); });
     if (!outcome)
         return passOn(outcome);
     return outcome->code != ExitCode::success ? outcome->code : selected->code;

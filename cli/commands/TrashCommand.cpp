@@ -1,5 +1,4 @@
 // wickerlane trash
-#include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
@@ -13,6 +12,7 @@
 #include "cli/Selection.h"
 #include "cli/Subcommands.h"
 #include "cli/Table.h"
+#include "cli/Texts.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 
 namespace wickerlane::cli {
@@ -67,19 +67,21 @@ Result<ExitCode> listTrash(const ListOptions &options) {
     });
     if (!listed)
         return passOn(listed);
-    listing.end("the trash is empty");
+    listing.end(localized("the trash is empty"));
     return ExitCode::success;
 }
 
 Result<> restoreAsset(const ManagedAsset &asset) {
-    return waitForSuccess(asset.record().uuid + " was not restored", [&](const SuccessHandler &handler) {
-        JXGatekeeperClient::sharedInstance()->restoreTrashedAssetWithURL(asset.assetURL(), handler);
-    });
+    return waitForSuccess(
+        localized("{} was not restored", asset.record().uuid), [&](const SuccessHandler &handler) {
+            JXGatekeeperClient::sharedInstance()->restoreTrashedAssetWithURL(asset.assetURL(), handler);
+        });
 }
 
 Result<ExitCode> restoreTrashed(const RestoreOptions &options) {
     if (options.all != options.assets.empty())
-        return fail(ProblemKind::invalid, "name the assets to restore, or use --all for all in the trash");
+        return fail(ProblemKind::invalid,
+                    localized("name the assets to restore, or use --all for all in the trash"));
     ExitCode code = ExitCode::success;
     Assets wanted;
     if (options.all) {
@@ -100,10 +102,10 @@ Result<ExitCode> restoreTrashed(const RestoreOptions &options) {
         return code; // before anything is restored
     std::size_t restored = 0;
     const InterruptScope interrupts;
-    Progress progress("restoring", wanted.size());
+    Progress progress(localized("restoring"), wanted.size());
     for (const Ref<ManagedAsset> &each : wanted) {
         if (isInterrupted()) {
-            code = report(failInterrupted("the rest is still in the trash").value());
+            code = report(failInterrupted(localized("interrupted: the rest is still in the trash")).value());
             break;
         }
         const auto result = restoreAsset(*each);
@@ -112,7 +114,7 @@ Result<ExitCode> restoreTrashed(const RestoreOptions &options) {
         restored += result ? 1 : 0;
         progress.advance(result ? 1 : 0, result ? 0 : 1);
     }
-    summarize(countText(restored, "asset", "assets") + " restored");
+    summarize(localizedCount(restored, "{} asset restored", "{} assets restored"));
     return code;
 }
 
@@ -121,15 +123,18 @@ Result<ExitCode> emptyTrash(const EmptyOptions &options) {
     const auto counted = forEachTrashed([&](const TrashedAsset &) { ++count; });
     if (!counted)
         return passOn(counted);
-    const std::string assets = countText(count, "asset", "assets");
-    if (count > 0 && !options.yes && !isConfirmed(fmt::format("This deletes {} permanently.", assets)))
-        return fail(ProblemKind::failed, "nothing was deleted; --yes deletes without asking");
-    const auto emptied = waitForSuccess("the trash was not emptied", [](const SuccessHandler &handler) {
-        JXGatekeeperClient::sharedInstance()->emptyTrashWithHandler(handler);
-    });
+
+    if (count > 0 && !options.yes &&
+        !isConfirmed(localizedCount(count, "This deletes {} asset permanently.",
+                                    "This deletes {} assets permanently.")))
+        return fail(ProblemKind::failed, localized("nothing was deleted; --yes deletes without asking"));
+    const auto emptied =
+        waitForSuccess(localized("the trash was not emptied"), [](const SuccessHandler &handler) {
+            JXGatekeeperClient::sharedInstance()->emptyTrashWithHandler(handler);
+        });
     if (!emptied)
         return passOn(emptied);
-    summarize(assets + " deleted");
+    summarize(localizedCount(count, "{} asset deleted", "{} assets deleted"));
     return ExitCode::success;
 }
 

@@ -1,9 +1,9 @@
 // wickerlane debug uuid
-#include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include "cli/Output.h"
 #include "cli/Subcommands.h"
+#include "cli/Texts.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/util/uuid/JXUUIDString.h"
 
@@ -20,7 +20,7 @@ Result<std::string> libraryForm(const std::string &text) {
     const ReleaseScope scope;
     const Ref<JXUUIDString> uuid(JXStringFromUUIDData(JXUUIDDataFromString(String::of(text))));
     if (!uuid)
-        return fail(ProblemKind::failed, fmt::format("'{}' is not a UUID", text));
+        return fail(ProblemKind::failed, localized("'{}' is not a UUID", text));
     return std::string(uuid->utf8());
 }
 

@@ -8,6 +8,7 @@
 #include "cli/Formatting.h"
 #include "cli/Output.h"
 #include "cli/Subcommands.h"
+#include "cli/Texts.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/protocol/AssetRows.h"
 
@@ -32,7 +33,7 @@ JSON valueOf(const Object *object) {
 Result<ExitCode> showVideoInfo(const Options &options) {
     const auto absolute = String::create(std::filesystem::absolute(options.path).lexically_normal().string());
     if (!absolute)
-        return fail(ProblemKind::invalid, "the path is not UTF-8; rename the file first");
+        return fail(ProblemKind::invalid, localized("the path is not UTF-8; rename the file first"));
     client::Request request(protocol::videoMetadata);
     request.set(protocol::keys::filePath, absolute.get());
     const auto answer = answerUnlessInterrupted(request);
@@ -41,7 +42,7 @@ Result<ExitCode> showVideoInfo(const Options &options) {
     const Dictionary *metadata = as<Dictionary>(answer->get(protocol::keys::metadata));
     if (metadata == nullptr)
         return failRequest(
-            {ProblemKind::failed, fmt::format("{} can't be read as a video", options.path), options.path});
+            {ProblemKind::failed, localized("{} can't be read as a video", options.path), options.path});
     JSON all = JSON::object();
     for (const auto &[key, value] : *metadata)
         all[std::string(as<String>(key)->utf8())] = valueOf(value);

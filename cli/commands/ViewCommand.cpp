@@ -4,6 +4,7 @@
 
 #include "cli/DaemonRequests.h"
 #include "cli/Subcommands.h"
+#include "cli/Texts.h"
 #include "cli/view/View.h"
 #include "wickerlane/platform/file/DataFolders.h"
 
@@ -16,10 +17,11 @@ Result<ExitCode> view(const ViewOptions &options) {
     void *const serve = module != nullptr ? ::dlsym(module, serveViewName) : nullptr;
     if (serve == nullptr)
         return fail(ProblemKind::failed,
-                    fmt::format("a part of this command can't be loaded: {}. Install wickerlane again, whole",
-                                ::dlerror()));
+                    localized("a part of this command can't be loaded: {}. Install wickerlane again, whole",
+                              ::dlerror()));
     if (const auto answers = requireDaemon(); !answers)
         return passOn(answers);
+    speakEnglish(); // the page has its own texts
     Result<ExitCode> ended = ExitCode::failure;
     reinterpret_cast<ServeView *>(serve)(options, ended);
     return ended;

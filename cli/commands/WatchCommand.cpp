@@ -5,6 +5,7 @@
 #include "cli/Interrupt.h"
 #include "cli/LibraryCounts.h"
 #include "cli/Subcommands.h"
+#include "cli/Texts.h"
 #include "wickerlane/api/WLCallables.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 
@@ -58,7 +59,8 @@ Result<ExitCode> watch(const Options &options) {
     Number *token =
         RZRegisterForPhotosAndVideosCount([] { interruptSemaphore().signal(); }, WorkQueue::global());
     if (token == nullptr)
-        return fail(ProblemKind::failed, "changes can't be watched; is the library's folder yours?");
+        return fail(ProblemKind::failed,
+                    localized("changes can't be watched; is the library's folder yours?"));
     const auto result = watchUntilInterrupted(options);
     RZUnregisterForPhotosAndVideosCount(token);
     return result;

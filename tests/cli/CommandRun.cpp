@@ -223,6 +223,12 @@ void Commands::SetUp() {
     fs::create_directories(folder);
     describeService({});
     setenv("WICKERLANE_SERVICES", (root / "services").c_str(), 1);
+    setLanguage("C");
+}
+
+void Commands::setLanguage(const std::string &locale) {
+    unsetenv("LANGUAGE");
+    setenv("LC_ALL", (locale + ".UTF-8").c_str(), 1);
 }
 
 void Commands::describeService(const std::vector<std::string> &arguments) const {

@@ -113,6 +113,8 @@ protected:
     void SetUp() override;
     void TearDown() override;
 
+    /// The locale of the programs that are run from now on, such as "de_DE". At first it is "C".
+    static void setLanguage(const std::string &locale);
     /// What the next daemon is started with, besides what keeps it from doing anything unasked.
     void describeService(const std::vector<std::string> &arguments) const;
     /// A file in the test's folder.

@@ -13,5 +13,5 @@ if(NOT WICKERLANE_SANITIZE)
     find_program(WICKERLANE_PYTEST NAMES pytest-3 REQUIRED) # Debian's, so that it runs Debian's Python
     add_test(NAME cli/view COMMAND ${WICKERLANE_PYTEST} -q -p no:cacheprovider ${CMAKE_CURRENT_SOURCE_DIR}/cli/view)
     set_tests_properties(cli/view PROPERTIES TIMEOUT 600 ENVIRONMENT
-        "PYTHONDONTWRITEBYTECODE=1;HOARDD_PROGRAM=$<TARGET_FILE:hoardd>;WICKERLANE_COMMAND=$<TARGET_FILE:wickerlane_command>")
+        "PYTHONDONTWRITEBYTECODE=1;LC_ALL=C.UTF-8;HOARDD_PROGRAM=$<TARGET_FILE:hoardd>;WICKERLANE_COMMAND=$<TARGET_FILE:wickerlane_command>")
 endif()

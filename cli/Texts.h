@@ -1,0 +1,53 @@
+// What the command says to people, in the language of its user.
+//
+// The English text stands in the code. It is the key of its translations, which are in the string tables of
+// resources/WickerlaneCommand.bundle. A text that speaks of a number of things has a translation for each
+// plural category of the language, with the category behind the key: "{} files saved [few]"; "other" stands
+// without.
+//
+// What programs read is not translated: help, names and values of fields, headings of tables.
+#ifndef CLI_TEXTS_H
+#define CLI_TEXTS_H
+
+#include <fmt/format.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace wickerlane::cli {
+
+/// Chooses the language of texts now, by the languages of this process, rather than when the first text is
+/// needed.
+void chooseLanguage();
+/// From now on all texts are in English: a program reads them.
+void speakEnglish();
+
+[[nodiscard]] std::string localizedText(fmt::string_view english, fmt::format_args arguments);
+[[nodiscard]] std::string localizedCountText(std::uint64_t count, fmt::string_view one,
+                                             fmt::string_view other, fmt::format_args arguments);
+
+/// What fmt::format() gives for the text's translation, or for the text itself if there is none or its places
+/// do not fit the arguments. Thread-safe.
+template <class... Arguments>
+[[nodiscard]] std::string localized(fmt::format_string<const Arguments &...> text,
+                                    const Arguments &...arguments) {
+    return localizedText(text, fmt::make_format_args(arguments...));
+}
+
+/// The same of a number of things, which is the first argument: `one` is the text for a single one, and
+/// `other` the text for all other numbers and the key. Thread-safe.
+template <class... Arguments>
+[[nodiscard]] std::string
+localizedCount(std::uint64_t count, fmt::format_string<const std::uint64_t &, const Arguments &...> one,
+               fmt::format_string<const std::uint64_t &, const Arguments &...> other,
+               const Arguments &...arguments) {
+    return localizedCountText(count, one, other, fmt::make_format_args(count, arguments...));
+}
+
+/// Parts of a summary, with commas between them.
+[[nodiscard]] std::string joined(const std::vector<std::string> &parts);
+
+} // namespace wickerlane::cli
+
+#endif

@@ -1,0 +1,151 @@
+// The command speaks the language of its user
+#include <fstream>
+
+#include "tests/cli/CommandRun.h"
+
+using namespace wickerlane::test;
+namespace fs = std::filesystem;
+
+namespace {
+
+class CommandLanguage : public Commands {
+protected:
+    void TearDown() override {
+        unsetenv("WICKERLANE_BUNDLES");
+        Commands::TearDown();
+    }
+
+    /// Assets of one picture.
+    std::vector<std::string> importedTimes(std::size_t count) const {
+        std::vector<std::string> words{"import", "--again", "--json"};
+        words.insert(words.end(), count, file("a.jpg", jpegPicture()));
+        const auto report = run(words).json();
+        std::vector<std::string> uuids;
+        for (const auto &each : report.at("saved"))
+            uuids.push_back(each.at("uuid"));
+        EXPECT_EQ(uuids.size(), count);
+        return uuids;
+    }
+};
+
+std::vector<std::string> setRating(const std::vector<std::string> &uuids, std::size_t count) {
+    std::vector<std::string> words{"set", "--rating", "3"};
+    words.insert(words.end(), uuids.begin(), uuids.begin() + static_cast<std::ptrdiff_t>(count));
+    return words;
+}
+
+} // namespace
+
+TEST_F(CommandLanguage, ErrorsAndSummariesAreInTheLanguageOfTheUser) {
+    const auto uuids = importedTimes(5);
+    const struct {
+        const char *locale;
+        std::string error, one, two, five;
+    } cases[] = {
+        {"en_GB", "there is no asset nobody in ", "1 asset changed", "2 assets changed", "5 assets changed"},
+        {"de_AT", "das Objekt nobody gibt es in ", "1 Objekt geändert", "2 Objekte geändert",
+         "5 Objekte geändert"},
+        {"fr_FR", "il n’y a pas d’élément nobody dans ", "1 élément modifié", "2 éléments modifiés",
+         "5 éléments modifiés"},
+        {"ja_JP", "項目 nobody は ", "1 項目を変更しました", "2 項目を変更しました", "5 項目を変更しました"},
+        {"pt_BR", "não há item nobody em ", "1 item alterado", "2 itens alterados", "5 itens alterados"},
+        {"ar_EG", "لا يوجد عنصر nobody في ", "غُيّر عنصر واحد", "غُيّر عنصران", "غُيّرت 5 عناصر"},
+        {"nl_NL", "there is no asset nobody in ", "1 asset changed", "2 assets changed", "5 assets changed"},
+    };
+    for (const auto &each : cases) {
+        setLanguage(each.locale);
+        const CommandResult absent = run({"show", "nobody"});
+        EXPECT_EQ(absent.exitCode, 4) << each.locale;
+        EXPECT_TRUE(absent.errors.starts_with("wickerlane: " + each.error)) << each.locale << absent;
+        EXPECT_EQ(run(setRating(uuids, 1)).output, each.one + "\n") << each.locale;
+        EXPECT_EQ(run(setRating(uuids, 2)).output, each.two + "\n") << each.locale;
+        EXPECT_EQ(run(setRating(uuids, 5)).output, each.five + "\n") << each.locale;
+    }
+    // A language without translations gives way to the user's next one, and to English if that is before.
+    setLanguage("nl_NL");
+    setenv("LANGUAGE", "nl:de", 1);
+    EXPECT_EQ(run(setRating(uuids, 1)).output, "1 Objekt geändert\n");
+    setenv("LANGUAGE", "nl:en:de", 1);
+    EXPECT_EQ(run(setRating(uuids, 1)).output, "1 asset changed\n");
+}
+
+TEST_F(CommandLanguage, QuestionsUnderstandTheLanguageBesidesEnglish) {
+    const struct {
+        const char *locale, *question, *answer;
+        int exitCode;
+    } cases[] = {
+        {"en_US", "Continue? [y/N]", "j\n", 1},
+        {"de_DE", "Fortfahren? [j/N]", "n\n", 1},
+        {"de_DE", "Fortfahren? [j/N]", "\n", 1},
+        {"de_DE", "Fortfahren? [j/N]", "JA\n", 0},
+        {"de_DE", "Fortfahren? [j/N]", "y\n", 0},
+        {"fr_FR", "Continuer ? [o/N]", "o\n", 0},
+        {"pt_BR", "Continuar? [s/N]", "sim\n", 0},
+        {"ja_JP", "続けますか？[はい/いいえ]", "いいえ\n", 1},
+        {"ja_JP", "続けますか？[はい/いいえ]", "はい\n", 0},
+        {"ar_SA", "هل تريد المتابعة؟ [نعم/لا]", "نعم\n", 0},
+    };
+    const std::string uuid = importedTimes(1).front();
+    for (const auto &[locale, question, answer, exitCode] : cases) {
+        setLanguage(locale);
+        TerminalCommand deleting({"delete", uuid});
+        ASSERT_TRUE(deleting.shows(question)) << locale;
+        deleting.type(answer);
+        EXPECT_EQ(deleting.wait().exitCode, exitCode) << locale << answer;
+        EXPECT_EQ(run({"trash", "restore", uuid}).exitCode, exitCode == 0 ? 0 : 4) << locale << answer;
+    }
+}
+
+TEST_F(CommandLanguage, ATableThatIsNoGoodGivesWayToEnglish) {
+    const auto uuids = importedTimes(2);
+    setLanguage("de_DE");
+    setenv("WICKERLANE_BUNDLES", folder.c_str(), 1);
+    const fs::path localization = folder / "WickerlaneCommand.bundle/de.lproj";
+    const auto expectEnglish = [&](const char *what) {
+        EXPECT_EQ(run(setRating(uuids, 2)).output, "2 assets changed\n") << what;
+        const CommandResult absent = run({"show", "nobody"});
+        EXPECT_TRUE(absent.errors.starts_with("wickerlane: there is no asset nobody in ")) << what << absent;
+    };
+    expectEnglish("no bundle");
+    fs::create_directories(localization);
+    expectEnglish("no table");
+    const std::string summary = "\"{} assets changed\" = ",
+                      error = "\"there is no asset {} in {}. To list all assets: wickerlane list\" = ";
+    for (const std::string &table :
+         {std::string(), std::string("\xff\xfe"), summary, summary + "{ one = two; };",
+          summary + "\"{1}\";" + error + "\"{2}\";", summary + "\"{\";" + error + "\"}\";",
+          summary + "\"{} {0}\";" + error + "\"{:d}\";", summary + "\"{:.{5}}\";" + error + "\"{name}\";"}) {
+        std::ofstream(localization / "Command.strings", std::ios::trunc) << table;
+        expectEnglish(table.c_str());
+    }
+    std::ofstream(localization / "Command.strings", std::ios::trunc) << summary << "\"{0} = {0}\";";
+    EXPECT_EQ(run(setRating(uuids, 2)).output, "2 = 2\n");
+}
+
+TEST_F(CommandLanguage, WhatProgramsReadIsInEnglish) {
+    const std::string uuid = importedTimes(1).front(), text = file("a.txt", bytesOf("text"));
+    const std::vector<std::string> cases[] = {{"--help"},
+                                              {"help", "album", "add"},
+                                              {"delete", "--help"},
+                                              {"count", "--json"},
+                                              {"list"},
+                                              {"list", "--format", "csv"},
+                                              {"show", uuid},
+                                              {"show", uuid, "--json"},
+                                              {"daemon", "status"},
+                                              {"import", text, "/dev/null", "--json"},
+                                              {"backup", (folder / "backup").string(), "--json"},
+                                              {"show", "nobody", "--json"},
+                                              {"moments", "--json"}};
+    run({"backup", (folder / "backup").string()});
+    fs::remove(run({"show", uuid, "--json"}).json().at("file").get<std::string>()); // a problem in JSON
+    for (const auto &words : cases) {
+        setLanguage("C");
+        const CommandResult english = run(words);
+        setLanguage("ar_EG");
+        const CommandResult arabic = run(words);
+        EXPECT_EQ(arabic.output, english.output) << words.front();
+        EXPECT_EQ(arabic.errors, english.errors) << words.front();
+        EXPECT_EQ(arabic.exitCode, english.exitCode) << words.front();
+    }
+}
