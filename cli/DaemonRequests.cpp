@@ -13,6 +13,7 @@
 #include "cli/Interrupt.h"
 #include "cli/Texts.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
+#include "wickerlane/client/Refusals.h"
 #include "wickerlane/platform/consent/Consent.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/message/connection/MessageConnection.h"
@@ -81,6 +82,8 @@ Result<> outcomeIn(const client::Reply &reply) {
         return {};
     if (error == MessageError::connectionInterrupted() || error == MessageError::connectionInvalid())
         return failUnreachable();
+    if (const auto unknown = client::unknownToOlderDaemon(*error))
+        return fail(kindOfWork(unknown->kind), unknown->text);
     return fail(kindOfWork(static_cast<ProblemKind>(error->errorKind())), std::string(error->text()));
 }
 

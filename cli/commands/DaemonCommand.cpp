@@ -57,8 +57,9 @@ bool listens() {
 
 struct Status {
     std::int64_t modelVersion = 0;
-    pid_t process = 0; ///< 0 when it is not known: of one that serves another user, or no library.
-    Result<> serves;   ///< Why it refuses to; then nothing else is known.
+    PeerVersion version{}; ///< Of the daemon.
+    pid_t process = 0;     ///< 0 when it is not known: of one that serves another user, or no library.
+    Result<> serves;       ///< Why it refuses to; then nothing else is known.
     Result<> access;
 };
 
@@ -66,6 +67,7 @@ Result<Status> askStatus(const std::string &lockPath) {
     JXGatekeeperClient *client = JXGatekeeperClient::sharedInstance();
     Status status;
     status.serves = requireDaemon();
+    status.version = client->connection()->serviceVersion();
     if (!status.serves && !listens())
         return passOn(status.serves);
     if (!status.serves)
@@ -77,8 +79,18 @@ Result<Status> askStatus(const std::string &lockPath) {
     return status;
 }
 
+/// The command is of the version of its library.
+bool isOlder(const PeerVersion &daemon) {
+    const PeerVersion own = PeerVersion::own();
+    return std::pair(daemon.release, daemon.protocol) < std::pair(own.release, own.protocol);
+}
+
 JSON describe(const std::optional<Status> &status, const std::string &library) {
     JSON described = {{"running", status.has_value()}, {"root", rootPath()}, {"library", library}};
+    if (status) {
+        described["version"] = status->version.text();
+        described["protocol"] = status->version.protocol;
+    }
     if (status && !status->serves) {
         described["refused"] = status->serves.error().text;
     } else if (status) {
@@ -95,6 +107,9 @@ void printStatus(const std::optional<Status> &status, const std::string &library
                          : !status->serves      ? "running, but it refuses"
                          : status->process == 0 ? "running"
                                                 : fmt::format("running, process {}", status->process));
+    if (status)
+        printField("Version",
+                   fmt::format("{}, protocol {}", status->version.text(), status->version.protocol));
     printField("Root", rootPath());
     printField("Library", library);
     if (status && status->serves) {
@@ -116,6 +131,10 @@ Result<ExitCode> showStatus(const Options &options) {
         printJSON(describe(status, paths.folder()));
     else
         printStatus(status, paths.folder());
+    if (status && isOlder(status->version))
+        advise(fmt::format(
+            "the daemon is older than this command, which is of version {}: wickerlane daemon restart",
+            PeerVersion::own().text()));
     if (status && !status->serves)
         return passOn(status->serves);
     return ExitCode::success;

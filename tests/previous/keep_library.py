@@ -2,8 +2,8 @@
 
     keep_library.py HOARDD COMMAND LIBRARY PICTURES KEPT-FOLDER
 
-HOARDD is that of the release, COMMAND and LIBRARY are today's, PICTURES is fuzz/corpus/media_input. KEPT-FOLDER is made.
-PYTHONPATH has python/.
+HOARDD is that of the release, COMMAND and LIBRARY are today's, PICTURES is fuzz/corpus/media_input. KEPT-FOLDER is
+made. PYTHONPATH has python/.
 """
 
 import os

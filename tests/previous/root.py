@@ -28,7 +28,8 @@ class Root:
         self.folder = folder
         self.media = folder / 'var/mobile/Media'
         self.store = self.media / 'PhotoData/Pixhold.sqlite'
-        self.environment = {**os.environ, 'WICKERLANE_ROOT': str(folder), 'WICKERLANE_SERVICES': str(folder / 'services')}
+        self.environment = {**os.environ, 'WICKERLANE_ROOT': str(folder),
+                            'WICKERLANE_SERVICES': str(folder / 'services')}
         self.served_by(hoardd)
 
     def served_by(self, hoardd: pathlib.Path) -> None:

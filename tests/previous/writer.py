@@ -38,7 +38,7 @@ class Writer(threading.Thread):
         while True:
             try:
                 return str(self.library.save(picture, name='one.gif', unless_present=True).uuid)
-            except (self.errors.Ending, self.errors.Busy) as refusal:
+            except (self.errors.Ending, self.errors.Busy, self.errors.QueueFull) as refusal:
                 self.refusals.append(str(refusal))
                 assert time.monotonic() < deadline, refusal
                 time.sleep(0.01)
