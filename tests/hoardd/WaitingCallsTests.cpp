@@ -18,6 +18,7 @@ class Peer final : public MessagePeer {
 public:
     Peer(uid_t user, pid_t process) : caller{user, 0, process, 0, {}} {}
     [[nodiscard]] const PeerIdentity &identity() const noexcept override { return caller; }
+    [[nodiscard]] PeerVersion version() const noexcept override { return PeerVersion::own(); }
     [[nodiscard]] bool isAlive() const noexcept override { return true; }
     [[nodiscard]] bool isConnected() override { return true; }
     void send(MessageDictionary * /*message*/) override {}

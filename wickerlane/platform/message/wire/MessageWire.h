@@ -5,11 +5,11 @@
 // UTF-8 and is followed by a NUL that its length does not count, so that a receiver reads it in place.
 //
 //   frame      u32 length of the body; u16 mark; u8 kind; u8 number of descriptors; u64 id
-//     hello       the listener's first frame: u32 version of these rules. The id has the PeerVersion. A
-//     client
-//                 sends nothing before it has come, so that nothing is lost to a service that dies, or ends,
-//                 while a client stands in its queue. Then its own first frame is a hello, too, unless the id
-//                 was 0: a listener of 0.9 has none, and takes none. More may follow the version one day.
+//     hello       the listener's first frame: u32 version of these rules. The id has the PeerVersion.
+//                 A client sends nothing before it has come, so that nothing is lost to a service that dies,
+//                 or ends, while a client stands in its queue. Then its own first frame is a hello, too,
+//                 unless the id was 0: a listener of 0.9 has none, and takes none. More may follow the
+//                 version one day.
 //     refusal     the listener's first and only frame: no connection for this client, and why: an error.
 //     message     either way: a dictionary's contents. Wants no reply; id 0. With the id of a request that
 //                 the client has sent: that is cancelled. The dictionary is then empty.
