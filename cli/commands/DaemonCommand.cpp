@@ -12,6 +12,7 @@
 #include <charconv>
 #include <csignal>
 #include <cstring>
+#include <vector>
 
 #include "cli/DaemonRequests.h"
 #include "cli/FileFailures.h"
@@ -21,11 +22,14 @@
 #include "cli/Subcommands.h"
 #include "cli/Texts.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
+#include "wickerlane/platform/consent/ConsentRules.h"
 #include "wickerlane/platform/file/FileLock.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/message/service/ServiceSocket.h"
+#include "wickerlane/platform/preferences/PreferenceFile.h"
 #include "wickerlane/protocol/ServiceName.h"
 #include "wickerlane/store/LibraryPaths.h"
+#include "wickerlane/util/identity/JXProcessIdentity.h"
 
 namespace wickerlane::cli {
 namespace {
@@ -85,8 +89,26 @@ bool isOlder(const PeerVersion &daemon) {
     return std::pair(daemon.release, daemon.protocol) < std::pair(own.release, own.protocol);
 }
 
-JSON describe(const std::optional<Status> &status, const std::string &library) {
-    JSON described = {{"running", status.has_value()}, {"root", rootPath()}, {"library", library}};
+/// What is where, below the root: by its name in JSON and for people.
+struct Place {
+    const char *key, *label;
+    std::string path;
+};
+
+std::vector<Place> places() {
+    return {{"root", "Root", rootPath()},
+            {"library", "Library", store::LibraryPaths().folder()},
+            {"store", "Store", store::LibraryPaths().database()},
+            {"socket", "Socket", ServiceSocket(WickerlaneGatekeeperName).path()},
+            {"log", "Log", daemonLogPath()},
+            {"preferences", "Preferences", PreferenceFile::pathOf(JXHoarddPreferencesDomain)},
+            {"consent", "Consent", consentPath()}};
+}
+
+JSON describe(const std::optional<Status> &status) {
+    JSON described = {{"running", status.has_value()}};
+    for (const Place &each : places())
+        described[each.key] = each.path;
     if (status) {
         described["version"] = status->version.text();
         described["protocol"] = status->version.protocol;
@@ -102,7 +124,7 @@ JSON describe(const std::optional<Status> &status, const std::string &library) {
     return described;
 }
 
-void printStatus(const std::optional<Status> &status, const std::string &library) {
+void printStatus(const std::optional<Status> &status) {
     printField("Daemon", !status                ? "not running; it starts when it is needed, or with --start"
                          : !status->serves      ? "running, but it refuses"
                          : status->process == 0 ? "running"
@@ -110,8 +132,8 @@ void printStatus(const std::optional<Status> &status, const std::string &library
     if (status)
         printField("Version",
                    fmt::format("{}, protocol {}", status->version.text(), status->version.protocol));
-    printField("Root", rootPath());
-    printField("Library", library);
+    for (const Place &each : places())
+        printField(each.label, each.path);
     if (status && status->serves) {
         printField("Model", fmt::format("version {}", status->modelVersion));
         printField("Access", status->access ? "granted" : "refused: " + status->access.error().text);
@@ -119,22 +141,21 @@ void printStatus(const std::optional<Status> &status, const std::string &library
 }
 
 Result<ExitCode> showStatus(const Options &options) {
-    const store::LibraryPaths paths;
     std::optional<Status> status;
     if (options.start || listens()) {
-        auto asked = askStatus(paths.lock());
+        auto asked = askStatus(store::LibraryPaths().lock());
         if (!asked)
             return passOn(asked);
         status = std::move(*asked);
     }
     if (options.json)
-        printJSON(describe(status, paths.folder()));
+        printJSON(describe(status));
     else
-        printStatus(status, paths.folder());
+        printStatus(status);
     if (status && isOlder(status->version))
-        advise(fmt::format(
-            "the daemon is older than this command, which is of version {}: wickerlane daemon restart",
-            PeerVersion::own().text()));
+        advise(localized("the daemon is older than this command, which is of version {}: "
+                         "wickerlane daemon restart",
+                         PeerVersion::own().text()));
     if (status && !status->serves)
         return passOn(status->serves);
     return ExitCode::success;
@@ -251,6 +272,9 @@ Result<ExitCode> showLog(const LogOptions &options) {
         if (UniqueFd next = openFile(path, O_RDONLY); next && fstat(file.get(), &here) == 0 &&
                                                       fstat(next.get(), &there) == 0 &&
                                                       here.st_ino != there.st_ino) {
+            // What came into the old one last.
+            if (const auto rest = printLines(file.get(), *place); !rest)
+                return passOn(rest);
             file = std::move(next);
             place = 0;
         }
@@ -262,8 +286,11 @@ Result<ExitCode> showLog(const LogOptions &options) {
 
 void setUpDaemon(Command command) {
     command.requireSubcommand();
-    const auto status =
-        command.addSubcommand("status", "Say whether the daemon runs for this library, and what it answers");
+    command.footer("Examples:\n"
+                   "  wickerlane daemon status\n"
+                   "  wickerlane daemon restart");
+    const auto status = command.addSubcommand(
+        "status", "Say whether the daemon runs for this library, what it answers, and where things are");
     status.footer("Example:\n  wickerlane daemon status --start");
     Options &options = status.runs(showStatus);
     status.addFlag("--start", options.start, "Start the daemon if it is not running");

@@ -109,6 +109,9 @@ TEST_F(Commands, TheDaemonIsStoppedRestartedAndRead) {
     const auto first = process();
     EXPECT_EQ(run({"daemon", "restart"}).exitCode, 0);
     EXPECT_NE(process(), first);
+    const auto status = run({"daemon", "status", "--json"}).json();
+    for (const char *there : {"root", "library", "store", "socket", "log"})
+        EXPECT_TRUE(fs::exists(status[there].get<std::string>())) << status[there];
     EXPECT_EQ(run({"daemon", "stop"}).exitCode, 0);
     EXPECT_FALSE(run({"daemon", "status", "--json"}).json()["running"]);
     const fs::path log = folder.parent_path() / "var/log/wickerlane/org.wickerlane.hoardd.Gatekeeper.log";
@@ -120,6 +123,11 @@ TEST_F(Commands, TheDaemonIsStoppedRestartedAndRead) {
     ASSERT_TRUE(waitUntil([&] { return catchesInterrupts(following.process()); }));
     std::ofstream(log, std::ios::app) << "four\n";
     ASSERT_TRUE(waitUntil([&] { return following.output() == "four\n" || !following.isRunning(); }));
+    std::ofstream(log, std::ios::app) << "five\n";
+    fs::rename(log, log.parent_path() / "org.wickerlane.hoardd.Gatekeeper.1.log");
+    std::ofstream(log) << "six\n";
+    ASSERT_TRUE(waitUntil([&] { return following.output().ends_with("six\n") || !following.isRunning(); }));
+    EXPECT_EQ(following.output(), "four\nfive\nsix\n");
     kill(following.process(), SIGINT);
     EXPECT_EQ(following.wait().exitCode, 130);
 }

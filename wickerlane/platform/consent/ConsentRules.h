@@ -49,7 +49,7 @@ struct WL_EXPORT ConsentRules {
 /// Replaces the file. False, with errno, on failure.
 [[nodiscard]] bool writeConsentRules(const ConsentRules &rules);
 /// Where the rules of the current root are kept.
-[[nodiscard]] std::string consentPath();
+[[nodiscard]] WL_EXPORT std::string consentPath();
 /// Why the file does not count, as a text for people; empty when it does or when there is none. As long as it
 /// doesn't, there are no rules.
 [[nodiscard]] WL_EXPORT std::string whyConsentIgnored();

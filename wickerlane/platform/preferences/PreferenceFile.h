@@ -16,7 +16,7 @@ namespace wickerlane {
 class PreferenceFile {
 public:
     /// The path of a domain's file; empty for a name that is no domain.
-    [[nodiscard]] static std::string pathOf(std::string_view domain);
+    [[nodiscard]] WL_EXPORT static std::string pathOf(std::string_view domain);
 
     /// The domain's dictionary, read again when the file has changed; empty for a file that is missing or
     /// damaged. Never null.

@@ -73,7 +73,7 @@ sockaddr_un ServiceSocket::address() const {
     // An address holds no more than 107 characters; a longer path is reached through the folder's descriptor.
     sockaddr_un result{};
     result.sun_family = AF_UNIX;
-    std::string path = folder + '/' + name;
+    std::string path = this->path();
     if (path.size() >= sizeof result.sun_path)
         path = "/proc/self/fd/" + std::to_string(folderDescriptor.get()) + '/' + name;
     path.copy(result.sun_path, sizeof result.sun_path - 1);

@@ -24,6 +24,8 @@ public:
     /// `name` must be a service's name. Makes the folder when it is missing.
     explicit ServiceSocket(std::string_view name);
 
+    /// Where it is, whether or not any process listens.
+    [[nodiscard]] std::string path() const { return folder + '/' + name; }
     /// No descriptor, and errno, when no process listens.
     [[nodiscard]] UniqueFd connect() const;
     /// Binds and listens, in place of a socket on which no process listens any more. The caller holds the
