@@ -75,7 +75,8 @@ void setUpRestore(Command command) {
         "After you have copied the library's folder back from a backup, with its store or without:\n"
         "  wickerlane restore update     makes assets of all files, with their old UUIDs\n"
         "  wickerlane restore finish     makes the albums again\n\n"
-        "`wickerlane restore cleanup` also makes assets of files that you put into DCIM by hand.");
+        "`wickerlane restore cleanup` also makes assets of files that you put into DCIM by hand.\n\n"
+        "Example:\n  wickerlane restore status");
     const auto status = command.addSubcommand("status", "Say whether a restore is in progress");
     status.addFlag("--json", status.runs(showStatus).json, "Write JSON");
     const auto addStep = [&](const char *name, const char *help, Step step) {

@@ -78,6 +78,7 @@ Result<ExitCode> showSizes(const Options &options) {
 } // namespace
 
 void setUpSizes(Command command) {
+    command.footer("Example:\n  wickerlane sizes --json");
     Options &options = command.runs(showSizes);
     command.addFlag("--json", options.json, "Write JSON, in bytes");
 }

@@ -31,7 +31,8 @@ Result<ExitCode> stream(const Options &options) {
 } // namespace
 
 void setUpStream(Command command) {
-    command.footer("There is no server: a stream is kept in the library alone.");
+    command.footer("There is no server: a stream is kept in the library alone.\n\n"
+                   "Example:\n  wickerlane stream dunes-2019");
     Options &options = command.runs(stream);
     command.addOption("STREAM", options.streamID, "ID of the stream").required().notEmpty();
 }

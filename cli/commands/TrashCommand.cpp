@@ -142,6 +142,10 @@ Result<ExitCode> emptyTrash(const EmptyOptions &options) {
 
 void setUpTrash(Command command) {
     command.requireSubcommand();
+    command.footer("Examples:\n"
+                   "  wickerlane trash list\n"
+                   "  wickerlane trash restore 7F3D0A52\n"
+                   "  wickerlane trash empty --yes");
 
     const Command list = command.addSubcommand("list", "List what is in the trash, the latest first");
     ListOptions &listing = list.runs(listTrash);

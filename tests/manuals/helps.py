@@ -1,0 +1,35 @@
+"""What `wickerlane help` says."""
+
+import os
+import re
+import subprocess
+from collections.abc import Iterator
+
+ENGLISH = {**{name: value for name, value in os.environ.items() if name != 'LANGUAGE'}, 'LC_ALL': 'C'}
+
+
+def help_of(command: str, words: list[str]) -> str:
+    return subprocess.run([command, 'help', *words], check=True, capture_output=True, encoding='utf-8',
+                          env=ENGLISH).stdout
+
+
+def subcommands(text: str) -> list[str]:
+    """Those under headings that are not of options, arguments or examples: a name, many blanks, a summary."""
+    return re.findall(r'^  ([a-z][a-z-]*) {8,}[A-Z]', text, re.MULTILINE)
+
+
+def helps(command: str) -> Iterator[tuple[str, str]]:
+    """The name of each subcommand, with its help and that of what it has itself."""
+    top = help_of(command, [])
+    names = subcommands(top)
+    assert len(names) > 30, names
+    for name in names:
+        text = help_of(command, [name])
+        yield name, '\n'.join([text, *(help_of(command, [name, part]) for part in subcommands(text))])
+
+
+def examples(text: str) -> list[str]:
+    lines: list[str] = []
+    for block in re.findall(r'^Examples?:\n((?:  .*\n)+)', text, re.MULTILINE):
+        lines += [line.strip() for line in block.splitlines()]
+    return list(dict.fromkeys(lines))
