@@ -29,7 +29,7 @@ class Root:
         self.media = folder / 'var/mobile/Media'
         self.store = self.media / 'PhotoData/Pixhold.sqlite'
         self.environment = {**os.environ, 'WICKERLANE_ROOT': str(folder),
-                            'WICKERLANE_SERVICES': str(folder / 'services')}
+                            'WICKERLANE_SERVICES': str(folder / 'services'), 'LC_ALL': 'C.UTF-8', 'LANGUAGE': ''}
         self.served_by(hoardd)
 
     def served_by(self, hoardd: pathlib.Path) -> None:

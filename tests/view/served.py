@@ -20,7 +20,7 @@ class ServedLibrary:
         self.services = self.root / 'services'
         self.services.mkdir(parents=True)
         self.environment = {**os.environ, 'WICKERLANE_ROOT': str(self.root), 'WICKERLANE_SERVICES': str(self.services),
-                            'WICKERLANE_VIEW_FILES': str(PAGE), 'LC_ALL': 'C.UTF-8'}
+                            'WICKERLANE_VIEW_FILES': str(PAGE), 'LC_ALL': 'C.UTF-8', 'LANGUAGE': ''}
         self.describe_service()
 
     def describe_service(self) -> None:

@@ -24,7 +24,7 @@ class Library:
         self.copies = folder / 'copies' # where files are put while they are saved
         self.copies.mkdir()
         self.environment = {**os.environ, 'WICKERLANE_ROOT': str(self.root), 'WICKERLANE_SERVICES': str(services),
-                            'TMPDIR': str(self.copies)}
+                            'TMPDIR': str(self.copies), 'LC_ALL': 'C.UTF-8', 'LANGUAGE': ''}
         arguments = ['--idle-seconds', '300', '--analyze-after', '0']
         (services / 'org.wickerlane.hoardd.Gatekeeper.plist').write_bytes(
             plistlib.dumps({'Program': HOARDD, 'Arguments': arguments}))
