@@ -71,8 +71,11 @@ with tempfile.TemporaryDirectory() as made:
             if unit.has_option('Service', 'ExecStart'): # which is installed elsewhere
                 text = text.replace(f'ExecStart={unit["Service"]["ExecStart"]}', f'ExecStart={HOARDD}')
             (copies / name).write_text(text)
-        verified = analyze(f'--{scope}', '--man=no', 'verify', copies / 'hoardd.socket', copies / 'hoardd.service')
-        if verified.returncode != 0 or verified.stderr:
+        # It also complains of units of others that it meets.
+        verified = analyze(f'--{scope}', '--man=no', '--recursive-errors=no', 'verify', copies / 'hoardd.socket',
+                           copies / 'hoardd.service')
+        complaints = [line for line in verified.stderr.splitlines() if 'hoardd' in line]
+        if verified.returncode != 0 or complaints:
             faults.append(f'{scope}: systemd-analyze verify: {verified.stderr}')
 
         service = copies / 'hoardd.service'
