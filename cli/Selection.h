@@ -62,7 +62,7 @@ Result<SelectedAssets> select(const Selection &selection);
 Result<ExitCode> printDryRun(std::span<const std::string> uuids, const std::string &summary,
                              const Assets &trashed = {});
 
-/// What people are told of a change.
+/// The texts that a change shows.
 struct ChangeTexts {
     std::string doing; ///< While it is under way: "removing".
     /// "2 assets would be removed from Dunes".
