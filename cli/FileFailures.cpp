@@ -9,42 +9,39 @@
 namespace wickerlane::cli {
 namespace {
 
-Failure failFile(std::string text, std::string path, int error) {
-    Problem problem = systemProblem("", std::move(path), error);
-    problem.text = std::move(text);
+/// `say` makes the text of why the call has failed. It may change errno.
+template <class Say>
+Failure failCall(const std::string &path, const Say &say) {
+    const int error = errno;
+    Problem problem = systemProblem("", path, error);
+    problem.text = say(std::strerror(error));
     return fail(std::move(problem));
 }
 
 } // namespace
 
 Failure failToRead(const std::string &path) {
-    const int error = errno;
-    return failFile(localized("can't read {}: {}", path, std::strerror(error)), path, error);
+    return failCall(path, [&](const char *why) { return localized("can't read {}: {}", path, why); });
 }
 
 Failure failToWrite(const std::string &path) {
-    const int error = errno;
-    return failFile(localized("can't write {}: {}", path, std::strerror(error)), path, error);
+    return failCall(path, [&](const char *why) { return localized("can't write {}: {}", path, why); });
 }
 
 Failure failToMake(const std::string &path) {
-    const int error = errno;
-    return failFile(localized("can't make {}: {}", path, std::strerror(error)), path, error);
+    return failCall(path, [&](const char *why) { return localized("can't make {}: {}", path, why); });
 }
 
 Failure failToLock(const std::string &path) {
-    const int error = errno;
-    return failFile(localized("can't lock {}: {}", path, std::strerror(error)), path, error);
+    return failCall(path, [&](const char *why) { return localized("can't lock {}: {}", path, why); });
 }
 
 Failure failToMove(const std::string &path) {
-    const int error = errno;
-    return failFile(localized("can't move {}: {}", path, std::strerror(error)), path, error);
+    return failCall(path, [&](const char *why) { return localized("can't move {}: {}", path, why); });
 }
 
 Failure failToRemove(const std::string &path) {
-    const int error = errno;
-    return failFile(localized("can't remove {}: {}", path, std::strerror(error)), path, error);
+    return failCall(path, [&](const char *why) { return localized("can't remove {}: {}", path, why); });
 }
 
 } // namespace wickerlane::cli
