@@ -174,9 +174,9 @@ Ref<Array> textsOf(std::span<const std::string> texts) {
 namespace {
 
 /// Asks the daemon now and then how far it is with a request of this connection, and shows that.
-class WorkShown {
+class DaemonProgress {
 public:
-    explicit WorkShown(Progress *wanted)
+    explicit DaemonProgress(Progress *wanted)
         : progress(wanted != nullptr && wanted->isShown() ? wanted : nullptr) {}
 
     /// Whether anything is shown.
@@ -221,7 +221,7 @@ Result<client::Reply> answerUnlessInterrupted(const client::Request &request, Pr
                               answer.give(reply);
                               interruptSemaphore().signal();
                           });
-    WorkShown shown(progress);
+    DaemonProgress shown(progress);
     for (;;) {
         if (auto given = answer.takeIfGiven())
             return *std::move(given);
