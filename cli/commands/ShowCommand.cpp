@@ -2,6 +2,8 @@
 #include <algorithm>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
+#include <optional>
+#include <span>
 #include <utility>
 
 #include "cli/AssetDescription.h"
@@ -104,39 +106,46 @@ JSON describeCompanion(const CompanionRecord &companion) {
 struct Shown {
     Ref<ManagedAsset> asset;
     EditedRendition rendition;
-    Companions companions;
+    std::optional<CompanionRecord> companion;
 };
-
-Result<Shown> look(const std::string &uuid) {
-    auto asset = askForAsset(uuid);
-    if (!asset)
-        return passOn(asset);
-    auto rendition =
-        orLastError(JXGatekeeperClient::sharedInstance()->renditionOfAsset((*asset)->assetURL()));
-    if (!rendition)
-        return passOn(rendition);
-    auto companions = askForCompanions({&*asset, 1});
-    if (!companions)
-        return passOn(companions);
-    return Shown{*std::move(asset), *std::move(rendition), *std::move(companions)};
-}
 
 JSON describeShown(const Shown &shown) {
     JSON described = describe(*shown.asset);
     if (shown.rendition.file)
         described["edited"] = {{"file", shown.rendition.file->fileSystemPath()},
                                {"properties", describeProperties(shown.rendition)}};
-    for (const auto &[uuid, companion] : shown.companions)
-        described["companion"] = describeCompanion(companion);
+    if (shown.companion)
+        described["companion"] = describeCompanion(*shown.companion);
     return described;
 }
 
 void printShown(const Shown &shown) {
     printFields(*shown.asset);
-    for (const auto &[uuid, companion] : shown.companions)
-        printCompanion(companion);
+    if (shown.companion)
+        printCompanion(*shown.companion);
     if (shown.rendition.file)
         printEdit(shown.rendition);
+}
+
+/// Calls `use` with each of the assets, which fit into one request.
+Result<> forEachShown(std::span<const std::string> uuids, const Handler<void(const Shown &)> &use) {
+    auto assets = askForAssets(uuids);
+    if (!assets)
+        return passOn(assets);
+    std::erase_if(*assets, [](const Ref<ManagedAsset> &each) { return !each; }); // gone meanwhile
+    const auto companions = askForCompanions(*assets);
+    if (!companions)
+        return passOn(companions);
+    for (const Ref<ManagedAsset> &asset : *assets) {
+        auto rendition =
+            orLastError(JXGatekeeperClient::sharedInstance()->renditionOfAsset(asset->assetURL()));
+        if (!rendition)
+            return passOn(rendition);
+        const auto found = companions->find(asset->record().uuid);
+        use({asset, *std::move(rendition),
+             found != companions->end() ? std::optional(found->second) : std::nullopt});
+    }
+    return {};
 }
 
 // A list of JSON is for what may be several, however many there are.
@@ -147,18 +156,20 @@ Result<ExitCode> show(const Options &options) {
     const bool isList = options.selection.isOpen() || options.selection.names.size() > 1;
     JSONList list;
     bool isFirst = true;
-    for (const std::string &uuid : selected->uuids) {
-        const auto shown = look(uuid);
-        if (!shown)
-            return passOn(shown);
+    const auto showOne = [&](const Shown &shown) {
         if (options.json) {
-            isList ? list.add(describeShown(*shown)) : printJSON(describeShown(*shown));
-            continue;
+            isList ? list.add(describeShown(shown)) : printJSON(describeShown(shown));
+            return;
         }
         if (!std::exchange(isFirst, false))
             print("");
-        printShown(*shown);
-    }
+        printShown(shown);
+    };
+    const auto all = forEachPart(std::span(selected->uuids), [&](std::span<const std::string> part) {
+        return forEachShown(part, showOne);
+    });
+    if (!all)
+        return passOn(all);
     if (options.json && isList)
         list.end();
     return selected->code;
