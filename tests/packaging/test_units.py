@@ -7,6 +7,7 @@ import configparser
 import json
 import os
 import pathlib
+import re
 import shutil
 import subprocess
 import sys
@@ -44,8 +45,10 @@ def read(unit: pathlib.Path) -> configparser.RawConfigParser:
 
 def exposure_of(unit: pathlib.Path, *options: str | pathlib.Path) -> float:
     result = analyze('security', '--offline=true', '--no-pager', *options, unit)
-    line = next(line for line in result.stdout.splitlines() if 'Overall exposure level' in line)
-    return float(line.split(':')[-1].split()[0])
+    # Such as "Overall exposure level for hoardd.service: 1.6 OK", and a smiley with a colon in it.
+    found = re.search(r'Overall exposure level for .*?: (\d+\.\d+) ', result.stdout)
+    assert found, result.stdout + result.stderr
+    return float(found[1])
 
 
 def policy_of_users(unit: pathlib.Path) -> pathlib.Path:
@@ -85,12 +88,13 @@ with tempfile.TemporaryDirectory() as made:
         if exposure > MOST_EXPOSURE:
             faults.append(f'{scope}: exposure {exposure}, more than {MOST_EXPOSURE}')
 
-        # The socket is where clients look for it below the root that the service is given.
+        # Clients look for the socket, or a link to it, below the root that the service is given.
         settings = read(service)['Service']
         root = settings['Environment'].removeprefix('WICKERLANE_ROOT=')
-        listens = read(copies / 'hoardd.socket')['Socket']['ListenStream']
-        if listens != f'{root}/var/run/wickerlane/services/{SERVICE}':
-            faults.append(f'{scope}: the socket {listens} is not below the root {root}')
+        socket = read(copies / 'hoardd.socket')['Socket']
+        found = socket.get('Symlinks', socket['ListenStream'])
+        if found != f'{root}/var/run/wickerlane/services/{SERVICE}':
+            faults.append(f'{scope}: the socket {found} is not below the root {root}')
         if settings['Type'] != 'notify':
             faults.append(f'{scope}: systemd does not wait until hoardd is ready')
         for key in settings:
