@@ -1,5 +1,6 @@
 #include "wickerlane/platform/logging/LKLogging.h"
 
+#include <endian.h>
 #include <gmock/gmock.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -10,6 +11,7 @@
 #include <array>
 #include <cerrno>
 #include <chrono>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 
@@ -82,6 +84,39 @@ void waitForNames(const std::vector<std::string> &expected) {
     while (namesInLogs() != expected && std::chrono::steady_clock::now() < deadline)
         poll(nullptr, 0, 1);
     ASSERT_EQ(namesInLogs(), expected);
+}
+
+UniqueFd boundSocket(const std::string &path) {
+    UniqueFd bound(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    EXPECT_EQ(bind(bound.get(), reinterpret_cast<const sockaddr *>(&address), sizeof address), 0);
+    return bound;
+}
+
+std::string receivedFrom(const UniqueFd &bound) {
+    char text[16384];
+    const ssize_t got = recv(bound.get(), text, sizeof text, 0);
+    return {text, static_cast<std::size_t>(std::max<ssize_t>(got, 0))};
+}
+
+/// Of what a journal gets: names and values, each value behind its length in eight bytes.
+std::vector<std::pair<std::string, std::string>> fieldsOf(std::string_view datagram) {
+    std::vector<std::pair<std::string, std::string>> fields;
+    while (!datagram.empty()) {
+        const std::size_t name = datagram.find('\n'), value = name + 1 + sizeof(std::uint64_t);
+        std::uint64_t length = 0;
+        if (value > datagram.size())
+            return {};
+        std::memcpy(&length, datagram.data() + name + 1, sizeof length);
+        length = le64toh(length);
+        if (datagram.size() < value + length + 1 || datagram[value + length] != '\n')
+            return {};
+        fields.emplace_back(datagram.substr(0, name), datagram.substr(value, length));
+        datagram.remove_prefix(value + length + 1);
+    }
+    return fields;
 }
 
 } // namespace
@@ -230,21 +265,37 @@ TEST_F(LKLogging, WhatIsNoFileOfOursIsNeverWritten) {
 TEST(SystemLog, SendsLinesOfALevelAndNeverWaits) {
     const std::string path = std::string(std::getenv("WICKERLANE_ROOT")) + "/log.socket";
     SystemLog client(path.c_str());
-    client.send(3, "no system log", 0);
-    const UniqueFd listener(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    path.copy(address.sun_path, sizeof address.sun_path - 1);
-    ASSERT_EQ(bind(listener.get(), reinterpret_cast<const sockaddr *>(&address), sizeof address), 0);
-    client.send(5, "hello", 1);
-    char text[16384];
-    ssize_t got = recv(listener.get(), text, sizeof text, 0);
-    ASSERT_GT(got, 0);
-    EXPECT_THAT(std::string(text, static_cast<std::size_t>(got)),
+    client.send({.level = 3, .text = "no system log", .seconds = 0});
+    const UniqueFd listener = boundSocket(path);
+    client.send({.level = 5, .text = "hello", .seconds = 1, .facility = "not for syslog"});
+    EXPECT_THAT(receivedFrom(listener),
                 testing::MatchesRegex("<13>[A-Z][a-z]{2} [ 0-9]{2} [0-9:]{8} [^ ]+\\[[0-9]+\\]: hello"));
+    const std::string longer(20'000, 'x');
     for (int line = 0; line < 10'000; ++line)
-        client.send(5, std::string(20'000, 'x'), 1);
-    got = recv(listener.get(), text, sizeof text, 0);
-    EXPECT_GT(got, 8000);
-    EXPECT_LT(got, 8200);
+        client.send({.level = 5, .text = longer, .seconds = 1});
+    const std::size_t got = receivedFrom(listener).size();
+    EXPECT_GT(got, 8000U);
+    EXPECT_LT(got, 8200U);
+}
+
+TEST(SystemLog, GivesAJournalItsFields) {
+    const std::string path = std::string(std::getenv("WICKERLANE_ROOT")) + "/journal.socket";
+    const UniqueFd listener = boundSocket(path);
+    SystemLog client(path.c_str(), SystemLog::Form::journal);
+    client.send({.level = 4,
+                 .text = "two\nPRIORITY=0",
+                 .facility = "Import",
+                 .file = "Import.cpp",
+                 .function = "save",
+                 .fileLine = 12});
+    using testing::Pair;
+    EXPECT_THAT(fieldsOf(receivedFrom(listener)),
+                testing::ElementsAre(Pair("MESSAGE", "two\nPRIORITY=0"), Pair("PRIORITY", "4"),
+                                     Pair("SYSLOG_FACILITY", "1"),
+                                     Pair("SYSLOG_IDENTIFIER", program_invocation_short_name),
+                                     Pair("WICKERLANE_FACILITY", "Import"), Pair("CODE_FILE", "Import.cpp"),
+                                     Pair("CODE_FUNC", "save"), Pair("CODE_LINE", "12")));
+    // Where no field is known, none is sent.
+    client.send({.text = "bare"});
+    EXPECT_THAT(receivedFrom(listener), testing::Not(testing::HasSubstr("CODE_")));
 }

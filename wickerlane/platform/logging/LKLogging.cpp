@@ -1,6 +1,7 @@
 #include "wickerlane/platform/logging/LKLogging.h"
 
 #include <syslog.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -160,6 +161,18 @@ bool isPlainText(std::string_view text) {
     return std::ranges::all_of(text, [](char c) { return (c >= ' ' && c < '\x7f') || c == '\t'; });
 }
 
+SystemLog &systemLog() {
+    static constexpr const char *journal = "/run/systemd/journal/socket";
+    static const bool hasJournal = access(journal, W_OK) == 0;
+    static NeverDestroyed<SystemLog> client(hasJournal ? journal : "/dev/log",
+                                            hasJournal ? SystemLog::Form::journal : SystemLog::Form::syslog);
+    return *client;
+}
+
+std::string_view textOrNone(const char *text) {
+    return text == nullptr ? std::string_view() : text;
+}
+
 void writeToConsole(const LKLogEntry &entry, const Configuration &configuration) {
     const std::string line =
         configuration.consoleFormat ? (*configuration.consoleFormat)(entry) : std::string(entry.message);
@@ -168,8 +181,13 @@ void writeToConsole(const LKLogEntry &entry, const Configuration &configuration)
     const int level =
         configuration.usesRealLevels ? std::clamp(entry.level, LOG_EMERG, LOG_DEBUG) : LOG_NOTICE;
     if (usesOwnClient.load(std::memory_order_relaxed)) {
-        static NeverDestroyed<SystemLog> client("/dev/log");
-        client->send(level, line, entry.timestamp.tv_sec);
+        systemLog().send({.level = level,
+                          .text = line,
+                          .seconds = entry.timestamp.tv_sec,
+                          .facility = entry.facilityName->utf8(),
+                          .file = textOrNone(entry.file),
+                          .function = textOrNone(entry.function),
+                          .fileLine = entry.line});
     } else {
         ::syslog(LOG_USER | level, "%s", line.c_str());
     }

@@ -11,20 +11,35 @@
 
 namespace wickerlane {
 
+struct SystemLogLine {
+    int level = 6; ///< From 0 to 7.
+    std::string_view text{};
+    std::int64_t seconds = 0; ///< Since 1970.
+    // For a journal alone; left out when empty.
+    std::string_view facility{}; ///< WICKERLANE_FACILITY in the journal.
+    std::string_view file{}, function{};
+    long fileLine = 0;
+};
+
 /// Sends lines to the socket of the system log. Thread-safe.
 class WL_EXPORT SystemLog {
 public:
-    /// `socketPath` is shorter than 108 bytes and lives as long as the object.
-    explicit SystemLog(const char *socketPath) noexcept : path(socketPath) {}
+    /// How a line is written: as syslog(3) does, or in the fields of systemd's journal.
+    enum class Form : std::uint8_t { syslog, journal };
 
-    /// Sends one line of a level from 0 to 7. Dropped when there is no system log, or when the system log
-    /// does not read; cut at 8,000 bytes. `seconds` since 1970.
-    void send(int level, std::string_view line, std::int64_t seconds);
+    /// `socketPath` is shorter than 108 bytes and lives as long as the object.
+    explicit SystemLog(const char *socketPath, Form writtenAs = Form::syslog) noexcept
+        : path(socketPath), form(writtenAs) {}
+
+    /// Sends one line. Dropped when there is no system log, or when the system log does not read; its text is
+    /// cut at 8,000 bytes.
+    void send(const SystemLogLine &line);
 
 private:
     [[nodiscard]] bool connectAt(std::int64_t seconds) WL_REQUIRES(mutex);
 
     const char *path;
+    const Form form;
     Mutex mutex;
     UniqueFd socket WL_GUARDED_BY(mutex);
     std::int64_t failedAt WL_GUARDED_BY(mutex) = -1;
