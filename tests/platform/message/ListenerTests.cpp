@@ -249,6 +249,51 @@ TEST(Listener, WorksBelowARootOfAnyLength) {
     EXPECT_EQ(numberOf(connect()->sendWithReplySync(numbered(1).get()).get()), 1);
 }
 
+// In a user's own root the socket is a link to one that lives as long as the user's login.
+TEST(Listener, ListensInTheUsersRuntimeFolder) {
+    const std::string data = rootPath(), runtime = data + "/run";
+    ASSERT_TRUE(makeFolders(runtime));
+    setenv("XDG_DATA_HOME", data.c_str(), 1);
+    setenv("XDG_RUNTIME_DIR", runtime.c_str(), 1);
+    const std::string inRuntime = runtime + "/wickerlane/services/" + serviceName;
+    const struct {
+        const char *root;
+        mode_t mode;
+        bool isInRuntime;
+    } cases[] = {{"/wickerlane", 0700, true}, {"/wickerlane", 0750, false}, {"/other", 0700, false}};
+    for (const auto &[root, mode, isInRuntime] : cases) {
+        setenv("WICKERLANE_ROOT", (data + root).c_str(), 1);
+        ASSERT_EQ(chmod(runtime.c_str(), mode), 0);
+        const std::string inRoot = data + root + "/var/run/wickerlane/services/" + serviceName;
+        const auto listener = listen(echo);
+        EXPECT_EQ(ServiceSocket(serviceName).path(), isInRuntime ? inRuntime : inRoot) << root << mode;
+        struct stat status {};
+        ASSERT_EQ(stat(inRoot.c_str(), &status), 0) << root << mode;
+        EXPECT_EQ(status.st_mode, S_IFSOCK | 0600U) << root << mode;
+        EXPECT_EQ(numberOf(connect()->sendWithReplySync(numbered(1).get()).get()), 1) << root << mode;
+        // The environment of a client may say nothing of the login.
+        unsetenv("XDG_RUNTIME_DIR");
+        EXPECT_EQ(numberOf(connect()->sendWithReplySync(numbered(1).get()).get()), 1) << root << mode;
+        listener->cancel();
+        EXPECT_TRUE(waitUntil([&] { return lstat(inRoot.c_str(), &status) != 0; })) << root << mode;
+        EXPECT_NE(lstat(inRuntime.c_str(), &status), 0) << root << mode;
+        setenv("XDG_RUNTIME_DIR", runtime.c_str(), 1);
+    }
+}
+
+// A service manager that listens there need not leave a link.
+TEST(Listener, IsFoundInTheUsersRuntimeFolderWithoutALink) {
+    const std::string data = rootPath(), runtime = data + "/run";
+    ASSERT_TRUE(makeFolders(runtime));
+    setenv("XDG_DATA_HOME", data.c_str(), 1);
+    setenv("XDG_RUNTIME_DIR", runtime.c_str(), 1);
+    setenv("WICKERLANE_ROOT", (data + "/wickerlane").c_str(), 1);
+    const auto listener = listen(echo);
+    ASSERT_EQ(unlink(pathUnderRoot(std::string("/var/run/wickerlane/services/") + serviceName).c_str()), 0);
+    EXPECT_EQ(numberOf(connect()->sendWithReplySync(numbered(1).get()).get()), 1);
+    EXPECT_EQ(MessageListener::create(serviceName, nullptr, echo, {}), nullptr);
+}
+
 TEST(Listener, AndItsClientsTellEachOtherTheirVersions) {
     const PeerVersion silent{};
     const PeerVersion later{.protocol = 70, .release = {3, 11, 2}};

@@ -73,17 +73,28 @@ private:
     std::string path;
 };
 
+std::string usersOwnRoot() {
+    std::string data = environment("XDG_DATA_HOME");
+    if (!data.starts_with('/')) // relative ones are to be ignored
+        data = absolute(homeFolder()) + "/.local/share";
+    return absolute(data + "/wickerlane");
+}
+
 } // namespace
 
 std::string rootPath() {
     if (std::string chosen = environment("WICKERLANE_ROOT"); !chosen.empty())
         return absolute(std::move(chosen));
-    if (access("/etc/wickerlane/device", F_OK) == 0)
-        return "/";
-    std::string data = environment("XDG_DATA_HOME");
-    if (!data.starts_with('/')) // relative ones are to be ignored
-        data = absolute(homeFolder()) + "/.local/share";
-    return absolute(data + "/wickerlane");
+    return access("/etc/wickerlane/device", F_OK) == 0 ? "/" : usersOwnRoot();
+}
+
+std::string runtimeFolder() {
+    std::string folder = environment("XDG_RUNTIME_DIR");
+    struct stat status {};
+    if (!folder.starts_with('/') || rootPath() != usersOwnRoot() || lstat(folder.c_str(), &status) != 0 ||
+        !S_ISDIR(status.st_mode) || status.st_uid != geteuid() || (status.st_mode & (S_IRWXG | S_IRWXO)) != 0)
+        return {};
+    return folder;
 }
 
 std::string pathUnderRoot(std::string_view systemPath) {

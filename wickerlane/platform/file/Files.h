@@ -20,6 +20,9 @@ namespace wickerlane {
 /// (XDG_DATA_HOME, or ~/.local/share). Absolute, without a trailing slash but for "/". Read on every
 /// call: the environment may be changed only while no other thread calls into the system.
 WL_EXPORT std::string rootPath();
+/// Where the user's login session keeps its sockets, `$XDG_RUNTIME_DIR`, if the root is the one in the user's
+/// own data folder. Empty when it is another root, or there is no such folder that the user alone may enter.
+std::string runtimeFolder();
 
 /// A path of the system, such as "/var/mobile", as it is in the file system: below the root.
 WL_EXPORT std::string pathUnderRoot(std::string_view systemPath);

@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
+#include <utility>
 
 #include "wickerlane/platform/file/FileLock.h"
 #include "wickerlane/platform/file/Files.h"
@@ -46,6 +48,10 @@ void setMode(const char *systemPath, mode_t mode, mode_t kept) {
         chmod(folder.c_str(), after);
 }
 
+UniqueFd openFolder(const std::string &path) {
+    return UniqueFd(open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+}
+
 } // namespace
 
 bool isServiceName(std::string_view name) noexcept {
@@ -56,8 +62,8 @@ bool isServiceName(std::string_view name) noexcept {
 }
 
 ServiceSocket::ServiceSocket(std::string_view serviceName)
-    : name(serviceName), folder(pathUnderRoot("/var/run/wickerlane/services")) {
-    if (!makeFolders(folder)) {
+    : name(serviceName), rooted{.path = pathUnderRoot("/var/run/wickerlane/services"), .descriptor = {}} {
+    if (!makeFolders(rooted.path)) {
         folderError = errno;
         return;
     }
@@ -66,28 +72,50 @@ ServiceSocket::ServiceSocket(std::string_view serviceName)
         setMode(above, modes.above, ALLPERMS);
     for (const char *ours : {"/var/run/wickerlane", "/var/run/wickerlane/services"})
         setMode(ours, modes.folder, 0);
-    folderDescriptor.reset(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    rooted.descriptor = openFolder(rooted.path);
+    if (const std::string runtime = runtimeFolder(); !runtime.empty()) {
+        session.path = runtime + "/wickerlane/services";
+        if (makeFolders(session.path))
+            session.descriptor = openFolder(session.path);
+    }
 }
 
-sockaddr_un ServiceSocket::address() const {
+std::string ServiceSocket::path() const {
+    const std::string inRoot = rooted.path + '/' + name;
+    std::error_code failure;
+    const auto linked = std::filesystem::read_symlink(inRoot, failure);
+    if (!failure)
+        return linked;
+    return session.descriptor && access(inRoot.c_str(), F_OK) != 0 ? session.path + '/' + name : inRoot;
+}
+
+sockaddr_un ServiceSocket::addressIn(const Folder &folder) const {
     // An address holds no more than 107 characters; a longer path is reached through the folder's descriptor.
     sockaddr_un result{};
     result.sun_family = AF_UNIX;
-    std::string path = this->path();
+    std::string path = folder.path + '/' + name;
     if (path.size() >= sizeof result.sun_path)
-        path = "/proc/self/fd/" + std::to_string(folderDescriptor.get()) + '/' + name;
+        path = "/proc/self/fd/" + std::to_string(folder.descriptor.get()) + '/' + name;
     path.copy(result.sun_path, sizeof result.sun_path - 1);
     return result;
 }
 
 UniqueFd ServiceSocket::connect() const {
+    UniqueFd fd = connectIn(rooted);
+    // A service manager may listen there and have left no link.
+    if (!fd && session.descriptor && (errno == ENOENT || errno == ECONNREFUSED))
+        fd = connectIn(session);
+    return fd;
+}
+
+UniqueFd ServiceSocket::connectIn(const Folder &folder) const {
     UniqueFd fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     if (!fd)
         return {};
     // Limits the wait for room in the queue of a service that accepts no client.
     const timeval limit{.tv_sec = MessageLimits::startTime.count() / 1000, .tv_usec = 0};
     setsockopt(fd.get(), SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
-    const sockaddr_un to = address();
+    const sockaddr_un to = addressIn(folder);
     if (retryInterrupted(
             [&] { return ::connect(fd.get(), reinterpret_cast<const sockaddr *>(&to), sizeof to); }) != 0)
         return {};
@@ -97,23 +125,45 @@ UniqueFd ServiceSocket::connect() const {
 }
 
 UniqueFd ServiceSocket::listen() const {
+    remove();
+    UniqueFd fd = listenInSession();
+    return fd ? std::move(fd) : listenIn(rooted);
+}
+
+UniqueFd ServiceSocket::listenInSession() const {
+    UniqueFd fd = session.descriptor ? listenIn(session) : UniqueFd();
+    const std::string made = session.path + '/' + name;
+    if (fd && symlinkat(made.c_str(), rooted.descriptor.get(), name.c_str()) != 0) {
+        unlinkat(session.descriptor.get(), name.c_str(), 0);
+        fd.reset();
+    }
+    return fd;
+}
+
+UniqueFd ServiceSocket::listenIn(const Folder &folder) const {
     UniqueFd fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     if (!fd)
         return {};
-    remove();
-    const sockaddr_un to = address();
+    const sockaddr_un to = addressIn(folder);
     // Before it is bound it may be too narrow, by the umask, and never too wide.
     const mode_t mode = modesBelowRoot().socket;
     if (fchmod(fd.get(), mode) != 0)
         return {};
     if (bind(fd.get(), reinterpret_cast<const sockaddr *>(&to), sizeof to) != 0 ||
-        fchmodat(folderDescriptor.get(), name.c_str(), mode, 0) != 0 || ::listen(fd.get(), SOMAXCONN) != 0)
+        fchmodat(folder.descriptor.get(), name.c_str(), mode, 0) != 0 || ::listen(fd.get(), SOMAXCONN) != 0)
         return {};
     return fd;
 }
 
 void ServiceSocket::remove() const {
-    unlinkat(folderDescriptor.get(), name.c_str(), 0);
+    // Who made it may have had another runtime folder.
+    std::error_code failure;
+    const auto linked = std::filesystem::read_symlink(rooted.path + '/' + name, failure);
+    if (linked.filename() == name)
+        unlink(linked.c_str());
+    for (const Folder *each : {&session, &rooted})
+        if (each->descriptor)
+            unlinkat(each->descriptor.get(), name.c_str(), 0);
 }
 
 UniqueFd ServiceSocket::lock() const {
@@ -122,7 +172,7 @@ UniqueFd ServiceSocket::lock() const {
         return {};
     }
     const std::string file = '.' + name + ".lock";
-    UniqueFd fd = openFile(folder + '/' + file, O_RDWR | O_CREAT);
+    UniqueFd fd = openFile(rooted.path + '/' + file, O_RDWR | O_CREAT);
     if (fd && !lockFile(fd.get(), FileLock::exclusive))
         fd.reset();
     return fd;

@@ -16,16 +16,18 @@ namespace wickerlane {
 /// Whether a text can be a service's name: a file name of at most 80 bytes that does not begin with a dot.
 [[nodiscard]] bool isServiceName(std::string_view name) noexcept;
 
-/// The socket of one service in the root's run-time folder. Only the owner may enter it and connect; on a
-/// device (where the root has the file /etc/wickerlane/device) every user may, through folders above it that
-/// others may enter but not list. The root may have a path of any length.
+/// The socket of one service. Clients look for it in the root's run-time folder, where its lock is. The
+/// socket of a user's own root is made in the runtime folder of the user's login (see runtimeFolder()), if
+/// there is one, and a link to it is left in the root's. Only the owner may enter and connect; on a device
+/// (where the root has the file /etc/wickerlane/device) every user may, through folders above it that others
+/// may enter but not list. The root may have a path of any length.
 class WL_EXPORT ServiceSocket {
 public:
-    /// `name` must be a service's name. Makes the folder when it is missing.
+    /// `name` must be a service's name. Makes the root's folder when it is missing.
     explicit ServiceSocket(std::string_view name);
 
-    /// Where it is, whether or not any process listens.
-    [[nodiscard]] std::string path() const { return folder + '/' + name; }
+    /// Where it is, or would be made when there is none; whether or not any process listens.
+    [[nodiscard]] std::string path() const;
     /// No descriptor, and errno, when no process listens.
     [[nodiscard]] UniqueFd connect() const;
     /// Binds and listens, in place of a socket on which no process listens any more. The caller holds the
@@ -38,11 +40,20 @@ public:
     [[nodiscard]] UniqueFd lock() const;
 
 private:
-    [[nodiscard]] sockaddr_un address() const;
+    struct Folder {
+        std::string path;
+        UniqueFd descriptor; ///< None when it could not be made, or there is none of its kind.
+    };
+
+    [[nodiscard]] sockaddr_un addressIn(const Folder &folder) const;
+    [[nodiscard]] UniqueFd connectIn(const Folder &folder) const;
+    [[nodiscard]] UniqueFd listenIn(const Folder &folder) const;
+    [[nodiscard]] UniqueFd listenInSession() const;
+
     std::string name;
-    std::string folder;
-    int folderError = 0; ///< Why it could not be made.
-    UniqueFd folderDescriptor;
+    Folder rooted;       ///< Below the root.
+    Folder session;      ///< In the user's runtime folder.
+    int folderError = 0; ///< Why the root's could not be made.
 };
 
 } // namespace wickerlane
