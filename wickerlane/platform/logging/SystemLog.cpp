@@ -3,7 +3,6 @@
 #include <endian.h>
 #include <sys/socket.h>
 #include <sys/un.h>
-#include <syslog.h>
 
 #include <cerrno>
 #include <cstring>

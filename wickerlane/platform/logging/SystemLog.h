@@ -2,6 +2,8 @@
 #ifndef WICKERLANE_PLATFORM_LOGGING_SYSTEMLOG_H
 #define WICKERLANE_PLATFORM_LOGGING_SYSTEMLOG_H
 
+#include <syslog.h>
+
 #include <cstdint>
 #include <string_view>
 
@@ -11,14 +13,15 @@
 
 namespace wickerlane {
 
+/// A line for the system log. It borrows its texts.
 struct SystemLogLine {
-    int level = 6; ///< From 0 to 7.
+    int level = LOG_INFO; ///< From LOG_EMERG, 0, to LOG_DEBUG, 7.
     std::string_view text{};
-    std::int64_t seconds = 0; ///< Since 1970.
-    // For a journal alone; left out when empty.
-    std::string_view facility{}; ///< WICKERLANE_FACILITY in the journal.
-    std::string_view file{}, function{};
-    long fileLine = 0;
+    std::int64_t seconds = 0; ///< When it was logged, since 1970.
+    // Sent to a journal alone, and only if they are known.
+    std::string_view facility{};         ///< The subject, as WICKERLANE_FACILITY.
+    std::string_view file{}, function{}; ///< The place in the source, as CODE_FILE and CODE_FUNC.
+    long fileLine = 0;                   ///< As CODE_LINE; not known when 0.
 };
 
 /// Sends lines to the socket of the system log. Thread-safe.
