@@ -28,6 +28,15 @@ MATCHER_P2(isError, text, kind, "") {
     return error != nullptr && error->text() == text && error->errorKind() == static_cast<std::int64_t>(kind);
 }
 
+/// Makes the root the user's data folder, with a runtime folder in it, which is returned.
+std::string chooseUserFolders() {
+    const std::string data = rootPath(), runtime = data + "/run";
+    EXPECT_TRUE(makeFolders(runtime));
+    setenv("XDG_DATA_HOME", data.c_str(), 1);
+    setenv("XDG_RUNTIME_DIR", runtime.c_str(), 1);
+    return runtime;
+}
+
 } // namespace
 
 TEST(Listener, RefusesTheClientThatIsOneTooMany) {
@@ -251,10 +260,7 @@ TEST(Listener, WorksBelowARootOfAnyLength) {
 
 // In a user's own root the socket is a link to one that lives as long as the user's login.
 TEST(Listener, ListensInTheUsersRuntimeFolder) {
-    const std::string data = rootPath(), runtime = data + "/run";
-    ASSERT_TRUE(makeFolders(runtime));
-    setenv("XDG_DATA_HOME", data.c_str(), 1);
-    setenv("XDG_RUNTIME_DIR", runtime.c_str(), 1);
+    const std::string data = rootPath(), runtime = chooseUserFolders();
     const std::string inRuntime = runtime + "/wickerlane/services/" + serviceName;
     const struct {
         const char *root;
@@ -283,11 +289,9 @@ TEST(Listener, ListensInTheUsersRuntimeFolder) {
 
 // A service manager that listens there need not leave a link.
 TEST(Listener, IsFoundInTheUsersRuntimeFolderWithoutALink) {
-    const std::string data = rootPath(), runtime = data + "/run";
-    ASSERT_TRUE(makeFolders(runtime));
-    setenv("XDG_DATA_HOME", data.c_str(), 1);
-    setenv("XDG_RUNTIME_DIR", runtime.c_str(), 1);
-    setenv("WICKERLANE_ROOT", (data + "/wickerlane").c_str(), 1);
+    const std::string root = rootPath() + "/wickerlane";
+    chooseUserFolders();
+    setenv("WICKERLANE_ROOT", root.c_str(), 1);
     const auto listener = listen(echo);
     ASSERT_EQ(unlink(pathUnderRoot(std::string("/var/run/wickerlane/services/") + serviceName).c_str()), 0);
     EXPECT_EQ(numberOf(connect()->sendWithReplySync(numbered(1).get()).get()), 1);

@@ -80,12 +80,15 @@ ServiceSocket::ServiceSocket(std::string_view serviceName)
     }
 }
 
-std::string ServiceSocket::path() const {
-    const std::string inRoot = rooted.path + '/' + name;
+std::string ServiceSocket::linked() const {
     std::error_code failure;
-    const auto linked = std::filesystem::read_symlink(inRoot, failure);
-    if (!failure)
-        return linked;
+    return std::filesystem::read_symlink(rooted.path + '/' + name, failure);
+}
+
+std::string ServiceSocket::path() const {
+    if (std::string elsewhere = linked(); !elsewhere.empty())
+        return elsewhere;
+    const std::string inRoot = rooted.path + '/' + name;
     return session.descriptor && access(inRoot.c_str(), F_OK) != 0 ? session.path + '/' + name : inRoot;
 }
 
@@ -156,11 +159,9 @@ UniqueFd ServiceSocket::listenIn(const Folder &folder) const {
 }
 
 void ServiceSocket::remove() const {
-    // Who made it may have had another runtime folder.
-    std::error_code failure;
-    const auto linked = std::filesystem::read_symlink(rooted.path + '/' + name, failure);
-    if (linked.filename() == name)
-        unlink(linked.c_str());
+    // The process that made it may have had another runtime folder.
+    if (const std::string elsewhere = linked(); elsewhere.ends_with('/' + name))
+        unlink(elsewhere.c_str());
     for (const Folder *each : {&session, &rooted})
         if (each->descriptor)
             unlinkat(each->descriptor.get(), name.c_str(), 0);

@@ -45,6 +45,8 @@ private:
         UniqueFd descriptor; ///< None when it could not be made, or there is none of its kind.
     };
 
+    /// What the link in the root's folder names; empty when there is none.
+    [[nodiscard]] std::string linked() const;
     [[nodiscard]] sockaddr_un addressIn(const Folder &folder) const;
     [[nodiscard]] UniqueFd connectIn(const Folder &folder) const;
     [[nodiscard]] UniqueFd listenIn(const Folder &folder) const;
