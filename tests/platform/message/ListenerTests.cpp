@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <sys/un.h>
 
+#include <filesystem>
 #include <thread>
 
 #include "RawSocket.h"
@@ -285,6 +286,24 @@ TEST(Listener, ListensInTheUsersRuntimeFolder) {
         EXPECT_NE(lstat(inRuntime.c_str(), &status), 0) << root << mode;
         setenv("XDG_RUNTIME_DIR", runtime.c_str(), 1);
     }
+}
+
+// Clients that are connected keep a service alive when the login, and with it the folder, has ended.
+TEST(Listener, GoesOnBelowTheRootWhenTheRuntimeFolderIsRemoved) {
+    const std::string data = rootPath(), runtime = chooseUserFolders();
+    setenv("WICKERLANE_ROOT", (data + "/wickerlane").c_str(), 1);
+    const std::string inRoot = data + "/wickerlane/var/run/wickerlane/services/" + serviceName;
+    const auto listener = listen(echo);
+    const auto before = connect();
+    ASSERT_EQ(numberOf(before->sendWithReplySync(numbered(1).get()).get()), 1);
+    ASSERT_TRUE(std::filesystem::is_symlink(inRoot));
+    std::filesystem::remove_all(runtime);
+    ASSERT_TRUE(
+        waitUntil([&] { return std::filesystem::is_socket(std::filesystem::symlink_status(inRoot)); }));
+    EXPECT_EQ(numberOf(connect()->sendWithReplySync(numbered(2).get()).get()), 2);
+    EXPECT_EQ(numberOf(before->sendWithReplySync(numbered(3).get()).get()), 3);
+    listener->cancel();
+    EXPECT_FALSE(std::filesystem::exists(std::filesystem::symlink_status(inRoot)));
 }
 
 // A service manager that listens there need not leave a link.

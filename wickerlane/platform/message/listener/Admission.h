@@ -45,7 +45,7 @@ private:
     const MessageLimits &limits;
     const PeerVersion version;
     UniqueFd spare;               // given up to refuse a client when no descriptor is left
-    std::uint64_t lastNumber = 1; // the smaller ones are the listener's own
+    std::uint64_t lastNumber = 2; // the smaller ones are the listener's own
 
     Mutex mutex;
     Handler<bool(MessagePeer *)> peerHandler WL_GUARDED_BY(mutex);

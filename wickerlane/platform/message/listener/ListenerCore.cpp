@@ -4,7 +4,10 @@
 #include <poll.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
+#include <sys/inotify.h>
+#include <unistd.h>
 
+#include <filesystem>
 #include <system_error>
 
 #include "wickerlane/platform/object/ReleaseScope.h"
@@ -16,6 +19,7 @@ namespace {
 // What epoll reports besides peers, whose numbers are greater.
 constexpr std::uint64_t listeningNumber = 0;
 constexpr std::uint64_t wakeNumber = 1;
+constexpr std::uint64_t removalNumber = 2;
 
 bool watchInput(int poller, int descriptor, std::uint64_t number) {
     epoll_event event{.events = EPOLLIN, .data = {.u64 = number}};
@@ -118,6 +122,8 @@ void ListenerCore::runPosted() {
 void ListenerCore::run() {
     const ServiceSocket place(name);
     idleSince = Clock::now();
+    if (!managed)
+        watchLinked(place);
     const End end = serve(place);
     if (end == End::cancelled) {
         const UniqueFd lock = place.lock();
@@ -144,6 +150,8 @@ ListenerCore::End ListenerCore::serve(const ServiceSocket &place) {
                 admission.acceptAll(listening.get());
             else if (number == wakeNumber)
                 runPosted();
+            else if (number == removalNumber)
+                listenAgainIfRemoved(place);
             else if (const Ref<ListenerPeer> peer = intake.find(number); peer != nullptr)
                 intake.onReady(peer, events[i].events);
         }
@@ -177,6 +185,34 @@ int ListenerCore::timeToWait() const {
         return -1;
     const auto wait = std::chrono::ceil<std::chrono::milliseconds>(*next - Clock::now());
     return static_cast<int>(std::max<std::chrono::milliseconds::rep>(wait.count(), 0));
+}
+
+// A runtime folder goes with the end of the login, which a client that stays connected may outlive.
+void ListenerCore::watchLinked(const ServiceSocket &place) {
+    const std::string folder = std::filesystem::path(place.linked()).parent_path();
+    if (folder.empty())
+        return;
+    removals.reset(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
+    if (!removals || inotify_add_watch(removals.get(), folder.c_str(), IN_DELETE | IN_MOVED_FROM) < 0 ||
+        !watchInput(intake.poller.get(), removals.get(), removalNumber))
+        removals.reset();
+}
+
+// Below the root, even where there is a runtime folder still: it may be about to be removed.
+void ListenerCore::listenAgainIfRemoved(const ServiceSocket &place) {
+    char events[4096];
+    while (read(removals.get(), events, sizeof events) > 0) {
+    }
+    const UniqueFd lock = place.lock();
+    if (!lock || access(place.linked().c_str(), F_OK) == 0 || place.connect())
+        return;
+    removals.reset();
+    UniqueFd below = place.listenBelowRoot();
+    if (!below || fcntl(below.get(), F_SETFL, O_NONBLOCK) != 0 ||
+        !watchInput(intake.poller.get(), below.get(), listeningNumber))
+        return;
+    admission.acceptAll(listening.get()); // those who came before
+    listening = std::move(below);
 }
 
 // Ending

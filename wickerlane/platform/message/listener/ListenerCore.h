@@ -45,6 +45,8 @@ private:
     void run();
     [[nodiscard]] End serve(const ServiceSocket &place);
     void finish() WL_EXCLUDES(mutex);
+    void watchLinked(const ServiceSocket &place);
+    void listenAgainIfRemoved(const ServiceSocket &place);
     [[nodiscard]] bool isCancelled() WL_EXCLUDES(mutex);
     void runPosted() WL_EXCLUDES(mutex);
     [[nodiscard]] int timeToWait() const;
@@ -60,6 +62,7 @@ private:
 
     // Of the intake thread.
     UniqueFd listening;
+    UniqueFd removals; // of the socket in the user's runtime folder; none when it is below the root
     PeerIntake intake;
     Admission admission;
     Clock::time_point idleSince{};

@@ -133,6 +133,11 @@ UniqueFd ServiceSocket::listen() const {
     return fd ? std::move(fd) : listenIn(rooted);
 }
 
+UniqueFd ServiceSocket::listenBelowRoot() const {
+    remove();
+    return listenIn(rooted);
+}
+
 UniqueFd ServiceSocket::listenInSession() const {
     UniqueFd fd = session.descriptor ? listenIn(session) : UniqueFd();
     const std::string made = session.path + '/' + name;

@@ -30,9 +30,14 @@ public:
     [[nodiscard]] std::string path() const;
     /// No descriptor, and errno, when no process listens.
     [[nodiscard]] UniqueFd connect() const;
+    /// What the link in the root's folder names: the socket in a user's runtime folder. Empty when there is
+    /// none.
+    [[nodiscard]] std::string linked() const;
     /// Binds and listens, in place of a socket on which no process listens any more. The caller holds the
     /// lock.
     [[nodiscard]] UniqueFd listen() const;
+    /// The same, in the root's folder: the one in the runtime folder was removed.
+    [[nodiscard]] UniqueFd listenBelowRoot() const;
     /// Removes the name. The caller holds the lock.
     void remove() const;
     /// Excludes other processes from starting or ending the service as long as the descriptor is open. No
@@ -45,8 +50,6 @@ private:
         UniqueFd descriptor; ///< None when it could not be made, or there is none of its kind.
     };
 
-    /// What the link in the root's folder names; empty when there is none.
-    [[nodiscard]] std::string linked() const;
     [[nodiscard]] sockaddr_un addressIn(const Folder &folder) const;
     [[nodiscard]] UniqueFd connectIn(const Folder &folder) const;
     [[nodiscard]] UniqueFd listenIn(const Folder &folder) const;
