@@ -31,6 +31,8 @@
 #include "wickerlane/store/LibraryPaths.h"
 #include "wickerlane/util/identity/JXProcessIdentity.h"
 
+using namespace std::string_view_literals;
+
 namespace wickerlane::cli {
 namespace {
 
@@ -52,6 +54,20 @@ pid_t daemonProcess(const std::string &lockPath) {
     if (length > 0)
         std::from_chars(text, text + length, process);
     return process;
+}
+
+/// The command that shows the messages of a daemon which a service manager runs.
+std::string journalCommand() {
+    return rootPath() == "/" ? "journalctl -u hoardd.service" : "journalctl --user -u hoardd.service";
+}
+
+/// Whether a service manager has started the daemon, so that its messages go to the journal.
+bool isManaged(pid_t process) {
+    std::vector<std::byte> bytes;
+    if (process == 0 || !readFile(fmt::format("/proc/{}/environ", process), bytes, 1 << 20))
+        return rootPath() == "/"; // what is another's can't be read, and only a service manager starts it
+    const std::string_view variables(reinterpret_cast<const char *>(bytes.data()), bytes.size());
+    return variables.starts_with("NOTIFY_SOCKET=") || variables.find("\0NOTIFY_SOCKET="sv) != variables.npos;
 }
 
 /// Whether a daemon runs, also one that has not opened the library or can't. It is not started.
@@ -132,8 +148,9 @@ void printStatus(const std::optional<Status> &status) {
     if (status)
         printField("Version",
                    fmt::format("{}, protocol {}", status->version.text(), status->version.protocol));
+    const bool isInJournal = status && isManaged(status->process);
     for (const Place &each : places())
-        printField(each.label, each.path);
+        printField(each.label, each.key == "log"sv && isInJournal ? journalCommand() : each.path);
     if (status && status->serves) {
         printField("Model", fmt::format("version {}", status->modelVersion));
         printField("Access", status->access ? "granted" : "refused: " + status->access.error().text);
@@ -252,10 +269,17 @@ off_t beginOfLast(int file, std::uint64_t lines) {
 
 Result<ExitCode> showLog(const LogOptions &options) {
     using namespace std::chrono_literals;
+    if (isManaged(daemonProcess(store::LibraryPaths().lock())))
+        return fail(ProblemKind::notFound,
+                    localized("a service manager runs the daemon, and has its log: {}", journalCommand()));
     const std::string path = daemonLogPath();
     UniqueFd file = openFile(path, O_RDONLY);
+    if (!file && errno == ENOENT)
+        return fail(ProblemKind::notFound,
+                    localized("there is no log {}; if a service manager runs the daemon: {}", path,
+                              journalCommand()));
     if (!file)
-        return fail(ProblemKind::notFound, localized("there is no log {}: {}", path, std::strerror(errno)));
+        return failToRead(path);
     auto place = printLines(file.get(), beginOfLast(file.get(), options.lines));
     if (!options.follow || !place)
         return place.map([](off_t) { return ExitCode::success; });

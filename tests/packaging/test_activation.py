@@ -43,12 +43,20 @@ class Root:
     def notice(self) -> str:
         return self.notices.recv(1000).decode()
 
+    def run(self, *arguments: str | pathlib.Path) -> subprocess.CompletedProcess[str]:
+        return subprocess.run([COMMAND, '--root', self.folder, *arguments], stdin=subprocess.DEVNULL,
+                              stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, check=False,
+                              timeout=DEADLINE)
+
     def command(self, *arguments: str | pathlib.Path) -> str:
-        result = subprocess.run([COMMAND, '--root', self.folder, *arguments], stdin=subprocess.DEVNULL,
-                                stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, check=False,
-                                timeout=DEADLINE)
+        result = self.run(*arguments)
         assert result.returncode == 0, (arguments, result)
         return result.stdout
+
+    def refusal(self, *arguments: str | pathlib.Path) -> str:
+        result = self.run(*arguments)
+        assert result.returncode != 0, (arguments, result)
+        return result.stderr
 
     def daemon(self) -> int:
         return int((self.folder / 'var/mobile/Media/PhotoData/hoardd.lock').read_text())
@@ -96,6 +104,9 @@ def ends_when_told(root: Root) -> None:
     with root.activated(idle=0) as process:
         root.command('count')
         assert root.notice() == 'READY=1'
+        journal = 'journalctl --user -u hoardd.service'
+        assert journal in root.command('daemon', 'status'), 'its log is no file'
+        assert journal in root.refusal('daemon', 'log')
         process.send_signal(signal.SIGTERM)
         assert root.notice() == 'STOPPING=1'
         assert process.wait(DEADLINE) == 0
