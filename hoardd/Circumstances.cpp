@@ -7,7 +7,10 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -15,6 +18,7 @@
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/message/service/InheritedSocket.h"
 #include "wickerlane/platform/object/Paths.h"
+#include "wickerlane/platform/process/Capabilities.h"
 #include "wickerlane/platform/process/Circumstances.h"
 #include "wickerlane/store/LibraryPaths.h"
 
@@ -83,10 +87,8 @@ std::string whatStays() {
         stays.emplace_back("a scheduling policy other than the usual one");
     if (const std::string score = textOf("/proc/self/oom_score_adj"); !score.empty() && score != "0")
         stays.push_back("an adjustment of " + score + " for when memory runs out");
-    // A service manager has chosen the following for hoardd.
+    // A service manager has chosen the filter for hoardd.
     const bool isManaged = getenv("NOTIFY_SOCKET") != nullptr;
-    if (!isManaged && prctl(PR_GET_NO_NEW_PRIVS, 0, 0, 0, 0) == 1)
-        stays.emplace_back("no new privileges");
     if (!isManaged && prctl(PR_GET_SECCOMP) == 2)
         stays.emplace_back("a filter of system calls");
     if (const std::string group = clientsControlGroup(); !group.empty())
@@ -102,11 +104,14 @@ std::string whatStays() {
 void leaveCircumstancesOfStart() {
     occupyStandardDescriptors();
     leaveCircumstances();
-    prctl(PR_CAP_AMBIENT, PR_CAP_AMBIENT_CLEAR_ALL, 0, 0, 0);
     for (const Need &need : needs)
         sayIfTooLow(need);
     if (const std::string stays = whatStays(); !stays.empty())
         consoleLog("hoardd: what the process that started it had stays with it: %s", stays.c_str());
+    // Root's saves the files that root may read; programs of other users' clients are known by the other one.
+    constexpr std::uint64_t needed = 1ULL << CAP_DAC_READ_SEARCH | 1ULL << CAP_SYS_PTRACE;
+    if (!keepOnlyCapabilities(needed))
+        consoleLog("hoardd: it can't give up privileges that it does not need: %s", strerrordesc_np(errno));
 }
 
 std::string whyLibraryIsAnothers() {

@@ -7,7 +7,7 @@
 namespace wickerlane::hoardd {
 
 /// Leaves the circumstances of the process that started this one, before any thread starts, and says on the
-/// console which of them stay and make work fail or slow. Capabilities are not passed on to media workers.
+/// console which of them stay and make work fail or slow. Gives up the privileges that hoardd does not need.
 void leaveCircumstancesOfStart();
 
 /// Why root must not serve the library: it is that of another user, whose own hoardd could not use what root

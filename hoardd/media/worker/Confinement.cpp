@@ -18,6 +18,8 @@
 #include <csignal>
 #include <memory>
 
+#include "wickerlane/platform/process/Capabilities.h"
+
 // The sanitizers reserve terabytes of addresses for themselves.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 #define WORKER_LIMITS_MEMORY 0
@@ -146,7 +148,8 @@ std::uint64_t addressSpaceInUse() {
 
 std::uint32_t forbidFiles() {
     const long version = syscall(SYS_landlock_create_ruleset, nullptr, 0, LANDLOCK_CREATE_RULESET_VERSION);
-    if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 || version < 1)
+    static_cast<void>(keepOnlyCapabilities(0)); // without files they are worth little
+    if (prctl(PR_GET_NO_NEW_PRIVS, 0, 0, 0, 0) != 1 || version < 1)
         return 0;
     landlock_ruleset_attr rules{};
     rules.handled_access_fs = (LANDLOCK_ACCESS_FS_MAKE_SYM << 1) - 1; // all of the first version

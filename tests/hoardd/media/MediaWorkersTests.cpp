@@ -62,6 +62,7 @@ TEST(MediaWorkers, ConfinesWhatForksWorkersToo) {
         std::ifstream status("/proc/" + std::to_string(process) + "/status");
         const std::string text(std::istreambuf_iterator<char>(status), {});
         EXPECT_THAT(text, ::testing::HasSubstr("NoNewPrivs:\t1\n"));
+        EXPECT_THAT(text, ::testing::HasSubstr("CapPrm:\t0000000000000000\n"));
     }
 }
 
