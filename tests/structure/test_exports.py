@@ -1,4 +1,4 @@
-"""The library exports what applications may link to, and none of what it uses: test_exports.py LIBRARY"""
+"""The libraries export what applications may link to, and none of what they use: test_exports.py LIBRARY..."""
 
 import re
 import subprocess
@@ -8,11 +8,11 @@ import sys
 OURS = re.compile(r'(WL|RZ|JX|_{0,2}LK|k(LK|Bulletin)|Wickerlane)\w+|DVGetFloat32Answer'
                   r'|_Z(T[ISV]|Th\w+_)?(N[KR]*)?(10wickerlane|\d+_?(JX|LK))\w*')
 
-listed = subprocess.run(['nm', '-D', '--defined-only', sys.argv[1]], check=True, capture_output=True, text=True).stdout
-symbols = [line.split()[-1] for line in listed.splitlines()]
-names = [symbol.partition('@')[0] for symbol in symbols if not symbol.startswith('WICKERLANE_')]
-assert len(names) > 100, 'nm lists next to nothing'
-foreign = [name for name in names if not OURS.fullmatch(name)]
-assert not foreign, f'these are exported, too: {foreign}; wickerlane/exports.map says what may be'
-unversioned = [symbol for symbol in symbols if not symbol.startswith('WICKERLANE_') and '@@WICKERLANE_' not in symbol]
-assert not unversioned, f'these have no version: {unversioned}'
+for library in sys.argv[1:]:
+    listed = subprocess.run(['nm', '-D', '--defined-only', library], check=True, capture_output=True, text=True).stdout
+    symbols = [symbol for line in listed.splitlines() if not (symbol := line.split()[-1]).startswith('WICKERLANE_')]
+    assert len(symbols) > 5, f'nm lists next to nothing of {library}'
+    foreign = [symbol for symbol in symbols if not OURS.fullmatch(symbol.partition('@')[0])]
+    assert not foreign, f'{library} exports these, too: {foreign}; wickerlane/exports.map says what may be'
+    unversioned = [symbol for symbol in symbols if '@@WICKERLANE_' not in symbol]
+    assert not unversioned, f'these of {library} have no version: {unversioned}'
