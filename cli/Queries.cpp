@@ -205,14 +205,8 @@ Result<Assets> askForTrashed(std::span<const std::string> names) {
         else
             placesOfUUID[uuids[i]].push_back(i);
     std::vector<Assets> found(names.size());
-    TrashQuery query{.limit = entriesOfPage};
-    // Several may have another name than a UUID, so that all are looked at.
-    while (!placesOfUUID.empty() || !others.empty()) {
-        const ReleaseScope scope;
-        const auto page = orLastError(JXGatekeeperClient::sharedInstance()->trashMatchingQuery(query));
-        if (!page)
-            return passOn(page);
-        for (const TrashedAsset &each : page->assets) {
+    const auto take = [&](const TrashPage &page) -> Result<> {
+        for (const TrashedAsset &each : page.assets) {
             if (const auto places = placesOfUUID.extract(each.asset->record().uuid))
                 for (const std::size_t place : places.mapped())
                     found[place].push_back(each.asset);
@@ -220,10 +214,24 @@ Result<Assets> askForTrashed(std::span<const std::string> names) {
                 if (isCalled(*each.asset, names[place]))
                     found[place].push_back(each.asset);
         }
-        query.cursor = page->next;
-        if (query.cursor.empty())
-            break;
-    }
+        return {};
+    };
+    const auto read = [&](const TrashQuery &query) {
+        return forEachPage(query, &JXGatekeeperClient::trashMatchingQuery, take);
+    };
+    // Several may have another name than a UUID, so that all are looked at.
+    auto done = others.empty()
+                    ? forEachPart(std::span<const std::string>(uuids),
+                                  [&](std::span<const std::string> part) {
+                                      return read({.limit = entriesOfPage,
+                                                   .uuids = std::vector(part.begin(), part.end())});
+                                  })
+                    : read({.limit = entriesOfPage});
+    // The daemon of 0.9 gives all that is in the trash or nothing.
+    if (others.empty() && !done && done.error().kind == ProblemKind::invalid)
+        done = read({.limit = entriesOfPage});
+    if (!done)
+        return passOn(done);
     Assets assets(names.size());
     for (std::size_t i = 0; i < names.size(); ++i)
         if (found[i].size() > 1)

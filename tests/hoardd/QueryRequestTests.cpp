@@ -154,7 +154,28 @@ TEST_F(QueryRequests, GiveTheTrashInPages) {
     } while (!query.cursor.empty());
     EXPECT_EQ(found, (std::vector{saved[0], saved[1]})) << "the latest first";
     EXPECT_EQ(client->countOfAssets({}), 1U);
-    for (const TrashQuery &odd : {TrashQuery{.limit = 0}, TrashQuery{.cursor = "x"}}) {
+    const struct {
+        std::vector<std::string> uuids, found;
+    } named[] = {{{saved[1], saved[2], "x"}, {saved[1]}},
+                 {{saved[1], saved[0]}, {saved[0], saved[1]}},
+                 {{saved[2]}, {}},
+                 {{}, {}}};
+    for (const auto &[uuids, expected] : named) {
+        found.clear();
+        for (TrashQuery each{.limit = 1, .uuids = uuids};;) {
+            const auto page = client->trashMatchingQuery(each);
+            ASSERT_TRUE(page);
+            for (const TrashedAsset &trashed : page->assets)
+                found.push_back(trashed.asset->record().uuid);
+            each.cursor = page->next;
+            if (each.cursor.empty())
+                break;
+        }
+        EXPECT_EQ(found, expected);
+    }
+    const std::vector<std::string> tooMany(10'001, saved[0]);
+    for (const TrashQuery &odd :
+         {TrashQuery{.limit = 0}, TrashQuery{.cursor = "x"}, TrashQuery{.uuids = tooMany}}) {
         EXPECT_FALSE(client->trashMatchingQuery(odd));
         EXPECT_EQ(lastErrorCode(), static_cast<std::int64_t>(ProblemKind::invalid));
     }

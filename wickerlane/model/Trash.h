@@ -3,6 +3,7 @@
 #define WICKERLANE_MODEL_TRASH_H
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -28,6 +29,8 @@ struct TrashedAsset {
 struct TrashQuery {
     std::size_t limit = 500; ///< At most 10,000.
     std::string cursor{};    ///< The `next` of the page before; empty at the start.
+    /// Those of these UUIDs alone: at most 10,000.
+    std::optional<std::vector<std::string>> uuids{};
 };
 
 struct TrashPage {

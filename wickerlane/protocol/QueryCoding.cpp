@@ -137,6 +137,7 @@ constexpr QueryKey<DuplicatesQuery> duplicatesQueryKeys[] = {
 constexpr QueryKey<TrashQuery> trashQueryKeys[] = {
     keyOf<TrashQuery, &TrashQuery::limit>("limit"),
     keyOf<TrashQuery, &TrashQuery::cursor>("cursor"),
+    keyOf<TrashQuery, &TrashQuery::uuids>("uuids"),
 };
 
 template <class Query, std::size_t count>

@@ -131,11 +131,19 @@ bool areWithin(double limit, const Values &...values) {
     return ((std::abs(values.value_or(0)) <= limit) && ...);
 }
 
+Result<> checkSize(std::size_t limit, const std::optional<std::vector<std::string>> &uuids) {
+    constexpr std::size_t largestPage = 10'000;
+    if (limit == 0 || limit > largestPage)
+        return fail(ProblemKind::invalid, "a page may have 1 to 10000 assets");
+    if (uuids && uuids->size() > largestPage)
+        return fail(ProblemKind::invalid, "a filter may name up to 10000 assets");
+    return {};
+}
+
 Result<> check(const AssetQuery &query) {
     const AssetFilter &filter = query.filter;
-    constexpr std::size_t largestPage = 10'000;
-    if (query.limit == 0 || query.limit > largestPage)
-        return fail(ProblemKind::invalid, "a page may have 1 to 10000 assets");
+    if (auto sized = checkSize(query.limit, filter.uuids); !sized)
+        return sized;
     if (!areSetTogether(filter.south, filter.west, filter.north, filter.east))
         return fail(ProblemKind::invalid, "an area needs south, west, north and east");
     if (!areSetTogether(filter.nearLatitude, filter.nearLongitude, filter.radius))
@@ -149,8 +157,6 @@ Result<> check(const AssetQuery &query) {
         return fail(ProblemKind::invalid,
                     "a latitude is from -90 to 90 degrees, a longitude from -180 to 180, and "
                     "a radius not negative");
-    if (filter.uuids && filter.uuids->size() > largestPage)
-        return fail(ProblemKind::invalid, "a filter may name up to 10000 assets");
     if (filter.minRating && (*filter.minRating < 1 || *filter.minRating > maxRating))
         return fail(ProblemKind::invalid, "a rating is from 1 to 5");
     return {};
@@ -289,6 +295,22 @@ Result<std::vector<Selection>> selectionsFor(const AssetQuery &query, std::strin
     Selection other{source + others.text + ordering, values};
     other.values.push_back(cursor->value);
     return std::vector{std::move(equal), std::move(other)};
+}
+
+Result<Selection> selectionFor(const TrashQuery &query) {
+    if (const auto checked = checkSize(query.limit, query.uuids); !checked)
+        return passOn(checked);
+    Conditions conditions;
+    if (query.uuids)
+        conditions.addNarrow(std::string("uuid").append(isInUUIDList), uuidList(*query.uuids));
+    const std::string date = conditions.isNarrow ? "+datetrashed" : "datetrashed";
+    if (!query.cursor.empty()) {
+        const auto cursor = cursorIn<double>(query.cursor);
+        if (!cursor)
+            return fail(ProblemKind::invalid, "the cursor is none of these pages: begin without one");
+        conditions.add("(" + date + ", pk) < (?, ?)", cursor->value, cursor->number);
+    }
+    return Selection{conditions.text + " ORDER BY " + date + " DESC, pk DESC", std::move(conditions.values)};
 }
 
 bool isWanted(const AssetRecord &asset, const AssetFilter &filter) {

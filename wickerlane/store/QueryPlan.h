@@ -1,4 +1,4 @@
-// The SQL of an AssetQuery.
+// The SQL of an AssetQuery and a TrashQuery.
 #ifndef WICKERLANE_STORE_QUERYPLAN_H
 #define WICKERLANE_STORE_QUERYPLAN_H
 
@@ -10,6 +10,7 @@
 
 #include "wickerlane/model/AssetQuery.h"
 #include "wickerlane/model/Result.h"
+#include "wickerlane/model/Trash.h"
 #include "wickerlane/store/Sqlite.h"
 
 namespace wickerlane::store {
@@ -28,6 +29,10 @@ struct Selection {
 /// rows as there are. Fails with `invalid` when the query makes no sense.
 [[nodiscard]] WL_EXPORT Result<std::vector<Selection>> selectionsFor(const AssetQuery &query,
                                                                      std::string_view storeUUID);
+
+/// The rest of a statement that begins with `selectTrashedAssets`, which gives what a query asks for from its
+/// cursor on. Fails with `invalid` when the query makes no sense.
+[[nodiscard]] Result<Selection> selectionFor(const TrashQuery &query);
 
 /// Whether an asset is one that the filter asks for, as far as its selections don't say so.
 [[nodiscard]] bool isWanted(const AssetRecord &asset, const AssetFilter &filter);

@@ -359,12 +359,9 @@ Result<std::vector<TrashedAsset>> StoreReader::trash() {
 }
 
 Result<StoreReader::TrashedPage> StoreReader::trash(const TrashQuery &query) {
-    constexpr std::size_t largestPage = 10'000;
-    const auto cursor = cursorIn<double>(query.cursor);
-    if (query.limit == 0 || query.limit > largestPage)
-        return fail(ProblemKind::invalid, "a page may have 1 to 10000 assets");
-    if (!cursor && !query.cursor.empty())
-        return fail(ProblemKind::invalid, "the cursor is none of these pages: begin without one");
+    const auto selection = selectionFor(query);
+    if (!selection)
+        return passOn(selection);
     TrashedPage page;
     const auto takeRow = [&](const sqlite::Statement &row) {
         TrashedRecord record{readRecord(row), row.real(trashedDateColumn)};
@@ -378,13 +375,11 @@ Result<StoreReader::TrashedPage> StoreReader::trash(const TrashQuery &query) {
         page.records.push_back(std::move(record));
         return true;
     };
-    const std::string_view narrowing =
-        cursor ? "WHERE (datetrashed, pk) < (?, ?) ORDER BY datetrashed DESC, pk DESC"
-               : "ORDER BY datetrashed DESC, pk DESC";
-    const auto read = connection->with(selectTrashedAssets, narrowing, [&](sqlite::Statement &statement) {
-        return (cursor ? statement.bind(cursor->value, cursor->number) : statement.bind())
-            .forEachWhile(takeRow);
-    });
+    const auto read =
+        connection->with(selectTrashedAssets, selection->narrowing, [&](sqlite::Statement &statement) {
+            selection->bindTo(statement);
+            return statement.forEachWhile(takeRow);
+        });
     if (!read)
         return passOn(read);
     return page;
