@@ -25,6 +25,8 @@ struct Place {
     std::size_t positionals = 0;         ///< How many are there.
 };
 
+constexpr std::size_t maxAssets = 50, partOfUUID = 8;
+
 class Candidates {
 public:
     explicit Candidates(std::string begun) : beginning(std::move(begun)) {}
@@ -103,12 +105,12 @@ void addAlbums(const Candidates &candidates) {
 
 /// The beginnings of UUIDs, and names. Of many, the latest.
 void addAssets(const Candidates &candidates) {
-    constexpr std::size_t shown = 50, partOfUUID = 8, shortest = 4;
+    constexpr std::size_t shortest = 4;
     const auto store = openStore();
     if (store == nullptr)
         return;
     AssetQuery query{
-        .order = AssetOrder::added, .isDescending = true, .limit = shown, .fields = AssetFields::all};
+        .order = AssetOrder::added, .isDescending = true, .limit = maxAssets, .fields = AssetFields::all};
     const std::string &begun = candidates.begun();
     const auto add = [&](bool byName) {
         const auto page = store->page(query);
@@ -129,6 +131,22 @@ void addAssets(const Candidates &candidates) {
     if (begun.size() >= shortest) {
         query.filter = {.identity = begun};
         add(false);
+    }
+}
+
+/// The same of what was deleted last.
+void addTrashed(const Candidates &candidates) {
+    const auto store = openStore();
+    const auto page =
+        store != nullptr ? store->trash({.limit = maxAssets}) : Result<store::StoreReader::TrashedPage>();
+    if (!page)
+        return;
+    const std::string &begun = candidates.begun();
+    for (const auto &[asset, date] : page->records) {
+        candidates.add(std::string_view(asset.uuid).substr(0, std::max(partOfUUID, begun.size())),
+                       outsideName(asset));
+        if (!begun.empty())
+            candidates.add(outsideName(asset), createdText(asset));
     }
 }
 
@@ -162,6 +180,8 @@ void addValues(const Candidates &candidates, const CLI::Option &option) {
         option.get_positional() ? option.get_single_name() : type.substr(0, type.find_first_of(":{"));
     if (kind == "ALBUM")
         addAlbums(candidates);
+    else if (type == "TRASHED")
+        addTrashed(candidates);
     else if (kind == "ASSET" || kind == "ASSET...")
         addAssets(candidates);
     else if (kind == "FIELD,...")

@@ -14,12 +14,9 @@
 
 namespace wickerlane::cli {
 
-namespace {
-
-/// The names, with those on standard input in the place of "-".
-std::vector<std::string> namesIn(const Selection &selection) {
+std::vector<std::string> namesIn(const std::vector<std::string> &given) {
     std::vector<std::string> names;
-    for (const std::string &name : selection.names) {
+    for (const std::string &name : given) {
         if (name != "-") {
             names.push_back(name);
             continue;
@@ -30,12 +27,13 @@ std::vector<std::string> namesIn(const Selection &selection) {
     return names;
 }
 
-} // namespace
+Option addNames(const Command &command, std::vector<std::string> &names) {
+    return command.addOption("ASSET", names,
+                             fmt::format("{}; - reads them from standard input", namesOfAssets));
+}
 
 void addSelection(const Command &command, Selection &selection) {
-    const Option names = command.addOption(
-        "ASSET", selection.names, fmt::format("{}; - reads them from standard input", namesOfAssets));
-    addQueryOption(command, selection.query).excludes(names);
+    addQueryOption(command, selection.query).excludes(addNames(command, selection.names));
 }
 
 void addDryRun(const Command &command, Selection &selection) {
@@ -74,7 +72,7 @@ Result<FoundAssets> find(const Selection &selection) {
             return passOn(read);
         return found;
     }
-    const std::vector<std::string> names = namesIn(selection);
+    const std::vector<std::string> names = namesIn(selection.names);
     const auto assets = askForAssets(names);
     if (!assets)
         return passOn(assets);
@@ -84,6 +82,20 @@ Result<FoundAssets> find(const Selection &selection) {
             found.absent.push_back(names[i]);
         else if (known.insert((*assets)[i]->record().uuid).second)
             found.uuids.push_back((*assets)[i]->record().uuid);
+    return found;
+}
+
+Result<FoundTrash> findTrashed(std::span<const std::string> names) {
+    const auto assets = askForTrashed(names);
+    if (!assets)
+        return passOn(assets);
+    FoundTrash found;
+    std::set<std::string, std::less<>> known;
+    for (std::size_t i = 0; i < names.size(); ++i)
+        if ((*assets)[i] == nullptr)
+            found.absent.push_back(names[i]);
+        else if (known.insert((*assets)[i]->record().uuid).second)
+            found.assets.push_back((*assets)[i]);
     return found;
 }
 

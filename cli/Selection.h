@@ -33,12 +33,17 @@ struct Selection {
     }
 };
 
-/// ASSET... and --where.
+/// ASSET...
+Option addNames(const Command &command, std::vector<std::string> &names);
+/// The same and --where.
 void addSelection(const Command &command, Selection &selection);
 /// --dry-run.
 void addDryRun(const Command &command, Selection &selection);
 /// --yes.
 void addYes(const Command &command, bool &yes);
+
+/// The names, with those on standard input in the place of "-".
+[[nodiscard]] std::vector<std::string> namesIn(const std::vector<std::string> &given);
 
 /// What is in a text one a line, or each ended by a NUL.
 [[nodiscard]] std::vector<std::string> linesOf(const std::string &text);
@@ -50,7 +55,14 @@ struct FoundAssets {
 };
 Result<FoundAssets> find(const Selection &selection);
 
-/// The same with each absent name reported; then `code` is not success.
+/// What is in the trash by such names, each once, and the names that nothing in it has.
+struct FoundTrash {
+    Assets assets;
+    std::vector<std::string> absent;
+};
+Result<FoundTrash> findTrashed(std::span<const std::string> names);
+
+/// The assets that find() gives, with each absent name reported; then `code` is not success.
 struct SelectedAssets {
     std::vector<std::string> uuids;
     ExitCode code = ExitCode::success;

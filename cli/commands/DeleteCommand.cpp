@@ -1,6 +1,4 @@
 // wickerlane delete
-#include <set>
-
 #include "cli/Confirmation.h"
 #include "cli/DaemonRequests.h"
 #include "cli/Output.h"
@@ -38,17 +36,16 @@ Result<Found> findWhatToDelete(const Options &options) {
         return passOn(present);
     Found found;
     found.uuids = std::move(present->uuids);
-    const std::vector<std::string> &others = present->absent;
-    // What is deleted at once may be in the trash already.
-    const auto trashed = options.now && !others.empty() ? askForTrashed(others) : Assets(others.size());
-    if (!trashed)
-        return passOn(trashed);
-    std::set<std::string> known;
-    for (std::size_t i = 0; i < others.size(); ++i)
-        if ((*trashed)[i] == nullptr)
-            found.code = report(failToFindAsset(others[i]).value());
-        else if (known.insert((*trashed)[i]->record().uuid).second)
-            found.trashed.push_back((*trashed)[i]);
+    std::vector<std::string> absent = std::move(present->absent);
+    if (options.now && !absent.empty()) { // what is deleted at once may be in the trash already
+        auto trashed = findTrashed(absent);
+        if (!trashed)
+            return passOn(trashed);
+        found.trashed = std::move(trashed->assets);
+        absent = std::move(trashed->absent);
+    }
+    for (const std::string &name : absent)
+        found.code = report(failToFindAsset(name).value());
     return found;
 }
 

@@ -89,14 +89,12 @@ Result<ExitCode> restoreTrashed(const RestoreOptions &options) {
         if (!read)
             return passOn(read);
     } else {
-        const auto found = askForTrashed(options.assets);
+        auto found = findTrashed(namesIn(options.assets));
         if (!found)
             return passOn(found);
-        for (std::size_t i = 0; i < found->size(); ++i)
-            if ((*found)[i])
-                wanted.push_back((*found)[i]);
-            else
-                code = report(failToFindTrashed(options.assets[i]).value());
+        wanted = std::move(found->assets);
+        for (const std::string &name : found->absent)
+            code = report(failToFindTrashed(name).value());
     }
     if (code != ExitCode::success)
         return code; // before anything is restored
@@ -154,7 +152,7 @@ void setUpTrash(Command command) {
     const Command restore =
         command.addSubcommand("restore", "Take assets out of the trash, with their albums and edits");
     RestoreOptions &restoring = restore.runs(restoreTrashed);
-    restore.addOption("ASSET", restoring.assets, namesOfAssets);
+    addNames(restore, restoring.assets).typeName("TRASHED");
     restore.addFlag("--all", restoring.all, "Restore all that is in the trash");
 
     const Command empty =

@@ -63,6 +63,8 @@ TEST_F(Completion, AlbumsAndAssetsComeFromTheStoreAlone) {
     const std::string uuid = imported(file("beach.jpg", jpegPicture()));
     for (const char *album : {"Dunes", "Two words"})
         ASSERT_EQ(run({"album", "create", album}).exitCode, 0);
+    const std::string deleted = imported(file("dunes.png", pngPicture()));
+    ASSERT_EQ(run({"delete", "--yes", deleted}).exitCode, 0);
     endDaemon();
     const std::string begin = uuid.substr(0, 8);
     EXPECT_EQ(completed({"album", "show", ""}), (Words{"Dunes", "Two words"}));
@@ -70,6 +72,8 @@ TEST_F(Completion, AlbumsAndAssetsComeFromTheStoreAlone) {
     EXPECT_EQ(completed({"album", "add", "Dunes", ""}), Words{begin});
     EXPECT_EQ(completed({"show", "be"}), Words{"beach.jpg"});
     EXPECT_EQ(completed({"delete", "--now", uuid.substr(0, 5)}), Words{begin});
+    EXPECT_EQ(completed({"trash", "restore", ""}), Words{deleted.substr(0, 8)});
+    EXPECT_EQ(completed({"trash", "restore", "du"}), Words{"dunes.png"});
     EXPECT_EQ(completed({"--root", "/nonexistent", "show", ""}), Words{});
     EXPECT_EQ(inBash("wickerlane album show Tw"), Words{"Two\\ words"});
     EXPECT_EQ(inBash("wickerlane list --album = D"), Words{"Dunes"});

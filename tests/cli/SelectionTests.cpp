@@ -186,6 +186,32 @@ TEST_F(Selections, CommandsTakeWhatOthersHaveFound) {
     EXPECT_EQ(run({"export", "--all", jpeg, "--to", out.string()}).exitCode, 2);
 }
 
+TEST_F(Selections, WhatIsInTheTrashIsNamedAsWhatIsInTheLibrary) {
+    std::string lowerCase = png;
+    std::ranges::transform(lowerCase, lowerCase.begin(),
+                           [](unsigned char each) { return std::tolower(each); });
+    const struct {
+        std::string input, words, output;
+        int exitCode;
+    } cases[] = {
+        {jpeg + "\n" + lowerCase, "- " + jpeg, "2 assets restored\n", 0}, // each once
+        {beach + "\n" + png.substr(0, 8), "-", "2 assets restored\n", 0},
+        {png, "-", "1 asset restored\n", 0},
+        {"", "-", "0 assets restored\n", 0},
+        {jpeg + "\n" + absentUUID, "-", "", 4}, // nothing is restored then
+        {jpeg, "- --all", "", 2},
+    };
+    for (const auto &[input, words, output, exitCode] : cases) {
+        ASSERT_EQ(run({"delete", "--yes", "--where", "all"}).exitCode, 0);
+        const CommandResult result = runShell("printf '" + input + "' | $WL trash restore " + words);
+        EXPECT_EQ(result.exitCode, exitCode) << words << result;
+        EXPECT_EQ(result.output, output) << words << result;
+    }
+    EXPECT_EQ(runShell("printf '" + jpeg + "\n" + png + "\n" + jpeg + "' | $WL delete --now --yes -").output,
+              "2 assets deleted\n");
+    EXPECT_EQ(run({"trash", "list", "--json"}).json().size(), 0U);
+}
+
 TEST_F(Selections, EditedVersionsAreExportedWhereThereAreAny) {
     const std::string edit = file("edit.jpg", jpegOf(fourCorners(20, 30)));
     ASSERT_EQ(run({"preview", png, edit}).exitCode, 0);
