@@ -47,6 +47,16 @@ def install(root: pathlib.Path) -> None:
         os.chown(below, owners[user], owners[group])
         below.chmod(int(mode, 8))
 
+# Makes all that is above a folder read-only, for what follows it in the arguments. The rest is none of hoardd's.
+READ_ONLY = """
+mount --make-rprivate /
+mount --bind "$0" "$0"
+for each in / "$(findmnt --noheadings --output TARGET --target "$(dirname "$0")")"; do
+    mount -o remount,bind,ro "$each"
+done
+exec "$@"
+"""
+
 
 class Device:
     def __init__(self, root: pathlib.Path) -> None:
@@ -69,10 +79,10 @@ class Device:
 
     @contextlib.contextmanager
     def listening(self) -> Iterator[int]:
-        """The process that becomes hoardd: with mounts of its own, as the unit gives it."""
+        """The process that becomes hoardd: with one folder to write to and without a network, as the unit has it."""
         path = self.root / 'var/run/wickerlane/services' / SERVICE
         process = subprocess.Popen(
-            ['unshare', '--mount', *as_user(KEEPER, '--inh-caps=-all,+sys_ptrace', '--ambient-caps=-all,+sys_ptrace',
+            ['unshare', '--mount', '--ipc', '--net', 'sh', '-euc', READ_ONLY, self.root / 'var', *as_user(KEEPER, '--inh-caps=-all,+sys_ptrace', '--ambient-caps=-all,+sys_ptrace',
                                             '--bounding-set=-all,+sys_ptrace', '--no-new-privs'),
              'systemd-socket-activate', '-l', path, '-E', f'WICKERLANE_ROOT={self.root}',
              HOARDD, '--idle-seconds', '0'],
@@ -87,6 +97,14 @@ class Device:
         finally:
             process.terminate()
             process.communicate(timeout=DEADLINE)
+
+
+def is_as_confined_as_its_unit(process: int, writable: pathlib.Path) -> bool:
+    folder = pathlib.Path(f'/proc/{process}')
+    mounts = [line.split() for line in (folder / 'mounts').read_text().splitlines()]
+    open_ones = {fields[1] for fields in mounts if 'rw' in fields[3].split(',')}
+    return (not any(writable.is_relative_to(place) for place in open_ones - {str(writable)})
+            and str(writable) in open_ones and len((folder / 'net/dev').read_text().splitlines()) == 3) # loopback
 
 
 def capabilities(process: int) -> int:
@@ -105,6 +123,7 @@ def check(folder: pathlib.Path) -> None:
         assert f'consent grant {COMMAND} --user {OTHER}' in device.is_refused(OTHER, 'sizes')
         assert os.readlink(f'/proc/{daemon}/exe') == str(HOARDD)
         assert os.readlink(f'/proc/{daemon}/ns/mnt') != os.readlink('/proc/self/ns/mnt')
+        assert is_as_confined_as_its_unit(daemon, device.root / 'var')
         device.is_refused(OTHER, 'import', PICTURE)
         device.succeeds(0, 'consent', 'grant', COMMAND, '--user', str(OTHER))
         device.succeeds(OTHER, 'import', PICTURE)
