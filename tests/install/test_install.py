@@ -84,13 +84,16 @@ def check_python(prefix, environment, expected):
     """The package finds the library by its own place, and both are those that were installed."""
     package, = prefix.rglob('wickerlane/__init__.py')
     program = '''
-import pathlib, sys, wickerlane, wickerlane.testing
+import importlib.metadata, pathlib, sys, wickerlane, wickerlane.testing
 loaded = {line.split()[-1] for line in open('/proc/self/maps') if '/libwickerlane' in line}
-print(wickerlane.Library().count(), wickerlane.__file__, *sorted(loaded))
+known = importlib.metadata.distribution('wickerlane')
+print(wickerlane.Library().count(), wickerlane.__file__, known.locate_file('wickerlane'), known.version, *sorted(loaded))
 '''
     alone = {key: value for key, value in environment.items() if key not in ('LD_LIBRARY_PATH', 'WICKERLANE_LIBRARY')}
-    count, file, *loaded = run(sys.executable, '-c', program, env={**alone, 'PYTHONPATH': package.parents[1]}).split()
-    assert (count, file) == (str(expected), str(package)), (count, file)
+    count, file, known, version, *loaded = run(sys.executable, '-c', program,
+                                               env={**alone, 'PYTHONPATH': package.parents[1]}).split()
+    assert (count, file, known) == (str(expected), str(package), str(package.parent)), (count, file, known)
+    assert version == run('pkg-config', '--modversion', 'wickerlane', env=environment).strip(), version
     assert len(loaded) == 2 and all(each.startswith(str(prefix) + '/') for each in loaded), loaded
     assert (package.parent / 'py.typed').exists()
 

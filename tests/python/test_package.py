@@ -2,6 +2,7 @@
 
 import ctypes
 import dataclasses
+import email
 import importlib
 import inspect
 import os
@@ -54,7 +55,12 @@ def test_it_is_built_without_a_network_or_a_compiler(tmp_path: pathlib.Path) -> 
     wheel, = tmp_path.glob('*-py3-none-any.whl')
     files = {file.relative_to(TREE / 'python').as_posix() for file in (TREE / 'python/wickerlane').rglob('*')
              if file.suffix == '.py' or file.name == 'py.typed'}
-    assert files <= set(zipfile.ZipFile(wheel).namelist())
+    archive = zipfile.ZipFile(wheel)
+    assert files <= set(archive.namelist())
+    # What CMake installs without setuptools says the same of the package.
+    metadata, = (archive.read(name).decode() for name in archive.namelist() if name.endswith('/METADATA'))
+    installed = pathlib.Path(os.environ['WICKERLANE_METADATA']).read_text(encoding='utf-8')
+    assert sorted(email.message_from_string(installed).items()) == sorted(email.message_from_string(metadata).items())
 
 
 def test_a_library_that_is_not_there_is_named() -> None:
