@@ -6,6 +6,7 @@ import concurrent.futures
 import os
 import pathlib
 import plistlib
+import re
 import select
 import shutil
 import signal
@@ -18,6 +19,7 @@ for name in ('build', 'cmake', 'generator', 'cc', 'cxx', 'sanitize'):
     arguments.add_argument('--' + name, required=True)
 options = arguments.parse_args()
 here = pathlib.Path(__file__).parent
+MANUAL = here.parent.parent / 'docs/man/libwickerlane.3.scd'
 sanitizers = [f'-fsanitize={options.sanitize}'] if options.sanitize else []
 
 
@@ -80,6 +82,34 @@ def build_examples(examples, build, prefix, environment):
     assert len(run(build / 'list', env=environment).splitlines()) == 2
 
 
+def check_manual(top, prefix, environment):
+    """libwickerlane(3): what it includes, the commands by which it builds, and its CMake, as they stand there."""
+    page = MANUAL.read_text(encoding='utf-8')
+    synopsis, by_cmake = re.findall(r'^```\n(.*?)^```$', page, re.MULTILINE | re.DOTALL)
+    in_c, in_cpp = re.findall(r'^#include .*$', synopsis, re.MULTILINE)
+    commands = re.findall(r'^c.*$', synopsis, re.MULTILINE)
+    assert len(commands) == 2, commands
+    folder, tools = top / 'program', top / 'tools'
+    folder.mkdir()
+    tools.mkdir()
+    (folder / 'program.c').write_text(in_c + '\nint main(void) { WLScopePop(WLScopePush()); return 0; }\n',
+                                      encoding='utf-8')
+    (folder / 'program.cpp').write_text(in_cpp + '\n' + in_c + '\nint main() { return JXGatekeeperClient::'
+                                        'sharedInstance() == nullptr; }\n', encoding='utf-8')
+    for name, compiler in (('cc', options.cc), ('c++', options.cxx)):
+        (tools / name).symlink_to(compiler)
+    path = f"{tools}:{environment['PATH']}"
+    for command in commands:
+        run('sh', '-c', command, cwd=folder, env={**environment, 'PATH': path})
+        run(folder / 'program', env=environment)
+    (folder / 'CMakeLists.txt').write_text('cmake_minimum_required(VERSION 3.25)\nproject(program LANGUAGES CXX)\n'
+                                           f'add_executable(program program.cpp)\n{by_cmake}', encoding='utf-8')
+    run(build_with_cmake(folder, prefix), env=environment)
+    shown, = re.findall(r'\*(pydoc3 [^*]+)\*', page)
+    package, = prefix.rglob('wickerlane/__init__.py')
+    assert 'class Library' in run(*shown.split(), env={**environment, 'PYTHONPATH': str(package.parents[1])})
+
+
 def check_python(prefix, environment, expected):
     """The package finds the library by its own place, and both are those that were installed."""
     package, = prefix.rglob('wickerlane/__init__.py')
@@ -140,6 +170,7 @@ def main():
             check_application(build_with_cmake(folder, prefix), environment, 2)
             check_python(prefix, environment, 2)
             build_examples(next(prefix.rglob('first.c')).parent, top / 'examples', prefix, environment)
+            check_manual(top, prefix, environment)
         finally:
             end_daemon(top / 'root')
         check_kit(build_with_pkg_config(kit, 'wickerlane-testing', environment), environment)

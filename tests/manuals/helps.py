@@ -28,6 +28,15 @@ def helps(command: str) -> Iterator[tuple[str, str]]:
         yield name, '\n'.join([text, *(help_of(command, [name, part]) for part in subcommands(text))])
 
 
+def written_examples(source: str) -> list[str]:
+    """Of a page that is written by hand: those under EXAMPLES, and commands in bold that are whole."""
+    _, _, under = source.partition('\n# EXAMPLES\n')
+    blocks = re.findall(r'^```\n(.*?)^```$', under.partition('\n# ')[0], re.MULTILINE | re.DOTALL)
+    lines = ''.join(blocks).splitlines()
+    lines += re.findall(r'(?<!\S)\*((?:wickerlane|hoardd|journalctl|systemctl) [^*]+)\*(?! _)', source)
+    return list(dict.fromkeys(lines))
+
+
 def examples(text: str) -> list[str]:
     lines: list[str] = []
     for block in re.findall(r'^Examples?:\n((?:  .*\n)+)', text, re.MULTILINE):
