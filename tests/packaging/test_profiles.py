@@ -1,6 +1,6 @@
 """AppArmor's parser takes the profiles, which are for the programs as they are installed.
 
-    test_profiles.py PACKAGING
+    test_profiles.py PROFILES HOARDD HOARDD-MEDIA
 """
 
 import pathlib
@@ -8,14 +8,14 @@ import shutil
 import subprocess
 import sys
 
-PROFILES = {'hoardd': '/usr/bin/hoardd', 'hoardd-media': '/usr/libexec/hoardd-media'}
+folder = pathlib.Path(sys.argv[1])
+PROFILES = {'hoardd': sys.argv[2], 'hoardd-media': sys.argv[3]}
 SKIPPED = 77
 
 parser = shutil.which('apparmor_parser', path='/usr/sbin:/sbin:/usr/bin:/bin')
 if parser is None:
     print('skipped: no apparmor_parser')
     sys.exit(SKIPPED)
-folder = pathlib.Path(sys.argv[1]) / 'apparmor.d'
 assert {path.name for path in folder.iterdir()} == set(PROFILES)
 for name, program in PROFILES.items():
     assert f'\nprofile {name} {program} ' in (folder / name).read_text(), name
