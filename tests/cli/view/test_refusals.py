@@ -2,8 +2,11 @@
 
 import contextlib
 import json
+import os
 import pathlib
 import socket
+import subprocess
+import sys
 import time
 from collections.abc import Iterator
 
@@ -12,6 +15,18 @@ import pytest
 from served import Library, View
 
 ABSENT = '00000000-0000-4000-8000-000000000000'
+OTHER_USER = 65534
+# Sends what it reads, and writes what comes back.
+ASKING = '''
+import socket, sys
+with socket.create_connection(('127.0.0.1', int(sys.argv[1])), timeout=60) as connection:
+    try:
+        connection.sendall(sys.stdin.buffer.read())
+        while part := connection.recv(65536):
+            sys.stdout.buffer.write(part)
+    except ConnectionError:
+        pass
+'''
 
 
 @pytest.fixture(scope='module')
@@ -105,6 +120,18 @@ def test_a_request_of_another_form_or_sender_gets_nothing(view: View) -> None:
             faults.append((what, status, received[:200]))
     assert faults == []
     assert view.get('/api/count').json == {'count': 3}
+
+
+@pytest.mark.skipif(os.geteuid() != 0, reason='only root can be another user')
+def test_a_process_of_another_user_gets_nothing(view: View) -> None:
+    shown = view.get('/api/count')
+    request = (f'GET /api/count HTTP/1.1\r\nHost: 127.0.0.1:{view.port}\r\nCookie: {view.headers["Cookie"]}\r\n'
+               'Connection: close\r\n\r\n').encode()
+    received = {user: subprocess.run([sys.executable, '-c', ASKING, str(view.port)], input=request, check=True,
+                                     stdout=subprocess.PIPE, user=user, group=user, extra_groups=[], cwd='/').stdout
+                for user in (0, OTHER_USER)}
+    assert received[0].startswith(b'HTTP/1.1 200 ') and received[0].endswith(shown.body)
+    assert received[OTHER_USER] == b''
 
 
 def test_bytes_that_are_no_request_are_refused(view: View) -> None:
