@@ -58,14 +58,16 @@ pid_t daemonProcess(const std::string &lockPath) {
 
 /// The command that shows the messages of a daemon which a service manager runs.
 std::string journalCommand() {
-    return rootPath() == "/" ? "journalctl -u hoardd.service" : "journalctl --user -u hoardd.service";
+    return isRootOfDevice() ? "journalctl -u hoardd.service" : "journalctl --user -u hoardd.service";
 }
 
 /// Whether a service manager has started the daemon, so that its messages go to the journal.
 bool isManaged(pid_t process) {
+    if (isRootOfDevice()) // where nothing else starts it
+        return true;
     std::vector<std::byte> bytes;
     if (process == 0 || !readFile(fmt::format("/proc/{}/environ", process), bytes, 1 << 20))
-        return rootPath() == "/"; // what is another's can't be read, and only a service manager starts it
+        return false;
     const std::string_view variables(reinterpret_cast<const char *>(bytes.data()), bytes.size());
     return variables.starts_with("NOTIFY_SOCKET=") || variables.find("\0NOTIFY_SOCKET="sv) != variables.npos;
 }
@@ -148,7 +150,7 @@ void printStatus(const std::optional<Status> &status) {
     if (status)
         printField("Version",
                    fmt::format("{}, protocol {}", status->version.text(), status->version.protocol));
-    const bool isInJournal = status && isManaged(status->process);
+    const bool isInJournal = isManaged(status ? status->process : 0);
     for (const Place &each : places())
         printField(each.label, each.key == "log"sv && isInJournal ? journalCommand() : each.path);
     if (status && status->serves) {

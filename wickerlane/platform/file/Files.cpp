@@ -88,6 +88,10 @@ std::string rootPath() {
     return access("/etc/wickerlane/device", F_OK) == 0 ? "/" : usersOwnRoot();
 }
 
+bool isRootOfDevice() {
+    return access(pathUnderRoot("/etc/wickerlane/device").c_str(), F_OK) == 0;
+}
+
 std::string runtimeFolder() {
     std::string folder = environment("XDG_RUNTIME_DIR");
     struct stat status {};

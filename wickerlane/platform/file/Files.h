@@ -20,6 +20,8 @@ namespace wickerlane {
 /// (XDG_DATA_HOME, or ~/.local/share). Absolute, without a trailing slash but for "/". Read on every
 /// call: the environment may be changed only while no other thread calls into the system.
 WL_EXPORT std::string rootPath();
+/// Whether the root is that of a device, which all its users share: it has the file /etc/wickerlane/device.
+WL_EXPORT bool isRootOfDevice();
 /// Where the user's login session keeps its sockets, `$XDG_RUNTIME_DIR`, if the root is the one in the user's
 /// own data folder. Empty when it is another root, or there is no such folder that the user alone may enter.
 std::string runtimeFolder();

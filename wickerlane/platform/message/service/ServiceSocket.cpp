@@ -29,7 +29,7 @@ struct Modes {
 };
 
 Modes modesBelowRoot() {
-    if (access(pathUnderRoot("/etc/wickerlane/device").c_str(), F_OK) != 0)
+    if (!isRootOfDevice())
         return {};
     return {.above = enterAll,
             .folder = S_IRWXU | readAll | enterAll,
