@@ -7,6 +7,7 @@
 #include <charconv>
 #include <chrono>
 #include <cmath>
+#include <set>
 #include <utility>
 
 #include "cli/Queries.h"
@@ -268,27 +269,35 @@ Result<std::vector<std::string>> wordsOf(const std::string &query) {
     return words;
 }
 
-Result<> addQuery(AssetFilter &filter, const std::string &query) {
+using Names = std::set<std::string>;
+
+/// `given` are the conditions that the filter has already: of two of a kind, one would be lost.
+Result<> addQuery(AssetFilter &filter, const std::string &query, Names given) {
     const auto words = wordsOf(query);
     if (!words)
         return passOn(words);
     if (words->empty())
         return refuse(localized("the query is empty; to ask for all assets: --where {}", allAssets));
     for (const std::string &word : *words) {
-        const std::string name = word.substr(0, word.find('='));
-        const bool hasValue = name.size() < word.size();
         if (word == allAssets)
             continue;
+        const std::string name = word.substr(0, word.find('='));
         const auto *condition =
             std::ranges::find(conditions, name, [](const Condition &each) { return each.name; });
         if (condition == std::end(conditions))
             return refuse(localized("a query has no condition '{}'{} It has the same as wickerlane list has "
                                     "options; words to be found stand in words=\"...\"",
                                     name, didYouMean(name, conditionNames())));
-        if (!hasValue && condition->valueName != nullptr)
-            return refuse(
-                localized("{0} has no value in the query; write {0}={1}", name, condition->valueName));
-        const auto set = condition->set(filter, hasValue ? word.substr(name.size() + 1) : "yes");
+        const bool mayStandAlone = condition->valueName == nullptr;
+        const std::string value = name.size() < word.size() ? word.substr(name.size() + 1)
+                                  : mayStandAlone           ? "yes"
+                                                            : "";
+        if (value.empty())
+            return refuse(localized("{0} has no value in the query; write {0}={1}", name,
+                                    mayStandAlone ? "no" : condition->valueName));
+        if (!given.insert(name).second)
+            return refuse(localized("{} is given twice", name));
+        const auto set = condition->set(filter, value);
         if (!set)
             return set;
     }
@@ -341,9 +350,9 @@ void addFilterOptions(const Command &command, FilterOptions &options) {
     for (const Condition &each : conditions) {
         const std::string name = std::string("--") + each.name;
         if (each.valueName == nullptr)
-            command.addAnswer(name, *value, each.help);
+            command.addAnswer(name, *value, each.help).notEmpty();
         else
-            command.addOption(name, *value, each.help).typeName(each.valueName);
+            command.addOption(name, *value, each.help).typeName(each.valueName).notEmpty();
         ++value;
     }
     addQueryOption(command, options.query);
@@ -355,24 +364,30 @@ Option addQueryOption(const Command &command, std::string &query) {
             "--where", query,
             "The assets that a query finds: 'kind=video from=2019-08 album=\"At sea\"'. Its conditions "
             "are the options of wickerlane list")
-        .typeName("QUERY");
+        .typeName("QUERY")
+        .notEmpty();
 }
 
 Result<AssetFilter> filterOf(const FilterOptions &options) {
     AssetFilter filter;
-    for (std::size_t i = 0; i < options.values.size(); ++i)
-        if (const std::string &value = options.values[i]; !value.empty())
-            if (const auto set = conditions[i].set(filter, value); !set)
-                return fail(set.error().kind, fmt::format("--{}: {}", conditions[i].name, set.error().text));
+    Names given;
+    for (std::size_t i = 0; i < options.values.size(); ++i) {
+        const std::string &value = options.values[i];
+        if (value.empty())
+            continue;
+        given.emplace(conditions[i].name);
+        if (const auto set = conditions[i].set(filter, value); !set)
+            return fail(set.error().kind, fmt::format("--{}: {}", conditions[i].name, set.error().text));
+    }
     if (!options.query.empty())
-        if (const auto added = addQuery(filter, options.query); !added)
+        if (const auto added = addQuery(filter, options.query, given); !added)
             return passOn(added);
     return filter;
 }
 
 Result<AssetFilter> filterOfQuery(const std::string &query) {
     AssetFilter filter;
-    if (const auto added = addQuery(filter, query); !added)
+    if (const auto added = addQuery(filter, query, {}); !added)
         return passOn(added);
     return filter;
 }

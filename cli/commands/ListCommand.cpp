@@ -88,7 +88,7 @@ void setUpFind(Command command) {
         "  wickerlane find beach\n"
         "  wickerlane find dunes evening --kind photo --rating 3");
     Options &options = command.runs(list);
-    command.addOption("WORD", options.words, "Words to be found").required();
+    command.addOption("WORD", options.words, "Words to be found").required().notEmpty();
     addOptions(command, options);
 }
 

@@ -108,10 +108,32 @@ TEST_F(Selections, QueriesHaveEveryFilter) {
     const std::string moment = run({"moments", "--json"}).json()[0]["objectID"];
     EXPECT_EQ(found("moment=" + moment), (Names{beach, dunes}));
 
-    for (const char *query :
-         {"", " ", "kind", "kind=film", "beach", "rating=6", "rating=", "name='x", "from=1990-13",
-          "near=north", "within=1,2,3", "min-size=big", "type=tree", "favourite=maybe"})
-        EXPECT_EQ(run({"list", "--where", query}).exitCode, *query == '\0' ? 0 : 2) << query;
+    for (const char *query : {"",
+                              " ",
+                              "kind",
+                              "kind=film",
+                              "beach",
+                              "rating=6",
+                              "rating=",
+                              "name='x",
+                              "from=1990-13",
+                              "near=north",
+                              "within=1,2,3",
+                              "min-size=big",
+                              "type=tree",
+                              "favourite=maybe",
+                              "words=",
+                              "words=''",
+                              "album=\"\"",
+                              "favourite=",
+                              "from=1990 from=2000",
+                              "kind = photo"})
+        EXPECT_EQ(run({"list", "--where", query}).exitCode, 2) << query;
+    EXPECT_EQ(run({"list", "--kind", "photo", "--where", "kind=photo"}).exitCode, 2);
+    // A variable of a script that is not set: all would be found, and piped into another command.
+    for (const char *option : {"--album", "--kind", "--name", "--words", "--camera", "--favourite="})
+        EXPECT_EQ(run({"list", option, ""}).exitCode, 2) << option;
+    EXPECT_EQ(run({"find", ""}).exitCode, 2);
     EXPECT_EQ(run({"delete", "--yes", "--where", ""}).exitCode, 2) << "nothing is not all";
     EXPECT_EQ(run({"list", "--where", "album=none"}).exitCode, 4);
 }
