@@ -8,6 +8,24 @@
 #include "cli/Texts.h"
 
 namespace wickerlane::cli {
+namespace {
+
+/// A check or a transformation of the parser's, with a text of our own, `say`, for a value that it refuses.
+template <class Say>
+CLI::Validator saying(const CLI::Validator &check, const Say &say) {
+    const auto checked = [check, say](std::string &value) {
+        const std::string given = value; // it may be changed on the way
+        try {
+            if (check(value).empty())
+                return std::string();
+        } catch (const CLI::ValidationError &) {
+        }
+        return say(given);
+    };
+    return {checked, check.get_description()};
+}
+
+} // namespace
 
 Option Option::required() const {
     return Option(option->required());
@@ -27,7 +45,10 @@ Option Option::excludes(Option other) const {
 }
 
 Option Option::oneOf(std::vector<std::string> values) const {
-    return Option(option->check(CLI::IsMember(std::move(values))));
+    const std::string all = fmt::to_string(fmt::join(values, ", "));
+    return Option(option->check(saying(CLI::IsMember(std::move(values)), [all](const std::string &value) {
+        return localized("'{}' is none of: {}", value, all);
+    })));
 }
 
 Option Option::notEmpty() const {
@@ -43,11 +64,15 @@ Option Option::notNegative() const {
 }
 
 Option Option::positive() const {
-    return Option(option->check(CLI::PositiveNumber));
+    return Option(option->check(saying(CLI::PositiveNumber, [](const std::string &value) {
+        return localized("'{}' is no positive number", value);
+    })));
 }
 
-Option Option::between(unsigned min, unsigned max) const {
-    return Option(option->check(CLI::Range(min, max)));
+Option Option::between(double min, double max) const {
+    return Option(option->check(saying(CLI::Range(min, max), [min, max](const std::string &value) {
+        return localized("'{}' is no number from {} to {}", value, min, max);
+    })));
 }
 
 Option Option::check(std::function<std::string(const std::string &value)> problem) const {
@@ -63,7 +88,9 @@ Option Option::repeatable() const {
 }
 
 Option Option::asSize() const {
-    option->transform(CLI::AsSizeValue(true));
+    option->transform(saying(CLI::AsSizeValue(true), [](const std::string &value) {
+        return localized("'{}' is no size such as 50MB or 2MiB", value);
+    }));
     // The parser would read a negative number as a large one.
     return Option(option->transform([](const std::string &value) {
         if (value.starts_with('-'))

@@ -39,7 +39,7 @@ public:
     Option notEmpty() const;
     Option notNegative() const;
     Option positive() const;
-    Option between(unsigned min, unsigned max) const;
+    Option between(double min, double max) const;
     /// `problem` says what is wrong with a value; its text is empty when nothing is.
     Option check(std::function<std::string(const std::string &value)> problem) const;
     /// How many values it takes.

@@ -10,6 +10,7 @@
 #include <optional>
 
 #include "cli/Awaited.h"
+#include "cli/ForeignProblems.h"
 #include "cli/Interrupt.h"
 #include "cli/Texts.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
@@ -45,7 +46,7 @@ Ref<MessageValue> askVersion() {
 
 /// The daemon's refusal, with what to do about it where the daemon can't know.
 Problem explained(const MessageError &refusal) {
-    Problem problem{static_cast<ProblemKind>(refusal.errorKind()), std::string(refusal.text()), {}};
+    Problem problem = problemIn(refusal);
     switch (problem.kind) {
     case ProblemKind::refused: {
         std::string remedy = "wickerlane consent grant " + fs::read_symlink("/proc/self/exe").string();
@@ -72,8 +73,10 @@ Problem explained(const MessageError &refusal) {
 }
 
 /// What was asked for made sense, and was there: a part of the work failed.
-ProblemKind kindOfWork(ProblemKind kind) {
-    return kind == ProblemKind::invalid || kind == ProblemKind::notFound ? ProblemKind::failed : kind;
+Problem ofWork(Problem problem) {
+    if (problem.kind == ProblemKind::invalid || problem.kind == ProblemKind::notFound)
+        problem.kind = ProblemKind::failed;
+    return problem;
 }
 
 Result<> outcomeIn(const client::Reply &reply) {
@@ -82,18 +85,25 @@ Result<> outcomeIn(const client::Reply &reply) {
         return {};
     if (error == MessageError::connectionInterrupted() || error == MessageError::connectionInvalid())
         return failUnreachable();
-    if (const auto unknown = client::unknownToOlderDaemon(*error))
-        return fail(kindOfWork(unknown->kind), unknown->text);
-    return fail(kindOfWork(static_cast<ProblemKind>(error->errorKind())), std::string(error->text()));
+    const auto unknown = client::unknownToOlderDaemon(*error);
+    return fail(ofWork(unknown ? withKindInWords(*unknown) : problemIn(*error)));
 }
 
 /// Of the reply that is being handled.
 Problem toldProblem() {
     auto told = client::HandledReply::problem();
-    if (!told)
-        return {ProblemKind::failed, localized("see the daemon's log"), {}};
-    told->kind = kindOfWork(told->kind);
-    return *std::move(told);
+    return told ? ofWork(withKindInWords(*std::move(told)))
+                : Problem{ProblemKind::failed, localized("see the daemon's log"), {}};
+}
+
+/// Of a request that was refused, or not answered.
+Problem refusalIn(const Error &error) {
+    const bool isUnanswered = error.code() == WickerlaneErrorService;
+    Problem problem = withKindInWords({isUnanswered ? ProblemKind::failed : ProblemKind::refused,
+                                       std::string(error.localizedDescription()->utf8()),
+                                       {}});
+    problem.kind = ProblemKind::failed;
+    return problem;
 }
 
 /// Before the process ends; not for long, since the daemon may hang.
@@ -125,6 +135,10 @@ Failure failUnreachable() {
                   root, daemonLogPath()));
 }
 
+Problem problemIn(const MessageError &error) {
+    return withKindInWords({static_cast<ProblemKind>(error.errorKind()), std::string(error.text()), {}});
+}
+
 Result<> requireDaemon() {
     Ref<MessageValue> reply = askVersion();
     // One that was just ending is asked again: the question changes nothing.
@@ -153,7 +167,7 @@ Result<> waitForSuccess(const std::string &undone, const Handler<void(const Succ
         if (success)
             outcome.give({});
         else if (error != nullptr)
-            outcome.give(fail(ProblemKind::failed, std::string(error->localizedDescription()->utf8())));
+            outcome.give(fail(refusalIn(*error)));
         else
             outcome.give(fail(toldProblem()));
     });

@@ -8,6 +8,7 @@
 #include "cli/Progress.h"
 #include "wickerlane/client/Request.h"
 #include "wickerlane/model/Result.h"
+#include "wickerlane/platform/message/value/MessageError.h"
 #include "wickerlane/platform/object/Array.h"
 #include "wickerlane/platform/object/Error.h"
 #include "wickerlane/platform/object/Handler.h"
@@ -19,6 +20,9 @@ std::string daemonLogPath();
 
 /// The problem of a daemon that can't be started, or does not answer.
 Failure failUnreachable();
+
+/// What an answer that is an error says, for the user.
+[[nodiscard]] Problem problemIn(const MessageError &error);
 
 /// Makes sure that the daemon serves this program. Starts it if it is not running. The problem is the
 /// daemon's own word, if it refuses.

@@ -14,6 +14,7 @@
 
 #include "cli/Awaited.h"
 #include "cli/DaemonRequests.h"
+#include "cli/ForeignProblems.h"
 #include "cli/Formatting.h"
 #include "cli/Interrupt.h"
 #include "cli/Output.h"
@@ -57,7 +58,8 @@ std::string linesOf(const ChangesPage &page, bool json) {
 }
 
 Failure failureIn(const Error *error) {
-    return fail(static_cast<ProblemKind>(error->code()), std::string(error->localizedDescription()->utf8()));
+    return fail(withKindInWords(
+        {static_cast<ProblemKind>(error->code()), std::string(error->localizedDescription()->utf8()), {}}));
 }
 
 /// The token of the present.

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "cli/ParserTexts.h"
 #include "cli/Suggestion.h"
 #include "cli/Texts.h"
 
@@ -113,7 +114,8 @@ Problem problemOf(CLI::App &app, const CLI::Error &error) {
         if (named->get_require_subcommand_min() > 0)
             return {ProblemKind::invalid, withoutSubcommand(*named, word), {}};
     }
-    return {ProblemKind::invalid, localized("{}. See: {} --help", error.what(), pathOf(*named)), {}};
+    const std::string text = textOfParser(error, app.remaining(true));
+    return {ProblemKind::invalid, localized("{}. See: {} --help", text, pathOf(*named)), {}};
 }
 
 } // namespace wickerlane::cli

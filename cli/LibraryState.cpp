@@ -5,6 +5,7 @@
 #include <cerrno>
 
 #include "cli/DaemonRequests.h"
+#include "cli/ForeignProblems.h"
 #include "cli/Texts.h"
 #include "wickerlane/store/LibraryCheck.h"
 #include "wickerlane/store/StoreReader.h"
@@ -41,9 +42,9 @@ std::string withAdvice(ProblemKind kind, std::string text) {
 } // namespace
 
 Failure failToOpenStore(const Problem &problem) {
-    return fail(problem.kind,
-                withAdvice(problem.kind, localized("the library in {} can't be read: {}",
-                                                   store::LibraryPaths().folder(), problem.text)));
+    return fail(problem.kind, withAdvice(problem.kind, localized("the library in {} can't be read: {}",
+                                                                 store::LibraryPaths().folder(),
+                                                                 withKindInWords(problem).text)));
 }
 
 Result<> requireLibrary() {

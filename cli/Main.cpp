@@ -126,10 +126,10 @@ int run(int argc, char **argv) {
         ->type_name("FOLDER");
 
     double timeout = 0;
-    app.add_option("--timeout", timeout,
-                   "Give up when the daemon does not answer a request for so long (default: wait)")
-        ->type_name("SECONDS")
-        ->check(CLI::Range(0.001, 1e6));
+    Option(app.add_option("--timeout", timeout,
+                          "Give up when the daemon does not answer a request for so long (default: wait)"))
+        .typeName("SECONDS")
+        .between(0.001, 1e6);
 
     Manner manner;
     app.add_flag("-q,--quiet", manner.isQuiet,

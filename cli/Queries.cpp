@@ -9,6 +9,7 @@
 
 #include "cli/AssetDescription.h"
 #include "cli/DaemonRequests.h"
+#include "cli/ForeignProblems.h"
 #include "cli/LibraryState.h"
 #include "cli/Output.h"
 #include "cli/Texts.h"
@@ -117,7 +118,7 @@ Failure failLastRequest() {
     if (kind == ProblemKind::damagedStore)
         return failToOpenStore({kind, text, {}});
     // What was asked for makes sense to this program, so that the daemon alone can say what is wrong.
-    return failRequest({kind, text, {}});
+    return failRequest(withKindInWords({kind, text, {}}));
 }
 
 // The next page is on its way while the last one is used.

@@ -79,6 +79,10 @@ void speakEnglish() {
     speaksEnglish.store(true);
 }
 
+bool isInEnglish() {
+    return translations() == nullptr;
+}
+
 std::string localizedText(fmt::string_view text, fmt::format_args arguments) {
     const Translations *all = translations();
     return formatted(all != nullptr ? all->find(viewOf(text)) : std::nullopt, viewOf(text), arguments);

@@ -23,6 +23,9 @@ void chooseLanguage();
 /// From now on all texts are in English: a program reads them.
 void speakEnglish();
 
+/// Whether texts are in English.
+[[nodiscard]] bool isInEnglish();
+
 [[nodiscard]] std::string localizedText(fmt::string_view english, fmt::format_args arguments);
 [[nodiscard]] std::string localizedCountText(std::uint64_t count, fmt::string_view one,
                                              fmt::string_view other, fmt::format_args arguments);

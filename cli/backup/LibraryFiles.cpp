@@ -6,6 +6,7 @@
 #include <string_view>
 #include <unordered_set>
 
+#include "cli/ForeignProblems.h"
 #include "cli/Texts.h"
 #include "wickerlane/store/AssetColumns.h"
 #include "wickerlane/store/CompanionReader.h"
@@ -143,9 +144,10 @@ Result<> copyStore(const store::LibraryPaths &paths, const std::string &to) {
     if (const auto allowed = database->execute("PRAGMA query_only=OFF;"); !allowed)
         return allowed;
     if (const auto copied = database->prepare("VACUUM INTO ?").bind(to).run(); !copied)
-        return fail(copied.error().kind,
-                    localized("the library's store can't be copied: {}", copied.error().text),
-                    paths.database());
+        return fail(
+            copied.error().kind,
+            localized("the library's store can't be copied: {}", withKindInWords(copied.error()).text),
+            paths.database());
     if (const auto checked = openCheckedStore(to); !checked)
         return passOn(checked);
     return {};

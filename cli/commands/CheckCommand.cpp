@@ -12,6 +12,7 @@
 
 #include "cli/DaemonRequests.h"
 #include "cli/FileFailures.h"
+#include "cli/ForeignProblems.h"
 #include "cli/Interrupt.h"
 #include "cli/LibraryState.h"
 #include "cli/Output.h"
@@ -56,7 +57,8 @@ Result<store::CheckReport> runCheck(const store::LibraryPaths &paths, const Opti
     };
     auto report = store::checkLibrary(paths, wanted);
     if (!report)
-        return fail(report.error().kind, localized("the library can't be checked: {}", report.error().text),
+        return fail(report.error().kind,
+                    localized("the library can't be checked: {}", withKindInWords(report.error()).text),
                     report.error().file);
     return report;
 }

@@ -175,7 +175,7 @@ Result<client::Reply> takeTraffic(bool withTexts) {
     client::Reply reply = request.sendAndWait(JXGatekeeperClient::sharedInstance()->connection());
     const MessageError *error = reply.error();
     if (error != nullptr)
-        return failRequest({static_cast<ProblemKind>(error->errorKind()), std::string(error->text()), {}});
+        return failRequest(problemIn(*error));
     return reply;
 }
 

@@ -44,7 +44,7 @@ Result<Sizes> askSizes() {
         error == MessageError::connectionInterrupted() || error == MessageError::connectionInvalid())
         return failUnreachable();
     else if (error != nullptr)
-        return fail(static_cast<ProblemKind>(error->errorKind()), std::string(error->text()));
+        return fail(problemIn(*error));
     const auto *given = as<Dictionary>(reply.get(protocol::keys::sizes));
     Sizes sizes;
     for (const Kind &kind : kinds) {

@@ -1,7 +1,10 @@
 // The command speaks the language of its user
+#include <csignal>
 #include <fstream>
 
 #include "tests/cli/CommandRun.h"
+#include "tests/support/StoppedProcess.h"
+#include "wickerlane/store/LibraryPaths.h"
 
 using namespace wickerlane::test;
 namespace fs = std::filesystem;
@@ -67,6 +70,90 @@ TEST_F(CommandLanguage, ErrorsAndSummariesAreInTheLanguageOfTheUser) {
     EXPECT_EQ(run(setRating(uuids, 1)).output, "1 Objekt geändert\n");
     setenv("LANGUAGE", "nl:en:de", 1);
     EXPECT_EQ(run(setRating(uuids, 1)).output, "1 asset changed\n");
+}
+
+TEST_F(CommandLanguage, AWrongCommandLineIsExplainedInTheLanguageOfTheUser) {
+    const struct {
+        std::vector<std::string> words;
+        std::string english, german;
+    } cases[] = {
+        {{"album"}, "A subcommand is required", "ein Unterbefehl ist erforderlich"},
+        {{"album", "create"}, "ALBUM is required", "ALBUM ist erforderlich"},
+        {{"list", "--limit"}, "--limit needs a value: COUNT", "--limit braucht einen Wert: COUNT"},
+        {{"list", "--sort"}, "--sort needs a value: ORDER", "--sort braucht einen Wert: ORDER"},
+        {{"duplicates", "--not", "x"}, "--not needs at least 2 values", "--not braucht mindestens 2 Werte"},
+        {{"list", "--limit", "1", "--limit", "2"},
+         "--limit can be given only once",
+         "--limit darf nur einmal angegeben werden"},
+        {{"list", "--limit", "x"}, "--limit can't be 'x'", "--limit kann nicht „x“ sein"},
+        {{"list", "--limit", "-1"},
+         "--limit: it can't be negative",
+         "--limit: der Wert kann nicht negativ sein"},
+        {{"set", "--rating", "9", "x"},
+         "--rating: '9' is no number from 0 to 5",
+         "--rating: „9“ ist keine Zahl von 0 bis 5"},
+        {{"--timeout", "0", "list"},
+         "--timeout: '0' is no number from 0.001 to 1000000",
+         "--timeout: „0“ ist keine Zahl von 0.001 bis 1000000"},
+        {{"thumbnail", "x", "--size", "0"},
+         "--size: '0' is no positive number",
+         "--size: „0“ ist keine positive Zahl"},
+        {{"list", "--sort", "x"},
+         "--sort: 'x' is none of: oldest, newest, added, largest, name",
+         "--sort: „x“ ist keines von: oldest, newest, added, largest, name"},
+        {{"purge", "5 apples"},
+         "BYTES: '5 apples' is no size such as 50MB or 2MiB",
+         "BYTES: „5 apples“ ist keine Größe wie 50MB oder 2MiB"},
+        {{"purge", "5MB", "--dry-run"},
+         "BYTES and --dry-run can't be used together",
+         "BYTES und --dry-run schließen sich aus"},
+        {{"album", "create", "a", "b", "c d"}, "not expected: b c d", "unerwartet: b c d"},
+        {{"album", "create", "a", " is required"}, "not expected:  is required", "unerwartet:  is required"},
+        {{"list", "--sort", "a excludes b"},
+         "--sort: 'a excludes b' is none of: oldest",
+         "--sort: „a excludes b“ ist keines von: oldest"},
+    };
+    for (const auto &[words, english, german] : cases) {
+        const auto said = [&, &given = words](const char *locale) {
+            setLanguage(locale);
+            const CommandResult result = run(given);
+            EXPECT_EQ(result.exitCode, 2) << locale << result;
+            return result.errors;
+        };
+        EXPECT_TRUE(said("en_GB").starts_with("wickerlane: " + english)) << said("en_GB");
+        EXPECT_TRUE(said("de_DE").starts_with("wickerlane: " + german)) << said("de_DE");
+        for (const char *locale : {"fr_FR", "ja_JP", "pt_BR", "ar_EG"})
+            EXPECT_EQ(said(locale).find(english), std::string::npos) << locale << said(locale);
+    }
+}
+
+TEST_F(CommandLanguage, TheKindOfAProblemOfTheDaemonIsSaidBeforeItsEnglish) {
+    const auto expectKind = [](const std::vector<std::string> &words, const std::string &german,
+                               const std::string &french) {
+        const std::string prefix = "wickerlane: ";
+        setLanguage("C");
+        const CommandResult english = run(words);
+        ASSERT_TRUE(english.errors.starts_with(prefix)) << english;
+        const std::string detail = english.errors.substr(prefix.size());
+        for (const auto &[locale, kind] : {std::pair("de_DE", german), std::pair("fr_FR", french)}) {
+            setLanguage(locale);
+            const CommandResult told = run(words);
+            EXPECT_EQ(told.errors, prefix + kind + detail);
+            EXPECT_EQ(told.exitCode, english.exitCode);
+        }
+    };
+    for (const char *album : {"Dunes", "Tides"})
+        ASSERT_EQ(run({"album", "create", album}).exitCode, 0);
+    const std::string uuid = importedTimes(1).front(), tooLong(10'000, 'x');
+    expectKind({"album", "rename", "Dunes", "Tides"}, "existiert schon: ", "existe déjà : ");
+    expectKind({"set", uuid, "--caption", tooLong}, "ungültig: ", "non valable : ");
+    pid_t daemon = 0;
+    std::ifstream(wickerlane::store::LibraryPaths().lock()) >> daemon;
+    ASSERT_GT(daemon, 0);
+    ASSERT_TRUE(stopProcess(daemon));
+    expectKind({"--timeout", "0.05", "count"},
+               "keine Antwort in der zulässigen Zeit: ", "pas de réponse dans le temps imparti : ");
+    EXPECT_EQ(kill(daemon, SIGCONT), 0);
 }
 
 TEST_F(CommandLanguage, QuestionsUnderstandTheLanguageBesidesEnglish) {

@@ -1,0 +1,59 @@
+#include "cli/ForeignProblems.h"
+
+#include <string>
+
+#include "cli/Texts.h"
+
+namespace wickerlane::cli {
+namespace {
+
+/// Empty where the kind says nothing.
+std::string wordsFor(ProblemKind kind) {
+    switch (kind) {
+    case ProblemKind::failed:
+        return {};
+    case ProblemKind::invalid:
+        return localized("invalid");
+    case ProblemKind::notFound:
+        return localized("not found");
+    case ProblemKind::refused:
+        return localized("not permitted");
+    case ProblemKind::busy:
+        return localized("something else is working on the same");
+    case ProblemKind::ending:
+        return localized("the daemon is ending");
+    case ProblemKind::exists:
+        return localized("it already exists");
+    case ProblemKind::damagedStore:
+        return localized("the library's store is damaged");
+    case ProblemKind::noSpace:
+        return localized("the disk is full");
+    case ProblemKind::notWritable:
+        return localized("it can't be written");
+    case ProblemKind::newerVersion:
+        return localized("the library was made by a newer version");
+    case ProblemKind::unreachable:
+        return localized("the daemon can't be reached");
+    case ProblemKind::empty:
+        return localized("there is nothing to work on");
+    case ProblemKind::queueFull:
+        return localized("too much work is waiting");
+    case ProblemKind::timedOut:
+        return localized("no answer came in time");
+    case ProblemKind::cancelled:
+        return localized("it was cancelled");
+    }
+    return {};
+}
+
+} // namespace
+
+Problem withKindInWords(Problem told) {
+    if (isInEnglish())
+        return told;
+    if (const std::string words = wordsFor(told.kind); !words.empty())
+        told.text = localized("{}: {}", words, told.text);
+    return told;
+}
+
+} // namespace wickerlane::cli
