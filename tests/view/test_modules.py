@@ -90,6 +90,28 @@ def test_content_higher_than_an_element_can_be_is_scrolled_through(page: Browser
     assert steps == [True, 20_000_000, 20_000_300, 20_000_300, True, True, 0, 0]
 
 
+def test_pictures_that_leave_the_window_do_not_stop_the_others_from_getting_sharp(page: Browser) -> None:
+    sharp = page.module('''
+        const {bindCell, clearCell, newCell, Sharpener} = await import('/app/cells.js');
+        const {assets} = await (await fetch('/api/grid?kind=photo&limit=9')).json();
+        const cells = assets.map((asset) => {
+            const cell = newCell();
+            Object.assign(cell.style, {position: 'fixed', width: '300px', height: '300px'});
+            document.body.append(cell);
+            bindCell(cell, asset, true);
+            return cell;
+        });
+        const small = cells[8].picture;
+        new Sharpener().look(cells);
+        // Four are under way; these four were to follow.
+        cells.slice(4, 8).forEach(clearCell);
+        for (let left = 600; left > 0 && cells[8].picture === small; left -= 1)
+            await new Promise((resolve) => setTimeout(resolve, 50));
+        cells.forEach((cell) => cell.remove());
+        return cells.map((cell) => Boolean(cell.isSharp));''')
+    assert sharp == [True] * 4 + [False] * 4 + [True]
+
+
 SEARCHES: list[tuple[str, str, dict[str, object], str]] = [
     ('en', '2019', {'from': '2019-01-01', 'until': '2020-01-01'}, ''),
     ('en', 'August 2019', {'from': '2019-08-01', 'until': '2019-09-01'}, ''),

@@ -124,7 +124,11 @@ export class Sharpener {
     }
 
     async #next() {
-        const cell = this.#queue.shift();
+        let cell = this.#queue.shift();
+        while (cell && !cell.shown) // it left the window while it waited
+            cell = this.#queue.shift();
+        if (!cell)
+            return;
         const {shown, asset} = cell;
         const image = el('img', {alt: '', draggable: 'false', class: 'loaded'});
         this.#running.add(image);
