@@ -1,9 +1,8 @@
 // wickerlane duplicates
 #include <nlohmann/json.hpp>
 
-#include <tuple>
-
 #include "cli/AssetDescription.h"
+#include "cli/BestDuplicate.h"
 #include "cli/Confirmation.h"
 #include "cli/DaemonRequests.h"
 #include "cli/Formatting.h"
@@ -125,18 +124,6 @@ Result<bool> printGroups(const Options &options) {
     return isComplete;
 }
 
-/// Which of two pictures that are the same is kept: the one with more pixels, else with the larger file, else
-/// what people have said more of, else the one that was there first.
-bool isBetter(const AssetRecord &one, const AssetRecord &other) {
-    const auto rank = [](const AssetRecord &each) {
-        const std::size_t said = (each.favourite ? 1U : 0U) + (each.rating > 0 ? 1U : 0U) +
-                                 (each.caption.empty() ? 0U : 1U) + (each.keywords.empty() ? 0U : 1U);
-        return std::tuple(static_cast<std::uint64_t>(each.width) * static_cast<std::uint64_t>(each.height),
-                          each.byteSize, said, -each.dateAdded);
-    };
-    return rank(one) > rank(other);
-}
-
 /// All of the groups but the best asset of each.
 Result<std::vector<std::string>> othersThanTheBest(bool isSame) {
     std::vector<std::string> others;
@@ -155,7 +142,7 @@ Result<std::vector<std::string>> othersThanTheBest(bool isSame) {
                 for (const std::string &uuid : group.uuids)
                     if (const auto found = assets->find(uuid); found != assets->end()) {
                         const AssetRecord &each = found->second->record();
-                        const bool isBest = best == nullptr || isBetter(each, *best);
+                        const bool isBest = best == nullptr || isBetterDuplicate(each, *best);
                         if (best != nullptr)
                             add(isBest ? *best : each);
                         best = isBest ? &each : best;

@@ -7,10 +7,10 @@
 #include <limits>
 #include <nlohmann/json.hpp>
 #include <span>
-#include <tuple>
 #include <unordered_set>
 
 #include "cli/AssetDescription.h"
+#include "cli/BestDuplicate.h"
 #include "cli/Formatting.h"
 #include "cli/Queries.h"
 #include "cli/view/Base64.h"
@@ -27,7 +27,7 @@ constexpr std::size_t maxGridAssets = 50'000;
 constexpr std::size_t maxEntries = 1'000;
 
 /// Groups of duplicates in one answer, and assets of each that are described: a picture may have any number
-/// of copies.
+/// of copies, of which the others are only named.
 constexpr std::size_t maxGroups = 25;
 constexpr std::size_t assetsOfGroup = 40;
 
@@ -96,6 +96,54 @@ JSON briefOf(const ManagedAsset &asset) {
             {"bytes", record.byteSize},
             {"created", isoClockText(record.shownDate(), record.zoneMinutes)},
             {"v", versionOf(record)}};
+}
+
+/// Some assets of a group of duplicates, the best among them, and the names of its others. Null when fewer
+/// than two are left of it.
+Result<JSON> describeGroup(KnownAssets &known, const DuplicatesRecord &group) {
+    Assets shown;
+    JSON others = JSON::array();
+    std::size_t best = 0;
+    for (auto uuids = std::span(group.uuids); !uuids.empty();) {
+        const ReleaseScope scope;
+        const auto part = uuids.first(std::min(uuids.size(), assetsOfPage));
+        uuids = uuids.subspan(part.size());
+        const auto assets = askForAssetsWithUUIDs(part);
+        if (!assets)
+            return passOn(assets);
+        for (const std::string &uuid : part) {
+            const auto found = assets->find(uuid);
+            if (found == assets->end())
+                continue; // deleted since
+            const AssetRecord &record = found->second->record();
+            const bool isBest = shown.empty() || isBetterDuplicate(record, shown[best]->record());
+            if (shown.size() < assetsOfGroup) {
+                best = isBest ? shown.size() : best;
+                shown.push_back(found->second);
+                continue;
+            }
+            // The best is shown in any case, in the place of the last.
+            others.push_back(isBest ? shown.back()->record().uuid : uuid);
+            if (isBest) {
+                best = shown.size() - 1;
+                shown.back() = found->second;
+            }
+        }
+    }
+    if (shown.size() < 2)
+        return JSON();
+    JSON entries = JSON::array();
+    for (const Ref<ManagedAsset> &each : shown) {
+        known.note(*each);
+        entries.push_back(briefOf(*each));
+    }
+    entries[best]["best"] = true;
+    JSON described = {{"likeness", group.isSame ? "same" : "similar"},
+                      {"count", shown.size() + others.size()},
+                      {"assets", std::move(entries)}};
+    if (!others.empty())
+        described["others"] = std::move(others);
+    return described;
 }
 
 } // namespace
@@ -286,43 +334,14 @@ Result<std::string> listDuplicates(KnownAssets &known, const httplib::Request &r
     });
     if (!page)
         return failAsked();
-    const auto shownOf = [](const DuplicatesRecord &group) {
-        return std::span(group.uuids).first(std::min(group.uuids.size(), assetsOfGroup));
-    };
-    std::vector<std::string> uuids;
-    for (const DuplicatesRecord &group : page->groups) {
-        const auto shown = shownOf(group);
-        uuids.insert(uuids.end(), shown.begin(), shown.end());
-    }
-    const auto assets = askForAssetsWithUUIDs(uuids);
-    if (!assets)
-        return passOn(assets);
     JSON groups = JSON::array();
     for (const DuplicatesRecord &group : page->groups) {
-        JSON entries = JSON::array();
-        // The one with most pixels, then most bytes.
-        std::tuple<std::uint64_t, std::uint64_t> most;
-        std::size_t best = 0;
-        for (const std::string &uuid : shownOf(group)) {
-            const auto found = assets->find(uuid);
-            if (found == assets->end())
-                continue; // deleted since
-            const ReleaseScope scope;
-            const AssetRecord &record = found->second->record();
-            known.note(*found->second);
-            const std::tuple size(std::uint64_t{record.width} * record.height, record.byteSize);
-            if (size > most || entries.empty()) {
-                most = size;
-                best = entries.size();
-            }
-            entries.push_back(briefOf(*found->second));
-        }
-        if (entries.size() < 2)
-            continue;
-        entries[best]["best"] = true;
-        groups.push_back({{"likeness", group.isSame ? "same" : "similar"},
-                          {"count", group.uuids.size()},
-                          {"assets", std::move(entries)}});
+        const ReleaseScope scope;
+        auto described = describeGroup(known, group);
+        if (!described)
+            return passOn(described);
+        if (!described->is_null())
+            groups.push_back(*std::move(described));
     }
     JSON described = {{"groups", std::move(groups)}, {"isComplete", page->isComplete}};
     if (!page->next.empty())

@@ -276,6 +276,26 @@ def test_duplicates_are_listed_until_they_are_dismissed(view: View, library: Lib
     assert view.get('/api/duplicates').json['groups'] == []
 
 
+def test_the_best_of_many_copies_is_the_one_that_the_command_keeps(view: View, library: Library, tmp_path: pathlib.Path,
+                                                                   pictures: list[pathlib.Path]) -> None:
+    copies = []
+    for number in range(45): # more than are described
+        copies.append(tmp_path / f'copy-{number:02}.jpg')
+        copies[-1].write_bytes(pictures[0].read_bytes() + f'{number:02}'.encode())
+    library.command('import', '-q', *copies)
+    library.command('duplicates', '--update')
+    captioned = json.loads(library.command('list', '--name', 'copy-41.jpg', '--json'))[0]['uuid']
+    view.change('/api/assets/set', {'ids': [captioned], 'details': {'caption': 'Dunes'}})
+    group, = view.get('/api/duplicates').json['groups']
+    shown = {each['id']: each for each in group['assets']}
+    others = group['others']
+    assert group['count'] == 46 and len(shown) == 40 and len(others) == 6
+    assert len({*shown, *others}) == 46
+    assert [each for each in shown if shown[each].get('best')] == [captioned]
+    moved = library.command('duplicates', '--keep-best', '--likeness', group['likeness'], '--dry-run')
+    assert 'copy-41.jpg' not in moved and all(f'copy-{number:02}.jpg' in moved for number in (0, 40, 42, 44))
+
+
 def test_moments_say_which_assets_they_hold(view: View, library: Library) -> None:
     library.command('moments', '--update')
     listed = view.get('/api/moments').json
