@@ -128,8 +128,8 @@ def test_a_shared_stream_and_what_was_reported_of_it_are_shown(page: Browser, li
     library.command('album', 'delete', '--yes', 'walks')
 
 
-def test_what_was_deleted_comes_back(page: Browser) -> None:
-    gone = page.wait_for_grid()[0]['id']
+def test_what_was_deleted_comes_back(page: Browser, library: ServedLibrary) -> None:
+    gone, other = (each['id'] for each in page.wait_for_grid()[:2])
     page.click_with(CONTROL, page.cell(0))
     page.press(DELETE)
     page.toast('moved to the trash')
@@ -143,6 +143,12 @@ def test_what_was_deleted_comes_back(page: Browser) -> None:
     page.named('Trash', 'nav').click()
     page.wait(lambda: any(each.text.startswith('IMG_') for each in page.all('.trash li')), 'the trash does not show it')
     page.run("document.querySelector('.trash input').click()")
+    # What another program deletes appears, and what was chosen stays chosen.
+    before = len(page.all('.trash li'))
+    library.command('delete', '--yes', other)
+    page.wait(lambda: len(page.all('.trash li')) == before + 1, 'what another program deletes does not appear')
+    library.command('trash', 'restore', other)
+    page.wait(lambda: len(page.all('.trash li')) == before, 'what another program restores stays')
     page.named('Restore').click()
     page.toast('1 item restored')
     page.named('Photos', 'nav').click()

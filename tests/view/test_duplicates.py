@@ -30,6 +30,7 @@ def test_the_best_is_kept_with_one_key_and_others_are_told_apart(browser: Browse
         browser.named('Duplicates', 'nav').click()
         browser.wait(lambda: len(browser.all('.group')) == len(PALETTES), 'not every pair is a group')
         group = browser.all('.group')[0]
+        assert 'same picture' in group.text
         # What is the same is not stressed.
         differing = browser.run(
             "return [...arguments[0].querySelectorAll('.differs')].map((each) => each.textContent)", group)
@@ -38,9 +39,23 @@ def test_the_best_is_kept_with_one_key_and_others_are_told_apart(browser: Browse
         browser.press('k')
         browser.toast('1 item moved to the trash')
         browser.wait(lambda: len(browser.all('.group')) == len(PALETTES) - 1, 'the group stays')
+        browser.named('Undo', '.toast').click()
+        browser.toast('1 item restored')
+        twins.command('duplicates', '--update')
+        browser.wait(lambda: len(browser.all('.group')) == len(PALETTES), 'the group does not come back')
+        browser.run("document.querySelector('.group').focus()")
+        browser.press('k')
+        browser.wait(lambda: len(browser.all('.group')) == len(PALETTES) - 1, 'the group stays the second time')
         # The next group has the focus.
         browser.press('n')
         browser.wait(lambda: len(browser.all('.group')) == len(PALETTES) - 2, 'the group that is none stays')
         assert len(json.loads(twins.command('list', '--json'))) == 2 * len(PALETTES) - 1
+        # What another program does is followed.
+        focused = browser.run('return document.activeElement.best')
+        other = browser.run("return [...document.querySelectorAll('.group')].find((each) => "
+                            "each !== document.activeElement).best")
+        twins.command('delete', '--yes', other)
+        browser.wait(lambda: len(browser.all('.group')) == len(PALETTES) - 3, 'a group of one stays')
+        assert browser.run('return document.activeElement.best') == focused
         browser.driver.refresh()
-        browser.wait(lambda: len(browser.all('.group')) == len(PALETTES) - 2, 'what was decided is forgotten')
+        browser.wait(lambda: len(browser.all('.group')) == len(PALETTES) - 3, 'what was decided is forgotten')

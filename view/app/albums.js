@@ -65,6 +65,10 @@ export class AlbumsPage {
         this.element = el('div', {class: 'page'});
     }
 
+    refresh() {
+        return this.show();
+    }
+
     async show() {
         const [albums, {bulletins}] = await Promise.all([
             actions.albums(), api.get('/api/bulletins').catch(() => ({bulletins: []}))]);

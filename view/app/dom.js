@@ -23,6 +23,18 @@ export function el(tag, properties = {}, ...children) {
     return element;
 }
 
+/** Gives an element its children. Those that are among them already, in the same order, keep focus and pictures. */
+export function setChildren(element, children) {
+    const wanted = new Set(children);
+    for (const child of [...element.children])
+        if (!wanted.has(child))
+            child.remove();
+    children.forEach((child, index) => {
+        if (element.children[index] !== child)
+            element.insertBefore(child, element.children[index] ?? null);
+    });
+}
+
 const paths = {
     photos: 'M4 5h16v14H4zM4 16l5-5 4 4 2.5-2.5L20 17M15.5 9.5h.01',
     albums: 'M7 4h13v13M4 7h13v13H4z',

@@ -4,7 +4,9 @@ import * as api from './api.js';
 import * as actions from './actions.js';
 import {el, lazyImage, textButton} from './dom.js';
 import {Paging} from './paging.js';
-import {bytes, moment, pixels, t} from './texts.js';
+import {bytes, exactBytes, moment, pixels, t} from './texts.js';
+
+const lookAgainAfter = 3000;
 
 /** What the assets of a group differ in. */
 function differences(assets) {
@@ -13,17 +15,29 @@ function differences(assets) {
             bytes: differs((asset) => asset.bytes), created: differs(({created}) => created)};
 }
 
+/** Gives the text of an asset's bytes: exact ones where rounded ones would not tell all assets apart. */
+function sizeText(assets) {
+    const exact = new Set(assets.map((asset) => asset.bytes));
+    const rounded = new Set(assets.map((asset) => bytes(asset.bytes)));
+    return (asset) => (rounded.size < exact.size ? exactBytes : bytes)(asset.bytes);
+}
+
 export class DuplicatesPage {
     /** Whether the library has compared everything. */
     #isSearched = true;
+    #timer = 0;
 
     constructor(isFixed) {
         this.isFixed = isFixed;
         this.list = el('div', {class: 'groups', on: {keydown: (event) => this.#key(event)}});
-        this.paging = new Paging('/api/duplicates', ({groups, isComplete}) => {
-            this.list.append(...groups.filter(({assets}) => assets.length > 1).map(({assets}) => this.#group(assets)));
-            this.#isSearched = isComplete;
-            this.#tell();
+        this.paging = new Paging('/api/duplicates', this.list, {
+            entriesOf: ({groups}) => groups,
+            make: (group) => this.#group(group),
+            onPart: ({isComplete}) => {
+                this.#isSearched = isComplete;
+                this.#tell();
+                this.#lookAgain();
+            },
         });
         this.note = el('p', {class: 'quiet-text'});
         this.element = el('div', {class: 'page'}, el('div', {class: 'page-head'}, el('h1', {}, t('duplicates'))),
@@ -31,8 +45,23 @@ export class DuplicatesPage {
     }
 
     async show() {
-        this.list.replaceChildren();
         await this.paging.restart();
+    }
+
+    /** Shows what has changed. */
+    async refresh() {
+        const focused = this.list.contains(document.activeElement) ? document.activeElement.closest('.group') : null;
+        const place = [...this.list.children].indexOf(focused);
+        await this.paging.refresh();
+        if (focused && !focused.isConnected)
+            (this.list.children[place] ?? this.list.lastElementChild)?.focus();
+    }
+
+    /** Nothing says that the library has compared what has changed. */
+    #lookAgain() {
+        clearTimeout(this.#timer);
+        if (!this.#isSearched && this.element.isConnected)
+            this.#timer = setTimeout(() => this.refresh().catch(() => this.#lookAgain()), lookAgainAfter);
     }
 
     #tell() {
@@ -42,8 +71,9 @@ export class DuplicatesPage {
         this.note.classList.toggle('key-hint', !isEmpty);
     }
 
-    #group(assets) {
+    #group({assets, likeness, count, others = []}) {
         const differs = differences(assets);
+        const sizeOf = sizeText(assets);
         const best = Math.max(0, assets.findIndex((asset) => asset.best));
         const value = (isOther, text) => el('span', {class: isOther ? 'differs' : ''}, text);
         const keep = (asset, index) => this.isFixed ? null :
@@ -55,15 +85,19 @@ export class DuplicatesPage {
             el('div', {class: 'candidate-facts'},
                 value(differs.name, asset.name),
                 value(differs.size, pixels(asset)),
-                value(differs.bytes, bytes(asset.bytes)),
+                value(differs.bytes, sizeOf(asset)),
                 value(differs.created, moment(asset.created))),
             keep(asset, index)));
         const dismiss = this.isFixed ? null :
             textButton(t('duplicates.dismiss'), () => this.#dismiss(group), {class: 'button quiet'});
         const group = el('section', {class: 'group', tabindex: '0',
-                                     'aria-label': t('duplicates.group', {n: assets.length})},
-            el('div', {class: 'candidates'}, ...candidates), dismiss);
+                                     'aria-label': t('duplicates.group', {n: count})},
+            el('p', {class: 'quiet-text'}, t(likeness === 'same' ? 'likeness.same' : 'likeness.similar')),
+            el('div', {class: 'candidates'}, ...candidates),
+            others.length > 0 ? el('p', {class: 'quiet-text'}, t('duplicates.others', {n: others.length})) : null,
+            dismiss);
         group.assets = assets;
+        group.ids = [...assets.map(({id}) => id), ...others];
         group.best = assets[best].id;
         return group;
     }
@@ -78,7 +112,7 @@ export class DuplicatesPage {
     }
 
     async #keep(group, id) {
-        const others = group.assets.map((asset) => asset.id).filter((each) => each !== id);
+        const others = group.ids.filter((each) => each !== id);
         const deleted = await actions.remove(others);
         if (deleted?.length === others.length)
             this.#leave(group);
@@ -86,7 +120,7 @@ export class DuplicatesPage {
 
     async #dismiss(group) {
         try {
-            await api.post('/api/duplicates/dismiss', {ids: group.assets.map(({id}) => id)});
+            await api.post('/api/duplicates/dismiss', {ids: group.ids});
         } catch (error) {
             actions.fail(error);
             return;

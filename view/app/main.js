@@ -400,8 +400,12 @@ class Page {
         this.#albums = [];
         const route = currentRoute();
         if (this.pages.has(route.name)) {
-            if (route.name === 'albums')
-                await this.pages.get('albums').show().catch(actions.fail);
+            try {
+                await this.#showing;
+                await this.pages.get(route.name).refresh();
+            } catch (error) {
+                this.#failRefresh(error);
+            }
             return;
         }
         if (!this.timeline.source || this.#shown === '') {
@@ -427,10 +431,14 @@ class Page {
                 await this.viewer.refresh(source, index >= 0 ? index : Math.min(this.viewer.index, source.count - 1));
             }
         } catch (error) {
-            // The loop that follows changes says so if the library is away.
-            if (error.code !== 'noServer' && error.status !== 503)
-                actions.fail(error);
+            this.#failRefresh(error);
         }
+    }
+
+    #failRefresh(error) {
+        // The loop that follows changes says so if the library is away.
+        if (!isPassing(error))
+            actions.fail(error);
     }
 }
 

@@ -1,21 +1,32 @@
 // A list that is fetched in parts, as its end comes near the window.
 
 import * as api from './api.js';
-import {el} from './dom.js';
+import {el, setChildren} from './dom.js';
 import {fail} from './status.js';
 
 const ahead = 800;
 
-/** `onPart` gets each answer of `path` and appends what is in it to the list; `end` is to stand below the list. */
+/**
+ * `entriesOf` gives what an answer of `path` lists, and `make` the element of an entry, which goes into `list`; `end`
+ * is to stand below that. `onPart` gets each answer once its entries are there.
+ */
 export class Paging {
     #path;
+    #list;
+    #entriesOf;
+    #make;
     #onPart;
     #next;
     #turn = 0;
     #fetching = 0;
+    /** Parts that are in the list. */
+    #parts = 0;
 
-    constructor(path, onPart) {
+    constructor(path, list, {entriesOf, make, onPart}) {
         this.#path = path;
+        this.#list = list;
+        this.#entriesOf = entriesOf;
+        this.#make = make;
         this.#onPart = onPart;
         this.end = el('div');
         new IntersectionObserver((entries) => {
@@ -29,17 +40,52 @@ export class Paging {
         return this.#next === undefined;
     }
 
-    /** Begins with the first part again; the list is to be empty. */
+    /** Begins with the first part again. */
     async restart() {
+        this.#list.replaceChildren();
         this.#turn += 1;
+        this.#parts = 0;
         this.#next = '';
         await this.#more();
+    }
+
+    /** Fetches as many parts again as are in the list. Elements whose entries are the same stay what they are. */
+    async refresh() {
+        this.#turn += 1;
+        const turn = this.#turn;
+        const elements = [];
+        const before = new Map([...this.#list.children].map((element) => [element.entry, element]));
+        let next = '';
+        let parts = 0;
+        let answer;
+        while (next !== undefined && parts < Math.max(1, this.#parts)) {
+            answer = await api.get(this.#path, {cursor: next});
+            if (turn !== this.#turn)
+                return;
+            elements.push(...this.#elementsOf(answer, before));
+            next = answer.next;
+            parts += 1;
+        }
+        this.#parts = parts;
+        this.#next = next;
+        setChildren(this.#list, elements);
+        this.#onPart(answer);
+        this.fill();
     }
 
     /** Fetches more if there is room for it, such as after something was taken from the list. */
     fill() {
         if (this.end.isConnected && this.end.getBoundingClientRect().top < innerHeight + ahead)
             this.#more();
+    }
+
+    #elementsOf(answer, before = new Map()) {
+        return this.#entriesOf(answer).map((entry) => {
+            const text = JSON.stringify(entry);
+            const element = before.get(text) ?? this.#make(entry);
+            element.entry = text;
+            return element;
+        });
     }
 
     async #more() {
@@ -60,6 +106,8 @@ export class Paging {
         if (turn !== this.#turn)
             return;
         this.#next = answer.next;
+        this.#parts += 1;
+        this.#list.append(...this.#elementsOf(answer));
         this.#onPart(answer);
         this.fill();
     }

@@ -45,6 +45,9 @@ export function bytes(value) {
                                                     maximumFractionDigits: step > 1 ? 1 : 0}).format(value);
 }
 
+export const exactBytes = (value) =>
+    format(Intl.NumberFormat, 'exactBytes', {style: 'unit', unit: 'byte', unitDisplay: 'long'}).format(value);
+
 function format(Kind, name, options) {
     if (!formats.has(name))
         formats.set(name, new Kind(language, options));

@@ -13,10 +13,8 @@ export class TrashPage {
     constructor(isFixed) {
         this.isFixed = isFixed;
         this.list = el('ul', {class: 'trash'});
-        this.paging = new Paging('/api/trash', ({assets}) => {
-            this.list.append(...assets.map((asset) => this.#item(asset)));
-            this.#tell();
-        });
+        this.paging = new Paging('/api/trash', this.list, {
+            entriesOf: ({assets}) => assets, make: (asset) => this.#item(asset), onPart: () => this.#tell()});
         this.note = el('p', {class: 'quiet-text'});
         this.restore = textButton(t('restore'), () => this.#restore(), {class: 'button primary'});
         this.deletion = textButton(t('delete.forever'), () => this.#delete(), {class: 'button danger'});
@@ -28,8 +26,17 @@ export class TrashPage {
 
     async show() {
         this.#chosen.clear();
-        this.list.replaceChildren();
         await this.paging.restart();
+    }
+
+    /** Shows what has changed; what is chosen and still there stays chosen. */
+    async refresh() {
+        await this.paging.refresh();
+        const there = new Set([...this.list.children].map(({asset}) => asset.id));
+        for (const id of this.#chosen)
+            if (!there.has(id))
+                this.#chosen.delete(id);
+        this.#tell();
     }
 
     #item(asset) {
@@ -45,8 +52,10 @@ export class TrashPage {
         const input = el('input', {type: 'checkbox', disabled: this.isFixed, 'aria-label': asset.name,
                                    on: {change: choose}});
         const pick = this.isFixed ? null : el('span', {class: 'pick'}, icon('check'));
-        return el('li', {}, el('label', {}, input, el('span', {class: 'trash-picture'}, image, pick),
+        const item = el('li', {}, el('label', {}, input, el('span', {class: 'trash-picture'}, image, pick),
             el('span', {class: 'trash-name'}, asset.name), el('span', {class: 'quiet-text'}, moment(asset.trashed))));
+        item.asset = asset;
+        return item;
     }
 
     #tell() {
@@ -59,7 +68,7 @@ export class TrashPage {
 
     async #restore() {
         if (await actions.restore([...this.#chosen]))
-            await this.show();
+            await this.refresh();
     }
 
     async #delete() {
@@ -67,13 +76,13 @@ export class TrashPage {
         if (!await confirm(t('delete.forever'), t('delete.forever.question', {n: ids.length}), t('delete.forever')))
             return;
         await api.postInParts('/api/trash/delete', ids).catch(actions.fail);
-        await this.show();
+        await this.refresh();
     }
 
     async #empty() {
         if (!await confirm(t('trash.empty'), t('trash.empty.question'), t('trash.empty')))
             return;
         await api.post('/api/trash/empty').catch(actions.fail);
-        await this.show();
+        await this.refresh();
     }
 }
