@@ -14,7 +14,7 @@ import tempfile
 from collections.abc import Iterator
 
 PACKAGING, HOARDD, COMMAND, PICTURE = map(pathlib.Path, sys.argv[1:5])
-KEEPER, OTHER = 64990, 64991 # hoardd's user, and one who is not root
+KEEPER, OTHER, STRANGER = 64990, 64991, 64992 # hoardd's user, one who is let in, and one who is not
 SERVICE = 'org.wickerlane.hoardd.Gatekeeper'
 INSIDE = 'WICKERLANE_TEST_INSIDE'
 DEADLINE = 120
@@ -112,6 +112,25 @@ def capabilities(process: int) -> int:
     return int(status.split('CapEff:')[1].split()[0], 16)
 
 
+def found(folder: pathlib.Path, user: int, *tests: str) -> set[str]:
+    """The paths below the folder of which `find` tells the user that the tests hold."""
+    result = subprocess.run([*(as_user(user) if user else []), 'find', '.', *tests], cwd=folder, text=True, check=False,
+                            stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
+    return {path.removeprefix('./') for path in result.stdout.split()}
+
+
+def check_files_are_closed(folder: pathlib.Path) -> None:
+    """What is in them is had through hoardd alone."""
+    files = found(folder, 0, '-type', 'f')
+    assert any(file.startswith('var/mobile/Media/DCIM/') for file in files), files
+    assert 'var/db/wickerlane/Consent.plist' in files and 'var/mobile/Media/PhotoData/hoardd.lock' in files, files
+    for user in OTHER, STRANGER:
+        assert found(folder, user, '-type', 'f', '-readable') == {'etc/wickerlane/device'}, user
+        assert found(folder, user, '-writable') == {f'var/run/wickerlane/services/{SERVICE}'}, user
+        for closed in 'var/mobile', 'var/db/wickerlane', 'var/log/wickerlane':
+            assert not works(*as_user(user, 'ls', str(folder / closed))), (user, closed)
+
+
 def check(folder: pathlib.Path) -> None:
     device = Device(folder)
     install(folder)
@@ -128,6 +147,11 @@ def check(folder: pathlib.Path) -> None:
         device.succeeds(0, 'consent', 'grant', COMMAND, '--user', str(OTHER))
         device.succeeds(OTHER, 'import', PICTURE)
         assert device.succeeds(OTHER, 'count') == '1 photo, 0 videos\n'
+        assert device.succeeds(OTHER, 'list', '--fields', 'name').split()[-1] == PICTURE.name
+        device.is_refused(STRANGER, 'list')
+        device.is_refused(STRANGER, 'import', PICTURE)
+        device.is_refused(STRANGER, 'consent', 'grant', COMMAND)
+        check_files_are_closed(folder)
         device.is_refused(OTHER, 'consent', 'deny', COMMAND)
         device.is_refused(OTHER, 'check')
         assert 'no problems' in device.succeeds(0, 'check')
