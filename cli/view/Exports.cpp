@@ -12,7 +12,7 @@
 #include <filesystem>
 #include <memory>
 #include <nlohmann/json.hpp>
-#include <span>
+#include <numeric>
 #include <unordered_set>
 
 #include "cli/AssetDescription.h"
@@ -22,6 +22,7 @@
 #include "cli/view/Parameters.h"
 #include "cli/view/Pictures.h"
 #include "wickerlane/platform/file/Retry.h"
+#include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 
 namespace wickerlane::cli::view {
@@ -31,6 +32,8 @@ using namespace std::chrono_literals;
 
 constexpr std::size_t maxOffers = 8;
 constexpr auto offerTime = 10min;
+/// Of all offers; several requests name them.
+constexpr std::size_t maxAssets = 1'000'000;
 /// Assets whose descriptions are held at a time.
 constexpr std::size_t assetsOfPart = 200;
 constexpr std::size_t blockBytes = std::size_t{64} << 10;
@@ -195,24 +198,59 @@ private:
     std::string missing; // what could not be exported, and why
 };
 
-bool writeArchive(std::span<const std::string> uuids, bool edited, httplib::DataSink &sink) {
+std::vector<UUIDBytes> rawOf(std::span<const std::string> uuids) {
+    const ReleaseScope scope;
+    std::vector<UUIDBytes> raw;
+    raw.reserve(uuids.size());
+    for (const std::string &each : uuids) {
+        const auto uuid = UUID::createWithText(each);
+        std::ranges::copy(uuid->bytes(), raw.emplace_back().bytes);
+    }
+    return raw;
+}
+
+std::vector<std::string> textsOf(std::span<const UUIDBytes> uuids) {
+    const ReleaseScope scope;
+    std::vector<std::string> texts;
+    texts.reserve(uuids.size());
+    for (const UUIDBytes &each : uuids)
+        texts.emplace_back(UUID::createWithBytes(each.bytes)->uuidString()->utf8());
+    return texts;
+}
+
+bool writeArchive(std::span<const UUIDBytes> uuids, bool edited, httplib::DataSink &sink) {
     Export archive(sink, edited);
     while (!uuids.empty()) {
         const auto part = uuids.first(std::min(uuids.size(), assetsOfPart));
         uuids = uuids.subspan(part.size());
-        if (!archive.add(part))
+        if (!archive.add(textsOf(part)))
             return false;
     }
     return archive.end();
 }
 
+std::chrono::steady_clock::time_point endOfOffer() {
+    return std::chrono::steady_clock::now() + offerTime;
+}
+
+Failure failGone() {
+    return fail(ProblemKind::notFound, "this export was fetched already, or is too old. Export again");
+}
+
 } // namespace
 
 Result<JSON> Exports::offer(const JSON &body) {
-    auto uuids = uuidsIn(body, "ids");
+    const auto named = uuidsIn(body, "ids");
+    if (!named)
+        return passOn(named);
+    const auto uuids = rawOf(*named);
+    if (body.contains("href")) {
+        const auto href = textIn(body, "href");
+        if (!href)
+            return passOn(href);
+        return add(*href, uuids);
+    }
     const auto version = textIn(body, "version");
-    if (!uuids)
-        return passOn(uuids);
     if (!version || (*version != "original" && *version != "edited"))
         return fail(ProblemKind::invalid, "'version' must be original or edited");
     auto key = randomText();
@@ -222,9 +260,29 @@ Result<JSON> Exports::offer(const JSON &body) {
     const MutexLock lock(mutex);
     if (offers.size() == maxOffers)
         offers.pop_front();
-    offers.push_back({*std::move(key), *std::move(uuids), *version == "edited",
-                      std::chrono::steady_clock::now() + offerTime});
+    offers.push_back({*std::move(key), uuids, *version == "edited", endOfOffer()});
     return answer;
+}
+
+Result<JSON> Exports::add(std::string_view href, std::span<const UUIDBytes> uuids) {
+    const MutexLock lock(mutex);
+    const auto found = std::ranges::find_if(
+        offers, [&](const Offer &each) { return href == std::string(exportPath) + each.key; });
+    if (found == offers.end())
+        return failGone();
+    if (found->uuids.size() + uuids.size() > maxAssets)
+        return fail(ProblemKind::invalid,
+                    fmt::format("an export has {} assets at most. Export them in several", maxAssets));
+    found->uuids.insert(found->uuids.end(), uuids.begin(), uuids.end());
+    found->end = endOfOffer();
+    // Those before it were not fetched until now, and give room.
+    const auto count = [&] {
+        return std::accumulate(offers.begin(), offers.end(), std::size_t{0},
+                               [](std::size_t sum, const Offer &each) { return sum + each.uuids.size(); });
+    };
+    while (count() > maxAssets && offers.begin() != found)
+        offers.pop_front();
+    return JSON{{"href", href}};
 }
 
 Result<> Exports::answer(const httplib::Request &request, httplib::Response &response) {
@@ -236,8 +294,7 @@ Result<> Exports::answer(const httplib::Request &request, httplib::Response &res
         offers.remove_if([&](const Offer &each) { return each.end < now; });
         const auto found = std::ranges::find(offers, key, &Offer::key);
         if (found == offers.end())
-            return fail(ProblemKind::notFound,
-                        "this export was fetched already, or is too old. Export again");
+            return failGone();
         taken = std::make_shared<Offer>(std::move(*found));
         offers.erase(found);
     }

@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <list>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -13,6 +14,7 @@
 #include "cli/Output.h"
 #include "wickerlane/model/Result.h"
 #include "wickerlane/platform/object/Mutex.h"
+#include "wickerlane/platform/object/Number.h"
 
 namespace wickerlane::cli::view {
 
@@ -23,7 +25,8 @@ inline constexpr std::string_view exportPath = "/export/";
 /// can't send a body. Thread-safe.
 class Exports {
 public:
-    /// Of the assets that /api/export names; gives the archive's address.
+    /// Of the assets that /api/export names, which are added to those of the address that it may name too.
+    /// Gives the archive's address.
     [[nodiscard]] Result<JSON> offer(const JSON &body);
     /// Answers the address of an archive.
     [[nodiscard]] Result<> answer(const httplib::Request &request, httplib::Response &response);
@@ -31,10 +34,12 @@ public:
 private:
     struct Offer {
         std::string key;
-        std::vector<std::string> uuids;
+        std::vector<UUIDBytes> uuids;
         bool edited = false; ///< The edited versions of those that have one.
         std::chrono::steady_clock::time_point end;
     };
+
+    Result<JSON> add(std::string_view href, std::span<const UUIDBytes> uuids);
 
     Mutex mutex;
     std::list<Offer> offers WL_GUARDED_BY(mutex); // the oldest first

@@ -73,8 +73,7 @@ export const download = (assets) => attempt(async () => {
         follow(api.media(assets[0], version, {download: 1}));
         return true;
     }
-    const {href} = await api.post('/api/export', {ids: assets.map(({id}) => id), version});
-    follow(href);
+    follow(await api.offerExport(assets.map(({id}) => id), version));
     return true;
 });
 

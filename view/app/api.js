@@ -73,6 +73,14 @@ export async function postInParts(path, ids, body = {}, name = 'ids') {
     return answers;
 }
 
+/** The address of an archive of assets. */
+export async function offerExport(ids, version) {
+    let href;
+    for (let begin = 0; begin < ids.length; begin += mostIds)
+        ({href} = await post('/api/export', {ids: ids.slice(begin, begin + mostIds), version, href}));
+    return href;
+}
+
 /** Sends a file. `onProgress` gets the number of bytes that have been sent. */
 export function upload(file, name, album, onProgress) {
     return new Promise((resolve, reject) => {

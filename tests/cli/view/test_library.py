@@ -197,6 +197,25 @@ def test_an_export_is_an_archive_that_is_good_once(view: View, pictures: list[pa
         assert view.get(href).status == 404
 
 
+def test_an_export_of_many_assets_is_asked_for_in_parts(view: View) -> None:
+    assets = [each['id'] for each in assets_of(view)]
+    absent = [f'{number:08}-0000-4000-8000-000000000000' for number in range(9_999)]
+    href = view.change('/api/export', {'ids': [assets[0], *absent], 'version': 'original'})['href']
+    assert view.change('/api/export', {'ids': assets[1:], 'href': href}) == {'href': href}
+    with zipfile.ZipFile(io.BytesIO(view.get(href).body)) as archive:
+        assert len(archive.namelist()) == 4 and archive.testzip() is None
+        assert len(archive.read('not exported.txt').splitlines()) == 9_999
+    gone = view.post('/api/export', {'ids': assets, 'href': href})
+    assert (gone.status, gone.json['error']['code']) == (404, 'notFound')
+    # What is not fetched does not take ever more room.
+    hrefs = [view.change('/api/export', {'ids': assets, 'version': 'original'})['href'] for _ in range(2)]
+    for _ in range(99):
+        view.change('/api/export', {'ids': assets[:1] * 10_000, 'href': hrefs[1]})
+    assert view.post('/api/export', {'ids': assets[:1] * 10_000, 'href': hrefs[1]}).status == 400
+    view.change('/api/export', {'ids': assets[:1] * 9_996, 'href': hrefs[1]})
+    assert view.get(hrefs[0]).status == 404
+
+
 def test_changes_are_told_while_pictures_are_served(view: View) -> None:
     asset = named(view, 'odd.jpg')
     token = view.get('/api/changes').json['token']
