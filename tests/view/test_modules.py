@@ -112,6 +112,31 @@ def test_pictures_that_leave_the_window_do_not_stop_the_others_from_getting_shar
     assert sharp == [True] * 4 + [False] * 4 + [True]
 
 
+def test_each_day_of_a_moment_has_its_place_and_days(page: Browser) -> None:
+    days = ('2031-01-30', '2031-01-31', '2031-02-01', '2031-02-02', '2030-12-31', '2031-01-01')
+    shown = page.module('''
+        const {momentsOfDay} = await import('/app/places.js');
+        const moments = [
+            {start: '2031-02-01T20:00:00', end: '2031-02-01T21:00:00', place: {latitude: 48, longitude: 8}},
+            {start: '2031-01-31T09:00:00', end: '2031-02-01T18:00:00', place: {latitude: 47, longitude: 8}},
+            {start: '2030-12-31T23:00:00', end: '2031-01-01T01:00:00'}];
+        const fetch = window.fetch;
+        window.fetch = async (address) => {
+            const query = new URL(address, location.href).searchParams;
+            return new Response(JSON.stringify({moments: moments.filter(({start}) =>
+                start >= query.get('from') && start < query.get('until'))}));
+        };
+        try {
+            const texts = await Promise.all(values[0].map(momentsOfDay));
+            return texts.map((text) => text.normalize('NFKD').replace(/[\u2066\u2069]/g, ''));
+        } finally {
+            window.fetch = fetch;
+        }''', days)
+    moment, year = 'Jan 31 – Feb 1', 'Dec 31, 2030 – Jan 1, 2031'
+    assert shown == ['', f'{moment} · 47.00° N, 8.00° E', f'{moment} · 47.00° N, 8.00° E – 48.00° N, 8.00° E', '',
+                     year, year]
+
+
 SEARCHES: list[tuple[str, str, dict[str, object], str]] = [
     ('en', '2019', {'from': '2019-01-01', 'until': '2020-01-01'}, ''),
     ('en', 'August 2019', {'from': '2019-08-01', 'until': '2019-09-01'}, ''),

@@ -69,6 +69,13 @@ export const month = dated('month', {month: 'long', year: 'numeric'});
 export const year = dated('year', {year: 'numeric'});
 export const moment = dated('moment', {dateStyle: 'medium', timeStyle: 'short'});
 
+/** From one day to another, such as "5 – 7 Aug". */
+export const dayRange = (first, last) => {
+    const year = first.slice(0, 4) === last.slice(0, 4) ? undefined : 'numeric';
+    return format(Intl.DateTimeFormat, `dayRange ${year}`, {day: 'numeric', month: 'short', year, timeZone: 'UTC'})
+        .formatRange(clock(first), clock(last));
+};
+
 /** The names of the twelve months in the page's language and in English, lower-case, with their numbers from 1. */
 export function monthNames() {
     const names = new Map();

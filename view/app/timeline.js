@@ -3,7 +3,7 @@
 import {bindCell, cellName, clearCell, newCell, Sharpener} from './cells.js';
 import {clamp, debounced, el, icon, isRightToLeft} from './dom.js';
 import {Layout} from './layout.js';
-import {placeOfDay} from './places.js';
+import {momentsOfDay} from './places.js';
 import {Scroller} from './scroller.js';
 import {Scrubber} from './scrubber.js';
 import {day, fullDay, t} from './texts.js';
@@ -208,7 +208,7 @@ export class Timeline extends EventTarget {
 
     async #showPlace(section, element) {
         const {start} = this.layout.sections[section];
-        const text = await placeOfDay(start);
+        const text = await momentsOfDay(start);
         if (element.start === start)
             element.place.textContent = text;
     }
