@@ -177,6 +177,32 @@ def test_what_is_searched_for(page: Browser) -> None:
         assert result == {'filter': expected, 'isNamed': True}, f'{language}: {text}'
 
 
+def test_what_failed_is_said_in_the_readers_language(page: Browser) -> None:
+    said = page.module('''
+        const {loadTexts} = await import('/app/texts.js');
+        const {el} = await import('/app/dom.js');
+        const {explain} = await import('/app/status.js');
+        await loadTexts('de');
+        return [['exists', 'there is an album of that name'], ['noServer', ''], ['invalid', 'this is no picture'],
+                ['invalid', '']].map(([code, message]) =>
+            [...el('p', {}, explain({code, message})).childNodes].map(({textContent}) => textContent));''')
+    assert said == [['Etwas mit diesem Namen gibt es schon.', 'there is an album of that name'],
+                    ['Das Programm hinter dieser Seite ist nicht erreichbar.'], ['this is no picture'],
+                    ['Das hat nicht geklappt.']]
+
+
+def test_exposures_are_written_as_on_a_camera(page: Browser) -> None:
+    shown = page.module('''
+        const {showFacts} = await import('/app/facts.js');
+        return [[1 / 4000, 2.8], [0.04, 0], [2.5, 0]].map(([exposureSeconds, aperture]) => {
+            const panel = document.createElement('div');
+            showFacts(panel, {name: 'a.jpg', created: '2020-01-01T00:00:00', exposureSeconds, aperture},
+                      {isFixed: true});
+            return panel.querySelector('dd').textContent.replace(/[\u2066\u2069]/g, '');
+        });''')
+    assert shown == ['1/4000 s   f/2.8', '1/25 s', '2.5 s']
+
+
 def test_each_language_has_all_texts_with_the_same_values() -> None:
     english = json.loads((TEXTS / 'en.json').read_text(encoding='utf-8'))
     used = {name for source in TEXTS.parent.glob('app/*.js') for name in re.findall(r"'([a-z]+(?:\.[a-zA-Z]+)*)'",

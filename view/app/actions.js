@@ -3,7 +3,7 @@
 
 import * as api from './api.js';
 import {askAlbum, askShift, askText, askVersion} from './dialogs.js';
-import {fail, say} from './status.js';
+import {detail, fail, say} from './status.js';
 import {t} from './texts.js';
 
 async function attempt(work) {
@@ -35,7 +35,7 @@ export const remove = (ids) => attempt(async () => {
     if (deleted.length > 0)
         say(t('deleted', {n: deleted.length}), {text: t('undo'), press: () => restore(deleted)});
     if (refused.length > 0)
-        say(`${t('not.deleted', {n: refused.length})} ${refused[0].text}`);
+        say([t('not.deleted', {n: refused.length}), detail(refused[0].text)]);
     return deleted;
 });
 

@@ -2,12 +2,12 @@
 
 import {el, icon, iconButton} from './dom.js';
 import {addressOf} from './route.js';
-import {bytes, leftToRight, moment, number, pixels, place, t} from './texts.js';
+import {bytes, leftToRight, moment, number, pixels, place, plainNumber, t} from './texts.js';
 
 function exposure({exposureSeconds, aperture, isoSpeed, focalLength}) {
     const parts = [];
     if (exposureSeconds > 0)
-        parts.push(exposureSeconds < 0.3 ? `1/${number(Math.round(1 / exposureSeconds))} s` :
+        parts.push(exposureSeconds < 0.3 ? `1/${plainNumber(Math.round(1 / exposureSeconds))} s` :
             `${number(exposureSeconds)} s`);
     if (aperture)
         parts.push(`f/${number(aperture)}`);

@@ -459,7 +459,7 @@ async function openSession() {
             return session;
         } catch (error) {
             await loadTexts('en').catch(() => {});
-            message.textContent = explain(error);
+            message.replaceChildren(el('p', {}, explain(error)));
             document.body.append(message);
             if (!isPassing(error))
                 throw error;

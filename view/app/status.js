@@ -9,9 +9,9 @@ export const statusElements = [banner, toasts];
 
 const shownFor = 7000;
 
-/** Says something for a while. `action` is {text, press}. */
-export function say(text, action = null) {
-    const toast = el('div', {class: 'toast'}, el('span', {}, text));
+/** Says something for a while. `content` is a text, or what an element has; `action` is {text, press}. */
+export function say(content, action = null) {
+    const toast = el('div', {class: 'toast'}, el('span', {}, content));
     let timer = 0;
     const remove = () => {
         clearTimeout(timer);
@@ -38,12 +38,17 @@ export function say(text, action = null) {
         toasts.firstElementChild.remove();
 }
 
-/** What went wrong, for people: the server's text where there is one. */
-export function explain(error) {
-    const known = ['noServer', 'unreachable', 'restarting', 'busy', 'timedOut', 'denied', 'readOnly', 'full',
-                   'notFound', 'exists'];
-    const own = known.includes(error.code) ? t(`error.${error.code}`) : t('error.failed');
-    return error.message && error.code !== 'noServer' ? error.message : own;
+const explained = ['noServer', 'unreachable', 'restarting', 'busy', 'timedOut', 'denied', 'readOnly', 'full',
+                   'notFound', 'exists', 'failed'];
+
+/** What the server says, which is English, below a text of the page. */
+export const detail = (text) => (text ? el('small', {class: 'detail', lang: 'en', dir: 'ltr'}, text) : null);
+
+/** What went wrong, for people: the content of an element. */
+export function explain({code, message}) {
+    if (explained.includes(code))
+        return [t(`error.${code}`), detail(message)];
+    return [message || t('error.failed')];
 }
 
 export function fail(error) {

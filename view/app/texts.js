@@ -34,6 +34,9 @@ export function t(key, values = {}) {
 
 export const number = (value) => numbers.format(value);
 
+/** Without a separator of thousands. */
+export const plainNumber = (value) => format(Intl.NumberFormat, 'plain', {useGrouping: false}).format(value);
+
 export function bytes(value) {
     const units = ['byte', 'kilobyte', 'megabyte', 'gigabyte'];
     let step = 0;
