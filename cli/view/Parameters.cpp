@@ -51,7 +51,7 @@ bool setCircle(std::string_view text, AssetFilter &filter) {
     return true;
 }
 
-/// Marks, which are asked for by 1.
+/// Marks: 1 asks for assets that have one, 0 for those that don't.
 Result<> setMarks(const httplib::Request &request, AssetFilter &filter) {
     const std::string hidden = request.get_param_value("hidden");
     if (hidden.empty() || hidden == "0")
@@ -69,10 +69,10 @@ Result<> setMarks(const httplib::Request &request, AssetFilter &filter) {
                                   Mark{"problem", &AssetFilter::hasProblem}};
     for (const auto &[name, member] : marks) {
         const std::string value = request.get_param_value(name);
-        if (value == "1")
-            filter.*member = true;
+        if (value == "0" || value == "1")
+            filter.*member = value == "1";
         else if (!value.empty())
-            return failInvalid(name, "1");
+            return failInvalid(name, "0 or 1");
     }
     return {};
 }

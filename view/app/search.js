@@ -75,19 +75,44 @@ function circleIn(text) {
     return {near: `${latitude},${longitude},${meters}`, label: t('chip.near', {place: place({latitude, longitude})})};
 }
 
-const isYes = (value) => ['yes', 'true', '1'].includes(value.toLowerCase());
+/** Coordinates as they are copied from somewhere, at the start of a list of words: [circle, number of words]. */
+function plainCircle(words) {
+    for (const used of [1, 2]) {
+        const text = words.slice(0, used).join('');
+        const circle = /^-?\d+\.\d+,-?\d+\.\d+$/.test(text) ? circleIn(text) : null;
+        if (circle)
+            return [circle, used];
+    }
+    return null;
+}
+
+const answers = new Map([['yes', 1], ['true', 1], ['1', 1], ['no', 0], ['false', 0], ['0', 0]]);
 
 /** What `key:value` means: {filter, label}; null if it means nothing. */
 function meaning(key, value, albums) {
-    const flag = (name) => isYes(value) ? {filter: {[name]: 1}, label: t(`chip.${name}`)} : null;
+    const flag = (name, no) => {
+        const isSet = answers.get(value.toLowerCase());
+        return isSet === undefined ? null : {filter: {[name]: isSet}, label: t(`chip.${isSet ? name : no}`)};
+    };
     switch (key) {
     case 'kind':
         return ['photo', 'video'].includes(value) ? {filter: {kind: value}, label: t(`chip.${value}`)} : null;
     case 'favourite':
+        return flag(key, 'notFavourite');
     case 'edited':
+        return flag(key, 'notEdited');
     case 'problem':
+        return flag(key, 'notProblem');
     case 'hidden':
-        return flag(key);
+        return flag(key, 'notHidden');
+    case 'from': {
+        const begin = periodIn(value);
+        return begin ? {filter: {from: begin.from}, label: t('chip.from', {period: begin.label})} : null;
+    }
+    case 'to': {
+        const end = periodIn(value);
+        return end ? {filter: {until: end.until}, label: t('chip.to', {period: end.label})} : null;
+    }
     case 'rating':
         return /^[1-5]$/.test(value) ? {filter: {rating: value}, label: t('chip.rating', {n: Number(value)})} : null;
     case 'camera':
@@ -121,12 +146,19 @@ export function parse(text, albums = [], months = monthNames()) {
         const spoken = spokenPeriod(lower.slice(index), months);
         const named = /^([a-z]+):(.*)$/i.exec(raw[index]);
         const dates = spoken?.[0] ?? periodIn(lower[index]) ?? stretchIn(lower[index]);
-        if (dates && !filter.from) {
+        if (dates && !filter.from && !filter.until) {
             const used = spoken ? spoken[1] : 1;
             filter.from = dates.from;
             filter.until = dates.until;
             chips.push({label: dates.label, raw: raw.slice(index, index + used).join(' ')});
             index += used - 1;
+            continue;
+        }
+        const circle = plainCircle(raw.slice(index, index + 2));
+        if (circle) {
+            filter.near = circle[0].near;
+            chips.push({label: circle[0].label, raw: raw.slice(index, index + circle[1]).join(' ')});
+            index += circle[1] - 1;
             continue;
         }
         const found = named ? meaning(named[1].toLowerCase(), named[2].replaceAll('"', ''), albums) : null;
