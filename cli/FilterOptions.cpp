@@ -227,7 +227,7 @@ constexpr Condition conditions[] = {
     {"album", "ALBUM", "Only those in this album: name or UUID", setAlbum},
     {"moment", "ID", "Only those of this moment", setMoment},
     {"name", "PATTERN", "Only those with such an original name: 'IMG_*.jpg'", setText<&AssetFilter::name>},
-    {"words", "WORDS", "Only those with these words in their name, caption, keywords or albums",
+    {"words", "WORDS", "Only those with these words in name, caption, keywords, camera or albums",
      setText<&AssetFilter::text>},
     {"type", "TYPE", "Only those of this format: jpeg, heic, image/heic", setType},
     {"camera", "CAMERA", "Only those taken with this camera", setText<&AssetFilter::camera>},

@@ -8,6 +8,7 @@
 #include <set>
 
 #include "cli/AssetListing.h"
+#include "cli/Confirmation.h"
 #include "cli/DaemonRequests.h"
 #include "cli/FilterOptions.h"
 #include "cli/Texts.h"
@@ -142,6 +143,9 @@ Result<ExitCode> changeSelected(const Selection &selection, const ChangeTexts &t
     const std::vector<std::string> &uuids = selected->uuids;
     if (selection.isDryRun)
         return printDryRun(uuids, texts.wouldBeDone(uuids.size()));
+    if (texts.question && selection.isOpen() && !uuids.empty() && !selection.yes &&
+        !isConfirmed(texts.question(uuids.size())))
+        return fail(ProblemKind::failed, localized("nothing was changed; --yes changes without asking"));
     const InterruptScope interrupts;
     Progress progress(texts.doing, uuids.size());
     std::size_t done = 0;

@@ -81,6 +81,9 @@ struct ChangeTexts {
     std::function<std::string(std::size_t count)> wouldBeDone;
     /// "2 assets removed from Dunes".
     std::function<std::string(std::size_t count)> done;
+    /// What is asked before a change of assets that were not named one by one: "This replaces the captions
+    /// of 2 assets." Empty where the change is easy to undo.
+    std::function<std::string(std::size_t count)> question{};
 };
 
 /// Asks the daemon for the same change of all assets in a selection, and says what was done. Changes nothing

@@ -35,7 +35,7 @@ inline constexpr Subcommand subcommands[] = {
     {"export", saving, "Copy originals out of the library", setUpExport},
     {"thumbnail", saving, "Write the picture of an asset in one of the library's formats", setUpThumbnail},
     {"list", finding, "List assets by date of creation", setUpList},
-    {"find", finding, "Find assets by words in their names, captions, keywords and albums", setUpFind},
+    {"find", finding, "Find assets by words in names, captions, keywords, cameras and albums", setUpFind},
     {"show", finding, "Show all that the library knows about an asset", setUpShow},
     {"count", finding, "Say how many photos and videos the library holds", setUpCount},
     {"moments", finding, "List moments: photos and videos taken at the same time and place", setUpMoments},

@@ -454,7 +454,7 @@ std::string refusedText(const Report &report) {
 
 void printSummary(const Report &report) {
     for (const SavedFile &each : report.saved)
-        if (!each.problem.empty())
+        if (!each.problem.empty() && !each.wasPresent)
             note(each.isShown
                      ? localized("{}: saved, but not all of the picture can be shown: {}", each.path,
                                  each.problem)

@@ -81,12 +81,11 @@ void setUpList(Command command) {
 }
 
 void setUpFind(Command command) {
-    command.footer(
-        "An asset is found when each of the words is in its name, its caption, a keyword or the title of\n"
-        "an album that it is in. The case of letters does not count.\n\n"
-        "Examples:\n"
-        "  wickerlane find beach\n"
-        "  wickerlane find dunes evening --kind photo --rating 3");
+    command.footer("An asset is found when each of the words is in its name, caption, keywords, camera\n"
+                   "or the title of an album that it is in. The case of letters does not count.\n\n"
+                   "Examples:\n"
+                   "  wickerlane find beach\n"
+                   "  wickerlane find dunes evening --kind photo --rating 3");
     Options &options = command.runs(list);
     command.addOption("WORD", options.words, "Words to be found").required().notEmpty();
     addOptions(command, options);

@@ -45,6 +45,12 @@ Result<ExitCode> setDetails(const Options &options) {
     const Ref<Dictionary> details = detailsOf(options);
     if (details->count() == 0)
         return fail(ProblemKind::invalid, localized("say what is to be set, such as --rating 5"));
+    std::function<std::string(std::size_t)> question;
+    if (!options.caption.empty()) // what is there now is lost
+        question = [](std::size_t count) {
+            return localizedCount(count, "This replaces the caption of {} asset.",
+                                  "This replaces the captions of {} assets.");
+        };
     return changeSelected(
         options.selection,
         {.doing = localized("changing"),
@@ -53,9 +59,8 @@ Result<ExitCode> setDetails(const Options &options) {
                  return localizedCount(count, "{} asset would be changed", "{} assets would be changed");
              },
          .done =
-             [](std::size_t count) {
-                 return localizedCount(count, "{} asset changed", "{} assets changed");
-             }},
+             [](std::size_t count) { return localizedCount(count, "{} asset changed", "{} assets changed"); },
+         .question = question},
         protocol::setDetails,
         [&](client::Request &request) { request.set(protocol::keys::properties, details.get()); });
 }
@@ -63,13 +68,15 @@ Result<ExitCode> setDetails(const Options &options) {
 } // namespace
 
 void setUpSet(Command command) {
-    command.footer("What is not given stays as it is. The originals keep what is written in them.\n\n"
+    command.footer("What is not given stays as it is. The originals keep what is written in them. It asks\n"
+                   "before it replaces the captions of what --where or standard input says.\n\n"
                    "Examples:\n"
                    "  wickerlane set --rating 5 --keyword Sea 7F3D0A52\n"
                    "  wickerlane set --favourite --where 'album=Dunes rating=5'");
     Options &options = command.runs(setDetails);
     addSelection(command, options.selection);
     addDryRun(command, options.selection);
+    addYes(command, options.selection.yes);
     const auto favourite = command.addFlag("--favourite", options.favourite, "Mark as favourites");
     command.addFlag("--no-favourite", options.notFavourite, "Take that mark away").excludes(favourite);
     const auto hidden = command.addFlag("--hidden", options.hidden, "Mark as hidden");

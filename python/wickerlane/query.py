@@ -48,7 +48,7 @@ class Filters(TypedDict):
     name: NotRequired[str]
     """With this original name; `*` and `?` stand for any characters and for any one."""
     text: NotRequired[str]
-    """Words, each of which the original name, the caption, a keyword or the title of an album has."""
+    """Words, each of which the original name, the caption, a keyword, the camera or the title of an album has."""
     format: NotRequired[str]
     """Of a media type, such as 'image/jpeg'."""
     camera: NotRequired[str]

@@ -204,6 +204,10 @@ TEST_F(Selections, CommandsTakeWhatOthersHaveFound) {
     EXPECT_EQ(run({"show", "--where", "favourite", "--json"}).output, "[]\n");
     EXPECT_EQ(run({"set", "--rating", "1"}).exitCode, 2) << "of what?";
     EXPECT_EQ(run({"set", "--rating", "1", jpeg, "--where", "all"}).exitCode, 2);
+    // What replaces texts of people asks before.
+    EXPECT_EQ(run({"set", "--caption", "New", "--where", "all"}).exitCode, 1);
+    EXPECT_EQ(run({"find", "new", "--json"}).output, "[]\n");
+    EXPECT_EQ(run({"set", "--caption", "New", "--yes", "--where", "all"}).output, "2 assets changed\n");
     EXPECT_EQ(run({"export", "--all", "--where", "rating=5", "--to", out.string()}).exitCode, 2);
     EXPECT_EQ(run({"export", "--all", jpeg, "--to", out.string()}).exitCode, 2);
 }

@@ -154,6 +154,7 @@ TEST_F(Queries, FindWhatAllConditionsApplyTo) {
         {"words of caption and album", {.text = "  lake summer"}, {1}},
         {"a word of a name", {.text = "0%_S"}, {2}},
         {"a keyword", {.text = "night"}, {2}},
+        {"a word of a camera", {.text = "MODEL lake"}, {1}},
         {"words of which one is missing", {.text = "lake winter"}, {}},
         {"format", {.format = "video/mp4"}, {2}},
         {"camera", {.camera = "Model 5"}, {1}},

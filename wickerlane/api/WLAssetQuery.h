@@ -110,7 +110,7 @@ WL_EXTERN_C void WLAssetQuerySetMoment(WLAssetQuery *query, int64_t moment);
 /// With this original name; `*` and `?` stand for any characters and for any one.
 WL_EXTERN_C void WLAssetQuerySetName(WLAssetQuery *query, const char *name);
 
-/// Words, each of which the original name, the caption, a keyword or the title of an album has.
+/// Words, each of which the original name, the caption, a keyword, the camera or the title of an album has.
 WL_EXTERN_C void WLAssetQuerySetText(WLAssetQuery *query, const char *text);
 
 /// Of a media type: "image/jpeg".

@@ -40,7 +40,8 @@ struct AssetFilter {
     std::optional<std::string> album{};   ///< By its UUID.
     std::optional<std::int64_t> moment{}; ///< By its primary key.
     std::optional<std::string> name{};    ///< The original name; `*` and `?` stand for other characters.
-    /// Words, each of which the original name, the caption, a keyword or the title of an album has.
+    /// Words, each of which the original name, the caption, a keyword, the camera or the title of an album
+    /// has.
     std::optional<std::string> text{};
     std::optional<std::string> format{}; ///< Media type: "image/jpeg".
     std::optional<std::string> camera{}; ///< As AssetRecord has it.

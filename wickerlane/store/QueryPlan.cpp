@@ -172,9 +172,10 @@ void addWords(Conditions &conditions, std::string_view text) {
             continue;
         const std::string like = "%" + escapedForLike(word) + "%";
         conditions.addNarrow("(originalfilename LIKE ? ESCAPE '\\' OR caption LIKE ? ESCAPE '\\' OR "
-                             "keywords LIKE ? ESCAPE '\\' OR pk IN (SELECT asset FROM zalbumasset "
-                             "JOIN zalbum ON zalbum.pk = album WHERE name LIKE ? ESCAPE '\\'))",
-                             like, like, like, like);
+                             "keywords LIKE ? ESCAPE '\\' OR camera LIKE ? ESCAPE '\\' OR "
+                             "pk IN (SELECT asset FROM zalbumasset JOIN zalbum ON zalbum.pk = album WHERE "
+                             "name LIKE ? ESCAPE '\\'))",
+                             like, like, like, like, like);
     }
 }
 
