@@ -1,6 +1,10 @@
 #include "cli/view/Polls.h"
 
+#include <fmt/format.h>
 #include <nlohmann/json.hpp>
+
+#include <functional>
+#include <iterator>
 
 #include "cli/FollowedChanges.h"
 #include "cli/view/DaemonQuestions.h"
@@ -18,7 +22,20 @@ constexpr auto leastTime = 1s;
 constexpr std::size_t changesOfAnswer = 1'000;
 constexpr std::size_t maxTokenBytes = 200;
 
-std::string textOf(const ChangesPage &page) {
+/// Another text when an album was made, renamed, deleted or has another number of assets: the library's
+/// record of changes is of assets alone. Empty when it is not known.
+std::string stateOfAlbums() {
+    const auto albums = JXGatekeeperClient::sharedInstance()->albums();
+    if (!albums)
+        return {};
+    std::string all;
+    for (const Ref<ManagedAlbum> &each : *albums)
+        fmt::format_to(std::back_inserter(all), "{} {} {}\n", each->record().uuid, each->record().assetCount,
+                       each->record().name);
+    return fmt::format("{:016x}", std::hash<std::string>{}(all));
+}
+
+std::string textOf(const ChangesPage &page, const std::string &albums) {
     JSON described = {{"token", page.token}};
     if (page.isTooOld)
         described["tooOld"] = true;
@@ -26,6 +43,8 @@ std::string textOf(const ChangesPage &page) {
     for (const AssetChange &each : page.changes)
         described["changes"].push_back({{"id", each.uuid}, {"kind", nameOf(each.what)}});
     described["isLast"] = page.isLast;
+    if (!albums.empty())
+        described["albums"] = albums;
     return described.dump();
 }
 
@@ -65,7 +84,7 @@ Result<std::string> Polls::wait(const httplib::Request &request) {
         return fail(ProblemKind::invalid, "'token' must be one that this server gave");
     if (token.empty()) {
         const auto present = askAgain([&] { return client->changesSinceToken("", 0); });
-        return present ? Result<std::string>(textOf(*present)) : failAsked();
+        return present ? Result<std::string>(textOf(*present, stateOfAlbums())) : failAsked();
     }
     const Ref<Cancellation> cancellation = enter();
     if (!cancellation)
@@ -77,9 +96,9 @@ Result<std::string> Polls::wait(const httplib::Request &request) {
     }();
     leave(cancellation.get());
     if (page)
-        return textOf(*page);
+        return textOf(*page, stateOfAlbums());
     if (cancellation->isCancelled())
-        return textOf({.changes = {}, .token = token});
+        return textOf({.changes = {}, .token = token}, {});
     return failAsked();
 }
 

@@ -49,6 +49,35 @@ def test_each_layout_shows_everything_once_and_fits(page: Browser) -> None:
     assert faults == []
 
 
+def test_other_albums_are_a_change(page: Browser) -> None:
+    heard = page.module('''
+        const {Changes} = await import('/app/changes.js');
+        const albums = ['a', 'a', 'b', undefined, 'b', 'a'];
+        const changes = new Changes();
+        let count = 0;
+        changes.addEventListener('changed', () => { count += 1; });
+        const heard = [];
+        const real = window.fetch;
+        const toldAll = new Promise((resolve) => {
+            window.fetch = (address, options) => {
+                if (address !== '/api/changes' && !address.endsWith('token=test')) // of the page itself
+                    return real(address, options);
+                heard.push(count);
+                if (heard.length > albums.length) {
+                    resolve();
+                    return new Promise(() => {});
+                }
+                const answer = {token: 'test', changes: [], albums: albums[heard.length - 1]};
+                return Promise.resolve(new Response(JSON.stringify(answer)));
+            };
+        });
+        changes.follow();
+        await toldAll;
+        window.fetch = real;
+        return heard;''')
+    assert heard == [0, 0, 0, 1, 1, 1, 2]
+
+
 def test_content_higher_than_an_element_can_be_is_scrolled_through(page: Browser) -> None:
     steps = page.module('''
         const {Scroller} = await import('/app/scroller.js');

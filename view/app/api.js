@@ -50,7 +50,7 @@ export function get(path, parameters, {signal} = {}) {
     return answerOf(fetch(address(path, parameters), {signal}));
 }
 
-/** Emits `made` after each change that the page made; what the library reports leaves out changes of albums. */
+/** Emits `made` after each change that the page made; what the library reports of albums comes late. */
 export const changes = new EventTarget();
 
 export async function post(path, body = {}) {

@@ -20,6 +20,7 @@ const wait = (milliseconds) => new Promise((resolve) => {
 export class Changes extends EventTarget {
     async follow() {
         let token;
+        let albums; // their state
         let failures = 0;
         for (;;) {
             try {
@@ -28,9 +29,11 @@ export class Changes extends EventTarget {
                 failures = 0;
                 if (wasAway)
                     this.dispatchEvent(new Event('back'));
-                if (answer.tooOld || wasAway || (token !== undefined && answer.changes.length > 0))
+                const areOthers = answer.albums !== undefined && albums !== undefined && answer.albums !== albums;
+                if (answer.tooOld || wasAway || areOthers || (token !== undefined && answer.changes.length > 0))
                     this.dispatchEvent(new Event('changed'));
                 token = answer.token;
+                albums = answer.albums ?? albums;
             } catch (error) {
                 // A short pause of the service goes unnoticed.
                 if (failures > 0 || error.code !== 'restarting')

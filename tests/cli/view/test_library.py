@@ -2,6 +2,7 @@
 
 import base64
 import io
+import itertools
 import json
 import pathlib
 import signal
@@ -236,6 +237,18 @@ def test_changes_are_told_while_pictures_are_served(view: View) -> None:
     told = [each for each in answers if each.status == 200 and each.json['changes']]
     assert told and all(each.json['changes'][0] == {'id': asset, 'kind': 'changed'} for each in told)
     assert {each.status for each in answers} <= {200, 503}
+
+
+def test_the_state_of_albums_tells_of_each_change_by_another_program(view: View, library: Library) -> None:
+    asset = named(view, 'odd.jpg')
+    states = [view.get('/api/changes').json['albums']]
+    assert view.get('/api/changes').json['albums'] == states[0]
+    for words in (('create', 'Tides'), ('rename', 'Tides', 'Waves'), ('add', 'Waves', asset),
+                  ('remove', 'Waves', asset), ('delete', '--yes', 'Waves')):
+        library.command('album', *words)
+        states.append(view.get('/api/changes').json['albums'])
+    assert all(state != following for state, following in itertools.pairwise(states)), states
+    assert states[-1] == states[0]
 
 
 def test_a_daemon_that_is_killed_comes_back(view: View, library: Library) -> None:
