@@ -70,6 +70,13 @@ def todays_client_and_the_previous_daemon(folder: pathlib.Path) -> None:
     root.end_daemon()
 
 
+def the_previous_command_and_todays_daemon(folder: pathlib.Path) -> None:
+    root = Root(folder, HOARDD)
+    works(root, PREVIOUS / 'bin/wickerlane')
+    assert os.path.samefile(f'/proc/{root.process()}/exe', HOARDD)
+    root.end_daemon()
+
+
 def the_previous_client_and_todays_daemon(folder: pathlib.Path) -> None:
     """By the release's library and its Python package."""
     root = Root(folder, HOARDD)
@@ -104,7 +111,7 @@ def upgrade_from_the_previous_release(root: Root) -> None:
     assert os.path.samefile(f'/proc/{root.process()}/exe', HOARDD)
 
 
-for each in (todays_client_and_the_previous_daemon, the_previous_client_and_todays_daemon,
+for each in (todays_client_and_the_previous_daemon, the_previous_command_and_todays_daemon, the_previous_client_and_todays_daemon,
              a_newer_store_and_the_previous_daemon):
     with tempfile.TemporaryDirectory() as made:
         each(pathlib.Path(made).resolve())
