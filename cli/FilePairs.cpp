@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <filesystem>
 #include <span>
 
@@ -17,17 +16,20 @@ namespace {
 
 enum class Part { none, picture, raw, video };
 
-const MediaType *typeOf(const std::string &path) {
+/// The first bytes of a file; none when it can't be read.
+std::string startOf(const std::string &path) {
     const UniqueFd file = openFile(path, O_RDONLY | O_NONBLOCK);
-    std::array<std::byte, mediaTypeBytes> start{};
+    std::string start(mediaTypeBytes, '\0');
     const ssize_t count = file ? pread(file.get(), start.data(), start.size(), 0) : 0;
-    const MediaType *type =
-        mediaTypeOfContent(std::span(start).first(count > 0 ? static_cast<std::size_t>(count) : 0));
-    return type != nullptr ? type : mediaTypeOfExtension(pathExtension(path));
+    start.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
+    return start;
 }
 
-Part partOf(const std::string &path) {
-    const MediaType *type = typeOf(path), *named = mediaTypeOfExtension(pathExtension(path));
+Part partOf(const std::string &path, const std::string &start) {
+    const MediaType *named = mediaTypeOfExtension(pathExtension(path));
+    const MediaType *type = mediaTypeOfContent(std::as_bytes(std::span(start)));
+    if (type == nullptr)
+        type = named;
     if (type == nullptr)
         return Part::none;
     if (type->format == MediaFormat::jpeg || type->format == MediaFormat::heif)
@@ -42,9 +44,9 @@ struct SameName {
     std::string picture, raw, video; // the first of each; empty for none
 };
 
-} // namespace
-
-std::map<std::string, std::string> pairsAmong(const std::vector<std::string> &files) {
+/// `start` gives the first bytes of a file.
+template <class Start>
+std::map<std::string, std::string> pairsAmong(const std::vector<std::string> &files, const Start &start) {
     std::map<std::string, std::vector<std::string>> byName;
     for (const std::string &path : files)
         byName[std::filesystem::path(path).replace_extension().string()].push_back(path);
@@ -55,7 +57,7 @@ std::map<std::string, std::string> pairsAmong(const std::vector<std::string> &fi
         std::ranges::sort(paths);
         SameName first;
         for (const std::string &path : paths) {
-            const Part part = partOf(path);
+            const Part part = partOf(path, start(path));
             std::string *place = part == Part::picture ? &first.picture
                                  : part == Part::raw   ? &first.raw
                                  : part == Part::video ? &first.video
@@ -68,6 +70,20 @@ std::map<std::string, std::string> pairsAmong(const std::vector<std::string> &fi
             pairs.emplace(first.picture, second);
     }
     return pairs;
+}
+
+} // namespace
+
+std::map<std::string, std::string> pairsAmong(const std::vector<std::string> &files) {
+    return pairsAmong(files, startOf);
+}
+
+std::map<std::string, std::string> pairsAmong(const std::map<std::string, std::string> &starts) {
+    std::vector<std::string> files;
+    files.reserve(starts.size());
+    for (const auto &[path, start] : starts)
+        files.push_back(path);
+    return pairsAmong(files, [&](const std::string &path) { return starts.at(path); });
 }
 
 } // namespace wickerlane::cli

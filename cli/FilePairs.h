@@ -12,6 +12,8 @@ namespace wickerlane::cli {
 /// their extensions alone. A JPEG or HEIF picture comes first; second is a raw file, or else a video. hoardd
 /// decides by contents and times whether they are of one shot.
 [[nodiscard]] std::map<std::string, std::string> pairsAmong(const std::vector<std::string> &files);
+/// The same of files that are elsewhere, by their first bytes: `mediaTypeBytes` of them, or all.
+[[nodiscard]] std::map<std::string, std::string> pairsAmong(const std::map<std::string, std::string> &starts);
 
 } // namespace wickerlane::cli
 

@@ -8,6 +8,7 @@
 
 #include "cli/Queries.h"
 #include "cli/view/DaemonQuestions.h"
+#include "cli/view/Imports.h"
 #include "cli/view/Parameters.h"
 #include "cli/view/Rotation.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
@@ -261,6 +262,7 @@ constexpr std::array changes = {
     NamedChange{"/api/trash/restore", restoreTrashed},
     NamedChange{"/api/trash/delete", deleteTrashed},
     NamedChange{"/api/trash/empty", emptyTrash},
+    NamedChange{"/api/import/pairs", pairFiles},
 };
 
 } // namespace

@@ -1,5 +1,6 @@
 """Finding and changing things: search, albums, importing, the trash."""
 
+import json
 import pathlib
 import zipfile
 from collections.abc import Callable
@@ -114,6 +115,45 @@ def test_a_dropped_folder_is_imported_with_the_folders_in_it(page: Browser, tmp_
     assert not page.one_or_none('.refusals li')
     library.command('delete', '--yes', 'DROPPED_0.JPG', 'DROPPED_1.JPG')
     page.wait(lambda: 'December' not in page.cells()[0]['name'], 'the deleted photos stay')
+
+
+def test_files_of_one_shot_are_imported_together(page: Browser, tmp_path: pathlib.Path, photos: Photos,
+                                                 library: ServedLibrary) -> None:
+    folder = tmp_path / 'shots'
+    (folder / '.trash').mkdir(parents=True)
+    for name, filmed in (('PAIR', '2025-12-20T17:00:02Z'), ('APART', '2025-12-19T03:07:00Z')):
+        for made in (photos.photo(f'{name}.JPG', '2025:12:20 18:00:00'), photos.clip(f'{name}.MP4', filmed)):
+            made.rename(folder / made.name)
+        (folder / f'{name}.xmp').write_text(f'<{name}/>', encoding='utf-8')
+    photos.photo('HIDDEN.JPG', '2025:12:20 18:00:00').rename(folder / '.trash/HIDDEN.JPG')
+    page.drop(folder)
+    page.wait(lambda: page.one('.import-text').text == '3 items imported', 'not three are imported')
+    assert not page.one_or_none('.refusals li')
+    kept = {}
+    for name in ('PAIR.JPG', 'APART.JPG', 'APART.MP4'):
+        shown = json.loads(library.command('show', name, '--json'))
+        sidecar = pathlib.Path(shown['sidecar']).read_text(encoding='utf-8')
+        kept[name] = (shown.get('companion', {}).get('name'), sidecar)
+    assert kept == {'PAIR.JPG': ('PAIR.MP4', '<PAIR/>'), 'APART.JPG': (None, '<APART/>'),
+                    'APART.MP4': (None, '<APART/>')}
+    library.command('delete', '--yes', *kept)
+    page.wait(lambda: 'December' not in page.cells()[0]['name'], 'the deleted photos stay')
+
+
+def test_an_import_is_stopped(page: Browser, photos: Photos, library: ServedLibrary) -> None:
+    # A server that takes its time.
+    page.run('''
+        window.sent = 0;
+        XMLHttpRequest.prototype.send = () => { window.sent += 1; };''')
+    before = int(library.command('count').split()[0])
+    page.all('input[type=file]')[0].send_keys('\n'.join(str(photos.photo(f'STOPPED_{number}.JPG', '2025:12:20 18:00:00'))
+                                                       for number in range(5)))
+    page.wait(lambda: page.run('return window.sent') == 2, 'nothing is sent')
+    page.named('Stop importing').click()
+    page.wait(lambda: page.one('.import-text').text == '0 items imported', 'it does not stop')
+    assert page.run('return window.sent') == 2 and int(library.command('count').split()[0]) == before
+    page.named('Close', '.import-panel').click()
+    page.wait(lambda: not page.one_or_none('.import-panel'), 'the panel stays')
 
 
 def test_a_shared_stream_and_what_was_reported_of_it_are_shown(page: Browser, library: ServedLibrary) -> None:

@@ -81,11 +81,20 @@ export async function offerExport(ids, version) {
     return href;
 }
 
-/** Sends a file. `onProgress` gets the number of bytes that have been sent. */
-export function upload(file, name, album, onProgress) {
+/**
+ * Sends a file; with it a `second` one that may be of the same shot, and the metadata of both, where there are such.
+ * `onProgress` gets the number of bytes that have been sent.
+ */
+export function upload({file, ...others}, {album, signal, onProgress}) {
+    const parameters = {name: file.name, album};
+    const parts = ['second', 'sidecar', 'secondSidecar'].filter((part) => others[part]);
+    for (const part of parts) {
+        parameters[part] = others[part].name;
+        parameters[`${part}Bytes`] = others[part].size;
+    }
     return new Promise((resolve, reject) => {
         const request = new XMLHttpRequest();
-        request.open('POST', address('/api/import', {name, album}));
+        request.open('POST', address('/api/import', parameters));
         request.setRequestHeader('X-Wickerlane-Token', token);
         request.setRequestHeader('Content-Type', 'application/octet-stream');
         request.responseType = 'json';
@@ -98,7 +107,11 @@ export function upload(file, name, album, onProgress) {
                 reject(new ApiError(request.status, error?.code ?? 'failed', error?.text ?? ''));
         });
         request.addEventListener('error', () => reject(new ApiError(0, 'noServer', '')));
-        request.send(file);
+        signal.addEventListener('abort', () => {
+            request.abort();
+            reject(signal.reason);
+        }, {once: true});
+        request.send(new Blob([file, ...parts.map((part) => others[part])]));
     });
 }
 

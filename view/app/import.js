@@ -7,17 +7,23 @@ import {bytes, t} from './texts.js';
 
 const mostAtOnce = 2;
 const mostRefusals = 200;
+const mostPaired = 500;
 
-/** All files of what was dropped, those of folders included. */
+const isShown = ({name}) => !name.startsWith('.');
+
+/** All files of what was dropped, those of folders included, as {path, file}. Hidden ones stay where they are. */
 async function filesOf(transfer) {
     // The entries are gone when the event is over.
     const entries = [...transfer.items].map((item) => item.webkitGetAsEntry?.()).filter(Boolean);
     if (entries.length === 0)
-        return [...transfer.files];
+        return pathsOf(transfer.files);
     const files = [];
     const walk = async (entry) => {
+        if (!isShown(entry))
+            return;
         if (entry.isFile) {
-            files.push(await new Promise((resolve, reject) => entry.file(resolve, reject)));
+            const file = await new Promise((resolve, reject) => entry.file(resolve, reject));
+            files.push({path: entry.fullPath, file});
             return;
         }
         const reader = entry.createReader();
@@ -31,8 +37,77 @@ async function filesOf(transfer) {
     };
     for (const entry of entries)
         await walk(entry);
-    return files.filter(({name}) => !name.startsWith('.'));
+    return files;
 }
+
+/** Files of one folder. */
+const pathsOf = (files) => [...files].filter(isShown).map((file) => ({path: file.name, file}));
+
+const withoutExtension = (path) => path.replace(/\.[^./]*$/, '');
+
+/** Those of the files that share their name but for the extension with another, in parts that keep these together. */
+function sharedNames(files) {
+    const byName = new Map();
+    for (const each of files) {
+        const name = withoutExtension(each.path);
+        byName.set(name, [...byName.get(name) ?? [], each]);
+    }
+    const parts = [[]];
+    for (const shared of byName.values()) {
+        if (shared.length < 2)
+            continue;
+        if (parts.at(-1).length + shared.length > mostPaired)
+            parts.push([]);
+        parts.at(-1).push(...shared.slice(0, mostPaired));
+    }
+    return parts.filter((part) => part.length > 0);
+}
+
+/** The first bytes of a file as hexadecimal digits, by which the server knows its type; none if it can't be read. */
+async function startOf(file) {
+    const bytes = new Uint8Array(await file.slice(0, 512).arrayBuffer().catch(() => new ArrayBuffer(0)));
+    return [...bytes].map((byte) => byte.toString(16).padStart(2, '0')).join('');
+}
+
+/** The second of two files that may be of one shot, by the first: paths. */
+async function pairsOf(files) {
+    const pairs = new Map();
+    for (const part of sharedNames(files)) {
+        const starts = {};
+        for (const {path, file} of part)
+            starts[path] = await startOf(file);
+        const answer = await api.post('/api/import/pairs', {files: starts});
+        for (const [first, second] of Object.entries(answer.pairs))
+            pairs.set(first, second);
+    }
+    return pairs;
+}
+
+/**
+ * What is sent together, as {file, second, sidecar, secondSidecar}: two files that may be of one shot, and the metadata
+ * beside each, "a.jpg.xmp" or "a.xmp".
+ */
+async function shotsOf(files) {
+    const second = await pairsOf(files);
+    const seconds = new Set(second.values());
+    const byPath = new Map(files.map(({path, file}) => [path, file]));
+    const isSidecar = ({path}) => /\.xmp$/i.test(path);
+    const sidecars = new Map(files.filter(isSidecar).map((each) => [withoutExtension(each.path), each]));
+    const taken = new Set();
+    const sidecarOf = (path) => {
+        const found = path && (sidecars.get(path) ?? sidecars.get(withoutExtension(path)));
+        taken.add(found);
+        return found?.file;
+    };
+    const shots = files.filter((each) => !seconds.has(each.path) && !isSidecar(each)).map(({path, file}) =>
+        ({file, second: byPath.get(second.get(path)), sidecar: sidecarOf(path),
+          secondSidecar: sidecarOf(second.get(path))}));
+    // Metadata of nothing is refused with a reason.
+    const left = files.filter((each) => isSidecar(each) && !taken.has(each));
+    return [...shots, ...left.map(({file}) => ({file}))];
+}
+
+const sizeOf = (shot) => Object.values(shot).reduce((sum, file) => sum + (file?.size ?? 0), 0);
 
 /** Imports files, a few at a time, and shows how far it is. Emits `imported` when one is in the library. */
 export class Import extends EventTarget {
@@ -41,14 +116,16 @@ export class Import extends EventTarget {
     #running = 0;
     #total = {files: 0, bytes: 0};
     #done = {files: 0, bytes: 0, present: 0, refused: 0};
+    #stopping = new AbortController();
 
     /** `album` gives the ID of the album into which things are imported, or undefined. */
     constructor(album) {
         super();
         this.album = album;
         const take = () => {
-            this.add([...this.input.files]);
+            const files = pathsOf(this.input.files);
             this.input.value = '';
+            this.add(files).catch(fail);
         };
         this.input = el('input', {type: 'file', multiple: true, accept: 'image/*,video/*', class: 'unseen',
                                   tabindex: '-1', 'aria-label': t('import'), on: {change: take}});
@@ -56,10 +133,9 @@ export class Import extends EventTarget {
         this.bar = el('progress', {max: '1', value: '0', 'aria-label': t('import')});
         this.text = el('p', {class: 'import-text'});
         this.refusals = el('ul', {class: 'refusals'});
+        this.closing = iconButton('close', t('close'), () => this.#close(), {class: 'icon-button small'});
         this.panel = el('section', {class: 'import-panel', 'aria-label': t('import'), hidden: true},
-            el('div', {class: 'import-head'}, this.text, iconButton('close', t('close'), () => this.#close(),
-                                                                    {class: 'icon-button small'})),
-            this.bar, this.refusals);
+            el('div', {class: 'import-head'}, this.text, this.closing), this.bar, this.refusals);
         this.elements = [this.input, this.target, this.panel];
         this.#takeDrops();
     }
@@ -86,20 +162,26 @@ export class Import extends EventTarget {
             if (!isFiles(event))
                 return;
             event.preventDefault();
-            await filesOf(event.dataTransfer).then((files) => this.add(files), fail);
+            await filesOf(event.dataTransfer).then((files) => this.add(files)).catch(fail);
         });
     }
 
-    add(files) {
-        if (files.length === 0)
-            return;
-        if (this.#running === 0 && this.#queue.length === 0)
-            this.#begin();
+    get #isOver() {
+        return this.#running === 0 && this.#queue.length === 0;
+    }
+
+    /** Imports files, which are {path, file}. */
+    async add(files) {
         const album = this.album();
-        for (const file of files) {
-            this.#queue.push({file, album});
+        const shots = await shotsOf(files);
+        if (shots.length === 0)
+            return;
+        if (this.#isOver)
+            this.#begin();
+        for (const shot of shots) {
+            this.#queue.push({shot, album});
             this.#total.files += 1;
-            this.#total.bytes += file.size;
+            this.#total.bytes += sizeOf(shot);
         }
         this.panel.hidden = false;
         while (this.#running < mostAtOnce && this.#queue.length > 0)
@@ -110,33 +192,57 @@ export class Import extends EventTarget {
     #begin() {
         this.#total = {files: 0, bytes: 0};
         this.#done = {files: 0, bytes: 0, present: 0, refused: 0};
+        this.#stopping = new AbortController();
         this.refusals.replaceChildren();
     }
 
     async #run() {
         this.#running += 1;
-        for (let next = this.#queue.shift(); next; next = this.#queue.shift()) {
-            const {file, album} = next;
-            try {
-                const answer = await api.upload(file, file.name, album, (sent) => {
-                    this.#sent.set(file, Math.min(sent, file.size));
-                    this.#show();
-                });
-                this.#done.present += answer.wasPresent ? 1 : 0;
-                if (answer.problem)
-                    this.#refuse(file, answer.problem);
-                this.dispatchEvent(new Event('imported'));
-            } catch (error) {
-                this.#done.refused += 1;
-                this.#refuse(file, explain(error));
-            }
-            this.#sent.delete(file);
-            this.#done.files += 1;
-            this.#done.bytes += file.size;
-            this.#show();
-        }
+        for (let next = this.#queue.shift(); next; next = this.#queue.shift())
+            await this.#send(next);
         this.#running -= 1;
         this.#show();
+    }
+
+    async #send({shot, album}) {
+        const size = sizeOf(shot);
+        try {
+            const answer = await api.upload(shot, {album, signal: this.#stopping.signal, onProgress: (sent) => {
+                this.#sent.set(shot, Math.min(sent, size));
+                this.#show();
+            }});
+            this.#count(shot.file, answer);
+            if (answer.second) { // of another shot
+                this.#total.files += 1;
+                this.#count(shot.second, answer.second);
+            }
+            this.dispatchEvent(new Event('imported'));
+            this.#done.bytes += size;
+        } catch (error) {
+            if (error.name === 'AbortError') {
+                this.#forget(shot);
+            } else {
+                this.#count(shot.file, {error: explain(error)});
+                this.#done.bytes += size;
+            }
+        }
+        this.#sent.delete(shot);
+        this.#show();
+    }
+
+    /** Counts a file that was saved or refused. */
+    #count(file, {wasPresent, problem, error}) {
+        this.#done.files += 1;
+        this.#done.present += wasPresent ? 1 : 0;
+        this.#done.refused += error ? 1 : 0;
+        if (error ?? problem)
+            this.#refuse(file, error ?? problem);
+    }
+
+    /** Counts what is not imported as if it had not been there. */
+    #forget(shot) {
+        this.#total.files -= 1;
+        this.#total.bytes -= sizeOf(shot);
     }
 
     #refuse({name}, reason) {
@@ -148,7 +254,9 @@ export class Import extends EventTarget {
         const {files, bytes: all} = this.#total;
         const done = this.#done;
         const sent = done.bytes + [...this.#sent.values()].reduce((sum, each) => sum + each, 0);
-        const isOver = this.#running === 0 && this.#queue.length === 0;
+        const isOver = this.#isOver;
+        for (const name of ['aria-label', 'title'])
+            this.closing.setAttribute(name, t(isOver ? 'close' : 'import.stop'));
         this.bar.value = all > 0 ? sent / all : 1;
         this.bar.hidden = isOver;
         const parts = isOver ? [t('import.done', {n: done.files - done.refused - done.present})] :
@@ -160,12 +268,14 @@ export class Import extends EventTarget {
         this.text.textContent = parts.join(' · ');
     }
 
-    /** Files that have not begun are not imported. */
+    /** Stops while something is imported: what is not in the library yet does not get there. */
     #close() {
-        for (const {file} of this.#queue.splice(0)) {
-            this.#total.files -= 1;
-            this.#total.bytes -= file.size;
+        if (this.#isOver) {
+            this.panel.hidden = true;
+            return;
         }
-        this.panel.hidden = true;
+        for (const {shot} of this.#queue.splice(0))
+            this.#forget(shot);
+        this.#stopping.abort();
     }
 }

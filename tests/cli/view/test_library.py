@@ -180,6 +180,28 @@ def test_an_import_that_breaks_off_saves_nothing(view: View, library: Library) -
     assert not list(library.copies.iterdir())
 
 
+def test_files_of_one_name_are_paired_and_sent_together(view: View, library: Library,
+                                                        pictures: list[pathlib.Path]) -> None:
+    jpeg, raw, nothing = 'ffd8ffe0', b'II*\0'.hex(), ''
+    files = {'/t/a.jpg': jpeg, '/t/a.CR2': raw, '/t/a.mov': nothing, '/t/b.heic': nothing, '/t/b.mov': nothing,
+             '/u/b.nef': raw, '/etc/passwd': nothing, '/t/c.png': jpeg, '/t/c.nef': raw, '/t/d.jpg': raw}
+    paired = view.change('/api/import/pairs', {'files': files})['pairs']
+    assert paired == {'/t/a.jpg': '/t/a.CR2', '/t/b.heic': '/t/b.mov', '/t/c.png': '/t/c.nef'}
+    # These are of no one shot: each is saved by itself, with its own metadata.
+    first, second = pictures[0].read_bytes() + b'one', pictures[2].read_bytes() + b'two'
+    parts = {'second': second, 'sidecar': b'<one/>', 'secondSidecar': b'<two/>'}
+    query = '&'.join(f'{part}={part}.x&{part}Bytes={len(contents)}' for part, contents in parts.items())
+    answer = view.change(f'/api/import?name=first.jpg&{query}', first + b''.join(parts.values()))
+    for asset, contents, sidecar in ((answer, first, '<one/>'), (answer['second'], second, '<two/>')):
+        assert view.get(f'/media/{asset["id"]}/original').body == contents
+        shown = json.loads(library.command('show', asset['id'], '--json'))
+        assert pathlib.Path(shown['sidecar']).read_text(encoding='utf-8') == sidecar
+    # What becomes of the one says nothing of the other.
+    answer = view.change(f'/api/import?name=none.txt&second=b.png&secondBytes={len(second)}', b'text' + second)
+    assert answer['error'] and answer['second']['wasPresent']
+    assert not list(library.copies.iterdir())
+
+
 def test_an_export_is_an_archive_that_is_good_once(view: View, pictures: list[pathlib.Path]) -> None:
     asset = named(view, 'odd.jpg')
     twin = view.change('/api/import?name=ODD.jpg', pictures[1].read_bytes() + b'more')['id']

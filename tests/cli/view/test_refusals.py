@@ -163,6 +163,12 @@ def test_a_body_that_makes_no_sense_changes_nothing(view: View) -> None:
         ('/api/albums/create', {'title': None}), ('/api/bulletins/clear', {'record': -1}),
         ('/api/export', {'ids': [asset], 'version': 'all'}), ('/api/import?name=', b'x'),
         ('/api/import?name=a%2Fb', b'x'), ('/api/import?name=a&album=b', b'x'),
+        ('/api/import?name=a&second=b&secondBytes=2', b'x'), ('/api/import?name=a&second=b&secondBytes=x', b'x'),
+        ('/api/import?name=a&second=..%2Fb&secondBytes=1', b'xx'), ('/api/import?name=a&secondBytes=1', b'xx'),
+        ('/api/import?name=a&sidecar=b&sidecarBytes=18446744073709551615&second=c&secondBytes=1', b'xx'),
+        ('/api/import/pairs', {}), ('/api/import/pairs', {'files': ['a']}), ('/api/import/pairs', {'files': {'a': 1}}),
+        ('/api/import/pairs', {'files': {'a': 'ff0'}}), ('/api/import/pairs', {'files': {'a': '0x'}}),
+        ('/api/import/pairs', {'files': {str(number): '' for number in range(501)}}),
     ]
     faults = [(path, body, answer.status, answer.body[:200]) for path, body in cases
               if (answer := view.post(path, body)).status != 400 or answer.json['error']['code'] != 'invalid']
