@@ -133,6 +133,16 @@ class Browser:
         assert cells is not None
         return cells
 
+    def wait_for_sharp_grid(self) -> None:
+        """Waits until each picture in the window is as sharp as its place."""
+        self.wait_for_grid()
+        self.wait(lambda: self.run('''
+            return [...document.querySelectorAll('.cell')].every((cell) => {
+                const {top, bottom, width, height} = cell.getBoundingClientRect();
+                return bottom <= 0 || top >= innerHeight || cell.isSharp ||
+                    Math.max(width, height) * devicePixelRatio <= 256;
+            })'''), 'the pictures do not get sharp')
+
     def cell(self, index: int) -> WebElement:
         """Of an asset in the window, by its place in the timeline."""
         def find() -> WebElement | None:

@@ -207,7 +207,7 @@ def test_the_page_is_pictured(tmp_path: pathlib.Path, library: ServedLibrary, sc
             for width in (1280, 360):
                 for is_dark in (False, True):
                     browser.resize(width, 800, is_dark)
-                    browser.wait_for_grid()
+                    browser.wait_for_sharp_grid()
                     name = f'{language}-{width}-{"dark" if is_dark else "light"}.png'
                     assert browser.driver.save_screenshot(str(screenshots / name))
                     assert browser.run('return document.documentElement.scrollWidth') <= width
