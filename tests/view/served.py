@@ -21,6 +21,7 @@ class ServedLibrary:
         self.services.mkdir(parents=True)
         self.environment = {**os.environ, 'WICKERLANE_ROOT': str(self.root), 'WICKERLANE_SERVICES': str(self.services),
                             'WICKERLANE_VIEW_FILES': str(PAGE), 'LC_ALL': 'C.UTF-8', 'LANGUAGE': ''}
+        self.server: subprocess.Popen[str] | None = None # since a page was served
         self.describe_service()
 
     def describe_service(self) -> None:
@@ -58,6 +59,7 @@ class ServedLibrary:
         """The address that `wickerlane view` prints; it is good for one browser."""
         with subprocess.Popen([COMMAND, 'view', '--no-open', *options], env=self.environment, stdout=subprocess.PIPE,
                               text=True) as process:
+            self.server = process
             try:
                 assert process.stdout is not None
                 address = process.stdout.readline().strip()
