@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <sstream>
 
 #include "cli/ParserTexts.h"
 #include "cli/Suggestion.h"
@@ -10,6 +11,36 @@
 
 namespace wickerlane::cli {
 namespace {
+
+constexpr std::size_t columnsOfHelp = 80;
+
+/// Breaks a line at blanks.
+std::string wrapped(std::string text, std::size_t width) {
+    for (std::size_t begin = 0; text.size() - begin > width;) {
+        const std::size_t blank = text.rfind(' ', begin + width);
+        if (blank == std::string::npos || blank <= begin)
+            break;
+        text[blank] = '\n';
+        begin = blank + 1;
+    }
+    return text;
+}
+
+/// Fills the lines of the paragraphs in which none is indented.
+std::string filled(std::string text) {
+    std::string result;
+    while (!text.empty()) {
+        const std::size_t end = std::min(text.find("\n\n"), text.size());
+        std::string paragraph = text.substr(0, end);
+        text.erase(0, end + 2);
+        if (!paragraph.starts_with(' ') && paragraph.find("\n ") == std::string::npos) {
+            std::ranges::replace(paragraph, '\n', ' ');
+            paragraph = wrapped(std::move(paragraph), columnsOfHelp);
+        }
+        result.append(result.empty() ? "" : "\n\n").append(paragraph);
+    }
+    return result;
+}
 
 class HelpFormatter final : public CLI::Formatter {
 public:
@@ -24,7 +55,9 @@ public:
         std::string help = make_description(app) + make_usage(app, std::move(name)) + examples +
                            make_positionals(app) + make_groups(app, mode) + make_subcommands(app, mode);
         if (!notes.empty())
-            help += "\n" + notes + "\n";
+            help += "\n" + filled(notes) + "\n";
+        if (app->get_parent() != nullptr)
+            help += "\nOptions of all commands, such as --root: wickerlane --help\n";
         return help;
     }
 
@@ -39,17 +72,17 @@ public:
         return value;
     }
 
+    std::string make_subcommand(const CLI::App *subcommand) const override {
+        constexpr std::size_t nameColumns = 16; // "  adjust-date   "
+        std::ostringstream line;
+        CLI::detail::format_help(line, subcommand->get_name(),
+                                 wrapped(subcommand->get_description(), columnsOfHelp - nameColumns),
+                                 nameColumns);
+        return std::move(line).str();
+    }
+
     std::string make_option_desc(const CLI::Option *option) const override {
-        constexpr std::size_t width = 66;
-        std::string text = option->get_description();
-        for (std::size_t begin = 0; text.size() - begin > width;) {
-            const std::size_t blank = text.rfind(' ', begin + width);
-            if (blank == std::string::npos || blank <= begin)
-                break;
-            text[blank] = '\n';
-            begin = blank + 1;
-        }
-        return text;
+        return wrapped(option->get_description(), columnsOfHelp - get_column_width());
     }
 };
 

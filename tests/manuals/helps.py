@@ -14,8 +14,8 @@ def help_of(command: str, words: list[str]) -> str:
 
 
 def subcommands(text: str) -> list[str]:
-    """Those under headings that are not of options, arguments or examples: a name, many blanks, a summary."""
-    return re.findall(r'^  ([a-z][a-z-]*) {8,}[A-Z]', text, re.MULTILINE)
+    """Those under headings that are not of options, arguments or examples: a name, and a summary from column 16 on."""
+    return re.findall(r'^  (?=.{14}[A-Z]|[a-z-]{14,}\n {16}[A-Z])([a-z][a-z-]*)\s+[A-Z]', text, re.MULTILINE)
 
 
 def helps(command: str) -> Iterator[tuple[str, str]]:
