@@ -5,6 +5,8 @@ import {el, iconButton} from './dom.js';
 import {explain, fail} from './status.js';
 import {bytes, t} from './texts.js';
 
+// Browsers don't count raw files and metadata among pictures.
+const acceptedTypes = 'image/*,video/*,.xmp,.dng,.cr2,.cr3,.nef,.arw,.raf,.orf,.rw2,.pef,.srw,.raw';
 const mostAtOnce = 2;
 const mostRefusals = 200;
 const mostPaired = 500;
@@ -41,7 +43,7 @@ async function filesOf(transfer) {
 }
 
 /** Files of one folder. */
-const pathsOf = (files) => [...files].filter(isShown).map((file) => ({path: file.name, file}));
+const pathsOf = (files) => [...files].map((file) => ({path: file.name, file}));
 
 const withoutExtension = (path) => path.replace(/\.[^./]*$/, '');
 
@@ -127,7 +129,7 @@ export class Import extends EventTarget {
             this.input.value = '';
             this.add(files).catch(fail);
         };
-        this.input = el('input', {type: 'file', multiple: true, accept: 'image/*,video/*', class: 'unseen',
+        this.input = el('input', {type: 'file', multiple: true, accept: acceptedTypes, class: 'unseen',
                                   tabindex: '-1', 'aria-label': t('import'), on: {change: take}});
         this.target = el('div', {class: 'drop-target', hidden: true}, el('p', {}, t('import.drop')));
         this.bar = el('progress', {max: '1', value: '0', 'aria-label': t('import')});
