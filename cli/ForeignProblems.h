@@ -1,4 +1,4 @@
-// Problems that the daemon or the library tells of, in English.
+// Problems that the daemon or the library reports, in English.
 #ifndef CLI_FOREIGNPROBLEMS_H
 #define CLI_FOREIGNPROBLEMS_H
 

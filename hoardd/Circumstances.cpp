@@ -108,8 +108,8 @@ void leaveCircumstancesOfStart() {
         sayIfTooLow(need);
     if (const std::string stays = whatStays(); !stays.empty())
         consoleLog("hoardd: what the process that started it had stays with it: %s", stays.c_str());
-    // Root's saves the files that root may read; programs of other users' clients are known by the other one.
-    constexpr std::uint64_t needed = 1ULL << CAP_DAC_READ_SEARCH | 1ULL << CAP_SYS_PTRACE;
+    constexpr std::uint64_t needed = 1ULL << CAP_DAC_READ_SEARCH | // for files to be saved that root may read
+                                     1ULL << CAP_SYS_PTRACE;       // for the programs of other users' clients
     if (!keepOnlyCapabilities(needed))
         consoleLog("hoardd: it can't give up privileges that it does not need: %s", strerrordesc_np(errno));
 }

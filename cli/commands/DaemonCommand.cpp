@@ -61,13 +61,12 @@ std::string journalCommand() {
     return isRootOfDevice() ? "journalctl -u hoardd.service" : "journalctl --user -u hoardd.service";
 }
 
-/// Whether a service manager has started the daemon, so that its messages go to the journal.
+/// Whether a service manager has started the daemon, so that its messages go to the journal. On a device
+/// other users can't see that.
 bool isManaged(pid_t process) {
-    if (isRootOfDevice()) // where nothing else starts it
-        return true;
     std::vector<std::byte> bytes;
     if (process == 0 || !readFile(fmt::format("/proc/{}/environ", process), bytes, 1 << 20))
-        return false;
+        return isRootOfDevice() && access(daemonLogPath().c_str(), R_OK) != 0;
     const std::string_view variables(reinterpret_cast<const char *>(bytes.data()), bytes.size());
     return variables.starts_with("NOTIFY_SOCKET=") || variables.find("\0NOTIFY_SOCKET="sv) != variables.npos;
 }

@@ -12,6 +12,7 @@
 
 #include "tests/hoardd/RunningHoardd.h"
 #include "wickerlane/platform/file/Files.h"
+#include "wickerlane/platform/process/Capabilities.h"
 
 using namespace wickerlane;
 using namespace wickerlane::test;
@@ -92,13 +93,15 @@ TEST_F(Circumstances, OfTheFirstClientAreNotThoseOfTheDaemon) {
 TEST_F(Circumstances, ThatCannotBeLeftAreSaid) {
     ASSERT_TRUE(makeFolders(rootPath()));
     const std::string console = rootPath() + "/console";
-    const bool mayLower =
-        inChild([] { return setpriority(PRIO_PROCESS, 0, 7) + setpriority(PRIO_PROCESS, 0, 0); }) == 0;
+    const bool mayLower = inChild([] {
+                              keepOnlyCapabilities(0); // root's would lower it
+                              return setpriority(PRIO_PROCESS, 0, 7) + setpriority(PRIO_PROCESS, 0, 0);
+                          }) == 0;
     const int ended = inChild([&] {
         const rlimit few{.rlim_cur = 200, .rlim_max = 200};
         const int file = open(console.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
         if (dup2(file, STDERR_FILENO) >= 0 && setrlimit(RLIMIT_NOFILE, &few) == 0 &&
-            setpriority(PRIO_PROCESS, 0, 7) == 0)
+            setpriority(PRIO_PROCESS, 0, 7) == 0 && keepOnlyCapabilities(0))
             execl(HOARDD_PROGRAM, "hoardd", "--idle-seconds", "0.01", static_cast<char *>(nullptr));
         return 99;
     });

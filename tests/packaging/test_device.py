@@ -155,8 +155,7 @@ def check(folder: pathlib.Path) -> None:
         device.is_refused(OTHER, 'consent', 'deny', COMMAND)
         device.is_refused(OTHER, 'check')
         assert 'no problems' in device.succeeds(0, 'check')
-        for user in 0, OTHER:
-            assert 'journalctl -u hoardd' in device.command(user, 'daemon', 'log').stderr, user
+        assert 'journalctl -u hoardd' in device.command(OTHER, 'daemon', 'log').stderr
 
         sys_ptrace = 1 << 19
         assert capabilities(daemon) == sys_ptrace

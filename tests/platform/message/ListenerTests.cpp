@@ -298,12 +298,25 @@ TEST(Listener, GoesOnBelowTheRootWhenTheRuntimeFolderIsRemoved) {
     ASSERT_EQ(numberOf(before->sendWithReplySync(numbered(1).get()).get()), 1);
     ASSERT_TRUE(std::filesystem::is_symlink(inRoot));
     std::filesystem::remove_all(runtime);
-    ASSERT_TRUE(
-        waitUntil([&] { return std::filesystem::is_socket(std::filesystem::symlink_status(inRoot)); }));
+    ASSERT_TRUE(waitUntil([&] { return static_cast<bool>(ServiceSocket(serviceName).connect()); }));
+    EXPECT_TRUE(std::filesystem::is_socket(std::filesystem::symlink_status(inRoot)));
     EXPECT_EQ(numberOf(connect()->sendWithReplySync(numbered(2).get()).get()), 2);
     EXPECT_EQ(numberOf(before->sendWithReplySync(numbered(3).get()).get()), 3);
     listener->cancel();
     EXPECT_FALSE(std::filesystem::exists(std::filesystem::symlink_status(inRoot)));
+}
+
+// Another service may have taken the name meanwhile.
+TEST(Listener, LeavesTheSocketOfAnotherServiceWhereItIs) {
+    const std::string inRoot = pathUnderRoot(std::string("/var/run/wickerlane/services/") + serviceName);
+    const auto listener = listen(echo);
+    const auto client = connect();
+    ASSERT_EQ(numberOf(client->sendWithReplySync(numbered(1).get()).get()), 1) << "it runs";
+    ASSERT_EQ(rename(inRoot.c_str(), (inRoot + ".before").c_str()), 0);
+    const auto successor = listen(echo);
+    ASSERT_NE(successor, nullptr);
+    listener->cancel();
+    EXPECT_EQ(numberOf(connect()->sendWithReplySync(numbered(1).get()).get()), 1);
 }
 
 // A service manager that listens there need not leave a link.

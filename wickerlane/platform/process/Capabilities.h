@@ -12,7 +12,7 @@
 namespace wickerlane {
 
 /// Gives up all capabilities of the calling thread but `kept`, a bit for each as in capabilities(7), for
-/// good: what the process executes gets no more privileges than it has, whoever may execute it. Before other
+/// good: what the process executes gets no more privileges than it has, even a setuid one. Before other
 /// threads start. False when the kernel refuses, as under a filter of system calls.
 inline bool keepOnlyCapabilities(std::uint64_t kept) noexcept {
     if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0)

@@ -122,6 +122,7 @@ void ListenerCore::runPosted() {
 void ListenerCore::run() {
     const ServiceSocket place(name);
     idleSince = Clock::now();
+    ownName = place.identity();
     if (!managed)
         watchLinked(place);
     const End end = serve(place);
@@ -194,8 +195,11 @@ void ListenerCore::watchLinked(const ServiceSocket &place) {
         return;
     removals.reset(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
     if (!removals || inotify_add_watch(removals.get(), folder.c_str(), IN_DELETE | IN_MOVED_FROM) < 0 ||
-        !watchInput(intake.poller.get(), removals.get(), removalNumber))
+        !watchInput(intake.poller.get(), removals.get(), removalNumber)) {
         removals.reset();
+        return;
+    }
+    listenAgainIfRemoved(place); // before there was a watch
 }
 
 // Below the root, even where there is a runtime folder still: it may be about to be removed.
@@ -203,6 +207,8 @@ void ListenerCore::listenAgainIfRemoved(const ServiceSocket &place) {
     char events[4096];
     while (read(removals.get(), events, sizeof events) > 0) {
     }
+    if (access(place.linked().c_str(), F_OK) == 0)
+        return;
     const UniqueFd lock = place.lock();
     if (!lock || access(place.linked().c_str(), F_OK) == 0 || place.connect())
         return;
@@ -213,13 +219,14 @@ void ListenerCore::listenAgainIfRemoved(const ServiceSocket &place) {
         return;
     admission.acceptAll(listening.get()); // those who came before
     listening = std::move(below);
+    ownName = place.identity();
 }
 
 // Ending
 
 // With the lock held: a starter waits for it, and then finds the name free.
 void ListenerCore::stopListening(const ServiceSocket &place) {
-    if (!managed)
+    if (!managed && place.identity() == ownName) // else another service has taken the name
         place.remove();
     listening.reset();
 }

@@ -62,6 +62,7 @@ private:
 
     // Of the intake thread.
     UniqueFd listening;
+    std::optional<std::pair<dev_t, ino_t>> ownName; // of the socket that clients find
     UniqueFd removals; // of the socket in the user's runtime folder; none when it is below the root
     PeerIntake intake;
     Admission admission;

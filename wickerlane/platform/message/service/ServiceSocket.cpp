@@ -92,6 +92,13 @@ std::string ServiceSocket::path() const {
     return session.descriptor && access(inRoot.c_str(), F_OK) != 0 ? session.path + '/' + name : inRoot;
 }
 
+std::optional<std::pair<dev_t, ino_t>> ServiceSocket::identity() const {
+    struct stat status {};
+    if (lstat(path().c_str(), &status) != 0)
+        return std::nullopt;
+    return std::pair(status.st_dev, status.st_ino);
+}
+
 sockaddr_un ServiceSocket::addressIn(const Folder &folder) const {
     // An address holds no more than 107 characters; a longer path is reached through the folder's descriptor.
     sockaddr_un result{};

@@ -3,10 +3,13 @@
 #define WICKERLANE_PLATFORM_MESSAGE_SERVICE_SERVICESOCKET_H
 
 #include <sys/socket.h>
+#include <sys/types.h>
 #include <sys/un.h>
 
+#include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "wickerlane/platform/file/UniqueFd.h"
 #include "wickerlane/platform/object/Export.h"
@@ -28,6 +31,8 @@ public:
 
     /// Where it is, or would be made when there is none; whether or not any process listens.
     [[nodiscard]] std::string path() const;
+    /// What tells the socket that is there from others, as long as either is there: none when there is none.
+    [[nodiscard]] std::optional<std::pair<dev_t, ino_t>> identity() const;
     /// No descriptor, and errno, when no process listens.
     [[nodiscard]] UniqueFd connect() const;
     /// What the link in the root's folder names: the socket in a user's runtime folder. Empty when there is
