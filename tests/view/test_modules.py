@@ -141,6 +141,27 @@ def test_pictures_that_leave_the_window_do_not_stop_the_others_from_getting_shar
     assert sharp == [True] * 4 + [False] * 4 + [True]
 
 
+def test_a_large_export_is_asked_for_in_parts(page: Browser) -> None:
+    href, asked = page.module('''
+        const {offerExport} = await import('/app/api.js');
+        const asked = [];
+        const fetch = window.fetch;
+        window.fetch = async (address, request) => {
+            if (address !== '/api/export')
+                return fetch(address, request);
+            const {ids, version, href} = JSON.parse(request.body);
+            asked.push([ids[0], ids.length, version, href ?? null]);
+            return new Response('{"href": "/export/1"}');
+        };
+        try {
+            return [await offerExport(Array.from({length: 11000}, (_, index) => index), 'edited'), asked];
+        } finally {
+            window.fetch = fetch;
+        }''')
+    assert href == '/export/1'
+    assert asked == [[0, 5000, 'edited', None], [5000, 5000, 'edited', href], [10000, 1000, 'edited', href]]
+
+
 def test_each_day_of_a_moment_has_its_place_and_days(page: Browser) -> None:
     days = ('2031-01-30', '2031-01-31', '2031-02-01', '2031-02-02', '2030-12-31', '2031-01-01')
     shown = page.module('''
