@@ -117,7 +117,8 @@ def check_python(prefix, environment, expected):
 import importlib.metadata, pathlib, sys, wickerlane, wickerlane.testing
 loaded = {line.split()[-1] for line in open('/proc/self/maps') if '/libwickerlane' in line}
 known = importlib.metadata.distribution('wickerlane')
-print(wickerlane.Library().count(), wickerlane.__file__, known.locate_file('wickerlane'), known.version, *sorted(loaded))
+print(wickerlane.Library().count(), wickerlane.__file__, known.locate_file('wickerlane'), known.version,
+      *sorted(loaded))
 '''
     alone = {key: value for key, value in environment.items() if key not in ('LD_LIBRARY_PATH', 'WICKERLANE_LIBRARY')}
     count, file, known, version, *loaded = run(sys.executable, '-c', program,
@@ -126,6 +127,19 @@ print(wickerlane.Library().count(), wickerlane.__file__, known.locate_file('wick
     assert version == run('pkg-config', '--modversion', 'wickerlane', env=environment).strip(), version
     assert len(loaded) == 2 and all(each.startswith(str(prefix) + '/') for each in loaded), loaded
     assert (package.parent / 'py.typed').exists()
+
+
+def check_upgrade(prefix):
+    """The note of another version that was installed there goes; those of other packages stay."""
+    package, = prefix.rglob('wickerlane/__init__.py')
+    folder = package.parents[1]
+    current, = folder.glob('wickerlane-*.dist-info')
+    others = [folder / f'{name}.dist-info'
+              for name in ('wickerlane-0.0.1', 'wickerlane-99.0.0', 'wickerlane_frames-1.0')]
+    for other in others:
+        shutil.copytree(current, other)
+    run(options.cmake, '--install', pathlib.Path(options.build) / 'python', '--prefix', prefix)
+    assert set(folder.glob('*.dist-info')) == {current, others[2]}, list(folder.iterdir())
 
 
 def compile_header(include, header):
@@ -169,6 +183,7 @@ def main():
             check_application(build_with_pkg_config(folder, 'wickerlane', environment), environment, 1)
             check_application(build_with_cmake(folder, prefix), environment, 2)
             check_python(prefix, environment, 2)
+            check_upgrade(prefix)
             build_examples(next(prefix.rglob('first.c')).parent, top / 'examples', prefix, environment)
             check_manual(top, prefix, environment)
         finally:
