@@ -58,6 +58,13 @@ exec "$@"
 """
 
 
+def confined(writable: pathlib.Path) -> list[str | pathlib.Path]:
+    """What runs a command as hoardd's unit does: with one folder to write to, no network and one capability."""
+    return ['unshare', '--mount', '--ipc', '--net', 'sh', '-euc', READ_ONLY, writable,
+            *as_user(KEEPER, '--inh-caps=-all,+sys_ptrace', '--ambient-caps=-all,+sys_ptrace',
+                     '--bounding-set=-all,+sys_ptrace', '--no-new-privs')]
+
+
 class Device:
     def __init__(self, root: pathlib.Path) -> None:
         self.root = root
@@ -79,13 +86,11 @@ class Device:
 
     @contextlib.contextmanager
     def listening(self) -> Iterator[int]:
-        """The process that becomes hoardd: with one folder to write to and without a network, as the unit has it."""
+        """The process that becomes hoardd."""
         path = self.root / 'var/run/wickerlane/services' / SERVICE
         process = subprocess.Popen(
-            ['unshare', '--mount', '--ipc', '--net', 'sh', '-euc', READ_ONLY, self.root / 'var', *as_user(KEEPER, '--inh-caps=-all,+sys_ptrace', '--ambient-caps=-all,+sys_ptrace',
-                                            '--bounding-set=-all,+sys_ptrace', '--no-new-privs'),
-             'systemd-socket-activate', '-l', path, '-E', f'WICKERLANE_ROOT={self.root}',
-             HOARDD, '--idle-seconds', '0'],
+            [*confined(self.root / 'var'), 'systemd-socket-activate', '-l', path,
+             '-E', f'WICKERLANE_ROOT={self.root}', HOARDD, '--idle-seconds', '0'],
             stdin=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True)
         try:
             assert process.stderr is not None
@@ -173,7 +178,7 @@ def check(folder: pathlib.Path) -> None:
 
 if os.geteuid() != 0:
     skip('only root can be several users')
-for tool in 'systemd-socket-activate', 'setpriv', 'unshare':
+for tool in 'systemd-socket-activate', 'setpriv', 'unshare', 'mount', 'findmnt':
     if shutil.which(tool) is None:
         skip(f'no {tool}')
 if not works(*as_user(OTHER), COMMAND, '--version') or not works(*as_user(OTHER), 'test', '-r', PICTURE):
@@ -181,8 +186,9 @@ if not works(*as_user(OTHER), COMMAND, '--version') or not works(*as_user(OTHER)
 if not os.environ.get(INSIDE):
     # In a process namespace whose first process has the mounts of all clients, as that of the system has.
     own = ['unshare', '--pid', '--fork', '--kill-child', '--mount', '--mount-proc']
-    if not works(*own, 'true'):
-        skip('this system gives no namespaces')
+    with tempfile.TemporaryDirectory(prefix='wl-device-') as made:
+        if not works(*own, *confined(pathlib.Path(made).resolve()), 'true'):
+            skip('this system does not let root confine a program as the unit of hoardd does')
     sys.exit(subprocess.run([*own, sys.executable, *sys.argv], check=False, env={**os.environ, INSIDE: '1'}).returncode)
 with tempfile.TemporaryDirectory(prefix='wl-device-') as made:
     os.chmod(made, 0o755)
