@@ -1,5 +1,5 @@
-"""Each example of the command's help, which is that of its manual page, and of the pages that are written by hand is run
-with a real daemon, and ends well."""
+"""Each example of the command's help, which is that of its manual page, and of the pages that are written by hand is
+run with a real daemon, and ends well."""
 
 import json
 import os

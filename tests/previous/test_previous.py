@@ -111,8 +111,8 @@ def upgrade_from_the_previous_release(root: Root) -> None:
     assert os.path.samefile(f'/proc/{root.process()}/exe', HOARDD)
 
 
-for each in (todays_client_and_the_previous_daemon, the_previous_command_and_todays_daemon, the_previous_client_and_todays_daemon,
-             a_newer_store_and_the_previous_daemon):
+for each in (todays_client_and_the_previous_daemon, the_previous_command_and_todays_daemon,
+             the_previous_client_and_todays_daemon, a_newer_store_and_the_previous_daemon):
     with tempfile.TemporaryDirectory() as made:
         each(pathlib.Path(made).resolve())
 with_a_library(OLD_HOARDD, LIBRARY, upgrade_from_the_previous_release)

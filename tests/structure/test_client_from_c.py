@@ -196,14 +196,16 @@ private:
     void four();
 };'''
     headers = {'WLOne.h': 'WL_EXTERN_C bool WLOne(WLArray *array,\n    WLError **error);\n', 'WLCallables.h': ''}
-    sources = ['bool WLOne(WLArray *array, WLError **error) {\n    return waitFor(&JXGatekeeperClient::one, error);\n}\n']
+    sources = ['bool WLOne(WLArray *array, WLError **error) {\n'
+               '    return waitFor(&JXGatekeeperClient::one, error);\n}\n']
     good = {'one': 'WLOne'}, {'two': 'a reason'}
     handler = {**headers, 'WLTwo.h': 'WL_EXTERN_C void WLTwo(void (*handler)(void *), WLReleaseContext release);'}
     overload = {**handler, 'WLCallables.h': 'inline void WLTwo(Handler<void()> handler) {'}
     cases = [
         (headers, sources, *good, []),
         (headers, sources, {'one': 'WLOne'}, {}, ['two: C can\'t reach']),
-        (headers, sources, {'one': 'WLOne', 'four': 'WLOne'}, {'two': ''}, ['four: the client has no', 'four: the source']),
+        (headers, sources, {'one': 'WLOne', 'four': 'WLOne'}, {'two': ''},
+         ['four: the client has no', 'four: the source']),
         (headers, sources, {'one': 'WLOne'}, {'one': '', 'two': ''}, ['one: it is in both']),
         (headers, sources, {'one': 'WLOne'}, {'two': 'not yet'}, ['two: what is not there yet']),
         (headers, sources, {'one': 'WLOne WLNone'}, {'two': ''}, ['one: WLNone is not declared']),

@@ -12,6 +12,7 @@ for name in ['.init_array', '.fini_array']:
     # The compiler's own start-up file contributes one entry to each.
     assert entries == 1, f'{name} has {entries} entries: something static is constructed or destroyed'
 
-needed = subprocess.run(['nm', '-D', '--undefined-only', sys.argv[1]], stdout=subprocess.PIPE, text=True, check=True).stdout
+needed = subprocess.run(['nm', '-D', '--undefined-only', sys.argv[1]], stdout=subprocess.PIPE, text=True,
+                        check=True).stdout
 for name in ['__cxa_atexit', '__cxa_thread_atexit', 'atexit', 'on_exit']:
     assert not re.search(rf'\b{name}\b', needed), f'the library calls {name}: something is destroyed at exit'

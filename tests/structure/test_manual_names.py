@@ -26,13 +26,15 @@ for folder in 'wickerlane', 'hoardd', 'cli', 'python/wickerlane':
             variables.update(re.findall(r'"([A-Z][A-Z_]+)"', text))
         variables.update(re.findall(r'''(?:Variable = |dataFolders\(|environ\.get\()["']([A-Z_]+)["']''', text))
         preferences.update(re.findall(r'preference(?:Value|Integer)\(\s*"(.+?)"', text))
-passed = re.findall(r'"([A-Z_]+)="', (TREE / 'wickerlane/platform/process/Circumstances.cpp').read_text(encoding='utf-8'))
+circumstances = (TREE / 'wickerlane/platform/process/Circumstances.cpp').read_text(encoding='utf-8')
+passed = re.findall(r'"([A-Z_]+)="', circumstances)
 variables.update(name for name in passed if not name.endswith('_OPTIONS')) # sanitizers have those
 
 variables -= NO_VARIABLES
 preferences -= NO_PREFERENCES
 assert len(variables) > 20 and len(preferences) >= 5, (variables, preferences)
 faults = [f'{MANUAL} does not name the {kind} {name}'
-          for kind, names, section in (('variable', variables, 'ENVIRONMENT'), ('preference', preferences, 'PREFERENCES'))
+          for kind, names, section in (('variable', variables, 'ENVIRONMENT'),
+                                       ('preference', preferences, 'PREFERENCES'))
           for name in sorted(names) if f'*{name}*' not in sections[section]]
 sys.exit('\n'.join(faults) or 0)

@@ -21,7 +21,8 @@ DAY = datetime.datetime(2024, 5, 1, 12, 30)
 def test_answers_are_what_the_library_gives(scripted_daemon: ScriptedDaemon) -> None:
     made = datetime.datetime(2024, 5, 1, 10, 30, tzinfo=datetime.UTC)
     facts = {'original_filename': 'a.jpg', 'size': 5, 'date': DAY, 'created': made, 'location': (1.5, -2.0),
-             'zone': datetime.timezone(datetime.timedelta(minutes=-210)), 'keywords': ('sea', 'sand'), 'iso_speed': 100, 'favourite': True, 'sha256': bytes(range(32))}
+             'zone': datetime.timezone(datetime.timedelta(minutes=-210)), 'keywords': ('sea', 'sand'),
+             'iso_speed': 100, 'favourite': True, 'sha256': bytes(range(32))}
     scripted_daemon.answer('assetsMatchingQuery:', {'assets': [asset(**facts), asset(kind='video')]})
     scripted_daemon.answer('albums', {'albums': [album(name='Dunes', asset_count=3)]})
     with Library() as library:

@@ -146,8 +146,8 @@ def test_an_import_is_stopped(page: Browser, photos: Photos, library: ServedLibr
         window.sent = 0;
         XMLHttpRequest.prototype.send = () => { window.sent += 1; };''')
     before = int(library.command('count').split()[0])
-    page.all('input[type=file]')[0].send_keys('\n'.join(str(photos.photo(f'STOPPED_{number}.JPG', '2025:12:20 18:00:00'))
-                                                       for number in range(5)))
+    files = [str(photos.photo(f'STOPPED_{number}.JPG', '2025:12:20 18:00:00')) for number in range(5)]
+    page.all('input[type=file]')[0].send_keys('\n'.join(files))
     page.wait(lambda: page.run('return window.sent') == 2, 'nothing is sent')
     page.named('Stop importing').click()
     page.wait(lambda: page.one('.import-text').text == '0 items imported', 'it does not stop')

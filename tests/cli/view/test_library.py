@@ -72,8 +72,8 @@ def test_details_are_set_and_filtered_by(view: View) -> None:
     assert (described['favourite'], described['rating'], described['caption'], described['keywords']) == \
         (True, 4, 'Dunes\nat noon', ['Sea', 'Été'])
     for query, count in (('favourite=1', 1), ('rating=4', 1), ('rating=5', 0), ('kind=video', 0), ('text=dunes', 1),
-                         ('format=image/png', 1), ('name=*.jpg', 2), ('from=2100-01-01', 0), ('edited=1', 0), ('edited=0', 3),
-                         ('favourite=0', 2)):
+                         ('format=image/png', 1), ('name=*.jpg', 2), ('from=2100-01-01', 0), ('edited=1', 0),
+                         ('edited=0', 3), ('favourite=0', 2)):
         assert view.get('/api/count?' + query).json == {'count': count}, query
     view.change('/api/assets/set', {'ids': [asset], 'details': {'hidden': True}})
     assert {query: view.get('/api/count?' + query).json['count'] for query in ('', 'hidden=1', 'hidden=only')} == \
