@@ -264,8 +264,14 @@ Result<JSON> Exports::offer(const JSON &body) {
     return answer;
 }
 
+void Exports::dropLateOffers() {
+    const auto now = std::chrono::steady_clock::now();
+    offers.remove_if([&](const Offer &each) { return each.end < now; });
+}
+
 Result<JSON> Exports::add(std::string_view href, std::span<const UUIDBytes> uuids) {
     const MutexLock lock(mutex);
+    dropLateOffers();
     const auto found = std::ranges::find_if(
         offers, [&](const Offer &each) { return href == std::string(exportPath) + each.key; });
     if (found == offers.end())
@@ -275,7 +281,8 @@ Result<JSON> Exports::add(std::string_view href, std::span<const UUIDBytes> uuid
                     fmt::format("an export has {} assets at most. Export them in several", maxAssets));
     found->uuids.insert(found->uuids.end(), uuids.begin(), uuids.end());
     found->end = endOfOffer();
-    // Those before it were not fetched until now, and give room.
+    offers.splice(offers.end(), offers, found);
+    // Those that were not fetched until now give room.
     const auto count = [&] {
         return std::accumulate(offers.begin(), offers.end(), std::size_t{0},
                                [](std::size_t sum, const Offer &each) { return sum + each.uuids.size(); });
@@ -289,9 +296,8 @@ Result<> Exports::answer(const httplib::Request &request, httplib::Response &res
     const std::string_view key = std::string_view(request.path).substr(exportPath.size());
     std::shared_ptr<Offer> taken;
     {
-        const auto now = std::chrono::steady_clock::now();
         const MutexLock lock(mutex);
-        offers.remove_if([&](const Offer &each) { return each.end < now; });
+        dropLateOffers();
         const auto found = std::ranges::find(offers, key, &Offer::key);
         if (found == offers.end())
             return failGone();

@@ -53,18 +53,24 @@ export class Paging {
     async refresh() {
         this.#turn += 1;
         const turn = this.#turn;
+        this.#fetching = turn; // what follows is fetched once these parts are in the list
         const elements = [];
         const before = new Map([...this.#list.children].map((element) => [element.entry, element]));
         let next = '';
         let parts = 0;
         let answer;
-        while (next !== undefined && parts < Math.max(1, this.#parts)) {
-            answer = await api.get(this.#path, {cursor: next});
-            if (turn !== this.#turn)
-                return;
-            elements.push(...this.#elementsOf(answer, before));
-            next = answer.next;
-            parts += 1;
+        try {
+            while (next !== undefined && parts < Math.max(1, this.#parts)) {
+                answer = await api.get(this.#path, {cursor: next});
+                if (turn !== this.#turn)
+                    return;
+                elements.push(...this.#elementsOf(answer, before));
+                next = answer.next;
+                parts += 1;
+            }
+        } finally {
+            if (this.#fetching === turn)
+                this.#fetching = 0;
         }
         this.#parts = parts;
         this.#next = next;

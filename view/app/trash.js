@@ -49,8 +49,8 @@ export class TrashPage {
                 this.#chosen.delete(asset.id);
             this.#tell();
         };
-        const input = el('input', {type: 'checkbox', disabled: this.isFixed, 'aria-label': asset.name,
-                                   on: {change: choose}});
+        const input = el('input', {type: 'checkbox', checked: this.#chosen.has(asset.id), disabled: this.isFixed,
+                                   'aria-label': asset.name, on: {change: choose}});
         const pick = this.isFixed ? null : el('span', {class: 'pick'}, icon('check'));
         const item = el('li', {}, el('label', {}, input, el('span', {class: 'trash-picture'}, image, pick),
             el('span', {class: 'trash-name'}, asset.name), el('span', {class: 'quiet-text'}, moment(asset.trashed))));
