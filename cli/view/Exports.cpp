@@ -269,6 +269,11 @@ void Exports::dropLateOffers() {
     offers.remove_if([&](const Offer &each) { return each.end < now; });
 }
 
+std::size_t Exports::assetsOffered() const {
+    return std::accumulate(offers.begin(), offers.end(), std::size_t{0},
+                           [](std::size_t sum, const Offer &each) { return sum + each.uuids.size(); });
+}
+
 Result<JSON> Exports::add(std::string_view href, std::span<const UUIDBytes> uuids) {
     const MutexLock lock(mutex);
     dropLateOffers();
@@ -283,11 +288,7 @@ Result<JSON> Exports::add(std::string_view href, std::span<const UUIDBytes> uuid
     found->end = endOfOffer();
     offers.splice(offers.end(), offers, found);
     // Those that were not fetched until now give room.
-    const auto count = [&] {
-        return std::accumulate(offers.begin(), offers.end(), std::size_t{0},
-                               [](std::size_t sum, const Offer &each) { return sum + each.uuids.size(); });
-    };
-    while (count() > maxAssets && offers.begin() != found)
+    while (assetsOffered() > maxAssets && offers.begin() != found)
         offers.pop_front();
     return JSON{{"href", href}};
 }

@@ -41,6 +41,7 @@ private:
 
     Result<JSON> add(std::string_view href, std::span<const UUIDBytes> uuids);
     void dropLateOffers() WL_REQUIRES(mutex);
+    [[nodiscard]] std::size_t assetsOffered() const WL_REQUIRES(mutex);
 
     Mutex mutex;
     std::list<Offer> offers WL_GUARDED_BY(mutex); // the oldest first
