@@ -380,7 +380,7 @@ Result<AssetFilter> filterOf(const FilterOptions &options) {
             return fail(set.error().kind, fmt::format("--{}: {}", conditions[i].name, set.error().text));
     }
     if (!options.query.empty())
-        if (const auto added = addQuery(filter, options.query, given); !added)
+        if (const auto added = addQuery(filter, options.query, std::move(given)); !added)
             return passOn(added);
     return filter;
 }

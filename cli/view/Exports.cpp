@@ -243,7 +243,7 @@ Result<JSON> Exports::offer(const JSON &body) {
     const auto named = uuidsIn(body, "ids");
     if (!named)
         return passOn(named);
-    const auto uuids = rawOf(*named);
+    auto uuids = rawOf(*named);
     if (body.contains("href")) {
         const auto href = textIn(body, "href");
         if (!href)
@@ -260,7 +260,7 @@ Result<JSON> Exports::offer(const JSON &body) {
     const MutexLock lock(mutex);
     if (offers.size() == maxOffers)
         offers.pop_front();
-    offers.push_back({*std::move(key), uuids, *version == "edited", endOfOffer()});
+    offers.push_back({*std::move(key), std::move(uuids), *version == "edited", endOfOffer()});
     return answer;
 }
 

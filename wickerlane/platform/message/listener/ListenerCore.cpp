@@ -7,9 +7,9 @@
 #include <sys/inotify.h>
 #include <unistd.h>
 
-#include <filesystem>
 #include <system_error>
 
+#include "wickerlane/platform/object/Paths.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/platform/process/ProcessTransaction.h"
 
@@ -190,7 +190,7 @@ int ListenerCore::timeToWait() const {
 
 // A runtime folder goes with the end of the login, which a client that stays connected may outlive.
 void ListenerCore::watchLinked(const ServiceSocket &place) {
-    const std::string folder = std::filesystem::path(place.linked()).parent_path();
+    const std::string folder(parentFolder(place.linked()));
     if (folder.empty())
         return;
     removals.reset(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
@@ -207,10 +207,11 @@ void ListenerCore::listenAgainIfRemoved(const ServiceSocket &place) {
     char events[4096];
     while (read(removals.get(), events, sizeof events) > 0) {
     }
-    if (access(place.linked().c_str(), F_OK) == 0)
+    const auto isThere = [&] { return access(place.linked().c_str(), F_OK) == 0; };
+    if (isThere()) // what was removed was another's: no need of the lock
         return;
     const UniqueFd lock = place.lock();
-    if (!lock || access(place.linked().c_str(), F_OK) == 0 || place.connect())
+    if (!lock || isThere() || place.connect())
         return;
     removals.reset();
     UniqueFd below = place.listenBelowRoot();
