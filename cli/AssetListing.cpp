@@ -185,8 +185,8 @@ Result<AssetListing> AssetListing::create(const AssetListingOptions &options) {
     return AssetListing(options.json ? "json" : options.format, std::move(fields), options.fields.empty());
 }
 
-JSON AssetListing::selected(const ManagedAsset &asset) const {
-    JSON whole = describe(asset);
+JSON AssetListing::describe(const ManagedAsset &asset) const {
+    JSON whole = cli::describe(asset);
     if (isWhole && form != "csv")
         return whole;
     whole["pixels"] = pixelsText(asset.record(), "");
@@ -198,14 +198,14 @@ JSON AssetListing::selected(const ManagedAsset &asset) const {
 }
 
 void AssetListing::add(const ManagedAsset &asset) {
-    if (form == "json") {
-        listing.add(selected(asset));
+    if (isJSON()) {
+        listing.add(describe(asset));
     } else if (form == "jsonl") {
-        printText(selected(asset).dump(-1, ' ', false, JSON::error_handler_t::replace) + "\n");
+        printText(describe(asset).dump(-1, ' ', false, JSON::error_handler_t::replace) + "\n");
     } else if (form == "ids0") {
         printText(std::string_view(asset.record().uuid.c_str(), asset.record().uuid.size() + 1));
     } else if (form == "csv") {
-        const JSON values = selected(asset);
+        const JSON values = describe(asset);
         std::string line;
         for (std::size_t i = 0; i < fields.size(); ++i) {
             const auto value = values.find(allFields[fields[i]].name);
@@ -218,7 +218,7 @@ void AssetListing::add(const ManagedAsset &asset) {
         for (const std::size_t each : fields) {
             const Field &field = allFields[each];
             if (field.text == nullptr && values.is_null())
-                values = describe(asset);
+                values = cli::describe(asset);
             cells.push_back(field.text != nullptr         ? field.text(asset)
                             : values.contains(field.name) ? textOf(values[field.name])
                                                           : std::string());
@@ -228,7 +228,7 @@ void AssetListing::add(const ManagedAsset &asset) {
 }
 
 void AssetListing::end(std::string_view noteWhenEmpty) {
-    if (form == "json" || form == "table")
+    if (isJSON() || form == "table")
         listing.end(noteWhenEmpty);
 }
 

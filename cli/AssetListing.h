@@ -31,13 +31,15 @@ public:
     /// Fails with a field that is none.
     static Result<AssetListing> create(const AssetListingOptions &options);
 
+    [[nodiscard]] bool isJSON() const { return form == "json"; }
     void add(const ManagedAsset &asset);
+    /// What JSON has of an asset.
+    [[nodiscard]] JSON describe(const ManagedAsset &asset) const;
     /// Writes the rest. A table that had no rows is replaced by a note.
     void end(std::string_view noteWhenEmpty);
 
 private:
     AssetListing(std::string wantedForm, std::vector<std::size_t> wantedFields, bool all);
-    [[nodiscard]] JSON selected(const ManagedAsset &asset) const;
 
     std::string form;
     std::vector<std::size_t> fields; ///< By their places in the list of all.

@@ -24,15 +24,17 @@ bool isOneOf(const std::string &answer, const std::string &words) {
 
 } // namespace
 
-bool isConfirmed(const std::string &what) {
+Result<> confirm(const std::string &what, const std::string &withoutTerminal) {
     if (isatty(STDIN_FILENO) == 0)
-        return false;
+        return fail(ProblemKind::failed, withoutTerminal);
     noteText(escapingControls(what + " " + localized("Continue? [y/N]")) + " ");
     std::string line;
     std::getline(std::cin, line);
     std::ranges::transform(line, line.begin(),
                            [](char c) { return c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c; });
-    return isOneOf(line, "y yes") || isOneOf(line, localized("y yes"));
+    if (isOneOf(line, "y yes") || isOneOf(line, localized("y yes")))
+        return {};
+    return fail(ProblemKind::failed, localized("nothing was changed"));
 }
 
 } // namespace wickerlane::cli

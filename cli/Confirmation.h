@@ -4,11 +4,13 @@
 
 #include <string>
 
+#include "wickerlane/model/Result.h"
+
 namespace wickerlane::cli {
 
-/// Says what is about to happen, and whether the person wants it. "y" and "yes" are understood in every
-/// language, besides its own words. False when there is no terminal.
-[[nodiscard]] bool isConfirmed(const std::string &what);
+/// Says what is about to happen, and fails unless the person wants it. "y" and "yes" are understood in every
+/// language, besides its own words. `withoutTerminal` says what to do where nothing can be asked.
+Result<> confirm(const std::string &what, const std::string &withoutTerminal);
 
 } // namespace wickerlane::cli
 

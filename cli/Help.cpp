@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <iterator>
 #include <sstream>
 
 #include "cli/ParserTexts.h"
@@ -94,6 +95,12 @@ std::vector<std::string> namesIn(const std::vector<const CLI::App *> &subcommand
     return names;
 }
 
+/// Whether a word is meant for one; "-5" is not.
+bool isOption(const std::string &word) {
+    const auto isLetter = [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); };
+    return word.starts_with("--") ? word.size() > 2 : word.size() > 1 && word[0] == '-' && isLetter(word[1]);
+}
+
 /// "wickerlane album".
 std::string pathOf(const CLI::App &app) {
     return app.get_parent() == nullptr ? app.get_name() : pathOf(*app.get_parent()) + " " + app.get_name();
@@ -105,6 +112,14 @@ std::string withoutSubcommand(const CLI::App &app, const std::string &word) {
                      didYouMean(word, namesIn(all)), pathOf(app));
 }
 
+/// For "-j", the long name that begins with this letter, if there is one only.
+std::string didYouMeanLong(const std::string &word, const std::vector<std::string> &names) {
+    std::vector<std::string> same;
+    std::ranges::copy_if(names, std::back_inserter(same),
+                         [&](const std::string &each) { return each.starts_with("-" + word.substr(0, 2)); });
+    return didYouMean(same.size() == 1 ? same.front() : std::string(), same);
+}
+
 /// With the options of the command itself and those that every command has.
 std::string withoutOption(const CLI::App &app, const std::string &word) {
     std::vector<std::string> names;
@@ -113,7 +128,9 @@ std::string withoutOption(const CLI::App &app, const std::string &word) {
             for (const std::string &name : option->get_lnames())
                 names.push_back("--" + name);
     const std::string name = word.substr(0, word.find('='));
-    return localized("there is no option {}{} See: {} --help", name, didYouMean(name, names), pathOf(app));
+    return localized("there is no option {}{} See: {} --help", name,
+                     name.starts_with("--") ? didYouMean(name, names) : didYouMeanLong(name, names),
+                     pathOf(app));
 }
 
 } // namespace
@@ -142,7 +159,7 @@ Problem problemOf(CLI::App &app, const CLI::Error &error) {
         named = named->get_subcommands().front();
     // The parser reports at first that something is missing, which is no help to who has misspelt it.
     for (const std::string &word : app.remaining(true)) {
-        if (word.starts_with("--") && word.size() > 2)
+        if (isOption(word))
             return {ProblemKind::invalid, withoutOption(*named, word), {}};
         if (named->get_require_subcommand_min() > 0)
             return {ProblemKind::invalid, withoutSubcommand(*named, word), {}};

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <filesystem>
 
+#include "cli/Output.h"
 #include "cli/Texts.h"
 
 namespace wickerlane::cli {
@@ -12,6 +13,14 @@ std::string programPath(const std::string &program) {
     std::error_code error;
     const std::filesystem::path path = std::filesystem::canonical(program, error);
     return error ? std::filesystem::absolute(program).lexically_normal().string() : path.string();
+}
+
+std::string pathToDecideAbout(const std::string &program) {
+    std::string path = programPath(program);
+    std::error_code error;
+    if (!std::filesystem::is_regular_file(path, error))
+        advise(localized("there is no program {} yet; the decision is about what will be there", path));
+    return path;
 }
 
 Result<> decisionsCount() {

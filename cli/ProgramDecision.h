@@ -14,6 +14,9 @@ namespace wickerlane::cli {
 /// The path by which the kernel knows a program: absolute, without symbolic links.
 std::string programPath(const std::string &program);
 
+/// The same of a program that something is decided about. Says so when there is no such file.
+std::string pathToDecideAbout(const std::string &program);
+
 /// Fails when there is a file of decisions that does not count, as another user could have put it there.
 Result<> decisionsCount();
 

@@ -12,6 +12,7 @@
 #include "cli/ForeignProblems.h"
 #include "cli/LibraryState.h"
 #include "cli/Output.h"
+#include "cli/Suggestion.h"
 #include "cli/Texts.h"
 #include "wickerlane/model/AssetURL.h"
 #include "wickerlane/platform/console/Console.h"
@@ -37,9 +38,12 @@ bool isURI(const std::string &name) {
     return name.find("://") != std::string::npos;
 }
 
-/// At least four characters with which the text of a UUID may begin.
-bool isBeginningOfUUID(std::string_view text) {
-    constexpr std::size_t shortest = 4, longest = 36;
+/// Fewer characters of a UUID name no asset.
+constexpr std::size_t shortestBeginning = 4;
+
+/// At least as many characters as are needed, with which the text of a UUID may begin.
+bool isBeginningOfUUID(std::string_view text, std::size_t shortest = shortestBeginning) {
+    constexpr std::size_t longest = 36;
     if (text.size() < shortest || text.size() > longest)
         return false;
     for (std::size_t i = 0; i < text.size(); ++i) {
@@ -48,6 +52,17 @@ bool isBeginningOfUUID(std::string_view text) {
             return false;
     }
     return true;
+}
+
+/// Whether it may be meant for a UUID.
+bool isTooShort(const std::string &name) {
+    return name.size() < shortestBeginning && isBeginningOfUUID(name, 1);
+}
+
+Failure failTooShort(const std::string &name) {
+    return fail(ProblemKind::notFound,
+                localized("no asset is called {}, and of a UUID at least {} characters are needed", name,
+                          shortestBeginning));
 }
 
 /// Several assets have one name. A few of them are listed.
@@ -94,6 +109,21 @@ Result<Ref<ManagedAsset>> askForNamed(const std::string &name) {
     const bool areMore = candidates.size() > maxCandidates;
     candidates.resize(std::min(candidates.size(), maxCandidates));
     return failForSeveral(name, candidates, areMore);
+}
+
+/// The album whose name differs in the case of letters alone. Null when there is none or are several.
+Ref<ManagedAlbum> albumInOtherCase(const std::vector<Ref<ManagedAlbum>> &albums, const std::string &name) {
+    const ReleaseScope scope;
+    const String *wanted = String::of(name);
+    Ref<ManagedAlbum> found;
+    for (const Ref<ManagedAlbum> &each : albums) {
+        if (wanted->compare(String::of(each->record().name), CompareOptions::caseInsensitive) != 0)
+            continue;
+        if (found)
+            return {};
+        found = each;
+    }
+    return found;
 }
 
 /// Whether an asset of the trash is called so, by another name than its UUID.
@@ -259,12 +289,16 @@ Result<std::int64_t> askForMomentKey(const std::string &name) {
 }
 
 Failure failToFindAsset(const std::string &name) {
+    if (isTooShort(name))
+        return failTooShort(name);
     return fail(ProblemKind::notFound,
                 localized("there is no asset {} in {}. To list all assets: wickerlane list", name,
                           store::LibraryPaths().folder()));
 }
 
 Failure failToFindTrashed(const std::string &name) {
+    if (isTooShort(name))
+        return failTooShort(name);
     return fail(ProblemKind::notFound,
                 localized("there is no asset {} in the trash. To list what is: wickerlane trash list", name));
 }
@@ -323,10 +357,16 @@ Result<Ref<ManagedAlbum>> askForAlbum(const std::string &name) {
         found = std::ranges::find_if(*albums, [uuid = uuidIn(name)](const Ref<ManagedAlbum> &each) {
             return each->record().uuid == uuid;
         });
-    if (found == albums->end())
-        return fail(ProblemKind::notFound,
-                    localized("there is no album {}. To list all albums: wickerlane album list", name));
-    return *found;
+    if (found != albums->end())
+        return *found;
+    if (auto other = albumInOtherCase(*albums, name))
+        return other;
+    std::vector<std::string> names;
+    for (const Ref<ManagedAlbum> &each : *albums)
+        names.push_back(each->record().name);
+    return fail(ProblemKind::notFound,
+                localized("there is no album {}{} To list all albums: wickerlane album list", name,
+                          didYouMean(name, names)));
 }
 
 Result<ChangesPage> askForChanges(const std::string &token) {

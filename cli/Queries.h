@@ -95,7 +95,7 @@ Result<Companions> askForCompanions(std::span<const Ref<ManagedAsset>> assets);
 
 /// All albums, by name.
 Result<std::vector<Ref<ManagedAlbum>>> askForAlbums();
-/// An album by its name or UUID.
+/// An album by its name or UUID. The case of letters does not count where that leaves one album only.
 Result<Ref<ManagedAlbum>> askForAlbum(const std::string &name);
 
 /// What has changed since a token: JXGatekeeperClient::changesSinceToken().

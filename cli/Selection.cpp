@@ -140,16 +140,23 @@ Result<ExitCode> changeSelected(const Selection &selection, const ChangeTexts &t
         return passOn(selected);
     if (selected->code != ExitCode::success)
         return selected->code;
-    const std::vector<std::string> &uuids = selected->uuids;
+    return change(selected->uuids, selection, texts, row, fill);
+}
+
+Result<ExitCode> change(std::span<const std::string> uuids, const Selection &selection,
+                        const ChangeTexts &texts, const protocol::Row &row,
+                        const Handler<void(client::Request &request)> &fill) {
     if (selection.isDryRun)
         return printDryRun(uuids, texts.wouldBeDone(uuids.size()));
-    if (texts.question && selection.isOpen() && !uuids.empty() && !selection.yes &&
-        !isConfirmed(texts.question(uuids.size())))
-        return fail(ProblemKind::failed, localized("nothing was changed; --yes changes without asking"));
+    if (texts.question && selection.isOpen() && !uuids.empty() && !selection.yes)
+        if (const auto confirmed = confirm(texts.question(uuids.size()),
+                                           localized("nothing was changed; --yes changes without asking"));
+            !confirmed)
+            return passOn(confirmed);
     const InterruptScope interrupts;
     Progress progress(texts.doing, uuids.size());
     std::size_t done = 0;
-    const auto changed = forEachPart(std::span(uuids), [&](std::span<const std::string> part) -> Result<> {
+    const auto changed = forEachPart(uuids, [&](std::span<const std::string> part) -> Result<> {
         if (isInterrupted())
             return failInterrupted(localized("interrupted: {} of {} are done", done, uuids.size()));
         client::Request request(row);

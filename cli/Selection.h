@@ -86,8 +86,13 @@ struct ChangeTexts {
     std::function<std::string(std::size_t count)> question{};
 };
 
-/// Asks the daemon for the same change of all assets in a selection, and says what was done. Changes nothing
-/// if one of them is not there, or in a dry run. `fill` sets what the request has besides the UUIDs.
+/// Asks the daemon for the same change of assets, or shows them in a dry run, and says what was done. `fill`
+/// sets what the request has besides the UUIDs.
+Result<ExitCode> change(std::span<const std::string> uuids, const Selection &selection,
+                        const ChangeTexts &texts, const protocol::Row &row,
+                        const Handler<void(client::Request &request)> &fill);
+
+/// The same of all that a selection finds. Changes nothing if one of them is not there.
 Result<ExitCode> changeSelected(const Selection &selection, const ChangeTexts &texts,
                                 const protocol::Row &row,
                                 const Handler<void(client::Request &request)> &fill);

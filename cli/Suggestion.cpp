@@ -26,17 +26,30 @@ std::size_t distance(std::string_view one, std::string_view other) {
     return last[other.size()];
 }
 
+/// Of ASCII letters.
+std::string lowerCase(std::string_view text) {
+    std::string lower(text);
+    std::ranges::transform(lower, lower.begin(), [](char c) {
+        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    });
+    return lower;
+}
+
 } // namespace
 
-std::string likeliest(std::string_view word, const std::vector<std::string> &words) {
+std::string likeliest(std::string_view given, const std::vector<std::string> &words) {
     constexpr std::size_t longest = 64; // more is no misspelt word
-    if (word.size() > longest)
+    if (given.size() > longest)
         return {};
+    const std::string word = lowerCase(given);
     std::string best;
     std::size_t least = std::max<std::size_t>(word.size() / 3, 1) + 1;
     for (const std::string &each : words) {
-        const bool begins = word.size() >= 3 && each.starts_with(word);
-        const std::size_t differences = begins ? 1 : distance(word, each);
+        const std::string other = lowerCase(each);
+        const bool begins = word.size() >= 3 && other.starts_with(word);
+        if (!begins && other.size() >= word.size() + least)
+            continue; // it may be long
+        const std::size_t differences = begins ? 1 : distance(word, other);
         if (differences < least) {
             least = differences;
             best = each;

@@ -8,9 +8,9 @@
 
 namespace wickerlane::cli {
 
-/// The word of a list that is most like another: a few letters are wrong, missing, too many or swapped. Empty
-/// when none is like it.
-[[nodiscard]] std::string likeliest(std::string_view word, const std::vector<std::string> &words);
+/// The word of a list that is most like another: a few letters are wrong, missing, too many or swapped. The
+/// case of ASCII letters does not count. Empty when none is like it.
+[[nodiscard]] std::string likeliest(std::string_view given, const std::vector<std::string> &words);
 
 /// "; did you mean WORD?", or the end of the sentence.
 [[nodiscard]] std::string didYouMean(std::string_view word, const std::vector<std::string> &words);

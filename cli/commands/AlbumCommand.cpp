@@ -4,7 +4,7 @@
 #include <limits>
 
 #include "cli/Albums.h"
-#include "cli/AssetDescription.h"
+#include "cli/AssetListing.h"
 #include "cli/Confirmation.h"
 #include "cli/DaemonRequests.h"
 #include "cli/Formatting.h"
@@ -24,6 +24,7 @@ struct Options {
     std::string newName;
     Selection selection;
     bool json = false;
+    AssetListingOptions listing;
 };
 
 JSON describe(const ManagedAlbum &album) {
@@ -68,28 +69,34 @@ Result<ExitCode> create(const Options &options) {
     return ExitCode::success;
 }
 
-/// Adds all that are there.
 Result<ExitCode> add(const Options &options) {
     const auto named = askForAlbum(options.album);
     if (!named)
         return passOn(named);
-    const ManagedAlbum &album = **named;
+    const AlbumRecord &album = (*named)->record();
     const auto selected = select(options.selection);
     if (!selected)
         return passOn(selected);
+    if (selected->code != ExitCode::success)
+        return selected->code; // before any is added
+    const auto parted = partByAlbum(selected->uuids, album.uuid);
+    if (!parted)
+        return passOn(parted);
+    const auto &[inside, outside] = *parted;
     if (options.selection.isDryRun)
-        return printDryRun(selected->uuids,
-                           localizedCount(selected->uuids.size(), "{} asset would be added to {}",
-                                          "{} assets would be added to {}", album.record().name));
-    const auto outcome =
-        forEachSelected(selected->uuids, localized("adding"), [&](const ManagedAsset &asset) {
-            return addToAlbum(asset.assetURL(), album.record().uuid, asset.record().uuid);
-        });
+        return printDryRun(outside, localizedCount(outside.size(), "{} asset would be added to {}",
+                                                   "{} assets would be added to {}", album.name));
+    const auto outcome = forEachSelected(outside, localized("adding"), [&](const ManagedAsset &asset) {
+        return addToAlbum(asset.assetURL(), album.uuid, asset.record().uuid);
+    });
     if (!outcome)
         return passOn(outcome);
-    summarize(
-        localizedCount(outcome->done, "{} asset added to {}", "{} assets added to {}", album.record().name));
-    return outcome->code != ExitCode::success ? outcome->code : selected->code;
+    std::vector summary{
+        localizedCount(outcome->done, "{} asset added to {}", "{} assets added to {}", album.name)};
+    if (!inside.empty())
+        summary.push_back(localizedCount(inside.size(), "{} was in it already", "{} were in it already"));
+    summarize(joined(summary));
+    return outcome->code;
 }
 
 Result<ExitCode> show(const Options &options) {
@@ -97,23 +104,24 @@ Result<ExitCode> show(const Options &options) {
     if (!named)
         return passOn(named);
     const ManagedAlbum &album = **named;
+    auto listing = AssetListing::create(options.listing);
+    if (!listing)
+        return passOn(listing);
     JSON described = describe(album);
     described["assets"] = JSON::array();
-    Table table({{"CREATED"},
-                 {"UUID", Table::Align::left, Table::Kind::uuid, 2},
-                 {"NAME", Table::Align::left, Table::Kind::text, 2}});
-    const auto listed =
-        forEachAsset({.filter = {.album = album.record().uuid}}, 0, std::numeric_limits<std::size_t>::max(),
-                     [&](const ManagedAsset &asset) {
-                         const AssetRecord &record = asset.record();
-                         if (options.json)
-                             described["assets"].push_back(cli::describe(asset));
-                         else
-                             table.add({createdText(record), record.uuid, outsideName(record)});
-                     });
+    const auto listed = forEachAsset({.filter = {.album = album.record().uuid}}, 0,
+                                     std::numeric_limits<std::size_t>::max(), [&](const ManagedAsset &asset) {
+                                         if (listing->isJSON())
+                                             described["assets"].push_back(listing->describe(asset));
+                                         else
+                                             listing->add(asset);
+                                     });
     if (!listed)
         return passOn(listed);
-    printListing(described, table, localized("the album is empty"), options.json);
+    if (listing->isJSON())
+        printJSON(described);
+    else
+        listing->end(localized("the album is empty"));
     return ExitCode::success;
 }
 
@@ -137,10 +145,13 @@ Result<ExitCode> deleteAlbum(const Options &options) {
         return passOn(named);
     const AlbumRecord &record = (*named)->record();
 
-    if (!options.selection.yes &&
-        !isConfirmed(localizedCount(record.assetCount, "This deletes the album {1}, not the {0} asset in it.",
-                                    "This deletes the album {1}, not the {0} assets in it.", record.name)))
-        return fail(ProblemKind::failed, localized("nothing was deleted; --yes deletes without asking"));
+    if (!options.selection.yes)
+        if (const auto confirmed = confirm(
+                localizedCount(record.assetCount, "This deletes the album {1}, not the {0} asset in it.",
+                               "This deletes the album {1}, not the {0} assets in it.", record.name),
+                localized("nothing was deleted; --yes deletes without asking"));
+            !confirmed)
+            return passOn(confirmed);
     client::Request request(protocol::deleteAlbum);
     request.set(protocol::keys::albumUUID, String::of(record.uuid));
     if (const auto deleted = waitForWork(request); !deleted)
@@ -155,21 +166,29 @@ Result<ExitCode> remove(const Options &options) {
     if (!named)
         return passOn(named);
     const AlbumRecord &album = (*named)->record();
-    return changeSelected(options.selection,
-                          {.doing = localized("removing"),
-                           .wouldBeDone =
-                               [&](std::size_t count) {
-                                   return localizedCount(count, "{} asset would be removed from {}",
-                                                         "{} assets would be removed from {}", album.name);
-                               },
-                           .done =
-                               [&](std::size_t count) {
-                                   return localizedCount(count, "{} asset removed from {}",
-                                                         "{} assets removed from {}", album.name);
-                               }},
-                          protocol::removeFromAlbum, [&](client::Request &request) {
-                              request.set(protocol::keys::albumUUID, String::of(album.uuid));
-                          });
+    const auto selected = select(options.selection);
+    if (!selected)
+        return passOn(selected);
+    if (selected->code != ExitCode::success)
+        return selected->code;
+    const auto parted = partByAlbum(selected->uuids, album.uuid);
+    if (!parted)
+        return passOn(parted);
+    const auto wouldBeDone = [&](std::size_t count) {
+        return localizedCount(count, "{} asset would be removed from {}",
+                              "{} assets would be removed from {}", album.name);
+    };
+    const auto done = [&](std::size_t count) {
+        std::vector summary{
+            localizedCount(count, "{} asset removed from {}", "{} assets removed from {}", album.name)};
+        if (const std::size_t others = parted->outside.size(); others > 0)
+            summary.push_back(localizedCount(others, "{} was not in it", "{} were not in it"));
+        return joined(summary);
+    };
+    return change(
+        parted->inside, options.selection,
+        {.doing = localized("removing"), .wouldBeDone = wouldBeDone, .done = done}, protocol::removeFromAlbum,
+        [&](client::Request &request) { request.set(protocol::keys::albumUUID, String::of(album.uuid)); });
 }
 
 Result<ExitCode> deleteEmpty(const Options &options) {
@@ -207,7 +226,7 @@ void setUpAlbum(Command command) {
     addSelection(adding, added.selection);
     addDryRun(adding, added.selection);
     auto [showing, shown] = addVerb("show", "List the assets of an album", show);
-    showing.addFlag("--json", shown.json, "Write JSON");
+    addListingOptions(showing, shown.listing);
     auto [removing, removed] =
         addVerb("remove", "Take assets out of an album; the library keeps them", remove);
     addSelection(removing, removed.selection);

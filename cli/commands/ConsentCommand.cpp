@@ -41,7 +41,8 @@ Result<ExitCode> list(const Options &options) {
 
 Result<ExitCode> decide(const Options &options, bool granted) {
     return changeDecisions([&](ConsentStore &decisions) {
-        return decisions.decide({kPVGServicePhotos, programPath(options.program), options.userID(), granted});
+        return decisions.decide(
+            {kPVGServicePhotos, pathToDecideAbout(options.program), options.userID(), granted});
     });
 }
 

@@ -15,12 +15,13 @@ struct Options {
     bool now = false;
 };
 
-/// Asks the person at the terminal. False when there is none.
-bool isWanted(std::size_t count, bool now) {
-    return isConfirmed(now ? localizedCount(count, "This deletes {} asset permanently.",
-                                            "This deletes {} assets permanently.")
-                           : localizedCount(count, "This moves {} asset to the trash.",
-                                            "This moves {} assets to the trash."));
+/// Asks the person at the terminal.
+Result<> confirm(std::size_t count, bool now) {
+    return cli::confirm(now ? localizedCount(count, "This deletes {} asset permanently.",
+                                             "This deletes {} assets permanently.")
+                            : localizedCount(count, "This moves {} asset to the trash.",
+                                             "This moves {} assets to the trash."),
+                        localized("nothing was deleted; --yes deletes without asking"));
 }
 
 /// What is to be deleted, in the library or its trash. `code` is that of the last name that no asset has.
@@ -74,8 +75,9 @@ Result<ExitCode> deleteAssets(const Options &options) {
                         : localizedCount(count, "{} asset would be moved to the trash",
                                          "{} assets would be moved to the trash"),
             found->trashed);
-    if (count > 0 && !options.selection.yes && !isWanted(count, options.now))
-        return fail(ProblemKind::failed, localized("nothing was deleted; --yes deletes without asking"));
+    if (count > 0 && !options.selection.yes)
+        if (const auto confirmed = confirm(count, options.now); !confirmed)
+            return passOn(confirmed);
     auto outcome = forEachSelected(found->uuids, localized("deleting"), [&](const ManagedAsset &asset) {
         return deleteAsset(asset, options.now);
     });

@@ -1,6 +1,8 @@
 // wickerlane duplicates
 #include <nlohmann/json.hpp>
 
+#include <unordered_map>
+
 #include "cli/AssetDescription.h"
 #include "cli/BestDuplicate.h"
 #include "cli/Confirmation.h"
@@ -67,6 +69,20 @@ Result<> askDaemon(const Options &options) {
     return decide(options.together, true);
 }
 
+/// By their UUIDs.
+using KnownAssets = std::unordered_map<std::string, Ref<ManagedAsset>>;
+
+/// What --keep-best keeps of a group. Null when nothing of it is left.
+const AssetRecord *bestOf(const DuplicatesRecord &group, const KnownAssets &assets) {
+    const AssetRecord *best = nullptr;
+    for (const std::string &uuid : group.uuids)
+        if (const auto found = assets.find(uuid); found != assets.end())
+            if (const AssetRecord &each = found->second->record();
+                best == nullptr || isBetterDuplicate(each, *best))
+                best = &each;
+    return best;
+}
+
 /// Adds groups to the listing; `number` is that of the last one.
 Result<> addGroups(const std::vector<DuplicatesRecord> &groups, std::size_t &number, Listing &listing) {
     std::vector<std::string> uuids;
@@ -78,6 +94,7 @@ Result<> addGroups(const std::vector<DuplicatesRecord> &groups, std::size_t &num
     for (const DuplicatesRecord &group : groups) {
         const std::string likeness = group.isSame ? "same" : "similar";
         ++number;
+        const AssetRecord *best = bestOf(group, *assets);
         JSON described = JSON::array();
         for (const std::string &uuid : group.uuids) {
             const auto found = assets->find(uuid);
@@ -88,8 +105,9 @@ Result<> addGroups(const std::vector<DuplicatesRecord> &groups, std::size_t &num
             if (listing.isJSON())
                 described.push_back(describe(*found->second));
             else
-                listing.addRow({std::to_string(number), likeness, record.uuid, createdText(record),
-                                pixelsText(record, "-"), sizeText(record.byteSize), outsideName(record)});
+                listing.addRow({std::to_string(number), &record == best ? "best" : "", likeness, record.uuid,
+                                createdText(record), pixelsText(record, "-"), sizeText(record.byteSize),
+                                outsideName(record)});
         }
         if (listing.isJSON())
             listing.add({{"likeness", likeness}, {"assets", std::move(described)}});
@@ -101,6 +119,7 @@ Result<> addGroups(const std::vector<DuplicatesRecord> &groups, std::size_t &num
 Result<bool> printGroups(const Options &options) {
     using Align = Table::Align;
     Listing listing({{"GROUP", Align::right},
+                     {"BEST"},
                      {"LIKENESS", Align::left, Table::Kind::whole, 0},
                      {"UUID", Align::left, Table::Kind::uuid, 2},
                      {"CREATED"},
@@ -137,16 +156,11 @@ Result<std::vector<std::string>> othersThanTheBest(bool isSame) {
             if (!assets)
                 return passOn(assets);
             for (const DuplicatesRecord &group : page.groups) {
-                const AssetRecord *best = nullptr;
-                const auto add = [&](const AssetRecord &each) { others.push_back(each.uuid); };
+                const AssetRecord *best = bestOf(group, *assets);
                 for (const std::string &uuid : group.uuids)
-                    if (const auto found = assets->find(uuid); found != assets->end()) {
-                        const AssetRecord &each = found->second->record();
-                        const bool isBest = best == nullptr || isBetterDuplicate(each, *best);
-                        if (best != nullptr)
-                            add(isBest ? *best : each);
-                        best = isBest ? &each : best;
-                    }
+                    if (const auto found = assets->find(uuid);
+                        found != assets->end() && &found->second->record() != best)
+                        others.push_back(uuid);
             }
             return {};
         });
@@ -163,11 +177,14 @@ Result<ExitCode> keepBest(const Options &options) {
         return printDryRun(*others, localizedCount(others->size(), "{} asset would be moved to the trash",
                                                    "{} assets would be moved to the trash"));
 
-    if (!others->empty() && !options.yes &&
-        !isConfirmed(localizedCount(others->size(),
-                                    "This moves {} asset to the trash, and keeps the best of each group.",
-                                    "This moves {} assets to the trash, and keeps the best of each group.")))
-        return fail(ProblemKind::failed, localized("nothing was deleted; --yes deletes without asking"));
+    if (!others->empty() && !options.yes)
+        if (const auto confirmed = confirm(
+                localizedCount(others->size(),
+                               "This moves {} asset to the trash, and keeps the best of each group.",
+                               "This moves {} assets to the trash, and keeps the best of each group."),
+                localized("nothing was deleted; --yes deletes without asking"));
+            !confirmed)
+            return passOn(confirmed);
     const auto outcome = forEachSelected(*others, localized("deleting"), [](const ManagedAsset &asset) {
         return waitForSuccess(
             localized("{} was not deleted", asset.record().uuid), [&](const SuccessHandler &handler) {
@@ -184,6 +201,9 @@ Result<ExitCode> keepBest(const Options &options) {
 }
 
 Result<ExitCode> duplicates(const Options &options) {
+    if (options.isDryRun && !options.keepBest)
+        return fail(ProblemKind::invalid,
+                    localized("--dry-run needs --keep-best: nothing else moves assets"));
     if (const auto there = requireLibrary(); !there)
         return passOn(there);
     const bool analyzes = options.update || options.reset;
@@ -214,7 +234,7 @@ void setUpDuplicates(Command command) {
                    "  same     the same picture: the same bytes, or encoded again, or resized\n"
                    "  similar  another picture of the same subject, taken within a minute\n\n"
                    "The best has the most pixels, else the largest file, else more that people said of it, "
-                   "else was there first.\n\n"
+                   "else was there first; the table marks it.\n\n"
                    "Examples:\n"
                    "  wickerlane duplicates --update --likeness same\n"
                    "  wickerlane duplicates --keep-best --dry-run\n"

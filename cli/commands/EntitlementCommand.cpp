@@ -38,7 +38,7 @@ Result<ExitCode> setEntitled(const Options &options, bool granted) {
     const String *name =
         options.entitlement == "write-assets" ? JXWriteAssetsEntitlement : JXDeleteAssetsEntitlement;
     return changeDecisions([&](ConsentStore &decisions) {
-        return decisions.setEntitled(programPath(options.program), name->utf8(), granted);
+        return decisions.setEntitled(pathToDecideAbout(options.program), name->utf8(), granted);
     });
 }
 

@@ -27,6 +27,7 @@
 #include "cli/Queries.h"
 #include "cli/Selection.h"
 #include "cli/Subcommands.h"
+#include "cli/TargetFolder.h"
 #include "cli/Texts.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/platform/file/Retry.h"
@@ -297,16 +298,6 @@ private:
     std::optional<ExitCode> code;
 };
 
-Result<> requireFolder(const std::string &path) {
-    std::error_code error;
-    fs::create_directories(path, error);
-    if (!fs::is_directory(path))
-        return fail(ProblemKind::invalid,
-                    error ? localized("{} can't be made: {}", path, error.message())
-                          : localized("{} is not a folder; several assets need one", path));
-    return {};
-}
-
 Result<ExitCode> exportOne(const Options &options, const Shot &shot, ExitCode code) {
     const ManagedAsset &asset = shot.asset;
     std::string path = options.to;
@@ -345,7 +336,7 @@ Result<ExitCode> exportFound(const Options &options, const AssetFilter &filter) 
     const auto total = orLastError(JXGatekeeperClient::sharedInstance()->countOfAssets(filter));
     if (!total)
         return passOn(total);
-    if (const auto made = requireFolder(options.to); !made)
+    if (const auto made = requireTargetFolder(options.to); !made)
         return passOn(made);
     Exporter exporter(options, *total);
     const auto done = forEachPage(AssetQuery{.filter = filter, .limit = entriesOfPage},
@@ -378,7 +369,7 @@ Result<ExitCode> exportNamed(const Options &options) {
             return passOn(companions);
         return exportOne(options, shotOf(**asset, *companions), code);
     }
-    if (const auto made = requireFolder(options.to); !made)
+    if (const auto made = requireTargetFolder(options.to); !made)
         return passOn(made);
     Exporter exporter(options, uuids.size());
     const auto done = forEachPart(std::span(uuids), [&](std::span<const std::string> part) -> Result<> {

@@ -90,6 +90,7 @@ struct Report {
     std::vector<std::string> passedOver; ///< Files in folders that are neither pictures nor videos.
     Result<> daemon{};                   ///< The problem that it serves no longer.
     bool interrupted = false;
+    std::string album; ///< The name of the one that they were added to.
     std::size_t addedToAlbum = 0;
     bool albumFailed = false;
 };
@@ -401,6 +402,7 @@ void saveFiles(std::vector<Source> files, const Options &options, Report &report
 
 /// Adds what was saved to an album, which is made if it is not there.
 void addToAlbum(const std::string &name, Report &report) {
+    report.album = name;
     auto album = askForAlbum(name);
     if (!album && album.error().kind == ProblemKind::notFound)
         album = createAlbum(name).and_then([&](const std::string &) { return askForAlbum(name); });
@@ -409,13 +411,24 @@ void addToAlbum(const std::string &name, Report &report) {
         cli::report(album.error());
         return;
     }
+    report.album = (*album)->record().name;
     const std::string uuid = (*album)->record().uuid;
-    Progress progress(localized("adding to the album"), report.saved.size());
+    std::vector<std::string> saved;
+    for (const SavedFile &each : report.saved)
+        saved.push_back(each.uuid);
+    const auto parted = partByAlbum(saved, uuid);
+    if (!parted) {
+        report.albumFailed = true;
+        cli::report(parted.error());
+        return;
+    }
+    std::set<std::string> pending(parted->outside.begin(), parted->outside.end());
+    Progress progress(localized("adding to the album"), pending.size());
     for (const SavedFile &each : report.saved) {
         if (isInterrupted())
             break;
-        if (!each.first.empty())
-            continue; // of the same asset as the first
+        if (pending.erase(each.uuid) == 0)
+            continue; // it is in the album, such as the second file of an asset
         const ReleaseScope scope;
         const auto added = cli::addToAlbum(URL::create(each.assetURL).get(), uuid, each.path);
         if (!added) {
@@ -561,7 +574,7 @@ Result<ExitCode> importFiles(const Options &options) {
         printSummary(report);
         if (!options.album.empty())
             summarize(localizedCount(report.addedToAlbum, "{} asset added to {}", "{} assets added to {}",
-                                     options.album));
+                                     report.album));
     }
     if (!report.daemon)
         return passOn(report.daemon);

@@ -220,13 +220,16 @@ Result<ExitCode> replayRecording(const Options &options) {
     const auto requests = readRecording(options.replay);
     if (!requests)
         return passOn(requests);
-    if (!options.yes &&
-        !isConfirmed(localizedCount(
-            requests->size(),
-            "{} request, which may change and delete photos, will be sent to the library in {}.",
-            "{} requests, which may change and delete photos, will be sent to the library in {}.",
-            rootPath())))
-        return fail(ProblemKind::failed, localized("nothing was sent; --yes sends without asking"));
+    if (!options.yes)
+        if (const auto confirmed = confirm(
+                localizedCount(
+                    requests->size(),
+                    "{} request, which may change and delete photos, will be sent to the library in {}.",
+                    "{} requests, which may change and delete photos, will be sent to the library in {}.",
+                    rootPath()),
+                localized("nothing was sent; --yes sends without asking"));
+            !confirmed)
+            return passOn(confirmed);
     if (const auto answers = requireDaemon(); !answers)
         return passOn(answers);
     const InterruptScope interrupts;

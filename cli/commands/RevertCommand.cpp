@@ -34,10 +34,13 @@ Result<ExitCode> revertAssets(const Options &options) {
                            localizedCount(selected->uuids.size(), "{} asset would be reverted",
                                           "{} assets would be reverted"));
     // What is named one by one is wanted.
-    if (options.selection.isOpen() && !selected->uuids.empty() && !options.selection.yes &&
-        !isConfirmed(localizedCount(selected->uuids.size(), "This deletes the edits of {} asset.",
-                                    "This deletes the edits of {} assets.")))
-        return fail(ProblemKind::failed, localized("nothing was reverted; --yes reverts without asking"));
+    if (options.selection.isOpen() && !selected->uuids.empty() && !options.selection.yes)
+        if (const auto confirmed =
+                confirm(localizedCount(selected->uuids.size(), "This deletes the edits of {} asset.",
+                                       "This deletes the edits of {} assets."),
+                        localized("nothing was reverted; --yes reverts without asking"));
+            !confirmed)
+            return passOn(confirmed);
     const auto outcome = forEachSelected(selected->uuids, localized("reverting"), revert);
     if (!outcome)
         return passOn(outcome);

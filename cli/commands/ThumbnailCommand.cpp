@@ -11,6 +11,7 @@
 #include "cli/Output.h"
 #include "cli/Selection.h"
 #include "cli/Subcommands.h"
+#include "cli/TargetFolder.h"
 #include "cli/Texts.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/protocol/ImageDataFormats.h"
@@ -68,7 +69,8 @@ std::string defaultName(const ManagedAsset &asset, int format) {
     return asset.record().uuid + (format == protocol::imageDataFullSizePNG ? ".png" : ".jpg");
 }
 
-Result<> writeThumbnail(const Options &options, const ManagedAsset &asset, const std::string &to) {
+/// Gives what to say of the file.
+Result<std::string> writeThumbnail(const Options &options, const ManagedAsset &asset, const std::string &to) {
     const int format = options.size ? formatOfSize(*options.size) : formatNamed(options.format);
     const Data *data = JXGatekeeperClient::sharedInstance()->imageDataForAsset(asset.objectID(), format);
     if (data == nullptr) {
@@ -87,8 +89,7 @@ Result<> writeThumbnail(const Options &options, const ManagedAsset &asset, const
     if (const auto written = file->write(data->span()).and_then([&] { return file->finish(options.force); });
         !written)
         return passOn(written);
-    summarize(fmt::format("{} ({})", path, sizeText(data->length())));
-    return {};
+    return fmt::format("{} ({})", path, sizeText(data->length()));
 }
 
 Result<ExitCode> writeThumbnails(const Options &options) {
@@ -101,17 +102,23 @@ Result<ExitCode> writeThumbnails(const Options &options) {
                                           "{} assets would be written as pictures"));
     std::string to = options.to;
     const bool isOne = selected->uuids.size() == 1 && !options.selection.isOpen();
-    if (std::error_code error; !to.empty() && (!isOne || std::filesystem::is_directory(to))) {
-        std::filesystem::create_directories(to, error);
-        if (!std::filesystem::is_directory(to))
-            return fail(ProblemKind::invalid, localized("{} is not a folder; several pictures need one", to));
-        to += '/';
+    if (!to.empty() && (!isOne || std::filesystem::is_directory(to))) {
+        if (const auto made = requireTargetFolder(to); !made)
+            return passOn(made);
+        if (!to.ends_with('/'))
+            to += '/';
     }
     const auto outcome =
-        forEachSelected(selected->uuids, localized("writing"),
-                        [&](const ManagedAsset &asset) { return writeThumbnail(options, asset, to); });
+        forEachSelected(selected->uuids, localized("writing"), [&](const ManagedAsset &asset) {
+            return writeThumbnail(options, asset, to).map([&](const std::string &written) {
+                if (isOne)
+                    summarize(written);
+            });
+        });
     if (!outcome)
         return passOn(outcome);
+    if (!isOne)
+        summarize(localizedCount(outcome->done, "{} file written", "{} files written"));
     return outcome->code != ExitCode::success ? outcome->code : selected->code;
 }
 

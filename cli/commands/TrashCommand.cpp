@@ -122,10 +122,12 @@ Result<ExitCode> emptyTrash(const EmptyOptions &options) {
     if (!counted)
         return passOn(counted);
 
-    if (count > 0 && !options.yes &&
-        !isConfirmed(localizedCount(count, "This deletes {} asset permanently.",
-                                    "This deletes {} assets permanently.")))
-        return fail(ProblemKind::failed, localized("nothing was deleted; --yes deletes without asking"));
+    if (count > 0 && !options.yes)
+        if (const auto confirmed = confirm(localizedCount(count, "This deletes {} asset permanently.",
+                                                          "This deletes {} assets permanently."),
+                                           localized("nothing was deleted; --yes deletes without asking"));
+            !confirmed)
+            return passOn(confirmed);
     const auto emptied =
         waitForSuccess(localized("the trash was not emptied"), [](const SuccessHandler &handler) {
             JXGatekeeperClient::sharedInstance()->emptyTrashWithHandler(handler);

@@ -57,6 +57,64 @@ TEST_F(Commands, AlbumsAreRenamedEmptiedAndDeletedAndTheAssetsStay) {
     EXPECT_EQ(run({"count"}).output, "1 photo, 0 videos\n");
 }
 
+TEST_F(Commands, WhatAnAlbumHasAlreadyIsNotCounted) {
+    const std::string jpeg = imported(file("a.jpg", jpegPicture())),
+                      png = imported(file("b.png", pngPicture()));
+    ASSERT_EQ(run({"album", "create", "Dunes"}).exitCode, 0);
+    const struct {
+        std::vector<std::string> arguments;
+        int exitCode;
+        std::string output;
+    } cases[] = {
+        {{"add", "Dunes", jpeg, absentUUID}, 4, ""}, // and nothing is added
+        {{"remove", "Dunes", jpeg}, 0, "0 assets removed from Dunes, 1 was not in it\n"},
+        {{"add", "Dunes", jpeg, jpeg}, 0, "1 asset added to Dunes\n"},
+        {{"add", "Dunes", jpeg, png}, 0, "1 asset added to Dunes, 1 was in it already\n"},
+        {{"add", "Dunes", "--where", "all"}, 0, "0 assets added to Dunes, 2 were in it already\n"},
+        {{"remove", "Dunes", png}, 0, "1 asset removed from Dunes\n"},
+        {{"remove", "Dunes", "--where", "all"}, 0, "1 asset removed from Dunes, 1 was not in it\n"},
+    };
+    for (const auto &[arguments, exitCode, output] : cases) {
+        std::vector<std::string> words{"album"};
+        words.insert(words.end(), arguments.begin(), arguments.end());
+        const CommandResult result = run(words);
+        EXPECT_EQ(result.exitCode, exitCode) << testing::PrintToString(arguments) << result;
+        EXPECT_EQ(result.output, output) << testing::PrintToString(arguments) << result;
+    }
+    const std::vector<std::string> again{"import", (folder / "a.jpg").string(), "--album", "dunes", "--json"};
+    EXPECT_EQ(run(again).json()["addedToAlbum"], 1);
+    EXPECT_EQ(run(again).json()["addedToAlbum"], 0);
+}
+
+TEST_F(Commands, AnAlbumIsFoundByItsNameInAnyCase) {
+    const std::string uuid = imported(file("a.jpg", jpegPicture()));
+    for (const char *name : {"Dunes", "Été", "sea", "SEA"})
+        ASSERT_EQ(run({"album", "create", name}).exitCode, 0);
+    ASSERT_EQ(run({"album", "add", "Dunes", uuid}).exitCode, 0);
+    const struct {
+        std::string name, found, said;
+    } cases[] = {
+        {"dUNES", "Dunes", ""},
+        {"été", "Été", ""},
+        {"sea", "sea", ""},
+        {"SEA", "SEA", ""},
+        {"Sea", "", "there is no album Sea; did you mean SEA?"}, // or sea
+        {"dune", "", "there is no album dune; did you mean Dunes?"},
+        {"Hills", "", "there is no album Hills."},
+    };
+    for (const auto &[name, found, said] : cases) {
+        const CommandResult result = run({"album", "show", name, "--json"});
+        EXPECT_EQ(result.exitCode, found.empty() ? 4 : 0) << name << result;
+        EXPECT_EQ(found.empty() ? "" : result.json()["name"], found) << name;
+        EXPECT_NE(result.errors.find(said), std::string::npos) << name << result;
+    }
+    EXPECT_EQ(run({"album", "show", "Dunes", "--format", "ids0"}).output, uuid + '\0');
+    EXPECT_EQ(run({"album", "show", "Dunes", "--fields", "name", "--format", "csv"}).output, "name\na.jpg\n");
+    EXPECT_EQ(run({"album", "show", "Dunes", "--fields", "name", "--json"}).json()["assets"],
+              nlohmann::json::parse(R"([{"name": "a.jpg"}])"));
+    EXPECT_EQ(run({"list", "--album", "dunes", "--json"}).json().size(), 1U);
+}
+
 TEST_F(Commands, WhatWasDeletedIsInTheTrash) {
     const std::string source = file("a.jpg", jpegPicture());
     const std::string uuid = imported(source);

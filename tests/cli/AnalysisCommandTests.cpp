@@ -86,6 +86,7 @@ TEST_F(AnalysisCommands, DuplicatesAreListedAndDecisionsRemembered) {
         {{"duplicates", "--not", picture}, 2},
         {{"duplicates", "--not", picture, "unknown"}, 4},
         {{"duplicates", "--likeness", "odd"}, 2},
+        {{"duplicates", "--dry-run"}, 2}, // of what?
         {{"--root", (folder / "empty").string(), "duplicates"}, 4},
         {{"--root", (folder / "empty").string(), "moments"}, 4},
     };
@@ -101,6 +102,14 @@ TEST_F(AnalysisCommands, OfDuplicatesTheBestIsKept) {
     EXPECT_EQ(dry.exitCode, 0) << dry;
     EXPECT_NE(dry.output.find("2 assets would be moved to the trash"), std::string::npos) << dry;
     EXPECT_EQ(dry.output.find(" a.jpg"), std::string::npos) << dry;
+    const std::string table = run({"duplicates"}).output;
+    for (const auto &[name, isBest] :
+         {std::pair(" a.jpg", true), {"small.jpg", false}, {"smaller.jpg", false}}) {
+        const std::size_t at = table.find(name), begin = table.rfind('\n', at);
+        ASSERT_NE(at, std::string::npos) << table;
+        EXPECT_EQ(table.substr(begin, at - begin).find(" best ") != std::string::npos, isBest)
+            << name << table;
+    }
     EXPECT_EQ(run({"duplicates", "--keep-best"}).exitCode, 1) << "there is no terminal to ask";
     EXPECT_EQ(run({"count"}).output, "3 photos, 0 videos\n");
     EXPECT_EQ(run({"duplicates", "--keep-best", "--yes", "--quiet"}).output, "");

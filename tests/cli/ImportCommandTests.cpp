@@ -261,7 +261,7 @@ TEST_F(Commands, ImportTakesListsFillsAlbumsAndSaysWhatItWouldDo) {
     EXPECT_EQ(runShell("printf '" + one + "\\0' | $WL import --files-from - --album Dunes").output,
               "1 file saved\n1 asset added to Dunes\n");
     const std::string list = file("list", bytesOf(one + "\n" + other + "\n"));
-    EXPECT_EQ(run({"import", "--files-from", list, "--album", "Dunes", "--json"}).json()["addedToAlbum"], 2);
+    EXPECT_EQ(run({"import", "--files-from", list, "--album", "Dunes", "--json"}).json()["addedToAlbum"], 1);
     EXPECT_EQ(run({"album", "list", "--json"}).json()[0]["assets"], 2);
     EXPECT_EQ(run({"import", "--files-from", "/nonexistent"}).exitCode, 1);
 }

@@ -345,6 +345,15 @@ TEST_F(Commands, ConsentKeepsAProgramOut) {
     EXPECT_FALSE(fs::exists(copies));
     EXPECT_EQ(run({"consent", "revoke", self}).exitCode, 0);
     EXPECT_EQ(run({"consent", "list", "--json"}).json().size(), 0U);
+    for (const auto &[program, isThere] : {std::pair(std::string("/bin/true"), true),
+                                           {folder.string(), false}, // no program
+                                           {(folder / "none").string(), false}}) {
+        const CommandResult denied = run({"consent", "deny", program});
+        EXPECT_EQ(denied.exitCode, 0) << denied;
+        EXPECT_EQ(denied.errors.find("there is no program " + program) == std::string::npos, isThere)
+            << denied;
+        EXPECT_EQ(run({"consent", "revoke", program}).errors, "");
+    }
     EXPECT_EQ(run({"count"}).output, "1 photo, 0 videos\n");
 }
 

@@ -46,6 +46,15 @@ TEST_F(Selections, AnAssetHasManyNames) {
     for (const std::string &name :
          {jpeg.substr(0, 3), std::string("beach"), absentUUID, std::string("*.gif")})
         EXPECT_EQ(run({"show", name}).exitCode, 4) << name;
+    for (const std::vector<std::string> &words : {std::vector<std::string>{"show"}, {"trash", "restore"}}) {
+        const auto errorsOf = [&, &before = words](const std::string &name) {
+            auto all = before;
+            all.push_back(name);
+            return run(all).errors;
+        };
+        EXPECT_NE(errorsOf("abc").find("at least 4 characters"), std::string::npos) << words[0];
+        EXPECT_EQ(errorsOf("xyz").find("at least 4 characters"), std::string::npos) << words[0];
+    }
 
     const std::string again =
         run({"import", "--again", (folder / beach).string(), "--json"}).json()["saved"][0]["uuid"];
@@ -197,7 +206,8 @@ TEST_F(Selections, CommandsTakeWhatOthersHaveFound) {
     const fs::path out = folder / "out";
     EXPECT_EQ(run({"export", "--where", "album=Dunes", "--to", out.string()}).output, "1 file written\n");
     EXPECT_TRUE(fs::exists(out / dunes));
-    EXPECT_EQ(run({"thumbnail", jpeg, png, "--size", "20", "--to", out.string()}).exitCode, 0);
+    EXPECT_EQ(run({"thumbnail", jpeg, png, "--size", "20", "--to", out.string()}).output,
+              "2 files written\n");
     EXPECT_TRUE(fs::exists(out / (jpeg + ".jpg")) && fs::exists(out / (png + ".jpg")));
     EXPECT_EQ(run({"show", jpeg, png, "--json"}).json().size(), 2U);
     EXPECT_EQ(run({"show", "--where", "rating=5", "--json"}).json().size(), 2U);
@@ -210,6 +220,35 @@ TEST_F(Selections, CommandsTakeWhatOthersHaveFound) {
     EXPECT_EQ(run({"set", "--caption", "New", "--yes", "--where", "all"}).output, "2 assets changed\n");
     EXPECT_EQ(run({"export", "--all", "--where", "rating=5", "--to", out.string()}).exitCode, 2);
     EXPECT_EQ(run({"export", "--all", jpeg, "--to", out.string()}).exitCode, 2);
+}
+
+TEST_F(Selections, SeveralAssetsAreNotWrittenIntoAFolderThatLooksLikeAFile) {
+    const std::string one = (folder / "one.JPG").string(), old = (folder / "old.jpg").string();
+    fs::create_directory(old);
+    for (const char *verb : {"export", "thumbnail"}) {
+        const struct {
+            std::vector<std::string> what;
+            std::string to;
+            int exitCode;
+        } cases[] = {
+            {{jpeg, png}, one, 2},
+            {{"--where", "type=png"}, one, 2},
+            {{jpeg, png}, (folder / beach).string(), 2}, // a file
+            {{jpeg, png}, one + "/", 0},
+            {{jpeg, png}, old, 0},
+            {{jpeg, png}, (folder / "2024.08").string(), 0},
+        };
+        for (const auto &[what, to, exitCode] : cases) {
+            std::vector<std::string> words{verb, "--to", to};
+            words.insert(words.end(), what.begin(), what.end());
+            const CommandResult result = run(words);
+            EXPECT_EQ(result.exitCode, exitCode) << verb << to << result;
+            EXPECT_EQ(fs::is_directory(to), exitCode == 0) << verb << to;
+            EXPECT_EQ(result.errors.find("folder") != std::string::npos, exitCode == 2)
+                << verb << to << result;
+        }
+        fs::remove_all(one);
+    }
 }
 
 TEST_F(Selections, WhatIsInTheTrashIsNamedAsWhatIsInTheLibrary) {
@@ -288,7 +327,10 @@ TEST_F(Selections, NothingIsDoneInADryRunOrWithoutConsent) {
         TerminalCommand deleting(with({"delete"}));
         ASSERT_TRUE(deleting.shows("This moves 2 assets to the trash. Continue? [y/N]"));
         deleting.type(answer);
-        EXPECT_EQ(deleting.wait().exitCode, exitCode) << answer;
+        const CommandResult result = deleting.wait();
+        EXPECT_EQ(result.exitCode, exitCode) << answer;
+        EXPECT_EQ(result.output.find(" nothing was changed\r\n") != std::string::npos, exitCode == 1)
+            << answer << result;
     }
     EXPECT_EQ(run({"count"}).output, "0 photos, 0 videos\n");
     EXPECT_EQ(run({"trash", "restore", "--all"}).output, "2 assets restored\n");
@@ -304,8 +346,12 @@ TEST_F(Selections, ProgressIsShownOnATerminalAlone) {
     kill(daemon, SIGCONT);
     const CommandResult done = rebuilding.wait();
     EXPECT_EQ(done.exitCode, 0) << done;
-    EXPECT_TRUE(done.output.ends_with("\r\x1b[K")) << done;
-    EXPECT_EQ(run({"rebuild-thumbnails"}).errors, "");
+    EXPECT_TRUE(done.output.ends_with("\r\x1b[Kthumbnails of 2 assets made\r\n")) << done;
+    std::string half(1000, 'x');
+    ASSERT_EQ(run({"import", file("none.jpg", bytesOf(half))}).exitCode, 0);
+    const CommandResult piped = run({"rebuild-thumbnails"});
+    EXPECT_EQ(piped.errors, "");
+    EXPECT_EQ(piped.output, "thumbnails of 2 assets made, 1 can't be decoded\n");
 }
 
 TEST_F(Selections, AClosedPipeEndsTheCommandSilently) {
