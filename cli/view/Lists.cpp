@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 #include <iterator>
 #include <limits>
 #include <nlohmann/json.hpp>
@@ -68,6 +69,28 @@ Result<std::unordered_set<std::string>> editedOf(AssetFilter filter) {
         query.cursor = page->next;
     } while (!query.cursor.empty() && uuids.size() < maxGridAssets);
     return uuids;
+}
+
+/// Leaves the newest assets: at least so many, and whole days. Zero leaves all. Whether there are others.
+Result<bool> narrowToFirst(AssetFilter &filter, std::size_t count) {
+    if (count == 0)
+        return false;
+    constexpr double secondsOfDay = 86'400;
+    const ReleaseScope scope;
+    const AssetQuery query{.filter = filter,
+                           .isDescending = true,
+                           .limit = count,
+                           .fields = AssetFields::identity | fieldOf<&AssetRecord::dateCreated>() |
+                                     fieldOf<&AssetRecord::clockDate>()};
+    const auto page = askAgain([&] { return client()->assetsMatchingQuery(query); });
+    if (!page)
+        return failAsked();
+    if (page->next.empty())
+        return false;
+    const double date = page->assets.back()->record().shownDate();
+    const double day = std::floor(date / secondsOfDay) * secondsOfDay;
+    filter.from = std::max(day, filter.from.value_or(day));
+    return true;
 }
 
 /// What the grid shows of an asset.
@@ -152,16 +175,22 @@ Result<std::string> listSections(KnownAssets &, const httplib::Request &request)
     const std::string unit = request.get_param_value("unit");
     if (!unit.empty() && unit != "day" && unit != "month")
         return fail(ProblemKind::invalid, "'unit' must be day or month");
-    const auto filter = filterIn(request);
+    auto filter = filterIn(request);
+    const auto first = numberIn(request, "first", 0);
     if (!filter)
         return passOn(filter);
+    if (!first)
+        return passOn(first);
+    const auto isNarrowed = narrowToFirst(*filter, static_cast<std::size_t>(*first));
+    if (!isNarrowed)
+        return passOn(isNarrowed);
     const auto sections = askAgain([&] {
         return client()->sectionsOfAssets(*filter, unit == "month" ? SectionUnit::month : SectionUnit::day,
                                           true);
     });
     if (!sections)
         return failAsked();
-    std::string text = R"({"sections":[)";
+    std::string text = fmt::format(R"({{"isWhole":{},"sections":[)", !*isNarrowed);
     for (const AssetSection &each : *sections) {
         fmt::format_to(std::back_inserter(text), R"({}{{"start":"{}","count":{},"shapes":")",
                        text.back() == '[' ? "" : ",", dayText(each.start), each.shapes.size());

@@ -49,6 +49,15 @@ def test_each_layout_shows_everything_once_and_fits(page: Browser) -> None:
     assert faults == []
 
 
+def test_what_the_page_begins_with_is_fetched_early_and_once(page: Browser) -> None:
+    html = (TEXTS.parent / 'index.html').read_text(encoding='utf-8')
+    early = re.findall(r'<link rel="modulepreload" href="/app/(.*)">|<script type="module" src="/app/(.*)">', html)
+    assert sorted(filter(None, sum(early, ()))) == sorted(path.name for path in TEXTS.parent.glob('app/*.js'))
+    asked = page.run("""return performance.getEntriesByType('resource').map(({name}) => new URL(name).pathname)
+        .filter((path) => ['/api/session', '/api/sections'].includes(path)).sort()""")
+    assert asked == ['/api/sections', '/api/session'] # else what was preloaded is not what is used
+
+
 def test_other_albums_are_a_change(page: Browser) -> None:
     heard = page.module('''
         const {Changes} = await import('/app/changes.js');

@@ -26,6 +26,30 @@ def test_the_grid_shows_the_newest_days_first_and_only_what_is_near(page: Browse
     assert page.run("return document.querySelector('.spacer').offsetHeight") == height
 
 
+def test_the_newest_are_shown_before_the_whole_timeline_is_known(browser: Browser, address: str) -> None:
+    browser.driver.execute_cdp_cmd('Page.addScriptToEvaluateOnNewDocument', {'source': """
+        const real = window.fetch;
+        const held = new Promise((resolve) => { window.letGo = resolve; });
+        window.fetch = async (address, options) => {
+            if (address === '/api/sections?unit=day')
+                await held;
+            return real(address.replace('first=400', 'first=40'), options);
+        };"""})
+    browser.driver.get(address)
+    browser.wait_for_sharp_grid()
+    assert browser.one_or_none('.scrubber') is None
+    browser.run("""
+        window.before = new Map([...document.querySelectorAll('.cell')].map((cell) => [cell, cell.picture]));
+        letGo();""")
+    scrubber = browser.one('.scrubber')
+    browser.wait_for_grid()
+    # What was there does not blink.
+    assert browser.run('return [...before].every(([cell, picture]) => cell.isConnected && cell.picture === picture)')
+    browser.run('arguments[0].focus()', scrubber)
+    browser.press(END)
+    browser.wait(lambda: browser.wait_for_grid()[-1]['index'] == COUNT, 'the oldest photo does not appear')
+
+
 def test_pictures_stand_beside_each_other_without_overlap(page: Browser) -> None:
     for width in (1280, 360):
         page.resize(width, 800)

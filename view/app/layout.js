@@ -144,6 +144,26 @@ export class Layout {
         this.height = top;
     }
 
+    /** Whether a row of another layout is the same row here: at the same place, with as many pictures of the same shapes. */
+    hasRowOf(other, row) {
+        if (this.width !== other.width || row >= Math.min(this.rowCount, other.rowCount))
+            return false;
+        const first = this.rowFirst[row];
+        const end = this.rowFirst[row + 1];
+        if (first !== other.rowFirst[row] || end !== other.rowFirst[row + 1])
+            return false;
+        for (let index = first; index < end; index += 1)
+            if (this.aspects[index] !== other.aspects[index])
+                return false;
+        return ['rowSection', 'rowTop', 'rowHeight', 'rowUnit', 'rowLeft'].every((name) =>
+            this[name][row] === other[name][row]);
+    }
+
+    hasSectionOf(other, section) {
+        return this.sections[section]?.start === other.sections[section]?.start &&
+            ['sectionRow', 'sectionLeft', 'sectionWidth'].every((name) => this[name][section] === other[name][section]);
+    }
+
     /** The rows that reach into the stretch from `begin` to `end`: [first, end). */
     rowsBetween(begin, end) {
         // Rows of a line have nearly the same height, so that a row that ends later begins later.

@@ -24,7 +24,9 @@ import {Viewer} from './viewer.js';
 const searchAfter = 250;
 const followAfter = 300;
 const showLoadingAfter = 250;
-const firstAssets = 60;
+/** With what index.html fetches early. The whole of a large library takes longer. */
+const firstAssets = 400;
+const assetsInWindow = 60;
 const retryAfter = 2000;
 const leastBetweenStale = 5000;
 
@@ -36,9 +38,11 @@ class Page {
     #first;
     #loading = null;
     #shown = '';
+    #isRefreshing = false;
+    #mustRefresh = false;
+    #months = null;
     /** Until the page that is shown has what it shows. */
     #showing = Promise.resolve();
-    #months = monthNames();
 
     /** `first` is a promise of the source that is shown first, if that is of all assets. */
     constructor({readOnly}, first) {
@@ -195,8 +199,10 @@ class Page {
     async #filterOf(route) {
         if (route.name === 'album')
             return {filter: {album: route.id}, chips: [], words: ''};
-        const albums = route.query ? await this.#knownAlbums() : [];
-        return parse(route.query, albums, this.#months);
+        if (!route.query)
+            return {filter: {}, chips: [], words: ''};
+        const albums = await this.#knownAlbums();
+        return parse(route.query, albums, this.#months ??= monthNames());
     }
 
     async #showTimeline(route) {
@@ -207,16 +213,21 @@ class Page {
             this.shell.main.replaceChildren(this.timeline.element);
         try {
             const meaning = await this.#filterOf(route);
-            const early = Object.keys(meaning.filter).length === 0 ? this.#first : null;
+            const isOfAll = Object.keys(meaning.filter).length === 0;
+            const early = isOfAll ? this.#first : null;
             this.#first = null;
+            // What a picture's own address opens may be far away in time.
+            const first = isOfAll && !route.open ? firstAssets : null;
             this.#albums = route.name === 'album' ? await actions.albums() : this.#albums;
             const album = route.name === 'album' ? this.#albums.find(({id}) => id === route.id) : null;
             const source = await this.#whileLoading(async () => await early ??
-                new Source(meaning.filter).load(controller.signal));
+                new Source(meaning.filter).load({signal: controller.signal, first}));
             if (controller.signal.aborted)
                 return;
             this.#showHead(route, meaning, source, album);
             this.timeline.show(source);
+            if (!source.isWhole)
+                this.refresh();
         } catch (error) {
             if (error.name === 'AbortError')
                 return;
@@ -394,8 +405,23 @@ class Page {
             this.timeline.focus(this.timeline.current);
     }
 
-    /** Looks at the library again; what is in view stays where it is. */
+    /** Looks at the library again; what is in view stays where it is. What changes meanwhile is looked at afterwards. */
     async refresh() {
+        this.#mustRefresh = true;
+        if (this.#isRefreshing)
+            return;
+        this.#isRefreshing = true;
+        try {
+            while (this.#mustRefresh) {
+                this.#mustRefresh = false;
+                await this.#refreshOnce();
+            }
+        } finally {
+            this.#isRefreshing = false;
+        }
+    }
+
+    async #refreshOnce() {
         forgetPlaces();
         this.#albums = [];
         const route = currentRoute();
@@ -439,13 +465,15 @@ class Page {
         // The loop that follows changes says so if the library is away.
         if (!isPassing(error))
             actions.fail(error);
+        else if (this.timeline.source?.isWhole === false)
+            setTimeout(() => this.refresh(), retryAfter);
     }
 }
 
-/** All assets, with those at the top of the window. */
-async function loadedSource() {
-    const source = await new Source({}).load();
-    source.want(0, Math.min(source.count, firstAssets));
+/** The newest assets, with those at the top of the window. */
+async function newest() {
+    const source = await new Source({}).load({first: firstAssets});
+    source.want(0, Math.min(source.count, assetsInWindow));
     return source;
 }
 
@@ -470,7 +498,8 @@ async function openSession() {
 
 async function begin() {
     // The timeline, which is what most visits begin with, is fetched while the session opens.
-    const first = currentRoute().name === 'photos' && !currentRoute().query ? loadedSource() : null;
+    const {name, query, open} = currentRoute();
+    const first = name === 'photos' && !query && !open ? newest() : null;
     first?.catch(() => {});
     const session = await openSession();
     api.setToken(session.token);

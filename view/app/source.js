@@ -9,11 +9,9 @@ const mostCached = 40_000;
 
 function shapesOf(text) {
     const binary = atob(text);
-    const bytes = Uint8Array.from(binary, (letter) => letter.charCodeAt(0));
-    const view = new DataView(bytes.buffer);
-    const shapes = new Uint16Array(bytes.length >> 1);
+    const shapes = new Uint16Array(binary.length >> 1);
     for (let index = 0; index < shapes.length; index += 1)
-        shapes[index] = view.getUint16(2 * index, true);
+        shapes[index] = binary.charCodeAt(2 * index) | binary.charCodeAt(2 * index + 1) << 8;
     return shapes;
 }
 
@@ -34,11 +32,14 @@ export class Source extends EventTarget {
         this.filter = filter;
         this.sections = [];
         this.count = 0;
+        /** False if there are older assets than these. */
+        this.isWhole = true;
     }
 
-    /** Fetches how many assets each day has; once, before all else. */
-    async load(signal) {
-        const {sections} = await api.get('/api/sections', {unit: 'day', ...this.filter}, {signal});
+    /** Fetches how many assets each day has; once, before all else. With `first` of the newest ones, at least so many. */
+    async load({signal, first} = {}) {
+        const {sections, isWhole} = await api.get('/api/sections', {unit: 'day', first, ...this.filter}, {signal});
+        this.isWhole = isWhole;
         this.sections = sections.filter(({count}) => count > 0).map(({start, count, shapes}) => {
             const known = shapesOf(shapes ?? '');
             return {start, count, shapes: known.length === count ? known : new Uint16Array(count)};

@@ -3,8 +3,7 @@
 const rightToLeft = ['ar'];
 let texts = {};
 let language = 'en';
-let plurals = new Intl.PluralRules('en');
-let numbers = new Intl.NumberFormat('en');
+// Made when they are first used: the first of a page takes tens of milliseconds.
 const formats = new Map();
 
 /** Fetches the texts of a language, and sets the language and direction of the document. */
@@ -14,8 +13,6 @@ export async function loadTexts(tag) {
         throw new Error(`there are no texts for ${tag}`);
     texts = await answer.json();
     language = tag;
-    plurals = new Intl.PluralRules(tag);
-    numbers = new Intl.NumberFormat(tag);
     formats.clear();
     document.documentElement.lang = tag;
     document.documentElement.dir = rightToLeft.includes(tag) ? 'rtl' : 'ltr';
@@ -28,11 +25,11 @@ export async function loadTexts(tag) {
 export function t(key, values = {}) {
     let text = texts[key] ?? key;
     if (typeof text === 'object')
-        text = text[plurals.select(values.n)] ?? text.other;
+        text = text[format(Intl.PluralRules, 'plurals').select(values.n)] ?? text.other;
     return text.replace(/\{(\w+)\}/g, (_, name) => (name === 'n' ? number(values.n) : String(values[name] ?? '')));
 }
 
-export const number = (value) => numbers.format(value);
+export const number = (value) => format(Intl.NumberFormat, 'number').format(value);
 
 /** Without a separator of thousands. */
 export const plainNumber = (value) => format(Intl.NumberFormat, 'plain', {useGrouping: false}).format(value);

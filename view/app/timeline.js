@@ -135,14 +135,21 @@ export class Timeline extends EventTarget {
             return;
         this.#width = width;
         const hasFocus = this.grid.contains(document.activeElement);
+        const before = this.layout;
         this.layout = new Layout(this.source.sections, width, this.#sizes());
-        this.grid.setAttribute('aria-rowcount', String(this.layout.rowCount + this.layout.sections.length));
-        for (const key of [...this.#rows.keys()])
-            this.#dropRow(key);
-        for (const key of [...this.#days.keys()])
-            this.#dropDay(key);
+        const {isWhole} = this.source;
+        this.grid.setAttribute('aria-rowcount',
+                               String(isWhole ? this.layout.rowCount + this.layout.sections.length : -1));
+        this.grid.setAttribute('aria-busy', String(!isWhole));
+        // What stays where it was does not blink.
+        for (const row of [...this.#rows.keys()])
+            if (!this.layout.hasRowOf(before, row))
+                this.#dropRow(row);
+        for (const section of [...this.#days.keys()])
+            if (!this.layout.hasSectionOf(before, section))
+                this.#dropDay(section);
         this.scroller.setHeight(this.layout.height + topMargin + bottomMargin);
-        this.scrubber.set(this.layout, this.scroller.most);
+        this.scrubber.set(this.layout, isWhole ? this.scroller.most : 0);
         this.scroller.scrollTo(anchor && this.layout.count > 0 ? this.#positionOf(anchor) : 0);
         this.#lastTop = this.scroller.top;
         this.#render();

@@ -62,6 +62,11 @@ def test_sections_and_grid_show_the_same_assets_in_one_order(view: View, library
     assert [each['id'] for each in assets_of(view, days)] == [asset]
     assert assets_of(view, 'offset=1&limit=1') == assets[1:2]
     assert len(view.get('/api/sections?unit=month').json['sections']) == 2
+    for query, count, is_whole in (('first=1', 1, False), ('first=2', 1, False), ('first=3', 2, True), ('', 2, True),
+                                   (f'first=1&until={sections[0]["start"]}', 1, True)):
+        answer = view.get('/api/sections?' + query).json
+        assert (len(answer['sections']), answer['isWhole']) == (count, is_whole), query
+        assert answer['sections'][0] == sections['until' in query]
 
 
 def test_details_are_set_and_filtered_by(view: View) -> None:
