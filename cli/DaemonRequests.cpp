@@ -5,11 +5,11 @@
 
 #include <cerrno>
 #include <chrono>
-#include <cstring>
 #include <filesystem>
 #include <optional>
 
 #include "cli/Awaited.h"
+#include "cli/FileFailures.h"
 #include "cli/ForeignProblems.h"
 #include "cli/Interrupt.h"
 #include "cli/Texts.h"
@@ -126,7 +126,7 @@ Failure failUnreachable() {
             ProblemKind::notWritable,
             localized("the library's folder {} can't be used: {}: {}. Choose another with --root, or have "
                       "its owner give you access",
-                      root, standing, std::strerror(errno)));
+                      root, standing, textOfError(errno)));
     return fail(
         ProblemKind::unreachable,
         localized("the daemon hoardd can't be reached (library below {}): it can't be started, or has "

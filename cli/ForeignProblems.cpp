@@ -1,6 +1,7 @@
 #include "cli/ForeignProblems.h"
 
 #include <string>
+#include <utility>
 
 #include "cli/Texts.h"
 
@@ -48,10 +49,20 @@ std::string wordsFor(ProblemKind kind) {
 
 } // namespace
 
+std::string translated(std::string text) {
+    if (text == "it is neither a picture nor a video, by its contents and by its name")
+        return localized("it is neither a picture nor a video, by its contents and by its name");
+    if (text == "the file is not a picture of a known format")
+        return localized("the file is not a picture of a known format");
+    return text;
+}
+
 Problem withKindInWords(Problem told) {
     if (isInEnglish())
         return told;
-    if (const std::string words = wordsFor(told.kind); !words.empty())
+    if (std::string text = translated(told.text); text != told.text)
+        told.text = std::move(text);
+    else if (const std::string words = wordsFor(told.kind); !words.empty())
         told.text = localized("{}: {}", words, told.text);
     return told;
 }

@@ -1,9 +1,9 @@
 #include "cli/ProgramDecision.h"
 
 #include <cerrno>
-#include <cstring>
 #include <filesystem>
 
+#include "cli/FileFailures.h"
 #include "cli/Output.h"
 #include "cli/Texts.h"
 
@@ -38,7 +38,7 @@ Result<ExitCode> changeDecisions(const std::function<bool(ConsentStore &decision
     return fail(ProblemKind::failed,
                 localized("the decisions can't be changed: {}. Only the owner of the library's root may "
                           "change them",
-                          std::strerror(error)));
+                          textOfError(error)));
 }
 
 } // namespace wickerlane::cli

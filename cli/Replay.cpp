@@ -4,11 +4,11 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <fstream>
 #include <map>
 #include <nlohmann/json.hpp>
 
+#include "cli/FileFailures.h"
 #include "cli/Interrupt.h"
 #include "cli/ObjectJSON.h"
 #include "cli/Texts.h"
@@ -101,7 +101,7 @@ std::string outcomeOf(const MessageValue *reply) {
 Result<std::vector<RecordedRequest>> readRecording(const std::string &path) {
     std::ifstream file(path);
     if (!file)
-        return fail(ProblemKind::failed, std::strerror(errno), path);
+        return failToRead(path);
     std::vector<RecordedRequest> requests;
     std::map<std::uint64_t, std::size_t> unanswered; // numbers begin again in each daemon
     std::size_t lines = 0;

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 
+#include "cli/FileFailures.h"
 #include "cli/Texts.h"
 #include "wickerlane/model/MediaType.h"
 #include "wickerlane/platform/object/Paths.h"
@@ -20,7 +21,8 @@ Result<> requireTargetFolder(const std::string &path) {
                               path));
     std::filesystem::create_directories(path, error);
     if (!std::filesystem::is_directory(path))
-        return fail(ProblemKind::invalid, localized("{} can't be made: {}", path, error.message()));
+        return fail(ProblemKind::invalid,
+                    localized("{} can't be made: {}", path, textOfError(error.value())));
     return {};
 }
 

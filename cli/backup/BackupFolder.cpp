@@ -165,10 +165,11 @@ Result<BackupFolder> BackupFolder::openForWriting(const std::string &folder, con
     std::error_code error;
     fs::create_directories(folder, error);
     if (!fs::is_directory(folder))
-        return fail(ProblemKind::notWritable,
-                    localized("{} can't be made: {}", folder,
-                              error ? error.message() : localized("there is something else of this name")),
-                    folder);
+        return fail(
+            ProblemKind::notWritable,
+            localized("{} can't be made: {}", folder,
+                      error ? textOfError(error.value()) : localized("there is something else of this name")),
+            folder);
     const auto described = readDescription(folder);
     if (!described)
         return passOn(described);
@@ -180,7 +181,8 @@ Result<BackupFolder> BackupFolder::openForWriting(const std::string &folder, con
             if (!isOwnName(entry->path().filename()) && entry->path().filename() != "lost+found")
                 return failOther(folder);
         if (error)
-            return fail(ProblemKind::failed, localized("can't read {}: {}", folder, error.message()), folder);
+            return fail(ProblemKind::failed,
+                        localized("can't read {}: {}", folder, textOfError(error.value())), folder);
     }
     BackupFolder opened(folder);
     opened.lock = openFile(folder + '/' + lockName, O_RDWR | O_CREAT);
@@ -289,7 +291,8 @@ Result<std::size_t> BackupFolder::removeAllBut(const Contents &contents) const {
         if (!error)
             fs::remove(each, error);
     if (error)
-        return fail(ProblemKind::failed, localized("can't prune {}: {}", folder, error.message()), folder);
+        return fail(ProblemKind::failed, localized("can't prune {}: {}", folder, textOfError(error.value())),
+                    folder);
     return needless.size();
 }
 

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <unordered_set>
 
+#include "cli/FileFailures.h"
 #include "cli/ForeignProblems.h"
 #include "cli/Texts.h"
 #include "wickerlane/store/AssetColumns.h"
@@ -89,8 +90,8 @@ Result<> addBelow(const std::string &library, const fs::path &folder, std::vecto
         files.push_back({entry->path().lexically_relative(library).string(), std::nullopt});
     }
     if (error && error != std::errc::no_such_file_or_directory)
-        return fail(ProblemKind::failed, localized("can't read {}: {}", folder.string(), error.message()),
-                    folder);
+        return fail(ProblemKind::failed,
+                    localized("can't read {}: {}", folder.string(), textOfError(error.value())), folder);
     return {};
 }
 

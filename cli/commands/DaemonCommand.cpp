@@ -11,7 +11,6 @@
 #include <cerrno>
 #include <charconv>
 #include <csignal>
-#include <cstring>
 #include <vector>
 
 #include "cli/DaemonRequests.h"
@@ -195,7 +194,7 @@ Result<bool> stopDaemon() {
         return false;
     if (syscall(SYS_pidfd_send_signal, handle.get(), SIGTERM, nullptr, 0) != 0)
         return fail(ProblemKind::failed,
-                    localized("can't end the daemon process {}: {}", process, std::strerror(errno)));
+                    localized("can't end the daemon process {}: {}", process, textOfError(errno)));
     const InterruptScope interrupts;
     Progress progress(localized("waiting for the daemon to end"));
     // A signal may end the waiting early.

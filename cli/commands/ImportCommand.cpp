@@ -24,6 +24,7 @@
 #include "cli/DaemonRequests.h"
 #include "cli/FileFailures.h"
 #include "cli/FilePairs.h"
+#include "cli/ForeignProblems.h"
 #include "cli/Interrupt.h"
 #include "cli/Output.h"
 #include "cli/Progress.h"
@@ -181,7 +182,7 @@ void gatherFolder(const fs::path &folder, std::vector<std::string> &files, Repor
                 others.push_back(entry.path().string());
         }
         if (error)
-            report.refused.push_back({current.string(), error.message()});
+            report.refused.push_back({current.string(), textOfError(error.value())});
     }
     std::sort(found.begin(), found.end());
     files.insert(files.end(), found.begin(), found.end());
@@ -196,7 +197,7 @@ Result<> checkReadable(const std::string &path) {
         return fail(ProblemKind::invalid, localized("its name is not UTF-8; rename it first"), path);
     struct stat status = {};
     if (stat(path.c_str(), &status) != 0 || access(path.c_str(), R_OK) != 0)
-        return fail(ProblemKind::failed, std::strerror(errno), path);
+        return fail(ProblemKind::failed, textOfError(errno), path);
     if (!S_ISREG(status.st_mode))
         return fail(ProblemKind::invalid, localized("not a file"), path);
     return {};
@@ -250,7 +251,7 @@ Result<> putSource(MutableDictionary *job, const Source &source) {
         return fail(ProblemKind::failed,
                     errno == EFBIG ? localized("of this file system, files above 255 MiB are saved for the "
                                                "library's owner only")
-                                   : std::strerror(errno),
+                                   : textOfError(errno),
                     source.path);
     job->set(protocol::job::imageData, Data::createAdopting(std::move(bytes)).get());
     if (!source.sidecar.empty())
@@ -284,16 +285,27 @@ std::string textOf(const Dictionary *dictionary, std::string_view key) {
     return text != nullptr ? std::string(text->utf8()) : std::string();
 }
 
+/// Why a file was not saved.
+std::string reasonIn(const Dictionary *result) {
+    std::string reason = textOf(result, protocol::jobResult::error);
+    if (reason.empty())
+        return localized("the daemon gave no reason");
+    const auto *number = result->get<Number>(protocol::jobResult::errorKind);
+    const auto kind =
+        number != nullptr ? static_cast<ProblemKind>(number->int64Value()) : ProblemKind::failed;
+    if (kind == ProblemKind::empty)
+        return localized("the file is empty");
+    return withKindInWords({kind, std::move(reason), {}}).text;
+}
+
 /// Adds what the daemon says of a file, and of the second one of its pair. Whether it has both.
 bool receive(const Source &source, const Dictionary *result, Report &report) {
     SavedFile saved{.path = source.path,
                     .uuid = textOf(result, protocol::jobResult::uuid),
                     .assetURL = textOf(result, protocol::jobResult::assetURL),
-                    .problem = textOf(result, protocol::jobResult::problem)};
+                    .problem = translated(textOf(result, protocol::jobResult::problem))};
     if (saved.uuid.empty()) {
-        std::string reason = textOf(result, protocol::jobResult::error);
-        report.refused.push_back(
-            {source.path, reason.empty() ? localized("the daemon gave no reason") : reason});
+        report.refused.push_back({source.path, reasonIn(result)});
         return false;
     }
     const auto says = [&](std::string_view key) { return result->get(key) != nullptr; };

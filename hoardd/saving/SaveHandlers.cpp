@@ -19,6 +19,7 @@ Ref<Dictionary> describeSave(const Result<SavedAsset> &saved) {
     auto dictionary = MutableDictionary::create();
     if (!saved) {
         dictionary->set(jobResult::error, String::of(saved.error().text));
+        dictionary->set(jobResult::errorKind, Number::of(static_cast<std::int64_t>(saved.error().kind)));
         return dictionary;
     }
     const ManagedAsset &asset = *saved->asset;

@@ -156,6 +156,35 @@ TEST_F(CommandLanguage, TheKindOfAProblemOfTheDaemonIsSaidBeforeItsEnglish) {
     EXPECT_EQ(kill(daemon, SIGCONT), 0);
 }
 
+TEST_F(CommandLanguage, AnImportSaysWhyInTheLanguageOfTheUser) {
+    file("half.jpg", bytesOf("half"));
+    file("empty.jpg", {});
+    file("README", bytesOf("text"));
+    const struct {
+        const char *name;
+        std::string english, german, arabic;
+    } cases[] = {
+        {"empty.jpg", "the file is empty", "die Datei ist leer", "الملف فارغ"},
+        {"README", "it is neither a picture nor a video, by its contents and by its name",
+         "weder dem Inhalt noch dem Namen nach ein Bild oder Video",
+         "ليس صورة ولا مقطع فيديو، لا بمحتواه ولا باسمه"},
+        {"absent.jpg", "No such file or directory", "Datei oder Ordner nicht gefunden",
+         "لا يوجد ملف أو مجلد كهذا"},
+        {"half.jpg", "the file is not a picture of a known format",
+         "die Datei ist kein Bild in einem bekannten Format", "الملف ليس صورة بتنسيق معروف"},
+    };
+    for (const auto &each : cases)
+        for (const auto &[locale, reason] :
+             {std::pair("C", each.english), {"de_DE", each.german}, {"ar_EG", each.arabic}}) {
+            setLanguage(locale);
+            const CommandResult result = run({"import", "--again", (folder / each.name).string()});
+            EXPECT_TRUE(result.errors.ends_with(": " + reason + "\n")) << locale << result;
+        }
+    setLanguage("de_DE");
+    const CommandResult absent = run({"export", "--all", "--to", "/dev/null/copies"});
+    EXPECT_NE(absent.errors.find(": Ist kein Ordner\n"), std::string::npos) << absent;
+}
+
 TEST_F(CommandLanguage, QuestionsUnderstandTheLanguageBesidesEnglish) {
     const struct {
         const char *locale, *question, *answer;

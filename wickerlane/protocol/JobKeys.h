@@ -30,11 +30,13 @@ inline constexpr std::string_view unlessPresent = "unlessPresent";
 
 } // namespace wickerlane::protocol::job
 
-/// The result of a job. That of a job that was not saved has `error`.
+/// The result of a job. That of a job that was not saved has `error` and `errorKind`.
 namespace wickerlane::protocol::jobResult {
 
 /// String: why nothing was saved.
 inline constexpr std::string_view error = "error";
+/// Number: the ProblemKind of `error`. Daemons before 1.0 don't say it.
+inline constexpr std::string_view errorKind = "errorKind";
 /// Number: a ProblemKind. The client says so, beside `error`, of a job whose request has failed: it may have
 /// been saved all the same.
 inline constexpr std::string_view requestErrorKind = "requestErrorKind";
