@@ -13,7 +13,7 @@ from selenium.webdriver.common.action_chains import ActionChains
 from selenium.webdriver.common.by import By
 from selenium.webdriver.common.keys import Keys
 from selenium.webdriver.remote.webelement import WebElement
-from selenium.webdriver.support.ui import WebDriverWait
+from selenium.webdriver.support.wait import WebDriverWait
 
 CHROMIUM = shutil.which('chromium')
 DRIVER = shutil.which('chromedriver')
@@ -22,7 +22,7 @@ PATIENCE = int(os.environ.get('WICKERLANE_PATIENCE', '60'))
 
 class Browser:
     def __init__(self, folder: pathlib.Path, language: str = 'en') -> None:
-        options = webdriver.ChromeOptions()
+        options: Any = webdriver.ChromeOptions()
         options.binary_location = CHROMIUM or ''
         for argument in ('--headless=new', '--no-sandbox', '--disable-dev-shm-usage', '--hide-scrollbars',
                          f'--user-data-dir={folder}', f'--lang={language}'):
@@ -61,12 +61,13 @@ class Browser:
         return result[0]
 
     def all(self, selector: str) -> list[WebElement]:
-        return self.driver.find_elements(By.CSS_SELECTOR, selector)
+        found: list[WebElement] = self.driver.find_elements(By.CSS_SELECTOR, selector)
+        return found
 
     def one(self, selector: str) -> WebElement:
         """Waits until there is a visible one."""
-        return self.wait(lambda: next((each for each in self.all(selector) if each.is_displayed()), None),
-                         f'{selector} does not appear')
+        shown: WebElement = self.wait(lambda: self.one_or_none(selector), f'{selector} does not appear')
+        return shown
 
     def one_or_none(self, selector: str) -> WebElement | None:
         return next((each for each in self.all(selector) if each.is_displayed()), None)
@@ -86,8 +87,7 @@ class Browser:
                     each.getClientRects().length > 0 &&
                     (each.getAttribute('aria-label') ?? each.textContent).trim() === arguments[0])[0]''', name, within)
             return found if isinstance(found, WebElement) else None
-        found = self.wait(find, f'there is no {name}')
-        assert found is not None
+        found: WebElement = self.wait(find, f'there is no {name}')
         return found
 
     def actions(self, duration: int = 0) -> Any:
@@ -116,21 +116,21 @@ class Browser:
 
     def cells(self) -> list[dict[str, Any]]:
         """The assets in the window, in order: their names, positions, and whether a picture is there."""
-        return self.run('''
+        cells: list[dict[str, Any]] = self.run('''
             return [...document.querySelectorAll('.cell')].map((cell) => {
                 const {left, top, width, height} = cell.getBoundingClientRect();
                 return {name: cell.getAttribute('aria-label'), id: cell.asset?.id, index: cell.index,
                         left, top, width, height, isSelected: cell.classList.contains('selected'),
                         isLoaded: Boolean(cell.querySelector('img')?.naturalWidth)};
             }).filter(({top, height}) => top + height > 0 && top < innerHeight)''')
+        return cells
 
     def wait_for_grid(self) -> list[dict[str, Any]]:
         """Waits until each asset in the window shows its picture."""
         def check() -> list[dict[str, Any]] | None:
             cells = self.cells()
             return cells if cells and all(each['isLoaded'] for each in cells) else None
-        cells = self.wait(check, 'the pictures do not appear')
-        assert cells is not None
+        cells: list[dict[str, Any]] = self.wait(check, 'the pictures do not appear')
         return cells
 
     def wait_for_sharp_grid(self) -> None:
@@ -146,22 +146,24 @@ class Browser:
     def cell(self, index: int) -> WebElement:
         """Of an asset in the window, by its place in the timeline."""
         def find() -> WebElement | None:
-            return self.run("return [...document.querySelectorAll('.cell')].find((each) => "
-                            "each.index === arguments[0] && each.asset)", index)
-        found = self.wait(find, f'asset {index} is not in the window')
-        assert found is not None
-        return found
+            found: WebElement | None = self.run("return [...document.querySelectorAll('.cell')].find((each) => "
+                                                "each.index === arguments[0] && each.asset)", index)
+            return found
+        cell: WebElement = self.wait(find, f'asset {index} is not in the window')
+        return cell
 
     def toast(self, part: str) -> WebElement:
-        return self.wait(lambda: next((each for each in self.all('.toast') if part in each.text), None),
-                         f'nothing says {part}')
+        toast: WebElement = self.wait(lambda: next((each for each in self.all('.toast') if part in each.text), None),
+                                      f'nothing says {part}')
+        return toast
 
     def large_picture(self) -> dict[str, Any] | None:
         """The size and address of the picture in the large view, once it is there."""
-        return self.run('''
+        picture: dict[str, Any] | None = self.run('''
             const image = document.querySelector('.viewer:not([hidden]) .shot img');
             return image?.complete && image.naturalWidth > 0 ?
                 {width: image.naturalWidth, height: image.naturalHeight, src: image.src} : null''')
+        return picture
 
     def faults(self) -> list[str]:
         """What the browser complained about; failed requests are the tests' own doing."""

@@ -5,10 +5,11 @@ from browser import CONTROL, Browser
 
 def serious(page: Browser, axe: str) -> list[str]:
     page.run(axe)
-    return page.module('''
+    found: list[str] = page.module('''
         const {violations} = await axe.run(document, {resultTypes: ['violations']});
         return violations.filter(({impact}) => ['serious', 'critical'].includes(impact)).map(({id, nodes}) =>
             `${id}: ${nodes.slice(0, 3).map(({html, failureSummary}) => `${html} ${failureSummary}`).join(' / ')}`);''')
+    return found
 
 
 def test_nothing_serious_is_found(page: Browser, axe: str) -> None:
@@ -32,7 +33,7 @@ def test_nothing_serious_is_found(page: Browser, axe: str) -> None:
     page.named('Close').click()
     for name in ('Albums', 'Duplicates', 'Trash'):
         page.named(name, 'nav').click()
-        page.wait(lambda name=name: page.one('.page h1').text == name, f'{name} does not open')
+        page.wait(lambda: page.one('.page h1').text == name, f'{name} does not open')
         found[name] = serious(page, axe)
     page.resize(360, 740, is_dark=True)
     page.named('Photos', 'nav').click()
