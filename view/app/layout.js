@@ -144,7 +144,7 @@ export class Layout {
         this.height = top;
     }
 
-    /** Whether a row of another layout is the same row here: at the same place, with as many pictures of the same shapes. */
+    /** Whether a row of another layout is the same here: at the same place, with pictures of the same shapes. */
     hasRowOf(other, row) {
         if (this.width !== other.width || row >= Math.min(this.rowCount, other.rowCount))
             return false;

@@ -405,7 +405,7 @@ class Page {
             this.timeline.focus(this.timeline.current);
     }
 
-    /** Looks at the library again; what is in view stays where it is. What changes meanwhile is looked at afterwards. */
+    /** Looks at the library again, and once more if it changes meanwhile. What is in view stays where it is. */
     async refresh() {
         this.#mustRefresh = true;
         if (this.#isRefreshing)
@@ -414,7 +414,12 @@ class Page {
         try {
             while (this.#mustRefresh) {
                 this.#mustRefresh = false;
+                const begin = performance.now();
                 await this.#refreshOnce();
+                // While a large library changes all the time, most of the time is left for other things.
+                const taken = performance.now() - begin;
+                if (this.#mustRefresh)
+                    await new Promise((resolve) => setTimeout(resolve, 2 * taken));
             }
         } finally {
             this.#isRefreshing = false;
