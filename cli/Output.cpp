@@ -117,10 +117,6 @@ std::string bold(std::string_view text) {
     return showsColour(stdout) ? fmt::format("\x1b[1m{}\x1b[0m", text) : std::string(text);
 }
 
-void printField(std::string_view label, std::string_view value) {
-    print(fmt::format("{:<12}{}", label, value));
-}
-
 namespace {
 
 std::string textOf(const JSON &value) {

@@ -47,8 +47,6 @@ void printText(std::string_view text);
 [[nodiscard]] std::string bold(std::string_view text);
 /// Sends what was written on its way. Ends the command as printText() does. Fails when it can't be written.
 [[nodiscard]] Result<> flushOutput();
-/// Writes a label, and a value in a column of its own, to standard output.
-void printField(std::string_view label, std::string_view value);
 /// Writes a value to standard output, indented. Bytes that are not UTF-8 are replaced.
 void printJSON(const JSON &value);
 

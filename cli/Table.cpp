@@ -1,5 +1,6 @@
 #include "cli/Table.h"
 
+#include <fmt/format.h>
 #include <nlohmann/json.hpp>
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -145,6 +146,12 @@ void Table::printRows() {
     print();
     printedWidths = widths();
     rows.clear();
+}
+
+void printField(std::string_view label, std::string_view value) {
+    constexpr std::size_t columns = 12;
+    const std::size_t width = widthOf(label);
+    print(fmt::format("{}{:{}}{}", label, "", width < columns ? columns - width : 1, value));
 }
 
 void Listing::addRow(std::vector<std::string> cells) {

@@ -51,6 +51,9 @@ private:
 /// The beginning of a text that fits into a number of places, with an ellipsis when something is left out.
 [[nodiscard]] std::string cut(const std::string &text, std::size_t places);
 
+/// Writes a label, and a value in a column of its own, to standard output.
+void printField(std::string_view label, std::string_view value);
+
 /// A list that may be long, written as it grows: as JSON, or as a table.
 class Listing {
 public:

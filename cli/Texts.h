@@ -5,7 +5,7 @@
 // plural category of the language, with the category behind the key: "{} files saved [few]"; "other" stands
 // without.
 //
-// What programs read is not translated: help, names and values of fields, headings of tables.
+// What programs read is not translated: help, JSON, headings of tables.
 #ifndef CLI_TEXTS_H
 #define CLI_TEXTS_H
 

@@ -19,6 +19,7 @@
 #include "cli/Output.h"
 #include "cli/Progress.h"
 #include "cli/Subcommands.h"
+#include "cli/Table.h"
 #include "cli/Texts.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/platform/consent/ConsentRules.h"
@@ -107,18 +108,18 @@ bool isOlder(const PeerVersion &daemon) {
 
 /// What is where, below the root: by its name in JSON and for people.
 struct Place {
-    const char *key, *label;
-    std::string path;
+    const char *key;
+    std::string label, path;
 };
 
 std::vector<Place> places() {
-    return {{"root", "Root", rootPath()},
-            {"library", "Library", store::LibraryPaths().folder()},
-            {"store", "Store", store::LibraryPaths().database()},
-            {"socket", "Socket", ServiceSocket(WickerlaneGatekeeperName).path()},
-            {"log", "Log", daemonLogPath()},
-            {"preferences", "Preferences", PreferenceFile::pathOf(JXHoarddPreferencesDomain)},
-            {"consent", "Consent", consentPath()}};
+    return {{"root", localized("Root"), rootPath()},
+            {"library", localized("Library"), store::LibraryPaths().folder()},
+            {"store", localized("Store"), store::LibraryPaths().database()},
+            {"socket", localized("Socket"), ServiceSocket(WickerlaneGatekeeperName).path()},
+            {"log", localized("Log"), daemonLogPath()},
+            {"preferences", localized("Preferences"), PreferenceFile::pathOf(JXHoarddPreferencesDomain)},
+            {"consent", localized("Consent"), consentPath()}};
 }
 
 JSON describe(const std::optional<Status> &status) {
@@ -141,19 +142,22 @@ JSON describe(const std::optional<Status> &status) {
 }
 
 void printStatus(const std::optional<Status> &status) {
-    printField("Daemon", !status                ? "not running; it starts when it is needed, or with --start"
-                         : !status->serves      ? "running, but it refuses"
-                         : status->process == 0 ? "running"
-                                                : fmt::format("running, process {}", status->process));
+    printField(localized("Daemon"),
+               !status                ? localized("not running; it starts when it is needed, or with --start")
+               : !status->serves      ? localized("running, but it refuses")
+               : status->process == 0 ? localized("running")
+                                      : localized("running, process {}", status->process));
     if (status)
-        printField("Version",
-                   fmt::format("{}, protocol {}", status->version.text(), status->version.protocol));
+        printField(localized("Version"),
+                   localized("{}, protocol {}", status->version.text(), status->version.protocol));
     const bool isInJournal = isManaged(status ? status->process : 0);
     for (const Place &each : places())
         printField(each.label, each.key == "log"sv && isInJournal ? journalCommand() : each.path);
     if (status && status->serves) {
-        printField("Model", fmt::format("version {}", status->modelVersion));
-        printField("Access", status->access ? "granted" : "refused: " + status->access.error().text);
+        printField(localized("Model"), localized("version {}", status->modelVersion));
+        printField(localized("Access"), status->access
+                                            ? localized("granted")
+                                            : localized("refused: {}", status->access.error().text));
     }
 }
 

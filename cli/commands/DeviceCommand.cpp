@@ -6,6 +6,7 @@
 
 #include "cli/Output.h"
 #include "cli/Subcommands.h"
+#include "cli/Table.h"
 #include "wickerlane/platform/device/Device.h"
 #include "wickerlane/platform/device/DisplayList.h"
 #include "wickerlane/util/identity/JXPictorama.h"

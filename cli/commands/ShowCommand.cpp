@@ -12,6 +12,8 @@
 #include "cli/Queries.h"
 #include "cli/Selection.h"
 #include "cli/Subcommands.h"
+#include "cli/Table.h"
+#include "cli/Texts.h"
 #include "wickerlane/model/AssetDetails.h"
 
 namespace wickerlane::cli {
@@ -32,7 +34,7 @@ JSON describeProperties(const EditedRendition &rendition) {
 }
 
 void printEdit(const EditedRendition &rendition) {
-    printField("Edited", rendition.file->fileSystemPath());
+    printField(localized("Edited"), rendition.file->fileSystemPath());
     const JSON properties = describeProperties(rendition);
     for (const auto &[key, value] : properties.items())
         printField("  " + key, value.get<std::string>());
@@ -41,58 +43,58 @@ void printEdit(const EditedRendition &rendition) {
 /// What people say of it.
 void printDetails(const AssetRecord &record) {
     if (record.favourite)
-        printField("Favourite", "yes");
+        printField(localized("Favourite"), localized("yes"));
     if (record.hidden)
-        printField("Hidden", "yes");
+        printField(localized("Hidden"), localized("yes"));
     if (record.rating > 0)
-        printField("Rating", fmt::format("{} of {}", record.rating, maxRating));
+        printField(localized("Rating"), localized("{} of {}", record.rating, maxRating));
     std::string_view caption = record.caption;
-    for (const char *label = "Caption"; !caption.empty(); label = "") {
+    for (std::string label = localized("Caption"); !caption.empty(); label.clear()) {
         const std::size_t length = std::min(caption.find('\n'), caption.size());
         printField(label, caption.substr(0, length));
         caption.remove_prefix(std::min(length + 1, caption.size()));
     }
     if (!record.keywords.empty())
-        printField("Keywords", fmt::format("{}", fmt::join(keywordsIn(record.keywords), ", ")));
+        printField(localized("Keywords"), fmt::format("{}", fmt::join(keywordsIn(record.keywords), ", ")));
 }
 
 void printFields(const ManagedAsset &asset) {
     const AssetRecord &record = asset.record();
     printField("UUID", record.uuid);
-    printField("Kind", kindText(record));
-    printField("Name", outsideName(record));
-    printField("Format", record.format);
-    printField("Pixels", pixelsText(record, "unknown"));
-    printField("Created", record.zoneMinutes
-                              ? fmt::format("{} (UTC{})", createdText(record), zoneText(*record.zoneMinutes))
-                              : createdText(record));
-    printField("Added", dateText(record.dateAdded));
+    printField(localized("Kind"), kindText(record));
+    printField(localized("Name"), outsideName(record));
+    printField(localized("Format"), record.format);
+    printField(localized("Pixels"), pixelsText(record, localized("unknown").c_str()));
+    printField(localized("Created"), record.zoneMinutes ? fmt::format("{} (UTC{})", createdText(record),
+                                                                      zoneText(*record.zoneMinutes))
+                                                        : createdText(record));
+    printField(localized("Added"), dateText(record.dateAdded));
     if (record.latitude && record.longitude)
-        printField("Place", fmt::format("{:.6f}, {:.6f}", *record.latitude, *record.longitude));
+        printField(localized("Place"), fmt::format("{:.6f}, {:.6f}", *record.latitude, *record.longitude));
     if (!record.camera.empty())
-        printField("Camera", record.camera);
+        printField(localized("Camera"), record.camera);
     if (!record.lens.empty())
-        printField("Lens", record.lens);
+        printField(localized("Lens"), record.lens);
     if (const std::string exposure = exposureText(record); !exposure.empty())
-        printField("Exposure", exposure);
+        printField(localized("Exposure"), exposure);
     printDetails(record);
-    printField("Size", sizeText(record.byteSize));
+    printField(localized("Size"), sizeText(record.byteSize));
     printField("URL", asset.assetURL()->absoluteString()->utf8());
-    printField("Object ID", asset.objectID()->uriRepresentation()->absoluteString()->utf8());
-    printField("File", asset.fileURL()->fileSystemPath());
+    printField(localized("Object ID"), asset.objectID()->uriRepresentation()->absoluteString()->utf8());
+    printField(localized("File"), asset.fileURL()->fileSystemPath());
     if (record.externalUsageIntent != 0)
-        printField("Usage intent", std::to_string(record.externalUsageIntent));
+        printField(localized("Usage intent"), std::to_string(record.externalUsageIntent));
     if (const std::string sidecar = sidecarPath(record); !sidecar.empty())
-        printField("Metadata", sidecar);
+        printField(localized("Metadata"), sidecar);
     if (!record.problem.empty())
-        printField("Problem", record.problem);
+        printField(localized("Problem"), record.problem);
 }
 
 void printCompanion(const CompanionRecord &companion) {
-    printField("Companion", companion.path);
-    printField("  Name", companion.originalFilename);
-    printField("  Format", companion.format);
-    printField("  Size", sizeText(companion.byteSize));
+    printField(localized("Companion"), companion.path);
+    printField("  " + localized("Name"), companion.originalFilename);
+    printField("  " + localized("Format"), companion.format);
+    printField("  " + localized("Size"), sizeText(companion.byteSize));
 }
 
 JSON describeCompanion(const CompanionRecord &companion) {

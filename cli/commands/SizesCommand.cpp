@@ -26,13 +26,28 @@ using protocol::SizeKind;
 constexpr struct Kind {
     SizeKind kind;
     const char *name;
-    const char *label;
     [[nodiscard]] constexpr std::uint32_t bit() const { return static_cast<std::uint32_t>(kind); }
-} kinds[] = {{SizeKind::photos, "photos", "Photos"},
-             {SizeKind::videos, "videos", "Videos"},
-             {SizeKind::derived, "derived", "Thumbnails and edited renditions"},
-             {SizeKind::database, "database", "Store"},
-             {SizeKind::trash, "trash", "Trash"}};
+} kinds[] = {{SizeKind::photos, "photos"},
+             {SizeKind::videos, "videos"},
+             {SizeKind::derived, "derived"},
+             {SizeKind::database, "database"},
+             {SizeKind::trash, "trash"}};
+
+std::string labelOf(SizeKind kind) {
+    switch (kind) {
+    case SizeKind::photos:
+        return localized("Photos");
+    case SizeKind::videos:
+        return localized("Videos");
+    case SizeKind::derived:
+        return localized("Thumbnails and edited renditions");
+    case SizeKind::database:
+        return localized("Store");
+    case SizeKind::trash:
+        return localized("Trash");
+    }
+    return {};
+}
 
 /// Bytes by kind.
 using Sizes = std::map<std::uint32_t, std::uint64_t>;
@@ -68,7 +83,7 @@ Result<ExitCode> showSizes(const Options &options) {
         const std::uint64_t bytes = sizes->at(kind.bit());
         described[kind.name] = bytes;
         if (!options.json)
-            print(std::string(kind.label) + ": " + sizeText(bytes));
+            print(localized("{}: {}", labelOf(kind.kind), sizeText(bytes)));
     }
     if (options.json)
         printJSON(described);

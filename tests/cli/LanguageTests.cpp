@@ -185,6 +185,30 @@ TEST_F(CommandLanguage, AnImportSaysWhyInTheLanguageOfTheUser) {
     EXPECT_NE(absent.errors.find(": Ist kein Ordner\n"), std::string::npos) << absent;
 }
 
+TEST_F(CommandLanguage, LabelsAreInTheLanguageOfTheUserAndInOneColumn) {
+    const std::string uuid = importedTimes(1).front();
+    ASSERT_EQ(run({"set", uuid, "--rating", "4"}).exitCode, 0);
+    const struct {
+        const char *locale;
+        std::vector<std::string> words;
+        std::string line;
+    } cases[] = {
+        {"C", {"show", uuid}, "\nRating      4 of 5\n"},
+        {"de_DE", {"show", uuid}, "\nBewertung   4 von 5\n"},
+        {"de_DE", {"show", uuid}, "\nGröße       "},
+        {"ja_JP", {"show", uuid}, "\n評価        5 段階の 4\n"},
+        {"C", {"sizes"}, "Videos: 0 bytes\n"},
+        {"fr_FR", {"sizes"}, "Vidéos : 0 bytes\n"},
+        {"C", {"daemon", "status"}, "Daemon      running, process "},
+        {"de_DE", {"daemon", "status"}, "Daemon      läuft, Prozess "},
+    };
+    for (const auto &[locale, words, line] : cases) {
+        setLanguage(locale);
+        const CommandResult result = run(words);
+        EXPECT_NE(result.output.find(line), std::string::npos) << locale << line << result;
+    }
+}
+
 TEST_F(CommandLanguage, QuestionsUnderstandTheLanguageBesidesEnglish) {
     const struct {
         const char *locale, *question, *answer;
@@ -246,9 +270,7 @@ TEST_F(CommandLanguage, WhatProgramsReadIsInEnglish) {
                                               {"count", "--json"},
                                               {"list"},
                                               {"list", "--format", "csv"},
-                                              {"show", uuid},
                                               {"show", uuid, "--json"},
-                                              {"daemon", "status"},
                                               {"import", text, "/dev/null", "--json"},
                                               {"show", "nobody", "--json"},
                                               {"moments", "--json"}};
