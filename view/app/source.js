@@ -36,7 +36,7 @@ export class Source extends EventTarget {
         this.isWhole = true;
     }
 
-    /** Fetches how many assets each day has; once, before all else. `first` leaves the newest days with so many assets. */
+    /** Fetches how many assets each day has; once, before all else. `first` leaves the newest days with that many. */
     async load({signal, first} = {}) {
         const {sections, isWhole} = await api.get('/api/sections', {unit: 'day', first, ...this.filter}, {signal});
         this.isWhole = isWhole;
