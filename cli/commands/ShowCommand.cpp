@@ -47,7 +47,7 @@ void printDetails(const AssetRecord &record) {
     if (record.hidden)
         printField(localized("Hidden"), localized("yes"));
     if (record.rating > 0)
-        printField(localized("Rating"), localized("{} of {}", record.rating, maxRating));
+        printField(localized("Rating"), localized("{0} of {1}", record.rating, maxRating));
     std::string_view caption = record.caption;
     for (std::string label = localized("Caption"); !caption.empty(); label.clear()) {
         const std::size_t length = std::min(caption.find('\n'), caption.size());
