@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/Formatting.h"
+#include "cli/SharedJSON.h"
 #include "wickerlane/model/AssetDetails.h"
 #include "wickerlane/platform/object/Hexadecimal.h"
 #include "wickerlane/platform/object/Number.h"
@@ -76,8 +77,6 @@ JSON describe(const ManagedAsset &asset) {
         {"kind", kindText(record)},
         {"name", outsideName(record)},
         {"format", record.format},
-        {"width", record.width},
-        {"height", record.height},
         {"orientation", record.orientation},
         {"created", isoClockText(record.shownDate(), record.zoneMinutes)},
         {"added", isoDateText(record.dateAdded)},
@@ -85,10 +84,14 @@ JSON describe(const ManagedAsset &asset) {
         {"sha256", hexadecimal(record.sha256)},
         {"url", std::string(asset.assetURL()->absoluteString()->utf8())},
         {"objectID", std::string(asset.objectID()->uriRepresentation()->absoluteString()->utf8())},
-        {"file", asset.fileURL()->fileSystemPath()},
+        {"path", asset.fileURL()->fileSystemPath()},
     };
+    if (record.width > 0) {
+        result["width"] = record.width;
+        result["height"] = record.height;
+    }
     if (record.latitude && record.longitude)
-        result["place"] = {{"latitude", *record.latitude}, {"longitude", *record.longitude}};
+        result["place"] = describePlace(*record.latitude, *record.longitude);
     if (record.duration > 0)
         result["duration"] = record.duration;
     if (!record.camera.empty())

@@ -29,7 +29,7 @@ double captureTime(const AssetRecord &asset);
 /// "1/125 s, f/2.8, ISO 400, 50 mm", as far as it is known.
 std::string exposureText(const AssetRecord &asset);
 
-/// All that is known of an asset.
+/// All that is known of an asset. What is not known or not set is left out.
 JSON describe(const ManagedAsset &asset);
 
 } // namespace wickerlane::cli

@@ -64,7 +64,7 @@ constexpr Field allFields[] = {
     {.name = "sha256", .heading = "SHA-256", .kind = Kind::text},
     {.name = "url", .heading = "URL", .kind = Kind::text},
     {.name = "objectID", .heading = "OBJECT ID", .kind = Kind::text},
-    {.name = "file", .heading = "FILE", .kind = Kind::text},
+    {.name = "path", .heading = "FILE", .kind = Kind::text},
     {.name = "place", .heading = "PLACE"},
     {.name = "duration", .heading = "SECONDS", .align = Align::right},
     {.name = "camera", .heading = "CAMERA", .kind = Kind::text},

@@ -49,6 +49,13 @@ std::string isoDateText(double referenceSeconds) {
     return timeText(referenceSeconds, true, "%Y-%m-%dT%H:%M:%SZ");
 }
 
+std::string isoMomentText(double referenceSeconds) {
+    const double milliseconds = std::floor(referenceSeconds * 1000);
+    const double seconds = std::floor(milliseconds / 1000);
+    const std::string text = timeText(seconds, true, "%Y-%m-%dT%H:%M:%S");
+    return fmt::format("{}.{:03.0f}Z", text, milliseconds - seconds * 1000);
+}
+
 std::string clockText(double seconds) {
     return timeText(seconds, true, "%Y-%m-%d %H:%M");
 }

@@ -15,6 +15,8 @@ std::string sizeText(std::uint64_t bytes);
 std::string dateText(double referenceSeconds);
 /// The same for machines: "2026-11-24T23:40:24Z".
 std::string isoDateText(double referenceSeconds);
+/// The same with milliseconds: "2026-11-24T23:40:24.125Z".
+std::string isoMomentText(double referenceSeconds);
 /// What a camera's clock showed, in seconds since 2001-01-01 as if it were UTC: "2026-11-24 23:40".
 std::string clockText(double seconds);
 /// The same for machines: "2026-11-24T23:40:24+01:00", without the end if the zone is not known.

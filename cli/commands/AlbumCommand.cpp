@@ -33,8 +33,8 @@ JSON describe(const ManagedAlbum &album) {
                       {"uuid", record.uuid},
                       {"url", album.groupURL()->absoluteString()->utf8()},
                       {"objectID", album.objectID()->uriRepresentation()->absoluteString()->utf8()},
-                      {"created", isoDateText(record.dateCreated)},
-                      {"assets", record.assetCount}};
+                      {"added", isoDateText(record.dateCreated)},
+                      {"assetCount", record.assetCount}};
     if (!record.streamID.empty())
         described["streamID"] = record.streamID;
     return described;

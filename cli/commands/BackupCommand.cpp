@@ -5,6 +5,7 @@
 #include "cli/Interrupt.h"
 #include "cli/LibraryState.h"
 #include "cli/Output.h"
+#include "cli/SharedJSON.h"
 #include "cli/Subcommands.h"
 #include "cli/Texts.h"
 #include "cli/backup/LibraryBackup.h"
@@ -32,7 +33,7 @@ ExitCode reportAll(const std::vector<Problem> &problems) {
 JSON describe(const std::vector<Problem> &problems) {
     JSON described = JSON::array();
     for (const Problem &each : problems)
-        described.push_back({{"path", each.file}, {"problem", each.text}});
+        described.push_back(describeProblem(each.file, each.text));
     return described;
 }
 

@@ -2,9 +2,12 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <utility>
 
 #include "cli/DaemonRequests.h"
 #include "cli/Formatting.h"
+#include "cli/ObjectJSON.h"
+#include "cli/SharedJSON.h"
 #include "cli/Subcommands.h"
 #include "cli/Table.h"
 #include "cli/Texts.h"
@@ -20,20 +23,37 @@ struct Options {
     bool clear = false;
 };
 
+/// A text, number or point in time of a bulletin, if it has that.
+JSON valueOf(const Dictionary &bulletin, const String *key) {
+    const Object *value = bulletin.get(key->utf8());
+    if (const auto *date = as<Date>(value))
+        return isoDateText(date->referenceSeconds());
+    return jsonOf(value);
+}
+
 JSON describe(const Dictionary &bulletin) {
-    JSON described;
-    for (const auto &[key, value] : bulletin) {
-        const std::string name(as<String>(key)->utf8());
-        if (const auto *number = as<Number>(value))
-            described[name] = number->int64Value();
-        else if (const auto *date = as<Date>(value))
-            described[name] = isoDateText(date->referenceSeconds());
-        else if (const auto *text = as<String>(value))
-            described[name] = text->utf8();
-        else if (const auto *list = as<Array>(value))
-            for (Object *each : *list)
-                described[name].push_back(std::string(each->description()->utf8()));
-    }
+    const auto *type = bulletin.get<Number>(kBulletinkeyBulletinType->utf8());
+    JSON described = {{"kind", type != nullptr && type->int64Value() == 0 ? "added" : "damaged"}};
+    const std::pair<const char *, const String *> values[] = {
+        {"number", kBulletinKeyRecordID},
+        {"firstNumber", kBulletinKeyOriginalRecordID},
+        {"date", kBulletinKeyDate},
+        {"firstDate", kBulletinKeyOriginalDate},
+        {"keptUntil", kBulletinKeyExpirationDate},
+        {"title", kBulletinKeyTitle},
+        {"message", kBulletinKeyMessage},
+        {"assetCount", kBulletinKeyAssetCount},
+        {"keyAsset", kBulletinKeyAssetUUID},
+        {"senders", kBulletinKeySenderNames},
+        {"url", kBulletinKeyDefaultURL},
+    };
+    for (const auto &[key, original] : values)
+        if (JSON value = valueOf(bulletin, original); !value.is_null())
+            described[key] = std::move(value);
+    const auto *album = bulletin.get<String>(kBulletinKeyAlbumUUID->utf8());
+    const auto *name = bulletin.get<String>(kBulletinKeyTitle->utf8());
+    if (album != nullptr && name != nullptr)
+        described["album"] = describeAlbum(std::string(album->utf8()), std::string(name->utf8()));
     return described;
 }
 

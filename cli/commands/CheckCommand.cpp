@@ -70,11 +70,11 @@ JSON describe(const store::CheckReport &report, std::size_t repaired) {
         if (!each.uuid.empty())
             findings.back()["uuid"] = each.uuid;
         if (!each.detail.empty())
-            findings.back()["detail"] = each.detail;
+            findings.back()["problem"] = each.detail;
     }
-    return {{"assets", report.assets},
+    return {{"assetCount", report.assets},
             {"findings", findings},
-            {"mended", repaired},
+            {"repaired", repaired},
             {"interrupted", isInterrupted()}};
 }
 

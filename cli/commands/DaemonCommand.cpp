@@ -131,7 +131,7 @@ JSON describe(const std::optional<Status> &status) {
         described["protocol"] = status->version.protocol;
     }
     if (status && !status->serves) {
-        described["refused"] = status->serves.error().text;
+        described["problem"] = status->serves.error().text;
     } else if (status) {
         if (status->process != 0)
             described["process"] = status->process;

@@ -25,13 +25,21 @@ std::string modeText(const std::optional<PixelSize> &mode) {
 
 JSON describeDevice(const std::vector<Display> &displays) {
     JSON listed = JSON::array();
-    for (const Display &each : displays)
-        listed.push_back({{"connector", each.connector},
-                          {"enabled", each.isEnabled},
-                          {"mode", each.mode() ? JSON(modeText(each.mode())) : JSON()}});
-    return {{"internal", deviceIsInternal()}, {"processors", deviceProcessorCount()},
-            {"screenScale", JXScreenScale()}, {"tallScreen", JXIsTallScreen()},
-            {"displays", std::move(listed)},  {"pictoramaInstalled", JXIsPictoramaInstalled()}};
+    for (const Display &each : displays) {
+        listed.push_back({{"connector", each.connector}, {"enabled", each.isEnabled}});
+        if (const auto mode = each.mode()) {
+            listed.back()["width"] = mode->width;
+            listed.back()["height"] = mode->height;
+        }
+    }
+    JSON described = {{"internal", deviceIsInternal()},
+                      {"processors", deviceProcessorCount()},
+                      {"tallScreen", JXIsTallScreen()},
+                      {"displays", std::move(listed)},
+                      {"pictoramaInstalled", JXIsPictoramaInstalled()}};
+    if (const double scale = JXScreenScale(); scale > 0)
+        described["screenScale"] = scale;
+    return described;
 }
 
 void printDevice(const std::vector<Display> &displays) {

@@ -22,11 +22,11 @@ struct Options {
 Result<ExitCode> list(const Options &options) {
     if (const auto counted = decisionsCount(); !counted)
         return passOn(counted);
-    JSON all = JSON::object();
+    JSON all = JSON::array();
     Table table({{"PROGRAM"}, {"ENTITLEMENTS"}});
     const auto rules = ConsentStore::shared().rules();
     for (const ProgramEntitlements &each : rules->programs) {
-        all[each.executable] = each.names;
+        all.push_back({{"program", each.executable}, {"entitlements", each.names}});
         table.add(
             {each.executable, each.names.empty() ? "none" : fmt::format("{}", fmt::join(each.names, ", "))});
     }

@@ -7,6 +7,7 @@
 #include "cli/Formatting.h"
 #include "cli/LibraryState.h"
 #include "cli/Queries.h"
+#include "cli/SharedJSON.h"
 #include "cli/Subcommands.h"
 #include "cli/Table.h"
 #include "cli/Texts.h"
@@ -44,9 +45,9 @@ Result<ExitCode> feed(const Options &options) {
         const std::string &name = found != names.end() ? found->second : entry.albumUUID;
         table.add(
             {dateText(entry.startDate), dateText(entry.endDate), std::to_string(entry.uuids.size()), name});
-        all.push_back({{"album", {{"uuid", entry.albumUUID}, {"name", name}}},
-                       {"start", isoDateText(entry.startDate)},
-                       {"end", isoDateText(entry.endDate)},
+        all.push_back({{"album", describeAlbum(entry.albumUUID, name)},
+                       {"firstAdded", isoDateText(entry.startDate)},
+                       {"lastAdded", isoDateText(entry.endDate)},
                        {"uuids", entry.uuids}});
     }
     printListing(all, table, localized("the feed is empty: nothing was added to shared albums"),

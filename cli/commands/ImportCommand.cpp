@@ -30,6 +30,7 @@
 #include "cli/Progress.h"
 #include "cli/Queries.h"
 #include "cli/Selection.h"
+#include "cli/SharedJSON.h"
 #include "cli/Subcommands.h"
 #include "cli/Texts.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
@@ -465,11 +466,10 @@ JSON describe(const Report &report) {
     }
     JSON refused = JSON::array();
     for (const RefusedFile &each : report.refused)
-        refused.push_back({{"path", each.path}, {"reason", each.reason}});
+        refused.push_back(describeProblem(each.path, each.reason));
     return {{"saved", saved},
             {"refused", refused},
-            {"passedOver", report.passedOver.size()},
-            {"passedOverFiles", report.passedOver},
+            {"passedOver", report.passedOver},
             {"interrupted", report.interrupted}};
 }
 

@@ -10,6 +10,7 @@
 #include "cli/Formatting.h"
 #include "cli/LibraryState.h"
 #include "cli/Queries.h"
+#include "cli/SharedJSON.h"
 #include "cli/Subcommands.h"
 #include "cli/Table.h"
 #include "cli/Texts.h"
@@ -34,7 +35,7 @@ JSON describe(const std::string &objectID, double start, double end, std::uint64
     JSON result = {{"objectID", objectID},
                    {"start", isoClockText(start)},
                    {"end", isoClockText(end)},
-                   {"assets", assets}};
+                   {"assetCount", assets}};
     if (!keyAsset.empty())
         result["keyAsset"] = keyAsset;
     return result;
@@ -55,7 +56,7 @@ JSON describe(const MomentRecord &moment, const std::string &storeUUID) {
     JSON described = describe(objectURI(storeUUID, moment.primaryKey, momentEntity), moment.startDate,
                               moment.endDate, moment.assetCount, moment.keyAsset);
     if (moment.latitude)
-        described["place"] = {{"latitude", *moment.latitude}, {"longitude", *moment.longitude}};
+        described["place"] = describePlace(*moment.latitude, *moment.longitude);
     described["list"] = objectURI(storeUUID, moment.list, momentListEntity);
     described["uuids"] = moment.uuids;
     return described;
@@ -99,7 +100,7 @@ Result<> printLists(bool json) {
         if (json) {
             JSON described = describe(objectURI(all->storeUUID, list.primaryKey, momentListEntity),
                                       list.startDate, list.endDate, list.assetCount, list.keyAsset);
-            described["moments"] = list.momentCount;
+            described["momentCount"] = list.momentCount;
             listing.add(described);
         } else {
             listing.addRow({clockText(list.startDate), clockText(list.endDate),

@@ -18,6 +18,7 @@
 #include "wickerlane/client/JXGatekeeperClient.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/object/NeverDestroyed.h"
+#include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/object/Paths.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/protocol/CoreRows.h"
@@ -110,6 +111,19 @@ private:
     std::map<std::uint64_t, std::string> unanswered;
 };
 
+/// As other commands write what it has in common with them.
+JSON describe(const JSON &event) {
+    JSON described = event;
+    const auto begun = objectOf(in(event, traffic::date));
+    if (const auto *date = as<Date>(begun.get()))
+        described[traffic::date] = isoMomentText(date->referenceSeconds());
+    if (const std::string problem = textIn(event, traffic::error); !problem.empty()) {
+        described.erase(traffic::error);
+        described["problem"] = problem;
+    }
+    return described;
+}
+
 /// Where events go: lines for people, JSON, and a recording.
 class Shown {
 public:
@@ -130,11 +144,11 @@ public:
             ++ended;
         if (recording) {
             ++recorded;
-            const std::string line = dumped(event) + '\n';
+            const std::string line = dumped(describe(event)) + '\n';
             return recording->write(std::as_bytes(std::span(line)));
         }
         if (json)
-            print(dumped(event));
+            print(dumped(describe(event)));
         else
             lines.show(event);
         return {};

@@ -24,15 +24,15 @@ Result<ExitCode> show(const Options &options) {
     if (info == nullptr)
         return fail(ProblemKind::notFound,
                     localized("there is no information about the person {}", options.person));
-    JSON described = JSON::object();
+    JSON entries = JSON::object();
     for (const auto &[key, value] : *info) {
         const std::string name(as<String>(key)->utf8()), text(value->description()->utf8());
-        described[name] = text;
+        entries[name] = text;
         if (!options.json)
             print(fmt::format("{}: {}", name, text));
     }
     if (options.json)
-        printJSON(described);
+        printJSON({{"person", options.person}, {"entries", std::move(entries)}});
     return ExitCode::success;
 }
 

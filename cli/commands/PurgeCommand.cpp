@@ -28,7 +28,7 @@ Result<ExitCode> purge(const Options &options) {
     const std::int64_t bytes = options.isDryRun ? client->purgeableSharedAssetsSpace()
                                                 : client->attemptToPurgeSharedAssetsSpace(*options.bytes);
     if (options.json)
-        printJSON({{options.isDryRun ? "purgeable" : "freed", bytes}});
+        printJSON({{options.isDryRun ? "purgeableBytes" : "freedBytes", bytes}});
     else
         print(options.isDryRun ? localized("{} could be freed", sizeText(static_cast<std::uint64_t>(bytes)))
                                : localized("{} freed", sizeText(static_cast<std::uint64_t>(bytes))));

@@ -98,7 +98,7 @@ void printCompanion(const CompanionRecord &companion) {
 }
 
 JSON describeCompanion(const CompanionRecord &companion) {
-    return {{"file", companion.path},
+    return {{"path", companion.path},
             {"name", companion.originalFilename},
             {"format", companion.format},
             {"bytes", companion.byteSize}};
@@ -114,7 +114,7 @@ struct Shown {
 JSON describeShown(const Shown &shown) {
     JSON described = describe(*shown.asset);
     if (shown.rendition.file)
-        described["edited"] = {{"file", shown.rendition.file->fileSystemPath()},
+        described["edited"] = {{"path", shown.rendition.file->fileSystemPath()},
                                {"properties", describeProperties(shown.rendition)}};
     if (shown.companion)
         described["companion"] = describeCompanion(*shown.companion);

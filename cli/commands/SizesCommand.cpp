@@ -25,13 +25,13 @@ using protocol::SizeKind;
 
 constexpr struct Kind {
     SizeKind kind;
-    const char *name;
+    const char *key; ///< In JSON.
     [[nodiscard]] constexpr std::uint32_t bit() const { return static_cast<std::uint32_t>(kind); }
-} kinds[] = {{SizeKind::photos, "photos"},
-             {SizeKind::videos, "videos"},
-             {SizeKind::derived, "derived"},
-             {SizeKind::database, "database"},
-             {SizeKind::trash, "trash"}};
+} kinds[] = {{SizeKind::photos, "photoBytes"},
+             {SizeKind::videos, "videoBytes"},
+             {SizeKind::derived, "derivedBytes"},
+             {SizeKind::database, "databaseBytes"},
+             {SizeKind::trash, "trashBytes"}};
 
 std::string labelOf(SizeKind kind) {
     switch (kind) {
@@ -81,7 +81,7 @@ Result<ExitCode> showSizes(const Options &options) {
     JSON described;
     for (const Kind &kind : kinds) {
         const std::uint64_t bytes = sizes->at(kind.bit());
-        described[kind.name] = bytes;
+        described[kind.key] = bytes;
         if (!options.json)
             print(localized("{}: {}", labelOf(kind.kind), sizeText(bytes)));
     }

@@ -1,5 +1,6 @@
 #include "hoardd/pictures/VideoDescription.h"
 
+#include "hoardd/library/Clock.h"
 #include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/object/String.h"
 #include "wickerlane/protocol/VideoKeys.h"
@@ -40,9 +41,15 @@ Ref<Dictionary> describeVideo(const PictureFacts &facts, std::uint64_t fileBytes
         if (!text.empty())
             description->set(name, String::of(text));
     description->set(key::rotation, Number::of(std::uint64_t{video.rotation})); // 0 says something, too
-    if (facts.captureDate)
-        description->set(key::creationDate,
-                         Date::createWithUnixSeconds(static_cast<double>(facts.captureDate->seconds)).get());
+    if (const auto told = facts.captureDate.asOptional()) {
+        const auto date = Date::createWithUnixSeconds(static_cast<double>(told->seconds));
+        description->set(key::creationDate, date.get());
+        std::optional<std::int64_t> zone = told->zoneMinutes.asOptional();
+        if (told->isInstant != 0)
+            zone = localZoneMinutes(date->referenceSeconds());
+        if (zone)
+            description->set(key::zoneMinutes, Number::of(*zone));
+    }
     if (facts.place) {
         description->set(key::latitude, Number::of(facts.place->latitude));
         description->set(key::longitude, Number::of(facts.place->longitude));

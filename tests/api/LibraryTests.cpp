@@ -257,6 +257,7 @@ TEST(Keys, AreTheSameInC) {
         {WLVideoTrackCount, videoKey::trackCount},
         {WLVideoFileSize, videoKey::fileSize},
         {WLVideoCreationDate, videoKey::creationDate},
+        {WLVideoZoneMinutes, videoKey::zoneMinutes},
         {WLVideoLatitude, videoKey::latitude},
         {WLVideoLongitude, videoKey::longitude},
     };

@@ -16,7 +16,7 @@ TEST_F(Commands, AlbumsAreCreatedFilledAndShown) {
     EXPECT_EQ(run({"album", "add", "Hills", uuid}).exitCode, 4);
     const auto albums = run({"album", "list", "--json"}).json();
     ASSERT_EQ(albums.size(), 1U) << albums;
-    EXPECT_EQ(albums[0]["assets"], 1);
+    EXPECT_EQ(albums[0]["assetCount"], 1);
     const auto shown = run({"album", "show", albums[0]["uuid"], "--json"}).json();
     EXPECT_EQ(shown["assets"][0]["uuid"], uuid) << shown;
     EXPECT_EQ(run({"album", "delete-empty", "Dunes"}).exitCode, 1);
@@ -124,7 +124,7 @@ TEST_F(Commands, WhatWasDeletedIsInTheTrash) {
     ASSERT_EQ(trash.size(), 1U) << trash;
     EXPECT_EQ(trash[0]["uuid"], uuid);
     EXPECT_GT(trash[0]["keptUntil"], trash[0]["trashed"]);
-    EXPECT_GT(run({"sizes", "--json"}).json()["trash"], fs::file_size(source));
+    EXPECT_GT(run({"sizes", "--json"}).json()["trashBytes"], fs::file_size(source));
     EXPECT_EQ(run({"delete", "--yes", uuid}).exitCode, 4) << "it is no longer in the library";
     EXPECT_EQ(run({"trash", "restore"}).exitCode, 2) << "which?";
     EXPECT_EQ(run({"trash", "restore", absentUUID}).exitCode, 4);
@@ -153,23 +153,27 @@ TEST_F(Commands, WhatWasDeletedIsInTheTrash) {
 TEST_F(Commands, SharedAlbumsHaveBulletinsAndSpaceToPurge) {
     const std::string source = file("a.jpg", jpegPicture());
     const std::string uuid = imported(source);
-    EXPECT_EQ(run({"sizes", "--json"}).json()["photos"], fs::file_size(source));
+    EXPECT_EQ(run({"sizes", "--json"}).json()["photoBytes"], fs::file_size(source));
     EXPECT_EQ(run({"stream", "s-1"}).exitCode, 0);
     EXPECT_EQ(run({"album", "add", "s-1", uuid}).exitCode, 0);
     const auto bulletins = run({"bulletins", "--json", "--clear"}).json();
     ASSERT_EQ(bulletins.size(), 1U) << bulletins;
     EXPECT_EQ(bulletins[0]["title"], "s-1");
+    EXPECT_EQ(bulletins[0]["kind"], "added");
+    EXPECT_EQ(bulletins[0]["keyAsset"], uuid);
+    EXPECT_EQ(bulletins[0]["album"]["name"], "s-1");
     EXPECT_EQ(bulletins[0]["message"].get<std::string>().find('%'), std::string::npos) << bulletins;
     EXPECT_NE(bulletins[0]["message"].get<std::string>().find("s-1"), std::string::npos) << bulletins;
-    const auto purgeable = run({"purge", "--dry-run", "--json"}).json()["purgeable"];
+    const auto purgeable = run({"purge", "--dry-run", "--json"}).json()["purgeableBytes"];
     EXPECT_GT(purgeable, 0);
-    EXPECT_EQ(run({"purge", "1GB", "--json"}).json()["freed"], purgeable);
+    EXPECT_EQ(run({"purge", "1GB", "--json"}).json()["freedBytes"], purgeable);
 }
 
 TEST_F(Commands, PersonInformationIsSetShownAndCleared) {
     EXPECT_EQ(run({"person", "p1"}).exitCode, 4);
     EXPECT_EQ(run({"person", "p1", "name=Ada"}).exitCode, 0);
-    EXPECT_EQ(run({"person", "p1", "--json"}).json(), (nlohmann::json{{"name", "Ada"}}));
+    EXPECT_EQ(run({"person", "p1", "--json"}).json(),
+              (nlohmann::json{{"person", "p1"}, {"entries", {{"name", "Ada"}}}}));
     EXPECT_EQ(run({"person", "p1", "--clear"}).exitCode, 0);
     EXPECT_EQ(run({"person", "p1"}).exitCode, 4);
 }

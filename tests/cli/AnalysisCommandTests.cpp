@@ -32,11 +32,11 @@ TEST_F(AnalysisCommands, MomentsAreListedOnceTheyHaveBeenMade) {
     EXPECT_EQ(moments[0]["uuids"], nlohmann::json::array({morning}));
     EXPECT_EQ(moments[1]["uuids"], nlohmann::json::array({noon, later}));
     EXPECT_EQ(moments[1]["start"], "2021-06-16T12:00:00");
-    EXPECT_EQ(moments[1]["assets"], 2);
+    EXPECT_EQ(moments[1]["assetCount"], 2);
     EXPECT_EQ(moments[0]["keyAsset"], morning);
     const auto lists = run({"moments", "--lists", "--json"}).json();
     ASSERT_EQ(lists.size(), 1U) << lists;
-    EXPECT_EQ(lists[0]["moments"], 2);
+    EXPECT_EQ(lists[0]["momentCount"], 2);
     EXPECT_EQ(lists[0]["objectID"], moments[0]["list"]);
 
     const CommandResult table = run({"moments"});

@@ -135,7 +135,7 @@ TEST_F(Backups, AreRestoredAsTheyWere) {
     EXPECT_EQ(checked.exitCode, 0) << checked;
     EXPECT_EQ(checked.output, "2 assets checked, no problems found\n");
     const auto shown = run({"show", uuid, "--json"}).json();
-    EXPECT_EQ(contentsOf(shown["file"].get<std::string>()), contentsOf(original)) << shown;
+    EXPECT_EQ(contentsOf(shown["path"].get<std::string>()), contentsOf(original)) << shown;
     EXPECT_EQ(run({"album", "show", "Dunes", "--json"}).json()["assets"][0]["uuid"], uuid);
     EXPECT_NE(run({"list"}).output.find("beach.jpg"), std::string::npos);
     // hoardd goes on with what was restored.
@@ -153,7 +153,7 @@ TEST_F(Backups, HaveBothFilesOfAShot) {
     const auto report = run({"import", "--json", (folder / "shot").string()}).json();
     ASSERT_EQ(report["saved"].size(), 2U) << report;
     const std::string shot = report["saved"][0]["uuid"];
-    const auto kept = [&] { return run({"show", shot, "--json"}).json()["companion"]["file"]; };
+    const auto kept = [&] { return run({"show", shot, "--json"}).json()["companion"]["path"]; };
     ASSERT_EQ(backUp().exitCode, 0);
     const std::string lost = kept();
     fs::remove(lost);
@@ -184,7 +184,7 @@ TEST_F(Backups, HaveBothFilesOfAShot) {
 
 TEST_F(Backups, FillInWhatTheSameLibraryMisses) {
     ASSERT_EQ(backUp().exitCode, 0);
-    const std::string lost = run({"show", uuid, "--json"}).json()["file"];
+    const std::string lost = run({"show", uuid, "--json"}).json()["path"];
     imported(file("later.jpg", jpegOf(fourCorners(90, 60))));
     fs::remove(lost);
     const CommandResult whileMissing = backUp();
@@ -224,7 +224,7 @@ TEST_F(Backups, FindAndMendDamage) {
 }
 
 TEST_F(Backups, LeaveAChangedOriginalOut) {
-    damage(run({"show", uuid, "--json"}).json()["file"].get<std::string>());
+    damage(run({"show", uuid, "--json"}).json()["path"].get<std::string>());
     const CommandResult result = backUp();
     EXPECT_EQ(result.exitCode, 1) << result;
     EXPECT_EQ(result.json()["originals"], 1) << result;

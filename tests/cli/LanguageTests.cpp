@@ -276,7 +276,7 @@ TEST_F(CommandLanguage, WhatProgramsReadIsInEnglish) {
                                               {"moments", "--json"}};
     const std::vector<std::string> backup{"backup", (folder / "backup").string(), "--json"};
     run(backup);
-    fs::remove(run({"show", uuid, "--json"}).json().at("file").get<std::string>()); // a problem in JSON
+    fs::remove(run({"show", uuid, "--json"}).json().at("path").get<std::string>()); // a problem in JSON
     for (const auto &words : cases) {
         setLanguage("C");
         const CommandResult english = run(words);

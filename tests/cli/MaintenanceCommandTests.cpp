@@ -85,7 +85,7 @@ TEST_F(Commands, ALibraryWithoutItsStoreIsRestored) {
 
 TEST_F(Commands, LongWorkThatFailsSaysSo) {
     const std::string uuid = imported(file("a.jpg", jpegPicture()));
-    fs::remove(run({"show", uuid, "--json"}).json()["file"].get<std::string>());
+    fs::remove(run({"show", uuid, "--json"}).json()["path"].get<std::string>());
     const CommandResult rebuilt = run({"rebuild-thumbnails"});
     EXPECT_EQ(rebuilt.exitCode, 1) << rebuilt;
     EXPECT_NE(rebuilt.errors.find(uuid), std::string::npos) << rebuilt;
@@ -210,7 +210,7 @@ TEST_F(Commands, EachReasonHasItsOwnTextAndExitCode) {
     EXPECT_NE(run({"daemon", "status"}).output.find("running, but it refuses"), std::string::npos);
     const auto refusing = run({"daemon", "status", "--json"}).json();
     EXPECT_EQ(refusing["running"], true) << refusing;
-    EXPECT_NE(refusing["refused"].get<std::string>().find("at least as new"), std::string::npos) << refusing;
+    EXPECT_NE(refusing["problem"].get<std::string>().find("at least as new"), std::string::npos) << refusing;
     endDaemon();
     setVersion(std::to_string(wickerlane::store::modelVersion()));
 

@@ -283,7 +283,7 @@ TEST_F(Selections, EditedVersionsAreExportedWhereThereAreAny) {
     const fs::path out = folder / "out";
     EXPECT_EQ(run({"export", "--edited", "--where", "all", "--to", out.string()}).output,
               "2 files written\n");
-    const fs::path rendition = run({"show", png, "--json"}).json()["edited"]["file"].get<std::string>();
+    const fs::path rendition = run({"show", png, "--json"}).json()["edited"]["path"].get<std::string>();
     const fs::path copy = (out / "dunes evening").replace_extension(rendition.extension());
     EXPECT_EQ(contentsOf(copy), contentsOf(rendition));
     EXPECT_EQ(contentsOf(out / beach), contentsOf(folder / beach));

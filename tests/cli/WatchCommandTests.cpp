@@ -48,7 +48,7 @@ TEST_F(Commands, WatchEndsWhenInterrupted) {
 TEST_F(Commands, ResolveWritesThePathsOfPersistentURLs) {
     const std::string uuid = imported(file("a.jpg", jpegOf(fourCorners(64, 48))));
     const auto shown = run({"show", uuid, "--json"}).json();
-    const std::string url = shown["url"], path = shown["file"];
+    const std::string url = shown["url"], path = shown["path"];
     EXPECT_EQ(run({"resolve", url}).output, path + "\n");
     const std::string absent = "rez-vault://asset/asset.JPG?id=" + absentUUID + "&ext=JPG";
 

@@ -48,7 +48,7 @@ def test_photos_are_dragged_to_an_album(page: Browser, library: ServedLibrary) -
         page.run("window.dropOn([...document.querySelectorAll('.tray-album')].find((each) => "
                  "each.textContent === 'Trips'))")
         page.toast('1 item added to “Trips”')
-        assert '"assets": 1' in library.command('album', 'list', '--json')
+        assert '"assetCount": 1' in library.command('album', 'list', '--json')
     finally:
         library.command('album', 'delete', 'Trips', '--yes')
 

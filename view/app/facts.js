@@ -69,7 +69,7 @@ export function showFacts(panel, asset, {isFixed, onSet, onCopy}) {
             fact(t('fact.size'), [asset.width ? pixels(asset) : '',
                                   asset.bytes ? bytes(asset.bytes) : ''].filter(Boolean).join('   ')),
             fact(t('fact.format'), asset.format),
-            fact(t('fact.file'), asset.file && el('span', {class: 'path'}, asset.file)),
+            fact(t('fact.file'), asset.path && el('span', {class: 'path'}, asset.path)),
             fact(t('albums'), ...(asset.albums ?? []).map(({id, title}) =>
                 el('a', {class: 'album-link', href: addressOf({name: 'album', id})}, title)))));
 }

@@ -23,6 +23,9 @@ inline constexpr std::string_view container = "container";             ///< Stri
 inline constexpr std::string_view trackCount = "trackCount";           ///< Number: tracks of all kinds.
 inline constexpr std::string_view fileSize = "fileSize";               ///< Number: bytes.
 inline constexpr std::string_view creationDate = "creationDate";       ///< Date.
+/// Number: how far the clock of the camera, or of this machine when the file gives an instant alone, was
+/// ahead of UTC. Missing when creationDate is what the camera's clock showed, read as if it were UTC.
+inline constexpr std::string_view zoneMinutes = "zoneMinutes";
 inline constexpr std::string_view latitude = "latitude";   ///< Number: degrees; north is positive.
 inline constexpr std::string_view longitude = "longitude"; ///< Number: degrees; east is positive.
 
