@@ -5,6 +5,7 @@ import io
 import itertools
 import json
 import pathlib
+import shutil
 import signal
 import socket
 import struct
@@ -342,6 +343,7 @@ def test_the_best_of_many_copies_is_the_one_that_the_command_keeps(view: View, l
     for number in range(45): # more than are described
         copies.append(tmp_path / f'copy-{number:02}.jpg')
         copies[-1].write_bytes(pictures[0].read_bytes() + f'{number:02}'.encode())
+        shutil.copystat(pictures[0], copies[-1]) # or they may be shots of several bursts
     library.command('import', '-q', *copies)
     library.command('duplicates', '--update')
     captioned = json.loads(library.command('list', '--name', 'copy-41.jpg', '--json'))[0]['uuid']
