@@ -84,24 +84,24 @@ TEST_F(EntryPoints, CountsAreNumbersOrNull) {
         {{}, {}, false}, {0, 0, false}, {0, 5, false},          {{}, 5, false},
         {1, {}, true},   {3, 4, true},  {0x7fffffffU, 0, true}, {0x80000000U, 0, false}, // read as 32 bits
     };
-    for (const auto &[photos, videos, hasPhoto] : cases) {
+    for (const auto &each : cases) {
         answerWith([&](MessageDictionary *reply) {
-            if (photos)
-                reply->setUInt64("photoCount", *photos);
-            if (videos)
-                reply->setUInt64("videoCount", *videos);
+            if (each.photos)
+                reply->setUInt64("photoCount", *each.photos);
+            if (each.videos)
+                reply->setUInt64("videoCount", *each.videos);
         });
         const auto answered = Semaphore::create(0);
         RZGetPhotosAndVideosCount([&](const Number *photoCount, const Number *videoCount) {
             EXPECT_EQ(photoCount != nullptr ? std::optional(photoCount->uint64Value()) : std::nullopt,
-                      photos);
+                      each.photos);
             EXPECT_EQ(videoCount != nullptr ? std::optional(videoCount->uint64Value()) : std::nullopt,
-                      videos);
+                      each.videos);
             answered->signal();
         });
         answered->wait();
         RZHasAtLeastOnePhoto([&](bool answer) {
-            EXPECT_EQ(answer, hasPhoto) << photos.value_or(99);
+            EXPECT_EQ(answer, each.hasPhoto) << each.photos.value_or(99);
             answered->signal();
         });
         answered->wait();
@@ -168,7 +168,7 @@ TEST_F(EntryPoints, EachRequestedSizeIsReportedOnce) {
         {0, {{0, 5}}, {}},
     };
     for (const auto &[mask, reported, answered] : cases) {
-        answerWith([&](MessageDictionary *reply) {
+        answerWith([&reported = reported](MessageDictionary *reply) {
             const auto sizes = MutableDictionary::create();
             for (const auto &[kind, bytes] : reported)
                 sizes->set(std::to_string(kind), Number::of(bytes));
@@ -228,7 +228,7 @@ TEST_F(EntryPoints, RepliesThatAreNoErrorMayStillRefuse) {
         {{}, [&] { return WLAssetCreatePicture(asset.get(), 0, &error) != nullptr; }, WLErrorFailed},
     };
     for (const auto &[keys, ask, code] : cases) {
-        answerWith([&](MessageDictionary *reply) {
+        answerWith([&keys = keys](MessageDictionary *reply) {
             for (const char *key : keys)
                 reply->setBool(key, true);
         });

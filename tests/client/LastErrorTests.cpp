@@ -82,7 +82,9 @@ TEST_F(LastErrors, SayThatTheDaemonIsOlder) {
         options.version = version;
         const auto older = MessageListener::create(
             WickerlaneGatekeeperName, nullptr,
-            [&](ReceivedMessage *received) { received->replyError(text, static_cast<std::int64_t>(kind)); },
+            [&text = text, &kind = kind](ReceivedMessage *received) {
+                received->replyError(text, static_cast<std::int64_t>(kind));
+            },
             options);
         ASSERT_TRUE(older != nullptr && older->resume());
         const OwnClient asking;
@@ -173,7 +175,8 @@ TEST_F(LastErrors, TellWhyAnAssetWasLeftAsItIs) {
         const std::string grant = entitlement != nullptr
                                       ? "wickerlane entitlement grant " + ownExecutable() + ' ' + entitlement
                                       : "wickerlane consent grant " + ownExecutable();
-        const auto expect = [&](ProblemKind kind, std::string_view beginning, std::string_view end) {
+        const auto expect = [&row = row, &ask = ask](ProblemKind kind, std::string_view beginning,
+                                                     std::string_view end) {
             EXPECT_FALSE(ask()) << row.name;
             const Error *error = JXGatekeeperClient::lastError();
             ASSERT_NE(error, nullptr) << row.name;

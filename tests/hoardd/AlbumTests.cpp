@@ -259,9 +259,10 @@ TEST_F(Albums, ThatAreSharedAreInTheFeedAsARebuildWouldHaveThem) {
         double date;
     } additions[] = {{shared, 0, 1000}, {other, 0, 1001}, {shared, 1, 4600},  {mine, 2, 4700},
                      {shared, 2, 8201}, {other, 3, 8300}, {shared, 4, 11800}, {shared, 5, 11801}};
-    for (const auto &[album, asset, date] : additions)
-        ASSERT_TRUE(library().writer().change(
-            [&](Database &database) { return insertAlbumAsset(database, album, assets[asset], date); }));
+    for (const auto &each : additions)
+        ASSERT_TRUE(library().writer().change([&](Database &database) {
+            return insertAlbumAsset(database, each.album, assets[each.asset], each.date);
+        }));
     execute("DELETE FROM zgenericasset WHERE uuid LIKE '%5'; DELETE FROM zalbumasset WHERE dateadded = 8300");
     const std::vector<std::string> kept = feed();
     EXPECT_EQ(kept.size(), 3 + 2 + 2 + 1U) << "three entries with two, two and one";

@@ -15,7 +15,7 @@ using namespace std::chrono_literals;
 
 class AwaitChanges : public RunningHoardd {
 protected:
-    const OwnClient client;
+    const OwnClient client{};
     static constexpr std::size_t maxOfProcess = 16;
 
     std::string saveOne(int number) const {

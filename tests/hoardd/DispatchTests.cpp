@@ -88,8 +88,8 @@ TEST_F(Requests, SayWhetherTheUserHasAccess) {
     EXPECT_EQ(answer(request(10).get())->count(), 0U);
 
     const uid_t me = getuid();
-    EXPECT_EQ(hoardd::accessOf({me, 0, 1, 1, ""}), hoardd::AccessStatus::granted);
-    EXPECT_EQ(hoardd::accessOf({me + 1, 0, 1, 1, ""}), hoardd::AccessStatus::notAsked);
+    EXPECT_EQ(hoardd::accessOf({me, 0, 1, 1, {}}), hoardd::AccessStatus::granted);
+    EXPECT_EQ(hoardd::accessOf({me + 1, 0, 1, 1, {}}), hoardd::AccessStatus::notAsked);
 }
 
 TEST_F(Requests, ThatAreRefusedGetTheKindOfTheProblem) {

@@ -60,7 +60,8 @@ TEST(Fingerprint, IsStableUnderEncodingAndResizingAndTellsPicturesApart) {
     for (const auto &[what, light] : cases)
         for (int count = 0; count < 6; ++count) {
             ++seed;
-            const auto sceneOf = [&](std::uint32_t width, std::uint32_t height, double shift = 0) {
+            const auto sceneOf = [seed, &light = light](std::uint32_t width, std::uint32_t height,
+                                                        double shift = 0) {
                 return lit(scene(width, height, seed, shift), light);
             };
             const Pixels picture = sceneOf(256, 192);

@@ -128,7 +128,7 @@ TEST_F(PassingShortage, WhatWasRefusedIsTriedAgainByOtherDecodersOrWhenAsked) {
         const AssetRecord sound = saved(jpegOf(fourCorners(400, 200)));
         const AssetRecord damaged = saved(FileBytes(200, std::byte{7}));
         ASSERT_NE(damaged.problem, "");
-        ASSERT_TRUE(library().writer().change([&](sqlite::Database &database) {
+        ASSERT_TRUE(library().writer().change([&, &refusedBy = refusedBy](sqlite::Database &database) {
             return database
                 .prepare("UPDATE zgenericasset SET problem = 'no', width = 0, height = 0 WHERE pk = ?")
                 .bind(sound.primaryKey)

@@ -14,7 +14,7 @@ namespace {
 
 class QueryRequests : public RunningHoardd {
 protected:
-    const OwnClient client;
+    const OwnClient client{};
 
     std::string saveAt(double unixSeconds, const std::string &name, const FileBytes &picture) const {
         const auto job =

@@ -1,4 +1,5 @@
 // What a picture file says of itself, and what it had better not be believed.
+#include <algorithm>
 #include <gmock/gmock.h>
 
 #include "tests/hoardd/media/MediaTestSupport.h"
@@ -126,8 +127,7 @@ Bytes withPlaceChanged(const TestExif &exif, std::size_t at, std::initializer_li
         block[directory + at++] = static_cast<std::byte>(each);
     const Bytes plain = exifBytes(exif);
     Bytes file = jpegOf(fourCorners(16, 16), exif);
-    const auto found = std::ranges::search(file, plain);
-    std::ranges::copy(block, found.begin());
+    std::ranges::copy(block, std::search(file.begin(), file.end(), plain.begin(), plain.end()));
     return file;
 }
 

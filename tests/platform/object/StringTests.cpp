@@ -42,8 +42,8 @@ const char *const texts[] = {
     "a😀b",
     "\U0010FFFF",
     "e\u0301",
-    "a text that is long enough to be taken in more than one piece, since the pieces that "
-    "are compared at once hold a hundred and twenty-eight units, é"};
+    ("a text that is long enough to be taken in more than one piece, since the pieces that "
+     "are compared at once hold a hundred and twenty-eight units, é")};
 
 TEST(Strings, AreEqualWhateverTheirClasses) {
     for (const char *text : texts) {

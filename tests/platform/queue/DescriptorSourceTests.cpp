@@ -88,6 +88,7 @@ TEST_F(DescriptorSources, MayBeCancelledInTheirHandlerAndReleaseIt) {
     const Pair pair;
     const auto gone = Semaphore::create(0);
     struct Signal {
+        explicit Signal(Semaphore *signalled) : semaphore(signalled) {}
         Semaphore *semaphore;
         ~Signal() { semaphore->signal(); }
     };
