@@ -15,6 +15,7 @@
 #include <system_error>
 
 #include "wickerlane/platform/file/Retry.h"
+#include "wickerlane/platform/process/Sanitizers.h"
 
 namespace wickerlane::hoardd::media {
 
@@ -57,7 +58,7 @@ Result<pid_t> spawn(const std::string &program, WorkerProcess::Mode mode, int so
     SpawnActions actions;
     posix_spawn_file_actions_addopen(actions.get(), 0, "/dev/null", O_RDONLY, 0);
     posix_spawn_file_actions_addopen(actions.get(), 1, "/dev/null", O_WRONLY, 0);
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#if !WL_ANY_SANITIZER
     posix_spawn_file_actions_addopen(actions.get(), 2, "/dev/null", O_WRONLY, 0);
 #endif
     posix_spawn_file_actions_adddup2(actions.get(), socket, workerSocket);

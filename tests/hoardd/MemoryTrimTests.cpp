@@ -9,12 +9,13 @@
 
 #include "tests/support/WaitUntil.h"
 #include "wickerlane/platform/object/NeverDestroyed.h"
+#include "wickerlane/platform/process/Sanitizers.h"
 
 using namespace wickerlane;
 
 namespace {
 
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) // which have allocators of their own
+#if !WL_ANY_SANITIZER // which have allocators of their own
 std::size_t residentBytes() {
     std::size_t total = 0, resident = 0;
     std::ifstream("/proc/self/statm") >> total >> resident;

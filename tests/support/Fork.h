@@ -9,10 +9,12 @@
 
 #include <cstdlib>
 
+#include "wickerlane/platform/process/Sanitizers.h"
+
 /// For tests that fork while other threads run. A sanitizer's allocator does not follow that: a lock that
 /// another thread holds at the fork stays locked in the child, and what the parent's threads hold looks like
 /// a leak.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if WL_ANY_SANITIZER
 #define WL_NEEDS_FORK_BESIDE_THREADS() GTEST_SKIP() << "the sanitizer may hang in the child"
 #else
 #define WL_NEEDS_FORK_BESIDE_THREADS() static_cast<void>(0)
@@ -29,7 +31,7 @@ int resultOfForkedChild(Run run) {
         alarm(60);
         dup2(open("/dev/null", O_WRONLY | O_CLOEXEC), STDERR_FILENO);
         const int result = run();
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if WL_ANY_SANITIZER
         _exit(result); // what the parent's threads hold looks like a leak here
 #else
         exit(result);

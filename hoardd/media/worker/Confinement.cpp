@@ -19,9 +19,10 @@
 #include <memory>
 
 #include "wickerlane/platform/process/Capabilities.h"
+#include "wickerlane/platform/process/Sanitizers.h"
 
 // The sanitizers reserve terabytes of addresses for themselves.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if WL_ANY_SANITIZER
 #define WORKER_LIMITS_MEMORY 0
 #else
 #define WORKER_LIMITS_MEMORY 1

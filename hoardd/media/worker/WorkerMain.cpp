@@ -19,8 +19,9 @@
 #include "hoardd/media/Protocol.h"
 #include "hoardd/media/worker/Confinement.h"
 #include "hoardd/media/worker/RequestHandler.h"
+#include "wickerlane/platform/process/Sanitizers.h"
 
-#if defined(__SANITIZE_ADDRESS__)
+#if WL_ADDRESS_SANITIZER
 // The leak checker needs to trace the process, which the filter of system calls forbids.
 extern "C" const char *__asan_default_options();
 extern "C" const char *__asan_default_options() {

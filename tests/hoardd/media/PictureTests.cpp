@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 
 #include "tests/hoardd/media/MediaTestSupport.h"
+#include "wickerlane/platform/process/Sanitizers.h"
 
 namespace wickerlane::hoardd {
 namespace {
@@ -188,7 +189,7 @@ TEST_F(Pictures, ThatEndEarlyAreToldFromWholeOnes) {
     }
 }
 
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) // where memory has no limit
+#if !WL_ANY_SANITIZER // where memory has no limit
 TEST_F(Pictures, LimitsAreToldInWordsForPeople) {
     // Interlaced ones are decoded as a whole.
     Bytes image;

@@ -1,5 +1,7 @@
 // A client whose process can have no more threads. Sanitizers start threads in their own way.
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#include "wickerlane/platform/process/Sanitizers.h"
+
+#if !WL_ANY_SANITIZER
 #include <dlfcn.h>
 #include <pthread.h>
 

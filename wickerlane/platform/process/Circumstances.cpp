@@ -10,6 +10,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "wickerlane/platform/process/Sanitizers.h"
+
 namespace wickerlane {
 namespace {
 
@@ -19,7 +21,7 @@ constexpr std::string_view passedOn[] = {
     "LANGUAGE=",
     "TZ=",
     "XDG_RUNTIME_DIR=",
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if WL_ANY_SANITIZER
     "ASAN_OPTIONS=",
     "LSAN_OPTIONS=",
     "TSAN_OPTIONS=",

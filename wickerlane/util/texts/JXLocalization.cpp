@@ -11,15 +11,9 @@
 #include "wickerlane/platform/notification/LocalNotification.h"
 #include "wickerlane/platform/object/ReleaseScope.h"
 #include "wickerlane/platform/preferences/Preferences.h"
+#include "wickerlane/platform/process/Sanitizers.h"
 
-#if defined(__SANITIZE_ADDRESS__)
-#define WL_COUNTS_LEAKS
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define WL_COUNTS_LEAKS
-#endif
-#endif
-#ifdef WL_COUNTS_LEAKS
+#if WL_ADDRESS_SANITIZER
 #include <sanitizer/lsan_interface.h>
 #endif
 
@@ -84,7 +78,7 @@ constinit std::atomic<String *> preferredLanguage{nullptr};
 constinit std::atomic<bool> followsPreferences{false};
 
 void keepAlive([[maybe_unused]] const String *replaced) {
-#ifdef WL_COUNTS_LEAKS
+#if WL_ADDRESS_SANITIZER
     if (replaced != nullptr)
         __lsan_ignore_object(replaced);
 #endif
