@@ -115,6 +115,8 @@ Result<Ref<ManagedAsset>> askForNamed(const std::string &name) {
 Ref<ManagedAlbum> albumInOtherCase(const std::vector<Ref<ManagedAlbum>> &albums, const std::string &name) {
     const ReleaseScope scope;
     const String *wanted = String::of(name);
+    if (wanted == nullptr)
+        return {}; // it is not UTF-8, as all names of albums are
     Ref<ManagedAlbum> found;
     for (const Ref<ManagedAlbum> &each : albums) {
         if (wanted->compare(String::of(each->record().name), CompareOptions::caseInsensitive) != 0)

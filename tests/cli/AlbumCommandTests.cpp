@@ -101,6 +101,7 @@ TEST_F(Commands, AnAlbumIsFoundByItsNameInAnyCase) {
         {"Sea", "", "there is no album Sea; did you mean SEA?"}, // or sea
         {"dune", "", "there is no album dune; did you mean Dunes?"},
         {"Hills", "", "there is no album Hills."},
+        {"\xe9", "", "there is no album"}, // not UTF-8
     };
     for (const auto &[name, found, said] : cases) {
         const CommandResult result = run({"album", "show", name, "--json"});
