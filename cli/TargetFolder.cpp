@@ -20,7 +20,7 @@ Result<> requireTargetFolder(const std::string &path) {
                               "of this name: --to {0}/",
                               path));
     std::filesystem::create_directories(path, error);
-    if (!std::filesystem::is_directory(path))
+    if (std::error_code unknown; !std::filesystem::is_directory(path, unknown))
         return fail(ProblemKind::invalid,
                     localized("{} can't be made: {}", path, textOfError(error.value())));
     return {};

@@ -164,7 +164,7 @@ Result<BackupFolder> BackupFolder::open(const std::string &folder) {
 Result<BackupFolder> BackupFolder::openForWriting(const std::string &folder, const std::string &libraryUUID) {
     std::error_code error;
     fs::create_directories(folder, error);
-    if (!fs::is_directory(folder))
+    if (std::error_code unknown; !fs::is_directory(folder, unknown))
         return fail(
             ProblemKind::notWritable,
             localized("{} can't be made: {}", folder,

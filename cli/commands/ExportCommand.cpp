@@ -301,14 +301,13 @@ private:
 Result<ExitCode> exportOne(const Options &options, const Shot &shot, ExitCode code) {
     const ManagedAsset &asset = shot.asset;
     std::string path = options.to;
-    if (path.ends_with('/')) {
-        std::error_code ignored; // writing there tells
+    std::error_code ignored; // writing there tells
+    if (path.ends_with('/'))
         fs::create_directories(path, ignored);
-    }
     const auto source = openSource(asset, options);
     if (!source)
         return passOn(source);
-    if (path.ends_with('/') || fs::is_directory(path))
+    if (path.ends_with('/') || fs::is_directory(path, ignored))
         path = (fs::path(path) / source->name).string();
     if (!hasSameBytes(path, source->file.get()))
         if (const auto written = writeCopy(asset, source->file.get(), path, options.force); !written)

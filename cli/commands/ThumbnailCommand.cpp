@@ -102,7 +102,8 @@ Result<ExitCode> writeThumbnails(const Options &options) {
                                           "{} assets would be written as pictures"));
     std::string to = options.to;
     const bool isOne = selected->uuids.size() == 1 && !options.selection.isOpen();
-    if (!to.empty() && (!isOne || std::filesystem::is_directory(to))) {
+    std::error_code unknown;
+    if (!to.empty() && (!isOne || std::filesystem::is_directory(to, unknown))) {
         if (const auto made = requireTargetFolder(to); !made)
             return passOn(made);
         if (!to.ends_with('/'))
