@@ -127,6 +127,8 @@ TEST_F(Schema, HoldsForWhatEachCommandWrites) {
         {"count", {"count"}},
         {"album-list", {"album", "list"}},
         {"album-show", {"album", "show", "Dunes"}},
+        {"album-show@fields", {"album", "show", "Dunes", "--fields", "name,pixels"}},
+        {"listed-asset@album", {"album", "show", "Dunes", "--format", "jsonl"}},
         {"trash-list", {"trash", "list"}},
         {"moments", {"moments"}},
         {"moments-lists", {"moments", "--lists"}},
