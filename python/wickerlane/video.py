@@ -40,13 +40,13 @@ class VideoFacts:
     file_size: int | None = None
     """In bytes."""
     creation_date: datetime.datetime | None = None
-    zone_minutes: int | None = None
-    """By which the camera's clock was ahead of UTC, or this machine's when the file gives an instant alone. Without it,
-    the date is what the clock showed, read as if it were UTC."""
     latitude: float | None = None
     """In degrees; north is positive."""
     longitude: float | None = None
     """In degrees; east is positive."""
+    zone_minutes: int | None = None
+    """By which the camera's clock was ahead of UTC, or this machine's when the file gives an instant alone. Without it,
+    `creation_date` is what the clock showed, read as if it were UTC."""
 
 
 def _key(name: str) -> str:
