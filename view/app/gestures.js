@@ -52,7 +52,7 @@ export class Gestures {
     }
 
     async selectAll() {
-        await this.#select(0, this.#timeline.source.count);
+        this.#selection.add(await this.#timeline.source.all());
     }
 
     async #toggleDay(section) {

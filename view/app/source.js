@@ -36,7 +36,10 @@ export class Source extends EventTarget {
         this.isWhole = true;
     }
 
-    /** Fetches how many assets each day has; once, before all else. `first` leaves the newest days with that many. */
+    /**
+     * Fetches how many assets each day has; once, before all else. With `first`, only of the newest days that have at
+     * least that many.
+     */
     async load({signal, first} = {}) {
         const {sections, isWhole} = await api.get('/api/sections', {unit: 'day', first, ...this.filter}, {signal});
         this.isWhole = isWhole;
@@ -163,6 +166,12 @@ export class Source extends EventTarget {
             index = stop;
         }
         return parts;
+    }
+
+    /** All assets that match the filter, also those that this source leaves out. */
+    async all() {
+        const whole = this.isWhole ? this : await new Source(this.filter).load();
+        return whole.range(0, whole.count);
     }
 
     /** The index of an asset that was created on a day such as "2019-08-05"; -1 if it is not there. */
