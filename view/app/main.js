@@ -24,7 +24,7 @@ import {Viewer} from './viewer.js';
 const searchAfter = 250;
 const followAfter = 300;
 const showLoadingAfter = 250;
-/** With what index.html fetches early. The whole of a large library takes longer. */
+/** As many as index.html fetches early. All sections of a large library take longer. */
 const firstAssets = 400;
 const assetsInWindow = 60;
 const retryAfter = 2000;
@@ -41,6 +41,7 @@ class Page {
     #isRefreshing = false;
     #mustRefresh = false;
     #months = null;
+    #completeLater = debounced(() => this.#isPartial && this.refresh(), retryAfter);
     /** Until the page that is shown has what it shows. */
     #showing = Promise.resolve();
 
@@ -216,8 +217,8 @@ class Page {
             const isOfAll = Object.keys(meaning.filter).length === 0;
             const early = isOfAll ? this.#first : null;
             this.#first = null;
-            // What a picture's own address opens may be far away in time.
-            const first = isOfAll && !route.open ? firstAssets : null;
+            // The head of a search says how many there are, and a picture that the address opens may be far away.
+            const first = isOfAll && !route.query && !route.open ? firstAssets : null;
             this.#albums = route.name === 'album' ? await actions.albums() : this.#albums;
             const album = route.name === 'album' ? this.#albums.find(({id}) => id === route.id) : null;
             const source = await this.#whileLoading(async () => await early ??
@@ -405,6 +406,11 @@ class Page {
             this.timeline.focus(this.timeline.current);
     }
 
+    /** Whether the timeline in view lacks its older days. */
+    get #isPartial() {
+        return this.timeline.element.isConnected && this.timeline.source?.isWhole === false;
+    }
+
     /** Looks at the library again, and once more if it changes meanwhile. What is in view stays where it is. */
     async refresh() {
         this.#mustRefresh = true;
@@ -416,9 +422,10 @@ class Page {
                 this.#mustRefresh = false;
                 const begin = performance.now();
                 await this.#refreshOnce();
-                // While a large library changes all the time, most of the time is left for other things.
+                // While a large library changes all the time, most of the time is left for other things, but a
+                // timeline that was opened meanwhile gets its older days at once.
                 const taken = performance.now() - begin;
-                if (this.#mustRefresh)
+                if (this.#mustRefresh && !this.#isPartial)
                     await new Promise((resolve) => setTimeout(resolve, 2 * taken));
             }
         } finally {
@@ -445,33 +452,42 @@ class Page {
             return;
         }
         const before = this.timeline.source;
-        const opened = this.viewer.asset;
+        const address = addressOf({...route, open: ''});
         try {
             const meaning = await this.#filterOf(route);
             const album = route.name === 'album' ? (await actions.albums()).find(({id}) => id === route.id) : null;
             const source = new Source(meaning.filter);
             await source.load();
             await this.timeline.prepare(source);
-            if (this.timeline.source !== before)
+            // Another view has been opened, and shows itself.
+            if (this.timeline.source !== before || addressOf({...currentRoute(), open: ''}) !== address)
                 return;
             this.#showHead(route, meaning, source, album);
             this.timeline.show(source, {anchored: true});
-            if (this.viewer.isOpen && opened) {
-                const day = opened.created?.slice(0, 10);
-                const index = day ? await source.find(opened.id, day) : -1;
-                await this.viewer.refresh(source, index >= 0 ? index : Math.min(this.viewer.index, source.count - 1));
-            }
+            if (this.viewer.isOpen && this.viewer.asset)
+                await this.#refreshViewer(source);
         } catch (error) {
             this.#failRefresh(error);
         }
+    }
+
+    async #refreshViewer(source) {
+        const {asset, index} = this.viewer;
+        const day = asset.created?.slice(0, 10);
+        const found = day ? await source.find(asset.id, day) : -1;
+        // Else it was moved to another asset meanwhile.
+        const isSame = this.viewer.asset.id === asset.id && this.viewer.index === index;
+        if (this.viewer.isOpen)
+            await this.viewer.refresh(source, isSame && found >= 0 ? found :
+                Math.min(this.viewer.index, source.count - 1));
     }
 
     #failRefresh(error) {
         // The loop that follows changes says so if the library is away.
         if (!isPassing(error))
             actions.fail(error);
-        else if (this.timeline.source?.isWhole === false)
-            setTimeout(() => this.refresh(), retryAfter);
+        if (isPassing(error) || error.code === 'timedOut')
+            this.#completeLater();
     }
 }
 
