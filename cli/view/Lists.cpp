@@ -71,7 +71,8 @@ Result<std::unordered_set<std::string>> editedOf(AssetFilter filter) {
     return uuids;
 }
 
-/// Leaves the newest assets: at least so many, and whole days. Zero leaves all. Whether there are others.
+/// Narrows a filter to its newest assets: whole days that have at least `count` of them. Zero leaves all.
+/// Gives whether older ones are left out.
 Result<bool> narrowToFirst(AssetFilter &filter, std::size_t count) {
     if (count == 0)
         return false;
