@@ -8,7 +8,6 @@
 #include <cerrno>
 #include <charconv>
 #include <cstdlib>
-#include <cstring>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -244,11 +243,9 @@ Result<Ref<Dictionary>> save(const Incoming &first, const Incoming *second, cons
 Problem problemOf(const Dictionary &result) {
     std::string reason = textIn(result, protocol::jobResult::error);
     const auto *kind = result.get<Number>(protocol::jobResult::requestErrorKind);
-    // The disk of the library: its daemon says so in words alone.
-    const bool isFull = reason.find(std::strerror(ENOSPC)) != std::string::npos;
-    return {kind != nullptr ? static_cast<ProblemKind>(kind->int64Value())
-            : isFull        ? ProblemKind::noSpace
-                            : ProblemKind::invalid,
+    if (kind == nullptr)
+        kind = result.get<Number>(protocol::jobResult::errorKind);
+    return {kind != nullptr ? static_cast<ProblemKind>(kind->int64Value()) : ProblemKind::invalid,
             reason.empty() ? "the daemon gave no reason" : std::move(reason),
             {}};
 }
