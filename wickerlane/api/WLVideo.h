@@ -21,11 +21,12 @@
 #define WLVideoTrackCount "trackCount"           ///< Number: tracks of all kinds.
 #define WLVideoFileSize "fileSize"               ///< Number: bytes.
 #define WLVideoCreationDate "creationDate"       ///< Date.
+#define WLVideoLatitude "latitude"               ///< Number: degrees; north is positive.
+#define WLVideoLongitude "longitude"             ///< Number: degrees; east is positive.
 /// Number: how far the clock of the camera, or of this machine when the file gives an instant alone, was
-/// ahead of UTC. Missing when the date is what the camera's clock showed, read as if it were UTC.
+/// ahead of UTC. Missing when WLVideoCreationDate is what the camera's clock showed, read as if it were
+/// UTC.
 #define WLVideoZoneMinutes "zoneMinutes"
-#define WLVideoLatitude "latitude"   ///< Number: degrees; north is positive.
-#define WLVideoLongitude "longitude" ///< Number: degrees; east is positive.
 
 /// What is known of a file of a video, which this program must be allowed to read; a relative path is
 /// resolved against the working directory. Null on failure; a path that is null, empty or not UTF-8 is
