@@ -8,6 +8,7 @@
 #include <sstream>
 #include <string>
 
+#include "cli/Formatting.h"
 #include "cli/Output.h"
 #include "cli/Texts.h"
 #include "wickerlane/platform/console/Console.h"
@@ -30,8 +31,7 @@ Result<> confirm(const std::string &what, const std::string &withoutTerminal) {
     noteText(escapingControls(what + " " + localized("Continue? [y/N]")) + " ");
     std::string line;
     std::getline(std::cin, line);
-    std::ranges::transform(line, line.begin(),
-                           [](char c) { return c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c; });
+    line = lowerCase(line);
     if (isOneOf(line, "y yes") || isOneOf(line, localized("y yes")))
         return {};
     return fail(ProblemKind::failed, localized("nothing was changed"));

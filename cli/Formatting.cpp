@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <ctime>
@@ -27,6 +28,14 @@ std::string timeText(double referenceSeconds, bool utc, const char *format) {
 }
 
 } // namespace
+
+std::string lowerCase(std::string_view text) {
+    std::string lower(text);
+    std::ranges::transform(lower, lower.begin(), [](char c) {
+        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    });
+    return lower;
+}
 
 std::string sizeText(std::uint64_t bytes) {
     if (bytes < 1000)

@@ -9,6 +9,8 @@
 
 namespace wickerlane::cli {
 
+/// With the small letters of ASCII for its capitals.
+std::string lowerCase(std::string_view text);
 /// "834 bytes", "3.4 MB".
 std::string sizeText(std::uint64_t bytes);
 /// A point in time, in seconds since 2001-01-01 UTC, in the local time zone: "2026-11-24 23:40".

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "cli/Formatting.h"
 #include "cli/Texts.h"
 
 namespace wickerlane::cli {
@@ -24,15 +25,6 @@ std::size_t distance(std::string_view one, std::string_view other) {
         std::swap(last, next);
     }
     return last[other.size()];
-}
-
-/// Of ASCII letters.
-std::string lowerCase(std::string_view text) {
-    std::string lower(text);
-    std::ranges::transform(lower, lower.begin(), [](char c) {
-        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    });
-    return lower;
 }
 
 } // namespace
