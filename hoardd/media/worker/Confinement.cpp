@@ -21,16 +21,12 @@
 #include "wickerlane/platform/process/Capabilities.h"
 #include "wickerlane/platform/process/Sanitizers.h"
 
-// The sanitizers reserve terabytes of addresses for themselves.
-#if WL_ANY_SANITIZER
-#define WORKER_LIMITS_MEMORY 0
-#else
-#define WORKER_LIMITS_MEMORY 1
-#endif
-
 namespace wickerlane::hoardd::media {
 
 namespace {
+
+// The sanitizers reserve terabytes of addresses for themselves.
+constexpr bool limitsMemory = !WL_ANY_SANITIZER;
 
 void limit(int resource, rlim_t max) {
     const rlimit limits{max, max};
@@ -41,7 +37,7 @@ void limitResources(std::uint64_t inUse) {
     limit(RLIMIT_CORE, 0);
     limit(RLIMIT_NOFILE, 64);
     limit(RLIMIT_FSIZE, pictureLimits.memoryBytes);
-    if (!WORKER_LIMITS_MEMORY)
+    if (!limitsMemory)
         return;
     // Heap and stacks are what a hostile file can blow up. The address space also holds the programs and the
     // file that is looked at, and is limited so that shared mappings do not escape.
