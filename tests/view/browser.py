@@ -36,9 +36,9 @@ class Browser:
     def end(self) -> None:
         self.driver.quit()
 
-    def resize(self, width: int, height: int, is_dark: bool = False) -> None:
+    def resize(self, width: int, height: int, is_dark: bool = False, density: int = 1) -> None:
         self.driver.execute_cdp_cmd('Emulation.setDeviceMetricsOverride', {
-            'width': width, 'height': height, 'deviceScaleFactor': 1, 'mobile': False})
+            'width': width, 'height': height, 'deviceScaleFactor': density, 'mobile': False})
         self.driver.execute_cdp_cmd('Emulation.setEmulatedMedia', {'features': [
             {'name': 'prefers-color-scheme', 'value': 'dark' if is_dark else 'light'},
             {'name': 'prefers-reduced-motion', 'value': 'reduce'}]})

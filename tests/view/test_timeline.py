@@ -65,6 +65,18 @@ def test_pictures_stand_beside_each_other_without_overlap(page: Browser) -> None
         assert page.run('return document.documentElement.scrollWidth') <= width
 
 
+def test_a_click_counts_although_a_sharper_picture_arrives_during_it(page: Browser) -> None:
+    page.resize(600, 800)
+    page.wait_for_grid()
+    cell = page.cell(0)
+    page.actions().click_and_hold(cell).perform()
+    page.resize(600, 800, density=3)
+    page.run("document.querySelector('.scroll').scrollTop += 1")
+    page.wait(lambda: page.run('return arguments[0].isSharp', cell), 'no sharper picture arrives')
+    page.actions().release().perform()
+    page.wait(page.large_picture, 'the click is lost')
+
+
 def test_the_scrubber_goes_to_another_year(page: Browser) -> None:
     scrubber = page.one('.scrubber')
     assert '2025' in scrubber.get_attribute('aria-valuetext')

@@ -225,6 +225,7 @@ class Page {
                 new Source(meaning.filter).load({signal: controller.signal, first}));
             if (controller.signal.aborted)
                 return;
+            this.bar.setChoices(this.#choices(route));
             this.#showHead(route, meaning, source, album);
             this.timeline.show(source);
             if (!source.isWhole)
@@ -242,7 +243,6 @@ class Page {
     #showHead(route, {chips, words, filter}, source, album) {
         const {head} = this.timeline;
         document.title = `${album?.title ?? (route.query || t('photos'))} – ${t('app.name')}`;
-        this.bar.setChoices(this.#choices(route));
         if (route.name === 'album') {
             head.replaceChildren(iconButton('back', t('albums'), () => {
                 location.hash = '#/albums';
