@@ -16,6 +16,7 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <optional>
 #include <set>
 #include <span>
 
@@ -34,6 +35,7 @@
 #include "cli/Subcommands.h"
 #include "cli/Texts.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
+#include "wickerlane/client/Refusals.h"
 #include "wickerlane/model/MediaType.h"
 #include "wickerlane/platform/consent/Consent.h"
 #include "wickerlane/platform/file/Files.h"
@@ -288,15 +290,12 @@ std::string textOf(const Dictionary *dictionary, std::string_view key) {
 
 /// Why a file was not saved.
 std::string reasonIn(const Dictionary *result) {
-    std::string reason = textOf(result, protocol::jobResult::error);
-    if (reason.empty())
+    const auto problem = result != nullptr ? client::problemOfJob(*result) : std::nullopt;
+    if (!problem)
         return localized("the daemon gave no reason");
-    const auto *number = result->get<Number>(protocol::jobResult::errorKind);
-    const auto kind =
-        number != nullptr ? static_cast<ProblemKind>(number->int64Value()) : ProblemKind::failed;
-    if (kind == ProblemKind::empty)
+    if (problem->kind == ProblemKind::empty)
         return localized("the file is empty");
-    return withKindInWords({kind, std::move(reason), {}}).text;
+    return withKindInWords(*problem).text;
 }
 
 /// Adds what the daemon says of a file, and of the second one of its pair. Whether it has both.

@@ -22,6 +22,7 @@
 #include "cli/view/DaemonQuestions.h"
 #include "cli/view/Parameters.h"
 #include "wickerlane/client/JXGatekeeperClient.h"
+#include "wickerlane/client/Refusals.h"
 #include "wickerlane/platform/file/Files.h"
 #include "wickerlane/platform/object/Array.h"
 #include "wickerlane/platform/object/Dictionary.h"
@@ -239,17 +240,6 @@ Result<Ref<Dictionary>> save(const Incoming &first, const Incoming *second, cons
     return fail(std::move(ended.problem));
 }
 
-/// Why a job has failed.
-Problem problemOf(const Dictionary &result) {
-    std::string reason = textIn(result, protocol::jobResult::error);
-    const auto *kind = result.get<Number>(protocol::jobResult::requestErrorKind);
-    if (kind == nullptr)
-        kind = result.get<Number>(protocol::jobResult::errorKind);
-    return {kind != nullptr ? static_cast<ProblemKind>(kind->int64Value()) : ProblemKind::invalid,
-            reason.empty() ? "the daemon gave no reason" : std::move(reason),
-            {}};
-}
-
 /// Saves a file, into the album too. Says whether the second file came to be of the same asset.
 Result<JSON> saveOne(const Incoming &first, const Incoming *second, const Incoming &sidecar,
                      const std::string &album, bool &hasSecond) {
@@ -259,7 +249,8 @@ Result<JSON> saveOne(const Incoming &first, const Incoming *second, const Incomi
     const Dictionary &saved = **result;
     JSON answer = {{"id", textIn(saved, protocol::jobResult::uuid)}};
     if (answer["id"].get_ref<const std::string &>().empty())
-        return fail(problemOf(saved));
+        return fail(client::problemOfJob(saved).value_or(
+            Problem{ProblemKind::failed, "the daemon gave no reason", {}}));
     const auto says = [&](std::string_view key) { return saved.get(key) != nullptr; };
     hasSecond =
         says(protocol::jobResult::companionWasSaved) || says(protocol::jobResult::companionWasPresent);

@@ -65,9 +65,12 @@ TEST_F(CSaves, SayWhyNothingWasSaved) {
         std::int64_t code;
         std::string says;
     } cases[] = {
-        {jobOfFile(missing), WLErrorFailed, "missing.jpg"}, {jobOfFile(folder), WLErrorFailed, "folder"},
-        {jobOfFile(empty), WLErrorEmpty, "no data"},        {jobOfFile(text), WLErrorFailed, "picture"},
-        {jobOfBytes({}), WLErrorEmpty, "no data"},          {nullptr, WLErrorInvalid, "no job"},
+        {jobOfFile(missing), WLErrorNotFound, "missing.jpg"},
+        {jobOfFile(folder), WLErrorInvalid, "folder"},
+        {jobOfFile(empty), WLErrorEmpty, "no data"},
+        {jobOfFile(text), WLErrorInvalid, "picture"},
+        {jobOfBytes({}), WLErrorEmpty, "no data"},
+        {nullptr, WLErrorInvalid, "no job"},
     };
     for (const auto &[job, code, says] : cases) {
         EXPECT_EQ(WLSaveJobRun(job.get(), &error), nullptr) << says;
@@ -212,7 +215,7 @@ TEST_F(CSaves, OfABatchEachSucceedOrFailByThemselves) {
         EXPECT_TRUE(assetOf(first));
         EXPECT_EQ(error, nullptr);
         EXPECT_EQ(WLSaveResultsGet(results, 1, &error), nullptr);
-        EXPECT_EQ(WLErrorCode(error), WLErrorFailed);
+        EXPECT_EQ(WLErrorCode(error), WLErrorNotFound);
         EXPECT_NE(WLErrorText(error)->utf8().find("missing.jpg"), std::string_view::npos);
         EXPECT_TRUE(WLSavedAssetWasPresent(WLSaveResultsGet(results, 2, &error)) || !wasPresent);
         EXPECT_EQ(WLSaveResultsGet(results, 3, &error), nullptr);
@@ -264,7 +267,7 @@ TEST_F(CSaves, NameTheFilesThatBelongToAnAsset) {
             EXPECT_FALSE(set(job.get(), path));
     ASSERT_TRUE(WLSaveJobSetSidecar(job.get(), (words + ".missing").c_str()));
     EXPECT_EQ(WLSaveJobRun(job.get(), &error), nullptr);
-    EXPECT_EQ(WLErrorCode(error), WLErrorFailed);
+    EXPECT_EQ(WLErrorCode(error), WLErrorNotFound);
     ASSERT_TRUE(WLSaveJobSetSidecar(job.get(), words.c_str()));
     ASSERT_TRUE(WLSaveJobSetCompanion(job.get(), second.c_str()));
     for (const bool isThere : {false, true}) {

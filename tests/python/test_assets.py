@@ -314,7 +314,7 @@ def test_files_that_belong_to_an_asset(library: wickerlane.Library, save: Save, 
     assert pathlib.Path(companion.path).read_bytes() == video.read_bytes()
     with pytest.raises(ValueError):
         library.save(picture, companion='')
-    with pytest.raises(wickerlane.Failed):
+    with pytest.raises(wickerlane.NotFound):
         library.save(picture, sidecar=tmp_path / 'missing')
     facts = library.video_facts(video)
     assert (facts.width, facts.height, facts.duration, facts.audio_codec) == (160, 120, 2, None)

@@ -25,8 +25,8 @@ def test_refused_requests(library: wickerlane.Library, save: Save, tmp_path: pat
     (tmp_path / 'text').write_text('no picture', encoding='utf-8')
     cases: list[tuple[Callable[[], object], type[Exception]]] = [
         (lambda: library.save(b''), wickerlane.Empty),
-        (lambda: library.save(tmp_path / 'missing.png'), wickerlane.Failed),
-        (lambda: library.save(tmp_path / 'text'), wickerlane.Failed),
+        (lambda: library.save(tmp_path / 'missing.png'), wickerlane.NotFound),
+        (lambda: library.save(tmp_path / 'text'), wickerlane.Invalid),
         (lambda: library.save(''), ValueError),
         (lambda: library.save('a\0b'), ValueError),
         (lambda: library.save('\udcff'), ValueError),

@@ -3,6 +3,7 @@
 #include "wickerlane/api/CallInternal.h"
 #include "wickerlane/api/ReasonInternal.h"
 #include "wickerlane/api/WLValues.h"
+#include "wickerlane/client/Refusals.h"
 #include "wickerlane/protocol/JobKeys.h"
 
 using namespace wickerlane;
@@ -72,12 +73,6 @@ void saveAll(void (JXGatekeeperClient::*save)(Array *, ResultsHandler), const WL
         handler(isWhole ? results : nullptr, isWhole ? nullptr : reasonOf(error, noAnswer).get());
     };
     (sharedClient()->*save)(entries.get(), answered);
-}
-
-/// Only the client sets a kind, for a request that failed; hoardd's refusals have none.
-ProblemKind kindOfRefusal(const Dictionary &result) {
-    const auto *kind = result.get<Number>(jobResult::requestErrorKind);
-    return kind != nullptr ? static_cast<ProblemKind>(kind->int64Value()) : ProblemKind::failed;
 }
 
 bool flag(const WLSavedAsset *saved, std::string_view key) {
@@ -152,11 +147,12 @@ void WLSaveJobRunWithHandler(WLSaveJob *job, void (*handler)(void *, WLSavedAsse
         return;
     }
     const auto answered = [called = std::move(called)](Dictionary *result, const Error *error) {
-        const auto *refusal = result != nullptr ? result->get<String>(jobResult::error) : nullptr;
-        if (refusal != nullptr)
-            called(nullptr, errorOf(ProblemKind::failed, std::string(refusal->utf8())).get());
+        if (result == nullptr)
+            called(nullptr, reasonOf(error, noAnswer).get());
+        else if (const auto refusal = client::problemOfJob(*result))
+            called(nullptr, errorOf(refusal->kind, refusal->text).get());
         else
-            called(result, result != nullptr ? nullptr : reasonOf(error, noAnswer).get());
+            called(result, nullptr);
     };
     sharedClient()->saveAssetWithJobDictionary(job->entries.get(), answered, job->image.get(),
                                                job->preview.get());
@@ -190,8 +186,8 @@ WLSavedAsset *WLSaveResultsGet(const WLArray *results, size_t index, WLError **e
     Ref<Error> failure;
     if (result == nullptr)
         failure = errorOf(ProblemKind::invalid, "the results have no job at that index");
-    else if (const auto *refusal = result->get<String>(jobResult::error))
-        failure = errorOf(kindOfRefusal(*result), std::string(refusal->utf8()));
+    else if (const auto refusal = client::problemOfJob(*result))
+        failure = errorOf(refusal->kind, refusal->text);
     if (error != nullptr)
         *error = failure ? autorelease(failure) : nullptr;
     return failure ? nullptr : result;

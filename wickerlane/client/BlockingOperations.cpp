@@ -4,7 +4,6 @@
 #include "wickerlane/protocol/AlbumRows.h"
 #include "wickerlane/protocol/AssetRows.h"
 #include "wickerlane/protocol/CoreRows.h"
-#include "wickerlane/protocol/JobKeys.h"
 
 using namespace wickerlane;
 using namespace wickerlane::client;
@@ -22,9 +21,7 @@ std::optional<Problem> refusalIn(const Reply &reply, const Dictionary *result) {
         return jobQueueFull();
     if (result == nullptr)
         return Problem{ProblemKind::failed, noAnswer, {}};
-    if (const auto *error = result->get<String>(protocol::jobResult::error))
-        return Problem{ProblemKind::failed, std::string(error->utf8()), {}};
-    return std::nullopt;
+    return problemOfJob(*result);
 }
 
 // An older hoardd says no without a reason: then it is `usual`.

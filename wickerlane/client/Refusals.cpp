@@ -1,6 +1,10 @@
 #include "wickerlane/client/Refusals.h"
 
+#include <utility>
+
+#include "wickerlane/platform/object/Number.h"
 #include "wickerlane/platform/process/ProcessFacts.h"
+#include "wickerlane/protocol/JobKeys.h"
 
 namespace wickerlane::client {
 
@@ -55,6 +59,19 @@ Problem noDataToSave() {
 
 Problem jobQueueFull() {
     return {ProblemKind::queueFull, "Too many jobs are waiting in hoardd." + std::string(tryAgain), {}};
+}
+
+std::optional<Problem> problemOfJob(const Dictionary &result) {
+    const auto *text = result.get<String>(protocol::jobResult::error);
+    if (text == nullptr)
+        return std::nullopt;
+    const auto *ofRequest = result.get<Number>(protocol::jobResult::requestErrorKind);
+    const auto *kind = ofRequest != nullptr ? ofRequest : result.get<Number>(protocol::jobResult::errorKind);
+    Problem problem{kind != nullptr ? static_cast<ProblemKind>(kind->int64Value()) : ProblemKind::failed,
+                    std::string(text->utf8()),
+                    {}};
+    // The client has said already what can be done about a request that failed.
+    return ofRequest != nullptr ? problem : withAdvice(std::move(problem));
 }
 
 std::optional<Problem> unknownToOlderDaemon(const MessageError &error) {

@@ -6,6 +6,7 @@
 
 #include "wickerlane/model/Problem.h"
 #include "wickerlane/platform/message/value/MessageValue.h"
+#include "wickerlane/platform/object/Dictionary.h"
 #include "wickerlane/platform/object/String.h"
 
 namespace wickerlane::client {
@@ -18,6 +19,10 @@ namespace wickerlane::client {
 [[nodiscard]] Problem entitlementMissing(const String *entitlement);
 [[nodiscard]] Problem noDataToSave();
 [[nodiscard]] Problem jobQueueFull();
+
+/// Why a job was not saved, of its result; nothing if it was. The kind is `failed` where an older hoardd
+/// gives none.
+[[nodiscard]] WL_EXPORT std::optional<Problem> problemOfJob(const Dictionary &result);
 
 /// Of an error that says that hoardd does not know an operation, because it is older than this library; else
 /// nothing.
