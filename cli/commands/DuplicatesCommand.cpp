@@ -109,8 +109,8 @@ Result<> addGroups(const std::vector<DuplicatesRecord> &groups, std::size_t &num
                                 createdText(record), pixelsText(record, "-"), sizeText(record.byteSize),
                                 outsideName(record)});
         }
-        if (listing.isJSON())
-            listing.add({{"likeness", likeness}, {"assets", std::move(described)}});
+        if (listing.isJSON() && best != nullptr)
+            listing.add({{"likeness", likeness}, {"best", best->uuid}, {"assets", std::move(described)}});
     }
     return {};
 }

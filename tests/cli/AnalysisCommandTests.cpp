@@ -70,6 +70,7 @@ TEST_F(AnalysisCommands, DuplicatesAreListedAndDecisionsRemembered) {
     const auto groups = run({"duplicates", "--update", "--json"}).json();
     ASSERT_EQ(groups.size(), 1U) << groups;
     EXPECT_EQ(groups[0]["likeness"], "same");
+    EXPECT_EQ(groups[0]["best"], picture);
     ASSERT_EQ(groups[0]["assets"].size(), 2U);
     EXPECT_EQ(groups[0]["assets"][0]["uuid"], picture);
     EXPECT_EQ(groups[0]["assets"][1]["uuid"], copy);
