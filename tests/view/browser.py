@@ -121,7 +121,7 @@ class Browser:
                 const {left, top, width, height} = cell.getBoundingClientRect();
                 return {name: cell.getAttribute('aria-label'), id: cell.asset?.id, index: cell.index,
                         left, top, width, height, isSelected: cell.classList.contains('selected'),
-                        isLoaded: Boolean(cell.querySelector('img')?.naturalWidth)};
+                        isLoaded: cell.picture.classList.contains('loaded')};
             }).filter(({top, height}) => top + height > 0 && top < innerHeight)''')
         return cells
 

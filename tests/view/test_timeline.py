@@ -39,12 +39,12 @@ def test_the_newest_are_shown_before_the_whole_timeline_is_known(browser: Browse
     browser.wait_for_sharp_grid()
     assert browser.one_or_none('.scrubber') is None
     browser.run("""
-        window.before = new Map([...document.querySelectorAll('.cell')].map((cell) => [cell, cell.picture]));
+        window.before = new Map([...document.querySelectorAll('.cell')].map((cell) => [cell, cell.loading]));
         letGo();""")
     scrubber = browser.one('.scrubber')
     browser.wait_for_grid()
     # What was there does not blink.
-    assert browser.run('return [...before].every(([cell, picture]) => cell.isConnected && cell.picture === picture)')
+    assert browser.run('return [...before].every(([cell, loading]) => cell.isConnected && cell.loading === loading)')
     browser.run('arguments[0].focus()', scrubber)
     browser.press(END)
     browser.wait(lambda: browser.wait_for_grid()[-1]['index'] == COUNT, 'the oldest photo does not appear')

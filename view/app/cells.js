@@ -9,44 +9,69 @@ const retries = [1000, 4000];
 const mostSharpening = 4;
 
 export function newCell() {
-    const cell = el('div', {class: 'cell', role: 'gridcell', tabindex: '-1', draggable: 'true'},
+    const picture = el('canvas', {width: '0', height: '0'});
+    const cell = el('div', {class: 'cell', role: 'gridcell', tabindex: '-1', draggable: 'true'}, picture,
                     el('span', {class: 'pick'}, icon('check')));
+    cell.picture = picture;
     cell.shown = '';
     return cell;
 }
 
-function setPicture(cell, asset) {
-    const image = el('img', {alt: '', draggable: 'false', decoding: 'async'});
-    let failures = 0;
-    image.addEventListener('load', () => {
-        image.classList.add('loaded');
-        cell.classList.remove('broken');
-    }, {once: true});
-    image.addEventListener('error', () => {
-        if (cell.picture !== image)
-            return;
-        cell.classList.add('broken');
-        // The library may just have been busy or away.
-        if (failures < retries.length)
-            setTimeout(() => {
-                if (cell.picture === image)
-                    image.src = media(asset, 'small');
-            }, retries[failures]);
-        failures += 1;
-    });
-    cell.classList.remove('broken');
-    if (cell.picture)
-        forgetPicture(cell.picture);
-    cell.picture = image;
-    cell.isSharp = false;
-    cell.prepend(image);
-    image.src = media(asset, 'small');
+async function fetchPicture(asset, size, signal) {
+    const answer = await fetch(media(asset, size), {signal, priority: 'low'});
+    if (!answer.ok)
+        throw new Error(`status ${answer.status}`);
+    const bitmap = await createImageBitmap(await answer.blob());
+    if (signal.aborted) {
+        bitmap.close();
+        throw signal.reason;
+    }
+    return bitmap;
 }
 
-function forgetPicture(image) {
-    // Stops what is still being fetched.
-    image.removeAttribute('src');
-    image.remove();
+/**
+ * Draws a picture, no larger than it has to be for a place of that size. A canvas gives its memory back once its cell
+ * has left the window; of image elements, browsers keep the last thousand pictures decoded.
+ */
+function draw({picture, classList}, bitmap, {width, height} = bitmap) {
+    const scale = Math.min(1, Math.max(width / bitmap.width, height / bitmap.height));
+    picture.width = Math.ceil(bitmap.width * scale);
+    picture.height = Math.ceil(bitmap.height * scale);
+    // Without the graphics card, so that a cell is no layer of its own.
+    const context = picture.getContext('2d', {alpha: false, willReadFrequently: true});
+    context.imageSmoothingQuality = 'medium';
+    context.drawImage(bitmap, 0, 0, picture.width, picture.height);
+    bitmap.close();
+    picture.classList.add('loaded');
+    classList.remove('broken');
+}
+
+async function setPicture(cell, asset) {
+    clearPicture(cell);
+    cell.loading = new AbortController();
+    const {signal} = cell.loading;
+    for (const pause of [0, ...retries]) {
+        if (pause > 0) // the library may just have been busy or away
+            await new Promise((resolve) => setTimeout(resolve, pause));
+        try {
+            draw(cell, await fetchPicture(asset, 'small', signal));
+            return;
+        } catch {
+            if (signal.aborted)
+                return;
+            cell.classList.add('broken');
+        }
+    }
+}
+
+function clearPicture(cell) {
+    cell.loading?.abort();
+    cell.loading = null;
+    cell.picture.width = 0;
+    cell.picture.height = 0;
+    cell.picture.classList.remove('loaded');
+    cell.classList.remove('broken');
+    cell.isSharp = false;
 }
 
 function mark(cell, name, make) {
@@ -85,12 +110,9 @@ export function bindCell(cell, asset, withPicture) {
 }
 
 export function clearCell(cell) {
-    if (cell.picture)
-        forgetPicture(cell.picture);
-    cell.picture = null;
+    clearPicture(cell);
     cell.shown = '';
     cell.asset = null;
-    cell.classList.remove('broken');
     for (const old of cell.querySelectorAll('.mark'))
         old.remove();
 }
@@ -102,48 +124,39 @@ export function cellName(asset, dayText, position, count) {
     return asset?.favourite ? `${name}, ${t('favourite')}` : name;
 }
 
-/** Replaces small pictures by sharper ones, some at a time, where they are shown larger than they are. */
+async function sharpen(cell, signal) {
+    const {asset, shown} = cell;
+    try {
+        const bitmap = await fetchPicture(asset, 'preview', signal);
+        if (cell.shown !== shown) {
+            bitmap.close();
+            return;
+        }
+        cell.loading.abort(); // the small one may still be on its way
+        draw(cell, bitmap, {width: cell.offsetWidth * devicePixelRatio, height: cell.offsetHeight * devicePixelRatio});
+        cell.isSharp = true;
+    } catch {
+        // The small one stays.
+    }
+}
+
+async function sharpenAll(queue, signal) {
+    for (let cell = queue.shift(); cell && !signal.aborted; cell = queue.shift())
+        if (cell.shown) // else it left the window while it waited
+            await sharpen(cell, signal);
+}
+
+/** Draws sharper pictures, some at a time, where they are shown larger than the small ones. */
 export class Sharpener {
-    #queue = [];
-    #running = new Set();
+    #controller = new AbortController();
 
     /** The cells in view; others are given up. */
     look(cells) {
-        this.stop();
-        this.#queue = cells.filter((cell) => cell.shown && !cell.isSharp &&
+        this.#controller.abort();
+        this.#controller = new AbortController();
+        const queue = cells.filter((cell) => cell.shown && !cell.isSharp &&
             Math.max(cell.offsetWidth, cell.offsetHeight) * devicePixelRatio > smallSide);
-        while (this.#running.size < mostSharpening && this.#queue.length > 0)
-            this.#next();
-    }
-
-    stop() {
-        this.#queue = [];
-        for (const image of this.#running)
-            image.removeAttribute('src');
-        this.#running.clear();
-    }
-
-    async #next() {
-        let cell = this.#queue.shift();
-        while (cell && !cell.shown) // it left the window while it waited
-            cell = this.#queue.shift();
-        if (!cell)
-            return;
-        const {shown, asset} = cell;
-        const image = el('img', {alt: '', draggable: 'false', class: 'loaded'});
-        this.#running.add(image);
-        image.src = media(asset, 'preview');
-        try {
-            await image.decode();
-            if (this.#running.has(image) && cell.shown === shown) {
-                cell.picture.replaceWith(image);
-                cell.picture = image;
-                cell.isSharp = true;
-            }
-        } catch {
-            // The small one stays.
-        }
-        if (this.#running.delete(image) && this.#queue.length > 0)
-            this.#next();
+        for (let number = 0; number < mostSharpening; number += 1)
+            sharpenAll(queue, this.#controller.signal);
     }
 }

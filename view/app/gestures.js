@@ -187,7 +187,7 @@ export class Gestures {
         const ids = this.#selection.has(cell.asset.id) ? this.#selection.ids : [cell.asset.id];
         event.dataTransfer.setData(dragType, ids.join(' '));
         event.dataTransfer.effectAllowed = 'copy';
-        if (cell.picture)
+        if (cell.picture.width > 0)
             event.dataTransfer.setDragImage(cell.picture, 20, 20);
         // A change of the page while the drag begins would end it.
         setTimeout(() => this.onDrag(ids));
