@@ -30,7 +30,7 @@ std::string wordsFor(ProblemKind kind) {
     case ProblemKind::noSpace:
         return localized("the disk is full");
     case ProblemKind::notWritable:
-        return localized("it can't be written");
+        return localized("permissions or the file system forbid it");
     case ProblemKind::newerVersion:
         return localized("the library was made by a newer version");
     case ProblemKind::unreachable:

@@ -121,7 +121,7 @@ class Browser:
                 const {left, top, width, height} = cell.getBoundingClientRect();
                 return {name: cell.getAttribute('aria-label'), id: cell.asset?.id, index: cell.index,
                         left, top, width, height, isSelected: cell.classList.contains('selected'),
-                        isLoaded: cell.picture.classList.contains('loaded')};
+                        isLoaded: cell.picture.classList.contains('loaded') && cell.picture.width > 0};
             }).filter(({top, height}) => top + height > 0 && top < innerHeight)''')
         return cells
 
@@ -139,7 +139,7 @@ class Browser:
         self.wait(lambda: self.run('''
             return [...document.querySelectorAll('.cell')].every((cell) => {
                 const {top, bottom, width, height} = cell.getBoundingClientRect();
-                return bottom <= 0 || top >= innerHeight || cell.isSharp ||
+                return bottom <= 0 || top >= innerHeight || cell.density >= devicePixelRatio ||
                     Math.max(width, height) * devicePixelRatio <= 256;
             })'''), 'the pictures do not get sharp')
 

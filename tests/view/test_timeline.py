@@ -67,12 +67,13 @@ def test_pictures_stand_beside_each_other_without_overlap(page: Browser) -> None
 
 def test_a_click_counts_although_a_sharper_picture_arrives_during_it(page: Browser) -> None:
     page.resize(600, 800)
-    page.wait_for_grid()
+    page.wait(lambda: page.run("return document.querySelector('.row').clientWidth") < 600, 'no new width')
+    page.wait_for_sharp_grid()
     cell = page.cell(0)
     page.actions().click_and_hold(cell).perform()
     page.resize(600, 800, density=3)
     page.run("document.querySelector('.scroll').scrollTop += 1")
-    page.wait(lambda: page.run('return arguments[0].isSharp', cell), 'no sharper picture arrives')
+    page.wait(lambda: page.run('return arguments[0].density === 3', cell), 'no sharper picture arrives')
     page.actions().release().perform()
     page.wait(page.large_picture, 'the click is lost')
 

@@ -9,10 +9,12 @@ const retries = [1000, 4000];
 const mostSharpening = 4;
 
 export function newCell() {
-    const picture = el('canvas', {width: '0', height: '0'});
+    const picture = el('canvas', {width: '0', height: '0', 'aria-hidden': 'true'});
     const cell = el('div', {class: 'cell', role: 'gridcell', tabindex: '-1', draggable: 'true'}, picture,
                     el('span', {class: 'pick'}, icon('check')));
     cell.picture = picture;
+    /** What its picture is sharp for, in pixels of the screen; 0 while that is the small one. */
+    cell.density = 0;
     cell.shown = '';
     return cell;
 }
@@ -71,7 +73,7 @@ function clearPicture(cell) {
     cell.picture.height = 0;
     cell.picture.classList.remove('loaded');
     cell.classList.remove('broken');
-    cell.isSharp = false;
+    cell.density = 0;
 }
 
 function mark(cell, name, make) {
@@ -110,7 +112,8 @@ export function bindCell(cell, asset, withPicture) {
 }
 
 export function clearCell(cell) {
-    clearPicture(cell);
+    if (cell.shown)
+        clearPicture(cell);
     cell.shown = '';
     cell.asset = null;
     for (const old of cell.querySelectorAll('.mark'))
@@ -133,8 +136,8 @@ async function sharpen(cell, signal) {
             return;
         }
         cell.loading.abort(); // the small one may still be on its way
-        draw(cell, bitmap, {width: cell.offsetWidth * devicePixelRatio, height: cell.offsetHeight * devicePixelRatio});
-        cell.isSharp = true;
+        cell.density = devicePixelRatio;
+        draw(cell, bitmap, {width: cell.offsetWidth * cell.density, height: cell.offsetHeight * cell.density});
     } catch {
         // The small one stays.
     }
@@ -154,7 +157,7 @@ export class Sharpener {
     look(cells) {
         this.#controller.abort();
         this.#controller = new AbortController();
-        const queue = cells.filter((cell) => cell.shown && !cell.isSharp &&
+        const queue = cells.filter((cell) => cell.shown && cell.density < devicePixelRatio &&
             Math.max(cell.offsetWidth, cell.offsetHeight) * devicePixelRatio > smallSide);
         for (let number = 0; number < mostSharpening; number += 1)
             sharpenAll(queue, this.#controller.signal);

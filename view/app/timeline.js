@@ -251,8 +251,12 @@ export class Timeline extends EventTarget {
             this.source.want(layout.rowFirst[first] ?? 0, layout.rowFirst[end] ?? 0);
         for (let section = firstSection; section < endSection; section += 1)
             this.#placeDay(section);
-        for (let row = first; row < end; row += 1)
-            this.#placeRow(row);
+        const top = this.scroller.top - topMargin;
+        const [inView, below] = layout.rowsBetween(top, top + this.scroller.window);
+        // What is in view fetches its pictures first.
+        for (const [from, to] of [[inView, below], [below, end], [first, inView]])
+            for (let row = from; row < to; row += 1)
+                this.#placeRow(row);
         for (const [row, element] of this.#rows)
             if (row < first || row >= end)
                 this.#setTop(element, layout.rowTop[row]);

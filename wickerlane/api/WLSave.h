@@ -70,9 +70,9 @@ WL_EXTERN_C bool WLSaveJobSetCompanion(WLSaveJob *job, const char *path);
 
 /// Saves. The result is borrowed. Null on failure, with the reason: WLErrorEmpty when there are no bytes,
 /// WLErrorQueueFull when too many jobs wait, WLErrorNotFound when there is no such file, WLErrorInvalid when
-/// it is neither a photo nor a video and for a null job, WLErrorNoSpace when the disk is full, and others;
-/// WLErrorFailed from a hoardd before 1.0. Blocks until the asset is safe on
-/// the disk.
+/// it is neither a photo nor a video and for a null job, WLErrorNotWritable when permissions keep it from
+/// being read, WLErrorNoSpace when the disk is full, and others; an older hoardd gives WLErrorFailed for all
+/// of the file's. Blocks until the asset is safe on the disk.
 WL_EXTERN_C WLSavedAsset *WLSaveJobRun(WLSaveJob *job, WLError **error);
 
 /// The same, without waiting. The handler gets the result, or null and an error.
@@ -99,8 +99,8 @@ WL_EXTERN_C void WLSaveOpenFilesWithHandler(WLArray *jobs,
                                             void *context, WLReleaseContext release);
 
 /// What came of the job at an index, which counts from 0; it lives as long as the results. Null with an
-/// error, which is borrowed, when that job was not saved, as above, and WLErrorInvalid when there is no job
-/// at the index. WLLastError() stays as it is.
+/// error, which is borrowed, when that job was not saved, with the codes of WLSaveJobRun(), and
+/// WLErrorInvalid when there is no job at the index. WLLastError() stays as it is.
 WL_EXTERN_C WLSavedAsset *WLSaveResultsGet(const WLArray *results, size_t index, WLError **error);
 
 // What came of it. WLAssetQuerySetIdentity() asks for all facts of the asset.

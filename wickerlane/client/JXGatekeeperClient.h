@@ -241,8 +241,8 @@ public:
                                                     wickerlane::ImageSurface *previewImageSurface = nullptr);
 
     /// batchSaveAssetsWithJobDictionaries: — saves several assets, like the operation with a handler: one
-    /// result for each job that was sent, in order, of which those of refused jobs have `error` alone. Null
-    /// on failure.
+    /// result for each job that was sent, in order, of which those of refused jobs have `error` and
+    /// `errorKind`. Null on failure.
     [[nodiscard]] wickerlane::Array *saveAssets(wickerlane::Array *jobDictionaries);
 
     /// addGroupWithName: — creates an album. Its URL; null on failure.
@@ -288,7 +288,8 @@ public:
     /// dictionary has the keys of JobKeys.h; the picture and a preview of it may be given as surfaces. The
     /// handler gets (result, error), one of which is null, or both when hoardd's answer has neither:
     ///  - Saved: a result with the keys of protocol::jobResult, among them `assetURL`.
-    ///  - Refused: a result that has `error` alone, a text for people. So it is with a file that is missing,
+    ///  - Refused: a result with `error`, a text for people, and `errorKind`, a ProblemKind. So it is with a
+    ///  file that is missing,
     ///    is none (a folder, say), or can't be read, a value that makes no sense, and a full disk.
     ///  - Error 12: the job names nothing to save, or something empty.
     ///  - Error 11: hoardd has too many jobs of this program.

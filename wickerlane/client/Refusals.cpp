@@ -70,8 +70,9 @@ std::optional<Problem> problemOfJob(const Dictionary &result) {
     Problem problem{kind != nullptr ? static_cast<ProblemKind>(kind->int64Value()) : ProblemKind::failed,
                     std::string(text->utf8()),
                     {}};
-    // The client has said already what can be done about a request that failed.
-    return ofRequest != nullptr ? problem : withAdvice(std::move(problem));
+    // Advice is there already where a request has failed, and a refusal is about the file, not about access.
+    const bool isAdvised = ofRequest != nullptr || problem.kind == ProblemKind::refused;
+    return isAdvised ? problem : withAdvice(std::move(problem));
 }
 
 std::optional<Problem> unknownToOlderDaemon(const MessageError &error) {

@@ -20,8 +20,8 @@ namespace wickerlane::client {
 [[nodiscard]] Problem noDataToSave();
 [[nodiscard]] Problem jobQueueFull();
 
-/// Why a job was not saved, of its result; nothing if it was. The kind is `failed` where an older hoardd
-/// gives none.
+/// Why the asset of a job was not saved, from the result; nothing if it was. The kind is `failed` where an
+/// older hoardd gives none.
 [[nodiscard]] WL_EXPORT std::optional<Problem> problemOfJob(const Dictionary &result);
 
 /// Of an error that says that hoardd does not know an operation, because it is older than this library; else
