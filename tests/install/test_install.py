@@ -3,6 +3,7 @@ by the CMake package, and each installed header by itself."""
 
 import argparse
 import concurrent.futures
+import contextlib
 import os
 import pathlib
 import plistlib
@@ -53,8 +54,9 @@ def leave_analyses_out(root):
 def end_daemon(root):
     """Ends the daemon that the application started, by the process id in the library's lock."""
     process = int((root / 'var/mobile/Media/PhotoData/hoardd.lock').read_text(encoding='utf-8'))
-    with os.fdopen(os.pidfd_open(process)) as pidfd:
-        os.kill(process, signal.SIGTERM)
+    # On a slow machine it has had nothing to do for so long that it has ended.
+    with contextlib.suppress(ProcessLookupError), os.fdopen(os.pidfd_open(process)) as pidfd:
+        signal.pidfd_send_signal(pidfd.fileno(), signal.SIGTERM)
         select.select([pidfd], [], [], 60)
 
 
