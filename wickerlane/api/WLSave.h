@@ -71,8 +71,8 @@ WL_EXTERN_C bool WLSaveJobSetCompanion(WLSaveJob *job, const char *path);
 /// Saves. The result is borrowed. Null on failure, with the reason: WLErrorEmpty when there are no bytes,
 /// WLErrorQueueFull when too many jobs wait, WLErrorNotFound when there is no such file, WLErrorInvalid when
 /// it is neither a photo nor a video and for a null job, WLErrorNotWritable when permissions keep it from
-/// being read, WLErrorNoSpace when the disk is full, and others; an older hoardd gives WLErrorFailed for all
-/// of the file's. Blocks until the asset is safe on the disk.
+/// being read, WLErrorNoSpace when the disk is full, and others; hoardd before 1.0 gives WLErrorFailed
+/// whatever is wrong with the file. Blocks until the asset is safe on the disk.
 WL_EXTERN_C WLSavedAsset *WLSaveJobRun(WLSaveJob *job, WLError **error);
 
 /// The same, without waiting. The handler gets the result, or null and an error.

@@ -288,9 +288,9 @@ public:
     /// dictionary has the keys of JobKeys.h; the picture and a preview of it may be given as surfaces. The
     /// handler gets (result, error), one of which is null, or both when hoardd's answer has neither:
     ///  - Saved: a result with the keys of protocol::jobResult, among them `assetURL`.
-    ///  - Refused: a result with `error`, a text for people, and `errorKind`, a ProblemKind. So it is with a
-    ///  file that is missing,
-    ///    is none (a folder, say), or can't be read, a value that makes no sense, and a full disk.
+    ///  - Refused: a result with `error`, a text for people, and `errorKind`, a ProblemKind. So it is with
+    ///    a file that is missing, is none (a folder, say), or can't be read, a value that makes no sense,
+    ///    and a full disk.
     ///  - Error 12: the job names nothing to save, or something empty.
     ///  - Error 11: hoardd has too many jobs of this program.
     ///  - Error 10: hoardd can't be reached, ended before it answered, or did not serve the request at all.
