@@ -16,12 +16,12 @@ import sys
 import tempfile
 
 arguments = argparse.ArgumentParser()
-for name in ('build', 'cmake', 'generator', 'cc', 'cxx', 'sanitize'):
+for name in ('build', 'cmake', 'generator', 'cc', 'cxx'):
     arguments.add_argument('--' + name, required=True)
 options = arguments.parse_args()
 here = pathlib.Path(__file__).parent
 MANUAL = here.parent.parent / 'docs/man/libwickerlane.3.scd'
-sanitizers = [f'-fsanitize={options.sanitize}'] if options.sanitize else []
+launcher = [path for path in [shutil.which('ccache')] if path]
 
 
 def run(*command, **more):
@@ -63,7 +63,8 @@ def end_daemon(root):
 def build_with_pkg_config(folder, module, environment):
     """The program that was built."""
     flags = run('pkg-config', '--cflags', '--libs', module, env=environment).split()
-    run(options.cxx, '-std=c++20', *sanitizers, folder / 'main.cpp', '-o', folder / 'by-pkg-config', *flags)
+    run(*launcher, options.cxx, '-std=c++20', '-c', folder / 'main.cpp', '-o', folder / 'main.o', *flags, cwd=folder)
+    run(options.cxx, folder / 'main.o', '-o', folder / 'by-pkg-config', *flags)
     return folder / 'by-pkg-config'
 
 
@@ -71,7 +72,7 @@ def build_with_cmake(folder, prefix):
     """The program that was built."""
     build = folder / 'build'
     run(options.cmake, '-G', options.generator, '-S', folder, '-B', build, f'-DCMAKE_PREFIX_PATH={prefix}',
-        f'-DCMAKE_CXX_COMPILER={options.cxx}', f"-DCMAKE_CXX_FLAGS={' '.join(sanitizers)}")
+        f'-DCMAKE_CXX_COMPILER={options.cxx}')
     run(options.cmake, '--build', build)
     return build / folder.name
 
@@ -144,21 +145,25 @@ def check_upgrade(prefix):
     assert set(folder.glob('*.dist-info')) == {current, others[2]}, list(folder.iterdir())
 
 
-def compile_header(include, header):
+def compile_header(include, header, scratch):
     """What the compilers say about the header; nothing when it can be included by itself."""
     # A header that looks whether it is C++ that reads it promises to be C as well.
-    languages = [[options.cxx, '-x', 'c++', '-std=c++20']]
+    languages = [('.cpp', options.cxx, '-std=c++20')]
     if '__cplusplus' in (include / header).read_text(encoding='utf-8'):
-        languages.append([options.cc, '-x', 'c', '-std=c11'])
+        languages.append(('.c', options.cc, '-std=c11'))
     said = ''
-    for language in languages:
-        command = [*language, '-Wall', '-Wextra', '-Werror', '-fsyntax-only', f'-I{include}', '-']
-        said += subprocess.run(command, input=f'#include <{header}>\n', stdout=subprocess.PIPE,
-                               stderr=subprocess.STDOUT, text=True, check=False).stdout
+    for suffix, compiler, standard in languages:
+        source = scratch / (header.replace('/', '-') + suffix)
+        source.write_text(f'#include <{header}>\n', encoding='utf-8')
+        command = [*launcher, compiler, standard, '-Wall', '-Wextra', '-Werror', f'-I{include}', '-c', source, '-o',
+                   source.with_suffix(suffix + '.o')]
+        said += subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, check=False,
+                               cwd=scratch).stdout
     return said
 
 
-def check_headers(include):
+def check_headers(include, scratch):
+    scratch.mkdir()
     headers = sorted(file.relative_to(include).as_posix() for file in include.rglob('*.h'))
     # What reads a store beside the daemon is not for applications.
     of_store = [each for each in headers if each.startswith('wickerlane/store/')]
@@ -166,7 +171,7 @@ def check_headers(include):
     assert len(headers) > 20, headers
     assert not [header for header in headers if header.endswith('Internal.h')]
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
-        faults = [said for said in pool.map(lambda header: compile_header(include, header), headers) if said]
+        faults = [said for said in pool.map(lambda header: compile_header(include, header, scratch), headers) if said]
     if faults:
         sys.exit('headers that cannot be included by themselves:\n' + '\n'.join(faults))
 
@@ -175,6 +180,10 @@ def main():
     with tempfile.TemporaryDirectory(prefix='wickerlane-install-') as made:
         top = pathlib.Path(made)
         prefix = top / 'usr'
+        # What is the same wherever it is installed is compiled once.
+        os.environ.update(CCACHE_BASEDIR=made, CCACHE_NOHASHDIR='true')
+        for language in ('C', 'CXX') if launcher else ():
+            os.environ[f'CMAKE_{language}_COMPILER_LAUNCHER'] = launcher[0]
         run(options.cmake, '--install', options.build, '--prefix', prefix)
         folder, kit = (shutil.copytree(here / name, top / name) for name in ('application', 'kit'))
         pkgconfig = next(prefix.rglob('wickerlane.pc')).parent
@@ -192,7 +201,7 @@ def main():
             end_daemon(top / 'root')
         check_kit(build_with_pkg_config(kit, 'wickerlane-testing', environment), environment)
         check_kit(build_with_cmake(kit, prefix), environment)
-        check_headers(prefix / 'include')
+        check_headers(prefix / 'include', top / 'headers')
 
 
 main()
