@@ -1,5 +1,6 @@
 #include "cli/ForeignProblems.h"
 
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -50,18 +51,15 @@ std::string wordsFor(ProblemKind kind) {
 } // namespace
 
 std::string translated(std::string text) {
-    if (text == "it is neither a picture nor a video, by its contents and by its name")
-        return localized("it is neither a picture nor a video, by its contents and by its name");
-    if (text == "the file is not a picture of a known format")
-        return localized("the file is not a picture of a known format");
-    return text;
+    std::optional<std::string> translation = translatedProblem(text);
+    return translation ? *std::move(translation) : std::move(text);
 }
 
 Problem withKindInWords(Problem told) {
     if (isInEnglish())
         return told;
-    if (std::string text = translated(told.text); text != told.text)
-        told.text = std::move(text);
+    if (std::optional<std::string> translation = translatedProblem(told.text))
+        told.text = *std::move(translation);
     else if (const std::string words = wordsFor(told.kind); !words.empty())
         told.text = localized("{}: {}", words, told.text);
     return told;

@@ -8,7 +8,7 @@
 
 namespace wickerlane::cli {
 
-/// What is often said of a single file, in the language of the user. Another text stays as it is.
+/// The text in the language of the user, or as it is where there is no translation.
 [[nodiscard]] std::string translated(std::string text);
 
 /// The same for the user: where texts are not in English, and this one is not translated, what kind of

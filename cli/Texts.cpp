@@ -15,7 +15,9 @@
 namespace wickerlane::cli {
 namespace {
 
-constexpr std::string_view bundleName = "WickerlaneCommand", tableName = "Command", english = "en";
+constexpr std::string_view bundleName = "WickerlaneCommand", english = "en";
+// The command's own texts, and those of the daemon about problems.
+constexpr std::string_view commandTable = "Command", problemTable = "Problems";
 
 constinit std::atomic<bool> speaksEnglish{false};
 
@@ -23,9 +25,20 @@ bool isEnglish(const std::string &language) {
     return language == english || language.starts_with("en-");
 }
 
+Ref<Dictionary> tableNamed(std::string_view name, std::string_view language) {
+    const Bundle *bundle = Bundle::named(bundleName);
+    return bundle != nullptr ? createStringTableFromFile(bundle->pathForResource(name, "strings", language))
+                             : nullptr;
+}
+
+std::optional<std::string_view> find(const Ref<Dictionary> &texts, std::string_view key) {
+    const auto *text = texts ? texts->get<String>(key) : nullptr;
+    return text != nullptr ? std::optional(text->utf8()) : std::nullopt;
+}
+
 struct Translations {
     std::string language;
-    Ref<Dictionary> texts; ///< Null for English.
+    Ref<Dictionary> texts, problems; ///< Null for English.
 
     // Kept, since commands may change the languages of the process.
     Translations() {
@@ -38,12 +51,8 @@ struct Translations {
         if (localizations.empty() || isEnglish(localizations.front()))
             return;
         language = localizations.front();
-        texts = createStringTableFromFile(bundle->pathForResource(tableName, "strings", language));
-    }
-
-    [[nodiscard]] std::optional<std::string_view> find(std::string_view key) const {
-        const auto *text = texts->get<String>(key);
-        return text != nullptr ? std::optional(text->utf8()) : std::nullopt;
+        texts = tableNamed(commandTable, language);
+        problems = problemTexts(language);
     }
 };
 
@@ -85,7 +94,16 @@ bool isInEnglish() {
 
 std::string localizedText(fmt::string_view text, fmt::format_args arguments) {
     const Translations *all = translations();
-    return formatted(all != nullptr ? all->find(viewOf(text)) : std::nullopt, viewOf(text), arguments);
+    return formatted(all != nullptr ? find(all->texts, viewOf(text)) : std::nullopt, viewOf(text), arguments);
+}
+
+Ref<Dictionary> problemTexts(std::string_view language) {
+    return tableNamed(problemTable, language);
+}
+
+std::optional<std::string> translatedProblem(std::string_view text) {
+    const Translations *all = translations();
+    return all != nullptr ? std::optional<std::string>(find(all->problems, text)) : std::nullopt;
 }
 
 std::string localizedCountText(std::uint64_t count, fmt::string_view one, fmt::string_view other,
@@ -93,9 +111,9 @@ std::string localizedCountText(std::uint64_t count, fmt::string_view one, fmt::s
     const std::string key(other.data(), other.size());
     std::optional<std::string_view> translation;
     if (const Translations *all = translations()) {
-        translation = all->find(fmt::format("{} [{}]", key, pluralCategory(all->language, count)));
+        translation = find(all->texts, fmt::format("{} [{}]", key, pluralCategory(all->language, count)));
         if (!translation)
-            translation = all->find(key);
+            translation = find(all->texts, key);
     }
     return formatted(translation, count == 1 ? viewOf(one) : key, arguments);
 }

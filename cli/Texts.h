@@ -5,6 +5,9 @@
 // plural category of the language, with the category behind the key: "{} files saved [few]"; "other" stands
 // without.
 //
+// The daemon speaks English. Those of its texts that people meet have a table of their own, with the texts as
+// keys.
+//
 // What programs read is not translated: help, JSON, headings of tables.
 #ifndef CLI_TEXTS_H
 #define CLI_TEXTS_H
@@ -12,8 +15,12 @@
 #include <fmt/format.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
+
+#include "wickerlane/platform/object/Dictionary.h"
 
 namespace wickerlane::cli {
 
@@ -47,6 +54,11 @@ localizedCount(std::uint64_t count, fmt::format_string<const std::uint64_t &, co
                const Arguments &...arguments) {
     return localizedCountText(count, one, other, fmt::make_format_args(count, arguments...));
 }
+
+/// The translations of what the daemon says is wrong, by the English texts. Null for a language without any.
+[[nodiscard]] Ref<Dictionary> problemTexts(std::string_view language);
+/// The one in the language of this process, if there is one. Thread-safe.
+[[nodiscard]] std::optional<std::string> translatedProblem(std::string_view english);
 
 /// Parts of a summary, with commas between them.
 [[nodiscard]] std::string joined(const std::vector<std::string> &parts);

@@ -36,7 +36,7 @@ std::vector<std::string> languagesIn(std::string_view header) {
 } // namespace
 
 std::string languageFor(std::string_view acceptLanguage) {
-    const std::vector<std::string> available{"en", "de", "fr", "ja", "pt-BR", "ar"};
+    const std::vector<std::string> available(pageLanguages.begin(), pageLanguages.end());
     const auto best = matchingLocalizations(available, languagesIn(acceptLanguage));
     return best.empty() ? available.front() : best.front();
 }

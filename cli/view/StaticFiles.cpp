@@ -1,14 +1,19 @@
 #include "cli/view/StaticFiles.h"
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 #include <zlib.h>
 
 #include <algorithm>
 #include <array>
 #include <filesystem>
 #include <string_view>
+#include <utility>
 
+#include "cli/ObjectJSON.h"
+#include "cli/Texts.h"
 #include "cli/view/Answers.h"
+#include "cli/view/Languages.h"
 #include "wickerlane/platform/file/DataFolders.h"
 #include "wickerlane/platform/file/Files.h"
 
@@ -56,16 +61,22 @@ Result<StaticFiles> StaticFiles::read() {
             continue;
         if (!readFile(each->path(), contents, maxFileBytes))
             return failSystem("read", each->path());
-        File file{
-            kind->type, std::string(reinterpret_cast<const char *>(contents.data()), contents.size()), {}};
-        const auto sum = ::crc32_z(0, reinterpret_cast<const Bytef *>(contents.data()), contents.size());
-        file.tag = fmt::format("\"{:x}-{:08x}\"", contents.size(), sum);
-        page.files.emplace("/" + each->path().lexically_relative(folder).generic_string(), std::move(file));
+        page.add("/" + each->path().lexically_relative(folder).generic_string(), kind->type,
+                 std::string(reinterpret_cast<const char *>(contents.data()), contents.size()));
     }
     if (error)
         return fail(ProblemKind::failed, "can't read " + folder + ": " + error.message());
     page.files["/"] = page.files["/index.html"];
+    for (const char *language : pageLanguages)
+        page.add(fmt::format("/texts/problems/{}.json", language), "application/json",
+                 jsonOf(problemTexts(language).get()).dump());
     return page;
+}
+
+void StaticFiles::add(const std::string &path, const char *type, std::string contents) {
+    const auto sum = ::crc32_z(0, reinterpret_cast<const Bytef *>(contents.data()), contents.size());
+    std::string tag = fmt::format("\"{:x}-{:08x}\"", contents.size(), sum);
+    files.emplace(path, File{type, std::move(contents), std::move(tag)});
 }
 
 bool StaticFiles::answer(const httplib::Request &request, httplib::Response &response) const {

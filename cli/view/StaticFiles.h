@@ -28,6 +28,7 @@ private:
         std::string contents;
         std::string tag; ///< As a header has it.
     };
+    void add(const std::string &path, const char *type, std::string contents);
 
     std::map<std::string, File, std::less<>> files; // by "/style.css"
 };

@@ -127,7 +127,7 @@ TEST_F(CommandLanguage, AWrongCommandLineIsExplainedInTheLanguageOfTheUser) {
     }
 }
 
-TEST_F(CommandLanguage, TheKindOfAProblemOfTheDaemonIsSaidBeforeItsEnglish) {
+TEST_F(CommandLanguage, AProblemOfTheDaemonIsTranslatedOrItsKindIsSaidBeforeItsEnglish) {
     const auto expectKind = [](const std::vector<std::string> &words, const std::string &german,
                                const std::string &french) {
         const std::string prefix = "wickerlane: ";
@@ -145,7 +145,13 @@ TEST_F(CommandLanguage, TheKindOfAProblemOfTheDaemonIsSaidBeforeItsEnglish) {
     for (const char *album : {"Dunes", "Tides"})
         ASSERT_EQ(run({"album", "create", album}).exitCode, 0);
     const std::string uuid = importedTimes(1).front(), tooLong(10'000, 'x');
-    expectKind({"album", "rename", "Dunes", "Tides"}, "existiert schon: ", "existe déjà : ");
+    for (const auto &[locale, text] : {std::pair("C", "there is an album of that name"),
+                                       {"de_DE", "es gibt schon ein Album dieses Namens"},
+                                       {"ja_JP", "同じ名前のアルバムがすでにあります"}}) {
+        setLanguage(locale);
+        const CommandResult told = run({"album", "rename", "Dunes", "Tides"});
+        EXPECT_EQ(told.errors, std::string("wickerlane: ") + text + "\n") << locale;
+    }
     expectKind({"set", uuid, "--caption", tooLong}, "ungültig: ", "non valable : ");
     pid_t daemon = 0;
     std::ifstream(wickerlane::store::LibraryPaths().lock()) >> daemon;

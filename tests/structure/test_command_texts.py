@@ -1,4 +1,5 @@
-"""What the command says is in its string tables, once and with the same places: test_command_texts.py SOURCE_FOLDER"""
+"""What the command says is in its string tables, once and with the same places, and what the daemon says of problems is in
+tables that fit its code: test_command_texts.py SOURCE_FOLDER"""
 
 import re
 import sys
@@ -47,9 +48,16 @@ def texts_in_code() -> tuple[set[str], set[str]]:
     return texts, counted
 
 
-def table(language: str) -> dict[str, str]:
+def daemon_code() -> str:
+    """The code of the daemon and of what it shares with its clients, with the literals in a row put together."""
+    paths = sorted(path for folder in ('hoardd', 'wickerlane') for path in (ROOT / folder).rglob('*')
+                   if path.suffix in ('.h', '.cpp'))
+    return re.sub(r'"\s*\n\s*"', '', '\n'.join(path.read_text() for path in paths))
+
+
+def table(language: str, name: str = 'Command') -> dict[str, str]:
     """The entries of a string table."""
-    path = ROOT / f'resources/WickerlaneCommand.bundle/{language}.lproj/Command.strings'
+    path = ROOT / f'resources/WickerlaneCommand.bundle/{language}.lproj/{name}.strings'
     entries: dict[str, str] = {}
     for line in re.sub(r'/\*.*?\*/', '', path.read_text(), flags=re.DOTALL).splitlines():
         if line.strip():
@@ -76,4 +84,12 @@ for name, categories in LANGUAGES.items():
         missing = wanted[each] - places(shown) - optional
         assert not missing and places(shown) <= wanted[each], f'{name}: other places than in the code: {each}'
         assert not re.search(r'[\u200e\u200f\u202a-\u202e\u2066-\u2069]', shown), f'{name}: a hidden mark: {each}'
+PROBLEMS = {name: table(name, 'Problems') for name in LANGUAGES}
+known = set().union(*PROBLEMS.values())
+assert len(known) > 40, 'next to no problem is translated'
+DAEMON = daemon_code()
+unsaid = {text for text in known if f'"{text}"' not in DAEMON}
+assert not unsaid, f'the daemon no longer says {sorted(unsaid)}'
+for name, given in PROBLEMS.items():
+    assert given.keys() == known, f'{name} has no text for {sorted(known - given.keys())}'
 assert not table('en'), 'the English texts stand in the code'

@@ -251,12 +251,13 @@ def test_what_failed_is_said_in_the_readers_language(page: Browser) -> None:
         const {el} = await import('/app/dom.js');
         const {explain} = await import('/app/status.js');
         await loadTexts('de');
-        return [['exists', 'there is an album of that name'], ['noServer', ''], ['invalid', 'this is no picture'],
-                ['invalid', '']].map(([code, message]) =>
-            [...el('p', {}, explain({code, message})).childNodes].map(({textContent}) => textContent));''')
-    assert said == [['Etwas mit diesem Namen gibt es schon.', 'there is an album of that name'],
-                    ['Das Programm hinter dieser Seite ist nicht erreichbar.'], ['this is no picture'],
-                    ['Das hat nicht geklappt.']]
+        return [['exists', 'there is an album of that name'], ['noServer', ''], ['invalid', 'the file is empty'],
+                ['invalid', 'no text that is known'], ['invalid', '']].map(([code, message]) =>
+            [...el('p', {}, explain({code, message})).childNodes].map(({lang, textContent}) =>
+                [lang ?? '', textContent]));''')
+    assert said == [[['', 'Etwas mit diesem Namen gibt es schon.'], ['', 'es gibt schon ein Album dieses Namens']],
+                    [['', 'Das Programm hinter dieser Seite ist nicht erreichbar.']], [['', 'die Datei ist leer']],
+                    [['en', 'no text that is known']], [['', 'Das hat nicht geklappt.']]]
 
 
 def test_exposures_are_written_as_on_a_camera(page: Browser) -> None:

@@ -2,7 +2,7 @@
 
 import * as api from './api.js';
 import {el, iconButton} from './dom.js';
-import {explain, fail} from './status.js';
+import {explain, fail, said} from './status.js';
 import {bytes, t} from './texts.js';
 
 // Browsers don't count raw files and metadata among pictures.
@@ -237,8 +237,8 @@ export class Import extends EventTarget {
         this.#done.files += 1;
         this.#done.present += wasPresent ? 1 : 0;
         this.#done.refused += error ? 1 : 0;
-        if (error ?? problem)
-            this.#refuse(file, error ?? problem);
+        if (error || problem)
+            this.#refuse(file, error ?? said('span', problem));
     }
 
     /** Counts what is not imported as if it had not been there. */

@@ -1,7 +1,7 @@
 // Short messages, with an action where there is one, and the line that says when the library can't be reached.
 
 import {el, icon, iconButton, textButton} from './dom.js';
-import {t} from './texts.js';
+import {t, translation} from './texts.js';
 
 const toasts = el('div', {class: 'toasts', role: 'status', 'aria-live': 'polite'});
 const banner = el('div', {class: 'banner', role: 'alert', hidden: true});
@@ -41,14 +41,18 @@ export function say(content, action = null) {
 const explained = ['noServer', 'unreachable', 'restarting', 'busy', 'timedOut', 'denied', 'readOnly', 'full',
                    'notFound', 'exists', 'failed'];
 
-/** What the server says, which is English, below a text of the page. */
-export const detail = (text) => (text ? el('small', {class: 'detail', lang: 'en', dir: 'ltr'}, text) : null);
+/** What the server says, which is English unless it is translated. */
+export const said = (tag, text, attributes = {}) =>
+    el(tag, translation(text) ? attributes : {...attributes, lang: 'en', dir: 'ltr'}, translation(text) ?? text);
+
+/** The same below a text of the page. */
+export const detail = (text) => (text ? said('small', text, {class: 'detail'}) : null);
 
 /** What went wrong, for people: the content of an element. */
 export function explain({code, message}) {
     if (explained.includes(code))
         return [t(`error.${code}`), detail(message)];
-    return [message || t('error.failed')];
+    return [message ? said('span', message) : t('error.failed')];
 }
 
 export function fail(error) {

@@ -2,16 +2,18 @@
 
 const rightToLeft = ['ar'];
 let texts = {};
+let problems = {};
 let language = 'en';
 // Made when they are first used: the first of a page takes tens of milliseconds.
 const formats = new Map();
 
 /** Fetches the texts of a language, and sets the language and direction of the document. */
 export async function loadTexts(tag) {
-    const answer = await fetch(`/texts/${tag}.json`);
-    if (!answer.ok)
+    const answers = await Promise.all([fetch(`/texts/${tag}.json`), fetch(`/texts/problems/${tag}.json`)]);
+    if (answers.some(({ok}) => !ok))
         throw new Error(`there are no texts for ${tag}`);
-    texts = await answer.json();
+    [texts, problems] = await Promise.all(answers.map((answer) => answer.json()));
+    problems ??= {}; // there are none in English
     language = tag;
     formats.clear();
     document.documentElement.lang = tag;
@@ -28,6 +30,9 @@ export function t(key, values = {}) {
         text = text[format(Intl.PluralRules, 'plurals').select(values.n)] ?? text.other;
     return text.replace(/\{(\w+)\}/g, (_, name) => (name === 'n' ? number(values.n) : String(values[name] ?? '')));
 }
+
+/** What the server says is wrong, in the language of the page; null where there is no translation. */
+export const translation = (text) => problems[text] ?? null;
 
 export const number = (value) => format(Intl.NumberFormat, 'number').format(value);
 

@@ -308,6 +308,9 @@ def test_the_page_is_served_in_the_readers_language(view: View) -> None:
                                ('xx;q=oops,,;', 'en')):
         assert view.get('/api/session', Accept_Language=accepted).json['language'] == language
     assert view.get('/texts/de.json').json
+    problem = 'there is no such asset'
+    said = [(view.get(f'/texts/problems/{language}.json').json or {}).get(problem) for language in ('en', 'fr', 'pt-BR')]
+    assert said == [None, 'cet élément n’existe pas', 'esse item não existe']
 
 
 def test_a_port_that_is_taken_is_not_shared(view: View, library: Library) -> None:
