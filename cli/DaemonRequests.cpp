@@ -57,8 +57,8 @@ Problem explained(const MessageError &refusal) {
     }
     case ProblemKind::busy:
     case ProblemKind::queueFull:
-        if (problem.text.find("try again") == std::string::npos)
-            problem.text = localized("{} Try again later.", problem.text);
+        if (refusal.text().find("try again") == std::string_view::npos)
+            problem.text = localized("{}. Try again later.", problem.text);
         break;
     case ProblemKind::notWritable:
         problem.text = localized("{}. Choose another library with --root, or ask its owner", problem.text);

@@ -103,7 +103,18 @@ Ref<Dictionary> problemTexts(std::string_view language) {
 
 std::optional<std::string> translatedProblem(std::string_view text) {
     const Translations *all = translations();
-    return all != nullptr ? std::optional<std::string>(find(all->problems, text)) : std::nullopt;
+    if (all == nullptr)
+        return std::nullopt;
+    if (const auto whole = find(all->problems, text))
+        return std::string(*whole);
+    constexpr std::string_view stop = ". ";
+    const std::size_t end = text.find(stop);
+    const auto sentence = find(all->problems, text.substr(0, end));
+    if (end == text.npos || !sentence)
+        return std::nullopt;
+    const std::string_view advice = text.substr(end + stop.size());
+    return fmt::format("{}{}{}", *sentence, find(all->problems, stop).value_or(stop),
+                       find(all->problems, advice).value_or(advice));
 }
 
 std::string localizedCountText(std::uint64_t count, fmt::string_view one, fmt::string_view other,

@@ -57,7 +57,8 @@ localizedCount(std::uint64_t count, fmt::format_string<const std::uint64_t &, co
 
 /// The translations of what the daemon says is wrong, by the English texts. Null for a language without any.
 [[nodiscard]] Ref<Dictionary> problemTexts(std::string_view language);
-/// The one in the language of this process, if there is one. Thread-safe.
+/// The one in the language of this process, if there is one. A sentence of advice behind the problem is
+/// translated by itself. Thread-safe.
 [[nodiscard]] std::optional<std::string> translatedProblem(std::string_view english);
 
 /// Parts of a summary, with commas between them.

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "cli/AssetDescription.h"
+#include "cli/ForeignProblems.h"
 #include "cli/Formatting.h"
 #include "cli/Output.h"
 #include "cli/Queries.h"
@@ -87,7 +88,7 @@ void printFields(const ManagedAsset &asset) {
     if (const std::string sidecar = sidecarPath(record); !sidecar.empty())
         printField(localized("Metadata"), sidecar);
     if (!record.problem.empty())
-        printField(localized("Problem"), record.problem);
+        printField(localized("Problem"), translated(record.problem));
 }
 
 void printCompanion(const CompanionRecord &companion) {

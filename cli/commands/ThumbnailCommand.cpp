@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "cli/DaemonRequests.h"
+#include "cli/ForeignProblems.h"
 #include "cli/Formatting.h"
 #include "cli/NewFile.h"
 #include "cli/Output.h"
@@ -79,7 +80,7 @@ Result<std::string> writeThumbnail(const Options &options, const ManagedAsset &a
                             problem.empty()
                                 ? localized("there is no such picture of {}", asset.record().uuid)
                                 : localized("there is no such picture of {}, because it can't be decoded: {}",
-                                            asset.record().uuid, problem),
+                                            asset.record().uuid, translated(problem)),
                             {}});
     }
     const std::string path = to.empty() || to.ends_with('/') ? to + defaultName(asset, format) : to;

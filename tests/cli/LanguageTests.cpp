@@ -4,8 +4,13 @@
 
 #include "tests/cli/CommandRun.h"
 #include "tests/support/StoppedProcess.h"
+#include "wickerlane/protocol/AlbumRows.h"
+#include "wickerlane/protocol/LibraryRows.h"
+#include "wickerlane/protocol/QueryRows.h"
 #include "wickerlane/store/LibraryPaths.h"
+#include "wickerlane/testing/ScriptedDaemon.h"
 
+using namespace wickerlane;
 using namespace wickerlane::test;
 namespace fs = std::filesystem;
 
@@ -160,6 +165,31 @@ TEST_F(CommandLanguage, AProblemOfTheDaemonIsTranslatedOrItsKindIsSaidBeforeItsE
     expectKind({"--timeout", "0.05", "count"},
                "keine Antwort in der zulässigen Zeit: ", "pas de réponse dans le temps imparti : ");
     EXPECT_EQ(kill(daemon, SIGCONT), 0);
+}
+
+TEST_F(CommandLanguage, AdviceAboutAProblemOfTheDaemonIsInTheSameLanguageAndSaidOnce) {
+    ScriptedDaemon daemon;
+    const fs::path store(wickerlane::store::LibraryPaths().database());
+    fs::create_directories(store.parent_path());
+    std::ofstream(store).close(); // there is a library
+    AssetRecord asset;
+    asset.uuid = absentUUID;
+    daemon.on(protocol::getCurrentModelVersion, ScriptedReaction::answer().with(protocol::keys::version, 1));
+    daemon.on(protocol::assetsMatchingQuery, ScriptedReaction::assets({asset}));
+    daemon.on(protocol::deleteAsset,
+              ScriptedReaction::failure(ProblemKind::notFound, "there is no such asset"));
+    setLanguage("de_DE");
+    EXPECT_EQ(run({"delete", absentUUID, "--yes"}).errors,
+              "wickerlane: " + absentUUID +
+                  " wurde nicht gelöscht: dieses Objekt gibt es nicht. Vielleicht wurde "
+                  "es inzwischen gelöscht: die Liste noch einmal abrufen.\n");
+    for (const auto &[text, german] :
+         {std::pair("the library is being repaired; try again when that has ended",
+                    "die Mediathek wird gerade repariert; danach noch einmal versuchen"),
+          {"the asset is being saved", "das Objekt wird gerade gesichert. Später noch einmal versuchen."}}) {
+        daemon.on(protocol::getCurrentModelVersion, ScriptedReaction::failure(ProblemKind::busy, text));
+        EXPECT_EQ(run({"count"}).errors, std::string("wickerlane: ") + german + "\n");
+    }
 }
 
 TEST_F(CommandLanguage, AnImportSaysWhyInTheLanguageOfTheUser) {

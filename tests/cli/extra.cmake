@@ -5,7 +5,7 @@ target_compile_definitions(cli_tests PRIVATE
     BASH_COMPLETION="${PROJECT_SOURCE_DIR}/cli/completion/wickerlane.bash"
     HELLO_EXAMPLE="$<TARGET_FILE:hello>"
     WICKERLANE_COMMAND="$<TARGET_FILE:wickerlane_command>" HOARDD_PROGRAM="$<TARGET_FILE:hoardd>")
-target_link_libraries(cli_tests PRIVATE test_images nlohmann_json::nlohmann_json)
+target_link_libraries(cli_tests PRIVATE test_images wickerlane_testing nlohmann_json::nlohmann_json)
 add_dependencies(cli_tests hello wickerlane_command hoardd hoardd-media)
 
 # The server of `wickerlane view`, asked as a browser asks it.

@@ -157,8 +157,9 @@ def compile_header(include, header, scratch):
         source.write_text(f'#include <{header}>\n', encoding='utf-8')
         command = [*launcher, compiler, standard, '-Wall', '-Wextra', '-Werror', f'-I{include}', '-c', source, '-o',
                    source.with_suffix(suffix + '.o')]
-        said += subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, check=False,
-                               cwd=scratch).stdout
+        result = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, check=False,
+                                cwd=scratch)
+        said += result.stdout or (f'{header}: the compiler failed\n' if result.returncode else '')
     return said
 
 

@@ -1,5 +1,5 @@
-"""What the command says is in its string tables, once and with the same places, and what the daemon says of problems is in
-tables that fit its code: test_command_texts.py SOURCE_FOLDER"""
+"""What the command says is in its string tables, once and with the same places, and what services say of problems is in
+tables that fit their code: test_command_texts.py SOURCE_FOLDER"""
 
 import re
 import sys
@@ -48,11 +48,11 @@ def texts_in_code() -> tuple[set[str], set[str]]:
     return texts, counted
 
 
-def daemon_code() -> str:
-    """The code of the daemon and of what it shares with its clients, with the literals in a row put together."""
-    paths = sorted(path for folder in ('hoardd', 'wickerlane') for path in (ROOT / folder).rglob('*')
-                   if path.suffix in ('.h', '.cpp'))
-    return re.sub(r'"\s*\n\s*"', '', '\n'.join(path.read_text() for path in paths))
+def texts_of_services() -> str:
+    """The literals of the daemon, of what it shares with its clients, and of the page's server."""
+    paths = sorted(path for folder in ('hoardd', 'wickerlane', 'cli/view') for path in (ROOT / folder).rglob('*')
+                   if path.suffix in ('.h', '.cpp') and ROOT / 'wickerlane/testing' not in path.parents)
+    return '\n'.join(plain(each) for path in paths for each in re.findall(LITERALS, path.read_text()))
 
 
 def table(language: str, name: str = 'Command') -> dict[str, str]:
@@ -87,9 +87,9 @@ for name, categories in LANGUAGES.items():
 PROBLEMS = {name: table(name, 'Problems') for name in LANGUAGES}
 known = set().union(*PROBLEMS.values())
 assert len(known) > 40, 'next to no problem is translated'
-DAEMON = daemon_code()
-unsaid = {text for text in known if f'"{text}"' not in DAEMON}
-assert not unsaid, f'the daemon no longer says {sorted(unsaid)}'
+said = texts_of_services()
+unsaid = {text for text in known if text not in said}
+assert not unsaid, f'the daemon and the server no longer say {sorted(unsaid)}'
 for name, given in PROBLEMS.items():
     assert given.keys() == known, f'{name} has no text for {sorted(known - given.keys())}'
 assert not table('en'), 'the English texts stand in the code'

@@ -66,5 +66,9 @@ class ServedLibrary:
                 assert address, 'the server did not start'
                 yield address
             finally:
-                process.send_signal(signal.SIGINT)
-                process.wait(60)
+                process.terminate()
+                try:
+                    process.wait(60)
+                except subprocess.TimeoutExpired:
+                    process.kill()
+                    raise

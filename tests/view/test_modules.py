@@ -252,11 +252,15 @@ def test_what_failed_is_said_in_the_readers_language(page: Browser) -> None:
         const {explain} = await import('/app/status.js');
         await loadTexts('de');
         return [['exists', 'there is an album of that name'], ['noServer', ''], ['invalid', 'the file is empty'],
+                ['busy', 'the asset is being saved. Try again later.'], ['invalid', 'constructor'],
                 ['invalid', 'no text that is known'], ['invalid', '']].map(([code, message]) =>
             [...el('p', {}, explain({code, message})).childNodes].map(({lang, textContent}) =>
                 [lang ?? '', textContent]));''')
+    texts = json.loads((TEXTS / 'de.json').read_text(encoding='utf-8'))
     assert said == [[['', 'Etwas mit diesem Namen gibt es schon.'], ['', 'es gibt schon ein Album dieses Namens']],
                     [['', 'Das Programm hinter dieser Seite ist nicht erreichbar.']], [['', 'die Datei ist leer']],
+                    [['', texts['error.busy']],
+                     ['', 'das Objekt wird gerade gesichert. Später noch einmal versuchen.']], [['en', 'constructor']],
                     [['en', 'no text that is known']], [['', 'Das hat nicht geklappt.']]]
 
 

@@ -2,6 +2,7 @@
 
 import {el, icon, iconButton} from './dom.js';
 import {addressOf} from './route.js';
+import {said} from './status.js';
 import {bytes, leftToRight, moment, number, pixels, place, plainNumber, t} from './texts.js';
 
 function exposure({exposureSeconds, aperture, isoSpeed, focalLength}) {
@@ -58,7 +59,7 @@ export function showFacts(panel, asset, {isFixed, onSet, onCopy}) {
               el('input', {type: 'text', placeholder: hint('keywords.hint')})),
         rating(asset, isFixed, (stars) => onSet({rating: stars})),
         el('dl', {},
-            fact(t('fact.problem'), asset.problem),
+            fact(t('fact.problem'), asset.problem && said('span', asset.problem)),
             fact(t('fact.camera'),
                  asset.camera && search(`camera:"${asset.camera}"`, asset.camera, t('fact.same'))),
             fact(t('fact.lens'), asset.lens),

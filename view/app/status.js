@@ -42,8 +42,10 @@ const explained = ['noServer', 'unreachable', 'restarting', 'busy', 'timedOut', 
                    'notFound', 'exists', 'failed'];
 
 /** What the server says, which is English unless it is translated. */
-export const said = (tag, text, attributes = {}) =>
-    el(tag, translation(text) ? attributes : {...attributes, lang: 'en', dir: 'ltr'}, translation(text) ?? text);
+export function said(tag, text, attributes = {}) {
+    const translated = translation(text);
+    return el(tag, translated ? attributes : {...attributes, lang: 'en', dir: 'ltr'}, translated ?? text);
+}
 
 /** The same below a text of the page. */
 export const detail = (text) => (text ? said('small', text, {class: 'detail'}) : null);

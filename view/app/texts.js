@@ -9,11 +9,11 @@ const formats = new Map();
 
 /** Fetches the texts of a language, and sets the language and direction of the document. */
 export async function loadTexts(tag) {
-    const answers = await Promise.all([fetch(`/texts/${tag}.json`), fetch(`/texts/problems/${tag}.json`)]);
-    if (answers.some(({ok}) => !ok))
+    const [answer, others] = await Promise.all([fetch(`/texts/${tag}.json`), fetch(`/texts/problems/${tag}.json`)]);
+    if (!answer.ok)
         throw new Error(`there are no texts for ${tag}`);
-    [texts, problems] = await Promise.all(answers.map((answer) => answer.json()));
-    problems ??= {}; // there are none in English
+    texts = await answer.json();
+    problems = (others.ok && await others.json()) || {}; // there are none in English
     language = tag;
     formats.clear();
     document.documentElement.lang = tag;
@@ -31,8 +31,19 @@ export function t(key, values = {}) {
     return text.replace(/\{(\w+)\}/g, (_, name) => (name === 'n' ? number(values.n) : String(values[name] ?? '')));
 }
 
-/** What the server says is wrong, in the language of the page; null where there is no translation. */
-export const translation = (text) => problems[text] ?? null;
+/**
+ * What the server says is wrong, in the language of the page; null where there is no translation. A sentence of advice
+ * behind the problem is translated by itself.
+ */
+export function translation(text) {
+    const find = (english) => (Object.hasOwn(problems, english) ? problems[english] : null);
+    const whole = find(text);
+    const end = text.indexOf('. ');
+    if (whole || end < 0)
+        return whole;
+    const sentence = find(text.slice(0, end)), advice = text.slice(end + 2);
+    return sentence && sentence + (find('. ') ?? '. ') + (find(advice) ?? advice);
+}
 
 export const number = (value) => format(Intl.NumberFormat, 'number').format(value);
 

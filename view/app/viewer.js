@@ -3,6 +3,7 @@
 import * as api from './api.js';
 import {el, icon, iconButton, isRightToLeft, isTyping} from './dom.js';
 import {showFacts} from './facts.js';
+import {said} from './status.js';
 import {fullDay, t} from './texts.js';
 import {Zoom} from './zoom.js';
 
@@ -222,14 +223,14 @@ export class Viewer extends EventTarget {
                 holder.replaceChildren(image);
             }
             if (shown === 0 && turn === this.#turn && holder.isConnected)
-                this.#showProblem(this.#facts?.problem || t('picture.missing'));
+                this.#showProblem(this.#facts?.problem ? said('span', this.#facts.problem) : t('picture.missing'));
         };
         load();
         return holder;
     }
 
-    #showProblem(text) {
-        this.problem.replaceChildren(icon('warning'), text);
+    #showProblem(content) {
+        this.problem.replaceChildren(icon('warning'), content);
         this.problem.hidden = false;
     }
 
