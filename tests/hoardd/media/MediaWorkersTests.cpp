@@ -223,7 +223,7 @@ TEST(MediaWorkers, ReplacesAWorkerThatStandsStill) {
 
 TEST(MediaWorkers, EndsAFileThatTakesTooMuchProcessorTime) {
     MediaWorkersOptions options = testOptions();
-    // A tenth of what the picture takes, and many times what the small one takes that is decoded for comparison.
+    // A tenth of what the picture takes, and far more than the small one that is decoded for comparison.
     options.processorTime = std::chrono::milliseconds(300);
     MediaWorkers pool(options);
     Pixels noise{3000, 3000, std::vector<Colour>(9'000'000)};
